@@ -1,0 +1,2 @@
+#include "analysis/resolve_item.h"
+void ResolveItem(char (&)[kTextSize], const char*) {}

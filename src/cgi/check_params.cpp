@@ -1,0 +1,2 @@
+#include "cgi/check_params.h"
+void CheckParams(const Environment&, Settings&) {}

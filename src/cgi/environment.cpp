@@ -1,0 +1,2 @@
+#include "cgi/environment.h"
+void GetEnv(Environment& env) { env = {}; }

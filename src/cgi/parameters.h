@@ -1,0 +1,28 @@
+// The report parameters: their keywords, value forms and defaults.
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+#include "cgi/settings.h"
+
+enum class ParamSource { kForm, kAccount };
+
+// Gives every field of the settings record its default and points the program
+// path at the environment's SCRIPT_NAME slot.
+void initialize(Settings& settings, const Environment& env);
+
+// Applies one name=value line. The name is matched ignoring case; an unknown
+// name is ignored. Further "=" characters are dropped from the value; name and
+// value are cut to 243 characters each. level is handed to level-aware setters.
+void CompareParam(const char* line, Settings& settings, ParamSource source, int level);
+
+// Splits a line at its first "=" into two buffers of kTextSize, as above.
+void ParseFieldValue(const char* line, char (&name)[kTextSize], char (&value)[kTextSize]);
+
+// Copies the n-th comma-separated field of value (counting from 1) into out;
+// out is left empty when n < 1 or there are fewer fields.
+void ReturnValue(char* out, size_t capacity, const char* value, int n);
+
+// 0 for an empty or null value, otherwise its commas plus one.
+int NumValues(const char* value);

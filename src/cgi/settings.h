@@ -1,0 +1,132 @@
+// The two records of a run: its settings and the CGI environment it was started
+// in. Both are owned by main, filled at the start and read by everybody; this
+// is the one header that code of every folder may include.
+//
+// Settings fields carry the names of the report parameters and configuration
+// keys that set them. Texts are NUL-terminated, cut to their capacity.
+#pragma once
+
+#include <cstdint>
+
+#include "base/text.h"
+
+inline constexpr const char* kVersion = "1.5";
+inline constexpr const char* kPlatform = "UNIX";
+
+// Where a parameter comes from, and how strong it is: a level-aware setter keeps
+// a value only when its level is at least that of the value already held.
+enum Level : int { kLevelForm = 2, kLevelGlobalKey = 3, kLevelAccount = 4 };
+
+enum Page : int { kPageReport = 0, kPageAbout = 1, kPageCredits = 2, kPageRemoteDebug = 3 };
+
+struct RankedReport {
+  int on;
+  int top;      // most rows shown, or a percentage of the distinct items; 0 = all
+  int greater;  // smallest count shown
+  int top_is_percent;
+};
+
+struct Environment {
+  char current_date[100];
+  char current_time[100];
+  char AUTH_TYPE[100];
+  char CONTENT_LENGTH[100];
+  char CONTENT_TYPE[100];
+  char DOCUMENT_ROOT[200];
+  char GATEWAY_INTERFACE[100];
+  char HTTP_ACCEPT[100];
+  char HTTP_USER_AGENT[100];
+  char PATH[200];
+  char PATH_INFO[200];
+  char PATH_TRANSLATED[200];
+  char QUERY_STRING[200];
+  char REMOTE_ADDR[100];
+  char REMOTE_HOST[100];
+  char REMOTE_IDENT[100];
+  char REMOTE_USER[100];
+  char REQUEST_METHOD[100];
+  char SCRIPT_NAME[100];
+  char SERVER_NAME[100];
+  char SERVER_PORT[100];
+  char SERVER_PROTOCOL[100];
+  char SERVER_SOFTWARE[100];
+  char SERVER_ADMIN[100];
+  int command_line;  // 1 when the program runs from a shell
+};
+
+// A form entry formatted as "name=value" reaches the parameter parser whole: a
+// 254-character name, "=", a 2047-character value and the NUL.
+inline constexpr size_t kWorkingLineSize = 254 + 1 + 2047 + 1;
+
+struct Settings {
+  char config[kPathSize];
+  int config_opened;
+  char OrvellisPath[kPathSize];  // URL of the installation's pictures, without trailing "/"
+  char find[kTextSize];          // find_account and find_form combined
+  unsigned char find_casesensitive;
+  unsigned char find_pattern;
+  char find_account[kTextSize];
+  char find_form[kTextSize];
+  char title[kTextSize];
+  char url[kTextSize];
+  char filter_domains[kTextSize];
+  char filter_filetypes[kTextSize];
+  char start_date[20];  // MMDDYYYY
+  char end_date[20];
+  char sm[3];
+  char sd[3];
+  int sy;
+  char em[3];
+  char ed[3];
+  int ey;
+  char logs[kPathSize];
+  char AccessLog[kPathSize];
+  char summary[kPathSize];
+  int dailytotals;
+  int hitsperdayofweek;
+  int hitsperhour;
+  RankedReport badurls;
+  RankedReport browsers;
+  RankedReport requests;
+  RankedReport domaintypes;
+  RankedReport domains;
+  RankedReport search;
+  int search_casesensitive;
+  RankedReport referrers;
+  RankedReport badreferrers;
+  int badurl_referrers;
+  int filter_referrers;
+  int subdirs;
+  int cgi;  // 1 in every run: reports are always HTML
+  char referrer_log[50];
+  char agent_log[50];
+  char Networks[kPathSize];
+  char agents_file[kPathSize];
+  char username[100];
+  char password_form[100];
+  char ErrorLog[kPathSize];
+  char password_account[100];
+  const char* program_path;  // the SCRIPT_NAME slot of the environment record
+  int RemoteDebugEnabled;
+  int debug;
+  unsigned debug_sources;  // bit n: a source of level n set debug
+  int priority;
+  char* extra_header;  // heap texts, released by EndOrvellisCleanup; null = not set
+  char* extra_footer;
+  int page;
+  char InternalIp[kTextSize];
+  char UserPasswords[kPathSize];
+  char authrealm[kTextSize];
+  char authuser[kTextSize];
+  int showquery;
+  char base[kTextSize];
+  int dnslookupenabled;
+  int SmartMemoryEnabled;
+  int smartmemorydisabled;
+  int SmartMemoryKeepEntries;
+  int SmartMemoryReclaimSize;
+  int SmartMemoryMaxMemoryToAllocate;
+  int flushtoserver;
+  int account_count;
+  char working_line[kWorkingLineSize];
+};

@@ -1,0 +1,16 @@
+// Decides whether the requester may see the account.
+#pragma once
+
+#include "cgi/settings.h"
+
+// Returns when the requester is accepted; otherwise ends the run with error
+// page 2 (rejected) or 10 (password file cannot be opened).
+void ValidateSession(const Environment& env, Settings& settings);
+
+// True when the requester belongs to the installation's own network: a fragment
+// of InternalIp occurs in the requester's host name or address.
+bool LocalIP(const Settings& settings, const char* remote_host, const char* remote_addr);
+
+// Checks the typed password against the password file. True without such a
+// file; a file that cannot be opened ends the run with error page 10.
+bool VerifyPassword(Settings& settings, const Environment& env);

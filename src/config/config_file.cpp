@@ -1,0 +1,2 @@
+#include "config/config_file.h"
+bool ParseConfigFile(Settings&, const Environment&) { return false; }

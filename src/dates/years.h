@@ -1,0 +1,34 @@
+// Year conversions and the request's date range.
+#pragma once
+
+#include "cgi/settings.h"
+
+// A year text as a four-digit year: 0-38 and 100-138 lie in the 2000s, 39-99 in
+// the 1900s, 1900-2038 stand for themselves (the span of a signed 32-bit time).
+// Anything else, an empty or a null text gives the fallback.
+int StrToYear4(const char* text, int fallback);
+
+// The same spans mapped to years since 1900; a year in none of them is returned
+// unchanged.
+int IntTotm_year(int year);
+
+struct CalendarDate {
+  int month;  // 1-12 as written; never checked
+  int day;
+  int year;
+};
+
+// Splits the MMDDYYYY texts of the settings; non-numeric parts read 0.
+void ParseDate(CalendarDate& start, CalendarDate& end, const Settings& settings);
+
+// Writes the four digits of a two-digit year's century and year into out,
+// without terminator. The century is the current one; 00-19 roll forward while
+// the current year lies in the last twenty years of its century.
+void GuessYearFromTwoDigits(const char* two_digits, char* out);
+
+// Turns "DD/Mon/YYYY:..." or "DD/Mon/YY:..." into the eight characters YYYYMMDD
+// (no terminator added), or makes out empty when the text is neither.
+void ConvertLogDateTimeToSortableDate(const char* log_date, char* out);
+
+// 1 when the text equals today's local date as YYMMDD, else 0.
+int today(const char* text);

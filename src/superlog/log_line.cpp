@@ -1,0 +1,2 @@
+#include "superlog/superlog.h"
+bool SuperLog_ParseNextLine(SuperLogRecord&) { return false; }
