@@ -237,3 +237,35 @@ TEST(ResolveItem, AnswersAsReadingTheFileForEachItem) {
   }
   EXPECT_GT(replaced, 100);
 }
+
+// The names file that is installed with the program.
+static const char* const kShippedNames = SITE_FOLDER "/networks.txt";
+
+TEST(ShippedNames, NameTheDomains) {
+  EXPECT_EQ(Resolve("com", kShippedNames), "Commercial");
+  EXPECT_EQ(Resolve("edu", kShippedNames), "Educational, United States");
+  EXPECT_EQ(Resolve("ch", kShippedNames), "Switzerland");
+  EXPECT_EQ(Resolve("zw", kShippedNames), "Zimbabwe");
+  EXPECT_EQ(Resolve("xn--p1ai", kShippedNames), "Russian Federation");
+  EXPECT_EQ(Resolve("UNKNOWN", kShippedNames), "Unresolved numeric addresses");
+}
+
+TEST(ShippedNames, EachLineIsOneRecordThatNamesItsCode) {
+  FILE* const file = fopen(kShippedNames, "r");
+  ASSERT_NE(file, nullptr);
+  std::string previous;
+  int countries = 0;
+  for (char line[200]; fgets(line, sizeof line, file) != nullptr;) {
+    SCOPED_TRACE(line);
+    char code[20];
+    char description[100];
+    ASSERT_EQ(sscanf(line, "%19[A-Z0-9-] %99[ -~]\n", code, description), 2);
+    ASSERT_EQ(line[strlen(line) - 1], '\n');
+    EXPECT_LT(previous, code);
+    EXPECT_EQ(Resolve(code, kShippedNames), description);
+    previous = code;
+    countries += strlen(code) == 2;
+  }
+  fclose(file);
+  EXPECT_GE(countries, 249);
+}
