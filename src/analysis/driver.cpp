@@ -424,9 +424,6 @@ void CountLogs(const Settings& settings, Analysis& analysis) {
     CountLogFile(rules, analysis);
   }
   SuperLog_NextLogFile_Done();
-  // The bad sections show their shares of all URLs and of all referrers.
-  analysis.badurls.total = analysis.urls.total;
-  analysis.badreferrers.total = analysis.referrers.total;
 }
 
 void EndAnalysis(Analysis& analysis) {

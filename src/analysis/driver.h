@@ -16,8 +16,7 @@ extern int32_t gHits_Browsers;  // browser total, set just before its section is
 struct CountedReport {
   List list;
   ListInfo* info;
-  int32_t total;  // base of the section's percentages: for the bad sections the
-                  // total of the URLs or the referrers, else the records counted
+  int32_t total;  // records counted; 0 for the bad sections, which show shares of the URLs and referrers
 };
 
 template <size_t N>

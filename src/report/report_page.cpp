@@ -40,7 +40,6 @@ static void PrintSections(const Settings& settings, Analysis& analysis) {
   PrintRanked(settings, settings.requests, RankedSection::kUrls, analysis);
   PrintRanked(settings, settings.referrers, RankedSection::kReferrers, analysis);
   Search_Report(settings);  // with its own jump bar
-  gHits_Browsers = analysis.browsers.total;
   PrintRanked(settings, settings.browsers, RankedSection::kBrowsers, analysis);
   PrintRanked(settings, settings.badurls, RankedSection::kBadUrls, analysis);
   PrintRanked(settings, settings.badreferrers, RankedSection::kBadReferrers, analysis);
@@ -64,7 +63,7 @@ void AnalyzeLogs(Settings& settings, const Environment& env) {
 }
 
 void do_bigass_analysis(Settings& settings, const Environment& env) {
-  Analysis analysis;
+  Analysis analysis{};
   if (!BeginAnalysis(settings, analysis)) {
     ServerError(11, env, settings);
   }
