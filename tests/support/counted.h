@@ -1,0 +1,16 @@
+// Counting tables as texts.
+#pragma once
+
+#include <string>
+
+#include "analysis/counting_table.h"
+
+// "key=count key=count " in key order, sub-lists in parentheses.
+inline std::string Counted(List& list) {
+  std::string text;
+  for (const ListItem* item = KeyOrder(list); item != nullptr; item = item->next) {
+    text += std::string(item->key()) + "=" + std::to_string(item->count);
+    text += item->sublist == nullptr ? " " : "(" + Counted(*item->sublist) + ") ";
+  }
+  return text;
+}
