@@ -55,7 +55,8 @@ static void AboutHtml(const char* program_path) {
     printf("<b>Version:</b> %s<br>\n", system.version);
     printf("<b>Node:</b> %s<br>\n", system.nodename);
   }
-  printf(kProductInformationLine, kProductPage, kProductPage);
+  printf("<p>Product information is available at <a href=\"%s\">our web site</a>.<p>\n",
+         kProductInformationPage);
   printf("<a href=\"%s?credits\">View program credits</a>\n\n", program_path);
   fputs("\n</body>\n\n</html>\n", stdout);
 }
@@ -71,7 +72,7 @@ static void AboutText(const char* program_path) {
     printf("    Version:         \t%s\n", system.version);
     printf("    Node:            \t%s\n", system.nodename);
   }
-  printf("    Product information is available at our web site:\n\n    %s\n", kProductPage);
+  printf("    Product information is available at our web site:\n\n    %s\n", kProductInformationPage);
   printf("\nTo view program credits type:  %s credits\n", program_path);
 }
 

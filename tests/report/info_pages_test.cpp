@@ -122,8 +122,8 @@ TEST_F(AboutPageTest, HtmlForAWebServer) {
                 "<b>Operating system:</b> " + system.sysname + "<br>\n<b>Release:</b> " + system.release +
                 "<br>\n<b>Processor:</b> " + system.machine + "<br>\n<b>Version:</b> " + system.version +
                 "<br>\n<b>Node:</b> " + system.nodename + "<br>\n" +
-                "Product information is available at our web site: <a href=\"" + kProductPage +
-                "\" target=\"_blank\">" + kProductPage + "</a>.<p>\n" +
+                "<p>Product information is available at <a href=\"" + kProductInformationPage +
+                "\">our web site</a>.<p>\n" +
                 "<a href=\"/cgi-bin/orvellis?credits\">View program credits</a>\n\n\n</body>\n\n</html>\n");
 }
 
@@ -137,7 +137,7 @@ TEST_F(AboutPageTest, TextForAShell) {
                 "    Operating system:\t" + system.sysname + "\n    Release:         \t" + system.release +
                 "\n    Processor:       \t" + system.machine + "\n    Version:         \t" + system.version +
                 "\n    Node:            \t" + system.nodename +
-                "\n    Product information is available at our web site:\n\n    " + kProductPage +
+                "\n    Product information is available at our web site:\n\n    " + kProductInformationPage +
                 "\n\nTo view program credits type:  ./orvellis credits\n");
 }
 
