@@ -568,7 +568,7 @@ TEST_F(PrintRankedSectionTest, PlainRunsPrintATitleLineInPlaceOfTheFrame) {
         Row{RankedSection::kDomains, analysis_.domains, "User Domain Analysis", "2.50"},
         Row{RankedSection::kDomainTypes, analysis_.domaintypes, "Origin of Users", "2.00"}}) {
     SCOPED_TRACE(row.report.info->name);
-    const std::string title = "\n" + std::string(row.title) + "\n\n";
+    const std::string title = std::string("\n").append(row.title).append("\n\n");
     EXPECT_EQ(Section(row.section), title + kNoItems + kSectionEnd);
     CountTwice(row.report, "com");
     EXPECT_EQ(Section(row.section), title + kHeading + PlainRow("2", row.percentage, "com") + kSectionEnd);
