@@ -327,7 +327,8 @@ TEST_F(DisplayListTest, RequestsLinkUnderTheSiteUnlessAbsolute) {
         Item{"x9://a.example/", false}, Item{"://a.example/b", false},
         // 8 characters or fewer are never absolute
         Item{"http://a", false}, Item{"ftp://ab", false}, Item{"ftp://", false}, Item{"http://ab", true},
-        Item{"ftp://abc", true}, Item{"/ab/://xy", false}, Item{"/ab://xyz", true}, Item{"/", false}}) {
+        Item{"ftp://abc", true}, Item{"/ab/://xy", true}, Item{"/ab/c/://xy", false}, Item{"/ab://xyz", true},
+        Item{"/", false}}) {
     SCOPED_TRACE(row.item);
     destroy(list_);
     list_ = {};
