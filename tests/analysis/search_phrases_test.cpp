@@ -222,11 +222,12 @@ TEST_F(CountSearchHitsTest, BlanksStayAsTheyAre) {
 
 TEST_F(CountSearchHitsTest, PhrasesAreCutTo243CharactersAfterDecoding) {
   ParseSearchEngineDefinition("F;domain=finder.example;vars=q");
-  std::string encoded;
+  std::string referrer = "http://finder.example/s?q=";
   for (int i = 0; i < 300; ++i) {
-    encoded += "%41";
+    referrer += "%41";
   }
-  EXPECT_EQ(PhrasesAfter("http://finder.example/s?q=" + encoded), "F: " + std::string(243, 'A') + "=1 \n");
+  std::string phrase(243, 'A');
+  EXPECT_EQ(PhrasesAfter(referrer), std::string("F: ").append(phrase).append("=1 \n"));
 }
 
 TEST_F(CountSearchHitsTest, LongPhrasesEqualDecodingThemWhole) {
@@ -252,7 +253,9 @@ TEST_F(CountSearchHitsTest, DefaultsKnowTheirEngines) {
   EXPECT_EQ(mHits_Search, 2);
   for (SearchEngine* engine = mpEngineHead; engine != nullptr; engine = engine->next) {
     const std::string name = engine->name;
-    EXPECT_EQ(Counted(engine->phrases), name == "Google" ? "red shoes=1 " : name == "Yahoo!" ? "blue=1 " : "");
+    EXPECT_EQ(Counted(engine->phrases), name == "Google"   ? "red shoes=1 "
+                                        : name == "Yahoo!" ? "blue=1 "
+                                                           : "");
   }
 }
 

@@ -32,7 +32,8 @@ struct LogLine {
 
 inline std::string ToText(const LogLine& line) {
   return line.host + " " + line.realm + " " + line.user + " [" + line.time + " +0000] \"GET " + line.url +
-         " HTTP/1.0\" " + line.status + " " + line.bytes + " \"" + line.referrer + "\" \"" + line.agent + "\"\n";
+         " HTTP/1.0\" " + line.status + " " + line.bytes + " \"" + line.referrer + "\" \"" + line.agent +
+         "\"\n";
 }
 
 // A fresh folder with the account's logs, and settings that ask for March 2000 in

@@ -9,8 +9,15 @@
 inline std::string Counted(List& list) {
   std::string text;
   for (const ListItem* item = KeyOrder(list); item != nullptr; item = item->next) {
-    text += std::string(item->key()) + "=" + std::to_string(item->count);
-    text += item->sublist == nullptr ? " " : "(" + Counted(*item->sublist) + ") ";
+    text += item->key();
+    text += '=';
+    text += std::to_string(item->count);
+    if (item->sublist != nullptr) {
+      text += '(';
+      text += Counted(*item->sublist);
+      text += ')';
+    }
+    text += ' ';
   }
   return text;
 }
