@@ -251,13 +251,13 @@ static bool ResolveHost(Visitor& visitor) {
   return true;
 }
 
-static void Count(CountedReport& report, std::string_view key, bool ignore_case) {
+static void CountItem(CountedReport& report, std::string_view key, bool ignore_case) {
   add_item(report.list, report.info, key, {}, nullptr, ignore_case);
   ++report.total;
 }
 
 template <size_t N>
-static void Count(TimeDistribution<N>& distribution, int index) {
+static void CountAt(TimeDistribution<N>& distribution, int index) {
   ++distribution.counts[index];
   ++distribution.total;
 }
@@ -279,7 +279,7 @@ static bool IsNavigator(std::string_view agent) {
 static void CountBrowser(std::string_view agent, Analysis& analysis) {
   MsieCount += MSIE(agent) ? 1 : 0;
   NavCount += IsNavigator(agent) ? 1 : 0;
-  Count(analysis.browsers, agent, false);
+  CountItem(analysis.browsers, agent, false);
 }
 
 static void CountDomain(const Rules& rules, Visitor& visitor, Analysis& analysis) {
@@ -288,23 +288,23 @@ static void CountDomain(const Rules& rules, Visitor& visitor, Analysis& analysis
   }
   if (rules.domains) {
     visitor.host = IPaddress(visitor.host) ? TruncateIP(visitor.host) : TruncateLSD(visitor.host);
-    Count(analysis.domains, visitor.host, false);
+    CountItem(analysis.domains, visitor.host, false);
   }
   if (rules.domain_types) {
     // deliberate: from the host as the domains report has shortened it
-    Count(analysis.domaintypes, checkIP(TruncateDomain(visitor.host, 1)), false);
+    CountItem(analysis.domaintypes, checkIP(TruncateDomain(visitor.host, 1)), false);
   }
 }
 
 static void CountTime(const Rules& rules, const tm& local, Analysis& analysis) {
   if (rules.days) {
-    Count(analysis.days, local.tm_yday);
+    CountAt(analysis.days, local.tm_yday);
   }
   if (rules.weekdays) {
-    Count(analysis.weekdays, local.tm_wday);
+    CountAt(analysis.weekdays, local.tm_wday);
   }
   if (rules.hours) {
-    Count(analysis.hours, local.tm_hour);
+    CountAt(analysis.hours, local.tm_hour);
   }
 }
 
@@ -318,7 +318,7 @@ static void CountReferrer(const Rules& rules, std::string_view referrer, bool co
     CountSearchHits(referrer);
   }
   if (as_referrer) {
-    Count(analysis.referrers, referrer, true);
+    CountItem(analysis.referrers, referrer, true);
   }
 }
 

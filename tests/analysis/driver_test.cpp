@@ -333,6 +333,7 @@ TEST_F(FindTestOfDriver, PatternWithSubdirsCoversEverythingBelow) {
 TEST_F(FindTestOfDriver, FullPatternGivesItsLastCharacterToTheStar) {
   settings_.requests.on = 1;
   settings_.find_pattern = 1;
+  SuperLog_SetLogFormat("S1u", kLevelForm);  // a time and a URL of full length
   std::string find(243, 'a');
   find[0] = '/';
   CopyText(settings_.find, find);
@@ -340,7 +341,12 @@ TEST_F(FindTestOfDriver, FullPatternGivesItsLastCharacterToTheStar) {
   matching[242] = 'c';
   std::string other = find;
   other[241] = 'c';
-  AddLog("a.log", {{.url = matching}, {.url = other}});
+  std::string log;
+  for (const std::string& url : {matching, other}) {
+    log += "[05/Mar/2000:10:00:00 +0000] ";
+    log += url + "\n";
+  }
+  AddLog("a.log", log);
   Run();
   EXPECT_EQ(Urls(), matching + "=1 ");
 }
