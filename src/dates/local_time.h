@@ -1,16 +1,28 @@
-// mktime and localtime for a stream of log times: the same results, remembered
-// over stretches in which they are known to be a plain sum.
+// mktime and localtime for a stream of log times: the same results, computed as
+// plain sums inside hours that are known to lie in a stretch of constant zone
+// offset.
+//
+// Equality with the plain calls holds for every input, including ambiguous
+// local times, for which the C library's answer depends on the call before. It
+// assumes that mktime is called through LocalToTime only (a direct call in
+// between must be followed by ResetLocalTime) and that no zone keeps an offset
+// for less than an hour; the shortest such stretch in the tz database lasts
+// days.
+//
+// State is kept in file scope: nothing here is reentrant.
 #pragma once
 
 #include <ctime>
 
-// As mktime with tm_isdst = -1 on a copy of the record's date and time fields:
-// returns the time, or -1. parts is not changed.
+// As mktime on a copy of the record: returns the time, or -1. Reads the date
+// and time fields, which need not be normalised, and the daylight-saving flag
+// (-1 = unknown).
 time_t LocalToTime(const tm& parts);
 
-// As localtime: fills all nine fields. False (parts unchanged) when the time
-// cannot be represented.
+// As localtime: fills all fields. False (parts unchanged) when the time cannot
+// be represented.
 bool TimeToLocal(time_t when, tm& parts);
 
-// Forgets what is remembered; call after TZ changes.
+// Forgets what is remembered and takes TZ anew; call at the start and after
+// every change of TZ.
 void ResetLocalTime();

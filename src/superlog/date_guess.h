@@ -3,6 +3,11 @@
 
 #include <ctime>
 
-// The time of the line reader's current line, 0 when it shows no date, -1 when
-// its date is none. Splits the line in place.
+// The time of a NUL-terminated line, without any GMT shift: 0 when it shows no
+// date, -1 when its date is none or lies outside signed 32 bits. Later dates of
+// a line replace earlier ones; of several times of day the latest is kept.
+// Splits the line in place.
+time_t GuessDateTimeFromText(char* line);
+
+// The same for the line reader's current line.
 time_t GuessDateTimeFromLine();

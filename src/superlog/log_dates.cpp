@@ -1,19 +1,297 @@
 #include "superlog/log_dates.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+#include "base/text.h"
+#include "dates/local_time.h"
+#include "dates/years.h"
 #include "superlog/superlog.h"
-int mDateFormat = 3;
+
+// deliberate: not the 2,082,844,800 seconds between the two epochs
+static constexpr uint32_t kEpochShift = 2085978496;
+static constexpr int kDefaultSource = 1;
+
+// Where an order keeps day, month and year among its three numbers.
+struct DatePlaces {
+  const char* name;
+  int day;
+  int month;
+  int year;
+};
+
+static constexpr DatePlaces kOrders[] = {{"DMY", 0, 1, 2}, {"DYM", 0, 2, 1}, {"MDY", 1, 0, 2},
+                                         {"MYD", 2, 0, 1}, {"YDM", 1, 2, 0}, {"YMD", 2, 1, 0}};
+
+int mDateFormat = kOrderMdy;
 bool mFixGmt = false;
 time_t mGmtOffset = 0;
-void ResetLogDates() {}
-void InitLogDates() {}
-void GuessDateBestEffort(int, int, int, tm&) {}
-void ParseEpoch(const char*, tm&) {}
-void ParseDateTime1(const char*, tm&) {}
-void ParseDate2(const char*, tm&) {}
-void ParseDate3(const char*, tm&) {}
-void ParseDateTime4(const char*, tm&) {}
-void ParseDate5(const char*, tm&) {}
-void ParseTime9(const char*, tm&) {}
-void ParseDateOrTimeTriplet(const char*, int (&)[3]) {}
-void SuperLog_SetDateFormat(const char*, int) {}
-void SuperLog_SetFixGmt(const char*, int) {}
-int SuperLog_GetDateFormat() { return mDateFormat; }
+static int mDateFormatSource = kDefaultSource;
+static int mFixGmtSource = kDefaultSource;
+static time_t mEpochStart = 0;
+static time_t mEpochEnd = 0;
+
+void ResetLogDates() {
+  mDateFormat = kOrderMdy;
+  mFixGmt = false;
+  mGmtOffset = 0;
+  mDateFormatSource = kDefaultSource;
+  mFixGmtSource = kDefaultSource;
+}
+
+static time_t StartOfYear(int year) {
+  tm start = {};
+  start.tm_year = year - 1900;
+  start.tm_mday = 1;
+  start.tm_isdst = -1;
+  return LocalToTime(start);
+}
+
+// January 1970, so that the zone's standard time is measured.
+static time_t ZoneOffset() {
+  const time_t instant = 172800;
+  tm universal;
+  tm local;
+  if (gmtime_r(&instant, &universal) == nullptr || !TimeToLocal(instant, local)) {
+    return 0;
+  }
+  local.tm_isdst = -1;
+  const time_t from_universal = LocalToTime(universal);
+  const time_t from_local = LocalToTime(local);
+  return from_universal != 0 && from_local != 0 ? from_local - from_universal : 0;
+}
+
+void InitLogDates() {
+  ResetLocalTime();
+  mEpochStart = StartOfYear(1970);
+  mEpochEnd = StartOfYear(2020);
+  mGmtOffset = mFixGmt ? ZoneOffset() : 0;
+}
+
+void SuperLog_SetDateFormat(const char* name, int source) {
+  if (source < mDateFormatSource || name == nullptr) {
+    return;
+  }
+  int order = 0;
+  for (const DatePlaces& places : kOrders) {
+    ++order;
+    if (EqualIgnoreCase(name, places.name)) {
+      mDateFormat = order;
+      mDateFormatSource = source;
+    }
+  }
+}
+
+int SuperLog_GetDateFormat() {
+  return mDateFormat;
+}
+
+void SuperLog_SetFixGmt(const char* text, int source) {
+  if (source >= mFixGmtSource && text != nullptr) {
+    mFixGmt = ToInt(text) != 0;
+    mFixGmtSource = source;
+  }
+}
+
+static int ReadNumber(const char*& text) {
+  uint32_t value = 0;
+  for (; IsDigitAscii(*text); ++text) {
+    value = value * 10 + static_cast<uint32_t>(*text - '0');
+  }
+  return static_cast<int>(value);
+}
+
+// A number that must end at the terminator, which is consumed.
+static bool ReadNumberUpTo(const char*& text, char terminator, int& number) {
+  number = ReadNumber(text);
+  if (*text != terminator) {
+    return false;
+  }
+  ++text;
+  return true;
+}
+
+static int SinceEra(int year) {
+  return year > 1899 ? year - 1900 : year;
+}
+
+static int MonthIndex(int month) {
+  return static_cast<int>(static_cast<uint32_t>(month) - 1);
+}
+
+const char* ReadThreeNumbers(const char* text, int (&numbers)[3]) {
+  for (int& number : numbers) {
+    number = ReadNumber(text);
+    text += *text != '\0';
+  }
+  return text;
+}
+
+void ParseDateOrTimeTriplet(const char* text, int (&numbers)[3]) {
+  ReadThreeNumbers(text + strspn(text, " "), numbers);
+  for (int& number : numbers) {
+    number = SinceEra(number);
+  }
+}
+
+void SetDateByOrder(int order, int a, int b, int c, tm& when) {
+  const int numbers[] = {a, b, c};
+  const DatePlaces& places = kOrders[order - 1];
+  when.tm_mday = numbers[places.day];
+  when.tm_mon = MonthIndex(numbers[places.month]);
+  when.tm_year = IntTotm_year(numbers[places.year]);
+}
+
+void GuessDateBestEffort(int a, int b, int c, tm& when) {
+  int order = mDateFormat;
+  if (a > 89) {
+    order = kOrderYmd;
+  }
+  // deliberate: the second test wins over the first, and asks for the setting
+  if (c >= 90 && mDateFormat != kOrderMdy && mDateFormat != kOrderDmy) {
+    order = kOrderMdy;
+  }
+  SetDateByOrder(order, a, b, c, when);
+}
+
+static bool IsEpochInSpan(int32_t value) {
+  return value >= mEpochStart && value <= mEpochEnd;
+}
+
+// Times counted from 1904 are negative in 32 bits; the sums wrap on purpose,
+// which brings them back into the span.
+void ParseEpoch(const char* text, tm& when) {
+  const uint32_t bits = static_cast<uint32_t>(strtoul(text, nullptr, 10));
+  const int32_t value = static_cast<int32_t>(bits);
+  const bool late = value > mEpochEnd;
+  const int32_t shifted = static_cast<int32_t>(late ? bits + kEpochShift : bits - kEpochShift);
+  TimeToLocal(!IsEpochInSpan(value) && IsEpochInSpan(shifted) ? shifted : value, when);
+}
+
+// Three letters in one number, so that a name is compared at once.
+static constexpr uint32_t ThreeLetters(const char* text) {
+  uint32_t letters = 0;
+  for (int i = 0; i < 3 && text[i] != '\0'; ++i) {
+    letters = letters << 8 | static_cast<unsigned char>(text[i]);
+  }
+  return letters;
+}
+
+static constexpr uint32_t kMonths[] = {
+    ThreeLetters("Jan"), ThreeLetters("Feb"), ThreeLetters("Mar"), ThreeLetters("Apr"),
+    ThreeLetters("May"), ThreeLetters("Jun"), ThreeLetters("Jul"), ThreeLetters("Aug"),
+    ThreeLetters("Sep"), ThreeLetters("Oct"), ThreeLetters("Nov"), ThreeLetters("Dec"),
+};
+
+// The month (0-11) whose name stands at the start of the text, -1 for none.
+static int FindMonth(const char* text) {
+  const uint32_t letters = ThreeLetters(text);
+  for (int month = 0; month < 12; ++month) {
+    if (kMonths[month] == letters) {
+      return month;
+    }
+  }
+  return -1;
+}
+
+static int FindMonthIgnoreCase(const char* text) {
+  char name[4];
+  CopyText(name, CutText(text, 3));
+  for (char& c : name) {
+    c = ToLowerAscii(c);
+  }
+  name[0] = static_cast<char>(IsLetterAscii(name[0]) ? name[0] - 'a' + 'A' : name[0]);
+  return FindMonth(name);
+}
+
+void ParseDateTime1(const char* text, tm& when) {
+  int day;
+  if (!ReadNumberUpTo(text, '/', day)) {
+    return;
+  }
+  const int month = FindMonth(text);
+  if (month < 0 || text[3] == '\0') {
+    return;
+  }
+  text += 4;
+  int year;
+  int hour;
+  int minute;
+  if (!ReadNumberUpTo(text, ':', year) || !ReadNumberUpTo(text, ':', hour) ||
+      !ReadNumberUpTo(text, ':', minute)) {
+    return;
+  }
+  when.tm_mday = day;
+  when.tm_mon = month;
+  when.tm_year = SinceEra(year);
+  when.tm_hour = hour;
+  when.tm_min = minute;
+  when.tm_sec = ReadNumber(text);
+}
+
+void ParseDate2(const char* text, tm& when) {
+  int numbers[3];
+  ReadThreeNumbers(text, numbers);
+  GuessDateBestEffort(numbers[0], numbers[1], numbers[2], when);
+}
+
+void ParseDate3(const char* text, tm& when) {
+  int numbers[3];
+  ParseDateOrTimeTriplet(text, numbers);
+  when.tm_mday = numbers[2];
+  when.tm_mon = MonthIndex(numbers[1]);
+  when.tm_year = numbers[0];
+}
+
+void ParseDateTime4(const char* text, tm& when) {
+  int date[3];
+  const char* rest = ReadThreeNumbers(text, date);
+  GuessDateBestEffort(date[0], date[1], date[2], when);
+  if (*rest != '\0') {
+    int time[3];
+    ParseDateOrTimeTriplet(rest, time);
+    when.tm_hour = time[0];
+    when.tm_min = time[1];
+    when.tm_sec = time[2];
+  }
+}
+
+// The text from its place on, or its end when it is shorter.
+static const char* Skip(const char* text, size_t count) {
+  return text + strnlen(text, count);
+}
+
+// "Sun, 5 Mar 2000": the day begins at the sixth character.
+static void ParseNamedDate(const char* text, tm& when) {
+  text = Skip(text, 5);
+  when.tm_mday = ReadNumber(text);
+  text += strspn(text, " ");
+  const int month = FindMonthIgnoreCase(text);
+  when.tm_mon = month < 0 ? 0 : month;
+  text = Skip(text, 4);
+  when.tm_year = IntTotm_year(SinceEra(ReadNumber(text)));
+}
+
+void ParseDate5(const char* text, tm& when) {
+  if (!IsLetterAscii(*text)) {
+    ParseDate2(text, when);
+  } else if (*Skip(text, 3) == ',') {
+    ParseNamedDate(text, when);
+  }
+}
+
+void ParseTime9(const char* text, tm& when) {
+  int hour;
+  if (!ReadNumberUpTo(text, ':', hour)) {
+    return;
+  }
+  const int minute = ReadNumber(text);
+  if (*text != ':' && *text != '\0') {
+    return;
+  }
+  text += *text == ':';
+  when.tm_hour = hour;
+  when.tm_min = minute;
+  when.tm_sec = ReadNumber(text);
+}

@@ -1,32 +1,63 @@
-// Parsers of the date and time forms found in log files. All write into a
-// broken-down time (tm_mon 0-11, tm_year since 1900) and leaves fields
-// unchanged where the text is malformed; none reports an error.
+// Parsers of the date and time forms found in log files, and the settings that
+// govern them.
+//
+// Each parser takes one field's NUL-terminated text and fills its part of a
+// broken-down time (tm_mon 0-11, tm_year since 1900), never normalising it. None
+// reports an error: the forms of ParseDateTime1, ParseDate5 and ParseTime9 leave
+// everything unchanged when their text is malformed, the all-numeric forms read
+// a missing number as 0. A run of digits may be empty (0); values beyond 32 bits
+// wrap.
 #pragma once
 
 #include <ctime>
 
-// 1 DMY, 2 DYM, 3 MDY, 4 MYD, 5 YDM, 6 YMD.
-extern int mDateFormat;
-extern bool mFixGmt;
+// Orders of day, month and year in all-numeric dates.
+enum DateOrder : int {
+  kOrderDmy = 1,
+  kOrderDym = 2,
+  kOrderMdy = 3,
+  kOrderMyd = 4,
+  kOrderYdm = 5,
+  kOrderYmd = 6,
+};
+
+extern int mDateFormat;    // a DateOrder
+extern bool mFixGmt;       // log times are GMT
 extern time_t mGmtOffset;  // seconds added to every log time
 
+// Defaults of a run: order MDY, no shift; every source may set them anew.
 void ResetLogDates();
 
-// Computes mEpochStart and mEpochEnd and, with fixgmt, the GMT offset, for the
-// current time zone.
+// Computes, for the current time zone, the span of times that ParseEpoch takes
+// as they are and, with mFixGmt, the shift: the zone's offset east of GMT in
+// January 1970.
 void InitLogDates();
 
-// Three numbers ordered by mDateFormat and by what they can only mean.
+// Day, month and year from three numbers in an order; the year may have two,
+// three or four digits (IntTotm_year).
+void SetDateByOrder(int order, int a, int b, int c, tm& when);
+
+// The same in the order of mDateFormat, overruled by what the numbers can only
+// mean: the first above 89 is a year; the third from 90 on is one, too.
 void GuessDateBestEffort(int a, int b, int c, tm& when);
 
-void ParseEpoch(const char* text, tm& when);              // seconds since 1970 or 1904
-void ParseDateTime1(const char* text, tm& when);          // 10/Oct/2000:13:55:36 -0700
-void ParseDate2(const char* text, tm& when);              // three numbers, guessed order
-void ParseDate3(const char* text, tm& when);              // year, month, day
-void ParseDateTime4(const char* text, tm& when);          // three numbers, then a time
-void ParseDate5(const char* text, tm& when);              // "Sun, 5 Mar 2000" or three numbers
-void ParseTime9(const char* text, tm& when);              // h:m or h:m:s
+// Seconds since 1970 or 1904; fills all fields, daylight-saving flag included.
+void ParseEpoch(const char* text, tm& when);
 
-// Up to three digit runs after leading spaces, each followed by one separator
-// character; a number above 1899 is reduced by 1900.
+// 10/Oct/2000:13:55:36 -0700. The zone is ignored: times count as written.
+void ParseDateTime1(const char* text, tm& when);
+
+void ParseDate2(const char* text, tm& when);      // three numbers, guessed order
+void ParseDate3(const char* text, tm& when);      // year, month, day
+void ParseDateTime4(const char* text, tm& when);  // three numbers, then h:m:s if text remains
+void ParseDate5(const char* text, tm& when);      // "Sun, 5 Mar 2000", or three numbers
+void ParseTime9(const char* text, tm& when);      // h:m or h:m:s
+
+// Up to three runs of digits, each followed by exactly one separator character
+// of any kind; reading stops at the end of the text and leaves 0 in the numbers
+// not met. Returns where it stopped.
+const char* ReadThreeNumbers(const char* text, int (&numbers)[3]);
+
+// The same after leading spaces; a number above 1899 is reduced by 1900, so that
+// a four-digit year counts from 1900.
 void ParseDateOrTimeTriplet(const char* text, int (&numbers)[3]);
