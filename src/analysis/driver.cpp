@@ -91,7 +91,7 @@ enum class DnsMode { kOff, kAllHosts, kDomainReportsOnly };
 struct FindTest {
   char value[kTextSize];
   size_t length;
-  int (*wildmat)(const char* pattern, const char* text);
+  int (*wildmat)(std::string_view pattern, std::string_view text);
   bool prefix;  // compare no more of the URL than the value is long
   bool ignore_case;
 };
@@ -205,12 +205,6 @@ static bool Authenticated(std::string_view rule, std::string_view text) {
   return rule.empty() || (!IsAbsent(text) && EqualIgnoreCase(rule, text));
 }
 
-static bool MatchesPattern(const FindTest& find, std::string_view url) {
-  char text[kTextSize];  // terminated also where the query was cut off
-  CopyText(text, url);
-  return find.wildmat(find.value, text) == 0;
-}
-
 static bool Finds(const FindTest& find, bool keep_query, std::string_view url) {
   if (find.prefix) {
     url = url.substr(0, find.length);
@@ -218,10 +212,10 @@ static bool Finds(const FindTest& find, bool keep_query, std::string_view url) {
   if (!keep_query) {
     url = TruncateCGI(url);
   }
-  if (find.wildmat != nullptr) {
-    return MatchesPattern(find, url);
-  }
   const std::string_view value{find.value, find.length};
+  if (find.wildmat != nullptr) {
+    return find.wildmat(value, url) == 0;
+  }
   return find.ignore_case ? EqualIgnoreCase(url, value) : url == value;
 }
 
