@@ -1,13 +1,114 @@
 #include "analysis/normalise.h"
+
+#include <algorithm>
+
+#include "base/text.h"
+
 int32_t MsieCount = 0;
 int32_t NavCount = 0;
-bool IsIpAddr(std::string_view) { return false; }
-bool IpAddrsOnly(std::string_view) { return false; }
-bool IPaddress(std::string_view) { return false; }
-std::string_view TruncateDomain(std::string_view host, int) { return host; }
-std::string_view TruncateLSD(std::string_view host) { return host; }
-std::string_view TruncateIP(std::string_view address) { return address; }
-std::string_view TruncateCGI(std::string_view url) { return url; }
-std::string_view TruncateFileType(std::string_view url) { return url; }
-std::string_view checkIP(std::string_view label) { return label; }
-bool MSIE(std::string_view) { return false; }
+
+static constexpr std::string_view kNullHost = "(null)";  // an absent host as some servers write it
+static constexpr std::string_view kMsie = "MSIE";
+
+bool IsIpAddr(std::string_view text) {
+  constexpr int32_t kLargestOctet = 255;
+  uint32_t octet = 0;
+  int dots = 0;
+  text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
+  for (const char c : text) {
+    if (IsDigitAscii(c)) {
+      octet = octet * 10 + static_cast<uint32_t>(c - '0');
+    } else if (c == '.') {
+      // deliberate: the last octet, which no dot ends, may exceed 255, and an octet may be empty
+      if (static_cast<int32_t>(octet) > kLargestOctet || ++dots > 3) {
+        return false;
+      }
+      octet = 0;
+    } else if (c == ' ') {
+      break;
+    } else {
+      return false;
+    }
+  }
+  return dots == 3;
+}
+
+bool IpAddrsOnly(std::string_view text) {
+  return std::all_of(text.begin(), text.end(),
+                     [](char c) { return IsDigitAscii(c) || c == '.' || c == ',' || c == ';'; });
+}
+
+bool IPaddress(std::string_view host) {
+  if (host.empty()) {
+    return false;
+  }
+  const std::string_view label = TruncateDomain(host.substr(0, kTextMax), 1);
+  // deliberate: the last character alone decides, whatever stands before it
+  return label.empty() || !IsLetterAscii(label.back());
+}
+
+std::string_view TruncateDomain(std::string_view host, int n) {
+  if (host == kNullHost) {
+    return host.substr(0, 0);
+  }
+  int dots = 0;
+  for (size_t at = host.size(); n > 0 && at > 0; --at) {
+    if (host[at - 1] == '.' && ++dots == n) {
+      return host.substr(at);
+    }
+  }
+  return host;
+}
+
+std::string_view TruncateLSD(std::string_view host) {
+  const size_t first = host.find('.');
+  if (first == std::string_view::npos || host.find('.', first + 1) == std::string_view::npos) {
+    return host;
+  }
+  return host.substr(first + 1);
+}
+
+std::string_view TruncateIP(std::string_view address) {
+  size_t dot = address.find('.');
+  for (int dots = 1; dots < 3 && dot != std::string_view::npos; ++dots) {
+    dot = address.find('.', dot + 1);
+  }
+  return address.substr(0, dot);
+}
+
+std::string_view TruncateCGI(std::string_view url) {
+  url = url.substr(0, url.find('?'));
+  return url.substr(0, url.find('"'));
+}
+
+std::string_view TruncateFileType(std::string_view url) {
+  url = url.substr(0, url.find('?'));
+  for (size_t at = url.size(); at > 0 && url[at - 1] != '/'; --at) {
+    if (url[at - 1] == '.') {
+      return url.substr(at - 1);
+    }
+  }
+  return url.substr(0, 0);
+}
+
+std::string_view checkIP(std::string_view label) {
+  if (label.empty() || std::any_of(label.begin(), label.end(), IsLetterAscii)) {
+    return label;
+  }
+  return "UNKNOWN";
+}
+
+bool MSIE(std::string_view agent) {
+  size_t at = 0;
+  while ((at = agent.find(kMsie.front(), at)) != std::string_view::npos) {
+    ++at;
+    size_t matched = 1;
+    // deliberate: a character that breaks the match is used up, so "MMSIE" is not recognised
+    while (at < agent.size() && agent[at++] == kMsie[matched]) {
+      if (++matched == kMsie.size()) {
+        return true;
+      }
+    }
+  }
+  return false;
+}

@@ -1,45 +1,51 @@
 // Cuts log values down to the items that reports count.
 //
-// None allocates and none changes its input: a cut text is a shorter view of
-// the same characters. Absent texts stay absent.
+// Views in, views out: none allocates and none changes its input. A cut text is
+// a shorter view of the same characters, so only a text that kept its end is
+// still followed by a NUL. Absent texts (null data) stay absent; a text that was
+// cut to nothing is empty and present.
 #pragma once
 
 #include <cstdint>
 #include <string_view>
 
-// Counted requests whose agent was classified as either brand.
+// Counted requests whose agent was classified as Internet Explorer and as
+// Netscape Navigator. Raised by the analysis, shown with the browsers section.
 extern int32_t MsieCount;
 extern int32_t NavCount;
 
-// True for a dotted numeric address. Lenient: the last octet may exceed 255 and
-// octets may be empty.
+// True for a dotted numeric address, blanks around it allowed. Lenient: only the
+// octets before a dot are held against 255 (their values wrap at 32 bits), and
+// octets may be empty. False for an absent text.
 bool IsIpAddr(std::string_view text);
 
 // True when the text is absent, empty or only digits, ".", "," and ";".
 bool IpAddrsOnly(std::string_view text);
 
-// True when the host's last label does not end in a letter; false for an empty
-// host.
+// True when the host's last label is empty, is the whole host "(null)", or does
+// not end in a letter; false for an absent or empty host. Of a host longer than
+// 243 characters only those count.
 bool IPaddress(std::string_view host);
 
-// The last n labels; the whole host when it has fewer than n dots. "(null)"
-// becomes empty.
+// The last n labels; the whole host when it has fewer than n dots or n is below
+// 1. "(null)" becomes empty, whatever n is.
 std::string_view TruncateDomain(std::string_view host, int n);
 
-// Without its first label when at least two dots are there.
+// Without its first label when the host has two dots or more, else the host.
 std::string_view TruncateLSD(std::string_view host);
 
-// The first three octets.
+// Up to the third dot; the whole text when it has fewer.
 std::string_view TruncateIP(std::string_view address);
 
 // Up to the first "?" or double quote.
 std::string_view TruncateCGI(std::string_view url);
 
-// The file type with its dot, or empty.
+// The file type of the URL's path, dot included and its case kept, or empty.
 std::string_view TruncateFileType(std::string_view url);
 
 // "UNKNOWN" for a non-empty label without a letter, else the label.
 std::string_view checkIP(std::string_view label);
 
-// True when the agent holds "MSIE", by a scan that never looks back.
+// True when the agent holds "MSIE", by a scan that never looks back: the
+// character that ends a partial match is not looked at again.
 bool MSIE(std::string_view agent);

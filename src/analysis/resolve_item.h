@@ -1,9 +1,20 @@
 // Names of top-level domains, from the installation's names file.
+//
+// The file holds one record per line: a code, in upper case and up to 19
+// characters long, white space, and a description. It is read at the first
+// call and kept for the run.
+//
+// Three properties of the format: a code that stands alone on its line takes the
+// next line as its description; a description goes on for 99 characters, and
+// what is left of a longer one is read as the next record; a last line that
+// lacks its line break is not a record.
 #pragma once
 
 #include "base/text.h"
 
-// Upper-cases item and, when the names file at path has it as a code, replaces
-// it by the code's description. A file that cannot be opened changes no more.
-// The file is read once a run; the answers are those of reading it each time.
+// Upper-cases item (ASCII) and, when the file at path has it as a code, replaces
+// it by the code's description as written. The records that follow are held
+// against the replaced item, so a description may be a later record's code. A
+// file that cannot be opened only leaves the item upper-cased; null is such a
+// path. When memory runs out, the process exits with status 1.
 void ResolveItem(char (&item)[kTextSize], const char* path);

@@ -16,19 +16,6 @@ std::string_view CutText(std::string_view text, size_t max) {
   return text.substr(0, text.find('\0'));
 }
 
-char ToLowerAscii(char c) {
-  return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
-}
-
-bool IsLetterAscii(char c) {
-  const char lower = ToLowerAscii(c);
-  return lower >= 'a' && lower <= 'z';
-}
-
-bool IsDigitAscii(char c) {
-  return c >= '0' && c <= '9';
-}
-
 int CompareIgnoreCase(std::string_view a, std::string_view b) {
   const size_t common = a.size() < b.size() ? a.size() : b.size();
   for (size_t i = 0; i < common; ++i) {

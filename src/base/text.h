@@ -29,9 +29,15 @@ void CopyText(char (&dst)[N], std::string_view text) {
 std::string_view CutText(std::string_view text, size_t max);
 
 // ASCII-only case folding; bytes of 128 and above stand for themselves.
-char ToLowerAscii(char c);
-bool IsLetterAscii(char c);
-bool IsDigitAscii(char c);
+constexpr char ToLowerAscii(char c) {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+}
+constexpr bool IsLetterAscii(char c) {
+  return ToLowerAscii(c) >= 'a' && ToLowerAscii(c) <= 'z';
+}
+constexpr bool IsDigitAscii(char c) {
+  return c >= '0' && c <= '9';
+}
 
 // strcmp-like result (<0, 0, >0) over ASCII-folded bytes, compared unsigned.
 int CompareIgnoreCase(std::string_view a, std::string_view b);

@@ -1,2 +1,172 @@
 #include "config/config_file.h"
-bool ParseConfigFile(Settings&, const Environment&) { return false; }
+
+#include <cstdio>
+#include <cstring>
+
+#include "analysis/search_engines.h"
+#include "config/account_line.h"
+#include "config/config_lines.h"
+#include "report/error_page.h"
+#include "report/extra_texts.h"
+#include "superlog/superlog.h"
+
+static constexpr const char* kDefaultConfigFile = "orvellis.conf";
+
+// What one reading of the file keeps beside the settings.
+struct Reading {
+  Settings& settings;
+  char line[kLineMax + 1] = {};
+  char account_start[sizeof("user=;") + sizeof(Settings::username)] = {};  // how its line begins
+  bool account_found = false;
+  bool path_given = false;  // the file names an OrvellisPath
+  int smart_parsing = 0;    // non-zero: read no further than the account's line
+};
+
+// ---- What each key does ----
+
+template <auto kField>
+static void StoreText(Reading& reading, char* value) {
+  CopyText(reading.settings.*kField, value);
+}
+
+template <auto kField>
+static void StoreNumber(Reading& reading, char* value) {
+  reading.settings.*kField = ToInt(value);
+}
+
+template <void (*kSet)(const char* value, int level)>
+static void SetLogOption(Reading&, char* value) {
+  kSet(value, kLevelGlobalKey);
+}
+
+template <void (*kSet)(Settings& settings, const char* value, int level)>
+static void SetExtraText(Reading& reading, char* value) {
+  kSet(reading.settings, value, kLevelGlobalKey);
+}
+
+static void ApplyUser(Reading& reading, char*) {
+  ++reading.settings.account_count;
+  if (BeginsWithIgnoreCase(reading.line, reading.account_start)) {
+    ParseUserData(reading.line, reading.settings);
+    reading.account_found = true;
+  }
+}
+
+static void ApplyOrvellisPath(Reading& reading, char* value) {
+  CopyText(reading.settings.OrvellisPath, value);
+  reading.path_given = true;
+}
+
+static void ApplyDebug(Reading& reading, char* value) {
+  reading.settings.debug = ToInt(value);
+  reading.settings.debug_sources |= 1U << kLevelGlobalKey;
+}
+
+static void ApplyBase(Reading& reading, char* value) {
+  if (strlen(value) <= kTextMax) {
+    CopyText(reading.settings.base, value);
+  }
+}
+
+static void ApplySmartParsing(Reading& reading, char* value) {
+  reading.smart_parsing = ToInt(value);
+}
+
+// The form may switch lookups on for its report, but not off for the installation.
+static void ApplyDnsLookup(Reading& reading, char* value) {
+  if (reading.settings.dnslookupenabled == 0) {
+    reading.settings.dnslookupenabled = ToInt(value);
+  }
+}
+
+static void ApplySmartMemory(Reading& reading, char* value) {
+  if (reading.settings.smartmemorydisabled == 0) {
+    reading.settings.SmartMemoryEnabled = ToInt(value);
+  }
+}
+
+static void ApplySearch(Reading&, char* value) {
+  ParseSearchEngineDefinition(value, false);
+}
+
+struct ConfigKey {
+  std::string_view key;
+  void (*apply)(Reading& reading, char* value);
+};
+
+static const ConfigKey kConfigKeys[] = {
+    {"user", ApplyUser},
+    {"search", ApplySearch},
+    {"Networks", StoreText<&Settings::Networks>},
+    {"ErrorLog", StoreText<&Settings::ErrorLog>},
+    {"OrvellisPath", ApplyOrvellisPath},
+    {"RemoteDebugEnabled", StoreNumber<&Settings::RemoteDebugEnabled>},
+    {"Debug", ApplyDebug},
+    {"Priority", StoreNumber<&Settings::priority>},
+    {"Base", ApplyBase},
+    {"FixGmt", SetLogOption<SuperLog_SetFixGmt>},
+    {"DateFormat", SetLogOption<SuperLog_SetDateFormat>},
+    {"LogFormat", SetLogOption<SuperLog_SetLogFormat>},
+    {"ExtraHeader", SetExtraText<log_SetExtraHeader>},
+    {"ExtraFooter", SetExtraText<log_SetExtraFooter>},
+    {"SmartParsing", ApplySmartParsing},
+    {"UserPasswords", StoreText<&Settings::UserPasswords>},
+    {"InternalIp", StoreText<&Settings::InternalIp>},
+    {"DNSLookupEnabled", ApplyDnsLookup},
+    {"SmartMemoryEnabled", ApplySmartMemory},
+    {"SmartMemoryKeepEntries", StoreNumber<&Settings::SmartMemoryKeepEntries>},
+    {"SmartMemoryReclaimSize", StoreNumber<&Settings::SmartMemoryReclaimSize>},
+    {"SmartMemoryMaxMemoryToAllocate", StoreNumber<&Settings::SmartMemoryMaxMemoryToAllocate>},
+    {"FlushToServer", StoreNumber<&Settings::flushtoserver>},
+    {"search_casesensitive", StoreNumber<&Settings::search_casesensitive>},
+};
+
+// ---- The file ----
+
+static void ApplyLine(Reading& reading) {
+  char* equals = strchr(reading.line, '=');
+  if (equals == nullptr || reading.line[0] == '#' || reading.line[0] == ';') {
+    return;
+  }
+  const std::string_view key(reading.line, equals);
+  for (const ConfigKey& known : kConfigKeys) {
+    if (EqualIgnoreCase(known.key, key)) {
+      known.apply(reading, equals + 1);
+      return;
+    }
+  }
+}
+
+static void FinishOrvellisPath(Reading& reading) {
+  char(&path)[kPathSize] = reading.settings.OrvellisPath;
+  if (!reading.path_given) {
+    CopyText(path, "/orvellis");
+    return;
+  }
+  const size_t length = strlen(path);
+  if (length > 0 && (path[length - 1] == '/' || path[length - 1] == '\\')) {
+    path[length - 1] = '\0';
+  }
+}
+
+bool ParseConfigFile(Settings& settings, const Environment& env) {
+  ConfigLines lines;
+  if (!OpenConfigLines(lines, settings.config) && !OpenConfigLines(lines, kDefaultConfigFile)) {
+    if (settings.page != kPageAbout && settings.page != kPageCredits) {
+      ServerError(kErrorConfigFile, env, settings);
+    }
+    return false;
+  }
+  settings.config_opened = 1;
+  Reading reading{.settings = settings};
+  snprintf(reading.account_start, sizeof reading.account_start, "user=%s;", settings.username);
+  while (NextConfigLine(lines, reading.line)) {
+    ApplyLine(reading);
+    if (reading.smart_parsing != 0 && reading.account_found) {
+      break;
+    }
+  }
+  CloseConfigLines(lines);
+  FinishOrvellisPath(reading);
+  return reading.account_found;
+}

@@ -1,12 +1,15 @@
-// The extra header and footer texts of the report page.
+// The extra header and footer texts of the report page: heap copies owned by the
+// settings record, each remembered together with the level of its source.
 #pragma once
 
 #include "cgi/settings.h"
 
-// Replace the text when level is at least that of the text held; an empty text
-// counts as set.
+// Replace the text by a copy when level is at least that of the source of the
+// text held; otherwise leave it. An empty text counts as set. A copy that the
+// system refuses leaves no text set.
 void log_SetExtraHeader(Settings& settings, const char* text, int level);
 void log_SetExtraFooter(Settings& settings, const char* text, int level);
 
-// Releases both texts; may be called more than once in a run.
+// Releases both texts, clears their pointers and forgets their levels; may be
+// called more than once in a run.
 void EndOrvellisCleanup(Settings& settings);

@@ -1,9 +1,20 @@
 // The time distribution sections, each without the jump bar.
+//
+// A row is a label, the percentage of the section's total, a bar (300 pixels for
+// the largest count of the section) and the count. A section without any count
+// says so instead. Runs with settings.cgi 0 print a title line in place of the
+// section's frame.
 #pragma once
 
 #include "analysis/driver.h"
 #include "cgi/settings.h"
 
+// One row for each day of the analysed range, 86400 seconds apart from the local
+// midnight of its first day.
 void PrintDailyTotals(const Settings& settings, const Analysis& analysis);
+
+// Sunday to Saturday.
 void PrintHitsPerDayOfWeek(const Settings& settings, const Analysis& analysis);
+
+// 12 am to 11 pm.
 void PrintHitsPerHour(const Settings& settings, const Analysis& analysis);

@@ -1,0 +1,372 @@
+#include "config/config_file.h"
+
+#include <sys/stat.h>
+
+#include "analysis/search_engines.h"
+#include "report/extra_texts.h"
+#include "superlog/superlog.h"
+#include "support/text_file.h"
+
+using testing::ExitedWithCode;
+
+class ParseConfigFileTest : public testing::Test {
+ protected:
+  Settings settings{};
+  Environment env{};
+
+  void SetUp() override {
+    ResetSuperLog();
+    CopyText(settings.username, "ann");
+  }
+  void TearDown() override { EndOrvellisCleanup(settings); }
+
+  bool Parse(const std::string& content) {
+    CopyText(settings.config, WriteFile("orvellis.conf", content));
+    return ParseConfigFile(settings, env);
+  }
+
+  // Works in an empty folder, so that no fallback file is there.
+  void GoToNewFolder() {
+    const std::string folder = NewPath("folder");
+    ASSERT_EQ(mkdir(folder.c_str(), 0700), 0);
+    ASSERT_EQ(chdir(folder.c_str()), 0);
+  }
+};
+
+// ---- The file ----
+
+TEST_F(ParseConfigFileTest, MissingFileIsError9) {
+  GoToNewFolder();
+  CopyText(settings.config, "missing.conf");
+  for (const int page : {kPageReport, kPageRemoteDebug}) {
+    SCOPED_TRACE(page);
+    settings.page = page;
+    EXPECT_EXIT(ParseConfigFile(settings, env), ExitedWithCode(0), "");
+  }
+}
+
+TEST_F(ParseConfigFileTest, MissingFileIsSilentForAboutAndCredits) {
+  GoToNewFolder();
+  CopyText(settings.config, "missing.conf");
+  for (const int page : {kPageAbout, kPageCredits}) {
+    SCOPED_TRACE(page);
+    settings.page = page;
+    testing::internal::CaptureStdout();
+    EXPECT_FALSE(ParseConfigFile(settings, env));
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(settings.config_opened, 0);
+  }
+}
+
+TEST_F(ParseConfigFileTest, FallsBackToTheDefaultFileAndKeepsTheNameAskedFor) {
+  GoToNewFolder();
+  std::ofstream("orvellis.conf") << "Networks=fallback\n";
+  CopyText(settings.config, "missing.conf");
+  EXPECT_FALSE(ParseConfigFile(settings, env));
+  EXPECT_STREQ(settings.Networks, "fallback");
+  EXPECT_STREQ(settings.config, "missing.conf");
+  EXPECT_EQ(settings.config_opened, 1);
+}
+
+TEST_F(ParseConfigFileTest, FolderOpensAndYieldsNothing) {
+  CopyText(settings.config, testing::TempDir());
+  EXPECT_FALSE(ParseConfigFile(settings, env));
+  EXPECT_EQ(settings.config_opened, 1);
+}
+
+TEST_F(ParseConfigFileTest, EmptyFileYieldsOnlyDefaults) {
+  EXPECT_FALSE(Parse(""));
+  EXPECT_EQ(settings.account_count, 0);
+  EXPECT_STREQ(settings.OrvellisPath, "/orvellis");
+}
+
+TEST_F(ParseConfigFileTest, CommentsAndLinesWithoutEqualsAreIgnored) {
+  Parse("#Networks=a\n;Networks=b\nNetworks\nUnknown=c\n=d\n");
+  EXPECT_STREQ(settings.Networks, "");
+}
+
+TEST_F(ParseConfigFileTest, CommentMarkCountsOnlyAtTheLineStart) {
+  Parse("Networks=a#b;c\n #x\n");
+  EXPECT_STREQ(settings.Networks, "a#b;c");
+}
+
+TEST_F(ParseConfigFileTest, KeysIgnoreCase) {
+  Parse("nETWORKS=names\nERRORLOG=errors\n");
+  EXPECT_STREQ(settings.Networks, "names");
+  EXPECT_STREQ(settings.ErrorLog, "errors");
+}
+
+TEST_F(ParseConfigFileTest, BlanksAreNotTrimmed) {
+  Parse("Networks =a\n Networks=b\n\tNetworks=c\nErrorLog= d \n");
+  EXPECT_STREQ(settings.Networks, "");
+  EXPECT_STREQ(settings.ErrorLog, " d ");
+}
+
+TEST_F(ParseConfigFileTest, SplitIsAtTheFirstEquals) {
+  Parse("Networks=a=b=c\n");
+  EXPECT_STREQ(settings.Networks, "a=b=c");
+}
+
+TEST_F(ParseConfigFileTest, TextsAreCutToTheirFields) {
+  const std::string value(1000, 'x');
+  Parse("Networks=" + value + "\nErrorLog=" + value + "\nUserPasswords=" + value + "\nInternalIp=" + value +
+        "\nOrvellisPath=" + value + "\n");
+  EXPECT_EQ(settings.Networks, value.substr(0, 259));
+  EXPECT_EQ(settings.ErrorLog, value.substr(0, 259));
+  EXPECT_EQ(settings.UserPasswords, value.substr(0, 259));
+  EXPECT_EQ(settings.InternalIp, value.substr(0, 243));
+  EXPECT_EQ(settings.OrvellisPath, value.substr(0, 259));
+}
+
+TEST_F(ParseConfigFileTest, LinesEndAtCrLfAndByte0xFF) {
+  Parse("Networks=a\r\nErrorLog=b\rInternalIp=c\xFFUserPasswords=d\n");
+  EXPECT_STREQ(settings.Networks, "a");
+  EXPECT_STREQ(settings.ErrorLog, "b");
+  EXPECT_STREQ(settings.InternalIp, "c");
+  EXPECT_STREQ(settings.UserPasswords, "d");
+}
+
+TEST_F(ParseConfigFileTest, RestOfAnOverlongLineIsSkipped) {
+  const std::string start = std::string("#").append(kLineMax - 1, 'x');
+  Parse(start + "Networks=a\nErrorLog=b\n");
+  EXPECT_STREQ(settings.Networks, "");
+  EXPECT_STREQ(settings.ErrorLog, "b");
+}
+
+// ---- Global keys ----
+
+TEST_F(ParseConfigFileTest, NumbersAreStored) {
+  Parse(
+      "RemoteDebugEnabled=1\nPriority=7\nSmartMemoryKeepEntries=11\nSmartMemoryReclaimSize=22\n"
+      "SmartMemoryMaxMemoryToAllocate=33\nFlushToServer=44\nsearch_casesensitive=55\n");
+  EXPECT_EQ(settings.RemoteDebugEnabled, 1);
+  EXPECT_EQ(settings.priority, 7);
+  EXPECT_EQ(settings.SmartMemoryKeepEntries, 11);
+  EXPECT_EQ(settings.SmartMemoryReclaimSize, 22);
+  EXPECT_EQ(settings.SmartMemoryMaxMemoryToAllocate, 33);
+  EXPECT_EQ(settings.flushtoserver, 44);
+  EXPECT_EQ(settings.search_casesensitive, 55);
+}
+
+TEST_F(ParseConfigFileTest, NonNumberReadsZero) {
+  settings.priority = 5;
+  Parse("Priority=high\n");
+  EXPECT_EQ(settings.priority, 0);
+}
+
+TEST_F(ParseConfigFileTest, GlobalKeysReplaceTheForm) {
+  settings.debug = 9;
+  settings.priority = 9;
+  settings.flushtoserver = 9;
+  CopyText(settings.base, "http://form.example/");
+  Parse("Debug=0\nPriority=0\nFlushToServer=0\nBase=http://www.example.com/\n");
+  EXPECT_EQ(settings.debug, 0);
+  EXPECT_EQ(settings.priority, 0);
+  EXPECT_EQ(settings.flushtoserver, 0);
+  EXPECT_STREQ(settings.base, "http://www.example.com/");
+}
+
+TEST_F(ParseConfigFileTest, DebugMarksItsSource) {
+  settings.debug_sources = 1U << kLevelForm;
+  Parse("Debug=0\n");
+  EXPECT_EQ(settings.debug_sources, (1U << kLevelForm) | (1U << kLevelGlobalKey));
+}
+
+TEST_F(ParseConfigFileTest, OrvellisPathLosesOneTrailingSeparator) {
+  struct Row {
+    const char* value;
+    const char* stored;
+  };
+  for (const Row& row : {Row{"/opt/orv/", "/opt/orv"},
+                         {"/opt/orv", "/opt/orv"},
+                         {"/opt/orv//", "/opt/orv/"},
+                         {"C:\\orv\\", "C:\\orv"},
+                         {"/", ""},
+                         {"", ""}}) {
+    SCOPED_TRACE(row.value);
+    Parse(std::string("OrvellisPath=") + row.value + "\n");
+    EXPECT_STREQ(settings.OrvellisPath, row.stored);
+  }
+}
+
+TEST_F(ParseConfigFileTest, AbsentOrvellisPathGetsTheDefault) {
+  Parse("Networks=x\n");
+  EXPECT_STREQ(settings.OrvellisPath, "/orvellis");
+}
+
+TEST_F(ParseConfigFileTest, LongestBaseIsStoredAndALongerOneIgnored) {
+  const std::string longest(243, 'b');
+  Parse("Base=" + longest + "\n");
+  EXPECT_EQ(settings.base, longest);
+  Parse(std::string("Base=").append(244, 'c') + "\n");
+  EXPECT_EQ(settings.base, longest);
+}
+
+TEST_F(ParseConfigFileTest, DnsLookupOfTheFormSurvives) {
+  settings.dnslookupenabled = 1;
+  Parse("DNSLookupEnabled=0\n");
+  EXPECT_EQ(settings.dnslookupenabled, 1);
+}
+
+TEST_F(ParseConfigFileTest, DnsLookupAppliesWhileTheFormLeavesItOff) {
+  Parse("DNSLookupEnabled=1\nDNSLookupEnabled=0\n");
+  EXPECT_EQ(settings.dnslookupenabled, 1);
+}
+
+TEST_F(ParseConfigFileTest, SmartMemoryAppliesUnlessTheFormDisabledIt) {
+  settings.SmartMemoryEnabled = 1;
+  Parse("SmartMemoryEnabled=0\n");
+  EXPECT_EQ(settings.SmartMemoryEnabled, 0);
+  settings.smartmemorydisabled = 1;
+  Parse("SmartMemoryEnabled=1\n");
+  EXPECT_EQ(settings.SmartMemoryEnabled, 0);
+}
+
+TEST_F(ParseConfigFileTest, ExtraTextsReplaceThoseOfTheForm) {
+  log_SetExtraHeader(settings, "form", kLevelForm);
+  log_SetExtraFooter(settings, "account", kLevelAccount);
+  Parse("ExtraHeader=<b>a=b</b>; whole\nExtraFooter=file\n");
+  EXPECT_STREQ(settings.extra_header, "<b>a=b</b>; whole");
+  EXPECT_STREQ(settings.extra_footer, "account");
+}
+
+TEST_F(ParseConfigFileTest, LongExtraHeaderIsKeptWhole) {
+  const std::string text(kLineMax - 12, 'h');
+  Parse("ExtraHeader=" + text + "\n");
+  EXPECT_EQ(settings.extra_header, text);
+}
+
+TEST_F(ParseConfigFileTest, DateFormatBeatsTheForm) {
+  SuperLog_SetDateFormat("YMD", kLevelForm);
+  Parse("DateFormat=DMY\n");
+  EXPECT_EQ(SuperLog_GetDateFormat(), 1);
+}
+
+TEST_F(ParseConfigFileTest, AccountLineBeatsDateFormatInEitherOrder) {
+  Parse("user=ann;dateformat=YMD\nDateFormat=DMY\n");
+  EXPECT_EQ(SuperLog_GetDateFormat(), 6);
+  ResetSuperLog();
+  Parse("DateFormat=DMY\nuser=ann;dateformat=YMD\n");
+  EXPECT_EQ(SuperLog_GetDateFormat(), 6);
+}
+
+TEST_F(ParseConfigFileTest, SearchLinesDefineEnginesInOrder) {
+  const int before = mEnginesCount;
+  Parse(
+      "search=Finder;url=http://finder.example/;domain=.finder.example;vars=q,query\n"
+      "SEARCH=Seeker;domain=seeker.example;vars=s\nsearch=nothing\n");
+  ASSERT_EQ(mEnginesCount, before + 2);
+  const SearchEngine* engine = mpEngineHead;
+  for (int i = 0; i < before; ++i) {
+    engine = engine->next;
+  }
+  EXPECT_STREQ(engine->name, "Finder");
+  EXPECT_STREQ(engine->url, "http://finder.example/");
+  EXPECT_STREQ(engine->domains->name, ".finder.example");
+  EXPECT_STREQ(engine->next->name, "Seeker");
+}
+
+// ---- User accounts ----
+
+TEST_F(ParseConfigFileTest, AccountIsFoundIgnoringCase) {
+  EXPECT_TRUE(Parse("USER=Ann;title=Ann's site\n"));
+  EXPECT_STREQ(settings.title, "Ann's site");
+}
+
+TEST_F(ParseConfigFileTest, SemicolonMustFollowTheNameDirectly) {
+  for (const char* line : {"user=anne;title=x", "user=an;title=x", "user=ann", "user=ann ;title=x",
+                           "user= ann;title=x", "user=;title=x"}) {
+    SCOPED_TRACE(line);
+    EXPECT_FALSE(Parse(line));
+    EXPECT_STREQ(settings.title, "");
+  }
+}
+
+TEST_F(ParseConfigFileTest, EmptyUserNameMatchesAnEmptyAccount) {
+  CopyText(settings.username, "");
+  EXPECT_FALSE(Parse("user=ann;title=x\n"));
+  EXPECT_TRUE(Parse("user=;title=x\n"));
+}
+
+TEST_F(ParseConfigFileTest, LongestUserNameIsFound) {
+  const std::string name(99, 'n');
+  CopyText(settings.username, name);
+  EXPECT_TRUE(Parse("user=" + name + ";\n"));
+  EXPECT_FALSE(Parse("user=" + name + "n;\n"));
+}
+
+TEST_F(ParseConfigFileTest, EveryUserLineIsCounted) {
+  Parse("user=bob;\nuser=ann;\n#user=old;\nuser=cid\n");
+  EXPECT_EQ(settings.account_count, 3);
+}
+
+TEST_F(ParseConfigFileTest, OtherAccountsAreSkipped) {
+  EXPECT_TRUE(Parse("user=bob;title=Bob\nuser=ann;subdirs=1\nuser=cid;title=Cid\n"));
+  EXPECT_STREQ(settings.title, "");
+  EXPECT_EQ(settings.subdirs, 1);
+}
+
+TEST_F(ParseConfigFileTest, UserNameIsInserted) {
+  Parse("user=ann;logs=/home/%user%/logs/*.log;find=/%user%/%user%/\n");
+  EXPECT_STREQ(settings.logs, "/home/ann/logs/*.log");
+  EXPECT_STREQ(settings.find_account, "/ann/ann/");
+}
+
+TEST_F(ParseConfigFileTest, SeveralLinesOfTheAccountApplyInOrder) {
+  EXPECT_TRUE(Parse("user=ann;title=first;subdirs=1\nuser=ann;title=second\n"));
+  EXPECT_STREQ(settings.title, "second");
+  EXPECT_EQ(settings.subdirs, 1);
+}
+
+TEST_F(ParseConfigFileTest, GlobalKeysApplyOnBothSidesOfTheAccount) {
+  EXPECT_TRUE(Parse("Networks=a\nuser=ann;title=x\nErrorLog=b\n"));
+  EXPECT_STREQ(settings.Networks, "a");
+  EXPECT_STREQ(settings.ErrorLog, "b");
+}
+
+TEST_F(ParseConfigFileTest, SmartParsingStopsBehindTheAccount) {
+  EXPECT_TRUE(Parse("SmartParsing=1\nuser=bob;\nNetworks=a\nuser=ann;title=x\nErrorLog=b\nuser=cid;\n"));
+  EXPECT_STREQ(settings.title, "x");
+  EXPECT_STREQ(settings.Networks, "a");
+  EXPECT_STREQ(settings.ErrorLog, "");
+  EXPECT_EQ(settings.account_count, 2);
+}
+
+TEST_F(ParseConfigFileTest, SmartParsingBelowTheAccountStopsThere) {
+  EXPECT_TRUE(Parse("user=ann;\nNetworks=a\nSmartParsing=1\nErrorLog=b\n"));
+  EXPECT_STREQ(settings.Networks, "a");
+  EXPECT_STREQ(settings.ErrorLog, "");
+}
+
+TEST_F(ParseConfigFileTest, SmartParsingWithoutTheAccountReadsOn) {
+  EXPECT_FALSE(Parse("SmartParsing=1\nuser=bob;\nErrorLog=b\n"));
+  EXPECT_STREQ(settings.ErrorLog, "b");
+}
+
+TEST_F(ParseConfigFileTest, SmartParsingOfZeroReadsOn) {
+  EXPECT_TRUE(Parse("SmartParsing=1\nSmartParsing=0\nuser=ann;\nErrorLog=b\n"));
+  EXPECT_STREQ(settings.ErrorLog, "b");
+}
+
+TEST_F(ParseConfigFileTest, StoppingEarlyStillCompletesOrvellisPath) {
+  Parse("SmartParsing=1\nOrvellisPath=/pictures/\nuser=ann;\n");
+  EXPECT_STREQ(settings.OrvellisPath, "/pictures");
+}
+
+TEST_F(ParseConfigFileTest, AccountReplacesTheFormsParameters) {
+  CopyText(settings.title, "form");
+  settings.requests = {.on = 1, .top = 5, .greater = 0, .top_is_percent = 0};
+  Parse("user=ann;title=account;requests=0,20\n");
+  EXPECT_STREQ(settings.title, "account");
+  EXPECT_EQ(settings.requests.on, 0);
+  EXPECT_EQ(settings.requests.top, 20);
+}
+
+TEST_F(ParseConfigFileTest, BinaryJunkIsIgnored) {
+  std::string junk;
+  for (unsigned i = 0; i < 100000; ++i) {
+    junk += static_cast<char>((i * 2654435761U) >> 24);
+  }
+  EXPECT_TRUE(Parse(junk + "\nuser=ann;title=x\n"));
+  EXPECT_STREQ(settings.title, "x");
+}
