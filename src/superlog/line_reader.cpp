@@ -1,14 +1,289 @@
 #include "superlog/line_reader.h"
-char* mpLine = nullptr;
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "base/text.h"
+#include "superlog/byte_scan.h"
+
+static constexpr char kCr = '\r';
+static constexpr char kLf = '\n';
+static constexpr int kEndOfFile = -1;
+
+static char mNoLine[kScanOverread];
+char* mpLine = mNoLine;
+char* mpLineEnd = mNoLine;
 uint32_t mLineLen = 0;
-bool OpenLog(const char*) { return false; }
-void CloseLog() {}
-bool IsLogOpen() { return false; }
-void ReadLineFromBigBuf() {}
-void ReadLine() {}
-int ReadRestOfLine() { return -1; }
-bool SeekLog(int64_t) { return false; }
-int64_t TellLog() { return 0; }
-void TrimEolChars(char*) {}
-SuperLong TotalLogBytesRead() { return {}; }
-void ResetLineReader() {}
+
+// The open file.
+static int mhFile = -1;
+static bool mIsRegularFile = false;
+static SuperLong mTotalLogBytesRead;
+
+// The block reader's window. A line that crosses the window's end is moved to
+// the room in front of it before the next window is read; such a piece is never
+// longer than kLineMax. Behind the window is room for the NUL of a last line
+// without end-of-line character.
+static constexpr size_t kRoomInFront = 2048;
+static_assert(kRoomInFront > kLineMax && kBigBufSize % kBlockSize == 0);
+static char mBigBuf[kRoomInFront + kBigBufSize + kScanOverread];
+static char* const mpWindow = mBigBuf + kRoomInFront;
+static char* mpBigBufCurPos = mpWindow;   // next unread byte
+static char* mpBigBufLastPos = mpWindow;  // one past the last valid byte
+static char* mpCountedTo = mpWindow;      // end of the last block that was counted
+static int64_t mWindowOffset = 0;         // where in the file the next window begins
+
+// The nearest positions of the bytes that matter, each searched for once and
+// kept until the reading has passed it: a window without CR, 0xFF or NUL costs
+// one fast search for each of them, however many lines it holds.
+struct NextByte {
+  char value;
+  char* at;  // mpBigBufLastPos when there is none
+};
+static NextByte mNextLf = {kLf, mBigBuf};
+static NextByte mNextCr = {kCr, mBigBuf};
+static NextByte mNextFF = {'\xFF', mBigBuf};
+static NextByte mNextNul = {'\0', mBigBuf};
+
+// The plain reader's buffer and line.
+static char mPlainBuf[4096];
+static char* mpPlainCurPos = mPlainBuf;
+static char* mpPlainLastPos = mPlainBuf;
+static int64_t mPlainOffset = 0;  // where in the file mpPlainLastPos is
+static char mLineBuf[kLineMax + 1 + kScanOverread];
+
+// --- The file ---------------------------------------------------------------
+
+bool OpenLog(const char* path) {
+  CloseLog();
+  // Without O_NONBLOCK, opening a named pipe would wait for a writer.
+  mhFile = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+  if (mhFile < 0) {
+    return false;
+  }
+  struct stat info;
+  mIsRegularFile = fstat(mhFile, &info) == 0 && S_ISREG(info.st_mode);
+  return true;
+}
+
+void CloseLog() {
+  if (mhFile >= 0) {
+    close(mhFile);
+  }
+  mhFile = -1;
+  mIsRegularFile = false;
+  mpBigBufCurPos = mpBigBufLastPos = mpCountedTo = mpWindow;
+  mWindowOffset = 0;
+  mpPlainCurPos = mpPlainLastPos = mPlainBuf;
+  mPlainOffset = 0;
+}
+
+bool IsLogOpen() {
+  return mhFile >= 0;
+}
+
+void ResetLineReader() {
+  CloseLog();
+  mTotalLogBytesRead = {};
+  mpLine = mpLineEnd = mNoLine;
+  mLineLen = 0;
+}
+
+SuperLong TotalLogBytesRead() {
+  return mTotalLogBytesRead;
+}
+
+// Reads size bytes at offset, fewer only at the end of the data.
+static size_t ReadAt(char* dst, size_t size, int64_t offset) {
+  size_t got = 0;
+  while (mIsRegularFile && got < size) {
+    const ssize_t n = pread(mhFile, dst + got, size - got, offset + static_cast<int64_t>(got));
+    if (n > 0) {
+      got += static_cast<size_t>(n);
+    } else if (n == 0 || errno != EINTR) {
+      break;
+    }
+  }
+  return got;
+}
+
+// --- The block reader -------------------------------------------------------
+
+// Counts the blocks that hold the bytes before a position of the window.
+static void CountBlocksTo(const char* position) {
+  while (mpCountedTo < position) {
+    const auto block = std::min<size_t>(kBlockSize, static_cast<size_t>(mpBigBufLastPos - mpCountedTo));
+    SuperLongAdd(mTotalLogBytesRead, static_cast<uint32_t>(block));
+    mpCountedTo += block;
+  }
+}
+
+// Called when a byte behind the window is needed: reads the next window and
+// moves the unread bytes in front of it. False at the end of the data.
+static bool RefreshBigBuf() {
+  CountBlocksTo(mpBigBufLastPos);
+  if (mpBigBufLastPos != mpWindow && mpBigBufLastPos != mpWindow + kBigBufSize) {
+    return false;  // a short window was the last one
+  }
+  const auto unread = static_cast<size_t>(mpBigBufLastPos - mpBigBufCurPos);
+  memmove(mpWindow - unread, mpBigBufCurPos, unread);
+  const size_t size = ReadAt(mpWindow, kBigBufSize, mWindowOffset);
+  mWindowOffset += static_cast<int64_t>(size);
+  mpBigBufCurPos = mpWindow - unread;
+  mpBigBufLastPos = mpWindow + size;
+  mpCountedTo = mpWindow;
+  for (NextByte* next : {&mNextLf, &mNextCr, &mNextFF, &mNextNul}) {
+    next->at = mBigBuf;
+  }
+  return size > 0;
+}
+
+static char* Find(NextByte& next, char* from) {
+  if (next.at < from) {
+    void* found =
+        memchr(from, static_cast<unsigned char>(next.value), static_cast<size_t>(mpBigBufLastPos - from));
+    next.at = found != nullptr ? static_cast<char*>(found) : mpBigBufLastPos;
+  }
+  return next.at;
+}
+
+static char* FindCrOrLf(char* from) {
+  return std::min(Find(mNextLf, from), Find(mNextCr, from));
+}
+
+// Skips empty lines and the second half of CR LF pairs. False at the end.
+static bool SkipEolChars() {
+  for (;;) {
+    while (mpBigBufCurPos < mpBigBufLastPos) {
+      if (*mpBigBufCurPos != kCr && *mpBigBufCurPos != kLf) {
+        return true;
+      }
+      ++mpBigBufCurPos;
+    }
+    if (!RefreshBigBuf()) {
+      return false;
+    }
+  }
+}
+
+// The length of the line that begins at the current position, at most
+// kLineMax + 1, which means that it is over-long.
+static size_t MeasureLine() {
+  for (;;) {
+    char* const second = mpBigBufCurPos + 1;
+    // deliberate: 0xFF ends a line as the end of the file does, unless it is the line's first character
+    char* const stop = std::min(FindCrOrLf(second), Find(mNextFF, second));
+    const auto length = static_cast<size_t>(stop - mpBigBufCurPos);
+    if (length > kLineMax) {
+      return kLineMax + 1;
+    }
+    if (stop != mpBigBufLastPos || !RefreshBigBuf()) {
+      return length;
+    }
+  }
+}
+
+// Discards up to and including the next CR or LF. Returns the last character
+// consumed, -1 at the end of the data.
+static int ReadRestOfLineFromBigBuf() {
+  for (;;) {
+    char* const stop = FindCrOrLf(mpBigBufCurPos);
+    if (stop != mpBigBufLastPos) {
+      mpBigBufCurPos = stop + 1;
+      return *stop;
+    }
+    mpBigBufCurPos = stop;
+    if (!RefreshBigBuf()) {
+      return kEndOfFile;
+    }
+  }
+}
+
+void ReadLineFromBigBuf() {
+  mpLine = mpLineEnd = mNoLine;
+  mLineLen = 0;
+  if (!SkipEolChars()) {
+    return;
+  }
+  const size_t length = MeasureLine();
+  const size_t kept = std::min(length, kLineMax);
+  mLineLen = static_cast<uint32_t>(kept);
+  mpLine = mpBigBufCurPos;
+  mpLineEnd = std::min(Find(mNextNul, mpLine), mpLine + kept);
+  mpBigBufCurPos = std::min(mpLine + kept + 1, mpBigBufLastPos);
+  if (length > kLineMax) {
+    // Discarding the rest may read the next window over the line.
+    mpLineEnd = mLineBuf + (mpLineEnd - mpLine);
+    mpLine = static_cast<char*>(memcpy(mLineBuf, mpLine, kept));
+    ReadRestOfLineFromBigBuf();
+  }
+  mpLine[kept] = '\0';
+  CountBlocksTo(mpBigBufCurPos);
+}
+
+// --- The plain reader -------------------------------------------------------
+
+static int NextChar() {
+  if (mpPlainCurPos == mpPlainLastPos) {
+    const size_t size = ReadAt(mPlainBuf, sizeof mPlainBuf, mPlainOffset);
+    mPlainOffset += static_cast<int64_t>(size);
+    mpPlainCurPos = mPlainBuf;
+    mpPlainLastPos = mPlainBuf + size;
+    if (size == 0) {
+      return kEndOfFile;
+    }
+  }
+  return static_cast<unsigned char>(*mpPlainCurPos++);
+}
+
+static bool EndsLine(int c) {
+  return c == kCr || c == kLf || c == kEndOfFile;
+}
+
+int ReadRestOfLine() {
+  int c = NextChar();
+  while (!EndsLine(c)) {
+    c = NextChar();
+  }
+  return c;
+}
+
+void ReadLine() {
+  int c = NextChar();
+  while (c == kCr || c == kLf) {
+    c = NextChar();
+  }
+  uint32_t length = 0;
+  for (; !EndsLine(c) && length < kLineMax; c = NextChar()) {
+    mLineBuf[length++] = static_cast<char>(c);
+  }
+  if (!EndsLine(c)) {
+    ReadRestOfLine();
+  }
+  mLineBuf[length] = '\0';
+  mLineLen = length;
+  mpLine = mLineBuf;
+  mpLineEnd = FindByte(mLineBuf, mLineBuf + length, '\0');
+}
+
+bool SeekLog(int64_t offset) {
+  if (mhFile < 0 || offset < 0) {
+    return false;
+  }
+  mpPlainCurPos = mpPlainLastPos = mPlainBuf;
+  mPlainOffset = offset;
+  return true;
+}
+
+int64_t TellLog() {
+  return mPlainOffset - (mpPlainLastPos - mpPlainCurPos);
+}
+
+void TrimEolChars(char* text) {
+  text[strcspn(text, "\r\n")] = '\0';
+}

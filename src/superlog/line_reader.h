@@ -4,6 +4,9 @@
 // state, so nothing here is reentrant. The current line stays valid, and may be
 // written to, until the next read.
 //
+// Blocks are the unit in which bytes are counted; the file is read in windows
+// of several blocks, and lines are delivered where they lie in the window.
+//
 // Limits callers rely on: a line keeps its first kLineMax (1535) characters and
 // the rest of it is dropped; empty lines are never delivered; length 0 means
 // end of file.
@@ -14,13 +17,20 @@
 
 #include "superlog/super_long.h"
 
+inline constexpr size_t kBlockSize = 8192;              // bytes are counted in blocks of this size
+inline constexpr size_t kBigBufSize = 16 * kBlockSize;  // and read from the file in windows of this size
+
 // The current line without its end-of-line characters, NUL-terminated at
-// mLineLen (a NUL byte of the log may end its text earlier).
+// mLineLen. A NUL byte of the log ends its text earlier: mpLineEnd is the first
+// NUL. At least kScanOverread bytes from mpLineEnd on can be read.
 extern char* mpLine;
+extern char* mpLineEnd;
 extern uint32_t mLineLen;
 
-// Opens a log file for reading; false when it cannot be opened. The block
-// buffer starts empty.
+// Opens a log file for reading, after closing the one that was open; false when
+// it cannot be opened. Both readers begin at its start. What is no regular file
+// (a folder, a device, a named pipe) opens and yields no lines; opening never
+// waits.
 bool OpenLog(const char* path);
 
 // Closes the open file, if any, and empties the block buffer.
@@ -28,27 +38,34 @@ void CloseLog();
 
 bool IsLogOpen();
 
-// Makes the next non-empty line current (mLineLen 0 at the end of the file),
-// through the block buffer. CR, LF, a 0xFF byte after the first character, and
-// the end of the file end a line. A read error looks like the end of the file.
+// Makes the next non-empty line current (mLineLen 0 at the end of the file, or
+// when none is open), through the block buffer. CR, LF, a 0xFF byte after the
+// first character, and the end of the file end a line; of the rest of an
+// over-long line only CR, LF and the end of the file. A read error looks like
+// the end of the file.
 void ReadLineFromBigBuf();
 
 // The same without block buffer and byte counter, where 0xFF is an ordinary
-// character. For files of which few lines are read or that are positioned.
+// character. For files of which few lines are read or that are positioned. The
+// two readers have positions of their own in the file.
 void ReadLine();
 
 // Discards up to and including the next CR or LF; returns the last character
 // consumed, -1 at the end of the file. Goes with ReadLine.
 int ReadRestOfLine();
 
-// Position of the plain reader in the file, for ReadLine.
+// Position of ReadLine in the file, in bytes from its start. False for a
+// negative position (nothing changes) and when no file is open; a position
+// behind the end is allowed and reads as the end.
 bool SeekLog(int64_t offset);
 int64_t TellLog();
 
 // Cuts a text at its first CR or LF.
 void TrimEolChars(char* text);
 
-// Bytes delivered by the block buffer since the start of the run.
+// Bytes delivered by the block buffer since the start of the run: whole blocks
+// (the last of a file may be short), counted when their first byte is needed.
 SuperLong TotalLogBytesRead();
 
+// Closes the open file and returns the counter to zero.
 void ResetLineReader();

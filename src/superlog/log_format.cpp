@@ -1,14 +1,269 @@
 #include "superlog/log_format.h"
+
+#include <cstdio>
+#include <cstring>
+#include <span>
+#include <string_view>
+
+#include "superlog/field_splitter.h"
+#include "superlog/line_reader.h"
 #include "superlog/superlog.h"
-char mKnownFormatBuf[244];
+
+char mKnownFormatBuf[kTextSize];
 bool mFormatKnown = false;
-int mCurLogFormat = 0;
-void ResetFileFormat() {}
-void ResetLogFormat() {}
-void SetFormatDebug(bool) {}
-void TrimLogFormat(char*) {}
-bool GrokLineFormat() { return false; }
-void GrokW3cLine() {}
-void GrokWebStarLine() {}
-void GrokNetscapeLine() {}
-void SuperLog_SetLogFormat(const char*, int) {}
+int mCurLogFormat = kFamilyNone;
+
+static char mSpecialLogFormatBuf[kTextSize];  // the user's layout
+static int mLogFormatSource = 0;              // 0 = there is none
+static bool mDebug = false;
+
+// --- Field names of header lines --------------------------------------------
+
+struct FieldName {
+  std::string_view name;
+  char letter;
+};
+
+// Matched ignoring case.
+static constexpr FieldName kW3cIisNames[] = {
+    {"c-ip", 'h'},        {"c-username", 'w'},  {"cs-username", 'w'},    {"cs-uri-query", 'e'},
+    {"cs-uri-stem", 'x'}, {"cs(Referer)", 'f'}, {"cs(User-Agent)", 'a'}, {"date", '3'},
+    {"s-ip", 'm'},        {"sc-bytes", 'c'},    {"sc-status", 'r'},      {"time", '9'},
+};
+
+// Matched ignoring case in W3C logs of WebSTAR 2.1, exactly in its own.
+static constexpr FieldName kWebStarNames[] = {
+    {"DATE", '2'},        {"TIME", '9'},           {"RESULT", 'k'},      {"HOSTNAME", 'h'},
+    {"URL", 'x'},         {"BYTES_SENT", 'c'},     {"AGENT", 'a'},       {"BYTES", 'c'},
+    {"CS-HOST", 'n'},     {"CS-IP", 'p'},          {"CS-STATUS", 'r'},   {"CS-URI", 'x'},
+    {"REFERER", 'f'},     {"SEARCH_ARGS", 'e'},    {"USER", 'w'},        {"C-DNS", 'n'},
+    {"C-IP", 'p'},        {"C-URI-QUERY", 'e'},    {"CS-URI-STEM", 'x'}, {"SC-STATUS", 'r'},
+    {"CS(REFERER)", 'f'}, {"CS(USER-AGENT)", 'a'},
+};
+
+// What WebSTAR's own logs have besides, matched exactly.
+static constexpr FieldName kNativeNames[] = {
+    {"CS(HOST)", 'm'}, {"CS-URI-QUERY", 'e'}, {"RESULT_CODE", 'r'}, {"HOST", 'm'}, {"CONNECTION_NAME", 'm'},
+};
+
+// Matched exactly.
+static constexpr FieldName kNetscapeNames[] = {
+    {"%Ses->client.ip%", 'h'},
+    {"%SYSDATE%", '1'},
+    {"%Req->reqpb.clf-request%", 'q'},
+    {"%Req->srvhdrs.clf-status%", 'r'},
+    {"%Req->srvhdrs.content-length%", 'c'},
+    {"%Req->headers.referer%", 'f'},
+    {"%Req->headers.user-agent%", 'a'},
+    {"%Req->vars.auth-user%", 'w'},
+    {"%Req->vars.p2c-cl%", 'c'},
+    {"%Req->reqpb.proxy-request%", 'q'},
+    {"%Req->vars.pauth-user%", 'w'},
+    {"%Req->reqpb.uri%", 'u'},
+    {"%Req->reqpb.query%", 'e'},
+};
+
+static bool EqualExactly(std::string_view a, std::string_view b) {
+  return a == b;
+}
+
+static constexpr char kSkipField = '?';
+
+static char FindLetter(std::span<const FieldName> names, std::string_view name,
+                       bool (*equal)(std::string_view, std::string_view)) {
+  for (const FieldName& known : names) {
+    if (equal(known.name, name)) {
+      return known.letter;
+    }
+  }
+  return kSkipField;
+}
+
+static char W3cIisLetter(std::string_view name) {
+  return FindLetter(kW3cIisNames, name, EqualIgnoreCase);
+}
+
+static char W3cWebStarLetter(std::string_view name) {
+  return FindLetter(kWebStarNames, name, EqualIgnoreCase);
+}
+
+static char NativeLetter(std::string_view name) {
+  const char letter = FindLetter(kWebStarNames, name, EqualExactly);
+  return letter != kSkipField ? letter : FindLetter(kNativeNames, name, EqualExactly);
+}
+
+static char NativeLogFormatLetter(std::string_view name) {
+  return name == "DATE" ? '5' : NativeLetter(name);
+}
+
+static char NativeFieldsLetter(std::string_view name) {
+  return name == "DATE" ? '3' : name == "RESULT" ? 'r' : NativeLetter(name);
+}
+
+static char NetscapeLetter(std::string_view name) {
+  return FindLetter(kNetscapeNames, name, EqualExactly);
+}
+
+// --- The known layout ---------------------------------------------------------
+
+void ResetFileFormat() {
+  mKnownFormatBuf[0] = '\0';
+  mFormatKnown = false;
+  mCurLogFormat = kFamilyNone;
+}
+
+void ResetLogFormat() {
+  ResetFileFormat();
+  mSpecialLogFormatBuf[0] = '\0';
+  mLogFormatSource = 0;
+  mDebug = false;
+}
+
+void SetFormatDebug(bool debug) {
+  mDebug = debug;
+}
+
+void SuperLog_SetLogFormat(const char* format, int source) {
+  if (format == nullptr || source < mLogFormatSource || strlen(format) >= sizeof mSpecialLogFormatBuf ||
+      (format[0] != 'S' && format[0] != 'T' && format[0] != 'C')) {
+    return;
+  }
+  CopyText(mSpecialLogFormatBuf, format);
+  mLogFormatSource = source;
+  TrimLogFormat(mSpecialLogFormatBuf);
+}
+
+void TrimLogFormat(char* format) {
+  size_t length = strlen(format);
+  while (length > 0 && (format[length - 1] == ' ' || format[length - 1] == kSkipField)) {
+    format[--length] = '\0';
+  }
+}
+
+static void SetFamily(LogFamily family, const char* label) {
+  mCurLogFormat = family;
+  if (mDebug) {
+    printf("%s<br>", label);
+  }
+}
+
+static void SetKnownFormat(const char* format) {
+  CopyText(mKnownFormatBuf, format);
+  mFormatKnown = true;
+}
+
+static std::string_view CurrentLine() {
+  return {mpLine, static_cast<size_t>(mpLineEnd - mpLine)};
+}
+
+// Makes the known layout of the field names that follow the first `skip`
+// characters of the current line, whatever these are.
+static void TakeFieldNames(char separator, size_t skip, char (*letter_of)(std::string_view)) {
+  char format[kTextSize] = {separator};
+  size_t count = 1;
+  FieldCursor cursor = {mpLine + CurrentLine().substr(0, skip).size(), mpLineEnd, nullptr, 0};
+  while (cursor.next != cursor.end && count < kTextMax) {
+    ParseField(cursor);
+    format[count++] = letter_of({cursor.value, cursor.length});
+  }
+  TrimLogFormat(format);
+  SetKnownFormat(format);
+}
+
+// --- Header lines -------------------------------------------------------------
+
+static constexpr std::string_view kFieldsHeader = "#Fields:";
+static constexpr std::string_view kLogFormatHeader = "!!LOG_FORMAT ";
+static constexpr std::string_view kNetscapeHeader = "format=";
+
+static bool IsW3cFile() {
+  return mCurLogFormat == kFamilyW3cIis || mCurLogFormat == kFamilyW3cWebStar;
+}
+
+void GrokW3cLine() {
+  const std::string_view line = CurrentLine();
+  if (line.starts_with("#Software: Microsoft Internet Information Serv") ||
+      line.starts_with("#Software: Dolphin Speedstar")) {
+    SetFamily(kFamilyW3cIis, "W3C: IIS4");
+  } else if (line.starts_with("#Software: WebSTAR/2.1")) {
+    SetFamily(kFamilyW3cWebStar, "W3C: WebStar 2.1");
+  } else if (IsW3cFile() && line.starts_with(kFieldsHeader)) {
+    if (mCurLogFormat == kFamilyW3cIis) {
+      TakeFieldNames('S', kFieldsHeader.size() + 1, W3cIisLetter);
+    } else {
+      TakeFieldNames('T', kFieldsHeader.size() + 1, W3cWebStarLetter);
+    }
+  }
+}
+
+void GrokWebStarLine() {
+  const std::string_view line = CurrentLine();
+  if (line.starts_with("!!LOG_FORMAT COMMON_LOG_FORMAT")) {
+    SetFamily(kFamilyWebStar, "WebStar CLF/ELF");
+    SetKnownFormat(LOG_FORMAT_STR_ELF);
+  } else if (IsW3cFile()) {
+    return;
+  } else if (line.starts_with(kLogFormatHeader)) {
+    SetFamily(kFamilyWebStar, "WebStar LogFormat");
+    TakeFieldNames('T', kLogFormatHeader.size(), NativeLogFormatLetter);
+  } else if (line.starts_with(kFieldsHeader)) {
+    SetFamily(kFamilyWebStarFields, "WebStar Fields");
+    TakeFieldNames('T', kFieldsHeader.size() + 1, NativeFieldsLetter);
+  }
+}
+
+void GrokNetscapeLine() {
+  const std::string_view line = CurrentLine();
+  if (!line.starts_with(kNetscapeHeader) || line.find('\t') != std::string_view::npos) {
+    return;
+  }
+  SetFamily(kFamilyNetscape, "Netscape");
+  TakeFieldNames('S', kNetscapeHeader.size(), NetscapeLetter);
+}
+
+// --- Data lines ---------------------------------------------------------------
+
+struct Separators {
+  int spaces, tabs, commas;
+};
+
+static Separators CountSeparators(std::string_view line) {
+  Separators count = {};
+  for (const char c : line) {
+    count.spaces += c == ' ';
+    count.tabs += c == '\t';
+    count.commas += c == ',';
+  }
+  return count;
+}
+
+static void TakeGuess(LogFamily family, const char* label, const char* format) {
+  SetFamily(family, label);
+  SetKnownFormat(format);
+}
+
+static void TakeUserFormat() {
+  char label[sizeof "Specified: " + kTextSize];
+  snprintf(label, sizeof label, "Specified: %s", mSpecialLogFormatBuf);
+  TakeGuess(kFamilyUser, label, mSpecialLogFormatBuf);
+}
+
+bool GrokLineFormat() {
+  if (mLogFormatSource != 0) {
+    TakeUserFormat();
+    return true;
+  }
+  const Separators count = CountSeparators(CurrentLine());
+  if (count.commas > 14) {
+    TakeGuess(kFamilyIis, "IIS/PWS", LOG_FORMAT_STR_IIS);
+  } else if (count.tabs == 12) {
+    TakeGuess(kFamilyWebSite, "WebSite Windows Log Format", LOG_FORMAT_STR_WLF);
+  } else if (count.tabs == 5) {
+    TakeGuess(kFamilyMacHttp, "WebSTAR/MacHTTP", LOG_FORMAT_STR_MacHTTP);
+  } else if (count.spaces >= 6) {
+    TakeGuess(kFamilyClf, "CLF/ELF", LOG_FORMAT_STR_ELF);
+  } else {
+    return false;
+  }
+  return true;
+}

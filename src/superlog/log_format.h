@@ -1,8 +1,14 @@
 // Recognises a log file's layout and holds it as a format string: a separator
 // letter ("S" space, "T" tab, "C" comma) followed by one letter per field.
+//
+// A layout comes from header lines in the file, else from the user, else from
+// the number of separators in the first data line. It holds until the next
+// header line or the end of the file.
 #pragma once
 
-// Format families, with their debug labels in log_format.cpp.
+#include "base/text.h"
+
+// Format families; each is announced in debug runs when a line sets it.
 enum LogFamily : int {
   kFamilyNone = 0,
   kFamilyWebStar = 1,
@@ -17,24 +23,36 @@ enum LogFamily : int {
   kFamilyClf = 10,
 };
 
-extern char mKnownFormatBuf[244];  // layout of the current file, valid while mFormatKnown
+inline constexpr const char* LOG_FORMAT_STR_CLF = "Shmw1qrc";
+inline constexpr const char* LOG_FORMAT_STR_ELF = "Shmw1qrcfa";
+inline constexpr const char* LOG_FORMAT_STR_WLF = "T4h?mw?uf?arc?";
+inline constexpr const char* LOG_FORMAT_STR_IIS = "Chw29v?m??cr??xefa";
+inline constexpr const char* LOG_FORMAT_STR_MacHTTP = "T29khxc";
+
+extern char mKnownFormatBuf[kTextSize];  // layout of the current file, valid while mFormatKnown
 extern bool mFormatKnown;
 extern int mCurLogFormat;  // a LogFamily
 
 // Forgets the current file's layout; a user's layout stays.
 void ResetFileFormat();
 
-// Forgets the user's layout, too, and takes the debug switch for labels.
+// Forgets the user's layout and the debug switch, too.
 void ResetLogFormat();
+
+// Whether a recognised family is printed, as the last cell of a table row.
 void SetFormatDebug(bool debug);
 
 // Removes trailing spaces and "?" letters.
 void TrimLogFormat(char* format);
 
-// Each looks at the line reader's current line. GrokLineFormat guesses the
-// layout from a data line and returns whether one is known now; the others read
-// header lines and set the layout when they understand them.
+// Guesses the layout from the line reader's current line, a data line. Returns
+// whether one is known now. A user's layout is always taken.
 bool GrokLineFormat();
+
+// Each reads the line reader's current line, a header line, and sets family or
+// layout when it understands it; other lines change nothing. The line is split
+// in place. Layouts are cut to the capacity of mKnownFormatBuf. A W3C file's
+// "#Fields:" belongs to GrokW3cLine, which must be called after GrokWebStarLine.
 void GrokW3cLine();
 void GrokWebStarLine();
 void GrokNetscapeLine();

@@ -1,2 +1,322 @@
+#include "superlog/log_line.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "base/url_decode.h"
+#include "dates/local_time.h"
+#include "superlog/byte_scan.h"
+#include "superlog/field_splitter.h"
+#include "superlog/line_reader.h"
+#include "superlog/log_dates.h"
+#include "superlog/log_format.h"
 #include "superlog/superlog.h"
-bool SuperLog_ParseNextLine(SuperLogRecord&) { return false; }
+
+static char mCombinedUrl[kTextSize + kScanOverread];
+
+// --- Single values ------------------------------------------------------------
+
+// The views of this file look into the line buffer or mCombinedUrl.
+static char* Writable(std::string_view text) {
+  return const_cast<char*>(text.data());
+}
+
+static const char* EndOf(std::string_view text) {
+  return text.data() + text.size();
+}
+
+static bool IsAbsent(std::string_view text) {
+  return text.data() == nullptr;
+}
+
+static bool IsDash(std::string_view text) {
+  return text.size() == 1 && text[0] == '-';
+}
+
+static void CutTo(std::string_view& text, size_t length) {
+  Writable(text)[length] = '\0';
+  text = {text.data(), length};
+}
+
+static void CutAt(std::string_view& text, char c) {
+  CutTo(text, static_cast<size_t>(FindByte(text.data(), EndOf(text), c) - text.data()));
+}
+
+void TrimFullRequest(std::string_view& request) {
+  const char* const end = EndOf(request);
+  const char* const space = FindByte(request.data(), end, ' ');
+  if (space != end) {
+    request = {space + 1, static_cast<size_t>(end - space - 1)};
+    CutAt(request, ' ');
+  }
+}
+
+int32_t TranslateWebStarResultCode(std::string_view word) {
+  return word.starts_with("OK") ? 200 : word.starts_with("PR") ? 403 : 404;
+}
+
+void TrimPort(std::string_view& host) {
+  CutAt(host, ':');
+}
+
+void TrimTrailingDot(std::string_view& host) {
+  if (host.ends_with('.')) {
+    CutTo(host, host.size() - 1);
+  }
+}
+
+// As ToInt. Nearly all numbers of a log are a few plain digits.
+static int32_t ToNumber(std::string_view text) {
+  constexpr size_t kSafeDigits = 9;
+  if (text.size() > kSafeDigits) {
+    return ToInt(text.data());
+  }
+  int32_t number = 0;
+  for (const char c : text) {
+    const int digit = c - '0';
+    if (digit < 0 || digit > 9) {
+      return ToInt(text.data());
+    }
+    number = number * 10 + digit;
+  }
+  return number;
+}
+
+static void DropIfNothing(std::string_view& text) {
+  if (text.empty() || IsDash(text)) {
+    text = {};
+  }
+}
+
+// --- From fields to a record --------------------------------------------------
+
+// What a line gives besides the fields of its record.
+struct LineParts {
+  std::string_view host_name;     // used when the line has no host field
+  std::string_view host_address;  // used when it has no host name either
+  std::string_view stem;
+  std::string_view query;
+  bool dated = false;
+};
+
+static void (*const kDateParsers[])(const char* text, tm& when) = {ParseEpoch, ParseDateTime1, ParseDate2,
+                                                                   ParseDate3, ParseDateTime4, ParseDate5};
+
+// Files one value under its letter; false when it says that the line is no
+// request.
+static bool TakeValue(char letter, std::string_view value, SuperLogRecord& record, LineParts& parts) {
+  switch (letter) {
+    case '0':
+    case '1':
+    case '2':
+    case '3':
+    case '4':
+    case '5':
+      kDateParsers[letter - '0'](value.data(), record.local);
+      parts.dated = true;
+      break;
+    case '9':
+      ParseTime9(value.data(), record.local);
+      break;
+    case 'a':
+      record.agent = value;
+      break;
+    case 'c':
+      record.bytes = ToNumber(value);
+      break;
+    case 'e':
+      parts.query = value;
+      break;
+    case 'f':
+      record.referrer = value;
+      break;
+    case 'h':
+      record.host = value;
+      break;
+    case 'k':
+      if (record.status == 0) {
+        record.status = TranslateWebStarResultCode(value);
+      }
+      break;
+    case 'm':
+      record.realm = value;
+      break;
+    case 'n':
+      if (!value.starts_with('-')) {
+        parts.host_name = value;
+      }
+      break;
+    case 'p':
+      if (!value.starts_with('-')) {
+        parts.host_address = value;
+      }
+      break;
+    case 'q':
+      record.url = value;
+      TrimFullRequest(record.url);
+      break;
+    case 'r':
+      record.status = ToNumber(value);
+      break;
+    case 'u':
+      record.url = value;
+      break;
+    case 'v':
+      return value.starts_with("W3SVC");
+    case 'w':
+      record.user = value;
+      break;
+    case 'x':
+      parts.stem = value;
+      break;
+    default:
+      break;
+  }
+  return true;
+}
+
+// Walks the known layout along the current line.
+static bool SplitLine(SuperLogRecord& record, LineParts& parts) {
+  FieldCursor cursor = {mpLine, mpLineEnd, nullptr, 0};
+  char separator = 'S';
+  for (const char* letter = mKnownFormatBuf; *letter != '\0' && cursor.next != cursor.end; ++letter) {
+    if (*letter == 'S' || *letter == 'T' || *letter == 'C') {
+      separator = *letter;
+      continue;
+    }
+    ParseFieldBySeparator(cursor, separator);
+    if (cursor.length > kTextMax) {
+      cursor.length = kTextMax;
+      cursor.value[kTextMax] = '\0';
+    }
+    if (!TakeValue(*letter, {cursor.value, cursor.length}, record, parts)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// stem?query, cut to the length of a field.
+static std::string_view CombineUrl(std::string_view stem, std::string_view query) {
+  size_t length = stem.copy(mCombinedUrl, kTextMax);
+  if (length < kTextMax) {
+    mCombinedUrl[length++] = '?';
+    length += query.copy(mCombinedUrl + length, kTextMax - length);
+  }
+  mCombinedUrl[length] = '\0';
+  return {mCombinedUrl, length};
+}
+
+// A Mac path, ":docs:index.html", as a URL path.
+static void TranslateMacPath(std::string_view url) {
+  if (url.starts_with(':')) {
+    char* const path = Writable(url);
+    std::replace(path, FindByte(path, path + url.size(), '?'), ':', '/');
+  }
+}
+
+static void SettleUrl(std::string_view& url, const LineParts& parts) {
+  if (IsAbsent(url)) {
+    const bool whole = IsAbsent(parts.stem) || IsAbsent(parts.query);
+    url = whole ? parts.stem : CombineUrl(parts.stem, parts.query);
+  }
+  TranslateMacPath(url);
+}
+
+static void SettleHost(std::string_view& host, const LineParts& parts) {
+  if (IsAbsent(host)) {
+    host = IsAbsent(parts.host_name) ? parts.host_address : parts.host_name;
+  }
+  if (!IsAbsent(host)) {
+    TrimPort(host);
+    TrimTrailingDot(host);
+  }
+}
+
+static bool FitsRecord(time_t time) {
+  return time == static_cast<int32_t>(time);
+}
+
+// Turns the date and time that were collected into the record's; false when
+// they give none that a record can hold.
+static bool SettleTime(SuperLogRecord& record) {
+  const time_t written = LocalToTime(record.local);
+  const time_t time = written + mGmtOffset;
+  if (!FitsRecord(written) || !FitsRecord(time) || time == 0 || time == -1) {
+    return false;
+  }
+  record.time = static_cast<int32_t>(time);
+  return TimeToLocal(time, record.local);
+}
+
+static void ClearRecord(SuperLogRecord& record) {
+  record = {};
+  record.local.tm_isdst = -1;
+}
+
+// False when the line is no request.
+static bool ParseDataLine(SuperLogRecord& record) {
+  LineParts parts;
+  ClearRecord(record);
+  if (!SplitLine(record, parts) || !parts.dated) {
+    return false;
+  }
+  for (std::string_view* text :
+       {&record.referrer, &record.agent, &record.realm, &record.user, &parts.query}) {
+    DropIfNothing(*text);
+  }
+  SettleUrl(record.url, parts);
+  if (IsAbsent(record.url) || IsDash(record.url) || !SettleTime(record)) {
+    return false;
+  }
+  SettleHost(record.host, parts);
+  if (mCurLogFormat == kFamilyW3cIis && !IsAbsent(record.agent)) {
+    // IIS writes "+" for a space.
+    record.agent = {record.agent.data(), decode(Writable(record.agent))};
+  }
+  return true;
+}
+
+// --- Lines --------------------------------------------------------------------
+
+// True for a data line; header lines are read for what they tell of the layout.
+static bool IsDataLine() {
+  const std::string_view line = {mpLine, static_cast<size_t>(mpLineEnd - mpLine)};
+  if (line.empty() || line[0] == ';') {
+    return false;
+  }
+  if (line[0] == '#') {
+    GrokWebStarLine();
+    GrokW3cLine();
+    return false;
+  }
+  if (line.starts_with("!!")) {
+    GrokWebStarLine();
+    return false;
+  }
+  if (line.starts_with("format=")) {
+    GrokNetscapeLine();
+    return false;
+  }
+  return true;
+}
+
+bool SuperLog_ParseNextLine(SuperLogRecord& record) {
+  for (;;) {
+    ReadLineFromBigBuf();
+    if (mLineLen == 0) {
+      ClearRecord(record);
+      return false;
+    }
+    if (IsDataLine() && (mFormatKnown || GrokLineFormat()) && ParseDataLine(record)) {
+      return true;
+    }
+  }
+}
+
+void SuperLog_ParseTest() {
+  SuperLogRecord record;
+  while (SuperLog_ParseNextLine(record)) {
+  }
+  CloseLog();
+}

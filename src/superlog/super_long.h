@@ -9,5 +9,8 @@ struct SuperLong {
   uint32_t units;  // normally below 10^9; exactly 10^9 stays until the next addition (deliberate)
 };
 
+// Adds amount in place. The billions wrap at 32 bits.
 void SuperLongAdd(SuperLong& counter, uint32_t amount);
+
+// The value for printing and for rates; exact up to 2^53.
 double SuperLongToDouble(SuperLong value);

@@ -1,0 +1,26 @@
+// The steps of reading one record that stand on their own. Inner header of this
+// folder.
+//
+// The texts are values of a line: they lie in writable memory, are followed by a
+// NUL there, and stay so when they are cut.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+// Reduces a full request line (method, URL, protocol) to its URL: what lies
+// between the first and the second space, or behind the only one. A value
+// without space stays whole.
+void TrimFullRequest(std::string_view& request);
+
+// Status of a WebSTAR result word: 200 for OK..., 403 for PR..., otherwise 404.
+int32_t TranslateWebStarResultCode(std::string_view word);
+
+// Cuts a host at its first ":".
+void TrimPort(std::string_view& host);
+
+// Removes one "." from the end of a host.
+void TrimTrailingDot(std::string_view& host);
+
+// Reads and discards all remaining records of the open log file, then closes it.
+void SuperLog_ParseTest();
