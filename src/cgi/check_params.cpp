@@ -1,2 +1,103 @@
 #include "cgi/check_params.h"
-void CheckParams(const Environment&, Settings&) {}
+
+#include <cstdio>
+#include <cstdlib>
+#include <string_view>
+
+#include "dates/years.h"
+#include "report/error_page.h"
+
+template <size_t N>
+static void JoinDate(char (&date)[N], const char* month, const char* day, int year) {
+  snprintf(date, N, "%s%s%d", month, day, year);
+}
+
+static void CompleteDates(Settings& s) {
+  if (s.start_date[0] == '\0') {
+    JoinDate(s.start_date, s.sm, s.sd, s.sy);
+  }
+  if (s.end_date[0] != '\0') {
+    return;
+  }
+  if (s.em[0] != '\0' && s.ed[0] != '\0' && s.ey > 1900) {
+    JoinDate(s.end_date, s.em, s.ed, s.ey);
+  } else {
+    JoinDate(s.end_date, s.sm, s.sd, s.sy);  // deliberate: a range of one day
+  }
+}
+
+// The account's find path followed by the form's, with one "/" between them when
+// both bring it; the form's part is cut to fit.
+static void CombineFindPaths(Settings& s) {
+  const std::string_view account = s.find_account;
+  const std::string_view form = s.find_form;
+  if (account.empty() && form.empty()) {
+    CopyText(s.find, "/");
+    return;
+  }
+  const bool slash_twice = account.ends_with('/') && form.starts_with('/');
+  CopyText(s.find, account);
+  CopyText(s.find + account.size(), sizeof s.find - account.size(), form.substr(slash_twice ? 1 : 0));
+}
+
+// "*" stands for every realm or user, as does an empty text.
+template <size_t N>
+static void ClearStar(char (&text)[N]) {
+  if (std::string_view(text) == "*") {
+    text[0] = '\0';
+  }
+}
+
+// Visitors get the debugging rows only where the installation allows them.
+static void RestrictDebug(Settings& s) {
+  if (s.debug_sources == 1U << kLevelForm && s.RemoteDebugEnabled == 0) {
+    s.debug = 0;
+  }
+}
+
+// The date as the number YYYYMMDD. It goes through its text, so that parts that
+// are no calendar figures compare as that text reads.
+static long long MakeMaxName(const CalendarDate& date) {
+  char text[40];
+  snprintf(text, sizeof text, "%d%s%d%s%d", date.year, date.month < 10 ? "0" : "", date.month,
+           date.day < 10 ? "0" : "", date.day);
+  return strtoll(text, nullptr, 10);
+}
+
+static bool StartsAfterEnd(const Settings& settings) {
+  CalendarDate start;
+  CalendarDate end;
+  ParseDate(start, end, settings);
+  return MakeMaxName(start) > MakeMaxName(end);
+}
+
+int CompleteSettings(Settings& s) {
+  CompleteDates(s);
+  if (s.title[0] == '\0') {
+    CopyText(s.title, "Web Site Analysis");
+  }
+  if (s.url[0] == '\0') {
+    return 4;
+  }
+  if (s.logs[0] == '\0') {
+    return 5;
+  }
+  CombineFindPaths(s);
+  if (s.start_date[0] == '\0') {
+    return 6;
+  }
+  if (s.end_date[0] == '\0') {
+    return 8;
+  }
+  ClearStar(s.authrealm);
+  ClearStar(s.authuser);
+  RestrictDebug(s);
+  return StartsAfterEnd(s) ? 7 : 0;
+}
+
+void CheckParams(const Environment& env, Settings& settings) {
+  const int error = CompleteSettings(settings);
+  if (error != 0) {
+    ServerError(error, env, settings);
+  }
+}

@@ -1,6 +1,271 @@
 #include "cgi/parameters.h"
-void initialize(Settings& settings, const Environment& env) { settings = {}; settings.program_path = env.SCRIPT_NAME; }
-void CompareParam(const char*, Settings&, ParamSource, int) {}
-void ParseFieldValue(const char*, char (&)[kTextSize], char (&)[kTextSize]) {}
-void ReturnValue(char*, size_t, const char*, int) {}
-int NumValues(const char*) { return 0; }
+
+#include <string_view>
+
+#include "dates/years.h"
+#include "report/extra_texts.h"
+#include "superlog/superlog.h"
+
+void initialize(Settings& settings, const Environment& env) {
+  settings = {};
+  CopyText(settings.config, "orvellis.conf");
+  settings.sy = 1900;
+  settings.ey = 1900;
+  settings.program_path = env.SCRIPT_NAME;
+  settings.SmartMemoryEnabled = 1;
+  settings.SmartMemoryKeepEntries = 100;
+  settings.SmartMemoryReclaimSize = 1000;
+}
+
+// --- Splitting lines and values ---
+
+// Copies at most kTextMax characters of text, leaving out every "=".
+static void CopyWithoutEquals(char (&out)[kTextSize], const char* text) {
+  size_t length = 0;
+  for (; *text != '\0' && length < kTextMax; ++text) {
+    if (*text != '=') {
+      out[length++] = *text;
+    }
+  }
+  out[length] = '\0';
+}
+
+void ParseFieldValue(const char* line, char (&name)[kTextSize], char (&value)[kTextSize]) {
+  const std::string_view text = line;
+  const size_t equals = text.find('=');
+  CopyText(name, text.substr(0, equals));
+  // deliberate: "a=b=c" is the name "a" and the value "bc"
+  CopyWithoutEquals(value, equals == std::string_view::npos ? "" : line + equals);
+}
+
+void ReturnValue(char* out, size_t capacity, const char* value, int n) {
+  std::string_view rest = value == nullptr ? "" : value;
+  for (int field = 1; field < n; ++field) {
+    const size_t comma = rest.find(',');
+    rest = comma == std::string_view::npos ? "" : rest.substr(comma + 1);
+  }
+  CopyText(out, capacity, n < 1 ? "" : rest.substr(0, rest.find(',')));
+}
+
+int NumValues(const char* value) {
+  if (value == nullptr || *value == '\0') {
+    return 0;
+  }
+  int fields = 1;
+  for (; *value != '\0'; ++value) {
+    fields += *value == ',' ? 1 : 0;
+  }
+  return fields;
+}
+
+// --- What a keyword does with its value ---
+
+struct Param {
+  const char* value;  // at most kTextMax characters
+  ParamSource source;
+  int level;
+};
+
+template <auto kField>
+static void Copy(Settings& settings, const Param& param) {
+  CopyText(settings.*kField, param.value);
+}
+
+static void Store(int& field, int number) {
+  field = number;
+}
+
+// The two byte-wide switches keep the number modulo 256.
+static void Store(unsigned char& field, int number) {
+  field = static_cast<unsigned char>(number);
+}
+
+template <auto kField>
+static void Number(Settings& settings, const Param& param) {
+  Store(settings.*kField, ToInt(param.value));
+}
+
+template <auto kField>
+static void Year(Settings& settings, const Param& param) {
+  settings.*kField = StrToYear4(param.value, settings.*kField);
+}
+
+// Account lines always count; a form fills the field only while it is empty.
+template <auto kField>
+static void FixedByAccount(Settings& settings, const Param& param) {
+  if (param.source == ParamSource::kAccount || (settings.*kField)[0] == '\0') {
+    CopyText(settings.*kField, param.value);
+  }
+}
+
+// Hands the value and its level to a setter that weighs levels itself.
+template <auto kSetter>
+static void Levelled(Settings&, const Param& param) {
+  kSetter(param.value, param.level);
+}
+
+template <auto kSetter>
+static void LevelledText(Settings& settings, const Param& param) {
+  kSetter(settings, param.value, param.level);
+}
+
+static void Find(Settings& settings, const Param& param) {
+  CopyText(param.source == ParamSource::kForm ? settings.find_form : settings.find_account, param.value);
+}
+
+static void Url(Settings& settings, const Param& param) {
+  std::string_view url = param.value;
+  if (url.ends_with('/')) {
+    url.remove_suffix(1);
+  }
+  CopyText(settings.url, url);
+}
+
+static void Date(Settings& settings, const Param& param) {
+  ReturnValue(settings.start_date, sizeof settings.start_date, param.value, 1);
+  ReturnValue(settings.end_date, sizeof settings.end_date, param.value, 2);
+}
+
+static void Debug(Settings& settings, const Param& param) {
+  settings.debug = ToInt(param.value);
+  settings.debug_sources |= 1U << param.level;
+}
+
+static void SmartMemoryDisabled(Settings& settings, const Param& param) {
+  settings.smartmemorydisabled = ToInt(param.value);
+  if (settings.smartmemorydisabled != 0) {
+    settings.SmartMemoryEnabled = 0;
+  }
+}
+
+static void SetTop(RankedReport& report, const char* value) {
+  report.top = ToInt(value);
+  report.top_is_percent = std::string_view(value).ends_with('%') ? 1 : 0;
+}
+
+// The whole report in one value: on[,top[,greater]].
+template <auto kReport>
+static void Ranked(Settings& settings, const Param& param) {
+  RankedReport& report = settings.*kReport;
+  report.on = ToInt(param.value);
+  char field[kTextSize];
+  ReturnValue(field, sizeof field, param.value, 2);
+  SetTop(report, field);  // deliberate: without a second field an earlier top is reset to 0
+  if (NumValues(param.value) >= 2) {
+    ReturnValue(field, sizeof field, param.value, 3);
+    report.greater = ToInt(field);
+  }
+}
+
+template <auto kReport>
+static void RankedTop(Settings& settings, const Param& param) {
+  SetTop(settings.*kReport, param.value);
+}
+
+template <auto kReport>
+static void RankedGreater(Settings& settings, const Param& param) {
+  (settings.*kReport).greater = ToInt(param.value);
+}
+
+// --- The keywords ---
+
+enum Accepted : unsigned { kFromForm = 1, kFromAccount = 2, kFromAny = kFromForm | kFromAccount };
+enum AfterMatch { kStop, kGoOn };
+
+struct Keyword {
+  const char* name;
+  Accepted accepted;
+  void (*apply)(Settings& settings, const Param& param);
+  AfterMatch after = kStop;
+};
+
+// In order of comparison: the first row of the name that accepts the source
+// decides, unless it lets the comparison go on.
+static const Keyword kKeywords[] = {
+    {"config", kFromForm, Copy<&Settings::config>},
+    {"password", kFromAccount, Copy<&Settings::password_account>},
+    {"AccessLog", kFromAccount, Copy<&Settings::AccessLog>},
+    {"logs", kFromAccount, Copy<&Settings::logs>},
+    {"authrealm", kFromAny, FixedByAccount<&Settings::authrealm>},
+    {"authuser", kFromAny, FixedByAccount<&Settings::authuser>},
+    {"showquery", kFromAny, Number<&Settings::showquery>, kGoOn},
+    {"summary", kFromAny, Copy<&Settings::summary>},
+    {"username", kFromForm, Copy<&Settings::username>},
+    {"password", kFromForm, Copy<&Settings::password_form>},
+    {"find", kFromAny, Find},
+    {"find_casesensitive", kFromAny, Number<&Settings::find_casesensitive>},
+    {"find_pattern", kFromAny, Number<&Settings::find_pattern>},
+    {"title", kFromAny, Copy<&Settings::title>},
+    {"url", kFromAny, Url},
+    {"sm", kFromAny, Copy<&Settings::sm>},
+    {"sd", kFromAny, Copy<&Settings::sd>},
+    {"em", kFromAny, Copy<&Settings::em>},
+    {"ed", kFromAny, Copy<&Settings::ed>},
+    {"sy", kFromAny, Year<&Settings::sy>},
+    {"ey", kFromAny, Year<&Settings::ey>},
+    {"date", kFromAny, Date},
+    {"filter_domains", kFromAny, Copy<&Settings::filter_domains>},
+    {"filter_filetypes", kFromAny, Copy<&Settings::filter_filetypes>},
+
+    {"badurls", kFromAny, Ranked<&Settings::badurls>},
+    {"browsers", kFromAny, Ranked<&Settings::browsers>},
+    {"requests", kFromAny, Ranked<&Settings::requests>},
+    {"search", kFromAny, Ranked<&Settings::search>},
+    {"badreferrers", kFromAny, Ranked<&Settings::badreferrers>},
+    {"domaintypes", kFromAny, Ranked<&Settings::domaintypes>},
+    {"domains", kFromAny, Ranked<&Settings::domains>},
+    {"referrers", kFromAny, Ranked<&Settings::referrers>},
+
+    {"badurls_top", kFromAny, RankedTop<&Settings::badurls>},
+    {"browsers_top", kFromAny, RankedTop<&Settings::browsers>},
+    {"requests_top", kFromAny, RankedTop<&Settings::requests>},
+    {"search_top", kFromAny, RankedTop<&Settings::search>},
+    {"badreferrers_top", kFromAny, RankedTop<&Settings::badreferrers>},
+    {"domaintypes_top", kFromAny, RankedTop<&Settings::domaintypes>},
+    {"domains_top", kFromAny, RankedTop<&Settings::domains>},
+    {"referrers_top", kFromAny, RankedTop<&Settings::referrers>},
+
+    {"badurls_greater", kFromAny, RankedGreater<&Settings::badurls>},
+    {"browsers_greater", kFromAny, RankedGreater<&Settings::browsers>},
+    {"requests_greater", kFromAny, RankedGreater<&Settings::requests>},
+    {"search_greater", kFromAny, RankedGreater<&Settings::search>},
+    {"badreferrers_greater", kFromAny, RankedGreater<&Settings::badreferrers>},
+    {"domaintypes_greater", kFromAny, RankedGreater<&Settings::domaintypes>},
+    {"domains_greater", kFromAny, RankedGreater<&Settings::domains>},
+    {"referrers_greater", kFromAny, RankedGreater<&Settings::referrers>},
+
+    {"search_casesensitive", kFromAny, Number<&Settings::search_casesensitive>},
+    {"badurl_referrers", kFromAny, Number<&Settings::badurl_referrers>},
+    {"filter_referrers", kFromAny, Number<&Settings::filter_referrers>},
+    {"subdirs", kFromAny, Number<&Settings::subdirs>},
+    {"dailytotals", kFromAny, Number<&Settings::dailytotals>},
+    {"hitsperdayofweek", kFromAny, Number<&Settings::hitsperdayofweek>},
+    {"hitsperhour", kFromAny, Number<&Settings::hitsperhour>},
+    {"base", kFromAny, Copy<&Settings::base>},
+    {"fixgmt", kFromAny, Levelled<SuperLog_SetFixGmt>},
+    {"dateformat", kFromAny, Levelled<SuperLog_SetDateFormat>},
+    {"logformat", kFromAny, Levelled<SuperLog_SetLogFormat>},
+    {"extrafooter", kFromAny, LevelledText<log_SetExtraFooter>},
+    {"extraheader", kFromAny, LevelledText<log_SetExtraHeader>},
+    {"priority", kFromAny, Number<&Settings::priority>},
+    {"debug", kFromAny, Debug},
+    {"dnslookupenabled", kFromAny, Number<&Settings::dnslookupenabled>},
+    {"smartmemorydisabled", kFromForm, SmartMemoryDisabled},
+    {"flushtoserver", kFromAny, Number<&Settings::flushtoserver>},
+};
+
+void CompareParam(const char* line, Settings& settings, ParamSource source, int level) {
+  char name[kTextSize];
+  char value[kTextSize];
+  ParseFieldValue(line, name, value);
+  const std::string_view wanted = name;
+  const Accepted origin = source == ParamSource::kForm ? kFromForm : kFromAccount;
+  for (const Keyword& keyword : kKeywords) {
+    if ((keyword.accepted & origin) != 0 && EqualIgnoreCase(wanted, keyword.name)) {
+      keyword.apply(settings, {value, source, level});
+      if (keyword.after == kStop) {
+        return;
+      }
+    }
+  }
+}

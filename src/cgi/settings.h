@@ -1,6 +1,7 @@
-// The two records of a run: its settings and the CGI environment it was started
-// in. Both are owned by main, filled at the start and read by everybody; this
-// is the one header that code of every folder may include.
+// The records of a run: its settings, the CGI environment it was started in, and
+// the entry of a posted form. The first two are owned by main, filled at the
+// start and read by everybody; this is the one header that code of every folder
+// may include.
 //
 // Settings fields carry the names of the report parameters and configuration
 // keys that set them. Texts are NUL-terminated, cut to their capacity.
@@ -54,9 +55,15 @@ struct Environment {
   int command_line;  // 1 when the program runs from a shell
 };
 
-// A form entry formatted as "name=value" reaches the parameter parser whole: a
-// 254-character name, "=", a 2047-character value and the NUL.
-inline constexpr size_t kWorkingLineSize = 254 + 1 + 2047 + 1;
+// One field of a posted form. Limits apply to the URL-encoded text.
+struct FormEntry {
+  char name[255];
+  char value[2048];
+};
+
+// A form entry formatted as "name=value" reaches the parameter parser whole:
+// the "=" takes the place of the name's NUL.
+inline constexpr size_t kWorkingLineSize = sizeof(FormEntry);
 
 struct Settings {
   char config[kPathSize];

@@ -1,45 +1,43 @@
 #include "dates/local_time.h"
 
-#include <algorithm>
 #include <cstdint>
 
 // How the sums are known to be exact.
 //
-// Time is cut into hours since the epoch. An hour is "steady" when the zone's
-// offset, name and daylight-saving flag are the same from D before it to D after
-// it, where D is the largest difference between any two offsets in force within
-// two days and two hours around. Inside a steady hour localtime is a sum, and
-// each of its local times occurs only once: another occurrence would lie at most
-// D away, where the offset is the same.
+// Time is cut into hours. An hour is steady when the zone's offset, name and
+// daylight-saving flag are the same at both its ends, and then throughout,
+// because no zone changes and changes back within an hour. There localtime is a
+// sum.
 //
-// mktime guesses first with the offset of its previous result. Offsets are below
-// 25 hours, so that guess lies within 50 hours of the answer, its correction
-// within D of it, and the next correction is the answer. In a steady hour the
-// previous call therefore does not matter. What a call leaves behind does: in an
-// ambiguous hour the offset held from the call before picks the answer. So a sum
-// replaces a call only while mktime already holds the offset that the call would
-// leave behind (mHeldOffset); any other record goes to mktime, which then holds
-// the new one.
+// mktime tries the offset of its previous result first, and takes it when the
+// time so found shows the requested local time. Later it holds the offset of
+// what it returned; in an hour that a clock change repeats, that picks one of
+// two answers. So a sum replaces a call only with the very offset that mktime
+// holds (mHeldOffset), in an hour where that offset is in force: the call would
+// give this sum and go on holding this offset. Every other record goes to mktime
+// itself. Either way mktime holds afterwards what it would hold if it had been
+// called for all records.
+#ifdef __GLIBC__
+static constexpr bool kMktimeTriesHeldOffset = true;
+#else
+static constexpr bool kMktimeTriesHeldOffset = false;  // other libraries: plain calls only
+#endif
 
 static constexpr int64_t kHour = 3600;
 static constexpr int64_t kDay = 86400;
-static constexpr int64_t kSpan = 51;                    // hours on either side that an examination looks at
-static constexpr int64_t kHourSlots = 256;              // power of two, above the hours looked at
-static constexpr int64_t kFarthest = int64_t{1} << 36;  // seconds from the epoch; beyond, only plain calls
-static constexpr int kWorthExamining = 4;               // calls; examining an hour costs as much as dozens
+static constexpr int64_t kReach = 700000 * kDay;  // to either side of 1970; beyond, only plain calls
+static constexpr uint64_t kHourSlots = 64;        // power of two
 static constexpr int64_t kNoOffset = INT64_MIN;
 
 struct Hour {
-  int64_t number;  // hours since the epoch
-  int64_t offset;  // local minus universal time at its start, seconds
-  tm start;        // its start as localtime gives it
-  bool start_known;
+  uint64_t number;  // of those that begin kReach before 1970, plus one; 0 = free slot
+  int64_t offset;   // local minus universal time, seconds
+  tm start;         // its start as localtime gives it
   bool steady;
-  int calls;
 };
 
 struct Day {
-  int64_t number;  // days since 1970-01-01
+  int64_t number;  // since 1970-01-01
   tm date;
 };
 
@@ -100,75 +98,43 @@ static bool IsTimeOfDay(const tm& parts) {
          BelowLimit(parts.tm_mon, 12);
 }
 
-static bool IsNear(int64_t when) {
-  return -kFarthest <= when && when <= kFarthest;
+static bool IsInReach(int64_t when) {
+  return static_cast<uint64_t>(when) + kReach < uint64_t{2} * kReach;
 }
 
-static Hour& HourNumbered(int64_t number) {
-  Hour& hour = mHours[number & (kHourSlots - 1)];
+[[gnu::cold]] static void ExamineHour(Hour& hour, int64_t when) {
+  const time_t start = when - (when + kReach) % kHour;
+  const time_t end = start + kHour;
+  tm after;
+  localtime_r(&start, &hour.start);
+  localtime_r(&end, &after);
+  hour.offset = LocalSeconds(hour.start) - start;
+  hour.steady = hour.offset == LocalSeconds(after) - end && hour.start.tm_isdst == after.tm_isdst &&
+                hour.start.tm_gmtoff == after.tm_gmtoff && hour.start.tm_zone == after.tm_zone;
+}
+
+// The hour of a time in reach.
+static const Hour& HourOf(int64_t when) {
+  const uint64_t number = static_cast<uint64_t>(when + kReach) / kHour + 1;
+  Hour& hour = mHours[number % kHourSlots];
   if (hour.number != number) {
-    hour = Hour{};
+    ExamineHour(hour, when);
     hour.number = number;
   }
   return hour;
-}
-
-static const Hour& HourWithStart(int64_t number) {
-  Hour& hour = HourNumbered(number);
-  if (!hour.start_known) {
-    const time_t start = number * kHour;
-    localtime_r(&start, &hour.start);
-    hour.offset = LocalSeconds(hour.start) - start;
-    hour.start_known = true;
-  }
-  return hour;
-}
-
-static bool SameZone(const Hour& a, const Hour& b) {
-  return a.offset == b.offset && a.start.tm_isdst == b.start.tm_isdst &&
-         a.start.tm_gmtoff == b.start.tm_gmtoff && a.start.tm_zone == b.start.tm_zone;
-}
-
-static bool ExamineHour(int64_t number) {
-  const Hour& hour = HourWithStart(number);
-  int64_t low = hour.offset;
-  int64_t high = hour.offset;
-  for (int64_t other = number - kSpan; other <= number + kSpan + 1; ++other) {
-    const int64_t offset = HourWithStart(other).offset;
-    low = std::min(low, offset);
-    high = std::max(high, offset);
-  }
-  const int64_t reach = std::min((high - low + kHour - 1) / kHour, kSpan);
-  for (int64_t other = number - reach; other <= number + 1 + reach; ++other) {
-    if (!SameZone(hour, HourWithStart(other))) {
-      return false;
-    }
-  }
-  return true;
-}
-
-static bool IsSteady(Hour& hour) {
-  if (hour.calls < kWorthExamining && ++hour.calls == kWorthExamining) {
-    hour.steady = ExamineHour(hour.number);
-  }
-  return hour.steady;
-}
-
-static Hour& HourAt(int64_t when) {
-  return HourNumbered(FloorDivide(when, kHour));
 }
 
 static bool FlagAgrees(int requested, int actual) {
   return requested < 0 || (requested != 0) == (actual != 0);
 }
 
-static time_t CallMktime(const tm& parts) {
+[[gnu::cold]] static time_t CallMktime(const tm& parts) {
   tm copy = parts;
   const time_t when = mktime(&copy);
   mHeldOffset = kNoOffset;
-  if (IsTimeOfDay(parts) && IsNear(when)) {
-    Hour& hour = HourAt(when);
-    if (IsSteady(hour) && when + hour.offset == LocalSeconds(parts)) {
+  if (kMktimeTriesHeldOffset && IsTimeOfDay(parts) && IsInReach(when)) {
+    const Hour& hour = HourOf(when);
+    if (when + hour.offset == LocalSeconds(parts)) {
       mHeldOffset = hour.offset;
     }
   }
@@ -178,9 +144,9 @@ static time_t CallMktime(const tm& parts) {
 time_t LocalToTime(const tm& parts) {
   if (mHeldOffset != kNoOffset && IsTimeOfDay(parts)) {
     const int64_t when = LocalSeconds(parts) - mHeldOffset;
-    if (IsNear(when)) {
-      Hour& hour = HourAt(when);
-      if (IsSteady(hour) && hour.offset == mHeldOffset && FlagAgrees(parts.tm_isdst, hour.start.tm_isdst)) {
+    if (IsInReach(when)) {
+      const Hour& hour = HourOf(when);
+      if (hour.steady && hour.offset == mHeldOffset && FlagAgrees(parts.tm_isdst, hour.start.tm_isdst)) {
         return when;
       }
     }
@@ -205,34 +171,38 @@ static const tm& DateOfDay(int64_t day) {
   return mDay.date;
 }
 
-bool TimeToLocal(time_t when, tm& parts) {
-  if (!IsNear(when)) {
-    return CallLocaltime(when, parts);
-  }
-  Hour& hour = HourAt(when);
-  if (!IsSteady(hour)) {
-    return CallLocaltime(when, parts);
-  }
+// As localtime for a time of a steady hour.
+static void SumToLocal(int64_t when, const Hour& hour, tm& parts) {
   const int64_t local = when + hour.offset;
-  const int64_t day = FloorDivide(local, kDay);
-  const int second = static_cast<int>(local - day * kDay);
-  const tm& date = DateOfDay(day);
+  const uint64_t shifted = static_cast<uint64_t>(local + 2 * kReach);
+  const uint32_t second = static_cast<uint32_t>(shifted % kDay);
+  const tm& date = DateOfDay((local - second) / kDay);
   parts = hour.start;
-  parts.tm_sec = second % 60;
-  parts.tm_min = second / 60 % 60;
-  parts.tm_hour = second / 3600;
+  parts.tm_sec = static_cast<int>(second % 60);
+  parts.tm_min = static_cast<int>(second / 60 % 60);
+  parts.tm_hour = static_cast<int>(second / 3600);
   parts.tm_mday = date.tm_mday;
   parts.tm_mon = date.tm_mon;
   parts.tm_year = date.tm_year;
   parts.tm_wday = date.tm_wday;
   parts.tm_yday = date.tm_yday;
-  return true;
+}
+
+bool TimeToLocal(time_t when, tm& parts) {
+  if (IsInReach(when)) {
+    const Hour& hour = HourOf(when);
+    if (hour.steady) {
+      SumToLocal(when, hour, parts);
+      return true;
+    }
+  }
+  return CallLocaltime(when, parts);
 }
 
 void ResetLocalTime() {
   tzset();
   for (Hour& hour : mHours) {
-    hour = Hour{};
+    hour.number = 0;
   }
   mHeldOffset = kNoOffset;
 }

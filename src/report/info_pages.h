@@ -1,7 +1,6 @@
 // Usage text, about and credits pages, and the two diagnostic dumps.
 #pragma once
 
-#include "cgi/form.h"
 #include "cgi/settings.h"
 
 void CommandLineHelp();

@@ -96,8 +96,8 @@ void SuperLog_SetFixGmt(const char* text, int source) {
 
 static int ReadNumber(const char*& text) {
   uint32_t value = 0;
-  for (; IsDigitAscii(*text); ++text) {
-    value = value * 10 + static_cast<uint32_t>(*text - '0');
+  for (uint32_t digit; (digit = static_cast<unsigned char>(*text) - uint32_t{'0'}) < 10; ++text) {
+    value = value * 10 + digit;
   }
   return static_cast<int>(value);
 }

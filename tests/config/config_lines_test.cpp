@@ -86,7 +86,7 @@ TEST(NextConfigLine, Byte0xFFEndsLineDeliberately) {
 }
 
 TEST(NextConfigLine, Byte0xFFBeginsALineLikeAnyOther) {
-  EXPECT_EQ(LinesOf("\xFF\xFF\nx"), (Lines{"\xFF", "\xFF", "x"}));
+  EXPECT_EQ(LinesOf("\xFF\xFF\xFF\nx"), (Lines{"\xFF", "\xFF", "x"}));
   EXPECT_EQ(LinesOf("a\n\xFF"
                     "b\n"),
             (Lines{"a",
@@ -139,7 +139,7 @@ TEST(NextConfigLine, EqualsThePlainFormOnRandomInput) {
   const std::string letters = "a=;\n\r\xFF#b";
   for (int round = 0; round < 60; ++round) {
     SCOPED_TRACE(round);
-    const unsigned breaks = 1 + random() % 3000;  // between a break every few bytes and hardly any
+    const size_t breaks = 1 + random() % 3000;  // between a break every few bytes and hardly any
     std::string content;
     for (int i = 0; i < 30000; ++i) {
       content += random() % breaks == 0 ? letters[random() % letters.size()] : 'x';

@@ -1,0 +1,82 @@
+#include "cgi/request.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+
+#include "base/url_decode.h"
+#include "cgi/form.h"
+#include "cgi/parameters.h"
+
+bool IsCommandLineRun(const Environment& env) {
+  return env.QUERY_STRING[0] == '\0' && env.REQUEST_METHOD[0] == '\0';
+}
+
+void EnterCommandLine(int argc, char* const* argv, Environment& env, Settings& settings) {
+  env.command_line = 1;
+  // deliberate: with two arguments or more the slot stays as the environment filled it
+  if (argc == 1 || argc == 2) {
+    CopyText(env.SCRIPT_NAME, argv[0]);
+  }
+  if (argc == 2) {
+    SelectPage(argv[1], settings);
+  }
+}
+
+void SelectPage(const char* word, Settings& settings) {
+  static const struct {
+    const char* name;
+    Page page;
+  } kPages[] = {{"about", kPageAbout}, {"credits", kPageCredits}, {"remotedebug", kPageRemoteDebug}};
+  for (const auto& row : kPages) {
+    if (EqualIgnoreCase(word, row.name)) {
+      settings.page = row.page;
+    }
+  }
+}
+
+// Each entry is applied as soon as it is cut off, so a form of a million fields
+// needs no more memory than its body.
+static void ApplyForm(std::string_view body, Settings& settings) {
+  FormCursor cursor{body, true};
+  FormEntry entry;
+  while (NextFormEntry(cursor, entry)) {
+    decode(entry.name);
+    decode(entry.value);
+    snprintf(settings.working_line, sizeof settings.working_line, "%s=%s", entry.name, entry.value);
+    CompareParam(settings.working_line, settings, ParamSource::kForm, kLevelForm);
+  }
+}
+
+static bool ReadForm(std::FILE* stream, int length, Settings& settings) {
+  if (length < -1) {
+    return false;  // no system has a buffer of such a size
+  }
+  char* body = static_cast<char*>(malloc(static_cast<size_t>(length < 0 ? 0 : length) + 1));
+  if (body == nullptr) {
+    return false;
+  }
+  const int received = get_query(stream, length, body);
+  ApplyForm({body, static_cast<size_t>(received)}, settings);
+  free(body);
+  return true;
+}
+
+bool ReadParameters(int argc, char* const* argv, std::FILE* stream, const Environment& env,
+                    Settings& settings) {
+  const int length = ToInt(env.CONTENT_LENGTH);
+  if (length != 0) {
+    return ReadForm(stream, length, settings);
+  }
+  for (int i = 1; i < argc; ++i) {
+    CompareParam(argv[i], settings, ParamSource::kForm, kLevelForm);
+  }
+  return true;
+}
+
+void MakeNice(const Settings& settings) {
+  // deliberate: never raises the priority, never passes an increment out of range
+  if (settings.priority >= 1 && settings.priority <= 19 && nice(settings.priority) == -1) {
+    return;  // a report at full priority is better than none
+  }
+}

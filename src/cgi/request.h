@@ -1,0 +1,30 @@
+// What the run was asked for: its kind, its page and its parameters.
+#pragma once
+
+#include <cstdio>
+
+#include "cgi/settings.h"
+
+// True when neither a query string nor a request method is there: no web server
+// started this process, but somebody at a shell.
+bool IsCommandLineRun(const Environment& env);
+
+// Sets the command-line flag. With at most one argument also copies the
+// program's own path into the SCRIPT_NAME slot, and lets a single argument
+// select the page.
+void EnterCommandLine(int argc, char* const* argv, Environment& env, Settings& settings);
+
+// Selects the about, credits or remote debugging page when the whole word,
+// ignoring case, is its name; any other word changes nothing.
+void SelectPage(const char* word, Settings& settings);
+
+// Applies the form posted on stream, which CONTENT_LENGTH announces, or else the
+// command-line arguments, as they stand. A form shorter than announced counts as
+// far as it came. Returns false, having applied nothing, when there is no memory
+// for the form; a length below -1 is such a case, one of -1 is an empty form.
+bool ReadParameters(int argc, char* const* argv, std::FILE* stream, const Environment& env,
+                    Settings& settings);
+
+// Lowers the process priority by settings.priority when that lies in 1 to 19,
+// and else leaves it alone.
+void MakeNice(const Settings& settings);
