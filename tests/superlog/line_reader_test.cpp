@@ -162,7 +162,7 @@ TEST_F(ReadLineFromBigBufTest, LongestLineIsWholeAndALongerOneIsCut) {
   const std::string longest(kLineMax, 'x');
   EXPECT_EQ(ReadAll(longest + "\nnext\n", ReadLineFromBigBuf), (Lines{longest, "next"}));
   EXPECT_EQ(ReadAll(longest + "y\nnext\n", ReadLineFromBigBuf), (Lines{longest, "next"}));
-  EXPECT_EQ(ReadAll(longest + std::string(300000, 'y') + "\rnext", ReadLineFromBigBuf),
+  EXPECT_EQ(ReadAll(longest + std::string(300000, 'y').append("\rnext"), ReadLineFromBigBuf),
             (Lines{longest, "next"}));
   EXPECT_EQ(ReadAll(longest + "y", ReadLineFromBigBuf), Lines{longest});
 }
@@ -219,7 +219,7 @@ TEST_F(ReadLineFromBigBufTest, CountsTheUnreadTailOfTheCurrentBlockOnly) {
 }
 
 TEST_F(ReadLineFromBigBufTest, BlockIsCountedWhenItsFirstByteIsNeeded) {
-  OpenLogText(std::string(kBlockSize - 1, 'a') + "\nb\n");
+  OpenLogText(std::string(kBlockSize - 1, 'a').append("\nb\n"));
   ReadLineFromBigBuf();
   EXPECT_EQ(TotalBytes(), kBlockSize);
   ReadLineFromBigBuf();
@@ -280,8 +280,8 @@ TEST_F(ReadLineFromBigBufTest, FirstLineEndsAnywhereNearABoundary) {
   for (const size_t boundary : {kBlockSize, kBigBufSize}) {
     for (size_t length = boundary - 5; length <= boundary + 5; ++length) {
       SCOPED_TRACE(length);
-      ExpectSameAsModel(std::string(length, 'x') + "\r\nsecond\n");
-      ExpectSameAsModel(std::string(length, '\n') + "second\n");
+      ExpectSameAsModel(std::string(length, 'x').append("\r\nsecond\n"));
+      ExpectSameAsModel(std::string(length, '\n').append("second\n"));
     }
   }
 }
@@ -290,15 +290,16 @@ TEST_F(ReadLineFromBigBufTest, LongLinesAcrossTheWindowBoundary) {
   for (const size_t length : {kLineMax - 1, kLineMax, kLineMax + 1, kLineMax + 2}) {
     for (const size_t back : {1ul, 2ul, 700ul, kLineMax - 1, kLineMax, kLineMax + 1, kLineMax + 2}) {
       SCOPED_TRACE(testing::Message() << length << " " << back);
-      ExpectSameAsModel(std::string(kBigBufSize - back, '\n') + std::string(length, 'x') + "\nnext\n");
+      ExpectSameAsModel(
+          std::string(kBigBufSize - back, '\n').append(std::string(length, 'x')).append("\nnext\n"));
     }
   }
 }
 
 TEST_F(ReadLineFromBigBufTest, FileOfExactlyOneWindowEnds) {
   ExpectSameAsModel(std::string(kBigBufSize, 'x'));
-  ExpectSameAsModel(std::string(kBigBufSize - 3, '\n') + "abc");
-  ExpectSameAsModel(std::string(kBigBufSize - 3, '\n') + "ab\n");
+  ExpectSameAsModel(std::string(kBigBufSize - 3, '\n').append("abc"));
+  ExpectSameAsModel(std::string(kBigBufSize - 3, '\n').append("ab\n"));
 }
 
 // --- The plain reader -----------------------------------------------------------
@@ -311,7 +312,7 @@ TEST_F(ReadLineTest, SharesTheRulesOfLines) {
   EXPECT_EQ(ReadAll(longest + "\nnext\n", ReadLine), (Lines{longest, "next"}));
   EXPECT_EQ(ReadAll(longest + "yyy\nnext\n", ReadLine), (Lines{longest, "next"}));
   EXPECT_EQ(ReadAll(longest + "y", ReadLine), Lines{longest});
-  EXPECT_EQ(ReadAll(std::string(4095, '\n') + "ab\n", ReadLine), Lines{"ab"});
+  EXPECT_EQ(ReadAll(std::string(4095, '\n').append("ab\n"), ReadLine), Lines{"ab"});
 }
 
 TEST_F(ReadLineTest, Byte0xFFIsAnOrdinaryCharacter) {

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <optional>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -468,7 +469,7 @@ TEST_F(ParseNextLineTest, LineWithoutUrlIsDropped) {
 TEST_F(ParseNextLineTest, ValuesAreCutTo243Characters) {
   const std::string longest(kTextMax, 'x');
   EXPECT_EQ(ParseAs("S0uh", "971186136 " + longest + " host").url, longest);
-  const Kept r = ParseAs("S0uh", "971186136 " + longest + std::string(57, 'y') + " host");
+  const Kept r = ParseAs("S0uh", "971186136 " + longest + std::string(57, 'y').append(" host"));
   EXPECT_EQ(r.url, longest);
   EXPECT_EQ(r.host, "host");
 }
@@ -610,6 +611,46 @@ TEST_F(ParseNextLineTest, GmtOffsetIsAddedAndTheSumIsTested) {
   EXPECT_EQ(r.time, k10Oct2000);
   EXPECT_EQ(CountAs("S39u", "1970-01-01 00:00:00 /a"), 0u);
   EXPECT_EQ(CountAs("S39u", "1970-01-01 02:00:00 /a"), 1u);
+}
+
+// --- Junk -------------------------------------------------------------------------
+
+// Bytes that the layouts give a meaning to, in any order, behind every header.
+TEST_F(ParseNextLineTest, JunkIsReadSafelyInEveryLayout) {
+  const std::string alphabet =
+      std::string("\0\xFF\x80", 3)
+          .append("\r\n\n\n\n  \t\t,,,\"\"'[]:/?#!;-.%+0123456789abAGSTC\x01Jan:format=");
+  const char* const headers[] = {
+      "",
+      "#Software: Dolphin Speedstar\n#Fields: date time c-ip cs-uri-stem cs-uri-query cs(User-Agent) "
+      "sc-status\n",
+      "#Software: WebSTAR/2.1\n#Fields: DATE TIME C-DNS C-IP CS-URI-STEM C-URI-QUERY RESULT BYTES\n",
+      "!!LOG_FORMAT DATE TIME RESULT HOSTNAME URL BYTES_SENT AGENT\n",
+      "format=%SYSDATE% %Req->reqpb.clf-request% %Ses->client.ip%\n",
+  };
+  std::mt19937 random(11);
+  for (const char* user_format : {"", "S1qh", "C2vnpxe0k", "T4u59SwCm"}) {
+    SuperLog_SetLogFormat(user_format, kLevelForm);
+    for (const char* header : headers) {
+      std::string log(20000, '\0');
+      for (char& c : log) {
+        c = alphabet[random() % alphabet.size()];
+      }
+      for (const Kept& r : ParseAll(header + log)) {
+        EXPECT_TRUE(r.url.has_value());
+        EXPECT_NE(r.url, "-");
+        EXPECT_TRUE(r.time != 0 && r.time != -1);
+      }
+    }
+  }
+}
+
+TEST_F(ParseNextLineTest, LineOfTheGreatestLength) {
+  const std::string line = "10.0.0.1 - - [10/Oct/2000:13:55:36 +0000] \"GET /a HTTP/1.0\" 200 5 \"r\" \"";
+  const std::vector<Kept> kept = ParseAll(line + std::string(2000, 'a').append("\"\n") + Clf("/b"));
+  ASSERT_EQ(kept.size(), 2u);
+  EXPECT_EQ(kept[0].agent, std::string(kTextMax, 'a'));
+  EXPECT_EQ(kept[1].url, "/b");
 }
 
 TEST(SuperLogParseTest, ReadsTheRestAndCloses) {
