@@ -72,7 +72,7 @@ static void PrintSection(const Settings& settings, const SectionText& section, c
 // Prints what follows a row's label.
 static void PrintFigures(const Scale& scale, const char* colour, int32_t count) {
   const double percentage = scale.total == 0 ? 0.0 : static_cast<double>(count) / scale.total * 100.0;
-  printf("<td align=center>%.0f%%</td>\n<td>", std::max(percentage, 0.0));
+  printf("<td align=center>%.0f%%</td>\n<td>", percentage > 0.0 ? percentage : 0.0);
   if (count != 0) {
     const double width = static_cast<double>(count) / scale.largest * kWidestBar;
     printf("<img src=\"%s/%s2x5.gif\" height=\"5\" width=\"%d\">&nbsp;", scale.pictures, colour,

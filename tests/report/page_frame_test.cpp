@@ -11,6 +11,7 @@
 #include "base/text.h"
 #include "dates/clock.h"
 #include "dates/local_time.h"
+#include "superlog/log_dates.h"
 #include "superlog/superlog.h"
 
 namespace {
@@ -257,6 +258,17 @@ TEST_F(DisplayHeaderTest, DeliberateDateLayoutsFollowTheLogDateFormat) {
                             (month_first ? kReportDate : Row("Date of Report", kDayFirstReportDate)) +
                             kNoLogs + kEnd);
   }
+}
+
+// No setting leads to such a format.
+TEST_F(DisplayHeaderTest, UnknownDateFormatLeavesBothDatesEmpty) {
+  for (const int format : {0, 7, -1}) {
+    SCOPED_TRACE(format);
+    mDateFormat = format;
+    EXPECT_EQ(Header(), kTitleRows + Row("Date Range Analyzed", " - ") +
+                            Row("Date of Report", kDayFirstReportDate) + kNoLogs + kEnd);
+  }
+  mDateFormat = 3;
 }
 
 TEST_F(DisplayHeaderTest, CenturyOfTheEndDateIsItsOwn) {

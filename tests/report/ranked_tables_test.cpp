@@ -327,7 +327,8 @@ TEST_F(DisplayListTest, RequestsLinkUnderTheSiteUnlessAbsolute) {
         Item{"x9://a.example/", false}, Item{"://a.example/b", false},
         // 8 characters or fewer are never absolute
         Item{"http://a", false}, Item{"ftp://ab", false}, Item{"ftp://", false}, Item{"http://ab", true},
-        Item{"ftp://abc", true}, Item{"/ab/://xy", false}, Item{"/ab://xyz", true}, Item{"/", false}}) {
+        Item{"ftp://abc", true}, Item{"/ab/://xy", true}, Item{"/ab/c/://xy", false}, Item{"/ab://xyz", true},
+        Item{"/", false}}) {
     SCOPED_TRACE(row.item);
     destroy(list_);
     list_ = {};
@@ -568,7 +569,7 @@ TEST_F(PrintRankedSectionTest, PlainRunsPrintATitleLineInPlaceOfTheFrame) {
         Row{RankedSection::kDomains, analysis_.domains, "User Domain Analysis", "2.50"},
         Row{RankedSection::kDomainTypes, analysis_.domaintypes, "Origin of Users", "2.00"}}) {
     SCOPED_TRACE(row.report.info->name);
-    const std::string title = "\n" + std::string(row.title) + "\n\n";
+    const std::string title = std::string("\n").append(row.title).append("\n\n");
     EXPECT_EQ(Section(row.section), title + kNoItems + kSectionEnd);
     CountTwice(row.report, "com");
     EXPECT_EQ(Section(row.section), title + kHeading + PlainRow("2", row.percentage, "com") + kSectionEnd);

@@ -286,7 +286,9 @@ TEST_F(PrintHitsPerDayOfWeekTest, NoTotalGivesZeroPercentages) {
 TEST_F(PrintHitsPerDayOfWeekTest, NegativePercentagePrintsAsZero) {
   analysis_.weekdays.counts[1] = 5;
   analysis_.weekdays.total = -5;
-  EXPECT_NE(Weekly().find(Label("Monday") + Figures("0", "red", 300, 5)), std::string::npos);
+  const std::string section = Weekly();
+  EXPECT_NE(section.find(Label("Monday") + Figures("0", "red", 300, 5)), std::string::npos);
+  EXPECT_NE(section.find(Label("Tuesday") + Figures("0", "red", 0, 0)), std::string::npos);
 }
 
 TEST_F(PrintHitsPerDayOfWeekTest, PlainRunsPrintATitleLineInPlaceOfTheFrame) {
