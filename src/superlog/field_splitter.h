@@ -28,6 +28,14 @@ void ParseField_Tab(FieldCursor& cursor);
 // behind it, and one inside a pair of double quotes, belongs to the value.
 void ParseField_Comma(FieldCursor& cursor);
 
-// Reads the next field with the splitter of a separator letter S, T or C; of any
-// other letter with that of S.
+// Letters that choose a parser: S, T and C.
+inline bool IsSeparatorLetter(char letter) {
+  return letter == 'S' || letter == 'T' || letter == 'C';
+}
+
+// The parser of a separator letter; that of S for any other letter.
+using FieldParser = void (*)(FieldCursor& cursor);
+FieldParser FindFieldParser(char separator);
+
+// Reads the next field with the parser of a separator letter.
 void ParseFieldBySeparator(FieldCursor& cursor, char separator);
