@@ -123,6 +123,21 @@ TEST_F(LogProbeTest, LastDateOfTheStretchWins) {
   ExpectDates(content + Line(12), March(1), March(12));
 }
 
+// The last line is a stretch of its own, whose first line is never looked at.
+// The stretch before reaches it only over the second half of a CR LF.
+TEST_F(LogProbeTest, LineThatBeginsAStretchNeedsAnEmptyLineBefore) {
+  std::string long_line = Line(9);
+  long_line.back() = ' ';
+  long_line.resize(1999, ' ');
+  long_line += "\n";
+  std::string dos_line = Line(5);
+  dos_line.back() = '\r';
+  dos_line += '\n';
+  ExpectDates(Line(2) + Line(5) + long_line, March(2), March(5));
+  ExpectDates(Line(2) + dos_line + long_line, March(2), March(9));
+  ExpectDates(Line(2) + Line(5) + "\n" + long_line, March(2), March(9));
+}
+
 TEST_F(LogProbeTest, BeginsAtTheSizeFound) {
   const std::string old = Line(2) + Line(5);
   const std::string path = WriteFile("grown.log", old + Line(6) + Line(7));
