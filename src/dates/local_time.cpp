@@ -23,6 +23,7 @@ static constexpr bool kMktimeTriesHeldOffset = true;
 static constexpr bool kMktimeTriesHeldOffset = false;  // other libraries: plain calls only
 #endif
 
+static constexpr int64_t kMinute = 60;
 static constexpr int64_t kHour = 3600;
 static constexpr int64_t kDay = 86400;
 static constexpr int64_t kReach = 700000 * kDay;  // to either side of 1970; beyond, only plain calls
@@ -85,7 +86,8 @@ static int64_t LocalSeconds(const tm& parts) {
     month = parts.tm_mon;
     month_start = DayOfMonthStart(int64_t{year} + 1900, month);
   }
-  return (month_start + parts.tm_mday - 1) * kDay + parts.tm_hour * kHour + parts.tm_min * 60 + parts.tm_sec;
+  return (month_start + parts.tm_mday - 1) * kDay + parts.tm_hour * kHour + parts.tm_min * kMinute +
+         parts.tm_sec;
 }
 
 static bool BelowLimit(int value, unsigned limit) {

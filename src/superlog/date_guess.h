@@ -6,7 +6,8 @@
 // The time of a NUL-terminated line, without any GMT shift: 0 when it shows no
 // date, -1 when its date is none or lies outside signed 32 bits. Later dates of
 // a line replace earlier ones; of several times of day the latest is kept.
-// Splits the line in place.
+// Splits the line in place; its buffer must go on for kScanOverread bytes from
+// the NUL on.
 time_t GuessDateTimeFromText(char* line);
 
 // The same for the line reader's current line.

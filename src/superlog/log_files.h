@@ -1,26 +1,12 @@
-// The list of an account's log files with their sizes and dates. Inner header
-// of this folder: the summary file and the discovery share it.
+// Which matches of the log patterns count, and which are opened to learn their
+// dates. Inner header of this folder; superlog.h has the rest of the discovery.
 #pragma once
 
-#include <cstdint>
-#include <ctime>
+#include "superlog/log_list.h"
 
-#include "base/text.h"
+// False for an empty name, "." and "..".
+bool FileIsntDots(const char* name);
 
-enum LogFileState : int { kFromSummary = 1, kSeenOnDisk = 4 };
-
-struct LogFile {
-  char name[kPathSize];  // full path
-  uint32_t size;         // bytes, modulo 2^32
-  time_t first;          // times of the first and last dated line; 0 = none
-  time_t last;
-  int state;
-  LogFile* next;
-};
-
-extern LogFile* mpLogsRoot;
-
-// Merges an entry into the list: the first entry that has the same name is
-// updated; one that has the same size and dates makes the new file a copy,
-// which is dropped; otherwise a new entry is added at the end.
-void LogsListAppend(const LogFile& file);
+// False when the list knows the file with its present size: its entry is then
+// marked as seen and its dates stand.
+bool FileShouldBeScanned(const LogFile& found);

@@ -1,0 +1,26 @@
+// Writes a file anew in one step, so that others that read it meanwhile see the
+// old content or the new one, never a part.
+#pragma once
+
+#include <cstdio>
+
+#include "base/text.h"
+
+inline constexpr size_t kReplacementPathSize = 2 * kPathSize + 32;
+
+struct FileReplacement {
+  FILE* stream;  // takes the new content
+  char path[kReplacementPathSize];
+  char temporary[kReplacementPathSize];  // empty when the file is written in place
+};
+
+// Opens a temporary file beside the file to replace. Where a new file could not
+// take the old one's place unnoticed (it is a link, has links, or belongs to
+// somebody else) and where none can be made, the old one itself is opened and
+// emptied. False when that is not allowed either, and for anything but a regular
+// file; nothing has changed then.
+bool BeginReplacement(FileReplacement& replacement, const char* path);
+
+// Closes the stream and makes the new content the file's. When it could not be
+// written completely, a temporary file is dropped and the old content stays.
+void FinishReplacement(FileReplacement& replacement);

@@ -1,0 +1,176 @@
+#include "superlog/log_list.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+LogFile* mpLogsRoot = nullptr;
+
+// The entries in list order, and two hash tables of chained entries. Entries of
+// equal size and dates stand in list order in their chain: one becomes equal to
+// others only when none of them precedes it in the list, and so goes to the
+// chain's front.
+static LogFile** mEntries = nullptr;  // one block, with the two tables behind
+static LogFile** mByName = nullptr;
+static LogFile** mByDates = nullptr;
+static size_t mCapacity = 0;  // of each of the three, a power of two
+static size_t mCount = 0;
+
+static constexpr size_t kFirstCapacity = 256;
+
+// FNV-1a, 64 bits.
+static uint64_t HashName(const char* name) {
+  uint64_t hash = 0xcbf29ce484222325;
+  for (; *name != '\0'; ++name) {
+    hash = (hash ^ static_cast<unsigned char>(*name)) * 0x100000001b3;
+  }
+  return hash;
+}
+
+// Multiplicative, after Knuth; the upper bits are the mixed ones.
+static uint64_t HashDates(const LogFile& file) {
+  constexpr uint64_t kGolden = 0x9e3779b97f4a7c15;
+  uint64_t hash = file.size * kGolden;
+  hash = (hash ^ static_cast<uint64_t>(file.first)) * kGolden;
+  hash = (hash ^ hash >> 32 ^ static_cast<uint64_t>(file.last)) * kGolden;
+  return hash >> 32;
+}
+
+static LogFile*& NameChain(const char* name) {
+  return mByName[HashName(name) & (mCapacity - 1)];
+}
+
+static LogFile*& DatesChain(const LogFile& file) {
+  return mByDates[HashDates(file) & (mCapacity - 1)];
+}
+
+static void PutFirst(LogFile*& chain, LogFile* LogFile::*next, LogFile* entry) {
+  entry->*next = chain;
+  chain = entry;
+}
+
+// Numbers and chains all entries anew. From the last to the first, so that
+// chains come out in list order.
+static void Reindex() {
+  std::fill_n(mByName, mCapacity, nullptr);
+  std::fill_n(mByDates, mCapacity, nullptr);
+  mpLogsRoot = nullptr;
+  for (size_t place = mCount; place-- > 0;) {
+    LogFile* const entry = mEntries[place];
+    entry->place = place;
+    PutFirst(mpLogsRoot, &LogFile::next, entry);
+    PutFirst(NameChain(entry->name), &LogFile::next_of_name_hash, entry);
+    PutFirst(DatesChain(*entry), &LogFile::next_of_dates_hash, entry);
+  }
+}
+
+static bool Grow() {
+  const size_t capacity = mCapacity == 0 ? kFirstCapacity : 2 * mCapacity;
+  auto* const block = static_cast<LogFile**>(malloc(3 * capacity * sizeof(void*)));
+  if (block == nullptr) {
+    return false;
+  }
+  std::copy_n(mEntries, mCount, block);
+  free(static_cast<void*>(mEntries));
+  mEntries = block;
+  mByName = block + capacity;
+  mByDates = block + 2 * capacity;
+  mCapacity = capacity;
+  Reindex();
+  return true;
+}
+
+static bool SameDates(const LogFile& a, const LogFile& b) {
+  return a.size == b.size && a.first == b.first && a.last == b.last;
+}
+
+LogFile* FindLog(const char* name) {
+  LogFile* entry = mCapacity == 0 ? nullptr : NameChain(name);
+  while (entry != nullptr && strcmp(entry->name, name) != 0) {
+    entry = entry->next_of_name_hash;
+  }
+  return entry;
+}
+
+// The first entry in list order that has the file's size and dates.
+static const LogFile* FindOriginal(const LogFile& file) {
+  const LogFile* entry = mCapacity == 0 ? nullptr : DatesChain(file);
+  while (entry != nullptr && !SameDates(*entry, file)) {
+    entry = entry->next_of_dates_hash;
+  }
+  return entry;
+}
+
+static void Update(LogFile& entry, const LogFile& file) {
+  entry.state = file.state;
+  if (SameDates(entry, file)) {
+    return;
+  }
+  LogFile** link = &DatesChain(entry);
+  while (*link != &entry) {
+    link = &(*link)->next_of_dates_hash;
+  }
+  *link = entry.next_of_dates_hash;
+  entry.size = file.size;
+  entry.first = file.first;
+  entry.last = file.last;
+  PutFirst(DatesChain(entry), &LogFile::next_of_dates_hash, &entry);
+}
+
+static void AddAtEnd(const LogFile& file) {
+  auto* const entry = static_cast<LogFile*>(malloc(sizeof(LogFile)));
+  if (entry == nullptr || (mCount == mCapacity && !Grow())) {
+    free(entry);
+    return;
+  }
+  *entry = file;
+  entry->next = nullptr;
+  entry->place = mCount;
+  (mCount == 0 ? mpLogsRoot : mEntries[mCount - 1]->next) = entry;
+  mEntries[mCount++] = entry;
+  PutFirst(NameChain(entry->name), &LogFile::next_of_name_hash, entry);
+  PutFirst(DatesChain(*entry), &LogFile::next_of_dates_hash, entry);
+}
+
+void LogsListAppend(const LogFile& file) {
+  LogFile* const same_name = FindLog(file.name);
+  const LogFile* const original = FindOriginal(file);
+  // deliberate: a copy under another name is ignored without a message, and
+  // even the file's own entry is, when it comes later in the list
+  if (original != nullptr && (same_name == nullptr || original->place < same_name->place)) {
+    return;
+  }
+  if (same_name != nullptr) {
+    Update(*same_name, file);
+  } else {
+    AddAtEnd(file);
+  }
+}
+
+bool DeleteOldEntries() {
+  const size_t count = mCount;
+  mCount = 0;
+  for (size_t place = 0; place < count; ++place) {
+    LogFile* const entry = mEntries[place];
+    if (entry->state == kFromSummary) {
+      free(entry);
+    } else {
+      mEntries[mCount++] = entry;
+    }
+  }
+  if (mCount == count) {
+    return false;
+  }
+  Reindex();
+  return true;
+}
+
+void ClearLogList() {
+  for (size_t place = 0; place < mCount; ++place) {
+    free(mEntries[place]);
+  }
+  free(static_cast<void*>(mEntries));
+  mEntries = mByName = mByDates = nullptr;
+  mCapacity = mCount = 0;
+  mpLogsRoot = nullptr;
+}

@@ -1,0 +1,47 @@
+// The list of an account's log files with their sizes and dates. Inner header of
+// this folder.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <ctime>
+
+#include "base/text.h"
+
+enum LogFileState : int {
+  kFromSummary = 1,  // in the summary file, not (yet) seen on disk
+  kSeenOnDisk = 4,
+};
+
+struct LogFile {
+  char name[kPathSize];  // full path
+  uint32_t size;         // bytes, modulo 2^32
+  time_t first;          // times of the first and last dated line; 0 = none
+  time_t last;
+  int state;  // a LogFileState
+
+  // The list's own.
+  LogFile* next;
+  LogFile* next_of_name_hash;
+  LogFile* next_of_dates_hash;
+  size_t place;
+};
+
+extern LogFile* mpLogsRoot;  // head of the list, which is in the order of addition
+
+// Merges an entry into the list. One walk decides: the first entry that has the
+// same name is updated in place; the first that has the same size and dates
+// makes the new file a copy of it, which is ignored; without either a new entry
+// is added at the end, unless memory is refused. Costs no walk: both tests use
+// an index.
+void LogsListAppend(const LogFile& file);
+
+// The entry of a path, compared exactly; null when there is none. It may be
+// changed in its state and, once the list is complete, in its dates.
+LogFile* FindLog(const char* name);
+
+// Removes the entries that are still in state kFromSummary; true when there were
+// any.
+bool DeleteOldEntries();
+
+void ClearLogList();
