@@ -1,6 +1,433 @@
 #include "analysis/driver.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "analysis/dns_cache.h"
+#include "analysis/normalise.h"
+#include "analysis/request_filters.h"
+#include "analysis/search_engines.h"
+#include "analysis/search_phrases.h"
+#include "analysis/smart_memory.h"
+#include "analysis/wildcard.h"
+#include "dates/clock.h"
+#include "dates/years.h"
+#include "superlog/superlog.h"
+
 time_t ReportStartTime = 0;
 int32_t gHits_Browsers = 0;
-bool BeginAnalysis(Settings&, Analysis&) { return false; }
-void CountLogs(const Settings&, Analysis&) {}
-void EndAnalysis(Analysis&) {}
+
+static int32_t mLineCounter = 0;  // lines since the server last got a sign of life
+
+// ---- Set-up -------------------------------------------------------------------
+
+static time_t LocalTimeOf(const CalendarDate& date, int hour, int minute, int second) {
+  tm parts{};
+  // A year is taken as written; unsigned, because any number may be written there.
+  parts.tm_year = static_cast<int>(static_cast<unsigned>(date.year) - 1900U);
+  parts.tm_mon = date.month - 1;
+  parts.tm_mday = date.day;
+  parts.tm_hour = hour;
+  parts.tm_min = minute;
+  parts.tm_sec = second;
+  parts.tm_isdst = -1;
+  return mktime(&parts);
+}
+
+static void SetRange(const Settings& settings, Analysis& analysis) {
+  CalendarDate start{};
+  CalendarDate end{};
+  ParseDate(start, end, settings);
+  analysis.range_first = LocalTimeOf(start, 0, 0, 0);
+  analysis.range_last = LocalTimeOf(end, 23, 59, 59);
+}
+
+// The order of creation decides which of two equally long tables is thinned.
+static void CreateTables(Analysis& analysis) {
+  const struct {
+    CountedReport& report;
+    const char* name;
+  } tables[] = {
+      {analysis.urls, "Top URLs"},
+      {analysis.referrers, "Top Referrers"},
+      {analysis.browsers, "Browsers"},
+      {analysis.badurls, "Bad URLs"},
+      {analysis.badreferrers, "Bad Referrers"},
+      {analysis.domains, "Domains"},
+      {analysis.domaintypes, "Domain Types"},
+  };
+  for (const auto& table : tables) {
+    init_list(table.report.list, table.report.info, table.name);
+  }
+}
+
+bool BeginAnalysis(Settings& settings, Analysis& analysis) {
+  analysis = {};
+  MsieCount = 0;
+  NavCount = 0;
+  gHits_Browsers = 0;
+  mLineCounter = 0;
+  ReportStartTime = CurrentTime();
+  SetRange(settings, analysis);
+  SuperLog_Init(settings, analysis.range_first, analysis.range_last);
+  if (!SuperLog_LogFilesFound()) {
+    return false;
+  }
+  // Engines that the configuration defined keep their descriptors, outside the
+  // chain: their phrases are never reclaimed.
+  gListInfo = {};
+  smart_memory_init(settings);
+  DNSLookup_Init();
+  Search_Init();
+  CreateTables(analysis);
+  return true;
+}
+
+// ---- The rules of a run -------------------------------------------------------
+
+enum class DnsMode { kOff, kAllHosts, kDomainReportsOnly };
+
+// The find test. Without a wildcard matcher it is an equality.
+struct FindTest {
+  char value[kTextSize];
+  size_t length;
+  int (*wildmat)(std::string_view pattern, std::string_view text);
+  bool prefix;  // compare no more of the URL than the value is long
+  bool ignore_case;
+};
+
+// What the settings ask of every record, resolved once so that the loop over the
+// records tests flags.
+struct Rules {
+  const Settings& settings;
+  FindTest find;
+  std::string_view realm;  // empty: any
+  std::string_view user;
+  DnsMode dns;
+  bool flush_to_server;
+  bool filter_domains;
+  bool filter_types;
+  bool keep_query;
+  bool urls;
+  bool url_total;
+  bool referrers;
+  bool filter_referrers;
+  bool search;
+  bool browsers;
+  bool bad_urls;
+  bool bad_url_referrers;
+  bool bad_referrers;
+  bool domains;
+  bool domain_types;
+  bool days;
+  bool weekdays;
+  bool hours;
+};
+
+// The pattern for everything below the find value, too.
+static void AppendStar(FindTest& find) {
+  if (find.length != 0 && find.value[find.length - 1] == '*') {
+    return;
+  }
+  if (find.length < kTextMax) {
+    ++find.length;
+  }
+  find.value[find.length - 1] = '*';
+  find.value[find.length] = '\0';
+}
+
+static FindTest ResolveFindTest(const Settings& settings) {
+  FindTest find{};
+  CopyText(find.value, settings.find);
+  find.length = std::string_view(find.value).size();
+  find.ignore_case = settings.find_casesensitive == 0;
+  if (settings.find_pattern == 0) {
+    find.prefix = settings.subdirs != 0;
+    return find;
+  }
+  find.wildmat = find.ignore_case ? super_wildmati : super_wildmat;
+  if (settings.subdirs != 0) {
+    AppendStar(find);
+  }
+  return find;
+}
+
+static DnsMode ResolveDnsMode(const Settings& settings) {
+  if (settings.dnslookupenabled == 0) {
+    return DnsMode::kOff;
+  }
+  return IpAddrsOnly(settings.filter_domains) ? DnsMode::kDomainReportsOnly : DnsMode::kAllHosts;
+}
+
+// The file types decide only what these reports count.
+static bool NeedsTypeFilter(const Settings& settings) {
+  return settings.requests.on != 0 || settings.referrers.on != 0 || settings.browsers.on != 0 ||
+         settings.domains.on != 0 || settings.domaintypes.on != 0 || settings.dailytotals != 0 ||
+         settings.hitsperdayofweek != 0 || settings.hitsperhour != 0;
+}
+
+static Rules ResolveRules(const Settings& settings) {
+  return {
+      .settings = settings,
+      .find = ResolveFindTest(settings),
+      .realm = settings.authrealm,
+      .user = settings.authuser,
+      .dns = ResolveDnsMode(settings),
+      .flush_to_server = settings.flushtoserver != 0,
+      .filter_domains = settings.filter_domains[0] != '\0',
+      .filter_types = settings.filter_filetypes[0] != '\0' && NeedsTypeFilter(settings),
+      .keep_query = settings.showquery != 0,
+      .urls = settings.requests.on != 0,
+      .url_total = settings.requests.on != 0 || settings.badurls.on != 0,
+      .referrers = settings.referrers.on != 0,
+      .filter_referrers = settings.filter_referrers != 0 && settings.filter_domains[0] != '\0',
+      .search = settings.search.on != 0,
+      .browsers = settings.browsers.on != 0,
+      .bad_urls = settings.badurls.on != 0,
+      .bad_url_referrers = settings.badurl_referrers != 0,
+      .bad_referrers = settings.badreferrers.on != 0,
+      .domains = settings.domains.on != 0,
+      .domain_types = settings.domaintypes.on != 0,
+      .days = settings.dailytotals != 0,
+      .weekdays = settings.hitsperdayofweek != 0,
+      .hours = settings.hitsperhour != 0,
+  };
+}
+
+// ---- Which records are counted -------------------------------------------------
+
+static bool IsAbsent(std::string_view text) {
+  return text.data() == nullptr;
+}
+
+// A rule without a text accepts every record, any other only those that carry the text.
+static bool Authenticated(std::string_view rule, std::string_view text) {
+  return rule.empty() || (!IsAbsent(text) && EqualIgnoreCase(rule, text));
+}
+
+static bool Finds(const FindTest& find, bool keep_query, std::string_view url) {
+  if (find.prefix) {
+    url = url.substr(0, find.length);
+  }
+  if (!keep_query) {
+    url = TruncateCGI(url);
+  }
+  const std::string_view value{find.value, find.length};
+  if (find.wildmat != nullptr) {
+    return find.wildmat(value, url) == 0;
+  }
+  return find.ignore_case ? EqualIgnoreCase(url, value) : url == value;
+}
+
+static bool IsSelected(const Rules& rules, const SuperLogRecord& record) {
+  return Authenticated(rules.realm, record.realm) && Authenticated(rules.user, record.user) &&
+         (!rules.filter_domains || NotFilteredDomain(rules.settings, record.host)) &&
+         Finds(rules.find, rules.keep_query, record.url);
+}
+
+// ---- Steps of one record --------------------------------------------------------
+
+// The visitor's host on its way through the steps.
+struct Visitor {
+  std::string_view host;
+  char* name = nullptr;  // the resolved name that host may lie in
+
+  explicit Visitor(std::string_view from) : host(from) {}
+  Visitor(const Visitor&) = delete;
+  Visitor& operator=(const Visitor&) = delete;
+  ~Visitor() { free(name); }
+};
+
+// Puts the host's name in place of a numeric address; false when there is none.
+static bool ResolveHost(Visitor& visitor) {
+  if (!IsIpAddr(visitor.host)) {
+    return false;
+  }
+  visitor.name = GetHostFromIP(visitor.host.data());
+  if (visitor.name == nullptr) {
+    return false;
+  }
+  visitor.host = visitor.name;
+  return true;
+}
+
+static void CountItem(CountedReport& report, std::string_view key, bool ignore_case) {
+  add_item(report.list, report.info, key, {}, nullptr, ignore_case);
+  ++report.total;
+}
+
+template <size_t N>
+static void CountAt(TimeDistribution<N>& distribution, int index) {
+  ++distribution.counts[index];
+  ++distribution.total;
+}
+
+static void CountNotFound(const Rules& rules, const SuperLogRecord& record, Analysis& analysis) {
+  if (rules.bad_urls) {
+    const std::string_view from = rules.bad_url_referrers ? record.referrer : std::string_view{};
+    add_item(analysis.badurls.list, analysis.badurls.info, record.url, from, nullptr, false);
+  }
+  if (rules.bad_referrers) {
+    add_item(analysis.badreferrers.list, analysis.badreferrers.info, record.referrer, {}, nullptr, false);
+  }
+}
+
+static bool IsNavigator(std::string_view agent) {
+  return agent.starts_with("Mozilla/") && agent.find("ompatible") == std::string_view::npos;
+}
+
+static void CountBrowser(std::string_view agent, Analysis& analysis) {
+  MsieCount += MSIE(agent) ? 1 : 0;
+  NavCount += IsNavigator(agent) ? 1 : 0;
+  CountItem(analysis.browsers, agent, false);
+}
+
+static void CountDomain(const Rules& rules, Visitor& visitor, Analysis& analysis) {
+  if (rules.dns == DnsMode::kDomainReportsOnly) {
+    ResolveHost(visitor);
+  }
+  if (rules.domains) {
+    visitor.host = IPaddress(visitor.host) ? TruncateIP(visitor.host) : TruncateLSD(visitor.host);
+    CountItem(analysis.domains, visitor.host, false);
+  }
+  if (rules.domain_types) {
+    // deliberate: from the host as the domains report has shortened it
+    CountItem(analysis.domaintypes, checkIP(TruncateDomain(visitor.host, 1)), false);
+  }
+}
+
+static void CountTime(const Rules& rules, const tm& local, Analysis& analysis) {
+  if (rules.days) {
+    CountAt(analysis.days, local.tm_yday);
+  }
+  if (rules.weekdays) {
+    CountAt(analysis.weekdays, local.tm_wday);
+  }
+  if (rules.hours) {
+    CountAt(analysis.hours, local.tm_hour);
+  }
+}
+
+static void CountReferrer(const Rules& rules, std::string_view referrer, bool counted, Analysis& analysis) {
+  const bool as_referrer = rules.referrers && counted;
+  if (IsAbsent(referrer) || (!rules.search && !as_referrer) ||
+      (rules.filter_referrers && !NotFilteredDomain(rules.settings, referrer))) {
+    return;
+  }
+  if (rules.search && referrer.find('?') != std::string_view::npos) {
+    CountSearchHits(referrer);
+  }
+  if (as_referrer) {
+    CountItem(analysis.referrers, referrer, true);
+  }
+}
+
+static void CountUrl(const Rules& rules, std::string_view url, Analysis& analysis) {
+  if (rules.urls) {
+    add_item(analysis.urls.list, analysis.urls.info, rules.keep_query ? url : TruncateCGI(url), {}, nullptr,
+             rules.find.ignore_case);
+  }
+  if (rules.url_total) {
+    ++analysis.urls.total;
+  }
+}
+
+// What the reports of counted records take, between the bad URLs and the referrers.
+static void CountVisit(const Rules& rules, const SuperLogRecord& record, Visitor& visitor,
+                       Analysis& analysis) {
+  if (rules.browsers && !IsAbsent(record.agent)) {
+    CountBrowser(record.agent, analysis);
+  }
+  if ((rules.domains || rules.domain_types) && !IsAbsent(visitor.host)) {
+    CountDomain(rules, visitor, analysis);
+  }
+  CountTime(rules, record.local, analysis);
+}
+
+// A record of a filtered file type is not counted, but may be a bad URL and may
+// hold a search phrase.
+static void CountRecord(const Rules& rules, const SuperLogRecord& record, Analysis& analysis) {
+  if (!IsSelected(rules, record)) {
+    return;
+  }
+  const bool counted =
+      !rules.filter_types || NotFilteredFileType(rules.settings, TruncateFileType(record.url));
+  Visitor visitor(record.host);
+  if (counted) {
+    if (rules.dns == DnsMode::kAllHosts && ResolveHost(visitor) &&
+        !NotFilteredDomain(rules.settings, visitor.host)) {
+      return;
+    }
+    ++analysis.hits;
+    SuperLongAdd(analysis.bytes, static_cast<uint32_t>(record.bytes));
+  }
+  if (record.status == 404) {
+    CountNotFound(rules, record, analysis);
+  }
+  if (counted) {
+    CountVisit(rules, record, visitor, analysis);
+  }
+  CountReferrer(rules, record.referrer, counted, analysis);
+  if (counted) {
+    CountUrl(rules, record.url, analysis);
+  }
+}
+
+// ---- The loop over the records ---------------------------------------------------
+
+// Web servers cut a connection that stays silent for long: a space goes out every
+// 1001 lines.
+static void KeepServerAwake() {
+  if (mLineCounter++ + 1 > 1000) {
+    putchar(' ');
+    fflush(stdout);
+    mLineCounter = 0;
+  }
+}
+
+static void CountLogFile(const Rules& rules, Analysis& analysis) {
+  const time_t first = analysis.range_first;
+  const time_t last = analysis.range_last;
+  SuperLogRecord record{};
+  while (SuperLog_ParseNextLine(record)) {
+    if (rules.flush_to_server) {
+      KeepServerAwake();
+    }
+    if (record.time < first) {
+      continue;
+    }
+    if (record.time > last) {
+      return;  // a file is taken to be in order of time
+    }
+    CountRecord(rules, record, analysis);
+  }
+}
+
+static void OpenDebugTable() {
+  printf(
+      "<center><table border=1 cellspacing=0>\n"
+      "<tr><td colspan=6 align=center><font size=\"+1\"><b>Debugging Information</b></font></td></tr>\n");
+}
+
+void CountLogs(const Settings& settings, Analysis& analysis) {
+  const Rules rules = ResolveRules(settings);
+  if (settings.debug != 0) {
+    OpenDebugTable();
+  }
+  while (SuperLog_NextLogFile()) {
+    CountLogFile(rules, analysis);
+  }
+  SuperLog_NextLogFile_Done();
+}
+
+void EndAnalysis(Analysis& analysis) {
+  destroyListInfo();
+  DestroyDNSCache();
+  SuperLog_Uninit();
+  for (CountedReport* report : {&analysis.urls, &analysis.referrers, &analysis.browsers, &analysis.badurls,
+                                &analysis.badreferrers, &analysis.domains, &analysis.domaintypes}) {
+    destroy(report->list);
+  }
+  FreeDomainsNow();
+  FreeFileTypesNow();
+}

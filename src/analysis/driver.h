@@ -1,7 +1,8 @@
 // The analysis driver: reads every record in range, filters it, cuts its parts
-// down to items and counts them.
+// down to items and counts them. What was counted is printed by the report.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <ctime>
 
@@ -9,13 +10,13 @@
 #include "cgi/settings.h"
 #include "superlog/super_long.h"
 
-extern time_t ReportStartTime;   // when the analysis began
-extern int32_t gHits_Browsers;   // browser total, set just before its section is printed
+extern time_t ReportStartTime;  // when the analysis began
+extern int32_t gHits_Browsers;  // browser total, set just before its section is printed
 
 struct CountedReport {
   List list;
   ListInfo* info;
-  int32_t total;  // records counted: the base of the section's percentages
+  int32_t total;  // records counted; 0 for the bad sections, which show shares of the URLs and referrers
 };
 
 template <size_t N>
@@ -33,20 +34,24 @@ struct Analysis {
   CountedReport badreferrers;
   CountedReport domains;
   CountedReport domaintypes;
-  TimeDistribution<366> days;  // by day of the year
-  TimeDistribution<7> weekdays;
+  TimeDistribution<366> days;    // by day of the year
+  TimeDistribution<7> weekdays;  // 0 = Sunday
   TimeDistribution<24> hours;
-  int32_t hits;
-  SuperLong bytes;
+  int32_t hits;        // records counted
+  SuperLong bytes;     // served by them
   time_t range_first;  // local midnight of the start date
   time_t range_last;   // 23:59:59 of the end date
 };
 
-// Prepares the run and finds its log files; false when there is none.
+// Clears analysis, sets its range from the dates of the settings, finds the log
+// files, and prepares smart memory, search engines and tables. False, with
+// nothing left to count or to release, when there is no log file. Fills an empty
+// settings.summary. Engines must be defined before.
 bool BeginAnalysis(Settings& settings, Analysis& analysis);
 
-// Reads all log files in range and counts their records. In debug runs prints
-// the head of the debugging table before and leaves it open.
+// Reads all log files in range and counts their records. Prints the head of the
+// debugging table before, in debug runs, and leaves it open; with flushtoserver
+// prints a space every 1001 lines. The settings are only read here, once.
 void CountLogs(const Settings& settings, Analysis& analysis);
 
 // Releases what the run counted.

@@ -1,22 +1,30 @@
 // The exclusion filters: visitors' domains and requested file types.
+//
+// Each filter text is a list of entries divided by commas; blanks and tabs in it
+// do not count. It is parsed once a run, at the filter's first use; later tests
+// walk a flat table. Absent texts (null data) count as empty.
 #pragma once
 
 #include <string_view>
 
 #include "cgi/settings.h"
 
-// True when the host may be counted: it holds no entry of filter_domains. The
-// entry table is built at the first call with a host. An absent or empty host
-// may always be counted.
+// True when the host may be counted: no entry of filter_domains occurs anywhere
+// in it, ASCII case ignored. An empty entry occurs in every host. An empty host
+// may always be counted and does not count as a use. Of a host longer than 243
+// characters only those count.
 bool NotFilteredDomain(const Settings& settings, std::string_view host);
 
-// True when the file type (a dot and the extension, or empty) may be counted.
+// True when the file type (a dot and the extension, or empty) may be counted:
+// it equals no entry of filter_filetypes, ASCII case ignored. Entries may be
+// written with or without their dot; an empty type may always be counted.
 bool NotFilteredFileType(const Settings& settings, std::string_view type);
 
-// True when the URL begins with the effective find text.
+// True when the URL, cut to 243 characters, begins with the find text.
 bool NotFilteredURL(const Settings& settings, std::string_view url);
 
-// Release the tables. The domain filter must not be used again in the run; the
-// type filter would be rebuilt (deliberately different).
+// Release the tables at the end of the run. The domain filter must not be used
+// again in the run (it would let every host pass); the type filter would be
+// parsed anew (deliberately different).
 void FreeDomainsNow();
 void FreeFileTypesNow();

@@ -1,6 +1,180 @@
 #include "analysis/search_engines.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "analysis/search_defaults.h"
+
 SearchEngine* mpEngineHead = nullptr;
 int mEnginesCount = 0;
 bool mNoConfigDefinitions = false;
-void ParseSearchEngineDefinition(char*, bool) {}
-void Search_Init() {}
+
+uint64_t LetterPairs(std::string_view text) {
+  uint64_t pairs = 0;
+  for (size_t i = 1; i < text.size(); ++i) {
+    const unsigned first = static_cast<unsigned char>(text[i - 1]);
+    const unsigned second = static_cast<unsigned char>(text[i]);
+    pairs |= uint64_t{1} << ((first * 37 + second) % 64);
+  }
+  return pairs;
+}
+
+// ---- Records ------------------------------------------------------------------
+
+// A zeroed record of type T with room for the name behind it, or null.
+template <typename T>
+static T* NewNamedRecord(std::string_view name) {
+  T* record = static_cast<T*>(calloc(1, sizeof(T) + name.size() + 1));
+  if (record != nullptr) {
+    record->length = name.size();
+    CopyText(record->name, name.size() + 1, name);
+  }
+  return record;
+}
+
+template <typename T>
+static void AppendToChain(T*& head, T* record) {
+  T** end = &head;
+  while (*end != nullptr) {
+    end = &(*end)->next;
+  }
+  *end = record;
+}
+
+SearchEngine* SearchEngine_New() {
+  return static_cast<SearchEngine*>(calloc(1, sizeof(SearchEngine)));
+}
+
+SearchDomainInfo* SearchDomainInfo_New(std::string_view name) {
+  auto* domain = NewNamedRecord<SearchDomainInfo>(name);
+  if (domain != nullptr) {
+    domain->letter_pairs = LetterPairs(name);
+  }
+  return domain;
+}
+
+void SearchEngine_Append(SearchEngine* engine) {
+  AppendToChain(mpEngineHead, engine);
+}
+
+void SearchDomainInfo_Append(SearchEngine* engine, SearchDomainInfo* domain) {
+  if (engine != nullptr && domain != nullptr) {
+    AppendToChain(engine->domains, domain);
+  }
+}
+
+void SearchVariable_Append(SearchDomainInfo* domain, std::string_view name) {
+  if (!name.empty()) {
+    AppendToChain(domain->variables, NewNamedRecord<SearchVariable>(name));
+  }
+}
+
+void SearchVariable_Free(SearchVariable* variable) {
+  while (variable != nullptr) {
+    SearchVariable* next = variable->next;
+    free(variable);
+    variable = next;
+  }
+}
+
+void SearchDomainInfo_Free(SearchDomainInfo* domain) {
+  while (domain != nullptr) {
+    SearchDomainInfo* next = domain->next;
+    SearchVariable_Free(domain->variables);
+    free(domain);
+    domain = next;
+  }
+}
+
+void SearchEngine_Free(SearchEngine* engine) {
+  while (engine != nullptr) {
+    SearchEngine* next = engine->next;
+    SearchDomainInfo_Free(engine->domains);
+    destroy(engine->phrases);
+    free(engine);
+    engine = next;
+  }
+}
+
+// ---- Definitions --------------------------------------------------------------
+
+// Takes the part of text up to the next ";" off its front, the ";" too. False,
+// and nothing taken, when there is no ";".
+static bool TakePart(std::string_view& text, std::string_view& part) {
+  const size_t end = text.find(';');
+  if (end == std::string_view::npos) {
+    return false;
+  }
+  part = text.substr(0, end);
+  text.remove_prefix(end + 1);
+  return true;
+}
+
+static bool TakePrefix(std::string_view& text, std::string_view prefix) {
+  if (!BeginsWithIgnoreCase(text, prefix)) {
+    return false;
+  }
+  text.remove_prefix(prefix.size());
+  return true;
+}
+
+// Takes the last field or the next one, whichever text holds, off its front.
+static std::string_view TakeRestOrPiece(std::string_view& text, char separator) {
+  const size_t end = text.find(separator);
+  const std::string_view piece = text.substr(0, end);
+  text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+  return piece;
+}
+
+static SearchDomainInfo* MakeDomain(std::string_view name, std::string_view variables) {
+  SearchDomainInfo* domain = SearchDomainInfo_New(name);
+  while (domain != nullptr && !variables.empty()) {
+    SearchVariable_Append(domain, TakeRestOrPiece(variables, ','));
+  }
+  return domain;
+}
+
+// Reads the pairs of host fragment and variables, skipping everything else.
+static void ParseDomains(SearchEngine& engine, std::string_view text) {
+  std::string_view part;
+  while (TakePart(text, part)) {
+    if (!TakePrefix(part, "domain=") || !TakePrefix(text, "vars=")) {
+      continue;
+    }
+    SearchDomainInfo* domain = MakeDomain(part, TakeRestOrPiece(text, ';'));
+    if (domain == nullptr) {
+      return;
+    }
+    SearchDomainInfo_Append(&engine, domain);
+  }
+}
+
+void ParseSearchEngineDefinition(std::string_view text) {
+  std::string_view name;
+  std::string_view url;
+  if (!TakePart(text, name) || (TakePrefix(text, "url=") && !TakePart(text, url))) {
+    return;
+  }
+  SearchEngine* engine = SearchEngine_New();
+  if (engine == nullptr) {
+    return;
+  }
+  CopyText(engine->name, name);
+  CopyText(engine->url, url);
+  ParseDomains(*engine, text);
+  snprintf(engine->list_title, sizeof engine->list_title, "%s Search Phrases", engine->name);
+  init_list(engine->phrases, engine->phrases_info, engine->list_title);
+  SearchEngine_Append(engine);
+  ++mEnginesCount;
+}
+
+void Search_Init() {
+  if (mEnginesCount != 0) {
+    return;
+  }
+  mNoConfigDefinitions = true;
+  for (const std::string_view definition : kDefaultEngines) {
+    ParseSearchEngineDefinition(definition);
+  }
+}

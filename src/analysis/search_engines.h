@@ -1,41 +1,85 @@
-// Search engine definitions and the phrases found for each engine.
+// Search engine definitions, and the phrases found for each engine.
+//
+// A definition is one line of fields separated by ";":
+//
+//   Finder;url=http://www.finder.example/;domain=.finder.example;vars=q,query;domain=find.example;vars=p
+//
+// The engine's display name comes first, then optionally its home page, then any
+// number of pairs of a host fragment and the query variables that hold the phrase
+// on pages of such a host. Field names are recognised ignoring case. Engines come
+// from the configuration file, or from the built-in table when it defines none;
+// they live until the process ends.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 #include "analysis/counting_table.h"
 #include "base/text.h"
 
 struct SearchVariable {
-  char* name;
   SearchVariable* next;
+  size_t length;
+  char name[];  // NUL-terminated, never empty
+
+  std::string_view text() const { return {name, length}; }
 };
 
 struct SearchDomainInfo {
-  char* name;  // host fragment
-  SearchVariable* variables;
   SearchDomainInfo* next;
+  SearchVariable* variables;  // in definition order
+  uint64_t letter_pairs;      // LetterPairs of the name
+  size_t length;
+  char name[];  // host fragment, NUL-terminated; an empty one occurs in every host
+
+  std::string_view text() const { return {name, length}; }
 };
 
 struct SearchEngine {
   char name[kTextSize];
-  char url[kTextSize];  // home page; empty when the definition gives none
-  SearchDomainInfo* domains;
-  char list_title[kTextSize + 20];  // "%s Search Phrases"
-  List phrases;
+  char url[kTextSize];              // home page; empty when the definition gives none
+  SearchDomainInfo* domains;        // in definition order
+  char list_title[kTextSize + 16];  // "%s Search Phrases"
+  List phrases;                     // counted case-sensitively
   ListInfo* phrases_info;
   size_t phrase_total;  // distinct phrases, filled by the report
   SearchEngine* next;
 };
 
 extern SearchEngine* mpEngineHead;  // engines in definition order
-extern int mEnginesCount;
-extern bool mNoConfigDefinitions;  // the built-in definitions are in use
+extern int mEnginesCount;           // definitions accepted so far
+extern bool mNoConfigDefinitions;   // the built-in definitions are in use
 
-// Defines one engine from "Name;url=...;domain=...;vars=a,b;..." and appends it;
-// a malformed text defines nothing. Without the copy flag the text is cut in
-// place; with it a private copy is.
-void ParseSearchEngineDefinition(char* text, bool copy);
+// Defines one engine and appends it. Nothing is defined by a text without ";", or
+// with a "url=" that no ";" ends. Parts that are neither "domain=" nor "vars=" are
+// skipped; a "domain=" that no "vars=" follows is dropped. An engine without valid
+// pairs is appended all the same. When memory is refused the definition ends
+// silently with what it has by then. The text is only read.
+void ParseSearchEngineDefinition(std::string_view text);
 
 // Loads the 34 built-in definitions when no engine is defined.
 void Search_Init();
+
+// A set of 64 bits, one or more of which stand for each pair of adjacent
+// characters: a fragment can occur in a text only when the text's set holds all
+// of the fragment's.
+uint64_t LetterPairs(std::string_view text);
+
+// The pieces that definitions are built from. New records are empty, or null when
+// memory is refused; names are copied.
+SearchEngine* SearchEngine_New();
+SearchDomainInfo* SearchDomainInfo_New(std::string_view name);
+
+// Append at the end of the engine list, of an engine's domains (ignored when
+// either is null), of a domain's variables (ignored when the name is empty or
+// memory is refused).
+void SearchEngine_Append(SearchEngine* engine);
+void SearchDomainInfo_Append(SearchEngine* engine, SearchDomainInfo* domain);
+void SearchVariable_Append(SearchDomainInfo* domain, std::string_view name);
+
+// Release the record, everything it owns, and the rest of its chain; null is
+// ignored. List descriptors belong to gListInfo and stay.
+void SearchVariable_Free(SearchVariable* variable);
+void SearchDomainInfo_Free(SearchDomainInfo* domain);
+void SearchEngine_Free(SearchEngine* engine);

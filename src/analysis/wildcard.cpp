@@ -1,5 +1,288 @@
 #include "analysis/wildcard.h"
-int super_wildmat(const char*, const char*) { return 0; }
-int super_wildmati(const char*, const char*) { return 0; }
-int super_wildmat_tilde(const char*, const char*) { return 0; }
-int DoMatch(const char*, const char*) { return 0; }
+
+#include <algorithm>
+
+#include "analysis/wildcard_internal.h"
+#include "base/text.h"
+
+int64_t lbrace = 0;
+unsigned mTries = 0;
+
+namespace {
+
+enum : int { kAbort = -1, kNoMatch = 0, kMatch = 1 };
+
+struct Matcher {
+  std::string_view text;
+  std::string_view pattern;
+  bool ignore_case;
+};
+
+// A try that failed, and by how much it left lbrace raised.
+struct Failure {
+  uint64_t call;  // the call that it belongs to
+  int result;
+  int64_t raised;
+};
+
+struct AlternativeEnd {
+  uint64_t call;
+  size_t end;
+};
+
+}  // namespace
+
+// Groups turn aborts into plain failures, so nested ones among stars come back to
+// the same places exponentially often. A call that makes more than kFreeTries
+// tries therefore remembers the failed ones. What a try does depends on its place
+// and on whether a group is open, but places tried while none is open are not
+// tried again: only stars lead there, and a star that fails aborts.
+static constexpr unsigned kFreeTries = 500;
+static constexpr int64_t kMostOpen = int64_t{1} << 60;  // where counting open groups stops, short of overflow
+static Failure mFailures[kTextSize][kTextSize];
+static AlternativeEnd mAlternativeEnds[kTextSize];
+static uint64_t mCall = 0;
+
+static int Try(const Matcher& m, size_t t, size_t p);
+
+static char Fold(const Matcher& m, char c) {
+  return m.ignore_case ? ToLowerAscii(c) : c;
+}
+
+// Moves from the "|" or ")" behind a matched alternative to the element behind
+// its group, and behind all groups that end there with it.
+static size_t LeaveGroups(std::string_view pattern, size_t p) {
+  while (true) {
+    while (p < pattern.size() && pattern[p] == ')') {
+      ++p;
+    }
+    if (p == pattern.size() || pattern[p] != '|') {
+      return p;
+    }
+    ++p;
+    for (int depth = 1; p < pattern.size() && depth > 0; ++p) {
+      depth += pattern[p] == '(' ? 1 : pattern[p] == ')' ? -1 : 0;
+    }
+  }
+}
+
+// Moves from the start of an alternative to the "|" or ")" at its end, or to the
+// end of the pattern.
+static size_t EndOfAlternative(std::string_view pattern, size_t p) {
+  AlternativeEnd& known = mAlternativeEnds[p];
+  if (known.call == mCall) {
+    return known.end;
+  }
+  for (int depth = 1; p < pattern.size(); ++p) {
+    depth += pattern[p] == '(' ? 1 : pattern[p] == ')' ? -1 : 0;
+    if (depth == 0 || (depth == 1 && pattern[p] == '|')) {
+      break;
+    }
+  }
+  known = {mCall, p};
+  return p;
+}
+
+// Whether c is a member of the set, whose brackets and "^" are left out.
+static bool InSet(const Matcher& m, std::string_view set, char c) {
+  const auto code = [&m](char member) { return static_cast<signed char>(Fold(m, member)); };
+  for (size_t i = 0; i < set.size(); ++i) {
+    const bool is_range = i > 0 && set[i] == '-' && i + 1 < set.size();
+    const char first = is_range ? set[i - 1] : set[i];
+    i += is_range ? 1 : 0;
+    if (code(first) <= code(c) && code(c) <= code(set[i])) {
+      return true;
+    }
+  }
+  return false;
+}
+
+// Holds c against the set behind the "[" before p and moves p behind its "]".
+static bool MatchSet(const Matcher& m, char c, size_t& p) {
+  const bool negated = p < m.pattern.size() && m.pattern[p] == '^';
+  p += negated ? 1 : 0;
+  const size_t end = m.pattern.find(']', p + 1);  // a "]" in first place is a member
+  if (end == std::string_view::npos) {
+    return false;
+  }
+  const std::string_view set = m.pattern.substr(p, end - p);
+  p = end + 1;
+  return InSet(m, set, c) != negated;
+}
+
+// Holds c against the element at p, which stands for one character, and moves p
+// behind it.
+static bool MatchOne(const Matcher& m, char c, size_t& p) {
+  char element = m.pattern[p++];
+  if (element == '?') {
+    return true;
+  }
+  if (element == '[') {
+    return MatchSet(m, c, p);
+  }
+  if (element == '\\') {
+    if (p == m.pattern.size()) {
+      return false;
+    }
+    element = m.pattern[p++];
+  }
+  return Fold(m, element) == Fold(m, c);
+}
+
+static bool Remembering() {
+  return mTries > kFreeTries;
+}
+
+static bool IsRemembered(size_t t, size_t p) {
+  return Remembering() && mFailures[p][t].call == mCall;
+}
+
+static int Recall(const Failure& failure) {
+  lbrace = std::min(lbrace + failure.raised, kMostOpen);
+  return failure.result;
+}
+
+// The first place at or behind t where the element at p need be tried.
+static size_t NextPlace(const Matcher& m, size_t t, size_t p) {
+  constexpr std::string_view kSpecial = "?[\\(|)";
+  const char element = m.pattern[p];
+  if (kSpecial.find(element) == std::string_view::npos) {
+    while (t < m.text.size() && Fold(m, m.text[t]) != Fold(m, element)) {
+      ++t;
+    }
+  }
+  return t;
+}
+
+// Matches from behind a "*".
+static int MatchStar(const Matcher& m, size_t t, size_t p) {
+  p = m.pattern.find_first_not_of('*', p);
+  if (p == std::string_view::npos) {
+    return kMatch;
+  }
+  const size_t star = p - 1;
+  const size_t first = t;
+  const int64_t before = lbrace;
+  int result = kNoMatch;
+  while (result == kNoMatch && t <= m.text.size()) {
+    t = NextPlace(m, t, p);
+    result = IsRemembered(t, star) ? Recall(mFailures[star][t]) : Try(m, t, p);
+    ++t;
+  }
+  if (result == kMatch) {
+    return kMatch;
+  }
+  if (Remembering() && lbrace == before) {
+    while (t-- > first) {
+      mFailures[star][t] = {mCall, kAbort, 0};  // it failed from every place that it was moved over
+    }
+  }
+  return kAbort;
+}
+
+// Matches from behind a "(".
+static int MatchGroup(const Matcher& m, size_t t, size_t p) {
+  ++lbrace;
+  while (Try(m, t, p) != kMatch) {  // deliberate: a match leaves lbrace raised
+    p = EndOfAlternative(m.pattern, p);
+    if (p == m.pattern.size()) {
+      return kAbort;
+    }
+    if (m.pattern[p] == ')') {
+      --lbrace;
+      return kNoMatch;
+    }
+    ++p;
+  }
+  return kMatch;
+}
+
+static int Walk(const Matcher& m, size_t t, size_t p) {
+  for (;; ++t) {
+    if (p < m.pattern.size() && (m.pattern[p] == ')' || m.pattern[p] == '|')) {
+      if (lbrace == 0) {
+        return kAbort;
+      }
+      p = LeaveGroups(m.pattern, p);
+    }
+    if (p == m.pattern.size()) {
+      return t == m.text.size() ? kMatch : kNoMatch;
+    }
+    if (m.pattern[p] == '*') {
+      return MatchStar(m, t, p + 1);
+    }
+    if (m.pattern[p] == '(') {
+      return MatchGroup(m, t, p + 1);
+    }
+    if (t == m.text.size()) {
+      return kAbort;
+    }
+    if (!MatchOne(m, m.text[t], p)) {
+      return kNoMatch;
+    }
+  }
+}
+
+static int Try(const Matcher& m, size_t t, size_t p) {
+  ++mTries;
+  if (!Remembering()) {
+    return Walk(m, t, p);
+  }
+  if (IsRemembered(t, p)) {
+    return Recall(mFailures[p][t]);
+  }
+  Failure& failure = mFailures[p][t];
+  const int64_t before = lbrace;
+  const int result = Walk(m, t, p);
+  if (result != kMatch) {
+    failure = {mCall, result, lbrace - before};
+  }
+  return result;
+}
+
+static int Match(std::string_view text, std::string_view pattern, bool ignore_case) {
+  const Matcher m = {text.substr(0, kTextMax), pattern.substr(0, kTextMax), ignore_case};
+  mTries = 0;
+  ++mCall;
+  return Walk(m, 0, 0);
+}
+
+static int Compare(std::string_view pattern, std::string_view text, bool ignore_case) {
+  return pattern == "*" || Match(text, pattern, ignore_case) == kMatch ? 0 : 1;
+}
+
+int DoMatch(std::string_view text, std::string_view pattern) {
+  return Match(text, pattern, false);
+}
+
+int super_wildmat(std::string_view pattern, std::string_view text) {
+  return Compare(pattern, text, false);
+}
+
+int super_wildmati(std::string_view pattern, std::string_view text) {
+  return Compare(pattern, text, true);
+}
+
+// The first "~" behind the first character that no backslash precedes.
+static size_t FindTilde(std::string_view pattern) {
+  size_t tilde = pattern.find('~', 1);
+  while (tilde != std::string_view::npos && pattern[tilde - 1] == '\\') {
+    tilde = pattern.find('~', tilde + 1);
+  }
+  return tilde;
+}
+
+int super_wildmat_tilde(std::string_view pattern, std::string_view text) {
+  if (pattern == "~") {
+    return text.empty() ? 0 : 1;
+  }
+  if (pattern.substr(0, 1) == "~") {
+    return 1 - super_wildmat(pattern.substr(1), text);
+  }
+  const size_t tilde = FindTilde(pattern);
+  const int left = super_wildmat(pattern.substr(0, tilde), text);
+  if (left != 0 || tilde == std::string_view::npos || tilde + 1 == pattern.size()) {
+    return left;
+  }
+  return 1 - super_wildmat(pattern.substr(tilde + 1), text);
+}

@@ -1,11 +1,33 @@
 // Wildcard matching: "*", "?", sets, escapes and alternation groups.
 //
-// The entry points answer like a string comparison: 0 means a match.
+//   ?        any one character          *        any run of characters, also none
+//   [a-c]    one of a set               [^a-c]   one that is not of the set
+//   \x       x itself                   (a|b)    one of the alternatives
+//
+// In a set, "]" or "-" in first place and "-" in last place stand for themselves,
+// and ranges go by signed character code; a set without "]" matches nothing. An
+// alternative may be empty and groups may nest. Which ")" ends a group is decided
+// by counting parentheses, escaped ones included.
+//
+// Of pattern and text the first 243 characters count. The work of a call grows
+// with the product of their lengths times the stars and groups, not exponentially.
 #pragma once
 
-int super_wildmat(const char* pattern, const char* text);
-int super_wildmati(const char* pattern, const char* text);       // ignores case
-int super_wildmat_tilde(const char* pattern, const char* text);  // with the but-not operator "~"
+#include <string_view>
 
-// 1 match, 0 no match, -1 no later position can match.
-int DoMatch(const char* text, const char* pattern);
+// The entry points answer like a string comparison: 0 when the text matches the
+// pattern, 1 when it does not. The pattern "*" alone matches everything.
+int super_wildmat(std::string_view pattern, std::string_view text);
+int super_wildmati(std::string_view pattern, std::string_view text);  // ASCII case ignored
+
+// super_wildmat with a but-not operator: "a~b" matches what a matches and b does
+// not, "~b" what b does not match; "~" alone matches the empty text, and "a~" is
+// a. Only the first "~" that no backslash precedes divides.
+int super_wildmat_tilde(std::string_view pattern, std::string_view text);
+
+// 1 match; 0 no match; -1 no match, and none at a later position of the text.
+//
+// A group that matched stays open for the rest of the run (deliberate): from
+// then on, a "|" or ")" outside any group counts as group syntax, where before
+// it is an abort.
+int DoMatch(std::string_view text, std::string_view pattern);

@@ -86,7 +86,7 @@ static void ApplySmartMemory(Reading& reading, char* value) {
 }
 
 static void ApplySearch(Reading&, char* value) {
-  ParseSearchEngineDefinition(value, false);
+  ParseSearchEngineDefinition(value);
 }
 
 struct ConfigKey {

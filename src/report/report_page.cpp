@@ -1,3 +1,79 @@
 #include "report/report_page.h"
-void AnalyzeLogs(Settings& settings, const Environment& env) { do_bigass_analysis(settings, env); }
-void do_bigass_analysis(Settings&, const Environment&) {}
+
+#include <cstdio>
+
+#include "analysis/driver.h"
+#include "analysis/smart_memory.h"
+#include "report/debug_rows.h"
+#include "report/error_page.h"
+#include "report/page_frame.h"
+#include "report/ranked_tables.h"
+#include "report/search_report.h"
+#include "report/time_tables.h"
+#include "superlog/superlog.h"
+
+static void EndSection(const Settings& settings) {
+  OutputJumpBar(settings);
+  if (settings.flushtoserver != 0) {
+    fflush(stdout);
+  }
+}
+
+static void PrintRanked(const Settings& settings, const RankedReport& report, RankedSection section,
+                        Analysis& analysis) {
+  if (report.on != 0) {
+    PrintRankedSection(settings, section, analysis);
+    EndSection(settings);
+  }
+}
+
+static void PrintTimes(const Settings& settings, int on, void (*print)(const Settings&, const Analysis&),
+                       const Analysis& analysis) {
+  if (on != 0) {
+    print(settings, analysis);
+    EndSection(settings);
+  }
+}
+
+static void PrintSections(const Settings& settings, Analysis& analysis) {
+  OutputJumpBar(settings);
+  PrintRanked(settings, settings.requests, RankedSection::kUrls, analysis);
+  PrintRanked(settings, settings.referrers, RankedSection::kReferrers, analysis);
+  Search_Report(settings);  // with its own jump bar
+  PrintRanked(settings, settings.browsers, RankedSection::kBrowsers, analysis);
+  PrintRanked(settings, settings.badurls, RankedSection::kBadUrls, analysis);
+  PrintRanked(settings, settings.badreferrers, RankedSection::kBadReferrers, analysis);
+  PrintRanked(settings, settings.domains, RankedSection::kDomains, analysis);
+  PrintRanked(settings, settings.domaintypes, RankedSection::kDomainTypes, analysis);
+  PrintTimes(settings, settings.dailytotals, PrintDailyTotals, analysis);
+  PrintTimes(settings, settings.hitsperdayofweek, PrintHitsPerDayOfWeek, analysis);
+  PrintTimes(settings, settings.hitsperhour, PrintHitsPerHour, analysis);
+}
+
+// Smart memory notes its peak only where it reclaims; without any reclaim memory
+// has only grown.
+static void CompleteMemoryPeak() {
+  if (gSM_TotalBytesFreed == 0) {
+    gSM_MaximumBytesAllocated = gSM_CurrentBytesAllocated;
+  }
+}
+
+void AnalyzeLogs(Settings& settings, const Environment& env) {
+  do_bigass_analysis(settings, env);
+}
+
+void do_bigass_analysis(Settings& settings, const Environment& env) {
+  Analysis analysis{};
+  if (!BeginAnalysis(settings, analysis)) {
+    ServerError(11, env, settings);
+  }
+  CountLogs(settings, analysis);
+  CompleteMemoryPeak();
+  PrintDebugRows(settings);
+  DisplayHeader(settings, analysis.hits, analysis.bytes);
+  if (SuperLog_LogsInRange()) {
+    PrintSections(settings, analysis);
+  }
+  PrintFooter(settings);
+  EndAnalysis(analysis);
+}

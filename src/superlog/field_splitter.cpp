@@ -4,10 +4,11 @@
 
 // First terminator in [from, end) that is not preceded by an odd number of
 // double quotes; end when there is none.
-static char* FindOutsideQuotes(char* from, char* end, char terminator) {
+template <char kTerminator>
+static char* FindOutsideQuotes(char* from, char* end) {
   for (;;) {
-    char* const found = FindEither(from, end, terminator, '"');
-    if (found == end || *found == terminator) {
+    char* const found = FindEither(from, end, kTerminator, '"');
+    if (found == end || *found == kTerminator) {
       return found;
     }
     char* const closing = FindByte(found + 1, end, '"');
@@ -29,20 +30,33 @@ static void TakeField(FieldCursor& cursor, char* start, char* stop) {
   }
 }
 
-void ParseField(FieldCursor& cursor) {
-  char* const start = cursor.next;
-  const char first = start == cursor.end ? '\0' : *start;
-  if (first == '"') {
-    TakeField(cursor, start + 1, FindByte(start + 1, cursor.end, '"'));
-  } else if (first == '\'' || first == '[') {
-    TakeField(cursor, start + 1, FindOutsideQuotes(start + 1, cursor.end, first == '[' ? ']' : first));
-  } else {
-    // Two spaces in a row enclose an empty field: deliberate.
-    TakeField(cursor, start, FindOutsideQuotes(start, cursor.end, ' '));
-    return;
-  }
+// Skips the space behind a closing quote or bracket.
+static void SkipSpace(FieldCursor& cursor) {
   if (cursor.next != cursor.end && *cursor.next == ' ') {
     ++cursor.next;
+  }
+}
+
+void ParseField(FieldCursor& cursor) {
+  char* const start = cursor.next;
+  char* const end = cursor.end;
+  switch (start == end ? '\0' : *start) {
+    case '"':
+      TakeField(cursor, start + 1, FindByte(start + 1, end, '"'));
+      SkipSpace(cursor);
+      break;
+    case '\'':
+      TakeField(cursor, start + 1, FindOutsideQuotes<'\''>(start + 1, end));
+      SkipSpace(cursor);
+      break;
+    case '[':
+      TakeField(cursor, start + 1, FindOutsideQuotes<']'>(start + 1, end));
+      SkipSpace(cursor);
+      break;
+    default:
+      // Two spaces in a row enclose an empty field: deliberate.
+      TakeField(cursor, start, FindOutsideQuotes<' '>(start, end));
+      break;
   }
 }
 
@@ -51,7 +65,7 @@ void ParseField_Tab(FieldCursor& cursor) {
   while (start != cursor.end && *start == ' ') {
     ++start;
   }
-  TakeField(cursor, start, FindOutsideQuotes(start, cursor.end, '\t'));
+  TakeField(cursor, start, FindOutsideQuotes<'\t'>(start, cursor.end));
   if (cursor.length >= 2 && cursor.value[0] == '"' && cursor.value[cursor.length - 1] == '"') {
     cursor.value[cursor.length - 1] = '\0';
     ++cursor.value;
@@ -64,24 +78,27 @@ void ParseField_Comma(FieldCursor& cursor) {
   while (start != cursor.end && (*start == ' ' || *start == '\t')) {
     ++start;
   }
-  char* stop = FindOutsideQuotes(start, cursor.end, ',');
+  char* stop = FindOutsideQuotes<','>(start, cursor.end);
   // deliberate: a comma without a space behind it is part of the value, as in a number of thousands
   while (stop != cursor.end && stop[1] != ' ') {
-    stop = FindOutsideQuotes(stop + 1, cursor.end, ',');
+    stop = FindOutsideQuotes<','>(stop + 1, cursor.end);
   }
   TakeField(cursor, start, stop);
 }
 
-void ParseFieldBySeparator(FieldCursor& cursor, char separator) {
+FieldParser FindFieldParser(char separator) {
   switch (separator) {
+    case 'S':
+      return ParseField;
     case 'T':
-      ParseField_Tab(cursor);
-      break;
+      return ParseField_Tab;
     case 'C':
-      ParseField_Comma(cursor);
-      break;
+      return ParseField_Comma;
     default:
-      ParseField(cursor);
-      break;
+      return nullptr;
   }
+}
+
+void ParseFieldBySeparator(FieldCursor& cursor, char separator) {
+  FindFieldParser(separator)(cursor);
 }

@@ -28,6 +28,9 @@ void ParseField_Tab(FieldCursor& cursor);
 // behind it, and one inside a pair of double quotes, belongs to the value.
 void ParseField_Comma(FieldCursor& cursor);
 
-// Reads the next field with the splitter of a separator letter S, T or C; of any
-// other letter with that of S.
+// The parser of a separator letter S, T or C; null for any other letter.
+using FieldParser = void (*)(FieldCursor& cursor);
+FieldParser FindFieldParser(char separator);
+
+// Reads the next field with the parser of a separator letter.
 void ParseFieldBySeparator(FieldCursor& cursor, char separator);

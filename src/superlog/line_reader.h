@@ -17,8 +17,8 @@
 
 #include "superlog/super_long.h"
 
-inline constexpr size_t kBlockSize = 8192;              // bytes are counted in blocks of this size
-inline constexpr size_t kBigBufSize = 16 * kBlockSize;  // and read from the file in windows of this size
+inline constexpr size_t kBlockSize = 8192;             // bytes are counted in blocks of this size
+inline constexpr size_t kBigBufSize = 8 * kBlockSize;  // and read from the file in windows of this size
 
 // The current line without its end-of-line characters, NUL-terminated at
 // mLineLen. A NUL byte of the log ends its text earlier: mpLineEnd is the first

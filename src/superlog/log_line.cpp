@@ -178,13 +178,13 @@ static bool TakeValue(char letter, std::string_view value, SuperLogRecord& recor
 // Walks the known layout along the current line.
 static bool SplitLine(SuperLogRecord& record, LineParts& parts) {
   FieldCursor cursor = {mpLine, mpLineEnd, nullptr, 0};
-  char separator = 'S';
+  FieldParser parse_field = ParseField;
   for (const char* letter = mKnownFormatBuf; *letter != '\0' && cursor.next != cursor.end; ++letter) {
-    if (*letter == 'S' || *letter == 'T' || *letter == 'C') {
-      separator = *letter;
+    if (const FieldParser separator = FindFieldParser(*letter)) {
+      parse_field = separator;
       continue;
     }
-    ParseFieldBySeparator(cursor, separator);
+    parse_field(cursor);
     if (cursor.length > kTextMax) {
       cursor.length = kTextMax;
       cursor.value[kTextMax] = '\0';
@@ -249,9 +249,15 @@ static bool SettleTime(SuperLogRecord& record) {
   return TimeToLocal(time, record.local);
 }
 
+// Field by field, which is faster than one fill of the whole.
 static void ClearRecord(SuperLogRecord& record) {
-  record = {};
+  for (std::string_view* text :
+       {&record.host, &record.url, &record.referrer, &record.agent, &record.realm, &record.user}) {
+    *text = {};
+  }
+  record.local = {};
   record.local.tm_isdst = -1;
+  record.time = record.status = record.bytes = 0;
 }
 
 // False when the line is no request.

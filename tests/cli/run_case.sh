@@ -35,8 +35,8 @@ blank() {
     -e 's|^\(# Last updated on \).*|\1NOW|' \
     -e 's|^\[[0-9][0-9]/[A-Z][a-z][a-z]/[0-9:]*\] |[NOW] |' \
     -e 's|<b>User:</b> .* / <b>Group:</b> [^<]*<br>|<b>User:</b> USER / <b>Group:</b> GROUP<br>|' \
-    -e 's|^\(<b>\(Operating system\|Release\|Processor\|Version\|Node\):</b> \)[^<]*|\1SYSTEM|' \
-    -e 's|^\(    \(Operating system\|Release\|Processor\|Version\|Node\): *	\).*|\1SYSTEM|'
+    -e 's,^\(<b>\(Operating system\|Release\|Processor\|Version\|Node\):</b> \)[^<]*,\1SYSTEM,' \
+    -e 's,^\(    \(Operating system\|Release\|Processor\|Version\|Node\): *	\).*,\1SYSTEM,'
 }
 
 set -- TZ=UTC LC_ALL=C PATH=/usr/bin:/bin

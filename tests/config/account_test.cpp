@@ -1,5 +1,6 @@
 #include "config/account.h"
 
+#include "analysis/dns_cache.h"
 #include "support/text_file.h"
 
 using testing::ExitedWithCode;
@@ -147,6 +148,18 @@ TEST_F(LocalIPTest, NumericHostIsTestedAsItStandsAgainstNumericFragments) {
 TEST_F(LocalIPTest, NumericHostWithoutNameIsTestedAsItStands) {
   EXPECT_TRUE(Local("example.test,255.255.", "255.255.255.255", ""));
   EXPECT_FALSE(Local("example.test", "255.255.255.255", "192.0.2.1"));
+}
+
+TEST_F(LocalIPTest, NumericHostIsReplacedByItsNameWhenAFragmentIsAName) {
+  char* name = GetHostFromIP("127.0.0.1");
+  if (name == nullptr) {
+    GTEST_SKIP() << "the loopback address has no name here";
+  }
+  const std::string by_name = name;
+  free(name);
+  EXPECT_TRUE(Local(by_name.c_str(), "127.0.0.1", "192.0.2.1"));
+  EXPECT_FALSE(Local("127.0.,x.example.test", "127.0.0.1", "192.0.2.1")) << "the name is tested instead";
+  EXPECT_TRUE(Local("127.0.,x.example.test", "127.0.0.1", "127.0.0.1"));
 }
 
 TEST_F(LocalIPTest, LongestFragmentIsTriedWhole) {

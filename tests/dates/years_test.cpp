@@ -191,7 +191,7 @@ TEST_F(ConvertLogDateTest, KnowsEveryMonth) {
   const char* names[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
   for (int month = 0; month < 12; ++month) {
     SCOPED_TRACE(names[month]);
-    char expected[9];
+    char expected[40];
     snprintf(expected, sizeof expected, "1999%02d05", month + 1);
     EXPECT_EQ(Sortable((std::string("05/") + names[month] + "/1999:10").c_str()), expected);
   }

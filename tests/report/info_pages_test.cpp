@@ -28,17 +28,17 @@ class InfoPagesTest : public testing::Test {
     return testing::internal::GetCapturedStdout();
   }
 
-  // The remote debugging page over a configuration file of these bytes.
-  std::string DebugPage(const std::string& bytes) {
+  // Expects the remote debugging page over a configuration file of these bytes to
+  // show this data.
+  void ExpectDebugPage(const std::string& bytes, const std::string& data) {
     const std::string path = testing::TempDir() + "/orvellis_remote_debug_" + std::to_string(getpid());
     std::FILE* file = fopen(path.c_str(), "w");
     fwrite(bytes.data(), 1, bytes.size(), file);
     fclose(file);
     settings.RemoteDebugEnabled = 1;
     CopyText(settings.config, path);
-    std::string page = Printed([&] { RemoteDebug(settings); });
+    EXPECT_EQ(Printed([&] { RemoteDebug(settings); }), DebugPageAround(data));
     remove(path.c_str());
-    return page;
   }
 
   std::string DebugPageAround(const std::string& data) const {
@@ -190,20 +190,20 @@ TEST_F(RemoteDebugTest, DoesNotFallBackToTheDefaultFile) {
 
 TEST_F(RemoteDebugTest, PrintsEveryLineAsItStands) {
   const std::string data = "# <b>&amp;\r\nuser=ann;logs=100%d\n\nlast line without a break";
-  EXPECT_EQ(DebugPage(data), DebugPageAround(data));
+  ExpectDebugPage(data, data);
 }
 
 TEST_F(RemoteDebugTest, PrintsAnEmptyFile) {
-  EXPECT_EQ(DebugPage(""), DebugPageAround(""));
+  ExpectDebugPage("", "");
 }
 
 TEST_F(RemoteDebugTest, PrintsOneEndlessLineWhole) {
   const std::string data(100000, 'x');
-  EXPECT_EQ(DebugPage(data), DebugPageAround(data));
+  ExpectDebugPage(data, data);
 }
 
 TEST_F(RemoteDebugTest, PiecesEndAtANul) {
-  EXPECT_EQ(DebugPage(std::string("ab\0cd\nef\n", 9)), DebugPageAround("abef\n"));
+  ExpectDebugPage(std::string("ab\0cd\nef\n", 9), "abef\n");
 }
 
 TEST_F(RemoteDebugTest, FolderYieldsNothing) {

@@ -1,0 +1,12 @@
+// What the wildcard matcher shows to its tests.
+#pragma once
+
+#include <cstdint>
+
+// Alternation groups that are open: those being tried, and those left open by
+// earlier calls. Shared by all calls of the run.
+extern int64_t lbrace;
+
+// Places (pattern position, text position) that the last call tried to match
+// from, those answered from memory included: the measure of its work.
+extern unsigned mTries;

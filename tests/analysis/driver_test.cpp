@@ -1,0 +1,607 @@
+#include "analysis/driver.h"
+
+#include <gtest/gtest.h>
+#include <netdb.h>
+#include <sys/socket.h>
+
+#include <string>
+
+#include "analysis/normalise.h"
+#include "analysis/request_filters.h"
+#include "support/account_logs.h"
+#include "support/counted.h"
+
+namespace {
+
+class Driver : public AccountLogs {
+ protected:
+  // Reads the logs; what the run prints is returned.
+  std::string Run() {
+    testing::internal::CaptureStdout();
+    EXPECT_TRUE(BeginAnalysis(settings_, analysis_));
+    CountLogs(settings_, analysis_);
+    return testing::internal::GetCapturedStdout();
+  }
+
+  std::string Urls() { return Counted(analysis_.urls.list); }
+  std::string BadUrls() { return Counted(analysis_.badurls.list); }
+  std::string Referrers() { return Counted(analysis_.referrers.list); }
+
+  Analysis analysis_{};
+};
+
+using BeginAnalysisTest = Driver;
+using CountLogsTest = Driver;
+using FindTestOfDriver = Driver;
+
+constexpr const char* kMsie = "Mozilla/4.0 (compatible; MSIE 5.0; X11)";
+constexpr const char* kNavigator = "Mozilla/4.7 [en] (X11; Linux)";
+
+// The official name that the system's resolver gives the loopback address.
+std::string LoopbackName() {
+  const unsigned char loopback[] = {127, 0, 0, 1};
+  const hostent* host = gethostbyaddr(loopback, sizeof loopback, AF_INET);
+  return host == nullptr ? "" : host->h_name;
+}
+
+}  // namespace
+
+// ---- BeginAnalysis ------------------------------------------------------------
+
+TEST_F(BeginAnalysisTest, FalseWithoutAnyLogFile) {
+  EXPECT_FALSE(BeginAnalysis(settings_, analysis_));
+}
+
+TEST_F(BeginAnalysisTest, RangeIsWholeLocalDays) {
+  AddLog("a.log", {{}});
+  setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
+  tzset();
+  ResetLocalTime();
+  CopyText(settings_.start_date, "03252000");
+  CopyText(settings_.end_date, "03262000");  // summer time begins on this day
+  ASSERT_TRUE(BeginAnalysis(settings_, analysis_));
+  EXPECT_EQ(analysis_.range_first, 953938800);
+  EXPECT_EQ(analysis_.range_last, 953938800 + 24 * 3600 + 23 * 3600 - 1);
+}
+
+TEST_F(BeginAnalysisTest, YearsAreTakenAsWritten) {
+  AddLog("a.log", {{}});
+  CopyText(settings_.start_date, "010100");
+  ASSERT_TRUE(BeginAnalysis(settings_, analysis_));
+  EXPECT_EQ(analysis_.range_first, -62167219200);  // the year 0
+}
+
+TEST_F(BeginAnalysisTest, AnyDateTextIsSurvived) {
+  AddLog("a.log", {{}});
+  for (const char* date : {"", "x", "0101-2147483648", "01012147483647", "-9-9-9", "999999999999"}) {
+    SCOPED_TRACE(date);
+    CopyText(settings_.start_date, date);
+    CopyText(settings_.end_date, date);
+    ResetSuperLog();
+    EXPECT_TRUE(BeginAnalysis(settings_, analysis_));
+  }
+}
+
+TEST_F(BeginAnalysisTest, NotesTheStartAndClearsEverything) {
+  AddLog("a.log", {{}});
+  analysis_.hits = 7;
+  analysis_.hours.counts[3] = 7;
+  MsieCount = NavCount = 7;
+  SetCurrentTimeForTest(952300801);
+  ASSERT_TRUE(BeginAnalysis(settings_, analysis_));
+  EXPECT_EQ(ReportStartTime, 952300801);
+  EXPECT_EQ(analysis_.hits, 0);
+  EXPECT_EQ(analysis_.hours.counts[3], 0);
+  EXPECT_EQ(MsieCount, 0);
+  EXPECT_EQ(NavCount, 0);
+}
+
+TEST_F(BeginAnalysisTest, ChainHoldsTheBuiltInEnginesThenTheTables) {
+  AddLog("a.log", {{}});
+  ASSERT_TRUE(BeginAnalysis(settings_, analysis_));
+  std::string names;
+  int lists = 0;
+  for (const ListInfo* info = gListInfo.first; info != nullptr; info = info->next, ++lists) {
+    names += lists == 0 || lists >= 33 ? std::string(info->name) + "\n" : "";
+  }
+  EXPECT_EQ(lists, 34 + 7);
+  EXPECT_EQ(names,
+            "About.com Search Phrases\nYahoo! Search Phrases\nTop URLs\nTop Referrers\nBrowsers\nBad URLs\n"
+            "Bad Referrers\nDomains\nDomain Types\n");
+}
+
+TEST_F(BeginAnalysisTest, ConfiguredEnginesAreLeftOutOfTheChain) {
+  AddLog("a.log", {{}});
+  ParseSearchEngineDefinition("F;domain=finder.example;vars=q");
+  ASSERT_TRUE(BeginAnalysis(settings_, analysis_));
+  ASSERT_NE(gListInfo.first, nullptr);
+  EXPECT_STREQ(gListInfo.first->name, "Top URLs");
+}
+
+// ---- Dates, flushing, debugging ------------------------------------------------
+
+TEST_F(CountLogsTest, BothEndsOfTheRangeAreCounted) {
+  settings_.requests.on = 1;
+  AddLog("a.log", {{.time = "29/Feb/2000:23:59:59", .url = "/before"},
+                   {.time = "01/Mar/2000:00:00:00", .url = "/first"},
+                   {.time = "31/Mar/2000:23:59:59", .url = "/last"},
+                   {.time = "01/Apr/2000:00:00:00", .url = "/after"}});
+  Run();
+  EXPECT_EQ(Urls(), "/first=1 /last=1 ");
+}
+
+TEST_F(CountLogsTest, RecordAfterTheEndStopsItsFileOnly) {
+  settings_.requests.on = 1;
+  AddLog("a.log", {{.url = "/a1"}, {.time = "02/Apr/2000:00:00:00"}, {.url = "/a2"}});
+  AddLog("b.log", {{.url = "/b1"}});
+  Run();
+  EXPECT_EQ(Urls(), "/a1=1 /b1=1 ");
+}
+
+TEST_F(CountLogsTest, RecordBeforeTheStartIsOnlySkipped) {
+  settings_.requests.on = 1;
+  AddLog("a.log", {{.time = "01/Feb/2000:00:00:00"}, {.url = "/a2"}});
+  Run();
+  EXPECT_EQ(Urls(), "/a2=1 ");
+  EXPECT_EQ(analysis_.hits, 1);
+}
+
+TEST_F(CountLogsTest, FlushToServerPrintsASpaceEvery1001Lines) {
+  settings_.flushtoserver = 1;
+  std::string lines;
+  for (int line = 0; line < 1001; ++line) {
+    // every second one out of range: all that are delivered count
+    lines += ToText({.time = line % 2 == 0 ? "01/Feb/2000:00:00:00" : "05/Mar/2000:10:00:00"});
+  }
+  AddLog("a.log", lines + ToText({}));
+  EXPECT_EQ(Run(), " ");
+}
+
+TEST_F(CountLogsTest, FlushCounterStartsAgainAfterEachSpace) {
+  settings_.flushtoserver = 1;
+  std::string lines;
+  for (int line = 0; line < 2 * 1001; ++line) {
+    lines += ToText({});
+  }
+  AddLog("a.log", lines);
+  EXPECT_EQ(Run(), "  ");
+}
+
+TEST_F(CountLogsTest, A1000LinesNeedNoSpace) {
+  settings_.flushtoserver = 1;
+  std::string lines;
+  for (int line = 0; line < 1000; ++line) {
+    lines += ToText({});
+  }
+  AddLog("a.log", lines);
+  EXPECT_EQ(Run(), "");
+}
+
+TEST_F(CountLogsTest, DebugOpensItsTable) {
+  AddLog("a.log", {{}});
+  settings_.debug = 1;
+  ASSERT_TRUE(BeginAnalysis(settings_, analysis_));
+  testing::internal::CaptureStdout();
+  CountLogs(settings_, analysis_);
+  EXPECT_TRUE(testing::internal::GetCapturedStdout().starts_with(
+      "<center><table border=1 cellspacing=0>\n"
+      "<tr><td colspan=6 align=center><font size=\"+1\"><b>Debugging Information</b></font></td></tr>\n"));
+}
+
+// ---- Which records are counted --------------------------------------------------
+
+TEST_F(CountLogsTest, AuthUserSkipsOthersAndRecordsWithoutUser) {
+  settings_.requests.on = 1;
+  CopyText(settings_.authuser, "Ann");
+  AddLog("a.log", {{.url = "/none"}, {.url = "/ann", .user = "aNN"}, {.url = "/bob", .user = "bob"}});
+  Run();
+  EXPECT_EQ(Urls(), "/ann=1 ");
+}
+
+TEST_F(CountLogsTest, AuthRealmSkipsOthersAndRecordsWithoutRealm) {
+  settings_.requests.on = 1;
+  CopyText(settings_.authrealm, "www.site.example");
+  AddLog("a.log", {{.url = "/none"},
+                   {.url = "/here", .realm = "WWW.site.example"},
+                   {.url = "/there", .realm = "www.other.example"}});
+  Run();
+  EXPECT_EQ(Urls(), "/here=1 ");
+}
+
+TEST_F(CountLogsTest, DomainFilterSkipsTheWholeRecord) {
+  settings_.requests.on = 1;
+  settings_.badurls.on = 1;
+  CopyText(settings_.filter_domains, "example.com");
+  AddLog("a.log", {{.url = "/out", .status = "404"}, {.host = "a.example.net", .url = "/in"}});
+  Run();
+  EXPECT_EQ(Urls(), "/in=1 ");
+  EXPECT_EQ(BadUrls(), "");
+}
+
+TEST_F(CountLogsTest, FilteredTypeOf404IsABadUrlButNoHit) {
+  settings_.requests.on = 1;
+  settings_.badurls.on = 1;
+  CopyText(settings_.filter_filetypes, "gif");
+  AddLog("a.log", {{.url = "/a.GIF?x", .status = "404"}, {.url = "/b.html", .status = "404"}});
+  Run();
+  EXPECT_EQ(analysis_.hits, 1);
+  EXPECT_EQ(BadUrls(), "/a.GIF?x=1 /b.html=1 ");
+  EXPECT_EQ(Urls(), "/b.html=1 ");
+  EXPECT_EQ(analysis_.urls.total, 1);
+}
+
+TEST_F(CountLogsTest, FilteredTypeStillGivesASearchPhraseButNoReferrer) {
+  settings_.search.on = 1;
+  settings_.referrers.on = 1;
+  CopyText(settings_.filter_filetypes, "gif");
+  AddLog("a.log", {{.url = "/a.gif", .referrer = "http://www.google.com/search?q=red"}});
+  Run();
+  EXPECT_EQ(mHits_Search, 1);
+  EXPECT_EQ(analysis_.referrers.total, 0);
+  EXPECT_EQ(analysis_.hits, 0);
+}
+
+TEST_F(CountLogsTest, FileTypesMatterOnlyToTheReportsOfCountedRecords) {
+  settings_.badurls.on = 1;
+  settings_.search.on = 1;
+  CopyText(settings_.filter_filetypes, "gif");
+  AddLog("a.log", {{.url = "/a.gif"}});
+  Run();
+  EXPECT_EQ(analysis_.hits, 1);
+}
+
+TEST_F(CountLogsTest, HitsAndBytesOfCountedRecords) {
+  AddLog("a.log", {{.bytes = "100"}, {.bytes = "2000000000"}, {.bytes = "-"}});
+  Run();
+  EXPECT_EQ(analysis_.hits, 3);
+  EXPECT_EQ(SuperLongToDouble(analysis_.bytes), 2000000100.0);
+}
+
+TEST_F(CountLogsTest, NegativeByteCountIsAddedUnsigned) {
+  AddLog("a.log", {{.bytes = "-1"}});
+  Run();
+  EXPECT_EQ(SuperLongToDouble(analysis_.bytes), 4294967295.0);
+}
+
+// ---- The find test ---------------------------------------------------------------
+
+TEST_F(FindTestOfDriver, SubdirsMatchesByPrefix) {
+  settings_.requests.on = 1;
+  CopyText(settings_.find, "/docs");
+  AddLog("a.log", {{.url = "/docs/a.html"}, {.url = "/docsx"}, {.url = "/DOCS"}, {.url = "/doc"}});
+  Run();
+  EXPECT_EQ(Urls(), "/DOCS=1 /docs/a.html=1 /docsx=1 ");
+}
+
+TEST_F(FindTestOfDriver, WithoutSubdirsTheUrlWithoutItsQueryMustBeEqual) {
+  settings_.requests.on = 1;
+  settings_.subdirs = 0;
+  CopyText(settings_.find, "/a");
+  AddLog("a.log", {{.url = "/a?x=1"}, {.url = "/A"}, {.url = "/ab"}, {.url = "/"}});
+  Run();
+  EXPECT_EQ(Urls(), "/a=2 ");
+}
+
+TEST_F(FindTestOfDriver, CaseSensitiveFindAndUrls) {
+  settings_.requests.on = 1;
+  settings_.find_casesensitive = 1;
+  CopyText(settings_.find, "/a");
+  AddLog("a.log", {{.url = "/a1"}, {.url = "/aB"}, {.url = "/ab"}, {.url = "/A1"}});
+  Run();
+  EXPECT_EQ(Urls(), "/a1=1 /aB=1 /ab=1 ");
+}
+
+TEST_F(FindTestOfDriver, ShowQueryComparesAndCountsWholeUrls) {
+  settings_.requests.on = 1;
+  settings_.subdirs = 0;
+  settings_.showquery = 1;
+  CopyText(settings_.find, "/a?x=1");
+  AddLog("a.log", {{.url = "/a?x=1"}, {.url = "/a"}});
+  Run();
+  EXPECT_EQ(Urls(), "/a?x=1=1 ");
+}
+
+TEST_F(FindTestOfDriver, PrefixLosesItsQueryToo) {
+  settings_.requests.on = 1;
+  CopyText(settings_.find, "/a?x");
+  AddLog("a.log", {{.url = "/a?x=1"}, {.url = "/a?x"}});
+  Run();
+  EXPECT_EQ(Urls(), "");  // the URL is compared as "/a"
+}
+
+TEST_F(FindTestOfDriver, PatternWithoutSubdirsMatchesTheWholeUrl) {
+  settings_.requests.on = 1;
+  settings_.subdirs = 0;
+  settings_.find_pattern = 1;
+  CopyText(settings_.find, "/*.html");
+  AddLog("a.log", {{.url = "/x.HTML?q"}, {.url = "/x.htm"}, {.url = "/y.html/z"}});
+  Run();
+  EXPECT_EQ(Urls(), "/x.HTML=1 ");
+}
+
+TEST_F(FindTestOfDriver, PatternWithSubdirsCoversEverythingBelow) {
+  settings_.requests.on = 1;
+  settings_.find_pattern = 1;
+  settings_.find_casesensitive = 1;
+  CopyText(settings_.find, "/(docs|help)/");
+  AddLog("a.log", {{.url = "/docs/a"}, {.url = "/help/b"}, {.url = "/Help/b"}, {.url = "/misc/"}});
+  Run();
+  EXPECT_EQ(Urls(), "/docs/a=1 /help/b=1 ");
+  EXPECT_STREQ(settings_.find, "/(docs|help)/");
+}
+
+TEST_F(FindTestOfDriver, FullPatternGivesItsLastCharacterToTheStar) {
+  settings_.requests.on = 1;
+  settings_.find_pattern = 1;
+  SuperLog_SetLogFormat("S1u", kLevelForm);  // a time and a URL of full length
+  std::string find(243, 'a');
+  find[0] = '/';
+  CopyText(settings_.find, find);
+  std::string matching = find;
+  matching[242] = 'c';
+  std::string other = find;
+  other[241] = 'c';
+  std::string log;
+  for (const std::string& url : {matching, other}) {
+    log += "[05/Mar/2000:10:00:00 +0000] ";
+    log += url + "\n";
+  }
+  AddLog("a.log", log);
+  Run();
+  EXPECT_EQ(Urls(), matching + "=1 ");
+}
+
+// ---- Counting ---------------------------------------------------------------------
+
+TEST_F(CountLogsTest, UrlsLoseTheirQueryAndShareARecordIgnoringCase) {
+  settings_.requests.on = 1;
+  AddLog("a.log", {{.url = "/A.html?x=1"}, {.url = "/a.html"}});
+  Run();
+  EXPECT_EQ(Urls(), "/A.html=2 ");
+  EXPECT_EQ(analysis_.urls.total, 2);
+}
+
+TEST_F(CountLogsTest, BadUrlsAloneRaiseTheUrlTotal) {
+  settings_.badurls.on = 1;
+  AddLog("a.log", {{}, {.status = "404"}});
+  Run();
+  EXPECT_EQ(Urls(), "");
+  EXPECT_EQ(analysis_.urls.total, 2);
+}
+
+TEST_F(CountLogsTest, BadUrlsKeepTheirQueryAndTheirReferrers) {
+  settings_.badurls.on = 1;
+  settings_.badurl_referrers = 1;
+  AddLog("a.log", {{.url = "/x?1", .status = "404", .referrer = "http://r.example/1"},
+                   {.url = "/x?1", .status = "404"},
+                   {.url = "/X?1", .status = "404"},
+                   {.url = "/x?1", .status = "403"}});
+  Run();
+  EXPECT_EQ(BadUrls(), "/X?1=1 /x?1=2(http://r.example/1=1 ) ");
+}
+
+TEST_F(CountLogsTest, BadUrlsWithoutReferrersWhenNotAskedFor) {
+  settings_.badurls.on = 1;
+  AddLog("a.log", {{.url = "/x", .status = "404", .referrer = "http://r.example/1"}});
+  Run();
+  EXPECT_EQ(BadUrls(), "/x=1 ");
+}
+
+TEST_F(CountLogsTest, BadReferrersAreTheReferrersOf404s) {
+  settings_.badreferrers.on = 1;
+  AddLog("a.log", {{.status = "404", .referrer = "http://r.example/1"},
+                   {.status = "404", .referrer = "http://R.example/1"},
+                   {.status = "404"},
+                   {.status = "200", .referrer = "http://r.example/2"}});
+  Run();
+  EXPECT_EQ(Counted(analysis_.badreferrers.list), "http://R.example/1=1 http://r.example/1=1 ");
+  EXPECT_EQ(analysis_.urls.total, 0);
+}
+
+TEST_F(CountLogsTest, BrowsersAreClassified) {
+  settings_.browsers.on = 1;
+  AddLog("a.log", {{.agent = kMsie}, {.agent = kNavigator}, {.agent = "Mozilla/4.0 (Compatible)"}, {}});
+  Run();
+  EXPECT_EQ(Counted(analysis_.browsers.list),
+            "Mozilla/4.0 (Compatible)=1 " + std::string(kMsie) + "=1 " + kNavigator + "=1 ");
+  EXPECT_EQ(analysis_.browsers.total, 3);
+  EXPECT_EQ(MsieCount, 1);
+  EXPECT_EQ(NavCount, 1);
+}
+
+TEST_F(CountLogsTest, AgentMayCountForBothBrandsOrNone) {
+  settings_.browsers.on = 1;
+  AddLog("a.log", {{.agent = "Mozilla/2.0 MSIE"}, {.agent = "mozilla/4.7"}, {.agent = "MMSIE"}});
+  Run();
+  EXPECT_EQ(MsieCount, 1);
+  EXPECT_EQ(NavCount, 1);
+}
+
+TEST_F(CountLogsTest, BrowsersAreNotLookedAtUnlessAskedFor) {
+  settings_.requests.on = 1;
+  AddLog("a.log", {{.agent = kMsie}});
+  Run();
+  EXPECT_EQ(MsieCount, 0);
+  EXPECT_EQ(analysis_.browsers.total, 0);
+}
+
+TEST_F(CountLogsTest, DomainsAndDomainTypes) {
+  settings_.domains.on = 1;
+  settings_.domaintypes.on = 1;
+  AddLog("a.log", {{.host = "shop.example.com"}, {.host = "10.1.2.3"}, {.host = "localhost"}});
+  Run();
+  EXPECT_EQ(Counted(analysis_.domains.list), "10.1.2=1 example.com=1 localhost=1 ");
+  EXPECT_EQ(Counted(analysis_.domaintypes.list), "UNKNOWN=1 com=1 localhost=1 ");
+  EXPECT_EQ(analysis_.domains.total, 3);
+  EXPECT_EQ(analysis_.domaintypes.total, 3);
+}
+
+TEST_F(CountLogsTest, DomainTypesComeFromTheShortenedHostDeliberately) {
+  settings_.domains.on = 1;
+  settings_.domaintypes.on = 1;
+  AddLog("a.log", {{.host = "a.b.c.d9"}});
+  Run();
+  EXPECT_EQ(Counted(analysis_.domains.list), "a.b.c=1 ");
+  EXPECT_EQ(Counted(analysis_.domaintypes.list), "c=1 ");
+}
+
+TEST_F(CountLogsTest, DomainTypesAloneComeFromTheWholeHost) {
+  settings_.domaintypes.on = 1;
+  AddLog("a.log", {{.host = "a.b.c.d9"}});
+  Run();
+  EXPECT_EQ(Counted(analysis_.domaintypes.list), "d9=1 ");
+}
+
+TEST_F(CountLogsTest, TimesFillTheirArrays) {
+  settings_.dailytotals = 1;
+  settings_.hitsperdayofweek = 1;
+  settings_.hitsperhour = 1;
+  AddLog("a.log", {{.time = "05/Mar/2000:00:00:00"}, {.time = "06/Mar/2000:23:59:59"}});
+  Run();
+  EXPECT_EQ(analysis_.days.counts[64], 1);
+  EXPECT_EQ(analysis_.days.counts[65], 1);
+  EXPECT_EQ(analysis_.days.total, 2);
+  EXPECT_EQ(analysis_.weekdays.counts[0], 1);
+  EXPECT_EQ(analysis_.weekdays.counts[1], 1);
+  EXPECT_EQ(analysis_.weekdays.total, 2);
+  EXPECT_EQ(analysis_.hours.counts[0], 1);
+  EXPECT_EQ(analysis_.hours.counts[23], 1);
+  EXPECT_EQ(analysis_.hours.total, 2);
+}
+
+TEST_F(CountLogsTest, DayOfYearReaches365) {
+  settings_.dailytotals = 1;
+  CopyText(settings_.end_date, "12312000");
+  AddLog("a.log", {{.time = "31/Dec/2000:12:00:00"}});
+  Run();
+  EXPECT_EQ(analysis_.days.counts[365], 1);
+}
+
+TEST_F(CountLogsTest, ReportsThatAreOffCountNothing) {
+  AddLog("a.log", {{.status = "404", .referrer = "http://www.google.com/s?q=a", .agent = kMsie}});
+  Run();
+  EXPECT_EQ(analysis_.hits, 1);
+  EXPECT_EQ(Urls() + Referrers() + BadUrls() + Counted(analysis_.badreferrers.list) +
+                Counted(analysis_.browsers.list) + Counted(analysis_.domains.list) +
+                Counted(analysis_.domaintypes.list),
+            "");
+  EXPECT_EQ(mHits_Search, 0);
+  EXPECT_EQ(analysis_.days.total + analysis_.weekdays.total + analysis_.hours.total, 0);
+}
+
+// ---- Referrers and search phrases ---------------------------------------------------
+
+TEST_F(CountLogsTest, ReferrersIgnoreCase) {
+  settings_.referrers.on = 1;
+  settings_.find_casesensitive = 1;
+  AddLog("a.log", {{.referrer = "http://R.example/"}, {.referrer = "http://r.example/"}, {}});
+  Run();
+  EXPECT_EQ(Referrers(), "http://R.example/=2 ");
+  EXPECT_EQ(analysis_.referrers.total, 2);
+}
+
+TEST_F(CountLogsTest, QueryBehindTwoSlashesIsAReferrerWithoutPhrase) {
+  settings_.search.on = 1;
+  settings_.referrers.on = 1;
+  ParseSearchEngineDefinition("F;domain=finder.example;vars=q");
+  AddLog("a.log", {{.referrer = "http://finder.example?q=a"}, {.referrer = "http://finder.example/?q=b"}});
+  Run();
+  EXPECT_EQ(Counted(mpEngineHead->phrases), "b=1 ");
+  EXPECT_EQ(Referrers(), "http://finder.example/?q=b=1 http://finder.example?q=a=1 ");
+}
+
+TEST_F(CountLogsTest, FilterReferrersLeavesOutReferrerAndPhrase) {
+  settings_.search.on = 1;
+  settings_.referrers.on = 1;
+  settings_.requests.on = 1;
+  settings_.filter_referrers = 1;
+  CopyText(settings_.filter_domains, "finder.example");
+  ParseSearchEngineDefinition("F;domain=example;vars=q");
+  AddLog("a.log", {{.referrer = "http://FINDER.example/?q=a"}, {.referrer = "http://other.example/?q=b"}});
+  Run();
+  EXPECT_EQ(Counted(mpEngineHead->phrases), "b=1 ");
+  EXPECT_EQ(Referrers(), "http://other.example/?q=b=1 ");
+  EXPECT_EQ(analysis_.urls.total, 2);
+}
+
+TEST_F(CountLogsTest, FilteredReferrersStayWithoutFilterReferrers) {
+  settings_.referrers.on = 1;
+  CopyText(settings_.filter_domains, "finder.example");
+  AddLog("a.log", {{.referrer = "http://finder.example/"}});
+  Run();
+  EXPECT_EQ(Referrers(), "http://finder.example/=1 ");
+}
+
+// ---- Reverse DNS ---------------------------------------------------------------------
+
+class DriverDns : public Driver {
+ protected:
+  void SetUp() override {
+    name_ = LoopbackName();
+    if (name_.empty()) {
+      GTEST_SKIP() << "the resolver has no name for the loopback address";
+    }
+    settings_.dnslookupenabled = 1;
+    settings_.domains.on = 1;
+    AddLog("a.log", {{.host = "127.0.0.1", .url = "/a", .status = "404"}});
+  }
+
+  std::string name_;
+};
+
+TEST_F(DriverDns, NamesForDomainReportsOnlyWhileTheFilterHoldsAddresses) {
+  settings_.domaintypes.on = 1;
+  CopyText(settings_.filter_domains, "10.1.,10.2.");
+  Run();
+  EXPECT_EQ(Counted(analysis_.domains.list), std::string(TruncateLSD(name_)) + "=1 ");
+  EXPECT_EQ(analysis_.domaintypes.total, 1);
+}
+
+TEST_F(DriverDns, EmptyFilterHoldsAddressesOnly) {
+  Run();
+  EXPECT_EQ(Counted(analysis_.domains.list), std::string(TruncateLSD(name_)) + "=1 ");
+}
+
+TEST_F(DriverDns, NamesAreFilteredWhenTheFilterHoldsNames) {
+  settings_.badurls.on = 1;
+  CopyText(settings_.filter_domains, name_);
+  Run();
+  EXPECT_EQ(analysis_.hits, 0);
+  EXPECT_EQ(Counted(analysis_.domains.list), "");
+  EXPECT_EQ(BadUrls(), "");
+}
+
+TEST_F(DriverDns, NamesOfOtherDomainsPassTheFilter) {
+  CopyText(settings_.filter_domains, "nowhere.test");
+  Run();
+  EXPECT_EQ(Counted(analysis_.domains.list), std::string(TruncateLSD(name_)) + "=1 ");
+  EXPECT_EQ(analysis_.hits, 1);
+}
+
+TEST_F(DriverDns, UncountedRecordsAreNotLookedUp) {
+  settings_.badurls.on = 1;
+  CopyText(settings_.filter_domains, name_);
+  CopyText(settings_.filter_filetypes, "gif");
+  AddLog("a.log", {{.host = "127.0.0.1", .url = "/a.gif", .status = "404"}});
+  Run();
+  EXPECT_EQ(BadUrls(), "/a.gif=1 ");  // its name would have been filtered
+}
+
+TEST_F(DriverDns, OffLeavesAddresses) {
+  settings_.dnslookupenabled = 0;
+  Run();
+  EXPECT_EQ(Counted(analysis_.domains.list), "127.0.0=1 ");
+}
+
+// ---- EndAnalysis ------------------------------------------------------------------------
+
+TEST_F(Driver, EndAnalysisEmptiesTablesAndChain) {
+  settings_.requests.on = 1;
+  AddLog("a.log", {{}});
+  Run();
+  ASSERT_EQ(list_length(analysis_.urls.list), 1U);
+  EndAnalysis(analysis_);
+  EXPECT_EQ(list_length(analysis_.urls.list), 0U);
+  EXPECT_EQ(gListInfo.first, nullptr);
+  EXPECT_FALSE(SuperLog_LogFilesFound());
+}

@@ -1,0 +1,284 @@
+#include "analysis/search_phrases.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "analysis/search_engines.h"
+#include "base/text.h"
+#include "base/url_decode.h"
+#include "support/counted.h"
+
+namespace {
+
+class CountSearchHitsTest : public testing::Test {
+ protected:
+  CountSearchHitsTest() { Forget(); }
+  ~CountSearchHitsTest() override { Forget(); }
+
+  static void Forget() {
+    SearchEngine_Free(mpEngineHead);
+    mpEngineHead = nullptr;
+    mEnginesCount = 0;
+    mNoConfigDefinitions = false;
+    mHits_Search = 0;
+    gListInfo = {};
+  }
+
+  // The phrases of every engine, one engine a line.
+  static std::string Phrases() {
+    std::string text;
+    for (SearchEngine* engine = mpEngineHead; engine != nullptr; engine = engine->next) {
+      text += std::string(engine->name) + ": " + Counted(engine->phrases) + "\n";
+    }
+    return text;
+  }
+
+  static std::string PhrasesAfter(const std::string& referrer) {
+    CountSearchHits(referrer);
+    return Phrases();
+  }
+};
+
+std::string QueryValue(std::string text, const char* name) {
+  return parseQuery(text.data(), name) ? "found " + std::string(text.c_str()) : "none " + text;
+}
+
+// The rule of the query scan, character by character.
+bool PlainQueryValue(const char* text, const char* name, std::string& value) {
+  const char* at = strchr(text, '?');
+  if (at == nullptr || *++at == '\0') {
+    return false;
+  }
+  std::string candidate;
+  for (; *at != '\0'; ++at) {
+    if (*at != '=') {
+      candidate += *at;
+      continue;
+    }
+    ++at;
+    const char* end = strchr(at, '&');
+    if (EqualIgnoreCase(candidate, name)) {
+      value = end == nullptr ? std::string(at) : std::string(at, end);
+      return true;
+    }
+    if (end == nullptr) {
+      return false;
+    }
+    candidate.clear();
+    at = end;
+  }
+  return false;
+}
+
+}  // namespace
+
+TEST(ParseQuery, WritesTheDecodedValueOverTheText) {
+  EXPECT_EQ(QueryValue("search?x=1&q=red+sh%6Fes&z=2", "q"), "found red shoes");
+}
+
+TEST(ParseQuery, NamesCompareIgnoringCase) {
+  EXPECT_EQ(QueryValue("s?Q=a", "q"), "found a");
+  EXPECT_EQ(QueryValue("s?q=a", "Q"), "found a");
+}
+
+TEST(ParseQuery, FailsWithoutAQueryAndLeavesTheText) {
+  EXPECT_EQ(QueryValue("search", "q"), "none search");
+  EXPECT_EQ(QueryValue("search?", "q"), "none search?");
+  EXPECT_EQ(QueryValue("search?q", "q"), "none search?q");
+  EXPECT_EQ(QueryValue("", "q"), "none ");
+}
+
+TEST(ParseQuery, ValueMayBeEmpty) {
+  EXPECT_EQ(QueryValue("s?q=&p=x", "q"), "found ");
+  EXPECT_EQ(QueryValue("s?q=", "q"), "found ");
+}
+
+TEST(ParseQuery, ParameterWithoutEqualsRunsIntoTheNextNameDeliberately) {
+  EXPECT_EQ(QueryValue("s?flag&q=a", "q"), "none s?flag&q=a");
+  EXPECT_EQ(QueryValue("s?flag&q=a", "flag&q"), "found a");
+}
+
+TEST(ParseQuery, FurtherEqualsSignsBelongToTheValue) {
+  EXPECT_EQ(QueryValue("s?q=a=b&p=c", "q"), "found a=b");
+  EXPECT_EQ(QueryValue("s?p=a=b&q=c", "q"), "found c");
+}
+
+TEST(ParseQuery, EscapedNulEndsTheValue) {
+  EXPECT_EQ(QueryValue("s?q=a%00b", "q"), "found a");
+}
+
+TEST(FindQueryValueTest, EqualsTheCharacterByCharacterScan) {
+  std::mt19937 random(3);
+  for (int round = 0; round < 20000; ++round) {
+    std::string text(random() % 14, '\0');
+    for (char& c : text) {
+      c = "?=&qQx%"[random() % 7];
+    }
+    const char* name = std::vector<const char*>{"q", "x", "q&x", "qq"}[random() % 4];
+    std::string plain;
+    std::string_view value;
+    const bool expected = PlainQueryValue(text.c_str(), name, plain);
+    EXPECT_EQ(FindQueryValue(text, name, value), expected) << text << " " << name;
+    EXPECT_EQ(value, plain) << text << " " << name;
+  }
+}
+
+TEST_F(CountSearchHitsTest, CountsTheDecodedPhrase) {
+  ParseSearchEngineDefinition("F;domain=finder.example;vars=q");
+  EXPECT_EQ(PhrasesAfter("http://finder.example/search?x=1&q=red+shoes"), "F: red shoes=1 \n");
+  EXPECT_EQ(mHits_Search, 1);
+}
+
+TEST_F(CountSearchHitsTest, VariableNamesIgnoreCase) {
+  ParseSearchEngineDefinition("F;domain=finder.example;vars=Q");
+  EXPECT_EQ(PhrasesAfter("http://finder.example/search?x=1&q=red+shoes"), "F: red shoes=1 \n");
+}
+
+TEST_F(CountSearchHitsTest, NeedsAThirdSlash) {
+  ParseSearchEngineDefinition("F;domain=finder.example;vars=q");
+  EXPECT_EQ(PhrasesAfter("http://finder.example?q=a"), "F: \n");
+  EXPECT_EQ(PhrasesAfter("finder.example?q=a"), "F: \n");
+  EXPECT_EQ(mHits_Search, 0);
+}
+
+TEST_F(CountSearchHitsTest, AbsentAndEmptyReferrersCountNothing) {
+  ParseSearchEngineDefinition("F;domain=;vars=q");
+  CountSearchHits({});
+  EXPECT_EQ(PhrasesAfter(""), "F: \n");
+}
+
+TEST_F(CountSearchHitsTest, NoEngineNoPhrase) {
+  CountSearchHits("http://finder.example/s?q=a");
+  EXPECT_EQ(mHits_Search, 0);
+}
+
+TEST_F(CountSearchHitsTest, HostsCompareCaseSensitively) {
+  ParseSearchEngineDefinition("F;domain=finder.example;vars=q");
+  EXPECT_EQ(PhrasesAfter("http://FINDER.EXAMPLE/s?q=a"), "F: \n");
+}
+
+TEST_F(CountSearchHitsTest, FragmentMayStandAnywhereInTheHostPart) {
+  ParseSearchEngineDefinition("F;domain=finder.example;vars=q");
+  EXPECT_EQ(PhrasesAfter("http://www.pathfinder.example.test:8080/s?q=a"), "F: a=1 \n");
+  EXPECT_EQ(PhrasesAfter("http://other.test/finder.example?q=a"), "F: a=1 \n");
+}
+
+TEST_F(CountSearchHitsTest, SchemeBelongsToTheHostPart) {
+  ParseSearchEngineDefinition("F;domain=https://;vars=q");
+  EXPECT_EQ(PhrasesAfter("http://a.example/s?q=a"), "F: \n");
+  EXPECT_EQ(PhrasesAfter("https://a.example/s?q=a"), "F: a=1 \n");
+}
+
+TEST_F(CountSearchHitsTest, EmptyFragmentMatchesEveryHost) {
+  ParseSearchEngineDefinition("F;domain=;vars=q");
+  EXPECT_EQ(PhrasesAfter("http://any.test/s?q=a"), "F: a=1 \n");
+}
+
+TEST_F(CountSearchHitsTest, DottedFragmentDemandsALabelInFront) {
+  ParseSearchEngineDefinition("F;domain=.finder.example;vars=q");
+  EXPECT_EQ(PhrasesAfter("http://finder.example/s?q=a"), "F: \n");
+  EXPECT_EQ(PhrasesAfter("http://www.finder.example/s?q=a"), "F: a=1 \n");
+}
+
+TEST_F(CountSearchHitsTest, EmptyPhraseIsAHitWithoutARow) {
+  ParseSearchEngineDefinition("F;domain=finder.example;vars=q,p");
+  EXPECT_EQ(PhrasesAfter("http://finder.example/s?q=&p=x"), "F: \n");
+  EXPECT_EQ(mHits_Search, 1);
+}
+
+TEST_F(CountSearchHitsTest, ParameterWithoutEqualsHidesTheNextDeliberately) {
+  ParseSearchEngineDefinition("F;domain=finder.example;vars=q");
+  EXPECT_EQ(PhrasesAfter("http://finder.example/s?flag&q=a"), "F: \n");
+}
+
+TEST_F(CountSearchHitsTest, FirstEngineThenDomainThenVariableWins) {
+  ParseSearchEngineDefinition("A;domain=www.finder;vars=z;domain=finder.example;vars=y,q");
+  ParseSearchEngineDefinition("B;domain=finder.example;vars=q,y,z");
+  EXPECT_EQ(PhrasesAfter("http://www.finder.example/s?q=3&y=2&z=1"), "A: 1=1 \nB: \n");
+  EXPECT_EQ(PhrasesAfter("http://www.finder.example/s?q=3&y=2"), "A: 1=1 2=1 \nB: \n");
+  EXPECT_EQ(mHits_Search, 2);
+}
+
+TEST_F(CountSearchHitsTest, GoesOnToLaterEnginesWhileNoVariableMatches) {
+  ParseSearchEngineDefinition("A;domain=finder.example;vars=x");
+  ParseSearchEngineDefinition("B;domain=finder.example;vars=q");
+  EXPECT_EQ(PhrasesAfter("http://finder.example/s?q=a"), "A: \nB: a=1 \n");
+}
+
+TEST_F(CountSearchHitsTest, PhrasesAreCaseSensitiveDeliberately) {
+  ParseSearchEngineDefinition("F;domain=finder.example;vars=q");
+  CountSearchHits("http://finder.example/s?q=Red");
+  EXPECT_EQ(PhrasesAfter("http://finder.example/s?q=red"), "F: Red=1 red=1 \n");
+}
+
+TEST_F(CountSearchHitsTest, BlanksStayAsTheyAre) {
+  ParseSearchEngineDefinition("F;domain=finder.example;vars=q");
+  EXPECT_EQ(PhrasesAfter("http://finder.example/s?q=+a++b+"), "F:  a  b =1 \n");
+}
+
+TEST_F(CountSearchHitsTest, PhrasesAreCutTo243CharactersAfterDecoding) {
+  ParseSearchEngineDefinition("F;domain=finder.example;vars=q");
+  std::string referrer = "http://finder.example/s?q=";
+  for (int i = 0; i < 300; ++i) {
+    referrer += "%41";
+  }
+  std::string phrase(243, 'A');
+  EXPECT_EQ(PhrasesAfter(referrer), std::string("F: ").append(phrase).append("=1 \n"));
+}
+
+TEST_F(CountSearchHitsTest, LongPhrasesEqualDecodingThemWhole) {
+  ParseSearchEngineDefinition("F;domain=finder.example;vars=q");
+  std::mt19937 random(4);
+  for (int round = 0; round < 300; ++round) {
+    std::string encoded(700 + random() % 200, '\0');
+    for (char& c : encoded) {
+      c = "%%4Aa+x"[random() % 7];
+    }
+    std::string whole = encoded;
+    whole.resize(decode(whole.data()));
+    CountSearchHits("http://finder.example/s?q=" + encoded);
+    EXPECT_EQ(Counted(mpEngineHead->phrases), whole.substr(0, 243) + "=1 ");
+    destroy(mpEngineHead->phrases);
+  }
+}
+
+TEST_F(CountSearchHitsTest, DefaultsKnowTheirEngines) {
+  Search_Init();
+  CountSearchHits("http://www.google.com/search?hl=en&q=red+shoes");
+  CountSearchHits("http://search.yahoo.com/bin/search?p=blue");
+  EXPECT_EQ(mHits_Search, 2);
+  for (SearchEngine* engine = mpEngineHead; engine != nullptr; engine = engine->next) {
+    const std::string name = engine->name;
+    EXPECT_EQ(Counted(engine->phrases), name == "Google"   ? "red shoes=1 "
+                                        : name == "Yahoo!" ? "blue=1 "
+                                                           : "");
+  }
+}
+
+TEST_F(CountSearchHitsTest, EveryDefaultDomainLeadsToAnEngine) {
+  Search_Init();
+  long referrers = 0;
+  for (const SearchEngine* engine = mpEngineHead; engine != nullptr; engine = engine->next) {
+    for (const SearchDomainInfo* domain = engine->domains; domain != nullptr; domain = domain->next) {
+      CountSearchHits("http://www" + std::string(domain->name) + "/s?" + domain->variables->name + "=a");
+      EXPECT_EQ(mHits_Search, ++referrers) << domain->name;
+    }
+  }
+}
+
+TEST_F(CountSearchHitsTest, AnyReferrerIsReadWithinItsBounds) {
+  Search_Init();
+  std::mt19937 random(5);
+  for (int round = 0; round < 5000; ++round) {
+    std::vector<char> referrer(random() % 40);
+    for (char& c : referrer) {
+      c = "/?=&%q.ag"[random() % 9];
+    }
+    CountSearchHits({referrer.data(), referrer.size()});
+  }
+  SUCCEED();
+}

@@ -1,0 +1,93 @@
+// The settings and log files of one account, for tests that run an analysis.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <string>
+#include <string_view>
+
+#include "analysis/search_engines.h"
+#include "analysis/search_phrases.h"
+#include "cgi/settings.h"
+#include "dates/clock.h"
+#include "dates/local_time.h"
+#include "superlog/superlog.h"
+#include "support/text_file.h"
+
+// One request of a combined log; every field has a value that counts.
+struct LogLine {
+  std::string host = "shop.example.com";
+  std::string time = "05/Mar/2000:10:00:00";  // a Sunday, day 64 of the year
+  std::string url = "/a.html";
+  std::string status = "200";
+  std::string bytes = "100";
+  std::string referrer = "-";
+  std::string agent = "-";
+  std::string user = "-";
+  std::string realm = "-";
+};
+
+inline std::string ToText(const LogLine& line) {
+  return line.host + " " + line.realm + " " + line.user + " [" + line.time + " +0000] \"GET " + line.url +
+         " HTTP/1.0\" " + line.status + " " + line.bytes + " \"" + line.referrer + "\" \"" + line.agent +
+         "\"\n";
+}
+
+// A fresh folder with the account's logs, and settings that ask for March 2000 in
+// UTC without any report.
+class AccountLogs : public testing::Test {
+ protected:
+  AccountLogs() {
+    setenv("TZ", "UTC", 1);
+    tzset();
+    ResetLocalTime();
+    ResetSuperLog();
+    SetCurrentTimeForTest(952300800);
+    ForgetEngines();
+    folder_ = NewPath("logs");
+    mkdir(folder_.c_str(), 0777);
+    CopyText(settings_.logs, folder_ + "/*.log");
+    CopyText(settings_.find, "/");
+    CopyText(settings_.url, "http://site.example");
+    CopyText(settings_.OrvellisPath, "/orvellis");
+    CopyText(settings_.start_date, "03012000");
+    CopyText(settings_.end_date, "03312000");
+    settings_.subdirs = 1;
+    settings_.cgi = 1;
+    settings_.SmartMemoryEnabled = 1;
+    settings_.SmartMemoryKeepEntries = 100;
+    settings_.SmartMemoryReclaimSize = 1000;
+  }
+
+  ~AccountLogs() override {
+    ForgetEngines();
+    SetCurrentTimeForTest(-1);
+  }
+
+  static void ForgetEngines() {
+    SearchEngine_Free(mpEngineHead);
+    mpEngineHead = nullptr;
+    mEnginesCount = 0;
+    mNoConfigDefinitions = false;
+    mHits_Search = 0;
+  }
+
+  // Adds a log file; files are read in the order of their names.
+  void AddLog(const std::string& name, const std::string& content) {
+    std::ofstream(folder_ + "/" + name, std::ios::binary) << content;
+  }
+
+  void AddLog(const std::string& name, std::initializer_list<LogLine> lines) {
+    std::string content;
+    for (const LogLine& line : lines) {
+      content += ToText(line);
+    }
+    AddLog(name, content);
+  }
+
+  std::string folder_;
+  Settings settings_{};
+};
