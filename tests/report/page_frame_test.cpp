@@ -326,9 +326,11 @@ class MemoryWarningTest : public PageFrame {
   void SetUp() override {
     PageFrame::SetUp();
     ReadLog(1);
-    urls_ = {nullptr, "Top URLs", 10, 0, &domains_};
-    domains_ = {nullptr, "Domains", 10, 0, &engine_};
-    engine_ = {nullptr, "Example Search", 10, 0, nullptr};
+    urls_.name = "Top URLs";
+    urls_.next = &domains_;
+    domains_.name = "Domains";
+    domains_.next = &engine_;
+    engine_.name = "Example Search";
     gListInfo = {&urls_, &engine_};
   }
 
