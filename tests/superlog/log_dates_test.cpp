@@ -122,7 +122,8 @@ TEST_F(SetFixGmt, OffsetIsThatOfStandardTimeEastOfGmt) {
               {"CET-1CEST,M3.5.0,M10.5.0/3", 3600},
               {"EST5EDT,M3.2.0,M11.1.0", -18000},
               {"IST-5:30", 19800},
-              {"NST3:30NDT,M3.2.0,M11.1.0", -12600}};
+              {"NST3:30NDT,M3.2.0,M11.1.0", -12600},
+              {"<+12>-12<+13>,M9.5.0,M4.1.0", 43200}};  // summer time in January
   for (const auto& row : rows) {
     SCOPED_TRACE(row.zone);
     setenv("TZ", row.zone, 1);
