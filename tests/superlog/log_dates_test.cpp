@@ -172,6 +172,8 @@ TEST_F(GuessDateBestEffortTest, DeliberateThirdNumberFrom90OnMakesItMonthDayYear
   SuperLog_SetDateFormat("YMD", 2);
   GuessDateBestEffort(31, 12, 99, when);
   ExpectDate(when, 1999, 31, 12);
+  GuessDateBestEffort(31, 12, 90, when);
+  ExpectDate(when, 1990, 31, 12);
   GuessDateBestEffort(31, 12, 89, when);
   ExpectDate(when, 2031, 12, 89);
 }

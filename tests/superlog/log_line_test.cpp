@@ -284,6 +284,7 @@ TEST_F(ParseNextLineTest, CommentsAndNulLinesAreSkipped) {
       std::string("; comment with many spaces in it here\n").append("\0", 1) + Clf("/nul") + Clf("/a"));
   ASSERT_EQ(kept.size(), 1u);
   EXPECT_EQ(kept[0].url, "/a");
+  EXPECT_EQ(ParseOne(";a comment\twith\tfive\ttabs\tin\tit\n;" + Clf("/comment") + Clf("/a")).url, "/a");
 }
 
 TEST_F(ParseNextLineTest, NulEndsTheTextOfALine) {
@@ -643,6 +644,16 @@ TEST_F(ParseNextLineTest, GmtOffsetIsAddedAndTheSumIsTested) {
   EXPECT_EQ(CountAs("S39u", "1969-12-31 23:59:59 /a"), 0u);
   EXPECT_EQ(CountAs("S39u", "1970-01-01 02:00:00 /a"), 1u);  // 0 before the offset is added
   EXPECT_EQ(CountAs("S39u", "1970-01-01 01:59:59 /a"), 1u);  // -1 before
+}
+
+TEST_F(ParseNextLineTest, GmtOffsetDoesNotBringATimeBackInto32Bits) {
+  SetZone("UTC2");
+  SuperLog_SetFixGmt("1", kLevelForm);
+  InitLogDates();
+  ASSERT_EQ(mGmtOffset, -7200);
+  EXPECT_EQ(CountAs("S39u", "2038-01-19 01:14:08 /a"), 0u);
+  EXPECT_EQ(ParseAs("S39u", "2038-01-19 01:14:07 /a").time, INT32_MAX - 7200);
+  EXPECT_EQ(CountAs("S39u", "1901-12-13 19:00:00 /a"), 0u);  // in 32 bits only before the offset is added
 }
 
 // --- Junk -------------------------------------------------------------------------
