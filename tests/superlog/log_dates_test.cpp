@@ -228,6 +228,8 @@ TEST_F(ParseEpochTest, BoundsOfTheSpanAreInclusive) {
   ParseEpoch("1577836801", when);  // shifted it would be out of the span as well
   ExpectDate(when, 2020, 1, 1);
   ExpectTime(when, 0, 0, 1);
+  ParseEpoch("2100000000", when);  // shifted the other way it would be in it
+  ExpectDate(when, 2036, 7, 18);
   ParseEpoch("0", when);
   ExpectDate(when, 1970, 1, 1);
 }

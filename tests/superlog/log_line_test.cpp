@@ -476,6 +476,7 @@ TEST_F(ParseNextLineTest, LineWithoutUrlIsDropped) {
 TEST_F(ParseNextLineTest, ValuesAreCutTo243Characters) {
   const std::string longest(kTextMax, 'x');
   EXPECT_EQ(ParseAs("S0uh", "971186136 " + longest + " host").url, longest);
+  EXPECT_EQ(ParseAs("S0uh", "971186136 " + longest + "y host").url, longest);
   const Kept r = ParseAs("S0uh", "971186136 " + longest + std::string(57, 'y').append(" host"));
   EXPECT_EQ(r.url, longest);
   EXPECT_EQ(r.host, "host");
