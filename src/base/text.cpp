@@ -3,12 +3,13 @@
 #include <cstdlib>
 #include <cstring>
 
-void CopyText(char* dst, size_t capacity, std::string_view text) {
+size_t CopyText(char* dst, size_t capacity, std::string_view text) {
   const std::string_view kept = CutText(text, capacity - 1);
   if (!kept.empty()) {
     memcpy(dst, kept.data(), kept.size());
   }
   dst[kept.size()] = '\0';
+  return kept.size();
 }
 
 std::string_view CutText(std::string_view text, size_t max) {

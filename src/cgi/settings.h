@@ -13,6 +13,7 @@
 
 inline constexpr const char* kVersion = "1.5";
 inline constexpr const char* kPlatform = "UNIX";
+inline constexpr const char* kDefaultConfigFile = "orvellis.conf";  // in the working directory
 
 // Where a parameter comes from, and how strong it is: a level-aware setter keeps
 // a value only when its level is at least that of the value already held.

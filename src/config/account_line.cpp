@@ -2,20 +2,17 @@
 
 #include "cgi/parameters.h"
 
-// Appends text at out + length and returns the new length.
-static size_t Append(char (&out)[kAccountItemSize], size_t length, std::string_view text) {
-  CopyText(out + length, kAccountItemSize - length, text);
-  return length + text.size();
-}
-
 void InsertUserName(char (&out)[kAccountItemSize], std::string_view item, std::string_view username) {
   size_t length = 0;
+  const auto append = [&](std::string_view text) {
+    length += CopyText(out + length, kAccountItemSize - length, text);
+  };
   for (size_t token; (token = item.find(kUserToken)) != std::string_view::npos;) {
-    length = Append(out, length, item.substr(0, token));
-    length = Append(out, length, username);
+    append(item.substr(0, token));
+    append(username);
     item.remove_prefix(token + kUserToken.size());
   }
-  Append(out, length, item);
+  append(item);
 }
 
 void ParseUserData(std::string_view line, Settings& settings) {

@@ -16,7 +16,8 @@ inline constexpr size_t kAccountItemSize =
     kLineMax / kUserToken.size() * (sizeof(Settings::username) - 1) + kUserToken.size() + 1;
 
 // Copies item into out with the user name in place of every kUserToken. Text that
-// comes from the user name is not searched again.
+// comes from the user name is not searched again. What exceeds out is dropped; a
+// line of kLineMax characters never does.
 void InsertUserName(char (&out)[kAccountItemSize], std::string_view item, std::string_view username);
 
 // Applies every ";"-separated item of the line, the leading "user=" one included

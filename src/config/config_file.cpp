@@ -10,8 +10,6 @@
 #include "report/extra_texts.h"
 #include "superlog/superlog.h"
 
-static constexpr const char* kDefaultConfigFile = "orvellis.conf";
-
 // What one reading of the file keeps beside the settings.
 struct Reading {
   Settings& settings;

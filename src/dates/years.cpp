@@ -59,7 +59,7 @@ static bool LocalNow(tm& local) {
 }
 
 void GuessYearFromTwoDigits(const char* two_digits, char* out) {
-  char now[8];
+  char now[8] = {};
   tm local;
   if (!LocalNow(local) || strftime(now, sizeof now, "%Y", &local) == 0) {
     CopyText(now, "1998");

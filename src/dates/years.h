@@ -18,16 +18,20 @@ struct CalendarDate {
   int year;
 };
 
-// Splits the MMDDYYYY texts of the settings; non-numeric parts read 0.
+// Splits the MMDDYYYY texts of the settings; non-numeric and missing parts read
+// 0, and the year is what follows the fourth character, however short.
 void ParseDate(CalendarDate& start, CalendarDate& end, const Settings& settings);
 
 // Writes the four digits of a two-digit year's century and year into out,
 // without terminator. The century is the current one; 00-19 roll forward while
-// the current year lies in the last twenty years of its century.
+// the current year lies in the last twenty years of its century. The two
+// characters are copied as they are, digits or not.
 void GuessYearFromTwoDigits(const char* two_digits, char* out);
 
 // Turns "DD/Mon/YYYY:..." or "DD/Mon/YY:..." into the eight characters YYYYMMDD
-// (no terminator added), or makes out empty when the text is neither.
+// (no terminator added), or makes out empty when the text is neither. The day is
+// copied as written, the month's name matched with its case. out has room for
+// nine characters, the last of them a NUL already.
 void ConvertLogDateTimeToSortableDate(const char* log_date, char* out);
 
 // 1 when the text equals today's local date as YYMMDD, else 0.

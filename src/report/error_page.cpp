@@ -165,8 +165,7 @@ static void FillIn(char (&out)[kFilledSize], std::string_view text, const Enviro
                    const Settings& settings) {
   size_t length = 0;
   const auto append = [&](std::string_view piece) {
-    CopyText(out + length, kFilledSize - length, piece);
-    length += CutText(piece, kFilledSize - length - 1).size();
+    length += CopyText(out + length, kFilledSize - length, piece);
   };
   for (size_t open; (open = text.find('{')) != std::string_view::npos;) {
     const size_t close = text.find('}', open);

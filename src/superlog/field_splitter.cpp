@@ -87,16 +87,7 @@ void ParseField_Comma(FieldCursor& cursor) {
 }
 
 FieldParser FindFieldParser(char separator) {
-  switch (separator) {
-    case 'S':
-      return ParseField;
-    case 'T':
-      return ParseField_Tab;
-    case 'C':
-      return ParseField_Comma;
-    default:
-      return nullptr;
-  }
+  return separator == 'T' ? ParseField_Tab : separator == 'C' ? ParseField_Comma : ParseField;
 }
 
 void ParseFieldBySeparator(FieldCursor& cursor, char separator) {

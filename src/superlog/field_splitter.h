@@ -28,7 +28,12 @@ void ParseField_Tab(FieldCursor& cursor);
 // behind it, and one inside a pair of double quotes, belongs to the value.
 void ParseField_Comma(FieldCursor& cursor);
 
-// The parser of a separator letter S, T or C; null for any other letter.
+// Letters that choose a parser: S, T and C.
+inline bool IsSeparatorLetter(char letter) {
+  return letter == 'S' || letter == 'T' || letter == 'C';
+}
+
+// The parser of a separator letter; that of S for any other letter.
 using FieldParser = void (*)(FieldCursor& cursor);
 FieldParser FindFieldParser(char separator);
 

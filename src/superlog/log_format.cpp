@@ -125,7 +125,7 @@ void SetFormatDebug(bool debug) {
 
 void SuperLog_SetLogFormat(const char* format, int source) {
   if (format == nullptr || source < mLogFormatSource || strlen(format) >= sizeof mSpecialLogFormatBuf ||
-      (format[0] != 'S' && format[0] != 'T' && format[0] != 'C')) {
+      !IsSeparatorLetter(format[0])) {
     return;
   }
   CopyText(mSpecialLogFormatBuf, format);

@@ -180,8 +180,8 @@ static bool SplitLine(SuperLogRecord& record, LineParts& parts) {
   FieldCursor cursor = {mpLine, mpLineEnd, nullptr, 0};
   FieldParser parse_field = ParseField;
   for (const char* letter = mKnownFormatBuf; *letter != '\0' && cursor.next != cursor.end; ++letter) {
-    if (const FieldParser separator = FindFieldParser(*letter)) {
-      parse_field = separator;
+    if (IsSeparatorLetter(*letter)) {
+      parse_field = FindFieldParser(*letter);
       continue;
     }
     parse_field(cursor);

@@ -41,6 +41,14 @@ TEST(CopyText, AbsentTextIsEmpty) {
   EXPECT_STREQ(out, "");
 }
 
+TEST(CopyText, TellsTheLengthCopied) {
+  char out[4];
+  EXPECT_EQ(CopyText(out, "ab"), 2U);
+  EXPECT_EQ(CopyText(out, "abcdef"), 3U);
+  EXPECT_EQ(CopyText(out, std::string_view("a\0b", 3)), 1U);
+  EXPECT_EQ(CopyText(out, std::string_view()), 0U);
+}
+
 TEST(CutText, CutsAtMaximumOrNulWhicheverComesFirst) {
   EXPECT_EQ(CutText("abcdef", 4), "abcd");
   EXPECT_EQ(CutText("abc", 4), "abc");

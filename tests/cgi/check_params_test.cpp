@@ -1,6 +1,7 @@
 #include "cgi/check_params.h"
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <string>
 
@@ -213,9 +214,14 @@ TEST(CheckParams, ReturnsWhenAllIsWell) {
   EXPECT_STREQ(settings.find, "/");
 }
 
-TEST(CheckParamsDeathTest, EndsTheRunWithStatus0) {
+TEST(CheckParamsDeathTest, EndsTheRunWithThePageOfTheError) {
   Environment env{};
   Settings settings;
   initialize(settings, env);
-  EXPECT_EXIT(CheckParams(env, settings), testing::ExitedWithCode(0), "");
+  // The page goes to standard error here, the one stream that this kind of test looks at.
+  EXPECT_EXIT((dup2(STDERR_FILENO, STDOUT_FILENO), CheckParams(env, settings)), testing::ExitedWithCode(0),
+              "Orvellis: Error #4<");
+  CopyText(settings.url, "http://www.example.com");
+  EXPECT_EXIT((dup2(STDERR_FILENO, STDOUT_FILENO), CheckParams(env, settings)), testing::ExitedWithCode(0),
+              "Orvellis: Error #5<");
 }

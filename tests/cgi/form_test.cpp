@@ -110,7 +110,7 @@ TEST(ParseEntries, LastFieldWithoutEqualsHasAnEmptyValue) {
   EXPECT_EQ(Parsed("a=1&b"), (Pairs{{"a", "1"}, {"b", ""}}));
 }
 
-TEST(ParseEntries, FieldWithoutEqualsRunsOnIntoTheNextName) {
+TEST(ParseEntries, FieldWithoutEqualsDeliberatelyRunsOnIntoTheNextName) {
   EXPECT_EQ(Parsed("a&b=1"), (Pairs{{"a&b", "1"}}));
 }
 

@@ -6,6 +6,8 @@
 #include <string>
 
 #include "report/extra_texts.h"
+#include "superlog/log_dates.h"
+#include "superlog/log_format.h"
 #include "superlog/superlog.h"
 
 namespace {
@@ -474,6 +476,24 @@ TEST_F(CompareParamTest, DateFormatIsWeighedByLevel) {
   EXPECT_EQ(SuperLog_GetDateFormat(), 1);
   FromForm("dateformat=YMD");
   EXPECT_EQ(SuperLog_GetDateFormat(), 1) << "the form is weaker than the account line";
+}
+
+TEST_F(CompareParamTest, LogFormatIsWeighedByLevel) {
+  FromForm("logformat=Shr");
+  ASSERT_TRUE(GrokLineFormat());
+  EXPECT_STREQ(mKnownFormatBuf, "Shr");
+  FromAccount("LogFormat=Tmr");
+  FromForm("logformat=Shr");
+  ASSERT_TRUE(GrokLineFormat());
+  EXPECT_STREQ(mKnownFormatBuf, "Tmr") << "the form is weaker than the account line";
+}
+
+TEST_F(CompareParamTest, FixGmtIsWeighedByLevel) {
+  FromForm("fixgmt=1");
+  EXPECT_TRUE(mFixGmt);
+  FromAccount("FixGmt=0");
+  FromForm("fixgmt=1");
+  EXPECT_FALSE(mFixGmt) << "the form is weaker than the account line";
 }
 
 TEST_F(CompareParamTest, ExtraTextsAreWeighedByLevel) {

@@ -52,6 +52,14 @@ TEST(InsertUserName, LongestItemWithLongestNameFits) {
   EXPECT_EQ(Inserted(item, name), expected);
 }
 
+TEST(InsertUserName, DropsWhatExceedsItsRoom) {
+  std::string item;
+  for (int i = 0; i < 300; ++i) {
+    item += kUserToken;
+  }
+  EXPECT_EQ(Inserted(item, std::string(99, 'n')), std::string(kAccountItemSize - 1, 'n'));
+}
+
 class ParseUserDataTest : public testing::Test {
  protected:
   Settings settings{};

@@ -1,9 +1,12 @@
 #include "config/config_file.h"
 
+#include <gmock/gmock.h>
 #include <sys/stat.h>
 
 #include "analysis/search_engines.h"
 #include "report/extra_texts.h"
+#include "superlog/log_dates.h"
+#include "superlog/log_format.h"
 #include "superlog/superlog.h"
 #include "support/text_file.h"
 
@@ -41,7 +44,10 @@ TEST_F(ParseConfigFileTest, MissingFileIsError9) {
   for (const int page : {kPageReport, kPageRemoteDebug}) {
     SCOPED_TRACE(page);
     settings.page = page;
+    CopyText(settings.ErrorLog, NewPath("error.log"));
     EXPECT_EXIT(ParseConfigFile(settings, env), ExitedWithCode(0), "");
+    EXPECT_THAT(ReadFile(settings.ErrorLog),
+                testing::EndsWith("Could not open configuration file missing.conf\n"));
   }
 }
 
@@ -248,6 +254,33 @@ TEST_F(ParseConfigFileTest, AccountLineBeatsDateFormatInEitherOrder) {
   ResetSuperLog();
   Parse("DateFormat=DMY\nuser=ann;dateformat=YMD\n");
   EXPECT_EQ(SuperLog_GetDateFormat(), 6);
+}
+
+// The user's layout as the next log file gets it.
+static std::string UserLayout() {
+  return GrokLineFormat() ? mKnownFormatBuf : "";
+}
+
+TEST_F(ParseConfigFileTest, LogFormatAndFixGmtBeatTheForm) {
+  SuperLog_SetLogFormat("Shr", kLevelForm);
+  SuperLog_SetFixGmt("0", kLevelForm);
+  Parse("LogFormat=Tmr\nFixGmt=1\n");
+  EXPECT_EQ(UserLayout(), "Tmr");
+  EXPECT_TRUE(mFixGmt);
+}
+
+TEST_F(ParseConfigFileTest, AccountLineBeatsLogFormatAndFixGmt) {
+  Parse("user=ann;logformat=Cmr;fixgmt=1\nLogFormat=Tmr\nFixGmt=0\n");
+  EXPECT_EQ(UserLayout(), "Cmr");
+  EXPECT_TRUE(mFixGmt);
+}
+
+TEST_F(ParseConfigFileTest, LogFormatIsWeighedWhole) {
+  const std::string longest = std::string(1, 'S').append(242, 'u');
+  Parse("LogFormat=" + longest + "\n");
+  EXPECT_EQ(UserLayout(), longest);
+  Parse("LogFormat=" + longest + "m\n");
+  EXPECT_EQ(UserLayout(), longest) << "a layout of 244 characters is ignored, not cut";
 }
 
 TEST_F(ParseConfigFileTest, SearchLinesDefineEnginesInOrder) {

@@ -1,0 +1,182 @@
+#include "superlog/file_replacement.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <filesystem>
+#include <string>
+
+#include "support/text_file.h"
+
+namespace {
+
+class FileReplacementTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    directory = NewPath("replacement");
+    ASSERT_EQ(mkdir(directory.c_str(), 0700), 0);
+    path = directory + "/file.ORV";
+  }
+
+  void TearDown() override {
+    chmod(directory.c_str(), 0700);
+    std::filesystem::remove_all(directory);
+  }
+
+  bool Replace(const std::string& content) {
+    FileReplacement replacement;
+    if (!BeginReplacement(replacement, path.c_str())) {
+      return false;
+    }
+    fputs(content.c_str(), replacement.stream);
+    FinishReplacement(replacement);
+    return true;
+  }
+
+  void WriteOld(const std::string& content) { std::ofstream(path) << content; }
+
+  size_t CountFiles() {
+    const auto files = std::filesystem::directory_iterator(directory);
+    return static_cast<size_t>(std::distance(begin(files), end(files)));
+  }
+
+  mode_t Mode() {
+    struct stat info;
+    return lstat(path.c_str(), &info) == 0 ? info.st_mode & 07777 : 0;
+  }
+
+  std::string directory;
+  std::string path;
+};
+
+TEST_F(FileReplacementTest, MakesANewFileAsTheUmaskAllows) {
+  const mode_t umask_before = umask(027);
+  EXPECT_TRUE(Replace("new\n"));
+  umask(umask_before);
+  EXPECT_EQ(ReadFile(path), "new\n");
+  EXPECT_EQ(Mode(), 0640u);
+  EXPECT_EQ(CountFiles(), 1u);
+}
+
+TEST_F(FileReplacementTest, ReadersSeeOldOrNewContentOnly) {
+  WriteOld("old\n");
+  FileReplacement replacement;
+  ASSERT_TRUE(BeginReplacement(replacement, path.c_str()));
+  fputs("new\n", replacement.stream);
+  fflush(replacement.stream);
+  EXPECT_EQ(ReadFile(path), "old\n");
+  FinishReplacement(replacement);
+  EXPECT_EQ(ReadFile(path), "new\n");
+  EXPECT_EQ(CountFiles(), 1u);
+}
+
+TEST_F(FileReplacementTest, KeepsTheMode) {
+  WriteOld("old\n");
+  chmod(path.c_str(), 0606);
+  EXPECT_TRUE(Replace("new\n"));
+  EXPECT_EQ(Mode(), 0606u);
+}
+
+TEST_F(FileReplacementTest, SymbolicLinkStaysAndItsFileIsWritten) {
+  const std::string target = WriteFile("target", "a longer old content\n");
+  ASSERT_EQ(symlink(target.c_str(), path.c_str()), 0);
+  EXPECT_TRUE(Replace("new\n"));
+  EXPECT_EQ(ReadFile(target), "new\n");
+  EXPECT_TRUE(std::filesystem::is_symlink(path));
+}
+
+TEST_F(FileReplacementTest, HardLinksStayLinks) {
+  WriteOld("a longer old content\n");
+  const std::string other = directory + "/other";
+  ASSERT_EQ(link(path.c_str(), other.c_str()), 0);
+  EXPECT_TRUE(Replace("new\n"));
+  EXPECT_EQ(ReadFile(other), "new\n");
+}
+
+TEST_F(FileReplacementTest, NamedPipeAndFolderAreLeftAlone) {
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  EXPECT_FALSE(Replace("new\n"));
+  remove(path.c_str());
+  ASSERT_EQ(mkdir(path.c_str(), 0700), 0);
+  EXPECT_FALSE(Replace("new\n"));
+  EXPECT_EQ(CountFiles(), 1u);
+}
+
+TEST_F(FileReplacementTest, MissingFolderIsRefused) {
+  path = directory + "/missing/file.ORV";
+  EXPECT_FALSE(Replace("new\n"));
+}
+
+TEST_F(FileReplacementTest, LeftoverTemporaryFileIsNoObstacle) {
+  WriteOld("a longer old content\n");
+  std::ofstream(directory + "/.file.ORV." + std::to_string(getpid())) << "leftover";
+  EXPECT_TRUE(Replace("new\n"));
+  EXPECT_EQ(ReadFile(path), "new\n");
+}
+
+TEST_F(FileReplacementTest, ContentThatCannotBeWrittenLeavesTheOldOne) {
+  WriteOld("old\n");
+  FileReplacement replacement;
+  ASSERT_TRUE(BeginReplacement(replacement, path.c_str()));
+  // Every write to this device fails as on a full disk.
+  replacement.stream = freopen("/dev/full", "w", replacement.stream);
+  ASSERT_NE(replacement.stream, nullptr);
+  fputs("new\n", replacement.stream);
+  FinishReplacement(replacement);
+  EXPECT_EQ(ReadFile(path), "old\n");
+  EXPECT_EQ(CountFiles(), 1u);
+}
+
+// Root may do everything; these run as a user who owns folder and file.
+class FileReplacementAsUserTest : public FileReplacementTest {
+ protected:
+  static constexpr uid_t kUser = 65534;
+
+  void SetUp() override {
+    FileReplacementTest::SetUp();
+    WriteOld("a longer old content\n");
+    if (geteuid() == 0) {
+      ASSERT_EQ(chown(directory.c_str(), kUser, kUser), 0);
+      ASSERT_EQ(chown(path.c_str(), kUser, kUser), 0);
+      ASSERT_EQ(seteuid(kUser), 0);
+    }
+  }
+
+  void TearDown() override {
+    if (getuid() == 0) {
+      ASSERT_EQ(seteuid(0), 0);
+    }
+    FileReplacementTest::TearDown();
+  }
+};
+
+TEST_F(FileReplacementAsUserTest, FolderThatTakesNoFilesIsWrittenInPlace) {
+  chmod(directory.c_str(), 0500);
+  EXPECT_TRUE(Replace("new\n"));
+  EXPECT_EQ(ReadFile(path), "new\n");
+}
+
+TEST_F(FileReplacementAsUserTest, ReadOnlyFileIsRefused) {
+  chmod(path.c_str(), 0400);
+  EXPECT_FALSE(Replace("new\n"));
+  EXPECT_EQ(ReadFile(path), "a longer old content\n");
+}
+
+TEST_F(FileReplacementAsUserTest, FileOfAnotherOwnerKeepsItsOwner) {
+  if (getuid() != 0) {
+    GTEST_SKIP() << "only root can make such a file";
+  }
+  chmod(path.c_str(), 0666);
+  ASSERT_EQ(seteuid(0), 0);
+  ASSERT_EQ(chown(path.c_str(), 0, 0), 0);
+  ASSERT_EQ(seteuid(kUser), 0);
+  EXPECT_TRUE(Replace("new\n"));
+  EXPECT_EQ(ReadFile(path), "new\n");
+  struct stat info;
+  ASSERT_EQ(stat(path.c_str(), &info), 0);
+  EXPECT_EQ(info.st_uid, 0u);
+}
+
+}  // namespace

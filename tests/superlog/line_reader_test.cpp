@@ -1,0 +1,420 @@
+#include "superlog/line_reader.h"
+
+#include <sys/stat.h>
+
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "base/text.h"
+#include "log_text.h"
+
+using Lines = std::vector<std::string>;
+
+class LineReaderTest : public testing::Test {
+ protected:
+  void SetUp() override { ResetLineReader(); }
+  void TearDown() override { ResetLineReader(); }
+};
+using ReadLineFromBigBufTest = LineReaderTest;
+using ReadLineTest = LineReaderTest;
+using OpenLogTest = LineReaderTest;
+
+static Lines ReadAll(const std::string& bytes, void (*read)()) {
+  OpenLogText(bytes);
+  Lines lines;
+  for (read(); mLineLen != 0; read()) {
+    EXPECT_EQ(mpLine[mLineLen], '\0');
+    EXPECT_EQ(static_cast<size_t>(mpLineEnd - mpLine), strlen(mpLine));
+    lines.push_back(CurrentLine());
+  }
+  EXPECT_STREQ(mpLine, "");
+  CloseLog();
+  return lines;
+}
+
+static uint64_t TotalBytes() {
+  return uint64_t{TotalLogBytesRead().billions} * 1000000000 + TotalLogBytesRead().units;
+}
+
+// --- The rules in their plain form ----------------------------------------------
+
+// Takes byte by byte from blocks.
+class BlockModel {
+ public:
+  explicit BlockModel(std::string data) : data_(std::move(data)) {}
+
+  uint64_t counted() const { return counted_; }
+
+  std::string ReadLine() {
+    int c = Next();
+    while (!failed_ && (c == '\r' || c == '\n')) {
+      c = Next();
+    }
+    std::string line;
+    if (failed_) {
+      return line;
+    }
+    line.push_back(static_cast<char>(c));
+    for (;;) {
+      c = Next();
+      if (c == '\r' || c == '\n' || c == -1) {
+        return line;
+      }
+      line.push_back(static_cast<char>(c));
+      if (line.size() == kLineMax + 1) {
+        line.pop_back();
+        ReadRest();
+        return line;
+      }
+    }
+  }
+
+ private:
+  void ReadRest() {
+    int c = Next();
+    while (!failed_ && c != '\r' && c != '\n') {
+      c = Next();
+    }
+  }
+
+  // Bytes are signed, so 0xFF is -1 like the end.
+  int Next() {
+    if (at_ == counted_) {
+      counted_ += std::min<size_t>(kBlockSize, data_.size() - counted_);
+    }
+    failed_ = at_ == counted_;
+    return failed_ ? -1 : static_cast<signed char>(data_[at_++]);
+  }
+
+  std::string data_;
+  size_t at_ = 0;
+  size_t counted_ = 0;
+  bool failed_ = false;
+};
+
+static void ExpectSameAsModel(const std::string& bytes) {
+  ResetLineReader();
+  OpenLogText(bytes);
+  BlockModel model(bytes);
+  std::string expected;
+  do {
+    expected = model.ReadLine();
+    ReadLineFromBigBuf();
+    ASSERT_EQ(CurrentLine(), expected);
+    ASSERT_EQ(TotalBytes(), model.counted());
+    ASSERT_EQ(mpLine[mLineLen], '\0');
+    ASSERT_EQ(static_cast<size_t>(mpLineEnd - mpLine), strlen(mpLine));
+    // A user of the line may write to it.
+    memset(mpLine, '\n', mLineLen);
+  } while (!expected.empty());
+  EXPECT_EQ(TotalBytes(), bytes.size());
+}
+
+static std::string RandomBytes(std::mt19937& random, size_t size, unsigned line_ends_per_thousand) {
+  const std::string special = {'\r', '\n', '\r', '\n', '\xFF', '\0', '\x80', '\x7F'};
+  std::string bytes(size, '\0');
+  for (char& c : bytes) {
+    const bool is_special = random() % 1000 < line_ends_per_thousand;
+    c = is_special ? special[random() % special.size()] : static_cast<char>('a' + random() % 26);
+  }
+  return bytes;
+}
+
+// --- The block reader -----------------------------------------------------------
+
+TEST_F(ReadLineFromBigBufTest, EmptyFileYieldsNothing) {
+  EXPECT_EQ(ReadAll("", ReadLineFromBigBuf), Lines());
+  EXPECT_EQ(TotalBytes(), 0u);
+}
+
+TEST_F(ReadLineFromBigBufTest, LineEndsAloneYieldNothing) {
+  EXPECT_EQ(ReadAll("\r\n\n\r\r\n", ReadLineFromBigBuf), Lines());
+  EXPECT_EQ(TotalBytes(), 6u);
+}
+
+TEST_F(ReadLineFromBigBufTest, NoFileYieldsNothing) {
+  ReadLineFromBigBuf();
+  EXPECT_EQ(mLineLen, 0u);
+  EXPECT_STREQ(mpLine, "");
+}
+
+TEST_F(ReadLineFromBigBufTest, EmptyLinesAreSkipped) {
+  EXPECT_EQ(ReadAll("a\r\n\r\nb", ReadLineFromBigBuf), (Lines{"a", "b"}));
+}
+
+TEST_F(ReadLineFromBigBufTest, LastLineNeedsNoLineEnd) {
+  EXPECT_EQ(ReadAll("a\nbc", ReadLineFromBigBuf), (Lines{"a", "bc"}));
+}
+
+TEST_F(ReadLineFromBigBufTest, StaysAtTheEnd) {
+  OpenLogText("a\n");
+  ReadLineFromBigBuf();
+  for (int i = 0; i < 3; ++i) {
+    ReadLineFromBigBuf();
+    EXPECT_EQ(mLineLen, 0u);
+  }
+  EXPECT_EQ(TotalBytes(), 2u);
+}
+
+TEST_F(ReadLineFromBigBufTest, LongestLineIsWholeAndALongerOneIsCut) {
+  const std::string longest(kLineMax, 'x');
+  EXPECT_EQ(ReadAll(longest + "\nnext\n", ReadLineFromBigBuf), (Lines{longest, "next"}));
+  EXPECT_EQ(ReadAll(longest + "y\nnext\n", ReadLineFromBigBuf), (Lines{longest, "next"}));
+  EXPECT_EQ(ReadAll(longest + std::string(300000, 'y').append("\rnext"), ReadLineFromBigBuf),
+            (Lines{longest, "next"}));
+  EXPECT_EQ(ReadAll(longest + "y", ReadLineFromBigBuf), Lines{longest});
+}
+
+TEST_F(ReadLineFromBigBufTest, LineAcrossABlockBoundaryIsWhole) {
+  const std::string before(kBlockSize - 3 - 1, 'a');
+  const Lines lines = ReadAll(before + "\nbcdefg\nh\n", ReadLineFromBigBuf);
+  EXPECT_EQ(lines, (Lines{before.substr(0, kLineMax), "bcdefg", "h"}));
+}
+
+TEST_F(ReadLineFromBigBufTest, Byte0xFFEndsLineDeliberately) {
+  EXPECT_EQ(ReadAll("ab\xFF"
+                    "cd\n",
+                    ReadLineFromBigBuf),
+            (Lines{"ab", "cd"}));
+}
+
+TEST_F(ReadLineFromBigBufTest, Byte0xFFAsFirstCharacterIsKept) {
+  EXPECT_EQ(ReadAll("\xFF"
+                    "ab\n\xFF\xFF\xFF\n",
+                    ReadLineFromBigBuf),
+            (Lines{"\xFF"
+                   "ab",
+                   "\xFF", "\xFF"}));
+}
+
+TEST_F(ReadLineFromBigBufTest, Byte0xFFAs1536thCharacterEndsTheLine) {
+  const std::string longest(kLineMax, 'x');
+  EXPECT_EQ(ReadAll(longest + "\xFFrest\n", ReadLineFromBigBuf), (Lines{longest, "rest"}));
+}
+
+TEST_F(ReadLineFromBigBufTest, Byte0xFFDoesNotEndTheDiscardedRest) {
+  const std::string longest(kLineMax, 'x');
+  EXPECT_EQ(ReadAll(longest + "y\xFFrest\nnext\n", ReadLineFromBigBuf), (Lines{longest, "next"}));
+}
+
+TEST_F(ReadLineFromBigBufTest, NulEndsTheTextButNotTheLine) {
+  OpenLogText(std::string("ab\0cd\nef\n", 9));
+  ReadLineFromBigBuf();
+  EXPECT_EQ(mLineLen, 5u);
+  EXPECT_EQ(mpLineEnd, mpLine + 2);
+  ReadLineFromBigBuf();
+  EXPECT_EQ(CurrentLine(), "ef");
+  EXPECT_EQ(mpLineEnd, mpLine + 2);
+}
+
+TEST_F(ReadLineFromBigBufTest, CountsTheUnreadTailOfTheCurrentBlockOnly) {
+  OpenLogText(std::string(3 * kBlockSize + 100, '\n').replace(0, 1, "a").replace(3 * kBlockSize, 1, "b"));
+  ReadLineFromBigBuf();
+  EXPECT_EQ(TotalBytes(), kBlockSize);
+  ReadLineFromBigBuf();
+  EXPECT_EQ(CurrentLine(), "b");
+  EXPECT_EQ(TotalBytes(), 3 * kBlockSize + 100);
+}
+
+TEST_F(ReadLineFromBigBufTest, BlockIsCountedWhenItsFirstByteIsNeeded) {
+  OpenLogText(std::string(kBlockSize - 1, 'a').append("\nb\n"));
+  ReadLineFromBigBuf();
+  EXPECT_EQ(TotalBytes(), kBlockSize);
+  ReadLineFromBigBuf();
+  EXPECT_EQ(TotalBytes(), kBlockSize + 2);
+}
+
+TEST_F(ReadLineFromBigBufTest, CountsOverAllFiles) {
+  ReadAll("one\n", ReadLineFromBigBuf);
+  ReadAll("three\n", ReadLineFromBigBuf);
+  EXPECT_EQ(TotalBytes(), 10u);
+  ResetLineReader();
+  EXPECT_EQ(TotalBytes(), 0u);
+}
+
+TEST_F(ReadLineFromBigBufTest, ClosingEmptiesTheBuffer) {
+  OpenLogText("a\nb\nc\n");
+  ReadLineFromBigBuf();
+  CloseLog();
+  ReadLineFromBigBuf();
+  EXPECT_EQ(mLineLen, 0u);
+  OpenLogText("d\n");
+  ReadLineFromBigBuf();
+  EXPECT_EQ(CurrentLine(), "d");
+}
+
+TEST_F(ReadLineFromBigBufTest, EqualsThePlainRulesOverRandomBytes) {
+  std::mt19937 random(31);
+  for (const unsigned line_ends : {1u, 5u, 30u, 300u, 900u}) {
+    for (const size_t size : {100ul, 5000ul, 40000ul, 2 * kBigBufSize, 2 * kBigBufSize + 777}) {
+      SCOPED_TRACE(testing::Message() << line_ends << " in 1000, " << size << " bytes");
+      ExpectSameAsModel(RandomBytes(random, size, line_ends));
+    }
+  }
+}
+
+// Every way in which the bytes around a boundary can lie on it.
+static void ExpectSameAroundBoundary(size_t boundary, const std::string& bytes) {
+  for (size_t back = 0; back <= bytes.size(); ++back) {
+    SCOPED_TRACE(testing::Message() << "boundary " << boundary << ", " << back << " bytes before it");
+    std::string text(boundary - back, 'x');
+    for (size_t i = 99; i < text.size(); i += 100) {
+      text[i] = '\n';
+    }
+    ExpectSameAsModel(text + bytes + "tail\n");
+    ASSERT_FALSE(testing::Test::HasFailure());
+  }
+}
+
+TEST_F(ReadLineFromBigBufTest, LineEndsAroundBoundaries) {
+  for (const size_t boundary : {kBlockSize, 2 * kBlockSize, kBigBufSize, 2 * kBigBufSize}) {
+    ExpectSameAroundBoundary(boundary,
+                             "\r\n\r\nab\r\ncd\xFF"
+                             "ef\n\xFFg\n");
+  }
+}
+
+TEST_F(ReadLineFromBigBufTest, FirstLineEndsAnywhereNearABoundary) {
+  for (const size_t boundary : {kBlockSize, kBigBufSize}) {
+    for (size_t length = boundary - 5; length <= boundary + 5; ++length) {
+      SCOPED_TRACE(length);
+      ExpectSameAsModel(std::string(length, 'x').append("\r\nsecond\n"));
+      ExpectSameAsModel(std::string(length, '\n').append("second\n"));
+    }
+  }
+}
+
+TEST_F(ReadLineFromBigBufTest, LongLinesAcrossTheWindowBoundary) {
+  for (const size_t length : {kLineMax - 1, kLineMax, kLineMax + 1, kLineMax + 2}) {
+    for (const size_t back : {1ul, 2ul, 700ul, kLineMax - 1, kLineMax, kLineMax + 1, kLineMax + 2}) {
+      SCOPED_TRACE(testing::Message() << length << " " << back);
+      ExpectSameAsModel(
+          std::string(kBigBufSize - back, '\n').append(std::string(length, 'x')).append("\nnext\n"));
+    }
+  }
+}
+
+TEST_F(ReadLineFromBigBufTest, FileOfExactlyOneWindowEnds) {
+  ExpectSameAsModel(std::string(kBigBufSize, 'x'));
+  ExpectSameAsModel(std::string(kBigBufSize - 3, '\n').append("abc"));
+  ExpectSameAsModel(std::string(kBigBufSize - 3, '\n').append("ab\n"));
+}
+
+// --- The plain reader -----------------------------------------------------------
+
+TEST_F(ReadLineTest, SharesTheRulesOfLines) {
+  const std::string longest(kLineMax, 'x');
+  EXPECT_EQ(ReadAll("", ReadLine), Lines());
+  EXPECT_EQ(ReadAll("\r\n\r\n", ReadLine), Lines());
+  EXPECT_EQ(ReadAll("a\r\n\r\nb", ReadLine), (Lines{"a", "b"}));
+  EXPECT_EQ(ReadAll(longest + "\nnext\n", ReadLine), (Lines{longest, "next"}));
+  EXPECT_EQ(ReadAll(longest + "yyy\nnext\n", ReadLine), (Lines{longest, "next"}));
+  EXPECT_EQ(ReadAll(longest + "y", ReadLine), Lines{longest});
+  EXPECT_EQ(ReadAll(std::string(4095, '\n').append("ab\n"), ReadLine), Lines{"ab"});
+}
+
+TEST_F(ReadLineTest, Byte0xFFIsAnOrdinaryCharacter) {
+  EXPECT_EQ(ReadAll("ab\xFF"
+                    "cd\n",
+                    ReadLine),
+            (Lines{"ab\xFF"
+                   "cd"}));
+}
+
+TEST_F(ReadLineTest, DoesNotCountBytes) {
+  ReadAll("abc\n", ReadLine);
+  EXPECT_EQ(TotalBytes(), 0u);
+}
+
+TEST_F(ReadLineTest, EqualsTheBlockReaderWithout0xFF) {
+  std::mt19937 random(5);
+  std::string bytes = RandomBytes(random, 100000, 20);
+  std::replace(bytes.begin(), bytes.end(), '\xFF', 'y');
+  EXPECT_EQ(ReadAll(bytes, ReadLine), ReadAll(bytes, ReadLineFromBigBuf));
+}
+
+TEST_F(ReadLineTest, ReadsFromWherePositioned) {
+  std::string bytes;
+  for (int i = 0; i < 2000; ++i) {
+    bytes += "line " + std::to_string(i + 1000) + "\n";  // ten bytes each
+  }
+  OpenLogText(bytes);
+  for (const int number : {1999, 0, 5, 410, 409, 1000}) {
+    ASSERT_TRUE(SeekLog(number * 10));
+    EXPECT_EQ(TellLog(), number * 10);
+    ReadLine();
+    EXPECT_EQ(CurrentLine(), "line " + std::to_string(number + 1000));
+    EXPECT_EQ(TellLog(), number * 10 + 10);
+  }
+}
+
+TEST_F(ReadLineTest, PositionsOutsideTheFile) {
+  OpenLogText("abc\n");
+  EXPECT_FALSE(SeekLog(-1));
+  EXPECT_EQ(TellLog(), 0);
+  ASSERT_TRUE(SeekLog(1000));
+  ReadLine();
+  EXPECT_EQ(mLineLen, 0u);
+  ASSERT_TRUE(SeekLog(1));
+  ReadLine();
+  EXPECT_EQ(CurrentLine(), "bc");
+  CloseLog();
+  EXPECT_FALSE(SeekLog(0));
+}
+
+TEST(ReadRestOfLine, StopsBehindTheNextCrOrLf) {
+  ResetLineReader();
+  OpenLogText("ab\r\ncd\nef");
+  EXPECT_EQ(ReadRestOfLine(), '\r');
+  EXPECT_EQ(TellLog(), 3);
+  EXPECT_EQ(ReadRestOfLine(), '\n');
+  EXPECT_EQ(ReadRestOfLine(), '\n');
+  EXPECT_EQ(ReadRestOfLine(), -1);
+  EXPECT_EQ(TellLog(), 9);
+  ResetLineReader();
+}
+
+// --- Opening ----------------------------------------------------------------------
+
+TEST_F(OpenLogTest, MissingFile) {
+  EXPECT_FALSE(OpenLog((testing::TempDir() + "orvellis_no_such_file").c_str()));
+  EXPECT_FALSE(IsLogOpen());
+}
+
+TEST_F(OpenLogTest, OpenUntilClosed) {
+  EXPECT_FALSE(IsLogOpen());
+  OpenLogText("a\n");
+  EXPECT_TRUE(IsLogOpen());
+  CloseLog();
+  EXPECT_FALSE(IsLogOpen());
+  CloseLog();
+}
+
+TEST_F(OpenLogTest, WhatIsNoRegularFileYieldsNoLines) {
+  const std::string pipe = WriteLog("", "pipe");
+  remove(pipe.c_str());
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  for (const std::string& path : {testing::TempDir(), pipe, std::string("/dev/zero")}) {
+    SCOPED_TRACE(path);
+    EXPECT_TRUE(OpenLog(path.c_str()));
+    ReadLineFromBigBuf();
+    EXPECT_EQ(mLineLen, 0u);
+    ReadLine();
+    EXPECT_EQ(mLineLen, 0u);
+    EXPECT_EQ(ReadRestOfLine(), -1);
+  }
+  EXPECT_EQ(TotalBytes(), 0u);
+  remove(pipe.c_str());
+}
+
+TEST(TrimEolChars, CutsAtTheFirstLineEnd) {
+  for (const auto& [text, cut] : std::vector<std::pair<std::string, std::string>>{
+           {"abc\r\n", "abc"}, {"abc\n", "abc"}, {"a\rb\nc", "a"}, {"abc", "abc"}, {"", ""}, {"\n", ""}}) {
+    char buffer[16];
+    CopyText(buffer, text);
+    TrimEolChars(buffer);
+    EXPECT_EQ(buffer, cut);
+  }
+}

@@ -1,0 +1,664 @@
+#include "superlog/log_line.h"
+
+#include <cstdlib>
+#include <optional>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "base/text.h"
+#include "dates/local_time.h"
+#include "log_text.h"
+#include "superlog/log_dates.h"
+#include "superlog/log_format.h"
+#include "superlog/superlog.h"
+
+using Text = std::optional<std::string>;
+
+// A record whose texts outlive the next line.
+struct Kept {
+  Text host, url, referrer, agent, realm, user;
+  int status, bytes;
+  int32_t time;
+  tm local;
+};
+
+static Text Keep(std::string_view text) {
+  if (text.data() == nullptr) {
+    return std::nullopt;
+  }
+  EXPECT_EQ(text.data()[text.size()], '\0');
+  EXPECT_LE(text.size(), kTextMax);
+  EXPECT_EQ(text.find('\0'), std::string_view::npos);
+  return std::string(text);
+}
+
+static void SetZone(const char* zone) {
+  setenv("TZ", zone, 1);
+  tzset();
+  ResetLocalTime();
+  InitLogDates();
+}
+
+class ParseNextLineTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    ResetLineReader();
+    ResetLogFormat();
+    ResetLogDates();
+    SetZone("UTC");
+  }
+  void TearDown() override { SetUp(); }
+
+  static std::vector<Kept> ParseAll(const std::string& log) {
+    OpenLogText(log);
+    ResetFileFormat();
+    std::vector<Kept> kept;
+    SuperLogRecord r;
+    while (SuperLog_ParseNextLine(r)) {
+      kept.push_back({Keep(r.host), Keep(r.url), Keep(r.referrer), Keep(r.agent), Keep(r.realm), Keep(r.user),
+                      r.status, r.bytes, r.time, r.local});
+    }
+    CloseLog();
+    return kept;
+  }
+
+  // The only record of a log.
+  static Kept ParseOne(const std::string& log) {
+    const std::vector<Kept> kept = ParseAll(log);
+    EXPECT_EQ(kept.size(), 1u) << log;
+    return kept.size() == 1 ? kept[0] : Kept{};
+  }
+
+  // One line in a layout; the layouts of these tests keep date and URL first.
+  static Kept ParseAs(const std::string& format, const std::string& line) {
+    SuperLog_SetLogFormat(format.c_str(), kLevelForm);
+    return ParseOne(line + "\n");
+  }
+
+  static size_t CountAs(const std::string& format, const std::string& line) {
+    SuperLog_SetLogFormat(format.c_str(), kLevelForm);
+    return ParseAll(line + "\n").size();
+  }
+};
+
+static constexpr int32_t k10Oct2000 = 971186136;  // 10 October 2000, 13:55:36 UTC
+
+// --- One log of each family -------------------------------------------------------
+
+TEST_F(ParseNextLineTest, ExtendedLogFormat) {
+  const Kept r = ParseOne(
+      "www.example.com realm bob [10/Oct/2000:13:55:36 -0700] \"GET /a.html?x=1 HTTP/1.0\" 404 2326 "
+      "\"http://www.example.org/start\" \"Browser/4.08 [en] (X; I)\"\n");
+  EXPECT_EQ(r.host, "www.example.com");
+  EXPECT_EQ(r.realm, "realm");
+  EXPECT_EQ(r.user, "bob");
+  EXPECT_EQ(r.time, k10Oct2000);  // the zone is ignored
+  EXPECT_EQ(r.url, "/a.html?x=1");
+  EXPECT_EQ(r.status, 404);
+  EXPECT_EQ(r.bytes, 2326);
+  EXPECT_EQ(r.referrer, "http://www.example.org/start");
+  EXPECT_EQ(r.agent, "Browser/4.08 [en] (X; I)");
+}
+
+TEST_F(ParseNextLineTest, CommonLogLineLeavesReferrerAndAgentAbsent) {
+  const Kept r = ParseOne("10.0.0.1 - - [10/Oct/2000:13:55:36 -0700] \"GET /a HTTP/1.0\" 200 2326\r\n");
+  EXPECT_EQ(r.host, "10.0.0.1");
+  EXPECT_EQ(r.realm, std::nullopt);
+  EXPECT_EQ(r.user, std::nullopt);
+  EXPECT_EQ(r.referrer, std::nullopt);
+  EXPECT_EQ(r.agent, std::nullopt);
+  EXPECT_EQ(r.status, 200);
+  EXPECT_EQ(r.bytes, 2326);
+}
+
+TEST_F(ParseNextLineTest, AllFieldsOfTheLocalTimeAreFilled) {
+  const Kept r = ParseOne("10.0.0.1 - - [10/Oct/2000:13:55:36 -0700] \"GET /a HTTP/1.0\" 200 1\n");
+  EXPECT_EQ(r.local.tm_sec, 36);
+  EXPECT_EQ(r.local.tm_min, 55);
+  EXPECT_EQ(r.local.tm_hour, 13);
+  EXPECT_EQ(r.local.tm_mday, 10);
+  EXPECT_EQ(r.local.tm_mon, 9);
+  EXPECT_EQ(r.local.tm_year, 100);
+  EXPECT_EQ(r.local.tm_wday, 2);
+  EXPECT_EQ(r.local.tm_yday, 283);
+  EXPECT_EQ(r.local.tm_isdst, 0);
+}
+
+TEST_F(ParseNextLineTest, IisCommaFormat) {
+  const Kept r = ParseOne(
+      "192.0.2.7, ANONYMOUS, 10/10/00, 13:55:36, W3SVC2, WEB1, 198.51.100.1, 502, 279, 1,604, 200, 0, GET, "
+      "/docs/a.html, q=1, http://www.example.com/, Browser/2.0, \r\n");
+  EXPECT_EQ(r.host, "192.0.2.7");
+  EXPECT_EQ(r.user, "ANONYMOUS");
+  EXPECT_EQ(r.time, k10Oct2000);
+  EXPECT_EQ(r.realm, "198.51.100.1");
+  EXPECT_EQ(r.bytes, 1);  // a thousands comma ends the number
+  EXPECT_EQ(r.status, 200);
+  EXPECT_EQ(r.url, "/docs/a.html?q=1");
+  EXPECT_EQ(r.referrer, "http://www.example.com/");
+  EXPECT_EQ(r.agent, "Browser/2.0");
+}
+
+TEST_F(ParseNextLineTest, IisServiceMustBeginWithW3svc) {
+  const std::string begin = "192.0.2.7, -, 10/10/00, 13:55:36, ";
+  const std::string end = ", WEB1, 198.51.100.1, 502, 279, 604, 200, 0, GET, /a, -, \n";
+  const std::vector<Kept> kept =
+      ParseAll(begin + "W3SVC2" + end + begin + "MSFTPSVC1" + end + begin + "w3svc1" + end + begin + "W3SV" +
+               end + begin + "W3SVC1893743816" + end);
+  ASSERT_EQ(kept.size(), 2u);
+  EXPECT_EQ(kept[0].url, "/a");
+}
+
+TEST_F(ParseNextLineTest, WebSiteWindowsFormat) {
+  const Kept r = ParseOne(
+      "10/10/00 13:55:36\t192.0.2.7\tx\twww.example.com\tbob\tGET\t/a b.html\thttp://www.example.org/\t-\t"
+      "Browser/4.0 (W)\t200\t512\t77\n");
+  EXPECT_EQ(r.time, k10Oct2000);
+  EXPECT_EQ(r.host, "192.0.2.7");
+  EXPECT_EQ(r.realm, "www.example.com");
+  EXPECT_EQ(r.user, "bob");
+  EXPECT_EQ(r.url, "/a b.html");
+  EXPECT_EQ(r.referrer, "http://www.example.org/");
+  EXPECT_EQ(r.agent, "Browser/4.0 (W)");
+  EXPECT_EQ(r.status, 200);
+  EXPECT_EQ(r.bytes, 512);
+}
+
+TEST_F(ParseNextLineTest, MacHttpTabFormat) {
+  const Kept r = ParseOne("10/10/00\t13:55:36\tOK  \twww.example.com.\t:docs:index.html\t512\n");
+  EXPECT_EQ(r.time, k10Oct2000);
+  EXPECT_EQ(r.status, 200);
+  EXPECT_EQ(r.host, "www.example.com");
+  EXPECT_EQ(r.url, "/docs/index.html");
+  EXPECT_EQ(r.bytes, 512);
+}
+
+TEST_F(ParseNextLineTest, WebStarLogFormatLine) {
+  const Kept r = ParseOne(
+      "!!LOG_FORMAT DATE TIME RESULT HOSTNAME URL BYTES_SENT AGENT REFERER USER SEARCH_ARGS\n"
+      "Tue, 10 Oct 2000\t13:55:36\tPRIV\twww.example.com\t:a:b\t9\tBrowser/1\t\tbob\tx y\n");
+  EXPECT_EQ(r.time, k10Oct2000);
+  EXPECT_EQ(r.status, 403);
+  EXPECT_EQ(r.host, "www.example.com");
+  EXPECT_EQ(r.url, "/a/b?x y");
+  EXPECT_EQ(r.bytes, 9);
+  EXPECT_EQ(r.agent, "Browser/1");
+  EXPECT_EQ(r.referrer, std::nullopt);
+  EXPECT_EQ(r.user, "bob");
+}
+
+TEST_F(ParseNextLineTest, WebStarCommonLogFormat) {
+  const Kept r = ParseOne(
+      "!!LOG_FORMAT COMMON_LOG_FORMAT\n10.0.0.1 - - [10/Oct/2000:13:55:36 +0000] \"GET /a HTTP/1.0\" 200 "
+      "5\n");
+  EXPECT_EQ(r.url, "/a");
+  EXPECT_EQ(r.time, k10Oct2000);
+}
+
+TEST_F(ParseNextLineTest, WebStarFieldsHeader) {
+  const Kept r = ParseOne(
+      "#Fields: DATE TIME RESULT CS-IP CS-HOST CS-URI BYTES HOST\n"
+      "2000-10-10\t13:55:36\t404\t192.0.2.1\twww.example.com\t/a\t3\twww.example.net\n");
+  EXPECT_EQ(r.time, k10Oct2000);
+  EXPECT_EQ(r.status, 404);
+  EXPECT_EQ(r.host, "www.example.com");
+  EXPECT_EQ(r.realm, "www.example.net");
+}
+
+TEST_F(ParseNextLineTest, W3cIis) {
+  const Kept r = ParseOne(
+      "#Software: Microsoft Internet Information Services 7.5\n#Version: 1.0\n#Date: 2000-10-10 00:00:00\n"
+      "#Fields: date time s-ip cs-method cs-uri-stem cs-uri-query s-port cs-username c-ip cs(User-Agent) "
+      "cs(Referer) sc-status sc-bytes\n"
+      "2000-10-10 13:55:36 198.51.100.1 GET /a/b.asp x=1&y=2 80 - 192.0.2.9 Browser/4.0+(a;+b%21) "
+      "http://www.example.com/c+d 304 77\n");
+  EXPECT_EQ(r.time, k10Oct2000);
+  EXPECT_EQ(r.realm, "198.51.100.1");
+  EXPECT_EQ(r.url, "/a/b.asp?x=1&y=2");
+  EXPECT_EQ(r.user, std::nullopt);
+  EXPECT_EQ(r.host, "192.0.2.9");
+  EXPECT_EQ(r.agent, "Browser/4.0 (a; b!)");
+  EXPECT_EQ(r.referrer, "http://www.example.com/c+d");  // only the agent is decoded
+  EXPECT_EQ(r.status, 304);
+  EXPECT_EQ(r.bytes, 77);
+}
+
+TEST_F(ParseNextLineTest, W3cWebStar) {
+  const Kept r = ParseOne(
+      "#Software: WebSTAR/2.1 ID/1\n#Fields: DATE TIME C-DNS C-IP CS-URI-STEM C-URI-QUERY SC-STATUS BYTES "
+      "CS(USER-AGENT)\n10/10/2000\t13:55:36\t-\t192.0.2.1\t/a\t-\t200\t4\tBrowser+1\n");
+  EXPECT_EQ(r.time, k10Oct2000);
+  EXPECT_EQ(r.host, "192.0.2.1");
+  EXPECT_EQ(r.url, "/a");
+  EXPECT_EQ(r.agent, "Browser+1");  // only the agents of IIS are decoded
+}
+
+TEST_F(ParseNextLineTest, Netscape) {
+  const Kept r = ParseOne(
+      "format=%Ses->client.ip% - %Req->vars.auth-user% [%SYSDATE%] \"%Req->reqpb.clf-request%\" "
+      "%Req->srvhdrs.clf-status% %Req->srvhdrs.content-length%\n"
+      "192.0.2.1 - bob [10/Oct/2000:13:55:36 -0700] \"GET /a HTTP/1.1\" 200 6\n");
+  EXPECT_EQ(r.host, "192.0.2.1");
+  EXPECT_EQ(r.realm, std::nullopt);
+  EXPECT_EQ(r.user, "bob");
+  EXPECT_EQ(r.url, "/a");
+  EXPECT_EQ(r.bytes, 6);
+}
+
+TEST_F(ParseNextLineTest, UserLayout) {
+  const Kept r =
+      ParseAs("S?h??1qrcfa",
+              "www.example.com:80 192.0.2.1 - - [10/Oct/2000:13:55:36 +0000] \"GET /a HTTP/1.1\" 200 6");
+  EXPECT_EQ(r.host, "192.0.2.1");
+  EXPECT_EQ(r.url, "/a");
+}
+
+// --- Lines ------------------------------------------------------------------------
+
+static std::string Clf(const std::string& url) {
+  return "10.0.0.1 - - [10/Oct/2000:13:55:36 +0000] \"GET " + url + " HTTP/1.0\" 200 5\n";
+}
+
+TEST_F(ParseNextLineTest, FieldsHeaderMidwayIsFollowed) {
+  const std::vector<Kept> kept = ParseAll(
+      "#Software: Dolphin Speedstar\n#Fields: date time cs-uri-stem c-ip\n2000-10-10 13:55:36 /a 192.0.2.1\n"
+      "#Fields: c-ip cs-uri-stem time date\n192.0.2.2 /b 13:55:36 2000-10-10\n");
+  ASSERT_EQ(kept.size(), 2u);
+  EXPECT_EQ(kept[0].host, "192.0.2.1");
+  EXPECT_EQ(kept[1].host, "192.0.2.2");
+  EXPECT_EQ(kept[1].url, "/b");
+  EXPECT_EQ(kept[1].time, k10Oct2000);
+}
+
+TEST_F(ParseNextLineTest, HeaderInTheFileWinsOverAUserLayoutDeliberately) {
+  SuperLog_SetLogFormat("Sx1", kLevelAccount);
+  const std::vector<Kept> kept =
+      ParseAll("#Software: Dolphin Speedstar\n#Fields: date time cs-uri-stem\n2000-10-10 13:55:36 /a\n");
+  ASSERT_EQ(kept.size(), 1u);
+  EXPECT_EQ(kept[0].url, "/a");
+}
+
+TEST_F(ParseNextLineTest, CommentsAndNulLinesAreSkipped) {
+  const std::vector<Kept> kept = ParseAll(
+      std::string("; comment with many spaces in it here\n").append("\0", 1) + Clf("/nul") + Clf("/a"));
+  ASSERT_EQ(kept.size(), 1u);
+  EXPECT_EQ(kept[0].url, "/a");
+}
+
+TEST_F(ParseNextLineTest, NulEndsTheTextOfALine) {
+  EXPECT_EQ(ParseOne(std::string("10.0.0.1 - - [10/Oct/2000:13:55:36 +0000] \"GET /abc").append("\0", 1) +
+                     "def\" 200 5\n")
+                .url,
+            "/abc");
+}
+
+TEST_F(ParseNextLineTest, OneExclamationMarkIsData) {
+  EXPECT_EQ(ParseOne(std::string("!").append(Clf("/a"))).host, "!10.0.0.1");
+  EXPECT_EQ(ParseAll(std::string("!!").append(Clf("/a"))).size(), 0u);
+}
+
+TEST_F(ParseNextLineTest, UnrecognisedLinesAreDroppedUntilOneIsRecognised) {
+  const std::vector<Kept> kept =
+      ParseAll("too few\nspaces in this line\n" + Clf("/a") + "short\n" + Clf("/b"));
+  ASSERT_EQ(kept.size(), 2u);
+  EXPECT_EQ(kept[1].url, "/b");
+}
+
+TEST_F(ParseNextLineTest, RecordIsClearedAtTheEnd) {
+  OpenLogText(Clf("/a"));
+  SuperLogRecord r;
+  ASSERT_TRUE(SuperLog_ParseNextLine(r));
+  ASSERT_FALSE(SuperLog_ParseNextLine(r));
+  EXPECT_EQ(r.url.data(), nullptr);
+  EXPECT_EQ(r.time, 0);
+  EXPECT_EQ(r.status, 0);
+  EXPECT_EQ(r.local.tm_isdst, -1);
+}
+
+TEST_F(ParseNextLineTest, NothingIsCarriedOverFromALineToTheNext) {
+  const std::vector<Kept> kept = ParseAll(
+      "host.example m w [10/Oct/2000:13:55:36 +0000] \"GET /a HTTP/1.0\" 200 5 \"ref\" \"agent\"\n"
+      "h - - [10/Oct/2000:13:55:36 +0000] /b\n");
+  ASSERT_EQ(kept.size(), 2u);
+  EXPECT_EQ(kept[1].url, "/b");
+  EXPECT_EQ(kept[1].realm, std::nullopt);
+  EXPECT_EQ(kept[1].user, std::nullopt);
+  EXPECT_EQ(kept[1].referrer, std::nullopt);
+  EXPECT_EQ(kept[1].agent, std::nullopt);
+  EXPECT_EQ(kept[1].status, 0);
+  EXPECT_EQ(kept[1].bytes, 0);
+}
+
+// --- Field letters ----------------------------------------------------------------
+
+TEST_F(ParseNextLineTest, DateLetters) {
+  struct {
+    const char* format;
+    const char* line;
+    int32_t time;
+  } const rows[] = {
+      {"T0u", "971186136\t/a", k10Oct2000},
+      {"T1u", "10/Oct/2000:13:55:36 +0000\t/a", k10Oct2000},
+      {"T29u", "10/11/00\t13:55:36\t/a", k10Oct2000 + 86400},
+      {"T2u", "10/11/2000\t/a", 971222400},
+      {"T39u", "2000-10-11\t13:55:36\t/a", k10Oct2000 + 86400},
+      {"T4u", "10/11/00 13:55:36\t/a", k10Oct2000 + 86400},
+      {"T4u", "10/11/00\t/a", 971222400},
+      {"T59u", "Wed, 11 Oct 2000\t13:55:36\t/a", k10Oct2000 + 86400},
+      {"T93u", "13:55:36\t2000-10-11\t/a", k10Oct2000 + 86400},
+      {"T39u", "2000-10-11\t13:55\t/a", k10Oct2000 + 86400 - 36},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.line);
+    EXPECT_EQ(ParseAs(row.format, row.line).time, row.time);
+  }
+}
+
+TEST_F(ParseNextLineTest, TimeAloneIsNoDate) {
+  EXPECT_EQ(CountAs("S9u", "13:55:36 /a"), 0u);
+}
+
+TEST_F(ParseNextLineTest, TextLetters) {
+  const Kept r = ParseAs("S0uafmwh", "971186136 /u agent ref realm user host");
+  EXPECT_EQ(r.url, "/u");
+  EXPECT_EQ(r.agent, "agent");
+  EXPECT_EQ(r.referrer, "ref");
+  EXPECT_EQ(r.realm, "realm");
+  EXPECT_EQ(r.user, "user");
+  EXPECT_EQ(r.host, "host");
+}
+
+TEST_F(ParseNextLineTest, OtherLettersSkipAField) {
+  const Kept r = ParseAs("S0?z %uB8h", "971186136 a b c d /u e f host");
+  EXPECT_EQ(r.url, "/u");
+  EXPECT_EQ(r.host, "host");
+}
+
+TEST_F(ParseNextLineTest, SeparatorMayChangeWithinALine) {
+  const Kept r = ParseAs("S0TuSh", "971186136 /a b\thost rest");
+  EXPECT_EQ(r.url, "/a b");
+  EXPECT_EQ(r.host, "host");
+}
+
+TEST_F(ParseNextLineTest, NumbersWrapAndNonNumbersRead0) {
+  struct {
+    const char* text;
+    int value;
+  } const rows[] = {{"0", 0},
+                    {"200", 200},
+                    {"-", 0},
+                    {"", 0},
+                    {"-5", -5},
+                    {"+7", 7},
+                    {"12ab", 12},
+                    {"ab", 0},
+                    {"999999999", 999999999},
+                    {"2147483647", 2147483647},
+                    {"2147483648", INT32_MIN},
+                    {"4294967297", 1},
+                    {"0000000000012", 12},
+                    {"99999999999999999999", -1}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.text);
+    const Kept r = ParseAs("T0ucr", std::string("971186136\t/u\t") + row.text + "\t" + row.text + "\tx");
+    EXPECT_EQ(r.bytes, row.value);
+    EXPECT_EQ(r.status, row.value);
+  }
+}
+
+TEST_F(ParseNextLineTest, ResultWordSetsTheStatusOnlyWhenNoneIsSet) {
+  EXPECT_EQ(ParseAs("S0urk", "971186136 /u 304 OK").status, 304);
+  EXPECT_EQ(ParseAs("S0urk", "971186136 /u 0 OK").status, 200);
+  EXPECT_EQ(ParseAs("S0ukr", "971186136 /u OK 304").status, 304);
+  EXPECT_EQ(ParseAs("S0ukk", "971186136 /u ERR! OK").status, 404);
+}
+
+TEST_F(ParseNextLineTest, DashAndEmptyBecomeAbsent) {
+  for (const std::string value : {"-", ""}) {
+    const Kept r = ParseAs("T0xefamwh", "971186136\t/x\t" + value + "\t" + value + "\t" + value + "\t" +
+                                            value + "\t" + value + "\thost");
+    EXPECT_EQ(r.url, "/x");
+    EXPECT_EQ(r.referrer, std::nullopt);
+    EXPECT_EQ(r.agent, std::nullopt);
+    EXPECT_EQ(r.realm, std::nullopt);
+    EXPECT_EQ(r.user, std::nullopt);
+  }
+  EXPECT_EQ(ParseAs("T0ufa", "971186136\t/u\t--\t -").referrer, "--");
+}
+
+TEST_F(ParseNextLineTest, QuotedDashAndEmptyQuotedAgentBecomeAbsent) {
+  const Kept r = ParseOne("10.0.0.1 - - [10/Oct/2000:13:55:36 +0000] \"GET /a HTTP/1.0\" 200 5 \"-\" \"\"\n");
+  EXPECT_EQ(r.referrer, std::nullopt);
+  EXPECT_EQ(r.agent, std::nullopt);
+}
+
+// --- URLs -------------------------------------------------------------------------
+
+TEST_F(ParseNextLineTest, UrlFromStemAndQuery) {
+  EXPECT_EQ(ParseAs("S0xe", "971186136 /s -").url, "/s");
+  EXPECT_EQ(ParseAs("S0xe", "971186136 /s a=b").url, "/s?a=b");
+  EXPECT_EQ(ParseAs("S0ex", "971186136 a=b /s").url, "/s?a=b");
+  EXPECT_EQ(ParseAs("S0xe", "971186136 /s").url, "/s");
+  EXPECT_EQ(ParseAs("S0uxe", "971186136 /u /s a=b").url, "/u");
+  EXPECT_EQ(ParseAs("S0xeq", "971186136 /s a=b \"GET /q HTTP/1.0\"").url, "/q");
+  EXPECT_EQ(CountAs("S0e", "971186136 a=b"), 0u);
+}
+
+TEST_F(ParseNextLineTest, EmptyIsNotAbsent) {
+  const Kept r = ParseAs("T0uhm", "971186136\t\t\tx");
+  EXPECT_EQ(r.url, "");
+  EXPECT_EQ(r.host, "");
+  EXPECT_EQ(ParseAs("T0xem", "971186136\t\tq\tx").url, "?q");
+}
+
+TEST_F(ParseNextLineTest, MacPaths) {
+  EXPECT_EQ(ParseAs("S0u", "971186136 :docs:index.html").url, "/docs/index.html");
+  EXPECT_EQ(ParseAs("S0u", "971186136 :docs:find?a:b:c").url, "/docs/find?a:b:c");
+  EXPECT_EQ(ParseAs("S0u", "971186136 http://www.example.com:80/").url, "http://www.example.com:80/");
+  EXPECT_EQ(ParseAs("S0xe", "971186136 :a:b c:d").url, "/a/b?c:d");
+}
+
+TEST_F(ParseNextLineTest, LineWithoutUrlIsDropped) {
+  EXPECT_EQ(CountAs("S0u", "971186136"), 0u);
+  EXPECT_EQ(CountAs("S0u", "971186136 -"), 0u);
+  EXPECT_EQ(CountAs("S0q", "971186136 \"GET - HTTP/1.0\""), 0u);
+  EXPECT_EQ(CountAs("S0u", "971186136 --"), 1u);
+}
+
+TEST_F(ParseNextLineTest, ValuesAreCutTo243Characters) {
+  const std::string longest(kTextMax, 'x');
+  EXPECT_EQ(ParseAs("S0uh", "971186136 " + longest + " host").url, longest);
+  const Kept r = ParseAs("S0uh", "971186136 " + longest + std::string(57, 'y').append(" host"));
+  EXPECT_EQ(r.url, longest);
+  EXPECT_EQ(r.host, "host");
+}
+
+TEST_F(ParseNextLineTest, RequestIsCutBeforeItsUrlIsTaken) {
+  const Kept r = ParseOne(Clf(std::string("/").append(299, 'x')));
+  EXPECT_EQ(r.url, std::string("/").append(kTextMax - 5, 'x'));  // "GET " and "/" precede
+  EXPECT_EQ(r.status, 200);
+}
+
+TEST_F(ParseNextLineTest, CombinedUrlIsCutTo243Characters) {
+  const std::string stem(kTextMax, 's');
+  const std::string query(kTextMax, 'q');
+  EXPECT_EQ(ParseAs("S0xe", "971186136 " + stem + " " + query).url, stem);
+  EXPECT_EQ(ParseAs("S0xe", "971186136 " + stem.substr(1) + " " + query).url, stem.substr(1) + "?");
+  EXPECT_EQ(ParseAs("S0xe", "971186136 /s " + query).url, "/s?" + query.substr(3));
+}
+
+TEST(TrimFullRequest, KeepsTheUrl) {
+  struct {
+    const char* request;
+    const char* url;
+  } const rows[] = {
+      {"GET /a HTTP/1.0", "/a"},
+      {"GET /a", "/a"},
+      {"GET", "GET"},
+      {"-", "-"},
+      {"", ""},
+      {"GET  /a HTTP/1.0", ""},
+      {"GET ", ""},
+      {" /a b", "/a"},
+      {"GET /a b c d", "/a"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.request);
+    char buffer[64];
+    CopyText(buffer, row.request);
+    std::string_view text = buffer;
+    TrimFullRequest(text);
+    EXPECT_EQ(text, row.url);
+    EXPECT_EQ(text.data()[text.size()], '\0');
+  }
+}
+
+TEST_F(ParseNextLineTest, RequestOfOnlyAMethodWordIsTheUrl) {
+  EXPECT_EQ(ParseOne("10.0.0.1 - - [10/Oct/2000:13:55:36 +0000] \"QUIT\" 400 5\n").url, "QUIT");
+}
+
+TEST(TranslateWebStarResultCode, LooksAtTheFirstTwoCharacters) {
+  EXPECT_EQ(TranslateWebStarResultCode("OK"), 200);
+  EXPECT_EQ(TranslateWebStarResultCode("OKAY"), 200);
+  EXPECT_EQ(TranslateWebStarResultCode("PRIV"), 403);
+  EXPECT_EQ(TranslateWebStarResultCode("PR"), 403);
+  EXPECT_EQ(TranslateWebStarResultCode("ERR!"), 404);
+  EXPECT_EQ(TranslateWebStarResultCode("ok"), 404);
+  EXPECT_EQ(TranslateWebStarResultCode("O"), 404);
+  EXPECT_EQ(TranslateWebStarResultCode(""), 404);
+}
+
+// --- Hosts ------------------------------------------------------------------------
+
+static std::string TrimHost(const char* host) {
+  char buffer[64];
+  CopyText(buffer, host);
+  std::string_view text = buffer;
+  TrimPort(text);
+  TrimTrailingDot(text);
+  EXPECT_EQ(text.data()[text.size()], '\0');
+  return std::string(text);
+}
+
+TEST(TrimPort, CutsPortThenOneDot) {
+  EXPECT_EQ(TrimHost("www.example.com.:8080"), "www.example.com");
+  EXPECT_EQ(TrimHost("www.example.com"), "www.example.com");
+  EXPECT_EQ(TrimHost("www.example.com.."), "www.example.com.");
+  EXPECT_EQ(TrimHost("a:b:c"), "a");
+  EXPECT_EQ(TrimHost("::1"), "");
+  EXPECT_EQ(TrimHost("."), "");
+  EXPECT_EQ(TrimHost(""), "");
+}
+
+TEST_F(ParseNextLineTest, HostFromNameOrAddress) {
+  EXPECT_EQ(ParseAs("S0unp", "971186136 /u www.example.com.:80 192.0.2.1").host, "www.example.com");
+  EXPECT_EQ(ParseAs("S0unp", "971186136 /u - 192.0.2.1").host, "192.0.2.1");
+  EXPECT_EQ(ParseAs("S0unp", "971186136 /u -x 192.0.2.1").host, "192.0.2.1");
+  EXPECT_EQ(ParseAs("S0unp", "971186136 /u - -").host, std::nullopt);
+  EXPECT_EQ(ParseAs("S0upn", "971186136 /u 192.0.2.1 www.example.com").host, "www.example.com");
+  EXPECT_EQ(ParseAs("S0unph", "971186136 /u www.example.com 192.0.2.1 -").host, "-");
+  EXPECT_EQ(ParseAs("T0unpr", "971186136\t/u\t\t192.0.2.1\t1").host, "");
+  EXPECT_EQ(ParseAs("S0u", "971186136 /u").host, std::nullopt);
+}
+
+// --- Times ------------------------------------------------------------------------
+
+TEST_F(ParseNextLineTest, TimesOf0AndMinus1AreDropped) {
+  EXPECT_EQ(CountAs("S39u", "1970-01-01 00:00:00 /a"), 0u);
+  EXPECT_EQ(CountAs("S39u", "1969-12-31 23:59:59 /a"), 0u);
+  EXPECT_EQ(CountAs("S39u", "1970-01-01 00:00:01 /a"), 1u);
+  EXPECT_EQ(CountAs("S0u", "0 /a"), 0u);
+}
+
+TEST_F(ParseNextLineTest, TimesOutside32BitsAreDropped) {
+  EXPECT_EQ(CountAs("S1u", "[10/Oct/00:13:55:36 +0000] /a"), 0u);  // the year 1900
+  EXPECT_EQ(CountAs("S39u", "1901-12-13 20:45:51 /a"), 0u);
+  EXPECT_EQ(ParseAs("S39u", "1901-12-13 20:45:52 /a").time, INT32_MIN);
+  EXPECT_EQ(ParseAs("S39u", "2038-01-19 03:14:07 /a").time, INT32_MAX);
+  EXPECT_EQ(CountAs("S39u", "2038-01-19 03:14:08 /a"), 0u);
+}
+
+TEST_F(ParseNextLineTest, FieldsBeyondTheirRangeAreNormalised) {
+  const Kept r = ParseAs("S39u", "2000-09-40 13:54:96 /a");
+  EXPECT_EQ(r.time, k10Oct2000);
+  EXPECT_EQ(r.local.tm_mon, 9);
+  EXPECT_EQ(r.local.tm_mday, 10);
+  EXPECT_EQ(r.local.tm_sec, 36);
+}
+
+TEST_F(ParseNextLineTest, LocalZoneAndSummerTime) {
+  SetZone("EST5EDT,M4.1.0,M10.5.0");
+  const Kept r = ParseOne("10.0.0.1 - - [10/Jul/2000:13:55:36 -0400] \"GET /a HTTP/1.0\" 200 1\n");
+  EXPECT_EQ(r.time, 963251736);
+  EXPECT_EQ(r.local.tm_hour, 13);
+  EXPECT_EQ(r.local.tm_isdst, 1);
+}
+
+TEST_F(ParseNextLineTest, EpochInTheRepeatedHourKeepsItsHalf) {
+  SetZone("EST5EDT,M4.1.0,M10.5.0");
+  EXPECT_EQ(ParseAs("S0u", "972797400 /a").time, 972797400);  // 01:30 in summer time
+  EXPECT_EQ(ParseAs("S0u", "972801000 /a").time, 972801000);  // 01:30 an hour later
+}
+
+TEST_F(ParseNextLineTest, GmtOffsetIsAddedAndTheSumIsTested) {
+  SetZone("UTC-2");
+  SuperLog_SetFixGmt("1", kLevelForm);
+  InitLogDates();
+  ASSERT_EQ(mGmtOffset, 7200);
+  const Kept r = ParseAs("S39u", "2000-10-10 13:55:36 /a");
+  EXPECT_EQ(r.local.tm_hour, 15);
+  EXPECT_EQ(r.time, k10Oct2000);
+  EXPECT_EQ(CountAs("S39u", "1970-01-01 00:00:00 /a"), 0u);
+  EXPECT_EQ(CountAs("S39u", "1970-01-01 02:00:00 /a"), 1u);
+}
+
+// --- Junk -------------------------------------------------------------------------
+
+// Bytes that the layouts give a meaning to, in any order, behind every header.
+TEST_F(ParseNextLineTest, JunkIsReadSafelyInEveryLayout) {
+  const std::string alphabet =
+      std::string("\0\xFF\x80", 3)
+          .append("\r\n\n\n\n  \t\t,,,\"\"'[]:/?#!;-.%+0123456789abAGSTC\x01Jan:format=");
+  const char* const headers[] = {
+      "",
+      "#Software: Dolphin Speedstar\n#Fields: date time c-ip cs-uri-stem cs-uri-query cs(User-Agent) "
+      "sc-status\n",
+      "#Software: WebSTAR/2.1\n#Fields: DATE TIME C-DNS C-IP CS-URI-STEM C-URI-QUERY RESULT BYTES\n",
+      "!!LOG_FORMAT DATE TIME RESULT HOSTNAME URL BYTES_SENT AGENT\n",
+      "format=%SYSDATE% %Req->reqpb.clf-request% %Ses->client.ip%\n",
+  };
+  std::mt19937 random(11);
+  for (const char* user_format : {"", "S1qh", "C2vnpxe0k", "T4u59SwCm"}) {
+    SuperLog_SetLogFormat(user_format, kLevelForm);
+    for (const char* header : headers) {
+      std::string log(20000, '\0');
+      for (char& c : log) {
+        c = alphabet[random() % alphabet.size()];
+      }
+      for (const Kept& r : ParseAll(header + log)) {
+        EXPECT_TRUE(r.url.has_value());
+        EXPECT_NE(r.url, "-");
+        EXPECT_TRUE(r.time != 0 && r.time != -1);
+      }
+    }
+  }
+}
+
+TEST_F(ParseNextLineTest, LineOfTheGreatestLength) {
+  const std::string line = "10.0.0.1 - - [10/Oct/2000:13:55:36 +0000] \"GET /a HTTP/1.0\" 200 5 \"r\" \"";
+  const std::vector<Kept> kept = ParseAll(line + std::string(2000, 'a').append("\"\n") + Clf("/b"));
+  ASSERT_EQ(kept.size(), 2u);
+  EXPECT_EQ(kept[0].agent, std::string(kTextMax, 'a'));
+  EXPECT_EQ(kept[1].url, "/b");
+}
+
+TEST(SuperLogParseTest, ReadsTheRestAndCloses) {
+  ResetLineReader();
+  ResetLogFormat();
+  OpenLogText(Clf("/a") + Clf("/b"));
+  SuperLog_ParseTest();
+  EXPECT_FALSE(IsLogOpen());
+  EXPECT_EQ(TotalLogBytesRead().units, (Clf("/a") + Clf("/b")).size());
+  ResetLineReader();
+}
