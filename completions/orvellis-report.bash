@@ -9,7 +9,8 @@ _orvellis_report_values() { # OPTION
     --top) echo 0 10 30 100 10% ;;
     --memory) echo 16M 64M 256M 1G ;;
     --log-format) echo Shmw1qrc Shmw1qrcfa 'S?hmw1qrcfa' ;;
-    --path | --match | --exclude-hosts | --exclude-types | --min | --title | --url) ;;
+    --server) echo apache nginx lighttpd ;;
+    --account | --logs | --path | --match | --exclude-hosts | --exclude-types | --min | --title | --url) ;;
     *) return 1 ;;
   esac
 }
@@ -32,10 +33,12 @@ _orvellis_report() {
     _orvellis_report_sections "$word"
   elif values=$(_orvellis_report_values "$option"); then
     mapfile -t COMPREPLY < <(compgen -W "$values" -- "$word")
+  elif [[ ${COMP_WORDS[1]} == --init-site && COMP_CWORD -gt 1 ]]; then
+    mapfile -t COMPREPLY < <(compgen -W '--server --account --logs --url --write --help' -- "$word")
   elif [[ $word == -* ]]; then
     mapfile -t COMPREPLY < <(compgen -W '-o --output --from --to --path --match --exclude-hosts --exclude-types --top
       --min --reports --title --url --log-format --date-format --gmt --dns --search-engines --memory --theme --plain
-      --open --quiet --keep-config --help --version' -- "$word")
+      --open --quiet --keep-config --init-site --help --version' -- "$word")
   else
     compopt -o filenames
     mapfile -t COMPREPLY < <(compgen -f -- "$word")

@@ -136,7 +136,9 @@ test_device_is_no_log() {
 test_empty_log() {
   : >access.log
   run access.log
-  expect_error 1 'nothing to report'
+  expect_error 1 'nothing to report: every log is empty'
+  run showquery=1
+  expect_error 2 'no log is named'
 }
 
 test_no_dates() {
@@ -653,12 +655,98 @@ END
   completed 'MDY MYD' --date-format = M
   completed 'requests,badurls requests,badreferrers' --reports requests,bad
   completed 'my log' --gmt my
+  completed '--write' --init-site --w
 }
 
 test_manual_page_has_no_fault() {
   command -v mandoc >/dev/null || return 0
   mandoc -T lint "$project/man/orvellis-report.1" 2>/dev/null | grep -v 'referenced manual not found' >faults
   [ ! -s faults ] || failed "$(cat faults)"
+}
+
+# ---- A first web installation -------------------------------------------------------------
+
+# An installed system in the folder root, with the servers of these names.
+install_in_root() { # SERVER...
+  mkdir -p root/usr/bin root/usr/share/orvellis/conf root/etc/orvellis
+  cp "$project"/bin/* root/usr/bin/
+  printf '# accounts' >root/etc/orvellis/orvellis.conf
+  for name in "$@"; do mkdir -p "root/etc/$name/conf-available" "root/etc/$name/conf-enabled" "root/etc/$name/conf.d"; done
+}
+init_site() {
+  PATH=$tools DESTDIR=$PWD/root "$shell" root/usr/bin/orvellis-report --init-site "$@" >out 2>err </dev/null
+  status=$?
+}
+
+test_init_site_shows_and_changes_nothing() {
+  install_in_root apache2
+  find root >before
+  init_site
+  expect_status 0
+  expect_in out 'This would be written'
+  expect_in out 'user=apache;logs=/var/log/apache2/access.log*[!z];url=http://localhost;title=apache'
+  expect_in out '/etc/apache2/conf-available/orvellis.conf -> /usr/share/orvellis/conf/apache.conf'
+  find root | diff before - || failed 'files are changed'
+  [ "$(cat root/etc/orvellis/orvellis.conf)" = '# accounts' ] || failed 'the configuration is changed'
+}
+
+test_init_site_writes_once() {
+  install_in_root nginx
+  for url in https://shop.example.com https://again.example.com; do
+    init_site --write --account shop --url "$url" --logs '/srv/shop/*.log'
+    expect_status 0
+  done
+  expect_in out 'has an account shop already'
+  expect_in out 'has a password of shop already'
+  expect_in out 'is there already and stays as it is'
+  grep -qx 'user=shop;logs=/srv/shop/\*.log;url=https://shop.example.com;title=shop' root/etc/orvellis/orvellis.conf ||
+    failed 'the account has no line of its own'
+  [ "$(wc -l <root/etc/orvellis/passwords)" -eq 1 ] || failed 'the passwords are wrong'
+  expect_match root/etc/orvellis/passwords '^shop:.'
+  [ "$(readlink root/etc/nginx/conf.d/orvellis.conf)" = /usr/share/orvellis/conf/nginx-http.conf ] || failed 'no link'
+  case $(ls -l root/etc/orvellis/passwords) in -rw-?-----*) ;; *) failed 'others may read the passwords' ;; esac
+}
+
+test_init_site_chooses_the_server() {
+  install_in_root nginx lighttpd
+  init_site --server=lighttpd
+  expect_in out '/etc/lighttpd/conf-enabled/90-orvellis.conf -> /usr/share/orvellis/conf/lighttpd.conf'
+  init_site --server other
+  expect_error 2 '--server takes apache, nginx or lighttpd'
+}
+
+test_init_site_failures() {
+  install_in_root
+  init_site
+  expect_error 1 'no web server is found'
+  init_site --nonsense
+  expect_error 2 'there is no option --nonsense'
+  init_site --server
+  expect_error 2 '--server needs a value'
+  init_site --server nginx --logs 'a;b'
+  expect_error 2 '--logs cannot hold'
+  init_site --server nginx --account 'a b'
+  expect_error 2 '--account takes letters'
+  rm root/etc/orvellis/orvellis.conf
+  init_site
+  expect_error 2 'install Orvellis first'
+  rm -r root/usr/share
+  init_site
+  expect_error 2 'install Orvellis first'
+  run --gmt --init-site
+  expect_error 2 '--init-site stands first'
+  rm root/usr/bin/orvellis-init-site
+  init_site
+  expect_error 2 'orvellis-init-site is not installed beside'
+}
+
+test_init_site_asks_on_a_terminal() {
+  [ -n "$script" ] || return 0
+  install_in_root apache2
+  { sleep 1; printf '\nann\n\nhttp://ann.example.com\n'; sleep 1; } |
+    PATH=$tools DESTDIR=$PWD/root "$script" -qec "'$shell' root/usr/bin/orvellis-report --init-site" typescript >out 2>err
+  expect_in out 'Web server (apache) [apache]:'
+  expect_in out 'user=ann;logs=/var/log/apache2/access.log*[!z];url=http://ann.example.com;title=ann'
 }
 
 # ---- Usage ------------------------------------------------------------------------------
