@@ -5,7 +5,7 @@ set -eu
 cd "$(dirname "$0")"
 . ./cmake/packages.sh
 
-need_packages g++ cmake ninja-build libgtest-dev libgmock-dev libcrypt-dev
+need_packages g++ cmake ninja-build libgtest-dev libgmock-dev libcrypt-dev busybox
 for preset in release asan; do
   cmake --preset "$preset" >/dev/null
   cmake --build --preset "$preset"

@@ -199,7 +199,7 @@ test_damaged_compressed_log() {
 
 test_missing_unpacker() {
   mkdir bare
-  for tool in "$tools"/awk cat cut date dirname grep head ln mkdir mktemp od rm sed tail tr wc sleep xargs; do
+  for tool in "$tools"/awk cat cut date dirname grep head ln mkdir mktemp od rm sed tail tr wc sleep; do
     ln -s "$(PATH=$tools command -v "${tool##*/}")" bare/
   done
   printf '\050\265\057\375....' >access.log.zst
@@ -269,6 +269,23 @@ test_logs_of_equal_size_in_disorder() {
   for n in 12 30 13; do line "$n"; done >b.log
   run a.log b.log
   expect_records 6 2000-03-10 2000-03-30
+}
+
+test_days_of_logs_in_disorder() {
+  for n in 20 25 28 30 2 3 4 9 10; do line "$n"; done >access.log
+  run --from 2000-03-09 access.log
+  expect_match err '^report.html: 6 records from 2000-03-09 to 2000-03-30'
+  run --to 2000-03-20 access.log
+  expect_in err 'the logs are not in order of time: requests that stand behind a day after 2000-03-20 are missing'
+}
+
+# Those that lie outside of the days are not read: their lines are not counted.
+test_long_history() {
+  { line 1; echo nothing; line 2; } >old.log
+  line 20 >new.log
+  run --from 2000-03-20 old.log new.log
+  expect_records 1 2000-03-20 2000-03-20
+  [ "$(wc -l <err)" -eq 1 ] || failed 'old logs are read'
 }
 
 test_from_and_to() {
@@ -810,6 +827,16 @@ test_program_beside_the_script() {
   expect_records 3 2000-03-05 2000-03-07
 }
 
+test_script_behind_a_link() {
+  mkdir bin
+  ln -s "$report" bin/link
+  week >access.log
+  PATH=$tools ORVELLIS=$program TMPDIR=$private "$shell" bin/link access.log >out 2>err
+  status=$?
+  expect_records 3 2000-03-05 2000-03-07
+  expect_match report.html '<img src="file://[^"]*/site/or15-reg.gif"'
+}
+
 test_program_on_the_path() {
   week >access.log
   ln -s "$program" "$stubs/orvellis"
@@ -903,7 +930,7 @@ test_progress_on_a_terminal() {
 test_progress_without_a_read_position() {
   [ -n "$script" ] || return 0
   week >access.log
-  stub xargs "sleep 2; PATH=$tools exec xargs \"\$@\""
+  stub cat "case \$* in *.log*) sleep 2 ;; esac; PATH=$tools exec cat \"\$@\""
   on_terminal access.log
   expect_status 0
   expect_match screen '^<ERASE>counting lines [-/|\\] [0-9] s$'
