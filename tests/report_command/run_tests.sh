@@ -153,6 +153,15 @@ test_dates_but_no_requests() {
   expect_error 1 'no line is recognised as a request: --log-format'
 }
 
+test_header_lines_of_an_unknown_layout() {
+  printf '#Version: 1.0\n#Fields: date time x-nothing\n2000-03-05\t10:00:00\t192.0.2.1\t/a.html\n' >access.log
+  run access.log
+  expect_error 1 'take out the header lines that begin with "#" and tell the layout with --log-format'
+  grep -v '^#' access.log >plain.log
+  run --log-format T39hu plain.log
+  expect_records 1 2000-03-05 2000-03-05
+}
+
 test_standard_input() {
   week | PATH=$tools ORVELLIS=$program TMPDIR=$private "$shell" "$report" - >out 2>err
   status=$?
@@ -341,7 +350,10 @@ test_days_outside_the_logs() {
   run --from 2000-04-01 access.log
   expect_error 1 'nothing to report: the logs go from 2000-03-05 to 2000-03-07'
   run --from 2000-04-01 --to 2000-04-02 access.log
-  expect_error 1 'nothing to report'
+  expect_error 1 'nothing to report: the logs go from 2000-03-05 to 2000-03-07'
+  { line 1; line 9; } >access.log
+  run --from 2000-03-05 --to 2000-03-05 access.log
+  expect_error 1 'nothing to report: no request from 2000-03-05 to 2000-03-05 is selected'
 }
 
 test_zone() {
