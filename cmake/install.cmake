@@ -12,6 +12,7 @@ install(TARGETS orvellis RUNTIME DESTINATION ${cgi_dir})
 
 install(DIRECTORY site/ DESTINATION ${share_dir}/site
         PATTERN pictures EXCLUDE PATTERN networks.txt EXCLUDE)
+include(${CMAKE_CURRENT_LIST_DIR}/documentation.cmake)
 install(FILES site/networks.txt DESTINATION ${share_dir})
 install(FILES conf/passwords DESTINATION ${share_dir}/conf)
 install(FILES README.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
