@@ -92,7 +92,7 @@ error_log $WORK/server.log;
 events { worker_connections 64; }
 http {
   access_log $WORK/log/nginx/access.log combined;
-  client_body_temp_path $WORK/body;
+  client_body_temp_path $WORK/nginx-body;
   fastcgi_temp_path $WORK/fastcgi;
   proxy_temp_path $WORK/proxy;
   uwsgi_temp_path $WORK/uwsgi;
@@ -123,22 +123,24 @@ END
   if [ "$(id -un)" = root ]; then echo "server.username = \"$user\""; fi
 }
 
-as_user() {
-  if [ "$(id -un)" = root ]; then setpriv --reuid="$user" --clear-groups --no-new-privs "$@"; else "$@"; fi
+# Takes the place of the (background) shell, so that its process id is the program's.
+become_user() {
+  if [ "$(id -un)" = root ]; then exec setpriv --reuid="$user" --clear-groups --no-new-privs "$@"; fi
+  exec "$@"
 }
 
 start() {
   "${SERVER}_conf" >"$WORK/server.conf"
   case $SERVER in
-    apache) apache2 -f "$WORK/server.conf" -D FOREGROUND 2>>"$WORK/start.log" & ;;
-    nginx) nginx -e "$WORK/server.log" -c "$WORK/server.conf" 2>>"$WORK/start.log" & ;;
-    lighttpd) lighttpd -D -f "$WORK/server.conf" 2>>"$WORK/start.log" & ;;
+    apache) apache2 -f "$WORK/server.conf" -D FOREGROUND >>"$WORK/start.log" 2>&1 & ;;
+    nginx) nginx -e "$WORK/server.log" -c "$WORK/server.conf" >>"$WORK/start.log" 2>&1 & ;;
+    lighttpd) lighttpd -D -f "$WORK/server.conf" >>"$WORK/start.log" 2>&1 & ;;
   esac
   server_pid=$!
 }
 
 if [ "$SERVER" = nginx ]; then
-  as_user fcgiwrap -s "unix:$WORK/fcgiwrap.socket" -c 2 2>>"$WORK/start.log" &
+  become_user fcgiwrap -s "unix:$WORK/fcgiwrap.socket" -c 2 >>"$WORK/start.log" 2>&1 &
   pids="$pids $!"
 fi
 
