@@ -47,7 +47,7 @@ trap 'exit 1' INT TERM HUP
 
 cmake --install "$build" --prefix "$PREFIX" >/dev/null
 mkdir -p "$WORK/log/$SERVER" "$WORK/root"
-sed -i -e "s|/var/log/apache2/|$WORK/log/apache/|" -e "s|/var/log/|$WORK/log/|" "$PREFIX/etc/orvellis/orvellis.conf"
+sed -i -e "s|/var/log/apache2/|$WORK/log/apache/|g" -e "s|/var/log/|$WORK/log/|g" "$PREFIX/etc/orvellis/orvellis.conf"
 echo "$SERVER:Teapot" >"$PREFIX/etc/orvellis/passwords"
 cp "$source_dir/samples/logs/combined.log" "$WORK/log/$SERVER/access.log.1"
 sed "s|/run/fcgiwrap.socket|$WORK/fcgiwrap.socket|" "$PREFIX/share/orvellis/conf/nginx.conf" >"$WORK/orvellis-nginx.conf"
