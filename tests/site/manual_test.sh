@@ -17,6 +17,8 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 failures=0
 checked=0
+mkdir "$work/tree"
+cp -R "$source_dir/samples" "$source_dir/site" "$work/tree"
 
 fail() {
   echo "FAILED: $*"
@@ -51,7 +53,7 @@ check_conf() { # FILE NAME
 check_params() { # FILE NAME
   while read -r line; do
     # shellcheck disable=SC2086 # a list of arguments
-    (cd "$source_dir" && set -f && report samples/orvellis.conf username=demo date=03052000,03112000 $line)
+    (cd "$work/tree" && set -f && report samples/orvellis.conf username=demo date=03052000,03112000 $line)
     grep -aq '</html>' "$work/page" && ! grep -aq 'Error #' "$work/page" || fail "$2: $line"
   done <"$1"
 }
