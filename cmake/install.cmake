@@ -16,7 +16,7 @@ include(${CMAKE_CURRENT_LIST_DIR}/documentation.cmake)
 install(FILES site/networks.txt DESTINATION ${share_dir})
 install(FILES conf/passwords DESTINATION ${share_dir}/conf)
 install(FILES README.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
-install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs)
+install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs PATTERN pictures EXCLUDE)
 install(FILES man/orvellis.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES man/orvellis.conf.5 DESTINATION ${CMAKE_INSTALL_MANDIR}/man5)
 
