@@ -9,6 +9,7 @@
 #include "analysis/dns_cache.h"
 #include "analysis/dns_cache_internal.h"
 #include "analysis/normalise.h"
+#include "analysis/smart_memory_internal.h"
 #include "support/account_logs.h"
 #include "support/counted.h"
 
@@ -194,6 +195,26 @@ TEST_F(CountLogsTest, DebugOpensItsTable) {
   EXPECT_TRUE(testing::internal::GetCapturedStdout().starts_with(
       "<center><table border=1 cellspacing=0>\n"
       "<tr><td colspan=6 align=center><font size=\"+1\"><b>Debugging Information</b></font></td></tr>\n"));
+}
+
+TEST_F(CountLogsTest, RefusedMemoryEndsTheRunBeforeTheNextFileIsOpened) {
+  settings_.requests.on = 1;
+  settings_.debug = 1;
+  AddLog("a.log", {{}});
+  AddLog("b.log", {{}, {}});
+  testing::internal::CaptureStdout();
+  ASSERT_TRUE(BeginAnalysis(settings_, analysis_));
+  testing::internal::GetCapturedStdout();
+  const std::string printed = NewPath("printed");
+  const auto count_without_memory = [&] {
+    if (freopen(printed.c_str(), "w", stdout) != nullptr) {
+      mpAllocate = [](size_t) -> void* { return nullptr; };
+      CountLogs(settings_, analysis_);
+    }
+  };
+  EXPECT_EXIT(count_without_memory(), testing::ExitedWithCode(1), "");
+  EXPECT_NE(ReadFile(printed).find("a.log"), std::string::npos);
+  EXPECT_EQ(ReadFile(printed).find("b.log"), std::string::npos);
 }
 
 // ---- Which records are counted --------------------------------------------------
