@@ -140,7 +140,7 @@ start() {
 }
 
 if [ "$SERVER" = nginx ]; then
-  become_user fcgiwrap -s "unix:$WORK/fcgiwrap.socket" -c 2 >>"$WORK/start.log" 2>&1 &
+  become_user fcgiwrap -s "unix:$WORK/fcgiwrap.socket" >>"$WORK/start.log" 2>&1 &
   pids="$pids $!"
 fi
 
