@@ -2,8 +2,8 @@
 //
 // The contract is a singly linked list of item records in ascending key order
 // (byte-wise unsigned, or ASCII case ignored). Counting neither walks nor keeps
-// that list: each list has a hash index of its own, and the order is made when
-// somebody needs it (a reclaim, or the end of the run).
+// that list: a record is found through its list's hash index, and as much order
+// as somebody needs (a reclaim, or the end of the run) is made at that time.
 #pragma once
 
 #include <cstddef>
@@ -17,21 +17,35 @@ struct ListInfo;
 inline constexpr size_t kListItemSize = 256;
 
 struct ListItem {
-  ListItem* next;  // meaningful in the lists that KeyOrder and SortList return
-  List* sublist;   // null when empty
-  uint32_t hash;
+  ListItem* next;
+  List* sublist;  // null when empty
+  uint32_t hash;  // of the key; differs from run to run
+  int32_t rank;   // lower bound of count under which a reclaim has filed the record
   int32_t count;
-  uint16_t length;
-  char name[];  // NUL-terminated, at most kTextMax characters
+  uint8_t length;  // at most kTextMax
+  char name[];     // the key, padded with at least one NUL
 
   std::string_view key() const { return {name, length}; }
 };
 
+struct IndexSlot;
+
 // One list, top-level or sub-list. Zero-initialised it is the empty list.
 struct List {
-  ListItem* first;  // head of the list last ordered
+  ListItem* first;  // chain of all records, in no order that callers may rely on
   size_t length;
+  IndexSlot* slots;   // open-addressing index by key; null while the list is short
+  uint32_t capacity;  // of the index, a power of two
+  uint8_t pivots;     // how many of the descriptor's pivots hold
+  bool ignore_case;
 };
+
+// A reclaim keeps what it learns about the order of a list: pivots cut its chain
+// into parts. Each is the first record of a part and precedes, in the order in
+// which reclaims take records, all others of that part and of the parts behind
+// it; records before the last pivot precede that one, or are not filed yet. The
+// pivots stand in the chain in falling index.
+inline constexpr size_t kMaxPivots = 128;
 
 // Descriptor of a top-level list, chained in creation order.
 struct ListInfo {
@@ -40,6 +54,7 @@ struct ListInfo {
   int32_t entries;    // top-level records in the list
   int32_t reclaimed;  // top-level records that memory reclaims removed
   ListInfo* next;
+  ListItem* pivots[kMaxPivots];
 };
 
 struct ListInfoChain {
@@ -52,14 +67,25 @@ extern ListInfoChain gListInfo;
 // must outlive the run's reclaims.
 void init_list(List& list, ListInfo*& info, const char* name);
 
-// Counts one occurrence of key (cut to 243 characters) and, when subkey is
-// present, one of subkey in that record's sub-list. An absent or empty key does
-// nothing; an empty subkey counts as absent. parent is null for a top-level
+// Counts one occurrence of key (cut to 243 characters, without NULs) and, when
+// subkey is present, one of subkey in that record's sub-list. An absent or empty
+// key does nothing; an empty subkey counts as absent. parent is null for a top-level
 // list. A list is always given the same ignore_case; in one that ignores case
 // the first spelling seen stays. When memory is refused even after a reclaim,
-// the process exits at once with status 1.
+// the process exits at once with status 1. Counts wrap at 32 bits.
 void add_item(List& list, ListInfo* info, std::string_view key, std::string_view subkey, ListItem* parent,
               bool ignore_case);
+
+// Counts as add_item does in a top-level list, but keys may wait in a short
+// queue: most of what a key costs is waiting for memory, and they wait together.
+// All are counted in the order of the calls, those of add_item included. The
+// functions below count what waits first; whoever reads a record, a descriptor
+// or the memory statistics by other ways calls count_queued before. Key and
+// sub-key are copied.
+void queue_item(List& list, ListInfo* info, std::string_view key, std::string_view subkey, bool ignore_case);
+
+// Counts all that wait.
+void count_queued();
 
 // Records in the list.
 size_t list_length(const List& list);
@@ -67,13 +93,15 @@ size_t list_length(const List& list);
 // Sum of the counts.
 int64_t TotalList(const List& list);
 
-// Links the records in ascending key order and returns the first.
+// Links the records in ascending key order and returns the first, null of an
+// empty list.
 ListItem* KeyOrder(List& list);
 
 // Links the records in display order and returns the first: counts descending,
 // ties in descending key order; counts above 999999, and below 0, stay behind
 // all others in ascending key order. Only the first `shown` records need be in
-// their places; those behind them are linked in no particular order.
+// their places; those behind them are linked in no particular order. Where
+// memory for a selection is refused all are put in order.
 ListItem* SortList(List& list, size_t shown = SIZE_MAX);
 
 // Releases every record, sub-lists included; the memory statistics stay.

@@ -1,5 +1,8 @@
 // Smart memory: the bounded allocator behind the counting tables and the DNS
 // cache's texts.
+//
+// At the budget, and when the system refuses memory, it reclaims: the rarest
+// records of the longest table go, down to a minimum that each table keeps.
 #pragma once
 
 #include <cstddef>
@@ -10,14 +13,26 @@
 struct ListInfo;
 struct ListItem;
 
-// Statistics in bytes; an item record counts 256. Never reset during a run.
+// Statistics in bytes; an item record counts 256. Never reset during a run; they
+// wrap at 32 bits.
 extern int32_t gSM_TotalBytesAllocated;
 extern int32_t gSM_CurrentBytesAllocated;
-extern int32_t gSM_MaximumBytesAllocated;
+extern int32_t gSM_MaximumBytesAllocated;  // brought up to date by reclaims only
 extern int32_t gSM_TotalBytesFreed;
 
 // Takes the settings; called once at the start of an analysis, before any list.
+// A budget below 500 KB means none; kilobytes times 1024 wrap at 32 bits.
 void smart_memory_init(const Settings& settings);
+
+// A block of size bytes for an item record of info's table, to hang under parent
+// (null for a top-level record, which is counted in info.entries). Counts as 256
+// bytes. Null when memory is refused even after one reclaim. With smart memory
+// disabled a plain allocation that nothing counts.
+void* smart_alloc(size_t size, ListInfo& info, const ListItem* parent);
+
+// One reclaim: frees about the configured size and never the spared record
+// (null: none).
+void smart_free(const ListItem* spared);
 
 // A copy of the text, or null for null and when memory is refused even after
 // one reclaim. Released with free(). Not counted in the statistics.

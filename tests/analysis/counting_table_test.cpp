@@ -1,0 +1,358 @@
+#include "analysis/counting_table.h"
+
+#include "analysis/paired_tables.h"
+
+class CountingTableTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    ResetMemory();
+    InitMemory(MemorySettings(100, 1000, 0));
+    init_list(list_, info_, "Pages");
+  }
+  void TearDown() override {
+    mpAllocate = malloc;
+    mpAllocateZeroed = calloc;
+    destroy(list_);
+    destroyListInfo();
+  }
+
+  void Add(const std::string& key, int times = 1, bool ignore_case = false) {
+    for (int i = 0; i < times; ++i) {
+      add_item(list_, info_, key, {}, nullptr, ignore_case);
+    }
+  }
+  void AddWith(const std::string& key, std::string_view subkey) {
+    add_item(list_, info_, key, subkey, nullptr, false);
+  }
+  ListItem* Record(std::string_view key) {
+    ListItem* item = KeyOrder(list_);
+    while (item != nullptr && item->key() != key) {
+      item = item->next;
+    }
+    return item;
+  }
+  static std::string Text(const ListItem* item) {
+    std::string text;
+    for (; item != nullptr; item = item->next) {
+      text.append(item->key()).append("(").append(std::to_string(item->count)).append(") ");
+    }
+    return text;
+  }
+
+  List list_;
+  ListInfo* info_;
+};
+
+TEST_F(CountingTableTest, InitListAppendsItsDescriptor) {
+  List other;
+  ListInfo* other_info = nullptr;
+  init_list(other, other_info, "Others");
+  EXPECT_EQ(gListInfo.first, info_);
+  EXPECT_EQ(gListInfo.last, other_info);
+  EXPECT_EQ(info_->next, other_info);
+  EXPECT_EQ(other_info->next, nullptr);
+  EXPECT_EQ(other_info->head, &other);
+  EXPECT_STREQ(other_info->name, "Others");
+  EXPECT_EQ(other_info->entries, 0);
+  EXPECT_EQ(other_info->reclaimed, 0);
+}
+
+TEST_F(CountingTableTest, CountsInKeyOrderAndDisplaysByCount) {
+  Add("b");
+  Add("a");
+  Add("b");
+  EXPECT_EQ(Text(KeyOrder(list_)), "a(1) b(2) ");
+  EXPECT_EQ(Text(SortList(list_)), "b(2) a(1) ");
+}
+
+TEST_F(CountingTableTest, TiesAreDisplayedInFallingKeyOrder) {
+  Add("x");
+  Add("y");
+  Add("z");
+  EXPECT_EQ(Text(SortList(list_)), "z(1) y(1) x(1) ");
+}
+
+TEST_F(CountingTableTest, IgnoringCaseKeepsTheFirstSpelling) {
+  Add("Index.html", 1, true);
+  Add("index.HTML", 1, true);
+  EXPECT_EQ(Text(KeyOrder(list_)), "Index.html(2) ");
+}
+
+TEST_F(CountingTableTest, CaseCountsOtherwise) {
+  Add("Index.html");
+  Add("index.HTML");
+  EXPECT_EQ(Text(KeyOrder(list_)), "Index.html(1) index.HTML(1) ");
+}
+
+TEST_F(CountingTableTest, BytesOrderUnsigned) {
+  Add("\xe9");
+  Add("z");
+  Add("Z", 1);
+  EXPECT_EQ(Text(KeyOrder(list_)), "Z(1) z(1) \xe9(1) ");
+}
+
+TEST_F(CountingTableTest, AbsentAndEmptyKeysDoNothing) {
+  Add("");
+  add_item(list_, info_, {}, "referrer", nullptr, false);
+  queue_item(list_, info_, {}, "referrer", false);
+  EXPECT_EQ(list_length(list_), 0U);
+  EXPECT_EQ(info_->entries, 0);
+}
+
+TEST_F(CountingTableTest, EmptySubkeyAddsTheKeyAlone) {
+  AddWith("/gone", "");
+  AddWith("/gone", {});
+  EXPECT_EQ(Text(KeyOrder(list_)), "/gone(2) ");
+  EXPECT_EQ(list_.first->sublist, nullptr);
+}
+
+TEST_F(CountingTableTest, SubkeyOfAKnownKeyRaisesBothCounts) {
+  AddWith("/gone", "http://www.example.com/");
+  AddWith("/gone", "http://www.example.com/");
+  AddWith("/gone", "http://www.example.org/");
+  ASSERT_EQ(Text(KeyOrder(list_)), "/gone(3) ");
+  EXPECT_EQ(Text(SortList(*list_.first->sublist)), "http://www.example.com/(2) http://www.example.org/(1) ");
+  EXPECT_EQ(info_->entries, 1) << "records of sub-lists are not counted";
+  EXPECT_EQ(gSM_TotalBytesAllocated, 3 * 256);
+}
+
+TEST_F(CountingTableTest, SubkeysIgnoreCaseAsTheirListDoes) {
+  add_item(list_, info_, "/Gone", "http://A/", nullptr, true);
+  add_item(list_, info_, "/gone", "http://a/", nullptr, true);
+  EXPECT_EQ(Text(list_.first->sublist->first), "http://A/(2) ");
+}
+
+TEST_F(CountingTableTest, KeysAreCutTo243Characters) {
+  Add(std::string(243, 'k'));
+  Add(std::string(243, 'k') + "l");
+  AddWith(std::string(300, 'k'), std::string(244, 's'));
+  AddWith("k", std::string(243, 's'));
+  ASSERT_EQ(list_length(list_), 2U);
+  const ListItem* const cut = Record(std::string(243, 'k'));
+  ASSERT_NE(cut, nullptr);
+  EXPECT_EQ(cut->count, 3);
+  EXPECT_EQ(cut->name[243], '\0');
+  EXPECT_EQ(cut->sublist->first->key(), std::string(243, 's'));
+  queue_item(list_, info_, std::string(300, 'k'), std::string(300, 's'), false);
+  count_queued();
+  EXPECT_EQ(cut->count, 4);
+  EXPECT_EQ(cut->sublist->first->count, 2);
+}
+
+TEST_F(CountingTableTest, LengthAndTotal) {
+  EXPECT_EQ(list_length(list_), 0U);
+  EXPECT_EQ(TotalList(list_), 0);
+  Add("a", 3);
+  Add("b", 4);
+  EXPECT_EQ(list_length(list_), 2U);
+  EXPECT_EQ(TotalList(list_), 7);
+}
+
+TEST_F(CountingTableTest, EmptyListHasNoFirstRecord) {
+  EXPECT_EQ(KeyOrder(list_), nullptr);
+  EXPECT_EQ(SortList(list_), nullptr);
+  EXPECT_EQ(SortList(list_, 0), nullptr);
+}
+
+TEST_F(CountingTableTest, CountsAboveTheSortLimitStayBehindDeliberately) {
+  for (const char* key : {"a", "b", "c", "d", "e", "f", "g"}) {
+    Add(key);
+  }
+  Record("a")->count = 1000000;
+  Record("b")->count = 999999;
+  Record("c")->count = -3;
+  Record("d")->count = 0;
+  Record("e")->count = INT32_MAX;
+  Record("f")->count = 5;
+  EXPECT_EQ(Text(SortList(list_)), "b(999999) f(5) g(1) d(0) a(1000000) c(-3) e(2147483647) ");
+}
+
+TEST_F(CountingTableTest, CountsWrapAt32Bits) {
+  Add("a");
+  list_.first->count = INT32_MAX;
+  Add("a");
+  EXPECT_EQ(list_.first->count, INT32_MIN);
+}
+
+TEST_F(CountingTableTest, CountingGoesOnAfterSorting) {
+  for (int i = 0; i < 50; ++i) {
+    Add(Numbered("key", i));
+  }
+  SortList(list_, 5);
+  Add("key7");
+  Add("another");
+  EXPECT_EQ(list_length(list_), 51U);
+  EXPECT_EQ(SortList(list_)->key(), "key7");
+  smart_free(nullptr);
+  EXPECT_EQ(list_length(list_), 51U) << "below the kept minimum";
+}
+
+TEST_F(CountingTableTest, DestroyLeavesTheStatistics) {
+  AddWith("/gone", "http://www.example.com/");
+  destroy(list_);
+  EXPECT_EQ(list_length(list_), 0U);
+  EXPECT_EQ(list_.first, nullptr);
+  EXPECT_EQ(gSM_CurrentBytesAllocated, 2 * 256);
+  EXPECT_EQ(gSM_TotalBytesFreed, 0);
+}
+
+TEST_F(CountingTableTest, DestroyListInfoEmptiesTheChain) {
+  destroyListInfo();
+  EXPECT_EQ(gListInfo.first, nullptr);
+  EXPECT_EQ(gListInfo.last, nullptr);
+}
+
+TEST_F(CountingTableTest, QueuedKeysCountInTheOrderOfTheCalls) {
+  queue_item(list_, info_, "Index.html", {}, true);
+  add_item(list_, info_, "index.html", {}, nullptr, true);
+  queue_item(list_, info_, "INDEX.HTML", {}, true);
+  EXPECT_EQ(Text(SortList(list_)), "Index.html(3) ");
+}
+
+TEST_F(CountingTableTest, QueuedKeysAreCopied) {
+  char key[] = "first";
+  queue_item(list_, info_, key, {}, false);
+  memcpy(key, "other", sizeof key);
+  EXPECT_EQ(Text(KeyOrder(list_)), "first(1) ");
+}
+
+TEST_F(CountingTableTest, AskingForAListCountsWhatWaits) {
+  queue_item(list_, info_, "a", {}, false);
+  EXPECT_EQ(list_length(list_), 1U);
+  queue_item(list_, info_, "a", {}, false);
+  EXPECT_EQ(TotalList(list_), 2);
+  queue_item(list_, info_, "b", {}, false);
+  EXPECT_EQ(Text(KeyOrder(list_)), "a(2) b(1) ");
+  queue_item(list_, info_, "b", {}, false);
+  count_queued();
+  EXPECT_EQ(list_.first->next->count, 2);
+}
+
+// ---- Against the plain form ----
+
+class PairedDisplayTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    ResetMemory();
+    InitMemory(MemorySettings(100, 1000, 0));
+  }
+};
+
+static std::string RandomName(Random& random, uint32_t keys) {
+  const char* const prefix = random.Below(2) == 0 ? "/a/Page" : "/a/pAGE";
+  return Numbered(prefix, random.Below(random.Below(2) == 0 ? keys : keys / 4 + 1));
+}
+
+TEST_F(PairedDisplayTest, OrderEqualsThePlainSelectionSort) {
+  Random random(4);
+  for (int round = 0; round < 120; ++round) {
+    SCOPED_TRACE(round);
+    const bool ignore_case = round % 2 == 1;
+    PairedTable table(ignore_case);
+    const uint32_t keys = 1 + random.Below(80);
+    for (uint32_t i = random.Below(300); i > 0; --i) {
+      table.Add(RandomName(random, keys), random.Below(5) == 0 ? RandomName(random, 12) : "");
+    }
+    ASSERT_NO_FATAL_FAILURE(table.ExpectSame());
+    static const int32_t kCounts[] = {-5, 0, 1, 1, 2, 999999, 1000000, 1000001};
+    plain::Item* plain_item = table.plain_list;
+    for (ListItem* item = KeyOrder(table.list); item != nullptr; item = item->next) {
+      ASSERT_EQ(item->key(), plain_item->name);
+      if (random.Below(4) == 0) {
+        item->count = plain_item->count = kCounts[random.Below(8)];
+      }
+      plain_item = plain_item->next;
+    }
+    ASSERT_NO_FATAL_FAILURE(table.ExpectSameDisplay(round % 3 == 0 ? SIZE_MAX : random.Below(keys + 2)));
+  }
+}
+
+TEST_F(PairedDisplayTest, RefusedMemoryForASelectionPutsAllInOrder) {
+  Random random(5);
+  PairedTable table(false);
+  for (int i = 0; i < 500; ++i) {
+    table.Add(RandomName(random, 100));
+  }
+  mpAllocate = [](size_t) -> void* { return nullptr; };
+  table.ExpectSameDisplay(SIZE_MAX);
+  const std::vector<Row> all = Rows(table.list.first, false);
+  EXPECT_EQ(Rows(SortList(table.list, 3), false), all);
+  mpAllocate = malloc;
+}
+
+TEST_F(PairedDisplayTest, ManyKeysInEveryOrderOfArrival) {
+  constexpr int kKeys = 3000;
+  for (const char* order : {"rising", "falling", "shuffled"}) {
+    SCOPED_TRACE(order);
+    PairedTable table(false);
+    for (int i = 0; i < kKeys; ++i) {
+      const int number = order[0] == 'r' ? i : order[0] == 'f' ? kKeys - i : i * 1237 % kKeys;
+      table.Add(Numbered("/", 10000 + number));
+    }
+    ASSERT_NO_FATAL_FAILURE(table.ExpectSame());
+    table.ExpectSameDisplay(10);
+  }
+}
+
+// ---- Refused memory ----
+
+static void* RefuseBlock(size_t) {
+  return nullptr;
+}
+
+static void* RefuseZeroed(size_t, size_t) {
+  return nullptr;
+}
+
+TEST_F(CountingTableTest, RefusedIndexLeavesTheListWalked) {
+  mpAllocateZeroed = RefuseZeroed;
+  for (int i = 0; i < 500; ++i) {
+    Add(Numbered("key", i % 250));
+  }
+  EXPECT_EQ(list_.slots, nullptr);
+  EXPECT_EQ(list_length(list_), 250U);
+  EXPECT_EQ(TotalList(list_), 500);
+  mpAllocateZeroed = calloc;
+  Add("key250");
+  EXPECT_NE(list_.slots, nullptr) << "the next record makes up for it";
+  Add("key0");
+  EXPECT_EQ(Record("key0")->count, 3);
+  EXPECT_EQ(Record("key250")->count, 1);
+}
+
+TEST_F(CountingTableTest, IndexThatCannotGrowFillsUpAndThenReclaims) {
+  InitMemory(MemorySettings(10, 1, 0));
+  for (int i = 0; i < 9; ++i) {
+    Add(Numbered("k", 10 + i));
+  }
+  ASSERT_EQ(list_.capacity, 32U);
+  mpAllocateZeroed = RefuseZeroed;
+  for (int i = 9; i < 30; ++i) {
+    Add(Numbered("k", 10 + i));
+  }
+  EXPECT_EQ(list_length(list_), 30U);
+  EXPECT_EQ(info_->reclaimed, 0);
+  Add("k40");
+  EXPECT_EQ(list_length(list_), 27U);
+  EXPECT_EQ(info_->reclaimed, 4);
+  EXPECT_EQ(gSM_MaximumBytesAllocated, 30 * 256);
+  EXPECT_EQ(Record("k13"), nullptr);
+  EXPECT_NE(Record("k14"), nullptr);
+}
+
+TEST_F(CountingTableTest, RefusedRecordEndsTheProcessWithStatus1) {
+  mpAllocate = RefuseBlock;
+  EXPECT_EXIT(Add("a"), testing::ExitedWithCode(1), "^$");
+}
+
+TEST_F(CountingTableTest, RefusedSublistEndsTheProcessWithStatus1) {
+  mpAllocateZeroed = RefuseZeroed;
+  EXPECT_EXIT(AddWith("a", "b"), testing::ExitedWithCode(1), "^$");
+}
+
+TEST_F(CountingTableTest, RefusedDescriptorEndsTheProcessWithStatus1) {
+  mpAllocateZeroed = RefuseZeroed;
+  List other;
+  ListInfo* other_info = nullptr;
+  EXPECT_EXIT(init_list(other, other_info, "Others"), testing::ExitedWithCode(1), "^$");
+}
