@@ -252,7 +252,7 @@ static bool ResolveHost(Visitor& visitor) {
 }
 
 static void CountItem(CountedReport& report, std::string_view key, bool ignore_case) {
-  add_item(report.list, report.info, key, {}, nullptr, ignore_case);
+  queue_item(report.list, report.info, key, {}, ignore_case);
   ++report.total;
 }
 
@@ -265,10 +265,10 @@ static void CountAt(TimeDistribution<N>& distribution, int index) {
 static void CountNotFound(const Rules& rules, const SuperLogRecord& record, Analysis& analysis) {
   if (rules.bad_urls) {
     const std::string_view from = rules.bad_url_referrers ? record.referrer : std::string_view{};
-    add_item(analysis.badurls.list, analysis.badurls.info, record.url, from, nullptr, false);
+    queue_item(analysis.badurls.list, analysis.badurls.info, record.url, from, false);
   }
   if (rules.bad_referrers) {
-    add_item(analysis.badreferrers.list, analysis.badreferrers.info, record.referrer, {}, nullptr, false);
+    queue_item(analysis.badreferrers.list, analysis.badreferrers.info, record.referrer, {}, false);
   }
 }
 
@@ -324,8 +324,8 @@ static void CountReferrer(const Rules& rules, std::string_view referrer, bool co
 
 static void CountUrl(const Rules& rules, std::string_view url, Analysis& analysis) {
   if (rules.urls) {
-    add_item(analysis.urls.list, analysis.urls.info, rules.keep_query ? url : TruncateCGI(url), {}, nullptr,
-             rules.find.ignore_case);
+    queue_item(analysis.urls.list, analysis.urls.info, rules.keep_query ? url : TruncateCGI(url), {},
+               rules.find.ignore_case);
   }
   if (rules.url_total) {
     ++analysis.urls.total;
@@ -417,6 +417,7 @@ void CountLogs(const Settings& settings, Analysis& analysis) {
   while (SuperLog_NextLogFile()) {
     CountLogFile(rules, analysis);
   }
+  count_queued();
   SuperLog_NextLogFile_Done();
 }
 

@@ -48,7 +48,7 @@ static void CountPhrase(SearchEngine& engine, std::string_view encoded) {
   CopyText(phrase, encoded);
   const size_t length = decode(phrase);
   // deliberate: phrases that differ in case are different, whatever search_casesensitive says
-  add_item(engine.phrases, engine.phrases_info, {phrase, length}, {}, nullptr, false);
+  queue_item(engine.phrases, engine.phrases_info, {phrase, length}, {}, false);
   ++mHits_Search;
 }
 

@@ -11,7 +11,7 @@ extern long mHits_Search;
 // engine, then the first domain, then the first variable that matches wins, so a
 // referrer yields at most one phrase. A referrer with fewer than three "/" yields
 // none; an empty phrase raises mHits_Search but makes no row. Phrases are cut to
-// 243 characters. Allocates nothing beyond what add_item does.
+// 243 characters. Allocates nothing beyond what counting the phrase does.
 void CountSearchHits(std::string_view referrer);
 
 // Finds the value of the variable called name, ignoring case, in the query of a
