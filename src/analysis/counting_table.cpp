@@ -150,7 +150,7 @@ void init_list(List& list, ListInfo*& info, const char* name) {
 
 // Makes a record of count 1. A reclaim on the way may thin any list, this one
 // included, but spares the parent.
-static ListItem* NewItem(List& list, ListInfo& info, std::string_view key, uint32_t hash,
+static ListItem& NewItem(List& list, ListInfo& info, std::string_view key, uint32_t hash,
                          const ListItem* parent) {
   if (!MakeRoom(list) && !(ReclaimAfterRefusal(parent) && MakeRoom(list))) {
     exit(1);
@@ -173,7 +173,7 @@ static ListItem* NewItem(List& list, ListInfo& info, std::string_view key, uint3
   if (list.slots != nullptr) {
     FreeSlot(list.slots, list.capacity, hash) = {item, hash};
   }
-  return item;
+  return *item;
 }
 
 static List& SublistOf(ListItem& item) {
@@ -190,27 +190,32 @@ static List& SublistOf(ListItem& item) {
   return *item.sublist;
 }
 
-static void CountKey(List& list, ListInfo* info, std::string_view key, uint32_t hash, std::string_view subkey,
-                     const ListItem* parent, bool ignore_case) {
+static ListItem& CountKey(List& list, ListInfo* info, std::string_view key, uint32_t hash,
+                          const ListItem* parent, bool ignore_case) {
   ListItem* item = Find(list, key, hash, ignore_case);
-  if (item != nullptr) {
-    item->count = static_cast<int32_t>(static_cast<uint32_t>(item->count) + 1);
-  } else {
+  if (item == nullptr) {
     list.ignore_case = ignore_case;
-    item = NewItem(list, *info, key, hash, parent);
+    return NewItem(list, *info, key, hash, parent);
   }
-  if (!subkey.empty()) {
-    subkey = subkey.substr(0, kTextMax);
-    CountKey(SublistOf(*item), info, subkey, HashKey(subkey, ignore_case, mSeed), {}, item, ignore_case);
-  }
+  item->count = static_cast<int32_t>(static_cast<uint32_t>(item->count) + 1);
+  return *item;
+}
+
+static void CountSubkey(ListItem& item, ListInfo* info, std::string_view subkey, bool ignore_case) {
+  subkey = subkey.substr(0, kTextMax);
+  CountKey(SublistOf(item), info, subkey, HashKey(subkey, ignore_case, mSeed), &item, ignore_case);
 }
 
 void add_item(List& list, ListInfo* info, std::string_view key, std::string_view subkey, ListItem* parent,
               bool ignore_case) {
   count_queued();
-  if (!key.empty()) {
-    key = key.substr(0, kTextMax);
-    CountKey(list, info, key, HashKey(key, ignore_case, mSeed), subkey, parent, ignore_case);
+  if (key.empty()) {
+    return;
+  }
+  key = key.substr(0, kTextMax);
+  ListItem& item = CountKey(list, info, key, HashKey(key, ignore_case, mSeed), parent, ignore_case);
+  if (!subkey.empty()) {
+    CountSubkey(item, info, subkey, ignore_case);
   }
 }
 
@@ -244,8 +249,11 @@ static void FetchItem(const Waiting& waiting) {
 
 static void CountFirstWaiting() {
   const Waiting& waiting = WaitingAt(0);
-  CountKey(*waiting.list, waiting.info, {waiting.key, waiting.length}, waiting.hash,
-           {waiting.subkey, waiting.sublength}, nullptr, waiting.ignore_case);
+  ListItem& item = CountKey(*waiting.list, waiting.info, {waiting.key, waiting.length}, waiting.hash, nullptr,
+                            waiting.ignore_case);
+  if (waiting.sublength > 0) {
+    CountSubkey(item, waiting.info, {waiting.subkey, waiting.sublength}, waiting.ignore_case);
+  }
   mWaitingFirst = (mWaitingFirst + 1) % kWaitingMax;
   --mWaitingCount;
 }

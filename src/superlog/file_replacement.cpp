@@ -63,6 +63,10 @@ bool BeginReplacement(FileReplacement& replacement, const char* path) {
     file = OpenInPlace(replacement);
   }
   replacement.stream = file < 0 ? nullptr : fdopen(file, "w");
+  if (file >= 0 && replacement.stream == nullptr) {
+    close(file);
+    unlink(replacement.temporary);
+  }
   return replacement.stream != nullptr;
 }
 

@@ -102,54 +102,63 @@ struct LineParts {
 static void (*const kDateParsers[])(const char* text, tm& when) = {ParseEpoch, ParseDateTime1, ParseDate2,
                                                                    ParseDate3, ParseDateTime4, ParseDate5};
 
-// Files one value under its letter; false when it says that the line is no
-// request.
-static bool TakeValue(char letter, std::string_view value, SuperLogRecord& record, LineParts& parts) {
+// Where the value of a letter goes as it stands; null for letters that do more.
+static std::string_view* FindText(char letter, SuperLogRecord& record, LineParts& parts) {
   switch (letter) {
-    case '0':
-    case '1':
-    case '2':
-    case '3':
-    case '4':
-    case '5':
-      kDateParsers[letter - '0'](value.data(), record.local);
-      parts.dated = true;
-      break;
+    case 'a':
+      return &record.agent;
+    case 'e':
+      return &parts.query;
+    case 'f':
+      return &record.referrer;
+    case 'h':
+      return &record.host;
+    case 'm':
+      return &record.realm;
+    case 'u':
+      return &record.url;
+    case 'w':
+      return &record.user;
+    case 'x':
+      return &parts.stem;
+    default:
+      return nullptr;
+  }
+}
+
+static void TakeCandidate(std::string_view& candidate, std::string_view value) {
+  if (!value.starts_with('-')) {
+    candidate = value;
+  }
+}
+
+// Files one value under its letter; false when it says that the line is no
+// request. The field of a letter without meaning is skipped.
+static bool TakeValue(char letter, std::string_view value, SuperLogRecord& record, LineParts& parts) {
+  if (std::string_view* const text = FindText(letter, record, parts)) {
+    *text = value;
+    return true;
+  }
+  if (letter >= '0' && letter <= '5') {
+    kDateParsers[letter - '0'](value.data(), record.local);
+    parts.dated = true;
+    return true;
+  }
+  switch (letter) {
     case '9':
       ParseTime9(value.data(), record.local);
-      break;
-    case 'a':
-      record.agent = value;
       break;
     case 'c':
       record.bytes = ToNumber(value);
       break;
-    case 'e':
-      parts.query = value;
-      break;
-    case 'f':
-      record.referrer = value;
-      break;
-    case 'h':
-      record.host = value;
-      break;
     case 'k':
-      if (record.status == 0) {
-        record.status = TranslateWebStarResultCode(value);
-      }
-      break;
-    case 'm':
-      record.realm = value;
+      record.status = record.status != 0 ? record.status : TranslateWebStarResultCode(value);
       break;
     case 'n':
-      if (!value.starts_with('-')) {
-        parts.host_name = value;
-      }
+      TakeCandidate(parts.host_name, value);
       break;
     case 'p':
-      if (!value.starts_with('-')) {
-        parts.host_address = value;
-      }
+      TakeCandidate(parts.host_address, value);
       break;
     case 'q':
       record.url = value;
@@ -158,17 +167,8 @@ static bool TakeValue(char letter, std::string_view value, SuperLogRecord& recor
     case 'r':
       record.status = ToNumber(value);
       break;
-    case 'u':
-      record.url = value;
-      break;
     case 'v':
       return value.starts_with("W3SVC");
-    case 'w':
-      record.user = value;
-      break;
-    case 'x':
-      parts.stem = value;
-      break;
     default:
       break;
   }
@@ -272,7 +272,9 @@ static bool ParseDataLine(SuperLogRecord& record) {
     DropIfNothing(*text);
   }
   SettleUrl(record.url, parts);
-  if (IsAbsent(record.url) || IsDash(record.url) || !SettleTime(record)) {
+  // The time comes first: where a clock change repeats an hour, it is the line
+  // before that decides, usable or not.
+  if (!SettleTime(record) || IsAbsent(record.url) || IsDash(record.url)) {
     return false;
   }
   SettleHost(record.host, parts);

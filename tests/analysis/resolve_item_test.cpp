@@ -8,20 +8,14 @@
 #include <random>
 #include <string>
 
+#include "support/text_file.h"
+
 namespace {
 
 // A names file of its own for each case, removed at its end.
 class NamesFile {
  public:
-  explicit NamesFile(const std::string& content) {
-    static int number = 0;
-    const testing::TestInfo* const test = testing::UnitTest::GetInstance()->current_test_info();
-    path_ = testing::TempDir() + test->test_suite_name() + test->name() + std::to_string(getpid()) + "_" +
-            std::to_string(number++);
-    FILE* const file = fopen(path_.c_str(), "w");
-    fwrite(content.data(), 1, content.size(), file);
-    fclose(file);
-  }
+  explicit NamesFile(const std::string& content) : path_(WriteFile("networks", content)) {}
   ~NamesFile() { Remove(); }
   NamesFile(const NamesFile&) = delete;
   NamesFile& operator=(const NamesFile&) = delete;

@@ -214,8 +214,10 @@ TEST_F(VerifyPasswordTest, MissingPasswordFileIsError10) {
 }
 
 TEST_F(VerifyPasswordTest, SystemIsAPathDeliberately) {
-  ASSERT_EQ(chdir(testing::TempDir().c_str()), 0);
-  const std::string path = testing::TempDir() + "system";
+  const std::string folder = NewPath("system_is_a_path");
+  ASSERT_TRUE(std::filesystem::create_directory(folder));
+  ASSERT_EQ(chdir(folder.c_str()), 0);
+  const std::string path = folder + "/system";
   std::ofstream(path) << "ann:secret\n";
   CopyText(settings.UserPasswords, "system");
   EXPECT_TRUE(Verified("secret"));

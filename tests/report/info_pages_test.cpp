@@ -11,6 +11,7 @@
 #include <string>
 
 #include "report/site.h"
+#include "support/text_file.h"
 
 namespace {
 
@@ -31,7 +32,7 @@ class InfoPagesTest : public testing::Test {
   // Expects the remote debugging page over a configuration file of these bytes to
   // show this data.
   void ExpectDebugPage(const std::string& bytes, const std::string& data) {
-    const std::string path = testing::TempDir() + "/orvellis_remote_debug_" + std::to_string(getpid());
+    const std::string path = NewPath("remote_debug");
     std::FILE* file = fopen(path.c_str(), "w");
     fwrite(bytes.data(), 1, bytes.size(), file);
     fclose(file);
@@ -176,7 +177,7 @@ TEST_F(RemoteDebugTest, TellsThatTheFileCannotBeOpened) {
 }
 
 TEST_F(RemoteDebugTest, DoesNotFallBackToTheDefaultFile) {
-  const std::string folder = testing::TempDir() + "/orvellis_fallback_" + std::to_string(getpid());
+  const std::string folder = NewPath("fallback");
   ASSERT_EQ(mkdir(folder.c_str(), 0700), 0);
   ASSERT_EQ(chdir(folder.c_str()), 0);
   fclose(fopen("orvellis.conf", "w"));

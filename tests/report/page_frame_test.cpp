@@ -13,6 +13,7 @@
 #include "dates/local_time.h"
 #include "superlog/log_dates.h"
 #include "superlog/superlog.h"
+#include "support/text_file.h"
 
 namespace {
 
@@ -52,7 +53,7 @@ class PageFrame : public testing::Test {
 
   // Reads a log of `lines` lines of 80 bytes that lies in the requested range.
   void ReadLog(int lines) {
-    const std::string path = testing::TempDir() + "page_frame_" + std::to_string(lines) + ".log";
+    const std::string path = NewPath("page_frame.log");
     FILE* file = fopen(path.c_str(), "wb");
     ASSERT_NE(file, nullptr);
     for (int i = 0; i < lines; ++i) {
@@ -66,7 +67,6 @@ class PageFrame : public testing::Test {
     while (SuperLog_ParseNextLine(record)) {
     }
     remove(path.c_str());
-    remove((testing::TempDir() + settings_.summary + ".ORV").c_str());
   }
 
   // Text of what print writes to standard output.

@@ -9,6 +9,7 @@
 #include "analysis/normalise.h"
 #include "analysis/smart_memory.h"
 #include "base/text.h"
+#include "support/text_file.h"
 
 namespace {
 
@@ -373,7 +374,7 @@ TEST_F(DisplayListTest, OtherKindsDoNotPrintSubLists) {
 }
 
 TEST_F(DisplayListTest, NetworksPrintByName) {
-  const std::string path = testing::TempDir() + "ranked_tables_networks";
+  const std::string path = NewPath("networks");
   FILE* file = fopen(path.c_str(), "wb");
   ASSERT_NE(file, nullptr);
   fputs("COM Commercial\nUK United Kingdom\n", file);

@@ -130,7 +130,9 @@ TEST_F(DateGuessTest, TripletRules) {
   } rows[] = {
       {"2000-01-02", "MDY", Utc(2000, 1, 2)},    // year first, second below 13
       {"2000-13-01", "MDY", Utc(2000, 1, 13)},   // year first, second not below 13, third a month
-      {"2000-13-13", "MDY", Utc(2000, 13, 13)},  // year first, third above 12
+      {"2000-14-13", "MDY", Utc(2000, 14, 13)},  // year first, third above 12
+      {"2000-14-12", "MDY", Utc(2000, 12, 14)},
+      {"2000-12-12", "DMY", Utc(2000, 12, 12)},
       {"92-12-31", "DMY", Utc(1992, 12, 31)},
       {"91-12-31", "MDY", -1},                 // 91 alone is no year: month 91 of 2031, after 2038
       {"01/02/2000", "MDY", Utc(2000, 1, 2)},  // year elsewhere: order of the setting

@@ -122,7 +122,8 @@ TEST_F(SetFixGmt, OffsetIsThatOfStandardTimeEastOfGmt) {
               {"CET-1CEST,M3.5.0,M10.5.0/3", 3600},
               {"EST5EDT,M3.2.0,M11.1.0", -18000},
               {"IST-5:30", 19800},
-              {"NST3:30NDT,M3.2.0,M11.1.0", -12600}};
+              {"NST3:30NDT,M3.2.0,M11.1.0", -12600},
+              {"<+12>-12<+13>,M9.5.0,M4.1.0", 43200}};  // summer time in January
   for (const auto& row : rows) {
     SCOPED_TRACE(row.zone);
     setenv("TZ", row.zone, 1);
@@ -171,6 +172,8 @@ TEST_F(GuessDateBestEffortTest, DeliberateThirdNumberFrom90OnMakesItMonthDayYear
   SuperLog_SetDateFormat("YMD", 2);
   GuessDateBestEffort(31, 12, 99, when);
   ExpectDate(when, 1999, 31, 12);
+  GuessDateBestEffort(31, 12, 90, when);
+  ExpectDate(when, 1990, 31, 12);
   GuessDateBestEffort(31, 12, 89, when);
   ExpectDate(when, 2031, 12, 89);
 }
@@ -225,6 +228,8 @@ TEST_F(ParseEpochTest, BoundsOfTheSpanAreInclusive) {
   ParseEpoch("1577836801", when);  // shifted it would be out of the span as well
   ExpectDate(when, 2020, 1, 1);
   ExpectTime(when, 0, 0, 1);
+  ParseEpoch("2100000000", when);  // shifted the other way it would be in it
+  ExpectDate(when, 2036, 7, 18);
   ParseEpoch("0", when);
   ExpectDate(when, 1970, 1, 1);
 }

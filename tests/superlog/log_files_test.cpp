@@ -307,6 +307,31 @@ TEST_F(LogFilesTest, FileThatIsGoneMeanwhileIsPassedOverSilently) {
   EXPECT_TRUE(SuperLog_LogsInRange());
 }
 
+TEST_F(LogFilesTest, FileInRangeCountsEvenWhenItCannotBeOpened) {
+  Write("a1.log", Line(2));
+  Init();
+  remove(PathOf("a1.log").c_str());
+  EXPECT_FALSE(SuperLog_NextLogFile());
+  EXPECT_TRUE(SuperLog_LogsInRange());
+}
+
+TEST_F(LogFilesTest, EmptyFileIsNeverReadWhateverTheSummarySays) {
+  Write("a1.log", "");
+  std::ofstream(SummaryPath()) << "0," << March(2) << "," << March(3) << "," << PathOf("a1.log") << "\n";
+  Init();
+  EXPECT_EQ(mpLogsRoot->first, March(2));
+  EXPECT_FALSE(SuperLog_NextLogFile());
+  EXPECT_FALSE(SuperLog_LogsInRange());
+}
+
+TEST_F(LogFilesTest, DotsAreNoLogs) {
+  Write(".a1.log", Line(2));
+  CopyText(settings.logs, PathOf(".*"));
+  CopyText(settings.AccessLog, PathOf(".*"));
+  Init();
+  EXPECT_EQ(ListNames(), Names{".a1.log"});
+}
+
 TEST_F(LogFilesTest, FileThatCannotBeOpenedForProbingStaysWithoutDates) {
   ASSERT_EQ(symlink("nowhere", PathOf("a1.log").c_str()), 0);
   testing::internal::CaptureStdout();

@@ -284,6 +284,7 @@ TEST_F(ParseNextLineTest, CommentsAndNulLinesAreSkipped) {
       std::string("; comment with many spaces in it here\n").append("\0", 1) + Clf("/nul") + Clf("/a"));
   ASSERT_EQ(kept.size(), 1u);
   EXPECT_EQ(kept[0].url, "/a");
+  EXPECT_EQ(ParseOne(";a comment\twith\tfive\ttabs\tin\tit\n;" + Clf("/comment") + Clf("/a")).url, "/a");
 }
 
 TEST_F(ParseNextLineTest, NulEndsTheTextOfALine) {
@@ -353,6 +354,12 @@ TEST_F(ParseNextLineTest, DateLetters) {
     SCOPED_TRACE(row.line);
     EXPECT_EQ(ParseAs(row.format, row.line).time, row.time);
   }
+}
+
+// deliberate: the day is taken for a month, of which 31 reach into the year after next
+TEST_F(ParseNextLineTest, MonthsBeyondTheYearAreCarried) {
+  SuperLog_SetDateFormat("YMD", kLevelForm);
+  EXPECT_EQ(ParseAs("S2u", "31/12/99 /a").time, 994896000);  // 12 July 2001
 }
 
 TEST_F(ParseNextLineTest, TimeAloneIsNoDate) {
@@ -469,6 +476,7 @@ TEST_F(ParseNextLineTest, LineWithoutUrlIsDropped) {
 TEST_F(ParseNextLineTest, ValuesAreCutTo243Characters) {
   const std::string longest(kTextMax, 'x');
   EXPECT_EQ(ParseAs("S0uh", "971186136 " + longest + " host").url, longest);
+  EXPECT_EQ(ParseAs("S0uh", "971186136 " + longest + "y host").url, longest);
   const Kept r = ParseAs("S0uh", "971186136 " + longest + std::string(57, 'y').append(" host"));
   EXPECT_EQ(r.url, longest);
   EXPECT_EQ(r.host, "host");
@@ -595,6 +603,30 @@ TEST_F(ParseNextLineTest, LocalZoneAndSummerTime) {
   EXPECT_EQ(r.local.tm_isdst, 1);
 }
 
+// What mktime makes of a repeated hour depends on the call before.
+TEST_F(ParseNextLineTest, LineWithoutUrlDecidesTheRepeatedHourOfTheNext) {
+  SetZone("EST5EDT,M4.1.0,M10.5.0");
+  const auto plain = [](int month, int day, int hour) {
+    tm parts = {};
+    parts.tm_year = 100;
+    parts.tm_mon = month - 1;
+    parts.tm_mday = day;
+    parts.tm_hour = hour;
+    parts.tm_min = 30;
+    parts.tm_isdst = -1;
+    return mktime(&parts);
+  };
+  plain(7, 10, 12);
+  plain(11, 10, 12);
+  const time_t expected = plain(10, 29, 1);
+  ResetLocalTime();
+  SuperLog_SetLogFormat("S39u", kLevelForm);
+  const std::vector<Kept> kept =
+      ParseAll("2000-07-10 12:30:00 /a\n2000-11-10 12:30:00 -\n2000-10-29 01:30:00 /b\n");
+  ASSERT_EQ(kept.size(), 2u);
+  EXPECT_EQ(kept[1].time, expected);
+}
+
 TEST_F(ParseNextLineTest, EpochInTheRepeatedHourKeepsItsHalf) {
   SetZone("EST5EDT,M4.1.0,M10.5.0");
   EXPECT_EQ(ParseAs("S0u", "972797400 /a").time, 972797400);  // 01:30 in summer time
@@ -610,7 +642,19 @@ TEST_F(ParseNextLineTest, GmtOffsetIsAddedAndTheSumIsTested) {
   EXPECT_EQ(r.local.tm_hour, 15);
   EXPECT_EQ(r.time, k10Oct2000);
   EXPECT_EQ(CountAs("S39u", "1970-01-01 00:00:00 /a"), 0u);
-  EXPECT_EQ(CountAs("S39u", "1970-01-01 02:00:00 /a"), 1u);
+  EXPECT_EQ(CountAs("S39u", "1969-12-31 23:59:59 /a"), 0u);
+  EXPECT_EQ(CountAs("S39u", "1970-01-01 02:00:00 /a"), 1u);  // 0 before the offset is added
+  EXPECT_EQ(CountAs("S39u", "1970-01-01 01:59:59 /a"), 1u);  // -1 before
+}
+
+TEST_F(ParseNextLineTest, GmtOffsetDoesNotBringATimeBackInto32Bits) {
+  SetZone("UTC2");
+  SuperLog_SetFixGmt("1", kLevelForm);
+  InitLogDates();
+  ASSERT_EQ(mGmtOffset, -7200);
+  EXPECT_EQ(CountAs("S39u", "2038-01-19 01:14:08 /a"), 0u);
+  EXPECT_EQ(ParseAs("S39u", "2038-01-19 01:14:07 /a").time, INT32_MAX - 7200);
+  EXPECT_EQ(CountAs("S39u", "1901-12-13 19:00:00 /a"), 0u);  // in 32 bits only before the offset is added
 }
 
 // --- Junk -------------------------------------------------------------------------

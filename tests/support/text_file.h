@@ -1,18 +1,44 @@
-// Files for tests: each in the temporary folder under a name of its own.
+// Files for tests: each in a folder that only this process uses and that is
+// removed when it ends.
 #pragma once
 
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
 
+class TestFolder {
+ public:
+  TestFolder() {
+    if (mkdtemp(path_.data()) == nullptr) {
+      abort();
+    }
+  }
+  TestFolder(const TestFolder&) = delete;
+  TestFolder& operator=(const TestFolder&) = delete;
+  // A case that ends its process does so in a child, which leaves the folder to its parent.
+  ~TestFolder() {
+    std::error_code ignored;
+    if (getpid() == owner_) {
+      std::filesystem::remove_all(path_, ignored);
+    }
+  }
+  const std::string& path() const { return path_; }
+
+ private:
+  std::string path_ = testing::TempDir() + "orvellis_tests_XXXXXX";
+  pid_t owner_ = getpid();
+};
+
 // A path that no other case or process uses; nothing is there yet.
 inline std::string NewPath(const std::string& name) {
+  static const TestFolder folder;
   static int count = 0;
-  return testing::TempDir() + "orvellis_" + std::to_string(getpid()) + "_" + std::to_string(++count) + "_" +
-         name;
+  return folder.path() + "/" + std::to_string(++count) + "_" + name;
 }
 
 inline std::string WriteFile(const std::string& name, const std::string& content) {
