@@ -2,7 +2,7 @@
 # form, at the addresses that reports and error pages link to (src/report/site.h).
 find_program(CMARK_GFM cmark-gfm)
 if(NOT CMARK_GFM)
-  message(WARNING "cmark-gfm is not installed: the installation will lack the served documentation")
+  message(STATUS "cmark-gfm is not installed: the installation will lack the served documentation")
   return()
 endif()
 

@@ -28,6 +28,9 @@ set(REPORT_POLICY
 set(SITE_POLICY
     "default-src 'none'; img-src 'self'; style-src 'self'; script-src 'self'; ${common_policy}")
 
+# A folder of this run's own: two installations may go on at once.
+string(RANDOM LENGTH 12 run)
+set(made_dir "${made_dir}/${run}")
 foreach(name apache nginx nginx-http lighttpd fcgiwrap-sandbox orvellis)
   configure_file("${conf_source}/${name}.conf.in" "${made_dir}/${name}.conf" @ONLY)
 endforeach()
@@ -39,6 +42,7 @@ file(INSTALL "${made_dir}/apache.conf" "${made_dir}/nginx.conf" "${made_dir}/ngi
 if(NOT EXISTS "$ENV{DESTDIR}${SYSCONF_DIR}/orvellis/orvellis.conf")
   file(INSTALL "${made_dir}/orvellis.conf" DESTINATION "${SYSCONF_DIR}/orvellis")
 endif()
+file(REMOVE_RECURSE "${made_dir}")
 
 # Links within the prefix are relative, so that it can be moved.
 function(link_to target link)

@@ -4,6 +4,10 @@ set(root "${CPACK_TEMPORARY_INSTALL_DIRECTORY}")
 set(doc "${root}/usr/share/doc/orvellis")
 set(source "${CPACK_ORVELLIS_SOURCE}")
 
+if(NOT EXISTS "${root}/usr/share/orvellis/site/docs/index.html")
+  message(FATAL_ERROR "the package needs the served documentation: install cmark-gfm and build again")
+endif()
+
 function(compress file)
   execute_process(COMMAND gzip -9n "${file}" COMMAND_ERROR_IS_FATAL ANY)
 endfunction()

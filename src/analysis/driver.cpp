@@ -206,12 +206,9 @@ static bool Authenticated(std::string_view rule, std::string_view text) {
   return rule.empty() || (!IsAbsent(text) && EqualIgnoreCase(rule, text));
 }
 
-static bool Finds(const FindTest& find, bool keep_query, std::string_view url) {
+static bool Finds(const FindTest& find, std::string_view url) {
   if (find.prefix) {
     url = url.substr(0, find.length);
-  }
-  if (!keep_query) {
-    url = TruncateCGI(url);
   }
   const std::string_view value{find.value, find.length};
   if (find.wildmat != nullptr) {
@@ -220,10 +217,9 @@ static bool Finds(const FindTest& find, bool keep_query, std::string_view url) {
   return find.ignore_case ? EqualIgnoreCase(url, value) : url == value;
 }
 
-static bool IsSelected(const Rules& rules, const SuperLogRecord& record) {
+static bool IsSelected(const Rules& rules, const SuperLogRecord& record, std::string_view url) {
   return Authenticated(rules.realm, record.realm) && Authenticated(rules.user, record.user) &&
-         (!rules.filter_domains || NotFilteredDomain(rules.settings, record.host)) &&
-         Finds(rules.find, rules.keep_query, record.url);
+         (!rules.filter_domains || NotFilteredDomain(rules.settings, record.host)) && Finds(rules.find, url);
 }
 
 // ---- Steps of one record --------------------------------------------------------
@@ -274,7 +270,7 @@ static void CountNotFound(const Rules& rules, const SuperLogRecord& record, Anal
 }
 
 static bool IsNavigator(std::string_view agent) {
-  return agent.starts_with("Mozilla/") && agent.find("ompatible") == std::string_view::npos;
+  return agent.starts_with("Mozilla/") && !ContainsText(agent, "ompatible");
 }
 
 static void CountBrowser(std::string_view agent, Analysis& analysis) {
@@ -325,8 +321,7 @@ static void CountReferrer(const Rules& rules, std::string_view referrer, bool co
 
 static void CountUrl(const Rules& rules, std::string_view url, Analysis& analysis) {
   if (rules.urls) {
-    queue_item(analysis.urls.list, analysis.urls.info, rules.keep_query ? url : TruncateCGI(url), {},
-               rules.find.ignore_case);
+    queue_item(analysis.urls.list, analysis.urls.info, url, {}, rules.find.ignore_case);
   }
   if (rules.url_total) {
     ++analysis.urls.total;
@@ -348,7 +343,10 @@ static void CountVisit(const Rules& rules, const SuperLogRecord& record, Visitor
 // A record of a filtered file type is not counted, but may be a bad URL and may
 // hold a search phrase.
 static void CountRecord(const Rules& rules, const SuperLogRecord& record, Analysis& analysis) {
-  if (!IsSelected(rules, record)) {
+  // As the find test and the requests report take it; cutting it before or after
+  // the find test's own cut is one.
+  const std::string_view url = rules.keep_query ? record.url : TruncateCGI(record.url);
+  if (!IsSelected(rules, record, url)) {
     return;
   }
   const bool counted =
@@ -370,7 +368,7 @@ static void CountRecord(const Rules& rules, const SuperLogRecord& record, Analys
   }
   CountReferrer(rules, record.referrer, counted, analysis);
   if (counted) {
-    CountUrl(rules, record.url, analysis);
+    CountUrl(rules, url, analysis);
   }
 }
 

@@ -99,6 +99,9 @@ std::string_view checkIP(std::string_view label) {
 }
 
 bool MSIE(std::string_view agent) {
+  if (!ContainsText(agent, kMsie)) {
+    return false;
+  }
   size_t at = 0;
   while ((at = agent.find(kMsie.front(), at)) != std::string_view::npos) {
     ++at;

@@ -45,6 +45,9 @@ int CompareIgnoreCase(std::string_view a, std::string_view b);
 bool EqualIgnoreCase(std::string_view a, std::string_view b);
 bool BeginsWithIgnoreCase(std::string_view text, std::string_view prefix);
 
+// Whether part, of at least two characters, occurs in the text.
+bool ContainsText(std::string_view text, std::string_view part);
+
 // Decimal number at the start of a NUL-terminated text, as C's atoi: leading
 // white space and a sign are accepted, the first other character ends it, a
 // non-number gives 0. Values beyond 32 bits wrap; beyond 64 bits they saturate

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <random>
 #include <string>
 
 TEST(CopyText, FillsTheBufferUpToItsCapacity) {
@@ -137,4 +138,31 @@ TEST(ToInt, WrapsBeyond32Bits) {
 TEST(ToInt, SaturatesBeyond64BitsBeforeItWraps) {
   EXPECT_EQ(ToInt("99999999999999999999999"), -1);
   EXPECT_EQ(ToInt("-99999999999999999999999"), 0);
+}
+
+TEST(ContainsText, EqualsAPlainSearchOverRandomTexts) {
+  std::mt19937 random(1);
+  for (int i = 0; i < 50000; ++i) {
+    // Two letters only, so that parts and near misses are frequent.
+    std::string text(random() % 90, '\0');
+    std::string part(2 + random() % 9, '\0');
+    for (char& c : text) {
+      c = random() % 4 == 0 ? 'b' : 'a';
+    }
+    for (char& c : part) {
+      c = random() % 4 == 0 ? 'b' : 'a';
+    }
+    ASSERT_EQ(ContainsText(text, part), text.find(part) != std::string::npos) << text << ' ' << part;
+  }
+}
+
+TEST(ContainsText, FindsAtEveryPlace) {
+  for (size_t length = 4; length < 70; ++length) {
+    for (size_t at = 0; at + 4 <= length; ++at) {
+      std::string text(length, 'M');
+      text.replace(at, 4, "MSIE");
+      ASSERT_TRUE(ContainsText(text, "MSIE")) << text;
+      ASSERT_FALSE(ContainsText(text.substr(0, at + 3), "MSIE")) << text;
+    }
+  }
 }

@@ -99,6 +99,17 @@ for parameter in $parameters; do
   grep -qw "$parameter" "$source_dir/man/orvellis.1" "$source_dir/man/orvellis.conf.5" || fail "man: no $parameter"
 done
 
+# The request form sends nothing but parameters, and all that an account does not have to itself.
+all_parameters=$(grep -oE '^    \{"[A-Za-z_]+",' "$source_dir/src/cgi/parameters.cpp" | tr -d ' {",' | sort -u)
+fields=$(grep -oE ' name="[^"]*"' "$source_dir/site/index.html" | cut -d'"' -f2 | grep -v '^viewport$' | sort -u)
+[ "$(echo "$fields" | wc -l)" -ge 40 ] || fail "the fields of the form were not found"
+for field in $fields; do
+  echo "$all_parameters" | grep -qx "$field" || fail "the form sends $field, which is no parameter"
+done
+for parameter in $(echo "$all_parameters" | grep -vxE 'config|AccessLog|logs|summary|url|date|base|extra(header|footer)|search_casesensitive'); do
+  echo "$fields" | grep -qx "$parameter" || fail "the form does not offer $parameter"
+done
+
 # The manual pages are well-formed, as far as the tool to tell is here.
 if command -v mandoc >/dev/null; then
   mandoc -T lint -W warning "$source_dir"/man/orvellis.1 "$source_dir"/man/orvellis.conf.5 || fail "mandoc"

@@ -105,7 +105,7 @@ collect_links "$WORK/page" report
 
 # The server's own log, as the configuration has it from the start.
 today=$(date +%m%d%Y)
-for attempt in 1 2 3 4 5 6 7 8 9 10 11 12; do  # servers write their logs with a delay
+for _ in 1 2 3 4 5 6 7 8 9 10 11 12; do  # servers write their logs with a delay
   post "username=$SERVER&password=Teapot&date=$today,$today&find=/orvellis&subdirs=1&requests=1"
   grep -qF '/orvellis/docs/chapter4.html' "$WORK/page" && break
   sleep 1

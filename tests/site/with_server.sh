@@ -140,16 +140,16 @@ start() {
 }
 
 if [ "$SERVER" = nginx ]; then
-  become_user fcgiwrap -s "unix:$WORK/fcgiwrap.socket" -c 2 >>"$WORK/start.log" 2>&1 &
+  become_user fcgiwrap -s "unix:$WORK/fcgiwrap.socket" >>"$WORK/start.log" 2>&1 &
   pids="$pids $!"
 fi
 
 # Another process may have the port: take the next one then.
 port=$((20000 + $$ % 20000))
 started=
-for attempt in 1 2 3 4 5; do
+for _ in 1 2 3 4 5; do
   start
-  for wait in 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 20; do
+  for _ in 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19 20; do
     sleep 0.25
     kill -0 "$server_pid" 2>/dev/null || break
     if curl -sf -o "$WORK/first" "http://127.0.0.1:$port/orvellis/"; then started=yes && break; fi
