@@ -1,14 +1,16 @@
 #!/bin/sh
-# With ORVELLIS_SYSTEM_TESTS=1 the machine itself is tested, too: Orvellis behind
-# three web servers, in a browser, and as a Debian package.
-#
 # Installs what is missing, builds the program twice (as shipped, and under the
 # address and undefined-behaviour sanitizers) and runs every test on both.
+#
+# With ORVELLIS_SYSTEM_TESTS=1 the machine itself is tested, too: Orvellis behind
+# three web servers, in a browser, and as a Debian package.
 set -eu
 cd "$(dirname "$0")"
 . ./cmake/packages.sh
 
-need_packages g++ cmake ninja-build libgtest-dev libgmock-dev libcrypt-dev cmark-gfm busybox
+need_packages g++ cmake ninja-build libgtest-dev libgmock-dev libcrypt-dev cmark-gfm
+# Tools and data that tests use where they are: a name server, time zones, a second shell, packers.
+need_packages dnsmasq-base iproute2 tzdata busybox bzip2 xz-utils zstd
 if [ "${ORVELLIS_SYSTEM_TESTS:-}" = 1 ]; then
   # Real web servers, a real browser and a real package; else those tests are skipped.
   need_packages curl apache2 nginx-light fcgiwrap lighttpd chromium lintian mandoc
