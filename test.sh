@@ -1,11 +1,24 @@
 #!/bin/sh
 # Installs what is missing, builds the program twice (as shipped, and under the
 # address and undefined-behaviour sanitizers) and runs every test on both.
+#
+# With ORVELLIS_SYSTEM_TESTS=1 the machine itself is tested, too: Orvellis behind
+# three web servers, in a browser, and as a Debian package.
 set -eu
 cd "$(dirname "$0")"
 . ./cmake/packages.sh
 
-need_packages g++ cmake ninja-build libgtest-dev libgmock-dev libcrypt-dev
+need_packages g++ cmake ninja-build libgtest-dev libgmock-dev libcrypt-dev cmark-gfm
+# Tools and data that tests use where they are: a name server, time zones, a second shell, packers.
+need_packages dnsmasq-base iproute2 tzdata busybox bzip2 xz-utils zstd
+if [ "${ORVELLIS_SYSTEM_TESTS:-}" = 1 ]; then
+  # Real web servers, a real browser and a real package; else those tests are skipped.
+  need_packages curl apache2 nginx-light fcgiwrap lighttpd chromium lintian mandoc
+  command -v npm >/dev/null || need_packages npm
+  mkdir -p build/browser
+  cp tests/browser/package.json tests/browser/package-lock.json build/browser/
+  [ -d build/browser/node_modules ] || (cd build/browser && npm ci --ignore-scripts --no-audit --no-fund >/dev/null)
+fi
 for preset in release asan; do
   cmake --preset "$preset" >/dev/null
   cmake --build --preset "$preset"

@@ -232,12 +232,7 @@ struct Waiting {
 };
 
 static Waiting mWaiting[kWaitingMax];
-static size_t mWaitingFirst = 0;
 static size_t mWaitingCount = 0;
-
-static Waiting& WaitingAt(size_t place) {
-  return mWaiting[(mWaitingFirst + place) % kWaitingMax];
-}
 
 static void FetchItem(const Waiting& waiting) {
   const IndexSlot* const slot = HomeSlot(*waiting.list, waiting.hash);
@@ -247,15 +242,12 @@ static void FetchItem(const Waiting& waiting) {
   }
 }
 
-static void CountFirstWaiting() {
-  const Waiting& waiting = WaitingAt(0);
+static void CountWaiting(const Waiting& waiting) {
   ListItem& item = CountKey(*waiting.list, waiting.info, {waiting.key, waiting.length}, waiting.hash, nullptr,
                             waiting.ignore_case);
   if (waiting.sublength > 0) {
     CountSubkey(item, waiting.info, {waiting.subkey, waiting.sublength}, waiting.ignore_case);
   }
-  mWaitingFirst = (mWaitingFirst + 1) % kWaitingMax;
-  --mWaitingCount;
 }
 
 void queue_item(List& list, ListInfo* info, std::string_view key, std::string_view subkey, bool ignore_case) {
@@ -263,9 +255,9 @@ void queue_item(List& list, ListInfo* info, std::string_view key, std::string_vi
     return;
   }
   if (mWaitingCount == kWaitingMax) {
-    CountFirstWaiting();
+    count_queued();
   }
-  Waiting& waiting = WaitingAt(mWaitingCount++);
+  Waiting& waiting = mWaiting[mWaitingCount++];
   waiting.list = &list;
   waiting.info = info;
   waiting.ignore_case = ignore_case;
@@ -273,15 +265,17 @@ void queue_item(List& list, ListInfo* info, std::string_view key, std::string_vi
   waiting.sublength = static_cast<uint8_t>(subkey.copy(waiting.subkey, kTextMax));
   waiting.hash = HashKey({waiting.key, waiting.length}, ignore_case, mSeed);
   FetchSlot(list, waiting.hash);
-  if (mWaitingCount > kWaitingMax / 2) {
-    FetchItem(WaitingAt(mWaitingCount - 1 - kWaitingMax / 2));  // its slot has come in by now
-  }
 }
 
 void count_queued() {
-  while (mWaitingCount > 0) {
-    CountFirstWaiting();
+  // The slots were sent for when the keys were queued; most have come in by now.
+  for (size_t i = 0; i < mWaitingCount; ++i) {
+    FetchItem(mWaiting[i]);
   }
+  for (size_t i = 0; i < mWaitingCount; ++i) {
+    CountWaiting(mWaiting[i]);
+  }
+  mWaitingCount = 0;
 }
 
 size_t list_length(const List& list) {

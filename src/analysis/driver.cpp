@@ -11,6 +11,7 @@
 #include "analysis/smart_memory.h"
 #include "analysis/wildcard.h"
 #include "dates/clock.h"
+#include "dates/local_time.h"
 #include "dates/years.h"
 #include "superlog/superlog.h"
 
@@ -31,7 +32,7 @@ static time_t LocalTimeOf(const CalendarDate& date, int hour, int minute, int se
   parts.tm_min = minute;
   parts.tm_sec = second;
   parts.tm_isdst = -1;
-  return mktime(&parts);
+  return LocalToTime(parts);
 }
 
 static void SetRange(const Settings& settings, Analysis& analysis) {
@@ -414,8 +415,8 @@ void CountLogs(const Settings& settings, Analysis& analysis) {
   }
   while (SuperLog_NextLogFile()) {
     CountLogFile(rules, analysis);
+    count_queued();
   }
-  count_queued();
   SuperLog_NextLogFile_Done();
 }
 

@@ -51,7 +51,9 @@ bool BeginAnalysis(Settings& settings, Analysis& analysis);
 
 // Reads all log files in range and counts their records. Prints the head of the
 // debugging table before, in debug runs, and leaves it open; with flushtoserver
-// prints a space every 1001 lines. The settings are only read here, once.
+// prints a space every 1001 lines. The settings are only read here, once. All
+// records of a file are counted before the next one is opened, and none waits in
+// the end.
 void CountLogs(const Settings& settings, Analysis& analysis);
 
 // Releases what the run counted.

@@ -25,6 +25,19 @@ struct NameFile {
 
 static NameFile mNames;
 
+static bool IsBlank(int c) {
+  return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+// The first character at or behind the file's position that is no white space.
+static int SkipBlanks(FILE* file) {
+  int c = getc_unlocked(file);
+  while (IsBlank(c)) {
+    c = getc_unlocked(file);
+  }
+  return c;
+}
+
 static void DropLast(char* text, char unwanted) {
   const size_t length = strlen(text);
   if (length > 0 && text[length - 1] == unwanted) {
@@ -32,11 +45,19 @@ static void DropLast(char* text, char unwanted) {
   }
 }
 
-// False at the end of the file. A line that ends there without a line break is
+// Reads a record as the format "%19s " and a line of 99 characters would. False
+// at the end of the file; a line that ends there without a line break is
 // deliberately no record.
 static bool ReadName(FILE* file, Name& name) {
-  if (fscanf(file, "%19s ", name.code) != 1 ||
-      fgets(name.description, sizeof name.description, file) == nullptr || feof(file) != 0) {
+  size_t length = 0;
+  int c = SkipBlanks(file);
+  while (c != EOF && !IsBlank(c) && length < sizeof name.code - 1) {
+    name.code[length++] = static_cast<char>(c);
+    c = getc_unlocked(file);
+  }
+  name.code[length] = '\0';
+  ungetc(IsBlank(c) ? SkipBlanks(file) : c, file);
+  if (fgets(name.description, sizeof name.description, file) == nullptr || feof(file) != 0) {
     return false;
   }
   DropLast(name.description, '\n');
@@ -56,6 +77,17 @@ static void AppendName(NameFile& names, const Name& name) {
   names.names[names.count++] = name;
 }
 
+static void SortNames() {
+  const auto before = [](const Name& a, const Name& b) {
+    const int order = strcmp(a.code, b.code);
+    return order != 0 ? order < 0 : a.record < b.record;
+  };
+  Name* const end = mNames.names + mNames.count;
+  if (!std::is_sorted(mNames.names, end, before)) {  // the installed file is in order
+    std::sort(mNames.names, end, before);
+  }
+}
+
 // Makes the file at path the one whose names are held.
 static void ReadNamesOnce(const char* path) {
   if (mNames.read && strcmp(mNames.path, path) == 0) {
@@ -72,10 +104,7 @@ static void ReadNamesOnce(const char* path) {
     AppendName(mNames, name);
   }
   fclose(file);
-  std::sort(mNames.names, mNames.names + mNames.count, [](const Name& a, const Name& b) {
-    const int order = strcmp(a.code, b.code);
-    return order != 0 ? order < 0 : a.record < b.record;
-  });
+  SortNames();
 }
 
 // The first record of that code at or behind the given place of the file.

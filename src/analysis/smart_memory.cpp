@@ -329,9 +329,10 @@ char* smart_strdup(const char* text) {
   if (text == nullptr) {
     return nullptr;
   }
-  char* copy = Duplicate(text);
-  if (copy == nullptr && ReclaimAfterRefusal(nullptr)) {
-    copy = Duplicate(text);
+  char* const copy = Duplicate(text);
+  if (copy != nullptr) {
+    return copy;
   }
-  return copy;
+  count_queued();  // a reclaim takes from all that was to be counted until now
+  return ReclaimAfterRefusal(nullptr) ? Duplicate(text) : nullptr;
 }

@@ -8,7 +8,7 @@
 #include "superlog/superlog.h"
 
 static void PrintBytesRow(const char* label, int32_t bytes) {
-  char figure[40];
+  char figure[kFigureSize];
   FormatWithCommas(figure, sizeof figure, static_cast<uint32_t>(bytes), 0, 0);
   printf("<tr><td>%s</td><td>%s</td></tr>\n", label, figure);
 }

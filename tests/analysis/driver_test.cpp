@@ -6,8 +6,10 @@
 
 #include <string>
 
+#include "analysis/dns_cache.h"
+#include "analysis/dns_cache_internal.h"
 #include "analysis/normalise.h"
-#include "analysis/request_filters.h"
+#include "analysis/smart_memory_internal.h"
 #include "support/account_logs.h"
 #include "support/counted.h"
 
@@ -15,6 +17,8 @@ namespace {
 
 class Driver : public AccountLogs {
  protected:
+  ~Driver() override { EndAnalysis(analysis_); }
+
   // Reads the logs; what the run prints is returned.
   std::string Run() {
     testing::internal::CaptureStdout();
@@ -37,11 +41,15 @@ using FindTestOfDriver = Driver;
 constexpr const char* kMsie = "Mozilla/4.0 (compatible; MSIE 5.0; X11)";
 constexpr const char* kNavigator = "Mozilla/4.7 [en] (X11; Linux)";
 
-// The official name that the system's resolver gives the loopback address.
-std::string LoopbackName() {
-  const unsigned char loopback[] = {127, 0, 0, 1};
-  const hostent* host = gethostbyaddr(loopback, sizeof loopback, AF_INET);
-  return host == nullptr ? "" : host->h_name;
+// Stands for the system's resolver: every address is desk.office.test.
+int mQueries = 0;
+
+hostent* ResolveToDesk(const void*, socklen_t, int) {
+  static char name[] = "desk.office.test";
+  static hostent host{};
+  host.h_name = name;
+  ++mQueries;
+  return &host;
 }
 
 }  // namespace
@@ -79,6 +87,7 @@ TEST_F(BeginAnalysisTest, AnyDateTextIsSurvived) {
     CopyText(settings_.end_date, date);
     ResetSuperLog();
     EXPECT_TRUE(BeginAnalysis(settings_, analysis_));
+    EndAnalysis(analysis_);
   }
 }
 
@@ -186,6 +195,26 @@ TEST_F(CountLogsTest, DebugOpensItsTable) {
   EXPECT_TRUE(testing::internal::GetCapturedStdout().starts_with(
       "<center><table border=1 cellspacing=0>\n"
       "<tr><td colspan=6 align=center><font size=\"+1\"><b>Debugging Information</b></font></td></tr>\n"));
+}
+
+TEST_F(CountLogsTest, RefusedMemoryEndsTheRunBeforeTheNextFileIsOpened) {
+  settings_.requests.on = 1;
+  settings_.debug = 1;
+  AddLog("a.log", {{}});
+  AddLog("b.log", {{}, {}});
+  testing::internal::CaptureStdout();
+  ASSERT_TRUE(BeginAnalysis(settings_, analysis_));
+  testing::internal::GetCapturedStdout();
+  const std::string printed = NewPath("printed");
+  const auto count_without_memory = [&] {
+    if (freopen(printed.c_str(), "w", stdout) != nullptr) {
+      mpAllocate = [](size_t) -> void* { return nullptr; };
+      CountLogs(settings_, analysis_);
+    }
+  };
+  EXPECT_EXIT(count_without_memory(), testing::ExitedWithCode(1), "");
+  EXPECT_NE(ReadFile(printed).find("a.log"), std::string::npos);
+  EXPECT_EQ(ReadFile(printed).find("b.log"), std::string::npos);
 }
 
 // ---- Which records are counted --------------------------------------------------
@@ -536,61 +565,107 @@ TEST_F(CountLogsTest, FilteredReferrersStayWithoutFilterReferrers) {
 
 class DriverDns : public Driver {
  protected:
-  void SetUp() override {
-    name_ = LoopbackName();
-    if (name_.empty()) {
-      GTEST_SKIP() << "the resolver has no name for the loopback address";
-    }
+  DriverDns() {
+    DestroyDNSCache();
+    mpResolver = ResolveToDesk;
+    mQueries = 0;
     settings_.dnslookupenabled = 1;
     settings_.domains.on = 1;
-    AddLog("a.log", {{.host = "127.0.0.1", .url = "/a", .status = "404"}});
   }
 
-  std::string name_;
+  ~DriverDns() override {
+    DestroyDNSCache();
+    mpResolver = gethostbyaddr;
+  }
+
+  std::string Domains() { return Counted(analysis_.domains.list); }
 };
 
-TEST_F(DriverDns, NamesForDomainReportsOnlyWhileTheFilterHoldsAddresses) {
+TEST_F(DriverDns, EmptyFilterLooksHostsUpForTheDomainReports) {
   settings_.domaintypes.on = 1;
-  CopyText(settings_.filter_domains, "10.1.,10.2.");
+  AddLog("a.log", {{.host = "192.0.2.1"}, {.host = "shop.example.com"}});
   Run();
-  EXPECT_EQ(Counted(analysis_.domains.list), std::string(TruncateLSD(name_)) + "=1 ");
-  EXPECT_EQ(analysis_.domaintypes.total, 1);
+  EXPECT_EQ(Domains(), "example.com=1 office.test=1 ");
+  EXPECT_EQ(Counted(analysis_.domaintypes.list), "com=1 test=1 ");
+  EXPECT_EQ(mQueries, 1);
 }
 
-TEST_F(DriverDns, EmptyFilterHoldsAddressesOnly) {
+TEST_F(DriverDns, FilterOfAddressesIsAskedBeforeTheLookup) {
+  CopyText(settings_.filter_domains, "192.0.2.,198.51.");
+  AddLog("a.log", {{.host = "192.0.2.1"}, {.host = "203.0.113.1"}});
   Run();
-  EXPECT_EQ(Counted(analysis_.domains.list), std::string(TruncateLSD(name_)) + "=1 ");
+  EXPECT_EQ(Domains(), "office.test=1 ");
+  EXPECT_EQ(mQueries, 1);
 }
 
-TEST_F(DriverDns, NamesAreFilteredWhenTheFilterHoldsNames) {
+TEST_F(DriverDns, DomainTypesAloneLookHostsUp) {
+  settings_.domains.on = 0;
+  settings_.domaintypes.on = 1;
+  AddLog("a.log", {{.host = "192.0.2.1"}});
+  Run();
+  EXPECT_EQ(Counted(analysis_.domaintypes.list), "test=1 ");
+}
+
+TEST_F(DriverDns, NothingIsLookedUpWithoutDomainReports) {
+  settings_.domains.on = 0;
+  AddLog("a.log", {{.host = "192.0.2.1"}});
+  Run();
+  EXPECT_EQ(mQueries, 0);
+}
+
+TEST_F(DriverDns, FilterOfNamesIsAppliedToResolvedNamesAndSkipsTheRecord) {
   settings_.badurls.on = 1;
-  CopyText(settings_.filter_domains, name_);
+  settings_.search.on = 1;
+  CopyText(settings_.filter_domains, "office.test");
+  AddLog("a.log", {{.host = "192.0.2.1", .status = "404", .referrer = "http://www.google.com/search?q=red"}});
   Run();
   EXPECT_EQ(analysis_.hits, 0);
-  EXPECT_EQ(Counted(analysis_.domains.list), "");
+  EXPECT_EQ(Domains(), "");
   EXPECT_EQ(BadUrls(), "");
+  EXPECT_EQ(mHits_Search, 0);
 }
 
-TEST_F(DriverDns, NamesOfOtherDomainsPassTheFilter) {
-  CopyText(settings_.filter_domains, "nowhere.test");
+TEST_F(DriverDns, FilterOfNamesLooksHostsUpEvenWithoutDomainReports) {
+  settings_.domains.on = 0;
+  CopyText(settings_.filter_domains, "office.test");
+  AddLog("a.log", {{.host = "192.0.2.1"}});
   Run();
-  EXPECT_EQ(Counted(analysis_.domains.list), std::string(TruncateLSD(name_)) + "=1 ");
+  EXPECT_EQ(analysis_.hits, 0);
+  EXPECT_EQ(mQueries, 1);
+}
+
+TEST_F(DriverDns, ResolvedNameThatPassesIsTheHost) {
+  CopyText(settings_.filter_domains, "nowhere.test");
+  AddLog("a.log", {{.host = "192.0.2.1"}});
+  Run();
+  EXPECT_EQ(Domains(), "office.test=1 ");
   EXPECT_EQ(analysis_.hits, 1);
 }
 
 TEST_F(DriverDns, UncountedRecordsAreNotLookedUp) {
   settings_.badurls.on = 1;
-  CopyText(settings_.filter_domains, name_);
+  CopyText(settings_.filter_domains, "office.test");
   CopyText(settings_.filter_filetypes, "gif");
-  AddLog("a.log", {{.host = "127.0.0.1", .url = "/a.gif", .status = "404"}});
+  AddLog("a.log", {{.host = "192.0.2.1", .url = "/a.gif", .status = "404"}});
   Run();
-  EXPECT_EQ(BadUrls(), "/a.gif=1 ");  // its name would have been filtered
+  EXPECT_EQ(BadUrls(), "/a.gif=1 ");
+  EXPECT_EQ(mQueries, 0);
 }
 
-TEST_F(DriverDns, OffLeavesAddresses) {
-  settings_.dnslookupenabled = 0;
+TEST_F(DriverDns, AddressWithoutANameStaysAsItIs) {
+  mpResolver = [](const void*, socklen_t, int) -> hostent* { return nullptr; };
+  CopyText(settings_.filter_domains, "office.test");
+  AddLog("a.log", {{.host = "192.0.2.1"}});
   Run();
-  EXPECT_EQ(Counted(analysis_.domains.list), "127.0.0=1 ");
+  EXPECT_EQ(Domains(), "192.0.2=1 ");
+}
+
+TEST_F(DriverDns, OffLooksNothingUp) {
+  settings_.dnslookupenabled = 0;
+  AddLog("a.log", {{.host = "192.0.2.1"}});
+  Run();
+  EXPECT_EQ(Domains(), "192.0.2=1 ");
+  EXPECT_EQ(mQueries, 0);
 }
 
 // ---- EndAnalysis ------------------------------------------------------------------------

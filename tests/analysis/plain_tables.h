@@ -110,6 +110,11 @@ inline void smart_free(const Item* spared) {
   memory.freed += static_cast<int32_t>(freed);
 }
 
+inline void ReclaimAfterRefusal(const Item* spared) {
+  memory.maximum = memory.current > memory.maximum ? memory.current : memory.maximum;
+  smart_free(spared);
+}
+
 inline Item* Allocate() {
   return ++memory.allocations == memory.refuse_at ? nullptr : new Item{};
 }
@@ -123,8 +128,7 @@ inline Item* smart_alloc(Info& info, const Item* parent) {
     item = Allocate();
   }
   if (item == nullptr) {
-    memory.maximum = memory.current > memory.maximum ? memory.current : memory.maximum;
-    smart_free(parent);
+    ReclaimAfterRefusal(parent);
     item = Allocate();
   }
   if (item != nullptr) {

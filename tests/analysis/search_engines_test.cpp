@@ -6,22 +6,14 @@
 #include <string>
 #include <vector>
 
-#include "analysis/search_defaults.h"
+#include "support/engines.h"
 
 namespace {
 
 class SearchEngines : public testing::Test {
  protected:
-  SearchEngines() { Forget(); }
-  ~SearchEngines() override { Forget(); }
-
-  static void Forget() {
-    SearchEngine_Free(mpEngineHead);
-    mpEngineHead = nullptr;
-    mEnginesCount = 0;
-    mNoConfigDefinitions = false;
-    gListInfo = {};
-  }
+  SearchEngines() { ForgetEngines(); }
+  ~SearchEngines() override { ForgetEngines(); }
 };
 
 // "name|url|fragment:variable,variable;fragment:variable;" of one engine.

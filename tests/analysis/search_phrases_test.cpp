@@ -11,22 +11,14 @@
 #include "base/text.h"
 #include "base/url_decode.h"
 #include "support/counted.h"
+#include "support/engines.h"
 
 namespace {
 
 class CountSearchHitsTest : public testing::Test {
  protected:
-  CountSearchHitsTest() { Forget(); }
-  ~CountSearchHitsTest() override { Forget(); }
-
-  static void Forget() {
-    SearchEngine_Free(mpEngineHead);
-    mpEngineHead = nullptr;
-    mEnginesCount = 0;
-    mNoConfigDefinitions = false;
-    mHits_Search = 0;
-    gListInfo = {};
-  }
+  CountSearchHitsTest() { ForgetEngines(); }
+  ~CountSearchHitsTest() override { ForgetEngines(); }
 
   // The phrases of every engine, one engine a line.
   static std::string Phrases() {

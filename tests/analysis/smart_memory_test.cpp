@@ -298,6 +298,20 @@ TEST_F(SmartMemoryTest, RefusedStrdupReclaimsOnceAndTriesAgain) {
   EXPECT_EQ(table.info->reclaimed, 8);
 }
 
+TEST_F(SmartMemoryTest, RefusedStrdupReclaimsFromWhatWaitsToo) {
+  InitMemory(MemorySettings(0, 1, 0));
+  PairedTable table(false);
+  for (int i = 1; i <= 10; ++i) {
+    table.Queue(Key(i), "");
+  }
+  mpAllocate = RefuseNth;
+  StartRefusing(1, 1);
+  const std::unique_ptr<char, void (*)(void*)> copy(smart_strdup("host.example.com"), free);
+  EXPECT_STREQ(copy.get(), "host.example.com");
+  EXPECT_EQ(table.info->entries, 6);
+  EXPECT_EQ(gSM_MaximumBytesAllocated, 10 * 256);
+}
+
 TEST_F(SmartMemoryTest, RefusedStrdupReclaimsNothingWhenDisabled) {
   InitMemory(MemorySettings(0, 1, 0));
   PairedTable table(false);
@@ -375,6 +389,13 @@ TEST_F(SmartMemoryTest, QueuedKeysGiveThePlainResult) {
     PairedRun run;
     for (int step = 0; step < 1000; ++step) {
       run.Step(random, 150, random.Below(20) != 0);
+      if (round % 2 == 1 && random.Below(30) == 0) {
+        mpAllocate = RefuseNth;
+        StartRefusing(1, 1);
+        free(smart_strdup("host.example.com"));
+        mpAllocate = malloc;
+        plain::ReclaimAfterRefusal(nullptr);
+      }
     }
     count_queued();
     ASSERT_NO_FATAL_FAILURE(run.ExpectSame());
@@ -469,6 +490,9 @@ TEST_F(SmartMemoryTest, RecordRefusedAfterAReclaimEndsTheProcessWithStatus1) {
   mpAllocate = RefuseNth;
   StartRefusing(1, 1);
   EXPECT_EXIT(table.Add(Key(9)), testing::ExitedWithCode(1), "^$");
+  queue_item(table.list, table.info, Key(9), {}, false);
+  EXPECT_EXIT(count_queued(), testing::ExitedWithCode(1), "^$");
+  mpAllocate = malloc;
 }
 
 TEST_F(SmartMemoryTest, IndexRefusedAtEachPlaceChangesNothing) {

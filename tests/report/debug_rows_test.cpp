@@ -90,4 +90,5 @@ TEST_F(DebugRows, FiguresHaveCommasAndTheRatioIsOfTheLogBytesRead) {
                         "<tr><td>Memory used to Log bytes read ratio:</td><td>" +
                         std::string(ratio) + "</td></tr>\n</table></center><p>\n"),
             std::string::npos);
+  EndAnalysis(analysis);
 }

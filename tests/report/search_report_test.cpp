@@ -6,26 +6,18 @@
 
 #include "analysis/search_phrases.h"
 #include "report/site.h"
+#include "support/engines.h"
 
 namespace {
 
 class SearchReport : public testing::Test {
  protected:
   SearchReport() {
-    Forget();
+    ForgetEngines();
     settings_.cgi = 1;
     settings_.search.on = 1;
   }
-  ~SearchReport() override { Forget(); }
-
-  static void Forget() {
-    SearchEngine_Free(mpEngineHead);
-    mpEngineHead = nullptr;
-    mEnginesCount = 0;
-    mNoConfigDefinitions = false;
-    mHits_Search = 0;
-    gListInfo = {};
-  }
+  ~SearchReport() override { ForgetEngines(); }
 
   static void Hit(const std::string& host, const std::string& phrase, int times) {
     for (; times > 0; --times) {

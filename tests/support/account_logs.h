@@ -9,12 +9,13 @@
 #include <string>
 #include <string_view>
 
+#include "analysis/request_filters_internal.h"
 #include "analysis/search_engines.h"
-#include "analysis/search_phrases.h"
 #include "cgi/settings.h"
 #include "dates/clock.h"
 #include "dates/local_time.h"
 #include "superlog/superlog.h"
+#include "support/engines.h"
 #include "support/text_file.h"
 
 // One request of a combined log; every field has a value that counts.
@@ -45,6 +46,7 @@ class AccountLogs : public testing::Test {
     tzset();
     ResetLocalTime();
     ResetSuperLog();
+    ResetFilters();
     SetCurrentTimeForTest(952300800);
     ForgetEngines();
     folder_ = NewPath("logs");
@@ -65,14 +67,6 @@ class AccountLogs : public testing::Test {
   ~AccountLogs() override {
     ForgetEngines();
     SetCurrentTimeForTest(-1);
-  }
-
-  static void ForgetEngines() {
-    SearchEngine_Free(mpEngineHead);
-    mpEngineHead = nullptr;
-    mEnginesCount = 0;
-    mNoConfigDefinitions = false;
-    mHits_Search = 0;
   }
 
   // Adds a log file; files are read in the order of their names.

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -14,7 +15,8 @@
 class TestFolder {
  public:
   TestFolder() {
-    if (mkdtemp(path_.data()) == nullptr) {
+    // Cases that act as another user get through it.
+    if (mkdtemp(path_.data()) == nullptr || chmod(path_.c_str(), 0711) != 0) {
       abort();
     }
   }

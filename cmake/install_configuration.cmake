@@ -1,0 +1,61 @@
+# Runs during installation, when the prefix is final: makes the files that hold
+# paths, and the links.
+
+# The full path of a folder given as GNUInstallDirs does; the system's own prefix
+# keeps configuration and state outside of it.
+function(full_path result folder outside_usr)
+  if(IS_ABSOLUTE "${folder}")
+    set(${result} "${folder}" PARENT_SCOPE)
+  elseif(outside_usr AND CMAKE_INSTALL_PREFIX MATCHES "^/(usr/?)?$")
+    set(${result} "/${folder}" PARENT_SCOPE)
+  else()
+    string(REGEX REPLACE "/$" "" prefix "${CMAKE_INSTALL_PREFIX}")
+    set(${result} "${prefix}/${folder}" PARENT_SCOPE)
+  endif()
+endfunction()
+
+full_path(BIN_DIR "${bin_dir}" FALSE)
+full_path(CGI_DIR "${cgi_dir}" FALSE)
+full_path(SHARE_DIR "${share_dir}" FALSE)
+full_path(SYSCONF_DIR "${sysconf_dir}" TRUE)
+full_path(LOG_DIR "${state_dir}/log" TRUE)
+set(SITE_DIR "${SHARE_DIR}/site")
+
+# Reports show texts from logs as they are: no scripts, nothing from elsewhere.
+set(common_policy "form-action 'self'; base-uri 'none'; frame-ancestors 'none'")
+set(REPORT_POLICY
+    "sandbox allow-forms allow-popups; default-src 'none'; img-src 'self'; style-src 'self'; ${common_policy}")
+set(SITE_POLICY
+    "default-src 'none'; img-src 'self'; style-src 'self'; script-src 'self'; ${common_policy}")
+
+# A folder of this run's own: two installations may go on at once.
+string(RANDOM LENGTH 12 run)
+set(made_dir "${made_dir}/${run}")
+foreach(name apache nginx nginx-http lighttpd fcgiwrap-sandbox orvellis)
+  configure_file("${conf_source}/${name}.conf.in" "${made_dir}/${name}.conf" @ONLY)
+endforeach()
+file(INSTALL "${made_dir}/apache.conf" "${made_dir}/nginx.conf" "${made_dir}/nginx-http.conf"
+             "${made_dir}/lighttpd.conf" "${made_dir}/fcgiwrap-sandbox.conf" "${made_dir}/orvellis.conf"
+     DESTINATION "${SHARE_DIR}/conf")
+
+# A configuration that is there already has been edited: it stays.
+if(NOT EXISTS "$ENV{DESTDIR}${SYSCONF_DIR}/orvellis/orvellis.conf")
+  file(INSTALL "${made_dir}/orvellis.conf" DESTINATION "${SYSCONF_DIR}/orvellis")
+endif()
+file(REMOVE_RECURSE "${made_dir}")
+
+# Links within the prefix are relative, so that it can be moved.
+function(link_to target link)
+  get_filename_component(folder "${link}" DIRECTORY)
+  string(FIND "${target}" "${CMAKE_INSTALL_PREFIX}/" inside)
+  if(inside EQUAL 0)
+    file(RELATIVE_PATH target "${folder}" "${target}")
+  endif()
+  file(MAKE_DIRECTORY "$ENV{DESTDIR}${folder}")
+  message(STATUS "Linking: $ENV{DESTDIR}${link}")
+  file(REMOVE "$ENV{DESTDIR}${link}")
+  file(CREATE_LINK "${target}" "$ENV{DESTDIR}${link}" SYMBOLIC)
+endfunction()
+
+link_to("${CGI_DIR}/orvellis" "${BIN_DIR}/orvellis")
+link_to("${SYSCONF_DIR}/orvellis/orvellis.conf" "${CGI_DIR}/orvellis.conf")

@@ -1,0 +1,33 @@
+# The Debian package: cpack --config build/release/CPackConfig.cmake
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME orvellis)
+set(CPACK_PACKAGE_CONTACT "The Orvellis authors <orvellis@example.com>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "web-server access-log analyser")
+set(CPACK_DEBIAN_PACKAGE_DESCRIPTION
+"Orvellis reads the access logs of a web server and makes one HTML page of
+them: top URLs, top referrers, search phrases, browsers, bad URLs and the pages
+that lead there, visitors' domains, and hits by day, weekday and hour.
+
+It is a CGI program behind a request form, with ready configurations for Apache
+httpd, nginx and lighttpd, and a command as well.")
+set(CPACK_PACKAGE_FILE_NAME orvellis_${PROJECT_VERSION}_amd64)
+set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE amd64)
+set(CPACK_DEBIAN_PACKAGE_SECTION web)
+set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "libc6 (>= 2.36), libcrypt1 (>= 1:4.1.0)")
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "apache2 | nginx | lighttpd | httpd-cgi, acl")
+set(CPACK_DEBIAN_PACKAGE_SUGGESTS "fcgiwrap")
+set(CPACK_STRIP_FILES ON)
+
+# Configuration lies in /etc, outside of the prefix.
+set(CPACK_SET_DESTDIR ON)
+set(CPACK_INSTALL_PREFIX /usr)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/package_files.cmake)
+set(CPACK_ORVELLIS_SOURCE ${PROJECT_SOURCE_DIR})
+set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA
+    ${PROJECT_SOURCE_DIR}/packaging/conffiles ${PROJECT_SOURCE_DIR}/packaging/postinst
+    ${PROJECT_SOURCE_DIR}/packaging/postrm)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+include(CPack)

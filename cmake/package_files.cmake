@@ -1,0 +1,23 @@
+# Runs when all files of the Debian package stand ready: what only a Debian package has, in the
+# form that Debian wants it.
+set(root "${CPACK_TEMPORARY_INSTALL_DIRECTORY}")
+set(doc "${root}/usr/share/doc/orvellis")
+set(source "${CPACK_ORVELLIS_SOURCE}")
+
+if(NOT EXISTS "${root}/usr/share/orvellis/site/docs/index.html")
+  message(FATAL_ERROR "the package needs the served documentation: install cmark-gfm and build again")
+endif()
+
+function(compress file)
+  execute_process(COMMAND gzip -9n "${file}" COMMAND_ERROR_IS_FATAL ANY)
+endfunction()
+
+file(RENAME "${doc}/LICENSE" "${doc}/copyright")
+configure_file("${source}/packaging/changelog" "${doc}/changelog" COPYONLY)
+configure_file("${source}/packaging/lintian-overrides" "${root}/usr/share/lintian/overrides/orvellis" COPYONLY)
+configure_file("${source}/packaging/logrotate" "${root}/etc/logrotate.d/orvellis" COPYONLY)
+compress("${doc}/changelog")
+compress("${root}/usr/share/man/man1/orvellis.1")
+compress("${root}/usr/share/man/man1/orvellis-report.1")
+compress("${root}/usr/share/man/man5/orvellis.conf.5")
+execute_process(COMMAND chmod -R go-w "${root}" COMMAND_ERROR_IS_FATAL ANY)

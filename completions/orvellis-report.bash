@@ -1,0 +1,47 @@
+# shellcheck shell=bash
+# Completion of orvellis-report for bash.
+
+# The values of an option, false when it takes none that can be told.
+_orvellis_report_values() { # OPTION
+  case $1 in
+    --from | --to) echo today yesterday 7d 30d ;;
+    --date-format) echo DMY DYM MDY MYD YDM YMD ;;
+    --top) echo 0 10 30 100 10% ;;
+    --memory) echo 16M 64M 256M 1G ;;
+    --log-format) echo Shmw1qrc Shmw1qrcfa 'S?hmw1qrcfa' ;;
+    --server) echo apache nginx lighttpd ;;
+    --account | --logs | --path | --match | --exclude-hosts | --exclude-types | --min | --title | --url) ;;
+    *) return 1 ;;
+  esac
+}
+
+# The last of a list divided by commas.
+_orvellis_report_sections() { # WORD
+  local done='' sections='requests referrers search browsers badurls badreferrers domains domaintypes dailytotals
+    hitsperdayofweek hitsperhour'
+  case $1 in *,*) done=${1%,*}, ;; esac
+  mapfile -t COMPREPLY < <(compgen -P "$done" -W "$sections" -- "${1##*,}")
+  compopt -o nospace
+}
+
+_orvellis_report() {
+  local word=${COMP_WORDS[COMP_CWORD]} option=${COMP_WORDS[COMP_CWORD - 1]} values
+  # bash takes --option=value apart.
+  if [[ $word == = ]]; then word=''; fi
+  if [[ $option == = ]]; then option=${COMP_WORDS[COMP_CWORD - 2]}; fi
+  if [[ $option == --reports ]]; then
+    _orvellis_report_sections "$word"
+  elif values=$(_orvellis_report_values "$option"); then
+    mapfile -t COMPREPLY < <(compgen -W "$values" -- "$word")
+  elif [[ ${COMP_WORDS[1]} == --init-site && $COMP_CWORD -gt 1 ]]; then
+    mapfile -t COMPREPLY < <(compgen -W '--server --account --logs --url --write --help' -- "$word")
+  elif [[ $word == -* ]]; then
+    mapfile -t COMPREPLY < <(compgen -W '-o --output --from --to --path --match --exclude-hosts --exclude-types --top
+      --min --reports --title --url --log-format --date-format --gmt --dns --search-engines --memory --theme --plain
+      --open --quiet --keep-config --init-site --help --version' -- "$word")
+  else
+    compopt -o filenames
+    mapfile -t COMPREPLY < <(compgen -f -- "$word")
+  fi
+}
+complete -F _orvellis_report orvellis-report

@@ -1,0 +1,981 @@
+#!/bin/sh
+# Tests bin/orvellis-report under one shell.
+#
+#   run_tests.sh PROGRAM PROJECT_FOLDER dash|busybox [CASE...]
+#
+# Each case is a function test_NAME; it runs in an empty folder of its own and
+# fails by a check that does not hold. With busybox, every tool that the script
+# calls is busybox's, too. Exits with 77 when the shell is not installed.
+set -u
+program=$1 project=$2 shell=$3
+shift 3
+export LC_ALL=C TZ=UTC
+command -v "$shell" >/dev/null || exit 77
+
+root=$(mktemp -d)
+trap 'rm -rf "$root"' EXIT
+case $shell in
+  busybox)
+    mkdir "$root/tools"
+    for tool in $(busybox --list); do ln -s "$(command -v busybox)" "$root/tools/$tool"; done
+    shell=$root/tools/sh tools=$root/tools
+    ;;
+  *) shell=$(command -v "$shell") tools=$PATH ;;
+esac
+report=$project/bin/orvellis-report
+
+# ---- What the cases are made of -------------------------------------------------------
+
+# Runs the command in the case's folder: sets $status, leaves out and err.
+run() {
+  PATH=$stubs:$tools ORVELLIS=$stand_in TMPDIR=$private "$shell" "$report" "$@" >out 2>err </dev/null
+  status=$?
+}
+
+failed() {
+  echo "FAILED: $case: $*"
+  for name in out err; do
+    if [ -f "$name" ]; then sed "s/^/  $name: /" "$name" | head -n 20; fi
+  done
+  failures=$((failures + 1))
+}
+expect_status() { [ "$status" = "$1" ] || failed "exit status $status, not $1"; }
+expect_error() { # STATUS TEXT: that status, and one line on standard error that holds the text
+  expect_status "$1"
+  grep -qF -- "$2" err || failed "no error \"$2\""
+  [ "$(wc -l <err)" -eq 1 ] || failed "the error is not one line"
+}
+expect_in() { grep -qaF -- "$2" "$1" || failed "no \"$2\" in $1"; }
+expect_not_in() { if grep -qaF -- "$2" "$1"; then failed "\"$2\" in $1"; fi; }
+expect_match() { grep -qaE -- "$2" "$1" || failed "no match of $2 in $1"; }
+expect_records() { # NUMBER FROM TO
+  expect_status 0
+  expect_match err "^report.html: $1 records? from $2 to $3, [0-9,]+ bytes of logs, [0-9]+ s\$"
+}
+expect_argument() { grep -qxF -- "$1" arguments || failed "no argument $1"; }
+
+# A line of the common log format: day of March 2000, path, host.
+line() { printf '%s - - [%02d/Mar/2000:10:00:00 +0000] "GET %s HTTP/1.0" 200 100\n' "${3:-192.0.2.1}" "$1" "${2:-/a.html}"; }
+combined() { printf '%s "%s" "Lynx/2.8.2"\n' "$(line "$1" "$2")" "$3"; }
+week() { for n in 5 6 7; do line "$n"; done; }
+
+# A program in orvellis's place: the text runs in front of the real one.
+stand_in_does() {
+  printf '#!/bin/sh\n%s\nexec "%s" "$@"\n' "$1" "$program" >"$folder/stand-in"
+  chmod +x "$folder/stand-in"
+  stand_in=$folder/stand-in
+}
+record_arguments() {
+  # shellcheck disable=SC2016 # for the stand-in
+  stand_in_does 'case $* in *requests=1* | *dailytotals=1* ) printf "%s\n" "$@" >'"'$folder/arguments'; cp orvellis.conf '$folder/configuration' ;; esac"
+}
+stub() { # NAME TEXT: a command in front of the system's
+  printf '#!/bin/sh\n%s\n' "$2" >"$stubs/$1"
+  chmod +x "$stubs/$1"
+}
+
+# ---- Inputs -----------------------------------------------------------------------------
+
+test_one_log() {
+  week >access.log
+  run access.log
+  expect_records 3 2000-03-05 2000-03-07
+  expect_in report.html '<b>Date Range Analyzed:</b></td><td width="50%">03/05/2000 - 03/07/2000'
+  for section in urls referrers search browsers badurls badreferrers domains networks daily weekly hourly; do
+    expect_in report.html "<a href=\"#$section\">"
+  done
+}
+
+test_several_logs() {
+  line 5 >a.log
+  line 9 >b.log
+  run a.log b.log
+  expect_records 2 2000-03-05 2000-03-09
+}
+
+test_folder() {
+  mkdir logs
+  line 5 >logs/a.log
+  line 6 >logs/b
+  run logs
+  expect_records 2 2000-03-05 2000-03-06
+}
+
+test_empty_folder() {
+  mkdir logs
+  run logs
+  expect_error 1 'there is no file in the folder logs'
+}
+
+test_pattern_left_by_the_shell() {
+  mkdir 'two words'
+  line 5 >'two words/a.log'
+  line 6 >'two words/b.log'
+  run 'two words/*.log'
+  expect_records 2 2000-03-05 2000-03-06
+}
+
+test_missing_log() {
+  run absent.log
+  expect_error 2 'there is no file absent.log'
+}
+
+test_unreadable_log() {
+  [ "$(id -u)" != 0 ] || return 0
+  week >access.log
+  chmod 0 access.log
+  run access.log
+  expect_error 2 'cannot read access.log'
+}
+
+test_device_is_no_log() {
+  run /dev/zero
+  expect_error 2 '/dev/zero is neither a file nor a folder of logs'
+}
+
+test_empty_log() {
+  : >access.log
+  run access.log
+  expect_error 1 'nothing to report: every log is empty'
+  run showquery=1
+  expect_error 2 'no log is named'
+}
+
+test_no_dates() {
+  echo 'no log at all' >access.log
+  run access.log
+  expect_error 1 'no line holds a date that is recognised: --log-format'
+}
+
+test_dates_but_no_requests() {
+  echo 'www.example.com:80 192.0.2.7 - ann [05/Mar/2000:07:06:11 +0000] "GET / HTTP/1.0" 200 3428 "-" "Lynx"' >access.log
+  run access.log
+  expect_error 1 'no line is recognised as a request: --log-format'
+}
+
+test_header_lines_of_an_unknown_layout() {
+  printf '#Version: 1.0\n#Fields: date time x-nothing\n2000-03-05\t10:00:00\t192.0.2.1\t/a.html\n' >access.log
+  run access.log
+  expect_error 1 'take out the header lines that begin with "#" and tell the layout with --log-format'
+  grep -v '^#' access.log >plain.log
+  run --log-format T39hu plain.log
+  expect_records 1 2000-03-05 2000-03-05
+}
+
+test_standard_input() {
+  week | PATH=$tools ORVELLIS=$program TMPDIR=$private "$shell" "$report" - >out 2>err
+  status=$?
+  expect_records 3 2000-03-05 2000-03-07
+}
+
+test_compressed_standard_input() {
+  week | gzip | PATH=$tools ORVELLIS=$program TMPDIR=$private "$shell" "$report" - >out 2>err
+  status=$?
+  expect_records 3 2000-03-05 2000-03-07
+}
+
+test_named_pipe() {
+  mkfifo pipe
+  week >pipe &
+  run pipe
+  expect_records 3 2000-03-05 2000-03-07
+}
+
+test_compressed_logs() {
+  for packer in gzip bzip2 xz zstd; do
+    if PATH=$tools command -v "$packer" >/dev/null && command -v "$packer" >/dev/null; then
+      week | "$packer" -c >access.log.packed
+      run access.log.packed
+      expect_records 3 2000-03-05 2000-03-07
+    fi
+  done
+}
+
+test_rotated_set() {
+  line 9 >access.log
+  line 8 >access.log.1
+  line 7 | gzip >access.log.2.gz
+  line 6 | gzip >access.log.3
+  run access.log access.log.1 access.log.2.gz access.log.3
+  expect_records 4 2000-03-06 2000-03-09
+}
+
+test_damaged_compressed_log() {
+  week | gzip | head -c 40 >access.log.gz
+  run access.log.gz
+  expect_error 2 'cannot unpack access.log.gz: it is damaged'
+}
+
+test_missing_unpacker() {
+  mkdir bare
+  for tool in "$tools"/awk cat cut date dirname grep head ln mkdir mktemp od rm sed tail tr wc sleep; do
+    ln -s "$(PATH=$tools command -v "${tool##*/}")" bare/
+  done
+  printf '\050\265\057\375....' >access.log.zst
+  PATH=$folder/bare ORVELLIS=$program TMPDIR=$private "$shell" "$report" access.log.zst >out 2>err
+  status=$?
+  expect_error 2 'cannot unpack access.log.zst: install the program zstd'
+}
+
+test_odd_names() {
+  number=0
+  newline='
+'
+  # shellcheck disable=SC2016 # the dollar is part of the name
+  for name in 'a b' "it's" 'say "x"' 'a;b' '100%d' "a${newline}b" "a$newline" 'a*b' 'a=b.log' 'a=b' '$HOME' 'a\b' 'a	b' '#a' '<a>'; do
+    number=$((number + 1))
+    week >"$name"
+    run "$name"
+    expect_records 3 2000-03-05 2000-03-07
+    run "$PWD/$name"
+    expect_records 3 2000-03-05 2000-03-07
+    rm -- "$name"
+  done
+  [ "$number" = 15 ] || failed "$number names were tried"
+}
+
+test_names_with_leading_dash() {
+  week >-x.log
+  run -- -x.log
+  expect_records 3 2000-03-05 2000-03-07
+  line 8 >--gmt
+  run -- --gmt -x.log
+  expect_records 4 2000-03-05 2000-03-08
+}
+
+test_odd_folder_names() {
+  mkdir 'a;b %"'
+  week >'a;b %"/c d.log'
+  run 'a;b %"'
+  expect_records 3 2000-03-05 2000-03-07
+}
+
+test_control_characters_are_not_printed() {
+  run "$(printf 'a\033[31m\nb')"
+  expect_error 2 'there is no file a?[31m?b'
+}
+
+test_same_log_twice_counts_once() {
+  week >a.log
+  cp a.log b.log
+  run a.log b.log
+  expect_match err '^report.html: 3 records'
+  expect_in err '1 log has the size and the times of another, and is left out as a copy'
+}
+
+# ---- The span -----------------------------------------------------------------------------
+
+test_log_in_disorder() {
+  for n in 20 25 28 30 2 3 4 9 10; do line "$n"; done >access.log
+  run access.log
+  expect_records 9 2000-03-02 2000-03-30
+  run --match '*a*' access.log
+  expect_records 9 2000-03-02 2000-03-30
+}
+
+test_logs_of_equal_size_in_disorder() {
+  for n in 10 20 11; do line "$n"; done >a.log
+  for n in 12 30 13; do line "$n"; done >b.log
+  run a.log b.log
+  expect_records 6 2000-03-10 2000-03-30
+}
+
+test_days_of_logs_in_disorder() {
+  for n in 20 25 28 30 2 3 4 9 10; do line "$n"; done >access.log
+  run --from 2000-03-09 access.log
+  expect_match err '^report.html: 6 records from 2000-03-09 to 2000-03-30'
+  run --to 2000-03-20 access.log
+  expect_in err 'the logs are not in order of time: requests that stand behind a day after 2000-03-20 are missing'
+}
+
+# Those that lie outside of the days are not read: their lines are not counted.
+test_long_history() {
+  { line 1; echo nothing; line 2; } >old.log
+  line 20 >new.log
+  run --from 2000-03-20 old.log new.log
+  expect_records 1 2000-03-20 2000-03-20
+  [ "$(wc -l <err)" -eq 1 ] || failed 'old logs are read'
+}
+
+test_from_and_to() {
+  week >access.log
+  run --from 2000-03-06 access.log
+  expect_records 2 2000-03-06 2000-03-07
+  run --to=2000-03-06 access.log
+  expect_records 2 2000-03-05 2000-03-06
+  run --from 2000-03-06 --to 2000-03-06 access.log
+  expect_records 1 2000-03-06 2000-03-06
+}
+
+test_days_by_word() {
+  for ago in 6 1 0; do
+    printf '192.0.2.1 - - [%s:00:00:01 +0000] "GET / HTTP/1.0" 200 1\n' "$(date -d "@$(($(date +%s) - ago * 86400))" +%d/%b/%Y)"
+  done >access.log
+  day() { date -d "@$(($(date +%s) - $1 * 86400))" +%Y-%m-%d; }
+  run --from today --to today access.log
+  expect_records 1 "$(day 0)" "$(day 0)"
+  run --from yesterday access.log
+  expect_records 2 "$(day 1)" "$(day 0)"
+  run --from 7d --to yesterday access.log
+  expect_records 2 "$(day 6)" "$(day 1)"
+  run --from 30d access.log
+  expect_records 3 "$(day 29)" "$(day 0)"
+}
+
+test_wrong_days() {
+  week >access.log
+  for word in 2000-02-30 2001-02-29 2000-13-01 2000-00-10 1969-12-31 2038-01-01 tomorrow 0d d 1999-1-1 05/03/2000 ''; do
+    run --from "$word" access.log
+    if [ -n "$word" ]; then expect_error 2 '--from takes a day'; else expect_records 3 2000-03-05 2000-03-07; fi
+    [ -n "$word" ] || continue
+    run --to "$word" access.log
+    expect_error 2 '--to takes a day'
+  done
+}
+
+test_leap_day() {
+  printf '192.0.2.1 - - [29/Feb/2000:23:59:59 +0000] "GET / HTTP/1.0" 200 1\n' >access.log
+  run --from 2000-02-29 --to 2000-02-29 access.log
+  expect_records 1 2000-02-29 2000-02-29
+}
+
+test_from_after_to() {
+  week >access.log
+  run --from 2000-03-07 --to 2000-03-06 access.log
+  expect_error 2 '--from is a later day than --to'
+}
+
+test_days_outside_the_logs() {
+  week >access.log
+  run --from 2000-04-01 access.log
+  expect_error 1 'nothing to report: the logs go from 2000-03-05 to 2000-03-07'
+  run --from 2000-04-01 --to 2000-04-02 access.log
+  expect_error 1 'nothing to report: the logs go from 2000-03-05 to 2000-03-07'
+  { line 1; line 9; } >access.log
+  run --from 2000-03-05 --to 2000-03-05 access.log
+  expect_error 1 'nothing to report: no request from 2000-03-05 to 2000-03-05 is selected'
+}
+
+test_zone() {
+  printf '192.0.2.1 - - [05/Mar/2000:23:30:00 +0000] "GET / HTTP/1.0" 200 1\n' >access.log
+  TZ=UTC-3 run access.log
+  expect_records 1 2000-03-05 2000-03-05
+  TZ=UTC-3 run --gmt access.log
+  expect_records 1 2000-03-06 2000-03-06
+  TZ=UTC+3 run --gmt access.log
+  expect_records 1 2000-03-05 2000-03-05
+}
+
+# ---- What is selected ------------------------------------------------------------------
+
+test_path_and_match() {
+  { line 5 /docs/a.html; line 6 /docs/b.html; line 7 /news; } >access.log
+  run --path /docs access.log
+  expect_records 2 2000-03-05 2000-03-07
+  run --match '*/b*' access.log
+  expect_records 1 2000-03-05 2000-03-07
+  run --path /docs --match '*' access.log
+  expect_error 2 '--path and --match cannot be used together'
+  run --path '/a=b' access.log
+  expect_error 2 '--path takes no "="'
+  run --path "$(printf '/%0250d' 0)" access.log
+  expect_error 2 '--path takes at most 243 characters'
+}
+
+test_nothing_matches() {
+  week >access.log
+  run --path /absent access.log
+  expect_error 1 'nothing to report: no request from 2000-03-05 to 2000-03-07 is selected'
+}
+
+test_absolute_urls_count() {
+  line 5 http://www.example.com/a >access.log
+  run access.log
+  expect_records 1 2000-03-05 2000-03-05
+}
+
+test_exclusions() {
+  { line 5 /a.html www.example.com; line 6 /b.gif; line 7 /c.html; } >access.log
+  run --exclude-hosts example,192.0.3 access.log
+  expect_match err '^report.html: 2 records'
+  run --exclude-types gif,jpg access.log
+  expect_match err '^report.html: 2 records'
+}
+
+test_unrecognised_lines() {
+  { week; echo 'neither this'; echo; echo '; a comment'; echo 'nor this'; } >access.log
+  run access.log
+  expect_match err '^report.html: 3 records'
+  expect_in err 'orvellis-report: 2 lines were not recognised as a request and left out'
+  run --path /a.html --from 2000-03-06 access.log
+  expect_match err '^report.html: 2 records'
+  expect_in err '2 lines were not recognised'
+  { week; echo one; } >access.log
+  run access.log
+  expect_in err '1 line was not recognised as a request and left out'
+}
+
+test_all_line_ends() {
+  week | tr '\n' '\r' >access.log
+  run access.log
+  expect_records 3 2000-03-05 2000-03-07
+  week | sed "s/\$/$(printf '\r')/" >access.log
+  run access.log
+  expect_records 3 2000-03-05 2000-03-07
+}
+
+test_sample_logs() {
+  run "$project/samples/logs"
+  expect_status 0
+  expect_match err '^report.html: [0-9,]+ records from 2000-03-05 to 2000-03-11'
+  [ "$(wc -l <err)" -eq 1 ] || failed 'lines of the samples are not recognised'
+}
+
+# ---- What is passed on -----------------------------------------------------------------
+
+test_defaults_passed_on() {
+  record_arguments
+  week >access.log
+  run access.log
+  for argument in requests=1,30,0 domaintypes=1,30,0 dailytotals=1 hitsperhour=1 badurl_referrers=1 'find=*' find_pattern=1; do
+    expect_argument "$argument"
+  done
+}
+
+test_numbers_passed_on() {
+  record_arguments
+  week >access.log
+  run --top 5% --min=2 --reports requests,hitsperhour access.log
+  expect_status 0
+  expect_argument requests=1,5%,2
+  expect_argument hitsperhour=1
+  expect_not_in arguments browsers
+  expect_not_in report.html '<a name="weekly">'
+}
+
+test_texts_passed_on() {
+  record_arguments
+  week >access.log
+  run --dns --date-format dmy --log-format Shmw1qrc --gmt --url www.example.com \
+    showquery=1 'authuser=it'\''s %s;*' access.log
+  for argument in dnslookupenabled=1 dateformat=DMY logformat=Shmw1qrc fixgmt=1 url=http://www.example.com showquery=1 \
+    'authuser=it'\''s %s;*'; do
+    expect_argument "$argument"
+  done
+}
+
+test_title() {
+  week >access.log
+  run --title 'Müller & <b>Söhne</b> a=b "x"' access.log
+  expect_in report.html '<title>M&#252;ller &#38; &#60;b&#62;S&#246;hne&#60;/b&#62; a&#61;b &#34;x&#34;</title>'
+  run --title "$(printf '%0244d' 0)" access.log
+  expect_error 2 '--title is too long'
+}
+
+test_url_links_the_urls() {
+  week >access.log
+  run --url https://www.example.com/ access.log
+  expect_in report.html 'href="https://www.example.com/a.html"'
+  for url in '' / ; do
+    run --url "$url" access.log
+    expect_status 2
+  done
+}
+
+test_memory() {
+  record_arguments
+  week >access.log
+  for pair in 64M:65536 512k:512 1G:1048576 1048576:1024; do
+    run --memory "${pair%:*}" access.log
+    expect_status 0
+    grep -qx "SmartMemoryMaxMemoryToAllocate=${pair#*:}" configuration || failed "${pair%:*} is not ${pair#*:}"
+  done
+  for size in '' M 10 499K 2G 64MB -1 99999999999M; do
+    run --memory "$size" access.log
+    expect_error 2 '--memory takes'
+  done
+}
+
+test_search_engines() {
+  combined 5 / 'http://search.example/?query=blue+ink' >access.log
+  printf '# ours\n\nExample Search;url=http://search.example;domain=search.example;vars=query\n' >engines
+  run --search-engines engines access.log
+  expect_in report.html 'blue ink'
+  sed 's/^Example/search=Example/' engines >keyed
+  run --search-engines keyed access.log
+  expect_in report.html 'blue ink'
+  run --search-engines absent access.log
+  expect_error 2 'cannot read the search engine definitions in absent'
+}
+
+test_own_parameters_are_refused() {
+  week >access.log
+  for parameter in config=x Username=x summary=x; do
+    run "$parameter" access.log
+    expect_error 2 'is set by orvellis-report itself'
+  done
+  for parameter in date=01012000,01012000 sm=1 ey=2000; do
+    run "$parameter" access.log
+    expect_error 2 'the days are set by --from and --to'
+  done
+}
+
+test_variables_of_a_server_have_no_effect() {
+  week >access.log
+  REQUEST_METHOD=GET QUERY_STRING=about CONTENT_LENGTH=5 run access.log
+  expect_records 3 2000-03-05 2000-03-07
+}
+
+# ---- The page ---------------------------------------------------------------------------
+
+test_theme_and_plain() {
+  week >access.log
+  run --theme access.log
+  expect_match report.html '<link rel="stylesheet" href="file://[^"]*/site/report.css">'
+  expect_match report.html '<img src="file://[^"]*/site/or15-reg.gif"'
+  run --plain access.log
+  expect_not_in report.html stylesheet
+}
+
+test_pictures_beside_the_page() {
+  week >access.log
+  mkdir pages
+  : >pages/or15-reg.gif
+  run -o pages/index.html access.log
+  expect_in pages/index.html '<img src="./or15-reg.gif"'
+  expect_in pages/index.html 'href="./report.css"'
+}
+
+test_odd_site_folder() {
+  week >access.log
+  cp -R "$project/site" "it's 100% #1"
+  ORVELLIS_SITE="it's 100% #1" run access.log
+  expect_match report.html "/it%27s%20100%25%20%231/or15-reg.gif"
+}
+
+test_output() {
+  week >access.log
+  run -o 'my page.html' access.log
+  expect_in 'my page.html' '<title>'
+  expect_match err '^my page.html: 3 records'
+  run --output=-x.html access.log
+  expect_in ./-x.html '<title>'
+  run -oy.html access.log
+  expect_in y.html '<title>'
+  run -o - access.log
+  expect_in out '<title>'
+  expect_match err '^3 records'
+}
+
+test_unwritable_output() {
+  week >access.log
+  run -o absent/page.html access.log
+  expect_error 2 'cannot write absent/page.html'
+  run -o . access.log
+  expect_error 2 '. is a folder'
+  run -o access.log access.log
+  expect_error 2 'access.log is there and no report page'
+  [ "$(wc -l <access.log)" -eq 3 ] || failed 'the log is damaged'
+  run -o /dev/full access.log
+  expect_error 2 'cannot write /dev/full: is the disk full?'
+}
+
+test_page_is_replaced() {
+  week >access.log
+  run access.log
+  run --title Again access.log
+  expect_status 0
+  expect_in report.html '<title>Again</title>'
+}
+
+test_reader_that_goes_away() {
+  week >access.log
+  PATH=$tools ORVELLIS=$program TMPDIR=$private "$shell" "$report" -o - access.log 2>err | head -c 1 >out
+  expect_not_in err 'cannot'
+}
+
+test_quiet() {
+  { week; echo nothing; } >access.log
+  run --quiet access.log
+  expect_status 0
+  [ ! -s err ] || failed 'it is not quiet'
+  run --quiet absent
+  expect_error 2 'there is no file absent'
+}
+
+test_no_progress_in_pipes() {
+  stand_in_does 'sleep 1'
+  week >access.log
+  run access.log
+  [ "$(wc -l <err)" -eq 1 ] || failed 'there is more than the last line'
+  expect_not_in err reading
+}
+
+test_open() {
+  week >access.log
+  # shellcheck disable=SC2016 # for the stub
+  stub xdg-open 'printf "%s\n" "$1" >opened'
+  run --open -o 'my page.html' access.log
+  expect_status 0
+  expect_in opened "$PWD/my page.html"
+  stub xdg-open 'exit 3'
+  run --open access.log
+  expect_status 0
+  expect_in err 'xdg-open cannot open report.html: open it by hand'
+  run --open -o - access.log
+  expect_error 2 '--open needs a page in a file'
+}
+
+test_keep_config() {
+  week >access.log
+  run --keep-config --title "it's" access.log
+  expect_status 0
+  kept=$(sed -n 's/^the configuration is kept in \([^;]*\);.*/\1/p' err)
+  expect_in "$kept/orvellis.conf" 'user=report;logs=logs/*.log'
+  sh "$kept/report.sh" >again.html
+  expect_in again.html "<title>it's</title>"
+  expect_match again.html 'HTTP Requests:</b></td><td width="50%">3<'
+  rm -rf "$kept"
+}
+
+test_help_and_version() {
+  run --help
+  expect_status 0
+  expect_in out 'Usage: orvellis-report'
+  [ ! -s err ] || failed 'help goes to standard error'
+  run --version
+  expect_status 0
+  expect_in out "orvellis-report $(sed -n 's/^project(orvellis VERSION \([0-9.]*\).*/\1/p' "$project/CMakeLists.txt")"
+}
+
+# Every option of the help text is in the manual page and in both completions.
+test_options_are_documented() {
+  run --help
+  [ "$shell" = "$(command -v dash)" ] || return 0
+  options=$(grep -oE -- '--[a-z-]+' out | sort -u)
+  [ "$(printf '%s\n' "$options" | wc -l)" -ge 25 ] || failed 'few options are found'
+  for option in $options; do
+    grep -qE "Fl -${option#--}( |\$)" "$project/man/orvellis-report.1" || failed "$option is not in the manual page"
+    for completion in orvellis-report.bash _orvellis-report; do
+      grep -qE -- "$option([^a-z-]|\$)" "$project/completions/$completion" || failed "$option is not in $completion"
+    done
+  done
+}
+
+test_bash_completion() {
+  bash=$(command -v bash) || return 0
+  : >'my log'
+  cat >complete <<'END'
+. "$1"
+shift
+compopt() { :; }
+COMP_WORDS=("$@") COMP_CWORD=$(($# - 1))
+_orvellis_report
+printf '%s\n' "${COMPREPLY[@]}"
+END
+  completed() { # EXPECTED WORD...
+    want=$1
+    shift
+    got=$("$bash" complete "$project/completions/orvellis-report.bash" orvellis-report "$@" | tr '\n' ' ')
+    [ "$got" = "$want " ] || failed "completion of $*: $got"
+  }
+  completed '--exclude-hosts --exclude-types' --exc
+  completed 'yesterday' --from y
+  completed 'MDY MYD' --date-format = M
+  completed 'requests,badurls requests,badreferrers' --reports requests,bad
+  completed 'my log' --gmt my
+  completed '--write' --init-site --w
+}
+
+test_manual_page_has_no_fault() {
+  command -v mandoc >/dev/null || return 0
+  mandoc -T lint "$project/man/orvellis-report.1" 2>/dev/null | grep -v 'referenced manual not found' >faults
+  [ ! -s faults ] || failed "$(cat faults)"
+}
+
+# ---- A first web installation -------------------------------------------------------------
+
+# An installed system in the folder root, with the servers of these names.
+install_in_root() { # SERVER...
+  mkdir -p root/usr/bin root/usr/share/orvellis/conf root/etc/orvellis
+  cp "$project"/bin/* root/usr/bin/
+  printf '# accounts' >root/etc/orvellis/orvellis.conf
+  for name in "$@"; do mkdir -p "root/etc/$name/conf-available" "root/etc/$name/conf-enabled" "root/etc/$name/conf.d"; done
+}
+init_site() {
+  PATH=$tools DESTDIR=$PWD/root "$shell" root/usr/bin/orvellis-report --init-site "$@" >out 2>err </dev/null
+  status=$?
+}
+
+test_init_site_shows_and_changes_nothing() {
+  install_in_root apache2
+  find root >before
+  init_site
+  expect_status 0
+  expect_in out 'This would be written'
+  expect_in out 'user=apache;logs=/var/log/apache2/access.log*[!z];url=http://localhost;title=apache'
+  expect_in out '/etc/apache2/conf-available/orvellis.conf -> /usr/share/orvellis/conf/apache.conf'
+  find root | diff before - || failed 'files are changed'
+  [ "$(cat root/etc/orvellis/orvellis.conf)" = '# accounts' ] || failed 'the configuration is changed'
+}
+
+test_init_site_writes_once() {
+  install_in_root nginx
+  for url in https://shop.example.com https://again.example.com; do
+    init_site --write --account shop --url "$url" --logs '/srv/shop/*.log'
+    expect_status 0
+  done
+  expect_in out 'has an account shop already'
+  expect_in out 'has a password of shop already'
+  expect_in out 'is there already and stays as it is'
+  grep -qx 'user=shop;logs=/srv/shop/\*.log;url=https://shop.example.com;title=shop' root/etc/orvellis/orvellis.conf ||
+    failed 'the account has no line of its own'
+  [ "$(wc -l <root/etc/orvellis/passwords)" -eq 1 ] || failed 'the passwords are wrong'
+  expect_match root/etc/orvellis/passwords '^shop:.'
+  [ "$(readlink root/etc/nginx/conf.d/orvellis.conf)" = /usr/share/orvellis/conf/nginx-http.conf ] || failed 'no link'
+  case $(ls -l root/etc/orvellis/passwords) in -rw-?-----*) ;; *) failed 'others may read the passwords' ;; esac
+}
+
+test_init_site_chooses_the_server() {
+  install_in_root nginx lighttpd
+  init_site --server=lighttpd
+  expect_in out '/etc/lighttpd/conf-enabled/90-orvellis.conf -> /usr/share/orvellis/conf/lighttpd.conf'
+  init_site --server other
+  expect_error 2 '--server takes apache, nginx or lighttpd'
+}
+
+test_init_site_failures() {
+  install_in_root
+  init_site
+  expect_error 1 'no web server is found'
+  init_site --nonsense
+  expect_error 2 'there is no option --nonsense'
+  init_site --server
+  expect_error 2 '--server needs a value'
+  init_site --server nginx --logs 'a;b'
+  expect_error 2 '--logs cannot hold'
+  init_site --server nginx --account 'a b'
+  expect_error 2 '--account takes letters'
+  rm root/etc/orvellis/orvellis.conf
+  init_site
+  expect_error 2 'install Orvellis first'
+  rm -r root/usr/share
+  init_site
+  expect_error 2 'install Orvellis first'
+  run --gmt --init-site
+  expect_error 2 '--init-site stands first'
+  rm root/usr/bin/orvellis-init-site
+  init_site
+  expect_error 2 'orvellis-init-site is not installed beside'
+}
+
+test_init_site_asks_on_a_terminal() {
+  [ -n "$script" ] || return 0
+  install_in_root apache2
+  { sleep 1; printf '\nann\n\nhttp://ann.example.com\n'; sleep 1; } |
+    PATH=$tools DESTDIR=$PWD/root "$script" -qec "'$shell' root/usr/bin/orvellis-report --init-site" typescript >out 2>err
+  expect_in out 'Web server (apache) [apache]:'
+  expect_in out 'user=ann;logs=/var/log/apache2/access.log*[!z];url=http://ann.example.com;title=ann'
+}
+
+# ---- Usage ------------------------------------------------------------------------------
+
+test_wrong_usage() {
+  week >access.log
+  run
+  expect_error 2 'no log is named'
+  run --nonsense access.log
+  expect_error 2 'there is no option --nonsense'
+  run -x access.log
+  expect_error 2 'there is no option -x'
+  run --gmt=1 access.log
+  expect_error 2 '--gmt takes no value'
+  run access.log --title
+  expect_error 2 '--title needs a value'
+  run access.log --top many
+  expect_error 2 '--top takes a number or a percentage, not "many"'
+  run --min 1% access.log
+  expect_error 2 '--min takes a number'
+  run --reports requests,nonsense access.log
+  expect_error 2 'there is no section named nonsense'
+  run --reports '*' access.log
+  expect_error 2 '--reports takes names of sections'
+  run --date-format XYZ access.log
+  expect_error 2 '--date-format takes'
+  run --log-format hq access.log
+  expect_error 2 '--log-format takes'
+  run --output= access.log
+  expect_error 2 '--output needs a value'
+}
+
+test_options_behind_logs() {
+  week >access.log
+  run access.log --title Behind
+  expect_in report.html '<title>Behind</title>'
+}
+
+test_log_format() {
+  printf 'www.example.com:80 192.0.2.7 - ann [05/Mar/2000:07:06:11 +0000] "GET / HTTP/1.0" 200 3428 "-" "Lynx"\n' >access.log
+  run --log-format 'S?hmw1qrcfa' access.log
+  expect_records 1 2000-03-05 2000-03-05
+}
+
+# ---- Failures of the machine ---------------------------------------------------------------
+
+test_missing_program() {
+  week >access.log
+  stand_in=$folder/absent
+  run access.log
+  expect_error 2 "cannot run the program $folder/absent"
+}
+
+test_program_beside_the_script() {
+  mkdir bin
+  cp "$report" bin/
+  ln -s "$program" bin/orvellis
+  week >access.log
+  PATH=$tools TMPDIR=$private "$shell" bin/orvellis-report access.log >out 2>err
+  status=$?
+  expect_records 3 2000-03-05 2000-03-07
+}
+
+test_script_behind_a_link() {
+  mkdir bin
+  ln -s "$report" bin/link
+  week >access.log
+  PATH=$tools ORVELLIS=$program TMPDIR=$private "$shell" bin/link access.log >out 2>err
+  status=$?
+  expect_records 3 2000-03-05 2000-03-07
+  expect_match report.html '<img src="file://[^"]*/site/or15-reg.gif"'
+}
+
+test_program_on_the_path() {
+  week >access.log
+  ln -s "$program" "$stubs/orvellis"
+  PATH=$stubs:$tools TMPDIR=$private "$shell" "$report" access.log >out 2>err
+  status=$?
+  expect_records 3 2000-03-05 2000-03-07
+}
+
+test_failing_program() {
+  week >access.log
+  stand_in_does 'case $* in *requests=*) exit 1 ;; esac'
+  run access.log
+  expect_error 2 'orvellis ran out of memory: --memory'
+  stand_in_does 'case $* in *requests=*) exit 7 ;; esac'
+  run access.log
+  expect_error 2 'orvellis failed with status 7'
+  stand_in_does 'case $* in *requests=*) echo "<html>"; exit 0 ;; esac'
+  run access.log
+  expect_error 2 'the page is incomplete'
+  stand_in_does 'exit 0'
+  run access.log
+  expect_error 2 'orvellis cannot write in'
+}
+
+test_no_temporary_folder() {
+  week >access.log
+  private=$folder/absent
+  run access.log
+  expect_error 2 "cannot make a temporary folder in $folder/absent"
+  private=$folder
+}
+
+test_odd_temporary_folder() {
+  week >access.log
+  mkdir "t;m p'%"
+  private="t;m p'%"
+  run access.log
+  expect_records 3 2000-03-05 2000-03-07
+  [ -z "$(ls "t;m p'%")" ] || failed 'the temporary folder is left'
+  private=$folder/tmp
+}
+
+# A signal while orvellis runs, while a log is unpacked, and while standard input
+# is read. (timeout starts the command so that it does not ignore the signal.)
+test_signals_leave_nothing() {
+  week >access.log
+  for pair in HUP:129 INT:130 TERM:143; do
+    stand_in_does "case \$* in *requests=*) echo \$\$ >'$folder/process'; exec sleep 60 ;; esac"
+    PATH=$stubs:$tools ORVELLIS=$stand_in TMPDIR=$private \
+      "$timeout" --preserve-status -s "${pair%:*}" 1 "$shell" "$report" access.log >out 2>err
+    status=$?
+    expect_status "${pair#*:}"
+    [ -z "$(ls "$private")" ] || failed "${pair%:*} leaves a temporary folder"
+    if kill -0 "$(cat process)" 2>/dev/null; then failed "${pair%:*} leaves the program running"; fi
+    [ ! -e report.html ] || failed "${pair%:*} leaves a page"
+  done
+  mkfifo pipe
+  sleep 3 >pipe &
+  PATH=$stubs:$tools ORVELLIS=$stand_in TMPDIR=$private \
+    "$timeout" --preserve-status -s TERM 1 "$shell" "$report" - >out 2>err <pipe
+  status=$?
+  expect_status 143
+  [ -z "$(ls "$private")" ] || failed 'a temporary folder is left of standard input'
+}
+
+# ---- A terminal -------------------------------------------------------------------------
+
+# Runs the command on a terminal of its own; the screen's text goes to screen.
+on_terminal() {
+  quoted=''
+  for argument in "$shell" "$report" "$@"; do quoted="$quoted '$argument'"; done
+  PATH=$stubs:$tools ORVELLIS=$stand_in TMPDIR=$private TERM=${terminal:-xterm} \
+    "$script" -qec "$quoted" typescript >/dev/null 2>&1 </dev/null
+  status=$?
+  tr '\r' '\n' <typescript | sed 's/\x1b\[K/<ERASE>/g' >screen
+}
+
+test_progress_on_a_terminal() {
+  [ -n "$script" ] || return 0
+  week >access.log
+  # Reads a part of the log, and waits.
+  stand_in_does 'case $* in *requests=*) head -c 150 logs/000001.log >/dev/null; sleep 2 ;; esac'
+  on_terminal access.log
+  expect_status 0
+  expect_match screen '^<ERASE>reading +[0-9]+ %  [0-9.]+ of [0-9.]+ MB'
+  expect_match screen 'MB/s  [0-9]+ s left$'
+  expect_match screen '^<ERASE>report.html: 3 records from 2000-03-05 to 2000-03-07'
+  expect_not_in screen 'reading 3 records'
+}
+
+test_progress_without_a_read_position() {
+  [ -n "$script" ] || return 0
+  week >access.log
+  stub cat "case \$* in *.log*) sleep 2 ;; esac; PATH=$tools exec cat \"\$@\""
+  on_terminal access.log
+  expect_status 0
+  expect_match screen '^<ERASE>counting lines [-/|\\] [0-9] s$'
+}
+
+test_no_progress_when_not_wanted() {
+  [ -n "$script" ] || return 0
+  week >access.log
+  stand_in_does 'case $* in *requests=*) sleep 1 ;; esac'
+  on_terminal --quiet access.log
+  expect_not_in screen reading
+  terminal=dumb
+  on_terminal access.log
+  terminal=''
+  expect_not_in screen reading
+  expect_match screen '^report.html: 3 records'
+}
+
+# ---- The runner -------------------------------------------------------------------------
+
+script=$(command -v script) || script=''
+timeout=$(command -v timeout)
+failures=0 number=0
+# shellcheck disable=SC2046 # names without blanks
+[ $# -gt 0 ] || set -- $(sed -n 's/^test_\([a-z_]*\)() {$/\1/p' "$0")
+for case in "$@"; do
+  folder=$root/$case stand_in=$program
+  stubs=$folder/stubs private=$folder/tmp
+  mkdir -p "$stubs" "$private"
+  number=$((number + 1))
+  cd "$folder" || exit 1
+  "test_$case"
+  [ -z "$(ls "$folder/tmp")" ] || failed 'a temporary folder is left'
+done
+echo "$number cases, $failures failures"
+[ "$number" -gt 0 ] && [ "$failures" = 0 ]

@@ -1,0 +1,118 @@
+#!/bin/sh
+# The manual says what the program does: its samples are read, its examples run,
+# and every key and parameter stands in it.
+#
+#   manual_test.sh PROGRAM SOURCE_FOLDER
+#
+# Samples are the fenced blocks of docs/*.md:
+#   ```log N [expect=TEXT] [PARAMETER=VALUE]...   a log of which N requests are
+#       counted; the report holds TEXT ("+" for a blank)
+#   ```conf     lines of a configuration; its search lines apply to the logs that
+#       follow in the same document, its accounts must be complete
+#   ```params   arguments of a report over the sample logs
+set -u
+program=$1
+source_dir=$2
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+failures=0
+checked=0
+mkdir "$work/tree"
+cp -R "$source_dir/samples" "$source_dir/site" "$work/tree"
+
+fail() {
+  echo "FAILED: $*"
+  failures=$((failures + 1))
+}
+
+report() { # CONFIGURATION, PARAMETERS...
+  conf=$1
+  shift
+  env -i TZ=UTC LC_ALL=C "$program" "config=$conf" "$@" >"$work/page" 2>&1
+}
+
+check_log() { # FILE NAME N PARAMETERS...
+  file=$1 name=$2 wanted=$3
+  shift 3
+  expect=
+  case ${1:-} in expect=*) expect=$(echo "${1#expect=}" | tr + ' '); shift ;; esac
+  { cat "$work/search" && echo "user=sample;logs=$file;url=http://www.example.com;password=*"; } >"$work/sample.conf"
+  report "$work/sample.conf" username=sample date=01011999,12312001 find=/ subdirs=1 "$@"
+  grep -aq "<b>HTTP Requests:</b></td><td width=\"50%\">$wanted<" "$work/page" || fail "$name: not $wanted requests"
+  [ -z "$expect" ] || grep -aqF "$expect" "$work/page" || fail "$name: no '$expect'"
+}
+
+check_conf() { # FILE NAME
+  grep '^search=' "$1" >"$work/search"
+  for user in $(grep '^user=' "$1" | sed 's/^user=\([^;]*\);.*/\1/'); do
+    report "$1" "username=$user" password=SECRET date=03052000,03052000
+    grep -aq 'Error #11:' "$work/page" || fail "$2: account $user"  # its logs are not on this machine
+  done
+}
+
+check_params() { # FILE NAME
+  while read -r line; do
+    # shellcheck disable=SC2086 # a list of arguments
+    (cd "$work/tree" && set -f && report samples/orvellis.conf username=demo date=03052000,03112000 $line)
+    grep -aq '</html>' "$work/page" && ! grep -aq 'Error #' "$work/page" || fail "$2: $line"
+  done <"$1"
+}
+
+for document in "$source_dir"/docs/*.md; do
+  name=$(basename "$document")
+  : >"$work/search"
+  rm -f "$work"/block*
+  awk -v out="$work/block" '
+    /^```/ { if (inside) { inside = 0; close(file) } else { inside = 1; file = sprintf("%s%02d", out, ++n); print substr($0, 4) > file } next }
+    inside { print > file }' "$document"
+  for block in "$work"/block*; do
+    [ -f "$block" ] || continue
+    info=$(head -n 1 "$block")
+    tail -n +2 "$block" >"$work/lines"
+    set -f
+    # shellcheck disable=SC2086 # a list of words
+    set -- $info
+    set +f
+    kind=${1:-}
+    checked=$((checked + 1))
+    case $kind in
+      log) shift; mkdir -p "$work/logs"; cp "$work/lines" "$work/logs/$checked.log"
+        check_log "$work/logs/$checked.log" "$name, block $(basename "$block")" "$@" ;;
+      conf) check_conf "$work/lines" "$name, block $(basename "$block")" ;;
+      params) check_params "$work/lines" "$name" ;;
+    esac
+  done
+done
+[ "$checked" -gt 15 ] || fail "only $checked samples were found"
+
+# Every key and every parameter, in the documentation and in the manual pages.
+keys=$(grep -oE '^    \{"[A-Za-z_]+",' "$source_dir/src/config/config_file.cpp" | tr -d ' {",')
+[ "$(echo "$keys" | wc -l)" -ge 20 ] || fail "the keys of the program were not found"
+for key in $keys; do
+  grep -q "\`$key\`" "$source_dir/docs/configuration.md" || fail "docs/configuration.md: no $key"
+  grep -qw "$key" "$source_dir/man/orvellis.conf.5" || fail "orvellis.conf.5: no $key"
+done
+parameters=$(grep -oE '^    \{"[A-Za-z_]+",' "$source_dir/src/cgi/parameters.cpp" | tr -d ' {",' | grep -vE '_(top|greater)$' | sort -u)
+[ "$(echo "$parameters" | wc -l)" -ge 40 ] || fail "the parameters of the program were not found"
+for parameter in $parameters; do
+  grep -q "\`$parameter\`" "$source_dir/docs/parameters.md" "$source_dir/docs/accounts.md" || fail "docs: no $parameter"
+  grep -qw "$parameter" "$source_dir/man/orvellis.1" "$source_dir/man/orvellis.conf.5" || fail "man: no $parameter"
+done
+
+# The request form sends nothing but parameters, and all that an account does not have to itself.
+all_parameters=$(grep -oE '^    \{"[A-Za-z_]+",' "$source_dir/src/cgi/parameters.cpp" | tr -d ' {",' | sort -u)
+fields=$(grep -oE ' name="[^"]*"' "$source_dir/site/index.html" | cut -d'"' -f2 | grep -v '^viewport$' | sort -u)
+[ "$(echo "$fields" | wc -l)" -ge 40 ] || fail "the fields of the form were not found"
+for field in $fields; do
+  echo "$all_parameters" | grep -qx "$field" || fail "the form sends $field, which is no parameter"
+done
+for parameter in $(echo "$all_parameters" | grep -vxE 'config|AccessLog|logs|summary|url|date|base|extra(header|footer)|search_casesensitive'); do
+  echo "$fields" | grep -qx "$parameter" || fail "the form does not offer $parameter"
+done
+
+# The manual pages are well-formed, as far as the tool to tell is here.
+if command -v mandoc >/dev/null; then
+  mandoc -T lint -W warning "$source_dir"/man/orvellis.1 "$source_dir"/man/orvellis.conf.5 || fail "mandoc"
+fi
+echo "$checked samples, $failures failures"
+[ "$failures" = 0 ]

@@ -1,0 +1,63 @@
+#!/bin/sh
+# Makes the Debian package and takes it through its life on this very machine:
+# installed, used, upgraded over an edited configuration, purged. Only where
+# ORVELLIS_SYSTEM_TESTS=1 allows to change the machine, as root.
+#
+#   package_test.sh BUILD_FOLDER
+set -eu
+build=$1
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+skip() {
+  echo "skipped: $*"
+  exit 77
+}
+fail() {
+  echo "FAILED: $*"
+  exit 1
+}
+[ "${ORVELLIS_SYSTEM_TESTS:-}" = 1 ] || skip "ORVELLIS_SYSTEM_TESTS is not 1"
+[ "$(id -u)" = 0 ] || skip "not root"
+[ "$(dpkg --print-architecture)" = amd64 ] || skip "the package is for amd64"
+[ ! -e /etc/orvellis ] || skip "Orvellis is installed on this machine"
+
+cpack --config "$build/CPackConfig.cmake" -B "$work" >"$work/log" || { cat "$work/log"; fail "no package"; }
+package=$work/orvellis_1.5_amd64.deb
+[ -f "$package" ] || fail "the package has another name"
+if command -v lintian >/dev/null; then
+  lintian --allow-root --fail-on error,warning "$package" >"$work/lintian" 2>&1 || { cat "$work/lintian"; fail "lintian"; }
+fi
+
+purge() { dpkg --purge orvellis >/dev/null 2>&1 || true; }
+trap 'purge; rm -rf "$work"' EXIT
+dpkg --install "$package" >"$work/log" 2>&1 || { cat "$work/log"; fail "it does not install"; }
+[ "$(stat -c '%a %U %G' /etc/orvellis/passwords)" = '640 root www-data' ] || fail "the password file is open"
+[ "$(stat -c '%a %U' /var/log/orvellis)" = '750 www-data' ] || fail "the log folder"
+cmp -s /usr/libexec/orvellis/cgi/orvellis.conf /etc/orvellis/orvellis.conf || fail "the program does not find its configuration"
+orvellis about | grep -q 'Orvellis 1.5' || fail "the command does not run"
+[ -f /usr/share/orvellis/site/index.html ] && [ -f /usr/share/orvellis/site/docs/chapter4.html ] || fail "the site is not complete"
+man -l /usr/share/man/man1/orvellis.1.gz >/dev/null 2>&1 || [ ! -x /usr/bin/man ] || fail "the manual page"
+
+# As installed: nobody is let in; with a password, there is a report over the machine's log.
+form='username=nginx&password=Teapot&date=03052000,03052000&find=/&subdirs=1&requests=1'
+post() {
+  echo "$form" | (cd /usr/libexec/orvellis/cgi && env -i REQUEST_METHOD=POST CONTENT_LENGTH=${#form} TZ=UTC ./orvellis) >"$work/page"
+}
+post
+grep -q 'Error #2' "$work/page" || fail "a fresh installation lets strangers in"
+echo 'nginx:Teapot' >>/etc/orvellis/passwords
+post
+! grep -q 'Error #2' "$work/page" || fail "the password is not accepted"
+grep -q 'Unauthorized access' /var/log/orvellis/error.log || fail "nothing stands in the error log"
+
+# An upgrade keeps what was edited.
+echo 'user=mine;logs=/nowhere/*;url=http://www.example.com;password=*' >>/etc/orvellis/orvellis.conf
+dpkg --install "$package" >"$work/log" 2>&1 || { cat "$work/log"; fail "it does not upgrade"; }
+grep -q '^user=mine;' /etc/orvellis/orvellis.conf || fail "the upgrade lost the edited configuration"
+grep -q '^nginx:Teapot' /etc/orvellis/passwords || fail "the upgrade lost the passwords"
+
+dpkg --purge orvellis >"$work/log" 2>&1 || { cat "$work/log"; fail "it cannot be purged"; }
+for path in /etc/orvellis /var/log/orvellis /usr/libexec/orvellis /usr/share/orvellis /usr/bin/orvellis /usr/share/doc/orvellis \
+  /etc/logrotate.d/orvellis; do
+  [ ! -e "$path" ] && [ ! -L "$path" ] || fail "purging leaves $path behind"
+done

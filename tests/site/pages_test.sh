@@ -1,0 +1,164 @@
+#!/bin/sh
+# Walks everything an installed Orvellis serves; run by with_server.sh.
+set -u
+cgi=$BASE_URL/orvellis-cgi/orvellis
+conf=$WORK/test.conf
+failures=0
+
+fail() {
+  echo "FAILED: $*"
+  failures=$((failures + 1))
+}
+contains() { # FILE TEXT, and what it means
+  grep -aqF -- "$2" "$1" || fail "$3: no '$2'"
+}
+lacks() {
+  ! grep -aqiF -- "$2" "$1" || fail "$3: '$2'"
+}
+get() { curl -s -D "$WORK/headers" -o "$WORK/page" "$@"; }
+post() { get --data "$1" "$cgi"; }
+status_of() { curl -s -o "$WORK/body" -w '%{http_code}' "$@"; }
+
+# ---- Every link that a page prints leads somewhere on this site ----
+
+: >"$WORK/links"
+# Adds the root-relative addresses of the page to the list, and checks those
+# within the page itself.
+collect_links() { # FILE NAME
+  tr '\n' ' ' <"$1" | grep -aoE '(href|src|action)="[^"]*"' | sed -E 's/^[a-z]+="//; s/"$//' |
+    while IFS= read -r link; do
+      case $link in
+        /*) echo "$link" ;;
+        \#*) grep -aqE "(id|name)=\"?${link#\#}[\"> ]" "$1" || echo "BROKEN $2 $link" ;;
+        http://www.example.com* | http://localhost* | mailto:*) ;;  # addresses of the logs' own sites
+        http*) [ "$2" = report ] || echo "BROKEN $2 $link" ;;
+        *) echo "BROKEN $2 $link" ;;
+      esac
+    done >>"$WORK/links"
+}
+check_links() {
+  links=$(sort -u "$WORK/links" | grep -v '^BROKEN')
+  grep '^BROKEN' "$WORK/links" && fail "links that lead nowhere"
+  for link in $links; do
+    code=$(status_of "$BASE_URL${link%%#*}")
+    [ "$code" = 200 ] || fail "$link answers $code"
+    case $link in
+      *\#*) grep -aq "id=\"${link#*#}\"" "$WORK/body" || fail "$link has no such anchor" ;;
+    esac
+  done
+  [ "$(echo "$links" | wc -l)" -gt 25 ] || fail "only these links were found: $links"
+}
+
+# ---- The static pages ----
+
+for page in / /docs/ /docs/getting-started.html /docs/parameters.html /docs/configuration.html /docs/chapter4.html \
+  /docs/log-formats.html /docs/report-page.html /docs/operation.html /docs/security.html /support/errors/ \
+  /products/orvellis/support/searchengines.asp /product.html; do
+  get "$BASE_URL/orvellis$page"
+  grep -qi '^HTTP.* 200' "$WORK/headers" || fail "$page is not served"
+  grep -qi '^Content-Type: text/html' "$WORK/headers" || fail "$page is not HTML"
+  contains "$WORK/headers" "script-src 'self'" "policy of $page"
+  contains "$WORK/page" '<html lang="en">' "$page"
+  collect_links "$WORK/page" "$page"
+done
+[ "$(status_of "$BASE_URL/Orvellis/")" = 200 ] || fail "/Orvellis/ is not the request form"
+contains "$WORK/body" 'Report Request Form' "/Orvellis/"
+for number in 1 2 4 5 6 7 8 9 10 11; do
+  get "$BASE_URL/orvellis/or15-err$number.gif"
+  grep -qi '^Content-Type: image/gif' "$WORK/headers" || fail "picture of error $number"
+done
+for picture in or15-reg blue2x5 red2x5; do
+  [ "$(status_of "$BASE_URL/orvellis/$picture.gif")" = 200 ] || fail "$picture.gif"
+  [ "$(head -c 4 "$WORK/body")" = GIF8 ] || fail "$picture.gif is no picture"
+done
+case $(status_of "$BASE_URL/orvellis-cgi/orvellis.conf") in
+  403 | 404) ;;
+  *) fail "the configuration file is served" ;;
+esac
+lacks "$WORK/body" UserPasswords "the configuration file is served"
+
+# ---- The program: headers and limits ----
+
+check_report_headers() { # what the page is
+  for header in "Content-Security-Policy: sandbox allow-forms allow-popups; default-src 'none'; img-src 'self'; style-src 'self'" \
+    "X-Content-Type-Options: nosniff" "Referrer-Policy: no-referrer" "X-Robots-Tag: noindex, nofollow" \
+    "Cache-Control: no-store"; do
+    contains "$WORK/headers" "$header" "headers of $1"
+  done
+  tr -d '\r' <"$WORK/headers" | grep -qix 'Content-Type: text/html' || fail "headers of $1: a charset is forced"
+}
+
+head -c 70000 /dev/zero | tr '\0' 'a' >"$WORK/large"
+[ "$(status_of --data-binary "@$WORK/large" "$cgi")" = 413 ] || fail "a request of 70 kB is accepted"
+
+form="username=$SERVER&password=Teapot&sm=03&sd=05&sy=2000&em=03&ed=11&ey=2000&find=/&subdirs=1&requests=1&referrers=1\
+&search=1&browsers=1&badurls=1&badurl_referrers=1&badreferrers=1&domains=1&domaintypes=1&dailytotals=1&hitsperdayofweek=1\
+&hitsperhour=1"
+post "$form"
+check_report_headers 'the report'
+contains "$WORK/page" '</html>' 'the report'
+contains "$WORK/page" '/orvellis/blue2x5.gif' 'the report'
+contains "$WORK/page" 'searchengines.asp' 'the report'
+contains "$WORK/page" '/orvellis/report.css' 'the report'
+lacks "$WORK/page" 'Error #' 'the report'
+collect_links "$WORK/page" report
+
+# The server's own log, as the configuration has it from the start.
+today=$(date +%m%d%Y)
+for _ in 1 2 3 4 5 6 7 8 9 10 11 12; do  # servers write their logs with a delay
+  post "username=$SERVER&password=Teapot&date=$today,$today&find=/orvellis&subdirs=1&requests=1"
+  grep -qF '/orvellis/docs/chapter4.html' "$WORK/page" && break
+  sleep 1
+done
+contains "$WORK/page" '/orvellis/docs/chapter4.html' "the report over the server's own log"
+
+for page in about credits; do
+  get "$cgi?$page"
+  check_report_headers "$page"
+  contains "$WORK/page" 'Orvellis 1.5' "$page"
+  collect_links "$WORK/page" "$page"
+done
+get "$cgi?remotedebug"
+contains "$WORK/page" 'Remote debugging not enabled' 'remotedebug'
+
+# ---- Every error page that a request can bring about ----
+
+error() { # NUMBER, and what was done
+  contains "$WORK/page" "Orvellis Error #$1:" "$2"
+  contains "$WORK/page" "or15-err$1.gif" "$2"
+  check_report_headers "$2"
+  collect_links "$WORK/page" "error $1"
+  get "$BASE_URL/orvellis/support/errors/"
+  contains "$WORK/page" "id=\"error$1\"" "the page of error numbers"
+}
+get "$cgi"
+error 1 'GET'
+post "$form&password=wrong"
+error 2 'a wrong password'
+post "username=nobody"
+error 2 'an unknown account'
+cat >"$conf" <<END
+UserPasswords=$WORK/no-such-file
+user=nourl;logs=$WORK/log/*;password=*
+user=nologs;url=http://www.example.com;password=*
+user=empty;logs=$WORK/nothing/*;url=http://www.example.com;password=*
+user=secret;logs=$WORK/log/*;url=http://www.example.com
+END
+post "config=$conf&username=nourl&date=03052000"
+error 4 'an account without url'
+post "config=$conf&username=nologs&date=03052000"
+error 5 'an account without logs'
+post "config=$conf&username=empty&date=03052000,03042000"
+error 7 'an end before the start'
+post "config=$conf&username=secret&date=03052000"
+error 10 'a missing password file'
+post "config=$conf&username=empty&date=03052000,03052000"
+error 11 'no logs'
+mv "$PREFIX/libexec/orvellis/cgi/orvellis.conf" "$WORK/aside"
+post "$form"
+mv "$WORK/aside" "$PREFIX/libexec/orvellis/cgi/orvellis.conf"
+error 9 'no configuration'
+
+check_links
+[ "$failures" = 0 ] || echo "$failures failures behind $SERVER"
+[ "$failures" = 0 ]
