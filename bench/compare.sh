@@ -100,8 +100,8 @@ peers() {
     show awffull "$records" "$wc" $(measure awffull -q -o peer -n bench "$log")
   fi
   if command -v analog >/dev/null; then
-    show analog "$records" "$wc" $(measure analog -G +g/dev/null "+C\"LOGFORMAT COMBINED\"" "+C\"OUTFILE peer/analog.html\"" \
-      "+C\"ALLCHART OFF\"" -A +D +d +h +o +Z +r +f +n +b +I +K "$log")
+    show analog "$records" "$wc" $(measure analog -G +g/dev/null "+CLOGFORMAT COMBINED" "+COUTFILE peer/analog.html" \
+      "+CALLCHART OFF" -A +D +d +h +o +Z +r +f +n +b +I +K "$log")
   fi
   if [ -x /usr/lib/cgi-bin/awstats.pl ]; then
     cat >peer/awstats.bench.conf <<EOF
