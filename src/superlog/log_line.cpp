@@ -178,13 +178,13 @@ static bool TakeValue(char letter, std::string_view value, SuperLogRecord& recor
 // Walks the known layout along the current line.
 static bool SplitLine(SuperLogRecord& record, LineParts& parts) {
   FieldCursor cursor = {mpLine, mpLineEnd, nullptr, 0};
-  FieldParser parse_field = ParseField;
+  char separator = 'S';
   for (const char* letter = mKnownFormatBuf; *letter != '\0' && cursor.next != cursor.end; ++letter) {
     if (IsSeparatorLetter(*letter)) {
-      parse_field = FindFieldParser(*letter);
+      separator = *letter;
       continue;
     }
-    parse_field(cursor);
+    ParseFieldBySeparator(cursor, separator);
     if (cursor.length > kTextMax) {
       cursor.length = kTextMax;
       cursor.value[kTextMax] = '\0';
