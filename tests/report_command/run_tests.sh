@@ -700,6 +700,7 @@ install_in_root() { # SERVER...
   mkdir -p root/usr/bin root/usr/share/orvellis/conf root/etc/orvellis
   cp "$project"/bin/* root/usr/bin/
   printf '# accounts' >root/etc/orvellis/orvellis.conf
+  printf '# About.\n\nScriptAlias /orvellis-cgi/ /cgi/\n' >root/usr/share/orvellis/conf/apache.conf
   for name in "$@"; do mkdir -p "root/etc/$name/conf-available" "root/etc/$name/conf-enabled" "root/etc/$name/conf.d"; done
 }
 init_site() {
@@ -715,6 +716,8 @@ test_init_site_shows_and_changes_nothing() {
   expect_in out 'This would be written'
   expect_in out 'user=apache;logs=/var/log/apache2/access.log*[!z];url=http://localhost;title=apache'
   expect_in out '/etc/apache2/conf-available/orvellis.conf -> /usr/share/orvellis/conf/apache.conf'
+  expect_in out '    ScriptAlias /orvellis-cgi/ /cgi/'
+  ! grep -q '# About' out || failed 'comments are shown'
   find root | diff before - || failed 'files are changed'
   [ "$(cat root/etc/orvellis/orvellis.conf)" = '# accounts' ] || failed 'the configuration is changed'
 }
