@@ -44,9 +44,11 @@ check_log() { # FILE NAME N PARAMETERS...
 
 check_conf() { # FILE NAME
   grep '^search=' "$1" >"$work/search"
+  # Logs are looked for where there are none: this machine's own are not to be touched.
+  sed "s#\\(logs\\|AccessLog\\)=/#\\1=$work/absent/#g" "$1" >"$work/accounts.conf"
   for user in $(grep '^user=' "$1" | sed 's/^user=\([^;]*\);.*/\1/'); do
-    report "$1" "username=$user" password=SECRET date=03052000,03052000
-    grep -aq 'Error #11:' "$work/page" || fail "$2: account $user"  # its logs are not on this machine
+    report "$work/accounts.conf" "username=$user" password=SECRET date=03052000,03052000
+    grep -aq 'Error #11:' "$work/page" || fail "$2: account $user"
   done
 }
 
@@ -84,6 +86,22 @@ for document in "$source_dir"/docs/*.md; do
   done
 done
 [ "$checked" -gt 15 ] || fail "only $checked samples were found"
+
+# The examples of the manual pages: the command, over an account of its name that
+# has the sample logs; the accounts, which are complete but have no logs here.
+literal_blocks() { # PAGE
+  awk '/^\.Sh/ { on = /EXAMPLES/ } on && /^\.Ed/ { in_block = 0 } on && in_block { print } on && /^\.Bd/ { in_block = 1 }' "$1" |
+    sed 's/\\e$/\\/'
+}
+literal_blocks "$source_dir/man/orvellis.1" >"$work/example.sh"
+grep -q '^orvellis ' "$work/example.sh" || fail "orvellis.1: no example was found"
+echo "user=apache;logs=samples/logs/*.log;url=http://www.example.com;password=*" >"$work/tree/orvellis.conf"
+ln -s "$program" "$work/tree/orvellis"
+(cd "$work/tree" && sed 's|/etc/orvellis/||' "$work/example.sh" | env -i TZ=UTC LC_ALL=C PATH="$work/tree:/usr/bin:/bin" sh)
+grep -aq 'HTTP Requests:</b></td><td width="50%">[1-9]' "$work/tree/report.html" || fail "orvellis.1: the example reports nothing"
+literal_blocks "$source_dir/man/orvellis.conf.5" >"$work/lines"
+[ "$(grep -c '^user=' "$work/lines")" -ge 2 ] || fail "orvellis.conf.5: no example accounts were found"
+check_conf "$work/lines" orvellis.conf.5
 
 # Every key and every parameter, in the documentation and in the manual pages.
 keys=$(grep -oE '^    \{"[A-Za-z_]+",' "$source_dir/src/config/config_file.cpp" | tr -d ' {",')
