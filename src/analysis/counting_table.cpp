@@ -261,9 +261,14 @@ void queue_item(List& list, ListInfo* info, std::string_view key, std::string_vi
   waiting.list = &list;
   waiting.info = info;
   waiting.ignore_case = ignore_case;
-  waiting.length = static_cast<uint8_t>(key.copy(waiting.key, kTextMax));
-  waiting.sublength = static_cast<uint8_t>(subkey.copy(waiting.subkey, kTextMax));
-  waiting.hash = HashKey({waiting.key, waiting.length}, ignore_case, mSeed);
+  key = key.substr(0, kTextMax);
+  subkey = subkey.substr(0, kTextMax);
+  waiting.length = static_cast<uint8_t>(key.size());
+  waiting.sublength = static_cast<uint8_t>(subkey.size());
+  // Hashed where it stands: words just written cannot be read back at other places without a wait.
+  waiting.hash = HashKey(key, ignore_case, mSeed);
+  CopyKey(waiting.key, key.data(), key.size());
+  CopyKey(waiting.subkey, subkey.data(), subkey.size());
   FetchSlot(list, waiting.hash);
 }
 

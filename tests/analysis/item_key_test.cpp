@@ -123,3 +123,14 @@ TEST(HashKey, SpreadsNumberedKeysOverTheLowBits) {
   EXPECT_NEAR(static_cast<double>(homes.size()), kKeys * 0.632,
               kKeys * 0.02);  // 1 - 1/e, as random ones would
 }
+TEST(CopyKey, CopiesEveryLengthAndNothingBeyond) {
+  char from[kTextMax];
+  for (size_t i = 0; i < sizeof from; ++i) {
+    from[i] = static_cast<char>(i + 1);
+  }
+  for (size_t length = 0; length <= kTextMax; ++length) {
+    std::string to(kTextMax + 1, '#');
+    CopyKey(to.data(), from, length);
+    EXPECT_EQ(to, std::string(from, length) + std::string(kTextMax + 1 - length, '#')) << length;
+  }
+}
