@@ -9,6 +9,7 @@
 #include "base/text.h"
 #include "dates/local_time.h"
 #include "log_text.h"
+#include "superlog/byte_scan.h"
 #include "superlog/log_dates.h"
 #include "superlog/log_format.h"
 #include "superlog/superlog.h"
@@ -513,7 +514,7 @@ TEST(TrimFullRequest, KeepsTheUrl) {
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.request);
-    char buffer[64];
+    char buffer[64 + kScanOverread];
     CopyText(buffer, row.request);
     std::string_view text = buffer;
     TrimFullRequest(text);
@@ -540,7 +541,7 @@ TEST(TranslateWebStarResultCode, LooksAtTheFirstTwoCharacters) {
 // --- Hosts ------------------------------------------------------------------------
 
 static std::string TrimHost(const char* host) {
-  char buffer[64];
+  char buffer[64 + kScanOverread];
   CopyText(buffer, host);
   std::string_view text = buffer;
   TrimPort(text);
