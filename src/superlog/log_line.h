@@ -8,6 +8,9 @@
 #include <cstdint>
 #include <string_view>
 
+// The texts below lie in a log line's buffer: kScanOverread bytes from their end
+// on can be read (byte_scan.h).
+
 // Reduces a full request line (method, URL, protocol) to its URL: what lies
 // between the first and the second space, or behind the only one. A value
 // without space stays whole.
