@@ -1,5 +1,6 @@
 // One process serves one request. The run, step by step; each step lives in the
 // file that its include names.
+#include <csignal>
 #include <cstdio>
 
 #include "cgi/check_params.h"
@@ -11,9 +12,14 @@
 #include "report/error_page.h"
 #include "report/extra_texts.h"
 #include "report/info_pages.h"
+#include "report/page_end.h"
 #include "report/page_frame.h"
 #include "report/report_page.h"
 #include "superlog/superlog.h"
+
+// Not left to the library, so that it takes no memory: where there is too little
+// for a report, its head can still be held back.
+static char mPageBuffer[16384];
 
 static void Report(bool account_found, const Environment& env, Settings& settings) {
   if (!account_found) {
@@ -45,6 +51,10 @@ static void PrintPage(bool account_found, const Environment& env, Settings& sett
 }
 
 int main(int argc, char** argv) {
+  // A file that may not grow any more is a full disk, not a reason to die.
+  signal(SIGXFSZ, SIG_IGN);
+  setvbuf(stdout, mPageBuffer, _IOFBF, sizeof mPageBuffer);
+
   // 1, 2: the two records of the run.
   Environment env;
   Settings settings;
@@ -59,7 +69,7 @@ int main(int argc, char** argv) {
     if (argc <= 1) {
       CommandLineHelp();
       EndOrvellisCleanup(settings);
-      return 0;
+      return FinishPage();
     }
   } else {
     fputs("Content-type: text/html\n\n", stdout);
@@ -80,5 +90,5 @@ int main(int argc, char** argv) {
   // 9 to 11: the page asked for.
   PrintPage(account_found, env, settings);
   EndOrvellisCleanup(settings);
-  return 0;
+  return FinishPage();
 }

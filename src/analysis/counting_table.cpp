@@ -8,6 +8,7 @@
 #include "analysis/item_key.h"
 #include "analysis/smart_memory.h"
 #include "analysis/smart_memory_internal.h"
+#include "base/memory_end.h"
 #include "base/text.h"
 
 ListInfoChain gListInfo;
@@ -140,7 +141,7 @@ void init_list(List& list, ListInfo*& info, const char* name) {
   list = {};
   info = static_cast<ListInfo*>(mpAllocateZeroed(1, sizeof(ListInfo)));
   if (info == nullptr) {
-    exit(1);
+    EndWithoutMemory();
   }
   info->head = &list;
   info->name = name;
@@ -153,12 +154,12 @@ void init_list(List& list, ListInfo*& info, const char* name) {
 static ListItem& NewItem(List& list, ListInfo& info, std::string_view key, uint32_t hash,
                          const ListItem* parent) {
   if (!MakeRoom(list) && !(ReclaimAfterRefusal(parent) && MakeRoom(list))) {
-    exit(1);
+    EndWithoutMemory();
   }
   const size_t padded = PaddedKeySize(key.size());
   ListItem* item = static_cast<ListItem*>(smart_alloc(offsetof(ListItem, name) + padded, info, parent));
   if (item == nullptr) {
-    exit(1);
+    EndWithoutMemory();
   }
   item->next = list.first;
   item->sublist = nullptr;
@@ -183,7 +184,7 @@ static List& SublistOf(ListItem& item) {
       list = static_cast<List*>(mpAllocateZeroed(1, sizeof(List)));
     }
     if (list == nullptr) {
-      exit(1);
+      EndWithoutMemory();
     }
     item.sublist = list;
   }

@@ -3,12 +3,14 @@
 #include <arpa/inet.h>
 #include <sys/socket.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 
 #include "analysis/dns_cache_internal.h"
 #include "analysis/smart_memory.h"
 #include "analysis/string_hash.h"
+#include "base/memory_end.h"
 
 static constexpr uint32_t kBucketCount = 1024;  // a power of two
 
@@ -24,22 +26,33 @@ char* GetHostFromIP(const char* address) {
   return address == nullptr ? nullptr : FindDNSInCache(address);
 }
 
+static char* Copy(const char* text) {
+  char* const copy = smart_strdup(text);
+  if (text != nullptr && copy == nullptr) {
+    EndWithoutMemory();
+  }
+  return copy;
+}
+
 char* ReverseDNS_Lookup(const char* address) {
   const in_addr_t number = inet_addr(address);
   if (number == INADDR_NONE) {
     return nullptr;
   }
+  errno = 0;
   const hostent* const record = mpResolver(&number, sizeof number, AF_INET);
-  return record == nullptr ? nullptr : smart_strdup(record->h_name);
+  if (record == nullptr && errno == ENOMEM) {
+    EndWithoutMemory();  // no answer, and a host counted by its address would be wrong
+  }
+  return record == nullptr ? nullptr : Copy(record->h_name);
 }
 
 CacheEntry* CreateCacheEntry(const char* address, char* host) {
   CacheEntry* const entry = static_cast<CacheEntry*>(calloc(1, sizeof(CacheEntry)));
-  char* const copy = smart_strdup(address);
-  if (entry == nullptr || copy == nullptr) {
-    exit(1);
+  if (entry == nullptr) {
+    EndWithoutMemory();
   }
-  entry->address = copy;
+  entry->address = Copy(address);
   entry->host = host;
   return entry;
 }
@@ -97,7 +110,7 @@ char* FindDNSInCache(const char* address) {
     CheckCacheLimits(entry);
     LinkIntoBucket(entry, bucket);
   }
-  return smart_strdup(entry->host);
+  return Copy(entry->host);
 }
 
 void DestroyDNSCache() {

@@ -5,6 +5,9 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/memory_end.h"
+#include "base/plain_file.h"
+
 namespace {
 
 struct Name {
@@ -70,7 +73,7 @@ static void AppendName(NameFile& names, const Name& name) {
     names.capacity = names.capacity == 0 ? 512 : names.capacity * 2;
     Name* const grown = static_cast<Name*>(realloc(names.names, names.capacity * sizeof(Name)));
     if (grown == nullptr) {
-      exit(1);
+      EndWithoutMemory();
     }
     names.names = grown;
   }
@@ -88,15 +91,14 @@ static void SortNames() {
   }
 }
 
-// Makes the file at path the one whose names are held.
-static void ReadNamesOnce(const char* path) {
+void ReadNamesOnce(const char* path) {
   if (mNames.read && strcmp(mNames.path, path) == 0) {
     return;
   }
   mNames.read = true;
   mNames.count = 0;
   CopyText(mNames.path, path);
-  FILE* const file = fopen(path, "r");
+  FILE* const file = OpenPlainFile(path);
   if (file == nullptr) {
     return;
   }

@@ -1,8 +1,8 @@
 // Names of top-level domains, from the installation's names file.
 //
 // The file holds one record per line: a code, in upper case and up to 19
-// characters long, white space, and a description. It is read at the first
-// call and kept for the run.
+// characters long, white space, and a description. It is read once and
+// kept for the run.
 //
 // Three properties of the format: a code that stands alone on its line takes the
 // next line as its description; a description goes on for 99 characters, and
@@ -11,6 +11,10 @@
 #pragma once
 
 #include "base/text.h"
+
+// Makes the names of the file at path those that are held. Called before a page is
+// begun, it leaves nothing for which the page could lack memory half-way.
+void ReadNamesOnce(const char* path);
 
 // Upper-cases item (ASCII) and, when the file at path has it as a code, replaces
 // it by the code's description as written. The records that follow are held

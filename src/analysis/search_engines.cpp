@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "analysis/search_defaults.h"
+#include "base/memory_end.h"
 
 SearchEngine* mpEngineHead = nullptr;
 int mEnginesCount = 0;
@@ -22,14 +23,22 @@ uint64_t LetterPairs(std::string_view text) {
 
 // ---- Records ------------------------------------------------------------------
 
-// A zeroed record of type T with room for the name behind it, or null.
+// Without a record phrases would be missing from the report.
+template <typename T>
+static T* NewRecord(size_t room_behind = 0) {
+  T* record = static_cast<T*>(calloc(1, sizeof(T) + room_behind));
+  if (record == nullptr) {
+    EndWithoutMemory();
+  }
+  return record;
+}
+
+// A zeroed record of type T with the name behind it.
 template <typename T>
 static T* NewNamedRecord(std::string_view name) {
-  T* record = static_cast<T*>(calloc(1, sizeof(T) + name.size() + 1));
-  if (record != nullptr) {
-    record->length = name.size();
-    CopyText(record->name, name.size() + 1, name);
-  }
+  T* record = NewRecord<T>(name.size() + 1);
+  record->length = name.size();
+  CopyText(record->name, name.size() + 1, name);
   return record;
 }
 
@@ -43,14 +52,12 @@ static void AppendToChain(T*& head, T* record) {
 }
 
 SearchEngine* SearchEngine_New() {
-  return static_cast<SearchEngine*>(calloc(1, sizeof(SearchEngine)));
+  return NewRecord<SearchEngine>();
 }
 
 SearchDomainInfo* SearchDomainInfo_New(std::string_view name) {
   auto* domain = NewNamedRecord<SearchDomainInfo>(name);
-  if (domain != nullptr) {
-    domain->letter_pairs = LetterPairs(name);
-  }
+  domain->letter_pairs = LetterPairs(name);
   return domain;
 }
 
@@ -129,7 +136,7 @@ static std::string_view TakeRestOrPiece(std::string_view& text, char separator) 
 
 static SearchDomainInfo* MakeDomain(std::string_view name, std::string_view variables) {
   SearchDomainInfo* domain = SearchDomainInfo_New(name);
-  while (domain != nullptr && !variables.empty()) {
+  while (!variables.empty()) {
     SearchVariable_Append(domain, TakeRestOrPiece(variables, ','));
   }
   return domain;
@@ -142,11 +149,7 @@ static void ParseDomains(SearchEngine& engine, std::string_view text) {
     if (!TakePrefix(part, "domain=") || !TakePrefix(text, "vars=")) {
       continue;
     }
-    SearchDomainInfo* domain = MakeDomain(part, TakeRestOrPiece(text, ';'));
-    if (domain == nullptr) {
-      return;
-    }
-    SearchDomainInfo_Append(&engine, domain);
+    SearchDomainInfo_Append(&engine, MakeDomain(part, TakeRestOrPiece(text, ';')));
   }
 }
 
@@ -157,9 +160,6 @@ void ParseSearchEngineDefinition(std::string_view text) {
     return;
   }
   SearchEngine* engine = SearchEngine_New();
-  if (engine == nullptr) {
-    return;
-  }
   CopyText(engine->name, name);
   CopyText(engine->url, url);
   ParseDomains(*engine, text);

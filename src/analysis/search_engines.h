@@ -66,14 +66,13 @@ void Search_Init();
 // of the fragment's.
 uint64_t LetterPairs(std::string_view text);
 
-// The pieces that definitions are built from. New records are empty, or null when
-// memory is refused; names are copied.
+// The pieces that definitions are built from. New records are empty; names are
+// copied. When memory runs out, the process exits with status 1.
 SearchEngine* SearchEngine_New();
 SearchDomainInfo* SearchDomainInfo_New(std::string_view name);
 
 // Append at the end of the engine list, of an engine's domains (ignored when
-// either is null), of a domain's variables (ignored when the name is empty or
-// memory is refused).
+// either is null), of a domain's variables (ignored when the name is empty).
 void SearchEngine_Append(SearchEngine* engine);
 void SearchDomainInfo_Append(SearchEngine* engine, SearchDomainInfo* domain);
 void SearchVariable_Append(SearchDomainInfo* domain, std::string_view name);

@@ -8,6 +8,7 @@
 
 #include "analysis/dns_cache.h"
 #include "analysis/normalise.h"
+#include "base/plain_file.h"
 #include "report/error_page.h"
 
 // ---- The installation's own network ----
@@ -78,7 +79,7 @@ bool VerifyPassword(Settings& settings, const Environment& env) {
     return true;
   }
   // deliberate: always a path, the word "system" too
-  FILE* file = fopen(settings.UserPasswords, "r");
+  FILE* file = OpenPlainFile(settings.UserPasswords);
   if (file == nullptr) {
     ServerError(kErrorPasswordFile, env, settings);
   }

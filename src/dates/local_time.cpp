@@ -1,6 +1,9 @@
 #include "dates/local_time.h"
 
+#include <cerrno>
 #include <cstdint>
+
+#include "base/memory_end.h"
 
 // How the sums are known to be exact.
 //
@@ -202,7 +205,12 @@ bool TimeToLocal(time_t when, tm& parts) {
 }
 
 void ResetLocalTime() {
+  errno = 0;
   tzset();
+  // The library would go on in universal time.
+  if (errno == ENOMEM) {
+    EndWithoutMemory();
+  }
   for (Hour& hour : mHours) {
     hour.number = 0;
   }

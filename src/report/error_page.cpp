@@ -1,11 +1,17 @@
 #include "report/error_page.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 
 #include "dates/clock.h"
 #include "report/extra_texts.h"
+#include "report/page_end.h"
 #include "report/site.h"
 
 // Texts of one error. A name in braces stands for a value of the request, see
@@ -150,6 +156,8 @@ static const Value kValues[] = {
 // Room for the longest text with all its values at full length.
 static constexpr size_t kFilledSize = 2048;
 
+static constexpr mode_t kNewLogMode = 0666;
+
 static std::string_view ValueOf(std::string_view name, const Environment& env, const Settings& settings) {
   for (const Value& value : kValues) {
     if (value.name == name) {
@@ -230,12 +238,17 @@ void PrintErrorPage(int number, const Environment& env, const Settings& settings
 void ServerError(int number, const Environment& env, Settings& settings) {
   PrintErrorPage(number, env, settings);
   EndOrvellisCleanup(settings);
-  exit(0);
+  exit(FinishPage());
 }
 
 void LogError(const Settings& settings, const char* message) {
-  FILE* log = settings.ErrorLog[0] == '\0' ? nullptr : fopen(settings.ErrorLog, "a");
-  if (log == nullptr) {
+  if (settings.ErrorLog[0] == '\0') {
+    return;
+  }
+  // Without O_NONBLOCK, opening a named pipe would wait for a reader, and writing for room in it.
+  const int log =
+      open(settings.ErrorLog, O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK | O_CLOEXEC | O_NOCTTY, kNewLogMode);
+  if (log < 0) {
     return;
   }
   const time_t now = CurrentTime();
@@ -243,6 +256,11 @@ void LogError(const Settings& settings, const char* message) {
   localtime_r(&now, &local);
   char stamp[32];
   strftime(stamp, sizeof stamp, "%d/%b/%Y:%H:%M:%S", &local);
-  fprintf(log, "[%s] %s\n", stamp, message);
-  fclose(log);
+  char line[sizeof stamp + kFilledSize + 4];
+  snprintf(line, sizeof line, "[%s] %s\n", stamp, message);
+  // In one piece, so that the lines of concurrent runs stay whole.
+  if (write(log, line, strlen(line)) < 0) {
+    errno = 0;  // a page without a line in the log is better than none
+  }
+  close(log);
 }

@@ -25,7 +25,7 @@ enum Error : int {
 void PrintErrorPage(int number, const Environment& env, const Settings& settings);
 
 // Prints the error page, releases the extra texts of the settings and ends the
-// process with status 0.
+// process with status 0, or 2 when the page could not be written.
 [[noreturn]] void ServerError(int number, const Environment& env, Settings& settings);
 
 // Appends "[%d/%b/%Y:%H:%M:%S] message" (local time) to the file ErrorLog. Does

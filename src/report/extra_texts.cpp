@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/memory_end.h"
+
 static int mExtraHeaderSource = 0;
 static int mExtraFooterSource = 0;
 
@@ -12,6 +14,9 @@ static void ReplaceText(char*& held, int& held_level, const char* text, int leve
   }
   free(held);
   held = strdup(text);
+  if (held == nullptr) {
+    EndWithoutMemory();
+  }
   held_level = level;
 }
 

@@ -5,7 +5,9 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "base/plain_file.h"
 #include "report/extra_texts.h"
+#include "report/page_end.h"
 #include "report/site.h"
 
 static constexpr int kBuildNumber = 51;
@@ -127,7 +129,7 @@ void RemoteDebug(const Settings& settings) {
     return;
   }
   printf("Configuration filename=%s<p>\n", settings.config);
-  std::FILE* file = fopen(settings.config, "r");
+  std::FILE* file = OpenPlainFile(settings.config);
   if (file == nullptr) {
     fputs("Error! Could not open the configuration file!<p>\n", stdout);
     return;
@@ -195,5 +197,5 @@ void DebugMode(Settings& settings, const FormEntry* entries, int count) {
   }
   fputs("</pre>\n", stdout);
   EndOrvellisCleanup(settings);
-  exit(0);
+  exit(FinishPage());
 }

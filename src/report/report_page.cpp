@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "analysis/driver.h"
+#include "analysis/resolve_item.h"
 #include "analysis/smart_memory.h"
 #include "report/debug_rows.h"
 #include "report/error_page.h"
@@ -68,6 +69,9 @@ void do_bigass_analysis(Settings& settings, const Environment& env) {
     ServerError(11, env, settings);
   }
   CountLogs(settings, analysis);
+  if (settings.domaintypes.on != 0) {
+    ReadNamesOnce(settings.Networks);
+  }
   CompleteMemoryPeak();
   PrintDebugRows(settings);
   DisplayHeader(settings, analysis.hits, analysis.bytes);

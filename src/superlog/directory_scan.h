@@ -1,23 +1,31 @@
 // The files that match a shell pattern, sorted by name.
 #pragma once
 
+#include <dirent.h>
 #include <glob.h>
 
 #include <cstddef>
 #include <cstdint>
 
+#include "base/text.h"
+
 struct FoundFile {
-  const char* name;  // without directory; valid until FindClose
+  const char* name;  // without directory; valid until the next call
   int64_t size;      // bytes; 0 when the file cannot be examined
 };
 
 struct DirectoryScan {
-  glob_t matches;
+  size_t count;
   size_t next;
+  glob_t matches;                                 // of a pattern with wildcards before its last "/"
+  dirent** entries;                               // of one with wildcards behind it only
+  size_t directory;                               // length of the path's directory, with its "/"
+  char path[kPathSize + sizeof(dirent::d_name)];  // of the entry at hand, or of the only file
 };
 
 // Starts a scan with its first match. False when the pattern is empty or nothing
-// matches; FindClose is then not needed.
+// matches; FindClose is then not needed. When memory runs out, the process exits
+// with status 1.
 bool FindFirst(DirectoryScan& scan, const char* pattern, FoundFile& found);
 
 // The next match; false after the last.

@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/memory_end.h"
+
 LogFile* mpLogsRoot = nullptr;
 
 // The entries in list order, and two hash tables of chained entries. Entries of
@@ -120,8 +122,7 @@ static void Update(LogFile& entry, const LogFile& file) {
 static void AddAtEnd(const LogFile& file) {
   auto* const entry = static_cast<LogFile*>(malloc(sizeof(LogFile)));
   if (entry == nullptr || (mCount == mCapacity && !Grow())) {
-    free(entry);
-    return;
+    EndWithoutMemory();  // without this log the figures would be wrong
   }
   *entry = file;
   entry->next = nullptr;

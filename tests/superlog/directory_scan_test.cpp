@@ -1,9 +1,11 @@
 #include "superlog/directory_scan.h"
 
+#include <glob.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -72,6 +74,49 @@ TEST_F(DirectoryScanTest, FileThatCannotBeExaminedHasSizeZero) {
 TEST_F(DirectoryScanTest, NamedPipeHasSizeZero) {
   ASSERT_EQ(mkfifo((directory + "/a.log").c_str(), 0600), 0);
   EXPECT_EQ(Scan(directory + "/*"), Files{"a.log:0"});
+}
+
+// What the system's glob finds, by name.
+Files Globbed(const std::string& pattern) {
+  Files files;
+  glob_t matches = {};
+  if (glob(pattern.c_str(), 0, nullptr, &matches) == 0) {
+    for (size_t i = 0; i < matches.gl_pathc; ++i) {
+      const std::string path = matches.gl_pathv[i];
+      struct stat info;
+      const long size = stat(path.c_str(), &info) == 0 ? static_cast<long>(info.st_size) : 0;
+      files.push_back(path.substr(path.rfind('/') + 1) + ":" + std::to_string(size));
+    }
+  }
+  globfree(&matches);
+  return files;
+}
+
+TEST_F(DirectoryScanTest, FindsWhatGlobFinds) {
+  for (const char* name :
+       {"a.log", "b.log", "A.log", "a[b", "a*b", "a\\b", ".hidden", "ab", "\xE9.log", "x y.log"}) {
+    Write(name, name);
+  }
+  const std::string by_wildcard = directory.substr(0, directory.size() - 1) + "[" + directory.back() + "]";
+  size_t matches = 0;
+  for (const char* pattern :
+       {"*",      "*.log",   "?.log",   "[ab].log", "[!a].log", "a[b",   "a\\[b",     "a\\*b",
+        "a\\\\b", "\\a.log", "a*",      "*b",       ".*d*",     ".",     "..",        "[",
+        "[a",     "a.log",   "missing", "*y.log",   "\xE9.log", "\xE9*", "[.]hidden", "?hidden"}) {
+    EXPECT_EQ(Scan(directory + "/" + pattern), Globbed(directory + "/" + pattern)) << pattern;
+    EXPECT_EQ(Scan(by_wildcard + "/" + pattern), Globbed(by_wildcard + "/" + pattern)) << pattern;
+    matches += Scan(directory + "/" + pattern).size();
+  }
+  EXPECT_GT(matches, 30u);
+}
+
+TEST_F(DirectoryScanTest, PatternWithoutDirectoryIsOfTheWorkingFolder) {
+  Write("a.log", "123");
+  const std::filesystem::path before = std::filesystem::current_path();
+  std::filesystem::current_path(directory);
+  EXPECT_EQ(Scan("*.log"), Files{"a.log:3"});
+  EXPECT_EQ(Scan("a.log"), Files{"a.log:3"});
+  std::filesystem::current_path(before);
 }
 
 }  // namespace

@@ -1,0 +1,9 @@
+// Opening files whose names were written by somebody else.
+#pragma once
+
+#include <cstdio>
+
+// As fopen for reading, but never waits: a pipe, a socket or a device opens and
+// holds nothing. Null when there is no such file or it may not be read; where
+// memory is refused the run ends.
+FILE* OpenPlainFile(const char* path);

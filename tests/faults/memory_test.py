@@ -1,0 +1,147 @@
+"""Memory refused: a correct report, a report with the memory warning, or status 1 and nothing else."""
+
+import os
+import resource
+
+import faults
+
+
+class MemoryTest(faults.FaultTest):
+    def expect_safe(self, expected, result, what):
+        """Returns which of the three outcomes it was."""
+        self.assertIn(result.status, (0, 1), f"{what}: {result}")
+        if result.status == 1:
+            self.assertEqual(result.page, b"", f"{what}: {result}")
+            return "refused"
+        if b"Error #2" in result.page:
+            return "rejected"
+        self.assertTrue(result.is_complete(), f"{what}: {result}")
+        if result.page == expected:
+            return "correct"
+        if faults.WARNING not in result.page:
+            self.fail(f"{what}: the page differs without a warning:\n" + faults.difference(expected, result.page))
+        return "warned"
+
+    def requests(self, parameters, environment):
+        count = self.path("count")
+        self.expect_report(self.run_once(parameters, environment={
+            "LD_PRELOAD": faults.FAILING_MALLOC, "COUNT_TO": count, **environment}))
+        return int(self.read("count"))
+
+    def refuse_each(self, parameters=None, known_logs=False, environment=None, after=None):
+        """Refuses the n-th request for every n, alone and with all later ones."""
+        environment = environment or {}
+        self.forget_summaries()
+        expected = self.expect_report(self.run_once(parameters, environment=environment))
+        if not known_logs:
+            self.forget_summaries()
+        requests = self.requests(parameters, environment)
+        self.assertGreater(requests, 20)
+        outcomes = {}
+        for variable in "FAIL_AT", "FAIL_FROM":
+            for n in range(1, requests + 1):
+                if not known_logs:
+                    self.forget_summaries()
+                result = self.run_once(parameters, environment={
+                    "LD_PRELOAD": faults.FAILING_MALLOC, variable: str(n), **environment})
+                outcome = self.expect_safe(expected, result, f"{variable}={n}")
+                outcomes[variable, outcome] = outcomes.get((variable, outcome), 0) + 1
+        print(f"{requests} requests: {outcomes}")
+        if b"UserPasswords" not in self.read("orvellis.conf"):
+            self.assertNotIn("rejected", [outcome for _, outcome in outcomes])
+        return outcomes
+
+    def write_small_logs(self):
+        for day in range(2):
+            self.write(f"logs/access{day}.log", faults.made_up_lines(day, day * faults.DAY, faults.DAY, 12))
+
+    @faults.release_only
+    def test_each_request_of_a_first_run(self):
+        self.write_small_logs()
+        outcomes = self.refuse_each()
+        self.assertGreater(outcomes["FAIL_AT", "correct"], 20)
+        self.assertGreater(outcomes["FAIL_FROM", "refused"], 20)
+
+    @faults.release_only
+    def test_each_request_of_a_run_that_may_throw_away(self):
+        self.write_small_logs()
+        self.write("orvellis.conf", self.configuration(
+            keys="SmartMemoryKeepEntries=2\nSmartMemoryReclaimSize=1\n"))
+        outcomes = self.refuse_each(known_logs=True)
+        self.assertGreater(outcomes["FAIL_AT", "warned"], 20)
+        self.assertGreater(outcomes["FAIL_FROM", "refused"], 20)
+
+    @faults.release_only
+    def test_each_request_without_smart_memory(self):
+        self.write_small_logs()
+        outcomes = self.refuse_each(self.parameters("smartmemorydisabled=1"))
+        self.assertNotIn(("FAIL_AT", "warned"), outcomes)
+        self.assertGreater(outcomes["FAIL_AT", "refused"], 20)
+
+    @faults.release_only
+    def test_each_request_around_the_counting(self):
+        # Everything else that takes memory: engines, extra texts, a password's hash, a long names
+        # file, a folder by wildcard, a time zone from the system's files.
+        self.write("logs/access0.log", faults.made_up_lines(0, 0, faults.DAY, 3))
+        self.write("names", "".join(f"X{i} Name {i}\n" for i in range(600)) + "COM Commercial\n")
+        self.write("users.pwd", "demo:" + HASH_OF_LETMEIN + "\n")
+        self.write("orvellis.conf",
+                   "Networks=names\nUserPasswords=users.pwd\nExtraHeader=Above\nExtraFooter=Below\n"
+                   "search=Yahoo;domain=yahoo.com;vars=p,q;domain=yahoo.test;vars=p;\n"
+                   "user=demo;url=http://www.example.com;logs=logs/access*.log;AccessLog=lo?s/access*.log\n")
+        outcomes = self.refuse_each(self.parameters("password=letmein", "debug=1"),
+                                    environment={"TZ": "Europe/Berlin"})
+        self.assertGreater(outcomes["FAIL_AT", "refused"], 20)
+        # A hash that could not be made is no password's: its few requests end in error 2.
+        self.assertLess(outcomes.pop(("FAIL_AT", "rejected"), 0), 8)
+        self.assertLess(outcomes.pop(("FAIL_FROM", "rejected"), 0), 8)
+
+    @faults.release_only
+    def test_each_request_of_a_posted_form(self):
+        self.write("logs/access0.log", faults.made_up_lines(0, 0, faults.DAY, 3))
+        form = "&".join(self.parameters())
+        expected = self.expect_report(self.post(form, {}))
+        refused = 0
+        for n in range(1, 40):
+            result = self.post(form, {"LD_PRELOAD": faults.FAILING_MALLOC, "FAIL_FROM": str(n)})
+            if result.status == 1:
+                refused += 1
+                self.assertIn(result.page, (b"", b"Content-type: text/html\n\n"), n)
+            else:
+                self.expect_same(expected, result, n)
+        self.assertGreater(refused, 20)
+
+    def post(self, form, environment):
+        path = self.write("form", form)
+        with open(path, "rb") as stream:
+            return self.run_once([], stdin=stream, environment={
+                "REQUEST_METHOD": "POST", "CONTENT_LENGTH": str(len(form)), **environment})
+
+    @faults.release_only
+    def test_address_space(self):
+        # Many keys: tables of some 20 MB, so that limits bite at every point of the run.
+        self.write("logs/access0.log", "".join(
+            faults.log_line(i, url=f"/{i * 7919 % 50021:05}/" + "x" * 100, host=f"h{i}.example{i % 20000}.com",
+                            referrer=f"http://www.example.org/{i % 30000}") for i in range(60000)))
+        for keys in "", "SmartMemoryMaxMemoryToAllocate=2000\n", "SmartMemoryMaxMemoryToAllocate=20000\n":
+            self.write("orvellis.conf", self.configuration(keys=keys))
+            self.forget_summaries()
+            expected = self.expect_report(self.run_once())
+            outcomes = {}
+            for mib in [*range(1, 8), *range(8, 48, 2)]:
+                self.forget_summaries()
+                result = self.run_once(limits={resource.RLIMIT_AS: mib << 20})
+                if mib < 8 and result.status in (-6, -11, 127):
+                    continue  # too little for the system to load a program at all
+                outcome = self.expect_safe(expected, result, f"{mib} MiB {keys}")
+                outcomes.setdefault(outcome, []).append(mib)
+            print(f"{keys!r}: {outcomes}")
+            self.assertIn("correct", outcomes)
+            self.assertIn("refused", outcomes)
+
+
+# crypt("letmein"), by a method that takes memory of its own
+HASH_OF_LETMEIN = "$y$j75$abcdefghijkl$WGRORqxFBWcvPLgJKgJO6xyhc5SZNclrotqli5QG2A2"
+
+if __name__ == "__main__":
+    faults.main()
