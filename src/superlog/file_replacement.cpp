@@ -1,20 +1,60 @@
 #include "superlog/file_replacement.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
 
 #include "base/text.h"
 
 static constexpr mode_t kNewFileMode = 0666;
 static constexpr int kWriteFlags = O_WRONLY | O_CREAT | O_CLOEXEC | O_NOCTTY;
 
+// Marks of files that are not to be written.
+static constexpr int kNoFile = -1;
+static constexpr int kBusy = -2;  // another process is writing it
+
 // A hidden name, so that patterns like "logs/*" do not match it.
 static void NameTemporary(FileReplacement& replacement) {
   const std::string_view path = replacement.path;
   const size_t name = path.rfind('/') + 1;
-  snprintf(replacement.temporary, sizeof replacement.temporary, "%.*s.%s.%ld", static_cast<int>(name),
-           replacement.path, replacement.path + name, static_cast<long>(getpid()));
+  snprintf(replacement.temporary, sizeof replacement.temporary, "%.*s.%s.new", static_cast<int>(name),
+           replacement.path, replacement.path + name);
+}
+
+static int CloseAs(int mark, int file) {
+  close(file);
+  return mark;
+}
+
+// Where files cannot be locked there is nobody to wait for.
+static bool Lock(int file) {
+  return flock(file, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
+}
+
+static bool SameFile(const struct stat& a, const struct stat& b) {
+  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+// Opens the temporary file, a new one or one that a dead process left behind. Who
+// holds its lock while it has its name is alone with it.
+static int OpenAlone(const char* path) {
+  const int file = open(path, kWriteFlags | O_NOFOLLOW | O_NONBLOCK, kNewFileMode);
+  if (file < 0) {
+    return kNoFile;
+  }
+  struct stat info;
+  struct stat named;
+  if (fstat(file, &info) != 0 || !S_ISREG(info.st_mode) || info.st_nlink > 1 || info.st_uid != geteuid()) {
+    return CloseAs(kNoFile, file);
+  }
+  if (!Lock(file) || lstat(path, &named) != 0 || !SameFile(info, named)) {
+    return CloseAs(kBusy, file);
+  }
+  return ftruncate(file, 0) == 0 ? file : CloseAs(kNoFile, file);
 }
 
 // Gives a new file the old one's group and mode; its owner is the same already.
@@ -22,20 +62,18 @@ static bool TakeOver(int file, const struct stat& old) {
   return fchown(file, static_cast<uid_t>(-1), old.st_gid) == 0 && fchmod(file, old.st_mode & 07777) == 0;
 }
 
-// -1 when a temporary file cannot stand in for the old one.
 static int OpenTemporary(FileReplacement& replacement) {
   struct stat old;
   const bool exists = lstat(replacement.path, &old) == 0;
   if (exists && (!S_ISREG(old.st_mode) || old.st_nlink != 1 || old.st_uid != geteuid() ||
                  faccessat(AT_FDCWD, replacement.path, W_OK, AT_EACCESS) != 0)) {
-    return -1;
+    return kNoFile;
   }
   NameTemporary(replacement);
-  const int file = open(replacement.temporary, kWriteFlags | O_EXCL, kNewFileMode);
+  const int file = OpenAlone(replacement.temporary);
   if (file >= 0 && exists && !TakeOver(file, old)) {
-    close(file);
     unlink(replacement.temporary);
-    return -1;
+    return CloseAs(kNoFile, file);
   }
   return file;
 }
@@ -49,32 +87,52 @@ static int OpenInPlace(FileReplacement& replacement) {
   replacement.temporary[0] = '\0';
   // Without O_NONBLOCK, opening a named pipe would wait for a reader.
   const int file = open(replacement.path, kWriteFlags | O_NONBLOCK, kNewFileMode);
-  if (file >= 0 && (!IsRegularFile(file) || ftruncate(file, 0) != 0)) {
-    close(file);
-    return -1;
+  if (file >= 0 && (!IsRegularFile(file) || !Lock(file) || ftruncate(file, 0) != 0)) {
+    return CloseAs(kNoFile, file);
   }
   return file;
 }
 
-bool BeginReplacement(FileReplacement& replacement, const char* path) {
+bool BeginReplacement(FileReplacement& replacement, const char* path, const char* head,
+                      const char* unfinished) {
   CopyText(replacement.path, path);
   int file = OpenTemporary(replacement);
-  if (file < 0) {
+  if (file == kNoFile) {
     file = OpenInPlace(replacement);
   }
-  replacement.stream = file < 0 ? nullptr : fdopen(file, "w");
-  if (file >= 0 && replacement.stream == nullptr) {
-    close(file);
-    unlink(replacement.temporary);
+  if (file < 0) {
+    return false;
   }
-  return replacement.stream != nullptr;
+  replacement.head = head;
+  replacement.lock = fcntl(file, F_DUPFD_CLOEXEC, 0);
+  replacement.stream = replacement.lock < 0 ? nullptr : fdopen(file, "w");
+  if (replacement.stream == nullptr) {
+    close(file);
+    close(replacement.lock);
+    unlink(replacement.temporary);
+    return false;
+  }
+  fputs(replacement.temporary[0] == '\0' ? unfinished : head, replacement.stream);
+  return true;
+}
+
+static bool WriteHead(const FileReplacement& replacement) {
+  const size_t length = strlen(replacement.head);
+  return pwrite(replacement.lock, replacement.head, length, 0) == static_cast<ssize_t>(length);
+}
+
+static bool RenameTemporary(const FileReplacement& replacement) {
+  return rename(replacement.temporary, replacement.path) == 0;
 }
 
 void FinishReplacement(FileReplacement& replacement) {
+  const bool in_place = replacement.temporary[0] == '\0';
   const bool complete = ferror(replacement.stream) == 0;
   const bool written = fclose(replacement.stream) == 0 && complete;
-  if (replacement.temporary[0] != '\0' &&
-      (!written || rename(replacement.temporary, replacement.path) != 0)) {
+  // The lock is still held: nobody takes over the temporary file before it has its new name.
+  const bool finished = written && (in_place ? WriteHead(replacement) : RenameTemporary(replacement));
+  if (!finished && !in_place) {
     unlink(replacement.temporary);
   }
+  close(replacement.lock);
 }

@@ -1,6 +1,7 @@
 #include "superlog/line_reader.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -81,6 +82,10 @@ void CloseLog() {
   mWindowOffset = 0;
   mpPlainCurPos = mpPlainLastPos = mPlainBuf;
   mPlainOffset = 0;
+}
+
+bool LockLog() {
+  return flock(mhFile, LOCK_SH | LOCK_NB) == 0 || errno != EWOULDBLOCK;
 }
 
 bool IsLogOpen() {

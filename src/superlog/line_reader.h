@@ -36,6 +36,10 @@ bool OpenLog(const char* path);
 // Closes the open file, if any, and empties the block buffer.
 void CloseLog();
 
+// Keeps other processes from writing the open file in place while it is read. False
+// when one of them is doing so.
+bool LockLog();
+
 bool IsLogOpen();
 
 // Makes the next non-empty line current (mLineLen 0 at the end of the file, or

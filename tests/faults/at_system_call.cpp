@@ -18,6 +18,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -96,7 +97,9 @@ static void List(const Plan& plan, long number, const __ptrace_syscall_info& inf
 
 static int Continue(pid_t child, int signal) {
   int status = 0;
-  if (ptrace(PTRACE_SYSCALL, child, nullptr, signal) != 0 || waitpid(child, &status, 0) != child) {
+  // One that was killed cannot go on, only end.
+  if ((ptrace(PTRACE_SYSCALL, child, nullptr, signal) != 0 && errno != ESRCH) ||
+      waitpid(child, &status, 0) != child) {
     Fail("running the program");
   }
   return status;

@@ -111,9 +111,58 @@ TEST_F(FileReplacementTest, MissingFolderIsRefused) {
 
 TEST_F(FileReplacementTest, LeftoverTemporaryFileIsNoObstacle) {
   WriteOld("a longer old content\n");
-  std::ofstream(directory + "/.file.ORV." + std::to_string(getpid())) << "leftover";
+  std::ofstream(directory + "/.file.ORV.new") << "a longer leftover of a process that died";
   EXPECT_TRUE(Replace("new\n"));
   EXPECT_EQ(ReadFile(path), "new\n");
+  EXPECT_EQ(CountFiles(), 1u);
+}
+
+TEST_F(FileReplacementTest, TemporaryFileOfAnotherProcessIsLeftAlone) {
+  WriteOld("old\n");
+  FileReplacement other;
+  ASSERT_TRUE(BeginReplacement(other, path.c_str()));
+  fputs("other\n", other.stream);
+  EXPECT_FALSE(Replace("new\n"));
+  EXPECT_EQ(ReadFile(path), "old\n");
+  FinishReplacement(other);
+  EXPECT_EQ(ReadFile(path), "other\n");
+  EXPECT_TRUE(Replace("new\n"));
+  EXPECT_EQ(CountFiles(), 1u);
+}
+
+TEST_F(FileReplacementTest, LinkInPlaceOfTheTemporaryFileIsNotFollowed) {
+  WriteOld("a longer old content\n");
+  const std::string target = WriteFile("target", "untouched\n");
+  ASSERT_EQ(symlink(target.c_str(), (directory + "/.file.ORV.new").c_str()), 0);
+  EXPECT_TRUE(Replace("new\n"));
+  EXPECT_EQ(ReadFile(path), "new\n");
+  EXPECT_EQ(ReadFile(target), "untouched\n");
+}
+
+TEST_F(FileReplacementTest, InPlaceTheHeadIsWrittenLast) {
+  const std::string target = WriteFile("target", "a longer old content\n");
+  ASSERT_EQ(symlink(target.c_str(), path.c_str()), 0);
+  FileReplacement replacement;
+  ASSERT_TRUE(BeginReplacement(replacement, path.c_str(), "done\n", "open\n"));
+  EXPECT_FALSE(Replace("new\n")) << "one at a time";
+  fputs("content\n", replacement.stream);
+  fflush(replacement.stream);
+  EXPECT_EQ(ReadFile(target), "open\ncontent\n");
+  FinishReplacement(replacement);
+  EXPECT_EQ(ReadFile(target), "done\ncontent\n");
+}
+
+TEST_F(FileReplacementTest, InPlaceContentThatCannotBeWrittenStaysUnfinished) {
+  const std::string target = WriteFile("target", "old\n");
+  ASSERT_EQ(symlink(target.c_str(), path.c_str()), 0);
+  FileReplacement replacement;
+  ASSERT_TRUE(BeginReplacement(replacement, path.c_str(), "done\n", "open\n"));
+  fflush(replacement.stream);
+  replacement.stream = freopen("/dev/full", "w", replacement.stream);
+  ASSERT_NE(replacement.stream, nullptr);
+  fputs("content\n", replacement.stream);
+  FinishReplacement(replacement);
+  EXPECT_EQ(ReadFile(target), "open\n");
 }
 
 TEST_F(FileReplacementTest, ContentThatCannotBeWrittenLeavesTheOldOne) {
