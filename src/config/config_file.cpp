@@ -149,7 +149,10 @@ static void FinishOrvellisPath(Reading& reading) {
 
 bool ParseConfigFile(Settings& settings, const Environment& env) {
   ConfigLines lines;
-  if (!OpenConfigLines(lines, settings.config) && !OpenConfigLines(lines, kDefaultConfigFile)) {
+  // A shell can make a pipe that is a file to be read; a web request can only name those of others.
+  const bool wait_for_pipes = env.command_line != 0;
+  if (!OpenConfigLines(lines, settings.config, wait_for_pipes) &&
+      !OpenConfigLines(lines, kDefaultConfigFile, wait_for_pipes)) {
     if (settings.page != kPageAbout && settings.page != kPageCredits) {
       ServerError(kErrorConfigFile, env, settings);
     }

@@ -36,17 +36,18 @@ static void SkipWhile(ConfigLines& lines, Test skip) {
 
 // The request may name any file. Opening waits for no writer of a pipe, and a
 // device is not read, since some never end.
-bool OpenConfigLines(ConfigLines& lines, const char* path) {
-  lines.file = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+bool OpenConfigLines(ConfigLines& lines, const char* path, bool wait_for_pipes) {
+  lines.file = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
   lines.next = lines.filled = 0;
   if (lines.file == -1) {
     return false;
   }
   struct stat info {};
-  if (fstat(lines.file, &info) != 0 || S_ISCHR(info.st_mode) || S_ISBLK(info.st_mode)) {
+  if (fstat(lines.file, &info) != 0 || S_ISCHR(info.st_mode) || S_ISBLK(info.st_mode) ||
+      (S_ISFIFO(info.st_mode) && !wait_for_pipes)) {
     CloseConfigLines(lines);
   } else {
-    fcntl(lines.file, F_SETFL, 0);  // data that a writer has yet to send is waited for
+    fcntl(lines.file, F_SETFL, 0);
   }
   return true;
 }

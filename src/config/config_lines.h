@@ -16,8 +16,9 @@ struct ConfigLines {
 };
 
 // Opens the file and starts before its first line. False when it cannot be
-// opened. A folder or a device opens and yields no line.
-bool OpenConfigLines(ConfigLines& lines, const char* path);
+// opened. A folder or a device opens and yields no line; so does a pipe, unless
+// wait_for_pipes allows waiting for what its writer has yet to send.
+bool OpenConfigLines(ConfigLines& lines, const char* path, bool wait_for_pipes);
 
 // Copies the next line that is not empty into line, without its CR or LF; false
 // at the end of the file, for which a read error counts too. Lines longer than

@@ -1,6 +1,8 @@
 #include "config/config_lines.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <random>
 #include <vector>
@@ -9,11 +11,11 @@
 
 using Lines = std::vector<std::string>;
 
-static Lines LinesAt(const std::string& path) {
+static Lines LinesAt(const std::string& path, bool wait_for_pipes = true) {
   ConfigLines lines;
   char line[kLineMax + 1];
   Lines result;
-  EXPECT_TRUE(OpenConfigLines(lines, path.c_str()));
+  EXPECT_TRUE(OpenConfigLines(lines, path.c_str(), wait_for_pipes));
   while (NextConfigLine(lines, line)) {
     result.emplace_back(line);
   }
@@ -150,8 +152,8 @@ TEST(NextConfigLine, EqualsThePlainFormOnRandomInput) {
 
 TEST(OpenConfigLines, MissingFileIsRefused) {
   ConfigLines lines;
-  EXPECT_FALSE(OpenConfigLines(lines, NewPath("missing").c_str()));
-  EXPECT_FALSE(OpenConfigLines(lines, ""));
+  EXPECT_FALSE(OpenConfigLines(lines, NewPath("missing").c_str(), true));
+  EXPECT_FALSE(OpenConfigLines(lines, "", true));
 }
 
 TEST(OpenConfigLines, FolderOpensAndYieldsNothing) {
@@ -167,4 +169,20 @@ TEST(OpenConfigLines, PipeWithoutWriterIsNotWaitedFor) {
   const std::string path = NewPath("pipe");
   ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
   EXPECT_EQ(LinesAt(path), Lines{});
+}
+
+TEST(OpenConfigLines, PipeIsReadOnlyWhereItMayBeWaitedFor) {
+  const std::string path = NewPath("pipe");
+  ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+  const int writer = open(path.c_str(), O_RDWR);
+  ASSERT_GE(writer, 0);
+  ASSERT_EQ(write(writer, "a=1\n", 4), 4);
+  EXPECT_EQ(LinesAt(path, false), Lines{});
+  ConfigLines lines;
+  char line[kLineMax + 1];
+  ASSERT_TRUE(OpenConfigLines(lines, path.c_str(), true));
+  EXPECT_TRUE(NextConfigLine(lines, line));
+  EXPECT_STREQ(line, "a=1");
+  CloseConfigLines(lines);
+  close(writer);
 }

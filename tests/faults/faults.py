@@ -23,7 +23,7 @@ FAILING_MALLOC = os.path.join(HELPERS, "libfailing_malloc.so")
 AT_SYSTEM_CALL = os.path.join(HELPERS, "at_system_call")
 
 # Longer than any run here takes by far: whoever is not done by then hangs.
-HANG = 120
+HANG = 60
 
 DAY = 86400
 FIRST_DAY = 952300800  # 2000-03-06 00:00:00 UTC

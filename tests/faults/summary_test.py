@@ -10,6 +10,7 @@ import random
 import faults
 
 MOMENTS = 1000
+LONG_NAME = "access.of.www.example.com." + "x" * 190 + "."
 
 
 class SummaryTest(faults.FaultTest):
@@ -17,11 +18,11 @@ class SummaryTest(faults.FaultTest):
         super().setUp()
         # Long names make a summary of several writes. Names that begin with others, and logs of one
         # size but different days: half an entry could pass for a whole one of another log.
-        for number in range(60):
-            name = f"access.of.www.example.com.with.a.long.name.{number}"
+        for number in range(20):
+            name = LONG_NAME + str(number)
             lines = faults.made_up_lines(number, number % 20 * faults.DAY, faults.DAY, 3)
             self.write(f"logs/{name}.log", lines)
-            if number < 12:
+            if number < 6:
                 same_size = faults.log_line(number % 20 * faults.DAY, url=f"/{number:02}")
                 self.write(f"logs/same.{'1' * number}", same_size)
         self.write("orvellis.conf", self.configuration("logs=logs/*"))
@@ -29,14 +30,14 @@ class SummaryTest(faults.FaultTest):
 
     def write_stages(self):
         """The folder as successive runs find it: all logs new, one grown, two gone and one new."""
-        name = "logs/access.of.www.example.com.with.a.long.name.7.log"
+        name = f"logs/{LONG_NAME}7.log"
 
         def grow():
             self.write(name, faults.log_line(25 * faults.DAY, url="/grown.html"), "a")
 
         def rotate():
             os.remove(self.path("logs/same.1"))
-            os.remove(self.path("logs/access.of.www.example.com.with.a.long.name.3.log"))
+            os.remove(self.path(f"logs/{LONG_NAME}3.log"))
             self.write("logs/same.new", faults.log_line(26 * faults.DAY, url="/1x"))
 
         return [lambda: None, grow, rotate]
