@@ -18,7 +18,7 @@ class LimitsTest(faults.FaultTest):
             if result.status == 127:
                 continue  # the system itself could not load the program's libraries
             self.assertEqual(result.status, 0, result)
-            # No configuration without a descriptor for it; with three of them all is as ever.
+            # No configuration without a descriptor for it; with two of them all is as ever.
             error = result.status == 0 and b"Error #9" in result.page
             outcomes[limit] = "error 9" if error else "correct"
             if not error:
