@@ -1,13 +1,12 @@
 #include "analysis/counting_table.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdlib>
 
 #include "analysis/item_key.h"
 #include "analysis/smart_memory.h"
 #include "analysis/smart_memory_internal.h"
+#include "base/key_seed.h"
 #include "base/text.h"
 
 ListInfoChain gListInfo;
@@ -24,14 +23,6 @@ static constexpr size_t kLastCapacity = size_t{1} << 31;
 static constexpr size_t kCacheLine = 64;
 static constexpr size_t kWaitingMax = 16;
 static constexpr int32_t kSortLimit = 999999;
-
-static KeySeed RandomSeed() {
-  KeySeed seed;
-  if (getentropy(&seed, sizeof seed) != 0) {
-    seed = {0x243f6a8885a308d3, 0x13198a2e03707344};  // digits of pi
-  }
-  return seed;
-}
 
 static const KeySeed mSeed = RandomSeed();
 

@@ -10,12 +10,7 @@
 #include <string_view>
 
 #include "analysis/counting_table.h"
-
-// Keeps people from choosing keys that collide; no result depends on it.
-struct KeySeed {
-  uint64_t first;
-  uint64_t second;
-};
+#include "base/key_seed.h"
 
 // A record's name is padded with NULs up to a whole word beyond its key.
 inline constexpr size_t kKeyWord = 8;
@@ -53,12 +48,6 @@ inline uint64_t FoldWord(uint64_t word) {
   const uint64_t beyond_z = low + (0x80 - 'Z' - 1) * kOnes;
   const uint64_t upper = from_a & ~beyond_z & ~word & (0x80 * kOnes);
   return word | upper >> 2;  // 0x80 becomes 0x20, the case bit
-}
-
-// Both halves of the product, folded together: every bit of a and b counts.
-inline uint64_t MultiplyFold(uint64_t a, uint64_t b) {
-  const auto product = static_cast<unsigned __int128>(a) * b;
-  return static_cast<uint64_t>(product) ^ static_cast<uint64_t>(product >> 64);
 }
 
 template <bool kFold>

@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/key_seed.h"
+
 LogFile* mpLogsRoot = nullptr;
 
 // The entries in list order, and two hash tables of chained entries. Entries of
@@ -18,22 +20,29 @@ static size_t mCount = 0;
 
 static constexpr size_t kFirstCapacity = 256;
 
-// FNV-1a, 64 bits.
+// A summary file may be anybody's: names and dates are hashed under a seed.
+static const KeySeed mSeed = RandomSeed();
+
+static uint64_t HashOn(uint64_t hash, uint64_t word) {
+  return MultiplyFold(hash ^ word, mSeed.second | 1);
+}
+
 static uint64_t HashName(const char* name) {
-  uint64_t hash = 0xcbf29ce484222325;
-  for (; *name != '\0'; ++name) {
-    hash = (hash ^ static_cast<unsigned char>(*name)) * 0x100000001b3;
+  uint64_t hash = mSeed.first;
+  for (size_t left = strlen(name); left > 0;) {
+    uint64_t word = 0;
+    const size_t size = std::min(left, sizeof word);
+    memcpy(&word, name, size);
+    hash = HashOn(hash, word);
+    name += size;
+    left -= size;
   }
   return hash;
 }
 
-// Multiplicative, after Knuth; the upper bits are the mixed ones.
 static uint64_t HashDates(const LogFile& file) {
-  constexpr uint64_t kGolden = 0x9e3779b97f4a7c15;
-  uint64_t hash = file.size * kGolden;
-  hash = (hash ^ static_cast<uint64_t>(file.first)) * kGolden;
-  hash = (hash ^ hash >> 32 ^ static_cast<uint64_t>(file.last)) * kGolden;
-  return hash >> 32;
+  const uint64_t hash = HashOn(HashOn(mSeed.first, file.size), static_cast<uint64_t>(file.first));
+  return HashOn(hash, static_cast<uint64_t>(file.last));
 }
 
 static LogFile*& NameChain(const char* name) {

@@ -1,0 +1,22 @@
+// Seeds of hash tables whose keys come from outside.
+//
+// Whoever knows how keys are hashed can choose many that collide, and so make
+// every look-up a walk. A seed that differs from run to run keeps that from
+// them; what a table holds, and in which order it is told, never depends on it.
+#pragma once
+
+#include <cstdint>
+
+struct KeySeed {
+  uint64_t first;
+  uint64_t second;
+};
+
+// A seed that nobody can foresee, unless the system has no random bytes to give.
+KeySeed RandomSeed();
+
+// Both halves of the product, folded together: every bit of a and b counts.
+inline uint64_t MultiplyFold(uint64_t a, uint64_t b) {
+  const auto product = static_cast<unsigned __int128>(a) * b;
+  return static_cast<uint64_t>(product) ^ static_cast<uint64_t>(product >> 64);
+}
