@@ -58,6 +58,24 @@ static void PutFirst(LogFile*& chain, LogFile* LogFile::*next, LogFile* entry) {
   chain = entry;
 }
 
+// The chains by dates are linked both ways, so that an entry leaves its chain
+// without a walk.
+static void ChainByDates(LogFile* entry) {
+  LogFile*& chain = DatesChain(*entry);
+  if (chain != nullptr) {
+    chain->link_of_dates_hash = &entry->next_of_dates_hash;
+  }
+  PutFirst(chain, &LogFile::next_of_dates_hash, entry);
+  entry->link_of_dates_hash = &chain;
+}
+
+static void UnchainFromDates(const LogFile& entry) {
+  *entry.link_of_dates_hash = entry.next_of_dates_hash;
+  if (entry.next_of_dates_hash != nullptr) {
+    entry.next_of_dates_hash->link_of_dates_hash = entry.link_of_dates_hash;
+  }
+}
+
 // Numbers and chains all entries anew. From the last to the first, so that
 // chains come out in list order.
 static void Reindex() {
@@ -69,7 +87,7 @@ static void Reindex() {
     entry->place = place;
     PutFirst(mpLogsRoot, &LogFile::next, entry);
     PutFirst(NameChain(entry->name), &LogFile::next_of_name_hash, entry);
-    PutFirst(DatesChain(*entry), &LogFile::next_of_dates_hash, entry);
+    ChainByDates(entry);
   }
 }
 
@@ -115,15 +133,11 @@ static void Update(LogFile& entry, const LogFile& file) {
   if (SameDates(entry, file)) {
     return;
   }
-  LogFile** link = &DatesChain(entry);
-  while (*link != &entry) {
-    link = &(*link)->next_of_dates_hash;
-  }
-  *link = entry.next_of_dates_hash;
+  UnchainFromDates(entry);
   entry.size = file.size;
   entry.first = file.first;
   entry.last = file.last;
-  PutFirst(DatesChain(entry), &LogFile::next_of_dates_hash, &entry);
+  ChainByDates(&entry);
 }
 
 static void AddAtEnd(const LogFile& file) {
@@ -138,7 +152,7 @@ static void AddAtEnd(const LogFile& file) {
   (mCount == 0 ? mpLogsRoot : mEntries[mCount - 1]->next) = entry;
   mEntries[mCount++] = entry;
   PutFirst(NameChain(entry->name), &LogFile::next_of_name_hash, entry);
-  PutFirst(DatesChain(*entry), &LogFile::next_of_dates_hash, entry);
+  ChainByDates(entry);
 }
 
 void LogsListAppend(const LogFile& file) {
