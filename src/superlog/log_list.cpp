@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "base/key_seed.h"
+#include "base/hash_seed.h"
 
 LogFile* mpLogsRoot = nullptr;
 
@@ -21,14 +21,19 @@ static size_t mCount = 0;
 static constexpr size_t kFirstCapacity = 256;
 
 // A summary file may be anybody's: names and dates are hashed under a seed.
-static const KeySeed mSeed = RandomSeed();
+struct ListSeed {
+  uint64_t start;
+  uint64_t factor;
+};
+
+static const ListSeed mSeed = RandomSeed(ListSeed{0x243f6a8885a308d3, 0x13198a2e03707344});  // digits of pi
 
 static uint64_t HashOn(uint64_t hash, uint64_t word) {
-  return MultiplyFold(hash ^ word, mSeed.second | 1);
+  return MultiplyFold(hash ^ word, mSeed.factor | 1);
 }
 
 static uint64_t HashName(const char* name) {
-  uint64_t hash = mSeed.first;
+  uint64_t hash = mSeed.start;
   for (size_t left = strlen(name); left > 0;) {
     uint64_t word = 0;
     const size_t size = std::min(left, sizeof word);
@@ -41,7 +46,7 @@ static uint64_t HashName(const char* name) {
 }
 
 static uint64_t HashDates(const LogFile& file) {
-  const uint64_t hash = HashOn(HashOn(mSeed.first, file.size), static_cast<uint64_t>(file.first));
+  const uint64_t hash = HashOn(HashOn(mSeed.start, file.size), static_cast<uint64_t>(file.first));
   return HashOn(hash, static_cast<uint64_t>(file.last));
 }
 

@@ -6,8 +6,9 @@ LOG = "logs/a.log"
 WARNING = b"required more memory than was available"
 
 # Where the system has no random bytes to give, the seed of the tables is one that everybody knows. A
-# key's first eight bytes wipe out the next eight when they are this part of it.
-KNOWN_SEED = (0x13198A2E03707344).to_bytes(8, "little").decode("latin-1")
+# key's first four bytes take its first word back to zero, which multiplies the next four.
+KNOWN_SEED = int.from_bytes(b"any ", "little")
+WIPE_OUT = ((1 << 32) - KNOWN_SEED).to_bytes(4, "little").decode("latin-1")
 
 ALL = ("requests=1,10", "referrers=1,10", "browsers=1,10", "badurls=1,10", "badurl_referrers=1",
        "badreferrers=1,10", "domains=1,10", "domaintypes=1,10", "search=1,10")
@@ -54,7 +55,7 @@ class WithoutBudget(Counting):
     # Measured: 400,000 items in 0.14 s, 4.6 times the time of a quarter; 56.1 MiB.
     def test_keys_that_collide_under_a_known_seed(self):
         def lines(count):
-            return (log_line(agent=f"{KNOWN_SEED}{i:08}the same to the end") for i in range(count))
+            return (log_line(agent=f"{WIPE_OUT}{i:04x}the same to the end") for i in range(count))
 
         self.check(5000, lines, 200, "browsers=1,10")
 

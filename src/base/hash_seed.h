@@ -5,17 +5,18 @@
 // them; what a table holds, and in which order it is told, never depends on it.
 #pragma once
 
+#include <unistd.h>
+
 #include <cstdint>
 
-struct KeySeed {
-  uint64_t first;
-  uint64_t second;
-};
+// Random bytes, or the given seed where the system has none to give.
+template <typename Seed>
+Seed RandomSeed(const Seed& otherwise) {
+  Seed seed;
+  return getentropy(&seed, sizeof seed) == 0 ? seed : otherwise;
+}
 
-// A seed that nobody can foresee, unless the system has no random bytes to give.
-KeySeed RandomSeed();
-
-// Both halves of the product, folded together: every bit of a and b counts.
+// Both halves of the product, folded together.
 inline uint64_t MultiplyFold(uint64_t a, uint64_t b) {
   const auto product = static_cast<unsigned __int128>(a) * b;
   return static_cast<uint64_t>(product) ^ static_cast<uint64_t>(product >> 64);
