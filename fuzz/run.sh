@@ -38,14 +38,13 @@ fuzz_one() { # SECONDS TARGET
   log=$build/logs/$target.log
   dictionary=$build/$target.dict
   mkdir -p "$build/corpus/$target" "$build/artifacts" "$build/logs" "fuzz/found/$target"
-  {
-    for name in $(dictionaries_of "$target"); do
-      cat "fuzz/dictionaries/$name.dict"
-    done
-  } >"$dictionary"
+  for name in $(dictionaries_of "$target"); do
+    cat "fuzz/dictionaries/$name.dict"
+  done >"$dictionary"
+  [ -s "$dictionary" ] || dictionary=
   status=0
   TZ=UTC LC_ALL=C "$build/fuzz/fuzz_$target" -max_total_time="$1" -max_len="$(longest_of "$target")" \
-    -timeout=10 -rss_limit_mb=1024 -print_final_stats=1 -dict="$dictionary" \
+    -timeout=10 -rss_limit_mb=1024 -print_final_stats=1 ${dictionary:+"-dict=$dictionary"} \
     -artifact_prefix="$build/artifacts/$target-" "$build/corpus/$target" "fuzz/corpus/$target" "fuzz/found/$target" \
     >"$log" 2>&1 || status=1
   edges=$(sed -n 's/.* cov: \([0-9]*\) .*/\1/p' "$log" | tail -n 1)

@@ -119,7 +119,7 @@ TEST(NextConfigLine, EqualsThePlainFormOnRandomInput) {
     for (int i = 0; i < 30000; ++i) {
       content += random() % breaks == 0 ? letters[random() % letters.size()] : 'x';
     }
-    ASSERT_EQ(LinesOf(content), PlainLines(content));
+    ASSERT_EQ(LinesOf(content), PlainConfigLines(content));
   }
 }
 

@@ -7,7 +7,7 @@
 
 #include "base/text.h"
 
-inline std::vector<std::string> PlainLines(const std::string& content) {
+inline std::vector<std::string> PlainConfigLines(const std::string& content) {
   size_t at = 0;
   const auto next = [&] { return at < content.size() ? static_cast<signed char>(content[at++]) : -1; };
   std::vector<std::string> result;
