@@ -2,6 +2,8 @@
 // process.
 #pragma once
 
+#include <cstdlib>
+
 #include "analysis/counting_table.h"
 #include "analysis/search_engines.h"
 #include "analysis/search_phrases.h"

@@ -2,9 +2,9 @@
 // set. The input's first line is CONTENT_LENGTH, the rest is what arrives.
 #include "cgi/form.h"
 
-#include <cctype>
 #include <vector>
 
+#include "base/plain_decode.h"
 #include "base/url_decode.h"
 #include "cgi/parameters.h"
 #include "cgi/request.h"
@@ -14,24 +14,6 @@
 
 // The announced length is taken from memory before anything arrives.
 static constexpr int kLargestLength = 1 << 20;
-
-static bool IsHex(const std::string& text, size_t at) {
-  return at < text.size() && isxdigit(static_cast<unsigned char>(text[at])) != 0;
-}
-
-static std::string PlainDecode(const std::string& text) {
-  std::string decoded;
-  for (size_t i = 0; i < text.size();) {
-    if (text[i] == '%' && IsHex(text, i + 1) && IsHex(text, i + 2)) {
-      decoded += static_cast<char>(strtol(text.substr(i + 1, 2).c_str(), nullptr, 16));
-      i += 3;
-    } else {
-      decoded += text[i] == '+' ? ' ' : text[i];
-      i += text.compare(i, 2, "%%") == 0 ? 2 : 1;
-    }
-  }
-  return UpToNul(decoded);
-}
 
 // The text is decoded in a block of its own size.
 static void CheckDecoding(const std::string& text) {
