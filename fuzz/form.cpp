@@ -24,7 +24,7 @@ static void CheckDecoding(const std::string& text) {
 }
 
 static void CheckEntries(std::string_view body) {
-  constexpr size_t kMostEntries = 64;
+  constexpr size_t kMostEntries = 16;
   const size_t room = 1 + static_cast<size_t>(std::count(body.begin(), body.end(), '&'));
   std::vector<FormEntry> entries(std::min(room, kMostEntries));
   FormCursor cursor{body, true};

@@ -25,7 +25,8 @@ dictionaries_of() {
 longest_of() {
   case $1 in
     line_reader | whole_run) echo 8192 ;;
-    *) echo 4096 ;;
+    log_line | date_guess | form | summary_file | config_file | names_file) echo 4096 ;;
+    *) echo 1024 ;;
   esac
 }
 
