@@ -82,7 +82,7 @@ shift
 . ./cmake/packages.sh
 need_packages clang libclang-rt-dev llvm cmake ninja-build libgtest-dev libcrypt-dev
 cmake --preset fuzz >/dev/null
-cmake --build --preset fuzz >/dev/null
+cmake --build --preset fuzz
 if targets "$@" | xargs -P "$(nproc)" -n 1 fuzz/run.sh --one "$seconds"; then
   exit 0
 fi
