@@ -1,4 +1,4 @@
-// A whole run, twice: both print the same page. The input's first line selects
+// A whole run, twice: both print the same page, to its end. The input's first line selects
 // the page; then come the form, the configuration, the log and the log that is
 // being written, each up to a line of its own that holds "%%".
 //
@@ -17,6 +17,7 @@
 #include "config/config_file.h"
 #include "dates/clock.h"
 #include "dates/local_time.h"
+#include "dates/years.h"
 #include "engines.h"
 #include "report/error_page.h"
 #include "report/extra_texts.h"
@@ -104,6 +105,18 @@ static void TakeForm(const Inputs& inputs) {
   fclose(stream);
 }
 
+// Pages of ten thousand days are right, but take most of a fuzzer's time. Years
+// that nobody means stay: they may not make longer ones.
+static void ShortenPage() {
+  CalendarDate start;
+  CalendarDate end;
+  ParseDate(start, end, mSettings);
+  const int64_t years = int64_t{end.year} - start.year;
+  if (years > 20 && years < 100000) {
+    mSettings.dailytotals = 0;
+  }
+}
+
 static void Report(bool account_found) {
   if (!account_found) {
     EndOrvellisCleanup(mSettings);
@@ -111,6 +124,7 @@ static void Report(bool account_found) {
   }
   ValidateSession(mEnv, mSettings);
   CheckParams(mEnv, mSettings);
+  ShortenPage();
   PrintHead(mSettings);
   AnalyzeLogs(mSettings, mEnv);
 }
@@ -193,7 +207,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   inputs.passwords = passwords.Fill("ann:secret\nbob:*\n");
   inputs.names = names.Fill("COM Commercial\nEDU Education\nUNKNOWN Numeric address\n");
   const std::string page = PageOf(inputs);
-  REQUIRE(page.size() > 100);
+  REQUIRE(mSettings.page == kPageRemoteDebug || page.ends_with("</html>\n"));
   REQUIRE(page == PageOf(inputs));
   BeginRun();
   return 0;
