@@ -11,6 +11,7 @@
 #include "superlog/byte_scan.h"
 #include "superlog/log_line.h"
 #include "support.h"
+#include "support/room.h"
 
 // The part of whole that begins at its start, or at its end.
 static bool IsHead(std::string_view part, std::string_view whole) {
@@ -41,7 +42,8 @@ static void CheckHost(std::string_view host) {
   }
 }
 
-static void CheckUrl(std::string_view url) {
+static void CheckUrl(const WithRoom& buffer) {
+  const std::string_view url = buffer;
   const std::string_view path = TruncateCGI(url);
   REQUIRE(IsHead(path, url) && path.find_first_of("?\"") == std::string_view::npos);
   REQUIRE(path.size() == url.size() || url[path.size()] == '?' || url[path.size()] == '"');
@@ -116,7 +118,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::vector<char> block(line.begin(), line.end());
     const std::string_view text = {line.empty() ? "" : block.data(), line.size()};
     CheckHost(text);
-    CheckUrl(text);
+    CheckUrl(WithRoom(line));
     CheckAgent(text);
     CheckValues(line);
     REQUIRE(NotFilteredDomain(settings, text) == PlainDomainPasses(settings, line));

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "analysis/plain_normalise.h"
+#include "support/room.h"
 
 using std::string_view;
 
@@ -26,7 +27,8 @@ template <size_t N, typename Cut>
 void ExpectCuts(const CutRow (&rows)[N], Cut cut) {
   for (const CutRow& row : rows) {
     SCOPED_TRACE(row.text);
-    EXPECT_EQ(cut(row.text), row.expected);
+    const WithRoom text(row.text);
+    EXPECT_EQ(cut(text), row.expected);
   }
 }
 
@@ -223,7 +225,7 @@ TEST(Normalisers, AbsentTextsStayAbsent) {
 TEST(Normalisers, EmptiedTextsStayPresent) {
   EXPECT_NE(TruncateDomain("(null)", 1).data(), nullptr);
   EXPECT_NE(TruncateDomain("example.", 1).data(), nullptr);
-  EXPECT_NE(TruncateCGI("?").data(), nullptr);
+  EXPECT_NE(TruncateCGI(WithRoom("?")).data(), nullptr);
   EXPECT_NE(TruncateFileType("/readme").data(), nullptr);
 }
 
