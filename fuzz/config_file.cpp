@@ -15,7 +15,7 @@
 static void CheckLines(const char* path, std::string_view content) {
   ConfigLines lines;
   char line[kLineMax + 1];
-  REQUIRE(OpenConfigLines(lines, path));
+  REQUIRE(OpenConfigLines(lines, path, true));
   for (const std::string& expected : PlainConfigLines(std::string(content))) {
     REQUIRE(NextConfigLine(lines, line));
     REQUIRE(line == expected);
