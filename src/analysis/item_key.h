@@ -29,8 +29,10 @@ inline uint64_t LoadWord(const char* bytes, size_t count = kKeyWord) {
   return word;
 }
 
-// Copies a key. Keys are short: a copy of any length takes longer to start than
-// these few words take to move. The last words may overlap those before.
+// Copies a key to a buffer of at least its length. Keys are short: a copy of any
+// length takes longer to start than these few words take to move, and so would the
+// library's copy that checks the room of each word. The last words may overlap
+// those before.
 inline void CopyKey(char* to, const char* from, size_t length) {
   if (length < kKeyWord) {
     for (size_t i = 0; i < length; ++i) {
@@ -39,9 +41,9 @@ inline void CopyKey(char* to, const char* from, size_t length) {
     return;
   }
   for (size_t i = 0; i + kKeyWord <= length; i += kKeyWord) {
-    memcpy(to + i, from + i, kKeyWord);
+    __builtin_memcpy(to + i, from + i, kKeyWord);
   }
-  memcpy(to + length - kKeyWord, from + length - kKeyWord, kKeyWord);
+  __builtin_memcpy(to + length - kKeyWord, from + length - kKeyWord, kKeyWord);
 }
 
 // Each byte's top bit tells, after the additions, whether its low seven bits are
