@@ -25,7 +25,7 @@ static constexpr size_t kCacheLine = 64;
 static constexpr size_t kWaitingMax = 16;
 static constexpr int32_t kSortLimit = 999999;
 
-static KeySeed RandomSeed() {
+static KeySeed RandomSeed() noexcept {
   KeySeed seed;
   if (getentropy(&seed, sizeof seed) != 0) {
     seed = {0x243f6a8885a308d3, 0x13198a2e03707344};  // digits of pi
