@@ -13,8 +13,8 @@ need_packages g++ cmake ninja-build libgtest-dev libgmock-dev libcrypt-dev gcovr
 build=build/coverage
 jobs=$(getconf _NPROCESSORS_ONLN)
 cmake --preset coverage >/dev/null
-cmake --build --preset coverage
 find "$build" -name '*.gcda' -delete
+cmake --build --preset coverage
 
 # One process for each part of a test program, which forks for each of its cases.
 parts() {

@@ -170,7 +170,8 @@ TEST_F(LogFilesTest, SummaryThatKnowsOneDateOnlyMakesNoLog) {
     SCOPED_TRACE(dates);
     Write("a1.log", Line(2));
     std::ofstream(SummaryPath()) << Line(2).size() << dates << PathOf("a1.log") << "\n";
-    InitAgain();
+    ResetSuperLog();
+    SuperLog_Init(settings, 0, March(31));
     EXPECT_EQ(OpenedDays(), std::vector<int>{});
   }
 }
