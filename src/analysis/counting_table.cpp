@@ -22,14 +22,16 @@ struct IndexSlot {
 static constexpr size_t kUnindexedMax = 8;  // a list up to this length is searched by walking it
 static constexpr size_t kLastCapacity = size_t{1} << 31;
 static constexpr size_t kCacheLine = 64;
-static constexpr size_t kWaitingMax = 16;
+static constexpr uint32_t kWaitingMax = 16;  // a power of two
+static constexpr uint32_t kSlotDelay = 8;    // keys queued between asking for a slot and reading it
 static constexpr int32_t kSortLimit = 999999;
 
 static KeySeed RandomSeed() noexcept {
   KeySeed seed;
   if (getentropy(&seed, sizeof seed) != 0) {
-    seed = {0x243f6a8885a308d3, 0x13198a2e03707344};  // digits of pi
+    seed = {"any bytes do where the system has no random ones", 0x243f6a8885a308d3, 0x13198a2e03707344};
   }
+  seed.chain |= 1;
   return seed;
 }
 
@@ -45,7 +47,7 @@ static IndexSlot& FreeSlot(IndexSlot* slots, size_t capacity, uint32_t hash) {
   return slots[i];
 }
 
-static ListItem* WalkFor(const List& list, std::string_view key, uint32_t hash, bool ignore_case) {
+static ListItem* WalkFor(const List& list, const PaddedKey& key, uint32_t hash, bool ignore_case) {
   ListItem* item = list.first;
   while (item != nullptr && (item->hash != hash || !SameKey(*item, key, ignore_case))) {
     item = item->next;
@@ -53,7 +55,7 @@ static ListItem* WalkFor(const List& list, std::string_view key, uint32_t hash, 
   return item;
 }
 
-static ListItem* Find(const List& list, std::string_view key, uint32_t hash, bool ignore_case) {
+static ListItem* Find(const List& list, const PaddedKey& key, uint32_t hash, bool ignore_case) {
   if (list.slots == nullptr) {
     return WalkFor(list, key, hash, ignore_case);
   }
@@ -148,14 +150,14 @@ void init_list(List& list, ListInfo*& info, const char* name) {
   gListInfo.last = info;
 }
 
-// Makes a record of count 1. A reclaim on the way may thin any list, this one
+// Makes a record of count 0. A reclaim on the way may thin any list, this one
 // included, but spares the parent.
-static ListItem& NewItem(List& list, ListInfo& info, std::string_view key, uint32_t hash,
-                         const ListItem* parent) {
+[[gnu::noinline]] static ListItem& NewItem(List& list, ListInfo& info, const PaddedKey& key, uint32_t hash,
+                                           const ListItem* parent) {
   if (!MakeRoom(list) && !(ReclaimAfterRefusal(parent) && MakeRoom(list))) {
     exit(1);
   }
-  const size_t padded = PaddedKeySize(key.size());
+  const size_t padded = PaddedKeySize(key.length);
   ListItem* item = static_cast<ListItem*>(smart_alloc(offsetof(ListItem, name) + padded, info, parent));
   if (item == nullptr) {
     exit(1);
@@ -164,10 +166,10 @@ static ListItem& NewItem(List& list, ListInfo& info, std::string_view key, uint3
   item->sublist = nullptr;
   item->hash = hash;
   item->rank = 0;
-  item->count = 1;
-  item->length = static_cast<uint8_t>(key.size());
-  memset(item->name + padded - kKeyWord, 0, kKeyWord);
-  memcpy(item->name, key.data(), key.size());
+  item->count = 0;
+  item->length = static_cast<uint8_t>(key.length);
+  item->kind = info.classify == nullptr ? uint8_t{0} : info.classify(key.text());
+  memcpy(item->name, key.bytes, padded);
   list.first = item;
   ++list.length;
   if (list.slots != nullptr) {
@@ -190,33 +192,21 @@ static List& SublistOf(ListItem& item) {
   return *item.sublist;
 }
 
-static ListItem& CountKey(List& list, ListInfo* info, std::string_view key, uint32_t hash,
-                          const ListItem* parent, bool ignore_case) {
+static void AddOne(int32_t& count) {
+  count = static_cast<int32_t>(static_cast<uint32_t>(count) + 1);
+}
+
+[[gnu::always_inline]] inline static ListItem& CountKey(List& list, ListInfo* info, const PaddedKey& key,
+                                                        uint32_t hash, const ListItem* parent,
+                                                        bool ignore_case) {
   ListItem* item = Find(list, key, hash, ignore_case);
   if (item == nullptr) {
     list.ignore_case = ignore_case;
-    return NewItem(list, *info, key, hash, parent);
+    item = &NewItem(list, *info, key, hash, parent);
   }
-  item->count = static_cast<int32_t>(static_cast<uint32_t>(item->count) + 1);
+  AddOne(item->count);
+  AddOne(info->kinds[item->kind]);
   return *item;
-}
-
-static void CountSubkey(ListItem& item, ListInfo* info, std::string_view subkey, bool ignore_case) {
-  subkey = subkey.substr(0, kTextMax);
-  CountKey(SublistOf(item), info, subkey, HashKey(subkey, ignore_case, mSeed), &item, ignore_case);
-}
-
-void add_item(List& list, ListInfo* info, std::string_view key, std::string_view subkey, ListItem* parent,
-              bool ignore_case) {
-  count_queued();
-  if (key.empty()) {
-    return;
-  }
-  key = key.substr(0, kTextMax);
-  ListItem& item = CountKey(list, info, key, HashKey(key, ignore_case, mSeed), parent, ignore_case);
-  if (!subkey.empty()) {
-    CountSubkey(item, info, subkey, ignore_case);
-  }
 }
 
 // A key that waits while the memory that counting it takes is on its way.
@@ -225,14 +215,30 @@ struct Waiting {
   ListInfo* info;
   uint32_t hash;
   bool ignore_case;
-  uint8_t length;
-  uint8_t sublength;
-  char key[kTextMax];
-  char subkey[kTextMax];
+  PaddedKey key;
+  PaddedKey subkey;  // empty: none
 };
 
+static ListItem& CountWaiting(const Waiting& waiting, const ListItem* parent) {
+  ListItem& item =
+      CountKey(*waiting.list, waiting.info, waiting.key, waiting.hash, parent, waiting.ignore_case);
+  if (waiting.subkey.length > 0) {
+    CountKey(SublistOf(item), waiting.info, waiting.subkey,
+             HashKey(waiting.subkey, waiting.ignore_case, mSeed), &item, waiting.ignore_case);
+  }
+  return item;
+}
+
+// A ring. The keys' numbers run on: those below mCountedTo are counted, the
+// records of those below mFetchedTo are on their way, the slots of all others.
 static Waiting mWaiting[kWaitingMax];
-static size_t mWaitingCount = 0;
+static uint32_t mQueuedTo = 0;
+static uint32_t mFetchedTo = 0;
+static uint32_t mCountedTo = 0;
+
+static Waiting& WaitingAt(uint32_t number) {
+  return mWaiting[number % kWaitingMax];
+}
 
 static void FetchItem(const Waiting& waiting) {
   const IndexSlot* const slot = HomeSlot(*waiting.list, waiting.hash);
@@ -242,45 +248,42 @@ static void FetchItem(const Waiting& waiting) {
   }
 }
 
-static void CountWaiting(const Waiting& waiting) {
-  ListItem& item = CountKey(*waiting.list, waiting.info, {waiting.key, waiting.length}, waiting.hash, nullptr,
-                            waiting.ignore_case);
-  if (waiting.sublength > 0) {
-    CountSubkey(item, waiting.info, {waiting.subkey, waiting.sublength}, waiting.ignore_case);
+[[gnu::always_inline]] inline static void Fill(Waiting& waiting, List& list, ListInfo* info,
+                                               std::string_view key, std::string_view subkey,
+                                               bool ignore_case) {
+  waiting.list = &list;
+  waiting.info = info;
+  waiting.ignore_case = ignore_case;
+  PadKey(waiting.key, key.substr(0, kTextMax));
+  waiting.subkey.length = 0;
+  if (!subkey.empty()) {
+    PadKey(waiting.subkey, subkey.substr(0, kTextMax));
   }
+  waiting.hash = HashKey(waiting.key, ignore_case, mSeed);
 }
 
 void queue_item(List& list, ListInfo* info, std::string_view key, std::string_view subkey, bool ignore_case) {
   if (key.empty()) {
     return;
   }
-  if (mWaitingCount == kWaitingMax) {
-    count_queued();
+  if (mQueuedTo - mFetchedTo == kSlotDelay) {
+    FetchItem(WaitingAt(mFetchedTo++));
   }
-  Waiting& waiting = mWaiting[mWaitingCount++];
-  waiting.list = &list;
-  waiting.info = info;
-  waiting.ignore_case = ignore_case;
-  key = key.substr(0, kTextMax);
-  subkey = subkey.substr(0, kTextMax);
-  waiting.length = static_cast<uint8_t>(key.size());
-  waiting.sublength = static_cast<uint8_t>(subkey.size());
-  // Hashed where it stands: words just written cannot be read back at other places without a wait.
-  waiting.hash = HashKey(key, ignore_case, mSeed);
-  CopyKey(waiting.key, key.data(), key.size());
-  CopyKey(waiting.subkey, subkey.data(), subkey.size());
+  if (mQueuedTo - mCountedTo == kWaitingMax) {
+    CountWaiting(WaitingAt(mCountedTo++), nullptr);
+  }
+  Waiting& waiting = WaitingAt(mQueuedTo++);
+  Fill(waiting, list, info, key, subkey, ignore_case);
   FetchSlot(list, waiting.hash);
 }
 
 void count_queued() {
-  // The slots were sent for when the keys were queued; most have come in by now.
-  for (size_t i = 0; i < mWaitingCount; ++i) {
-    FetchItem(mWaiting[i]);
+  while (mFetchedTo != mQueuedTo) {
+    FetchItem(WaitingAt(mFetchedTo++));
   }
-  for (size_t i = 0; i < mWaitingCount; ++i) {
-    CountWaiting(mWaiting[i]);
+  while (mCountedTo != mQueuedTo) {
+    CountWaiting(WaitingAt(mCountedTo++), nullptr);
   }
-  mWaitingCount = 0;
 }
 
 size_t list_length(const List& list) {
@@ -295,6 +298,20 @@ int64_t TotalList(const List& list) {
     total += item->count;
   }
   return total;
+}
+
+void add_item(List& list, ListInfo* info, std::string_view key, std::string_view subkey, ListItem* parent,
+              bool ignore_case) {
+  count_queued();
+  if (key.empty()) {
+    return;
+  }
+  char key_text[kTextSize + kKeyChunk];
+  char subkey_text[kTextSize + kKeyChunk];
+  Waiting waiting;
+  Fill(waiting, list, info, {key_text, key.copy(key_text, kTextMax)},
+       {subkey_text, subkey.copy(subkey_text, kTextMax)}, ignore_case);
+  CountWaiting(waiting, parent);
 }
 
 // ---- Order ----

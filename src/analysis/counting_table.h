@@ -23,6 +23,7 @@ struct ListItem {
   int32_t rank;   // lower bound of count under which a reclaim has filed the record
   int32_t count;
   uint8_t length;  // at most kTextMax
+  uint8_t kind;    // what the list's classifier made of the key
   char name[];     // the key, padded with at least one NUL
 
   std::string_view key() const { return {name, length}; }
@@ -47,6 +48,11 @@ struct List {
 // pivots stand in the chain in falling index.
 inline constexpr size_t kMaxPivots = 128;
 
+// Sorts keys into kinds, so that this is done once for each record and not for
+// each occurrence. Nothing but the key decides.
+inline constexpr size_t kKinds = 4;
+using KeyClassifier = uint8_t (*)(std::string_view key);
+
 // Descriptor of a top-level list, chained in creation order.
 struct ListInfo {
   List* head;
@@ -54,6 +60,8 @@ struct ListInfo {
   int32_t entries;    // top-level records in the list
   int32_t reclaimed;  // top-level records that memory reclaims removed
   ListInfo* next;
+  KeyClassifier classify;  // null: all keys are of kind 0
+  int32_t kinds[kKinds];   // occurrences of keys of each kind; wrap at 32 bits
   ListItem* pivots[kMaxPivots];
 };
 
@@ -81,7 +89,8 @@ void add_item(List& list, ListInfo* info, std::string_view key, std::string_view
 // All are counted in the order of the calls, those of add_item included. The
 // functions below count what waits first; whoever reads a record, a descriptor
 // or the memory statistics by other ways calls count_queued before. Key and
-// sub-key are copied.
+// sub-key are copied; their buffers must go on for kScanOverread bytes of
+// superlog/byte_scan.h beyond them.
 void queue_item(List& list, ListInfo* info, std::string_view key, std::string_view subkey, bool ignore_case);
 
 // Counts all that wait.

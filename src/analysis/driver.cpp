@@ -13,6 +13,7 @@
 #include "dates/clock.h"
 #include "dates/local_time.h"
 #include "dates/years.h"
+#include "superlog/byte_scan.h"
 #include "superlog/superlog.h"
 
 time_t ReportStartTime = 0;
@@ -43,6 +44,19 @@ static void SetRange(const Settings& settings, Analysis& analysis) {
   analysis.range_last = LocalTimeOf(end, 23, 59, 59);
 }
 
+static constexpr uint8_t kMsieKind = 1;
+static constexpr uint8_t kNavigatorKind = 2;
+
+static uint8_t AgentKind(std::string_view agent) {
+  const bool navigator = agent.starts_with("Mozilla/") && !ContainsText(agent, "ompatible");
+  return static_cast<uint8_t>((MSIE(agent) ? kMsieKind : 0) | (navigator ? kNavigatorKind : 0));
+}
+
+static void SetBrandCounts(const ListInfo& browsers) {
+  MsieCount = browsers.kinds[kMsieKind] + browsers.kinds[kMsieKind | kNavigatorKind];
+  NavCount = browsers.kinds[kNavigatorKind] + browsers.kinds[kMsieKind | kNavigatorKind];
+}
+
 // The order of creation decides which of two equally long tables is thinned.
 static void CreateTables(Analysis& analysis) {
   const struct {
@@ -60,6 +74,7 @@ static void CreateTables(Analysis& analysis) {
   for (const auto& table : tables) {
     init_list(table.report.list, table.report.info, table.name);
   }
+  analysis.browsers.info->classify = AgentKind;
 }
 
 bool BeginAnalysis(Settings& settings, Analysis& analysis) {
@@ -269,16 +284,6 @@ static void CountNotFound(const Rules& rules, const SuperLogRecord& record, Anal
   }
 }
 
-static bool IsNavigator(std::string_view agent) {
-  return agent.starts_with("Mozilla/") && !ContainsText(agent, "ompatible");
-}
-
-static void CountBrowser(std::string_view agent, Analysis& analysis) {
-  MsieCount += MSIE(agent) ? 1 : 0;
-  NavCount += IsNavigator(agent) ? 1 : 0;
-  CountItem(analysis.browsers, agent, false);
-}
-
 static void CountDomain(const Rules& rules, Visitor& visitor, Analysis& analysis) {
   if (rules.dns == DnsMode::kDomainReportsOnly) {
     ResolveHost(visitor);
@@ -305,13 +310,18 @@ static void CountTime(const Rules& rules, const tm& local, Analysis& analysis) {
   }
 }
 
+static bool HoldsQuery(std::string_view referrer) {
+  const char* const end = referrer.data() + referrer.size();
+  return FindByte(referrer.data(), end, '?') != end;
+}
+
 static void CountReferrer(const Rules& rules, std::string_view referrer, bool counted, Analysis& analysis) {
   const bool as_referrer = rules.referrers && counted;
   if (IsAbsent(referrer) || (!rules.search && !as_referrer) ||
       (rules.filter_referrers && !NotFilteredDomain(rules.settings, referrer))) {
     return;
   }
-  if (rules.search && referrer.find('?') != std::string_view::npos) {
+  if (rules.search && HoldsQuery(referrer)) {
     CountSearchHits(referrer);
   }
   if (as_referrer) {
@@ -332,7 +342,7 @@ static void CountUrl(const Rules& rules, std::string_view url, Analysis& analysi
 static void CountVisit(const Rules& rules, const SuperLogRecord& record, Visitor& visitor,
                        Analysis& analysis) {
   if (rules.browsers && !IsAbsent(record.agent)) {
-    CountBrowser(record.agent, analysis);
+    CountItem(analysis.browsers, record.agent, false);
   }
   if ((rules.domains || rules.domain_types) && !IsAbsent(visitor.host)) {
     CountDomain(rules, visitor, analysis);
@@ -417,6 +427,7 @@ void CountLogs(const Settings& settings, Analysis& analysis) {
     CountLogFile(rules, analysis);
     count_queued();
   }
+  SetBrandCounts(*analysis.browsers.info);
   SuperLog_NextLogFile_Done();
 }
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/text.h"
+#include "superlog/byte_scan.h"
 
 int32_t MsieCount = 0;
 int32_t NavCount = 0;
@@ -69,16 +70,18 @@ std::string_view TruncateLSD(std::string_view host) {
 }
 
 std::string_view TruncateIP(std::string_view address) {
-  size_t dot = address.find('.');
-  for (int dots = 1; dots < 3 && dot != std::string_view::npos; ++dots) {
-    dot = address.find('.', dot + 1);
+  int dots = 0;
+  for (size_t at = 0; at < address.size(); ++at) {
+    if (address[at] == '.' && ++dots == 3) {
+      return address.substr(0, at);
+    }
   }
-  return address.substr(0, dot);
+  return address;
 }
 
 std::string_view TruncateCGI(std::string_view url) {
-  url = url.substr(0, url.find('?'));
-  return url.substr(0, url.find('"'));
+  const char* const end = FindEither(url.data(), url.data() + url.size(), '?', '"');
+  return {url.data(), static_cast<size_t>(end - url.data())};
 }
 
 std::string_view TruncateFileType(std::string_view url) {
@@ -91,11 +94,14 @@ std::string_view TruncateFileType(std::string_view url) {
   return url.substr(0, 0);
 }
 
+// As a key, it is read beyond its end.
+static constexpr char kUnknown[kScanOverread + 7] = "UNKNOWN";
+
 std::string_view checkIP(std::string_view label) {
   if (label.empty() || std::any_of(label.begin(), label.end(), IsLetterAscii)) {
     return label;
   }
-  return "UNKNOWN";
+  return {kUnknown, 7};
 }
 
 bool MSIE(std::string_view agent) {

@@ -37,7 +37,8 @@ std::string_view TruncateLSD(std::string_view host);
 // Up to the third dot; the whole text when it has fewer.
 std::string_view TruncateIP(std::string_view address);
 
-// Up to the first "?" or double quote.
+// Up to the first "?" or double quote. The URL's buffer must go on for
+// kScanOverread bytes beyond it.
 std::string_view TruncateCGI(std::string_view url);
 
 // The file type of the URL's path, dot included and its case kept, or empty.

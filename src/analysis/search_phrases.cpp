@@ -6,6 +6,7 @@
 #include "analysis/search_engines.h"
 #include "base/text.h"
 #include "base/url_decode.h"
+#include "superlog/byte_scan.h"
 
 long mHits_Search = 0;
 
@@ -44,8 +45,8 @@ bool parseQuery(char* text, const char* name) {
 }
 
 static void CountPhrase(SearchEngine& engine, std::string_view encoded) {
-  char phrase[kEncodedPhraseMax + 1];
-  CopyText(phrase, encoded);
+  char phrase[kEncodedPhraseMax + 1 + kScanOverread];
+  CopyText(phrase, kEncodedPhraseMax + 1, encoded);
   const size_t length = decode(phrase);
   // deliberate: phrases that differ in case are different, whatever search_casesensitive says
   queue_item(engine.phrases, engine.phrases_info, {phrase, length}, {}, false);

@@ -7,6 +7,7 @@
 #include "analysis/counting_table.h"
 #include "analysis/item_key.h"
 #include "analysis/smart_memory_internal.h"
+#include "superlog/byte_scan.h"
 
 int32_t gSM_TotalBytesAllocated = 0;
 int32_t gSM_CurrentBytesAllocated = 0;
@@ -321,7 +322,7 @@ void* smart_alloc(size_t size, ListInfo& info, const ListItem* parent) {
 
 static char* Duplicate(const char* text) {
   const size_t size = strlen(text) + 1;
-  char* copy = static_cast<char*>(mpAllocate(size));
+  char* copy = static_cast<char*>(mpAllocate(size + kScanOverread));
   return copy == nullptr ? nullptr : static_cast<char*>(memcpy(copy, text, size));
 }
 

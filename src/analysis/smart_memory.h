@@ -35,6 +35,6 @@ void* smart_alloc(size_t size, ListInfo& info, const ListItem* parent);
 void smart_free(const ListItem* spared);
 
 // A copy of the text, or null for null and when memory is refused even after
-// one reclaim, before which queued keys are counted. Released with free(). Not
-// counted in the statistics.
+// one reclaim, before which queued keys are counted. Its buffer goes on for
+// kScanOverread bytes. Released with free(). Not counted in the statistics.
 char* smart_strdup(const char* text);

@@ -189,8 +189,10 @@ static bool OpenIfInRange(LogFile& log) {
   }
   log.first = ShiftFromGmt(log.first);
   log.last = ShiftFromGmt(log.last);
-  DebugPrint("<td>%s</td>", TextOfTime(log.first));
-  DebugPrint("<td>%s</td>", TextOfTime(log.last));
+  if (mDebug) {
+    printf("<td>%s</td>", TextOfTime(log.first));
+    printf("<td>%s</td>", TextOfTime(log.last));
+  }
   if (!IsInRange(log)) {
     DebugPrint("<td align=center>No</td><td>\n");
     return false;

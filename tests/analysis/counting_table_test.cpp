@@ -133,7 +133,7 @@ TEST_F(CountingTableTest, KeysAreCutTo243Characters) {
   EXPECT_EQ(cut->count, 3);
   EXPECT_EQ(cut->name[243], '\0');
   EXPECT_EQ(cut->sublist->first->key(), std::string(243, 's'));
-  queue_item(list_, info_, std::string(300, 'k'), std::string(300, 's'), false);
+  queue_item(list_, info_, WithRoom(std::string(300, 'k')), WithRoom(std::string(300, 's')), false);
   count_queued();
   EXPECT_EQ(cut->count, 4);
   EXPECT_EQ(cut->sublist->first->count, 2);
@@ -202,28 +202,47 @@ TEST_F(CountingTableTest, DestroyListInfoEmptiesTheChain) {
   EXPECT_EQ(gListInfo.last, nullptr);
 }
 
+TEST_F(CountingTableTest, OccurrencesAreCountedByKind) {
+  static int classified = 0;
+  classified = 0;
+  info_->classify = [](std::string_view key) {
+    ++classified;
+    return static_cast<uint8_t>(key.starts_with("/cgi-bin/") ? 3 : 1);
+  };
+  Add("/a", 2);
+  Add("/cgi-bin/b", 4);
+  EXPECT_EQ(classified, 2) << "once for each record";
+  ListItem* const gone = list_.first;
+  list_.first = gone->next;
+  ReleaseItem(list_, gone);
+  Add("/cgi-bin/b", 1);
+  EXPECT_EQ(info_->kinds[0], 0);
+  EXPECT_EQ(info_->kinds[1], 2);
+  EXPECT_EQ(info_->kinds[3], 5) << "the kinds of records that are gone stay counted";
+}
+
 TEST_F(CountingTableTest, QueuedKeysCountInTheOrderOfTheCalls) {
-  queue_item(list_, info_, "Index.html", {}, true);
+  queue_item(list_, info_, WithRoom("Index.html"), {}, true);
   add_item(list_, info_, "index.html", {}, nullptr, true);
-  queue_item(list_, info_, "INDEX.HTML", {}, true);
+  queue_item(list_, info_, WithRoom("INDEX.HTML"), {}, true);
   EXPECT_EQ(Text(SortList(list_)), "Index.html(3) ");
 }
 
 TEST_F(CountingTableTest, QueuedKeysAreCopied) {
-  char key[] = "first";
-  queue_item(list_, info_, key, {}, false);
-  memcpy(key, "other", sizeof key);
+  char key[8 + kScanOverread] = "first";
+  queue_item(list_, info_, std::string_view(key), {}, false);
+  memcpy(key, "other", 5);
   EXPECT_EQ(Text(KeyOrder(list_)), "first(1) ");
 }
 
 TEST_F(CountingTableTest, AskingForAListCountsWhatWaits) {
-  queue_item(list_, info_, "a", {}, false);
+  queue_item(list_, info_, WithRoom("a"), {}, false);
   EXPECT_EQ(list_length(list_), 1U);
-  queue_item(list_, info_, "a", {}, false);
+  queue_item(list_, info_, WithRoom("a"), {}, false);
   EXPECT_EQ(TotalList(list_), 2);
-  queue_item(list_, info_, "b", {}, false);
+  queue_item(list_, info_, WithRoom("b"), {}, false);
   EXPECT_EQ(Text(KeyOrder(list_)), "a(2) b(1) ");
-  queue_item(list_, info_, "b", {}, false);
+  queue_item(list_, info_, WithRoom("b"), {}, false);
   count_queued();
   EXPECT_EQ(list_.first->next->count, 2);
 }

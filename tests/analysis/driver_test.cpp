@@ -471,6 +471,14 @@ TEST_F(CountLogsTest, AgentMayCountForBothBrandsOrNone) {
   EXPECT_EQ(NavCount, 1);
 }
 
+TEST_F(CountLogsTest, BrandsCountEachRequestOfAnAgent) {
+  settings_.browsers.on = 1;
+  AddLog("a.log", {{.agent = kMsie}, {.agent = kNavigator}, {.agent = kMsie}});
+  Run();
+  EXPECT_EQ(MsieCount, 2);
+  EXPECT_EQ(NavCount, 1);
+}
+
 TEST_F(CountLogsTest, BrowsersAreNotLookedAtUnlessAskedFor) {
   settings_.requests.on = 1;
   AddLog("a.log", {{.agent = kMsie}});

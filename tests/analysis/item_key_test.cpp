@@ -9,8 +9,21 @@
 #include <string>
 
 #include "analysis/paired_tables.h"
+#include "support/room.h"
 
-static const KeySeed kSeed = {0x0123456789abcdef, 0xfedcba9876543210};
+static const KeySeed kSeed = {"sixty-four characters that are as good as any others for a test",
+                              0x0123456789abcdef, 0xfedcba9876543211};
+
+static PaddedKey Padded(const std::string& key) {
+  PaddedKey padded;
+  memset(padded.bytes, '#', sizeof padded.bytes);
+  PadKey(padded, WithRoom(key));
+  return padded;
+}
+
+static uint32_t Hash(const std::string& key, bool fold) {
+  return HashKey(Padded(key), fold, kSeed);
+}
 
 static std::unique_ptr<ListItem, void (*)(void*)> MakeItem(const std::string& key) {
   ListItem* item = static_cast<ListItem*>(calloc(1, offsetof(ListItem, name) + PaddedKeySize(key.size())));
@@ -69,8 +82,8 @@ TEST(SameKey, IsEqualityWithAndWithoutCase) {
     const std::string a = RandomKey(random);
     const std::string b = random.Below(2) == 0 ? SwapCase(a) : RandomKey(random);
     const auto item = MakeItem(a);
-    ASSERT_EQ(SameKey(*item, b, false), a == b) << a << " " << b;
-    ASSERT_EQ(SameKey(*item, b, true), strcasecmp(a.c_str(), b.c_str()) == 0) << a << " " << b;
+    ASSERT_EQ(SameKey(*item, Padded(b), false), a == b) << a << " " << b;
+    ASSERT_EQ(SameKey(*item, Padded(b), true), strcasecmp(a.c_str(), b.c_str()) == 0) << a << " " << b;
   }
 }
 
@@ -82,9 +95,9 @@ TEST(HashKey, IgnoresCaseOnlyWhenToldTo) {
       c = static_cast<char>('A' + random.Below(58));
     }
     const std::string swapped = SwapCase(key);
-    EXPECT_EQ(HashKey(key, true, kSeed), HashKey(swapped, true, kSeed));
+    EXPECT_EQ(Hash(key, true), Hash(swapped, true));
     if (swapped != key) {
-      EXPECT_NE(HashKey(key, false, kSeed), HashKey(swapped, false, kSeed));
+      EXPECT_NE(Hash(key, false), Hash(swapped, false));
     }
   }
 }
@@ -92,11 +105,11 @@ TEST(HashKey, IgnoresCaseOnlyWhenToldTo) {
 TEST(HashKey, EveryByteOfEveryLengthCounts) {
   for (size_t length = 1; length <= kTextMax; ++length) {
     std::set<uint32_t> hashes;
-    hashes.insert(HashKey(std::string(length, 'x'), true, kSeed));
+    hashes.insert(Hash(std::string(length, 'x'), true));
     for (size_t i = 0; i < length; ++i) {
       std::string key(length, 'x');
       key[i] = 'y';
-      hashes.insert(HashKey(key, true, kSeed));
+      hashes.insert(Hash(key, true));
     }
     EXPECT_EQ(hashes.size(), length + 1) << length;
   }
@@ -105,32 +118,60 @@ TEST(HashKey, EveryByteOfEveryLengthCounts) {
 TEST(HashKey, BytesThatDifferInTheCaseBitAloneStayApart) {
   std::set<uint32_t> hashes;
   for (const char* key : {"/@", "/`", "/[", "/{", "/0", "/\x10", "/\xc1", "/\xe1"}) {
-    hashes.insert(HashKey(key, true, kSeed));
+    hashes.insert(Hash(key, true));
   }
   EXPECT_EQ(hashes.size(), 8U);
 }
 
 TEST(HashKey, DependsOnTheSeed) {
-  EXPECT_NE(HashKey("/index.html", false, kSeed), HashKey("/index.html", false, {1, 2}));
+  KeySeed other = kSeed;
+  other.chunk[5] ^= 1;
+  EXPECT_NE(Hash("/index.html", false), HashKey(Padded("/index.html"), false, other));
 }
 
 TEST(HashKey, SpreadsNumberedKeysOverTheLowBits) {
   constexpr int kKeys = 1 << 14;
   std::set<uint32_t> homes;
   for (int i = 0; i < kKeys; ++i) {
-    homes.insert(HashKey("/page" + std::to_string(i) + ".html", false, kSeed) % kKeys);
+    homes.insert(Hash("/page" + std::to_string(i) + ".html", false) % kKeys);
   }
   EXPECT_NEAR(static_cast<double>(homes.size()), kKeys * 0.632,
               kKeys * 0.02);  // 1 - 1/e, as random ones would
 }
-TEST(CopyKey, CopiesEveryLengthAndNothingBeyond) {
-  char from[kTextMax];
-  for (size_t i = 0; i < sizeof from; ++i) {
-    from[i] = static_cast<char>(i + 1);
-  }
+
+TEST(PadKey, TakesEveryLengthAndPadsItWithNuls) {
+  const std::string text(kTextMax + kScanOverread, 'x');
   for (size_t length = 0; length <= kTextMax; ++length) {
-    std::string to(kTextMax + 1, '#');
-    CopyKey(to.data(), from, length);
-    EXPECT_EQ(to, std::string(from, length) + std::string(kTextMax + 1 - length, '#')) << length;
+    PaddedKey padded;
+    memset(padded.bytes, '#', sizeof padded.bytes);
+    PadKey(padded, {text.data(), length});
+    std::string expected(text, 0, length);
+    expected.resize((length / kKeyChunk + 1) * kKeyChunk);
+    EXPECT_EQ(std::string_view(padded.bytes, expected.size()), expected);
+    EXPECT_EQ(padded.length, length);
   }
+}
+
+TEST(FoldBlock, FoldsAsFoldWordDoes) {
+  for (int c = 0; c < 256; ++c) {
+    char text[sizeof(KeyBlock)];
+    memset(text, c, sizeof text);
+    const KeyBlock block = FoldBlock(LoadBlock(text));
+    memcpy(text, &block, sizeof text);
+    EXPECT_EQ(text[7], ToLowerAscii(static_cast<char>(c)));
+    EXPECT_EQ(std::string(text, sizeof text), std::string(sizeof text, text[7]));
+  }
+}
+
+// Sums of products hide nothing by themselves: words may trade places, or be
+// nothing but padding.
+TEST(HashKey, PlacesOfWordsCount) {
+  std::set<uint32_t> hashes;
+  std::string key(kTextMax, 'x');
+  for (size_t at = 0; at + 4 <= key.size(); at += 4) {
+    std::string moved = key;
+    moved.replace(at, 4, "word");
+    hashes.insert(Hash(moved, false));
+  }
+  EXPECT_EQ(hashes.size(), kTextMax / 4);
 }

@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "support/room.h"
+
 using std::string_view;
 
 namespace {
@@ -24,7 +26,8 @@ template <size_t N, typename Cut>
 void ExpectCuts(const CutRow (&rows)[N], Cut cut) {
   for (const CutRow& row : rows) {
     SCOPED_TRACE(row.text);
-    EXPECT_EQ(cut(row.text), row.expected);
+    const WithRoom text(row.text);
+    EXPECT_EQ(cut(text), row.expected);
   }
 }
 
@@ -221,7 +224,7 @@ TEST(Normalisers, AbsentTextsStayAbsent) {
 TEST(Normalisers, EmptiedTextsStayPresent) {
   EXPECT_NE(TruncateDomain("(null)", 1).data(), nullptr);
   EXPECT_NE(TruncateDomain("example.", 1).data(), nullptr);
-  EXPECT_NE(TruncateCGI("?").data(), nullptr);
+  EXPECT_NE(TruncateCGI(WithRoom("?")).data(), nullptr);
   EXPECT_NE(TruncateFileType("/readme").data(), nullptr);
 }
 

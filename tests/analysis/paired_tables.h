@@ -14,6 +14,7 @@
 #include "analysis/smart_memory.h"
 #include "analysis/smart_memory_internal.h"
 #include "cgi/settings.h"
+#include "support/room.h"
 
 // Small repeatable random numbers (xorshift).
 class Random {
@@ -124,7 +125,7 @@ class PairedTable {
   }
 
   void Queue(const std::string& key, const std::string& subkey) {
-    queue_item(list, info, key, subkey, ignore_case_);
+    queue_item(list, info, WithRoom(key), WithRoom(subkey), ignore_case_);
     plain::add_item(plain_list, plain_info, key, subkey, nullptr, ignore_case_);
   }
 

@@ -490,7 +490,7 @@ TEST_F(SmartMemoryTest, RecordRefusedAfterAReclaimEndsTheProcessWithStatus1) {
   mpAllocate = RefuseNth;
   StartRefusing(1, 1);
   EXPECT_EXIT(table.Add(Key(9)), testing::ExitedWithCode(1), "^$");
-  queue_item(table.list, table.info, Key(9), {}, false);
+  queue_item(table.list, table.info, WithRoom(Key(9)), {}, false);
   EXPECT_EXIT(count_queued(), testing::ExitedWithCode(1), "^$");
   mpAllocate = malloc;
 }
