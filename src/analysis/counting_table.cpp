@@ -309,8 +309,9 @@ void add_item(List& list, ListInfo* info, std::string_view key, std::string_view
   char key_text[kTextSize + kKeyChunk];
   char subkey_text[kTextSize + kKeyChunk];
   Waiting waiting;
-  Fill(waiting, list, info, {key_text, key.copy(key_text, kTextMax)},
-       {subkey_text, subkey.copy(subkey_text, kTextMax)}, ignore_case);
+  const size_t length = key.copy(key_text, kTextMax);
+  const size_t sublength = subkey.copy(subkey_text, kTextMax);
+  Fill(waiting, list, info, {key_text, length}, {subkey_text, sublength}, ignore_case);
   CountWaiting(waiting, parent);
 }
 
