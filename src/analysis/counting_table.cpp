@@ -1,7 +1,5 @@
 #include "analysis/counting_table.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdlib>
 
@@ -26,16 +24,14 @@ static constexpr uint32_t kWaitingMax = 16;  // a power of two
 static constexpr uint32_t kSlotDelay = 8;    // keys queued between asking for a slot and reading it
 static constexpr int32_t kSortLimit = 999999;
 
-static KeySeed RandomSeed() noexcept {
-  KeySeed seed;
-  if (getentropy(&seed, sizeof seed) != 0) {
-    seed = {"any bytes do where the system has no random ones", 0x243f6a8885a308d3, 0x13198a2e03707344};
-  }
+static KeySeed ChooseSeed() noexcept {
+  KeySeed seed = RandomSeed(
+      KeySeed{"any bytes do where the system has no random ones", 0x243f6a8885a308d3, 0x13198a2e03707344});
   seed.chain |= 1;
   return seed;
 }
 
-static const KeySeed mSeed = RandomSeed();
+static const KeySeed mSeed = ChooseSeed();
 
 // ---- Index ----
 

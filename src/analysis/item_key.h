@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "analysis/counting_table.h"
+#include "base/hash_seed.h"
 #include "base/text.h"
 #include "superlog/byte_scan.h"
 
@@ -117,12 +118,6 @@ inline uint64_t HashChunk(const char* chunk, const KeySeed& seed) {
     sum += MultiplyPairs(reinterpret_cast<BlockWords>(folded) + reinterpret_cast<BlockWords>(hidden_by));
   }
   return sum[0] + sum[1];
-}
-
-// Both halves of the product, folded together.
-inline uint64_t MultiplyFold(uint64_t a, uint64_t b) {
-  const auto product = static_cast<unsigned __int128>(a) * b;
-  return static_cast<uint64_t>(product) ^ static_cast<uint64_t>(product >> 64);
 }
 
 template <bool kFold>

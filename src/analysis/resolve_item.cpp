@@ -11,6 +11,7 @@ struct Name {
   char code[20];
   char description[100];
   size_t record;  // its place in the file
+  Name* last;     // the record that a search which finds this one ends at; null until it is known
 };
 
 struct NameFile {
@@ -108,14 +109,39 @@ static void ReadNamesOnce(const char* path) {
 }
 
 // The first record of that code at or behind the given place of the file.
-static const Name* FindName(const char* code, size_t from) {
+static Name* FindName(const char* code, size_t from) {
   Name* const end = mNames.names + mNames.count;
-  const Name* const found =
-      std::lower_bound(mNames.names, end, from, [code](const Name& name, size_t record) {
-        const int order = strcmp(name.code, code);
-        return order != 0 ? order < 0 : name.record < record;
-      });
+  Name* const found = std::lower_bound(mNames.names, end, from, [code](const Name& name, size_t record) {
+    const int order = strcmp(name.code, code);
+    return order != 0 ? order < 0 : name.record < record;
+  });
   return found != end && strcmp(found->code, code) == 0 ? found : nullptr;
+}
+
+// A description may be the code of a later record.
+static Name* NextName(const Name& name) {
+  return FindName(name.description, name.record + 1);
+}
+
+// The record that a search which finds this one ends at. All records on the way
+// keep the answer: no way, however long, is gone twice.
+static const Name& LastName(Name& first) {
+  Name* last = &first;
+  while (last->last == nullptr) {
+    Name* const next = NextName(*last);
+    if (next == nullptr) {
+      last->last = last;
+    } else {
+      last = next;
+    }
+  }
+  last = last->last;
+  for (Name* name = &first; name->last == nullptr;) {
+    Name* const next = NextName(*name);
+    name->last = last;
+    name = next;
+  }
+  return *last;
 }
 
 void ResolveItem(char (&item)[kTextSize], const char* path) {
@@ -123,7 +149,8 @@ void ResolveItem(char (&item)[kTextSize], const char* path) {
     *c = *c >= 'a' && *c <= 'z' ? static_cast<char>(*c - ('a' - 'A')) : *c;
   }
   ReadNamesOnce(path == nullptr ? "" : path);
-  for (const Name* name = FindName(item, 0); name != nullptr; name = FindName(item, name->record + 1)) {
-    CopyText(item, name->description);
+  Name* const name = FindName(item, 0);
+  if (name != nullptr) {
+    CopyText(item, LastName(*name).description);
   }
 }

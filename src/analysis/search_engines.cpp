@@ -7,6 +7,7 @@
 #include "analysis/search_defaults.h"
 
 SearchEngine* mpEngineHead = nullptr;
+static SearchEngine* mpEngineLast = nullptr;  // holds while there is a head
 int mEnginesCount = 0;
 bool mNoConfigDefinitions = false;
 
@@ -34,12 +35,9 @@ static T* NewNamedRecord(std::string_view name) {
 }
 
 template <typename T>
-static void AppendToChain(T*& head, T* record) {
-  T** end = &head;
-  while (*end != nullptr) {
-    end = &(*end)->next;
-  }
-  *end = record;
+static void AppendToChain(T*& head, T*& last, T* record) {
+  (head == nullptr ? head : last->next) = record;
+  last = record;
 }
 
 SearchEngine* SearchEngine_New() {
@@ -55,18 +53,19 @@ SearchDomainInfo* SearchDomainInfo_New(std::string_view name) {
 }
 
 void SearchEngine_Append(SearchEngine* engine) {
-  AppendToChain(mpEngineHead, engine);
+  AppendToChain(mpEngineHead, mpEngineLast, engine);
 }
 
 void SearchDomainInfo_Append(SearchEngine* engine, SearchDomainInfo* domain) {
   if (engine != nullptr && domain != nullptr) {
-    AppendToChain(engine->domains, domain);
+    AppendToChain(engine->domains, engine->last_domain, domain);
   }
 }
 
 void SearchVariable_Append(SearchDomainInfo* domain, std::string_view name) {
-  if (!name.empty()) {
-    AppendToChain(domain->variables, NewNamedRecord<SearchVariable>(name));
+  SearchVariable* const variable = name.empty() ? nullptr : NewNamedRecord<SearchVariable>(name);
+  if (variable != nullptr) {
+    AppendToChain(domain->variables, domain->last_variable, variable);
   }
 }
 

@@ -29,7 +29,8 @@ struct SearchVariable {
 struct SearchDomainInfo {
   SearchDomainInfo* next;
   SearchVariable* variables;  // in definition order
-  uint64_t letter_pairs;      // LetterPairs of the name
+  SearchVariable* last_variable;
+  uint64_t letter_pairs;  // LetterPairs of the name
   size_t length;
   char name[];  // host fragment, NUL-terminated; an empty one occurs in every host
 
@@ -38,8 +39,9 @@ struct SearchDomainInfo {
 
 struct SearchEngine {
   char name[kTextSize];
-  char url[kTextSize];              // home page; empty when the definition gives none
-  SearchDomainInfo* domains;        // in definition order
+  char url[kTextSize];        // home page; empty when the definition gives none
+  SearchDomainInfo* domains;  // in definition order
+  SearchDomainInfo* last_domain;
   char list_title[kTextSize + 16];  // "%s Search Phrases"
   List phrases;                     // counted case-sensitively
   ListInfo* phrases_info;

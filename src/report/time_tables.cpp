@@ -10,6 +10,11 @@
 static constexpr int kWidestBar = 300;  // pixels
 static constexpr time_t kSecondsPerDay = 86400;
 
+// The days that a record can lie in, those of 1900 to 2038, and one at either end
+// for the zones. A range may be of any years, millions of them.
+static constexpr time_t kFirstDay = -2208988800 - kSecondsPerDay;
+static constexpr time_t kEndOfDays = 2177452800 + kSecondsPerDay;
+
 static const char* const kWeekdays[] = {"Sunday",   "Monday", "Tuesday", "Wednesday",
                                         "Thursday", "Friday", "Saturday"};
 
@@ -98,10 +103,13 @@ static void PrintDays(const Analysis& analysis, const Scale& scale) {
   const bool month_first = date_format == 3 || date_format == 4 || date_format == 6;
   tm first{};
   TimeToLocal(analysis.range_first, first);
-  int weekday = first.tm_wday;
-  int day_of_year = first.tm_yday;
+  const time_t skipped = std::max<time_t>((kFirstDay - analysis.range_first) / kSecondsPerDay, 0);
+  const time_t begin = analysis.range_first + skipped * kSecondsPerDay;
+  const time_t end = std::min(analysis.range_last, kEndOfDays);
+  int weekday = static_cast<int>((first.tm_wday + skipped) % 7);
+  int day_of_year = skipped == 0 ? first.tm_yday : static_cast<int>((first.tm_yday + skipped) % 365);
   // deliberate: steps of 24 hours, so that over a clock change a date may repeat
-  for (time_t day = analysis.range_first; day < analysis.range_last; day += kSecondsPerDay) {
+  for (time_t day = begin; day < end; day += kSecondsPerDay) {
     PrintDayLabel(day, weekday, month_first);
     PrintFigures(scale, WeekdayColour(weekday), analysis.days.counts[day_of_year]);
     weekday = (weekday + 1) % 7;

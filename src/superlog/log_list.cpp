@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/hash_seed.h"
+
 LogFile* mpLogsRoot = nullptr;
 
 // The entries in list order, and two hash tables of chained entries. Entries of
@@ -18,22 +20,34 @@ static size_t mCount = 0;
 
 static constexpr size_t kFirstCapacity = 256;
 
-// FNV-1a, 64 bits.
+// A summary file may be anybody's: names and dates are hashed under a seed.
+struct ListSeed {
+  uint64_t start;
+  uint64_t factor;
+};
+
+static const ListSeed mSeed = RandomSeed(ListSeed{0x243f6a8885a308d3, 0x13198a2e03707344});  // digits of pi
+
+static uint64_t HashOn(uint64_t hash, uint64_t word) {
+  return MultiplyFold(hash ^ word, mSeed.factor | 1);
+}
+
 static uint64_t HashName(const char* name) {
-  uint64_t hash = 0xcbf29ce484222325;
-  for (; *name != '\0'; ++name) {
-    hash = (hash ^ static_cast<unsigned char>(*name)) * 0x100000001b3;
+  uint64_t hash = mSeed.start;
+  for (size_t left = strlen(name); left > 0;) {
+    uint64_t word = 0;
+    const size_t size = std::min(left, sizeof word);
+    memcpy(&word, name, size);
+    hash = HashOn(hash, word);
+    name += size;
+    left -= size;
   }
   return hash;
 }
 
-// Multiplicative, after Knuth; the upper bits are the mixed ones.
 static uint64_t HashDates(const LogFile& file) {
-  constexpr uint64_t kGolden = 0x9e3779b97f4a7c15;
-  uint64_t hash = file.size * kGolden;
-  hash = (hash ^ static_cast<uint64_t>(file.first)) * kGolden;
-  hash = (hash ^ hash >> 32 ^ static_cast<uint64_t>(file.last)) * kGolden;
-  return hash >> 32;
+  const uint64_t hash = HashOn(HashOn(mSeed.start, file.size), static_cast<uint64_t>(file.first));
+  return HashOn(hash, static_cast<uint64_t>(file.last));
 }
 
 static LogFile*& NameChain(const char* name) {
@@ -49,6 +63,24 @@ static void PutFirst(LogFile*& chain, LogFile* LogFile::*next, LogFile* entry) {
   chain = entry;
 }
 
+// The chains by dates are linked both ways, so that an entry leaves its chain
+// without a walk.
+static void ChainByDates(LogFile* entry) {
+  LogFile*& chain = DatesChain(*entry);
+  if (chain != nullptr) {
+    chain->link_of_dates_hash = &entry->next_of_dates_hash;
+  }
+  PutFirst(chain, &LogFile::next_of_dates_hash, entry);
+  entry->link_of_dates_hash = &chain;
+}
+
+static void UnchainFromDates(const LogFile& entry) {
+  *entry.link_of_dates_hash = entry.next_of_dates_hash;
+  if (entry.next_of_dates_hash != nullptr) {
+    entry.next_of_dates_hash->link_of_dates_hash = entry.link_of_dates_hash;
+  }
+}
+
 // Numbers and chains all entries anew. From the last to the first, so that
 // chains come out in list order.
 static void Reindex() {
@@ -60,7 +92,7 @@ static void Reindex() {
     entry->place = place;
     PutFirst(mpLogsRoot, &LogFile::next, entry);
     PutFirst(NameChain(entry->name), &LogFile::next_of_name_hash, entry);
-    PutFirst(DatesChain(*entry), &LogFile::next_of_dates_hash, entry);
+    ChainByDates(entry);
   }
 }
 
@@ -106,15 +138,11 @@ static void Update(LogFile& entry, const LogFile& file) {
   if (SameDates(entry, file)) {
     return;
   }
-  LogFile** link = &DatesChain(entry);
-  while (*link != &entry) {
-    link = &(*link)->next_of_dates_hash;
-  }
-  *link = entry.next_of_dates_hash;
+  UnchainFromDates(entry);
   entry.size = file.size;
   entry.first = file.first;
   entry.last = file.last;
-  PutFirst(DatesChain(entry), &LogFile::next_of_dates_hash, &entry);
+  ChainByDates(&entry);
 }
 
 static void AddAtEnd(const LogFile& file) {
@@ -129,7 +157,7 @@ static void AddAtEnd(const LogFile& file) {
   (mCount == 0 ? mpLogsRoot : mEntries[mCount - 1]->next) = entry;
   mEntries[mCount++] = entry;
   PutFirst(NameChain(entry->name), &LogFile::next_of_name_hash, entry);
-  PutFirst(DatesChain(*entry), &LogFile::next_of_dates_hash, entry);
+  ChainByDates(entry);
 }
 
 void LogsListAppend(const LogFile& file) {

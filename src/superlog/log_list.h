@@ -24,6 +24,7 @@ struct LogFile {
   LogFile* next;
   LogFile* next_of_name_hash;
   LogFile* next_of_dates_hash;
+  LogFile** link_of_dates_hash;  // the one that points here
   size_t place;
 };
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "analysis/plain_normalise.h"
 #include "support/room.h"
 
 using std::string_view;
@@ -245,19 +246,6 @@ TEST(MSIE, NeverLooksBackDeliberately) {
   EXPECT_FALSE(MSIE("MSIMSIE"));
 }
 
-// The scan as a four-state automaton that looks at every character.
-static bool PlainMsie(string_view agent) {
-  const string_view wanted = "MSIE";
-  size_t state = 0;
-  for (const char c : agent) {
-    state = c == wanted[state] ? state + 1 : 0;
-    if (state == wanted.size()) {
-      return true;
-    }
-  }
-  return false;
-}
-
 TEST(MSIE, AnswersAsTheFourStateAutomaton) {
   std::mt19937 random(1);
   int found = 0;
@@ -268,22 +256,6 @@ TEST(MSIE, AnswersAsTheFourStateAutomaton) {
     found += MSIE(agent);
   }
   EXPECT_GT(found, 20);
-}
-
-// The numeric test on a scratch copy that is cut down in place.
-static bool PlainIPaddress(const std::string& host) {
-  if (host.empty()) {
-    return false;
-  }
-  std::string copy = host.substr(0, 243);
-  if (copy == "(null)") {
-    copy.clear();
-  }
-  const size_t dot = copy.rfind('.');
-  if (dot != std::string::npos) {
-    copy.erase(0, dot + 1);
-  }
-  return copy.empty() || !isalpha(static_cast<unsigned char>(copy.back()));
 }
 
 TEST(IPaddress, AnswersAsTheCutCopy) {

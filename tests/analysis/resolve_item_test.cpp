@@ -8,6 +8,7 @@
 #include <random>
 #include <string>
 
+#include "analysis/plain_names.h"
 #include "support/text_file.h"
 
 namespace {
@@ -37,55 +38,6 @@ std::string Resolve(const std::string& text, const char* path) {
 std::string Resolve(const std::string& text, const NamesFile& names) {
   return Resolve(text, names.path());
 }
-
-// The rules one character at a time, from the file's start for every item.
-class PlainReader {
- public:
-  explicit PlainReader(const std::string& content) : rest_(content) {}
-
-  std::string Resolve(std::string item) {
-    for (char& c : item) {
-      c = static_cast<char>(toupper(static_cast<unsigned char>(c)));
-    }
-    while (true) {
-      SkipBlanks();
-      std::string code;
-      while (at_ < rest_.size() && code.size() < 19 && !IsBlank(rest_[at_])) {
-        code += rest_[at_++];
-      }
-      SkipBlanks();
-      std::string description;
-      while (description.size() < 99 && (description.empty() || description.back() != '\n')) {
-        if (at_ == rest_.size()) {
-          return item;
-        }
-        description += rest_[at_++];
-      }
-      if (code == item) {
-        item = WithoutLineEnd(description);
-      }
-    }
-  }
-
- private:
-  static bool IsBlank(char c) { return memchr(" \t\n\v\f\r", c, 6) != nullptr; }
-  void SkipBlanks() {
-    while (at_ < rest_.size() && IsBlank(rest_[at_])) {
-      ++at_;
-    }
-  }
-  static std::string WithoutLineEnd(std::string text) {
-    for (const char unwanted : {'\n', '\r'}) {
-      if (!text.empty() && text.back() == unwanted) {
-        text.pop_back();
-      }
-    }
-    return text;
-  }
-
-  std::string rest_;
-  size_t at_ = 0;
-};
 
 }  // namespace
 
@@ -225,7 +177,7 @@ TEST(ResolveItem, AnswersAsReadingTheFileForEachItem) {
     for (const char* item : {"a", "B", "c", "ab", "AAAAAAAAAAAAAAAAAAA", "aaaaaa", "BB"}) {
       SCOPED_TRACE(content + "|" + item);
       const std::string resolved = Resolve(item, names);
-      ASSERT_EQ(resolved, PlainReader(content).Resolve(item));
+      ASSERT_EQ(resolved, PlainNames(content).Resolve(item));
       replaced += strcasecmp(resolved.c_str(), item) != 0;
     }
   }

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "analysis/plain_query.h"
 #include "analysis/search_engines.h"
 #include "base/text.h"
 #include "base/url_decode.h"
@@ -37,33 +38,6 @@ class CountSearchHitsTest : public testing::Test {
 
 std::string QueryValue(std::string text, const char* name) {
   return parseQuery(text.data(), name) ? "found " + std::string(text.c_str()) : "none " + text;
-}
-
-// The rule of the query scan, character by character.
-bool PlainQueryValue(const char* text, const char* name, std::string& value) {
-  const char* at = strchr(text, '?');
-  if (at == nullptr || *++at == '\0') {
-    return false;
-  }
-  std::string candidate;
-  for (; *at != '\0'; ++at) {
-    if (*at != '=') {
-      candidate += *at;
-      continue;
-    }
-    ++at;
-    const char* end = strchr(at, '&');
-    if (EqualIgnoreCase(candidate, name)) {
-      value = end == nullptr ? std::string(at) : std::string(at, end);
-      return true;
-    }
-    if (end == nullptr) {
-      return false;
-    }
-    candidate.clear();
-    at = end;
-  }
-  return false;
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <random>
 #include <vector>
 
+#include "config/plain_config_lines.h"
 #include "support/text_file.h"
 
 using Lines = std::vector<std::string>;
@@ -108,32 +109,6 @@ TEST(NextConfigLine, NulEndsTheTextOfItsLine) {
   EXPECT_EQ(LinesOf(std::string("a=1\0b\nc", 7)), (Lines{"a=1", "c"}));
 }
 
-// The plain form: one byte after the other, as signed values, -1 being the end.
-static Lines PlainLines(const std::string& content) {
-  size_t at = 0;
-  const auto next = [&] { return at < content.size() ? static_cast<signed char>(content[at++]) : -1; };
-  Lines result;
-  for (;;) {
-    while (at < content.size() && (content[at] == '\r' || content[at] == '\n')) {
-      ++at;
-    }
-    if (at == content.size()) {
-      return result;
-    }
-    std::string line(1, content[at++]);
-    for (int c; (c = next()) != '\n' && c != '\r' && c != -1;) {
-      if (line.size() == kLineMax) {
-        while (at < content.size() && content[at] != '\r' && content[at] != '\n') {
-          ++at;
-        }
-        break;
-      }
-      line += static_cast<char>(c);
-    }
-    result.emplace_back(line.c_str());
-  }
-}
-
 TEST(NextConfigLine, EqualsThePlainFormOnRandomInput) {
   std::mt19937 random(7);
   const std::string letters = "a=;\n\r\xFF#b";
@@ -144,7 +119,7 @@ TEST(NextConfigLine, EqualsThePlainFormOnRandomInput) {
     for (int i = 0; i < 30000; ++i) {
       content += random() % breaks == 0 ? letters[random() % letters.size()] : 'x';
     }
-    ASSERT_EQ(LinesOf(content), PlainLines(content));
+    ASSERT_EQ(LinesOf(content), PlainConfigLines(content));
   }
 }
 

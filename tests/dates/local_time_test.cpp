@@ -1,7 +1,6 @@
 #include "dates/local_time.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <climits>
 #include <cstdint>
@@ -11,59 +10,9 @@
 #include <string>
 #include <vector>
 
+#include "dates/plain_time.h"
+
 namespace {
-
-constexpr time_t kSummer2000 = 961066800;  // unambiguous in every zone used here
-
-struct Zone {
-  const char* name;
-  const char* tz;
-};
-
-// POSIX rules need no zone files; the named zones are left out where the
-// machine has none.
-const Zone kZones[] = {
-    {"Utc", "UTC0"},
-    {"CentralEurope", "CET-1CEST,M3.5.0,M10.5.0/3"},
-    {"UsEast", "EST5EDT,M3.2.0,M11.1.0"},
-    {"HalfHourSummerTime", "<+1030>-10:30<+11>-11,M10.1.0,M4.1.0"},
-    {"India", "IST-5:30"},
-    {"NegativeSummerTime", "IST-1GMT0,M10.5.0,M3.5.0/1"},
-    {"OddOffset", "<-032345>3:23:45"},
-    {"SummerTimeAcrossNewYear", "<+12>-12<+13>,M9.5.0/2:45,M4.1.0/3:45"},
-    {"LongSummerTimeJump", "<+01>-1<-10>10,M3.2.0,M11.1.0"},
-    {"SummerTimeInNameOnly", "AAA0AAA0,M3.5.0/2:30,M10.5.0/2:30"},
-    {"OneDaySummerTime", "AAA3BBB,J100/0,J101/0"},
-    {"NewYork", "America/New_York"},
-    {"Berlin", "Europe/Berlin"},
-    {"LordHowe", "Australia/Lord_Howe"},
-    {"Casablanca", "Africa/Casablanca"},
-    {"Apia", "Pacific/Apia"},
-    {"StJohns", "America/St_Johns"},
-    {"Juneau", "America/Juneau"},
-    {"LeapSeconds", "right/Europe/Berlin"},
-};
-
-bool HasZone(const char* tz) {
-  return strchr(tz, '/') == nullptr || strchr(tz, ',') != nullptr ||
-         access((std::string("/usr/share/zoneinfo/") + tz).c_str(), R_OK) == 0;
-}
-
-void UseZone(const char* tz) {
-  setenv("TZ", tz, 1);
-  ResetLocalTime();
-}
-
-time_t PlainLocalToTime(const tm& parts) {
-  tm copy = parts;
-  return mktime(&copy);
-}
-
-tm PartsOf(time_t when) {
-  tm parts;
-  localtime_r(&when, &parts);
-  return parts;
-}
 
 tm Parts(int year, int month, int day, int hour, int minute, int second, int dst = -1) {
   tm parts = {};
@@ -75,14 +24,6 @@ tm Parts(int year, int month, int day, int hour, int minute, int second, int dst
   parts.tm_sec = second;
   parts.tm_isdst = dst;
   return parts;
-}
-
-// Leaves the same offset behind in mktime, so that two passes start alike.
-void PrimeMktime() {
-  tm parts = PartsOf(kSummer2000);
-  parts.tm_isdst = -1;
-  ResetLocalTime();
-  mktime(&parts);
 }
 
 // Converts all records with plain calls, then with LocalToTime from the same

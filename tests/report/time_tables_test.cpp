@@ -101,6 +101,14 @@ class TimeTables : public testing::Test {
 
   static std::string Label(const std::string& text) { return "<tr><td align=right>" + text + "</td>\n"; }
 
+  static size_t CountRows(const std::string& section) {
+    size_t rows = 0;
+    for (size_t at = 0; (at = section.find("<tr><td align=\"right\">", at)) != std::string::npos; ++at) {
+      ++rows;
+    }
+    return rows;
+  }
+
   static std::string DailySection(const std::string& rows) {
     return DailyFrame() + Heading("Day") + rows + kRowsEnd + kSectionEnd;
   }
@@ -199,6 +207,23 @@ TEST_F(PrintDailyTotalsTest, RangeOfMoreThanAYearRepeatsTheDays) {
   const std::string section = Daily();
   EXPECT_NE(section.find(Day("Sunday", "1/1") + Figures("100", "blue", 300, 1)), std::string::npos);
   EXPECT_NE(section.find(Day("Monday", "1/1") + Figures("100", "red", 300, 1)), std::string::npos);
+}
+
+// Anybody may ask for a range of any years; no record lies in most of them.
+TEST_F(PrintDailyTotalsTest, RowsEndWithTheYearsThatARecordCanLieIn) {
+  constexpr size_t kDays = 139 * 365 + 34;  // of 1900 to 2038
+  analysis_.days.counts[0] = analysis_.days.counts[364] = 1;
+  analysis_.days.total = 2;
+  SetRange(1898, 3, 1, 2139, 12, 31);
+  const std::string section = Daily();
+  EXPECT_EQ(CountRows(section), kDays + 2);  // one at either end for the zones
+  EXPECT_TRUE(section.starts_with(DailyFrame() + Heading("Day") + Day("Sunday", "12/31") +
+                                  Figures("50", "blue", 300, 1) + Day("Monday", "1/1") +
+                                  Figures("50", "red", 300, 1)));
+  EXPECT_TRUE(section.ends_with(Figures("0", "blue", 0, 0) + kRowsEnd + kSectionEnd));
+  EXPECT_EQ(section.rfind(Day("Saturday", "1/1")), section.rfind("<tr><td align=\"right\">"));
+  SetRange(-1000, 1, 1, 3000, 1, 1);
+  EXPECT_EQ(CountRows(Daily()), kDays + 2);
 }
 
 TEST_F(PrintDailyTotalsTest, DeliberateDateRepeatsWhenClocksGoBack) {

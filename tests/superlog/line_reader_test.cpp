@@ -9,6 +9,7 @@
 
 #include "base/text.h"
 #include "log_text.h"
+#include "superlog/plain_lines.h"
 
 using Lines = std::vector<std::string>;
 
@@ -37,62 +38,6 @@ static Lines ReadAll(const std::string& bytes, void (*read)()) {
 static uint64_t TotalBytes() {
   return uint64_t{TotalLogBytesRead().billions} * 1000000000 + TotalLogBytesRead().units;
 }
-
-// --- The rules in their plain form ----------------------------------------------
-
-// Takes byte by byte from blocks.
-class BlockModel {
- public:
-  explicit BlockModel(std::string data) : data_(std::move(data)) {}
-
-  uint64_t counted() const { return counted_; }
-
-  std::string ReadLine() {
-    int c = Next();
-    while (!failed_ && (c == '\r' || c == '\n')) {
-      c = Next();
-    }
-    std::string line;
-    if (failed_) {
-      return line;
-    }
-    line.push_back(static_cast<char>(c));
-    for (;;) {
-      c = Next();
-      if (c == '\r' || c == '\n' || c == -1) {
-        return line;
-      }
-      line.push_back(static_cast<char>(c));
-      if (line.size() == kLineMax + 1) {
-        line.pop_back();
-        ReadRest();
-        return line;
-      }
-    }
-  }
-
- private:
-  void ReadRest() {
-    int c = Next();
-    while (!failed_ && c != '\r' && c != '\n') {
-      c = Next();
-    }
-  }
-
-  // Bytes are signed, so 0xFF is -1 like the end.
-  int Next() {
-    if (at_ == counted_) {
-      counted_ += std::min<size_t>(kBlockSize, data_.size() - counted_);
-    }
-    failed_ = at_ == counted_;
-    return failed_ ? -1 : static_cast<signed char>(data_[at_++]);
-  }
-
-  std::string data_;
-  size_t at_ = 0;
-  size_t counted_ = 0;
-  bool failed_ = false;
-};
 
 static void ExpectSameAsModel(const std::string& bytes) {
   ResetLineReader();

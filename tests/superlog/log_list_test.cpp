@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "superlog/plain_list.h"
+
 namespace {
 
 LogFile Log(const std::string& name, uint32_t size, time_t first, time_t last, int state = kSeenOnDisk) {
@@ -106,23 +108,6 @@ TEST_F(LogListTest, NamesAreComparedExactly) {
   EXPECT_NE(FindLog("logs/a"), nullptr);
   EXPECT_EQ(FindLog("logs/A"), nullptr);
   EXPECT_EQ(FindLog("logs/a "), nullptr);
-}
-
-// The rule as one walk over a plain list.
-void PlainAppend(std::vector<LogFile>& list, const LogFile& file) {
-  for (LogFile& entry : list) {
-    if (strcmp(entry.name, file.name) == 0) {
-      entry.size = file.size;
-      entry.first = file.first;
-      entry.last = file.last;
-      entry.state = file.state;
-      return;
-    }
-    if (entry.size == file.size && entry.first == file.first && entry.last == file.last) {
-      return;
-    }
-  }
-  list.push_back(file);
 }
 
 TEST_F(LogListTest, IndexGivesTheSameAsOneWalk) {

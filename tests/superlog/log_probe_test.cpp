@@ -13,6 +13,7 @@
 #include "superlog/line_reader.h"
 #include "superlog/log_dates.h"
 #include "superlog/log_format.h"
+#include "superlog/plain_probe.h"
 #include "superlog/superlog.h"
 #include "support/text_file.h"
 
@@ -175,33 +176,6 @@ TEST_F(LogProbeTest, ForgetsTheKnownFormat) {
   Probe(Line(2));
   EXPECT_FALSE(mFormatKnown);
   EXPECT_EQ(mCurLogFormat, kFamilyNone);
-}
-
-// The search for the last date as a plain reading of lines.
-time_t PlainLastDate(const std::string& path, int64_t size) {
-  time_t last = 0;
-  EXPECT_TRUE(OpenLog(path.c_str()));
-  for (int64_t end = size; end > 0 && last == 0;) {
-    const int64_t start = end > 2000 ? end - 2000 : 0;
-    SeekLog(start);
-    ReadRestOfLine();
-    while (TellLog() <= end - 1) {
-      ReadLine();
-      if (mLineLen == 0) {
-        break;
-      }
-      if (*mpLine == '#' || strncmp(mpLine, "!!", 2) == 0) {
-        continue;
-      }
-      const time_t when = GuessDateTimeFromLine();
-      if (when != 0 && when != -1) {
-        last = when;
-      }
-    }
-    end = start;
-  }
-  CloseLog();
-  return last;
 }
 
 TEST_F(LogProbeTest, StretchesGiveTheSameAsPlainReading) {

@@ -1,0 +1,52 @@
+// The field splitter and the byte scans against plain ones. The input's first two
+// bytes are what the scans look for; the rest is a line.
+#include "superlog/field_splitter.h"
+
+#include <vector>
+
+#include "superlog/byte_scan.h"
+#include "superlog/plain_fields.h"
+#include "support.h"
+
+// A line in a block of the least size that is asked for, with quotes behind it
+// that must not be seen.
+static std::vector<char> BlockOf(std::string_view line) {
+  std::vector<char> block(line.begin(), line.end());
+  block.push_back('\0');
+  block.resize(line.size() + kScanOverread, '"');
+  return block;
+}
+
+static void CheckSplitting(const std::string& line, char separator) {
+  std::vector<char> block = BlockOf(line);
+  FieldCursor cursor = {block.data(), block.data() + line.size(), nullptr, 0};
+  for (const std::string& expected : SplitPlainly(line, separator)) {
+    REQUIRE(cursor.next != cursor.end);
+    ParseFieldBySeparator(cursor, separator);
+    REQUIRE(std::string_view(cursor.value, cursor.length) == expected);
+    REQUIRE(cursor.value[cursor.length] == '\0');
+  }
+  REQUIRE(cursor.next == cursor.end);
+}
+
+static void CheckScans(std::string_view line, char a, char b) {
+  const std::vector<char> block = BlockOf(line);
+  const char* const end = block.data() + line.size();
+  for (size_t start = 0; start <= std::min<size_t>(line.size(), 80); ++start) {
+    const char* const from = block.data() + start;
+    REQUIRE(FindByte(from, end, a) == std::find(from, end, a));
+    REQUIRE(FindEither(from, end, a, b) == std::find_if(from, end, [&](char c) { return c == a || c == b; }));
+  }
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  std::string_view input = AsText(data, size);
+  const char a = static_cast<char>(TakeByte(input));
+  const char b = static_cast<char>(TakeByte(input));
+  const std::string line(input.substr(0, 400));
+  CheckScans(line, a, b);
+  for (const char separator : {'S', 'T', 'C'}) {
+    CheckSplitting(line, separator);
+  }
+  return 0;
+}

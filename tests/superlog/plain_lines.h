@@ -1,0 +1,64 @@
+// The block reader's rules in their plain form: byte by byte, from blocks. The
+// tests hold the fast form against it.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+#include <utility>
+
+#include "base/text.h"
+#include "superlog/line_reader.h"
+
+class BlockModel {
+ public:
+  explicit BlockModel(std::string data) : data_(std::move(data)) {}
+
+  uint64_t counted() const { return counted_; }
+
+  std::string ReadLine() {
+    int c = Next();
+    while (!failed_ && (c == '\r' || c == '\n')) {
+      c = Next();
+    }
+    std::string line;
+    if (failed_) {
+      return line;
+    }
+    line.push_back(static_cast<char>(c));
+    for (;;) {
+      c = Next();
+      if (c == '\r' || c == '\n' || c == -1) {
+        return line;
+      }
+      line.push_back(static_cast<char>(c));
+      if (line.size() == kLineMax + 1) {
+        line.pop_back();
+        ReadRest();
+        return line;
+      }
+    }
+  }
+
+ private:
+  void ReadRest() {
+    int c = Next();
+    while (!failed_ && c != '\r' && c != '\n') {
+      c = Next();
+    }
+  }
+
+  // Bytes are signed, so 0xFF is -1 like the end.
+  int Next() {
+    if (at_ == counted_) {
+      counted_ += std::min<size_t>(kBlockSize, data_.size() - counted_);
+    }
+    failed_ = at_ == counted_;
+    return failed_ ? -1 : static_cast<signed char>(data_[at_++]);
+  }
+
+  std::string data_;
+  size_t at_ = 0;
+  size_t counted_ = 0;
+  bool failed_ = false;
+};
