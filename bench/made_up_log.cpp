@@ -1,8 +1,10 @@
 #include "made_up_log.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <ctime>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -39,7 +41,7 @@ class Picker {
   long Pick(Random& random, long record) const {
     if (cumulative_.empty()) {
       // A stride prime to n visits each item once in n records, in no order.
-      return static_cast<long>(static_cast<uint64_t>(record) * 2654435761u % static_cast<uint64_t>(n_));
+      return static_cast<long>(static_cast<uint64_t>(record) * 2654435761U % static_cast<uint64_t>(n_));
     }
     const double at = static_cast<double>(random.Next() >> 11) * 0x1p-53 * cumulative_.back();
     long low = 0;
@@ -175,7 +177,7 @@ struct Format {
   void (*write)(const Request&, FILE* out);
 };
 
-const Format kFormats[] = {
+constexpr Format kFormats[] = {
     {"combined", "", WriteCombined},
     {"common", "", [](const Request& r, FILE* out) { WriteCommon(r, out, "\n"); }},
     {"w3c",
@@ -230,11 +232,12 @@ void Write(const LogOptions& options, const Format& format, FILE* out) {
 }  // namespace
 
 bool WriteLog(const LogOptions& options, FILE* out) {
-  for (const Format& format : kFormats) {
-    if (options.format == format.name) {
-      Write(options, format, out);
-      return true;
-    }
+  const Format* const end = std::end(kFormats);
+  const Format* const format = std::find_if(
+      std::begin(kFormats), end, [&](const Format& known) { return options.format == known.name; });
+  if (format == end) {
+    return false;
   }
-  return false;
+  Write(options, *format, out);
+  return true;
 }

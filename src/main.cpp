@@ -59,9 +59,9 @@ int main(int argc, char** argv) {
   Environment env;
   Settings settings;
   ResetSuperLog();
+  GetEnv(env);
   initialize(settings, env);
   settings.cgi = 1;
-  GetEnv(env);
 
   // 3, 4: from a shell or from a web server, which wants a header before all else.
   if (IsCommandLineRun(env)) {

@@ -25,7 +25,7 @@ static constexpr uint32_t kWaitingMax = 16;  // a power of two
 static constexpr uint32_t kSlotDelay = 8;    // keys queued between asking for a slot and reading it
 static constexpr int32_t kSortLimit = 999999;
 
-static KeySeed ChooseSeed() {
+static KeySeed ChooseSeed() noexcept {
   KeySeed seed = RandomSeed(
       KeySeed{"any bytes do where the system has no random ones", 0x243f6a8885a308d3, 0x13198a2e03707344});
   seed.chain |= 1;
@@ -306,8 +306,9 @@ void add_item(List& list, ListInfo* info, std::string_view key, std::string_view
   char key_text[kTextSize + kKeyChunk];
   char subkey_text[kTextSize + kKeyChunk];
   Waiting waiting;
-  Fill(waiting, list, info, {key_text, key.copy(key_text, kTextMax)},
-       {subkey_text, subkey.copy(subkey_text, kTextMax)}, ignore_case);
+  const size_t length = key.copy(key_text, kTextMax);
+  const size_t sublength = subkey.copy(subkey_text, kTextMax);
+  Fill(waiting, list, info, {key_text, length}, {subkey_text, sublength}, ignore_case);
   CountWaiting(waiting, parent);
 }
 

@@ -50,6 +50,11 @@ inline KeyBlock LoadBlock(const char* bytes) {
   return block;
 }
 
+// By the builtin: in a hardened build, memcpy calls a function that checks the room for each block.
+inline void StoreBlock(char* bytes, KeyBlock block) {
+  __builtin_memcpy(bytes, &block, sizeof block);
+}
+
 // Takes over a key of at most kTextMax characters. Its buffer must go on for
 // kScanOverread bytes beyond it.
 inline void PadKey(PaddedKey& padded, std::string_view key) {
@@ -61,8 +66,7 @@ inline void PadKey(PaddedKey& padded, std::string_view key) {
   do {
     const char* const mask = kMasks.bytes + kKeyChunk - std::min(key.size() - at, kKeyChunk);
     for (size_t i = 0; i < kKeyChunk; i += sizeof(KeyBlock)) {
-      const KeyBlock block = LoadBlock(key.data() + at + i) & LoadBlock(mask + i);
-      memcpy(padded.bytes + at + i, &block, sizeof block);
+      StoreBlock(padded.bytes + at + i, LoadBlock(key.data() + at + i) & LoadBlock(mask + i));
     }
     at += kKeyChunk;
   } while (at <= key.size());

@@ -231,11 +231,10 @@ static int Try(const Matcher& m, size_t t, size_t p) {
   if (IsRemembered(t, p)) {
     return Recall(mFailures[p][t]);
   }
-  Failure& failure = mFailures[p][t];
   const int64_t before = lbrace;
   const int result = Walk(m, t, p);
   if (result != kMatch) {
-    failure = {mCall, result, lbrace - before};
+    mFailures[p][t] = {mCall, result, lbrace - before};
   }
   return result;
 }

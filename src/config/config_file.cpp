@@ -135,9 +135,8 @@ static void ApplyLine(Reading& reading) {
   }
 }
 
-static void FinishOrvellisPath(Reading& reading) {
-  char(&path)[kPathSize] = reading.settings.OrvellisPath;
-  if (!reading.path_given) {
+static void FinishOrvellisPath(char (&path)[kPathSize], bool path_given) {
+  if (!path_given) {
     CopyText(path, "/orvellis");
     return;
   }
@@ -168,6 +167,6 @@ bool ParseConfigFile(Settings& settings, const Environment& env) {
     }
   }
   CloseConfigLines(lines);
-  FinishOrvellisPath(reading);
+  FinishOrvellisPath(settings.OrvellisPath, reading.path_given);
   return reading.account_found;
 }

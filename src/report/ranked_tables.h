@@ -27,4 +27,4 @@ void display_list(const Settings& settings, List& list, int top, int top_is_perc
 // Prints one section whole, frame, summary and rows, without the jump bar. The
 // browsers section stores its total in gHits_Browsers first.
 enum class RankedSection { kUrls, kReferrers, kBrowsers, kBadUrls, kBadReferrers, kDomains, kDomainTypes };
-void PrintRankedSection(const Settings& settings, RankedSection section, Analysis& analysis);
+void PrintRankedSection(const Settings& settings, RankedSection which, Analysis& analysis);

@@ -10,10 +10,10 @@
 static constexpr int kWidestBar = 300;  // pixels
 static constexpr time_t kSecondsPerDay = 86400;
 
-// The days that a record can lie in, those of 1900 to 2038, and one at either end
-// for the zones. A range may be of any years, millions of them.
-static constexpr time_t kFirstDay = -2208988800 - kSecondsPerDay;
-static constexpr time_t kEndOfDays = 2177452800 + kSecondsPerDay;
+// The days of the years 0 to 9999, and one at either end for the zones. A range may
+// be of any years, millions of them: its page would have no end.
+static constexpr time_t kFirstDay = -62167219200 - kSecondsPerDay;
+static constexpr time_t kEndOfDays = 253402300800 + kSecondsPerDay;
 
 static const char* const kWeekdays[] = {"Sunday",   "Monday", "Tuesday", "Wednesday",
                                         "Thursday", "Friday", "Saturday"};

@@ -8,6 +8,8 @@
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
+#else
+#include <algorithm>
 #endif
 
 // The searches may read, but never look at, this many bytes from end on: the
@@ -70,10 +72,7 @@ Char* FindByte(Char* from, Char* end, char c) {
 
 template <typename Char>
 Char* FindEither(Char* from, Char* end, char a, char b) {
-  while (from < end && *from != a && *from != b) {
-    ++from;
-  }
-  return from;
+  return std::find_if(from, end, [a, b](char c) { return c == a || c == b; });
 }
 
 template <typename Char>

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
+#include <utility>
 
 #include "base/text.h"
 #include "dates/local_time.h"
@@ -164,7 +165,7 @@ static time_t TimeOf(const Guess& guess) {
   tm when = guess.when;
   when.tm_isdst = -1;
   const time_t time = LocalToTime(when);
-  return time == static_cast<int32_t>(time) ? time : -1;
+  return std::in_range<int32_t>(time) ? time : -1;
 }
 
 time_t GuessDateTimeFromText(char* line) {

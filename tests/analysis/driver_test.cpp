@@ -280,6 +280,22 @@ TEST_F(CountLogsTest, FileTypesMatterOnlyToTheReportsOfCountedRecords) {
   EXPECT_EQ(analysis_.hits, 1);
 }
 
+TEST_F(CountLogsTest, FileTypesMatterToEachReportOfCountedRecords) {
+  CopyText(settings_.filter_filetypes, "gif");
+  AddLog("a.log", {{.url = "/a.gif"}, {.url = "/b.html"}});
+  const std::initializer_list<int*> reports = {&settings_.requests.on,      &settings_.referrers.on,
+                                               &settings_.browsers.on,      &settings_.domains.on,
+                                               &settings_.domaintypes.on,   &settings_.dailytotals,
+                                               &settings_.hitsperdayofweek, &settings_.hitsperhour};
+  for (int* const report : reports) {
+    SCOPED_TRACE(report - *reports.begin());
+    *report = 1;
+    Run();
+    EXPECT_EQ(analysis_.hits, 1);
+    *report = 0;
+  }
+}
+
 TEST_F(CountLogsTest, HitsAndBytesOfCountedRecords) {
   AddLog("a.log", {{.bytes = "100"}, {.bytes = "2000000000"}, {.bytes = "-"}});
   Run();
@@ -358,6 +374,15 @@ TEST_F(FindTestOfDriver, PatternWithSubdirsCoversEverythingBelow) {
   Run();
   EXPECT_EQ(Urls(), "/docs/a=1 /help/b=1 ");
   EXPECT_STREQ(settings_.find, "/(docs|help)/");
+}
+
+TEST_F(FindTestOfDriver, EmptyPatternWithSubdirsCoversEverything) {
+  settings_.requests.on = 1;
+  settings_.find_pattern = 1;
+  CopyText(settings_.find, "");
+  AddLog("a.log", {{.url = "/a"}, {.url = "/b/c"}});
+  Run();
+  EXPECT_EQ(Urls(), "/a=1 /b/c=1 ");
 }
 
 TEST_F(FindTestOfDriver, FullPatternGivesItsLastCharacterToTheStar) {

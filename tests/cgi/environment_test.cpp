@@ -94,6 +94,13 @@ TEST_F(GetEnvTest, TellsDateAndTimeOfOneMoment) {
   EXPECT_STREQ(env.current_time, "12:34:56");
 }
 
+TEST_F(GetEnvTest, TellsNothingOfAMomentWithoutADate) {
+  SetCurrentTimeForTest(INT64_MAX);
+  GetEnv(env);
+  EXPECT_STREQ(env.current_date, "");
+  EXPECT_STREQ(env.current_time, "");
+}
+
 TEST_F(GetEnvTest, TellsLocalTime) {
   setenv("TZ", "WEST+13", 1);
   tzset();

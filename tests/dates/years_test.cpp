@@ -177,6 +177,13 @@ TEST_F(GuessYearFromTwoDigitsTest, CenturyIsThatOfTheLocalClock) {
   EXPECT_STREQ(out, "2098");
 }
 
+TEST_F(GuessYearFromTwoDigitsTest, CenturyIsThe20thWhereTheClockShowsNoDate) {
+  SetCurrentTimeForTest(INT64_MAX);
+  char out[5] = "....";
+  GuessYearFromTwoDigits("98", out);
+  EXPECT_STREQ(out, "1998");
+}
+
 TEST_F(ConvertLogDateTest, FourDigitYear) {
   EXPECT_EQ(Sortable("05/Mar/1999:10:00:00"), "19990305");
   EXPECT_EQ(Sortable("31/Dec/2001:"), "20011231");
@@ -223,4 +230,10 @@ TEST_F(TodayTest, FollowsTheTimeZone) {
   SetZone("EAST-2");
   EXPECT_EQ(today("050310"), 1);
   EXPECT_EQ(today("050309"), 0);
+}
+
+TEST_F(TodayTest, IsNoDayWhereTheClockShowsNoDate) {
+  SetCurrentTimeForTest(INT64_MAX);
+  EXPECT_EQ(today("000101"), 0);
+  EXPECT_EQ(today("700101"), 0);
 }

@@ -218,6 +218,12 @@ TEST_F(SearchReport, EndsWithItsJumpBar) {
   EXPECT_TRUE(page.ends_with(bar)) << page;
 }
 
+TEST_F(SearchReport, FlushToServerPrintsTheSame) {
+  const std::string plain = Report();
+  settings_.flushtoserver = 1;
+  EXPECT_EQ(Report(), plain);
+}
+
 TEST_F(SearchReport, OutsideHtmlModeATitleReplacesTheFrameButRowsStayDeliberately) {
   settings_.cgi = 0;
   ParseSearchEngineDefinition(kSeeker);

@@ -106,7 +106,7 @@ TEST(ParseFieldTab, SplitsAtEveryTab) {
 }
 
 TEST(ParseFieldTab, LeadingSpacesAreSkippedAndTrailingOnesKept) {
-  ExpectSplits('T', {{"  a \t b", {"a ", "b"}}, {"   ", {""}}});
+  ExpectSplits('T', {{"  a \t b", {"a ", "b"}}, {"   ", {""}}, {"a\t  ", {"a", ""}}});
 }
 
 TEST(ParseFieldTab, QuotesHideTabsAndAreRemovedAroundTheWholeValue) {

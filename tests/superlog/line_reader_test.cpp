@@ -354,6 +354,16 @@ TEST_F(OpenLogTest, WhatIsNoRegularFileYieldsNoLines) {
   remove(pipe.c_str());
 }
 
+// The first page of a process is nobody's, so that reading it fails as a bad disk does.
+TEST_F(OpenLogTest, FileThatCannotBeReadEndsThere) {
+  ASSERT_TRUE(OpenLog("/proc/self/mem"));
+  ReadLineFromBigBuf();
+  EXPECT_EQ(mLineLen, 0u);
+  ReadLine();
+  EXPECT_EQ(mLineLen, 0u);
+  EXPECT_EQ(TotalBytes(), 0u);
+}
+
 TEST(TrimEolChars, CutsAtTheFirstLineEnd) {
   for (const auto& [text, cut] : std::vector<std::pair<std::string, std::string>>{
            {"abc\r\n", "abc"}, {"abc\n", "abc"}, {"a\rb\nc", "a"}, {"abc", "abc"}, {"", ""}, {"\n", ""}}) {

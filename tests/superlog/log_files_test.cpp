@@ -165,6 +165,17 @@ TEST_F(LogFilesTest, AccessLogMatchingNothingChangesNothing) {
   EXPECT_EQ(ReadFile(SummaryPath()), std::to_string(Line(2).size()) + ",7,8," + PathOf("a1.log") + "\n");
 }
 
+TEST_F(LogFilesTest, SummaryThatKnowsOneDateOnlyMakesNoLog) {
+  for (const char* dates : {",7,0,", ",0,7,"}) {
+    SCOPED_TRACE(dates);
+    Write("a1.log", Line(2));
+    std::ofstream(SummaryPath()) << Line(2).size() << dates << PathOf("a1.log") << "\n";
+    ResetSuperLog();
+    SuperLog_Init(settings, 0, March(31));
+    EXPECT_EQ(OpenedDays(), std::vector<int>{});
+  }
+}
+
 TEST_F(LogFilesTest, DefaultSummaryNameIsStoredInTheSetting) {
   Write("a1.log", Line(2));
   Init();

@@ -325,6 +325,12 @@ TEST_F(GrokNetscapeLineTest, LineWithATabIsIgnored) {
   EXPECT_FALSE(mFormatKnown);
 }
 
+TEST_F(GrokNetscapeLineTest, OtherLineIsIgnored) {
+  GrokHeader("Format=%SYSDATE%", GrokNetscapeLine);
+  EXPECT_EQ(mCurLogFormat, kFamilyNone);
+  EXPECT_FALSE(mFormatKnown);
+}
+
 TEST_F(GrokNetscapeLineTest, LineWithoutTokens) {
   GrokHeader("format=", GrokNetscapeLine);
   ExpectFormat(kFamilyNetscape, "S");

@@ -514,7 +514,7 @@ TEST(TrimFullRequest, KeepsTheUrl) {
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.request);
-    char buffer[64 + kScanOverread];
+    char buffer[64 + kScanOverread] = {};
     CopyText(buffer, row.request);
     std::string_view text = buffer;
     TrimFullRequest(text);
@@ -541,7 +541,7 @@ TEST(TranslateWebStarResultCode, LooksAtTheFirstTwoCharacters) {
 // --- Hosts ------------------------------------------------------------------------
 
 static std::string TrimHost(const char* host) {
-  char buffer[64 + kScanOverread];
+  char buffer[64 + kScanOverread] = {};
   CopyText(buffer, host);
   std::string_view text = buffer;
   TrimPort(text);

@@ -1,0 +1,39 @@
+#!/bin/sh
+# Builds the program with counters and with unsigned characters, runs the unit tests and the end-to-end cases on
+# it, and prints how much of each file of src/ ran. Fails under 95 % of the lines or 90 % of the branches, or
+# when a test fails: the program must not depend on the sign of a plain character. docs/coverage.md tells
+# what never runs, and why.
+#
+#   tests/coverage.sh [--branches]    the table shows the branches in place of the lines
+set -eu
+cd "$(dirname "$0")/.."
+. ./cmake/packages.sh
+need_packages g++ cmake ninja-build libgtest-dev libgmock-dev libcrypt-dev gcovr
+
+build=build/coverage
+jobs=$(getconf _NPROCESSORS_ONLN)
+cmake --preset coverage >/dev/null
+find "$build" -name '*.gcda' -delete
+cmake --build --preset coverage
+
+# One process for each part of a test program, which forks for each of its cases.
+parts() {
+  for program in "$PWD/$build"/tests/*/*_tests; do
+    part=1
+    while [ $part -le "$jobs" ]; do
+      echo "$program --each-apart=$part/$jobs"
+      part=$((part + 1))
+    done
+  done
+}
+failed=0
+# shellcheck disable=SC2016 # the inner shell expands it
+parts | TZ=UTC LC_ALL=C xargs -n 2 -P "$jobs" sh -c '"$@" >"$0.$$" 2>&1 || { cat "$0.$$"; exit 1; }' \
+  "$PWD/$build/said" || failed=1
+rm -f "$build"/said.*
+ctest --preset coverage -j "$jobs" -R '^(cli|dns)\.' --quiet || failed=1
+
+# Branches to an exception, and those that the compiler can tell are never taken, are not the program's.
+gcovr --root . --filter src/ --exclude-throw-branches --exclude-unreachable-branches -j "$jobs" \
+  --print-summary --fail-under-line 95 --fail-under-branch 90 "$@" "$build" || failed=1
+exit $failed

@@ -1,0 +1,51 @@
+#!/bin/sh
+# Runs the tests of a build under valgrind's memcheck: reads of bytes that were never written fail here, which
+# no other check finds.
+#
+#   tests/memcheck.sh [BUILD_FOLDER [cases|units|all]]
+#
+# BUILD_FOLDER is build/release when not given; build/debug tells line numbers. "cases" are the end-to-end
+# cases, "units" the unit tests.
+set -eu
+here=$(cd "$(dirname "$0")/.." && pwd)
+. "$here/cmake/packages.sh"
+need_packages valgrind
+
+build=$(cd "$here" && cd "${1:-build/release}" && pwd)
+what=${2:-all}
+jobs=$(getconf _NPROCESSORS_ONLN)
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+export TZ=UTC LC_ALL=C
+memcheck="valgrind --quiet --error-exitcode=99 --leak-check=no"
+failed=0
+
+# What memcheck writes to standard error fails a case as well as the exit status does. A link to the program
+# is a name that a page repeats.
+cases() {
+  cat >"$work/orvellis" <<EOF
+#!/bin/sh
+[ ! -L "\$0" ] || { ln -sf "$build/orvellis" "\$0" && exec $memcheck "\$0" "\$@"; }
+exec $memcheck "$build/orvellis" "\$@"
+EOF
+  chmod +x "$work/orvellis"
+  # shellcheck disable=SC2016 # the inner shell expands it
+  find "$here/tests/cli" -name args -o -name form -o -name run | sed 's|/[^/]*$||' | sort |
+    xargs -n 1 -P "$jobs" sh -c '
+      "$0/tests/cli/run_case.sh" "$1/orvellis" "$2" >"$1/said.$$" 2>&1 || { echo "FAILED: $2"; cat "$1/said.$$"; exit 1; }
+    ' "$here" "$work"
+}
+
+units() {
+  for program in "$build"/tests/*/*_tests; do
+    part=1
+    while [ $part -le "$jobs" ]; do
+      echo "$program $part/$jobs"
+      part=$((part + 1))
+    done
+  done | xargs -n 2 -P "$jobs" sh -c "cd $work && $memcheck \"\$0\" --each-apart=\"\$1\""
+}
+
+[ "$what" = units ] || cases || failed=1
+[ "$what" = cases ] || units || failed=1
+exit $failed
