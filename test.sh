@@ -3,7 +3,9 @@
 # address and undefined-behaviour sanitizers) and runs every test on both.
 #
 # With ORVELLIS_SYSTEM_TESTS=1 the machine itself is tested, too: Orvellis behind
-# three web servers, in a browser, and as a Debian package.
+# three web servers, in a browser, and as a Debian package. With ORVELLIS_DEEP_TESTS=1
+# the source is read by two analysers, all fuzz targets run for half a minute, and the
+# tests run again with counters and unsigned characters, and under valgrind.
 set -eu
 cd "$(dirname "$0")"
 . ./cmake/packages.sh
@@ -19,9 +21,15 @@ if [ "${ORVELLIS_SYSTEM_TESTS:-}" = 1 ]; then
   cp tests/browser/package.json tests/browser/package-lock.json build/browser/
   [ -d build/browser/node_modules ] || (cd build/browser && npm ci --ignore-scripts --no-audit --no-fund >/dev/null)
 fi
+if [ "${ORVELLIS_DEEP_TESTS:-}" = 1 ]; then
+  tests/static_analysis.sh
+  JOBS=$((2 * $(nproc))) fuzz/run.sh 30
+  tests/coverage.sh
+fi
 for preset in release asan; do
   cmake --preset "$preset" >/dev/null
   cmake --build --preset "$preset"
 done
+[ "${ORVELLIS_DEEP_TESTS:-}" != 1 ] || tests/memcheck.sh build/release cases
 ctest --preset release -j "$(nproc)" --output-on-failure
 ctest --preset asan -j "$(nproc)" --output-on-failure

@@ -1,6 +1,6 @@
 #!/bin/sh
 # Fuzzes each target for so many seconds, as many at a time as there are
-# processors, and prints what it did. Exit status 1 when an input breaks one:
+# processors (or JOBS), and prints what it did. Exit status 1 when an input breaks one:
 # such inputs are then in build/fuzz/artifacts.
 #
 #   fuzz/run.sh SECONDS [TARGET...]
@@ -83,7 +83,7 @@ shift
 need_packages clang libclang-rt-dev llvm cmake ninja-build libgtest-dev libcrypt-dev
 cmake --preset fuzz >/dev/null
 cmake --build --preset fuzz
-if targets "$@" | xargs -P "$(nproc)" -n 1 fuzz/run.sh --one "$seconds"; then
+if targets "$@" | xargs -P "${JOBS:-$(nproc)}" -n 1 fuzz/run.sh --one "$seconds"; then
   exit 0
 fi
 exit 1
