@@ -11,7 +11,9 @@ class LimitsTest(faults.FaultTest):
     def test_file_descriptors(self):
         self.make_logs(files=3)
         expected = self.undisturbed()
-        outcomes = {}
+        self.run_once()
+        known = self.entries()
+        outcomes, written = {}, {}
         for limit in range(3, 12):
             self.forget_summaries()
             result = self.run_once(limits={resource.RLIMIT_NOFILE: limit})
@@ -23,26 +25,32 @@ class LimitsTest(faults.FaultTest):
             outcomes[limit] = "error 9" if error else "correct"
             if not error:
                 self.expect_same(expected, result, limit)
+                written[limit] = self.entries() == known
             self.expect_same(expected, self.run_once(), limit)
         print(outcomes)
-        self.assertTrue(all(outcomes[limit] == "correct" for limit in range(5, 12)), outcomes)
+        self.assertTrue(all(outcomes[limit] == "correct" and written[limit] for limit in range(5, 12)),
+                        (outcomes, written))
 
     def test_cpu_time(self):
-        # A huge log of few bytes on the disk: no line ends in it, and it takes longer than a second.
+        # A huge log of few bytes on the disk, which takes longer than a second. Its first and last dates
+        # are found at once: the summary file has been written when the time is over.
         self.make_logs(files=2)
         expected = self.undisturbed()
         line = faults.log_line(9 * faults.DAY, url="/first.html")
         path = self.write("logs/access9.log", line)
         os.truncate(path, 1 << 37)
+        self.write("logs/access9.log", "\n" + faults.log_line(20 * faults.DAY, url="/the/last.html"), "a")
         result = self.run_once(limits={resource.RLIMIT_CPU: 1})
         self.assertIn(result.status, (-signal.SIGXCPU, -signal.SIGKILL))
         self.assertFalse(result.is_complete())
         self.assertEqual([name for name in os.listdir(self.path("logs")) if name.startswith(".")], [])
-        # What it has left does not mislead, nor does it when the log is a small one again.
+        # What it has left does not mislead when the log is a small one again.
+        self.assertIn("logs/access9.log", "".join(self.entries()))
         os.truncate(path, len(line))
-        known = self.run_once()
+        known, entries = self.run_once(), self.entries()
         self.forget_summaries()
         self.expect_same(self.expect_report(self.run_once()), known)
+        self.assertEqual(self.entries(), entries)
         os.remove(path)
         self.expect_same(expected, self.run_once())
 

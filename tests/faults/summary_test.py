@@ -10,34 +10,25 @@ import random
 import faults
 
 MOMENTS = 1000
-LONG_NAME = "access.of.www.example.com." + "x" * 190 + "."
 
 
 class SummaryTest(faults.FaultTest):
     def setUp(self):
         super().setUp()
-        # Long names make a summary of several writes. Names that begin with others, and logs of one
-        # size but different days: half an entry could pass for a whole one of another log.
-        for number in range(20):
-            name = LONG_NAME + str(number)
-            lines = faults.made_up_lines(number, number % 20 * faults.DAY, faults.DAY, 3)
-            self.write(f"logs/{name}.log", lines)
-            if number < 6:
-                same_size = faults.log_line(number % 20 * faults.DAY, url=f"/{number:02}")
-                self.write(f"logs/same.{'1' * number}", same_size)
+        self.make_many_logs()
         self.write("orvellis.conf", self.configuration("logs=logs/*"))
         self.chance = random.Random(2000)
 
     def write_stages(self):
         """The folder as successive runs find it: all logs new, one grown, two gone and one new."""
-        name = f"logs/{LONG_NAME}7.log"
+        name = f"logs/{faults.LONG_NAME}7.log"
 
         def grow():
             self.write(name, faults.log_line(25 * faults.DAY, url="/grown.html"), "a")
 
         def rotate():
             os.remove(self.path("logs/same.1"))
-            os.remove(self.path(f"logs/{LONG_NAME}3.log"))
+            os.remove(self.path(f"logs/{faults.LONG_NAME}3.log"))
             self.write("logs/same.new", faults.log_line(26 * faults.DAY, url="/1x"))
 
         return [lambda: None, grow, rotate]
