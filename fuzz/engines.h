@@ -6,8 +6,8 @@
 
 #include "analysis/counting_table.h"
 #include "analysis/search_engines.h"
-#include "analysis/search_phrases.h"
 #include "analysis/smart_memory.h"
+#include "support/engines.h"
 
 inline int CountEngines() {
   int count = 0;
@@ -24,12 +24,7 @@ inline void ForgetRun() {
   for (const SearchEngine* engine = mpEngineHead; taken_out && engine != nullptr; engine = engine->next) {
     free(engine->phrases_info);
   }
-  destroyListInfo();
-  SearchEngine_Free(mpEngineHead);
-  mpEngineHead = nullptr;
-  mEnginesCount = 0;
-  mNoConfigDefinitions = false;
-  mHits_Search = 0;
+  ReleaseEngines();
   gSM_TotalBytesAllocated = gSM_CurrentBytesAllocated = gSM_MaximumBytesAllocated = gSM_TotalBytesFreed = 0;
   smart_memory_init({});
 }

@@ -52,9 +52,15 @@ static uint8_t AgentKind(std::string_view agent) {
   return static_cast<uint8_t>((MSIE(agent) ? kMsieKind : 0) | (navigator ? kNavigatorKind : 0));
 }
 
+static int32_t CountOfBrand(const ListInfo& browsers, uint8_t kind) {
+  const int32_t alone = browsers.kinds[kind];
+  const int32_t both = browsers.kinds[kMsieKind | kNavigatorKind];
+  return static_cast<int32_t>(static_cast<uint32_t>(alone) + static_cast<uint32_t>(both));
+}
+
 static void SetBrandCounts(const ListInfo& browsers) {
-  MsieCount = browsers.kinds[kMsieKind] + browsers.kinds[kMsieKind | kNavigatorKind];
-  NavCount = browsers.kinds[kNavigatorKind] + browsers.kinds[kMsieKind | kNavigatorKind];
+  MsieCount = CountOfBrand(browsers, kMsieKind);
+  NavCount = CountOfBrand(browsers, kNavigatorKind);
 }
 
 // The order of creation decides which of two equally long tables is thinned.

@@ -11,7 +11,7 @@
 
 // Random bytes, or the given seed where the system has none to give.
 template <typename Seed>
-Seed RandomSeed(const Seed& otherwise) {
+Seed RandomSeed(const Seed& otherwise) noexcept {
   Seed seed;
   return getentropy(&seed, sizeof seed) == 0 ? seed : otherwise;
 }

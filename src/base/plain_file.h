@@ -3,7 +3,7 @@
 
 #include <cstdio>
 
-// As fopen for reading, but never waits: a pipe, a socket or a device opens and
-// holds nothing. Null when there is no such file or it may not be read; where
-// memory is refused the run ends.
+// As fopen for reading, but never waits: a pipe or a device opens and holds
+// nothing. Null when there is no such file, it may not be read, or it is a socket;
+// where memory is refused the run ends.
 FILE* OpenPlainFile(const char* path);

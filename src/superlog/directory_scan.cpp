@@ -56,7 +56,7 @@ static size_t FindInDirectory(DirectoryScan& scan, const char* name) {
 static size_t FindAll(DirectoryScan& scan, const char* pattern) {
   const std::string_view text = pattern;
   scan.directory = text.rfind('/') + 1;  // 0 when there is none
-  if (HasWildcard(text.substr(0, scan.directory))) {
+  if (HasWildcard(text.substr(0, scan.directory)) || text.ends_with('/')) {
     return FindByGlob(scan, pattern);
   }
   CopyText(scan.path, text);

@@ -17,9 +17,9 @@ struct FoundFile {
 struct DirectoryScan {
   size_t count;
   size_t next;
-  glob_t matches;                                 // of a pattern with wildcards before its last "/"
-  dirent** entries;                               // of one with wildcards behind it only
-  size_t directory;                               // length of the path's directory, with its "/"
+  glob_t matches;    // of a pattern with wildcards before its last "/", or nothing behind
+  dirent** entries;  // of one with wildcards behind it only
+  size_t directory;  // length of the path's directory, with its "/"
   char path[kPathSize + sizeof(dirent::d_name)];  // of the entry at hand, or of the only file
 };
 

@@ -117,6 +117,13 @@ for parameter in $parameters; do
   grep -qw "$parameter" "$source_dir/man/orvellis.1" "$source_dir/man/orvellis.conf.5" || fail "man: no $parameter"
 done
 
+# The statuses that the documentation tells, in the manual page too.
+statuses=$(grep -oE '^\|.*, status [0-9]' "$source_dir/docs/errors.md" | grep -oE '[0-9]$')
+[ "$(echo "$statuses" | wc -l)" -ge 2 ] || fail "docs/errors.md: the statuses were not found"
+for status in $statuses; do
+  sed -n '/^\.Sh EXIT STATUS/,/^\.Sh EXAMPLES/p' "$source_dir/man/orvellis.1" | grep -qx "\.It $status" || fail "orvellis.1: no status $status"
+done
+
 # The request form sends nothing but parameters, and all that an account does not have to itself.
 all_parameters=$(grep -oE '^    \{"[A-Za-z_]+",' "$source_dir/src/cgi/parameters.cpp" | tr -d ' {",' | sort -u)
 fields=$(grep -oE ' name="[^"]*"' "$source_dir/site/index.html" | cut -d'"' -f2 | grep -v '^viewport$' | sort -u)

@@ -100,9 +100,10 @@ TEST_F(DirectoryScanTest, FindsWhatGlobFinds) {
   const std::string by_wildcard = directory.substr(0, directory.size() - 1) + "[" + directory.back() + "]";
   size_t matches = 0;
   for (const char* pattern :
-       {"*",      "*.log",   "?.log",   "[ab].log", "[!a].log", "a[b",   "a\\[b",     "a\\*b",
-        "a\\\\b", "\\a.log", "a*",      "*b",       ".*d*",     ".",     "..",        "[",
-        "[a",     "a.log",   "missing", "*y.log",   "\xE9.log", "\xE9*", "[.]hidden", "?hidden"}) {
+       {"*",      "*.log",   "?.log",   "[ab].log", "[!a].log", "a[b",    "a\\[b",     "a\\*b",
+        "a\\\\b", "\\a.log", "a*",      "*b",       ".*d*",     ".",      "..",        "[",
+        "[a",     "a.log",   "missing", "*y.log",   "\xE9.log", "\xE9*",  "[.]hidden", "?hidden",
+        "",       "/",       "a.log/",  "a.log//",  "*.log/",   "/a.log", "ab\\",      "missing/"}) {
     EXPECT_EQ(Scan(directory + "/" + pattern), Globbed(directory + "/" + pattern)) << pattern;
     EXPECT_EQ(Scan(by_wildcard + "/" + pattern), Globbed(by_wildcard + "/" + pattern)) << pattern;
     matches += Scan(directory + "/" + pattern).size();

@@ -1,4 +1,4 @@
-// Returns the search engines to the start of a run, for tests that define some.
+// Returns the search engines to the start of a run, for what defines some.
 #pragma once
 
 #include <vector>
@@ -7,6 +7,15 @@
 #include "analysis/search_engines.h"
 #include "analysis/search_phrases.h"
 
+inline void ReleaseEngines() {
+  destroyListInfo();
+  SearchEngine_Free(mpEngineHead);
+  mpEngineHead = nullptr;
+  mEnginesCount = 0;
+  mNoConfigDefinitions = false;
+  mHits_Search = 0;
+}
+
 inline void ForgetEngines() {
   // An analysis drops the descriptors of configured engines from the chain and
   // leaves them until the process ends; here they stay known just as long.
@@ -14,10 +23,5 @@ inline void ForgetEngines() {
   for (const SearchEngine* engine = mpEngineHead; engine != nullptr; engine = engine->next) {
     dropped.push_back(engine->phrases_info);
   }
-  destroyListInfo();
-  SearchEngine_Free(mpEngineHead);
-  mpEngineHead = nullptr;
-  mEnginesCount = 0;
-  mNoConfigDefinitions = false;
-  mHits_Search = 0;
+  ReleaseEngines();
 }

@@ -10,8 +10,7 @@
 // A copy of a text in a buffer that goes on for kScanOverread bytes beyond it.
 class WithRoom {
  public:
-  explicit WithRoom(std::string_view text)
-      : buffer_(text.size() + kScanOverread, '#'), length_(text.size()) {
+  explicit WithRoom(std::string_view text) : buffer_(text.size() + kScanOverread, '#'), length_(text.size()) {
     std::copy(text.begin(), text.end(), buffer_.begin());
   }
   operator std::string_view() const { return {buffer_.data(), length_}; }
