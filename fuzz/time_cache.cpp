@@ -81,7 +81,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   CheckTimes(records);
   for (const tm& record : records) {
     CheckLocal(PlainLocalToTime(record));
-    CheckLocal(static_cast<time_t>(uint64_t{0x9e3779b97f4a7c15} * static_cast<uint64_t>(record.tm_min + 1)));
+    CheckLocal(static_cast<time_t>(uint64_t{0x9e3779b97f4a7c15} *
+                                   static_cast<uint64_t>(int64_t{record.tm_min} + 1)));
   }
   ResetLocalTime();
   return 0;
