@@ -292,6 +292,7 @@ TEST_F(CountLogsTest, FileTypesMatterToEachReportOfCountedRecords) {
     *report = 1;
     Run();
     EXPECT_EQ(analysis_.hits, 1);
+    EndAnalysis(analysis_);
     *report = 0;
   }
 }
