@@ -216,14 +216,13 @@ struct Waiting {
   PaddedKey subkey;  // empty: none
 };
 
-static ListItem& CountWaiting(const Waiting& waiting, const ListItem* parent) {
+static void CountWaiting(const Waiting& waiting, const ListItem* parent) {
   ListItem& item =
       CountKey(*waiting.list, waiting.info, waiting.key, waiting.hash, parent, waiting.ignore_case);
   if (waiting.subkey.length > 0) {
     CountKey(SublistOf(item), waiting.info, waiting.subkey,
              HashKey(waiting.subkey, waiting.ignore_case, mSeed), &item, waiting.ignore_case);
   }
-  return item;
 }
 
 // A ring. The keys' numbers run on: those below mCountedTo are counted, the
@@ -303,8 +302,8 @@ void add_item(List& list, ListInfo* info, std::string_view key, std::string_view
   if (key.empty()) {
     return;
   }
-  char key_text[kTextSize + kKeyChunk];
-  char subkey_text[kTextSize + kKeyChunk];
+  char key_text[kTextSize + kScanOverread];
+  char subkey_text[kTextSize + kScanOverread];
   Waiting waiting;
   const size_t length = key.copy(key_text, kTextMax);
   const size_t sublength = subkey.copy(subkey_text, kTextMax);

@@ -70,9 +70,8 @@ void SearchDomainInfo_Append(SearchEngine* engine, SearchDomainInfo* domain) {
 }
 
 void SearchVariable_Append(SearchDomainInfo* domain, std::string_view name) {
-  SearchVariable* const variable = name.empty() ? nullptr : NewNamedRecord<SearchVariable>(name);
-  if (variable != nullptr) {
-    AppendToChain(domain->variables, domain->last_variable, variable);
+  if (!name.empty()) {
+    AppendToChain(domain->variables, domain->last_variable, NewNamedRecord<SearchVariable>(name));
   }
 }
 
