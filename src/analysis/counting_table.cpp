@@ -151,7 +151,7 @@ void init_list(List& list, ListInfo*& info, const char* name) {
 // included, but spares the parent.
 [[gnu::noinline]] static ListItem& NewItem(List& list, ListInfo& info, const PaddedKey& key, uint32_t hash,
                                            const ListItem* parent) {
-  if (!MakeRoom(list) && !(ReclaimAfterRefusal(parent) && MakeRoom(list))) {
+  if (!MakeRoom(list) && !TryWithReclaims(parent, [&] { return MakeRoom(list); })) {
     EndWithoutMemory();
   }
   const size_t padded = PaddedKeySize(key.length);
@@ -177,9 +177,10 @@ void init_list(List& list, ListInfo*& info, const char* name) {
 
 static List& SublistOf(ListItem& item) {
   if (item.sublist == nullptr) {
-    List* list = static_cast<List*>(mpAllocateZeroed(1, sizeof(List)));
-    if (list == nullptr && ReclaimAfterRefusal(&item)) {
-      list = static_cast<List*>(mpAllocateZeroed(1, sizeof(List)));
+    const auto allocate = [] { return static_cast<List*>(mpAllocateZeroed(1, sizeof(List))); };
+    List* list = allocate();
+    if (list == nullptr) {
+      list = TryWithReclaims(&item, allocate);
     }
     if (list == nullptr) {
       EndWithoutMemory();

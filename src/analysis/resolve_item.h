@@ -12,8 +12,8 @@
 
 #include "base/text.h"
 
-// Makes the names of the file at path those that are held. Called before a page is
-// begun, it leaves nothing for which the page could lack memory half-way.
+// Makes the names of the file at path those that are held. Called before anything
+// is counted, it leaves nothing for which the page could lack memory half-way.
 void ReadNamesOnce(const char* path);
 
 // Upper-cases item (ASCII) and, when the file at path has it as a code, replaces

@@ -278,26 +278,27 @@ static ListInfo* ChooseVictim(ListInfo* last) {
   return victim;
 }
 
-void smart_free(const ListItem* spared) {
+int64_t smart_free(const ListItem* spared) {
   Reclaim reclaim = {spared, KilobytesToBytes(mReclaimSize), 0};
   ListInfo* victim = nullptr;
   do {
     victim = ChooseVictim(victim);
   } while (victim != nullptr && Unfinished(reclaim, *victim) && ThinTable(reclaim, *victim));
   AddWrapping(gSM_TotalBytesFreed, reclaim.freed);
+  return reclaim.freed;
 }
 
 // ---- Allocation ----
 
+bool SmartMemoryIsOn() {
+  return mSmartMemoryEnabled;
+}
+
 bool ReclaimAfterRefusal(const ListItem* spared) {
-  if (!mSmartMemoryEnabled) {
-    return false;
-  }
   if (gSM_MaximumBytesAllocated < gSM_CurrentBytesAllocated) {
     gSM_MaximumBytesAllocated = gSM_CurrentBytesAllocated;
   }
-  smart_free(spared);
-  return true;
+  return smart_free(spared) > 0;
 }
 
 void* smart_alloc(size_t size, ListInfo& info, const ListItem* parent) {
@@ -309,8 +310,8 @@ void* smart_alloc(size_t size, ListInfo& info, const ListItem* parent) {
     block = mpAllocate(size);
   }
   if (block == nullptr) {
-    ReclaimAfterRefusal(parent);
-    block = mpAllocate(size);  // whatever the budget: one allocation follows each reclaim
+    // whatever the budget: one allocation follows each reclaim
+    block = TryWithReclaims(parent, [&] { return mpAllocate(size); });
   }
   if (block != nullptr) {
     info.entries += parent == nullptr ? 1 : 0;
@@ -335,5 +336,5 @@ char* smart_strdup(const char* text) {
     return copy;
   }
   count_queued();  // a reclaim takes from all that was to be counted until now
-  return ReclaimAfterRefusal(nullptr) ? Duplicate(text) : nullptr;
+  return TryWithReclaims(nullptr, [&] { return Duplicate(text); });
 }

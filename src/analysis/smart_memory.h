@@ -26,15 +26,15 @@ void smart_memory_init(const Settings& settings);
 
 // A block of size bytes for an item record of info's table, to hang under parent
 // (null for a top-level record, which is counted in info.entries). Counts as 256
-// bytes. Null when memory is refused even after one reclaim. With smart memory
-// disabled a plain allocation that nothing counts.
+// bytes. Null when memory is refused even after reclaims, until one frees nothing.
+// With smart memory disabled a plain allocation that nothing counts.
 void* smart_alloc(size_t size, ListInfo& info, const ListItem* parent);
 
 // One reclaim: frees about the configured size and never the spared record
-// (null: none).
-void smart_free(const ListItem* spared);
+// (null: none). Returns the bytes that were freed.
+int64_t smart_free(const ListItem* spared);
 
 // A copy of the text, or null for null and when memory is refused even after
-// one reclaim, before which queued keys are counted. Its buffer goes on for
+// reclaims, before which queued keys are counted. Its buffer goes on for
 // kScanOverread bytes. Released with free(). Not counted in the statistics.
 char* smart_strdup(const char* text);

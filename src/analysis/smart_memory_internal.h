@@ -12,9 +12,27 @@ struct ListItem;
 extern void* (*mpAllocate)(size_t size);
 extern void* (*mpAllocateZeroed)(size_t count, size_t size);
 
-// After a refused allocation: one reclaim, unless smart memory is disabled. True
-// when another try is worth making.
+bool SmartMemoryIsOn();
+
+// One reclaim, before which the peak is recorded. True when it freed anything.
 bool ReclaimAfterRefusal(const ListItem* spared);
+
+// Tries again what was refused, after a reclaim each, and returns what the try
+// made. One reclaim is enough where all records have one size; here those given up
+// may be too short for what is wanted, and then others must go, too. Returns a
+// null (or false) result when the last reclaim freed nothing and, without any
+// try, when smart memory is disabled.
+template <typename Try>
+auto TryWithReclaims(const ListItem* spared, const Try& try_again) -> decltype(try_again()) {
+  bool more = SmartMemoryIsOn();
+  while (more) {
+    more = ReclaimAfterRefusal(spared);
+    if (const auto made = try_again()) {
+      return made;
+    }
+  }
+  return {};
+}
 
 // Sends for the memory that finding a key of this hash will read first.
 void FetchSlot(const List& list, uint32_t hash);

@@ -68,10 +68,10 @@ void do_bigass_analysis(Settings& settings, const Environment& env) {
   if (!BeginAnalysis(settings, analysis)) {
     ServerError(11, env, settings);
   }
-  CountLogs(settings, analysis);
   if (settings.domaintypes.on != 0) {
-    ReadNamesOnce(settings.Networks);
+    ReadNamesOnce(settings.Networks);  // before the tables take what memory there is
   }
+  CountLogs(settings, analysis);
   CompleteMemoryPeak();
   PrintDebugRows(settings);
   DisplayHeader(settings, analysis.hits, analysis.bytes);

@@ -323,6 +323,12 @@ static void* RefuseZeroed(size_t, size_t) {
   return nullptr;
 }
 
+static int mRefusedZeroed;
+
+static void* RefuseTwoZeroed(size_t count, size_t size) {
+  return ++mRefusedZeroed <= 2 ? nullptr : calloc(count, size);
+}
+
 TEST_F(CountingTableTest, RefusedIndexLeavesTheListWalked) {
   mpAllocateZeroed = RefuseZeroed;
   for (int i = 0; i < 500; ++i) {
@@ -357,6 +363,42 @@ TEST_F(CountingTableTest, IndexThatCannotGrowFillsUpAndThenReclaims) {
   EXPECT_EQ(gSM_MaximumBytesAllocated, 30 * 256);
   EXPECT_EQ(Record("k13"), nullptr);
   EXPECT_NE(Record("k14"), nullptr);
+}
+
+TEST_F(CountingTableTest, FullIndexReclaimsFromLongerTablesFirst) {
+  InitMemory(MemorySettings(10, 1, 0));
+  for (int i = 0; i < 9; ++i) {
+    Add(Numbered("k", 10 + i));
+  }
+  List longer;
+  ListInfo* longer_info = nullptr;
+  init_list(longer, longer_info, "Longer");
+  for (int i = 0; i < 39; ++i) {
+    add_item(longer, longer_info, Numbered("l", 10 + i), {}, nullptr, false);
+  }
+  mpAllocateZeroed = RefuseZeroed;
+  for (int i = 9; i < 31; ++i) {
+    Add(Numbered("k", 10 + i));
+  }
+  EXPECT_EQ(longer_info->reclaimed, 12) << "three reclaims, of which the last begins at 31 records";
+  EXPECT_EQ(info_->reclaimed, 4);
+  EXPECT_EQ(list_length(list_), 30U - 4 + 1);
+  EXPECT_NE(Record("k40"), nullptr);
+  destroy(longer);
+}
+
+TEST_F(CountingTableTest, RefusedSublistReclaimsAroundItsParent) {
+  InitMemory(MemorySettings(1, 1, 0));
+  for (int i = 0; i < 8; ++i) {
+    Add(Numbered("k", i), 2);
+  }
+  mpAllocateZeroed = RefuseZeroed;
+  EXPECT_EXIT(AddWith("k0", "sub"), testing::ExitedWithCode(1), "^$");
+  mRefusedZeroed = 0;
+  mpAllocateZeroed = RefuseTwoZeroed;
+  AddWith("k0", "sub");
+  EXPECT_EQ(info_->reclaimed, 7) << "two reclaims, of four and of all others but the parent";
+  EXPECT_EQ(Text(Record("k0")), "k0(3) ");
 }
 
 TEST_F(CountingTableTest, RefusedRecordEndsTheProcessWithStatus1) {

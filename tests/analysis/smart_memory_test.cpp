@@ -261,17 +261,46 @@ static void StartRefusing(long at, long times) {
   gRefusals = times;
 }
 
-TEST_F(SmartMemoryTest, AllocReturnsNullWhenRefusedTwice) {
+// Records that were given up may be too short for the one that is wanted.
+TEST_F(SmartMemoryTest, AllocReclaimsUntilATrySucceeds) {
   InitMemory(MemorySettings(0, 1, 0));
   PairedTable table(false);
   AddMany(table, 1, 10);
   mpAllocate = RefuseNth;
   StartRefusing(1, 2);
+  void* const block = smart_alloc(100, *table.info, nullptr);
+  EXPECT_NE(block, nullptr);
+  free(block);
+  EXPECT_EQ(gAllocations, 3);
+  EXPECT_EQ(table.info->reclaimed, 8);
+  EXPECT_EQ(table.info->entries, 3);
+  EXPECT_EQ(gSM_TotalBytesAllocated, 11 * 256);
+  EXPECT_EQ(gSM_MaximumBytesAllocated, 10 * 256);
+}
+
+TEST_F(SmartMemoryTest, AllocReturnsNullWhenAReclaimFreedNothing) {
+  InitMemory(MemorySettings(2, 1, 0));
+  PairedTable table(false);
+  AddMany(table, 1, 10);
+  mpAllocate = RefuseNth;
+  StartRefusing(1, 1000);
   EXPECT_EQ(smart_alloc(100, *table.info, nullptr), nullptr);
-  EXPECT_EQ(gAllocations, 2);
-  EXPECT_EQ(table.info->entries, 6);
+  EXPECT_EQ(gAllocations, 1 + 3) << "after four records, after four more, and after none";
+  EXPECT_EQ(table.info->entries, 2);
   EXPECT_EQ(gSM_TotalBytesAllocated, 10 * 256);
   EXPECT_EQ(gSM_MaximumBytesAllocated, 10 * 256);
+}
+
+TEST_F(SmartMemoryTest, AllocIsTriedOnceMoreWhenNothingCanGo) {
+  InitMemory(MemorySettings(10, 1, 0));
+  PairedTable table(false);
+  AddMany(table, 1, 10);
+  mpAllocate = RefuseNth;
+  StartRefusing(1, 1);
+  void* const block = smart_alloc(100, *table.info, nullptr);
+  EXPECT_NE(block, nullptr);
+  free(block);
+  EXPECT_EQ(table.info->reclaimed, 0);
 }
 
 TEST_F(SmartMemoryTest, StrdupCopiesAndStaysOutOfTheStatistics) {
@@ -283,7 +312,7 @@ TEST_F(SmartMemoryTest, StrdupCopiesAndStaysOutOfTheStatistics) {
   EXPECT_EQ(gSM_CurrentBytesAllocated, 0);
 }
 
-TEST_F(SmartMemoryTest, RefusedStrdupReclaimsOnceAndTriesAgain) {
+TEST_F(SmartMemoryTest, RefusedStrdupReclaimsAndTriesAgain) {
   InitMemory(MemorySettings(0, 1, 0));
   PairedTable table(false);
   AddMany(table, 1, 10);
@@ -293,9 +322,10 @@ TEST_F(SmartMemoryTest, RefusedStrdupReclaimsOnceAndTriesAgain) {
   EXPECT_STREQ(copy.get(), "host.example.com");
   EXPECT_EQ(table.info->reclaimed, 4);
   EXPECT_EQ(gSM_MaximumBytesAllocated, 10 * 256);
-  StartRefusing(1, 2);
+  StartRefusing(1, 1000);
   EXPECT_EQ(smart_strdup("host.example.com"), nullptr);
-  EXPECT_EQ(table.info->reclaimed, 8);
+  EXPECT_EQ(gAllocations, 1 + 3) << "after four records, after the last two, and after none";
+  EXPECT_EQ(table.info->reclaimed, 10);
 }
 
 TEST_F(SmartMemoryTest, RefusedStrdupReclaimsFromWhatWaitsToo) {
@@ -483,12 +513,12 @@ TEST_F(SmartMemoryTest, RecordRefusedAtEachPlaceGivesThePlainResult) {
   }
 }
 
-TEST_F(SmartMemoryTest, RecordRefusedAfterAReclaimEndsTheProcessWithStatus1) {
+TEST_F(SmartMemoryTest, RecordRefusedAfterAllReclaimsEndsTheProcessWithStatus1) {
   InitMemory(MemorySettings(2, 1, BudgetOfRecords(8)));
   PairedTable table(false);
   AddMany(table, 1, 8);
   mpAllocate = RefuseNth;
-  StartRefusing(1, 1);
+  StartRefusing(1, 1000);
   EXPECT_EXIT(table.Add(Key(9)), testing::ExitedWithCode(1), "^$");
   queue_item(table.list, table.info, WithRoom(Key(9)), {}, false);
   EXPECT_EXIT(count_queued(), testing::ExitedWithCode(1), "^$");

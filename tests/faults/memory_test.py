@@ -42,9 +42,9 @@ class MemoryTest(faults.FaultTest):
         rows = WARNING_ROW.findall(page)
         self.assertLessEqual(len(rows), 1, what)
         named = re.findall(rb"([^<>\n]+)<br>\n", rows[0]) if rows else []
-        sections = sections_of(WARNING_ROW.sub(b"", page))
-        self.assertEqual([name for name, _ in sections], [name for name, _ in sections_of(expected)], what)
-        for (name, seen), (_, right) in zip(sections, sections_of(expected)):
+        seen_sections, right_sections = (sections_of(WARNING_ROW.sub(b"", text)) for text in (page, expected))
+        self.assertEqual([name for name, _ in seen_sections], [name for name, _ in right_sections], what)
+        for (name, seen), (_, right) in zip(seen_sections, right_sections):
             if seen != right and not any(table.endswith(TABLES.get(name, b"\n")) for table in named):
                 self.fail(f"{what}: section {name} differs, the warning names {named}:\n"
                           + faults.difference(right, seen))
@@ -145,24 +145,38 @@ class MemoryTest(faults.FaultTest):
     @faults.release_only
     def test_address_space(self):
         # Many keys: tables of some 20 MB, so that limits bite at every point of the run.
-        self.write("logs/access0.log", "".join(
-            faults.log_line(i, url=f"/{i * 7919 % 50021:05}/" + "x" * 100, host=f"h{i}.example{i % 20000}.com",
-                            referrer=f"http://www.example.org/{i % 30000}") for i in range(60000)))
+        for part in range(3):
+            self.write(f"logs/access{part}.log", "".join(
+                faults.log_line(i, url=f"/{i * 7919 % 50021:05}/" + "x" * (i % 3 * 50),
+                                status=404 if i % 5 == 0 else 200,
+                                host=f"h{i}.example{i % 20000}.com", agent=f"Agent/{i % 5000}",
+                                referrer=f"http://www.example.org/{i % 30000}")
+                for i in range(part * 20000, part * 20000 + 20000)))
         for keys in "", "SmartMemoryMaxMemoryToAllocate=2000\n", "SmartMemoryMaxMemoryToAllocate=20000\n":
-            self.write("orvellis.conf", self.configuration(keys=keys))
-            self.forget_summaries()
-            expected = self.expect_report(self.run_once())
-            outcomes = {}
-            for mib in [*range(1, 8), *range(8, 48, 2)]:
-                self.forget_summaries()
-                result = self.run_once(limits={resource.RLIMIT_AS: mib << 20})
-                if mib < 8 and result.status in (-6, -11, 127):
-                    continue  # too little for the system to load a program at all
-                outcome = self.expect_safe(expected, result, f"{mib} MiB {keys}")
-                outcomes.setdefault(outcome, []).append(mib)
-            print(f"{keys!r}: {outcomes}")
+            outcomes = self.limit_address_space(keys)
+            self.assertLessEqual(max(outcomes.get("refused", [0])), 8, "with smart memory, that is enough")
             self.assertIn("correct", outcomes)
-            self.assertIn("refused", outcomes)
+            if not keys:
+                self.assertIn("warned", outcomes)
+        outcomes = self.limit_address_space("SmartMemoryEnabled=0\n")
+        self.assertIn("correct", outcomes)
+        self.assertIn("refused", outcomes)
+        self.assertNotIn("warned", outcomes)
+
+    def limit_address_space(self, keys):
+        self.write("orvellis.conf", self.configuration(keys=keys))
+        self.forget_summaries()
+        expected = self.expect_report(self.run_once())
+        outcomes = {}
+        for mib in [*range(1, 8), *range(8, 48, 2)]:
+            self.forget_summaries()
+            result = self.run_once(limits={resource.RLIMIT_AS: mib << 20})
+            if mib < 8 and result.status in (-6, -11, 127):
+                continue  # too little for the system to load a program at all
+            outcome = self.expect_safe(expected, result, f"{mib} MiB {keys}")
+            outcomes.setdefault(outcome, []).append(mib)
+        print(f"{keys!r}: {outcomes}")
+        return outcomes
 
 
 # crypt("letmein"), by a method that takes memory of its own
