@@ -11,6 +11,7 @@ ten times as large; the figures in the tests' comments are those of such runs.
 
 import contextlib
 import os
+import resource
 import shutil
 import subprocess
 import sys
@@ -73,15 +74,19 @@ class BoundsCase(unittest.TestCase):
                 for piece in [part] if isinstance(part, (str, bytes)) else part:
                     file.write(piece if isinstance(piece, bytes) else piece.encode("latin-1"))
 
-    def run_program(self, *arguments, form=None, length=None):
+    def run_program(self, *arguments, form=None, length=None, address_space=None):
         """A run from a shell, or behind a web server with the form's file posted."""
+        def limit():
+            resource.setrlimit(resource.RLIMIT_AS, (address_space, address_space))
+
         environment = {"TZ": "UTC", "LC_ALL": "C", "PATH": "/usr/bin:/bin"}
         if form is not None:
             environment["REQUEST_METHOD"] = "POST"
             environment["CONTENT_LENGTH"] = str(os.path.getsize(form) if length is None else length)
         with open(form or os.devnull, "rb") as body, open("page", "wb") as page:
             status = subprocess.run([MEASURED, "figures", PROGRAM, *arguments], stdin=body, stdout=page,
-                                    env=environment, timeout=HANG).returncode
+                                    env=environment, timeout=HANG,
+                                    preexec_fn=limit if address_space else None).returncode
         with open("page", "rb") as page, open("figures", encoding="ascii") as figures:
             microseconds, kibibytes = (int(figure) for figure in figures.read().split())
             return Run(status, page.read(), microseconds / 1e6, kibibytes * 1024)
