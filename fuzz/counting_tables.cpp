@@ -10,7 +10,31 @@ static std::string TakeKey(std::string_view& input) {
   return kind < 200 ? Numbered(kind % 2 == 0 ? "/a/Page" : "/a/pAGE", kind / 2) : UpToNul(TakePart(input));
 }
 
-static void Act(uint8_t action, std::string_view& input, PairedTable& table) {
+static bool mRefuseNext;
+
+static void* RefuseOnce(size_t size) {
+  const bool refused = mRefuseNext;
+  mRefuseNext = false;
+  return refused ? nullptr : malloc(size);
+}
+
+// The next record is refused at first. At the budget a record has one try only,
+// after a reclaim that may have freed nothing; then its refusal ends the process.
+static void RefuseNext(int budget) {
+  count_queued();
+  if (budget == 0 || gSM_CurrentBytesAllocated < budget * plain::kItemSize) {
+    mRefuseNext = true;
+    plain::memory.refuse_at = plain::memory.allocations + 1;
+  }
+}
+
+static void ReclaimNow() {
+  count_queued();
+  smart_free(nullptr);
+  plain::smart_free(nullptr);
+}
+
+static void Act(uint8_t action, std::string_view& input, PairedTable& table, int budget) {
   const std::string key = TakeKey(input);
   switch (action % 8) {
     case 0:
@@ -33,9 +57,7 @@ static void Act(uint8_t action, std::string_view& input, PairedTable& table) {
       }
       break;
     default:
-      count_queued();
-      smart_free(nullptr);
-      plain::smart_free(nullptr);
+      action / 16 % 2 == 0 ? ReclaimNow() : RefuseNext(budget);
       break;
   }
 }
@@ -43,12 +65,15 @@ static void Act(uint8_t action, std::string_view& input, PairedTable& table) {
 static void Run(std::string_view input) {
   const int keep = TakeByte(input) % 32;
   const int reclaim = TakeByte(input) % 16;
-  const int budget = TakeByte(input);
-  InitMemory(MemorySettings(keep, reclaim, BudgetOfRecords(budget - budget % 4)));
+  const int size = TakeByte(input);
+  const int budget = size - size % 4;  // records
+  InitMemory(MemorySettings(keep, reclaim, BudgetOfRecords(budget)));
+  mRefuseNext = false;
+  mpAllocate = RefuseOnce;
   PairedTable tables[] = {PairedTable(false), PairedTable(true)};
   for (int actions = 0; actions < 400 && !input.empty(); ++actions) {
     const uint8_t action = TakeByte(input);
-    Act(action, input, tables[action / 8 % 2]);
+    Act(action, input, tables[action / 8 % 2], budget);
     if (action >= 250) {
       count_queued();
       tables[0].ExpectSame();
@@ -59,7 +84,7 @@ static void Run(std::string_view input) {
   ExpectSameStatistics();
   for (PairedTable& table : tables) {
     table.ExpectSame();
-    table.ExpectSameDisplay(budget % 3 == 0 ? SIZE_MAX : static_cast<size_t>(budget));
+    table.ExpectSameDisplay(size % 3 == 0 ? SIZE_MAX : static_cast<size_t>(size));
   }
 }
 
