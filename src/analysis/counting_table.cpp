@@ -19,6 +19,8 @@ struct IndexSlot {
 };
 
 static constexpr size_t kUnindexedMax = 8;  // a list up to this length is searched by walking it
+static constexpr size_t kWalkedMax = 64;    // and one up to this length where memory for an index is refused
+static constexpr size_t kSmallestIndex = 32;
 static constexpr size_t kLastCapacity = size_t{1} << 31;
 static constexpr size_t kCacheLine = 64;
 static constexpr uint32_t kWaitingMax = 16;  // a power of two
@@ -97,18 +99,39 @@ static bool Reindex(List& list, size_t capacity) {
 }
 
 // Prepares the index for one more record. A full one grows; when that is refused
-// it works on, ever slower, until 15 of 16 slots are taken.
+// it works on, ever slower, until 15 of 16 slots are taken, and each record tries
+// again. False when the list can take no more records in reasonable time.
 static bool MakeRoom(List& list) {
   if (list.slots == nullptr) {
-    if (list.length >= kUnindexedMax) {
-      // Refused: the list is still walked, and the next record tries again.
-      Reindex(list, std::bit_ceil(list.length * 4));
-    }
-    return true;
+    return list.length < kUnindexedMax || Reindex(list, std::bit_ceil(list.length * 4)) ||
+           list.length < kWalkedMax;
   }
   const size_t capacity = list.capacity;
   return list.length < capacity / 4 * 3 || (capacity < kLastCapacity && Reindex(list, capacity * 2)) ||
          list.length < capacity / 16 * 15;
+}
+
+// Moves the list to a smaller index. In place: memory for another one is what is
+// missing.
+static void ShrinkIndex(List& list, size_t capacity) {
+  std::fill_n(list.slots, capacity, IndexSlot{});
+  for (ListItem* item = list.first; item != nullptr; item = item->next) {
+    FreeSlot(list.slots, capacity, item->hash) = {item, item->hash};
+  }
+  void* const slots = realloc(list.slots, capacity * sizeof(IndexSlot));
+  list.slots = slots == nullptr ? list.slots : static_cast<IndexSlot*>(slots);
+  list.capacity = static_cast<uint32_t>(capacity);
+}
+
+// Indexes of a quarter shrink to a half, and grow at three: none goes back and forth.
+void ShrinkIndexes() {
+  for (const ListInfo* info = gListInfo.first; info != nullptr; info = info->next) {
+    List& list = *info->head;
+    const size_t capacity = std::max(kSmallestIndex, std::bit_ceil(list.length * 2));
+    if (list.slots != nullptr && capacity * 2 <= list.capacity) {
+      ShrinkIndex(list, capacity);
+    }
+  }
 }
 
 // Takes the record out of the index; those behind it move up, so that a free

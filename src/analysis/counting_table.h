@@ -79,7 +79,7 @@ void init_list(List& list, ListInfo*& info, const char* name);
 // subkey is present, one of subkey in that record's sub-list. An absent or empty
 // key does nothing; an empty subkey counts as absent. parent is null for a top-level
 // list. A list is always given the same ignore_case; in one that ignores case
-// the first spelling seen stays. When memory is refused even after a reclaim,
+// the first spelling seen stays. When memory is refused even after reclaims,
 // the process exits at once with status 1. Counts wrap at 32 bits.
 void add_item(List& list, ListInfo* info, std::string_view key, std::string_view subkey, ListItem* parent,
               bool ignore_case);

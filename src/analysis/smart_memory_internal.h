@@ -17,16 +17,23 @@ bool SmartMemoryIsOn();
 // One reclaim, before which the peak is recorded. True when it freed anything.
 bool ReclaimAfterRefusal(const ListItem* spared);
 
+// Gives back what is too much of the indexes of tables that fill a quarter of theirs
+// or less.
+void ShrinkIndexes();
+
 // Tries again what was refused, after a reclaim each, and returns what the try
-// made. One reclaim is enough where all records have one size; here those given up
-// may be too short for what is wanted, and then others must go, too. Returns a
-// null (or false) result when the last reclaim freed nothing and, without any
-// try, when smart memory is disabled.
+// made. One reclaim is enough for a record where all have one size; here those
+// given up may be too short for the one that is wanted, and too scattered for an
+// index, and then others must go, too. Returns a null (or false) result when at
+// last nothing was freed and, without any try, when smart memory is disabled.
 template <typename Try>
 auto TryWithReclaims(const ListItem* spared, const Try& try_again) -> decltype(try_again()) {
   bool more = SmartMemoryIsOn();
-  while (more) {
+  for (bool once = true; more; once = false) {
     more = ReclaimAfterRefusal(spared);
+    if (!once) {
+      ShrinkIndexes();
+    }
     if (const auto made = try_again()) {
       return made;
     }

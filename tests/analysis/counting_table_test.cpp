@@ -331,18 +331,111 @@ static void* RefuseTwoZeroed(size_t count, size_t size) {
 
 TEST_F(CountingTableTest, RefusedIndexLeavesTheListWalked) {
   mpAllocateZeroed = RefuseZeroed;
-  for (int i = 0; i < 500; ++i) {
-    Add(Numbered("key", i % 250));
+  for (int i = 0; i < 120; ++i) {
+    Add(Numbered("key", i % 60));
   }
   EXPECT_EQ(list_.slots, nullptr);
-  EXPECT_EQ(list_length(list_), 250U);
-  EXPECT_EQ(TotalList(list_), 500);
+  EXPECT_EQ(list_length(list_), 60U);
+  EXPECT_EQ(TotalList(list_), 120);
   mpAllocateZeroed = calloc;
-  Add("key250");
+  Add("key60");
   EXPECT_NE(list_.slots, nullptr) << "the next record makes up for it";
   Add("key0");
   EXPECT_EQ(Record("key0")->count, 3);
-  EXPECT_EQ(Record("key250")->count, 1);
+  EXPECT_EQ(Record("key60")->count, 1);
+}
+
+// Walking a long list for each record would take time without end.
+TEST_F(CountingTableTest, ListWithoutIndexReclaimsFromItsSixtyFifthRecordOn) {
+  InitMemory(MemorySettings(10, 1, 0));
+  mpAllocateZeroed = RefuseZeroed;
+  for (int i = 0; i < 64; ++i) {
+    Add(Numbered("key", 10 + i));
+  }
+  EXPECT_EQ(info_->reclaimed, 0);
+  Add("key9");
+  EXPECT_EQ(info_->reclaimed, 4);
+  EXPECT_EQ(list_length(list_), 61U);
+  EXPECT_EQ(Record("key13"), nullptr);
+  EXPECT_NE(Record("key14"), nullptr);
+}
+
+TEST_F(CountingTableTest, ListWithoutIndexEndsTheProcessWhereNothingCanGo) {
+  mpAllocateZeroed = RefuseZeroed;
+  for (int i = 0; i < 64; ++i) {
+    Add(Numbered("key", 10 + i));
+  }
+  EXPECT_EXIT(Add("key9"), testing::ExitedWithCode(1), "^$");
+}
+
+TEST_F(CountingTableTest, IndexesShrinkWhereTheyAreAQuarterFull) {
+  for (int i = 0; i < 200; ++i) {
+    Add(Numbered("key", 100 + i));
+  }
+  ASSERT_EQ(list_.capacity, 512U);
+  InitMemory(MemorySettings(129, 1000, 0));
+  smart_free(nullptr);
+  ShrinkIndexes();
+  EXPECT_EQ(list_.capacity, 512U);
+  InitMemory(MemorySettings(128, 1000, 0));
+  smart_free(nullptr);
+  ShrinkIndexes();
+  EXPECT_EQ(list_.capacity, 256U);
+  ShrinkIndexes();
+  EXPECT_EQ(list_.capacity, 256U);
+  for (int i = 0; i < 200; ++i) {
+    Add(Numbered("key", 100 + i));
+  }
+  EXPECT_EQ(list_length(list_), 200U);
+  EXPECT_EQ(Record("key171")->count, 1);
+  EXPECT_EQ(Record("key172")->count, 2);
+  EXPECT_EQ(Record("key299")->count, 2);
+}
+
+TEST_F(CountingTableTest, IndexesShrinkDownToThirtyTwoPlaces) {
+  for (int i = 0; i < 100; ++i) {
+    Add(Numbered("key", i));
+  }
+  InitMemory(MemorySettings(1, 1000, 0));
+  smart_free(nullptr);
+  ASSERT_EQ(list_length(list_), 1U);
+  ASSERT_EQ(list_.capacity, 256U);
+  ShrinkIndexes();
+  EXPECT_EQ(list_.capacity, 32U);
+  EXPECT_EQ(Record("key99")->count, 1);
+}
+
+static const List* mHeldBack;
+
+static void* RefuseUntilShrunk(size_t count, size_t size) {
+  return mHeldBack->capacity > 64 ? nullptr : calloc(count, size);
+}
+
+// A small table would else take all others down to its own length.
+TEST_F(CountingTableTest, RefusedIndexGetsItsRoomFromALongerOne) {
+  InitMemory(MemorySettings(2, 1, 0));
+  List longer;
+  ListInfo* longer_info = nullptr;
+  init_list(longer, longer_info, "Longer");
+  for (int i = 0; i < 190; ++i) {
+    add_item(longer, longer_info, Numbered("l", 100 + i), {}, nullptr, false);
+  }
+  ASSERT_EQ(longer.capacity, 256U);
+  for (int i = 0; i < 9; ++i) {
+    Add(Numbered("k", 10 + i));
+  }
+  ASSERT_EQ(list_.capacity, 32U);
+  mHeldBack = &longer;
+  mpAllocateZeroed = RefuseUntilShrunk;
+  for (int i = 9; i < 31; ++i) {
+    Add(Numbered("k", 10 + i));
+  }
+  EXPECT_EQ(list_.capacity, 64U);
+  EXPECT_EQ(list_length(list_), 31U);
+  EXPECT_EQ(longer.capacity, 64U);
+  EXPECT_EQ(list_length(longer), 30U);
+  EXPECT_EQ(info_->reclaimed, 0);
+  destroy(longer);
 }
 
 TEST_F(CountingTableTest, IndexThatCannotGrowFillsUpAndThenReclaims) {
