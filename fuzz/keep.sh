@@ -1,0 +1,18 @@
+#!/bin/sh
+# Adds to fuzz/corpus what long runs learnt: for each edge that no stored input reaches,
+# the smallest input in build/fuzz/corpus that does.
+#
+#   fuzz/keep.sh [TARGET...]    these targets only
+set -eu
+cd "$(dirname "$0")/.."
+build=build/fuzz
+
+if [ $# = 0 ]; then
+  for learnt in "$build"/corpus/*/; do
+    set -- "$@" "$(basename "$learnt")"
+  done
+fi
+for target in "$@"; do
+  TZ=UTC LC_ALL=C "$build/fuzz/fuzz_$target" -merge=1 -use_counters=0 "fuzz/corpus/$target" "$build/corpus/$target" 2>&1 |
+    sed -n "s/^MERGE-OUTER: \([0-9]* new files\) .*/$target: \1/p"
+done
