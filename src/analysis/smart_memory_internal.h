@@ -29,9 +29,9 @@ void ShrinkIndexes();
 template <typename Try>
 auto TryWithReclaims(const ListItem* spared, const Try& try_again) -> decltype(try_again()) {
   bool more = SmartMemoryIsOn();
-  for (bool once = true; more; once = false) {
+  for (bool first = true; more; first = false) {
     more = ReclaimAfterRefusal(spared);
-    if (!once) {
+    if (!first) {
       ShrinkIndexes();
     }
     if (const auto made = try_again()) {
