@@ -89,7 +89,7 @@ bool BeginAnalysis(Settings& settings, Analysis& analysis) {
   NavCount = 0;
   gHits_Browsers = 0;
   mLineCounter = 0;
-  ReportStartTime = CurrentTime();
+  analysis.ReportStartTime = ReportStartTime = CurrentTime();
   SetRange(settings, analysis);
   SuperLog_Init(settings, analysis.range_first, analysis.range_last);
   if (!SuperLog_LogFilesFound()) {
@@ -424,6 +424,21 @@ static void OpenDebugTable() {
       "<tr><td colspan=6 align=center><font size=\"+1\"><b>Debugging Information</b></font></td></tr>\n");
 }
 
+// What the modules keep of a run joins the record of all that was counted.
+static void CollectFigures(Analysis& analysis) {
+  analysis.search = {mpEngineHead, mHits_Search, mNoConfigDefinitions};
+  analysis.MsieCount = MsieCount;
+  analysis.NavCount = NavCount;
+  analysis.logs = {SuperLog_GetTotalLogBytesRead(), SuperLog_LogsInRange()};
+  // Smart memory notes its peak only where it reclaims; without any reclaim memory has only grown.
+  if (gSM_TotalBytesFreed == 0) {
+    gSM_MaximumBytesAllocated = gSM_CurrentBytesAllocated;
+  }
+  analysis.memory = {gSM_TotalBytesAllocated, gSM_CurrentBytesAllocated, gSM_MaximumBytesAllocated,
+                     gSM_TotalBytesFreed};
+  analysis.tables = gListInfo.first;
+}
+
 void CountLogs(const Settings& settings, Analysis& analysis) {
   const Rules rules = ResolveRules(settings);
   if (settings.debug != 0) {
@@ -435,6 +450,7 @@ void CountLogs(const Settings& settings, Analysis& analysis) {
   }
   SetBrandCounts(*analysis.browsers.info);
   SuperLog_NextLogFile_Done();
+  CollectFigures(analysis);
 }
 
 void EndAnalysis(Analysis& analysis) {

@@ -7,6 +7,7 @@
 #include <ctime>
 
 #include "analysis/counting_table.h"
+#include "analysis/search_engines.h"
 #include "cgi/settings.h"
 #include "superlog/super_long.h"
 
@@ -16,17 +17,39 @@ extern int32_t gHits_Browsers;  // browser total, set just before its section is
 struct CountedReport {
   List list;
   ListInfo* info;
-  int32_t total;  // records counted; 0 for the bad sections, which show shares of the URLs and referrers
+  int64_t total;  // records counted; 0 for the bad sections, which show shares of the URLs and referrers
 };
 
 template <size_t N>
 struct TimeDistribution {
-  int32_t counts[N];
-  int32_t total;
+  int64_t counts[N];
+  int64_t total;
 };
 
-// Everything that one run counts.
+// Phrases typed into search engines.
+struct SearchCounts {
+  SearchEngine* engines;  // in definition order, each with its phrases
+  int64_t hits;           // referrers that yielded a phrase
+  bool built_in;          // the configuration defines no engine
+};
+
+// What reading the logs came to.
+struct LogFigures {
+  SuperLong bytes_read;  // in whole blocks
+  bool in_range;         // some log reaches into the range
+};
+
+// Bytes, an item counted as 256.
+struct MemoryFigures {
+  int32_t total;  // ever handed out
+  int32_t current;
+  int32_t maximum;
+  int32_t freed;  // by reclaims
+};
+
+// Everything that one run counts stands here, or can be reached from here.
 struct Analysis {
+  time_t ReportStartTime;  // when the analysis began
   CountedReport urls;
   CountedReport referrers;
   CountedReport browsers;
@@ -37,10 +60,16 @@ struct Analysis {
   TimeDistribution<366> days;    // by day of the year
   TimeDistribution<7> weekdays;  // 0 = Sunday
   TimeDistribution<24> hours;
-  int32_t hits;        // records counted
-  SuperLong bytes;     // served by them
-  time_t range_first;  // local midnight of the start date
-  time_t range_last;   // 23:59:59 of the end date
+  int64_t hits;     // records counted
+  SuperLong bytes;  // served by them
+  SearchCounts search;
+  int64_t MsieCount;  // browser records of Internet Explorer
+  int64_t NavCount;   // and of Netscape Navigator
+  LogFigures logs;
+  MemoryFigures memory;
+  const ListInfo* tables;  // the chain of all tables, which tell what memory reclaims took from them
+  time_t range_first;      // local midnight of the start date
+  time_t range_last;       // 23:59:59 of the end date
 };
 
 // Clears analysis, sets its range from the dates of the settings, finds the log

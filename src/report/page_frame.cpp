@@ -116,7 +116,7 @@ static void PrintByteRow(const char* label, SuperLong bytes) {
   printf("</td>\n</tr>\n");
 }
 
-static void PrintTotals(int32_t hits, SuperLong bytes) {
+static void PrintTotals(int64_t hits, SuperLong bytes) {
   char figure[kFigureSize];
   FormatWithCommas(figure, sizeof figure, static_cast<uint32_t>(hits), 0, 0);
   printf("<tr>\n<td width=\"50%%\"><b>HTTP Requests:</b></td><td width=\"50%%\">%s</td>\n</tr>\n", figure);
@@ -161,7 +161,7 @@ static void PrintTitleRow(const Settings& settings) {
   printf("<font color=\"#000000\" size=\"+1\">%s</font></td>\n</tr>\n", settings.url);
 }
 
-static void PrintHeaderRows(const Settings& settings, int32_t hits, SuperLong bytes) {
+static void PrintHeaderRows(const Settings& settings, int64_t hits, SuperLong bytes) {
   PrintScope(settings);
   if (!SuperLog_LogsInRange()) {
     printf(
@@ -176,7 +176,7 @@ static void PrintHeaderRows(const Settings& settings, int32_t hits, SuperLong by
   }
 }
 
-void DisplayHeader(const Settings& settings, int32_t hits, SuperLong bytes) {
+void DisplayHeader(const Settings& settings, int64_t hits, SuperLong bytes) {
   if (settings.extra_header != nullptr) {
     printf("<!-- Begin extra header -->\n%s\n<!-- End extra header -->\n", settings.extra_header);
   }

@@ -18,7 +18,7 @@ void PrintHead(const Settings& settings);
 // warning naming the tables that memory reclaims thinned; otherwise a message
 // that there was no log. hits counts requests, bytes what they were answered
 // with. Call after the logs were read and before their list is released.
-void DisplayHeader(const Settings& settings, int32_t hits, SuperLong bytes);
+void DisplayHeader(const Settings& settings, int64_t hits, SuperLong bytes);
 
 // Prints the links to the sections that are on; nothing with fewer than two.
 void OutputJumpBar(const Settings& settings);

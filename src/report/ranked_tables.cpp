@@ -244,7 +244,7 @@ void PrintRankedSection(const Settings& settings, RankedSection which, Analysis&
   const RankedReport& report = settings.*section.report;
   List& list = (analysis.*section.counted).list;
   if (which == RankedSection::kBrowsers) {
-    gHits_Browsers = analysis.browsers.total;
+    gHits_Browsers = static_cast<int32_t>(analysis.browsers.total);
   }
   if (settings.cgi != 0) {
     PrintSectionFrame(section);

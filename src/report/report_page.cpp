@@ -4,7 +4,6 @@
 
 #include "analysis/driver.h"
 #include "analysis/resolve_item.h"
-#include "analysis/smart_memory.h"
 #include "report/debug_rows.h"
 #include "report/error_page.h"
 #include "report/page_frame.h"
@@ -51,14 +50,6 @@ static void PrintSections(const Settings& settings, Analysis& analysis) {
   PrintTimes(settings, settings.hitsperhour, PrintHitsPerHour, analysis);
 }
 
-// Smart memory notes its peak only where it reclaims; without any reclaim memory
-// has only grown.
-static void CompleteMemoryPeak() {
-  if (gSM_TotalBytesFreed == 0) {
-    gSM_MaximumBytesAllocated = gSM_CurrentBytesAllocated;
-  }
-}
-
 void AnalyzeLogs(Settings& settings, const Environment& env) {
   do_bigass_analysis(settings, env);
 }
@@ -72,7 +63,6 @@ void do_bigass_analysis(Settings& settings, const Environment& env) {
     ReadNamesOnce(settings.Networks);  // before the tables take what memory there is
   }
   CountLogs(settings, analysis);
-  CompleteMemoryPeak();
   PrintDebugRows(settings);
   DisplayHeader(settings, analysis.hits, analysis.bytes);
   if (SuperLog_LogsInRange()) {

@@ -30,8 +30,8 @@ struct SectionText {
 // What the figures of a section are measured against.
 struct Scale {
   const char* pictures;
-  int32_t largest;
-  int32_t total;
+  int64_t largest;
+  int64_t total;
 };
 }  // namespace
 
@@ -51,7 +51,8 @@ static void PrintTitle(const Settings& settings, const SectionText& section) {
 
 template <size_t N>
 static Scale ScaleOf(const Settings& settings, const TimeDistribution<N>& distribution) {
-  const int32_t largest = std::max(0, *std::max_element(distribution.counts, distribution.counts + N));
+  const int64_t largest =
+      std::max<int64_t>(0, *std::max_element(distribution.counts, distribution.counts + N));
   return {settings.OrvellisPath, largest, distribution.total};
 }
 
@@ -75,11 +76,12 @@ static void PrintSection(const Settings& settings, const SectionText& section, c
 // ---- Rows ----
 
 // Prints what follows a row's label.
-static void PrintFigures(const Scale& scale, const char* colour, int32_t count) {
-  const double percentage = scale.total == 0 ? 0.0 : static_cast<double>(count) / scale.total * 100.0;
+static void PrintFigures(const Scale& scale, const char* colour, int64_t count) {
+  const double percentage =
+      scale.total == 0 ? 0.0 : static_cast<double>(count) / static_cast<double>(scale.total) * 100.0;
   printf("<td align=center>%.0f%%</td>\n<td>", percentage > 0.0 ? percentage : 0.0);
   if (count != 0) {
-    const double width = static_cast<double>(count) / scale.largest * kWidestBar;
+    const double width = static_cast<double>(count) / static_cast<double>(scale.largest) * kWidestBar;
     printf("<img src=\"%s/%s2x5.gif\" height=\"5\" width=\"%d\">&nbsp;", scale.pictures, colour,
            static_cast<int>(width));
   }

@@ -339,7 +339,7 @@ class PrintHitsPerHourTest : public TimeTables {
 };
 
 TEST_F(PrintHitsPerHourTest, TwentyFourRowsOnATwelveHourDial) {
-  for (int& count : analysis_.hours.counts) {
+  for (int64_t& count : analysis_.hours.counts) {
     count = 5;
   }
   analysis_.hours.total = 120;
