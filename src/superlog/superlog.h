@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "cgi/settings.h"
+#include "superlog/log_events.h"
 #include "superlog/super_long.h"
 
 // One request. Texts are absent (null data), or NUL-terminated and at most 243
@@ -47,8 +48,10 @@ int SuperLog_GetDateFormat();
 
 // Builds the list of log files for the range of times given, both ends
 // included, using and maintaining the log summary file. An empty
-// settings.summary is filled with the default summary name.
-void SuperLog_Init(Settings& settings, time_t range_first, time_t range_last);
+// settings.summary is filled with the default summary name. What happens from
+// here on is told to the functions of events, until the next SuperLog_Init or
+// ResetSuperLog.
+void SuperLog_Init(Settings& settings, time_t range_first, time_t range_last, const LogEvents& events = {});
 
 // True when the list of log files is not empty.
 bool SuperLog_LogFilesFound();
