@@ -484,12 +484,12 @@ void destroy(List& list) {
 }
 
 void exempt_lists() {
+  count_queued();
   Append(mExempt, gListInfo);
   gListInfo = {};
 }
 
 void destroyListInfo() {
-  count_queued();
   exempt_lists();
   ListInfo* info = mExempt.first;
   while (info != nullptr) {

@@ -31,4 +31,5 @@ bool FindQueryValue(std::string_view text, std::string_view name, std::string_vi
 
 // The same for a NUL-terminated text, over which the decoded value is written;
 // text is unchanged when false comes back.
+// For other programs that link the library; tested, not used by orvellis.
 bool parseQuery(char* text, const char* name);

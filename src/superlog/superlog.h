@@ -37,7 +37,8 @@ void ResetSuperLog();
 // strong as that of the value held. SetLogFormat takes a layout shorter than
 // 244 characters that begins with a separator letter (S, T or C); SetDateFormat
 // one of DMY DYM MDY MYD YDM YMD, ignoring case; SetFixGmt a number, non-zero
-// meaning that log times are GMT. Anything else is ignored without a message.
+// meaning that log times are GMT; a text without one counts as 0. Anything else is
+// ignored without a message.
 void SuperLog_SetLogFormat(const char* format, int source);
 void SuperLog_SetDateFormat(const char* name, int source);
 void SuperLog_SetFixGmt(const char* text, int source);
@@ -66,7 +67,7 @@ bool SuperLog_ParseNextLine(SuperLogRecord& record);
 // Closes the open log file, if any.
 void SuperLog_NextLogFile_Done();
 
-// True when at least one file in range was opened in this run.
+// True when this run met a file in range, even one that could not be opened.
 bool SuperLog_LogsInRange();
 
 // Bytes of log data read by this run, in whole blocks.

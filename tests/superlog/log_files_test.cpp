@@ -45,6 +45,9 @@ std::string NameOf(const std::string& path) {
 }
 
 std::string DayOf(time_t when) {
+  if (when < 0 || when > 2 * kMarch1) {
+    return "never";
+  }
   return std::to_string((when - kMarch1) / kDay + 1);
 }
 
@@ -439,7 +442,7 @@ TEST_F(LogFilesTest, AbsurdDatesOfASummaryAreHarmless) {
                                << PathOf("a1.log") << "\n";
   Init();
   EXPECT_FALSE(SuperLog_NextLogFile());
-  EXPECT_TRUE(Told().ends_with(", out of range\n"));
+  EXPECT_TRUE(Told().ends_with(", never to never, out of range\n"));
 }
 
 TEST_F(LogFilesTest, SummaryThatCannotBeWrittenChangesNothing) {
