@@ -21,8 +21,9 @@ BENCHMARK_CAPTURE(Match, stars, std::string_view("*t*e*m*9*"));
 
 static void SearchHits(benchmark::State& state, std::string_view referrer) {
   Search_Init();
+  SearchCounts counts = NewSearchCounts();
   for (auto step : state) {
-    CountSearchHits(referrer);
+    CountSearchHits(referrer, counts);
   }
 }
 BENCHMARK_CAPTURE(SearchHits, first_engine, std::string_view("http://search.yahoo.com/bin/search?p=tea+pot"));

@@ -2,12 +2,12 @@
 // account is looked for, the rest is the file.
 #include "config/config_file.h"
 
+#include "analysis/driver.h"
 #include "analysis/search_engines.h"
 #include "cgi/check_params.h"
 #include "cgi/parameters.h"
 #include "config/config_lines.h"
 #include "config/plain_config_lines.h"
-#include "engines.h"
 #include "report/extra_texts.h"
 #include "superlog/superlog.h"
 #include "support.h"
@@ -22,6 +22,14 @@ static void CheckLines(const char* path, std::string_view content) {
   }
   REQUIRE(!NextConfigLine(lines, line));
   CloseConfigLines(lines);
+}
+
+static int CountEngines() {
+  int count = 0;
+  for (const SearchEngine* engine = mpEngineHead; engine != nullptr; engine = engine->next) {
+    ++count;
+  }
+  return count;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -42,6 +50,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   CompleteSettings(settings);
   RequireTexts(settings);
   EndOrvellisCleanup(settings);
-  ForgetRun();
+  ResetAnalysis();
   return 0;
 }

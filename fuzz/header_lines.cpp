@@ -46,6 +46,10 @@ static void GrokLine() {
   }
 }
 
+static void RequireLabel(const char* label) {
+  REQUIRE(label[0] != '\0' && strlen(label) < kTextSize + 20);
+}
+
 static void GrokDataLine() {
   REQUIRE(GrokLineFormat() || !mFormatKnown);
   ResetFileFormat();
@@ -54,10 +58,9 @@ static void GrokDataLine() {
 // The input's first line is the user's layout.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static MemoryFile file;
-  SilenceOutput();
   std::string_view input = AsText(data, size);
   ResetSuperLog();
-  SetFormatDebug(true);
+  mLogEvents.format_recognised = RequireLabel;
   const std::string layout = UpToNul(TakePart(input));
   const char* const path = file.Fill(input);
   for (void (*const grok)() : {GrokLine, GrokNetscapeLine, GrokWebStarLine, GrokDataLine}) {

@@ -1,7 +1,7 @@
 // Search engine definitions, one a line, against splitting them at every ";".
 #include <vector>
 
-#include "engines.h"
+#include "analysis/driver.h"
 #include "support.h"
 
 struct PlainDomain {
@@ -96,6 +96,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     engine = engine->next;
   }
   REQUIRE(engine == nullptr && mEnginesCount == static_cast<int>(expected.size()));
-  ForgetRun();
+  ResetAnalysis();
   return 0;
 }

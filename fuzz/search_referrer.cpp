@@ -3,9 +3,9 @@
 #include <map>
 #include <vector>
 
+#include "analysis/driver.h"
 #include "analysis/plain_query.h"
 #include "base/plain_decode.h"
-#include "engines.h"
 #include "support.h"
 
 using Phrases = std::map<const SearchEngine*, std::map<std::string, int>>;
@@ -76,19 +76,20 @@ static void DefineEngines(std::string_view& input) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::string_view input = AsText(data, size);
-  ForgetRun();
+  ResetAnalysis();
   DefineEngines(input);
   Phrases expected;
-  long hits = 0;
+  SearchCounts counts = NewSearchCounts();
+  int64_t hits = 0;
   while (!input.empty()) {
     const std::string referrer = UpToNul(TakePart(input));
     CheckQuery(referrer);
     const std::vector<char> text(referrer.begin(), referrer.end());  // a block of its size
-    CountSearchHits({text.data(), text.size()});
+    CountSearchHits({text.data(), text.size()}, counts);
     hits += CountPlainly(referrer, expected) ? 1 : 0;
   }
   CheckPhrases(expected);
-  REQUIRE(mHits_Search == hits);
-  ForgetRun();
+  REQUIRE(counts.hits == hits);
+  ResetAnalysis();
   return 0;
 }

@@ -6,10 +6,8 @@
 // place of by files of the input.
 #include <csetjmp>
 
-#include "analysis/dns_cache.h"
 #include "analysis/dns_cache_internal.h"
-#include "analysis/request_filters_internal.h"
-#include "analysis/wildcard_internal.h"
+#include "analysis/driver.h"
 #include "cgi/check_params.h"
 #include "cgi/parameters.h"
 #include "cgi/request.h"
@@ -18,7 +16,6 @@
 #include "dates/clock.h"
 #include "dates/local_time.h"
 #include "dates/years.h"
-#include "engines.h"
 #include "report/error_page.h"
 #include "report/extra_texts.h"
 #include "report/info_pages.h"
@@ -64,11 +61,8 @@ static void BeginRun() {
   ResetLocalTime();
   SetCurrentTimeForTest(952300800);
   ResetSuperLog();
-  ResetFilters();
-  DestroyDNSCache();
-  ForgetRun();
+  ResetAnalysis();
   mpResolver = ResolveEven;
-  lbrace = 0;
 }
 
 template <size_t N>

@@ -72,7 +72,8 @@ struct ListInfoChain {
 extern ListInfoChain gListInfo;
 
 // Empties the list and appends a descriptor for it to gListInfo. list and name
-// must outlive the run's reclaims.
+// must outlive the run's reclaims. When memory runs out, the process exits with
+// status 1.
 void init_list(List& list, ListInfo*& info, const char* name);
 
 // Counts one occurrence of key (cut to 243 characters, without NULs) and, when
@@ -81,20 +82,24 @@ void init_list(List& list, ListInfo*& info, const char* name);
 // list. A list is always given the same ignore_case; in one that ignores case
 // the first spelling seen stays. When memory is refused even after reclaims,
 // the process exits at once with status 1. Counts wrap at 32 bits.
+// For other programs that link the library; tested, not used by orvellis.
 void add_item(List& list, ListInfo* info, std::string_view key, std::string_view subkey, ListItem* parent,
               bool ignore_case);
 
 // Counts as add_item does in a top-level list, but keys may wait in a short
 // queue: most of what a key costs is waiting for memory, and they wait together.
 // All are counted in the order of the calls, those of add_item included. The
-// functions below count what waits first; whoever reads a record, a descriptor
-// or the memory statistics by other ways calls count_queued before. Key and
-// sub-key are copied; their buffers must go on for kScanOverread bytes of
-// superlog/byte_scan.h beyond them.
+// functions below count what waits first, but for forget_queued; whoever reads a
+// record, a descriptor or the memory statistics by other ways calls count_queued
+// before. Key and sub-key are copied; their buffers must go on for kScanOverread
+// bytes of superlog/byte_scan.h beyond them.
 void queue_item(List& list, ListInfo* info, std::string_view key, std::string_view subkey, bool ignore_case);
 
 // Counts all that wait.
 void count_queued();
+
+// Drops all that wait, uncounted: for a run that was given up.
+void forget_queued();
 
 // Records in the list.
 size_t list_length(const List& list);
@@ -104,6 +109,7 @@ int64_t TotalList(const List& list);
 
 // Links the records in ascending key order and returns the first, null of an
 // empty list.
+// For other programs that link the library; tested, not used by orvellis.
 ListItem* KeyOrder(List& list);
 
 // Links the records in display order and returns the first: counts descending,
@@ -116,5 +122,9 @@ ListItem* SortList(List& list, size_t shown = SIZE_MAX);
 // Releases every record, sub-lists included; the memory statistics stay.
 void destroy(List& list);
 
-// Releases the descriptors and empties gListInfo.
+// Takes all lists made so far out of gListInfo, so that no reclaim takes from
+// them. Their descriptors stay, and count, until destroyListInfo.
+void exempt_lists();
+
+// Releases all descriptors, those of exempted lists too, and empties gListInfo.
 void destroyListInfo();

@@ -38,4 +38,5 @@ void FreeCacheEntry(CacheEntry*& entry);
 void CheckCacheLimits(CacheEntry* entry);
 
 // Does nothing: answers are kept for the run only.
+// For other programs that link the library; tested, not used by orvellis.
 void WriteDNSToCache();

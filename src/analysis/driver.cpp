@@ -1,15 +1,18 @@
 #include "analysis/driver.h"
 
-#include <cstdio>
 #include <cstdlib>
 
 #include "analysis/dns_cache.h"
+#include "analysis/dns_cache_internal.h"
 #include "analysis/normalise.h"
 #include "analysis/request_filters.h"
-#include "analysis/search_engines.h"
+#include "analysis/request_filters_internal.h"
+#include "analysis/resolve_item.h"
 #include "analysis/search_phrases.h"
 #include "analysis/smart_memory.h"
+#include "analysis/smart_memory_internal.h"
 #include "analysis/wildcard.h"
+#include "analysis/wildcard_internal.h"
 #include "dates/clock.h"
 #include "dates/local_time.h"
 #include "dates/years.h"
@@ -19,7 +22,7 @@
 time_t ReportStartTime = 0;
 int32_t gHits_Browsers = 0;
 
-static int32_t mLineCounter = 0;  // lines since the server last got a sign of life
+static void (*mpLineRead)() = nullptr;  // who listens to this run
 
 // ---- Set-up -------------------------------------------------------------------
 
@@ -58,11 +61,6 @@ static int32_t CountOfBrand(const ListInfo& browsers, uint8_t kind) {
   return static_cast<int32_t>(static_cast<uint32_t>(alone) + static_cast<uint32_t>(both));
 }
 
-static void SetBrandCounts(const ListInfo& browsers) {
-  MsieCount = CountOfBrand(browsers, kMsieKind);
-  NavCount = CountOfBrand(browsers, kNavigatorKind);
-}
-
 // The order of creation decides which of two equally long tables is thinned.
 static void CreateTables(Analysis& analysis) {
   const struct {
@@ -83,24 +81,23 @@ static void CreateTables(Analysis& analysis) {
   analysis.browsers.info->classify = AgentKind;
 }
 
-bool BeginAnalysis(Settings& settings, Analysis& analysis) {
+bool BeginAnalysis(Settings& settings, Analysis& analysis, const AnalysisEvents& events) {
   analysis = {};
   MsieCount = 0;
   NavCount = 0;
   gHits_Browsers = 0;
-  mLineCounter = 0;
+  mpLineRead = events.line_read;
   analysis.ReportStartTime = ReportStartTime = CurrentTime();
   SetRange(settings, analysis);
-  SuperLog_Init(settings, analysis.range_first, analysis.range_last);
+  SuperLog_Init(settings, analysis.range_first, analysis.range_last, events.logs);
   if (!SuperLog_LogFilesFound()) {
     return false;
   }
-  // Engines that the configuration defined keep their descriptors, outside the
-  // chain: their phrases are never reclaimed.
-  gListInfo = {};
+  exempt_lists();  // phrases of engines that the configuration defined are never reclaimed
   smart_memory_init(settings);
   DNSLookup_Init();
   Search_Init();
+  analysis.search = NewSearchCounts();
   CreateTables(analysis);
   return true;
 }
@@ -126,7 +123,6 @@ struct Rules {
   std::string_view realm;  // empty: any
   std::string_view user;
   DnsMode dns;
-  bool flush_to_server;
   bool filter_domains;
   bool filter_types;
   bool keep_query;
@@ -195,7 +191,6 @@ static Rules ResolveRules(const Settings& settings) {
       .realm = settings.authrealm,
       .user = settings.authuser,
       .dns = ResolveDnsMode(settings),
-      .flush_to_server = settings.flushtoserver != 0,
       .filter_domains = settings.filter_domains[0] != '\0',
       .filter_types = settings.filter_filetypes[0] != '\0' && NeedsTypeFilter(settings),
       .keep_query = settings.showquery != 0,
@@ -328,7 +323,7 @@ static void CountReferrer(const Rules& rules, std::string_view referrer, bool co
     return;
   }
   if (rules.search && HoldsQuery(referrer)) {
-    CountSearchHits(referrer);
+    CountSearchHits(referrer, analysis.search);
   }
   if (as_referrer) {
     CountItem(analysis.referrers, referrer, true);
@@ -390,23 +385,14 @@ static void CountRecord(const Rules& rules, const SuperLogRecord& record, Analys
 
 // ---- The loop over the records ---------------------------------------------------
 
-// Web servers cut a connection that stays silent for long: a space goes out every
-// 1001 lines.
-static void KeepServerAwake() {
-  if (mLineCounter++ + 1 > 1000) {
-    putchar(' ');
-    fflush(stdout);
-    mLineCounter = 0;
-  }
-}
-
 static void CountLogFile(const Rules& rules, Analysis& analysis) {
   const time_t first = analysis.range_first;
   const time_t last = analysis.range_last;
+  void (*const line_read)() = mpLineRead;
   SuperLogRecord record{};
   while (SuperLog_ParseNextLine(record)) {
-    if (rules.flush_to_server) {
-      KeepServerAwake();
+    if (line_read != nullptr) {
+      line_read();
     }
     if (record.time < first) {
       continue;
@@ -418,37 +404,23 @@ static void CountLogFile(const Rules& rules, Analysis& analysis) {
   }
 }
 
-static void OpenDebugTable() {
-  printf(
-      "<center><table border=1 cellspacing=0>\n"
-      "<tr><td colspan=6 align=center><font size=\"+1\"><b>Debugging Information</b></font></td></tr>\n");
-}
-
 // What the modules keep of a run joins the record of all that was counted.
 static void CollectFigures(Analysis& analysis) {
-  analysis.search = {mpEngineHead, mHits_Search, mNoConfigDefinitions};
-  analysis.MsieCount = MsieCount;
-  analysis.NavCount = NavCount;
+  analysis.MsieCount = MsieCount = CountOfBrand(*analysis.browsers.info, kMsieKind);
+  analysis.NavCount = NavCount = CountOfBrand(*analysis.browsers.info, kNavigatorKind);
   analysis.logs = {SuperLog_GetTotalLogBytesRead(), SuperLog_LogsInRange()};
   // Smart memory notes its peak only where it reclaims; without any reclaim memory has only grown.
-  if (gSM_TotalBytesFreed == 0) {
-    gSM_MaximumBytesAllocated = gSM_CurrentBytesAllocated;
-  }
-  analysis.memory = {gSM_TotalBytesAllocated, gSM_CurrentBytesAllocated, gSM_MaximumBytesAllocated,
-                     gSM_TotalBytesFreed};
+  const int32_t peak = gSM_TotalBytesFreed == 0 ? gSM_CurrentBytesAllocated : gSM_MaximumBytesAllocated;
+  analysis.memory = {gSM_TotalBytesAllocated, gSM_CurrentBytesAllocated, peak, gSM_TotalBytesFreed};
   analysis.tables = gListInfo.first;
 }
 
 void CountLogs(const Settings& settings, Analysis& analysis) {
   const Rules rules = ResolveRules(settings);
-  if (settings.debug != 0) {
-    OpenDebugTable();
-  }
   while (SuperLog_NextLogFile()) {
     CountLogFile(rules, analysis);
     count_queued();
   }
-  SetBrandCounts(*analysis.browsers.info);
   SuperLog_NextLogFile_Done();
   CollectFigures(analysis);
 }
@@ -463,4 +435,17 @@ void EndAnalysis(Analysis& analysis) {
   }
   FreeDomainsNow();
   FreeFileTypesNow();
+}
+
+void ResetAnalysis() {
+  forget_queued();
+  destroyListInfo();
+  Search_Reset();
+  ResetSmartMemory();
+  ResetFilters();
+  ResetWildcards();
+  ForgetNames();
+  DestroyDNSCache();
+  mpResolver = gethostbyaddr;
+  mpLineRead = nullptr;
 }

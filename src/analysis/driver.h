@@ -7,8 +7,9 @@
 #include <ctime>
 
 #include "analysis/counting_table.h"
-#include "analysis/search_engines.h"
+#include "analysis/search_phrases.h"
 #include "cgi/settings.h"
+#include "superlog/log_events.h"
 #include "superlog/super_long.h"
 
 extern time_t ReportStartTime;  // when the analysis began
@@ -24,13 +25,6 @@ template <size_t N>
 struct TimeDistribution {
   int64_t counts[N];
   int64_t total;
-};
-
-// Phrases typed into search engines.
-struct SearchCounts {
-  SearchEngine* engines;  // in definition order, each with its phrases
-  int64_t hits;           // referrers that yielded a phrase
-  bool built_in;          // the configuration defines no engine
 };
 
 // What reading the logs came to.
@@ -72,18 +66,31 @@ struct Analysis {
   time_t range_last;       // 23:59:59 of the end date
 };
 
+// What an analysis tells while it reads: values, and never a printed text. A null
+// function is never called, and costs nothing.
+struct AnalysisEvents {
+  LogEvents logs;
+  void (*line_read)() = nullptr;  // another line of a log was delivered, counted or not
+};
+
 // Clears analysis, sets its range from the dates of the settings, finds the log
 // files, and prepares smart memory, search engines and tables. False, with
 // nothing left to count or to release, when there is no log file. Fills an empty
-// settings.summary. Engines must be defined before.
-bool BeginAnalysis(Settings& settings, Analysis& analysis);
+// settings.summary. Engines must be defined before. What happens until
+// CountLogs returns is told to the functions of events.
+bool BeginAnalysis(Settings& settings, Analysis& analysis, const AnalysisEvents& events = {});
 
-// Reads all log files in range and counts their records. Prints the head of the
-// debugging table before, in debug runs, and leaves it open; with flushtoserver
-// prints a space every 1001 lines. The settings are only read here, once. All
-// records of a file are counted before the next one is opened, and none waits in
-// the end.
+// Reads all log files in range and counts their records. The settings are only
+// read here, once. All records of a file are counted before the next one is
+// opened, and none waits in the end.
 void CountLogs(const Settings& settings, Analysis& analysis);
 
-// Releases what the run counted.
+// Releases what the run counted, but for the phrases: they stay with their
+// engines, which another analysis must not use.
 void EndAnalysis(Analysis& analysis);
+
+// Returns this folder to its state at the start of the process, and leaves no
+// memory behind: search engines, filters, wildcards, names of domains, the DNS
+// cache and its resolver, smart memory. For tests, and for programs that make
+// more than one run; an analysis that is under way must have been ended before.
+void ResetAnalysis();

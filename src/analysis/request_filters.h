@@ -21,6 +21,7 @@ bool NotFilteredDomain(const Settings& settings, std::string_view host);
 bool NotFilteredFileType(const Settings& settings, std::string_view type);
 
 // True when the URL, cut to 243 characters, begins with the find text.
+// For other programs that link the library; tested, not used by orvellis.
 bool NotFilteredURL(const Settings& settings, std::string_view url);
 
 // Release the tables at the end of the run. The domain filter must not be used

@@ -13,7 +13,9 @@
 #include "base/text.h"
 
 // Makes the names of the file at path those that are held. Called before anything
-// is counted, it leaves nothing for which the page could lack memory half-way.
+// is counted, it leaves nothing for which the page could lack memory half-way. A
+// file that cannot be opened holds none. When memory runs out, the process exits
+// with status 1.
 void ReadNamesOnce(const char* path);
 
 // Upper-cases item (ASCII) and, when the file at path has it as a code, replaces
@@ -22,3 +24,6 @@ void ReadNamesOnce(const char* path);
 // file that cannot be opened only leaves the item upper-cased; null is such a
 // path. When memory runs out, the process exits with status 1.
 void ResolveItem(char (&item)[kTextSize], const char* path);
+
+// Releases the names that are held.
+void ForgetNames();

@@ -8,7 +8,7 @@
 // number of pairs of a host fragment and the query variables that hold the phrase
 // on pages of such a host. Field names are recognised ignoring case. Engines come
 // from the configuration file, or from the built-in table when it defines none;
-// they live until the process ends.
+// they live until Search_Reset.
 #pragma once
 
 #include <cstddef>
@@ -56,12 +56,16 @@ extern bool mNoConfigDefinitions;   // the built-in definitions are in use
 // Defines one engine and appends it. Nothing is defined by a text without ";", or
 // with a "url=" that no ";" ends. Parts that are neither "domain=" nor "vars=" are
 // skipped; a "domain=" that no "vars=" follows is dropped. An engine without valid
-// pairs is appended all the same. When memory is refused the definition ends
-// silently with what it has by then. The text is only read.
+// pairs is appended all the same. When memory runs out, the process exits with
+// status 1. The text is only read.
 void ParseSearchEngineDefinition(std::string_view text);
 
 // Loads the 34 built-in definitions when no engine is defined.
 void Search_Init();
+
+// Releases all engines with their phrases: none is defined, as at the start. The
+// descriptors of their lists are left to destroyListInfo.
+void Search_Reset();
 
 // A set of 64 bits, one or more of which stand for each pair of adjacent
 // characters: a fragment can occur in a text only when the text's set holds all

@@ -3,12 +3,9 @@
 #include <cstring>
 
 #include "analysis/counting_table.h"
-#include "analysis/search_engines.h"
 #include "base/text.h"
 #include "base/url_decode.h"
 #include "superlog/byte_scan.h"
-
-long mHits_Search = 0;
 
 // No phrase needs more encoded text: an escape takes three characters.
 static constexpr size_t kEncodedPhraseMax = 3 * kTextMax;
@@ -50,7 +47,6 @@ static void CountPhrase(SearchEngine& engine, std::string_view encoded) {
   const size_t length = decode(phrase);
   // deliberate: phrases that differ in case are different, whatever search_casesensitive says
   queue_item(engine.phrases, engine.phrases_info, {phrase, length}, {}, false);
-  ++mHits_Search;
 }
 
 // Counts the phrase that one of the domain's variables holds; false when none is in the query.
@@ -74,7 +70,11 @@ static size_t FindThirdSlash(std::string_view address) {
   return slash;
 }
 
-void CountSearchHits(std::string_view referrer) {
+SearchCounts NewSearchCounts() {
+  return {mpEngineHead, 0, mNoConfigDefinitions};
+}
+
+void CountSearchHits(std::string_view referrer, SearchCounts& counts) {
   const size_t slash = FindThirdSlash(referrer);
   if (slash == std::string_view::npos) {
     return;
@@ -83,10 +83,11 @@ void CountSearchHits(std::string_view referrer) {
   const std::string_view path = referrer.substr(slash + 1);
   // Most hosts hold no fragment at all, which the sets of letter pairs tell at once.
   const uint64_t lacking = ~LetterPairs(host);
-  for (SearchEngine* engine = mpEngineHead; engine != nullptr; engine = engine->next) {
+  for (SearchEngine* engine = counts.engines; engine != nullptr; engine = engine->next) {
     for (const SearchDomainInfo* domain = engine->domains; domain != nullptr; domain = domain->next) {
       if ((domain->letter_pairs & lacking) == 0 && host.find(domain->text()) != std::string_view::npos &&
           CountDomainPhrase(*engine, *domain, path)) {
+        ++counts.hits;
         return;
       }
     }

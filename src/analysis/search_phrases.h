@@ -2,17 +2,27 @@
 // that led them to the site, and counts them engine by engine.
 #pragma once
 
+#include <cstdint>
 #include <string_view>
 
-// Referrers that yielded a phrase: the base of the report's percentages.
-extern long mHits_Search;
+#include "analysis/search_engines.h"
 
-// Counts the phrase of a referrer that comes from a defined engine. The first
+// Phrases typed into search engines.
+struct SearchCounts {
+  SearchEngine* engines;  // in definition order, each with its phrases
+  int64_t hits;           // referrers that yielded a phrase: the base of the report's percentages
+  bool built_in;          // the configuration defines no engine
+};
+
+// Nothing counted yet of the engines that are defined.
+SearchCounts NewSearchCounts();
+
+// Counts the phrase of a referrer that comes from one of the engines. The first
 // engine, then the first domain, then the first variable that matches wins, so a
 // referrer yields at most one phrase. A referrer with fewer than three "/" yields
-// none; an empty phrase raises mHits_Search but makes no row. Phrases are cut to
+// none; an empty phrase raises hits but makes no row. Phrases are cut to
 // 243 characters. Allocates nothing beyond what counting the phrase does.
-void CountSearchHits(std::string_view referrer);
+void CountSearchHits(std::string_view referrer, SearchCounts& counts);
 
 // Finds the value of the variable called name, ignoring case, in the query of a
 // path-and-query text. False when there is none; value may be found empty. It is
@@ -21,4 +31,5 @@ bool FindQueryValue(std::string_view text, std::string_view name, std::string_vi
 
 // The same for a NUL-terminated text, over which the decoded value is written;
 // text is unchanged when false comes back.
+// For other programs that link the library; tested, not used by orvellis.
 bool parseQuery(char* text, const char* name);

@@ -20,7 +20,8 @@ extern int32_t gSM_CurrentBytesAllocated;
 extern int32_t gSM_MaximumBytesAllocated;  // brought up to date by reclaims only
 extern int32_t gSM_TotalBytesFreed;
 
-// Takes the settings; called once at the start of an analysis, before any list.
+// Takes the settings; called once at the start of an analysis, before anything is
+// counted.
 // A budget below 500 KB means none; kilobytes times 1024 wrap at 32 bits.
 void smart_memory_init(const Settings& settings);
 

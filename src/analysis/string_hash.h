@@ -19,6 +19,9 @@ struct HashBucket {
   uint32_t zero;
 };
 
+// The table is for other programs that link the library; tested, not used by
+// orvellis.
+//
 // One key per bucket: no chaining and no probing, so that a new key displaces an
 // old one of the same bucket. hash_find leaves a cursor for the hash_add after it.
 struct HashTable {

@@ -23,6 +23,7 @@ int super_wildmati(std::string_view pattern, std::string_view text);  // ASCII c
 // super_wildmat with a but-not operator: "a~b" matches what a matches and b does
 // not, "~b" what b does not match; "~" alone matches the empty text, and "a~" is
 // a. Only the first "~" that no backslash precedes divides.
+// For other programs that link the library; tested, not used by orvellis.
 int super_wildmat_tilde(std::string_view pattern, std::string_view text);
 
 // 1 match; 0 no match; -1 no match, and none at a later position of the text.
@@ -30,4 +31,5 @@ int super_wildmat_tilde(std::string_view pattern, std::string_view text);
 // A group that matched stays open for the rest of the run (deliberate): from
 // then on, a "|" or ")" outside any group counts as group syntax, where before
 // it is an abort.
+// For other programs that link the library; tested, not used by orvellis.
 int DoMatch(std::string_view text, std::string_view pattern);

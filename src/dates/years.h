@@ -22,6 +22,8 @@ struct CalendarDate {
 // 0, and the year is what follows the fourth character, however short.
 void ParseDate(CalendarDate& start, CalendarDate& end, const Settings& settings);
 
+// ---- For other programs that link the library; tested, not used by orvellis ----
+
 // Writes the four digits of a two-digit year's century and year into out,
 // without terminator. The century is the current one; 00-19 roll forward while
 // the current year lies in the last twenty years of its century. The two

@@ -2,10 +2,8 @@
 
 #include <cstdio>
 
-#include "analysis/smart_memory.h"
 #include "report/number_format.h"
 #include "report/search_report.h"
-#include "superlog/superlog.h"
 
 static void PrintBytesRow(const char* label, int32_t bytes) {
   char figure[kFigureSize];
@@ -29,27 +27,27 @@ static void PrintMemorySettings(const Settings& settings) {
   }
 }
 
-static void PrintMemoryFigures() {
-  PrintBytesRow("Current Bytes Allocated", gSM_CurrentBytesAllocated);
-  PrintBytesRow("Total Bytes Allocated", gSM_TotalBytesAllocated);
-  PrintBytesRow("Maximum Bytes Allocated", gSM_MaximumBytesAllocated);
-  PrintBytesRow("Total Bytes Freed", gSM_TotalBytesFreed);
-  if (gSM_TotalBytesAllocated != 0) {
-    const auto read = static_cast<float>(SuperLongToDouble(SuperLog_GetTotalLogBytesRead()));
-    const float ratio = static_cast<float>(gSM_TotalBytesAllocated) * 100.0F / read;
+static void PrintMemoryFigures(const MemoryFigures& memory, SuperLong bytes_read) {
+  PrintBytesRow("Current Bytes Allocated", memory.current);
+  PrintBytesRow("Total Bytes Allocated", memory.total);
+  PrintBytesRow("Maximum Bytes Allocated", memory.maximum);
+  PrintBytesRow("Total Bytes Freed", memory.freed);
+  if (memory.total != 0) {
+    const auto read = static_cast<float>(SuperLongToDouble(bytes_read));
+    const float ratio = static_cast<float>(memory.total) * 100.0F / read;
     printf("<tr><td>Memory used to Log bytes read ratio:</td><td>%.2f%%</td></tr>\n",
            static_cast<double>(ratio));
   }
 }
 
-void PrintDebugRows(const Settings& settings) {
+void PrintDebugRows(const Settings& settings, const Analysis& analysis) {
   if (settings.debug == 0) {
     return;
   }
   if (settings.SmartMemoryEnabled != 0) {
     PrintMemorySettings(settings);
-    PrintMemoryFigures();
+    PrintMemoryFigures(analysis.memory, analysis.logs.bytes_read);
   }
   printf("</table></center><p>\n");
-  OutputSearchDebugInfo();
+  OutputSearchDebugInfo(analysis.search.engines);
 }

@@ -10,7 +10,7 @@
 #include "report/ranked_tables.h"
 #include "report/search_report.h"
 #include "report/time_tables.h"
-#include "superlog/superlog.h"
+#include "report/told_rows.h"
 
 static void EndSection(const Settings& settings) {
   OutputJumpBar(settings);
@@ -39,7 +39,7 @@ static void PrintSections(const Settings& settings, Analysis& analysis) {
   OutputJumpBar(settings);
   PrintRanked(settings, settings.requests, RankedSection::kUrls, analysis);
   PrintRanked(settings, settings.referrers, RankedSection::kReferrers, analysis);
-  Search_Report(settings);  // with its own jump bar
+  Search_Report(settings, analysis.search);  // with its own jump bar
   PrintRanked(settings, settings.browsers, RankedSection::kBrowsers, analysis);
   PrintRanked(settings, settings.badurls, RankedSection::kBadUrls, analysis);
   PrintRanked(settings, settings.badreferrers, RankedSection::kBadReferrers, analysis);
@@ -56,16 +56,16 @@ void AnalyzeLogs(Settings& settings, const Environment& env) {
 
 void do_bigass_analysis(Settings& settings, const Environment& env) {
   Analysis analysis{};
-  if (!BeginAnalysis(settings, analysis)) {
+  if (!BeginAnalysis(settings, analysis, PageEvents(settings))) {
     ServerError(11, env, settings);
   }
   if (settings.domaintypes.on != 0) {
     ReadNamesOnce(settings.Networks);  // before the tables take what memory there is
   }
   CountLogs(settings, analysis);
-  PrintDebugRows(settings);
+  PrintDebugRows(settings, analysis);
   DisplayHeader(settings, analysis.hits, analysis.bytes);
-  if (SuperLog_LogsInRange()) {
+  if (analysis.logs.in_range) {
     PrintSections(settings, analysis);
   }
   PrintFooter(settings);

@@ -2,21 +2,20 @@
 
 #include <cstdio>
 
-#include "analysis/search_phrases.h"
 #include "report/page_frame.h"
 #include "report/ranked_tables.h"
 #include "report/site.h"
 
-static long CountDistinctPhrases() {
+static long CountDistinctPhrases(SearchEngine* engines) {
   size_t all = 0;
-  for (SearchEngine* engine = mpEngineHead; engine != nullptr; engine = engine->next) {
+  for (SearchEngine* engine = engines; engine != nullptr; engine = engine->next) {
     engine->phrase_total = list_length(engine->phrases);
     all += engine->phrase_total;
   }
   return static_cast<long>(all);
 }
 
-static void PrintSectionHead(const Settings& settings, long phrases) {
+static void PrintSectionHead(const Settings& settings, long phrases, bool built_in) {
   const char span = phrases != 0 ? '2' : '1';
   printf(
       "\n<p><a name=\"search\"></a><hr noshade><p>\n"
@@ -30,7 +29,7 @@ static void PrintSectionHead(const Settings& settings, long phrases) {
       "engines"
       " by users looking for your site's content.",
       span, span);
-  if (mNoConfigDefinitions) {
+  if (built_in) {
     printf(
         "<br>\n<i><b>Note:</b> No search engine definitions were found in the Orvellis configuration file,"
         " so the default definitions are being used, but they may be out of date."
@@ -43,40 +42,40 @@ static void PrintSectionHead(const Settings& settings, long phrases) {
 }
 
 // deliberate: the same HTML rows outside HTML mode, too
-static void PrintPhrases(const Settings& settings, long phrases) {
+static void PrintPhrases(const Settings& settings, long phrases, const SearchCounts& search) {
   if (phrases == 0) {
     printf("<tr>\n<td><b><i>No search phrases found</i></b></td>\n</tr>\n");
   } else {
     printf(
         "<tr>\n<td align=\"center\" width=\"10%%\"><b>Quantity</b></td>"
         "<td><b>Phrase</b></td></tr>\n");
-    for (SearchEngine* engine = mpEngineHead; engine != nullptr; engine = engine->next) {
-      display_keywords2(settings, *engine);
+    for (SearchEngine* engine = search.engines; engine != nullptr; engine = engine->next) {
+      display_keywords2(settings, *engine, search.hits);
     }
   }
   printf("</table></center><p>");
 }
 
-void Search_Report(const Settings& settings) {
+void Search_Report(const Settings& settings, const SearchCounts& search) {
   if (settings.search.on == 0) {
     return;
   }
-  const long phrases = CountDistinctPhrases();
+  const long phrases = CountDistinctPhrases(search.engines);
   if (settings.cgi != 0) {
-    PrintSectionHead(settings, phrases);
+    PrintSectionHead(settings, phrases, search.built_in);
   } else {
     printf("\nSearch Engine Phrases\n\n");
   }
-  PrintPhrases(settings, phrases);
+  PrintPhrases(settings, phrases, search);
   OutputJumpBar(settings);
   if (settings.flushtoserver != 0) {
     fflush(stdout);
   }
 }
 
-static void PrintEngineHead(const SearchEngine& engine) {
+static void PrintEngineHead(const SearchEngine& engine, int64_t all_hits) {
   const long hits = static_cast<long>(TotalList(engine.phrases));
-  const double share = static_cast<double>(hits) / static_cast<double>(mHits_Search) * 100;
+  const double share = static_cast<double>(hits) / static_cast<double>(all_hits) * 100;
   printf("<tr>\n<td colspan=2 align=\"left\" bgcolor=\"#40C080\">&nbsp;<i>Results from ");
   if (engine.url[0] != '\0') {
     printf("<a href=\"%s\" target=\"_blank\">", engine.url);
@@ -89,11 +88,11 @@ static void PrintEngineHead(const SearchEngine& engine) {
          share);
 }
 
-void display_keywords2(const Settings& settings, SearchEngine& engine) {
+void display_keywords2(const Settings& settings, SearchEngine& engine, int64_t hits) {
   if (engine.phrase_total == 0 || list_length(engine.phrases) == 0) {
     return;
   }
-  PrintEngineHead(engine);
+  PrintEngineHead(engine, hits);
   // deliberate: a number of rows per engine even when top_is_percent is set
   const int top = settings.search.top;
   const size_t shown = top == 0 ? SIZE_MAX : top < 0 ? 0 : static_cast<size_t>(top);
@@ -123,12 +122,12 @@ static void PrintDefinition(const SearchEngine& engine) {
   }
 }
 
-void OutputSearchDebugInfo() {
+void OutputSearchDebugInfo(const SearchEngine* engines) {
   printf("The following search engines are defined in the Orvellis configuration file:<p>\n");
-  if (mpEngineHead == nullptr) {
+  if (engines == nullptr) {
     printf("No search engines defined.<p>\n");
   }
-  for (const SearchEngine* engine = mpEngineHead; engine != nullptr; engine = engine->next) {
+  for (const SearchEngine* engine = engines; engine != nullptr; engine = engine->next) {
     PrintDefinition(*engine);
   }
 }

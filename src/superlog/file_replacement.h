@@ -21,7 +21,8 @@ struct FileReplacement {
 // take the old one's place unnoticed (it is a link, has links, or belongs to
 // somebody else) and where none can be made, the old one itself is opened and
 // emptied. False when that is not allowed either, for anything but a regular file,
-// and while another process writes it; nothing has changed then.
+// and while another process writes it; nothing has changed then, unless memory or
+// descriptors ran out when the old one had been emptied already.
 //
 // The content begins with head, which is written here. In place, unfinished stands
 // there until all the rest is written; it is as long as head.

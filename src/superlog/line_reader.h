@@ -40,6 +40,7 @@ void CloseLog();
 // when one of them is doing so.
 bool LockLog();
 
+// For other programs that link the library; tested, not used by orvellis.
 bool IsLogOpen();
 
 // Makes the next non-empty line current (mLineLen 0 at the end of the file, or
@@ -61,10 +62,12 @@ int ReadRestOfLine();
 // Position of ReadLine in the file, in bytes from its start. False for a
 // negative position (nothing changes) and when no file is open; a position
 // behind the end is allowed and reads as the end.
+// For other programs that link the library; tested, not used by orvellis.
 bool SeekLog(int64_t offset);
 int64_t TellLog();
 
 // Cuts a text at its first CR or LF.
+// For other programs that link the library; tested, not used by orvellis.
 void TrimEolChars(char* text);
 
 // Bytes delivered by the block buffer since the start of the run: whole blocks

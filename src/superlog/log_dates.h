@@ -38,7 +38,8 @@ void InitLogDates();
 void SetDateByOrder(int order, int a, int b, int c, tm& when);
 
 // The same in the order of mDateFormat, overruled by what the numbers can only
-// mean: the first above 89 is a year; the third from 90 on is one, too.
+// mean: a first one above 89 is a year (YMD); so is, before all, a third one from
+// 90 on where mDateFormat has the year elsewhere (MDY).
 void GuessDateBestEffort(int a, int b, int c, tm& when);
 
 // Seconds since 1970 or 1904; fills all fields, daylight-saving flag included.

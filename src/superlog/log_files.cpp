@@ -1,10 +1,5 @@
 #include "superlog/log_files.h"
 
-#include <grp.h>
-#include <pwd.h>
-#include <unistd.h>
-
-#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 
@@ -16,7 +11,8 @@
 #include "superlog/summary_file.h"
 #include "superlog/superlog.h"
 
-static bool mDebug = false;
+LogEvents mLogEvents;
+
 static char mLogSearchSpec[kPathSize];
 static char mCurLogFileSpec[kPathSize];
 static time_t mAnalysisRangeFirst_t = 0;
@@ -31,7 +27,7 @@ void ResetSuperLog() {
   ResetLineReader();
   ResetLogFormat();
   ResetLogDates();
-  mDebug = false;
+  mLogEvents = {};
   mFilesBegun = false;
   mLogsInReportRange = false;
 }
@@ -82,16 +78,15 @@ static bool AddLogsOfPattern(const char* pattern, bool trust_known_dates) {
   return probed;
 }
 
-void SuperLog_Init(Settings& settings, time_t range_first, time_t range_last) {
+void SuperLog_Init(Settings& settings, time_t range_first, time_t range_last, const LogEvents& events) {
   SuperLog_Uninit();
+  mLogEvents = events;
   mFilesBegun = false;
   mLogsInReportRange = false;
   mAnalysisRangeFirst_t = range_first;
   mAnalysisRangeLast_t = range_last;
   CopyText(mLogSearchSpec, settings.logs);
   CopyText(mCurLogFileSpec, settings.AccessLog);
-  mDebug = settings.debug != 0;
-  SetFormatDebug(mDebug);
   InitLogDates();
 
   if (settings.summary[0] == '\0') {
@@ -113,61 +108,6 @@ bool SuperLog_LogFilesFound() {
   return mpLogsRoot != nullptr;
 }
 
-// --- Debug rows -------------------------------------------------------------
-
-// printf in debug runs only.
-[[gnu::format(printf, 1, 2)]] static void DebugPrint(const char* format, ...) {
-  if (mDebug) {
-    va_list arguments;
-    va_start(arguments, format);
-    vprintf(format, arguments);
-    va_end(arguments);
-  }
-}
-
-// As ctime, its line end included.
-static const char* TextOfTime(time_t when) {
-  const char* const text = ctime(&when);
-  return text == nullptr ? "" : text;
-}
-
-static void PrintUserAndGroup(const char* kind, uid_t user, gid_t group) {
-  const passwd* const user_entry = getpwuid(user);
-  printf("<b>%sUser:</b> %s / ", kind, user_entry == nullptr ? "unknown" : user_entry->pw_name);
-  const struct group* const group_entry = getgrgid(group);
-  printf("<b>%sGroup:</b> %s<br>", kind, group_entry == nullptr ? "unknown" : group_entry->gr_name);
-}
-
-static void PrintRunInformation() {
-  fputs("<tr><td colspan=6>", stdout);
-  PrintUserAndGroup("", getuid(), getgid());
-  if (geteuid() != getuid()) {
-    PrintUserAndGroup("Effective ", geteuid(), getegid());
-  }
-  printf("<b>Range start:</b> %s<br>", TextOfTime(mAnalysisRangeFirst_t));
-  printf("<b>Range end:</b>   %s<br>", TextOfTime(mAnalysisRangeLast_t));
-  printf("<b>Log File Pattern:</b> %s<br>", mLogSearchSpec);
-  if (mCurLogFileSpec[0] != '\0') {
-    printf("<b>AccessLog File Pattern:</b> %s<br>", mCurLogFileSpec);
-  }
-  fputs("</td></tr>\n", stdout);
-}
-
-static void PrintTableHead() {
-  if (mpLogsRoot == nullptr) {
-    fputs("<tr><td colspan=6 align=center><b>No Files Found!</b>", stdout);
-    return;
-  }
-  fputs(
-      "<tr><td colspan=6 align=center><b>Log Files Found</b></td></tr>\n"
-      "<tr><td align=center><b>Filename</b></td><td align=center><b>Size</b></td>"
-      "<td align=center><b>start</b></td>"
-      "<td align=center><b>end</b></td>"
-      "<td align=center><b>In Range</b></td>"
-      "<td align=center><b>Format</b></td></tr>\n",
-      stdout);
-}
-
 // --- Opening them one after the other ---------------------------------------
 
 // A damaged summary file may hold any number.
@@ -179,25 +119,24 @@ static bool IsInRange(const LogFile& log) {
   return log.last >= mAnalysisRangeFirst_t && log.first <= mAnalysisRangeLast_t;
 }
 
-// Opens the file when it reaches into the range. Its debug row stays open for
-// the format's name.
-static bool OpenIfInRange(LogFile& log) {
-  DebugPrint("<tr><td>%s</td><td align=right>%u</td>", log.name, log.size);
+// Shifts the dates of what is a log.
+static LogVerdict Judge(LogFile& log) {
   if (log.size == 0 || log.first == 0 || log.last == 0) {
-    DebugPrint("<td colspan=2 align=center>invalid size or dates. probably not a log file</td><td>");
-    return false;
+    return LogVerdict::kNoLog;
   }
   log.first = ShiftFromGmt(log.first);
   log.last = ShiftFromGmt(log.last);
-  if (mDebug) {
-    printf("<td>%s</td>", TextOfTime(log.first));
-    printf("<td>%s</td>", TextOfTime(log.last));
+  return IsInRange(log) ? LogVerdict::kInRange : LogVerdict::kOutOfRange;
+}
+
+static bool OpenIfInRange(LogFile& log) {
+  const LogVerdict verdict = Judge(log);
+  if (mLogEvents.log_looked_at != nullptr) {
+    mLogEvents.log_looked_at({log.name, log.size, log.first, log.last, verdict});
   }
-  if (!IsInRange(log)) {
-    DebugPrint("<td align=center>No</td><td>\n");
+  if (verdict != LogVerdict::kInRange) {
     return false;
   }
-  DebugPrint("<td align=center>YES</td><td>\n");
   mLogsInReportRange = true;
   return OpenLog(log.name);
 }
@@ -205,19 +144,19 @@ static bool OpenIfInRange(LogFile& log) {
 static void BeginFiles() {
   mFilesBegun = true;
   mpNextLogSummary = mpLogsRoot;
-  if (mDebug) {
-    PrintRunInformation();
-    PrintTableHead();
+  if (mLogEvents.search_done != nullptr) {
+    mLogEvents.search_done({mAnalysisRangeFirst_t, mAnalysisRangeLast_t, mLogSearchSpec, mCurLogFileSpec,
+                            SuperLog_LogFilesFound()});
   }
 }
 
 bool SuperLog_NextLogFile() {
   SuperLog_NextLogFile_Done();
   ResetFileFormat();
-  if (mFilesBegun) {
-    DebugPrint("</td></tr>\n");
-  } else {
+  if (!mFilesBegun) {
     BeginFiles();
+  } else if (mLogEvents.log_read != nullptr) {
+    mLogEvents.log_read();
   }
   while (mpNextLogSummary != nullptr) {
     LogFile& log = *mpNextLogSummary;

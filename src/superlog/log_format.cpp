@@ -7,6 +7,7 @@
 
 #include "superlog/field_splitter.h"
 #include "superlog/line_reader.h"
+#include "superlog/log_events.h"
 #include "superlog/superlog.h"
 
 char mKnownFormatBuf[kTextSize];
@@ -15,7 +16,6 @@ int mCurLogFormat = kFamilyNone;
 
 static char mSpecialLogFormatBuf[kTextSize];  // the user's layout
 static int mLogFormatSource = 0;              // 0 = there is none
-static bool mDebug = false;
 
 // --- Field names of header lines --------------------------------------------
 
@@ -116,11 +116,6 @@ void ResetLogFormat() {
   ResetFileFormat();
   mSpecialLogFormatBuf[0] = '\0';
   mLogFormatSource = 0;
-  mDebug = false;
-}
-
-void SetFormatDebug(bool debug) {
-  mDebug = debug;
 }
 
 void SuperLog_SetLogFormat(const char* format, int source) {
@@ -142,8 +137,8 @@ void TrimLogFormat(char* format) {
 
 static void SetFamily(LogFamily family, const char* label) {
   mCurLogFormat = family;
-  if (mDebug) {
-    printf("%s<br>", label);
+  if (mLogEvents.format_recognised != nullptr) {
+    mLogEvents.format_recognised(label);
   }
 }
 

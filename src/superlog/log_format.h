@@ -8,7 +8,7 @@
 
 #include "base/text.h"
 
-// Format families; each is announced in debug runs when a line sets it.
+// Format families; each is told (superlog/log_events.h) when a line sets it.
 enum LogFamily : int {
   kFamilyNone = 0,
   kFamilyWebStar = 1,
@@ -36,11 +36,8 @@ extern int mCurLogFormat;  // a LogFamily
 // Forgets the current file's layout; a user's layout stays.
 void ResetFileFormat();
 
-// Forgets the user's layout and the debug switch, too.
+// Forgets the user's layout, too.
 void ResetLogFormat();
-
-// Whether a recognised family is printed, as the last cell of a table row.
-void SetFormatDebug(bool debug);
 
 // Removes trailing spaces and "?" letters.
 void TrimLogFormat(char* format);

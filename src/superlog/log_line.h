@@ -26,4 +26,5 @@ void TrimPort(std::string_view& host);
 void TrimTrailingDot(std::string_view& host);
 
 // Reads and discards all remaining records of the open log file, then closes it.
+// For other programs that link the library; tested, not used by orvellis.
 void SuperLog_ParseTest();

@@ -30,11 +30,11 @@ struct LogFile {
 
 extern LogFile* mpLogsRoot;  // head of the list, which is in the order of addition
 
-// Merges an entry into the list. One walk decides: the first entry that has the
-// same name is updated in place; the first that has the same size and dates
-// makes the new file a copy of it, which is ignored; without either a new entry
-// is added at the end. Costs no walk: both tests use an index. When memory runs
-// out, the process exits with status 1.
+// Merges an entry into the list. The first entry in list order that has the same
+// name, or the same size and dates, decides: one of the same name is updated in
+// place; another makes the new file a copy of it, which is ignored. Without such
+// an entry a new one is added at the end. Both are found by an index. When memory
+// runs out, the process exits with status 1.
 void LogsListAppend(const LogFile& file);
 
 // The entry of a path, compared exactly; null when there is none. It may be

@@ -4,12 +4,12 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 
 #include "superlog/byte_scan.h"
 #include "superlog/date_guess.h"
 #include "superlog/line_reader.h"
+#include "superlog/log_events.h"
 #include "superlog/log_format.h"
 
 static constexpr int64_t kStretch = 2000;  // bytes looked at in one step back from the end
@@ -104,7 +104,9 @@ void GetLogFileDateRange(LogFile& log, int64_t size) {
   ResetFileFormat();
   log.first = log.last = 0;
   if (!OpenLog(log.name)) {
-    printf("ERROR: couldn't open log file %s.<p>\n", log.name);
+    if (mLogEvents.log_not_opened != nullptr) {
+      mLogEvents.log_not_opened(log.name);
+    }
     return;
   }
   log.first = FindFirstDate();

@@ -27,9 +27,10 @@ void CreateDefaultSummaryName(char* dest, size_t capacity, const char* pattern);
 void CreateSummaryFileName(char* dest, size_t capacity, const char* pattern, const char* name);
 
 // Loads the entries of the file into the log list, in state kFromSummary. A
-// missing file yields none; from a line that names another version or base year
-// on the file is ignored. Numbers are not checked: a damaged entry is one that
-// matches no log. Uses the line reader.
+// missing file yields none, nor does one that another process is writing; from a
+// line that names another version or base year on the file is ignored. Numbers
+// are not checked: a damaged entry is one that matches no log. Uses the line
+// reader.
 void ReadSummaryFile(const char* path);
 
 // Replaces the file by the log list. Whatever fails, fails silently: the next

@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "cgi/settings.h"
+#include "superlog/log_events.h"
 #include "superlog/super_long.h"
 
 // One request. Texts are absent (null data), or NUL-terminated and at most 243
@@ -36,7 +37,8 @@ void ResetSuperLog();
 // strong as that of the value held. SetLogFormat takes a layout shorter than
 // 244 characters that begins with a separator letter (S, T or C); SetDateFormat
 // one of DMY DYM MDY MYD YDM YMD, ignoring case; SetFixGmt a number, non-zero
-// meaning that log times are GMT. Anything else is ignored without a message.
+// meaning that log times are GMT; a text without one counts as 0. Anything else is
+// ignored without a message.
 void SuperLog_SetLogFormat(const char* format, int source);
 void SuperLog_SetDateFormat(const char* name, int source);
 void SuperLog_SetFixGmt(const char* text, int source);
@@ -47,8 +49,10 @@ int SuperLog_GetDateFormat();
 
 // Builds the list of log files for the range of times given, both ends
 // included, using and maintaining the log summary file. An empty
-// settings.summary is filled with the default summary name.
-void SuperLog_Init(Settings& settings, time_t range_first, time_t range_last);
+// settings.summary is filled with the default summary name. What happens from
+// here on is told to the functions of events, until the next SuperLog_Init or
+// ResetSuperLog.
+void SuperLog_Init(Settings& settings, time_t range_first, time_t range_last, const LogEvents& events = {});
 
 // True when the list of log files is not empty.
 bool SuperLog_LogFilesFound();
@@ -63,7 +67,7 @@ bool SuperLog_ParseNextLine(SuperLogRecord& record);
 // Closes the open log file, if any.
 void SuperLog_NextLogFile_Done();
 
-// True when at least one file in range was opened in this run.
+// True when this run met a file in range, even one that could not be opened.
 bool SuperLog_LogsInRange();
 
 // Bytes of log data read by this run, in whole blocks.

@@ -9,9 +9,13 @@
 #include "analysis/dns_cache.h"
 #include "analysis/dns_cache_internal.h"
 #include "analysis/normalise.h"
+#include "analysis/resolve_item.h"
+#include "analysis/smart_memory.h"
 #include "analysis/smart_memory_internal.h"
+#include "analysis/wildcard_internal.h"
 #include "support/account_logs.h"
 #include "support/counted.h"
+#include "support/room.h"
 
 namespace {
 
@@ -127,7 +131,7 @@ TEST_F(BeginAnalysisTest, ConfiguredEnginesAreLeftOutOfTheChain) {
   EXPECT_STREQ(gListInfo.first->name, "Top URLs");
 }
 
-// ---- Dates, flushing, debugging ------------------------------------------------
+// ---- Dates, what is told ------------------------------------------------
 
 TEST_F(CountLogsTest, BothEndsOfTheRangeAreCounted) {
   settings_.requests.on = 1;
@@ -155,67 +159,65 @@ TEST_F(CountLogsTest, RecordBeforeTheStartIsOnlySkipped) {
   EXPECT_EQ(analysis_.hits, 1);
 }
 
-TEST_F(CountLogsTest, FlushToServerPrintsASpaceEvery1001Lines) {
+int mLinesTold = 0;
+std::string mOrder;  // what was told, a letter each
+
+constexpr AnalysisEvents kRecorder = {
+    .logs = {
+        .search_done = [](const LogSearch&) { mOrder += 's'; },
+        .log_looked_at = [](const LogLook&) { mOrder += 'l'; },
+        .format_recognised = [](const char*) { mOrder += 'f'; },
+        .log_read = [] { mOrder += 'r'; },
+    },
+    .line_read =
+        [] {
+          ++mLinesTold;
+          mOrder += '.';
+        },
+};
+
+TEST_F(CountLogsTest, TellsOfEveryLineThatIsDelivered) {
+  AddLog("a.log", {{.time = "01/Feb/2000:00:00:00"}, {.url = "/a"}, {.time = "02/Apr/2000:00:00:00"}, {}});
+  AddLog("b.log", "no record\n" + ToText({}));
+  mLinesTold = 0;
+  ASSERT_TRUE(BeginAnalysis(settings_, analysis_, kRecorder));
+  CountLogs(settings_, analysis_);
+  EXPECT_EQ(mLinesTold, 4) << "before, in and one behind the range; none of what is no record";
+}
+
+TEST_F(CountLogsTest, TellsInTheOrderOfWhatHappens) {
+  AddLog("a.log", {{}, {}});
+  AddLog("b.log", {{}, {}, {}});
+  mOrder = "";
+  ASSERT_TRUE(BeginAnalysis(settings_, analysis_, kRecorder));
+  EXPECT_EQ(mOrder, "");
+  CountLogs(settings_, analysis_);
+  EXPECT_EQ(mOrder, "slf..rlf...r");
+}
+
+TEST_F(CountLogsTest, PrintsNothingWhateverTheSettings) {
+  settings_.debug = 1;
   settings_.flushtoserver = 1;
   std::string lines;
   for (int line = 0; line < 1001; ++line) {
-    // every second one out of range: all that are delivered count
-    lines += ToText({.time = line % 2 == 0 ? "01/Feb/2000:00:00:00" : "05/Mar/2000:10:00:00"});
-  }
-  AddLog("a.log", lines + ToText({}));
-  EXPECT_EQ(Run(), " ");
-}
-
-TEST_F(CountLogsTest, FlushCounterStartsAgainAfterEachSpace) {
-  settings_.flushtoserver = 1;
-  std::string lines;
-  for (int line = 0; line < 2 * 1001; ++line) {
-    lines += ToText({});
-  }
-  AddLog("a.log", lines);
-  EXPECT_EQ(Run(), "  ");
-}
-
-TEST_F(CountLogsTest, A1000LinesNeedNoSpace) {
-  settings_.flushtoserver = 1;
-  std::string lines;
-  for (int line = 0; line < 1000; ++line) {
     lines += ToText({});
   }
   AddLog("a.log", lines);
   EXPECT_EQ(Run(), "");
 }
 
-TEST_F(CountLogsTest, DebugOpensItsTable) {
-  AddLog("a.log", {{}});
-  settings_.debug = 1;
-  ASSERT_TRUE(BeginAnalysis(settings_, analysis_));
-  testing::internal::CaptureStdout();
-  CountLogs(settings_, analysis_);
-  EXPECT_TRUE(testing::internal::GetCapturedStdout().starts_with(
-      "<center><table border=1 cellspacing=0>\n"
-      "<tr><td colspan=6 align=center><font size=\"+1\"><b>Debugging Information</b></font></td></tr>\n"));
-}
-
-TEST_F(CountLogsTest, RefusedMemoryEndsTheRunBeforeTheNextFileIsOpened) {
+TEST_F(CountLogsTest, RefusedMemoryEndsTheRunBeforeTheNextFileIsLookedAt) {
   settings_.requests.on = 1;
-  settings_.debug = 1;
   AddLog("a.log", {{}});
   AddLog("b.log", {{}, {}});
-  testing::internal::CaptureStdout();
-  ASSERT_TRUE(BeginAnalysis(settings_, analysis_));
-  testing::internal::GetCapturedStdout();
-  const std::string printed = NewPath("printed");
+  AnalysisEvents events;
+  events.logs.log_looked_at = [](const LogLook& look) { fprintf(stderr, "%s\n", look.path); };
+  ASSERT_TRUE(BeginAnalysis(settings_, analysis_, events));
   const auto count_without_memory = [&] {
-    if (freopen(printed.c_str(), "w", stdout) != nullptr) {
-      setvbuf(stdout, nullptr, _IONBF, 0);  // what was not sent by then never is
-      mpAllocate = [](size_t) -> void* { return nullptr; };
-      CountLogs(settings_, analysis_);
-    }
+    mpAllocate = [](size_t) -> void* { return nullptr; };
+    CountLogs(settings_, analysis_);
   };
-  EXPECT_EXIT(count_without_memory(), testing::ExitedWithCode(1), "");
-  EXPECT_NE(ReadFile(printed).find("a.log"), std::string::npos);
-  EXPECT_EQ(ReadFile(printed).find("b.log"), std::string::npos);
+  EXPECT_EXIT(count_without_memory(), testing::ExitedWithCode(1), "^[^\n]*a\\.log\n$");
 }
 
 // ---- Which records are counted --------------------------------------------------
@@ -266,7 +268,7 @@ TEST_F(CountLogsTest, FilteredTypeStillGivesASearchPhraseButNoReferrer) {
   CopyText(settings_.filter_filetypes, "gif");
   AddLog("a.log", {{.url = "/a.gif", .referrer = "http://www.google.com/search?q=red"}});
   Run();
-  EXPECT_EQ(mHits_Search, 1);
+  EXPECT_EQ(analysis_.search.hits, 1);
   EXPECT_EQ(analysis_.referrers.total, 0);
   EXPECT_EQ(analysis_.hits, 0);
 }
@@ -549,7 +551,7 @@ TEST_F(CountLogsTest, ReportsThatAreOffCountNothing) {
                 Counted(analysis_.browsers.list) + Counted(analysis_.domains.list) +
                 Counted(analysis_.domaintypes.list),
             "");
-  EXPECT_EQ(mHits_Search, 0);
+  EXPECT_EQ(analysis_.search.hits, 0);
   EXPECT_EQ(analysis_.days.total + analysis_.weekdays.total + analysis_.hours.total, 0);
 }
 
@@ -570,7 +572,7 @@ TEST_F(CountLogsTest, QueryBehindTwoSlashesIsAReferrerWithoutPhrase) {
   ParseSearchEngineDefinition("F;domain=finder.example;vars=q");
   AddLog("a.log", {{.referrer = "http://finder.example?q=a"}, {.referrer = "http://finder.example/?q=b"}});
   Run();
-  EXPECT_EQ(Counted(mpEngineHead->phrases), "b=1 ");
+  EXPECT_EQ(Counted(analysis_.search.engines->phrases), "b=1 ");
   EXPECT_EQ(Referrers(), "http://finder.example/?q=b=1 http://finder.example?q=a=1 ");
 }
 
@@ -583,7 +585,7 @@ TEST_F(CountLogsTest, FilterReferrersLeavesOutReferrerAndPhrase) {
   ParseSearchEngineDefinition("F;domain=example;vars=q");
   AddLog("a.log", {{.referrer = "http://FINDER.example/?q=a"}, {.referrer = "http://other.example/?q=b"}});
   Run();
-  EXPECT_EQ(Counted(mpEngineHead->phrases), "b=1 ");
+  EXPECT_EQ(Counted(analysis_.search.engines->phrases), "b=1 ");
   EXPECT_EQ(Referrers(), "http://other.example/?q=b=1 ");
   EXPECT_EQ(analysis_.urls.total, 2);
 }
@@ -657,7 +659,7 @@ TEST_F(DriverDns, FilterOfNamesIsAppliedToResolvedNamesAndSkipsTheRecord) {
   EXPECT_EQ(analysis_.hits, 0);
   EXPECT_EQ(Domains(), "");
   EXPECT_EQ(BadUrls(), "");
-  EXPECT_EQ(mHits_Search, 0);
+  EXPECT_EQ(analysis_.search.hits, 0);
 }
 
 TEST_F(DriverDns, FilterOfNamesLooksHostsUpEvenWithoutDomainReports) {
@@ -714,4 +716,88 @@ TEST_F(Driver, EndAnalysisEmptiesTablesAndChain) {
   EXPECT_EQ(list_length(analysis_.urls.list), 0U);
   EXPECT_EQ(gListInfo.first, nullptr);
   EXPECT_FALSE(SuperLog_LogFilesFound());
+}
+
+// ---- Figures, and the way back to the start -------------------------------------------
+
+TEST_F(CountLogsTest, PeakIsTheCurrentFigureWhenNothingWasFreed) {
+  settings_.requests.on = 1;
+  AddLog("a.log", {{.url = "/a"}, {.url = "/b"}});
+  Run();
+  EXPECT_EQ(analysis_.memory.maximum, 512);
+  EXPECT_EQ(analysis_.memory.current, 512);
+}
+
+TEST_F(CountLogsTest, PeakIsThatOfTheReclaimsWhenMemoryWasFreed) {
+  settings_.requests.on = 1;
+  gSM_TotalBytesFreed = 256;
+  gSM_MaximumBytesAllocated = 4096;
+  AddLog("a.log", {{.url = "/a"}});
+  Run();
+  EXPECT_EQ(analysis_.memory.maximum, 4096);
+  EXPECT_EQ(analysis_.memory.freed, 256);
+}
+
+TEST_F(CountLogsTest, FiguresOfTheLogsJoinTheRecord) {
+  AddLog("a.log", {{}});
+  AddLog("b.log", {{.time = "05/Mar/1999:10:00:00"}, {.time = "05/Mar/1999:10:00:00"}});
+  Run();
+  EXPECT_TRUE(analysis_.logs.in_range);
+  EXPECT_EQ(analysis_.logs.bytes_read.units, ToText({}).size());
+  EXPECT_TRUE(analysis_.search.built_in);
+}
+
+class ResetAnalysisTest : public Driver {
+ protected:
+  // All that a run leaves behind in the modules of the analysis, as a text.
+  std::string Leave() {
+    settings_.requests.on = settings_.search.on = settings_.domaintypes.on = settings_.dnslookupenabled = 1;
+    settings_.find_pattern = 1;
+    CopyText(settings_.find, "(/|x)*");
+    CopyText(settings_.filter_domains, "hidden.test");
+    CopyText(settings_.filter_filetypes, "gif");
+    CopyText(settings_.Networks, WriteFile("names", "TEST " + description_ + "\n"));
+    mpResolver = ResolveToDesk;
+    EXPECT_EQ(Run(), "");
+    char type[kTextSize] = "test";
+    ResolveItem(type, settings_.Networks);
+    const std::string left = std::to_string(analysis_.hits) + " hits, " + std::to_string(mQueries) +
+                             " queries, " + std::to_string(lbrace) + " groups, " +
+                             std::to_string(mEnginesCount) + " engines, " +
+                             std::to_string(analysis_.search.hits) + " phrases, " +
+                             std::to_string(analysis_.memory.total) + " bytes, " + type;
+    EndAnalysis(analysis_);
+    return left;
+  }
+
+  std::string description_ = "a test";
+};
+
+TEST_F(ResetAnalysisTest, AnotherRunIsLikeTheFirst) {
+  AddLog("a.log", {{.host = "192.0.2.1", .referrer = "http://finder.example/?q=a"},
+                   {.host = "www.hidden.test"},
+                   {.url = "/a.gif"}});
+  ParseSearchEngineDefinition("F;domain=finder.example;vars=q");
+  mQueries = 0;
+  EXPECT_EQ(Leave(), "1 hits, 1 queries, 2 groups, 1 engines, 1 phrases, 768 bytes, a test");
+  ResetAnalysis();
+  EXPECT_EQ(mpEngineHead, nullptr);
+  EXPECT_EQ(mEnginesCount, 0);
+  EXPECT_EQ(lbrace, 0);
+  EXPECT_EQ(mpResolver, gethostbyaddr);
+  EXPECT_EQ(mCacheCount, 0);
+  EXPECT_EQ(gSM_TotalBytesAllocated, 0);
+  mQueries = 0;
+  description_ = "b test";  // under the same path
+  ParseSearchEngineDefinition("F;domain=finder.example;vars=q");
+  EXPECT_EQ(Leave(), "1 hits, 1 queries, 2 groups, 1 engines, 1 phrases, 768 bytes, b test");
+}
+
+TEST_F(ResetAnalysisTest, DropsWhatWaitsToBeCounted) {
+  AddLog("a.log", {{}});
+  ASSERT_TRUE(BeginAnalysis(settings_, analysis_));
+  queue_item(analysis_.urls.list, analysis_.urls.info, WithRoom("/a"), {}, false);
+  ResetAnalysis();
+  EXPECT_EQ(list_length(analysis_.urls.list), 0U);
+  EXPECT_EQ(gSM_TotalBytesAllocated, 0);
 }

@@ -6,14 +6,14 @@
 #include <string>
 #include <vector>
 
-#include "support/engines.h"
+#include "analysis/driver.h"
 
 namespace {
 
 class SearchEngines : public testing::Test {
  protected:
-  SearchEngines() { ForgetEngines(); }
-  ~SearchEngines() override { ForgetEngines(); }
+  SearchEngines() { ResetAnalysis(); }
+  ~SearchEngines() override { ResetAnalysis(); }
 };
 
 // "name|url|fragment:variable,variable;fragment:variable;" of one engine.

@@ -7,19 +7,19 @@
 #include <string>
 #include <vector>
 
+#include "analysis/driver.h"
 #include "analysis/plain_query.h"
 #include "analysis/search_engines.h"
 #include "base/text.h"
 #include "base/url_decode.h"
 #include "support/counted.h"
-#include "support/engines.h"
 
 namespace {
 
 class CountSearchHitsTest : public testing::Test {
  protected:
-  CountSearchHitsTest() { ForgetEngines(); }
-  ~CountSearchHitsTest() override { ForgetEngines(); }
+  CountSearchHitsTest() { ResetAnalysis(); }
+  ~CountSearchHitsTest() override { ResetAnalysis(); }
 
   // The phrases of every engine, one engine a line.
   static std::string Phrases() {
@@ -30,10 +30,17 @@ class CountSearchHitsTest : public testing::Test {
     return text;
   }
 
-  static std::string PhrasesAfter(const std::string& referrer) {
-    CountSearchHits(referrer);
+  void Count(std::string_view referrer) {
+    counts_.engines = mpEngineHead;
+    CountSearchHits(referrer, counts_);
+  }
+
+  std::string PhrasesAfter(const std::string& referrer) {
+    Count(referrer);
     return Phrases();
   }
+
+  SearchCounts counts_{};
 };
 
 std::string QueryValue(std::string text, const char* name) {
@@ -96,7 +103,7 @@ TEST(FindQueryValueTest, EqualsTheCharacterByCharacterScan) {
 TEST_F(CountSearchHitsTest, CountsTheDecodedPhrase) {
   ParseSearchEngineDefinition("F;domain=finder.example;vars=q");
   EXPECT_EQ(PhrasesAfter("http://finder.example/search?x=1&q=red+shoes"), "F: red shoes=1 \n");
-  EXPECT_EQ(mHits_Search, 1);
+  EXPECT_EQ(counts_.hits, 1);
 }
 
 TEST_F(CountSearchHitsTest, VariableNamesIgnoreCase) {
@@ -108,18 +115,18 @@ TEST_F(CountSearchHitsTest, NeedsAThirdSlash) {
   ParseSearchEngineDefinition("F;domain=finder.example;vars=q");
   EXPECT_EQ(PhrasesAfter("http://finder.example?q=a"), "F: \n");
   EXPECT_EQ(PhrasesAfter("finder.example?q=a"), "F: \n");
-  EXPECT_EQ(mHits_Search, 0);
+  EXPECT_EQ(counts_.hits, 0);
 }
 
 TEST_F(CountSearchHitsTest, AbsentAndEmptyReferrersCountNothing) {
   ParseSearchEngineDefinition("F;domain=;vars=q");
-  CountSearchHits({});
+  Count({});
   EXPECT_EQ(PhrasesAfter(""), "F: \n");
 }
 
 TEST_F(CountSearchHitsTest, NoEngineNoPhrase) {
-  CountSearchHits("http://finder.example/s?q=a");
-  EXPECT_EQ(mHits_Search, 0);
+  Count("http://finder.example/s?q=a");
+  EXPECT_EQ(counts_.hits, 0);
 }
 
 TEST_F(CountSearchHitsTest, HostsCompareCaseSensitively) {
@@ -153,7 +160,7 @@ TEST_F(CountSearchHitsTest, DottedFragmentDemandsALabelInFront) {
 TEST_F(CountSearchHitsTest, EmptyPhraseIsAHitWithoutARow) {
   ParseSearchEngineDefinition("F;domain=finder.example;vars=q,p");
   EXPECT_EQ(PhrasesAfter("http://finder.example/s?q=&p=x"), "F: \n");
-  EXPECT_EQ(mHits_Search, 1);
+  EXPECT_EQ(counts_.hits, 1);
 }
 
 TEST_F(CountSearchHitsTest, ParameterWithoutEqualsHidesTheNextDeliberately) {
@@ -166,7 +173,7 @@ TEST_F(CountSearchHitsTest, FirstEngineThenDomainThenVariableWins) {
   ParseSearchEngineDefinition("B;domain=finder.example;vars=q,y,z");
   EXPECT_EQ(PhrasesAfter("http://www.finder.example/s?q=3&y=2&z=1"), "A: 1=1 \nB: \n");
   EXPECT_EQ(PhrasesAfter("http://www.finder.example/s?q=3&y=2"), "A: 1=1 2=1 \nB: \n");
-  EXPECT_EQ(mHits_Search, 2);
+  EXPECT_EQ(counts_.hits, 2);
 }
 
 TEST_F(CountSearchHitsTest, GoesOnToLaterEnginesWhileNoVariableMatches) {
@@ -177,7 +184,7 @@ TEST_F(CountSearchHitsTest, GoesOnToLaterEnginesWhileNoVariableMatches) {
 
 TEST_F(CountSearchHitsTest, PhrasesAreCaseSensitiveDeliberately) {
   ParseSearchEngineDefinition("F;domain=finder.example;vars=q");
-  CountSearchHits("http://finder.example/s?q=Red");
+  Count("http://finder.example/s?q=Red");
   EXPECT_EQ(PhrasesAfter("http://finder.example/s?q=red"), "F: Red=1 red=1 \n");
 }
 
@@ -206,7 +213,7 @@ TEST_F(CountSearchHitsTest, LongPhrasesEqualDecodingThemWhole) {
     }
     std::string whole = encoded;
     whole.resize(decode(whole.data()));
-    CountSearchHits("http://finder.example/s?q=" + encoded);
+    Count("http://finder.example/s?q=" + encoded);
     EXPECT_EQ(Counted(mpEngineHead->phrases), whole.substr(0, 243) + "=1 ");
     destroy(mpEngineHead->phrases);
   }
@@ -214,9 +221,9 @@ TEST_F(CountSearchHitsTest, LongPhrasesEqualDecodingThemWhole) {
 
 TEST_F(CountSearchHitsTest, DefaultsKnowTheirEngines) {
   Search_Init();
-  CountSearchHits("http://www.google.com/search?hl=en&q=red+shoes");
-  CountSearchHits("http://search.yahoo.com/bin/search?p=blue");
-  EXPECT_EQ(mHits_Search, 2);
+  Count("http://www.google.com/search?hl=en&q=red+shoes");
+  Count("http://search.yahoo.com/bin/search?p=blue");
+  EXPECT_EQ(counts_.hits, 2);
   for (SearchEngine* engine = mpEngineHead; engine != nullptr; engine = engine->next) {
     const std::string name = engine->name;
     EXPECT_EQ(Counted(engine->phrases), name == "Google"   ? "red shoes=1 "
@@ -227,11 +234,11 @@ TEST_F(CountSearchHitsTest, DefaultsKnowTheirEngines) {
 
 TEST_F(CountSearchHitsTest, EveryDefaultDomainLeadsToAnEngine) {
   Search_Init();
-  long referrers = 0;
+  int64_t referrers = 0;
   for (const SearchEngine* engine = mpEngineHead; engine != nullptr; engine = engine->next) {
     for (const SearchDomainInfo* domain = engine->domains; domain != nullptr; domain = domain->next) {
-      CountSearchHits("http://www" + std::string(domain->name) + "/s?" + domain->variables->name + "=a");
-      EXPECT_EQ(mHits_Search, ++referrers) << domain->name;
+      Count("http://www" + std::string(domain->name) + "/s?" + domain->variables->name + "=a");
+      EXPECT_EQ(counts_.hits, ++referrers) << domain->name;
     }
   }
 }
@@ -244,7 +251,7 @@ TEST_F(CountSearchHitsTest, AnyReferrerIsReadWithinItsBounds) {
     for (char& c : referrer) {
       c = "/?=&%q.ag"[random() % 9];
     }
-    CountSearchHits({referrer.data(), referrer.size()});
+    Count({referrer.data(), referrer.size()});
   }
   SUCCEED();
 }

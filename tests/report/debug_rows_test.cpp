@@ -5,27 +5,21 @@
 #include <string>
 
 #include "analysis/driver.h"
-#include "analysis/smart_memory.h"
 #include "support/account_logs.h"
 
 namespace {
 
 class DebugRows : public AccountLogs {
  protected:
-  DebugRows() {
-    settings_.debug = 1;
-    gSM_TotalBytesAllocated = gSM_CurrentBytesAllocated = gSM_MaximumBytesAllocated = gSM_TotalBytesFreed = 0;
-  }
-
-  ~DebugRows() override {
-    gSM_TotalBytesAllocated = gSM_CurrentBytesAllocated = gSM_MaximumBytesAllocated = gSM_TotalBytesFreed = 0;
-  }
+  DebugRows() { settings_.debug = 1; }
 
   std::string Rows() {
     testing::internal::CaptureStdout();
-    PrintDebugRows(settings_);
+    PrintDebugRows(settings_, analysis_);
     return testing::internal::GetCapturedStdout();
   }
+
+  Analysis analysis_{};
 };
 
 constexpr const char* kEnd =
@@ -69,26 +63,28 @@ TEST_F(DebugRows, BudgetShowsWhenThereIsOne) {
 }
 
 TEST_F(DebugRows, FiguresHaveCommasAndTheRatioIsOfTheLogBytesRead) {
-  settings_.requests.on = 1;
-  AddLog("a.log", {{}});
-  Analysis analysis{};
-  ASSERT_TRUE(BeginAnalysis(settings_, analysis));
-  testing::internal::CaptureStdout();
-  CountLogs(settings_, analysis);
-  testing::internal::GetCapturedStdout();
-  const double read = static_cast<double>(ToText({}).size());
-  gSM_TotalBytesAllocated = 1234567;
-  gSM_CurrentBytesAllocated = 1000;
-  gSM_MaximumBytesAllocated = 999;
-  gSM_TotalBytesFreed = 1233567;
-  char ratio[40];
-  snprintf(ratio, sizeof ratio, "%.2f%%", static_cast<double>(123456700.0F / static_cast<float>(read)));
+  analysis_.memory = {.total = 1234567, .current = 1000, .maximum = 999, .freed = 1233567};
+  analysis_.logs.bytes_read = {.billions = 2, .units = 469134000};
   EXPECT_NE(Rows().find("<tr><td>Current Bytes Allocated</td><td>1,000</td></tr>\n"
                         "<tr><td>Total Bytes Allocated</td><td>1,234,567</td></tr>\n"
                         "<tr><td>Maximum Bytes Allocated</td><td>999</td></tr>\n"
                         "<tr><td>Total Bytes Freed</td><td>1,233,567</td></tr>\n"
-                        "<tr><td>Memory used to Log bytes read ratio:</td><td>" +
-                        std::string(ratio) + "</td></tr>\n</table></center><p>\n"),
+                        "<tr><td>Memory used to Log bytes read ratio:</td><td>0.05%</td></tr>\n"
+                        "</table></center><p>\n"),
             std::string::npos);
-  EndAnalysis(analysis);
+}
+
+TEST_F(DebugRows, FiguresAreThoseOfTheRun) {
+  settings_.requests.on = 1;
+  AddLog("a.log", {{}});
+  ASSERT_TRUE(BeginAnalysis(settings_, analysis_));
+  CountLogs(settings_, analysis_);
+  char ratio[40];
+  snprintf(ratio, sizeof ratio, "%.2f%%",
+           static_cast<double>(25600.0F / static_cast<float>(ToText({}).size())));
+  const std::string rows = Rows();
+  EXPECT_NE(rows.find("<td>Total Bytes Allocated</td><td>256</td>"), std::string::npos);
+  EXPECT_NE(rows.find("ratio:</td><td>" + std::string(ratio) + "</td>"), std::string::npos);
+  EXPECT_NE(rows.find("<b>About.com:</b>"), std::string::npos);
+  EndAnalysis(analysis_);
 }

@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "analysis/smart_memory.h"
 #include "support/account_logs.h"
 
 namespace {
@@ -127,21 +126,4 @@ TEST_F(ReportPage, DebugRowsStandBetweenTheTablesHeadAndTheHeader) {
   EXPECT_LT(head, memory);
   EXPECT_LT(memory, engines);
   EXPECT_LT(engines, header);
-}
-
-TEST_F(ReportPage, PeakIsTheCurrentFigureWhenNothingWasFreed) {
-  settings_.requests.on = 1;
-  gSM_CurrentBytesAllocated = gSM_TotalBytesFreed = gSM_MaximumBytesAllocated = 0;
-  AddLog("a.log", {{.url = "/a"}, {.url = "/b"}});
-  Page();
-  EXPECT_EQ(gSM_MaximumBytesAllocated, 512);
-}
-
-TEST_F(ReportPage, PeakStaysWhenMemoryWasFreed) {
-  settings_.requests.on = 1;
-  gSM_TotalBytesFreed = 256;
-  gSM_MaximumBytesAllocated = 4096;
-  AddLog("a.log", {{.url = "/a"}});
-  Page();
-  EXPECT_EQ(gSM_MaximumBytesAllocated, 4096);
 }

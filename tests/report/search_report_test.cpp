@@ -4,29 +4,29 @@
 
 #include <string>
 
-#include "analysis/search_phrases.h"
+#include "analysis/driver.h"
 #include "report/site.h"
-#include "support/engines.h"
 
 namespace {
 
 class SearchReport : public testing::Test {
  protected:
   SearchReport() {
-    ForgetEngines();
+    ResetAnalysis();
     settings_.cgi = 1;
     settings_.search.on = 1;
   }
-  ~SearchReport() override { ForgetEngines(); }
+  ~SearchReport() override { ResetAnalysis(); }
 
-  static void Hit(const std::string& host, const std::string& phrase, int times) {
+  void Hit(const std::string& host, const std::string& phrase, int times) {
+    counts_.engines = mpEngineHead;
     for (; times > 0; --times) {
-      CountSearchHits("http://" + host + "/s?q=" + phrase);
+      CountSearchHits("http://" + host + "/s?q=" + phrase, counts_);
     }
   }
 
   // Five phrases with the counts 9, 5, 2, 2 and 1.
-  static void HitFinder() {
+  void HitFinder() {
     Hit("finder.example", "a", 2);
     Hit("finder.example", "b", 9);
     Hit("finder.example", "c", 1);
@@ -36,7 +36,9 @@ class SearchReport : public testing::Test {
 
   std::string Report() {
     testing::internal::CaptureStdout();
-    Search_Report(settings_);
+    counts_.engines = mpEngineHead;
+    counts_.built_in = mNoConfigDefinitions;
+    Search_Report(settings_, counts_);
     return testing::internal::GetCapturedStdout();
   }
 
@@ -55,6 +57,7 @@ class SearchReport : public testing::Test {
   }
 
   Settings settings_{};
+  SearchCounts counts_{};
 };
 
 constexpr const char* kFinder = "Finder;url=http://finder.example/;domain=finder.example;vars=q";
@@ -64,7 +67,7 @@ using OutputSearchDebugInfoTest = SearchReport;
 
 std::string DebugInfo() {
   testing::internal::CaptureStdout();
-  OutputSearchDebugInfo();
+  OutputSearchDebugInfo(mpEngineHead);
   return testing::internal::GetCapturedStdout();
 }
 
@@ -242,7 +245,7 @@ TEST_F(SearchReport, OutsideHtmlModeATitleReplacesTheFrameButRowsStayDeliberatel
 TEST_F(SearchReport, EngineWithoutPhrasesPrintsNothing) {
   ParseSearchEngineDefinition(kFinder);
   testing::internal::CaptureStdout();
-  display_keywords2(settings_, *mpEngineHead);
+  display_keywords2(settings_, *mpEngineHead, 1);
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
 }
 

@@ -1,16 +1,14 @@
 #include "superlog/log_files.h"
 
-#include <grp.h>
 #include <gtest/gtest.h>
-#include <pwd.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "dates/clock.h"
@@ -38,6 +36,61 @@ std::string Line(int day, int length = 1) {
   return line;
 }
 
+// What was told, an event a line, without the folder of the logs.
+std::string mTold;
+std::string mFolder;
+
+std::string NameOf(const std::string& path) {
+  return path.starts_with(mFolder) ? path.substr(mFolder.size()) : path;
+}
+
+std::string DayOf(time_t when) {
+  if (when < 0 || when > 2 * kMarch1) {
+    return "never";
+  }
+  return std::to_string((when - kMarch1) / kDay + 1);
+}
+
+const char* NameOf(LogVerdict verdict) {
+  switch (verdict) {
+    case LogVerdict::kNoLog:
+      return "no log";
+    case LogVerdict::kOutOfRange:
+      return "out of range";
+    case LogVerdict::kInRange:
+      return "in range";
+  }
+  return "";
+}
+
+std::string Bytes(const std::string& text) {
+  return std::to_string(text.size());
+}
+
+constexpr LogEvents kRecorder = {
+    .log_not_opened = [](const char* path) { mTold += "not opened: " + NameOf(path) + "\n"; },
+    .search_done =
+        [](const LogSearch& search) {
+          mTold += "search: " + DayOf(search.range_first) + " to " + DayOf(search.range_last) + ", " +
+                   NameOf(search.logs) + ", " + NameOf(search.access_log) +
+                   (search.any_found ? ", found\n" : ", nothing found\n");
+        },
+    .log_looked_at =
+        [](const LogLook& look) {
+          const bool is_log = look.verdict != LogVerdict::kNoLog;
+          mTold += "looked at: " + NameOf(look.path) + ", " + std::to_string(look.size) +
+                   (is_log ? ", " + DayOf(look.first) + " to " + DayOf(look.last) : "") + ", " +
+                   NameOf(look.verdict) + (IsLogOpen() ? ", open already\n" : "\n");
+        },
+    .format_recognised = [](const char* label) { mTold += "format: " + std::string(label) + "\n"; },
+    .log_read = [] { mTold += IsLogOpen() ? "read, but open\n" : "read\n"; },
+};
+
+// Hands back what was told since it was last asked.
+std::string Told() {
+  return std::exchange(mTold, "");
+}
+
 TEST(FileIsntDots, RefusesEmptyAndDots) {
   EXPECT_FALSE(FileIsntDots(""));
   EXPECT_FALSE(FileIsntDots("."));
@@ -54,6 +107,8 @@ class LogFilesTest : public testing::Test {
     SetCurrentTimeForTest(971186136);
     ResetSuperLog();
     directory = NewPath("logs");
+    mFolder = directory + "/";
+    mTold = "";
     ASSERT_EQ(mkdir(directory.c_str(), 0700), 0);
     CopyText(settings.logs, directory + "/a*.log");
   }
@@ -81,7 +136,7 @@ class LogFilesTest : public testing::Test {
   }
 
   void Init(int first_day = 1, int last_day = 31) {
-    SuperLog_Init(settings, March(first_day), March(last_day));
+    SuperLog_Init(settings, March(first_day), March(last_day), kRecorder);
   }
 
   // A new run of the program.
@@ -312,9 +367,10 @@ TEST_F(LogFilesTest, FileThatIsGoneMeanwhileIsPassedOverSilently) {
   Write("a2.log", Line(3, 2));
   Init();
   remove(PathOf("a1.log").c_str());
-  testing::internal::CaptureStdout();
   EXPECT_EQ(OpenedDays(), Days{3});
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+  EXPECT_EQ(Told(), "search: 1 to 31, a*.log, , found\nlooked at: a1.log, " + Bytes(Line(2)) +
+                        ", 2 to 2, in range\nlooked at: a2.log, " + Bytes(Line(3, 2)) +
+                        ", 3 to 3, in range\nread\n");
   EXPECT_TRUE(SuperLog_LogsInRange());
 }
 
@@ -345,10 +401,8 @@ TEST_F(LogFilesTest, DotsAreNoLogs) {
 
 TEST_F(LogFilesTest, FileThatCannotBeOpenedForProbingStaysWithoutDates) {
   ASSERT_EQ(symlink("nowhere", PathOf("a1.log").c_str()), 0);
-  testing::internal::CaptureStdout();
   Init();
-  EXPECT_EQ(testing::internal::GetCapturedStdout(),
-            "ERROR: couldn't open log file " + PathOf("a1.log") + ".<p>\n");
+  EXPECT_EQ(Told(), "not opened: a1.log\n");
   EXPECT_TRUE(SuperLog_LogFilesFound());
   EXPECT_EQ(SummaryEntries(), "0,0,0,a1.log\n");
   EXPECT_FALSE(SuperLog_NextLogFile());
@@ -367,10 +421,8 @@ TEST_F(LogFilesTest, DirectoryOfThePatternIsUsedAsItStands) {
   Write("d/a1.log", Line(2));
   CopyText(settings.logs, PathOf("?/a*.log"));
   CopyText(settings.summary, "s");
-  testing::internal::CaptureStdout();
   Init();
-  EXPECT_EQ(testing::internal::GetCapturedStdout(),
-            "ERROR: couldn't open log file " + PathOf("?/a1.log") + ".<p>\n");
+  EXPECT_EQ(Told(), "not opened: ?/a1.log\n");
   EXPECT_EQ(ListNames(), Names{"?/a1.log"});
 }
 
@@ -388,11 +440,9 @@ TEST_F(LogFilesTest, AbsurdDatesOfASummaryAreHarmless) {
   Write("a1.log", Line(2));
   std::ofstream(SummaryPath()) << Line(2).size() << ",9223372036854775807,-9223372036854775807,"
                                << PathOf("a1.log") << "\n";
-  settings.debug = 1;
-  testing::internal::CaptureStdout();
   Init();
   EXPECT_FALSE(SuperLog_NextLogFile());
-  EXPECT_NE(testing::internal::GetCapturedStdout().find("<td></td>"), std::string::npos);
+  EXPECT_TRUE(Told().ends_with(", never to never, out of range\n"));
 }
 
 TEST_F(LogFilesTest, SummaryThatCannotBeWrittenChangesNothing) {
@@ -440,128 +490,64 @@ TEST_F(LogFilesTest, NamesAreCutToTheirCapacity) {
   const std::string name = "a" + std::string(100, 'x') + ".log";
   std::ofstream(deep + "/" + name) << Line(2);
   CopyText(settings.logs, deep + "/a*");
-  testing::internal::CaptureStdout();
   Init();
   const std::string cut = (deep + "/" + name).substr(0, kPathSize - 1);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "ERROR: couldn't open log file " + cut + ".<p>\n");
+  EXPECT_EQ(Told(), "not opened: " + NameOf(cut) + "\n");
   EXPECT_EQ(mpLogsRoot->name, cut);
 }
 
-std::string UserAndGroup(const char* kind, const char* user, const char* group) {
-  return std::string("<b>") + kind + "User:</b> " + user + " / <b>" + kind + "Group:</b> " + group + "<br>";
-}
-
-std::string OwnUserAndGroup() {
-  const passwd* const user = getpwuid(getuid());
-  const group* const group = getgrgid(getgid());
-  return UserAndGroup("", user != nullptr ? user->pw_name : "unknown",
-                      group != nullptr ? group->gr_name : "unknown");
-}
-
-TEST_F(LogFilesTest, DebugRows) {
+TEST_F(LogFilesTest, TellsEachStepWhenItHappens) {
   Write("a1.log", Line(2) + Line(3));
   Write("a2.log", "no dates\n");
   Write("a3.log", Line(20));
   Write("a4.log", Line(4, 2));
   CopyText(settings.AccessLog, PathOf("current"));
-  settings.debug = 1;
   Init(1, 10);
-  testing::internal::CaptureStdout();
+  EXPECT_EQ(Told(), "");
   EXPECT_TRUE(SuperLog_NextLogFile());
-  EXPECT_EQ(testing::internal::GetCapturedStdout(),
-            "<tr><td colspan=6>" + OwnUserAndGroup() +
-                "<b>Range start:</b> Wed Mar  1 00:00:00 2000\n<br>"
-                "<b>Range end:</b>   Fri Mar 10 00:00:00 2000\n<br>"
-                "<b>Log File Pattern:</b> " +
-                PathOf("a*.log") +
-                "<br>"
-                "<b>AccessLog File Pattern:</b> " +
-                PathOf("current") +
-                "<br>"
-                "</td></tr>\n"
-                "<tr><td colspan=6 align=center><b>Log Files Found</b></td></tr>\n"
-                "<tr><td align=center><b>Filename</b></td><td align=center><b>Size</b></td>"
-                "<td align=center><b>start</b></td><td align=center><b>end</b></td>"
-                "<td align=center><b>In Range</b></td><td align=center><b>Format</b></td></tr>\n"
-                "<tr><td>" +
-                PathOf("a1.log") + "</td><td align=right>" + std::to_string(Line(2).size() * 2) +
-                "</td>"
-                "<td>Thu Mar  2 00:00:00 2000\n</td><td>Fri Mar  3 00:00:00 2000\n</td>"
-                "<td align=center>YES</td><td>\n");
-  testing::internal::CaptureStdout();
+  EXPECT_EQ(Told(), "search: 1 to 10, a*.log, current, found\nlooked at: a1.log, " +
+                        Bytes(Line(2) + Line(3)) + ", 2 to 3, in range\n");
+  SuperLogRecord record;
+  EXPECT_TRUE(SuperLog_ParseNextLine(record));
+  EXPECT_EQ(Told(), "format: CLF/ELF\n");
+  EXPECT_TRUE(SuperLog_ParseNextLine(record));
+  EXPECT_EQ(Told(), "");
   EXPECT_TRUE(SuperLog_NextLogFile());
-  EXPECT_EQ(testing::internal::GetCapturedStdout(),
-            "</td></tr>\n"
-            "<tr><td>" +
-                PathOf("a2.log") +
-                "</td><td align=right>9</td>"
-                "<td colspan=2 align=center>invalid size or dates. probably not a log file</td><td>"
-                "<tr><td>" +
-                PathOf("a3.log") + "</td><td align=right>" + std::to_string(Line(20).size()) +
-                "</td>"
-                "<td>Mon Mar 20 00:00:00 2000\n</td><td>Mon Mar 20 00:00:00 2000\n</td>"
-                "<td align=center>No</td><td>\n"
-                "<tr><td>" +
-                PathOf("a4.log") + "</td><td align=right>" + std::to_string(Line(4, 2).size()) +
-                "</td>"
-                "<td>Sat Mar  4 00:00:00 2000\n</td><td>Sat Mar  4 00:00:00 2000\n</td>"
-                "<td align=center>YES</td><td>\n");
-  testing::internal::CaptureStdout();
+  EXPECT_EQ(Told(), "read\nlooked at: a2.log, 9, no log\nlooked at: a3.log, " + Bytes(Line(20)) +
+                        ", 20 to 20, out of range\nlooked at: a4.log, " + Bytes(Line(4, 2)) +
+                        ", 4 to 4, in range\n");
   EXPECT_FALSE(SuperLog_NextLogFile());
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "</td></tr>\n");
+  EXPECT_EQ(Told(), "read\n");
 }
 
-TEST_F(LogFilesTest, DebugRowsWithoutFiles) {
-  settings.debug = 1;
+TEST_F(LogFilesTest, TellsTimesWithTheShiftFromGmt) {
+  setenv("TZ", "EST24", 1);
+  SuperLog_SetFixGmt("1", 2);
+  Write("a1.log", Line(2));
   Init();
-  testing::internal::CaptureStdout();
-  EXPECT_FALSE(SuperLog_NextLogFile());
-  const std::string output = testing::internal::GetCapturedStdout();
-  const std::string end =
-      PathOf("a*.log") + "<br></td></tr>\n<tr><td colspan=6 align=center><b>No Files Found!</b>";
-  EXPECT_EQ(output.substr(output.size() - end.size()), end);
+  EXPECT_TRUE(SummaryEntries().find(std::to_string(March(3))) != std::string::npos);
+  EXPECT_TRUE(SuperLog_NextLogFile());
+  // A day later by the zone, and a day earlier by the shift.
+  EXPECT_TRUE(Told().ends_with(", 2 to 2, in range\n"));
 }
 
-TEST_F(LogFilesTest, WithoutDebugNothingIsPrinted) {
+TEST_F(LogFilesTest, TellsThatNothingWasFound) {
+  Init();
+  EXPECT_FALSE(SuperLog_NextLogFile());
+  EXPECT_EQ(Told(), "search: 1 to 31, a*.log, , nothing found\n");
+}
+
+TEST_F(LogFilesTest, WithoutAListenerNothingIsToldOrPrinted) {
   Write("a1.log", Line(2));
   Write("a2.log", "no dates\n");
-  testing::internal::CaptureStdout();
+  ASSERT_EQ(symlink("nowhere", PathOf("a3.log").c_str()), 0);
   Init();
+  Told();
+  testing::internal::CaptureStdout();
+  SuperLog_Init(settings, March(1), March(31));
   OpenedDays();
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-}
-
-// Runs the debug rows in a process of another user.
-std::string DebugRowsAs(uid_t real, uid_t effective) {
-  testing::internal::CaptureStdout();
-  fflush(stdout);
-  const pid_t child = fork();
-  if (child == 0) {
-    const bool changed = setresgid(real, effective, 0) == 0 && setresuid(real, effective, 0) == 0;
-    if (changed) {
-      SuperLog_NextLogFile();
-    }
-    fflush(stdout);
-    _exit(changed ? 0 : 1);
-  }
-  int status = 1;
-  waitpid(child, &status, 0);
-  EXPECT_EQ(status, 0);
-  return testing::internal::GetCapturedStdout();
-}
-
-TEST_F(LogFilesTest, DebugShowsUnknownAndEffectiveUsers) {
-  constexpr uid_t kNobodyKnown = 3999999;
-  if (geteuid() != 0) {
-    GTEST_SKIP() << "only root can run as another user";
-  }
-  settings.debug = 1;
-  Init();
-  EXPECT_TRUE(DebugRowsAs(kNobodyKnown, kNobodyKnown)
-                  .starts_with("<tr><td colspan=6>" + UserAndGroup("", "unknown", "unknown") + "<b>Range"));
-  EXPECT_TRUE(DebugRowsAs(kNobodyKnown, 0)
-                  .starts_with("<tr><td colspan=6>" + UserAndGroup("", "unknown", "unknown") +
-                               UserAndGroup("Effective ", "root", "root") + "<b>Range"));
+  EXPECT_EQ(Told(), "");
 }
 
 TEST_F(LogFilesTest, ResetForgetsEverything) {
@@ -579,6 +565,9 @@ TEST_F(LogFilesTest, ResetForgetsEverything) {
   EXPECT_EQ(SuperLog_GetDateFormat(), kOrderMdy);
   SuperLog_SetDateFormat("DMY", 2);
   EXPECT_EQ(SuperLog_GetDateFormat(), kOrderDmy);
+  Told();
+  EXPECT_FALSE(SuperLog_NextLogFile());
+  EXPECT_EQ(Told(), "");
 }
 
 }  // namespace

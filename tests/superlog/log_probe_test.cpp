@@ -150,24 +150,30 @@ TEST_F(LogProbeTest, SizeBeyondTheEndIsHarmless) {
   EXPECT_EQ(ProbePath(path, 9000).last, March(5));
 }
 
-TEST_F(LogProbeTest, MissingFilePrintsAnErrorLine) {
-  testing::internal::CaptureStdout();
+std::string mNotOpened;
+
+void NoteNotOpened(const char* path) {
+  mNotOpened += path;
+}
+
+TEST_F(LogProbeTest, MissingFileIsTold) {
+  mLogEvents.log_not_opened = NoteNotOpened;
   const LogFile log = ProbePath("/nowhere/access.log", 100);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(),
-            "ERROR: couldn't open log file /nowhere/access.log.<p>\n");
+  EXPECT_EQ(mNotOpened, "/nowhere/access.log");
   EXPECT_EQ(log.first, 0);
   EXPECT_EQ(log.last, 0);
 }
 
-TEST_F(LogProbeTest, FolderAndNamedPipeHaveNoDatesAndNoErrorLine) {
+TEST_F(LogProbeTest, FolderAndNamedPipeHaveNoDatesAndAreNotTold) {
   const std::string folder = NewPath("folder");
   ASSERT_EQ(mkdir(folder.c_str(), 0700), 0);
   const std::string pipe = NewPath("pipe");
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
-  testing::internal::CaptureStdout();
+  mLogEvents.log_not_opened = NoteNotOpened;
+  mNotOpened = "";
   EXPECT_EQ(ProbePath(folder, 4096).first, 0);
   EXPECT_EQ(ProbePath(pipe, 0).first, 0);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+  EXPECT_EQ(mNotOpened, "");
 }
 
 TEST_F(LogProbeTest, ForgetsTheKnownFormat) {

@@ -9,13 +9,11 @@
 #include <string>
 #include <string_view>
 
-#include "analysis/request_filters_internal.h"
-#include "analysis/search_engines.h"
+#include "analysis/driver.h"
 #include "cgi/settings.h"
 #include "dates/clock.h"
 #include "dates/local_time.h"
 #include "superlog/superlog.h"
-#include "support/engines.h"
 #include "support/text_file.h"
 
 // One request of a combined log; every field has a value that counts.
@@ -46,9 +44,8 @@ class AccountLogs : public testing::Test {
     tzset();
     ResetLocalTime();
     ResetSuperLog();
-    ResetFilters();
+    ResetAnalysis();
     SetCurrentTimeForTest(952300800);
-    ForgetEngines();
     folder_ = NewPath("logs");
     mkdir(folder_.c_str(), 0777);
     CopyText(settings_.logs, folder_ + "/*.log");
@@ -65,7 +62,7 @@ class AccountLogs : public testing::Test {
   }
 
   ~AccountLogs() override {
-    ForgetEngines();
+    ResetAnalysis();
     SetCurrentTimeForTest(-1);
   }
 
