@@ -26,9 +26,14 @@ report=$project/bin/orvellis-report
 
 # ---- What the cases are made of -------------------------------------------------------
 
+# The command, which asks for $edition: the classic one, whose pages are fixed, unless a case says otherwise.
+orvellis_report() {
+  PATH=$stubs:$tools ORVELLIS=$stand_in TMPDIR=$private "$shell" "$report" ${edition:+"$edition"} "$@"
+}
+
 # Runs the command in the case's folder: sets $status, leaves out and err.
 run() {
-  PATH=$stubs:$tools ORVELLIS=$stand_in TMPDIR=$private "$shell" "$report" "$@" >out 2>err </dev/null
+  orvellis_report "$@" >out 2>err </dev/null
   status=$?
 }
 
@@ -163,13 +168,13 @@ test_header_lines_of_an_unknown_layout() {
 }
 
 test_standard_input() {
-  week | PATH=$tools ORVELLIS=$program TMPDIR=$private "$shell" "$report" - >out 2>err
+  week | orvellis_report - >out 2>err
   status=$?
   expect_records 3 2000-03-05 2000-03-07
 }
 
 test_compressed_standard_input() {
-  week | gzip | PATH=$tools ORVELLIS=$program TMPDIR=$private "$shell" "$report" - >out 2>err
+  week | gzip | orvellis_report - >out 2>err
   status=$?
   expect_records 3 2000-03-05 2000-03-07
 }
@@ -212,7 +217,7 @@ test_missing_unpacker() {
     ln -s "$(PATH=$tools command -v "${tool##*/}")" bare/
   done
   printf '\050\265\057\375....' >access.log.zst
-  PATH=$folder/bare ORVELLIS=$program TMPDIR=$private "$shell" "$report" access.log.zst >out 2>err
+  PATH=$folder/bare ORVELLIS=$program TMPDIR=$private "$shell" "$report" "$edition" access.log.zst >out 2>err
   status=$?
   expect_error 2 'cannot unpack access.log.zst: install the program zstd'
 }
@@ -464,6 +469,48 @@ test_texts_passed_on() {
   done
 }
 
+# Every run asks for the same edition: that of the page counts as those do that it is checked against.
+test_edition_passed_on() {
+  stand_in_does "printf '%s ' \"\$@\" | sed 's/\$/\\n/' >>'$folder/runs'"
+  week >access.log
+  for edition in '' --classic; do
+    case $edition in '') name=modern ;; *) name=classic ;; esac
+    rm -f runs
+    run --from 2000-03-06 access.log
+    expect_records 2 2000-03-06 2000-03-07
+    [ "$(wc -l <runs)" -ge 3 ] || failed 'few runs are seen'
+    [ "$(grep -c " edition=$name " runs)" -eq "$(wc -l <runs)" ] || failed "not every run asks for $name"
+    [ "$(grep -o 'edition=' runs | wc -l)" -eq "$(wc -l <runs)" ] || failed 'a run asks for two editions'
+  done
+}
+
+test_edition_is_kept_with_the_configuration() {
+  week >access.log
+  for edition in '' --classic; do
+    run --keep-config access.log
+    kept=$(sed -n 's/^the configuration is kept in \([^;]*\);.*/\1/p' err)
+    case $edition in '') name=modern ;; *) name=classic ;; esac
+    expect_in "$kept/report.sh" " 'edition=$name' "
+    expect_not_in "$kept/orvellis.conf" dition
+    rm -rf "$kept"
+  done
+}
+
+# One way to say it: an argument can neither repeat nor contradict the option.
+test_edition_as_a_parameter_is_refused() {
+  week >access.log
+  for edition in '' --classic; do
+    for parameter in edition=modern edition=classic Edition=; do
+      run access.log "$parameter"
+      expect_error 2 "the edition is modern, or classic with --classic, and not set by ${parameter%%=*}="
+    done
+    [ ! -e report.html ] || failed 'a page is written'
+  done
+  mv access.log edition=classic
+  run edition=classic
+  expect_records 3 2000-03-05 2000-03-07
+}
+
 test_title() {
   week >access.log
   run --title 'Müller & <b>Söhne</b> a=b "x"' access.log
@@ -590,7 +637,7 @@ test_page_is_replaced() {
 
 test_reader_that_goes_away() {
   week >access.log
-  PATH=$tools ORVELLIS=$program TMPDIR=$private "$shell" "$report" -o - access.log 2>err | head -c 1 >out
+  orvellis_report -o - access.log 2>err | head -c 1 >out
   expect_not_in err 'cannot'
 }
 
@@ -837,7 +884,7 @@ test_program_beside_the_script() {
   cp "$report" bin/
   ln -s "$program" bin/orvellis
   week >access.log
-  PATH=$tools TMPDIR=$private "$shell" bin/orvellis-report access.log >out 2>err
+  PATH=$tools TMPDIR=$private "$shell" bin/orvellis-report "$edition" access.log >out 2>err
   status=$?
   expect_records 3 2000-03-05 2000-03-07
 }
@@ -846,7 +893,7 @@ test_script_behind_a_link() {
   mkdir bin
   ln -s "$report" bin/link
   week >access.log
-  PATH=$tools ORVELLIS=$program TMPDIR=$private "$shell" bin/link access.log >out 2>err
+  PATH=$tools ORVELLIS=$program TMPDIR=$private "$shell" bin/link "$edition" access.log >out 2>err
   status=$?
   expect_records 3 2000-03-05 2000-03-07
   expect_match report.html '<img src="file://[^"]*/site/or15-reg.gif"'
@@ -855,7 +902,7 @@ test_script_behind_a_link() {
 test_program_on_the_path() {
   week >access.log
   ln -s "$program" "$stubs/orvellis"
-  PATH=$stubs:$tools TMPDIR=$private "$shell" "$report" access.log >out 2>err
+  PATH=$stubs:$tools TMPDIR=$private "$shell" "$report" "$edition" access.log >out 2>err
   status=$?
   expect_records 3 2000-03-05 2000-03-07
 }
@@ -901,7 +948,7 @@ test_signals_leave_nothing() {
   for pair in HUP:129 INT:130 TERM:143; do
     stand_in_does "case \$* in *requests=*) echo \$\$ >'$folder/process'; exec sleep 60 ;; esac"
     PATH=$stubs:$tools ORVELLIS=$stand_in TMPDIR=$private \
-      "$timeout" --preserve-status -s "${pair%:*}" 1 "$shell" "$report" access.log >out 2>err
+      "$timeout" --preserve-status -s "${pair%:*}" 1 "$shell" "$report" "$edition" access.log >out 2>err
     status=$?
     expect_status "${pair#*:}"
     [ -z "$(ls "$private")" ] || failed "${pair%:*} leaves a temporary folder"
@@ -911,7 +958,7 @@ test_signals_leave_nothing() {
   mkfifo pipe
   sleep 3 >pipe &
   PATH=$stubs:$tools ORVELLIS=$stand_in TMPDIR=$private \
-    "$timeout" --preserve-status -s TERM 1 "$shell" "$report" - >out 2>err <pipe
+    "$timeout" --preserve-status -s TERM 1 "$shell" "$report" "$edition" - >out 2>err <pipe
   status=$?
   expect_status 143
   [ -z "$(ls "$private")" ] || failed 'a temporary folder is left of standard input'
@@ -922,7 +969,7 @@ test_signals_leave_nothing() {
 # Runs the command on a terminal of its own; the screen's text goes to screen.
 on_terminal() {
   quoted=''
-  for argument in "$shell" "$report" "$@"; do quoted="$quoted '$argument'"; done
+  for argument in "$shell" "$report" "$edition" "$@"; do quoted="$quoted '$argument'"; done
   PATH=$stubs:$tools ORVELLIS=$stand_in TMPDIR=$private TERM=${terminal:-xterm} \
     "$script" -qec "$quoted" typescript >/dev/null 2>&1 </dev/null
   status=$?
@@ -972,7 +1019,7 @@ failures=0 number=0
 # shellcheck disable=SC2046 # names without blanks
 [ $# -gt 0 ] || set -- $(sed -n 's/^test_\([a-z_]*\)() {$/\1/p' "$0")
 for case in "$@"; do
-  folder=$root/$case stand_in=$program
+  folder=$root/$case stand_in=$program edition=--classic
   stubs=$folder/stubs private=$folder/tmp
   mkdir -p "$stubs" "$private"
   number=$((number + 1))
