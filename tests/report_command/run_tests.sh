@@ -62,6 +62,7 @@ expect_argument() { grep -qxF -- "$1" arguments || failed "no argument $1"; }
 # A line of the common log format: day of March 2000, path, host.
 line() { printf '%s - - [%02d/Mar/2000:10:00:00 +0000] "GET %s HTTP/1.0" 200 100\n' "${3:-192.0.2.1}" "$1" "${2:-/a.html}"; }
 combined() { printf '%s "%s" "Lynx/2.8.2"\n' "$(line "$1" "$2")" "$3"; }
+hour() { line "$1" | sed "s/:10:00:00/:$2:00:00/"; } # a line of that hour of a day
 week() { for n in 5 6 7; do line "$n"; done; }
 
 # A program in orvellis's place: the text runs in front of the real one.
@@ -369,6 +370,33 @@ test_zone() {
   expect_records 1 2000-03-06 2000-03-06
   TZ=UTC+3 run --gmt access.log
   expect_records 1 2000-03-05 2000-03-05
+}
+
+# Clocks that are not a whole number of hours ahead or behind.
+test_zone_of_half_hours() {
+  while read -r zone time day; do
+    printf '192.0.2.1 - - [05/Mar/2000:%s:00 +0000] "GET / HTTP/1.0" 200 1\n' "$time" >access.log
+    TZ=$zone run --gmt access.log
+    expect_records 1 "$day" "$day"
+  done <<'END'
+IST-5:30 18:29 2000-03-05
+IST-5:30 18:31 2000-03-06
+NPT-5:45 18:16 2000-03-06
+NST3:30 03:29 2000-03-04
+NST3:30 03:31 2000-03-05
+END
+}
+
+# The end of a day stands on another day of Greenwich's, and so does its beginning.
+test_days_of_zones_far_from_greenwich() {
+  { hour 4 10; hour 5 01; } >early.log
+  { hour 5 22; hour 6 10; } >late.log
+  for zone in PST8 '<-12>12' UTC0 JST-9 '<+14>-14'; do
+    TZ=$zone run --from 2000-03-05 --to 2000-03-05 early.log late.log
+    expect_records 2 2000-03-05 2000-03-05
+    TZ=$zone run early.log late.log
+    expect_records 4 2000-03-04 2000-03-06
+  done
 }
 
 # ---- What is selected ------------------------------------------------------------------
