@@ -272,6 +272,19 @@ TEST(LocalToTime, SkippedHourIsAnsweredAsByMktime) {
   EXPECT_EQ(CountDifferences(records), 0);
 }
 
+// Ends of months, years, centuries and eras.
+TEST(TimeToLocal, DaysAroundTheEndsOfFebruaryAndOfTheYearEqualLocaltime) {
+  UseZone("UTC0");
+  for (int year = 1600; year <= 2401; ++year) {
+    for (tm day : {Parts(year, 2, 27, 12, 0, 0), Parts(year, 12, 30, 12, 0, 0)}) {
+      const time_t noon = timegm(&day);
+      for (int later = 0; later < 4; ++later) {
+        ASSERT_NO_FATAL_FAILURE(ExpectSameLocal(noon + later * 86400));
+      }
+    }
+  }
+}
+
 TEST(LocalToTime, TakesANewZoneAfterReset) {
   const tm noon = Parts(2000, 6, 15, 12, 0, 0);
   UseZone("UTC0");

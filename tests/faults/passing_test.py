@@ -2,6 +2,7 @@
 
 import errno
 import os
+import re
 import shlex
 
 import faults
@@ -27,6 +28,23 @@ class PagePartTest(faults.FaultTest):
             self.assertLess(len(result.page), len(whole.page))
         self.expect_same(whole.page, self.run_once(many))
         print(f"{len(parts)} parts")
+
+
+class LogReadTest(faults.FaultTest):
+    """A read that a signal interrupts is made again."""
+
+    SIZES = 1 << 12, 1 << 16  # of the pieces that lines are read from
+
+    @faults.release_only
+    def test_each_read_in_turn(self):
+        self.make_logs(files=2)
+        expected = self.undisturbed()
+        reads = [number for number, name, _, size, _ in self.system_calls() if name == "pread" and size in self.SIZES]
+        self.assertGreater(len(reads), 3)
+        for read in reads:
+            self.forget_summaries()
+            self.expect_same(expected, self.run_once(under=self.under("-f", f"{read}:{errno.EINTR}")), f"call {read}")
+            self.expect_same(expected, self.run_once(), f"after call {read}")
 
 
 class SummaryCallTest(faults.FaultTest):
@@ -113,6 +131,21 @@ class SummaryCallTest(faults.FaultTest):
         self.write("elsewhere", "")
         os.symlink("../elsewhere", self.summary)
         self.fail_each_call({"old", "new", "unfinished"})
+
+    @faults.release_only
+    def test_where_files_cannot_be_locked(self):
+        # There is nobody to wait for: the file is written, and read, all the same.
+        expected, old, new = self.make_states()
+        reading, writing = [number for number, name, *_ in self.system_calls() if name == "lock"]
+        for lock in reading, writing:
+            self.put_back(old)
+            self.expect_same(expected, self.run_once(under=self.under("-f", f"{lock}:{errno.ENOLCK}")), f"call {lock}")
+            self.assertEqual(self.kind_of(self.read_summary(), old, new), "new", f"call {lock}")
+        # A log that is said to be outside of the range is left out.
+        self.put_back(re.sub(rb"\n([0-9]+),[0-9]+,[0-9]+,", rb"\n\1,1,1,", new, count=1))
+        misled = self.run_once()
+        self.assertNotEqual(misled.page, expected)
+        self.expect_same(misled.page, self.run_once(under=self.under("-f", f"{reading}:{errno.ENOLCK}")))
 
     @faults.release_only
     def test_another_run_is_killed_before_the_rename(self):

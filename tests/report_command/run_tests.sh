@@ -1017,6 +1017,19 @@ test_progress_on_a_terminal() {
   expect_not_in screen 'reading 3 records'
 }
 
+# All of the logs that reach into the days are to be read, wherever Greenwich is.
+test_progress_of_a_zone() {
+  [ -n "$script" ] || return 0
+  stand_in_does 'case $* in *requests=*) sleep 1 ;; esac'
+  { hour 4 10; yes "$(hour 5 01)" | head -n 1500; } >early.log
+  { yes "$(hour 5 22)" | head -n 1600; hour 6 10; } >late.log
+  for zone in PST8 JST-9; do
+    TZ=$zone on_terminal --from 2000-03-05 --to 2000-03-05 early.log late.log
+    expect_status 0
+    expect_match screen '^<ERASE>reading +[0-9]+ %  [0-9.]+ of 0[.]2 MB'
+  done
+}
+
 test_progress_without_a_read_position() {
   [ -n "$script" ] || return 0
   week >access.log
