@@ -148,6 +148,20 @@ class SummaryCallTest(faults.FaultTest):
         self.expect_same(misled.page, self.run_once(under=self.under("-f", f"{reading}:{errno.ENOLCK}")))
 
     @faults.release_only
+    def test_temporary_file_that_is_renamed_meanwhile(self):
+        # Between opening and locking it: what was opened is the summary file by then, and another run has
+        # begun a temporary file of its own.
+        expected, old, new = self.make_states()
+        writing = [number for number, name, *_ in self.system_calls() if name == "lock"][-1]
+        self.put_back(new)
+        os.rename(self.summary, self.path("finished"))
+        self.put_back(old)
+        others = "cat finished >logs/.0.ORV.new && mv logs/.0.ORV.new logs/0.ORV && : >logs/.0.ORV.new"
+        meanwhile = f"cd {shlex.quote(self.folder)} && {others}"
+        self.expect_same(expected, self.run_once(under=self.under("-a", str(writing), meanwhile)))
+        self.assertEqual(self.kind_of(self.read_summary(), old, new), "new")
+
+    @faults.release_only
     def test_another_run_is_killed_before_the_rename(self):
         # Who is about to give the temporary file its name is alone with it to the end.
         expected, old, new = self.make_states()

@@ -232,9 +232,13 @@ TEST_F(FileReplacementTest, FileWithAnotherNameIsNoTemporaryFile) {
 TEST_F(FileReplacementTest, PipeIsNoTemporaryFile) {
   const std::string pipe = directory + "/.file.ORV.new";
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  alarm(20);  // for who waits
+  EXPECT_TRUE(Replace("without a reader\n"));
+  EXPECT_EQ(ReadFile(path), "without a reader\n");
   const int reader = open(pipe.c_str(), O_RDONLY | O_NONBLOCK);
   EXPECT_TRUE(Replace("new\n"));
   EXPECT_EQ(ReadFile(path), "new\n");
+  alarm(0);
   EXPECT_TRUE(std::filesystem::is_fifo(pipe));
   close(reader);
 }
