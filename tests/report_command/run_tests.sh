@@ -294,6 +294,26 @@ test_days_of_logs_in_disorder() {
   expect_in err 'the logs are not in order of time: requests that stand behind a day after 2000-03-20 are missing'
 }
 
+test_days_of_a_log_from_the_latest_to_the_earliest() {
+  for n in 20 15 10 5; do line "$n"; done >access.log
+  run access.log
+  expect_records 4 2000-03-05 2000-03-20
+  run --from 2000-03-10 access.log
+  expect_records 3 2000-03-10 2000-03-20
+  [ "$(wc -l <err)" -eq 1 ] || failed 'more is told'
+  run --from 2000-03-05 --to 2000-03-06 access.log
+  expect_status 1
+  expect_in err 'the logs are not in order of time: requests that stand behind a day after 2000-03-06 are missing'
+  expect_in err 'nothing to report: no request from 2000-03-05 to 2000-03-06 is selected'
+  run --from 2000-04-01 access.log
+  expect_error 1 'nothing to report: the logs go from 2000-03-05 to 2000-03-20'
+  # Where it has no say in the days, all is as ever.
+  { line 25; line 28; } >new.log
+  run --from 2000-03-25 --to 2000-03-26 access.log new.log
+  expect_records 1 2000-03-25 2000-03-26
+  [ "$(wc -l <err)" -eq 1 ] || failed 'more is told'
+}
+
 # Those that lie outside of the days are not read: their lines are not counted.
 test_long_history() {
   { line 1; echo nothing; line 2; } >old.log
