@@ -37,8 +37,8 @@ _orvellis_report() {
     mapfile -t COMPREPLY < <(compgen -W '--server --account --logs --url --write --help' -- "$word")
   elif [[ $word == -* ]]; then
     mapfile -t COMPREPLY < <(compgen -W '-o --output --from --to --path --match --exclude-hosts --exclude-types --top
-      --min --reports --title --url --log-format --date-format --gmt --dns --search-engines --memory --theme --plain
-      --open --quiet --keep-config --init-site --help --version' -- "$word")
+      --min --reports --title --url --log-format --date-format --gmt --dns --search-engines --memory --classic --theme
+      --plain --open --quiet --keep-config --init-site --help --version' -- "$word")
   else
     compopt -o filenames
     mapfile -t COMPREPLY < <(compgen -f -- "$word")

@@ -94,6 +94,7 @@ TEST(EqualIgnoreCase, NeedsTheSameLength) {
 
 TEST(BeginsWithIgnoreCase, TestsThePrefixOnly) {
   EXPECT_TRUE(BeginsWithIgnoreCase("User=ann;", "uSER="));
+  EXPECT_TRUE(BeginsWithIgnoreCase("USER", "user"));
   EXPECT_TRUE(BeginsWithIgnoreCase("anything", ""));
   EXPECT_FALSE(BeginsWithIgnoreCase("use", "user"));
   EXPECT_FALSE(BeginsWithIgnoreCase("xuser", "user"));

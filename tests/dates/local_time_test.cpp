@@ -122,7 +122,8 @@ TEST_P(LocalTimeTest, EveryLocalTimeOfAYearEqualsPlainCalls) {
 }
 
 // Records from around the zone's clock changes and from the days beside them,
-// in random order: the offset that mktime holds changes all the time.
+// in random order: the offset that mktime holds changes all the time. Some have the
+// seconds of a leap second, which mktime adds after its search.
 TEST_P(LocalTimeTest, RandomOrderAroundClockChangesEqualsPlainCalls) {
   std::vector<time_t> changes = {961066800};
   for (time_t when = 946684800; when < 946684800 + 366 * 86400; when += 3600) {
@@ -135,7 +136,8 @@ TEST_P(LocalTimeTest, RandomOrderAroundClockChangesEqualsPlainCalls) {
     const time_t change = changes[static_cast<size_t>(Random(0, static_cast<int64_t>(changes.size()) - 1))];
     const int64_t hours = i % 3 == 0 ? 72 : 3;
     tm parts = PartsOf(change + Random(-hours, hours) * 3600);
-    parts.tm_min = static_cast<int>(Random(0, 59));
+    parts.tm_min = static_cast<int>(i % 5 == 0 ? 59 : Random(0, 59));
+    parts.tm_sec = static_cast<int>(i % 5 == 0 ? Random(59, 61) : parts.tm_sec);
     parts.tm_hour = static_cast<int>(i % 16 == 0 ? Random(0, 4) : parts.tm_hour);
     parts.tm_isdst = -1;
     records.push_back(parts);
@@ -268,6 +270,19 @@ TEST(LocalToTime, SkippedHourIsAnsweredAsByMktime) {
     records.push_back(Parts(2000, 3, 26, 3, minute, 0));
   }
   EXPECT_EQ(CountDifferences(records), 0);
+}
+
+// Ends of months, years, centuries and eras.
+TEST(TimeToLocal, DaysAroundTheEndsOfFebruaryAndOfTheYearEqualLocaltime) {
+  UseZone("UTC0");
+  for (int year = 1600; year <= 2401; ++year) {
+    for (tm day : {Parts(year, 2, 27, 12, 0, 0), Parts(year, 12, 30, 12, 0, 0)}) {
+      const time_t noon = timegm(&day);
+      for (int later = 0; later < 4; ++later) {
+        ASSERT_NO_FATAL_FAILURE(ExpectSameLocal(noon + later * 86400));
+      }
+    }
+  }
 }
 
 TEST(LocalToTime, TakesANewZoneAfterReset) {

@@ -1,11 +1,12 @@
 // Runs a program under control and lets something happen to it, or to the world
 // around it, exactly at the N-th system call after its start.
 //
-//   at_system_call [-l FILE] [-k N[:BYTES]] [-a N COMMAND]... PROGRAM ARGUMENT...
+//   at_system_call [-l FILE] [-k N[:BYTES]] [-f N:ERROR] [-a N COMMAND]... PROGRAM ARGUMENT...
 //
 //   -l FILE         lists the calls that matter here: number, name, and what the call is about
 //   -k N[:BYTES]    kills the program (SIGKILL) instead of letting it make its N-th call; with
 //                   BYTES, when that call writes, this many bytes still go out before
+//   -f N:ERROR      lets the N-th call fail with this error number, and does not make it
 //   -a N COMMAND    runs a shell command while the program waits for its N-th call to begin
 //
 // Ends with the program's status, 128 and the signal's number when one killed it.
@@ -48,6 +49,8 @@ struct Plan {
   FILE* list = nullptr;
   long kill_at = 0;
   long bytes = -1;
+  long fail_at = 0;
+  long error = 0;
   Action actions[64];
   size_t action_count = 0;
 };
@@ -66,24 +69,51 @@ static const char* NameOf(unsigned long call) {
   return nullptr;
 }
 
-// The call's third argument is how much it is to write.
-static void SetThirdArgument(pid_t child, unsigned long value) {
+static user_regs_struct Registers(pid_t child) {
   user_regs_struct registers;
   iovec place = {&registers, sizeof registers};
   if (ptrace(PTRACE_GETREGSET, child, NT_PRSTATUS, &place) != 0) {
     Fail("reading registers");
   }
-#if defined(__x86_64__)
-  registers.rdx = value;
-#elif defined(__aarch64__)
-  registers.regs[2] = value;
-#else
-#error "which register holds the third argument of a system call?"
-#endif
+  return registers;
+}
+
+static void SetRegisters(pid_t child, user_regs_struct registers) {
+  iovec place = {&registers, sizeof registers};
   if (ptrace(PTRACE_SETREGSET, child, NT_PRSTATUS, &place) != 0) {
     Fail("writing registers");
   }
 }
+
+#if defined(__x86_64__)
+static auto& ThirdArgument(user_regs_struct& registers) {
+  return registers.rdx;
+}
+static auto& ResultOf(user_regs_struct& registers) {
+  return registers.rax;
+}
+static void SkipCall(pid_t child) {
+  user_regs_struct registers = Registers(child);
+  registers.orig_rax = ~0ULL;
+  SetRegisters(child, registers);
+}
+#elif defined(__aarch64__)
+static auto& ThirdArgument(user_regs_struct& registers) {
+  return registers.regs[2];
+}
+static auto& ResultOf(user_regs_struct& registers) {
+  return registers.regs[0];
+}
+static void SkipCall(pid_t child) {
+  int none = -1;
+  iovec place = {&none, sizeof none};
+  if (ptrace(PTRACE_SETREGSET, child, NT_ARM_SYSTEM_CALL, &place) != 0) {
+    Fail("skipping a call");
+  }
+}
+#else
+#error "which registers hold the number, the third argument and the result of a system call?"
+#endif
 
 static void List(const Plan& plan, long number, const __ptrace_syscall_info& info) {
   const char* const name = NameOf(info.entry.nr);
@@ -109,6 +139,14 @@ static bool IsWrite(unsigned long call) {
   return call == SYS_write || call == SYS_pwrite64;
 }
 
+static void FailCall(pid_t child, long error) {
+  SkipCall(child);
+  Continue(child, 0);  // to the end of the call
+  user_regs_struct registers = Registers(child);
+  ResultOf(registers) = static_cast<unsigned long>(-error);
+  SetRegisters(child, registers);
+}
+
 static void BeforeCall(const Plan& plan, pid_t child, long number, const __ptrace_syscall_info& info) {
   List(plan, number, info);
   for (size_t i = 0; i < plan.action_count; ++i) {
@@ -116,12 +154,17 @@ static void BeforeCall(const Plan& plan, pid_t child, long number, const __ptrac
       Fail(plan.actions[i].command);
     }
   }
+  if (number == plan.fail_at) {
+    FailCall(child, plan.error);
+  }
   if (number != plan.kill_at) {
     return;
   }
   if (plan.bytes >= 0 && IsWrite(info.entry.nr)) {
+    user_regs_struct registers = Registers(child);
     if (static_cast<unsigned long>(plan.bytes) < info.entry.args[2]) {
-      SetThirdArgument(child, static_cast<unsigned long>(plan.bytes));
+      ThirdArgument(registers) = static_cast<unsigned long>(plan.bytes);
+      SetRegisters(child, registers);
     }
     Continue(child, 0);
   }
@@ -170,13 +213,16 @@ static int Run(const Plan& plan, char** command) {
 int main(int argc, char** argv) {
   Plan plan;
   int option;
-  while ((option = getopt(argc, argv, "+l:k:a:")) != -1) {
+  while ((option = getopt(argc, argv, "+l:k:f:a:")) != -1) {
     if (option == 'l') {
       plan.list = fopen(optarg, "w");
     } else if (option == 'k') {
       const char* const colon = strchr(optarg, ':');
       plan.kill_at = atol(optarg);
       plan.bytes = colon == nullptr ? -1 : atol(colon + 1);
+    } else if (option == 'f' && strchr(optarg, ':') != nullptr) {
+      plan.fail_at = atol(optarg);
+      plan.error = atol(strchr(optarg, ':') + 1);
     } else if (option == 'a' && plan.action_count < 64 && optind < argc) {
       plan.actions[plan.action_count++] = {atol(optarg), argv[optind++]};
     } else {

@@ -26,9 +26,14 @@ report=$project/bin/orvellis-report
 
 # ---- What the cases are made of -------------------------------------------------------
 
+# The command, which asks for $edition: the classic one, whose pages are fixed, unless a case says otherwise.
+orvellis_report() {
+  PATH=$stubs:$tools ORVELLIS=$stand_in TMPDIR=$private "$shell" "$report" ${edition:+"$edition"} "$@"
+}
+
 # Runs the command in the case's folder: sets $status, leaves out and err.
 run() {
-  PATH=$stubs:$tools ORVELLIS=$stand_in TMPDIR=$private "$shell" "$report" "$@" >out 2>err </dev/null
+  orvellis_report "$@" >out 2>err </dev/null
   status=$?
 }
 
@@ -57,6 +62,7 @@ expect_argument() { grep -qxF -- "$1" arguments || failed "no argument $1"; }
 # A line of the common log format: day of March 2000, path, host.
 line() { printf '%s - - [%02d/Mar/2000:10:00:00 +0000] "GET %s HTTP/1.0" 200 100\n' "${3:-192.0.2.1}" "$1" "${2:-/a.html}"; }
 combined() { printf '%s "%s" "Lynx/2.8.2"\n' "$(line "$1" "$2")" "$3"; }
+hour() { line "$1" | sed "s/:10:00:00/:$2:00:00/"; } # a line of that hour of a day
 week() { for n in 5 6 7; do line "$n"; done; }
 
 # A program in orvellis's place: the text runs in front of the real one.
@@ -163,13 +169,13 @@ test_header_lines_of_an_unknown_layout() {
 }
 
 test_standard_input() {
-  week | PATH=$tools ORVELLIS=$program TMPDIR=$private "$shell" "$report" - >out 2>err
+  week | orvellis_report - >out 2>err
   status=$?
   expect_records 3 2000-03-05 2000-03-07
 }
 
 test_compressed_standard_input() {
-  week | gzip | PATH=$tools ORVELLIS=$program TMPDIR=$private "$shell" "$report" - >out 2>err
+  week | gzip | orvellis_report - >out 2>err
   status=$?
   expect_records 3 2000-03-05 2000-03-07
 }
@@ -212,7 +218,7 @@ test_missing_unpacker() {
     ln -s "$(PATH=$tools command -v "${tool##*/}")" bare/
   done
   printf '\050\265\057\375....' >access.log.zst
-  PATH=$folder/bare ORVELLIS=$program TMPDIR=$private "$shell" "$report" access.log.zst >out 2>err
+  PATH=$folder/bare ORVELLIS=$program TMPDIR=$private "$shell" "$report" "$edition" access.log.zst >out 2>err
   status=$?
   expect_error 2 'cannot unpack access.log.zst: install the program zstd'
 }
@@ -286,6 +292,26 @@ test_days_of_logs_in_disorder() {
   expect_match err '^report.html: 6 records from 2000-03-09 to 2000-03-30'
   run --to 2000-03-20 access.log
   expect_in err 'the logs are not in order of time: requests that stand behind a day after 2000-03-20 are missing'
+}
+
+test_days_of_a_log_from_the_latest_to_the_earliest() {
+  for n in 20 15 10 5; do line "$n"; done >access.log
+  run access.log
+  expect_records 4 2000-03-05 2000-03-20
+  run --from 2000-03-10 access.log
+  expect_records 3 2000-03-10 2000-03-20
+  [ "$(wc -l <err)" -eq 1 ] || failed 'more is told'
+  run --from 2000-03-05 --to 2000-03-06 access.log
+  expect_status 1
+  expect_in err 'the logs are not in order of time: requests that stand behind a day after 2000-03-06 are missing'
+  expect_in err 'nothing to report: no request from 2000-03-05 to 2000-03-06 is selected'
+  run --from 2000-04-01 access.log
+  expect_error 1 'nothing to report: the logs go from 2000-03-05 to 2000-03-20'
+  # Where it has no say in the days, all is as ever.
+  { line 25; line 28; } >new.log
+  run --from 2000-03-25 --to 2000-03-26 access.log new.log
+  expect_records 1 2000-03-25 2000-03-26
+  [ "$(wc -l <err)" -eq 1 ] || failed 'more is told'
 }
 
 # Those that lie outside of the days are not read: their lines are not counted.
@@ -364,6 +390,33 @@ test_zone() {
   expect_records 1 2000-03-06 2000-03-06
   TZ=UTC+3 run --gmt access.log
   expect_records 1 2000-03-05 2000-03-05
+}
+
+# Clocks that are not a whole number of hours ahead or behind.
+test_zone_of_half_hours() {
+  while read -r zone time day; do
+    printf '192.0.2.1 - - [05/Mar/2000:%s:00 +0000] "GET / HTTP/1.0" 200 1\n' "$time" >access.log
+    TZ=$zone run --gmt access.log
+    expect_records 1 "$day" "$day"
+  done <<'END'
+IST-5:30 18:29 2000-03-05
+IST-5:30 18:31 2000-03-06
+NPT-5:45 18:16 2000-03-06
+NST3:30 03:29 2000-03-04
+NST3:30 03:31 2000-03-05
+END
+}
+
+# The end of a day stands on another day of Greenwich's, and so does its beginning.
+test_days_of_zones_far_from_greenwich() {
+  { hour 4 10; hour 5 01; } >early.log
+  { hour 5 22; hour 6 10; } >late.log
+  for zone in PST8 '<-12>12' UTC0 JST-9 '<+14>-14'; do
+    TZ=$zone run --from 2000-03-05 --to 2000-03-05 early.log late.log
+    expect_records 2 2000-03-05 2000-03-05
+    TZ=$zone run early.log late.log
+    expect_records 4 2000-03-04 2000-03-06
+  done
 }
 
 # ---- What is selected ------------------------------------------------------------------
@@ -462,6 +515,48 @@ test_texts_passed_on() {
     'authuser=it'\''s %s;*'; do
     expect_argument "$argument"
   done
+}
+
+# Every run asks for the same edition: that of the page counts as those do that it is checked against.
+test_edition_passed_on() {
+  stand_in_does "printf '%s ' \"\$@\" | sed 's/\$/\\n/' >>'$folder/runs'"
+  week >access.log
+  for edition in '' --classic; do
+    case $edition in '') name=modern ;; *) name=classic ;; esac
+    rm -f runs
+    run --from 2000-03-06 access.log
+    expect_records 2 2000-03-06 2000-03-07
+    [ "$(wc -l <runs)" -ge 3 ] || failed 'few runs are seen'
+    [ "$(grep -c " edition=$name " runs)" -eq "$(wc -l <runs)" ] || failed "not every run asks for $name"
+    [ "$(grep -o 'edition=' runs | wc -l)" -eq "$(wc -l <runs)" ] || failed 'a run asks for two editions'
+  done
+}
+
+test_edition_is_kept_with_the_configuration() {
+  week >access.log
+  for edition in '' --classic; do
+    run --keep-config access.log
+    kept=$(sed -n 's/^the configuration is kept in \([^;]*\);.*/\1/p' err)
+    case $edition in '') name=modern ;; *) name=classic ;; esac
+    expect_in "$kept/report.sh" " 'edition=$name' "
+    expect_not_in "$kept/orvellis.conf" dition
+    rm -rf "$kept"
+  done
+}
+
+# One way to say it: an argument can neither repeat nor contradict the option.
+test_edition_as_a_parameter_is_refused() {
+  week >access.log
+  for edition in '' --classic; do
+    for parameter in edition=modern edition=classic Edition=; do
+      run access.log "$parameter"
+      expect_error 2 "the edition is modern, or classic with --classic, and not set by ${parameter%%=*}="
+    done
+    [ ! -e report.html ] || failed 'a page is written'
+  done
+  mv access.log edition=classic
+  run edition=classic
+  expect_records 3 2000-03-05 2000-03-07
 }
 
 test_title() {
@@ -590,7 +685,7 @@ test_page_is_replaced() {
 
 test_reader_that_goes_away() {
   week >access.log
-  PATH=$tools ORVELLIS=$program TMPDIR=$private "$shell" "$report" -o - access.log 2>err | head -c 1 >out
+  orvellis_report -o - access.log 2>err | head -c 1 >out
   expect_not_in err 'cannot'
 }
 
@@ -837,7 +932,7 @@ test_program_beside_the_script() {
   cp "$report" bin/
   ln -s "$program" bin/orvellis
   week >access.log
-  PATH=$tools TMPDIR=$private "$shell" bin/orvellis-report access.log >out 2>err
+  PATH=$tools TMPDIR=$private "$shell" bin/orvellis-report "$edition" access.log >out 2>err
   status=$?
   expect_records 3 2000-03-05 2000-03-07
 }
@@ -846,7 +941,7 @@ test_script_behind_a_link() {
   mkdir bin
   ln -s "$report" bin/link
   week >access.log
-  PATH=$tools ORVELLIS=$program TMPDIR=$private "$shell" bin/link access.log >out 2>err
+  PATH=$tools ORVELLIS=$program TMPDIR=$private "$shell" bin/link "$edition" access.log >out 2>err
   status=$?
   expect_records 3 2000-03-05 2000-03-07
   expect_match report.html '<img src="file://[^"]*/site/or15-reg.gif"'
@@ -855,7 +950,7 @@ test_script_behind_a_link() {
 test_program_on_the_path() {
   week >access.log
   ln -s "$program" "$stubs/orvellis"
-  PATH=$stubs:$tools TMPDIR=$private "$shell" "$report" access.log >out 2>err
+  PATH=$stubs:$tools TMPDIR=$private "$shell" "$report" "$edition" access.log >out 2>err
   status=$?
   expect_records 3 2000-03-05 2000-03-07
 }
@@ -901,7 +996,7 @@ test_signals_leave_nothing() {
   for pair in HUP:129 INT:130 TERM:143; do
     stand_in_does "case \$* in *requests=*) echo \$\$ >'$folder/process'; exec sleep 60 ;; esac"
     PATH=$stubs:$tools ORVELLIS=$stand_in TMPDIR=$private \
-      "$timeout" --preserve-status -s "${pair%:*}" 1 "$shell" "$report" access.log >out 2>err
+      "$timeout" --preserve-status -s "${pair%:*}" 1 "$shell" "$report" "$edition" access.log >out 2>err
     status=$?
     expect_status "${pair#*:}"
     [ -z "$(ls "$private")" ] || failed "${pair%:*} leaves a temporary folder"
@@ -911,7 +1006,7 @@ test_signals_leave_nothing() {
   mkfifo pipe
   sleep 3 >pipe &
   PATH=$stubs:$tools ORVELLIS=$stand_in TMPDIR=$private \
-    "$timeout" --preserve-status -s TERM 1 "$shell" "$report" - >out 2>err <pipe
+    "$timeout" --preserve-status -s TERM 1 "$shell" "$report" "$edition" - >out 2>err <pipe
   status=$?
   expect_status 143
   [ -z "$(ls "$private")" ] || failed 'a temporary folder is left of standard input'
@@ -922,7 +1017,7 @@ test_signals_leave_nothing() {
 # Runs the command on a terminal of its own; the screen's text goes to screen.
 on_terminal() {
   quoted=''
-  for argument in "$shell" "$report" "$@"; do quoted="$quoted '$argument'"; done
+  for argument in "$shell" "$report" "$edition" "$@"; do quoted="$quoted '$argument'"; done
   PATH=$stubs:$tools ORVELLIS=$stand_in TMPDIR=$private TERM=${terminal:-xterm} \
     "$script" -qec "$quoted" typescript >/dev/null 2>&1 </dev/null
   status=$?
@@ -940,6 +1035,19 @@ test_progress_on_a_terminal() {
   expect_match screen 'MB/s  [0-9]+ s left$'
   expect_match screen '^<ERASE>report.html: 3 records from 2000-03-05 to 2000-03-07'
   expect_not_in screen 'reading 3 records'
+}
+
+# All of the logs that reach into the days are to be read, wherever Greenwich is.
+test_progress_of_a_zone() {
+  [ -n "$script" ] || return 0
+  stand_in_does 'case $* in *requests=*) sleep 1 ;; esac'
+  { hour 4 10; yes "$(hour 5 01)" | head -n 1500; } >early.log
+  { yes "$(hour 5 22)" | head -n 1600; hour 6 10; } >late.log
+  for zone in PST8 JST-9; do
+    TZ=$zone on_terminal --from 2000-03-05 --to 2000-03-05 early.log late.log
+    expect_status 0
+    expect_match screen '^<ERASE>reading +[0-9]+ %  [0-9.]+ of 0[.]2 MB'
+  done
 }
 
 test_progress_without_a_read_position() {
@@ -972,7 +1080,7 @@ failures=0 number=0
 # shellcheck disable=SC2046 # names without blanks
 [ $# -gt 0 ] || set -- $(sed -n 's/^test_\([a-z_]*\)() {$/\1/p' "$0")
 for case in "$@"; do
-  folder=$root/$case stand_in=$program
+  folder=$root/$case stand_in=$program edition=--classic
   stubs=$folder/stubs private=$folder/tmp
   mkdir -p "$stubs" "$private"
   number=$((number + 1))

@@ -128,7 +128,9 @@ TEST_F(DateGuessTest, TripletRules) {
     const char* order;
     time_t when;
   } rows[] = {
-      {"2000-01-02", "MDY", Utc(2000, 1, 2)},    // year first, second below 13
+      {"2000-01-02", "MDY", Utc(2000, 1, 2)},   // year first, second below 13
+      {"2000-12-05", "MDY", Utc(2000, 12, 5)},  // December is the last month
+      {"2000-05-12", "MDY", Utc(2000, 5, 12)},
       {"2000-13-01", "MDY", Utc(2000, 1, 13)},   // year first, second not below 13, third a month
       {"2000-14-13", "MDY", Utc(2000, 14, 13)},  // year first, third above 12
       {"2000-14-12", "MDY", Utc(2000, 12, 14)},

@@ -1,6 +1,8 @@
 #include "superlog/file_replacement.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -178,6 +180,104 @@ TEST_F(FileReplacementTest, ContentThatCannotBeWrittenLeavesTheOldOne) {
   EXPECT_EQ(CountFiles(), 1u);
 }
 
+// A full disk that has room again: what was to be written meanwhile is lost.
+void WriteWithAPartLost(FILE* stream) {
+  fputs("first part\n", stream);
+  fflush(stream);
+  const int file = fileno(stream);
+  const int kept = dup(file);
+  const int full = open("/dev/full", O_WRONLY);
+  ASSERT_EQ(dup2(full, file), file);
+  fputs("second part\n", stream);
+  EXPECT_NE(fflush(stream), 0);
+  ASSERT_EQ(dup2(kept, file), file);
+  close(kept);
+  close(full);
+  fputs("last part\n", stream);
+}
+
+TEST_F(FileReplacementTest, ContentWithAPartLostLeavesTheOldOne) {
+  WriteOld("old\n");
+  FileReplacement replacement;
+  ASSERT_TRUE(BeginReplacement(replacement, path.c_str()));
+  ASSERT_NO_FATAL_FAILURE(WriteWithAPartLost(replacement.stream));
+  FinishReplacement(replacement);
+  EXPECT_EQ(ReadFile(path), "old\n");
+  EXPECT_EQ(CountFiles(), 1u);
+}
+
+TEST_F(FileReplacementTest, InPlaceContentWithAPartLostStaysUnfinished) {
+  const std::string target = WriteFile("target", "old\n");
+  ASSERT_EQ(symlink(target.c_str(), path.c_str()), 0);
+  FileReplacement replacement;
+  ASSERT_TRUE(BeginReplacement(replacement, path.c_str(), "done\n", "open\n"));
+  ASSERT_NO_FATAL_FAILURE(WriteWithAPartLost(replacement.stream));
+  FinishReplacement(replacement);
+  EXPECT_EQ(ReadFile(target).substr(0, 5), "open\n");
+}
+
+// Whatever has the name of the temporary file and is not one: it stays as it is,
+// and the file itself is written in its place.
+TEST_F(FileReplacementTest, FileWithAnotherNameIsNoTemporaryFile) {
+  const std::string other = directory + "/other";
+  std::ofstream(other) << "somebody's work\n";
+  ASSERT_EQ(link(other.c_str(), (directory + "/.file.ORV.new").c_str()), 0);
+  WriteOld("a longer old content\n");
+  EXPECT_TRUE(Replace("new\n"));
+  EXPECT_EQ(ReadFile(path), "new\n");
+  EXPECT_EQ(ReadFile(other), "somebody's work\n");
+  EXPECT_EQ(ReadFile(directory + "/.file.ORV.new"), "somebody's work\n");
+}
+
+TEST_F(FileReplacementTest, PipeIsNoTemporaryFile) {
+  const std::string pipe = directory + "/.file.ORV.new";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  alarm(20);  // for who waits
+  EXPECT_TRUE(Replace("without a reader\n"));
+  EXPECT_EQ(ReadFile(path), "without a reader\n");
+  const int reader = open(pipe.c_str(), O_RDONLY | O_NONBLOCK);
+  EXPECT_TRUE(Replace("new\n"));
+  EXPECT_EQ(ReadFile(path), "new\n");
+  alarm(0);
+  EXPECT_TRUE(std::filesystem::is_fifo(pipe));
+  close(reader);
+}
+
+TEST_F(FileReplacementTest, FileOfAnotherOwnerIsNoTemporaryFile) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "only root can make such a file";
+  }
+  const std::string other = directory + "/.file.ORV.new";
+  std::ofstream(other) << "somebody's work\n";
+  ASSERT_EQ(chown(other.c_str(), 65534, 65534), 0);
+  EXPECT_TRUE(Replace("new\n"));
+  EXPECT_EQ(ReadFile(path), "new\n");
+  EXPECT_EQ(ReadFile(other), "somebody's work\n");
+}
+
+TEST_F(FileReplacementTest, TheLockIsHeldUntilTheEndOnly) {
+  const std::string temporary = directory + "/.file.ORV.new";
+  FileReplacement replacement;
+  ASSERT_TRUE(BeginReplacement(replacement, path.c_str()));
+  const int file = open(temporary.c_str(), O_RDONLY);
+  EXPECT_NE(flock(file, LOCK_SH | LOCK_NB), 0);
+  FinishReplacement(replacement);
+  EXPECT_EQ(flock(file, LOCK_SH | LOCK_NB), 0);
+  close(file);
+}
+
+TEST_F(FileReplacementTest, KeepsTheGroup) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "only root has groups enough";
+  }
+  WriteOld("old\n");
+  ASSERT_EQ(chown(path.c_str(), 0, 65534), 0);
+  EXPECT_TRUE(Replace("new\n"));
+  struct stat info;
+  ASSERT_EQ(stat(path.c_str(), &info), 0);
+  EXPECT_EQ(info.st_gid, 65534u);
+}
+
 // Root may do everything; these run as a user who owns folder and file.
 class FileReplacementAsUserTest : public FileReplacementTest {
  protected:
@@ -187,8 +287,9 @@ class FileReplacementAsUserTest : public FileReplacementTest {
     FileReplacementTest::SetUp();
     WriteOld("a longer old content\n");
     if (geteuid() == 0) {
-      ASSERT_EQ(chown(directory.c_str(), kUser, kUser), 0);
-      ASSERT_EQ(chown(path.c_str(), kUser, kUser), 0);
+      // The group stays one of this process's, which alone it may give to a new file.
+      ASSERT_EQ(chown(directory.c_str(), kUser, static_cast<gid_t>(-1)), 0);
+      ASSERT_EQ(chown(path.c_str(), kUser, static_cast<gid_t>(-1)), 0);
       ASSERT_EQ(seteuid(kUser), 0);
     }
   }

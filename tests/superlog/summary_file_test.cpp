@@ -1,6 +1,8 @@
 #include "superlog/summary_file.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 
 #include <chrono>
@@ -168,6 +170,16 @@ TEST_F(SummaryFileTest, EmptyListLeavesAHeader) {
 
 TEST_F(SummaryFileTest, CommentsAndEmptyLinesAreSkipped) {
   EXPECT_EQ(Read("# 1,2,3,x\n\n\r\n" + kHead + "#7,8,9,y\n7,8,9,z\r\n"), Entries{"7|8|9|z"});
+}
+
+TEST_F(SummaryFileTest, FileThatIsBeingWrittenIsNotRead) {
+  const std::string path = WriteFile("summary.ORV", kHead + "1,2,3,a.log\n");
+  const int writer = open(path.c_str(), O_RDWR);
+  ASSERT_EQ(flock(writer, LOCK_EX | LOCK_NB), 0);
+  EXPECT_EQ(ReadPath(path), Entries{});
+  ASSERT_EQ(flock(writer, LOCK_SH | LOCK_NB), 0) << "the lock was left behind";
+  EXPECT_EQ(ReadPath(path), Entries{"1|2|3|a.log"}) << "several may read";
+  close(writer);
 }
 
 TEST_F(SummaryFileTest, OtherVersionEndsTheReading) {
