@@ -253,7 +253,7 @@ TEST_F(DisplayHeaderTest, DeliberateDateLayoutsFollowTheLogDateFormat) {
     SCOPED_TRACE(row.format);
     ResetSuperLog();
     SuperLog_SetDateFormat(row.format, kLevelAccount);
-    const bool month_first = SuperLog_GetDateFormat() == 3;
+    const bool month_first = SuperLog_GetDateFormat() == kOrderMdy;
     EXPECT_EQ(Header(), kTitleRows + Row("Date Range Analyzed", row.range) +
                             (month_first ? kReportDate : Row("Date of Report", kDayFirstReportDate)) +
                             kNoLogs + kEnd);
@@ -264,11 +264,11 @@ TEST_F(DisplayHeaderTest, DeliberateDateLayoutsFollowTheLogDateFormat) {
 TEST_F(DisplayHeaderTest, UnknownDateFormatLeavesBothDatesEmpty) {
   for (const int format : {0, 7, -1}) {
     SCOPED_TRACE(format);
-    mDateFormat = format;
+    mDateFormat = static_cast<DateOrder>(format);
     EXPECT_EQ(Header(), kTitleRows + Row("Date Range Analyzed", " - ") +
                             Row("Date of Report", kDayFirstReportDate) + kNoLogs + kEnd);
   }
-  mDateFormat = 3;
+  mDateFormat = kOrderMdy;
 }
 
 TEST_F(DisplayHeaderTest, CenturyOfTheEndDateIsItsOwn) {
