@@ -16,9 +16,6 @@
 #include "superlog/byte_scan.h"
 #include "superlog/superlog.h"
 
-time_t ReportStartTime = 0;
-int32_t gHits_Browsers = 0;
-
 static int32_t mLineCounter = 0;  // lines since the server last got a sign of life
 
 // ---- Set-up -------------------------------------------------------------------
@@ -58,9 +55,10 @@ static int32_t CountOfBrand(const ListInfo& browsers, uint8_t kind) {
   return static_cast<int32_t>(static_cast<uint32_t>(alone) + static_cast<uint32_t>(both));
 }
 
-static void SetBrandCounts(const ListInfo& browsers) {
-  MsieCount = CountOfBrand(browsers, kMsieKind);
-  NavCount = CountOfBrand(browsers, kNavigatorKind);
+static void SetBrandCounts(Analysis& analysis) {
+  analysis.MsieCount = CountOfBrand(*analysis.browsers.info, kMsieKind);
+  analysis.NavCount = CountOfBrand(*analysis.browsers.info, kNavigatorKind);
+  analysis.gHits_Browsers = static_cast<int32_t>(analysis.browsers.total);
 }
 
 // The order of creation decides which of two equally long tables is thinned.
@@ -85,11 +83,8 @@ static void CreateTables(Analysis& analysis) {
 
 bool BeginAnalysis(Settings& settings, Analysis& analysis) {
   analysis = {};
-  MsieCount = 0;
-  NavCount = 0;
-  gHits_Browsers = 0;
   mLineCounter = 0;
-  analysis.ReportStartTime = ReportStartTime = CurrentTime();
+  analysis.ReportStartTime = CurrentTime();
   SetRange(settings, analysis);
   SuperLog_Init(settings, analysis.range_first, analysis.range_last);
   if (!SuperLog_LogFilesFound()) {
@@ -427,8 +422,7 @@ static void OpenDebugTable() {
 // What the modules keep of a run joins the record of all that was counted.
 static void CollectFigures(Analysis& analysis) {
   analysis.search = {mpEngineHead, mHits_Search, mNoConfigDefinitions};
-  analysis.MsieCount = MsieCount;
-  analysis.NavCount = NavCount;
+  SetBrandCounts(analysis);
   analysis.logs = {SuperLog_GetTotalLogBytesRead(), SuperLog_LogsInRange()};
   // Smart memory notes its peak only where it reclaims; without any reclaim memory has only grown.
   if (gSM_TotalBytesFreed == 0) {
@@ -448,7 +442,6 @@ void CountLogs(const Settings& settings, Analysis& analysis) {
     CountLogFile(rules, analysis);
     count_queued();
   }
-  SetBrandCounts(*analysis.browsers.info);
   SuperLog_NextLogFile_Done();
   CollectFigures(analysis);
 }

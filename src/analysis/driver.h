@@ -11,9 +11,6 @@
 #include "cgi/settings.h"
 #include "superlog/super_long.h"
 
-extern time_t ReportStartTime;  // when the analysis began
-extern int32_t gHits_Browsers;  // browser total, set just before its section is printed
-
 struct CountedReport {
   List list;
   ListInfo* info;
@@ -63,8 +60,9 @@ struct Analysis {
   int64_t hits;     // records counted
   SuperLong bytes;  // served by them
   SearchCounts search;
-  int64_t MsieCount;  // browser records of Internet Explorer
-  int64_t NavCount;   // and of Netscape Navigator
+  int64_t MsieCount;       // browser records of Internet Explorer
+  int64_t NavCount;        // and of Netscape Navigator
+  int64_t gHits_Browsers;  // what the shares of both are of; wraps at 32 bits
   LogFigures logs;
   MemoryFigures memory;
   const ListInfo* tables;  // the chain of all tables, which tell what memory reclaims took from them

@@ -51,5 +51,5 @@ void PrintDebugRows(const Settings& settings) {
     PrintMemoryFigures();
   }
   printf("</table></center><p>\n");
-  OutputSearchDebugInfo();
+  OutputSearchDebugInfo(mpEngineHead);
 }

@@ -2,19 +2,20 @@
 // addresses and phrases are printed as they are, without escaping.
 #pragma once
 
+#include "analysis/driver.h"
 #include "analysis/search_engines.h"
 #include "cgi/settings.h"
+#include "sections/phrase_rows.h"
+#include "sections/section_list.h"
 
-// Prints the whole section with its jump bar; nothing when search is off. Fills
-// each engine's phrase_total.
-void Search_Report(const Settings& settings);
+// Prints the whole section, without the jump bar.
+void Search_Report(const Settings& settings, const Section& section, const Analysis& analysis);
 
-// One engine's sub-header and rows; nothing for an engine without phrases. Reads
-// its phrase_total and puts its phrases into display order.
-void display_keywords2(const Settings& settings, SearchEngine& engine);
+// One engine's sub-header in its section's colour, and the rows that are left.
+void display_keywords2(const char* colour, EngineRow& engine);
 
-// Lists the definitions in use, whether they come from the configuration or not.
-void OutputSearchDebugInfo();
+// Lists definitions, whether they come from the configuration or not; null: none.
+void OutputSearchDebugInfo(const SearchEngine* engines);
 
 // One domain and its variables, for diagnosis; a null domain says so.
 void SearchDomainInfo_Debug(const SearchDomainInfo* domain);
