@@ -19,9 +19,6 @@
 #include "superlog/byte_scan.h"
 #include "superlog/superlog.h"
 
-time_t ReportStartTime = 0;
-int32_t gHits_Browsers = 0;
-
 static void (*mpLineRead)() = nullptr;  // who listens to this run
 
 // ---- Set-up -------------------------------------------------------------------
@@ -61,6 +58,12 @@ static int32_t CountOfBrand(const ListInfo& browsers, uint8_t kind) {
   return static_cast<int32_t>(static_cast<uint32_t>(alone) + static_cast<uint32_t>(both));
 }
 
+static void SetBrandCounts(Analysis& analysis) {
+  analysis.MsieCount = CountOfBrand(*analysis.browsers.info, kMsieKind);
+  analysis.NavCount = CountOfBrand(*analysis.browsers.info, kNavigatorKind);
+  analysis.gHits_Browsers = static_cast<int32_t>(analysis.browsers.total);
+}
+
 // The order of creation decides which of two equally long tables is thinned.
 static void CreateTables(Analysis& analysis) {
   const struct {
@@ -83,11 +86,8 @@ static void CreateTables(Analysis& analysis) {
 
 bool BeginAnalysis(Settings& settings, Analysis& analysis, const AnalysisEvents& events) {
   analysis = {};
-  MsieCount = 0;
-  NavCount = 0;
-  gHits_Browsers = 0;
   mpLineRead = events.line_read;
-  analysis.ReportStartTime = ReportStartTime = CurrentTime();
+  analysis.ReportStartTime = CurrentTime();
   SetRange(settings, analysis);
   SuperLog_Init(settings, analysis.range_first, analysis.range_last, events.logs);
   if (!SuperLog_LogFilesFound()) {
@@ -406,8 +406,7 @@ static void CountLogFile(const Rules& rules, Analysis& analysis) {
 
 // What the modules keep of a run joins the record of all that was counted.
 static void CollectFigures(Analysis& analysis) {
-  analysis.MsieCount = MsieCount = CountOfBrand(*analysis.browsers.info, kMsieKind);
-  analysis.NavCount = NavCount = CountOfBrand(*analysis.browsers.info, kNavigatorKind);
+  SetBrandCounts(analysis);
   analysis.logs = {SuperLog_GetTotalLogBytesRead(), SuperLog_LogsInRange()};
   // Smart memory notes its peak only where it reclaims; without any reclaim memory has only grown.
   const int32_t peak = gSM_TotalBytesFreed == 0 ? gSM_CurrentBytesAllocated : gSM_MaximumBytesAllocated;

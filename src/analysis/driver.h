@@ -12,9 +12,6 @@
 #include "superlog/log_events.h"
 #include "superlog/super_long.h"
 
-extern time_t ReportStartTime;  // when the analysis began
-extern int32_t gHits_Browsers;  // browser total, set just before its section is printed
-
 struct CountedReport {
   List list;
   ListInfo* info;
@@ -57,8 +54,9 @@ struct Analysis {
   int64_t hits;     // records counted
   SuperLong bytes;  // served by them
   SearchCounts search;
-  int64_t MsieCount;  // browser records of Internet Explorer
-  int64_t NavCount;   // and of Netscape Navigator
+  int64_t MsieCount;       // browser records of Internet Explorer
+  int64_t NavCount;        // and of Netscape Navigator
+  int64_t gHits_Browsers;  // what the shares of both are of; wraps at 32 bits
   LogFigures logs;
   MemoryFigures memory;
   const ListInfo* tables;  // the chain of all tables, which tell what memory reclaims took from them

@@ -5,9 +5,6 @@
 #include "base/text.h"
 #include "superlog/byte_scan.h"
 
-int32_t MsieCount = 0;
-int32_t NavCount = 0;
-
 static constexpr std::string_view kNullHost = "(null)";  // an absent host as some servers write it
 static constexpr std::string_view kMsie = "MSIE";
 

@@ -9,11 +9,6 @@
 #include <cstdint>
 #include <string_view>
 
-// Counted requests whose agent was classified as Internet Explorer and as
-// Netscape Navigator. Raised by the analysis, shown with the browsers section.
-extern int32_t MsieCount;
-extern int32_t NavCount;
-
 // True for a dotted numeric address, blanks around it allowed. Lenient: only the
 // octets before a dot are held against 255 (their values wrap at 32 bits), and
 // octets may be empty. False for an absent text.

@@ -45,7 +45,6 @@ struct SearchEngine {
   char list_title[kTextSize + 16];  // "%s Search Phrases"
   List phrases;                     // counted case-sensitively
   ListInfo* phrases_info;
-  size_t phrase_total;  // distinct phrases, filled by the report
   SearchEngine* next;
 };
 

@@ -2,15 +2,16 @@
 
 #include <cstdio>
 #include <ctime>
-#include <iterator>
 
-#include "analysis/counting_table.h"
 #include "analysis/driver.h"
 #include "base/text.h"
 #include "dates/clock.h"
 #include "dates/local_time.h"
 #include "report/number_format.h"
+#include "report/section_look.h"
 #include "report/site.h"
+#include "sections/overview.h"
+#include "sections/section_list.h"
 #include "superlog/superlog.h"
 
 // ---- Head ----
@@ -36,15 +37,23 @@ void OutputBaseTag(const Settings& settings, const Environment& env) {
 
 // ---- Header table ----
 
-// Where the characters of an MMDDYYYY date go, by log date format (1 to 6): a
-// digit is a position in the date, 'Y' the whole year as far as it goes.
-static const char* const kDateLayouts[] = {
-    "23/01/Y", "23/4567/01", "01/23/Y", "01/4567/23", "4567/23/01", "4567/01/23",
+// Where the characters of an MMDDYYYY date go: a digit is a position in the date,
+// 'Y' the whole year as far as it goes.
+static constexpr struct {
+  DateOrder order;
+  const char* layout;
+} kDateLayouts[] = {
+    {kOrderDmy, "23/01/Y"},    {kOrderDym, "23/4567/01"}, {kOrderMdy, "01/23/Y"},
+    {kOrderMyd, "01/4567/23"}, {kOrderYdm, "4567/23/01"}, {kOrderYmd, "4567/01/23"},
 };
 
-static const char* DateLayout(int date_format) {
-  const bool known = date_format >= 1 && date_format <= static_cast<int>(std::size(kDateLayouts));
-  return known ? kDateLayouts[date_format - 1] : "";
+static const char* DateLayout(DateOrder order) {
+  for (const auto& row : kDateLayouts) {
+    if (row.order == order) {
+      return row.layout;
+    }
+  }
+  return "";
 }
 
 using DateText = char[sizeof Settings::start_date];
@@ -66,11 +75,11 @@ static void FormatDate(char (&out)[32], const char* layout, const DateText& date
   CopyText(out, text);
 }
 
-static void PrintReportDate() {
+static void PrintReportDate(time_t made) {
   tm local{};
-  TimeToLocal(ReportStartTime, local);
+  TimeToLocal(made, local);
   char date[100];
-  const size_t length = SuperLog_GetDateFormat() == 3
+  const size_t length = SuperLog_GetDateFormat() == kOrderMdy
                             ? strftime(date, sizeof date, "%B %d, %Y at %I:%M %p", &local)
                             : strftime(date, sizeof date, "%d %B %Y at %H:%M (%I:%M %p)", &local);
   printf("<tr>\n<td width=\"50%%\"><b>Date of Report:</b></td><td width=\"50%%\">%s</td>\n</tr>\n",
@@ -97,15 +106,15 @@ static void PrintWhenSet(const char* label, const char* text) {
   }
 }
 
-static void PrintScope(const Settings& settings) {
+static void PrintScope(const Settings& settings, const Overview& overview) {
   printf("<tr>\n<td width=\"50%%\"><b>URL Analyzed:</b></td><td width=\"50%%\">%s</td>\n</tr>\n",
-         settings.find);
+         overview.find);
   PrintDateRange(settings);
   PrintWhenSet("For Authenticated Realm", settings.authrealm);
   PrintWhenSet("For Authenticated User", settings.authuser);
   PrintWhenSet("Ignore Requests from Domains", settings.filter_domains);
   PrintWhenSet("Omit Requests for Files with Extensions", settings.filter_filetypes);
-  PrintReportDate();
+  PrintReportDate(overview.made);
 }
 
 static void PrintByteRow(const char* label, SuperLong bytes) {
@@ -116,39 +125,29 @@ static void PrintByteRow(const char* label, SuperLong bytes) {
   printf("</td>\n</tr>\n");
 }
 
-static void PrintTotals(int64_t hits, SuperLong bytes) {
+// deliberate: requests show their last 32 bits, and bytes the two parts of their counter
+static void PrintTotals(const Overview& overview, const Analysis& analysis) {
   char figure[kFigureSize];
-  FormatWithCommas(figure, sizeof figure, static_cast<uint32_t>(hits), 0, 0);
+  FormatWithCommas(figure, sizeof figure, static_cast<uint32_t>(overview.requests), 0, 0);
   printf("<tr>\n<td width=\"50%%\"><b>HTTP Requests:</b></td><td width=\"50%%\">%s</td>\n</tr>\n", figure);
-  PrintByteRow("HTTP Bytes Served", bytes);
-  PrintByteRow("Log Bytes Read", SuperLog_GetTotalLogBytesRead());
+  PrintByteRow("HTTP Bytes Served", analysis.bytes);
+  PrintByteRow("Log Bytes Read", analysis.logs.bytes_read);
 }
 
-static bool AnyTableReclaimed() {
-  for (const ListInfo* info = gListInfo.first; info != nullptr; info = info->next) {
-    if (info->reclaimed != 0) {
-      return true;
-    }
-  }
-  return false;
-}
-
-static void PrintMemoryWarning() {
+static void PrintMemoryWarning(const ListInfo& first) {
   printf(
       "<tr><td colspan=2><hr></td></tr><tr>\n"
       "<td width=\"50%%\" valign=\"top\"><font color=red><b>Warning:</b></font> Processing this report "
       "required more memory than was available. The results for the following reports may not be accurate "
       "after the top few results.</td>\n"
       "<td width=\"50%%\">");
-  for (const ListInfo* info = gListInfo.first; info != nullptr; info = info->next) {
-    if (info->reclaimed != 0) {
-      printf("%s<br>\n", info->name);
-    }
+  for (const ListInfo* table = &first; table != nullptr; table = NextThinnedTable(*table)) {
+    printf("%s<br>\n", table->name);
   }
   printf("</td>\n</tr>\n");
 }
 
-static void PrintTitleRow(const Settings& settings) {
+static void PrintTitleRow(const Settings& settings, const Overview& overview) {
   printf("<tr>\n<td width=\"50%%\" bgcolor=\"#CCCCCC\" align=\"center\" valign=\"center\">");
   printf("<img src=\"%s/or15-reg.gif\" width=\"278\" height=\"75\" border=0 alt=\"%s\">",
          settings.OrvellisPath, "Orvellis Logo");
@@ -157,33 +156,35 @@ static void PrintTitleRow(const Settings& settings) {
       "<font color=\"#000000\" size=\"+2\"><i>%s</i></font>\n",
       kProductName);
   printf(" <font color=\"#000000\"><sup>TM</sup></font>");
-  printf("<br>\n<font color=\"#000000\" size=\"+2\">%s</font><br>\n", settings.title);
-  printf("<font color=\"#000000\" size=\"+1\">%s</font></td>\n</tr>\n", settings.url);
+  printf("<br>\n<font color=\"#000000\" size=\"+2\">%s</font><br>\n", overview.title);
+  printf("<font color=\"#000000\" size=\"+1\">%s</font></td>\n</tr>\n", overview.url);
 }
 
-static void PrintHeaderRows(const Settings& settings, int64_t hits, SuperLong bytes) {
-  PrintScope(settings);
-  if (!SuperLog_LogsInRange()) {
+static void PrintHeaderRows(const Settings& settings, const Analysis& analysis, const Overview& overview) {
+  PrintScope(settings, overview);
+  if (!overview.logs_in_range) {
     printf(
         "<tr>\n<td colspan=2><hr><font color=red><b>No log files found containing date range specified. "
         "Please go back to the Report Request Form and try a different date range.</b></font>\n"
         "</td>\n</tr>\n");
     return;
   }
-  PrintTotals(hits, bytes);
-  if (settings.SmartMemoryEnabled != 0 && AnyTableReclaimed()) {
-    PrintMemoryWarning();
+  PrintTotals(overview, analysis);
+  const ListInfo* const thinned = FirstThinnedTable(settings, analysis);
+  if (thinned != nullptr) {
+    PrintMemoryWarning(*thinned);
   }
 }
 
-void DisplayHeader(const Settings& settings, int64_t hits, SuperLong bytes) {
+void DisplayHeader(const Settings& settings, const Analysis& analysis) {
+  const Overview overview = OverviewOf(settings, analysis);
   if (settings.extra_header != nullptr) {
     printf("<!-- Begin extra header -->\n%s\n<!-- End extra header -->\n", settings.extra_header);
   }
   printf("\n\n<center><table border=1 cellspacing=0 cellpadding=4>\n");
-  PrintTitleRow(settings);
+  PrintTitleRow(settings, overview);
   printf("<tr>\n<td colspan=2>\n<table width=\"100%%\" border=0>\n");
-  PrintHeaderRows(settings, hits, bytes);
+  PrintHeaderRows(settings, analysis, overview);
   printf("</table>\n</td>\n</tr>\n</table>\n</center><p>\n");
   if (settings.flushtoserver != 0) {
     fflush(stdout);
@@ -192,39 +193,31 @@ void DisplayHeader(const Settings& settings, int64_t hits, SuperLong bytes) {
 
 // ---- Jump bar ----
 
-namespace {
-struct JumpLink {
-  int on;
-  const char* html;
-};
-}  // namespace
+static int CountSectionsOn(const Settings& settings) {
+  int on = 0;
+  for (const Section& section : kSections) {
+    on += IsOn(section, settings) ? 1 : 0;
+  }
+  return on;
+}
+
+// deliberate: the first section's link ends with a space, the others with a line
+// break; the separator is one byte, the bullet of Windows-1252
+static void PrintJumpLink(const Section& section, bool last) {
+  const SectionLook& look = LookOf(section);
+  printf("<a href=\"#%s\">%s</a>%c%s", look.anchor, look.jump, section.id == SectionId::kUrls ? ' ' : '\n',
+         last ? "" : " \x95 ");
+}
 
 void OutputJumpBar(const Settings& settings) {
-  const JumpLink links[] = {
-      {settings.requests.on, "<a href=\"#urls\">URLs</a> "},
-      {settings.referrers.on, "<a href=\"#referrers\">Referrers</a>\n"},
-      {settings.search.on, "<a href=\"#search\">Search Phrases</a>\n"},
-      {settings.browsers.on, "<a href=\"#browsers\">Browsers</a>\n"},
-      {settings.badurls.on, "<a href=\"#badurls\">Bad URLs</a>\n"},
-      {settings.badreferrers.on, "<a href=\"#badreferrers\">Bad Referrers</a>\n"},
-      {settings.domains.on, "<a href=\"#domains\">Domains</a>\n"},
-      {settings.domaintypes.on, "<a href=\"#networks\">Domain Types</a>\n"},
-      {settings.dailytotals, "<a href=\"#daily\">Daily Totals</a>\n"},
-      {settings.hitsperdayofweek, "<a href=\"#weekly\">Hits Per Day of Week</a>\n"},
-      {settings.hitsperhour, "<a href=\"#hourly\">Hits Per Hour</a>\n"},
-  };
-  int left = 0;
-  for (const JumpLink& link : links) {
-    left += link.on != 0 ? 1 : 0;
-  }
+  int left = CountSectionsOn(settings);
   if (left < 2) {
     return;
   }
   printf("<center>\n<font face=\"Arial,Helv\" size=\"-1\"><b>");
-  for (const JumpLink& link : links) {
-    if (link.on != 0) {
-      // deliberate: the separator is one byte, the bullet of Windows-1252
-      printf("%s%s", link.html, --left > 0 ? " \x95 " : "");
+  for (const Section& section : kSections) {
+    if (IsOn(section, settings)) {
+      PrintJumpLink(section, --left == 0);
     }
   }
   printf("</b></font></center><p>");
@@ -235,9 +228,9 @@ void OutputJumpBar(const Settings& settings) {
 // deliberate: the seconds are broken down as if they were a local time, so only
 // the minutes and seconds within the hour show, shifted by the minutes of a zone
 // that does not lie a whole number of hours from Greenwich.
-static void PrintTimeRequired() {
+static void PrintTimeRequired(time_t begun) {
   tm elapsed{};
-  TimeToLocal(CurrentTime() - ReportStartTime, elapsed);
+  TimeToLocal(CurrentTime() - begun, elapsed);
   char line[100];
   if (strftime(line, sizeof line, "Time required to generate report = %M:%S (minutes:seconds).<br>\n",
                &elapsed) != 0) {
@@ -245,9 +238,9 @@ static void PrintTimeRequired() {
   }
 }
 
-void PrintFooter(const Settings& settings) {
+void PrintFooter(const Settings& settings, const Analysis& analysis) {
   printf("\n\n<p><hr noshade><p>\n\n<font size=\"-1\">");
-  PrintTimeRequired();
+  PrintTimeRequired(analysis.ReportStartTime);
   printf(kCreditLine, kProductPage, kProductName, kVersion, kPlatform);
   printf("<p>\n</font>\n");
   if (settings.extra_footer != nullptr) {

@@ -11,43 +11,32 @@
 #include "report/search_report.h"
 #include "report/time_tables.h"
 #include "report/told_rows.h"
+#include "sections/section_list.h"
 
-static void EndSection(const Settings& settings) {
-  OutputJumpBar(settings);
-  if (settings.flushtoserver != 0) {
-    fflush(stdout);
-  }
+// Ranked sections change the analysis, whose tables they put in order; the others take it as it is.
+template <auto kPrint>
+static void Print(const Settings& settings, const Section& section, Analysis& analysis) {
+  kPrint(settings, section, analysis);
 }
 
-static void PrintRanked(const Settings& settings, const RankedReport& report, RankedSection section,
-                        Analysis& analysis) {
-  if (report.on != 0) {
-    PrintRankedSection(settings, section, analysis);
-    EndSection(settings);
-  }
-}
-
-static void PrintTimes(const Settings& settings, int on, void (*print)(const Settings&, const Analysis&),
-                       const Analysis& analysis) {
-  if (on != 0) {
-    print(settings, analysis);
-    EndSection(settings);
-  }
-}
+// By the kind of a section's rows.
+static constexpr void (*kPrinters[])(const Settings&, const Section&, Analysis&) = {
+    Print<PrintRankedSection>,    Print<Search_Report>,    Print<PrintDailyTotals>,
+    Print<PrintHitsPerDayOfWeek>, Print<PrintHitsPerHour>,
+};
 
 static void PrintSections(const Settings& settings, Analysis& analysis) {
   OutputJumpBar(settings);
-  PrintRanked(settings, settings.requests, RankedSection::kUrls, analysis);
-  PrintRanked(settings, settings.referrers, RankedSection::kReferrers, analysis);
-  Search_Report(settings, analysis.search);  // with its own jump bar
-  PrintRanked(settings, settings.browsers, RankedSection::kBrowsers, analysis);
-  PrintRanked(settings, settings.badurls, RankedSection::kBadUrls, analysis);
-  PrintRanked(settings, settings.badreferrers, RankedSection::kBadReferrers, analysis);
-  PrintRanked(settings, settings.domains, RankedSection::kDomains, analysis);
-  PrintRanked(settings, settings.domaintypes, RankedSection::kDomainTypes, analysis);
-  PrintTimes(settings, settings.dailytotals, PrintDailyTotals, analysis);
-  PrintTimes(settings, settings.hitsperdayofweek, PrintHitsPerDayOfWeek, analysis);
-  PrintTimes(settings, settings.hitsperhour, PrintHitsPerHour, analysis);
+  for (const Section& section : kSections) {
+    if (!IsOn(section, settings)) {
+      continue;
+    }
+    kPrinters[static_cast<size_t>(section.rows)](settings, section, analysis);
+    OutputJumpBar(settings);
+    if (settings.flushtoserver != 0) {
+      fflush(stdout);
+    }
+  }
 }
 
 void AnalyzeLogs(Settings& settings, const Environment& env) {
@@ -64,10 +53,10 @@ void do_bigass_analysis(Settings& settings, const Environment& env) {
   }
   CountLogs(settings, analysis);
   PrintDebugRows(settings, analysis);
-  DisplayHeader(settings, analysis.hits, analysis.bytes);
+  DisplayHeader(settings, analysis);
   if (analysis.logs.in_range) {
     PrintSections(settings, analysis);
   }
-  PrintFooter(settings);
+  PrintFooter(settings, analysis);
   EndAnalysis(analysis);
 }

@@ -1,110 +1,74 @@
 #include "report/search_report.h"
 
+#include <cinttypes>
 #include <cstdio>
 
-#include "report/page_frame.h"
 #include "report/ranked_tables.h"
+#include "report/section_look.h"
 #include "report/site.h"
 
-static long CountDistinctPhrases(SearchEngine* engines) {
-  size_t all = 0;
-  for (SearchEngine* engine = engines; engine != nullptr; engine = engine->next) {
-    engine->phrase_total = list_length(engine->phrases);
-    all += engine->phrase_total;
-  }
-  return static_cast<long>(all);
-}
+static constexpr int kColumns = 2;
 
-static void PrintSectionHead(const Settings& settings, long phrases, bool built_in) {
-  const char span = phrases != 0 ? '2' : '1';
-  printf(
-      "\n<p><a name=\"search\"></a><hr noshade><p>\n"
-      "<center><table border=1 width=\"80%%\" cellspacing=0>\n"
-      "<tr>\n"
-      "<td colspan=%c bgcolor=\"#40C080\" align=\"center\"><font size=\"+1\"><b>Search "
-      "Phrases</b></font></td>\n"
-      "</tr>\n"
-      "<tr>\n"
-      "<td colspan=%c bgcolor=\"#40C080\">This report shows the phrases submitted to the popular search "
-      "engines"
-      " by users looking for your site's content.",
-      span, span);
-  if (built_in) {
+// ---- The section ----
+
+static void PrintSearchHead(const SectionLook& look, const EngineRows& engines) {
+  BeginSectionHead(look, engines.summary.distinct != 0 ? kColumns : 1);
+  if (engines.built_in) {
     printf(
         "<br>\n<i><b>Note:</b> No search engine definitions were found in the Orvellis configuration file,"
         " so the default definitions are being used, but they may be out of date."
         "  <a href=\"%s\" target=\"_blank\">More info...</a></i>",
         kSearchEnginesPage);
   }
-  printf("</td>\n</tr>\n");
-  ReportSummary(phrases, settings.search.top, settings.search.top_is_percent, settings.search.greater,
-                "#40C080", "phrases");
+  EndSectionHead();
+  ReportSummary(look, engines.summary, kColumns - 1);
 }
 
 // deliberate: the same HTML rows outside HTML mode, too
-static void PrintPhrases(const Settings& settings, long phrases, const SearchCounts& search) {
-  if (phrases == 0) {
+static void PrintEngines(const SectionLook& look, EngineRows& engines) {
+  if (engines.summary.distinct == 0) {
     printf("<tr>\n<td><b><i>No search phrases found</i></b></td>\n</tr>\n");
-  } else {
-    printf(
-        "<tr>\n<td align=\"center\" width=\"10%%\"><b>Quantity</b></td>"
-        "<td><b>Phrase</b></td></tr>\n");
-    for (SearchEngine* engine = search.engines; engine != nullptr; engine = engine->next) {
-      display_keywords2(settings, *engine, search.hits);
-    }
-  }
-  printf("</table></center><p>");
-}
-
-void Search_Report(const Settings& settings, const SearchCounts& search) {
-  if (settings.search.on == 0) {
     return;
   }
-  const long phrases = CountDistinctPhrases(search.engines);
+  printf(
+      "<tr>\n<td align=\"center\" width=\"10%%\"><b>Quantity</b></td>"
+      "<td><b>Phrase</b></td></tr>\n");
+  for (EngineRow engine; NextEngine(engines, engine);) {
+    display_keywords2(look.colour, engine);
+  }
+}
+
+void Search_Report(const Settings& settings, const Section& section, const Analysis& analysis) {
+  const SectionLook& look = LookOf(section);
+  EngineRows engines = OpenEngines(settings, analysis);
   if (settings.cgi != 0) {
-    PrintSectionHead(settings, phrases, search.built_in);
+    PrintSearchHead(look, engines);
   } else {
-    printf("\nSearch Engine Phrases\n\n");
+    PrintPlainTitle(look);
   }
-  PrintPhrases(settings, phrases, search);
-  OutputJumpBar(settings);
-  if (settings.flushtoserver != 0) {
-    fflush(stdout);
+  PrintEngines(look, engines);
+  EndSection();
+}
+
+static void PrintEngineHead(const char* colour, const EngineRow& engine) {
+  printf("<tr>\n<td colspan=%d align=\"left\" bgcolor=\"%s\">&nbsp;<i>Results from ", kColumns, colour);
+  if (engine.address[0] != '\0') {
+    printf("<a href=\"%s\" target=\"_blank\">%s</a>", engine.address, engine.name);
+  } else {
+    printf("%s", engine.name);
+  }
+  printf(" (%" PRId64 " hits total, which is %0.0f%% of all search engines referrals)</i></td>\n</tr>\n",
+         engine.hits, engine.share * 100.0);
+}
+
+void display_keywords2(const char* colour, EngineRow& engine) {
+  PrintEngineHead(colour, engine);
+  for (PhraseRow row; NextPhrase(engine, row);) {
+    printf("<tr>\n<td align=\"center\">%" PRId64 "</td>\n<td>%s</td>\n</tr>\n", row.count, row.phrase);
   }
 }
 
-static void PrintEngineHead(const SearchEngine& engine, int64_t all_hits) {
-  const long hits = static_cast<long>(TotalList(engine.phrases));
-  const double share = static_cast<double>(hits) / static_cast<double>(all_hits) * 100;
-  printf("<tr>\n<td colspan=2 align=\"left\" bgcolor=\"#40C080\">&nbsp;<i>Results from ");
-  if (engine.url[0] != '\0') {
-    printf("<a href=\"%s\" target=\"_blank\">", engine.url);
-  }
-  printf("%s", engine.name);
-  if (engine.url[0] != '\0') {
-    printf("</a>");
-  }
-  printf(" (%ld hits total, which is %0.0f%% of all search engines referrals)</i></td>\n</tr>\n", hits,
-         share);
-}
-
-void display_keywords2(const Settings& settings, SearchEngine& engine, int64_t hits) {
-  if (engine.phrase_total == 0 || list_length(engine.phrases) == 0) {
-    return;
-  }
-  PrintEngineHead(engine, hits);
-  // deliberate: a number of rows per engine even when top_is_percent is set
-  const int top = settings.search.top;
-  const size_t shown = top == 0 ? SIZE_MAX : top < 0 ? 0 : static_cast<size_t>(top);
-  size_t rank = 1;
-  for (const ListItem* item = SortList(engine.phrases, shown); item != nullptr; item = item->next, ++rank) {
-    if (item->count < settings.search.greater || rank > shown) {
-      return;
-    }
-    printf("<tr>\n<td align=\"center\">%ld</td>\n<td>%s</td>\n</tr>\n", static_cast<long>(item->count),
-           item->name);
-  }
-}
+// ---- The definitions ----
 
 static void PrintDefinition(const SearchEngine& engine) {
   printf("<b>%s:</b><br>\n", engine.name);

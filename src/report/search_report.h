@@ -2,18 +2,19 @@
 // addresses and phrases are printed as they are, without escaping.
 #pragma once
 
-#include "analysis/search_phrases.h"
+#include "analysis/driver.h"
+#include "analysis/search_engines.h"
 #include "cgi/settings.h"
+#include "sections/phrase_rows.h"
+#include "sections/section_list.h"
 
-// Prints the whole section with its jump bar; nothing when search is off. Fills
-// each engine's phrase_total.
-void Search_Report(const Settings& settings, const SearchCounts& search);
+// Prints the whole section, without the jump bar.
+void Search_Report(const Settings& settings, const Section& section, const Analysis& analysis);
 
-// One engine's sub-header and rows; nothing for an engine without phrases. Reads
-// its phrase_total and puts its phrases into display order. hits: of all engines.
-void display_keywords2(const Settings& settings, SearchEngine& engine, int64_t hits);
+// One engine's sub-header in its section's colour, and the rows that are left.
+void display_keywords2(const char* colour, EngineRow& engine);
 
-// Lists the definitions in use, whether they come from the configuration or not.
+// Lists definitions, whether they come from the configuration or not; null: none.
 void OutputSearchDebugInfo(const SearchEngine* engines);
 
 // One domain and its variables, for diagnosis; a null domain says so.

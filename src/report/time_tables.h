@@ -8,13 +8,13 @@
 
 #include "analysis/driver.h"
 #include "cgi/settings.h"
+#include "sections/section_list.h"
 
-// One row for each day of the analysed range, 86400 seconds apart from the local
-// midnight of its first day.
-void PrintDailyTotals(const Settings& settings, const Analysis& analysis);
+// One row for each day of the range, labelled in the order of the logs' dates.
+void PrintDailyTotals(const Settings& settings, const Section& section, const Analysis& analysis);
 
 // Sunday to Saturday.
-void PrintHitsPerDayOfWeek(const Settings& settings, const Analysis& analysis);
+void PrintHitsPerDayOfWeek(const Settings& settings, const Section& section, const Analysis& analysis);
 
 // 12 am to 11 pm.
-void PrintHitsPerHour(const Settings& settings, const Analysis& analysis);
+void PrintHitsPerHour(const Settings& settings, const Section& section, const Analysis& analysis);

@@ -111,8 +111,8 @@ static void ParseGenericTriplet(const char* text, Guess& guess) {
     KeepLatestTime(numbers, guess.when);
     return;
   }
-  const int year_first_order = numbers[1] < 13 || numbers[2] > 12 ? kOrderYmd : kOrderYdm;
-  const int order = year_place == 0 ? year_first_order : mDateFormat;
+  const DateOrder year_first_order = numbers[1] < 13 || numbers[2] > 12 ? kOrderYmd : kOrderYdm;
+  const DateOrder order = year_place == 0 ? year_first_order : mDateFormat;
   SetDateByOrder(order, numbers[0], numbers[1], numbers[2], guess.when);
   guess.dated = true;
 }

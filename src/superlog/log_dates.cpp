@@ -16,15 +16,17 @@ static constexpr int kDefaultSource = 1;
 // Where an order keeps day, month and year among its three numbers.
 struct DatePlaces {
   const char* name;
+  DateOrder order;
   int day;
   int month;
   int year;
 };
 
-static constexpr DatePlaces kOrders[] = {{"DMY", 0, 1, 2}, {"DYM", 0, 2, 1}, {"MDY", 1, 0, 2},
-                                         {"MYD", 2, 0, 1}, {"YDM", 1, 2, 0}, {"YMD", 2, 1, 0}};
+static constexpr DatePlaces kOrders[] = {{"DMY", kOrderDmy, 0, 1, 2}, {"DYM", kOrderDym, 0, 2, 1},
+                                         {"MDY", kOrderMdy, 1, 0, 2}, {"MYD", kOrderMyd, 2, 0, 1},
+                                         {"YDM", kOrderYdm, 1, 2, 0}, {"YMD", kOrderYmd, 2, 1, 0}};
 
-int mDateFormat = kOrderMdy;
+DateOrder mDateFormat = kOrderMdy;
 bool mFixGmt = false;
 time_t mGmtOffset = 0;
 static int mDateFormatSource = kDefaultSource;
@@ -73,17 +75,15 @@ void SuperLog_SetDateFormat(const char* name, int source) {
   if (source < mDateFormatSource || name == nullptr) {
     return;
   }
-  int order = 0;
   for (const DatePlaces& places : kOrders) {
-    ++order;
     if (EqualIgnoreCase(name, places.name)) {
-      mDateFormat = order;
+      mDateFormat = places.order;
       mDateFormatSource = source;
     }
   }
 }
 
-int SuperLog_GetDateFormat() {
+DateOrder SuperLog_GetDateFormat() {
   return mDateFormat;
 }
 
@@ -135,16 +135,16 @@ void ParseDateOrTimeTriplet(const char* text, int (&numbers)[3]) {
   }
 }
 
-void SetDateByOrder(int order, int a, int b, int c, tm& when) {
+void SetDateByOrder(DateOrder order, int a, int b, int c, tm& when) {
   const int numbers[] = {a, b, c};
-  const DatePlaces& places = kOrders[order - 1];
+  const DatePlaces& places = kOrders[order - kOrderDmy];
   when.tm_mday = numbers[places.day];
   when.tm_mon = MonthIndex(numbers[places.month]);
   when.tm_year = IntTotm_year(numbers[places.year]);
 }
 
 void GuessDateBestEffort(int a, int b, int c, tm& when) {
-  int order = mDateFormat;
+  DateOrder order = mDateFormat;
   if (a > 89) {
     order = kOrderYmd;
   }

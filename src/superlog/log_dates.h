@@ -11,17 +11,9 @@
 
 #include <ctime>
 
-// Orders of day, month and year in all-numeric dates.
-enum DateOrder : int {
-  kOrderDmy = 1,
-  kOrderDym = 2,
-  kOrderMdy = 3,
-  kOrderMyd = 4,
-  kOrderYdm = 5,
-  kOrderYmd = 6,
-};
+#include "superlog/superlog.h"
 
-extern int mDateFormat;    // a DateOrder
+extern DateOrder mDateFormat;
 extern bool mFixGmt;       // log times are GMT
 extern time_t mGmtOffset;  // seconds added to every log time
 
@@ -35,7 +27,7 @@ void InitLogDates();
 
 // Day, month and year from three numbers in an order; the year may have two,
 // three or four digits (IntTotm_year).
-void SetDateByOrder(int order, int a, int b, int c, tm& when);
+void SetDateByOrder(DateOrder order, int a, int b, int c, tm& when);
 
 // The same in the order of mDateFormat, overruled by what the numbers can only
 // mean: a first one above 89 is a year (YMD); so is, before all, a third one from

@@ -29,6 +29,16 @@ struct SuperLogRecord {
   std::string_view user;
 };
 
+// Orders of day, month and year in all-numeric dates.
+enum DateOrder : int {
+  kOrderDmy = 1,
+  kOrderDym = 2,
+  kOrderMdy = 3,
+  kOrderMyd = 4,
+  kOrderYdm = 5,
+  kOrderYmd = 6,
+};
+
 // Returns the whole module to its state at the start of a run. The product
 // calls it first thing, before any parameter sets a format; tests likewise.
 void ResetSuperLog();
@@ -43,9 +53,8 @@ void SuperLog_SetLogFormat(const char* format, int source);
 void SuperLog_SetDateFormat(const char* name, int source);
 void SuperLog_SetFixGmt(const char* text, int source);
 
-// Order of day, month and year in all-numeric dates: 1 DMY, 2 DYM, 3 MDY (the
-// default), 4 MYD, 5 YDM, 6 YMD.
-int SuperLog_GetDateFormat();
+// The order that holds; MDY unless it was set.
+DateOrder SuperLog_GetDateFormat();
 
 // Builds the list of log files for the range of times given, both ends
 // included, using and maintaining the log summary file. An empty

@@ -99,14 +99,15 @@ TEST_F(BeginAnalysisTest, NotesTheStartAndClearsEverything) {
   AddLog("a.log", {{}});
   analysis_.hits = 7;
   analysis_.hours.counts[3] = 7;
-  MsieCount = NavCount = 7;
+  analysis_.MsieCount = analysis_.NavCount = analysis_.gHits_Browsers = 7;
   SetCurrentTimeForTest(952300801);
   ASSERT_TRUE(BeginAnalysis(settings_, analysis_));
-  EXPECT_EQ(ReportStartTime, 952300801);
+  EXPECT_EQ(analysis_.ReportStartTime, 952300801);
   EXPECT_EQ(analysis_.hits, 0);
   EXPECT_EQ(analysis_.hours.counts[3], 0);
-  EXPECT_EQ(MsieCount, 0);
-  EXPECT_EQ(NavCount, 0);
+  EXPECT_EQ(analysis_.MsieCount, 0);
+  EXPECT_EQ(analysis_.NavCount, 0);
+  EXPECT_EQ(analysis_.gHits_Browsers, 0);
 }
 
 TEST_F(BeginAnalysisTest, ChainHoldsTheBuiltInEnginesThenTheTables) {
@@ -463,31 +464,32 @@ TEST_F(CountLogsTest, BrowsersAreClassified) {
   EXPECT_EQ(Counted(analysis_.browsers.list),
             "Mozilla/4.0 (Compatible)=1 " + std::string(kMsie) + "=1 " + kNavigator + "=1 ");
   EXPECT_EQ(analysis_.browsers.total, 3);
-  EXPECT_EQ(MsieCount, 1);
-  EXPECT_EQ(NavCount, 1);
+  EXPECT_EQ(analysis_.gHits_Browsers, 3);
+  EXPECT_EQ(analysis_.MsieCount, 1);
+  EXPECT_EQ(analysis_.NavCount, 1);
 }
 
 TEST_F(CountLogsTest, AgentMayCountForBothBrandsOrNone) {
   settings_.browsers.on = 1;
   AddLog("a.log", {{.agent = "Mozilla/2.0 MSIE"}, {.agent = "mozilla/4.7"}, {.agent = "MMSIE"}});
   Run();
-  EXPECT_EQ(MsieCount, 1);
-  EXPECT_EQ(NavCount, 1);
+  EXPECT_EQ(analysis_.MsieCount, 1);
+  EXPECT_EQ(analysis_.NavCount, 1);
 }
 
 TEST_F(CountLogsTest, BrandsCountEachRequestOfAnAgent) {
   settings_.browsers.on = 1;
   AddLog("a.log", {{.agent = kMsie}, {.agent = kNavigator}, {.agent = kMsie}});
   Run();
-  EXPECT_EQ(MsieCount, 2);
-  EXPECT_EQ(NavCount, 1);
+  EXPECT_EQ(analysis_.MsieCount, 2);
+  EXPECT_EQ(analysis_.NavCount, 1);
 }
 
 TEST_F(CountLogsTest, BrowsersAreNotLookedAtUnlessAskedFor) {
   settings_.requests.on = 1;
   AddLog("a.log", {{.agent = kMsie}});
   Run();
-  EXPECT_EQ(MsieCount, 0);
+  EXPECT_EQ(analysis_.MsieCount, 0);
   EXPECT_EQ(analysis_.browsers.total, 0);
 }
 

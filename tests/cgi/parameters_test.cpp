@@ -471,11 +471,11 @@ TEST_F(CompareParamTest, SmartMemoryDisabledByTheFormOnly) {
 
 TEST_F(CompareParamTest, DateFormatIsWeighedByLevel) {
   FromForm("dateformat=YMD");
-  EXPECT_EQ(SuperLog_GetDateFormat(), 6);
+  EXPECT_EQ(SuperLog_GetDateFormat(), kOrderYmd);
   FromAccount("dateformat=dmy");
-  EXPECT_EQ(SuperLog_GetDateFormat(), 1);
+  EXPECT_EQ(SuperLog_GetDateFormat(), kOrderDmy);
   FromForm("dateformat=YMD");
-  EXPECT_EQ(SuperLog_GetDateFormat(), 1) << "the form is weaker than the account line";
+  EXPECT_EQ(SuperLog_GetDateFormat(), kOrderDmy) << "the form is weaker than the account line";
 }
 
 TEST_F(CompareParamTest, LogFormatIsWeighedByLevel) {

@@ -245,15 +245,15 @@ TEST_F(ParseConfigFileTest, LongExtraHeaderIsKeptWhole) {
 TEST_F(ParseConfigFileTest, DateFormatBeatsTheForm) {
   SuperLog_SetDateFormat("YMD", kLevelForm);
   Parse("DateFormat=DMY\n");
-  EXPECT_EQ(SuperLog_GetDateFormat(), 1);
+  EXPECT_EQ(SuperLog_GetDateFormat(), kOrderDmy);
 }
 
 TEST_F(ParseConfigFileTest, AccountLineBeatsDateFormatInEitherOrder) {
   Parse("user=ann;dateformat=YMD\nDateFormat=DMY\n");
-  EXPECT_EQ(SuperLog_GetDateFormat(), 6);
+  EXPECT_EQ(SuperLog_GetDateFormat(), kOrderYmd);
   ResetSuperLog();
   Parse("DateFormat=DMY\nuser=ann;dateformat=YMD\n");
-  EXPECT_EQ(SuperLog_GetDateFormat(), 6);
+  EXPECT_EQ(SuperLog_GetDateFormat(), kOrderYmd);
 }
 
 // The user's layout as the next log file gets it.

@@ -2,18 +2,15 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <string>
 
-#include "analysis/counting_table.h"
 #include "analysis/driver.h"
 #include "base/text.h"
 #include "dates/clock.h"
 #include "dates/local_time.h"
 #include "superlog/log_dates.h"
 #include "superlog/superlog.h"
-#include "support/text_file.h"
 
 namespace {
 
@@ -24,8 +21,7 @@ class PageFrame : public testing::Test {
   void SetUp() override {
     SetZone("UTC");
     ResetSuperLog();
-    gListInfo = {};
-    ReportStartTime = kReportStart;
+    analysis_.ReportStartTime = kReportStart;
     SetCurrentTimeForTest(kReportStart);
     settings_.cgi = 1;
     settings_.SmartMemoryEnabled = 1;
@@ -38,10 +34,7 @@ class PageFrame : public testing::Test {
   }
 
   void TearDown() override {
-    SuperLog_NextLogFile_Done();
-    SuperLog_Uninit();
     ResetSuperLog();
-    gListInfo = {};
     SetCurrentTimeForTest(-1);
   }
 
@@ -51,23 +44,8 @@ class PageFrame : public testing::Test {
     ResetLocalTime();
   }
 
-  // Reads a log of `lines` lines of 80 bytes that lies in the requested range.
-  void ReadLog(int lines) {
-    const std::string path = NewPath("page_frame.log");
-    FILE* file = fopen(path.c_str(), "wb");
-    ASSERT_NE(file, nullptr);
-    for (int i = 0; i < lines; ++i) {
-      fprintf(file, "%-79s\n", "192.0.2.1 - - [05/Mar/2024:10:00:00 +0000] \"GET / HTTP/1.0\" 200 10");
-    }
-    fclose(file);
-    CopyText(settings_.logs, path);
-    SuperLog_Init(settings_, kReportStart - 3650 * 86400L, kReportStart);
-    ASSERT_TRUE(SuperLog_NextLogFile());
-    SuperLogRecord record;
-    while (SuperLog_ParseNextLine(record)) {
-    }
-    remove(path.c_str());
-  }
+  // A log of `lines` lines of 80 bytes lay in the requested range.
+  void ReadLog(uint32_t lines) { analysis_.logs = {{0, 80 * lines}, true}; }
 
   // Text of what print writes to standard output.
   template <typename Print>
@@ -77,11 +55,18 @@ class PageFrame : public testing::Test {
     return testing::internal::GetCapturedStdout();
   }
 
-  std::string Header(int32_t hits = 0, SuperLong bytes = {0, 0}) {
-    return Output([&] { DisplayHeader(settings_, hits, bytes); });
+  std::string Header(int64_t hits = 0, SuperLong bytes = {0, 0}) {
+    analysis_.hits = hits;
+    analysis_.bytes = bytes;
+    return Output([&] { DisplayHeader(settings_, analysis_); });
+  }
+
+  std::string Footer() {
+    return Output([&] { PrintFooter(settings_, analysis_); });
   }
 
   Settings settings_{};
+  Analysis analysis_{};
 };
 
 constexpr char kTitleRows[] =
@@ -196,6 +181,14 @@ TEST_F(DisplayHeaderTest, LogBytesHaveTheirSuffix) {
                                      Row("Log Bytes Read", "800,000 (0.8 MB)") + kEnd);
 }
 
+// deliberate: unpadded, the two parts of a size stand side by side
+TEST_F(DisplayHeaderTest, FiguresShowTheirCounters) {
+  ReadLog(1);
+  EXPECT_EQ(Header((int64_t{1} << 32) + 7, {0, 1000000000}),
+            kTitleRows + kRange + kReportDate + Row("HTTP Requests", "7") +
+                Row("HTTP Bytes Served", "1,000,000,000 (953.7 MB)") + Row("Log Bytes Read", "80") + kEnd);
+}
+
 TEST_F(DisplayHeaderTest, NothingCountedPrintsZeros) {
   ReadLog(1);
   EXPECT_EQ(Header(), kTitleRows + kRange + kReportDate + Row("HTTP Requests", "0") +
@@ -253,7 +246,7 @@ TEST_F(DisplayHeaderTest, DeliberateDateLayoutsFollowTheLogDateFormat) {
     SCOPED_TRACE(row.format);
     ResetSuperLog();
     SuperLog_SetDateFormat(row.format, kLevelAccount);
-    const bool month_first = SuperLog_GetDateFormat() == 3;
+    const bool month_first = SuperLog_GetDateFormat() == kOrderMdy;
     EXPECT_EQ(Header(), kTitleRows + Row("Date Range Analyzed", row.range) +
                             (month_first ? kReportDate : Row("Date of Report", kDayFirstReportDate)) +
                             kNoLogs + kEnd);
@@ -264,11 +257,10 @@ TEST_F(DisplayHeaderTest, DeliberateDateLayoutsFollowTheLogDateFormat) {
 TEST_F(DisplayHeaderTest, UnknownDateFormatLeavesBothDatesEmpty) {
   for (const int format : {0, 7, -1}) {
     SCOPED_TRACE(format);
-    mDateFormat = format;
+    mDateFormat = static_cast<DateOrder>(format);
     EXPECT_EQ(Header(), kTitleRows + Row("Date Range Analyzed", " - ") +
                             Row("Date of Report", kDayFirstReportDate) + kNoLogs + kEnd);
   }
-  mDateFormat = 3;
 }
 
 TEST_F(DisplayHeaderTest, CenturyOfTheEndDateIsItsOwn) {
@@ -331,7 +323,7 @@ class MemoryWarningTest : public PageFrame {
     domains_.name = "Domains";
     domains_.next = &engine_;
     engine_.name = "Example Search";
-    gListInfo = {&urls_, &engine_};
+    analysis_.tables = &urls_;
   }
 
   static std::string Figures() {
@@ -422,33 +414,33 @@ std::string FooterStart(const std::string& elapsed) {
 
 TEST_F(PrintFooterTest, PrintsTimeAndCreditAndEndsTheDocument) {
   SetCurrentTimeForTest(kReportStart + 65);
-  EXPECT_EQ(Output([&] { PrintFooter(settings_); }), FooterStart("01:05") + kFooterEnd);
+  EXPECT_EQ(Footer(), FooterStart("01:05") + kFooterEnd);
 }
 
 TEST_F(PrintFooterTest, DeliberateOnlyMinutesAndSecondsWithinTheHour) {
   SetCurrentTimeForTest(kReportStart + 3600 + 2);
-  EXPECT_EQ(Output([&] { PrintFooter(settings_); }), FooterStart("00:02") + kFooterEnd);
+  EXPECT_EQ(Footer(), FooterStart("00:02") + kFooterEnd);
 }
 
 TEST_F(PrintFooterTest, DeliberateLocalTimeShiftsByTheMinutesOfTheZone) {
   SetZone("XST-5:30");
   SetCurrentTimeForTest(kReportStart + 1);
-  EXPECT_EQ(Output([&] { PrintFooter(settings_); }), FooterStart("30:01") + kFooterEnd);
+  EXPECT_EQ(Footer(), FooterStart("30:01") + kFooterEnd);
   SetZone("UTC");
 }
 
 TEST_F(PrintFooterTest, ExtraFooterStandsBeforeTheEnd) {
   char text[] = "<p>Example</p>";
   settings_.extra_footer = text;
-  EXPECT_EQ(Output([&] { PrintFooter(settings_); }),
-            FooterStart("00:00") +
-                "<!-- Begin extra footer -->\n<p>Example</p>\n<!-- End extra footer -->\n" + kFooterEnd);
+  EXPECT_EQ(Footer(), FooterStart("00:00") +
+                          "<!-- Begin extra footer -->\n<p>Example</p>\n<!-- End extra footer -->\n" +
+                          kFooterEnd);
 }
 
 TEST_F(PrintFooterTest, EmptyExtraFooterCountsAsSet) {
   char text[] = "";
   settings_.extra_footer = text;
-  EXPECT_EQ(Output([&] { PrintFooter(settings_); }),
+  EXPECT_EQ(Footer(),
             FooterStart("00:00") + "<!-- Begin extra footer -->\n\n<!-- End extra footer -->\n" + kFooterEnd);
 }
 

@@ -70,6 +70,31 @@ TEST_F(ReportPage, SectionsStandInTheirOrderEachWithOneJumpBar) {
   EXPECT_EQ(Occurrences(page, "<p>" + std::string("<center>\n") + kJumpBar), 11);
 }
 
+TEST_F(ReportPage, EachSectionEndsWithTheJumpBarOfAll) {
+  settings_.search.on = settings_.requests.on = 1;
+  AddLog("a.log", {{}});
+  const std::string bar = "</table></center><p><center>\n" + std::string(kJumpBar) +
+                          "<a href=\"#urls\">URLs</a>  \x95 <a href=\"#search\">Search Phrases</a>\n"
+                          "</b></font></center><p>";
+  const std::string page = Page();
+  const size_t search = page.find("<a name=\"search\">");
+  ASSERT_NE(search, std::string::npos);
+  EXPECT_NE(page.find(bar), std::string::npos);
+  EXPECT_LT(page.find(bar), search);
+  EXPECT_NE(page.find(bar, search), std::string::npos);
+}
+
+TEST_F(ReportPage, FlushToServerPrintsTheSame) {
+  TurnEverythingOn();
+  AddLog("a.log", {{.referrer = "http://finder.example/s?q=a"}});
+  const std::string plain = Page();
+  ResetSuperLog();
+  ResetAnalysis();
+  ParseSearchEngineDefinition("F;domain=finder.example;vars=q");
+  settings_.flushtoserver = 1;
+  EXPECT_EQ(Page(), plain);
+}
+
 TEST_F(ReportPage, SectionsThatAreOffAreLeftOut) {
   settings_.domains.on = 1;
   settings_.hitsperhour = 1;

@@ -35,10 +35,12 @@ class SearchReport : public testing::Test {
   }
 
   std::string Report() {
-    testing::internal::CaptureStdout();
+    Analysis analysis{};
     counts_.engines = mpEngineHead;
     counts_.built_in = mNoConfigDefinitions;
-    Search_Report(settings_, counts_);
+    analysis.search = counts_;
+    testing::internal::CaptureStdout();
+    Search_Report(settings_, SectionOf(SectionId::kPhrases), analysis);
     return testing::internal::GetCapturedStdout();
   }
 
@@ -78,14 +80,6 @@ std::string DomainDebug(const SearchDomainInfo* domain) {
 }
 
 }  // namespace
-
-TEST_F(SearchReport, OffPrintsNothingAtAll) {
-  settings_.search.on = 0;
-  settings_.requests.on = settings_.referrers.on = 1;  // would draw a jump bar
-  ParseSearchEngineDefinition(kFinder);
-  HitFinder();
-  EXPECT_EQ(Report(), "");
-}
 
 TEST_F(SearchReport, WithoutPhrasesSpansOneColumn) {
   ParseSearchEngineDefinition(kFinder);
@@ -204,29 +198,6 @@ TEST_F(SearchReport, EmptyPhrasesLowerTheSharesOfAll) {
   EXPECT_NE(Report().find("(1 hits total, which is 50% of all"), std::string::npos);
 }
 
-TEST_F(SearchReport, PhraseTotalsAreDistinctPhrases) {
-  ParseSearchEngineDefinition(kFinder);
-  HitFinder();
-  Report();
-  EXPECT_EQ(mpEngineHead->phrase_total, 5U);
-}
-
-TEST_F(SearchReport, EndsWithItsJumpBar) {
-  settings_.requests.on = 1;
-  const std::string page = Report();
-  const std::string bar =
-      "</table></center><p><center>\n<font face=\"Arial,Helv\" size=\"-1\"><b><a href=\"#urls\">URLs</a>  "
-      "\x95 "
-      "<a href=\"#search\">Search Phrases</a>\n</b></font></center><p>";
-  EXPECT_TRUE(page.ends_with(bar)) << page;
-}
-
-TEST_F(SearchReport, FlushToServerPrintsTheSame) {
-  const std::string plain = Report();
-  settings_.flushtoserver = 1;
-  EXPECT_EQ(Report(), plain);
-}
-
 TEST_F(SearchReport, OutsideHtmlModeATitleReplacesTheFrameButRowsStayDeliberately) {
   settings_.cgi = 0;
   ParseSearchEngineDefinition(kSeeker);
@@ -240,13 +211,6 @@ TEST_F(SearchReport, OutsideHtmlModeATitleReplacesTheFrameButRowsStayDeliberatel
             "<tr>\n<td colspan=2 align=\"left\" bgcolor=\"#40C080\">&nbsp;<i>Results from See & ker"
             " (1 hits total, which is 100% of all search engines referrals)</i></td>\n</tr>\n"
             "<tr>\n<td align=\"center\">1</td>\n<td>blue</td>\n</tr>\n</table></center><p>");
-}
-
-TEST_F(SearchReport, EngineWithoutPhrasesPrintsNothing) {
-  ParseSearchEngineDefinition(kFinder);
-  testing::internal::CaptureStdout();
-  display_keywords2(settings_, *mpEngineHead, 1);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
 }
 
 TEST_F(OutputSearchDebugInfoTest, SaysSoWithoutEngines) {

@@ -55,13 +55,13 @@ class TimeTables : public testing::Test {
   }
 
   template <typename Print>
-  std::string Section(Print print) {
+  std::string Section(Print print, SectionId id) {
     testing::internal::CaptureStdout();
-    print(settings_, analysis_);
+    print(settings_, SectionOf(id), analysis_);
     return testing::internal::GetCapturedStdout();
   }
 
-  std::string Daily() { return Section(PrintDailyTotals); }
+  std::string Daily() { return Section(PrintDailyTotals, SectionId::kDays); }
 
   static std::string Frame(const std::string& anchor, const std::string& colour, const std::string& title,
                            const std::string& explanation) {
@@ -266,7 +266,7 @@ TEST_F(PrintDailyTotalsTest, PlainRunsPrintATitleLineInPlaceOfTheFrame) {
 
 class PrintHitsPerDayOfWeekTest : public TimeTables {
  protected:
-  std::string Weekly() { return Section(PrintHitsPerDayOfWeek); }
+  std::string Weekly() { return Section(PrintHitsPerDayOfWeek, SectionId::kWeekdays); }
 
   static std::string Head() {
     return Frame("weekly", "#FFCC99", "Hits Per Day of Week",
@@ -330,7 +330,7 @@ TEST_F(PrintHitsPerDayOfWeekTest, PlainRunsPrintATitleLineInPlaceOfTheFrame) {
 
 class PrintHitsPerHourTest : public TimeTables {
  protected:
-  std::string Hourly() { return Section(PrintHitsPerHour); }
+  std::string Hourly() { return Section(PrintHitsPerHour, SectionId::kHours); }
 
   static std::string Head() {
     return Frame("hourly", "#CC6666", "Hits Per Hour",

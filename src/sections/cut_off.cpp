@@ -1,0 +1,47 @@
+#include "sections/cut_off.h"
+
+CutOff CutOffOf(const RankedReport& report) {
+  return {report.top, report.top_is_percent != 0, report.greater};
+}
+
+bool IsUnset(const CutOff& cut_off) {
+  return cut_off.top == -1 && cut_off.greater == -1;
+}
+
+size_t RowsAllowed(const CutOff& cut_off, size_t distinct) {
+  if (cut_off.top == 0) {
+    return distinct;
+  }
+  if (cut_off.top < 0) {
+    return 0;
+  }
+  const auto limit = static_cast<size_t>(cut_off.top);
+  return cut_off.percent ? distinct * limit / 100 : limit;
+}
+
+bool AllShown(const CutOff& cut_off, int64_t distinct) {
+  const bool has_cut_off = cut_off.top > 0 || cut_off.greater >= 2;
+  const bool reaches_cut_off = distinct > cut_off.top || cut_off.percent;
+  const bool cuts = !cut_off.percent || cut_off.top < 100;
+  return !(has_cut_off && reaches_cut_off && cuts);
+}
+
+double Share(int64_t count, int64_t total) {
+  return total == 0 ? 0.0 : static_cast<double>(count) / static_cast<double>(total);
+}
+
+ItemCursor OpenItems(List& list, const CutOff& cut_off) {
+  const size_t shown = RowsAllowed(cut_off, list_length(list));
+  return {SortList(list, shown), shown, cut_off.greater};
+}
+
+const ListItem* NextItem(ItemCursor& cursor) {
+  const ListItem* const item = cursor.next;
+  if (item == nullptr || cursor.left == 0 || item->count < cursor.greater) {
+    cursor.left = 0;
+    return nullptr;
+  }
+  --cursor.left;
+  cursor.next = item->next;
+  return item;
+}

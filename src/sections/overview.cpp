@@ -1,0 +1,37 @@
+#include "sections/overview.h"
+
+static uint64_t ToBytes(SuperLong size) {
+  return uint64_t{size.billions} * 1000000000 + size.units;
+}
+
+Overview OverviewOf(const Settings& settings, const Analysis& analysis) {
+  Overview overview{
+      .title = settings.title,
+      .url = settings.url,
+      .find = settings.find,
+      .first_day = {},
+      .last_day = {},
+      .made = analysis.ReportStartTime,
+      .logs_in_range = analysis.logs.in_range,
+      .requests = analysis.hits,
+      .bytes_served = ToBytes(analysis.bytes),
+      .log_bytes_read = ToBytes(analysis.logs.bytes_read),
+  };
+  ParseDate(overview.first_day, overview.last_day, settings);
+  return overview;
+}
+
+static const ListInfo* Thinned(const ListInfo* table) {
+  while (table != nullptr && table->reclaimed == 0) {
+    table = table->next;
+  }
+  return table;
+}
+
+const ListInfo* FirstThinnedTable(const Settings& settings, const Analysis& analysis) {
+  return settings.SmartMemoryEnabled != 0 ? Thinned(analysis.tables) : nullptr;
+}
+
+const ListInfo* NextThinnedTable(const ListInfo& table) {
+  return Thinned(table.next);
+}

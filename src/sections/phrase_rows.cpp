@@ -1,0 +1,46 @@
+#include "sections/phrase_rows.h"
+
+static int64_t CountDistinct(const SearchEngine* engines) {
+  size_t distinct = 0;
+  for (const SearchEngine* engine = engines; engine != nullptr; engine = engine->next) {
+    distinct += list_length(engine->phrases);
+  }
+  return static_cast<int64_t>(distinct);
+}
+
+EngineRows OpenEngines(const Settings& settings, const Analysis& analysis) {
+  const SearchCounts& search = analysis.search;
+  const int64_t distinct = CountDistinct(search.engines);
+  const CutOff cut_off = CutOffOf(settings.search);
+  return {{distinct, search.hits, cut_off, AllShown(cut_off, distinct), {}}, search.built_in, search.engines};
+}
+
+bool NextEngine(EngineRows& rows, EngineRow& row) {
+  SearchEngine* engine = rows.next;
+  while (engine != nullptr && list_length(engine->phrases) == 0) {
+    engine = engine->next;
+  }
+  rows.next = engine == nullptr ? nullptr : engine->next;
+  if (engine == nullptr) {
+    return false;
+  }
+  CutOff cut_off = rows.summary.cut_off;
+  cut_off.percent = false;  // deliberate: a number of rows per engine, whatever was asked for
+  const int64_t hits = TotalList(engine->phrases);
+  row = {engine->name,
+         engine->url,
+         hits,
+         Share(hits, rows.summary.total),
+         static_cast<int64_t>(list_length(engine->phrases)),
+         OpenItems(engine->phrases, cut_off)};
+  return true;
+}
+
+bool NextPhrase(EngineRow& engine, PhraseRow& row) {
+  const ListItem* const item = NextItem(engine.phrases);
+  if (item == nullptr) {
+    return false;
+  }
+  row = {item->name, item->count};
+  return true;
+}

@@ -1,0 +1,79 @@
+#include "sections/ranked_rows.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "analysis/resolve_item.h"
+
+static ItemSummary Summarise(const Settings& settings, const Section& section, const Analysis& analysis) {
+  const auto distinct = static_cast<int64_t>(list_length((analysis.*section.items.counted).list));
+  const CutOff cut_off = CutOffOf(settings.*section.report);
+  ItemSummary summary{
+      distinct, (analysis.*section.items.base).total, cut_off, AllShown(cut_off, distinct), {}};
+  std::transform(section.items.brands.begin(), section.items.brands.end(), summary.brands.begin(),
+                 [&analysis](const Brand& brand) {
+                   const int64_t count = analysis.*brand.count;
+                   return BrandShare{brand.name, count, Share(count, analysis.*brand.total)};
+                 });
+  return summary;
+}
+
+RankedRows OpenRanked(const Settings& settings, const Section& section, Analysis& analysis) {
+  const ItemSummary summary = Summarise(settings, section, analysis);
+  List& list = (analysis.*section.items.counted).list;
+  return {summary, &settings, &section.items, OpenItems(list, summary.cut_off), {}};
+}
+
+// True when the item names its own site: "://" behind a scheme of 3 to 5
+// characters. deliberate: items of 8 characters or fewer never do.
+static bool IsAbsoluteUrl(std::string_view item) {
+  if (item.size() < 9) {
+    return false;
+  }
+  return item.substr(3, 3) == "://" || item.substr(4, 3) == "://" || item.substr(5, 3) == "://";
+}
+
+static const char* SiteOf(const RankedRows& rows, const ListItem& item) {
+  if (rows.kind->link == ItemLink::kNone) {
+    return nullptr;
+  }
+  const bool in_site = rows.kind->link == ItemLink::kSite && !IsAbsoluteUrl(item.key());
+  return in_site ? rows.settings->url : "";
+}
+
+static const char* Describe(RankedRows& rows, const ListItem& item) {
+  if (!rows.kind->described) {
+    return nullptr;
+  }
+  CopyText(rows.description, item.key());
+  ResolveItem(rows.description, rows.settings->Networks);
+  return rows.description;
+}
+
+static ItemCursor ReferrersOf(const RankedRows& rows, const ListItem& item) {
+  const bool known = rows.kind->with_referrers && item.sublist != nullptr;
+  return known ? OpenItems(*item.sublist, kUncut) : ItemCursor{};
+}
+
+bool NextRanked(RankedRows& rows, RankedRow& row) {
+  const ListItem* const item = NextItem(rows.items);
+  if (item == nullptr) {
+    return false;
+  }
+  row = {item->name,          item->count,           Share(item->count, rows.summary.total),
+         SiteOf(rows, *item), Describe(rows, *item), ReferrersOf(rows, *item)};
+  return true;
+}
+
+bool HasReferrers(const RankedRow& row) {
+  return row.referrers.next != nullptr;
+}
+
+bool NextReferrer(RankedRow& row, ReferrerRow& referrer) {
+  const ListItem* const item = NextItem(row.referrers);
+  if (item == nullptr) {
+    return false;
+  }
+  referrer = {item->name, item->count};
+  return true;
+}

@@ -1,0 +1,58 @@
+// The rows of a ranked section: the items of a counting table by rank.
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "analysis/driver.h"
+#include "base/text.h"
+#include "cgi/settings.h"
+#include "sections/cut_off.h"
+#include "sections/section_list.h"
+
+struct BrandShare {
+  const char* name;  // null: there is none
+  int64_t count;
+  double share;
+};
+
+// What there is to say of a section's items before any is shown.
+struct ItemSummary {
+  int64_t distinct;  // items, before any was cut off
+  int64_t total;     // what the shares are of
+  CutOff cut_off;
+  bool all_shown;  // AllShown
+  std::array<BrandShare, kMostBrands> brands;
+};
+
+struct RankedRow {
+  const char* item;
+  int64_t count;
+  double share;             // of the base's total, which the count of a bad section may exceed
+  const char* site;         // stands before the item in its link, "" of an address; null: no link
+  const char* description;  // good until the next row; null: none
+  ItemCursor referrers;     // the pages that led to the item, by rank and never cut off
+};
+
+struct ReferrerRow {
+  const char* address;
+  int64_t count;
+};
+
+// The way through the rows, and what was known before the first.
+struct RankedRows {
+  ItemSummary summary;
+  const Settings* settings;
+  const RankedItems* kind;
+  ItemCursor items;
+  char description[kTextSize];
+};
+
+// Opens the rows of a ranked section. Both records must outlive the rows, and
+// the table may not be counted in until they were read.
+RankedRows OpenRanked(const Settings& settings, const Section& section, Analysis& analysis);
+
+// False behind the last row, which is then unchanged.
+bool NextRanked(RankedRows& rows, RankedRow& row);
+bool HasReferrers(const RankedRow& row);
+bool NextReferrer(RankedRow& row, ReferrerRow& referrer);

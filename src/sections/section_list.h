@@ -1,0 +1,82 @@
+// The sections of a report, as data: what switches each on, and what it shows.
+// How a page draws it is the page's own affair.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "analysis/driver.h"
+#include "cgi/settings.h"
+#include "sections/time_rows.h"
+
+// In page order.
+enum class SectionId {
+  kUrls,
+  kReferrers,
+  kPhrases,
+  kBrowsers,
+  kBadUrls,
+  kBadReferrers,
+  kDomains,
+  kDomainTypes,
+  kDays,
+  kWeekdays,
+  kHours,
+};
+inline constexpr size_t kSectionCount = 11;
+
+// Where the rows of a section come from: ranked_rows.h, phrase_rows.h, or one of
+// the three kinds of time_rows.h.
+enum class RowKind { kRanked, kPhrases, kDays, kWeekdays, kHours };
+
+// What the items of a ranked section link to.
+enum class ItemLink {
+  kNone,
+  kItself,  // the item is an address
+  kSite,    // the item is a path of the analysed site, unless it names a site itself
+};
+
+// A brand of browsers, and what its share is of. No section has more than two.
+inline constexpr size_t kMostBrands = 2;
+struct Brand {
+  const char* name;
+  int64_t Analysis::*count;
+  int64_t Analysis::*total;
+};
+
+// What a ranked section counted.
+struct RankedItems {
+  CountedReport Analysis::*counted = nullptr;
+  CountedReport Analysis::*base = nullptr;  // its total is the base of the shares
+  ItemLink link = ItemLink::kNone;
+  bool described = false;              // by the names file
+  bool with_referrers = false;         // each item has a list of the pages that led to it
+  std::span<const Brand> brands = {};  // whose shares the section tells, too
+};
+
+struct Section {
+  SectionId id;
+  const char* parameter;  // the report parameter that switches it
+  RowKind rows;
+  RankedReport Settings::*report;      // its switch and cut-off; null where there is no cut-off
+  int Settings::*on;                   // the switch then
+  RankedItems items;                   // of ranked sections
+  TimeRows (*times)(const Analysis&);  // opens the rows of the others but the phrases
+};
+
+extern const Section kSections[kSectionCount];
+
+// Whether each section has its row in a table, at the place of its id.
+template <typename Row, size_t N>
+constexpr bool StandInPlace(const Row (&table)[N]) {
+  for (size_t place = 0; place < N; ++place) {
+    if (table[place].id != static_cast<SectionId>(place)) {
+      return false;
+    }
+  }
+  return N == kSectionCount;
+}
+
+const Section& SectionOf(SectionId id);
+bool IsOn(const Section& section, const Settings& settings);

@@ -1,0 +1,50 @@
+#include "sections/section_list.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "cgi/parameters.h"
+
+namespace {
+
+TEST(SectionOf, FindsEverySectionAtItsPlace) {
+  for (size_t place = 0; place < kSectionCount; ++place) {
+    EXPECT_EQ(&SectionOf(static_cast<SectionId>(place)), &kSections[place]);
+    EXPECT_EQ(static_cast<size_t>(kSections[place].id), place);
+  }
+}
+
+TEST(IsOn, FollowsTheParameterOfTheSectionAndNoOther) {
+  for (const Section& switched : kSections) {
+    Settings settings{};
+    CompareParam((std::string(switched.parameter) + "=1").c_str(), settings, ParamSource::kForm, kLevelForm);
+    for (const Section& section : kSections) {
+      EXPECT_EQ(IsOn(section, settings), &section == &switched) << switched.parameter << section.parameter;
+    }
+  }
+}
+
+TEST(IsOn, AnyNumberButZeroSwitchesOn) {
+  Settings settings{};
+  settings.requests.on = -1;
+  settings.hitsperhour = 2;
+  EXPECT_TRUE(IsOn(SectionOf(SectionId::kUrls), settings));
+  EXPECT_TRUE(IsOn(SectionOf(SectionId::kHours), settings));
+  EXPECT_FALSE(IsOn(SectionOf(SectionId::kDays), settings));
+}
+
+TEST(Sections, HaveWhatTheirKindOfRowsNeeds) {
+  for (const Section& section : kSections) {
+    SCOPED_TRACE(section.parameter);
+    const bool ranked = section.rows == RowKind::kRanked;
+    const bool timed = !ranked && section.rows != RowKind::kPhrases;
+    EXPECT_EQ(section.items.counted != nullptr, ranked);
+    EXPECT_EQ(section.items.base != nullptr, ranked);
+    EXPECT_EQ(section.report != nullptr, !timed);
+    EXPECT_EQ(section.on != nullptr, timed);
+    EXPECT_EQ(section.times != nullptr, timed);
+  }
+}
+
+}  // namespace
