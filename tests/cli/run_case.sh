@@ -22,7 +22,7 @@
 # within its last line; what is expected comes last.
 #
 # Before comparing, the texts that show the present moment or the machine are
-# replaced by fixed words. --update rewrites the expectations, for review; the page
+# replaced by fixed words (blank.sed). --update rewrites the expectations, for review; the page
 # as expected.diff, unless the case has expected.out. --unpack writes all that the
 # case has, its base's files and the whole page, into FOLDER, and runs nothing.
 set -eu
@@ -30,7 +30,7 @@ set -eu
 program=$1
 case=$2
 todo=${3:-}
-here=$(cd "$(dirname "$0")" && pwd)
+here=$(cd "${0%/*}" && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 mkdir "$work/own" "$work/in" "$work/given" "$work/want" "$work/got"
@@ -52,7 +52,7 @@ fi
 if [ -f "$own/page" ]; then
   read -r base <"$own/page"
   page=$here/bases/$base/expected.out
-  cp "$page" .
+  [ -f "$own/expected.diff" ] || cp "$page" .
 fi
 cp -R "$own/." .
 
@@ -69,8 +69,7 @@ sort_out "$work/given" base page args form run env setup expected.diff
 sort_out "$work/want" expected.out expected.status expected
 
 if [ -f "$own/expected.diff" ]; then
-  { printf -- '--- page\n+++ page\n' && cat "$own/expected.diff"; } >"$work/hunks"
-  patch -N -o "$work/want/expected.out" "$page" <"$work/hunks" >"$work/said" 2>&1 ||
+  patch -u -N -o "$work/want/expected.out" "$page" <"$own/expected.diff" >"$work/said" 2>&1 ||
     [ "$todo" = --update ] || { cat "$work/said" && exit 1; }
 fi
 if [ "$todo" = --unpack ]; then
@@ -80,17 +79,6 @@ if [ "$todo" = --unpack ]; then
 fi
 
 # --- The run ------------------------------------------------------------------
-
-blank() {
-  LC_ALL=C sed \
-    -e 's|\(<b>Date of Report:</b></td><td width="50%">\)[^<]*|\1NOW|' \
-    -e 's|\(Time required to generate report = \)[0-9:]*|\1MM:SS|' \
-    -e 's|^\(# Last updated on \).*|\1NOW|' \
-    -e 's|^\[[0-9][0-9]/[A-Z][a-z][a-z]/[0-9:]*\] |[NOW] |' \
-    -e 's|<b>User:</b> .* / <b>Group:</b> [^<]*<br>|<b>User:</b> USER / <b>Group:</b> GROUP<br>|' \
-    -e 's,^\(<b>\(Operating system\|Release\|Processor\|Version\|Node\):</b> \)[^<]*,\1SYSTEM,' \
-    -e 's,^\(    \(Operating system\|Release\|Processor\|Version\|Node\): *	\).*,\1SYSTEM,'
-}
 
 given=$work/given
 set -- TZ=UTC LC_ALL=C PATH=/usr/bin:/bin
@@ -119,12 +107,12 @@ else
   env -i "$@" >"$work/out" 2>"$work/err" </dev/null || status=$?
 fi
 
-blank <"$work/out" >"$work/got/expected.out"
+LC_ALL=C sed -f "$here/blank.sed" <"$work/out" >"$work/got/expected.out"
 [ "$status" = 0 ] || echo "$status" >"$work/got/expected.status"
 if [ -d "$work/want/expected" ]; then
   (cd "$work/want/expected" && find . -type f) | while IFS= read -r file; do
     mkdir -p "$work/got/expected/$(dirname "$file")"
-    if [ -f "$file" ]; then blank <"$file" >"$work/got/expected/$file"; fi
+    if [ -f "$file" ]; then LC_ALL=C sed -f "$here/blank.sed" <"$file" >"$work/got/expected/$file"; fi
   done
 fi
 
