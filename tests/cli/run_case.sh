@@ -22,9 +22,10 @@
 # within its last line; what is expected comes last.
 #
 # Before comparing, the texts that show the present moment or the machine are
-# replaced by fixed words (blank.sed). --update rewrites the expectations, for review; the page
-# as expected.diff, unless the case has expected.out. --unpack writes all that the
-# case has, its base's files and the whole page, into FOLDER, and runs nothing.
+# replaced by fixed words (blank.sed). --update rewrites the expectations, for
+# review; the page as expected.diff, unless the case has expected.out. --unpack
+# writes all that the case has, its base's files and the whole page, into FOLDER,
+# and runs nothing.
 set -eu
 
 program=$1
