@@ -11,8 +11,8 @@ cd "$(dirname "$0")"
 . ./cmake/packages.sh
 
 need_packages g++ cmake ninja-build python3 libgtest-dev libgmock-dev libcrypt-dev cmark-gfm
-# Tools and data that tests use where they are: a name server, time zones, a second shell, packers.
-need_packages dnsmasq-base iproute2 tzdata busybox bzip2 xz-utils zstd
+# Tools and data that tests use where they are: a name server, time zones, a second shell, packers, patch.
+need_packages dnsmasq-base iproute2 tzdata busybox bzip2 xz-utils zstd patch
 if [ "${ORVELLIS_SYSTEM_TESTS:-}" = 1 ]; then
   # Real web servers, a real browser and a real package; else those tests are skipped.
   need_packages curl apache2 nginx-light fcgiwrap lighttpd chromium lintian mandoc

@@ -56,8 +56,8 @@ fuzz_one() { # SECONDS TARGET
   status=0
   TZ=UTC LC_ALL=C "$build/fuzz/fuzz_$target" -max_total_time="$1" -max_len="$(longest_of "$target")" \
     -timeout=10 -rss_limit_mb=1024 -print_final_stats=1 ${dictionary:+"-dict=$dictionary"} \
-    -artifact_prefix="$build/artifacts/$target-" "$build/corpus/$target" "fuzz/corpus/$target" ${found:+"$found"} \
-    >"$log" 2>&1 || status=1
+    -artifact_prefix="$build/artifacts/$target-" "$build/corpus/$target" "fuzz/corpus/$target" "$build/fuzz/learnt/$target" \
+    ${found:+"$found"} >"$log" 2>&1 || status=1
   edges=$(sed -n 's/.* cov: \([0-9]*\) .*/\1/p' "$log" | tail -n 1)
   printf '%-16s %12s executions %8s/s %6s edges%s\n' "$target" "$(figure "$log" number_of_executed_units)" \
     "$(figure "$log" average_exec_per_sec)" "$edges" "$([ $status = 0 ] || echo "  BROKEN, see $log")"

@@ -8,7 +8,7 @@
 set -eu
 cd "$(dirname "$0")/.."
 . ./cmake/packages.sh
-need_packages g++ cmake ninja-build libgtest-dev libgmock-dev libcrypt-dev gcovr
+need_packages g++ cmake ninja-build libgtest-dev libgmock-dev libcrypt-dev gcovr patch
 
 build=build/coverage
 jobs=$(getconf _NPROCESSORS_ONLN)

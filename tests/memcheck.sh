@@ -9,7 +9,7 @@
 set -eu
 here=$(cd "$(dirname "$0")/.." && pwd)
 . "$here/cmake/packages.sh"
-need_packages valgrind
+need_packages valgrind patch
 
 build=$(cd "$here" && cd "${1:-build/release}" && pwd)
 what=${2:-all}
@@ -30,7 +30,9 @@ exec $memcheck "$build/orvellis" "\$@"
 EOF
   chmod +x "$work/orvellis"
   # shellcheck disable=SC2016 # the inner shell expands it
-  find "$here/tests/cli" -name args -o -name form -o -name run | sed 's|/[^/]*$||' | sort |
+  find "$here/tests/cli" -path "$here/tests/cli/bases" -prune -o \
+    \( -name args -o -name form -o -name run -o -name base -o -name '*.case' \) -print |
+    sed -E 's:/(args|form|run|base)$::' | sort -u |
     xargs -n 1 -P "$jobs" sh -c '
       "$0/tests/cli/run_case.sh" "$1/orvellis" "$2" >"$1/said.$$" 2>&1 || { echo "FAILED: $2"; cat "$1/said.$$"; exit 1; }
     ' "$here" "$work"

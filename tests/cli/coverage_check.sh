@@ -16,15 +16,16 @@ rows() {  # FILE TABLE
     sed -nE -e 's/^ *\{"([^"]+)".*(kFromForm|kFromAccount).*/\1 \2/p' -e t -e 's/^ *\{"([^"]+)".*/\1 kFromAny/p'
 }
 
-# What the files of these names hold, one line end after each file.
-contents() {  # NAME...
-  for name in "$@"; do
-    find "$project/tests/cli" -type f -name "$name" -exec awk 1 {} +
-  done
+# What the files of cases hold whose names match, one line end after each file.
+contents() {  # EXTENDED_REGULAR_EXPRESSION
+  find "$project/tests/cli" -type f | grep -E "/($1)\$" | tr '\n' '\0' | xargs -0 awk 1
+  find "$project/tests/cli" -type f -name '*.case' -exec awk -v begin="^-- (.*/)?($1)( \\(no line end\\))? --\$" '
+    /^-- .+ --$/ { wanted = $0 ~ begin; next }
+    wanted' {} +
 }
 
-contents args form run | tr '& ' '\n\n' >"$work/kFromForm"
-contents '*.conf' >"$work/keys"
+contents 'args|form|run' | tr '& ' '\n\n' >"$work/kFromForm"
+contents '[^/]*[.]conf' >"$work/keys"
 grep -i '^user=' "$work/keys" | tr ';' '\n' >"$work/kFromAccount"
 cat "$work/kFromForm" "$work/kFromAccount" >"$work/kFromAny"
 

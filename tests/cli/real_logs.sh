@@ -1,7 +1,7 @@
 #!/bin/sh
 # Reports over logs that real servers wrote, held against counts made by other means.
 #
-#   real_logs.sh PROGRAM FOLDER_OF_LOGS
+#   ORVELLIS_REAL_LOGS=FOLDER_OF_LOGS real_logs.sh PROGRAM
 #
 # For each log, real_logs.awk lists what its records are, sort and uniq count
 # them, and every row of every table of the report must be the same, in the same
@@ -10,10 +10,10 @@ set -eu
 export LC_ALL=C TZ=UTC
 
 program=$1
-logs=$2
+logs=${ORVELLIS_REAL_LOGS:-}
 here=$(cd "$(dirname "$0")" && pwd)
 if [ ! -d "$logs" ]; then
-  echo "There is no folder $logs: nothing to test."
+  echo "ORVELLIS_REAL_LOGS names no folder: nothing to test."
   exit 77
 fi
 logs=$(cd "$logs" && pwd)
