@@ -127,6 +127,7 @@ struct Rules {
   std::string_view realm;  // empty: any
   std::string_view user;
   DnsMode dns;
+  void (*add_bytes)(SuperLong& counter, int64_t amount);
   bool flush_to_server;
   bool filter_domains;
   bool filter_types;
@@ -189,13 +190,20 @@ static bool NeedsTypeFilter(const Settings& settings) {
          settings.hitsperdayofweek != 0 || settings.hitsperhour != 0;
 }
 
-static Rules ResolveRules(const Settings& settings) {
+// deliberate: an amount below 0 is a large one
+static void AddNarrowBytes(SuperLong& counter, int64_t amount) {
+  SuperLongAdd(counter, static_cast<uint32_t>(amount));
+}
+
+static Rules ResolveRules(const Settings& settings, const Counting& counting) {
+  const bool wide = counting.limits.wide_figures;
   return {
       .settings = settings,
       .find = ResolveFindTest(settings),
       .realm = settings.authrealm,
       .user = settings.authuser,
       .dns = ResolveDnsMode(settings),
+      .add_bytes = wide ? SuperLongAddWide : AddNarrowBytes,
       .flush_to_server = settings.flushtoserver != 0,
       .filter_domains = settings.filter_domains[0] != '\0',
       .filter_types = settings.filter_filetypes[0] != '\0' && NeedsTypeFilter(settings),
@@ -375,7 +383,7 @@ static void CountRecord(const Rules& rules, const SuperLogRecord& record, Analys
       return;
     }
     ++analysis.hits;
-    SuperLongAdd(analysis.bytes, static_cast<uint32_t>(record.bytes));
+    rules.add_bytes(analysis.bytes, record.bytes);
   }
   if (record.status == 404) {
     CountNotFound(rules, record, analysis);
@@ -441,7 +449,7 @@ static void CollectFigures(Analysis& analysis) {
 }
 
 void CountLogs(const Settings& settings, Analysis& analysis) {
-  const Rules rules = ResolveRules(settings);
+  const Rules rules = ResolveRules(settings, analysis.counting);
   if (settings.debug != 0) {
     OpenDebugTable();
   }

@@ -41,6 +41,12 @@ void SetDateByOrder(int order, int a, int b, int c, tm& when);
 // mean: the first above 89 is a year; the third from 90 on is one, too.
 void GuessDateBestEffort(int a, int b, int c, tm& when);
 
+// Whether no parser found anything for a date that was cleared, as they leave it
+// when their text is malformed.
+inline bool HoldsNoDate(const tm& when) {
+  return when.tm_mday == 0 && when.tm_year == 0;
+}
+
 // Seconds since 1970 or 1904; fills all fields, daylight-saving flag included.
 void ParseEpoch(const char* text, tm& when);
 

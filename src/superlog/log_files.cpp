@@ -4,6 +4,7 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <cinttypes>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -12,6 +13,7 @@
 #include "superlog/line_reader.h"
 #include "superlog/log_dates.h"
 #include "superlog/log_format.h"
+#include "superlog/log_limits.h"
 #include "superlog/log_probe.h"
 #include "superlog/summary_file.h"
 #include "superlog/superlog.h"
@@ -31,6 +33,7 @@ void ResetSuperLog() {
   ResetLineReader();
   ResetLogFormat();
   ResetLogDates();
+  mLogLimits = kClassicLimits;
   mDebug = false;
   mFilesBegun = false;
   mLogsInReportRange = false;
@@ -70,7 +73,7 @@ static bool AddLogsOfPattern(const char* pattern, bool trust_known_dates) {
   do {
     LogFile log = {};
     snprintf(log.name, sizeof log.name, "%s%s", directory, found.name);
-    log.size = static_cast<uint32_t>(found.size);
+    log.size = WrappedSize(mLogLimits, static_cast<uint64_t>(found.size));
     log.state = kSeenOnDisk;
     if (FileIsntDots(found.name) && (!trust_known_dates || FileShouldBeScanned(log))) {
       GetLogFileDateRange(log, found.size);
@@ -82,8 +85,9 @@ static bool AddLogsOfPattern(const char* pattern, bool trust_known_dates) {
   return probed;
 }
 
-void SuperLog_Init(Settings& settings, const Limits& /*limits*/, time_t range_first, time_t range_last) {
+void SuperLog_Init(Settings& settings, const Limits& limits, time_t range_first, time_t range_last) {
   SuperLog_Uninit();
+  mLogLimits = limits;
   mFilesBegun = false;
   mLogsInReportRange = false;
   mAnalysisRangeFirst_t = range_first;
@@ -182,7 +186,7 @@ static bool IsInRange(const LogFile& log) {
 // Opens the file when it reaches into the range. Its debug row stays open for
 // the format's name.
 static bool OpenIfInRange(LogFile& log) {
-  DebugPrint("<tr><td>%s</td><td align=right>%u</td>", log.name, log.size);
+  DebugPrint("<tr><td>%s</td><td align=right>%" PRIu64 "</td>", log.name, log.size);
   if (log.size == 0 || log.first == 0 || log.last == 0) {
     DebugPrint("<td colspan=2 align=center>invalid size or dates. probably not a log file</td><td>");
     return false;

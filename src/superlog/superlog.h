@@ -14,15 +14,16 @@
 #include "cgi/settings.h"
 #include "superlog/super_long.h"
 
-// One request. Texts are absent (null data), or NUL-terminated and at most 243
-// characters; they stay valid until the next SuperLog_ParseNextLine.
+// One request. Texts are absent (null data), or NUL-terminated and at most as long
+// as the limits let an item be; figures are as wide as they let them be. Texts stay valid until the next
+// SuperLog_ParseNextLine.
 struct SuperLogRecord {
   std::string_view host;  // without port and without one trailing dot
   tm local;               // the request's local time, all nine fields normalised
-  int32_t time;           // seconds since the epoch, GMT correction applied
+  time_t time;            // seconds since the epoch, GMT correction applied
   std::string_view url;
-  int32_t status;  // 0 when the line has none
-  int32_t bytes;
+  int64_t status;  // 0 when the line has none
+  int64_t bytes;   // as written, which may be anything
   std::string_view referrer;
   std::string_view agent;
   std::string_view realm;

@@ -19,8 +19,8 @@ using Text = std::optional<std::string>;
 // A record whose texts outlive the next line.
 struct Kept {
   Text host, url, referrer, agent, realm, user;
-  int status, bytes;
-  int32_t time;
+  int64_t status, bytes;
+  int64_t time;
   tm local;
 };
 
