@@ -52,33 +52,33 @@ static uint8_t AgentKind(std::string_view agent) {
   return static_cast<uint8_t>((MSIE(agent) ? kMsieKind : 0) | (navigator ? kNavigatorKind : 0));
 }
 
-static int32_t CountOfBrand(const ListInfo& browsers, uint8_t kind) {
-  const int32_t alone = browsers.kinds[kind];
-  const int32_t both = browsers.kinds[kMsieKind | kNavigatorKind];
-  return static_cast<int32_t>(static_cast<uint32_t>(alone) + static_cast<uint32_t>(both));
+static int64_t CountOfBrand(const ListInfo& browsers, uint8_t kind) {
+  return browsers.kinds[kind] + browsers.kinds[kMsieKind | kNavigatorKind];
 }
 
-static void SetBrandCounts(const ListInfo& browsers) {
-  MsieCount = CountOfBrand(browsers, kMsieKind);
-  NavCount = CountOfBrand(browsers, kNavigatorKind);
+static void SetBrandCounts(const Limits& limits, const ListInfo& browsers) {
+  MsieCount = Wrapped(limits, CountOfBrand(browsers, kMsieKind));
+  NavCount = Wrapped(limits, CountOfBrand(browsers, kNavigatorKind));
 }
 
 // The order of creation decides which of two equally long tables is thinned.
-static void CreateTables(Analysis& analysis) {
+static void CreateTables(const Settings& settings, Analysis& analysis) {
+  const SubLists referrers = settings.badurl_referrers != 0 ? SubLists::kAny : SubLists::kNone;
   const struct {
     CountedReport& report;
     const char* name;
+    SubLists sublists = SubLists::kNone;
   } tables[] = {
       {analysis.urls, "Top URLs"},
       {analysis.referrers, "Top Referrers"},
       {analysis.browsers, "Browsers"},
-      {analysis.badurls, "Bad URLs"},
+      {analysis.badurls, "Bad URLs", referrers},
       {analysis.badreferrers, "Bad Referrers"},
       {analysis.domains, "Domains"},
       {analysis.domaintypes, "Domain Types"},
   };
   for (const auto& table : tables) {
-    init_list(table.report.list, table.report.info, table.name);
+    init_list(table.report.list, table.report.info, table.name, table.sublists);
   }
   analysis.browsers.info->classify = AgentKind;
 }
@@ -99,10 +99,11 @@ bool BeginAnalysis(Settings& settings, const Counting& counting, Analysis& analy
   // Engines that the configuration defined keep their descriptors, outside the
   // chain: their phrases are never reclaimed.
   gListInfo = {};
+  SetCountingLimits(counting.limits);
   smart_memory_init(settings);
   DNSLookup_Init();
   Search_Init();
-  CreateTables(analysis);
+  CreateTables(settings, analysis);
   return true;
 }
 
@@ -124,6 +125,7 @@ struct FindTest {
 struct Rules {
   const Settings& settings;
   FindTest find;
+  size_t longest_item;
   std::string_view realm;  // empty: any
   std::string_view user;
   DnsMode dns;
@@ -200,6 +202,7 @@ static Rules ResolveRules(const Settings& settings, const Counting& counting) {
   return {
       .settings = settings,
       .find = ResolveFindTest(settings),
+      .longest_item = counting.limits.item,
       .realm = settings.authrealm,
       .user = settings.authuser,
       .dns = ResolveDnsMode(settings),
@@ -299,12 +302,18 @@ static void CountNotFound(const Rules& rules, const SuperLogRecord& record, Anal
   }
 }
 
+// As much of a resolved name as of a logged one.
+static std::string_view Kept(const Rules& rules, std::string_view host) {
+  return host.substr(0, rules.longest_item);
+}
+
 static void CountDomain(const Rules& rules, Visitor& visitor, Analysis& analysis) {
   if (rules.dns == DnsMode::kDomainReportsOnly) {
     ResolveHost(visitor);
   }
   if (rules.domains) {
-    visitor.host = IPaddress(visitor.host) ? TruncateIP(visitor.host) : TruncateLSD(visitor.host);
+    visitor.host =
+        IPaddress(Kept(rules, visitor.host)) ? TruncateIP(visitor.host) : TruncateLSD(visitor.host);
     CountItem(analysis.domains, visitor.host, false);
   }
   if (rules.domain_types) {
@@ -379,7 +388,7 @@ static void CountRecord(const Rules& rules, const SuperLogRecord& record, Analys
   Visitor visitor(record.host);
   if (counted) {
     if (rules.dns == DnsMode::kAllHosts && ResolveHost(visitor) &&
-        !NotFilteredDomain(rules.settings, visitor.host)) {
+        !NotFilteredDomain(rules.settings, Kept(rules, visitor.host))) {
       return;
     }
     ++analysis.hits;
@@ -433,6 +442,27 @@ static void OpenDebugTable() {
       "<tr><td colspan=6 align=center><font size=\"+1\"><b>Debugging Information</b></font></td></tr>\n");
 }
 
+template <size_t N>
+static void WrapFigures(const Limits& limits, TimeDistribution<N>& distribution) {
+  for (int64_t& count : distribution.counts) {
+    count = Wrapped(limits, count);
+  }
+  distribution.total = Wrapped(limits, distribution.total);
+}
+
+// Figures simply rise while records stream through, and get their width in the end.
+static void WrapFigures(Analysis& analysis) {
+  const Limits& limits = analysis.counting.limits;
+  for (int64_t* figure : {&analysis.hits, &analysis.urls.total, &analysis.referrers.total,
+                          &analysis.browsers.total, &analysis.badurls.total, &analysis.badreferrers.total,
+                          &analysis.domains.total, &analysis.domaintypes.total}) {
+    *figure = Wrapped(limits, *figure);
+  }
+  WrapFigures(limits, analysis.days);
+  WrapFigures(limits, analysis.weekdays);
+  WrapFigures(limits, analysis.hours);
+}
+
 // What the modules keep of a run joins the record of all that was counted.
 static void CollectFigures(Analysis& analysis) {
   analysis.search = {mpEngineHead, mHits_Search, mNoConfigDefinitions};
@@ -457,9 +487,10 @@ void CountLogs(const Settings& settings, Analysis& analysis) {
     CountLogFile(rules, analysis);
     count_queued();
   }
-  SetBrandCounts(*analysis.browsers.info);
+  SetBrandCounts(analysis.counting.limits, *analysis.browsers.info);
   SuperLog_NextLogFile_Done();
   CollectFigures(analysis);
+  WrapFigures(analysis);
 }
 
 void EndAnalysis(Analysis& analysis) {

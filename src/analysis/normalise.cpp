@@ -5,8 +5,8 @@
 #include "base/text.h"
 #include "superlog/byte_scan.h"
 
-int32_t MsieCount = 0;
-int32_t NavCount = 0;
+int64_t MsieCount = 0;
+int64_t NavCount = 0;
 
 static constexpr std::string_view kNullHost = "(null)";  // an absent host as some servers write it
 static constexpr std::string_view kMsie = "MSIE";
@@ -43,7 +43,7 @@ bool IPaddress(std::string_view host) {
   if (host.empty()) {
     return false;
   }
-  const std::string_view label = TruncateDomain(host.substr(0, kTextMax), 1);
+  const std::string_view label = TruncateDomain(host, 1);
   // deliberate: the last character alone decides, whatever stands before it
   return label.empty() || !IsLetterAscii(label.back());
 }

@@ -11,8 +11,8 @@
 
 // Counted requests whose agent was classified as Internet Explorer and as
 // Netscape Navigator. Raised by the analysis, shown with the browsers section.
-extern int32_t MsieCount;
-extern int32_t NavCount;
+extern int64_t MsieCount;
+extern int64_t NavCount;
 
 // True for a dotted numeric address, blanks around it allowed. Lenient: only the
 // octets before a dot are held against 255 (their values wrap at 32 bits), and
@@ -23,8 +23,7 @@ bool IsIpAddr(std::string_view text);
 bool IpAddrsOnly(std::string_view text);
 
 // True when the host's last label is empty, is the whole host "(null)", or does
-// not end in a letter; false for an absent or empty host. Of a host longer than
-// 243 characters only those count.
+// not end in a letter; false for an absent or empty host.
 bool IPaddress(std::string_view host);
 
 // The last n labels; the whole host when it has fewer than n dots or n is below

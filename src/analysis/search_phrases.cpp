@@ -4,6 +4,7 @@
 
 #include "analysis/counting_table.h"
 #include "analysis/search_engines.h"
+#include "base/limits.h"
 #include "base/text.h"
 #include "base/url_decode.h"
 #include "superlog/byte_scan.h"
@@ -11,7 +12,7 @@
 long mHits_Search = 0;
 
 // No phrase needs more encoded text: an escape takes three characters.
-static constexpr size_t kEncodedPhraseMax = 3 * kTextMax;
+static constexpr size_t kEncodedPhraseMax = 3 * kLongestItem;
 
 bool FindQueryValue(std::string_view text, std::string_view name, std::string_view& value) {
   const size_t query = text.find('?');

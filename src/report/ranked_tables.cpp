@@ -35,7 +35,7 @@ static void PrintCutOff(int top, int top_is_percent, int greater, const char* no
   printf("<br>\n");
 }
 
-static void PrintBrand(int32_t count, const char* brand) {
+static void PrintBrand(int64_t count, const char* brand) {
   double share = Percentage(count, gHits_Browsers);
   if (share < 1.0) {
     share = 0.0;  // deliberate: 0.6 does not round up to 1
@@ -77,7 +77,7 @@ struct RowKind {
 };
 }  // namespace
 
-static void PrintTextRow(const char* text, int32_t count, double percentage) {
+static void PrintTextRow(const char* text, int64_t count, double percentage) {
   printf("<tr><td align=center>%ld</td><td align=center>%0.2f%%</td><td>%s</td></tr>\n",
          static_cast<long>(count), percentage, text);
 }
@@ -111,7 +111,7 @@ static bool IsAbsoluteUrl(std::string_view item) {
 
 // The cut-off of the section does not hold for sub-lists.
 static void PrintReferrersOf(const ListItem& item) {
-  const ListItem* referrer = item.sublist == nullptr ? nullptr : SortList(*item.sublist);
+  const ListItem* referrer = item.sublist() == nullptr ? nullptr : SortList(*item.sublist());
   if (referrer == nullptr) {
     return;
   }

@@ -167,7 +167,7 @@ class RankedTables : public testing::Test {
     gListInfo = {};
     smart_memory_init(settings_);
     NavCount = MsieCount = gHits_Browsers = 0;
-    init_list(list_, info_, "Items");
+    init_list(list_, info_, "Items", SubLists::kAny);
   }
 
   void TearDown() override {
@@ -412,7 +412,7 @@ class PrintRankedSectionTest : public RankedTables {
           Row{analysis_.browsers, "Browsers", 40}, Row{analysis_.badurls, "Bad URLs", 0},
           Row{analysis_.badreferrers, "Bad Referrers", 0}, Row{analysis_.domains, "Domains", 80},
           Row{analysis_.domaintypes, "Domain Types", 100}}) {
-      init_list(row.report.list, row.report.info, row.name);
+      init_list(row.report.list, row.report.info, row.name, SubLists::kAny);
       row.report.total = row.total;
     }
   }
