@@ -146,6 +146,7 @@ struct Rules {
   bool domains;
   bool domain_types;
   bool days;
+  bool dates;
   bool weekdays;
   bool hours;
 };
@@ -222,7 +223,8 @@ static Rules ResolveRules(const Settings& settings, const Counting& counting) {
       .bad_referrers = settings.badreferrers.on != 0,
       .domains = settings.domains.on != 0,
       .domain_types = settings.domaintypes.on != 0,
-      .days = settings.dailytotals != 0,
+      .days = settings.dailytotals != 0 && counting.days == DayCounting::kByDayOfYear,
+      .dates = settings.dailytotals != 0 && counting.days == DayCounting::kByDate,
       .weekdays = settings.hitsperdayofweek != 0,
       .hours = settings.hitsperhour != 0,
   };
@@ -325,6 +327,8 @@ static void CountDomain(const Rules& rules, Visitor& visitor, Analysis& analysis
 static void CountTime(const Rules& rules, const tm& local, Analysis& analysis) {
   if (rules.days) {
     CountAt(analysis.days, local.tm_yday);
+  } else if (rules.dates) {
+    CountDay(analysis.dates, local);
   }
   if (rules.weekdays) {
     CountAt(analysis.weekdays, local.tm_wday);
@@ -458,6 +462,10 @@ static void WrapFigures(Analysis& analysis) {
                           &analysis.domains.total, &analysis.domaintypes.total}) {
     *figure = Wrapped(limits, *figure);
   }
+  for (DayCount& day : OrderDays(analysis.dates)) {
+    day.count = Wrapped(limits, day.count);
+  }
+  analysis.dates.total = Wrapped(limits, analysis.dates.total);
   WrapFigures(limits, analysis.days);
   WrapFigures(limits, analysis.weekdays);
   WrapFigures(limits, analysis.hours);
@@ -501,6 +509,7 @@ void EndAnalysis(Analysis& analysis) {
                                 &analysis.badreferrers, &analysis.domains, &analysis.domaintypes}) {
     destroy(report->list);
   }
+  ReleaseDays(analysis.dates);
   FreeDomainsNow();
   FreeFileTypesNow();
 }

@@ -7,6 +7,7 @@
 #include <ctime>
 
 #include "analysis/counting_table.h"
+#include "analysis/day_counts.h"
 #include "analysis/search_engines.h"
 #include "base/limits.h"
 #include "cgi/settings.h"
@@ -73,7 +74,8 @@ struct Analysis {
   CountedReport badreferrers;
   CountedReport domains;
   CountedReport domaintypes;
-  TimeDistribution<366> days;    // by day of the year
+  TimeDistribution<366> days;    // by day of the year, or
+  DayCounts dates;               // by date, in order once all are counted
   TimeDistribution<7> weekdays;  // 0 = Sunday
   TimeDistribution<24> hours;
   int64_t hits;     // records counted
@@ -101,5 +103,5 @@ bool BeginAnalysis(Settings& settings, const Counting& counting, Analysis& analy
 // the end.
 void CountLogs(const Settings& settings, Analysis& analysis);
 
-// Releases what the run counted.
+// Releases what the run counted; no figure may be read any more.
 void EndAnalysis(Analysis& analysis);

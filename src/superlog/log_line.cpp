@@ -241,8 +241,13 @@ static void SettleHost(std::string_view& host, const LineParts& parts) {
   }
 }
 
-static bool FitsRecord(time_t time) {
-  return time == Wrapped(mLogLimits, time);
+// Whether both times have a record's width, and come from a date: where figures are
+// narrow, what is none of it does not fit.
+static bool FitsRecord(const tm& local, time_t written, time_t time) {
+  if (mLogLimits.wide_figures) {
+    return !HoldsNoDate(local);
+  }
+  return written == static_cast<int32_t>(written) && time == static_cast<int32_t>(time);
 }
 
 // Turns the date and time that were collected into the record's; false when
@@ -250,7 +255,7 @@ static bool FitsRecord(time_t time) {
 static bool SettleTime(SuperLogRecord& record) {
   const time_t written = LocalToTime(record.local);
   const time_t time = written + mGmtOffset;
-  if (!FitsRecord(written) || !FitsRecord(time) || time == 0 || time == -1 || HoldsNoDate(record.local)) {
+  if (!FitsRecord(record.local, written, time) || time == 0 || time == -1) {
     return false;
   }
   record.time = time;
