@@ -87,7 +87,7 @@ static void PrintPlainRow(const Settings& /*settings*/, const ListItem& item, do
 }
 
 static void PrintNetworkRow(const Settings& settings, const ListItem& item, double percentage) {
-  char name[kTextSize];
+  char name[kLongestItem + 1];
   CopyText(name, item.key());
   ResolveItem(name, settings.Networks);
   PrintTextRow(name, item.count, percentage);

@@ -218,6 +218,92 @@ TEST_F(CountLogsTest, RefusedMemoryEndsTheRunBeforeTheNextFileIsOpened) {
   EXPECT_EQ(ReadFile(printed).find("b.log"), std::string::npos);
 }
 
+// ---- Limits and days ------------------------------------------------------------
+
+class CountingOfDriver : public Driver {
+ protected:
+  void RunWith(const Counting& counting) {
+    EndAnalysis(analysis_);
+    analysis_ = {};
+    testing::internal::CaptureStdout();
+    EXPECT_TRUE(BeginAnalysis(settings_, counting, analysis_));
+    CountLogs(settings_, analysis_);
+    testing::internal::GetCapturedStdout();
+  }
+};
+
+TEST_F(CountingOfDriver, TheSameDayOfTwoYearsIsOneDayByDayOfYearAndTwoByDate) {
+  settings_.dailytotals = 1;
+  CopyText(settings_.end_date, "03312100");
+  AddLog("a.log", {{.time = "05/Mar/2001:10:00:00"}, {.time = "05/Mar/2002:10:00:00"}});
+  RunWith(kClassicCounting);
+  EXPECT_EQ(analysis_.days.counts[63], 2);
+  EXPECT_EQ(analysis_.days.total, 2);
+  EXPECT_EQ(analysis_.dates.total, 0);
+  RunWith(kModernCounting);
+  EXPECT_EQ(analysis_.days.total, 0);
+  EXPECT_EQ(analysis_.dates.total, 2);
+  EXPECT_EQ(CountOfDay(analysis_.dates, 11386), 1);  // 983786400 / 86400
+  EXPECT_EQ(CountOfDay(analysis_.dates, 11751), 1);
+  EXPECT_EQ(CountOfDay(analysis_.dates, 11387), 0);
+}
+
+TEST_F(CountingOfDriver, TimesBeyond32BitsCountInModernOnly) {
+  settings_.requests.on = 1;
+  CopyText(settings_.start_date, "01011900");
+  CopyText(settings_.end_date, "03312100");
+  AddLog("a.log", {{.time = "01/Jan/1900:10:00:00", .url = "/1900"},
+                   {.time = "05/Mar/2000:10:00:00", .url = "/2000"},
+                   {.time = "05/Mar/2039:10:00:00", .url = "/2039"},
+                   {.time = "05/Mar/2100:10:00:00", .url = "/2100"}});
+  RunWith(kClassicCounting);
+  EXPECT_EQ(Urls(), "/2000=1 ");
+  RunWith(kModernCounting);
+  EXPECT_EQ(Urls(), "/1900=1 /2000=1 /2039=1 /2100=1 ");
+}
+
+TEST_F(CountingOfDriver, LongItemsCountWholeInModern) {
+  settings_.requests.on = settings_.referrers.on = settings_.badurls.on = settings_.badurl_referrers = 1;
+  const std::string url = "/" + std::string(1999, 'u');
+  const std::string from = "http://" + std::string(2041, 'r');
+  AddLog("a.log", {{.url = url + "a", .status = "404", .referrer = from + "x"},
+                   {.url = url + "b", .status = "404", .referrer = from + "y"}});
+  RunWith(kClassicCounting);
+  EXPECT_EQ(Urls(), url.substr(0, 243) + "=2 ");
+  RunWith(kModernCounting);
+  EXPECT_EQ(Urls(), url + "a=1 " + url + "b=1 ");
+  EXPECT_EQ(BadUrls(), url + "a=1(" + from + "=1 ) " + url + "b=1(" + from + "=1 ) ");
+  EXPECT_EQ(Referrers(), from + "=2 ");
+}
+
+TEST_F(CountingOfDriver, SizesBeyond32BitsAddUpInModern) {
+  AddLog("a.log", {{.bytes = "5000000000"}, {.bytes = "-1"}});
+  RunWith(kClassicCounting);  // 705032704 and 4294967295
+  EXPECT_EQ(SuperLongToDouble(analysis_.bytes), 4999999999.0);
+  RunWith(kModernCounting);
+  EXPECT_EQ(SuperLongToDouble(analysis_.bytes), 5000000000.0);
+}
+
+TEST_F(CountingOfDriver, TotalsWrapAt32BitsInClassicOnly) {
+  settings_.requests.on = settings_.browsers.on = settings_.dailytotals = settings_.hitsperhour = 1;
+  AddLog("a.log", {{.agent = kMsie}});
+  for (const Counting& counting : {kClassicCounting, kModernCounting}) {
+    EndAnalysis(analysis_);
+    ASSERT_TRUE(BeginAnalysis(settings_, counting, analysis_));
+    analysis_.hits = analysis_.urls.total = analysis_.hours.counts[10] = analysis_.hours.total = INT32_MAX;
+    analysis_.days.counts[64] = analysis_.dates.total = analysis_.browsers.info->kinds[1] = UINT32_MAX;
+    CountLogs(settings_, analysis_);
+    const bool wide = counting.limits.wide_figures;
+    const int64_t beyond_31 = wide ? int64_t{1} << 31 : INT32_MIN;
+    EXPECT_EQ(analysis_.hits, beyond_31);
+    EXPECT_EQ(analysis_.urls.total, beyond_31);
+    EXPECT_EQ(analysis_.hours.counts[10], beyond_31);
+    EXPECT_EQ(analysis_.hours.total, beyond_31);
+    EXPECT_EQ(wide ? analysis_.dates.total : analysis_.days.counts[64], wide ? int64_t{1} << 32 : 0);
+    EXPECT_EQ(analysis_.MsieCount, wide ? int64_t{1} << 32 : 0);
+  }
+}
+
 // ---- Which records are counted --------------------------------------------------
 
 TEST_F(CountLogsTest, AuthUserSkipsOthersAndRecordsWithoutUser) {

@@ -80,6 +80,11 @@ class LogFilesTest : public testing::Test {
     return text;
   }
 
+  void InitWith(const Limits& limits) {
+    ResetSuperLog();
+    SuperLog_Init(settings, limits, March(1), March(31));
+  }
+
   void Init(int first_day = 1, int last_day = 31) {
     SuperLog_Init(settings, kClassicLimits, March(first_day), March(last_day));
   }
@@ -223,6 +228,17 @@ TEST_F(LogFilesTest, LogOfAnotherSizeIsProbedAgain) {
   InitAgain();
   EXPECT_EQ(mpLogsRoot->first, March(9));
   EXPECT_EQ(mpLogsRoot->last, March(10));
+}
+
+TEST_F(LogFilesTest, SizesBeyond4GBAreWholeInModernAndModulo2To32InClassic) {
+  Write("a.log", Line(2));
+  std::filesystem::resize_file(PathOf("a.log"), (int64_t{1} << 32) + 70);  // holes behind the line
+  InitWith(kClassicLimits);
+  EXPECT_TRUE(SummaryEntries().starts_with("70,")) << SummaryEntries();
+  InitWith(kModernLimits);
+  EXPECT_TRUE(SummaryEntries().starts_with("4294967366,")) << SummaryEntries();
+  InitWith(kModernLimits);
+  EXPECT_EQ(mpLogsRoot->size, 4294967366U);
 }
 
 TEST_F(LogFilesTest, AccessLogIsAlwaysProbed) {
