@@ -44,6 +44,12 @@ static void CutAt(std::string_view& text, char c) {
   CutTo(text, static_cast<size_t>(FindByte(text.data(), EndOf(text), c) - text.data()));
 }
 
+static void CutToItem(std::string_view& text) {
+  if (text.size() > mLogLimits.item) {
+    CutTo(text, mLogLimits.item);
+  }
+}
+
 void TrimFullRequest(std::string_view& request) {
   const char* const end = EndOf(request);
   const char* const space = FindByte(request.data(), end, ' ');
@@ -169,6 +175,7 @@ static bool TakeValue(char letter, std::string_view value, SuperLogRecord& recor
     case 'q':
       record.url = value;
       TrimFullRequest(record.url);
+      CutToItem(record.url);
       break;
     case 'r':
       record.status = ToNumber(value);
@@ -193,8 +200,8 @@ static bool SplitLine(SuperLogRecord& record, LineParts& parts) {
     }
     ParseFieldBySeparator(cursor, separator);
     if (cursor.length > longest) {
-      cursor.length = longest;
-      cursor.value[longest] = '\0';
+      cursor.length = std::min(cursor.length, *letter == 'q' ? mLogLimits.request : longest);
+      cursor.value[cursor.length] = '\0';
     }
     if (!TakeValue(*letter, {cursor.value, cursor.length}, record, parts)) {
       return false;

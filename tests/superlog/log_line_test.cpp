@@ -513,6 +513,14 @@ TEST_F(ParseNextLineTest, ModernValuesAreCutTo2048Characters) {
   }
 }
 
+TEST_F(ParseNextLineTest, ModernRequestIsCutBehindItsUrl) {
+  mLogLimits = kModernLimits;
+  const std::string url = "/" + std::string(2046, 'u');
+  EXPECT_EQ(ParseAs("S1q", "[10/Oct/2000:13:55:36 +0000] \"GET " + url + "x HTTP/1.0\"").url, url + "x");
+  EXPECT_EQ(ParseAs("S1q", "[10/Oct/2000:13:55:36 +0000] \"GET " + url + "xy HTTP/1.0\"").url, url + "x");
+  EXPECT_EQ(ParseAs("S1q", "[10/Oct/2000:13:55:36 +0000] \"" + url + "xy\"").url, url + "x");
+}
+
 TEST_F(ParseNextLineTest, ModernCombinedUrlIsCutTo2048Characters) {
   mLogLimits = kModernLimits;
   EXPECT_EQ(ParseAs("T0xe", "971186136\t/" + std::string(1000, 's') + "\t" + std::string(1046, 'q')).url,
