@@ -7,6 +7,10 @@
 // A numbered key, or the text up to the next line break.
 static std::string TakeKey(std::string_view& input) {
   const uint8_t kind = TakeByte(input);
+  if (kind >= 253) {  // around the longest that waits, and around the longest of all
+    const size_t length = (kind == 253 ? 243 : kind == 254 ? 255 : 2047) + TakeByte(input) % 3;
+    return std::string(length, 'k') + Numbered("/", TakeByte(input) % 4);
+  }
   return kind < 200 ? Numbered(kind % 2 == 0 ? "/a/Page" : "/a/pAGE", kind / 2) : UpToNul(TakePart(input));
 }
 
@@ -68,6 +72,7 @@ static void Run(std::string_view input) {
   const int reclaim = TakeByte(input) % 16;
   const int size = TakeByte(input);
   const int budget = size - size % 4;  // records
+  SetLimits(size % 4 == 3 ? kModernLimits : kClassicLimits);
   InitMemory(MemorySettings(keep, reclaim, BudgetOfRecords(budget)));
   mRefuseNext = false;
   mpAllocate = RefuseOnce;

@@ -1,8 +1,10 @@
 // The line readers against a plain reading, byte by byte. Three bytes tell how
 // many bytes to put before the text, so that it lies around the end of a block or
-// of a window of blocks, and with what; the rest is the text.
+// of a window of blocks, with what, and whether in the modern limits; the rest is
+// the text.
 #include "superlog/line_reader.h"
 
+#include "superlog/log_limits.h"
 #include "superlog/plain_lines.h"
 #include "support.h"
 
@@ -15,7 +17,7 @@ static std::string CurrentLine() {
 }
 
 static void CheckCurrentLine() {
-  REQUIRE(mLineLen <= kLineMax && mpLine[mLineLen] == '\0');
+  REQUIRE(mLineLen <= mLogLimits.line && mpLine[mLineLen] == '\0');
   REQUIRE(static_cast<size_t>(mpLineEnd - mpLine) == strlen(mpLine));
 }
 
@@ -45,7 +47,7 @@ static void CheckPlainReader(const char* path, const std::string& bytes, size_t 
   for (size_t at = SkipEols(bytes, from); at < bytes.size(); at = SkipEols(bytes, at)) {
     const size_t end = std::min(bytes.find_first_of("\r\n", at), bytes.size());
     ReadLine();
-    REQUIRE(CurrentLine() == bytes.substr(at, std::min(end - at, kLineMax)));
+    REQUIRE(CurrentLine() == bytes.substr(at, std::min(end - at, mLogLimits.line)));
     CheckCurrentLine();
     at = std::min(end + 1, bytes.size());
     REQUIRE(TellLog() == static_cast<int64_t>(at));
@@ -58,7 +60,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static constexpr size_t kBoundaries[] = {0, 0, kBlockSize, 4096, 0, kBigBufSize, 2 * kBlockSize, 0};
   static MemoryFile file;
   std::string_view input = AsText(data, size);
-  const size_t boundary = kBoundaries[TakeByte(input) % 8];
+  const uint8_t setting = TakeByte(input);
+  const size_t boundary = kBoundaries[setting % 8];
+  mLogLimits = setting >= 128 ? kModernLimits : kClassicLimits;
   const size_t back = TakeByte(input);
   const uint8_t filling = TakeByte(input);
   std::string bytes(boundary - std::min(boundary, back), filling % 4 == 0 ? '\n' : 'x');

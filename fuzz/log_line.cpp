@@ -1,9 +1,10 @@
 // Records of a log. The first byte picks what comes before the log (a header line
-// of each family, the user's layout in the input's first line, or nothing) and
-// the order of dates; the rest is the log.
+// of each family, the user's layout in the input's first line, or nothing, in the
+// limits of either edition) and the order of dates; the rest is the log.
 #include "dates/local_time.h"
 #include "superlog/line_reader.h"
 #include "superlog/log_dates.h"
+#include "superlog/log_limits.h"
 #include "superlog/superlog.h"
 #include "support.h"
 
@@ -27,7 +28,7 @@ static const char* const kOrders[] = {"DMY", "DYM", "MYD", "YDM", "", "YMD", "MD
 
 // Absent, or as long as its terminator says and short enough for a field.
 static void CheckText(std::string_view text) {
-  REQUIRE(text.data() == nullptr || (text.size() <= kTextMax && strlen(text.data()) == text.size()));
+  REQUIRE(text.data() == nullptr || (text.size() <= mLogLimits.item && strlen(text.data()) == text.size()));
 }
 
 static void CheckRecord(const SuperLogRecord& record) {
@@ -58,6 +59,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (head == 15) {
     SuperLog_SetLogFormat(UpToNul(TakePart(input)).c_str(), kLevelForm);
   }
+  mLogLimits = head >= 11 && head < 15 ? kModernLimits : kClassicLimits;
   InitLogDates();
   REQUIRE(OpenLog(file.Fill((head < kHeadCount ? kHeads[head] : "") + std::string(input))));
   SuperLogRecord record;

@@ -26,7 +26,6 @@ static constexpr size_t kLastCapacity = size_t{1} << 31;
 static constexpr size_t kCacheLine = 64;
 static constexpr uint32_t kWaitingMax = 16;  // a power of two
 static constexpr uint32_t kSlotDelay = 8;    // keys queued between asking for a slot and reading it
-static constexpr int32_t kSortLimit = 999999;
 
 static KeySeed ChooseSeed() noexcept {
   KeySeed seed = RandomSeed(
@@ -36,6 +35,18 @@ static KeySeed ChooseSeed() noexcept {
 }
 
 static const KeySeed mSeed = ChooseSeed();
+
+static constexpr size_t LongestThatWaits(const Limits& limits) {
+  return std::min(limits.item, kWaitingKeyMax);
+}
+
+Limits mCountingLimits = kClassicLimits;
+static size_t mLongestThatWaits = LongestThatWaits(kClassicLimits);
+
+void SetCountingLimits(const Limits& limits) {
+  mCountingLimits = limits;
+  mLongestThatWaits = LongestThatWaits(limits);
+}
 
 // ---- Index ----
 
@@ -47,7 +58,7 @@ static IndexSlot& FreeSlot(IndexSlot* slots, size_t capacity, uint32_t hash) {
   return slots[i];
 }
 
-static ListItem* WalkFor(const List& list, const PaddedKey& key, uint32_t hash, bool ignore_case) {
+static ListItem* WalkFor(const List& list, PaddedText key, uint32_t hash, bool ignore_case) {
   ListItem* item = list.first;
   while (item != nullptr && (item->hash != hash || !SameKey(*item, key, ignore_case))) {
     item = item->next;
@@ -55,7 +66,7 @@ static ListItem* WalkFor(const List& list, const PaddedKey& key, uint32_t hash, 
   return item;
 }
 
-static ListItem* Find(const List& list, const PaddedKey& key, uint32_t hash, bool ignore_case) {
+static ListItem* Find(const List& list, PaddedText key, uint32_t hash, bool ignore_case) {
   if (list.slots == nullptr) {
     return WalkFor(list, key, hash, ignore_case);
   }
@@ -166,7 +177,7 @@ static void Append(ListInfoChain& chain, const ListInfoChain& more) {
   }
 }
 
-void init_list(List& list, ListInfo*& info, const char* name) {
+void init_list(List& list, ListInfo*& info, const char* name, SubLists sublists) {
   list = {};
   info = static_cast<ListInfo*>(mpAllocateZeroed(1, sizeof(ListInfo)));
   if (info == nullptr) {
@@ -174,29 +185,35 @@ void init_list(List& list, ListInfo*& info, const char* name) {
   }
   info->head = &list;
   info->name = name;
+  info->sublists = sublists == SubLists::kAny;
   Append(gListInfo, {info, info});
 }
 
 // Makes a record of count 0. A reclaim on the way may thin any list, this one
 // included, but spares the parent.
-[[gnu::noinline]] static ListItem& NewItem(List& list, ListInfo& info, const PaddedKey& key, uint32_t hash,
+[[gnu::noinline]] static ListItem& NewItem(List& list, ListInfo& info, PaddedText key, uint32_t hash,
                                            const ListItem* parent) {
   if (!MakeRoom(list) && !TryWithReclaims(parent, [&] { return MakeRoom(list); })) {
     EndWithoutMemory();
   }
   const size_t padded = PaddedKeySize(key.length);
-  ListItem* item = static_cast<ListItem*>(smart_alloc(offsetof(ListItem, name) + padded, info, parent));
+  const bool has_tail = info.sublists && parent == nullptr;
+  const size_t size = sizeof(ListItem) + padded + (has_tail ? sizeof(List*) : 0);
+  ListItem* item = static_cast<ListItem*>(smart_alloc(size, info, parent));
   if (item == nullptr) {
     EndWithoutMemory();
   }
   item->next = list.first;
-  item->sublist = nullptr;
   item->hash = hash;
   item->rank = 0;
   item->count = 0;
-  item->length = static_cast<uint8_t>(key.length);
+  item->length = static_cast<uint16_t>(key.length);
   item->kind = info.classify == nullptr ? uint8_t{0} : info.classify(key.text());
   memcpy(item->name, key.bytes, padded);
+  item->has_tail = has_tail;
+  if (has_tail) {
+    *item->tail() = nullptr;
+  }
   list.first = item;
   ++list.length;
   if (list.slots != nullptr) {
@@ -206,7 +223,8 @@ void init_list(List& list, ListInfo*& info, const char* name) {
 }
 
 static List& SublistOf(ListItem& item) {
-  if (item.sublist == nullptr) {
+  List*& sublist = *item.tail();
+  if (sublist == nullptr) {
     const auto allocate = [] { return static_cast<List*>(mpAllocateZeroed(1, sizeof(List))); };
     List* list = allocate();
     if (list == nullptr) {
@@ -215,16 +233,12 @@ static List& SublistOf(ListItem& item) {
     if (list == nullptr) {
       EndWithoutMemory();
     }
-    item.sublist = list;
+    sublist = list;
   }
-  return *item.sublist;
+  return *sublist;
 }
 
-static void AddOne(int32_t& count) {
-  count = static_cast<int32_t>(static_cast<uint32_t>(count) + 1);
-}
-
-[[gnu::always_inline]] inline static ListItem& CountKey(List& list, ListInfo* info, const PaddedKey& key,
+[[gnu::always_inline]] inline static ListItem& CountKey(List& list, ListInfo* info, PaddedText key,
                                                         uint32_t hash, const ListItem* parent,
                                                         bool ignore_case) {
   ListItem* item = Find(list, key, hash, ignore_case);
@@ -232,8 +246,8 @@ static void AddOne(int32_t& count) {
     list.ignore_case = ignore_case;
     item = &NewItem(list, *info, key, hash, parent);
   }
-  AddOne(item->count);
-  AddOne(info->kinds[item->kind]);
+  ++item->count;
+  ++info->kinds[item->kind];
   return *item;
 }
 
@@ -247,12 +261,17 @@ struct Waiting {
   PaddedKey subkey;  // empty: none
 };
 
-static void CountWaiting(const Waiting& waiting, const ListItem* parent) {
+static void CountSubkey(ListItem& item, ListInfo* info, PaddedText subkey, bool ignore_case) {
+  if (item.has_tail) {
+    CountKey(SublistOf(item), info, subkey, HashKey(subkey, ignore_case, mSeed), &item, ignore_case);
+  }
+}
+
+static void CountWaiting(const Waiting& waiting) {
   ListItem& item =
-      CountKey(*waiting.list, waiting.info, waiting.key, waiting.hash, parent, waiting.ignore_case);
+      CountKey(*waiting.list, waiting.info, waiting.key.padded(), waiting.hash, nullptr, waiting.ignore_case);
   if (waiting.subkey.length > 0) {
-    CountKey(SublistOf(item), waiting.info, waiting.subkey,
-             HashKey(waiting.subkey, waiting.ignore_case, mSeed), &item, waiting.ignore_case);
+    CountSubkey(item, waiting.info, waiting.subkey.padded(), waiting.ignore_case);
   }
 }
 
@@ -271,7 +290,7 @@ static void FetchItem(const Waiting& waiting) {
   const IndexSlot* const slot = HomeSlot(*waiting.list, waiting.hash);
   if (slot != nullptr && slot->item != nullptr) {
     __builtin_prefetch(&slot->item->count);
-    __builtin_prefetch(slot->item->name + kCacheLine);
+    __builtin_prefetch(reinterpret_cast<const char*>(&slot->item->count) + kCacheLine);
   }
 }
 
@@ -281,23 +300,27 @@ static void FetchItem(const Waiting& waiting) {
   waiting.list = &list;
   waiting.info = info;
   waiting.ignore_case = ignore_case;
-  PadKey(waiting.key, key.substr(0, kTextMax));
+  PadKey(waiting.key, key);
   waiting.subkey.length = 0;
   if (!subkey.empty()) {
-    PadKey(waiting.subkey, subkey.substr(0, kTextMax));
+    PadKey(waiting.subkey, subkey);
   }
-  waiting.hash = HashKey(waiting.key, ignore_case, mSeed);
+  waiting.hash = HashKey(waiting.key.padded(), ignore_case, mSeed);
 }
 
 void queue_item(List& list, ListInfo* info, std::string_view key, std::string_view subkey, bool ignore_case) {
   if (key.empty()) {
     return;
   }
+  if (key.size() > mLongestThatWaits || subkey.size() > mLongestThatWaits) {
+    add_item(list, info, key, subkey, nullptr, ignore_case);
+    return;
+  }
   if (mQueuedTo - mFetchedTo == kSlotDelay) {
     FetchItem(WaitingAt(mFetchedTo++));
   }
   if (mQueuedTo - mCountedTo == kWaitingMax) {
-    CountWaiting(WaitingAt(mCountedTo++), nullptr);
+    CountWaiting(WaitingAt(mCountedTo++));
   }
   Waiting& waiting = WaitingAt(mQueuedTo++);
   Fill(waiting, list, info, key, subkey, ignore_case);
@@ -309,7 +332,7 @@ void count_queued() {
     FetchItem(WaitingAt(mFetchedTo++));
   }
   while (mCountedTo != mQueuedTo) {
-    CountWaiting(WaitingAt(mCountedTo++), nullptr);
+    CountWaiting(WaitingAt(mCountedTo++));
   }
 }
 
@@ -326,9 +349,14 @@ int64_t TotalList(const List& list) {
   count_queued();
   int64_t total = 0;
   for (const ListItem* item = list.first; item != nullptr; item = item->next) {
-    total += item->count;
+    total += Wrapped(mCountingLimits, item->count);
   }
   return total;
+}
+
+static void CopyPadded(LongPaddedKey& padded, std::string_view key) {
+  padded.length = key.copy(padded.bytes, mCountingLimits.item);
+  memset(padded.bytes + padded.length, 0, kKeyChunk - padded.length % kKeyChunk);
 }
 
 void add_item(List& list, ListInfo* info, std::string_view key, std::string_view subkey, ListItem* parent,
@@ -337,13 +365,14 @@ void add_item(List& list, ListInfo* info, std::string_view key, std::string_view
   if (key.empty()) {
     return;
   }
-  char key_text[kTextSize + kScanOverread];
-  char subkey_text[kTextSize + kScanOverread];
-  Waiting waiting;
-  const size_t length = key.copy(key_text, kTextMax);
-  const size_t sublength = subkey.copy(subkey_text, kTextMax);
-  Fill(waiting, list, info, {key_text, length}, {subkey_text, sublength}, ignore_case);
-  CountWaiting(waiting, parent);
+  LongPaddedKey padded;
+  CopyPadded(padded, key);
+  ListItem& item = CountKey(list, info, padded.padded(), HashKey(padded.padded(), ignore_case, mSeed), parent,
+                            ignore_case);
+  if (!subkey.empty()) {
+    CopyPadded(padded, subkey);
+    CountSubkey(item, info, padded.padded(), ignore_case);
+  }
 }
 
 // ---- Order ----
@@ -374,6 +403,9 @@ static ListItem* SortChain(ListItem*& rest, size_t length, const Before& before)
 template <typename Before>
 static ListItem* SortAll(List& list, const Before& before) {
   list.pivots = 0;
+  for (ListItem* item = list.first; item != nullptr; item = item->next) {
+    WrapCount(*item);
+  }
   ListItem* rest = list.first;
   list.first = list.length == 0 ? nullptr : SortChain(rest, list.length, before);
   return list.first;
@@ -387,8 +419,9 @@ ListItem* KeyOrder(List& list) {
 
 struct DisplayBefore {
   bool ignore_case;
+  int64_t limit = mCountingLimits.ranked;
 
-  static bool Sorts(const ListItem& item) { return item.count >= 0 && item.count <= kSortLimit; }
+  bool Sorts(const ListItem& item) const { return item.count >= 0 && item.count <= limit; }
 
   bool operator()(const ListItem& a, const ListItem& b) const {
     // deliberate: counts above the limit stay behind all others
@@ -405,11 +438,11 @@ struct DisplayBefore {
 // Moves the first `shown` records to the front of the chain, in order: a heap of
 // the best so far has the last of them on top.
 static ListItem* SelectFirst(List& list, ListItem** heap, size_t shown) {
-  const auto before = [&](const ListItem* a, const ListItem* b) {
-    return DisplayBefore{list.ignore_case}(*a, *b);
-  };
+  const DisplayBefore display{list.ignore_case};
+  const auto before = [&](const ListItem* a, const ListItem* b) { return display(*a, *b); };
   ListItem* item = list.first;
   for (size_t i = 0; i < shown; ++i, item = item->next) {
+    WrapCount(*item);
     heap[i] = item;
   }
   std::make_heap(heap, heap + shown, before);
@@ -417,6 +450,7 @@ static ListItem* SelectFirst(List& list, ListItem** heap, size_t shown) {
   while (item != nullptr) {
     ListItem* other = item;
     item = item->next;
+    WrapCount(*other);
     if (before(other, heap[0])) {
       std::pop_heap(heap, heap + shown, before);
       std::swap(other, heap[shown - 1]);
@@ -455,9 +489,9 @@ static void Release(List& list) {
   while (item != nullptr) {
     ListItem* const gone = item;
     item = item->next;
-    if (gone->sublist != nullptr) {
-      Release(*gone->sublist);
-      free(gone->sublist);
+    if (List* const sublist = gone->sublist()) {
+      Release(*sublist);
+      free(sublist);
     }
     free(gone);
   }
@@ -468,10 +502,10 @@ size_t ReleaseItem(List& list, ListItem* item) {
   Unindex(list, item);
   --list.length;
   size_t released = 1;
-  if (item->sublist != nullptr) {
-    released += item->sublist->length;
-    Release(*item->sublist);
-    free(item->sublist);
+  if (List* const sublist = item->sublist()) {
+    released += sublist->length;
+    Release(*sublist);
+    free(sublist);
   }
   free(item);
   return released;

@@ -10,24 +10,41 @@
 #include <cstdint>
 #include <string_view>
 
+#include "base/limits.h"
+
 struct List;
 struct ListInfo;
 
 // What one record counts as in the memory statistics, whatever it really takes.
 inline constexpr size_t kListItemSize = 256;
 
+// What finding a record reads stands beside the name.
 struct ListItem {
   ListItem* next;
-  List* sublist;  // null when empty
-  uint32_t hash;  // of the key; differs from run to run
-  int32_t rank;   // lower bound of count under which a reclaim has filed the record
-  int32_t count;
-  uint8_t length;  // at most kTextMax
-  uint8_t kind;    // what the list's classifier made of the key
-  char name[];     // the key, padded with at least one NUL
+  int64_t rank;     // lower bound of count under which a reclaim has filed the record
+  uint32_t hash;    // of the key; differs from run to run
+  uint16_t length;  // at most kLongestItem
+  uint8_t kind;     // what the list's classifier made of the key
+  bool has_tail;    // a pointer to a sub-list follows the padded name
+  int64_t count;    // where figures are narrow, 32 bits of it count
+  char name[];      // the key, padded with NULs to a multiple of eight characters, at least one
 
   std::string_view key() const { return {name, length}; }
+  List* sublist() const { return has_tail ? *tail() : nullptr; }  // null when empty
+  List** tail() const;
 };
+static_assert(sizeof(ListItem) == 32 && offsetof(ListItem, name) == 32);
+static_assert(kLongestItem <= UINT16_MAX);
+
+// A record's name is padded with NULs up to a whole word beyond its key.
+inline constexpr size_t kKeyWord = 8;
+inline size_t PaddedKeySize(size_t length) {
+  return (length / kKeyWord + 1) * kKeyWord;
+}
+
+inline List** ListItem::tail() const {
+  return reinterpret_cast<List**>(const_cast<char*>(name) + PaddedKeySize(length));
+}
 
 struct IndexSlot;
 
@@ -60,8 +77,9 @@ struct ListInfo {
   int32_t entries;    // top-level records in the list
   int32_t reclaimed;  // top-level records that memory reclaims removed
   ListInfo* next;
+  bool sublists;           // top-level records may have sub-lists
   KeyClassifier classify;  // null: all keys are of kind 0
-  int32_t kinds[kKinds];   // occurrences of keys of each kind; wrap at 32 bits
+  int64_t kinds[kKinds];   // occurrences of keys of each kind; as wide as a record's count
   ListItem* pivots[kMaxPivots];
 };
 
@@ -71,23 +89,31 @@ struct ListInfoChain {
 };
 extern ListInfoChain gListInfo;
 
-// Empties the list and appends a descriptor for it to gListInfo. list and name
-// must outlive the run's reclaims. When memory runs out, the process exits with
-// status 1.
-void init_list(List& list, ListInfo*& info, const char* name);
+// How long keys may be and how wide counts, from now on; the classic limits until
+// then. Called while no list holds records.
+void SetCountingLimits(const Limits& limits);
 
-// Counts one occurrence of key (cut to 243 characters, without NULs) and, when
-// subkey is present, one of subkey in that record's sub-list. An absent or empty
-// key does nothing; an empty subkey counts as absent. parent is null for a top-level
-// list. A list is always given the same ignore_case; in one that ignores case
-// the first spelling seen stays. When memory is refused even after reclaims,
-// the process exits at once with status 1. Counts wrap at 32 bits.
+// Empties the list and appends a descriptor for it to gListInfo. list and name
+// must outlive the run's reclaims. Room for a sub-list costs each record eight
+// bytes. When memory runs out, the process exits with status 1.
+enum class SubLists { kNone, kAny };
+void init_list(List& list, ListInfo*& info, const char* name, SubLists sublists = SubLists::kNone);
+
+// Counts one occurrence of key (cut to the length of an item, without NULs) and,
+// when subkey is present, one of subkey in that record's sub-list. An absent or empty
+// key does nothing; an empty subkey counts as absent, as any does in a list without
+// sub-lists. parent is null for a top-level list. A list is always given the same
+// ignore_case; in one that ignores case the first spelling seen stays. When memory is
+// refused even after reclaims, the process exits at once with status 1. Counts wrap at
+// 32 bits where figures are narrow, which shows after the next KeyOrder, SortList or
+// reclaim; TotalList takes them as wrapped.
 // For other programs that link the library; tested, not used by orvellis.
 void add_item(List& list, ListInfo* info, std::string_view key, std::string_view subkey, ListItem* parent,
               bool ignore_case);
 
 // Counts as add_item does in a top-level list, but keys may wait in a short
 // queue: most of what a key costs is waiting for memory, and they wait together.
+// Keys above 255 characters do not wait, nor do those before them.
 // All are counted in the order of the calls, those of add_item included. The
 // functions below count what waits first, but for forget_queued; whoever reads a
 // record, a descriptor or the memory statistics by other ways calls count_queued
@@ -113,10 +139,10 @@ int64_t TotalList(const List& list);
 ListItem* KeyOrder(List& list);
 
 // Links the records in display order and returns the first: counts descending,
-// ties in descending key order; counts above 999999, and below 0, stay behind
-// all others in ascending key order. Only the first `shown` records need be in
-// their places; those behind them are linked in no particular order. Where
-// memory for a selection is refused all are put in order.
+// ties in descending key order; counts above the limits' `ranked` (999999 in the
+// classic ones), and below 0, stay behind all others in ascending key order. Only the first `shown` records
+// need be in their places; those behind them are linked in no particular order. Where memory for a selection
+// is refused all are put in order.
 ListItem* SortList(List& list, size_t shown = SIZE_MAX);
 
 // Releases every record, sub-lists included; the memory statistics stay.

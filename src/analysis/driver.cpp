@@ -52,53 +52,57 @@ static uint8_t AgentKind(std::string_view agent) {
   return static_cast<uint8_t>((MSIE(agent) ? kMsieKind : 0) | (navigator ? kNavigatorKind : 0));
 }
 
-static int32_t CountOfBrand(const ListInfo& browsers, uint8_t kind) {
-  const int32_t alone = browsers.kinds[kind];
-  const int32_t both = browsers.kinds[kMsieKind | kNavigatorKind];
-  return static_cast<int32_t>(static_cast<uint32_t>(alone) + static_cast<uint32_t>(both));
+static int64_t CountOfBrand(const ListInfo& browsers, uint8_t kind) {
+  return browsers.kinds[kind] + browsers.kinds[kMsieKind | kNavigatorKind];
 }
 
 static void SetBrandCounts(Analysis& analysis) {
-  analysis.MsieCount = CountOfBrand(*analysis.browsers.info, kMsieKind);
-  analysis.NavCount = CountOfBrand(*analysis.browsers.info, kNavigatorKind);
-  analysis.gHits_Browsers = static_cast<int32_t>(analysis.browsers.total);
+  const Limits& limits = analysis.counting.limits;
+  analysis.MsieCount = Wrapped(limits, CountOfBrand(*analysis.browsers.info, kMsieKind));
+  analysis.NavCount = Wrapped(limits, CountOfBrand(*analysis.browsers.info, kNavigatorKind));
+  analysis.gHits_Browsers = Wrapped(limits, analysis.browsers.total);
 }
 
 // The order of creation decides which of two equally long tables is thinned.
-static void CreateTables(Analysis& analysis) {
+static void CreateTables(const Settings& settings, Analysis& analysis) {
+  const SubLists referrers = settings.badurl_referrers != 0 ? SubLists::kAny : SubLists::kNone;
   const struct {
     CountedReport& report;
     const char* name;
+    SubLists sublists = SubLists::kNone;
   } tables[] = {
       {analysis.urls, "Top URLs"},
       {analysis.referrers, "Top Referrers"},
       {analysis.browsers, "Browsers"},
-      {analysis.badurls, "Bad URLs"},
+      {analysis.badurls, "Bad URLs", referrers},
       {analysis.badreferrers, "Bad Referrers"},
       {analysis.domains, "Domains"},
       {analysis.domaintypes, "Domain Types"},
   };
   for (const auto& table : tables) {
-    init_list(table.report.list, table.report.info, table.name);
+    init_list(table.report.list, table.report.info, table.name, table.sublists);
   }
   analysis.browsers.info->classify = AgentKind;
 }
 
-bool BeginAnalysis(Settings& settings, Analysis& analysis, const AnalysisEvents& events) {
+bool BeginAnalysis(Settings& settings, const Counting& counting, Analysis& analysis,
+                   const AnalysisEvents& events) {
   analysis = {};
+  analysis.counting = counting;
   mpLineRead = events.line_read;
   analysis.ReportStartTime = CurrentTime();
   SetRange(settings, analysis);
-  SuperLog_Init(settings, analysis.range_first, analysis.range_last, events.logs);
+  SuperLog_Init(settings, counting.limits, analysis.range_first, analysis.range_last, events.logs);
   if (!SuperLog_LogFilesFound()) {
     return false;
   }
   exempt_lists();  // phrases of engines that the configuration defined are never reclaimed
+  SetCountingLimits(counting.limits);
   smart_memory_init(settings);
   DNSLookup_Init();
   Search_Init();
   analysis.search = NewSearchCounts();
-  CreateTables(analysis);
+  CreateTables(settings, analysis);
   return true;
 }
 
@@ -120,9 +124,11 @@ struct FindTest {
 struct Rules {
   const Settings& settings;
   FindTest find;
+  size_t longest_item;
   std::string_view realm;  // empty: any
   std::string_view user;
   DnsMode dns;
+  void (*add_bytes)(SuperLong& counter, int64_t amount);
   bool filter_domains;
   bool filter_types;
   bool keep_query;
@@ -138,6 +144,7 @@ struct Rules {
   bool domains;
   bool domain_types;
   bool days;
+  bool dates;
   bool weekdays;
   bool hours;
 };
@@ -184,13 +191,21 @@ static bool NeedsTypeFilter(const Settings& settings) {
          settings.hitsperdayofweek != 0 || settings.hitsperhour != 0;
 }
 
-static Rules ResolveRules(const Settings& settings) {
+// deliberate: an amount below 0 is a large one
+static void AddNarrowBytes(SuperLong& counter, int64_t amount) {
+  SuperLongAdd(counter, static_cast<uint32_t>(amount));
+}
+
+static Rules ResolveRules(const Settings& settings, const Counting& counting) {
+  const bool wide = counting.limits.wide_figures;
   return {
       .settings = settings,
       .find = ResolveFindTest(settings),
+      .longest_item = counting.limits.item,
       .realm = settings.authrealm,
       .user = settings.authuser,
       .dns = ResolveDnsMode(settings),
+      .add_bytes = wide ? SuperLongAddWide : AddNarrowBytes,
       .filter_domains = settings.filter_domains[0] != '\0',
       .filter_types = settings.filter_filetypes[0] != '\0' && NeedsTypeFilter(settings),
       .keep_query = settings.showquery != 0,
@@ -205,7 +220,8 @@ static Rules ResolveRules(const Settings& settings) {
       .bad_referrers = settings.badreferrers.on != 0,
       .domains = settings.domains.on != 0,
       .domain_types = settings.domaintypes.on != 0,
-      .days = settings.dailytotals != 0,
+      .days = settings.dailytotals != 0 && counting.days == DayCounting::kByDayOfYear,
+      .dates = settings.dailytotals != 0 && counting.days == DayCounting::kByDate,
       .weekdays = settings.hitsperdayofweek != 0,
       .hours = settings.hitsperhour != 0,
   };
@@ -285,12 +301,18 @@ static void CountNotFound(const Rules& rules, const SuperLogRecord& record, Anal
   }
 }
 
+// As much of a resolved name as of a logged one.
+static std::string_view Kept(const Rules& rules, std::string_view host) {
+  return host.substr(0, rules.longest_item);
+}
+
 static void CountDomain(const Rules& rules, Visitor& visitor, Analysis& analysis) {
   if (rules.dns == DnsMode::kDomainReportsOnly) {
     ResolveHost(visitor);
   }
   if (rules.domains) {
-    visitor.host = IPaddress(visitor.host) ? TruncateIP(visitor.host) : TruncateLSD(visitor.host);
+    visitor.host =
+        IPaddress(Kept(rules, visitor.host)) ? TruncateIP(visitor.host) : TruncateLSD(visitor.host);
     CountItem(analysis.domains, visitor.host, false);
   }
   if (rules.domain_types) {
@@ -302,6 +324,8 @@ static void CountDomain(const Rules& rules, Visitor& visitor, Analysis& analysis
 static void CountTime(const Rules& rules, const tm& local, Analysis& analysis) {
   if (rules.days) {
     CountAt(analysis.days, local.tm_yday);
+  } else if (rules.dates) {
+    CountDay(analysis.dates, local);
   }
   if (rules.weekdays) {
     CountAt(analysis.weekdays, local.tm_wday);
@@ -365,11 +389,11 @@ static void CountRecord(const Rules& rules, const SuperLogRecord& record, Analys
   Visitor visitor(record.host);
   if (counted) {
     if (rules.dns == DnsMode::kAllHosts && ResolveHost(visitor) &&
-        !NotFilteredDomain(rules.settings, visitor.host)) {
+        !NotFilteredDomain(rules.settings, Kept(rules, visitor.host))) {
       return;
     }
     ++analysis.hits;
-    SuperLongAdd(analysis.bytes, static_cast<uint32_t>(record.bytes));
+    rules.add_bytes(analysis.bytes, record.bytes);
   }
   if (record.status == 404) {
     CountNotFound(rules, record, analysis);
@@ -404,6 +428,31 @@ static void CountLogFile(const Rules& rules, Analysis& analysis) {
   }
 }
 
+template <size_t N>
+static void WrapFigures(const Limits& limits, TimeDistribution<N>& distribution) {
+  for (int64_t& count : distribution.counts) {
+    count = Wrapped(limits, count);
+  }
+  distribution.total = Wrapped(limits, distribution.total);
+}
+
+// Figures simply rise while records stream through, and get their width in the end.
+static void WrapFigures(Analysis& analysis) {
+  const Limits& limits = analysis.counting.limits;
+  for (int64_t* figure : {&analysis.hits, &analysis.urls.total, &analysis.referrers.total,
+                          &analysis.browsers.total, &analysis.badurls.total, &analysis.badreferrers.total,
+                          &analysis.domains.total, &analysis.domaintypes.total}) {
+    *figure = Wrapped(limits, *figure);
+  }
+  for (DayCount& day : OrderDays(analysis.dates)) {
+    day.count = Wrapped(limits, day.count);
+  }
+  analysis.dates.total = Wrapped(limits, analysis.dates.total);
+  WrapFigures(limits, analysis.days);
+  WrapFigures(limits, analysis.weekdays);
+  WrapFigures(limits, analysis.hours);
+}
+
 // What the modules keep of a run joins the record of all that was counted.
 static void CollectFigures(Analysis& analysis) {
   SetBrandCounts(analysis);
@@ -415,13 +464,14 @@ static void CollectFigures(Analysis& analysis) {
 }
 
 void CountLogs(const Settings& settings, Analysis& analysis) {
-  const Rules rules = ResolveRules(settings);
+  const Rules rules = ResolveRules(settings, analysis.counting);
   while (SuperLog_NextLogFile()) {
     CountLogFile(rules, analysis);
     count_queued();
   }
   SuperLog_NextLogFile_Done();
   CollectFigures(analysis);
+  WrapFigures(analysis);
 }
 
 void EndAnalysis(Analysis& analysis) {
@@ -432,6 +482,7 @@ void EndAnalysis(Analysis& analysis) {
                                 &analysis.badreferrers, &analysis.domains, &analysis.domaintypes}) {
     destroy(report->list);
   }
+  ReleaseDays(analysis.dates);
   FreeDomainsNow();
   FreeFileTypesNow();
 }

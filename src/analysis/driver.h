@@ -7,10 +7,26 @@
 #include <ctime>
 
 #include "analysis/counting_table.h"
+#include "analysis/day_counts.h"
 #include "analysis/search_phrases.h"
+#include "base/limits.h"
 #include "cgi/settings.h"
 #include "superlog/log_events.h"
 #include "superlog/super_long.h"
+
+enum class DayCounting {
+  kByDayOfYear,  // deliberate: the same days of different years are one
+  kByDate,
+};
+
+// The rules of a run that no setting changes.
+struct Counting {
+  Limits limits;
+  DayCounting days;
+};
+
+inline constexpr Counting kClassicCounting{kClassicLimits, DayCounting::kByDayOfYear};
+inline constexpr Counting kModernCounting{kModernLimits, DayCounting::kByDate};
 
 struct CountedReport {
   List list;
@@ -40,6 +56,7 @@ struct MemoryFigures {
 
 // Everything that one run counts stands here, or can be reached from here.
 struct Analysis {
+  Counting counting;       // how it is counted
   time_t ReportStartTime;  // when the analysis began
   CountedReport urls;
   CountedReport referrers;
@@ -48,7 +65,8 @@ struct Analysis {
   CountedReport badreferrers;
   CountedReport domains;
   CountedReport domaintypes;
-  TimeDistribution<366> days;    // by day of the year
+  TimeDistribution<366> days;    // by day of the year, or
+  DayCounts dates;               // by date, in order once all are counted
   TimeDistribution<7> weekdays;  // 0 = Sunday
   TimeDistribution<24> hours;
   int64_t hits;     // records counted
@@ -71,12 +89,13 @@ struct AnalysisEvents {
   void (*line_read)() = nullptr;  // another line of a log was delivered, counted or not
 };
 
-// Clears analysis, sets its range from the dates of the settings, finds the log
-// files, and prepares smart memory, search engines and tables. False, with
-// nothing left to count or to release, when there is no log file. Fills an empty
-// settings.summary. Engines must be defined before. What happens until
-// CountLogs returns is told to the functions of events.
-bool BeginAnalysis(Settings& settings, Analysis& analysis, const AnalysisEvents& events = {});
+// Clears analysis, takes the rules over, sets its range from the dates of the
+// settings, finds the log files, and prepares smart memory, search engines and
+// tables. False, with nothing left to count or to release, when there is no log
+// file. Fills an empty settings.summary. Engines must be defined before. What
+// happens until CountLogs returns is told to the functions of events.
+bool BeginAnalysis(Settings& settings, const Counting& counting, Analysis& analysis,
+                   const AnalysisEvents& events = {});
 
 // Reads all log files in range and counts their records. The settings are only
 // read here, once. All records of a file are counted before the next one is
@@ -84,7 +103,7 @@ bool BeginAnalysis(Settings& settings, Analysis& analysis, const AnalysisEvents&
 void CountLogs(const Settings& settings, Analysis& analysis);
 
 // Releases what the run counted, but for the phrases: they stay with their
-// engines, which another analysis must not use.
+// engines, which another analysis must not use. No figure may be read any more.
 void EndAnalysis(Analysis& analysis);
 
 // Returns this folder to its state at the start of the process, and leaves no

@@ -15,23 +15,31 @@
 #include "base/text.h"
 #include "superlog/byte_scan.h"
 
-// A record's name is padded with NULs up to a whole word beyond its key.
-inline constexpr size_t kKeyWord = 8;
-inline size_t PaddedKeySize(size_t length) {
-  return (length / kKeyWord + 1) * kKeyWord;
-}
-
-// A waiting key is padded with NULs up to a whole chunk beyond it. Nearly all
+// A key to look for is padded with NULs up to a whole chunk beyond it. Nearly all
 // keys are one chunk: what treats a chunk without asking for the length is
 // faster than loops whose turns the processor cannot foresee.
 inline constexpr size_t kKeyChunk = 64;
 static_assert(kKeyChunk <= kScanOverread);
-struct alignas(kKeyChunk) PaddedKey {
-  char bytes[(kTextMax / kKeyChunk + 1) * kKeyChunk];
+struct PaddedText {
+  const char* bytes;
   size_t length;
 
   std::string_view text() const { return {bytes, length}; }
 };
+
+template <size_t kLongest>
+struct alignas(kKeyChunk) KeyRoom {
+  char bytes[(kLongest / kKeyChunk + 1) * kKeyChunk];
+  size_t length;
+
+  PaddedText padded() const { return {bytes, length}; }
+};
+
+// Those that wait have little room each, so that all of them stay in the fastest cache.
+inline constexpr size_t kWaitingKeyMax = 255;
+using PaddedKey = KeyRoom<kWaitingKeyMax>;
+using LongPaddedKey = KeyRoom<kLongestItem>;
+static_assert(kTextMax <= kWaitingKeyMax);
 
 // Keeps people from choosing keys that collide; no result depends on it.
 struct KeySeed {
@@ -55,9 +63,10 @@ inline void StoreBlock(char* bytes, KeyBlock block) {
   __builtin_memcpy(bytes, &block, sizeof block);
 }
 
-// Takes over a key of at most kTextMax characters. Its buffer must go on for
+// Takes over a key of at most kLongest characters. Its buffer must go on for
 // kScanOverread bytes beyond it.
-inline void PadKey(PaddedKey& padded, std::string_view key) {
+template <size_t kLongest>
+inline void PadKey(KeyRoom<kLongest>& padded, std::string_view key) {
   alignas(kKeyChunk) static constexpr struct Masks {
     char bytes[2 * kKeyChunk] = {};
     constexpr Masks() { std::fill_n(bytes, kKeyChunk, '\xFF'); }
@@ -121,7 +130,7 @@ inline uint64_t HashChunk(const char* chunk, const KeySeed& seed) {
 }
 
 template <bool kFold>
-inline uint32_t HashChunks(const PaddedKey& key, const KeySeed& seed) {
+inline uint32_t HashChunks(PaddedText key, const KeySeed& seed) {
   uint64_t state = key.length ^ seed.length;
   size_t at = 0;
   do {
@@ -131,11 +140,11 @@ inline uint32_t HashChunks(const PaddedKey& key, const KeySeed& seed) {
   return static_cast<uint32_t>(MultiplyFold(state, seed.chain));
 }
 
-inline uint32_t HashKey(const PaddedKey& key, bool fold, const KeySeed& seed) {
+inline uint32_t HashKey(PaddedText key, bool fold, const KeySeed& seed) {
   return fold ? HashChunks<true>(key, seed) : HashChunks<false>(key, seed);
 }
 
-inline bool EqualFolded(const ListItem& item, const PaddedKey& key) {
+inline bool EqualFolded(const ListItem& item, PaddedText key) {
   for (size_t i = 0; i < key.length; i += kKeyWord) {
     if (FoldWord(LoadWord(item.name + i)) != FoldWord(LoadWord(key.bytes + i))) {
       return false;
@@ -144,7 +153,7 @@ inline bool EqualFolded(const ListItem& item, const PaddedKey& key) {
   return true;
 }
 
-inline bool SameKey(const ListItem& item, const PaddedKey& key, bool fold) {
+inline bool SameKey(const ListItem& item, PaddedText key, bool fold) {
   return item.length == key.length &&
          (memcmp(item.name, key.bytes, key.length) == 0 || (fold && EqualFolded(item, key)));
 }

@@ -40,7 +40,7 @@ bool IPaddress(std::string_view host) {
   if (host.empty()) {
     return false;
   }
-  const std::string_view label = TruncateDomain(host.substr(0, kTextMax), 1);
+  const std::string_view label = TruncateDomain(host, 1);
   // deliberate: the last character alone decides, whatever stands before it
   return label.empty() || !IsLetterAscii(label.back());
 }

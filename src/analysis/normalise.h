@@ -18,8 +18,7 @@ bool IsIpAddr(std::string_view text);
 bool IpAddrsOnly(std::string_view text);
 
 // True when the host's last label is empty, is the whole host "(null)", or does
-// not end in a letter; false for an absent or empty host. Of a host longer than
-// 243 characters only those count.
+// not end in a letter; false for an absent or empty host.
 bool IPaddress(std::string_view host);
 
 // The last n labels; the whole host when it has fewer than n dots or n is below

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "analysis/request_filters_internal.h"
+#include "base/limits.h"
 #include "base/text.h"
 
 namespace {
@@ -72,8 +73,8 @@ bool NotFilteredDomain(const Settings& settings, std::string_view host) {
   if (mDomains.count == 0) {
     return true;
   }
-  char lowered[kTextSize];
-  const char* const lowered_end = Lower(lowered, host.substr(0, kTextMax));
+  char lowered[kLongestItem];
+  const char* const lowered_end = Lower(lowered, host.substr(0, kLongestItem));
   const std::string_view name(lowered, static_cast<size_t>(lowered_end - lowered));
   // deliberate: an entry counts wherever it stands, without regard to dots or the host's end
   return std::none_of(mDomains.entries, mDomains.entries + mDomains.count,

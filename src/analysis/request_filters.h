@@ -11,8 +11,8 @@
 
 // True when the host may be counted: no entry of filter_domains occurs anywhere
 // in it, ASCII case ignored. An empty entry occurs in every host. An empty host
-// may always be counted and does not count as a use. Of a host longer than 243
-// characters only those count.
+// may always be counted and does not count as a use. Of a host longer than
+// kLongestItem only so many characters count.
 bool NotFilteredDomain(const Settings& settings, std::string_view host);
 
 // True when the file type (a dot and the extension, or empty) may be counted:

@@ -146,14 +146,14 @@ static const Name& LastName(Name& first) {
   return *last;
 }
 
-void ResolveItem(char (&item)[kTextSize], const char* path) {
+void ResolveItem(char* item, size_t capacity, const char* path) {
   for (char* c = item; *c != '\0'; ++c) {
     *c = *c >= 'a' && *c <= 'z' ? static_cast<char>(*c - ('a' - 'A')) : *c;
   }
   ReadNamesOnce(path == nullptr ? "" : path);
   Name* const name = FindName(item, 0);
   if (name != nullptr) {
-    CopyText(item, LastName(*name).description);
+    CopyText(item, capacity, LastName(*name).description);
   }
 }
 

@@ -10,6 +10,8 @@
 // lacks its line break is not a record.
 #pragma once
 
+#include <cstddef>
+
 #include "base/text.h"
 
 // Makes the names of the file at path those that are held. Called before anything
@@ -22,8 +24,14 @@ void ReadNamesOnce(const char* path);
 // it by the code's description as written. The records that follow are held
 // against the replaced item, so a description may be a later record's code. A
 // file that cannot be opened only leaves the item upper-cased; null is such a
-// path. When memory runs out, the process exits with status 1.
-void ResolveItem(char (&item)[kTextSize], const char* path);
+// path. The result is cut to capacity - 1 characters. When memory runs out, the
+// process exits with status 1.
+void ResolveItem(char* item, size_t capacity, const char* path);
+
+template <size_t N>
+void ResolveItem(char (&item)[N], const char* path) {
+  ResolveItem(item, N, path);
+}
 
 // Releases the names that are held.
 void ForgetNames();

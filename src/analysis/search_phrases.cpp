@@ -3,12 +3,13 @@
 #include <cstring>
 
 #include "analysis/counting_table.h"
+#include "base/limits.h"
 #include "base/text.h"
 #include "base/url_decode.h"
 #include "superlog/byte_scan.h"
 
 // No phrase needs more encoded text: an escape takes three characters.
-static constexpr size_t kEncodedPhraseMax = 3 * kTextMax;
+static constexpr size_t kEncodedPhraseMax = 3 * kLongestItem;
 
 bool FindQueryValue(std::string_view text, std::string_view name, std::string_view& value) {
   const size_t query = text.find('?');

@@ -117,7 +117,8 @@ static void Append(Part& part, ListItem* item) {
     Sample(part, item);
   }
   ++part.length;
-  part.records += 1 + (item->sublist == nullptr ? 0 : static_cast<int64_t>(item->sublist->length));
+  const List* const sublist = item->sublist();
+  part.records += 1 + (sublist == nullptr ? 0 : static_cast<int64_t>(sublist->length));
 }
 
 // Place of the first pivot that precedes the record, of pivots in falling order.
@@ -156,6 +157,7 @@ static Part TakeFront(ListInfo& info, const ListItem* spared, ListItem*& spared_
   list.first = behind;
   while (item != behind) {
     ListItem* const next = item->next;
+    WrapCount(*item);
     item->rank = item->count > 1 ? item->count : 1;
     if (item == spared) {
       spared_item = item;

@@ -4,8 +4,19 @@
 #include <cstddef>
 #include <cstdint>
 
-struct List;
-struct ListItem;
+#include "analysis/counting_table.h"
+
+// As SetCountingLimits took them.
+extern Limits mCountingLimits;
+
+// Counts simply rise while records stream through; whoever compares them has them
+// wrapped first.
+inline void WrapCount(ListItem& item) {
+  const int64_t count = Wrapped(mCountingLimits, item.count);
+  if (count != item.count) {
+    item.count = count;
+  }
+}
 
 // Where all memory of this module and the counting tables comes from; the tests
 // put allocators in that refuse.

@@ -5,17 +5,30 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 #include "base/text.h"
 
 struct Limits {
   size_t line;        // characters kept of a log line
   size_t item;        // characters kept of a field of a record, and so of an item
+  size_t request;     // of a request line, before its URL is taken from it
   bool wide_figures;  // counts, sizes and times have 64 bits; else they wrap at 32
+  int64_t ranked;     // deliberate quirk: greater counts are displayed behind all others
 };
 
-inline constexpr Limits kClassicLimits{kLineMax, kTextMax, false};
-inline constexpr Limits kModernLimits{64 * 1024, 2048, true};
+inline constexpr Limits kClassicLimits{kLineMax, kTextMax, kTextMax, false, 999999};
+inline constexpr Limits kModernLimits{64 * 1024, 2048, 64 * 1024, true, INT64_MAX};
 
 inline constexpr size_t kLongestLine = kModernLimits.line;
 inline constexpr size_t kLongestItem = kModernLimits.item;
+
+// A count, number or time as wide as the limits let it be.
+constexpr int64_t Wrapped(const Limits& limits, int64_t figure) {
+  return limits.wide_figures ? figure : static_cast<int32_t>(figure);
+}
+
+// The same of a size, which is never below 0.
+constexpr uint64_t WrappedSize(const Limits& limits, uint64_t size) {
+  return limits.wide_figures ? size : static_cast<uint32_t>(size);
+}

@@ -63,6 +63,10 @@ static int64_t DayOfMonthStart(int64_t year, int month) {
   return era * 146097 + year_of_era * 365 + year_of_era / 4 - year_of_era / 100 + day_of_year - 719468;
 }
 
+int64_t DayNumber(const tm& date) {
+  return DayOfMonthStart(int64_t{date.tm_year} + 1900, 0) + date.tm_yday;
+}
+
 static void SetDate(int64_t day, tm& date) {
   const int64_t shifted = day + 719468;
   const int64_t era = FloorDivide(shifted, 146097);

@@ -12,7 +12,12 @@
 // State is kept in file scope: nothing here is reentrant.
 #pragma once
 
+#include <cstdint>
 #include <ctime>
+
+// Days from 1970-01-01 to a local date, of which the year and the day of the year
+// are read.
+int64_t DayNumber(const tm& date);
 
 // As mktime on a copy of the record: returns the time, or -1. Reads the date
 // and time fields, which need not be normalised, and the daylight-saving flag

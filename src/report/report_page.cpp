@@ -45,7 +45,7 @@ void AnalyzeLogs(Settings& settings, const Environment& env) {
 
 void do_bigass_analysis(Settings& settings, const Environment& env) {
   Analysis analysis{};
-  if (!BeginAnalysis(settings, analysis, PageEvents(settings))) {
+  if (!BeginAnalysis(settings, kClassicCounting, analysis, PageEvents(settings))) {
     ServerError(11, env, settings);
   }
   if (settings.domaintypes.on != 0) {

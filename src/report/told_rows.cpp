@@ -4,6 +4,7 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <cinttypes>
 #include <cstdio>
 #include <ctime>
 
@@ -68,7 +69,7 @@ static void OpenDebugTable(const LogSearch& search) {
 // The row stays open for the formats' names. deliberate: nothing closes that of a
 // log that is not read
 static void PrintLog(const LogLook& look) {
-  printf("<tr><td>%s</td><td align=right>%u</td>", look.path, look.size);
+  printf("<tr><td>%s</td><td align=right>%" PRIu64 "</td>", look.path, look.size);
   if (look.verdict == LogVerdict::kNoLog) {
     fputs("<td colspan=2 align=center>invalid size or dates. probably not a log file</td><td>", stdout);
     return;

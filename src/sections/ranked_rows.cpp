@@ -51,8 +51,8 @@ static const char* Describe(RankedRows& rows, const ListItem& item) {
 }
 
 static ItemCursor ReferrersOf(const RankedRows& rows, const ListItem& item) {
-  const bool known = rows.kind->with_referrers && item.sublist != nullptr;
-  return known ? OpenItems(*item.sublist, kUncut) : ItemCursor{};
+  const bool known = rows.kind->with_referrers && item.sublist() != nullptr;
+  return known ? OpenItems(*item.sublist(), kUncut) : ItemCursor{};
 }
 
 bool NextRanked(RankedRows& rows, RankedRow& row) {

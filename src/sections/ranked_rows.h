@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "analysis/driver.h"
-#include "base/text.h"
+#include "base/limits.h"
 #include "cgi/settings.h"
 #include "sections/cut_off.h"
 #include "sections/section_list.h"
@@ -45,7 +45,7 @@ struct RankedRows {
   const Settings* settings;
   const RankedItems* kind;
   ItemCursor items;
-  char description[kTextSize];
+  char description[kLongestItem + 1];
 };
 
 // Opens the rows of a ranked section. Both records must outlive the rows, and

@@ -14,16 +14,6 @@ static constexpr time_t kSecondsPerDay = 86400;
 static constexpr time_t kFirstDay = -62167219200 - kSecondsPerDay;
 static constexpr time_t kEndOfDays = 253402300800 + kSecondsPerDay;
 
-namespace {
-
-// A way of counting days, and so of finding the count of the next row's.
-struct DayCounts {
-  int64_t (*of_day)(const TimeRows& rows, const CalendarDate& date);
-  int64_t (*largest)(const Analysis& analysis);
-};
-
-}  // namespace
-
 template <size_t N>
 static int64_t Largest(const int64_t (&counts)[N]) {
   return std::max<int64_t>(0, *std::max_element(std::begin(counts), std::end(counts)));
@@ -38,40 +28,67 @@ static tm LocalParts(time_t when) {
 }
 
 // deliberate: behind the first, days are counted on by 365 also in a leap year
-static int64_t CountByDayOfYear(const TimeRows& rows, const CalendarDate& /*date*/) {
-  const int64_t day = rows.first_day_of_year + rows.next;
+static int64_t CountByDayOfYear(const TimeRows& rows) {
+  const int64_t day = rows.first_day + rows.next;
   return rows.analysis->days.counts[rows.next == 0 ? day : day % 365];
 }
 
-static int64_t LargestByDayOfYear(const Analysis& analysis) {
-  return Largest(analysis.days.counts);
-}
-
-static constexpr DayCounts kByDayOfYear = {CountByDayOfYear, LargestByDayOfYear};
-
-static void FillDay(const TimeRows& rows, TimeRow& row) {
+static void FillDayOfYear(const TimeRows& rows, TimeRow& row) {
   const tm day = LocalParts(rows.analysis->range_first + rows.next * kSecondsPerDay);
   row.date = {day.tm_mon + 1, day.tm_mday, day.tm_year + 1900};
   row.weekday = static_cast<int>((rows.first_weekday + rows.next) % 7);
-  row.count = rows.count_of_day(rows, row.date);
+  row.count = CountByDayOfYear(rows);
 }
 
-TimeRows OpenDays(const Analysis& analysis) {
-  const DayCounts& counts = kByDayOfYear;
+static TimeRows OpenDaysOfYear(const Analysis& analysis) {
   const time_t begin = analysis.range_first;
   const time_t end = std::min(analysis.range_last, kEndOfDays);
   const tm first = LocalParts(begin);
   return {
       .total = analysis.days.total,
-      .largest = counts.largest(analysis),
+      .largest = Largest(analysis.days.counts),
       .next = std::max<time_t>((kFirstDay - begin) / kSecondsPerDay, 0),
       .end = (end - begin + kSecondsPerDay - 1) / kSecondsPerDay,
       .analysis = &analysis,
-      .fill = FillDay,
-      .count_of_day = counts.of_day,
-      .first_day_of_year = first.tm_yday,
+      .fill = FillDayOfYear,
+      .first_day = first.tm_yday,
       .first_weekday = first.tm_wday,
   };
+}
+
+static void FillDate(const TimeRows& rows, TimeRow& row) {
+  const int64_t number = rows.first_day + rows.next;
+  const time_t midnight = number * kSecondsPerDay;
+  tm day{};
+  gmtime_r(&midnight, &day);
+  row.date = {day.tm_mon + 1, day.tm_mday, day.tm_year + 1900};
+  row.weekday = day.tm_wday;
+  row.count = CountOfDay(rows.analysis->dates, number);
+}
+
+// The day of a time, of those of the years 0 to 9999.
+static int64_t ShownDayOf(time_t when) {
+  const int64_t day = DayNumber(LocalParts(std::clamp(when, kFirstDay, kEndOfDays)));
+  return std::clamp<int64_t>(day, kFirstDay / kSecondsPerDay + 1, kEndOfDays / kSecondsPerDay - 2);
+}
+
+static TimeRows OpenDates(const Analysis& analysis) {
+  const int64_t first = ShownDayOf(analysis.range_first);
+  return {
+      .total = analysis.dates.total,
+      .largest = LargestDayCount(analysis.dates),
+      .end = ShownDayOf(analysis.range_last) - first + 1,
+      .analysis = &analysis,
+      .fill = FillDate,
+      .first_day = first,
+  };
+}
+
+// By the way in which days were counted.
+static constexpr TimeRows (*kOpenDays[])(const Analysis& analysis) = {OpenDaysOfYear, OpenDates};
+
+TimeRows OpenDays(const Analysis& analysis) {
+  return kOpenDays[static_cast<size_t>(analysis.counting.days)](analysis);
 }
 
 // ---- Weekdays and hours ----
@@ -89,7 +106,7 @@ static void FillHour(const TimeRows& rows, TimeRow& row) {
 template <size_t N>
 static TimeRows OpenAll(const Analysis& analysis, const TimeDistribution<N>& distribution,
                         void (*fill)(const TimeRows& rows, TimeRow& row)) {
-  return {distribution.total, Largest(distribution.counts), 0, N, &analysis, fill, nullptr, 0, 0};
+  return {distribution.total, Largest(distribution.counts), 0, N, &analysis, fill, 0, 0};
 }
 
 TimeRows OpenWeekdays(const Analysis& analysis) {

@@ -18,25 +18,26 @@ struct TimeRow {
 // The way through the rows, and what was known before the first.
 struct TimeRows {
   int64_t total;
-  int64_t largest;  // of all counts, whether in the range or not; 0: there were no hits
-  int64_t next;     // number of the next row; a day's is that of days behind the first one
+  int64_t largest;   // of all counts, whether in the range or not; 0: there were no hits
+  int64_t next = 0;  // number of the next row; a day's is that of days behind the first one
   int64_t end;
   const Analysis* analysis;
   // Gives the next row its label and its count.
   void (*fill)(const TimeRows& rows, TimeRow& row);
 
-  // Of day rows only: how the next one's count is found, by the way in which days
-  // were counted, and what the first day of the range is (both from 0).
-  int64_t (*count_of_day)(const TimeRows& rows, const CalendarDate& date);
-  int first_day_of_year;
-  int first_weekday;
+  // Of day rows only: the first day of the range, by the way in which days were
+  // counted (its day of the year from 0, or days since 1970-01-01), and its weekday.
+  int64_t first_day = 0;
+  int first_weekday = 0;
 };
 
 // Open the rows of a section; the record must outlive them. There is one row for
-// each day of the range, 86400 seconds apart from the local midnight of its first
-// day: deliberate, so that over a clock change a date may repeat. Weekdays follow
-// each other whatever the dates do. Days lie in the years 0 to 9999; a range
-// beyond them is cut. Weekdays go from Sunday to Saturday, hours from 0 to 23.
+// each day of the range. Where days were counted by their day of the year, rows are
+// 86400 seconds apart from the local midnight of the first day: deliberate, so that
+// over a clock change a date may repeat, while weekdays follow each other whatever
+// the dates do; where by date, rows are the dates themselves. Days lie in the years 0
+// to 9999; a range beyond them is cut. Weekdays go from Sunday to Saturday, hours
+// from 0 to 23.
 TimeRows OpenDays(const Analysis& analysis);
 TimeRows OpenWeekdays(const Analysis& analysis);
 TimeRows OpenHours(const Analysis& analysis);

@@ -4,13 +4,13 @@
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
-#include <utility>
 
 #include "base/text.h"
 #include "dates/local_time.h"
 #include "superlog/field_splitter.h"
 #include "superlog/line_reader.h"
 #include "superlog/log_dates.h"
+#include "superlog/log_limits.h"
 
 static constexpr size_t kShapeMax = 30;
 static constexpr int kManyCommas = 14;  // more of them make a comma-separated line
@@ -41,10 +41,18 @@ static std::string_view ShapeOf(const char* field, char (&shape)[kShapeMax]) {
   return {shape, length};
 }
 
-// 1990 to the start of 2020, counted from 1970 or from 1904.
+static constexpr int64_t kStartOf1990 = 631152000;
+static constexpr int64_t kEndOf9999 = 253402300799;
+
+// 1990 to the start of 2020, counted from 1970 or from 1904; with wide figures to
+// the end of four-digit years.
 static bool IsEpochOfLogs(const char* field) {
+  if (mLogLimits.wide_figures) {
+    const int64_t wide = strtoll(field, nullptr, 10);
+    return wide >= kStartOf1990 && wide <= kEndOf9999;
+  }
   const uint32_t value = static_cast<uint32_t>(strtoul(field, nullptr, 10));
-  return (value >= 631152000 && value <= 1577923200) || (value >= 2713996800 && value <= 3660768000);
+  return (value >= kStartOf1990 && value <= 1577923200) || (value >= 2713996800 && value <= 3660768000);
 }
 
 static bool IsCommonLogShape(std::string_view shape) {
@@ -120,8 +128,9 @@ static void ParseGenericTriplet(const char* text, Guess& guess) {
 using DateParser = void (*)(const char* text, tm& when);
 
 // The parser of a field that tells date and time at once, null for any other.
-static DateParser ParserOfFullDate(std::string_view shape, const char* field) {
-  if (shape == "n" && IsEpochOfLogs(field)) {
+static DateParser ParserOfFullDate(std::string_view shape, const char* field, bool dated) {
+  // A large size behind a date may look like a time; deliberate: where figures are narrow it is one
+  if (shape == "n" && !(dated && mLogLimits.wide_figures) && IsEpochOfLogs(field)) {
     return ParseEpoch;
   }
   if (IsCommonLogShape(shape)) {
@@ -134,7 +143,7 @@ static DateParser ParserOfFullDate(std::string_view shape, const char* field) {
 static bool LookAtField(const char* field, Guess& guess) {
   char buffer[kShapeMax];
   const std::string_view shape = ShapeOf(field, buffer);
-  if (const DateParser parse = ParserOfFullDate(shape, field)) {
+  if (const DateParser parse = ParserOfFullDate(shape, field, guess.dated)) {
     parse(field, guess.when);
     guess.dated = true;
     return true;
@@ -165,7 +174,7 @@ static time_t TimeOf(const Guess& guess) {
   tm when = guess.when;
   when.tm_isdst = -1;
   const time_t time = LocalToTime(when);
-  return std::in_range<int32_t>(time) ? time : -1;
+  return time == Wrapped(mLogLimits, time) && !HoldsNoDate(when) ? time : -1;
 }
 
 time_t GuessDateTimeFromText(char* line) {

@@ -9,8 +9,8 @@
 #include <cerrno>
 #include <cstring>
 
-#include "base/text.h"
 #include "superlog/byte_scan.h"
+#include "superlog/log_limits.h"
 
 static constexpr char kCr = '\r';
 static constexpr char kLf = '\n';
@@ -28,10 +28,10 @@ static SuperLong mTotalLogBytesRead;
 
 // The block reader's window. A line that crosses the window's end is moved to
 // the room in front of it before the next window is read; such a piece is never
-// longer than kLineMax. Behind the window is room for the NUL of a last line
+// longer than the longest line. Behind the window is room for the NUL of a last line
 // without end-of-line character.
-static constexpr size_t kRoomInFront = 2048;
-static_assert(kRoomInFront > kLineMax && kBigBufSize % kBlockSize == 0);
+static constexpr size_t kRoomInFront = kLongestLine + 512;
+static_assert(kBigBufSize % kBlockSize == 0);
 static char mBigBuf[kRoomInFront + kBigBufSize + kScanOverread];
 static char* const mpWindow = mBigBuf + kRoomInFront;
 static char* mpBigBufCurPos = mpWindow;   // next unread byte
@@ -56,7 +56,7 @@ static char mPlainBuf[4096];
 static char* mpPlainCurPos = mPlainBuf;
 static char* mpPlainLastPos = mPlainBuf;
 static int64_t mPlainOffset = 0;  // where in the file mpPlainLastPos is
-static char mLineBuf[kLineMax + 1 + kScanOverread];
+static char mLineBuf[kLongestLine + 1 + kScanOverread];
 
 // --- The file ---------------------------------------------------------------
 
@@ -177,15 +177,15 @@ static bool SkipEolChars() {
 }
 
 // The length of the line that begins at the current position, at most
-// kLineMax + 1, which means that it is over-long.
+// one more than the longest, which means that it is over-long.
 static size_t MeasureLine() {
   for (;;) {
     char* const second = mpBigBufCurPos + 1;
     // deliberate: 0xFF ends a line as the end of the file does, unless it is the line's first character
     char* const stop = std::min(FindCrOrLf(second), Find(mNextFF, second));
     const auto length = static_cast<size_t>(stop - mpBigBufCurPos);
-    if (length > kLineMax) {
-      return kLineMax + 1;
+    if (length > mLogLimits.line) {
+      return mLogLimits.line + 1;
     }
     if (stop != mpBigBufLastPos || !RefreshBigBuf()) {
       return length;
@@ -216,12 +216,12 @@ void ReadLineFromBigBuf() {
     return;
   }
   const size_t length = MeasureLine();
-  const size_t kept = std::min(length, kLineMax);
+  const size_t kept = std::min(length, mLogLimits.line);
   mLineLen = static_cast<uint32_t>(kept);
   mpLine = mpBigBufCurPos;
   mpLineEnd = std::min(Find(mNextNul, mpLine), mpLine + kept);
   mpBigBufCurPos = std::min(mpLine + kept + 1, mpBigBufLastPos);
-  if (length > kLineMax) {
+  if (length > kept) {
     // Discarding the rest may read the next window over the line.
     mpLineEnd = mLineBuf + (mpLineEnd - mpLine);
     mpLine = static_cast<char*>(memcpy(mLineBuf, mpLine, kept));
@@ -264,7 +264,7 @@ void ReadLine() {
     c = NextChar();
   }
   uint32_t length = 0;
-  for (; !EndsLine(c) && length < kLineMax; c = NextChar()) {
+  for (; !EndsLine(c) && length < mLogLimits.line; c = NextChar()) {
     mLineBuf[length++] = static_cast<char>(c);
   }
   if (!EndsLine(c)) {

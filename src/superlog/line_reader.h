@@ -7,8 +7,8 @@
 // Blocks are the unit in which bytes are counted; the file is read in windows
 // of several blocks, and lines are delivered where they lie in the window.
 //
-// Limits callers rely on: a line keeps its first kLineMax (1535) characters and
-// the rest of it is dropped; empty lines are never delivered; length 0 means
+// Limits callers rely on: a line keeps as many of its first characters as the
+// limits of the run say and the rest of it is dropped; empty lines are never delivered; length 0 means
 // end of file.
 #pragma once
 

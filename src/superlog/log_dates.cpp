@@ -7,6 +7,7 @@
 #include "base/text.h"
 #include "dates/local_time.h"
 #include "dates/years.h"
+#include "superlog/log_limits.h"
 #include "superlog/superlog.h"
 
 // deliberate: not the 2,082,844,800 seconds between the two epochs
@@ -135,12 +136,16 @@ void ParseDateOrTimeTriplet(const char* text, int (&numbers)[3]) {
   }
 }
 
+static int YearSince1900(int year) {
+  return mLogLimits.wide_figures && year > 1899 ? year - 1900 : IntTotm_year(year);
+}
+
 void SetDateByOrder(DateOrder order, int a, int b, int c, tm& when) {
   const int numbers[] = {a, b, c};
   const DatePlaces& places = kOrders[order - kOrderDmy];
   when.tm_mday = numbers[places.day];
   when.tm_mon = MonthIndex(numbers[places.month]);
-  when.tm_year = IntTotm_year(numbers[places.year]);
+  when.tm_year = YearSince1900(numbers[places.year]);
 }
 
 void GuessDateBestEffort(int a, int b, int c, tm& when) {
@@ -155,18 +160,29 @@ void GuessDateBestEffort(int a, int b, int c, tm& when) {
   SetDateByOrder(order, a, b, c, when);
 }
 
-static bool IsEpochInSpan(int32_t value) {
+static bool IsEpochInSpan(int64_t value) {
   return value >= mEpochStart && value <= mEpochEnd;
 }
 
 // Times counted from 1904 are negative in 32 bits; the sums wrap on purpose,
 // which brings them back into the span.
-void ParseEpoch(const char* text, tm& when) {
+static time_t ReadNarrowEpoch(const char* text) {
   const uint32_t bits = static_cast<uint32_t>(strtoul(text, nullptr, 10));
   const int32_t value = static_cast<int32_t>(bits);
   const bool late = value > mEpochEnd;
   const int32_t shifted = static_cast<int32_t>(late ? bits + kEpochShift : bits - kEpochShift);
-  TimeToLocal(!IsEpochInSpan(value) && IsEpochInSpan(shifted) ? shifted : value, when);
+  return !IsEpochInSpan(value) && IsEpochInSpan(shifted) ? shifted : value;
+}
+
+// Times counted from 1904 are the same here: those beyond 31 bits.
+static time_t ReadWideEpoch(const char* text) {
+  const int64_t value = strtoll(text, nullptr, 10);
+  const bool from_1904 = value > INT32_MAX && IsEpochInSpan(value - int64_t{kEpochShift});
+  return from_1904 ? value - int64_t{kEpochShift} : value;
+}
+
+void ParseEpoch(const char* text, tm& when) {
+  TimeToLocal(mLogLimits.wide_figures ? ReadWideEpoch(text) : ReadNarrowEpoch(text), when);
 }
 
 // Three letters in one number, so that a name is compared at once.
@@ -270,7 +286,7 @@ static void ParseNamedDate(const char* text, tm& when) {
   const int month = FindMonthIgnoreCase(text);
   when.tm_mon = month < 0 ? 0 : month;
   text = Skip(text, 4);
-  when.tm_year = IntTotm_year(SinceEra(ReadNumber(text)));
+  when.tm_year = YearSince1900(SinceEra(ReadNumber(text)));
 }
 
 void ParseDate5(const char* text, tm& when) {

@@ -34,6 +34,12 @@ void SetDateByOrder(DateOrder order, int a, int b, int c, tm& when);
 // 90 on where mDateFormat has the year elsewhere (MDY).
 void GuessDateBestEffort(int a, int b, int c, tm& when);
 
+// Whether no parser found anything for a date that was cleared, as they leave it
+// when their text is malformed.
+inline bool HoldsNoDate(const tm& when) {
+  return when.tm_mday == 0 && when.tm_year == 0;
+}
+
 // Seconds since 1970 or 1904; fills all fields, daylight-saving flag included.
 void ParseEpoch(const char* text, tm& when);
 

@@ -22,7 +22,7 @@ enum class LogVerdict {
 
 struct LogLook {
   const char* path;
-  uint32_t size;  // bytes, modulo 2^32
+  uint64_t size;  // bytes, as wide as the limits let figures be
   time_t first;   // times of the first and last dated line, shifted as log times are;
   time_t last;    // meaningless of what is no log
   LogVerdict verdict;

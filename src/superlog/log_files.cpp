@@ -7,6 +7,7 @@
 #include "superlog/line_reader.h"
 #include "superlog/log_dates.h"
 #include "superlog/log_format.h"
+#include "superlog/log_limits.h"
 #include "superlog/log_probe.h"
 #include "superlog/summary_file.h"
 #include "superlog/superlog.h"
@@ -28,6 +29,7 @@ void ResetSuperLog() {
   ResetLogFormat();
   ResetLogDates();
   mLogEvents = {};
+  mLogLimits = kClassicLimits;
   mFilesBegun = false;
   mLogsInReportRange = false;
 }
@@ -66,7 +68,7 @@ static bool AddLogsOfPattern(const char* pattern, bool trust_known_dates) {
   do {
     LogFile log = {};
     snprintf(log.name, sizeof log.name, "%s%s", directory, found.name);
-    log.size = static_cast<uint32_t>(found.size);
+    log.size = WrappedSize(mLogLimits, static_cast<uint64_t>(found.size));
     log.state = kSeenOnDisk;
     if (FileIsntDots(found.name) && (!trust_known_dates || FileShouldBeScanned(log))) {
       GetLogFileDateRange(log, found.size);
@@ -78,9 +80,11 @@ static bool AddLogsOfPattern(const char* pattern, bool trust_known_dates) {
   return probed;
 }
 
-void SuperLog_Init(Settings& settings, time_t range_first, time_t range_last, const LogEvents& events) {
+void SuperLog_Init(Settings& settings, const Limits& limits, time_t range_first, time_t range_last,
+                   const LogEvents& events) {
   SuperLog_Uninit();
   mLogEvents = events;
+  mLogLimits = limits;
   mFilesBegun = false;
   mLogsInReportRange = false;
   mAnalysisRangeFirst_t = range_first;

@@ -1,6 +1,7 @@
 #include "superlog/log_line.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
 #include "base/url_decode.h"
@@ -10,9 +11,10 @@
 #include "superlog/line_reader.h"
 #include "superlog/log_dates.h"
 #include "superlog/log_format.h"
+#include "superlog/log_limits.h"
 #include "superlog/superlog.h"
 
-static char mCombinedUrl[kTextSize + kScanOverread];
+static char mCombinedUrl[kLongestItem + 1 + kScanOverread];
 
 // --- Single values ------------------------------------------------------------
 
@@ -42,6 +44,12 @@ static void CutAt(std::string_view& text, char c) {
   CutTo(text, static_cast<size_t>(FindByte(text.data(), EndOf(text), c) - text.data()));
 }
 
+static void CutToItem(std::string_view& text) {
+  if (text.size() > mLogLimits.item) {
+    CutTo(text, mLogLimits.item);
+  }
+}
+
 void TrimFullRequest(std::string_view& request) {
   const char* const end = EndOf(request);
   const char* const space = FindByte(request.data(), end, ' ');
@@ -65,17 +73,21 @@ void TrimTrailingDot(std::string_view& host) {
   }
 }
 
-// As ToInt. Nearly all numbers of a log are a few plain digits.
-static int32_t ToNumber(std::string_view text) {
+[[gnu::noinline]] static int64_t ToAnyNumber(const char* text) {
+  return Wrapped(mLogLimits, strtoll(text, nullptr, 10));
+}
+
+// As ToInt, or saturating at 64 bits. Nearly all numbers of a log are a few plain digits.
+static int64_t ToNumber(std::string_view text) {
   constexpr size_t kSafeDigits = 9;
   if (text.size() > kSafeDigits) {
-    return ToInt(text.data());
+    return ToAnyNumber(text.data());
   }
   int32_t number = 0;
   for (const char c : text) {
     const int digit = c - '0';
     if (digit < 0 || digit > 9) {
-      return ToInt(text.data());
+      return ToAnyNumber(text.data());
     }
     number = number * 10 + digit;
   }
@@ -163,6 +175,7 @@ static bool TakeValue(char letter, std::string_view value, SuperLogRecord& recor
     case 'q':
       record.url = value;
       TrimFullRequest(record.url);
+      CutToItem(record.url);
       break;
     case 'r':
       record.status = ToNumber(value);
@@ -178,6 +191,7 @@ static bool TakeValue(char letter, std::string_view value, SuperLogRecord& recor
 // Walks the known layout along the current line.
 static bool SplitLine(SuperLogRecord& record, LineParts& parts) {
   FieldCursor cursor = {mpLine, mpLineEnd, nullptr, 0};
+  const size_t longest = mLogLimits.item;
   char separator = 'S';
   for (const char* letter = mKnownFormatBuf; *letter != '\0' && cursor.next != cursor.end; ++letter) {
     if (IsSeparatorLetter(*letter)) {
@@ -185,9 +199,9 @@ static bool SplitLine(SuperLogRecord& record, LineParts& parts) {
       continue;
     }
     ParseFieldBySeparator(cursor, separator);
-    if (cursor.length > kTextMax) {
-      cursor.length = kTextMax;
-      cursor.value[kTextMax] = '\0';
+    if (cursor.length > longest) {
+      cursor.length = std::min(cursor.length, *letter == 'q' ? mLogLimits.request : longest);
+      cursor.value[cursor.length] = '\0';
     }
     if (!TakeValue(*letter, {cursor.value, cursor.length}, record, parts)) {
       return false;
@@ -198,10 +212,11 @@ static bool SplitLine(SuperLogRecord& record, LineParts& parts) {
 
 // stem?query, cut to the length of a field.
 static std::string_view CombineUrl(std::string_view stem, std::string_view query) {
-  size_t length = stem.copy(mCombinedUrl, kTextMax);
-  if (length < kTextMax) {
+  const size_t longest = mLogLimits.item;
+  size_t length = stem.copy(mCombinedUrl, longest);
+  if (length < longest) {
     mCombinedUrl[length++] = '?';
-    length += query.copy(mCombinedUrl + length, kTextMax - length);
+    length += query.copy(mCombinedUrl + length, longest - length);
   }
   mCombinedUrl[length] = '\0';
   return {mCombinedUrl, length};
@@ -233,8 +248,13 @@ static void SettleHost(std::string_view& host, const LineParts& parts) {
   }
 }
 
-static bool FitsRecord(time_t time) {
-  return time == static_cast<int32_t>(time);
+// Whether both times have a record's width, and come from a date: where figures are
+// narrow, what is none of it does not fit.
+static bool FitsRecord(const tm& local, time_t written, time_t time) {
+  if (mLogLimits.wide_figures) {
+    return !HoldsNoDate(local);
+  }
+  return written == static_cast<int32_t>(written) && time == static_cast<int32_t>(time);
 }
 
 // Turns the date and time that were collected into the record's; false when
@@ -242,10 +262,10 @@ static bool FitsRecord(time_t time) {
 static bool SettleTime(SuperLogRecord& record) {
   const time_t written = LocalToTime(record.local);
   const time_t time = written + mGmtOffset;
-  if (!FitsRecord(written) || !FitsRecord(time) || time == 0 || time == -1) {
+  if (!FitsRecord(record.local, written, time) || time == 0 || time == -1) {
     return false;
   }
-  record.time = static_cast<int32_t>(time);
+  record.time = time;
   return TimeToLocal(time, record.local);
 }
 
@@ -257,7 +277,8 @@ static void ClearRecord(SuperLogRecord& record) {
   }
   record.local = {};
   record.local.tm_isdst = -1;
-  record.time = record.status = record.bytes = 0;
+  record.time = 0;
+  record.status = record.bytes = 0;
 }
 
 // False when the line is no request.

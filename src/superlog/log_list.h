@@ -15,7 +15,7 @@ enum LogFileState : int {
 
 struct LogFile {
   char name[kPathSize];  // full path
-  uint32_t size;         // bytes, modulo 2^32
+  uint64_t size;         // bytes, modulo 2^32 where figures are narrow
   time_t first;          // times of the first and last dated line; 0 = none
   time_t last;
   int state;  // a LogFileState

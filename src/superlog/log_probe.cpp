@@ -11,12 +11,12 @@
 #include "superlog/line_reader.h"
 #include "superlog/log_events.h"
 #include "superlog/log_format.h"
+#include "superlog/log_limits.h"
 
-static constexpr int64_t kStretch = 2000;  // bytes looked at in one step back from the end
-
-// A stretch, and the rest of a line that begins in it.
-static constexpr size_t kStretchRoom = kStretch + kLineMax + 1;
-static char mStretchBuf[kStretchRoom + kScanOverread];
+// Bytes looked at in one step back from the end. Of longer lines more, because
+// the rest of a line that begins in a stretch is read with it.
+static constexpr size_t kShortStretch = 2000;
+static char mStretchBuf[2 * std::max(kShortStretch, kLongestLine) + 1 + kScanOverread];
 
 static bool IsTime(time_t when) {
   return when != 0 && when != -1;
@@ -48,7 +48,7 @@ static char* SkipEols(char* from, const char* end) {
 
 // The time of a line, which ends at its first NUL at the latest.
 static time_t DateOfLine(char* line, size_t length) {
-  line[std::min(length, kLineMax)] = '\0';
+  line[std::min(length, mLogLimits.line)] = '\0';
   return strncmp(line, "#", 1) == 0 || strncmp(line, "!!", 2) == 0 ? 0 : GuessDateTimeFromText(line);
 }
 
@@ -77,9 +77,10 @@ static time_t FindLastDateInStretch(char* const stretch, int64_t length, char* c
 }
 
 static time_t FindLastDate(int file, int64_t size) {
+  const size_t stretch = std::max(kShortStretch, mLogLimits.line);
   for (int64_t end = size; end > 0;) {
-    const int64_t start = std::max<int64_t>(end - kStretch, 0);
-    const ssize_t got = pread(file, mStretchBuf, kStretchRoom, start);
+    const int64_t start = std::max<int64_t>(end - static_cast<int64_t>(stretch), 0);
+    const ssize_t got = pread(file, mStretchBuf, stretch + mLogLimits.line + 1, start);
     if (got > 0) {
       const time_t last = FindLastDateInStretch(mStretchBuf, end - start, mStretchBuf + got);
       if (last != 0) {

@@ -1,5 +1,6 @@
 #include "superlog/summary_file.h"
 
+#include <cinttypes>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -10,6 +11,7 @@
 #include "dates/local_time.h"
 #include "superlog/file_replacement.h"
 #include "superlog/line_reader.h"
+#include "superlog/log_limits.h"
 #include "superlog/log_list.h"
 
 static constexpr const char* kProductAddress = "/orvellis/";
@@ -69,7 +71,7 @@ static uint64_t ReadNumber(const char*& text) {
 
 static void AddEntry(const char* line) {
   LogFile entry = {};
-  entry.size = static_cast<uint32_t>(ReadNumber(line));
+  entry.size = WrappedSize(mLogLimits, ReadNumber(line));
   entry.first = static_cast<time_t>(ReadNumber(line));
   entry.last = static_cast<time_t>(ReadNumber(line));
   CopyText(entry.name, line);
@@ -135,7 +137,7 @@ void WriteSummaryFile(const char* path) {
   }
   WriteSummaryFileHeaders(replacement.stream);
   for (const LogFile* log = mpLogsRoot; log != nullptr; log = log->next) {
-    fprintf(replacement.stream, "%u,%ld,%ld,%s\n", log->size, static_cast<long>(log->first),
+    fprintf(replacement.stream, "%" PRIu64 ",%ld,%ld,%s\n", log->size, static_cast<long>(log->first),
             static_cast<long>(log->last), log->name);
   }
   FinishReplacement(replacement);

@@ -12,5 +12,9 @@ struct SuperLong {
 // Adds amount in place. The billions wrap at 32 bits.
 void SuperLongAdd(SuperLong& counter, uint32_t amount);
 
+// The same of any amount, for wide figures: one below 0 adds nothing, and from
+// 2^32 billions on the counter stays at its greatest value.
+void SuperLongAddWide(SuperLong& counter, int64_t amount);
+
 // The value for printing and for rates; exact up to 2^53.
 double SuperLongToDouble(SuperLong value);

@@ -10,19 +10,21 @@
 #include <ctime>
 #include <string_view>
 
+#include "base/limits.h"
 #include "cgi/settings.h"
 #include "superlog/log_events.h"
 #include "superlog/super_long.h"
 
-// One request. Texts are absent (null data), or NUL-terminated and at most 243
-// characters; they stay valid until the next SuperLog_ParseNextLine.
+// One request. Texts are absent (null data), or NUL-terminated and at most as long
+// as the limits let an item be; figures are as wide as they let them be. Texts stay valid until the next
+// SuperLog_ParseNextLine.
 struct SuperLogRecord {
   std::string_view host;  // without port and without one trailing dot
   tm local;               // the request's local time, all nine fields normalised
-  int32_t time;           // seconds since the epoch, GMT correction applied
+  time_t time;            // seconds since the epoch, GMT correction applied
   std::string_view url;
-  int32_t status;  // 0 when the line has none
-  int32_t bytes;
+  int64_t status;  // 0 when the line has none
+  int64_t bytes;   // as written, which may be anything
   std::string_view referrer;
   std::string_view agent;
   std::string_view realm;
@@ -58,10 +60,10 @@ DateOrder SuperLog_GetDateFormat();
 
 // Builds the list of log files for the range of times given, both ends
 // included, using and maintaining the log summary file. An empty
-// settings.summary is filled with the default summary name. What happens from
-// here on is told to the functions of events, until the next SuperLog_Init or
-// ResetSuperLog.
-void SuperLog_Init(Settings& settings, time_t range_first, time_t range_last, const LogEvents& events = {});
+// settings.summary is filled with the default summary name. The limits hold until the
+// next call or reset; until then, too, what happens is told to the functions of events.
+void SuperLog_Init(Settings& settings, const Limits& limits, time_t range_first, time_t range_last,
+                   const LogEvents& events = {});
 
 // True when the list of log files is not empty.
 bool SuperLog_LogFilesFound();

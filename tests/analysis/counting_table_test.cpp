@@ -7,7 +7,7 @@ class CountingTableTest : public testing::Test {
   void SetUp() override {
     ResetMemory();
     InitMemory(MemorySettings(100, 1000, 0));
-    init_list(list_, info_, "Pages");
+    init_list(list_, info_, "Pages", SubLists::kAny);
   }
   void TearDown() override {
     mpAllocate = malloc;
@@ -103,7 +103,7 @@ TEST_F(CountingTableTest, EmptySubkeyAddsTheKeyAlone) {
   AddWith("/gone", "");
   AddWith("/gone", {});
   EXPECT_EQ(Text(KeyOrder(list_)), "/gone(2) ");
-  EXPECT_EQ(list_.first->sublist, nullptr);
+  EXPECT_EQ(list_.first->sublist(), nullptr);
 }
 
 TEST_F(CountingTableTest, SubkeyOfAKnownKeyRaisesBothCounts) {
@@ -111,7 +111,8 @@ TEST_F(CountingTableTest, SubkeyOfAKnownKeyRaisesBothCounts) {
   AddWith("/gone", "http://www.example.com/");
   AddWith("/gone", "http://www.example.org/");
   ASSERT_EQ(Text(KeyOrder(list_)), "/gone(3) ");
-  EXPECT_EQ(Text(SortList(*list_.first->sublist)), "http://www.example.com/(2) http://www.example.org/(1) ");
+  EXPECT_EQ(Text(SortList(*list_.first->sublist())),
+            "http://www.example.com/(2) http://www.example.org/(1) ");
   EXPECT_EQ(info_->entries, 1) << "records of sub-lists are not counted";
   EXPECT_EQ(gSM_TotalBytesAllocated, 3 * 256);
 }
@@ -119,7 +120,7 @@ TEST_F(CountingTableTest, SubkeyOfAKnownKeyRaisesBothCounts) {
 TEST_F(CountingTableTest, SubkeysIgnoreCaseAsTheirListDoes) {
   add_item(list_, info_, "/Gone", "http://A/", nullptr, true);
   add_item(list_, info_, "/gone", "http://a/", nullptr, true);
-  EXPECT_EQ(Text(list_.first->sublist->first), "http://A/(2) ");
+  EXPECT_EQ(Text(list_.first->sublist()->first), "http://A/(2) ");
 }
 
 TEST_F(CountingTableTest, KeysAreCutTo243Characters) {
@@ -132,11 +133,101 @@ TEST_F(CountingTableTest, KeysAreCutTo243Characters) {
   ASSERT_NE(cut, nullptr);
   EXPECT_EQ(cut->count, 3);
   EXPECT_EQ(cut->name[243], '\0');
-  EXPECT_EQ(cut->sublist->first->key(), std::string(243, 's'));
+  EXPECT_EQ(cut->sublist()->first->key(), std::string(243, 's'));
   queue_item(list_, info_, WithRoom(std::string(300, 'k')), WithRoom(std::string(300, 's')), false);
   count_queued();
   EXPECT_EQ(cut->count, 4);
-  EXPECT_EQ(cut->sublist->first->count, 2);
+  EXPECT_EQ(cut->sublist()->first->count, 2);
+}
+
+TEST_F(CountingTableTest, ModernKeysAreCutTo2048Characters) {
+  SetCountingLimits(kModernLimits);
+  const std::string longest(2048, 'k');
+  for (const size_t length : {243u, 244u, 255u, 256u, 2047u, 2048u, 2049u, 9000u}) {
+    const std::string key(length, 'k');
+    AddWith(key, key);
+    queue_item(list_, info_, WithRoom(key), WithRoom(key), false);
+  }
+  EXPECT_EQ(list_length(list_), 6U);
+  const ListItem* const cut = Record(longest);
+  ASSERT_NE(cut, nullptr);
+  EXPECT_EQ(cut->count, 6);
+  EXPECT_EQ(cut->name[2048], '\0');
+  EXPECT_EQ(cut->sublist()->first->key(), longest);
+  EXPECT_EQ(cut->sublist()->first->count, 6);
+  EXPECT_EQ(Record(std::string(256, 'k'))->count, 2);
+}
+
+TEST_F(CountingTableTest, ModernLongKeysKeepTheOrderOfTheCalls) {
+  SetCountingLimits(kModernLimits);
+  const std::string tail(1000, 'x');
+  queue_item(list_, info_, WithRoom("a" + tail), {}, true);
+  queue_item(list_, info_, WithRoom("Index.html"), {}, true);
+  queue_item(list_, info_, WithRoom("A" + tail), {}, true);
+  queue_item(list_, info_, WithRoom("INDEX.HTML"), {}, true);
+  EXPECT_EQ(Text(KeyOrder(list_)), "a" + tail + "(2) Index.html(2) ");
+}
+
+TEST_F(CountingTableTest, WithoutSubListsSubkeysAreNotCounted) {
+  List other;
+  ListInfo* other_info = nullptr;
+  init_list(other, other_info, "Others");
+  add_item(other, other_info, "/gone", "http://www.example.com/", nullptr, false);
+  EXPECT_EQ(Text(KeyOrder(other)), "/gone(1) ");
+  EXPECT_EQ(other.first->sublist(), nullptr);
+  destroy(other);
+}
+
+TEST_F(CountingTableTest, ModernCountsHave64Bits) {
+  SetCountingLimits(kModernLimits);
+  Add("a");
+  Add("b", 2);
+  Add("c");
+  Record("a")->count = INT32_MAX;
+  Record("b")->count = UINT32_MAX;
+  Add("a");
+  Add("b");
+  EXPECT_EQ(Text(SortList(list_)), "b(4294967296) a(2147483648) c(1) ");
+  EXPECT_EQ(Text(SortList(list_, 1)).substr(0, 15), "b(4294967296) a");
+  EXPECT_EQ(TotalList(list_), 4294967296 + 2147483648 + 1);
+}
+
+TEST_F(CountingTableTest, NarrowCountsWrapForWhoeverComparesThem) {
+  for (const char* key : {"a", "b", "c"}) {
+    Add(key);
+  }
+  Record("a")->count = UINT32_MAX;
+  Record("b")->count = UINT32_MAX - 4;
+  Add("a", 3);  // 2
+  Add("b", 2);  // -3, behind the others
+  EXPECT_EQ(TotalList(list_), 2 - 3 + 1);
+  EXPECT_EQ(Text(SortList(list_)), "a(2) c(1) b(-3) ");
+  Record("c")->count = (int64_t{1} << 32) + 9;
+  EXPECT_EQ(Text(KeyOrder(list_)), "a(2) b(-3) c(9) ");
+}
+
+TEST_F(CountingTableTest, ReclaimsTakeNarrowCountsAsWrapped) {
+  InitMemory(MemorySettings(2, 0, 0));
+  for (const char* key : {"a", "b", "c"}) {
+    Add(key, 5);
+  }
+  Record("b")->count = (int64_t{1} << 32) + 1;
+  InitMemory(MemorySettings(2, 1, 0));
+  smart_free(nullptr);
+  EXPECT_EQ(Text(KeyOrder(list_)), "a(5) c(5) ");
+}
+
+TEST_F(CountingTableTest, ReclaimsSpareWideCounts) {
+  SetCountingLimits(kModernLimits);
+  for (const char* key : {"a", "b", "c"}) {
+    Add(key, 5);
+  }
+  Record("a")->count = (int64_t{1} << 40) + 2;
+  Record("b")->count = (int64_t{1} << 32) + 1;
+  Record("c")->count = (int64_t{1} << 40) + 1;
+  InitMemory(MemorySettings(2, 1, 0));
+  smart_free(nullptr);
+  EXPECT_EQ(Text(KeyOrder(list_)), "a(1099511627778) c(1099511627777) ");
 }
 
 TEST_F(CountingTableTest, LengthAndTotal) {
@@ -171,7 +262,8 @@ TEST_F(CountingTableTest, CountsWrapAt32Bits) {
   Add("a");
   list_.first->count = INT32_MAX;
   Add("a");
-  EXPECT_EQ(list_.first->count, INT32_MIN);
+  EXPECT_EQ(TotalList(list_), INT32_MIN);
+  EXPECT_EQ(SortList(list_)->count, INT32_MIN);
 }
 
 TEST_F(CountingTableTest, CountingGoesOnAfterSorting) {
@@ -279,6 +371,34 @@ TEST_F(PairedDisplayTest, OrderEqualsThePlainSelectionSort) {
       ASSERT_EQ(item->key(), plain_item->name);
       if (random.Below(4) == 0) {
         item->count = plain_item->count = kCounts[random.Below(8)];
+      }
+      plain_item = plain_item->next;
+    }
+    ASSERT_NO_FATAL_FAILURE(table.ExpectSameDisplay(round % 3 == 0 ? SIZE_MAX : random.Below(keys + 2)));
+  }
+}
+
+TEST_F(PairedDisplayTest, OrderEqualsThePlainSelectionSortInModernLimits) {
+  SetLimits(kModernLimits);
+  Random random(14);
+  for (int round = 0; round < 40; ++round) {
+    SCOPED_TRACE(round);
+    PairedTable table(round % 2 == 1);
+    const std::string tail(random.Below(3) * 1000, 't');
+    const uint32_t keys = 1 + random.Below(40);
+    for (uint32_t i = random.Below(150); i > 0; --i) {
+      const std::string key =
+          random.Below(2) == 0 ? tail + RandomName(random, keys) : RandomName(random, keys);
+      random.Below(2) == 0 ? table.Add(key, key) : table.Queue(key, random.Below(3) == 0 ? key : "");
+    }
+    count_queued();
+    ASSERT_NO_FATAL_FAILURE(table.ExpectSame());
+    static const int64_t kCounts[] = {0, 1, 999999, 1000000, INT32_MAX, int64_t{1} << 31, int64_t{1} << 40};
+    plain::Item* plain_item = table.plain_list;
+    for (ListItem* item = KeyOrder(table.list); item != nullptr; item = item->next) {
+      ASSERT_EQ(item->key(), plain_item->name);
+      if (random.Below(3) == 0) {
+        item->count = plain_item->count = kCounts[random.Below(7)];
       }
       plain_item = plain_item->next;
     }

@@ -26,7 +26,7 @@ class Driver : public AccountLogs {
   // Reads the logs; what the run prints is returned.
   std::string Run() {
     testing::internal::CaptureStdout();
-    EXPECT_TRUE(BeginAnalysis(settings_, analysis_));
+    EXPECT_TRUE(BeginAnalysis(settings_, kClassicCounting, analysis_));
     CountLogs(settings_, analysis_);
     return testing::internal::GetCapturedStdout();
   }
@@ -61,7 +61,7 @@ hostent* ResolveToDesk(const void*, socklen_t, int) {
 // ---- BeginAnalysis ------------------------------------------------------------
 
 TEST_F(BeginAnalysisTest, FalseWithoutAnyLogFile) {
-  EXPECT_FALSE(BeginAnalysis(settings_, analysis_));
+  EXPECT_FALSE(BeginAnalysis(settings_, kClassicCounting, analysis_));
 }
 
 TEST_F(BeginAnalysisTest, RangeIsWholeLocalDays) {
@@ -71,7 +71,7 @@ TEST_F(BeginAnalysisTest, RangeIsWholeLocalDays) {
   ResetLocalTime();
   CopyText(settings_.start_date, "03252000");
   CopyText(settings_.end_date, "03262000");  // summer time begins on this day
-  ASSERT_TRUE(BeginAnalysis(settings_, analysis_));
+  ASSERT_TRUE(BeginAnalysis(settings_, kClassicCounting, analysis_));
   EXPECT_EQ(analysis_.range_first, 953938800);
   EXPECT_EQ(analysis_.range_last, 953938800 + 24 * 3600 + 23 * 3600 - 1);
 }
@@ -79,7 +79,7 @@ TEST_F(BeginAnalysisTest, RangeIsWholeLocalDays) {
 TEST_F(BeginAnalysisTest, YearsAreTakenAsWritten) {
   AddLog("a.log", {{}});
   CopyText(settings_.start_date, "010100");
-  ASSERT_TRUE(BeginAnalysis(settings_, analysis_));
+  ASSERT_TRUE(BeginAnalysis(settings_, kClassicCounting, analysis_));
   EXPECT_EQ(analysis_.range_first, -62167219200);  // the year 0
 }
 
@@ -90,7 +90,7 @@ TEST_F(BeginAnalysisTest, AnyDateTextIsSurvived) {
     CopyText(settings_.start_date, date);
     CopyText(settings_.end_date, date);
     ResetSuperLog();
-    EXPECT_TRUE(BeginAnalysis(settings_, analysis_));
+    EXPECT_TRUE(BeginAnalysis(settings_, kClassicCounting, analysis_));
     EndAnalysis(analysis_);
   }
 }
@@ -101,7 +101,7 @@ TEST_F(BeginAnalysisTest, NotesTheStartAndClearsEverything) {
   analysis_.hours.counts[3] = 7;
   analysis_.MsieCount = analysis_.NavCount = analysis_.gHits_Browsers = 7;
   SetCurrentTimeForTest(952300801);
-  ASSERT_TRUE(BeginAnalysis(settings_, analysis_));
+  ASSERT_TRUE(BeginAnalysis(settings_, kClassicCounting, analysis_));
   EXPECT_EQ(analysis_.ReportStartTime, 952300801);
   EXPECT_EQ(analysis_.hits, 0);
   EXPECT_EQ(analysis_.hours.counts[3], 0);
@@ -112,7 +112,7 @@ TEST_F(BeginAnalysisTest, NotesTheStartAndClearsEverything) {
 
 TEST_F(BeginAnalysisTest, ChainHoldsTheBuiltInEnginesThenTheTables) {
   AddLog("a.log", {{}});
-  ASSERT_TRUE(BeginAnalysis(settings_, analysis_));
+  ASSERT_TRUE(BeginAnalysis(settings_, kClassicCounting, analysis_));
   std::string names;
   int lists = 0;
   for (const ListInfo* info = gListInfo.first; info != nullptr; info = info->next, ++lists) {
@@ -127,7 +127,7 @@ TEST_F(BeginAnalysisTest, ChainHoldsTheBuiltInEnginesThenTheTables) {
 TEST_F(BeginAnalysisTest, ConfiguredEnginesAreLeftOutOfTheChain) {
   AddLog("a.log", {{}});
   ParseSearchEngineDefinition("F;domain=finder.example;vars=q");
-  ASSERT_TRUE(BeginAnalysis(settings_, analysis_));
+  ASSERT_TRUE(BeginAnalysis(settings_, kClassicCounting, analysis_));
   ASSERT_NE(gListInfo.first, nullptr);
   EXPECT_STREQ(gListInfo.first->name, "Top URLs");
 }
@@ -181,7 +181,7 @@ TEST_F(CountLogsTest, TellsOfEveryLineThatIsDelivered) {
   AddLog("a.log", {{.time = "01/Feb/2000:00:00:00"}, {.url = "/a"}, {.time = "02/Apr/2000:00:00:00"}, {}});
   AddLog("b.log", "no record\n" + ToText({}));
   mLinesTold = 0;
-  ASSERT_TRUE(BeginAnalysis(settings_, analysis_, kRecorder));
+  ASSERT_TRUE(BeginAnalysis(settings_, kClassicCounting, analysis_, kRecorder));
   CountLogs(settings_, analysis_);
   EXPECT_EQ(mLinesTold, 4) << "before, in and one behind the range; none of what is no record";
 }
@@ -190,7 +190,7 @@ TEST_F(CountLogsTest, TellsInTheOrderOfWhatHappens) {
   AddLog("a.log", {{}, {}});
   AddLog("b.log", {{}, {}, {}});
   mOrder = "";
-  ASSERT_TRUE(BeginAnalysis(settings_, analysis_, kRecorder));
+  ASSERT_TRUE(BeginAnalysis(settings_, kClassicCounting, analysis_, kRecorder));
   EXPECT_EQ(mOrder, "");
   CountLogs(settings_, analysis_);
   EXPECT_EQ(mOrder, "slf..rlf...r");
@@ -213,12 +213,98 @@ TEST_F(CountLogsTest, RefusedMemoryEndsTheRunBeforeTheNextFileIsLookedAt) {
   AddLog("b.log", {{}, {}});
   AnalysisEvents events;
   events.logs.log_looked_at = [](const LogLook& look) { fprintf(stderr, "%s\n", look.path); };
-  ASSERT_TRUE(BeginAnalysis(settings_, analysis_, events));
+  ASSERT_TRUE(BeginAnalysis(settings_, kClassicCounting, analysis_, events));
   const auto count_without_memory = [&] {
     mpAllocate = [](size_t) -> void* { return nullptr; };
     CountLogs(settings_, analysis_);
   };
   EXPECT_EXIT(count_without_memory(), testing::ExitedWithCode(1), "^[^\n]*a\\.log\n$");
+}
+
+// ---- Limits and days ------------------------------------------------------------
+
+class CountingOfDriver : public Driver {
+ protected:
+  void RunWith(const Counting& counting) {
+    EndAnalysis(analysis_);
+    analysis_ = {};
+    testing::internal::CaptureStdout();
+    EXPECT_TRUE(BeginAnalysis(settings_, counting, analysis_));
+    CountLogs(settings_, analysis_);
+    testing::internal::GetCapturedStdout();
+  }
+};
+
+TEST_F(CountingOfDriver, TheSameDayOfTwoYearsIsOneDayByDayOfYearAndTwoByDate) {
+  settings_.dailytotals = 1;
+  CopyText(settings_.end_date, "03312100");
+  AddLog("a.log", {{.time = "05/Mar/2001:10:00:00"}, {.time = "05/Mar/2002:10:00:00"}});
+  RunWith(kClassicCounting);
+  EXPECT_EQ(analysis_.days.counts[63], 2);
+  EXPECT_EQ(analysis_.days.total, 2);
+  EXPECT_EQ(analysis_.dates.total, 0);
+  RunWith(kModernCounting);
+  EXPECT_EQ(analysis_.days.total, 0);
+  EXPECT_EQ(analysis_.dates.total, 2);
+  EXPECT_EQ(CountOfDay(analysis_.dates, 11386), 1);  // 983786400 / 86400
+  EXPECT_EQ(CountOfDay(analysis_.dates, 11751), 1);
+  EXPECT_EQ(CountOfDay(analysis_.dates, 11387), 0);
+}
+
+TEST_F(CountingOfDriver, TimesBeyond32BitsCountInModernOnly) {
+  settings_.requests.on = 1;
+  CopyText(settings_.start_date, "01011900");
+  CopyText(settings_.end_date, "03312100");
+  AddLog("a.log", {{.time = "01/Jan/1900:10:00:00", .url = "/1900"},
+                   {.time = "05/Mar/2000:10:00:00", .url = "/2000"},
+                   {.time = "05/Mar/2039:10:00:00", .url = "/2039"},
+                   {.time = "05/Mar/2100:10:00:00", .url = "/2100"}});
+  RunWith(kClassicCounting);
+  EXPECT_EQ(Urls(), "/2000=1 ");
+  RunWith(kModernCounting);
+  EXPECT_EQ(Urls(), "/1900=1 /2000=1 /2039=1 /2100=1 ");
+}
+
+TEST_F(CountingOfDriver, LongItemsCountWholeInModern) {
+  settings_.requests.on = settings_.referrers.on = settings_.badurls.on = settings_.badurl_referrers = 1;
+  const std::string url = "/" + std::string(2046, 'u');
+  const std::string from = "http://" + std::string(2041, 'r');
+  AddLog("a.log", {{.url = url + "a", .status = "404", .referrer = from + "x"},
+                   {.url = url + "b", .status = "404", .referrer = from + "y"}});
+  RunWith(kClassicCounting);
+  EXPECT_EQ(Urls(), url.substr(0, 239) + "=2 ") << "with its method";
+  RunWith(kModernCounting);
+  EXPECT_EQ(Urls(), url + "a=1 " + url + "b=1 ");
+  EXPECT_EQ(BadUrls(), url + "a=1(" + from + "=1 ) " + url + "b=1(" + from + "=1 ) ");
+  EXPECT_EQ(Referrers(), from + "=2 ");
+}
+
+TEST_F(CountingOfDriver, SizesBeyond32BitsAddUpInModern) {
+  AddLog("a.log", {{.bytes = "5000000000"}, {.bytes = "-1"}});
+  RunWith(kClassicCounting);  // 705032704 and 4294967295
+  EXPECT_EQ(SuperLongToDouble(analysis_.bytes), 4999999999.0);
+  RunWith(kModernCounting);
+  EXPECT_EQ(SuperLongToDouble(analysis_.bytes), 5000000000.0);
+}
+
+TEST_F(CountingOfDriver, TotalsWrapAt32BitsInClassicOnly) {
+  settings_.requests.on = settings_.browsers.on = settings_.dailytotals = settings_.hitsperhour = 1;
+  AddLog("a.log", {{.agent = kMsie}});
+  for (const Counting& counting : {kClassicCounting, kModernCounting}) {
+    EndAnalysis(analysis_);
+    ASSERT_TRUE(BeginAnalysis(settings_, counting, analysis_));
+    analysis_.hits = analysis_.urls.total = analysis_.hours.counts[10] = analysis_.hours.total = INT32_MAX;
+    analysis_.days.counts[64] = analysis_.dates.total = analysis_.browsers.info->kinds[1] = UINT32_MAX;
+    CountLogs(settings_, analysis_);
+    const bool wide = counting.limits.wide_figures;
+    const int64_t beyond_31 = wide ? int64_t{1} << 31 : INT32_MIN;
+    EXPECT_EQ(analysis_.hits, beyond_31);
+    EXPECT_EQ(analysis_.urls.total, beyond_31);
+    EXPECT_EQ(analysis_.hours.counts[10], beyond_31);
+    EXPECT_EQ(analysis_.hours.total, beyond_31);
+    EXPECT_EQ(wide ? analysis_.dates.total : analysis_.days.counts[64], wide ? int64_t{1} << 32 : 0);
+    EXPECT_EQ(analysis_.MsieCount, wide ? int64_t{1} << 32 : 0);
+  }
 }
 
 // ---- Which records are counted --------------------------------------------------
@@ -797,7 +883,7 @@ TEST_F(ResetAnalysisTest, AnotherRunIsLikeTheFirst) {
 
 TEST_F(ResetAnalysisTest, DropsWhatWaitsToBeCounted) {
   AddLog("a.log", {{}});
-  ASSERT_TRUE(BeginAnalysis(settings_, analysis_));
+  ASSERT_TRUE(BeginAnalysis(settings_, kClassicCounting, analysis_));
   queue_item(analysis_.urls.list, analysis_.urls.info, WithRoom("/a"), {}, false);
   ResetAnalysis();
   EXPECT_EQ(list_length(analysis_.urls.list), 0U);

@@ -14,20 +14,20 @@
 static const KeySeed kSeed = {"sixty-four characters that are as good as any others for a test",
                               0x0123456789abcdef, 0xfedcba9876543211};
 
-static PaddedKey Padded(const std::string& key) {
-  PaddedKey padded;
+static LongPaddedKey Padded(const std::string& key) {
+  LongPaddedKey padded;
   memset(padded.bytes, '#', sizeof padded.bytes);
   PadKey(padded, WithRoom(key));
   return padded;
 }
 
 static uint32_t Hash(const std::string& key, bool fold) {
-  return HashKey(Padded(key), fold, kSeed);
+  return HashKey(Padded(key).padded(), fold, kSeed);
 }
 
 static std::unique_ptr<ListItem, void (*)(void*)> MakeItem(const std::string& key) {
   ListItem* item = static_cast<ListItem*>(calloc(1, offsetof(ListItem, name) + PaddedKeySize(key.size())));
-  item->length = static_cast<uint8_t>(key.size());
+  item->length = static_cast<uint16_t>(key.size());
   memcpy(item->name, key.data(), key.size());
   return {item, free};
 }
@@ -35,7 +35,7 @@ static std::unique_ptr<ListItem, void (*)(void*)> MakeItem(const std::string& ke
 // Keys that have much in common, of all lengths and bytes.
 static std::string RandomKey(Random& random) {
   static const char kLetters[] = "aAbBzZ@[`{/.0\x80\xc1\xe1\xff\x1f";
-  std::string key(1 + random.Below(random.Below(4) == 0 ? 243 : 20), 'k');
+  std::string key(1 + random.Below(random.Below(4) == 0 ? kLongestItem : 20), 'k');
   for (uint32_t i = random.Below(4); i > 0; --i) {
     key[random.Below(static_cast<uint32_t>(key.size()))] = kLetters[random.Below(sizeof kLetters - 1)];
   }
@@ -82,8 +82,9 @@ TEST(SameKey, IsEqualityWithAndWithoutCase) {
     const std::string a = RandomKey(random);
     const std::string b = random.Below(2) == 0 ? SwapCase(a) : RandomKey(random);
     const auto item = MakeItem(a);
-    ASSERT_EQ(SameKey(*item, Padded(b), false), a == b) << a << " " << b;
-    ASSERT_EQ(SameKey(*item, Padded(b), true), strcasecmp(a.c_str(), b.c_str()) == 0) << a << " " << b;
+    ASSERT_EQ(SameKey(*item, Padded(b).padded(), false), a == b) << a << " " << b;
+    ASSERT_EQ(SameKey(*item, Padded(b).padded(), true), strcasecmp(a.c_str(), b.c_str()) == 0)
+        << a << " " << b;
   }
 }
 
@@ -126,7 +127,7 @@ TEST(HashKey, BytesThatDifferInTheCaseBitAloneStayApart) {
 TEST(HashKey, DependsOnTheSeed) {
   KeySeed other = kSeed;
   other.chunk[5] ^= 1;
-  EXPECT_NE(Hash("/index.html", false), HashKey(Padded("/index.html"), false, other));
+  EXPECT_NE(Hash("/index.html", false), HashKey(Padded("/index.html").padded(), false, other));
 }
 
 TEST(HashKey, SpreadsNumberedKeysOverTheLowBits) {
@@ -140,8 +141,8 @@ TEST(HashKey, SpreadsNumberedKeysOverTheLowBits) {
 }
 
 TEST(PadKey, TakesEveryLengthAndPadsItWithNuls) {
-  const std::string text(kTextMax + kScanOverread, 'x');
-  for (size_t length = 0; length <= kTextMax; ++length) {
+  const std::string text(kWaitingKeyMax + kScanOverread, 'x');
+  for (size_t length = 0; length <= kWaitingKeyMax; ++length) {
     PaddedKey padded;
     memset(padded.bytes, '#', sizeof padded.bytes);
     PadKey(padded, {text.data(), length});

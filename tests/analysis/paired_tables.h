@@ -56,12 +56,13 @@ inline void ResetMemory() {
   gSM_TotalBytesAllocated = gSM_CurrentBytesAllocated = gSM_MaximumBytesAllocated = gSM_TotalBytesFreed = 0;
   mpAllocate = malloc;
   mpAllocateZeroed = calloc;
+  SetCountingLimits(kClassicLimits);
   plain::memory = {};
 }
 
 struct Row {
   std::string key;
-  int32_t count;
+  int64_t count;
   std::vector<Row> rows;  // of the sub-list
 
   bool operator==(const Row&) const = default;
@@ -91,7 +92,7 @@ inline std::vector<Row> Rows(const ListItem* item, bool ignore_case) {
   std::vector<Row> rows;
   for (; item != nullptr; item = item->next) {
     EXPECT_EQ(item->name[item->length], '\0');
-    const ListItem* const sub = item->sublist == nullptr ? nullptr : item->sublist->first;
+    const ListItem* const sub = item->sublist() == nullptr ? nullptr : item->sublist()->first;
     rows.push_back({std::string(item->key()), item->count, Sorted(Rows(sub, ignore_case), ignore_case)});
   }
   return rows;
@@ -106,7 +107,7 @@ inline std::vector<Row> RowsInKeyOrder(const List& list) {
 class PairedTable {
  public:
   explicit PairedTable(bool ignore_case) : ignore_case_(ignore_case) {
-    init_list(list, info, "Table");
+    init_list(list, info, "Table", SubLists::kAny);
     plain::init_list(plain_list, plain_info);
   }
   PairedTable(const PairedTable&) = delete;
@@ -154,6 +155,11 @@ class PairedTable {
  private:
   bool ignore_case_;
 };
+
+inline void SetLimits(const Limits& limits) {
+  SetCountingLimits(limits);
+  plain::memory.limits = limits;
+}
 
 inline void InitMemory(const Settings& settings) {
   smart_memory_init(settings);

@@ -23,7 +23,7 @@ inline bool PlainIPaddress(const std::string& host) {
   if (host.empty()) {
     return false;
   }
-  std::string copy = host.substr(0, 243);
+  std::string copy = host;
   if (copy == "(null)") {
     copy.clear();
   }

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <string>
 
+#include "base/limits.h"
 #include "base/text.h"
 
 namespace plain {
@@ -17,8 +18,8 @@ namespace plain {
 inline constexpr int32_t kItemSize = 256;
 
 struct Item {
-  char name[kTextSize];
-  int32_t count;
+  char name[kLongestItem + 1];
+  int64_t count;
   Item* next;
   Item* sublist;
 };
@@ -31,6 +32,7 @@ struct Info {
 };
 
 struct Memory {
+  Limits limits = kClassicLimits;
   bool enabled = true;
   int32_t keep = 100;
   int32_t reclaim_kilobytes = 1000;
@@ -154,11 +156,11 @@ inline void add_item(Item*& list, Info& info, const std::string& key, const std:
   if (key.empty()) {
     return;
   }
-  const std::string kept = key.substr(0, kTextMax);
+  const std::string kept = key.substr(0, memory.limits.item);
   const Compare compare = ignore_case ? strcasecmp : strcmp;
   Item* item = *PlaceOf(list, kept.c_str(), compare);
   if (item != nullptr && compare(item->name, kept.c_str()) == 0) {
-    ++item->count;
+    item->count = Wrapped(memory.limits, item->count + 1);
   } else {
     item = smart_alloc(info, parent);
     if (item == nullptr) {
@@ -197,10 +199,10 @@ inline Item* MoveItem(Item* list, const char* key, const char* behind) {
 }
 
 inline Item* SortList(Item* list) {
-  int32_t limit = 999999;
-  char previous[kTextSize] = "";
+  int64_t limit = memory.limits.ranked;
+  char previous[kLongestItem + 1] = "";
   for (;;) {
-    int32_t best = 0;
+    int64_t best = 0;
     const Item* chosen = nullptr;
     const Item* item = previous[0] == '\0' ? list : *LinkTo(list, previous);
     for (; item != nullptr; item = item->next) {
@@ -213,7 +215,7 @@ inline Item* SortList(Item* list) {
       return list;
     }
     limit = chosen->count;
-    char name[kTextSize];
+    char name[kLongestItem + 1];
     CopyText(name, chosen->name);
     list = MoveItem(list, name, previous);
     CopyText(previous, name);

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "analysis/request_filters_internal.h"
+#include "base/limits.h"
 
 using std::string_view;
 
@@ -112,8 +113,8 @@ TEST_F(NotFilteredDomainTest, TableIsBuiltAtTheFirstHost) {
 
 TEST_F(NotFilteredDomainTest, HostLongerThanAnyTextIsCut) {
   SetDomains("z");
-  EXPECT_FALSE(Domain(std::string(242, 'a') + "z"));
-  EXPECT_TRUE(Domain(std::string(243, 'a') + "z"));
+  EXPECT_FALSE(Domain(std::string(kLongestItem - 1, 'a') + "z"));
+  EXPECT_TRUE(Domain(std::string(kLongestItem, 'a') + "z"));
 }
 
 TEST_F(NotFilteredDomainTest, LongestFilters) {

@@ -77,7 +77,7 @@ TEST_F(DebugRows, FiguresHaveCommasAndTheRatioIsOfTheLogBytesRead) {
 TEST_F(DebugRows, FiguresAreThoseOfTheRun) {
   settings_.requests.on = 1;
   AddLog("a.log", {{}});
-  ASSERT_TRUE(BeginAnalysis(settings_, analysis_));
+  ASSERT_TRUE(BeginAnalysis(settings_, kClassicCounting, analysis_));
   CountLogs(settings_, analysis_);
   char ratio[40];
   snprintf(ratio, sizeof ratio, "%.2f%%",

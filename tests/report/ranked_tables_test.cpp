@@ -163,7 +163,7 @@ class RankedTables : public testing::Test {
     CopyText(settings_.url, "http://www.example.com");
     gListInfo = {};
     smart_memory_init(settings_);
-    init_list(list_, info_, "Items");
+    init_list(list_, info_, "Items", SubLists::kAny);
   }
 
   void TearDown() override {
@@ -419,7 +419,7 @@ class PrintRankedSectionTest : public RankedTables {
           Row{analysis_.browsers, "Browsers", 40}, Row{analysis_.badurls, "Bad URLs", 0},
           Row{analysis_.badreferrers, "Bad Referrers", 0}, Row{analysis_.domains, "Domains", 80},
           Row{analysis_.domaintypes, "Domain Types", 100}}) {
-      init_list(row.report.list, row.report.info, row.name);
+      init_list(row.report.list, row.report.info, row.name, SubLists::kAny);
       row.report.total = row.total;
     }
   }

@@ -18,7 +18,7 @@ class ToldRows : public AccountLogs {
   std::string Run() {
     Analysis analysis;
     testing::internal::CaptureStdout();
-    EXPECT_TRUE(BeginAnalysis(settings_, analysis, PageEvents(settings_)));
+    EXPECT_TRUE(BeginAnalysis(settings_, kClassicCounting, analysis, PageEvents(settings_)));
     CountLogs(settings_, analysis);
     EndAnalysis(analysis);
     return testing::internal::GetCapturedStdout();

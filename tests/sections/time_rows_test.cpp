@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -138,6 +139,51 @@ TEST_F(TimeRowsTest, EmptyAndReversedRangesHaveNoRows) {
   EXPECT_EQ(Days(), "");
   SetRange({1, 1, 2000000000}, {1, 1, -2000000000});
   EXPECT_EQ(Days(), "");
+}
+
+// ---- Days by date ----
+
+class DatesTest : public TimeRowsTest {
+ protected:
+  DatesTest() { analysis_.counting = kModernCounting; }
+  ~DatesTest() override { ReleaseDays(analysis_.dates); }
+
+  void CountDays(std::initializer_list<const char*> dates) {
+    for (const char* date : dates) {
+      tm local{};
+      ASSERT_EQ(sscanf(date, "%d-%d-%d", &local.tm_year, &local.tm_mon, &local.tm_mday), 3);
+      local.tm_year -= 1900;
+      local.tm_mon -= 1;
+      local.tm_hour = 12;
+      timegm(&local);
+      CountDay(analysis_.dates, local);
+    }
+    OrderDays(analysis_.dates);
+  }
+};
+
+TEST_F(DatesTest, TheSameDayOfTwoYearsAndTheEndOfALeapYearStandApart) {
+  SetRange({12, 30, 2000}, {1, 2, 2001});
+  CountDays({"2000-12-31", "2001-01-01", "2001-01-01", "2002-12-31", "2001-01-01"});
+  EXPECT_EQ(Days(), "6 2000-12-30=0 0 2000-12-31=1 1 2001-01-01=3 2 2001-01-02=0 ");
+  EXPECT_EQ(OpenDays(analysis_).total, 5);
+  EXPECT_EQ(OpenDays(analysis_).largest, 3);
+}
+
+TEST_F(DatesTest, NoDateRepeatsOrIsMissingOverClockChanges) {
+  SetZone("CET-1CEST,M3.5.0,M10.5.0/3");
+  SetRange({10, 28, 2000}, {10, 30, 2000});
+  CountDays({"2000-10-29", "2000-10-29"});
+  EXPECT_EQ(Days(), "6 2000-10-28=0 0 2000-10-29=2 1 2000-10-30=0 ");
+  SetRange({3, 25, 2000}, {3, 27, 2000});
+  EXPECT_EQ(Days(), "6 2000-03-25=0 0 2000-03-26=0 1 2000-03-27=0 ");
+}
+
+TEST_F(DatesTest, RangesAreCutToTheYearsThatPagesShow) {
+  SetRange({12, 31, 9999}, {1, 2, 10001});
+  EXPECT_EQ(Days(), "5 9999-12-31=0 ");
+  SetRange({1, 1, -5}, {1, 1, 0});
+  EXPECT_EQ(Days(), "6 0000-01-01=0 ");
 }
 
 // ---- Weekdays and hours ----

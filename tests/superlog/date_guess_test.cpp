@@ -10,6 +10,7 @@
 
 #include "superlog/byte_scan.h"
 #include "superlog/log_dates.h"
+#include "superlog/log_limits.h"
 #include "superlog/superlog.h"
 
 namespace {
@@ -41,6 +42,7 @@ class DateGuessTest : public testing::Test {
     ResetLogDates();
     InitLogDates();
   }
+  void TearDown() override { mLogLimits = kClassicLimits; }
 };
 
 TEST_F(DateGuessTest, CommonLogLine) {
@@ -185,6 +187,25 @@ TEST_F(DateGuessTest, TimesOutsideSigned32BitsAreRejected) {
   EXPECT_EQ(Guess("h - - [19/Jan/2038:03:14:08 +0000] x"), -1);
   EXPECT_EQ(Guess("h - - [13/Dec/1901:20:45:52 +0000] x"), -2147483648LL);
   EXPECT_EQ(Guess("h - - [13/Dec/1901:20:45:51 +0000] x"), -1);
+}
+
+TEST_F(DateGuessTest, WideTimesAreTaken) {
+  mLogLimits = kModernLimits;
+  EXPECT_EQ(Guess("h - - [01/Jan/1900:00:00:00 +0000] \"GET / HTTP/1.0\" 200 1"), Utc(1900, 1, 1));
+  EXPECT_EQ(Guess("h - - [01/Jan/2039:00:00:00 +0000] \"GET / HTTP/1.0\" 200 1"), Utc(2039, 1, 1));
+  EXPECT_EQ(Guess("2100-03-01 00:00:00 /"), Utc(2100, 3, 1));
+  EXPECT_EQ(Guess("4107542400 /"), Utc(2100, 3, 1));
+  EXPECT_EQ(Guess("1700000000 /"), 1700000000);
+  EXPECT_EQ(Guess("253402300799 /"), 253402300799);
+  EXPECT_EQ(Guess("253402300800 /"), 0);
+  EXPECT_EQ(Guess("h [01/Foo/2039:00:00:00 +0000]"), -1);
+}
+
+TEST_F(DateGuessTest, LargeSizeBehindADateIsNoWideTime) {
+  EXPECT_EQ(Guess("2000-03-01 00:00:00 /film 700000000"), 700000000);
+  mLogLimits = kModernLimits;
+  EXPECT_EQ(Guess("2000-03-01 00:00:00 /film 700000000"), Utc(2000, 3, 1));
+  EXPECT_EQ(Guess("2000-03-01 00:00:00 /film 5000000000"), Utc(2000, 3, 1));
 }
 
 TEST_F(DateGuessTest, FullDateThatCannotBeReadEndsTheSearch) {

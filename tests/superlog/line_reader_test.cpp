@@ -16,7 +16,10 @@ using Lines = std::vector<std::string>;
 class LineReaderTest : public testing::Test {
  protected:
   void SetUp() override { ResetLineReader(); }
-  void TearDown() override { ResetLineReader(); }
+  void TearDown() override {
+    ResetLineReader();
+    mLogLimits = kClassicLimits;
+  }
 };
 using ReadLineFromBigBufTest = LineReaderTest;
 using ReadLineTest = LineReaderTest;
@@ -241,6 +244,33 @@ TEST_F(ReadLineFromBigBufTest, LongLinesAcrossTheWindowBoundary) {
   }
 }
 
+TEST_F(ReadLineFromBigBufTest, LinesOf64KiBAcrossTheWindowBoundary) {
+  mLogLimits = kModernLimits;
+  const size_t longest = mLogLimits.line;
+  ASSERT_EQ(longest, 65536u);
+  for (const size_t length : {1535ul, 1536ul, longest - 1, longest, longest + 1, 3 * longest}) {
+    for (const size_t before : {0ul, 1ul, 700ul, kBigBufSize - 1, kBigBufSize, kBigBufSize + 1}) {
+      for (const char* next : {"\nnext\n", "\r\nnext", "\xFFnext\n", ""}) {
+        SCOPED_TRACE(testing::Message() << length << " " << before << " " << next);
+        ExpectSameAsModel(std::string(before, '\n').append(std::string(length, 'x')).append(next));
+      }
+    }
+  }
+}
+
+TEST_F(ReadLineFromBigBufTest, RandomBytesWithLongLines) {
+  mLogLimits = kModernLimits;
+  std::mt19937 random(11);
+  for (int round = 0; round < 10; ++round) {
+    std::string bytes = RandomBytes(random, 1000000, 1);
+    for (char& c : bytes) {
+      c = (c == '\n' || c == '\r' || c == '\xFF') && random() % 50 != 0 ? 'z' : c;
+    }
+    SCOPED_TRACE(round);
+    ExpectSameAsModel(bytes);
+  }
+}
+
 TEST_F(ReadLineFromBigBufTest, FileOfExactlyOneWindowEnds) {
   ExpectSameAsModel(std::string(kBigBufSize, 'x'));
   ExpectSameAsModel(std::string(kBigBufSize - 3, '\n').append("abc"));
@@ -258,6 +288,14 @@ TEST_F(ReadLineTest, SharesTheRulesOfLines) {
   EXPECT_EQ(ReadAll(longest + "yyy\nnext\n", ReadLine), (Lines{longest, "next"}));
   EXPECT_EQ(ReadAll(longest + "y", ReadLine), Lines{longest});
   EXPECT_EQ(ReadAll(std::string(4095, '\n').append("ab\n"), ReadLine), Lines{"ab"});
+}
+
+TEST_F(ReadLineTest, KeepsLinesOf64KiB) {
+  mLogLimits = kModernLimits;
+  const std::string longest(65536, 'x');
+  EXPECT_EQ(ReadAll(longest + "\nnext\n", ReadLine), (Lines{longest, "next"}));
+  EXPECT_EQ(ReadAll(longest + "yyy\nnext\n", ReadLine), (Lines{longest, "next"}));
+  EXPECT_EQ(ReadAll("\n" + longest + "y", ReadLine), Lines{longest});
 }
 
 TEST_F(ReadLineTest, Byte0xFFIsAnOrdinaryCharacter) {

@@ -135,8 +135,13 @@ class LogFilesTest : public testing::Test {
     return text;
   }
 
+  void InitWith(const Limits& limits) {
+    ResetSuperLog();
+    SuperLog_Init(settings, limits, March(1), March(31));
+  }
+
   void Init(int first_day = 1, int last_day = 31) {
-    SuperLog_Init(settings, March(first_day), March(last_day), kRecorder);
+    SuperLog_Init(settings, kClassicLimits, March(first_day), March(last_day), kRecorder);
   }
 
   // A new run of the program.
@@ -226,7 +231,7 @@ TEST_F(LogFilesTest, SummaryThatKnowsOneDateOnlyMakesNoLog) {
     Write("a1.log", Line(2));
     std::ofstream(SummaryPath()) << Line(2).size() << dates << PathOf("a1.log") << "\n";
     ResetSuperLog();
-    SuperLog_Init(settings, 0, March(31));
+    SuperLog_Init(settings, kClassicLimits, 0, March(31));
     EXPECT_EQ(OpenedDays(), std::vector<int>{});
   }
 }
@@ -278,6 +283,17 @@ TEST_F(LogFilesTest, LogOfAnotherSizeIsProbedAgain) {
   InitAgain();
   EXPECT_EQ(mpLogsRoot->first, March(9));
   EXPECT_EQ(mpLogsRoot->last, March(10));
+}
+
+TEST_F(LogFilesTest, SizesBeyond4GBAreWholeInModernAndModulo2To32InClassic) {
+  Write("a.log", Line(2));
+  std::filesystem::resize_file(PathOf("a.log"), (int64_t{1} << 32) + 70);  // holes behind the line
+  InitWith(kClassicLimits);
+  EXPECT_TRUE(SummaryEntries().starts_with("70,")) << SummaryEntries();
+  InitWith(kModernLimits);
+  EXPECT_TRUE(SummaryEntries().starts_with("4294967366,")) << SummaryEntries();
+  InitWith(kModernLimits);
+  EXPECT_EQ(mpLogsRoot->size, 4294967366U);
 }
 
 TEST_F(LogFilesTest, AccessLogIsAlwaysProbed) {
@@ -344,7 +360,7 @@ TEST_F(LogFilesTest, RangeIncludesBothEnds) {
   for (const auto& row : rows) {
     SCOPED_TRACE(row.first);
     ResetSuperLog();
-    SuperLog_Init(settings, row.first, row.last);
+    SuperLog_Init(settings, kClassicLimits, row.first, row.last);
     EXPECT_EQ(SuperLog_NextLogFile(), row.in_range);
     EXPECT_EQ(SuperLog_LogsInRange(), row.in_range);
   }
@@ -355,7 +371,7 @@ TEST_F(LogFilesTest, GmtShiftMovesTheListButNotTheSummary) {
   SuperLog_SetFixGmt("1", 2);
   Write("a1.log", Line(10) + Line(12));
   const time_t local_midnight = March(12) - 19800;
-  SuperLog_Init(settings, local_midnight + 19800, March(31));
+  SuperLog_Init(settings, kClassicLimits, local_midnight + 19800, March(31));
   const std::string summary = SummaryEntries();
   EXPECT_TRUE(SuperLog_NextLogFile());
   EXPECT_EQ(mpLogsRoot->last, local_midnight + 19800);
@@ -544,7 +560,7 @@ TEST_F(LogFilesTest, WithoutAListenerNothingIsToldOrPrinted) {
   Init();
   Told();
   testing::internal::CaptureStdout();
-  SuperLog_Init(settings, March(1), March(31));
+  SuperLog_Init(settings, kClassicLimits, March(1), March(31));
   OpenedDays();
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
   EXPECT_EQ(Told(), "");

@@ -1,6 +1,7 @@
 #include "superlog/log_line.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <optional>
 #include <random>
 #include <string>
@@ -12,6 +13,7 @@
 #include "superlog/byte_scan.h"
 #include "superlog/log_dates.h"
 #include "superlog/log_format.h"
+#include "superlog/log_limits.h"
 #include "superlog/superlog.h"
 
 using Text = std::optional<std::string>;
@@ -19,8 +21,8 @@ using Text = std::optional<std::string>;
 // A record whose texts outlive the next line.
 struct Kept {
   Text host, url, referrer, agent, realm, user;
-  int status, bytes;
-  int32_t time;
+  int64_t status, bytes;
+  int64_t time;
   tm local;
 };
 
@@ -29,7 +31,7 @@ static Text Keep(std::string_view text) {
     return std::nullopt;
   }
   EXPECT_EQ(text.data()[text.size()], '\0');
-  EXPECT_LE(text.size(), kTextMax);
+  EXPECT_LE(text.size(), mLogLimits.item);
   EXPECT_EQ(text.find('\0'), std::string_view::npos);
   return std::string(text);
 }
@@ -48,6 +50,7 @@ class ParseNextLineTest : public testing::Test {
     ResetLogFormat();
     ResetLogDates();
     SetZone("UTC");
+    mLogLimits = kClassicLimits;
   }
   void TearDown() override { SetUp(); }
 
@@ -495,6 +498,101 @@ TEST_F(ParseNextLineTest, CombinedUrlIsCutTo243Characters) {
   EXPECT_EQ(ParseAs("S0xe", "971186136 " + stem + " " + query).url, stem);
   EXPECT_EQ(ParseAs("S0xe", "971186136 " + stem.substr(1) + " " + query).url, stem.substr(1) + "?");
   EXPECT_EQ(ParseAs("S0xe", "971186136 /s " + query).url, "/s?" + query.substr(3));
+}
+
+TEST_F(ParseNextLineTest, ModernValuesAreCutTo2048Characters) {
+  mLogLimits = kModernLimits;
+  for (const size_t length : {243u, 244u, 2047u, 2048u, 2049u, 9000u}) {
+    const std::string value(length, 'v');
+    const std::string kept = value.substr(0, 2048);
+    const Kept r = ParseAs("T0uhfamw", "971186136\t" + value + "\t" + value + "\t" + value + "\t" + value +
+                                           "\t" + value + "\t" + value);
+    for (const Text* text : {&r.url, &r.host, &r.referrer, &r.agent, &r.realm, &r.user}) {
+      EXPECT_EQ(*text, kept) << length;
+    }
+  }
+}
+
+TEST_F(ParseNextLineTest, ModernRequestIsCutBehindItsUrl) {
+  mLogLimits = kModernLimits;
+  const std::string url = "/" + std::string(2046, 'u');
+  EXPECT_EQ(ParseAs("S1q", "[10/Oct/2000:13:55:36 +0000] \"GET " + url + "x HTTP/1.0\"").url, url + "x");
+  EXPECT_EQ(ParseAs("S1q", "[10/Oct/2000:13:55:36 +0000] \"GET " + url + "xy HTTP/1.0\"").url, url + "x");
+  EXPECT_EQ(ParseAs("S1q", "[10/Oct/2000:13:55:36 +0000] \"" + url + "xy\"").url, url + "x");
+}
+
+TEST_F(ParseNextLineTest, ModernCombinedUrlIsCutTo2048Characters) {
+  mLogLimits = kModernLimits;
+  EXPECT_EQ(ParseAs("T0xe", "971186136\t/" + std::string(1000, 's') + "\t" + std::string(1046, 'q')).url,
+            "/" + std::string(1000, 's') + "?" + std::string(1046, 'q'));
+  EXPECT_EQ(ParseAs("T0xe", "971186136\t/" + std::string(1000, 's') + "\t" + std::string(1047, 'q')).url,
+            "/" + std::string(1000, 's') + "?" + std::string(1046, 'q'));
+  EXPECT_EQ(ParseAs("T0xe", "971186136\t/" + std::string(2047, 's') + "\tq").url,
+            "/" + std::string(2047, 's'));
+}
+
+TEST_F(ParseNextLineTest, ModernLineOf64KiBIsRead) {
+  mLogLimits = kModernLimits;
+  const std::string front = "971186136\t" + std::string(65000, 'u') + "\t";
+  const std::string agent(65536 - front.size(), 'a');
+  EXPECT_EQ(ParseAs("T0ua", front + agent).agent, agent);
+  EXPECT_EQ(ParseAs("T0ua", front + agent + "b").agent, agent);
+}
+
+TEST_F(ParseNextLineTest, ModernNumbersSaturateAt64Bits) {
+  mLogLimits = kModernLimits;
+  struct {
+    const char* text;
+    int64_t number;
+  } const rows[] = {{"2147483648", 2147483648},
+                    {"4294967700", 4294967700},
+                    {"9223372036854775807", INT64_MAX},
+                    {"9300000000000000000", INT64_MAX},
+                    {"99999999999999999999999", INT64_MAX},
+                    {"-99999999999999999999999", INT64_MIN},
+                    {"-5", -5},
+                    {"x", 0}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.text);
+    const Kept r = ParseAs("T0ucr", std::string("971186136\t/\t") + row.text + "\t" + row.text);
+    EXPECT_EQ(r.bytes, row.number);
+    EXPECT_EQ(r.status, row.number);
+  }
+}
+
+TEST_F(ParseNextLineTest, ModernTimesHave64Bits) {
+  mLogLimits = kModernLimits;
+  struct {
+    const char* format;
+    const char* line;
+    int64_t time;
+  } const rows[] = {
+      {"T1u", "01/Jan/1900:00:00:00 +0000\t/a", -2208988800},
+      {"T1u", "13/Dec/1901:20:45:51 +0000\t/a", -2147483649},
+      {"T1u", "19/Jan/2038:03:14:08 +0000\t/a", 2147483648},
+      {"T1u", "01/Jan/2039:00:00:00 +0000\t/a", 2177452800},
+      {"T39u", "2100-03-01\t00:00:00\t/a", 4107542400},
+      {"T2u", "03/01/2100\t/a", 4107542400},
+      {"T4u", "03/01/2100 00:00:01\t/a", 4107542401},
+      {"T5u", "Mon, 1 Mar 2100\t/a", 4107542400},
+      {"T0u", "4107542400\t/a", 4107542400},
+      {"T0u", "-2208988800\t/a", -2208988800},
+      {"T1u", "01/Jan/9999:00:00:00 +0000\t/a", 253370764800},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.line);
+    EXPECT_EQ(ParseAs(row.format, row.line).time, row.time);
+  }
+}
+
+TEST_F(ParseNextLineTest, ModernDatesThatAreNoneAreDroppedStill) {
+  mLogLimits = kModernLimits;
+  for (const char* line : {"10-Oct-2000\t/a", "10/Foo/2000:13:55:36\t/a", "\t/a"}) {
+    EXPECT_EQ(CountAs("T1u", line), 0u) << line;
+    EXPECT_EQ(CountAs("T19u", std::string(line).insert(strcspn(line, "\t"), "\t10:00")), 0u) << line;
+  }
+  EXPECT_EQ(CountAs("T0u", "99999999999999999999\t/a"), 0u);
+  EXPECT_EQ(CountAs("T0u", "-99999999999999999999\t/a"), 0u);
 }
 
 TEST(TrimFullRequest, KeepsTheUrl) {

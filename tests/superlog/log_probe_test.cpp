@@ -13,6 +13,7 @@
 #include "superlog/line_reader.h"
 #include "superlog/log_dates.h"
 #include "superlog/log_format.h"
+#include "superlog/log_limits.h"
 #include "superlog/plain_probe.h"
 #include "superlog/superlog.h"
 #include "support/text_file.h"
@@ -40,6 +41,7 @@ class LogProbeTest : public testing::Test {
     ResetSuperLog();
     InitLogDates();
   }
+  void TearDown() override { mLogLimits = kClassicLimits; }
 
   LogFile ProbePath(const std::string& path, int64_t size) {
     LogFile log = {};
@@ -230,11 +232,57 @@ TEST_F(LogProbeTest, StretchesGiveTheSameAsPlainReading) {
   EXPECT_LT(found, 600);
 }
 
+// Where a stretch is longer, so are the lines that lie across its end.
+TEST_F(LogProbeTest, StretchesOfLongLinesGiveTheSameAsPlainReading) {
+  mLogLimits = kModernLimits;
+  std::mt19937 random(6);
+  int found = 0;
+  for (int round = 0; round < 60; ++round) {
+    std::string content = Line(1);
+    for (auto i = random() % 12; i > 0; --i) {
+      const size_t length = random() % 2 == 0 ? random() % 200000 : 65400 + random() % 200;
+      switch (random() % 4) {
+        case 0:
+          content += std::string(length, ' ') + Line(2 + static_cast<int>(random() % 29));
+          break;
+        case 1:
+          content += std::string(length, '\n');
+          break;
+        case 2:
+          content += std::string(length, 'x') + "\r\n";
+          break;
+        default:
+          content += Line(2 + static_cast<int>(random() % 29));
+      }
+    }
+    const std::string path = WriteFile("random.log", content);
+    const auto size = static_cast<int64_t>(content.size());
+    const time_t plain = PlainLastDate(path, size);
+    const LogFile log = ProbePath(path, size);
+    ASSERT_EQ(log.last, plain != 0 ? plain : log.first) << "round " << round;
+    found += plain != 0;
+    remove(path.c_str());
+  }
+  EXPECT_GT(found, 20);
+  EXPECT_LT(found, 60);
+}
+
+TEST_F(LogProbeTest, LinesAreLookedAtAsFarAsTheLimitsSay) {
+  const std::string late = std::string(60000, ' ') + Line(7);
+  ExpectDates(Line(2) + late, March(2), March(2));
+  mLogLimits = kModernLimits;
+  ExpectDates(Line(2) + late, March(2), March(7));
+  ExpectDates(late + late, March(7), March(7));
+}
+
 // Reading each stretch to the end of its line would take hours.
 TEST_F(LogProbeTest, EndlessLineAndEndlessEmptyLinesTakeNoTime) {
   const auto begin = std::chrono::steady_clock::now();
   for (const char filler : {'x', '\n', '\0'}) {
-    ExpectDates(Line(2) + Line(3) + std::string(30000000, filler) + "end\n", March(2), March(3));
+    for (const Limits& limits : {kClassicLimits, kModernLimits}) {
+      mLogLimits = limits;
+      ExpectDates(Line(2) + Line(3) + std::string(30000000, filler) + "end\n", March(2), March(3));
+    }
   }
   const auto seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
   EXPECT_LT(seconds, 20);

@@ -9,6 +9,7 @@
 
 #include "base/text.h"
 #include "superlog/line_reader.h"
+#include "superlog/log_limits.h"
 
 class BlockModel {
  public:
@@ -32,7 +33,7 @@ class BlockModel {
         return line;
       }
       line.push_back(static_cast<char>(c));
-      if (line.size() == kLineMax + 1) {
+      if (line.size() == mLogLimits.line + 1) {
         line.pop_back();
         ReadRest();
         return line;

@@ -7,12 +7,14 @@
 
 #include "superlog/date_guess.h"
 #include "superlog/line_reader.h"
+#include "superlog/log_limits.h"
 
 inline time_t PlainLastDate(const std::string& path, int64_t size) {
   time_t last = 0;
+  const auto stretch = static_cast<int64_t>(mLogLimits.line > 2000 ? mLogLimits.line : 2000);
   OpenLog(path.c_str());
   for (int64_t end = size; end > 0 && last == 0;) {
-    const int64_t start = end > 2000 ? end - 2000 : 0;
+    const int64_t start = end > stretch ? end - stretch : 0;
     SeekLog(start);
     ReadRestOfLine();
     while (TellLog() <= end - 1) {

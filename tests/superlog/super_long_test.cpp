@@ -50,6 +50,44 @@ TEST(SuperLongAdd, EqualsAWideSum) {
   }
 }
 
+TEST(SuperLongAdd, BillionsWrap) {
+  SuperLong counter = {UINT32_MAX, 999999999};
+  SuperLongAdd(counter, 2);
+  ExpectSuperLong(counter, 0, 1);
+}
+
+TEST(SuperLongAddWide, TakesSizesBeyond4GB) {
+  SuperLong counter = {0, 999999999};
+  SuperLongAddWide(counter, 5000000000);
+  ExpectSuperLong(counter, 5, 999999999);
+  SuperLongAddWide(counter, 1);
+  ExpectSuperLong(counter, 5, 1000000000);
+  SuperLongAddWide(counter, 1);
+  ExpectSuperLong(counter, 6, 1);
+}
+
+TEST(SuperLongAddWide, NegativeAmountsAddNothing) {
+  SuperLong counter = {1, 2};
+  SuperLongAddWide(counter, -5);
+  SuperLongAddWide(counter, INT64_MIN);
+  ExpectSuperLong(counter, 1, 2);
+}
+
+TEST(SuperLongAddWide, StaysAtItsGreatestValue) {
+  SuperLong counter = {};
+  SuperLongAddWide(counter, INT64_MAX);  // 9.2e18
+  ExpectSuperLong(counter, UINT32_MAX, 999999999);
+  SuperLongAddWide(counter, 1);
+  SuperLongAddWide(counter, INT64_MAX);
+  ExpectSuperLong(counter, UINT32_MAX, 999999999);
+  counter = {};
+  SuperLongAddWide(counter, 4294967295999999999);
+  ExpectSuperLong(counter, UINT32_MAX, 999999999);
+  counter = {UINT32_MAX - 1, 999999999};
+  SuperLongAddWide(counter, 2);
+  ExpectSuperLong(counter, UINT32_MAX, 1);
+}
+
 TEST(SuperLongToDouble, WeighsBothWords) {
   EXPECT_EQ(SuperLongToDouble({0, 0}), 0.0);
   EXPECT_EQ(SuperLongToDouble({0, 1000000000}), 1e9);

@@ -12,9 +12,9 @@ inline std::string Counted(List& list) {
     text += item->key();
     text += '=';
     text += std::to_string(item->count);
-    if (item->sublist != nullptr) {
+    if (item->sublist() != nullptr) {
       text += '(';
-      text += Counted(*item->sublist);
+      text += Counted(*item->sublist());
       text += ')';
     }
     text += ' ';
