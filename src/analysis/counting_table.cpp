@@ -10,6 +10,7 @@
 #include "base/text.h"
 
 ListInfoChain gListInfo;
+static ListInfoChain mExempt;  // lists that no reclaim takes from
 
 // A slot repeats the hash, so that a probe reads a record only where it is very
 // likely the right one.
@@ -158,6 +159,13 @@ static void Unindex(List& list, const ListItem* item) {
 
 // ---- Counting ----
 
+static void Append(ListInfoChain& chain, const ListInfoChain& more) {
+  if (more.first != nullptr) {
+    (chain.last == nullptr ? chain.first : chain.last->next) = more.first;
+    chain.last = more.last;
+  }
+}
+
 void init_list(List& list, ListInfo*& info, const char* name) {
   list = {};
   info = static_cast<ListInfo*>(mpAllocateZeroed(1, sizeof(ListInfo)));
@@ -166,8 +174,7 @@ void init_list(List& list, ListInfo*& info, const char* name) {
   }
   info->head = &list;
   info->name = name;
-  (gListInfo.last == nullptr ? gListInfo.first : gListInfo.last->next) = info;
-  gListInfo.last = info;
+  Append(gListInfo, {info, info});
 }
 
 // Makes a record of count 0. A reclaim on the way may thin any list, this one
@@ -304,6 +311,10 @@ void count_queued() {
   while (mCountedTo != mQueuedTo) {
     CountWaiting(WaitingAt(mCountedTo++), nullptr);
   }
+}
+
+void forget_queued() {
+  mCountedTo = mFetchedTo = mQueuedTo;
 }
 
 size_t list_length(const List& list) {
@@ -472,13 +483,19 @@ void destroy(List& list) {
   list = {};
 }
 
+void exempt_lists() {
+  Append(mExempt, gListInfo);
+  gListInfo = {};
+}
+
 void destroyListInfo() {
   count_queued();
-  ListInfo* info = gListInfo.first;
+  exempt_lists();
+  ListInfo* info = mExempt.first;
   while (info != nullptr) {
     ListInfo* const gone = info;
     info = info->next;
     free(gone);
   }
-  gListInfo = {};
+  mExempt = {};
 }

@@ -96,6 +96,9 @@ void queue_item(List& list, ListInfo* info, std::string_view key, std::string_vi
 // Counts all that wait.
 void count_queued();
 
+// Drops all that wait, uncounted: for a run that was given up.
+void forget_queued();
+
 // Records in the list.
 size_t list_length(const List& list);
 
@@ -116,5 +119,9 @@ ListItem* SortList(List& list, size_t shown = SIZE_MAX);
 // Releases every record, sub-lists included; the memory statistics stay.
 void destroy(List& list);
 
-// Releases the descriptors and empties gListInfo.
+// Takes all lists made so far out of gListInfo, so that no reclaim takes from
+// them. Their descriptors stay, and count, until destroyListInfo.
+void exempt_lists();
+
+// Releases all descriptors, those of exempted lists too, and empties gListInfo.
 void destroyListInfo();

@@ -4,12 +4,17 @@
 #include <cstdlib>
 
 #include "analysis/dns_cache.h"
+#include "analysis/dns_cache_internal.h"
 #include "analysis/normalise.h"
 #include "analysis/request_filters.h"
+#include "analysis/request_filters_internal.h"
+#include "analysis/resolve_item.h"
 #include "analysis/search_engines.h"
 #include "analysis/search_phrases.h"
 #include "analysis/smart_memory.h"
+#include "analysis/smart_memory_internal.h"
 #include "analysis/wildcard.h"
+#include "analysis/wildcard_internal.h"
 #include "dates/clock.h"
 #include "dates/local_time.h"
 #include "dates/years.h"
@@ -95,9 +100,7 @@ bool BeginAnalysis(Settings& settings, Analysis& analysis) {
   if (!SuperLog_LogFilesFound()) {
     return false;
   }
-  // Engines that the configuration defined keep their descriptors, outside the
-  // chain: their phrases are never reclaimed.
-  gListInfo = {};
+  exempt_lists();  // phrases of engines that the configuration defined are never reclaimed
   smart_memory_init(settings);
   DNSLookup_Init();
   Search_Init();
@@ -463,4 +466,16 @@ void EndAnalysis(Analysis& analysis) {
   }
   FreeDomainsNow();
   FreeFileTypesNow();
+}
+
+void ResetAnalysis() {
+  forget_queued();
+  destroyListInfo();
+  Search_Reset();
+  ResetSmartMemory();
+  ResetFilters();
+  ResetWildcards();
+  ForgetNames();
+  DestroyDNSCache();
+  mpResolver = gethostbyaddr;
 }

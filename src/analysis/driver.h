@@ -85,5 +85,12 @@ bool BeginAnalysis(Settings& settings, Analysis& analysis);
 // the end.
 void CountLogs(const Settings& settings, Analysis& analysis);
 
-// Releases what the run counted.
+// Releases what the run counted, but for the phrases: they stay with their
+// engines, which another analysis must not use.
 void EndAnalysis(Analysis& analysis);
+
+// Returns this folder to its state at the start of the process, and leaves no
+// memory behind: search engines, filters, wildcards, names of domains, the DNS
+// cache and its resolver, smart memory. For tests, and for programs that make
+// more than one run; an analysis that is under way must have been ended before.
+void ResetAnalysis();

@@ -156,3 +156,8 @@ void ResolveItem(char (&item)[kTextSize], const char* path) {
     CopyText(item, LastName(*name).description);
   }
 }
+
+void ForgetNames() {
+  free(mNames.names);
+  mNames = {};
+}

@@ -22,3 +22,6 @@ void ReadNamesOnce(const char* path);
 // file that cannot be opened only leaves the item upper-cased; null is such a
 // path. When memory runs out, the process exits with status 1.
 void ResolveItem(char (&item)[kTextSize], const char* path);
+
+// Releases the names that are held.
+void ForgetNames();

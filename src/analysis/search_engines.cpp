@@ -176,3 +176,10 @@ void Search_Init() {
     ParseSearchEngineDefinition(definition);
   }
 }
+
+void Search_Reset() {
+  SearchEngine_Free(mpEngineHead);
+  mpEngineHead = nullptr;
+  mEnginesCount = 0;
+  mNoConfigDefinitions = false;
+}

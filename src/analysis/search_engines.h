@@ -63,6 +63,10 @@ void ParseSearchEngineDefinition(std::string_view text);
 // Loads the 34 built-in definitions when no engine is defined.
 void Search_Init();
 
+// Releases all engines with their phrases: none is defined, as at the start. The
+// descriptors of their lists are left to destroyListInfo.
+void Search_Reset();
+
 // A set of 64 bits, one or more of which stand for each pair of adjacent
 // characters: a fragment can occur in a text only when the text's set holds all
 // of the fragment's.

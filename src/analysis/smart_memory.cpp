@@ -17,10 +17,13 @@ int32_t gSM_TotalBytesFreed = 0;
 void* (*mpAllocate)(size_t size) = malloc;
 void* (*mpAllocateZeroed)(size_t count, size_t size) = calloc;
 
+static constexpr int32_t kDefaultKeepEntries = 100;
+static constexpr int32_t kDefaultReclaimSize = 1000;
+
 static bool mSmartMemoryEnabled = true;
-static int32_t mKeepEntries = 100;
-static int32_t mReclaimSize = 1000;      // kilobytes
-static int32_t mMaxBytesToAllocate = 0;  // 0: no budget
+static int32_t mKeepEntries = kDefaultKeepEntries;
+static int32_t mReclaimSize = kDefaultReclaimSize;  // kilobytes
+static int32_t mMaxBytesToAllocate = 0;             // 0: no budget
 
 static constexpr int32_t kSmallestBudget = 500;  // kilobytes
 
@@ -40,6 +43,16 @@ void smart_memory_init(const Settings& settings) {
   mMaxBytesToAllocate = settings.SmartMemoryMaxMemoryToAllocate >= kSmallestBudget
                             ? KilobytesToBytes(settings.SmartMemoryMaxMemoryToAllocate)
                             : 0;
+}
+
+void ResetSmartMemory() {
+  gSM_TotalBytesAllocated = gSM_CurrentBytesAllocated = gSM_MaximumBytesAllocated = gSM_TotalBytesFreed = 0;
+  mSmartMemoryEnabled = true;
+  mKeepEntries = kDefaultKeepEntries;
+  mReclaimSize = kDefaultReclaimSize;
+  mMaxBytesToAllocate = 0;
+  mpAllocate = malloc;
+  mpAllocateZeroed = calloc;
 }
 
 // ---- Order of a reclaim ----

@@ -12,6 +12,9 @@ struct ListItem;
 extern void* (*mpAllocate)(size_t size);
 extern void* (*mpAllocateZeroed)(size_t count, size_t size);
 
+// Figures, settings and allocators as at the start of the process.
+void ResetSmartMemory();
+
 bool SmartMemoryIsOn();
 
 // One reclaim, before which the peak is recorded. True when it freed anything.

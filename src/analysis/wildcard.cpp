@@ -250,6 +250,11 @@ static int Compare(std::string_view pattern, std::string_view text, bool ignore_
   return pattern == "*" || Match(text, pattern, ignore_case) == kMatch ? 0 : 1;
 }
 
+void ResetWildcards() {
+  lbrace = 0;
+  mTries = 0;
+}
+
 int DoMatch(std::string_view text, std::string_view pattern) {
   return Match(text, pattern, false);
 }

@@ -3,6 +3,9 @@
 
 #include <cstdint>
 
+// Closes all groups: no call was made yet.
+void ResetWildcards();
+
 // Alternation groups that are open: those being tried, and those left open by
 // earlier calls. Shared by all calls of the run.
 extern int64_t lbrace;
