@@ -88,15 +88,16 @@ static void CreateTables(Analysis& analysis) {
   analysis.browsers.info->classify = AgentKind;
 }
 
-bool BeginAnalysis(Settings& settings, Analysis& analysis) {
+bool BeginAnalysis(Settings& settings, const Counting& counting, Analysis& analysis) {
   analysis = {};
+  analysis.counting = counting;
   MsieCount = 0;
   NavCount = 0;
   gHits_Browsers = 0;
   mLineCounter = 0;
   analysis.ReportStartTime = ReportStartTime = CurrentTime();
   SetRange(settings, analysis);
-  SuperLog_Init(settings, analysis.range_first, analysis.range_last);
+  SuperLog_Init(settings, counting.limits, analysis.range_first, analysis.range_last);
   if (!SuperLog_LogFilesFound()) {
     return false;
   }

@@ -8,11 +8,26 @@
 
 #include "analysis/counting_table.h"
 #include "analysis/search_engines.h"
+#include "base/limits.h"
 #include "cgi/settings.h"
 #include "superlog/super_long.h"
 
 extern time_t ReportStartTime;  // when the analysis began
 extern int32_t gHits_Browsers;  // browser total, set just before its section is printed
+
+enum class DayCounting {
+  kByDayOfYear,  // deliberate quirk: the same days of different years are one
+  kByDate,
+};
+
+// The rules of a run that no setting changes.
+struct Counting {
+  Limits limits;
+  DayCounting days;
+};
+
+inline constexpr Counting kClassicCounting{kClassicLimits, DayCounting::kByDayOfYear};
+inline constexpr Counting kModernCounting{kModernLimits, DayCounting::kByDate};
 
 struct CountedReport {
   List list;
@@ -49,6 +64,7 @@ struct MemoryFigures {
 
 // Everything that one run counts stands here, or can be reached from here.
 struct Analysis {
+  Counting counting;       // how it is counted
   time_t ReportStartTime;  // when the analysis began
   CountedReport urls;
   CountedReport referrers;
@@ -72,11 +88,11 @@ struct Analysis {
   time_t range_last;       // 23:59:59 of the end date
 };
 
-// Clears analysis, sets its range from the dates of the settings, finds the log
+// Clears analysis, takes the rules over, sets its range from the dates of the settings, finds the log
 // files, and prepares smart memory, search engines and tables. False, with
 // nothing left to count or to release, when there is no log file. Fills an empty
 // settings.summary. Engines must be defined before.
-bool BeginAnalysis(Settings& settings, Analysis& analysis);
+bool BeginAnalysis(Settings& settings, const Counting& counting, Analysis& analysis);
 
 // Reads all log files in range and counts their records. Prints the head of the
 // debugging table before, in debug runs, and leaves it open; with flushtoserver

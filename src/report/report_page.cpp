@@ -56,7 +56,7 @@ void AnalyzeLogs(Settings& settings, const Environment& env) {
 
 void do_bigass_analysis(Settings& settings, const Environment& env) {
   Analysis analysis{};
-  if (!BeginAnalysis(settings, analysis)) {
+  if (!BeginAnalysis(settings, kClassicCounting, analysis)) {
     ServerError(11, env, settings);
   }
   if (settings.domaintypes.on != 0) {

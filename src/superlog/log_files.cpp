@@ -82,7 +82,7 @@ static bool AddLogsOfPattern(const char* pattern, bool trust_known_dates) {
   return probed;
 }
 
-void SuperLog_Init(Settings& settings, time_t range_first, time_t range_last) {
+void SuperLog_Init(Settings& settings, const Limits& /*limits*/, time_t range_first, time_t range_last) {
   SuperLog_Uninit();
   mFilesBegun = false;
   mLogsInReportRange = false;

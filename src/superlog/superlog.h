@@ -10,6 +10,7 @@
 #include <ctime>
 #include <string_view>
 
+#include "base/limits.h"
 #include "cgi/settings.h"
 #include "superlog/super_long.h"
 
@@ -47,8 +48,9 @@ int SuperLog_GetDateFormat();
 
 // Builds the list of log files for the range of times given, both ends
 // included, using and maintaining the log summary file. An empty
-// settings.summary is filled with the default summary name.
-void SuperLog_Init(Settings& settings, time_t range_first, time_t range_last);
+// settings.summary is filled with the default summary name. The limits hold until
+// the next call or reset.
+void SuperLog_Init(Settings& settings, const Limits& limits, time_t range_first, time_t range_last);
 
 // True when the list of log files is not empty.
 bool SuperLog_LogFilesFound();

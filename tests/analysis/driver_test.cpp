@@ -22,7 +22,7 @@ class Driver : public AccountLogs {
   // Reads the logs; what the run prints is returned.
   std::string Run() {
     testing::internal::CaptureStdout();
-    EXPECT_TRUE(BeginAnalysis(settings_, analysis_));
+    EXPECT_TRUE(BeginAnalysis(settings_, kClassicCounting, analysis_));
     CountLogs(settings_, analysis_);
     return testing::internal::GetCapturedStdout();
   }
@@ -57,7 +57,7 @@ hostent* ResolveToDesk(const void*, socklen_t, int) {
 // ---- BeginAnalysis ------------------------------------------------------------
 
 TEST_F(BeginAnalysisTest, FalseWithoutAnyLogFile) {
-  EXPECT_FALSE(BeginAnalysis(settings_, analysis_));
+  EXPECT_FALSE(BeginAnalysis(settings_, kClassicCounting, analysis_));
 }
 
 TEST_F(BeginAnalysisTest, RangeIsWholeLocalDays) {
@@ -67,7 +67,7 @@ TEST_F(BeginAnalysisTest, RangeIsWholeLocalDays) {
   ResetLocalTime();
   CopyText(settings_.start_date, "03252000");
   CopyText(settings_.end_date, "03262000");  // summer time begins on this day
-  ASSERT_TRUE(BeginAnalysis(settings_, analysis_));
+  ASSERT_TRUE(BeginAnalysis(settings_, kClassicCounting, analysis_));
   EXPECT_EQ(analysis_.range_first, 953938800);
   EXPECT_EQ(analysis_.range_last, 953938800 + 24 * 3600 + 23 * 3600 - 1);
 }
@@ -75,7 +75,7 @@ TEST_F(BeginAnalysisTest, RangeIsWholeLocalDays) {
 TEST_F(BeginAnalysisTest, YearsAreTakenAsWritten) {
   AddLog("a.log", {{}});
   CopyText(settings_.start_date, "010100");
-  ASSERT_TRUE(BeginAnalysis(settings_, analysis_));
+  ASSERT_TRUE(BeginAnalysis(settings_, kClassicCounting, analysis_));
   EXPECT_EQ(analysis_.range_first, -62167219200);  // the year 0
 }
 
@@ -86,7 +86,7 @@ TEST_F(BeginAnalysisTest, AnyDateTextIsSurvived) {
     CopyText(settings_.start_date, date);
     CopyText(settings_.end_date, date);
     ResetSuperLog();
-    EXPECT_TRUE(BeginAnalysis(settings_, analysis_));
+    EXPECT_TRUE(BeginAnalysis(settings_, kClassicCounting, analysis_));
     EndAnalysis(analysis_);
   }
 }
@@ -97,7 +97,7 @@ TEST_F(BeginAnalysisTest, NotesTheStartAndClearsEverything) {
   analysis_.hours.counts[3] = 7;
   MsieCount = NavCount = 7;
   SetCurrentTimeForTest(952300801);
-  ASSERT_TRUE(BeginAnalysis(settings_, analysis_));
+  ASSERT_TRUE(BeginAnalysis(settings_, kClassicCounting, analysis_));
   EXPECT_EQ(ReportStartTime, 952300801);
   EXPECT_EQ(analysis_.hits, 0);
   EXPECT_EQ(analysis_.hours.counts[3], 0);
@@ -107,7 +107,7 @@ TEST_F(BeginAnalysisTest, NotesTheStartAndClearsEverything) {
 
 TEST_F(BeginAnalysisTest, ChainHoldsTheBuiltInEnginesThenTheTables) {
   AddLog("a.log", {{}});
-  ASSERT_TRUE(BeginAnalysis(settings_, analysis_));
+  ASSERT_TRUE(BeginAnalysis(settings_, kClassicCounting, analysis_));
   std::string names;
   int lists = 0;
   for (const ListInfo* info = gListInfo.first; info != nullptr; info = info->next, ++lists) {
@@ -122,7 +122,7 @@ TEST_F(BeginAnalysisTest, ChainHoldsTheBuiltInEnginesThenTheTables) {
 TEST_F(BeginAnalysisTest, ConfiguredEnginesAreLeftOutOfTheChain) {
   AddLog("a.log", {{}});
   ParseSearchEngineDefinition("F;domain=finder.example;vars=q");
-  ASSERT_TRUE(BeginAnalysis(settings_, analysis_));
+  ASSERT_TRUE(BeginAnalysis(settings_, kClassicCounting, analysis_));
   ASSERT_NE(gListInfo.first, nullptr);
   EXPECT_STREQ(gListInfo.first->name, "Top URLs");
 }
@@ -189,7 +189,7 @@ TEST_F(CountLogsTest, A1000LinesNeedNoSpace) {
 TEST_F(CountLogsTest, DebugOpensItsTable) {
   AddLog("a.log", {{}});
   settings_.debug = 1;
-  ASSERT_TRUE(BeginAnalysis(settings_, analysis_));
+  ASSERT_TRUE(BeginAnalysis(settings_, kClassicCounting, analysis_));
   testing::internal::CaptureStdout();
   CountLogs(settings_, analysis_);
   EXPECT_TRUE(testing::internal::GetCapturedStdout().starts_with(
@@ -203,7 +203,7 @@ TEST_F(CountLogsTest, RefusedMemoryEndsTheRunBeforeTheNextFileIsOpened) {
   AddLog("a.log", {{}});
   AddLog("b.log", {{}, {}});
   testing::internal::CaptureStdout();
-  ASSERT_TRUE(BeginAnalysis(settings_, analysis_));
+  ASSERT_TRUE(BeginAnalysis(settings_, kClassicCounting, analysis_));
   testing::internal::GetCapturedStdout();
   const std::string printed = NewPath("printed");
   const auto count_without_memory = [&] {

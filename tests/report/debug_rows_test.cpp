@@ -72,7 +72,7 @@ TEST_F(DebugRows, FiguresHaveCommasAndTheRatioIsOfTheLogBytesRead) {
   settings_.requests.on = 1;
   AddLog("a.log", {{}});
   Analysis analysis{};
-  ASSERT_TRUE(BeginAnalysis(settings_, analysis));
+  ASSERT_TRUE(BeginAnalysis(settings_, kClassicCounting, analysis));
   testing::internal::CaptureStdout();
   CountLogs(settings_, analysis);
   testing::internal::GetCapturedStdout();

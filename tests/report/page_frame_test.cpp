@@ -61,7 +61,7 @@ class PageFrame : public testing::Test {
     }
     fclose(file);
     CopyText(settings_.logs, path);
-    SuperLog_Init(settings_, kReportStart - 3650 * 86400L, kReportStart);
+    SuperLog_Init(settings_, kClassicLimits, kReportStart - 3650 * 86400L, kReportStart);
     ASSERT_TRUE(SuperLog_NextLogFile());
     SuperLogRecord record;
     while (SuperLog_ParseNextLine(record)) {

@@ -81,7 +81,7 @@ class LogFilesTest : public testing::Test {
   }
 
   void Init(int first_day = 1, int last_day = 31) {
-    SuperLog_Init(settings, March(first_day), March(last_day));
+    SuperLog_Init(settings, kClassicLimits, March(first_day), March(last_day));
   }
 
   // A new run of the program.
@@ -171,7 +171,7 @@ TEST_F(LogFilesTest, SummaryThatKnowsOneDateOnlyMakesNoLog) {
     Write("a1.log", Line(2));
     std::ofstream(SummaryPath()) << Line(2).size() << dates << PathOf("a1.log") << "\n";
     ResetSuperLog();
-    SuperLog_Init(settings, 0, March(31));
+    SuperLog_Init(settings, kClassicLimits, 0, March(31));
     EXPECT_EQ(OpenedDays(), std::vector<int>{});
   }
 }
@@ -289,7 +289,7 @@ TEST_F(LogFilesTest, RangeIncludesBothEnds) {
   for (const auto& row : rows) {
     SCOPED_TRACE(row.first);
     ResetSuperLog();
-    SuperLog_Init(settings, row.first, row.last);
+    SuperLog_Init(settings, kClassicLimits, row.first, row.last);
     EXPECT_EQ(SuperLog_NextLogFile(), row.in_range);
     EXPECT_EQ(SuperLog_LogsInRange(), row.in_range);
   }
@@ -300,7 +300,7 @@ TEST_F(LogFilesTest, GmtShiftMovesTheListButNotTheSummary) {
   SuperLog_SetFixGmt("1", 2);
   Write("a1.log", Line(10) + Line(12));
   const time_t local_midnight = March(12) - 19800;
-  SuperLog_Init(settings, local_midnight + 19800, March(31));
+  SuperLog_Init(settings, kClassicLimits, local_midnight + 19800, March(31));
   const std::string summary = SummaryEntries();
   EXPECT_TRUE(SuperLog_NextLogFile());
   EXPECT_EQ(mpLogsRoot->last, local_midnight + 19800);
