@@ -6,7 +6,7 @@
 
 #include "cgi/settings.h"
 
-enum class ParamSource { kForm, kAccount };
+enum class ParamSource { kForm, kShell, kAccount };
 
 // Gives every field of the settings record its default and points the program
 // path at the environment's SCRIPT_NAME slot.

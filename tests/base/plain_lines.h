@@ -1,4 +1,4 @@
-// The configuration file's lines in their plain form: one byte after the other, as
+// Lines of a text file, ended by 0xFF too, in their plain form: one byte after the other, as
 // signed values, -1 being the end.
 #pragma once
 
@@ -7,7 +7,7 @@
 
 #include "base/text.h"
 
-inline std::vector<std::string> PlainConfigLines(const std::string& content) {
+inline std::vector<std::string> PlainLines(const std::string& content) {
   size_t at = 0;
   const auto next = [&] { return at < content.size() ? static_cast<signed char>(content[at++]) : -1; };
   std::vector<std::string> result;
