@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "analysis/plain_query.h"
+#include "analysis/search_phrases.h"
 #include "base/plain_decode.h"
 #include "engines.h"
 #include "support.h"

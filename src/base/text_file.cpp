@@ -163,7 +163,8 @@ static size_t NextPiece(TextFile& text, char* piece, size_t room) {
     const char* const from = text.block + text.next;
     const size_t available = std::min(room - length, text.filled - text.next);
     const void* const end = memchr(from, '\n', available);
-    const size_t taken = end == nullptr ? available : static_cast<size_t>(static_cast<const char*>(end) - from) + 1;
+    const size_t taken =
+        end == nullptr ? available : static_cast<size_t>(static_cast<const char*>(end) - from) + 1;
     memcpy(piece + length, from, taken);
     text.next += taken;
     length += taken;

@@ -168,8 +168,7 @@ static void RankedGreater(Settings& settings, const Param& param) {
 }
 
 // The run has looked for this one before it read any other.
-static void DecidedBefore(Settings&, const Param&) {
-}
+static void DecidedBefore(Settings&, const Param&) {}
 
 // --- The keywords ---
 

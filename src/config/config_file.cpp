@@ -87,8 +87,7 @@ static void ApplySearch(Reading&, char* value) {
 }
 
 // The run has looked for this one before it read any other.
-static void DecidedBefore(Reading&, char*) {
-}
+static void DecidedBefore(Reading&, char*) {}
 
 struct ConfigKey {
   std::string_view key;

@@ -1,11 +1,13 @@
 #include "run/reset.h"
 
 #include "analysis/driver.h"
+#include "analysis/search_phrases.h"
 #include "dates/local_time.h"
 #include "superlog/superlog.h"
 
 void ResetRun() {
   ResetAnalysis();
+  mHits_Search = 0;
   ResetSuperLog();
   ResetLocalTime();
 }

@@ -55,8 +55,8 @@ static bool ChooseRules(Task& task) {
 static bool TakeParameters(Task& task) {
   const bool arguments = task.env.command_line != 0 || (task.edition->server_arguments && !task.pinned);
   CopyText(task.settings.config, task.config.path);
-  const bool taken = ReadParameters(arguments ? task.input.argc : 0, task.input.argv, task.input.form, task.env,
-                                    task.edition->form, task.settings);
+  const bool taken = ReadParameters(arguments ? task.input.argc : 0, task.input.argv, task.input.form,
+                                    task.env, task.edition->form, task.settings);
   if (task.pinned) {
     CopyText(task.settings.config, task.config.path);
   }

@@ -135,11 +135,14 @@ TEST(NextWholeLine, EqualsThePlainFormOnRandomInput) {
 TEST(NextWholeLine, Byte0xFFIsACharacterWhereItEndsNoLine) {
   TextFile text;
   char line[10];
-  ASSERT_TRUE(OpenTextFile(text, WriteFile("lines", "a\xFF"
-                                                    "b\rc").c_str()));
+  ASSERT_TRUE(OpenTextFile(text, WriteFile("lines",
+                                           "a\xFF"
+                                           "b\rc")
+                                     .c_str()));
   EXPECT_EQ(NextLine(text, line, kWholeLines), 3U);
-  EXPECT_STREQ(line, "a\xFF"
-                     "b");
+  EXPECT_STREQ(line,
+               "a\xFF"
+               "b");
   EXPECT_EQ(NextLine(text, line, kWholeLines), 1U);
   CloseTextFile(text);
 }

@@ -36,8 +36,9 @@ class RequestTest : public testing::Test {
     fwrite(body.data(), 1, body.size(), stream);
     rewind(stream);
     words.push_back(nullptr);
-    const bool result = ReadParameters(static_cast<int>(words.size()) - 1,
-                                       const_cast<char* const*>(words.data()), stream, env, form_source, settings);
+    const bool result =
+        ReadParameters(static_cast<int>(words.size()) - 1, const_cast<char* const*>(words.data()), stream,
+                       env, form_source, settings);
     fclose(stream);
     return result;
   }

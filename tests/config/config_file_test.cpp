@@ -463,7 +463,8 @@ TEST_F(FindEditionKeyTest, ValueIsTakenAsItStands) {
 
 TEST_F(FindEditionKeyTest, NothingElseIsTheKey) {
   EXPECT_EQ(EditionOf(""), "none");
-  EXPECT_EQ(EditionOf("Edition\n#Edition=a\n;Edition=a\n Edition=a\nEdition =a\nuser=ann;edition=a\n"), "none");
+  EXPECT_EQ(EditionOf("Edition\n#Edition=a\n;Edition=a\n Edition=a\nEdition =a\nuser=ann;edition=a\n"),
+            "none");
 }
 
 TEST_F(FindEditionKeyTest, LeavesTheFileAtItsStart) {

@@ -60,11 +60,10 @@ TEST_F(ReportPage, NoLogFileIsError11AndPrintsNothing) {
 }
 
 TEST_F(ReportPage, WriterFinishesThePage) {
-  const PageWriter counter = {nullptr, nullptr,
-                              [](const Settings&, Analysis& analysis) {
-                                printf("%lld hits", static_cast<long long>(analysis.hits));
-                              },
-                              nullptr};
+  const PageWriter counter = {
+      nullptr, nullptr,
+      [](const Settings&, Analysis& analysis) { printf("%lld hits", static_cast<long long>(analysis.hits)); },
+      nullptr};
   AddLog("a.log", {{}, {}});
   testing::internal::CaptureStdout();
   EXPECT_EQ(AnalyzeLogs(settings_, kClassicCounting, counter), kNoError);

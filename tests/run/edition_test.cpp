@@ -45,7 +45,8 @@ class StartTest : public testing::Test {
   void TearDown() override { CloseConfigFile(config); }
 
   StartWords Words() {
-    return {from_shell, pinned, static_cast<int>(arguments.size()), const_cast<char* const*>(arguments.data())};
+    return {from_shell, pinned, static_cast<int>(arguments.size()),
+            const_cast<char* const*>(arguments.data())};
   }
 
   // What is told on standard error stays in told.

@@ -24,7 +24,9 @@ class RunTest : public testing::Test {
     settled_config = "";
   }
 
-  static void WriteConfig(const std::string& name, const std::string& content) { std::ofstream(name) << content; }
+  static void WriteConfig(const std::string& name, const std::string& content) {
+    std::ofstream(name) << content;
+  }
 
   // A configuration whose account has a log of one request.
   static std::string Account(const std::string& keys = "") {
@@ -41,9 +43,9 @@ class RunTest : public testing::Test {
     testing::internal::CaptureStderr();
     arguments.insert(arguments.begin(), "orvellis");
     status = ::Run({.argc = static_cast<int>(arguments.size()),
-                  .argv = const_cast<char* const*>(arguments.data()),
-                  .form = stream,
-                  .settled = Note});
+                    .argv = const_cast<char* const*>(arguments.data()),
+                    .form = stream,
+                    .settled = Note});
     fclose(stream);
     told = testing::internal::GetCapturedStderr();
     return testing::internal::GetCapturedStdout();
@@ -67,7 +69,8 @@ class RunTest : public testing::Test {
   std::string told;
 };
 
-static const std::vector<const char*> kAsk = {"username=ann", "date=03052000,03052000", "subdirs=1", "requests=1"};
+static const std::vector<const char*> kAsk = {"username=ann", "date=03052000,03052000", "subdirs=1",
+                                              "requests=1"};
 
 static const char kForm[] = "username=ann&date=03052000,03052000&subdirs=1&requests=1";
 
@@ -114,8 +117,9 @@ TEST_F(RunTest, SettlesParametersOnceAndBeforeTheyAreUsed) {
 TEST_F(RunTest, RefusalsHaveStatus0AndTheirPage) {
   EXPECT_THAT(Page(kAsk), HasSubstr("Error #9"));
   EXPECT_EQ(status, 0);
-  WriteConfig("orvellis.conf", "user=ann;logs=none.log;url=http://www.example.com;password=*\nUser=bob;password=x\n"
-                               "user=cy;password=*\nUserPasswords=missing\nuser=dot;\nErrorLog=errors\n");
+  WriteConfig("orvellis.conf",
+              "user=ann;logs=none.log;url=http://www.example.com;password=*\nUser=bob;password=x\n"
+              "user=cy;password=*\nUserPasswords=missing\nuser=dot;\nErrorLog=errors\n");
   ResetRun();
   EXPECT_THAT(Page({"username=nobody", "date=1"}), HasSubstr("Error #2"));
   EXPECT_THAT(Page({"username=bob", "date=1"}), HasSubstr("Error #2"));
