@@ -4,6 +4,7 @@
 
 #include "analysis/driver.h"
 #include "analysis/search_engines.h"
+#include "analysis/search_phrases.h"
 
 inline int CountEngines() {
   int count = 0;
@@ -16,4 +17,5 @@ inline int CountEngines() {
 // Back to the start of a run.
 inline void ForgetRun() {
   ResetAnalysis();
+  mHits_Search = 0;
 }

@@ -139,20 +139,24 @@ static void SkipWhile(TextFile& text, Test skip) {
 }
 
 static size_t NextWholeLine(TextFile& text, char* line, size_t room, bool ff_ends) {
+  const char mark = ff_ends ? '\xFF' : '\n';
   SkipWhile(text, IsEndOfLine);
   size_t length = 0;
   while (Refill(text)) {
-    while (text.next < text.filled) {
-      const char c = text.block[text.next++];
-      if (IsEndOfLine(c) || (ff_ends && c == '\xFF' && length > 0)) {
+    const char* const end = text.block + text.filled;
+    for (const char* at = text.block + text.next; at < end; ++at) {
+      if (IsEndOfLine(*at) || (*at == mark && length > 0)) {
+        text.next = static_cast<size_t>(at + 1 - text.block);
         return length;
       }
       if (length == room) {
-        SkipWhile(text, [](char rest) { return !IsEndOfLine(rest); });
+        text.next = static_cast<size_t>(at - text.block);
+        SkipWhile(text, [](char c) { return !IsEndOfLine(c); });
         return length;
       }
-      line[length++] = c;
+      line[length++] = *at;
     }
+    text.next = text.filled;
   }
   return length;
 }

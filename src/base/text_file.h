@@ -33,7 +33,7 @@ enum class Pipes {
 inline constexpr size_t kKeptOfPipe = 16 * 1024 * 1024;  // bytes
 
 // An open text file. What is no text file (a folder, a device) opens and holds
-// nothing, and so does a read error look like the end of the file.
+// nothing, and a read error looks like the end of the file.
 struct TextFile {
   int file = -1;  // -1: nothing (more) to read
   int rest = -1;  // the pipe, behind what was kept of it; -1: all was kept

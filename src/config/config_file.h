@@ -20,7 +20,7 @@ struct ConfigFile {
   // A shell can make a pipe that is a file to be read; a web request can only name those of others.
   Pipes pipes = Pipes::kNeverWait;
   bool opened = false;
-  TextFile text = {};
+  TextFile text;
 };
 
 // Opens the file, unless it is open. False when neither it nor what takes its place

@@ -21,7 +21,7 @@ struct Task {
   const RunInput& input;
   Environment env;
   Settings settings;
-  ConfigFile config = {};
+  ConfigFile config;
   bool pinned = false;  // no request can name another configuration
   const Edition* edition = nullptr;
 
