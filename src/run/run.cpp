@@ -19,13 +19,11 @@ static constexpr int kStatusNoEdition = 3;
 // What a run knows of its task.
 struct Task {
   const RunInput& input;
-  Environment env;
-  Settings settings;
-  ConfigFile config;
+  Environment env = {};
+  Settings settings = {};
+  ConfigFile config = {};
   bool pinned = false;  // no request can name another configuration
   const Edition* edition = nullptr;
-
-  explicit Task(const RunInput& from) : input(from) {}
 };
 
 static void TakeEnvironment(Task& task) {
@@ -133,7 +131,7 @@ static int Answer(Task& task) {
 }
 
 int Run(const RunInput& input) {
-  Task task(input);
+  Task task{.input = input};
   TakeEnvironment(task);
   if (task.env.command_line != 0 && input.argc <= 1) {
     CommandLineHelp();
