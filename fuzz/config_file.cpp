@@ -4,24 +4,25 @@
 
 #include "analysis/driver.h"
 #include "analysis/search_engines.h"
+#include "base/plain_lines.h"
+#include "base/text_file.h"
 #include "cgi/check_params.h"
 #include "cgi/parameters.h"
-#include "config/config_lines.h"
-#include "config/plain_config_lines.h"
 #include "report/extra_texts.h"
 #include "superlog/superlog.h"
 #include "support.h"
 
 static void CheckLines(const char* path, std::string_view content) {
-  ConfigLines lines;
+  TextFile text;
   char line[kLineMax + 1];
-  REQUIRE(OpenConfigLines(lines, path, true));
-  for (const std::string& expected : PlainConfigLines(std::string(content))) {
-    REQUIRE(NextConfigLine(lines, line));
+  const LineRules rules{.whole = true, .ff_ends = true};
+  REQUIRE(OpenTextFile(text, path));
+  for (const std::string& expected : PlainLines(std::string(content))) {
+    REQUIRE(NextLine(text, line, rules) > 0);
     REQUIRE(line == expected);
   }
-  REQUIRE(!NextConfigLine(lines, line));
-  CloseConfigLines(lines);
+  REQUIRE(NextLine(text, line, rules) == 0);
+  CloseTextFile(text);
 }
 
 static int CountEngines() {
@@ -42,7 +43,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   CopyText(settings.username, TakePart(input));
   CopyText(settings.config, file.Fill(input));
   CheckLines(file.path(), input);
-  const bool found = ParseConfigFile(settings, env);
+  ConfigFile config;
+  bool found = false;
+  char edition[kTextSize] = "";
+  CopyText(config.path, settings.config);
+  FindEditionKey(config, edition);
+  RequireText(edition);
+  REQUIRE(ParseConfigFile(config, settings, found) == kNoError);
   REQUIRE(settings.config_opened == 1);
   REQUIRE(!found || settings.account_count > 0);
   RequireTexts(settings);

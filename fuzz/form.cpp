@@ -58,7 +58,7 @@ static void ApplyForm(const Environment& env, std::string_view body) {
   Settings settings;
   ResetSuperLog();
   initialize(settings, env);
-  const bool applied = ReadParameters(0, nullptr, stream, env, settings);
+  const bool applied = ReadParameters(0, nullptr, stream, env, ParamSource::kForm, settings);
   REQUIRE(applied == (ToInt(env.CONTENT_LENGTH) >= -1));
   RequireTexts(settings);
   EndOrvellisCleanup(settings);

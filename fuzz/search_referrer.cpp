@@ -5,6 +5,7 @@
 
 #include "analysis/driver.h"
 #include "analysis/plain_query.h"
+#include "analysis/search_phrases.h"
 #include "base/plain_decode.h"
 #include "support.h"
 

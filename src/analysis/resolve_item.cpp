@@ -1,12 +1,11 @@
 #include "analysis/resolve_item.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include "base/memory_end.h"
-#include "base/plain_file.h"
+#include "base/text_file.h"
 
 namespace {
 
@@ -33,13 +32,10 @@ static bool IsBlank(int c) {
   return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
-// The first character at or behind the file's position that is no white space.
-static int SkipBlanks(FILE* file) {
-  int c = getc_unlocked(file);
-  while (IsBlank(c)) {
-    c = getc_unlocked(file);
+static void SkipBlanks(TextFile& file) {
+  while (IsBlank(PeekByte(file))) {
+    ++file.next;
   }
-  return c;
 }
 
 static void DropLast(char* text, char unwanted) {
@@ -52,16 +48,17 @@ static void DropLast(char* text, char unwanted) {
 // Reads a record as the format "%19s " and a line of 99 characters would. False
 // at the end of the file; a line that ends there without a line break is
 // deliberately no record.
-static bool ReadName(FILE* file, Name& name) {
+static bool ReadName(TextFile& file, Name& name) {
+  SkipBlanks(file);
   size_t length = 0;
-  int c = SkipBlanks(file);
-  while (c != EOF && !IsBlank(c) && length < sizeof name.code - 1) {
+  for (int c = PeekByte(file); length < sizeof name.code - 1 && c != -1 && !IsBlank(c); c = PeekByte(file)) {
     name.code[length++] = static_cast<char>(c);
-    c = getc_unlocked(file);
+    ++file.next;
   }
   name.code[length] = '\0';
-  ungetc(IsBlank(c) ? SkipBlanks(file) : c, file);
-  if (fgets(name.description, sizeof name.description, file) == nullptr || feof(file) != 0) {
+  SkipBlanks(file);
+  const size_t end = NextLine(file, name.description, kPieces);
+  if (end == 0 || (end < sizeof name.description - 1 && name.description[end - 1] != '\n')) {
     return false;
   }
   DropLast(name.description, '\n');
@@ -99,14 +96,14 @@ void ReadNamesOnce(const char* path) {
   mNames.read = true;
   mNames.count = 0;
   CopyText(mNames.path, path);
-  FILE* const file = OpenPlainFile(path);
-  if (file == nullptr) {
+  TextFile file;
+  if (!OpenTextFile(file, path)) {
     return;
   }
   for (Name name = {}; ReadName(file, name); ++name.record) {
     AppendName(mNames, name);
   }
-  fclose(file);
+  CloseTextFile(file);
   SortNames();
 }
 

@@ -1,8 +1,8 @@
 // Fixed-capacity texts and the few text tests that the whole program shares.
 //
 // Every stored text is a NUL-terminated character array whose size is a limit of
-// behaviour. CopyText is the one place that writes such an array: it cuts to the
-// capacity and always terminates.
+// behaviour. CopyText is how such an array is written: it cuts to the capacity and
+// always terminates, and so does whatever else writes one.
 //
 // A std::string_view with a null data pointer stands for an absent text; an
 // empty one that is not null is present and empty.

@@ -5,7 +5,6 @@
 #include <string_view>
 
 #include "dates/years.h"
-#include "report/error_page.h"
 
 template <size_t N>
 static void JoinDate(char (&date)[N], const char* month, const char* day, int year) {
@@ -71,33 +70,30 @@ static bool StartsAfterEnd(const Settings& settings) {
   return MakeMaxName(start) > MakeMaxName(end);
 }
 
-int CompleteSettings(Settings& s) {
+Error CompleteSettings(Settings& s) {
   CompleteDates(s);
   if (s.title[0] == '\0') {
     CopyText(s.title, "Web Site Analysis");
   }
   if (s.url[0] == '\0') {
-    return 4;
+    return kErrorNoUrl;
   }
   if (s.logs[0] == '\0') {
-    return 5;
+    return kErrorNoLogs;
   }
   CombineFindPaths(s);
   if (s.start_date[0] == '\0') {
-    return 6;
+    return kErrorNoStartDate;
   }
   if (s.end_date[0] == '\0') {
-    return 8;
+    return kErrorNoEndDate;
   }
   ClearStar(s.authrealm);
   ClearStar(s.authuser);
   RestrictDebug(s);
-  return StartsAfterEnd(s) ? 7 : 0;
+  return StartsAfterEnd(s) ? kErrorDateRange : kNoError;
 }
 
-void CheckParams(const Environment& env, Settings& settings) {
-  const int error = CompleteSettings(settings);
-  if (error != 0) {
-    ServerError(error, env, settings);
-  }
+Error CheckParams(Settings& settings) {
+  return CompleteSettings(settings);
 }

@@ -27,5 +27,6 @@ bool NextFormEntry(FormCursor& cursor, FormEntry& entry);
 
 // Cuts the first length bytes of body into entries, which has room for one more
 // than body has "&" characters. Returns the number of entries formed: at least
-// 1, with an empty name and value when length is 0 or less.
+// 1, with an empty name and value when length is 0 or less. For other programs that
+// link the library; tested, not used by orvellis.
 int parse_entries(FormEntry* entries, const char* body, int length);

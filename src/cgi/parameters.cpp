@@ -90,7 +90,7 @@ static void Year(Settings& settings, const Param& param) {
   settings.*kField = StrToYear4(param.value, settings.*kField);
 }
 
-// Account lines always count; a form fills the field only while it is empty.
+// Account lines always count; a request fills the field only while it is empty.
 template <auto kField>
 static void FixedByAccount(Settings& settings, const Param& param) {
   if (param.source == ParamSource::kAccount || (settings.*kField)[0] == '\0') {
@@ -110,7 +110,7 @@ static void LevelledText(Settings& settings, const Param& param) {
 }
 
 static void Find(Settings& settings, const Param& param) {
-  CopyText(param.source == ParamSource::kForm ? settings.find_form : settings.find_account, param.value);
+  CopyText(param.source == ParamSource::kAccount ? settings.find_account : settings.find_form, param.value);
 }
 
 static void Url(Settings& settings, const Param& param) {
@@ -167,9 +167,18 @@ static void RankedGreater(Settings& settings, const Param& param) {
   (settings.*kReport).greater = ToInt(param.value);
 }
 
+// The run has looked for this one before it read any other.
+static void DecidedBefore(Settings&, const Param&) {}
+
 // --- The keywords ---
 
-enum Accepted : unsigned { kFromForm = 1, kFromAccount = 2, kFromAny = kFromForm | kFromAccount };
+enum Accepted : unsigned {
+  kFromForm = 1,
+  kFromShell = 2,
+  kFromAccount = 4,
+  kFromRequest = kFromForm | kFromShell,
+  kFromAny = kFromRequest | kFromAccount,
+};
 enum AfterMatch { kStop, kGoOn };
 
 struct Keyword {
@@ -182,7 +191,8 @@ struct Keyword {
 // In order of comparison: the first row of the name that accepts the source
 // decides, unless it lets the comparison go on.
 static const Keyword kKeywords[] = {
-    {"config", Copy<&Settings::config>, kFromForm},
+    {"edition", DecidedBefore, kFromShell},
+    {"config", Copy<&Settings::config>, kFromRequest},
     {"password", Copy<&Settings::password_account>, kFromAccount},
     {"AccessLog", Copy<&Settings::AccessLog>, kFromAccount},
     {"logs", Copy<&Settings::logs>, kFromAccount},
@@ -190,8 +200,8 @@ static const Keyword kKeywords[] = {
     {"authuser", FixedByAccount<&Settings::authuser>},
     {"showquery", Number<&Settings::showquery>, kFromAny, kGoOn},
     {"summary", Copy<&Settings::summary>},
-    {"username", Copy<&Settings::username>, kFromForm},
-    {"password", Copy<&Settings::password_form>, kFromForm},
+    {"username", Copy<&Settings::username>, kFromRequest},
+    {"password", Copy<&Settings::password_form>, kFromRequest},
     {"find", Find},
     {"find_casesensitive", Number<&Settings::find_casesensitive>},
     {"find_pattern", Number<&Settings::find_pattern>},
@@ -250,16 +260,27 @@ static const Keyword kKeywords[] = {
     {"priority", Number<&Settings::priority>},
     {"debug", Debug},
     {"dnslookupenabled", Number<&Settings::dnslookupenabled>},
-    {"smartmemorydisabled", SmartMemoryDisabled, kFromForm},
+    {"smartmemorydisabled", SmartMemoryDisabled, kFromRequest},
     {"flushtoserver", Number<&Settings::flushtoserver>},
 };
+
+static Accepted AcceptedFrom(ParamSource source) {
+  switch (source) {
+    case ParamSource::kForm:
+      return kFromForm;
+    case ParamSource::kShell:
+      return kFromShell;
+    default:
+      return kFromAccount;
+  }
+}
 
 void CompareParam(const char* line, Settings& settings, ParamSource source, int level) {
   char name[kTextSize];
   char value[kTextSize];
   ParseFieldValue(line, name, value);
   const std::string_view wanted = name;
-  const Accepted origin = source == ParamSource::kForm ? kFromForm : kFromAccount;
+  const Accepted origin = AcceptedFrom(source);
   for (const Keyword& keyword : kKeywords) {
     if ((keyword.accepted & origin) != 0 && EqualIgnoreCase(wanted, keyword.name)) {
       keyword.apply(settings, {value, source, level});

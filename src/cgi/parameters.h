@@ -6,15 +6,18 @@
 
 #include "cgi/settings.h"
 
-enum class ParamSource { kForm, kAccount };
+// Who gives a parameter. The keyword table tells what each may set: a form's names
+// come from anybody, a shell's from whoever runs the program, and an account's from
+// whoever wrote the configuration.
+enum class ParamSource { kForm, kShell, kAccount };
 
 // Gives every field of the settings record its default and points the program
 // path at the environment's SCRIPT_NAME slot.
 void initialize(Settings& settings, const Environment& env);
 
 // Applies one name=value line. The name is matched ignoring case; an unknown
-// name is ignored. Further "=" characters are dropped from the value; name and
-// value are cut to 243 characters each. level is handed to level-aware setters.
+// name, and one that the source may not set, is ignored. Further "=" characters are dropped from the value;
+// name and value are cut to 243 characters each. level is handed to level-aware setters.
 void CompareParam(const char* line, Settings& settings, ParamSource source, int level);
 
 // Splits a line at its first "=" into two buffers of kTextSize, as above.

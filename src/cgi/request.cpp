@@ -6,7 +6,6 @@
 
 #include "base/url_decode.h"
 #include "cgi/form.h"
-#include "cgi/parameters.h"
 
 bool IsCommandLineRun(const Environment& env) {
   return env.QUERY_STRING[0] == '\0' && env.REQUEST_METHOD[0] == '\0';
@@ -37,18 +36,18 @@ void SelectPage(const char* word, Settings& settings) {
 
 // Each entry is applied as soon as it is cut off, so a form of a million fields
 // needs no more memory than its body.
-static void ApplyForm(std::string_view body, Settings& settings) {
+static void ApplyForm(std::string_view body, ParamSource source, Settings& settings) {
   FormCursor cursor{body, true};
   FormEntry entry;
   while (NextFormEntry(cursor, entry)) {
     decode(entry.name);
     decode(entry.value);
     snprintf(settings.working_line, sizeof settings.working_line, "%s=%s", entry.name, entry.value);
-    CompareParam(settings.working_line, settings, ParamSource::kForm, kLevelForm);
+    CompareParam(settings.working_line, settings, source, kLevelForm);
   }
 }
 
-static bool ReadForm(std::FILE* stream, int length, Settings& settings) {
+static bool ReadForm(std::FILE* stream, int length, ParamSource source, Settings& settings) {
   if (length < -1) {
     return false;  // no system has a buffer of such a size
   }
@@ -57,19 +56,23 @@ static bool ReadForm(std::FILE* stream, int length, Settings& settings) {
     return false;
   }
   const int received = get_query(stream, length, body);
-  ApplyForm({body, static_cast<size_t>(received)}, settings);
+  ApplyForm({body, static_cast<size_t>(received)}, source, settings);
   free(body);
   return true;
 }
 
-bool ReadParameters(int argc, char* const* argv, std::FILE* stream, const Environment& env,
+bool IsFormPosted(const Environment& env) {
+  return ToInt(env.CONTENT_LENGTH) != 0;
+}
+
+bool ReadParameters(int argc, char* const* argv, std::FILE* stream, const Environment& env, ParamSource form,
                     Settings& settings) {
-  const int length = ToInt(env.CONTENT_LENGTH);
-  if (length != 0) {
-    return ReadForm(stream, length, settings);
+  if (IsFormPosted(env)) {
+    return ReadForm(stream, ToInt(env.CONTENT_LENGTH), form, settings);
   }
+  const ParamSource source = env.command_line != 0 ? ParamSource::kShell : form;
   for (int i = 1; i < argc; ++i) {
-    CompareParam(argv[i], settings, ParamSource::kForm, kLevelForm);
+    CompareParam(argv[i], settings, source, kLevelForm);
   }
   return true;
 }

@@ -3,6 +3,7 @@
 
 #include <cstdio>
 
+#include "cgi/parameters.h"
 #include "cgi/settings.h"
 
 // True when neither a query string nor a request method is there: no web server
@@ -18,11 +19,16 @@ void EnterCommandLine(int argc, char* const* argv, Environment& env, Settings& s
 // ignoring case, is its name; any other word changes nothing.
 void SelectPage(const char* word, Settings& settings);
 
-// Applies the form posted on stream, which CONTENT_LENGTH announces, or else the
-// command-line arguments, as they stand. A form shorter than announced counts as
-// far as it came. Returns false, having applied nothing, when there is no memory
-// for the form; a length below -1 is such a case, one of -1 is an empty form.
-bool ReadParameters(int argc, char* const* argv, std::FILE* stream, const Environment& env,
+// True when a form is posted, which CONTENT_LENGTH announces. Also from a shell:
+// the variable may have been inherited.
+bool IsFormPosted(const Environment& env);
+
+// Applies the form posted on stream, or else the arguments, as they stand: those of
+// a shell as its own, those of a web server as a form's. What a form may set is told
+// by its source. A form shorter than announced counts as far as it came. Returns
+// false, having applied nothing, when there is no memory for the form; a length
+// below -1 is such a case, one of -1 is an empty form.
+bool ReadParameters(int argc, char* const* argv, std::FILE* stream, const Environment& env, ParamSource form,
                     Settings& settings);
 
 // Lowers the process priority by settings.priority when that lies in 1 to 19,

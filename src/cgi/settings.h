@@ -1,6 +1,6 @@
 // The records of a run: its settings, the CGI environment it was started in, and
-// the entry of a posted form. The first two are owned by main, filled at the
-// start and read by everybody; this is the one header that code of every folder
+// the entry of a posted form. The first two are owned by the run, filled at
+// the start and read by everybody; this is the one header that code of every folder
 // may include.
 //
 // Settings fields carry the names of the report parameters and configuration

@@ -2,14 +2,12 @@
 
 #include <crypt.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include "analysis/dns_cache.h"
 #include "analysis/normalise.h"
-#include "base/plain_file.h"
-#include "report/error_page.h"
+#include "base/text_file.h"
 
 // ---- The installation's own network ----
 
@@ -52,9 +50,9 @@ static bool IsLineOf(std::string_view username, std::string_view line) {
 
 // Leaves the user's password in stored; false when no line is the user's. Lines
 // come in pieces of at most 243 characters, and each piece is tested as a line.
-static bool FindStoredPassword(FILE* file, std::string_view username, char (&stored)[kTextSize]) {
+static bool FindStoredPassword(TextFile& file, std::string_view username, char (&stored)[kTextSize]) {
   char piece[kTextSize];
-  while (fgets(piece, sizeof piece, file) != nullptr) {
+  while (NextLine(file, piece, kPieces) > 0) {
     if (piece[0] == '#' || piece[0] == ';' || !IsLineOf(username, piece)) {
       continue;
     }
@@ -74,34 +72,36 @@ static bool PasswordMatches(const char* typed, const char* stored) {
   return hashed != nullptr && EqualIgnoreCase(hashed, stored);
 }
 
-bool VerifyPassword(Settings& settings, const Environment& env) {
+static Error AcceptIf(bool accepted) {
+  return accepted ? kNoError : kErrorRejected;
+}
+
+Error VerifyPassword(const Settings& settings) {
   if (settings.UserPasswords[0] == '\0') {
-    return true;
+    return kNoError;
   }
   // deliberate: always a path, the word "system" too
-  FILE* file = OpenPlainFile(settings.UserPasswords);
-  if (file == nullptr) {
-    ServerError(kErrorPasswordFile, env, settings);
+  TextFile file;
+  if (!OpenTextFile(file, settings.UserPasswords)) {
+    return kErrorPasswordFile;
   }
   char stored[kTextSize];
   const bool known = FindStoredPassword(file, settings.username, stored);
-  fclose(file);
-  return known && PasswordMatches(settings.password_form, stored);
+  CloseTextFile(file);
+  return AcceptIf(known && PasswordMatches(settings.password_form, stored));
 }
 
 // ---- The session ----
 
 // deliberate: the account line's password is compared ignoring case
-static bool PasswordAccepted(Settings& settings, const Environment& env) {
+static Error CheckPassword(const Settings& settings) {
   const std::string_view password = settings.password_account;
   if (password.empty()) {
-    return VerifyPassword(settings, env);
+    return VerifyPassword(settings);
   }
-  return password == "*" || EqualIgnoreCase(password, settings.password_form);
+  return AcceptIf(password == "*" || EqualIgnoreCase(password, settings.password_form));
 }
 
-void ValidateSession(const Environment& env, Settings& settings) {
-  if (!LocalIP(settings, env.REMOTE_HOST, env.REMOTE_ADDR) && !PasswordAccepted(settings, env)) {
-    ServerError(kErrorRejected, env, settings);
-  }
+Error ValidateSession(const Environment& env, const Settings& settings) {
+  return LocalIP(settings, env.REMOTE_HOST, env.REMOTE_ADDR) ? kNoError : CheckPassword(settings);
 }

@@ -2,10 +2,11 @@
 #pragma once
 
 #include "cgi/settings.h"
+#include "report/errors.h"
 
-// Returns when the requester is accepted; otherwise ends the run with error
-// page 2 (rejected) or 10 (password file cannot be opened).
-void ValidateSession(const Environment& env, Settings& settings);
+// Returns kNoError when the requester is accepted, otherwise kErrorRejected or
+// kErrorPasswordFile.
+Error ValidateSession(const Environment& env, const Settings& settings);
 
 // True when the requester belongs to the installation's own network: a fragment
 // of InternalIp occurs in the requester's host name or address. An address given
@@ -14,7 +15,8 @@ void ValidateSession(const Environment& env, Settings& settings);
 bool LocalIP(const Settings& settings, const char* remote_host, const char* remote_addr);
 
 // Checks the typed password against the first line of the user in the password
-// file, as it stands or as a hash of the system's crypt, ignoring case. True
-// without such a file; false for an unknown user. Lines are taken in pieces of 243
-// characters. A file that cannot be opened ends the run with error page 10.
-bool VerifyPassword(Settings& settings, const Environment& env);
+// file, as it stands or as a hash of the system's crypt, ignoring case.
+// Returns kNoError when it is the user's, and without such a file; kErrorRejected,
+// for an unknown user too; kErrorPasswordFile when the file cannot be opened. Lines
+// are taken in pieces of 243 characters, their ends included.
+Error VerifyPassword(const Settings& settings);

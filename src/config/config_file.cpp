@@ -2,11 +2,10 @@
 
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include "analysis/search_engines.h"
 #include "config/account_line.h"
-#include "config/config_lines.h"
-#include "report/error_page.h"
 #include "report/extra_texts.h"
 #include "superlog/superlog.h"
 
@@ -87,6 +86,9 @@ static void ApplySearch(Reading&, char* value) {
   ParseSearchEngineDefinition(value);
 }
 
+// The run has looked for this one before it read any other.
+static void DecidedBefore(Reading&, char*) {}
+
 struct ConfigKey {
   std::string_view key;
   void (*apply)(Reading& reading, char* value);
@@ -117,19 +119,65 @@ static const ConfigKey kConfigKeys[] = {
     {"SmartMemoryMaxMemoryToAllocate", StoreNumber<&Settings::SmartMemoryMaxMemoryToAllocate>},
     {"FlushToServer", StoreNumber<&Settings::flushtoserver>},
     {"search_casesensitive", StoreNumber<&Settings::search_casesensitive>},
+    {"Edition", DecidedBefore},
 };
 
 // ---- The file ----
 
+static constexpr LineRules kConfigLines{.whole = true, .ff_ends = true};
+
+bool OpenConfigFile(ConfigFile& file) {
+  if (!file.opened) {
+    file.opened = OpenTextFile(file.text, file.path, file.pipes) ||
+                  (file.fall_back && OpenTextFile(file.text, kDefaultConfigFile, file.pipes));
+  }
+  return file.opened;
+}
+
+void CloseConfigFile(ConfigFile& file) {
+  CloseTextFile(file.text);
+  file.opened = false;
+}
+
+// Splits a line into its key and its value; null when it has none.
+static char* ValueOf(char* line, std::string_view& key) {
+  char* const equals = strchr(line, '=');
+  if (equals == nullptr || line[0] == '#' || line[0] == ';') {
+    return nullptr;
+  }
+  key = {line, equals};
+  return equals + 1;
+}
+
+bool FindEditionKey(ConfigFile& file, char (&edition)[kTextSize]) {
+  if (!OpenConfigFile(file)) {
+    return false;
+  }
+  const int rest = std::exchange(file.text.rest, -1);
+  char line[kLineMax + 1];
+  std::string_view key;
+  bool found = false;
+  while (NextLine(file.text, line, kConfigLines) > 0) {
+    const char* const value = ValueOf(line, key);
+    if (value != nullptr && EqualIgnoreCase(key, "Edition")) {
+      CopyText(edition, value);
+      found = true;
+    }
+  }
+  file.text.rest = rest;
+  RewindTextFile(file.text);
+  return found;
+}
+
 static void ApplyLine(Reading& reading) {
-  char* equals = strchr(reading.line, '=');
-  if (equals == nullptr || reading.line[0] == '#' || reading.line[0] == ';') {
+  std::string_view key;
+  char* const value = ValueOf(reading.line, key);
+  if (value == nullptr) {
     return;
   }
-  const std::string_view key(reading.line, equals);
   for (const ConfigKey& known : kConfigKeys) {
     if (EqualIgnoreCase(known.key, key)) {
-      known.apply(reading, equals + 1);
+      known.apply(reading, value);
       return;
     }
   }
@@ -146,27 +194,30 @@ static void FinishOrvellisPath(char (&path)[kPathSize], bool path_given) {
   }
 }
 
-bool ParseConfigFile(Settings& settings, const Environment& env) {
-  ConfigLines lines;
-  // A shell can make a pipe that is a file to be read; a web request can only name those of others.
-  const bool wait_for_pipes = env.command_line != 0;
-  if (!OpenConfigLines(lines, settings.config, wait_for_pipes) &&
-      !OpenConfigLines(lines, kDefaultConfigFile, wait_for_pipes)) {
-    if (settings.page != kPageAbout && settings.page != kPageCredits) {
-      ServerError(kErrorConfigFile, env, settings);
-    }
-    return false;
+static void UseFileOf(const Settings& settings, ConfigFile& file) {
+  if (strcmp(file.path, settings.config) != 0) {
+    CloseConfigFile(file);
+    CopyText(file.path, settings.config);
+  }
+}
+
+Error ParseConfigFile(ConfigFile& file, Settings& settings, bool& account_found) {
+  account_found = false;
+  UseFileOf(settings, file);
+  if (!OpenConfigFile(file)) {
+    return settings.page == kPageAbout || settings.page == kPageCredits ? kNoError : kErrorConfigFile;
   }
   settings.config_opened = 1;
   Reading reading{.settings = settings};
   snprintf(reading.account_start, sizeof reading.account_start, "user=%s;", settings.username);
-  while (NextConfigLine(lines, reading.line)) {
+  while (NextLine(file.text, reading.line, kConfigLines) > 0) {
     ApplyLine(reading);
     if (reading.smart_parsing != 0 && reading.account_found) {
       break;
     }
   }
-  CloseConfigLines(lines);
+  CloseConfigFile(file);
   FinishOrvellisPath(settings.OrvellisPath, reading.path_given);
-  return reading.account_found;
+  account_found = reading.account_found;
+  return kNoError;
 }

@@ -5,8 +5,8 @@
 #include "cgi/settings.h"
 
 // Replace the text by a copy when level is at least that of the source of the
-// text held; otherwise leave it. An empty text counts as set. A copy that the
-// system refuses leaves no text set.
+// text held; otherwise leave it. An empty text counts as set. Where the copy
+// gets no memory the run ends.
 void log_SetExtraHeader(Settings& settings, const char* text, int level);
 void log_SetExtraFooter(Settings& settings, const char* text, int level);
 

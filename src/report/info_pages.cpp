@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "base/plain_file.h"
+#include "base/text_file.h"
 #include "report/extra_texts.h"
 #include "report/page_end.h"
 #include "report/site.h"
@@ -114,9 +114,9 @@ void CreditsPage(const Settings& settings, const Environment& env) {
 
 // --- Diagnostic dumps ---
 
-static void CopyToOutput(std::FILE* file) {
+static void CopyToOutput(TextFile& file) {
   char piece[2048];
-  while (fgets(piece, sizeof piece, file) != nullptr) {
+  while (NextLine(file, piece, kPieces) > 0) {
     fputs(piece, stdout);
   }
 }
@@ -129,14 +129,14 @@ void RemoteDebug(const Settings& settings) {
     return;
   }
   printf("Configuration filename=%s<p>\n", settings.config);
-  std::FILE* file = OpenPlainFile(settings.config);
-  if (file == nullptr) {
+  TextFile file;
+  if (!OpenTextFile(file, settings.config)) {
     fputs("Error! Could not open the configuration file!<p>\n", stdout);
     return;
   }
   fputs("File opened successfully; data follows immediately:<p>\n\n", stdout);
   CopyToOutput(file);
-  fclose(file);
+  CloseTextFile(file);
   fputs("\nEnd of file.\n</body>\n</html>\n", stdout);
 }
 

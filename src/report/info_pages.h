@@ -19,5 +19,6 @@ void CreditsPage(const Settings& settings, const Environment& env);
 void RemoteDebug(const Settings& settings);
 
 // Dumps the settings and count form entries, releases the extra texts and ends
-// the process with status 0. A diagnostic aid that no path of the program calls.
+// the process with status 0, or 2 when they could not be written. For other programs
+// that link the library; tested, not used by orvellis.
 [[noreturn]] void DebugMode(Settings& settings, const FormEntry* entries, int count);

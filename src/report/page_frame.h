@@ -25,6 +25,6 @@ void OutputJumpBar(const Settings& settings);
 void PrintFooter(const Settings& settings, const Analysis& analysis);
 
 // Prints the page's base reference: the Base of the configuration or, without
-// it, the address of the running program; nothing when that is not known. No
-// page calls it at present.
+// it, the address of the running program; nothing when that is not known. For
+// other programs that link the library; tested, not used by orvellis.
 void OutputBaseTag(const Settings& settings, const Environment& env);

@@ -2,7 +2,6 @@
 
 #include <cstdio>
 
-#include "analysis/driver.h"
 #include "analysis/resolve_item.h"
 #include "report/debug_rows.h"
 #include "report/error_page.h"
@@ -39,24 +38,41 @@ static void PrintSections(const Settings& settings, Analysis& analysis) {
   }
 }
 
-void AnalyzeLogs(Settings& settings, const Environment& env) {
-  do_bigass_analysis(settings, env);
+Error AnalyzeLogs(Settings& settings, const Counting& counting, const PageWriter& page) {
+  return do_bigass_analysis(settings, counting, page);
 }
 
-void do_bigass_analysis(Settings& settings, const Environment& env) {
+Error do_bigass_analysis(Settings& settings, const Counting& counting, const PageWriter& page) {
   Analysis analysis{};
-  if (!BeginAnalysis(settings, kClassicCounting, analysis, PageEvents(settings))) {
-    ServerError(11, env, settings);
+  if (!BeginAnalysis(settings, counting, analysis, page.told(settings))) {
+    return kErrorNoLogFiles;
   }
   if (settings.domaintypes.on != 0) {
     ReadNamesOnce(settings.Networks);  // before the tables take what memory there is
   }
   CountLogs(settings, analysis);
+  page.finish(settings, analysis);
+  EndAnalysis(analysis);
+  return kNoError;
+}
+
+// ---- The classic page ----
+
+static void Announce() {
+  fputs("Content-type: text/html\n\n", stdout);
+}
+
+static void Finish(const Settings& settings, Analysis& analysis) {
   PrintDebugRows(settings, analysis);
   DisplayHeader(settings, analysis);
   if (analysis.logs.in_range) {
     PrintSections(settings, analysis);
   }
   PrintFooter(settings, analysis);
-  EndAnalysis(analysis);
 }
+
+static void Refuse(Error error, const Environment& env, const Settings& settings) {
+  PrintErrorPage(error, env, settings);
+}
+
+const PageWriter kClassicPage = {Announce, PrintHead, PageEvents, Finish, Refuse};

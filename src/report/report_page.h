@@ -1,9 +1,12 @@
-// The body of the report page: runs the analysis and prints what it counted.
+// The body of the report page: runs the analysis and has printed what it counted.
 #pragma once
 
-#include "cgi/settings.h"
+#include "report/page_writer.h"
 
-// Analyses the account's logs and prints header table, enabled sections and
-// footer. Ends the run with error page 11 when there is no log file.
-void AnalyzeLogs(Settings& settings, const Environment& env);
-void do_bigass_analysis(Settings& settings, const Environment& env);
+// Analyses the account's logs and lets the writer finish the page that it has
+// begun. Returns kNoError, or kErrorNoLogFiles, with nothing printed, when there
+// is no log file.
+Error AnalyzeLogs(Settings& settings, const Counting& counting, const PageWriter& page);
+
+// The same, by the name under which other programs know it.
+Error do_bigass_analysis(Settings& settings, const Counting& counting, const PageWriter& page);

@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "base/memory_end.h"
+#include "base/path.h"
 
 // glob alone would do, but where memory is refused in the middle of its work it
 // may release a block twice. So it is left the patterns that need it.
@@ -55,7 +56,7 @@ static size_t FindInDirectory(DirectoryScan& scan, const char* name) {
 
 static size_t FindAll(DirectoryScan& scan, const char* pattern) {
   const std::string_view text = pattern;
-  scan.directory = text.rfind('/') + 1;  // 0 when there is none
+  scan.directory = FolderLength(text);
   if (HasWildcard(text.substr(0, scan.directory)) || text.ends_with('/')) {
     return FindByGlob(scan, pattern);
   }
@@ -90,9 +91,8 @@ bool FindNext(DirectoryScan& scan, FoundFile& found) {
     return false;
   }
   const char* const path = PathOfNext(scan);
-  const char* const slash = strrchr(path, '/');
   struct stat info;
-  found.name = slash == nullptr ? path : slash + 1;
+  found.name = path + FolderLength(path);
   found.size = stat(path, &info) == 0 ? info.st_size : 0;
   return true;
 }

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "base/path.h"
 #include "base/text.h"
 
 static constexpr mode_t kNewFileMode = 0666;
@@ -20,7 +21,7 @@ static constexpr int kBusy = -2;  // another process is writing it
 // A hidden name, so that patterns like "logs/*" do not match it.
 static void NameTemporary(FileReplacement& replacement) {
   const std::string_view path = replacement.path;
-  const size_t name = path.rfind('/') + 1;
+  const size_t name = FolderLength(path);
   snprintf(replacement.temporary, sizeof replacement.temporary, "%.*s.%s.new", static_cast<int>(name),
            replacement.path, replacement.path + name);
 }

@@ -1,14 +1,13 @@
 #include "superlog/line_reader.h"
 
-#include <fcntl.h>
-#include <sys/file.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 
+#include "base/text.h"
+#include "base/text_file.h"
 #include "superlog/byte_scan.h"
 #include "superlog/log_limits.h"
 
@@ -62,14 +61,10 @@ static char mLineBuf[kLongestLine + 1 + kScanOverread];
 
 bool OpenLog(const char* path) {
   CloseLog();
-  // Without O_NONBLOCK, opening a named pipe would wait for a writer.
-  mhFile = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
-  if (mhFile < 0) {
-    return false;
-  }
-  struct stat info;
-  mIsRegularFile = fstat(mhFile, &info) == 0 && S_ISREG(info.st_mode);
-  return true;
+  const OpenedFile opened = OpenToRead(path);
+  mhFile = opened.file;
+  mIsRegularFile = opened.kind == FileKind::kRegular;
+  return IsLogOpen();
 }
 
 void CloseLog() {
@@ -82,10 +77,6 @@ void CloseLog() {
   mWindowOffset = 0;
   mpPlainCurPos = mpPlainLastPos = mPlainBuf;
   mPlainOffset = 0;
-}
-
-bool LockLog() {
-  return flock(mhFile, LOCK_SH | LOCK_NB) == 0 || errno != EWOULDBLOCK;
 }
 
 bool IsLogOpen() {

@@ -36,10 +36,6 @@ bool OpenLog(const char* path);
 // Closes the open file, if any, and empties the block buffer.
 void CloseLog();
 
-// Keeps other processes from writing the open file in place while it is read. False
-// when one of them is doing so.
-bool LockLog();
-
 // For other programs that link the library; tested, not used by orvellis.
 bool IsLogOpen();
 
@@ -51,8 +47,10 @@ bool IsLogOpen();
 void ReadLineFromBigBuf();
 
 // The same without block buffer and byte counter, where 0xFF is an ordinary
-// character. For files of which few lines are read or that are positioned. The
-// two readers have positions of their own in the file.
+// character. For logs of which few lines are read, to learn their dates. The two
+// readers have positions of their own in the file. It is not the reader of text
+// files (base/text_file.h), because what looks for formats and dates takes the
+// current line from here, wherever it came from, with the room behind it.
 void ReadLine();
 
 // Discards up to and including the next CR or LF; returns the last character

@@ -1,11 +1,11 @@
 #include "superlog/log_probe.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
 
+#include "base/text_file.h"
 #include "superlog/byte_scan.h"
 #include "superlog/date_guess.h"
 #include "superlog/line_reader.h"
@@ -93,7 +93,7 @@ static time_t FindLastDate(int file, int64_t size) {
 }
 
 static time_t FindLastDateOf(const char* path, int64_t size) {
-  const int file = open(path, O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+  const int file = OpenToRead(path).file;
   const time_t last = file < 0 ? 0 : FindLastDate(file, size);
   if (file >= 0) {
     close(file);

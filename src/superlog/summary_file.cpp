@@ -1,16 +1,20 @@
 #include "superlog/summary_file.h"
 
+#include <sys/file.h>
+
+#include <cerrno>
 #include <cinttypes>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
 
+#include "base/path.h"
+#include "base/text_file.h"
 #include "cgi/settings.h"
 #include "dates/clock.h"
 #include "dates/local_time.h"
 #include "superlog/file_replacement.h"
-#include "superlog/line_reader.h"
 #include "superlog/log_limits.h"
 #include "superlog/log_list.h"
 
@@ -21,12 +25,8 @@ static constexpr std::string_view kBaseYear = "1970";
 
 // --- Names ------------------------------------------------------------------
 
-static size_t DirectoryLength(std::string_view path) {
-  return path.rfind('/') + 1;  // 0 when there is none
-}
-
 void MakeDirWithSlash(char* dest, size_t capacity, const char* path) {
-  CopyText(dest, capacity, {path, DirectoryLength(path)});
+  CopyText(dest, capacity, {path, FolderLength(path)});
 }
 
 static char ToNameChar(char c) {
@@ -34,7 +34,7 @@ static char ToNameChar(char c) {
 }
 
 void CreateDefaultSummaryName(char* dest, size_t capacity, const char* pattern) {
-  const size_t directory = DirectoryLength(pattern);
+  const size_t directory = FolderLength(pattern);
   const char* const name = pattern + directory;
   if (directory == 0 || *name == '\0') {
     CopyText(dest, capacity, "summary");
@@ -47,7 +47,7 @@ void CreateDefaultSummaryName(char* dest, size_t capacity, const char* pattern) 
 }
 
 void CreateSummaryFileName(char* dest, size_t capacity, const char* pattern, const char* name) {
-  snprintf(dest, capacity, "%.*s%s.ORV", static_cast<int>(DirectoryLength(pattern)), pattern, name);
+  snprintf(dest, capacity, "%.*s%s.ORV", static_cast<int>(FolderLength(pattern)), pattern, name);
 }
 
 // --- Reading ----------------------------------------------------------------
@@ -94,16 +94,23 @@ static bool TakeLine(const char* text) {
   return true;
 }
 
+// Keeps other processes from writing the file in place while it is read. False when
+// one of them is doing so.
+static bool Lock(const TextFile& text) {
+  return flock(text.file, LOCK_SH | LOCK_NB) == 0 || errno != EWOULDBLOCK;
+}
+
 void ReadSummaryFile(const char* path) {
-  if (!OpenLog(path)) {
+  TextFile text;
+  char line[kLineMax + 1];
+  if (!OpenTextFile(text, path)) {
     return;
   }
-  bool understood = LockLog();
+  bool understood = Lock(text);
   while (understood) {
-    ReadLine();
-    understood = mLineLen > 0 && TakeLine(mpLine);
+    understood = NextLine(text, line, kWholeLines) > 0 && TakeLine(line);
   }
-  CloseLog();
+  CloseTextFile(text);
 }
 
 // --- Writing ----------------------------------------------------------------

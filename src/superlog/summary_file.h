@@ -29,8 +29,7 @@ void CreateSummaryFileName(char* dest, size_t capacity, const char* pattern, con
 // Loads the entries of the file into the log list, in state kFromSummary. A
 // missing file yields none, nor does one that another process is writing; from a
 // line that names another version or base year on the file is ignored. Numbers
-// are not checked: a damaged entry is one that matches no log. Uses the line
-// reader.
+// are not checked: a damaged entry is one that matches no log.
 void ReadSummaryFile(const char* path);
 
 // Replaces the file by the log list. Whatever fails, fails silently: the next

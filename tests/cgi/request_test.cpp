@@ -36,8 +36,9 @@ class RequestTest : public testing::Test {
     fwrite(body.data(), 1, body.size(), stream);
     rewind(stream);
     words.push_back(nullptr);
-    const bool result = ReadParameters(static_cast<int>(words.size()) - 1,
-                                       const_cast<char* const*>(words.data()), stream, env, settings);
+    const bool result =
+        ReadParameters(static_cast<int>(words.size()) - 1, const_cast<char* const*>(words.data()), stream,
+                       env, form_source, settings);
     fclose(stream);
     return result;
   }
@@ -46,6 +47,7 @@ class RequestTest : public testing::Test {
 
   Environment env{};
   Settings settings;
+  ParamSource form_source = ParamSource::kForm;
 };
 
 using IsCommandLineRunTest = RequestTest;
@@ -173,6 +175,23 @@ TEST_F(ReadParametersTest, ArgumentsAreNotDecoded) {
   EXPECT_TRUE(Read("", "", {"orvellis", "title=a+b%26", "username=ann"}));
   EXPECT_STREQ(settings.title, "a+b%26");
   EXPECT_STREQ(settings.username, "ann");
+}
+
+TEST_F(ReadParametersTest, SourceOfAFormAndOfAServersArgumentsIsTheGivenOne) {
+  form_source = ParamSource::kAccount;  // the one that sets logs
+  EXPECT_TRUE(Post("logs=posted"));
+  EXPECT_STREQ(settings.logs, "posted");
+  EXPECT_TRUE(Read("", "", {"orvellis", "logs=argument"}));
+  EXPECT_STREQ(settings.logs, "argument");
+}
+
+TEST_F(ReadParametersTest, ArgumentsOfAShellAreItsOwn) {
+  form_source = ParamSource::kAccount;
+  env.command_line = 1;
+  EXPECT_TRUE(Read("", "", {"orvellis", "logs=argument", "find=/docs"}));
+  EXPECT_STREQ(settings.logs, "");
+  EXPECT_STREQ(settings.find_form, "/docs");
+  EXPECT_STREQ(settings.find_account, "");
 }
 
 TEST_F(ReadParametersTest, SingleArgumentIsAParameterToo) {

@@ -1,7 +1,7 @@
 #!/bin/sh
 # Fails when a report parameter or a configuration key is named by no end-to-end
-# case: a parameter where its table accepts it from (command lines and forms,
-# account lines, or either), a key at the start of a configuration line.
+# case: a parameter where its table accepts it from (command lines, forms or
+# either, account lines, or any), a key at the start of a configuration line.
 #
 #   coverage_check.sh PROJECT_FOLDER
 set -eu
@@ -13,7 +13,7 @@ trap 'rm -rf "$work"' EXIT
 # The rows of a table, each as its name and the source that it is restricted to.
 rows() {  # FILE TABLE
   sed -n "/ $2\[\] = {/,/^};/p" "$project/src/$1" |
-    sed -nE -e 's/^ *\{"([^"]+)".*(kFromForm|kFromAccount).*/\1 \2/p' -e t -e 's/^ *\{"([^"]+)".*/\1 kFromAny/p'
+    sed -nE -e 's/^ *\{"([^"]+)".*(kFromRequest|kFromShell|kFromAccount).*/\1 \2/p' -e t -e 's/^ *\{"([^"]+)".*/\1 kFromAny/p'
 }
 
 # What the files of cases hold whose names match, one line end after each file.
@@ -24,10 +24,11 @@ contents() {  # EXTENDED_REGULAR_EXPRESSION
     wanted' {} +
 }
 
-contents 'args|form|run' | tr '& ' '\n\n' >"$work/kFromForm"
+contents 'args|run' | tr '& ' '\n\n' >"$work/kFromShell"
+contents 'args|form|run' | tr '& ' '\n\n' >"$work/kFromRequest"
 contents '[^/]*[.]conf' >"$work/keys"
 grep -i '^user=' "$work/keys" | tr ';' '\n' >"$work/kFromAccount"
-cat "$work/kFromForm" "$work/kFromAccount" >"$work/kFromAny"
+cat "$work/kFromRequest" "$work/kFromAccount" >"$work/kFromAny"
 
 rows cgi/parameters.cpp kKeywords >"$work/parameters"
 rows config/config_file.cpp kConfigKeys | sed 's/ .*/ keys/' >"$work/global"

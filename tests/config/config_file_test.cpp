@@ -10,12 +10,9 @@
 #include "superlog/superlog.h"
 #include "support/text_file.h"
 
-using testing::ExitedWithCode;
-
 class ParseConfigFileTest : public testing::Test {
  protected:
   Settings settings{};
-  Environment env{};
 
   void SetUp() override {
     ResetSuperLog();
@@ -25,7 +22,18 @@ class ParseConfigFileTest : public testing::Test {
 
   bool Parse(const std::string& content) {
     CopyText(settings.config, WriteFile("orvellis.conf", content));
-    return ParseConfigFile(settings, env);
+    return AccountFound();
+  }
+
+  Error ParseAs(bool& account_found) {
+    ConfigFile file;
+    return ParseConfigFile(file, settings, account_found);
+  }
+
+  bool AccountFound() {
+    bool account_found = false;
+    EXPECT_EQ(ParseAs(account_found), kNoError);
+    return account_found;
   }
 
   // Works in an empty folder, so that no fallback file is there.
@@ -44,10 +52,9 @@ TEST_F(ParseConfigFileTest, MissingFileIsError9) {
   for (const int page : {kPageReport, kPageRemoteDebug}) {
     SCOPED_TRACE(page);
     settings.page = page;
-    CopyText(settings.ErrorLog, NewPath("error.log"));
-    EXPECT_EXIT(ParseConfigFile(settings, env), ExitedWithCode(0), "");
-    EXPECT_THAT(ReadFile(settings.ErrorLog),
-                testing::EndsWith("Could not open configuration file missing.conf\n"));
+    bool account_found = true;
+    EXPECT_EQ(ParseAs(account_found), kErrorConfigFile);
+    EXPECT_FALSE(account_found);
   }
 }
 
@@ -58,7 +65,7 @@ TEST_F(ParseConfigFileTest, MissingFileIsSilentForAboutAndCredits) {
     SCOPED_TRACE(page);
     settings.page = page;
     testing::internal::CaptureStdout();
-    EXPECT_FALSE(ParseConfigFile(settings, env));
+    EXPECT_FALSE(AccountFound());
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
     EXPECT_EQ(settings.config_opened, 0);
   }
@@ -68,7 +75,7 @@ TEST_F(ParseConfigFileTest, FallsBackToTheDefaultFileAndKeepsTheNameAskedFor) {
   GoToNewFolder();
   std::ofstream("orvellis.conf") << "Networks=fallback\n";
   CopyText(settings.config, "missing.conf");
-  EXPECT_FALSE(ParseConfigFile(settings, env));
+  EXPECT_FALSE(AccountFound());
   EXPECT_STREQ(settings.Networks, "fallback");
   EXPECT_STREQ(settings.config, "missing.conf");
   EXPECT_EQ(settings.config_opened, 1);
@@ -76,7 +83,7 @@ TEST_F(ParseConfigFileTest, FallsBackToTheDefaultFileAndKeepsTheNameAskedFor) {
 
 TEST_F(ParseConfigFileTest, FolderOpensAndYieldsNothing) {
   CopyText(settings.config, testing::TempDir());
-  EXPECT_FALSE(ParseConfigFile(settings, env));
+  EXPECT_FALSE(AccountFound());
   EXPECT_EQ(settings.config_opened, 1);
 }
 
@@ -402,4 +409,85 @@ TEST_F(ParseConfigFileTest, BinaryJunkIsIgnored) {
   }
   EXPECT_TRUE(Parse(junk + "\nuser=ann;title=x\n"));
   EXPECT_STREQ(settings.title, "x");
+}
+
+TEST_F(ParseConfigFileTest, FileThatTheRequestDoesNotNameIsClosed) {
+  ConfigFile file;
+  CopyText(file.path, WriteFile("other.conf", "user=ann;\nErrorLog=other\n"));
+  ASSERT_TRUE(OpenConfigFile(file));
+  CopyText(settings.config, WriteFile("named.conf", "ErrorLog=named\n"));
+  bool account_found = true;
+  EXPECT_EQ(ParseConfigFile(file, settings, account_found), kNoError);
+  EXPECT_FALSE(account_found);
+  EXPECT_STREQ(settings.ErrorLog, "named");
+  EXPECT_FALSE(file.opened);
+}
+
+TEST_F(ParseConfigFileTest, PinnedFileHasNoSubstitute) {
+  GoToNewFolder();
+  std::ofstream("orvellis.conf") << "user=ann;\n";
+  CopyText(settings.config, "missing.conf");
+  ConfigFile file;
+  file.fall_back = false;
+  bool account_found = true;
+  EXPECT_EQ(ParseConfigFile(file, settings, account_found), kErrorConfigFile);
+  EXPECT_EQ(settings.config_opened, 0);
+}
+
+// ---- The edition ----
+
+class FindEditionKeyTest : public ParseConfigFileTest {
+ protected:
+  std::string EditionOf(const std::string& content) {
+    char edition[kTextSize] = "none";
+    ConfigFile file;
+    CopyText(file.path, WriteFile("edition.conf", content));
+    const bool found = FindEditionKey(file, edition);
+    EXPECT_EQ(found, std::string(edition) != "none");
+    CloseConfigFile(file);
+    return edition;
+  }
+};
+
+TEST_F(FindEditionKeyTest, LastOneCountsWhereverItStands) {
+  EXPECT_EQ(EditionOf("Edition=a\n"), "a");
+  EXPECT_EQ(EditionOf("edition=a\nuser=ann;\nEDITION=b"), "b");
+  EXPECT_EQ(EditionOf("SmartParsing=1\nuser=;\nuser=ann;x=y\nEdition=c\n"), "c");
+}
+
+TEST_F(FindEditionKeyTest, ValueIsTakenAsItStands) {
+  EXPECT_EQ(EditionOf("Edition= a=b \n"), " a=b ");
+  EXPECT_EQ(EditionOf("Edition=\n"), "");
+  EXPECT_EQ(EditionOf("Edition=" + std::string(300, 'x')), std::string(kTextMax, 'x'));
+}
+
+TEST_F(FindEditionKeyTest, NothingElseIsTheKey) {
+  EXPECT_EQ(EditionOf(""), "none");
+  EXPECT_EQ(EditionOf("Edition\n#Edition=a\n;Edition=a\n Edition=a\nEdition =a\nuser=ann;edition=a\n"),
+            "none");
+}
+
+TEST_F(FindEditionKeyTest, LeavesTheFileAtItsStart) {
+  ConfigFile file;
+  char edition[kTextSize];
+  CopyText(settings.config, WriteFile("edition.conf", "user=ann;\nEdition=a\nErrorLog=log\n"));
+  CopyText(file.path, settings.config);
+  ASSERT_TRUE(FindEditionKey(file, edition));
+  unlink(settings.config);  // the file that was opened is the one that is read
+  bool account_found = false;
+  EXPECT_EQ(ParseConfigFile(file, settings, account_found), kNoError);
+  EXPECT_TRUE(account_found);
+  EXPECT_STREQ(settings.ErrorLog, "log");
+}
+
+TEST_F(FindEditionKeyTest, MissingFileHasNone) {
+  GoToNewFolder();
+  ConfigFile file;
+  char edition[kTextSize] = "none";
+  CopyText(file.path, "missing.conf");
+  EXPECT_FALSE(FindEditionKey(file, edition));
+  EXPECT_STREQ(edition, "none");
+  std::ofstream("orvellis.conf") << "Edition=a\n";
+  EXPECT_TRUE(FindEditionKey(file, edition)) << "the default file takes its place";
+  CloseConfigFile(file);
 }

@@ -24,11 +24,9 @@ class ReportPage : public AccountLogs {
 
   std::string Page() {
     testing::internal::CaptureStdout();
-    AnalyzeLogs(settings_, env_);
+    EXPECT_EQ(AnalyzeLogs(settings_, kClassicCounting, kClassicPage), kNoError);
     return testing::internal::GetCapturedStdout();
   }
-
-  Environment env_{};
 };
 
 // The section anchors of a page in order.
@@ -54,8 +52,25 @@ constexpr const char* kJumpBar = "<font face=\"Arial,Helv\" size=\"-1\"><b>";
 
 }  // namespace
 
-TEST_F(ReportPage, NoLogFileIsError11AndEndsTheRunInPeace) {
-  EXPECT_EXIT(AnalyzeLogs(settings_, env_), testing::ExitedWithCode(0), "");
+TEST_F(ReportPage, NoLogFileIsError11AndPrintsNothing) {
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(do_bigass_analysis(settings_, kClassicCounting, kClassicPage), kErrorNoLogFiles);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+}
+
+TEST_F(ReportPage, WriterFinishesThePage) {
+  const PageWriter counter = {
+      .announce = nullptr,
+      .begin = nullptr,
+      .told = [](const Settings&) { return AnalysisEvents{}; },
+      .finish = [](const Settings&,
+                   Analysis& analysis) { printf("%lld hits", static_cast<long long>(analysis.hits)); },
+      .refuse = nullptr,
+  };
+  AddLog("a.log", {{}, {}});
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(AnalyzeLogs(settings_, kClassicCounting, counter), kNoError);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "2 hits");
 }
 
 TEST_F(ReportPage, SectionsStandInTheirOrderEachWithOneJumpBar) {

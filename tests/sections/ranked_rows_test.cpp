@@ -16,7 +16,7 @@ class RankedRowsTest : public testing::Test {
     for (const Section& section : kSections) {
       if (section.rows == RowKind::kRanked) {
         CountedReport& report = analysis_.*section.items.counted;
-        init_list(report.list, report.info, section.parameter);
+        init_list(report.list, report.info, section.parameter, SubLists::kAny);
       }
     }
   }

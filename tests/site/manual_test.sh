@@ -124,8 +124,8 @@ for status in $statuses; do
   sed -n '/^\.Sh EXIT STATUS/,/^\.Sh EXAMPLES/p' "$source_dir/man/orvellis.1" | grep -qx "\.It $status" || fail "orvellis.1: no status $status"
 done
 
-# The request form sends nothing but parameters, and all that an account does not have to itself.
-all_parameters=$(grep -oE '^    \{"[A-Za-z_]+",' "$source_dir/src/cgi/parameters.cpp" | tr -d ' {",' | sort -u)
+# The request form sends nothing but parameters, and all that an account or a shell does not have to itself.
+all_parameters=$(sed '/kFromShell}/d' "$source_dir/src/cgi/parameters.cpp" | grep -oE '^    \{"[A-Za-z_]+",' | tr -d ' {",' | sort -u)
 fields=$(grep -oE ' name="[^"]*"' "$source_dir/site/index.html" | cut -d'"' -f2 | grep -v '^viewport$' | sort -u)
 [ "$(echo "$fields" | wc -l)" -ge 40 ] || fail "the fields of the form were not found"
 for field in $fields; do

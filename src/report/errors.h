@@ -1,0 +1,20 @@
+// Why a run is refused.
+//
+// What finds such a reason returns it; the run answers it, through the writer of
+// its pages.
+#pragma once
+
+// The numbers of the error pages; 3 and 12 are not used.
+enum Error : int {
+  kNoError = 0,
+  kErrorNotPosted = 1,  // a GET request for a report
+  kErrorRejected = 2,   // account unknown, or password rejected
+  kErrorNoUrl = 4,      // the account has no url
+  kErrorNoLogs = 5,     // the account has no logs
+  kErrorNoStartDate = 6,
+  kErrorDateRange = 7,  // start date after end date
+  kErrorNoEndDate = 8,
+  kErrorConfigFile = 9,     // configuration file cannot be opened
+  kErrorPasswordFile = 10,  // password file cannot be opened
+  kErrorNoLogFiles = 11,    // logs and AccessLog match no file
+};

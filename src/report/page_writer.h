@@ -1,0 +1,27 @@
+// Who writes the pages of a run: functions that print to standard output.
+#pragma once
+
+#include "analysis/driver.h"
+#include "cgi/settings.h"
+#include "report/errors.h"
+
+struct PageWriter {
+  // Before all else that a web server is answered with.
+  void (*announce)();
+
+  // The head of a report, before its logs are looked for.
+  void (*begin)(const Settings& settings);
+
+  // Who is told what happens while logs are looked for and read.
+  AnalysisEvents (*told)(const Settings& settings);
+
+  // The rest of it, from what was counted.
+  void (*finish)(const Settings& settings, Analysis& analysis);
+
+  // The answer to a request that is refused, in place of a report or, behind its
+  // head, of the rest. Adds the reason to the error log.
+  void (*refuse)(Error error, const Environment& env, const Settings& settings);
+};
+
+// Every text of these pages is fixed, whatever it holds.
+extern const PageWriter kClassicPage;

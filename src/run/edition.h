@@ -1,0 +1,43 @@
+// The editions of the program, and how a run comes by its own.
+//
+// An edition is a row of rules. It is chosen once, before anything is printed; who
+// works by the rules does not know which row they come from.
+#pragma once
+
+#include <string_view>
+
+#include "analysis/driver.h"
+#include "cgi/parameters.h"
+#include "config/config_file.h"
+#include "report/page_writer.h"
+
+struct Edition {
+  std::string_view name;
+  Counting counting;
+  const PageWriter* page;
+  ParamSource form;       // as what the keyword table takes the fields of a form
+  bool server_arguments;  // whether what a web server makes arguments of is a request
+};
+
+// The edition of that name, ignoring case; null when there is none.
+const Edition* FindEdition(std::string_view name);
+
+// What decides about the edition and the configuration, and is read before all else.
+struct StartWords {
+  bool from_shell;
+  const char* pinned;  // the variable ORVELLIS_CONFIG; null when it is not set
+  // The arguments of a shell, those that are no form's; otherwise none.
+  int argc;
+  char* const* argv;
+};
+
+// Sets the configuration of the run: that of the last config= argument of a shell,
+// else the pinned one, else kDefaultConfigFile, which also takes the place of one
+// that cannot be opened unless one is pinned. False, with a sentence on standard
+// error, when the pinned path is longer than a path can be.
+bool ChooseConfig(const StartWords& words, ConfigFile& config);
+
+// The edition of the last edition= argument of a shell, else that of the
+// configuration's last Edition key, else the classic one. Null, with a sentence on
+// standard error, when there is none of that name.
+const Edition* ChooseEdition(const StartWords& words, ConfigFile& config);

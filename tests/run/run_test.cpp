@@ -1,0 +1,217 @@
+#include "run/run.h"
+
+#include <gmock/gmock.h>
+
+#include <vector>
+
+#include "run/reset.h"
+#include "support/text_file.h"
+
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+class RunTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    const std::string folder = NewPath("folder");
+    ASSERT_EQ(mkdir(folder.c_str(), 0700), 0);
+    ASSERT_EQ(chdir(folder.c_str()), 0);
+    for (const char* name : {"ORVELLIS_CONFIG", "REQUEST_METHOD", "QUERY_STRING", "CONTENT_LENGTH"}) {
+      unsetenv(name);
+    }
+    settled_username = "";
+    settled_config = "";
+  }
+
+  static void WriteConfig(const std::string& name, const std::string& content) {
+    std::ofstream(name) << content;
+  }
+
+  // A configuration whose account has a log of one request.
+  static std::string Account(const std::string& keys = "") {
+    std::ofstream("a.log") << "192.0.2.7 - - [05/Mar/2000:10:00:00 +0000] \"GET /a.html HTTP/1.0\" 200 10\n";
+    return keys + "user=ann;logs=a.log;url=http://www.example.com;password=*\n";
+  }
+
+  // The page; its status stays in status, what is told on standard error in told.
+  std::string Page(std::vector<const char*> arguments, const std::string& form = "") {
+    std::FILE* const stream = tmpfile();
+    fwrite(form.data(), 1, form.size(), stream);
+    rewind(stream);
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    arguments.insert(arguments.begin(), "orvellis");
+    status = ::Run({.argc = static_cast<int>(arguments.size()),
+                    .argv = const_cast<char* const*>(arguments.data()),
+                    .form = stream,
+                    .settled = Note});
+    fclose(stream);
+    told = testing::internal::GetCapturedStderr();
+    return testing::internal::GetCapturedStdout();
+  }
+
+  std::string Posted(const std::string& form, const std::vector<const char*>& arguments = {}) {
+    setenv("REQUEST_METHOD", "POST", 1);
+    setenv("CONTENT_LENGTH", std::to_string(form.size()).c_str(), 1);
+    return Page(arguments, form);
+  }
+
+  static void Note(Settings& settings) {
+    settled_username = settings.username;
+    settled_config = settings.config;
+    CopyText(settings.title, "settled title");
+  }
+
+  static inline std::string settled_username;
+  static inline std::string settled_config;
+  int status = -1;
+  std::string told;
+};
+
+static const std::vector<const char*> kAsk = {"username=ann", "date=03052000,03052000", "subdirs=1",
+                                              "requests=1"};
+
+static const char kForm[] = "username=ann&date=03052000,03052000&subdirs=1&requests=1";
+
+TEST_F(RunTest, ReportFromAShell) {
+  WriteConfig("orvellis.conf", Account());
+  const std::string page = Page(kAsk);
+  EXPECT_EQ(status, 0);
+  EXPECT_THAT(page, StartsWith("<html>"));
+  EXPECT_THAT(page, HasSubstr("http://www.example.com/a.html"));
+  EXPECT_THAT(page, EndsWith("</html>\n"));
+}
+
+TEST_F(RunTest, ReportForAWebServer) {
+  WriteConfig("orvellis.conf", Account());
+  const std::string page = Posted(kForm);
+  EXPECT_EQ(status, 0);
+  EXPECT_THAT(page, StartsWith("Content-type: text/html\n\n<html>"));
+  EXPECT_THAT(page, HasSubstr("http://www.example.com/a.html"));
+}
+
+TEST_F(RunTest, SecondRunBehindAResetPrintsTheSame) {
+  WriteConfig("orvellis.conf", Account("search=F;domain=finder.example;vars=q\nLogFormat=S?hmw1qrc\n"));
+  const std::string first = Page(kAsk);
+  ResetRun();
+  WriteConfig("orvellis.conf", "Priority=0\n");
+  EXPECT_THAT(Page(kAsk), HasSubstr("Error #2"));
+  ResetRun();
+  WriteConfig("orvellis.conf", Account("search=F;domain=finder.example;vars=q\nLogFormat=S?hmw1qrc\n"));
+  EXPECT_EQ(Page(kAsk), first);
+}
+
+TEST_F(RunTest, HelpNeedsNoConfiguration) {
+  WriteConfig("orvellis.conf", "Edition=none\n");
+  EXPECT_THAT(Page({}), StartsWith("Orvellis "));
+  EXPECT_EQ(status, 0);
+}
+
+TEST_F(RunTest, SettlesParametersOnceAndBeforeTheyAreUsed) {
+  WriteConfig("orvellis.conf", Account());
+  EXPECT_THAT(Page(kAsk), HasSubstr("settled title"));
+  EXPECT_EQ(settled_username, "ann");
+}
+
+TEST_F(RunTest, RefusalsHaveStatus0AndTheirPage) {
+  EXPECT_THAT(Page(kAsk), HasSubstr("Error #9"));
+  EXPECT_EQ(status, 0);
+  WriteConfig("orvellis.conf",
+              "user=ann;logs=none.log;url=http://www.example.com;password=*\nUser=bob;password=x\n"
+              "user=cy;password=*\nUserPasswords=missing\nuser=dot;\nErrorLog=errors\n");
+  ResetRun();
+  EXPECT_THAT(Page({"username=nobody", "date=1"}), HasSubstr("Error #2"));
+  EXPECT_THAT(Page({"username=bob", "date=1"}), HasSubstr("Error #2"));
+  EXPECT_THAT(Page({"username=cy", "date=1"}), HasSubstr("Error #4"));
+  EXPECT_THAT(Page({"username=dot", "date=1"}), HasSubstr("Error #10"));
+  EXPECT_THAT(Page({"username=ann", "date=03052000,03042000"}), HasSubstr("Error #7"));
+  const std::string begun = Page(kAsk);
+  EXPECT_THAT(begun, StartsWith("<html>\n<head>\n<title>settled title"));
+  EXPECT_THAT(begun, HasSubstr("Error #11"));
+  std::string log = ReadFile("errors");
+  EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 6);
+  EXPECT_THAT(log, EndsWith("No log files found\n"));
+}
+
+TEST_F(RunTest, GetForAReportIsRefusedBeforeAnythingIsRead) {
+  setenv("REQUEST_METHOD", "get", 1);
+  EXPECT_THAT(Page({}), HasSubstr("Error #1<"));
+  EXPECT_EQ(settled_username, "");
+}
+
+TEST_F(RunTest, FormWithoutMemoryEndsWithStatus1) {
+  setenv("REQUEST_METHOD", "POST", 1);
+  setenv("CONTENT_LENGTH", "-2", 1);
+  EXPECT_EQ(Page({}), "Content-type: text/html\n\n");
+  EXPECT_EQ(status, 1);
+}
+
+TEST_F(RunTest, UnknownEditionEndsWithStatus3AndNoPage) {
+  WriteConfig("orvellis.conf", Account("Edition=old\n"));
+  EXPECT_EQ(Posted(kForm), "");
+  EXPECT_EQ(status, 3);
+  EXPECT_EQ(told, "orvellis: there is no edition \"old\", only classic and modern\n");
+}
+
+TEST_F(RunTest, FormChoosesNoEdition) {
+  WriteConfig("orvellis.conf", Account());
+  WriteConfig("other.conf", Account("Edition=none\n"));
+  EXPECT_THAT(Posted(std::string(kForm) + "&edition=none&config=other.conf"), HasSubstr("a.html"));
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(settled_config, "other.conf");
+}
+
+TEST_F(RunTest, ArgumentsOfAWebServerAreAFormInTheClassicEdition) {
+  WriteConfig("orvellis.conf", Account());
+  std::vector<const char*> arguments = kAsk;
+  arguments.push_back("edition=none");
+  EXPECT_THAT(Posted("", arguments), HasSubstr("a.html"));
+  EXPECT_EQ(settled_username, "ann");
+}
+
+TEST_F(RunTest, ArgumentsOfAWebServerAreNothingInTheModernEdition) {
+  WriteConfig("orvellis.conf", Account("Edition=modern\n"));
+  EXPECT_THAT(Posted("", kAsk), HasSubstr("Error #2"));
+  EXPECT_EQ(settled_username, "");
+  ResetRun();
+  EXPECT_THAT(Posted(kForm), HasSubstr("a.html"));
+}
+
+TEST_F(RunTest, PinnedConfigurationCannotBeReplaced) {
+  WriteConfig("pinned.conf", Account());
+  WriteConfig("orvellis.conf", "");
+  setenv("ORVELLIS_CONFIG", "pinned.conf", 1);
+  EXPECT_THAT(Posted(std::string(kForm) + "&config=orvellis.conf"), HasSubstr("a.html"));
+  EXPECT_EQ(settled_config, "pinned.conf");
+  ResetRun();
+  EXPECT_THAT(Posted("", kAsk), HasSubstr("Error #2")) << "arguments count for nothing";
+  EXPECT_EQ(settled_username, "");
+}
+
+TEST_F(RunTest, PinnedConfigurationHasNoSubstitute) {
+  WriteConfig("orvellis.conf", Account());
+  setenv("ORVELLIS_CONFIG", "missing.conf", 1);
+  EXPECT_THAT(Posted(kForm), HasSubstr("missing.conf"));
+  ResetRun();
+  unsetenv("REQUEST_METHOD");
+  unsetenv("CONTENT_LENGTH");
+  EXPECT_THAT(Page(kAsk), HasSubstr("Error #9"));
+  ResetRun();
+  std::vector<const char*> arguments = kAsk;
+  arguments.push_back("config=orvellis.conf");
+  EXPECT_THAT(Page(arguments), HasSubstr("a.html")) << "a shell may name another";
+}
+
+TEST_F(RunTest, PipeIsReadForTheEditionAndForAllElse) {
+  const std::string content = Account("Edition=modern\n");
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  ASSERT_EQ(write(ends[1], content.data(), content.size()), static_cast<ssize_t>(content.size()));
+  close(ends[1]);
+  const std::string argument = "config=/dev/fd/" + std::to_string(ends[0]);
+  std::vector<const char*> arguments = kAsk;
+  arguments.push_back(argument.c_str());
+  EXPECT_THAT(Page(arguments), HasSubstr("a.html"));
+  close(ends[0]);
+}
