@@ -3,7 +3,6 @@
 #include <algorithm>
 
 #include "analysis/wildcard_internal.h"
-#include "base/limits.h"
 #include "base/text.h"
 
 int64_t lbrace = 0;
@@ -40,7 +39,7 @@ struct AlternativeEnd {
 // tried again: only stars lead there, and a star that fails aborts.
 static constexpr unsigned kFreeTries = 500;
 static constexpr int64_t kMostOpen = int64_t{1} << 60;  // where counting open groups stops, short of overflow
-static Failure mFailures[kTextSize][kLongestItem + 1];
+static Failure mFailures[kTextSize][kTextSize];
 static AlternativeEnd mAlternativeEnds[kTextSize];
 static uint64_t mCall = 0;
 
@@ -241,7 +240,7 @@ static int Try(const Matcher& m, size_t t, size_t p) {
 }
 
 static int Match(std::string_view text, std::string_view pattern, bool ignore_case) {
-  const Matcher m = {text.substr(0, kLongestItem), pattern.substr(0, kTextMax), ignore_case};
+  const Matcher m = {text.substr(0, kTextMax), pattern.substr(0, kTextMax), ignore_case};
   mTries = 0;
   ++mCall;
   return Walk(m, 0, 0);

@@ -9,8 +9,7 @@
 // alternative may be empty and groups may nest. Which ")" ends a group is decided
 // by counting parentheses, escaped ones included.
 //
-// Of the pattern the first 243 characters count, of the text as many as an item may
-// have. The work of a call grows
+// Of pattern and text the first 243 characters count. The work of a call grows
 // with the product of their lengths times the stars and groups, not exponentially.
 #pragma once
 

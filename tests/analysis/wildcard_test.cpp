@@ -279,19 +279,11 @@ TEST_F(WildcardTest, EscapedTildeIsLiteral) {
   EXPECT_EQ(super_wildmat_tilde("a\\\\~b", "a\\"), 1);
 }
 
-TEST_F(WildcardTest, FirstTwoHundredFortyThreeCharactersOfAPatternCount) {
+TEST_F(WildcardTest, FirstTwoHundredFortyThreeCharactersCount) {
   const std::string text(243, 'a');
-  EXPECT_EQ(super_wildmat(text, text + "b"), 1);
+  EXPECT_EQ(super_wildmat(text, text + "b"), 0);
   EXPECT_EQ(super_wildmat(text + "b", text), 0);
   EXPECT_EQ(super_wildmat(text, text.substr(1)), 1);
-}
-
-TEST_F(WildcardTest, AsManyCharactersOfATextCountAsAnItemMayHave) {
-  const std::string text(2047, 'a');
-  EXPECT_EQ(super_wildmat("*b", text + "b"), 0);
-  EXPECT_EQ(super_wildmat("*b", text + "ab"), 1);
-  EXPECT_EQ(super_wildmat("*(c|a)*(c|a)*(b|d)", text + "b"), 0);
-  EXPECT_EQ(super_wildmat("*(c|a)*(c|a)*(c|d)", text + "b"), 1);
 }
 
 TEST_F(WildcardTest, TextsNeedNoTerminator) {
