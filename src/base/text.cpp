@@ -84,6 +84,12 @@ bool ContainsText(std::string_view text, std::string_view part) {
 
 #endif
 
+void MakePrintable(char* text) {
+  for (; *text != '\0'; ++text) {
+    *text = *text >= ' ' && *text <= '~' ? *text : '?';
+  }
+}
+
 int ToInt(const char* text) {
   return text == nullptr ? 0 : static_cast<int>(strtol(text, nullptr, 10));
 }

@@ -48,6 +48,10 @@ bool BeginsWithIgnoreCase(std::string_view text, std::string_view prefix);
 // Whether part, of at least two characters, occurs in the text.
 bool ContainsText(std::string_view text, std::string_view part);
 
+// Puts "?" in place of every character that is not printable ASCII, so that the
+// text is nothing but text to a terminal.
+void MakePrintable(char* text);
+
 // Decimal number at the start of a NUL-terminated text, as C's atoi: leading
 // white space and a sign are accepted, the first other character ends it, a
 // non-number gives 0. Values beyond 32 bits wrap; beyond 64 bits they saturate

@@ -20,9 +20,7 @@ static size_t FormatDigits(char (&digits)[kFigureSize], uint32_t value, uint32_t
   return static_cast<size_t>(snprintf(digits, sizeof digits, "%" PRIu32, units));
 }
 
-void FormatWithCommas(char* out, size_t capacity, uint32_t value, uint32_t billions, uint32_t units) {
-  char digits[kFigureSize];
-  const size_t length = FormatDigits(digits, value, billions, units);
+static void GroupDigits(char* out, size_t capacity, const char* digits, size_t length) {
   char grouped[kFigureSize];
   size_t used = 0;
   for (size_t i = 0; i < length; ++i) {
@@ -32,6 +30,18 @@ void FormatWithCommas(char* out, size_t capacity, uint32_t value, uint32_t billi
     grouped[used++] = digits[i];
   }
   CopyText(out, capacity, {grouped, used});
+}
+
+void FormatWithCommas(char* out, size_t capacity, uint32_t value, uint32_t billions, uint32_t units) {
+  char digits[kFigureSize];
+  const size_t length = FormatDigits(digits, value, billions, units);
+  GroupDigits(out, capacity, digits, length);
+}
+
+void FormatWhole(char (&out)[kFigureSize], uint64_t figure) {
+  char digits[kFigureSize];
+  const int length = snprintf(digits, sizeof digits, "%" PRIu64, figure);
+  GroupDigits(out, sizeof out, digits, static_cast<size_t>(length));
 }
 
 void PrintMbGbSuffix(uint32_t billions, uint32_t units) {

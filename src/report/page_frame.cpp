@@ -117,21 +117,27 @@ static void PrintScope(const Settings& settings, const Overview& overview) {
   PrintReportDate(overview.made);
 }
 
-static void PrintByteRow(const char* label, SuperLong bytes) {
+static void PrintByteRow(const char* label, SuperLong bytes, bool whole) {
   char figure[kFigureSize];
-  FormatWithCommas(figure, sizeof figure, 0, bytes.billions, bytes.units);
+  if (whole) {
+    FormatWhole(figure, SuperLongToBytes(bytes));
+  } else {
+    FormatWithCommas(figure, sizeof figure, 0, bytes.billions, bytes.units);
+  }
   printf("<tr>\n<td width=\"50%%\"><b>%s:</b></td><td width=\"50%%\">%s", label, figure);
   PrintMbGbSuffix(bytes.billions, bytes.units);
   printf("</td>\n</tr>\n");
 }
 
-// deliberate: requests show their last 32 bits, and bytes the two parts of their counter
+// deliberate: where figures wrap, requests show their last 32 bits, and bytes the two parts of their counter
 static void PrintTotals(const Overview& overview, const Analysis& analysis) {
+  const bool whole = analysis.counting.limits.wide_figures;
   char figure[kFigureSize];
-  FormatWithCommas(figure, sizeof figure, static_cast<uint32_t>(overview.requests), 0, 0);
+  FormatWhole(figure,
+              whole ? static_cast<uint64_t>(overview.requests) : static_cast<uint32_t>(overview.requests));
   printf("<tr>\n<td width=\"50%%\"><b>HTTP Requests:</b></td><td width=\"50%%\">%s</td>\n</tr>\n", figure);
-  PrintByteRow("HTTP Bytes Served", analysis.bytes);
-  PrintByteRow("Log Bytes Read", analysis.logs.bytes_read);
+  PrintByteRow("HTTP Bytes Served", analysis.bytes, whole);
+  PrintByteRow("Log Bytes Read", analysis.logs.bytes_read, whole);
 }
 
 static void PrintMemoryWarning(const ListInfo& first) {

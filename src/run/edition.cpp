@@ -65,6 +65,7 @@ const Edition* ChooseEdition(const StartWords& words, ConfigFile& config) {
   }
   const Edition* const edition = FindEdition(name);
   if (edition == nullptr) {
+    MakePrintable(name);
     fprintf(stderr, "orvellis: there is no edition \"%s\", only classic and modern\n", name);
   }
   return edition;

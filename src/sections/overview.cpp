@@ -1,9 +1,5 @@
 #include "sections/overview.h"
 
-static uint64_t ToBytes(SuperLong size) {
-  return uint64_t{size.billions} * 1000000000 + size.units;
-}
-
 Overview OverviewOf(const Settings& settings, const Analysis& analysis) {
   Overview overview{
       .title = settings.title,
@@ -14,8 +10,8 @@ Overview OverviewOf(const Settings& settings, const Analysis& analysis) {
       .made = analysis.ReportStartTime,
       .logs_in_range = analysis.logs.in_range,
       .requests = analysis.hits,
-      .bytes_served = ToBytes(analysis.bytes),
-      .log_bytes_read = ToBytes(analysis.logs.bytes_read),
+      .bytes_served = SuperLongToBytes(analysis.bytes),
+      .log_bytes_read = SuperLongToBytes(analysis.logs.bytes_read),
   };
   ParseDate(overview.first_day, overview.last_day, settings);
   return overview;

@@ -36,3 +36,7 @@ void SuperLongAddWide(SuperLong& counter, int64_t amount) {
 double SuperLongToDouble(SuperLong value) {
   return value.billions * 1e9 + value.units;
 }
+
+uint64_t SuperLongToBytes(SuperLong value) {
+  return uint64_t{value.billions} * kBillion + value.units;
+}

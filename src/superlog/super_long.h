@@ -18,3 +18,6 @@ void SuperLongAddWide(SuperLong& counter, int64_t amount);
 
 // The value for printing and for rates; exact up to 2^53.
 double SuperLongToDouble(SuperLong value);
+
+// The value itself, exact.
+uint64_t SuperLongToBytes(SuperLong value);

@@ -100,6 +100,17 @@ TEST(BeginsWithIgnoreCase, TestsThePrefixOnly) {
   EXPECT_FALSE(BeginsWithIgnoreCase("xuser", "user"));
 }
 
+TEST(MakePrintable, LeavesPrintableAsciiAndNothingElse) {
+  std::string every;
+  std::string expected;
+  for (int byte = 1; byte < 256; ++byte) {
+    every.push_back(static_cast<char>(byte));
+    expected.push_back(byte >= 32 && byte < 127 ? static_cast<char>(byte) : '?');
+  }
+  MakePrintable(every.data());
+  EXPECT_EQ(every, expected);
+}
+
 TEST(ToInt, ReadsLeadingDecimalNumber) {
   const struct {
     const char* text;

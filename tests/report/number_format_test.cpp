@@ -18,6 +18,16 @@ std::string Suffix(uint32_t billions, uint32_t units) {
   return testing::internal::GetCapturedStdout();
 }
 
+TEST(FormatWhole, HasAllDigits) {
+  char text[kFigureSize];
+  FormatWhole(text, 0);
+  EXPECT_STREQ(text, "0");
+  FormatWhole(text, 10000000000);
+  EXPECT_STREQ(text, "10,000,000,000");
+  FormatWhole(text, UINT64_MAX);
+  EXPECT_STREQ(text, "18,446,744,073,709,551,615");
+}
+
 TEST(FormatWithCommas, GroupsDigitsFromTheRight) {
   struct Row {
     uint32_t value;

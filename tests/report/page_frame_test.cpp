@@ -189,6 +189,15 @@ TEST_F(DisplayHeaderTest, FiguresShowTheirCounters) {
                 Row("HTTP Bytes Served", "1,000,000,000 (953.7 MB)") + Row("Log Bytes Read", "80") + kEnd);
 }
 
+TEST_F(DisplayHeaderTest, WideFiguresShowWhole) {
+  analysis_.counting = kModernCounting;
+  analysis_.logs = {{1, 0}, true};
+  const std::string page = Header(5000000000, {10, 5});
+  EXPECT_NE(page.find(">5,000,000,000<"), std::string::npos);
+  EXPECT_NE(page.find(">10,000,000,005 (9.3 GB)<"), std::string::npos);
+  EXPECT_NE(page.find(">1,000,000,000 (953.7 MB)<"), std::string::npos);
+}
+
 TEST_F(DisplayHeaderTest, NothingCountedPrintsZeros) {
   ReadLog(1);
   EXPECT_EQ(Header(), kTitleRows + kRange + kReportDate + Row("HTTP Requests", "0") +
