@@ -36,8 +36,8 @@ static KeySeed ChooseSeed() noexcept {
 
 static const KeySeed mSeed = ChooseSeed();
 
-static constexpr size_t LongestThatWaits(const Limits& limits) {
-  return std::min(limits.item, kWaitingKeyMax);
+static constexpr size_t LongestThatWaits(const Limits& limits) noexcept {
+  return limits.item < kWaitingKeyMax ? limits.item : kWaitingKeyMax;
 }
 
 Limits mCountingLimits = kClassicLimits;
@@ -198,7 +198,7 @@ void init_list(List& list, ListInfo*& info, const char* name, SubLists sublists)
   }
   const size_t padded = PaddedKeySize(key.length);
   const bool has_tail = info.sublists && parent == nullptr;
-  const size_t size = sizeof(ListItem) + padded + (has_tail ? sizeof(List*) : 0);
+  const size_t size = sizeof(ListItem) + padded + (has_tail ? kTailSize : 0);
   ListItem* item = static_cast<ListItem*>(smart_alloc(size, info, parent));
   if (item == nullptr) {
     EndWithoutMemory();
@@ -377,13 +377,15 @@ void add_item(List& list, ListInfo* info, std::string_view key, std::string_view
 
 // ---- Order ----
 
-// Merge sort of the first `length` records of the chain `rest`, which loses them.
+// Merge sort of the first `length` records of the chain `rest`, which loses them. Counts
+// get their width before anything is compared.
 template <typename Before>
 static ListItem* SortChain(ListItem*& rest, size_t length, const Before& before) {
   if (length == 1) {
     ListItem* const only = rest;
     rest = rest->next;
     only->next = nullptr;
+    WrapCount(*only);
     return only;
   }
   ListItem* left = SortChain(rest, length / 2, before);
@@ -403,11 +405,8 @@ static ListItem* SortChain(ListItem*& rest, size_t length, const Before& before)
 template <typename Before>
 static ListItem* SortAll(List& list, const Before& before) {
   list.pivots = 0;
-  for (ListItem* item = list.first; item != nullptr; item = item->next) {
-    WrapCount(*item);
-  }
   ListItem* rest = list.first;
-  list.first = list.length == 0 ? nullptr : SortChain(rest, list.length, before);
+  list.first = rest == nullptr ? nullptr : SortChain(rest, list.length, before);
   return list.first;
 }
 

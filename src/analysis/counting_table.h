@@ -42,6 +42,8 @@ inline size_t PaddedKeySize(size_t length) {
   return (length / kKeyWord + 1) * kKeyWord;
 }
 
+inline constexpr size_t kTailSize = sizeof(void*);
+
 inline List** ListItem::tail() const {
   return reinterpret_cast<List**>(const_cast<char*>(name) + PaddedKeySize(length));
 }

@@ -8,6 +8,7 @@
 #include "analysis/request_filters.h"
 #include "analysis/request_filters_internal.h"
 #include "analysis/resolve_item.h"
+#include "analysis/rules.h"
 #include "analysis/search_phrases.h"
 #include "analysis/smart_memory.h"
 #include "analysis/smart_memory_internal.h"
@@ -104,127 +105,6 @@ bool BeginAnalysis(Settings& settings, const Counting& counting, Analysis& analy
   analysis.search = NewSearchCounts();
   CreateTables(settings, analysis);
   return true;
-}
-
-// ---- The rules of a run -------------------------------------------------------
-
-enum class DnsMode { kOff, kAllHosts, kDomainReportsOnly };
-
-// The find test. Without a wildcard matcher it is an equality.
-struct FindTest {
-  char value[kTextSize];
-  size_t length;
-  int (*wildmat)(std::string_view pattern, std::string_view text);
-  bool prefix;  // compare no more of the URL than the value is long
-  bool ignore_case;
-};
-
-// What the settings ask of every record, resolved once so that the loop over the
-// records tests flags.
-struct Rules {
-  const Settings& settings;
-  FindTest find;
-  size_t longest_item;
-  std::string_view realm;  // empty: any
-  std::string_view user;
-  DnsMode dns;
-  void (*add_bytes)(SuperLong& counter, int64_t amount);
-  bool filter_domains;
-  bool filter_types;
-  bool keep_query;
-  bool urls;
-  bool url_total;
-  bool referrers;
-  bool filter_referrers;
-  bool search;
-  bool browsers;
-  bool bad_urls;
-  bool bad_url_referrers;
-  bool bad_referrers;
-  bool domains;
-  bool domain_types;
-  bool days;
-  bool dates;
-  bool weekdays;
-  bool hours;
-};
-
-// The pattern for everything below the find value, too.
-static void AppendStar(FindTest& find) {
-  if (find.length != 0 && find.value[find.length - 1] == '*') {
-    return;
-  }
-  if (find.length < kTextMax) {
-    ++find.length;
-  }
-  find.value[find.length - 1] = '*';
-  find.value[find.length] = '\0';
-}
-
-static FindTest ResolveFindTest(const Settings& settings) {
-  FindTest find{};
-  CopyText(find.value, settings.find);
-  find.length = std::string_view(find.value).size();
-  find.ignore_case = settings.find_casesensitive == 0;
-  if (settings.find_pattern == 0) {
-    find.prefix = settings.subdirs != 0;
-    return find;
-  }
-  find.wildmat = find.ignore_case ? super_wildmati : super_wildmat;
-  if (settings.subdirs != 0) {
-    AppendStar(find);
-  }
-  return find;
-}
-
-static DnsMode ResolveDnsMode(const Settings& settings) {
-  if (settings.dnslookupenabled == 0) {
-    return DnsMode::kOff;
-  }
-  return IpAddrsOnly(settings.filter_domains) ? DnsMode::kDomainReportsOnly : DnsMode::kAllHosts;
-}
-
-// The file types decide only what these reports count.
-static bool NeedsTypeFilter(const Settings& settings) {
-  return settings.requests.on != 0 || settings.referrers.on != 0 || settings.browsers.on != 0 ||
-         settings.domains.on != 0 || settings.domaintypes.on != 0 || settings.dailytotals != 0 ||
-         settings.hitsperdayofweek != 0 || settings.hitsperhour != 0;
-}
-
-// deliberate: an amount below 0 is a large one
-static void AddNarrowBytes(SuperLong& counter, int64_t amount) {
-  SuperLongAdd(counter, static_cast<uint32_t>(amount));
-}
-
-static Rules ResolveRules(const Settings& settings, const Counting& counting) {
-  const bool wide = counting.limits.wide_figures;
-  return {
-      .settings = settings,
-      .find = ResolveFindTest(settings),
-      .longest_item = counting.limits.item,
-      .realm = settings.authrealm,
-      .user = settings.authuser,
-      .dns = ResolveDnsMode(settings),
-      .add_bytes = wide ? SuperLongAddWide : AddNarrowBytes,
-      .filter_domains = settings.filter_domains[0] != '\0',
-      .filter_types = settings.filter_filetypes[0] != '\0' && NeedsTypeFilter(settings),
-      .keep_query = settings.showquery != 0,
-      .urls = settings.requests.on != 0,
-      .url_total = settings.requests.on != 0 || settings.badurls.on != 0,
-      .referrers = settings.referrers.on != 0,
-      .filter_referrers = settings.filter_referrers != 0 && settings.filter_domains[0] != '\0',
-      .search = settings.search.on != 0,
-      .browsers = settings.browsers.on != 0,
-      .bad_urls = settings.badurls.on != 0,
-      .bad_url_referrers = settings.badurl_referrers != 0,
-      .bad_referrers = settings.badreferrers.on != 0,
-      .domains = settings.domains.on != 0,
-      .domain_types = settings.domaintypes.on != 0,
-      .days = settings.dailytotals != 0 && counting.days == DayCounting::kByDayOfYear,
-      .dates = settings.dailytotals != 0 && counting.days == DayCounting::kByDate,
-      .weekdays = settings.hitsperdayofweek != 0,
-      .hours = settings.hitsperhour != 0,
-  };
 }
 
 // ---- Which records are counted -------------------------------------------------

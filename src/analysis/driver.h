@@ -2,85 +2,9 @@
 // down to items and counts them. What was counted is printed by the report.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
-#include <ctime>
-
-#include "analysis/counting_table.h"
-#include "analysis/day_counts.h"
-#include "analysis/search_phrases.h"
-#include "base/limits.h"
+#include "analysis/analysis.h"
 #include "cgi/settings.h"
 #include "superlog/log_events.h"
-#include "superlog/super_long.h"
-
-enum class DayCounting {
-  kByDayOfYear,  // deliberate: the same days of different years are one
-  kByDate,
-};
-
-// The rules of a run that no setting changes.
-struct Counting {
-  Limits limits;
-  DayCounting days;
-};
-
-inline constexpr Counting kClassicCounting{kClassicLimits, DayCounting::kByDayOfYear};
-inline constexpr Counting kModernCounting{kModernLimits, DayCounting::kByDate};
-
-struct CountedReport {
-  List list;
-  ListInfo* info;
-  int64_t total;  // records counted; 0 for the bad sections, which show shares of the URLs and referrers
-};
-
-template <size_t N>
-struct TimeDistribution {
-  int64_t counts[N];
-  int64_t total;
-};
-
-// What reading the logs came to.
-struct LogFigures {
-  SuperLong bytes_read;  // in whole blocks
-  bool in_range;         // some log reaches into the range
-};
-
-// Bytes, an item counted as 256.
-struct MemoryFigures {
-  int32_t total;  // ever handed out
-  int32_t current;
-  int32_t maximum;
-  int32_t freed;  // by reclaims
-};
-
-// Everything that one run counts stands here, or can be reached from here.
-struct Analysis {
-  Counting counting;       // how it is counted
-  time_t ReportStartTime;  // when the analysis began
-  CountedReport urls;
-  CountedReport referrers;
-  CountedReport browsers;
-  CountedReport badurls;
-  CountedReport badreferrers;
-  CountedReport domains;
-  CountedReport domaintypes;
-  TimeDistribution<366> days;    // by day of the year, or
-  DayCounts dates;               // by date, in order once all are counted
-  TimeDistribution<7> weekdays;  // 0 = Sunday
-  TimeDistribution<24> hours;
-  int64_t hits;     // records counted
-  SuperLong bytes;  // served by them
-  SearchCounts search;
-  int64_t MsieCount;       // browser records of Internet Explorer
-  int64_t NavCount;        // and of Netscape Navigator
-  int64_t gHits_Browsers;  // what the shares of both are of; wraps at 32 bits
-  LogFigures logs;
-  MemoryFigures memory;
-  const ListInfo* tables;  // the chain of all tables, which tell what memory reclaims took from them
-  time_t range_first;      // local midnight of the start date
-  time_t range_last;       // 23:59:59 of the end date
-};
 
 // What an analysis tells while it reads: values, and never a printed text. A null
 // function is never called, and costs nothing.

@@ -2,7 +2,8 @@
 // before stand in told_rows.h.
 #pragma once
 
-#include "analysis/driver.h"
+#include "analysis/analysis.h"
+#include "cgi/settings.h"
 
 // With debug on: prints the figures of smart memory when it is enabled, closes
 // the debugging table and lists the search engine definitions.

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <ctime>
 
-#include "analysis/driver.h"
+#include "analysis/analysis.h"
 #include "base/text.h"
 #include "dates/clock.h"
 #include "dates/local_time.h"

@@ -4,7 +4,7 @@
 // they are, without escaping.
 #pragma once
 
-#include "analysis/driver.h"
+#include "analysis/analysis.h"
 #include "cgi/settings.h"
 
 // Starts the document: title, body, and a warning while remote debugging is

@@ -5,7 +5,7 @@
 // and draw every row plain.
 #pragma once
 
-#include "analysis/driver.h"
+#include "analysis/analysis.h"
 #include "cgi/settings.h"
 #include "report/section_look.h"
 #include "sections/ranked_rows.h"

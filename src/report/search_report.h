@@ -2,7 +2,7 @@
 // addresses and phrases are printed as they are, without escaping.
 #pragma once
 
-#include "analysis/driver.h"
+#include "analysis/analysis.h"
 #include "analysis/search_engines.h"
 #include "cgi/settings.h"
 #include "sections/phrase_rows.h"

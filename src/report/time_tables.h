@@ -6,7 +6,7 @@
 // section's frame.
 #pragma once
 
-#include "analysis/driver.h"
+#include "analysis/analysis.h"
 #include "cgi/settings.h"
 #include "sections/section_list.h"
 

@@ -6,7 +6,7 @@
 
 #include <string_view>
 
-#include "analysis/driver.h"
+#include "analysis/analysis.h"
 #include "cgi/parameters.h"
 #include "config/config_file.h"
 #include "report/page_writer.h"

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <ctime>
 
-#include "analysis/driver.h"
+#include "analysis/analysis.h"
 #include "cgi/settings.h"
 #include "dates/years.h"
 

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "analysis/driver.h"
+#include "analysis/analysis.h"
 #include "cgi/settings.h"
 #include "sections/cut_off.h"
 #include "sections/ranked_rows.h"

@@ -4,7 +4,7 @@
 #include <array>
 #include <cstdint>
 
-#include "analysis/driver.h"
+#include "analysis/analysis.h"
 #include "base/limits.h"
 #include "cgi/settings.h"
 #include "sections/cut_off.h"

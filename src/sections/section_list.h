@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <span>
 
-#include "analysis/driver.h"
+#include "analysis/analysis.h"
 #include "cgi/settings.h"
 #include "sections/time_rows.h"
 

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "analysis/driver.h"
+#include "analysis/analysis.h"
 #include "dates/years.h"
 
 struct TimeRow {

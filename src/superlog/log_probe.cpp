@@ -16,7 +16,8 @@
 // Bytes looked at in one step back from the end. Of longer lines more, because
 // the rest of a line that begins in a stretch is read with it.
 static constexpr size_t kShortStretch = 2000;
-static char mStretchBuf[2 * std::max(kShortStretch, kLongestLine) + 1 + kScanOverread];
+static_assert(kShortStretch <= kLongestLine);
+static char mStretchBuf[2 * kLongestLine + 1 + kScanOverread];
 
 static bool IsTime(time_t when) {
   return when != 0 && when != -1;

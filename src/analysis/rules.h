@@ -1,0 +1,53 @@
+// What a run asks of every record: the settings and the way of counting, resolved
+// once into flags and values, so that the loop over the records only tests these.
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+#include "analysis/analysis.h"
+#include "cgi/settings.h"
+#include "superlog/super_long.h"
+
+enum class DnsMode { kOff, kAllHosts, kDomainReportsOnly };
+
+// The find test. Without a wildcard matcher it is an equality.
+struct FindTest {
+  char value[kTextSize];
+  size_t length;
+  int (*wildmat)(std::string_view pattern, std::string_view text);
+  bool prefix;  // compare no more of the URL than the value is long
+  bool ignore_case;
+};
+
+struct Rules {
+  const Settings& settings;
+  FindTest find;
+  size_t longest_item;
+  std::string_view realm;  // empty: any
+  std::string_view user;
+  DnsMode dns;
+  void (*add_bytes)(SuperLong& counter, int64_t amount);
+  bool filter_domains;
+  bool filter_types;
+  bool keep_query;
+  bool urls;
+  bool url_total;
+  bool referrers;
+  bool filter_referrers;
+  bool search;
+  bool browsers;
+  bool bad_urls;
+  bool bad_url_referrers;
+  bool bad_referrers;
+  bool domains;
+  bool domain_types;
+  bool days;
+  bool dates;
+  bool weekdays;
+  bool hours;
+};
+
+// Never fails: any settings give rules. They hold views of texts of the settings,
+// which must outlive them.
+Rules ResolveRules(const Settings& settings, const Counting& counting);
