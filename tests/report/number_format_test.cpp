@@ -6,7 +6,7 @@
 
 namespace {
 
-std::string Commas(uint32_t value, uint32_t billions, uint32_t units) {
+std::string Commas(uint64_t value, uint32_t billions, uint32_t units) {
   char text[kFigureSize];
   FormatWithCommas(text, sizeof text, value, billions, units);
   return text;
@@ -30,6 +30,11 @@ TEST(FormatWithCommas, GroupsDigitsFromTheRight) {
     EXPECT_EQ(Commas(row.value, 0, 0), row.text);
     EXPECT_EQ(Commas(0, 0, row.value), row.text);
   }
+}
+
+TEST(FormatWithCommas, ValueMayHave64Bits) {
+  EXPECT_EQ(Commas(4294967296, 0, 0), "4,294,967,296");
+  EXPECT_EQ(Commas(UINT64_MAX, 0, 0), "18,446,744,073,709,551,615");
 }
 
 TEST(FormatWithCommas, ZeroIsOneDigit) {
