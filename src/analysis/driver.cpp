@@ -98,6 +98,7 @@ bool BeginAnalysis(Settings& settings, const Counting& counting, Analysis& analy
   }
   exempt_lists();  // phrases of engines that the configuration defined are never reclaimed
   SetCountingLimits(counting.limits);
+  SetWildcardLimits(counting.limits);
   smart_memory_init(settings);
   DNSLookup_Init();
   Search_Init();
