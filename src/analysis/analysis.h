@@ -45,10 +45,10 @@ struct LogFigures {
 
 // Bytes, an item counted as 256.
 struct MemoryFigures {
-  int32_t total;  // ever handed out
-  int32_t current;
-  int32_t maximum;
-  int32_t freed;  // by reclaims
+  int64_t total;  // ever handed out
+  int64_t current;
+  int64_t maximum;
+  int64_t freed;  // by reclaims
 };
 
 // Everything that one run counts stands here, or can be reached from here.

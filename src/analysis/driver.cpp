@@ -99,6 +99,7 @@ bool BeginAnalysis(Settings& settings, const Counting& counting, Analysis& analy
   }
   exempt_lists();  // phrases of engines that the configuration defined are never reclaimed
   SetCountingLimits(counting.limits);
+  SetWildcardLimits(counting.limits);
   smart_memory_init(settings);
   DNSLookup_Init();
   Search_Init();
@@ -338,7 +339,7 @@ static void CollectFigures(Analysis& analysis) {
   SetBrandCounts(analysis);
   analysis.logs = {SuperLog_GetTotalLogBytesRead(), SuperLog_LogsInRange()};
   // Smart memory notes its peak only where it reclaims; without any reclaim memory has only grown.
-  const int32_t peak = gSM_TotalBytesFreed == 0 ? gSM_CurrentBytesAllocated : gSM_MaximumBytesAllocated;
+  const int64_t peak = gSM_TotalBytesFreed == 0 ? gSM_CurrentBytesAllocated : gSM_MaximumBytesAllocated;
   analysis.memory = {gSM_TotalBytesAllocated, gSM_CurrentBytesAllocated, peak, gSM_TotalBytesFreed};
   analysis.tables = gListInfo.first;
 }

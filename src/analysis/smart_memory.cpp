@@ -9,10 +9,10 @@
 #include "analysis/smart_memory_internal.h"
 #include "superlog/byte_scan.h"
 
-int32_t gSM_TotalBytesAllocated = 0;
-int32_t gSM_CurrentBytesAllocated = 0;
-int32_t gSM_MaximumBytesAllocated = 0;
-int32_t gSM_TotalBytesFreed = 0;
+int64_t gSM_TotalBytesAllocated = 0;
+int64_t gSM_CurrentBytesAllocated = 0;
+int64_t gSM_MaximumBytesAllocated = 0;
+int64_t gSM_TotalBytesFreed = 0;
 
 void* (*mpAllocate)(size_t size) = malloc;
 void* (*mpAllocateZeroed)(size_t count, size_t size) = calloc;
@@ -23,16 +23,16 @@ static constexpr int32_t kDefaultReclaimSize = 1000;
 static bool mSmartMemoryEnabled = true;
 static int32_t mKeepEntries = kDefaultKeepEntries;
 static int32_t mReclaimSize = kDefaultReclaimSize;  // kilobytes
-static int32_t mMaxBytesToAllocate = 0;             // 0: no budget
+static int64_t mMaxBytesToAllocate = 0;             // 0: no budget
 
 static constexpr int32_t kSmallestBudget = 500;  // kilobytes
 
-static void AddWrapping(int32_t& figure, int64_t bytes) {
-  figure = static_cast<int32_t>(static_cast<uint32_t>(figure) + static_cast<uint32_t>(bytes));
+static void AddTo(int64_t& figure, int64_t bytes) {
+  figure = Wrapped(mCountingLimits, figure + bytes);
 }
 
-static int32_t KilobytesToBytes(int32_t kilobytes) {
-  return static_cast<int32_t>(static_cast<uint32_t>(kilobytes) * 1024);
+static int64_t KilobytesToBytes(int32_t kilobytes) {
+  return Wrapped(mCountingLimits, int64_t{kilobytes} * 1024);
 }
 
 void smart_memory_init(const Settings& settings) {
@@ -185,7 +185,7 @@ static bool Unfinished(const Reclaim& reclaim, const ListInfo& info) {
 
 static void Remove(Reclaim& reclaim, ListInfo& info, ListItem* item) {
   const int64_t bytes = static_cast<int64_t>(ReleaseItem(*info.head, item) * kListItemSize);
-  AddWrapping(gSM_CurrentBytesAllocated, -bytes);
+  AddTo(gSM_CurrentBytesAllocated, -bytes);
   reclaim.freed += bytes;
   --info.entries;
   ++info.reclaimed;
@@ -299,7 +299,7 @@ int64_t smart_free(const ListItem* spared) {
   do {
     victim = ChooseVictim(victim);
   } while (victim != nullptr && Unfinished(reclaim, *victim) && ThinTable(reclaim, *victim));
-  AddWrapping(gSM_TotalBytesFreed, reclaim.freed);
+  AddTo(gSM_TotalBytesFreed, reclaim.freed);
   return reclaim.freed;
 }
 
@@ -330,8 +330,8 @@ void* smart_alloc(size_t size, ListInfo& info, const ListItem* parent) {
   }
   if (block != nullptr) {
     info.entries += parent == nullptr ? 1 : 0;
-    AddWrapping(gSM_TotalBytesAllocated, kListItemSize);
-    AddWrapping(gSM_CurrentBytesAllocated, kListItemSize);
+    AddTo(gSM_TotalBytesAllocated, kListItemSize);
+    AddTo(gSM_CurrentBytesAllocated, kListItemSize);
   }
   return block;
 }

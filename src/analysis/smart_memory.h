@@ -14,15 +14,16 @@ struct ListInfo;
 struct ListItem;
 
 // Statistics in bytes; an item record counts 256. Never reset during a run; they
-// wrap at 32 bits.
-extern int32_t gSM_TotalBytesAllocated;
-extern int32_t gSM_CurrentBytesAllocated;
-extern int32_t gSM_MaximumBytesAllocated;  // brought up to date by reclaims only
-extern int32_t gSM_TotalBytesFreed;
+// wrap at 32 bits where figures are narrow.
+extern int64_t gSM_TotalBytesAllocated;
+extern int64_t gSM_CurrentBytesAllocated;
+extern int64_t gSM_MaximumBytesAllocated;  // brought up to date by reclaims only
+extern int64_t gSM_TotalBytesFreed;
 
-// Takes the settings; called once at the start of an analysis, before anything is
-// counted.
-// A budget below 500 KB means none; kilobytes times 1024 wrap at 32 bits.
+// Takes the settings; called once at the start of an analysis, behind
+// SetCountingLimits and before anything is counted.
+// A budget below 500 KB means none; kilobytes times 1024 wrap at 32 bits where
+// figures are narrow.
 void smart_memory_init(const Settings& settings);
 
 // A block of size bytes for an item record of info's table, to hang under parent

@@ -1,8 +1,11 @@
 #include "analysis/wildcard.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstdlib>
 
 #include "analysis/wildcard_internal.h"
+#include "base/memory_end.h"
 #include "base/text.h"
 
 int64_t lbrace = 0;
@@ -39,9 +42,12 @@ struct AlternativeEnd {
 // tried again: only stars lead there, and a star that fails aborts.
 static constexpr unsigned kFreeTries = 500;
 static constexpr int64_t kMostOpen = int64_t{1} << 60;  // where counting open groups stops, short of overflow
-static Failure mFailures[kTextSize][kTextSize];
+static Failure* mFailures = nullptr;  // a row for each place of the pattern, with all places of the text
+static size_t mFailureRow = 0;        // in force while a call remembers
+static size_t mFailureRoom = 0;       // failures
 static AlternativeEnd mAlternativeEnds[kTextSize];
 static uint64_t mCall = 0;
+static size_t mLongestText = kClassicLimits.item;
 
 static int Try(const Matcher& m, size_t t, size_t p);
 
@@ -133,8 +139,27 @@ static bool Remembering() {
   return mTries > kFreeTries;
 }
 
+static Failure& FailureAt(size_t t, size_t p) {
+  return mFailures[p * mFailureRow + t];
+}
+
+// Makes room for all places of the call. What older calls left there is told by their numbers.
+static void BeginToRemember(const Matcher& m) {
+  mFailureRow = m.text.size() + 1;
+  const size_t wanted = (m.pattern.size() + 1) * mFailureRow;
+  if (wanted <= mFailureRoom) {
+    return;
+  }
+  free(mFailures);
+  mFailureRoom = std::min(std::bit_ceil(wanted), kTextSize * (mLongestText + 1));
+  mFailures = static_cast<Failure*>(calloc(mFailureRoom, sizeof(Failure)));
+  if (mFailures == nullptr) {
+    EndWithoutMemory();  // without it, the search could take forever
+  }
+}
+
 static bool IsRemembered(size_t t, size_t p) {
-  return Remembering() && mFailures[p][t].call == mCall;
+  return Remembering() && FailureAt(t, p).call == mCall;
 }
 
 static int Recall(const Failure& failure) {
@@ -166,7 +191,7 @@ static int MatchStar(const Matcher& m, size_t t, size_t p) {
   int result = kNoMatch;
   while (result == kNoMatch && t <= m.text.size()) {
     t = NextPlace(m, t, p);
-    result = IsRemembered(t, star) ? Recall(mFailures[star][t]) : Try(m, t, p);
+    result = IsRemembered(t, star) ? Recall(FailureAt(t, star)) : Try(m, t, p);
     ++t;
   }
   if (result == kMatch) {
@@ -174,7 +199,7 @@ static int MatchStar(const Matcher& m, size_t t, size_t p) {
   }
   if (Remembering() && lbrace == before) {
     while (t-- > first) {
-      mFailures[star][t] = {mCall, kAbort, 0};  // it failed from every place that it was moved over
+      FailureAt(t, star) = {mCall, kAbort, 0};  // it failed from every place that it was moved over
     }
   }
   return kAbort;
@@ -228,19 +253,22 @@ static int Try(const Matcher& m, size_t t, size_t p) {
   if (!Remembering()) {
     return Walk(m, t, p);
   }
+  if (mTries == kFreeTries + 1) {
+    BeginToRemember(m);
+  }
   if (IsRemembered(t, p)) {
-    return Recall(mFailures[p][t]);
+    return Recall(FailureAt(t, p));
   }
   const int64_t before = lbrace;
   const int result = Walk(m, t, p);
   if (result != kMatch) {
-    mFailures[p][t] = {mCall, result, lbrace - before};
+    FailureAt(t, p) = {mCall, result, lbrace - before};
   }
   return result;
 }
 
 static int Match(std::string_view text, std::string_view pattern, bool ignore_case) {
-  const Matcher m = {text.substr(0, kTextMax), pattern.substr(0, kTextMax), ignore_case};
+  const Matcher m = {text.substr(0, mLongestText), pattern.substr(0, kTextMax), ignore_case};
   mTries = 0;
   ++mCall;
   return Walk(m, 0, 0);
@@ -250,7 +278,15 @@ static int Compare(std::string_view pattern, std::string_view text, bool ignore_
   return pattern == "*" || Match(text, pattern, ignore_case) == kMatch ? 0 : 1;
 }
 
+void SetWildcardLimits(const Limits& limits) {
+  mLongestText = limits.item;
+}
+
 void ResetWildcards() {
+  SetWildcardLimits(kClassicLimits);
+  free(mFailures);
+  mFailures = nullptr;
+  mFailureRoom = 0;
   lbrace = 0;
   mTries = 0;
 }

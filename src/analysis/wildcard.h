@@ -9,11 +9,19 @@
 // alternative may be empty and groups may nest. Which ")" ends a group is decided
 // by counting parentheses, escaped ones included.
 //
-// Of pattern and text the first 243 characters count. The work of a call grows
-// with the product of their lengths times the stars and groups, not exponentially.
+// Of a pattern the first 243 characters count, of a text as many as an item has. The work
+// of a call grows with the product of their lengths times the stars and groups, not
+// exponentially. A call that is long takes memory for each place of the pattern with each
+// of the text, 24 bytes, which later calls use again; when it is refused the process exits
+// with status 1.
 #pragma once
 
 #include <string_view>
+
+#include "base/limits.h"
+
+// How much of a text counts, from now on; the classic limits until then.
+void SetWildcardLimits(const Limits& limits);
 
 // The entry points answer like a string comparison: 0 when the text matches the
 // pattern, 1 when it does not. The pattern "*" alone matches everything.

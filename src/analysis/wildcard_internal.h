@@ -3,7 +3,8 @@
 
 #include <cstdint>
 
-// Closes all groups: no call was made yet.
+// Closes all groups, returns to the classic limits and releases all memory: no call
+// was made yet.
 void ResetWildcards();
 
 // Alternation groups that are open: those being tried, and those left open by

@@ -11,6 +11,7 @@ void initialize(Settings& settings, const Environment& env) {
   CopyText(settings.config, kDefaultConfigFile);
   settings.sy = 1900;
   settings.ey = 1900;
+  settings.last_year = kLastNarrowYear;
   settings.program_path = env.SCRIPT_NAME;
   settings.SmartMemoryEnabled = 1;
   settings.SmartMemoryKeepEntries = 100;
@@ -87,7 +88,7 @@ static void Number(Settings& settings, const Param& param) {
 
 template <auto kField>
 static void Year(Settings& settings, const Param& param) {
-  settings.*kField = StrToYear4(param.value, settings.*kField);
+  settings.*kField = StrToYear4(param.value, settings.*kField, settings.last_year);
 }
 
 // Account lines always count; a request fills the field only while it is empty.

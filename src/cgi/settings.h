@@ -87,6 +87,7 @@ struct Settings {
   char em[3];
   char ed[3];
   int ey;
+  int last_year;  // that sy and ey may name: a rule of the run, which no parameter sets
   char logs[kPathSize];
   char AccessLog[kPathSize];
   char summary[kPathSize];

@@ -10,7 +10,7 @@
 
 // --- Years ---
 
-int StrToYear4(const char* text, int fallback) {
+int StrToYear4(const char* text, int fallback, int last) {
   // strtol saturates, so a number of any length falls out of every span.
   const long n = text == nullptr || *text == '\0' ? -1 : strtol(text, nullptr, 10);
   if (n >= 0 && n <= 38) {
@@ -19,8 +19,7 @@ int StrToYear4(const char* text, int fallback) {
   if (n >= 39 && n <= 138) {
     return static_cast<int>(1900 + n);
   }
-  // deliberate: the years that a signed 32-bit time can reach
-  return n >= 1900 && n <= 2038 ? static_cast<int>(n) : fallback;
+  return n >= 1900 && n <= last ? static_cast<int>(n) : fallback;
 }
 
 int IntTotm_year(int year) {

@@ -3,10 +3,14 @@
 
 #include "cgi/settings.h"
 
+// The last year that a year text may name in full. The editions differ here.
+inline constexpr int kLastNarrowYear = 2038;  // deliberate: the span of a signed 32-bit time
+inline constexpr int kLastWrittenYear = 9999;
+
 // A year text as a four-digit year: 0-38 and 100-138 lie in the 2000s, 39-99 in
-// the 1900s, 1900-2038 stand for themselves (the span of a signed 32-bit time).
-// Anything else, an empty or a null text gives the fallback.
-int StrToYear4(const char* text, int fallback);
+// the 1900s, 1900 to the last one stand for themselves. Anything else, an empty or
+// a null text gives the fallback.
+int StrToYear4(const char* text, int fallback, int last = kLastNarrowYear);
 
 // The same spans mapped to years since 1900; a year in none of them is returned
 // unchanged.

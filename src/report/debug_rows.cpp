@@ -5,9 +5,9 @@
 #include "report/number_format.h"
 #include "report/search_report.h"
 
-static void PrintBytesRow(const char* label, int32_t bytes) {
+static void PrintBytesRow(const char* label, const Limits& limits, int64_t bytes) {
   char figure[kFigureSize];
-  FormatWithCommas(figure, sizeof figure, static_cast<uint32_t>(bytes), 0, 0);
+  FormatWithCommas(figure, sizeof figure, WrappedSize(limits, static_cast<uint64_t>(bytes)), 0, 0);
   printf("<tr><td>%s</td><td>%s</td></tr>\n", label, figure);
 }
 
@@ -27,11 +27,11 @@ static void PrintMemorySettings(const Settings& settings) {
   }
 }
 
-static void PrintMemoryFigures(const MemoryFigures& memory, SuperLong bytes_read) {
-  PrintBytesRow("Current Bytes Allocated", memory.current);
-  PrintBytesRow("Total Bytes Allocated", memory.total);
-  PrintBytesRow("Maximum Bytes Allocated", memory.maximum);
-  PrintBytesRow("Total Bytes Freed", memory.freed);
+static void PrintMemoryFigures(const Limits& limits, const MemoryFigures& memory, SuperLong bytes_read) {
+  PrintBytesRow("Current Bytes Allocated", limits, memory.current);
+  PrintBytesRow("Total Bytes Allocated", limits, memory.total);
+  PrintBytesRow("Maximum Bytes Allocated", limits, memory.maximum);
+  PrintBytesRow("Total Bytes Freed", limits, memory.freed);
   if (memory.total != 0) {
     const auto read = static_cast<float>(SuperLongToDouble(bytes_read));
     const float ratio = static_cast<float>(memory.total) * 100.0F / read;
@@ -46,7 +46,7 @@ void PrintDebugRows(const Settings& settings, const Analysis& analysis) {
   }
   if (settings.SmartMemoryEnabled != 0) {
     PrintMemorySettings(settings);
-    PrintMemoryFigures(analysis.memory, analysis.logs.bytes_read);
+    PrintMemoryFigures(analysis.counting.limits, analysis.memory, analysis.logs.bytes_read);
   }
   printf("</table></center><p>\n");
   OutputSearchDebugInfo(analysis.search.engines);

@@ -9,9 +9,9 @@ static constexpr uint32_t kHalfMegabyte = 524288;
 static constexpr uint32_t kGigabyteBeyondBillion = 73741824;  // 2^30 - 10^9
 
 // Writes the digits without commas and returns how many they are.
-static size_t FormatDigits(char (&digits)[kFigureSize], uint32_t value, uint32_t billions, uint32_t units) {
+static size_t FormatDigits(char (&digits)[kFigureSize], uint64_t value, uint32_t billions, uint32_t units) {
   if (value != 0) {
-    return static_cast<size_t>(snprintf(digits, sizeof digits, "%" PRIu32, value));
+    return static_cast<size_t>(snprintf(digits, sizeof digits, "%" PRIu64, value));
   }
   if (billions != 0) {
     // deliberate: units are not padded to nine digits, so 1 billion and 5 reads 15
@@ -20,7 +20,9 @@ static size_t FormatDigits(char (&digits)[kFigureSize], uint32_t value, uint32_t
   return static_cast<size_t>(snprintf(digits, sizeof digits, "%" PRIu32, units));
 }
 
-static void GroupDigits(char* out, size_t capacity, const char* digits, size_t length) {
+void FormatWithCommas(char* out, size_t capacity, uint64_t value, uint32_t billions, uint32_t units) {
+  char digits[kFigureSize];
+  const size_t length = FormatDigits(digits, value, billions, units);
   char grouped[kFigureSize];
   size_t used = 0;
   for (size_t i = 0; i < length; ++i) {
@@ -30,18 +32,6 @@ static void GroupDigits(char* out, size_t capacity, const char* digits, size_t l
     grouped[used++] = digits[i];
   }
   CopyText(out, capacity, {grouped, used});
-}
-
-void FormatWithCommas(char* out, size_t capacity, uint32_t value, uint32_t billions, uint32_t units) {
-  char digits[kFigureSize];
-  const size_t length = FormatDigits(digits, value, billions, units);
-  GroupDigits(out, capacity, digits, length);
-}
-
-void FormatWhole(char (&out)[kFigureSize], uint64_t figure) {
-  char digits[kFigureSize];
-  const int length = snprintf(digits, sizeof digits, "%" PRIu64, figure);
-  GroupDigits(out, sizeof out, digits, static_cast<size_t>(length));
 }
 
 void PrintMbGbSuffix(uint32_t billions, uint32_t units) {

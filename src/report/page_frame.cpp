@@ -119,11 +119,7 @@ static void PrintScope(const Settings& settings, const Overview& overview) {
 
 static void PrintByteRow(const char* label, SuperLong bytes, bool whole) {
   char figure[kFigureSize];
-  if (whole) {
-    FormatWhole(figure, SuperLongToBytes(bytes));
-  } else {
-    FormatWithCommas(figure, sizeof figure, 0, bytes.billions, bytes.units);
-  }
+  FormatWithCommas(figure, sizeof figure, whole ? SuperLongToBytes(bytes) : 0, bytes.billions, bytes.units);
   printf("<tr>\n<td width=\"50%%\"><b>%s:</b></td><td width=\"50%%\">%s", label, figure);
   PrintMbGbSuffix(bytes.billions, bytes.units);
   printf("</td>\n</tr>\n");
@@ -133,8 +129,8 @@ static void PrintByteRow(const char* label, SuperLong bytes, bool whole) {
 static void PrintTotals(const Overview& overview, const Analysis& analysis) {
   const bool whole = analysis.counting.limits.wide_figures;
   char figure[kFigureSize];
-  FormatWhole(figure,
-              whole ? static_cast<uint64_t>(overview.requests) : static_cast<uint32_t>(overview.requests));
+  const auto requests = static_cast<uint64_t>(overview.requests);
+  FormatWithCommas(figure, sizeof figure, whole ? requests : static_cast<uint32_t>(requests), 0, 0);
   printf("<tr>\n<td width=\"50%%\"><b>HTTP Requests:</b></td><td width=\"50%%\">%s</td>\n</tr>\n", figure);
   PrintByteRow("HTTP Bytes Served", analysis.bytes, whole);
   PrintByteRow("Log Bytes Read", analysis.logs.bytes_read, whole);

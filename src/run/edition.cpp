@@ -2,12 +2,15 @@
 
 #include <cstdio>
 
+#include "dates/years.h"
+
 static const Edition kEditions[] = {
     {
         .name = "classic",
         .counting = kClassicCounting,
         .page = &kClassicPage,
         .form = ParamSource::kForm,
+        .last_year = kLastNarrowYear,
         .server_arguments = true,
     },
     {
@@ -15,6 +18,7 @@ static const Edition kEditions[] = {
         .counting = kModernCounting,
         .page = &kClassicPage,
         .form = ParamSource::kForm,
+        .last_year = kLastWrittenYear,
         .server_arguments = false,
     },
 };

@@ -16,6 +16,7 @@ struct Edition {
   Counting counting;
   const PageWriter* page;
   ParamSource form;       // as what the keyword table takes the fields of a form
+  int last_year;          // that the years of a form may name
   bool server_arguments;  // whether what a web server makes arguments of is a request
 };
 

@@ -53,6 +53,7 @@ static bool ChooseRules(Task& task) {
 static bool TakeParameters(Task& task) {
   const bool arguments = task.env.command_line != 0 || (task.edition->server_arguments && !task.pinned);
   CopyText(task.settings.config, task.config.path);
+  task.settings.last_year = task.edition->last_year;
   const bool taken = ReadParameters(arguments ? task.input.argc : 0, task.input.argv, task.input.form,
                                     task.env, task.edition->form, task.settings);
   if (task.pinned) {

@@ -279,6 +279,16 @@ TEST_F(CountingOfDriver, LongItemsCountWholeInModern) {
   EXPECT_EQ(Referrers(), from + "=2 ");
 }
 
+TEST_F(CountingOfDriver, FindPatternsSeeWholeItemsInModern) {
+  settings_.find_pattern = 1;
+  CopyText(settings_.find, "*/end");
+  AddLog("a.log", {{.url = "/" + std::string(2040, 'u') + "/end"}, {.url = "/" + std::string(2040, 'u')}});
+  RunWith(kClassicCounting);
+  EXPECT_EQ(analysis_.hits, 0);
+  RunWith(kModernCounting);
+  EXPECT_EQ(analysis_.hits, 1);
+}
+
 TEST_F(CountingOfDriver, SizesBeyond32BitsAddUpInModern) {
   AddLog("a.log", {{.bytes = "5000000000"}, {.bytes = "-1"}});
   RunWith(kClassicCounting);  // 705032704 and 4294967295

@@ -166,10 +166,8 @@ inline void InitMemory(const Settings& settings) {
   plain::memory.enabled = settings.SmartMemoryEnabled != 0;
   plain::memory.keep = settings.SmartMemoryKeepEntries;
   plain::memory.reclaim_kilobytes = settings.SmartMemoryReclaimSize;
-  plain::memory.max_bytes =
-      settings.SmartMemoryMaxMemoryToAllocate < 500
-          ? 0
-          : static_cast<int32_t>(static_cast<uint32_t>(settings.SmartMemoryMaxMemoryToAllocate) * 1024U);
+  const int budget = settings.SmartMemoryMaxMemoryToAllocate;
+  plain::memory.max_bytes = budget < 500 ? 0 : plain::Bytes(budget);
 }
 
 inline void ExpectSameStatistics() {

@@ -36,11 +36,11 @@ struct Memory {
   bool enabled = true;
   int32_t keep = 100;
   int32_t reclaim_kilobytes = 1000;
-  int32_t max_bytes = 0;
-  int32_t total = 0;
-  int32_t current = 0;
-  int32_t maximum = 0;
-  int32_t freed = 0;
+  int64_t max_bytes = 0;
+  int64_t total = 0;
+  int64_t current = 0;
+  int64_t maximum = 0;
+  int64_t freed = 0;
   long refuse_at = 0;  // number of the allocation that is refused, from 1; 0: none
   long allocations = 0;
   Info* first = nullptr;
@@ -84,8 +84,13 @@ inline void RemoveAt(Item** link, Info& info, int64_t& freed) {
   ++info.reclaimed;
 }
 
+inline int64_t Bytes(int32_t kilobytes) {
+  const int64_t bytes = int64_t{kilobytes} * 1024;
+  return memory.limits.wide_figures ? bytes : static_cast<int32_t>(bytes);
+}
+
 inline void smart_free(const Item* spared) {
-  const int32_t target = static_cast<int32_t>(static_cast<uint32_t>(memory.reclaim_kilobytes) * 1024);
+  const int64_t target = Bytes(memory.reclaim_kilobytes);
   int64_t freed = 0;
   Info* victim = nullptr;
   bool stuck = false;
@@ -109,7 +114,7 @@ inline void smart_free(const Item* spared) {
       stuck = freed < target && victim->entries > memory.keep && !AnyBut(*victim->head, spared);
     }
   }
-  memory.freed += static_cast<int32_t>(freed);
+  memory.freed += freed;
 }
 
 inline void ReclaimAfterRefusal(const Item* spared) {

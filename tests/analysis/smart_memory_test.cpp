@@ -58,6 +58,38 @@ TEST_F(SmartMemoryTest, KilobytesWrapAt32Bits) {
   EXPECT_EQ(gSM_MaximumBytesAllocated, 8 * 256);
 }
 
+TEST_F(SmartMemoryTest, KilobytesAreWholeWhereFiguresAreWide) {
+  SetLimits(kModernLimits);
+  InitMemory(MemorySettings(0, 1, 2097152));
+  PairedTable table(false);
+  AddMany(table, 1, 9);
+  EXPECT_EQ(table.info->reclaimed, 0) << "2 GiB are far";
+  InitMemory(MemorySettings(100, 4194304, 500));
+  AddMany(table, 10, 2001);
+  EXPECT_EQ(table.info->reclaimed, 1900) << "4 GiB are all but the kept minimum";
+}
+
+TEST_F(SmartMemoryTest, FiguresWrapAt32BitsInClassicOnly) {
+  for (const Limits& limits : {kClassicLimits, kModernLimits}) {
+    SetCountingLimits(limits);
+    smart_memory_init(MemorySettings(0, 1, 0));
+    gSM_TotalBytesAllocated = gSM_CurrentBytesAllocated = INT32_MAX - 255;
+    gSM_TotalBytesFreed = INT32_MAX - 1;
+    List list;
+    ListInfo* info;
+    init_list(list, info, "a table");
+    add_item(list, info, "a", {}, nullptr, false);
+    const bool wide = limits.wide_figures;
+    EXPECT_EQ(gSM_TotalBytesAllocated, wide ? int64_t{1} << 31 : INT32_MIN);
+    EXPECT_EQ(gSM_CurrentBytesAllocated, wide ? int64_t{1} << 31 : INT32_MIN);
+    EXPECT_EQ(smart_free(nullptr), 256);
+    EXPECT_EQ(gSM_CurrentBytesAllocated, INT32_MAX - 255);
+    EXPECT_EQ(gSM_TotalBytesFreed, wide ? int64_t{INT32_MAX} + 255 : INT32_MIN + 254);
+    destroy(list);
+    destroyListInfo();
+  }
+}
+
 TEST_F(SmartMemoryTest, DisabledItNeitherCountsNorReclaims) {
   Settings settings = MemorySettings(0, 1000, 500);
   settings.SmartMemoryEnabled = 0;

@@ -21,7 +21,7 @@ struct Row {
 
 class WildcardTest : public testing::Test {
  protected:
-  void SetUp() override { lbrace = 0; }
+  void SetUp() override { ResetWildcards(); }
 };
 
 template <size_t N, typename Matching>
@@ -286,6 +286,16 @@ TEST_F(WildcardTest, FirstTwoHundredFortyThreeCharactersCount) {
   EXPECT_EQ(super_wildmat(text, text.substr(1)), 1);
 }
 
+TEST_F(WildcardTest, InModernLimitsAsManyCharactersOfATextCountAsAnItemHas) {
+  SetWildcardLimits(kModernLimits);
+  const std::string text(2048, 'a');
+  EXPECT_EQ(super_wildmat("*b", text.substr(1) + "b"), 0);
+  EXPECT_EQ(super_wildmat("*b", text + "b"), 1);
+  EXPECT_EQ(super_wildmat("*ab*", std::string(242, 'a') + "ab/c"), 0);
+  EXPECT_EQ(super_wildmat(text.substr(0, 243) + "b", text.substr(0, 243)), 0) << "patterns stay as they are";
+  EXPECT_EQ(super_wildmat(text.substr(0, 243), text.substr(0, 244)), 1);
+}
+
 TEST_F(WildcardTest, TextsNeedNoTerminator) {
   const string_view url = "/a/b.html?x";
   EXPECT_EQ(super_wildmat("*.html", url.substr(0, 9)), 0);
@@ -338,6 +348,30 @@ TEST_F(WildcardTest, AnswersAsPlainRecursionInLongSearches) {
   EXPECT_GT(long_searches, 100);
 }
 
+TEST_F(WildcardTest, AnswersAsPlainRecursionInTextsThatGrowAndShrink) {
+  SetWildcardLimits(kModernLimits);
+  std::mt19937 random(6);
+  const char* const pieces[] = {"*", "*(", "(a|", "*(a|?)", "(aa|a)", ")", "?", "b", "(*(a|)*|"};
+  int compared = 0;
+  for (int round = 0; round < 400; ++round) {
+    std::string pattern;
+    for (size_t i = 1 + random() % 5; i > 0; --i) {
+      pattern += pieces[random() % std::size(pieces)];
+    }
+    const std::string text = std::string(random() % 3 * random() % 1200, 'a') + RandomText(random, "ab", 6);
+    SCOPED_TRACE("[" + pattern + "] against [" + text + "]");
+    PlainMatcher plain{.limit = 2000000};
+    lbrace = 0;
+    const int expected = plain.Match(text.c_str(), pattern.c_str());
+    if (!plain.gave_up()) {
+      ASSERT_EQ(DoMatch(text, pattern), expected);
+      ASSERT_EQ(lbrace, plain.open);
+      compared += mTries > 500 ? 1 : 0;
+    }
+  }
+  EXPECT_GT(compared, 50);
+}
+
 TEST_F(WildcardTest, ManyStarsCostALinearSearchEach) {
   const std::string url(243, 'a');
   EXPECT_EQ(super_wildmat("*a*a*a*b", url), 1);
@@ -348,9 +382,9 @@ TEST_F(WildcardTest, ManyStarsCostALinearSearchEach) {
   EXPECT_LT(mTries, 1000U);
 }
 
-TEST_F(WildcardTest, NestedGroupsAmongStarsStayBounded) {
-  constexpr unsigned kBound = 4 * 243 * 243;
-  const std::string url(243, 'a');
+static void ExpectBoundedWork(size_t text_length) {
+  const size_t bound = 4 * 243 * text_length;
+  const std::string url(text_length, 'a');
   const std::string patterns[] = {
       Repeated("*(", 80) + "b" + Repeated(")", 80),
       Repeated("(*a", 48) + "b" + Repeated(")", 48),
@@ -364,6 +398,15 @@ TEST_F(WildcardTest, NestedGroupsAmongStarsStayBounded) {
   for (const std::string& pattern : patterns) {
     SCOPED_TRACE(pattern);
     super_wildmat(pattern, url);
-    EXPECT_LT(mTries, kBound);
+    EXPECT_LT(mTries, bound);
   }
+}
+
+TEST_F(WildcardTest, NestedGroupsAmongStarsStayBounded) {
+  ExpectBoundedWork(243);
+}
+
+TEST_F(WildcardTest, NestedGroupsAmongStarsStayBoundedInModernLimits) {
+  SetWildcardLimits(kModernLimits);
+  ExpectBoundedWork(2048);
 }

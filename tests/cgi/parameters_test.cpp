@@ -353,6 +353,16 @@ TEST_F(CompareParamTest, YearsFallBackToTheCurrentValue) {
   EXPECT_EQ(settings.ey, 2001);
 }
 
+TEST_F(CompareParamTest, YearsGoToTheLastOneOfTheRun) {
+  FromForm("sy=2039");
+  EXPECT_EQ(settings.sy, 1900);
+  settings.last_year = 9999;
+  FromForm("sy=2039");
+  FromAccount("ey=9999");
+  EXPECT_EQ(settings.sy, 2039);
+  EXPECT_EQ(settings.ey, 9999);
+}
+
 TEST_F(CompareParamTest, DayAndMonthTexts) {
   FromForm("sm=1");
   FromForm("sd=02");

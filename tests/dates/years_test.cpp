@@ -82,6 +82,16 @@ TEST(StrToYear4, OutOfRangeYieldsFallback) {
   }
 }
 
+TEST(StrToYear4, LastYearIsTheCallers) {
+  EXPECT_EQ(StrToYear4("2039", kFallback, 9999), 2039);
+  EXPECT_EQ(StrToYear4("9999", kFallback, 9999), 9999);
+  for (const char* text : {"139", "1899", "10000", "4294969335"}) {
+    EXPECT_EQ(StrToYear4(text, kFallback, 9999), kFallback) << text;
+  }
+  EXPECT_EQ(StrToYear4("38", kFallback, 9999), 2038) << "short years stay as they are";
+  EXPECT_EQ(StrToYear4("39", kFallback, 9999), 1939);
+}
+
 TEST(StrToYear4, NoTextYieldsFallback) {
   EXPECT_EQ(StrToYear4("", kFallback), kFallback);
   EXPECT_EQ(StrToYear4(nullptr, kFallback), kFallback);

@@ -74,6 +74,20 @@ TEST_F(DebugRows, FiguresHaveCommasAndTheRatioIsOfTheLogBytesRead) {
             std::string::npos);
 }
 
+TEST_F(DebugRows, FiguresAreAsWideAsTheLimitsLetThemBe) {
+  analysis_.counting = kClassicCounting;
+  analysis_.memory = {.total = INT32_MIN, .current = -256, .maximum = INT32_MAX, .freed = 0};
+  EXPECT_NE(Rows().find("<tr><td>Current Bytes Allocated</td><td>4,294,967,040</td></tr>\n"
+                        "<tr><td>Total Bytes Allocated</td><td>2,147,483,648</td></tr>\n"
+                        "<tr><td>Maximum Bytes Allocated</td><td>2,147,483,647</td></tr>\n"),
+            std::string::npos);
+  analysis_.counting = kModernCounting;
+  analysis_.memory = {.total = int64_t{5000000000}, .current = int64_t{1} << 32, .maximum = 0, .freed = 0};
+  EXPECT_NE(Rows().find("<tr><td>Current Bytes Allocated</td><td>4,294,967,296</td></tr>\n"
+                        "<tr><td>Total Bytes Allocated</td><td>5,000,000,000</td></tr>\n"),
+            std::string::npos);
+}
+
 TEST_F(DebugRows, FiguresAreThoseOfTheRun) {
   settings_.requests.on = 1;
   AddLog("a.log", {{}});

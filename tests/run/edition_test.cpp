@@ -25,12 +25,14 @@ TEST(FindEdition, RulesOfTheRows) {
   EXPECT_EQ(classic.counting.limits.item, 243U);
   EXPECT_FALSE(classic.counting.limits.wide_figures);
   EXPECT_EQ(classic.counting.days, DayCounting::kByDayOfYear);
+  EXPECT_EQ(classic.last_year, 2038);
   EXPECT_TRUE(classic.server_arguments);
   const Edition& modern = *FindEdition("modern");
   EXPECT_EQ(modern.counting.limits.line, 65536U);
   EXPECT_EQ(modern.counting.limits.item, 2048U);
   EXPECT_TRUE(modern.counting.limits.wide_figures);
   EXPECT_EQ(modern.counting.days, DayCounting::kByDate);
+  EXPECT_EQ(modern.last_year, 9999);
   EXPECT_FALSE(modern.server_arguments);
 }
 
