@@ -12,7 +12,7 @@ cases=$(dirname "$0")/report
 
 check() {  # CASE QUERIES
   before=$(queries)
-  "$run_case" "$program" "$cases/$1" || fail "$1"
+  "$run_case" "$program" "$cases/$1.case" || fail "$1"
   expect "queries of $1" "$2" $(($(queries) - before))
   ran=$((ran + 1))
 }
