@@ -1,11 +1,16 @@
 #!/bin/sh
-# Makes the Debian package and takes it through its life on this very machine:
-# installed, used, upgraded over an edited configuration, purged. Only where
-# ORVELLIS_SYSTEM_TESTS=1 allows to change the machine, as root.
+# Makes the Debian package and takes it through its life in a copy of this machine
+# (in_copy.sh): installed, used, upgraded over an edited configuration, purged. Only
+# where ORVELLIS_SYSTEM_TESTS=1, as root.
 #
 #   package_test.sh BUILD_FOLDER
 set -eu
 build=$1
+here=$(cd "$(dirname "$0")" && pwd)
+if [ "${ORVELLIS_SYSTEM_TESTS:-}" = 1 ] && [ -z "${ORVELLIS_COPY:-}" ]; then
+  source_dir=$(cd "$here/../.." && pwd)
+  ORVELLIS_COPY=1 exec "$here/in_copy.sh" "$source_dir" "$build" -- "$here/package_test.sh" "$build"
+fi
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 skip() {
@@ -18,11 +23,10 @@ fail() {
 }
 [ "${ORVELLIS_SYSTEM_TESTS:-}" = 1 ] || skip "ORVELLIS_SYSTEM_TESTS is not 1"
 [ "$(id -u)" = 0 ] || skip "not root"
-[ "$(dpkg --print-architecture)" = amd64 ] || skip "the package is for amd64"
 [ ! -e /etc/orvellis ] || skip "Orvellis is installed on this machine"
 
 cpack --config "$build/CPackConfig.cmake" -B "$work" >"$work/log" || { cat "$work/log"; fail "no package"; }
-package=$work/orvellis_1.5_amd64.deb
+package=$work/orvellis_1.5_$(dpkg --print-architecture).deb
 [ -f "$package" ] || fail "the package has another name"
 if command -v lintian >/dev/null; then
   lintian --allow-root --fail-on error,warning "$package" >"$work/lintian" 2>&1 || { cat "$work/lintian"; fail "lintian"; }
