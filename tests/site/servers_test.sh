@@ -207,7 +207,7 @@ by_the_readme
 live by_the_readme
 
 # Servers that come and go around an enabled Orvellis.
-install_servers
+make_fresh
 orvellis_install
 by_the_readme
 # shellcheck disable=SC2086 # a list of names
