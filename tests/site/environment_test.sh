@@ -45,13 +45,11 @@ else
   # shellcheck disable=SC2016
   grep -qxF 'BODY=$(id)`id`\n\\"&END$HOME' "$WORK/page" || fail "a shell changes what a form says"
 
-  # Headers of the page's own, where the server can see them.
+  # Headers of the page's own.
   ask "$cgi?own"
-  if [ "$SERVER" != lighttpd ]; then
-    for name in Content-Security-Policy Referrer-Policy; do
-      [ "$(tr -d '\r' <"$WORK/headers" | grep -i "^$name:")" = "$name: own" ] || fail "the page's own $name is lost"
-    done
-  fi
+  for name in Content-Security-Policy Referrer-Policy; do
+    [ "$(tr -d '\r' <"$WORK/headers" | grep -i "^$name:")" = "$name: own" ] || fail "the page's own $name is lost"
+  done
   [ "$(grep -ic '^X-Content-Type-Options: nosniff' "$WORK/headers")" = 1 ] || fail "the header that does not come by itself is not added"
 fi
 mv "$WORK/program" "$program"

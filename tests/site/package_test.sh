@@ -37,6 +37,7 @@ trap 'purge; rm -rf "$work"' EXIT
 dpkg --install "$package" >"$work/log" 2>&1 || { cat "$work/log"; fail "it does not install"; }
 [ "$(stat -c '%a %U %G' /etc/orvellis/passwords)" = '640 root www-data' ] || fail "the password file is open"
 [ "$(stat -c '%a %U' /var/log/orvellis)" = '750 www-data' ] || fail "the log folder"
+[ "$(stat -c '%a %U %G' /usr/share/orvellis/places)" = '750 root www-data' ] || fail "the places of reports are open"
 cmp -s /usr/libexec/orvellis/cgi/orvellis.conf /etc/orvellis/orvellis.conf || fail "the program does not find its configuration"
 orvellis about | grep -q 'Orvellis 1.5' || fail "the command does not run"
 [ -f /usr/share/orvellis/site/index.html ] && [ -f /usr/share/orvellis/site/docs/chapter4.html ] || fail "the site is not complete"
@@ -45,7 +46,7 @@ man -l /usr/share/man/man1/orvellis.1.gz >/dev/null 2>&1 || [ ! -x /usr/bin/man 
 # As installed: nobody is let in; with a password, there is a report over the machine's log.
 form='username=nginx&password=Teapot&date=03052000,03052000&find=/&subdirs=1&requests=1'
 post() {
-  echo "$form" | (cd /usr/libexec/orvellis/cgi && env -i REQUEST_METHOD=POST CONTENT_LENGTH=${#form} TZ=UTC ./orvellis) >"$work/page"
+  echo "$form" | env -i PATH=/usr/bin:/bin REQUEST_METHOD=POST CONTENT_LENGTH=${#form} TZ=UTC /usr/libexec/orvellis/gate/orvellis >"$work/page"
 }
 post
 grep -q 'Error #2' "$work/page" || fail "a fresh installation lets strangers in"

@@ -30,16 +30,18 @@ begin() {
 }
 
 servers='apache2 nginx-light lighttpd'
+tools='acl logrotate'
 archives=$work/archives
 mkdir -p "$archives/partial"
 apt_get() { apt-get -y -q -o "Dir::Cache::archives=$archives" -o APT::Keep-Downloaded-Packages=true --no-install-recommends "$@"; }
-# From here on without a network.
-# shellcheck disable=SC2086 # a list of names
 quietly dpkg --purge orvellis || true
 # shellcheck disable=SC2086 # a list of names
 quietly apt_get purge --auto-remove $servers nginx-common apache2-bin || fail "the servers cannot be removed"
 # shellcheck disable=SC2086 # a list of names
-quietly apt_get install --download-only $servers || { echo "skipped: the servers cannot be fetched"; exit 77; }
+if ! quietly apt_get install $tools || ! quietly apt_get install --download-only $servers; then
+  echo "skipped: the servers cannot be fetched"
+  exit 77
+fi
 
 install_servers() {
   # shellcheck disable=SC2086 # a list of names
@@ -196,6 +198,79 @@ for way in by_the_readme by_hand by_copies; do
   "$way"
   live "$way"
 done
+
+# Enabled by the command, with all modules of Apache httpd missing at first.
+init_site() { quietly orvellis-report --init-site "$@" </dev/null; }
+sample=$here/../../samples/logs/combined.log
+make_fresh
+orvellis_install
+mkdir -p /var/log/apache2 /var/log/nginx /var/log/lighttpd
+rm -f /var/log/*/access.log*
+for server in apache nginx lighttpd; do
+  ! init_site --server "$server" --write || fail "--init-site: an account without a log"
+done
+named 'lighty-enable-mod accesslog'
+for server in apache2 nginx lighttpd; do
+  echo nonsense >"/var/log/$server/access.log"
+  ! init_site --server "${server%2}" --write || fail "--init-site: a log of which nothing is reported"
+  cp "$sample" "/var/log/$server/access.log"
+done
+! grep -q title=nginx$ /etc/orvellis/orvellis.conf || fail "--init-site: refused, but written"
+quietly cp -a /etc "$work/before"
+for way in remove purge; do
+  for server in apache nginx lighttpd; do
+    init_site --server "$server" --account "my$server" --site /etc/nginx/sites-available/default --write || fail "--init-site $server"
+    named Written.
+    [ "$server" != nginx ] || password=$(sed -n 's/.*The password is //p' "$work/log")
+    check "--init-site $server"
+  done
+  serves
+  orvellis config=/etc/orvellis/orvellis.conf username=mynginx "password=$password" date=03052000,03112000 find=/ subdirs=1 \
+    >"$work/page"
+  grep -aq 'HTTP Requests:</b></td><td width="50%">[1-9]' "$work/page" || fail "--init-site: the account reports nothing"
+  if [ "$way" = remove ]; then
+    for server in apache nginx lighttpd; do
+      init_site --server "$server" --account "my$server" --remove || fail "--init-site --remove $server"
+      check "--init-site --remove $server"
+    done
+    serves_no_more
+    diff -r --no-dereference "$work/before" /etc >"$work/test" 2>&1 || fail "--init-site --remove leaves something"
+  fi
+done
+orvellis_end purge
+check "purged after --init-site"
+serves_no_more
+
+# The rights that the README gives, before and after a rotation.
+may_read() { setpriv --reuid www-data --regid www-data --clear-groups cat "$1" >/dev/null 2>&1; }
+rotated_logs() {
+  rm -f /var/log/apache2/*
+  setfacl -b /var/log/apache2
+  setfacl -k /var/log/apache2
+  chown root:adm /var/log/apache2
+  chmod 750 /var/log/apache2
+  for log in access error; do
+    cp "$sample" "/var/log/apache2/$log.log"
+    chown root:adm "/var/log/apache2/$log.log"
+    chmod 640 "/var/log/apache2/$log.log"
+  done
+  "$@"
+  quietly logrotate --force /etc/logrotate.d/apache2 || fail "logrotate"
+}
+by_default_rule() { setfacl -d -m u:www-data:r /var/log/apache2 && setfacl -m u:www-data:rx /var/log/apache2; }
+by_readme_lines() {
+  grep -E '^    sudo (setfacl|sed -i .*logrotate)' "$here/../../README.md" | sed 's/^    sudo //' >"$work/lines"
+  [ "$(wc -l <"$work/lines")" = 3 ] || fail "the README has other lines"
+  quietly sh -e "$work/lines" || fail "the lines of the README"
+}
+begin 'the rights'
+rotated_logs true
+! may_read /var/log/apache2/access.log || fail "control: the logs are open without any rights given"
+rotated_logs by_default_rule
+may_read /var/log/apache2/error.log || fail "control: a default rule does not open error logs"
+rotated_logs by_readme_lines
+for log in access.log access.log.1; do may_read "/var/log/apache2/$log" || fail "$log cannot be read"; done
+for log in error.log error.log.1; do ! may_read "/var/log/apache2/$log" || fail "$log can be read"; done
 
 # Orvellis before the servers.
 purge_servers
