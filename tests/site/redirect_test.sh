@@ -47,6 +47,7 @@ case $server in
     {
       printf '%s\n' "server.port = $port" 'server.bind = "127.0.0.1"' "server.document-root = \"$work\"" \
         'server.modules = ( "mod_redirect" )'
+      # shellcheck disable=SC2016 # for sed
       lines '\$HTTP\["scheme' '}'
     } >"$work/conf"
     lighttpd -D -f "$work/conf" >"$work/out" 2>&1 &
