@@ -4,10 +4,12 @@
 include(GNUInstallDirs)
 
 set(cgi_dir ${CMAKE_INSTALL_LIBEXECDIR}/orvellis/cgi)
+set(gate_dir ${CMAKE_INSTALL_LIBEXECDIR}/orvellis/gate)
 set(share_dir ${CMAKE_INSTALL_DATADIR}/orvellis)
 
 # Servers start a CGI program in its own folder, which is where it looks for its
-# configuration: hence a folder that holds nothing but these two.
+# configuration: hence a folder that holds nothing but these two. The gate that
+# they start stands in a folder of its own, too.
 install(TARGETS orvellis RUNTIME DESTINATION ${cgi_dir})
 
 install(DIRECTORY site/ DESTINATION ${share_dir}/site
@@ -25,6 +27,7 @@ install(CODE "
   set(made_dir \"${PROJECT_BINARY_DIR}/installed\")
   set(bin_dir \"${CMAKE_INSTALL_BINDIR}\")
   set(cgi_dir \"${cgi_dir}\")
+  set(gate_dir \"${gate_dir}\")
   set(share_dir \"${share_dir}\")
   set(sysconf_dir \"${CMAKE_INSTALL_SYSCONFDIR}\")
   set(state_dir \"${CMAKE_INSTALL_LOCALSTATEDIR}\")

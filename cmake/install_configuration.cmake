@@ -16,6 +16,7 @@ endfunction()
 
 full_path(BIN_DIR "${bin_dir}" FALSE)
 full_path(CGI_DIR "${cgi_dir}" FALSE)
+full_path(GATE_DIR "${gate_dir}" FALSE)
 full_path(SHARE_DIR "${share_dir}" FALSE)
 full_path(SYSCONF_DIR "${sysconf_dir}" TRUE)
 full_path(LOG_DIR "${state_dir}/log" TRUE)
@@ -24,19 +25,26 @@ set(SITE_DIR "${SHARE_DIR}/site")
 # Reports show texts from logs as they are: no scripts, nothing from elsewhere.
 set(common_policy "form-action 'self'; base-uri 'none'; frame-ancestors 'none'")
 set(REPORT_POLICY
-    "sandbox allow-forms allow-popups; default-src 'none'; img-src 'self'; style-src 'self'; ${common_policy}")
+    "sandbox allow-forms allow-popups allow-popups-to-escape-sandbox; default-src 'none'; img-src 'self'; style-src 'self'; ${common_policy}")
 set(SITE_POLICY
     "default-src 'none'; img-src 'self'; style-src 'self'; script-src 'self'; ${common_policy}")
 
 # A folder of this run's own: two installations may go on at once.
 string(RANDOM LENGTH 12 run)
 set(made_dir "${made_dir}/${run}")
-foreach(name apache nginx nginx-http lighttpd fcgiwrap-sandbox orvellis)
+foreach(name apache nginx nginx-common nginx-http lighttpd fcgiwrap-sandbox orvellis)
   configure_file("${conf_source}/${name}.conf.in" "${made_dir}/${name}.conf" @ONLY)
 endforeach()
-file(INSTALL "${made_dir}/apache.conf" "${made_dir}/nginx.conf" "${made_dir}/nginx-http.conf"
-             "${made_dir}/lighttpd.conf" "${made_dir}/fcgiwrap-sandbox.conf" "${made_dir}/orvellis.conf"
+file(INSTALL "${made_dir}/apache.conf" "${made_dir}/nginx.conf" "${made_dir}/nginx-common.conf"
+             "${made_dir}/nginx-http.conf" "${made_dir}/lighttpd.conf" "${made_dir}/fcgiwrap-sandbox.conf" "${made_dir}/orvellis.conf"
      DESTINATION "${SHARE_DIR}/conf")
+
+configure_file("${conf_source}/gate.in" "${made_dir}/gate" @ONLY)
+file(INSTALL "${made_dir}/gate" DESTINATION "${GATE_DIR}" RENAME orvellis
+     PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+foreach(place RANGE 11)
+  file(INSTALL "${conf_source}/place" DESTINATION "${SHARE_DIR}/places" RENAME ${place})
+endforeach()
 
 # A configuration that is there already has been edited: it stays.
 if(NOT EXISTS "$ENV{DESTDIR}${SYSCONF_DIR}/orvellis/orvellis.conf")

@@ -10,8 +10,13 @@ that lead there, visitors' domains, and hits by day, weekday and hour.
 
 It is a CGI program behind a request form, with ready configurations for Apache
 httpd, nginx and lighttpd, and a command as well.")
-set(CPACK_PACKAGE_FILE_NAME orvellis_${PROJECT_VERSION}_amd64)
-set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE amd64)
+find_program(DPKG dpkg)
+set(architecture amd64)
+if(DPKG)
+  execute_process(COMMAND ${DPKG} --print-architecture OUTPUT_VARIABLE architecture OUTPUT_STRIP_TRAILING_WHITESPACE)
+endif()
+set(CPACK_PACKAGE_FILE_NAME orvellis_${PROJECT_VERSION}_${architecture})
+set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE ${architecture})
 set(CPACK_DEBIAN_PACKAGE_SECTION web)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "libc6 (>= 2.36), libcrypt1 (>= 1:4.1.0)")
@@ -28,6 +33,6 @@ set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/package_files.cmake)
 set(CPACK_ORVELLIS_SOURCE ${PROJECT_SOURCE_DIR})
 set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA
     ${PROJECT_SOURCE_DIR}/packaging/conffiles ${PROJECT_SOURCE_DIR}/packaging/postinst
-    ${PROJECT_SOURCE_DIR}/packaging/postrm)
+    ${PROJECT_SOURCE_DIR}/packaging/prerm ${PROJECT_SOURCE_DIR}/packaging/postrm)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 include(CPack)

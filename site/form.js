@@ -8,6 +8,9 @@
     last: { month: form.em, day: form.ed, year: form.ey, picker: document.getElementById('last-picker') },
   };
 
+  // What stays on this machine is read by nobody on the way.
+  document.getElementById('insecure').hidden = window.isSecureContext;
+
   function show(side, date) {
     side.month.value = two(date.getMonth() + 1);
     side.day.value = two(date.getDate());

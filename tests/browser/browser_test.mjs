@@ -87,6 +87,40 @@ const tests = {
       assert.match(await page.title(), /on this machine/);
     });
   },
+  async 'the form warns where the password can be read on the way'() {
+    await withPage(desktop, async (page, context) => {
+      await context.route('http://reports.example/**', async (route) => route.fulfill({
+        response: await route.fetch({ url: route.request().url().replace('http://reports.example', BASE_URL) }) }));
+      for (const [site, warned] of [[BASE_URL, false], ['http://reports.example', true]]) {
+        await page.goto(`${site}/orvellis/`);
+        await page.locator('#shortcuts').waitFor();  // the script has run
+        assert.equal(await page.locator('#insecure').isVisible(), warned, site);
+      }
+    });
+  },
+  async 'a page linked from a report is an ordinary one'() {
+    writeFileSync(`${WORK}/log/${SERVER}/access.log.2`, '192.0.2.66 - - [21/Mar/2000:10:00:00 +0000] ' +
+      '"GET /<a\fid=formlink\ftarget=_blank\fhref=/orvellis/>form</a> HTTP/1.0" 200 1 "-" "x"\n');
+    for (const escapes of [true, false]) {
+      await withPage(desktop, async (page, context) => {
+        await context.route('**/orvellis-cgi/**', async (route) => {
+          const answer = await route.fetch();
+          const headers = answer.headers();
+          if (!escapes) {
+            headers['content-security-policy'] = headers['content-security-policy'].replace(' allow-popups-to-escape-sandbox', '');
+          }
+          return route.fulfill({ response: answer, headers });
+        });
+        await request(page, { days: ['03', '21', '2000', '03', '21', '2000'] });
+        const [linked] = await Promise.all([context.waitForEvent('page'), page.locator('#formlink').first().click()]);
+        await linked.waitForLoadState('load');
+        await linked.waitForTimeout(500);
+        assert.match(await linked.locator('h1').innerText(), /Report Request Form/);
+        // The shortcuts are there when scripts run.
+        assert.equal(await linked.locator('#shortcuts').isVisible(), escapes);
+      });
+    }
+  },
   async 'shortcuts and calendars fill in the days'() {
     await withPage(desktop, async (page) => {
       await page.goto(`${BASE_URL}/orvellis/`);

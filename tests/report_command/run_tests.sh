@@ -809,7 +809,7 @@ test_init_site_shows_and_changes_nothing() {
   init_site
   expect_status 0
   expect_in out 'This would be written'
-  expect_in out 'user=apache;logs=/var/log/apache2/access.log*[!z];url=http://localhost;title=apache'
+  expect_in out 'user=apache;logs=/var/log/apache2/access.log*[0-9];AccessLog=/var/log/apache2/access.log;url=http://localhost;title=apache'
   expect_in out '/etc/apache2/conf-available/orvellis.conf -> /usr/share/orvellis/conf/apache.conf'
   expect_in out '    ScriptAlias /orvellis-cgi/ /cgi/'
   ! grep -q '# About' out || failed 'comments are shown'
@@ -830,7 +830,8 @@ test_init_site_writes_once() {
     failed 'the account has no line of its own'
   [ "$(wc -l <root/etc/orvellis/passwords)" -eq 1 ] || failed 'the passwords are wrong'
   expect_match root/etc/orvellis/passwords '^shop:.'
-  [ "$(readlink root/etc/nginx/conf.d/orvellis.conf)" = /usr/share/orvellis/conf/nginx-http.conf ] || failed 'no link'
+  expect_in out 'Written.'
+  [ "$(readlink root/etc/nginx/conf.d/orvellis-common.conf)" = /usr/share/orvellis/conf/nginx-common.conf ] || failed 'no link'
   case $(ls -l root/etc/orvellis/passwords) in -rw-?-----*) ;; *) failed 'others may read the passwords' ;; esac
 }
 
@@ -840,6 +841,42 @@ test_init_site_chooses_the_server() {
   expect_in out '/etc/lighttpd/conf-enabled/90-orvellis.conf -> /usr/share/orvellis/conf/lighttpd.conf'
   init_site --server other
   expect_error 2 '--server takes apache, nginx or lighttpd'
+}
+
+test_init_site_is_undone() {
+  install_in_root nginx
+  printf 'ann:secret' >root/etc/orvellis/passwords
+  mkdir root/etc/nginx/sites-available
+  printf 'server {\n\tserver_name _;\n\tlisten 80;\n}\n' >root/etc/nginx/sites-available/default
+  cp -R root before
+  init_site --write --site root/etc/nginx/sites-available/default
+  expect_status 0
+  include='include /usr/share/orvellis/conf/nginx.con[f];'
+  [ "$(sed -n 3p root/etc/nginx/sites-available/default)" = "	$include" ] || failed 'the site has no include line'
+  init_site --write --site root/etc/nginx/sites-available/default
+  [ "$(grep -cF "$include" root/etc/nginx/sites-available/default)" = 1 ] || failed 'the line is written twice'
+  init_site --remove
+  expect_status 0
+  # The ends of the last lines are what remains.
+  for file in orvellis/orvellis.conf orvellis/passwords; do echo >>"before/etc/$file"; done
+  diff -r before root || failed 'something remains'
+}
+
+test_init_site_tells_its_options() {
+  install_in_root nginx
+  init_site -h
+  expect_status 0
+  expect_in out 'Usage: orvellis-report --init-site'
+  expect_in out '--remove'
+}
+
+test_init_site_says_written_only_when_it_is() {
+  install_in_root nginx
+  rm -r root/etc/nginx/conf.d
+  init_site --write
+  expect_status 2
+  ! grep -q '^Written' out || failed 'it says that it has written'
+  [ "$(wc -l <err)" = 1 ] || failed 'it does not say one sentence'
 }
 
 test_init_site_failures() {
@@ -873,7 +910,7 @@ test_init_site_asks_on_a_terminal() {
   { sleep 1; printf '\nann\n\nhttp://ann.example.com\n'; sleep 1; } |
     PATH=$tools DESTDIR=$PWD/root "$script" -qec "'$shell' root/usr/bin/orvellis-report --init-site" typescript >out 2>err
   expect_in out 'Web server (apache) [apache]:'
-  expect_in out 'user=ann;logs=/var/log/apache2/access.log*[!z];url=http://ann.example.com;title=ann'
+  expect_in out 'user=ann;logs=/var/log/apache2/access.log*[0-9];AccessLog=/var/log/apache2/access.log;url=http://ann.example.com;title=ann'
 }
 
 # ---- Usage ------------------------------------------------------------------------------

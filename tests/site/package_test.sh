@@ -1,11 +1,16 @@
 #!/bin/sh
-# Makes the Debian package and takes it through its life on this very machine:
-# installed, used, upgraded over an edited configuration, purged. Only where
-# ORVELLIS_SYSTEM_TESTS=1 allows to change the machine, as root.
+# Makes the Debian package and takes it through its life in a copy of this machine
+# (in_copy.sh): installed, used, upgraded over an edited configuration, purged. Only
+# where ORVELLIS_SYSTEM_TESTS=1, as root.
 #
 #   package_test.sh BUILD_FOLDER
 set -eu
 build=$1
+here=$(cd "$(dirname "$0")" && pwd)
+if [ "${ORVELLIS_SYSTEM_TESTS:-}" = 1 ] && [ -z "${ORVELLIS_COPY:-}" ]; then
+  source_dir=$(cd "$here/../.." && pwd)
+  ORVELLIS_COPY=1 exec "$here/in_copy.sh" "$source_dir" "$build" -- "$here/package_test.sh" "$build"
+fi
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 skip() {
@@ -18,11 +23,10 @@ fail() {
 }
 [ "${ORVELLIS_SYSTEM_TESTS:-}" = 1 ] || skip "ORVELLIS_SYSTEM_TESTS is not 1"
 [ "$(id -u)" = 0 ] || skip "not root"
-[ "$(dpkg --print-architecture)" = amd64 ] || skip "the package is for amd64"
 [ ! -e /etc/orvellis ] || skip "Orvellis is installed on this machine"
 
 cpack --config "$build/CPackConfig.cmake" -B "$work" >"$work/log" || { cat "$work/log"; fail "no package"; }
-package=$work/orvellis_1.5_amd64.deb
+package=$work/orvellis_1.5_$(dpkg --print-architecture).deb
 [ -f "$package" ] || fail "the package has another name"
 if command -v lintian >/dev/null; then
   lintian --allow-root --fail-on error,warning "$package" >"$work/lintian" 2>&1 || { cat "$work/lintian"; fail "lintian"; }
@@ -33,6 +37,7 @@ trap 'purge; rm -rf "$work"' EXIT
 dpkg --install "$package" >"$work/log" 2>&1 || { cat "$work/log"; fail "it does not install"; }
 [ "$(stat -c '%a %U %G' /etc/orvellis/passwords)" = '640 root www-data' ] || fail "the password file is open"
 [ "$(stat -c '%a %U' /var/log/orvellis)" = '750 www-data' ] || fail "the log folder"
+[ "$(stat -c '%a %U %G' /usr/share/orvellis/places)" = '750 root www-data' ] || fail "the places of reports are open"
 cmp -s /usr/libexec/orvellis/cgi/orvellis.conf /etc/orvellis/orvellis.conf || fail "the program does not find its configuration"
 orvellis about | grep -q 'Orvellis 1.5' || fail "the command does not run"
 [ -f /usr/share/orvellis/site/index.html ] && [ -f /usr/share/orvellis/site/docs/chapter4.html ] || fail "the site is not complete"
@@ -41,7 +46,7 @@ man -l /usr/share/man/man1/orvellis.1.gz >/dev/null 2>&1 || [ ! -x /usr/bin/man 
 # As installed: nobody is let in; with a password, there is a report over the machine's log.
 form='username=nginx&password=Teapot&date=03052000,03052000&find=/&subdirs=1&requests=1'
 post() {
-  echo "$form" | (cd /usr/libexec/orvellis/cgi && env -i REQUEST_METHOD=POST CONTENT_LENGTH=${#form} TZ=UTC ./orvellis) >"$work/page"
+  echo "$form" | env -i PATH=/usr/bin:/bin REQUEST_METHOD=POST CONTENT_LENGTH=${#form} TZ=UTC /usr/libexec/orvellis/gate/orvellis >"$work/page"
 }
 post
 grep -q 'Error #2' "$work/page" || fail "a fresh installation lets strangers in"

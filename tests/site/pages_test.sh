@@ -2,7 +2,7 @@
 # Walks everything an installed Orvellis serves; run by with_server.sh.
 set -u
 cgi=$BASE_URL/orvellis-cgi/orvellis
-conf=$WORK/test.conf
+conf=$PREFIX/etc/orvellis/orvellis.conf
 failures=0
 
 fail() {
@@ -80,7 +80,7 @@ lacks "$WORK/body" UserPasswords "the configuration file is served"
 # ---- The program: headers and limits ----
 
 check_report_headers() { # what the page is
-  for header in "Content-Security-Policy: sandbox allow-forms allow-popups; default-src 'none'; img-src 'self'; style-src 'self'" \
+  for header in "Content-Security-Policy: sandbox allow-forms allow-popups allow-popups-to-escape-sandbox; default-src 'none'; img-src 'self'; style-src 'self'" \
     "X-Content-Type-Options: nosniff" "Referrer-Policy: no-referrer" "X-Robots-Tag: noindex, nofollow" \
     "Cache-Control: no-store"; do
     contains "$WORK/headers" "$header" "headers of $1"
@@ -137,26 +137,27 @@ post "$form&password=wrong"
 error 2 'a wrong password'
 post "username=nobody"
 error 2 'an unknown account'
-cat >"$conf" <<END
-UserPasswords=$WORK/no-such-file
+cat >>"$conf" <<END
 user=nourl;logs=$WORK/log/*;password=*
 user=nologs;url=http://www.example.com;password=*
 user=empty;logs=$WORK/nothing/*;url=http://www.example.com;password=*
 user=secret;logs=$WORK/log/*;url=http://www.example.com
 END
-post "config=$conf&username=nourl&date=03052000"
+post "username=nourl&date=03052000"
 error 4 'an account without url'
-post "config=$conf&username=nologs&date=03052000"
+post "username=nologs&date=03052000"
 error 5 'an account without logs'
-post "config=$conf&username=empty&date=03052000,03042000"
+post "username=empty&date=03052000,03042000"
 error 7 'an end before the start'
-post "config=$conf&username=secret&date=03052000"
+mv "$PREFIX/etc/orvellis/passwords" "$WORK/aside"
+post "username=secret&date=03052000"
+mv "$WORK/aside" "$PREFIX/etc/orvellis/passwords"
 error 10 'a missing password file'
-post "config=$conf&username=empty&date=03052000,03052000"
+post "username=empty&date=03052000,03052000"
 error 11 'no logs'
-mv "$PREFIX/libexec/orvellis/cgi/orvellis.conf" "$WORK/aside"
+mv "$conf" "$WORK/aside"
 post "$form"
-mv "$WORK/aside" "$PREFIX/libexec/orvellis/cgi/orvellis.conf"
+mv "$WORK/aside" "$conf"
 error 9 'no configuration'
 
 check_links

@@ -9,6 +9,7 @@
 #   BASE_URL   http://127.0.0.1:PORT
 #   SERVER     the server's name, which is also an account with the password "Teapot"
 #   PREFIX     where Orvellis is installed
+# With ORVELLIS_OPEN in the environment, the protection is taken out.
 #   WORK       a folder for files; $WORK/log/$SERVER holds the account's logs
 set -eu
 
@@ -51,6 +52,12 @@ sed -i -e "s|/var/log/apache2/|$WORK/log/apache/|g" -e "s|/var/log/|$WORK/log/|g
 echo "$SERVER:Teapot" >"$PREFIX/etc/orvellis/passwords"
 cp "$source_dir/samples/logs/combined.log" "$WORK/log/$SERVER/access.log.1"
 sed "s|/run/fcgiwrap.socket|$WORK/fcgiwrap.socket|" "$PREFIX/share/orvellis/conf/nginx.conf" >"$WORK/orvellis-nginx.conf"
+# Without what keeps one visitor from the places of all others, and false users out.
+if [ -n "${ORVELLIS_OPEN:-}" ]; then
+  sed -i 's|/libexec/orvellis/gate/|/libexec/orvellis/cgi/|' "$PREFIX"/share/orvellis/conf/*.conf "$WORK/orvellis-nginx.conf"
+  sed -i 's|REMOTE_USER  *"";|REMOTE_USER $remote_user;|' "$WORK/orvellis-nginx.conf"
+  sed -i 's|^limit_conn_zone $orvellis_visitor|limit_conn_zone $server_name|' "$PREFIX/share/orvellis/conf/nginx-common.conf"
+fi
 user=$(id -un)
 if [ "$user" = root ]; then
   user=www-data
@@ -67,7 +74,7 @@ Listen 127.0.0.1:$port
 PidFile $WORK/apache.pid
 ErrorLog $WORK/server.log
 LogFormat "%h %l %u %t \\"%r\\" %>s %O \\"%{Referer}i\\" \\"%{User-Agent}i\\"" combined
-$(for module in mpm_event authz_core alias dir mime headers cgid; do
+$(for module in mpm_event authz_core alias dir mime headers env reqtimeout cgid; do
     echo "LoadModule ${module}_module /usr/lib/apache2/modules/mod_$module.so"
   done)
 User $user
@@ -89,7 +96,7 @@ user $user;
 worker_processes 1;
 pid $WORK/nginx.pid;
 error_log $WORK/server.log;
-events { worker_connections 64; }
+events { worker_connections 512; }
 http {
   access_log $WORK/log/nginx/access.log combined;
   client_body_temp_path $WORK/nginx-body;
@@ -98,7 +105,7 @@ http {
   uwsgi_temp_path $WORK/uwsgi;
   scgi_temp_path $WORK/scgi;
   charset utf-8;
-  include $PREFIX/share/orvellis/conf/nginx-http.conf;
+  include $PREFIX/share/orvellis/conf/nginx-common.conf;
   server {
     listen 127.0.0.1:$port;
     server_name localhost;
