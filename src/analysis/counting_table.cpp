@@ -50,8 +50,12 @@ void SetCountingLimits(const Limits& limits) {
 
 // ---- Index ----
 
+static uint8_t SpareBits(size_t capacity) {
+  return static_cast<uint8_t>(32 - std::countr_zero(capacity));
+}
+
 static IndexSlot& FreeSlot(IndexSlot* slots, size_t capacity, uint32_t hash) {
-  size_t i = hash & (capacity - 1);
+  size_t i = hash >> SpareBits(capacity);
   while (slots[i].item != nullptr) {
     i = (i + 1) & (capacity - 1);
   }
@@ -70,8 +74,7 @@ static ListItem* Find(const List& list, PaddedText key, uint32_t hash, bool igno
   if (list.slots == nullptr) {
     return WalkFor(list, key, hash, ignore_case);
   }
-  const uint32_t mask = list.capacity - 1;
-  for (uint32_t i = hash & mask;; i = (i + 1) & mask) {
+  for (uint32_t i = hash >> list.spare_bits;; i = (i + 1) & list.mask()) {
     const IndexSlot& slot = list.slots[i];
     if (slot.item == nullptr || (slot.hash == hash && SameKey(*slot.item, key, ignore_case))) {
       return slot.item;
@@ -80,7 +83,7 @@ static ListItem* Find(const List& list, PaddedText key, uint32_t hash, bool igno
 }
 
 static const IndexSlot* HomeSlot(const List& list, uint32_t hash) {
-  return list.slots == nullptr ? nullptr : &list.slots[hash & (list.capacity - 1)];
+  return list.slots == nullptr ? nullptr : &list.slots[hash >> list.spare_bits];
 }
 
 void FetchSlot(const List& list, uint32_t hash) {
@@ -94,7 +97,8 @@ static bool Reindex(List& list, size_t capacity) {
   if (slots == nullptr) {
     return false;
   }
-  for (uint32_t i = 0; i < list.capacity; ++i) {
+  const size_t old_capacity = list.capacity();
+  for (size_t i = 0; i < old_capacity; ++i) {
     if (list.slots[i].item != nullptr) {
       FreeSlot(slots, capacity, list.slots[i].hash) = list.slots[i];
     }
@@ -106,7 +110,7 @@ static bool Reindex(List& list, size_t capacity) {
   }
   free(list.slots);
   list.slots = slots;
-  list.capacity = static_cast<uint32_t>(capacity);
+  list.spare_bits = SpareBits(capacity);
   return true;
 }
 
@@ -115,10 +119,10 @@ static bool Reindex(List& list, size_t capacity) {
 // again. False when the list can take no more records in reasonable time.
 static bool MakeRoom(List& list) {
   if (list.slots == nullptr) {
-    return list.length < kUnindexedMax || Reindex(list, std::bit_ceil(list.length * 4)) ||
+    return list.length < kUnindexedMax || Reindex(list, std::bit_ceil(size_t{list.length} * 4)) ||
            list.length < kWalkedMax;
   }
-  const size_t capacity = list.capacity;
+  const size_t capacity = list.capacity();
   return list.length < capacity / 4 * 3 || (capacity < kLastCapacity && Reindex(list, capacity * 2)) ||
          list.length < capacity / 16 * 15;
 }
@@ -132,15 +136,15 @@ static void ShrinkIndex(List& list, size_t capacity) {
   }
   void* const slots = realloc(list.slots, capacity * sizeof(IndexSlot));
   list.slots = slots == nullptr ? list.slots : static_cast<IndexSlot*>(slots);
-  list.capacity = static_cast<uint32_t>(capacity);
+  list.spare_bits = SpareBits(capacity);
 }
 
 // Indexes of a quarter shrink to a half, and grow at three: none goes back and forth.
 void ShrinkIndexes() {
   for (const ListInfo* info = gListInfo.first; info != nullptr; info = info->next) {
     List& list = *info->head;
-    const size_t capacity = std::max(kSmallestIndex, std::bit_ceil(list.length * 2));
-    if (list.slots != nullptr && capacity * 2 <= list.capacity) {
+    const size_t capacity = std::max(kSmallestIndex, std::bit_ceil(size_t{list.length} * 2));
+    if (list.slots != nullptr && capacity * 2 <= list.capacity()) {
       ShrinkIndex(list, capacity);
     }
   }
@@ -153,13 +157,13 @@ static void Unindex(List& list, const ListItem* item) {
     return;
   }
   IndexSlot* const slots = list.slots;
-  const uint32_t mask = list.capacity - 1;
-  uint32_t gap = item->hash & mask;
+  const uint32_t mask = list.mask();
+  uint32_t gap = item->hash >> list.spare_bits;
   while (slots[gap].item != item) {
     gap = (gap + 1) & mask;
   }
   for (uint32_t i = (gap + 1) & mask; slots[i].item != nullptr; i = (i + 1) & mask) {
-    const uint32_t from_home = (i - slots[i].hash) & mask;
+    const uint32_t from_home = (i - (slots[i].hash >> list.spare_bits)) & mask;
     if (from_home >= ((i - gap) & mask)) {
       slots[gap] = slots[i];
       gap = i;
@@ -217,7 +221,7 @@ void init_list(List& list, ListInfo*& info, const char* name, SubLists sublists)
   list.first = item;
   ++list.length;
   if (list.slots != nullptr) {
-    FreeSlot(list.slots, list.capacity, hash) = {item, hash};
+    FreeSlot(list.slots, list.capacity(), hash) = {item, hash};
   }
   return *item;
 }

@@ -52,13 +52,17 @@ struct IndexSlot;
 
 // One list, top-level or sub-list. Zero-initialised it is the empty list.
 struct List {
-  ListItem* first;  // chain of all records, in no order that callers may rely on
-  size_t length;
-  IndexSlot* slots;   // open-addressing index by key; null while the list is short
-  uint32_t capacity;  // of the index, a power of two
-  uint8_t pivots;     // how many of the descriptor's pivots hold
+  ListItem* first;   // chain of all records, in no order that callers may rely on
+  IndexSlot* slots;  // open-addressing index by key; null while the list is short
+  uint32_t length;
+  uint8_t spare_bits;  // the index has a slot for each value of a hash without these, its lowest
+  uint8_t pivots;      // how many of the descriptor's pivots hold
   bool ignore_case;
+
+  uint32_t mask() const { return UINT32_MAX >> spare_bits; }  // of the index's places
+  size_t capacity() const { return slots == nullptr ? 0 : size_t{mask()} + 1; }
 };
+static_assert(sizeof(List) == 24);  // there may be one for each record
 
 // A reclaim keeps what it learns about the order of a list: pivots cut its chain
 // into parts. Each is the first record of a part and precedes, in the order in

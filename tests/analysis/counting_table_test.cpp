@@ -492,17 +492,17 @@ TEST_F(CountingTableTest, IndexesShrinkWhereTheyAreAQuarterFull) {
   for (int i = 0; i < 200; ++i) {
     Add(Numbered("key", 100 + i));
   }
-  ASSERT_EQ(list_.capacity, 512U);
+  ASSERT_EQ(list_.capacity(), 512U);
   InitMemory(MemorySettings(129, 1000, 0));
   smart_free(nullptr);
   ShrinkIndexes();
-  EXPECT_EQ(list_.capacity, 512U);
+  EXPECT_EQ(list_.capacity(), 512U);
   InitMemory(MemorySettings(128, 1000, 0));
   smart_free(nullptr);
   ShrinkIndexes();
-  EXPECT_EQ(list_.capacity, 256U);
+  EXPECT_EQ(list_.capacity(), 256U);
   ShrinkIndexes();
-  EXPECT_EQ(list_.capacity, 256U);
+  EXPECT_EQ(list_.capacity(), 256U);
   for (int i = 0; i < 200; ++i) {
     Add(Numbered("key", 100 + i));
   }
@@ -519,16 +519,16 @@ TEST_F(CountingTableTest, IndexesShrinkDownToThirtyTwoPlaces) {
   InitMemory(MemorySettings(1, 1000, 0));
   smart_free(nullptr);
   ASSERT_EQ(list_length(list_), 1U);
-  ASSERT_EQ(list_.capacity, 256U);
+  ASSERT_EQ(list_.capacity(), 256U);
   ShrinkIndexes();
-  EXPECT_EQ(list_.capacity, 32U);
+  EXPECT_EQ(list_.capacity(), 32U);
   EXPECT_EQ(Record("key99")->count, 1);
 }
 
 static const List* mHeldBack;
 
 static void* RefuseUntilShrunk(size_t count, size_t size) {
-  return mHeldBack->capacity > 64 ? nullptr : calloc(count, size);
+  return mHeldBack->capacity() > 64 ? nullptr : calloc(count, size);
 }
 
 // A small table would else take all others down to its own length.
@@ -540,19 +540,19 @@ TEST_F(CountingTableTest, RefusedIndexGetsItsRoomFromALongerOne) {
   for (int i = 0; i < 190; ++i) {
     add_item(longer, longer_info, Numbered("l", 100 + i), {}, nullptr, false);
   }
-  ASSERT_EQ(longer.capacity, 256U);
+  ASSERT_EQ(longer.capacity(), 256U);
   for (int i = 0; i < 9; ++i) {
     Add(Numbered("k", 10 + i));
   }
-  ASSERT_EQ(list_.capacity, 32U);
+  ASSERT_EQ(list_.capacity(), 32U);
   mHeldBack = &longer;
   mpAllocateZeroed = RefuseUntilShrunk;
   for (int i = 9; i < 31; ++i) {
     Add(Numbered("k", 10 + i));
   }
-  EXPECT_EQ(list_.capacity, 64U);
+  EXPECT_EQ(list_.capacity(), 64U);
   EXPECT_EQ(list_length(list_), 31U);
-  EXPECT_EQ(longer.capacity, 64U);
+  EXPECT_EQ(longer.capacity(), 64U);
   EXPECT_EQ(list_length(longer), 30U);
   EXPECT_EQ(info_->reclaimed, 0);
   destroy(longer);
@@ -563,7 +563,7 @@ TEST_F(CountingTableTest, IndexThatCannotGrowFillsUpAndThenReclaims) {
   for (int i = 0; i < 9; ++i) {
     Add(Numbered("k", 10 + i));
   }
-  ASSERT_EQ(list_.capacity, 32U);
+  ASSERT_EQ(list_.capacity(), 32U);
   mpAllocateZeroed = RefuseZeroed;
   for (int i = 9; i < 30; ++i) {
     Add(Numbered("k", 10 + i));
