@@ -60,7 +60,7 @@ struct List {
   bool ignore_case;
 
   uint32_t mask() const { return UINT32_MAX >> spare_bits; }  // of the index's places
-  size_t capacity() const { return slots == nullptr ? 0 : size_t{mask()} + 1; }
+  size_t capacity() const { return slots == nullptr ? 0 : static_cast<size_t>(mask()) + 1; }
 };
 static_assert(sizeof(List) == 24);  // there may be one for each record
 
