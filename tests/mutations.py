@@ -18,7 +18,7 @@ import sys
 TREE = pathlib.Path(__file__).resolve().parent.parent
 COPY = TREE / "build/mutations/tree"
 BUILD = TREE / "build/mutations/build"
-SUITES = "base", "dates", "superlog", "analysis", "report", "cgi", "config"
+SUITES = "base", "dates", "superlog", "analysis", "sections", "report", "cgi", "config", "run"
 PROGRAMS = ["orvellis", "at_system_call", "failing_malloc"]
 TIMEOUT = 300  # a mistake that lets the tests hang is noticed, too
 

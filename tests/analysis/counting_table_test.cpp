@@ -158,6 +158,14 @@ TEST_F(CountingTableTest, ModernKeysAreCutTo2048Characters) {
   EXPECT_EQ(Record(std::string(256, 'k'))->count, 2);
 }
 
+TEST_F(CountingTableTest, ModernLongSubkeyOfAShortKeyIsWhole) {
+  SetCountingLimits(kModernLimits);
+  const std::string from(1000, 'r');
+  queue_item(list_, info_, WithRoom("/gone"), WithRoom(from), false);
+  EXPECT_EQ(list_length(list_), 1U);
+  EXPECT_EQ(Record("/gone")->sublist()->first->key(), from);
+}
+
 TEST_F(CountingTableTest, ModernLongKeysKeepTheOrderOfTheCalls) {
   SetCountingLimits(kModernLimits);
   const std::string tail(1000, 'x');

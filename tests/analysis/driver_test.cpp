@@ -698,7 +698,7 @@ TEST_F(CountLogsTest, FilteredReferrersStayWithoutFilterReferrers) {
 
 // ---- Reverse DNS ---------------------------------------------------------------------
 
-class DriverDns : public Driver {
+class DriverDns : public CountingOfDriver {
  protected:
   DriverDns() {
     DestroyDNSCache();
@@ -775,6 +775,30 @@ TEST_F(DriverDns, ResolvedNameThatPassesIsTheHost) {
   Run();
   EXPECT_EQ(Domains(), "office.test=1 ");
   EXPECT_EQ(analysis_.hits, 1);
+}
+
+// A name of 247 characters, of which the classic edition keeps 243.
+static hostent* ResolveToLongName(const void*, socklen_t, int) {
+  static std::string name = "desk." + std::string(230, 'x') + ".office.test";
+  static hostent host{};
+  host.h_name = name.data();
+  return &host;
+}
+
+TEST_F(DriverDns, ClassicFilterSeesOfAResolvedNameWhatIsKept) {
+  mpResolver = ResolveToLongName;
+  CopyText(settings_.filter_domains, "office.test");
+  AddLog("a.log", {{.host = "192.0.2.1"}});
+  RunWith(kClassicCounting);
+  EXPECT_EQ(analysis_.hits, 1);
+}
+
+TEST_F(DriverDns, ModernFilterSeesALongResolvedNameWhole) {
+  mpResolver = ResolveToLongName;
+  CopyText(settings_.filter_domains, "office.test");
+  AddLog("a.log", {{.host = "192.0.2.1"}});
+  RunWith(kModernCounting);
+  EXPECT_EQ(analysis_.hits, 0);
 }
 
 TEST_F(DriverDns, UncountedRecordsAreNotLookedUp) {

@@ -108,6 +108,18 @@ TEST_F(RunTest, HelpNeedsNoConfiguration) {
   EXPECT_EQ(status, 0);
 }
 
+TEST_F(RunTest, OneArgumentIsARequest) {
+  WriteConfig("orvellis.conf", Account());
+  EXPECT_THAT(Page({"username=nobody"}), HasSubstr("Error #2"));
+}
+
+TEST_F(RunTest, ArgumentsOfAShellBesideAFormCountForNothing) {
+  WriteConfig("orvellis.conf", Account());
+  setenv("CONTENT_LENGTH", std::to_string(strlen(kForm)).c_str(), 1);
+  EXPECT_THAT(Page({"edition=none", "config=missing.conf"}, kForm), HasSubstr("a.html"));
+  EXPECT_EQ(status, 0);
+}
+
 TEST_F(RunTest, SettlesParametersOnceAndBeforeTheyAreUsed) {
   WriteConfig("orvellis.conf", Account());
   EXPECT_THAT(Page(kAsk), HasSubstr("settled title"));

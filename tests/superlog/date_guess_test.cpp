@@ -196,6 +196,7 @@ TEST_F(DateGuessTest, WideTimesAreTaken) {
   EXPECT_EQ(Guess("2100-03-01 00:00:00 /"), Utc(2100, 3, 1));
   EXPECT_EQ(Guess("4107542400 /"), Utc(2100, 3, 1));
   EXPECT_EQ(Guess("1700000000 /"), 1700000000);
+  EXPECT_EQ(Guess("631151999 /"), 0) << "before 1990";
   EXPECT_EQ(Guess("253402300799 /"), 253402300799);
   EXPECT_EQ(Guess("253402300800 /"), 0);
   EXPECT_EQ(Guess("h [01/Foo/2039:00:00:00 +0000]"), -1);

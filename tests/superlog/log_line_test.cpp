@@ -577,6 +577,7 @@ TEST_F(ParseNextLineTest, ModernTimesHave64Bits) {
       {"T5u", "Mon, 1 Mar 2100\t/a", 4107542400},
       {"T0u", "4107542400\t/a", 4107542400},
       {"T0u", "-2208988800\t/a", -2208988800},
+      {"T0u", "3057164896\t/a", 971186400},  // counted from 1904
       {"T1u", "01/Jan/9999:00:00:00 +0000\t/a", 253370764800},
   };
   for (const auto& row : rows) {
