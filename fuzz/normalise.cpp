@@ -8,6 +8,7 @@
 #include "analysis/plain_normalise.h"
 #include "analysis/request_filters.h"
 #include "analysis/request_filters_internal.h"
+#include "base/limits.h"
 #include "superlog/byte_scan.h"
 #include "superlog/log_line.h"
 #include "support.h"
@@ -103,7 +104,7 @@ static std::vector<std::string> Entries(std::string_view filter) {
 static bool PlainDomainPasses(const Settings& settings, const std::string& host) {
   const std::vector<std::string> entries = Entries(settings.filter_domains);
   return host.empty() || std::none_of(entries.begin(), entries.end(), [&](const std::string& entry) {
-           return Lower(host).substr(0, kTextMax).find(entry) != std::string::npos;
+           return Lower(host).substr(0, kLongestItem).find(entry) != std::string::npos;
          });
 }
 
