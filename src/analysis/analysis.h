@@ -71,7 +71,7 @@ struct Analysis {
   SearchCounts search;
   int64_t MsieCount;       // browser records of Internet Explorer
   int64_t NavCount;        // and of Netscape Navigator
-  int64_t gHits_Browsers;  // what the shares of both are of; wraps at 32 bits
+  int64_t gHits_Browsers;  // what the shares of both are of
   LogFigures logs;
   MemoryFigures memory;
   const ListInfo* tables;  // the chain of all tables, which tell what memory reclaims took from them

@@ -1,11 +1,11 @@
 #include "base/text_file.h"
 
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
 #include "base/memory_end.h"
@@ -31,36 +31,40 @@ OpenedFile OpenToRead(const char* path) {
 
 // ---- What comes through a pipe ----
 
-// Copies at most kKeptOfPipe bytes. True when that was all.
-static bool CopyPipe(int pipe, int kept) {
-  char block[8192];
-  for (size_t copied = 0; copied < kKeptOfPipe;) {
-    const ssize_t bytes = read(pipe, block, std::min(sizeof block, kKeptOfPipe - copied));
-    if (bytes <= 0) {
-      return true;
-    }
-    if (write(kept, block, static_cast<size_t>(bytes)) != bytes) {
-      EndWithoutMemory();
-    }
-    copied += static_cast<size_t>(bytes);
+static void Close(int& file) {
+  if (file != -1) {
+    close(file);
+    file = -1;
   }
-  return false;
 }
 
-// Puts a file in memory in the place of the pipe.
+static void MakeRoom(TextFile& text, size_t& capacity) {
+  if (text.kept_size == capacity) {
+    capacity = capacity == 0 ? sizeof text.block : std::min(2 * capacity, kKeptOfPipe);
+    char* const grown = static_cast<char*>(realloc(text.kept, capacity));
+    if (grown == nullptr) {
+      EndWithoutMemory();
+    }
+    text.kept = grown;
+  }
+}
+
+// Keeps at most kKeptOfPipe bytes. Not in a file: a limit on the size of files would hold for it.
 static void KeepPipe(TextFile& text) {
-  const int pipe = text.file;
-  fcntl(pipe, F_SETFL, 0);  // reading waits for the writer
-  text.file = memfd_create("pipe", MFD_CLOEXEC);
-  if (text.file < 0) {
-    EndWithoutMemory();
+  fcntl(text.file, F_SETFL, 0);  // reading waits for the writer
+  size_t capacity = 0;
+  ssize_t bytes = 1;
+  while (bytes > 0 && text.kept_size < kKeptOfPipe) {
+    MakeRoom(text, capacity);
+    bytes = read(text.file, text.kept + text.kept_size, capacity - text.kept_size);
+    text.kept_size += bytes > 0 ? static_cast<size_t>(bytes) : 0;
   }
-  if (CopyPipe(pipe, text.file)) {
-    close(pipe);
+  if (bytes > 0) {
+    text.rest = text.file;
+    text.file = -1;
   } else {
-    text.rest = pipe;
+    Close(text.file);
   }
-  lseek(text.file, 0, SEEK_SET);
 }
 
 // ---- The file ----
@@ -69,6 +73,8 @@ bool OpenTextFile(TextFile& text, const char* path, Pipes pipes) {
   const OpenedFile opened = OpenToRead(path);
   text.file = opened.file;
   text.rest = -1;
+  text.kept = nullptr;
+  text.kept_size = text.kept_next = 0;
   text.next = text.filled = 0;
   if (opened.file < 0) {
     return false;
@@ -82,21 +88,31 @@ bool OpenTextFile(TextFile& text, const char* path, Pipes pipes) {
 }
 
 void RewindTextFile(TextFile& text) {
-  text.next = text.filled = 0;
-  lseek(text.file, 0, SEEK_SET);
-}
-
-static void Close(int& file) {
-  if (file != -1) {
-    close(file);
-    file = -1;
+  text.next = text.filled = text.kept_next = 0;
+  if (text.file != -1) {
+    lseek(text.file, 0, SEEK_SET);
   }
 }
 
 void CloseTextFile(TextFile& text) {
   Close(text.file);
   Close(text.rest);
+  free(text.kept);
+  text.kept = nullptr;
+  text.kept_size = text.kept_next = 0;
   text.next = text.filled = 0;
+}
+
+// Fills the block from what was kept, then from the file, then from the rest of a pipe.
+static ssize_t FillBlock(TextFile& text) {
+  if (text.kept_next < text.kept_size) {
+    const size_t bytes = std::min(sizeof text.block, text.kept_size - text.kept_next);
+    memcpy(text.block, text.kept + text.kept_next, bytes);
+    text.kept_next += bytes;
+    return static_cast<ssize_t>(bytes);
+  }
+  const int file = text.file != -1 ? text.file : text.rest;
+  return file == -1 ? 0 : read(file, text.block, sizeof text.block);
 }
 
 // Makes unread bytes available; false when there are none left.
@@ -104,12 +120,7 @@ static bool Refill(TextFile& text) {
   if (text.next < text.filled) {
     return true;
   }
-  ssize_t bytes = text.file == -1 ? 0 : read(text.file, text.block, sizeof text.block);
-  if (bytes <= 0 && text.rest != -1) {
-    Close(text.file);
-    std::swap(text.file, text.rest);
-    bytes = read(text.file, text.block, sizeof text.block);
-  }
+  const ssize_t bytes = FillBlock(text);
   text.next = 0;
   text.filled = bytes > 0 ? static_cast<size_t>(bytes) : 0;
   return text.filled > 0;

@@ -37,6 +37,9 @@ inline constexpr size_t kKeptOfPipe = 16 * 1024 * 1024;  // bytes
 struct TextFile {
   int file = -1;  // -1: nothing (more) to read
   int rest = -1;  // the pipe, behind what was kept of it; -1: all was kept
+  char* kept = nullptr;
+  size_t kept_size = 0;
+  size_t kept_next = 0;
   size_t next = 0;
   size_t filled = 0;
   char block[8192];

@@ -1,7 +1,6 @@
 #include "run/reset.h"
 
 #include "analysis/driver.h"
-#include "analysis/search_phrases.h"
 #include "dates/local_time.h"
 #include "superlog/superlog.h"
 

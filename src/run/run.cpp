@@ -44,7 +44,7 @@ static bool ChooseRules(Task& task) {
   if (!ChooseConfig(words, task.config)) {
     return false;
   }
-  task.pinned = !from_shell && !task.config.fall_back;
+  task.pinned = !own_arguments && !task.config.fall_back;
   task.edition = ChooseEdition(words, task.config);
   return task.edition != nullptr;
 }

@@ -18,6 +18,7 @@ static constexpr int kManyCommas = 14;  // more of them make a comma-separated l
 struct Guess {
   tm when;
   bool dated;
+  const char* number;  // the first field that could be a time in seconds; null: none
 };
 
 // "n" for a run of digits, "a" for a run of letters, other characters as they
@@ -128,9 +129,9 @@ static void ParseGenericTriplet(const char* text, Guess& guess) {
 using DateParser = void (*)(const char* text, tm& when);
 
 // The parser of a field that tells date and time at once, null for any other.
-static DateParser ParserOfFullDate(std::string_view shape, const char* field, bool dated) {
-  // A large size behind a date may look like a time; deliberate: where figures are narrow it is one
-  if (shape == "n" && !(dated && mLogLimits.wide_figures) && IsEpochOfLogs(field)) {
+static DateParser ParserOfFullDate(std::string_view shape, const char* field) {
+  // deliberate: where figures are narrow any number of that size is a time
+  if (shape == "n" && !mLogLimits.wide_figures && IsEpochOfLogs(field)) {
     return ParseEpoch;
   }
   if (IsCommonLogShape(shape)) {
@@ -143,7 +144,7 @@ static DateParser ParserOfFullDate(std::string_view shape, const char* field, bo
 static bool LookAtField(const char* field, Guess& guess) {
   char buffer[kShapeMax];
   const std::string_view shape = ShapeOf(field, buffer);
-  if (const DateParser parse = ParserOfFullDate(shape, field, guess.dated)) {
+  if (const DateParser parse = ParserOfFullDate(shape, field)) {
     parse(field, guess.when);
     guess.dated = true;
     return true;
@@ -153,6 +154,8 @@ static bool LookAtField(const char* field, Guess& guess) {
     guess.dated = true;
   } else if (IsTripletShape(shape)) {
     ParseGenericTriplet(field, guess);
+  } else if (shape == "n" && guess.number == nullptr && IsEpochOfLogs(field)) {
+    guess.number = field;
   }
   return false;
 }
@@ -186,6 +189,11 @@ time_t GuessDateTimeFromText(char* line) {
   while (!found && cursor.next < cursor.end) {
     ParseFieldBySeparator(cursor, separator);
     found = cursor.length > 0 && LookAtField(cursor.value, guess);
+  }
+  // Visitors' names and sizes may be numbers, too: one is a time where nothing else tells any.
+  if (!guess.dated && guess.number != nullptr) {
+    ParseEpoch(guess.number, guess.when);
+    guess.dated = true;
   }
   return TimeOf(guess);
 }

@@ -23,6 +23,16 @@ static constexpr std::string_view kVersionKey = "!Version=";
 static constexpr std::string_view kBaseYearKey = "!Year0=";
 static constexpr std::string_view kBaseYear = "1970";
 
+// Dates that were read with wide figures are another version's: with narrow ones, other dates would have
+// been read, or none.
+static const char* WidthMark() {
+  return mLogLimits.wide_figures ? "/64" : "";
+}
+
+static bool IsOwnVersion(std::string_view version) {
+  return version.starts_with(kVersion) && version.substr(strlen(kVersion)) == WidthMark();
+}
+
 // --- Names ------------------------------------------------------------------
 
 void MakeDirWithSlash(char* dest, size_t capacity, const char* path) {
@@ -83,7 +93,7 @@ static void AddEntry(const char* line) {
 static bool TakeLine(const char* text) {
   const std::string_view line = text;
   if (line.starts_with(kVersionKey)) {
-    return line.substr(kVersionKey.size()) == kVersion;
+    return IsOwnVersion(line.substr(kVersionKey.size()));
   }
   if (line.starts_with(kBaseYearKey)) {
     return line.substr(kBaseYearKey.size()) == kBaseYear;
@@ -134,7 +144,7 @@ static void WriteSummaryFileHeaders(FILE* file) {
   fputs("# You can find information about and support for Orvellis at this URL:\n", file);
   fprintf(file, "# %s\n#\n", kProductAddress);
   fprintf(file, "# Last updated on %s\n", updated);
-  fprintf(file, "!Version=%s\n!Year0=1970\n", kVersion);
+  fprintf(file, "!Version=%s%s\n!Year0=1970\n", kVersion, WidthMark());
 }
 
 void WriteSummaryFile(const char* path) {

@@ -209,6 +209,17 @@ TEST_F(DateGuessTest, LargeSizeBehindADateIsNoWideTime) {
   EXPECT_EQ(Guess("2000-03-01 00:00:00 /film 5000000000"), Utc(2000, 3, 1));
 }
 
+TEST_F(DateGuessTest, NumberBeforeADateIsNoWideTime) {
+  const std::string line = " [05/Mar/2000:10:00:00 +0000] \"GET /x HTTP/1.0\" 200 5";
+  EXPECT_EQ(Guess("h - 1200000000" + line), 1200000000);
+  mLogLimits = kModernLimits;
+  for (const char* login : {"1200000000", "1700000000", "2025550123", "4100000000", "49151123456"}) {
+    EXPECT_EQ(Guess("h - " + std::string(login) + line), Utc(2000, 3, 5) + 36000) << login;
+  }
+  EXPECT_EQ(Guess("1700000000 h 2025550123 /"), 1700000000) << "the first of several";
+  EXPECT_EQ(Guess("10:20:30 1700000000 /"), 1700000000) << "a time of day alone is no date";
+}
+
 TEST_F(DateGuessTest, FullDateThatCannotBeReadEndsTheSearch) {
   EXPECT_EQ(Guess("h - - [01/Foo/2000:00:00:00 +0000] 971186136"), -1);
 }

@@ -13,6 +13,7 @@
 #include "dates/clock.h"
 #include "dates/local_time.h"
 #include "superlog/line_reader.h"
+#include "superlog/log_limits.h"
 #include "superlog/log_list.h"
 #include "support/text_file.h"
 
@@ -188,6 +189,21 @@ TEST_F(SummaryFileTest, OtherVersionEndsTheReading) {
     const Entries entries = Read("1,2,3,before\n!Version=" + std::string(version) + "\n7,8,9,after\n");
     EXPECT_EQ(entries, Entries{"1|2|3|before"});
   }
+}
+
+TEST_F(SummaryFileTest, DatesOfAnotherWidthAreAnotherVersions) {
+  Append("a.log", 1, 2, 3);
+  const std::string narrow = NewPath("narrow.ORV");
+  WriteSummaryFile(narrow.c_str());
+  mLogLimits = kModernLimits;
+  const std::string wide = NewPath("wide.ORV");
+  WriteSummaryFile(wide.c_str());
+  EXPECT_NE(ReadFile(wide).find("\n!Version=1.5/64\n"), std::string::npos);
+  EXPECT_EQ(ReadPath(wide), Entries{"1|2|3|a.log"});
+  EXPECT_EQ(ReadPath(narrow), Entries{});
+  mLogLimits = kClassicLimits;
+  EXPECT_EQ(ReadPath(wide), Entries{});
+  EXPECT_EQ(ReadPath(narrow), Entries{"1|2|3|a.log"});
 }
 
 TEST_F(SummaryFileTest, OtherBaseYearEndsTheReading) {
