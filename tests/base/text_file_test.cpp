@@ -1,6 +1,7 @@
 #include "base/text_file.h"
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -322,6 +323,24 @@ TEST(RewindTextFile, PipeIsReadAgain) {
   ASSERT_TRUE(OpenTextFile(text, PipeOf(300 * 1024, writer).c_str(), Pipes::kKeep));
   writer.join();
   EXPECT_EQ(text.rest, -1);
+  EXPECT_EQ(CountLinesToTheEnd(text), 301U);
+  RewindTextFile(text);
+  EXPECT_EQ(CountLinesToTheEnd(text), 301U);
+  CloseTextFile(text);
+}
+
+TEST(RewindTextFile, PipeIsKeptWhereFilesMayNotGrow) {
+  rlimit old{};
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &old), 0);
+  const rlimit none = {0, old.rlim_max};
+  std::thread writer;
+  TextFile text;
+  const std::string path = PipeOf(300 * 1024, writer);
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &none), 0);
+  const bool opened = OpenTextFile(text, path.c_str(), Pipes::kKeep);
+  setrlimit(RLIMIT_FSIZE, &old);
+  writer.join();
+  ASSERT_TRUE(opened);
   EXPECT_EQ(CountLinesToTheEnd(text), 301U);
   RewindTextFile(text);
   EXPECT_EQ(CountLinesToTheEnd(text), 301U);
