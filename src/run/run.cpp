@@ -111,7 +111,6 @@ static int Finish(Task& task, Error error) {
   if (error != kNoError) {
     task.edition->page->refuse(error, task.env, task.settings);
   }
-  CloseConfigFile(task.config);
   EndOrvellisCleanup(task.settings);
   return FinishPage();
 }
@@ -138,5 +137,7 @@ int Run(const RunInput& input) {
     CommandLineHelp();
     return Finish(task, kNoError);
   }
-  return ChooseRules(task) ? Answer(task) : kStatusNoEdition;
+  const int status = ChooseRules(task) ? Answer(task) : kStatusNoEdition;
+  CloseConfigFile(task.config);
+  return status;
 }
