@@ -30,7 +30,7 @@ set -eu
 
 program=$1
 case=$2
-todo=${3:-}
+action=${3:-}
 here=$(cd "${0%/*}" && pwd)
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
@@ -71,9 +71,9 @@ sort_out "$work/want" expected.out expected.status expected
 
 if [ -f "$own/expected.diff" ]; then
   patch -u -N -o "$work/want/expected.out" "$page" <"$own/expected.diff" >"$work/said" 2>&1 ||
-    [ "$todo" = --update ] || { cat "$work/said" && exit 1; }
+    [ "$action" = --update ] || { cat "$work/said" && exit 1; }
 fi
-if [ "$todo" = --unpack ]; then
+if [ "$action" = --unpack ]; then
   (cd "$work/given" && rm -f base page expected.diff)
   cp -R "$work/in/." "$work/given/." "$work/want/." "$4/"
   exit 0
@@ -122,7 +122,7 @@ if [ -s "$work/err" ]; then
   cat "$work/err"
   exit 1
 fi
-if [ "$todo" != --update ]; then
+if [ "$action" != --update ]; then
   diff -a -r -u "$work/want" "$work/got"
   exit
 fi
