@@ -97,7 +97,7 @@ bool IsInNetwork(const Address& address, const Network& network) {
 
 // ---- Lists ----
 
-static std::string_view WithoutBlanks(std::string_view text) {
+std::string_view WithoutBlanks(std::string_view text) {
   static constexpr std::string_view kBlanks = " \t";
   const size_t first = text.find_first_not_of(kBlanks);
   return first == std::string_view::npos ? ""

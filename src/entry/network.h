@@ -38,6 +38,9 @@ bool IsInNetwork(const Address& address, const Network& network);
 // item that is no network, and an empty one, holds no address.
 bool IsInNetworks(const Address& address, std::string_view networks);
 
+// The text without blanks and tabs around it.
+std::string_view WithoutBlanks(std::string_view text);
+
 // Takes the next item off a list that is separated by commas, without the blanks
 // around it; empty ones are passed over. False when there is none.
 bool NextListItem(std::string_view& list, std::string_view& item);
