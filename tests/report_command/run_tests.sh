@@ -427,6 +427,15 @@ test_path_and_match() {
   expect_records 2 2000-03-05 2000-03-07
   run --match '*/b*' access.log
   expect_records 1 2000-03-05 2000-03-07
+  # The slash may be left out; the whole address that a proxy logs stays what it is.
+  run --path docs access.log
+  expect_records 2 2000-03-05 2000-03-07
+  run --path docs/b access.log
+  expect_records 1 2000-03-05 2000-03-07
+  run --path http://docs access.log
+  expect_error 1 'nothing to report'
+  run --path "$(printf '%0243d' 0)" access.log
+  expect_error 2 '--path takes at most 243 characters'
   run --path /docs --match '*' access.log
   expect_error 2 '--path and --match cannot be used together'
   run --path '/a=b' access.log
@@ -675,6 +684,91 @@ test_unwritable_output() {
   expect_error 2 'cannot write /dev/full: is the disk full?'
 }
 
+# Somebody without rights, also where the tests run as root; reads $private and writes in no folder but that.
+run_unprivileged() {
+  unprivileged=''
+  if [ "$(id -u)" = 0 ]; then
+    command -v setpriv >/dev/null || return 1
+    unprivileged="$(command -v setpriv) --reuid=65534 --regid=65534 --clear-groups"
+    chmod 711 "$root" "$folder"
+    chmod 777 "$private"
+  fi
+  # shellcheck disable=SC2086 # words
+  PATH=$tools ORVELLIS=$stand_in TMPDIR=$private "$(command -v env)" $unprivileged "$shell" "$report" "$edition" "$@" \
+    >out 2>err </dev/null
+  status=$?
+}
+
+test_output_without_the_right() {
+  week >access.log
+  mkdir mine open
+  chmod 555 mine
+  chmod 777 open
+  run_unprivileged -o open/page.html access.log || return 0
+  expect_status 0 # the control
+  run_unprivileged -o mine/page.html access.log
+  expect_error 2 'cannot write mine/page.html: name another file'
+  chmod 444 open/page.html
+  [ "$(id -u)" != 0 ] || chown 0 open/page.html
+  run_unprivileged -o open/page.html access.log
+  expect_error 2 'cannot write open/page.html: name another file'
+}
+
+test_output_that_is_no_file() {
+  week >access.log
+  mkfifo pipe
+  run -o pipe access.log
+  expect_error 2 'pipe is no file: name a file with --output, or send "--output -" there'
+  # What the caller has opened is another matter.
+  orvellis_report -o /dev/stdout access.log 2>err | cat >out
+  expect_in out '</html>'
+}
+
+# A disk that is full at the start, in the middle, and, as a control, not at all.
+test_output_on_a_full_disk() {
+  week >access.log
+  run -o - access.log
+  bytes=$(wc -c <out)
+  mkdir disk
+  for free in 0 $((bytes / 4096)) $((bytes / 4096 + 1)); do
+    # shellcheck disable=SC2016 # for the shell in the name space
+    unshare --mount "$(command -v dash)" -c 'mount -t tmpfs -o size=64k tmpfs disk || exit 77
+      head -c $((65536 - $1 * 4096)) /dev/zero >disk/filler
+      shift
+      exec "$@"' dash "$free" env PATH="$tools" ORVELLIS="$stand_in" TMPDIR="$private" \
+      "$shell" "$report" "$edition" -o disk/page.html access.log >out 2>err </dev/null
+    status=$?
+    [ "$status" != 77 ] && ! grep -q unshare err || return 0 # not allowed here
+    if [ "$free" = $((bytes / 4096 + 1)) ]; then
+      expect_status 0
+    else
+      expect_error 2 'cannot write disk/page.html: is the disk full?'
+    fi
+  done
+}
+
+test_standard_output_that_takes_nothing() {
+  week >access.log
+  orvellis_report -o - access.log >&- 2>err </dev/null
+  status=$?
+  expect_error 2 'cannot write to standard output: it is closed'
+  orvellis_report -o - access.log >/dev/full 2>err </dev/null
+  status=$?
+  expect_error 2 'cannot write to standard output: is the disk full?'
+  for option in --help -h --version '--init-site --help'; do
+    # shellcheck disable=SC2086 # words
+    edition='' orvellis_report $option >/dev/full 2>err
+    status=$?
+    expect_error 2 'cannot write to standard output: is the disk full?'
+  done
+  # Where the page goes to a file, nobody misses the closed streams.
+  orvellis_report access.log >&- 2>&- <&-
+  status=$?
+  expect_status 0
+  expect_in report.html '</html>'
+  [ "$(head -c 6 report.html)" = '<html>' ] || failed 'something stands in front of the page'
+}
+
 test_page_is_replaced() {
   week >access.log
   run access.log
@@ -738,6 +832,11 @@ test_help_and_version() {
   expect_status 0
   expect_in out 'Usage: orvellis-report'
   [ ! -s err ] || failed 'help goes to standard error'
+  cp out help
+  run -h
+  expect_status 0
+  diff help out || failed '-h says something else than --help'
+  expect_in help 'served only by a web server with the shipped headers'
   run --version
   expect_status 0
   expect_in out "orvellis-report $(sed -n 's/^project(orvellis VERSION \([0-9.]*\).*/\1/p' "$project/CMakeLists.txt")"
