@@ -893,7 +893,7 @@ test_manual_page_has_no_fault() {
 install_in_root() { # SERVER...
   mkdir -p root/usr/bin root/usr/share/orvellis/conf root/etc/orvellis
   cp "$project"/bin/* root/usr/bin/
-  printf '# accounts' >root/etc/orvellis/orvellis.conf
+  printf 'UserPasswords=/etc/orvellis/passwords\n# accounts' >root/etc/orvellis/orvellis.conf
   printf '# About.\n\nScriptAlias /orvellis-cgi/ /cgi/\n' >root/usr/share/orvellis/conf/apache.conf
   for name in "$@"; do mkdir -p "root/etc/$name/conf-available" "root/etc/$name/conf-enabled" "root/etc/$name/conf.d"; done
 }
@@ -913,25 +913,49 @@ test_init_site_shows_and_changes_nothing() {
   expect_in out '    ScriptAlias /orvellis-cgi/ /cgi/'
   ! grep -q '# About' out || failed 'comments are shown'
   find root | diff before - || failed 'files are changed'
-  [ "$(cat root/etc/orvellis/orvellis.conf)" = '# accounts' ] || failed 'the configuration is changed'
+  [ "$(tail -n 1 root/etc/orvellis/orvellis.conf)" = '# accounts' ] || failed 'the configuration is changed'
 }
 
 test_init_site_writes_once() {
   install_in_root nginx
+  printf 'ann:HASH\n' >root/etc/orvellis/passwords
   for url in https://shop.example.com https://again.example.com; do
     init_site --write --account shop --url "$url" --logs '/srv/shop/*.log'
     expect_status 0
   done
   expect_in out 'has an account shop already'
-  expect_in out 'has a password of shop already'
   expect_in out 'is there already and stays as it is'
   grep -qx 'user=shop;logs=/srv/shop/\*.log;url=https://shop.example.com;title=shop' root/etc/orvellis/orvellis.conf ||
     failed 'the account has no line of its own'
-  [ "$(wc -l <root/etc/orvellis/passwords)" -eq 1 ] || failed 'the passwords are wrong'
-  expect_match root/etc/orvellis/passwords '^shop:.'
+  # Passwords are somebody else's: until there is one, the account is closed.
+  [ "$(cat root/etc/orvellis/passwords)" = 'ann:HASH' ] || failed 'the passwords are changed'
+  expect_in out '  orvellis-passwd shop'
   expect_in out 'Written.'
   [ "$(readlink root/etc/nginx/conf.d/orvellis-common.conf)" = /usr/share/orvellis/conf/nginx-common.conf ] || failed 'no link'
-  case $(ls -l root/etc/orvellis/passwords) in -rw-?-----*) ;; *) failed 'others may read the passwords' ;; esac
+  echo 'shop:HASH' >>root/etc/orvellis/passwords
+  init_site --account shop --logs '/srv/shop/*.log'
+  expect_in out 'has a password of shop already'
+  expect_not_in out orvellis-passwd
+}
+
+test_init_site_makes_no_open_account() {
+  install_in_root nginx
+  for line in '' '#UserPasswords=/etc/orvellis/passwords' 'UserPasswords='; do
+    echo "$line" >root/etc/orvellis/orvellis.conf
+    init_site --write
+    expect_error 2 'names no password file: add the line UserPasswords=/etc/orvellis/passwords first'
+    expect_not_in root/etc/orvellis/orvellis.conf user=
+  done
+  install_in_root nginx
+  init_site --write
+  expect_status 0
+  # The line as it stands lets nobody in, in either edition.
+  : >root/etc/orvellis/passwords
+  sed "s|=/etc|=$PWD/root/etc|" root/etc/orvellis/orvellis.conf >conf
+  for edition in classic modern; do
+    "$program" config=conf "edition=$edition" username=nginx password= date=03052000,03072000 >page
+    expect_match page 'Invalid user account name'
+  done
 }
 
 test_init_site_chooses_the_server() {
@@ -944,7 +968,7 @@ test_init_site_chooses_the_server() {
 
 test_init_site_is_undone() {
   install_in_root nginx
-  printf 'ann:secret' >root/etc/orvellis/passwords
+  printf 'nginx:HASH\nann:HASH' >root/etc/orvellis/passwords
   mkdir root/etc/nginx/sites-available
   printf 'server {\n\tserver_name _;\n\tlisten 80;\n}\n' >root/etc/nginx/sites-available/default
   cp -R root before
@@ -956,7 +980,8 @@ test_init_site_is_undone() {
   [ "$(grep -cF "$include" root/etc/nginx/sites-available/default)" = 1 ] || failed 'the line is written twice'
   init_site --remove
   expect_status 0
-  # The ends of the last lines are what remains.
+  # The ends of the last lines are what remains, and no password of the account.
+  sed -i /^nginx:/d before/etc/orvellis/passwords
   for file in orvellis/orvellis.conf orvellis/passwords; do echo >>"before/etc/$file"; done
   diff -r before root || failed 'something remains'
 }
