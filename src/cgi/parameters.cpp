@@ -110,6 +110,20 @@ static void LevelledText(Settings& settings, const Param& param) {
   kSetter(settings, param.value, param.level);
 }
 
+template <auto kField, auto kWhole>
+static void Password(Settings& settings, const Param& param) {
+  CopyText(settings.*kField, param.value);
+  CopyText(settings.*kWhole, param.value);
+}
+
+// A name that was cut could be another one's.
+static void SignOn(Settings& settings, const Param& param) {
+  const std::string_view names = param.value;
+  const size_t comma = names.rfind(',');
+  const bool whole = names.size() < kTextMax;
+  CopyText(settings.signon, whole ? names : names.substr(0, comma == std::string_view::npos ? 0 : comma));
+}
+
 static void Find(Settings& settings, const Param& param) {
   CopyText(param.source == ParamSource::kAccount ? settings.find_account : settings.find_form, param.value);
 }
@@ -194,7 +208,8 @@ struct Keyword {
 static const Keyword kKeywords[] = {
     {"edition", DecidedBefore, kFromShell},
     {"config", Copy<&Settings::config>, kFromRequest},
-    {"password", Copy<&Settings::password_account>, kFromAccount},
+    {"password", Password<&Settings::password_account, &Settings::stored_password>, kFromAccount},
+    {"signon", SignOn, kFromAccount},
     {"AccessLog", Copy<&Settings::AccessLog>, kFromAccount},
     {"logs", Copy<&Settings::logs>, kFromAccount},
     {"authrealm", FixedByAccount<&Settings::authrealm>},
@@ -202,7 +217,7 @@ static const Keyword kKeywords[] = {
     {"showquery", Number<&Settings::showquery>, kFromAny, kGoOn},
     {"summary", Copy<&Settings::summary>},
     {"username", Copy<&Settings::username>, kFromRequest},
-    {"password", Copy<&Settings::password_form>, kFromRequest},
+    {"password", Password<&Settings::password_form, &Settings::typed_password>, kFromRequest},
     {"find", Find},
     {"find_casesensitive", Number<&Settings::find_casesensitive>},
     {"find_pattern", Number<&Settings::find_pattern>},

@@ -2,7 +2,9 @@
 
 #include <cstdio>
 
+#include "config/account.h"
 #include "dates/years.h"
+#include "entry/admission.h"
 
 static const Edition kEditions[] = {
     {
@@ -10,6 +12,8 @@ static const Edition kEditions[] = {
         .counting = kClassicCounting,
         .page = &kClassicPage,
         .form = ParamSource::kForm,
+        .admit = AdmitByPlainRules,
+        .names_as_written = false,
         .last_year = kLastNarrowYear,
         .server_arguments = true,
     },
@@ -18,6 +22,8 @@ static const Edition kEditions[] = {
         .counting = kModernCounting,
         .page = &kClassicPage,
         .form = ParamSource::kForm,
+        .admit = Admit,
+        .names_as_written = true,
         .last_year = kLastWrittenYear,
         .server_arguments = false,
     },

@@ -15,7 +15,10 @@ struct Edition {
   std::string_view name;
   Counting counting;
   const PageWriter* page;
-  ParamSource form;       // as what the keyword table takes the fields of a form
+  ParamSource form;  // as what the keyword table takes the fields of a form
+  // Whether the requester may see the account, which was found in the configuration or not.
+  Refusal (*admit)(bool account_found, const Environment& env, const Settings& settings);
+  bool names_as_written;  // whether accounts are called as the configuration spells them
   int last_year;          // that the years of a form may name
   bool server_arguments;  // whether what a web server makes arguments of is a request
 };

@@ -5,7 +5,6 @@
 #include "cgi/check_params.h"
 #include "cgi/environment.h"
 #include "cgi/request.h"
-#include "config/account.h"
 #include "report/extra_texts.h"
 #include "report/info_pages.h"
 #include "report/page_end.h"
@@ -54,6 +53,7 @@ static bool TakeParameters(Task& task) {
   const bool arguments = task.env.command_line != 0 || (task.edition->server_arguments && !task.pinned);
   CopyText(task.settings.config, task.config.path);
   task.settings.last_year = task.edition->last_year;
+  task.settings.names_as_written = task.edition->names_as_written;
   const bool taken = ReadParameters(arguments ? task.input.argc : 0, task.input.argv, task.input.form,
                                     task.env, task.edition->form, task.settings);
   if (task.pinned) {
@@ -63,10 +63,7 @@ static bool TakeParameters(Task& task) {
 }
 
 static Error Report(bool account_found, Task& task) {
-  if (!account_found) {
-    return kErrorRejected;
-  }
-  Error error = ValidateSession(task.env, task.settings);
+  Error error = task.edition->admit(account_found, task.env, task.settings).error;
   if (error == kNoError) {
     error = CheckParams(task.settings);
   }
