@@ -51,7 +51,7 @@ trap 'exit 1' INT TERM HUP
 
 cmake --install "$build" --prefix "$PREFIX" >/dev/null
 mkdir -p "$WORK/log/$SERVER" "$WORK/root"
-sed -i -e "s|/var/log/apache2/|$WORK/log/apache/|g" -e "s|/var/log/|$WORK/log/|g" "$PREFIX/etc/orvellis/orvellis.conf"
+sed -i -e "s|=/var/log/apache2/|=$WORK/log/apache/|g" -e "s|=/var/log/|=$WORK/log/|g" "$PREFIX/etc/orvellis/orvellis.conf"
 # "Teapot", as "openssl passwd -6" writes it.
 hash='$6$orvellistest$97tvDsjjQkALzl4OvZC7/lVKrvH/JjEq0wHxq4dMs7zRv031LEoq/Gq..lTKul1iz2Di6KKmDd9K/Zct60et70'
 echo "$SERVER:$hash" >"$PREFIX/etc/orvellis/passwords"
