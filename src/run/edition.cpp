@@ -5,6 +5,7 @@
 #include "config/account.h"
 #include "dates/years.h"
 #include "entry/admission.h"
+#include "report/guarded_page.h"
 
 static const Edition kEditions[] = {
     {
@@ -15,16 +16,18 @@ static const Edition kEditions[] = {
         .admit = AdmitByPlainRules,
         .names_as_written = false,
         .last_year = kLastNarrowYear,
+        .whole_values = false,
         .server_arguments = true,
     },
     {
         .name = "modern",
         .counting = kModernCounting,
-        .page = &kClassicPage,
-        .form = ParamSource::kForm,
+        .page = &kGuardedPage,
+        .form = ParamSource::kStranger,
         .admit = Admit,
         .names_as_written = true,
         .last_year = kLastWrittenYear,
+        .whole_values = true,
         .server_arguments = false,
     },
 };

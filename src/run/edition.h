@@ -17,9 +17,10 @@ struct Edition {
   const PageWriter* page;
   ParamSource form;  // as what the keyword table takes the fields of a form
   // Whether the requester may see the account, which was found in the configuration or not.
-  Refusal (*admit)(bool account_found, const Environment& env, const Settings& settings);
+  Refusal (*admit)(bool account_found, Environment& env, const Settings& settings);
   bool names_as_written;  // whether accounts are called as the configuration spells them
   int last_year;          // that the years of a form may name
+  bool whole_values;      // whether "=" is part of a parameter's value
   bool server_arguments;  // whether what a web server makes arguments of is a request
 };
 
