@@ -22,6 +22,7 @@ struct Edition {
   int last_year;          // that the years of a form may name
   bool whole_values;      // whether "=" is part of a parameter's value
   bool server_arguments;  // whether what a web server makes arguments of is a request
+  bool only_posts;        // whether a report must be posted; otherwise GET alone cannot ask for it
 };
 
 // The edition of that name, ignoring case; null when there is none.
@@ -38,7 +39,8 @@ struct StartWords {
 
 // Sets the configuration of the run: that of the last config= argument of a shell,
 // else the pinned one, else kDefaultConfigFile, which also takes the place of one
-// that cannot be opened unless one is pinned. False, with a sentence on standard
+// that cannot be opened unless one is pinned. The path holds "=" where an edition=
+// argument names an edition that takes values whole. False, with a sentence on standard
 // error, when the pinned path is longer than a path can be.
 bool ChooseConfig(const StartWords& words, ConfigFile& config);
 

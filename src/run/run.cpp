@@ -22,7 +22,7 @@ struct Task {
   Environment env = {};
   Settings settings = {};
   ConfigFile config = {};
-  bool pinned = false;  // no request can name another configuration
+  bool pinned = false;  // nothing that is read from here on can name another configuration
   const Edition* edition = nullptr;
 };
 
@@ -44,7 +44,7 @@ static bool ChooseRules(Task& task) {
   if (!ChooseConfig(words, task.config)) {
     return false;
   }
-  task.pinned = !own_arguments && !task.config.fall_back;
+  task.pinned = own_arguments || !task.config.fall_back;
   task.edition = ChooseEdition(words, task.config);
   return task.edition != nullptr;
 }
@@ -118,13 +118,19 @@ static void ChoosePage(Task& task) {
   }
 }
 
-// A report must be posted.
+static bool IsRightMethod(const Task& task) {
+  const char* const method = task.env.REQUEST_METHOD;
+  return task.edition->only_posts ? EqualIgnoreCase(method, "POST") : !EqualIgnoreCase(method, "GET");
+}
+
+// A web server's report must be posted.
 static int Answer(Task& task) {
-  if (task.env.command_line == 0) {
+  const bool from_shell = task.env.command_line != 0;
+  if (!from_shell) {
     task.edition->page->announce();
   }
   ChoosePage(task);
-  if (task.settings.page == kPageReport && EqualIgnoreCase(task.env.REQUEST_METHOD, "GET")) {
+  if (task.settings.page == kPageReport && !from_shell && !IsRightMethod(task)) {
     return Finish(task, {kErrorNotPosted});
   }
   if (!TakeParameters(task)) {
