@@ -17,6 +17,11 @@
 #include "entry/stored_password.h"
 #include "passwd/say.h"
 
+// Seen from the program; the build tells it for other folders than these.
+#ifndef ORVELLIS_TO_CONFIGURATION
+#define ORVELLIS_TO_CONFIGURATION "../libexec/orvellis/cgi/orvellis.conf"
+#endif
+
 std::string InstalledConfiguration() {
   char program[PATH_MAX];
   char resolved[PATH_MAX];
