@@ -90,25 +90,6 @@ void MakePrintable(char* text) {
   }
 }
 
-size_t CopyVisible(char* dst, size_t capacity, std::string_view text) {
-  static constexpr char kDigits[] = "0123456789abcdef";
-  size_t length = 0;
-  for (const char c : text) {
-    const bool plain = c >= ' ' && c <= '~' && c != '"' && c != '\'' && c != '\\';
-    const unsigned byte = static_cast<unsigned char>(c);
-    const char escaped[] = {'\\', 'x', kDigits[byte >> 4], kDigits[byte & 15]};
-    const std::string_view piece =
-        plain ? std::string_view(&c, 1) : std::string_view(escaped, sizeof escaped);
-    if (length + piece.size() >= capacity) {
-      break;
-    }
-    piece.copy(dst + length, piece.size());
-    length += piece.size();
-  }
-  dst[length] = '\0';
-  return length;
-}
-
 int ToInt(const char* text) {
   return text == nullptr ? 0 : static_cast<int>(strtol(text, nullptr, 10));
 }

@@ -52,12 +52,6 @@ bool ContainsText(std::string_view text, std::string_view part);
 // text is nothing but text to a terminal.
 void MakePrintable(char* text);
 
-// Copies text with "\xNN" in place of every quote, backslash and character that is not
-// printable ASCII, so that it can stand between quotes in a line. Cuts to capacity - 1
-// characters, of which an "\xNN" is four or none. capacity must be at least 1. Returns
-// the number of characters written.
-size_t CopyVisible(char* dst, size_t capacity, std::string_view text);
-
 // Decimal number at the start of a NUL-terminated text, as C's atoi: leading
 // white space and a sign are accepted, the first other character ends it, a
 // non-number gives 0. Values beyond 32 bits wrap; beyond 64 bits they saturate

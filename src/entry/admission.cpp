@@ -10,7 +10,7 @@
 #include "entry/password_hash.h"
 #include "entry/stored_password.h"
 #include "entry/visitor.h"
-#include "report/error_page.h"
+#include "report/refusal_log.h"
 
 // A request to be let in.
 struct Entry {
@@ -34,79 +34,47 @@ enum Reason {
 // What the error log says of each.
 static constexpr const char* kReasonWords[] = {
     "",
-    "no such account",
-    "no password rule",
-    "not signed on",
-    "password not hashed",
-    "password file cannot be read",
-    "wrong password",
-    "too many refusals",
+    "refused: no such account",
+    "refused: no password rule",
+    "refused: not signed on",
+    "refused: password not hashed, which is mended by",
+    "refused: password file cannot be read:",
+    "refused: wrong password",
+    "refused: too many refusals",
 };
 
 // ---- The error log ----
 
-static constexpr size_t kVisibleSize = 4 * sizeof(Settings::username);
-static constexpr size_t kVisitorTextSize = 2 * kVisibleSize;
-
-// What the web server says, where it is no address: it can be anything.
-static void WriteVisitor(const Entry& entry, char (&text)[kVisitorTextSize]) {
-  char address[kAddressTextSize];
-  if (!entry.visitor.known) {
-    const std::string_view said = entry.env.REMOTE_ADDR;
-    CopyVisible(text, sizeof text, said.empty() ? "-" : said);
-    return;
-  }
-  WriteAddress(entry.visitor.address, address);
-  size_t length = CopyText(text, address);
-  if (entry.visitor.through_proxy) {
-    length += CopyText(text + length, sizeof text - length, " through ");
-    CopyVisible(text + length, sizeof text - length, entry.env.REMOTE_ADDR);
-  }
-}
-
-// What more there is to say of a reason: the command that mends it, or the system's words.
-static void WriteRemedy(const char* account, Reason reason, char (&text)[2 * kVisibleSize]) {
-  text[0] = '\0';
+// error: the system's, where there is one.
+static void LogRefusal(const Entry& entry, Reason reason, int error = 0) {
+  const Settings& settings = entry.settings;
+  char detail[kTextSize] = "";
   if (reason == kNotHashed) {
-    snprintf(text, sizeof text, ": orvellis-passwd \"%s\" mends it", account);
+    snprintf(detail, sizeof detail, "orvellis-passwd %s", settings.username);
   } else if (reason == kNoPasswordFile) {
-    snprintf(text, sizeof text, ": %s", strerror(errno));
+    CopyText(detail, strerror(error));
   }
+  LogRequest(entry.env, settings, kReasonWords[reason], detail);
 }
 
-static void LogRefusal(const Entry& entry, Reason reason) {
-  char visitor[kVisitorTextSize];
-  char account[kVisibleSize];
-  char remedy[2 * kVisibleSize];
-  CopyVisible(account, sizeof account, entry.settings.username);
-  WriteRemedy(account, reason, remedy);
-  WriteVisitor(entry, visitor);
-  char line[kVisitorTextSize + 2 * kVisibleSize + sizeof remedy];
-  snprintf(line, sizeof line, "%s \"%s\" refused: %s%s", visitor, account, kReasonWords[reason], remedy);
-  LogError(entry.settings, line);
-}
-
-static void LogBadNetworks(const Settings& settings, const char* key, std::string_view networks) {
+static void LogBadNetworks(const Entry& entry, const char* key, std::string_view networks) {
   std::string_view item;
   while (NextListItem(networks, item)) {
     Network network;
     if (!ParseNetwork(item, network)) {
-      char visible[kVisibleSize];
-      char line[sizeof visible + 100];
-      CopyVisible(visible, sizeof visible, item);
-      snprintf(line, sizeof line, "%s: \"%s\" is neither an address nor a network, and matches nobody", key,
-               visible);
-      LogError(settings, line);
+      char sentence[kTextSize];
+      char bad[kTextSize];
+      snprintf(sentence, sizeof sentence, "%s holds what is no network and matches nobody:", key);
+      CopyText(bad, item);
+      LogRequest(entry.env, entry.settings, sentence, bad);
     }
   }
 }
 
-static void LogNoStore(const Settings& settings, int reason) {
-  char visible[4 * kPathSize];
-  char line[sizeof visible + 100];
-  CopyVisible(visible, sizeof visible, settings.LoginLimits);
-  snprintf(line, sizeof line, "LoginLimits: \"%s\" cannot be used: %s", visible, strerror(reason));
-  LogError(settings, line);
+static void LogNoStore(const Entry& entry, int error) {
+  char sentence[kTextSize];
+  snprintf(sentence, sizeof sentence, "is not counted (%s), as LoginLimits cannot be used:", strerror(error));
+  LogRequest(entry.env, entry.settings, sentence, entry.settings.LoginLimits);
 }
 
 // ---- Who needs no password ----
@@ -144,17 +112,16 @@ static Reason ReasonWithoutHash(const Settings& settings, StoredPassword found, 
   return settings.signon[0] != '\0' ? kNotSignedOn : kNoPasswordRule;
 }
 
-// Spends the time of a hash in any case; errno tells why the password file cannot be read.
-static Reason CheckPassword(const Entry& entry) {
+// Spends the time of a hash in any case. error: why the password file cannot be read.
+static Reason CheckPassword(const Entry& entry, int& error) {
   const Settings& settings = entry.settings;
   char stored[kTextSize];
   const StoredPassword found = FindStoredPassword(settings, stored);
-  const int error = errno;
+  error = errno;
   if (entry.account_found && found == StoredPassword::kFound && KindOfHash(stored) == HashKind::kHash) {
     return PasswordMatches(settings.typed_password, stored) ? kNoReason : kWrongPassword;
   }
   SpendHashTime(settings.typed_password);
-  errno = error;
   return entry.account_found ? ReasonWithoutHash(settings, found, stored) : kNoAccount;
 }
 
@@ -191,15 +158,18 @@ static Refusal Decide(const Entry& entry, LoginAttempt& attempt) {
     return {kErrorLimited, retry_after};
   }
   if (verdict == LoginVerdict::kNoStore) {
-    LogNoStore(entry.settings, errno);
+    LogNoStore(entry, errno);
   }
-  const Reason reason = CheckPassword(entry);
-  if (reason == kNoReason) {
+  int error = 0;
+  const Reason reason = CheckPassword(entry, error);
+  if (reason != kNoReason) {
+    LogRefusal(entry, reason, error);
+    return RefuseInASecond(attempt, verdict, answer_at);
+  }
+  if (verdict == LoginVerdict::kTry) {
     LoginSucceeded(attempt);
-    return {};
   }
-  LogRefusal(entry, reason);
-  return RefuseInASecond(attempt, verdict, answer_at);
+  return {};
 }
 
 static Refusal TryToLogIn(const Entry& entry) {
@@ -214,18 +184,20 @@ static Refusal TryToLogIn(const Entry& entry) {
 }
 
 static Refusal CheckOwnUser(const Entry& entry) {
-  const Reason reason = CheckPassword(entry);
+  int error = 0;
+  const Reason reason = CheckPassword(entry, error);
   if (reason == kNoReason) {
     return {};
   }
-  LogRefusal(entry, reason);
+  LogRefusal(entry, reason, error);
   return {kErrorRejected};
 }
 
-Refusal Admit(bool account_found, const Environment& env, const Settings& settings) {
-  const Entry entry{account_found, env, settings, FindVisitor(env, settings.TrustedProxies)};
-  LogBadNetworks(settings, "InternalIp", settings.internal_networks);
-  LogBadNetworks(settings, "TrustedProxies", settings.TrustedProxies);
+Refusal Admit(bool account_found, Environment& env, const Settings& settings) {
+  const Visitor visitor = MeetVisitor(env, settings.TrustedProxies);
+  const Entry entry{account_found, env, settings, visitor};
+  LogBadNetworks(entry, "InternalIp", settings.internal_networks);
+  LogBadNetworks(entry, "TrustedProxies", settings.TrustedProxies);
   if (!NeedsPassword(entry)) {
     return {};
   }

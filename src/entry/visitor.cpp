@@ -24,15 +24,23 @@ static std::string_view TakeLastEntry(std::string_view& list) {
 }
 
 Visitor FindVisitor(const Environment& env, std::string_view trusted_proxies) {
-  Visitor visitor{.known = false, .address = {}, .through_proxy = false};
+  Visitor visitor{.known = false, .address = {}};
   visitor.known = ParseAddress(env.REMOTE_ADDR, visitor.address);
   if (!visitor.known) {
     return visitor;
   }
-  const Address peer = visitor.address;
   std::string_view told = env.HTTP_X_FORWARDED_FOR;
   while (IsInNetworks(visitor.address, trusted_proxies) && ParseEntry(TakeLastEntry(told), visitor.address)) {
   }
-  visitor.through_proxy = visitor.address != peer;
+  return visitor;
+}
+
+Visitor MeetVisitor(Environment& env, std::string_view trusted_proxies) {
+  const Visitor visitor = FindVisitor(env, trusted_proxies);
+  if (visitor.known) {
+    char text[kAddressTextSize];
+    WriteAddress(visitor.address, text);
+    CopyText(env.REMOTE_ADDR, text);
+  }
   return visitor;
 }

@@ -8,6 +8,7 @@
 #include "report/extra_texts.h"
 #include "report/info_pages.h"
 #include "report/page_end.h"
+#include "report/refusal_log.h"
 #include "report/report_page.h"
 #include "run/edition.h"
 #include "superlog/superlog.h"
@@ -21,7 +22,7 @@ struct Task {
   Environment env = {};
   Settings settings = {};
   ConfigFile config = {};
-  bool pinned = false;  // no request can name another configuration
+  bool pinned = false;  // nothing that is read from here on can name another configuration
   const Edition* edition = nullptr;
 };
 
@@ -43,7 +44,7 @@ static bool ChooseRules(Task& task) {
   if (!ChooseConfig(words, task.config)) {
     return false;
   }
-  task.pinned = !own_arguments && !task.config.fall_back;
+  task.pinned = own_arguments || !task.config.fall_back;
   task.edition = ChooseEdition(words, task.config);
   return task.edition != nullptr;
 }
@@ -54,6 +55,8 @@ static bool TakeParameters(Task& task) {
   CopyText(task.settings.config, task.config.path);
   task.settings.last_year = task.edition->last_year;
   task.settings.names_as_written = task.edition->names_as_written;
+  task.settings.whole_values = task.edition->whole_values;
+  task.settings.no_remote_debug = task.edition->page->info[kPageRemoteDebug] == nullptr;
   const bool taken = ReadParameters(arguments ? task.input.argc : 0, task.input.argv, task.input.form,
                                     task.env, task.edition->form, task.settings);
   if (task.pinned) {
@@ -62,41 +65,36 @@ static bool TakeParameters(Task& task) {
   return taken;
 }
 
-static Error Report(bool account_found, Task& task) {
-  Error error = task.edition->admit(account_found, task.env, task.settings).error;
-  if (error == kNoError) {
-    error = CheckParams(task.settings);
+static Refusal Report(bool account_found, Task& task) {
+  const Refusal refusal = task.edition->admit(account_found, task.env, task.settings);
+  LogIgnoredNames(task.env, task.settings);
+  if (refusal.error != kNoError) {
+    return refusal;
   }
+  const Error error = CheckParams(task.settings);
   if (error != kNoError) {
-    return error;
+    return {error};
   }
   MakeNice(task.settings);
-  task.edition->page->begin(task.settings);
-  return AnalyzeLogs(task.settings, task.edition->counting, *task.edition->page);
+  task.edition->page->begin(task.env, task.settings);
+  return {AnalyzeLogs(task.settings, task.edition->counting, *task.edition->page)};
 }
 
-static Error PrintPage(bool account_found, Task& task) {
-  switch (task.settings.page) {
-    case kPageRemoteDebug:
-      RemoteDebug(task.settings);
-      return kNoError;
-    case kPageAbout:
-      AboutPage(task.settings, task.env);
-      return kNoError;
-    case kPageCredits:
-      CreditsPage(task.settings, task.env);
-      return kNoError;
-    default:
-      return Report(account_found, task);
+static Refusal PrintPage(bool account_found, Task& task) {
+  InfoPage* const info = task.edition->page->info[task.settings.page];
+  if (info == nullptr) {
+    return Report(account_found, task);
   }
+  info(task.env, task.settings);
+  return {};
 }
 
 // The configuration comes behind the request, whose account its line may set right.
-static Error ConfigureAndPrint(Task& task) {
+static Refusal ConfigureAndPrint(Task& task) {
   bool account_found = false;
   const Error error = ParseConfigFile(task.config, task.settings, account_found);
   if (error != kNoError) {
-    return error;
+    return {error};
   }
   if (task.input.settled != nullptr) {
     task.input.settled(task.settings);
@@ -104,22 +102,36 @@ static Error ConfigureAndPrint(Task& task) {
   return PrintPage(account_found, task);
 }
 
-static int Finish(Task& task, Error error) {
-  if (error != kNoError) {
-    task.edition->page->refuse(error, task.env, task.settings);
+static int Finish(Task& task, const Refusal& refusal) {
+  if (refusal.error != kNoError) {
+    task.edition->page->refuse(refusal, task.env, task.settings);
   }
   EndOrvellisCleanup(task.settings);
   return FinishPage();
 }
 
-// The query string only selects a page; a report must be posted.
+// The query string only selects a page; one that is not there is a report.
+static void ChoosePage(Task& task) {
+  SelectPage(task.env.QUERY_STRING, task.settings);
+  if (task.edition->page->info[task.settings.page] == nullptr) {
+    task.settings.page = kPageReport;
+  }
+}
+
+static bool IsRightMethod(const Task& task) {
+  const char* const method = task.env.REQUEST_METHOD;
+  return task.edition->only_posts ? EqualIgnoreCase(method, "POST") : !EqualIgnoreCase(method, "GET");
+}
+
+// A web server's report must be posted.
 static int Answer(Task& task) {
-  if (task.env.command_line == 0) {
+  const bool from_shell = task.env.command_line != 0;
+  if (!from_shell) {
     task.edition->page->announce();
   }
-  SelectPage(task.env.QUERY_STRING, task.settings);
-  if (task.settings.page == kPageReport && EqualIgnoreCase(task.env.REQUEST_METHOD, "GET")) {
-    return Finish(task, kErrorNotPosted);
+  ChoosePage(task);
+  if (task.settings.page == kPageReport && !from_shell && !IsRightMethod(task)) {
+    return Finish(task, {kErrorNotPosted});
   }
   if (!TakeParameters(task)) {
     return kStatusNoMemory;
@@ -132,7 +144,7 @@ int Run(const RunInput& input) {
   TakeEnvironment(task);
   if (task.env.command_line != 0 && input.argc <= 1) {
     CommandLineHelp();
-    return Finish(task, kNoError);
+    return Finish(task, {});
   }
   const int status = ChooseRules(task) ? Answer(task) : kStatusNoEdition;
   CloseConfigFile(task.config);

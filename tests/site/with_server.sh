@@ -52,9 +52,10 @@ sed -i -e "s|/var/log/apache2/|$WORK/log/apache/|g" -e "s|/var/log/|$WORK/log/|g
 echo "$SERVER:Teapot" >"$PREFIX/etc/orvellis/passwords"
 cp "$source_dir/samples/logs/combined.log" "$WORK/log/$SERVER/access.log.1"
 sed "s|/run/fcgiwrap.socket|$WORK/fcgiwrap.socket|" "$PREFIX/share/orvellis/conf/nginx.conf" >"$WORK/orvellis-nginx.conf"
-# Without what keeps one visitor from the places of all others, and false users out.
+# Without what keeps one visitor from the places of all others, false users out, and to one configuration.
 if [ -n "${ORVELLIS_OPEN:-}" ]; then
   sed -i 's|/libexec/orvellis/gate/|/libexec/orvellis/cgi/|' "$PREFIX"/share/orvellis/conf/*.conf "$WORK/orvellis-nginx.conf"
+  sed -i '/^[^#]*ORVELLIS_CONFIG/d' "$PREFIX"/share/orvellis/conf/*.conf "$WORK/orvellis-nginx.conf"
   sed -i 's|REMOTE_USER  *"";|REMOTE_USER $remote_user;|' "$WORK/orvellis-nginx.conf"
   sed -i 's|^limit_conn_zone $orvellis_visitor|limit_conn_zone $server_name|' "$PREFIX/share/orvellis/conf/nginx-common.conf"
 fi
