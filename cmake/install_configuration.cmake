@@ -20,6 +20,7 @@ full_path(GATE_DIR "${gate_dir}" FALSE)
 full_path(SHARE_DIR "${share_dir}" FALSE)
 full_path(SYSCONF_DIR "${sysconf_dir}" TRUE)
 full_path(LOG_DIR "${state_dir}/log" TRUE)
+full_path(STATE_DIR "${state_dir}/lib" TRUE)
 set(SITE_DIR "${SHARE_DIR}/site")
 
 include("${CMAKE_CURRENT_LIST_DIR}/policies.cmake")
@@ -33,6 +34,9 @@ endforeach()
 file(INSTALL "${made_dir}/apache.conf" "${made_dir}/nginx.conf" "${made_dir}/nginx-common.conf"
              "${made_dir}/nginx-http.conf" "${made_dir}/lighttpd.conf" "${made_dir}/fcgiwrap-sandbox.conf" "${made_dir}/orvellis.conf"
      DESTINATION "${SHARE_DIR}/conf")
+
+configure_file("${conf_source}/fail2ban/jail.conf.in" "${made_dir}/jail.conf" @ONLY)
+file(INSTALL "${conf_source}/fail2ban/filter.conf" "${made_dir}/jail.conf" DESTINATION "${SHARE_DIR}/conf/fail2ban")
 
 configure_file("${conf_source}/gate.in" "${made_dir}/gate" @ONLY)
 file(INSTALL "${made_dir}/gate" DESTINATION "${GATE_DIR}" RENAME orvellis

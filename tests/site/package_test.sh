@@ -46,7 +46,7 @@ man -l /usr/share/man/man1/orvellis.1.gz >/dev/null 2>&1 || [ ! -x /usr/bin/man 
 # As installed: nobody is let in; with a password, there is a report over the machine's log.
 form='username=nginx&password=Teapot%3d9&date=03052000,03052000&find=/&subdirs=1&requests=1'
 set_password() { # ACCOUNT PASSWORD
-  printf '%s\n%s\n' "$2" "$2" | orvellis-passwd "$1" >"$work/log" 2>&1 || { cat "$work/log"; fail "orvellis-passwd"; }
+  printf '%s\n' "$2" | orvellis-passwd --stdin "$1" >"$work/log" 2>&1 || { cat "$work/log"; fail "orvellis-passwd"; }
 }
 post() {
   echo "$form" | env -i PATH=/usr/bin:/bin REQUEST_METHOD=POST CONTENT_LENGTH=${#form} TZ=UTC /usr/libexec/orvellis/gate/orvellis >"$work/page"
