@@ -37,6 +37,7 @@ trap 'purge; rm -rf "$work"' EXIT
 dpkg --install "$package" >"$work/log" 2>&1 || { cat "$work/log"; fail "it does not install"; }
 [ "$(stat -c '%a %U %G' /etc/orvellis/passwords)" = '640 root www-data' ] || fail "the password file is open"
 [ "$(stat -c '%a %U' /var/log/orvellis)" = '750 www-data' ] || fail "the log folder"
+[ "$(stat -c '%a %U' /var/lib/orvellis)" = '700 www-data' ] || fail "the folder of refusals"
 [ "$(stat -c '%a %U %G' /usr/share/orvellis/places)" = '750 root www-data' ] || fail "the places of reports are open"
 cmp -s /usr/libexec/orvellis/cgi/orvellis.conf /etc/orvellis/orvellis.conf || fail "the program does not find its configuration"
 orvellis about | grep -q 'Orvellis 1.5' || fail "the command does not run"
