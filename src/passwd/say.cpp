@@ -15,7 +15,7 @@ void Complain(const char* format, ...) {
 }
 
 std::string Quoted(std::string_view text) {
-  std::string visible(4 * text.size() + 1, '\0');
-  visible.resize(CopyVisible(visible.data(), visible.size(), text));
+  std::string visible(text);
+  MakePrintable(visible.data());
   return "\"" + visible + "\"";
 }
