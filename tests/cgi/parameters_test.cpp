@@ -315,6 +315,36 @@ TEST_F(CompareParamTest, PasswordGoesWhereItsSourceBelongs) {
   EXPECT_STREQ(settings.password_account, "stored");
 }
 
+TEST_F(CompareParamTest, PasswordsAreKeptWholeBesideTheirCutForms) {
+  const std::string typed(243, 't');
+  const std::string stored(243, 's');
+  FromForm("password=" + typed + "x");
+  FromAccount("password=" + stored + "x");
+  EXPECT_EQ(settings.typed_password, typed);
+  EXPECT_EQ(settings.stored_password, stored);
+  EXPECT_EQ(settings.password_form, typed.substr(0, 99));
+  EXPECT_EQ(settings.password_account, stored.substr(0, 99));
+}
+
+TEST_F(CompareParamTest, OnlyAnAccountSaysWhoSignsOn) {
+  for (const ParamSource source : {ParamSource::kForm, ParamSource::kStranger, ParamSource::kShell}) {
+    CompareParam("signon=*", settings, source, kLevelForm);
+    EXPECT_STREQ(settings.signon, "");
+  }
+  FromAccount("signon=alice,bob");
+  EXPECT_STREQ(settings.signon, "alice,bob");
+}
+
+TEST_F(CompareParamTest, OfNamesThatWereCutTheLastIsLeftOut) {
+  const std::string alice = "alice,";
+  FromAccount("signon=" + alice + std::string(500, 'b'));
+  EXPECT_STREQ(settings.signon, "alice");
+  FromAccount("signon=" + std::string(500, 'b'));
+  EXPECT_STREQ(settings.signon, "");
+  FromAccount("signon=" + alice + std::string(242 - alice.size(), 'b'));
+  EXPECT_EQ(settings.signon, alice + std::string(242 - alice.size(), 'b'));
+}
+
 TEST_F(CompareParamTest, ShortFieldsCutTheirValues) {
   FromForm("username=" + std::string(150, 'u'));
   FromForm("sm=123");
