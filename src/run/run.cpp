@@ -97,10 +97,10 @@ static Refusal ConfigureAndPrint(Task& task) {
   if (error != kNoError) {
     return {error};
   }
-  LogIgnoredNames(task.env, task.settings);
   if (task.input.settled != nullptr) {
     task.input.settled(task.settings);
   }
+  LogIgnoredNames(task.env, task.settings);
   return PrintPage(account_found, task);
 }
 
