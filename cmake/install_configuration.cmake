@@ -23,7 +23,16 @@ full_path(LOG_DIR "${state_dir}/log" TRUE)
 full_path(STATE_DIR "${state_dir}/lib" TRUE)
 set(SITE_DIR "${SHARE_DIR}/site")
 
-include("${CMAKE_CURRENT_LIST_DIR}/policies.cmake")
+# What the program tells browsers of its reports stands in its source, in several literals.
+file(READ "${CMAKE_CURRENT_LIST_DIR}/../src/report/report_policy.h" source)
+string(REGEX MATCHALL "\"[^\"]+\"" REPORT_POLICY "${source}")
+string(REPLACE "\";\"" "" REPORT_POLICY "${REPORT_POLICY}")
+string(REPLACE "\"" "" REPORT_POLICY "${REPORT_POLICY}")
+if(NOT REPORT_POLICY MATCHES "^sandbox .*'none'$")
+  message(FATAL_ERROR "The policy of reports was not found.")
+endif()
+set(SITE_POLICY
+    "default-src 'none'; img-src 'self'; style-src 'self'; script-src 'self'; form-action 'self'; base-uri 'none'; frame-ancestors 'none'")
 
 # A folder of this run's own: two installations may go on at once.
 string(RANDOM LENGTH 12 run)

@@ -170,10 +170,11 @@ static const RefusalTexts& TextsOf(Error error) {
 
 static void PrintRefusalHead(const RefusalTexts& texts, const Refusal& refusal, const Environment& env) {
   PrintHeaders(env, texts.status, texts.allowed, refusal.retry_after);
-  printf("<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<title>%s: %s</title>\n</head>\n<body>\n",
-         kProductName, texts.heading);
+  printf("<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<title>%s: Error #%d</title>\n</head>\n<body>\n",
+         kProductName, refusal.error);
 }
 
+// Programs that run this one look for the line of the heading, as classic pages have it.
 static void Refuse(const Refusal& refusal, const Environment& env, const Settings& settings) {
   const RefusalTexts& texts = TextsOf(refusal.error);
   if (texts.log != nullptr) {
@@ -182,11 +183,10 @@ static void Refuse(const Refusal& refusal, const Environment& env, const Setting
   if (texts.status != nullptr) {
     PrintRefusalHead(texts, refusal, env);
   }
-  printf("<h1>%s</h1>\n<p>%s</p>\n", texts.heading, texts.sentence);
-  printf(
-      "<p>This is <a href=\"%s#error%d\">error %d</a>. Reports are asked for on the <a href=\"%s\">request "
-      "form</a>.</p>\n",
-      kSupportErrorPages, refusal.error, refusal.error, kProductPage);
+  printf("<h2>%s Error #%d: %s</h2>\n<p>%s</p>\n", kProductName, refusal.error, texts.heading,
+         texts.sentence);
+  printf("<p><a href=\"%s#error%d\">More about this error</a>, <a href=\"%s\">request form</a></p>\n",
+         kSupportErrorPages, refusal.error, kProductPage);
   fputs("</body>\n</html>\n", stdout);
 }
 

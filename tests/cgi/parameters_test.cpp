@@ -629,7 +629,7 @@ TEST_F(CompareParamTest, StrangerSetsNothingElse) {
 
 TEST_F(CompareParamTest, IgnoredNamesAreListedOnceAsTheTableSpellsThem) {
   for (const char* line :
-       {"DEBUG=1", "ACCESSLOG=a", "accesslog=b", "debug=2", "no\nsuch=1", "Config", "CONFIG=x"}) {
+       {"DEBUG=1", "ACCESSLOG=a", "accesslog=b", "debug=2", "no\nsuch=1", "Config=1", "CONFIG=x"}) {
     FromStranger(line);
   }
   EXPECT_EQ(Ignored(), "config, AccessLog, debug");
@@ -640,6 +640,14 @@ TEST_F(CompareParamTest, UnknownNamesOfAStrangerAreIgnoredSilently) {
     FromStranger(line);
   }
   EXPECT_EQ(Ignored(), "");
+}
+
+TEST_F(CompareParamTest, EmptyFieldOfAStrangerAsksForNothing) {
+  for (const char* line : {"config=", "debug", "dateformat="}) {
+    FromStranger(line);
+  }
+  EXPECT_EQ(Ignored(), "");
+  EXPECT_STREQ(settings.config, "orvellis.conf");
 }
 
 TEST_F(CompareParamTest, OnlyStrangersAreTold) {

@@ -57,7 +57,7 @@ ask --data "$report&date=03052000,03042000" "$cgi"
 answers 400 'days the wrong way round'
 ask "$cgi"
 answers 405 'GET' 'Allow: POST'
-page_has 'GET' 'error 1</a>'
+page_has 'GET' 'Error #1:'
 ask -I "$cgi"
 answers 405 'HEAD' 'Allow: POST'
 ask "$cgi?remotedebug"
@@ -71,7 +71,7 @@ done
 mv "$PREFIX/etc/orvellis/passwords" "$WORK/aside"
 ask --data "$report&date=03052000,03112000" "$cgi"
 mv "$WORK/aside" "$PREFIX/etc/orvellis/passwords"
-answers 500 'no password file'
+answers 403 'no password file'
 ! grep -qF "$PREFIX" "$WORK/page" || fail 'a refusal tells a path'
 
 # ---- For the classic one the server does ----
