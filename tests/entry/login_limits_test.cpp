@@ -220,7 +220,7 @@ static void CompareWithPlainLimits(const std::string& file, unsigned seed, int v
 
 TEST_F(LoginLimits, AreThePlainOnes) {
   for (const int visitors : {2, 12, 60, 300}) {
-    CompareWithPlainLimits(NewPath("limits"), static_cast<unsigned>(visitors), visitors, 2500);
+    CompareWithPlainLimits(NewPath("limits"), static_cast<unsigned>(visitors), visitors, 1500);
   }
 }
 
