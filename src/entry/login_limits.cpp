@@ -190,7 +190,7 @@ static void RememberEntry(const LoginAttempt& attempt) {
   WriteAt(attempt.handle, &attempt.refusal, sizeof attempt.refusal, PlaceOfEntry(place));
 }
 
-void LoginSucceeded(LoginAttempt& attempt) {
+void LoginSucceeded(const LoginAttempt& attempt) {
   if (attempt.handle < 0 || !TakeLoginLock(attempt.handle, LoginLock::kData, kLockWait)) {
     return;
   }
@@ -202,7 +202,7 @@ void LoginSucceeded(LoginAttempt& attempt) {
   DropLoginLock(attempt.handle, LoginLock::kData);
 }
 
-bool TakeWaitingTurn(LoginAttempt& attempt) {
+bool TakeWaitingTurn(const LoginAttempt& attempt) {
   return attempt.handle >= 0 && TakeLoginLock(attempt.handle, LoginLock::kWaitingTurn, 0);
 }
 
@@ -239,20 +239,20 @@ static bool ForgetLocked(int file, std::string_view account, const Address* visi
   return TakeLoginLock(file, LoginLock::kData, kLockWait) && ForgetIn(file, account, visitor);
 }
 
-bool ForgetRefusals(const char* path, std::string_view account, std::string_view address) {
+bool ForgetRefusals(const char* file, std::string_view account, std::string_view address) {
   Address visitor = {};
   if (!address.empty() && !ParseAddress(address, visitor)) {
     errno = EINVAL;
     return false;
   }
   visitor = NetworkOfVisitor(visitor);
-  const int file = OpenLoginFile(path, false);
-  if (file < 0) {
+  const int opened = OpenLoginFile(file, false);
+  if (opened < 0) {
     return errno == ENOENT;
   }
-  const bool forgotten = ForgetLocked(file, account, address.empty() ? nullptr : &visitor);
+  const bool forgotten = ForgetLocked(opened, account, address.empty() ? nullptr : &visitor);
   const int reason = errno;
-  close(file);
+  close(opened);
   errno = reason;
   return forgotten;
 }

@@ -63,11 +63,11 @@ LoginVerdict BeginLogin(LoginAttempt& attempt, int& retry_after);
 // The password was right: takes the refusal back that BeginLogin wrote down, that one
 // only, and remembers that this visitor entered this account. Only after kTry. Where
 // the file cannot be used any more the refusal stays.
-void LoginSucceeded(LoginAttempt& attempt);
+void LoginSucceeded(const LoginAttempt& attempt);
 
 // True when no other run has the waiting turn, and this one has it now, until
 // EndLogin or its end. Never waits. False, too, when the file cannot be used.
-bool TakeWaitingTurn(LoginAttempt& attempt);
+bool TakeWaitingTurn(const LoginAttempt& attempt);
 
 // Closes the file. May be called more than once.
 void EndLogin(LoginAttempt& attempt);

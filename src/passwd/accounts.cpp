@@ -24,9 +24,9 @@
 
 std::string InstalledConfiguration() {
   char program[PATH_MAX];
-  char resolved[PATH_MAX];
   if (realpath("/proc/self/exe", program) != nullptr) {
     const std::string folder(program, FolderLength(program));
+    char resolved[PATH_MAX];
     if (realpath((folder + ORVELLIS_TO_CONFIGURATION).c_str(), resolved) != nullptr) {
       return resolved;
     }
@@ -90,7 +90,8 @@ static Listed& FindListed(std::vector<Listed>& accounts, std::string_view name) 
       return account;
     }
   }
-  return accounts.emplace_back(std::string(name), "");
+  accounts.push_back({.name = std::string(name), .of_line = ""});
+  return accounts.back();
 }
 
 static bool FindAccounts(const std::string& configuration, std::vector<Listed>& accounts) {

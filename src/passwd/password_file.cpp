@@ -88,7 +88,7 @@ static Change FailWith(const char* what, const std::string& path) {
 
 // ---- The old file ----
 
-static constexpr off_t kLargest = 16 * 1024 * 1024;
+static constexpr off_t kLargest = off_t{16} << 20;
 
 struct OldFile {
   bool exists = false;
@@ -140,7 +140,8 @@ static bool ReadOldFile(const std::string& path, OldFile& old) {
 // ---- The new file ----
 
 static bool IsStillThere(int file, const std::string& path) {
-  struct stat opened, named;
+  struct stat opened;
+  struct stat named;
   return fstat(file, &opened) == 0 && lstat(path.c_str(), &named) == 0 && opened.st_dev == named.st_dev &&
          opened.st_ino == named.st_ino;
 }

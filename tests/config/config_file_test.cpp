@@ -576,3 +576,26 @@ TEST_F(ParseConfigFileTest, ACutNetworkIsLeftOut) {
   EXPECT_EQ(std::string(settings.TrustedProxies).find('/'), std::string::npos);
   EXPECT_THAT(settings.TrustedProxies, testing::StartsWith("192.0.2.1 "));
 }
+
+// ---- All accounts ----
+
+TEST(NextAccount, GoesThroughTheLinesOfAccounts) {
+  ConfigFile file;
+  CopyText(file.path,
+           WriteFile("orvellis.conf",
+                     "user=Ann;logs=a;password=x\n#user=no;\nNetworks=n\nUSER=ben;url=b\nuser=;logs=c\n"
+                     "user=none\nuser=a/b;logs=c\nuser=ann;title=t"));
+  ASSERT_TRUE(OpenConfigFile(file));
+  Settings settings{};
+  std::string names;
+  while (NextAccount(file, settings)) {
+    names += std::string(settings.username) + " ";
+  }
+  EXPECT_EQ(names, "Ann ben ann ");
+  EXPECT_STREQ(settings.logs, "a");
+  EXPECT_STREQ(settings.stored_password, "x");
+  EXPECT_STREQ(settings.url, "b");
+  EXPECT_STREQ(settings.title, "t");
+  EXPECT_STREQ(settings.Networks, "");
+  CloseConfigFile(file);
+}
