@@ -72,7 +72,7 @@ const tests = {
     await withPage(desktop, async (page) => {
       await request(page, { password: 'wrong' });
       assert.match(await page.locator('h2').innerText(), /Error #2: Invalid user account/);
-      assert.equal(await page.getByRole('link', { name: 'error 2' }).count(), 1);
+      assert.equal(await page.getByRole('link', { name: 'More about this error' }).count(), 1);
       await page.goto(`${BASE_URL}/orvellis-cgi/orvellis`);
       assert.match(await page.locator('h2').innerText(), /Error #1: No form data posted/);
       await page.getByRole('link', { name: 'request form' }).click();
