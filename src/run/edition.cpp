@@ -12,6 +12,7 @@ static const Edition kEditions[] = {
         .form = ParamSource::kForm,
         .last_year = kLastNarrowYear,
         .server_arguments = true,
+        .shuts_in = false,
     },
     {
         .name = "modern",
@@ -20,6 +21,7 @@ static const Edition kEditions[] = {
         .form = ParamSource::kForm,
         .last_year = kLastWrittenYear,
         .server_arguments = false,
+        .shuts_in = true,
     },
 };
 

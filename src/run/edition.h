@@ -18,6 +18,7 @@ struct Edition {
   ParamSource form;       // as what the keyword table takes the fields of a form
   int last_year;          // that the years of a form may name
   bool server_arguments;  // whether what a web server makes arguments of is a request
+  bool shuts_in;          // whether a run gives up what it will not use before it looks at logs
 };
 
 // The edition of that name, ignoring case; null when there is none.

@@ -74,6 +74,9 @@ static Error Report(bool account_found, Task& task) {
     return error;
   }
   MakeNice(task.settings);
+  if (task.edition->shuts_in && task.input.shut_in != nullptr) {
+    task.input.shut_in(task.settings);
+  }
   task.edition->page->begin(task.settings);
   return AnalyzeLogs(task.settings, task.edition->counting, *task.edition->page);
 }

@@ -27,6 +27,7 @@ TEST(FindEdition, RulesOfTheRows) {
   EXPECT_EQ(classic.counting.days, DayCounting::kByDayOfYear);
   EXPECT_EQ(classic.last_year, 2038);
   EXPECT_TRUE(classic.server_arguments);
+  EXPECT_FALSE(classic.shuts_in);
   const Edition& modern = *FindEdition("modern");
   EXPECT_EQ(modern.counting.limits.line, 65536U);
   EXPECT_EQ(modern.counting.limits.item, 2048U);
@@ -34,6 +35,7 @@ TEST(FindEdition, RulesOfTheRows) {
   EXPECT_EQ(modern.counting.days, DayCounting::kByDate);
   EXPECT_EQ(modern.last_year, 9999);
   EXPECT_FALSE(modern.server_arguments);
+  EXPECT_TRUE(modern.shuts_in);
 }
 
 // Works in an empty folder, so that no default configuration is there.
