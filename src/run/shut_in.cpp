@@ -23,6 +23,10 @@ struct Profile {
 };
 
 static constexpr const char* kNoFiles[] = {nullptr};
+
+// The C library looks every time whether the machine's zone is still the same, and reads it anew if not.
+static constexpr const char* kZones[] = {"/etc/localtime", "/usr/share/zoneinfo"};
+
 static constexpr std::uint16_t kNamePort = 53;
 
 static constexpr Profile kReport{SyscallSet::kReport, kNoFiles, 0};
@@ -30,6 +34,7 @@ static constexpr Profile kReportWithLookUps{SyscallSet::kReportWithLookUps, kNam
 
 // A folder that stands for a log is opened, but nothing beneath it is.
 static constexpr PathRights kToRead{.file = kReadFile, .folder = kListFolder};
+static constexpr PathRights kToReadWithin{.file = kReadFile, .folder = kReadFile};
 static constexpr PathRights kToAppend{.file = kWriteFile, .folder = 0};
 static constexpr PathRights kToRewrite{.file = kReadFile | kWriteFile | kTruncateFile, .folder = 0};
 static constexpr PathRights kToMakeIn{.file = 0, .folder = kMakeFile | kWriteFile};
@@ -49,13 +54,19 @@ static void AllowFolderOf(Landlock& landlock, const char* path, const PathRights
   }
 }
 
-static void AllowLog(void* landlock, const char* path) {
-  AllowPath(*static_cast<Landlock*>(landlock), path, kToRead);
+static void AllowLog(void* rules, const char* path, bool plain_file) {
+  Landlock& landlock = *static_cast<Landlock*>(rules);
+  if (plain_file) {
+    AllowFile(landlock, path, kToRead.file);
+  } else {
+    AllowPath(landlock, path, kToRead);
+  }
 }
 
-static void AllowSummary(void* landlock, const char* path) {
-  AllowPath(*static_cast<Landlock*>(landlock), path, kToRewrite);
-  AllowFolderOf<kSummaryPathSize>(*static_cast<Landlock*>(landlock), path, kToReplaceIn);
+static void AllowSummary(void* rules, const char* path) {
+  Landlock& landlock = *static_cast<Landlock*>(rules);
+  AllowPath(landlock, path, kToRewrite);
+  AllowFolderOf<kSummaryPathSize>(landlock, path, kToReplaceIn);
 }
 
 static void AllowErrorLog(Landlock& landlock, const char* path) {
@@ -73,6 +84,9 @@ static int GiveUpFiles(const Profile& profile, const Settings& settings) {
   SuperLog_FindAhead(settings, {.context = &landlock, .log = AllowLog, .summary = AllowSummary});
   AllowErrorLog(landlock, settings.ErrorLog);
   AllowPath(landlock, settings.Networks, kToRead);
+  for (const char* const zones : kZones) {
+    AllowPath(landlock, zones, kToReadWithin);
+  }
   for (const char* const* path = profile.files_to_read; *path != nullptr; ++path) {
     AllowPath(landlock, *path, kToRead);
   }

@@ -50,10 +50,6 @@ static constexpr struct {
     {6, {.files = 0, .network = 0, .scopes = 0x3}},      // abstract sockets of others, signals to others
 };
 
-// The rights that anything but a folder can have.
-static constexpr std::uint64_t kRightsOfFiles =
-    1 << 0 | kWriteFile | kReadFile | kTruncateFile | std::uint64_t{1} << 15;
-
 // ---- What is allowed ----
 
 static RulesetAttributes AllOf(long version) {
@@ -88,14 +84,8 @@ static void Note(Landlock& landlock, int failure) {
   }
 }
 
-static void AddPathRule(Landlock& landlock, int file, const PathRights& rights) {
-  struct stat info;
-  if (fstat(file, &info) != 0) {
-    Note(landlock, errno);
-    return;
-  }
-  const std::uint64_t wanted = S_ISDIR(info.st_mode) ? rights.folder : rights.file & kRightsOfFiles;
-  const PathAttributes rule{.rights = wanted & landlock.file_rights, .file = file};
+static void AddPathRule(Landlock& landlock, int file, std::uint64_t rights) {
+  const PathAttributes rule{.rights = rights & landlock.file_rights, .file = file};
   // EBADFD: what no path leads to by itself is never asked for.
   if (rule.rights != 0 && syscall(kAddRule, landlock.rules, kPathRule, &rule, 0U) != 0 && errno != EBADFD) {
     Note(landlock, errno);
@@ -107,15 +97,33 @@ static bool IsOutOfReach(int error) {
   return error == ENOENT || error == ENOTDIR || error == EACCES || error == ELOOP || error == ENAMETOOLONG;
 }
 
-bool AllowPath(Landlock& landlock, const char* path, const PathRights& rights) {
+static int Find(Landlock& landlock, const char* path) {
   const int file = open(path, O_PATH | O_CLOEXEC);
+  if (file < 0 && !IsOutOfReach(errno)) {
+    Note(landlock, errno);
+  }
+  return file;
+}
+
+void AllowFile(Landlock& landlock, const char* path, std::uint64_t rights) {
+  const int file = Find(landlock, path);
+  if (file >= 0) {
+    AddPathRule(landlock, file, rights);
+    close(file);
+  }
+}
+
+bool AllowPath(Landlock& landlock, const char* path, const PathRights& rights) {
+  const int file = Find(landlock, path);
   if (file < 0) {
-    if (!IsOutOfReach(errno)) {
-      Note(landlock, errno);
-    }
     return false;
   }
-  AddPathRule(landlock, file, rights);
+  struct stat info;
+  if (fstat(file, &info) == 0) {
+    AddPathRule(landlock, file, S_ISDIR(info.st_mode) ? rights.folder : rights.file);
+  } else {
+    Note(landlock, errno);
+  }
   close(file);
   return true;
 }

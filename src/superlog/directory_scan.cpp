@@ -96,9 +96,11 @@ bool FindNext(DirectoryScan& scan, FoundFile& found) {
   return true;
 }
 
-const char* NextName(DirectoryScan& scan) {
+FoundName NextName(DirectoryScan& scan) {
+  const bool plain_file =
+      scan.entries != nullptr && scan.next < scan.count && scan.entries[scan.next]->d_type == DT_REG;
   const char* const path = PathOfNext(scan);
-  return path == nullptr ? nullptr : path + FolderLength(path);
+  return {path == nullptr ? nullptr : path + FolderLength(path), plain_file};
 }
 
 void RewindScan(DirectoryScan& scan) {

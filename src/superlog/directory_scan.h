@@ -30,8 +30,13 @@ void StartScan(DirectoryScan& scan, const char* pattern);
 // The next match; false after the last.
 bool FindNext(DirectoryScan& scan, FoundFile& found);
 
-// The name of the next match alone, without looking at the file; null after the last.
-const char* NextName(DirectoryScan& scan);
+struct FoundName {
+  const char* name;  // without directory; valid until the next call; null after the last match
+  bool plain_file;   // known to be one, neither folder nor link
+};
+
+// The next match without looking at the file.
+FoundName NextName(DirectoryScan& scan);
 
 // Goes back to the first match.
 void RewindScan(DirectoryScan& scan);

@@ -116,10 +116,10 @@ static void MakeSummaryPath(char (&path)[kSummaryPathSize], const Settings& sett
 
 static void TellLogs(FoundLogs& logs, const char* pattern, const LogPaths& paths) {
   FindAhead(logs, pattern);
-  while (const char* const name = NextName(logs.scan)) {
+  for (FoundName found = NextName(logs.scan); found.name != nullptr; found = NextName(logs.scan)) {
     char path[kPathSize];
-    MakeLogPath(path, pattern, name);
-    paths.log(paths.context, path);
+    MakeLogPath(path, pattern, found.name);
+    paths.log(paths.context, path, found.plain_file);
   }
   RewindScan(logs.scan);
 }

@@ -68,7 +68,7 @@ void SuperLog_Init(Settings& settings, const Limits& limits, time_t range_first,
 // Takes the paths that SuperLog_Init, and reading the logs, will open.
 struct LogPaths {
   void* context;
-  void (*log)(void* context, const char* path);
+  void (*log)(void* context, const char* path, bool plain_file);  // plain: neither folder nor link
   void (*summary)(void* context, const char* path);  // a file that need not exist, and is read and replaced
 };
 

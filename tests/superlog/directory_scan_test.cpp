@@ -49,15 +49,16 @@ TEST_F(DirectoryScanTest, MatchesComeSortedByNameWithTheirSizes) {
 }
 
 TEST_F(DirectoryScanTest, NamesAloneThenTheFilesAsTheyAreThen) {
-  for (const std::string& pattern : {directory + "/*.log", directory.substr(0, directory.size() - 1) + "?/[ab].log"}) {
+  for (const std::string& pattern :
+       {directory + "/*.log", directory.substr(0, directory.size() - 1) + "?/[ab].log"}) {
     SCOPED_TRACE(pattern);
     Write("a.log", "1");
     Write("b.log", "1");
     DirectoryScan scan;
     StartScan(scan, pattern.c_str());
-    EXPECT_STREQ(NextName(scan), "a.log");
-    EXPECT_STREQ(NextName(scan), "b.log");
-    EXPECT_EQ(NextName(scan), nullptr);
+    EXPECT_STREQ(NextName(scan).name, "a.log");
+    EXPECT_STREQ(NextName(scan).name, "b.log");
+    EXPECT_EQ(NextName(scan).name, nullptr);
     Write("a.log", "1234");
     Write("aa.log", "found too late");
     RewindScan(scan);
@@ -71,6 +72,20 @@ TEST_F(DirectoryScanTest, NamesAloneThenTheFilesAsTheyAreThen) {
     FindClose(scan);
     unlink((directory + "/aa.log").c_str());
   }
+}
+
+TEST_F(DirectoryScanTest, NeitherFoldersNorLinksArePlainFiles) {
+  ASSERT_EQ(mkdir((directory + "/folder").c_str(), 0700), 0);
+  ASSERT_EQ(symlink("folder", (directory + "/link").c_str()), 0);
+  Write("plain", "");
+  DirectoryScan scan;
+  StartScan(scan, (directory + "/*").c_str());
+  EXPECT_FALSE(NextName(scan).plain_file) << "folder";
+  EXPECT_FALSE(NextName(scan).plain_file) << "link";
+  const FoundName last = NextName(scan);
+  EXPECT_STREQ(last.name, "plain");
+  EXPECT_FALSE(NextName(scan).plain_file) << "none";
+  FindClose(scan);
 }
 
 TEST_F(DirectoryScanTest, PatternWithoutWildcardMatchesItsFile) {
