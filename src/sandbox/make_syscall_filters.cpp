@@ -59,7 +59,7 @@ static constexpr ConditionalCall If(const char* name, Condition condition) {
   return {name, condition, condition};
 }
 
-static const ConditionalCall kConditionalReportCalls[] = {
+static constexpr ConditionalCall kConditionalReportCalls[] = {
     // No memory is made a program.
     If("mmap", {2, PROT_EXEC, 0}),
     If("mprotect", {2, PROT_EXEC, 0}),
@@ -73,7 +73,7 @@ static const ConditionalCall kConditionalReportCalls[] = {
     If("ioctl", {1, kWholeInt, TCGETS}),
 };
 
-static const ConditionalCall kConditionalLookUpCalls[] = {
+static constexpr ConditionalCall kConditionalLookUpCalls[] = {
     If("ioctl", {1, kWholeInt, FIONREAD}),
     {"socket", {0, kWholeInt, AF_INET}, {1, kSocketType, SOCK_DGRAM}},
     {"socket", {0, kWholeInt, AF_INET}, {1, kSocketType, SOCK_STREAM}},
@@ -133,9 +133,10 @@ static void Write(FILE* source, const char* name, scmp_filter_ctx filter) {
   FILE* const code = tmpfile();
   Check(code == nullptr ? -errno : 0, "tmpfile");
   Check(seccomp_export_bpf(filter, fileno(code)), "seccomp_export_bpf");
-  const auto count = static_cast<unsigned long>(lseek(fileno(code), 0, SEEK_CUR)) / sizeof(sock_filter);
+  const long size = lseek(fileno(code), 0, SEEK_CUR);
   rewind(code);
-  fprintf(source, "static constexpr std::array<sock_filter, %lu> %s{{\n", count, name);
+  fprintf(source, "static constexpr std::array<sock_filter, %ld> %s{{\n", size / long{sizeof(sock_filter)},
+          name);
   for (sock_filter step; fread(&step, sizeof step, 1, code) == 1;) {
     fprintf(source, "    {%#x, %u, %u, %#x},\n", step.code, step.jt, step.jf, step.k);
   }
@@ -146,7 +147,10 @@ static void Write(FILE* source, const char* name, scmp_filter_ctx filter) {
 
 int main(int argc, char** argv) {
   FILE* const source = argc == 2 ? fopen(argv[1], "w") : nullptr;
-  Check(source == nullptr ? -errno : 0, "FILE");
+  if (source == nullptr) {
+    perror("make_syscall_filters");
+    return 1;
+  }
   Write(source, "kReportFilter", NewFilter());
   scmp_filter_ctx look_ups = NewFilter();
   AllowAll(look_ups, kLookUpCalls);
