@@ -10,9 +10,9 @@ set -eu
 cd "$(dirname "$0")"
 . ./cmake/packages.sh
 
-need_packages g++ cmake ninja-build python3 libgtest-dev libgmock-dev libcrypt-dev cmark-gfm
-# Tools and data that tests use where they are: a name server, time zones, a second shell, packers, patch.
-need_packages dnsmasq-base iproute2 tzdata busybox bzip2 xz-utils zstd patch
+need_packages g++ cmake ninja-build python3 libgtest-dev libgmock-dev libcrypt-dev libseccomp-dev cmark-gfm
+# Tools and data that tests use where they are: a name server, time zones, a second shell, packers, patch, a tracer.
+need_packages dnsmasq-base iproute2 tzdata busybox bzip2 xz-utils zstd patch strace
 if [ "${ORVELLIS_SYSTEM_TESTS:-}" = 1 ]; then
   # Real web servers, a real browser and a real package; else those tests are skipped.
   need_packages curl apache2 nginx-light fcgiwrap lighttpd chromium lintian mandoc fail2ban
@@ -30,6 +30,6 @@ for preset in release asan; do
   cmake --preset "$preset" >/dev/null
   cmake --build --preset "$preset"
 done
-[ "${ORVELLIS_DEEP_TESTS:-}" != 1 ] || tests/memcheck.sh build/release cases
+[ "${ORVELLIS_DEEP_TESTS:-}" != 1 ] || tests/memcheck.sh build/memcheck cases
 ctest --preset release -j "$(nproc)" --output-on-failure
 ctest --preset asan -j "$(nproc)" --output-on-failure

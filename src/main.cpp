@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "run/run.h"
+#include "run/shut_in.h"
 
 // Not left to the library, so that it takes no memory: where there is too little
 // for a report, its head can still be held back.
@@ -12,5 +13,5 @@ int main(int argc, char** argv) {
   // A file that may not grow any more is a full disk, not a reason to die.
   signal(SIGXFSZ, SIG_IGN);
   setvbuf(stdout, mPageBuffer, _IOFBF, sizeof mPageBuffer);
-  return Run({.argc = argc, .argv = argv, .form = stdin});
+  return Run({.argc = argc, .argv = argv, .form = stdin, .shut_in = kShutsIn ? ShutIn : nullptr});
 }

@@ -4,14 +4,19 @@
 #
 #   tests/memcheck.sh [BUILD_FOLDER [cases|units|all]]
 #
-# BUILD_FOLDER is build/release when not given; build/debug tells line numbers. "cases" are the end-to-end
-# cases, "units" the unit tests.
+# BUILD_FOLDER is build/memcheck when not given, which is built first; one of debug with ORVELLIS_SANDBOX=OFF tells
+# line numbers. A build that gives up system calls gives up valgrind's, too. "cases" are the end-to-end cases,
+# "units" the unit tests.
 set -eu
 here=$(cd "$(dirname "$0")/.." && pwd)
 . "$here/cmake/packages.sh"
 need_packages valgrind patch
 
-build=$(cd "$here" && cd "${1:-build/release}" && pwd)
+folder=${1:-build/memcheck}
+if [ "$folder" = build/memcheck ]; then
+  (cd "$here" && cmake --preset memcheck >/dev/null && cmake --build --preset memcheck)
+fi
+build=$(cd "$here" && cd "$folder" && pwd)
 what=${2:-all}
 jobs=$(getconf _NPROCESSORS_ONLN)
 work=$(mktemp -d)

@@ -19,6 +19,7 @@ status=0
 for file in */*.cpp */*.h; do
   case $file in
     run/* | config/* | cgi/* | report/*) continue ;;
+    sandbox/make_syscall_filters.cpp) continue ;;  # a program of the build
     base/memory_end.cpp) continue ;;  # drops what was printed, where memory ends
   esac
   checked="${checked:-} $file"

@@ -5,7 +5,7 @@
 set -eu
 cd "$(dirname "$0")/.."
 . ./cmake/packages.sh
-need_packages clang-tidy cppcheck libcrypt-dev
+need_packages clang-tidy cppcheck libcrypt-dev libseccomp-dev
 
 if [ $# = 0 ]; then
   # Not the benchmarks proper: to the analyser, the counter of their library's loops is a store never read.
@@ -17,9 +17,9 @@ failed=0
 # The longest first, so that no processor waits for the last of them.
 wc -c "$@" | sed '/ total$/d' | sort -rn | sed 's/^ *[0-9]* //' |
   # shellcheck disable=SC2016 # the inner shell expands it
-  xargs -n 1 -P "$jobs" sh -c 'clang-tidy --quiet "$1" -- -std=c++20 -Isrc 2>/dev/null' sh || failed=1
+  xargs -n 1 -P "$jobs" sh -c 'clang-tidy --quiet "$1" -- -std=c++20 -Isrc -Isrc/sandbox/none -DORVELLIS_SANDBOX=1 2>/dev/null' sh || failed=1
 
 # useStlAlgorithm: a loop of three lines over a table is easier to read than an algorithm with a lambda.
 cppcheck -j "$jobs" --quiet --std=c++20 --platform=unix64 --enable=warning,performance,portability,style \
-  --suppress=useStlAlgorithm --error-exitcode=1 -Isrc "$@" || failed=1
+  --suppress=useStlAlgorithm --error-exitcode=1 -Isrc -DORVELLIS_SANDBOX=1 "$@" || failed=1
 exit $failed

@@ -19,6 +19,7 @@ static const Edition kEditions[] = {
         .whole_values = false,
         .server_arguments = true,
         .only_posts = false,
+        .shuts_in = false,
     },
     {
         .name = "modern",
@@ -31,6 +32,7 @@ static const Edition kEditions[] = {
         .whole_values = true,
         .server_arguments = false,
         .only_posts = true,
+        .shuts_in = true,
     },
 };
 

@@ -23,6 +23,7 @@ struct Edition {
   bool whole_values;      // whether "=" is part of a parameter's value
   bool server_arguments;  // whether what a web server makes arguments of is a request
   bool only_posts;        // whether a report must be posted; otherwise GET alone cannot ask for it
+  bool shuts_in;          // whether a run gives up what it will not use before it looks at logs
 };
 
 // The edition of that name, ignoring case; null when there is none.

@@ -76,6 +76,9 @@ static Refusal Report(bool account_found, Task& task) {
     return {error};
   }
   MakeNice(task.settings);
+  if (task.edition->shuts_in && task.input.shut_in != nullptr) {
+    task.input.shut_in(task.settings);
+  }
   task.edition->page->begin(task.env, task.settings);
   return {AnalyzeLogs(task.settings, task.edition->counting, *task.edition->page)};
 }

@@ -11,6 +11,9 @@ struct RunInput {
   std::FILE* form;  // where a posted form is read from
   // Called once all parameters are known and before they are used; null in the program.
   void (*settled)(Settings& settings) = nullptr;
+  // Called where the edition says so, when the requester has been let in and before any log is looked at.
+  // Null in what makes more than one run, as there is no way back.
+  void (*shut_in)(const Settings& settings) = nullptr;
 };
 
 // Makes the run that the CGI variables and the arguments ask for. Returns the status

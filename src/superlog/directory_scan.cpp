@@ -64,18 +64,17 @@ static size_t FindAll(DirectoryScan& scan, const char* pattern) {
   return HasWildcard(text) ? FindInDirectory(scan, pattern + scan.directory) : FindOne(scan.path);
 }
 
-bool FindFirst(DirectoryScan& scan, const char* pattern, FoundFile& found) {
+void StartScan(DirectoryScan& scan, const char* pattern) {
   scan = {};
   errno = 0;
   scan.count = *pattern == '\0' ? 0 : FindAll(scan, pattern);
-  if (!FindNext(scan, found)) {
-    FindClose(scan);
-    return false;
-  }
-  return true;
 }
 
+// Null after the last.
 static const char* PathOfNext(DirectoryScan& scan) {
+  if (scan.next == scan.count) {
+    return nullptr;
+  }
   const size_t place = scan.next++;
   if (scan.matches.gl_pathv != nullptr) {
     return scan.matches.gl_pathv[place];
@@ -87,14 +86,25 @@ static const char* PathOfNext(DirectoryScan& scan) {
 }
 
 bool FindNext(DirectoryScan& scan, FoundFile& found) {
-  if (scan.next == scan.count) {
+  const char* const path = PathOfNext(scan);
+  if (path == nullptr) {
     return false;
   }
-  const char* const path = PathOfNext(scan);
   struct stat info;
   found.name = path + FolderLength(path);
   found.size = stat(path, &info) == 0 ? info.st_size : 0;
   return true;
+}
+
+FoundName NextName(DirectoryScan& scan) {
+  const bool plain_file =
+      scan.entries != nullptr && scan.next < scan.count && scan.entries[scan.next]->d_type == DT_REG;
+  const char* const path = PathOfNext(scan);
+  return {path == nullptr ? nullptr : path + FolderLength(path), plain_file};
+}
+
+void RewindScan(DirectoryScan& scan) {
+  scan.next = 0;
 }
 
 void FindClose(DirectoryScan& scan) {

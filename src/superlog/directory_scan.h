@@ -23,12 +23,22 @@ struct DirectoryScan {
   char path[kPathSize + sizeof(dirent::d_name)];  // of the entry at hand, or of the only file
 };
 
-// Starts a scan with its first match. False when the pattern is empty or nothing
-// matches; FindClose is then not needed. When memory runs out, the process exits
-// with status 1.
-bool FindFirst(DirectoryScan& scan, const char* pattern, FoundFile& found);
+// Starts a scan before its first match: the files are found now, and looked at when their turn comes.
+// FindClose ends the scan, also when nothing matches. When memory runs out, the process exits with status 1.
+void StartScan(DirectoryScan& scan, const char* pattern);
 
 // The next match; false after the last.
 bool FindNext(DirectoryScan& scan, FoundFile& found);
+
+struct FoundName {
+  const char* name;  // without directory; valid until the next call; null after the last match
+  bool plain_file;   // known to be one, neither folder nor link
+};
+
+// The next match without looking at the file.
+FoundName NextName(DirectoryScan& scan);
+
+// Goes back to the first match.
+void RewindScan(DirectoryScan& scan);
 
 void FindClose(DirectoryScan& scan);

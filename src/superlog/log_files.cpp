@@ -19,12 +19,28 @@ static char mCurLogFileSpec[kPathSize];
 static time_t mAnalysisRangeFirst_t = 0;
 static time_t mAnalysisRangeLast_t = 0;
 
+// A pattern's files, which may have been found before anybody asks for them.
+struct FoundLogs {
+  bool ahead;
+  DirectoryScan scan;
+};
+
+static FoundLogs mFoundLogs;
+static FoundLogs mFoundAccessLog;
+
 static bool mFilesBegun = false;             // SuperLog_NextLogFile was called
 static LogFile* mpNextLogSummary = nullptr;  // entry to look at next
 static bool mLogsInReportRange = false;
 
+static void Forget(FoundLogs& logs) {
+  FindClose(logs.scan);
+  logs = {};
+}
+
 void ResetSuperLog() {
   SuperLog_Uninit();
+  Forget(mFoundLogs);
+  Forget(mFoundAccessLog);
   ResetLineReader();
   ResetLogFormat();
   ResetLogDates();
@@ -54,20 +70,28 @@ bool FileShouldBeScanned(const LogFile& found) {
   return false;
 }
 
-// Adds the files of a pattern to the list; true when one of them was probed. The
-// pattern's directory is used as it stands.
-static bool AddLogsOfPattern(const char* pattern, bool trust_known_dates) {
+static void FindAhead(FoundLogs& logs, const char* pattern) {
+  Forget(logs);
+  StartScan(logs.scan, pattern);
+  logs.ahead = true;
+}
+
+// Where the log of that name is opened. The pattern's directory is used as it stands.
+static void MakeLogPath(char (&path)[kPathSize], const char* pattern, const char* name) {
   char directory[kPathSize];
   MakeDirWithSlash(directory, sizeof directory, pattern);
-  DirectoryScan scan;
-  FoundFile found;
-  if (!FindFirst(scan, pattern, found)) {
-    return false;
+  snprintf(path, sizeof path, "%s%s", directory, name);
+}
+
+// Adds the files of a pattern to the list; true when one of them was probed.
+static bool AddLogsOfPattern(FoundLogs& logs, const char* pattern, bool trust_known_dates) {
+  if (!logs.ahead) {
+    StartScan(logs.scan, pattern);
   }
   bool probed = false;
-  do {
+  for (FoundFile found; FindNext(logs.scan, found);) {
     LogFile log = {};
-    snprintf(log.name, sizeof log.name, "%s%s", directory, found.name);
+    MakeLogPath(log.name, pattern, found.name);
     log.size = WrappedSize(mLogLimits, static_cast<uint64_t>(found.size));
     log.state = kSeenOnDisk;
     if (FileIsntDots(found.name) && (!trust_known_dates || FileShouldBeScanned(log))) {
@@ -75,9 +99,37 @@ static bool AddLogsOfPattern(const char* pattern, bool trust_known_dates) {
       LogsListAppend(log);
       probed = true;
     }
-  } while (FindNext(scan, found));
-  FindClose(scan);
+  }
+  Forget(logs);
   return probed;
+}
+
+// The name of the settings, or where there is none the default one.
+static void MakeSummaryPath(char (&path)[kSummaryPathSize], const Settings& settings) {
+  char name[kPathSize];
+  CopyText(name, settings.summary);
+  if (name[0] == '\0') {
+    CreateDefaultSummaryName(name, sizeof name, settings.logs);
+  }
+  CreateSummaryFileName(path, sizeof path, settings.logs, name);
+}
+
+static void TellLogs(FoundLogs& logs, const char* pattern, const LogPaths& paths) {
+  FindAhead(logs, pattern);
+  for (FoundName found = NextName(logs.scan); found.name != nullptr; found = NextName(logs.scan)) {
+    char path[kPathSize];
+    MakeLogPath(path, pattern, found.name);
+    paths.log(paths.context, path, found.plain_file);
+  }
+  RewindScan(logs.scan);
+}
+
+void SuperLog_FindAhead(const Settings& settings, const LogPaths& paths) {
+  char summary_path[kSummaryPathSize];
+  MakeSummaryPath(summary_path, settings);
+  paths.summary(paths.context, summary_path);
+  TellLogs(mFoundLogs, settings.logs, paths);
+  TellLogs(mFoundAccessLog, settings.AccessLog, paths);
 }
 
 void SuperLog_Init(Settings& settings, const Limits& limits, time_t range_first, time_t range_last,
@@ -97,11 +149,11 @@ void SuperLog_Init(Settings& settings, const Limits& limits, time_t range_first,
     CreateDefaultSummaryName(settings.summary, sizeof settings.summary, settings.logs);
   }
   char summary_path[kSummaryPathSize];
-  CreateSummaryFileName(summary_path, sizeof summary_path, settings.logs, settings.summary);
+  MakeSummaryPath(summary_path, settings);
   ReadSummaryFile(summary_path);
-  const bool logs_probed = AddLogsOfPattern(mLogSearchSpec, true);
+  const bool logs_probed = AddLogsOfPattern(mFoundLogs, mLogSearchSpec, true);
   // The current log grows while it is read: its known dates are never trusted.
-  const bool current_log_probed = AddLogsOfPattern(mCurLogFileSpec, false);
+  const bool current_log_probed = AddLogsOfPattern(mFoundAccessLog, mCurLogFileSpec, false);
   const bool logs_gone = DeleteOldEntries();
   if (logs_probed || current_log_probed || logs_gone) {
     WriteSummaryFile(summary_path);

@@ -65,6 +65,17 @@ DateOrder SuperLog_GetDateFormat();
 void SuperLog_Init(Settings& settings, const Limits& limits, time_t range_first, time_t range_last,
                    const LogEvents& events = {});
 
+// Takes the paths that SuperLog_Init, and reading the logs, will open.
+struct LogPaths {
+  void* context;
+  void (*log)(void* context, const char* path, bool plain_file);  // plain: neither folder nor link
+  void (*summary)(void* context, const char* path);  // a file that need not exist, and is read and replaced
+};
+
+// Finds the logs before SuperLog_Init with the same settings, which then takes these and looks into no
+// folder.
+void SuperLog_FindAhead(const Settings& settings, const LogPaths& paths);
+
 // True when the list of log files is not empty.
 bool SuperLog_LogFilesFound();
 

@@ -32,6 +32,7 @@ TEST(FindEdition, RulesOfTheRows) {
   EXPECT_EQ(classic.page, &kClassicPage);
   EXPECT_FALSE(classic.whole_values);
   EXPECT_FALSE(classic.only_posts);
+  EXPECT_FALSE(classic.shuts_in);
   const Edition& modern = *FindEdition("modern");
   EXPECT_EQ(modern.counting.limits.line, 65536U);
   EXPECT_EQ(modern.counting.limits.item, 2048U);
@@ -43,6 +44,7 @@ TEST(FindEdition, RulesOfTheRows) {
   EXPECT_EQ(modern.page, &kGuardedPage);
   EXPECT_TRUE(modern.whole_values);
   EXPECT_TRUE(modern.only_posts);
+  EXPECT_TRUE(modern.shuts_in);
 }
 
 // Works in an empty folder, so that no default configuration is there.

@@ -17,12 +17,11 @@ std::vector<std::string> Scan(const std::string& pattern) {
   std::vector<std::string> files;
   DirectoryScan scan;
   FoundFile found;
-  if (FindFirst(scan, pattern.c_str(), found)) {
-    do {
-      files.push_back(std::string(found.name) + ":" + std::to_string(found.size));
-    } while (FindNext(scan, found));
-    FindClose(scan);
+  StartScan(scan, pattern.c_str());
+  while (FindNext(scan, found)) {
+    files.push_back(std::string(found.name) + ":" + std::to_string(found.size));
   }
+  FindClose(scan);
   return files;
 }
 
@@ -47,6 +46,46 @@ TEST_F(DirectoryScanTest, MatchesComeSortedByNameWithTheirSizes) {
   Write("a.log", "");
   Write("c.txt", "x");
   EXPECT_EQ(Scan(directory + "/*.log"), (Files{"a.log:0", "b.log:5"}));
+}
+
+TEST_F(DirectoryScanTest, NamesAloneThenTheFilesAsTheyAreThen) {
+  for (const std::string& pattern :
+       {directory + "/*.log", directory.substr(0, directory.size() - 1) + "?/[ab].log"}) {
+    SCOPED_TRACE(pattern);
+    Write("a.log", "1");
+    Write("b.log", "1");
+    DirectoryScan scan;
+    StartScan(scan, pattern.c_str());
+    EXPECT_STREQ(NextName(scan).name, "a.log");
+    EXPECT_STREQ(NextName(scan).name, "b.log");
+    EXPECT_EQ(NextName(scan).name, nullptr);
+    Write("a.log", "1234");
+    Write("aa.log", "found too late");
+    RewindScan(scan);
+    FoundFile found;
+    ASSERT_TRUE(FindNext(scan, found));
+    EXPECT_STREQ(found.name, "a.log");
+    EXPECT_EQ(found.size, 4);
+    ASSERT_TRUE(FindNext(scan, found));
+    EXPECT_STREQ(found.name, "b.log");
+    EXPECT_FALSE(FindNext(scan, found));
+    FindClose(scan);
+    unlink((directory + "/aa.log").c_str());
+  }
+}
+
+TEST_F(DirectoryScanTest, NeitherFoldersNorLinksArePlainFiles) {
+  ASSERT_EQ(mkdir((directory + "/folder").c_str(), 0700), 0);
+  ASSERT_EQ(symlink("folder", (directory + "/link").c_str()), 0);
+  Write("plain", "");
+  DirectoryScan scan;
+  StartScan(scan, (directory + "/*").c_str());
+  EXPECT_FALSE(NextName(scan).plain_file) << "folder";
+  EXPECT_FALSE(NextName(scan).plain_file) << "link";
+  const FoundName last = NextName(scan);
+  EXPECT_STREQ(last.name, "plain");
+  EXPECT_FALSE(NextName(scan).plain_file) << "none";
+  FindClose(scan);
 }
 
 TEST_F(DirectoryScanTest, PatternWithoutWildcardMatchesItsFile) {

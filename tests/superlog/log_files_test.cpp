@@ -442,6 +442,60 @@ TEST_F(LogFilesTest, DirectoryOfThePatternIsUsedAsItStands) {
   EXPECT_EQ(ListNames(), Names{"?/a1.log"});
 }
 
+// What SuperLog_FindAhead tells, a line each, without the folder of the logs.
+std::string ToldAhead(const Settings& settings) {
+  std::string told;
+  SuperLog_FindAhead(settings, {.context = &told,
+                                .log =
+                                    [](void* context, const char* path, bool plain_file) {
+                                      *static_cast<std::string*>(context) +=
+                                          (plain_file ? "file " : "path ") + NameOf(path) + "\n";
+                                    },
+                                .summary =
+                                    [](void* context, const char* path) {
+                                      *static_cast<std::string*>(context) += "summary " + NameOf(path) + "\n";
+                                    }});
+  return told;
+}
+
+TEST_F(LogFilesTest, FindingAheadTellsEveryPathThatIsOpened) {
+  Write("a2.log", Line(2));
+  Write("current", Line(3));
+  ASSERT_EQ(symlink("current", PathOf("a1.log").c_str()), 0);
+  CopyText(settings.AccessLog, PathOf("current"));
+  EXPECT_EQ(ToldAhead(settings), "summary as_log.ORV\npath a1.log\nfile a2.log\npath current\n");
+  EXPECT_STREQ(settings.summary, "");
+  CopyText(settings.summary, "mine");
+  CopyText(settings.logs, PathOf("none*"));
+  CopyText(settings.AccessLog, "");
+  EXPECT_EQ(ToldAhead(settings), "summary mine.ORV\n");
+}
+
+TEST_F(LogFilesTest, FindingAheadTellsPathsAsTheyAreOpened) {
+  ASSERT_EQ(mkdir(PathOf("d").c_str(), 0700), 0);
+  Write("d/a1.log", Line(2));
+  CopyText(settings.logs, PathOf("?/a*.log"));
+  EXPECT_EQ(ToldAhead(settings), "summary ?/as_log.ORV\npath ?/a1.log\n");
+}
+
+TEST_F(LogFilesTest, LogsFoundAheadAreTakenAsTheyAreThen) {
+  Write("a1.log", Line(2));
+  ToldAhead(settings);
+  Write("a1.log", Line(4) + Line(5));
+  Write("a2.log", Line(6, 7));
+  Init();
+  EXPECT_EQ(ListNames(), Names{"a1.log"});
+  EXPECT_EQ(mpLogsRoot->size, 2 * Line(4).size());
+  EXPECT_EQ(OpenedDays(), Days{4});
+  Init();
+  EXPECT_EQ(ListNames(), (Names{"a1.log", "a2.log"})) << "once only";
+  ToldAhead(settings);
+  ResetSuperLog();
+  Write("a3.log", Line(7, 9));
+  Init();
+  EXPECT_EQ(ListNames(), (Names{"a1.log", "a2.log", "a3.log"})) << "not behind a reset";
+}
+
 TEST_F(LogFilesTest, DamagedSummaryIsProbedAnew) {
   Write("a1.log", Line(2));
   std::ofstream(SummaryPath()) << "!Version=1.4\n" << Line(2).size() << ",1,1," << PathOf("a1.log") << "\n";

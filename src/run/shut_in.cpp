@@ -1,0 +1,117 @@
+#include "run/shut_in.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+
+#include "base/path.h"
+#include "report/error_page.h"
+#include "sandbox/landlock.h"
+#include "sandbox/name_services.h"
+#include "sandbox/syscall_filter.h"
+#include "superlog/summary_file.h"
+#include "superlog/superlog.h"
+
+// What a process may do beside what its settings name.
+struct Profile {
+  SyscallSet syscalls;
+  const char* const* files_to_read;  // null ends them
+  std::uint16_t tcp_port;            // of other machines; 0: none
+};
+
+static constexpr const char* kNoFiles[] = {nullptr};
+
+// The C library looks every time whether the machine's zone is still the same, and reads it anew if not.
+static constexpr const char* kZones[] = {"/etc/localtime", "/usr/share/zoneinfo"};
+
+static constexpr std::uint16_t kNamePort = 53;
+
+static constexpr Profile kReport{SyscallSet::kReport, kNoFiles, 0};
+static constexpr Profile kReportWithLookUps{SyscallSet::kReportWithLookUps, kNameServiceFiles, kNamePort};
+
+// A folder that stands for a log is opened, but nothing beneath it is.
+static constexpr PathRights kToRead{.file = kReadFile, .folder = kListFolder};
+static constexpr PathRights kToReadWithin{.file = kReadFile, .folder = kReadFile};
+static constexpr PathRights kToAppend{.file = kWriteFile, .folder = 0};
+static constexpr PathRights kToRewrite{.file = kReadFile | kWriteFile | kTruncateFile, .folder = 0};
+static constexpr PathRights kToMakeIn{.file = 0, .folder = kMakeFile | kWriteFile};
+static constexpr PathRights kToReplaceIn{.file = 0,
+                                         .folder = kMakeFile | kWriteFile | kTruncateFile | kRemoveFile};
+
+// ---- Files ----
+
+// Rights to the folder of a path. Only where the user has them, so that no rule says more than is so.
+template <size_t kSize>
+static void AllowFolderOf(Landlock& landlock, const char* path, const PathRights& rights) {
+  char folder[kSize];
+  const size_t length = FolderLength(path);
+  CopyText(folder, length == 0 ? std::string_view(".") : std::string_view(path, length));
+  if (faccessat(AT_FDCWD, folder, W_OK, AT_EACCESS) == 0) {
+    AllowPath(landlock, folder, rights);
+  }
+}
+
+static void AllowLog(void* rules, const char* path, bool plain_file) {
+  Landlock& landlock = *static_cast<Landlock*>(rules);
+  if (plain_file) {
+    AllowFile(landlock, path, kToRead.file);
+  } else {
+    AllowPath(landlock, path, kToRead);
+  }
+}
+
+static void AllowSummary(void* rules, const char* path) {
+  Landlock& landlock = *static_cast<Landlock*>(rules);
+  AllowPath(landlock, path, kToRewrite);
+  AllowFolderOf<kSummaryPathSize>(landlock, path, kToReplaceIn);
+}
+
+static void AllowErrorLog(Landlock& landlock, const char* path) {
+  if (path[0] != '\0' && !AllowPath(landlock, path, kToAppend)) {
+    AllowFolderOf<kPathSize>(landlock, path, kToMakeIn);
+  }
+}
+
+// Returns an error number, as EnterLandlock does.
+static int GiveUpFiles(const Profile& profile, const Settings& settings) {
+  Landlock landlock;
+  if (!BeginLandlock(landlock)) {
+    return landlock.failure;
+  }
+  SuperLog_FindAhead(settings, {.context = &landlock, .log = AllowLog, .summary = AllowSummary});
+  AllowErrorLog(landlock, settings.ErrorLog);
+  AllowPath(landlock, settings.Networks, kToRead);
+  for (const char* const zones : kZones) {
+    AllowPath(landlock, zones, kToReadWithin);
+  }
+  for (const char* const* path = profile.files_to_read; *path != nullptr; ++path) {
+    AllowPath(landlock, *path, kToRead);
+  }
+  if (profile.tcp_port != 0) {
+    AllowTcpTo(landlock, profile.tcp_port);
+  }
+  return EnterLandlock(landlock);
+}
+
+// ---- The whole ----
+
+static void Tell(const Settings& settings, const char* what, int error) {
+  if (error != 0) {
+    char sentence[kTextSize];
+    snprintf(sentence, sizeof sentence, "The run could not give up %s: %s", what, strerror(error));
+    LogError(settings, sentence);
+  }
+}
+
+void ShutIn(const Settings& settings) {
+  const bool look_ups = settings.dnslookupenabled != 0;
+  if (look_ups) {
+    LoadNameServices();
+  }
+  const Profile& profile = look_ups ? kReportWithLookUps : kReport;
+  Tell(settings, "files", GiveUpFiles(profile, settings));
+  Tell(settings, "system calls", EnterSyscallFilter(profile.syscalls));
+}

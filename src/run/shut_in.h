@@ -1,0 +1,13 @@
+// What a run gives up before it looks at any log.
+#pragma once
+
+#include "cgi/settings.h"
+
+// Whether this build gives anything up.
+inline constexpr bool kShutsIn = ORVELLIS_SANDBOX != 0;
+
+// Leaves the process what a report by these settings needs, for the rest of its life: the logs, now found,
+// the file of networks, the error log and the summary file, memory and the time; with dnslookupenabled, name
+// servers. What the kernel has no means for stays as it is. What goes wrong in another way is a line in the
+// error log, and the run goes on with the rest given up.
+void ShutIn(const Settings& settings);
