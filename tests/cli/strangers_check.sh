@@ -25,7 +25,7 @@ sed -nE 's/^\| (`[^|]*`) \| (taken|ignored) \| .*[^ ].* \|$/\2 \1/p' "$project/d
   awk '{ for (i = 2; i <= NF; ++i) print $i, $1 }' | LC_ALL=C sort >"$work/manual"
 
 cd "$work"
-printf 'Edition=modern\nErrorLog=log\nuser=demo;logs=none\n' >orvellis.conf
+printf 'Edition=modern\nErrorLog=log\nuser=demo;logs=none;password=*\n' >orvellis.conf
 while read -r name _; do
   form="username=demo&$(echo "$name" | tr '[:lower:]' '[:upper:]')=demo&$name=demo&nosuch$name=1"
   rm -f log

@@ -1,10 +1,10 @@
 # ask FORM [NAME=VALUE...]: posts the form to both editions, over the configuration
-# that the file accounts holds, and prints how each answers.
+# that accounts.conf holds, and prints how each answers.
 ask() {
   for edition in classic modern; do
-    { echo "Edition=$edition" && cat accounts; } >orvellis.conf
+    { echo "Edition=$edition" && cat accounts.conf; } >orvellis.conf
     post "$@" | sed -n -e "s|^<title>Web Site Analysis</title>|$edition: admitted|p" \
-      -e "s|^Status: |$edition: |p" -e "s|^<title>.*\(Error #.*\)</title>|$edition: \1|p"
+      -e "s|^Status: |$edition: |p" -e "s|^<title>\(.*Error #.*\)</title>|$edition: \1|p"
   done
 }
 
