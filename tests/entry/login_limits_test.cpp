@@ -156,11 +156,13 @@ class PlainLimits {
  public:
   // Seconds to wait; 0 when the attempt may be made.
   int Wait(std::int64_t now, int visitor, const std::string& account) const {
-    int seconds = 0;
-    while (!MayTry(now, seconds, visitor, account)) {
-      ++seconds;
+    int too_few = -1;
+    int enough = 600;
+    while (enough - too_few > 1) {  // the more time has passed, the fewer refusals count
+      const int seconds = (too_few + enough) / 2;
+      (MayTry(now, seconds, visitor, account) ? enough : too_few) = seconds;
     }
-    return seconds;
+    return enough;
   }
   void Refuse(std::int64_t now, int visitor, const std::string& account) {
     refusals_.push_back({now, visitor, account});
