@@ -21,6 +21,7 @@ for file in */*.cpp */*.h; do
     run/* | config/* | cgi/* | report/*) continue ;;
     sandbox/make_syscall_filters.cpp) continue ;;  # a program of the build
     base/memory_end.cpp) continue ;;  # drops what was printed, where memory ends
+    passwd/*) continue ;;  # a command of its own, which talks to whoever runs it
   esac
   checked="${checked:-} $file"
   if code "$file" | grep -nE "(^|[^A-Za-z0-9_])(($functions) *\(|($streams)([^A-Za-z0-9_]|\$))"; then
