@@ -5,7 +5,7 @@
 #include "report/errors.h"
 
 // The whole decision: an account that the configuration does not have is refused.
-Refusal AdmitByPlainRules(bool account_found, Environment& env, const Settings& settings);
+Refusal AdmitByPlainRules(bool account_found, const Environment& env, const Settings& settings);
 
 // Returns kNoError when the requester is accepted, otherwise kErrorRejected or
 // kErrorPasswordFile.

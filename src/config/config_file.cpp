@@ -43,21 +43,21 @@ static void SetExtraText(Reading& reading, char* value) {
 }
 
 // Of a line for which there was no room nobody knows how its last item goes on.
-static void LeaveOutCutItem(Reading& reading, char separator) {
-  char* const last = strrchr(reading.line, separator);
-  if (strlen(reading.line) == kLineMax && last != nullptr) {
+static void LeaveOutCutItem(char (&line)[kLineMax + 1], char separator) {
+  char* const last = strrchr(line, separator);
+  if (strlen(line) == kLineMax && last != nullptr) {
     *last = '\0';
   }
 }
 
 static void StoreInternalIp(Reading& reading, char* value) {
   CopyText(reading.settings.InternalIp, value);
-  LeaveOutCutItem(reading, ',');
+  LeaveOutCutItem(reading.line, ',');
   CopyText(reading.settings.internal_networks, value);
 }
 
 static void StoreTrustedProxies(Reading& reading, char* value) {
-  LeaveOutCutItem(reading, ',');
+  LeaveOutCutItem(reading.line, ',');
   CopyText(reading.settings.TrustedProxies, value);
 }
 
@@ -76,7 +76,7 @@ static bool TakeWrittenName(Reading& reading, std::string_view value) {
     return false;
   }
   CopyText(reading.settings.username, name);
-  LeaveOutCutItem(reading, ';');
+  LeaveOutCutItem(reading.line, ';');
   return true;
 }
 

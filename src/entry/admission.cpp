@@ -144,7 +144,7 @@ static void WaitUntil(const timespec& moment) {
 
 // One refusal waits at a time, so that waiting ones do not take the server's places. Where that
 // cannot be told, each waits.
-static Refusal RefuseInASecond(LoginAttempt& attempt, LoginVerdict verdict, const timespec& answer_at) {
+static Refusal RefuseInASecond(const LoginAttempt& attempt, LoginVerdict verdict, const timespec& answer_at) {
   if (verdict == LoginVerdict::kTry && !TakeWaitingTurn(attempt)) {
     return {kErrorLimited, 1};
   }
@@ -196,8 +196,9 @@ static Refusal CheckOwnUser(const Entry& entry) {
   return {kErrorRejected};
 }
 
-Refusal Admit(bool account_found, Environment& env, const Settings& settings) {
-  const Visitor visitor = MeetVisitor(env, settings.TrustedProxies);
+Refusal Admit(bool account_found, const Environment& env, const Settings& settings) {
+  Visitor visitor{.known = false, .address = {}};
+  visitor.known = ParseAddress(env.REMOTE_ADDR, visitor.address);
   const Entry entry{account_found, env, settings, visitor};
   LogBadNetworks(entry, "InternalIp", settings.internal_networks);
   LogBadNetworks(entry, "TrustedProxies", settings.TrustedProxies);

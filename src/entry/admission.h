@@ -16,7 +16,7 @@
 // an account that does not exist takes the way of one that does, and a refusal comes a
 // second after the request. While another refusal waits, or after too many
 // (login_limits.h), the answer is kErrorLimited, with the seconds, and comes at once.
-// From then on REMOTE_ADDR is the visitor's, whatever proxy passed the request on.
+// REMOTE_ADDR is taken for the visitor's address: MeetVisitor has seen to it.
 // A run from a shell, whose user can read the configuration, is neither kept waiting
 // nor counted.
-Refusal Admit(bool account_found, Environment& env, const Settings& settings);
+Refusal Admit(bool account_found, const Environment& env, const Settings& settings);

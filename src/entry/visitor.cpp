@@ -35,12 +35,11 @@ Visitor FindVisitor(const Environment& env, std::string_view trusted_proxies) {
   return visitor;
 }
 
-Visitor MeetVisitor(Environment& env, std::string_view trusted_proxies) {
+void MeetVisitor(Environment& env, std::string_view trusted_proxies) {
   const Visitor visitor = FindVisitor(env, trusted_proxies);
   if (visitor.known) {
     char text[kAddressTextSize];
     WriteAddress(visitor.address, text);
     CopyText(env.REMOTE_ADDR, text);
   }
-  return visitor;
 }

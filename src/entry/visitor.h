@@ -18,4 +18,4 @@ Visitor FindVisitor(const Environment& env, std::string_view trusted_proxies);
 
 // The same, and lets REMOTE_ADDR name the visitor, so that nobody who asks later, the error log first
 // of all, takes the proxy for one. What is no address stays there.
-Visitor MeetVisitor(Environment& env, std::string_view trusted_proxies);
+void MeetVisitor(Environment& env, std::string_view trusted_proxies);

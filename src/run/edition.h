@@ -17,7 +17,8 @@ struct Edition {
   const PageWriter* page;
   ParamSource form;  // as what the keyword table takes the fields of a form
   // Whether the requester may see the account, which was found in the configuration or not.
-  Refusal (*admit)(bool account_found, Environment& env, const Settings& settings);
+  Refusal (*admit)(bool account_found, const Environment& env, const Settings& settings);
+  bool behind_proxies;    // whether the proxies that are trusted tell who the visitor is
   bool names_as_written;  // whether accounts are called as the configuration spells them
   int last_year;          // that the years of a form may name
   bool whole_values;      // whether "=" is part of a parameter's value

@@ -5,6 +5,7 @@
 #include "cgi/check_params.h"
 #include "cgi/environment.h"
 #include "cgi/request.h"
+#include "entry/visitor.h"
 #include "report/extra_texts.h"
 #include "report/info_pages.h"
 #include "report/page_end.h"
@@ -66,6 +67,9 @@ static bool TakeParameters(Task& task) {
 }
 
 static Refusal Report(bool account_found, Task& task) {
+  if (task.edition->behind_proxies) {
+    MeetVisitor(task.env, task.settings.TrustedProxies);
+  }
   const Refusal refusal = task.edition->admit(account_found, task.env, task.settings);
   LogIgnoredNames(task.env, task.settings);
   if (refusal.error != kNoError) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "entry/login_limits.h"
+#include "entry/visitor.h"
 #include "support/text_file.h"
 
 using testing::EndsWith;
@@ -51,6 +52,7 @@ class AdmitTest : public testing::Test {
 
   Refusal Ask(const char* password = "") {
     CopyText(settings.typed_password, password);
+    MeetVisitor(env, settings.TrustedProxies);
     return Admit(account_found, env, settings);
   }
   Error Answer(const char* password = "") { return Ask(password).error; }

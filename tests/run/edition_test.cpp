@@ -33,6 +33,7 @@ TEST(FindEdition, RulesOfTheRows) {
   EXPECT_FALSE(classic.whole_values);
   EXPECT_FALSE(classic.only_posts);
   EXPECT_FALSE(classic.shuts_in);
+  EXPECT_FALSE(classic.behind_proxies);
   const Edition& modern = *FindEdition("modern");
   EXPECT_EQ(modern.counting.limits.line, 65536U);
   EXPECT_EQ(modern.counting.limits.item, 2048U);
@@ -45,6 +46,7 @@ TEST(FindEdition, RulesOfTheRows) {
   EXPECT_TRUE(modern.whole_values);
   EXPECT_TRUE(modern.only_posts);
   EXPECT_TRUE(modern.shuts_in);
+  EXPECT_TRUE(modern.behind_proxies);
 }
 
 // Works in an empty folder, so that no default configuration is there.
