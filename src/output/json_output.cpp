@@ -8,10 +8,8 @@
 #include "output/words.h"
 #include "sections/notes.h"
 #include "sections/overview.h"
-#include "sections/phrase_rows.h"
-#include "sections/ranked_rows.h"
 #include "sections/section_list.h"
-#include "sections/time_rows.h"
+#include "sections/section_rows.h"
 
 static constexpr int kShareDigits = 6;
 
@@ -71,12 +69,6 @@ static void PutHead(Sink& sink, const Settings& settings, const Analysis& analys
 
 // ---- Rows --------------------------------------------------------------------------
 
-// Opens the next object of a list.
-static void OpenRow(Sink& sink, bool& first) {
-  Put(sink, first ? Literal("\n        {\"item\": ") : Literal(",\n        {\"item\": "));
-  first = false;
-}
-
 static void PutItem(Sink& sink, const char* item) {
   PutJson(sink, item);
   if (!IsUtf8(item)) {
@@ -93,7 +85,7 @@ static void PutCount(Sink& sink, int64_t count, double share) {
   PutDecimal(sink, share, kShareDigits);
 }
 
-static void PutReferrers(Sink& sink, RankedRow& row) {
+static void PutReferrers(Sink& sink, SectionRow& row) {
   Put(sink, ", \"referrers\": [");
   bool first = true;
   for (ReferrerRow referrer; NextReferrer(row, referrer); first = false) {
@@ -106,90 +98,44 @@ static void PutReferrers(Sink& sink, RankedRow& row) {
   Put(sink, "]");
 }
 
-static void PutRankedRow(Sink& sink, const RankedItems& kind, RankedRow& row) {
+static void PutRow(Sink& sink, const Section& section, SectionRow& row) {
   PutItem(sink, row.item);
   PutCount(sink, row.count, row.share);
-  if (row.description != nullptr) {
+  if (row.name != nullptr) {
     Put(sink, ", \"name\": ");
-    PutJson(sink, row.description);
+    PutJson(sink, row.name);
   }
-  if (kind.with_referrers) {
+  if (row.engine != nullptr) {
+    Put(sink, ", \"engine\": ");
+    PutJson(sink, row.engine);
+  }
+  if (section.items.with_referrers) {
     PutReferrers(sink, row);
   }
   Put(sink, "}");
 }
 
-static void PutFigures(Sink& sink, int64_t distinct, int64_t total) {
-  Put(sink, ", \"distinct\": ");
-  PutNumber(sink, distinct);
-  Put(sink, ", \"total\": ");
-  PutNumber(sink, total);
-  Put(sink, ", \"rows\": [");
-}
-
-static void PutRanked(Sink& sink, const Settings& settings, const Section& section, Analysis& analysis) {
-  RankedRows rows = OpenRanked(settings, section, analysis);
-  PutFigures(sink, rows.summary.distinct, rows.summary.total);
+static void PutRows(Sink& sink, const Section& section, SectionRows& rows) {
   bool first = true;
-  for (RankedRow row; NextRanked(rows, row);) {
-    OpenRow(sink, first);
-    PutRankedRow(sink, section.items, row);
+  for (SectionRow row; NextRow(rows, row); first = false) {
+    Put(sink, first ? Literal("\n        {\"item\": ") : Literal(",\n        {\"item\": "));
+    PutRow(sink, section, row);
   }
 }
-
-static void PutPhrases(Sink& sink, const Settings& settings, const Section&, Analysis& analysis) {
-  EngineRows engines = OpenEngines(settings, analysis);
-  PutFigures(sink, engines.summary.distinct, engines.summary.total);
-  bool first = true;
-  for (EngineRow engine; NextEngine(engines, engine);) {
-    for (PhraseRow phrase; NextPhrase(engine, phrase);) {
-      OpenRow(sink, first);
-      PutItem(sink, phrase.phrase);
-      PutCount(sink, phrase.count, Share(phrase.count, engines.summary.total));
-      Put(sink, ", \"engine\": ");
-      PutJson(sink, engine.name);
-      Put(sink, "}");
-    }
-  }
-}
-
-static void PutTimeItem(Sink& sink, const TimeRow& row) {
-  Put(sink, "\"");
-  if (row.hour >= 0) {
-    PutPadded(sink, row.hour, 2);
-  } else if (row.date.month != 0) {
-    PutDay(sink, row.date);
-  } else {
-    Put(sink, WeekdayName(row.weekday));
-  }
-  Put(sink, "\"");
-}
-
-static void PutTimes(Sink& sink, const Settings&, const Section& section, Analysis& analysis) {
-  TimeRows rows = section.times(analysis);
-  PutFigures(sink, rows.end - rows.next, rows.total);
-  bool first = true;
-  for (TimeRow row; NextTime(rows, row);) {
-    OpenRow(sink, first);
-    PutTimeItem(sink, row);
-    PutCount(sink, row.count, row.share);
-    Put(sink, "}");
-  }
-}
-
-// ---- Sections ----------------------------------------------------------------------
-
-// By the kind of a section's rows.
-static constexpr void (*kPutRows[])(Sink&, const Settings&, const Section&, Analysis&) = {
-    PutRanked, PutPhrases, PutTimes, PutTimes, PutTimes,
-};
 
 static void PutSection(Sink& sink, const Settings& settings, const Section& section, Analysis& analysis) {
+  SectionRows rows;
+  OpenSection(rows, settings, section, analysis);
   Put(sink, "\n    ");
   PutJson(sink, section.parameter);
   Put(sink, ": {\"title\": ");
   PutJson(sink, WordsOf(section).title.text());
-  kPutRows[static_cast<size_t>(section.rows)](sink, settings, section, analysis);
+  Put(sink, ", \"distinct\": ");
+  PutNumber(sink, rows.distinct);
+  Put(sink, ", \"total\": ");
+  PutNumber(sink, rows.total);
+  Put(sink, ", \"rows\": [");
+  PutRows(sink, section, rows);
   Put(sink, "]}");
 }
 

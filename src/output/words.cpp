@@ -53,9 +53,3 @@ static_assert(NotesStandInPlace());
 const NoteWords& WordsOf(const Note& note) {
   return kNoteWords[static_cast<size_t>(note.code)];
 }
-
-Literal WeekdayName(int weekday) {
-  static constexpr Literal kNames[] = {"Sunday",   "Monday", "Tuesday", "Wednesday",
-                                       "Thursday", "Friday", "Saturday"};
-  return kNames[weekday];
-}

@@ -23,6 +23,3 @@ struct NoteWords {
 };
 
 const NoteWords& WordsOf(const Note& note);
-
-// Sunday is 0.
-Literal WeekdayName(int weekday);
