@@ -22,12 +22,7 @@ full_path(SYSCONF_DIR "${sysconf_dir}" TRUE)
 full_path(LOG_DIR "${state_dir}/log" TRUE)
 set(SITE_DIR "${SHARE_DIR}/site")
 
-# Reports show texts from logs as they are: no scripts, nothing from elsewhere.
-set(common_policy "form-action 'self'; base-uri 'none'; frame-ancestors 'none'")
-set(REPORT_POLICY
-    "sandbox allow-forms allow-popups allow-popups-to-escape-sandbox; default-src 'none'; img-src 'self'; style-src 'self'; ${common_policy}")
-set(SITE_POLICY
-    "default-src 'none'; img-src 'self'; style-src 'self'; script-src 'self'; ${common_policy}")
+include("${CMAKE_CURRENT_LIST_DIR}/policies.cmake")
 
 # A folder of this run's own: two installations may go on at once.
 string(RANDOM LENGTH 12 run)

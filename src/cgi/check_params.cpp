@@ -47,9 +47,10 @@ static void ClearStar(char (&text)[N]) {
   }
 }
 
-// Visitors get the debugging rows only where the installation allows them.
+// Visitors get the debugging rows only where the installation allows them. Without
+// remote debugging no visitor has asked for any.
 static void RestrictDebug(Settings& s) {
-  if (s.debug_sources == 1U << kLevelForm && s.RemoteDebugEnabled == 0) {
+  if (!s.no_remote_debug && s.debug_sources == 1U << kLevelForm && s.RemoteDebugEnabled == 0) {
     s.debug = 0;
   }
 }

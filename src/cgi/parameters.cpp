@@ -1,5 +1,6 @@
 #include "cgi/parameters.h"
 
+#include <iterator>
 #include <string_view>
 
 #include "dates/years.h"
@@ -31,12 +32,17 @@ static void CopyWithoutEquals(char (&out)[kTextSize], const char* text) {
   out[length] = '\0';
 }
 
-void ParseFieldValue(const char* line, char (&name)[kTextSize], char (&value)[kTextSize]) {
+void ParseFieldValue(const char* line, char (&name)[kTextSize], char (&value)[kTextSize], bool whole) {
   const std::string_view text = line;
   const size_t equals = text.find('=');
   CopyText(name, text.substr(0, equals));
-  // deliberate: "a=b=c" is the name "a" and the value "bc"
-  CopyWithoutEquals(value, equals == std::string_view::npos ? "" : line + equals);
+  const char* const rest = equals == std::string_view::npos ? "" : line + equals + 1;
+  if (whole) {
+    CopyText(value, rest);
+  } else {
+    // deliberate: "a=b=c" is the name "a" and the value "bc"
+    CopyWithoutEquals(value, rest);
+  }
 }
 
 void ReturnValue(char* out, size_t capacity, const char* value, int n) {
@@ -180,114 +186,147 @@ enum Accepted : unsigned {
   kFromRequest = kFromForm | kFromShell,
   kFromAny = kFromRequest | kFromAccount,
 };
+// Whether a form that may come from anybody can set it. Taken is only what says what
+// to report, over which days and paths, how to show it, and who asks. A new row has to
+// say which it is, and docs/security.md why.
+enum Stranger { kIgnored, kTaken };
 enum AfterMatch { kStop, kGoOn };
 
 struct Keyword {
   const char* name;
   void (*apply)(Settings& settings, const Param& param);
-  Accepted accepted = kFromAny;
+  Accepted accepted;
+  Stranger stranger;
   AfterMatch after = kStop;
 };
 
 // In order of comparison: the first row of the name that accepts the source
 // decides, unless it lets the comparison go on.
 static const Keyword kKeywords[] = {
-    {"edition", DecidedBefore, kFromShell},
-    {"config", Copy<&Settings::config>, kFromRequest},
-    {"password", Copy<&Settings::password_account>, kFromAccount},
-    {"AccessLog", Copy<&Settings::AccessLog>, kFromAccount},
-    {"logs", Copy<&Settings::logs>, kFromAccount},
-    {"authrealm", FixedByAccount<&Settings::authrealm>},
-    {"authuser", FixedByAccount<&Settings::authuser>},
-    {"showquery", Number<&Settings::showquery>, kFromAny, kGoOn},
-    {"summary", Copy<&Settings::summary>},
-    {"username", Copy<&Settings::username>, kFromRequest},
-    {"password", Copy<&Settings::password_form>, kFromRequest},
-    {"find", Find},
-    {"find_casesensitive", Number<&Settings::find_casesensitive>},
-    {"find_pattern", Number<&Settings::find_pattern>},
-    {"title", Copy<&Settings::title>},
-    {"url", Url},
-    {"sm", Copy<&Settings::sm>},
-    {"sd", Copy<&Settings::sd>},
-    {"em", Copy<&Settings::em>},
-    {"ed", Copy<&Settings::ed>},
-    {"sy", Year<&Settings::sy>},
-    {"ey", Year<&Settings::ey>},
-    {"date", Date},
-    {"filter_domains", Copy<&Settings::filter_domains>},
-    {"filter_filetypes", Copy<&Settings::filter_filetypes>},
+    {"edition", DecidedBefore, kFromShell, kIgnored},
+    {"config", Copy<&Settings::config>, kFromRequest, kIgnored},
+    {"password", Copy<&Settings::password_account>, kFromAccount, kIgnored},
+    {"AccessLog", Copy<&Settings::AccessLog>, kFromAccount, kIgnored},
+    {"logs", Copy<&Settings::logs>, kFromAccount, kIgnored},
+    {"authrealm", FixedByAccount<&Settings::authrealm>, kFromAny, kTaken},
+    {"authuser", FixedByAccount<&Settings::authuser>, kFromAny, kTaken},
+    {"showquery", Number<&Settings::showquery>, kFromAny, kTaken, kGoOn},
+    {"summary", Copy<&Settings::summary>, kFromAny, kIgnored},
+    {"username", Copy<&Settings::username>, kFromRequest, kTaken},
+    {"password", Copy<&Settings::password_form>, kFromRequest, kTaken},
+    {"find", Find, kFromAny, kTaken},
+    {"find_casesensitive", Number<&Settings::find_casesensitive>, kFromAny, kTaken},
+    {"find_pattern", Number<&Settings::find_pattern>, kFromAny, kTaken},
+    {"title", Copy<&Settings::title>, kFromAny, kTaken},
+    {"url", Url, kFromAny, kIgnored},
+    {"sm", Copy<&Settings::sm>, kFromAny, kTaken},
+    {"sd", Copy<&Settings::sd>, kFromAny, kTaken},
+    {"em", Copy<&Settings::em>, kFromAny, kTaken},
+    {"ed", Copy<&Settings::ed>, kFromAny, kTaken},
+    {"sy", Year<&Settings::sy>, kFromAny, kTaken},
+    {"ey", Year<&Settings::ey>, kFromAny, kTaken},
+    {"date", Date, kFromAny, kTaken},
+    {"filter_domains", Copy<&Settings::filter_domains>, kFromAny, kTaken},
+    {"filter_filetypes", Copy<&Settings::filter_filetypes>, kFromAny, kTaken},
 
-    {"badurls", Ranked<&Settings::badurls>},
-    {"browsers", Ranked<&Settings::browsers>},
-    {"requests", Ranked<&Settings::requests>},
-    {"search", Ranked<&Settings::search>},
-    {"badreferrers", Ranked<&Settings::badreferrers>},
-    {"domaintypes", Ranked<&Settings::domaintypes>},
-    {"domains", Ranked<&Settings::domains>},
-    {"referrers", Ranked<&Settings::referrers>},
+    {"badurls", Ranked<&Settings::badurls>, kFromAny, kTaken},
+    {"browsers", Ranked<&Settings::browsers>, kFromAny, kTaken},
+    {"requests", Ranked<&Settings::requests>, kFromAny, kTaken},
+    {"search", Ranked<&Settings::search>, kFromAny, kTaken},
+    {"badreferrers", Ranked<&Settings::badreferrers>, kFromAny, kTaken},
+    {"domaintypes", Ranked<&Settings::domaintypes>, kFromAny, kTaken},
+    {"domains", Ranked<&Settings::domains>, kFromAny, kTaken},
+    {"referrers", Ranked<&Settings::referrers>, kFromAny, kTaken},
 
-    {"badurls_top", RankedTop<&Settings::badurls>},
-    {"browsers_top", RankedTop<&Settings::browsers>},
-    {"requests_top", RankedTop<&Settings::requests>},
-    {"search_top", RankedTop<&Settings::search>},
-    {"badreferrers_top", RankedTop<&Settings::badreferrers>},
-    {"domaintypes_top", RankedTop<&Settings::domaintypes>},
-    {"domains_top", RankedTop<&Settings::domains>},
-    {"referrers_top", RankedTop<&Settings::referrers>},
+    {"badurls_top", RankedTop<&Settings::badurls>, kFromAny, kTaken},
+    {"browsers_top", RankedTop<&Settings::browsers>, kFromAny, kTaken},
+    {"requests_top", RankedTop<&Settings::requests>, kFromAny, kTaken},
+    {"search_top", RankedTop<&Settings::search>, kFromAny, kTaken},
+    {"badreferrers_top", RankedTop<&Settings::badreferrers>, kFromAny, kTaken},
+    {"domaintypes_top", RankedTop<&Settings::domaintypes>, kFromAny, kTaken},
+    {"domains_top", RankedTop<&Settings::domains>, kFromAny, kTaken},
+    {"referrers_top", RankedTop<&Settings::referrers>, kFromAny, kTaken},
 
-    {"badurls_greater", RankedGreater<&Settings::badurls>},
-    {"browsers_greater", RankedGreater<&Settings::browsers>},
-    {"requests_greater", RankedGreater<&Settings::requests>},
-    {"search_greater", RankedGreater<&Settings::search>},
-    {"badreferrers_greater", RankedGreater<&Settings::badreferrers>},
-    {"domaintypes_greater", RankedGreater<&Settings::domaintypes>},
-    {"domains_greater", RankedGreater<&Settings::domains>},
-    {"referrers_greater", RankedGreater<&Settings::referrers>},
+    {"badurls_greater", RankedGreater<&Settings::badurls>, kFromAny, kTaken},
+    {"browsers_greater", RankedGreater<&Settings::browsers>, kFromAny, kTaken},
+    {"requests_greater", RankedGreater<&Settings::requests>, kFromAny, kTaken},
+    {"search_greater", RankedGreater<&Settings::search>, kFromAny, kTaken},
+    {"badreferrers_greater", RankedGreater<&Settings::badreferrers>, kFromAny, kTaken},
+    {"domaintypes_greater", RankedGreater<&Settings::domaintypes>, kFromAny, kTaken},
+    {"domains_greater", RankedGreater<&Settings::domains>, kFromAny, kTaken},
+    {"referrers_greater", RankedGreater<&Settings::referrers>, kFromAny, kTaken},
 
-    {"search_casesensitive", Number<&Settings::search_casesensitive>},
-    {"badurl_referrers", Number<&Settings::badurl_referrers>},
-    {"filter_referrers", Number<&Settings::filter_referrers>},
-    {"subdirs", Number<&Settings::subdirs>},
-    {"dailytotals", Number<&Settings::dailytotals>},
-    {"hitsperdayofweek", Number<&Settings::hitsperdayofweek>},
-    {"hitsperhour", Number<&Settings::hitsperhour>},
-    {"base", Copy<&Settings::base>},
-    {"fixgmt", Levelled<SuperLog_SetFixGmt>},
-    {"dateformat", Levelled<SuperLog_SetDateFormat>},
-    {"logformat", Levelled<SuperLog_SetLogFormat>},
-    {"extrafooter", LevelledText<log_SetExtraFooter>},
-    {"extraheader", LevelledText<log_SetExtraHeader>},
-    {"priority", Number<&Settings::priority>},
-    {"debug", Debug},
-    {"dnslookupenabled", Number<&Settings::dnslookupenabled>},
-    {"smartmemorydisabled", SmartMemoryDisabled, kFromRequest},
-    {"flushtoserver", Number<&Settings::flushtoserver>},
+    {"search_casesensitive", Number<&Settings::search_casesensitive>, kFromAny, kTaken},
+    {"badurl_referrers", Number<&Settings::badurl_referrers>, kFromAny, kTaken},
+    {"filter_referrers", Number<&Settings::filter_referrers>, kFromAny, kTaken},
+    {"subdirs", Number<&Settings::subdirs>, kFromAny, kTaken},
+    {"dailytotals", Number<&Settings::dailytotals>, kFromAny, kTaken},
+    {"hitsperdayofweek", Number<&Settings::hitsperdayofweek>, kFromAny, kTaken},
+    {"hitsperhour", Number<&Settings::hitsperhour>, kFromAny, kTaken},
+    {"base", Copy<&Settings::base>, kFromAny, kIgnored},
+    {"fixgmt", Levelled<SuperLog_SetFixGmt>, kFromAny, kIgnored},
+    {"dateformat", Levelled<SuperLog_SetDateFormat>, kFromAny, kIgnored},
+    {"logformat", Levelled<SuperLog_SetLogFormat>, kFromAny, kIgnored},
+    {"extrafooter", LevelledText<log_SetExtraFooter>, kFromAny, kIgnored},
+    {"extraheader", LevelledText<log_SetExtraHeader>, kFromAny, kIgnored},
+    {"priority", Number<&Settings::priority>, kFromAny, kIgnored},
+    {"debug", Debug, kFromAny, kIgnored},
+    {"dnslookupenabled", Number<&Settings::dnslookupenabled>, kFromAny, kTaken},
+    {"smartmemorydisabled", SmartMemoryDisabled, kFromRequest, kIgnored},
+    {"flushtoserver", Number<&Settings::flushtoserver>, kFromAny, kIgnored},
 };
 
-static Accepted AcceptedFrom(ParamSource source) {
+static_assert(std::size(kKeywords) <= IgnoredNames().size());
+
+static bool Accepts(const Keyword& keyword, ParamSource source) {
   switch (source) {
     case ParamSource::kForm:
-      return kFromForm;
+      return (keyword.accepted & kFromForm) != 0;
+    case ParamSource::kStranger:
+      return (keyword.accepted & kFromForm) != 0 && keyword.stranger == kTaken;
     case ParamSource::kShell:
-      return kFromShell;
+      return (keyword.accepted & kFromShell) != 0;
     default:
-      return kFromAccount;
+      return (keyword.accepted & kFromAccount) != 0;
+  }
+}
+
+// A name of several rows counts as its first.
+static void NoteIgnored(std::string_view name, IgnoredNames& ignored) {
+  for (size_t row = 0; row < std::size(kKeywords); ++row) {
+    if (EqualIgnoreCase(name, kKeywords[row].name)) {
+      ignored.set(row);
+      return;
+    }
   }
 }
 
 void CompareParam(const char* line, Settings& settings, ParamSource source, int level) {
   char name[kTextSize];
   char value[kTextSize];
-  ParseFieldValue(line, name, value);
+  ParseFieldValue(line, name, value, settings.whole_values);
   const std::string_view wanted = name;
-  const Accepted origin = AcceptedFrom(source);
+  bool applied = false;
   for (const Keyword& keyword : kKeywords) {
-    if ((keyword.accepted & origin) != 0 && EqualIgnoreCase(wanted, keyword.name)) {
+    if (Accepts(keyword, source) && EqualIgnoreCase(wanted, keyword.name)) {
       keyword.apply(settings, {value, source, level});
+      applied = true;
       if (keyword.after == kStop) {
         return;
       }
+    }
+  }
+  if (!applied && source == ParamSource::kStranger) {
+    NoteIgnored(wanted, settings.ignored);
+  }
+}
+
+void ListNames(const IgnoredNames& ignored, char* out, size_t capacity) {
+  size_t length = CopyText(out, capacity, "");
+  for (size_t row = 0; row < std::size(kKeywords); ++row) {
+    if (ignored.test(row)) {
+      length += CopyText(out + length, capacity - length, length == 0 ? "" : ", ");
+      length += CopyText(out + length, capacity - length, kKeywords[row].name);
     }
   }
 }

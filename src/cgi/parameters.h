@@ -8,20 +8,27 @@
 
 // Who gives a parameter. The keyword table tells what each may set: a form's names
 // come from anybody, a shell's from whoever runs the program, and an account's from
-// whoever wrote the configuration.
-enum class ParamSource { kForm, kShell, kAccount };
+// whoever wrote the configuration. A stranger's form is one that is taken for what it
+// is: it may only say what to report, of which days and paths, and how to show it.
+enum class ParamSource { kForm, kStranger, kShell, kAccount };
 
 // Gives every field of the settings record its default and points the program
 // path at the environment's SCRIPT_NAME slot.
 void initialize(Settings& settings, const Environment& env);
 
 // Applies one name=value line. The name is matched ignoring case; an unknown
-// name, and one that the source may not set, is ignored. Further "=" characters are dropped from the value;
-// name and value are cut to 243 characters each. level is handed to level-aware setters.
+// name, and one that the source may not set, is ignored; what a stranger may not set is
+// noted in settings.ignored. Further "=" characters are dropped from the value, unless
+// settings.whole_values; name and value are cut to 243 characters each. level is handed
+// to level-aware setters.
 void CompareParam(const char* line, Settings& settings, ParamSource source, int level);
 
 // Splits a line at its first "=" into two buffers of kTextSize, as above.
-void ParseFieldValue(const char* line, char (&name)[kTextSize], char (&value)[kTextSize]);
+void ParseFieldValue(const char* line, char (&name)[kTextSize], char (&value)[kTextSize], bool whole = false);
+
+// Writes the ignored names as the keyword table spells them, ", " between them, as far
+// as they fit. Nothing of a request is in it.
+void ListNames(const IgnoredNames& ignored, char* out, size_t capacity);
 
 // Copies the n-th comma-separated field of value (counting from 1) into out;
 // out is left empty when n < 1 or there are fewer fields.

@@ -7,6 +7,7 @@
 // keys that set them. Texts are NUL-terminated, cut to their capacity.
 #pragma once
 
+#include <bitset>
 #include <cstdint>
 
 #include "base/text.h"
@@ -66,6 +67,9 @@ struct FormEntry {
 // the "=" takes the place of the name's NUL.
 inline constexpr size_t kWorkingLineSize = sizeof(FormEntry);
 
+// Room for a bit of each row of the keyword table.
+using IgnoredNames = std::bitset<96>;
+
 struct Settings {
   char config[kPathSize];
   int config_opened;
@@ -87,7 +91,11 @@ struct Settings {
   char em[3];
   char ed[3];
   int ey;
-  int last_year;  // that sy and ey may name: a rule of the run, which no parameter sets
+  // Rules of the run, which no parameter sets.
+  int last_year;         // that sy and ey may name
+  bool whole_values;     // "=" is part of a parameter's value; otherwise it is dropped
+  bool no_remote_debug;  // RemoteDebugEnabled counts for nothing
+  IgnoredNames ignored;  // by row of the keyword table: what a stranger's form may not set, but named
   char logs[kPathSize];
   char AccessLog[kPathSize];
   char summary[kPathSize];

@@ -17,4 +17,11 @@ enum Error : int {
   kErrorConfigFile = 9,     // configuration file cannot be opened
   kErrorPasswordFile = 10,  // password file cannot be opened
   kErrorNoLogFiles = 11,    // logs and AccessLog match no file
+  kErrorLimited = 13,       // too many refusals of this visitor or account
+};
+
+// What the run is told, and the visitor with it.
+struct Refusal {
+  Error error = kNoError;
+  int retry_after = 0;  // seconds after which to ask again; 0: not told
 };

@@ -19,7 +19,7 @@
 void PrintHead(const Settings& settings) {
   printf("<html>\n<head>\n<title>%s</title>\n</head>\n\n\n\n\n", settings.title);
   printf("<body bgcolor=\"#FFFFFF\" text=\"#000000\">\n");
-  if (settings.RemoteDebugEnabled != 0 && settings.page != kPageRemoteDebug) {
+  if (settings.RemoteDebugEnabled != 0 && !settings.no_remote_debug && settings.page != kPageRemoteDebug) {
     printf("<b><blink>Warning!  Remote debugging is enabled!</blink></b><br>");
     printf(
         "Please remember to edit the Orvellis configuration file to disable remote debugging when it is no "

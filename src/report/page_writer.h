@@ -5,12 +5,15 @@
 #include "cgi/settings.h"
 #include "report/errors.h"
 
+// A page that is no report.
+using InfoPage = void(const Environment& env, const Settings& settings);
+
 struct PageWriter {
   // Before all else that a web server is answered with.
   void (*announce)();
 
   // The head of a report, before its logs are looked for.
-  void (*begin)(const Settings& settings);
+  void (*begin)(const Environment& env, const Settings& settings);
 
   // Who is told what happens while logs are looked for and read.
   AnalysisEvents (*told)(const Settings& settings);
@@ -20,8 +23,11 @@ struct PageWriter {
 
   // The answer to a request that is refused, in place of a report or, behind its
   // head, of the rest. Adds the reason to the error log.
-  void (*refuse)(Error error, const Environment& env, const Settings& settings);
+  void (*refuse)(const Refusal& refusal, const Environment& env, const Settings& settings);
+
+  // By settings.page; null for a report, and where there is no such page.
+  InfoPage* info[kPageRemoteDebug + 1];
 };
 
-// Every text of these pages is fixed, whatever it holds.
+// Its texts are fixed, odd spots included; values are printed as they stand.
 extern const PageWriter kClassicPage;

@@ -5,6 +5,7 @@
 #include "analysis/resolve_item.h"
 #include "report/debug_rows.h"
 #include "report/error_page.h"
+#include "report/info_pages.h"
 #include "report/page_frame.h"
 #include "report/ranked_tables.h"
 #include "report/search_report.h"
@@ -62,7 +63,11 @@ static void Announce() {
   fputs("Content-type: text/html\n\n", stdout);
 }
 
-static void Finish(const Settings& settings, Analysis& analysis) {
+static void Begin(const Environment&, const Settings& settings) {
+  PrintHead(settings);
+}
+
+void FinishReport(const Settings& settings, Analysis& analysis) {
   PrintDebugRows(settings, analysis);
   DisplayHeader(settings, analysis);
   if (analysis.logs.in_range) {
@@ -71,8 +76,27 @@ static void Finish(const Settings& settings, Analysis& analysis) {
   PrintFooter(settings, analysis);
 }
 
-static void Refuse(Error error, const Environment& env, const Settings& settings) {
-  PrintErrorPage(error, env, settings);
+static void Refuse(const Refusal& refusal, const Environment& env, const Settings& settings) {
+  PrintErrorPage(refusal.error, env, settings);
 }
 
-const PageWriter kClassicPage = {Announce, PrintHead, PageEvents, Finish, Refuse};
+static void About(const Environment& env, const Settings& settings) {
+  AboutPage(settings, env);
+}
+
+static void Credits(const Environment& env, const Settings& settings) {
+  CreditsPage(settings, env);
+}
+
+static void ShowConfiguration(const Environment&, const Settings& settings) {
+  RemoteDebug(settings);
+}
+
+const PageWriter kClassicPage = {
+    .announce = Announce,
+    .begin = Begin,
+    .told = PageEvents,
+    .finish = FinishReport,
+    .refuse = Refuse,
+    .info = {nullptr, About, Credits, ShowConfiguration},
+};

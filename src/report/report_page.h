@@ -8,5 +8,8 @@
 // is no log file.
 Error AnalyzeLogs(Settings& settings, const Counting& counting, const PageWriter& page);
 
-// The same, by the name under which other programs know it.
+// Prints a report from the debugging rows on, behind its head.
+void FinishReport(const Settings& settings, Analysis& analysis);
+
+// The same as AnalyzeLogs, by the name under which other programs know it.
 Error do_bigass_analysis(Settings& settings, const Counting& counting, const PageWriter& page);

@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "dates/years.h"
+#include "report/guarded_page.h"
 
 static const Edition kEditions[] = {
     {
@@ -11,14 +12,16 @@ static const Edition kEditions[] = {
         .page = &kClassicPage,
         .form = ParamSource::kForm,
         .last_year = kLastNarrowYear,
+        .whole_values = false,
         .server_arguments = true,
     },
     {
         .name = "modern",
         .counting = kModernCounting,
-        .page = &kClassicPage,
-        .form = ParamSource::kForm,
+        .page = &kGuardedPage,
+        .form = ParamSource::kStranger,
         .last_year = kLastWrittenYear,
+        .whole_values = true,
         .server_arguments = false,
     },
 };

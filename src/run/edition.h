@@ -17,6 +17,7 @@ struct Edition {
   const PageWriter* page;
   ParamSource form;       // as what the keyword table takes the fields of a form
   int last_year;          // that the years of a form may name
+  bool whole_values;      // whether "=" is part of a parameter's value
   bool server_arguments;  // whether what a web server makes arguments of is a request
 };
 

@@ -9,6 +9,7 @@
 #include "report/extra_texts.h"
 #include "report/info_pages.h"
 #include "report/page_end.h"
+#include "report/refusal_log.h"
 #include "report/report_page.h"
 #include "run/edition.h"
 #include "superlog/superlog.h"
@@ -54,6 +55,8 @@ static bool TakeParameters(Task& task) {
   const bool arguments = task.env.command_line != 0 || (task.edition->server_arguments && !task.pinned);
   CopyText(task.settings.config, task.config.path);
   task.settings.last_year = task.edition->last_year;
+  task.settings.whole_values = task.edition->whole_values;
+  task.settings.no_remote_debug = task.edition->page->info[kPageRemoteDebug] == nullptr;
   const bool taken = ReadParameters(arguments ? task.input.argc : 0, task.input.argv, task.input.form,
                                     task.env, task.edition->form, task.settings);
   if (task.pinned) {
@@ -62,67 +65,69 @@ static bool TakeParameters(Task& task) {
   return taken;
 }
 
-static Error Report(bool account_found, Task& task) {
+static Refusal Report(bool account_found, Task& task) {
   if (!account_found) {
-    return kErrorRejected;
+    return {kErrorRejected};
   }
   Error error = ValidateSession(task.env, task.settings);
   if (error == kNoError) {
     error = CheckParams(task.settings);
   }
   if (error != kNoError) {
-    return error;
+    return {error};
   }
   MakeNice(task.settings);
-  task.edition->page->begin(task.settings);
-  return AnalyzeLogs(task.settings, task.edition->counting, *task.edition->page);
+  task.edition->page->begin(task.env, task.settings);
+  return {AnalyzeLogs(task.settings, task.edition->counting, *task.edition->page)};
 }
 
-static Error PrintPage(bool account_found, Task& task) {
-  switch (task.settings.page) {
-    case kPageRemoteDebug:
-      RemoteDebug(task.settings);
-      return kNoError;
-    case kPageAbout:
-      AboutPage(task.settings, task.env);
-      return kNoError;
-    case kPageCredits:
-      CreditsPage(task.settings, task.env);
-      return kNoError;
-    default:
-      return Report(account_found, task);
+static Refusal PrintPage(bool account_found, Task& task) {
+  InfoPage* const info = task.edition->page->info[task.settings.page];
+  if (info == nullptr) {
+    return Report(account_found, task);
   }
+  info(task.env, task.settings);
+  return {};
 }
 
 // The configuration comes behind the request, whose account its line may set right.
-static Error ConfigureAndPrint(Task& task) {
+static Refusal ConfigureAndPrint(Task& task) {
   bool account_found = false;
   const Error error = ParseConfigFile(task.config, task.settings, account_found);
   if (error != kNoError) {
-    return error;
+    return {error};
   }
+  LogIgnoredNames(task.env, task.settings);
   if (task.input.settled != nullptr) {
     task.input.settled(task.settings);
   }
   return PrintPage(account_found, task);
 }
 
-static int Finish(Task& task, Error error) {
-  if (error != kNoError) {
-    task.edition->page->refuse(error, task.env, task.settings);
+static int Finish(Task& task, const Refusal& refusal) {
+  if (refusal.error != kNoError) {
+    task.edition->page->refuse(refusal, task.env, task.settings);
   }
   EndOrvellisCleanup(task.settings);
   return FinishPage();
 }
 
-// The query string only selects a page; a report must be posted.
+// The query string only selects a page; one that is not there is a report.
+static void ChoosePage(Task& task) {
+  SelectPage(task.env.QUERY_STRING, task.settings);
+  if (task.edition->page->info[task.settings.page] == nullptr) {
+    task.settings.page = kPageReport;
+  }
+}
+
+// A report must be posted.
 static int Answer(Task& task) {
   if (task.env.command_line == 0) {
     task.edition->page->announce();
   }
-  SelectPage(task.env.QUERY_STRING, task.settings);
+  ChoosePage(task);
   if (task.settings.page == kPageReport && EqualIgnoreCase(task.env.REQUEST_METHOD, "GET")) {
-    return Finish(task, kErrorNotPosted);
+    return Finish(task, {kErrorNotPosted});
   }
   if (!TakeParameters(task)) {
     return kStatusNoMemory;
@@ -135,7 +140,7 @@ int Run(const RunInput& input) {
   TakeEnvironment(task);
   if (task.env.command_line != 0 && input.argc <= 1) {
     CommandLineHelp();
-    return Finish(task, kNoError);
+    return Finish(task, {});
   }
   const int status = ChooseRules(task) ? Answer(task) : kStatusNoEdition;
   CloseConfigFile(task.config);

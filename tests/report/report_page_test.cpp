@@ -66,6 +66,7 @@ TEST_F(ReportPage, WriterFinishesThePage) {
       .finish = [](const Settings&,
                    Analysis& analysis) { printf("%lld hits", static_cast<long long>(analysis.hits)); },
       .refuse = nullptr,
+      .info = {},
   };
   AddLog("a.log", {{}, {}});
   testing::internal::CaptureStdout();
