@@ -218,6 +218,7 @@ static const Keyword kKeywords[] = {
     {"find_casesensitive", Number<&Settings::find_casesensitive>, kFromAny, kTaken},
     {"find_pattern", Number<&Settings::find_pattern>, kFromAny, kTaken},
     {"title", Copy<&Settings::title>, kFromAny, kTaken},
+    {"output", Copy<&Settings::output>, kFromAny, kTaken},
     {"url", Url, kFromAny, kIgnored},
     {"sm", Copy<&Settings::sm>, kFromAny, kTaken},
     {"sd", Copy<&Settings::sd>, kFromAny, kTaken},

@@ -80,6 +80,7 @@ struct Settings {
   char find_account[kTextSize];
   char find_form[kTextSize];
   char title[kTextSize];
+  char output[kTextSize];  // name of the form that the report takes; empty: the default one
   char url[kTextSize];
   char filter_domains[kTextSize];
   char filter_filetypes[kTextSize];

@@ -3,13 +3,20 @@
 #include <cstdio>
 
 #include "dates/years.h"
+#include "output/json_output.h"
 #include "report/guarded_page.h"
+
+static constexpr Output kModernOutputs[] = {
+    {"modern", &kGuardedPage},
+    {"json", &kJsonOutput},
+};
 
 static const Edition kEditions[] = {
     {
         .name = "classic",
         .counting = kClassicCounting,
         .page = &kClassicPage,
+        .outputs = {},
         .form = ParamSource::kForm,
         .last_year = kLastNarrowYear,
         .whole_values = false,
@@ -19,6 +26,7 @@ static const Edition kEditions[] = {
         .name = "modern",
         .counting = kModernCounting,
         .page = &kGuardedPage,
+        .outputs = kModernOutputs,
         .form = ParamSource::kStranger,
         .last_year = kLastWrittenYear,
         .whole_values = true,
@@ -30,6 +38,18 @@ const Edition* FindEdition(std::string_view name) {
   for (const Edition& edition : kEditions) {
     if (EqualIgnoreCase(edition.name, name)) {
       return &edition;
+    }
+  }
+  return nullptr;
+}
+
+const PageWriter* FindOutput(const Edition& edition, std::string_view name) {
+  if (name.empty() || edition.outputs.empty()) {
+    return edition.page;
+  }
+  for (const Output& output : edition.outputs) {
+    if (EqualIgnoreCase(output.name, name)) {
+      return output.page;
     }
   }
   return nullptr;

@@ -25,6 +25,7 @@ struct Task {
   ConfigFile config = {};
   bool pinned = false;  // no request can name another configuration
   const Edition* edition = nullptr;
+  const PageWriter* page = nullptr;  // who answers
 };
 
 static void TakeEnvironment(Task& task) {
@@ -47,7 +48,11 @@ static bool ChooseRules(Task& task) {
   }
   task.pinned = !own_arguments && !task.config.fall_back;
   task.edition = ChooseEdition(words, task.config);
-  return task.edition != nullptr;
+  if (task.edition == nullptr) {
+    return false;
+  }
+  task.page = task.edition->page;
+  return true;
 }
 
 // A web server may hand the words of a query to the program as arguments.
@@ -77,8 +82,10 @@ static Refusal Report(bool account_found, Task& task) {
     return {error};
   }
   MakeNice(task.settings);
-  task.edition->page->begin(task.env, task.settings);
-  return {AnalyzeLogs(task.settings, task.edition->counting, *task.edition->page)};
+  if (task.page->begin != nullptr) {
+    task.page->begin(task.env, task.settings);
+  }
+  return {AnalyzeLogs(task.env, task.settings, task.edition->counting, *task.page)};
 }
 
 static Refusal PrintPage(bool account_found, Task& task) {
@@ -90,23 +97,37 @@ static Refusal PrintPage(bool account_found, Task& task) {
   return {};
 }
 
+// An output that does not exist is refused by the page.
+static Error ChooseOutput(Task& task) {
+  const PageWriter* const page = FindOutput(*task.edition, task.settings.output);
+  if (page == nullptr) {
+    return kErrorOutput;
+  }
+  task.page = page;
+  return kNoError;
+}
+
 // The configuration comes behind the request, whose account its line may set right.
 static Refusal ConfigureAndPrint(Task& task) {
   bool account_found = false;
-  const Error error = ParseConfigFile(task.config, task.settings, account_found);
-  if (error != kNoError) {
-    return {error};
+  const Error not_configured = ParseConfigFile(task.config, task.settings, account_found);
+  const Error no_output = ChooseOutput(task);
+  if (not_configured != kNoError) {
+    return {not_configured};
   }
   LogIgnoredNames(task.env, task.settings);
   if (task.input.settled != nullptr) {
     task.input.settled(task.settings);
+  }
+  if (no_output != kNoError) {
+    return {no_output};
   }
   return PrintPage(account_found, task);
 }
 
 static int Finish(Task& task, const Refusal& refusal) {
   if (refusal.error != kNoError) {
-    task.edition->page->refuse(refusal, task.env, task.settings);
+    task.page->refuse(refusal, task.env, task.settings);
   }
   EndOrvellisCleanup(task.settings);
   return FinishPage();
@@ -122,8 +143,8 @@ static void ChoosePage(Task& task) {
 
 // A report must be posted.
 static int Answer(Task& task) {
-  if (task.env.command_line == 0) {
-    task.edition->page->announce();
+  if (task.env.command_line == 0 && task.page->announce != nullptr) {
+    task.page->announce();
   }
   ChoosePage(task);
   if (task.settings.page == kPageReport && EqualIgnoreCase(task.env.REQUEST_METHOD, "GET")) {
