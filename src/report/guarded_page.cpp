@@ -73,6 +73,7 @@ static void Credits(const Environment& env, const Settings& settings) {
 
 const PageWriter kGuardedPage = {
     .announce = nullptr,
+    .check = nullptr,
     .begin = Begin,
     .found = nullptr,
     .told = PageEvents,
