@@ -235,6 +235,7 @@ static const Keyword kKeywords[] = {
     {"title", Copy<&Settings::title>, kFromAny, kTaken},
     {"output", Copy<&Settings::output>, kFromAny, kTaken},
     {"section", Copy<&Settings::section>, kFromAny, kTaken},
+    {"totals", Number<&Settings::totals>, kFromShell, kIgnored},
     {"csv_formulas", Number<&Settings::csv_formulas>, kFromAny, kIgnored},
     {"url", Url, kFromAny, kIgnored},
     {"sm", Copy<&Settings::sm>, kFromAny, kTaken},

@@ -337,6 +337,7 @@ const PageWriter kTextOutput = {
     .found = AnswerReport,
     .told = ToldNothing,
     .finish = Finish,
+    .tells_totals = true,
     .refuse = RefuseInOneLine,
     .info = {},
 };

@@ -78,6 +78,7 @@ const PageWriter kGuardedPage = {
     .found = nullptr,
     .told = PageEvents,
     .finish = FinishReport,
+    .tells_totals = true,
     .refuse = Refuse,
     .info = {nullptr, About, Credits, nullptr},
 };

@@ -11,6 +11,7 @@
 #include "report/search_report.h"
 #include "report/time_tables.h"
 #include "report/told_rows.h"
+#include "report/totals.h"
 #include "sections/section_list.h"
 
 // Ranked sections change the analysis, whose tables they put in order; the others take it as it is.
@@ -53,6 +54,9 @@ Error AnalyzeLogs(const Environment& env, Settings& settings, const Counting& co
   }
   CountLogs(settings, analysis);
   page.finish(settings, analysis);
+  if (page.tells_totals && settings.totals != 0) {
+    TellTotals(settings, analysis);
+  }
   EndAnalysis(analysis);
   return kNoError;
 }
@@ -104,6 +108,7 @@ const PageWriter kClassicPage = {
     .found = nullptr,
     .told = PageEvents,
     .finish = FinishReport,
+    .tells_totals = false,
     .refuse = Refuse,
     .info = {nullptr, About, Credits, ShowConfiguration},
 };
