@@ -15,7 +15,7 @@ need_packages g++ cmake ninja-build python3 libgtest-dev libgmock-dev libcrypt-d
 need_packages dnsmasq-base iproute2 tzdata busybox bzip2 xz-utils zstd patch
 if [ "${ORVELLIS_SYSTEM_TESTS:-}" = 1 ]; then
   # Real web servers, a real browser and a real package; else those tests are skipped.
-  need_packages curl apache2 nginx-light fcgiwrap lighttpd chromium lintian mandoc
+  need_packages curl apache2 nginx-light fcgiwrap lighttpd chromium lintian mandoc fail2ban
   command -v npm >/dev/null || need_packages npm
   mkdir -p build/browser
   cp tests/browser/package.json tests/browser/package-lock.json build/browser/

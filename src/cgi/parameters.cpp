@@ -335,7 +335,7 @@ void CompareParam(const char* line, Settings& settings, ParamSource source, int 
       }
     }
   }
-  if (!applied && source == ParamSource::kStranger) {
+  if (!applied && source == ParamSource::kStranger && value[0] != '\0') {
     NoteIgnored(wanted, settings.ignored);
   }
 }

@@ -19,20 +19,20 @@ static void Begin(const Environment& env, const Settings& settings) {
 
 static void PrintRefusalHead(const RefusalTexts& texts, const Refusal& refusal, const Environment& env) {
   PrintAnswerHead(env, HeadOfRefusal(texts, refusal));
-  printf("<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<title>%s: %s</title>\n</head>\n<body>\n",
-         kProductName, texts.heading);
+  printf("<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<title>%s: Error #%d</title>\n</head>\n<body>\n",
+         kProductName, refusal.error);
 }
 
+// Programs that run this one look for the line of the heading, as classic pages have it.
 static void Refuse(const Refusal& refusal, const Environment& env, const Settings& settings) {
   const RefusalTexts& texts = LogRefusal(refusal, env, settings);
   if (refusal.error != kErrorNoLogFiles) {  // whose report has been begun
     PrintRefusalHead(texts, refusal, env);
   }
-  printf("<h1>%s</h1>\n<p>%s</p>\n", texts.heading, texts.sentence);
-  printf(
-      "<p>This is <a href=\"%s#error%d\">error %d</a>. Reports are asked for on the <a href=\"%s\">request "
-      "form</a>.</p>\n",
-      kSupportErrorPages, refusal.error, refusal.error, kProductPage);
+  printf("<h2>%s Error #%d: %s</h2>\n<p>%s</p>\n", kProductName, refusal.error, texts.heading,
+         texts.sentence);
+  printf("<p><a href=\"%s#error%d\">More about this error</a>, <a href=\"%s\">request form</a></p>\n",
+         kSupportErrorPages, refusal.error, kProductPage);
   fputs("</body>\n</html>\n", stdout);
 }
 

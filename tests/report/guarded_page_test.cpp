@@ -103,9 +103,8 @@ TEST_F(GuardedPage, RefusalsHoldNothingOfTheRequestAndTheMachine) {
 
 TEST_F(GuardedPage, RefusalNamesItsNumber) {
   EXPECT_THAT(Refused(kErrorPasswordFile),
-              HasSubstr("<a href=\"/orvellis/support/errors/#error10\">error 10</a>"));
-  EXPECT_THAT(Refused(kErrorLimited),
-              HasSubstr("<a href=\"/orvellis/support/errors/#error13\">error 13</a>"));
+              HasSubstr("\n<h2>Orvellis Error #10: Could not open passwords file</h2>\n"));
+  EXPECT_THAT(Refused(kErrorLimited), HasSubstr("<a href=\"/orvellis/support/errors/#error13\">"));
 }
 
 TEST_F(GuardedPage, VisitorIsToldWhenToAskAgain) {
@@ -117,7 +116,7 @@ TEST_F(GuardedPage, VisitorIsToldWhenToAskAgain) {
 
 TEST_F(GuardedPage, RefusalBehindTheHeadHasNeitherHeadersNorAHead) {
   const std::string page = Refused(kErrorNoLogFiles);
-  EXPECT_THAT(page, StartsWith("<h1>No log files found</h1>\n<p>"));
+  EXPECT_THAT(page, StartsWith("<h2>Orvellis Error #11: No log files found</h2>\n<p>"));
   EXPECT_THAT(page, EndsWith("</body>\n</html>\n"));
 }
 

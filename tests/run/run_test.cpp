@@ -235,7 +235,7 @@ TEST_F(RunTest, ShellReadsTheConfigurationThatToldTheEdition) {
   EXPECT_EQ(settled_config, "ab");
   ResetRun();
   arguments.push_back("edition=modern");
-  EXPECT_THAT(Page(arguments), HasSubstr("error 2"));
+  EXPECT_THAT(Page(arguments), HasSubstr("Error #2"));
   EXPECT_EQ(settled_config, "a=b");
 }
 
