@@ -42,11 +42,6 @@ static constexpr Literal kBlue = "\x1b[34m";
 static constexpr Literal kYellow = "\x1b[33m";
 static constexpr Literal kNormal = "\x1b[0m";
 
-static void PutLine(Paper& paper, std::string_view text) {
-  PutPlain(paper.sink, text, paper.terminal.width);
-  Put(paper.sink, "\n");
-}
-
 // Columns of a number with its separators.
 static size_t GroupedWidth(uint64_t number) {
   size_t digits = 1;
@@ -153,9 +148,11 @@ static void PutNotes(Paper& paper, const Settings& settings, const Analysis& ana
 static void PutHead(Paper& paper, const Settings& settings, const Analysis& analysis) {
   const Overview overview = OverviewOf(settings, analysis);
   PutColour(paper, kBold);
-  PutLine(paper, overview.title);
+  PutPlain(paper.sink, overview.title, paper.terminal.width);
   PutColour(paper, kNormal);
-  PutLine(paper, overview.url);
+  Put(paper.sink, "\n");
+  PutPlain(paper.sink, overview.url, paper.terminal.width);
+  Put(paper.sink, "\n");
   PutDays(paper, analysis, MomentMade(overview.made));
   Put(paper.sink, "\n");
   PutTotal(paper, "Requests", overview.requests);

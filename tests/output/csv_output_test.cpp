@@ -12,6 +12,8 @@ class CsvOutput : public WholeReport {
   CsvOutput() {
     settings_.requests.on = settings_.badurls.on = settings_.hitsperdayofweek = 1;
     settings_.badurl_referrers = 1;
+    settings_.find_pattern = 1;
+    CopyText(settings_.find, "*");
     AddLog("a.log", {{.url = "/a,b"},
                      {.url = "/a,b"},
                      {.url = "=1+1", .status = "404", .referrer = "http://one.example/"},

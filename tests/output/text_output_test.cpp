@@ -34,7 +34,7 @@ TEST_F(TextOutput, WholeReport) {
             "\n"
             "Requests                            4\n"
             "Bytes served                1,234,867\n"
-            "Log bytes read                    385\n"
+            "Log bytes read                    361\n"
             "Lines not understood                0\n"
             "\n"
             "Requests from these hosts were left out: bad.example.\n"
