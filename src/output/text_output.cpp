@@ -26,6 +26,9 @@ struct Paper {
 };
 
 static void PutBlanks(Sink& sink, size_t columns) {
+  for (; columns >= 8; columns -= 8) {
+    Put(sink, "        ");
+  }
   for (; columns > 0; --columns) {
     Put(sink, " ");
   }

@@ -1126,7 +1126,7 @@ test_failing_program() {
   expect_error 2 'orvellis failed with status 7'
   stand_in_does 'case $* in *requests=*) echo "<html>"; exit 0 ;; esac'
   run access.log
-  expect_error 2 'the page is incomplete'
+  expect_error 2 'the report is incomplete'
   stand_in_does 'exit 0'
   run access.log
   expect_error 2 'orvellis cannot write in'
