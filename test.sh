@@ -10,7 +10,7 @@ set -eu
 cd "$(dirname "$0")"
 . ./cmake/packages.sh
 
-need_packages g++ cmake ninja-build python3 libgtest-dev libgmock-dev libcrypt-dev libseccomp-dev cmark-gfm
+need_packages g++ cmake ninja-build python3 python3-jsonschema libgtest-dev libgmock-dev libcrypt-dev libseccomp-dev cmark-gfm
 # Tools and data that tests use where they are: a name server, time zones, a second shell, packers, patch, a tracer.
 need_packages dnsmasq-base iproute2 tzdata busybox bzip2 xz-utils zstd patch strace
 if [ "${ORVELLIS_SYSTEM_TESTS:-}" = 1 ]; then

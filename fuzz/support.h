@@ -83,6 +83,7 @@ inline void RequireTexts(const Settings& s) {
   RequireText(s.password_account), RequireText(s.InternalIp), RequireText(s.UserPasswords);
   RequireText(s.typed_password), RequireText(s.stored_password), RequireText(s.signon);
   RequireText(s.internal_networks), RequireText(s.TrustedProxies), RequireText(s.LoginLimits);
+  RequireText(s.output), RequireText(s.section);
   RequireText(s.authrealm), RequireText(s.authuser), RequireText(s.base), RequireText(s.working_line);
 }
 

@@ -154,9 +154,16 @@ static std::string PageOf(const Inputs& inputs) {
   return status == 0 ? page : page + std::to_string(status);
 }
 
+// Another output than a page ends with a line, or has been asked for without any section.
+static bool IsHtml(std::string_view page) {
+  return page.starts_with("Content-type:") ||
+         page.find("\nContent-Type: text/html\n") != std::string_view::npos ||
+         page.starts_with("Content-Type: text/html\n");
+}
+
 static bool IsWhole(std::string_view page) {
   // Without an edition of the name that the configuration holds there is no page.
-  return mPage == kPageRemoteDebug || page == "3" || page.ends_with("</html>\n");
+  return mPage == kPageRemoteDebug || page == "3" || page.ends_with("</html>\n") || !IsHtml(page);
 }
 
 static std::string_view TakeSection(std::string_view& input) {

@@ -20,6 +20,7 @@ for file in */*.cpp */*.h; do
   case $file in
     run/* | config/* | cgi/* | report/*) continue ;;
     sandbox/make_syscall_filters.cpp) continue ;;  # a program of the build
+    output/*) continue ;;  # prints reports; output_test.sh tells through what
     base/memory_end.cpp) continue ;;  # drops what was printed, where memory ends
     passwd/*) continue ;;  # a command of its own, which talks to whoever runs it
   esac

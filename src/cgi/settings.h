@@ -81,6 +81,10 @@ struct Settings {
   char find_account[kTextSize];
   char find_form[kTextSize];
   char title[kTextSize];
+  char output[kTextSize];   // name of the form that the report takes; empty: the default one
+  char section[kTextSize];  // the only one that is wanted, where an output can do so; empty: all
+  int csv_formulas;         // CSV: cells may be formulas
+  int totals;               // told on standard error
   char url[kTextSize];
   char filter_domains[kTextSize];
   char filter_filetypes[kTextSize];

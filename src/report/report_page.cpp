@@ -11,6 +11,7 @@
 #include "report/search_report.h"
 #include "report/time_tables.h"
 #include "report/told_rows.h"
+#include "report/totals.h"
 #include "sections/section_list.h"
 
 // Ranked sections change the analysis, whose tables they put in order; the others take it as it is.
@@ -39,22 +40,30 @@ static void PrintSections(const Settings& settings, Analysis& analysis) {
   }
 }
 
-Error AnalyzeLogs(Settings& settings, const Counting& counting, const PageWriter& page) {
-  return do_bigass_analysis(settings, counting, page);
-}
-
-Error do_bigass_analysis(Settings& settings, const Counting& counting, const PageWriter& page) {
+Error AnalyzeLogs(const Environment& env, Settings& settings, const Counting& counting,
+                  const PageWriter& page) {
   Analysis analysis{};
   if (!BeginAnalysis(settings, counting, analysis, page.told(settings))) {
     return kErrorNoLogFiles;
+  }
+  if (page.found != nullptr) {
+    page.found(env, settings);
   }
   if (settings.domaintypes.on != 0) {
     ReadNamesOnce(settings.Networks);  // before the tables take what memory there is
   }
   CountLogs(settings, analysis);
   page.finish(settings, analysis);
+  if (page.tells_totals && settings.totals != 0) {
+    TellTotals(settings, analysis);
+  }
   EndAnalysis(analysis);
   return kNoError;
+}
+
+Error do_bigass_analysis(Settings& settings, const Counting& counting, const PageWriter& page) {
+  const Environment env{};
+  return AnalyzeLogs(env, settings, counting, page);
 }
 
 // ---- The classic page ----
@@ -94,9 +103,12 @@ static void ShowConfiguration(const Environment&, const Settings& settings) {
 
 const PageWriter kClassicPage = {
     .announce = Announce,
+    .check = nullptr,
     .begin = Begin,
+    .found = nullptr,
     .told = PageEvents,
     .finish = FinishReport,
+    .tells_totals = false,
     .refuse = Refuse,
     .info = {nullptr, About, Credits, ShowConfiguration},
 };

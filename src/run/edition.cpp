@@ -5,13 +5,24 @@
 #include "config/account.h"
 #include "dates/years.h"
 #include "entry/admission.h"
+#include "output/csv_output.h"
+#include "output/json_output.h"
+#include "output/text_output.h"
 #include "report/guarded_page.h"
+
+static constexpr Output kModernOutputs[] = {
+    {"modern", &kGuardedPage},
+    {"json", &kJsonOutput},
+    {"csv", &kCsvOutput},
+    {"text", &kTextOutput},
+};
 
 static const Edition kEditions[] = {
     {
         .name = "classic",
         .counting = kClassicCounting,
         .page = &kClassicPage,
+        .outputs = {},
         .form = ParamSource::kForm,
         .admit = AdmitByPlainRules,
         .behind_proxies = false,
@@ -26,6 +37,7 @@ static const Edition kEditions[] = {
         .name = "modern",
         .counting = kModernCounting,
         .page = &kGuardedPage,
+        .outputs = kModernOutputs,
         .form = ParamSource::kStranger,
         .admit = Admit,
         .behind_proxies = true,
@@ -42,6 +54,18 @@ const Edition* FindEdition(std::string_view name) {
   for (const Edition& edition : kEditions) {
     if (EqualIgnoreCase(edition.name, name)) {
       return &edition;
+    }
+  }
+  return nullptr;
+}
+
+const PageWriter* FindOutput(const Edition& edition, std::string_view name) {
+  if (name.empty() || edition.outputs.empty()) {
+    return edition.page;
+  }
+  for (const Output& output : edition.outputs) {
+    if (EqualIgnoreCase(output.name, name)) {
+      return output.page;
     }
   }
   return nullptr;

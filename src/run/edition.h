@@ -4,6 +4,7 @@
 // works by the rules does not know which row they come from.
 #pragma once
 
+#include <span>
 #include <string_view>
 
 #include "analysis/analysis.h"
@@ -11,11 +12,18 @@
 #include "config/config_file.h"
 #include "report/page_writer.h"
 
+// A form that a report may take.
+struct Output {
+  std::string_view name;
+  const PageWriter* page;
+};
+
 struct Edition {
   std::string_view name;
   Counting counting;
-  const PageWriter* page;
-  ParamSource form;  // as what the keyword table takes the fields of a form
+  const PageWriter* page;           // of a run that has not asked for another output
+  std::span<const Output> outputs;  // that can be asked for; none: whatever is asked for counts for nothing
+  ParamSource form;                 // as what the keyword table takes the fields of a form
   // Whether the requester may see the account, which was found in the configuration or not.
   Refusal (*admit)(bool account_found, const Environment& env, const Settings& settings);
   bool behind_proxies;    // whether the proxies that are trusted tell who the visitor is
@@ -29,6 +37,10 @@ struct Edition {
 
 // The edition of that name, ignoring case; null when there is none.
 const Edition* FindEdition(std::string_view name);
+
+// Who writes the output of that name, ignoring case; the page where the name is empty
+// or there is nothing to be asked for. Null when there is no such output.
+const PageWriter* FindOutput(const Edition& edition, std::string_view name);
 
 // What decides about the edition and the configuration, and is read before all else.
 struct StartWords {

@@ -25,6 +25,8 @@ struct Task {
   ConfigFile config = {};
   bool pinned = false;  // nothing that is read from here on can name another configuration
   const Edition* edition = nullptr;
+  const PageWriter* page = nullptr;  // who answers
+  bool output_known = false;         // the one that was asked for
 };
 
 static void TakeEnvironment(Task& task) {
@@ -47,7 +49,11 @@ static bool ChooseRules(Task& task) {
   }
   task.pinned = own_arguments || !task.config.fall_back;
   task.edition = ChooseEdition(words, task.config);
-  return task.edition != nullptr;
+  if (task.edition == nullptr) {
+    return false;
+  }
+  task.page = task.edition->page;
+  return true;
 }
 
 // A web server may hand the words of a query to the program as arguments.
@@ -66,6 +72,14 @@ static bool TakeParameters(Task& task) {
   return taken;
 }
 
+static Error CheckRequest(Task& task) {
+  if (!task.output_known) {
+    return kErrorOutput;
+  }
+  const Error error = CheckParams(task.settings);
+  return error == kNoError && task.page->check != nullptr ? task.page->check(task.settings) : error;
+}
+
 static Refusal Report(bool account_found, Task& task) {
   if (task.edition->behind_proxies) {
     MeetVisitor(task.env, task.settings.TrustedProxies);
@@ -75,7 +89,7 @@ static Refusal Report(bool account_found, Task& task) {
   if (refusal.error != kNoError) {
     return refusal;
   }
-  const Error error = CheckParams(task.settings);
+  const Error error = CheckRequest(task);
   if (error != kNoError) {
     return {error};
   }
@@ -83,8 +97,10 @@ static Refusal Report(bool account_found, Task& task) {
   if (task.edition->shuts_in && task.input.shut_in != nullptr) {
     task.input.shut_in(task.settings);
   }
-  task.edition->page->begin(task.env, task.settings);
-  return {AnalyzeLogs(task.settings, task.edition->counting, *task.edition->page)};
+  if (task.page->begin != nullptr) {
+    task.page->begin(task.env, task.settings);
+  }
+  return {AnalyzeLogs(task.env, task.settings, task.edition->counting, *task.page)};
 }
 
 static Refusal PrintPage(bool account_found, Task& task) {
@@ -96,10 +112,20 @@ static Refusal PrintPage(bool account_found, Task& task) {
   return {};
 }
 
+// The page refuses an output that does not exist.
+static void ChooseOutput(Task& task) {
+  const PageWriter* const page = FindOutput(*task.edition, task.settings.output);
+  task.output_known = page != nullptr;
+  if (task.output_known) {
+    task.page = page;
+  }
+}
+
 // The configuration comes behind the request, whose account its line may set right.
 static Refusal ConfigureAndPrint(Task& task) {
   bool account_found = false;
   const Error error = ParseConfigFile(task.config, task.settings, account_found);
+  ChooseOutput(task);
   if (error != kNoError) {
     return {error};
   }
@@ -111,7 +137,7 @@ static Refusal ConfigureAndPrint(Task& task) {
 
 static int Finish(Task& task, const Refusal& refusal) {
   if (refusal.error != kNoError) {
-    task.edition->page->refuse(refusal, task.env, task.settings);
+    task.page->refuse(refusal, task.env, task.settings);
   }
   EndOrvellisCleanup(task.settings);
   return FinishPage();
@@ -133,8 +159,8 @@ static bool IsRightMethod(const Task& task) {
 // A web server's report must be posted.
 static int Answer(Task& task) {
   const bool from_shell = task.env.command_line != 0;
-  if (!from_shell) {
-    task.edition->page->announce();
+  if (!from_shell && task.page->announce != nullptr) {
+    task.page->announce();
   }
   ChoosePage(task);
   if (task.settings.page == kPageReport && !from_shell && !IsRightMethod(task)) {

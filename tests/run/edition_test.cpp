@@ -2,6 +2,9 @@
 
 #include <vector>
 
+#include "output/csv_output.h"
+#include "output/json_output.h"
+#include "output/text_output.h"
 #include "report/guarded_page.h"
 #include "support/text_file.h"
 
@@ -47,6 +50,25 @@ TEST(FindEdition, RulesOfTheRows) {
   EXPECT_TRUE(modern.only_posts);
   EXPECT_TRUE(modern.shuts_in);
   EXPECT_TRUE(modern.behind_proxies);
+}
+
+TEST(FindOutput, ModernKnowsFourIgnoringCase) {
+  const Edition& modern = *FindEdition("modern");
+  EXPECT_EQ(FindOutput(modern, ""), modern.page);
+  EXPECT_EQ(FindOutput(modern, "modern"), modern.page);
+  EXPECT_EQ(FindOutput(modern, "JSON"), &kJsonOutput);
+  EXPECT_EQ(FindOutput(modern, "csv"), &kCsvOutput);
+  EXPECT_EQ(FindOutput(modern, "text"), &kTextOutput);
+  for (const char* name : {"xml", "jso", "json ", "classic"}) {
+    EXPECT_EQ(FindOutput(modern, name), nullptr) << name;
+  }
+}
+
+TEST(FindOutput, ClassicIsAPageWhateverIsAskedFor) {
+  const Edition& classic = *FindEdition("classic");
+  for (const char* name : {"", "json", "xml", "modern"}) {
+    EXPECT_EQ(FindOutput(classic, name), classic.page) << name;
+  }
 }
 
 // Works in an empty folder, so that no default configuration is there.

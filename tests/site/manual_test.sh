@@ -132,7 +132,7 @@ fields=$(grep -oE ' name="[^"]*"' "$source_dir/site/index.html" | cut -d'"' -f2 
 for field in $fields; do
   echo "$taken" | grep -qx "$field" || fail "the form sends $field, which not every edition takes from it"
 done
-for parameter in $(echo "$taken" | grep -vxE 'date|search_casesensitive'); do
+for parameter in $(echo "$taken" | grep -vxE 'date|search_casesensitive|output|section'); do
   echo "$fields" | grep -qx "$parameter" || fail "the form does not offer $parameter"
 done
 

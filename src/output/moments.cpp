@@ -1,0 +1,74 @@
+#include "output/moments.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdlib>
+#include <string_view>
+
+#include "dates/local_time.h"
+
+void PutDay(Sink& sink, const CalendarDate& day) {
+  PutPadded(sink, day.year, 4);
+  Put(sink, "-");
+  PutPadded(sink, day.month, 2);
+  Put(sink, "-");
+  PutPadded(sink, day.day, 2);
+}
+
+static tm LocalParts(time_t when) {
+  tm local{};
+  TimeToLocal(when, local);
+  return local;
+}
+
+static CalendarDate DayOfParts(const tm& local) {
+  return {local.tm_mon + 1, local.tm_mday, std::clamp(local.tm_year + 1900, 0, 9999)};
+}
+
+CalendarDate DayOf(time_t when) {
+  return DayOfParts(LocalParts(when));
+}
+
+static void PutOffset(Sink& sink, long seconds) {
+  const auto minutes = static_cast<int>(std::labs(seconds) / 60);
+  if (seconds < 0) {
+    Put(sink, "-");
+  } else {
+    Put(sink, "+");
+  }
+  PutPadded(sink, minutes / 60, 2);
+  Put(sink, ":");
+  PutPadded(sink, minutes % 60, 2);
+}
+
+void PutMoment(Sink& sink, time_t when) {
+  const tm local = LocalParts(when);
+  PutDay(sink, DayOfParts(local));
+  Put(sink, "T");
+  PutPadded(sink, local.tm_hour, 2);
+  Put(sink, ":");
+  PutPadded(sink, local.tm_min, 2);
+  Put(sink, ":");
+  PutPadded(sink, local.tm_sec, 2);
+  PutOffset(sink, local.tm_gmtoff);
+}
+
+const char* ZoneName(time_t when) {
+  const char* const named = getenv("TZ");
+  if (named != nullptr && named[0] != '\0') {
+    return named;
+  }
+  const char* const abbreviation = LocalParts(when).tm_zone;
+  return abbreviation == nullptr ? "" : abbreviation;
+}
+
+time_t MomentMade(time_t made) {
+  const char* const epoch = getenv("SOURCE_DATE_EPOCH");
+  if (epoch == nullptr) {
+    return made;
+  }
+  const std::string_view text = epoch;
+  time_t moment = 0;
+  const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), moment);
+  return failure == std::errc() && end == text.data() + text.size() ? moment : made;
+}

@@ -1,0 +1,24 @@
+// Days and times as outputs write them: ISO 8601, by the local zone.
+#pragma once
+
+#include <ctime>
+
+#include "dates/years.h"
+#include "output/sink.h"
+
+// "2026-11-22". Years lie in 0 to 9999.
+void PutDay(Sink& sink, const CalendarDate& day);
+
+// The day of a time; years beyond 0 to 9999 are cut to them.
+CalendarDate DayOf(time_t when);
+
+// "2026-11-22T18:04:05+01:00"
+void PutMoment(Sink& sink, time_t when);
+
+// The name of the local zone: that of TZ, or else the abbreviation that holds at the
+// time. Good until the zone changes; escaped like any other text.
+const char* ZoneName(time_t when);
+
+// When a report says that it was made: the seconds in SOURCE_DATE_EPOCH, so that
+// the same logs give the same bytes again, or else made.
+time_t MomentMade(time_t made);

@@ -1,0 +1,77 @@
+#include "output/sink.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstring>
+
+void FlushSink(Sink& sink) {
+  fwrite(sink.piece, 1, sink.used, sink.stream);
+  sink.used = 0;
+}
+
+void PutChecked(Sink& sink, std::string_view text) {
+  while (text.size() > sizeof sink.piece - sink.used) {
+    const size_t room = sizeof sink.piece - sink.used;
+    memcpy(sink.piece + sink.used, text.data(), room);
+    sink.used += room;
+    text.remove_prefix(room);
+    FlushSink(sink);
+  }
+  if (!text.empty()) {
+    memcpy(sink.piece + sink.used, text.data(), text.size());
+    sink.used += text.size();
+  }
+}
+
+void Put(Sink& sink, Literal text) {
+  PutChecked(sink, text.text());
+}
+
+// Room for the 20 characters of the least number.
+static constexpr size_t kNumberSize = 24;
+
+template <typename Number>
+static std::string_view Digits(Number number, char (&text)[kNumberSize]) {
+  return {text, std::to_chars(text, text + kNumberSize, number).ptr};
+}
+
+void PutNumber(Sink& sink, int64_t number) {
+  char text[kNumberSize];
+  PutChecked(sink, Digits(number, text));
+}
+
+void PutSize(Sink& sink, uint64_t number) {
+  char text[kNumberSize];
+  PutChecked(sink, Digits(number, text));
+}
+
+void PutGrouped(Sink& sink, int64_t number) {
+  char text[kNumberSize];
+  std::string_view digits = Digits(number, text);
+  if (number < 0) {
+    PutChecked(sink, digits.substr(0, 1));
+    digits.remove_prefix(1);
+  }
+  size_t first = (digits.size() - 1) % 3 + 1;
+  PutChecked(sink, digits.substr(0, first));
+  for (; first < digits.size(); first += 3) {
+    PutChecked(sink, ",");
+    PutChecked(sink, digits.substr(first, 3));
+  }
+}
+
+void PutDecimal(Sink& sink, double number, int digits) {
+  char text[kNumberSize + 16];
+  const double shown = std::isfinite(number) && std::fabs(number) < 1e15 ? number : 0.0;
+  const auto end = std::to_chars(text, text + sizeof text, shown, std::chars_format::fixed, digits);
+  PutChecked(sink, {text, end.ptr});
+}
+
+void PutPadded(Sink& sink, int number, int digits) {
+  char text[kNumberSize];
+  const std::string_view written = Digits(number, text);
+  for (int missing = digits - static_cast<int>(written.size()); missing > 0; --missing) {
+    PutChecked(sink, "0");
+  }
+  PutChecked(sink, written);
+}

@@ -1,0 +1,48 @@
+// Where an output goes, and what may go there as it is: the program's own words and
+// its figures. Every other text passes through escape.h.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <string_view>
+
+// A text that stands in the program itself. Only a literal makes one, so that no
+// text of a log, a request or a file can take its place.
+class Literal {
+ public:
+  template <size_t N>
+  // NOLINTNEXTLINE(google-explicit-constructor): a literal is one by itself
+  consteval Literal(const char (&text)[N]) : mText(text, N - 1) {}
+
+  constexpr std::string_view text() const { return mText; }
+
+ private:
+  std::string_view mText;
+};
+
+// Collects what is written and hands it to the stream in pieces. Whether the stream
+// took it shows when the stream is closed or checked.
+struct Sink {
+  std::FILE* stream = stdout;
+  size_t used = 0;
+  char piece[1 << 15];
+};
+
+// Hands on what was collected. Called before anybody else writes to the stream.
+void FlushSink(Sink& sink);
+
+void Put(Sink& sink, Literal text);
+
+// Decimal: 1234567, 12345678901234567890, 1,234,567, and with the given number of digits (at most 9) behind
+// the point; a value that is no number or beyond 10^15 is written as 0.
+void PutNumber(Sink& sink, int64_t number);
+void PutSize(Sink& sink, uint64_t number);
+void PutGrouped(Sink& sink, int64_t number);
+void PutDecimal(Sink& sink, double number, int digits);
+
+// Two, four digits: with zeros in front of a smaller number, which is not below 0.
+void PutPadded(Sink& sink, int number, int digits);
+
+// For escape.h, which knows what it lets through.
+void PutChecked(Sink& sink, std::string_view text);

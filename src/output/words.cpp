@@ -1,0 +1,55 @@
+#include "output/words.h"
+
+#include <iterator>
+
+static constexpr SectionWords kSectionWords[] = {
+    {SectionId::kUrls, "Requested URLs", "URL", "URLs", "What visitors asked for most."},
+    {SectionId::kReferrers, "Referrers", "Page", "pages", "The pages that visitors came from."},
+    {SectionId::kPhrases, "Search phrases", "Phrase", "phrases",
+     "What people looked for when a search engine led them here."},
+    {SectionId::kBrowsers, "Browsers", "Browser", "browsers",
+     "The programs that asked for pages, as they name themselves."},
+    {SectionId::kBadUrls, "Not found", "URL", "URLs",
+     "URLs answered with status 404, and the pages that link to them."},
+    {SectionId::kBadReferrers, "Pages with broken links", "Page", "pages",
+     "Pages that led visitors to URLs answered with status 404."},
+    {SectionId::kDomains, "Domains of visitors", "Domain", "domains",
+     "Where visitors are at home in the network."},
+    {SectionId::kDomainTypes, "Top-level domains of visitors", "Domain", "domains",
+     "The last parts of the visitors' domains, which tell of countries and institutions."},
+    {SectionId::kDays, "Requests by day", "Day", "days", "How many requests came on each day."},
+    {SectionId::kWeekdays, "Requests by weekday", "Weekday", "weekdays",
+     "How requests are spread over the week."},
+    {SectionId::kHours, "Requests by hour", "Hour", "hours", "How requests are spread over the day."},
+};
+
+static_assert(StandInPlace(kSectionWords));
+
+const SectionWords& WordsOf(const Section& section) {
+  return kSectionWords[static_cast<size_t>(section.id)];
+}
+
+static constexpr NoteWords kNoteWords[] = {
+    {NoteCode::kNoLogInRange, "no_log_in_range", "No log holds records of these days.", ""},
+    {NoteCode::kPath, "only_path", "Only requests that match ", " were counted."},
+    {NoteCode::kRealm, "only_realm", "Only requests authenticated for the realm ", " were counted."},
+    {NoteCode::kUser, "only_user", "Only requests of the authenticated user ", " were counted."},
+    {NoteCode::kHostsLeftOut, "hosts_left_out", "Requests from these hosts were left out: ", "."},
+    {NoteCode::kTypesLeftOut, "types_left_out", "Requests for files of these types were left out: ", "."},
+    {NoteCode::kThinned, "thinned",
+     "The memory budget did not suffice. Figures may be too low behind the first rows of the section ", "."},
+};
+
+static constexpr bool NotesStandInPlace() {
+  for (size_t place = 0; place < std::size(kNoteWords); ++place) {
+    if (kNoteWords[place].code != static_cast<NoteCode>(place)) {
+      return false;
+    }
+  }
+  return std::size(kNoteWords) == kNoteCodes;
+}
+static_assert(NotesStandInPlace());
+
+const NoteWords& WordsOf(const Note& note) {
+  return kNoteWords[static_cast<size_t>(note.code)];
+}

@@ -1,0 +1,38 @@
+// What a reader has to know about a report's figures: what it was narrowed down to,
+// and what is missing from it.
+#pragma once
+
+#include <cstddef>
+
+#include "analysis/analysis.h"
+#include "cgi/settings.h"
+
+enum class NoteCode {
+  kNoLogInRange,  // nothing was counted
+  kPath,          // only requests of a path, or of a pattern of paths
+  kRealm,         // only authenticated requests of one realm
+  kUser,          // and of one user
+  kHostsLeftOut,
+  kTypesLeftOut,
+  kThinned,  // the memory budget took items from a table: counts below its first rows may be too low
+};
+inline constexpr size_t kNoteCodes = 7;
+
+struct Note {
+  NoteCode code;
+  const char* subject;  // what it is about, in the words of the settings; empty: nothing more to say
+};
+
+// The way through the notes of a report.
+struct Notes {
+  const Settings* settings;
+  const Analysis* analysis;
+  size_t next;            // of the codes
+  const ListInfo* table;  // the next thinned one, once it is their turn
+};
+
+// Both records must outlive the notes.
+Notes OpenNotes(const Settings& settings, const Analysis& analysis);
+
+// False behind the last note, which is then unchanged.
+bool NextNote(Notes& notes, Note& note);

@@ -1,0 +1,119 @@
+#include "sections/section_rows.h"
+
+#include <algorithm>
+#include <cstdio>
+
+static constexpr const char* kWeekdays[] = {"Sunday",   "Monday", "Tuesday", "Wednesday",
+                                            "Thursday", "Friday", "Saturday"};
+
+// ---- Opening -------------------------------------------------------------------------
+
+static void OpenRankedRows(SectionRows& rows, const Settings& settings, Analysis& analysis) {
+  rows.ranked = OpenRanked(settings, *rows.section, analysis);
+  rows.distinct = rows.ranked.summary.distinct;
+  rows.total = rows.ranked.summary.total;
+}
+
+static void OpenPhrases(SectionRows& rows, const Settings& settings, Analysis& analysis) {
+  rows.engines = OpenEngines(settings, analysis);
+  rows.engine.phrases = {};
+  rows.distinct = rows.engines.summary.distinct;
+  rows.total = rows.engines.summary.total;
+}
+
+static void OpenTimes(SectionRows& rows, const Settings&, Analysis& analysis) {
+  rows.times = rows.section->times(analysis);
+  rows.distinct = std::max<int64_t>(rows.times.end - rows.times.next, 0);
+  rows.total = rows.times.total;
+}
+
+// ---- Rows ----------------------------------------------------------------------------
+
+static SectionRow Row(const char* item, int64_t count, double share) {
+  return {item, count, share, 0.0, nullptr, nullptr, nullptr, {}, {}, -1};
+}
+
+// The largest count comes first.
+static double BarOf(SectionRows& rows, int64_t count) {
+  rows.largest = std::max(rows.largest, count);
+  return std::clamp(Share(count, rows.largest), 0.0, 1.0);
+}
+
+static bool NextRankedRow(SectionRows& rows, SectionRow& row) {
+  RankedRow ranked;
+  if (!NextRanked(rows.ranked, ranked)) {
+    return false;
+  }
+  row = Row(ranked.item, ranked.count, ranked.share);
+  row.bar = BarOf(rows, ranked.count);
+  row.site = ranked.site;
+  row.name = ranked.description;
+  row.referrers = ranked.referrers;
+  return true;
+}
+
+static bool NextPhraseRow(SectionRows& rows, SectionRow& row) {
+  PhraseRow phrase;
+  while (!NextPhrase(rows.engine, phrase)) {
+    if (!NextEngine(rows.engines, rows.engine)) {
+      return false;
+    }
+    rows.largest = 0;
+  }
+  row = Row(phrase.phrase, phrase.count, Share(phrase.count, rows.total));
+  row.bar = BarOf(rows, phrase.count);
+  row.engine = rows.engine.name;
+  return true;
+}
+
+static void NameTime(SectionRows& rows, const TimeRow& time) {
+  if (time.hour >= 0) {
+    snprintf(rows.item, sizeof rows.item, "%02d", time.hour);
+  } else if (time.date.month != 0) {
+    snprintf(rows.item, sizeof rows.item, "%04d-%02d-%02d", time.date.year, time.date.month, time.date.day);
+  } else {
+    CopyText(rows.item, kWeekdays[time.weekday]);
+  }
+}
+
+static bool NextTimeRow(SectionRows& rows, SectionRow& row) {
+  TimeRow time;
+  if (!NextTime(rows.times, time)) {
+    return false;
+  }
+  NameTime(rows, time);
+  row = Row(rows.item, time.count, time.share);
+  row.bar = std::clamp(time.bar, 0.0, 1.0);
+  row.date = time.date;
+  row.weekday = time.weekday;
+  return true;
+}
+
+// ---- By the kind of rows -------------------------------------------------------------
+
+static constexpr struct {
+  void (*open)(SectionRows& rows, const Settings& settings, Analysis& analysis);
+  bool (*next)(SectionRows& rows, SectionRow& row);
+} kRowKinds[] = {
+    {OpenRankedRows, NextRankedRow}, {OpenPhrases, NextPhraseRow}, {OpenTimes, NextTimeRow},
+    {OpenTimes, NextTimeRow},        {OpenTimes, NextTimeRow},
+};
+
+void OpenSection(SectionRows& rows, const Settings& settings, const Section& section, Analysis& analysis) {
+  rows.section = &section;
+  rows.largest = 0;
+  kRowKinds[static_cast<size_t>(section.rows)].open(rows, settings, analysis);
+}
+
+bool NextRow(SectionRows& rows, SectionRow& row) {
+  return kRowKinds[static_cast<size_t>(rows.section->rows)].next(rows, row);
+}
+
+bool NextReferrer(SectionRow& row, ReferrerRow& referrer) {
+  const ListItem* const item = NextItem(row.referrers);
+  if (item == nullptr) {
+    return false;
+  }
+  referrer = {item->name, item->count};
+  return true;
+}

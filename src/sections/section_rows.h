@@ -1,0 +1,48 @@
+// The rows of any section in one form, for outputs that treat all sections alike.
+#pragma once
+
+#include <cstdint>
+
+#include "analysis/analysis.h"
+#include "cgi/settings.h"
+#include "sections/cut_off.h"
+#include "sections/phrase_rows.h"
+#include "sections/ranked_rows.h"
+#include "sections/section_list.h"
+#include "sections/time_rows.h"
+
+struct SectionRow {
+  const char* item;  // a day as "2026-11-22", a weekday as "Sunday", an hour as "00"
+  int64_t count;
+  double share;          // of the section's total
+  double bar;            // the count as a part of the largest one, at most 1
+  const char* site;      // of ranked rows, as there; null: no link
+  const char* name;      // what the item is called; null: it has no other name
+  const char* engine;    // of phrases; else null
+  ItemCursor referrers;  // of ranked rows that have some
+  CalendarDate date;     // of days
+  int weekday;           // of days and weekdays, 0 = Sunday; else -1
+};
+
+// The way through the rows, and what was known before the first.
+struct SectionRows {
+  int64_t distinct;  // items, before any was cut off
+  int64_t total;     // what the shares are of
+  const Section* section;
+  RankedRows ranked;
+  EngineRows engines;
+  EngineRow engine;
+  TimeRows times;
+  int64_t largest;
+  char item[sizeof "-2147483648-12-31"];
+};
+
+// Opens the rows of a section. Both records must outlive the rows, and nothing may be
+// counted until they were read.
+void OpenSection(SectionRows& rows, const Settings& settings, const Section& section, Analysis& analysis);
+
+// False behind the last row, which is then unchanged. A row is good until the next one.
+bool NextRow(SectionRows& rows, SectionRow& row);
+
+// The pages that led to the item, by rank; false behind the last.
+bool NextReferrer(SectionRow& row, ReferrerRow& referrer);
