@@ -13,6 +13,7 @@ static const Edition kEditions[] = {
         .form = ParamSource::kForm,
         .last_year = kLastNarrowYear,
         .whole_values = false,
+        .later_names = false,
         .server_arguments = true,
     },
     {
@@ -22,6 +23,7 @@ static const Edition kEditions[] = {
         .form = ParamSource::kStranger,
         .last_year = kLastWrittenYear,
         .whole_values = true,
+        .later_names = true,
         .server_arguments = false,
     },
 };

@@ -18,6 +18,7 @@ struct Edition {
   ParamSource form;       // as what the keyword table takes the fields of a form
   int last_year;          // that the years of a form may name
   bool whole_values;      // whether "=" is part of a parameter's value
+  bool later_names;       // whether parameters that came after the classic ones are known
   bool server_arguments;  // whether what a web server makes arguments of is a request
 };
 

@@ -26,6 +26,7 @@ TEST(FindEdition, RulesOfTheRows) {
   EXPECT_FALSE(classic.counting.limits.wide_figures);
   EXPECT_EQ(classic.counting.days, DayCounting::kByDayOfYear);
   EXPECT_EQ(classic.last_year, 2038);
+  EXPECT_FALSE(classic.later_names);
   EXPECT_TRUE(classic.server_arguments);
   const Edition& modern = *FindEdition("modern");
   EXPECT_EQ(modern.counting.limits.line, 65536U);
@@ -33,6 +34,7 @@ TEST(FindEdition, RulesOfTheRows) {
   EXPECT_TRUE(modern.counting.limits.wide_figures);
   EXPECT_EQ(modern.counting.days, DayCounting::kByDate);
   EXPECT_EQ(modern.last_year, 9999);
+  EXPECT_TRUE(modern.later_names);
   EXPECT_FALSE(modern.server_arguments);
 }
 
