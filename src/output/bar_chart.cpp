@@ -89,9 +89,9 @@ static void PutMark(Sink& sink, const BarChart& chart, size_t number, const Scal
   const bool focused = chart.bars.size() <= kMostFocused;
   BeginMark(sink, bar, focused);
   PutFigure(sink, chart, bar);
-  Put(sink, "</title><rect class=\"hit\"");
+  Put(sink, "</title><rect");
   PutAcross(sink, place.left, place.width);
-  Put(sink, " y=\"30\" height=\"206\"/>");
+  Put(sink, "/>");
   PutShape(sink, place, HeightOf(bar.count, scale));
   if (focused) {
     Put(sink, "<text class=\"tip\" x=\"100%\" y=\"14\">");
@@ -105,7 +105,7 @@ static void PutMark(Sink& sink, const BarChart& chart, size_t number, const Scal
 
 static void PutLine(Sink& sink, const Scale& scale, uint64_t step) {
   const auto steps = static_cast<int>(std::max<uint64_t>(scale.steps, 1));
-  const int64_t y = int64_t{10} * kBase - int64_t{10} * kPlotHeight * static_cast<int>(step) / steps;
+  const int64_t y = 10 * kBase - (10 * kPlotHeight * static_cast<int>(step) + steps / 2) / steps;
   if (step != 0) {
     Put(sink, "<line x2=\"100%\" y1=\"");
     PutParts(sink, y, 1);
@@ -130,25 +130,41 @@ static void PutGrid(Sink& sink, const Scale& scale) {
 
 static constexpr int kUpperLabels = 251;
 static constexpr int kLowerLabels = 268;
-static constexpr int64_t kLastPlace = 88 * kWhole / 100;  // behind which a lower label may not fit
+static constexpr int kBelowText = 6;
+static constexpr int64_t kMargin = 400;  // what a text may reach beyond the end
 
-void BeginLabel(Sink& sink, const Label& label) {
-  const int64_t left = LeftOf(label.bar, label.bars);
-  if (label.row == LabelRow::kLower) {
-    Put(sink,
-        left > kLastPlace ? Literal("<text class=\"last\" x=\"100") : Literal("<text class=\"from\" x=\""));
-    if (left <= kLastPlace) {
-      PutParts(sink, left, 2);
-    }
-    Put(sink, "%\" y=\"");
-    PutNumber(sink, kLowerLabels);
-  } else {
-    Put(sink, label.wide ? Literal("<text class=\"wide\" x=\"") : Literal("<text x=\""));
-    PutParts(sink, (left + LeftOf(label.bar + 1, label.bars)) / 2, 2);
-    Put(sink, "%\" y=\"");
-    PutNumber(sink, kUpperLabels);
-  }
+static void PutLabelAt(Sink& sink, int64_t x, int y) {
+  Put(sink, " x=\"");
+  PutParts(sink, x, 2);
+  Put(sink, "%\" y=\"");
+  PutNumber(sink, y);
   Put(sink, "\">");
+}
+
+void BeginUpperLabel(Sink& sink, BarNumber bar, bool wide) {
+  Put(sink, wide ? Literal("<text class=\"wide\"") : Literal("<text"));
+  PutLabelAt(sink, (LeftOf(bar.number, bar.of) + LeftOf(bar.number + 1, bar.of)) / 2, kUpperLabels);
+}
+
+// A line beside it shows where what it tells begins.
+static void PutLabelLine(Sink& sink, int64_t left) {
+  Put(sink, "<line x1=\"");
+  PutParts(sink, left, 2);
+  Put(sink, "%\" x2=\"");
+  PutParts(sink, left, 2);
+  Put(sink, "%\" y1=\"258\" y2=\"270\"/>");
+}
+
+void BeginLowerLabel(Sink& sink, BarNumber bar, int width) {
+  const int64_t left = LeftOf(bar.number, bar.of);
+  PutLabelLine(sink, left);
+  if (left + width * kWhole / 100 > kWhole + kMargin) {
+    Put(sink, "<text class=\"last\"");
+    PutLabelAt(sink, kWhole, kLowerLabels);
+  } else {
+    Put(sink, "<text class=\"from\" dx=\"4\"");
+    PutLabelAt(sink, left, kLowerLabels);
+  }
 }
 
 // ---- The whole -----------------------------------------------------------------------
@@ -171,7 +187,9 @@ static void PutSummary(Sink& sink, const BarChart& chart, const Bar* largest) {
 void DrawBars(Sink& sink, const BarChart& chart) {
   const Bar* const largest = LargestOf(chart.bars);
   const Scale scale = AxisScale(largest == nullptr ? 0 : largest->count, kMostLines);
-  Put(sink, "<svg class=\"bars\" width=\"100%\" height=\"274\" role=\"");
+  Put(sink, "<svg class=\"bars\" width=\"100%\" height=\"");
+  PutNumber(sink, (chart.lower_labels ? kLowerLabels : kUpperLabels) + kBelowText);
+  Put(sink, "\" role=\"");
   // What has parts that the keyboard reaches is no image.
   Put(sink, chart.bars.size() <= kMostFocused ? Literal("group") : Literal("img"));
   Put(sink, "\" aria-label=\"");

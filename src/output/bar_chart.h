@@ -20,19 +20,21 @@ struct BarChart {
   std::span<const Bar> bars;
   void (*put_name)(Sink& sink, const Bar& bar);  // what the bar stands for
   void (*put_axis)(Sink& sink, std::span<const Bar> bars);
+  bool lower_labels;
 };
 
 // Writes the <svg>, of any counts.
 void DrawBars(Sink& sink, const BarChart& chart);
 
-// A label of the axis: begins it, for the caller to write its text and "</text>".
-// kUpper: in the middle below its bar; kLower: from the bar's left edge on, or up to the
-// chart's end where it would not fit.
-enum class LabelRow { kUpper, kLower };
-struct Label {
-  size_t bar;
-  size_t bars;
-  LabelRow row;
-  bool wide;  // only where there is room
+// Which of so many bars.
+struct BarNumber {
+  size_t number;
+  size_t of;
 };
-void BeginLabel(Sink& sink, const Label& label);
+
+// Begin a label of the axis, for the caller to write its text and "</text>". An upper one
+// stands in the middle below its bar, where wide says so only if there is room; a lower
+// one from the bar's left edge on, or, as width (per cent of a narrow page) tells that it
+// would not fit, before the chart's end.
+void BeginUpperLabel(Sink& sink, BarNumber bar, bool wide);
+void BeginLowerLabel(Sink& sink, BarNumber bar, int width);

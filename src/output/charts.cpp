@@ -29,7 +29,7 @@ void DrawDays(Sink& sink, const Analysis& analysis) {
   const DayBars days = CollectDays(analysis, kMostDayBars);
   const bool cut = std::ranges::any_of(days.All(), &Bar::part);
   BeginChart(sink);
-  DrawBars(sink, {days.period->subject, days.All(), PutDays, PutDayAxis});
+  DrawBars(sink, {days.period->subject, days.All(), PutDays, PutDayAxis, true});
   EndChart(sink, days.period->caption, cut ? days.period->cut : Literal(""));
 }
 
@@ -41,7 +41,7 @@ static void PutWeekday(Sink& sink, const Bar& bar) {
 
 static void PutWeekdayAxis(Sink& sink, std::span<const Bar> bars) {
   for (size_t i = 0; i < bars.size(); ++i) {
-    BeginLabel(sink, {i, bars.size(), LabelRow::kUpper, false});
+    BeginUpperLabel(sink, {i, bars.size()}, false);
     Put(sink, ShortNameOfWeekday(static_cast<int>(bars[i].first)));
     Put(sink, "</text>");
   }
@@ -56,7 +56,7 @@ void DrawWeekdays(Sink& sink, const Analysis& analysis) {
     bars[i].weekend = i >= 5;
   }
   BeginChart(sink);
-  DrawBars(sink, {"Requests by weekday", bars, PutWeekday, PutWeekdayAxis});
+  DrawBars(sink, {"Requests by weekday", bars, PutWeekday, PutWeekdayAxis, false});
   EndChart(sink, "Each bar is a weekday over the whole range; Saturday and Sunday have a weaker colour.");
 }
 
@@ -69,7 +69,7 @@ static void PutHour(Sink& sink, const Bar& bar) {
 
 static void PutHourAxis(Sink& sink, std::span<const Bar> bars) {
   for (size_t i = 0; i < bars.size(); ++i) {
-    BeginLabel(sink, {i, bars.size(), LabelRow::kUpper, i % 3 != 0});
+    BeginUpperLabel(sink, {i, bars.size()}, i % 3 != 0);
     PutPadded(sink, static_cast<int>(bars[i].first), 2);
     Put(sink, "</text>");
   }
@@ -82,7 +82,7 @@ void DrawHours(Sink& sink, const Analysis& analysis) {
     bars[hour].first = static_cast<int64_t>(hour);
   }
   BeginChart(sink);
-  DrawBars(sink, {"Requests by hour", bars, PutHour, PutHourAxis});
+  DrawBars(sink, {"Requests by hour", bars, PutHour, PutHourAxis, false});
   EndChart(sink, "Each bar is an hour of the day over the whole range.");
 }
 
@@ -95,9 +95,9 @@ void DrawHoursOfWeek(Sink& sink, const Analysis& analysis) {
 // ---- Small drawings --------------------------------------------------------------------
 
 void DrawShare(Sink& sink, double share) {
-  const double part = share > 0.0 ? std::min(share, 1.0) : 0.0;
+  const double tenths = share > 0.0 ? std::clamp(share * 1000, 5.0, 1000.0) : 0.0;
   Put(sink, "<svg class=\"share\" aria-hidden=\"true\"><rect width=\"");
-  PutParts(sink, std::lround(part * 1000), 1);
+  PutParts(sink, std::lround(tenths), 1);
   Put(sink, "%\" height=\"100%\"/></svg>");
 }
 

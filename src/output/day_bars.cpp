@@ -18,7 +18,7 @@ static constexpr Period kPeriods[] = {
     {7, [](const CalendarDate&, int weekday) { return weekday == 1; }, "Requests by week",
      "Each bar is a week from Monday to Sunday. A mark below the line is a week without requests.",
      " An outlined bar holds only the days of its week that were asked for."},
-    {28, [](const CalendarDate& date, int) { return date.day == 1; }, "Requests by month",
+    {30, [](const CalendarDate& date, int) { return date.day == 1; }, "Requests by month",
      "Each bar is a month. A mark below the line is a month without requests.",
      " An outlined bar holds only the days of its month that were asked for."},
     {365, [](const CalendarDate& date, int) { return date.day == 1 && date.month == 1; }, "Requests by year",
@@ -38,8 +38,8 @@ static constexpr Period kPeriods[] = {
 // Two of them may be cut by the range.
 static const Period& PeriodFor(int64_t days, size_t most) {
   for (const Period& period : kPeriods) {
-    const int64_t cut = period.shortest == 1 ? 0 : 2;
-    if (days / period.shortest + cut <= static_cast<int64_t>(most)) {
+    const int64_t cut = period.days == 1 ? 0 : 2;
+    if (days / period.days + cut <= static_cast<int64_t>(most)) {
       return period;
     }
   }
@@ -80,7 +80,7 @@ static void AddDay(DayBars& days, const TimeRow& row, int64_t day) {
   Bar& bar = days.bars[days.length - 1];
   bar.count = SumOf(bar.count, std::max<int64_t>(row.count, 0));
   bar.last = day;
-  bar.weekend = days.period->shortest == 1 && (row.weekday == 0 || row.weekday == 6);
+  bar.weekend = days.period->days == 1 && (row.weekday == 0 || row.weekday == 6);
 }
 
 DayBars CollectDays(const Analysis& analysis, size_t most) {
@@ -143,6 +143,7 @@ static void PutMonthAndYear(Sink& sink, int64_t day) {
 struct Unit {
   int64_t (*number)(int64_t day);
   void (*put)(Sink& sink, int64_t day);
+  int width = 0;  // of its texts, per cent of a narrow page
 };
 
 // Labels for every few units, and what is written below them; null: nothing.
@@ -157,8 +158,8 @@ static constexpr Unit kDay = {[](int64_t day) { return day; }, PutDayOfMonth};
 static constexpr Unit kWeek = {[](int64_t day) { return (day + int64_t{7} * 200000 + 3) / 7; },
                                PutDayOfMonth};
 static constexpr Unit kMonth = {MonthOf, PutMonth};
-static constexpr Unit kYear = {YearOf, PutYear};
-static constexpr Unit kNamedMonth = {MonthOf, PutMonthAndYear};
+static constexpr Unit kYear = {YearOf, PutYear, 13};
+static constexpr Unit kNamedMonth = {MonthOf, PutMonthAndYear, 18};
 
 static constexpr Labelling kLabellings[] = {
     {kDay, 1, &kNamedMonth}, {kWeek, 1, &kNamedMonth}, {kMonth, 1, &kYear},    {kMonth, 3, &kYear},
@@ -195,7 +196,7 @@ static void PutUpperLabels(Sink& sink, const Labelling& labelling, std::span<con
   for (size_t i = 0; i < bars.size(); ++i) {
     if (Begins(labelling.unit, labelling.every, bars[i])) {
       const bool odd = labelling.unit.number(bars[i].last) / labelling.every % 2 != 0;
-      BeginLabel(sink, {i, bars.size(), LabelRow::kUpper, many && odd});
+      BeginUpperLabel(sink, {i, bars.size()}, many && odd);
       labelling.unit.put(sink, bars[i].last);
       Put(sink, "</text>");
     }
@@ -209,9 +210,9 @@ static void PutLowerLabels(Sink& sink, const Unit& unit, std::span<const Bar> ba
     ++next;
   }
   for (size_t i = 0; i < bars.size(); ++i) {
-    const bool room = next == bars.size() || next * 5 >= bars.size();
+    const bool room = next == bars.size() || next * 100 >= bars.size() * static_cast<size_t>(unit.width);
     if (i == 0 ? room : Begins(unit, 1, bars[i])) {
-      BeginLabel(sink, {i, bars.size(), LabelRow::kLower, false});
+      BeginLowerLabel(sink, {i, bars.size()}, unit.width);
       unit.put(sink, bars[i].last);
       Put(sink, "</text>");
     }

@@ -13,14 +13,14 @@
 
 // What a bar holds of the calendar.
 struct Period {
-  int64_t shortest;  // days of the shortest one
+  int64_t days;  // of one, where many follow each other: hardly ever fewer
   bool (*begins)(const CalendarDate& date, int weekday);
   Literal subject;  // "Requests by week"
   Literal caption;
   Literal cut;  // what is said where the range cuts one
 };
 
-inline constexpr size_t kMostDayBars = 190;
+inline constexpr size_t kMostDayBars = 124;
 
 struct DayBars {
   const Period* period;

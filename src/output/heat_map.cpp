@@ -29,7 +29,7 @@ static void PutFigure(Sink& sink, const Analysis& analysis, int row, int hour) {
   Put(sink, " ");
   PutHour(sink, hour);
   Put(sink, ":00: ");
-  PutRequests(sink, CountAt(analysis, row, hour));
+  PutGrouped(sink, CountAt(analysis, row, hour));
 }
 
 static void PutCell(Sink& sink, const Analysis& analysis, const Scale& scale, int row, int hour) {
