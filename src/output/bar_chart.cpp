@@ -121,7 +121,7 @@ static void PutLine(Sink& sink, const Scale& scale, uint64_t step) {
 }
 
 static void PutGrid(Sink& sink, const Scale& scale) {
-  Put(sink, "\n<g class=\"grid\">");
+  Put(sink, "\n<g class=\"grid\" aria-hidden=\"true\">");
   for (uint64_t step = 0; step <= scale.steps; ++step) {
     PutLine(sink, scale, step);
   }
@@ -196,7 +196,7 @@ void DrawBars(Sink& sink, const BarChart& chart) {
   PutSummary(sink, chart, largest);
   Put(sink, "\">");
   PutGrid(sink, scale);
-  Put(sink, "\n<g class=\"axis\">");
+  Put(sink, "\n<g class=\"axis\" aria-hidden=\"true\">");
   chart.put_axis(sink, chart.bars);
   Put(sink, "</g>\n<g class=\"marks\">");
   for (size_t number = 0; number < chart.bars.size(); ++number) {
