@@ -16,21 +16,31 @@ static void BeginChart(Sink& sink) {
   Put(sink, "<figure class=\"chart\">\n");
 }
 
-static void EndChart(Sink& sink, Literal caption, Literal more = "") {
+static void EndChart(Sink& sink) {
+  Put(sink, "</figcaption>\n</figure>\n");
+}
+
+// Says what is drawn, and goes on about it where there is something to say.
+static void DrawBarChart(Sink& sink, const BarChart& chart, const Literal& caption, const Literal& cut = "") {
+  BeginChart(sink);
+  DrawBars(sink, chart);
   Put(sink, "<figcaption>");
   Put(sink, caption);
-  Put(sink, more);
-  Put(sink, "</figcaption>\n</figure>\n");
+  if (std::ranges::any_of(chart.bars, &Bar::part)) {
+    Put(sink, cut);
+  }
+  if (std::ranges::any_of(chart.bars, [](const Bar& bar) { return bar.count <= 0; })) {
+    Put(sink, " A mark below the line tells of no requests.");
+  }
+  EndChart(sink);
 }
 
 // ---- Days ------------------------------------------------------------------------------
 
 void DrawDays(Sink& sink, const Analysis& analysis) {
   const DayBars days = CollectDays(analysis, kMostDayBars);
-  const bool cut = std::ranges::any_of(days.All(), &Bar::part);
-  BeginChart(sink);
-  DrawBars(sink, {days.period->subject, days.All(), PutDays, PutDayAxis, true});
-  EndChart(sink, days.period->caption, cut ? days.period->cut : Literal(""));
+  DrawBarChart(sink, {days.period->subject, days.All(), PutDays, PutDayAxis, true}, days.period->caption,
+               days.period->cut);
 }
 
 // ---- Weekdays and hours ----------------------------------------------------------------
@@ -55,9 +65,8 @@ void DrawWeekdays(Sink& sink, const Analysis& analysis) {
     bars[i].first = static_cast<int64_t>(weekday);
     bars[i].weekend = i >= 5;
   }
-  BeginChart(sink);
-  DrawBars(sink, {"Requests by weekday", bars, PutWeekday, PutWeekdayAxis, false});
-  EndChart(sink, "Each bar is a weekday over the whole range; Saturday and Sunday have a weaker colour.");
+  DrawBarChart(sink, {"Requests by weekday", bars, PutWeekday, PutWeekdayAxis, false},
+               "Each bar is a weekday over the whole range; Saturday and Sunday have a weaker colour.");
 }
 
 static void PutHour(Sink& sink, const Bar& bar) {
@@ -81,15 +90,15 @@ void DrawHours(Sink& sink, const Analysis& analysis) {
     bars[hour].count = analysis.hours.counts[hour];
     bars[hour].first = static_cast<int64_t>(hour);
   }
-  BeginChart(sink);
-  DrawBars(sink, {"Requests by hour", bars, PutHour, PutHourAxis, false});
-  EndChart(sink, "Each bar is an hour of the day over the whole range.");
+  DrawBarChart(sink, {"Requests by hour", bars, PutHour, PutHourAxis, false},
+               "Each bar is an hour of the day over the whole range.");
 }
 
 void DrawHoursOfWeek(Sink& sink, const Analysis& analysis) {
   BeginChart(sink);
   DrawHeatMap(sink, analysis);
-  EndChart(sink, "Each cell is an hour of the week over the whole range.");
+  Put(sink, "<figcaption>Each cell is an hour of the week over the whole range.");
+  EndChart(sink);
 }
 
 // ---- Small drawings --------------------------------------------------------------------

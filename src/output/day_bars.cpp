@@ -13,26 +13,21 @@
 
 static constexpr Period kPeriods[] = {
     {1, [](const CalendarDate&, int) { return true; }, "Requests by day",
-     "Each bar is a day; Saturdays and Sundays have a weaker colour. A mark below the line is a day without "
-     "requests.",
-     ""},
+     "Each bar is a day; Saturdays and Sundays have a weaker colour.", ""},
     {7, [](const CalendarDate&, int weekday) { return weekday == 1; }, "Requests by week",
-     "Each bar is a week from Monday to Sunday. A mark below the line is a week without requests.",
+     "Each bar is a week from Monday to Sunday.",
      " An outlined bar holds only the days of its week that were asked for."},
     {30, [](const CalendarDate& date, int) { return date.day == 1; }, "Requests by month",
-     "Each bar is a month. A mark below the line is a month without requests.",
-     " An outlined bar holds only the days of its month that were asked for."},
+     "Each bar is a month.", " An outlined bar holds only the days of its month that were asked for."},
     {365, [](const CalendarDate& date, int) { return date.day == 1 && date.month == 1; }, "Requests by year",
-     "Each bar is a year. A mark below the line is a year without requests.",
-     " An outlined bar holds only the days of its year that were asked for."},
+     "Each bar is a year.", " An outlined bar holds only the days of its year that were asked for."},
     {3652,
      [](const CalendarDate& date, int) { return date.day == 1 && date.month == 1 && date.year % 10 == 0; },
-     "Requests by ten years", "Each bar is ten years. A mark below the line is ten years without requests.",
+     "Requests by ten years", "Each bar is ten years.",
      " An outlined bar holds only the days of its years that were asked for."},
     {36524,
      [](const CalendarDate& date, int) { return date.day == 1 && date.month == 1 && date.year % 100 == 0; },
-     "Requests by a hundred years",
-     "Each bar is a hundred years. A mark below the line is a hundred years without requests.",
+     "Requests by a hundred years", "Each bar is a hundred years.",
      " An outlined bar holds only the days of its years that were asked for."},
 };
 

@@ -25,7 +25,7 @@ TEST(DrawDays, WritesAFigure) {
 </g>
 <line class="base" x2="100%" y1="230" y2="230"/>
 </svg>
-<figcaption>Each bar is a day; Saturdays and Sundays have a weaker colour. A mark below the line is a day without requests.</figcaption>
+<figcaption>Each bar is a day; Saturdays and Sundays have a weaker colour. A mark below the line tells of no requests.</figcaption>
 </figure>
 )");
 }

@@ -146,6 +146,7 @@ class ChartsTest(unittest.TestCase):
             self.assertEqual(mark.get("tabindex"), "0" if focused else None)
             tip = mark.find("text[@class='tip']")
             self.assertEqual(None if tip is None else tip.text, title if focused else None)
+        self.assertEqual("A mark below the line" in chart.caption, 0 in chart.counts)
         if max(chart.counts, default=0):
             self.assertIn(chart.titles[chart.counts.index(max(chart.counts))], chart.svg.get("aria-label"))
         self.check_heights(chart)
