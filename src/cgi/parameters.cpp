@@ -205,6 +205,9 @@ enum Accepted : unsigned {
 // say which it is, and docs/security.md why.
 enum Stranger { kIgnored, kTaken };
 enum AfterMatch { kStop, kGoOn };
+// Whether a name has been one from the beginning, or is unknown to a run whose settings say
+// that it takes no later ones.
+enum Age { kClassic, kLater };
 
 struct Keyword {
   const char* name;
@@ -212,6 +215,7 @@ struct Keyword {
   Accepted accepted;
   Stranger stranger;
   AfterMatch after = kStop;
+  Age age = kClassic;
 };
 
 // In order of comparison: the first row of the name that accepts the source
@@ -220,7 +224,7 @@ static const Keyword kKeywords[] = {
     {"edition", DecidedBefore, kFromShell, kIgnored},
     {"config", Copy<&Settings::config>, kFromRequest, kIgnored},
     {"password", Password<&Settings::password_account, &Settings::stored_password>, kFromAccount, kIgnored},
-    {"signon", SignOn, kFromAccount, kIgnored},
+    {"signon", SignOn, kFromAccount, kIgnored, kStop, kLater},
     {"AccessLog", Copy<&Settings::AccessLog>, kFromAccount, kIgnored},
     {"logs", Copy<&Settings::logs>, kFromAccount, kIgnored},
     {"authrealm", FixedByAccount<&Settings::authrealm>, kFromAny, kTaken},
@@ -233,10 +237,10 @@ static const Keyword kKeywords[] = {
     {"find_casesensitive", Number<&Settings::find_casesensitive>, kFromAny, kTaken},
     {"find_pattern", Number<&Settings::find_pattern>, kFromAny, kTaken},
     {"title", Copy<&Settings::title>, kFromAny, kTaken},
-    {"output", Copy<&Settings::output>, kFromAny, kTaken},
-    {"section", Copy<&Settings::section>, kFromAny, kTaken},
-    {"totals", Number<&Settings::totals>, kFromShell, kIgnored},
-    {"csv_formulas", Number<&Settings::csv_formulas>, kFromAny, kIgnored},
+    {"output", Copy<&Settings::output>, kFromAny, kTaken, kStop, kLater},
+    {"section", Copy<&Settings::section>, kFromAny, kTaken, kStop, kLater},
+    {"totals", Number<&Settings::totals>, kFromShell, kIgnored, kStop, kLater},
+    {"csv_formulas", Number<&Settings::csv_formulas>, kFromAny, kIgnored, kStop, kLater},
     {"url", Url, kFromAny, kIgnored},
     {"sm", Copy<&Settings::sm>, kFromAny, kTaken},
     {"sd", Copy<&Settings::sd>, kFromAny, kTaken},
@@ -282,6 +286,7 @@ static const Keyword kKeywords[] = {
     {"dailytotals", Number<&Settings::dailytotals>, kFromAny, kTaken},
     {"hitsperdayofweek", Number<&Settings::hitsperdayofweek>, kFromAny, kTaken},
     {"hitsperhour", Number<&Settings::hitsperhour>, kFromAny, kTaken},
+    {"hoursofweek", Number<&Settings::hoursofweek>, kFromAny, kTaken, kStop, kLater},
     {"base", Copy<&Settings::base>, kFromAny, kIgnored},
     {"fixgmt", Levelled<SuperLog_SetFixGmt>, kFromAny, kIgnored},
     {"dateformat", Levelled<SuperLog_SetDateFormat>, kFromAny, kIgnored},
@@ -310,11 +315,15 @@ static bool Accepts(const Keyword& keyword, ParamSource source) {
   }
 }
 
+static bool IsKnown(const Keyword& keyword, const Settings& settings) {
+  return keyword.age == kClassic || settings.later_names;
+}
+
 // A name of several rows counts as its first.
-static void NoteIgnored(std::string_view name, IgnoredNames& ignored) {
+static void NoteIgnored(std::string_view name, Settings& settings) {
   for (size_t row = 0; row < std::size(kKeywords); ++row) {
-    if (EqualIgnoreCase(name, kKeywords[row].name)) {
-      ignored.set(row);
+    if (IsKnown(kKeywords[row], settings) && EqualIgnoreCase(name, kKeywords[row].name)) {
+      settings.ignored.set(row);
       return;
     }
   }
@@ -327,7 +336,7 @@ void CompareParam(const char* line, Settings& settings, ParamSource source, int 
   const std::string_view wanted = name;
   bool applied = false;
   for (const Keyword& keyword : kKeywords) {
-    if (Accepts(keyword, source) && EqualIgnoreCase(wanted, keyword.name)) {
+    if (IsKnown(keyword, settings) && Accepts(keyword, source) && EqualIgnoreCase(wanted, keyword.name)) {
       keyword.apply(settings, {value, source, level});
       applied = true;
       if (keyword.after == kStop) {
@@ -336,7 +345,7 @@ void CompareParam(const char* line, Settings& settings, ParamSource source, int 
     }
   }
   if (!applied && source == ParamSource::kStranger && value[0] != '\0') {
-    NoteIgnored(wanted, settings.ignored);
+    NoteIgnored(wanted, settings);
   }
 }
 

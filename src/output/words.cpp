@@ -21,6 +21,8 @@ static constexpr SectionWords kSectionWords[] = {
     {SectionId::kWeekdays, "Requests by weekday", "Weekday", "weekdays",
      "How requests are spread over the week."},
     {SectionId::kHours, "Requests by hour", "Hour", "hours", "How requests are spread over the day."},
+    {SectionId::kHoursOfWeek, "Requests by weekday and hour", "Hour", "hours",
+     "How requests are spread over the hours of the week."},
 };
 
 static_assert(StandInPlace(kSectionWords));

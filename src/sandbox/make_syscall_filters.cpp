@@ -71,6 +71,7 @@ static constexpr ConditionalCall kConditionalReportCalls[] = {
     If("fcntl", {1, kWholeInt, F_SETFL}),
     // Whether a file is a terminal.
     If("ioctl", {1, kWholeInt, TCGETS}),
+    If("ioctl", {1, kWholeInt, TIOCGWINSZ}),
 };
 
 static constexpr ConditionalCall kConditionalLookUpCalls[] = {
