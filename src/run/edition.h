@@ -20,6 +20,7 @@ struct Edition {
   Refusal (*admit)(bool account_found, Environment& env, const Settings& settings);
   bool names_as_written;  // whether accounts are called as the configuration spells them
   int last_year;          // that the years of a form may name
+  bool own_links_only;    // whether files are written through no link of somebody else
   bool whole_values;      // whether "=" is part of a parameter's value
   bool server_arguments;  // whether what a web server makes arguments of is a request
   bool only_posts;        // whether a report must be posted; otherwise GET alone cannot ask for it
