@@ -86,13 +86,14 @@ static std::uint64_t CheckOf(const LoginFileHeader& header) {
 
 // ---- Opening ----
 
+// A file of several names is another one's as well.
 static bool IsRegular(int file) {
   struct stat status;
   if (fstat(file, &status) != 0) {
     return false;
   }
   errno = EEXIST;
-  return S_ISREG(status.st_mode);
+  return S_ISREG(status.st_mode) && status.st_nlink <= 1;
 }
 
 // Made by root, it is to be used by the server, whose folder it stands in.

@@ -113,7 +113,7 @@ class FromStandardInput(Case):
 
 class AccountNames(Case):
     def test_those_that_cannot_be_are_refused(self):
-        for name in ('', 'a:b', 'a;b', 'a/b', 'a\nb', 'a\x7fb', '#shop', 'x' * 100):
+        for name in ('', 'a:b', 'a;b', 'a/b', 'a\nb', 'a\x7fb', '#shop', ' shop', 'x' * 100):
             self.fail_with('no account can be called', '--', name, typed='x\n')
         self.assertFalse(os.path.exists(self.file))
 

@@ -68,6 +68,19 @@ grep -q 'No log files found' errors || fail 'no line in the error log'
 traced modern none >/dev/null
 [ "$(wc -l <errors)" = 2 ] || fail 'no second line in the error log'
 
+# Somebody else who may write into the folder of the logs leads a run to no other file by a link.
+mkdir shared
+chmod 777 shared
+cp logs/own.log shared/
+echo 'user=shared;logs=shared/*.log;url=http://www.example.com;password=*' >>orvellis.conf
+for edition in classic modern; do
+  echo precious >victim
+  ln -sf ../victim shared/s_log.ORV
+  traced $edition shared >/dev/null
+  grep -q 'own.html' page || fail "the $edition report lacks a log beside a link"
+  [ $edition = classic ] || [ "$(cat victim)" = precious ] || fail 'the summary file went through a link'
+done
+
 # Every end-to-end case of the modern edition holds on a kernel that knows nothing of it, too.
 cat >orvellis <<END
 #!/bin/sh
