@@ -64,7 +64,7 @@ for page in linked.html own.html; do
 done
 grep -q 'logs/link.log' logs/s_log.ORV || fail 'no summary file'
 traced modern none >/dev/null
-grep -q 'No log files found' errors || fail 'no line in the error log'
+grep -qi 'no log files found' errors || fail 'no line in the error log'
 traced modern none >/dev/null
 [ "$(wc -l <errors)" = 2 ] || fail 'no second line in the error log'
 
