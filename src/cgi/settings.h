@@ -101,6 +101,7 @@ struct Settings {
   bool names_as_written;  // accounts are called as the configuration spells them
   bool whole_values;      // "=" is part of a parameter's value; otherwise it is dropped
   bool later_names;       // parameters that came after the classic ones are known
+  bool own_links_only;    // no link that somebody else may have put there leads to a file that is written
   bool no_remote_debug;   // RemoteDebugEnabled counts for nothing
   IgnoredNames ignored;   // by row of the keyword table: what a stranger's form may not set, but named
   char logs[kPathSize];

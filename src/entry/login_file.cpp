@@ -86,13 +86,14 @@ static std::uint64_t CheckOf(const LoginFileHeader& header) {
 
 // ---- Opening ----
 
+// A file of several names is another one's as well.
 static bool IsRegular(int file) {
   struct stat status;
   if (fstat(file, &status) != 0) {
     return false;
   }
   errno = EEXIST;
-  return S_ISREG(status.st_mode);
+  return S_ISREG(status.st_mode) && status.st_nlink <= 1;
 }
 
 // Made by root, it is to be used by the server, whose folder it stands in.
@@ -105,14 +106,25 @@ static void GiveToOwnerOfFolder(int file, const char* path) {
   }
 }
 
+static constexpr int kFlags = O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+
+// Only what is made here is given away: another run's file, or a link that the owner of the folder
+// puts there meanwhile, is opened as it is.
+static int MakeLoginFile(const char* path) {
+  const int file = open(path, kFlags | O_CREAT | O_EXCL, 0600);
+  if (file < 0) {
+    return errno == EEXIST ? open(path, kFlags) : -1;
+  }
+  if (geteuid() == 0) {
+    GiveToOwnerOfFolder(file, path);
+  }
+  return file;
+}
+
 int OpenLoginFile(const char* path, bool create) {
-  constexpr int kFlags = O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
   int file = open(path, kFlags);
   if (file < 0 && errno == ENOENT && create) {
-    file = open(path, kFlags | O_CREAT, 0600);
-    if (file >= 0 && geteuid() == 0) {
-      GiveToOwnerOfFolder(file, path);
-    }
+    file = MakeLoginFile(path);
   }
   if (file >= 0 && !IsRegular(file)) {
     const int reason = errno;

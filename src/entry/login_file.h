@@ -50,7 +50,8 @@ enum class LoginLock : std::uint8_t { kData, kWaitingTurn };
 
 // Opens the file, which is made (mode 0600; by root for the folder's owner) when it
 // is missing and create says so. Never waits. Returns its descriptor; -1, and errno,
-// when it cannot be opened or is no regular file: a link is not followed.
+// when it cannot be opened or is no regular file: a link is not followed, and one of
+// several names is none.
 int OpenLoginFile(const char* path, bool create);
 
 // Takes a lock of the opened file, for at most so many milliseconds. It is lost with

@@ -38,7 +38,8 @@ bool IsAccountName(std::string_view name) {
   const bool bad = std::any_of(name.begin(), name.end(), [](char c) {
     return c == ':' || c == ';' || c == '/' || c == '\x7F' || static_cast<unsigned char>(c) < ' ';
   });
-  if (name.empty() || bad || name.starts_with('#') || name.size() >= sizeof Settings::username) {
+  if (name.empty() || bad || name.starts_with('#') || name.starts_with(' ') ||
+      name.size() >= sizeof Settings::username) {
     Complain("no account can be called %s", Quoted(name).c_str());
     return false;
   }

@@ -153,21 +153,34 @@ static bool LockNow(int file) {
   return fcntl(file, F_OFD_SETLK, &whole) == 0;
 }
 
-// The new file is the lock as well: only who may write into the folder can hold it, it
-// is lost with a run that dies, and one that such a run left behind is taken over.
-// -1: errno tells.
+// The new file is the lock as well: only who may write into the folder can hold it, and it
+// is lost with a run that dies. One that is there already is never written to, as
+// somebody else may have made it and have it open: when nobody holds it, it is removed.
+// made: whether the file is a new one. -1: errno tells.
+static int MakeOrOpen(const std::string& path, bool& made) {
+  constexpr int kFlags = O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+  const int file = open(path.c_str(), kFlags | O_CREAT | O_EXCL, 0600);
+  made = file >= 0;
+  return made || errno != EEXIST ? file : open(path.c_str(), kFlags);
+}
+
 static int OpenAndLock(const std::string& path) {
   for (int attempt = 0; attempt < 1000; ++attempt) {
-    const int file = open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, 0600);
-    if (file < 0) {
+    bool made = false;
+    const int file = MakeOrOpen(path, made);
+    if (file < 0 && errno != ENOENT) {
       return -1;
     }
-    if (LockNow(file) && IsStillThere(file, path)) {
+    const bool alone = file >= 0 && LockNow(file) && IsStillThere(file, path);
+    if (alone && made) {
       return file;
     }
     const int reason = errno;
+    if (alone) {
+      unlink(path.c_str());
+    }
     close(file);
-    if (reason == EINVAL || reason == ENOLCK) {
+    if (!alone && (reason == EINVAL || reason == ENOLCK)) {
       errno = reason;
       return -1;
     }

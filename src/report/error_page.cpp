@@ -1,6 +1,7 @@
 #include "report/error_page.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -9,6 +10,7 @@
 #include <cstring>
 #include <ctime>
 
+#include "base/foreign_link.h"
 #include "dates/clock.h"
 #include "report/extra_texts.h"
 #include "report/page_end.h"
@@ -241,13 +243,24 @@ void ServerError(int number, const Environment& env, Settings& settings) {
   exit(FinishPage());
 }
 
+// Without O_NONBLOCK, opening a named pipe would wait for a reader, and writing for room in it.
+static int OpenErrorLog(const Settings& settings) {
+  constexpr int kFlags = O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK | O_CLOEXEC | O_NOCTTY;
+  const int links = settings.own_links_only ? FollowOwnLinksOnly(settings.ErrorLog) : 0;
+  const int log = open(settings.ErrorLog, kFlags | links, kNewLogMode);
+  struct stat info;
+  if (log >= 0 && links != 0 && (fstat(log, &info) != 0 || info.st_nlink > 1)) {
+    close(log);
+    return -1;
+  }
+  return log;
+}
+
 void LogError(const Settings& settings, const char* message) {
   if (settings.ErrorLog[0] == '\0') {
     return;
   }
-  // Without O_NONBLOCK, opening a named pipe would wait for a reader, and writing for room in it.
-  const int log =
-      open(settings.ErrorLog, O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK | O_CLOEXEC | O_NOCTTY, kNewLogMode);
+  const int log = OpenErrorLog(settings);
   if (log < 0) {
     return;
   }

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "base/foreign_link.h"
 #include "base/path.h"
 #include "report/error_page.h"
 #include "sandbox/landlock.h"
@@ -65,12 +66,14 @@ static void AllowLog(void* rules, const char* path, bool plain_file) {
 
 static void AllowSummary(void* rules, const char* path) {
   Landlock& landlock = *static_cast<Landlock*>(rules);
-  AllowPath(landlock, path, kToRewrite);
+  if (!IsForeignLink(path)) {
+    AllowPath(landlock, path, kToRewrite);
+  }
   AllowFolderOf<kSummaryPathSize>(landlock, path, kToReplaceIn);
 }
 
 static void AllowErrorLog(Landlock& landlock, const char* path) {
-  if (path[0] != '\0' && !AllowPath(landlock, path, kToAppend)) {
+  if (path[0] != '\0' && !IsForeignLink(path) && !AllowPath(landlock, path, kToAppend)) {
     AllowFolderOf<kPathSize>(landlock, path, kToMakeIn);
   }
 }

@@ -7,26 +7,27 @@
 // others use its successor, and both stand here.
 #include <fcntl.h>
 #include <linux/filter.h>
+#include <netinet/in.h>
 #include <seccomp.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <initializer_list>
 #include <span>
 
 // ---- What is allowed ----
 
 static const char* const kReportCalls[] = {
     // Files that may be opened at all are a matter of Landlock.
-    "open", "openat", "close", "read", "readv", "pread64", "write", "writev", "pwrite64", "lseek", "stat",
-    "lstat", "fstat", "newfstatat", "statx", "access", "faccessat", "faccessat2", "flock",
+    "close", "read", "readv", "pread64", "write", "writev", "pwrite64", "lseek", "stat", "lstat", "fstat",
+    "newfstatat", "statx", "access", "faccessat", "faccessat2", "flock",
     // A summary file that takes the place of an older one.
-    "ftruncate", "fchmod", "fchown", "rename", "renameat", "renameat2", "unlink", "unlinkat",
+    "ftruncate", "fchown", "rename", "renameat", "renameat2", "unlink", "unlinkat",
     // Memory and time; sysinfo is how a large sort learns how much memory there is.
     "brk", "munmap", "mremap", "madvise", "sysinfo", "futex", "getrandom", "clock_gettime", "clock_getres",
     "gettimeofday", "time",
@@ -35,9 +36,8 @@ static const char* const kReportCalls[] = {
     // A run that was stopped goes on, one that gives up ends.
     "rt_sigaction", "rt_sigprocmask", "rt_sigreturn", "restart_syscall", "exit", "exit_group"};
 
-static const char* const kLookUpCalls[] = {"connect",     "sendto",      "sendmsg",    "sendmmsg",
-                                           "recvfrom",    "recvmsg",     "setsockopt", "getsockopt",
-                                           "getsockname", "getpeername", "poll",       "ppoll"};
+static const char* const kLookUpCalls[] = {"connect",     "recvfrom",    "recvmsg", "getsockopt",
+                                           "getsockname", "getpeername", "poll",    "ppoll"};
 
 struct Condition {
   unsigned argument;
@@ -49,17 +49,24 @@ struct Condition {
 static constexpr scmp_datum_t kWholeInt = 0xffffffff;
 static constexpr scmp_datum_t kSocketType = 0xf;
 
+static constexpr size_t kMostConditions = 3;
+
+// All of the conditions have to hold.
 struct ConditionalCall {
   const char* name;
-  Condition first;
-  Condition second;  // the same as the first where there is one only
+  size_t count;
+  Condition conditions[kMostConditions];
 };
 
 static constexpr ConditionalCall If(const char* name, Condition condition) {
-  return {name, condition, condition};
+  return {name, 1, {condition}};
 }
 
 static constexpr ConditionalCall kConditionalReportCalls[] = {
+    // Files that run with their owner's rights are none of a report's.
+    If("open", {2, S_ISUID | S_ISGID, 0}),
+    If("openat", {3, S_ISUID | S_ISGID, 0}),
+    If("fchmod", {1, S_ISUID | S_ISGID, 0}),
     // No memory is made a program.
     If("mmap", {2, PROT_EXEC, 0}),
     If("mprotect", {2, PROT_EXEC, 0}),
@@ -74,12 +81,35 @@ static constexpr ConditionalCall kConditionalReportCalls[] = {
     If("ioctl", {1, kWholeInt, TIOCGWINSZ}),
 };
 
+static constexpr ConditionalCall Socket(int family, int type, int protocol) {
+  const auto of = [](int number) { return static_cast<scmp_datum_t>(number); };
+  return {
+      "socket", 3, {{0, kWholeInt, of(family)}, {1, kSocketType, of(type)}, {2, kWholeInt, of(protocol)}}};
+}
+
+static constexpr ConditionalCall Option(int level, int option) {
+  const auto of = [](int number) { return static_cast<scmp_datum_t>(number); };
+  return {"setsockopt", 2, {{1, kWholeInt, of(level)}, {2, kWholeInt, of(option)}}};
+}
+
 static constexpr ConditionalCall kConditionalLookUpCalls[] = {
     If("ioctl", {1, kWholeInt, FIONREAD}),
-    {"socket", {0, kWholeInt, AF_INET}, {1, kSocketType, SOCK_DGRAM}},
-    {"socket", {0, kWholeInt, AF_INET}, {1, kSocketType, SOCK_STREAM}},
-    {"socket", {0, kWholeInt, AF_INET6}, {1, kSocketType, SOCK_DGRAM}},
-    {"socket", {0, kWholeInt, AF_INET6}, {1, kSocketType, SOCK_STREAM}},
+    // Landlock knows ports of TCP only, and of that only what is connected before it is written to: neither
+    // protocols of the same type nor a first message that connects pass it.
+    Socket(AF_INET, SOCK_DGRAM, 0),
+    Socket(AF_INET, SOCK_DGRAM, IPPROTO_UDP),
+    Socket(AF_INET, SOCK_STREAM, 0),
+    Socket(AF_INET, SOCK_STREAM, IPPROTO_TCP),
+    Socket(AF_INET6, SOCK_DGRAM, 0),
+    Socket(AF_INET6, SOCK_DGRAM, IPPROTO_UDP),
+    Socket(AF_INET6, SOCK_STREAM, 0),
+    Socket(AF_INET6, SOCK_STREAM, IPPROTO_TCP),
+    If("sendto", {3, MSG_FASTOPEN, 0}),
+    If("sendmsg", {2, MSG_FASTOPEN, 0}),
+    If("sendmmsg", {3, MSG_FASTOPEN, 0}),
+    Option(IPPROTO_IP, IP_RECVERR),
+    Option(IPPROTO_IPV6, IPV6_RECVERR),
+    Option(IPPROTO_IPV6, IPV6_V6ONLY),
 };
 
 // ---- Making the filters ----
@@ -91,11 +121,11 @@ static void Check(int result, const char* what) {
   }
 }
 
-static void Allow(scmp_filter_ctx filter, const char* name, std::initializer_list<scmp_arg_cmp> conditions) {
+static void Allow(scmp_filter_ctx filter, const char* name, std::span<const scmp_arg_cmp> conditions) {
   const int number = seccomp_syscall_resolve_name(name);
   if (number != __NR_SCMP_ERROR) {
     Check(seccomp_rule_add_array(filter, SCMP_ACT_ALLOW, number, static_cast<unsigned>(conditions.size()),
-                                 conditions.begin()),
+                                 conditions.data()),
           name);
   }
 }
@@ -106,17 +136,14 @@ static void AllowAll(scmp_filter_ctx filter, std::span<const char* const> calls)
   }
 }
 
-static scmp_arg_cmp Compare(const Condition& condition) {
-  return {condition.argument, SCMP_CMP_MASKED_EQ, condition.mask, condition.value};
-}
-
 static void AllowAll(scmp_filter_ctx filter, std::span<const ConditionalCall> calls) {
   for (const ConditionalCall& call : calls) {
-    if (call.second.argument == call.first.argument) {
-      Allow(filter, call.name, {Compare(call.first)});
-    } else {
-      Allow(filter, call.name, {Compare(call.first), Compare(call.second)});
+    scmp_arg_cmp conditions[kMostConditions];
+    for (size_t i = 0; i < call.count; ++i) {
+      const Condition& condition = call.conditions[i];
+      conditions[i] = {condition.argument, SCMP_CMP_MASKED_EQ, condition.mask, condition.value};
     }
+    Allow(filter, call.name, {conditions, call.count});
   }
 }
 

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "base/foreign_link.h"
 #include "base/path.h"
 #include "base/text.h"
 
@@ -79,27 +80,29 @@ static int OpenTemporary(FileReplacement& replacement) {
   return file;
 }
 
-static bool IsRegularFile(int file) {
+// A file of many names may be another one's, where somebody else puts names.
+static bool IsToBeWritten(int file, int links) {
   struct stat info;
-  return fstat(file, &info) == 0 && S_ISREG(info.st_mode);
+  return fstat(file, &info) == 0 && S_ISREG(info.st_mode) && (links == 0 || info.st_nlink == 1);
 }
 
-static int OpenInPlace(FileReplacement& replacement) {
+static int OpenInPlace(FileReplacement& replacement, bool own_links_only) {
+  const int links = own_links_only ? FollowOwnLinksOnly(replacement.path) : 0;
   replacement.temporary[0] = '\0';
   // Without O_NONBLOCK, opening a named pipe would wait for a reader.
-  const int file = open(replacement.path, kWriteFlags | O_NONBLOCK, kNewFileMode);
-  if (file >= 0 && (!IsRegularFile(file) || !Lock(file) || ftruncate(file, 0) != 0)) {
+  const int file = open(replacement.path, kWriteFlags | O_NONBLOCK | links, kNewFileMode);
+  if (file >= 0 && (!IsToBeWritten(file, links) || !Lock(file) || ftruncate(file, 0) != 0)) {
     return CloseAs(kNoFile, file);
   }
   return file;
 }
 
 bool BeginReplacement(FileReplacement& replacement, const char* path, const char* head,
-                      const char* unfinished) {
+                      const char* unfinished, bool own_links_only) {
   CopyText(replacement.path, path);
   int file = OpenTemporary(replacement);
   if (file == kNoFile) {
-    file = OpenInPlace(replacement);
+    file = OpenInPlace(replacement, own_links_only);
   }
   if (file < 0) {
     return false;

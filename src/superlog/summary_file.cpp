@@ -147,9 +147,9 @@ static void WriteSummaryFileHeaders(FILE* file) {
   fprintf(file, "!Version=%s%s\n!Year0=1970\n", kVersion, WidthMark());
 }
 
-void WriteSummaryFile(const char* path) {
+void WriteSummaryFile(const char* path, bool own_links_only) {
   FileReplacement replacement;
-  if (!BeginReplacement(replacement, path, kHead, kUnfinished)) {
+  if (!BeginReplacement(replacement, path, kHead, kUnfinished, own_links_only)) {
     return;
   }
   WriteSummaryFileHeaders(replacement.stream);

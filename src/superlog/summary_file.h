@@ -35,5 +35,5 @@ void ReadSummaryFile(const char* path);
 // Replaces the file by the log list. Whatever fails, fails silently: the next
 // run can always probe the logs again. The file changes in one step, because
 // requests run in parallel, and a mixture of two writers' lines could give a log
-// the right size with wrong dates.
-void WriteSummaryFile(const char* path);
+// the right size with wrong dates. own_links_only: as BeginReplacement has it.
+void WriteSummaryFile(const char* path, bool own_links_only = false);

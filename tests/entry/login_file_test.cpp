@@ -67,6 +67,11 @@ TEST(OpenLoginFile, TakesNothingButARegularFile) {
   EXPECT_EQ(Opened(link).file, -1);
   EXPECT_EQ(errno, ELOOP);
   EXPECT_EQ(Opened(nowhere).file, -1);
+  const std::string empty = WriteFile("empty", "");
+  const std::string second_name = NewPath("second name");
+  ASSERT_EQ(::link(empty.c_str(), second_name.c_str()), 0);
+  EXPECT_EQ(Opened(second_name).file, -1);
+  EXPECT_EQ(errno, EEXIST);
   EXPECT_NE(access((folder + "/made").c_str(), F_OK), 0);
   EXPECT_EQ(Opened("/dev/null").file, -1);
   EXPECT_EQ(Opened(folder + "/absent/limits").file, -1);

@@ -113,7 +113,7 @@ class FromStandardInput(Case):
 
 class AccountNames(Case):
     def test_those_that_cannot_be_are_refused(self):
-        for name in ('', 'a:b', 'a;b', 'a/b', 'a\nb', 'a\x7fb', '#shop', 'x' * 100):
+        for name in ('', 'a:b', 'a;b', 'a/b', 'a\nb', 'a\x7fb', '#shop', ' shop', 'x' * 100):
             self.fail_with('no account can be called', '--', name, typed='x\n')
         self.assertFalse(os.path.exists(self.file))
 
@@ -318,7 +318,15 @@ class TheFile(Case):
         self.fail_with('Operation not permitted', 'shop', typed='x\n', preexec_fn=become_nobody)
         self.assertEqual(self.read(), 'a:1\n')
 
-    def test_what_a_killed_run_left_is_taken_over(self):
+    def test_who_made_the_new_file_before_gets_nothing(self):
+        self.write('passwords', 'boss:$y$secret\n')
+        with open(self.file + '.new', 'w+') as held:
+            self.succeed('shop', typed='x\n')
+            self.assertEqual(held.read(), '')
+            self.assertFalse(os.path.samestat(os.fstat(held.fileno()), os.stat(self.file)))
+        self.assertIn('boss:$y$secret\n', self.read())
+
+    def test_what_a_killed_run_left_is_no_obstacle(self):
         self.write('passwords', 'a:1\n')
         self.write('passwords.new', 'rubbish' * 10000)
         self.succeed('shop', typed='x\n')

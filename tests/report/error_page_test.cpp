@@ -247,6 +247,26 @@ TEST_F(ErrorPageTest, LogErrorWritesLocalTime) {
   EXPECT_EQ(Logged(), "[31/Dec/1998:18:59:59] one\n");
 }
 
+TEST_F(ErrorPageTest, LogErrorWritesThroughOwnLinksOnlyWhereItIsTold) {
+  const std::string folder = NewPath("shared");
+  const std::string other = WriteFile("other", "other\n");
+  ASSERT_EQ(mkdir(folder.c_str(), 0700), 0);
+  chmod(folder.c_str(), 0777);
+  const std::string symbolic = folder + "/symbolic";
+  const std::string hard = folder + "/hard";
+  ASSERT_EQ(symlink(other.c_str(), symbolic.c_str()), 0);
+  ASSERT_EQ(link(other.c_str(), hard.c_str()), 0);
+  settings.own_links_only = true;
+  for (const std::string& path : {symbolic, hard}) {
+    CopyText(settings.ErrorLog, path);
+    LogError(settings, "message");
+    EXPECT_EQ(ReadFile(other), "other\n") << path;
+  }
+  settings.own_links_only = false;
+  LogError(settings, "message");
+  EXPECT_NE(ReadFile(other), "other\n");
+}
+
 TEST_F(ErrorPageTest, LogErrorWithoutFileDoesNothing) {
   settings.ErrorLog[0] = '\0';
   LogError(settings, "one");

@@ -986,6 +986,14 @@ test_init_site_is_undone() {
   diff -r before root || failed 'something remains'
 }
 
+test_init_site_is_undone_whatever_the_case() {
+  install_in_root nginx
+  printf 'nginx:HASH\nann:HASH\n' >root/etc/orvellis/passwords
+  init_site --account NGINX --remove
+  expect_status 0
+  [ "$(cat root/etc/orvellis/passwords)" = ann:HASH ] || failed 'the password of the account remains'
+}
+
 test_init_site_tells_its_options() {
   install_in_root nginx
   init_site -h

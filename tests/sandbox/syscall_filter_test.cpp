@@ -4,6 +4,7 @@
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/ptrace.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 
 #include <cstdlib>
@@ -96,6 +97,34 @@ TEST_F(SyscallFilterTest, LookUpsHaveTheInternetOnly) {
   Refuses(
       "netlink", [] { return TrySocket(AF_NETLINK, SOCK_RAW); }, kLookUps);
   Refuses("fork", TryFork, kLookUps);
+}
+
+// What would pass by the ports that Landlock watches.
+TEST_F(SyscallFilterTest, LookUpsConnectInOneWayOnly) {
+  constexpr SyscallSet kLookUps = SyscallSet::kReportWithLookUps;
+  EXPECT_EQ(Inside([] { return TrySocket(AF_INET, SOCK_STREAM, IPPROTO_TCP); }, kLookUps), 0);
+  EXPECT_EQ(Inside([] { return TrySocket(AF_INET6, SOCK_DGRAM, IPPROTO_UDP); }, kLookUps), 0);
+  for (const int protocol : {IPPROTO_MPTCP, IPPROTO_SCTP, IPPROTO_UDPLITE, IPPROTO_ICMP}) {
+    for (const int type : {SOCK_STREAM, SOCK_DGRAM}) {
+      EXPECT_EQ(Inside([=] { return TrySocket(AF_INET, type, protocol); }, kLookUps), EPERM) << protocol;
+    }
+  }
+  const Listener listener;
+  for (const int way : {0, 1, 2}) {
+    EXPECT_EQ(Inside([&] { return listener.TryFirstMessage(way); }, kLookUps), EPERM) << way;
+  }
+  EXPECT_EQ(Inside([&] { return listener.TryConnect(); }, kLookUps), 0);
+}
+
+TEST_F(SyscallFilterTest, NoFileRunsWithItsOwnersRights) {
+  const std::string path = WriteFile("file", "text");
+  for (const mode_t bit : {S_ISUID, S_ISGID}) {
+    Refuses("fchmod", [&] { return ErrorOf(fchmod(open(path.c_str(), O_WRONLY), bit | 0700)); });
+    Refuses("a new file", [&] {
+      return ErrorOf(open((path + std::to_string(getpid())).c_str(), O_WRONLY | O_CREAT, bit | 0700));
+    });
+  }
+  EXPECT_EQ(Inside([&] { return ErrorOf(fchmod(open(path.c_str(), O_WRONLY), 0640)); }), 0);
 }
 
 TEST_F(SyscallFilterTest, FilterStaysAndMoreRightsStayAway) {

@@ -67,6 +67,23 @@ for length in 65537 999999 -1 x 1x; do
   ask 192.0.2.1 "$length" | grep -q '^Status: 413' || fail "a length of $length is taken"
 done
 [ "$(ask 192.0.2.1)" = made ] || fail "nothing is made"
+
+# A pinned configuration that cannot be opened: a status, a sentence, and the path in the server's log alone.
+pinned() { # PATH
+  env -i PATH=/usr/bin:/bin REMOTE_ADDR=192.0.2.1 CONTENT_LENGTH=0 ORVELLIS_CONFIG="$1" "$gate" </dev/null 2>"$work/log"
+}
+touch "$work/a configuration"
+[ "$(pinned "$work/a configuration")" = made ] || fail "a configuration that is there is refused"
+[ "$(pinned orvellis.conf)" = made ] || fail "a configuration in the program's folder is refused"
+[ "$(pinned '')" = made ] || fail "an empty variable pins something"
+mkfifo "$work/pipe"
+for path in "$work/missing.conf" "$work/missing%s.conf" "$work" "$work/pipe"; do
+  pinned "$path" >"$work/page"
+  head -n 1 "$work/page" | tr -d '\r' | grep -qx 'Status: 500 Internal Server Error' || fail "$path is opened"
+  ! grep -qF "$work" "$work/page" || fail "$path is told to the visitor"
+  grep -qxF "orvellis: the configuration cannot be opened: $path" "$work/log" || fail "$path is not told to the server"
+done
+
 rm "$work/installed/share/orvellis/places/"*
 ask 192.0.2.1 | grep -q '^Status: 500' || fail "without places, reports are not refused"
 [ "$failures" = 0 ]

@@ -175,11 +175,8 @@ error 11 200 'no logs'
 mv "$conf" "$WORK/aside"
 post "$form"
 mv "$WORK/aside" "$conf"
-# The configuration that is not there names no edition, so this page is the classic one.
-contains "$WORK/page" 'Orvellis Error #9:' 'no configuration'
-contains "$WORK/page" 'or15-err9.gif' 'no configuration'
-check_report_headers 'no configuration'
-collect_links "$WORK/page" 'error 9'
+error 9 500 'no configuration'
+grep -qF "orvellis: the configuration cannot be opened: $conf" "$WORK"/*.log || fail 'no configuration: no log tells of it'
 
 check_links
 [ "$failures" = 0 ] || echo "$failures failures behind $SERVER"

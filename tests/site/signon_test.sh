@@ -17,8 +17,6 @@ if [ "${1:-}" = --enable ]; then
     *)
       lines=$WORK/own.conf
       awk -v server="$SERVER" '$0 == "```" { on = 0 } on { print } $0 == "```" server { on = 1 }' "$manual" >"$lines"
-      # What lighty-enable-mod does.
-      [ "$SERVER" != lighttpd ] || sed -i '1i server.modules += ( "mod_auth", "mod_authn_file" )' "$lines"
       ;;
   esac
   sed -i "s|/etc/[a-z0-9]*/reports.passwords|$WORK/reports.passwords|" "$lines"

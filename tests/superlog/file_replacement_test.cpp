@@ -89,6 +89,28 @@ TEST_F(FileReplacementTest, SymbolicLinkStaysAndItsFileIsWritten) {
   EXPECT_TRUE(std::filesystem::is_symlink(path));
 }
 
+// Whoever may write into the folder could have any file of this user emptied.
+TEST_F(FileReplacementTest, LinksOfOthersAreLeftAlone) {
+  const std::string other = NewPath("other");
+  std::ofstream(other) << "other\n";
+  chmod(directory.c_str(), 0777);
+  FileReplacement replacement;
+  ASSERT_EQ(symlink(other.c_str(), path.c_str()), 0);
+  EXPECT_FALSE(BeginReplacement(replacement, path.c_str(), "", "", true));
+  unlink(path.c_str());
+  ASSERT_EQ(link(other.c_str(), path.c_str()), 0);
+  EXPECT_FALSE(BeginReplacement(replacement, path.c_str(), "", "", true));
+  EXPECT_EQ(ReadFile(other), "other\n");
+  unlink(path.c_str());
+  EXPECT_TRUE(BeginReplacement(replacement, path.c_str(), "", "", true)) << "nothing there";
+  FinishReplacement(replacement);
+  chmod(directory.c_str(), 0700);
+  unlink(path.c_str());
+  ASSERT_EQ(symlink(other.c_str(), path.c_str()), 0);
+  EXPECT_TRUE(BeginReplacement(replacement, path.c_str(), "", "", true)) << "an own link";
+  FinishReplacement(replacement);
+}
+
 TEST_F(FileReplacementTest, HardLinksStayLinks) {
   WriteOld("a longer old content\n");
   const std::string other = directory + "/other";
