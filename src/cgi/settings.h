@@ -27,6 +27,7 @@ struct RankedReport {
   int top;      // most rows shown, or a percentage of the distinct items; 0 = all
   int greater;  // smallest count shown
   int top_is_percent;
+  bool top_asked = false;  // top was given, even as 0: a page need not cut by itself
 };
 
 struct Environment {
@@ -102,6 +103,7 @@ struct Settings {
   int dailytotals;
   int hitsperdayofweek;
   int hitsperhour;
+  int no_script;  // a page has none
   RankedReport badurls;
   RankedReport browsers;
   RankedReport requests;

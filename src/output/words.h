@@ -10,6 +10,8 @@ struct SectionWords {
   Literal title;
   Literal item;         // heading of its items: one of them
   Literal items;        // several
+  Literal item_of_many; // one, within a sentence
+  Literal whole;        // what the shares are of
   Literal explanation;  // a sentence
 };
 
