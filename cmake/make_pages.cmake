@@ -15,6 +15,7 @@ set(pages
   "operation      docs/operation.html"
   "nightly-reports docs/nightly-reports.html"
   "security       docs/security.html"
+  "editions       docs/editions.html"
   "reliability    docs/reliability.html"
   "errors         support/errors/index.html")
 

@@ -34,11 +34,11 @@ _orvellis_report() {
   elif values=$(_orvellis_report_values "$option"); then
     mapfile -t COMPREPLY < <(compgen -W "$values" -- "$word")
   elif [[ ${COMP_WORDS[1]} == --init-site && $COMP_CWORD -gt 1 ]]; then
-    mapfile -t COMPREPLY < <(compgen -W '--server --account --logs --url --site --write --remove --help' -- "$word")
+    mapfile -t COMPREPLY < <(compgen -W '--server --account --logs --url --site --write --remove -h --help' -- "$word")
   elif [[ $word == -* ]]; then
     mapfile -t COMPREPLY < <(compgen -W '-o --output --from --to --path --match --exclude-hosts --exclude-types --top
       --min --reports --title --url --log-format --date-format --gmt --dns --search-engines --memory --classic --theme
-      --plain --open --quiet --keep-config --init-site --help --version' -- "$word")
+      --plain --open --quiet --keep-config --init-site -h --help --version' -- "$word")
   else
     compopt -o filenames
     mapfile -t COMPREPLY < <(compgen -f -- "$word")

@@ -13,6 +13,19 @@ static void CopyVariable(char (&slot)[N], const char* name) {
   }
 }
 
+// Of a list for which there is no room its end counts. Its first item then may be cut, and is left out.
+template <size_t N>
+static void CopyEndOfList(char (&slot)[N], const char* name) {
+  const char* value = getenv(name);
+  std::string_view list = value == nullptr ? "" : value;
+  if (list.size() >= N) {
+    list.remove_prefix(list.size() - (N - 1));
+    const size_t comma = list.find(',');
+    list.remove_prefix(comma == std::string_view::npos ? list.size() : comma + 1);
+  }
+  CopyText(slot, list);
+}
+
 static void FillTimes(Environment& env) {
   const time_t now = CurrentTime();
   tm local;
@@ -32,6 +45,7 @@ void GetEnv(Environment& env) {
   CopyVariable(env.GATEWAY_INTERFACE, "GATEWAY_INTERFACE");
   CopyVariable(env.HTTP_ACCEPT, "HTTP_ACCEPT");
   CopyVariable(env.HTTP_USER_AGENT, "HTTP_USER_AGENT");
+  CopyEndOfList(env.HTTP_X_FORWARDED_FOR, "HTTP_X_FORWARDED_FOR");
   CopyVariable(env.PATH, "PATH");
   CopyVariable(env.PATH_INFO, "PATH_INFO");
   CopyVariable(env.PATH_TRANSLATED, "PATH_TRANSLATED");

@@ -4,6 +4,6 @@
 #include "cgi/settings.h"
 
 // Zeroes the record, then copies every CGI variable that is set into its slot,
-// cut to the slot's capacity, and fills the current date ("%B %d, %Y (%A)") and
-// time ("%X") from one reading of the clock.
+// cut to the slot's capacity (a list of proxies at its beginning), and fills the current date ("%B %d, %Y
+// (%A)") and time ("%X") from one reading of the clock.
 void GetEnv(Environment& env);

@@ -116,6 +116,20 @@ static void LevelledText(Settings& settings, const Param& param) {
   kSetter(settings, param.value, param.level);
 }
 
+template <auto kField, auto kWhole>
+static void Password(Settings& settings, const Param& param) {
+  CopyText(settings.*kField, param.value);
+  CopyText(settings.*kWhole, param.value);
+}
+
+// A name that was cut could be another one's.
+static void SignOn(Settings& settings, const Param& param) {
+  const std::string_view names = param.value;
+  const size_t comma = names.rfind(',');
+  const bool whole = names.size() < kTextMax;
+  CopyText(settings.signon, whole ? names : names.substr(0, comma == std::string_view::npos ? 0 : comma));
+}
+
 static void Find(Settings& settings, const Param& param) {
   CopyText(param.source == ParamSource::kAccount ? settings.find_account : settings.find_form, param.value);
 }
@@ -206,7 +220,8 @@ struct Keyword {
 static const Keyword kKeywords[] = {
     {"edition", DecidedBefore, kFromShell, kIgnored},
     {"config", Copy<&Settings::config>, kFromRequest, kIgnored},
-    {"password", Copy<&Settings::password_account>, kFromAccount, kIgnored},
+    {"password", Password<&Settings::password_account, &Settings::stored_password>, kFromAccount, kIgnored},
+    {"signon", SignOn, kFromAccount, kIgnored},
     {"AccessLog", Copy<&Settings::AccessLog>, kFromAccount, kIgnored},
     {"logs", Copy<&Settings::logs>, kFromAccount, kIgnored},
     {"authrealm", FixedByAccount<&Settings::authrealm>, kFromAny, kTaken},
@@ -214,11 +229,12 @@ static const Keyword kKeywords[] = {
     {"showquery", Number<&Settings::showquery>, kFromAny, kTaken, kGoOn},
     {"summary", Copy<&Settings::summary>, kFromAny, kIgnored},
     {"username", Copy<&Settings::username>, kFromRequest, kTaken},
-    {"password", Copy<&Settings::password_form>, kFromRequest, kTaken},
+    {"password", Password<&Settings::password_form, &Settings::typed_password>, kFromRequest, kTaken},
     {"find", Find, kFromAny, kTaken},
     {"find_casesensitive", Number<&Settings::find_casesensitive>, kFromAny, kTaken},
     {"find_pattern", Number<&Settings::find_pattern>, kFromAny, kTaken},
     {"title", Copy<&Settings::title>, kFromAny, kTaken},
+    {"output", Copy<&Settings::output>, kFromAny, kTaken},
     {"url", Url, kFromAny, kIgnored},
     {"sm", Copy<&Settings::sm>, kFromAny, kTaken},
     {"sd", Copy<&Settings::sd>, kFromAny, kTaken},

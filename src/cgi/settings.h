@@ -40,6 +40,7 @@ struct Environment {
   char GATEWAY_INTERFACE[100];
   char HTTP_ACCEPT[100];
   char HTTP_USER_AGENT[100];
+  char HTTP_X_FORWARDED_FOR[1024];  // its end, where the proxies nearest to the server write
   char PATH[200];
   char PATH_INFO[200];
   char PATH_TRANSLATED[200];
@@ -47,7 +48,7 @@ struct Environment {
   char REMOTE_ADDR[100];
   char REMOTE_HOST[100];
   char REMOTE_IDENT[100];
-  char REMOTE_USER[100];
+  char REMOTE_USER[kTextSize + 1];  // one more than a name to compare it with can have
   char REQUEST_METHOD[100];
   char SCRIPT_NAME[100];
   char SERVER_NAME[100];
@@ -81,6 +82,7 @@ struct Settings {
   char find_account[kTextSize];
   char find_form[kTextSize];
   char title[kTextSize];
+  char output[kTextSize];  // name of the form that the report takes; empty: the default one
   char url[kTextSize];
   char filter_domains[kTextSize];
   char filter_filetypes[kTextSize];
@@ -93,10 +95,11 @@ struct Settings {
   char ed[3];
   int ey;
   // Rules of the run, which no parameter sets.
-  int last_year;         // that sy and ey may name
-  bool whole_values;     // "=" is part of a parameter's value; otherwise it is dropped
-  bool no_remote_debug;  // RemoteDebugEnabled counts for nothing
-  IgnoredNames ignored;  // by row of the keyword table: what a stranger's form may not set, but named
+  int last_year;          // that sy and ey may name
+  bool names_as_written;  // accounts are called as the configuration spells them
+  bool whole_values;      // "=" is part of a parameter's value; otherwise it is dropped
+  bool no_remote_debug;   // RemoteDebugEnabled counts for nothing
+  IgnoredNames ignored;   // by row of the keyword table: what a stranger's form may not set, but named
   char logs[kPathSize];
   char AccessLog[kPathSize];
   char summary[kPathSize];
@@ -125,6 +128,10 @@ struct Settings {
   char password_form[100];
   char ErrorLog[kPathSize];
   char password_account[100];
+  // The same two, whole: what is compared with hashes.
+  char typed_password[kTextSize];
+  char stored_password[kTextSize];
+  char signon[kTextSize];
   const char* program_path;  // the SCRIPT_NAME slot of the environment record
   int RemoteDebugEnabled;
   int debug;
@@ -134,6 +141,9 @@ struct Settings {
   char* extra_footer;
   int page;
   char InternalIp[kTextSize];
+  char internal_networks[kLineMax + 1];  // the same, whole
+  char TrustedProxies[kLineMax + 1];
+  char LoginLimits[kPathSize];
   char UserPasswords[kPathSize];
   char authrealm[kTextSize];
   char authuser[kTextSize];

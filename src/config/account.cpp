@@ -105,3 +105,7 @@ static Error CheckPassword(const Settings& settings) {
 Error ValidateSession(const Environment& env, const Settings& settings) {
   return LocalIP(settings, env.REMOTE_HOST, env.REMOTE_ADDR) ? kNoError : CheckPassword(settings);
 }
+
+Refusal AdmitByPlainRules(bool account_found, Environment& env, const Settings& settings) {
+  return {account_found ? ValidateSession(env, settings) : kErrorRejected};
+}

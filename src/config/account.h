@@ -4,6 +4,9 @@
 #include "cgi/settings.h"
 #include "report/errors.h"
 
+// The whole decision: an account that the configuration does not have is refused.
+Refusal AdmitByPlainRules(bool account_found, Environment& env, const Settings& settings);
+
 // Returns kNoError when the requester is accepted, otherwise kErrorRejected or
 // kErrorPasswordFile.
 Error ValidateSession(const Environment& env, const Settings& settings);

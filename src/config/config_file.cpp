@@ -1,5 +1,6 @@
 #include "config/config_file.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <utility>
@@ -41,9 +42,53 @@ static void SetExtraText(Reading& reading, char* value) {
   kSet(reading.settings, value, kLevelGlobalKey);
 }
 
-static void ApplyUser(Reading& reading, char*) {
+// Of a line for which there was no room nobody knows how its last item goes on.
+static void LeaveOutCutItem(Reading& reading, char separator) {
+  char* const last = strrchr(reading.line, separator);
+  if (strlen(reading.line) == kLineMax && last != nullptr) {
+    *last = '\0';
+  }
+}
+
+static void StoreInternalIp(Reading& reading, char* value) {
+  CopyText(reading.settings.InternalIp, value);
+  LeaveOutCutItem(reading, ',');
+  CopyText(reading.settings.internal_networks, value);
+}
+
+static void StoreTrustedProxies(Reading& reading, char* value) {
+  LeaveOutCutItem(reading, ',');
+  CopyText(reading.settings.TrustedProxies, value);
+}
+
+static bool CanBeAccount(std::string_view name) {
+  return !name.empty() && std::none_of(name.begin(), name.end(), [](char c) {
+    return c == '/' || c == '\x7F' || static_cast<unsigned char>(c) < ' ';
+  });
+}
+
+// Calls the account what its line calls it, when the line is that of the requested one.
+static bool TakeWrittenName(Reading& reading, std::string_view value) {
+  const size_t end = value.find(';');
+  const std::string_view name = value.substr(0, end);
+  if (end == std::string_view::npos || !CanBeAccount(name) ||
+      !EqualIgnoreCase(name, reading.settings.username)) {
+    return false;
+  }
+  CopyText(reading.settings.username, name);
+  LeaveOutCutItem(reading, ';');
+  return true;
+}
+
+// deliberate: unless names are as written, the typed one may hold a ";" and run on into the line's items
+static bool IsRequestedAccount(Reading& reading, const char* value) {
+  return reading.settings.names_as_written ? TakeWrittenName(reading, value)
+                                           : BeginsWithIgnoreCase(reading.line, reading.account_start);
+}
+
+static void ApplyUser(Reading& reading, char* value) {
   ++reading.settings.account_count;
-  if (BeginsWithIgnoreCase(reading.line, reading.account_start)) {
+  if (IsRequestedAccount(reading, value)) {
     ParseUserData(reading.line, reading.settings);
     reading.account_found = true;
   }
@@ -111,7 +156,9 @@ static const ConfigKey kConfigKeys[] = {
     {"ExtraFooter", SetExtraText<log_SetExtraFooter>},
     {"SmartParsing", ApplySmartParsing},
     {"UserPasswords", StoreText<&Settings::UserPasswords>},
-    {"InternalIp", StoreText<&Settings::InternalIp>},
+    {"InternalIp", StoreInternalIp},
+    {"TrustedProxies", StoreTrustedProxies},
+    {"LoginLimits", StoreText<&Settings::LoginLimits>},
     {"DNSLookupEnabled", ApplyDnsLookup},
     {"SmartMemoryEnabled", ApplySmartMemory},
     {"SmartMemoryKeepEntries", StoreNumber<&Settings::SmartMemoryKeepEntries>},

@@ -6,6 +6,9 @@
 #include "output/moments.h"
 #include "output/sink.h"
 #include "output/words.h"
+#include "report/answer_head.h"
+#include "report/refusal_texts.h"
+#include "report/told_rows.h"
 #include "sections/notes.h"
 #include "sections/overview.h"
 #include "sections/section_list.h"
@@ -156,3 +159,46 @@ void WriteJson(const Settings& settings, Analysis& analysis) {
   Put(sink, "\n  }\n}\n");
   FlushSink(sink);
 }
+
+// ---- Answers -------------------------------------------------------------------------
+
+static constexpr char kType[] = "application/json; charset=utf-8";
+
+static void AnswerReport(const Environment& env, const Settings& settings) {
+  char disposition[kDispositionSize];
+  NameFile(disposition, "inline", "json", settings);
+  PrintAnswerHead(env, {.type = kType, .disposition = disposition});
+}
+
+// Blanks before the object mean nothing, so that a server is kept awake by them.
+static AnalysisEvents Told(const Settings& settings) {
+  return {.logs = {}, .line_read = SignsOfLife(settings)};
+}
+
+static void Refuse(const Refusal& refusal, const Environment& env, const Settings& settings) {
+  const RefusalTexts& texts = LogRefusal(refusal, env, settings);
+  AnswerHead head = HeadOfRefusal(texts, refusal);
+  head.type = kType;
+  PrintAnswerHead(env, head);
+  Sink sink;
+  Put(sink, "{\"format\": 1, \"error\": {\"code\": ");
+  PutNumber(sink, refusal.error);
+  Put(sink, ", \"status\": ");
+  PutNumber(sink, texts.status.number);
+  Put(sink, ", \"title\": ");
+  PutJson(sink, texts.heading);
+  Put(sink, ", \"text\": ");
+  PutJson(sink, texts.sentence);
+  Put(sink, "}}\n");
+  FlushSink(sink);
+}
+
+const PageWriter kJsonOutput = {
+    .announce = nullptr,
+    .begin = nullptr,
+    .found = AnswerReport,
+    .told = Told,
+    .finish = WriteJson,
+    .refuse = Refuse,
+    .info = {},
+};

@@ -3,6 +3,10 @@
 
 #include "analysis/analysis.h"
 #include "cgi/settings.h"
+#include "report/page_writer.h"
+
+// A refusal is one object with one member, "error", beside "format".
+extern const PageWriter kJsonOutput;
 
 // Writes the whole report to standard output, row by row: docs/report.schema.json
 // tells its members. An item that is no UTF-8 has U+FFFD for each such byte, and

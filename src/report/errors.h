@@ -18,6 +18,7 @@ enum Error : int {
   kErrorPasswordFile = 10,  // password file cannot be opened
   kErrorNoLogFiles = 11,    // logs and AccessLog match no file
   kErrorLimited = 13,       // too many refusals of this visitor or account
+  kErrorOutput = 14,        // there is no output of that name
 };
 
 // What the run is told, and the visitor with it.

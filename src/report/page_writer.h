@@ -9,11 +9,14 @@
 using InfoPage = void(const Environment& env, const Settings& settings);
 
 struct PageWriter {
-  // Before all else that a web server is answered with.
+  // Before all else that a web server is answered with. Null: there is nothing to
+  // say until the answer is known.
   void (*announce)();
 
-  // The head of a report, before its logs are looked for.
+  // The head of a report: before its logs are looked for, and what is said only when
+  // there are some, before the first is read. Null: nothing.
   void (*begin)(const Environment& env, const Settings& settings);
+  void (*found)(const Environment& env, const Settings& settings);
 
   // Who is told what happens while logs are looked for and read.
   AnalysisEvents (*told)(const Settings& settings);
@@ -21,8 +24,8 @@ struct PageWriter {
   // The rest of it, from what was counted.
   void (*finish)(const Settings& settings, Analysis& analysis);
 
-  // The answer to a request that is refused, in place of a report or, behind its
-  // head, of the rest. Adds the reason to the error log.
+  // The answer to a request that is refused: in place of a report or, of one without
+  // logs, behind what begin has printed. Adds the reason to the error log.
   void (*refuse)(const Refusal& refusal, const Environment& env, const Settings& settings);
 
   // By settings.page; null for a report, and where there is no such page.

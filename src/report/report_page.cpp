@@ -39,14 +39,14 @@ static void PrintSections(const Settings& settings, Analysis& analysis) {
   }
 }
 
-Error AnalyzeLogs(Settings& settings, const Counting& counting, const PageWriter& page) {
-  return do_bigass_analysis(settings, counting, page);
-}
-
-Error do_bigass_analysis(Settings& settings, const Counting& counting, const PageWriter& page) {
+Error AnalyzeLogs(const Environment& env, Settings& settings, const Counting& counting,
+                  const PageWriter& page) {
   Analysis analysis{};
   if (!BeginAnalysis(settings, counting, analysis, page.told(settings))) {
     return kErrorNoLogFiles;
+  }
+  if (page.found != nullptr) {
+    page.found(env, settings);
   }
   if (settings.domaintypes.on != 0) {
     ReadNamesOnce(settings.Networks);  // before the tables take what memory there is
@@ -55,6 +55,11 @@ Error do_bigass_analysis(Settings& settings, const Counting& counting, const Pag
   page.finish(settings, analysis);
   EndAnalysis(analysis);
   return kNoError;
+}
+
+Error do_bigass_analysis(Settings& settings, const Counting& counting, const PageWriter& page) {
+  const Environment env{};
+  return AnalyzeLogs(env, settings, counting, page);
 }
 
 // ---- The classic page ----
@@ -95,6 +100,7 @@ static void ShowConfiguration(const Environment&, const Settings& settings) {
 const PageWriter kClassicPage = {
     .announce = Announce,
     .begin = Begin,
+    .found = nullptr,
     .told = PageEvents,
     .finish = FinishReport,
     .refuse = Refuse,

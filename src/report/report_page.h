@@ -3,13 +3,15 @@
 
 #include "report/page_writer.h"
 
-// Analyses the account's logs and lets the writer finish the page that it has
+// Analyses the account's logs and lets the writer go on with the page that it has
 // begun. Returns kNoError, or kErrorNoLogFiles, with nothing printed, when there
 // is no log file.
-Error AnalyzeLogs(Settings& settings, const Counting& counting, const PageWriter& page);
+Error AnalyzeLogs(const Environment& env, Settings& settings, const Counting& counting,
+                  const PageWriter& page);
 
 // Prints a report from the debugging rows on, behind its head.
 void FinishReport(const Settings& settings, Analysis& analysis);
 
-// The same as AnalyzeLogs, by the name under which other programs know it.
+// The same, by the name under which other programs know it, with an environment that
+// tells nothing.
 Error do_bigass_analysis(Settings& settings, const Counting& counting, const PageWriter& page);

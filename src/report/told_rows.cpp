@@ -109,10 +109,14 @@ static void KeepServerAwake() {
   }
 }
 
-AnalysisEvents PageEvents(const Settings& settings) {
+void (*SignsOfLife(const Settings& settings))() {
   mSilentLines = 0;
+  return settings.flushtoserver != 0 ? KeepServerAwake : nullptr;
+}
+
+AnalysisEvents PageEvents(const Settings& settings) {
   return {
       .logs = settings.debug != 0 ? kDebugTable : kErrorLines,
-      .line_read = settings.flushtoserver != 0 ? KeepServerAwake : nullptr,
+      .line_read = SignsOfLife(settings),
   };
 }

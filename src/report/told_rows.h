@@ -7,3 +7,7 @@
 // gets an error line. With debug on: the debugging table, which is left open for
 // PrintDebugRows. With flushtoserver on: a space every 1001 lines, sent at once.
 AnalysisEvents PageEvents(const Settings& settings);
+
+// The last of these alone: what is to be called for each line that is read, null
+// without flushtoserver.
+void (*SignsOfLife(const Settings& settings))();

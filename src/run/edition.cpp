@@ -2,27 +2,43 @@
 
 #include <cstdio>
 
+#include "config/account.h"
 #include "dates/years.h"
+#include "entry/admission.h"
+#include "output/json_output.h"
 #include "report/guarded_page.h"
+
+static constexpr Output kModernOutputs[] = {
+    {"modern", &kGuardedPage},
+    {"json", &kJsonOutput},
+};
 
 static const Edition kEditions[] = {
     {
         .name = "classic",
         .counting = kClassicCounting,
         .page = &kClassicPage,
+        .outputs = {},
         .form = ParamSource::kForm,
+        .admit = AdmitByPlainRules,
+        .names_as_written = false,
         .last_year = kLastNarrowYear,
         .whole_values = false,
         .server_arguments = true,
+        .only_posts = false,
     },
     {
         .name = "modern",
         .counting = kModernCounting,
         .page = &kGuardedPage,
+        .outputs = kModernOutputs,
         .form = ParamSource::kStranger,
+        .admit = Admit,
+        .names_as_written = true,
         .last_year = kLastWrittenYear,
         .whole_values = true,
         .server_arguments = false,
+        .only_posts = true,
     },
 };
 
@@ -35,11 +51,24 @@ const Edition* FindEdition(std::string_view name) {
   return nullptr;
 }
 
+const PageWriter* FindOutput(const Edition& edition, std::string_view name) {
+  if (name.empty() || edition.outputs.empty()) {
+    return edition.page;
+  }
+  for (const Output& output : edition.outputs) {
+    if (EqualIgnoreCase(output.name, name)) {
+      return output.page;
+    }
+  }
+  return nullptr;
+}
+
 // The value of the last argument of that name; false when there is none.
-static bool LastArgument(const StartWords& words, std::string_view wanted, char (&value)[kTextSize]) {
+static bool LastArgument(const StartWords& words, std::string_view wanted, char (&value)[kTextSize],
+                         bool whole = false) {
   char name[kTextSize];
   for (int i = words.argc - 1; i > 0; --i) {
-    ParseFieldValue(words.argv[i], name, value);
+    ParseFieldValue(words.argv[i], name, value, whole);
     if (EqualIgnoreCase(wanted, name)) {
       return true;
     }
@@ -47,12 +76,19 @@ static bool LastArgument(const StartWords& words, std::string_view wanted, char 
   return false;
 }
 
+// The configuration may be what tells the edition: only an argument can tell it before.
+static bool TakesWholeValues(const StartWords& words) {
+  char name[kTextSize];
+  const Edition* const edition = LastArgument(words, "edition", name) ? FindEdition(name) : &kEditions[0];
+  return edition != nullptr && edition->whole_values;
+}
+
 bool ChooseConfig(const StartWords& words, ConfigFile& config) {
   const std::string_view pinned = words.pinned == nullptr ? "" : words.pinned;
   char named[kTextSize];
   config.fall_back = pinned.empty();
   config.pipes = words.from_shell ? Pipes::kKeep : Pipes::kNeverWait;
-  if (LastArgument(words, "config", named)) {
+  if (LastArgument(words, "config", named, TakesWholeValues(words))) {
     CopyText(config.path, named);
     return true;
   }

@@ -4,6 +4,7 @@
 // works by the rules does not know which row they come from.
 #pragma once
 
+#include <span>
 #include <string_view>
 
 #include "analysis/analysis.h"
@@ -11,18 +12,33 @@
 #include "config/config_file.h"
 #include "report/page_writer.h"
 
+// A form that a report may take.
+struct Output {
+  std::string_view name;
+  const PageWriter* page;
+};
+
 struct Edition {
   std::string_view name;
   Counting counting;
-  const PageWriter* page;
-  ParamSource form;       // as what the keyword table takes the fields of a form
+  const PageWriter* page;           // of a run that has not asked for another output
+  std::span<const Output> outputs;  // that can be asked for; none: whatever is asked for counts for nothing
+  ParamSource form;  // as what the keyword table takes the fields of a form
+  // Whether the requester may see the account, which was found in the configuration or not.
+  Refusal (*admit)(bool account_found, Environment& env, const Settings& settings);
+  bool names_as_written;  // whether accounts are called as the configuration spells them
   int last_year;          // that the years of a form may name
   bool whole_values;      // whether "=" is part of a parameter's value
   bool server_arguments;  // whether what a web server makes arguments of is a request
+  bool only_posts;        // whether a report must be posted; otherwise GET alone cannot ask for it
 };
 
 // The edition of that name, ignoring case; null when there is none.
 const Edition* FindEdition(std::string_view name);
+
+// Who writes the output of that name, ignoring case; the page where the name is empty
+// or there is nothing to be asked for. Null when there is no such output.
+const PageWriter* FindOutput(const Edition& edition, std::string_view name);
 
 // What decides about the edition and the configuration, and is read before all else.
 struct StartWords {
@@ -35,7 +51,8 @@ struct StartWords {
 
 // Sets the configuration of the run: that of the last config= argument of a shell,
 // else the pinned one, else kDefaultConfigFile, which also takes the place of one
-// that cannot be opened unless one is pinned. False, with a sentence on standard
+// that cannot be opened unless one is pinned. The path holds "=" where an edition=
+// argument names an edition that takes values whole. False, with a sentence on standard
 // error, when the pinned path is longer than a path can be.
 bool ChooseConfig(const StartWords& words, ConfigFile& config);
 

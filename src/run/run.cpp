@@ -5,7 +5,6 @@
 #include "cgi/check_params.h"
 #include "cgi/environment.h"
 #include "cgi/request.h"
-#include "config/account.h"
 #include "report/extra_texts.h"
 #include "report/info_pages.h"
 #include "report/page_end.h"
@@ -23,8 +22,10 @@ struct Task {
   Environment env = {};
   Settings settings = {};
   ConfigFile config = {};
-  bool pinned = false;  // no request can name another configuration
+  bool pinned = false;  // nothing that is read from here on can name another configuration
   const Edition* edition = nullptr;
+  const PageWriter* page = nullptr;  // who answers
+  bool output_known = false;         // the one that was asked for
 };
 
 static void TakeEnvironment(Task& task) {
@@ -45,9 +46,13 @@ static bool ChooseRules(Task& task) {
   if (!ChooseConfig(words, task.config)) {
     return false;
   }
-  task.pinned = !own_arguments && !task.config.fall_back;
+  task.pinned = own_arguments || !task.config.fall_back;
   task.edition = ChooseEdition(words, task.config);
-  return task.edition != nullptr;
+  if (task.edition == nullptr) {
+    return false;
+  }
+  task.page = task.edition->page;
+  return true;
 }
 
 // A web server may hand the words of a query to the program as arguments.
@@ -55,6 +60,7 @@ static bool TakeParameters(Task& task) {
   const bool arguments = task.env.command_line != 0 || (task.edition->server_arguments && !task.pinned);
   CopyText(task.settings.config, task.config.path);
   task.settings.last_year = task.edition->last_year;
+  task.settings.names_as_written = task.edition->names_as_written;
   task.settings.whole_values = task.edition->whole_values;
   task.settings.no_remote_debug = task.edition->page->info[kPageRemoteDebug] == nullptr;
   const bool taken = ReadParameters(arguments ? task.input.argc : 0, task.input.argv, task.input.form,
@@ -66,19 +72,20 @@ static bool TakeParameters(Task& task) {
 }
 
 static Refusal Report(bool account_found, Task& task) {
-  if (!account_found) {
-    return {kErrorRejected};
+  const Refusal refusal = task.edition->admit(account_found, task.env, task.settings);
+  LogIgnoredNames(task.env, task.settings);
+  if (refusal.error != kNoError) {
+    return refusal;
   }
-  Error error = ValidateSession(task.env, task.settings);
-  if (error == kNoError) {
-    error = CheckParams(task.settings);
-  }
+  const Error error = task.output_known ? CheckParams(task.settings) : kErrorOutput;
   if (error != kNoError) {
     return {error};
   }
   MakeNice(task.settings);
-  task.edition->page->begin(task.env, task.settings);
-  return {AnalyzeLogs(task.settings, task.edition->counting, *task.edition->page)};
+  if (task.page->begin != nullptr) {
+    task.page->begin(task.env, task.settings);
+  }
+  return {AnalyzeLogs(task.env, task.settings, task.edition->counting, *task.page)};
 }
 
 static Refusal PrintPage(bool account_found, Task& task) {
@@ -90,14 +97,23 @@ static Refusal PrintPage(bool account_found, Task& task) {
   return {};
 }
 
+// The page refuses an output that does not exist.
+static void ChooseOutput(Task& task) {
+  const PageWriter* const page = FindOutput(*task.edition, task.settings.output);
+  task.output_known = page != nullptr;
+  if (task.output_known) {
+    task.page = page;
+  }
+}
+
 // The configuration comes behind the request, whose account its line may set right.
 static Refusal ConfigureAndPrint(Task& task) {
   bool account_found = false;
   const Error error = ParseConfigFile(task.config, task.settings, account_found);
+  ChooseOutput(task);
   if (error != kNoError) {
     return {error};
   }
-  LogIgnoredNames(task.env, task.settings);
   if (task.input.settled != nullptr) {
     task.input.settled(task.settings);
   }
@@ -106,7 +122,7 @@ static Refusal ConfigureAndPrint(Task& task) {
 
 static int Finish(Task& task, const Refusal& refusal) {
   if (refusal.error != kNoError) {
-    task.edition->page->refuse(refusal, task.env, task.settings);
+    task.page->refuse(refusal, task.env, task.settings);
   }
   EndOrvellisCleanup(task.settings);
   return FinishPage();
@@ -120,13 +136,19 @@ static void ChoosePage(Task& task) {
   }
 }
 
-// A report must be posted.
+static bool IsRightMethod(const Task& task) {
+  const char* const method = task.env.REQUEST_METHOD;
+  return task.edition->only_posts ? EqualIgnoreCase(method, "POST") : !EqualIgnoreCase(method, "GET");
+}
+
+// A web server's report must be posted.
 static int Answer(Task& task) {
-  if (task.env.command_line == 0) {
-    task.edition->page->announce();
+  const bool from_shell = task.env.command_line != 0;
+  if (!from_shell && task.page->announce != nullptr) {
+    task.page->announce();
   }
   ChoosePage(task);
-  if (task.settings.page == kPageReport && EqualIgnoreCase(task.env.REQUEST_METHOD, "GET")) {
+  if (task.settings.page == kPageReport && !from_shell && !IsRightMethod(task)) {
     return Finish(task, {kErrorNotPosted});
   }
   if (!TakeParameters(task)) {

@@ -181,6 +181,14 @@ TEST_F(CompleteSettingsTest, DebugOfTheFormAloneNeedsPermission) {
   }
 }
 
+TEST_F(CompleteSettingsTest, WithoutRemoteDebuggingThereIsNoDebugToRestrict) {
+  settings.no_remote_debug = true;
+  settings.debug = 3;
+  settings.debug_sources = 1U << kLevelForm;
+  EXPECT_EQ(CompleteSettings(settings), 0);
+  EXPECT_EQ(settings.debug, 3);
+}
+
 TEST_F(CompleteSettingsTest, StartAfterEndIsError7) {
   const struct {
     const char* start;

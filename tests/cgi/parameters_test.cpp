@@ -27,6 +27,15 @@ class CompareParamTest : public testing::Test {
     CompareParam(line.c_str(), settings, ParamSource::kAccount, kLevelAccount);
   }
 
+  void FromStranger(const std::string& line) {
+    CompareParam(line.c_str(), settings, ParamSource::kStranger, kLevelForm);
+  }
+  std::string Ignored() {
+    char names[1000];
+    ListNames(settings.ignored, names, sizeof names);
+    return names;
+  }
+
   void ExpectRanked(const RankedReport& report, int on, int top, int greater, int percent) {
     EXPECT_EQ(report.on, on);
     EXPECT_EQ(report.top, top);
@@ -131,6 +140,19 @@ TEST(ParseFieldValue, DeliberatelyDropsFurtherEqualsSigns) {
   ParseFieldValue("a=b=c==d", name, value);
   EXPECT_STREQ(name, "a");
   EXPECT_STREQ(value, "bcd");
+}
+
+TEST(ParseFieldValue, WholeValuesKeepEveryEqualsSign) {
+  char name[kTextSize];
+  char value[kTextSize];
+  ParseFieldValue("a==b=c==d=", name, value, true);
+  EXPECT_STREQ(name, "a");
+  EXPECT_STREQ(value, "=b=c==d=");
+  ParseFieldValue("about", name, value, true);
+  EXPECT_STREQ(name, "about");
+  EXPECT_STREQ(value, "");
+  ParseFieldValue(("n=" + std::string(500, '=')).c_str(), name, value, true);
+  EXPECT_EQ(value, std::string(243, '='));
 }
 
 TEST(ParseFieldValue, NameOrValueMayBeMissing) {
@@ -530,4 +552,78 @@ TEST_F(CompareParamTest, LaterWriterReplacesPlainFields) {
   FromForm("requests=1,10,5");
   FromAccount("requests=0");
   EXPECT_EQ(settings.requests.on, 0);
+}
+
+// ---- Strangers ----
+
+TEST_F(CompareParamTest, ValuesAreWholeWhereTheRunSaysSo) {
+  FromAccount("password=$6$rounds=5000$salt$a==");
+  EXPECT_STREQ(settings.password_account, "$6$rounds5000$salt$a");
+  settings.whole_values = true;
+  FromAccount("password=$6$rounds=5000$salt$a==");
+  EXPECT_STREQ(settings.password_account, "$6$rounds=5000$salt$a==");
+  FromStranger("find=/a?b=c=");
+  EXPECT_STREQ(settings.find_form, "/a?b=c=");
+}
+
+TEST_F(CompareParamTest, StrangerSaysWhatToReport) {
+  for (const char* line :
+       {"username=ann", "Password=x", "find=/a", "date=03052000,03062000", "sm=03", "sy=2001", "requests=1,5",
+        "title=T", "authuser=ann", "showquery=1", "dnslookupenabled=1"}) {
+    FromStranger(line);
+  }
+  EXPECT_STREQ(settings.username, "ann");
+  EXPECT_STREQ(settings.password_form, "x");
+  EXPECT_STREQ(settings.find_form, "/a");
+  EXPECT_STREQ(settings.start_date, "03052000");
+  EXPECT_EQ(settings.sy, 2001);
+  EXPECT_EQ(settings.requests.top, 5);
+  EXPECT_STREQ(settings.title, "T");
+  EXPECT_EQ(settings.dnslookupenabled, 1);
+  EXPECT_EQ(Ignored(), "");
+}
+
+TEST_F(CompareParamTest, StrangerSetsNothingElse) {
+  const Settings before = settings;
+  for (const char* line :
+       {"config=x", "logs=x", "AccessLog=x", "summary=x", "url=x", "base=x", "extraheader=x", "extrafooter=x",
+        "logformat=S w", "dateformat=YMD", "fixgmt=1", "priority=9", "debug=1", "smartmemorydisabled=1",
+        "flushtoserver=1", "edition=classic"}) {
+    FromStranger(line);
+  }
+  EXPECT_EQ(settings.ignored.count(), 16U);
+  settings.ignored.reset();
+  EXPECT_EQ(memcmp(&settings, &before, sizeof settings), 0);
+  EXPECT_EQ(SuperLog_GetDateFormat(), kOrderMdy);
+}
+
+TEST_F(CompareParamTest, IgnoredNamesAreListedOnceAsTheTableSpellsThem) {
+  for (const char* line :
+       {"DEBUG=1", "ACCESSLOG=a", "accesslog=b", "debug=2", "no\nsuch=1", "Config", "CONFIG=x"}) {
+    FromStranger(line);
+  }
+  EXPECT_EQ(Ignored(), "config, AccessLog, debug");
+}
+
+TEST_F(CompareParamTest, UnknownNamesOfAStrangerAreIgnoredSilently) {
+  for (const char* line : {"nosuch=1", "=1", "", "debug2=1", "debu=1"}) {
+    FromStranger(line);
+  }
+  EXPECT_EQ(Ignored(), "");
+}
+
+TEST_F(CompareParamTest, OnlyStrangersAreTold) {
+  FromForm("logs=x");
+  FromForm("edition=modern");
+  FromAccount("config=x");
+  CompareParam("logs=x", settings, ParamSource::kShell, kLevelForm);
+  EXPECT_EQ(Ignored(), "");
+}
+
+TEST_F(CompareParamTest, ListOfNamesIsCutToItsRoom) {
+  FromStranger("config=x");
+  FromStranger("debug=1");
+  char names[10];
+  ListNames(settings.ignored, names, sizeof names);
+  EXPECT_STREQ(names, "config, d");
 }

@@ -125,6 +125,12 @@ TEST_F(PrintHeadTest, WarnsWhileRemoteDebuggingIsEnabled) {
             "no longer needed.<p>");
 }
 
+TEST_F(PrintHeadTest, DoesNotWarnWhereThereIsNoRemoteDebugging) {
+  settings_.RemoteDebugEnabled = 1;
+  settings_.no_remote_debug = true;
+  EXPECT_EQ(Output([&] { PrintHead(settings_); }).find("Warning"), std::string::npos);
+}
+
 TEST_F(PrintHeadTest, RemoteDebugPageItselfDoesNotWarn) {
   settings_.RemoteDebugEnabled = 1;
   settings_.page = kPageRemoteDebug;

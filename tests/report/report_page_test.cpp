@@ -24,7 +24,7 @@ class ReportPage : public AccountLogs {
 
   std::string Page() {
     testing::internal::CaptureStdout();
-    EXPECT_EQ(AnalyzeLogs(settings_, kClassicCounting, kClassicPage), kNoError);
+    EXPECT_EQ(AnalyzeLogs({}, settings_, kClassicCounting, kClassicPage), kNoError);
     return testing::internal::GetCapturedStdout();
   }
 };
@@ -62,6 +62,7 @@ TEST_F(ReportPage, WriterFinishesThePage) {
   const PageWriter counter = {
       .announce = nullptr,
       .begin = nullptr,
+      .found = nullptr,
       .told = [](const Settings&) { return AnalysisEvents{}; },
       .finish = [](const Settings&,
                    Analysis& analysis) { printf("%lld hits", static_cast<long long>(analysis.hits)); },
@@ -70,7 +71,7 @@ TEST_F(ReportPage, WriterFinishesThePage) {
   };
   AddLog("a.log", {{}, {}});
   testing::internal::CaptureStdout();
-  EXPECT_EQ(AnalyzeLogs(settings_, kClassicCounting, counter), kNoError);
+  EXPECT_EQ(AnalyzeLogs({}, settings_, kClassicCounting, counter), kNoError);
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "2 hits");
 }
 

@@ -427,6 +427,15 @@ test_path_and_match() {
   expect_records 2 2000-03-05 2000-03-07
   run --match '*/b*' access.log
   expect_records 1 2000-03-05 2000-03-07
+  # The slash may be left out; the whole address that a proxy logs stays what it is.
+  run --path docs access.log
+  expect_records 2 2000-03-05 2000-03-07
+  run --path docs/b access.log
+  expect_records 1 2000-03-05 2000-03-07
+  run --path http://docs access.log
+  expect_error 1 'nothing to report'
+  run --path "$(printf '%0243d' 0)" access.log
+  expect_error 2 '--path takes at most 243 characters'
   run --path /docs --match '*' access.log
   expect_error 2 '--path and --match cannot be used together'
   run --path '/a=b' access.log
@@ -675,6 +684,91 @@ test_unwritable_output() {
   expect_error 2 'cannot write /dev/full: is the disk full?'
 }
 
+# Somebody without rights, also where the tests run as root; reads $private and writes in no folder but that.
+run_unprivileged() {
+  unprivileged=''
+  if [ "$(id -u)" = 0 ]; then
+    command -v setpriv >/dev/null || return 1
+    unprivileged="$(command -v setpriv) --reuid=65534 --regid=65534 --clear-groups"
+    chmod 711 "$root" "$folder"
+    chmod 777 "$private"
+  fi
+  # shellcheck disable=SC2086 # words
+  PATH=$tools ORVELLIS=$stand_in TMPDIR=$private "$(command -v env)" $unprivileged "$shell" "$report" "$edition" "$@" \
+    >out 2>err </dev/null
+  status=$?
+}
+
+test_output_without_the_right() {
+  week >access.log
+  mkdir mine open
+  chmod 555 mine
+  chmod 777 open
+  run_unprivileged -o open/page.html access.log || return 0
+  expect_status 0 # the control
+  run_unprivileged -o mine/page.html access.log
+  expect_error 2 'cannot write mine/page.html: name another file'
+  chmod 444 open/page.html
+  [ "$(id -u)" != 0 ] || chown 0 open/page.html
+  run_unprivileged -o open/page.html access.log
+  expect_error 2 'cannot write open/page.html: name another file'
+}
+
+test_output_that_is_no_file() {
+  week >access.log
+  mkfifo pipe
+  run -o pipe access.log
+  expect_error 2 'pipe is no file: name a file with --output, or send "--output -" there'
+  # What the caller has opened is another matter.
+  orvellis_report -o /dev/stdout access.log 2>err | cat >out
+  expect_in out '</html>'
+}
+
+# A disk that is full at the start, in the middle, and, as a control, not at all.
+test_output_on_a_full_disk() {
+  week >access.log
+  run -o - access.log
+  bytes=$(wc -c <out)
+  mkdir disk
+  for free in 0 $((bytes / 4096)) $((bytes / 4096 + 1)); do
+    # shellcheck disable=SC2016 # for the shell in the name space
+    unshare --mount "$(command -v dash)" -c 'mount -t tmpfs -o size=64k tmpfs disk || exit 77
+      head -c $((65536 - $1 * 4096)) /dev/zero >disk/filler
+      shift
+      exec "$@"' dash "$free" env PATH="$tools" ORVELLIS="$stand_in" TMPDIR="$private" \
+      "$shell" "$report" "$edition" -o disk/page.html access.log >out 2>err </dev/null
+    status=$?
+    [ "$status" != 77 ] && ! grep -q unshare err || return 0 # not allowed here
+    if [ "$free" = $((bytes / 4096 + 1)) ]; then
+      expect_status 0
+    else
+      expect_error 2 'cannot write disk/page.html: is the disk full?'
+    fi
+  done
+}
+
+test_standard_output_that_takes_nothing() {
+  week >access.log
+  orvellis_report -o - access.log >&- 2>err </dev/null
+  status=$?
+  expect_error 2 'cannot write to standard output: it is closed'
+  orvellis_report -o - access.log >/dev/full 2>err </dev/null
+  status=$?
+  expect_error 2 'cannot write to standard output: is the disk full?'
+  for option in --help -h --version '--init-site --help'; do
+    # shellcheck disable=SC2086 # words
+    edition='' orvellis_report $option >/dev/full 2>err
+    status=$?
+    expect_error 2 'cannot write to standard output: is the disk full?'
+  done
+  # Where the page goes to a file, nobody misses the closed streams.
+  orvellis_report access.log >&- 2>&- <&-
+  status=$?
+  expect_status 0
+  expect_in report.html '</html>'
+  [ "$(head -c 6 report.html)" = '<html>' ] || failed 'something stands in front of the page'
+}
+
 test_page_is_replaced() {
   week >access.log
   run access.log
@@ -738,6 +832,11 @@ test_help_and_version() {
   expect_status 0
   expect_in out 'Usage: orvellis-report'
   [ ! -s err ] || failed 'help goes to standard error'
+  cp out help
+  run -h
+  expect_status 0
+  diff help out || failed '-h says something else than --help'
+  expect_in help 'served only by a web server with the shipped headers'
   run --version
   expect_status 0
   expect_in out "orvellis-report $(sed -n 's/^project(orvellis VERSION \([0-9.]*\).*/\1/p' "$project/CMakeLists.txt")"
@@ -794,7 +893,7 @@ test_manual_page_has_no_fault() {
 install_in_root() { # SERVER...
   mkdir -p root/usr/bin root/usr/share/orvellis/conf root/etc/orvellis
   cp "$project"/bin/* root/usr/bin/
-  printf '# accounts' >root/etc/orvellis/orvellis.conf
+  printf 'UserPasswords=/etc/orvellis/passwords\n# accounts' >root/etc/orvellis/orvellis.conf
   printf '# About.\n\nScriptAlias /orvellis-cgi/ /cgi/\n' >root/usr/share/orvellis/conf/apache.conf
   for name in "$@"; do mkdir -p "root/etc/$name/conf-available" "root/etc/$name/conf-enabled" "root/etc/$name/conf.d"; done
 }
@@ -814,25 +913,49 @@ test_init_site_shows_and_changes_nothing() {
   expect_in out '    ScriptAlias /orvellis-cgi/ /cgi/'
   ! grep -q '# About' out || failed 'comments are shown'
   find root | diff before - || failed 'files are changed'
-  [ "$(cat root/etc/orvellis/orvellis.conf)" = '# accounts' ] || failed 'the configuration is changed'
+  [ "$(tail -n 1 root/etc/orvellis/orvellis.conf)" = '# accounts' ] || failed 'the configuration is changed'
 }
 
 test_init_site_writes_once() {
   install_in_root nginx
+  printf 'ann:HASH\n' >root/etc/orvellis/passwords
   for url in https://shop.example.com https://again.example.com; do
     init_site --write --account shop --url "$url" --logs '/srv/shop/*.log'
     expect_status 0
   done
   expect_in out 'has an account shop already'
-  expect_in out 'has a password of shop already'
   expect_in out 'is there already and stays as it is'
   grep -qx 'user=shop;logs=/srv/shop/\*.log;url=https://shop.example.com;title=shop' root/etc/orvellis/orvellis.conf ||
     failed 'the account has no line of its own'
-  [ "$(wc -l <root/etc/orvellis/passwords)" -eq 1 ] || failed 'the passwords are wrong'
-  expect_match root/etc/orvellis/passwords '^shop:.'
+  # Passwords are somebody else's: until there is one, the account is closed.
+  [ "$(cat root/etc/orvellis/passwords)" = 'ann:HASH' ] || failed 'the passwords are changed'
+  expect_in out '  orvellis-passwd shop'
   expect_in out 'Written.'
   [ "$(readlink root/etc/nginx/conf.d/orvellis-common.conf)" = /usr/share/orvellis/conf/nginx-common.conf ] || failed 'no link'
-  case $(ls -l root/etc/orvellis/passwords) in -rw-?-----*) ;; *) failed 'others may read the passwords' ;; esac
+  echo 'shop:HASH' >>root/etc/orvellis/passwords
+  init_site --account shop --logs '/srv/shop/*.log'
+  expect_in out 'has a password of shop already'
+  expect_not_in out orvellis-passwd
+}
+
+test_init_site_makes_no_open_account() {
+  install_in_root nginx
+  for line in '' '#UserPasswords=/etc/orvellis/passwords' 'UserPasswords='; do
+    echo "$line" >root/etc/orvellis/orvellis.conf
+    init_site --write
+    expect_error 2 'names no password file: add the line UserPasswords=/etc/orvellis/passwords first'
+    expect_not_in root/etc/orvellis/orvellis.conf user=
+  done
+  install_in_root nginx
+  init_site --write
+  expect_status 0
+  # The line as it stands lets nobody in, in either edition.
+  : >root/etc/orvellis/passwords
+  sed "s|=/etc|=$PWD/root/etc|" root/etc/orvellis/orvellis.conf >conf
+  for edition in classic modern; do
+    "$program" config=conf "edition=$edition" username=nginx password= date=03052000,03072000 >page
+    expect_match page 'Invalid user account name'
+  done
 }
 
 test_init_site_chooses_the_server() {
@@ -845,7 +968,7 @@ test_init_site_chooses_the_server() {
 
 test_init_site_is_undone() {
   install_in_root nginx
-  printf 'ann:secret' >root/etc/orvellis/passwords
+  printf 'nginx:HASH\nann:HASH' >root/etc/orvellis/passwords
   mkdir root/etc/nginx/sites-available
   printf 'server {\n\tserver_name _;\n\tlisten 80;\n}\n' >root/etc/nginx/sites-available/default
   cp -R root before
@@ -857,7 +980,8 @@ test_init_site_is_undone() {
   [ "$(grep -cF "$include" root/etc/nginx/sites-available/default)" = 1 ] || failed 'the line is written twice'
   init_site --remove
   expect_status 0
-  # The ends of the last lines are what remains.
+  # The ends of the last lines are what remains, and no password of the account.
+  sed -i /^nginx:/d before/etc/orvellis/passwords
   for file in orvellis/orvellis.conf orvellis/passwords; do echo >>"before/etc/$file"; done
   diff -r before root || failed 'something remains'
 }

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "report/guarded_page.h"
 #include "support/text_file.h"
 
 TEST(FindEdition, KnowsTwoNamesIgnoringCase) {
@@ -27,6 +28,10 @@ TEST(FindEdition, RulesOfTheRows) {
   EXPECT_EQ(classic.counting.days, DayCounting::kByDayOfYear);
   EXPECT_EQ(classic.last_year, 2038);
   EXPECT_TRUE(classic.server_arguments);
+  EXPECT_EQ(classic.form, ParamSource::kForm);
+  EXPECT_EQ(classic.page, &kClassicPage);
+  EXPECT_FALSE(classic.whole_values);
+  EXPECT_FALSE(classic.only_posts);
   const Edition& modern = *FindEdition("modern");
   EXPECT_EQ(modern.counting.limits.line, 65536U);
   EXPECT_EQ(modern.counting.limits.item, 2048U);
@@ -34,6 +39,10 @@ TEST(FindEdition, RulesOfTheRows) {
   EXPECT_EQ(modern.counting.days, DayCounting::kByDate);
   EXPECT_EQ(modern.last_year, 9999);
   EXPECT_FALSE(modern.server_arguments);
+  EXPECT_EQ(modern.form, ParamSource::kStranger);
+  EXPECT_EQ(modern.page, &kGuardedPage);
+  EXPECT_TRUE(modern.whole_values);
+  EXPECT_TRUE(modern.only_posts);
 }
 
 // Works in an empty folder, so that no default configuration is there.
@@ -89,6 +98,18 @@ TEST_F(ChooseConfigTest, LastArgumentOfThatNameAsParametersAreRead) {
   ASSERT_TRUE(ChosenConfig());
   EXPECT_STREQ(config.path, "ab");
   EXPECT_TRUE(config.fall_back);
+}
+
+TEST_F(ChooseConfigTest, PathIsWholeWhereAnArgumentNamesSuchAnEdition) {
+  arguments = {"orvellis", "config=a=b", "edition=Modern"};
+  ASSERT_TRUE(ChosenConfig());
+  EXPECT_STREQ(config.path, "a=b");
+  arguments = {"orvellis", "config=a=b", "edition=modern", "edition=classic"};
+  ASSERT_TRUE(ChosenConfig());
+  EXPECT_STREQ(config.path, "ab");
+  arguments = {"orvellis", "config=a=b", "edition=none"};
+  ASSERT_TRUE(ChosenConfig());
+  EXPECT_STREQ(config.path, "ab");
 }
 
 TEST_F(ChooseConfigTest, PinnedFileHasNoSubstitute) {

@@ -9,6 +9,7 @@
 
 using testing::EndsWith;
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
 class RunTest : public testing::Test {
@@ -184,10 +185,92 @@ TEST_F(RunTest, ArgumentsOfAWebServerAreAFormInTheClassicEdition) {
 
 TEST_F(RunTest, ArgumentsOfAWebServerAreNothingInTheModernEdition) {
   WriteConfig("orvellis.conf", Account("Edition=modern\n"));
-  EXPECT_THAT(Posted("", kAsk), HasSubstr("Error #2"));
+  EXPECT_THAT(Posted("", kAsk), StartsWith("Status: 403 "));
   EXPECT_EQ(settled_username, "");
   ResetRun();
   EXPECT_THAT(Posted(kForm), HasSubstr("a.html"));
+}
+
+TEST_F(RunTest, AnswersOfTheModernEditionSayHowTheyAre) {
+  WriteConfig("orvellis.conf", Account("Edition=modern\n"));
+  EXPECT_THAT(Posted(kForm), StartsWith("Content-Type: text/html\nContent-Security-Policy: sandbox "));
+  ResetRun();
+  EXPECT_THAT(Posted("username=ann&date=03052000,03042000"), StartsWith("Status: 400 "));
+  ResetRun();
+  for (const char* method : {"GET", "get", "HEAD", "PUT", ""}) {
+    setenv("REQUEST_METHOD", method, 1);
+    setenv("QUERY_STRING", "remotedebug", 1);
+    EXPECT_THAT(Page({}, kForm), StartsWith("Status: 405 ")) << method;
+    ResetRun();
+  }
+  unsetenv("QUERY_STRING");
+  unsetenv("REQUEST_METHOD");
+  unsetenv("CONTENT_LENGTH");
+  EXPECT_THAT(Page(kAsk), StartsWith("<html>")) << "a shell has no headers";
+}
+
+TEST_F(RunTest, ModernFormWithoutMemoryHasNoAnswer) {
+  WriteConfig("orvellis.conf", Account("Edition=modern\n"));
+  setenv("REQUEST_METHOD", "POST", 1);
+  setenv("CONTENT_LENGTH", "-2", 1);
+  EXPECT_EQ(Page({}), "");
+  EXPECT_EQ(status, 1);
+}
+
+TEST_F(RunTest, FormOfTheModernEditionNamesNoConfiguration) {
+  WriteConfig("orvellis.conf", Account("Edition=modern\nErrorLog=errors\n"));
+  WriteConfig("other.conf", "ErrorLog=elsewhere\n");
+  EXPECT_THAT(Posted(std::string(kForm) + "&config=other.conf&CONFIG=x&nosuch=1"), HasSubstr("a.html"));
+  EXPECT_EQ(settled_config, "orvellis.conf");
+  EXPECT_THAT(ReadFile("errors"), EndsWith("] - \"ann\" the form may not set \"config\"\n"));
+  EXPECT_FALSE(std::filesystem::exists("elsewhere"));
+}
+
+TEST_F(RunTest, ShellReadsTheConfigurationThatToldTheEdition) {
+  WriteConfig("ab", Account("Edition=modern\n"));
+  WriteConfig("a=b", "");
+  std::vector<const char*> arguments = kAsk;
+  arguments.push_back("config=a=b");
+  EXPECT_THAT(Page(arguments), HasSubstr("a.html"));
+  EXPECT_EQ(settled_config, "ab");
+  ResetRun();
+  arguments.push_back("edition=modern");
+  EXPECT_THAT(Page(arguments), HasSubstr("error 2"));
+  EXPECT_EQ(settled_config, "a=b");
+}
+
+TEST_F(RunTest, ValuesAreWholeFromEverySideInTheModernEdition) {
+  const std::string account = "user=ann;logs=a.log;url=http://www.example.com;password=*;find=/x=y\n";
+  Account();
+  WriteConfig("orvellis.conf", account);
+  EXPECT_THAT(Posted("username=ann&date=03052000,03052000&find=/=z"), HasSubstr(">/xy/z<"));
+  ResetRun();
+  WriteConfig("orvellis.conf", "Edition=modern\n" + account);
+  EXPECT_THAT(Posted("username=ann&date=03052000,03052000&find=/=%3Dz="), HasSubstr(">/x=y/==z=<"));
+  ResetRun();
+  unsetenv("REQUEST_METHOD");
+  unsetenv("CONTENT_LENGTH");
+  EXPECT_THAT(Page({"username=ann", "date=03052000,03052000", "find=/=z"}), HasSubstr(">/x=y/=z<"));
+}
+
+TEST_F(RunTest, NoRemoteDebuggingInTheModernEdition) {
+  WriteConfig("orvellis.conf", Account("Edition=modern\nRemoteDebugEnabled=1\nErrorLog=secret-path\n"));
+  EXPECT_THAT(Page({"remotedebug"}), Not(HasSubstr("secret-path")));
+  ResetRun();
+  setenv("QUERY_STRING", "remotedebug", 1);
+  const std::string page = Posted(std::string(kForm) + "&debug=1");
+  EXPECT_THAT(page, HasSubstr("a.html"));
+  EXPECT_THAT(page, Not(HasSubstr("secret-path")));
+  EXPECT_THAT(page, Not(HasSubstr("Debugging Information")));
+  EXPECT_THAT(page, Not(HasSubstr("emote debugging is enabled")));
+  ResetRun();
+  unsetenv("QUERY_STRING");
+  unsetenv("REQUEST_METHOD");
+  unsetenv("CONTENT_LENGTH");
+  WriteConfig("orvellis.conf", Account("Edition=modern\n"));
+  std::vector<const char*> arguments = kAsk;
+  arguments.push_back("debug=1");
+  EXPECT_THAT(Page(arguments), HasSubstr("Debugging Information")) << "a shell needs no permission";
 }
 
 TEST_F(RunTest, PinnedConfigurationCannotBeReplaced) {

@@ -44,25 +44,35 @@ orvellis about | grep -q 'Orvellis 1.5' || fail "the command does not run"
 man -l /usr/share/man/man1/orvellis.1.gz >/dev/null 2>&1 || [ ! -x /usr/bin/man ] || fail "the manual page"
 
 # As installed: nobody is let in; with a password, there is a report over the machine's log.
-form='username=nginx&password=Teapot&date=03052000,03052000&find=/&subdirs=1&requests=1'
+form='username=nginx&password=Teapot%3d9&date=03052000,03052000&find=/&subdirs=1&requests=1'
+set_password() { # ACCOUNT PASSWORD
+  printf '%s\n%s\n' "$2" "$2" | orvellis-passwd "$1" >"$work/log" 2>&1 || { cat "$work/log"; fail "orvellis-passwd"; }
+}
 post() {
   echo "$form" | env -i PATH=/usr/bin:/bin REQUEST_METHOD=POST CONTENT_LENGTH=${#form} TZ=UTC /usr/libexec/orvellis/gate/orvellis >"$work/page"
 }
 post
-grep -q 'Error #2' "$work/page" || fail "a fresh installation lets strangers in"
-echo 'nginx:Teapot' >>/etc/orvellis/passwords
+grep -q '#error2"' "$work/page" || fail "a fresh installation lets strangers in"
+grep -q nginx /var/log/orvellis/error.log || fail "nothing stands in the error log"
+# A password as it is typed, which an earlier version took.
+cp -p /etc/orvellis/passwords "$work/passwords"
+echo 'nginx:Teapot=9' >>/etc/orvellis/passwords
 post
-! grep -q 'Error #2' "$work/page" || fail "the password is not accepted"
-grep -q 'Unauthorized access' /var/log/orvellis/error.log || fail "nothing stands in the error log"
+grep -q '#error2"' "$work/page" || fail "a password that is no hash is accepted"
+cat "$work/passwords" >/etc/orvellis/passwords
+set_password nginx 'Teapot=9'
+[ "$(stat -c '%a %U %G' /etc/orvellis/passwords)" = '640 root www-data' ] || fail "a new password opens the password file"
+post
+! grep -q '#error2"' "$work/page" || fail "the password is not accepted"
 
 # An upgrade keeps what was edited.
 echo 'user=mine;logs=/nowhere/*;url=http://www.example.com;password=*' >>/etc/orvellis/orvellis.conf
 dpkg --install "$package" >"$work/log" 2>&1 || { cat "$work/log"; fail "it does not upgrade"; }
 grep -q '^user=mine;' /etc/orvellis/orvellis.conf || fail "the upgrade lost the edited configuration"
-grep -q '^nginx:Teapot' /etc/orvellis/passwords || fail "the upgrade lost the passwords"
+grep -q '^nginx:[$]' /etc/orvellis/passwords || fail "the upgrade lost the passwords"
 
 dpkg --purge orvellis >"$work/log" 2>&1 || { cat "$work/log"; fail "it cannot be purged"; }
-for path in /etc/orvellis /var/log/orvellis /usr/libexec/orvellis /usr/share/orvellis /usr/bin/orvellis /usr/share/doc/orvellis \
+for path in /etc/orvellis /var/log/orvellis /var/lib/orvellis /usr/libexec/orvellis /usr/share/orvellis /usr/bin/orvellis /usr/share/doc/orvellis \
   /etc/logrotate.d/orvellis; do
   [ ! -e "$path" ] && [ ! -L "$path" ] || fail "purging leaves $path behind"
 done

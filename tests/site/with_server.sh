@@ -9,8 +9,11 @@
 #   BASE_URL   http://127.0.0.1:PORT
 #   SERVER     the server's name, which is also an account with the password "Teapot"
 #   PREFIX     where Orvellis is installed
-# With ORVELLIS_OPEN in the environment, the protection is taken out.
 #   WORK       a folder for files; $WORK/log/$SERVER holds the account's logs
+# With ORVELLIS_OPEN in the environment, the protection is taken out. A command in
+# SITE_SETUP is run before the server starts and finds the same, but for BASE_URL:
+# $WORK/orvellis-$SERVER.conf is what the server reads of Orvellis, $WORK/own.conf a
+# file of the administrator's own behind it.
 set -eu
 
 SERVER=$1
@@ -48,16 +51,22 @@ trap 'exit 1' INT TERM HUP
 
 cmake --install "$build" --prefix "$PREFIX" >/dev/null
 mkdir -p "$WORK/log/$SERVER" "$WORK/root"
-sed -i -e "s|/var/log/apache2/|$WORK/log/apache/|g" -e "s|/var/log/|$WORK/log/|g" "$PREFIX/etc/orvellis/orvellis.conf"
-echo "$SERVER:Teapot" >"$PREFIX/etc/orvellis/passwords"
+sed -i -e "s|=/var/log/apache2/|=$WORK/log/apache/|g" -e "s|=/var/log/|=$WORK/log/|g" "$PREFIX/etc/orvellis/orvellis.conf"
+# "Teapot", as "openssl passwd -6" writes it.
+hash='$6$orvellistest$97tvDsjjQkALzl4OvZC7/lVKrvH/JjEq0wHxq4dMs7zRv031LEoq/Gq..lTKul1iz2Di6KKmDd9K/Zct60et70'
+echo "$SERVER:$hash" >"$PREFIX/etc/orvellis/passwords"
+mkdir -p "$PREFIX/var/log/orvellis" "$PREFIX/var/lib/orvellis"
 cp "$source_dir/samples/logs/combined.log" "$WORK/log/$SERVER/access.log.1"
-sed "s|/run/fcgiwrap.socket|$WORK/fcgiwrap.socket|" "$PREFIX/share/orvellis/conf/nginx.conf" >"$WORK/orvellis-nginx.conf"
+sed "s|/run/fcgiwrap.socket|$WORK/fcgiwrap.socket|" "$PREFIX/share/orvellis/conf/$SERVER.conf" >"$WORK/orvellis-$SERVER.conf"
+: >"$WORK/own.conf"
 # Without what keeps one visitor from the places of all others, and false users out.
 if [ -n "${ORVELLIS_OPEN:-}" ]; then
-  sed -i 's|/libexec/orvellis/gate/|/libexec/orvellis/cgi/|' "$PREFIX"/share/orvellis/conf/*.conf "$WORK/orvellis-nginx.conf"
-  sed -i 's|REMOTE_USER  *"";|REMOTE_USER $remote_user;|' "$WORK/orvellis-nginx.conf"
+  sed -i -e 's|/libexec/orvellis/gate/|/libexec/orvellis/cgi/|' -e 's|REMOTE_USER  *"";|REMOTE_USER $remote_user;|' \
+    "$WORK/orvellis-$SERVER.conf"
   sed -i 's|^limit_conn_zone $orvellis_visitor|limit_conn_zone $server_name|' "$PREFIX/share/orvellis/conf/nginx-common.conf"
 fi
+export SERVER PREFIX WORK PATH
+if [ -n "${SITE_SETUP:-}" ]; then sh -c "$SITE_SETUP"; fi
 user=$(id -un)
 if [ "$user" = root ]; then
   user=www-data
@@ -74,7 +83,8 @@ Listen 127.0.0.1:$port
 PidFile $WORK/apache.pid
 ErrorLog $WORK/server.log
 LogFormat "%h %l %u %t \\"%r\\" %>s %O \\"%{Referer}i\\" \\"%{User-Agent}i\\"" combined
-$(for module in mpm_event authz_core alias dir mime headers env reqtimeout cgid; do
+$(for module in mpm_event authz_core authz_host authz_user authn_core authn_file auth_basic alias dir mime headers env \
+    reqtimeout cgid; do
     echo "LoadModule ${module}_module /usr/lib/apache2/modules/mod_$module.so"
   done)
 User $user
@@ -85,7 +95,8 @@ CustomLog $WORK/log/apache/access.log combined
 DocumentRoot $WORK/root
 AddDefaultCharset utf-8
 StartServers 1
-Include $PREFIX/share/orvellis/conf/apache.conf
+Include $WORK/orvellis-apache.conf
+Include $WORK/own.conf
 END
 }
 
@@ -123,9 +134,10 @@ server.bind = "127.0.0.1"
 server.document-root = "$WORK/root"
 server.errorlog = "$WORK/server.log"
 server.upload-dirs = ( "$WORK" )
-server.modules = ( "mod_accesslog" )
+server.modules = ( "mod_access", "mod_accesslog" )
 accesslog.filename = "$WORK/log/lighttpd/access.log"
-include "$PREFIX/share/orvellis/conf/lighttpd.conf"
+include "$WORK/orvellis-lighttpd.conf"
+include "$WORK/own.conf"
 END
   if [ "$(id -un)" = root ]; then echo "server.username = \"$user\""; fi
 }
@@ -170,5 +182,5 @@ done
 pids="$pids $server_pid"
 
 BASE_URL=http://127.0.0.1:$port
-export BASE_URL SERVER PREFIX WORK PATH
+export BASE_URL
 "$@"

@@ -1,0 +1,131 @@
+#include "report/refusal_texts.h"
+
+#include "report/refusal_log.h"
+
+static constexpr char kNotSetUp[] =
+    "Orvellis is not set up for this report. Its administrator finds the reason in the error log.";
+
+static const RefusalTexts kRefusals[] = {
+    {
+        .error = kErrorNotPosted,
+        .status = {405, "Method Not Allowed"},
+        .heading = "No form data posted",
+        .sentence = "A report is asked for by filling in and sending the request form.",
+        .log = "no form data posted",
+        .allowed = "POST",
+    },
+    {
+        .error = kErrorRejected,
+        .status = {403, "Forbidden"},
+        .heading = "Invalid user account name and/or password",
+        .sentence = "There is no such account, or its password is another one.",
+        .log = nullptr,
+    },
+    {
+        .error = kErrorNoUrl,
+        .status = {500, "Internal Server Error"},
+        .heading = "User account is missing the 'URL' parameter",
+        .sentence = kNotSetUp,
+        .log = "the account has no url",
+    },
+    {
+        .error = kErrorNoLogs,
+        .status = {500, "Internal Server Error"},
+        .heading = "User account is missing the 'Logs' parameter",
+        .sentence = kNotSetUp,
+        .log = "the account has no logs",
+    },
+    {
+        .error = kErrorNoStartDate,
+        .status = {400, "Bad Request"},
+        .heading = "No start date specified",
+        .sentence = "The request names no first day.",
+        .log = "no first day",
+    },
+    {
+        .error = kErrorDateRange,
+        .status = {400, "Bad Request"},
+        .heading = "Invalid date range or format",
+        .sentence =
+            "The last day comes before the first, or a day is not written as two digits for the month,"
+            " two for the day and four for the year.",
+        .log = "invalid range of days",
+    },
+    {
+        .error = kErrorNoEndDate,
+        .status = {400, "Bad Request"},
+        .heading = "No end date specified",
+        .sentence = "The request names no last day.",
+        .log = "no last day",
+    },
+    {
+        .error = kErrorConfigFile,
+        .status = {500, "Internal Server Error"},
+        .heading = "Could not open configuration file",
+        .sentence = "The configuration of Orvellis cannot be read.",
+        .log = "the configuration cannot be opened:",
+        .value = [](const Settings& settings) { return +settings.config; },
+    },
+    {
+        .error = kErrorPasswordFile,
+        .status = {500, "Internal Server Error"},
+        .heading = "Could not open passwords file",
+        .sentence = kNotSetUp,
+        .log = "the password file cannot be opened:",
+        .value = [](const Settings& settings) { return +settings.UserPasswords; },
+    },
+    {
+        .error = kErrorNoLogFiles,
+        .status = {404, "Not Found"},
+        .heading = "No log files found",
+        .sentence = "The account has no log files that Orvellis can read. Its administrator finds more in the"
+                    " error log.",
+        .log = "no log files found:",
+        .value = [](const Settings& settings) { return +settings.logs; },
+    },
+    {
+        .error = kErrorOutput,
+        .status = {400, "Bad Request"},
+        .heading = "There is no such output",
+        .sentence = "A report is written as modern, json, csv or text.",
+        .log = "no such output:",
+        .value = [](const Settings& settings) { return +settings.output; },
+    },
+    {
+        .error = kErrorLimited,
+        .status = {429, "Too Many Requests"},
+        .heading = "Too many attempts",
+        .sentence = "Too many requests have been refused. Please wait a while before the next one.",
+        .log = nullptr,
+    },
+};
+
+// A number without texts is a fault of the program.
+static constexpr RefusalTexts kOtherRefusal = {
+    .error = kNoError,
+    .status = {500, "Internal Server Error"},
+    .heading = "No report",
+    .sentence = kNotSetUp,
+    .log = "refused without a known reason",
+};
+
+static const RefusalTexts& TextsOf(Error error) {
+  for (const RefusalTexts& texts : kRefusals) {
+    if (texts.error == error) {
+      return texts;
+    }
+  }
+  return kOtherRefusal;
+}
+
+const RefusalTexts& LogRefusal(const Refusal& refusal, const Environment& env, const Settings& settings) {
+  const RefusalTexts& texts = TextsOf(refusal.error);
+  if (texts.log != nullptr) {
+    LogRequest(env, settings, texts.log, texts.value == nullptr ? "" : texts.value(settings));
+  }
+  return texts;
+}
+
+AnswerHead HeadOfRefusal(const RefusalTexts& texts, const Refusal& refusal) {
+  return {.status = texts.status, .allowed = texts.allowed, .retry_after = refusal.retry_after};
+}

@@ -1,0 +1,178 @@
+#include "report/guarded_page.h"
+
+#include <gmock/gmock.h>
+
+#include "report/extra_texts.h"
+#include "report/site.h"
+#include "support/account_logs.h"
+
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+static const std::string kHeaders =
+    "Content-Type: text/html\n"
+    "Content-Security-Policy: sandbox allow-forms allow-popups allow-popups-to-escape-sandbox; "
+    "default-src 'none'; img-src 'self'; style-src 'self'; form-action 'self'; base-uri 'none'; "
+    "frame-ancestors 'none'\n"
+    "X-Content-Type-Options: nosniff\n"
+    "Referrer-Policy: no-referrer\n"
+    "X-Robots-Tag: noindex, nofollow\n"
+    "Cache-Control: no-store\n\n";
+
+// Every text that a request or the installation can bring bears this mark.
+static constexpr char kMark[] = "<b>\"mark";
+
+class GuardedPage : public AccountLogs {
+ protected:
+  void SetUp() override {
+    env_.command_line = 0;
+    CopyText(settings_.ErrorLog, NewPath("error.log"));
+  }
+  void TearDown() override { EndOrvellisCleanup(settings_); }
+
+  template <typename Print>
+  static std::string Output(Print print) {
+    testing::internal::CaptureStdout();
+    print();
+    return testing::internal::GetCapturedStdout();
+  }
+
+  std::string Refused(Error error, int retry_after = 0) {
+    return Output([&] { kGuardedPage.refuse({error, retry_after}, env_, settings_); });
+  }
+  std::string Told(Page page) {
+    settings_.page = page;
+    return Output([&] { kGuardedPage.info[page](env_, settings_); });
+  }
+
+  void MarkAll() {
+    for (char* const text :
+         {settings_.username, settings_.password_form, settings_.config, settings_.logs, settings_.AccessLog,
+          settings_.UserPasswords, settings_.title, settings_.url, settings_.find, env_.REMOTE_HOST,
+          env_.REMOTE_ADDR, env_.SCRIPT_NAME, env_.SERVER_ADMIN, env_.SERVER_NAME, env_.QUERY_STRING}) {
+      CopyText(text, 99, kMark);
+    }
+    settings_.program_path = env_.SCRIPT_NAME;
+  }
+
+  Environment env_{};
+};
+
+static constexpr struct {
+  Error error;
+  const char* status;
+  const char* more;  // headers
+  bool logged;       // here
+} kAnswers[] = {
+    {kErrorNotPosted, "405 Method Not Allowed", "Allow: POST\n", true},
+    {kErrorRejected, "403 Forbidden", "", false},
+    {kErrorNoUrl, "500 Internal Server Error", "", true},
+    {kErrorNoLogs, "500 Internal Server Error", "", true},
+    {kErrorNoStartDate, "400 Bad Request", "", true},
+    {kErrorDateRange, "400 Bad Request", "", true},
+    {kErrorNoEndDate, "400 Bad Request", "", true},
+    {kErrorConfigFile, "500 Internal Server Error", "", true},
+    {kErrorPasswordFile, "500 Internal Server Error", "", true},
+    {kErrorLimited, "429 Too Many Requests", "", false},
+    {static_cast<Error>(99), "500 Internal Server Error", "", true},
+};
+
+TEST_F(GuardedPage, EachRefusalHasItsStatusAndOneLineOfTheLogAtMost) {
+  for (const auto& answer : kAnswers) {
+    SCOPED_TRACE(answer.error);
+    const std::string before = ReadFile(settings_.ErrorLog);
+    EXPECT_THAT(Refused(answer.error), StartsWith(std::string("Status: ") + answer.status + "\n" +
+                                                  answer.more + kHeaders + "<!DOCTYPE html>\n"));
+    const std::string log = ReadFile(settings_.ErrorLog);
+    EXPECT_EQ(std::count(log.begin(), log.end(), '\n') - std::count(before.begin(), before.end(), '\n'),
+              answer.logged ? 1 : 0);
+  }
+}
+
+TEST_F(GuardedPage, RefusalsHoldNothingOfTheRequestAndTheMachine) {
+  MarkAll();
+  for (const auto& answer : kAnswers) {
+    EXPECT_THAT(Refused(answer.error), Not(HasSubstr("mark"))) << answer.error;
+  }
+  EXPECT_THAT(Refused(kErrorNoLogFiles), Not(HasSubstr("mark")));
+  EXPECT_THAT(Told(kPageAbout) + Told(kPageCredits), Not(HasSubstr("mark")));
+  EXPECT_THAT(ReadFile(settings_.ErrorLog), HasSubstr("no log files found: \"<b>\\\"mark\""));
+}
+
+TEST_F(GuardedPage, RefusalNamesItsNumber) {
+  EXPECT_THAT(Refused(kErrorPasswordFile),
+              HasSubstr("<a href=\"/orvellis/support/errors/#error10\">error 10</a>"));
+  EXPECT_THAT(Refused(kErrorLimited),
+              HasSubstr("<a href=\"/orvellis/support/errors/#error13\">error 13</a>"));
+}
+
+TEST_F(GuardedPage, VisitorIsToldWhenToAskAgain) {
+  EXPECT_THAT(Refused(kErrorLimited, 600),
+              StartsWith("Status: 429 Too Many Requests\nRetry-After: 600\n" + kHeaders));
+  EXPECT_THAT(Refused(kErrorLimited, 0), Not(HasSubstr("Retry-After")));
+  EXPECT_THAT(Refused(kErrorRejected, 1), HasSubstr("\nRetry-After: 1\n"));
+}
+
+TEST_F(GuardedPage, RefusalBehindTheHeadHasNeitherHeadersNorAHead) {
+  const std::string page = Refused(kErrorNoLogFiles);
+  EXPECT_THAT(page, StartsWith("<h1>No log files found</h1>\n<p>"));
+  EXPECT_THAT(page, EndsWith("</body>\n</html>\n"));
+}
+
+TEST_F(GuardedPage, NothingIsSaidBeforeTheAnswerIsKnown) {
+  EXPECT_EQ(Output([&] { kGuardedPage.announce(); }), "");
+  EXPECT_THAT(Output([&] { kGuardedPage.begin(env_, settings_); }), StartsWith(kHeaders + "<html>\n<head>"));
+}
+
+TEST_F(GuardedPage, ShellGetsNoHeaders) {
+  env_.command_line = 1;
+  EXPECT_THAT(Output([&] { kGuardedPage.begin(env_, settings_); }), StartsWith("<html>\n<head>"));
+  EXPECT_THAT(Refused(kErrorLimited, 9), StartsWith("<!DOCTYPE html>\n"));
+}
+
+TEST_F(GuardedPage, ReportIsTheClassicOne) {
+  AddLog("a.log", {{}, {}});
+  settings_.requests.on = 1;
+  std::string reports[2];
+  for (int i = 0; i < 2; ++i) {
+    const PageWriter& page = i == 0 ? kClassicPage : kGuardedPage;
+    reports[i] = Output([&] {
+      Analysis analysis{};
+      ASSERT_TRUE(BeginAnalysis(settings_, kClassicCounting, analysis, page.told(settings_)));
+      CountLogs(settings_, analysis);
+      page.finish(settings_, analysis);
+      EndAnalysis(analysis);
+      ResetAnalysis();
+      ResetSuperLog();
+    });
+  }
+  EXPECT_THAT(reports[0], HasSubstr("/a.html"));
+  EXPECT_EQ(reports[0], reports[1]);
+}
+
+TEST_F(GuardedPage, StrangerLearnsTheProgramAndItsVersion) {
+  EXPECT_EQ(Told(kPageAbout),
+            kHeaders +
+                "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<title>Orvellis</title>\n</head>\n"
+                "<body>\n<h1>Orvellis 1.5</h1>\n<p><a href=\"/orvellis/product.html\">Product "
+                "information</a>, <a href=\"?credits\">credits</a></p>\n</body>\n</html>\n");
+  const std::string credits = Told(kPageCredits);
+  EXPECT_THAT(credits, StartsWith(kHeaders + "<!DOCTYPE html>\n"));
+  EXPECT_THAT(credits, HasSubstr(kDevelopers[0]));
+  EXPECT_THAT(credits, HasSubstr(kSpecialThanks[1]));
+}
+
+TEST_F(GuardedPage, ShellLearnsTheMachine) {
+  env_.command_line = 1;
+  settings_.program_path = "orvellis";
+  EXPECT_THAT(Told(kPageAbout), HasSubstr("    Node:            \t"));
+  EXPECT_THAT(Told(kPageCredits), EndsWith("type: orvellis about\n\n"));
+}
+
+TEST_F(GuardedPage, HasNoRemoteDebugging) {
+  EXPECT_EQ(kGuardedPage.info[kPageReport], nullptr);
+  EXPECT_EQ(kGuardedPage.info[kPageRemoteDebug], nullptr);
+  EXPECT_NE(kClassicPage.info[kPageRemoteDebug], nullptr);
+}
