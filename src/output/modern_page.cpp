@@ -1,5 +1,6 @@
 #include "output/modern_page.h"
 
+#include "output/answer_pages.h"
 #include "output/escape.h"
 #include "output/page_frame.h"
 #include "output/page_logs.h"
@@ -7,7 +8,6 @@
 #include "output/page_sections.h"
 #include "output/sink.h"
 #include "report/answer_head.h"
-#include "report/guarded_page.h"
 #include "report/told_rows.h"
 
 static void BeginAnswer(const Environment& env, const Settings& settings) {
@@ -62,6 +62,6 @@ const PageWriter kModernPage = {
     .found = BeginAnswer,
     .told = Told,
     .finish = Finish,
-    .refuse = kGuardedPage.refuse,
-    .info = {kGuardedPage.info[0], kGuardedPage.info[1], kGuardedPage.info[2], kGuardedPage.info[3]},
+    .refuse = RefuseByPage,
+    .info = {nullptr, AnswerAbout, AnswerCredits, nullptr},
 };

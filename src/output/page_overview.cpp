@@ -25,7 +25,7 @@ static void PutTime(Sink& sink, const CalendarDate& day) {
 // Where nothing but text may stand, as in a title.
 static void PutPlainDays(Sink& sink, const Days& days) {
   PutDay(sink, days.first);
-  if (!(days.first == days.last)) {
+  if (days.first != days.last) {
     Put(sink, " to ");
     PutDay(sink, days.last);
   }
@@ -33,7 +33,7 @@ static void PutPlainDays(Sink& sink, const Days& days) {
 
 static void PutDays(Sink& sink, const Days& days) {
   PutTime(sink, days.first);
-  if (!(days.first == days.last)) {
+  if (days.first != days.last) {
     Put(sink, " to ");
     PutTime(sink, days.last);
   }

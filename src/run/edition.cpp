@@ -6,10 +6,10 @@
 #include "dates/years.h"
 #include "entry/admission.h"
 #include "output/json_output.h"
-#include "report/guarded_page.h"
+#include "output/modern_page.h"
 
 static constexpr Output kModernOutputs[] = {
-    {"modern", &kGuardedPage},
+    {"modern", &kModernPage},
     {"json", &kJsonOutput},
 };
 
@@ -30,7 +30,7 @@ static const Edition kEditions[] = {
     {
         .name = "modern",
         .counting = kModernCounting,
-        .page = &kGuardedPage,
+        .page = &kModernPage,
         .outputs = kModernOutputs,
         .form = ParamSource::kStranger,
         .admit = Admit,

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "report/guarded_page.h"
+#include "output/modern_page.h"
 #include "support/text_file.h"
 
 TEST(FindEdition, KnowsTwoNamesIgnoringCase) {
@@ -40,7 +40,7 @@ TEST(FindEdition, RulesOfTheRows) {
   EXPECT_EQ(modern.last_year, 9999);
   EXPECT_FALSE(modern.server_arguments);
   EXPECT_EQ(modern.form, ParamSource::kStranger);
-  EXPECT_EQ(modern.page, &kGuardedPage);
+  EXPECT_EQ(modern.page, &kModernPage);
   EXPECT_TRUE(modern.whole_values);
   EXPECT_TRUE(modern.only_posts);
 }
