@@ -7,7 +7,7 @@ const number = (cell) => Number(cell.textContent.replace(/[^\d.]/g, ''));
 // The whole text of an item, which a row may show without its middle.
 const itemOf = (row) => {
   const cell = row.querySelector('.i');
-  return (cell.querySelector('.whole') || cell.querySelector('bdi') || cell).textContent;
+  return (cell.querySelector(':scope > .in > .whole') || cell.querySelector('a, bdi') || cell).textContent;
 };
 
 function openAll(open) {
@@ -23,11 +23,21 @@ function openAll(open) {
 }
 
 // A list is one ranking: its first rows stand open, the others in folds behind them.
-function listOf(group) {
-  const bodies = [...group.querySelectorAll('tbody')];
-  const rooms = bodies.map((body) => body.rows.length);
-  const rows = bodies.flatMap((body) => [...body.rows]);
-  return { group, bodies, rooms, rows, shown: rows, texts: null };
+// Its rows are gathered when somebody wants something of them.
+class List {
+  constructor(group) {
+    this.group = group;
+    this.bodies = [...group.querySelectorAll('tbody')];
+    this.rooms = this.bodies.map((body) => body.rows.length);
+    this.size = this.rooms.reduce((sum, room) => sum + room, 0);
+  }
+
+  gather() {
+    if (!this.rows) {
+      this.rows = this.bodies.flatMap((body) => [...body.rows]);
+      this.shown = this.rows;
+    }
+  }
 }
 
 function lay(list, rows) {
@@ -77,6 +87,7 @@ function addSorting(list, again) {
       button.textContent = cell.textContent;
       const largestFirst = cell.className === 'c' || cell.className === 's';
       button.addEventListener('click', () => {
+        list.gather();
         const now = cell.getAttribute('aria-sort');
         sort(list, column, now === null ? largestFirst : now === 'ascending');
         again();
@@ -127,22 +138,24 @@ function addTools(list, name) {
   button.textContent = 'Copy as CSV';
   const said = document.createElement('span');
   said.setAttribute('role', 'status');
-  const again = () => lay(list, matching(list, filter.value));
+  const again = () => lay(list, filter.value === '' ? list.rows : matching(list, filter.value));
   filter.addEventListener('input', () => {
+    list.gather();
     again();
     said.textContent = filter.value === '' ? '' : `${list.shown.length.toLocaleString('en')} rows match`;
   });
   button.addEventListener('click', () => {
+    list.gather();
     said.textContent = copy(csvOf(list)) ? `${list.shown.length.toLocaleString('en')} rows copied` : 'This browser does not copy';
   });
-  tools.append(filter, button, said);
+  tools.append(said, ...(list.size > 10 ? [filter] : []), button);
   list.group.prepend(tools);
   addSorting(list, again);
 }
 
 for (const group of document.querySelectorAll('.list')) {
-  const list = listOf(group);
-  if (list.rows.length > 1) {
+  const list = new List(group);
+  if (list.size > 1) {
     addTools(list, group.dataset.name);
   }
 }

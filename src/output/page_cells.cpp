@@ -16,14 +16,27 @@ static bool IsLinked(std::string_view text, std::string_view site) {
   return site.empty() ? IsWebAddress(text) : IsWebAddress(site) && text.starts_with('/');
 }
 
-static void PutShortened(Sink& sink, const Shortened& text) {
-  Put(sink, "<bdi>");
-  PutHtml(sink, text.begin);
-  if (!text.end.empty()) {
-    Put(sink, "\u2026");
-    PutHtml(sink, text.end);
+// A link is isolated by its style, other texts by their element.
+static bool BeginText(Sink& sink, const char* text, const char* site) {
+  const bool linked = site != nullptr && IsLinked(text, site);
+  if (linked) {
+    Put(sink, "<a rel=\"noopener noreferrer nofollow\" href=\"");
+    PutAddress(sink, site, text);
+    Put(sink, "\">");
+  } else {
+    Put(sink, "<bdi>");
   }
-  Put(sink, "</bdi>");
+  return linked;
+}
+
+static void EndText(Sink& sink, bool linked) {
+  Put(sink, linked ? Literal("</a>") : Literal("</bdi>"));
+}
+
+void PutPlainItem(Sink& sink, const char* text, const char* site) {
+  const bool linked = BeginText(sink, text, site);
+  PutHtml(sink, text);
+  EndText(sink, linked);
 }
 
 static void PutWhole(Sink& sink, std::string_view text) {
@@ -34,15 +47,13 @@ static void PutWhole(Sink& sink, std::string_view text) {
 
 void PutItemText(Sink& sink, const char* text, const char* site) {
   const Shortened shortened = WithoutMiddle(text, kShownCharacters);
-  if (site != nullptr && IsLinked(text, site)) {
-    Put(sink, "<a rel=\"noopener noreferrer nofollow\" href=\"");
-    PutAddress(sink, site, text);
-    Put(sink, "\">");
-    PutShortened(sink, shortened);
-    Put(sink, "</a>");
-  } else {
-    PutShortened(sink, shortened);
+  const bool linked = BeginText(sink, text, site);
+  PutHtml(sink, shortened.begin);
+  if (!shortened.end.empty()) {
+    Put(sink, "\u2026");
+    PutHtml(sink, shortened.end);
   }
+  EndText(sink, linked);
   if (!shortened.end.empty()) {
     PutWhole(sink, text);
   }

@@ -10,6 +10,10 @@
 // was left out stands behind it, folded.
 void PutItemText(Sink& sink, const char* text, const char* site);
 
+// The same, but whole and with as little markup as can be, for rows of which there are
+// very many.
+void PutPlainItem(Sink& sink, const char* text, const char* site);
+
 // "12.3 %", "< 0.1 %"
 void PutShare(Sink& sink, double share);
 

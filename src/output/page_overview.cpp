@@ -3,6 +3,7 @@
 #include "output/escape.h"
 #include "output/moments.h"
 #include "output/page_cells.h"
+#include "output/page_sections.h"
 #include "output/words.h"
 #include "sections/notes.h"
 #include "sections/overview.h"
@@ -65,6 +66,10 @@ static void PutMade(Sink& sink, time_t made) {
 
 static void PutLogs(Sink& sink, const LogsRead& logs, uint64_t bytes) {
   Put(sink, "<div><dt>From</dt> <dd>");
+  if (logs.count == 0) {
+    Put(sink, "no log</dd></div>\n");
+    return;
+  }
   PutCounted(sink, logs.count, "log", "logs");
   Put(sink, ", ");
   PutByteSize(sink, bytes);
@@ -104,14 +109,8 @@ void PutContents(Sink& sink, const Settings& settings, const Analysis& analysis)
   Put(sink,
       "<nav aria-labelledby=\"contents\">\n<h2 id=\"contents\">Contents</h2>\n<ul>\n"
       "<li><a href=\"#overview\">Overview</a></li>\n");
-  for (const Section& section : kSections) {
-    if (IsOn(section, settings) && analysis.logs.in_range) {
-      Put(sink, "<li><a href=\"#");
-      PutAttribute(sink, section.parameter);
-      Put(sink, "\">");
-      Put(sink, WordsOf(section).title);
-      Put(sink, "</a></li>\n");
-    }
+  if (analysis.logs.in_range) {
+    PutSectionLinks(sink, settings);
   }
   Put(sink, "</ul>\n</nav>\n");
 }
@@ -146,9 +145,11 @@ static void PutRequestsTile(Sink& sink, int64_t requests, int64_t days) {
 static void PutBytesTile(Sink& sink, uint64_t bytes) {
   BeginTile(sink, "Data served");
   PutByteSize(sink, bytes);
-  BeginDetail(sink);
-  PutGroupedSize(sink, bytes);
-  Put(sink, " bytes");
+  if (bytes >= 1000) {
+    BeginDetail(sink);
+    PutGroupedSize(sink, bytes);
+    Put(sink, " bytes");
+  }
   EndTile(sink);
 }
 
@@ -227,7 +228,7 @@ static void PutNotesOfLogs(Sink& sink, bool in_range, const LogsRead& logs) {
   if (!in_range && logs.out_of_range > 0) {
     Put(sink, "<li>The logs hold records of other days: ");
     PutDays(sink, {DayOf(logs.first), DayOf(logs.last)});
-    Put(sink, ".</li>\n");
+    Put(sink, ". Ask for a report of these.</li>\n");
   }
   if (logs.not_opened > 0) {
     Put(sink, "<li>");
@@ -253,7 +254,9 @@ static void PutNotes(Sink& sink, const Settings& settings, const Analysis& analy
 
 void PutOverview(Sink& sink, const Settings& settings, Analysis& analysis, const LogsRead& logs) {
   const Overview overview = OverviewOf(settings, analysis);
-  Put(sink, "<section id=\"overview\" aria-labelledby=\"overview-title\">\n<h2 id=\"overview-title\">Overview</h2>\n");
+  Put(sink,
+      "<section id=\"overview\" aria-labelledby=\"overview-title\">\n<h2 "
+      "id=\"overview-title\">Overview</h2>\n");
   if (overview.logs_in_range) {
     PutTiles(sink, settings, overview, analysis);
   }

@@ -1,6 +1,7 @@
 #include "output/page_sections.h"
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
 
 #include "output/escape.h"
@@ -50,7 +51,7 @@ static void PutHowMany(Sink& sink, const SectionWords& words, const Shown& shown
     PutGrouped(sink, shown.rows);
     Put(sink, " of ");
   } else {
-    Put(sink, distinct == 1 ? Literal("The only one of ") : Literal("All of "));
+    Put(sink, distinct == 1 ? Literal("Only ") : Literal("All "));
   }
   PutCounted(sink, distinct, words.item_of_many, words.items);
   if (shown.rows > 0 && total > 0) {
@@ -110,8 +111,11 @@ static void PutRanked(Sink& sink, const Settings& settings, const Section& secti
   if (shown.rows == 0) {
     return;
   }
-  Table table{.sink = sink, .columns = {"#", words.item, "Requests"}, .lead = Lead::kRank,
-              .shares = rows.total > 0, .rows = shown.rows};
+  Table table{.sink = sink,
+              .columns = {"#", words.item, "Requests"},
+              .lead = Lead::kRank,
+              .shares = rows.total > 0,
+              .rows = shown.rows};
   BeginTable(table, words.title.text().data());
   SectionRow row;
   while (table.next < shown.rows && NextRow(rows, row)) {
@@ -135,7 +139,8 @@ static Shown CountPhrases(EngineRow engine, int64_t most) {
   return shown;
 }
 
-static void PutEngineHead(Sink& sink, const EngineRow& engine, const Shown& shown, const SectionWords& words) {
+static void PutEngineHead(Sink& sink, const EngineRow& engine, const Shown& shown,
+                          const SectionWords& words) {
   Put(sink, "<h3>");
   PutItemText(sink, engine.name, nullptr);
   Put(sink, "</h3>\n<p class=\"words\">");
@@ -154,8 +159,11 @@ static void PutEngine(Sink& sink, const EngineRow& engine, const Shown& shown, i
   if (shown.rows == 0) {
     return;
   }
-  Table table{.sink = sink, .columns = {"#", words.item, "Visits"}, .lead = Lead::kRank,
-              .shares = total > 0, .rows = shown.rows};
+  Table table{.sink = sink,
+              .columns = {"#", words.item, "Visits"},
+              .lead = Lead::kRank,
+              .shares = total > 0,
+              .rows = shown.rows};
   BeginTable(table, engine.name);
   EngineRow phrases = engine;
   PhraseRow phrase;
@@ -265,6 +273,14 @@ static void PutTimes(Sink& sink, const Settings& settings, const Section& sectio
 
 // ---- All of them ---------------------------------------------------------------------
 
+// A reader wants to know first when the requests came.
+static constexpr SectionId kPageOrder[] = {
+    SectionId::kDays,     SectionId::kWeekdays,     SectionId::kHours,       SectionId::kUrls,
+    SectionId::kBadUrls,  SectionId::kBadReferrers, SectionId::kReferrers,   SectionId::kPhrases,
+    SectionId::kBrowsers, SectionId::kDomains,      SectionId::kDomainTypes,
+};
+static_assert(std::size(kPageOrder) == kSectionCount);
+
 // By the kind of a section's rows.
 static constexpr void (*kPutRows[])(Sink&, const Settings&, const Section&, Analysis&) = {
     PutRanked, PutPhrases, PutTimes, PutTimes, PutTimes,
@@ -287,10 +303,31 @@ static void PutSection(Sink& sink, const Settings& settings, const Section& sect
   Put(sink, "</section>\n");
 }
 
-void PutSections(Sink& sink, const Settings& settings, Analysis& analysis) {
-  for (const Section& section : kSections) {
+// The next section that is on; null behind the last.
+static const Section* NextSection(const Settings& settings, size_t& place) {
+  while (place < kSectionCount) {
+    const Section& section = SectionOf(kPageOrder[place++]);
     if (IsOn(section, settings)) {
-      PutSection(sink, settings, section, analysis);
+      return &section;
     }
+  }
+  return nullptr;
+}
+
+void PutSectionLinks(Sink& sink, const Settings& settings) {
+  size_t place = 0;
+  while (const Section* section = NextSection(settings, place)) {
+    Put(sink, "<li><a href=\"#");
+    PutAttribute(sink, section->parameter);
+    Put(sink, "\">");
+    Put(sink, WordsOf(*section).title);
+    Put(sink, "</a></li>\n");
+  }
+}
+
+void PutSections(Sink& sink, const Settings& settings, Analysis& analysis) {
+  size_t place = 0;
+  while (const Section* section = NextSection(settings, place)) {
+    PutSection(sink, settings, *section, analysis);
   }
 }

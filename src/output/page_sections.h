@@ -8,5 +8,6 @@
 // Rows of a section on a page, unless the request says how many.
 inline constexpr int64_t kMostRows = 1000;
 
-// Those that are on, in page order.
+// Those that are on, in the order of a page; before, links to them, each in a <li>.
+void PutSectionLinks(Sink& sink, const Settings& settings);
 void PutSections(Sink& sink, const Settings& settings, Analysis& analysis);

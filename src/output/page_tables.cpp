@@ -29,11 +29,19 @@ static bool IsFolded(const Table& table, int64_t row) {
 }
 
 static void PutSummary(const Table& table) {
-  Put(table.sink, "<details class=\"fold\"><summary>Rows ");
-  PutGrouped(table.sink, table.next + 1);
-  Put(table.sink, " to ");
-  PutGrouped(table.sink, table.end);
-  Put(table.sink, "</summary>\n");
+  Sink& sink = table.sink;
+  Put(sink, "<details class=\"fold\"><summary>");
+  if (table.next == 0 && table.end == table.rows) {
+    Put(sink, "All ");
+    PutGrouped(sink, table.rows);
+    Put(sink, " rows");
+  } else {
+    Put(sink, "Rows ");
+    PutGrouped(sink, table.next + 1);
+    Put(sink, " to ");
+    PutGrouped(sink, table.end);
+  }
+  Put(sink, "</summary>\n");
 }
 
 static void PutHeading(const Table& table) {
@@ -119,9 +127,9 @@ static void PutReferrers(Sink& sink, SectionRow& row) {
   int left = kMostReferrers;
   for (ReferrerRow referrer; left > 0 && NextReferrer(row, referrer); --left) {
     Put(sink, "<li>");
-    PutItemText(sink, referrer.address, "");
-    Put(sink, " ");
     PutGrouped(sink, referrer.count);
+    Put(sink, " from ");
+    PutItemText(sink, referrer.address, "");
     Put(sink, "</li>");
   }
   if (all > kMostReferrers) {
@@ -144,14 +152,32 @@ static void PutName(Sink& sink, const SectionRow& row) {
   }
 }
 
-static void PutItem(Sink& sink, SectionRow& row) {
+// Behind the first block nobody compares bars, and a browser has enough to do with texts.
+static bool IsPlain(const Table& table) {
+  return table.next >= kBlockRows;
+}
+
+static void PutItem(Sink& sink, SectionRow& row, bool plain) {
   if (row.name != nullptr) {
     PutName(sink, row);
+  } else if (plain) {
+    PutPlainItem(sink, row.item, row.site);
   } else {
     PutItemText(sink, row.item, row.site);
   }
   if (row.referrers.next != nullptr) {
     PutReferrers(sink, row);
+  }
+}
+
+static void PutPart(const Table& table, const SectionRow& row) {
+  if (!IsPlain(table)) {
+    PutBar(table.sink, row.bar);
+  }
+  if (table.shares) {
+    PutShare(table.sink, row.share);
+  } else {
+    Put(table.sink, "\u2013");
   }
 }
 
@@ -166,16 +192,11 @@ void PutTableRow(Table& table, SectionRow& row) {
   Put(sink, IsWeekend(row) ? Literal("<tr class=\"e\">") : Literal("<tr>"));
   PutLead(table, row);
   Put(sink, "<td class=\"i\">");
-  PutItem(sink, row);
+  PutItem(sink, row, IsPlain(table));
   Put(sink, "</td><td class=\"c\">");
   PutGrouped(sink, row.count);
   Put(sink, "</td><td class=\"s\">");
-  PutBar(sink, row.bar);
-  if (table.shares) {
-    PutShare(sink, row.share);
-  } else {
-    Put(sink, "\u2013");
-  }
-  Put(sink, "</td></tr>\n");
+  PutPart(table, row);
+  Put(sink, "\n</td></tr>");  // a line end between rows would be one more thing to hold
   ++table.next;
 }

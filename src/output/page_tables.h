@@ -21,11 +21,11 @@ struct Table {
   Sink& sink;
   Columns columns;
   Lead lead;
-  bool shares;           // there is a total
-  int64_t rows;          // that will come
-  const char* name = ""; // a text of the program or of the configuration
-  int64_t next = 0;      // number of the next row
-  int64_t end = 0;       // of the block that is open
+  bool shares;            // there is a total
+  int64_t rows;           // that will come
+  const char* name = "";  // a text of the program or of the configuration
+  int64_t next = 0;       // number of the next row
+  int64_t end = 0;        // of the block that is open
 };
 
 // Around all rows of a table, which has at least one.

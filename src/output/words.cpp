@@ -4,23 +4,27 @@
 
 static constexpr SectionWords kSectionWords[] = {
     {SectionId::kUrls, "Requested URLs", "URL", "URLs", "URL", "requests", "What visitors asked for most."},
-    {SectionId::kReferrers, "Referrers", "Page", "pages", "page", "requests that name a referrer", "The pages that visitors came from."},
+    {SectionId::kReferrers, "Referrers", "Page", "pages", "page", "requests that name a referrer",
+     "The pages that visitors came from."},
     {SectionId::kPhrases, "Search phrases", "Phrase", "phrases", "phrase", "visits from search engines",
      "What people looked for when a search engine led them here."},
     {SectionId::kBrowsers, "Browsers", "Browser", "browsers", "browser", "requests that name a browser",
      "The programs that asked for pages, as they name themselves."},
     {SectionId::kBadUrls, "Not found", "URL", "URLs", "URL", "requests",
      "URLs answered with status 404, and the pages that link to them."},
-    {SectionId::kBadReferrers, "Pages with broken links", "Page", "pages", "page", "requests that name a referrer",
-     "Pages that led visitors to URLs answered with status 404."},
+    {SectionId::kBadReferrers, "Pages with broken links", "Page", "pages", "page",
+     "requests that name a referrer", "Pages that led visitors to URLs answered with status 404."},
     {SectionId::kDomains, "Domains of visitors", "Domain", "domains", "domain", "requests that name a host",
      "Where visitors are at home in the network."},
-    {SectionId::kDomainTypes, "Top-level domains of visitors", "Domain", "domains", "domain", "requests that name a host",
+    {SectionId::kDomainTypes, "Top-level domains of visitors", "Domain", "domains", "domain",
+     "requests that name a host",
      "The last parts of the visitors' domains, which tell of countries and institutions."},
-    {SectionId::kDays, "Requests by day", "Day", "days", "day", "requests", "How many requests came on each day."},
+    {SectionId::kDays, "Requests by day", "Day", "days", "day", "requests",
+     "How many requests came on each day."},
     {SectionId::kWeekdays, "Requests by weekday", "Weekday", "weekdays", "weekday", "requests",
      "How requests are spread over the week."},
-    {SectionId::kHours, "Requests by hour", "Hour", "hours", "hour", "requests", "How requests are spread over the day."},
+    {SectionId::kHours, "Requests by hour", "Hour", "hours", "hour", "requests",
+     "How requests are spread over the day."},
 };
 
 static_assert(StandInPlace(kSectionWords));
