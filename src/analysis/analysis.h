@@ -39,8 +39,9 @@ struct TimeDistribution {
 
 // What reading the logs came to.
 struct LogFigures {
-  SuperLong bytes_read;  // in whole blocks
-  bool in_range;         // some log reaches into the range
+  SuperLong bytes_read;              // in whole blocks
+  bool in_range;                     // some log reaches into the range
+  int64_t lines_not_understood = 0;  // which hold data, but no request in the log's layout
 };
 
 // Bytes, an item counted as 256.

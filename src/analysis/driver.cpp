@@ -337,7 +337,7 @@ static void WrapFigures(Analysis& analysis) {
 // What the modules keep of a run joins the record of all that was counted.
 static void CollectFigures(Analysis& analysis) {
   SetBrandCounts(analysis);
-  analysis.logs = {SuperLog_GetTotalLogBytesRead(), SuperLog_LogsInRange()};
+  analysis.logs = {SuperLog_GetTotalLogBytesRead(), SuperLog_LogsInRange(), SuperLog_GetLinesNotUnderstood()};
   // Smart memory notes its peak only where it reclaims; without any reclaim memory has only grown.
   const int64_t peak = gSM_TotalBytesFreed == 0 ? gSM_CurrentBytesAllocated : gSM_MaximumBytesAllocated;
   analysis.memory = {gSM_TotalBytesAllocated, gSM_CurrentBytesAllocated, peak, gSM_TotalBytesFreed};

@@ -235,6 +235,8 @@ static const Keyword kKeywords[] = {
     {"find_pattern", Number<&Settings::find_pattern>, kFromAny, kTaken},
     {"title", Copy<&Settings::title>, kFromAny, kTaken},
     {"output", Copy<&Settings::output>, kFromAny, kTaken},
+    {"section", Copy<&Settings::section>, kFromAny, kTaken},
+    {"csv_formulas", Number<&Settings::csv_formulas>, kFromAny, kIgnored},
     {"url", Url, kFromAny, kIgnored},
     {"sm", Copy<&Settings::sm>, kFromAny, kTaken},
     {"sd", Copy<&Settings::sd>, kFromAny, kTaken},

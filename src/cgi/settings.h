@@ -82,7 +82,9 @@ struct Settings {
   char find_account[kTextSize];
   char find_form[kTextSize];
   char title[kTextSize];
-  char output[kTextSize];  // name of the form that the report takes; empty: the default one
+  char output[kTextSize];   // name of the form that the report takes; empty: the default one
+  char section[kTextSize];  // the only one that is wanted, where an output can do so; empty: all
+  int csv_formulas;         // CSV: cells may be formulas
   char url[kTextSize];
   char filter_domains[kTextSize];
   char filter_filetypes[kTextSize];

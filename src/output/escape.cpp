@@ -190,7 +190,8 @@ static consteval PlainBytes AddressBytes() {
   return plain;
 }
 
-static void PutEncoded(Sink& sink, std::string_view text) {
+// "&" may stand in an address, and is written as the place demands.
+static void PutEncoded(Sink& sink, std::string_view text, std::string_view ampersand) {
   static constexpr PlainBytes kPlainAddress = AddressBytes();
   while (!text.empty()) {
     const size_t length = PlainLength(text, kPlainAddress);
@@ -199,16 +200,20 @@ static void PutEncoded(Sink& sink, std::string_view text) {
     if (!text.empty()) {
       const auto byte = static_cast<uint8_t>(text[0]);
       const char encoded[] = {'%', kHexDigits[byte >> 4], kHexDigits[byte & 0xf]};
-      // "&" would be a parameter's end no longer, and is harmless as an entity.
-      PutChecked(sink, byte == '&' ? std::string_view("&amp;") : std::string_view(encoded, sizeof encoded));
+      PutChecked(sink, byte == '&' ? ampersand : std::string_view(encoded, sizeof encoded));
       text.remove_prefix(1);
     }
   }
 }
 
 void PutAddress(Sink& sink, std::string_view site, std::string_view path) {
-  PutEncoded(sink, site);
-  PutEncoded(sink, path);
+  PutEncoded(sink, site, "&amp;");
+  PutEncoded(sink, path, "&amp;");
+}
+
+void PutJsonAddress(Sink& sink, std::string_view site, std::string_view path) {
+  PutEncoded(sink, site, "&");
+  PutEncoded(sink, path, "&");
 }
 
 // ---- JSON ---------------------------------------------------------------------------

@@ -37,6 +37,9 @@ bool IsWebAddress(std::string_view address);
 // text says. The whole must be a web address.
 void PutAddress(Sink& sink, std::string_view site, std::string_view path);
 
+// The same as a part of a JSON string.
+void PutJsonAddress(Sink& sink, std::string_view site, std::string_view path);
+
 // A JSON string with its quotes (RFC 8259), of valid UTF-8, or a part of one. Bytes that
 // are no UTF-8 become U+FFFD each: IsUtf8 tells whether there are any.
 void PutJson(Sink& sink, std::string_view text);

@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "output/escape.h"
+#include "output/links.h"
 #include "output/moments.h"
 #include "output/sink.h"
 #include "output/words.h"
@@ -43,6 +44,8 @@ static void PutTotals(Sink& sink, const Overview& overview) {
   PutSize(sink, overview.bytes_served);
   Put(sink, ", \"log_bytes\": ");
   PutSize(sink, overview.log_bytes_read);
+  Put(sink, ", \"lines_not_understood\": ");
+  PutNumber(sink, overview.lines_not_understood);
   Put(sink, "}");
 }
 
@@ -111,6 +114,11 @@ static void PutRow(Sink& sink, const Section& section, SectionRow& row) {
   if (row.engine != nullptr) {
     Put(sink, ", \"engine\": ");
     PutJson(sink, row.engine);
+  }
+  if (HasLink(row)) {
+    Put(sink, ", \"url\": \"");
+    PutJsonAddress(sink, row.site, row.item);
+    Put(sink, "\"");
   }
   if (section.items.with_referrers) {
     PutReferrers(sink, row);
@@ -195,6 +203,7 @@ static void Refuse(const Refusal& refusal, const Environment& env, const Setting
 
 const PageWriter kJsonOutput = {
     .announce = nullptr,
+    .check = nullptr,
     .begin = nullptr,
     .found = AnswerReport,
     .told = Told,

@@ -58,6 +58,7 @@ static void Finish(const Settings& settings, Analysis& analysis) {
 
 const PageWriter kModernPage = {
     .announce = nullptr,
+    .check = nullptr,
     .begin = nullptr,
     .found = BeginAnswer,
     .told = Told,

@@ -19,6 +19,7 @@ enum Error : int {
   kErrorNoLogFiles = 11,    // logs and AccessLog match no file
   kErrorLimited = 13,       // too many refusals of this visitor or account
   kErrorOutput = 14,        // there is no output of that name
+  kErrorSection = 15,       // the report has no section of that name
 };
 
 // What the run is told, and the visitor with it.

@@ -13,6 +13,9 @@ struct PageWriter {
   // say until the answer is known.
   void (*announce)();
 
+  // Whether there can be such a report, once its settings are complete. Null: there can.
+  Error (*check)(const Settings& settings);
+
   // The head of a report: before its logs are looked for, and what is said only when
   // there are some, before the first is read. Null: nothing.
   void (*begin)(const Environment& env, const Settings& settings);

@@ -92,6 +92,14 @@ static const RefusalTexts kRefusals[] = {
         .value = [](const Settings& settings) { return +settings.output; },
     },
     {
+        .error = kErrorSection,
+        .status = {400, "Bad Request"},
+        .heading = "There is no such section in the report",
+        .sentence = "A single section can only be one that the report is asked to have.",
+        .log = "no such section in the report:",
+        .value = [](const Settings& settings) { return +settings.section; },
+    },
+    {
         .error = kErrorLimited,
         .status = {429, "Too Many Requests"},
         .heading = "Too many attempts",

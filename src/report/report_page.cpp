@@ -99,6 +99,7 @@ static void ShowConfiguration(const Environment&, const Settings& settings) {
 
 const PageWriter kClassicPage = {
     .announce = Announce,
+    .check = nullptr,
     .begin = Begin,
     .found = nullptr,
     .told = PageEvents,

@@ -5,12 +5,16 @@
 #include "config/account.h"
 #include "dates/years.h"
 #include "entry/admission.h"
+#include "output/csv_output.h"
 #include "output/json_output.h"
 #include "output/modern_page.h"
+#include "output/text_output.h"
 
 static constexpr Output kModernOutputs[] = {
     {"modern", &kModernPage},
     {"json", &kJsonOutput},
+    {"csv", &kCsvOutput},
+    {"text", &kTextOutput},
 };
 
 static const Edition kEditions[] = {

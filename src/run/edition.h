@@ -23,7 +23,7 @@ struct Edition {
   Counting counting;
   const PageWriter* page;           // of a run that has not asked for another output
   std::span<const Output> outputs;  // that can be asked for; none: whatever is asked for counts for nothing
-  ParamSource form;  // as what the keyword table takes the fields of a form
+  ParamSource form;                 // as what the keyword table takes the fields of a form
   // Whether the requester may see the account, which was found in the configuration or not.
   Refusal (*admit)(bool account_found, Environment& env, const Settings& settings);
   bool names_as_written;  // whether accounts are called as the configuration spells them

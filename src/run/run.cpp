@@ -71,13 +71,21 @@ static bool TakeParameters(Task& task) {
   return taken;
 }
 
+static Error CheckRequest(Task& task) {
+  if (!task.output_known) {
+    return kErrorOutput;
+  }
+  const Error error = CheckParams(task.settings);
+  return error == kNoError && task.page->check != nullptr ? task.page->check(task.settings) : error;
+}
+
 static Refusal Report(bool account_found, Task& task) {
   const Refusal refusal = task.edition->admit(account_found, task.env, task.settings);
   LogIgnoredNames(task.env, task.settings);
   if (refusal.error != kNoError) {
     return refusal;
   }
-  const Error error = task.output_known ? CheckParams(task.settings) : kErrorOutput;
+  const Error error = CheckRequest(task);
   if (error != kNoError) {
     return {error};
   }

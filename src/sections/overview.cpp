@@ -12,6 +12,7 @@ Overview OverviewOf(const Settings& settings, const Analysis& analysis) {
       .requests = analysis.hits,
       .bytes_served = SuperLongToBytes(analysis.bytes),
       .log_bytes_read = SuperLongToBytes(analysis.logs.bytes_read),
+      .lines_not_understood = analysis.logs.lines_not_understood,
   };
   ParseDate(overview.first_day, overview.last_day, settings);
   return overview;

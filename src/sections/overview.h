@@ -20,6 +20,7 @@ struct Overview {
   int64_t requests;
   uint64_t bytes_served;
   uint64_t log_bytes_read;
+  int64_t lines_not_understood;
 };
 
 // The settings must outlive the overview, whose texts are theirs.

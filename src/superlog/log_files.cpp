@@ -8,6 +8,7 @@
 #include "superlog/log_dates.h"
 #include "superlog/log_format.h"
 #include "superlog/log_limits.h"
+#include "superlog/log_line.h"
 #include "superlog/log_probe.h"
 #include "superlog/summary_file.h"
 #include "superlog/superlog.h"
@@ -26,6 +27,7 @@ static bool mLogsInReportRange = false;
 void ResetSuperLog() {
   SuperLog_Uninit();
   ResetLineReader();
+  ResetLogLine();
   ResetLogFormat();
   ResetLogDates();
   mLogEvents = {};

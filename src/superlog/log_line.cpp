@@ -14,6 +14,7 @@
 #include "superlog/log_limits.h"
 #include "superlog/superlog.h"
 
+static int64_t mLinesNotUnderstood = 0;
 static char mCombinedUrl[kLongestItem + 1 + kScanOverread];
 
 // --- Single values ------------------------------------------------------------
@@ -340,10 +341,22 @@ bool SuperLog_ParseNextLine(SuperLogRecord& record) {
       ClearRecord(record);
       return false;
     }
-    if (IsDataLine() && (mFormatKnown || GrokLineFormat()) && ParseDataLine(record)) {
+    if (!IsDataLine()) {
+      continue;
+    }
+    if ((mFormatKnown || GrokLineFormat()) && ParseDataLine(record)) {
       return true;
     }
+    ++mLinesNotUnderstood;
   }
+}
+
+int64_t SuperLog_GetLinesNotUnderstood() {
+  return mLinesNotUnderstood;
+}
+
+void ResetLogLine() {
+  mLinesNotUnderstood = 0;
 }
 
 void SuperLog_ParseTest() {

@@ -25,6 +25,9 @@ void TrimPort(std::string_view& host);
 // Removes one "." from the end of a host.
 void TrimTrailingDot(std::string_view& host);
 
+// Forgets the lines that were not understood.
+void ResetLogLine();
+
 // Reads and discards all remaining records of the open log file, then closes it.
 // For other programs that link the library; tested, not used by orvellis.
 void SuperLog_ParseTest();

@@ -84,5 +84,9 @@ bool SuperLog_LogsInRange();
 // Bytes of log data read by this run, in whole blocks.
 SuperLong SuperLog_GetTotalLogBytesRead();
 
+// Lines of data that this run has read and that give no record, whatever their date
+// may be: those that the layout does not explain, and those of no layout at all.
+int64_t SuperLog_GetLinesNotUnderstood();
+
 // Releases the list of log files.
 void SuperLog_Uninit();

@@ -61,6 +61,7 @@ TEST_F(ReportPage, NoLogFileIsError11AndPrintsNothing) {
 TEST_F(ReportPage, WriterFinishesThePage) {
   const PageWriter counter = {
       .announce = nullptr,
+    .check = nullptr,
       .begin = nullptr,
       .found = nullptr,
       .told = [](const Settings&) { return AnalysisEvents{}; },

@@ -1,0 +1,200 @@
+#include "output/csv_output.h"
+
+#include <string_view>
+
+#include "output/escape.h"
+#include "output/refusal_line.h"
+#include "output/sink.h"
+#include "report/answer_head.h"
+#include "sections/section_list.h"
+#include "sections/section_rows.h"
+
+static constexpr int kShareDigits = 6;
+
+// ---- Tables ----------------------------------------------------------------------------
+
+// A row of a table: that of a section, or of the pages that led to an item.
+struct CsvRow {
+  int64_t rank;
+  const char* item;
+  int64_t count;
+  double share;
+  const char* detail;  // engine, name or the item that was led to; empty: none
+};
+
+struct Cells {
+  Sink& sink;
+  bool guarded;
+};
+
+static void PutText(Cells& cells, const char* text) {
+  PutCsv(cells.sink, text, cells.guarded);
+}
+
+static void PutFigures(Cells& cells, const CsvRow& row) {
+  PutNumber(cells.sink, row.count);
+  Put(cells.sink, ",");
+  PutDecimal(cells.sink, row.share, kShareDigits);
+}
+
+static void PutRankAndItem(Cells& cells, const CsvRow& row) {
+  PutNumber(cells.sink, row.rank);
+  Put(cells.sink, ",");
+  PutText(cells, row.item);
+  Put(cells.sink, ",");
+}
+
+static void PutWithoutDetail(Cells& cells, const CsvRow& row) {
+  PutRankAndItem(cells, row);
+  PutFigures(cells, row);
+}
+
+static void PutWithDetail(Cells& cells, const CsvRow& row) {
+  PutWithoutDetail(cells, row);
+  Put(cells.sink, ",");
+  PutText(cells, row.detail);
+}
+
+// Rows that stand in an order of their own have no rank.
+static void PutTime(Cells& cells, const CsvRow& row) {
+  PutText(cells, row.item);
+  Put(cells.sink, ",");
+  PutFigures(cells, row);
+}
+
+static const char* DetailOf(const SectionRow& row) {
+  if (row.engine != nullptr) {
+    return row.engine;
+  }
+  return row.name != nullptr ? row.name : "";
+}
+
+template <typename PutRow>
+static void PutRows(SectionRows& rows, PutRow put) {
+  int64_t rank = 0;
+  for (SectionRow row; NextRow(rows, row);) {
+    put(CsvRow{++rank, row.item, row.count, row.share, DetailOf(row)});
+  }
+}
+
+// The shares of the pages are of the count of what they led to.
+template <typename PutRow>
+static void PutReferrerRows(SectionRows& rows, PutRow put) {
+  for (SectionRow row; NextRow(rows, row);) {
+    int64_t rank = 0;
+    for (ReferrerRow page; NextReferrer(row, page);) {
+      put(CsvRow{++rank, page.address, page.count, Share(page.count, row.count), row.item});
+    }
+  }
+}
+
+// A table that can be asked for by name, and its own columns.
+struct Table {
+  std::string_view name;
+  SectionId section;
+  bool referrers;  // the pages that led to the section's items
+  Literal columns;
+  void (*put)(Cells& cells, const CsvRow& row);
+};
+
+static constexpr Table kTables[] = {
+    {"requests", SectionId::kUrls, false, "rank,url,count,share", PutWithoutDetail},
+    {"referrers", SectionId::kReferrers, false, "rank,page,count,share", PutWithoutDetail},
+    {"search", SectionId::kPhrases, false, "rank,phrase,count,share,engine", PutWithDetail},
+    {"browsers", SectionId::kBrowsers, false, "rank,browser,count,share", PutWithoutDetail},
+    {"badurls", SectionId::kBadUrls, false, "rank,url,count,share", PutWithoutDetail},
+    {"badurls_referrers", SectionId::kBadUrls, true, "rank,page,count,share,url", PutWithDetail},
+    {"badreferrers", SectionId::kBadReferrers, false, "rank,page,count,share", PutWithoutDetail},
+    {"domains", SectionId::kDomains, false, "rank,domain,count,share", PutWithoutDetail},
+    {"domaintypes", SectionId::kDomainTypes, false, "rank,domain,count,share,name", PutWithDetail},
+    {"dailytotals", SectionId::kDays, false, "day,count,share", PutTime},
+    {"hitsperdayofweek", SectionId::kWeekdays, false, "weekday,count,share", PutTime},
+    {"hitsperhour", SectionId::kHours, false, "hour,count,share", PutTime},
+};
+
+static bool IsInReport(const Table& table, const Settings& settings) {
+  return IsOn(SectionOf(table.section), settings) && (!table.referrers || settings.badurl_referrers != 0);
+}
+
+static const Table* FindTable(const Settings& settings) {
+  for (const Table& table : kTables) {
+    if (EqualIgnoreCase(table.name, settings.section)) {
+      return IsInReport(table, settings) ? &table : nullptr;
+    }
+  }
+  return nullptr;
+}
+
+template <typename PutRow>
+static void PutTable(const Table& table, const Settings& settings, Analysis& analysis, PutRow put) {
+  SectionRows rows;
+  OpenSection(rows, settings, SectionOf(table.section), analysis);
+  if (table.referrers) {
+    PutReferrerRows(rows, put);
+  } else {
+    PutRows(rows, put);
+  }
+}
+
+static void PutOne(Cells& cells, const Table& table, const Settings& settings, Analysis& analysis) {
+  Put(cells.sink, table.columns);
+  Put(cells.sink, "\r\n");
+  PutTable(table, settings, analysis, [&](const CsvRow& row) {
+    table.put(cells, row);
+    Put(cells.sink, "\r\n");
+  });
+}
+
+static void PutAll(Cells& cells, const Settings& settings, Analysis& analysis) {
+  Put(cells.sink, "section,rank,item,count,share,detail\r\n");
+  for (const Table& table : kTables) {
+    if (!IsInReport(table, settings)) {
+      continue;
+    }
+    PutTable(table, settings, analysis, [&](const CsvRow& row) {
+      PutCsv(cells.sink, table.name, cells.guarded);
+      Put(cells.sink, ",");
+      PutWithDetail(cells, row);
+      Put(cells.sink, "\r\n");
+    });
+  }
+}
+
+void WriteCsv(const Settings& settings, Analysis& analysis) {
+  Sink sink;
+  Cells cells{sink, settings.csv_formulas == 0};
+  const Table* const table = FindTable(settings);
+  if (table != nullptr) {
+    PutOne(cells, *table, settings, analysis);
+  } else {
+    PutAll(cells, settings, analysis);
+  }
+  FlushSink(sink);
+}
+
+// ---- Answers ---------------------------------------------------------------------------
+
+static Error CheckSection(const Settings& settings) {
+  return settings.section[0] == '\0' || FindTable(settings) != nullptr ? kNoError : kErrorSection;
+}
+
+static void AnswerReport(const Environment& env, const Settings& settings) {
+  char disposition[kDispositionSize];
+  NameFile(disposition, "attachment", "csv", settings);
+  PrintAnswerHead(env, {.type = "text/csv; charset=utf-8; header=present", .disposition = disposition});
+}
+
+static AnalysisEvents ToldNothing(const Settings&) {
+  return {};
+}
+
+const PageWriter kCsvOutput = {
+    .announce = nullptr,
+    .check = CheckSection,
+    .begin = nullptr,
+    .found = AnswerReport,
+    .told = ToldNothing,
+    .finish = WriteCsv,
+    .refuse = RefuseInOneLine,
+    .info = {},
+};

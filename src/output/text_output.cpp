@@ -1,0 +1,342 @@
+#include "output/text_output.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <string_view>
+
+#include "output/escape.h"
+#include "output/moments.h"
+#include "output/refusal_line.h"
+#include "output/sink.h"
+#include "output/words.h"
+#include "report/answer_head.h"
+#include "sections/notes.h"
+#include "sections/overview.h"
+#include "sections/section_list.h"
+#include "sections/section_rows.h"
+
+static constexpr size_t kAnyWidth = SIZE_MAX;
+
+// ---- The paper --------------------------------------------------------------------------
+
+struct Paper {
+  Sink sink;
+  Terminal terminal;
+};
+
+static void PutBlanks(Sink& sink, size_t columns) {
+  for (; columns > 0; --columns) {
+    Put(sink, " ");
+  }
+}
+
+static void PutColour(Paper& paper, Literal colour) {
+  if (paper.terminal.colours) {
+    Put(paper.sink, colour);
+  }
+}
+
+static constexpr Literal kBold = "\x1b[1m";
+static constexpr Literal kBlue = "\x1b[34m";
+static constexpr Literal kYellow = "\x1b[33m";
+static constexpr Literal kNormal = "\x1b[0m";
+
+static void PutLine(Paper& paper, std::string_view text) {
+  PutPlain(paper.sink, text, paper.terminal.width);
+  Put(paper.sink, "\n");
+}
+
+// Columns of a number with its separators.
+static size_t GroupedWidth(uint64_t number) {
+  size_t digits = 1;
+  for (; number >= 10; number /= 10) {
+    ++digits;
+  }
+  return digits + (digits - 1) / 3;
+}
+
+static size_t GroupedWidth(int64_t number) {
+  return number < 0 ? 1 + GroupedWidth(uint64_t{0} - static_cast<uint64_t>(number))
+                    : GroupedWidth(static_cast<uint64_t>(number));
+}
+
+static void PutToTheRight(Sink& sink, int64_t number, size_t columns) {
+  const size_t needed = GroupedWidth(number);
+  PutBlanks(sink, columns > needed ? columns - needed : 0);
+  PutGrouped(sink, number);
+}
+
+// ---- Sentences ----------------------------------------------------------------------------
+
+// Fills lines word by word.
+struct Sentence {
+  Paper& paper;
+  size_t column = 0;
+};
+
+static void PutWord(Sentence& sentence, std::string_view word, bool spaced) {
+  const size_t room = sentence.paper.terminal.width;
+  const size_t needed = std::min(PlainWidth(word), room);
+  if (sentence.column + (spaced ? 1 : 0) + needed > room) {
+    Put(sentence.paper.sink, "\n");
+    sentence.column = 0;
+  } else if (spaced && sentence.column > 0) {
+    Put(sentence.paper.sink, " ");
+    ++sentence.column;
+  }
+  sentence.column += PutPlain(sentence.paper.sink, word, room);
+}
+
+// The program's own words, a blank between them.
+static void PutWords(Sentence& sentence, std::string_view words) {
+  bool spaced = words.starts_with(' ');
+  while (!words.empty()) {
+    words.remove_prefix(std::min(words.find_first_not_of(' '), words.size()));
+    const std::string_view word = words.substr(0, words.find(' '));
+    if (!word.empty()) {
+      PutWord(sentence, word, spaced);
+    }
+    words.remove_prefix(word.size());
+    spaced = true;
+  }
+}
+
+static void PutNote(Paper& paper, const Note& note) {
+  const NoteWords& words = WordsOf(note);
+  Sentence sentence{paper};
+  PutColour(paper, kYellow);
+  PutWords(sentence, words.before.text());
+  if (note.subject[0] != '\0') {
+    PutWord(sentence, note.subject, true);
+  }
+  PutWords(sentence, words.behind.text());
+  PutColour(paper, kNormal);
+  Put(paper.sink, "\n");
+}
+
+// ---- The head -----------------------------------------------------------------------------
+
+static void PutTotal(Paper& paper, Literal name, int64_t figure) {
+  static constexpr size_t kNameWidth = 21;
+  static constexpr size_t kFigureWidth = 16;
+  Put(paper.sink, name);
+  PutBlanks(paper.sink, kNameWidth - name.text().size());
+  PutToTheRight(paper.sink, figure, kFigureWidth);
+  Put(paper.sink, "\n");
+}
+
+static void PutDays(Paper& paper, const Analysis& analysis, time_t made) {
+  PutDay(paper.sink, DayOf(analysis.range_first));
+  Put(paper.sink, " to ");
+  PutDay(paper.sink, DayOf(analysis.range_last));
+  Put(paper.sink, " (");
+  PutPlain(paper.sink, ZoneName(made), 30);
+  Put(paper.sink, ")\nmade ");
+  PutMoment(paper.sink, made);
+  Put(paper.sink, " by Orvellis ");
+  PutPlain(paper.sink, kVersion, kAnyWidth);
+  Put(paper.sink, "\n");
+}
+
+static void PutNotes(Paper& paper, const Settings& settings, const Analysis& analysis) {
+  Notes notes = OpenNotes(settings, analysis);
+  bool first = true;
+  for (Note note; NextNote(notes, note); first = false) {
+    if (first) {
+      Put(paper.sink, "\n");
+    }
+    PutNote(paper, note);
+  }
+}
+
+static void PutHead(Paper& paper, const Settings& settings, const Analysis& analysis) {
+  const Overview overview = OverviewOf(settings, analysis);
+  PutColour(paper, kBold);
+  PutLine(paper, overview.title);
+  PutColour(paper, kNormal);
+  PutLine(paper, overview.url);
+  PutDays(paper, analysis, MomentMade(overview.made));
+  Put(paper.sink, "\n");
+  PutTotal(paper, "Requests", overview.requests);
+  PutTotal(paper, "Bytes served", static_cast<int64_t>(overview.bytes_served));
+  PutTotal(paper, "Log bytes read", static_cast<int64_t>(overview.log_bytes_read));
+  PutTotal(paper, "Lines not understood", overview.lines_not_understood);
+  PutNotes(paper, settings, analysis);
+}
+
+// ---- Rows ---------------------------------------------------------------------------------
+
+// The columns of a section's table, each with two blanks before it: count, share, bar, and
+// what is left for the item.
+struct Columns {
+  size_t count;
+  size_t bar;
+  size_t item;
+};
+
+static constexpr size_t kGap = 2;
+static constexpr size_t kShareWidth = sizeof "100.0 %" - 1;
+static constexpr size_t kLeastItem = 16;
+
+static Columns ColumnsFor(const Terminal& terminal, const SectionRows& rows) {
+  const size_t count = std::max<size_t>(GroupedWidth(rows.total), 5);
+  const size_t bar = terminal.width >= 100 ? 20 : 10;
+  const size_t taken = 4 * kGap + count + kShareWidth + bar;
+  return {count, bar, terminal.width > taken + kLeastItem ? terminal.width - taken : kLeastItem};
+}
+
+static void PutShare(Sink& sink, double share) {
+  static constexpr double kPercent = 100.0;
+  const double percent = share * kPercent;
+  const size_t digits = percent >= 99.95 ? 5 : percent >= 9.95 ? 4 : 3;
+  PutBlanks(sink, kShareWidth - 2 - digits);
+  PutDecimal(sink, percent, 1);
+  Put(sink, " %");
+}
+
+static void PutBar(Paper& paper, const SectionRow& row, size_t columns) {
+  const auto exact = static_cast<size_t>(std::lround(row.bar * static_cast<double>(columns)));
+  const size_t length = row.count > 0 ? std::max<size_t>(exact, 1) : 0;
+  PutColour(paper, kBlue);
+  for (size_t i = 0; i < length; ++i) {
+    Put(paper.sink, "#");
+  }
+  PutColour(paper, kNormal);
+  PutBlanks(paper.sink, columns - length);
+}
+
+// The name takes what the item leaves, but for half of the width if it has to.
+static void PutItem(Sink& sink, const SectionRow& row, size_t width) {
+  if (row.name == nullptr) {
+    PutPlain(sink, row.item, width);
+    return;
+  }
+  static constexpr size_t kBrackets = 3;
+  const size_t left = width - std::min(PlainWidth(row.item) + kBrackets, width);
+  const size_t name = std::min(PlainWidth(row.name), std::max(left, width / 2));
+  PutPlain(sink, row.item, width - name - kBrackets);
+  Put(sink, " (");
+  PutPlain(sink, row.name, name);
+  Put(sink, ")");
+}
+
+static void PutReferrers(Paper& paper, SectionRow& row, const Columns& columns) {
+  static constexpr Literal kFrom = "<- ";
+  for (ReferrerRow page; NextReferrer(row, page);) {
+    PutBlanks(paper.sink, kGap);
+    PutToTheRight(paper.sink, page.count, columns.count);
+    PutBlanks(paper.sink, kGap + kShareWidth + kGap + columns.bar + kGap);
+    Put(paper.sink, kFrom);
+    PutPlain(paper.sink, page.address, columns.item - kFrom.text().size());
+    Put(paper.sink, "\n");
+  }
+}
+
+static void PutRow(Paper& paper, SectionRow& row, const Columns& columns) {
+  PutBlanks(paper.sink, kGap);
+  PutToTheRight(paper.sink, row.count, columns.count);
+  PutBlanks(paper.sink, kGap);
+  PutShare(paper.sink, row.share);
+  PutBlanks(paper.sink, kGap);
+  PutBar(paper, row, columns.bar);
+  PutBlanks(paper.sink, kGap);
+  PutItem(paper.sink, row, columns.item);
+  Put(paper.sink, "\n");
+  PutReferrers(paper, row, columns);
+}
+
+static void PutEngine(Paper& paper, const char* engine) {
+  PutBlanks(paper.sink, kGap);
+  PutPlain(paper.sink, engine, paper.terminal.width - kGap);
+  Put(paper.sink, "\n");
+}
+
+// Returns how many there are.
+static int64_t PutRows(Paper& paper, SectionRows& rows, const Columns& columns) {
+  int64_t shown = 0;
+  const char* engine = nullptr;
+  for (SectionRow row; NextRow(rows, row); ++shown) {
+    if (row.engine != engine) {
+      engine = row.engine;
+      PutEngine(paper, engine);
+    }
+    PutRow(paper, row, columns);
+  }
+  return shown;
+}
+
+static void PutTitle(Paper& paper, Literal title) {
+  Put(paper.sink, "\n");
+  PutColour(paper, kBold);
+  Put(paper.sink, title);
+  PutColour(paper, kNormal);
+  Put(paper.sink, "\n");
+  for (size_t i = 0; i < title.text().size(); ++i) {
+    Put(paper.sink, "-");
+  }
+  Put(paper.sink, "\n");
+}
+
+static void PutShown(Sink& sink, const SectionWords& words, int64_t shown, int64_t distinct) {
+  if (shown == distinct && shown > 0) {
+    return;
+  }
+  PutBlanks(sink, kGap);
+  PutGrouped(sink, shown);
+  Put(sink, " of ");
+  PutGrouped(sink, distinct);
+  Put(sink, " ");
+  Put(sink, words.items);
+  Put(sink, "\n");
+}
+
+static void PutSection(Paper& paper, const Settings& settings, const Section& section, Analysis& analysis) {
+  const SectionWords& words = WordsOf(section);
+  SectionRows rows;
+  OpenSection(rows, settings, section, analysis);
+  PutTitle(paper, words.title);
+  const int64_t shown = PutRows(paper, rows, ColumnsFor(paper.terminal, rows));
+  PutShown(paper.sink, words, shown, rows.distinct);
+}
+
+void WriteText(const Settings& settings, Analysis& analysis, const Terminal& terminal) {
+  Paper paper{{}, terminal};
+  PutHead(paper, settings, analysis);
+  for (const Section& section : kSections) {
+    if (IsOn(section, settings)) {
+      PutSection(paper, settings, section, analysis);
+    }
+  }
+  FlushSink(paper.sink);
+}
+
+// ---- Answers ------------------------------------------------------------------------------
+
+static bool mFromShell = false;
+
+static void AnswerReport(const Environment& env, const Settings& settings) {
+  mFromShell = env.command_line != 0;
+  char disposition[kDispositionSize];
+  NameFile(disposition, "inline", "txt", settings);
+  PrintAnswerHead(env, {.type = "text/plain; charset=utf-8", .disposition = disposition});
+}
+
+static AnalysisEvents ToldNothing(const Settings&) {
+  return {};
+}
+
+static void Finish(const Settings& settings, Analysis& analysis) {
+  WriteText(settings, analysis, TerminalOf(mFromShell));
+}
+
+const PageWriter kTextOutput = {
+    .announce = nullptr,
+    .check = nullptr,
+    .begin = nullptr,
+    .found = AnswerReport,
+    .told = ToldNothing,
+    .finish = Finish,
+    .refuse = RefuseInOneLine,
+    .info = {},
+};
