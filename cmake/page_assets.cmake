@@ -19,12 +19,17 @@ function(base64_of_hash result hex)
   set(${result} "${text}=" PARENT_SCOPE)
 endfunction()
 
-# Sets NAME to the text of a file and NAME_HASH to what a content policy calls it.
-function(read_asset name path)
-  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${path}")
-  file(READ "${path}" text)
-  string(SHA256 hex "${text}")
+# Sets NAME to the texts of files, one behind the other, and NAME_HASH to what a content
+# policy calls the whole.
+function(read_asset name)
+  set(whole "")
+  foreach(path IN LISTS ARGN)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${path}")
+    file(READ "${path}" text)
+    string(APPEND whole "${text}")
+  endforeach()
+  string(SHA256 hex "${whole}")
   base64_of_hash(hash ${hex})
-  set(${name} "${text}" PARENT_SCOPE)
+  set(${name} "${whole}" PARENT_SCOPE)
   set(${name}_HASH "sha256-${hash}" PARENT_SCOPE)
 endfunction()

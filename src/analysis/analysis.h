@@ -37,6 +37,8 @@ struct TimeDistribution {
   int64_t total;
 };
 
+inline constexpr size_t kHoursInWeek = 7 * 24;
+
 // What reading the logs came to.
 struct LogFigures {
   SuperLong bytes_read;              // in whole blocks
@@ -63,9 +65,12 @@ struct Analysis {
   CountedReport badreferrers;
   CountedReport domains;
   CountedReport domaintypes;
-  TimeDistribution<366> days;    // by day of the year, or
-  DayCounts dates;               // by date, in order once all are counted
-  TimeDistribution<7> weekdays;  // 0 = Sunday
+  TimeDistribution<366> days;  // by day of the year, or
+  DayCounts dates;             // by date, in order once all are counted
+  // While records stream through, the hours of the week alone rise; the two others are
+  // summed up from them in the end, those that the settings ask for.
+  TimeDistribution<kHoursInWeek> hours_of_week;  // from Sunday, 00:00
+  TimeDistribution<7> weekdays;                  // 0 = Sunday
   TimeDistribution<24> hours;
   int64_t hits;     // records counted
   SuperLong bytes;  // served by them

@@ -208,11 +208,8 @@ static void CountTime(const Rules& rules, const tm& local, Analysis& analysis) {
   } else if (rules.dates) {
     CountDay(analysis.dates, local);
   }
-  if (rules.weekdays) {
-    CountAt(analysis.weekdays, local.tm_wday);
-  }
-  if (rules.hours) {
-    CountAt(analysis.hours, local.tm_hour);
+  if (rules.hours_of_week) {
+    CountAt(analysis.hours_of_week, local.tm_wday * 24 + local.tm_hour);
   }
 }
 
@@ -309,6 +306,24 @@ static void CountLogFile(const Rules& rules, Analysis& analysis) {
   }
 }
 
+// Adds the hours of the week to what is shown of them by part: part_of tells which each belongs to.
+template <size_t N>
+static void SumUp(const Analysis& analysis, TimeDistribution<N>& parts, size_t (*part_of)(size_t hour)) {
+  for (size_t hour = 0; hour < kHoursInWeek; ++hour) {
+    parts.counts[part_of(hour)] += analysis.hours_of_week.counts[hour];
+  }
+  parts.total += analysis.hours_of_week.total;
+}
+
+static void SumUpHours(const Settings& settings, Analysis& analysis) {
+  if (settings.hitsperdayofweek != 0) {
+    SumUp(analysis, analysis.weekdays, [](size_t hour) { return hour / 24; });
+  }
+  if (settings.hitsperhour != 0) {
+    SumUp(analysis, analysis.hours, [](size_t hour) { return hour % 24; });
+  }
+}
+
 template <size_t N>
 static void WrapFigures(const Limits& limits, TimeDistribution<N>& distribution) {
   for (int64_t& count : distribution.counts) {
@@ -330,6 +345,7 @@ static void WrapFigures(Analysis& analysis) {
   }
   analysis.dates.total = Wrapped(limits, analysis.dates.total);
   WrapFigures(limits, analysis.days);
+  WrapFigures(limits, analysis.hours_of_week);
   WrapFigures(limits, analysis.weekdays);
   WrapFigures(limits, analysis.hours);
 }
@@ -352,6 +368,7 @@ void CountLogs(const Settings& settings, Analysis& analysis) {
   }
   SuperLog_NextLogFile_Done();
   CollectFigures(analysis);
+  SumUpHours(settings, analysis);
   WrapFigures(analysis);
 }
 

@@ -38,11 +38,16 @@ static DnsMode ResolveDnsMode(const Settings& settings) {
   return IpAddrsOnly(settings.filter_domains) ? DnsMode::kDomainReportsOnly : DnsMode::kAllHosts;
 }
 
+// Weekdays and hours are sums of them.
+static bool NeedsHoursOfWeek(const Settings& settings) {
+  return settings.hitsperdayofweek != 0 || settings.hitsperhour != 0 || settings.hoursofweek != 0;
+}
+
 // The file types decide only what these reports count.
 static bool NeedsTypeFilter(const Settings& settings) {
   return settings.requests.on != 0 || settings.referrers.on != 0 || settings.browsers.on != 0 ||
          settings.domains.on != 0 || settings.domaintypes.on != 0 || settings.dailytotals != 0 ||
-         settings.hitsperdayofweek != 0 || settings.hitsperhour != 0;
+         NeedsHoursOfWeek(settings);
 }
 
 // deliberate: an amount below 0 is a large one
@@ -76,7 +81,6 @@ Rules ResolveRules(const Settings& settings, const Counting& counting) {
       .domain_types = settings.domaintypes.on != 0,
       .days = settings.dailytotals != 0 && counting.days == DayCounting::kByDayOfYear,
       .dates = settings.dailytotals != 0 && counting.days == DayCounting::kByDate,
-      .weekdays = settings.hitsperdayofweek != 0,
-      .hours = settings.hitsperhour != 0,
+      .hours_of_week = NeedsHoursOfWeek(settings),
   };
 }

@@ -44,8 +44,7 @@ struct Rules {
   bool domain_types;
   bool days;
   bool dates;
-  bool weekdays;
-  bool hours;
+  bool hours_of_week;
 };
 
 // Never fails: any settings give rules. They hold views of texts of the settings,

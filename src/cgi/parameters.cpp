@@ -206,6 +206,9 @@ enum Accepted : unsigned {
 // say which it is, and docs/security.md why.
 enum Stranger { kIgnored, kTaken };
 enum AfterMatch { kStop, kGoOn };
+// Whether a name has been one from the beginning, or is unknown to a run whose settings say
+// that it takes no later ones.
+enum Age { kClassic, kLater };
 
 struct Keyword {
   const char* name;
@@ -213,6 +216,7 @@ struct Keyword {
   Accepted accepted;
   Stranger stranger;
   AfterMatch after = kStop;
+  Age age = kClassic;
 };
 
 // In order of comparison: the first row of the name that accepts the source
@@ -282,7 +286,8 @@ static const Keyword kKeywords[] = {
     {"dailytotals", Number<&Settings::dailytotals>, kFromAny, kTaken},
     {"hitsperdayofweek", Number<&Settings::hitsperdayofweek>, kFromAny, kTaken},
     {"hitsperhour", Number<&Settings::hitsperhour>, kFromAny, kTaken},
-    {"no_script", Number<&Settings::no_script>, kFromAny, kTaken},
+    {"no_script", Number<&Settings::no_script>, kFromAny, kTaken, kStop, kLater},
+    {"hoursofweek", Number<&Settings::hoursofweek>, kFromAny, kTaken, kStop, kLater},
     {"base", Copy<&Settings::base>, kFromAny, kIgnored},
     {"fixgmt", Levelled<SuperLog_SetFixGmt>, kFromAny, kIgnored},
     {"dateformat", Levelled<SuperLog_SetDateFormat>, kFromAny, kIgnored},
@@ -311,11 +316,15 @@ static bool Accepts(const Keyword& keyword, ParamSource source) {
   }
 }
 
+static bool IsKnown(const Keyword& keyword, const Settings& settings) {
+  return keyword.age == kClassic || settings.later_names;
+}
+
 // A name of several rows counts as its first.
-static void NoteIgnored(std::string_view name, IgnoredNames& ignored) {
+static void NoteIgnored(std::string_view name, Settings& settings) {
   for (size_t row = 0; row < std::size(kKeywords); ++row) {
-    if (EqualIgnoreCase(name, kKeywords[row].name)) {
-      ignored.set(row);
+    if (IsKnown(kKeywords[row], settings) && EqualIgnoreCase(name, kKeywords[row].name)) {
+      settings.ignored.set(row);
       return;
     }
   }
@@ -328,7 +337,7 @@ void CompareParam(const char* line, Settings& settings, ParamSource source, int 
   const std::string_view wanted = name;
   bool applied = false;
   for (const Keyword& keyword : kKeywords) {
-    if (Accepts(keyword, source) && EqualIgnoreCase(wanted, keyword.name)) {
+    if (IsKnown(keyword, settings) && Accepts(keyword, source) && EqualIgnoreCase(wanted, keyword.name)) {
       keyword.apply(settings, {value, source, level});
       applied = true;
       if (keyword.after == kStop) {
@@ -337,7 +346,7 @@ void CompareParam(const char* line, Settings& settings, ParamSource source, int 
     }
   }
   if (!applied && source == ParamSource::kStranger) {
-    NoteIgnored(wanted, settings.ignored);
+    NoteIgnored(wanted, settings);
   }
 }
 

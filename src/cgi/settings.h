@@ -100,6 +100,7 @@ struct Settings {
   int last_year;          // that sy and ey may name
   bool names_as_written;  // accounts are called as the configuration spells them
   bool whole_values;      // "=" is part of a parameter's value; otherwise it is dropped
+  bool later_names;       // parameters that came after the classic ones are known
   bool no_remote_debug;   // RemoteDebugEnabled counts for nothing
   IgnoredNames ignored;   // by row of the keyword table: what a stranger's form may not set, but named
   char logs[kPathSize];
@@ -108,6 +109,7 @@ struct Settings {
   int dailytotals;
   int hitsperdayofweek;
   int hitsperhour;
+  int hoursofweek;
   int no_script;  // a page has none
   RankedReport badurls;
   RankedReport browsers;

@@ -5,20 +5,16 @@
 #include <string_view>
 
 #include "output/escape.h"
+#include "output/links.h"
 
 // Characters of a text that a row shows.
 static constexpr size_t kShownCharacters = 90;
 
 // ---- Texts ---------------------------------------------------------------------------
 
-// A path leads nowhere else than to the site.
-static bool IsLinked(std::string_view text, std::string_view site) {
-  return site.empty() ? IsWebAddress(text) : IsWebAddress(site) && text.starts_with('/');
-}
-
 // A link is isolated by its style, other texts by their element.
 static bool BeginText(Sink& sink, const char* text, const char* site) {
-  const bool linked = site != nullptr && IsLinked(text, site);
+  const bool linked = IsLink(site, text);
   if (linked) {
     Put(sink, "<a rel=\"noopener noreferrer nofollow\" href=\"");
     PutAddress(sink, site, text);
@@ -96,10 +92,4 @@ void PutCounted(Sink& sink, int64_t count, Literal one, Literal many) {
   PutGrouped(sink, count);
   Put(sink, " ");
   Put(sink, count == 1 ? one : many);
-}
-
-void PutBar(Sink& sink, double part) {
-  Put(sink, "<svg aria-hidden=\"true\"><rect width=\"");
-  PutDecimal(sink, std::clamp(part, 0.0, 1.0) * 100, 1);
-  Put(sink, "%\" height=\"100%\"/></svg>");
 }

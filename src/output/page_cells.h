@@ -23,6 +23,3 @@ void PutGroupedSize(Sink& sink, uint64_t number);
 
 // "1 row", "12 rows": the noun of many, and that of one.
 void PutCounted(Sink& sink, int64_t count, Literal one, Literal many);
-
-// The bar of a part of the largest figure: 0 to 1.
-void PutBar(Sink& sink, double part);

@@ -4,6 +4,7 @@
 #include <iterator>
 #include <limits>
 
+#include "output/charts.h"
 #include "output/escape.h"
 #include "output/page_cells.h"
 #include "output/page_tables.h"
@@ -249,6 +250,11 @@ static void PutTimeRows(Table& table, SectionRows& rows, const Shown& shown) {
   }
 }
 
+// By the kind of rows.
+static constexpr void (*kDrawings[])(Sink& sink, const Analysis& analysis) = {
+    nullptr, nullptr, DrawDays, DrawWeekdays, DrawHours, DrawHoursOfWeek,
+};
+
 static void PutTimes(Sink& sink, const Settings& settings, const Section& section, Analysis& analysis) {
   const Shown shown = CountTimes(settings, section, analysis);
   const SectionWords& words = WordsOf(section);
@@ -266,6 +272,7 @@ static void PutTimes(Sink& sink, const Settings& settings, const Section& sectio
               .lead = days ? Lead::kWeekday : Lead::kNone,
               .shares = rows.total > 0,
               .rows = shown.rows};
+  kDrawings[static_cast<size_t>(section.rows)](sink, analysis);
   BeginTable(table, words.title.text().data());
   PutTimeRows(table, rows, shown);
   EndTable(table);
@@ -275,15 +282,15 @@ static void PutTimes(Sink& sink, const Settings& settings, const Section& sectio
 
 // A reader wants to know first when the requests came.
 static constexpr SectionId kPageOrder[] = {
-    SectionId::kDays,     SectionId::kWeekdays,     SectionId::kHours,       SectionId::kUrls,
-    SectionId::kBadUrls,  SectionId::kBadReferrers, SectionId::kReferrers,   SectionId::kPhrases,
-    SectionId::kBrowsers, SectionId::kDomains,      SectionId::kDomainTypes,
+    SectionId::kDays,    SectionId::kWeekdays, SectionId::kHours,        SectionId::kHoursOfWeek,
+    SectionId::kUrls,    SectionId::kBadUrls,  SectionId::kBadReferrers, SectionId::kReferrers,
+    SectionId::kPhrases, SectionId::kBrowsers, SectionId::kDomains,      SectionId::kDomainTypes,
 };
 static_assert(std::size(kPageOrder) == kSectionCount);
 
 // By the kind of a section's rows.
 static constexpr void (*kPutRows[])(Sink&, const Settings&, const Section&, Analysis&) = {
-    PutRanked, PutPhrases, PutTimes, PutTimes, PutTimes,
+    PutRanked, PutPhrases, PutTimes, PutTimes, PutTimes, PutTimes,
 };
 
 static void PutSection(Sink& sink, const Settings& settings, const Section& section, Analysis& analysis) {

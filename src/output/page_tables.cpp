@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <string_view>
 
+#include "output/charts.h"
 #include "output/escape.h"
 #include "output/moments.h"
 #include "output/page_cells.h"
@@ -10,7 +11,6 @@
 
 static constexpr int64_t kOpenRows = 10;
 static constexpr int64_t kFewRows = 14;      // not worth a fold
-static constexpr int64_t kFewMoments = 31;   // of a chronological table
 static constexpr int64_t kBlockRows = 1000;  // that one fold holds
 static constexpr int kOpenReferrers = 3;
 static constexpr int kMostReferrers = 50;
@@ -19,7 +19,7 @@ static constexpr int kMostReferrers = 50;
 
 static int64_t OpenRows(const Table& table) {
   if (table.lead != Lead::kRank) {
-    return table.rows <= kFewMoments ? table.rows : 0;
+    return 0;
   }
   return table.rows <= kFewRows ? table.rows : kOpenRows;
 }
@@ -32,9 +32,7 @@ static void PutSummary(const Table& table) {
   Sink& sink = table.sink;
   Put(sink, "<details class=\"fold\"><summary>");
   if (table.next == 0 && table.end == table.rows) {
-    Put(sink, "All ");
-    PutGrouped(sink, table.rows);
-    Put(sink, " rows");
+    Put(sink, "The figures as a table");
   } else {
     Put(sink, "Rows ");
     PutGrouped(sink, table.next + 1);
@@ -172,7 +170,7 @@ static void PutItem(Sink& sink, SectionRow& row, bool plain) {
 
 static void PutPart(const Table& table, const SectionRow& row) {
   if (!IsPlain(table)) {
-    PutBar(table.sink, row.bar);
+    DrawShare(table.sink, row.bar);
   }
   if (table.shares) {
     PutShare(table.sink, row.share);

@@ -7,8 +7,8 @@
 #include "output/sink.h"
 #include "sections/section_rows.h"
 
-// What stands before the item. A table without ranks is chronological: no row is more
-// than another, and many rows are all folded.
+// What stands before the item. A table without ranks is chronological and stands
+// beside a drawing: no row is more than another, and all are folded.
 enum class Lead { kRank, kWeekday, kNone };
 
 struct Columns {

@@ -25,6 +25,8 @@ static constexpr SectionWords kSectionWords[] = {
      "How requests are spread over the week."},
     {SectionId::kHours, "Requests by hour", "Hour", "hours", "hour", "requests",
      "How requests are spread over the day."},
+    {SectionId::kHoursOfWeek, "Requests by weekday and hour", "Hour", "hours", "hour", "requests",
+     "How requests are spread over the hours of the week."},
 };
 
 static_assert(StandInPlace(kSectionWords));

@@ -198,7 +198,7 @@ void DisplayHeader(const Settings& settings, const Analysis& analysis) {
 static int CountSectionsOn(const Settings& settings) {
   int on = 0;
   for (const Section& section : kSections) {
-    on += IsOn(section, settings) ? 1 : 0;
+    on += IsShown(section, settings) ? 1 : 0;
   }
   return on;
 }
@@ -218,7 +218,7 @@ void OutputJumpBar(const Settings& settings) {
   }
   printf("<center>\n<font face=\"Arial,Helv\" size=\"-1\"><b>");
   for (const Section& section : kSections) {
-    if (IsOn(section, settings)) {
+    if (IsShown(section, settings)) {
       PrintJumpLink(section, --left == 0);
     }
   }

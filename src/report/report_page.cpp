@@ -9,6 +9,7 @@
 #include "report/page_frame.h"
 #include "report/ranked_tables.h"
 #include "report/search_report.h"
+#include "report/section_look.h"
 #include "report/time_tables.h"
 #include "report/told_rows.h"
 #include "sections/section_list.h"
@@ -19,7 +20,7 @@ static void Print(const Settings& settings, const Section& section, Analysis& an
   kPrint(settings, section, analysis);
 }
 
-// By the kind of a section's rows.
+// By the kind of a section's rows, of the sections that the page has.
 static constexpr void (*kPrinters[])(const Settings&, const Section&, Analysis&) = {
     Print<PrintRankedSection>,    Print<Search_Report>,    Print<PrintDailyTotals>,
     Print<PrintHitsPerDayOfWeek>, Print<PrintHitsPerHour>,
@@ -28,7 +29,7 @@ static constexpr void (*kPrinters[])(const Settings&, const Section&, Analysis&)
 static void PrintSections(const Settings& settings, Analysis& analysis) {
   OutputJumpBar(settings);
   for (const Section& section : kSections) {
-    if (!IsOn(section, settings)) {
+    if (!IsShown(section, settings)) {
       continue;
     }
     kPrinters[static_cast<size_t>(section.rows)](settings, section, analysis);

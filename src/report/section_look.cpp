@@ -1,6 +1,8 @@
 #include "report/section_look.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <iterator>
 
 // deliberate: the nouns of the bad sections begin with a space
 static constexpr SectionLook kLooks[] = {
@@ -37,10 +39,13 @@ static constexpr SectionLook kLooks[] = {
      "This report shows how hits to your site are distributed throughout the day."},
 };
 
-static_assert(StandInPlace(kLooks));
+bool IsShown(const Section& section, const Settings& settings) {
+  return section.classic && IsOn(section, settings);
+}
 
 const SectionLook& LookOf(const Section& section) {
-  return kLooks[static_cast<size_t>(section.id)];
+  return *std::find_if(std::begin(kLooks), std::prev(std::end(kLooks)),
+                       [&section](const SectionLook& look) { return look.id == section.id; });
 }
 
 static void OpenCell(int columns) {

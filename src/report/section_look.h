@@ -15,6 +15,10 @@ struct SectionLook {
   const char* explanation;
 };
 
+// Whether the classic page shows the section: one that it has, and that is switched on.
+bool IsShown(const Section& section, const Settings& settings);
+
+// Of a section that the classic page has.
 const SectionLook& LookOf(const Section& section);
 
 // Prints anchor, title and the beginning of the explanation's cell, whose rows

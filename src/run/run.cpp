@@ -62,6 +62,7 @@ static bool TakeParameters(Task& task) {
   task.settings.last_year = task.edition->last_year;
   task.settings.names_as_written = task.edition->names_as_written;
   task.settings.whole_values = task.edition->whole_values;
+  task.settings.later_names = task.edition->later_names;
   task.settings.no_remote_debug = task.edition->page->info[kPageRemoteDebug] == nullptr;
   const bool taken = ReadParameters(arguments ? task.input.argc : 0, task.input.argv, task.input.form,
                                     task.env, task.edition->form, task.settings);

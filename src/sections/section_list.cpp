@@ -17,6 +17,12 @@ static constexpr Section Timed(SectionId id, const char* parameter, RowKind rows
   return {id, parameter, rows, nullptr, on, {}, times};
 }
 
+// A section that came after the classic page.
+static constexpr Section Later(Section section) {
+  section.classic = false;
+  return section;
+}
+
 // deliberate: what was not found is measured against all that was asked for, and
 // domains do not link
 constexpr Section kSections[kSectionCount] = {
@@ -42,6 +48,8 @@ constexpr Section kSections[kSectionCount] = {
     Timed(SectionId::kWeekdays, "hitsperdayofweek", RowKind::kWeekdays, &Settings::hitsperdayofweek,
           OpenWeekdays),
     Timed(SectionId::kHours, "hitsperhour", RowKind::kHours, &Settings::hitsperhour, OpenHours),
+    Later(Timed(SectionId::kHoursOfWeek, "hoursofweek", RowKind::kHoursOfWeek, &Settings::hoursofweek,
+                OpenHoursOfWeek)),
 };
 
 static_assert(StandInPlace(kSections));

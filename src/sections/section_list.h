@@ -23,12 +23,13 @@ enum class SectionId {
   kDays,
   kWeekdays,
   kHours,
+  kHoursOfWeek,
 };
-inline constexpr size_t kSectionCount = 11;
+inline constexpr size_t kSectionCount = 12;
 
 // Where the rows of a section come from: ranked_rows.h, phrase_rows.h, or one of
-// the three kinds of time_rows.h.
-enum class RowKind { kRanked, kPhrases, kDays, kWeekdays, kHours };
+// the kinds of time_rows.h.
+enum class RowKind { kRanked, kPhrases, kDays, kWeekdays, kHours, kHoursOfWeek };
 
 // What the items of a ranked section link to.
 enum class ItemLink {
@@ -63,6 +64,7 @@ struct Section {
   int Settings::*on;                   // the switch then
   RankedItems items;                   // of ranked sections
   TimeRows (*times)(const Analysis&);  // opens the rows of the others but the phrases
+  bool classic = true;                 // whether the classic page has it
 };
 
 extern const Section kSections[kSectionCount];

@@ -30,7 +30,7 @@ static void OpenTimes(SectionRows& rows, const Settings&, Analysis& analysis) {
 // ---- Rows ----------------------------------------------------------------------------
 
 static SectionRow Row(const char* item, int64_t count, double share) {
-  return {item, count, share, 0.0, nullptr, nullptr, nullptr, {}, {}, -1};
+  return {item, count, share, 0.0, nullptr, nullptr, nullptr, {}, {}, -1, -1};
 }
 
 // The largest count comes first.
@@ -67,7 +67,9 @@ static bool NextPhraseRow(SectionRows& rows, SectionRow& row) {
 }
 
 static void NameTime(SectionRows& rows, const TimeRow& time) {
-  if (time.hour >= 0) {
+  if (time.hour >= 0 && time.weekday >= 0) {
+    snprintf(rows.item, sizeof rows.item, "%s %02d", kWeekdays[time.weekday], time.hour);
+  } else if (time.hour >= 0) {
     snprintf(rows.item, sizeof rows.item, "%02d", time.hour);
   } else if (time.date.month != 0) {
     snprintf(rows.item, sizeof rows.item, "%04d-%02d-%02d", time.date.year, time.date.month, time.date.day);
@@ -86,6 +88,7 @@ static bool NextTimeRow(SectionRows& rows, SectionRow& row) {
   row.bar = std::clamp(time.bar, 0.0, 1.0);
   row.date = time.date;
   row.weekday = time.weekday;
+  row.hour = time.hour;
   return true;
 }
 
@@ -96,7 +99,7 @@ static constexpr struct {
   bool (*next)(SectionRows& rows, SectionRow& row);
 } kRowKinds[] = {
     {OpenRankedRows, NextRankedRow}, {OpenPhrases, NextPhraseRow}, {OpenTimes, NextTimeRow},
-    {OpenTimes, NextTimeRow},        {OpenTimes, NextTimeRow},
+    {OpenTimes, NextTimeRow},        {OpenTimes, NextTimeRow},     {OpenTimes, NextTimeRow},
 };
 
 void OpenSection(SectionRows& rows, const Settings& settings, const Section& section, Analysis& analysis) {

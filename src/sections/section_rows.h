@@ -12,7 +12,8 @@
 #include "sections/time_rows.h"
 
 struct SectionRow {
-  const char* item;  // a day as "2026-11-22", a weekday as "Sunday", an hour as "00"
+  const char*
+      item;  // a day as "2026-11-22", a weekday as "Sunday", an hour as "00", one of the week as "Sunday 00"
   int64_t count;
   double share;          // of the section's total
   double bar;            // the count as a part of the largest one, at most 1
@@ -21,7 +22,8 @@ struct SectionRow {
   const char* engine;    // of phrases; else null
   ItemCursor referrers;  // of ranked rows that have some
   CalendarDate date;     // of days
-  int weekday;           // of days and weekdays, 0 = Sunday; else -1
+  int weekday;           // of days, weekdays and hours of the week, 0 = Sunday; else -1
+  int hour;              // of hours and hours of the week; else -1
 };
 
 // The way through the rows, and what was known before the first.

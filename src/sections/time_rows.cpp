@@ -103,6 +103,12 @@ static void FillHour(const TimeRows& rows, TimeRow& row) {
   row.count = rows.analysis->hours.counts[rows.next];
 }
 
+static void FillHourOfWeek(const TimeRows& rows, TimeRow& row) {
+  row.weekday = static_cast<int>(rows.next / 24);
+  row.hour = static_cast<int>(rows.next % 24);
+  row.count = rows.analysis->hours_of_week.counts[rows.next];
+}
+
 template <size_t N>
 static TimeRows OpenAll(const Analysis& analysis, const TimeDistribution<N>& distribution,
                         void (*fill)(const TimeRows& rows, TimeRow& row)) {
@@ -115,6 +121,10 @@ TimeRows OpenWeekdays(const Analysis& analysis) {
 
 TimeRows OpenHours(const Analysis& analysis) {
   return OpenAll(analysis, analysis.hours, FillHour);
+}
+
+TimeRows OpenHoursOfWeek(const Analysis& analysis) {
+  return OpenAll(analysis, analysis.hours_of_week, FillHourOfWeek);
 }
 
 bool NextTime(TimeRows& rows, TimeRow& row) {

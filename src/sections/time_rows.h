@@ -1,4 +1,5 @@
-// The rows of the time distributions: days of the range, weekdays, hours.
+// The rows of the time distributions: days of the range, weekdays, hours, and hours of
+// the week.
 #pragma once
 
 #include <cstdint>
@@ -8,8 +9,8 @@
 
 struct TimeRow {
   CalendarDate date{};  // of day rows, by the local calendar
-  int weekday = -1;     // of day and weekday rows, 0 = Sunday; -1 in others
-  int hour = -1;        // of hour rows, 0 to 23; -1 in others
+  int weekday = -1;     // of all but hour rows, 0 = Sunday; -1 in these
+  int hour = -1;        // of hour rows and those of hours of the week, 0 to 23; -1 in others
   int64_t count = 0;
   double share = 0.0;  // of the total, never below 0
   double bar = 0.0;    // the count as a part of the largest one
@@ -37,10 +38,11 @@ struct TimeRows {
 // over a clock change a date may repeat, while weekdays follow each other whatever
 // the dates do; where by date, rows are the dates themselves. Days lie in the years 0
 // to 9999; a range beyond them is cut. Weekdays go from Sunday to Saturday, hours
-// from 0 to 23.
+// from 0 to 23, and hours of the week from that of Sunday to the last one of Saturday.
 TimeRows OpenDays(const Analysis& analysis);
 TimeRows OpenWeekdays(const Analysis& analysis);
 TimeRows OpenHours(const Analysis& analysis);
+TimeRows OpenHoursOfWeek(const Analysis& analysis);
 
 // False behind the last row, which is then unchanged.
 bool NextTime(TimeRows& rows, TimeRow& row);

@@ -633,6 +633,30 @@ TEST_F(CountLogsTest, TimesFillTheirArrays) {
   EXPECT_EQ(analysis_.hours.total, 2);
 }
 
+// Sunday, the first and the last hour of the week, and an hour between them twice.
+TEST_F(CountLogsTest, HoursOfTheWeekAreTheSumOfAll) {
+  settings_.hoursofweek = 1;
+  CopyText(settings_.end_date, "03112000");
+  AddLog("a.log", {{.time = "05/Mar/2000:00:00:00"},
+                   {.time = "07/Mar/2000:13:59:59"},
+                   {.time = "07/Mar/2000:13:00:00"},
+                   {.time = "11/Mar/2000:23:59:59"}});
+  Run();
+  EXPECT_EQ(analysis_.hours_of_week.total, 4);
+  EXPECT_EQ(analysis_.hours_of_week.counts[0], 1);
+  EXPECT_EQ(analysis_.hours_of_week.counts[2 * 24 + 13], 2);
+  EXPECT_EQ(analysis_.hours_of_week.counts[167], 1);
+  EXPECT_EQ(analysis_.weekdays.total + analysis_.hours.total, 0) << "nobody asked for them";
+}
+
+TEST_F(CountLogsTest, HoursOfTheWeekAloneObeyTheFileTypes) {
+  settings_.hoursofweek = 1;
+  CopyText(settings_.filter_filetypes, "gif");
+  AddLog("a.log", {{.url = "/a.gif"}, {.url = "/a.html"}});
+  Run();
+  EXPECT_EQ(analysis_.hours_of_week.total, 1);
+}
+
 TEST_F(CountLogsTest, DayOfYearReaches365) {
   settings_.dailytotals = 1;
   CopyText(settings_.end_date, "12312000");
@@ -651,6 +675,7 @@ TEST_F(CountLogsTest, ReportsThatAreOffCountNothing) {
             "");
   EXPECT_EQ(analysis_.search.hits, 0);
   EXPECT_EQ(analysis_.days.total + analysis_.weekdays.total + analysis_.hours.total, 0);
+  EXPECT_EQ(analysis_.hours_of_week.total, 0);
 }
 
 // ---- Referrers and search phrases ---------------------------------------------------

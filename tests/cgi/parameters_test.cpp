@@ -385,6 +385,20 @@ TEST_F(CompareParamTest, YearsGoToTheLastOneOfTheRun) {
   EXPECT_EQ(settings.ey, 9999);
 }
 
+TEST_F(CompareParamTest, LaterNamesAreUnknownUnlessTheRunTakesThem) {
+  for (const ParamSource source :
+       {ParamSource::kForm, ParamSource::kStranger, ParamSource::kShell, ParamSource::kAccount}) {
+    settings.later_names = false;
+    CompareParam("HoursOfWeek=1", settings, source, kLevelForm);
+    EXPECT_EQ(settings.hoursofweek, 0);
+    EXPECT_TRUE(settings.ignored.none());
+    settings.later_names = true;
+    CompareParam("HoursOfWeek=1", settings, source, kLevelForm);
+    EXPECT_EQ(settings.hoursofweek, 1);
+    settings.hoursofweek = 0;
+  }
+}
+
 TEST_F(CompareParamTest, DayAndMonthTexts) {
   FromForm("sm=1");
   FromForm("sd=02");

@@ -26,12 +26,23 @@ SectionLook Example() {
 
 }  // namespace
 
-TEST(LookOf, EverySectionHasItsOwn) {
+TEST(LookOf, EverySectionOfTheClassicPageHasItsOwn) {
   std::set<std::string> anchors;
   for (const Section& section : kSections) {
+    if (!section.classic) {
+      continue;
+    }
     EXPECT_EQ(LookOf(section).id, section.id);
     EXPECT_TRUE(anchors.insert(LookOf(section).anchor).second) << LookOf(section).anchor;
   }
+}
+
+TEST(IsShown, LaterSectionsAreNoneOfTheClassicPage) {
+  Settings settings{};
+  EXPECT_FALSE(IsShown(SectionOf(SectionId::kHours), settings));
+  settings.hitsperhour = settings.hoursofweek = 1;
+  EXPECT_TRUE(IsShown(SectionOf(SectionId::kHours), settings));
+  EXPECT_FALSE(IsShown(SectionOf(SectionId::kHoursOfWeek), settings));
 }
 
 TEST(BeginSectionHead, RowsSpanTheColumns) {

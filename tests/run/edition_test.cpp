@@ -27,6 +27,7 @@ TEST(FindEdition, RulesOfTheRows) {
   EXPECT_FALSE(classic.counting.limits.wide_figures);
   EXPECT_EQ(classic.counting.days, DayCounting::kByDayOfYear);
   EXPECT_EQ(classic.last_year, 2038);
+  EXPECT_FALSE(classic.later_names);
   EXPECT_TRUE(classic.server_arguments);
   EXPECT_EQ(classic.form, ParamSource::kForm);
   EXPECT_EQ(classic.page, &kClassicPage);
@@ -38,6 +39,7 @@ TEST(FindEdition, RulesOfTheRows) {
   EXPECT_TRUE(modern.counting.limits.wide_figures);
   EXPECT_EQ(modern.counting.days, DayCounting::kByDate);
   EXPECT_EQ(modern.last_year, 9999);
+  EXPECT_TRUE(modern.later_names);
   EXPECT_FALSE(modern.server_arguments);
   EXPECT_EQ(modern.form, ParamSource::kStranger);
   EXPECT_EQ(modern.page, &kModernPage);

@@ -219,6 +219,21 @@ TEST_F(TimeRowsTest, HoursGoFrom0To23) {
   EXPECT_EQ(all[0].bar, 0.0);
 }
 
+TEST_F(TimeRowsTest, HoursOfTheWeekGoDayByDay) {
+  analysis_.hours_of_week.counts[0] = 1;
+  analysis_.hours_of_week.counts[2 * 24 + 13] = 4;
+  analysis_.hours_of_week.total = 5;
+  const std::vector<TimeRow> all = All(OpenHoursOfWeek(analysis_));
+  ASSERT_EQ(all.size(), 168U);
+  for (int row = 0; row < 168; ++row) {
+    EXPECT_EQ(all[row].weekday * 24 + all[row].hour, row);
+    EXPECT_LT(all[row].hour, 24);
+    EXPECT_EQ(all[row].count, row == 0 ? 1 : row == 61 ? 4 : 0);
+  }
+  EXPECT_DOUBLE_EQ(all[0].share, 0.2);
+  EXPECT_DOUBLE_EQ(all[0].bar, 0.25);
+}
+
 TEST_F(TimeRowsTest, WithoutHitsTheLargestIsZero) {
   EXPECT_EQ(OpenDays(analysis_).largest, 0);
   EXPECT_EQ(OpenWeekdays(analysis_).largest, 0);
