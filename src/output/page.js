@@ -149,7 +149,13 @@ function addTools(list, name) {
     said.textContent = copy(csvOf(list)) ? `${list.shown.length.toLocaleString('en')} rows copied` : 'This browser does not copy';
   });
   tools.append(said, ...(list.size > 10 ? [filter] : []), button);
-  list.group.prepend(tools);
+  // Of a table that is folded as a whole, they are folded with it.
+  const first = list.group.firstElementChild;
+  if (first.className === 'fold') {
+    first.firstElementChild.after(tools);
+  } else {
+    first.before(tools);
+  }
   addSorting(list, again);
 }
 
