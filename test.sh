@@ -10,12 +10,12 @@ set -eu
 cd "$(dirname "$0")"
 . ./cmake/packages.sh
 
-need_packages g++ cmake ninja-build python3 libgtest-dev libgmock-dev libcrypt-dev cmark-gfm
+need_packages g++ cmake ninja-build python3 python3-jsonschema libgtest-dev libgmock-dev libcrypt-dev cmark-gfm
 # Tools and data that tests use where they are: a name server, time zones, a second shell, packers, patch.
 need_packages dnsmasq-base iproute2 tzdata busybox bzip2 xz-utils zstd patch
 if [ "${ORVELLIS_SYSTEM_TESTS:-}" = 1 ]; then
   # Real web servers, a real browser and a real package; else those tests are skipped.
-  need_packages curl apache2 nginx-light fcgiwrap lighttpd chromium lintian mandoc
+  need_packages curl apache2 nginx-light fcgiwrap lighttpd chromium lintian mandoc fail2ban
   command -v npm >/dev/null || need_packages npm
   mkdir -p build/browser
   cp tests/browser/package.json tests/browser/package-lock.json build/browser/

@@ -11,6 +11,7 @@ set(share_dir ${CMAKE_INSTALL_DATADIR}/orvellis)
 # configuration: hence a folder that holds nothing but these two. The gate that
 # they start stands in a folder of its own, too.
 install(TARGETS orvellis RUNTIME DESTINATION ${cgi_dir})
+install(TARGETS orvellis-passwd RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 
 install(DIRECTORY site/ DESTINATION ${share_dir}/site
         PATTERN pictures EXCLUDE PATTERN networks.txt EXCLUDE)
@@ -19,7 +20,7 @@ install(FILES site/networks.txt DESTINATION ${share_dir})
 install(FILES conf/passwords DESTINATION ${share_dir}/conf)
 install(FILES README.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs PATTERN pictures EXCLUDE)
-install(FILES man/orvellis.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES man/orvellis.1 man/orvellis-passwd.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES man/orvellis.conf.5 DESTINATION ${CMAKE_INSTALL_MANDIR}/man5)
 
 install(CODE "

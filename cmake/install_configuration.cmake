@@ -20,9 +20,19 @@ full_path(GATE_DIR "${gate_dir}" FALSE)
 full_path(SHARE_DIR "${share_dir}" FALSE)
 full_path(SYSCONF_DIR "${sysconf_dir}" TRUE)
 full_path(LOG_DIR "${state_dir}/log" TRUE)
+full_path(STATE_DIR "${state_dir}/lib" TRUE)
 set(SITE_DIR "${SHARE_DIR}/site")
 
-include("${CMAKE_CURRENT_LIST_DIR}/policies.cmake")
+# What the program tells browsers of its reports stands in its source, in several literals.
+file(READ "${CMAKE_CURRENT_LIST_DIR}/../src/report/report_policy.h" source)
+string(REGEX MATCHALL "\"[^\"]+\"" REPORT_POLICY "${source}")
+string(REPLACE "\";\"" "" REPORT_POLICY "${REPORT_POLICY}")
+string(REPLACE "\"" "" REPORT_POLICY "${REPORT_POLICY}")
+if(NOT REPORT_POLICY MATCHES "^sandbox .*'none'$")
+  message(FATAL_ERROR "The policy of reports was not found.")
+endif()
+set(SITE_POLICY
+    "default-src 'none'; img-src 'self'; style-src 'self'; script-src 'self'; form-action 'self'; base-uri 'none'; frame-ancestors 'none'")
 
 # A folder of this run's own: two installations may go on at once.
 string(RANDOM LENGTH 12 run)
@@ -33,6 +43,9 @@ endforeach()
 file(INSTALL "${made_dir}/apache.conf" "${made_dir}/nginx.conf" "${made_dir}/nginx-common.conf"
              "${made_dir}/nginx-http.conf" "${made_dir}/lighttpd.conf" "${made_dir}/fcgiwrap-sandbox.conf" "${made_dir}/orvellis.conf"
      DESTINATION "${SHARE_DIR}/conf")
+
+configure_file("${conf_source}/fail2ban/jail.conf.in" "${made_dir}/jail.conf" @ONLY)
+file(INSTALL "${conf_source}/fail2ban/filter.conf" "${made_dir}/jail.conf" DESTINATION "${SHARE_DIR}/conf/fail2ban")
 
 configure_file("${conf_source}/gate.in" "${made_dir}/gate" @ONLY)
 file(INSTALL "${made_dir}/gate" DESTINATION "${GATE_DIR}" RENAME orvellis

@@ -16,6 +16,7 @@ set(pages
   "nightly-reports docs/nightly-reports.html"
   "security       docs/security.html"
   "editions       docs/editions.html"
+  "outputs        docs/outputs.html"
   "reliability    docs/reliability.html"
   "errors         support/errors/index.html")
 

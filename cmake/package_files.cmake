@@ -20,5 +20,6 @@ configure_file("${root}/usr/share/orvellis/conf/nginx-common.conf" "${root}/etc/
 compress("${doc}/changelog")
 compress("${root}/usr/share/man/man1/orvellis.1")
 compress("${root}/usr/share/man/man1/orvellis-report.1")
+compress("${root}/usr/share/man/man1/orvellis-passwd.1")
 compress("${root}/usr/share/man/man5/orvellis.conf.5")
 execute_process(COMMAND chmod -R go-w "${root}" COMMAND_ERROR_IS_FATAL ANY)

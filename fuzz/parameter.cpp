@@ -1,5 +1,6 @@
 // Report parameters, one a line: those of a form, then, behind an empty line,
-// those of an account; and the settings completed from them.
+// those of an account, and behind another one those of a stranger's form; and the
+// settings completed from them.
 #include "cgi/check_params.h"
 #include "cgi/parameters.h"
 #include "dates/years.h"
@@ -29,6 +30,9 @@ static void CheckLine(const char* line) {
   RequireText(value);
   REQUIRE(strchr(name, '=') == nullptr && strchr(value, '=') == nullptr);
   CheckValues(value);
+  ParseFieldValue(line, name, value, true);
+  const char* const equals = strchr(line, '=');
+  REQUIRE(value == std::string(equals == nullptr ? "" : equals + 1).substr(0, kTextMax));
 }
 
 static void Apply(std::string_view& lines, Settings& settings, ParamSource source, int level) {
@@ -51,6 +55,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   initialize(settings, env);
   Apply(input, settings, ParamSource::kForm, kLevelForm);
   Apply(input, settings, ParamSource::kAccount, kLevelAccount);
+  const std::string config = settings.config;
+  Apply(input, settings, ParamSource::kStranger, kLevelForm);
+  REQUIRE(settings.config == config);
   const int error = CompleteSettings(settings);
   REQUIRE(error == 0 || (error >= 4 && error <= 8));
   RequireTexts(settings);

@@ -81,6 +81,9 @@ inline void RequireTexts(const Settings& s) {
   RequireText(s.summary), RequireText(s.referrer_log), RequireText(s.agent_log), RequireText(s.Networks);
   RequireText(s.agents_file), RequireText(s.username), RequireText(s.password_form), RequireText(s.ErrorLog);
   RequireText(s.password_account), RequireText(s.InternalIp), RequireText(s.UserPasswords);
+  RequireText(s.typed_password), RequireText(s.stored_password), RequireText(s.signon);
+  RequireText(s.internal_networks), RequireText(s.TrustedProxies), RequireText(s.LoginLimits);
+  RequireText(s.output), RequireText(s.section);
   RequireText(s.authrealm), RequireText(s.authuser), RequireText(s.base), RequireText(s.working_line);
 }
 

@@ -5,6 +5,7 @@
 // Files that the configuration names are put in place of by files of the input, and
 // no form can name another configuration.
 #include <csetjmp>
+#include <ctime>
 
 #include "analysis/dns_cache_internal.h"
 #include "cgi/check_params.h"
@@ -34,6 +35,16 @@ extern "C" [[noreturn]] void __wrap_exit(int status) {
     longjmp(mEndOfRun, 1);
   }
   __real_exit(status);
+}
+
+// In place of the system's, which take their time: a refusal waits, and so does a hash.
+extern "C" int __wrap_clock_nanosleep(clockid_t, int, const timespec*, timespec*) {
+  return 0;
+}
+extern "C" char* __wrap_crypt(const char* typed, const char* salt) {
+  static char hashed[2 * kTextSize];
+  snprintf(hashed, sizeof hashed, "%.2s%s", salt, typed);
+  return salt[0] == '*' ? nullptr : hashed;
 }
 
 static hostent* ResolveEven(const void* address, socklen_t, int) {
@@ -69,6 +80,7 @@ static void ReplacePaths(Settings& settings) {
   Replace(settings.ErrorLog, "/dev/null");
   Replace(settings.UserPasswords, mpInputs->passwords);
   Replace(settings.Networks, mpInputs->names);
+  CopyText(settings.LoginLimits, "");  // the second run would find what the first one wrote
 }
 
 // Pages of millions of days are right, but take all of a fuzzer's time.
@@ -142,9 +154,16 @@ static std::string PageOf(const Inputs& inputs) {
   return status == 0 ? page : page + std::to_string(status);
 }
 
+// Another output than a page ends with a line, or has been asked for without any section.
+static bool IsHtml(std::string_view page) {
+  return page.starts_with("Content-type:") ||
+         page.find("\nContent-Type: text/html\n") != std::string_view::npos ||
+         page.starts_with("Content-Type: text/html\n");
+}
+
 static bool IsWhole(std::string_view page) {
   // Without an edition of the name that the configuration holds there is no page.
-  return mPage == kPageRemoteDebug || page == "3" || page.ends_with("</html>\n");
+  return mPage == kPageRemoteDebug || page == "3" || page.ends_with("</html>\n") || !IsHtml(page);
 }
 
 static std::string_view TakeSection(std::string_view& input) {

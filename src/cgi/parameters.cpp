@@ -240,6 +240,7 @@ static const Keyword kKeywords[] = {
     {"title", Copy<&Settings::title>, kFromAny, kTaken},
     {"output", Copy<&Settings::output>, kFromAny, kTaken},
     {"section", Copy<&Settings::section>, kFromAny, kTaken},
+    {"totals", Number<&Settings::totals>, kFromShell, kIgnored},
     {"csv_formulas", Number<&Settings::csv_formulas>, kFromAny, kIgnored},
     {"url", Url, kFromAny, kIgnored},
     {"sm", Copy<&Settings::sm>, kFromAny, kTaken},
@@ -345,7 +346,7 @@ void CompareParam(const char* line, Settings& settings, ParamSource source, int 
       }
     }
   }
-  if (!applied && source == ParamSource::kStranger) {
+  if (!applied && source == ParamSource::kStranger && value[0] != '\0') {
     NoteIgnored(wanted, settings);
   }
 }

@@ -85,6 +85,7 @@ struct Settings {
   char output[kTextSize];   // name of the form that the report takes; empty: the default one
   char section[kTextSize];  // the only one that is wanted, where an output can do so; empty: all
   int csv_formulas;         // CSV: cells may be formulas
+  int totals;               // told on standard error
   char url[kTextSize];
   char filter_domains[kTextSize];
   char filter_filetypes[kTextSize];

@@ -268,3 +268,21 @@ Error ParseConfigFile(ConfigFile& file, Settings& settings, bool& account_found)
   account_found = reading.account_found;
   return kNoError;
 }
+
+bool NextAccount(ConfigFile& file, Settings& settings) {
+  Reading reading{.settings = settings};
+  std::string_view key;
+  while (NextLine(file.text, reading.line, kConfigLines) > 0) {
+    const char* const value = ValueOf(reading.line, key);
+    if (value == nullptr || !EqualIgnoreCase(key, "user")) {
+      continue;
+    }
+    const std::string_view name = std::string_view(value).substr(0, strcspn(value, ";"));
+    CopyText(settings.username, name);
+    if (TakeWrittenName(reading, value)) {
+      ParseUserData(reading.line, settings);
+      return true;
+    }
+  }
+  return false;
+}

@@ -44,3 +44,7 @@ bool FindEditionKey(ConfigFile& file, char (&edition)[kTextSize]);
 // kErrorConfigFile when the file cannot be opened, which does not matter to the about
 // and credits pages.
 Error ParseConfigFile(ConfigFile& file, Settings& settings, bool& account_found);
+
+// Reads on in the opened file to the next line of an account, calls settings.username so and
+// applies the line's items to the settings. False at the end of the file.
+bool NextAccount(ConfigFile& file, Settings& settings);

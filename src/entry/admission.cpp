@@ -72,9 +72,12 @@ static void LogBadNetworks(const Entry& entry, const char* key, std::string_view
 }
 
 static void LogNoStore(const Entry& entry, int error) {
-  char sentence[kTextSize];
-  snprintf(sentence, sizeof sentence, "is not counted (%s), as LoginLimits cannot be used:", strerror(error));
-  LogRequest(entry.env, entry.settings, sentence, entry.settings.LoginLimits);
+  const char* const file = entry.settings.LoginLimits;
+  char sentence[kTextSize] = "is not counted, as LoginLimits is not set";
+  if (file[0] != '\0') {
+    snprintf(sentence, sizeof sentence, "is not counted (%s), as LoginLimits cannot be used:", strerror(error));
+  }
+  LogRequest(entry.env, entry.settings, sentence, file);
 }
 
 // ---- Who needs no password ----

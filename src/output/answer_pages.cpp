@@ -10,15 +10,13 @@
 
 // ---- Frame ----
 
-static void BeginPage(Sink& sink, const char* heading) {
+static void BeginPage(Sink& sink, const char* title) {
   PutPageStart(sink);
   PutHtml(sink, kProductName);
   Put(sink, ": ");
-  PutHtml(sink, heading);
+  PutHtml(sink, title);
   PutPageHead(sink, false);
   Put(sink, "<main class=\"answer\">\n<h1>");
-  PutHtml(sink, heading);
-  Put(sink, "</h1>\n");
 }
 
 static void EndPage(Sink& sink) {
@@ -44,16 +42,22 @@ static AnswerHead WithPolicy(AnswerHead head) {
 
 // ---- Refusals ----
 
-static void PutErrorNumber(Sink& sink, int error) {
-  Put(sink, "<p class=\"words\">This is <a href=\"");
+// Programs that run this one look for the line of the heading.
+static void PutRefusal(Sink& sink, const RefusalTexts& texts, int error) {
+  PutHtml(sink, kProductName);
+  Put(sink, " Error #");
+  PutNumber(sink, error);
+  Put(sink, ": ");
+  PutHtml(sink, texts.heading);
+  Put(sink, "</h1>\n<p>");
+  PutHtml(sink, texts.sentence);
+  Put(sink, "</p>\n<p class=\"words\"><a href=\"");
   PutAttribute(sink, kSupportErrorPages);
   Put(sink, "#error");
   PutNumber(sink, error);
-  Put(sink, "\">error ");
-  PutNumber(sink, error);
-  Put(sink, "</a>. Reports are asked for on the ");
+  Put(sink, "\">More about this error</a>, ");
   PutLink(sink, kProductPage, "request form");
-  Put(sink, ".</p>\n");
+  Put(sink, "</p>\n");
 }
 
 void RefuseByPage(const Refusal& refusal, const Environment& env, const Settings& settings) {
@@ -61,10 +65,7 @@ void RefuseByPage(const Refusal& refusal, const Environment& env, const Settings
   PrintAnswerHead(env, WithPolicy(HeadOfRefusal(texts, refusal)));
   Sink sink;
   BeginPage(sink, texts.heading);
-  Put(sink, "<p>");
-  PutHtml(sink, texts.sentence);
-  Put(sink, "</p>\n");
-  PutErrorNumber(sink, refusal.error);
+  PutRefusal(sink, texts, refusal.error);
   EndPage(sink);
 }
 
@@ -73,7 +74,8 @@ void RefuseByPage(const Refusal& refusal, const Environment& env, const Settings
 static void BeginInfo(Sink& sink, const Environment& env, const char* heading) {
   PrintAnswerHead(env, WithPolicy({}));
   BeginPage(sink, heading);
-  Put(sink, "<p>");
+  PutHtml(sink, heading);
+  Put(sink, "</h1>\n<p>");
   PutHtml(sink, kProductName);
   Put(sink, " ");
   PutHtml(sink, kVersion);

@@ -195,6 +195,7 @@ const PageWriter kCsvOutput = {
     .found = AnswerReport,
     .told = ToldNothing,
     .finish = WriteCsv,
+    .tells_totals = true,
     .refuse = RefuseInOneLine,
     .info = {},
 };

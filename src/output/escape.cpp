@@ -1,5 +1,6 @@
 #include "output/escape.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 
@@ -290,7 +291,8 @@ void PutBase64(Sink& sink, std::string_view bytes) {
 
 // ---- CSV ----------------------------------------------------------------------------
 
-static bool BeginsFormula(uint32_t code) {
+static bool BeginsFormula(const Character& character) {
+  const uint32_t code = character.valid ? character.code : 0;
   return code == '=' || code == '+' || code == '-' || code == '@' || code == 0xff1d || code == 0xff0b ||
          code == 0xff0d || code == 0xff20;
 }
@@ -305,6 +307,9 @@ static bool NeedsQuotes(std::string_view text) {
          text.ends_with(' ');
 }
 
+// Within a cell, wherever they stand but at its start.
+static constexpr PlainBytes kPlainCsv = PrintableBut("\",;|");
+
 static void PutCsvCharacter(Sink& sink, const Character& character, std::string_view bytes) {
   if (character.valid && character.code == '"') {
     PutChecked(sink, "\"\"");
@@ -317,18 +322,26 @@ void PutCsv(Sink& sink, std::string_view text, bool guarded) {
   const std::string_view quote = NeedsQuotes(text) ? "\"" : "";
   bool at_start = true;  // of what might be taken for a cell
   PutChecked(sink, quote);
-  for (Character character; !text.empty(); text.remove_prefix(character.size)) {
-    character = FirstCharacter(text);
-    if (guarded && at_start && character.valid && BeginsFormula(character.code)) {
+  while (!text.empty()) {
+    if (guarded && at_start && BeginsFormula(FirstCharacter(text))) {
       PutChecked(sink, "'");
     }
-    PutCsvCharacter(sink, character, text.substr(0, character.size));
-    at_start = EndsCell(character.code);
+    const size_t length = PlainLength(text, kPlainCsv);
+    PutChecked(sink, text.substr(0, length));
+    text.remove_prefix(length);
+    if (!text.empty()) {
+      const Character character = FirstCharacter(text);
+      PutCsvCharacter(sink, character, text.substr(0, character.size));
+      at_start = EndsCell(character.code);
+      text.remove_prefix(character.size);
+    }
   }
   PutChecked(sink, quote);
 }
 
 // ---- Plain text ---------------------------------------------------------------------
+
+static constexpr PlainBytes kPlainText = PrintableBut("");
 
 static size_t ColumnsShown(const Character& character) {
   return IsShownAsItIs(character) ? static_cast<size_t>(ColumnsOf(character.code))
@@ -337,9 +350,15 @@ static size_t ColumnsShown(const Character& character) {
 
 size_t PlainWidth(std::string_view text) {
   size_t width = 0;
-  for (Character character; !text.empty(); text.remove_prefix(character.size)) {
-    character = FirstCharacter(text);
-    width += ColumnsShown(character);
+  while (!text.empty()) {
+    const size_t length = PlainLength(text, kPlainText);
+    width += length;
+    text.remove_prefix(length);
+    if (!text.empty()) {
+      const Character character = FirstCharacter(text);
+      width += ColumnsShown(character);
+      text.remove_prefix(character.size);
+    }
   }
   return width;
 }
@@ -348,6 +367,13 @@ size_t PlainWidth(std::string_view text) {
 static size_t PutColumns(Sink& sink, std::string_view text, size_t columns) {
   size_t written = 0;
   while (!text.empty()) {
+    const size_t length = std::min(PlainLength(text, kPlainText), columns - written);
+    PutChecked(sink, text.substr(0, length));
+    written += length;
+    text.remove_prefix(length);
+    if (text.empty()) {
+      break;
+    }
     const Character character = FirstCharacter(text);
     const size_t needed = ColumnsShown(character);
     if (written + needed > columns) {

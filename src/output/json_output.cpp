@@ -208,6 +208,7 @@ const PageWriter kJsonOutput = {
     .found = AnswerReport,
     .told = Told,
     .finish = WriteJson,
+    .tells_totals = true,
     .refuse = Refuse,
     .info = {},
 };

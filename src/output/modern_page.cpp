@@ -63,6 +63,7 @@ const PageWriter kModernPage = {
     .found = BeginAnswer,
     .told = Told,
     .finish = Finish,
+    .tells_totals = true,
     .refuse = RefuseByPage,
     .info = {nullptr, AnswerAbout, AnswerCredits, nullptr},
 };

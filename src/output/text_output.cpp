@@ -26,6 +26,9 @@ struct Paper {
 };
 
 static void PutBlanks(Sink& sink, size_t columns) {
+  for (; columns >= 8; columns -= 8) {
+    Put(sink, "        ");
+  }
   for (; columns > 0; --columns) {
     Put(sink, " ");
   }
@@ -41,11 +44,6 @@ static constexpr Literal kBold = "\x1b[1m";
 static constexpr Literal kBlue = "\x1b[34m";
 static constexpr Literal kYellow = "\x1b[33m";
 static constexpr Literal kNormal = "\x1b[0m";
-
-static void PutLine(Paper& paper, std::string_view text) {
-  PutPlain(paper.sink, text, paper.terminal.width);
-  Put(paper.sink, "\n");
-}
 
 // Columns of a number with its separators.
 static size_t GroupedWidth(uint64_t number) {
@@ -153,9 +151,11 @@ static void PutNotes(Paper& paper, const Settings& settings, const Analysis& ana
 static void PutHead(Paper& paper, const Settings& settings, const Analysis& analysis) {
   const Overview overview = OverviewOf(settings, analysis);
   PutColour(paper, kBold);
-  PutLine(paper, overview.title);
+  PutPlain(paper.sink, overview.title, paper.terminal.width);
   PutColour(paper, kNormal);
-  PutLine(paper, overview.url);
+  Put(paper.sink, "\n");
+  PutPlain(paper.sink, overview.url, paper.terminal.width);
+  Put(paper.sink, "\n");
   PutDays(paper, analysis, MomentMade(overview.made));
   Put(paper.sink, "\n");
   PutTotal(paper, "Requests", overview.requests);
@@ -337,6 +337,7 @@ const PageWriter kTextOutput = {
     .found = AnswerReport,
     .told = ToldNothing,
     .finish = Finish,
+    .tells_totals = true,
     .refuse = RefuseInOneLine,
     .info = {},
 };

@@ -27,6 +27,9 @@ struct PageWriter {
   // The rest of it, from what was counted.
   void (*finish)(const Settings& settings, Analysis& analysis);
 
+  // Whether the totals are told, too, to those who ask for them (totals.h).
+  bool tells_totals;
+
   // The answer to a request that is refused: in place of a report or, of one without
   // logs, behind what begin has printed. Adds the reason to the error log.
   void (*refuse)(const Refusal& refusal, const Environment& env, const Settings& settings);

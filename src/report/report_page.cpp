@@ -12,6 +12,7 @@
 #include "report/section_look.h"
 #include "report/time_tables.h"
 #include "report/told_rows.h"
+#include "report/totals.h"
 #include "sections/section_list.h"
 
 // Ranked sections change the analysis, whose tables they put in order; the others take it as it is.
@@ -54,6 +55,9 @@ Error AnalyzeLogs(const Environment& env, Settings& settings, const Counting& co
   }
   CountLogs(settings, analysis);
   page.finish(settings, analysis);
+  if (page.tells_totals && settings.totals != 0) {
+    TellTotals(settings, analysis);
+  }
   EndAnalysis(analysis);
   return kNoError;
 }
@@ -105,6 +109,7 @@ const PageWriter kClassicPage = {
     .found = nullptr,
     .told = PageEvents,
     .finish = FinishReport,
+    .tells_totals = false,
     .refuse = Refuse,
     .info = {nullptr, About, Credits, ShowConfiguration},
 };

@@ -71,10 +71,10 @@ const tests = {
   async 'a wrong password shows error 2, a GET error 1'() {
     await withPage(desktop, async (page) => {
       await request(page, { password: 'wrong' });
-      assert.match(await page.locator('h1').innerText(), /Invalid user account/);
-      assert.equal(await page.getByRole('link', { name: 'error 2' }).count(), 1);
+      assert.match(await page.locator('h2').innerText(), /Error #2: Invalid user account/);
+      assert.equal(await page.getByRole('link', { name: 'More about this error' }).count(), 1);
       await page.goto(`${BASE_URL}/orvellis-cgi/orvellis`);
-      assert.match(await page.locator('h1').innerText(), /No form data posted/);
+      assert.match(await page.locator('h2').innerText(), /Error #1: No form data posted/);
       await page.getByRole('link', { name: 'request form' }).click();
       assert.match(await page.locator('h1').innerText(), /Report Request Form/);
     });

@@ -79,13 +79,41 @@ TEST_F(GetEnvTest, CutsOverlongValuesToTheSlotsCapacity) {
   }
 }
 
-TEST_F(GetEnvTest, SlotsHave100Or200Bytes) {
+TEST_F(GetEnvTest, SlotsHave100Or200BytesButForUsers) {
   for (const Variable& variable : variables) {
     SCOPED_TRACE(variable.name);
     const std::string name = variable.name;
     const bool path = name == "DOCUMENT_ROOT" || name.starts_with("PATH") || name == "QUERY_STRING";
-    EXPECT_EQ(variable.capacity, path ? 200U : 100U);
+    EXPECT_EQ(variable.capacity, path ? 200U : name == "REMOTE_USER" ? 245U : 100U);
   }
+}
+
+// ---- What proxies tell ----
+
+TEST_F(GetEnvTest, KeepsAListOfProxiesThatFits) {
+  const std::string list = "x" + std::string(1021, ',') + "y";
+  for (const std::string& told : {std::string(), std::string("192.0.2.1, 192.0.2.2"), list}) {
+    setenv("HTTP_X_FORWARDED_FOR", told.c_str(), 1);
+    GetEnv(env);
+    EXPECT_EQ(env.HTTP_X_FORWARDED_FOR, told);
+  }
+}
+
+TEST_F(GetEnvTest, KeepsTheEndOfALongListOfProxies) {
+  setenv("HTTP_X_FORWARDED_FOR", (std::string(5000, '1') + ",192.0.2.1, 192.0.2.2").c_str(), 1);
+  GetEnv(env);
+  EXPECT_STREQ(env.HTTP_X_FORWARDED_FOR, "192.0.2.1, 192.0.2.2");
+}
+
+TEST_F(GetEnvTest, LeavesOutTheAddressThatWasCut) {
+  // The last 1,023 characters begin within the first address, at "1.2.3.4".
+  const std::string behind = "," + std::string(1023 - 8, ' ');
+  setenv("HTTP_X_FORWARDED_FOR", ("21.2.3.4" + behind).c_str(), 1);
+  GetEnv(env);
+  EXPECT_EQ(env.HTTP_X_FORWARDED_FOR, behind.substr(1));
+  setenv("HTTP_X_FORWARDED_FOR", std::string(5000, '1').c_str(), 1);
+  GetEnv(env);
+  EXPECT_STREQ(env.HTTP_X_FORWARDED_FOR, "");
 }
 
 TEST_F(GetEnvTest, TellsDateAndTimeOfOneMoment) {

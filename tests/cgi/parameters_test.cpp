@@ -315,6 +315,36 @@ TEST_F(CompareParamTest, PasswordGoesWhereItsSourceBelongs) {
   EXPECT_STREQ(settings.password_account, "stored");
 }
 
+TEST_F(CompareParamTest, PasswordsAreKeptWholeBesideTheirCutForms) {
+  const std::string typed(243, 't');
+  const std::string stored(243, 's');
+  FromForm("password=" + typed + "x");
+  FromAccount("password=" + stored + "x");
+  EXPECT_EQ(settings.typed_password, typed);
+  EXPECT_EQ(settings.stored_password, stored);
+  EXPECT_EQ(settings.password_form, typed.substr(0, 99));
+  EXPECT_EQ(settings.password_account, stored.substr(0, 99));
+}
+
+TEST_F(CompareParamTest, OnlyAnAccountSaysWhoSignsOn) {
+  for (const ParamSource source : {ParamSource::kForm, ParamSource::kStranger, ParamSource::kShell}) {
+    CompareParam("signon=*", settings, source, kLevelForm);
+    EXPECT_STREQ(settings.signon, "");
+  }
+  FromAccount("signon=alice,bob");
+  EXPECT_STREQ(settings.signon, "alice,bob");
+}
+
+TEST_F(CompareParamTest, OfNamesThatWereCutTheLastIsLeftOut) {
+  const std::string alice = "alice,";
+  FromAccount("signon=" + alice + std::string(500, 'b'));
+  EXPECT_STREQ(settings.signon, "alice");
+  FromAccount("signon=" + std::string(500, 'b'));
+  EXPECT_STREQ(settings.signon, "");
+  FromAccount("signon=" + alice + std::string(242 - alice.size(), 'b'));
+  EXPECT_EQ(settings.signon, alice + std::string(242 - alice.size(), 'b'));
+}
+
 TEST_F(CompareParamTest, ShortFieldsCutTheirValues) {
   FromForm("username=" + std::string(150, 'u'));
   FromForm("sm=123");
@@ -613,7 +643,7 @@ TEST_F(CompareParamTest, StrangerSetsNothingElse) {
 
 TEST_F(CompareParamTest, IgnoredNamesAreListedOnceAsTheTableSpellsThem) {
   for (const char* line :
-       {"DEBUG=1", "ACCESSLOG=a", "accesslog=b", "debug=2", "no\nsuch=1", "Config", "CONFIG=x"}) {
+       {"DEBUG=1", "ACCESSLOG=a", "accesslog=b", "debug=2", "no\nsuch=1", "Config=1", "CONFIG=x"}) {
     FromStranger(line);
   }
   EXPECT_EQ(Ignored(), "config, AccessLog, debug");
@@ -624,6 +654,14 @@ TEST_F(CompareParamTest, UnknownNamesOfAStrangerAreIgnoredSilently) {
     FromStranger(line);
   }
   EXPECT_EQ(Ignored(), "");
+}
+
+TEST_F(CompareParamTest, EmptyFieldOfAStrangerAsksForNothing) {
+  for (const char* line : {"config=", "debug", "dateformat="}) {
+    FromStranger(line);
+  }
+  EXPECT_EQ(Ignored(), "");
+  EXPECT_STREQ(settings.config, "orvellis.conf");
 }
 
 TEST_F(CompareParamTest, OnlyStrangersAreTold) {

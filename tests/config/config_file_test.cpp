@@ -491,3 +491,88 @@ TEST_F(FindEditionKeyTest, MissingFileHasNone) {
   EXPECT_TRUE(FindEditionKey(file, edition)) << "the default file takes its place";
   CloseConfigFile(file);
 }
+
+// ---- Accounts as the configuration spells them ----
+
+class WrittenNamesTest : public ParseConfigFileTest {
+ protected:
+  void SetUp() override {
+    ParseConfigFileTest::SetUp();
+    settings.names_as_written = true;
+  }
+  bool Finds(const std::string& typed, const std::string& content) {
+    CopyText(settings.username, typed);
+    return Parse(content);
+  }
+};
+
+TEST_F(WrittenNamesTest, TheConfigurationSpellsTheName) {
+  EXPECT_TRUE(Finds("SHOP", "user=Shop;logs=/%user%/*.log\n"));
+  EXPECT_STREQ(settings.username, "Shop");
+  EXPECT_STREQ(settings.logs, "/Shop/*.log");
+}
+
+TEST_F(WrittenNamesTest, AnotherRuleTakesItAsTyped) {
+  settings.names_as_written = false;
+  EXPECT_TRUE(Finds("SHOP", "user=Shop;logs=/%user%/*.log\n"));
+  EXPECT_STREQ(settings.username, "SHOP");
+  EXPECT_STREQ(settings.logs, "/SHOP/*.log");
+}
+
+TEST_F(WrittenNamesTest, ANameThatGoesOnIntoTheItemsIsNone) {
+  const std::string line = "user=shop;logs=/x;title=%user%\n";
+  EXPECT_FALSE(Finds("shop;logs=/x", line));
+  EXPECT_STREQ(settings.logs, "");
+  settings.names_as_written = false;
+  EXPECT_TRUE(Finds("shop;logs=/x", line));
+}
+
+TEST_F(WrittenNamesTest, NamesOfOtherCharactersAreNone) {
+  for (const char* const name : {"", "/", "../shop", "a/b", "a\tb", "\x1b[m", "a\x7F"}) {
+    EXPECT_FALSE(Finds(name, std::string("user=") + name + ";logs=x\n")) << name;
+  }
+  for (const char* const name : {"a b", "a.b-c_d", "\xC3\xA9", "100%"}) {
+    EXPECT_TRUE(Finds(name, std::string("user=") + name + ";logs=x\n")) << name;
+  }
+}
+
+TEST_F(WrittenNamesTest, PartsOfANameAreNotTheName) {
+  EXPECT_FALSE(Finds("sho", "user=shop;logs=x\n"));
+  EXPECT_FALSE(Finds("shops", "user=shop;logs=x\n"));
+  EXPECT_FALSE(Finds("shop", "user=shop\n"));
+}
+
+TEST_F(WrittenNamesTest, ACutLineLosesItsLastItem) {
+  const std::string line = "user=shop;title=" + std::string(1500, 't') + ";signon=alice,bobby";
+  ASSERT_EQ(line.size(), 1535U);
+  EXPECT_TRUE(Finds("shop", line.substr(0, 1534) + "\n"));
+  EXPECT_STREQ(settings.signon, "alice,bobb");
+  settings = {};
+  settings.names_as_written = true;
+  EXPECT_TRUE(Finds("shop", line + "\n"));
+  EXPECT_STREQ(settings.signon, "");
+  EXPECT_STREQ(settings.title, std::string(243, 't').c_str());
+}
+
+// ---- Lists of networks ----
+
+TEST_F(ParseConfigFileTest, NetworksAreKeptWhole) {
+  const std::string list = "2001:db8::1," + std::string(400, ' ') + ",192.0.2.1";
+  Parse("InternalIp=" + list + "\nTrustedProxies=" + list + "\nLoginLimits=/var/limits\n");
+  EXPECT_EQ(settings.internal_networks, list);
+  EXPECT_EQ(settings.InternalIp, list.substr(0, 243));
+  EXPECT_EQ(settings.TrustedProxies, list);
+  EXPECT_STREQ(settings.LoginLimits, "/var/limits");
+}
+
+TEST_F(ParseConfigFileTest, ACutNetworkIsLeftOut) {
+  for (const char* const key : {"InternalIp=", "TrustedProxies="}) {
+    const std::string begin = std::string(key) + "192.0.2.1";
+    const std::string end = ",10.0.0.0/2";
+    Parse(begin + std::string(1535 - begin.size() - end.size(), ' ') + end + "4\n");
+  }
+  EXPECT_EQ(std::string(settings.internal_networks).find('/'), std::string::npos);
+  EXPECT_THAT(settings.internal_networks, testing::StartsWith("192.0.2.1 "));
+  EXPECT_EQ(std::string(settings.TrustedProxies).find('/'), std::string::npos);
+  EXPECT_THAT(settings.TrustedProxies, testing::StartsWith("192.0.2.1 "));
+}

@@ -67,6 +67,7 @@ TEST_F(ReportPage, WriterFinishesThePage) {
       .told = [](const Settings&) { return AnalysisEvents{}; },
       .finish = [](const Settings&,
                    Analysis& analysis) { printf("%lld hits", static_cast<long long>(analysis.hits)); },
+      .tells_totals = false,
       .refuse = nullptr,
       .info = {},
   };

@@ -1126,7 +1126,7 @@ test_failing_program() {
   expect_error 2 'orvellis failed with status 7'
   stand_in_does 'case $* in *requests=*) echo "<html>"; exit 0 ;; esac'
   run access.log
-  expect_error 2 'the page is incomplete'
+  expect_error 2 'the report is incomplete'
   stand_in_does 'exit 0'
   run access.log
   expect_error 2 'orvellis cannot write in'
@@ -1231,6 +1231,97 @@ test_no_progress_when_not_wanted() {
   terminal=''
   expect_not_in screen reading
   expect_match screen '^report.html: 3 records'
+}
+
+# ---- JSON, CSV and text ---------------------------------------------------------------------
+
+test_json_goes_to_standard_output() {
+  week >access.log
+  echo 'no request' >>access.log
+  edition='' run --json --top 0 --reports requests --title 'Müller & "x"' access.log
+  expect_status 0
+  expect_match err '^3 records from 2000-03-05 to 2000-03-07, 2[0-9]* bytes of logs, [0-9]+ s$'
+  expect_in err '1 line was not recognised as a request and left out'
+  expect_in out '"title": "Müller & \"x\"",'
+  expect_in out '"requests": 3, "bytes": 300,'
+  expect_in out '{"item": "/a.html", "count": 3, "share": 1.000000, "url": "http://localhost/a.html"}'
+  [ ! -e report.html ] || failed 'a page is written'
+}
+
+test_csv_into_a_file() {
+  week >access.log
+  edition='' run --csv -o table.csv --reports requests access.log
+  expect_status 0
+  expect_match err '^table.csv: 3 records'
+  printf 'section,rank,item,count,share,detail\r\nrequests,1,/a.html,3,1.000000,\r\n' | cmp -s - table.csv ||
+    failed 'another table'
+  edition='' run --csv -o table.csv --reports requests,hitsperhour section=hitsperhour access.log
+  expect_status 0
+  expect_match table.csv '^hour,count,share'
+  edition='' run --csv -o table.csv --reports requests access.log
+  expect_status 0
+  echo mine >table.csv
+  edition='' run --csv -o table.csv access.log
+  expect_error 2 'table.csv is there and no report csv'
+  expect_in table.csv mine
+}
+
+test_kinds_replace_their_own_reports_only() {
+  week >access.log
+  for kind in json csv text; do
+    edition='' run --$kind -o report access.log
+    expect_status 0
+    edition='' run --$kind -o report access.log
+    expect_status 0
+    edition='' run -o report access.log
+    expect_error 2 'report is there and no report page'
+    rm report
+  done
+}
+
+test_text_for_a_pipe_is_80_columns_wide_without_colours() {
+  line 5 "/$(printf '%0200d' 0)" >access.log
+  edition='' run --text --reports requests access.log
+  expect_status 0
+  expect_in out 'made 2'
+  [ "$(awk '{ if (length($0) > most) most = length($0) } END { print most }' out)" = 80 ] || failed 'not 80 columns'
+  [ "$(tr -dc '\033' <out | wc -c)" -eq 0 ] || failed 'a pipe gets colours'
+}
+
+test_text_on_a_terminal_fits_it() {
+  [ -n "$script" ] || return 0
+  line 5 "/$(printf '%0200d' 0)" >access.log
+  edition='' on_terminal --quiet --text --reports requests access.log
+  expect_in screen "$(printf '\033[1m')"
+  NO_COLOR=1 edition='' on_terminal --quiet --text --reports requests access.log
+  [ "$(tr -dc '\033' <screen | wc -c)" -eq 0 ] || failed 'there are colours'
+}
+
+test_kinds_that_are_refused() {
+  week >access.log
+  run --json access.log
+  expect_error 2 '--classic is a page and nothing else'
+  edition='' run --csv --open -o a.csv access.log
+  expect_error 2 '--open needs a page'
+  edition='' run --json output=csv access.log
+  expect_error 2 'the output is told by --json, --csv or --text, not by output='
+  edition='' run --csv section=nothing access.log
+  expect_error 2 'orvellis refused: There is no such section in the report'
+  edition='' run --json=yes access.log
+  expect_error 2 '--json takes no value'
+}
+
+test_figures_are_those_of_either_edition() {
+  for n in 1 2 3 4 5 6 7 8 9 10; do week; done >tens
+  for n in 1 2 3 4 5 6 7 8 9 10; do cat tens; done | sort -t/ -k1,1 >hundreds
+  for n in 1 2 3 4; do cat hundreds; done | sort -s -t'[' -k2,2 >access.log
+  for edition in '' --classic; do
+    run access.log
+    expect_records 1,200 2000-03-05 2000-03-07
+    told=$(sed 's/, [0-9]* s$//' err)
+    [ -z "${before:-}" ] || [ "$before" = "$told" ] || failed "$before, but $told"
+    before=$told
+  done
 }
 
 # ---- The runner -------------------------------------------------------------------------

@@ -2,7 +2,10 @@
 
 #include <vector>
 
+#include "output/csv_output.h"
+#include "output/json_output.h"
 #include "output/modern_page.h"
+#include "output/text_output.h"
 #include "support/text_file.h"
 
 TEST(FindEdition, KnowsTwoNamesIgnoringCase) {
@@ -45,6 +48,25 @@ TEST(FindEdition, RulesOfTheRows) {
   EXPECT_EQ(modern.page, &kModernPage);
   EXPECT_TRUE(modern.whole_values);
   EXPECT_TRUE(modern.only_posts);
+}
+
+TEST(FindOutput, ModernKnowsFourIgnoringCase) {
+  const Edition& modern = *FindEdition("modern");
+  EXPECT_EQ(FindOutput(modern, ""), modern.page);
+  EXPECT_EQ(FindOutput(modern, "modern"), modern.page);
+  EXPECT_EQ(FindOutput(modern, "JSON"), &kJsonOutput);
+  EXPECT_EQ(FindOutput(modern, "csv"), &kCsvOutput);
+  EXPECT_EQ(FindOutput(modern, "text"), &kTextOutput);
+  for (const char* name : {"xml", "jso", "json ", "classic"}) {
+    EXPECT_EQ(FindOutput(modern, name), nullptr) << name;
+  }
+}
+
+TEST(FindOutput, ClassicIsAPageWhateverIsAskedFor) {
+  const Edition& classic = *FindEdition("classic");
+  for (const char* name : {"", "json", "xml", "modern"}) {
+    EXPECT_EQ(FindOutput(classic, name), classic.page) << name;
+  }
 }
 
 // Works in an empty folder, so that no default configuration is there.

@@ -209,6 +209,75 @@ TEST_F(RunTest, AnswersOfTheModernEditionSayHowTheyAre) {
   EXPECT_THAT(Page(kAsk), StartsWith("<html>")) << "a shell has no headers";
 }
 
+TEST_F(RunTest, OutputIsThatOfTheParametersOnceTheyAreKnown) {
+  WriteConfig("orvellis.conf", Account("Edition=modern\n"));
+  EXPECT_THAT(Posted(std::string(kForm) + "&output=JSON"),
+              StartsWith("Content-Type: application/json; charset=utf-8\n"));
+  ResetRun();
+  EXPECT_THAT(Posted(std::string(kForm) + "&output=text"),
+              StartsWith("Content-Type: text/plain; charset=utf-8\n"));
+  ResetRun();
+  EXPECT_THAT(Posted("username=ann&date=03052000,03042000&output=json"),
+              AllOf(StartsWith("Status: 400 Bad Request\nContent-Type: application/json"),
+                    HasSubstr("\"code\": 7,")));
+  ResetRun();
+  EXPECT_THAT(Posted("username=nobody&date=03052000,03052000&output=csv"),
+              AllOf(StartsWith("Status: 403 Forbidden\nContent-Type: text/plain"),
+                    HasSubstr("\n\nOrvellis error 2: ")));
+}
+
+TEST_F(RunTest, OutputThatDoesNotExistIsRefused) {
+  WriteConfig("orvellis.conf", Account("Edition=modern\n"));
+  EXPECT_THAT(
+      Posted(std::string(kForm) + "&output=xml"),
+      AllOf(StartsWith("Status: 400 Bad Request\nContent-Type: text/html\n"), HasSubstr("Error #14")));
+  ResetRun();
+  EXPECT_THAT(Posted("username=nobody&date=03052000,03052000&output=xml"), StartsWith("Status: 403 "))
+      << "a stranger learns nothing else";
+  ResetRun();
+  EXPECT_THAT(Posted(std::string(kForm) + "&output=csv&section=browsers"),
+              AllOf(StartsWith("Status: 400 "), HasSubstr("Orvellis error 15: ")));
+}
+
+TEST_F(RunTest, OutputWithoutLogsHasAStatusAndNoHalf) {
+  WriteConfig("orvellis.conf", "Edition=modern\nuser=ann;logs=none;url=http://www.example.com;password=*\n");
+  for (const char* output : {"json", "csv", "text"}) {
+    EXPECT_THAT(Posted(std::string(kForm) + "&output=" + output), StartsWith("Status: 404 Not Found\n"))
+        << output;
+    ResetRun();
+  }
+}
+
+TEST_F(RunTest, OutputOfAnAccountAndOfAShell) {
+  WriteConfig("orvellis.conf", "Edition=modern\noutput=json\n" + Account());
+  std::ofstream("orvellis.conf", std::ios::app)
+      << "user=bob;logs=a.log;url=http://www.example.com;password=*;output=json\n";
+  std::vector<const char*> arguments = kAsk;
+  arguments[0] = "username=bob";
+  EXPECT_THAT(Page(arguments), StartsWith("{\n"));
+  ResetRun();
+  arguments = kAsk;
+  arguments.push_back("output=text");
+  EXPECT_THAT(Page(arguments), HasSubstr("\nRequested URLs\n--------------\n"));
+  EXPECT_EQ(told, "");
+  ResetRun();
+  arguments.push_back("totals=1");
+  Page(arguments);
+  EXPECT_THAT(told, StartsWith("{\"requests\": 1, "));
+}
+
+TEST_F(RunTest, ClassicEditionHasOneOutput) {
+  WriteConfig("orvellis.conf", Account());
+  const std::string page = Page(kAsk);
+  ResetRun();
+  std::vector<const char*> arguments = kAsk;
+  for (const char* argument : {"output=json", "section=none", "csv_formulas=1", "totals=1"}) {
+    arguments.push_back(argument);
+  }
+  EXPECT_EQ(Page(arguments), page);
+  EXPECT_EQ(told, "");
+}
+
 TEST_F(RunTest, ModernFormWithoutMemoryHasNoAnswer) {
   WriteConfig("orvellis.conf", Account("Edition=modern\n"));
   setenv("REQUEST_METHOD", "POST", 1);
@@ -235,7 +304,7 @@ TEST_F(RunTest, ShellReadsTheConfigurationThatToldTheEdition) {
   EXPECT_EQ(settled_config, "ab");
   ResetRun();
   arguments.push_back("edition=modern");
-  EXPECT_THAT(Page(arguments), HasSubstr("error 2"));
+  EXPECT_THAT(Page(arguments), HasSubstr("Error #2"));
   EXPECT_EQ(settled_config, "a=b");
 }
 

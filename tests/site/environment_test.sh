@@ -1,7 +1,8 @@
 #!/bin/sh
-# What an installed Orvellis is told by its web server, whatever a visitor sends; run
-# by with_server.sh. A stand-in for the program prints it. With ORVELLIS_OPEN, the
-# protection is out, and the attacks must be seen to work.
+# What an installed Orvellis is told by its web server, whatever a visitor sends, which
+# a stand-in for the program prints, and what the program itself does then; run by
+# with_server.sh. With ORVELLIS_OPEN, the protection is out, and the attacks must be
+# seen to work, but for those that the modern edition withstands by itself.
 set -u
 cgi=$BASE_URL/orvellis-cgi/orvellis
 program=$PREFIX/libexec/orvellis/cgi/orvellis
@@ -53,4 +54,41 @@ else
   [ "$(grep -ic '^X-Content-Type-Options: nosniff' "$WORK/headers")" = 1 ] || fail "the header that does not come by itself is not added"
 fi
 mv "$WORK/program" "$program"
+
+# ---- What the program does: nobody gets it to read or write a file of his choice ----
+
+conf=$PREFIX/etc/orvellis/orvellis.conf
+other=$WORK/other.conf
+printf 'ErrorLog=%s\nuser=mallory;logs=%s;url=http://evil.example\n' "$WORK/planted" "$WORK/log/$SERVER/*" >"$other"
+chmod 644 "$other"
+errors=$WORK/log/errors
+use_edition() { sed -i -e '/^Edition=/d' -e '/^ErrorLog=/d' -e "1i Edition=$1\nErrorLog=$errors" "$conf"; }
+is_modern() { grep -q '^<!DOCTYPE html>' "$WORK/page" && grep -q '^HTTP/1.1 403' "$WORK/headers"; }
+attack() {  # by the form, then by the arguments
+  rm -f "$WORK/planted" "$WORK/part"
+  ask --data "config=$other&username=nobody" "$cgi?$1"
+  cp "$WORK/page" "$WORK/first"
+  by_form=$(ls "$WORK/planted" 2>/dev/null)
+  rm -f "$WORK/planted"
+  ask --data '' "$cgi?$1"
+  by_arguments=$(ls "$WORK/planted" 2>/dev/null)
+}
+arguments="part%3d$WORK/part+edition%3dclassic+config%3d$other+username%3dnobody"
+
+use_edition modern
+attack "$arguments"
+is_modern || fail "the modern edition does not refuse by itself"
+[ -z "$by_form$by_arguments" ] || fail "a request makes the modern edition write a file"
+[ ! -e "$WORK/part" ] || fail "an argument makes a file"
+grep -q '^<!DOCTYPE html>' "$WORK/first" || fail "the form's answer is not that of the modern edition"
+grep -q 'the form may not set "config"' "$errors" || fail "what the form may not set is not logged"
+
+use_edition classic
+attack "$arguments"
+if [ -n "${ORVELLIS_OPEN:-}" ]; then
+  [ -n "$by_form" ] || fail "unprotected: the form of the classic edition reaches no file"
+  [ "$SERVER" != apache ] || [ -n "$by_arguments" ] || fail "unprotected: no argument reaches a file"
+else
+  [ -z "$by_form$by_arguments" ] || fail "a request makes the classic edition write a file"
+fi
 [ "$failures" = 0 ]

@@ -124,14 +124,15 @@ for status in $statuses; do
   sed -n '/^\.Sh EXIT STATUS/,/^\.Sh EXAMPLES/p' "$source_dir/man/orvellis.1" | grep -qx "\.It $status" || fail "orvellis.1: no status $status"
 done
 
-# The request form sends nothing but parameters, and all that an account or a shell does not have to itself.
-all_parameters=$(sed '/kFromShell}/d' "$source_dir/src/cgi/parameters.cpp" | grep -oE '^    \{"[A-Za-z_]+",' | tr -d ' {",' | sort -u)
+# The request form sends nothing but what a form of every edition may set, and all of that.
+taken=$(grep -E 'kTaken(, kGoOn)?\},$' "$source_dir/src/cgi/parameters.cpp" | grep -oE '^    \{"[A-Za-z_]+",' | tr -d ' {",' | sort -u)
+[ "$(echo "$taken" | wc -l)" -ge 40 ] || fail "the parameters that a form may set were not found"
 fields=$(grep -oE ' name="[^"]*"' "$source_dir/site/index.html" | cut -d'"' -f2 | grep -v '^viewport$' | sort -u)
 [ "$(echo "$fields" | wc -l)" -ge 40 ] || fail "the fields of the form were not found"
 for field in $fields; do
-  echo "$all_parameters" | grep -qx "$field" || fail "the form sends $field, which is no parameter"
+  echo "$taken" | grep -qx "$field" || fail "the form sends $field, which not every edition takes from it"
 done
-for parameter in $(echo "$all_parameters" | grep -vxE 'config|AccessLog|logs|summary|url|date|base|extra(header|footer)|search_casesensitive'); do
+for parameter in $(echo "$taken" | grep -vxE 'date|search_casesensitive|output|section'); do
   echo "$fields" | grep -qx "$parameter" || fail "the form does not offer $parameter"
 done
 

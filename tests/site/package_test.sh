@@ -38,6 +38,7 @@ dpkg --install "$package" >"$work/log" 2>&1 || { cat "$work/log"; fail "it does 
 [ "$(stat -c '%a %U %G' /etc/orvellis/passwords)" = '640 root www-data' ] || fail "the password file is open"
 [ "$(stat -c '%a %U' /var/log/orvellis)" = '750 www-data' ] || fail "the log folder"
 [ "$(stat -c '%a %U %G' /usr/share/orvellis/places)" = '750 root www-data' ] || fail "the places of reports are open"
+[ "$(stat -c '%a %U %G' /var/lib/orvellis)" = '700 www-data www-data' ] || fail "the folder of refusals"
 cmp -s /usr/libexec/orvellis/cgi/orvellis.conf /etc/orvellis/orvellis.conf || fail "the program does not find its configuration"
 orvellis about | grep -q 'Orvellis 1.5' || fail "the command does not run"
 [ -f /usr/share/orvellis/site/index.html ] && [ -f /usr/share/orvellis/site/docs/chapter4.html ] || fail "the site is not complete"
@@ -46,7 +47,7 @@ man -l /usr/share/man/man1/orvellis.1.gz >/dev/null 2>&1 || [ ! -x /usr/bin/man 
 # As installed: nobody is let in; with a password, there is a report over the machine's log.
 form='username=nginx&password=Teapot%3d9&date=03052000,03052000&find=/&subdirs=1&requests=1'
 set_password() { # ACCOUNT PASSWORD
-  printf '%s\n%s\n' "$2" "$2" | orvellis-passwd "$1" >"$work/log" 2>&1 || { cat "$work/log"; fail "orvellis-passwd"; }
+  printf '%s\n' "$2" | orvellis-passwd --stdin "$1" >"$work/log" 2>&1 || { cat "$work/log"; fail "orvellis-passwd"; }
 }
 post() {
   echo "$form" | env -i PATH=/usr/bin:/bin REQUEST_METHOD=POST CONTENT_LENGTH=${#form} TZ=UTC /usr/libexec/orvellis/gate/orvellis >"$work/page"
@@ -65,6 +66,28 @@ set_password nginx 'Teapot=9'
 post
 ! grep -q '#error2"' "$work/page" || fail "the password is not accepted"
 
+# A password by command; refusals are counted where the server's user can go on, whoever asks first.
+printf 'A long password\n' | orvellis-passwd lighttpd >"$work/log" 2>&1 || { cat "$work/log"; fail "orvellis-passwd"; }
+grep -q '^lighttpd:[$]y[$]' /etc/orvellis/passwords || fail "no hash in the password file"
+[ "$(stat -c '%a %U %G' /etc/orvellis/passwords)" = '640 root www-data' ] || fail "a new password opens the password file"
+orvellis-passwd --list | grep -q '^"lighttpd" *hash$' || fail "orvellis-passwd --list"
+refused='username=lighttpd&password=another&date=03052000,03052000&find=/'
+echo "$refused" | env -i PATH=/usr/bin:/bin REQUEST_METHOD=POST REMOTE_ADDR=192.0.2.7 CONTENT_LENGTH=${#refused} \
+  ORVELLIS_CONFIG=/etc/orvellis/orvellis.conf /usr/libexec/orvellis/cgi/orvellis >"$work/page"
+[ "$(stat -c '%a %U %G' /var/lib/orvellis/login-limits)" = '600 www-data www-data' ] || fail "the file of refusals"
+tail -n 1 /var/log/orvellis/error.log | grep -q ' 192.0.2.7 "lighttpd" refused: wrong password$' || fail "the refusal is not told"
+orvellis-passwd --unlock lighttpd 192.0.2.7 >"$work/log" 2>&1 || { cat "$work/log"; fail "orvellis-passwd --unlock"; }
+
+# fail2ban gets no names of files that are gone.
+mkdir -p /etc/fail2ban/filter.d /etc/fail2ban/jail.d
+ln -s /usr/share/orvellis/conf/fail2ban/filter.conf /etc/fail2ban/filter.d/orvellis.conf
+ln -s /usr/share/orvellis/conf/fail2ban/jail.conf /etc/fail2ban/jail.d/orvellis.conf
+grep -qx 'logpath = /var/log/orvellis/error.log' /etc/fail2ban/jail.d/orvellis.conf || fail "the jail"
+if command -v fail2ban-client >/dev/null; then
+  fail2ban-client -t >"$work/log" 2>&1 || { cat "$work/log"; fail "fail2ban refuses the jail"; }
+  [ "$(fail2ban-regex --out ip /var/log/orvellis/error.log /etc/fail2ban/filter.d/orvellis.conf)" = 192.0.2.7 ] || fail "the filter"
+fi
+
 # An upgrade keeps what was edited.
 echo 'user=mine;logs=/nowhere/*;url=http://www.example.com;password=*' >>/etc/orvellis/orvellis.conf
 dpkg --install "$package" >"$work/log" 2>&1 || { cat "$work/log"; fail "it does not upgrade"; }
@@ -72,7 +95,8 @@ grep -q '^user=mine;' /etc/orvellis/orvellis.conf || fail "the upgrade lost the 
 grep -q '^nginx:[$]' /etc/orvellis/passwords || fail "the upgrade lost the passwords"
 
 dpkg --purge orvellis >"$work/log" 2>&1 || { cat "$work/log"; fail "it cannot be purged"; }
-for path in /etc/orvellis /var/log/orvellis /var/lib/orvellis /usr/libexec/orvellis /usr/share/orvellis /usr/bin/orvellis /usr/share/doc/orvellis \
+for path in /etc/orvellis /var/log/orvellis /var/lib/orvellis /etc/fail2ban/filter.d/orvellis.conf /etc/fail2ban/jail.d/orvellis.conf \
+  /usr/libexec/orvellis /usr/share/orvellis /usr/bin/orvellis /usr/bin/orvellis-passwd /usr/share/doc/orvellis \
   /etc/logrotate.d/orvellis; do
   [ ! -e "$path" ] && [ ! -L "$path" ] || fail "purging leaves $path behind"
 done

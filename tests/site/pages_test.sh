@@ -29,7 +29,7 @@ collect_links() { # FILE NAME
     while IFS= read -r link; do
       case $link in
         /*) echo "$link" ;;
-        \?about | \?credits) echo "/orvellis-cgi/orvellis$link" ;;
+        \?*) echo "/orvellis-cgi/orvellis$link" ;;  # a page of the program itself
         \#*) grep -aqE "(id|name)=\"?${link#\#}[\"> ]" "$1" || echo "BROKEN $2 $link" ;;
         http://www.example.com* | http://localhost* | mailto:*) ;;  # addresses of the logs' own sites
         http*) [ "$2" = report ] || echo "BROKEN $2 $link" ;;

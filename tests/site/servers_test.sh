@@ -224,7 +224,7 @@ for way in remove purge; do
     check "--init-site $server"
   done
   serves
-  printf '%s\n%s\n' Teapot Teapot | quietly orvellis-passwd mynginx || fail "orvellis-passwd"
+  echo Teapot | quietly orvellis-passwd --stdin mynginx || fail "orvellis-passwd"
   orvellis config=/etc/orvellis/orvellis.conf username=mynginx password=Teapot date=03052000,03112000 find=/ subdirs=1 \
     >"$work/page"
   grep -aq 'HTTP Requests:</b></td><td width="50%">[1-9]' "$work/page" || fail "--init-site: the account reports nothing"

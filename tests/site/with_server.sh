@@ -52,17 +52,15 @@ trap 'exit 1' INT TERM HUP
 cmake --install "$build" --prefix "$PREFIX" >/dev/null
 mkdir -p "$WORK/log/$SERVER" "$WORK/root"
 sed -i -e "s|=/var/log/apache2/|=$WORK/log/apache/|g" -e "s|=/var/log/|=$WORK/log/|g" "$PREFIX/etc/orvellis/orvellis.conf"
-# "Teapot", as "openssl passwd -6" writes it.
-hash='$6$orvellistest$97tvDsjjQkALzl4OvZC7/lVKrvH/JjEq0wHxq4dMs7zRv031LEoq/Gq..lTKul1iz2Di6KKmDd9K/Zct60et70'
-echo "$SERVER:$hash" >"$PREFIX/etc/orvellis/passwords"
+echo Teapot | "$PREFIX/bin/orvellis-passwd" --config "$PREFIX/etc/orvellis/orvellis.conf" --stdin "$SERVER" >/dev/null
 mkdir -p "$PREFIX/var/log/orvellis" "$PREFIX/var/lib/orvellis"
 cp "$source_dir/samples/logs/combined.log" "$WORK/log/$SERVER/access.log.1"
 sed "s|/run/fcgiwrap.socket|$WORK/fcgiwrap.socket|" "$PREFIX/share/orvellis/conf/$SERVER.conf" >"$WORK/orvellis-$SERVER.conf"
 : >"$WORK/own.conf"
-# Without what keeps one visitor from the places of all others, and false users out.
+# Without what keeps one visitor from the places of all others, and false users out, and to one configuration.
 if [ -n "${ORVELLIS_OPEN:-}" ]; then
-  sed -i -e 's|/libexec/orvellis/gate/|/libexec/orvellis/cgi/|' -e 's|REMOTE_USER  *"";|REMOTE_USER $remote_user;|' \
-    "$WORK/orvellis-$SERVER.conf"
+  sed -i -e '/^[^#]*ORVELLIS_CONFIG/d' -e 's|/libexec/orvellis/gate/|/libexec/orvellis/cgi/|' \
+    -e 's|REMOTE_USER  *"";|REMOTE_USER $remote_user;|' "$WORK/orvellis-$SERVER.conf"
   sed -i 's|^limit_conn_zone $orvellis_visitor|limit_conn_zone $server_name|' "$PREFIX/share/orvellis/conf/nginx-common.conf"
 fi
 export SERVER PREFIX WORK PATH
