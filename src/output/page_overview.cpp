@@ -1,5 +1,7 @@
 #include "output/page_overview.h"
 
+#include <cmath>
+
 #include "output/escape.h"
 #include "output/moments.h"
 #include "output/page_cells.h"
@@ -134,9 +136,14 @@ static void EndTile(Sink& sink) {
 static void PutRequestsTile(Sink& sink, int64_t requests, int64_t days) {
   BeginTile(sink, "Requests");
   PutGrouped(sink, requests);
-  if (days > 1) {
+  const double average = Share(requests, days);
+  if (days > 1 && average >= 0.1) {
     BeginDetail(sink);
-    PutGrouped(sink, (requests + days / 2) / days);
+    if (average < 10) {
+      PutDecimal(sink, average, 1);
+    } else {
+      PutGrouped(sink, std::llround(average));
+    }
     Put(sink, " a day on average");
   }
   EndTile(sink);

@@ -29,9 +29,9 @@ static int64_t MostRows(const Section& section, const Settings& settings) {
 
 // ---- Words ---------------------------------------------------------------------------
 
-static void PutPart(Sink& sink, int64_t count, int64_t total, const SectionWords& words) {
-  Put(sink, "; together they make up ");
-  PutShare(sink, Share(count, total));
+static void PutPart(Sink& sink, const Shown& shown, int64_t total, const SectionWords& words) {
+  Put(sink, shown.rows == 1 ? Literal("; it makes up ") : Literal("; together they make up "));
+  PutShare(sink, Share(shown.count, total));
   Put(sink, " of ");
   PutGrouped(sink, total);
   Put(sink, " ");
@@ -56,7 +56,7 @@ static void PutHowMany(Sink& sink, const SectionWords& words, const Shown& shown
   }
   PutCounted(sink, distinct, words.item_of_many, words.items);
   if (shown.rows > 0 && total > 0) {
-    PutPart(sink, shown.count, total, words);
+    PutPart(sink, shown, total, words);
   }
   Put(sink, ".");
 }

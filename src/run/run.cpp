@@ -126,7 +126,6 @@ static Refusal ConfigureAndPrint(Task& task) {
   if (task.input.settled != nullptr) {
     task.input.settled(task.settings);
   }
-  LogIgnoredNames(task.env, task.settings);
   return PrintPage(account_found, task);
 }
 

@@ -22,7 +22,8 @@ static const std::string kHeaders =
     "Cache-Control: no-store\n\n";
 
 // Every text that a request or the installation can bring bears this mark.
-static constexpr char kMark[] = "<b>\"mark";
+static constexpr char kMark[] = "<b>\"MARK";
+static constexpr char kMarked[] = "MARK";
 
 class AnswerPages : public AccountLogs {
  protected:
@@ -75,7 +76,7 @@ static constexpr struct {
     {kErrorNoEndDate, "400 Bad Request", "", true},
     {kErrorConfigFile, "500 Internal Server Error", "", true},
     {kErrorPasswordFile, "500 Internal Server Error", "", true},
-    {kErrorNoLogFiles, "500 Internal Server Error", "", true},
+    {kErrorNoLogFiles, "404 Not Found", "", true},
     {kErrorLimited, "429 Too Many Requests", "", false},
     {static_cast<Error>(99), "500 Internal Server Error", "", true},
 };
@@ -95,10 +96,10 @@ TEST_F(AnswerPages, EachRefusalHasItsStatusAndOneLineOfTheLogAtMost) {
 TEST_F(AnswerPages, RefusalsHoldNothingOfTheRequestAndTheMachine) {
   MarkAll();
   for (const auto& answer : kAnswers) {
-    EXPECT_THAT(Refused(answer.error), Not(HasSubstr("mark"))) << answer.error;
+    EXPECT_THAT(Refused(answer.error), Not(HasSubstr(kMarked))) << answer.error;
   }
-  EXPECT_THAT(Told(kPageAbout) + Told(kPageCredits), Not(HasSubstr("mark")));
-  EXPECT_THAT(ReadFile(settings_.ErrorLog), HasSubstr("no log files found: \"<b>\\\"mark\""));
+  EXPECT_THAT(Told(kPageAbout) + Told(kPageCredits), Not(HasSubstr(kMarked)));
+  EXPECT_THAT(ReadFile(settings_.ErrorLog), HasSubstr("no log files found: \"<b>\\\"MARK\""));
 }
 
 TEST_F(AnswerPages, RefusalNamesItsNumber) {

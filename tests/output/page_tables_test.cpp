@@ -76,7 +76,7 @@ TEST(PageTable, RowHasRankItemCountAndShare) {
   EXPECT_THAT(TableOf(1, Lead::kRank),
               HasSubstr("<tr><td class=\"n\">1</td><td class=\"i\"><a rel=\"noopener noreferrer nofollow\" "
                         "href=\"http://site.example/item\">/item</a></td><td class=\"c\">12,345</td>"
-                        "<td class=\"s\"><svg class=\"share\" aria-hidden=\"true\"><rect width=\"50.0%\" "
+                        "<td class=\"s\"><svg class=\"share\" aria-hidden=\"true\"><rect width=\"50%\" "
                         "height=\"100%\"/></svg>0.0 %\n</td></tr>"));
 }
 
