@@ -633,6 +633,7 @@ test_variables_of_a_server_have_no_effect() {
 # ---- The page ---------------------------------------------------------------------------
 
 test_no_script() {
+  edition=
   week >access.log
   run access.log
   expect_in report.html '<script>'
