@@ -37,7 +37,7 @@ _orvellis_report() {
     mapfile -t COMPREPLY < <(compgen -W '--server --account --logs --url --site --write --remove -h --help' -- "$word")
   elif [[ $word == -* ]]; then
     mapfile -t COMPREPLY < <(compgen -W '-o --output --json --csv --text --from --to --path --match --exclude-hosts --exclude-types --top
-      --min --reports --title --url --log-format --date-format --gmt --dns --search-engines --memory --classic --theme
+      --min --reports --title --url --log-format --date-format --gmt --dns --search-engines --memory --classic --no-script --theme
       --plain --open --quiet --keep-config --init-site -h --help --version' -- "$word")
   else
     compopt -o filenames

@@ -161,6 +161,7 @@ static void SmartMemoryDisabled(Settings& settings, const Param& param) {
 
 static void SetTop(RankedReport& report, const char* value) {
   report.top = ToInt(value);
+  report.top_asked = *value != '\0';
   report.top_is_percent = std::string_view(value).ends_with('%') ? 1 : 0;
 }
 
@@ -286,6 +287,7 @@ static const Keyword kKeywords[] = {
     {"dailytotals", Number<&Settings::dailytotals>, kFromAny, kTaken},
     {"hitsperdayofweek", Number<&Settings::hitsperdayofweek>, kFromAny, kTaken},
     {"hitsperhour", Number<&Settings::hitsperhour>, kFromAny, kTaken},
+    {"no_script", Number<&Settings::no_script>, kFromAny, kTaken, kStop, kLater},
     {"hoursofweek", Number<&Settings::hoursofweek>, kFromAny, kTaken, kStop, kLater},
     {"base", Copy<&Settings::base>, kFromAny, kIgnored},
     {"fixgmt", Levelled<SuperLog_SetFixGmt>, kFromAny, kIgnored},

@@ -27,6 +27,7 @@ struct RankedReport {
   int top;      // most rows shown, or a percentage of the distinct items; 0 = all
   int greater;  // smallest count shown
   int top_is_percent;
+  bool top_asked = false;  // top was given, even as 0: a page need not cut by itself
 };
 
 struct Environment {
@@ -111,6 +112,7 @@ struct Settings {
   int hitsperdayofweek;
   int hitsperhour;
   int hoursofweek;
+  int no_script;  // a page has none
   RankedReport badurls;
   RankedReport browsers;
   RankedReport requests;

@@ -20,6 +20,8 @@ struct CalendarDate {
   int month;  // 1-12 as written; never checked
   int day;
   int year;
+
+  bool operator==(const CalendarDate&) const = default;
 };
 
 // Splits the MMDDYYYY texts of the settings; non-numeric and missing parts read

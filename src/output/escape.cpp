@@ -134,6 +134,41 @@ void PutAttribute(Sink& sink, std::string_view text) {
   PutHtmlText(sink, text, {}, {});
 }
 
+void PutMarkup(Sink& sink, std::string_view markup) {
+  PutChecked(sink, markup);
+}
+
+// ---- Texts without their middle -----------------------------------------------------
+
+// So many characters from the beginning of a text, as bytes; all that it has when these
+// are fewer.
+static size_t BytesOf(std::string_view text, size_t characters) {
+  size_t bytes = 0;
+  for (; characters > 0 && bytes < text.size(); --characters) {
+    bytes += FirstCharacter(text.substr(bytes)).size;
+  }
+  return bytes;
+}
+
+static size_t CountCharacters(std::string_view text) {
+  size_t count = 0;
+  for (; !text.empty(); ++count) {
+    text.remove_prefix(FirstCharacter(text).size);
+  }
+  return count;
+}
+
+Shortened WithoutMiddle(std::string_view text, size_t characters) {
+  const size_t all = text.size() <= characters ? 0 : CountCharacters(text);
+  if (all <= characters) {
+    return {text, {}};
+  }
+  const size_t at_end = characters / 3;
+  const size_t begin = BytesOf(text, characters - at_end);
+  const size_t left_out = BytesOf(text.substr(begin), all - characters);
+  return {text.substr(0, begin), text.substr(begin + left_out)};
+}
+
 // ---- Addresses ----------------------------------------------------------------------
 
 bool IsWebAddress(std::string_view address) {

@@ -16,6 +16,18 @@
 void PutHtml(Sink& sink, std::string_view text);
 void PutAttribute(Sink& sink, std::string_view text);
 
+// Markup that the administrator has written in the configuration, as it is. Nothing else
+// may be handed to it.
+void PutMarkup(Sink& sink, std::string_view markup);
+
+// A text without its middle: the beginning and the end of one that has more characters
+// than these, cut between characters, else the whole and an empty end.
+struct Shortened {
+  std::string_view begin;
+  std::string_view end;
+};
+Shortened WithoutMiddle(std::string_view text, size_t characters);
+
 // True when an address begins with "http://" or "https://", ignoring case, and has a
 // host behind it: the only ones that may become links.
 bool IsWebAddress(std::string_view address);

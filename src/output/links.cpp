@@ -2,9 +2,13 @@
 
 #include "output/escape.h"
 
-bool HasLink(const SectionRow& row) {
-  if (row.site == nullptr) {
+bool IsLink(const char* site, std::string_view item) {
+  if (site == nullptr) {
     return false;
   }
-  return row.site[0] == '\0' ? IsWebAddress(row.item) : row.item[0] == '/' && IsWebAddress(row.site);
+  return site[0] == '\0' ? IsWebAddress(item) : item.starts_with('/') && IsWebAddress(site);
+}
+
+bool HasLink(const SectionRow& row) {
+  return IsLink(row.site, row.item);
 }

@@ -53,6 +53,13 @@ void PutMoment(Sink& sink, time_t when) {
   PutOffset(sink, local.tm_gmtoff);
 }
 
+void PutClock(Sink& sink, time_t when) {
+  const tm local = LocalParts(when);
+  PutPadded(sink, local.tm_hour, 2);
+  Put(sink, ":");
+  PutPadded(sink, local.tm_min, 2);
+}
+
 const char* ZoneName(time_t when) {
   const char* const named = getenv("TZ");
   if (named != nullptr && named[0] != '\0') {

@@ -15,6 +15,9 @@ CalendarDate DayOf(time_t when);
 // "2026-11-22T18:04:05+01:00"
 void PutMoment(Sink& sink, time_t when);
 
+// "18:04"
+void PutClock(Sink& sink, time_t when);
+
 // The name of the local zone: that of TZ, or else the abbreviation that holds at the
 // time. Good until the zone changes; escaped like any other text.
 const char* ZoneName(time_t when);

@@ -8,9 +8,11 @@
 struct SectionWords {
   SectionId id;
   Literal title;
-  Literal item;         // heading of its items: one of them
-  Literal items;        // several
-  Literal explanation;  // a sentence
+  Literal item;          // heading of its items: one of them
+  Literal items;         // several
+  Literal item_of_many;  // one, within a sentence
+  Literal whole;         // what the shares are of
+  Literal explanation;   // a sentence
 };
 
 const SectionWords& WordsOf(const Section& section);

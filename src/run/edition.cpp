@@ -7,11 +7,11 @@
 #include "entry/admission.h"
 #include "output/csv_output.h"
 #include "output/json_output.h"
+#include "output/modern_page.h"
 #include "output/text_output.h"
-#include "report/guarded_page.h"
 
 static constexpr Output kModernOutputs[] = {
-    {"modern", &kGuardedPage},
+    {"modern", &kModernPage},
     {"json", &kJsonOutput},
     {"csv", &kCsvOutput},
     {"text", &kTextOutput},
@@ -38,7 +38,7 @@ static const Edition kEditions[] = {
     {
         .name = "modern",
         .counting = kModernCounting,
-        .page = &kGuardedPage,
+        .page = &kModernPage,
         .outputs = kModernOutputs,
         .form = ParamSource::kStranger,
         .admit = Admit,

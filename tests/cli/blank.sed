@@ -6,3 +6,16 @@ s|^\[[0-9][0-9]/[A-Z][a-z][a-z]/[0-9:]*\] |[NOW] |
 s|<b>User:</b> .* / <b>Group:</b> [^<]*<br>|<b>User:</b> USER / <b>Group:</b> GROUP<br>|
 s,^\(<b>\(Operating system\|Release\|Processor\|Version\|Node\):</b> \)[^<]*,\1SYSTEM,
 s,^\(    \(Operating system\|Release\|Processor\|Version\|Node\): *	\).*,\1SYSTEM,
+
+# What every modern page carries: its style, its script, and their hashes.
+/^<style>/,/^<\/style>/{
+  s|^<style>.*|<style>STYLE|
+  /^<style>/!{
+    /^<\/style>/!d
+  }
+}
+/^<script>$/,/^<\/script>$/{
+  /script>$/!d
+}
+s|'sha256-[A-Za-z0-9+/=]*'|'HASH'|g
+s|<time datetime="[^"]*">[^<]*</time>|<time>NOW</time>|

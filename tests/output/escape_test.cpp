@@ -143,3 +143,18 @@ TEST(Plain, CountsColumns) {
   // A wide character that does not fit leaves its column free.
   EXPECT_EQ(Plain("\xe4\xb8\xad\xe4\xb8\xad\xe4\xb8\xad\xe4\xb8\xad", 7), "\xe4\xb8\xad..\xe4\xb8\xad");
 }
+
+TEST(Html, MiddleIsCutBetweenCharacters) {
+  const Shortened whole = WithoutMiddle("abcdef", 6);
+  EXPECT_EQ(whole.begin, "abcdef");
+  EXPECT_EQ(whole.end, "");
+  const Shortened ascii = WithoutMiddle("abcdefghij", 6);
+  EXPECT_EQ(ascii.begin, "abcd");
+  EXPECT_EQ(ascii.end, "ij");
+  const Shortened wide = WithoutMiddle("\u00e9\u20ac\u00e9\u20ac\u00e9\u20ac\u00e9", 6);
+  EXPECT_EQ(wide.begin, "\u00e9\u20ac\u00e9\u20ac");
+  EXPECT_EQ(wide.end, "\u20ac\u00e9");
+  const Shortened broken = WithoutMiddle("\xff\xff\xff\xff\xff\xff\xff", 6);
+  EXPECT_EQ(broken.begin.size(), 4U);
+  EXPECT_EQ(broken.end.size(), 2U);
+}

@@ -632,12 +632,21 @@ test_variables_of_a_server_have_no_effect() {
 
 # ---- The page ---------------------------------------------------------------------------
 
+test_no_script() {
+  edition=
+  week >access.log
+  run access.log
+  expect_in report.html '<script>'
+  run --no-script access.log
+  expect_not_in report.html '<script'
+}
+
 test_theme_and_plain() {
   week >access.log
-  run --theme access.log
+  run --classic --theme access.log
   expect_match report.html '<link rel="stylesheet" href="file://[^"]*/site/report.css">'
   expect_match report.html '<img src="file://[^"]*/site/or15-reg.gif"'
-  run --plain access.log
+  run --classic --plain access.log
   expect_not_in report.html stylesheet
 }
 

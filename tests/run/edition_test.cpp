@@ -4,8 +4,8 @@
 
 #include "output/csv_output.h"
 #include "output/json_output.h"
+#include "output/modern_page.h"
 #include "output/text_output.h"
-#include "report/guarded_page.h"
 #include "support/text_file.h"
 
 TEST(FindEdition, KnowsTwoNamesIgnoringCase) {
@@ -47,7 +47,7 @@ TEST(FindEdition, RulesOfTheRows) {
   EXPECT_TRUE(modern.later_names);
   EXPECT_FALSE(modern.server_arguments);
   EXPECT_EQ(modern.form, ParamSource::kStranger);
-  EXPECT_EQ(modern.page, &kGuardedPage);
+  EXPECT_EQ(modern.page, &kModernPage);
   EXPECT_TRUE(modern.whole_values);
   EXPECT_TRUE(modern.only_posts);
   EXPECT_TRUE(modern.shuts_in);

@@ -99,9 +99,9 @@ form="username=$SERVER&password=Teapot&sm=03&sd=05&sy=2000&em=03&ed=11&ey=2000&f
 post "$form"
 check_report_headers 'the report'
 contains "$WORK/page" '</html>' 'the report'
-contains "$WORK/page" '/orvellis/blue2x5.gif' 'the report'
-contains "$WORK/page" 'searchengines.asp' 'the report'
-contains "$WORK/page" '/orvellis/report.css' 'the report'
+contains "$WORK/page" '<h1><bdi>' 'the report'
+contains "$WORK/page" '<section id="hitsperhour"' 'the report'
+lacks "$WORK/page" 'src=' 'the report'
 lacks "$WORK/page" '#error' 'the report'
 collect_links "$WORK/page" report
 

@@ -1,7 +1,7 @@
-#include "report/guarded_page.h"
-
 #include <gmock/gmock.h>
 
+#include "output/modern_page.h"
+#include "output/page_frame.h"
 #include "report/extra_texts.h"
 #include "report/site.h"
 #include "support/account_logs.h"
@@ -12,19 +12,20 @@ using testing::Not;
 using testing::StartsWith;
 
 static const std::string kHeaders =
-    "Content-Type: text/html\n"
-    "Content-Security-Policy: sandbox allow-forms allow-popups allow-popups-to-escape-sandbox; "
-    "default-src 'none'; img-src 'self'; style-src 'self'; form-action 'self'; base-uri 'none'; "
-    "frame-ancestors 'none'\n"
+    "Content-Type: text/html; charset=utf-8\n"
+    "Content-Security-Policy: " +
+    std::string(WebPolicy(false)) +
+    "\n"
     "X-Content-Type-Options: nosniff\n"
     "Referrer-Policy: no-referrer\n"
     "X-Robots-Tag: noindex, nofollow\n"
     "Cache-Control: no-store\n\n";
 
 // Every text that a request or the installation can bring bears this mark.
-static constexpr char kMark[] = "<b>\"mark";
+static constexpr char kMark[] = "<b>\"MARK";
+static constexpr char kMarked[] = "MARK";
 
-class GuardedPage : public AccountLogs {
+class AnswerPages : public AccountLogs {
  protected:
   void SetUp() override {
     env_.command_line = 0;
@@ -40,11 +41,11 @@ class GuardedPage : public AccountLogs {
   }
 
   std::string Refused(Error error, int retry_after = 0) {
-    return Output([&] { kGuardedPage.refuse({error, retry_after}, env_, settings_); });
+    return Output([&] { kModernPage.refuse({error, retry_after}, env_, settings_); });
   }
   std::string Told(Page page) {
     settings_.page = page;
-    return Output([&] { kGuardedPage.info[page](env_, settings_); });
+    return Output([&] { kModernPage.info[page](env_, settings_); });
   }
 
   void MarkAll() {
@@ -75,11 +76,12 @@ static constexpr struct {
     {kErrorNoEndDate, "400 Bad Request", "", true},
     {kErrorConfigFile, "500 Internal Server Error", "", true},
     {kErrorPasswordFile, "500 Internal Server Error", "", true},
+    {kErrorNoLogFiles, "404 Not Found", "", true},
     {kErrorLimited, "429 Too Many Requests", "", false},
     {static_cast<Error>(99), "500 Internal Server Error", "", true},
 };
 
-TEST_F(GuardedPage, EachRefusalHasItsStatusAndOneLineOfTheLogAtMost) {
+TEST_F(AnswerPages, EachRefusalHasItsStatusAndOneLineOfTheLogAtMost) {
   for (const auto& answer : kAnswers) {
     SCOPED_TRACE(answer.error);
     const std::string before = ReadFile(settings_.ErrorLog);
@@ -91,87 +93,59 @@ TEST_F(GuardedPage, EachRefusalHasItsStatusAndOneLineOfTheLogAtMost) {
   }
 }
 
-TEST_F(GuardedPage, RefusalsHoldNothingOfTheRequestAndTheMachine) {
+TEST_F(AnswerPages, RefusalsHoldNothingOfTheRequestAndTheMachine) {
   MarkAll();
   for (const auto& answer : kAnswers) {
-    EXPECT_THAT(Refused(answer.error), Not(HasSubstr("mark"))) << answer.error;
+    EXPECT_THAT(Refused(answer.error), Not(HasSubstr(kMarked))) << answer.error;
   }
-  EXPECT_THAT(Refused(kErrorNoLogFiles), Not(HasSubstr("mark")));
-  EXPECT_THAT(Told(kPageAbout) + Told(kPageCredits), Not(HasSubstr("mark")));
-  EXPECT_THAT(ReadFile(settings_.ErrorLog), HasSubstr("no log files found: \"<b>\\\"mark\""));
+  EXPECT_THAT(Told(kPageAbout) + Told(kPageCredits), Not(HasSubstr(kMarked)));
+  EXPECT_THAT(ReadFile(settings_.ErrorLog), HasSubstr("no log files found: \"<b>\\\"MARK\""));
 }
 
-TEST_F(GuardedPage, RefusalNamesItsNumber) {
+TEST_F(AnswerPages, RefusalNamesItsNumber) {
   EXPECT_THAT(Refused(kErrorPasswordFile),
-              HasSubstr("\n<h2>Orvellis Error #10: Could not open passwords file</h2>\n"));
+              HasSubstr("<h1>Orvellis Error #10: Could not open passwords file</h1>\n"));
   EXPECT_THAT(Refused(kErrorLimited), HasSubstr("<a href=\"/orvellis/support/errors/#error13\">"));
 }
 
-TEST_F(GuardedPage, VisitorIsToldWhenToAskAgain) {
+TEST_F(AnswerPages, VisitorIsToldWhenToAskAgain) {
   EXPECT_THAT(Refused(kErrorLimited, 600),
               StartsWith("Status: 429 Too Many Requests\nRetry-After: 600\n" + kHeaders));
   EXPECT_THAT(Refused(kErrorLimited, 0), Not(HasSubstr("Retry-After")));
   EXPECT_THAT(Refused(kErrorRejected, 1), HasSubstr("\nRetry-After: 1\n"));
 }
 
-TEST_F(GuardedPage, RefusalBehindTheHeadHasNeitherHeadersNorAHead) {
-  const std::string page = Refused(kErrorNoLogFiles);
-  EXPECT_THAT(page, StartsWith("<h2>Orvellis Error #11: No log files found</h2>\n<p>"));
-  EXPECT_THAT(page, EndsWith("</body>\n</html>\n"));
+TEST_F(AnswerPages, NothingIsSaidBeforeTheAnswerIsKnown) {
+  EXPECT_EQ(kModernPage.announce, nullptr);
+  EXPECT_EQ(kModernPage.begin, nullptr);
 }
 
-TEST_F(GuardedPage, NothingIsSaidBeforeTheAnswerIsKnown) {
-  EXPECT_EQ(kGuardedPage.announce, nullptr);
-  EXPECT_THAT(Output([&] { kGuardedPage.begin(env_, settings_); }), StartsWith(kHeaders + "<html>\n<head>"));
-}
-
-TEST_F(GuardedPage, ShellGetsNoHeaders) {
+TEST_F(AnswerPages, ShellGetsNoHeaders) {
   env_.command_line = 1;
-  EXPECT_THAT(Output([&] { kGuardedPage.begin(env_, settings_); }), StartsWith("<html>\n<head>"));
   EXPECT_THAT(Refused(kErrorLimited, 9), StartsWith("<!DOCTYPE html>\n"));
 }
 
-TEST_F(GuardedPage, ReportIsTheClassicOne) {
-  AddLog("a.log", {{}, {}});
-  settings_.requests.on = 1;
-  std::string reports[2];
-  for (int i = 0; i < 2; ++i) {
-    const PageWriter& page = i == 0 ? kClassicPage : kGuardedPage;
-    reports[i] = Output([&] {
-      Analysis analysis{};
-      ASSERT_TRUE(BeginAnalysis(settings_, kClassicCounting, analysis, page.told(settings_)));
-      CountLogs(settings_, analysis);
-      page.finish(settings_, analysis);
-      EndAnalysis(analysis);
-      ResetAnalysis();
-      ResetSuperLog();
-    });
-  }
-  EXPECT_THAT(reports[0], HasSubstr("/a.html"));
-  EXPECT_EQ(reports[0], reports[1]);
-}
-
-TEST_F(GuardedPage, StrangerLearnsTheProgramAndItsVersion) {
-  EXPECT_EQ(Told(kPageAbout),
-            kHeaders +
-                "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<title>Orvellis</title>\n</head>\n"
-                "<body>\n<h1>Orvellis 1.5</h1>\n<p><a href=\"/orvellis/product.html\">Product "
-                "information</a>, <a href=\"?credits\">credits</a></p>\n</body>\n</html>\n");
+TEST_F(AnswerPages, StrangerLearnsTheProgramAndItsVersion) {
+  const std::string about = Told(kPageAbout);
+  EXPECT_THAT(about, StartsWith(kHeaders + "<!DOCTYPE html>\n<html lang=\"en\">\n"));
+  EXPECT_THAT(about,
+              HasSubstr("<p>Orvellis 1.5</p>\n<p><a href=\"/orvellis/product.html\">Product information</a>, "
+                        "<a href=\"?credits\">credits</a></p>\n</main>\n</body>\n</html>\n"));
   const std::string credits = Told(kPageCredits);
   EXPECT_THAT(credits, StartsWith(kHeaders + "<!DOCTYPE html>\n"));
   EXPECT_THAT(credits, HasSubstr(kDevelopers[0]));
   EXPECT_THAT(credits, HasSubstr(kSpecialThanks[1]));
 }
 
-TEST_F(GuardedPage, ShellLearnsTheMachine) {
+TEST_F(AnswerPages, ShellLearnsTheMachine) {
   env_.command_line = 1;
   settings_.program_path = "orvellis";
   EXPECT_THAT(Told(kPageAbout), HasSubstr("    Node:            \t"));
   EXPECT_THAT(Told(kPageCredits), EndsWith("type: orvellis about\n\n"));
 }
 
-TEST_F(GuardedPage, HasNoRemoteDebugging) {
-  EXPECT_EQ(kGuardedPage.info[kPageReport], nullptr);
-  EXPECT_EQ(kGuardedPage.info[kPageRemoteDebug], nullptr);
+TEST_F(AnswerPages, HasNoRemoteDebugging) {
+  EXPECT_EQ(kModernPage.info[kPageReport], nullptr);
+  EXPECT_EQ(kModernPage.info[kPageRemoteDebug], nullptr);
   EXPECT_NE(kClassicPage.info[kPageRemoteDebug], nullptr);
 }

@@ -1,0 +1,16 @@
+// What stands around the content of every page: its head with style and content policy,
+// and its end. A page needs no other file and no network.
+#pragma once
+
+#include "output/sink.h"
+
+// The policy for a web server's headers: what a page cannot say of itself comes first.
+const char* WebPolicy(bool with_script);
+
+// "<!DOCTYPE html>" up to where the text of the title begins, and from its end to
+// "<body>". Between the two only texts of escape.h or of the program.
+void PutPageStart(Sink& sink);
+void PutPageHead(Sink& sink, bool with_script);
+
+// The script, which looks for lists in the page, and the end.
+void PutPageEnd(Sink& sink, bool with_script);

@@ -1,0 +1,272 @@
+#include "output/page_overview.h"
+
+#include <cmath>
+
+#include "output/escape.h"
+#include "output/moments.h"
+#include "output/page_cells.h"
+#include "output/page_sections.h"
+#include "output/words.h"
+#include "sections/notes.h"
+#include "sections/overview.h"
+#include "sections/section_list.h"
+#include "sections/section_rows.h"
+
+// ---- Days ----------------------------------------------------------------------------
+
+struct Days {
+  CalendarDate first;
+  CalendarDate last;
+};
+
+static void PutTime(Sink& sink, const CalendarDate& day) {
+  Put(sink, "<time>");
+  PutDay(sink, day);
+  Put(sink, "</time>");
+}
+
+// Where nothing but text may stand, as in a title.
+static void PutPlainDays(Sink& sink, const Days& days) {
+  PutDay(sink, days.first);
+  if (days.first != days.last) {
+    Put(sink, " to ");
+    PutDay(sink, days.last);
+  }
+}
+
+static void PutDays(Sink& sink, const Days& days) {
+  PutTime(sink, days.first);
+  if (days.first != days.last) {
+    Put(sink, " to ");
+    PutTime(sink, days.last);
+  }
+}
+
+static Days RangeOf(const Analysis& analysis) {
+  return {DayOf(analysis.range_first), DayOf(analysis.range_last)};
+}
+
+// ---- Head ----------------------------------------------------------------------------
+
+void PutTitle(Sink& sink, const Settings& settings, const Analysis& analysis) {
+  PutAttribute(sink, settings.title);
+  Put(sink, ": ");
+  PutPlainDays(sink, RangeOf(analysis));
+}
+
+static void PutMade(Sink& sink, time_t made) {
+  Put(sink, "<div><dt>Made</dt> <dd><time datetime=\"");
+  PutMoment(sink, made);
+  Put(sink, "\">");
+  PutDay(sink, DayOf(made));
+  Put(sink, " ");
+  PutClock(sink, made);
+  Put(sink, "</time></dd></div>\n<div><dt>Time zone</dt> <dd>");
+  PutHtml(sink, ZoneName(made));
+  Put(sink, "</dd></div>\n");
+}
+
+static void PutLogs(Sink& sink, const LogsRead& logs, uint64_t bytes) {
+  Put(sink, "<div><dt>From</dt> <dd>");
+  if (logs.count == 0) {
+    Put(sink, "no log</dd></div>\n");
+    return;
+  }
+  PutCounted(sink, logs.count, "log", "logs");
+  Put(sink, ", ");
+  PutByteSize(sink, bytes);
+  for (int i = 0; i < logs.count && i < static_cast<int>(kMostLogsNamed); ++i) {
+    Put(sink, i == 0 ? Literal(": ") : Literal(", "));
+    PutItemText(sink, logs.names[static_cast<size_t>(i)], nullptr);
+  }
+  if (logs.count > static_cast<int>(kMostLogsNamed)) {
+    Put(sink, " and ");
+    PutGrouped(sink, logs.count - static_cast<int>(kMostLogsNamed));
+    Put(sink, " more");
+  }
+  Put(sink, "</dd></div>\n");
+}
+
+void PutReportHead(Sink& sink, const Settings& settings, const Analysis& analysis, const LogsRead& logs) {
+  const Overview overview = OverviewOf(settings, analysis);
+  Put(sink, "<header>\n");
+  if (overview.url[0] != '\0') {
+    Put(sink, "<p class=\"site\">");
+    PutItemText(sink, overview.url, "");
+    Put(sink, "</p>\n");
+  }
+  Put(sink, "<h1>");
+  PutItemText(sink, overview.title, nullptr);
+  Put(sink, "</h1>\n<p class=\"days\">");
+  PutDays(sink, RangeOf(analysis));
+  Put(sink, "</p>\n<dl class=\"facts\">\n");
+  PutMade(sink, MomentMade(overview.made));
+  PutLogs(sink, logs, overview.log_bytes_read);
+  Put(sink, "</dl>\n</header>\n");
+}
+
+// ---- Contents ------------------------------------------------------------------------
+
+void PutContents(Sink& sink, const Settings& settings, const Analysis& analysis) {
+  Put(sink,
+      "<nav aria-labelledby=\"contents\">\n<h2 id=\"contents\">Contents</h2>\n<ul>\n"
+      "<li><a href=\"#overview\">Overview</a></li>\n");
+  if (analysis.logs.in_range) {
+    PutSectionLinks(sink, settings);
+  }
+  Put(sink, "</ul>\n</nav>\n");
+}
+
+// ---- Figures that matter -------------------------------------------------------------
+
+static void BeginTile(Sink& sink, Literal name) {
+  Put(sink, "<div><dt>");
+  Put(sink, name);
+  Put(sink, "</dt><dd class=\"figure\">");
+}
+
+static void BeginDetail(Sink& sink) {
+  Put(sink, "</dd><dd>");
+}
+
+static void EndTile(Sink& sink) {
+  Put(sink, "</dd></div>\n");
+}
+
+static void PutRequestsTile(Sink& sink, int64_t requests, int64_t days) {
+  BeginTile(sink, "Requests");
+  PutGrouped(sink, requests);
+  const double average = Share(requests, days);
+  if (days > 1 && average >= 0.1) {
+    BeginDetail(sink);
+    if (average < 10) {
+      PutDecimal(sink, average, 1);
+    } else {
+      PutGrouped(sink, std::llround(average));
+    }
+    Put(sink, " a day on average");
+  }
+  EndTile(sink);
+}
+
+static void PutBytesTile(Sink& sink, uint64_t bytes) {
+  BeginTile(sink, "Data served");
+  PutByteSize(sink, bytes);
+  if (bytes >= 1000) {
+    BeginDetail(sink);
+    PutGroupedSize(sink, bytes);
+    Put(sink, " bytes");
+  }
+  EndTile(sink);
+}
+
+// The busiest day is known where days are counted.
+static SectionRow BusiestDay(const Settings& settings, Analysis& analysis) {
+  SectionRow busiest{};
+  if (settings.dailytotals == 0) {
+    return busiest;
+  }
+  SectionRows rows;
+  OpenSection(rows, settings, SectionOf(SectionId::kDays), analysis);
+  for (SectionRow row; NextRow(rows, row);) {
+    if (row.count > busiest.count) {
+      busiest = row;
+    }
+  }
+  return busiest;
+}
+
+static void PutDaysTile(Sink& sink, int64_t days, const SectionRow& busiest) {
+  BeginTile(sink, "Days");
+  PutGrouped(sink, days);
+  if (busiest.count > 0 && days > 1) {
+    BeginDetail(sink);
+    Put(sink, "most on ");
+    PutTime(sink, busiest.date);
+    Put(sink, ": ");
+    PutGrouped(sink, busiest.count);
+  }
+  EndTile(sink);
+}
+
+static void PutNotFoundTile(Sink& sink, Analysis& analysis) {
+  const int64_t count = TotalList(analysis.badurls.list);
+  BeginTile(sink, "Not found");
+  PutGrouped(sink, count);
+  BeginDetail(sink);
+  PutCounted(sink, static_cast<int64_t>(list_length(analysis.badurls.list)), "URL", "URLs");
+  if (analysis.hits > 0) {
+    Put(sink, ", ");
+    PutShare(sink, Share(count, analysis.hits));
+    Put(sink, " of the requests");
+  }
+  EndTile(sink);
+}
+
+static void PutTiles(Sink& sink, const Settings& settings, const Overview& overview, Analysis& analysis) {
+  SectionRows days;
+  OpenSection(days, settings, SectionOf(SectionId::kDays), analysis);
+  Put(sink, "<dl class=\"tiles\">\n");
+  PutRequestsTile(sink, overview.requests, days.distinct);
+  PutBytesTile(sink, overview.bytes_served);
+  PutDaysTile(sink, days.distinct, BusiestDay(settings, analysis));
+  if (IsOn(SectionOf(SectionId::kBadUrls), settings)) {
+    PutNotFoundTile(sink, analysis);
+  }
+  Put(sink, "</dl>\n");
+}
+
+// ---- Notes ---------------------------------------------------------------------------
+
+static void PutNote(Sink& sink, const Note& note) {
+  const NoteWords& words = WordsOf(note);
+  Put(sink, "<li>");
+  Put(sink, words.before);
+  if (note.subject[0] != '\0') {
+    Put(sink, "<bdi>");
+    PutHtml(sink, note.subject);
+    Put(sink, "</bdi>");
+  }
+  Put(sink, words.behind);
+  Put(sink, "</li>\n");
+}
+
+static void PutNotesOfLogs(Sink& sink, bool in_range, const LogsRead& logs) {
+  if (!in_range && logs.out_of_range > 0) {
+    Put(sink, "<li>The logs hold records of other days: ");
+    PutDays(sink, {DayOf(logs.first), DayOf(logs.last)});
+    Put(sink, ". Ask for a report of these.</li>\n");
+  }
+  if (logs.not_opened > 0) {
+    Put(sink, "<li>");
+    PutCounted(sink, logs.not_opened, "log", "logs");
+    Put(sink, " could not be opened, so that what is in there is missing.</li>\n");
+  }
+}
+
+static void PutNotes(Sink& sink, const Settings& settings, const Analysis& analysis, const LogsRead& logs) {
+  Notes notes = OpenNotes(settings, analysis);
+  Note note;
+  const bool any = NextNote(notes, note);
+  if (!any && logs.not_opened == 0) {
+    return;
+  }
+  Put(sink, "<ul class=\"notes\" aria-label=\"Notes\">\n");
+  for (bool more = any; more; more = NextNote(notes, note)) {
+    PutNote(sink, note);
+  }
+  PutNotesOfLogs(sink, analysis.logs.in_range, logs);
+  Put(sink, "</ul>\n");
+}
+
+void PutOverview(Sink& sink, const Settings& settings, Analysis& analysis, const LogsRead& logs) {
+  const Overview overview = OverviewOf(settings, analysis);
+  Put(sink,
+      "<section id=\"overview\" aria-labelledby=\"overview-title\">\n<h2 "
+      "id=\"overview-title\">Overview</h2>\n");
+  if (overview.logs_in_range) {
+    PutTiles(sink, settings, overview, analysis);
+  }
+  PutNotes(sink, settings, analysis, logs);
+  Put(sink, "</section>\n");
+}

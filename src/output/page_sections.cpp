@@ -1,0 +1,340 @@
+#include "output/page_sections.h"
+
+#include <algorithm>
+#include <iterator>
+#include <limits>
+
+#include "output/charts.h"
+#include "output/escape.h"
+#include "output/page_cells.h"
+#include "output/page_tables.h"
+#include "output/words.h"
+#include "sections/section_list.h"
+#include "sections/section_rows.h"
+
+// A page tells how many rows it shows before it shows them: sections are gone through
+// twice.
+struct Shown {
+  int64_t rows;
+  int64_t count;      // of all of them together
+  bool cut_by_page;   // there would be more
+  int64_t left_out;   // before the first, of days
+  bool counted_only;  // of days: those without requests are left out
+};
+
+static int64_t MostRows(const Section& section, const Settings& settings) {
+  const bool asked = section.report != nullptr && (settings.*section.report).top_asked;
+  return asked ? std::numeric_limits<int64_t>::max() : kMostRows;
+}
+
+// ---- Words ---------------------------------------------------------------------------
+
+static void PutPart(Sink& sink, const Shown& shown, int64_t total, const SectionWords& words) {
+  Put(sink, shown.rows == 1 ? Literal("; it makes up ") : Literal("; together they make up "));
+  PutShare(sink, Share(shown.count, total));
+  Put(sink, " of ");
+  PutGrouped(sink, total);
+  Put(sink, " ");
+  Put(sink, words.whole);
+}
+
+// "The first 10 of 1,234 URLs are shown; together they make up 45.3 % of 9,876 requests."
+static void PutHowMany(Sink& sink, const SectionWords& words, const Shown& shown, int64_t distinct,
+                       int64_t total) {
+  if (distinct == 0) {
+    Put(sink, "Nothing of this kind was counted.");
+    return;
+  }
+  if (shown.rows == 0) {
+    Put(sink, "None was counted often enough to be shown, of ");
+  } else if (shown.rows < distinct) {
+    Put(sink, "The first ");
+    PutGrouped(sink, shown.rows);
+    Put(sink, " of ");
+  } else {
+    Put(sink, distinct == 1 ? Literal("Only ") : Literal("All "));
+  }
+  PutCounted(sink, distinct, words.item_of_many, words.items);
+  if (shown.rows > 0 && total > 0) {
+    PutPart(sink, shown, total, words);
+  }
+  Put(sink, ".");
+}
+
+static void PutPageLimit(Sink& sink, const Shown& shown) {
+  if (shown.cut_by_page) {
+    Put(sink, " A page shows at most ");
+    PutGrouped(sink, kMostRows);
+    Put(sink, " rows of a section, unless more are asked for.");
+  }
+}
+
+static void PutBrands(Sink& sink, const ItemSummary& summary) {
+  for (const BrandShare& brand : summary.brands) {
+    if (brand.name != nullptr && brand.count > 0) {
+      Put(sink, " ");
+      PutShare(sink, brand.share);
+      Put(sink, " came from ");
+      PutHtml(sink, brand.name);
+      Put(sink, ".");
+    }
+  }
+}
+
+// ---- Ranked sections -----------------------------------------------------------------
+
+static Shown CountRows(const Settings& settings, const Section& section, Analysis& analysis) {
+  SectionRows rows;
+  OpenSection(rows, settings, section, analysis);
+  const int64_t most = MostRows(section, settings);
+  Shown shown{};
+  for (SectionRow row; NextRow(rows, row);) {
+    if (shown.rows == most) {
+      shown.cut_by_page = true;
+      break;
+    }
+    ++shown.rows;
+    shown.count += row.count;
+  }
+  return shown;
+}
+
+static void PutRanked(Sink& sink, const Settings& settings, const Section& section, Analysis& analysis) {
+  const Shown shown = CountRows(settings, section, analysis);
+  const SectionWords& words = WordsOf(section);
+  SectionRows rows;
+  OpenSection(rows, settings, section, analysis);
+  Put(sink, "<p class=\"words\">");
+  PutHowMany(sink, words, shown, rows.distinct, rows.total);
+  PutPageLimit(sink, shown);
+  PutBrands(sink, rows.ranked.summary);
+  Put(sink, "</p>\n");
+  if (shown.rows == 0) {
+    return;
+  }
+  Table table{.sink = sink,
+              .columns = {"#", words.item, "Requests"},
+              .lead = Lead::kRank,
+              .shares = rows.total > 0,
+              .rows = shown.rows};
+  BeginTable(table, words.title.text().data());
+  SectionRow row;
+  while (table.next < shown.rows && NextRow(rows, row)) {
+    PutTableRow(table, row);
+  }
+  EndTable(table);
+}
+
+// ---- Search phrases: a table for each engine -----------------------------------------
+
+static Shown CountPhrases(EngineRow engine, int64_t most) {
+  Shown shown{};
+  for (PhraseRow row; NextPhrase(engine, row);) {
+    if (shown.rows == most) {
+      shown.cut_by_page = true;
+      break;
+    }
+    ++shown.rows;
+    shown.count += row.count;
+  }
+  return shown;
+}
+
+static void PutEngineHead(Sink& sink, const EngineRow& engine, const Shown& shown,
+                          const SectionWords& words) {
+  Put(sink, "<h3>");
+  PutItemText(sink, engine.name, nullptr);
+  Put(sink, "</h3>\n<p class=\"words\">");
+  PutCounted(sink, engine.hits, "visit", "visits");
+  Put(sink, ", ");
+  PutShare(sink, engine.share);
+  Put(sink, " of all from search engines. ");
+  PutHowMany(sink, words, shown, engine.distinct, 0);
+  PutPageLimit(sink, shown);
+  Put(sink, "</p>\n");
+}
+
+static void PutEngine(Sink& sink, const EngineRow& engine, const Shown& shown, int64_t total,
+                      const SectionWords& words) {
+  PutEngineHead(sink, engine, shown, words);
+  if (shown.rows == 0) {
+    return;
+  }
+  Table table{.sink = sink,
+              .columns = {"#", words.item, "Visits"},
+              .lead = Lead::kRank,
+              .shares = total > 0,
+              .rows = shown.rows};
+  BeginTable(table, engine.name);
+  EngineRow phrases = engine;
+  PhraseRow phrase;
+  int64_t largest = 0;
+  while (table.next < shown.rows && NextPhrase(phrases, phrase)) {
+    largest = std::max(largest, phrase.count);
+    SectionRow row{};
+    row.item = phrase.phrase;
+    row.count = phrase.count;
+    row.share = Share(phrase.count, total);
+    row.bar = Share(phrase.count, largest);
+    row.weekday = -1;
+    PutTableRow(table, row);
+  }
+  EndTable(table);
+}
+
+static void PutPhrases(Sink& sink, const Settings& settings, const Section& section, Analysis& analysis) {
+  const SectionWords& words = WordsOf(section);
+  EngineRows rows = OpenEngines(settings, analysis);
+  Put(sink, "<p class=\"words\">");
+  PutCounted(sink, rows.summary.distinct, words.item_of_many, words.items);
+  Put(sink, ", ");
+  PutGrouped(sink, rows.summary.total);
+  Put(sink, " ");
+  Put(sink, words.whole);
+  Put(sink, ".</p>\n");
+  int64_t left = MostRows(section, settings);
+  for (EngineRow engine; NextEngine(rows, engine);) {
+    const Shown shown = CountPhrases(engine, left);
+    PutEngine(sink, engine, shown, rows.summary.total, words);
+    left -= shown.rows;
+  }
+}
+
+// ---- Days, weekdays, hours -----------------------------------------------------------
+
+// A range may be of millions of days: behind a thousand, those with requests, and the
+// last thousand of these.
+static Shown CountTimes(const Settings& settings, const Section& section, Analysis& analysis) {
+  SectionRows rows;
+  OpenSection(rows, settings, section, analysis);
+  int64_t counted = 0;
+  Shown shown{};
+  for (SectionRow row; NextRow(rows, row);) {
+    ++shown.rows;
+    shown.count += row.count;
+    counted += row.count > 0 ? 1 : 0;
+  }
+  if (shown.rows > kMostRows) {
+    shown.counted_only = true;
+    shown.cut_by_page = counted > kMostRows;
+    shown.rows = std::min(counted, kMostRows);
+    shown.left_out = counted - shown.rows;
+  }
+  return shown;
+}
+
+static void PutTimeWords(Sink& sink, const SectionWords& words, const Shown& shown, const SectionRows& rows) {
+  Put(sink, "<p class=\"words\">");
+  PutCounted(sink, rows.total, "request", "requests");
+  Put(sink, " on ");
+  PutCounted(sink, rows.distinct, words.item_of_many, words.items);
+  Put(sink, ".");
+  if (shown.counted_only) {
+    Put(sink, " Days without requests are left out.");
+  }
+  if (shown.cut_by_page) {
+    Put(sink, " Of the others a page shows the last ");
+    PutGrouped(sink, kMostRows);
+    Put(sink, ".");
+  }
+  Put(sink, "</p>\n");
+}
+
+static void PutTimeRows(Table& table, SectionRows& rows, const Shown& shown) {
+  int64_t left_out = 0;
+  for (SectionRow row; NextRow(rows, row);) {
+    if (shown.counted_only && (row.count == 0 || left_out++ < shown.left_out)) {
+      continue;
+    }
+    PutTableRow(table, row);
+  }
+}
+
+// By the kind of rows.
+static constexpr void (*kDrawings[])(Sink& sink, const Analysis& analysis) = {
+    nullptr, nullptr, DrawDays, DrawWeekdays, DrawHours, DrawHoursOfWeek,
+};
+
+static void PutTimes(Sink& sink, const Settings& settings, const Section& section, Analysis& analysis) {
+  const Shown shown = CountTimes(settings, section, analysis);
+  const SectionWords& words = WordsOf(section);
+  SectionRows rows;
+  OpenSection(rows, settings, section, analysis);
+  if (section.rows == RowKind::kDays) {
+    PutTimeWords(sink, words, shown, rows);
+  }
+  if (shown.rows == 0) {
+    return;
+  }
+  const bool days = section.rows == RowKind::kDays;
+  Table table{.sink = sink,
+              .columns = {days ? Literal("Weekday") : Literal(""), words.item, "Requests"},
+              .lead = days ? Lead::kWeekday : Lead::kNone,
+              .shares = rows.total > 0,
+              .rows = shown.rows};
+  kDrawings[static_cast<size_t>(section.rows)](sink, analysis);
+  BeginTable(table, words.title.text().data());
+  PutTimeRows(table, rows, shown);
+  EndTable(table);
+}
+
+// ---- All of them ---------------------------------------------------------------------
+
+// A reader wants to know first when the requests came.
+static constexpr SectionId kPageOrder[] = {
+    SectionId::kDays,    SectionId::kWeekdays, SectionId::kHours,        SectionId::kHoursOfWeek,
+    SectionId::kUrls,    SectionId::kBadUrls,  SectionId::kBadReferrers, SectionId::kReferrers,
+    SectionId::kPhrases, SectionId::kBrowsers, SectionId::kDomains,      SectionId::kDomainTypes,
+};
+static_assert(std::size(kPageOrder) == kSectionCount);
+
+// By the kind of a section's rows.
+static constexpr void (*kPutRows[])(Sink&, const Settings&, const Section&, Analysis&) = {
+    PutRanked, PutPhrases, PutTimes, PutTimes, PutTimes, PutTimes,
+};
+
+static void PutSection(Sink& sink, const Settings& settings, const Section& section, Analysis& analysis) {
+  const SectionWords& words = WordsOf(section);
+  Put(sink, "<section id=\"");
+  PutAttribute(sink, section.parameter);
+  Put(sink, "\" aria-labelledby=\"");
+  PutAttribute(sink, section.parameter);
+  Put(sink, "-title\">\n<h2 id=\"");
+  PutAttribute(sink, section.parameter);
+  Put(sink, "-title\">");
+  Put(sink, words.title);
+  Put(sink, "</h2>\n<p>");
+  Put(sink, words.explanation);
+  Put(sink, "</p>\n");
+  kPutRows[static_cast<size_t>(section.rows)](sink, settings, section, analysis);
+  Put(sink, "</section>\n");
+}
+
+// The next section that is on; null behind the last.
+static const Section* NextSection(const Settings& settings, size_t& place) {
+  while (place < kSectionCount) {
+    const Section& section = SectionOf(kPageOrder[place++]);
+    if (IsOn(section, settings)) {
+      return &section;
+    }
+  }
+  return nullptr;
+}
+
+void PutSectionLinks(Sink& sink, const Settings& settings) {
+  size_t place = 0;
+  while (const Section* section = NextSection(settings, place)) {
+    Put(sink, "<li><a href=\"#");
+    PutAttribute(sink, section->parameter);
+    Put(sink, "\">");
+    Put(sink, WordsOf(*section).title);
+    Put(sink, "</a></li>\n");
+  }
+}
+
+void PutSections(Sink& sink, const Settings& settings, Analysis& analysis) {
+  size_t place = 0;
+  while (const Section* section = NextSection(settings, place)) {
+    PutSection(sink, settings, *section, analysis);
+  }
+}

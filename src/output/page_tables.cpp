@@ -1,0 +1,200 @@
+#include "output/page_tables.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "output/charts.h"
+#include "output/escape.h"
+#include "output/moments.h"
+#include "output/page_cells.h"
+#include "sections/cut_off.h"
+
+static constexpr int64_t kOpenRows = 10;
+static constexpr int64_t kFewRows = 14;      // not worth a fold
+static constexpr int64_t kBlockRows = 1000;  // that one fold holds
+static constexpr int kOpenReferrers = 3;
+static constexpr int kMostReferrers = 50;
+
+// ---- Blocks --------------------------------------------------------------------------
+
+static int64_t OpenRows(const Table& table) {
+  if (table.lead != Lead::kRank) {
+    return 0;
+  }
+  return table.rows <= kFewRows ? table.rows : kOpenRows;
+}
+
+static bool IsFolded(const Table& table, int64_t row) {
+  return row >= OpenRows(table);
+}
+
+static void PutSummary(const Table& table) {
+  Sink& sink = table.sink;
+  Put(sink, "<details class=\"fold\"><summary>");
+  if (table.next == 0 && table.end == table.rows) {
+    Put(sink, "The figures as a table");
+  } else {
+    Put(sink, "Rows ");
+    PutGrouped(sink, table.next + 1);
+    Put(sink, " to ");
+    PutGrouped(sink, table.end);
+  }
+  Put(sink, "</summary>\n");
+}
+
+static void PutHeading(const Table& table) {
+  Sink& sink = table.sink;
+  Put(sink, "<table aria-label=\"");
+  PutAttribute(sink, table.name);
+  Put(sink, "\">\n<thead><tr>");
+  if (table.lead != Lead::kNone) {
+    Put(sink, table.lead == Lead::kRank ? Literal("<th scope=\"col\" class=\"n\">")
+                                        : Literal("<th scope=\"col\" class=\"d\">"));
+    Put(sink, table.columns.lead);
+    Put(sink, "</th>");
+  }
+  Put(sink, "<th scope=\"col\" class=\"i\">");
+  Put(sink, table.columns.item);
+  Put(sink, "</th><th scope=\"col\" class=\"c\">");
+  Put(sink, table.columns.count);
+  Put(sink, "</th><th scope=\"col\" class=\"s\">Share</th></tr></thead>\n<tbody>\n");
+}
+
+static void OpenBlock(Table& table) {
+  const int64_t open = OpenRows(table);
+  const bool folded = IsFolded(table, table.next);
+  table.end = folded ? std::min(table.rows, (table.next - table.next % kBlockRows) + kBlockRows) : open;
+  if (folded) {
+    PutSummary(table);
+  }
+  PutHeading(table);
+}
+
+static void CloseBlock(const Table& table) {
+  Put(table.sink, "</tbody>\n</table>\n");
+  if (IsFolded(table, table.end - 1)) {
+    Put(table.sink, "</details>\n");
+  }
+}
+
+void BeginTable(Table& table, const char* name) {
+  Put(table.sink, "<div class=\"list\" data-name=\"");
+  PutAttribute(table.sink, name);
+  Put(table.sink, "\">\n");
+  table.name = name;
+}
+
+void EndTable(Table& table) {
+  if (table.end > 0) {
+    CloseBlock(table);
+  }
+  Put(table.sink, "</div>\n");
+}
+
+// ---- Rows ----------------------------------------------------------------------------
+
+static constexpr Literal kWeekdays[] = {"Sunday",   "Monday", "Tuesday", "Wednesday",
+                                        "Thursday", "Friday", "Saturday"};
+
+static bool IsWeekend(const SectionRow& row) {
+  return row.weekday == 0 || row.weekday == 6;
+}
+
+static void PutLead(const Table& table, const SectionRow& row) {
+  if (table.lead == Lead::kRank) {
+    Put(table.sink, "<td class=\"n\">");
+    PutGrouped(table.sink, table.next + 1);
+    Put(table.sink, "</td>");
+  } else if (table.lead == Lead::kWeekday) {
+    Put(table.sink, "<td class=\"d\">");
+    Put(table.sink, kWeekdays[row.weekday]);
+    Put(table.sink, "</td>");
+  }
+}
+
+// The pages that led to the item; the first few open, the others folded.
+static void PutReferrers(Sink& sink, SectionRow& row) {
+  const auto all = static_cast<int64_t>(row.referrers.left);
+  const bool folded = all > kOpenReferrers;
+  if (folded) {
+    Put(sink, "<details class=\"in\"><summary>");
+    PutGrouped(sink, all);
+    Put(sink, " pages link here</summary>");
+  }
+  Put(sink, "<ul class=\"from\">");
+  int left = kMostReferrers;
+  for (ReferrerRow referrer; left > 0 && NextReferrer(row, referrer); --left) {
+    Put(sink, "<li>");
+    PutGrouped(sink, referrer.count);
+    Put(sink, " from ");
+    PutItemText(sink, referrer.address, "");
+    Put(sink, "</li>");
+  }
+  if (all > kMostReferrers) {
+    Put(sink, "<li>and ");
+    PutGrouped(sink, all - kMostReferrers);
+    Put(sink, " more</li>");
+  }
+  Put(sink, "</ul>");
+  if (folded) {
+    Put(sink, "</details>");
+  }
+}
+
+static void PutName(Sink& sink, const SectionRow& row) {
+  PutItemText(sink, row.name, nullptr);
+  if (std::string_view(row.name) != row.item) {
+    Put(sink, " <small><bdi>");
+    PutHtml(sink, row.item);
+    Put(sink, "</bdi></small>");
+  }
+}
+
+// Behind the first block nobody compares bars, and a browser has enough to do with texts.
+static bool IsPlain(const Table& table) {
+  return table.next >= kBlockRows;
+}
+
+static void PutItem(Sink& sink, SectionRow& row, bool plain) {
+  if (row.name != nullptr) {
+    PutName(sink, row);
+  } else if (plain) {
+    PutPlainItem(sink, row.item, row.site);
+  } else {
+    PutItemText(sink, row.item, row.site);
+  }
+  if (row.referrers.next != nullptr) {
+    PutReferrers(sink, row);
+  }
+}
+
+static void PutPart(const Table& table, const SectionRow& row) {
+  if (!IsPlain(table)) {
+    DrawShare(table.sink, row.bar);
+  }
+  if (table.shares) {
+    PutShare(table.sink, row.share);
+  } else {
+    Put(table.sink, "\u2013");
+  }
+}
+
+void PutTableRow(Table& table, SectionRow& row) {
+  Sink& sink = table.sink;
+  if (table.next == table.end) {
+    if (table.end > 0) {
+      CloseBlock(table);
+    }
+    OpenBlock(table);
+  }
+  Put(sink, IsWeekend(row) ? Literal("<tr class=\"e\">") : Literal("<tr>"));
+  PutLead(table, row);
+  Put(sink, "<td class=\"i\">");
+  PutItem(sink, row, IsPlain(table));
+  Put(sink, "</td><td class=\"c\">");
+  PutGrouped(sink, row.count);
+  Put(sink, "</td><td class=\"s\">");
+  PutPart(table, row);
+  Put(sink, "\n</td></tr>");  // a line end between rows would be one more thing to hold
+  ++table.next;
+}

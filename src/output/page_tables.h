@@ -1,0 +1,34 @@
+// Tables of rows: the first ones open, the others folded, in blocks that a browser lays
+// out only when somebody looks at them.
+#pragma once
+
+#include <cstdint>
+
+#include "output/sink.h"
+#include "sections/section_rows.h"
+
+// What stands before the item. A table without ranks is chronological and stands
+// beside a drawing: no row is more than another, and all are folded.
+enum class Lead { kRank, kWeekday, kNone };
+
+struct Columns {
+  Literal lead;
+  Literal item;
+  Literal count;
+};
+
+struct Table {
+  Sink& sink;
+  Columns columns;
+  Lead lead;
+  bool shares;            // there is a total
+  int64_t rows;           // that will come
+  const char* name = "";  // a text of the program or of the configuration
+  int64_t next = 0;       // number of the next row
+  int64_t end = 0;        // of the block that is open
+};
+
+// Around all rows of a table, which has at least one.
+void BeginTable(Table& table, const char* name);
+void PutTableRow(Table& table, SectionRow& row);
+void EndTable(Table& table);

@@ -1,0 +1,234 @@
+// A report as one file on a disk, opened in a browser: what it looks like without a
+// server, without a script, to a reader of a screen, and over logs that attack.
+//
+//   node page_test.mjs ORVELLIS
+//
+// BROWSER_PACKAGES names the folder with the npm packages, CHROMIUM the browser.
+import assert from 'node:assert/strict';
+import { execFileSync } from 'node:child_process';
+import { createRequire } from 'node:module';
+import { mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
+
+const require = createRequire(`${process.env.BROWSER_PACKAGES}/package.json`);
+const { chromium } = require('playwright-core');
+const axe = readFileSync(require.resolve('axe-core/axe.min.js'), 'utf8');
+const program = process.argv[2];
+const work = mkdtempSync(join(tmpdir(), 'orvellis-page-'));
+
+// ---- Reports -------------------------------------------------------------------------
+
+const sections = ['requests=1,0', 'referrers=1,0', 'search=1,0', 'browsers=1,0', 'badurls=1,0', 'badreferrers=1,0',
+  'badurl_referrers=1', 'domains=1,0', 'domaintypes=1,0', 'dailytotals=1', 'hitsperdayofweek=1', 'hitsperhour=1',
+  'hoursofweek=1'];
+
+const line = ({ host = 'shop.example.com', url = '/', status = 200, referrer = '-', agent = '-' }, i) =>
+  `${host} - - [05/Mar/2000:${String(i % 24).padStart(2, '0')}:00:00 +0000] "GET ${url} HTTP/1.0" ${status} 100 "${referrer}" "${agent}"\n`;
+
+function report(name, requests, parameters = [], title = 'A report') {
+  writeFileSync(join(work, `${name}.log`), requests.map(line).sort((a, b) => a.match(/:(\d\d):/)[1] - b.match(/:(\d\d):/)[1]).join(''));
+  writeFileSync(join(work, `${name}.conf`),
+    `user=demo;logs=${work}/${name}.log;url=http://www.example.com;password=*;title=${title}\n`);
+  const page = execFileSync(program, ['edition=modern', `config=${work}/${name}.conf`, 'username=demo', 'find=/',
+    'subdirs=1', 'date=03052000,03052000', ...sections, ...parameters],
+  { env: { TZ: 'UTC', SOURCE_DATE_EPOCH: '1000000000' }, maxBuffer: 1 << 28 });
+  const path = join(work, `${name}.html`);
+  writeFileSync(path, page);
+  return `file://${path}`;
+}
+
+const ordinary = Array.from({ length: 300 }, (_, i) => ({
+  url: i % 9 === 0 ? `/gone/${i % 4}` : `/articles/${i % 40}${'-and-so-on'.repeat(i % 13)}`, status: i % 9 === 0 ? 404 : 200,
+  referrer: i % 3 === 0 ? `http://www.google.com/search?q=phrase+${i % 25}` : `http://blog.example.org/${i % 30}`,
+  agent: `Browser/${i % 20}`, host: `h${i}.example.${['com', 'de', 'fr'][i % 3]}`,
+}));
+
+const attacks = ["<script>document.title='owned'</script>", "<img\fsrc=//evil.test/a.gif\fonerror=document.title='owned'>",
+  "<svg\fonload=document.title='owned'>", '<meta\fhttp-equiv=refresh\fcontent=0;url=//evil.test/refresh>', '<iframe\fsrc=//evil.test/frame>',
+  '<link\frel=stylesheet\fhref=//evil.test/style.css>', '<!--', '--><h1>', '</title></style></script><h1>', '</td></table></details></main><h1>',
+  "\"onfocus=document.title='owned'\fautofocus=\"", "'onmouseover='document.title=1", "javascript:document.title='owned'",
+  'data:text/html,<script>1</script>', '//evil.test/', '@evil.test/', '\u202eevil', `a${'\u0301'.repeat(500)}`, 'w'.repeat(3000), '=1+1'];
+const hostile = attacks.flatMap((attack) => [
+  { url: `/u>${attack}`, referrer: `http://r.example/>${attack}`, agent: attack.replaceAll('"', "'"), host: `h${encodeURI(attack).slice(0, 40)}.example.com` },
+  { url: attack, referrer: attack, agent: attack },
+  { url: `/b>${attack}`, status: 404, referrer: `http://s.example/${attack}` },
+  { referrer: `http://www.google.com/search?q=${encodeURIComponent(attack)}` },
+]);
+
+// ---- Browser -------------------------------------------------------------------------
+
+const browser = await chromium.launch({
+  executablePath: process.env.CHROMIUM,
+  args: ['--no-sandbox', '--disable-gpu', '--no-first-run', '--disable-background-networking'],
+});
+const phone = { viewport: { width: 390, height: 800 }, isMobile: true, deviceScaleFactor: 1 };
+
+async function withPage(address, options, steps) {
+  const context = await browser.newContext(options);
+  const page = await context.newPage();
+  const seen = { messages: [], requests: [] };
+  page.on('console', (message) => seen.messages.push(message.text()));
+  page.on('pageerror', (error) => seen.messages.push(error.message));
+  page.on('request', (request) => seen.requests.push(request.url()));
+  page.on('dialog', (dialog) => { seen.messages.push('dialog'); dialog.dismiss(); });
+  try {
+    await page.goto(address);
+    return await steps(page, seen);
+  } finally {
+    await context.close();
+  }
+}
+
+const texts = (page, selector) => page.locator(selector).evaluateAll((list) => list.map((element) => element.textContent.trim()));
+const firstItems = (page) => texts(page, '#requests .list > table td.i > :first-child');
+
+const tests = {
+  async 'a page from a disk fetches nothing and has nothing to complain of'() {
+    for (const [name, requests] of [['ordinary', ordinary], ['hostile', hostile], ['empty', []]]) {
+      await withPage(report(name, requests), {}, async (page, seen) => {
+        assert.deepEqual(seen.messages, [], name);
+        assert.deepEqual(seen.requests, [page.url()], name);
+      });
+    }
+  },
+  async 'what is not of the page cannot run, and could without its policy'() {
+    const address = report('injected', ordinary);
+    const html = readFileSync(new URL(address), 'utf8');
+    const attack = "<img src=x onerror=\"document.title='owned'\"><script>document.title='owned'</script><style>body{display:none}</style>";
+    const open = html.replace(/<meta http-equiv="Content-Security-Policy"[^>]*>/, '');
+    assert.notEqual(open, html);
+    for (const [source, owned] of [[html, false], [open, true]]) {
+      writeFileSync(new URL(address), source.replace('<main>', `<main>${attack}`));
+      await withPage(address, {}, async (page) => {
+        await page.waitForTimeout(300);
+        assert.equal(await page.title() === 'owned', owned);
+        assert.equal(await page.locator('body').evaluate((body) => getComputedStyle(body).display === 'none'), owned);
+      });
+    }
+  },
+  async 'texts of hostile logs stay texts within their cells'() {
+    await withPage(report('hostile', hostile, [], 'A <b>title</b>'), { viewport: { width: 1200, height: 900 } }, async (page, seen) => {
+      await page.evaluate(() => document.querySelectorAll('details').forEach((details) => { details.open = true; }));
+      await page.waitForTimeout(300);
+      assert.match(await page.title(), /^A <b>title<\/b>: /);
+      assert.equal(await page.locator('h1').count(), 1);
+      assert.deepEqual(await page.evaluate(() => ['img', 'iframe', 'object', 'form', 'base', 'link', 'main script', 'main style', 'main meta'].filter(
+        (selector) => document.querySelector(selector))), []);
+      assert.deepEqual(await page.locator('main *').evaluateAll((list) => list.flatMap((element) =>
+        element.getAttributeNames().filter((name) => name.startsWith('on') || name === 'style' || name === 'autofocus'))), []);
+      const links = await page.locator('td a').evaluateAll((list) => list.map((link) => [link.protocol, link.rel, link.hostname]));
+      assert.ok(links.length > 50);
+      assert.deepEqual(links.filter(([protocol, rel, host]) => !['http:', 'https:'].includes(protocol) ||
+        rel !== 'noopener noreferrer nofollow' || host.includes('evil')), []);
+      const outside = await page.locator('td a, td bdi').evaluateAll((list) => list.filter((element) => {
+        const cell = element.closest('td').getBoundingClientRect();
+        const box = element.getBoundingClientRect();
+        return getComputedStyle(element).overflow !== 'clip' || box.left < cell.left - 1 || box.right > cell.right + 1;
+      }).map((element) => element.outerHTML.slice(0, 100)));
+      assert.deepEqual(outside, []);
+      assert.deepEqual(seen.requests, [page.url()]);
+    });
+  },
+  async 'nothing is wider than the window'() {
+    for (const [name, requests] of [['ordinary', ordinary], ['hostile', hostile], ['empty', []]]) {
+      for (const options of [phone, {}]) {
+        await withPage(report(name, requests), options, async (page) => {
+          await page.evaluate(() => document.querySelectorAll('details').forEach((details) => { details.open = true; }));
+          assert.ok(await page.evaluate(() => document.documentElement.scrollWidth <= innerWidth), name);
+        });
+      }
+    }
+  },
+  async 'axe finds nothing'() {
+    for (const [name, requests] of [['ordinary', ordinary], ['hostile', hostile], ['empty', []]]) {
+      for (const options of [{}, { colorScheme: 'dark' }, phone]) {
+        await withPage(report(name, requests), { ...options, bypassCSP: true }, async (page) => {
+          await page.evaluate(axe);
+          for (const open of [false, true]) {
+            await page.evaluate((all) => document.querySelectorAll('details').forEach((details) => { details.open = all; }), open);
+            const { violations } = await page.evaluate(() => globalThis.axe.run());
+            assert.deepEqual(violations.map((v) => [v.id, ...v.nodes.slice(0, 3).map((node) => node.html)]), [],
+              `${name} ${JSON.stringify(options)} ${open}`);
+          }
+        });
+      }
+    }
+  },
+  async 'the page is whole without a script'() {
+    for (const [parameters, options] of [[[], { javaScriptEnabled: false }], [['no_script=1'], {}]]) {
+      await withPage(report('ordinary', ordinary, parameters), options, async (page, seen) => {
+        assert.deepEqual(seen.messages, []);
+        assert.equal(await page.locator('.tools, th button').count(), 0);
+        assert.equal(await page.locator('#requests .list > table tbody tr').count(), 10);
+        const hidden = page.locator('#requests .fold tbody tr').first();
+        assert.equal(await hidden.isVisible(), false);
+        await page.locator('#requests .fold > summary').first().focus();
+        await page.keyboard.press('Enter');
+        assert.equal(await hidden.isVisible(), true);
+      });
+    }
+  },
+  async 'the keyboard reaches the contents, the folds and the whole of a long text'() {
+    await withPage(report('ordinary', ordinary), {}, async (page) => {
+      await page.keyboard.press('Tab');
+      assert.equal(await page.evaluate(() => document.activeElement.className), 'skip');
+      await page.locator('nav a[href="#requests"]').focus();
+      await page.keyboard.press('Enter');
+      await page.waitForTimeout(600);
+      assert.ok((await page.locator('#requests').boundingBox()).y < 100);
+      const fold = page.locator('#requests .in').first();
+      await fold.locator('summary').focus();
+      const outline = await fold.locator('summary').evaluate((summary) => getComputedStyle(summary).outlineStyle);
+      assert.equal(outline, 'solid');
+      await page.keyboard.press('Enter');
+      assert.match(await fold.locator('.whole').textContent(), /^\/articles\/\d+(-and-so-on){9,}$/);
+      assert.equal(await fold.locator('.whole').isVisible(), true);
+    });
+  },
+  async 'rows are sorted, filtered and copied'() {
+    await withPage(report('ordinary', [...ordinary, { url: '/=cmd' }, { url: '/zzz', agent: '=1+1' }]), { permissions: ['clipboard-read'] }, async (page) => {
+      const head = page.locator('#requests .list > table th.i button');
+      await head.click();
+      const rows = await page.locator('#requests tbody tr').evaluateAll((list) => list.map((row) =>
+        (row.querySelector('.whole') ?? row.querySelector('.i > *')).textContent));
+      assert.deepEqual(rows, [...rows].sort((a, b) => a.localeCompare(b)));
+      assert.equal(await page.locator('#requests th.i').first().getAttribute('aria-sort'), 'ascending');
+      await head.click();
+      assert.equal((await firstItems(page))[0], '/zzz');
+      await page.locator('#requests input').fill('ZZZ');
+      assert.deepEqual(await firstItems(page), ['/zzz']);
+      assert.equal(await page.locator('#requests [role=status]').textContent(), '1 rows match');
+      await page.locator('#requests input').fill('');
+      assert.equal(await page.locator('#requests tbody tr').count(), rows.length);
+      await page.locator('#browsers input').fill('=1');
+      await page.locator('#browsers .tools button').click();
+      await page.locator('#browsers input').focus();
+      await page.locator('#browsers input').fill('');
+      await page.keyboard.press('Control+V');
+      assert.match(await page.locator('#browsers input').inputValue(), /"?'=1\+1"?,1,/);
+    });
+  },
+  async 'printing opens every fold'() {
+    await withPage(report('ordinary', ordinary), { javaScriptEnabled: false }, async (page) => {
+      const row = page.locator('#requests .fold tbody tr').first();
+      assert.equal(await row.isVisible(), false);
+      await page.emulateMedia({ media: 'print' });
+      assert.equal(await row.evaluate((element) => element.checkVisibility({ contentVisibilityAuto: true })), true);
+    });
+  },
+};
+
+let failed = 0;
+for (const [name, test] of Object.entries(tests)) {
+  try {
+    await test();
+    console.log(`passed: ${name}`);
+  } catch (error) {
+    failed += 1;
+    console.log(`FAILED: ${name}\n${error.stack}`);
+  }
+}
+await browser.close();
+rmSync(work, { recursive: true });
+process.exit(failed === 0 ? 0 : 1);

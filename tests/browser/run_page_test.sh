@@ -1,0 +1,12 @@
+#!/bin/sh
+# Runs page_test.mjs; see tests/site/CMakeLists.txt for the environment.
+#
+#   run_page_test.sh ORVELLIS
+set -eu
+here=$(cd "$(dirname "$0")" && pwd)
+for program in "$NODE" "$CHROMIUM"; do
+  [ -x "$program" ] || { echo "skipped: node or chromium is not installed"; exit 77; }
+done
+[ -d "$BROWSER_PACKAGES/node_modules/playwright-core" ] ||
+  { echo "skipped: $here/package.json is not installed in $BROWSER_PACKAGES"; exit 77; }
+exec "$NODE" "$here/page_test.mjs" "$1"

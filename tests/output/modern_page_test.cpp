@@ -1,0 +1,164 @@
+#include "output/modern_page.h"
+
+#include <gmock/gmock.h>
+
+#include "output/page_frame.h"
+#include "report/extra_texts.h"
+#include "report/report_page.h"
+#include "support/account_logs.h"
+
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+class ModernPage : public AccountLogs {
+ protected:
+  ModernPage() {
+    setenv("SOURCE_DATE_EPOCH", "1000000000", 1);
+    CopyText(settings_.title, "March of <site>");
+    env_.command_line = 1;
+  }
+  ~ModernPage() override {
+    unsetenv("SOURCE_DATE_EPOCH");
+    EndOrvellisCleanup(settings_);
+  }
+
+  std::string Page() {
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(AnalyzeLogs(env_, settings_, kModernCounting, kModernPage), kNoError);
+    return testing::internal::GetCapturedStdout();
+  }
+
+  // Logs with so many URLs, each asked for once.
+  void AddUrls(int count) {
+    std::string log;
+    for (int i = 0; i < count; ++i) {
+      log += ToText({.url = "/" + std::to_string(i)});
+    }
+    AddLog("many.log", log);
+  }
+
+  Environment env_{};
+};
+
+TEST_F(ModernPage, HeadTellsWhatTheReportIsOf) {
+  AddLog("a.log", {{}, {}});
+  const std::string page = Page();
+  EXPECT_THAT(page, StartsWith("<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"));
+  EXPECT_THAT(page, HasSubstr("<title>March of &lt;site&gt;: 2000-03-01 to 2000-03-31</title>"));
+  EXPECT_THAT(page, HasSubstr("<h1><bdi>March of &lt;site&gt;</bdi></h1>"));
+  EXPECT_THAT(page, HasSubstr("href=\"http://site.example\""));
+  EXPECT_THAT(page, HasSubstr("<time datetime=\"2001-09-09T01:46:40+00:00\">2001-09-09 01:46</time>"));
+  EXPECT_THAT(page, HasSubstr("<dt>Time zone</dt> <dd>UTC</dd>"));
+  EXPECT_THAT(page, HasSubstr("1 log, "));
+  EXPECT_THAT(page, HasSubstr(": <bdi>a.log</bdi></dd>"));
+  EXPECT_THAT(page, Not(HasSubstr(folder_)));
+}
+
+TEST_F(ModernPage, TilesHaveTheFiguresThatMatter) {
+  settings_.badurls.on = settings_.dailytotals = 1;
+  AddLog("a.log",
+         {{.bytes = "1500"}, {.time = "06/Mar/2000:10:00:00"}, {.status = "404"}, {.status = "404"}});
+  const std::string page = Page();
+  EXPECT_THAT(page, HasSubstr("<dt>Requests</dt><dd class=\"figure\">4</dd>"));
+  EXPECT_THAT(page, HasSubstr("<dd class=\"figure\">1.8 kB</dd><dd>1,800 bytes</dd>"));
+  EXPECT_THAT(page, HasSubstr("<dd class=\"figure\">31</dd><dd>most on <time>2000-03-05</time>: 3</dd>"));
+  EXPECT_THAT(
+      page, HasSubstr("<dt>Not found</dt><dd class=\"figure\">2</dd><dd>1 URL, 50.0 % of the requests</dd>"));
+}
+
+TEST_F(ModernPage, PolicyIsInThePageAndInTheHeader) {
+  AddLog("a.log", {{}});
+  env_.command_line = 0;
+  const std::string page = Page();
+  EXPECT_THAT(page, StartsWith("Content-Type: text/html; charset=utf-8\nContent-Security-Policy: " +
+                               std::string(WebPolicy(true)) + "\n"));
+  EXPECT_THAT(
+      page, HasSubstr("<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; style-src "
+                      "'sha256-"));
+  EXPECT_LT(page.find("<meta http-equiv"), page.find("<style>"));
+}
+
+TEST_F(ModernPage, ScriptCanBeLeftOut) {
+  AddLog("a.log", {{}});
+  EXPECT_THAT(Page(), HasSubstr("<script>"));
+  settings_.no_script = 1;
+  ResetSuperLog();
+  const std::string page = Page();
+  EXPECT_THAT(page, Not(HasSubstr("<script")));
+  EXPECT_THAT(page, Not(HasSubstr("script-src")));
+}
+
+TEST_F(ModernPage, NothingIsLargerThanSixtyKilobytesBeforeItsRows) {
+  for (int* const on : {&settings_.dailytotals, &settings_.hitsperdayofweek, &settings_.hitsperhour}) {
+    *on = 1;
+  }
+  for (RankedReport* const report :
+       {&settings_.requests, &settings_.referrers, &settings_.search, &settings_.browsers, &settings_.badurls,
+        &settings_.badreferrers, &settings_.domains, &settings_.domaintypes}) {
+    report->on = 1;
+  }
+  AddLog("a.log", {{.status = "404", .referrer = "http://r.example/", .agent = "x"}});
+  EXPECT_LT(Page().size(), 60U << 10);
+}
+
+TEST_F(ModernPage, SectionHasAThousandRowsUnlessMoreAreAskedFor) {
+  AddUrls(1100);
+  settings_.requests.on = 1;
+  std::string page = Page();
+  EXPECT_THAT(
+      page, HasSubstr("The first 1,000 of 1,100 URLs; together they make up 90.9 % of 1,100 requests. A page "
+                      "shows at most 1,000 rows of a section, unless more are asked for."));
+  EXPECT_THAT(page, Not(HasSubstr("Rows 1,001 to")));
+  settings_.requests.top_asked = true;
+  ResetSuperLog();
+  page = Page();
+  EXPECT_THAT(page, HasSubstr("All 1,100 URLs; together they make up 100.0 % of 1,100 requests.</p>"));
+  EXPECT_THAT(page, HasSubstr("Rows 1,001 to 1,100"));
+}
+
+TEST_F(ModernPage, DaysHaveYearAndWeekday) {
+  settings_.dailytotals = 1;
+  CopyText(settings_.start_date, "03041999");
+  AddLog("a.log", {{}});
+  const std::string page = Page();
+  EXPECT_THAT(page, HasSubstr("<td class=\"d\">Thursday</td><td class=\"i\"><bdi>1999-03-04</bdi></td>"));
+  EXPECT_THAT(
+      page, HasSubstr("<tr class=\"e\"><td class=\"d\">Sunday</td><td class=\"i\"><bdi>2000-03-05</bdi></td>"
+                      "<td class=\"c\">1</td>"));
+}
+
+TEST_F(ModernPage, OfVeryManyDaysThoseWithRequestsAreListed) {
+  settings_.dailytotals = 1;
+  CopyText(settings_.start_date, "01011990");
+  AddLog("a.log", {{.time = "05/Mar/1999:10:00:00"}, {}});
+  const std::string page = Page();
+  EXPECT_THAT(page, HasSubstr("Days without requests are left out."));
+  EXPECT_THAT(page, HasSubstr("<bdi>1999-03-05</bdi>"));
+  EXPECT_THAT(page, HasSubstr("<bdi>2000-03-05</bdi>"));
+  EXPECT_THAT(page, Not(HasSubstr("<bdi>1990-01-01</bdi>")));
+}
+
+TEST_F(ModernPage, BadUrlsHaveThePagesThatLinkToThem) {
+  settings_.badurls.on = settings_.badurl_referrers = 1;
+  AddLog("a.log", {{.url = "/gone", .status = "404", .referrer = "http://r.example/one"},
+                   {.url = "/gone", .status = "404", .referrer = "http://r.example/one"}});
+  EXPECT_THAT(Page(), HasSubstr("<ul class=\"from\"><li>2 from <a rel=\"noopener noreferrer nofollow\" "
+                                "href=\"http://r.example/one\">http://r.example/one</a></li></ul>"));
+}
+
+TEST_F(ModernPage, RangeWithoutLogsSaysWhichDaysThereAre) {
+  settings_.requests.on = 1;
+  AddLog("a.log", {{.time = "05/Mar/1998:10:00:00"}, {.time = "07/Mar/1998:10:00:00"}});
+  const std::string page = Page();
+  EXPECT_THAT(page, HasSubstr("<li>No log holds records of these days.</li>"));
+  EXPECT_THAT(page, HasSubstr("The logs hold records of other days: <time>1998-03-05</time> to "
+                              "<time>1998-03-07</time>."));
+  EXPECT_THAT(page, Not(HasSubstr("id=\"requests\"")));
+}
+
+TEST_F(ModernPage, MarkupOfTheAdministratorStandsAsItIs) {
+  AddLog("a.log", {{}});
+  log_SetExtraHeader(settings_, "<p id=\"own\">Intranet</p>", kLevelGlobalKey);
+  EXPECT_THAT(Page(), HasSubstr("<p id=\"own\">Intranet</p>"));
+}
