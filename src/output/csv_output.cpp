@@ -1,5 +1,7 @@
 #include "output/csv_output.h"
 
+#include <algorithm>
+#include <iterator>
 #include <string_view>
 
 #include "output/escape.h"
@@ -110,7 +112,14 @@ static constexpr Table kTables[] = {
     {"dailytotals", SectionId::kDays, false, "day,count,share", PutTime},
     {"hitsperdayofweek", SectionId::kWeekdays, false, "weekday,count,share", PutTime},
     {"hitsperhour", SectionId::kHours, false, "hour,count,share", PutTime},
+    {"hoursofweek", SectionId::kHoursOfWeek, false, "hour,count,share", PutTime},
 };
+
+static constexpr size_t TablesOfSections() {
+  return static_cast<size_t>(std::count_if(std::begin(kTables), std::end(kTables),
+                                           [](const Table& table) { return !table.referrers; }));
+}
+static_assert(TablesOfSections() == kSectionCount);
 
 static bool IsInReport(const Table& table, const Settings& settings) {
   return IsOn(SectionOf(table.section), settings) && (!table.referrers || settings.badurl_referrers != 0);

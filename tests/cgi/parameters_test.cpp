@@ -327,6 +327,7 @@ TEST_F(CompareParamTest, PasswordsAreKeptWholeBesideTheirCutForms) {
 }
 
 TEST_F(CompareParamTest, OnlyAnAccountSaysWhoSignsOn) {
+  settings.later_names = true;
   for (const ParamSource source : {ParamSource::kForm, ParamSource::kStranger, ParamSource::kShell}) {
     CompareParam("signon=*", settings, source, kLevelForm);
     EXPECT_STREQ(settings.signon, "");
@@ -336,6 +337,7 @@ TEST_F(CompareParamTest, OnlyAnAccountSaysWhoSignsOn) {
 }
 
 TEST_F(CompareParamTest, OfNamesThatWereCutTheLastIsLeftOut) {
+  settings.later_names = true;
   const std::string alice = "alice,";
   FromAccount("signon=" + alice + std::string(500, 'b'));
   EXPECT_STREQ(settings.signon, "alice");

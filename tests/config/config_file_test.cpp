@@ -545,10 +545,12 @@ TEST_F(WrittenNamesTest, PartsOfANameAreNotTheName) {
 TEST_F(WrittenNamesTest, ACutLineLosesItsLastItem) {
   const std::string line = "user=shop;title=" + std::string(1500, 't') + ";signon=alice,bobby";
   ASSERT_EQ(line.size(), 1535U);
+  settings.later_names = true;
   EXPECT_TRUE(Finds("shop", line.substr(0, 1534) + "\n"));
   EXPECT_STREQ(settings.signon, "alice,bobb");
   settings = {};
   settings.names_as_written = true;
+  settings.later_names = true;
   EXPECT_TRUE(Finds("shop", line + "\n"));
   EXPECT_STREQ(settings.signon, "");
   EXPECT_STREQ(settings.title, std::string(243, 't').c_str());

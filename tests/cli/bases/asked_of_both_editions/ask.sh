@@ -3,8 +3,8 @@
 ask() {
   for edition in classic modern; do
     { echo "Edition=$edition" && cat accounts.conf; } >orvellis.conf
-    post "$@" | sed -n -e "s|^<title>Web Site Analysis</title>|$edition: admitted|p" \
-      -e "s|^Status: |$edition: |p" -e "s|^<title>\(.*Error #.*\)</title>|$edition: \1|p"
+    post "$@" | sed -n -e "s|^<title>Web Site Analysis.*</title>|$edition: admitted|p" \
+      -e "s|^Status: |$edition: |p" -e "s|^<h[12]>\(Orvellis\) \(Error #[0-9]*\).*|$edition: \1: \2|p"
   done
 }
 
