@@ -12,6 +12,8 @@ if [ "${1:-}" = --enable ]; then
   echo "FAILED: $SERVER's file has no such lines"
   exit 1
 fi
+# shellcheck source=page.sh
+. "$(dirname "$0")/page.sh"
 failures=0
 fail() {
   echo "FAILED: $*"
@@ -23,7 +25,6 @@ ask() { # ADDRESS, PATH, OPTION...: prints the status
   shift 2
   curl -s --interface "$source" -o "$WORK/page" -w '%{http_code}' "$@" "$BASE_URL$path"
 }
-is_report() { grep -aq 'HTTP Requests:</b></td><td width="50%">[1-9]' "$WORK/page"; }
 
 status=$(ask 127.0.0.1 /orvellis-cgi/orvellis --data "$form")
 [ "$status" = 200 ] && is_report || fail "an address that is admitted gets $status and no report"

@@ -3,6 +3,8 @@
 # whatever headers a visitor has sent; run by with_server.sh. The account below needs
 # no password of an address that no visitor here has.
 set -u
+# shellcheck source=page.sh
+. "$(dirname "$0")/page.sh"
 cgi=$BASE_URL/orvellis-cgi/orvellis
 failures=0
 fail() {
@@ -20,7 +22,6 @@ ask() { # PEER, OPTION...
   shift
   curl -s --interface "$peer" -o "$WORK/page" --data "$form" "$@" "$cgi"
 }
-is_report() { grep -aq 'HTTP Requests:</b></td><td width="50%">[1-9]' "$WORK/page"; }
 true_one='X-Forwarded-For: 198.51.100.7'
 
 ask 127.0.0.9 -H 'X-Forwarded-For: 203.0.113.5'

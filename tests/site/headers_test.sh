@@ -2,6 +2,8 @@
 # What answers come with behind a real web server, status and headers, in both editions:
 # each header once, whoever adds it; run by with_server.sh.
 set -u
+# shellcheck source=page.sh
+. "$(dirname "$0")/page.sh"
 cgi=$BASE_URL/orvellis-cgi/orvellis
 conf=$PREFIX/etc/orvellis/orvellis.conf
 program=$PREFIX/libexec/orvellis/cgi/orvellis
@@ -13,15 +15,16 @@ fail() {
 ask() { curl -s -D "$WORK/headers" -o "$WORK/page" "$@"; }
 use_edition() { sed -i -e '/^Edition=/d' -e "1i Edition=$1" "$conf"; }
 
-common="form-action 'self'; base-uri 'none'; frame-ancestors 'none'"
-cat >"$WORK/wanted" <<END
-Content-Type: text/html
-Content-Security-Policy: sandbox allow-forms allow-popups allow-popups-to-escape-sandbox; default-src 'none'; img-src 'self'; style-src 'self'; $common
+want() { # CONTENT-TYPE, POLICY
+  cat >"$WORK/wanted" <<END
+Content-Type: $1
+Content-Security-Policy: $2
 X-Content-Type-Options: nosniff
 Referrer-Policy: no-referrer
 X-Robots-Tag: noindex, nofollow
 Cache-Control: no-store
 END
+}
 
 answers() { # STATUS WHAT, and further headers
   status=$1
@@ -38,6 +41,12 @@ answers() { # STATUS WHAT, and further headers
   done <"$WORK/wanted"
   ! grep -qi '^Status:' "$WORK/lines" || fail "$what: a header Status"
 }
+modern_answers() { # report|answer, and what answers takes
+  want 'text/html; charset=utf-8' "$(policy_of "$WORK/page" "$1")"
+  [ "$1" = report ] || ! grep -qi '<script' "$WORK/page" || fail "$3: a script"
+  shift
+  answers "$@"
+}
 page_has() { # WHAT TEXT
   grep -qF -- "$2" "$WORK/page" || fail "$1: no '$2'"
 }
@@ -49,34 +58,37 @@ report="$account&find=/&subdirs=1&requests=1"
 
 use_edition modern
 ask --data "$report&date=03052000,03112000" "$cgi"
-answers 200 'a modern report'
-page_has 'a modern report' 'Top URLs'
+modern_answers report 200 'a modern report'
+page_has 'a modern report' '<h2 id="requests-title">Requested URLs</h2>'
 ask --data "$account-&date=03052000,03112000" "$cgi"
-answers 403 'a wrong password'
+modern_answers answer 403 'a wrong password'
 ask --data "$report&date=03052000,03042000" "$cgi"
-answers 400 'days the wrong way round'
+modern_answers answer 400 'days the wrong way round'
 ask "$cgi"
-answers 405 'GET' 'Allow: POST'
-page_has 'GET' 'Error #1:'
-ask -I "$cgi"
+modern_answers answer 405 'GET' 'Allow: POST'
+page_has 'GET' '<h1>Orvellis Error #1: '
+ask -I "$cgi"  # the headers of the GET before
 answers 405 'HEAD' 'Allow: POST'
 ask "$cgi?remotedebug"
-answers 405 'remote debugging' 'Allow: POST'
+modern_answers answer 405 'remote debugging' 'Allow: POST'
 for page in about credits; do
   ask "$cgi?$page"
-  answers 200 "the modern page $page"
-  page_has "the modern page $page" '<h1>Orvellis 1.5</h1>'
+  modern_answers answer 200 "the modern page $page"
+  page_has "the modern page $page" '<p>Orvellis 1.5</p>'
   ! grep -qF -e "$(uname -n)" -e "$(uname -r)" "$WORK/page" || fail "$page tells about the machine"
 done
 mv "$PREFIX/etc/orvellis/passwords" "$WORK/aside"
 ask --data "$report&date=03052000,03112000" "$cgi"
 mv "$WORK/aside" "$PREFIX/etc/orvellis/passwords"
-answers 403 'no password file'
+modern_answers answer 403 'no password file'
+cp "$WORK/wanted" "$WORK/modern"
 ! grep -qF "$PREFIX" "$WORK/page" || fail 'a refusal tells a path'
 
 # ---- For the classic one the server does ----
 
 use_edition classic
+want 'text/html' "sandbox allow-forms allow-popups allow-popups-to-escape-sandbox; default-src 'none'; img-src 'self'; style-src 'self';\
+ form-action 'self'; base-uri 'none'; frame-ancestors 'none'"
 ask --data "$report&date=03052000,03112000" "$cgi"
 answers 200 'a classic report'
 page_has 'a classic report' 'Top URLs'
@@ -89,6 +101,7 @@ page_has 'the classic page about' "$(uname -n)"
 
 # ---- A status that only the limit of attempts brings ----
 
+cp "$WORK/modern" "$WORK/wanted"
 mv "$program" "$WORK/program"
 cat >"$program" <<END
 #!/bin/sh

@@ -1,6 +1,8 @@
 #!/bin/sh
 # Walks everything an installed Orvellis serves; run by with_server.sh.
 set -u
+# shellcheck source=page.sh
+. "$(dirname "$0")/page.sh"
 cgi=$BASE_URL/orvellis-cgi/orvellis
 conf=$PREFIX/etc/orvellis/orvellis.conf
 failures=0
@@ -81,13 +83,21 @@ lacks "$WORK/body" UserPasswords "the configuration file is served"
 
 # ---- The program: headers and limits ----
 
-check_report_headers() { # what the page is
-  for header in "Content-Security-Policy: sandbox allow-forms allow-popups allow-popups-to-escape-sandbox; default-src 'none'; img-src 'self'; style-src 'self'" \
-    "X-Content-Type-Options: nosniff" "Referrer-Policy: no-referrer" "X-Robots-Tag: noindex, nofollow" \
-    "Cache-Control: no-store"; do
-    contains "$WORK/headers" "$header" "headers of $1"
+check_headers() { # WHAT, TYPE, POLICY
+  for header in "Content-Type: $2" "Content-Security-Policy: $3" "X-Content-Type-Options: nosniff" \
+    "Referrer-Policy: no-referrer" "X-Robots-Tag: noindex, nofollow" "Cache-Control: no-store"; do
+    tr -d '\r' <"$WORK/headers" | grep -qixF "$header" || fail "headers of $1: no '$header'"
   done
-  tr -d '\r' <"$WORK/headers" | grep -qix 'Content-Type: text/html' || fail "headers of $1: a charset is forced"
+}
+check_page() { # report|answer, WHAT: the page names its policy, and the server sends that one
+  check_headers "$2" 'text/html; charset=utf-8' "$(policy_of "$WORK/page" "$1")"
+  contains "$WORK/page" "$(policy_of "$WORK/page" "$1" | sed "s/.*; default-src/<meta http-equiv=\"Content-Security-Policy\" content=\"default-src/")\">" "$2"
+  [ "$1" = report ] || lacks "$WORK/page" '<script' "$2"
+}
+# The gate has no page but its own sentence; its policy is the server's.
+check_gate() {
+  check_headers "$1" 'text/html' "sandbox allow-forms allow-popups allow-popups-to-escape-sandbox; default-src 'none';\
+ img-src 'self'; style-src 'self'; form-action 'self'; base-uri 'none'; frame-ancestors 'none'"
 }
 
 head -c 70000 /dev/zero | tr '\0' 'a' >"$WORK/large"
@@ -97,7 +107,7 @@ form="username=$SERVER&password=Teapot&sm=03&sd=05&sy=2000&em=03&ed=11&ey=2000&f
 &search=1&browsers=1&badurls=1&badurl_referrers=1&badreferrers=1&domains=1&domaintypes=1&dailytotals=1&hitsperdayofweek=1\
 &hitsperhour=1"
 post "$form"
-check_report_headers 'the report'
+check_page report 'the report'
 contains "$WORK/page" '</html>' 'the report'
 contains "$WORK/page" '<h1><bdi>' 'the report'
 contains "$WORK/page" '<section id="hitsperhour"' 'the report'
@@ -116,7 +126,7 @@ contains "$WORK/page" '/orvellis/docs/chapter4.html' "the report over the server
 
 for page in about credits; do
   get "$cgi?$page"
-  check_report_headers "$page"
+  check_page answer "$page"
   contains "$WORK/page" 'Orvellis 1.5' "$page"
   collect_links "$WORK/page" "$page"
 done
@@ -126,8 +136,14 @@ echo RemoteDebugEnabled=1 >>"$conf"
 get "$cgi?remotedebug"
 lacks "$WORK/page" UserPasswords 'remotedebug'
 lacks "$WORK/page" 'user=' 'remotedebug'
+# The page names the logs, but tells nothing more when asked for it, and no path.
+without_moment() { sed '/^<div><dt>Made<.dt>/d'; }
+post "$form"
+without_moment <"$WORK/page" >"$WORK/undebugged"
 post "$form&debug=1"
-lacks "$WORK/page" 'access.log' 'debug=1'
+is_report || fail 'debug=1: no report'
+without_moment <"$WORK/page" | cmp -s - "$WORK/undebugged" || fail 'debug=1 tells more'
+lacks "$WORK/page" "$WORK" 'debug=1: the page shows a path'
 cat "$WORK/aside" >"$conf"
 
 # ---- Every error page that a request can bring about ----
@@ -135,7 +151,7 @@ cat "$WORK/aside" >"$conf"
 error() { # NUMBER STATUS, and what was done
   contains "$WORK/page" "/support/errors/#error$1\"" "$3"
   grep -q "^HTTP/[0-9.]* $2 " "$WORK/headers" || fail "$3: $(head -n 1 "$WORK/headers"), not $2"
-  check_report_headers "$3"
+  if [ "$1" = 9 ]; then check_gate "$3"; else check_page answer "$3"; fi
   lacks "$WORK/page" "$WORK" "$3: the page shows a path"
   collect_links "$WORK/page" "error $1"
   get "$BASE_URL/orvellis/support/errors/"
@@ -171,7 +187,7 @@ mv "$WORK/aside" "$PREFIX/etc/orvellis/passwords"
 error 2 403 'a missing password file'
 grep -q 'password file cannot be read' "$PREFIX/var/log/orvellis/error.log" || fail 'a missing password file is not logged'
 post "username=empty&date=03052000,03052000"
-error 11 200 'no logs'
+error 11 404 'no logs'
 mv "$conf" "$WORK/aside"
 post "$form"
 mv "$WORK/aside" "$conf"

@@ -24,6 +24,8 @@ if [ "${1:-}" = --enable ]; then
   echo "FAILED: there are no lines for $SERVER"
   exit 1
 fi
+# shellcheck source=page.sh
+. "$here/page.sh"
 cgi=$BASE_URL/orvellis-cgi/orvellis
 failures=0
 fail() {
@@ -31,7 +33,6 @@ fail() {
   failures=$((failures + 1))
 }
 ask() { curl -s -o "$WORK/page" -w '%{http_code}' "$@"; }
-is_report() { grep -aq 'HTTP Requests:</b></td><td width="50%">[1-9]' "$WORK/page"; }
 expect() { # STATUS, report|none, SENTENCE, OPTION...
   wanted=$1 kind=$2 sentence=$3
   shift 3
