@@ -26,7 +26,7 @@ static void EndPage(Sink& sink) {
 }
 
 // The addresses of the installation are the program's own.
-static void PutLink(Sink& sink, const char* address, Literal text) {
+static void PutLink(Sink& sink, const char* address, const Literal& text) {
   Put(sink, "<a href=\"");
   PutAttribute(sink, address);
   Put(sink, "\">");
@@ -99,7 +99,7 @@ void AnswerAbout(const Environment& env, const Settings& settings) {
 }
 
 template <size_t N>
-static void PutNames(Sink& sink, Literal before, const char* const (&names)[N]) {
+static void PutNames(Sink& sink, const Literal& before, const char* const (&names)[N]) {
   for (const char* name : names) {
     Put(sink, "<p>");
     Put(sink, before);

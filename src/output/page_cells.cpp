@@ -81,7 +81,8 @@ void PutByteSize(Sink& sink, uint64_t bytes) {
   }
   size_t unit = 0;
   double shown = static_cast<double>(bytes) / 1000;
-  for (; shown >= 999.95; shown /= 1000) {  // which would be written as 1000.0
+  while (shown >= 999.95) {  // which would be written as 1000.0
+    shown /= 1000;
     ++unit;
   }
   PutDecimal(sink, shown, 1);

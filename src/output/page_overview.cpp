@@ -119,7 +119,7 @@ void PutContents(Sink& sink, const Settings& settings, const Analysis& analysis)
 
 // ---- Figures that matter -------------------------------------------------------------
 
-static void BeginTile(Sink& sink, Literal name) {
+static void BeginTile(Sink& sink, const Literal& name) {
   Put(sink, "<div><dt>");
   Put(sink, name);
   Put(sink, "</dt><dd class=\"figure\">");

@@ -182,7 +182,8 @@ static void PutEngine(Sink& sink, const EngineRow& engine, const Shown& shown, i
   EndTable(table);
 }
 
-static void PutPhrases(Sink& sink, const Settings& settings, const Section& section, Analysis& analysis) {
+static void PutPhrases(Sink& sink, const Settings& settings, const Section& section,
+                       const Analysis& analysis) {
   const SectionWords& words = WordsOf(section);
   EngineRows rows = OpenEngines(settings, analysis);
   Put(sink, "<p class=\"words\">");
@@ -288,9 +289,16 @@ static constexpr SectionId kPageOrder[] = {
 };
 static_assert(std::size(kPageOrder) == kSectionCount);
 
+// Ranked rows change the analysis, whose tables they put in order; the others take it as it is.
+template <auto kPut>
+static void PutAny(Sink& sink, const Settings& settings, const Section& section, Analysis& analysis) {
+  kPut(sink, settings, section, analysis);
+}
+
 // By the kind of a section's rows.
 static constexpr void (*kPutRows[])(Sink&, const Settings&, const Section&, Analysis&) = {
-    PutRanked, PutPhrases, PutTimes, PutTimes, PutTimes, PutTimes,
+    PutAny<PutRanked>, PutAny<PutPhrases>, PutAny<PutTimes>,
+    PutAny<PutTimes>,  PutAny<PutTimes>,   PutAny<PutTimes>,
 };
 
 static void PutSection(Sink& sink, const Settings& settings, const Section& section, Analysis& analysis) {

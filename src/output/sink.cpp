@@ -23,7 +23,7 @@ void PutChecked(Sink& sink, std::string_view text) {
   }
 }
 
-void Put(Sink& sink, Literal text) {
+void Put(Sink& sink, const Literal& text) {
   PutChecked(sink, text.text());
 }
 

@@ -12,7 +12,6 @@
 class Literal {
  public:
   template <size_t N>
-  // NOLINTNEXTLINE(google-explicit-constructor): a literal is one by itself
   consteval Literal(const char (&text)[N]) : mText(text, N - 1) {}
 
   constexpr std::string_view text() const { return mText; }
@@ -32,7 +31,7 @@ struct Sink {
 // Hands on what was collected. Called before anybody else writes to the stream.
 void FlushSink(Sink& sink);
 
-void Put(Sink& sink, Literal text);
+void Put(Sink& sink, const Literal& text);
 
 // Decimal: 1234567, 12345678901234567890, 1,234,567, and with the given number of digits (at most 9) behind
 // the point; a value that is no number or beyond 10^15 is written as 0.

@@ -34,7 +34,7 @@ static void PutBlanks(Sink& sink, size_t columns) {
   }
 }
 
-static void PutColour(Paper& paper, Literal colour) {
+static void PutColour(Paper& paper, const Literal& colour) {
   if (paper.terminal.colours) {
     Put(paper.sink, colour);
   }
@@ -115,7 +115,7 @@ static void PutNote(Paper& paper, const Note& note) {
 
 // ---- The head -----------------------------------------------------------------------------
 
-static void PutTotal(Paper& paper, Literal name, int64_t figure) {
+static void PutTotal(Paper& paper, const Literal& name, int64_t figure) {
   static constexpr size_t kNameWidth = 21;
   static constexpr size_t kFigureWidth = 16;
   Put(paper.sink, name);
@@ -266,7 +266,7 @@ static int64_t PutRows(Paper& paper, SectionRows& rows, const Columns& columns) 
   return shown;
 }
 
-static void PutTitle(Paper& paper, Literal title) {
+static void PutTitle(Paper& paper, const Literal& title) {
   Put(paper.sink, "\n");
   PutColour(paper, kBold);
   Put(paper.sink, title);

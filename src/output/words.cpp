@@ -52,9 +52,9 @@ static constexpr bool NotesStandInPlace() {
       return false;
     }
   }
-  return std::size(kNoteWords) == kNoteCodes;
+  return true;
 }
-static_assert(NotesStandInPlace());
+static_assert(std::size(kNoteWords) == kNoteCodes && NotesStandInPlace());
 
 const NoteWords& WordsOf(const Note& note) {
   return kNoteWords[static_cast<size_t>(note.code)];

@@ -14,14 +14,14 @@ static void OpenRankedRows(SectionRows& rows, const Settings& settings, Analysis
   rows.total = rows.ranked.summary.total;
 }
 
-static void OpenPhrases(SectionRows& rows, const Settings& settings, Analysis& analysis) {
+static void OpenPhrases(SectionRows& rows, const Settings& settings, const Analysis& analysis) {
   rows.engines = OpenEngines(settings, analysis);
   rows.engine.phrases = {};
   rows.distinct = rows.engines.summary.distinct;
   rows.total = rows.engines.summary.total;
 }
 
-static void OpenTimes(SectionRows& rows, const Settings&, Analysis& analysis) {
+static void OpenTimes(SectionRows& rows, const Settings&, const Analysis& analysis) {
   rows.times = rows.section->times(analysis);
   rows.distinct = std::max<int64_t>(rows.times.end - rows.times.next, 0);
   rows.total = rows.times.total;
@@ -94,12 +94,18 @@ static bool NextTimeRow(SectionRows& rows, SectionRow& row) {
 
 // ---- By the kind of rows -------------------------------------------------------------
 
+// Ranked rows change the analysis, whose tables they put in order; the others take it as it is.
+template <auto kOpen>
+static void Open(SectionRows& rows, const Settings& settings, Analysis& analysis) {
+  kOpen(rows, settings, analysis);
+}
+
 static constexpr struct {
   void (*open)(SectionRows& rows, const Settings& settings, Analysis& analysis);
   bool (*next)(SectionRows& rows, SectionRow& row);
 } kRowKinds[] = {
-    {OpenRankedRows, NextRankedRow}, {OpenPhrases, NextPhraseRow}, {OpenTimes, NextTimeRow},
-    {OpenTimes, NextTimeRow},        {OpenTimes, NextTimeRow},     {OpenTimes, NextTimeRow},
+    {Open<OpenRankedRows>, NextRankedRow}, {Open<OpenPhrases>, NextPhraseRow}, {Open<OpenTimes>, NextTimeRow},
+    {Open<OpenTimes>, NextTimeRow},        {Open<OpenTimes>, NextTimeRow},     {Open<OpenTimes>, NextTimeRow},
 };
 
 void OpenSection(SectionRows& rows, const Settings& settings, const Section& section, Analysis& analysis) {
