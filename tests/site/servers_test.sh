@@ -227,7 +227,7 @@ for way in remove purge; do
   echo Teapot | quietly orvellis-passwd --stdin mynginx || fail "orvellis-passwd"
   orvellis config=/etc/orvellis/orvellis.conf username=mynginx password=Teapot date=03052000,03112000 find=/ subdirs=1 \
     >"$work/page"
-  grep -aq 'HTTP Requests:</b></td><td width="50%">[1-9]' "$work/page" || fail "--init-site: the account reports nothing"
+  grep -aq '<dt>Requests</dt><dd class="figure">[1-9]' "$work/page" || fail "--init-site: the account reports nothing"
   if [ "$way" = remove ]; then
     for server in apache nginx lighttpd; do
       init_site --server "$server" --account "my$server" --remove || fail "--init-site --remove $server"
