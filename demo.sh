@@ -14,11 +14,7 @@ need_packages g++ cmake ninja-build libcrypt-dev
   cmake --preset release -DORVELLIS_TESTS=OFF -B build/demo >/dev/null
   cmake --build build/demo --target orvellis
 )
-# With its pictures and style sheet beside it, the page can be moved.
-page=$here/build/demo-report/report.html
-rm -rf "${page%/*}"
-mkdir -p "${page%/*}"
-cp "$here"/site/*.gif "$here/site/report.css" "${page%/*}/"
+page=$here/build/demo-report.html
 
 if [ $# -eq 0 ]; then
   set -- --title 'One Week of www.example.com' --url http://www.example.com "$here/samples/logs"
