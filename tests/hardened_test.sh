@@ -28,7 +28,7 @@ done
 if grep -Eq "\((RPATH|RUNPATH)\)" "$work/headers"; then
   echo "$program: looks for libraries in a folder of its own" && failed=1
 fi
-if grep NEEDED "$work/headers" | grep -Ev '\[(libcrypt|libc|libm|ld-linux[a-z0-9-]*)\.so\.[0-9]+\]'; then
+if grep NEEDED "$work/headers" | grep -Ev '\[(libcrypt|libc|ld-linux[a-z0-9-]*)\.so\.[0-9]+\]'; then
   echo "$program: needs another library to run" && failed=1
 fi
 case $(uname -m) in

@@ -1,7 +1,6 @@
 #include "output/bar_chart.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "output/charts.h"
 #include "output/scale.h"
@@ -44,7 +43,7 @@ static int64_t HeightOf(int64_t count, const Scale& scale) {
     return 0;
   }
   const double part = static_cast<double>(count) / static_cast<double>(TopOf(scale));
-  return std::max<int64_t>(std::lround(part * kPlotHeight * 10), kSmallestHeight);
+  return std::max<int64_t>(Rounded(part * kPlotHeight * 10), kSmallestHeight);
 }
 
 // ---- Marks ---------------------------------------------------------------------------

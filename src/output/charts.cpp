@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <limits>
 
 #include "output/bar_chart.h"
@@ -106,7 +105,7 @@ void DrawHoursOfWeek(Sink& sink, const Analysis& analysis) {
 void DrawShare(Sink& sink, double share) {
   const double tenths = share > 0.0 ? std::clamp(share * 1000, 5.0, 1000.0) : 0.0;
   Put(sink, "<svg class=\"share\" aria-hidden=\"true\"><rect width=\"");
-  PutParts(sink, std::lround(tenths), 1);
+  PutParts(sink, Rounded(tenths), 1);
   Put(sink, "%\" height=\"100%\"/></svg>");
 }
 
@@ -118,7 +117,7 @@ static int SparkHeightOf(int64_t count, int64_t largest) {
     return 0;
   }
   const double part = static_cast<double>(count) / static_cast<double>(largest);
-  return std::max(static_cast<int>(std::lround(part * kSparkHeight)), 1);
+  return std::max(static_cast<int>(Rounded(part * kSparkHeight)), 1);
 }
 
 // Steps of which each stands on the line.

@@ -1,7 +1,5 @@
 #include "output/page_overview.h"
 
-#include <cmath>
-
 #include "output/escape.h"
 #include "output/moments.h"
 #include "output/page_cells.h"
@@ -142,7 +140,7 @@ static void PutRequestsTile(Sink& sink, int64_t requests, int64_t days) {
     if (average < 10) {
       PutDecimal(sink, average, 1);
     } else {
-      PutGrouped(sink, std::llround(average));
+      PutGrouped(sink, Rounded(average));
     }
     Put(sink, " a day on average");
   }

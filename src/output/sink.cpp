@@ -60,11 +60,12 @@ void PutGrouped(Sink& sink, int64_t number) {
   }
 }
 
+// snprintf, because std::to_chars of a fraction needs the mathematical library.
 void PutDecimal(Sink& sink, double number, int digits) {
   char text[kNumberSize + 16];
   const double shown = std::isfinite(number) && std::fabs(number) < 1e15 ? number : 0.0;
-  const auto end = std::to_chars(text, text + sizeof text, shown, std::chars_format::fixed, digits);
-  PutChecked(sink, {text, end.ptr});
+  const int length = snprintf(text, sizeof text, "%.*f", digits, shown);
+  PutChecked(sink, {text, static_cast<size_t>(length)});
 }
 
 void PutPadded(Sink& sink, int number, int digits) {

@@ -40,6 +40,13 @@ void PutSize(Sink& sink, uint64_t number);
 void PutGrouped(Sink& sink, int64_t number);
 void PutDecimal(Sink& sink, double number, int digits);
 
+// The nearest whole number of one from 0 to 2^62, halves upwards. The mathematical
+// library's own would have to be loaded at every start of the program.
+constexpr int64_t Rounded(double number) {
+  const auto whole = static_cast<int64_t>(number);
+  return number - static_cast<double>(whole) < 0.5 ? whole : whole + 1;
+}
+
 // Two, four digits: with zeros in front of a smaller number, which is not below 0.
 void PutPadded(Sink& sink, int number, int digits);
 

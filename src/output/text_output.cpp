@@ -1,7 +1,6 @@
 #include "output/text_output.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 #include <string_view>
 
@@ -196,7 +195,7 @@ static void PutShare(Sink& sink, double share) {
 }
 
 static void PutBar(Paper& paper, const SectionRow& row, size_t columns) {
-  const auto exact = static_cast<size_t>(std::lround(row.bar * static_cast<double>(columns)));
+  const auto exact = static_cast<size_t>(Rounded(row.bar * static_cast<double>(columns)));
   const size_t length = row.count > 0 ? std::max<size_t>(exact, 1) : 0;
   PutColour(paper, kBlue);
   for (size_t i = 0; i < length; ++i) {

@@ -62,6 +62,13 @@ TEST(Decimal, IsZeroForWhatIsNoNumber) {
   EXPECT_EQ(Decimal(1e300, 1), "0.0");
 }
 
+TEST(Rounded, IsTheNearestWholeNumber) {
+  for (const double number :
+       {0.0, 0.4, 0.49999999999999994, 0.5, 1.49, 1.5, 2.5, 1234567.5, 4503599627370495.5, 1e18}) {
+    EXPECT_EQ(Rounded(number), std::llround(number)) << number;
+  }
+}
+
 TEST(Padded, HasZerosInFront) {
   EXPECT_EQ(Written([](Sink& sink) { PutPadded(sink, 7, 2); }), "07");
   EXPECT_EQ(Written([](Sink& sink) { PutPadded(sink, 2026, 4); }), "2026");
