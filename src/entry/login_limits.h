@@ -23,7 +23,7 @@
 // A file that is missing or empty is begun; one that was damaged is begun anew when it
 // still bears the magic of its kind, which forgets all. Anything else (a folder, a
 // pipe, a link, a file of another make, no right to write, a full disk when the file
-// is to be begun, 200 ms without getting the lock) is kNoStore: nothing was counted,
+// is to be begun, 10 s without getting the lock) is kNoStore: nothing was counted,
 // and the caller decides.
 #pragma once
 
