@@ -8,10 +8,6 @@
 #include <new>
 #include <span>
 
-// A run holds the lock for microseconds, but one that the system lets wait meanwhile holds it for as
-// long; and who gets no lock is not counted, which nobody shall bring about by asking often.
-static constexpr int kLockWait = 10000;  // milliseconds
-
 static constexpr std::size_t PlaceOfRefusal(std::uint32_t place) {
   return kRefusalsStart + place * sizeof(LoginRecord);
 }
@@ -157,7 +153,7 @@ static LoginVerdict Decide(LoginAttempt& attempt, int& retry_after) {
 LoginVerdict BeginLogin(LoginAttempt& attempt, int& retry_after) {
   retry_after = 0;
   attempt.handle = OpenLoginFile(attempt.file, true);
-  if (attempt.handle < 0 || !TakeLoginLock(attempt.handle, LoginLock::kData, kLockWait)) {
+  if (attempt.handle < 0 || !TakeLoginLock(attempt.handle, LoginLock::kData, attempt.lock_wait)) {
     return LoginVerdict::kNoStore;
   }
   const LoginVerdict verdict = Decide(attempt, retry_after);
@@ -193,7 +189,7 @@ static void RememberEntry(const LoginAttempt& attempt) {
 }
 
 void LoginSucceeded(const LoginAttempt& attempt) {
-  if (attempt.handle < 0 || !TakeLoginLock(attempt.handle, LoginLock::kData, kLockWait)) {
+  if (attempt.handle < 0 || !TakeLoginLock(attempt.handle, LoginLock::kData, attempt.lock_wait)) {
     return;
   }
   LoginFileHeader header;

@@ -41,11 +41,17 @@ inline constexpr int kRefusalsOfStranger = 3;
 
 // One attempt. The caller fills the first four, which must stay as they are until
 // EndLogin, and hands the visitor's network over.
+// Milliseconds. A run holds the lock for microseconds, but one that the system lets wait
+// meanwhile holds it for as long; and who gets no lock is not counted, which nobody
+// shall bring about by asking often.
+inline constexpr int kLockWait = 10000;
+
 struct LoginAttempt {
   const char* file;
   Address visitor;
   std::string_view account;
   std::int64_t now;
+  int lock_wait = kLockWait;
   int handle = -1;          // the opened file
   std::uint32_t place = 0;  // of the refusal that was written down
   LoginRecord refusal = {};

@@ -275,7 +275,11 @@ TEST_F(LoginLimits, ALockThatIsKeptIsWaitedForNoLongerThanTheyPromise) {
   const int other = OpenLoginFile(file.c_str(), false);
   ASSERT_TRUE(TakeLoginLock(other, LoginLock::kData, 0));
   const auto start = std::chrono::steady_clock::now();
-  EXPECT_EQ(TryAt(file, kNow, 1, "shop"), kNotUsable);
+  int retry_after;
+  LoginAttempt one{
+      .file = file.c_str(), .visitor = Visitor(1), .account = "shop", .now = kNow, .lock_wait = 200};
+  EXPECT_EQ(BeginLogin(one, retry_after), LoginVerdict::kNoStore);
+  EndLogin(one);
   const auto passed = std::chrono::steady_clock::now() - start;
   EXPECT_GE(passed, std::chrono::milliseconds(199));
   EXPECT_LT(passed, std::chrono::seconds(5));
