@@ -39,13 +39,13 @@ inline constexpr int kRefusalsOfVisitor = 50;
 inline constexpr int kRefusalsOfAccount = 100;  // from all visitors; with more, strangers have fewer tries
 inline constexpr int kRefusalsOfStranger = 3;
 
-// One attempt. The caller fills the first four, which must stay as they are until
-// EndLogin, and hands the visitor's network over.
 // Milliseconds. A run holds the lock for microseconds, but one that the system lets wait
 // meanwhile holds it for as long; and who gets no lock is not counted, which nobody
 // shall bring about by asking often.
 inline constexpr int kLockWait = 10000;
 
+// One attempt. The caller fills the first four, which must stay as they are until
+// EndLogin, and hands the visitor's network over.
 struct LoginAttempt {
   const char* file;
   Address visitor;
