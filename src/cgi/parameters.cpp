@@ -250,6 +250,9 @@ static const Keyword kKeywords[] = {
     {"sy", Year<&Settings::sy>, kFromAny, kTaken},
     {"ey", Year<&Settings::ey>, kFromAny, kTaken},
     {"date", Date, kFromAny, kTaken},
+    {"days", Copy<&Settings::days>, kFromAny, kTaken, kStop, kLater},
+    {"from", Copy<&Settings::from>, kFromAny, kTaken, kStop, kLater},
+    {"to", Copy<&Settings::to>, kFromAny, kTaken, kStop, kLater},
     {"filter_domains", Copy<&Settings::filter_domains>, kFromAny, kTaken},
     {"filter_filetypes", Copy<&Settings::filter_filetypes>, kFromAny, kTaken},
 

@@ -97,6 +97,10 @@ struct Settings {
   char em[3];
   char ed[3];
   int ey;
+  // The days in words and ISO dates, which count before all of the above.
+  char days[kTextSize];
+  char from[kTextSize];
+  char to[kTextSize];
   // Rules of the run, which no parameter sets.
   int last_year;          // that sy and ey may name
   bool names_as_written;  // accounts are called as the configuration spells them

@@ -210,5 +210,6 @@ const PageWriter kJsonOutput = {
     .finish = WriteJson,
     .tells_totals = true,
     .refuse = Refuse,
+    .ask = nullptr,
     .info = {},
 };

@@ -111,5 +111,6 @@ const PageWriter kClassicPage = {
     .finish = FinishReport,
     .tells_totals = false,
     .refuse = Refuse,
+    .ask = nullptr,
     .info = {nullptr, About, Credits, ShowConfiguration},
 };

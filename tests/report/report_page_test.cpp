@@ -61,7 +61,7 @@ TEST_F(ReportPage, NoLogFileIsError11AndPrintsNothing) {
 TEST_F(ReportPage, WriterFinishesThePage) {
   const PageWriter counter = {
       .announce = nullptr,
-    .check = nullptr,
+      .check = nullptr,
       .begin = nullptr,
       .found = nullptr,
       .told = [](const Settings&) { return AnalysisEvents{}; },
@@ -69,6 +69,7 @@ TEST_F(ReportPage, WriterFinishesThePage) {
                    Analysis& analysis) { printf("%lld hits", static_cast<long long>(analysis.hits)); },
       .tells_totals = false,
       .refuse = nullptr,
+      .ask = nullptr,
       .info = {},
   };
   AddLog("a.log", {{}, {}});
