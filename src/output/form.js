@@ -55,14 +55,24 @@
     }
   }
 
+  // One of several is chosen where it still is among them.
+  const setters = {
+    checkbox: (field, value) => { field.checked = value === field.value; },
+    radio: (field, value) => { field.checked ||= value === field.value; },
+    password: () => {},
+  };
   function fillIn(values) {
     for (const field of form.elements) {
-      if (field.type === 'checkbox' || field.type === 'radio') {
-        if (field.name) { field.checked = values.get(field.name) === field.value; }
-      } else if (values.has(field.name) && field.type !== 'password') {
-        field.value = values.get(field.name);
+      const value = values.get(field.name);
+      if (setters[field.type]) {
+        if (field.name) { setters[field.type](field, value); }
+      } else if (typeof value === 'string') {
+        field.value = value;
       }
     }
+    // What is set does not hide in a fold.
+    const more = form.querySelector('details');
+    more.open = [...more.querySelectorAll('input')].some((field) => field.value !== field.defaultValue || field.checked !== field.defaultChecked);
   }
 
   function forgetAll() {

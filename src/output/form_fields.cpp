@@ -33,7 +33,8 @@ static consteval FormField Check(Literal name, Literal label, Literal hint = "")
 
 template <auto kField, size_t N>
 static consteval FormField OneOf(Literal name, Literal label, const FieldOption (&options)[N]) {
-  return {.kind = FieldKind::kOneOf, .name = name, .label = label, .text = TextOf<kField>, .options = options};
+  return {
+      .kind = FieldKind::kOneOf, .name = name, .label = label, .text = TextOf<kField>, .options = options};
 }
 
 // ---- Account ----
@@ -53,13 +54,15 @@ constexpr FieldGroup kAccountGroup{"account", "Account", kAccount};
 // ---- Days ----
 
 static constexpr FieldOption kSpans[] = {
-    {"today", "Today"},           {"yesterday", "Yesterday"},   {"7d", "Last 7 days"},
-    {"30d", "Last 30 days"},      {"this-month", "This month"}, {"last-month", "Last month"},
-    {"this-year", "This year"},   {"all", "All days"},          {"", "Choose days"},
+    {"today", "Today"},         {"yesterday", "Yesterday"},   {"7d", "Last 7 days"},
+    {"30d", "Last 30 days"},    {"this-month", "This month"}, {"last-month", "Last month"},
+    {"this-year", "This year"}, {"all", "All days"},          {"", "Choose days"},
 };
 static constexpr FormField kDays[] = {
     OneOf<&Settings::days>("days", "Days", kSpans),
-    Day<&Settings::from>("from", "First day", "Counts with \xe2\x80\x9c" "Choose days\xe2\x80\x9d."),
+    Day<&Settings::from>("from", "First day",
+                         "Counts with \xe2\x80\x9c"
+                         "Choose days\xe2\x80\x9d."),
     Day<&Settings::to>("to", "Last day", "Empty: the first day alone."),
 };
 constexpr FieldGroup kDaysGroup{"days", "Days", kDays};

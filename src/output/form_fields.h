@@ -25,11 +25,11 @@ struct FormField {
   FieldKind kind;
   Literal name;
   Literal label;
-  Literal hint = "";                                // beside the field; empty: it speaks for itself
-  const char* (*text)(const Settings&) = nullptr;   // of all but checks: what it holds
-  bool (*on)(const Settings&) = nullptr;            // of checks
-  std::span<const FieldOption> options = {};        // of those that have some
-  Literal attributes = "";                          // further ones, as they stand
+  Literal hint = "";                               // beside the field; empty: it speaks for itself
+  const char* (*text)(const Settings&) = nullptr;  // of all but checks: what it holds
+  bool (*on)(const Settings&) = nullptr;           // of checks
+  std::span<const FieldOption> options = {};       // of those that have some
+  Literal attributes = "";                         // further ones, as they stand
 };
 
 struct FieldGroup {

@@ -6,7 +6,6 @@
 int main(int argc, char** argv) {
   std::FILE* const file = argc == 2 ? std::fopen(argv[1], "w") : nullptr;
   if (file == nullptr) {
-    std::perror("make_request_form");
     return 1;
   }
   Sink sink;

@@ -239,7 +239,8 @@ static void PutGroup(Sink& sink, const FieldGroup& group, const Settings& settin
 // ---- Sections ------------------------------------------------------------------------
 
 // A switch or a cut-off of a section: its parameter with an ending.
-static void PutSectionInput(Sink& sink, const Section& section, const Literal& before, const Literal& ending) {
+static void PutSectionInput(Sink& sink, const Section& section, const Literal& before,
+                            const Literal& ending) {
   Put(sink, before);
   PutAttribute(sink, section.parameter);
   Put(sink, ending);
@@ -274,26 +275,31 @@ static void PutGreater(Sink& sink, const Section& section, const RankedReport& r
 }
 
 // A section's switch stands before its cut-offs, which it would set back.
-static void PutSectionRow(Sink& sink, const Section& section, const Settings& settings) {
-  const SectionWords& words = WordsOf(section);
-  PutSectionInput(sink, section, "<tr><th scope=\"row\"><div class=\"check\"><input type=\"checkbox\" id=\"", "\"");
+static void PutSwitch(Sink& sink, const Section& section, const Settings& settings) {
+  PutSectionInput(sink, section, "<div class=\"check\"><input type=\"checkbox\" id=\"", "\"");
   PutSectionInput(sink, section, " name=\"", "\" value=\"1\" aria-describedby=\"");
-  PutSectionInput(sink, section, "", IsOn(section, settings) ? Literal("-hint\" checked>") : Literal("-hint\">"));
+  PutSectionInput(sink, section, "",
+                  IsOn(section, settings) ? Literal("-hint\" checked>") : Literal("-hint\">"));
   PutSectionInput(sink, section, "<label for=\"", "\">");
-  Put(sink, words.title);
+  Put(sink, WordsOf(section).title);
   PutSectionInput(sink, section, "</label><small id=\"", "-hint\">");
-  Put(sink, words.explanation);
+  Put(sink, WordsOf(section).explanation);
   Put(sink, "</small></div>\n");
+}
+
+static void PutSectionRow(Sink& sink, const Section& section, const Settings& settings) {
+  const bool with_cut_off = section.report != nullptr;
+  Put(sink,
+      with_cut_off ? Literal("<tr><th scope=\"row\">") : Literal("<tr><th scope=\"row\" colspan=\"3\">"));
+  PutSwitch(sink, section, settings);
   if (section.id == SectionId::kBadUrls) {
     PutCheck(sink, kPagesThatLed, settings);
   }
   Put(sink, "</th>");
-  if (section.report == nullptr) {
-    Put(sink, "<td></td><td></td></tr>\n");
-    return;
+  if (with_cut_off) {
+    PutTop(sink, section, settings.*section.report);
+    PutGreater(sink, section, settings.*section.report);
   }
-  PutTop(sink, section, settings.*section.report);
-  PutGreater(sink, section, settings.*section.report);
   Put(sink, "</tr>\n");
 }
 
@@ -340,13 +346,15 @@ static void PutMore(Sink& sink, const Settings& settings) {
 static void PutActions(Sink& sink) {
   Put(sink,
       "<div class=\"check\" id=\"remembering\" hidden><input type=\"checkbox\" id=\"remember\" "
-      "aria-describedby=\"remember-hint\"><label for=\"remember\">Remember these choices in this browser</label>"
+      "aria-describedby=\"remember-hint\"><label for=\"remember\">Remember these choices in this "
+      "browser</label>"
       "<small id=\"remember-hint\">With the name of the account, never with the password.</small> "
       "<button type=\"button\" id=\"forget\" hidden>Forget them</button></div>\n"
+      "<p id=\"bookmark-hint\" hidden><small>The link below can be a bookmark. The password is not in it: "
+      "where one "
+      "is needed, it leads to this form, filled in.</small></p>\n"
       "<p class=\"actions\"><button type=\"submit\">Request report</button> "
-      "<a id=\"bookmark\" hidden>Link to this report</a></p>\n"
-      "<p hidden id=\"bookmark-hint\"><small>The link can be a bookmark. The password is not in it: where one is "
-      "needed, it leads to this form, filled in.</small></p>\n");
+      "<a id=\"bookmark\" aria-describedby=\"bookmark-hint\" hidden>Link to this report</a></p>\n");
 }
 
 static void PutForm(Sink& sink, const char* action, const Settings& settings) {
@@ -380,7 +388,8 @@ static void PutIntroduction(Sink& sink, const Settings& settings) {
                 : Literal("The report is filled in below. Type the password of the account to see it. "));
   PutLink(sink, "", kParametersPage, "What every field means");
   Put(sink,
-      "</p>\n</header>\n<main>\n<p class=\"warning\" id=\"insecure\" role=\"alert\" hidden>This page has not come over "
+      "</p>\n</header>\n<main>\n<p class=\"warning\" id=\"insecure\" role=\"alert\" hidden>This page has not "
+      "come over "
       "HTTPS: everybody on the way can read the password. ");
   PutLink(sink, "", kSecurityPage, "What the administrator can do");
   Put(sink, "</p>\n");
