@@ -402,7 +402,6 @@ static void PutBody(Sink& sink, const char* action, const Settings& asked) {
   PutLink(sink, "", kDocumentationBase, "Documentation");
   PutLink(sink, " \xc2\xb7 ", kSupportErrorPages, "Error numbers");
   PutLink(sink, " \xc2\xb7 ", kAboutPage, "About this installation");
-  Put(sink, "</p>\n</footer>\n");
 }
 
 void AnswerForm(const Environment& env, const Settings& settings) {
@@ -412,6 +411,7 @@ void AnswerForm(const Environment& env, const Settings& settings) {
   Put(sink, "Orvellis: Report Request Form");
   PutFormHead(sink);
   PutBody(sink, "?", settings);
+  Put(sink, "</p>\n</footer>\n");
   PutFormEnd(sink);
   FlushSink(sink);
 }
@@ -425,5 +425,6 @@ void PutSiteForm(Sink& sink) {
       "<link rel=\"stylesheet\" href=\"/orvellis/form.css\">\n"
       "<script src=\"/orvellis/form.js\" defer></script>\n</head>\n<body>\n");
   PutBody(sink, kProgramAddress, {});
-  Put(sink, "</body>\n</html>\n");
+  PutLink(sink, " \xc2\xb7 ", kClassicForm, "Form of the classic edition");
+  Put(sink, "</p>\n</footer>\n</body>\n</html>\n");
 }

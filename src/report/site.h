@@ -12,6 +12,9 @@
 inline constexpr const char* kProductName = "Orvellis";
 inline constexpr const char* kProductPage = ORVELLIS_SITE "/";  // home page of the product
 
+// The request form of the classic edition; that of the modern one is the home page.
+inline constexpr const char* kClassicForm = ORVELLIS_SITE "/classic.html";
+
 // Where the web server runs the program, and its page about itself.
 #define ORVELLIS_PROGRAM "/orvellis-cgi/orvellis"
 inline constexpr const char* kProgramAddress = ORVELLIS_PROGRAM;

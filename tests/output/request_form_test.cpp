@@ -132,7 +132,7 @@ TEST_F(RequestForm, SuggestsAWholeReportOfSevenDays) {
 TEST_F(RequestForm, IsTheSameOnTheSiteAndInTheProgram) {
   const auto body = [](const std::string& page) {
     const size_t begin = page.find("<body>");
-    std::string text = page.substr(begin, page.find("</footer>") - begin);
+    std::string text = page.substr(begin, page.find("</main>") - begin);
     return std::regex_replace(text, std::regex(" action=\"[^\"]*\""), "");
   };
   EXPECT_GT(body(SiteForm()).size(), 1000U);
