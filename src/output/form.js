@@ -21,6 +21,7 @@
   for (const day of [from, to]) {
     day.addEventListener('input', () => { chosen.checked = true; });
   }
+  chosen.addEventListener('change', () => { from.scrollIntoView({ block: 'nearest' }); });
 
   // ---- Sections ----
 
