@@ -2,6 +2,7 @@
 
 #include "output/escape.h"
 #include "output/other_days.h"
+#include "output/page_cells.h"
 #include "output/page_frame.h"
 #include "output/sink.h"
 #include "report/answer_head.h"
@@ -78,6 +79,11 @@ static void PutRefusal(Sink& sink, const RefusalTexts& texts, const Refusal& ref
   Put(sink, "</p>\n<p>");
   PutHtml(sink, texts.advice);
   Put(sink, "</p>\n");
+  if (refusal.retry_after > 0) {
+    Put(sink, "<p>Ask again in ");
+    PutCounted(sink, refusal.retry_after, "second", "seconds");
+    Put(sink, ".</p>\n");
+  }
   if (refusal.log_days.has_value()) {
     PutLogDays(sink, *refusal.log_days, settings);
   }

@@ -241,10 +241,10 @@ static bool TellsDaysHeld(const Analysis& analysis, const LogsRead& logs) {
 
 static void PutNotesOfLogs(Sink& sink, const Analysis& analysis, const LogsRead& logs) {
   if (TellsDaysHeld(analysis, logs)) {
-    Put(sink, analysis.logs.in_range ? Literal("<li>No request counts. The logs hold records of these days: ")
+    Put(sink, analysis.logs.in_range ? Literal("<li>No request counts, though the logs hold records: ")
                                      : Literal("<li>The logs hold records of other days: "));
     PutDays(sink, DaysHeld(logs));
-    Put(sink, ". Ask for a report of these.</li>\n");
+    Put(sink, analysis.logs.in_range ? Literal(".</li>\n") : Literal(". Ask for a report of these.</li>\n"));
   }
   if (logs.not_opened > 0) {
     Put(sink, "<li>");

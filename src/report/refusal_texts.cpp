@@ -59,8 +59,9 @@ static const RefusalTexts kRefusals[] = {
         .error = kErrorDateRange,
         .status = {400, "Bad Request"},
         .heading = "Invalid date range or format",
-        .sentence = "The last day comes before the first, or a day does not exist, or it is written in a way that"
-                    " Orvellis does not know.",
+        .sentence =
+            "The last day comes before the first, or a day does not exist, or it is written in a way that"
+            " Orvellis does not know.",
         .advice = kHowToWriteDays,
         .log = "invalid range of days",
     },
@@ -123,7 +124,7 @@ static const RefusalTexts kRefusals[] = {
         .status = {429, "Too Many Requests"},
         .heading = "Too many attempts",
         .sentence = "Too many requests have been refused. Please wait a while before the next one.",
-        .advice = "Ten minutes are enough; whoever looks after Orvellis on this site can make it shorter.",
+        .advice = "Whoever looks after Orvellis on this site can end the wait.",
         .log = nullptr,
         .not_let_in = true,
     },

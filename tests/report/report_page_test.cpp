@@ -172,3 +172,30 @@ TEST_F(ReportPage, DebugRowsStandBetweenTheTablesHeadAndTheHeader) {
   EXPECT_LT(memory, engines);
   EXPECT_LT(engines, header);
 }
+
+// ---- HEAD ----
+
+TEST_F(ReportPage, HeadOfAReportIsAllThatHeadGets) {
+  static int found = 0;
+  const PageWriter writer = {
+      .announce = nullptr,
+      .check = nullptr,
+      .begin = nullptr,
+      .found = [](const Environment&, const Settings&) { ++found; },
+      .told = [](const Settings&) { return AnalysisEvents{}; },
+      .finish = [](const Settings&, Analysis&) { printf("finished"); },
+      .tells_totals = false,
+      .refuse = nullptr,
+      .ask = nullptr,
+      .info = {},
+  };
+  AddLog("a.log", {{}});
+  Environment env{};
+  for (const char* const method : {"GET", "HEAD"}) {
+    CopyText(env.REQUEST_METHOD, method);
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(AnalyzeLogs(env, settings_, kModernCounting, writer), kNoError);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), strcmp(method, "GET") == 0 ? "finished" : "");
+  }
+  EXPECT_EQ(found, 2);
+}
