@@ -183,11 +183,12 @@ static void PutPills(Sink& sink, const FormField& field, const Settings& setting
   Put(sink, "</div>\n");
 }
 
+// Within an option there is no room for elements, not even those by which a text shows what is not visible.
 static void PutChoice(Sink& sink, std::string_view value, std::string_view label, bool chosen) {
   Put(sink, "<option value=\"");
   PutAttribute(sink, value);
   Put(sink, chosen ? Literal("\" selected>") : Literal("\">"));
-  PutHtml(sink, label);
+  PutAttribute(sink, label);
   Put(sink, "</option>");
 }
 
