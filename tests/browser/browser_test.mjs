@@ -51,13 +51,16 @@ async function fillIn(page, { password = 'Teapot', days = ['2000-03-05', '2000-0
   await page.getByLabel('Last day').fill(days[1]);
 }
 
-// The form of the classic edition, which the other one takes as well.
-async function fillInClassic(page) {
+// The form of the classic edition, which the modern one takes as well.
+async function fillInClassic(page, { days = ['2000-03-05', '2000-03-11'] } = {}) {
   await page.goto(`${BASE_URL}/orvellis/classic.html`);
   await page.getByLabel('User account').fill(SERVER);
   await page.getByLabel('Password').fill('Teapot');
-  for (const [name, value] of Object.entries({ sm: '03', sd: '05', sy: '2000', em: '03', ed: '11', ey: '2000' })) {
-    await page.locator(`input[name=${name}]`).fill(value);
+  for (const [side, day] of Object.entries({ s: days[0], e: days[1] })) {
+    const [year, month, date] = day.split('-');
+    for (const [part, value] of Object.entries({ m: month, d: date, y: year })) {
+      await page.locator(`input[name=${side}${part}]`).fill(value);
+    }
   }
 }
 
@@ -240,7 +243,7 @@ const tests = {
     const days = ['2000-03-20', '2000-03-20'];
 
     // What a visitor brings about; change may rewrite the report on its way to the browser.
-    async function visit(change, clicks = []) {
+    async function visit(change, clicks = [], fill = fillIn) {
       return withPage(desktop, async (page, context) => {
         const requests = [];  // those that leave the page: what its policy stops is not among them
         let dialogs = 0;
@@ -256,7 +259,8 @@ const tests = {
           }
           return route.continue();
         });
-        await request(page, { days });
+        await fill(page, { days });
+        await send(page);
         await page.waitForTimeout(1500);
         const seen = { evil: requests.filter((url) => url.includes('evil.test')), title: await page.title().catch(() => '') };
         for (const id of clicks) {
@@ -286,8 +290,8 @@ const tests = {
 
     // The classic page prints them as they are. Without the server's header the attacks work: else this would prove nothing.
     await withConfiguration((text) => text.replace(/^Edition=.*$/m, 'Edition=classic'), async () => {
-      harmful(['refresh', 'frame', 'style.css', 'a.gif'], await visit(withoutPolicy));
-      const shut = await visit(null, ['#evillink', '#send']);
+      harmful(['refresh', 'frame', 'style.css', 'a.gif'], await visit(withoutPolicy, [], fillInClassic));
+      const shut = await visit(null, ['#evillink', '#send'], fillInClassic);
       harmless(shut);
       assert.match(shut.source, /<title>[^<]* on this machine<[^]*<svg onload/);  // after the clicks, too
     });
