@@ -15,6 +15,7 @@ install(TARGETS orvellis-passwd RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 
 install(DIRECTORY site/ DESTINATION ${share_dir}/site
         PATTERN pictures EXCLUDE PATTERN networks.txt EXCLUDE)
+install(DIRECTORY ${PROJECT_BINARY_DIR}/made/site/ DESTINATION ${share_dir}/site)
 include(${CMAKE_CURRENT_LIST_DIR}/documentation.cmake)
 install(FILES site/networks.txt DESTINATION ${share_dir})
 install(FILES conf/passwords DESTINATION ${share_dir}/conf)

@@ -15,6 +15,7 @@
 #include "analysis/wildcard.h"
 #include "analysis/wildcard_internal.h"
 #include "dates/clock.h"
+#include "dates/days.h"
 #include "dates/local_time.h"
 #include "dates/years.h"
 #include "superlog/byte_scan.h"
@@ -43,6 +44,17 @@ static void SetRange(const Settings& settings, Analysis& analysis) {
   ParseDate(start, end, settings);
   analysis.range_first = LocalTimeOf(start, 0, 0, 0);
   analysis.range_last = LocalTimeOf(end, 23, 59, 59);
+}
+
+// The days of the logs are known once these have been found.
+static void TakeAllDays(Settings& settings, Analysis& analysis) {
+  time_t first = 0;
+  time_t last = 0;
+  if (settings.all_days && SuperLog_TimesHeld(first, last)) {
+    SetDays(settings, {DayOf(first), DayOf(last)});
+    SetRange(settings, analysis);
+    SuperLog_SetRange(analysis.range_first, analysis.range_last);
+  }
 }
 
 static constexpr uint8_t kMsieKind = 1;
@@ -97,6 +109,7 @@ bool BeginAnalysis(Settings& settings, const Counting& counting, Analysis& analy
   if (!SuperLog_LogFilesFound()) {
     return false;
   }
+  TakeAllDays(settings, analysis);
   exempt_lists();  // phrases of engines that the configuration defined are never reclaimed
   SetCountingLimits(counting.limits);
   SetWildcardLimits(counting.limits);

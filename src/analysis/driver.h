@@ -16,8 +16,8 @@ struct AnalysisEvents {
 // Clears analysis, takes the rules over, sets its range from the dates of the
 // settings, finds the log files, and prepares smart memory, search engines and
 // tables. False, with nothing left to count or to release, when there is no log
-// file. Fills an empty settings.summary. Engines must be defined before. What
-// happens until CountLogs returns is told to the functions of events.
+// file. Fills an empty settings.summary, and the days of a report of all days. Engines must be defined
+// before. What happens until CountLogs returns is told to the functions of events.
 bool BeginAnalysis(Settings& settings, const Counting& counting, Analysis& analysis,
                    const AnalysisEvents& events = {});
 

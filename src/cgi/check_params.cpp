@@ -4,12 +4,45 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "dates/years.h"
+#include "dates/clock.h"
+#include "dates/days.h"
+#include "output/moments.h"
 
 template <size_t N>
 static void JoinDate(char (&date)[N], const char* month, const char* day, int year) {
   snprintf(date, N, "%s%s%d", month, day, year);
 }
+
+// ---- Days in words and ISO dates ----
+
+// The day on which the report says that it was made.
+static CalendarDate Today() {
+  return DayOf(MomentMade(CurrentTime()));
+}
+
+static bool ReadWrittenDays(const Settings& s, DayRange& days) {
+  if (s.days[0] != '\0') {
+    return ParseDays(s.days, Today(), days);
+  }
+  const char* const last = s.to[0] == '\0' ? s.from : s.to;
+  return ParseDay(s.from, Today(), days.first) && ParseDay(last, Today(), days.last);
+}
+
+// They count before all others. Until the logs are known, all of their days are this one.
+static Error TakeWrittenDays(Settings& s) {
+  s.all_days = EqualIgnoreCase(s.days, "all");
+  if (s.days[0] == '\0' && s.from[0] == '\0') {
+    return s.to[0] == '\0' ? kNoError : kErrorNoStartDate;
+  }
+  DayRange days{Today(), Today()};
+  if (!s.all_days && !ReadWrittenDays(s, days)) {
+    return kErrorDateRange;
+  }
+  SetDays(s, days);
+  return kNoError;
+}
+
+// ---- Days in parts ----
 
 static void CompleteDates(Settings& s) {
   if (s.start_date[0] == '\0') {
@@ -24,6 +57,20 @@ static void CompleteDates(Settings& s) {
     JoinDate(s.end_date, s.sm, s.sd, s.sy);  // deliberate: a range of one day
   }
 }
+
+// That no day is named shows before the parts, which make a text of nothing.
+static bool NamesNoDay(const Settings& s) {
+  return s.real_days && s.start_date[0] == '\0' && s.sm[0] == '\0' && s.sd[0] == '\0';
+}
+
+static bool NamesUnrealDays(const Settings& s) {
+  CalendarDate start;
+  CalendarDate end;
+  ParseDate(start, end, s);
+  return s.real_days && !(IsDay(start) && IsDay(end));
+}
+
+// ---- The rest ----
 
 // The account's find path followed by the form's, with one "/" between them when
 // both bring it; the form's part is cut to fit.
@@ -72,6 +119,8 @@ static bool StartsAfterEnd(const Settings& settings) {
 }
 
 Error CompleteSettings(Settings& s) {
+  const Error days = TakeWrittenDays(s);
+  const bool no_day = NamesNoDay(s);
   CompleteDates(s);
   if (s.title[0] == '\0') {
     CopyText(s.title, "Web Site Analysis");
@@ -83,7 +132,10 @@ Error CompleteSettings(Settings& s) {
     return kErrorNoLogs;
   }
   CombineFindPaths(s);
-  if (s.start_date[0] == '\0') {
+  if (days != kNoError) {
+    return days;
+  }
+  if (no_day || s.start_date[0] == '\0') {
     return kErrorNoStartDate;
   }
   if (s.end_date[0] == '\0') {
@@ -92,7 +144,7 @@ Error CompleteSettings(Settings& s) {
   ClearStar(s.authrealm);
   ClearStar(s.authuser);
   RestrictDebug(s);
-  return StartsAfterEnd(s) ? kErrorDateRange : kNoError;
+  return NamesUnrealDays(s) || StartsAfterEnd(s) ? kErrorDateRange : kNoError;
 }
 
 Error CheckParams(Settings& settings) {

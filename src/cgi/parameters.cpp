@@ -142,7 +142,28 @@ static void Url(Settings& settings, const Param& param) {
   CopyText(settings.url, url);
 }
 
+// What an account's line says of the days is final: no words of a request replace it.
+static void FixDays(Settings& settings, const Param& param) {
+  if (param.source == ParamSource::kAccount && !settings.fixed_days) {
+    settings.fixed_days = true;
+    settings.days[0] = settings.from[0] = settings.to[0] = '\0';
+  }
+}
+
+template <auto kField>
+static void Day(Settings& settings, const Param& param) {
+  FixDays(settings, param);
+  CopyText(settings.*kField, param.value);
+}
+
+template <auto kField>
+static void YearOfDay(Settings& settings, const Param& param) {
+  FixDays(settings, param);
+  Year<kField>(settings, param);
+}
+
 static void Date(Settings& settings, const Param& param) {
+  FixDays(settings, param);
   ReturnValue(settings.start_date, sizeof settings.start_date, param.value, 1);
   ReturnValue(settings.end_date, sizeof settings.end_date, param.value, 2);
 }
@@ -243,13 +264,16 @@ static const Keyword kKeywords[] = {
     {"totals", Number<&Settings::totals>, kFromShell, kIgnored, kStop, kLater},
     {"csv_formulas", Number<&Settings::csv_formulas>, kFromAny, kIgnored, kStop, kLater},
     {"url", Url, kFromAny, kIgnored},
-    {"sm", Copy<&Settings::sm>, kFromAny, kTaken},
-    {"sd", Copy<&Settings::sd>, kFromAny, kTaken},
-    {"em", Copy<&Settings::em>, kFromAny, kTaken},
-    {"ed", Copy<&Settings::ed>, kFromAny, kTaken},
-    {"sy", Year<&Settings::sy>, kFromAny, kTaken},
-    {"ey", Year<&Settings::ey>, kFromAny, kTaken},
+    {"sm", Day<&Settings::sm>, kFromAny, kTaken},
+    {"sd", Day<&Settings::sd>, kFromAny, kTaken},
+    {"em", Day<&Settings::em>, kFromAny, kTaken},
+    {"ed", Day<&Settings::ed>, kFromAny, kTaken},
+    {"sy", YearOfDay<&Settings::sy>, kFromAny, kTaken},
+    {"ey", YearOfDay<&Settings::ey>, kFromAny, kTaken},
     {"date", Date, kFromAny, kTaken},
+    {"days", Day<&Settings::days>, kFromAny, kTaken, kStop, kLater},
+    {"from", Day<&Settings::from>, kFromAny, kTaken, kStop, kLater},
+    {"to", Day<&Settings::to>, kFromAny, kTaken, kStop, kLater},
     {"filter_domains", Copy<&Settings::filter_domains>, kFromAny, kTaken},
     {"filter_filetypes", Copy<&Settings::filter_filetypes>, kFromAny, kTaken},
 
@@ -331,7 +355,7 @@ static void NoteIgnored(std::string_view name, Settings& settings) {
   }
 }
 
-void CompareParam(const char* line, Settings& settings, ParamSource source, int level) {
+bool CompareParam(const char* line, Settings& settings, ParamSource source, int level) {
   char name[kTextSize];
   char value[kTextSize];
   ParseFieldValue(line, name, value, settings.whole_values);
@@ -342,13 +366,14 @@ void CompareParam(const char* line, Settings& settings, ParamSource source, int 
       keyword.apply(settings, {value, source, level});
       applied = true;
       if (keyword.after == kStop) {
-        return;
+        return true;
       }
     }
   }
   if (!applied && source == ParamSource::kStranger && value[0] != '\0') {
     NoteIgnored(wanted, settings);
   }
+  return applied;
 }
 
 void ListNames(const IgnoredNames& ignored, char* out, size_t capacity) {

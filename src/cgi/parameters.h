@@ -21,8 +21,8 @@ void initialize(Settings& settings, const Environment& env);
 // anything is noted in settings.ignored. Names that came after the classic ones are known
 // where settings.later_names says so, whoever writes them. Further "=" characters are
 // dropped from the value, unless settings.whole_values; name and value are cut to 243
-// characters each. level is handed to level-aware setters.
-void CompareParam(const char* line, Settings& settings, ParamSource source, int level);
+// characters each. level is handed to level-aware setters. True when it was applied.
+bool CompareParam(const char* line, Settings& settings, ParamSource source, int level);
 
 // Splits a line at its first "=" into two buffers of kTextSize, as above.
 void ParseFieldValue(const char* line, char (&name)[kTextSize], char (&value)[kTextSize], bool whole = false);

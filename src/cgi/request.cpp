@@ -6,6 +6,7 @@
 
 #include "base/url_decode.h"
 #include "cgi/form.h"
+#include "report/asked_fields.h"
 
 bool IsCommandLineRun(const Environment& env) {
   return env.QUERY_STRING[0] == '\0' && env.REQUEST_METHOD[0] == '\0';
@@ -35,16 +36,36 @@ void SelectPage(const char* word, Settings& settings) {
 }
 
 // Each entry is applied as soon as it is cut off, so a form of a million fields
-// needs no more memory than its body.
-static void ApplyForm(std::string_view body, ParamSource source, Settings& settings) {
+// needs no more memory than its body. True when a field has set a password, though
+// a later one may have taken it back.
+static bool ApplyForm(std::string_view body, ParamSource source, Settings& settings) {
   FormCursor cursor{body, true};
   FormEntry entry;
+  bool password = false;
   while (NextFormEntry(cursor, entry)) {
     decode(entry.name);
     decode(entry.value);
     snprintf(settings.working_line, sizeof settings.working_line, "%s=%s", entry.name, entry.value);
-    CompareParam(settings.working_line, settings, source, kLevelForm);
+    if (CompareParam(settings.working_line, settings, source, kLevelForm)) {
+      KeepField(settings.asked, settings.working_line);
+    }
+    password = password || settings.typed_password[0] != '\0';
   }
+  return password;
+}
+
+bool IsFetched(const Environment& env) {
+  return EqualIgnoreCase(env.REQUEST_METHOD, "GET") || EqualIgnoreCase(env.REQUEST_METHOD, "HEAD");
+}
+
+static constexpr size_t kLongestQuery = 1 << 16;
+
+Error ReadQuery(const char* query, ParamSource form, Settings& settings) {
+  const std::string_view fields = query;
+  if (fields.size() > kLongestQuery) {
+    return kErrorLongQuery;
+  }
+  return ApplyForm(fields, form, settings) ? kErrorPasswordInQuery : kNoError;
 }
 
 static bool ReadForm(std::FILE* stream, int length, ParamSource source, Settings& settings) {

@@ -5,6 +5,7 @@
 
 #include "cgi/parameters.h"
 #include "cgi/settings.h"
+#include "report/errors.h"
 
 // True when neither a query string nor a request method is there: no web server
 // started this process, but somebody at a shell.
@@ -30,6 +31,15 @@ bool IsFormPosted(const Environment& env);
 // below -1 is such a case, one of -1 is an empty form.
 bool ReadParameters(int argc, char* const* argv, std::FILE* stream, const Environment& env, ParamSource form,
                     Settings& settings);
+
+// True when the request is one that only fetches: GET or HEAD, ignoring case.
+bool IsFetched(const Environment& env);
+
+// Applies the fields of an address, which are what stands behind its "?", as those of a form: the whole
+// variable QUERY_STRING and not its copy, which is cut. Returns kErrorLongQuery, having applied nothing, for
+// one of more than 64 KiB, and kErrorPasswordInQuery when a password was set by it: addresses are kept
+// in logs and histories.
+Error ReadQuery(const char* query, ParamSource form, Settings& settings);
 
 // Lowers the process priority by settings.priority when that lies in 1 to 19,
 // and else leaves it alone.

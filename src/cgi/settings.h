@@ -72,6 +72,14 @@ inline constexpr size_t kWorkingLineSize = sizeof(FormEntry);
 // Room for a bit of each row of the keyword table.
 using IgnoredNames = std::bitset<96>;
 
+// The fields of a form that were taken, so that the same can be asked for again: as "name=value",
+// decoded, with a NUL behind each; but for a password.
+struct AskedFields {
+  char text[8192];
+  size_t length;
+  bool cut;  // there was no room for all of them
+};
+
 struct Settings {
   char config[kPathSize];
   int config_opened;
@@ -97,11 +105,19 @@ struct Settings {
   char em[3];
   char ed[3];
   int ey;
+  // The days in words and ISO dates, which count before all of the above.
+  char days[kTextSize];
+  char from[kTextSize];
+  char to[kTextSize];
+  bool all_days;    // from the first to the last day of the logs, once these are known
+  bool fixed_days;  // the account's line says which: no request can ask for others
+  AskedFields asked;
   // Rules of the run, which no parameter sets.
   int last_year;          // that sy and ey may name
   bool names_as_written;  // accounts are called as the configuration spells them
   bool whole_values;      // "=" is part of a parameter's value; otherwise it is dropped
   bool later_names;       // parameters that came after the classic ones are known
+  bool real_days;         // the first day must be named, and each must be one of the calendar
   bool own_links_only;    // no link that somebody else may have put there leads to a file that is written
   bool no_remote_debug;   // RemoteDebugEnabled counts for nothing
   IgnoredNames ignored;   // by row of the keyword table: what a stranger's form may not set, but named

@@ -75,7 +75,8 @@ static void LogNoStore(const Entry& entry, int error) {
   const char* const file = entry.settings.LoginLimits;
   char sentence[kTextSize] = "is not counted, as LoginLimits is not set";
   if (file[0] != '\0') {
-    snprintf(sentence, sizeof sentence, "is not counted (%s), as LoginLimits cannot be used:", strerror(error));
+    snprintf(sentence, sizeof sentence,
+             "is not counted (%s), as LoginLimits cannot be used:", strerror(error));
   }
   LogRequest(entry.env, entry.settings, sentence, file);
 }
@@ -196,10 +197,18 @@ static Refusal CheckOwnUser(const Entry& entry) {
   return {kErrorRejected};
 }
 
-Refusal Admit(bool account_found, const Environment& env, const Settings& settings) {
+static Entry EntryOf(bool account_found, const Environment& env, const Settings& settings) {
   Visitor visitor{.known = false, .address = {}};
   visitor.known = ParseAddress(env.REMOTE_ADDR, visitor.address);
-  const Entry entry{account_found, env, settings, visitor};
+  return {account_found, env, settings, visitor};
+}
+
+bool NeedsPassword(bool account_found, const Environment& env, const Settings& settings) {
+  return NeedsPassword(EntryOf(account_found, env, settings));
+}
+
+Refusal Admit(bool account_found, const Environment& env, const Settings& settings) {
+  const Entry entry = EntryOf(account_found, env, settings);
   LogBadNetworks(entry, "InternalIp", settings.internal_networks);
   LogBadNetworks(entry, "TrustedProxies", settings.TrustedProxies);
   if (!NeedsPassword(entry)) {

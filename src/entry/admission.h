@@ -20,3 +20,7 @@
 // A run from a shell, whose user can read the configuration, is neither kept waiting
 // nor counted.
 Refusal Admit(bool account_found, const Environment& env, const Settings& settings);
+
+// Whether Admit would ask for a password: an account that does not exist has one, too. Writes nothing,
+// counts nothing and does not wait.
+bool NeedsPassword(bool account_found, const Environment& env, const Settings& settings);

@@ -1,6 +1,8 @@
 #include "output/answer_pages.h"
 
 #include "output/escape.h"
+#include "output/other_days.h"
+#include "output/page_cells.h"
 #include "output/page_frame.h"
 #include "output/sink.h"
 #include "report/answer_head.h"
@@ -42,21 +44,55 @@ static AnswerHead WithPolicy(AnswerHead head) {
 
 // ---- Refusals ----
 
+// Only the form of a web server is at the address of the answer. Whoever has been let in would be answered
+// the same again, and gets the empty one.
+static void PutFormLink(Sink& sink, const RefusalTexts& texts, const Environment& env,
+                        const Settings& settings) {
+  Put(sink, "<a rel=\"nofollow\" href=\"");
+  if (env.command_line != 0) {
+    PutAttribute(sink, kProductPage);
+  } else if (texts.not_let_in) {
+    PutAddressAsAsked(sink, settings.asked);
+  } else {
+    Put(sink, "?");
+  }
+  Put(sink, "\">request form</a>");
+}
+
+static void PutLogDays(Sink& sink, const DayRange& days, const Settings& settings) {
+  Put(sink, "<p>The logs hold ");
+  PutDays(sink, days);
+  Put(sink, ".</p>\n");
+  PutDayLinks(sink, settings, LinksInto(days));
+}
+
 // Programs that run this one look for the line of the heading.
-static void PutRefusal(Sink& sink, const RefusalTexts& texts, int error) {
+static void PutRefusal(Sink& sink, const RefusalTexts& texts, const Refusal& refusal, const Environment& env,
+                       const Settings& settings) {
   PutHtml(sink, kProductName);
   Put(sink, " Error #");
-  PutNumber(sink, error);
+  PutNumber(sink, refusal.error);
   Put(sink, ": ");
   PutHtml(sink, texts.heading);
   Put(sink, "</h1>\n<p>");
   PutHtml(sink, texts.sentence);
-  Put(sink, "</p>\n<p class=\"words\"><a href=\"");
+  Put(sink, "</p>\n<p>");
+  PutHtml(sink, texts.advice);
+  Put(sink, "</p>\n");
+  if (refusal.retry_after > 0) {
+    Put(sink, "<p>Ask again in ");
+    PutCounted(sink, refusal.retry_after, "second", "seconds");
+    Put(sink, ".</p>\n");
+  }
+  if (refusal.log_days.has_value()) {
+    PutLogDays(sink, *refusal.log_days, settings);
+  }
+  Put(sink, "<p class=\"words\"><a href=\"");
   PutAttribute(sink, kSupportErrorPages);
   Put(sink, "#error");
-  PutNumber(sink, error);
+  PutNumber(sink, refusal.error);
   Put(sink, "\">More about this error</a>, ");
-  PutLink(sink, kProductPage, "request form");
+  PutFormLink(sink, texts, env, settings);
   Put(sink, "</p>\n");
 }
 
@@ -65,7 +101,7 @@ void RefuseByPage(const Refusal& refusal, const Environment& env, const Settings
   PrintAnswerHead(env, WithPolicy(HeadOfRefusal(texts, refusal)));
   Sink sink;
   BeginPage(sink, texts.heading);
-  PutRefusal(sink, texts, refusal.error);
+  PutRefusal(sink, texts, refusal, env, settings);
   EndPage(sink);
 }
 

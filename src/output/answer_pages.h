@@ -1,7 +1,7 @@
 // Pages that are no report, in the look of the reports.
 //
-// What is said of a refusal, and of the program, holds nothing of the request and nothing
-// of the machine.
+// What is said of a refusal, and of the program, holds nothing of the machine, and of the request no more
+// than the fields that were taken, within addresses.
 #pragma once
 
 #include "cgi/settings.h"

@@ -206,5 +206,6 @@ const PageWriter kCsvOutput = {
     .finish = WriteCsv,
     .tells_totals = true,
     .refuse = RefuseInOneLine,
+    .ask = nullptr,
     .info = {},
 };

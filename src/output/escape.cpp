@@ -191,6 +191,12 @@ static consteval PlainBytes AddressBytes() {
   return plain;
 }
 
+static void PutPercent(Sink& sink, char c) {
+  const auto byte = static_cast<uint8_t>(c);
+  const char encoded[] = {'%', kHexDigits[byte >> 4], kHexDigits[byte & 0xf]};
+  PutChecked(sink, std::string_view(encoded, sizeof encoded));
+}
+
 // "&" may stand in an address, and is written as the place demands.
 static void PutEncoded(Sink& sink, std::string_view text, std::string_view ampersand) {
   static constexpr PlainBytes kPlainAddress = AddressBytes();
@@ -199,9 +205,33 @@ static void PutEncoded(Sink& sink, std::string_view text, std::string_view amper
     PutChecked(sink, text.substr(0, length));
     text.remove_prefix(length);
     if (!text.empty()) {
-      const auto byte = static_cast<uint8_t>(text[0]);
-      const char encoded[] = {'%', kHexDigits[byte >> 4], kHexDigits[byte & 0xf]};
-      PutChecked(sink, byte == '&' ? ampersand : std::string_view(encoded, sizeof encoded));
+      if (text[0] == '&') {
+        PutChecked(sink, ampersand);
+      } else {
+        PutPercent(sink, text[0]);
+      }
+      text.remove_prefix(1);
+    }
+  }
+}
+
+static consteval PlainBytes UnreservedBytes() {
+  PlainBytes plain{};
+  for (const char c :
+       std::string_view("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~")) {
+    plain[static_cast<uint8_t>(c)] = true;
+  }
+  return plain;
+}
+
+void PutQueryPart(Sink& sink, std::string_view text) {
+  static constexpr PlainBytes kUnreserved = UnreservedBytes();
+  while (!text.empty()) {
+    const size_t length = PlainLength(text, kUnreserved);
+    PutChecked(sink, text.substr(0, length));
+    text.remove_prefix(length);
+    if (!text.empty()) {
+      PutPercent(sink, text[0]);
       text.remove_prefix(1);
     }
   }

@@ -183,6 +183,14 @@ static AnalysisEvents Told(const Settings& settings) {
   return {.logs = {}, .line_read = SignsOfLife(settings)};
 }
 
+static void PutLogDays(Sink& sink, const DayRange& days) {
+  Put(sink, ", \"logs\": {\"first\": \"");
+  PutDay(sink, days.first);
+  Put(sink, "\", \"last\": \"");
+  PutDay(sink, days.last);
+  Put(sink, "\"}");
+}
+
 static void Refuse(const Refusal& refusal, const Environment& env, const Settings& settings) {
   const RefusalTexts& texts = LogRefusal(refusal, env, settings);
   AnswerHead head = HeadOfRefusal(texts, refusal);
@@ -197,6 +205,11 @@ static void Refuse(const Refusal& refusal, const Environment& env, const Setting
   PutJson(sink, texts.heading);
   Put(sink, ", \"text\": ");
   PutJson(sink, texts.sentence);
+  Put(sink, ", \"advice\": ");
+  PutJson(sink, texts.advice);
+  if (refusal.log_days.has_value()) {
+    PutLogDays(sink, *refusal.log_days);
+  }
   Put(sink, "}}\n");
   FlushSink(sink);
 }
@@ -210,5 +223,6 @@ const PageWriter kJsonOutput = {
     .finish = WriteJson,
     .tells_totals = true,
     .refuse = Refuse,
+    .ask = nullptr,
     .info = {},
 };

@@ -6,6 +6,7 @@
 #include "output/page_logs.h"
 #include "output/page_overview.h"
 #include "output/page_sections.h"
+#include "output/request_form.h"
 #include "output/sink.h"
 #include "report/answer_head.h"
 #include "report/told_rows.h"
@@ -65,5 +66,6 @@ const PageWriter kModernPage = {
     .finish = Finish,
     .tells_totals = true,
     .refuse = RefuseByPage,
+    .ask = AnswerForm,
     .info = {nullptr, AnswerAbout, AnswerCredits, nullptr},
 };

@@ -21,14 +21,6 @@ static tm LocalParts(time_t when) {
   return local;
 }
 
-static CalendarDate DayOfParts(const tm& local) {
-  return {local.tm_mon + 1, local.tm_mday, std::clamp(local.tm_year + 1900, 0, 9999)};
-}
-
-CalendarDate DayOf(time_t when) {
-  return DayOfParts(LocalParts(when));
-}
-
 static void PutOffset(Sink& sink, long seconds) {
   const auto minutes = static_cast<int>(std::labs(seconds) / 60);
   if (seconds < 0) {
@@ -43,7 +35,7 @@ static void PutOffset(Sink& sink, long seconds) {
 
 void PutMoment(Sink& sink, time_t when) {
   const tm local = LocalParts(when);
-  PutDay(sink, DayOfParts(local));
+  PutDay(sink, DayOf(when));
   Put(sink, "T");
   PutPadded(sink, local.tm_hour, 2);
   Put(sink, ":");

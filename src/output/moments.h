@@ -3,14 +3,11 @@
 
 #include <ctime>
 
-#include "dates/years.h"
+#include "dates/days.h"
 #include "output/sink.h"
 
 // "2026-11-22". Years lie in 0 to 9999.
 void PutDay(Sink& sink, const CalendarDate& day);
-
-// The day of a time; years beyond 0 to 9999 are cut to them.
-CalendarDate DayOf(time_t when);
 
 // "2026-11-22T18:04:05+01:00"
 void PutMoment(Sink& sink, time_t when);

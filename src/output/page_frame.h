@@ -14,3 +14,9 @@ void PutPageHead(Sink& sink, bool with_script);
 
 // The script, which looks for lists in the page, and the end.
 void PutPageEnd(Sink& sink, bool with_script);
+
+// The same of the request form, which has a style and a script of its own, may be sent, and
+// remembers: it is not shut into a sandbox.
+const char* WebPolicyOfForm();
+void PutFormHead(Sink& sink);
+void PutFormEnd(Sink& sink);

@@ -2,6 +2,7 @@
 
 #include "output/escape.h"
 #include "output/moments.h"
+#include "output/other_days.h"
 #include "output/page_cells.h"
 #include "output/page_sections.h"
 #include "output/words.h"
@@ -12,11 +13,6 @@
 
 // ---- Days ----------------------------------------------------------------------------
 
-struct Days {
-  CalendarDate first;
-  CalendarDate last;
-};
-
 static void PutTime(Sink& sink, const CalendarDate& day) {
   Put(sink, "<time>");
   PutDay(sink, day);
@@ -24,7 +20,7 @@ static void PutTime(Sink& sink, const CalendarDate& day) {
 }
 
 // Where nothing but text may stand, as in a title.
-static void PutPlainDays(Sink& sink, const Days& days) {
+static void PutPlainDays(Sink& sink, const DayRange& days) {
   PutDay(sink, days.first);
   if (days.first != days.last) {
     Put(sink, " to ");
@@ -32,15 +28,7 @@ static void PutPlainDays(Sink& sink, const Days& days) {
   }
 }
 
-static void PutDays(Sink& sink, const Days& days) {
-  PutTime(sink, days.first);
-  if (days.first != days.last) {
-    Put(sink, " to ");
-    PutTime(sink, days.last);
-  }
-}
-
-static Days RangeOf(const Analysis& analysis) {
+static DayRange RangeOf(const Analysis& analysis) {
   return {DayOf(analysis.range_first), DayOf(analysis.range_last)};
 }
 
@@ -85,6 +73,21 @@ static void PutLogs(Sink& sink, const LogsRead& logs, uint64_t bytes) {
   Put(sink, "</dd></div>\n");
 }
 
+static bool HoldsAny(const LogsRead& logs) {
+  return logs.count + logs.out_of_range > 0;
+}
+
+static DayRange DaysHeld(const LogsRead& logs) {
+  return {DayOf(logs.first), DayOf(logs.last)};
+}
+
+static void PutOtherDays(Sink& sink, const Settings& settings, const Analysis& analysis,
+                         const LogsRead& logs) {
+  if (HoldsAny(logs)) {
+    PutDayLinks(sink, settings, LinksFrom(RangeOf(analysis), DaysHeld(logs)));
+  }
+}
+
 void PutReportHead(Sink& sink, const Settings& settings, const Analysis& analysis, const LogsRead& logs) {
   const Overview overview = OverviewOf(settings, analysis);
   Put(sink, "<header>\n");
@@ -100,7 +103,9 @@ void PutReportHead(Sink& sink, const Settings& settings, const Analysis& analysi
   Put(sink, "</p>\n<dl class=\"facts\">\n");
   PutMade(sink, MomentMade(overview.made));
   PutLogs(sink, logs, overview.log_bytes_read);
-  Put(sink, "</dl>\n</header>\n");
+  Put(sink, "</dl>\n");
+  PutOtherDays(sink, settings, analysis, logs);
+  Put(sink, "</header>\n");
 }
 
 // ---- Contents ------------------------------------------------------------------------
@@ -229,11 +234,17 @@ static void PutNote(Sink& sink, const Note& note) {
   Put(sink, "</li>\n");
 }
 
-static void PutNotesOfLogs(Sink& sink, bool in_range, const LogsRead& logs) {
-  if (!in_range && logs.out_of_range > 0) {
-    Put(sink, "<li>The logs hold records of other days: ");
-    PutDays(sink, {DayOf(logs.first), DayOf(logs.last)});
-    Put(sink, ". Ask for a report of these.</li>\n");
+// Of an empty report: there may be days that it should have been of.
+static bool TellsDaysHeld(const Analysis& analysis, const LogsRead& logs) {
+  return analysis.hits == 0 && HoldsAny(logs);
+}
+
+static void PutNotesOfLogs(Sink& sink, const Analysis& analysis, const LogsRead& logs) {
+  if (TellsDaysHeld(analysis, logs)) {
+    Put(sink, analysis.logs.in_range ? Literal("<li>No request counts, though the logs hold records: ")
+                                     : Literal("<li>The logs hold records of other days: "));
+    PutDays(sink, DaysHeld(logs));
+    Put(sink, analysis.logs.in_range ? Literal(".</li>\n") : Literal(". Ask for a report of these.</li>\n"));
   }
   if (logs.not_opened > 0) {
     Put(sink, "<li>");
@@ -246,14 +257,14 @@ static void PutNotes(Sink& sink, const Settings& settings, const Analysis& analy
   Notes notes = OpenNotes(settings, analysis);
   Note note;
   const bool any = NextNote(notes, note);
-  if (!any && logs.not_opened == 0) {
+  if (!any && logs.not_opened == 0 && !TellsDaysHeld(analysis, logs)) {
     return;
   }
   Put(sink, "<ul class=\"notes\" aria-label=\"Notes\">\n");
   for (bool more = any; more; more = NextNote(notes, note)) {
     PutNote(sink, note);
   }
-  PutNotesOfLogs(sink, analysis.logs.in_range, logs);
+  PutNotesOfLogs(sink, analysis, logs);
   Put(sink, "</ul>\n");
 }
 

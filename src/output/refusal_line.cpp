@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "output/escape.h"
+#include "output/moments.h"
 #include "output/sink.h"
 #include "report/refusal_texts.h"
 
@@ -18,6 +19,15 @@ void RefuseInOneLine(const Refusal& refusal, const Environment& env, const Setti
   PutPlain(sink, texts.heading, SIZE_MAX);
   Put(sink, ". ");
   PutPlain(sink, texts.sentence, SIZE_MAX);
+  Put(sink, " ");
+  PutPlain(sink, texts.advice, SIZE_MAX);
+  if (refusal.log_days.has_value()) {
+    Put(sink, " The logs hold ");
+    PutDay(sink, refusal.log_days->first);
+    Put(sink, " to ");
+    PutDay(sink, refusal.log_days->last);
+    Put(sink, ".");
+  }
   Put(sink, "\n");
   FlushSink(sink);
 }

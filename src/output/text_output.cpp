@@ -338,5 +338,6 @@ const PageWriter kTextOutput = {
     .finish = Finish,
     .tells_totals = true,
     .refuse = RefuseInOneLine,
+    .ask = nullptr,
     .info = {},
 };

@@ -4,6 +4,10 @@
 // its pages.
 #pragma once
 
+#include <optional>
+
+#include "dates/days.h"
+
 // The numbers of the error pages; 3 and 12 are not used.
 enum Error : int {
   kNoError = 0,
@@ -20,10 +24,14 @@ enum Error : int {
   kErrorLimited = 13,       // too many refusals of this visitor or account
   kErrorOutput = 14,        // there is no output of that name
   kErrorSection = 15,       // the report has no section of that name
+  kErrorPasswordInQuery = 16,
+  kErrorLongQuery = 17,
 };
 
 // What the run is told, and the visitor with it.
 struct Refusal {
   Error error = kNoError;
   int retry_after = 0;  // seconds after which to ask again; 0: not told
+  // Of the account's logs, where the days are what is wrong and the visitor may see the account.
+  std::optional<DayRange> log_days = std::nullopt;
 };

@@ -34,6 +34,9 @@ struct PageWriter {
   // logs, behind what begin has printed. Adds the reason to the error log.
   void (*refuse)(const Refusal& refusal, const Environment& env, const Settings& settings);
 
+  // The form by which a report is asked for, filled in with what the settings say. Null: there is none.
+  InfoPage* ask;
+
   // By settings.page; null for a report, and where there is no such page.
   InfoPage* info[kPageRemoteDebug + 1];
 };

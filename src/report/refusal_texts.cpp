@@ -5,27 +5,38 @@
 static constexpr char kNotSetUp[] =
     "Orvellis is not set up for this report. Its administrator finds the reason in the error log.";
 
+static constexpr char kTellAdministrator[] = "Tell whoever looks after Orvellis on this site.";
+static constexpr char kHowToWriteDays[] =
+    "A day is written as 2026-11-30, or as today, yesterday or 7d for the day six days ago; several days are"
+    " this-month, last-month, this-year, 7d for the last seven, or all.";
+
 static const RefusalTexts kRefusals[] = {
     {
         .error = kErrorNotPosted,
         .status = {405, "Method Not Allowed"},
         .heading = "No form data posted",
         .sentence = "A report is asked for by filling in and sending the request form.",
+        .advice = "Open the form and send it.",
         .log = "no form data posted",
-        .allowed = "POST",
+        .allowed = "GET, HEAD, POST",
     },
     {
         .error = kErrorRejected,
         .status = {403, "Forbidden"},
         .heading = "Invalid user account name and/or password",
         .sentence = "There is no such account, or its password is another one.",
+        .advice =
+            "Mind capital and small letters of both. Whoever looks after Orvellis on this site can tell the"
+            " account and set a new password.",
         .log = nullptr,
+        .not_let_in = true,
     },
     {
         .error = kErrorNoUrl,
         .status = {500, "Internal Server Error"},
         .heading = "User account is missing the 'URL' parameter",
         .sentence = kNotSetUp,
+        .advice = kTellAdministrator,
         .log = "the account has no url",
     },
     {
@@ -33,6 +44,7 @@ static const RefusalTexts kRefusals[] = {
         .status = {500, "Internal Server Error"},
         .heading = "User account is missing the 'Logs' parameter",
         .sentence = kNotSetUp,
+        .advice = kTellAdministrator,
         .log = "the account has no logs",
     },
     {
@@ -40,6 +52,7 @@ static const RefusalTexts kRefusals[] = {
         .status = {400, "Bad Request"},
         .heading = "No start date specified",
         .sentence = "The request names no first day.",
+        .advice = kHowToWriteDays,
         .log = "no first day",
     },
     {
@@ -47,8 +60,9 @@ static const RefusalTexts kRefusals[] = {
         .status = {400, "Bad Request"},
         .heading = "Invalid date range or format",
         .sentence =
-            "The last day comes before the first, or a day is not written as two digits for the month,"
-            " two for the day and four for the year.",
+            "The last day comes before the first, or a day does not exist, or it is written in a way that"
+            " Orvellis does not know.",
+        .advice = kHowToWriteDays,
         .log = "invalid range of days",
     },
     {
@@ -56,6 +70,7 @@ static const RefusalTexts kRefusals[] = {
         .status = {400, "Bad Request"},
         .heading = "No end date specified",
         .sentence = "The request names no last day.",
+        .advice = kHowToWriteDays,
         .log = "no last day",
     },
     {
@@ -63,6 +78,7 @@ static const RefusalTexts kRefusals[] = {
         .status = {500, "Internal Server Error"},
         .heading = "Could not open configuration file",
         .sentence = "The configuration of Orvellis cannot be read.",
+        .advice = kTellAdministrator,
         .log = "the configuration cannot be opened:",
         .value = [](const Settings& settings) { return +settings.config; },
     },
@@ -71,6 +87,7 @@ static const RefusalTexts kRefusals[] = {
         .status = {500, "Internal Server Error"},
         .heading = "Could not open passwords file",
         .sentence = kNotSetUp,
+        .advice = kTellAdministrator,
         .log = "the password file cannot be opened:",
         .value = [](const Settings& settings) { return +settings.UserPasswords; },
     },
@@ -80,6 +97,7 @@ static const RefusalTexts kRefusals[] = {
         .heading = "No log files found",
         .sentence = "The account has no log files that Orvellis can read. Its administrator finds more in the"
                     " error log.",
+        .advice = kTellAdministrator,
         .log = "no log files found:",
         .value = [](const Settings& settings) { return +settings.logs; },
     },
@@ -88,6 +106,7 @@ static const RefusalTexts kRefusals[] = {
         .status = {400, "Bad Request"},
         .heading = "There is no such output",
         .sentence = "A report is written as modern, json, csv or text.",
+        .advice = "Ask for one of these, or leave output out for a page.",
         .log = "no such output:",
         .value = [](const Settings& settings) { return +settings.output; },
     },
@@ -96,6 +115,7 @@ static const RefusalTexts kRefusals[] = {
         .status = {400, "Bad Request"},
         .heading = "There is no such section in the report",
         .sentence = "A single section can only be one that the report is asked to have.",
+        .advice = "Switch the section on, too, as in section=browsers browsers=1.",
         .log = "no such section in the report:",
         .value = [](const Settings& settings) { return +settings.section; },
     },
@@ -104,7 +124,30 @@ static const RefusalTexts kRefusals[] = {
         .status = {429, "Too Many Requests"},
         .heading = "Too many attempts",
         .sentence = "Too many requests have been refused. Please wait a while before the next one.",
+        .advice = "Whoever looks after Orvellis on this site can end the wait.",
         .log = nullptr,
+        .not_let_in = true,
+    },
+    {
+        .error = kErrorPasswordInQuery,
+        .status = {400, "Bad Request"},
+        .heading = "A password must not stand in an address",
+        .sentence =
+            "Addresses are kept by browsers, proxies and the logs of web servers, so that others can read"
+            " what stands in them.",
+        .advice =
+            "Take the password out of the address: the form asks for it. Whoever has sent it this way should"
+            " have a new one.",
+        .log = "a password stands in the address",
+        .not_let_in = true,
+    },
+    {
+        .error = kErrorLongQuery,
+        .status = {400, "Bad Request"},
+        .heading = "The address is too long",
+        .sentence = "An address with more than 64 KiB is no request for a report.",
+        .advice = "Open the form and send it.",
+        .log = "the address is too long",
     },
 };
 
@@ -114,6 +157,7 @@ static constexpr RefusalTexts kOtherRefusal = {
     .status = {500, "Internal Server Error"},
     .heading = "No report",
     .sentence = kNotSetUp,
+    .advice = kTellAdministrator,
     .log = "refused without a known reason",
 };
 

@@ -12,9 +12,11 @@ struct RefusalTexts {
   HttpStatus status;
   const char* heading;
   const char* sentence;
+  const char* advice;                                        // what to do; a sentence, too
   const char* log;                                           // null: has been logged where it was decided
   const char* (*value)(const Settings& settings) = nullptr;  // that the log names
-  const char* allowed = nullptr;                             // the method that would have been right
+  bool not_let_in = false;                                   // the form can be filled in again
+  const char* allowed = nullptr;                             // the methods that would have been right
 };
 
 // Adds the refusal to the error log, and returns its texts. An error without texts of

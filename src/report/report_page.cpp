@@ -49,6 +49,10 @@ Error AnalyzeLogs(const Environment& env, Settings& settings, const Counting& co
   }
   if (page.found != nullptr) {
     page.found(env, settings);
+    if (EqualIgnoreCase(env.REQUEST_METHOD, "HEAD")) {
+      EndAnalysis(analysis);
+      return kNoError;
+    }
   }
   if (settings.domaintypes.on != 0) {
     ReadNamesOnce(settings.Networks);  // before the tables take what memory there is
@@ -111,5 +115,6 @@ const PageWriter kClassicPage = {
     .finish = FinishReport,
     .tells_totals = false,
     .refuse = Refuse,
+    .ask = nullptr,
     .info = {nullptr, About, Credits, ShowConfiguration},
 };

@@ -5,7 +5,8 @@
 
 // Analyses the account's logs and lets the writer go on with the page that it has
 // begun. Returns kNoError, or kErrorNoLogFiles, with nothing printed, when there
-// is no log file.
+// is no log file. Of a page whose head is printed by itself a HEAD request gets no more, and nothing is read
+// for it.
 Error AnalyzeLogs(const Environment& env, Settings& settings, const Counting& counting,
                   const PageWriter& page);
 

@@ -12,15 +12,25 @@
 inline constexpr const char* kProductName = "Orvellis";
 inline constexpr const char* kProductPage = ORVELLIS_SITE "/";  // home page of the product
 
+// The request form of the classic edition; that of the modern one is the home page.
+inline constexpr const char* kClassicForm = ORVELLIS_SITE "/classic.html";
+
+// Where the web server runs the program, and its page about itself.
+#define ORVELLIS_PROGRAM "/orvellis-cgi/orvellis"
+inline constexpr const char* kProgramAddress = ORVELLIS_PROGRAM;
+inline constexpr const char* kAboutPage = ORVELLIS_PROGRAM "?about";
+
 // The number of the error and ".gif" are appended: error 7 shows or15-err7.gif.
 inline constexpr const char* kErrorPictureBase = ORVELLIS_SITE "/or15-err";
 
 // Linked as it stands by every error page.
 inline constexpr const char* kSupportErrorPages = ORVELLIS_SITE "/support/errors/";
 
-// The documentation: the site itself, the chapter on the "logs" parameter, and
-// the page on search engine definitions, whose path within the site is fixed.
+// The documentation: the site itself, the chapters on parameters, on security and on the
+// "logs" parameter, and the page on search engine definitions, whose path within the site is fixed.
 inline constexpr const char* kDocumentationBase = ORVELLIS_SITE "/docs/";
+inline constexpr const char* kParametersPage = ORVELLIS_SITE "/docs/parameters.html";
+inline constexpr const char* kSecurityPage = ORVELLIS_SITE "/docs/security.html";
 inline constexpr const char* kChapter4Logs = ORVELLIS_SITE "/docs/chapter4.html#Logs";
 inline constexpr const char* kSearchEnginesPage =
     ORVELLIS_SITE "/products/orvellis/support/searchengines.asp";

@@ -18,6 +18,12 @@ struct Output {
   const PageWriter* page;
 };
 
+// How a web server's report is asked for.
+enum class Asking {
+  kAnyButGet,    // in whatever way, but GET
+  kPostOrQuery,  // posted, or fetched with the fields in the address
+};
+
 struct Edition {
   std::string_view name;
   Counting counting;
@@ -26,15 +32,18 @@ struct Edition {
   ParamSource form;                 // as what the keyword table takes the fields of a form
   // Whether the requester may see the account, which was found in the configuration or not.
   Refusal (*admit)(bool account_found, const Environment& env, const Settings& settings);
+  // Whether only a password can let the requester in, which no address may hold. Null: it is not asked.
+  bool (*needs_password)(bool account_found, const Environment& env, const Settings& settings);
   bool behind_proxies;    // whether the proxies that are trusted tell who the visitor is
   bool names_as_written;  // whether accounts are called as the configuration spells them
   int last_year;          // that the years of a form may name
+  bool real_days;         // whether the days of a report must be named, and be days of the calendar
   bool own_links_only;    // whether files are written through no link of somebody else
   bool whole_values;      // whether "=" is part of a parameter's value
   bool later_names;       // whether parameters that came after the classic ones are known
   bool server_arguments;  // whether what a web server makes arguments of is a request
-  bool only_posts;        // whether a report must be posted; otherwise GET alone cannot ask for it
-  bool shuts_in;          // whether a run gives up what it will not use before it looks at logs
+  Asking asking;
+  bool shuts_in;  // whether a run gives up what it will not use before it looks at logs
 };
 
 // The edition of that name, ignoring case; null when there is none.

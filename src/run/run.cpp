@@ -5,6 +5,7 @@
 #include "cgi/check_params.h"
 #include "cgi/environment.h"
 #include "cgi/request.h"
+#include "dates/days.h"
 #include "entry/visitor.h"
 #include "report/extra_texts.h"
 #include "report/info_pages.h"
@@ -27,6 +28,7 @@ struct Task {
   const Edition* edition = nullptr;
   const PageWriter* page = nullptr;  // who answers
   bool output_known = false;         // the one that was asked for
+  const Settings* asked = nullptr;   // of a request by address: what it has said, without the configuration
 };
 
 static void TakeEnvironment(Task& task) {
@@ -56,16 +58,20 @@ static bool ChooseRules(Task& task) {
   return true;
 }
 
-// A web server may hand the words of a query to the program as arguments.
-static bool TakeParameters(Task& task) {
-  const bool arguments = task.env.command_line != 0 || (task.edition->server_arguments && !task.pinned);
+static void TakeRules(Task& task) {
   CopyText(task.settings.config, task.config.path);
   task.settings.last_year = task.edition->last_year;
   task.settings.names_as_written = task.edition->names_as_written;
+  task.settings.real_days = task.edition->real_days;
   task.settings.own_links_only = task.edition->own_links_only;
   task.settings.whole_values = task.edition->whole_values;
   task.settings.later_names = task.edition->later_names;
   task.settings.no_remote_debug = task.edition->page->info[kPageRemoteDebug] == nullptr;
+}
+
+// A web server may hand the words of a query to the program as arguments.
+static bool TakeParameters(Task& task) {
+  const bool arguments = task.env.command_line != 0 || (task.edition->server_arguments && !task.pinned);
   const bool taken = ReadParameters(arguments ? task.input.argc : 0, task.input.argv, task.input.form,
                                     task.env, task.edition->form, task.settings);
   if (task.pinned) {
@@ -82,9 +88,45 @@ static Error CheckRequest(Task& task) {
   return error == kNoError && task.page->check != nullptr ? task.page->check(task.settings) : error;
 }
 
+static void ShutInIfAsked(Task& task) {
+  if (task.edition->shuts_in && task.input.shut_in != nullptr) {
+    task.input.shut_in(task.settings);
+  }
+}
+
+static bool IsAboutDays(Error error) {
+  return error == kErrorNoStartDate || error == kErrorNoEndDate || error == kErrorDateRange;
+}
+
+// Whoever has named days that cannot be is told which ones there are.
+static Refusal RefuseDays(Error error, Task& task) {
+  ShutInIfAsked(task);
+  SuperLog_Init(task.settings, task.edition->counting.limits, 0, 0);
+  Refusal refusal{error};
+  time_t first = 0;
+  time_t last = 0;
+  if (SuperLog_TimesHeld(first, last)) {
+    refusal.log_days = {DayOf(first), DayOf(last)};
+  }
+  SuperLog_Uninit();
+  return refusal;
+}
+
+// An address lets nobody in who needs a password, and tells nobody which accounts there are.
+static bool AskForPassword(bool account_found, const Task& task) {
+  if (task.asked == nullptr || !task.edition->needs_password(account_found, task.env, task.settings)) {
+    return false;
+  }
+  task.edition->page->ask(task.env, *task.asked);
+  return true;
+}
+
 static Refusal Report(bool account_found, Task& task) {
   if (task.edition->behind_proxies) {
     MeetVisitor(task.env, task.settings.TrustedProxies);
+  }
+  if (AskForPassword(account_found, task)) {
+    return {};
   }
   const Refusal refusal = task.edition->admit(account_found, task.env, task.settings);
   LogIgnoredNames(task.env, task.settings);
@@ -93,12 +135,10 @@ static Refusal Report(bool account_found, Task& task) {
   }
   const Error error = CheckRequest(task);
   if (error != kNoError) {
-    return {error};
+    return task.edition->real_days && IsAboutDays(error) ? RefuseDays(error, task) : Refusal{error};
   }
   MakeNice(task.settings);
-  if (task.edition->shuts_in && task.input.shut_in != nullptr) {
-    task.input.shut_in(task.settings);
-  }
+  ShutInIfAsked(task);
   if (task.page->begin != nullptr) {
     task.page->begin(task.env, task.settings);
   }
@@ -155,19 +195,46 @@ static void ChoosePage(Task& task) {
 
 static bool IsRightMethod(const Task& task) {
   const char* const method = task.env.REQUEST_METHOD;
-  return task.edition->only_posts ? EqualIgnoreCase(method, "POST") : !EqualIgnoreCase(method, "GET");
+  return task.edition->asking == Asking::kAnyButGet ? !EqualIgnoreCase(method, "GET")
+                                                    : EqualIgnoreCase(method, "POST");
 }
 
-// A web server's report must be posted.
+static bool IsAskedByAddress(const Task& task) {
+  return task.edition->asking == Asking::kPostOrQuery && IsFetched(task.env);
+}
+
+// The parameters of an address are its query. Without one, there is the empty form.
+static int AnswerAddress(Task& task) {
+  const char* const query = getenv("QUERY_STRING");
+  TakeRules(task);
+  if (query == nullptr || *query == '\0') {
+    task.page->ask(task.env, task.settings);
+    return Finish(task, {});
+  }
+  const Error error = ReadQuery(query, task.edition->form, task.settings);
+  if (error != kNoError) {
+    ChooseOutput(task);
+    return Finish(task, {error});
+  }
+  const Settings asked = task.settings;
+  task.asked = &asked;
+  return Finish(task, ConfigureAndPrint(task));
+}
+
 static int Answer(Task& task) {
   const bool from_shell = task.env.command_line != 0;
   if (!from_shell && task.page->announce != nullptr) {
     task.page->announce();
   }
   ChoosePage(task);
-  if (task.settings.page == kPageReport && !from_shell && !IsRightMethod(task)) {
+  const bool report_of_server = task.settings.page == kPageReport && !from_shell;
+  if (report_of_server && IsAskedByAddress(task)) {
+    return AnswerAddress(task);
+  }
+  if (report_of_server && !IsRightMethod(task)) {
     return Finish(task, {kErrorNotPosted});
   }
+  TakeRules(task);
   if (!TakeParameters(task)) {
     return kStatusNoMemory;
   }

@@ -1,5 +1,6 @@
 #include "superlog/log_files.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 
@@ -29,8 +30,8 @@ struct FoundLogs {
 static FoundLogs mFoundLogs;
 static FoundLogs mFoundAccessLog;
 
-static bool mFilesBegun = false;             // SuperLog_NextLogFile was called
-static LogFile* mpNextLogSummary = nullptr;  // entry to look at next
+static bool mFilesBegun = false;                   // SuperLog_NextLogFile was called
+static const LogFile* mpNextLogSummary = nullptr;  // entry to look at next
 static bool mLogsInReportRange = false;
 
 static void Forget(FoundLogs& logs) {
@@ -141,8 +142,7 @@ void SuperLog_Init(Settings& settings, const Limits& limits, time_t range_first,
   mLogLimits = limits;
   mFilesBegun = false;
   mLogsInReportRange = false;
-  mAnalysisRangeFirst_t = range_first;
-  mAnalysisRangeLast_t = range_last;
+  SuperLog_SetRange(range_first, range_last);
   CopyText(mLogSearchSpec, settings.logs);
   CopyText(mCurLogFileSpec, settings.AccessLog);
   InitLogDates();
@@ -173,24 +173,45 @@ static time_t ShiftFromGmt(time_t when) {
   return static_cast<time_t>(static_cast<uint64_t>(when) + static_cast<uint64_t>(mGmtOffset));
 }
 
-static bool IsInRange(const LogFile& log) {
-  return log.last >= mAnalysisRangeFirst_t && log.first <= mAnalysisRangeLast_t;
+static bool IsLog(const LogFile& file) {
+  return file.size != 0 && file.first != 0 && file.last != 0;
 }
 
-// Shifts the dates of what is a log.
-static LogVerdict Judge(LogFile& log) {
-  if (log.size == 0 || log.first == 0 || log.last == 0) {
-    return LogVerdict::kNoLog;
+// The dates of what is a log are shifted.
+static LogLook LookAt(const LogFile& file) {
+  if (!IsLog(file)) {
+    return {file.name, file.size, file.first, file.last, LogVerdict::kNoLog};
   }
-  log.first = ShiftFromGmt(log.first);
-  log.last = ShiftFromGmt(log.last);
-  return IsInRange(log) ? LogVerdict::kInRange : LogVerdict::kOutOfRange;
+  const time_t first = ShiftFromGmt(file.first);
+  const time_t last = ShiftFromGmt(file.last);
+  const bool in_range = last >= mAnalysisRangeFirst_t && first <= mAnalysisRangeLast_t;
+  return {file.name, file.size, first, last, in_range ? LogVerdict::kInRange : LogVerdict::kOutOfRange};
 }
 
-static bool OpenIfInRange(LogFile& log) {
-  const LogVerdict verdict = Judge(log);
+bool SuperLog_TimesHeld(time_t& first, time_t& last) {
+  bool any = false;
+  for (const LogFile* file = mpLogsRoot; file != nullptr; file = file->next) {
+    const LogLook log = LookAt(*file);
+    if (log.verdict != LogVerdict::kNoLog) {
+      const auto [earlier, later] = std::minmax(log.first, log.last);  // lines may stand in any order
+      first = any ? std::min(first, earlier) : earlier;
+      last = any ? std::max(last, later) : later;
+      any = true;
+    }
+  }
+  return any;
+}
+
+void SuperLog_SetRange(time_t range_first, time_t range_last) {
+  mAnalysisRangeFirst_t = range_first;
+  mAnalysisRangeLast_t = range_last;
+}
+
+static bool OpenIfInRange(const LogFile& log) {
+  const LogLook look = LookAt(log);
+  const LogVerdict verdict = look.verdict;
   if (mLogEvents.log_looked_at != nullptr) {
-    mLogEvents.log_looked_at({log.name, log.size, log.first, log.last, verdict});
+    mLogEvents.log_looked_at(look);
   }
   if (verdict != LogVerdict::kInRange) {
     return false;
@@ -217,7 +238,7 @@ bool SuperLog_NextLogFile() {
     mLogEvents.log_read();
   }
   while (mpNextLogSummary != nullptr) {
-    LogFile& log = *mpNextLogSummary;
+    const LogFile& log = *mpNextLogSummary;
     mpNextLogSummary = log.next;
     if (OpenIfInRange(log)) {
       return true;

@@ -38,7 +38,7 @@ extern LogFile* mpLogsRoot;  // head of the list, which is in the order of addit
 void LogsListAppend(const LogFile& file);
 
 // The entry of a path, compared exactly; null when there is none. It may be
-// changed in its state and, once the list is complete, in its dates.
+// changed in its state.
 LogFile* FindLog(const char* name);
 
 // Removes the entries that are still in state kFromSummary; true when there were

@@ -79,6 +79,13 @@ void SuperLog_FindAhead(const Settings& settings, const LogPaths& paths);
 // True when the list of log files is not empty.
 bool SuperLog_LogFilesFound();
 
+// The times of the first and last dated line of all logs found, in the range or not, shifted as log
+// times are. False, leaving both as they are, when there is none.
+bool SuperLog_TimesHeld(time_t& first, time_t& last);
+
+// Takes another range, before the first log file is opened.
+void SuperLog_SetRange(time_t range_first, time_t range_last);
+
 // Opens the next log file that reaches into the range; false when none is left
 // (and none is open).
 bool SuperLog_NextLogFile();

@@ -948,3 +948,29 @@ TEST_F(ResetAnalysisTest, DropsWhatWaitsToBeCounted) {
   EXPECT_EQ(list_length(analysis_.urls.list), 0U);
   EXPECT_EQ(gSM_TotalBytesAllocated, 0);
 }
+
+// ---- All days of the logs ----
+
+TEST_F(BeginAnalysisTest, AllDaysAreThoseOfTheLogs) {
+  LogLine first;
+  first.time = "28/Feb/2000:23:00:00";
+  LogLine last;
+  last.time = "09/Apr/2000:01:00:00";
+  AddLog("a.log", {first, last});
+  AddLog("b.log", {{}});
+  settings_.all_days = true;
+  ASSERT_TRUE(BeginAnalysis(settings_, kModernCounting, analysis_));
+  EXPECT_STREQ(settings_.start_date, "02282000");
+  EXPECT_STREQ(settings_.end_date, "04092000");
+  EXPECT_EQ(analysis_.range_first, 951696000);  // 2000-02-28 00:00:00
+  EXPECT_EQ(analysis_.range_last, 955324799);   // 2000-04-09 23:59:59
+  CountLogs(settings_, analysis_);
+  EXPECT_EQ(analysis_.hits, 3);
+}
+
+TEST_F(BeginAnalysisTest, AllDaysOfUndatedLogsAreThoseOfTheSettings) {
+  AddLog("a.log", "nothing\n");
+  settings_.all_days = true;
+  ASSERT_TRUE(BeginAnalysis(settings_, kModernCounting, analysis_));
+  EXPECT_STREQ(settings_.start_date, "03012000");
+}

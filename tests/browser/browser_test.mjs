@@ -42,12 +42,25 @@ async function withPage(options, steps) {
   }
 }
 
-async function fillIn(page, { password = 'Teapot', days = ['03', '05', '2000', '03', '11', '2000'] } = {}) {
+async function fillIn(page, { password = 'Teapot', days = ['2000-03-05', '2000-03-11'] } = {}) {
   await page.goto(`${BASE_URL}/orvellis/`);
   await page.getByLabel('User account').fill(SERVER);
   await page.getByLabel('Password').fill(password);
-  for (const [i, name] of ['sm', 'sd', 'sy', 'em', 'ed', 'ey'].entries()) {
-    await page.locator(`input[name=${name}]`).fill(days[i]);
+  await page.getByRole('radio', { name: 'Choose days' }).check({ force: true });
+  await page.getByLabel('First day').fill(days[0]);
+  await page.getByLabel('Last day').fill(days[1]);
+}
+
+// The form of the classic edition, which the modern one takes as well.
+async function fillInClassic(page, { days = ['2000-03-05', '2000-03-11'] } = {}) {
+  await page.goto(`${BASE_URL}/orvellis/classic.html`);
+  await page.getByLabel('User account').fill(SERVER);
+  await page.getByLabel('Password').fill('Teapot');
+  for (const [side, day] of Object.entries({ s: days[0], e: days[1] })) {
+    const [year, month, date] = day.split('-');
+    for (const [part, value] of Object.entries({ m: month, d: date, y: year })) {
+      await page.locator(`input[name=${side}${part}]`).fill(value);
+    }
   }
 }
 
@@ -94,34 +107,52 @@ const tests = {
       assert.ok(top < 800, 'the link within the page does not lead to its section');
     });
   },
-  async 'a wrong password shows error 2, a GET error 1'() {
+  async 'a wrong password shows error 2, and leads back to the form'() {
     await withPage(desktop, async (page) => {
       await request(page, { password: 'wrong' });
       assert.match(await page.locator('h1').innerText(), /^Orvellis Error #2: Invalid user account/);
       assert.equal(await page.getByRole('link', { name: 'More about this error' }).count(), 1);
-      await page.goto(`${BASE_URL}/orvellis-cgi/orvellis`);
-      assert.match(await page.locator('h1').innerText(), /^Orvellis Error #1: No form data posted/);
       await page.getByRole('link', { name: 'request form' }).click();
-      await page.waitForURL('**/orvellis/');
       assert.match(await page.locator('h1').innerText(), /Report Request Form/);
+      assert.equal(await page.getByLabel('User account').inputValue(), SERVER);
+      assert.equal(await page.getByLabel('First day').inputValue(), '2000-03-05');
+      assert.equal(await page.getByLabel('Password').inputValue(), '');
     });
   },
-  async 'the form works without scripts and by keyboard'() {
-    await withPage({ ...desktop, javaScriptEnabled: false }, async (page) => {
+  async 'a bookmark leads to the form, which the password makes a report of'() {
+    await withPage(desktop, async (page) => {
       await fillIn(page);
-      await page.getByLabel('Password').focus();
-      await Promise.all([page.waitForURL('**/orvellis-cgi/orvellis'), page.keyboard.press('Enter')]);
-      assert.match(await page.title(), /on this machine/);
+      await page.goto(await page.getByRole('link', { name: 'Link to this report' }).evaluate((link) => link.href));
+      assert.match(page.url(), /\?username=/);
+      assert.match(await page.locator('h1').innerText(), /Report Request Form/);
+      assert.ok(await page.getByRole('button', { name: 'Choose all' }).isVisible());  // its script runs under its policy
+      await page.getByLabel('Password').fill('Teapot');
+      await page.getByRole('button', { name: 'Request report' }).click();
+      await page.waitForURL(/orvellis-cgi\/orvellis\??$/);
+      assert.equal(await page.title(), `${siteTitle}: 2000-03-05 to 2000-03-11`);
+      assert.equal(await page.locator('#overview .figure').first().innerText(), '400');
     });
   },
-  async 'the form warns where the password can be read on the way'() {
+  async 'the forms of both editions work without scripts and by keyboard'() {
+    for (const fill of [fillIn, fillInClassic]) {
+      await withPage({ ...desktop, javaScriptEnabled: false }, async (page) => {
+        await fill(page);
+        await page.getByLabel('Password').focus();
+        await Promise.all([page.waitForURL('**/orvellis-cgi/orvellis'), page.keyboard.press('Enter')]);
+        assert.match(await page.title(), /on this machine/);
+      });
+    }
+  },
+  async 'the forms warn where the password can be read on the way'() {
     await withPage(desktop, async (page, context) => {
       await context.route('http://reports.example/**', async (route) => route.fulfill({
         response: await route.fetch({ url: route.request().url().replace('http://reports.example', BASE_URL) }) }));
       for (const [site, warned] of [[BASE_URL, false], ['http://reports.example', true]]) {
-        await page.goto(`${site}/orvellis/`);
-        await page.locator('#shortcuts').waitFor();  // the script has run
-        assert.equal(await page.locator('#insecure').isVisible(), warned, site);
+        for (const [form, scripted] of [['', '.tools'], ['classic.html', '#shortcuts']]) {
+          await page.goto(`${site}/orvellis/${form}`);
+          await page.locator(scripted).waitFor();  // the script has run
+          assert.equal(await page.locator('#insecure').isVisible(), warned, site);
+        }
       }
     });
   },
@@ -146,9 +177,9 @@ const tests = {
       }));
     }
   },
-  async 'shortcuts and calendars fill in the days'() {
+  async 'shortcuts and calendars of the classic form fill in the days'() {
     await withPage(desktop, async (page) => {
-      await page.goto(`${BASE_URL}/orvellis/`);
+      await page.goto(`${BASE_URL}/orvellis/classic.html`);
       await page.getByLabel('First day: calendar').fill('2000-03-05');
       assert.equal(await page.locator('[name=sm]').inputValue() + await page.locator('[name=sd]').inputValue() +
         await page.locator('[name=sy]').inputValue(), '03052000');
@@ -160,7 +191,7 @@ const tests = {
   async 'nothing is wider than a phone'() {
     await withPage(phone, async (page) => {
       const overhang = () => page.evaluate(() => document.documentElement.scrollWidth - window.innerWidth);
-      for (const path of ['/', '/docs/', '/docs/configuration.html', '/docs/log-formats.html', '/support/errors/']) {
+      for (const path of ['/', '/classic.html', '/docs/', '/docs/configuration.html', '/docs/log-formats.html', '/support/errors/']) {
         await page.goto(`${BASE_URL}/orvellis${path}`);
         assert.ok(await overhang() <= 0, `${path} is ${await overhang()} pixels too wide`);
       }
@@ -172,7 +203,7 @@ const tests = {
     for (const colorScheme of ['light', 'dark']) {
       // Runs beside the pages' own policy, as a browser extension would.
       await withPage({ ...desktop, colorScheme, bypassCSP: true }, async (page) => {
-        for (const path of ['/', '/product.html', '/docs/', '/docs/getting-started.html', '/docs/parameters.html',
+        for (const path of ['/', '/classic.html', '/product.html', '/docs/', '/docs/getting-started.html', '/docs/parameters.html',
           '/docs/configuration.html', '/docs/chapter4.html', '/docs/security.html', '/support/errors/']) {
           await page.goto(`${BASE_URL}/orvellis${path}`);
           await page.evaluate(() => document.querySelectorAll('details').forEach((details) => { details.open = true; }));
@@ -209,10 +240,10 @@ const tests = {
       hit('/', `http://www.altavista.com/query?q=p${i}${encodeURIComponent(attack)}`, 'x', 200, `h${i}.${url}.example.com`);
     }
     writeFileSync(`${WORK}/log/${SERVER}/access.log.2`, lines.join('\n') + '\n');
-    const days = ['03', '20', '2000', '03', '20', '2000'];
+    const days = ['2000-03-20', '2000-03-20'];
 
     // What a visitor brings about; change may rewrite the report on its way to the browser.
-    async function visit(change, clicks = []) {
+    async function visit(change, clicks = [], fill = fillIn) {
       return withPage(desktop, async (page, context) => {
         const requests = [];  // those that leave the page: what its policy stops is not among them
         let dialogs = 0;
@@ -228,7 +259,8 @@ const tests = {
           }
           return route.continue();
         });
-        await request(page, { days });
+        await fill(page, { days });
+        await send(page);
         await page.waitForTimeout(1500);
         const seen = { evil: requests.filter((url) => url.includes('evil.test')), title: await page.title().catch(() => '') };
         for (const id of clicks) {
@@ -258,8 +290,8 @@ const tests = {
 
     // The classic page prints them as they are. Without the server's header the attacks work: else this would prove nothing.
     await withConfiguration((text) => text.replace(/^Edition=.*$/m, 'Edition=classic'), async () => {
-      harmful(['refresh', 'frame', 'style.css', 'a.gif'], await visit(withoutPolicy));
-      const shut = await visit(null, ['#evillink', '#send']);
+      harmful(['refresh', 'frame', 'style.css', 'a.gif'], await visit(withoutPolicy, [], fillInClassic));
+      const shut = await visit(null, ['#evillink', '#send'], fillInClassic);
       harmless(shut);
       assert.match(shut.source, /<title>[^<]* on this machine<[^]*<svg onload/);  // after the clicks, too
     });

@@ -1,7 +1,7 @@
 #!/bin/sh
-# Runs page_test.mjs; see tests/site/CMakeLists.txt for the environment.
+# Runs a test that needs no web server; see tests/site/CMakeLists.txt for the environment.
 #
-#   run_page_test.sh ORVELLIS
+#   run_page_test.sh TEST.mjs ARGUMENTS...
 set -eu
 here=$(cd "$(dirname "$0")" && pwd)
 for program in "$NODE" "$CHROMIUM"; do
@@ -9,4 +9,6 @@ for program in "$NODE" "$CHROMIUM"; do
 done
 [ -d "$BROWSER_PACKAGES/node_modules/playwright-core" ] ||
   { echo "skipped: $here/package.json is not installed in $BROWSER_PACKAGES"; exit 77; }
-exec "$NODE" "$here/page_test.mjs" "$1"
+test=$1
+shift
+exec "$NODE" "$here/$test" "$@"

@@ -6,6 +6,8 @@
 #include <string>
 
 #include "cgi/parameters.h"
+#include "dates/clock.h"
+#include "dates/local_time.h"
 
 namespace {
 
@@ -229,4 +231,94 @@ TEST(CheckParams, TellsWhatIsMissing) {
   EXPECT_EQ(CheckParams(settings), kErrorNoUrl);
   CopyText(settings.url, "http://www.example.com");
   EXPECT_EQ(CheckParams(settings), kErrorNoLogs);
+}
+
+// ---- Days in words and ISO dates ----
+
+namespace {
+
+// On Sunday, 5 March 2000, at noon.
+class WrittenDaysTest : public CompleteSettingsTest {
+ protected:
+  void SetUp() override {
+    CompleteSettingsTest::SetUp();
+    setenv("TZ", "UTC", 1);
+    tzset();
+    ResetLocalTime();
+    SetCurrentTimeForTest(952257600);
+  }
+  void TearDown() override { SetCurrentTimeForTest(-1); }
+
+  // The range that these make, or the error's number.
+  std::string Range(const char* days, const char* from = "", const char* to = "") {
+    CopyText(settings.start_date, "01011999");
+    CopyText(settings.end_date, "12311999");
+    CopyText(settings.days, days);
+    CopyText(settings.from, from);
+    CopyText(settings.to, to);
+    const Error error = CompleteSettings(settings);
+    return error == kNoError ? std::string(settings.start_date) + "," + settings.end_date
+                             : std::to_string(error);
+  }
+};
+
+}  // namespace
+
+TEST_F(WrittenDaysTest, DaysBeforeFromAndToBeforeAllOthers) {
+  EXPECT_EQ(Range(""), "01011999,12311999");
+  EXPECT_EQ(Range("7d"), "02282000,03052000");
+  EXPECT_EQ(Range("7d", "2000-01-01", "2000-01-02"), "02282000,03052000");
+  EXPECT_EQ(Range("", "2000-01-01", "2000-01-02"), "01012000,01022000");
+  EXPECT_EQ(Range("", "2000-02-29"), "02292000,02292000");
+  EXPECT_EQ(Range("", "7d", "yesterday"), "02282000,03042000");
+}
+
+TEST_F(WrittenDaysTest, WhatIsNoDayIsAnError) {
+  EXPECT_EQ(Range("8 days"), "7");
+  EXPECT_EQ(Range("7 d", "2000-01-01"), "7");
+  EXPECT_EQ(Range("", "2000-02-30"), "7");
+  EXPECT_EQ(Range("", "2000-01-01", "2000-02-30"), "7");
+  EXPECT_EQ(Range("", "2000-01-02", "2000-01-01"), "7");
+  EXPECT_EQ(Range("", "", "2000-01-01"), "6");
+}
+
+TEST_F(WrittenDaysTest, MissingAccountComesBeforeWrongDays) {
+  settings.logs[0] = '\0';
+  EXPECT_EQ(Range("never"), "5");
+  settings.url[0] = '\0';
+  EXPECT_EQ(Range("never"), "4");
+}
+
+TEST_F(WrittenDaysTest, AllDaysAreLeftToTheLogs) {
+  EXPECT_EQ(Range("ALL"), "03052000,03052000");
+  EXPECT_TRUE(settings.all_days);
+  EXPECT_EQ(Range("", "all"), "7");
+  EXPECT_FALSE(settings.all_days);
+}
+
+TEST_F(WrittenDaysTest, TodayIsTheDayThatTheReportIsMadeOn) {
+  setenv("SOURCE_DATE_EPOCH", "951782400", 1);  // 2000-02-29
+  EXPECT_EQ(Range("today"), "02292000,02292000");
+  unsetenv("SOURCE_DATE_EPOCH");
+  EXPECT_EQ(Range("today"), "03052000,03052000");
+}
+
+TEST_F(CompleteSettingsTest, RealDaysAreThoseOfTheCalendar) {
+  for (const bool real : {false, true}) {
+    settings.real_days = real;
+    EXPECT_EQ(ErrorOfRange("02292000", "12319999"), kNoError);
+    EXPECT_EQ(ErrorOfRange("02282001", "02302001"), real ? kErrorDateRange : kNoError);
+    EXPECT_EQ(ErrorOfRange("02302001", "03032001"), real ? kErrorDateRange : kNoError);
+    EXPECT_EQ(ErrorOfRange("01011899", "01011999"), real ? kErrorDateRange : kNoError);
+  }
+}
+
+TEST_F(CompleteSettingsTest, RealDaysHaveToBeNamed) {
+  for (const bool real : {false, true}) {
+    settings.real_days = real;
+    UseDateParts("", "", 1900, "", "", 1900);
+    EXPECT_EQ(CompleteSettings(settings), real ? kErrorNoStartDate : kNoError);
+    UseDateParts("", "15", 1999, "", "", 1900);
+    EXPECT_EQ(CompleteSettings(settings), real ? kErrorDateRange : kNoError);
+  }
 }

@@ -681,3 +681,40 @@ TEST_F(CompareParamTest, ListOfNamesIsCutToItsRoom) {
   ListNames(settings.ignored, names, sizeof names);
   EXPECT_STREQ(names, "config, d");
 }
+
+// ---- Days that the account fixes ----
+
+static Settings DaysOf(const char* of_form, const char* of_account) {
+  const Environment env{};
+  Settings settings;
+  initialize(settings, env);
+  settings.later_names = true;
+  CompareParam("days=7d", settings, ParamSource::kStranger, kLevelForm);
+  CompareParam(of_form, settings, ParamSource::kStranger, kLevelForm);
+  CompareParam(of_account, settings, ParamSource::kAccount, kLevelAccount);
+  return settings;
+}
+
+TEST(FixedDays, AccountTakesTheWordsOfARequestAway) {
+  for (const char* const of_account : {"date=01011999,01021999", "sm=01", "sd=01", "sy=1999", "em=01",
+                                       "ed=01", "ey=1999", "from=1999-01-01", "to=1999-01-01"}) {
+    const Settings settings = DaysOf("from=2000-01-01", of_account);
+    EXPECT_STREQ(settings.days, "") << of_account;
+    EXPECT_STRNE(settings.from, "2000-01-01") << of_account;
+    EXPECT_TRUE(settings.fixed_days) << of_account;
+  }
+  EXPECT_STREQ(DaysOf("to=2000-01-01", "days=last-month").days, "last-month");
+}
+
+TEST(FixedDays, EachItemOfTheAccountStays) {
+  Settings settings = DaysOf("to=2000-01-01", "from=1999-01-01");
+  CompareParam("to=1999-01-02", settings, ParamSource::kAccount, kLevelAccount);
+  EXPECT_STREQ(settings.from, "1999-01-01");
+  EXPECT_STREQ(settings.to, "1999-01-02");
+}
+
+TEST(FixedDays, OtherItemsOfTheAccountFixNone) {
+  const Settings settings = DaysOf("from=2000-01-01", "find=/");
+  EXPECT_STREQ(settings.days, "7d");
+  EXPECT_FALSE(settings.fixed_days);
+}

@@ -289,3 +289,57 @@ TEST(MakeNiceDeathTest, DeliberatelyLeavesThePriorityOtherwise) {
     EXPECT_EXIT(ExitWithAddedNiceness(priority), testing::ExitedWithCode(0), "");
   }
 }
+
+// ---- The fields of an address ----
+
+using ReadQueryTest = RequestTest;
+
+TEST_F(ReadQueryTest, FieldsAreThoseOfAForm) {
+  EXPECT_EQ(ReadQuery("username=shop&find=%2Fa+b&config=x&SUBDIRS=1", ParamSource::kStranger, settings),
+            kNoError);
+  EXPECT_STREQ(settings.username, "shop");
+  EXPECT_STREQ(settings.find_form, "/a b");
+  EXPECT_EQ(settings.subdirs, 1);
+  EXPECT_STREQ(settings.config, "orvellis.conf");
+}
+
+TEST_F(ReadQueryTest, NoWayOfWritingAPasswordIsTaken) {
+  for (const char* const query : {"password=x", "PASSWORD=x", "username=a&password=x&b=c", "%70assword=x",
+                                  "password=x&password=", "password%3Dx=", "password%00y=x"}) {
+    initialize(settings, env);
+    EXPECT_EQ(ReadQuery(query, ParamSource::kStranger, settings), kErrorPasswordInQuery) << query;
+  }
+  for (const char* const query :
+       {"", "password=", "passwor=x", "password", "x=password", "find=password=x"}) {
+    initialize(settings, env);
+    EXPECT_EQ(ReadQuery(query, ParamSource::kStranger, settings), kNoError) << query;
+  }
+}
+
+TEST_F(ReadQueryTest, LongOnesAreWholeUpTo64KiB) {
+  const std::string end = "&username=shop";
+  const std::string longest = "a=" + std::string(65536 - 2 - end.size(), 'x') + end;
+  EXPECT_EQ(ReadQuery((longest + "s").c_str(), ParamSource::kStranger, settings), kErrorLongQuery);
+  EXPECT_STREQ(settings.username, "");
+  EXPECT_EQ(ReadQuery(longest.c_str(), ParamSource::kStranger, settings), kNoError);
+  EXPECT_STREQ(settings.username, "shop");
+}
+
+TEST_F(ReadQueryTest, KeepsWhatWasTaken) {
+  settings.later_names = true;
+  EXPECT_EQ(ReadQuery("username=shop&config=x&days=7d&unknown=1&find=%2F", ParamSource::kStranger, settings),
+            kNoError);
+  EXPECT_EQ(std::string(settings.asked.text, settings.asked.length),
+            std::string("username=shop\0days=7d\0find=/\0", 29));
+}
+
+TEST_F(RequestTest, IsFetchedByGetAndHead) {
+  for (const char* const method : {"GET", "HEAD", "head"}) {
+    CopyText(env.REQUEST_METHOD, method);
+    EXPECT_TRUE(IsFetched(env)) << method;
+  }
+  for (const char* const method : {"", "POST", "PUT", "GETS"}) {
+    CopyText(env.REQUEST_METHOD, method);
+    EXPECT_FALSE(IsFetched(env)) << method;
+  }
+}

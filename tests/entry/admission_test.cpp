@@ -358,3 +358,28 @@ TEST_F(SignOnTest, ThePasswordIsAnotherWayIn) {
   CopyText(settings.signon, "alice");
   EXPECT_EQ(Answer("Right password"), kNoError);
 }
+
+// ---- Addresses ----
+
+TEST_F(AdmitTest, WhoNeedsNoPasswordIsToldWithoutATrace) {
+  EXPECT_TRUE(NeedsPassword(true, env, settings));
+  EXPECT_TRUE(NeedsPassword(false, env, settings));
+  CopyText(settings.internal_networks, "203.0.113.0/24");
+  EXPECT_FALSE(NeedsPassword(true, env, settings));
+  EXPECT_TRUE(NeedsPassword(false, env, settings));
+  CopyText(settings.internal_networks, "no network");
+  CopyText(settings.stored_password, "*");
+  EXPECT_FALSE(NeedsPassword(true, env, settings));
+  EXPECT_TRUE(NeedsPassword(false, env, settings));
+  CopyText(settings.stored_password, "");
+  CopyText(settings.signon, "ann");
+  CopyText(env.AUTH_TYPE, "Basic");
+  CopyText(env.REMOTE_USER, "bob");
+  EXPECT_TRUE(NeedsPassword(true, env, settings));
+  CopyText(env.REMOTE_USER, "ann");
+  EXPECT_FALSE(NeedsPassword(true, env, settings));
+  EXPECT_EQ(mHashes, 0);
+  EXPECT_TRUE(mWaits.empty());
+  EXPECT_EQ(Log(), "");
+  EXPECT_NE(access(settings.LoginLimits, F_OK), 0);
+}

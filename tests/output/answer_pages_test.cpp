@@ -2,6 +2,7 @@
 
 #include "output/modern_page.h"
 #include "output/page_frame.h"
+#include "report/asked_fields.h"
 #include "report/extra_texts.h"
 #include "report/site.h"
 #include "support/account_logs.h"
@@ -67,7 +68,7 @@ static constexpr struct {
   const char* more;  // headers
   bool logged;       // here
 } kAnswers[] = {
-    {kErrorNotPosted, "405 Method Not Allowed", "Allow: POST\n", true},
+    {kErrorNotPosted, "405 Method Not Allowed", "Allow: GET, HEAD, POST\n", true},
     {kErrorRejected, "403 Forbidden", "", false},
     {kErrorNoUrl, "500 Internal Server Error", "", true},
     {kErrorNoLogs, "500 Internal Server Error", "", true},
@@ -78,6 +79,10 @@ static constexpr struct {
     {kErrorPasswordFile, "500 Internal Server Error", "", true},
     {kErrorNoLogFiles, "404 Not Found", "", true},
     {kErrorLimited, "429 Too Many Requests", "", false},
+    {kErrorOutput, "400 Bad Request", "", true},
+    {kErrorSection, "400 Bad Request", "", true},
+    {kErrorPasswordInQuery, "400 Bad Request", "", true},
+    {kErrorLongQuery, "400 Bad Request", "", true},
     {static_cast<Error>(99), "500 Internal Server Error", "", true},
 };
 
@@ -113,6 +118,40 @@ TEST_F(AnswerPages, VisitorIsToldWhenToAskAgain) {
               StartsWith("Status: 429 Too Many Requests\nRetry-After: 600\n" + kHeaders));
   EXPECT_THAT(Refused(kErrorLimited, 0), Not(HasSubstr("Retry-After")));
   EXPECT_THAT(Refused(kErrorRejected, 1), HasSubstr("\nRetry-After: 1\n"));
+}
+
+TEST_F(AnswerPages, DaysOfTheLogsAreNamedWithLinks) {
+  const Refusal refusal{kErrorDateRange, 0, DayRange{{2, 28, 2000}, {3, 12, 2000}}};
+  const auto refuse = [&] { return Output([&] { kModernPage.refuse(refusal, env_, settings_); }); };
+  EXPECT_THAT(
+      refuse(),
+      HasSubstr("<p>The logs hold <time>2000-02-28</time> to <time>2000-03-12</time>.</p>\n<p class"));
+  KeepField(settings_.asked, "username=shop");
+  KeepField(settings_.asked, "days=never");
+  const std::string page = refuse();
+  EXPECT_THAT(
+      page,
+      HasSubstr(
+          "<a rel=\"nofollow\" href=\"?username=shop&amp;from=2000-02-28&amp;to=2000-03-12\">All days</a>"));
+  EXPECT_THAT(page, HasSubstr("<a rel=\"nofollow\" href=\"?\">request form</a>"));
+}
+
+TEST_F(AnswerPages, WhoeverWasNotLetInGetsTheFormAsItWas) {
+  KeepField(settings_.asked, "username=<shop>");
+  KeepField(settings_.asked, "days=7d");
+  for (const Error error : {kErrorRejected, kErrorLimited, kErrorPasswordInQuery}) {
+    EXPECT_THAT(Refused(error),
+                HasSubstr("<a rel=\"nofollow\" href=\"?username=%3Cshop%3E&amp;days=7d\">request form</a>"));
+  }
+  EXPECT_THAT(Refused(kErrorNoLogFiles), HasSubstr("href=\"?\">request form</a>"));
+  env_.command_line = 1;
+  EXPECT_THAT(Refused(kErrorRejected), HasSubstr("href=\"/orvellis/\">request form</a>"));
+}
+
+TEST_F(AnswerPages, VisitorReadsHowLongToWait) {
+  EXPECT_THAT(Refused(kErrorLimited, 600), HasSubstr("<p>Ask again in 600 seconds.</p>"));
+  EXPECT_THAT(Refused(kErrorLimited, 1), HasSubstr("<p>Ask again in 1 second.</p>"));
+  EXPECT_THAT(Refused(kErrorLimited, 0), Not(HasSubstr("Ask again in")));
 }
 
 TEST_F(AnswerPages, NothingIsSaidBeforeTheAnswerIsKnown) {

@@ -4,6 +4,7 @@
 
 #include "output/whole_report.h"
 
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -71,9 +72,13 @@ TEST_F(CsvOutput, HeadForAServer) {
 }
 
 TEST_F(CsvOutput, RefusalIsOneLine) {
-  EXPECT_EQ(Refused(kCsvOutput, {kErrorRejected}),
-            "Orvellis error 2: Invalid user account name and/or password. There is no such account, or its "
-            "password is another one.\n");
+  EXPECT_EQ(
+      Refused(kCsvOutput, {kErrorRejected}),
+      "Orvellis error 2: Invalid user account name and/or password. There is no such account, or its "
+      "password is another one. Mind capital and small letters of both. Whoever looks after Orvellis on this "
+      "site can tell the account and set a new password.\n");
+  EXPECT_THAT(Refused(kCsvOutput, {kErrorDateRange, 0, DayRange{{2, 28, 2000}, {3, 12, 2000}}}),
+              EndsWith(" The logs hold 2000-02-28 to 2000-03-12.\n"));
   env_.command_line = 0;
   EXPECT_THAT(Refused(kCsvOutput, {kErrorRejected}),
               StartsWith("Status: 403 Forbidden\nContent-Type: text/plain; charset=utf-8\n"));

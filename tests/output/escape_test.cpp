@@ -158,3 +158,22 @@ TEST(Html, MiddleIsCutBetweenCharacters) {
   EXPECT_EQ(broken.begin.size(), 4U);
   EXPECT_EQ(broken.end.size(), 2U);
 }
+
+// ---- Queries ----
+
+TEST(PutQueryPart, EveryByteIsALetterADigitOrEncoded) {
+  std::string all;
+  std::string wanted;
+  for (int byte = 1; byte < 256; ++byte) {
+    const char c = static_cast<char>(byte);
+    all += c;
+    char encoded[4];
+    snprintf(encoded, sizeof encoded, "%%%02X", byte);
+    wanted += (byte < 128 && isalnum(byte)) || strchr("-._~", byte) != nullptr ? std::string(1, c) : encoded;
+  }
+  testing::internal::CaptureStdout();
+  Sink sink;
+  PutQueryPart(sink, all);
+  FlushSink(sink);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), wanted);
+}

@@ -76,6 +76,12 @@ TEST_F(JsonOutput, RefusalTellsWhenToComeBack) {
               AllOf(StartsWith("Status: 429 Too Many Requests\nRetry-After: 90\n"), EndsWith("\"}}\n")));
 }
 
+TEST_F(JsonOutput, RefusalTellsTheDaysOfTheLogs) {
+  EXPECT_THAT(Refused(kJsonOutput, {kErrorDateRange, 0, DayRange{{2, 28, 2000}, {3, 12, 2000}}}),
+              AllOf(HasSubstr("\", \"advice\": \"A day is "),
+                    EndsWith(".\", \"logs\": {\"first\": \"2000-02-28\", \"last\": \"2000-03-12\"}}}\n")));
+}
+
 TEST_F(JsonOutput, BlanksKeepTheServerAwake) {
   settings_.flushtoserver = 1;
   std::string log;

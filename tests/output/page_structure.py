@@ -1,9 +1,11 @@
 #!/usr/bin/env python3
-"""The modern page as a strict parser of HTML sees it: page_structure.py ORVELLIS
+"""The modern pages as a strict parser of HTML sees them:
 
-Reports over ordinary and hostile logs are well-formed by the rules of the HTML standard,
-and what is in their tables is what the logs hold, counted here in another way. Exit status
-77 where html5lib is not installed.
+    page_structure.py ORVELLIS SHOW_FORM SITE_FORM
+
+Reports over ordinary and hostile logs and the request form, whatever it is filled in with, are
+well-formed by the rules of the HTML standard. What is in the tables of reports is what the logs
+hold, counted here in another way. Exit status 77 where html5lib is not installed.
 """
 import collections
 import os
@@ -20,7 +22,7 @@ except ImportError:
     print("skipped: html5lib is not installed")
     sys.exit(77)
 
-PROGRAM = os.path.abspath(sys.argv[1])
+PROGRAM, SHOW_FORM, SITE_FORM = (os.path.abspath(path) for path in sys.argv[1:])
 NAME = "{http://www.w3.org/1999/xhtml}"
 ALL = ("requests=1,0 referrers=1,0 search=1,0 browsers=1,0 badurls=1,0 badreferrers=1,0 badurl_referrers=1 domains=1,0 "
        "domaintypes=1,0 dailytotals=1 hitsperdayofweek=1 hitsperhour=1 hoursofweek=1").split()
@@ -55,21 +57,52 @@ def elements(tree, name):
     return [element for element in tree.iter() if element.tag == NAME + name]
 
 
-def look_at_structure(tree):
+def look_at_elements(tree, *once):
     assert tree.get("lang") == "en"
-    for name in ("h1", "main", "header", "nav", "footer", "title", "style"):
+    for name in ("h1", "main", "header", "footer", "title") + once:
         assert len(elements(tree, name)) == 1, name
     ids = [element.get("id") for element in tree.iter() if element.get("id")]
     assert len(ids) == len(set(ids)), ids
-    for link in elements(elements(tree, "nav")[0], "a"):
-        assert link.get("href")[1:] in ids, link.get("href")
     for element in tree.iter():
         assert isinstance(element.tag, str), "a comment"
         assert "style" not in element.attrib, element.tag
         assert not any(name.startswith("on") for name in element.attrib), element.attrib
     for table in elements(tree, "table"):
-        rows = elements(table, "tr")
-        assert len({len(list(row)) for row in rows}) == 1, "rows of different length"
+        widths = {sum(int(cell.get("colspan", 1)) for cell in row) for row in elements(table, "tr")}
+        assert len(widths) == 1, "rows of different length"
+    return ids
+
+
+def look_at_structure(tree):
+    ids = look_at_elements(tree, "nav", "style")
+    for link in elements(elements(tree, "nav")[0], "a"):
+        assert link.get("href")[1:] in ids, link.get("href")
+
+
+def names_in(tree):
+    return [element.get("name") for kind in ("input", "select") for element in elements(tree, kind) if element.get("name")]
+
+
+def look_at_form(tree):
+    ids = look_at_elements(tree, "form", "table")
+    for label in elements(tree, "label"):
+        assert label.get("for") in ids or elements(label, "input"), "a label of nothing"
+    for fieldset in elements(tree, "fieldset"):
+        assert list(fieldset)[0].tag == NAME + "legend", "a group without its words first"
+    return names_in(tree)
+
+
+def look_at_forms():
+    with open(SITE_FORM, "rb") as page:
+        names = look_at_form(parse(page.read()))
+    assert len(set(names)) > 35, names
+    for text in [b""] + HOSTILE:
+        fields = [name.encode() + b"=" + text for name in sorted(set(names))]
+        answer = subprocess.run([SHOW_FORM, *fields], stdout=subprocess.PIPE, check=True).stdout
+        tree = parse(answer.split(b"\n\n", 1)[1])
+        # What is no option is one more.
+        assert sorted(set(look_at_form(tree))) == sorted(set(names)), text
+        assert not {element.tag for element in tree.iter()} & {NAME + n for n in ("plaintext", "textarea", "template", "svg")}
 
 
 def rows_of(tree, section):
@@ -111,6 +144,7 @@ def main():
             raise SystemExit("a page with markup from a log passes")
 
         look_at_structure(parse(report(folder, [line(b"/", day=20)], *ALL)))
+    look_at_forms()
     print("passed")
 
 

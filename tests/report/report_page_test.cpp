@@ -61,7 +61,7 @@ TEST_F(ReportPage, NoLogFileIsError11AndPrintsNothing) {
 TEST_F(ReportPage, WriterFinishesThePage) {
   const PageWriter counter = {
       .announce = nullptr,
-    .check = nullptr,
+      .check = nullptr,
       .begin = nullptr,
       .found = nullptr,
       .told = [](const Settings&) { return AnalysisEvents{}; },
@@ -69,6 +69,7 @@ TEST_F(ReportPage, WriterFinishesThePage) {
                    Analysis& analysis) { printf("%lld hits", static_cast<long long>(analysis.hits)); },
       .tells_totals = false,
       .refuse = nullptr,
+      .ask = nullptr,
       .info = {},
   };
   AddLog("a.log", {{}, {}});
@@ -170,4 +171,31 @@ TEST_F(ReportPage, DebugRowsStandBetweenTheTablesHeadAndTheHeader) {
   EXPECT_LT(head, memory);
   EXPECT_LT(memory, engines);
   EXPECT_LT(engines, header);
+}
+
+// ---- HEAD ----
+
+TEST_F(ReportPage, HeadOfAReportIsAllThatHeadGets) {
+  static int found = 0;
+  const PageWriter writer = {
+      .announce = nullptr,
+      .check = nullptr,
+      .begin = nullptr,
+      .found = [](const Environment&, const Settings&) { ++found; },
+      .told = [](const Settings&) { return AnalysisEvents{}; },
+      .finish = [](const Settings&, Analysis&) { printf("finished"); },
+      .tells_totals = false,
+      .refuse = nullptr,
+      .ask = nullptr,
+      .info = {},
+  };
+  AddLog("a.log", {{}});
+  Environment env{};
+  for (const char* const method : {"GET", "HEAD"}) {
+    CopyText(env.REQUEST_METHOD, method);
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(AnalyzeLogs(env, settings_, kModernCounting, writer), kNoError);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), strcmp(method, "GET") == 0 ? "finished" : "");
+  }
+  EXPECT_EQ(found, 2);
 }

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "entry/admission.h"
 #include "output/csv_output.h"
 #include "output/json_output.h"
 #include "output/modern_page.h"
@@ -35,7 +36,9 @@ TEST(FindEdition, RulesOfTheRows) {
   EXPECT_EQ(classic.form, ParamSource::kForm);
   EXPECT_EQ(classic.page, &kClassicPage);
   EXPECT_FALSE(classic.whole_values);
-  EXPECT_FALSE(classic.only_posts);
+  EXPECT_EQ(classic.asking, Asking::kAnyButGet);
+  EXPECT_EQ(classic.needs_password, nullptr);
+  EXPECT_FALSE(classic.real_days);
   EXPECT_FALSE(classic.shuts_in);
   EXPECT_FALSE(classic.behind_proxies);
   const Edition& modern = *FindEdition("modern");
@@ -49,7 +52,9 @@ TEST(FindEdition, RulesOfTheRows) {
   EXPECT_EQ(modern.form, ParamSource::kStranger);
   EXPECT_EQ(modern.page, &kModernPage);
   EXPECT_TRUE(modern.whole_values);
-  EXPECT_TRUE(modern.only_posts);
+  EXPECT_EQ(modern.asking, Asking::kPostOrQuery);
+  EXPECT_EQ(modern.needs_password, NeedsPassword);
+  EXPECT_TRUE(modern.real_days);
   EXPECT_TRUE(modern.shuts_in);
   EXPECT_TRUE(modern.behind_proxies);
 }

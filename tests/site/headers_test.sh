@@ -41,9 +41,9 @@ answers() { # STATUS WHAT, and further headers
   done <"$WORK/wanted"
   ! grep -qi '^Status:' "$WORK/lines" || fail "$what: a header Status"
 }
-modern_answers() { # report|answer, and what answers takes
+modern_answers() { # report|answer|form, and what answers takes
   want 'text/html; charset=utf-8' "$(policy_of "$WORK/page" "$1")"
-  [ "$1" = report ] || ! grep -qi '<script' "$WORK/page" || fail "$3: a script"
+  [ "$1" != answer ] || ! grep -qi '<script' "$WORK/page" || fail "$3: a script"
   shift
   answers "$@"
 }
@@ -64,13 +64,20 @@ ask --data "$account-&date=03052000,03112000" "$cgi"
 modern_answers answer 403 'a wrong password'
 ask --data "$report&date=03052000,03042000" "$cgi"
 modern_answers answer 400 'days the wrong way round'
+ask -X PUT --data "$report" "$cgi"
+modern_answers answer 405 'PUT' 'Allow: GET, HEAD, POST'
+page_has 'PUT' '<h1>Orvellis Error #1: '
 ask "$cgi"
-modern_answers answer 405 'GET' 'Allow: POST'
-page_has 'GET' '<h1>Orvellis Error #1: '
+modern_answers form 200 'GET'
+page_has 'GET' '<h1>Report Request Form</h1>'
 ask -I "$cgi"  # the headers of the GET before
-answers 405 'HEAD' 'Allow: POST'
+answers 200 'HEAD'
 ask "$cgi?remotedebug"
-modern_answers answer 405 'remote debugging' 'Allow: POST'
+modern_answers form 200 'remote debugging'
+ask "$cgi?username=$SERVER&days=7d"
+modern_answers form 200 'the address of a report'
+ask "$cgi?$account&days=7d"
+modern_answers answer 400 'a password in an address'
 for page in about credits; do
   ask "$cgi?$page"
   modern_answers answer 200 "the modern page $page"

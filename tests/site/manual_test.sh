@@ -2,7 +2,7 @@
 # The manual says what the program does: its samples are read, its examples run,
 # and every key and parameter stands in it.
 #
-#   manual_test.sh PROGRAM SOURCE_FOLDER
+#   manual_test.sh PROGRAM SOURCE_FOLDER REQUEST_FORM
 #
 # Samples are the fenced blocks of docs/*.md:
 #   ```log N [expect=TEXT] [PARAMETER=VALUE]...   a log of which N requests are
@@ -13,6 +13,7 @@
 set -u
 program=$1
 source_dir=$2
+form=$3
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 failures=0
@@ -124,17 +125,23 @@ for status in $statuses; do
   sed -n '/^\.Sh EXIT STATUS/,/^\.Sh EXAMPLES/p' "$source_dir/man/orvellis.1" | grep -qx "\.It $status" || fail "orvellis.1: no status $status"
 done
 
-# The request form sends nothing but what a form of every edition may set, and all of that.
-taken=$(grep -E 'kTaken(, kGoOn)?\},$' "$source_dir/src/cgi/parameters.cpp" | grep -oE '^    \{"[A-Za-z_]+",' | tr -d ' {",' | sort -u)
-[ "$(echo "$taken" | wc -l)" -ge 40 ] || fail "the parameters that a form may set were not found"
-fields=$(grep -oE ' name="[^"]*"' "$source_dir/site/index.html" | cut -d'"' -f2 | grep -v '^viewport$' | sort -u)
-[ "$(echo "$fields" | wc -l)" -ge 40 ] || fail "the fields of the form were not found"
-for field in $fields; do
-  echo "$taken" | grep -qx "$field" || fail "the form sends $field, which not every edition takes from it"
-done
-for parameter in $(echo "$taken" | grep -vxE 'date|search_casesensitive|output|section'); do
-  echo "$fields" | grep -qx "$parameter" || fail "the form does not offer $parameter"
-done
+# The request forms send nothing but what a form may set, and all of that: each edition has its own.
+offers() { # FORM, PARAMETERS, and those that it does without
+  fields=$(grep -oE ' name="[^"]*"' "$1" | cut -d'"' -f2 | grep -vxE 'viewport|referrer|robots|color-scheme' | sort -u)
+  [ "$(echo "$fields" | wc -l)" -ge 40 ] || fail "the fields of $1 were not found"
+  for field in $fields; do
+    echo "$2" | grep -qx "$field" || fail "$1 sends $field, which is not taken from it"
+  done
+  for parameter in $(echo "$2" | grep -vxE "$3"); do
+    echo "$fields" | grep -qx "$parameter" || fail "$1 does not offer $parameter"
+  done
+}
+names_of() { grep -oE '^    \{"[A-Za-z_]+",' | tr -d ' {",' | sort -u; }
+taken=$(grep -E 'kTaken(, kGoOn)?(, kStop, kLater)?\},$' "$source_dir/src/cgi/parameters.cpp" | names_of)
+classic=$(grep -E 'kTaken(, kGoOn)?\},$' "$source_dir/src/cgi/parameters.cpp" | names_of)
+[ "$(echo "$classic" | wc -l)" -ge 40 ] || fail "the parameters that a form may set were not found"
+offers "$form" "$taken" 'date|s[mdy]|e[mdy]|search_casesensitive'
+offers "$source_dir/site/classic.html" "$classic" 'date|search_casesensitive'
 
 # The manual pages are well-formed, as far as the tool to tell is here.
 if command -v mandoc >/dev/null; then

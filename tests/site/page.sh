@@ -10,8 +10,14 @@ hash_of() { # PAGE, ELEMENT
 }
 
 # The policy that a web server is to send with a page, whose style and script are
-# counted here once more. Only a report runs a script.
-policy_of() { # PAGE, report|answer
+# counted here once more. Of what the program answers, a report and the form run a script,
+# and the form alone is sent.
+policy_of() { # PAGE, report|answer|form
+  if [ "$2" = form ]; then
+    printf '%s' "frame-ancestors 'none'; default-src 'none'; style-src 'sha256-$(hash_of "$1" style)';\
+ script-src 'sha256-$(hash_of "$1" script)'; base-uri 'none'; form-action 'self'"
+    return
+  fi
   scripts='' script=''
   if [ "$2" = report ]; then
     scripts='allow-scripts ' script="script-src 'sha256-$(hash_of "$1" script)'; "

@@ -641,3 +641,48 @@ TEST_F(LogFilesTest, ResetForgetsEverything) {
 }
 
 }  // namespace
+
+// ---- What the logs hold ----
+
+TEST_F(LogFilesTest, TimesHeldAreThoseOfAllLogs) {
+  Write("a1.log", Line(5) + Line(6));
+  Write("a2.log", Line(2, 2) + Line(3));
+  Write("a3.log", "no log\n");
+  Init(20, 30);
+  time_t first = 0;
+  time_t last = 0;
+  for (int again = 0; again < 2; ++again) {
+    EXPECT_TRUE(SuperLog_TimesHeld(first, last));
+    EXPECT_EQ(first, March(2));
+    EXPECT_EQ(last, March(6));
+    EXPECT_EQ(OpenedDays(), Days{});
+  }
+}
+
+TEST_F(LogFilesTest, TimesHeldAreInOrderWhateverTheLinesAre) {
+  Write("a.log", Line(6) + Line(5));
+  Init();
+  time_t first = 0;
+  time_t last = 0;
+  EXPECT_TRUE(SuperLog_TimesHeld(first, last));
+  EXPECT_EQ(first, March(5));
+  EXPECT_EQ(last, March(6));
+}
+
+TEST_F(LogFilesTest, WithoutADatedLogNoTimesAreHeld) {
+  Write("a.log", "no log\n");
+  Init();
+  time_t first = 1;
+  time_t last = 2;
+  EXPECT_FALSE(SuperLog_TimesHeld(first, last));
+  EXPECT_EQ(first, 1);
+  EXPECT_EQ(last, 2);
+}
+
+TEST_F(LogFilesTest, AnotherRangeIsTakenBeforeTheFirstLog) {
+  Write("a1.log", Line(5));
+  Write("a2.log", Line(9));
+  Init(20, 30);
+  SuperLog_SetRange(March(8), March(10));
+  EXPECT_EQ(OpenedDays(), Days{9});
+}

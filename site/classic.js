@@ -1,4 +1,4 @@
-// Calendars and shortcuts for the request form. The form works without it.
+// Calendars and shortcuts for the request form of the classic edition. The form works without it.
 'use strict';
 (() => {
   const form = document.querySelector('form');
