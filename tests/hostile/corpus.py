@@ -75,6 +75,12 @@ def last_field(text):
     return text[:LONGEST]
 
 
+def path_of(url):
+    """Servers of old Macintoshes divide folders by colons."""
+    path, mark, query = url.partition(b"?")
+    return path.replace(b":", b"/") + mark + query if url.startswith(b":") else url
+
+
 def quoted_field(text):
     return text.split(b'"')[0][:LONGEST]
 
@@ -171,7 +177,7 @@ def combined(request, status=200, referrer=b"-", agent=b"-", host=b"192.0.2.66")
 def write_urls(attacks, expected):
     log = between_tabs("url.log", "REFERER", "URL")
     for attack in filter(lambda attack: can_stand_raw(attack.text), attacks):
-        url = last_field(attack.text)
+        url = path_of(last_field(attack.text))
         if url not in (b"", b"-"):
             log.add(times(attack), tabbed(200, b"-", attack.text))
             expected.record(times(attack), url)
@@ -200,7 +206,7 @@ def write_agents(attacks, expected):
     """As IIS writes them, which encodes them: of these none is cut at a quote or a line end."""
     log = Log("agent.log", b"#Software: Microsoft Internet Information Server 4.0\n#Fields: date time cs-uri-stem cs(User-Agent)\n")
     for attack in attacks:
-        text = re.sub(rb"[^-!#$&-*,./:-~]", lambda byte: b"%%%02X" % byte.group()[0], attack.text).replace(b"%20", b"+")
+        text = re.sub(rb"[^-!#$&()*,./0-9:-Z\\-~]", lambda byte: b"%%%02X" % byte.group()[0], attack.text).replace(b"%20", b"+")
         text = b"%25" if text == b"%" else text
         log.add(times(attack), DAY.encode() + b" @MOMENT@ /agent " + text)
         expected.record(times(attack), b"/agent", agent=None if text == b"-" else decoded(text[:LONGEST]))
