@@ -27,15 +27,20 @@ def table(source, name):
     return [(int(a, 16), int(b, 16)) for a, b in re.findall(r"\{0x(\w+), 0x(\w+)\}", body)]
 
 
-ranges = table(open(sys.argv[1] + "/src/output/characters.cpp").read(), "kInvisible")
-assert ranges and all(first <= last for first, last in ranges)
-assert all(a[1] < b[0] for a, b in zip(ranges, ranges[1:])), "not in order"
-hidden = {code for first, last in ranges for code in range(first, last + 1)}
-# Where nothing is assigned yet, Unicode has set places apart that are never to be seen.
-unassigned = {code for code in hidden if unicodedata.category(chr(code)) == "Cn"}
-missing = sorted(code for code in range(0x110000) if is_invisible(code) and code not in hidden)
-wrong = sorted(code for code in hidden if not is_invisible(code) and code not in unassigned)
-for title, codes in (("missing", missing), ("wrong", wrong)):
-    if codes:
-        print(title, " ".join(f"U+{code:04X}" for code in codes[:40]), "..." if len(codes) > 40 else "")
-sys.exit(bool(missing or wrong))
+def main():
+    ranges = table(open(sys.argv[1] + "/src/output/characters.cpp").read(), "kInvisible")
+    assert ranges and all(first <= last for first, last in ranges)
+    assert all(a[1] < b[0] for a, b in zip(ranges, ranges[1:])), "not in order"
+    hidden = {code for first, last in ranges for code in range(first, last + 1)}
+    # Where nothing is assigned yet, Unicode has set places apart that are never to be seen.
+    unassigned = {code for code in hidden if unicodedata.category(chr(code)) == "Cn"}
+    missing = sorted(code for code in range(0x110000) if is_invisible(code) and code not in hidden)
+    wrong = sorted(code for code in hidden if not is_invisible(code) and code not in unassigned)
+    for title, codes in (("missing", missing), ("wrong", wrong)):
+        if codes:
+            print(title, " ".join(f"U+{code:04X}" for code in codes[:40]), "..." if len(codes) > 40 else "")
+    return bool(missing or wrong)
+
+
+if __name__ == "__main__":
+    sys.exit(main())
