@@ -22,7 +22,7 @@ dictionaries_of() {
     form | parameter) echo parameters months ;;
     config_file) echo parameters configuration ;;
     search_engine | search_referrer) echo configuration urls ;;
-    log_line | header_lines) echo formats months urls ;;
+    log_line | header_lines | outputs) echo formats months urls ;;
     date_parsers | date_guess) echo months ;;
     normalise) echo urls ;;
     wildcard) echo wildcards ;;
@@ -32,7 +32,7 @@ dictionaries_of() {
 
 longest_of() {
   case $1 in
-    line_reader | whole_run) echo 8192 ;;
+    line_reader | whole_run | outputs) echo 8192 ;;
     log_line | date_guess | form | summary_file | config_file | names_file) echo 4096 ;;
     *) echo 1024 ;;
   esac

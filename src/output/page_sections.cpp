@@ -135,7 +135,6 @@ static Shown CountPhrases(EngineRow engine, int64_t most) {
       break;
     }
     ++shown.rows;
-    shown.count += row.count;
   }
   return shown;
 }

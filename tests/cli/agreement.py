@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Asks for each end-to-end case in the modern edition as JSON, CSV and text and compares
-what they say, row by row; and with the classic page of the same case, wherever both
-editions count alike.
+"""Asks for each end-to-end case in the modern edition as JSON, CSV, text and page and
+compares what they say, row by row; and with the classic page of the same case, wherever
+both editions count alike.
 
     agreement.py PROGRAM PROJECT [CASE...]
 
@@ -23,6 +23,9 @@ import tempfile
 import unicodedata
 
 import jsonschema
+
+sys.dont_write_bytecode = True
+import modern_page  # pylint: disable=wrong-import-position
 
 PROGRAM = str(pathlib.Path(sys.argv[1]).resolve())
 PROJECT = pathlib.Path(sys.argv[2]).resolve()
@@ -339,16 +342,19 @@ def check(case):
     assert (status, out) == asked(files, b"modern", [b"output=json"])
     csv_out = asked(files, b"modern", [b"output=csv"])
     text_out = asked(files, b"modern", [b"output=text"])
-    assert csv_out[0] == text_out[0] == status == 0
+    page_out = asked(files, b"modern", [b"output=modern"])
+    assert csv_out[0] == text_out[0] == page_out[0] == status == 0
     if "error" in report:
         line = body_of(files, csv_out[1]).decode()
         assert line == body_of(files, text_out[1]).decode()
         error = report["error"]
         assert line == f"Orvellis error {error['code']}: {error['title']}. {error['text']}\n", line
+        modern_page.compare_refusal(error, body_of(files, page_out[1]))
         return "refused"
     assert report["created"] == "2000-04-01T00:00:00+00:00" or "TZ" in files.get("env", b"").decode(), report["created"]
     compare_csv(report, body_of(files, csv_out[1]), guarded)
     compare_text(report, body_of(files, text_out[1]), 10 if "form" in files else 20)
+    modern_page.compare(report, body_of(files, page_out[1]), raw_item, shown)
     if "form" in files:
         return "compared"
     compare_csv(report, asked(files, b"modern", [b"output=csv", b"csv_formulas=1"])[1], shown)

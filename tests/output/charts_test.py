@@ -96,6 +96,27 @@ def is_whole(period, bar):
     return True
 
 
+# ---- The axis by the calendar ----
+
+LABELLINGS = [("day", 1, "month"), ("week", 1, "month"), ("month", 1, "year"), ("month", 3, "year"), ("month", 6, "year"),
+              *(("year", every, None) for every in (1, 2, 5, 10, 20, 50, 100, 200, 500, 1000))]
+NUMBERS = {"day": lambda d: d.toordinal(), "week": lambda d: (d.toordinal() - datetime.date(1, 1, 1).toordinal()) // 7,
+           "month": lambda d: 12 * d.year + d.month - 1, "year": lambda d: d.year}
+MONTHS = "Jan Feb Mar Apr May Jun Jul Aug Sep Oct Nov Dec".split()
+NAMES = {"day": lambda d: str(d.day), "week": lambda d: str(d.day), "month": lambda d: MONTHS[d.month - 1],
+         "year": lambda d: str(d.year), "month and year": lambda d: f"{MONTHS[d.month - 1]} {d.year}"}
+
+
+def begins(unit, every, bar):
+    """Whether such a unit begins within a bar. The first day of Python's calendar was a Monday."""
+    before, number = NUMBERS[unit](bar["first"] - datetime.timedelta(1)), NUMBERS[unit](bar["last"])
+    return before // every != number // every
+
+
+def bar_at(label, bars):
+    return int(float(label.get("x").removesuffix("%")) / 100 * len(bars))
+
+
 class ChartsTest(unittest.TestCase):
     def check_heights(self, chart):
         """Bars stand on the line and are as high as their counts say, by the figures beside the lines."""
@@ -153,16 +174,28 @@ class ChartsTest(unittest.TestCase):
         self.check_places(chart)
 
     def check_axis(self, chart, bars):
-        """Each year that begins within the range is written, and no label twice at one place."""
-        words = " ".join(texts(chart.svg, "axis"))
+        """Labels by the calendar, as many as fit: which unit begins within which bar."""
+        for unit, every, below in LABELLINGS:
+            begun = [i for i, bar in enumerate(bars) if begins(unit, every, bar)]
+            if len(begun) <= 14:
+                break
         labels = chart.svg.findall("g[@class='axis']/text")
-        self.assertLessEqual(len([x for x in labels if not x.get("class") or "wide" in classes(x)]), 14)
-        self.assertLessEqual(len([x for x in labels if not x.get("class")]), 7)
-        if len(bars) > 1 and (bars[-1]["last"] - bars[0]["first"]).days < 2000:
-            for bar in bars[1:]:
-                if (bar["first"] - datetime.timedelta(1)).year != bar["last"].year:
-                    self.assertIn(str(bar["last"].year), words)
-        self.assertTrue(not bars or labels)
+        upper = [x for x in labels if classes(x) in ([], ["wide"])]
+        self.assertEqual([bar_at(x, bars) for x in upper], begun)
+        self.assertEqual([x.text for x in upper], [NAMES[unit](bars[i]["last"]) for i in begun])
+        self.assertLessEqual(len([x for x in upper if not classes(x)]), 7)
+        self.assertTrue(len(begun) > 7 or not any(classes(x) for x in upper))
+        lower = [x for x in labels if x not in upper]
+        if below is None:
+            self.assertEqual(lower, [])
+            return
+        begun = [i for i in range(1, len(bars)) if begins(below, 1, bars[i])]
+        name = "month and year" if below == "month" else "year"
+        wanted = [NAMES[name](bars[i]["last"]) for i in begun]
+        first = [] if len(lower) == len(begun) else [NAMES[name](bars[0]["last"])]
+        self.assertEqual([x.text for x in lower], first + wanted)
+        if begun:  # it is left out only where it would reach the next one
+            self.assertEqual(bool(first), begun[0] * 100 >= len(bars) * {"month": 18, "year": 13}[below])
 
     def check_days(self, first, counts):
         with self.subTest(first=first, days=len(counts)):
