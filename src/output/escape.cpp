@@ -181,27 +181,39 @@ bool IsWebAddress(std::string_view address) {
   return false;
 }
 
-// What RFC 3986 lets stand in an address, but for what an attribute must not hold.
-static consteval PlainBytes AddressBytes() {
+static consteval PlainBytes LettersDigitsAnd(std::string_view others) {
   PlainBytes plain{};
-  for (const char c : std::string_view("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789"
-                                       "-._~:/?#[]@!$()*+,;=%")) {
+  for (const char c : std::string_view("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789")) {
+    plain[static_cast<uint8_t>(c)] = true;
+  }
+  for (const char c : others) {
     plain[static_cast<uint8_t>(c)] = true;
   }
   return plain;
 }
 
+// What RFC 3986 lets stand in an address, but for what an attribute must not hold, and what
+// stands for nothing but itself anywhere in one.
+static constexpr PlainBytes kPlainAddress = LettersDigitsAnd("-._~:/?#[]@!$()*+,;=%");
+static constexpr PlainBytes kPlainAddressPart = LettersDigitsAnd("-._~");
+
+static void PutPercent(Sink& sink, uint8_t byte) {
+  const char encoded[] = {'%', kHexDigits[byte >> 4], kHexDigits[byte & 0xf]};
+  PutChecked(sink, {encoded, sizeof encoded});
+}
+
 // "&" may stand in an address, and is written as the place demands.
 static void PutEncoded(Sink& sink, std::string_view text, std::string_view ampersand) {
-  static constexpr PlainBytes kPlainAddress = AddressBytes();
   while (!text.empty()) {
     const size_t length = PlainLength(text, kPlainAddress);
     PutChecked(sink, text.substr(0, length));
     text.remove_prefix(length);
     if (!text.empty()) {
-      const auto byte = static_cast<uint8_t>(text[0]);
-      const char encoded[] = {'%', kHexDigits[byte >> 4], kHexDigits[byte & 0xf]};
-      PutChecked(sink, byte == '&' ? ampersand : std::string_view(encoded, sizeof encoded));
+      if (text[0] == '&') {
+        PutChecked(sink, ampersand);
+      } else {
+        PutPercent(sink, static_cast<uint8_t>(text[0]));
+      }
       text.remove_prefix(1);
     }
   }
@@ -210,6 +222,17 @@ static void PutEncoded(Sink& sink, std::string_view text, std::string_view amper
 void PutAddress(Sink& sink, std::string_view site, std::string_view path) {
   PutEncoded(sink, site, "&amp;");
   PutEncoded(sink, path, "&amp;");
+}
+
+void PutAddressPart(Sink& sink, std::string_view name) {
+  for (const char& c : name) {
+    const auto byte = static_cast<uint8_t>(c);
+    if (kPlainAddressPart[byte]) {
+      PutChecked(sink, {&c, 1});
+    } else {
+      PutPercent(sink, byte);
+    }
+  }
 }
 
 void PutJsonAddress(Sink& sink, std::string_view site, std::string_view path) {

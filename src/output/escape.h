@@ -37,7 +37,11 @@ bool IsWebAddress(std::string_view address);
 // text says. The whole must be a web address.
 void PutAddress(Sink& sink, std::string_view site, std::string_view path);
 
-// The same as a part of a JSON string.
+// The name of a file as a part of a relative address in an HTML attribute: all but letters,
+// digits and "-._~" is written as percent and two digits, so that it is no scheme and no path.
+void PutAddressPart(Sink& sink, std::string_view name);
+
+// The same as PutAddress as a part of a JSON string.
 void PutJsonAddress(Sink& sink, std::string_view site, std::string_view path);
 
 // A JSON string with its quotes (RFC 8259), of valid UTF-8, or a part of one. Bytes that
