@@ -53,6 +53,21 @@ TEST(Attribute, HoldsNoMarkupAtAll) {
   EXPECT_EQ(Attribute("\"><script>\x01"), "&quot;&gt;&lt;script&gt;\\x01");
 }
 
+TEST(AddressPart, IsNoSchemeAndNoPath) {
+  const auto part = [](std::string_view name) {
+    return Written([&](Sink& sink) { PutAddressPart(sink, name); });
+  };
+  EXPECT_EQ(part("2026-11-21_a~b.html"), "2026-11-21_a~b.html");
+  EXPECT_EQ(part("javascript:x"), "javascript%3Ax");
+  EXPECT_EQ(part("//evil/%2e?a&b=c#d"), "%2F%2Fevil%2F%252e%3Fa%26b%3Dc%23d");
+  EXPECT_EQ(part("\"'<>\n \x7F\xFF"), "%22%27%3C%3E%0A%20%7F%FF");
+  for (int byte = 1; byte < 256; ++byte) {
+    const char c = static_cast<char>(byte);
+    const bool plain = isalnum(byte) != 0 || "-._~"sv.find(c) != std::string_view::npos;
+    EXPECT_EQ(part({&c, 1}).size(), plain ? 1U : 3U) << byte;
+  }
+}
+
 TEST(WebAddress, HasAHostBehindItsScheme) {
   for (const std::string_view address : {"http://a", "HTTPS://example.com/x", "https://[::1]/"}) {
     EXPECT_TRUE(IsWebAddress(address)) << address;
