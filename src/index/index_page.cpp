@@ -76,9 +76,17 @@ static std::string_view NameOf(const SiteGroup& site) {
   return HasAddress(site) ? site.newest().summary.site : std::string_view("Web site");
 }
 
+// Characters of a name that headings and links show.
+static constexpr size_t kShownOfName = 90;
+
 static void PutName(Sink& sink, std::string_view name) {
+  const Shortened shortened = WithoutMiddle(name, kShownOfName);
   Put(sink, "<bdi>");
-  PutHtml(sink, name);
+  PutHtml(sink, shortened.begin);
+  if (!shortened.end.empty()) {
+    Put(sink, "\u2026");
+    PutHtml(sink, shortened.end);
+  }
   Put(sink, "</bdi>");
 }
 
@@ -140,7 +148,7 @@ static void PutGap(Sink& sink, const FoundReport& newer, const FoundReport& olde
   const int64_t first = older.summary.last_day + 1;
   const int64_t last = newer.summary.first_day - 1;
   if (first <= last) {
-    Put(sink, "<tr><td class=\"gap\" colspan=\"4\">No report: ");
+    Put(sink, "<tr><td class=\"gap\" colspan=\"4\">No daily report: ");
     PutDates(sink, first, last);
     Put(sink, "</td></tr>\n");
   }
@@ -192,13 +200,26 @@ static void PutMonths(Sink& sink, const SiteGroup& site, std::span<const FoundRe
   const FoundReport* newer = nullptr;
   while (!rest.empty()) {
     const MonthGroup month = TakeMonth(rest);
-    Put(sink, open ? Literal("<details class=\"fold\" open>") : Literal("<details class=\"fold\">"));
+    Put(sink,
+        open ? Literal("<details class=\"fold month\" open>") : Literal("<details class=\"fold month\">"));
     Put(sink, "<summary>");
     PutMonthWords(sink, month, site.one_title);
     Put(sink, "</summary>\n");
     PutRows(sink, month, site.one_title, newer);
     Put(sink, "</details>\n");
     open = false;
+  }
+}
+
+// What came on each of the last days.
+static void PutTrend(Sink& sink, const SiteGroup& site) {
+  const std::vector<int64_t> days = RecentDays(site);
+  if (!days.empty()) {
+    Put(sink, "<p class=\"words\">Requests of the last ");
+    PutCounted(sink, static_cast<int64_t>(days.size()), "day", "days");
+    Put(sink, ": ");
+    DrawSpark(sink, days);
+    Put(sink, "</p>\n");
   }
 }
 
@@ -231,6 +252,7 @@ static void PutSite(Sink& sink, const SiteGroup& site, size_t number, const Show
   PutName(sink, NameOf(site));
   Put(sink, "</h2>\n");
   PutSiteWords(sink, site);
+  PutTrend(sink, site);
   PutMonths(sink, site, site.reports.first(rows), shown.sites <= kMostOpen);
   if (rows < site.reports.size()) {
     Put(sink, "<p class=\"words\">");

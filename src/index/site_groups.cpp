@@ -46,6 +46,38 @@ std::vector<SiteGroup> GroupBySite(std::vector<FoundReport>& reports) {
   return groups;
 }
 
+// ---- Days -------------------------------------------------------------------------------
+
+// Of two reports of the same day, the first counts.
+static std::vector<const FoundReport*> DailyReports(std::span<const FoundReport> reports) {
+  std::vector<const FoundReport*> daily;
+  for (const FoundReport& report : reports) {
+    if (IsOneDay(report) && (daily.empty() || !AreSameDays(report, *daily.back()))) {
+      daily.push_back(&report);
+    }
+  }
+  return daily;
+}
+
+std::vector<int64_t> RecentDays(const SiteGroup& site) {
+  std::vector<const FoundReport*> daily;
+  if (site.one_title) {
+    daily = DailyReports(site.reports);
+  }
+  std::erase_if(daily, [newest = daily.empty() ? 0 : daily[0]->summary.last_day](const FoundReport* report) {
+    return newest - report->summary.last_day >= kMostRecentDays;
+  });
+  if (daily.size() < kFewestRecentDays) {
+    return {};
+  }
+  const int64_t oldest = daily.back()->summary.last_day;
+  std::vector<int64_t> days(static_cast<size_t>(daily[0]->summary.last_day - oldest + 1), 0);
+  for (const FoundReport* report : daily) {
+    days[static_cast<size_t>(report->summary.last_day - oldest)] = report->summary.requests;
+  }
+  return days;
+}
+
 // ---- Months -----------------------------------------------------------------------------
 
 static bool AreOfOneMonth(const FoundReport& a, const FoundReport& b) {
@@ -63,15 +95,10 @@ static int64_t Sum(int64_t a, int64_t b) {
 MonthGroup TakeMonth(std::span<const FoundReport>& rest) {
   MonthGroup month{rest.first(CountLikeFirst(rest, AreOfOneMonth)), 0, 0, 0};
   rest = rest.subspan(month.reports.size());
-  const FoundReport* previous = nullptr;
-  for (const FoundReport& report : month.reports) {
-    if (!IsOneDay(report) || (previous != nullptr && AreSameDays(report, *previous))) {
-      continue;
-    }
-    previous = &report;
+  for (const FoundReport* report : DailyReports(month.reports)) {
     ++month.days;
-    month.requests = Sum(month.requests, report.summary.requests);
-    month.bytes = Sum(month.bytes, report.summary.bytes);
+    month.requests = Sum(month.requests, report->summary.requests);
+    month.bytes = Sum(month.bytes, report->summary.bytes);
   }
   return month;
 }

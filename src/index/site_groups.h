@@ -19,6 +19,13 @@ struct SiteGroup {
 // Sorts the reports and groups them; groups stand by the names of folders and by address.
 std::vector<SiteGroup> GroupBySite(std::vector<FoundReport>& reports);
 
+// The requests of the last days, the newest last, by the reports over a single day; 0 where
+// there is none. At most kMostRecentDays of them; none where titles differ, and where there
+// are reports of fewer than kFewestRecentDays of these days.
+inline constexpr int64_t kMostRecentDays = 60;
+inline constexpr int64_t kFewestRecentDays = 5;
+std::vector<int64_t> RecentDays(const SiteGroup& site);
+
 // The reports whose last days lie in one month, and what those over a single day sum up
 // to, each day taken once. Sums end at the largest number.
 struct MonthGroup {

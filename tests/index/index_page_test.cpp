@@ -50,9 +50,29 @@ TEST(IndexPage, MissingDaysAreTold) {
   const std::string page =
       PageOver({Made("", "a.html", kDay, kDay), Made("", "b.html", kDay - 1, kDay - 1),
                 Made("", "c.html", kDay - 4, kDay - 4), Made("", "d.html", kDay - 6, kDay - 6)});
-  EXPECT_EQ(CountOf(page, "No report: "), 2U);
-  EXPECT_THAT(page, HasSubstr("No report: <time>2026-11-18</time> to <time>2026-11-19</time></td>"));
-  EXPECT_THAT(page, HasSubstr("No report: <time>2026-11-16</time></td>"));
+  EXPECT_EQ(CountOf(page, "No daily report: "), 2U);
+  EXPECT_THAT(page, HasSubstr("No daily report: <time>2026-11-18</time> to <time>2026-11-19</time></td>"));
+  EXPECT_THAT(page, HasSubstr("No daily report: <time>2026-11-16</time></td>"));
+}
+
+TEST(IndexPage, LastDaysAreDrawn) {
+  std::vector<FoundReport> reports;
+  for (int64_t i = 0; i < 5; ++i) {
+    reports.push_back(Made("", std::to_string(i) + ".html", kDay - 2 * i, kDay - 2 * i, 5 - i));
+    reports.back().summary.spark.clear();
+  }
+  EXPECT_THAT(
+      PageOver(reports),
+      HasSubstr("<p class=\"words\">Requests of the last 9 days: <svg class=\"spark\" aria-hidden=\"true\" "
+                "viewBox=\"0 0 9 20\" preserveAspectRatio=\"none\">"
+                "<path d=\"M0 20V16h1V20h1V12h1V20h1V8h1V20h1V4h1V20h1V0h1V20z\"/></svg></p>"));
+}
+
+TEST(IndexPage, LongNamesLoseTheirMiddle) {
+  std::vector<FoundReport> reports{Made("", "a.html", kDay, kDay)};
+  reports[0].summary.title = std::string(100, 'a') + std::string(100, 'b');
+  EXPECT_THAT(PageOver(reports),
+              HasSubstr("<bdi>" + std::string(60, 'a') + "\u2026" + std::string(30, 'b') + "</bdi>"));
 }
 
 TEST(IndexPage, SitesHaveContents) {
@@ -77,7 +97,7 @@ TEST(IndexPage, TitlesThatDifferStandInTheRowsAndNothingIsSummedUp) {
   EXPECT_THAT(page, HasSubstr("<br><small><bdi>Shop</bdi></small>"));
   EXPECT_THAT(page, HasSubstr("<br><small><bdi>Shop, pages only</bdi></small>"));
   EXPECT_THAT(page, HasSubstr("November 2026 <small>2 reports</small>"));
-  EXPECT_THAT(page, Not(HasSubstr("No report: ")));
+  EXPECT_THAT(page, Not(HasSubstr("No daily report: ")));
 }
 
 TEST(IndexPage, ReportsOfTheSameDaysAreToldApartByTheirFiles) {
@@ -133,5 +153,5 @@ TEST(IndexPage, ManySitesAreLimited) {
   const std::string page = PageOver(reports);
   EXPECT_EQ(CountOf(page, "<section "), kMostSites);
   EXPECT_THAT(page, HasSubstr("<li>1,500 more sites are left out.</li>"));
-  EXPECT_THAT(page, Not(HasSubstr("<details class=\"fold\" open>")));
+  EXPECT_THAT(page, Not(HasSubstr("<details class=\"fold month\" open>")));
 }

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <limits>
+#include <numeric>
 
 #include "index/made_reports.h"
 
@@ -43,6 +44,36 @@ TEST(GroupBySite, GroupsByFolderAndAddress) {
 TEST(GroupBySite, NoReportsAreNoGroups) {
   std::vector<FoundReport> none;
   EXPECT_TRUE(GroupBySite(none).empty());
+}
+
+static std::vector<int64_t> DaysOf(std::vector<FoundReport> reports) {
+  return RecentDays(GroupBySite(reports)[0]);
+}
+
+TEST(RecentDays, AreThoseOfTheLastTwoMonths) {
+  std::vector<FoundReport> reports{Made("", "week", kDay - 6, kDay, 1000), Made("", "twin", kDay, kDay, 99)};
+  for (const int64_t day : {0, 1, 3, 4}) {
+    reports.push_back(Made("", "a" + std::to_string(day), kDay - day, kDay - day, day + 1));
+  }
+  EXPECT_TRUE(DaysOf(reports).empty());
+  reports.push_back(Made("", "b", kDay - 60, kDay - 60, 7));
+  EXPECT_TRUE(DaysOf(reports).empty());
+  reports.push_back(Made("", "c", kDay - 59, kDay - 59, 8));
+  const std::vector<int64_t> days = DaysOf(reports);
+  ASSERT_EQ(days.size(), 60U);
+  EXPECT_EQ(days[0], 8);
+  EXPECT_EQ(std::accumulate(days.begin() + 1, days.begin() + 55, int64_t{0}), 0);
+  EXPECT_THAT(std::vector<int64_t>(days.begin() + 55, days.end()), ElementsAre(5, 4, 0, 2, 1));
+}
+
+TEST(RecentDays, AreOfOneTitleOnly) {
+  std::vector<FoundReport> reports;
+  for (int64_t i = 0; i < 10; ++i) {
+    reports.push_back(Made("", std::to_string(i), kDay - i, kDay - i));
+  }
+  EXPECT_EQ(DaysOf(reports).size(), 10U);
+  reports[3].summary.title = "Another";
+  EXPECT_TRUE(DaysOf(reports).empty());
 }
 
 TEST(TakeMonth, SumsUpEachDayOnce) {
