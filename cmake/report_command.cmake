@@ -2,6 +2,7 @@
 include(GNUInstallDirs)
 install(PROGRAMS bin/orvellis-report DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(PROGRAMS bin/orvellis-init-site DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/orvellis)
+install(TARGETS orvellis-index RUNTIME DESTINATION ${CMAKE_INSTALL_LIBEXECDIR}/orvellis)
 install(FILES man/orvellis-report.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES completions/orvellis-report.bash RENAME orvellis-report
         DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)

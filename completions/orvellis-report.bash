@@ -31,12 +31,15 @@ _orvellis_report() {
   if [[ $option == = ]]; then option=${COMP_WORDS[COMP_CWORD - 2]}; fi
   if [[ $option == --reports ]]; then
     _orvellis_report_sections "$word"
+  elif [[ $option == --index ]]; then
+    compopt -o filenames
+    mapfile -t COMPREPLY < <(compgen -d -- "$word")
   elif values=$(_orvellis_report_values "$option"); then
     mapfile -t COMPREPLY < <(compgen -W "$values" -- "$word")
   elif [[ ${COMP_WORDS[1]} == --init-site && $COMP_CWORD -gt 1 ]]; then
     mapfile -t COMPREPLY < <(compgen -W '--server --account --logs --url --site --write --remove -h --help' -- "$word")
   elif [[ $word == -* ]]; then
-    mapfile -t COMPREPLY < <(compgen -W '-o --output --json --csv --text --from --to --path --match --exclude-hosts --exclude-types --top
+    mapfile -t COMPREPLY < <(compgen -W '-o --output --index --json --csv --text --from --to --path --match --exclude-hosts --exclude-types --top
       --min --reports --title --url --log-format --date-format --gmt --dns --search-engines --memory --classic --no-script --theme
       --plain --open --quiet --keep-config --init-site -h --help --version' -- "$word")
   else

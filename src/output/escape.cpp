@@ -181,27 +181,33 @@ bool IsWebAddress(std::string_view address) {
   return false;
 }
 
-// What RFC 3986 lets stand in an address, but for what an attribute must not hold.
-static consteval PlainBytes AddressBytes() {
+static consteval PlainBytes LettersDigitsAnd(std::string_view others) {
   PlainBytes plain{};
-  for (const char c : std::string_view("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789"
-                                       "-._~:/?#[]@!$()*+,;=%")) {
+  for (const char c : std::string_view("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789")) {
+    plain[static_cast<uint8_t>(c)] = true;
+  }
+  for (const char c : others) {
     plain[static_cast<uint8_t>(c)] = true;
   }
   return plain;
 }
 
+// What RFC 3986 lets stand in an address, but for what an attribute must not hold, and what
+// stands for nothing but itself anywhere in one.
+static constexpr PlainBytes kPlainAddress = LettersDigitsAnd("-._~:/?#[]@!$()*+,;=%");
+static constexpr PlainBytes kPlainAddressPart = LettersDigitsAnd("-._~");
+
 static void PutPercent(Sink& sink, char c) {
   const auto byte = static_cast<uint8_t>(c);
   const char encoded[] = {'%', kHexDigits[byte >> 4], kHexDigits[byte & 0xf]};
-  PutChecked(sink, std::string_view(encoded, sizeof encoded));
+  PutChecked(sink, {encoded, sizeof encoded});
 }
 
-// "&" may stand in an address, and is written as the place demands.
-static void PutEncoded(Sink& sink, std::string_view text, std::string_view ampersand) {
-  static constexpr PlainBytes kPlainAddress = AddressBytes();
+// "&" is written as the place demands.
+static void PutEncoded(Sink& sink, std::string_view text, const PlainBytes& plain,
+                       std::string_view ampersand) {
   while (!text.empty()) {
-    const size_t length = PlainLength(text, kPlainAddress);
+    const size_t length = PlainLength(text, plain);
     PutChecked(sink, text.substr(0, length));
     text.remove_prefix(length);
     if (!text.empty()) {
@@ -215,36 +221,18 @@ static void PutEncoded(Sink& sink, std::string_view text, std::string_view amper
   }
 }
 
-static consteval PlainBytes UnreservedBytes() {
-  PlainBytes plain{};
-  for (const char c :
-       std::string_view("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~")) {
-    plain[static_cast<uint8_t>(c)] = true;
-  }
-  return plain;
-}
-
-void PutQueryPart(Sink& sink, std::string_view text) {
-  static constexpr PlainBytes kUnreserved = UnreservedBytes();
-  while (!text.empty()) {
-    const size_t length = PlainLength(text, kUnreserved);
-    PutChecked(sink, text.substr(0, length));
-    text.remove_prefix(length);
-    if (!text.empty()) {
-      PutPercent(sink, text[0]);
-      text.remove_prefix(1);
-    }
-  }
-}
-
 void PutAddress(Sink& sink, std::string_view site, std::string_view path) {
-  PutEncoded(sink, site, "&amp;");
-  PutEncoded(sink, path, "&amp;");
+  PutEncoded(sink, site, kPlainAddress, "&amp;");
+  PutEncoded(sink, path, kPlainAddress, "&amp;");
+}
+
+void PutAddressPart(Sink& sink, std::string_view text) {
+  PutEncoded(sink, text, kPlainAddressPart, "%26");
 }
 
 void PutJsonAddress(Sink& sink, std::string_view site, std::string_view path) {
-  PutEncoded(sink, site, "&");
-  PutEncoded(sink, path, "&");
+  PutEncoded(sink, site, kPlainAddress, "&");
+  PutEncoded(sink, path, kPlainAddress, "&");
 }
 
 // ---- JSON ---------------------------------------------------------------------------

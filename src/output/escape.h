@@ -37,11 +37,12 @@ bool IsWebAddress(std::string_view address);
 // text says. The whole must be a web address.
 void PutAddress(Sink& sink, std::string_view site, std::string_view path);
 
-// A name or a value within the query of an address, itself within an attribute: everything but letters,
-// digits and "-._~" is written as percent and two digits, so that nothing in it means anything.
-void PutQueryPart(Sink& sink, std::string_view text);
+// A part of an address in an HTML attribute, be it the name of a file or a name or value of a query:
+// all but letters, digits and "-._~" is written as percent and two digits, so that it is no scheme, no
+// path, and divides nothing.
+void PutAddressPart(Sink& sink, std::string_view text);
 
-// The same address as a part of a JSON string.
+// The same as PutAddress as a part of a JSON string.
 void PutJsonAddress(Sink& sink, std::string_view site, std::string_view path);
 
 // A JSON string with its quotes (RFC 8259), of valid UTF-8, or a part of one. Bytes that

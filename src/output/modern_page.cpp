@@ -7,6 +7,7 @@
 #include "output/page_overview.h"
 #include "output/page_sections.h"
 #include "output/request_form.h"
+#include "output/report_summary.h"
 #include "output/sink.h"
 #include "report/answer_head.h"
 #include "report/told_rows.h"
@@ -49,7 +50,9 @@ static void PutBody(Sink& sink, const Settings& settings, Analysis& analysis) {
 static void Finish(const Settings& settings, Analysis& analysis) {
   const bool with_script = settings.no_script == 0;
   Sink sink;
-  PutPageStart(sink);
+  Put(sink, kPageTop);
+  PutSummary(sink, SummaryOf(settings, analysis));
+  Put(sink, "<title>");
   PutTitle(sink, settings, analysis);
   PutPageHead(sink, with_script);
   PutBody(sink, settings, analysis);

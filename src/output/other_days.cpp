@@ -96,9 +96,9 @@ DayLinks LinksInto(const DayRange& held) {
 
 // Names and values are what a visitor has typed, and go out as nothing but letters, digits and "%".
 static void PutField(Sink& sink, const AskedField& field) {
-  PutQueryPart(sink, field.name);
+  PutAddressPart(sink, field.name);
   Put(sink, "=");
-  PutQueryPart(sink, field.value);
+  PutAddressPart(sink, field.value);
 }
 
 void PutAddressAsAsked(Sink& sink, const AskedFields& asked) {

@@ -7,9 +7,8 @@ const char* WebPolicy(bool with_script) {
 }
 
 void PutPageStart(Sink& sink) {
-  Put(sink,
-      "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
-      "<title>");
+  Put(sink, kPageTop);
+  Put(sink, "<title>");
 }
 
 // The policy stands before what it speaks of.

@@ -7,6 +7,9 @@
 // The policy for a web server's headers: what a page cannot say of itself comes first.
 const char* WebPolicy(bool with_script);
 
+// How every page begins, up to the first place where a head may say more.
+inline constexpr Literal kPageTop = "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n";
+
 // "<!DOCTYPE html>" up to where the text of the title begins, and from its end to
 // "<body>". Between the two only texts of escape.h or of the program.
 void PutPageStart(Sink& sink);

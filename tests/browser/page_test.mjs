@@ -7,9 +7,9 @@
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { createRequire } from 'node:module';
-import { mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
+import { copyFileSync, mkdirSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
-import { join } from 'node:path';
+import { dirname, join } from 'node:path';
 
 const require = createRequire(`${process.env.BROWSER_PACKAGES}/package.json`);
 const { chromium } = require('playwright-core');
@@ -36,6 +36,20 @@ function report(name, requests, parameters = [], title = 'A report') {
   const path = join(work, `${name}.html`);
   writeFileSync(path, page);
   return `file://${path}`;
+}
+
+// The index of a folder of reports: [name of the file, title]. Its program stands beside the other one.
+function index(name, reports) {
+  const folder = join(work, name);
+  rmSync(folder, { recursive: true, force: true });
+  for (const [file, title] of reports) {
+    const page = join(folder, file);
+    mkdirSync(dirname(page), { recursive: true });
+    copyFileSync(new URL(report('one-of-many', ordinary, [], title)), page);
+  }
+  mkdirSync(folder, { recursive: true });
+  execFileSync(join(dirname(program), 'orvellis-index'), [folder], { env: { TZ: 'UTC', SOURCE_DATE_EPOCH: '1000000000' } });
+  return `file://${join(folder, 'index.html')}`;
 }
 
 const ordinary = Array.from({ length: 300 }, (_, i) => ({
@@ -208,6 +222,39 @@ const tests = {
       await page.keyboard.press('Control+V');
       assert.match(await page.locator('#browsers input').inputValue(), /"?'=1\+1"?,1,/);
     });
+  },
+  async 'an index leads to its reports, whatever their names and titles'() {
+    const odd = [...attacks.map((attack, i) => [`${attack.replaceAll(/[/\x1b]/g, '_').slice(0, 60)}${i}.html`, attack.replaceAll(/[;=]/g, '_')]),
+      ['javascript:1.html', 'a'], ['%2e%2e?x#y&amp;.html', 'b'], ['sub"folder/<b>.html', 'c']];
+    for (const [name, reports] of [['index-plain', [['a.html', 'A'], ['b/b.html', 'B']]], ['index-odd', odd], ['index-empty', []]]) {
+      const address = index(name, reports);
+      for (const options of [{}, { colorScheme: 'dark' }, phone]) {
+        await withPage(address, options, async (page, seen) => {
+          assert.deepEqual(seen.messages, [], name);
+          assert.deepEqual(seen.requests, [page.url()], name);
+          await page.evaluate(() => document.querySelectorAll('details').forEach((details) => { details.open = true; }));
+          assert.ok(await page.evaluate(() => document.documentElement.scrollWidth <= innerWidth), `${name} is too wide`);
+          assert.equal(await page.locator('th[scope=row]').count(), reports.length);
+          assert.equal(await page.title(), 'Reports');
+          const links = await page.locator('th[scope=row] a').evaluateAll((list) => list.map((link) => link.href));
+          assert.deepEqual(links.map((link) => decodeURIComponent(link)).sort(),
+            reports.map(([file]) => `file://${join(work, name, file)}`).sort());
+        });
+        await withPage(address, { ...options, bypassCSP: true }, async (page) => {
+          await page.evaluate(axe);
+          const { violations } = await page.evaluate(() => globalThis.axe.run());
+          assert.deepEqual(violations.map((v) => [v.id, ...v.nodes.slice(0, 3).map((node) => node.html)]), [], name);
+        });
+      }
+      for (const [file] of reports) {
+        await withPage(address, {}, async (page) => {
+          const path = file.split('/').map(encodeURIComponent).join('/').replaceAll(/[!'()*]/g, (c) => `%${c.charCodeAt(0).toString(16).toUpperCase()}`);
+          await page.evaluate(() => document.querySelectorAll('details').forEach((details) => { details.open = true; }));
+          await page.locator(`a[href="${path}"]`).click();
+          await page.waitForSelector('#overview');
+        });
+      }
+    }
   },
   async 'printing opens every fold'() {
     await withPage(report('ordinary', ordinary), { javaScriptEnabled: false }, async (page) => {

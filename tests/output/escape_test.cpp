@@ -53,6 +53,33 @@ TEST(Attribute, HoldsNoMarkupAtAll) {
   EXPECT_EQ(Attribute("\"><script>\x01"), "&quot;&gt;&lt;script&gt;\\x01");
 }
 
+TEST(AddressPart, IsNoSchemeAndNoPath) {
+  const auto part = [](std::string_view name) {
+    return Written([&](Sink& sink) { PutAddressPart(sink, name); });
+  };
+  EXPECT_EQ(part("2026-11-21_a~b.html"), "2026-11-21_a~b.html");
+  EXPECT_EQ(part("javascript:x"), "javascript%3Ax");
+  EXPECT_EQ(part("//evil/%2e?a&b=c#d"), "%2F%2Fevil%2F%252e%3Fa%26b%3Dc%23d");
+  EXPECT_EQ(part("\"'<>\n \x7F\xFF"), "%22%27%3C%3E%0A%20%7F%FF");
+}
+
+TEST(AddressPart, EveryByteIsALetterADigitOrEncoded) {
+  std::string all;
+  std::string wanted;
+  for (int byte = 1; byte < 256; ++byte) {
+    const char c = static_cast<char>(byte);
+    all += c;
+    char encoded[4];
+    snprintf(encoded, sizeof encoded, "%%%02X", byte);
+    wanted += (byte < 128 && isalnum(byte)) || strchr("-._~", byte) != nullptr ? std::string(1, c) : encoded;
+  }
+  testing::internal::CaptureStdout();
+  Sink sink;
+  PutAddressPart(sink, all);
+  FlushSink(sink);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), wanted);
+}
+
 TEST(WebAddress, HasAHostBehindItsScheme) {
   for (const std::string_view address : {"http://a", "HTTPS://example.com/x", "https://[::1]/"}) {
     EXPECT_TRUE(IsWebAddress(address)) << address;
@@ -159,21 +186,3 @@ TEST(Html, MiddleIsCutBetweenCharacters) {
   EXPECT_EQ(broken.end.size(), 2U);
 }
 
-// ---- Queries ----
-
-TEST(PutQueryPart, EveryByteIsALetterADigitOrEncoded) {
-  std::string all;
-  std::string wanted;
-  for (int byte = 1; byte < 256; ++byte) {
-    const char c = static_cast<char>(byte);
-    all += c;
-    char encoded[4];
-    snprintf(encoded, sizeof encoded, "%%%02X", byte);
-    wanted += (byte < 128 && isalnum(byte)) || strchr("-._~", byte) != nullptr ? std::string(1, c) : encoded;
-  }
-  testing::internal::CaptureStdout();
-  Sink sink;
-  PutQueryPart(sink, all);
-  FlushSink(sink);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), wanted);
-}

@@ -868,6 +868,8 @@ test_options_are_documented() {
 test_bash_completion() {
   bash=$(command -v bash) || return 0
   : >'my log'
+  : >subject
+  mkdir subfolder
   cat >complete <<'END'
 . "$1"
 shift
@@ -888,6 +890,7 @@ END
   completed 'requests,badurls requests,badreferrers' --reports requests,bad
   completed 'my log' --gmt my
   completed '--write' --init-site --w
+  completed 'subfolder' --index su
 }
 
 test_manual_page_has_no_fault() {
@@ -1339,6 +1342,170 @@ test_figures_are_those_of_either_edition() {
     [ -z "${before:-}" ] || [ "$before" = "$told" ] || failed "$before, but $told"
     before=$told
   done
+}
+
+# ---- The index of a folder --------------------------------------------------------------
+
+test_index_with_a_report() {
+  edition=''
+  week >access.log
+  run --index reports --title 'Shop' access.log
+  expect_status 0
+  expect_match err '^reports/2000-03-05-2000-03-07.html: 3 records from '
+  expect_in err 'reports/index.html: 1 report'
+  run --index reports/ --title 'Shop' --from 2000-03-06 --to 2000-03-06 access.log
+  expect_in err 'reports/2000-03-06.html: 1 record from'
+  expect_in err 'reports/index.html: 2 reports'
+  expect_in reports/index.html '<a href="2000-03-05-2000-03-07.html">'
+  expect_in reports/index.html '<a href="2000-03-06.html">'
+  [ "$(find reports -type f | wc -l)" -eq 3 ] || failed 'there are other files'
+}
+
+test_index_of_sites() {
+  edition=''
+  week >access.log
+  for site in one two; do
+    run --quiet -o "reports/$site/" --index reports --url "http://$site.example" --from 2000-03-05 --to 2000-03-05 access.log
+    expect_status 0
+    [ ! -s err ] || failed 'something is said'
+  done
+  expect_in reports/index.html '<a href="one/2000-03-05.html">'
+  expect_in reports/index.html '<a href="two/2000-03-05.html">'
+  expect_in reports/index.html '<a rel="noopener noreferrer nofollow" href="http://two.example">'
+}
+
+test_index_alone() {
+  edition=''
+  week >access.log
+  run -o reports/a.html access.log
+  expect_error 2 'cannot write reports/a.html'
+  run --index reports
+  expect_error 2 'cannot open the folder reports: No such file or directory'
+  mkdir reports
+  run --index reports
+  expect_status 0
+  expect_in err 'reports/index.html: 0 reports'
+  expect_in reports/index.html 'There is no report in this folder yet.'
+  run --index reports --from yesterday
+  expect_error 2 'no log is named'
+  run --index reports --quiet
+  [ ! -s err ] || failed 'something is said'
+}
+
+test_index_is_made_of_what_is_left() {
+  edition=''
+  week >access.log
+  run --index reports --from 2000-03-05 --to 2000-03-05 access.log
+  run --index reports --from 2000-03-06 --to 2000-03-06 access.log
+  rm reports/2000-03-05.html
+  run --index reports --from 2001-01-01 access.log
+  expect_status 1
+  expect_in err 'reports/index.html: 1 report'
+  expect_in err 'nothing to report'
+  expect_not_in reports/index.html 2000-03-05
+}
+
+test_index_replaces_nothing_else() {
+  edition=''
+  week >access.log
+  mkdir reports
+  echo '<html>mine' >reports/index.html
+  run --index reports
+  expect_error 2 'index.html is there and no index of reports'
+  run --index reports access.log
+  expect_status 2
+  expect_in reports/index.html mine
+  rm reports/index.html
+  run --index reports
+  run -o reports/index.html access.log
+  expect_error 2 'reports/index.html is there and no report page'
+  run -o report.html access.log
+  mv report.html reports/index.html
+  run --index reports
+  expect_error 2 'index.html is there and no index of reports'
+}
+
+test_index_of_odd_folders() {
+  edition=''
+  week >access.log
+  for folder_name in '-x' "it's 100% #1" 'a
+b'; do
+    run --index "$folder_name" --from 2000-03-05 --to 2000-03-05 access.log
+    expect_status 0
+    [ -f "./$folder_name/index.html" ] || failed "no index in $folder_name"
+    expect_in "./$folder_name/index.html" 'href="2000-03-05.html"'
+  done
+  odd=$(printf 'esc\033[31m')
+  mkdir "$odd"
+  echo mine >"$odd/index.html"
+  run --index "$odd"
+  expect_error 2 'the folder esc?[31m: index.html is there'
+}
+
+test_index_wrong_usage() {
+  edition=''
+  week >access.log
+  run --index
+  expect_error 2 '--index needs a value'
+  run --index ''
+  expect_error 2 '--index needs a value'
+  run --classic --index reports access.log
+  expect_error 2 '--index is a page over reports of the modern edition'
+  [ ! -e reports ] || failed 'a folder is made'
+  : >file
+  run --index file
+  expect_error 2 'cannot open the folder file: Not a directory'
+  run --index file access.log
+  expect_error 2 'cannot write in the folder file/: name another'
+}
+
+test_index_without_its_program() {
+  edition=''
+  stand_in_does ':'
+  mkdir reports
+  run --index reports
+  expect_error 2 'orvellis-index is not installed beside orvellis-report'
+}
+
+# A disk that is full when the index is written: the old one stays, and nothing beside it.
+test_index_on_a_full_disk() {
+  edition=''
+  mkdir disk
+  # shellcheck disable=SC2016 # for the shell in the name space
+  unshare --mount "$(command -v dash)" -c 'mount -t tmpfs -o size=64k tmpfs disk || exit 77
+    "$@" && cp disk/index.html before && head -c 65536 /dev/zero >disk/filler 2>/dev/null
+    "$@"
+    status=$?
+    cmp before disk/index.html && [ ! -e disk/.index.html.new ] || exit 76
+    exit $status' dash env PATH="$tools" ORVELLIS="$stand_in" TMPDIR="$private" \
+    "$shell" "$report" --index disk >out 2>err </dev/null
+  status=$?
+  [ "$status" != 77 ] && ! grep -q unshare err || return 0 # not allowed here
+  expect_status 2
+  expect_in err 'cannot write the index of the folder disk: No space left on device'
+}
+
+test_output_into_a_folder() {
+  edition=''
+  week >access.log
+  run -o new/folder/ access.log
+  expect_match err '^new/folder/2000-03-05-2000-03-07.html: 3 records'
+  run --json -o new/ --from 2000-03-06 --to 2000-03-06 access.log
+  expect_match err '^new/2000-03-06.json: 1 record'
+  run --text -o new/ --from 2000-03-06 --to 2000-03-06 access.log
+  expect_match err '^new/2000-03-06.txt: 1 record'
+  echo mine >new/2000-03-07.html
+  run -o new/ --from 2000-03-07 access.log
+  expect_error 2 'new/2000-03-07.html is there and no report page'
+  run -o access.log/ access.log
+  expect_error 2 'cannot write in the folder access.log/'
+}
+
+test_title_of_any_characters() {
+  edition=''
+  week >access.log
+  run --title 'Bücher & <b>"x"</b>' access.log
+  expect_in report.html '<title>Bücher &amp; &lt;b&gt;&quot;x&quot;&lt;/b&gt;: 2000-03-05 to 2000-03-07</title>'
 }
 
 # ---- The runner -------------------------------------------------------------------------
