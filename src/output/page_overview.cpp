@@ -142,7 +142,7 @@ static void PutRequestsTile(Sink& sink, int64_t requests, int64_t days) {
     } else {
       PutGrouped(sink, Rounded(average));
     }
-    Put(sink, " a day on average");
+    Put(sink, " a day");
   }
   EndTile(sink);
 }
@@ -187,6 +187,15 @@ static void PutDaysTile(Sink& sink, int64_t days, const SectionRow& busiest) {
   EndTile(sink);
 }
 
+static void PutErrorsTile(Sink& sink, const Overview& overview) {
+  BeginTile(sink, "Errors");
+  PutShare(sink, Share(overview.errors, overview.with_status));
+  BeginDetail(sink);
+  PutCounted(sink, overview.errors, "answer", "answers");
+  Put(sink, ", 4xx or 5xx");
+  EndTile(sink);
+}
+
 static void PutNotFoundTile(Sink& sink, Analysis& analysis) {
   const int64_t count = TotalList(analysis.badurls.list);
   BeginTile(sink, "Not found");
@@ -208,6 +217,9 @@ static void PutTiles(Sink& sink, const Settings& settings, const Overview& overv
   PutRequestsTile(sink, overview.requests, days.distinct);
   PutBytesTile(sink, overview.bytes_served);
   PutDaysTile(sink, days.distinct, BusiestDay(settings, analysis));
+  if (overview.with_status > 0) {
+    PutErrorsTile(sink, overview);
+  }
   if (IsOn(SectionOf(SectionId::kBadUrls), settings)) {
     PutNotFoundTile(sink, analysis);
   }
@@ -235,24 +247,18 @@ static void PutNotesOfLogs(Sink& sink, bool in_range, const LogsRead& logs) {
     PutDays(sink, {DayOf(logs.first), DayOf(logs.last)});
     Put(sink, ". Ask for a report of these.</li>\n");
   }
-  if (logs.not_opened > 0) {
-    Put(sink, "<li>");
-    PutCounted(sink, logs.not_opened, "log", "logs");
-    Put(sink, " could not be opened, so that what is in there is missing.</li>\n");
-  }
 }
 
 static void PutNotes(Sink& sink, const Settings& settings, const Analysis& analysis, const LogsRead& logs) {
   Notes notes = OpenNotes(settings, analysis);
   Note note;
-  const bool any = NextNote(notes, note);
-  if (!any && logs.not_opened == 0) {
+  if (!NextNote(notes, note)) {
     return;
   }
   Put(sink, "<ul class=\"notes\" aria-label=\"Notes\">\n");
-  for (bool more = any; more; more = NextNote(notes, note)) {
+  do {
     PutNote(sink, note);
-  }
+  } while (NextNote(notes, note));
   PutNotesOfLogs(sink, analysis.logs.in_range, logs);
   Put(sink, "</ul>\n");
 }

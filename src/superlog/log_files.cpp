@@ -32,6 +32,7 @@ static FoundLogs mFoundAccessLog;
 static bool mFilesBegun = false;             // SuperLog_NextLogFile was called
 static LogFile* mpNextLogSummary = nullptr;  // entry to look at next
 static bool mLogsInReportRange = false;
+static int64_t mLogsNotOpened = 0;
 
 static void Forget(FoundLogs& logs) {
   FindClose(logs.scan);
@@ -50,6 +51,7 @@ void ResetSuperLog() {
   mLogLimits = kClassicLimits;
   mFilesBegun = false;
   mLogsInReportRange = false;
+  mLogsNotOpened = 0;
 }
 
 void SuperLog_Uninit() {
@@ -97,7 +99,8 @@ static bool AddLogsOfPattern(FoundLogs& logs, const char* pattern, bool trust_kn
     log.size = WrappedSize(mLogLimits, static_cast<uint64_t>(found.size));
     log.state = kSeenOnDisk;
     if (FileIsntDots(found.name) && (!trust_known_dates || FileShouldBeScanned(log))) {
-      GetLogFileDateRange(log, found.size);
+      log.unopened = !GetLogFileDateRange(log, found.size) && found.file;
+      mLogsNotOpened += log.unopened ? 1 : 0;
       LogsListAppend(log);
       probed = true;
     }
@@ -141,6 +144,7 @@ void SuperLog_Init(Settings& settings, const Limits& limits, time_t range_first,
   mLogLimits = limits;
   mFilesBegun = false;
   mLogsInReportRange = false;
+  mLogsNotOpened = 0;
   mAnalysisRangeFirst_t = range_first;
   mAnalysisRangeLast_t = range_last;
   CopyText(mLogSearchSpec, settings.logs);
@@ -158,7 +162,7 @@ void SuperLog_Init(Settings& settings, const Limits& limits, time_t range_first,
   const bool current_log_probed = AddLogsOfPattern(mFoundAccessLog, mCurLogFileSpec, false);
   const bool logs_gone = DeleteOldEntries();
   if (logs_probed || current_log_probed || logs_gone) {
-    WriteSummaryFile(summary_path, settings.own_links_only);
+    WriteSummaryFile(summary_path, {settings.own_links_only, settings.forgets_unopened});
   }
 }
 
@@ -196,7 +200,9 @@ static bool OpenIfInRange(LogFile& log) {
     return false;
   }
   mLogsInReportRange = true;
-  return OpenLog(log.name);
+  const bool opened = OpenLog(log.name);
+  mLogsNotOpened += opened ? 0 : 1;
+  return opened;
 }
 
 static void BeginFiles() {
@@ -232,6 +238,10 @@ void SuperLog_NextLogFile_Done() {
 
 bool SuperLog_LogsInRange() {
   return mLogsInReportRange;
+}
+
+int64_t SuperLog_GetLogsNotOpened() {
+  return mLogsNotOpened;
 }
 
 SuperLong SuperLog_GetTotalLogBytesRead() {
