@@ -26,6 +26,11 @@ function(read_asset name)
   foreach(path IN LISTS ARGN)
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${path}")
     file(READ "${path}" text)
+    # Comments and indentation are for who changes the file; a comment that begins with // has
+    # a line of its own.
+    string(REGEX REPLACE "/\\*[^*]*\\*/ *\n?" "" text "${text}")
+    string(REGEX REPLACE "(^|\n) *//[^\n]*" "" text "${text}")
+    string(REGEX REPLACE "\n[ \n]+" "\n" text "${text}")
     string(APPEND whole "${text}")
   endforeach()
   string(SHA256 hex "${whole}")

@@ -38,12 +38,14 @@ struct TimeDistribution {
 };
 
 inline constexpr size_t kHoursInWeek = 7 * 24;
+inline constexpr size_t kStatuses = 600;  // those of HTTP are below
 
 // What reading the logs came to.
 struct LogFigures {
   SuperLong bytes_read;              // in whole blocks
   bool in_range;                     // some log reaches into the range
   int64_t lines_not_understood = 0;  // which hold data, but no request in the log's layout
+  int64_t not_opened = 0;            // logs that were to be read, or looked into
 };
 
 // Bytes, an item counted as 256.
@@ -72,8 +74,9 @@ struct Analysis {
   TimeDistribution<kHoursInWeek> hours_of_week;  // from Sunday, 00:00
   TimeDistribution<7> weekdays;                  // 0 = Sunday
   TimeDistribution<24> hours;
-  int64_t hits;     // records counted
-  SuperLong bytes;  // served by them
+  int64_t hits;                 // records counted
+  int64_t statuses[kStatuses];  // of them, by status; 0: without one, or with one that HTTP does not have
+  SuperLong bytes;              // served by them
   SearchCounts search;
   int64_t MsieCount;       // browser records of Internet Explorer
   int64_t NavCount;        // and of Netscape Navigator

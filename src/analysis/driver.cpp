@@ -226,6 +226,11 @@ static void CountTime(const Rules& rules, const tm& local, Analysis& analysis) {
   }
 }
 
+static void CountStatus(int64_t status, Analysis& analysis) {
+  const auto place = static_cast<uint64_t>(status);
+  ++analysis.statuses[place < kStatuses ? place : 0];
+}
+
 static bool HoldsQuery(std::string_view referrer) {
   const char* const end = referrer.data() + referrer.size();
   return FindByte(referrer.data(), end, '?') != end;
@@ -284,6 +289,7 @@ static void CountRecord(const Rules& rules, const SuperLogRecord& record, Analys
       return;
     }
     ++analysis.hits;
+    CountStatus(record.status, analysis);
     rules.add_bytes(analysis.bytes, record.bytes);
   }
   if (record.status == 404) {
@@ -366,7 +372,8 @@ static void WrapFigures(Analysis& analysis) {
 // What the modules keep of a run joins the record of all that was counted.
 static void CollectFigures(Analysis& analysis) {
   SetBrandCounts(analysis);
-  analysis.logs = {SuperLog_GetTotalLogBytesRead(), SuperLog_LogsInRange(), SuperLog_GetLinesNotUnderstood()};
+  analysis.logs = {SuperLog_GetTotalLogBytesRead(), SuperLog_LogsInRange(), SuperLog_GetLinesNotUnderstood(),
+                   SuperLog_GetLogsNotOpened()};
   // Smart memory notes its peak only where it reclaims; without any reclaim memory has only grown.
   const int64_t peak = gSM_TotalBytesFreed == 0 ? gSM_CurrentBytesAllocated : gSM_MaximumBytesAllocated;
   analysis.memory = {gSM_TotalBytesAllocated, gSM_CurrentBytesAllocated, peak, gSM_TotalBytesFreed};

@@ -313,6 +313,7 @@ static const Keyword kKeywords[] = {
     {"hitsperhour", Number<&Settings::hitsperhour>, kFromAny, kTaken},
     {"no_script", Number<&Settings::no_script>, kFromAny, kTaken, kStop, kLater},
     {"hoursofweek", Number<&Settings::hoursofweek>, kFromAny, kTaken, kStop, kLater},
+    {"linked_names", Number<&Settings::linked_names>, kFromAny, kIgnored, kStop, kLater},
     {"base", Copy<&Settings::base>, kFromAny, kIgnored},
     {"fixgmt", Levelled<SuperLog_SetFixGmt>, kFromAny, kIgnored},
     {"dateformat", Levelled<SuperLog_SetDateFormat>, kFromAny, kIgnored},

@@ -119,6 +119,7 @@ struct Settings {
   bool later_names;       // parameters that came after the classic ones are known
   bool real_days;         // the first day must be named, and each must be one of the calendar
   bool own_links_only;    // no link that somebody else may have put there leads to a file that is written
+  bool forgets_unopened;  // logs that could not be opened are tried again by the next run
   bool no_remote_debug;   // RemoteDebugEnabled counts for nothing
   IgnoredNames ignored;   // by row of the keyword table: what a stranger's form may not set, but named
   char logs[kPathSize];
@@ -128,7 +129,8 @@ struct Settings {
   int hitsperdayofweek;
   int hitsperhour;
   int hoursofweek;
-  int no_script;  // a page has none
+  int no_script;     // a page has none
+  int linked_names;  // a log that is a link is called by what it leads to
   RankedReport badurls;
   RankedReport browsers;
   RankedReport requests;

@@ -134,8 +134,27 @@ void PutAttribute(Sink& sink, std::string_view text) {
   PutHtmlText(sink, text, {}, {});
 }
 
+// Where the next <meta begins, in any case; the markup's end when there is none. A tag
+// begins in no other way, and no policy keeps a page from <meta http-equiv=refresh>.
+static size_t FindMeta(std::string_view markup) {
+  static constexpr std::string_view kMeta = "<meta";
+  size_t place = markup.find('<');
+  while (place < markup.size() && !EqualIgnoreCase(markup.substr(place, kMeta.size()), kMeta)) {
+    place = markup.find('<', place + 1);
+  }
+  return std::min(place, markup.size());
+}
+
 void PutMarkup(Sink& sink, std::string_view markup) {
-  PutChecked(sink, markup);
+  while (!markup.empty()) {
+    const size_t place = FindMeta(markup);
+    PutChecked(sink, markup.substr(0, place));
+    markup.remove_prefix(place);
+    if (!markup.empty()) {
+      Put(sink, "<x-");
+      markup.remove_prefix(1);
+    }
+  }
 }
 
 // ---- Texts without their middle -----------------------------------------------------

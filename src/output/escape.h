@@ -16,8 +16,9 @@
 void PutHtml(Sink& sink, std::string_view text);
 void PutAttribute(Sink& sink, std::string_view text);
 
-// Markup that the administrator has written in the configuration, as it is. Nothing else
-// may be handed to it.
+// Markup that the administrator has written in the configuration, as it is, but for <meta>,
+// which could lead the reader elsewhere: it becomes an element without a meaning. Nothing
+// else may be handed to it.
 void PutMarkup(Sink& sink, std::string_view markup);
 
 // A text without its middle: the beginning and the end of one that has more characters

@@ -17,7 +17,7 @@ static void BeginAnswer(const Environment& env, const Settings& settings) {
 }
 
 static AnalysisEvents Told(const Settings& settings) {
-  return RememberLogs(SignsOfLife(settings));
+  return RememberLogs(settings.linked_names != 0, SignsOfLife(settings));
 }
 
 static void PutExtra(Sink& sink, const char* markup) {

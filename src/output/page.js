@@ -126,6 +126,8 @@ function copy(text) {
   return copied;
 }
 
+const counted = (count) => `${count.toLocaleString('en')} ${count === 1 ? 'row' : 'rows'}`;
+
 function addTools(list, name) {
   const tools = document.createElement('div');
   tools.className = 'tools';
@@ -142,11 +144,11 @@ function addTools(list, name) {
   filter.addEventListener('input', () => {
     list.gather();
     again();
-    said.textContent = filter.value === '' ? '' : `${list.shown.length.toLocaleString('en')} rows match`;
+    said.textContent = filter.value === '' ? '' : `${counted(list.shown.length)} found`;
   });
   button.addEventListener('click', () => {
     list.gather();
-    said.textContent = copy(csvOf(list)) ? `${list.shown.length.toLocaleString('en')} rows copied` : 'This browser does not copy';
+    said.textContent = copy(csvOf(list)) ? `${counted(list.shown.length)} copied` : 'This browser does not copy';
   });
   tools.append(said, ...(list.size > 10 ? [filter] : []), button);
   // Of a table that is folded as a whole, they are folded with it.

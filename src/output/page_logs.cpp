@@ -1,16 +1,22 @@
 #include "output/page_logs.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <climits>
 #include <string_view>
 
 static LogsRead mLogs;
+static bool mLinkedNames = false;
 
 static std::string_view NameOf(std::string_view path) {
   return path.substr(path.rfind('/') + 1);
 }
 
-static void NotOpened(const char*) {
-  ++mLogs.not_opened;
+static void NameLog(char (&name)[kLogNameSize], const char* path) {
+  char target[PATH_MAX];
+  const ssize_t length = mLinkedNames ? readlink(path, target, sizeof target) : -1;
+  CopyText(name, NameOf(length > 0 ? std::string_view(target, static_cast<size_t>(length)) : path));
 }
 
 static void TakeTimes(const LogLook& look) {
@@ -30,14 +36,15 @@ static void LookedAt(const LogLook& look) {
   }
   const auto place = static_cast<size_t>(mLogs.count++);
   if (place < mLogs.names.size()) {
-    CopyText(mLogs.names[place], NameOf(look.path));
+    NameLog(mLogs.names[place], look.path);
   }
 }
 
-AnalysisEvents RememberLogs(void (*line_read)()) {
+AnalysisEvents RememberLogs(bool linked_names, void (*line_read)()) {
   mLogs = {};
+  mLinkedNames = linked_names;
   return {
-      .logs = {.log_not_opened = NotOpened, .log_looked_at = LookedAt},
+      .logs = {.log_looked_at = LookedAt},
       .line_read = line_read,
   };
 }

@@ -9,17 +9,18 @@
 
 // Of each log its name without the folder: a page need not tell where logs lie.
 inline constexpr size_t kMostLogsNamed = 12;
+inline constexpr size_t kLogNameSize = 256;  // as much as a name of a file can have
 struct LogsRead {
-  int count;       // reaching into the range
-  int not_opened;  // that were to be read, or looked into
+  int count;  // reaching into the range
   int out_of_range;
   time_t first;  // of the records of all logs, in range or not; meaningless without any
   time_t last;
-  std::array<char[kTextSize], kMostLogsNamed> names;  // of the first of them
+  std::array<char[kLogNameSize], kMostLogsNamed> names;  // of the first of them
 };
 
-// Forgets what was remembered, and who is to be told. line_read: as in the events.
-AnalysisEvents RememberLogs(void (*line_read)());
+// Forgets what was remembered, and who is to be told. linked_names: a log that is a symbolic
+// link is called by the name of what it leads to, one link far. line_read: as in the events.
+AnalysisEvents RememberLogs(bool linked_names, void (*line_read)());
 
 // Good until the next run.
 const LogsRead& RememberedLogs();

@@ -147,7 +147,7 @@ static void PutRequestsTile(Sink& sink, int64_t requests, int64_t days) {
     } else {
       PutGrouped(sink, Rounded(average));
     }
-    Put(sink, " a day on average");
+    Put(sink, " a day");
   }
   EndTile(sink);
 }
@@ -192,6 +192,15 @@ static void PutDaysTile(Sink& sink, int64_t days, const SectionRow& busiest) {
   EndTile(sink);
 }
 
+static void PutErrorsTile(Sink& sink, const Overview& overview) {
+  BeginTile(sink, "Errors");
+  PutShare(sink, Share(overview.errors, overview.with_status));
+  BeginDetail(sink);
+  PutCounted(sink, overview.errors, "answer", "answers");
+  Put(sink, ", 4xx or 5xx");
+  EndTile(sink);
+}
+
 static void PutNotFoundTile(Sink& sink, Analysis& analysis) {
   const int64_t count = TotalList(analysis.badurls.list);
   BeginTile(sink, "Not found");
@@ -213,6 +222,9 @@ static void PutTiles(Sink& sink, const Settings& settings, const Overview& overv
   PutRequestsTile(sink, overview.requests, days.distinct);
   PutBytesTile(sink, overview.bytes_served);
   PutDaysTile(sink, days.distinct, BusiestDay(settings, analysis));
+  if (overview.with_status > 0) {
+    PutErrorsTile(sink, overview);
+  }
   if (IsOn(SectionOf(SectionId::kBadUrls), settings)) {
     PutNotFoundTile(sink, analysis);
   }
@@ -246,18 +258,13 @@ static void PutNotesOfLogs(Sink& sink, const Analysis& analysis, const LogsRead&
     PutDays(sink, DaysHeld(logs));
     Put(sink, analysis.logs.in_range ? Literal(".</li>\n") : Literal(". Ask for a report of these.</li>\n"));
   }
-  if (logs.not_opened > 0) {
-    Put(sink, "<li>");
-    PutCounted(sink, logs.not_opened, "log", "logs");
-    Put(sink, " could not be opened, so that what is in there is missing.</li>\n");
-  }
 }
 
 static void PutNotes(Sink& sink, const Settings& settings, const Analysis& analysis, const LogsRead& logs) {
   Notes notes = OpenNotes(settings, analysis);
   Note note;
   const bool any = NextNote(notes, note);
-  if (!any && logs.not_opened == 0 && !TellsDaysHeld(analysis, logs)) {
+  if (!any && !TellsDaysHeld(analysis, logs)) {
     return;
   }
   Put(sink, "<ul class=\"notes\" aria-label=\"Notes\">\n");

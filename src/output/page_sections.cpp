@@ -33,9 +33,7 @@ static void PutPart(Sink& sink, const Shown& shown, int64_t total, const Section
   Put(sink, shown.rows == 1 ? Literal("; it makes up ") : Literal("; together they make up "));
   PutShare(sink, Share(shown.count, total));
   Put(sink, " of ");
-  PutGrouped(sink, total);
-  Put(sink, " ");
-  Put(sink, words.whole);
+  PutCounted(sink, total, words.whole_of_one, words.whole);
 }
 
 // "The first 10 of 1,234 URLs are shown; together they make up 45.3 % of 9,876 requests."
@@ -47,6 +45,8 @@ static void PutHowMany(Sink& sink, const SectionWords& words, const Shown& shown
   }
   if (shown.rows == 0) {
     Put(sink, "None was counted often enough to be shown, of ");
+  } else if (shown.rows == 1 && distinct > 1) {
+    Put(sink, "The first of ");
   } else if (shown.rows < distinct) {
     Put(sink, "The first ");
     PutGrouped(sink, shown.rows);
@@ -188,9 +188,7 @@ static void PutPhrases(Sink& sink, const Settings& settings, const Section& sect
   Put(sink, "<p class=\"words\">");
   PutCounted(sink, rows.summary.distinct, words.item_of_many, words.items);
   Put(sink, ", ");
-  PutGrouped(sink, rows.summary.total);
-  Put(sink, " ");
-  Put(sink, words.whole);
+  PutCounted(sink, rows.summary.total, words.whole_of_one, words.whole);
   Put(sink, ".</p>\n");
   int64_t left = MostRows(section, settings);
   for (EngineRow engine; NextEngine(rows, engine);) {
@@ -273,6 +271,10 @@ static void PutTimes(Sink& sink, const Settings& settings, const Section& sectio
               .shares = rows.total > 0,
               .rows = shown.rows};
   kDrawings[static_cast<size_t>(section.rows)](sink, analysis);
+  if (section.rows == RowKind::kHoursOfWeek) {
+    PutWeekTable(sink, words.title, rows);
+    return;
+  }
   BeginTable(table, words.title.text().data());
   PutTimeRows(table, rows, shown);
   EndTable(table);

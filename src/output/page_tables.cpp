@@ -7,6 +7,7 @@
 #include "output/escape.h"
 #include "output/moments.h"
 #include "output/page_cells.h"
+#include "output/svg.h"
 #include "sections/cut_off.h"
 
 static constexpr int64_t kOpenRows = 10;
@@ -28,11 +29,14 @@ static bool IsFolded(const Table& table, int64_t row) {
   return row >= OpenRows(table);
 }
 
+static constexpr Literal kBeginFold = "<details class=\"fold\"><summary>";
+static constexpr Literal kWholeTable = "The figures as a table";
+
 static void PutSummary(const Table& table) {
   Sink& sink = table.sink;
-  Put(sink, "<details class=\"fold\"><summary>");
+  Put(sink, kBeginFold);
   if (table.next == 0 && table.end == table.rows) {
-    Put(sink, "The figures as a table");
+    Put(sink, kWholeTable);
   } else {
     Put(sink, "Rows ");
     PutGrouped(sink, table.next + 1);
@@ -197,4 +201,54 @@ void PutTableRow(Table& table, SectionRow& row) {
   PutPart(table, row);
   Put(sink, "\n</td></tr>");  // a line end between rows would be one more thing to hold
   ++table.next;
+}
+
+// ---- The hours of the week ----------------------------------------------------------
+
+// Weeks begin with Monday, as they are drawn.
+static int WeekdayAt(int column) {
+  return (column + 1) % 7;
+}
+
+static void PutWeekHead(Sink& sink) {
+  Put(sink, "<thead><tr><th scope=\"col\" class=\"i\">Hour</th>");
+  for (int column = 0; column < 7; ++column) {
+    Put(sink, "<th scope=\"col\" class=\"c\">");
+    Put(sink, ShortNameOfWeekday(WeekdayAt(column)));
+    Put(sink, "</th>");
+  }
+  Put(sink, "</tr></thead>\n");
+}
+
+static void PutHourOfWeek(Sink& sink, const int64_t (&counts)[kHoursInWeek], int hour) {
+  Put(sink, "<tr><td class=\"i\"><bdi>");
+  PutPadded(sink, hour, 2);
+  Put(sink, "</bdi></td>");
+  for (int column = 0; column < 7; ++column) {
+    Put(sink, "<td class=\"c\">");
+    PutGrouped(sink, counts[24 * WeekdayAt(column) + hour]);
+    Put(sink, "</td>");
+  }
+  Put(sink, "\n</tr>");
+}
+
+void PutWeekTable(Sink& sink, const Literal& name, SectionRows& rows) {
+  int64_t counts[kHoursInWeek] = {};
+  for (SectionRow row; NextRow(rows, row);) {
+    counts[24 * row.weekday + row.hour] = row.count;
+  }
+  Put(sink, "<div class=\"list week\" data-name=\"");
+  Put(sink, name);
+  Put(sink, "\">\n");
+  Put(sink, kBeginFold);
+  Put(sink, kWholeTable);
+  Put(sink, "</summary>\n<table aria-label=\"");
+  Put(sink, name);
+  Put(sink, "\">\n");
+  PutWeekHead(sink);
+  Put(sink, "<tbody>\n");
+  for (int hour = 0; hour < 24; ++hour) {
+    PutHourOfWeek(sink, counts, hour);
+  }
+  Put(sink, "</tbody>\n</table>\n</details>\n</div>\n");
 }

@@ -32,3 +32,7 @@ struct Table {
 void BeginTable(Table& table, const char* name);
 void PutTableRow(Table& table, SectionRow& row);
 void EndTable(Table& table);
+
+// The hours of the week, folded, with a column for each weekday from Monday on. The rows are those
+// of hours of the week, none taken yet.
+void PutWeekTable(Sink& sink, const Literal& name, SectionRows& rows);

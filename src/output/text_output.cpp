@@ -158,6 +158,7 @@ static void PutHead(Paper& paper, const Settings& settings, const Analysis& anal
   PutDays(paper, analysis, MomentMade(overview.made));
   Put(paper.sink, "\n");
   PutTotal(paper, "Requests", overview.requests);
+  PutTotal(paper, "Errors", overview.errors);
   PutTotal(paper, "Bytes served", static_cast<int64_t>(overview.bytes_served));
   PutTotal(paper, "Log bytes read", static_cast<int64_t>(overview.log_bytes_read));
   PutTotal(paper, "Lines not understood", overview.lines_not_understood);
@@ -286,7 +287,7 @@ static void PutShown(Sink& sink, const SectionWords& words, int64_t shown, int64
   Put(sink, " of ");
   PutGrouped(sink, distinct);
   Put(sink, " ");
-  Put(sink, words.items);
+  Put(sink, distinct == 1 ? words.item_of_many : words.items);
   Put(sink, "\n");
 }
 

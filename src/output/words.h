@@ -11,7 +11,8 @@ struct SectionWords {
   Literal item;          // heading of its items: one of them
   Literal items;         // several
   Literal item_of_many;  // one, within a sentence
-  Literal whole;         // what the shares are of
+  Literal whole_of_one;  // what the shares are of, where it is 1, and
+  Literal whole;         // where it is not
   Literal explanation;   // a sentence
 };
 

@@ -25,7 +25,7 @@
 static const char* const kReportCalls[] = {
     // Files that may be opened at all are a matter of Landlock.
     "close", "read", "readv", "pread64", "write", "writev", "pwrite64", "lseek", "stat", "lstat", "fstat",
-    "newfstatat", "statx", "access", "faccessat", "faccessat2", "flock",
+    "newfstatat", "statx", "readlink", "readlinkat", "access", "faccessat", "faccessat2", "flock",
     // A summary file that takes the place of an older one.
     "ftruncate", "fchown", "rename", "renameat", "renameat2", "unlink", "unlinkat",
     // Memory and time; sysinfo is how a large sort learns how much memory there is.

@@ -1,11 +1,17 @@
 #include "sections/notes.h"
 
+#include <cinttypes>
+#include <cstdio>
 #include <string_view>
 
 #include "sections/overview.h"
 
 Notes OpenNotes(const Settings& settings, const Analysis& analysis) {
-  return {&settings, &analysis, 0, FirstThinnedTable(settings, analysis)};
+  Notes notes{&settings, &analysis, 0, FirstThinnedTable(settings, analysis), ""};
+  if (analysis.logs.not_opened > 0) {
+    snprintf(notes.not_opened, sizeof notes.not_opened, "%" PRId64, analysis.logs.not_opened);
+  }
+  return notes;
 }
 
 static bool SelectsAll(const Settings& settings) {
@@ -14,11 +20,12 @@ static bool SelectsAll(const Settings& settings) {
 }
 
 // What the note is about; null when there is no reason for it.
-static const char* SubjectOf(NoteCode code, const Settings& settings, const Analysis& analysis) {
+static const char* SubjectOf(NoteCode code, const Notes& notes) {
+  const Settings& settings = *notes.settings;
   const auto unless_empty = [](const char* text) { return text[0] == '\0' ? nullptr : text; };
   switch (code) {
     case NoteCode::kNoLogInRange:
-      return analysis.logs.in_range ? nullptr : "";
+      return notes.analysis->logs.in_range ? nullptr : "";
     case NoteCode::kPath:
       return SelectsAll(settings) ? nullptr : settings.find;
     case NoteCode::kRealm:
@@ -29,6 +36,8 @@ static const char* SubjectOf(NoteCode code, const Settings& settings, const Anal
       return unless_empty(settings.filter_domains);
     case NoteCode::kTypesLeftOut:
       return unless_empty(settings.filter_filetypes);
+    case NoteCode::kLogsNotOpened:
+      return unless_empty(notes.not_opened);
     default:
       return nullptr;
   }
@@ -46,7 +55,7 @@ static bool NextThinned(Notes& notes, Note& note) {
 bool NextNote(Notes& notes, Note& note) {
   while (notes.next < static_cast<size_t>(NoteCode::kThinned)) {
     const auto code = static_cast<NoteCode>(notes.next++);
-    const char* const subject = SubjectOf(code, *notes.settings, *notes.analysis);
+    const char* const subject = SubjectOf(code, notes);
     if (subject != nullptr) {
       note = {code, subject};
       return true;

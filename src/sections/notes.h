@@ -14,13 +14,15 @@ enum class NoteCode {
   kUser,          // and of one user
   kHostsLeftOut,
   kTypesLeftOut,
-  kThinned,  // the memory budget took items from a table: counts below its first rows may be too low
+  kLogsNotOpened,  // and so not read; the subject is their number
+  kThinned,        // the memory budget took items from a table: counts below its first rows may be too low
 };
-inline constexpr size_t kNoteCodes = 7;
+inline constexpr size_t kNoteCodes = 8;
 
 struct Note {
   NoteCode code;
-  const char* subject;  // what it is about, in the words of the settings; empty: nothing more to say
+  const char* subject;  // what it is about, in the words of the settings; empty: nothing more to say.
+                        // As long as the notes are there
 };
 
 // The way through the notes of a report.
@@ -29,6 +31,7 @@ struct Notes {
   const Analysis* analysis;
   size_t next;            // of the codes
   const ListInfo* table;  // the next thinned one, once it is their turn
+  char not_opened[24];    // logs, in digits; empty: none
 };
 
 // Both records must outlive the notes.

@@ -1,5 +1,14 @@
 #include "sections/overview.h"
 
+#include <iterator>
+#include <numeric>
+
+static constexpr size_t kFirstErrorStatus = 400;
+
+static int64_t CountFrom(const Analysis& analysis, size_t status) {
+  return std::accumulate(analysis.statuses + status, std::end(analysis.statuses), int64_t{0});
+}
+
 Overview OverviewOf(const Settings& settings, const Analysis& analysis) {
   Overview overview{
       .title = settings.title,
@@ -10,6 +19,8 @@ Overview OverviewOf(const Settings& settings, const Analysis& analysis) {
       .made = analysis.ReportStartTime,
       .logs_in_range = analysis.logs.in_range,
       .requests = analysis.hits,
+      .with_status = CountFrom(analysis, 1),
+      .errors = CountFrom(analysis, kFirstErrorStatus),
       .bytes_served = SuperLongToBytes(analysis.bytes),
       .log_bytes_read = SuperLongToBytes(analysis.logs.bytes_read),
       .lines_not_understood = analysis.logs.lines_not_understood,

@@ -18,6 +18,8 @@ struct Overview {
   time_t made;         // when the analysis began
   bool logs_in_range;  // false: nothing was counted
   int64_t requests;
+  int64_t with_status;  // of them: logs need not hold what requests were answered with
+  int64_t errors;       // answered with a status from 400 to 599
   uint64_t bytes_served;
   uint64_t log_bytes_read;
   int64_t lines_not_understood;

@@ -92,7 +92,9 @@ bool FindNext(DirectoryScan& scan, FoundFile& found) {
   }
   struct stat info;
   found.name = path + FolderLength(path);
-  found.size = stat(path, &info) == 0 ? info.st_size : 0;
+  const bool examined = stat(path, &info) == 0;
+  found.size = examined ? info.st_size : 0;
+  found.file = !examined || S_ISREG(info.st_mode);
   return true;
 }
 

@@ -12,6 +12,7 @@
 struct FoundFile {
   const char* name;  // without directory; valid until the next call
   int64_t size;      // bytes; 0 when the file cannot be examined
+  bool file;         // no folder, pipe or device, as far as that can be examined
 };
 
 struct DirectoryScan {

@@ -33,6 +33,7 @@ static FoundLogs mFoundAccessLog;
 static bool mFilesBegun = false;                   // SuperLog_NextLogFile was called
 static const LogFile* mpNextLogSummary = nullptr;  // entry to look at next
 static bool mLogsInReportRange = false;
+static int64_t mLogsNotOpened = 0;
 
 static void Forget(FoundLogs& logs) {
   FindClose(logs.scan);
@@ -51,6 +52,7 @@ void ResetSuperLog() {
   mLogLimits = kClassicLimits;
   mFilesBegun = false;
   mLogsInReportRange = false;
+  mLogsNotOpened = 0;
 }
 
 void SuperLog_Uninit() {
@@ -98,7 +100,8 @@ static bool AddLogsOfPattern(FoundLogs& logs, const char* pattern, bool trust_kn
     log.size = WrappedSize(mLogLimits, static_cast<uint64_t>(found.size));
     log.state = kSeenOnDisk;
     if (FileIsntDots(found.name) && (!trust_known_dates || FileShouldBeScanned(log))) {
-      GetLogFileDateRange(log, found.size);
+      log.unopened = !GetLogFileDateRange(log, found.size) && found.file;
+      mLogsNotOpened += log.unopened ? 1 : 0;
       LogsListAppend(log);
       probed = true;
     }
@@ -142,6 +145,7 @@ void SuperLog_Init(Settings& settings, const Limits& limits, time_t range_first,
   mLogLimits = limits;
   mFilesBegun = false;
   mLogsInReportRange = false;
+  mLogsNotOpened = 0;
   SuperLog_SetRange(range_first, range_last);
   CopyText(mLogSearchSpec, settings.logs);
   CopyText(mCurLogFileSpec, settings.AccessLog);
@@ -158,7 +162,7 @@ void SuperLog_Init(Settings& settings, const Limits& limits, time_t range_first,
   const bool current_log_probed = AddLogsOfPattern(mFoundAccessLog, mCurLogFileSpec, false);
   const bool logs_gone = DeleteOldEntries();
   if (logs_probed || current_log_probed || logs_gone) {
-    WriteSummaryFile(summary_path, settings.own_links_only);
+    WriteSummaryFile(summary_path, {settings.own_links_only, settings.forgets_unopened});
   }
 }
 
@@ -217,7 +221,9 @@ static bool OpenIfInRange(const LogFile& log) {
     return false;
   }
   mLogsInReportRange = true;
-  return OpenLog(log.name);
+  const bool opened = OpenLog(log.name);
+  mLogsNotOpened += opened ? 0 : 1;
+  return opened;
 }
 
 static void BeginFiles() {
@@ -253,6 +259,10 @@ void SuperLog_NextLogFile_Done() {
 
 bool SuperLog_LogsInRange() {
   return mLogsInReportRange;
+}
+
+int64_t SuperLog_GetLogsNotOpened() {
+  return mLogsNotOpened;
 }
 
 SuperLong SuperLog_GetTotalLogBytesRead() {

@@ -136,6 +136,7 @@ static const LogFile* FindOriginal(const LogFile& file) {
 
 static void Update(LogFile& entry, const LogFile& file) {
   entry.state = file.state;
+  entry.unopened = file.unopened;
   if (SameDates(entry, file)) {
     return;
   }

@@ -18,7 +18,8 @@ struct LogFile {
   uint64_t size;         // bytes, modulo 2^32 where figures are narrow
   time_t first;          // times of the first and last dated line; 0 = none
   time_t last;
-  int state;  // a LogFileState
+  int state;      // a LogFileState
+  bool unopened;  // this run could not look into it
 
   // The list's own.
   LogFile* next;

@@ -147,15 +147,17 @@ static void WriteSummaryFileHeaders(FILE* file) {
   fprintf(file, "!Version=%s%s\n!Year0=1970\n", kVersion, WidthMark());
 }
 
-void WriteSummaryFile(const char* path, bool own_links_only) {
+void WriteSummaryFile(const char* path, SummaryRules rules) {
   FileReplacement replacement;
-  if (!BeginReplacement(replacement, path, kHead, kUnfinished, own_links_only)) {
+  if (!BeginReplacement(replacement, path, kHead, kUnfinished, rules.own_links_only)) {
     return;
   }
   WriteSummaryFileHeaders(replacement.stream);
   for (const LogFile* log = mpLogsRoot; log != nullptr; log = log->next) {
-    fprintf(replacement.stream, "%" PRIu64 ",%ld,%ld,%s\n", log->size, static_cast<long>(log->first),
-            static_cast<long>(log->last), log->name);
+    if (!log->unopened || !rules.forgets_unopened) {
+      fprintf(replacement.stream, "%" PRIu64 ",%ld,%ld,%s\n", log->size, static_cast<long>(log->first),
+              static_cast<long>(log->last), log->name);
+    }
   }
   FinishReplacement(replacement);
 }

@@ -106,5 +106,8 @@ SuperLong SuperLog_GetTotalLogBytesRead();
 // may be: those that the layout does not explain, and those of no layout at all.
 int64_t SuperLog_GetLinesNotUnderstood();
 
+// Logs that this run was to read, or to look into for their days, and could not open.
+int64_t SuperLog_GetLogsNotOpened();
+
 // Releases the list of log files.
 void SuperLog_Uninit();

@@ -212,7 +212,7 @@ const tests = {
       assert.equal((await firstItems(page))[0], '/zzz');
       await page.locator('#requests input').fill('ZZZ');
       assert.deepEqual(await firstItems(page), ['/zzz']);
-      assert.equal(await page.locator('#requests [role=status]').textContent(), '1 rows match');
+      assert.equal(await page.locator('#requests [role=status]').textContent(), '1 row found');
       await page.locator('#requests input').fill('');
       assert.equal(await page.locator('#requests tbody tr').count(), rows.length);
       await page.locator('#browsers input').fill('=1');
@@ -223,6 +223,7 @@ const tests = {
       assert.match(await page.locator('#browsers input').inputValue(), /"?'=1\+1"?,1,/);
     });
   },
+<<<<<<< HEAD
   async 'an index leads to its reports, whatever their names and titles'() {
     const odd = [...attacks.map((attack, i) => [`${attack.replaceAll(/[/\x1b]/g, '_').slice(0, 60)}${i}.html`, attack.replaceAll(/[;=]/g, '_')]),
       ['javascript:1.html', 'a'], ['%2e%2e?x#y&amp;.html', 'b'], ['sub"folder/<b>.html', 'c']];
@@ -256,6 +257,72 @@ const tests = {
       }
     }
   },
+=======
+  async 'the hours of the week are sorted by a weekday, and copied'() {
+    await withPage(report('ordinary', ordinary), { permissions: ['clipboard-read'] }, async (page) => {
+      const week = page.locator('#hoursofweek');
+      await week.locator('.fold > summary').click();
+      await week.getByRole('button', { name: 'Sun' }).click();
+      const counts = (await texts(page, '#hoursofweek td.c:last-child')).map(Number);
+      assert.equal(counts.reduce((sum, count) => sum + count, 0), ordinary.length);
+      assert.deepEqual(counts, [...counts].sort((a, b) => b - a));
+      await week.locator('.tools button').click();
+      await page.locator('#browsers input').focus();
+      await page.keyboard.press('Control+V');
+      assert.match(await page.locator('#browsers input').inputValue(), /^Hour,Mon,Tue,Wed,Thu,Fri,Sat,Sun/);
+    });
+  },
+  async 'weekdays and hours stand beside each other where there is room'() {
+    const places = (page) => page.evaluate(() => ['hitsperdayofweek', 'hitsperhour'].map((id) => document.getElementById(id).getBoundingClientRect()));
+    const address = report('ordinary', ordinary);
+    await withPage(address, { viewport: { width: 1100, height: 800 } }, async (page) => {
+      const [weekdays, hours] = await places(page);
+      assert.ok(weekdays.top === hours.top && weekdays.right < hours.left);
+    });
+    await withPage(address, phone, async (page) => {
+      const [weekdays, hours] = await places(page);
+      assert.ok(weekdays.bottom <= hours.top && weekdays.left === hours.left);
+    });
+    await withPage(report('alone', ordinary, ['hitsperdayofweek=0']), { viewport: { width: 1100, height: 800 } }, async (page) => {
+      const widths = await page.evaluate(() => ['hitsperhour', 'requests'].map((id) => document.getElementById(id).clientWidth));
+      assert.equal(widths[0], widths[1]);
+    });
+  },
+  async 'a phone shows the figures above its first fold, and the contents in one line'() {
+    await withPage(report('ordinary', ordinary), phone, async (page) => {
+      assert.ok((await page.locator('.tiles').boundingBox()).y < 400);
+      assert.ok((await page.locator('nav').boundingBox()).height < 60);
+      await page.locator('nav a').last().focus();
+      assert.ok((await page.locator('nav a').last().boundingBox()).x < 390);
+    });
+  },
+  async 'no markup of the administrator leads elsewhere'() {
+    const header = '<p id=own>Ours</p><META http-equiv="refresh" content="0;url=about:blank"><script>document.title=1</script>';
+    const address = report('extra', ordinary, [`extraheader=${header}`]);
+    const html = readFileSync(new URL(address), 'utf8');
+    assert.ok(html.includes('<x-META'));
+    for (const [source, away] of [[html, false], [html.replace('<x-META', '<META'), true]]) {
+      writeFileSync(new URL(address), source);
+      await withPage(address, {}, async (page) => {
+        await page.waitForTimeout(500);
+        assert.equal(page.url() === 'about:blank', away);
+        if (!away) {
+          assert.equal(await page.locator('#own').isVisible(), true);
+          assert.notEqual(await page.title(), '1');
+        }
+      });
+    }
+  },
+  async 'paper has a line for each row, and each long text once'() {
+    await withPage(report('ordinary', ordinary), { viewport: { width: 680, height: 1000 } }, async (page) => {
+      await page.emulateMedia({ media: 'print' });
+      const cell = page.locator('#requests td.i:has(.whole)').first();
+      assert.deepEqual(await cell.evaluate((element) => [...element.children].map((child) => child.checkVisibility())), [false, true]);
+      assert.equal(await page.locator('#requests .n').first().isVisible(), true);
+      assert.ok((await page.locator('#hitsperhour tbody tr').first().boundingBox()).height < 22);
+    });
+  },
+>>>>>>> polish
   async 'printing opens every fold'() {
     await withPage(report('ordinary', ordinary), { javaScriptEnabled: false }, async (page) => {
       const row = page.locator('#requests .fold tbody tr').first();

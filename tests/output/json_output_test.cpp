@@ -14,24 +14,24 @@ using JsonOutput = WholeReport;
 TEST_F(JsonOutput, WholeReportOfOneRequest) {
   settings_.requests.on = 1;
   AddLog("a.log", {{.url = "/a&b.html"}});
-  EXPECT_EQ(
-      Written(kJsonOutput),
-      "{\n"
-      "  \"format\": 1,\n"
-      "  \"program\": {\"name\": \"Orvellis\", \"version\": \"1.5\", \"edition\": \"modern\"},\n"
-      "  \"title\": \"A Site\",\n"
-      "  \"site\": \"http://site.example\",\n"
-      "  \"created\": \"2000-03-06T00:00:00+00:00\",\n"
-      "  \"timezone\": \"UTC\",\n"
-      "  \"range\": {\"from\": \"2000-03-01\", \"to\": \"2000-03-31\"},\n"
-      "  \"totals\": {\"requests\": 1, \"bytes\": 100, \"log_bytes\": 91, \"lines_not_understood\": 0},\n"
-      "  \"notes\": [],\n"
-      "  \"sections\": {\n"
-      "    \"requests\": {\"title\": \"Requested URLs\", \"distinct\": 1, \"total\": 1, \"rows\": [\n"
-      "        {\"item\": \"/a&b.html\", \"count\": 1, \"share\": 1.000000, \"url\": "
-      "\"http://site.example/a&b.html\"}]}\n"
-      "  }\n"
-      "}\n");
+  EXPECT_EQ(Written(kJsonOutput),
+            "{\n"
+            "  \"format\": 1,\n"
+            "  \"program\": {\"name\": \"Orvellis\", \"version\": \"1.5\", \"edition\": \"modern\"},\n"
+            "  \"title\": \"A Site\",\n"
+            "  \"site\": \"http://site.example\",\n"
+            "  \"created\": \"2000-03-06T00:00:00+00:00\",\n"
+            "  \"timezone\": \"UTC\",\n"
+            "  \"range\": {\"from\": \"2000-03-01\", \"to\": \"2000-03-31\"},\n"
+            "  \"totals\": {\"requests\": 1, \"with_status\": 1, \"errors\": 0, \"bytes\": 100, "
+            "\"log_bytes\": 91, \"lines_not_understood\": 0},\n"
+            "  \"notes\": [],\n"
+            "  \"sections\": {\n"
+            "    \"requests\": {\"title\": \"Requested URLs\", \"distinct\": 1, \"total\": 1, \"rows\": [\n"
+            "        {\"item\": \"/a&b.html\", \"count\": 1, \"share\": 1.000000, \"url\": "
+            "\"http://site.example/a&b.html\"}]}\n"
+            "  }\n"
+            "}\n");
 }
 
 TEST_F(JsonOutput, BytesThatAreNoUtf8AreKept) {

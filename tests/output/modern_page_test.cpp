@@ -67,6 +67,53 @@ TEST_F(ModernPage, TilesHaveTheFiguresThatMatter) {
       page, HasSubstr("<dt>Not found</dt><dd class=\"figure\">2</dd><dd>1 URL, 50.0 % of the requests</dd>"));
 }
 
+TEST_F(ModernPage, ErrorsAreAPartOfTheAnswers) {
+  AddLog("a.log", {{.status = "399"}, {.status = "400"}, {.status = "599"}, {.status = "200"}});
+  EXPECT_THAT(Page(),
+              HasSubstr("<dt>Errors</dt><dd class=\"figure\">50.0 %</dd><dd>2 answers, 4xx or 5xx</dd>"));
+}
+
+TEST_F(ModernPage, RequestsWithoutAStatusAreNoAnswers) {
+  AddLog("a.log", {{.status = "-"}, {.status = "-"}, {.status = "404"}});
+  EXPECT_THAT(Page(), HasSubstr("<dd class=\"figure\">100.0 %</dd><dd>1 answer, 4xx or 5xx</dd>"));
+}
+
+TEST_F(ModernPage, LogsWithoutAnyStatusHaveNoShareOfErrors) {
+  AddLog("a.log", {{.status = "-"}});
+  EXPECT_THAT(Page(), Not(HasSubstr("<dt>Errors</dt>")));
+}
+
+TEST_F(ModernPage, OneRequestIsToldAsOne) {
+  settings_.requests.on = settings_.referrers.on = settings_.browsers.on = settings_.domains.on = 1;
+  settings_.search.on = settings_.dailytotals = 1;
+  CopyText(settings_.start_date, "03052000");
+  CopyText(settings_.end_date, "03052000");
+  AddLog("a.log", {{.referrer = "http://www.google.com/search?q=tea", .agent = "x"}});
+  const std::string page = Page();
+  for (const char* const words :
+       {"Only 1 URL; it makes up 100.0 % of 1 request.", "100.0 % of 1 request that names a referrer.",
+        "100.0 % of 1 request that names a browser.", "100.0 % of 1 request that names a host.",
+        "1 phrase, 1 visit from a search engine.", "1 visit, 100.0 % of all", "1 request on 1 day."}) {
+    EXPECT_THAT(page, HasSubstr(words));
+  }
+}
+
+TEST_F(ModernPage, FirstRowOfSeveralIsToldWithoutANumber) {
+  AddUrls(2);
+  settings_.requests = {.on = 1, .top = 1, .greater = 0, .top_is_percent = 0};
+  EXPECT_THAT(Page(), HasSubstr("The first of 2 URLs; it makes up 50.0 % of 2 requests."));
+}
+
+TEST_F(ModernPage, HoursOfTheWeekHaveAColumnForEachWeekday) {
+  settings_.hoursofweek = 1;
+  AddLog(
+      "a.log",
+      {{.time = "05/Mar/2000:07:00:00"}, {.time = "06/Mar/2000:07:00:00"}, {.time = "06/Mar/2000:07:30:00"}});
+  const std::string none = "<td class=\"c\">0</td>";
+  EXPECT_THAT(Page(), HasSubstr("<tr><td class=\"i\"><bdi>07</bdi></td><td class=\"c\">2</td>" + none + none +
+                                none + none + none + "<td class=\"c\">1</td>\n</tr>"));
+}
+
 TEST_F(ModernPage, PolicyIsInThePageAndInTheHeader) {
   AddLog("a.log", {{}});
   env_.command_line = 0;
@@ -90,7 +137,8 @@ TEST_F(ModernPage, ScriptCanBeLeftOut) {
 }
 
 TEST_F(ModernPage, NothingIsLargerThanSixtyKilobytesBeforeItsRows) {
-  for (int* const on : {&settings_.dailytotals, &settings_.hitsperdayofweek, &settings_.hitsperhour}) {
+  for (int* const on : {&settings_.dailytotals, &settings_.hitsperdayofweek, &settings_.hitsperhour,
+                        &settings_.hoursofweek}) {
     *on = 1;
   }
   for (RankedReport* const report :
@@ -98,6 +146,8 @@ TEST_F(ModernPage, NothingIsLargerThanSixtyKilobytesBeforeItsRows) {
         &settings_.badreferrers, &settings_.domains, &settings_.domaintypes}) {
     report->on = 1;
   }
+  CopyText(settings_.start_date, "03052000");  // days are rows, too
+  CopyText(settings_.end_date, "03052000");
   AddLog("a.log", {{.status = "404", .referrer = "http://r.example/", .agent = "x"}});
   EXPECT_LT(Page().size(), 60U << 10);
 }
@@ -161,4 +211,10 @@ TEST_F(ModernPage, MarkupOfTheAdministratorStandsAsItIs) {
   AddLog("a.log", {{}});
   log_SetExtraHeader(settings_, "<p id=\"own\">Intranet</p>", kLevelGlobalKey);
   EXPECT_THAT(Page(), HasSubstr("<p id=\"own\">Intranet</p>"));
+}
+
+TEST_F(ModernPage, MarkupOfTheAdministratorLeadsNobodyElsewhere) {
+  AddLog("a.log", {{}});
+  log_SetExtraHeader(settings_, "<META http-equiv=refresh content=0;url=/><b>a</b><meta/x>", kLevelGlobalKey);
+  EXPECT_THAT(Page(), HasSubstr("<x-META http-equiv=refresh content=0;url=/><b>a</b><x-meta/x>\n"));
 }

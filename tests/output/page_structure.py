@@ -123,7 +123,11 @@ def main():
         assert dict(rows_of(tree, "requests")) == {url.decode(): n for url, n in collections.Counter(urls).items()}
         days = collections.Counter(f"2000-03-{5 + i * 7 // 2000:02}" for i in range(2000))
         assert dict(rows_of(tree, "dailytotals")) == days
-        assert sum(count for _, count in rows_of(tree, "hoursofweek")) == 2000
+        week = next(element for element in elements(tree, "section") if element.get("id") == "hoursofweek")
+        hours = {"".join(row[0].itertext()): [int(cell.text) for cell in row[1:]] for row in elements(week, "tr")[1:]}
+        # 5 March 2000 was a Sunday, and weeks begin with Monday.
+        assert hours.pop("10") == [days[f"2000-03-{day:02}"] for day in (6, 7, 8, 9, 10, 11, 5)]
+        assert len(hours) == 23 and not any(sum(counts) for counts in hours.values())
 
         lines = [line(b"/" + attack.replace(b" ", b""), status=status, referrer=b"http://r.example/" + attack, agent=attack)
                  for attack in HOSTILE for status in (200, 404)]

@@ -33,6 +33,7 @@ TEST_F(TextOutput, WholeReport) {
             "made 2000-03-06T00:00:00+00:00 by Orvellis 1.5\n"
             "\n"
             "Requests                            4\n"
+            "Errors                              1\n"
             "Bytes served                1,234,867\n"
             "Log bytes read                    361\n"
             "Lines not understood                0\n"

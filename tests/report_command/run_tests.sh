@@ -92,6 +92,37 @@ test_one_log() {
   done
 }
 
+# The logs that a page says it was made from.
+named_logs() { sed -n 's/<div><dt>From<.dt> <dd>[^:]*: \(.*\)<.dd><.div>/\1/p' report.html; }
+
+test_pages_call_logs_by_their_own_names() {
+  edition=''
+  mkdir 'a folder'
+  line 5 >access.log
+  line 6 /b.html >'a folder/old "log" <b>'
+  line 7 /c.html | gzip -c >access.log.2.gz
+  line 8 /dd.html >"a folder/
+x"
+  line 9 /eee.html >input
+  orvellis_report access.log 'a folder/old "log" <b>' access.log.2.gz "a folder/
+x" - <input >out 2>err
+  status=$?
+  expect_status 0
+  [ "$(named_logs)" = '<bdi>access.log</bdi>, <bdi>old &quot;log&quot; &lt;b&gt;</bdi>, <bdi>access.log.2.gz</bdi>, <bdi><i>\x0A</i>x</bdi>, <bdi>standard input</bdi>' ] ||
+    failed "the logs are $(named_logs)"
+}
+
+test_a_packed_input_and_a_pipe_have_names() {
+  edition=''
+  mkfifo fifo
+  line 5 >fifo &
+  line 6 /b.html | gzip -c >packed
+  orvellis_report fifo - <packed >out 2>err
+  status=$?
+  expect_status 0
+  [ "$(named_logs)" = '<bdi>fifo</bdi>, <bdi>standard input</bdi>' ] || failed "the logs are $(named_logs)"
+}
+
 test_several_logs() {
   line 5 >a.log
   line 9 >b.log

@@ -42,6 +42,17 @@ TEST(OverviewOf, TellsTheTotals) {
   EXPECT_FALSE(OverviewOf({}, {}).logs_in_range);
 }
 
+TEST(OverviewOf, CountsErrorsByTheirStatus) {
+  Analysis analysis{};
+  analysis.statuses[0] = 1;
+  analysis.statuses[399] = 10;
+  analysis.statuses[400] = 100;
+  analysis.statuses[599] = 1000;
+  const Overview overview = OverviewOf({}, analysis);
+  EXPECT_EQ(overview.with_status, 1110);
+  EXPECT_EQ(overview.errors, 1100);
+}
+
 class ThinnedTables : public testing::Test {
  protected:
   ThinnedTables() {

@@ -396,6 +396,7 @@ TEST_F(LogFilesTest, FileInRangeCountsEvenWhenItCannotBeOpened) {
   remove(PathOf("a1.log").c_str());
   EXPECT_FALSE(SuperLog_NextLogFile());
   EXPECT_TRUE(SuperLog_LogsInRange());
+  EXPECT_EQ(SuperLog_GetLogsNotOpened(), 1);
 }
 
 TEST_F(LogFilesTest, EmptyFileIsNeverReadWhateverTheSummarySays) {
@@ -422,6 +423,26 @@ TEST_F(LogFilesTest, FileThatCannotBeOpenedForProbingStaysWithoutDates) {
   EXPECT_TRUE(SuperLog_LogFilesFound());
   EXPECT_EQ(SummaryEntries(), "0,0,0,a1.log\n");
   EXPECT_FALSE(SuperLog_NextLogFile());
+  EXPECT_EQ(SuperLog_GetLogsNotOpened(), 1);
+  InitAgain();
+  EXPECT_EQ(Told(), "search: 1 to 31, a*.log, , found\nlooked at: a1.log, 0, no log\n");
+}
+
+TEST_F(LogFilesTest, FileThatCannotBeOpenedIsTriedAgainByARunThatForgetsIt) {
+  ASSERT_EQ(symlink("later", PathOf("a1.log").c_str()), 0);
+  Write("a2.log", Line(3, 2));
+  settings.forgets_unopened = true;
+  Init();
+  EXPECT_EQ(Told(), "not opened: a1.log\n");
+  EXPECT_EQ(SummaryEntries().find("a1.log"), std::string::npos);
+  InitAgain();
+  EXPECT_EQ(Told(), "not opened: a1.log\n");
+  EXPECT_EQ(SuperLog_GetLogsNotOpened(), 1);
+  Write("later", Line(2));
+  InitAgain();
+  EXPECT_EQ(Told(), "");
+  EXPECT_EQ(SuperLog_GetLogsNotOpened(), 0);
+  EXPECT_EQ(OpenedDays(), (Days{3, 2}));
 }
 
 TEST_F(LogFilesTest, FoldersAndNamedPipesAreNeverRead) {
@@ -430,6 +451,7 @@ TEST_F(LogFilesTest, FoldersAndNamedPipesAreNeverRead) {
   Init();
   EXPECT_EQ(ListNames(), (Names{"a1.log", "a2.log"}));
   EXPECT_FALSE(SuperLog_NextLogFile());
+  EXPECT_EQ(SuperLog_GetLogsNotOpened(), 0);
 }
 
 TEST_F(LogFilesTest, DirectoryOfThePatternIsUsedAsItStands) {
