@@ -223,7 +223,6 @@ const tests = {
       assert.match(await page.locator('#browsers input').inputValue(), /"?'=1\+1"?,1,/);
     });
   },
-<<<<<<< HEAD
   async 'an index leads to its reports, whatever their names and titles'() {
     const odd = [...attacks.map((attack, i) => [`${attack.replaceAll(/[/\x1b]/g, '_').slice(0, 60)}${i}.html`, attack.replaceAll(/[;=]/g, '_')]),
       ['javascript:1.html', 'a'], ['%2e%2e?x#y&amp;.html', 'b'], ['sub"folder/<b>.html', 'c']];
@@ -257,7 +256,6 @@ const tests = {
       }
     }
   },
-=======
   async 'the hours of the week are sorted by a weekday, and copied'() {
     await withPage(report('ordinary', ordinary), { permissions: ['clipboard-read'] }, async (page) => {
       const week = page.locator('#hoursofweek');
@@ -322,7 +320,6 @@ const tests = {
       assert.ok((await page.locator('#hitsperhour tbody tr').first().boundingBox()).height < 22);
     });
   },
->>>>>>> polish
   async 'printing opens every fold'() {
     await withPage(report('ordinary', ordinary), { javaScriptEnabled: false }, async (page) => {
       const row = page.locator('#requests .fold tbody tr').first();
