@@ -101,10 +101,10 @@ static void PutField(Sink& sink, const AskedField& field) {
   PutQueryPart(sink, field.value);
 }
 
-void PutAddressAsAsked(Sink& sink, const AskedFields& asked) {
+static void PutAddressAsAsked(Sink& sink, const AskedFields& asked) {
   Put(sink, "?");
   size_t place = 0;
-  for (AskedField field; CanAskAgain(asked) && NextField(asked, place, field);) {
+  for (AskedField field; NextField(asked, place, field);) {
     PutField(sink, field);
     if (place < asked.length) {
       Put(sink, "&amp;");

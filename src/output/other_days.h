@@ -40,7 +40,3 @@ void PutDays(Sink& sink, const DayRange& days);
 // A list of the links. Nothing where the same cannot be asked for again by its address: nothing came from
 // a web server, it was too much, or the account says which days there are.
 void PutDayLinks(Sink& sink, const Settings& settings, const DayLinks& links);
-
-// The address that asks for the same again, with the days as they were written; of the empty form where that
-// cannot be.
-void PutAddressAsAsked(Sink& sink, const AskedFields& asked);
