@@ -64,13 +64,13 @@ ask --data "$account-&date=03052000,03112000" "$cgi"
 modern_answers answer 403 'a wrong password'
 ask --data "$report&date=03052000,03042000" "$cgi"
 modern_answers answer 400 'days the wrong way round'
-ask "$cgi"
-modern_answers answer 405 'GET' 'Allow: POST'
-page_has 'GET' '<h1>Orvellis Error #1: '
-ask -I "$cgi"  # the headers of the GET before
-answers 405 'HEAD' 'Allow: POST'
-ask "$cgi?remotedebug"
-modern_answers answer 405 'remote debugging' 'Allow: POST'
+ask "$cgi?username=$SERVER&password=Teapot"
+modern_answers answer 400 'a password in the address'
+ask -I "$cgi?username=$SERVER&password=Teapot"  # the headers of the GET before
+answers 400 'HEAD'
+ask -X PUT "$cgi"
+modern_answers answer 405 'PUT' 'Allow: GET, HEAD, POST'
+page_has 'PUT' '<h1>Orvellis Error #1: '
 for page in about credits; do
   ask "$cgi?$page"
   modern_answers answer 200 "the modern page $page"
