@@ -17,14 +17,16 @@ enum class DayLinkKind {
   kWeek,  // from Monday, that the shown days lie in
   kMonth,
   kYear,
-  kLatestDay,  // of the logs, as are the following
+  kFirstDays,  // of the logs, as are the following
+  kFirstMonth,
+  kLatestDay,
   kLatestDays,
   kLatestMonth,
   kAll,
   kSame,  // the days that are shown: the report's own address
 };
 
-inline constexpr size_t kDayLinkKinds = 12;
+inline constexpr size_t kDayLinkKinds = 14;
 
 // By kind; what is not there has no link.
 using DayLinks = std::array<std::optional<DayRange>, kDayLinkKinds>;
