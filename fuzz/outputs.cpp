@@ -104,6 +104,7 @@ static const PageWriter kAllOutputs = {
     .told = kModernPage.told,
     .finish = CheckOutputs,
     .tells_totals = false,
+    .ask = nullptr,
     .refuse = nullptr,
     .info = {},
 };

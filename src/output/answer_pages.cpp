@@ -44,19 +44,10 @@ static AnswerHead WithPolicy(AnswerHead head) {
 
 // ---- Refusals ----
 
-// Only the form of a web server is at the address of the answer. Whoever has been let in would be answered
-// the same again, and gets the empty one.
-static void PutFormLink(Sink& sink, const RefusalTexts& texts, const Environment& env,
-                        const Settings& settings) {
-  Put(sink, "<a rel=\"nofollow\" href=\"");
-  if (env.command_line != 0) {
-    PutAttribute(sink, kProductPage);
-  } else if (texts.not_let_in) {
-    PutAddressAsAsked(sink, settings.asked);
-  } else {
-    Put(sink, "?");
-  }
-  Put(sink, "\">request form</a>");
+// Only the form of a web server is at the address of the answer. It is the empty one: what was typed is in no
+// refusal, so that all are the same.
+static void PutFormLink(Sink& sink, const Environment& env) {
+  PutLink(sink, env.command_line != 0 ? kProductPage : "?", "request form");
 }
 
 static void PutLogDays(Sink& sink, const DayRange& days, const Settings& settings) {
@@ -92,7 +83,7 @@ static void PutRefusal(Sink& sink, const RefusalTexts& texts, const Refusal& ref
   Put(sink, "#error");
   PutNumber(sink, refusal.error);
   Put(sink, "\">More about this error</a>, ");
-  PutFormLink(sink, texts, env, settings);
+  PutFormLink(sink, env);
   Put(sink, "</p>\n");
 }
 

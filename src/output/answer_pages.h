@@ -1,7 +1,8 @@
 // Pages that are no report, in the look of the reports.
 //
-// What is said of a refusal, and of the program, holds nothing of the machine, and of the request no more
-// than the fields that were taken, within addresses.
+// What is said of a refusal, and of the program, holds nothing of the request and nothing
+// of the machine; but where a visitor may see the account and its days are what is wrong, links hold what was
+// asked for.
 #pragma once
 
 #include "cgi/settings.h"

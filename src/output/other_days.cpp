@@ -47,16 +47,36 @@ static bool IsWholeMonth(const DayRange& days) {
   return days == MonthOf(days.first);
 }
 
-// Of shown days far outside the neighbours are the nearest days that there are.
-static void AddNeighbours(DayLinks& links, const DayRange& shown, const DayRange& held) {
-  const CalendarDate before = Common({held.first, DayBehind(shown.first, -1)}, held).last;
-  const CalendarDate behind = Common({DayBehind(shown.last, 1), held.last}, held).first;
+// What neighbours are called; far outside, they are the nearest days that there are.
+struct NeighbourKinds {
+  DayLinkKind days;
+  DayLinkKind month;
+};
+
+static constexpr NeighbourKinds kBefore{DayLinkKind::kPrevious, DayLinkKind::kPreviousMonth};
+static constexpr NeighbourKinds kFarBefore{DayLinkKind::kLatestDays, DayLinkKind::kLatestMonth};
+static constexpr NeighbourKinds kBehind{DayLinkKind::kNext, DayLinkKind::kNextMonth};
+static constexpr NeighbourKinds kFarBehind{DayLinkKind::kFirstDays, DayLinkKind::kFirstMonth};
+
+static void AddDaysBefore(DayLinks& links, const DayRange& shown, const DayRange& held) {
+  const CalendarDate day_before = DayBehind(shown.first, -1);
+  const CalendarDate last = Common({held.first, day_before}, held).last;
+  const NeighbourKinds& kinds = last == day_before ? kBefore : kFarBefore;
   if (IsWholeMonth(shown)) {
-    Add(links, DayLinkKind::kPreviousMonth, MonthOf(before), held);
-    Add(links, DayLinkKind::kNextMonth, MonthOf(behind), held);
+    Add(links, kinds.month, MonthOf(last), held);
   } else {
-    Add(links, DayLinkKind::kPrevious, DaysUpTo(before, CountDays(shown)), held);
-    Add(links, DayLinkKind::kNext, DaysFrom(behind, CountDays(shown)), held);
+    Add(links, kinds.days, DaysUpTo(last, CountDays(shown)), held);
+  }
+}
+
+static void AddDaysBehind(DayLinks& links, const DayRange& shown, const DayRange& held) {
+  const CalendarDate day_behind = DayBehind(shown.last, 1);
+  const CalendarDate first = Common({day_behind, held.last}, held).first;
+  const NeighbourKinds& kinds = first == day_behind ? kBehind : kFarBehind;
+  if (IsWholeMonth(shown)) {
+    Add(links, kinds.month, MonthOf(first), held);
+  } else {
+    Add(links, kinds.days, DaysFrom(first, CountDays(shown)), held);
   }
 }
 
@@ -76,7 +96,8 @@ DayLinks LinksFrom(const DayRange& shown, const DayRange& held) {
   if (Common(shown, held) != held) {
     Add(links, DayLinkKind::kAll, held, held);
   }
-  AddNeighbours(links, shown, held);
+  AddDaysBefore(links, shown, held);
+  AddDaysBehind(links, shown, held);
   AddAround(links, DayLinkKind::kWeek, WeekOf, shown, held);
   AddAround(links, DayLinkKind::kMonth, MonthOf, shown, held);
   AddAround(links, DayLinkKind::kYear, YearOf, shown, held);
@@ -101,10 +122,10 @@ static void PutField(Sink& sink, const AskedField& field) {
   PutAddressPart(sink, field.value);
 }
 
-void PutAddressAsAsked(Sink& sink, const AskedFields& asked) {
+static void PutAddressAsAsked(Sink& sink, const AskedFields& asked) {
   Put(sink, "?");
   size_t place = 0;
-  for (AskedField field; CanAskAgain(asked) && NextField(asked, place, field);) {
+  for (AskedField field; NextField(asked, place, field);) {
     PutField(sink, field);
     if (place < asked.length) {
       Put(sink, "&amp;");
@@ -157,6 +178,10 @@ static void PutName(Sink& sink, DayLinkKind kind, const DayRange& days) {
       return Put(sink, "The month");
     case DayLinkKind::kYear:
       return Put(sink, "The year");
+    case DayLinkKind::kFirstDays:
+      return PutCountOfDays(sink, "First", days);
+    case DayLinkKind::kFirstMonth:
+      return Put(sink, "First month");
     case DayLinkKind::kLatestDay:
     case DayLinkKind::kLatestDays:
       return PutCountOfDays(sink, "Latest", days);

@@ -17,14 +17,16 @@ enum class DayLinkKind {
   kWeek,  // from Monday, that the shown days lie in
   kMonth,
   kYear,
-  kLatestDay,  // of the logs, as are the following
+  kFirstDays,  // of the logs, as are the following
+  kFirstMonth,
+  kLatestDay,
   kLatestDays,
   kLatestMonth,
   kAll,
   kSame,  // the days that are shown: the report's own address
 };
 
-inline constexpr size_t kDayLinkKinds = 12;
+inline constexpr size_t kDayLinkKinds = 14;
 
 // By kind; what is not there has no link.
 using DayLinks = std::array<std::optional<DayRange>, kDayLinkKinds>;
@@ -40,7 +42,3 @@ void PutDays(Sink& sink, const DayRange& days);
 // A list of the links. Nothing where the same cannot be asked for again by its address: nothing came from
 // a web server, it was too much, or the account says which days there are.
 void PutDayLinks(Sink& sink, const Settings& settings, const DayLinks& links);
-
-// The address that asks for the same again, with the days as they were written; of the empty form where that
-// cannot be.
-void PutAddressAsAsked(Sink& sink, const AskedFields& asked);

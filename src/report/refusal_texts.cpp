@@ -29,7 +29,6 @@ static const RefusalTexts kRefusals[] = {
             "Mind capital and small letters of both. Whoever looks after Orvellis on this site can tell the"
             " account and set a new password.",
         .log = nullptr,
-        .not_let_in = true,
     },
     {
         .error = kErrorNoUrl,
@@ -126,7 +125,6 @@ static const RefusalTexts kRefusals[] = {
         .sentence = "Too many requests have been refused. Please wait a while before the next one.",
         .advice = "Whoever looks after Orvellis on this site can end the wait.",
         .log = nullptr,
-        .not_let_in = true,
     },
     {
         .error = kErrorPasswordInQuery,
@@ -139,7 +137,6 @@ static const RefusalTexts kRefusals[] = {
             "Take the password out of the address: the form asks for it. Whoever has sent it this way should"
             " have a new one.",
         .log = "a password stands in the address",
-        .not_let_in = true,
     },
     {
         .error = kErrorLongQuery,

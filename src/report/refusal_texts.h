@@ -15,7 +15,6 @@ struct RefusalTexts {
   const char* advice;                                        // what to do; a sentence, too
   const char* log;                                           // null: has been logged where it was decided
   const char* (*value)(const Settings& settings) = nullptr;  // that the log names
-  bool not_let_in = false;                                   // the form can be filled in again
   const char* allowed = nullptr;                             // the methods that would have been right
 };
 

@@ -299,18 +299,25 @@ const tests = {
       assert.notEqual(await page.title(), 'owned');
     });
   },
-  async 'what is not of the page cannot run'() {
-    const context = await browser.newContext();
-    await context.route('**/*', (route) => {
-      const answer = answerForm('');
-      answer.body = answer.body.replace('<main>', "<main><img src=x onerror=\"document.title='owned'\"><script>document.title='owned'</script>");
-      return route.fulfill(answer);
-    });
-    const page = await context.newPage();
-    await page.goto(program);
-    await page.getByRole('button', { name: 'Choose all' }).waitFor();
-    assert.equal(await page.title(), 'Orvellis: Report Request Form');
-    await context.close();
+  async 'what is not of the page cannot run, and could without its policy'() {
+    const attack = "<main><img src=x onerror=\"document.title='owned'\"><script>document.title='owned'</script>";
+    for (const owned of [false, true]) {
+      const context = await browser.newContext();
+      await context.route('**/*', (route) => {
+        const answer = answerForm('');
+        answer.body = answer.body.replace('<main>', attack);
+        if (owned) {
+          delete answer.headers['Content-Security-Policy'];
+          answer.body = answer.body.replace(/<meta http-equiv="Content-Security-Policy"[^>]*>/, '');
+        }
+        return route.fulfill(answer);
+      });
+      const page = await context.newPage();
+      await page.goto(program);
+      await page.getByRole('button', { name: 'Choose all' }).waitFor();
+      assert.equal(await page.title(), owned ? 'owned' : 'Orvellis: Report Request Form');
+      await context.close();
+    }
   },
   async 'nothing is wider than a phone, or than a large print'() {
     const long = new URLSearchParams({ username: 'w'.repeat(99), days: 'w'.repeat(243), output: 'w'.repeat(243), section: 'w'.repeat(243), from: 'w'.repeat(243) });

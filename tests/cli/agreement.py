@@ -348,7 +348,8 @@ def check(case):
         line = body_of(files, csv_out[1]).decode()
         assert line == body_of(files, text_out[1]).decode()
         error = report["error"]
-        assert line == f"Orvellis error {error['code']}: {error['title']}. {error['text']}\n", line
+        days = f" The logs hold {error['logs']['first']} to {error['logs']['last']}." if "logs" in error else ""
+        assert line == f"Orvellis error {error['code']}: {error['title']}. {error['text']} {error['advice']}{days}\n", line
         modern_page.compare_refusal(error, body_of(files, page_out[1]))
         return "refused"
     assert report["created"] == "2000-04-01T00:00:00+00:00" or "TZ" in files.get("env", b"").decode(), report["created"]

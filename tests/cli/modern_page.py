@@ -389,4 +389,5 @@ def compare(report, page, raw_item, shown):
 def compare_refusal(error, page):
     tree = read(page)
     assert text_of(only(list(tree.iter("h1")))) == f"Orvellis Error #{error['code']}: {error['title']}"
-    assert error["text"] in [text_of(words) for words in tree.iter("p")], error
+    paragraphs = [text_of(words) for words in tree.iter("p")]
+    assert error["text"] in paragraphs and error["advice"] in paragraphs, error

@@ -18,9 +18,9 @@ static std::string Written(const CalendarDate& day) {
 
 // What the links are, a line each.
 static std::string Told(const DayLinks& links) {
-  static constexpr const char* kNames[kDayLinkKinds] = {"previous",    "previous month", "next", "next month",
-                                                        "week",        "month",          "year", "latest day",
-                                                        "latest days", "latest month",   "all",  "same"};
+  static constexpr const char* kNames[kDayLinkKinds] = {
+      "previous",   "previous month", "next",       "next month",  "week",         "month", "year",
+      "first days", "first month",    "latest day", "latest days", "latest month", "all",   "same"};
   std::string told;
   for (size_t kind = 0; kind < links.size(); ++kind) {
     if (links[kind].has_value()) {
@@ -63,9 +63,9 @@ TEST(LinksFrom, NeverLeaveTheLogs) {
 
 TEST(LinksFrom, FarOffTheNearestDays) {
   EXPECT_EQ(Told(LinksFrom({{5, 1, 2003}, {5, 7, 2003}}, kHeld)),
-            "previous 2000-12-14 2000-12-20\nall 2000-01-10 2000-12-20\nsame 2003-05-01 2003-05-07\n");
+            "latest days 2000-12-14 2000-12-20\nall 2000-01-10 2000-12-20\nsame 2003-05-01 2003-05-07\n");
   EXPECT_EQ(Told(LinksFrom({{5, 1, 1999}, {5, 31, 1999}}, kHeld)),
-            "next month 2000-01-10 2000-01-31\nall 2000-01-10 2000-12-20\nsame 1999-05-01 1999-05-31\n");
+            "first month 2000-01-10 2000-01-31\nall 2000-01-10 2000-12-20\nsame 1999-05-01 1999-05-31\n");
 }
 
 TEST(LinksFrom, AllDaysNowhere) {

@@ -170,8 +170,13 @@ user=nologs;url=http://www.example.com;password=*
 user=empty;logs=$WORK/nothing/*;url=http://www.example.com;password=*
 user=secret;logs=$WORK/log/*;url=http://www.example.com
 END
-get -X PUT --data "$form" "$cgi"
+get -X PUT "$cgi"
+grep -qi '^Allow: GET, HEAD, POST' "$WORK/headers" || fail 'PUT: nothing tells what is allowed'
 error 1 405 'PUT'
+get "$cgi?username=$SERVER&password=Teapot"
+error 16 400 'a password in the address'
+get "$cgi?username=empty&days=never"
+error 7 400 'days that are none, in the address'
 post "$form&password=wrong"
 error 2 403 'a wrong password'
 hash=$(sed -n "s/^$SERVER://p" "$PREFIX/etc/orvellis/passwords")
