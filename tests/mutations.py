@@ -18,7 +18,7 @@ import sys
 TREE = pathlib.Path(__file__).resolve().parent.parent
 COPY = TREE / "build/mutations/tree"
 BUILD = TREE / "build/mutations/build"
-SUITES = "base", "dates", "superlog", "analysis", "sections", "report", "cgi", "config", "run"
+SUITES = "base", "dates", "superlog", "analysis", "sections", "report", "output", "cgi", "config", "entry", "run"
 PROGRAMS = ["orvellis", "at_system_call", "failing_malloc"]
 TIMEOUT = 300  # a mistake that lets the tests hang is noticed, too
 
@@ -44,9 +44,9 @@ def update_copy():
 
 
 def build(test):
-    """Builds what a test runs: the suite that its name begins with, or the program."""
-    suite = test.split(".")[0]
-    targets = [f"{suite}_tests"] if suite in SUITES else PROGRAMS
+    """Builds what a test runs: the suites that its alternatives begin with, or the program."""
+    named = [part.split(".")[0] for part in test.split("|")]
+    targets = [f"{suite}_tests" for suite in named] if set(named) <= set(SUITES) else PROGRAMS
     return run(["cmake", "--build", BUILD, "-j", str(os.cpu_count()), "-t", *targets])
 
 
