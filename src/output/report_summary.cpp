@@ -187,7 +187,7 @@ static char TakeEntity(std::string_view& rest) {
 static bool StandsForItself(const Character& character) {
   constexpr std::string_view kMarkup = "<>'`&\"";
   const bool markup =
-      character.code < 0x80 && kMarkup.find(static_cast<char>(character.code)) != kMarkup.npos;
+      character.code < 0x80 && std::ranges::count(kMarkup, static_cast<char>(character.code)) > 0;
   return character.valid && !markup && IsVisible(character.code);
 }
 
