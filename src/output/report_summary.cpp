@@ -5,6 +5,7 @@
 #include <chrono>
 #include <limits>
 
+#include "output/characters.h"
 #include "output/day_bars.h"
 #include "output/escape.h"
 #include "output/moments.h"
@@ -183,27 +184,33 @@ static char TakeEntity(std::string_view& rest) {
   return '\0';
 }
 
-static bool IsPlain(char c) {
-  return std::string_view("<>'`\x7F").find(c) == std::string_view::npos && static_cast<uint8_t>(c) >= ' ';
+static bool StandsForItself(const Character& character) {
+  constexpr std::string_view kMarkup = "<>'`&\"";
+  const bool markup =
+      character.code < 0x80 && std::ranges::count(kMarkup, static_cast<char>(character.code)) > 0;
+  return character.valid && !markup && IsVisible(character.code);
+}
+
+static bool TakeCharacter(std::string_view& rest, std::string& text) {
+  if (const char c = TakeEntity(rest); c != '\0') {
+    text.push_back(c);
+    return true;
+  }
+  const Character character = FirstCharacter(rest);
+  text.append(rest.substr(0, character.size));
+  rest.remove_prefix(character.size);
+  return StandsForItself(character);
 }
 
 // Up to the quote that ends it.
 static bool TakeText(std::string_view& rest, std::string& text) {
   text.clear();
-  while (!rest.empty() && rest[0] != '"' && text.size() < kMostOfText) {
-    char c = rest[0];
-    if (c == '&') {
-      c = TakeEntity(rest);
-    } else {
-      c = IsPlain(c) ? c : '\0';
-      rest.remove_prefix(1);
-    }
-    if (c == '\0') {
+  while (!rest.empty() && rest[0] != '"') {
+    if (text.size() >= kMostOfText || !TakeCharacter(rest, text)) {
       return false;
     }
-    text.push_back(c);
   }
-  return IsUtf8(text);
+  return true;
 }
 
 static bool TakeLine(std::string_view& rest, const Literal& name, std::string& text) {

@@ -1,6 +1,7 @@
 #include "index/report_folder.h"
 
 #include <gmock/gmock.h>
+#include <sys/inotify.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -86,6 +87,22 @@ TEST_F(ReportFolder, NothingButPlainFilesIsOpened) {
   close(local);
   EXPECT_THAT(Names(found), UnorderedElementsAre("/a.html"));
   EXPECT_EQ(found.others, 6);
+}
+
+// Opening is what a device may act upon, and what a writer of a pipe waits for.
+TEST_F(ReportFolder, APipeIsNotEvenOpened) {
+  Write(path_ + "/a.html", page_);
+  ASSERT_EQ(mkfifo((path_ + "/pipe.html").c_str(), 0600), 0);
+  const int watch = inotify_init1(IN_NONBLOCK);
+  ASSERT_GE(inotify_add_watch(watch, path_.c_str(), IN_OPEN), 0);
+  Find();
+  char events[4096] = "";
+  const ssize_t length = read(watch, events, sizeof events);
+  close(watch);
+  ASSERT_GT(length, 0);
+  const std::string opened(events, static_cast<size_t>(length));
+  EXPECT_THAT(opened, testing::HasSubstr("a.html"));
+  EXPECT_THAT(opened, testing::Not(testing::HasSubstr("pipe.html")));
 }
 
 TEST_F(ReportFolder, FoldersAreNoPagesAndTheirLinksAreNotFollowed) {

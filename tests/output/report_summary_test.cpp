@@ -176,6 +176,7 @@ TEST(ReadSummary, OnlyWhatThisProgramWritesIsAReport) {
       {"Shop", "Sh\x7Fop"},
       {"Shop", "Sh\xFFop"},
       {"Shop", "Sh\xC3"},
+      {"Shop", "Sh\xE2\x80\xAEop"},
       {"https://shop.example", "https://shop.example\x1B"},
       {"orvellis-site", "orvellis-url"},
   };
