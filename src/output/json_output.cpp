@@ -40,16 +40,16 @@ static void PutNotes(Sink& sink, const Settings& settings, const Analysis& analy
 static void PutTotals(Sink& sink, const Overview& overview) {
   Put(sink, ",\n  \"totals\": {\"requests\": ");
   PutNumber(sink, overview.requests);
-  Put(sink, ", \"with_status\": ");
-  PutNumber(sink, overview.with_status);
-  Put(sink, ", \"errors\": ");
-  PutNumber(sink, overview.errors);
   Put(sink, ", \"bytes\": ");
   PutSize(sink, overview.bytes_served);
   Put(sink, ", \"log_bytes\": ");
   PutSize(sink, overview.log_bytes_read);
   Put(sink, ", \"lines_not_understood\": ");
   PutNumber(sink, overview.lines_not_understood);
+  Put(sink, ", \"with_status\": ");
+  PutNumber(sink, overview.with_status);
+  Put(sink, ", \"errors\": ");
+  PutNumber(sink, overview.errors);
   Put(sink, "}");
 }
 
