@@ -90,7 +90,7 @@ async function useEverything(page) {
     }
     for (const element of document.querySelectorAll('td, td *')) {
       for (const kind of ['mouseover', 'mouseenter', 'pointerenter', 'focus', 'pointerdown']) { element.dispatchEvent(new Event(kind)); }
-      if (!element.closest('a')) { element.click(); }
+      if (!element.closest('a')) { element.dispatchEvent(new MouseEvent('click', { bubbles: true })); }
     }
     return { lists: lists.length, sorted };
   });
@@ -243,9 +243,10 @@ function install() {
   for (const name of readdirSync(logs)) {
     rmSync(join(logs, name), { force: true });
   }
-  for (const name of readdirSync(join(corpus, 'logs'))) {
-    cpSync(join(corpus, 'logs', name), join(logs, `access.log.${name}`));
-    chmodSync(join(logs, `access.log.${name}`), 0o644);
+  for (const [place, name] of readdirSync(join(corpus, 'logs')).entries()) {
+    const log = join(logs, `access.log.${place}`);
+    cpSync(join(corpus, 'logs', name), log);
+    chmodSync(log, 0o644);
   }
 }
 
