@@ -104,8 +104,8 @@ static const PageWriter kAllOutputs = {
     .told = kModernPage.told,
     .finish = CheckOutputs,
     .tells_totals = false,
-    .ask = nullptr,
     .refuse = nullptr,
+    .ask = nullptr,
     .info = {},
 };
 

@@ -190,7 +190,7 @@ def check_rows(table, name, section, rows, raw_item, shown):
 
 # ---- Words ---------------------------------------------------------------------------------
 
-HOW_MANY = re.compile(rf"(?:(None) was counted often enough to be shown, of |The (first) {NUMBER} of |(Only) |(All) )"
+HOW_MANY = re.compile(rf"(?:(None) was counted often enough to be shown, of |The (first)(?: {NUMBER})? of |(Only) |(All) )"
                       rf"{NUMBER} [A-Za-z]+(?:; (?:it makes|together they make) up {PART} of {NUMBER} [^.]+)?\.(.*)")
 LIMIT = " A page shows at most 1,000 rows of a section, unless more are asked for."
 
@@ -206,7 +206,7 @@ def check_how_many(words, rows, distinct, total):
     count = MOST_ROWS if limited else len(rows)
     assert number(of) == distinct, words
     assert bool(none) == (count == 0) and bool(first) == (0 < count < distinct), words
-    assert not first or number(first_rows) == count, words
+    assert not first or (number(first_rows) if first_rows else 1) == count, words
     assert bool(one) == (count == distinct == 1) and bool(every) == (count == distinct > 1), words
     assert bool(part) == (count > 0 and total > 0), words
     if part:
@@ -240,7 +240,20 @@ def check_times(whole, name, section, raw_item, shown):
         assert not of_class(whole, "div", "list")
         return
     check_drawing(only(of_class(whole, "figure", "chart")), name, section["rows"])
+    if name == "hoursofweek":
+        check_week(only(of_class(whole, "div", "list week")), rows)
+        return
     check_rows(only(of_class(whole, "div", "list")), name, section, rows, raw_item, shown)
+
+
+def check_week(table, rows):
+    """A line for each hour, a column for each weekday from Monday on."""
+    counts = {row["item"]: row["count"] for row in rows}
+    lines = [line for body in table.iter("tbody") for line in body]
+    assert [text_of(line[0]) for line in lines] == [f"{hour:02}" for hour in range(24)]
+    for line in lines:
+        assert [number(text_of(cell)) for cell in line[1:]] == [
+            counts[f"{weekday} {text_of(line[0])}"] for weekday in WEEKDAYS[1:] + WEEKDAYS[:1]], text_of(line)
 
 
 # ---- Search phrases ------------------------------------------------------------------------
@@ -250,7 +263,7 @@ ENGINE = re.compile(rf"{NUMBER} visits?, {PART} of all from search engines\. (.*
 
 def check_phrases(whole, section, raw_item, shown):
     words = [text_of(words) for words in of_class(whole, "p", "words")]
-    distinct, visits = re.fullmatch(rf"{NUMBER} phrases?, {NUMBER} visits from search engines\.", words[0]).groups()
+    distinct, visits = re.fullmatch(rf"{NUMBER} phrases?, {NUMBER} (?:visit from a search engine|visits from search engines)\.", words[0]).groups()
     assert (number(distinct), number(visits)) == (section["distinct"], section["total"]), words[0]
     names = [text_of(head[0]) for head in whole.iter("h3")]
     asked = iter(section["rows"])
