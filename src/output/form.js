@@ -6,7 +6,7 @@
   const byId = (id) => document.getElementById(id);
   const fields = () => [...new FormData(form)].filter(([name, value]) => name !== 'password' && typeof value === 'string');
 
-  // What stays on this machine is read by nobody on the way.
+  // What stays on this machine cannot be read on the way.
   byId('insecure').hidden = window.isSecureContext;
 
   // ---- Days ----

@@ -1,6 +1,8 @@
 #include "report/asked_fields.h"
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 
 static constexpr std::string_view kDayNames[] = {"days", "from", "to", "date", "sm",
                                                  "sd",   "sy",   "em", "ed",   "ey"};
@@ -11,12 +13,8 @@ static AskedField FieldOf(std::string_view line) {
 }
 
 bool SaysDays(const AskedField& field) {
-  for (const std::string_view name : kDayNames) {
-    if (EqualIgnoreCase(field.name, name)) {
-      return true;
-    }
-  }
-  return false;
+  return std::any_of(std::begin(kDayNames), std::end(kDayNames),
+                     [&](std::string_view name) { return EqualIgnoreCase(field.name, name); });
 }
 
 static bool IsKept(const AskedField& field) {
