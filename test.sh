@@ -11,8 +11,8 @@ cd "$(dirname "$0")"
 . ./cmake/packages.sh
 
 need_packages g++ cmake ninja-build python3 python3-jsonschema libgtest-dev libgmock-dev libcrypt-dev libseccomp-dev cmark-gfm
-# Tools and data that tests use where they are: a name server, time zones, a second shell, packers, patch, a tracer.
-need_packages dnsmasq-base iproute2 tzdata busybox bzip2 xz-utils zstd patch strace
+# Tools and data that tests use where they are: a name server, time zones, a second shell, packers, patch, a tracer, a reader of pages.
+need_packages dnsmasq-base iproute2 tzdata busybox bzip2 xz-utils zstd patch strace python3-html5lib
 if [ "${ORVELLIS_SYSTEM_TESTS:-}" = 1 ]; then
   # Real web servers, a real browser and a real package; else those tests are skipped.
   need_packages curl apache2 nginx-light fcgiwrap lighttpd chromium lintian mandoc fail2ban
