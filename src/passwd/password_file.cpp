@@ -165,7 +165,7 @@ static int MakeOrOpen(const std::string& path, bool& made) {
 }
 
 static int OpenAndLock(const std::string& path) {
-  for (int attempt = 0; attempt < 1000; ++attempt) {
+  for (int attempt = 0; attempt < 6000; ++attempt) {
     bool made = false;
     const int file = MakeOrOpen(path, made);
     if (file < 0 && errno != ENOENT) {

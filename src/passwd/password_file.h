@@ -19,5 +19,5 @@ std::string ReplaceLines(std::string_view content, std::string_view account, std
 // when every byte is on the disk. It has the owner, group, mode and access list of the old one; one
 // that root makes anew belongs to root and the group www-data, mode 0640. A link is
 // followed, and the file that it leads to replaced. Others that change the file are waited
-// for, at most ten seconds. Files of more than 16 MB are refused.
+// for, at most a minute. Files of more than 16 MB are refused.
 Change ChangePassword(const std::string& path, std::string_view account, std::string_view hash);
