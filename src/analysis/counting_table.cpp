@@ -24,7 +24,7 @@ static constexpr size_t kWalkedMax = 64;    // and one up to this length where m
 static constexpr size_t kSmallestIndex = 32;
 static constexpr size_t kLastCapacity = size_t{1} << 31;
 static constexpr size_t kCacheLine = 64;
-static constexpr size_t kGroupSize = 8;  // keys that are counted together
+static constexpr size_t kGroupSize = 32;  // keys that are counted together
 
 static KeySeed ChooseSeed() noexcept {
   KeySeed seed = RandomSeed(
@@ -299,14 +299,26 @@ static void CountWaiting(const Waiting& waiting) {
   }
 }
 
+// The record that a key of this hash will very likely be; null: a new one, or unknown.
+static const ListItem* Foresee(const List& list, uint32_t hash) {
+  if (list.slots == nullptr) {
+    return nullptr;
+  }
+  uint32_t i = hash >> list.spare_bits;
+  while (list.slots[i].item != nullptr && list.slots[i].hash != hash) {
+    i = (i + 1) & list.mask();
+  }
+  return list.slots[i].item;
+}
+
 // Always inline: a function that does nothing but send for memory is taken for one
 // that does nothing, and calls of it are left out.
 [[gnu::always_inline]] inline static void FetchItems(const Waiting* waiting, size_t length) {
   for (const Waiting* const end = waiting + length; waiting != end; ++waiting) {
-    const IndexSlot* const slot = HomeSlot(*waiting->list, waiting->hash);
-    if (slot != nullptr && slot->item != nullptr) {
-      __builtin_prefetch(&slot->item->count);
-      __builtin_prefetch(reinterpret_cast<const char*>(&slot->item->count) + kCacheLine);
+    const ListItem* const item = Foresee(*waiting->list, waiting->hash);
+    if (item != nullptr) {
+      __builtin_prefetch(&item->count);
+      __builtin_prefetch(reinterpret_cast<const char*>(&item->count) + kCacheLine);
     }
   }
 }
