@@ -42,8 +42,12 @@ static KeyBlock FoldBlock(KeyBlock block) {
 
 // The products of the first and second, and of the third and fourth word.
 static BlockProducts MultiplyPairs(BlockWords words) {
-  const auto pairs = reinterpret_cast<BlockProducts>(words);
-  return (pairs & UINT32_MAX) * (pairs >> 32);
+#if defined(__SSE2__)
+  const auto pairs = reinterpret_cast<__m128i>(words);
+  return reinterpret_cast<BlockProducts>(_mm_mul_epu32(pairs, _mm_srli_epi64(pairs, 32)));
+#else
+  return {uint64_t{words[0]} * words[1], uint64_t{words[2]} * words[3]};
+#endif
 }
 
 static uint64_t TakeChunk(char* to, const char* from, const char* mask, bool fold, const KeySeed& seed) {
