@@ -14,9 +14,6 @@ struct ChunkMasks {
 };
 alignas(kKeyChunk) static constexpr ChunkMasks kMasks;
 
-// With kToGreatest added, 'A' to 'Z' are the greatest of all bytes, above kBelowUpper.
-static constexpr signed char kToGreatest = SCHAR_MAX - 'Z';
-static constexpr signed char kBelowUpper = SCHAR_MAX - ('Z' - 'A' + 1);
 static constexpr signed char kCaseBit = 'a' - 'A';
 
 // The hash is that of Black, Halevi, Krawczyk, Krovetz and Rogaway, "UMAC: Fast and
@@ -37,7 +34,7 @@ static uint32_t LastState(uint64_t state, const KeySeed& seed) {
 // ---- Sixteen bytes at a time ----
 
 static KeyBlock FoldBlock(KeyBlock block) {
-  return block | ((block + kToGreatest > kBelowUpper) & kCaseBit);
+  return block | ((block > 'A' - 1) & (block < 'Z' + 1) & kCaseBit);
 }
 
 // The products of the first and second, and of the third and fourth word.
@@ -82,6 +79,10 @@ WIDE __m256i LoadWide(const char* from) {
   return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));
 }
 
+// With kToGreatest added, 'A' to 'Z' are the greatest of all bytes, above kBelowUpper.
+static constexpr signed char kToGreatest = SCHAR_MAX - 'Z';
+static constexpr signed char kBelowUpper = SCHAR_MAX - ('Z' - 'A' + 1);
+
 WIDE __m256i FoldWide(__m256i bytes) {
   const __m256i shifted = _mm256_add_epi8(bytes, _mm256_set1_epi8(kToGreatest));
   const __m256i upper = _mm256_cmpgt_epi8(shifted, _mm256_set1_epi8(kBelowUpper));
@@ -103,7 +104,7 @@ WIDE uint64_t TakeChunkWide(char* to, const char* from, const char* mask, const 
   const __m256i high = TakeHalf<kFold>(to + kHalf, from + kHalf, mask + kHalf, seed.chunk + kHalf);
   const __m256i four = _mm256_add_epi64(low, high);
   const __m128i two = _mm_add_epi64(_mm256_castsi256_si128(four), _mm256_extracti128_si256(four, 1));
-  return static_cast<uint64_t>(_mm_cvtsi128_si64(two) + _mm_extract_epi64(two, 1));
+  return static_cast<uint64_t>(_mm_cvtsi128_si64(two)) + static_cast<uint64_t>(_mm_extract_epi64(two, 1));
 }
 
 template <bool kFold>

@@ -48,10 +48,11 @@ struct KeySeed {
   uint64_t chain;  // odd
 };
 
-// Sixteen bytes, signed, and the same as four words of 32 bits.
-using KeyBlock [[gnu::vector_size(16)]] = signed char;
-using BlockWords [[gnu::vector_size(16)]] = uint32_t;
-using BlockProducts [[gnu::vector_size(16)]] = uint64_t;
+// Sixteen bytes, signed, and the same as words of 32 and of 64 bits.
+inline constexpr size_t kKeyBlock = 16;
+using KeyBlock [[gnu::vector_size(kKeyBlock)]] = signed char;
+using BlockWords [[gnu::vector_size(kKeyBlock)]] = uint32_t;
+using BlockProducts [[gnu::vector_size(kKeyBlock)]] = uint64_t;
 
 inline KeyBlock LoadBlock(const char* bytes) {
   KeyBlock block;
@@ -99,10 +100,10 @@ inline uint32_t TakeKey(KeyRoom<kLongest>& room, std::string_view key, bool fold
 // has, too: the one behind the last whole block, and the one behind that where the
 // key goes on.
 inline bool EqualExactly(const ListItem& item, PaddedText key) {
-  const size_t whole = key.length / sizeof(KeyBlock) * sizeof(KeyBlock);
-  const size_t last = whole + key.length % sizeof(KeyBlock) / kKeyWord * kKeyWord;
+  const size_t whole = key.length / kKeyBlock * kKeyBlock;
+  const size_t last = whole + key.length % kKeyBlock / kKeyWord * kKeyWord;
   KeyBlock differ = {};
-  for (size_t i = 0; i < whole; i += sizeof(KeyBlock)) {
+  for (size_t i = 0; i < whole; i += kKeyBlock) {
     differ |= LoadBlock(item.name + i) ^ LoadBlock(key.bytes + i);
   }
   const auto words = reinterpret_cast<BlockProducts>(differ);
