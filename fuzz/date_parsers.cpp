@@ -1,6 +1,7 @@
 // The date parsers and the year helpers. The first byte picks the order of dates,
 // the next four are a time whose written forms must be read back as that time;
 // the rest is a text that every parser takes.
+#include <cstring>
 #include <vector>
 
 #include "dates/clock.h"
@@ -27,6 +28,11 @@ static void ParseWithAll(const char* text) {
     parse(text, when);
     LocalToTime(when);
   }
+  tm plain = Nothing();
+  tm next = Nothing();
+  ParseDateTime1(text, plain);
+  ParseNextDateTime1(text, next);
+  REQUIRE(memcmp(&next, &plain, sizeof next) == 0);
 }
 
 static void CheckReadBack(time_t time, const char* written, DateParser parse) {

@@ -24,8 +24,7 @@ static constexpr size_t kWalkedMax = 64;    // and one up to this length where m
 static constexpr size_t kSmallestIndex = 32;
 static constexpr size_t kLastCapacity = size_t{1} << 31;
 static constexpr size_t kCacheLine = 64;
-static constexpr uint32_t kWaitingMax = 16;  // a power of two
-static constexpr uint32_t kSlotDelay = 8;    // keys queued between asking for a slot and reading it
+static constexpr size_t kGroupSize = 32;  // keys that are counted together
 
 static KeySeed ChooseSeed() noexcept {
   KeySeed seed = RandomSeed(
@@ -62,7 +61,8 @@ static IndexSlot& FreeSlot(IndexSlot* slots, size_t capacity, uint32_t hash) {
   return slots[i];
 }
 
-static ListItem* WalkFor(const List& list, PaddedText key, uint32_t hash, bool ignore_case) {
+[[gnu::noinline]] static ListItem* WalkFor(const List& list, PaddedText key, uint32_t hash,
+                                           bool ignore_case) {
   ListItem* item = list.first;
   while (item != nullptr && (item->hash != hash || !SameKey(*item, key, ignore_case))) {
     item = item->next;
@@ -70,7 +70,8 @@ static ListItem* WalkFor(const List& list, PaddedText key, uint32_t hash, bool i
   return item;
 }
 
-static ListItem* Find(const List& list, PaddedText key, uint32_t hash, bool ignore_case) {
+[[gnu::always_inline]] inline static ListItem* Find(const List& list, PaddedText key, uint32_t hash,
+                                                    bool ignore_case) {
   if (list.slots == nullptr) {
     return WalkFor(list, key, hash, ignore_case);
   }
@@ -255,93 +256,131 @@ static List& SublistOf(ListItem& item) {
   return *item;
 }
 
+static void CountSubkey(ListItem& item, ListInfo* info, PaddedText subkey, uint32_t hash, bool ignore_case) {
+  if (item.has_tail) {
+    CountKey(SublistOf(item), info, subkey, hash, &item, ignore_case);
+  }
+}
+
+// ---- Keys that wait ----
+
 // A key that waits while the memory that counting it takes is on its way.
 struct Waiting {
   List* list;
   ListInfo* info;
   uint32_t hash;
+  uint32_t subkey_hash;
   bool ignore_case;
+  bool has_subkey;
   PaddedKey key;
-  PaddedKey subkey;  // empty: none
+  PaddedKey subkey;
 };
 
-static void CountSubkey(ListItem& item, ListInfo* info, PaddedText subkey, bool ignore_case) {
-  if (item.has_tail) {
-    CountKey(SublistOf(item), info, subkey, HashKey(subkey, ignore_case, mSeed), &item, ignore_case);
-  }
+// Of the group that is being filled, slots are asked for; of the one before it they
+// come in, and of the oldest one the records.
+static constexpr size_t kGroups = 3;
+static Waiting mGroups[kGroups][kGroupSize];
+static size_t mLengths[kGroups];      // of all groups but the one that is being filled
+static size_t mFilling = 0;           // which that is
+static Waiting* mpNext = mGroups[0];  // its next key
+static Waiting* mpEnd = mGroups[0] + kGroupSize;
+
+static void Refill(size_t group) {
+  mFilling = group;
+  mpNext = mGroups[group];
+  mpEnd = mpNext + kGroupSize;
 }
 
 static void CountWaiting(const Waiting& waiting) {
   ListItem& item =
       CountKey(*waiting.list, waiting.info, waiting.key.padded(), waiting.hash, nullptr, waiting.ignore_case);
-  if (waiting.subkey.length > 0) {
-    CountSubkey(item, waiting.info, waiting.subkey.padded(), waiting.ignore_case);
+  if (waiting.has_subkey) {
+    CountSubkey(item, waiting.info, waiting.subkey.padded(), waiting.subkey_hash, waiting.ignore_case);
   }
 }
 
-// A ring. The keys' numbers run on: those below mCountedTo are counted, the
-// records of those below mFetchedTo are on their way, the slots of all others.
-static Waiting mWaiting[kWaitingMax];
-static uint32_t mQueuedTo = 0;
-static uint32_t mFetchedTo = 0;
-static uint32_t mCountedTo = 0;
-
-static Waiting& WaitingAt(uint32_t number) {
-  return mWaiting[number % kWaitingMax];
+// The record that a key of this hash will very likely be; null: a new one, or unknown.
+static const ListItem* Foresee(const List& list, uint32_t hash) {
+  if (list.slots == nullptr) {
+    return nullptr;
+  }
+  uint32_t i = hash >> list.spare_bits;
+  while (list.slots[i].item != nullptr && list.slots[i].hash != hash) {
+    i = (i + 1) & list.mask();
+  }
+  return list.slots[i].item;
 }
 
-static void FetchItem(const Waiting& waiting) {
-  const IndexSlot* const slot = HomeSlot(*waiting.list, waiting.hash);
-  if (slot != nullptr && slot->item != nullptr) {
-    __builtin_prefetch(&slot->item->count);
-    __builtin_prefetch(reinterpret_cast<const char*>(&slot->item->count) + kCacheLine);
+// Always inline: a function that does nothing but send for memory is taken for one
+// that does nothing, and calls of it are left out.
+[[gnu::always_inline]] inline static void FetchItems(const Waiting* waiting, size_t length) {
+  for (const Waiting* const end = waiting + length; waiting != end; ++waiting) {
+    const ListItem* const item = Foresee(*waiting->list, waiting->hash);
+    if (item != nullptr) {
+      __builtin_prefetch(&item->count);
+      __builtin_prefetch(reinterpret_cast<const char*>(&item->count) + kCacheLine);
+    }
   }
 }
 
-[[gnu::always_inline]] inline static void Fill(Waiting& waiting, List& list, ListInfo* info,
-                                               std::string_view key, std::string_view subkey,
-                                               bool ignore_case) {
+// Counts the oldest group, which is the next to be filled.
+[[gnu::noinline]] static void TurnOver() {
+  mLengths[mFilling] = static_cast<size_t>(mpNext - mGroups[mFilling]);
+  const size_t before = (mFilling + kGroups - 1) % kGroups;
+  const size_t oldest = (mFilling + 1) % kGroups;
+  FetchItems(mGroups[before], mLengths[before]);
+  const Waiting* const end = mGroups[oldest] + mLengths[oldest];
+  for (const Waiting* waiting = mGroups[oldest]; waiting != end; ++waiting) {
+    CountWaiting(*waiting);
+  }
+  Refill(oldest);
+}
+
+// A key that cannot wait.
+[[gnu::noinline]] static void CountAtOnce(List& list, ListInfo* info, std::string_view key,
+                                          std::string_view subkey, bool ignore_case) {
+  add_item(list, info, key, subkey, nullptr, ignore_case);
+}
+
+void queue_item(List& list, ListInfo* info, std::string_view key, bool ignore_case) {
+  if (key.size() - 1 >= mLongestThatWaits) {  // or empty
+    CountAtOnce(list, info, key, {}, ignore_case);
+    return;
+  }
+  Waiting& waiting = *mpNext++;
   waiting.list = &list;
   waiting.info = info;
   waiting.ignore_case = ignore_case;
-  PadKey(waiting.key, key);
-  waiting.subkey.length = 0;
-  if (!subkey.empty()) {
-    PadKey(waiting.subkey, subkey);
+  waiting.has_subkey = false;
+  waiting.hash = TakeKey(waiting.key, key, ignore_case, mSeed);
+  FetchSlot(list, waiting.hash);
+  if (mpNext == mpEnd) {
+    TurnOver();
   }
-  waiting.hash = HashKey(waiting.key.padded(), ignore_case, mSeed);
 }
 
 void queue_item(List& list, ListInfo* info, std::string_view key, std::string_view subkey, bool ignore_case) {
-  if (key.empty()) {
-    return;
+  if (subkey.empty()) {
+    queue_item(list, info, key, ignore_case);
+  } else if (key.size() - 1 >= mLongestThatWaits || subkey.size() > mLongestThatWaits) {
+    CountAtOnce(list, info, key, subkey, ignore_case);
+  } else {
+    Waiting& waiting = *mpNext;
+    waiting.subkey_hash = TakeKey(waiting.subkey, subkey, ignore_case, mSeed);
+    queue_item(list, info, key, ignore_case);
+    waiting.has_subkey = true;
   }
-  if (key.size() > mLongestThatWaits || subkey.size() > mLongestThatWaits) {
-    add_item(list, info, key, subkey, nullptr, ignore_case);
-    return;
-  }
-  if (mQueuedTo - mFetchedTo == kSlotDelay) {
-    FetchItem(WaitingAt(mFetchedTo++));
-  }
-  if (mQueuedTo - mCountedTo == kWaitingMax) {
-    CountWaiting(WaitingAt(mCountedTo++));
-  }
-  Waiting& waiting = WaitingAt(mQueuedTo++);
-  Fill(waiting, list, info, key, subkey, ignore_case);
-  FetchSlot(list, waiting.hash);
 }
 
 void count_queued() {
-  while (mFetchedTo != mQueuedTo) {
-    FetchItem(WaitingAt(mFetchedTo++));
-  }
-  while (mCountedTo != mQueuedTo) {
-    CountWaiting(WaitingAt(mCountedTo++));
+  for (size_t i = 0; i < kGroups; ++i) {
+    TurnOver();
   }
 }
 
 void forget_queued() {
-  mCountedTo = mFetchedTo = mQueuedTo;
+  std::fill_n(mLengths, kGroups, 0);
+  Refill(0);
 }
 
 size_t list_length(const List& list) {
@@ -358,9 +397,9 @@ int64_t TotalList(const List& list) {
   return total;
 }
 
-static void CopyPadded(LongPaddedKey& padded, std::string_view key) {
-  padded.length = key.copy(padded.bytes, mCountingLimits.item);
-  memset(padded.bytes + padded.length, 0, kKeyChunk - padded.length % kKeyChunk);
+static uint32_t TakeCut(LongPaddedKey& room, std::string_view key, bool ignore_case) {
+  const size_t length = key.copy(room.bytes, mCountingLimits.item);
+  return TakeKey(room, {room.bytes, length}, ignore_case, mSeed);
 }
 
 void add_item(List& list, ListInfo* info, std::string_view key, std::string_view subkey, ListItem* parent,
@@ -369,13 +408,12 @@ void add_item(List& list, ListInfo* info, std::string_view key, std::string_view
   if (key.empty()) {
     return;
   }
-  LongPaddedKey padded;
-  CopyPadded(padded, key);
-  ListItem& item = CountKey(list, info, padded.padded(), HashKey(padded.padded(), ignore_case, mSeed), parent,
-                            ignore_case);
+  LongPaddedKey room;
+  uint32_t hash = TakeCut(room, key, ignore_case);
+  ListItem& item = CountKey(list, info, room.padded(), hash, parent, ignore_case);
   if (!subkey.empty()) {
-    CopyPadded(padded, subkey);
-    CountSubkey(item, info, padded.padded(), ignore_case);
+    hash = TakeCut(room, subkey, ignore_case);
+    CountSubkey(item, info, room.padded(), hash, ignore_case);
   }
 }
 

@@ -125,6 +125,7 @@ void add_item(List& list, ListInfo* info, std::string_view key, std::string_view
 // record, a descriptor or the memory statistics by other ways calls count_queued
 // before. Key and sub-key are copied; their buffers must go on for kScanOverread
 // bytes of superlog/byte_scan.h beyond them.
+void queue_item(List& list, ListInfo* info, std::string_view key, bool ignore_case);
 void queue_item(List& list, ListInfo* info, std::string_view key, std::string_view subkey, bool ignore_case);
 
 // Counts all that wait.

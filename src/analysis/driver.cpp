@@ -175,7 +175,7 @@ static bool ResolveHost(Visitor& visitor) {
 }
 
 static void CountItem(CountedReport& report, std::string_view key, bool ignore_case) {
-  queue_item(report.list, report.info, key, {}, ignore_case);
+  queue_item(report.list, report.info, key, ignore_case);
   ++report.total;
 }
 
@@ -191,7 +191,7 @@ static void CountNotFound(const Rules& rules, const SuperLogRecord& record, Anal
     queue_item(analysis.badurls.list, analysis.badurls.info, record.url, from, false);
   }
   if (rules.bad_referrers) {
-    queue_item(analysis.badreferrers.list, analysis.badreferrers.info, record.referrer, {}, false);
+    queue_item(analysis.badreferrers.list, analysis.badreferrers.info, record.referrer, false);
   }
 }
 
@@ -252,7 +252,7 @@ static void CountReferrer(const Rules& rules, std::string_view referrer, bool co
 
 static void CountUrl(const Rules& rules, std::string_view url, Analysis& analysis) {
   if (rules.urls) {
-    queue_item(analysis.urls.list, analysis.urls.info, url, {}, rules.find.ignore_case);
+    queue_item(analysis.urls.list, analysis.urls.info, url, rules.find.ignore_case);
   }
   if (rules.url_total) {
     ++analysis.urls.total;

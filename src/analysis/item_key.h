@@ -48,9 +48,11 @@ struct KeySeed {
   uint64_t chain;  // odd
 };
 
-// Sixteen bytes, signed, and the same as four words of 32 bits.
-using KeyBlock [[gnu::vector_size(16)]] = signed char;
-using BlockWords [[gnu::vector_size(16)]] = uint32_t;
+// Sixteen bytes, signed, and the same as words of 32 and of 64 bits.
+inline constexpr size_t kKeyBlock = 16;
+using KeyBlock [[gnu::vector_size(kKeyBlock)]] = signed char;
+using BlockWords [[gnu::vector_size(kKeyBlock)]] = uint32_t;
+using BlockProducts [[gnu::vector_size(kKeyBlock)]] = uint64_t;
 
 inline KeyBlock LoadBlock(const char* bytes) {
   KeyBlock block;
@@ -61,25 +63,6 @@ inline KeyBlock LoadBlock(const char* bytes) {
 // By the builtin: in a hardened build, memcpy calls a function that checks the room for each block.
 inline void StoreBlock(char* bytes, KeyBlock block) {
   __builtin_memcpy(bytes, &block, sizeof block);
-}
-
-// Takes over a key of at most kLongest characters. Its buffer must go on for
-// kScanOverread bytes beyond it.
-template <size_t kLongest>
-inline void PadKey(KeyRoom<kLongest>& padded, std::string_view key) {
-  alignas(kKeyChunk) static constexpr struct Masks {
-    char bytes[2 * kKeyChunk] = {};
-    constexpr Masks() { std::fill_n(bytes, kKeyChunk, '\xFF'); }
-  } kMasks;
-  size_t at = 0;
-  do {
-    const char* const mask = kMasks.bytes + kKeyChunk - std::min(key.size() - at, kKeyChunk);
-    for (size_t i = 0; i < kKeyChunk; i += sizeof(KeyBlock)) {
-      StoreBlock(padded.bytes + at + i, LoadBlock(key.data() + at + i) & LoadBlock(mask + i));
-    }
-    at += kKeyChunk;
-  } while (at <= key.size());
-  padded.length = key.size();
 }
 
 inline uint64_t LoadWord(const char* bytes) {
@@ -99,49 +82,33 @@ inline uint64_t FoldWord(uint64_t word) {
   return word | upper >> 2;  // 0x80 becomes 0x20, the case bit
 }
 
-inline KeyBlock FoldBlock(KeyBlock block) {
-  return block | ((block > 'A' - 1) & (block < 'Z' + 1) & 0x20);
+// Takes over a key: copies it to a room, padded, and returns its hash. The key's buffer
+// must go on for kScanOverread bytes beyond it, and may be the room.
+using TakeKeyForm = uint32_t (*)(char* room, std::string_view key, bool fold, const KeySeed& seed);
+
+// The form for any processor, and the one for this one; both give the same.
+uint32_t TakeKeyPlainly(char* room, std::string_view key, bool fold, const KeySeed& seed);
+extern const TakeKeyForm mpTakeKey;
+
+template <size_t kLongest>
+inline uint32_t TakeKey(KeyRoom<kLongest>& room, std::string_view key, bool fold, const KeySeed& seed) {
+  room.length = key.size();
+  return mpTakeKey(room.bytes, key, fold, seed);
 }
 
-// The products of the first and second, and of the third and fourth word.
-using BlockProducts [[gnu::vector_size(16)]] = uint64_t;
-inline BlockProducts MultiplyPairs(BlockWords words) {
-#if defined(__SSE2__)
-  const auto pairs = reinterpret_cast<__m128i>(words);
-  return reinterpret_cast<BlockProducts>(_mm_mul_epu32(pairs, _mm_srli_epi64(pairs, 32)));
-#else
-  return {uint64_t{words[0]} * words[1], uint64_t{words[2]} * words[3]};
-#endif
-}
-
-// The sum of the products of neighbouring words, each word hidden by one of the
-// seed: the NH hash of Black, Halevi, Krawczyk, Krovetz and Rogaway, "UMAC: Fast
-// and Secure Message Authentication" (1999).
-template <bool kFold>
-inline uint64_t HashChunk(const char* chunk, const KeySeed& seed) {
-  BlockProducts sum = {};
-  for (size_t i = 0; i < kKeyChunk; i += sizeof(KeyBlock)) {
-    const KeyBlock block = LoadBlock(chunk + i);
-    const KeyBlock folded = kFold ? FoldBlock(block) : block;
-    const KeyBlock hidden_by = LoadBlock(seed.chunk + i);
-    sum += MultiplyPairs(reinterpret_cast<BlockWords>(folded) + reinterpret_cast<BlockWords>(hidden_by));
+// Of a key, its blocks and then its last words with their padding, which a record
+// has, too: the one behind the last whole block, and the one behind that where the
+// key goes on.
+inline bool EqualExactly(const ListItem& item, PaddedText key) {
+  const size_t whole = key.length / kKeyBlock * kKeyBlock;
+  const size_t last = whole + key.length % kKeyBlock / kKeyWord * kKeyWord;
+  KeyBlock differ = {};
+  for (size_t i = 0; i < whole; i += kKeyBlock) {
+    differ |= LoadBlock(item.name + i) ^ LoadBlock(key.bytes + i);
   }
-  return sum[0] + sum[1];
-}
-
-template <bool kFold>
-inline uint32_t HashChunks(PaddedText key, const KeySeed& seed) {
-  uint64_t state = key.length ^ seed.length;
-  size_t at = 0;
-  do {
-    state = MultiplyFold(state + HashChunk<kFold>(key.bytes + at, seed), seed.chain);
-    at += kKeyChunk;
-  } while (at <= key.length);
-  return static_cast<uint32_t>(MultiplyFold(state, seed.chain));
-}
-
-inline uint32_t HashKey(PaddedText key, bool fold, const KeySeed& seed) {
-  return fold ? HashChunks<true>(key, seed) : HashChunks<false>(key, seed);
+  const auto words = reinterpret_cast<BlockProducts>(differ);
+  return (words[0] | words[1] | (LoadWord(item.name + whole) ^ LoadWord(key.bytes + whole)) |
+          (LoadWord(item.name + last) ^ LoadWord(key.bytes + last))) == 0;
 }
 
 inline bool EqualFolded(const ListItem& item, PaddedText key) {
@@ -154,8 +121,7 @@ inline bool EqualFolded(const ListItem& item, PaddedText key) {
 }
 
 inline bool SameKey(const ListItem& item, PaddedText key, bool fold) {
-  return item.length == key.length &&
-         (memcmp(item.name, key.bytes, key.length) == 0 || (fold && EqualFolded(item, key)));
+  return item.length == key.length && (EqualExactly(item, key) || (fold && EqualFolded(item, key)));
 }
 
 inline uint64_t BigEndian(uint64_t word) {

@@ -47,7 +47,7 @@ static void CountPhrase(SearchEngine& engine, std::string_view encoded) {
   CopyText(phrase, kEncodedPhraseMax + 1, encoded);
   const size_t length = decode(phrase);
   // deliberate: phrases that differ in case are different, whatever search_casesensitive says
-  queue_item(engine.phrases, engine.phrases_info, {phrase, length}, {}, false);
+  queue_item(engine.phrases, engine.phrases_info, {phrase, length}, false);
 }
 
 // Counts the phrase that one of the domain's variables holds; false when none is in the query.

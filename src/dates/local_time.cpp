@@ -1,5 +1,6 @@
 #include "dates/local_time.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 
@@ -48,6 +49,17 @@ struct Day {
 static Hour mHours[kHourSlots];
 static int64_t mHeldOffset = kNoOffset;
 static Day mDay = {INT64_MIN, {}};  // day of the previous sum
+
+// The local hour of the previous sum. Nearly all times of a log lie in the hour of the
+// time before.
+struct LocalHour {
+  tm start;
+  int64_t when;    // of the start
+  int64_t first;   // the part of it that lies in one steady hour
+  int64_t length;  // 0: nothing is remembered
+  int64_t offset;
+};
+static LocalHour mLocalHour;
 
 static int64_t FloorDivide(int64_t a, int64_t b) {
   return a / b - (a % b < 0 ? 1 : 0);
@@ -150,7 +162,24 @@ static bool FlagAgrees(int requested, int actual) {
   return when;
 }
 
+static bool IsRemembered(int64_t when) {
+  return static_cast<uint64_t>(when) - static_cast<uint64_t>(mLocalHour.first) <
+         static_cast<uint64_t>(mLocalHour.length);
+}
+
+static bool IsInLocalHour(const tm& parts) {
+  return parts.tm_hour == mLocalHour.start.tm_hour && parts.tm_mday == mLocalHour.start.tm_mday &&
+         parts.tm_mon == mLocalHour.start.tm_mon && parts.tm_year == mLocalHour.start.tm_year &&
+         BelowLimit(parts.tm_min, 60) && BelowLimit(parts.tm_sec, 60) && parts.tm_isdst < 0;
+}
+
 time_t LocalToTime(const tm& parts) {
+  if (mHeldOffset == mLocalHour.offset && IsInLocalHour(parts)) {
+    const int64_t when = mLocalHour.when + parts.tm_min * kMinute + parts.tm_sec;
+    if (IsRemembered(when)) {
+      return when;
+    }
+  }
   if (mHeldOffset != kNoOffset && IsTimeOfDay(parts)) {
     const int64_t when = LocalSeconds(parts) - mHeldOffset;
     if (IsInReach(when)) {
@@ -197,11 +226,31 @@ static void SumToLocal(int64_t when, const Hour& hour, tm& parts) {
   parts.tm_yday = date.tm_yday;
 }
 
+// Remembers the local hour of a time, whose parts these are, in a steady hour.
+static void RememberLocalHour(int64_t when, const Hour& hour, const tm& parts) {
+  const int64_t start = when - parts.tm_min * kMinute - parts.tm_sec;
+  const int64_t steady_from = when - (when + kReach) % kHour;
+  mLocalHour.start = parts;
+  mLocalHour.start.tm_min = mLocalHour.start.tm_sec = 0;
+  mLocalHour.when = start;
+  mLocalHour.first = std::max(start, steady_from);
+  mLocalHour.length = std::min(start, steady_from) + kHour - mLocalHour.first;
+  mLocalHour.offset = hour.offset;
+}
+
 bool TimeToLocal(time_t when, tm& parts) {
+  if (IsRemembered(when)) {
+    const auto second = static_cast<uint32_t>(when - mLocalHour.when);
+    parts = mLocalHour.start;
+    parts.tm_min = static_cast<int>(second / 60);
+    parts.tm_sec = static_cast<int>(second % 60);
+    return true;
+  }
   if (IsInReach(when)) {
     const Hour& hour = HourOf(when);
     if (hour.steady) {
       SumToLocal(when, hour, parts);
+      RememberLocalHour(when, hour, parts);
       return true;
     }
   }
@@ -219,4 +268,5 @@ void ResetLocalTime() {
     hour.number = 0;
   }
   mHeldOffset = kNoOffset;
+  mLocalHour.length = 0;
 }

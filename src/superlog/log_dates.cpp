@@ -1,5 +1,6 @@
 #include "superlog/log_dates.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -244,6 +245,53 @@ void ParseDateTime1(const char* text, tm& when) {
   when.tm_hour = hour;
   when.tm_min = minute;
   when.tm_sec = ReadNumber(text);
+}
+
+// A date of the usual form up to its minutes, the last that was met, and what it says.
+static constexpr std::string_view kHourForm = "00/Mmm/0000:00:";
+static char mHourText[kHourForm.size()];
+static tm mHour;
+
+static bool HasHourForm(std::string_view text) {
+  return FindMonth(text.data() + kHourForm.find('M')) >= 0 &&
+         std::equal(kHourForm.begin(), kHourForm.end(), text.begin(), [](char form, char c) {
+           return form == '0' ? IsDigitAscii(c) : IsLetterAscii(form) || c == form;
+         });
+}
+
+static bool ReadTwoDigits(const char* text, int& number) {
+  const uint32_t tens = static_cast<unsigned char>(text[0]) - uint32_t{'0'};
+  const uint32_t ones = static_cast<unsigned char>(text[1]) - uint32_t{'0'};
+  number = static_cast<int>(tens * 10 + ones);
+  return tens < 10 && ones < 10;
+}
+
+// Minutes and seconds where a date of the usual form has them, of two digits each.
+static bool ReadMinutes(std::string_view text, int& minute, int& second) {
+  const char* const at = text.data() + kHourForm.size();
+  return text.size() >= kHourForm.size() + 5 && ReadTwoDigits(at, minute) && at[2] == ':' &&
+         ReadTwoDigits(at + 3, second) && !IsDigitAscii(at[5]);
+}
+
+void ParseNextDateTime1(std::string_view text, tm& when) {
+  int minute;
+  int second;
+  if (!ReadMinutes(text, minute, second)) {
+    ParseDateTime1(text.data(), when);
+  } else if (memcmp(text.data(), mHourText, sizeof mHourText) == 0) {
+    when.tm_year = mHour.tm_year;
+    when.tm_mon = mHour.tm_mon;
+    when.tm_mday = mHour.tm_mday;
+    when.tm_hour = mHour.tm_hour;
+    when.tm_min = minute;
+    when.tm_sec = second;
+  } else {
+    ParseDateTime1(text.data(), when);
+    if (HasHourForm(text)) {
+      text.copy(mHourText, sizeof mHourText);
+      mHour = when;
+    }
+  }
 }
 
 void ParseDate2(const char* text, tm& when) {

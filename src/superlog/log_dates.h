@@ -10,6 +10,7 @@
 #pragma once
 
 #include <ctime>
+#include <string_view>
 
 #include "superlog/superlog.h"
 
@@ -45,6 +46,10 @@ void ParseEpoch(const char* text, tm& when);
 
 // 10/Oct/2000:13:55:36 -0700. The zone is ignored: times count as written.
 void ParseDateTime1(const char* text, tm& when);
+
+// The same of a text that ends in a NUL at its size, faster for a date in the hour of the
+// last one.
+void ParseNextDateTime1(std::string_view text, tm& when);
 
 void ParseDate2(const char* text, tm& when);      // three numbers, guessed order
 void ParseDate3(const char* text, tm& when);      // year, month, day

@@ -146,6 +146,11 @@ static bool TakeValue(char letter, std::string_view value, SuperLogRecord& recor
     *text = value;
     return true;
   }
+  if (letter == '1') {
+    ParseNextDateTime1(value, record.local);
+    parts.dated = true;
+    return true;
+  }
   if (letter >= '0' && letter <= '5') {
     kDateParsers[letter - '0'](value.data(), record.local);
     parts.dated = true;

@@ -17,12 +17,13 @@ static const KeySeed kSeed = {"sixty-four characters that are as good as any oth
 static LongPaddedKey Padded(const std::string& key) {
   LongPaddedKey padded;
   memset(padded.bytes, '#', sizeof padded.bytes);
-  PadKey(padded, WithRoom(key));
+  TakeKey(padded, WithRoom(key), false, kSeed);
   return padded;
 }
 
-static uint32_t Hash(const std::string& key, bool fold) {
-  return HashKey(Padded(key).padded(), fold, kSeed);
+static uint32_t Hash(const std::string& key, bool fold, const KeySeed& seed = kSeed) {
+  LongPaddedKey room;
+  return TakeKey(room, WithRoom(key), fold, seed);
 }
 
 static std::unique_ptr<ListItem, void (*)(void*)> MakeItem(const std::string& key) {
@@ -76,6 +77,19 @@ TEST(KeyBefore, IsStrcmpAndStrcasecmpOrder) {
   }
 }
 
+TEST(SameKey, EveryByteOfEveryLengthCounts) {
+  for (size_t length = 1; length <= 300; ++length) {
+    const std::string key(length, 'x');
+    const auto item = MakeItem(key);
+    ASSERT_TRUE(SameKey(*item, Padded(key).padded(), false));
+    for (size_t i = 0; i < length; ++i) {
+      std::string other = key;
+      other[i] = 'y';
+      ASSERT_FALSE(SameKey(*item, Padded(other).padded(), false)) << i << " of " << length;
+    }
+  }
+}
+
 TEST(SameKey, IsEqualityWithAndWithoutCase) {
   Random random(2);
   for (int i = 0; i < 20000; ++i) {
@@ -88,7 +102,7 @@ TEST(SameKey, IsEqualityWithAndWithoutCase) {
   }
 }
 
-TEST(HashKey, IgnoresCaseOnlyWhenToldTo) {
+TEST(TakeKey, IgnoresCaseOnlyWhenToldTo) {
   Random random(3);
   for (size_t length = 1; length <= kTextMax; ++length) {
     std::string key(length, 'x');
@@ -103,7 +117,7 @@ TEST(HashKey, IgnoresCaseOnlyWhenToldTo) {
   }
 }
 
-TEST(HashKey, EveryByteOfEveryLengthCounts) {
+TEST(TakeKey, EveryByteOfEveryLengthCounts) {
   for (size_t length = 1; length <= kTextMax; ++length) {
     std::set<uint32_t> hashes;
     hashes.insert(Hash(std::string(length, 'x'), true));
@@ -116,7 +130,7 @@ TEST(HashKey, EveryByteOfEveryLengthCounts) {
   }
 }
 
-TEST(HashKey, BytesThatDifferInTheCaseBitAloneStayApart) {
+TEST(TakeKey, BytesThatDifferInTheCaseBitAloneStayApart) {
   std::set<uint32_t> hashes;
   for (const char* key : {"/@", "/`", "/[", "/{", "/0", "/\x10", "/\xc1", "/\xe1"}) {
     hashes.insert(Hash(key, true));
@@ -124,13 +138,13 @@ TEST(HashKey, BytesThatDifferInTheCaseBitAloneStayApart) {
   EXPECT_EQ(hashes.size(), 8U);
 }
 
-TEST(HashKey, DependsOnTheSeed) {
+TEST(TakeKey, DependsOnTheSeed) {
   KeySeed other = kSeed;
   other.chunk[5] ^= 1;
-  EXPECT_NE(Hash("/index.html", false), HashKey(Padded("/index.html").padded(), false, other));
+  EXPECT_NE(Hash("/index.html", false), Hash("/index.html", false, other));
 }
 
-TEST(HashKey, SpreadsNumberedKeysOverTheLowBits) {
+TEST(TakeKey, SpreadsNumberedKeysOverTheLowBits) {
   constexpr int kKeys = 1 << 14;
   std::set<uint32_t> homes;
   for (int i = 0; i < kKeys; ++i) {
@@ -140,33 +154,83 @@ TEST(HashKey, SpreadsNumberedKeysOverTheLowBits) {
               kKeys * 0.02);  // 1 - 1/e, as random ones would
 }
 
-TEST(PadKey, TakesEveryLengthAndPadsItWithNuls) {
-  const std::string text(kWaitingKeyMax + kScanOverread, 'x');
-  for (size_t length = 0; length <= kWaitingKeyMax; ++length) {
-    PaddedKey padded;
-    memset(padded.bytes, '#', sizeof padded.bytes);
-    PadKey(padded, {text.data(), length});
-    std::string expected(text, 0, length);
-    expected.resize((length / kKeyChunk + 1) * kKeyChunk);
-    EXPECT_EQ(std::string_view(padded.bytes, expected.size()), expected);
-    EXPECT_EQ(padded.length, length);
+// The form of this processor and the plain one, in rooms full of rubbish.
+TEST(TakeKey, TakesEveryLengthAndPadsItWithNuls) {
+  for (const TakeKeyForm take : {mpTakeKey, TakeKeyForm{TakeKeyPlainly}}) {
+    for (size_t length = 0; length <= kLongestItem; length += length < 300 ? 1 : 29) {
+      for (const bool fold : {false, true}) {
+        const std::string key(length, 'X');
+        LongPaddedKey room;
+        memset(room.bytes, '#', sizeof room.bytes);
+        take(room.bytes, WithRoom(key), fold, kSeed);
+        std::string expected = key;
+        expected.resize((length / kKeyChunk + 1) * kKeyChunk);
+        ASSERT_EQ(std::string_view(room.bytes, expected.size()), expected);
+      }
+    }
   }
 }
 
-TEST(FoldBlock, FoldsAsFoldWordDoes) {
-  for (int c = 0; c < 256; ++c) {
-    char text[sizeof(KeyBlock)];
-    memset(text, c, sizeof text);
-    const KeyBlock block = FoldBlock(LoadBlock(text));
-    memcpy(text, &block, sizeof text);
-    EXPECT_EQ(text[7], ToLowerAscii(static_cast<char>(c)));
-    EXPECT_EQ(std::string(text, sizeof text), std::string(sizeof text, text[7]));
+TEST(TakeKey, FormOfThisProcessorGivesWhatThePlainOneDoes) {
+  Random random(4);
+  for (int i = 0; i < 20000; ++i) {
+    std::string key(random.Below(random.Below(9) == 0 ? kLongestItem : 200), ' ');
+    for (char& c : key) {
+      c = static_cast<char>(random.Below(256));
+    }
+    LongPaddedKey room;
+    for (const bool fold : {false, true}) {
+      ASSERT_EQ(mpTakeKey(room.bytes, WithRoom(key), fold, kSeed),
+                TakeKeyPlainly(room.bytes, WithRoom(key), fold, kSeed))
+          << key.size();
+    }
+  }
+}
+
+// A hash in words, one after the other, as it is published.
+static uint32_t HashInWords(std::string key, const KeySeed& seed) {
+  uint64_t state = key.size() ^ seed.length;
+  key.resize((key.size() / kKeyChunk + 1) * kKeyChunk);
+  for (size_t at = 0; at < key.size(); at += kKeyChunk) {
+    uint32_t words[kKeyChunk / 4];
+    uint32_t hidden_by[kKeyChunk / 4];
+    memcpy(words, key.data() + at, sizeof words);
+    memcpy(hidden_by, seed.chunk, sizeof hidden_by);
+    for (size_t i = 0; i < kKeyChunk / 4; i += 2) {
+      state += uint64_t{words[i] + hidden_by[i]} * uint32_t{words[i + 1] + hidden_by[i + 1]};
+    }
+    state = MultiplyFold(state, seed.chain);
+  }
+  return static_cast<uint32_t>(MultiplyFold(state, seed.chain));
+}
+
+TEST(TakeKey, HashesAsPublishedOfTheFoldedKey) {
+  Random random(5);
+  for (int i = 0; i < 5000; ++i) {
+    const std::string key = RandomKey(random);
+    std::string folded = key;
+    for (char& c : folded) {
+      c = ToLowerAscii(c);
+    }
+    ASSERT_EQ(Hash(key, false), HashInWords(key, kSeed));
+    ASSERT_EQ(Hash(key, true), HashInWords(folded, kSeed));
+  }
+}
+
+TEST(TakeKey, MayTakeWhatAlreadyLiesInItsRoom) {
+  LongPaddedKey room;
+  for (const size_t length : {1u, 63u, 64u, 65u, 200u}) {
+    const std::string key(length, 'k');
+    memset(room.bytes, '#', sizeof room.bytes);
+    key.copy(room.bytes, length);
+    EXPECT_EQ(TakeKey(room, {room.bytes, length}, false, kSeed), Hash(key, false));
+    EXPECT_EQ(std::string_view(room.bytes, length + 1), std::string_view(key.c_str(), length + 1));
   }
 }
 
 // Sums of products hide nothing by themselves: words may trade places, or be
 // nothing but padding.
-TEST(HashKey, PlacesOfWordsCount) {
+TEST(TakeKey, PlacesOfWordsCount) {
   std::set<uint32_t> hashes;
   std::string key(kTextMax, 'x');
   for (size_t at = 0; at + 4 <= key.size(); at += 4) {

@@ -26,26 +26,6 @@ tm Parts(int year, int month, int day, int hour, int minute, int second, int dst
   return parts;
 }
 
-// Converts all records with plain calls, then with LocalToTime from the same
-// start; returns how many records the two passes disagree on.
-int CountDifferences(const std::vector<tm>& records) {
-  std::vector<time_t> plain;
-  PrimeMktime();
-  for (const tm& record : records) {
-    plain.push_back(PlainLocalToTime(record));
-  }
-  int differences = 0;
-  PrimeMktime();
-  for (size_t i = 0; i < records.size(); ++i) {
-    const time_t when = LocalToTime(records[i]);
-    if (when != plain[i] && ++differences == 1) {
-      ADD_FAILURE() << "record " << i << ": " << asctime(&records[i]) << "plain " << plain[i] << " cached "
-                    << when;
-    }
-  }
-  return differences;
-}
-
 void ExpectSameLocal(time_t when) {
   tm plain = {};
   tm cached = {};
@@ -65,6 +45,33 @@ void ExpectSameLocal(time_t when) {
   ASSERT_EQ(cached.tm_isdst, plain.tm_isdst) << when;
   ASSERT_EQ(cached.tm_gmtoff, plain.tm_gmtoff) << when;
   ASSERT_STREQ(cached.tm_zone, plain.tm_zone) << when;
+}
+
+// Converts all records with LocalToTime, and back with TimeToLocal where asked to;
+// returns how many differ from what plain calls from the same start gave.
+int CountDifferences(const std::vector<tm>& records, const std::vector<time_t>& plain, bool and_back) {
+  int differences = 0;
+  PrimeMktime();
+  for (size_t i = 0; i < records.size(); ++i) {
+    const time_t when = LocalToTime(records[i]);
+    if (when != plain[i] && ++differences == 1) {
+      ADD_FAILURE() << "record " << i << ": " << asctime(&records[i]) << "plain " << plain[i] << " cached "
+                    << when;
+    }
+    if (and_back) {
+      ExpectSameLocal(when);
+    }
+  }
+  return differences;
+}
+
+int CountDifferences(const std::vector<tm>& records) {
+  std::vector<time_t> plain;
+  PrimeMktime();
+  for (const tm& record : records) {
+    plain.push_back(PlainLocalToTime(record));
+  }
+  return CountDifferences(records, plain, false) + CountDifferences(records, plain, true);
 }
 
 class LocalTimeTest : public testing::TestWithParam<Zone> {

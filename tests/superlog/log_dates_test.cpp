@@ -5,6 +5,10 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <random>
+#include <string>
+#include <string_view>
+#include <tuple>
 
 #include "superlog/superlog.h"
 
@@ -339,6 +343,30 @@ TEST_F(ParseDateTime1Test, AnythingElseLeavesAllUntouched) {
 TEST_F(ParseDateTime1Test, NumbersBeyond32BitsWrap) {
   ParseDateTime1("4294967297/Jan/4294969296:0:0:99999999999999999999", when);
   ExpectDate(when, 2000, 1, 1);
+}
+
+// Texts with much in common, each read after the one before.
+TEST_F(ParseDateTime1Test, NextDatesAreReadAsSingleOnes) {
+  const std::string_view kParts[][6] = {
+      {"10", "11", "1", "1x", "", "010"},          {"/Oct/", "/Nov/", "/Oct-", "/Okt/", "/OCT/", "-Oct/"},
+      {"2000", "1999", "20x0", "99", "02000", ""}, {":13:", ":14:", ":3:", ":1x:", ":13-", ":013:"},
+      {"55", "07", "5", "5x", "99", "055"},        {":36", ":00", "-36", ":3", ":3x", ":036"},
+      {" -0700", "", "x", "7", ":", "	"}};
+  std::mt19937 random(1);
+  for (int i = 0; i < 200000; ++i) {
+    std::string text;
+    for (const auto& parts : kParts) {
+      const unsigned choice = random() % 64;
+      text += parts[choice < 6 ? choice : choice % 8 == 0];
+    }
+    tm plain = Untouched();
+    ParseDateTime1(text.c_str(), plain);
+    when = Untouched();
+    ParseNextDateTime1(text, when);
+    ASSERT_EQ(std::tie(when.tm_year, when.tm_mon, when.tm_mday, when.tm_hour, when.tm_min, when.tm_sec),
+              std::tie(plain.tm_year, plain.tm_mon, plain.tm_mday, plain.tm_hour, plain.tm_min, plain.tm_sec))
+        << text;
+  }
 }
 
 using ParseDate2Test = LogDatesTest;
