@@ -354,6 +354,10 @@ def check_tiles(tree, report):
         busiest = max(days["rows"], key=lambda row: row["count"])
         told = [f"most on {busiest['item']}: {busiest['count']:,}"] if busiest["count"] and len(days["rows"]) > 1 else []
         assert tiles["Days"][1:] == told
+    assert ("Errors" in tiles) == (totals["with_status"] > 0)
+    if "Errors" in tiles:
+        assert is_share(tiles["Errors"][0].removesuffix(" %"), totals["errors"] / totals["with_status"]), tiles["Errors"]
+        assert number(tiles["Errors"][1].split(" ")[0]) == totals["errors"]
     missing = report["sections"].get("badurls")
     assert ("Not found" in tiles) == (missing is not None)
     if missing is not None:
@@ -371,7 +375,13 @@ def check_notes(tree, report, shown):
     for note, said in zip(notes, report["notes"]):
         assert "\ufffd" in said["text"] or note == shown(said["text"].encode()), (note, said)
     for note in notes[len(report["notes"]):]:  # which only a page tells
-        assert note.startswith("The logs hold records of other days: ") or "could not be opened" in note, note
+        assert re.match("(The logs hold records of other days|No request counts, though the logs hold records): ", note), note
+
+
+def check_other_days(tree):
+    for nav in of_class(tree, "nav", "other"):
+        for link in nav.iter("a"):
+            assert link.get("href").startswith("?") and link.get("rel") == "nofollow", link.get("href")
 
 
 # ---- The whole -----------------------------------------------------------------------------
@@ -387,7 +397,9 @@ def compare(report, page, raw_item, shown):
         return
     check_tiles(tree, report)
     assert set(sections) == set(report["sections"]), list(sections)
-    links = [link.get("href") for link in tree.find(".//nav").iter("a")]
+    check_other_days(tree)
+    contents = only([nav for nav in tree.iter("nav") if nav.get("class") is None])
+    links = [link.get("href") for link in contents.iter("a")]
     assert links == ["#overview"] + ["#" + name for name in sections], links
     for name, section in report["sections"].items():
         assert text_of(sections[name].find("h2")) == section["title"]
