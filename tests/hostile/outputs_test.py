@@ -187,8 +187,8 @@ def made_by(tree):
     return {(element.tag, name) for element in tree.iter() for name in [None, *element.attrib]}
 
 
-def of_kind(tree, name, **attributes):
-    return [element for element in tree.iter(NAME + name) if all(element.get(key) == value for key, value in attributes.items())]
+def of_kind(tree, kind, /, **attributes):
+    return [element for element in tree.iter(NAME + kind) if all(element.get(key) == value for key, value in attributes.items())]
 
 
 def text_of(element):
@@ -235,7 +235,22 @@ class Kinds:
     @staticmethod
     def of(tree, name):
         whole = name in ("script", "style", "meta")
-        return [(text_of(element), element.attrib) if whole else None for element in of_kind(tree, name)]
+        return [(text_of(element), attributes_of(element)) if whole else None for element in of_kind(tree, name)]
+
+    def and_of(self, page):
+        """What the other page is made of, or this one."""
+        both = Kinds(page)
+        both.made |= self.made
+        both.lenient |= self.lenient
+        both.classes |= self.classes
+        both.own_links |= self.own_links
+        return both
+
+
+def attributes_of(element):
+    """Those of which every page has the same."""
+    told = element.get("name", "").startswith("orvellis-")
+    return {name: value for name, value in element.attrib.items() if name != "content" or not told}
 
 
 def look_leniently(page, ordinary):
@@ -252,9 +267,14 @@ def look_at_made(page, tree, ordinary):
     for element in tree.iter():
         assert element.get("class") in ordinary.classes, element.get("class")
         assert not any(name.startswith("on") or name in ("style", "src", "srcdoc", "action") for name in element.attrib), element.attrib
+    figures = of_kind(tree, "meta", name="orvellis-report")
+    assert all(re.fullmatch("[a-z0-9=,: -]+", figure.get("content")) for figure in figures), figures[0].attrib
     for link in of_kind(tree, "a"):
         address = link.get("href")
-        if address not in ordinary.own_links:
+        if address.startswith("?"):
+            assert re.fullmatch(r"\?([a-z_]+=[A-Za-z0-9._~%-]*&)*[a-z_]+=[A-Za-z0-9._~%-]*", address), address
+            assert link.get("rel") == "nofollow", address
+        elif address not in ordinary.own_links:
             assert re.match(r"https?://[^/\\?#]", address, re.I), address
             assert link.get("rel") == "noopener noreferrer nofollow", address
 
@@ -423,6 +443,10 @@ def look_at_title(folder, attack, ordinary):
             if title:
                 assert text_of(of_kind(tree, "title")[0]).startswith(shown(title) + ": "), title
                 assert item_in(of_kind(tree, "h1")[0])[:2] == (without_middle(title), shown(title)), title
+                assert of_kind(tree, "meta", name="orvellis-title")[0].get("content") == shown(title), title
+                again = [link.get("href") for link in of_kind(tree, "a") if link.get("href").startswith("?")]
+                sent = [dict(urllib.parse.parse_qsl(address[1:], errors="surrogateescape"))["title"] for address in again]
+                assert sent and all(text.encode("utf-8", "surrogateescape").split(b"\0")[0][:243] == title for text in sent), (title, sent)
         elif output == "json" and title:
             assert json.loads(body)["title"] == re.sub("[\udc80-\udcff]", "\ufffd", characters(title))
         elif output == "csv":
@@ -485,6 +509,7 @@ def look_at_requests(folder, ordinary):
     post.refusals = [head for head, _ in refusals]
     post.refusal_page = Kinds(refusals[0][1])
     post.kinds = {}
+    ordinary = ordinary.and_of(answers["modern"][1])
     for attack in ATTACKS[::14]:
         look_at_title(folder, attack, ordinary)
     for place, name in enumerate(("find", "section", "output", "authuser", "authrealm", "filter_domains", "filter_filetypes",
