@@ -119,11 +119,13 @@ async function lookAtReport(page, seen, context, address) {
     assert.equal(found.rows[section], count, section);
   }
   assert.equal(found.requests, counted.toLocaleString('en'));
-  assert.deepEqual(found.own, [1, 1, 6]);
+  assert.deepEqual(found.own, [1, 1, 9]);
   assert.deepEqual(found.made.filter((name) => ['img', 'iframe', 'frame', 'object', 'embed', 'form', 'base', 'link', 'meta', 'style', 'image', 'video',
     'audio', 'math', 'template', 'plaintext', 'textarea', 'select', 'marquee', 'foreignObject', 'animate', 'use'].includes(name)), []);
   assert.deepEqual(found.handlers, []);
-  const outwards = found.links.filter(([, , href]) => !/^#[a-z]+$/.test(href));
+  const outwards = found.links.filter(([, , href]) => !/^[#?]/.test(href));
+  const inwards = found.links.filter(([, , href]) => /^[#?]/.test(href));
+  assert.deepEqual(inwards.filter(([, rel, href]) => !/^#[a-z]+$/.test(href) && !(/^\?[\w.~%=&-]+$/.test(href) && rel === 'nofollow')), []);
   assert.ok(outwards.length > 1500, `${outwards.length} links`);
   // Of one whose host is none, as in "https://javascript:x", a browser makes no address.
   assert.deepEqual(outwards.filter(([protocol, rel, href]) => !/^https?:\/\//i.test(href) || !['http:', 'https:', ':'].includes(protocol) || rel !== 'noopener noreferrer nofollow'), []);
