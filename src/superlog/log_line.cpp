@@ -344,11 +344,6 @@ static bool ParseDataLine(SuperLogRecord& record) {
   return true;
 }
 
-// Apart, so that neither way of reading takes the other's registers.
-[[gnu::noinline]] static bool ParseDataLineWithEscapes(SuperLogRecord& record) {
-  return ParseDataLine<true>(record);
-}
-
 // --- Lines --------------------------------------------------------------------
 
 // True for a data line; header lines are read for what they tell of the layout.
@@ -373,7 +368,9 @@ static bool IsDataLine() {
   return true;
 }
 
-bool SuperLog_ParseNextLine(SuperLogRecord& record) {
+// Two functions, so that neither way of reading costs the other anything.
+template <bool kEscapes>
+[[gnu::noinline]] static bool ParseNextLine(SuperLogRecord& record) {
   for (;;) {
     ReadLineFromBigBuf();
     if (mLineLen == 0) {
@@ -383,12 +380,15 @@ bool SuperLog_ParseNextLine(SuperLogRecord& record) {
     if (!IsDataLine()) {
       continue;
     }
-    if ((mFormatKnown || GrokLineFormat()) &&
-        (mLogLimits.escapes ? ParseDataLineWithEscapes(record) : ParseDataLine<false>(record))) {
+    if ((mFormatKnown || GrokLineFormat()) && ParseDataLine<kEscapes>(record)) {
       return true;
     }
     ++mLinesNotUnderstood;
   }
+}
+
+bool SuperLog_ParseNextLine(SuperLogRecord& record) {
+  return mLogLimits.escapes ? ParseNextLine<true>(record) : ParseNextLine<false>(record);
 }
 
 int64_t SuperLog_GetLinesNotUnderstood() {

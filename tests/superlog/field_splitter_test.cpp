@@ -104,7 +104,7 @@ TEST(ParseField, SingleQuoteInsideADoubleQuotedFieldIsPlain) {
 
 TEST(ParseFieldWithEscapes, EscapedQuoteIsPartOfItsField) {
   const std::vector<SplitCase> cases = {
-      {R"("a\"b" c)", {R"(a\)", "b\" c"}},
+      {R"("a\"b" c)", {R"(a\"b)", "c"}},
       {R"("a\\"b" c)", {R"(a\\)", "b\" c"}},
       {R"("a\" 404 \"b" 200)", {R"(a\" 404 \"b)", "200"}},
       {R"("a\\" 200)", {R"(a\\)", "200"}},
