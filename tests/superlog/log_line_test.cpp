@@ -628,7 +628,7 @@ TEST_F(ParseNextLineTest, ModernFieldsAreNotShiftedByWhatAVisitorChose) {
 
 TEST_F(ParseNextLineTest, ClassicFieldsAreShiftedDeliberately) {
   EXPECT_EQ(ParseOne(Combined("-", R"(/\" 200 5 \"-\" \"forged)", "-", "-")).status, 200);
-  EXPECT_EQ(ParseOne(Combined("-", "/", R"(x\" \"forged)", "-")).agent, R"(\"forged\")");
+  EXPECT_EQ(ParseOne(Combined("-", "/", R"(x\" \"forged)", "-")).agent, R"(\"forged")");
   EXPECT_EQ(ParseAll(Combined("a b", "/", "-", "-")).size(), 0u);
 }
 
