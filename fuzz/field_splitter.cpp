@@ -29,6 +29,17 @@ static void CheckSplitting(const std::string& line, char separator) {
   REQUIRE(cursor.next == cursor.end);
 }
 
+static void CheckSplittingWithEscapes(const std::string& line, bool cut) {
+  std::vector<char> block = BlockOf(line);
+  FieldCursor cursor = {block.data(), block.data() + line.size(), nullptr, 0, cut};
+  for (const std::string& expected : SplitEscapedPlainly(line, cut)) {
+    REQUIRE(cursor.next != cursor.end);
+    ParseField<true>(cursor);
+    REQUIRE(std::string_view(cursor.value, cursor.length) == expected);
+  }
+  REQUIRE(cursor.next == cursor.end);
+}
+
 static void CheckScans(std::string_view line, char a, char b) {
   const std::vector<char> block = BlockOf(line);
   const char* const end = block.data() + line.size();
@@ -48,5 +59,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   for (const char separator : {'S', 'T', 'C'}) {
     CheckSplitting(line, separator);
   }
+  CheckSplittingWithEscapes(line, a % 2 != 0);
   return 0;
 }

@@ -76,8 +76,8 @@ std::string_view TruncateIP(std::string_view address) {
   return address;
 }
 
-std::string_view TruncateCGI(std::string_view url) {
-  const char* const end = FindEither(url.data(), url.data() + url.size(), '?', '"');
+std::string_view TruncateCGI(std::string_view url, char end_mark) {
+  const char* const end = FindEither(url.data(), url.data() + url.size(), '?', end_mark);
   return {url.data(), static_cast<size_t>(end - url.data())};
 }
 

@@ -31,9 +31,9 @@ std::string_view TruncateLSD(std::string_view host);
 // Up to the third dot; the whole text when it has fewer.
 std::string_view TruncateIP(std::string_view address);
 
-// Up to the first "?" or double quote. The URL's buffer must go on for
-// kScanOverread bytes beyond it.
-std::string_view TruncateCGI(std::string_view url);
+// Up to the first "?" or end mark. The URL's buffer must go on for kScanOverread
+// bytes beyond it.
+std::string_view TruncateCGI(std::string_view url, char end_mark = '"');
 
 // The file type of the URL's path, dot included and its case kept, or empty.
 std::string_view TruncateFileType(std::string_view url);

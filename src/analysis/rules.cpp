@@ -68,6 +68,7 @@ Rules ResolveRules(const Settings& settings, const Counting& counting) {
       .filter_domains = settings.filter_domains[0] != '\0',
       .filter_types = settings.filter_filetypes[0] != '\0' && NeedsTypeFilter(settings),
       .keep_query = settings.showquery != 0,
+      .url_end_mark = counting.limits.escapes ? '?' : '"',
       .urls = settings.requests.on != 0,
       .url_total = settings.requests.on != 0 || settings.badurls.on != 0,
       .referrers = settings.referrers.on != 0,

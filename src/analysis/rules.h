@@ -31,6 +31,7 @@ struct Rules {
   bool filter_domains;
   bool filter_types;
   bool keep_query;
+  char url_end_mark;  // besides "?", where the query is not kept: a quote, unless quotes are parts of fields
   bool urls;
   bool url_total;
   bool referrers;

@@ -15,10 +15,12 @@ struct Limits {
   size_t request;     // of a request line, before its URL is taken from it
   bool wide_figures;  // counts, sizes and times have 64 bits; else they wrap at 32
   int64_t ranked;     // deliberate quirk: greater counts are displayed behind all others
+  bool ff_ends_line;  // deliberate quirk: so does a byte 0xFF that is not a line's first
+  bool escapes;  // a double quote behind a backslash is a character of its field, and a user may hold blanks
 };
 
-inline constexpr Limits kClassicLimits{kLineMax, kTextMax, kTextMax, false, 999999};
-inline constexpr Limits kModernLimits{64 * 1024, 2048, 64 * 1024, true, INT64_MAX};
+inline constexpr Limits kClassicLimits{kLineMax, kTextMax, kTextMax, false, 999999, true, false};
+inline constexpr Limits kModernLimits{64 * 1024, 2048, 64 * 1024, true, INT64_MAX, false, true};
 
 inline constexpr size_t kLongestLine = kModernLimits.line;
 inline constexpr size_t kLongestItem = kModernLimits.item;

@@ -180,15 +180,33 @@ static time_t TimeOf(const Guess& guess) {
   return time == Wrapped(mLogLimits, time) && !HoldsNoDate(when) ? time : -1;
 }
 
-time_t GuessDateTimeFromText(char* line) {
-  Guess guess = {};
-  const size_t length = strlen(line);
-  const char separator = GuessSeparator({line, length});
-  FieldCursor cursor = {line, line + length, line, 0};
+static void LookAtFields(char* line, char* end, Guess& guess) {
+  const char separator = GuessSeparator({line, static_cast<size_t>(end - line)});
+  FieldCursor cursor = {line, end, line, 0};
+  const auto parse = mLogLimits.escapes ? ParseFieldBySeparator<true> : ParseFieldBySeparator<false>;
   bool found = false;
   while (!found && cursor.next < cursor.end) {
-    ParseFieldBySeparator(cursor, separator);
+    parse(cursor, separator);
     found = cursor.length > 0 && LookAtField(cursor.value, guess);
+  }
+}
+
+// Takes the date in front of a request, whatever else the visitor's name looks like.
+static bool LookBeforeRequest(char* line, char* end, Guess& guess) {
+  char* const date = mLogLimits.escapes ? FindDateBeforeRequest(line, end) : nullptr;
+  if (date == nullptr) {
+    return false;
+  }
+  FieldCursor cursor = {date, end, date, 0};
+  ParseField(cursor);
+  return LookAtField(cursor.value, guess);
+}
+
+time_t GuessDateTimeFromText(char* line) {
+  Guess guess = {};
+  char* const end = line + strlen(line);
+  if (!LookBeforeRequest(line, end, guess)) {
+    LookAtFields(line, end, guess);
   }
   // Visitors' names and sizes may be numbers, too: one is a time where nothing else tells any.
   if (!guess.dated && guess.number != nullptr) {

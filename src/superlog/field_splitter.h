@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string_view>
 
 #include "superlog/byte_scan.h"
 
@@ -10,18 +11,32 @@
 // the line only [next, end] is looked at, but its buffer must go on for
 // kScanOverread bytes from end on (those of line_reader.h do).
 struct FieldCursor {
-  char* next;     // start of the field to read next
-  char* end;      // the line's terminating NUL
-  char* value;    // the field just read, without quotes or brackets, NUL-terminated
-  size_t length;  // of value
+  char* next;        // start of the field to read next
+  char* end;         // the line's terminating NUL
+  char* value;       // the field just read, without quotes or brackets, NUL-terminated
+  size_t length;     // of value
+  bool cut = false;  // the line goes on behind end
 };
 
 // Reads the next field; at the end of the line an empty one. Space: a field that
 // begins with a double quote, a single quote or "[" is what lies before the
 // closing one; in any other, and inside single quotes and brackets, a pair of
 // double quotes hides the terminator. Two spaces in a row enclose an empty field.
+//
+// Apache httpd and lighttpd write a backslash before each backslash and double quote
+// that they were sent. With escapes, a quote behind an odd number of backslashes neither
+// begins nor ends anything. Servers that write none are told by what follows: no space
+// and no end of line behind the closing quote, or no such quote in a line that is not cut.
+// A field that they wrote ends at the first quote that has one behind it, as the path
+// "C:\" does.
+template <bool kEscapes = false>
 inline void ParseField(FieldCursor& cursor);
 
+// Where there are escapes, servers that write none are told by what follows: no
+// space and no end of line behind the closing quote, or no such quote in a line that is not
+// cut. A field that they wrote ends at the first quote that has one behind it, as the
+// path "C:\" does.
+//
 // Tab: leading spaces are skipped; tabs inside a pair of double quotes belong to
 // the value; quotes around the whole value are removed.
 inline void ParseField_Tab(FieldCursor& cursor);
@@ -30,6 +45,17 @@ inline void ParseField_Tab(FieldCursor& cursor);
 // behind it, and one inside a pair of double quotes, belongs to the value.
 inline void ParseField_Comma(FieldCursor& cursor);
 
+// Where the date of a line in common log format begins: the "[" of the last text before
+// the first quote that is not escaped, which has the shape
+//   [05/Mar/2000:07:06:11 +0000] "
+// and a space before it, or stands at from. Null when there is none. What a visitor
+// chose, and a server escaped, is never taken for it: users may hold spaces and
+// brackets, but no such quote, and all else that he chose stands behind the date.
+inline char* FindDateBeforeRequest(char* from, char* end);
+
+// Reads the next field, which ends before the space before date.
+inline void ParseFieldBefore(FieldCursor& cursor, char* date);
+
 // Letters that choose a parser: S, T and C.
 inline bool IsSeparatorLetter(char letter) {
   return letter == 'S' || letter == 'T' || letter == 'C';
@@ -37,18 +63,52 @@ inline bool IsSeparatorLetter(char letter) {
 
 // Reads the next field with the parser of a separator letter; that of S for any
 // other letter.
+template <bool kEscapes = false>
 inline void ParseFieldBySeparator(FieldCursor& cursor, char separator);
 
 // --- Definitions, here because every field of every line goes through them ------
 
+// Whether an odd number of backslashes stands before the quote, from start on.
+inline bool IsEscaped(const char* start, const char* quote) {
+  const char* first = quote;
+  while (first != start && first[-1] == '\\') {
+    --first;
+  }
+  return (quote - first) % 2 != 0;
+}
+
+// First quote in [from, end) that is not escaped; end when there is none.
+inline char* FindBareQuote(char* from, char* end) {
+  char* quote = FindByte(from, end, '"');
+  while (quote != end && IsEscaped(from, quote)) [[unlikely]] {
+      quote = FindByte(quote + 1, end, '"');
+    }
+  return quote;
+}
+
+// What lies behind the quote of a field that begins at start: behind that quote where it is
+// escaped, else behind the one that closes it; end when none does.
+[[gnu::cold, gnu::noinline]] inline char* SkipEscapedOrQuoted(char* start, char* quote, char* end) {
+  if (IsEscaped(start, quote)) {
+    return quote + 1;
+  }
+  char* const closing = FindBareQuote(quote + 1, end);
+  return closing == end ? end : closing + 1;
+}
+
 // First terminator in [from, end) that is not preceded by an odd number of
 // double quotes; end when there is none.
-template <char kTerminator>
+template <char kTerminator, bool kEscapes = false>
 inline char* FindOutsideQuotes(char* from, char* end) {
+  [[maybe_unused]] char* const start = from;
   for (;;) {
     char* const found = FindEither(from, end, kTerminator, '"');
     if (found == end || *found == kTerminator) {
       return found;
+    }
+    if constexpr (kEscapes) {
+      from = SkipEscapedOrQuoted(start, found, end);
+      continue;
     }
     char* const closing = FindByte(found + 1, end, '"');
     if (closing == end) {
@@ -56,6 +116,33 @@ inline char* FindOutsideQuotes(char* from, char* end) {
     }
     from = closing + 1;
   }
+}
+
+inline bool HasSpaceBehind(const char* quote, const char* end) {
+  return quote + 1 == end || quote[1] == ' ';
+}
+
+// The end of a quoted field whose first quote has a backslash before it.
+[[gnu::cold, gnu::noinline]] inline char* FindClosingQuote(char* start, char* quote,
+                                                           const FieldCursor& cursor) {
+  char* const end = cursor.end;
+  if (!IsEscaped(start, quote)) {
+    return quote;
+  }
+  char* const closing = FindBareQuote(start, end);
+  if (closing == end ? cursor.cut : HasSpaceBehind(closing, end)) {
+    return closing;
+  }
+  while (quote != end && !HasSpaceBehind(quote, end)) {
+    quote = FindByte(quote + 1, end, '"');
+  }
+  return quote;
+}
+
+template <bool kEscapes>
+inline char* FindEndOfQuoted(char* start, const FieldCursor& cursor) {
+  char* const quote = FindByte(start, cursor.end, '"');
+  return kEscapes && quote[-1] == '\\' ? FindClosingQuote(start, quote, cursor) : quote;
 }
 
 // Makes [start, stop) the value and goes on behind the terminator at stop.
@@ -76,27 +163,44 @@ inline void SkipSpace(FieldCursor& cursor) {
   }
 }
 
+template <bool kEscapes>
 inline void ParseField(FieldCursor& cursor) {
   char* const start = cursor.next;
   char* const end = cursor.end;
   switch (start == end ? '\0' : *start) {
     case '"':
-      TakeField(cursor, start + 1, FindByte(start + 1, end, '"'));
+      TakeField(cursor, start + 1, FindEndOfQuoted<kEscapes>(start + 1, cursor));
       SkipSpace(cursor);
       break;
     case '\'':
-      TakeField(cursor, start + 1, FindOutsideQuotes<'\''>(start + 1, end));
+      TakeField(cursor, start + 1, FindOutsideQuotes<'\'', kEscapes>(start + 1, end));
       SkipSpace(cursor);
       break;
     case '[':
-      TakeField(cursor, start + 1, FindOutsideQuotes<']'>(start + 1, end));
+      TakeField(cursor, start + 1, FindOutsideQuotes<']', kEscapes>(start + 1, end));
       SkipSpace(cursor);
       break;
     default:
       // Two spaces in a row enclose an empty field: deliberate.
-      TakeField(cursor, start, FindOutsideQuotes<' '>(start, end));
+      TakeField(cursor, start, FindOutsideQuotes<' ', kEscapes>(start, end));
       break;
   }
+}
+
+inline char* FindDateBeforeRequest(char* from, char* end) {
+  constexpr ptrdiff_t kLength = std::string_view("[05/Mar/2000:07:06:11 +0000] ").size();
+  char* const quote = FindBareQuote(from, end);
+  if (quote == end || quote - from < kLength) {
+    return nullptr;
+  }
+  char* const date = quote - kLength;
+  const bool shaped = date[0] == '[' && date[3] == '/' && date[7] == '/' && date[12] == ':' &&
+                      date[21] == ' ' && date[27] == ']' && date[28] == ' ';
+  return shaped && (date == from || date[-1] == ' ') ? date : nullptr;
+}
+
+inline void ParseFieldBefore(FieldCursor& cursor, char* date) {
+  TakeField(cursor, cursor.next, date - 1);
 }
 
 inline void ParseField_Tab(FieldCursor& cursor) {
@@ -125,12 +229,13 @@ inline void ParseField_Comma(FieldCursor& cursor) {
   TakeField(cursor, start, stop);
 }
 
+template <bool kEscapes>
 inline void ParseFieldBySeparator(FieldCursor& cursor, char separator) {
   if (separator == 'T') {
     ParseField_Tab(cursor);
   } else if (separator == 'C') {
     ParseField_Comma(cursor);
   } else {
-    ParseField(cursor);
+    ParseField<kEscapes>(cursor);
   }
 }

@@ -136,6 +136,9 @@ static bool RefreshBigBuf() {
   for (NextByte* next : {&mNextLf, &mNextCr, &mNextFF, &mNextNul}) {
     next->at = mBigBuf;
   }
+  if (!mLogLimits.ff_ends_line) {
+    mNextFF.at = mpBigBufLastPos;  // never looked for
+  }
   return size > 0;
 }
 
@@ -172,7 +175,8 @@ static bool SkipEolChars() {
 static size_t MeasureLine() {
   for (;;) {
     char* const second = mpBigBufCurPos + 1;
-    // deliberate: 0xFF ends a line as the end of the file does, unless it is the line's first character
+    // deliberate where the limits say so: 0xFF ends a line as the end of the file does, unless it is the
+    // line's first character
     char* const stop = std::min(FindCrOrLf(second), Find(mNextFF, second));
     const auto length = static_cast<size_t>(stop - mpBigBufCurPos);
     if (length > mLogLimits.line) {

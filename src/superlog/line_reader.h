@@ -42,8 +42,8 @@ bool IsLogOpen();
 // Makes the next non-empty line current (mLineLen 0 at the end of the file, or
 // when none is open), through the block buffer. CR, LF, a 0xFF byte after the
 // first character, and the end of the file end a line; of the rest of an
-// over-long line only CR, LF and the end of the file. A read error looks like
-// the end of the file.
+// over-long line only CR, LF and the end of the file. Limits without ff_ends_line
+// make 0xFF an ordinary character. A read error looks like the end of the file.
 void ReadLineFromBigBuf();
 
 // The same without block buffer and byte counter, where 0xFF is an ordinary

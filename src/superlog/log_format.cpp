@@ -8,6 +8,7 @@
 #include "superlog/field_splitter.h"
 #include "superlog/line_reader.h"
 #include "superlog/log_events.h"
+#include "superlog/log_limits.h"
 #include "superlog/superlog.h"
 
 char mKnownFormatBuf[kTextSize];
@@ -246,6 +247,11 @@ static void TakeUserFormat() {
 bool GrokLineFormat() {
   if (mLogFormatSource != 0) {
     TakeUserFormat();
+    return true;
+  }
+  // Before the separators, of which a visitor writes as many as he likes.
+  if (mLogLimits.escapes && FindDateBeforeRequest(mpLine, mpLineEnd) != nullptr) {
+    TakeGuess(kFamilyClf, "CLF/ELF", LOG_FORMAT_STR_ELF);
     return true;
   }
   const Separators count = CountSeparators(CurrentLine());

@@ -81,10 +81,6 @@ def path_of(url):
     return path.replace(b":", b"/") + mark + query if url.startswith(b":") else url
 
 
-def quoted_field(text):
-    return text.split(b'"')[0][:LONGEST]
-
-
 def decoded(text):
     def one(match):
         code = match.group(1)
@@ -170,8 +166,13 @@ def tabbed(status, *fields):
     return b"\t".join([DAY.encode(), b"@MOMENT@", b"%d" % status, *fields])
 
 
-def combined(request, status=200, referrer=b"-", agent=b"-", host=b"192.0.2.66"):
-    return host + b" - - [05/Mar/2000:@MOMENT@ +0000] \"" + request + b"\" %d 100 \"" % status + referrer + b"\" \"" + agent + b"\""
+def combined(request, status=200, referrer=b"-", agent=b"-", host=b"192.0.2.66", user=b"-"):
+    return host + b" - " + user + b" [05/Mar/2000:@MOMENT@ +0000] \"" + request + b"\" %d 100 \"" % status + referrer + b"\" \"" + agent + b"\""
+
+
+def user_of(text, write):
+    """What a server writes of the one who signs on with that name: blanks as they are, and no more than its first part."""
+    return write(text.split(b":")[0].split(b"\0")[0]) or b'""'
 
 
 def write_urls(attacks, expected):
@@ -236,10 +237,10 @@ def write_combined(attacks, expected):
         write = by_apache if attack.number % 2 else by_nginx
         text = write(attack.text)
         url = b"/" + text.replace(b" ", b"%20")
-        # A quote with a backslash before it ends a field; behind the last one this moves nothing.
-        before = [url, b"http://c.example/" + text] if b'"' not in text else [b"/quoted", b"-"]
-        log.add(times(attack), combined(b"GET " + before[0] + b" HTTP/1.0", 200, before[1], text))
-        expected.record(times(attack), before[0][:LONGEST], 200, before[1][:LONGEST], quoted_field(text), b"192.0.2.66")
+        referrer = b"http://c.example/" + text
+        user = user_of(hidden(attack), write)
+        log.add(times(attack), combined(b"GET " + url + b" HTTP/1.0", 200, referrer, text, user=user))
+        expected.record(times(attack), url[:LONGEST], 200, referrer[:LONGEST], text[:LONGEST], b"192.0.2.66")
         method = by_nginx(hidden(attack)).replace(b" ", b"")
         log.add(times(attack), combined(method + b" /method HTTP/1.0", host=b"192.0.2.67"))
         expected.record(times(attack), b"/method", host=b"192.0.2.67")

@@ -237,6 +237,24 @@ TEST_F(DateGuessTest, DaylightSavingIsLeftToTheZone) {
   EXPECT_EQ(Guess("[01/Jul/2000:02:00:00 +0000] x"), 962409600);
 }
 
+TEST_F(DateGuessTest, ModernDateIsThatBeforeTheRequest) {
+  for (const char* user : {"-", "a b", "'", "[x", "a [01/Jan/2000:00:00:00 +0000]", R"(\" x)",
+                           R"(a [01/Jan/2000:00:00:00 +0000] \"GET)", "a,,,,,,,,,,,,,,,,b"}) {
+    const std::string line = std::string("192.0.2.7 - ") + user +
+                             " [10/Oct/2000:13:55:36 +0000] \"GET / HTTP/1.0\" 200 1 \"-\" \"x\"";
+    mLogLimits = kModernLimits;
+    EXPECT_EQ(Guess(line), 971186136) << line;
+  }
+  mLogLimits = kClassicLimits;
+  EXPECT_EQ(Guess("192.0.2.7 - a [01/Jan/2000:00:00:00 +0000] [10/Oct/2000:13:55:36 +0000] \"GET /"),
+            kNewYear2000);
+}
+
+TEST_F(DateGuessTest, ModernEscapedQuotesHideNothing) {
+  mLogLimits = kModernLimits;
+  EXPECT_EQ(Guess(R"("a\" [01/Jan/2000:00:00:00 +0000] b" [10/Oct/2000:13:55:36 +0000] x)"), 971186136);
+}
+
 TEST_F(DateGuessTest, LongFieldsAndLongLinesAreNoDates) {
   EXPECT_EQ(Guess(std::string(1535, '-')), 0);
   EXPECT_EQ(Guess(std::string("1/1/1") + std::string(1530, '/')), 0);

@@ -10,12 +10,13 @@
 #include "superlog/plain_fields.h"
 
 // All fields of a line; one more than any line can have means an endless loop.
-static Values Split(const std::string& line, char separator) {
+template <bool kEscapes = false>
+static Values Split(const std::string& line, char separator, bool cut = false) {
   std::string buffer = line + '\0' + std::string(kScanOverread, '"');
-  FieldCursor cursor = {buffer.data(), buffer.data() + line.size(), nullptr, 0};
+  FieldCursor cursor = {buffer.data(), buffer.data() + line.size(), nullptr, 0, cut};
   Values values;
   while (cursor.next != cursor.end && values.size() <= line.size()) {
-    ParseFieldBySeparator(cursor, separator);
+    ParseFieldBySeparator<kEscapes>(cursor, separator);
     EXPECT_EQ(cursor.value[cursor.length], '\0');
     EXPECT_LE(cursor.value + cursor.length, cursor.end);
     values.emplace_back(cursor.value, cursor.length);
@@ -97,6 +98,98 @@ TEST(ParseField, EndOfLineEndsAnOpenField) {
 
 TEST(ParseField, SingleQuoteInsideADoubleQuotedFieldIsPlain) {
   ExpectSplits('S', {{"\"it's\" b", {"it's", "b"}}});
+}
+
+// --- Space, with escapes ----------------------------------------------------------
+
+TEST(ParseFieldWithEscapes, EscapedQuoteIsPartOfItsField) {
+  const std::vector<SplitCase> cases = {
+      {R"("a\"b" c)", {R"(a\"b)", "c"}},
+      {R"("a\\"b" c)", {R"(a\\)", "b\" c"}},
+      {R"("a\" 404 \"b" 200)", {R"(a\" 404 \"b)", "200"}},
+      {R"("a\\" 200)", {R"(a\\)", "200"}},
+      {R"("a\\\" b" 200)", {R"(a\\\" b)", "200"}},
+      {R"("\"" 200)", {R"(\")", "200"}},
+      {R"("\\")", {R"(\\)"}},
+      {R"("a\x22b" c)", {R"(a\x22b)", "c"}},
+      {R"(a\"b c" d)", {R"(a\"b)", "c\" d"}},
+      {R"(a"b\" c" d)", {R"(a"b\" c")", "d"}},
+      {R"([a\"] "b" c)", {R"(a\")", "b", "c"}},
+      {R"('a\"' "b" c)", {R"(a\")", "b", "c"}},
+  };
+  for (const SplitCase& row : cases) {
+    SCOPED_TRACE(row.line);
+    EXPECT_EQ(Split<true>(row.line, 'S'), row.values);
+  }
+}
+
+TEST(ParseFieldWithEscapes, ServersWithoutEscapesAreToldByWhatFollows) {
+  const std::vector<SplitCase> cases = {
+      {R"("C:\" "b c" d)", {R"(C:\)", "b c", "d"}},
+      {R"("GET /a\" 200 100)", {R"(GET /a\)", "200", "100"}},
+      {R"("C:\")", {R"(C:\)"}},
+      {R"("a\"b\" c)", {R"(a\"b\)", "c"}},
+      {R"("a\)", {R"(a\)"}},
+      {R"("a\"b)", {R"(a\"b)"}},
+  };
+  for (const SplitCase& row : cases) {
+    SCOPED_TRACE(row.line);
+    EXPECT_EQ(Split<true>(row.line, 'S'), row.values);
+  }
+}
+
+TEST(ParseFieldWithEscapes, FieldWithoutEndOfACutLineIsWhatIsLeft) {
+  EXPECT_EQ(Split<true>(R"(a "b\" 404 5)", 'S', true), (Values{"a", R"(b\" 404 5)"}));
+  EXPECT_EQ(Split<true>(R"(a "b\" 404 5)", 'S'), (Values{"a", R"(b\)", "404", "5"}));
+}
+
+TEST(ParseFieldWithEscapes, EqualsThePlainRulesOverRandomLines) {
+  const std::string alphabet = "abc    \"\"\"\\\\\\'[]";
+  std::mt19937 random(8);
+  for (int i = 0; i < 30000; ++i) {
+    std::string line(random() % 60, '\0');
+    for (char& c : line) {
+      c = alphabet[random() % alphabet.size()];
+    }
+    SCOPED_TRACE(line);
+    for (const bool cut : {false, true}) {
+      ASSERT_EQ(Split<true>(line, 'S', cut), SplitEscapedPlainly(line, cut)) << cut;
+    }
+    for (const char separator : {'T', 'C'}) {
+      ASSERT_EQ(Split<true>(line, separator), SplitPlainly(line, separator)) << separator;
+    }
+  }
+}
+
+// --- The date in front of a request -------------------------------------------------
+
+static int PlaceOfDate(std::string line) {
+  const auto length = static_cast<ptrdiff_t>(line.size());
+  line.append(1, '\0').append(kScanOverread, '"');
+  const char* const date = FindDateBeforeRequest(line.data(), line.data() + length);
+  return date == nullptr ? -1 : static_cast<int>(date - line.data());
+}
+
+TEST(FindDateBeforeRequest, IsTheTextBeforeTheFirstBareQuote) {
+  const std::string request = "[05/Mar/2000:07:06:11 +0000] \"GET / HTTP/1.0\" 200 1";
+  EXPECT_EQ(PlaceOfDate(request), 0);
+  EXPECT_EQ(PlaceOfDate("192.0.2.7 - - " + request), 14);
+  EXPECT_EQ(PlaceOfDate("a [01/Jan/2000:00:00:00 +0000] " + request), 31);
+  EXPECT_EQ(PlaceOfDate(R"(a [01/Jan/2000:00:00:00 +0000] \"GET / HTTP/1.0\" 404 1 )" + request), 56);
+  EXPECT_EQ(PlaceOfDate("'[ " + request), 3);
+}
+
+TEST(FindDateBeforeRequest, NeedsTheWholeShape) {
+  const std::string whole = "u [05/Mar/2000:07:06:11 +0000] \"";
+  EXPECT_EQ(PlaceOfDate(whole), 2);
+  for (const size_t place : {1, 2, 5, 9, 14, 23, 29, 30, 31}) {
+    std::string other = whole;
+    other[place] = 'x';
+    EXPECT_EQ(PlaceOfDate(other), -1) << other;
+  }
+  EXPECT_EQ(PlaceOfDate(whole.substr(3)), -1);
+  EXPECT_EQ(PlaceOfDate("\"u\" " + whole), -1);
+  EXPECT_EQ(PlaceOfDate(""), -1);
 }
 
 // --- Tab ------------------------------------------------------------------------

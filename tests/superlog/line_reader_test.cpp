@@ -147,6 +147,18 @@ TEST_F(ReadLineFromBigBufTest, Byte0xFFDoesNotEndTheDiscardedRest) {
   EXPECT_EQ(ReadAll(longest + "y\xFFrest\nnext\n", ReadLineFromBigBuf), (Lines{longest, "next"}));
 }
 
+TEST_F(ReadLineFromBigBufTest, ModernByte0xFFIsAnOrdinaryCharacter) {
+  mLogLimits = kModernLimits;
+  EXPECT_EQ(ReadAll("ab\xFF"
+                    "cd\n\xFF\xFF\n",
+                    ReadLineFromBigBuf),
+            (Lines{"ab\xFF"
+                   "cd",
+                   "\xFF\xFF"}));
+  const std::string across = std::string(kBigBufSize - 3, '\n').append("a\xFF\xFF\xFF\xFF b");
+  EXPECT_EQ(ReadAll(across + "\n", ReadLineFromBigBuf), Lines{"a\xFF\xFF\xFF\xFF b"});
+}
+
 TEST_F(ReadLineFromBigBufTest, NulEndsTheTextButNotTheLine) {
   OpenLogText(std::string("ab\0cd\nef\n", 9));
   ReadLineFromBigBuf();
@@ -309,6 +321,14 @@ TEST_F(ReadLineTest, Byte0xFFIsAnOrdinaryCharacter) {
 TEST_F(ReadLineTest, DoesNotCountBytes) {
   ReadAll("abc\n", ReadLine);
   EXPECT_EQ(TotalBytes(), 0u);
+}
+
+TEST_F(ReadLineTest, EqualsTheModernBlockReader) {
+  mLogLimits = kModernLimits;
+  std::mt19937 random(5);
+  const std::string bytes = RandomBytes(random, 100000, 20);
+  ASSERT_NE(bytes.find('\xFF'), std::string::npos);
+  EXPECT_EQ(ReadAll(bytes, ReadLine), ReadAll(bytes, ReadLineFromBigBuf));
 }
 
 TEST_F(ReadLineTest, EqualsTheBlockReaderWithout0xFF) {

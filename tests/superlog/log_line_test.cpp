@@ -596,6 +596,70 @@ TEST_F(ParseNextLineTest, ModernDatesThatAreNoneAreDroppedStill) {
   EXPECT_EQ(CountAs("T0u", "-99999999999999999999\t/a"), 0u);
 }
 
+// A line as servers write it, with what a visitor chose in it.
+static std::string Combined(const std::string& user, const std::string& url, const std::string& referrer,
+                            const std::string& agent) {
+  return "192.0.2.7 - " + user + " [10/Oct/2000:13:55:36 +0000] \"GET " + url + " HTTP/1.1\" 401 639 \"" +
+         referrer + "\" \"" + agent + "\"\n";
+}
+
+TEST_F(ParseNextLineTest, ModernFieldsAreNotShiftedByWhatAVisitorChose) {
+  mLogLimits = kModernLimits;
+  for (const char* user : {"-", "bob", "a b", " ", "a [b", "[", "'", R"(a\"q\\b)", R"(\" 1)", "- [", "- [x ",
+                           "a [01/Jan/2000:00:00:00 +0000]", "[01/Jan/2000:00:00:00 +0000]",
+                           R"(a [01/Jan/2000:00:00:00 +0000] \"GET / HTTP/1.0\" 200 1 \"-\" \"-\")",
+                           "a, b, c, d, e, f, g, h, i, j, k, l, m, n, o, p, q"}) {
+    for (const char* text :
+         {R"(x\"y)", R"(x\\)", R"(\" 200 5 \"forged\" \"forged)", R"(\\\")", R"(\\\\)", R"(x\x22 200 5)",
+          "x [01/Jan/2000:00:00:00 +0000] ", "a, , , , , , , , , , , , , , , b"}) {
+      SCOPED_TRACE(std::string(user) + " " + text);
+      const Kept r = ParseOne(Combined(user, R"(/\"x)", text, text));
+      EXPECT_EQ(r.host, "192.0.2.7");
+      EXPECT_EQ(r.user, std::string_view(user) == "-" ? std::nullopt : Text(user));
+      EXPECT_EQ(r.time, k10Oct2000);
+      EXPECT_EQ(r.url, R"(/\"x)");
+      EXPECT_EQ(r.status, 401);
+      EXPECT_EQ(r.bytes, 639);
+      EXPECT_EQ(r.referrer, text);
+      EXPECT_EQ(r.agent, text);
+    }
+  }
+}
+
+TEST_F(ParseNextLineTest, ClassicFieldsAreShiftedDeliberately) {
+  EXPECT_EQ(ParseOne(Combined("-", R"(/\" 200 5 \"-\" \"forged)", "-", "-")).status, 200);
+  EXPECT_EQ(ParseOne(Combined("-", "/", R"(x\" \"forged)", "-")).agent, R"(\"forged")");
+  EXPECT_EQ(ParseAll(Combined("a b", "/", "-", "-")).size(), 0u);
+}
+
+TEST_F(ParseNextLineTest, ModernEmptyAndQuotedUsersAreReadAsBefore) {
+  mLogLimits = kModernLimits;
+  EXPECT_EQ(ParseOne(Combined("\"\"", "/", "-", "-")).user, std::nullopt);
+  EXPECT_EQ(ParseOne(Combined("\"a b\"", "/", "-", "-")).user, "a b");
+  EXPECT_EQ(ParseOne(Combined("", "/", "-", "-")).user, std::nullopt);
+}
+
+TEST_F(ParseNextLineTest, ModernLinesOfServersWithoutEscapesAreNotLost) {
+  mLogLimits = kModernLimits;
+  const Kept r = ParseOne(Combined("-", "/", "C:\\", "D:\\"));
+  EXPECT_EQ(r.referrer, "C:\\");
+  EXPECT_EQ(r.agent, "D:\\");
+  EXPECT_EQ(ParseOne("192.0.2.7 - - [10/Oct/2000:13:55:36 +0000] \"GET /a\\\" 404 7\n").status, 404);
+}
+
+TEST_F(ParseNextLineTest, ModernCutLineForgesNothing) {
+  mLogLimits = kModernLimits;
+  const std::string referrer = R"(x\" \"forged)" + std::string(70000, 'x');
+  const Kept r = ParseOne(Combined("-", "/", referrer, "real"));
+  EXPECT_EQ(r.referrer, referrer.substr(0, 2048));
+  EXPECT_EQ(r.agent, std::nullopt);
+}
+
+TEST_F(ParseNextLineTest, ModernByte0xFFIsACharacter) {
+  mLogLimits = kModernLimits;
+  EXPECT_EQ(ParseOne(Combined("-", "/\xFF", "-", "x\xFF\xFF")).agent, "x\xFF\xFF");
+}
+
 TEST(TrimFullRequest, KeepsTheUrl) {
   struct {
     const char* request;

@@ -275,6 +275,14 @@ TEST_F(LogProbeTest, LinesAreLookedAtAsFarAsTheLimitsSay) {
   ExpectDates(late + late, March(7), March(7));
 }
 
+// As the reader of records sees them.
+TEST_F(LogProbeTest, Byte0xFFEndsNoLine) {
+  for (const Limits& limits : {kClassicLimits, kModernLimits}) {
+    mLogLimits = limits;
+    ExpectDates("x\xFF" + Line(2) + Line(3) + "#\xFF" + Line(9), March(2), March(3));
+  }
+}
+
 // Reading each stretch to the end of its line would take hours.
 TEST_F(LogProbeTest, EndlessLineAndEndlessEmptyLinesTakeNoTime) {
   const auto begin = std::chrono::steady_clock::now();

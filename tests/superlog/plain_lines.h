@@ -49,13 +49,17 @@ class BlockModel {
     }
   }
 
-  // Bytes are signed, so 0xFF is -1 like the end.
+  // Bytes are signed, so 0xFF is -1 like the end, unless the limits say otherwise.
   int Next() {
     if (at_ == counted_) {
       counted_ += std::min<size_t>(kBlockSize, data_.size() - counted_);
     }
     failed_ = at_ == counted_;
-    return failed_ ? -1 : static_cast<signed char>(data_[at_++]);
+    if (failed_) {
+      return -1;
+    }
+    const char c = data_[at_++];
+    return mLogLimits.ff_ends_line ? static_cast<signed char>(c) : static_cast<unsigned char>(c);
   }
 
   std::string data_;
