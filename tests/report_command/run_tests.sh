@@ -649,7 +649,7 @@ test_own_parameters_are_refused() {
     run "$parameter" access.log
     expect_error 2 'is set by orvellis-report itself'
   done
-  for parameter in date=01012000,01012000 sm=1 ey=2000; do
+  for parameter in date=01012000,01012000 sm=1 ey=2000 days=today FROM=2000-03-05 to=today; do
     run "$parameter" access.log
     expect_error 2 'the days are set by --from and --to'
   done
