@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "base/url_decode.h"
@@ -58,6 +59,25 @@ bool IsFetched(const Environment& env) {
   return EqualIgnoreCase(env.REQUEST_METHOD, "GET") || EqualIgnoreCase(env.REQUEST_METHOD, "HEAD");
 }
 
+static bool IsPassword(std::string_view field) {
+  char name[kTextSize];
+  const size_t equals = std::min(field.find('='), field.size());
+  CopyText(name, field.substr(0, equals));
+  decode(name);
+  return EqualIgnoreCase(name, "password") && equals + 1 < field.size();
+}
+
+// Unlike a form's, an address's fields end at each "&": so everybody reads them who finds one.
+static bool HoldsPassword(std::string_view fields) {
+  bool found = false;
+  while (!found && !fields.empty()) {
+    const std::string_view field = fields.substr(0, fields.find('&'));
+    found = IsPassword(field);
+    fields.remove_prefix(std::min(field.size() + 1, fields.size()));
+  }
+  return found;
+}
+
 static constexpr size_t kLongestQuery = 1 << 16;
 
 Error ReadQuery(const char* query, ParamSource form, Settings& settings) {
@@ -65,7 +85,8 @@ Error ReadQuery(const char* query, ParamSource form, Settings& settings) {
   if (fields.size() > kLongestQuery) {
     return kErrorLongQuery;
   }
-  return ApplyForm(fields, form, settings) ? kErrorPasswordInQuery : kNoError;
+  const bool password = ApplyForm(fields, form, settings) || HoldsPassword(fields);
+  return password ? kErrorPasswordInQuery : kNoError;
 }
 
 static bool ReadForm(std::FILE* stream, int length, ParamSource source, Settings& settings) {

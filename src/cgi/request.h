@@ -37,8 +37,8 @@ bool IsFetched(const Environment& env);
 
 // Applies the fields of an address, which are what stands behind its "?", as those of a form: the whole
 // variable QUERY_STRING and not its copy, which is cut. Returns kErrorLongQuery, having applied nothing, for
-// one of more than 64 KiB, and kErrorPasswordInQuery when a password was set by it: addresses are kept
-// in logs and histories.
+// one of more than 64 KiB, and kErrorPasswordInQuery when one of its fields is a password, set by it or
+// not: addresses are kept in logs and histories.
 Error ReadQuery(const char* query, ParamSource form, Settings& settings);
 
 // Lowers the process priority by settings.priority when that lies in 1 to 19,

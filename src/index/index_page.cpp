@@ -300,7 +300,7 @@ static void PutContents(Sink& sink, std::span<const SiteGroup> sites) {
   Put(sink, "</ul>\n</nav>\n");
 }
 
-static void PutNote(Sink& sink, int64_t count, Literal one, Literal many) {
+static void PutNote(Sink& sink, int64_t count, const Literal& one, const Literal& many) {
   if (count > 0) {
     Put(sink, "<li>");
     PutCounted(sink, count, one, many);

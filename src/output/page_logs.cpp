@@ -19,10 +19,12 @@ static void NameLog(char (&name)[kLogNameSize], const char* path) {
   CopyText(name, NameOf(length > 0 ? std::string_view(target, static_cast<size_t>(length)) : path));
 }
 
+// The lines of a log may stand in any order.
 static void TakeTimes(const LogLook& look) {
+  const auto [earlier, later] = std::minmax(look.first, look.last);
   const bool first = mLogs.count + mLogs.out_of_range == 0;
-  mLogs.first = first ? look.first : std::min(mLogs.first, look.first);
-  mLogs.last = first ? look.last : std::max(mLogs.last, look.last);
+  mLogs.first = first ? earlier : std::min(mLogs.first, earlier);
+  mLogs.last = first ? later : std::max(mLogs.last, later);
 }
 
 static void LookedAt(const LogLook& look) {

@@ -204,6 +204,17 @@ static bool IsAskedByAddress(const Task& task) {
   return task.edition->asking == Asking::kPostOrQuery && IsFetched(task.env);
 }
 
+// The configuration is read for nothing but the error log: no account has a say in the answer.
+static Refusal RefuseAddress(Error error, Task& task) {
+  bool account_found = false;
+  ChooseOutput(task);
+  ParseConfigFile(task.config, task.settings, account_found);
+  if (task.edition->behind_proxies) {
+    MeetVisitor(task.env, task.settings.TrustedProxies);
+  }
+  return {error};
+}
+
 // The parameters of an address are its query. Without one, there is the empty form.
 static int AnswerAddress(Task& task) {
   const char* const query = getenv("QUERY_STRING");
@@ -214,8 +225,7 @@ static int AnswerAddress(Task& task) {
   }
   const Error error = ReadQuery(query, task.edition->form, task.settings);
   if (error != kNoError) {
-    ChooseOutput(task);
-    return Finish(task, {error});
+    return Finish(task, RefuseAddress(error, task));
   }
   const Settings asked = task.settings;
   task.asked = &asked;

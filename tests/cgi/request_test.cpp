@@ -305,12 +305,13 @@ TEST_F(ReadQueryTest, FieldsAreThoseOfAForm) {
 
 TEST_F(ReadQueryTest, NoWayOfWritingAPasswordIsTaken) {
   for (const char* const query : {"password=x", "PASSWORD=x", "username=a&password=x&b=c", "%70assword=x",
-                                  "password=x&password=", "password%3Dx=", "password%00y=x"}) {
+                                  "password=x&password=", "password%3Dx=", "password%00y=x", "&password=x",
+                                  "about&password=x", "a=b&&PassWord=x", "password=%00x"}) {
     initialize(settings, env);
     EXPECT_EQ(ReadQuery(query, ParamSource::kStranger, settings), kErrorPasswordInQuery) << query;
   }
-  for (const char* const query :
-       {"", "password=", "passwor=x", "password", "x=password", "find=password=x"}) {
+  for (const char* const query : {"", "password=", "passwor=x", "password", "x=password", "find=password=x",
+                                  "&password=&x=y", "&password&x=y"}) {
     initialize(settings, env);
     EXPECT_EQ(ReadQuery(query, ParamSource::kStranger, settings), kNoError) << query;
   }

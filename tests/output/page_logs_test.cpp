@@ -21,6 +21,16 @@ TEST(PageLogs, NamesLogsInRangeWithoutTheirFolders) {
   EXPECT_EQ(logs.last, 600);
 }
 
+TEST(PageLogs, LinesMayStandInAnyOrder) {
+  const AnalysisEvents events = RememberLogs(false, nullptr);
+  events.logs.log_looked_at({"newest-first.log", 10, 600, 500, LogVerdict::kOutOfRange});
+  EXPECT_EQ(RememberedLogs().first, 500);
+  EXPECT_EQ(RememberedLogs().last, 600);
+  events.logs.log_looked_at({"newest-first.log.1", 10, 400, 300, LogVerdict::kInRange});
+  EXPECT_EQ(RememberedLogs().first, 300);
+  EXPECT_EQ(RememberedLogs().last, 600);
+}
+
 TEST(PageLogs, NamesALinkByWhatItLeadsToWhenAsked) {
   const std::string folder = testing::TempDir() + "page_logs_" + std::to_string(getpid());
   const std::string link = folder + "/000001.log";

@@ -649,7 +649,7 @@ test_own_parameters_are_refused() {
     run "$parameter" access.log
     expect_error 2 'is set by orvellis-report itself'
   done
-  for parameter in date=01012000,01012000 sm=1 ey=2000; do
+  for parameter in date=01012000,01012000 sm=1 ey=2000 days=today FROM=2000-03-05 to=today; do
     run "$parameter" access.log
     expect_error 2 'the days are set by --from and --to'
   done
@@ -1514,6 +1514,37 @@ test_index_on_a_full_disk() {
   [ "$status" != 77 ] && ! grep -q unshare err || return 0 # not allowed here
   expect_status 2
   expect_in err 'cannot write the index of the folder disk: No space left on device'
+}
+
+# The first report of a day stays when there is no room for the next one, and nothing beside it.
+test_folder_on_a_full_disk() {
+  edition=''
+  week >access.log
+  mkdir disk
+  # shellcheck disable=SC2016 # for the shell in the name space
+  unshare --mount "$(command -v dash)" -c 'mount -t tmpfs -o size=256k tmpfs disk || exit 77
+    "$@" && cp disk/2000-03-05-2000-03-07.html before && head -c 262144 /dev/zero >disk/filler 2>/dev/null
+    "$@"
+    status=$?
+    cmp before disk/2000-03-05-2000-03-07.html && [ "$(ls -A disk | wc -l)" = 2 ] || exit 76
+    exit $status' dash env PATH="$tools" ORVELLIS="$stand_in" TMPDIR="$private" \
+    "$shell" "$report" --quiet -o disk/ access.log >out 2>err </dev/null
+  status=$?
+  [ "$status" != 77 ] && ! grep -q unshare err || return 0 # not allowed here
+  expect_error 2 'cannot write disk/2000-03-05-2000-03-07.html: is the disk full?'
+}
+
+# What a link in the folder leads to is not written over.
+test_link_in_a_folder() {
+  edition=''
+  week >access.log
+  mkdir new
+  : >elsewhere
+  ln -s ../elsewhere new/2000-03-05-2000-03-07.html
+  run -o new/ access.log
+  expect_status 0
+  [ ! -s elsewhere ] || failed "the file that the link leads to was written"
+  expect_in new/2000-03-05-2000-03-07.html '<meta name="orvellis-report"'
 }
 
 test_output_into_a_folder() {
