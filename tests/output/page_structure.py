@@ -77,7 +77,7 @@ def look_at_structure(tree):
     ids = look_at_elements(tree, "style")
     contents = elements(tree, "nav")
     assert len(contents) == (1 if len(elements(tree, "section")) > 1 else 0)
-    for link in elements(tree, "a") if contents == [] else elements(contents[0], "a"):
+    for link in [link for found in contents for link in elements(found, "a")]:
         assert link.get("href")[1:] in ids, link.get("href")
 
 
