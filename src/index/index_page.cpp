@@ -253,7 +253,9 @@ static void PutSite(Sink& sink, const SiteGroup& site, size_t number, const Show
   Put(sink, "</h2>\n");
   PutSiteWords(sink, site);
   PutTrend(sink, site);
+  Put(sink, "<div class=\"months\">\n");
   PutMonths(sink, site, site.reports.first(rows), shown.sites <= kMostOpen);
+  Put(sink, "</div>\n");
   if (rows < site.reports.size()) {
     Put(sink, "<p class=\"words\">");
     PutCounted(sink, static_cast<int64_t>(site.reports.size() - rows), "older report is",

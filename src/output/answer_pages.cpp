@@ -57,6 +57,20 @@ static void PutLogDays(Sink& sink, const DayRange& days, const Settings& setting
   PutDayLinks(sink, settings, LinksInto(days));
 }
 
+// Nobody counts more than two minutes in seconds.
+static void PutWait(Sink& sink, int64_t seconds) {
+  if (seconds <= 0) {
+    return;
+  }
+  Put(sink, "<p>Ask again in ");
+  if (seconds > 120) {
+    PutCounted(sink, (seconds + 59) / 60, "minute", "minutes");
+  } else {
+    PutCounted(sink, seconds, "second", "seconds");
+  }
+  Put(sink, ".</p>\n");
+}
+
 // Programs that run this one look for the line of the heading.
 static void PutRefusal(Sink& sink, const RefusalTexts& texts, const Refusal& refusal, const Environment& env,
                        const Settings& settings) {
@@ -67,14 +81,11 @@ static void PutRefusal(Sink& sink, const RefusalTexts& texts, const Refusal& ref
   PutHtml(sink, texts.heading);
   Put(sink, "</h1>\n<p>");
   PutHtml(sink, texts.sentence);
-  Put(sink, "</p>\n<p>");
+  Put(sink, "</p>\n");
+  PutWait(sink, refusal.retry_after);
+  Put(sink, "<p>");
   PutHtml(sink, texts.advice);
   Put(sink, "</p>\n");
-  if (refusal.retry_after > 0) {
-    Put(sink, "<p>Ask again in ");
-    PutCounted(sink, refusal.retry_after, "second", "seconds");
-    Put(sink, ".</p>\n");
-  }
   if (refusal.log_days.has_value()) {
     PutLogDays(sink, *refusal.log_days, settings);
   }

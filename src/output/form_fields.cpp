@@ -60,9 +60,7 @@ static constexpr FieldOption kSpans[] = {
 };
 static constexpr FormField kDays[] = {
     OneOf<&Settings::days>("days", "Days", kSpans),
-    Day<&Settings::from>("from", "First day",
-                         "Counts with \xe2\x80\x9c"
-                         "Choose days\xe2\x80\x9d."),
+    Day<&Settings::from>("from", "First day", ""),
     Day<&Settings::to>("to", "Last day", "Empty: the first day alone."),
 };
 constexpr FieldGroup kDaysGroup{"days", "Days", kDays};

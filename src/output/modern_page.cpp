@@ -6,8 +6,8 @@
 #include "output/page_logs.h"
 #include "output/page_overview.h"
 #include "output/page_sections.h"
-#include "output/request_form.h"
 #include "output/report_summary.h"
+#include "output/request_form.h"
 #include "output/sink.h"
 #include "report/answer_head.h"
 #include "report/told_rows.h"
@@ -33,14 +33,17 @@ static void PutBody(Sink& sink, const Settings& settings, Analysis& analysis) {
   Put(sink, "<a class=\"skip\" href=\"#overview\">Skip to the figures</a>\n");
   PutExtra(sink, settings.extra_header);
   PutReportHead(sink, settings, analysis, logs);
-  Put(sink, "<div class=\"body\">\n");
-  PutContents(sink, settings, analysis);
+  if (analysis.logs.in_range) {
+    Put(sink, "<div class=\"body\">\n");
+    PutContents(sink, settings);
+  }
   Put(sink, "<main>\n");
   PutOverview(sink, settings, analysis, logs);
   if (analysis.logs.in_range) {
     PutSections(sink, settings, analysis);
   }
-  Put(sink, "</main>\n</div>\n<footer>\n<p>Made by Orvellis ");
+  Put(sink, analysis.logs.in_range ? Literal("</main>\n</div>\n") : Literal("</main>\n"));
+  Put(sink, "<footer>\n<p>Made by Orvellis ");
   PutHtml(sink, kVersion);
   Put(sink, ".</p>\n");
   PutExtra(sink, settings.extra_footer);

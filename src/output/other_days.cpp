@@ -218,6 +218,24 @@ static void PutLink(Sink& sink, const AskedFields& asked, DayLinkKind kind, cons
   Put(sink, "</li>\n");
 }
 
+// "7d" is "last 7 days", "this-month" is "this month". A report has been made of them, so that they are some.
+static void PutSpan(Sink& sink, std::string_view days) {
+  const bool counted = IsDigitAscii(days.front());
+  if (counted) {
+    Put(sink, "last ");
+    days.remove_suffix(1);
+  }
+  const size_t dash = std::min(days.find('-'), days.size());
+  PutHtml(sink, days.substr(0, dash));
+  if (dash < days.size()) {
+    Put(sink, " ");
+    PutHtml(sink, days.substr(dash + 1));
+  }
+  if (counted || EqualIgnoreCase(days, "all")) {
+    Put(sink, days == "1" ? Literal(" day") : Literal(" days"));
+  }
+}
+
 // Days in words are other ones on another day.
 static void PutBookmark(Sink& sink, const Settings& settings, const DayLinks& links) {
   if (settings.days[0] == '\0' || !links[static_cast<size_t>(DayLinkKind::kSame)].has_value()) {
@@ -225,9 +243,9 @@ static void PutBookmark(Sink& sink, const Settings& settings, const DayLinks& li
   }
   Put(sink, "<li><a rel=\"nofollow\" href=\"");
   PutAddressAsAsked(sink, settings.asked);
-  Put(sink, "\">Bookmark</a> <small>always of the days <bdi>");
-  PutHtml(sink, settings.days);
-  Put(sink, "</bdi></small></li>\n");
+  Put(sink, "\">Bookmark</a> <small>");
+  PutSpan(sink, settings.days);
+  Put(sink, ", whenever it is opened</small></li>\n");
 }
 
 void PutDayLinks(Sink& sink, const Settings& settings, const DayLinks& links) {

@@ -1,10 +1,12 @@
 #include "output/page_overview.h"
 
+#include "dates/days.h"
 #include "output/escape.h"
 #include "output/moments.h"
 #include "output/other_days.h"
 #include "output/page_cells.h"
 #include "output/page_sections.h"
+#include "output/svg.h"
 #include "output/words.h"
 #include "sections/notes.h"
 #include "sections/overview.h"
@@ -110,13 +112,11 @@ void PutReportHead(Sink& sink, const Settings& settings, const Analysis& analysi
 
 // ---- Contents ------------------------------------------------------------------------
 
-void PutContents(Sink& sink, const Settings& settings, const Analysis& analysis) {
+void PutContents(Sink& sink, const Settings& settings) {
   Put(sink,
       "<nav aria-labelledby=\"contents\">\n<h2 id=\"contents\">Contents</h2>\n<ul>\n"
       "<li><a href=\"#overview\">Overview</a></li>\n");
-  if (analysis.logs.in_range) {
-    PutSectionLinks(sink, settings);
-  }
+  PutSectionLinks(sink, settings);
   Put(sink, "</ul>\n</nav>\n");
 }
 
@@ -179,9 +179,13 @@ static SectionRow BusiestDay(const Settings& settings, Analysis& analysis) {
   return busiest;
 }
 
-static void PutDaysTile(Sink& sink, int64_t days, const SectionRow& busiest) {
+static void PutDaysTile(Sink& sink, int64_t days, const CalendarDate& first, const SectionRow& busiest) {
   BeginTile(sink, "Days");
   PutGrouped(sink, days);
+  if (days == 1) {
+    BeginDetail(sink);
+    Put(sink, NameOfWeekday(WeekdayOfDay(NumberOfDay(first))));
+  }
   if (busiest.count > 0 && days > 1) {
     BeginDetail(sink);
     Put(sink, "most on ");
@@ -221,7 +225,7 @@ static void PutTiles(Sink& sink, const Settings& settings, const Overview& overv
   Put(sink, "<dl class=\"tiles\">\n");
   PutRequestsTile(sink, overview.requests, days.distinct);
   PutBytesTile(sink, overview.bytes_served);
-  PutDaysTile(sink, days.distinct, BusiestDay(settings, analysis));
+  PutDaysTile(sink, days.distinct, RangeOf(analysis).first, BusiestDay(settings, analysis));
   if (overview.with_status > 0) {
     PutErrorsTile(sink, overview);
   }

@@ -13,6 +13,6 @@ void PutTitle(Sink& sink, const Settings& settings, const Analysis& analysis);
 void PutReportHead(Sink& sink, const Settings& settings, const Analysis& analysis, const LogsRead& logs);
 
 // Links to what follows.
-void PutContents(Sink& sink, const Settings& settings, const Analysis& analysis);
+void PutContents(Sink& sink, const Settings& settings);
 
 void PutOverview(Sink& sink, const Settings& settings, Analysis& analysis, const LogsRead& logs);

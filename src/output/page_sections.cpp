@@ -4,10 +4,12 @@
 #include <iterator>
 #include <limits>
 
+#include "dates/days.h"
 #include "output/charts.h"
 #include "output/escape.h"
 #include "output/page_cells.h"
 #include "output/page_tables.h"
+#include "output/svg.h"
 #include "output/words.h"
 #include "sections/section_list.h"
 #include "sections/section_rows.h"
@@ -69,18 +71,6 @@ static void PutPageLimit(Sink& sink, const Shown& shown) {
   }
 }
 
-static void PutBrands(Sink& sink, const ItemSummary& summary) {
-  for (const BrandShare& brand : summary.brands) {
-    if (brand.name != nullptr && brand.count > 0) {
-      Put(sink, " ");
-      PutShare(sink, brand.share);
-      Put(sink, " came from ");
-      PutHtml(sink, brand.name);
-      Put(sink, ".");
-    }
-  }
-}
-
 // ---- Ranked sections -----------------------------------------------------------------
 
 static Shown CountRows(const Settings& settings, const Section& section, Analysis& analysis) {
@@ -107,7 +97,6 @@ static void PutRanked(Sink& sink, const Settings& settings, const Section& secti
   Put(sink, "<p class=\"words\">");
   PutHowMany(sink, words, shown, rows.distinct, rows.total);
   PutPageLimit(sink, shown);
-  PutBrands(sink, rows.ranked.summary);
   Put(sink, "</p>\n");
   if (shown.rows == 0) {
     return;
@@ -248,10 +237,48 @@ static void PutTimeRows(Table& table, SectionRows& rows, const Shown& shown) {
   }
 }
 
-// By the kind of rows.
-static constexpr void (*kDrawings[])(Sink& sink, const Analysis& analysis) = {
-    nullptr, nullptr, DrawDays, DrawWeekdays, DrawHours, DrawHoursOfWeek,
+// Weeks begin with Monday, as they are drawn: Sunday, the first of the rows, comes last.
+static void PutWeekdayRows(Table& table, SectionRows& rows, const Shown& /*shown*/) {
+  SectionRows from_sunday = rows;
+  SectionRow row;
+  NextRow(rows, row);
+  while (NextRow(rows, row)) {
+    PutTableRow(table, row);
+  }
+  if (NextRow(from_sunday, row)) {
+    PutTableRow(table, row);
+  }
+}
+
+struct TimeRules {
+  void (*draw)(Sink& sink, const Analysis& analysis);
+  bool compares_days;  // drawn, a single day would stand alone
+  void (*put_rows)(Table& table, SectionRows& rows, const Shown& shown);
 };
+
+// By the kind of rows.
+static constexpr TimeRules kTimeRules[] = {
+    {},
+    {},
+    {DrawDays, true, PutTimeRows},
+    {DrawWeekdays, true, PutWeekdayRows},
+    {DrawHours, false, PutTimeRows},
+    {DrawHoursOfWeek, true, nullptr},
+};
+
+static bool IsOfOneDay(const Analysis& analysis) {
+  return DayOf(analysis.range_first) == DayOf(analysis.range_last);
+}
+
+static void PutDrawing(Sink& sink, const TimeRules& rules, bool days, const Analysis& analysis) {
+  if (!rules.compares_days || !IsOfOneDay(analysis)) {
+    rules.draw(sink, analysis);
+  } else if (!days) {
+    Put(sink, "<p class=\"words\">All are of one day, a ");
+    Put(sink, NameOfWeekday(WeekdayOfDay(NumberOfDay(DayOf(analysis.range_first)))));
+    Put(sink, ".</p>\n");
+  }
+}
 
 static void PutTimes(Sink& sink, const Settings& settings, const Section& section, Analysis& analysis) {
   const Shown shown = CountTimes(settings, section, analysis);
@@ -270,13 +297,14 @@ static void PutTimes(Sink& sink, const Settings& settings, const Section& sectio
               .lead = days ? Lead::kWeekday : Lead::kNone,
               .shares = rows.total > 0,
               .rows = shown.rows};
-  kDrawings[static_cast<size_t>(section.rows)](sink, analysis);
+  const TimeRules& rules = kTimeRules[static_cast<size_t>(section.rows)];
+  PutDrawing(sink, rules, days, analysis);
   if (section.rows == RowKind::kHoursOfWeek) {
     PutWeekTable(sink, words.title, rows);
     return;
   }
   BeginTable(table, words.title.text().data());
-  PutTimeRows(table, rows, shown);
+  rules.put_rows(table, rows, shown);
   EndTable(table);
 }
 

@@ -384,9 +384,10 @@ static void PutLink(Sink& sink, const Literal& before, const char* address, cons
 
 static void PutIntroduction(Sink& sink, const Settings& settings) {
   Put(sink, "<header>\n<h1>Report Request Form</h1>\n<p>");
-  Put(sink, settings.username[0] == '\0'
-                ? Literal("Name the account, choose the days, and request the report. ")
-                : Literal("The report is filled in below. Type the password of the account to see it. "));
+  Put(sink,
+      settings.username[0] == '\0'
+          ? Literal("Name the account, choose the days, and request the report. ")
+          : Literal("What you asked for is filled in. Type the password of the account to see the report. "));
   PutLink(sink, "", kParametersPage, "What every field means");
   Put(sink,
       "</p>\n</header>\n<main>\n<p class=\"warning\" id=\"insecure\" role=\"alert\" hidden>This page has not "

@@ -31,7 +31,7 @@ function report(name, requests, parameters = [], title = 'A report') {
   writeFileSync(join(work, `${name}.conf`),
     `user=demo;logs=${work}/${name}.log;url=http://www.example.com;password=*;title=${title}\n`);
   const page = execFileSync(program, ['edition=modern', `config=${work}/${name}.conf`, 'username=demo', 'find=/',
-    'subdirs=1', 'date=03052000,03052000', ...sections, ...parameters],
+    'subdirs=1', 'date=03052000,03062000', ...sections, ...parameters],
   { env: { TZ: 'UTC', SOURCE_DATE_EPOCH: '1000000000' }, maxBuffer: 1 << 28 });
   const path = join(work, `${name}.html`);
   writeFileSync(path, page);
@@ -149,7 +149,7 @@ const tests = {
       for (const options of [phone, {}]) {
         await withPage(report(name, requests), options, async (page) => {
           await page.evaluate(() => document.querySelectorAll('details').forEach((details) => { details.open = true; }));
-          assert.ok(await page.evaluate(() => document.documentElement.scrollWidth <= innerWidth), name);
+          assert.ok(await page.evaluate(() => document.documentElement.scrollWidth <= document.documentElement.clientWidth), name);
         });
       }
     }
@@ -233,8 +233,10 @@ const tests = {
           assert.deepEqual(seen.messages, [], name);
           assert.deepEqual(seen.requests, [page.url()], name);
           await page.evaluate(() => document.querySelectorAll('details').forEach((details) => { details.open = true; }));
-          assert.ok(await page.evaluate(() => document.documentElement.scrollWidth <= innerWidth), `${name} is too wide`);
+          assert.ok(await page.evaluate(() => document.documentElement.scrollWidth <= document.documentElement.clientWidth), `${name} is too wide`);
           assert.equal(await page.locator('th[scope=row]').count(), reports.length);
+          const heights = await page.locator('th[scope=row] > a').evaluateAll((list) => list.map((link) => link.getBoundingClientRect().height));
+          assert.ok(Math.max(...heights, 0) < 60, `${name}: days stand letter below letter`);
           assert.equal(await page.title(), 'Reports');
           const links = await page.locator('th[scope=row] a').evaluateAll((list) => list.map((link) => link.href));
           assert.deepEqual(links.map((link) => decodeURIComponent(link)).sort(),

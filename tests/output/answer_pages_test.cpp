@@ -147,7 +147,9 @@ TEST_F(AnswerPages, LinkToTheFormHoldsNothingOfTheRequest) {
 }
 
 TEST_F(AnswerPages, VisitorReadsHowLongToWait) {
-  EXPECT_THAT(Refused(kErrorLimited, 600), HasSubstr("<p>Ask again in 600 seconds.</p>"));
+  EXPECT_THAT(Refused(kErrorLimited, 600), HasSubstr("<p>Ask again in 10 minutes.</p>"));
+  EXPECT_THAT(Refused(kErrorLimited, 121), HasSubstr("<p>Ask again in 3 minutes.</p>"));
+  EXPECT_THAT(Refused(kErrorLimited, 120), HasSubstr("<p>Ask again in 120 seconds.</p>"));
   EXPECT_THAT(Refused(kErrorLimited, 1), HasSubstr("<p>Ask again in 1 second.</p>"));
   EXPECT_THAT(Refused(kErrorLimited, 0), Not(HasSubstr("Ask again in")));
 }

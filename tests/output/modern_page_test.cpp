@@ -129,6 +129,32 @@ TEST_F(ModernPage, HoursOfTheWeekHaveAColumnForEachWeekday) {
                                 none + none + none + "<td class=\"c\">1</td>\n</tr>"));
 }
 
+TEST_F(ModernPage, WeekdaysBeginWithMonday) {
+  settings_.hitsperdayofweek = 1;
+  AddLog("a.log", {{.time = "05/Mar/2000:07:00:00"}, {.time = "06/Mar/2000:07:00:00"}});
+  const std::string page = Page();
+  const size_t sunday = page.find("<bdi>Sunday</bdi>");
+  EXPECT_NE(sunday, std::string::npos);
+  EXPECT_LT(page.find("<bdi>Monday</bdi>"), page.find("<bdi>Tuesday</bdi>"));
+  EXPECT_LT(page.find("<bdi>Saturday</bdi>"), sunday);
+  EXPECT_EQ(page.find("<bdi>Sunday</bdi>", sunday + 1), std::string::npos);
+}
+
+TEST_F(ModernPage, OneDayIsDrawnByItsHoursAlone) {
+  settings_.dailytotals = settings_.hitsperdayofweek = settings_.hitsperhour = settings_.hoursofweek = 1;
+  AddLog("a.log", {{}, {.time = "06/Mar/2000:07:00:00"}});
+  EXPECT_EQ(CountOf(Page(), "<figure"), 4);
+  ResetSuperLog();
+  CopyText(settings_.start_date, "03052000");
+  CopyText(settings_.end_date, "03052000");
+  const std::string page = Page();
+  EXPECT_EQ(CountOf(page, "<figure"), 1);
+  EXPECT_THAT(page, HasSubstr("<h2 id=\"hitsperhour-title\">Requests by hour</h2>\n<p>How requests are "
+                              "spread over the day.</p>\n<figure"));
+  EXPECT_EQ(CountOf(page, "<p class=\"words\">All are of one day, a Sunday.</p>"), 2);
+  EXPECT_THAT(page, HasSubstr("<dt>Days</dt><dd class=\"figure\">1</dd><dd>Sunday</dd>"));
+}
+
 TEST_F(ModernPage, BytesAreWrittenOutBesideARoundedSizeOnly) {
   AddLog("a.log", {{.bytes = "999"}});
   EXPECT_THAT(Page(), HasSubstr("<dd class=\"figure\">999 bytes</dd></div>"));
@@ -231,6 +257,7 @@ TEST_F(ModernPage, RangeWithoutLogsSaysWhichDaysThereAre) {
   EXPECT_THAT(page, HasSubstr("The logs hold records of other days: <time>1998-03-05</time> to "
                               "<time>1998-03-07</time>."));
   EXPECT_THAT(page, Not(HasSubstr("id=\"requests\"")));
+  EXPECT_THAT(page, Not(HasSubstr("<nav")));
 }
 
 TEST_F(ModernPage, MarkupOfTheAdministratorStandsAsItIs) {

@@ -158,6 +158,14 @@ TEST_F(PutDayLinksTest, OtherDaysTakeThePlaceOfTheAskedOnes) {
 TEST_F(PutDayLinksTest, BookmarksAreOfDaysInWords) {
   KeepField(settings.asked, "username=shop");
   EXPECT_THAT(Links(), Not(HasSubstr("Bookmark")));
+  for (const auto& [days, words] : {std::pair{"7d", "last 7 days"},
+                                    {"1d", "last 1 day"},
+                                    {"this-month", "this month"},
+                                    {"today", "today"},
+                                    {"ALL", "ALL days"}}) {
+    CopyText(settings.days, days);
+    EXPECT_THAT(Links(), HasSubstr("Bookmark</a> <small>" + std::string(words) + ", whenever it is opened<"));
+  }
 }
 
 TEST_F(PutDayLinksTest, NothingWhereNothingCanBeAsked) {

@@ -74,8 +74,10 @@ def look_at_elements(tree, *once):
 
 
 def look_at_structure(tree):
-    ids = look_at_elements(tree, "nav", "style")
-    for link in elements(elements(tree, "nav")[0], "a"):
+    ids = look_at_elements(tree, "style")
+    contents = elements(tree, "nav")
+    assert len(contents) == (1 if len(elements(tree, "section")) > 1 else 0)
+    for link in [link for found in contents for link in elements(found, "a")]:
         assert link.get("href")[1:] in ids, link.get("href")
 
 

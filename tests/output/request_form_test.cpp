@@ -237,7 +237,7 @@ TEST_F(RequestForm, OpensTheFoldWhereSomethingIsSet) {
 
 TEST_F(RequestForm, SaysWhatIsMissingWhereAnAccountWasNamed) {
   EXPECT_THAT(Asked({"days=today"}), HasSubstr("<p>Name the account, "));
-  EXPECT_THAT(Asked({"username=shop"}), HasSubstr("Type the password of the account to see it. "));
+  EXPECT_THAT(Asked({"username=shop"}), HasSubstr("Type the password of the account to see the report. "));
 }
 
 // ---- What must not be in it ----
