@@ -382,6 +382,7 @@ static void CollectFigures(Analysis& analysis) {
 
 void CountLogs(const Settings& settings, Analysis& analysis) {
   const Rules rules = ResolveRules(settings, analysis.counting);
+  SuperLog_AskFor(rules.texts);
   while (SuperLog_NextLogFile()) {
     CountLogFile(rules, analysis);
     count_queued();

@@ -38,6 +38,17 @@ static DnsMode ResolveDnsMode(const Settings& settings) {
   return IpAddrsOnly(settings.filter_domains) ? DnsMode::kDomainReportsOnly : DnsMode::kAllHosts;
 }
 
+static AskedTexts ResolveTexts(const Settings& settings) {
+  return {
+      .host = settings.domains.on != 0 || settings.domaintypes.on != 0 || settings.filter_domains[0] != '\0',
+      .referrer = settings.referrers.on != 0 || settings.search.on != 0 || settings.badreferrers.on != 0 ||
+                  (settings.badurls.on != 0 && settings.badurl_referrers != 0),
+      .agent = settings.browsers.on != 0,
+      .realm = settings.authrealm[0] != '\0',
+      .user = settings.authuser[0] != '\0',
+  };
+}
+
 // Weekdays and hours are sums of them.
 static bool NeedsHoursOfWeek(const Settings& settings) {
   return settings.hitsperdayofweek != 0 || settings.hitsperhour != 0 || settings.hoursofweek != 0;
@@ -60,6 +71,7 @@ Rules ResolveRules(const Settings& settings, const Counting& counting) {
   return {
       .settings = settings,
       .find = ResolveFindTest(settings),
+      .texts = ResolveTexts(settings),
       .longest_item = counting.limits.item,
       .realm = settings.authrealm,
       .user = settings.authuser,

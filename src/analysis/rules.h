@@ -8,6 +8,7 @@
 #include "analysis/analysis.h"
 #include "cgi/settings.h"
 #include "superlog/super_long.h"
+#include "superlog/superlog.h"
 
 enum class DnsMode { kOff, kAllHosts, kDomainReportsOnly };
 
@@ -23,6 +24,7 @@ struct FindTest {
 struct Rules {
   const Settings& settings;
   FindTest find;
+  AskedTexts texts;
   size_t longest_item;
   std::string_view realm;  // empty: any
   std::string_view user;

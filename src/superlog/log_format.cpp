@@ -17,6 +17,7 @@ int mCurLogFormat = kFamilyNone;
 
 static char mSpecialLogFormatBuf[kTextSize];  // the user's layout
 static int mLogFormatSource = 0;              // 0 = there is none
+static char mUnaskedLetters[8];
 
 // --- Field names of header lines --------------------------------------------
 
@@ -117,6 +118,20 @@ void ResetLogFormat() {
   ResetFileFormat();
   mSpecialLogFormatBuf[0] = '\0';
   mLogFormatSource = 0;
+  mUnaskedLetters[0] = '\0';
+}
+
+void SuperLog_AskFor(const AskedTexts& asked) {
+  const struct {
+    bool asked;
+    std::string_view letters;
+  } texts[] = {
+      {asked.host, "hnp"}, {asked.referrer, "f"}, {asked.agent, "a"}, {asked.realm, "m"}, {asked.user, "w"}};
+  char* end = mUnaskedLetters;
+  for (const auto& text : texts) {
+    end += text.letters.copy(end, text.asked ? 0 : text.letters.size());
+  }
+  *end = '\0';
 }
 
 void SuperLog_SetLogFormat(const char* format, int source) {
@@ -146,6 +161,12 @@ static void SetFamily(LogFamily family, const char* label) {
 static void SetKnownFormat(const char* format) {
   CopyText(mKnownFormatBuf, format);
   mFormatKnown = true;
+  for (char* letter = mKnownFormatBuf; *(letter += strcspn(letter, mUnaskedLetters)) != '\0';) {
+    *letter = kSkipField;
+  }
+  if (mUnaskedLetters[0] != '\0') {
+    TrimLogFormat(mKnownFormatBuf);
+  }
 }
 
 static std::string_view CurrentLine() {

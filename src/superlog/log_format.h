@@ -29,14 +29,16 @@ inline constexpr const char* LOG_FORMAT_STR_WLF = "T4h?mw?uf?arc?";
 inline constexpr const char* LOG_FORMAT_STR_IIS = "Chw29v?m??cr??xefa";
 inline constexpr const char* LOG_FORMAT_STR_MacHTTP = "T29khxc";
 
-extern char mKnownFormatBuf[kTextSize];  // layout of the current file, valid while mFormatKnown
+// Layout of the current file, valid while mFormatKnown. The letters of texts that nobody asks for are "?"
+// in it, and it ends with the last other one.
+extern char mKnownFormatBuf[kTextSize];
 extern bool mFormatKnown;
 extern int mCurLogFormat;  // a LogFamily
 
 // Forgets the current file's layout; a user's layout stays.
 void ResetFileFormat();
 
-// Forgets the user's layout, too.
+// Forgets the user's layout, too, and what is asked for.
 void ResetLogFormat();
 
 // Removes trailing spaces and "?" letters.

@@ -76,6 +76,19 @@ struct LogPaths {
 // folder.
 void SuperLog_FindAhead(const Settings& settings, const LogPaths& paths);
 
+// Texts of a record that somebody looks at.
+struct AskedTexts {
+  bool host;
+  bool referrer;
+  bool agent;
+  bool realm;
+  bool user;
+};
+
+// From the next log file on the other texts of records are absent, and no line is read beyond what is
+// asked for. All are until this is called, and after a reset; which lines are usable stays the same.
+void SuperLog_AskFor(const AskedTexts& asked);
+
 // True when the list of log files is not empty.
 bool SuperLog_LogFilesFound();
 

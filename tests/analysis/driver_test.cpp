@@ -689,6 +689,14 @@ TEST_F(CountLogsTest, ReferrersIgnoreCase) {
   EXPECT_EQ(analysis_.referrers.total, 2);
 }
 
+TEST_F(CountLogsTest, SearchPhrasesAloneAreReadFromReferrers) {
+  settings_.search.on = 1;
+  ParseSearchEngineDefinition("F;domain=finder.example;vars=q");
+  AddLog("a.log", {{.referrer = "http://finder.example/?q=a"}, {}});
+  Run();
+  EXPECT_EQ(Counted(analysis_.search.engines->phrases), "a=1 ");
+}
+
 TEST_F(CountLogsTest, QueryBehindTwoSlashesIsAReferrerWithoutPhrase) {
   settings_.search.on = 1;
   settings_.referrers.on = 1;

@@ -321,6 +321,56 @@ TEST_F(ParseNextLineTest, RecordIsClearedAtTheEnd) {
   EXPECT_EQ(r.local.tm_isdst, -1);
 }
 
+// --- What is asked for ------------------------------------------------------------
+
+static const std::string kWholeLine =
+    "host.example m w [10/Oct/2000:13:55:36 +0000] \"GET /a HTTP/1.0\" 404 5 \"ref\" \"agent\"\n";
+
+TEST_F(ParseNextLineTest, OnlyTextsThatAreAskedForArePresent) {
+  for (int text = 0; text < 6; ++text) {
+    SCOPED_TRACE(text);
+    SuperLog_AskFor({text == 0, text == 1, text == 2, text == 3, text == 4});
+    const Kept r = ParseOne(kWholeLine);
+    EXPECT_EQ(r.host, text == 0 ? Text("host.example") : std::nullopt);
+    EXPECT_EQ(r.referrer, text == 1 ? Text("ref") : std::nullopt);
+    EXPECT_EQ(r.agent, text == 2 ? Text("agent") : std::nullopt);
+    EXPECT_EQ(r.realm, text == 3 ? Text("m") : std::nullopt);
+    EXPECT_EQ(r.user, text == 4 ? Text("w") : std::nullopt);
+    EXPECT_EQ(r.url, "/a");
+    EXPECT_EQ(r.status, 404);
+    EXPECT_EQ(r.bytes, 5);
+    EXPECT_EQ(r.time, k10Oct2000);
+  }
+}
+
+TEST_F(ParseNextLineTest, NameAndAddressAreHosts) {
+  const std::string format = "Snpx1r";
+  const std::string line = "name 10.0.0.1 /a [10/Oct/2000:13:55:36 +0000] 200";
+  EXPECT_EQ(ParseAs(format, line).host, "name");
+  SuperLog_AskFor({.host = false, .referrer = true, .agent = true, .realm = true, .user = true});
+  EXPECT_EQ(ParseAs(format, line).host, std::nullopt);
+}
+
+TEST_F(ParseNextLineTest, WhatIsAskedForDecidesNothingAboutTheLine) {
+  const std::string log =
+      "no record\n" + kWholeLine + "h - - [x] \"-\" 200 5 \"ref\" \"agent\"\n" + kWholeLine;
+  const int64_t before = SuperLog_GetLinesNotUnderstood();
+  EXPECT_EQ(ParseAll(log).size(), 2u);
+  EXPECT_EQ(SuperLog_GetLinesNotUnderstood() - before, 2);
+  SuperLog_AskFor({});
+  EXPECT_EQ(ParseAll(log).size(), 2u);
+  EXPECT_EQ(SuperLog_GetLinesNotUnderstood() - before, 4);
+}
+
+TEST_F(ParseNextLineTest, NoLineIsReadBeyondWhatIsAskedFor) {
+  SuperLog_AskFor({.host = true, .referrer = true, .agent = false, .realm = false, .user = false});
+  ParseOne(kWholeLine);
+  EXPECT_STREQ(mKnownFormatBuf, "Sh??1qrcf");
+  ResetLogFormat();
+  ParseOne(kWholeLine);
+  EXPECT_STREQ(mKnownFormatBuf, LOG_FORMAT_STR_ELF);
+}
+
 TEST_F(ParseNextLineTest, NothingIsCarriedOverFromALineToTheNext) {
   const std::vector<Kept> kept = ParseAll(
       "host.example m w [10/Oct/2000:13:55:36 +0000] \"GET /a HTTP/1.0\" 200 5 \"ref\" \"agent\"\n"
