@@ -32,11 +32,6 @@ struct FieldCursor {
 template <bool kEscapes = false>
 inline void ParseField(FieldCursor& cursor);
 
-// Where there are escapes, servers that write none are told by what follows: no
-// space and no end of line behind the closing quote, or no such quote in a line that is not
-// cut. A field that they wrote ends at the first quote that has one behind it, as the
-// path "C:\" does.
-//
 // Tab: leading spaces are skipped; tabs inside a pair of double quotes belong to
 // the value; quotes around the whole value are removed.
 inline void ParseField_Tab(FieldCursor& cursor);

@@ -181,7 +181,12 @@ TEST(TruncateCGI, CutsAtQueryOrQuote) {
               {"/plain", "/plain"},
               {"?", ""},
               {"", ""}},
-             TruncateCGI);
+             [](std::string_view url) { return TruncateCGI(url); });
+}
+
+TEST(TruncateCGI, CutsAtTheMarkThatItIsGiven) {
+  EXPECT_EQ(TruncateCGI(WithRoom("/a\\\"b?c"), '?'), "/a\\\"b");
+  EXPECT_EQ(TruncateCGI(WithRoom("/a\\\"b"), '?'), "/a\\\"b");
 }
 
 TEST(TruncateFileType, LastDotOfThePath) {
