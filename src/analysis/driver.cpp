@@ -276,7 +276,7 @@ static void CountVisit(const Rules& rules, const SuperLogRecord& record, Visitor
 static void CountRecord(const Rules& rules, const SuperLogRecord& record, Analysis& analysis) {
   // As the find test and the requests report take it; cutting it before or after
   // the find test's own cut is one.
-  const std::string_view url = rules.keep_query ? record.url : TruncateCGI(record.url, rules.url_end_mark);
+  const std::string_view url = rules.keep_query ? record.url : TruncateAt(record.url, rules.url_end_mark);
   if (!IsSelected(rules, record, url)) {
     return;
   }

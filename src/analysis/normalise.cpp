@@ -76,9 +76,13 @@ std::string_view TruncateIP(std::string_view address) {
   return address;
 }
 
-std::string_view TruncateCGI(std::string_view url, char end_mark) {
+std::string_view TruncateAt(std::string_view url, char end_mark) {
   const char* const end = FindEither(url.data(), url.data() + url.size(), '?', end_mark);
   return {url.data(), static_cast<size_t>(end - url.data())};
+}
+
+std::string_view TruncateCGI(std::string_view url) {
+  return TruncateAt(url, '"');
 }
 
 std::string_view TruncateFileType(std::string_view url) {

@@ -33,7 +33,10 @@ std::string_view TruncateIP(std::string_view address);
 
 // Up to the first "?" or end mark. The URL's buffer must go on for kScanOverread
 // bytes beyond it.
-std::string_view TruncateCGI(std::string_view url, char end_mark = '"');
+std::string_view TruncateAt(std::string_view url, char end_mark);
+
+// The same, with a double quote for the mark.
+std::string_view TruncateCGI(std::string_view url);
 
 // The file type of the URL's path, dot included and its case kept, or empty.
 std::string_view TruncateFileType(std::string_view url);
