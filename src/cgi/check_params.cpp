@@ -72,13 +72,22 @@ static bool NamesUnrealDays(const Settings& s) {
 
 // ---- The rest ----
 
+// Who names no path means the whole site, or its first page, as the rules say.
+static void TakeNoPath(Settings& s) {
+  CopyText(s.find, "/");
+  if (s.whole_site) {
+    s.subdirs = 1;
+    s.find_pattern = 0;
+  }
+}
+
 // The account's find path followed by the form's, with one "/" between them when
 // both bring it; the form's part is cut to fit.
 static void CombineFindPaths(Settings& s) {
   const std::string_view account = s.find_account;
   const std::string_view form = s.find_form;
   if (account.empty() && form.empty()) {
-    CopyText(s.find, "/");
+    TakeNoPath(s);
     return;
   }
   const bool slash_twice = account.ends_with('/') && form.starts_with('/');

@@ -119,6 +119,7 @@ struct Settings {
   bool later_names;       // parameters that came after the classic ones are known
   bool real_days;         // the first day must be named, and each must be one of the calendar
   bool own_links_only;    // no link that somebody else may have put there leads to a file that is written
+  bool whole_site;        // a request without a path is for the whole site
   bool forgets_unopened;  // logs that could not be opened are tried again by the next run
   bool no_remote_debug;   // RemoteDebugEnabled counts for nothing
   IgnoredNames ignored;   // by row of the keyword table: what a stranger's form may not set, but named

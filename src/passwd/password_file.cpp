@@ -156,33 +156,47 @@ static bool LockNow(int file) {
 // The new file is the lock as well: only who may write into the folder can hold it, and it
 // is lost with a run that dies. One that is there already is never written to, as
 // somebody else may have made it and have it open: when nobody holds it, it is removed.
-// made: whether the file is a new one. -1: errno tells.
+// made: whether the file is a new one. -1: errno tells; EAGAIN when it has just gone.
 static int MakeOrOpen(const std::string& path, bool& made) {
   constexpr int kFlags = O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
   const int file = open(path.c_str(), kFlags | O_CREAT | O_EXCL, 0600);
   made = file >= 0;
-  return made || errno != EEXIST ? file : open(path.c_str(), kFlags);
+  if (made || errno != EEXIST) {
+    return file;
+  }
+  const int other = open(path.c_str(), kFlags);
+  if (other < 0 && errno == ENOENT) {
+    errno = EAGAIN;
+  }
+  return other;
+}
+
+// The new file, locked; -1 when there is none: errno tells, EAGAIN where it is worth another try.
+static int TryToOpenAndLock(const std::string& path) {
+  bool made = false;
+  const int file = MakeOrOpen(path, made);
+  if (file < 0) {
+    return -1;
+  }
+  int reason = EAGAIN;
+  if (!LockNow(file)) {
+    reason = errno == EACCES ? EAGAIN : errno;
+  } else if (IsStillThere(file, path)) {
+    if (made) {
+      return file;
+    }
+    unlink(path.c_str());
+  }
+  close(file);
+  errno = reason;
+  return -1;
 }
 
 static int OpenAndLock(const std::string& path) {
   for (int attempt = 0; attempt < 6000; ++attempt) {
-    bool made = false;
-    const int file = MakeOrOpen(path, made);
-    if (file < 0 && errno != ENOENT) {
-      return -1;
-    }
-    const bool alone = file >= 0 && LockNow(file) && IsStillThere(file, path);
-    if (alone && made) {
+    const int file = TryToOpenAndLock(path);
+    if (file >= 0 || errno != EAGAIN) {
       return file;
-    }
-    const int reason = errno;
-    if (alone) {
-      unlink(path.c_str());
-    }
-    close(file);
-    if (!alone && (reason == EINVAL || reason == ENOLCK)) {
-      errno = reason;
-      return -1;
     }
     const timespec pause = {.tv_sec = 0, .tv_nsec = 10'000'000};
     nanosleep(&pause, nullptr);

@@ -39,6 +39,7 @@ struct Edition {
   int last_year;          // that the years of a form may name
   bool real_days;         // whether the days of a report must be named, and be days of the calendar
   bool own_links_only;    // whether files are written through no link of somebody else
+  bool whole_site;        // whether a request without a path is for the whole site; else for its first page
   bool forgets_unopened;  // whether the next run tries logs again that could not be opened
   bool whole_values;      // whether "=" is part of a parameter's value
   bool later_names;       // whether parameters that came after the classic ones are known

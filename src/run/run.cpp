@@ -65,6 +65,7 @@ static void TakeRules(Task& task) {
   task.settings.real_days = task.edition->real_days;
   task.settings.own_links_only = task.edition->own_links_only;
   task.settings.forgets_unopened = task.edition->forgets_unopened;
+  task.settings.whole_site = task.edition->whole_site;
   task.settings.whole_values = task.edition->whole_values;
   task.settings.later_names = task.edition->later_names;
   task.settings.no_remote_debug = task.edition->page->info[kPageRemoteDebug] == nullptr;

@@ -125,8 +125,12 @@ void SuperLog_AskFor(const AskedTexts& asked) {
   const struct {
     bool asked;
     std::string_view letters;
-  } texts[] = {
-      {asked.host, "hnp"}, {asked.referrer, "f"}, {asked.agent, "a"}, {asked.realm, "m"}, {asked.user, "w"}};
+  } texts[] = {{asked.host, "hnp"},
+               {asked.referrer, "f"},
+               {asked.agent, "a"},
+               {asked.realm, "m"},
+               // Where users may hold spaces, the reader must know which field is theirs.
+               {asked.user || mLogLimits.escapes, "w"}};
   char* end = mUnaskedLetters;
   for (const auto& text : texts) {
     end += text.letters.copy(end, text.asked ? 0 : text.letters.size());

@@ -181,12 +181,12 @@ TEST(TruncateCGI, CutsAtQueryOrQuote) {
               {"/plain", "/plain"},
               {"?", ""},
               {"", ""}},
-             [](std::string_view url) { return TruncateCGI(url); });
+             TruncateCGI);
 }
 
-TEST(TruncateCGI, CutsAtTheMarkThatItIsGiven) {
-  EXPECT_EQ(TruncateCGI(WithRoom("/a\\\"b?c"), '?'), "/a\\\"b");
-  EXPECT_EQ(TruncateCGI(WithRoom("/a\\\"b"), '?'), "/a\\\"b");
+TEST(TruncateAt, CutsAtTheMarkThatItIsGiven) {
+  EXPECT_EQ(TruncateAt(WithRoom("/a\\\"b?c"), '?'), "/a\\\"b");
+  EXPECT_EQ(TruncateAt(WithRoom("/a\\\"b"), '?'), "/a\\\"b");
 }
 
 TEST(TruncateFileType, LastDotOfThePath) {
