@@ -5,6 +5,7 @@
 #include <set>
 #include <vector>
 
+#include "base/text.h"
 #include "output/characters.h"
 #include "support.h"
 
@@ -185,7 +186,7 @@ inline void ReadHtmlAttribute(std::string_view& html) {
   REQUIRE(name == "content" || value.find('\'') == std::string_view::npos);
   RequireHtmlText(value);
   REQUIRE(name != "href" || value.starts_with('#') || value.starts_with('?') ||
-          value.starts_with("http://") || value.starts_with("https://") || value.starts_with("HTTP"));
+          BeginsWithIgnoreCase(value, "http://") || BeginsWithIgnoreCase(value, "https://"));
 }
 
 struct HtmlReader {
