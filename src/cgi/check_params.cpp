@@ -60,14 +60,14 @@ static void CompleteDates(Settings& s) {
 
 // That no day is named shows before the parts, which make a text of nothing.
 static bool NamesNoDay(const Settings& s) {
-  return s.real_days && s.start_date[0] == '\0' && s.sm[0] == '\0' && s.sd[0] == '\0';
+  return s.rules.real_days && s.start_date[0] == '\0' && s.sm[0] == '\0' && s.sd[0] == '\0';
 }
 
 static bool NamesUnrealDays(const Settings& s) {
   CalendarDate start;
   CalendarDate end;
   ParseDate(start, end, s);
-  return s.real_days && !(IsDay(start) && IsDay(end));
+  return s.rules.real_days && !(IsDay(start) && IsDay(end));
 }
 
 // ---- The rest ----
@@ -75,7 +75,7 @@ static bool NamesUnrealDays(const Settings& s) {
 // Who names no path means the whole site, or its first page, as the rules say.
 static void TakeNoPath(Settings& s) {
   CopyText(s.find, "/");
-  if (s.whole_site) {
+  if (s.rules.whole_site) {
     s.subdirs = 1;
     s.find_pattern = 0;
   }

@@ -12,7 +12,7 @@ void initialize(Settings& settings, const Environment& env) {
   CopyText(settings.config, kDefaultConfigFile);
   settings.sy = 1900;
   settings.ey = 1900;
-  settings.last_year = kLastNarrowYear;
+  settings.rules.last_year = kLastNarrowYear;
   settings.program_path = env.SCRIPT_NAME;
   settings.SmartMemoryEnabled = 1;
   settings.SmartMemoryKeepEntries = 100;
@@ -94,7 +94,7 @@ static void Number(Settings& settings, const Param& param) {
 
 template <auto kField>
 static void Year(Settings& settings, const Param& param) {
-  settings.*kField = StrToYear4(param.value, settings.*kField, settings.last_year);
+  settings.*kField = StrToYear4(param.value, settings.*kField, settings.rules.last_year);
 }
 
 // Account lines always count; a request fills the field only while it is empty.
@@ -343,7 +343,7 @@ static bool Accepts(const Keyword& keyword, ParamSource source) {
 }
 
 static bool IsKnown(const Keyword& keyword, const Settings& settings) {
-  return keyword.age == kClassic || settings.later_names;
+  return keyword.age == kClassic || settings.rules.later_names;
 }
 
 // A name of several rows counts as its first.
@@ -359,7 +359,7 @@ static void NoteIgnored(std::string_view name, Settings& settings) {
 bool CompareParam(const char* line, Settings& settings, ParamSource source, int level) {
   char name[kTextSize];
   char value[kTextSize];
-  ParseFieldValue(line, name, value, settings.whole_values);
+  ParseFieldValue(line, name, value, settings.rules.whole_values);
   const std::string_view wanted = name;
   bool applied = false;
   for (const Keyword& keyword : kKeywords) {

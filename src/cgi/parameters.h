@@ -19,8 +19,8 @@ void initialize(Settings& settings, const Environment& env);
 // Applies one name=value line. The name is matched ignoring case; an unknown
 // name, and one that the source may not set, is ignored; what a stranger may not set to
 // anything is noted in settings.ignored. Names that came after the classic ones are known
-// where settings.later_names says so, whoever writes them. Further "=" characters are
-// dropped from the value, unless settings.whole_values; name and value are cut to 243
+// where settings.rules.later_names says so, whoever writes them. Further "=" characters are
+// dropped from the value, unless settings.rules.whole_values; name and value are cut to 243
 // characters each. level is handed to level-aware setters. True when it was applied.
 bool CompareParam(const char* line, Settings& settings, ParamSource source, int level);
 

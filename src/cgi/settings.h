@@ -80,6 +80,18 @@ struct AskedFields {
   bool cut;  // there was no room for all of them
 };
 
+// What the edition lays down and no parameter sets.
+struct RunRules {
+  int last_year;          // that sy and ey may name
+  bool names_as_written;  // accounts are called as the configuration spells them
+  bool whole_values;      // "=" is part of a parameter's value; otherwise it is dropped
+  bool later_names;       // parameters that came after the classic ones are known
+  bool real_days;         // the first day must be named, and each must be one of the calendar
+  bool own_links_only;    // no link that somebody else may have put there leads to a file that is written
+  bool whole_site;        // a request without a path is for the whole site
+  bool forgets_unopened;  // logs that could not be opened are tried again by the next run
+};
+
 struct Settings {
   char config[kPathSize];
   int config_opened;
@@ -112,17 +124,9 @@ struct Settings {
   bool all_days;    // from the first to the last day of the logs, once these are known
   bool fixed_days;  // the account's line says which: no request can ask for others
   AskedFields asked;
-  // Rules of the run, which no parameter sets.
-  int last_year;          // that sy and ey may name
-  bool names_as_written;  // accounts are called as the configuration spells them
-  bool whole_values;      // "=" is part of a parameter's value; otherwise it is dropped
-  bool later_names;       // parameters that came after the classic ones are known
-  bool real_days;         // the first day must be named, and each must be one of the calendar
-  bool own_links_only;    // no link that somebody else may have put there leads to a file that is written
-  bool whole_site;        // a request without a path is for the whole site
-  bool forgets_unopened;  // logs that could not be opened are tried again by the next run
-  bool no_remote_debug;   // RemoteDebugEnabled counts for nothing
-  IgnoredNames ignored;   // by row of the keyword table: what a stranger's form may not set, but named
+  RunRules rules;
+  bool no_remote_debug;  // RemoteDebugEnabled counts for nothing
+  IgnoredNames ignored;  // by row of the keyword table: what a stranger's form may not set, but named
   char logs[kPathSize];
   char AccessLog[kPathSize];
   char summary[kPathSize];

@@ -82,7 +82,7 @@ static bool TakeWrittenName(Reading& reading, std::string_view value) {
 
 // deliberate: unless names are as written, the typed one may hold a ";" and run on into the line's items
 static bool IsRequestedAccount(Reading& reading, const char* value) {
-  return reading.settings.names_as_written ? TakeWrittenName(reading, value)
+  return reading.settings.rules.names_as_written ? TakeWrittenName(reading, value)
                                            : BeginsWithIgnoreCase(reading.line, reading.account_start);
 }
 

@@ -37,7 +37,7 @@ bool FindEditionKey(ConfigFile& file, char (&edition)[kTextSize]);
 
 // Reads the file, which is the one that settings.config names: another one is closed
 // first. Each line takes effect when it is met. Closes the file. account_found tells
-// whether the account named by settings.username was met. Where settings.names_as_written
+// whether the account named by settings.username was met. Where settings.rules.names_as_written
 // says so, that is an account of the same name ignoring case, which becomes the username;
 // a name that is empty or holds a "/", a ";" or a control character is none, and of an
 // account's line that was cut the last item is left out. Returns kNoError, or

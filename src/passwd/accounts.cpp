@@ -65,7 +65,7 @@ static void BeginSettings(const std::string& path, std::string_view account, Set
   initialize(settings, kNoRequest);
   CopyText(settings.config, path);
   CopyText(settings.username, account);
-  settings.names_as_written = true;
+  settings.rules.names_as_written = true;
 }
 
 bool ReadConfiguration(const std::string& path, std::string_view account, Settings& settings, bool& found) {

@@ -246,7 +246,7 @@ void ServerError(int number, const Environment& env, Settings& settings) {
 // Without O_NONBLOCK, opening a named pipe would wait for a reader, and writing for room in it.
 static int OpenErrorLog(const Settings& settings) {
   constexpr int kFlags = O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK | O_CLOEXEC | O_NOCTTY;
-  const int links = settings.own_links_only ? FollowOwnLinksOnly(settings.ErrorLog) : 0;
+  const int links = settings.rules.own_links_only ? FollowOwnLinksOnly(settings.ErrorLog) : 0;
   const int log = open(settings.ErrorLog, kFlags | links, kNewLogMode);
   struct stat info;
   if (log >= 0 && links != 0 && (fstat(log, &info) != 0 || info.st_nlink > 1)) {

@@ -27,14 +27,14 @@ static const Edition kEditions[] = {
         .admit = AdmitByPlainRules,
         .needs_password = nullptr,
         .behind_proxies = false,
-        .names_as_written = false,
-        .last_year = kLastNarrowYear,
-        .real_days = false,
-        .own_links_only = false,
-        .whole_site = false,
-        .forgets_unopened = false,
-        .whole_values = false,
-        .later_names = false,
+        .rules = {.last_year = kLastNarrowYear,
+                  .names_as_written = false,
+                  .whole_values = false,
+                  .later_names = false,
+                  .real_days = false,
+                  .own_links_only = false,
+                  .whole_site = false,
+                  .forgets_unopened = false},
         .server_arguments = true,
         .asking = Asking::kAnyButGet,
         .shuts_in = false,
@@ -48,14 +48,14 @@ static const Edition kEditions[] = {
         .admit = Admit,
         .needs_password = NeedsPassword,
         .behind_proxies = true,
-        .names_as_written = true,
-        .last_year = kLastWrittenYear,
-        .real_days = true,
-        .own_links_only = true,
-        .whole_site = true,
-        .forgets_unopened = true,
-        .whole_values = true,
-        .later_names = true,
+        .rules = {.last_year = kLastWrittenYear,
+                  .names_as_written = true,
+                  .whole_values = true,
+                  .later_names = true,
+                  .real_days = true,
+                  .own_links_only = true,
+                  .whole_site = true,
+                  .forgets_unopened = true},
         .server_arguments = false,
         .asking = Asking::kPostOrQuery,
         .shuts_in = true,
@@ -100,7 +100,7 @@ static bool LastArgument(const StartWords& words, std::string_view wanted, char 
 static bool TakesWholeValues(const StartWords& words) {
   char name[kTextSize];
   const Edition* const edition = LastArgument(words, "edition", name) ? FindEdition(name) : &kEditions[0];
-  return edition != nullptr && edition->whole_values;
+  return edition != nullptr && edition->rules.whole_values;
 }
 
 bool ChooseConfig(const StartWords& words, ConfigFile& config) {

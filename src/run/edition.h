@@ -35,14 +35,7 @@ struct Edition {
   // Whether only a password can let the requester in, which no address may hold. Null: it is not asked.
   bool (*needs_password)(bool account_found, const Environment& env, const Settings& settings);
   bool behind_proxies;    // whether the proxies that are trusted tell who the visitor is
-  bool names_as_written;  // whether accounts are called as the configuration spells them
-  int last_year;          // that the years of a form may name
-  bool real_days;         // whether the days of a report must be named, and be days of the calendar
-  bool own_links_only;    // whether files are written through no link of somebody else
-  bool whole_site;        // whether a request without a path is for the whole site; else for its first page
-  bool forgets_unopened;  // whether the next run tries logs again that could not be opened
-  bool whole_values;      // whether "=" is part of a parameter's value
-  bool later_names;       // whether parameters that came after the classic ones are known
+  RunRules rules;         // that its runs go by
   bool server_arguments;  // whether what a web server makes arguments of is a request
   Asking asking;
   bool shuts_in;  // whether a run gives up what it will not use before it looks at logs

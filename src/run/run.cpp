@@ -60,14 +60,7 @@ static bool ChooseRules(Task& task) {
 
 static void TakeRules(Task& task) {
   CopyText(task.settings.config, task.config.path);
-  task.settings.last_year = task.edition->last_year;
-  task.settings.names_as_written = task.edition->names_as_written;
-  task.settings.real_days = task.edition->real_days;
-  task.settings.own_links_only = task.edition->own_links_only;
-  task.settings.forgets_unopened = task.edition->forgets_unopened;
-  task.settings.whole_site = task.edition->whole_site;
-  task.settings.whole_values = task.edition->whole_values;
-  task.settings.later_names = task.edition->later_names;
+  task.settings.rules = task.edition->rules;
   task.settings.no_remote_debug = task.edition->page->info[kPageRemoteDebug] == nullptr;
 }
 
@@ -137,7 +130,7 @@ static Refusal Report(bool account_found, Task& task) {
   }
   const Error error = CheckRequest(task);
   if (error != kNoError) {
-    return task.edition->real_days && IsAboutDays(error) ? RefuseDays(error, task) : Refusal{error};
+    return task.edition->rules.real_days && IsAboutDays(error) ? RefuseDays(error, task) : Refusal{error};
   }
   MakeNice(task.settings);
   ShutInIfAsked(task);

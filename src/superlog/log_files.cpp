@@ -162,7 +162,7 @@ void SuperLog_Init(Settings& settings, const Limits& limits, time_t range_first,
   const bool current_log_probed = AddLogsOfPattern(mFoundAccessLog, mCurLogFileSpec, false);
   const bool logs_gone = DeleteOldEntries();
   if (logs_probed || current_log_probed || logs_gone) {
-    WriteSummaryFile(summary_path, {settings.own_links_only, settings.forgets_unopened});
+    WriteSummaryFile(summary_path, {settings.rules.own_links_only, settings.rules.forgets_unopened});
   }
 }
 

@@ -305,7 +305,7 @@ TEST_F(WrittenDaysTest, TodayIsTheDayThatTheReportIsMadeOn) {
 
 TEST_F(CompleteSettingsTest, RealDaysAreThoseOfTheCalendar) {
   for (const bool real : {false, true}) {
-    settings.real_days = real;
+    settings.rules.real_days = real;
     EXPECT_EQ(ErrorOfRange("02292000", "12319999"), kNoError);
     EXPECT_EQ(ErrorOfRange("02282001", "02302001"), real ? kErrorDateRange : kNoError);
     EXPECT_EQ(ErrorOfRange("02302001", "03032001"), real ? kErrorDateRange : kNoError);
@@ -315,7 +315,7 @@ TEST_F(CompleteSettingsTest, RealDaysAreThoseOfTheCalendar) {
 
 TEST_F(CompleteSettingsTest, RealDaysHaveToBeNamed) {
   for (const bool real : {false, true}) {
-    settings.real_days = real;
+    settings.rules.real_days = real;
     UseDateParts("", "", 1900, "", "", 1900);
     EXPECT_EQ(CompleteSettings(settings), real ? kErrorNoStartDate : kNoError);
     UseDateParts("", "15", 1999, "", "", 1900);

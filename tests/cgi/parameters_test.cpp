@@ -327,7 +327,7 @@ TEST_F(CompareParamTest, PasswordsAreKeptWholeBesideTheirCutForms) {
 }
 
 TEST_F(CompareParamTest, OnlyAnAccountSaysWhoSignsOn) {
-  settings.later_names = true;
+  settings.rules.later_names = true;
   for (const ParamSource source : {ParamSource::kForm, ParamSource::kStranger, ParamSource::kShell}) {
     CompareParam("signon=*", settings, source, kLevelForm);
     EXPECT_STREQ(settings.signon, "");
@@ -337,7 +337,7 @@ TEST_F(CompareParamTest, OnlyAnAccountSaysWhoSignsOn) {
 }
 
 TEST_F(CompareParamTest, OfNamesThatWereCutTheLastIsLeftOut) {
-  settings.later_names = true;
+  settings.rules.later_names = true;
   const std::string alice = "alice,";
   FromAccount("signon=" + alice + std::string(500, 'b'));
   EXPECT_STREQ(settings.signon, "alice");
@@ -410,7 +410,7 @@ TEST_F(CompareParamTest, YearsFallBackToTheCurrentValue) {
 TEST_F(CompareParamTest, YearsGoToTheLastOneOfTheRun) {
   FromForm("sy=2039");
   EXPECT_EQ(settings.sy, 1900);
-  settings.last_year = 9999;
+  settings.rules.last_year = 9999;
   FromForm("sy=2039");
   FromAccount("ey=9999");
   EXPECT_EQ(settings.sy, 2039);
@@ -420,11 +420,11 @@ TEST_F(CompareParamTest, YearsGoToTheLastOneOfTheRun) {
 TEST_F(CompareParamTest, LaterNamesAreUnknownUnlessTheRunTakesThem) {
   for (const ParamSource source :
        {ParamSource::kForm, ParamSource::kStranger, ParamSource::kShell, ParamSource::kAccount}) {
-    settings.later_names = false;
+    settings.rules.later_names = false;
     CompareParam("HoursOfWeek=1", settings, source, kLevelForm);
     EXPECT_EQ(settings.hoursofweek, 0);
     EXPECT_TRUE(settings.ignored.none());
-    settings.later_names = true;
+    settings.rules.later_names = true;
     CompareParam("HoursOfWeek=1", settings, source, kLevelForm);
     EXPECT_EQ(settings.hoursofweek, 1);
     settings.hoursofweek = 0;
@@ -605,7 +605,7 @@ TEST_F(CompareParamTest, LaterWriterReplacesPlainFields) {
 TEST_F(CompareParamTest, ValuesAreWholeWhereTheRunSaysSo) {
   FromAccount("password=$6$rounds=5000$salt$a==");
   EXPECT_STREQ(settings.password_account, "$6$rounds5000$salt$a");
-  settings.whole_values = true;
+  settings.rules.whole_values = true;
   FromAccount("password=$6$rounds=5000$salt$a==");
   EXPECT_STREQ(settings.password_account, "$6$rounds=5000$salt$a==");
   FromStranger("find=/a?b=c=");
@@ -688,7 +688,7 @@ static Settings DaysOf(const char* of_form, const char* of_account) {
   const Environment env{};
   Settings settings;
   initialize(settings, env);
-  settings.later_names = true;
+  settings.rules.later_names = true;
   CompareParam("days=7d", settings, ParamSource::kStranger, kLevelForm);
   CompareParam(of_form, settings, ParamSource::kStranger, kLevelForm);
   CompareParam(of_account, settings, ParamSource::kAccount, kLevelAccount);

@@ -327,7 +327,7 @@ TEST_F(ReadQueryTest, LongOnesAreWholeUpTo64KiB) {
 }
 
 TEST_F(ReadQueryTest, KeepsWhatWasTaken) {
-  settings.later_names = true;
+  settings.rules.later_names = true;
   EXPECT_EQ(ReadQuery("username=shop&config=x&days=7d&unknown=1&find=%2F", ParamSource::kStranger, settings),
             kNoError);
   EXPECT_EQ(std::string(settings.asked.text, settings.asked.length),

@@ -498,7 +498,7 @@ class WrittenNamesTest : public ParseConfigFileTest {
  protected:
   void SetUp() override {
     ParseConfigFileTest::SetUp();
-    settings.names_as_written = true;
+    settings.rules.names_as_written = true;
   }
   bool Finds(const std::string& typed, const std::string& content) {
     CopyText(settings.username, typed);
@@ -513,7 +513,7 @@ TEST_F(WrittenNamesTest, TheConfigurationSpellsTheName) {
 }
 
 TEST_F(WrittenNamesTest, AnotherRuleTakesItAsTyped) {
-  settings.names_as_written = false;
+  settings.rules.names_as_written = false;
   EXPECT_TRUE(Finds("SHOP", "user=Shop;logs=/%user%/*.log\n"));
   EXPECT_STREQ(settings.username, "SHOP");
   EXPECT_STREQ(settings.logs, "/SHOP/*.log");
@@ -523,7 +523,7 @@ TEST_F(WrittenNamesTest, ANameThatGoesOnIntoTheItemsIsNone) {
   const std::string line = "user=shop;logs=/x;title=%user%\n";
   EXPECT_FALSE(Finds("shop;logs=/x", line));
   EXPECT_STREQ(settings.logs, "");
-  settings.names_as_written = false;
+  settings.rules.names_as_written = false;
   EXPECT_TRUE(Finds("shop;logs=/x", line));
 }
 
@@ -545,12 +545,12 @@ TEST_F(WrittenNamesTest, PartsOfANameAreNotTheName) {
 TEST_F(WrittenNamesTest, ACutLineLosesItsLastItem) {
   const std::string line = "user=shop;title=" + std::string(1500, 't') + ";signon=alice,bobby";
   ASSERT_EQ(line.size(), 1535U);
-  settings.later_names = true;
+  settings.rules.later_names = true;
   EXPECT_TRUE(Finds("shop", line.substr(0, 1534) + "\n"));
   EXPECT_STREQ(settings.signon, "alice,bobb");
   settings = {};
-  settings.names_as_written = true;
-  settings.later_names = true;
+  settings.rules.names_as_written = true;
+  settings.rules.later_names = true;
   EXPECT_TRUE(Finds("shop", line + "\n"));
   EXPECT_STREQ(settings.signon, "");
   EXPECT_STREQ(settings.title, std::string(243, 't').c_str());

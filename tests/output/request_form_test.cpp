@@ -23,8 +23,8 @@ class RequestForm : public testing::Test {
 
   void Begin() {
     initialize(settings_, env_);
-    settings_.whole_values = true;
-    settings_.later_names = true;
+    settings_.rules.whole_values = true;
+    settings_.rules.later_names = true;
   }
   void Ask(const std::string& line) {
     CompareParam(line.c_str(), settings_, ParamSource::kStranger, kLevelForm);

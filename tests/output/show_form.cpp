@@ -8,8 +8,8 @@ int main(int argc, char** argv) {
   static Environment env{};
   static Settings settings;
   initialize(settings, env);
-  settings.whole_values = true;
-  settings.later_names = true;
+  settings.rules.whole_values = true;
+  settings.rules.later_names = true;
   for (int i = 1; i < argc; ++i) {
     CompareParam(argv[i], settings, ParamSource::kStranger, kLevelForm);
   }

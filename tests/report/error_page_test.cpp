@@ -256,13 +256,13 @@ TEST_F(ErrorPageTest, LogErrorWritesThroughOwnLinksOnlyWhereItIsTold) {
   const std::string hard = folder + "/hard";
   ASSERT_EQ(symlink(other.c_str(), symbolic.c_str()), 0);
   ASSERT_EQ(link(other.c_str(), hard.c_str()), 0);
-  settings.own_links_only = true;
+  settings.rules.own_links_only = true;
   for (const std::string& path : {symbolic, hard}) {
     CopyText(settings.ErrorLog, path);
     LogError(settings, "message");
     EXPECT_EQ(ReadFile(other), "other\n") << path;
   }
-  settings.own_links_only = false;
+  settings.rules.own_links_only = false;
   LogError(settings, "message");
   EXPECT_NE(ReadFile(other), "other\n");
 }

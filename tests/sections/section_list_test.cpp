@@ -18,7 +18,7 @@ TEST(SectionOf, FindsEverySectionAtItsPlace) {
 TEST(IsOn, FollowsTheParameterOfTheSectionAndNoOther) {
   for (const Section& switched : kSections) {
     Settings settings{};
-    settings.later_names = true;
+    settings.rules.later_names = true;
     CompareParam((std::string(switched.parameter) + "=1").c_str(), settings, ParamSource::kForm, kLevelForm);
     for (const Section& section : kSections) {
       EXPECT_EQ(IsOn(section, settings), &section == &switched) << switched.parameter << section.parameter;

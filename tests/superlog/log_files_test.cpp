@@ -434,7 +434,7 @@ TEST_F(LogFilesTest, FileThatCannotBeOpenedForProbingStaysWithoutDates) {
 TEST_F(LogFilesTest, FileThatCannotBeOpenedIsTriedAgainByARunThatForgetsIt) {
   ASSERT_EQ(symlink("later", PathOf("a1.log").c_str()), 0);
   Write("a2.log", Line(3, 2));
-  settings.forgets_unopened = true;
+  settings.rules.forgets_unopened = true;
   Init();
   EXPECT_EQ(Told(), "not opened: a1.log\n");
   EXPECT_EQ(SummaryEntries().find("a1.log"), std::string::npos);
