@@ -50,22 +50,9 @@ static void SuggestDays(Settings& settings) {
   }
 }
 
-static void SwitchOn(const Section& section, Settings& settings) {
-  (section.report != nullptr ? (settings.*section.report).on : settings.*section.on) = 1;
-}
-
-static void SuggestSections(Settings& settings) {
-  const auto asked = [&settings](const Section& section) { return IsOn(section, settings); };
-  if (std::none_of(std::begin(kSections), std::end(kSections), asked)) {
-    std::for_each(std::begin(kSections), std::end(kSections),
-                  [&settings](const Section& section) { SwitchOn(section, settings); });
-    settings.badurl_referrers = 1;
-  }
-}
-
 static Settings WithSuggestions(Settings settings) {
   SuggestDays(settings);
-  SuggestSections(settings);
+  TakeAllSectionsForNone(settings);
   if (settings.find_form[0] == '\0') {
     CopyText(settings.find_form, "/");
     settings.subdirs = 1;

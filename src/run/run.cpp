@@ -13,6 +13,7 @@
 #include "report/refusal_log.h"
 #include "report/report_page.h"
 #include "run/edition.h"
+#include "sections/section_list.h"
 #include "superlog/superlog.h"
 
 static constexpr int kStatusNoMemory = 1;
@@ -127,6 +128,9 @@ static Refusal Report(bool account_found, Task& task) {
   LogIgnoredNames(task.env, task.settings);
   if (refusal.error != kNoError) {
     return refusal;
+  }
+  if (task.asked != nullptr) {
+    TakeAllSectionsForNone(task.settings);
   }
   const Error error = CheckRequest(task);
   if (error != kNoError) {
