@@ -109,20 +109,28 @@ static Refusal RefuseDays(Error error, Task& task) {
 }
 
 // An address lets nobody in who needs a password, and tells nobody which accounts there are.
-static bool AskForPassword(bool account_found, const Task& task) {
-  if (task.asked == nullptr || !task.edition->needs_password(account_found, task.env, task.settings)) {
-    return false;
+static bool NeedsPassword(bool account_found, const Task& task) {
+  return task.asked != nullptr && task.edition->needs_password(account_found, task.env, task.settings);
+}
+
+// A program that asks for data can do nothing with a form. Which output the account's line names is nothing
+// that a stranger may learn.
+static Refusal AskForPassword(Task& task) {
+  const PageWriter* const wanted = FindOutput(*task.edition, task.asked->output);
+  task.page = wanted == nullptr ? task.edition->page : wanted;
+  if (task.page->ask == nullptr) {
+    return {kErrorPasswordNeeded};
   }
-  task.edition->page->ask(task.env, *task.asked);
-  return true;
+  task.page->ask(task.env, *task.asked);
+  return {};
 }
 
 static Refusal Report(bool account_found, Task& task) {
   if (task.edition->behind_proxies) {
     MeetVisitor(task.env, task.settings.TrustedProxies);
   }
-  if (AskForPassword(account_found, task)) {
-    return {};
+  if (NeedsPassword(account_found, task)) {
+    return AskForPassword(task);
   }
   const Refusal refusal = task.edition->admit(account_found, task.env, task.settings);
   LogIgnoredNames(task.env, task.settings);

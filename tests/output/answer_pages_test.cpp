@@ -83,6 +83,7 @@ static constexpr struct {
     {kErrorSection, "400 Bad Request", "", true},
     {kErrorPasswordInQuery, "400 Bad Request", "", true},
     {kErrorLongQuery, "400 Bad Request", "", true},
+    {kErrorPasswordNeeded, "401 Unauthorized", "WWW-Authenticate: Form realm=\"Orvellis\"\n", false},
     {static_cast<Error>(99), "500 Internal Server Error", "", true},
 };
 
