@@ -10,6 +10,7 @@ import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { createRequire } from 'node:module';
 import { readFileSync } from 'node:fs';
+import { runAll } from './run_all.mjs';
 
 const require = createRequire(`${process.env.BROWSER_PACKAGES}/package.json`);
 const { chromium } = require('playwright-core');
@@ -358,15 +359,4 @@ if (process.env.SCREENSHOTS) {
   };
 }
 
-let failed = 0;
-for (const [name, test] of Object.entries(tests)) {
-  try {
-    await test();
-    console.log(`passed: ${name}`);
-  } catch (error) {
-    failed += 1;
-    console.log(`FAILED: ${name}\n${error.stack}`);
-  }
-}
-await browser.close();
-process.exit(failed === 0 ? 0 : 1);
+await runAll(tests, () => browser.close());
