@@ -6,7 +6,6 @@
 
 #include "dates/clock.h"
 #include "dates/days.h"
-#include "output/moments.h"
 
 template <size_t N>
 static void JoinDate(char (&date)[N], const char* month, const char* day, int year) {

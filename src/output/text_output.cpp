@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "dates/clock.h"
 #include "output/escape.h"
 #include "output/moments.h"
 #include "output/refusal_line.h"
