@@ -31,14 +31,6 @@ static const RefusalTexts kRefusals[] = {
         .log = nullptr,
     },
     {
-        .error = kErrorNoUrl,
-        .status = {500, "Internal Server Error"},
-        .heading = "User account is missing the 'URL' parameter",
-        .sentence = kNotSetUp,
-        .advice = kTellAdministrator,
-        .log = "the account has no url",
-    },
-    {
         .error = kErrorNoLogs,
         .status = {500, "Internal Server Error"},
         .heading = "User account is missing the 'Logs' parameter",
