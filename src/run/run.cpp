@@ -76,6 +76,13 @@ static bool TakeParameters(Task& task) {
   return taken;
 }
 
+// The page refuses an output that does not exist.
+static void ChooseOutput(const char* name, Task& task) {
+  const PageWriter* const page = FindOutput(*task.edition, name);
+  task.output_known = page != nullptr;
+  task.page = task.output_known ? page : task.edition->page;
+}
+
 static Error CheckRequest(Task& task) {
   if (!task.output_known) {
     return kErrorOutput;
@@ -116,8 +123,7 @@ static bool NeedsPassword(bool account_found, const Task& task) {
 // A program that asks for data can do nothing with a form. Which output the account's line names is nothing
 // that a stranger may learn.
 static Refusal AskForPassword(Task& task) {
-  const PageWriter* const wanted = FindOutput(*task.edition, task.asked->output);
-  task.page = wanted == nullptr ? task.edition->page : wanted;
+  ChooseOutput(task.asked->output, task);
   if (task.page->ask == nullptr) {
     return {kErrorPasswordNeeded};
   }
@@ -161,20 +167,11 @@ static Refusal PrintPage(bool account_found, Task& task) {
   return {};
 }
 
-// The page refuses an output that does not exist.
-static void ChooseOutput(Task& task) {
-  const PageWriter* const page = FindOutput(*task.edition, task.settings.output);
-  task.output_known = page != nullptr;
-  if (task.output_known) {
-    task.page = page;
-  }
-}
-
 // The configuration comes behind the request, whose account its line may set right.
 static Refusal ConfigureAndPrint(Task& task) {
   bool account_found = false;
   const Error error = ParseConfigFile(task.config, task.settings, account_found);
-  ChooseOutput(task);
+  ChooseOutput(task.settings.output, task);
   if (error != kNoError) {
     return {error};
   }
@@ -213,7 +210,7 @@ static bool IsAskedByAddress(const Task& task) {
 // The configuration is read for nothing but the error log: no account has a say in the answer.
 static Refusal RefuseAddress(Error error, Task& task) {
   bool account_found = false;
-  ChooseOutput(task);
+  ChooseOutput(task.settings.output, task);
   ParseConfigFile(task.config, task.settings, account_found);
   if (task.edition->behind_proxies) {
     MeetVisitor(task.env, task.settings.TrustedProxies);
