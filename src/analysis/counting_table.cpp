@@ -35,16 +35,10 @@ static KeySeed ChooseSeed() noexcept {
 
 static const KeySeed mSeed = ChooseSeed();
 
-static constexpr size_t LongestThatWaits(const Limits& limits) noexcept {
-  return limits.item < kWaitingKeyMax ? limits.item : kWaitingKeyMax;
-}
-
 Limits mCountingLimits = kClassicLimits;
-static size_t mLongestThatWaits = LongestThatWaits(kClassicLimits);
 
 void SetCountingLimits(const Limits& limits) {
   mCountingLimits = limits;
-  mLongestThatWaits = LongestThatWaits(limits);
 }
 
 // ---- Index ----
@@ -61,7 +55,7 @@ static IndexSlot& FreeSlot(IndexSlot* slots, size_t capacity, uint32_t hash) {
   return slots[i];
 }
 
-[[gnu::noinline]] static ListItem* WalkFor(const List& list, PaddedText key, uint32_t hash,
+[[gnu::noinline]] static ListItem* WalkFor(const List& list, std::string_view key, uint32_t hash,
                                            bool ignore_case) {
   ListItem* item = list.first;
   while (item != nullptr && (item->hash != hash || !SameKey(*item, key, ignore_case))) {
@@ -70,7 +64,7 @@ static IndexSlot& FreeSlot(IndexSlot* slots, size_t capacity, uint32_t hash) {
   return item;
 }
 
-[[gnu::always_inline]] inline static ListItem* Find(const List& list, PaddedText key, uint32_t hash,
+[[gnu::always_inline]] inline static ListItem* Find(const List& list, std::string_view key, uint32_t hash,
                                                     bool ignore_case) {
   if (list.slots == nullptr) {
     return WalkFor(list, key, hash, ignore_case);
@@ -196,12 +190,12 @@ void init_list(List& list, ListInfo*& info, const char* name, SubLists sublists)
 
 // Makes a record of count 0. A reclaim on the way may thin any list, this one
 // included, but spares the parent.
-[[gnu::noinline]] static ListItem& NewItem(List& list, ListInfo& info, PaddedText key, uint32_t hash,
+[[gnu::noinline]] static ListItem& NewItem(List& list, ListInfo& info, std::string_view key, uint32_t hash,
                                            const ListItem* parent) {
   if (!MakeRoom(list) && !TryWithReclaims(parent, [&] { return MakeRoom(list); })) {
     EndWithoutMemory();
   }
-  const size_t padded = PaddedKeySize(key.length);
+  const size_t padded = PaddedKeySize(key.size());
   const bool has_tail = info.sublists && parent == nullptr;
   const size_t size = sizeof(ListItem) + padded + (has_tail ? kTailSize : 0);
   ListItem* item = static_cast<ListItem*>(smart_alloc(size, info, parent));
@@ -212,9 +206,10 @@ void init_list(List& list, ListInfo*& info, const char* name, SubLists sublists)
   item->hash = hash;
   item->rank = 0;
   item->count = 0;
-  item->length = static_cast<uint16_t>(key.length);
-  item->kind = info.classify == nullptr ? uint8_t{0} : info.classify(key.text());
-  memcpy(item->name, key.bytes, padded);
+  item->length = static_cast<uint16_t>(key.size());
+  item->kind = info.classify == nullptr ? uint8_t{0} : info.classify(key);
+  memset(item->name + padded - kKeyWord, 0, kKeyWord);
+  key.copy(item->name, key.size());
   item->has_tail = has_tail;
   if (has_tail) {
     *item->tail() = nullptr;
@@ -243,7 +238,7 @@ static List& SublistOf(ListItem& item) {
   return *sublist;
 }
 
-[[gnu::always_inline]] inline static ListItem& CountKey(List& list, ListInfo* info, PaddedText key,
+[[gnu::always_inline]] inline static ListItem& CountKey(List& list, ListInfo* info, std::string_view key,
                                                         uint32_t hash, const ListItem* parent,
                                                         bool ignore_case) {
   ListItem* item = Find(list, key, hash, ignore_case);
@@ -256,7 +251,8 @@ static List& SublistOf(ListItem& item) {
   return *item;
 }
 
-static void CountSubkey(ListItem& item, ListInfo* info, PaddedText subkey, uint32_t hash, bool ignore_case) {
+static void CountSubkey(ListItem& item, ListInfo* info, std::string_view subkey, uint32_t hash,
+                        bool ignore_case) {
   if (item.has_tail) {
     CountKey(SublistOf(item), info, subkey, hash, &item, ignore_case);
   }
@@ -264,26 +260,19 @@ static void CountSubkey(ListItem& item, ListInfo* info, PaddedText subkey, uint3
 
 // ---- Keys that wait ----
 
-// A key that waits while the memory that counting it takes is on its way.
-struct Waiting {
-  List* list;
-  ListInfo* info;
-  uint32_t hash;
-  uint32_t subkey_hash;
-  bool ignore_case;
-  bool has_subkey;
-  PaddedKey key;
-  PaddedKey subkey;
-};
-
-// Of the group that is being filled, slots are asked for; of the one before it they
-// come in, and of the oldest one the records.
+// Of the group before the one that is being filled, slots come in, and of the oldest one the records.
 static constexpr size_t kGroups = 3;
-static Waiting mGroups[kGroups][kGroupSize];
-static size_t mLengths[kGroups];      // of all groups but the one that is being filled
-static size_t mFilling = 0;           // which that is
-static Waiting* mpNext = mGroups[0];  // its next key
-static Waiting* mpEnd = mGroups[0] + kGroupSize;
+static WaitingKey mGroups[kGroups][kGroupSize];
+static size_t mLengths[kGroups];         // of all groups but the one that is being filled
+static size_t mFilling = 0;              // which that is
+static WaitingKey* mpNext = mGroups[0];  // its next key
+static WaitingKey* mpEnd = mGroups[0] + kGroupSize;
+
+// Keys whose texts go before they are counted. A restart follows each count_queued.
+static constexpr size_t kCopiesSize = 16384;
+static char mCopies[kCopiesSize + kScanOverread];
+static size_t mCopied = 0;
+static_assert(2 * kLongestItem <= kCopiesSize);
 
 static void Refill(size_t group) {
   mFilling = group;
@@ -291,16 +280,8 @@ static void Refill(size_t group) {
   mpEnd = mpNext + kGroupSize;
 }
 
-static void CountWaiting(const Waiting& waiting) {
-  ListItem& item =
-      CountKey(*waiting.list, waiting.info, waiting.key.padded(), waiting.hash, nullptr, waiting.ignore_case);
-  if (waiting.has_subkey) {
-    CountSubkey(item, waiting.info, waiting.subkey.padded(), waiting.subkey_hash, waiting.ignore_case);
-  }
-}
-
 // The record that a key of this hash will very likely be; null: a new one, or unknown.
-static const ListItem* Foresee(const List& list, uint32_t hash) {
+static ListItem* Foresee(const List& list, uint32_t hash) {
   if (list.slots == nullptr) {
     return nullptr;
   }
@@ -311,76 +292,113 @@ static const ListItem* Foresee(const List& list, uint32_t hash) {
   return list.slots[i].item;
 }
 
-// Always inline: a function that does nothing but send for memory is taken for one
-// that does nothing, and calls of it are left out.
-[[gnu::always_inline]] inline static void FetchItems(const Waiting* waiting, size_t length) {
-  for (const Waiting* const end = waiting + length; waiting != end; ++waiting) {
-    const ListItem* const item = Foresee(*waiting->list, waiting->hash);
-    if (item != nullptr) {
-      __builtin_prefetch(&item->count);
-      __builtin_prefetch(reinterpret_cast<const char*>(&item->count) + kCacheLine);
+static void FetchSlots(const WaitingKey* keys, size_t count) {
+  for (const WaitingKey* const end = keys + count; keys != end; ++keys) {
+    __builtin_prefetch(HomeSlot(*keys->list, keys->hash));
+  }
+}
+
+static void FetchItems(WaitingKey* keys, size_t count) {
+  for (WaitingKey* const end = keys + count; keys != end; ++keys) {
+    keys->item = keys->is_subkey ? nullptr : Foresee(*keys->list, keys->hash);
+    if (keys->item != nullptr) {
+      __builtin_prefetch(&keys->item->count);
+      __builtin_prefetch(reinterpret_cast<const char*>(&keys->item->count) + kCacheLine);
     }
+  }
+}
+
+// A key whose record is not the one that was foreseen, or that is a sub-key of the record before.
+[[gnu::noinline]] static ListItem* CountOther(const WaitingKey& key, ListItem* before) {
+  if (key.is_subkey) {
+    CountSubkey(*before, key.info, key.key(), key.hash, key.ignore_case);
+    return before;
+  }
+  return &CountKey(*key.list, key.info, key.key(), key.hash, nullptr, key.ignore_case);
+}
+
+static void CountGroup(WaitingKey* keys, size_t count) {
+  mKeyForm.drop_others(keys, count);
+  ListItem* item = nullptr;
+  for (const WaitingKey* const end = keys + count; keys != end; ++keys) {
+    if (keys->item == nullptr) {
+      item = CountOther(*keys, item);
+      continue;
+    }
+    item = keys->item;
+    ++item->count;
+    ++keys->info->kinds[item->kind];
   }
 }
 
 // Counts the oldest group, which is the next to be filled.
 [[gnu::noinline]] static void TurnOver() {
-  mLengths[mFilling] = static_cast<size_t>(mpNext - mGroups[mFilling]);
   const size_t before = (mFilling + kGroups - 1) % kGroups;
   const size_t oldest = (mFilling + 1) % kGroups;
+  WaitingKey* const filled = mGroups[mFilling];
+  mLengths[mFilling] = static_cast<size_t>(mpNext - filled);
+  mKeyForm.hash_all(filled, mLengths[mFilling], mSeed);
+  FetchSlots(filled, mLengths[mFilling]);
   FetchItems(mGroups[before], mLengths[before]);
-  const Waiting* const end = mGroups[oldest] + mLengths[oldest];
-  for (const Waiting* waiting = mGroups[oldest]; waiting != end; ++waiting) {
-    CountWaiting(*waiting);
-  }
+  CountGroup(mGroups[oldest], mLengths[oldest]);
   Refill(oldest);
 }
 
-// A key that cannot wait.
-[[gnu::noinline]] static void CountAtOnce(List& list, ListInfo* info, std::string_view key,
-                                          std::string_view subkey, bool ignore_case) {
-  add_item(list, info, key, subkey, nullptr, ignore_case);
+void ForgetForeseen() {
+  for (WaitingKey(&group)[kGroupSize] : mGroups) {
+    for (WaitingKey& key : group) {
+      key.item = nullptr;
+    }
+  }
 }
 
-void queue_item(List& list, ListInfo* info, std::string_view key, bool ignore_case) {
-  if (key.size() - 1 >= mLongestThatWaits) {  // or empty
-    CountAtOnce(list, info, key, {}, ignore_case);
-    return;
-  }
-  Waiting& waiting = *mpNext++;
-  waiting.list = &list;
-  waiting.info = info;
-  waiting.ignore_case = ignore_case;
-  waiting.has_subkey = false;
-  waiting.hash = TakeKey(waiting.key, key, ignore_case, mSeed);
-  FetchSlot(list, waiting.hash);
+static void Wait(List& list, ListInfo* info, std::string_view key, bool ignore_case, bool is_subkey) {
+  const size_t length = std::min(key.size(), mCountingLimits.item);
+  *mpNext++ = {key.data(), &list, info, nullptr, 0, static_cast<uint16_t>(length), ignore_case, is_subkey};
   if (mpNext == mpEnd) {
     TurnOver();
   }
 }
 
-void queue_item(List& list, ListInfo* info, std::string_view key, std::string_view subkey, bool ignore_case) {
-  if (subkey.empty()) {
-    queue_item(list, info, key, ignore_case);
-  } else if (key.size() - 1 >= mLongestThatWaits || subkey.size() > mLongestThatWaits) {
-    CountAtOnce(list, info, key, subkey, ignore_case);
-  } else {
-    Waiting& waiting = *mpNext;
-    waiting.subkey_hash = TakeKey(waiting.subkey, subkey, ignore_case, mSeed);
-    queue_item(list, info, key, ignore_case);
-    waiting.has_subkey = true;
+void queue_item(List& list, ListInfo* info, std::string_view key, bool ignore_case) {
+  if (!key.empty()) {
+    Wait(list, info, key, ignore_case, false);
   }
+}
+
+void queue_item(List& list, ListInfo* info, std::string_view key, std::string_view subkey, bool ignore_case) {
+  if (key.empty() || subkey.empty()) {
+    queue_item(list, info, key, ignore_case);
+    return;
+  }
+  if (mpNext + 1 == mpEnd) {
+    TurnOver();  // both wait in one group
+  }
+  Wait(list, info, key, ignore_case, false);
+  Wait(list, info, subkey, ignore_case, true);
+}
+
+void queue_copy(List& list, ListInfo* info, std::string_view key, bool ignore_case) {
+  key = key.substr(0, mCountingLimits.item);
+  if (mCopied + key.size() > kCopiesSize) {
+    count_queued();
+  }
+  char* const copy = mCopies + mCopied;
+  mCopied += key.copy(copy, key.size());
+  queue_item(list, info, {copy, key.size()}, ignore_case);
 }
 
 void count_queued() {
   for (size_t i = 0; i < kGroups; ++i) {
     TurnOver();
   }
+  mCopied = 0;
 }
 
 void forget_queued() {
   std::fill_n(mLengths, kGroups, 0);
   Refill(0);
+  mCopied = 0;
 }
 
 size_t list_length(const List& list) {
@@ -397,9 +415,10 @@ int64_t TotalList(const List& list) {
   return total;
 }
 
-static uint32_t TakeCut(LongPaddedKey& room, std::string_view key, bool ignore_case) {
-  const size_t length = key.copy(room.bytes, mCountingLimits.item);
-  return TakeKey(room, {room.bytes, length}, ignore_case, mSeed);
+// Of a key whose buffer may end with it.
+static uint32_t HashOf(std::string_view key, bool ignore_case) {
+  char room[kLongestItem + kScanOverread];
+  return mKeyForm.hash({room, key.copy(room, key.size())}, ignore_case, mSeed);
 }
 
 void add_item(List& list, ListInfo* info, std::string_view key, std::string_view subkey, ListItem* parent,
@@ -408,12 +427,11 @@ void add_item(List& list, ListInfo* info, std::string_view key, std::string_view
   if (key.empty()) {
     return;
   }
-  LongPaddedKey room;
-  uint32_t hash = TakeCut(room, key, ignore_case);
-  ListItem& item = CountKey(list, info, room.padded(), hash, parent, ignore_case);
+  key = key.substr(0, mCountingLimits.item);
+  ListItem& item = CountKey(list, info, key, HashOf(key, ignore_case), parent, ignore_case);
   if (!subkey.empty()) {
-    hash = TakeCut(room, subkey, ignore_case);
-    CountSubkey(item, info, room.padded(), hash, ignore_case);
+    subkey = subkey.substr(0, mCountingLimits.item);
+    CountSubkey(item, info, subkey, HashOf(subkey, ignore_case), ignore_case);
   }
 }
 

@@ -119,14 +119,17 @@ void add_item(List& list, ListInfo* info, std::string_view key, std::string_view
 
 // Counts as add_item does in a top-level list, but keys may wait in a short
 // queue: most of what a key costs is waiting for memory, and they wait together.
-// Keys above 255 characters do not wait, nor do those before them.
 // All are counted in the order of the calls, those of add_item included. The
 // functions below count what waits first, but for forget_queued; whoever reads a
 // record, a descriptor or the memory statistics by other ways calls count_queued
-// before. Key and sub-key are copied; their buffers must go on for kScanOverread
-// bytes of superlog/byte_scan.h beyond them.
+// before. Key and sub-key wait where they are: they must stay there, unchanged, until
+// count_queued is called, and their buffers go on for kScanOverread bytes of
+// superlog/byte_scan.h beyond them, which may change.
 void queue_item(List& list, ListInfo* info, std::string_view key, bool ignore_case);
 void queue_item(List& list, ListInfo* info, std::string_view key, std::string_view subkey, bool ignore_case);
+
+// The same for a key whose buffer is needed for something else.
+void queue_copy(List& list, ListInfo* info, std::string_view key, bool ignore_case);
 
 // Counts all that wait.
 void count_queued();

@@ -56,6 +56,9 @@ auto TryWithReclaims(const ListItem* spared, const Try& try_again) -> decltype(t
   return {};
 }
 
+// Forgets which records the keys that wait have been found to be: some are about to go.
+void ForgetForeseen();
+
 // Sends for the memory that finding a key of this hash will read first.
 void FetchSlot(const List& list, uint32_t hash);
 

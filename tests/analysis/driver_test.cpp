@@ -951,7 +951,8 @@ TEST_F(ResetAnalysisTest, AnotherRunIsLikeTheFirst) {
 TEST_F(ResetAnalysisTest, DropsWhatWaitsToBeCounted) {
   AddLog("a.log", {{}});
   ASSERT_TRUE(BeginAnalysis(settings_, kClassicCounting, analysis_));
-  queue_item(analysis_.urls.list, analysis_.urls.info, WithRoom("/a"), {}, false);
+  const WithRoom key("/a");
+  queue_item(analysis_.urls.list, analysis_.urls.info, key, {}, false);
   ResetAnalysis();
   EXPECT_EQ(list_length(analysis_.urls.list), 0U);
   EXPECT_EQ(gSM_TotalBytesAllocated, 0);

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <deque>
 #include <string>
 #include <vector>
 
@@ -126,7 +127,7 @@ class PairedTable {
   }
 
   void Queue(const std::string& key, const std::string& subkey) {
-    queue_item(list, info, WithRoom(key), WithRoom(subkey), ignore_case_);
+    queue_item(list, info, texts_.emplace_back(key), texts_.emplace_back(subkey), ignore_case_);
     plain::add_item(plain_list, plain_info, key, subkey, nullptr, ignore_case_);
   }
 
@@ -154,6 +155,7 @@ class PairedTable {
 
  private:
   bool ignore_case_;
+  std::deque<WithRoom> texts_;  // of keys that may wait
 };
 
 inline void SetLimits(const Limits& limits) {

@@ -552,7 +552,8 @@ TEST_F(SmartMemoryTest, RecordRefusedAfterAllReclaimsEndsTheProcessWithStatus1) 
   mpAllocate = RefuseNth;
   StartRefusing(1, 1000);
   EXPECT_EXIT(table.Add(Key(9)), testing::ExitedWithCode(1), "^$");
-  queue_item(table.list, table.info, WithRoom(Key(9)), {}, false);
+  const WithRoom key(Key(9));
+  queue_item(table.list, table.info, key, {}, false);
   EXPECT_EXIT(count_queued(), testing::ExitedWithCode(1), "^$");
   mpAllocate = malloc;
 }
