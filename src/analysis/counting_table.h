@@ -15,19 +15,22 @@
 struct List;
 struct ListInfo;
 
+// Names a record in 32 bits; 0: none.
+using ItemRef = uint32_t;
+
 // What one record counts as in the memory statistics, whatever it really takes.
 inline constexpr size_t kListItemSize = 256;
 
-// What finding a record reads stands beside the name.
+// A record. A few words and the key, close together: see item_store.h.
 struct ListItem {
-  ListItem* next;
-  int64_t rank;     // lower bound of count under which a reclaim has filed the record
   uint32_t hash;    // of the key; differs from run to run
   uint16_t length;  // at most kLongestItem
   uint8_t kind;     // what the list's classifier made of the key
   bool has_tail;    // a pointer to a sub-list follows the padded name
-  int64_t count;    // where figures are narrow, 32 bits of it count
-  char name[];      // the key, padded with NULs to a multiple of eight characters, at least one
+  ListItem* next;
+  int64_t rank;   // lower bound of count under which a reclaim has filed the record
+  int64_t count;  // where figures are narrow, 32 bits of it count
+  char name[];    // the key, padded with NULs to a multiple of eight characters, at least one
 
   std::string_view key() const { return {name, length}; }
   List* sublist() const { return has_tail ? *tail() : nullptr; }  // null when empty
@@ -48,19 +51,20 @@ inline List** ListItem::tail() const {
   return reinterpret_cast<List**>(const_cast<char*>(name) + PaddedKeySize(length));
 }
 
-struct IndexSlot;
+struct IndexLine;
 
 // One list, top-level or sub-list. Zero-initialised it is the empty list.
 struct List {
   ListItem* first;   // chain of all records, in no order that callers may rely on
-  IndexSlot* slots;  // open-addressing index by key; null while the list is short
+  IndexLine* lines;  // open-addressing index by key; null while the list is short
   uint32_t length;
-  uint8_t spare_bits;  // the index has a slot for each value of a hash without these, its lowest
+  uint8_t spare_bits;  // the index has a line for each value of a hash without these, its lowest
   uint8_t pivots;      // how many of the descriptor's pivots hold
   bool ignore_case;
+  bool has_sublists;  // perhaps
 
-  uint32_t mask() const { return UINT32_MAX >> spare_bits; }  // of the index's places
-  size_t capacity() const { return slots == nullptr ? 0 : static_cast<size_t>(mask()) + 1; }
+  uint32_t mask() const { return UINT32_MAX >> spare_bits; }  // of the index's lines
+  size_t capacity() const;                                    // records that the index has places for
 };
 static_assert(sizeof(List) == 24);  // there may be one for each record
 
@@ -155,7 +159,8 @@ ListItem* KeyOrder(List& list);
 // is refused all are put in order.
 ListItem* SortList(List& list, size_t shown = SIZE_MAX);
 
-// Releases every record, sub-lists included; the memory statistics stay.
+// Releases every record, sub-lists included; the memory statistics stay. Their memory
+// is free again when no list holds a record any more.
 void destroy(List& list);
 
 // Takes all lists made so far out of gListInfo, so that no reclaim takes from

@@ -22,6 +22,7 @@ inline void WrapCount(ListItem& item) {
 // put allocators in that refuse.
 extern void* (*mpAllocate)(size_t size);
 extern void* (*mpAllocateZeroed)(size_t count, size_t size);
+extern void* (*mpTakeRoom)(size_t size);  // for records, from item_store.h
 
 // Figures, settings and allocators as at the start of the process.
 void ResetSmartMemory();

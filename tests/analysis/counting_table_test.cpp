@@ -12,6 +12,7 @@ class CountingTableTest : public testing::Test {
   void TearDown() override {
     mpAllocate = malloc;
     mpAllocateZeroed = calloc;
+    mpTakeRoom = TakeRoom;
     destroy(list_);
     destroyListInfo();
   }
@@ -494,12 +495,12 @@ TEST_F(CountingTableTest, RefusedIndexLeavesTheListWalked) {
   for (int i = 0; i < 120; ++i) {
     Add(Numbered("key", i % 60));
   }
-  EXPECT_EQ(list_.slots, nullptr);
+  EXPECT_EQ(list_.lines, nullptr);
   EXPECT_EQ(list_length(list_), 60U);
   EXPECT_EQ(TotalList(list_), 120);
   mpAllocateZeroed = calloc;
   Add("key60");
-  EXPECT_NE(list_.slots, nullptr) << "the next record makes up for it";
+  EXPECT_NE(list_.lines, nullptr) << "the next record makes up for it";
   Add("key0");
   EXPECT_EQ(Record("key0")->count, 3);
   EXPECT_EQ(Record("key60")->count, 1);
@@ -655,7 +656,7 @@ TEST_F(CountingTableTest, RefusedSublistReclaimsAroundItsParent) {
 }
 
 TEST_F(CountingTableTest, RefusedRecordEndsTheProcessWithStatus1) {
-  mpAllocate = RefuseBlock;
+  mpTakeRoom = RefuseBlock;
   EXPECT_EXIT(Add("a"), testing::ExitedWithCode(1), "^$");
 }
 

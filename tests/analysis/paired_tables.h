@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "analysis/counting_table.h"
+#include "analysis/item_store.h"
 #include "analysis/plain_tables.h"
 #include "analysis/smart_memory.h"
 #include "analysis/smart_memory_internal.h"
@@ -57,6 +58,7 @@ inline void ResetMemory() {
   gSM_TotalBytesAllocated = gSM_CurrentBytesAllocated = gSM_MaximumBytesAllocated = gSM_TotalBytesFreed = 0;
   mpAllocate = malloc;
   mpAllocateZeroed = calloc;
+  mpTakeRoom = TakeRoom;
   SetCountingLimits(kClassicLimits);
   plain::memory = {};
 }
