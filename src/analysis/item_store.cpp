@@ -1,5 +1,7 @@
 #include "analysis/item_store.h"
 
+#include <sys/mman.h>
+
 #include <algorithm>
 #include <cstdlib>
 
@@ -153,6 +155,16 @@ static bool IsWorthJoining() {
 
 // ---- Chunks ----
 
+void AskForLargePages(void* memory, size_t size) {
+  constexpr size_t kLargePage = size_t{2} << 20;
+  const auto address = reinterpret_cast<uintptr_t>(memory);
+  const size_t before = -address % kLargePage;
+  if (size >= before + kLargePage) {
+    const size_t whole = (size - before) / kLargePage * kLargePage;
+    madvise(static_cast<char*>(memory) + before, whole, MADV_HUGEPAGE);
+  }
+}
+
 static bool MakeRoomForChunks(size_t more) {
   const size_t needed = mChunksHeld + more;
   if (needed <= mChunksCapacity) {
@@ -175,6 +187,7 @@ static bool AddSlab(size_t chunks) {
   if (memory == nullptr) {
     return false;
   }
+  AskForLargePages(memory, (chunks + 1) * kChunkSize);
   mSlabs[mSlabCount++] = memory;
   mpUntouched = memory + kChunkSize - reinterpret_cast<uintptr_t>(memory) % kChunkSize;
   mUntouched = chunks;

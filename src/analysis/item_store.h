@@ -35,6 +35,10 @@ void LeaveRoom(ListItem* item);
 // released, and until then their room is not used.
 void LeaveRooms(size_t records);
 
+// Has what is large of fresh memory made of large pages, where the system does that: of small ones, one more
+// would have to be looked up for nearly every record. Nothing else depends on it.
+void AskForLargePages(void* memory, size_t size);
+
 // What the chunks hold, for tests, in bytes: all of them, and what is free.
 struct StoreFigures {
   size_t chunks;
