@@ -402,25 +402,17 @@ static void FetchItems(WaitingKey* keys, size_t count) {
 }
 
 // A key whose record is not the one that was foreseen, or that is a sub-key of the record before.
-[[gnu::noinline]] static ListItem* CountOther(const WaitingKey& key, ListItem* before) {
+[[gnu::noinline]] static void CountOther(WaitingKey& key) {
   if (key.is_subkey) {
-    CountSubkey(*before, key.info, key.key(), key.hash, key.ignore_case);
-    return before;
+    CountSubkey(*(&key)[-1].item, key.info, key.key(), key.hash, key.ignore_case);
+  } else {
+    key.item = &CountKey(*key.list, key.info, key.key(), key.hash, nullptr, key.ignore_case);
   }
-  return &CountKey(*key.list, key.info, key.key(), key.hash, nullptr, key.ignore_case);
 }
 
 static void CountGroup(WaitingKey* keys, size_t count) {
-  mKeyForm.drop_others(keys, count);
-  ListItem* item = nullptr;
-  for (const WaitingKey* const end = keys + count; keys != end; ++keys) {
-    if (keys->item == nullptr) {
-      item = CountOther(*keys, item);
-      continue;
-    }
-    item = keys->item;
-    ++item->count;
-    ++keys->info->kinds[item->kind];
+  for (size_t i = 0; (i += mKeyForm.count_known(keys + i, count - i)) < count; ++i) {
+    CountOther(keys[i]);
   }
 }
 

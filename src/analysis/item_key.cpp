@@ -91,16 +91,25 @@ static void HashAllPlainly(WaitingKey* keys, size_t count, const KeySeed& seed) 
   }
 }
 
-static void DropOthersPlainly(WaitingKey* keys, size_t count) {
-  for (WaitingKey* const end = keys + count; keys != end; ++keys) {
-    if (keys->item != nullptr &&
-        (keys->item->length != keys->length || !EqualPlainly(keys->item->name, keys->text, keys->length))) {
-      keys->item = nullptr;
-    }
-  }
+static void Count(const WaitingKey& key) {
+  ++key.item->count;
+  ++key.info->kinds[key.item->kind];
 }
 
-const KeyForm kPlainForm = {HashPlainly, HashAllPlainly, DropOthersPlainly};
+static size_t CountKnownPlainly(const WaitingKey* keys, size_t count) {
+  size_t known = 0;
+  for (; known < count; ++known) {
+    const WaitingKey& key = keys[known];
+    if (key.item == nullptr || key.item->length != key.length ||
+        !EqualPlainly(key.item->name, key.text, key.length)) {
+      break;
+    }
+    Count(key);
+  }
+  return known;
+}
+
+const KeyForm kPlainForm = {HashPlainly, HashAllPlainly, CountKnownPlainly};
 
 // ---- Thirty-two bytes at a time ----
 
@@ -116,36 +125,38 @@ WIDE __m256i LoadWide(const char* from) {
 static constexpr signed char kToGreatest = SCHAR_MAX - 'Z';
 static constexpr signed char kBelowUpper = SCHAR_MAX - ('Z' - 'A' + 1);
 
-WIDE __m256i FoldWide(__m256i bytes) {
+WIDE __m256i FoldWide(__m256i bytes, __m256i case_bits) {
   const __m256i shifted = _mm256_add_epi8(bytes, _mm256_set1_epi8(kToGreatest));
   const __m256i upper = _mm256_cmpgt_epi8(shifted, _mm256_set1_epi8(kBelowUpper));
-  return _mm256_or_si256(bytes, _mm256_and_si256(upper, _mm256_set1_epi8(kCaseBit)));
+  return _mm256_or_si256(bytes, _mm256_and_si256(upper, case_bits));
 }
 
-WIDE __m256i HashHalf(const char* from, const char* mask, bool fold, const char* seed) {
+WIDE __m256i HashHalf(const char* from, const char* mask, __m256i case_bits, const char* seed) {
   const __m256i bytes = _mm256_and_si256(LoadWide(from), LoadWide(mask));
-  const __m256i words = _mm256_add_epi32(fold ? FoldWide(bytes) : bytes, LoadWide(seed));
+  const __m256i words = _mm256_add_epi32(FoldWide(bytes, case_bits), LoadWide(seed));
   return _mm256_mul_epu32(words, _mm256_srli_epi64(words, 32));
 }
 
 static constexpr size_t kHalf = kKeyChunk / 2;
 
-WIDE uint64_t HashChunkWide(const char* from, const char* mask, bool fold, const KeySeed& seed) {
-  const __m256i low = HashHalf(from, mask, fold, seed.chunk);
-  const __m256i high = HashHalf(from + kHalf, mask + kHalf, fold, seed.chunk + kHalf);
+WIDE uint64_t HashChunkWide(const char* from, const char* mask, __m256i case_bits, const KeySeed& seed) {
+  const __m256i low = HashHalf(from, mask, case_bits, seed.chunk);
+  const __m256i high = HashHalf(from + kHalf, mask + kHalf, case_bits, seed.chunk + kHalf);
   const __m256i four = _mm256_add_epi64(low, high);
   const __m128i two = _mm_add_epi64(_mm256_castsi256_si128(four), _mm256_extracti128_si256(four, 1));
   return static_cast<uint64_t>(_mm_cvtsi128_si64(two)) + static_cast<uint64_t>(_mm_extract_epi64(two, 1));
 }
 
 WIDE uint32_t HashChunksWide(std::string_view key, bool fold, const KeySeed& seed) {
+  // Which keys are folded is no turn that can be foreseen.
+  const __m256i case_bits = _mm256_set1_epi8(fold ? kCaseBit : 0);
   uint64_t state = FirstState(key, seed);
   const char* from = key.data();
   size_t left = key.size();
   for (; left > kKeyChunk; left -= kKeyChunk, from += kKeyChunk) {
-    state = NextState(state, HashChunkWide(from, kMasks.Leaving(kKeyChunk), fold, seed), seed);
+    state = NextState(state, HashChunkWide(from, kMasks.Leaving(kKeyChunk), case_bits, seed), seed);
   }
-  return LastState(NextState(state, HashChunkWide(from, kMasks.Leaving(left), fold, seed), seed), seed);
+  return LastState(NextState(state, HashChunkWide(from, kMasks.Leaving(left), case_bits, seed), seed), seed);
 }
 
 WIDE __m256i DifferWide(const char* a, const char* b, const char* mask) {
@@ -175,18 +186,22 @@ WIDE bool EqualWide(const char* a, const char* b, size_t length) {
   }
 }
 
-[[gnu::target("avx2")]] static void DropOthersWide(WaitingKey* keys, size_t count) {
-  for (WaitingKey* const end = keys + count; keys != end; ++keys) {
-    if (keys->item != nullptr &&
-        (keys->item->length != keys->length || !EqualWide(keys->item->name, keys->text, keys->length))) {
-      keys->item = nullptr;
+[[gnu::target("avx2")]] static size_t CountKnownWide(const WaitingKey* keys, size_t count) {
+  size_t known = 0;
+  for (; known < count; ++known) {
+    const WaitingKey& key = keys[known];
+    if (key.item == nullptr || key.item->length != key.length ||
+        !EqualWide(key.item->name, key.text, key.length)) {
+      break;
     }
+    Count(key);
   }
+  return known;
 }
 
 #undef WIDE
 
-static const KeyForm kWideForm = {HashWide, HashAllWide, DropOthersWide};
+static const KeyForm kWideForm = {HashWide, HashAllWide, CountKnownWide};
 
 static const KeyForm& ChooseForm() noexcept {
   return __builtin_cpu_supports("avx2") ? kWideForm : kPlainForm;

@@ -78,50 +78,59 @@ TEST(KeyBefore, IsStrcmpAndStrcasecmpOrder) {
   }
 }
 
-// Whether a form leaves the key its record.
-static bool Keeps(const KeyForm& form, ListItem& item, const std::string& key) {
+// Whether a form counts the key in this record.
+static bool Counts(const KeyForm& form, ListItem& item, const std::string& key) {
   const WithRoom room(key);
   const std::string_view text = room;
-  WaitingKey waiting = {text.data(), nullptr, nullptr, &item, 0, static_cast<uint16_t>(text.size()),
-                        false,       false};
-  form.drop_others(&waiting, 1);
-  EXPECT_TRUE(waiting.item == nullptr || waiting.item == &item);
-  return waiting.item != nullptr;
+  ListInfo info = {};
+  const WaitingKey waiting = {text.data(), nullptr, &info, &item, 0, static_cast<uint16_t>(text.size()),
+                              false,       false};
+  item.count = 0;
+  const size_t known = form.count_known(&waiting, 1);
+  EXPECT_EQ(static_cast<size_t>(item.count), known);
+  EXPECT_EQ(static_cast<size_t>(info.kinds[item.kind]), known);
+  return known == 1;
 }
 
-TEST(DropOthers, EveryByteOfEveryLengthCounts) {
+TEST(CountKnown, EveryByteOfEveryLengthCounts) {
   for (const KeyForm& form : {mKeyForm, kPlainForm}) {
     for (size_t length = 1; length <= 300; ++length) {
       const std::string key(length, 'x');
       const auto item = MakeItem(key);
-      ASSERT_TRUE(Keeps(form, *item, key));
-      ASSERT_FALSE(Keeps(form, *item, key + "x"));
-      ASSERT_FALSE(Keeps(form, *item, key + "?"));
-      ASSERT_FALSE(Keeps(form, *item, key.substr(1)));
+      ASSERT_TRUE(Counts(form, *item, key));
+      ASSERT_FALSE(Counts(form, *item, key + "x"));
+      ASSERT_FALSE(Counts(form, *item, key + "?"));
+      ASSERT_FALSE(Counts(form, *item, key.substr(1)));
       for (size_t i = 0; i < length; ++i) {
         std::string other = key;
         other[i] = 'y';
-        ASSERT_FALSE(Keeps(form, *item, other)) << i << " of " << length;
+        ASSERT_FALSE(Counts(form, *item, other)) << i << " of " << length;
       }
     }
   }
 }
 
-TEST(DropOthers, TakesEachKeyOfManyByItself) {
+TEST(CountKnown, StopsAtTheFirstOther) {
   const auto a = MakeItem("/a");
   const auto b = MakeItem("/b");
+  b->kind = 3;
   const WithRoom text("/a/b");
   const char* const at = std::string_view(text).data();
   for (const KeyForm& form : {mKeyForm, kPlainForm}) {
-    WaitingKey keys[] = {{at, nullptr, nullptr, a.get(), 1, 2, false, false},
-                         {at, nullptr, nullptr, b.get(), 2, 2, false, false},
-                         {at, nullptr, nullptr, nullptr, 3, 2, false, false},
-                         {at + 2, nullptr, nullptr, b.get(), 4, 2, false, false}};
-    form.drop_others(keys, 4);
-    EXPECT_EQ(keys[0].item, a.get());
-    EXPECT_EQ(keys[1].item, nullptr);
-    EXPECT_EQ(keys[2].item, nullptr);
-    EXPECT_EQ(keys[3].item, b.get());
+    a->count = b->count = 0;
+    ListInfo info = {};
+    const WaitingKey keys[] = {{at, nullptr, &info, a.get(), 1, 2, false, false},
+                               {at + 2, nullptr, &info, b.get(), 2, 2, false, false},
+                               {at, nullptr, &info, b.get(), 3, 2, false, false},
+                               {at, nullptr, &info, a.get(), 4, 2, false, false},
+                               {at, nullptr, &info, nullptr, 5, 2, false, false}};
+    EXPECT_EQ(form.count_known(keys, 5), 2U);
+    EXPECT_EQ(form.count_known(keys + 3, 2), 1U) << "one without a record";
+    EXPECT_EQ(form.count_known(keys, 0), 0U);
+    EXPECT_EQ(a->count, 2);
+    EXPECT_EQ(b->count, 1);
+    EXPECT_EQ(info.kinds[0], 2);
+    EXPECT_EQ(info.kinds[3], 1);
   }
 }
 
@@ -133,8 +142,8 @@ TEST(SameKey, IsEqualityWithAndWithoutCase) {
     const auto item = MakeItem(a);
     ASSERT_EQ(SameKey(*item, b, false), a == b) << a << " " << b;
     ASSERT_EQ(SameKey(*item, b, true), strcasecmp(a.c_str(), b.c_str()) == 0) << a << " " << b;
-    ASSERT_EQ(Keeps(mKeyForm, *item, b), a == b) << a << " " << b;
-    ASSERT_EQ(Keeps(kPlainForm, *item, b), a == b) << a << " " << b;
+    ASSERT_EQ(Counts(mKeyForm, *item, b), a == b) << a << " " << b;
+    ASSERT_EQ(Counts(kPlainForm, *item, b), a == b) << a << " " << b;
   }
 }
 

@@ -553,12 +553,12 @@ TEST_F(SmartMemoryTest, RecordRefusedAtEachPlaceGivesThePlainResult) {
 
 TEST_F(SmartMemoryTest, RecordRefusedAfterAllReclaimsEndsTheProcessWithStatus1) {
   InitMemory(MemorySettings(2, 1, BudgetOfRecords(8)));
+  const WithRoom key(Key(9));  // waits to the end
   PairedTable table(false);
   AddMany(table, 1, 8);
   mpTakeRoom = RefuseNthRecord;
   StartRefusing(1, 1000);
   EXPECT_EXIT(table.Add(Key(9)), testing::ExitedWithCode(1), "^$");
-  const WithRoom key(Key(9));
   queue_item(table.list, table.info, key, {}, false);
   EXPECT_EXIT(count_queued(), testing::ExitedWithCode(1), "^$");
   mpTakeRoom = TakeRoom;
