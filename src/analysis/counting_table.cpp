@@ -8,6 +8,7 @@
 #include "analysis/smart_memory.h"
 #include "analysis/smart_memory_internal.h"
 #include "base/memory_end.h"
+#include "base/sip_hash.h"
 #include "base/text.h"
 #include "superlog/byte_scan.h"
 
@@ -34,7 +35,8 @@ static constexpr size_t kWalkedMax = 64;    // and one up to this length where m
 static constexpr size_t kSmallestIndex = 32;
 static constexpr size_t kLastCapacity = size_t{1} << 31;
 static constexpr size_t kCacheLine = 64;
-static constexpr size_t kGroupSize = 32;  // keys that are counted together
+static constexpr uint32_t kMostLines = 64;  // that an entry finds full; by chance hardly ever 40 of them
+static constexpr size_t kGroupSize = 32;    // keys that are counted together
 
 static KeySeed ChooseSeed() noexcept {
   KeySeed seed = RandomSeed(
@@ -44,6 +46,7 @@ static KeySeed ChooseSeed() noexcept {
 }
 
 static const KeySeed mSeed = ChooseSeed();
+static const SipKey mSipKey = RandomSeed(SipKey{"as above"});
 
 Limits mCountingLimits = kClassicLimits;
 
@@ -77,15 +80,18 @@ static uint32_t HomeOf(const List& list, uint32_t hash) {
   return hash >> list.spare_bits;
 }
 
-static void Enter(List& list, uint32_t hash, ItemRef item) {
+// Returns how many lines were full.
+static uint32_t Enter(List& list, uint32_t hash, ItemRef item) {
+  uint32_t full = 0;
   uint32_t i = HomeOf(list, hash);
-  while (list.lines[i].full()) {
+  for (; list.lines[i].full(); ++full) {
     i = (i + 1) & list.mask();
   }
   IndexLine& line = list.lines[i];
   const int place = std::countr_zero(PlacesOf(line.items, 0));
   line.hashes[place] = hash;
   line.items[place] = item;
+  return full;
 }
 
 [[gnu::noinline]] static ListItem* WalkFor(const List& list, std::string_view key, uint32_t hash,
@@ -141,6 +147,25 @@ static void EnterAll(List& list) {
   for (const ListItem* item = list.first; item != nullptr; item = item->next) {
     Enter(list, item->hash, RefOf(*item));
   }
+}
+
+// Slower than the other one, and nobody can foretell it who sees no hash.
+[[gnu::noinline]] static uint32_t SafeHash(std::string_view key, bool ignore_case) {
+  SipHash hash = BeginSipHash(mSipKey);
+  for (const char c : key) {
+    AddByte(hash, static_cast<uint8_t>(ignore_case ? ToLowerAscii(c) : c));
+  }
+  return static_cast<uint32_t>(EndSipHash(hash));
+}
+
+// Hashes all keys of the list, from now on, in the safe way.
+[[gnu::noinline]] static void RehashSafely(List& list) {
+  list.attacked = true;
+  std::fill_n(list.lines, list.capacity() / kPlaces, IndexLine{});
+  for (ListItem* item = list.first; item != nullptr; item = item->next) {
+    item->hash = SafeHash(item->key(), list.ignore_case);
+  }
+  EnterAll(list);
 }
 
 // Memory for an index, of zeros. What is before its first whole line of the cache ends with its own length.
@@ -321,8 +346,8 @@ void init_list(List& list, ListInfo*& info, const char* name, SubLists sublists)
   }
   list.first = item;
   ++list.length;
-  if (list.lines != nullptr) {
-    Enter(list, hash, ref);
+  if (list.lines != nullptr && Enter(list, hash, ref) > kMostLines && !list.attacked) {
+    RehashSafely(list);
   }
   return *item;
 }
@@ -346,6 +371,9 @@ static List& SublistOf(ListItem& item) {
 [[gnu::always_inline]] inline static ListItem& CountKey(List& list, ListInfo* info, std::string_view key,
                                                         uint32_t hash, const ListItem* parent,
                                                         bool ignore_case) {
+  if (list.attacked) {
+    hash = SafeHash(key, ignore_case);
+  }
   ListItem* item = Find(list, key, hash, ignore_case);
   if (item == nullptr) {
     list.ignore_case = ignore_case;
@@ -385,8 +413,11 @@ static void Refill(size_t group) {
   mpEnd = mpNext + kGroupSize;
 }
 
-static void FetchSlots(const WaitingKey* keys, size_t count) {
-  for (const WaitingKey* const end = keys + count; keys != end; ++keys) {
+static void FetchSlots(WaitingKey* keys, size_t count) {
+  for (WaitingKey* const end = keys + count; keys != end; ++keys) {
+    if (keys->list->attacked && !keys->is_subkey) {
+      keys->hash = SafeHash(keys->key(), keys->ignore_case);
+    }
     FetchSlot(*keys->list, keys->hash);
   }
 }
@@ -411,7 +442,7 @@ static void FetchItems(WaitingKey* keys, size_t count) {
 }
 
 static void CountGroup(WaitingKey* keys, size_t count) {
-  for (size_t i = 0; (i += mKeyForm.count_known(keys + i, count - i)) < count; ++i) {
+  for (size_t i = 0; (i += mpKeyForm->count_known(keys + i, count - i)) < count; ++i) {
     CountOther(keys[i]);
   }
 }
@@ -422,7 +453,7 @@ static void CountGroup(WaitingKey* keys, size_t count) {
   const size_t oldest = (mFilling + 1) % kGroups;
   WaitingKey* const filled = mGroups[mFilling];
   mLengths[mFilling] = static_cast<size_t>(mpNext - filled);
-  mKeyForm.hash_all(filled, mLengths[mFilling], mSeed);
+  mpKeyForm->hash_all(filled, mLengths[mFilling], mSeed);
   FetchSlots(filled, mLengths[mFilling]);
   FetchItems(mGroups[before], mLengths[before]);
   CountGroup(mGroups[oldest], mLengths[oldest]);
@@ -503,7 +534,7 @@ int64_t TotalList(const List& list) {
 // Of a key whose buffer may end with it.
 static uint32_t HashOf(std::string_view key, bool ignore_case) {
   char room[kLongestItem + kScanOverread];
-  return mKeyForm.hash({room, key.copy(room, key.size())}, ignore_case, mSeed);
+  return mpKeyForm->hash({room, key.copy(room, key.size())}, ignore_case, mSeed);
 }
 
 void add_item(List& list, ListInfo* info, std::string_view key, std::string_view subkey, ListItem* parent,

@@ -61,7 +61,8 @@ struct List {
   uint8_t spare_bits;  // the index has a line for each value of a hash without these, its lowest
   uint8_t pivots;      // how many of the descriptor's pivots hold
   bool ignore_case;
-  bool has_sublists;  // perhaps
+  bool has_sublists : 1;  // perhaps
+  bool attacked : 1;      // keys have collided as by chance they never do, and are hashed another way
 
   uint32_t mask() const { return UINT32_MAX >> spare_bits; }  // of the index's lines
   size_t capacity() const;                                    // records that the index has places for

@@ -215,4 +215,5 @@ static const KeyForm& ChooseForm() noexcept {
 
 #endif
 
-const KeyForm& mKeyForm = ChooseForm();
+const KeyForm& mKeyFormHere = ChooseForm();
+const KeyForm* mpKeyForm = &mKeyFormHere;

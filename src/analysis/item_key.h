@@ -82,7 +82,8 @@ struct KeyForm {
   size_t (*count_known)(const WaitingKey* keys, size_t count);
 };
 extern const KeyForm kPlainForm;
-extern const KeyForm& mKeyForm;  // of this processor
+extern const KeyForm& mKeyFormHere;  // of this processor
+extern const KeyForm* mpKeyForm;     // the one in use: that one, unless a test puts another in
 
 inline bool SameKey(const ListItem& item, std::string_view key, bool fold) {
   return item.length == key.size() && (item.key() == key || (fold && EqualIgnoreCase(item.key(), key)));

@@ -1,5 +1,10 @@
 #include "analysis/counting_table.h"
 
+#include <algorithm>
+#include <deque>
+#include <set>
+
+#include "analysis/item_key.h"
 #include "analysis/paired_tables.h"
 
 class CountingTableTest : public testing::Test {
@@ -472,6 +477,76 @@ TEST_F(PairedDisplayTest, ManyKeysInEveryOrderOfArrival) {
     ASSERT_NO_FATAL_FAILURE(table.ExpectSame());
     table.ExpectSameDisplay(10);
   }
+}
+
+// ---- Keys that collide ----
+
+static constexpr uint32_t kWeakHash = 7;
+
+static size_t CountKnownPlainly(const WaitingKey* keys, size_t count) {
+  return kPlainForm.count_known(keys, count);
+}
+
+static const KeyForm kWeakForm = {[](std::string_view, bool, const KeySeed&) { return kWeakHash; },
+                                  [](WaitingKey* keys, size_t count, const KeySeed&) {
+                                    std::for_each(keys, keys + count,
+                                                  [](WaitingKey& key) { key.hash = kWeakHash; });
+                                  },
+                                  CountKnownPlainly};
+
+class CollidingKeys : public CountingTableTest {
+ protected:
+  void SetUp() override {
+    CountingTableTest::SetUp();
+    mpKeyForm = &kWeakForm;
+  }
+  void TearDown() override {
+    CountingTableTest::TearDown();
+    mpKeyForm = &mKeyFormHere;
+  }
+};
+
+TEST_F(CollidingKeys, AreHashedSafelyOnceSearchesGetLong) {
+  int keys = 0;
+  for (; !list_.attacked; ++keys) {
+    ASSERT_LT(keys, 1000) << "no search goes through more";
+    Add(Numbered("key", keys));
+  }
+  EXPECT_GT(keys, 500);
+  std::set<uint32_t> hashes;
+  for (const ListItem* item = list_.first; item != nullptr; item = item->next) {
+    hashes.insert(item->hash);
+  }
+  EXPECT_EQ(hashes.size(), list_.length);
+}
+
+TEST_F(CollidingKeys, GiveThePlainResult) {
+  destroyListInfo();
+  for (const bool ignore_case : {false, true}) {
+    ResetMemory();
+    InitMemory(MemorySettings(3, 20, BudgetOfRecords(2000)));
+    Random random(21);
+    PairedTable table(ignore_case);
+    for (int step = 0; step < 6000; ++step) {
+      const std::string key = RandomName(random, 1500);
+      const std::string from =
+          random.Below(3) == 0 ? RandomName(random, random.Below(2) == 0 ? 2000 : 2) : "";
+      random.Below(3) == 0 ? table.Add("/a/Page1", from) : table.Queue(key, from);
+    }
+    count_queued();
+    EXPECT_TRUE(table.list.attacked);
+    EXPECT_GT(table.info->reclaimed, 0);
+    ASSERT_NO_FATAL_FAILURE(ExpectSameStatistics());
+    ASSERT_NO_FATAL_FAILURE(table.ExpectSame());
+    ASSERT_NO_FATAL_FAILURE(table.ExpectSameDisplay(40));
+  }
+}
+
+TEST_F(CountingTableTest, KeysThatDoNotCollideAreNotTakenForSuch) {
+  for (int i = 0; i < 200000; ++i) {
+    Add(Numbered("/page", i));
+  }
+  EXPECT_FALSE(list_.attacked);
 }
 
 // ---- Refused memory ----

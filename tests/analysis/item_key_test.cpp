@@ -19,7 +19,7 @@ static const KeySeed kSeed = {"sixty-four characters that are as good as any oth
 // Both forms must say the same.
 static uint32_t Hash(const std::string& key, bool fold, const KeySeed& seed = kSeed) {
   const WithRoom text(key);
-  const uint32_t hash = mKeyForm.hash(text, fold, seed);
+  const uint32_t hash = mKeyFormHere.hash(text, fold, seed);
   EXPECT_EQ(hash, kPlainForm.hash(text, fold, seed)) << key.size();
   return hash;
 }
@@ -93,7 +93,7 @@ static bool Counts(const KeyForm& form, ListItem& item, const std::string& key) 
 }
 
 TEST(CountKnown, EveryByteOfEveryLengthCounts) {
-  for (const KeyForm& form : {mKeyForm, kPlainForm}) {
+  for (const KeyForm& form : {mKeyFormHere, kPlainForm}) {
     for (size_t length = 1; length <= 300; ++length) {
       const std::string key(length, 'x');
       const auto item = MakeItem(key);
@@ -116,7 +116,7 @@ TEST(CountKnown, StopsAtTheFirstOther) {
   b->kind = 3;
   const WithRoom text("/a/b");
   const char* const at = std::string_view(text).data();
-  for (const KeyForm& form : {mKeyForm, kPlainForm}) {
+  for (const KeyForm& form : {mKeyFormHere, kPlainForm}) {
     a->count = b->count = 0;
     ListInfo info = {};
     const WaitingKey keys[] = {{at, nullptr, &info, a.get(), 1, 2, false, false},
@@ -142,7 +142,7 @@ TEST(SameKey, IsEqualityWithAndWithoutCase) {
     const auto item = MakeItem(a);
     ASSERT_EQ(SameKey(*item, b, false), a == b) << a << " " << b;
     ASSERT_EQ(SameKey(*item, b, true), strcasecmp(a.c_str(), b.c_str()) == 0) << a << " " << b;
-    ASSERT_EQ(Counts(mKeyForm, *item, b), a == b) << a << " " << b;
+    ASSERT_EQ(Counts(mKeyFormHere, *item, b), a == b) << a << " " << b;
     ASSERT_EQ(Counts(kPlainForm, *item, b), a == b) << a << " " << b;
   }
 }
@@ -213,7 +213,7 @@ TEST(KeyHash, FormOfThisProcessorGivesWhatThePlainOneDoes) {
                     random.Below(2) == 0, false});
   }
   std::vector<WaitingKey> others = keys;
-  mKeyForm.hash_all(keys.data(), keys.size(), kSeed);
+  mKeyFormHere.hash_all(keys.data(), keys.size(), kSeed);
   kPlainForm.hash_all(others.data(), others.size(), kSeed);
   for (size_t i = 0; i < keys.size(); ++i) {
     ASSERT_EQ(keys[i].hash, others[i].hash) << keys[i].length;

@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "analysis/item_key.h"
 #include "analysis/paired_tables.h"
 
 class SmartMemoryTest : public testing::Test {
@@ -453,6 +454,7 @@ TEST_F(SmartMemoryTest, QueuedKeysGiveThePlainResult) {
   for (int round = 0; round < 30; ++round) {
     SCOPED_TRACE(round);
     ResetMemory();
+    mpKeyForm = round % 3 == 0 ? &kPlainForm : &mKeyFormHere;
     InitMemory(MemorySettings(3, 2, BudgetOfRecords(60)));
     PairedRun run;
     for (int step = 0; step < 1000; ++step) {
@@ -469,6 +471,7 @@ TEST_F(SmartMemoryTest, QueuedKeysGiveThePlainResult) {
     ASSERT_NO_FATAL_FAILURE(run.ExpectSame());
     ASSERT_NO_FATAL_FAILURE(run.ExpectSameDisplay(random));
   }
+  mpKeyForm = &mKeyFormHere;
 }
 
 TEST_F(SmartMemoryTest, LargerBudgetGivesThePlainResult) {
