@@ -86,7 +86,7 @@ static bool EqualPlainly(const char* a, const char* b, size_t length) {
 }
 
 static void HashAllPlainly(WaitingKey* keys, size_t count, const KeySeed& seed) {
-  for (WaitingKey* const end = keys + count; keys != end; ++keys) {
+  for (const WaitingKey* const end = keys + count; keys != end; ++keys) {
     keys->hash = HashPlainly(keys->key(), keys->ignore_case, seed);
   }
 }
@@ -181,7 +181,7 @@ WIDE bool EqualWide(const char* a, const char* b, size_t length) {
 }
 
 [[gnu::target("avx2")]] static void HashAllWide(WaitingKey* keys, size_t count, const KeySeed& seed) {
-  for (WaitingKey* const end = keys + count; keys != end; ++keys) {
+  for (const WaitingKey* const end = keys + count; keys != end; ++keys) {
     keys->hash = HashChunksWide(keys->key(), keys->ignore_case, seed);
   }
 }

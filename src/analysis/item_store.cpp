@@ -12,17 +12,9 @@
 static constexpr uint8_t kFreeKind = UINT8_MAX;
 static_assert(kKinds <= kFreeKind);
 
-// A free block. One of a single unit has no next, and is in no list.
-struct FreeBlock {
-  ItemRef ref;
-  uint16_t units;
-  uint8_t kind;
-  FreeBlock* next;
-};
-static_assert(offsetof(FreeBlock, ref) == offsetof(ListItem, hash));
-static_assert(offsetof(FreeBlock, units) == offsetof(ListItem, length));
-static_assert(offsetof(FreeBlock, kind) == offsetof(ListItem, kind));
-static_assert(kChunkUnits <= UINT16_MAX);
+// Of a record's fields a free block has its length, in units, its kind and, unless it is of a single
+// unit, which is in no list, the next one.
+static_assert(kChunkUnits <= UINT16_MAX && offsetof(ListItem, next) + sizeof(void*) == 2 * kStoreUnit);
 
 // Of a chunk: its number in front, and room to be read behind.
 static constexpr size_t kHeadSize = kStoreUnit;
@@ -45,7 +37,7 @@ static void* mSlabs[kSlabsMax];
 static size_t mSlabCount = 0;
 static char* mpUntouched = nullptr;  // the chunks that are left of the last slab
 static size_t mUntouched = 0;
-static FreeBlock* mFree[kLists];
+static ListItem* mFree[kLists];
 static char* mpRegion = nullptr;  // what new blocks are cut from
 static char* mpRegionEnd = nullptr;
 static size_t mRecords = 0;
@@ -57,26 +49,25 @@ static size_t UnitsOf(const ListItem& item) {
 }
 
 ItemRef RefOf(const ListItem& item) {
-  const auto address = reinterpret_cast<uintptr_t>(&item);
-  const auto chunk = *reinterpret_cast<const uint32_t*>(address / kChunkSize * kChunkSize);
-  return chunk * kChunkUnits + static_cast<uint32_t>(address % kChunkSize / kStoreUnit);
+  const size_t place = reinterpret_cast<uintptr_t>(&item) % kChunkSize;
+  const auto* const chunk = reinterpret_cast<const char*>(&item) - place;
+  return *reinterpret_cast<const uint32_t*>(chunk) * kChunkUnits + static_cast<uint32_t>(place / kStoreUnit);
 }
 
 // ---- Free blocks ----
 
-static FreeBlock* MarkFree(char* at, size_t units) {
-  auto* const block = reinterpret_cast<FreeBlock*>(at);
-  block->ref = RefOf(*reinterpret_cast<ListItem*>(at));
-  block->units = static_cast<uint16_t>(units);
+static ListItem* MarkFree(char* at, size_t units) {
+  auto* const block = reinterpret_cast<ListItem*>(at);
+  block->length = static_cast<uint16_t>(units);
   block->kind = kFreeKind;
   return block;
 }
 
 static void AddFree(char* at, size_t units) {
-  FreeBlock* const block = MarkFree(at, units);
+  ListItem* const block = MarkFree(at, units);
   mFreeUnits += units;
   if (units > 1) {
-    FreeBlock*& list = mFree[std::min(units, kLists - 1)];
+    ListItem*& list = mFree[std::min(units, kLists - 1)];
     block->next = list;
     list = block;
   }
@@ -90,9 +81,9 @@ static void LeaveRegion() {
 }
 
 static char* PopFree(size_t list) {
-  FreeBlock* const block = mFree[list];
+  ListItem* const block = mFree[list];
   mFree[list] = block->next;
-  mFreeUnits -= block->units;
+  mFreeUnits -= block->length;
   return reinterpret_cast<char*>(block);
 }
 
@@ -111,7 +102,7 @@ static bool TakeLonger(size_t units) {
   if (list == kLists) {
     return false;
   }
-  const size_t length = mFree[list]->units;
+  const size_t length = mFree[list]->length;
   SetRegion(PopFree(list), length);
   return true;
 }
