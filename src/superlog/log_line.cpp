@@ -22,11 +22,12 @@
 
 static int64_t mLinesNotUnderstood = 0;
 static LineMarks mMarks;
-static char mCombinedUrl[kLongestItem + 1 + kScanOverread];
+static char mCombinedUrls[8 * kLongestItem];
+static char* mpNextUrl = mCombinedUrls;  // those before it belong to records that were delivered
 
 // --- Single values ------------------------------------------------------------
 
-// The views of this file look into the line buffer or mCombinedUrl.
+// The views of this file look into the line buffer or mCombinedUrls.
 static char* Writable(std::string_view text) {
   return const_cast<char*>(text.data());
 }
@@ -223,13 +224,19 @@ static size_t SplitLine(const LineLayout& layout) {
 // stem?query, cut to the length of a field.
 static std::string_view CombineUrl(std::string_view stem, std::string_view query) {
   const size_t longest = mLogLimits.item;
-  size_t length = stem.copy(mCombinedUrl, longest);
-  if (length < longest) {
-    mCombinedUrl[length++] = '?';
-    length += query.copy(mCombinedUrl + length, longest - length);
+  if (mpNextUrl + longest + 1 + kScanOverread > std::end(mCombinedUrls)) {
+    TellThatTextsGo();
+    mpNextUrl = mCombinedUrls;
   }
-  mCombinedUrl[length] = '\0';
-  return {mCombinedUrl, length};
+  char* const url = mpNextUrl;
+  size_t length = stem.copy(url, longest);
+  if (length < longest) {
+    url[length++] = '?';
+    length += query.copy(url + length, longest - length);
+  }
+  url[length] = '\0';
+  mpNextUrl = url + length + 1;
+  return {url, length};
 }
 
 // A Mac path, ":docs:index.html", as a URL path.
