@@ -26,9 +26,9 @@ static constexpr size_t kHeadCount = std::size(kHeads);
 
 static const char* const kOrders[] = {"DMY", "DYM", "MYD", "YDM", "", "YMD", "MDY", ""};
 
-// Absent, or as long as its terminator says and short enough for a field.
+// Absent, or short enough for a field and without NULs.
 static void CheckText(std::string_view text) {
-  REQUIRE(text.data() == nullptr || (text.size() <= mLogLimits.item && strlen(text.data()) == text.size()));
+  REQUIRE(text.size() <= mLogLimits.item && text.find('\0') == std::string_view::npos);
 }
 
 static void CheckRecord(const SuperLogRecord& record) {
@@ -36,6 +36,7 @@ static void CheckRecord(const SuperLogRecord& record) {
        {record.host, record.url, record.referrer, record.agent, record.realm, record.user}) {
     CheckText(text);
   }
+  REQUIRE(record.host.data() == nullptr || record.host.data()[record.host.size()] == '\0');
   REQUIRE(record.url.data() != nullptr && record.url != "-");
   REQUIRE(record.time != 0 && record.time != -1);
   const time_t when = record.time;

@@ -414,7 +414,7 @@ static void Refill(size_t group) {
 }
 
 static void FetchSlots(WaitingKey* keys, size_t count) {
-  for (WaitingKey* const end = keys + count; keys != end; ++keys) {
+  for (const WaitingKey* const end = keys + count; keys != end; ++keys) {
     if (keys->list->attacked && !keys->is_subkey) {
       keys->hash = SafeHash(keys->key(), keys->ignore_case);
     }
@@ -423,7 +423,7 @@ static void FetchSlots(WaitingKey* keys, size_t count) {
 }
 
 static void FetchItems(WaitingKey* keys, size_t count) {
-  for (WaitingKey* const end = keys + count; keys != end; ++keys) {
+  for (const WaitingKey* const end = keys + count; keys != end; ++keys) {
     keys->item = keys->is_subkey ? nullptr : Foresee(*keys->list, keys->hash);
     if (keys->item != nullptr) {
       __builtin_prefetch(keys->item);
@@ -533,7 +533,7 @@ int64_t TotalList(const List& list) {
 
 // Of a key whose buffer may end with it.
 static uint32_t HashOf(std::string_view key, bool ignore_case) {
-  char room[kLongestItem + kScanOverread];
+  static char room[kLongestItem + kScanOverread];
   return mpKeyForm->hash({room, key.copy(room, key.size())}, ignore_case, mSeed);
 }
 

@@ -1,6 +1,7 @@
 #include "analysis/normalise.h"
 
 #include <algorithm>
+#include <bit>
 
 #include "base/text.h"
 #include "superlog/byte_scan.h"
@@ -37,12 +38,8 @@ bool IpAddrsOnly(std::string_view text) {
 }
 
 bool IPaddress(std::string_view host) {
-  if (host.empty()) {
-    return false;
-  }
-  const std::string_view label = TruncateDomain(host, 1);
   // deliberate: the last character alone decides, whatever stands before it
-  return label.empty() || !IsLetterAscii(label.back());
+  return !host.empty() && !IsLetterAscii(host.back());
 }
 
 std::string_view TruncateDomain(std::string_view host, int n) {
@@ -66,14 +63,23 @@ std::string_view TruncateLSD(std::string_view host) {
   return host.substr(first + 1);
 }
 
-std::string_view TruncateIP(std::string_view address) {
-  int dots = 0;
-  for (size_t at = 0; at < address.size(); ++at) {
-    if (address[at] == '.' && ++dots == 3) {
-      return address.substr(0, at);
-    }
+[[gnu::cold]] static std::string_view TruncateLongIP(std::string_view address) {
+  size_t dot = address.find('.');
+  for (int more = 2; more > 0 && dot != std::string_view::npos; --more) {
+    dot = address.find('.', dot + 1);
   }
-  return address;
+  return address.substr(0, dot);
+}
+
+std::string_view TruncateIP(std::string_view address) {
+  constexpr size_t kSeen = 64;  // bytes that are looked at at once
+  if (address.size() - 1 >= kSeen) {
+    return TruncateLongIP(address);
+  }
+  uint64_t dots = MatchMask64(address.data(), '.');
+  dots &= dots - 1;
+  dots &= dots - 1;
+  return dots == 0 ? address : address.substr(0, static_cast<size_t>(std::countr_zero(dots)));
 }
 
 std::string_view TruncateAt(std::string_view url, char end_mark) {

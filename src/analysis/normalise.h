@@ -28,7 +28,8 @@ std::string_view TruncateDomain(std::string_view host, int n);
 // Without its first label when the host has two dots or more, else the host.
 std::string_view TruncateLSD(std::string_view host);
 
-// Up to the third dot; the whole text when it has fewer.
+// Up to the third dot; the whole text when it has fewer. The buffer of one that is not empty must go on for
+// kScanOverread bytes of superlog/byte_scan.h beyond it.
 std::string_view TruncateIP(std::string_view address);
 
 // Up to the first "?" or end mark. The URL's buffer must go on for kScanOverread

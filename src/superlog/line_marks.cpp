@@ -15,11 +15,9 @@ static constexpr size_t kStride = 256;
 static_assert(kStride <= kScanOverread && kStride % kWord == 0);
 
 void MarkBytesPlainly(LineMarks& marks, const char* line, const char* end, char separator) {
-  uint64_t* quotes = marks.quotes;
-  uint64_t* stops = marks.stops;
-  for (; line < end; line += kWord) {
-    *quotes = MatchMask64(line, '"');
-    *stops++ = *quotes++ | MatchMask64(line, separator);
+  for (size_t word = 0; line < end; line += kWord, ++word) {
+    marks.quotes[word] = MatchMask64(line, '"');
+    marks.stops[word] = marks.quotes[word] | MatchMask64(line, separator);
   }
 }
 

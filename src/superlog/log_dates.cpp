@@ -347,6 +347,87 @@ void ParseDateTime4(const char* text, tm& when) {
   }
 }
 
+// The last day that was met, in the form of the logs that write it with digits only, and what it said in that
+// order and with years of that width.
+struct DayText {
+  char text[10];
+  tm day;
+  DateOrder order;
+  bool wide;
+};
+
+static bool IsOn(std::string_view text, const DayText& day) {
+  return memcmp(text.data(), day.text, sizeof day.text) == 0 && day.order == mDateFormat &&
+         day.wide == mLogLimits.wide_figures;
+}
+
+static void Remember(std::string_view text, const tm& when, DayText& day) {
+  text.copy(day.text, sizeof day.text);
+  day.day = when;
+  day.order = mDateFormat;
+  day.wide = mLogLimits.wide_figures;
+}
+
+static void TakeDay(const DayText& day, tm& when) {
+  when.tm_year = day.day.tm_year;
+  when.tm_mon = day.day.tm_mon;
+  when.tm_mday = day.day.tm_mday;
+}
+
+// Hour, minute and second of two digits each, between any characters.
+static bool ReadTime(const char* text, tm& when) {
+  int hour;
+  int minute;
+  int second;
+  if (!ReadTwoDigits(text, hour) || !ReadTwoDigits(text + 3, minute) || !ReadTwoDigits(text + 6, second)) {
+    return false;
+  }
+  when.tm_hour = hour;
+  when.tm_min = minute;
+  when.tm_sec = second;
+  return true;
+}
+
+// Whether the text has digits where the form has them, and others where it has none.
+static bool AreDigitsAsIn(std::string_view form, std::string_view text) {
+  return std::equal(form.begin(), form.end(), text.begin(),
+                    [](char want, char c) { return IsDigitAscii(c) == (want == '0'); });
+}
+
+void ParseNextDate3(std::string_view text, tm& when) {
+  static DayText day;
+  if (text.size() == sizeof day.text && IsOn(text, day)) {
+    TakeDay(day, when);
+    return;
+  }
+  ParseDate3(text.data(), when);
+  if (text.size() == sizeof day.text) {
+    Remember(text, when, day);
+  }
+}
+
+// The day is remembered where three separators make clear that the time begins behind them.
+void ParseNextDateTime4(std::string_view text, tm& when) {
+  constexpr std::string_view kForm = "00/00/0000 00:00:00";
+  static DayText day;
+  if (text.size() == kForm.size() && IsOn(text, day) && AreDigitsAsIn(kForm.substr(10), text.substr(10)) &&
+      ReadTime(text.data() + 11, when)) {
+    TakeDay(day, when);
+    return;
+  }
+  ParseDateTime4(text.data(), when);
+  if (text.size() == kForm.size() && AreDigitsAsIn(kForm.substr(0, 11), text)) {
+    Remember(text, when, day);
+  }
+}
+
+void ParseNextTime9(std::string_view text, tm& when) {
+  constexpr std::string_view kForm = "00:00:00";
+  if (text.size() != kForm.size() || text[2] != ':' || text[5] != ':' || !ReadTime(text.data(), when)) {
+    ParseTime9(text.data(), when);
+  }
+}
+
 // The text from its place on, or its end when it is shorter.
 static const char* Skip(const char* text, size_t count) {
   return text + strnlen(text, count);

@@ -47,9 +47,13 @@ void ParseEpoch(const char* text, tm& when);
 // 10/Oct/2000:13:55:36 -0700. The zone is ignored: times count as written.
 void ParseDateTime1(const char* text, tm& when);
 
-// The same of a text that ends in a NUL at its size, faster for a date in the hour of the
-// last one.
+// Those that read the dates of a log: the same of a text that ends in a NUL at its size, faster for a date in
+// the hour, or on the day, of the last one, and for a time of six digits.
 void ParseNextDateTime1(std::string_view text, tm& when);
+
+void ParseNextDate3(std::string_view text, tm& when);
+void ParseNextDateTime4(std::string_view text, tm& when);
+void ParseNextTime9(std::string_view text, tm& when);
 
 // Reads a date with a zone, like those above, that lies in the hour of the last one that ParseNextDateTime1
 // met and says the same zone; all that it leaves alone is what it was then. False, and nothing changed, for

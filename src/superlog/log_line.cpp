@@ -66,7 +66,6 @@ void TrimFullRequest(std::string_view& request) {
   if (space != end) {
     const char* const url = space + 1;
     request = {url, static_cast<size_t>(FindByte(url, end, ' ') - url)};
-    Ended(request);
   }
 }
 
@@ -99,11 +98,7 @@ static int64_t ToNumber(std::string_view text) {
 
 // The text, absent where it is empty or says that there is none.
 static std::string_view Something(std::string_view text) {
-  if (text.empty() || IsDash(text)) {
-    return {};
-  }
-  Ended(text);
-  return text;
+  return text.empty() || IsDash(text) ? std::string_view{} : text;
 }
 
 // --- From fields to a record --------------------------------------------------
@@ -111,8 +106,8 @@ static std::string_view Something(std::string_view text) {
 // The fields of the current line; the last place is that of fields that it has not.
 static std::string_view mFields[kNoField + 1];
 
-static void (*const kDateParsers[])(const char* text, tm& when) = {ParseEpoch, ParseDateTime1, ParseDate2,
-                                                                   ParseDate3, ParseDateTime4, ParseDate5};
+static void (*const kDateParsers[])(const char* text, tm& when) = {ParseEpoch, nullptr, ParseDate2,
+                                                                   nullptr,    nullptr, ParseDate5};
 
 // What a line gives besides the fields of its record.
 struct LineParts {
@@ -137,16 +132,25 @@ static void TakeCandidate(std::string_view& candidate, std::string_view value) {
       ParseNextDateTime1(value, record.local);
       parts.dated = true;
       break;
+    case '3':
+      Ended(value);
+      ParseNextDate3(value, record.local);
+      parts.dated = true;
+      break;
+    case '4':
+      Ended(value);
+      ParseNextDateTime4(value, record.local);
+      parts.dated = true;
+      break;
     case '0':
     case '2':
-    case '3':
-    case '4':
     case '5':
       kDateParsers[letter - '0'](Ended(value), record.local);
       parts.dated = true;
       break;
     case '9':
-      ParseTime9(Ended(value), record.local);
+      Ended(value);
+      ParseNextTime9(value, record.local);
       break;
     case 'c':
       record.bytes = ToNumber(value);
@@ -250,15 +254,11 @@ static void TranslateMacPath(std::string_view url) {
 static void SettleUrl(std::string_view& url, const FieldPlan& plan) {
   url = mFields[plan.texts[kUrlPlace]];
   if (!IsAbsent(url)) {
-    Ended(url);
     if (plan.is_request) {
       TrimFullRequest(url);
     }
   } else {
     const std::string_view stem = mFields[plan.texts[kStemPlace]];
-    if (!IsAbsent(stem)) {
-      Ended(stem);
-    }
     const std::string_view query = Something(mFields[plan.texts[kQueryPlace]]);
     url = IsAbsent(stem) || IsAbsent(query) ? stem : CombineUrl(stem, query);
   }
@@ -338,8 +338,18 @@ static bool ReadFields(SuperLogRecord& record) {
   return true;
 }
 
+// IIS writes "+" for a space. Nearly no agent has another character that is encoded.
+static void Decode(std::string_view& agent) {
+  char* const text = Writable(agent);
+  if (FindByte(agent.data(), EndOf(agent), '%') == EndOf(agent)) {
+    std::replace(text, text + agent.size(), '+', ' ');
+  } else {
+    Ended(agent);
+    agent = {text, decode(text)};
+  }
+}
+
 static void SettleUsualTexts(SuperLogRecord& record) {
-  Ended(record.url);
   TrimFullRequest(record.url);
   for (std::string_view* text : {&record.referrer, &record.agent, &record.realm, &record.user}) {
     *text = Something(*text);
@@ -361,8 +371,7 @@ static bool ParseDataLine(SuperLogRecord& record) {
   }
   SettleHost(record.host);
   if (mCurLogFormat == kFamilyW3cIis && !IsAbsent(record.agent)) {
-    // IIS writes "+" for a space.
-    record.agent = {record.agent.data(), decode(Writable(record.agent))};
+    Decode(record.agent);
   }
   return true;
 }

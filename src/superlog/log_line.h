@@ -1,8 +1,7 @@
 // The steps of reading one record that stand on their own. Inner header of this
 // folder.
 //
-// The texts are values of a line: they lie in writable memory, are followed by a
-// NUL there, and stay so when they are cut.
+// The texts are values of a line: they lie in writable memory.
 #pragma once
 
 #include <cstdint>
@@ -19,10 +18,10 @@ void TrimFullRequest(std::string_view& request);
 // Status of a WebSTAR result word: 200 for OK..., 403 for PR..., otherwise 404.
 int32_t TranslateWebStarResultCode(std::string_view word);
 
-// Cuts a host at its first ":".
+// Cuts a host at its first ":". A NUL follows it then.
 void TrimPort(std::string_view& host);
 
-// Removes one "." from the end of a host.
+// Removes one "." from the end of a host, behind which a NUL stands before and afterwards.
 void TrimTrailingDot(std::string_view& host);
 
 // Forgets the lines that were not understood.

@@ -15,11 +15,11 @@
 #include "superlog/log_events.h"
 #include "superlog/super_long.h"
 
-// One request. Texts are absent (null data), or NUL-terminated and at most as long
-// as the limits let an item be; figures are as wide as they let them be. Texts stay valid, and
+// One request. Texts are absent (null data), or at most as long as the limits let an item be, and their
+// buffers go on for kScanOverread bytes; figures are as wide as the limits let them be. Texts stay valid, and
 // nothing writes to them, until LogEvents::texts_go is told or the log is closed.
 struct SuperLogRecord {
-  std::string_view host;  // without port and without one trailing dot
+  std::string_view host;  // without port and without one trailing dot; a NUL follows it
   tm local;               // the request's local time, all nine fields normalised
   time_t time;            // seconds since the epoch, GMT correction applied
   std::string_view url;

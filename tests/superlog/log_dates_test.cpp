@@ -1,4 +1,5 @@
 #include "superlog/log_dates.h"
+#include "superlog/log_limits.h"
 
 #include <gtest/gtest.h>
 
@@ -368,6 +369,60 @@ TEST_F(ParseDateTime1Test, NextDatesAreReadAsSingleOnes) {
         << text;
   }
 }
+
+// The same for days in digits and times of six digits, in every order and in both widths of years.
+class NextDatesTest : public ParseDateTime1Test, public testing::WithParamInterface<DateOrder> {
+ protected:
+  using Parser = void (*)(const char* text, tm& when);
+  using NextParser = void (*)(std::string_view text, tm& when);
+
+  void ExpectSame(const std::string& text, Parser parse, NextParser parse_next) {
+    tm plain = Untouched();
+    parse(text.c_str(), plain);
+    when = Untouched();
+    parse_next(text, when);
+    ASSERT_EQ(std::tie(when.tm_year, when.tm_mon, when.tm_mday, when.tm_hour, when.tm_min, when.tm_sec),
+              std::tie(plain.tm_year, plain.tm_mon, plain.tm_mday, plain.tm_hour, plain.tm_min, plain.tm_sec))
+        << text;
+  }
+
+  std::string Some(std::initializer_list<const char*> parts) {
+    const size_t choice = random_() % 32;
+    return parts.begin()[choice < parts.size() ? choice : 0];
+  }
+
+  std::string Day() {
+    return Some({"03", "04", "2000", "3", "", "0x"}) + Some({"/", "-", "x", "", "0"}) +
+           Some({"05", "06", "5", ""}) + Some({"/", "-", " ", ""}) +
+           Some({"2000", "1999", "00", "99", "02000", ""});
+  }
+  std::string Time() {
+    return Some({"13", "14", "1", "1x"}) + Some({":", ".", "0", ""}) + Some({"06", "07", "6"}) +
+           Some({":", "-", "1", ""}) + Some({"11", "12", "1", "111", ""});
+  }
+
+  void TearDown() override {
+    mLogLimits = kClassicLimits;
+    ParseDateTime1Test::TearDown();
+  }
+
+ private:
+  std::mt19937 random_{7};
+};
+
+TEST_P(NextDatesTest, AreReadAsSingleOnes) {
+  for (int i = 0; i < 60000; ++i) {
+    mDateFormat = i / 100 % 2 == 0 ? GetParam() : kOrderMdy;
+    mLogLimits = i / 50 % 2 == 0 ? kClassicLimits : kModernLimits;
+    const std::string day = Day();
+    ExpectSame(day, ParseDate3, ParseNextDate3);
+    ExpectSame(day + Some({" ", "x", "", "  "}) + Time(), ParseDateTime4, ParseNextDateTime4);
+    ExpectSame(Time(), ParseTime9, ParseNextTime9);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Orders, NextDatesTest,
+                         testing::Values(kOrderDmy, kOrderDym, kOrderMdy, kOrderMyd, kOrderYdm, kOrderYmd));
 
 using ParseDate2Test = LogDatesTest;
 

@@ -30,7 +30,6 @@ static Text Keep(std::string_view text) {
   if (text.data() == nullptr) {
     return std::nullopt;
   }
-  EXPECT_EQ(text.data()[text.size()], '\0');
   EXPECT_LE(text.size(), mLogLimits.item);
   EXPECT_EQ(text.find('\0'), std::string_view::npos);
   return std::string(text);
@@ -60,6 +59,7 @@ class ParseNextLineTest : public testing::Test {
     std::vector<Kept> kept;
     SuperLogRecord r;
     while (SuperLog_ParseNextLine(r)) {
+      EXPECT_TRUE(r.host.data() == nullptr || r.host.data()[r.host.size()] == '\0');
       kept.push_back({Keep(r.host), Keep(r.url), Keep(r.referrer), Keep(r.agent), Keep(r.realm), Keep(r.user),
                       r.status, r.bytes, r.time, r.local});
     }
@@ -732,7 +732,6 @@ TEST(TrimFullRequest, KeepsTheUrl) {
     std::string_view text = buffer;
     TrimFullRequest(text);
     EXPECT_EQ(text, row.url);
-    EXPECT_EQ(text.data()[text.size()], '\0');
   }
 }
 
