@@ -1,5 +1,4 @@
 #include "superlog/log_dates.h"
-#include "superlog/log_limits.h"
 
 #include <gtest/gtest.h>
 
@@ -11,6 +10,7 @@
 #include <string_view>
 #include <tuple>
 
+#include "superlog/log_limits.h"
 #include "superlog/superlog.h"
 
 namespace {
@@ -394,7 +394,7 @@ class NextDatesTest : public ParseDateTime1Test, public testing::WithParamInterf
   std::string Day() {
     return Some({"03", "04", "2000", "3", "", "0x"}) + Some({"/", "-", "x", "", "0"}) +
            Some({"05", "06", "5", ""}) + Some({"/", "-", " ", ""}) +
-           Some({"2000", "1999", "00", "99", "02000", ""});
+           Some({"2000", "3999", "1999", "00", "99", "02000", ""});
   }
   std::string Time() {
     return Some({"13", "14", "1", "1x"}) + Some({":", ".", "0", ""}) + Some({"06", "07", "6"}) +
@@ -413,11 +413,19 @@ class NextDatesTest : public ParseDateTime1Test, public testing::WithParamInterf
 TEST_P(NextDatesTest, AreReadAsSingleOnes) {
   for (int i = 0; i < 60000; ++i) {
     mDateFormat = i / 100 % 2 == 0 ? GetParam() : kOrderMdy;
-    mLogLimits = i / 50 % 2 == 0 ? kClassicLimits : kModernLimits;
+    mLogLimits = i / 70 % 2 == 0 ? kClassicLimits : kModernLimits;
     const std::string day = Day();
     ExpectSame(day, ParseDate3, ParseNextDate3);
     ExpectSame(day + Some({" ", "x", "", "  "}) + Time(), ParseDateTime4, ParseNextDateTime4);
     ExpectSame(Time(), ParseTime9, ParseNextTime9);
+  }
+}
+
+TEST_P(NextDatesTest, AreNotTakenOverFromYearsOfAnotherWidth) {
+  mDateFormat = GetParam();
+  for (const Limits& limits : {kClassicLimits, kModernLimits, kClassicLimits}) {
+    mLogLimits = limits;
+    ExpectSame("03/05/3999 13:06:11", ParseDateTime4, ParseNextDateTime4);
   }
 }
 
