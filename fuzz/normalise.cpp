@@ -117,7 +117,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string line = UpToNul(TakePart(input));
     const std::vector<char> block(line.begin(), line.end());
     const std::string_view text = {line.empty() ? "" : block.data(), line.size()};
-    CheckHost(text);
+    CheckHost(WithRoom(line));
     CheckUrl(WithRoom(line));
     CheckAgent(text);
     CheckValues(line);
