@@ -89,7 +89,7 @@ struct RunRules {
   bool real_days;         // the first day must be named, and each must be one of the calendar
   bool own_links_only;    // no link that somebody else may have put there leads to a file that is written
   bool whole_site;        // a request without a path is for the whole site
-  bool forgets_unopened;  // logs that could not be opened are tried again by the next run
+  bool whole_logs;        // every log is read to its end: records may stand in any order
 };
 
 struct Settings {
@@ -121,7 +121,9 @@ struct Settings {
   char days[kTextSize];
   char from[kTextSize];
   char to[kTextSize];
-  bool all_days;    // from the first to the last day of the logs, once these are known
+  // These days are those of the first and of the last record of the logs, once these are known.
+  bool from_first;
+  bool to_last;
   bool fixed_days;  // the account's line says which: no request can ask for others
   AskedFields asked;
   RunRules rules;

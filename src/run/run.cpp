@@ -97,6 +97,7 @@ static bool IsAboutDays(Error error) {
 static Refusal RefuseDays(Error error, Task& task) {
   ShutInIfAsked(task);
   SuperLog_Init(task.settings, task.edition->counting.limits, 0, 0);
+  SuperLog_ReadLogs();
   Refusal refusal{error};
   time_t first = 0;
   time_t last = 0;

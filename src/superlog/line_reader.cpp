@@ -226,6 +226,27 @@ void ReadLineFromBigBuf() {
   CountBlocksTo(mpBigBufCurPos);
 }
 
+// Until the line's own end, which the reading has passed unless the file ends without one.
+int64_t LineNumber() {
+  const int64_t position = mWindowOffset - (mpBigBufLastPos - mpBigBufCurPos);
+  int64_t lfs = 0;
+  int64_t crs = 0;
+  char last = kLf;
+  char piece[kBlockSize];
+  for (int64_t at = 0; at < position;) {
+    const size_t size = ReadAt(piece, std::min<size_t>(sizeof piece, static_cast<size_t>(position - at)), at);
+    if (size == 0) {
+      break;
+    }
+    lfs += std::count(piece, piece + size, kLf);
+    crs += std::count(piece, piece + size, kCr);
+    last = piece[size - 1];
+    at += static_cast<int64_t>(size);
+  }
+  const int64_t ended = lfs > 0 ? lfs + (last == kLf ? 0 : 1) : crs + (last == kCr ? 0 : 1);
+  return mhFile < 0 ? 0 : ended;
+}
+
 // --- The plain reader -------------------------------------------------------
 
 static int NextChar() {

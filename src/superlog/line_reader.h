@@ -46,6 +46,11 @@ bool IsLogOpen();
 // make 0xFF an ordinary character. A read error looks like the end of the file.
 void ReadLineFromBigBuf();
 
+// The number of the line that was made current last by ReadLineFromBigBuf, from 1, as editors count: a line
+// ends at LF or, where the file has none before it, at CR. Reads the file up to the line once more. 0 when no
+// file is open.
+int64_t LineNumber();
+
 // The same without block buffer and byte counter, where 0xFF is an ordinary
 // character. For logs of which few lines are read, to learn their dates. The two
 // readers have positions of their own in the file. It is not the reader of text

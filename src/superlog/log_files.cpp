@@ -6,6 +6,7 @@
 
 #include "superlog/directory_scan.h"
 #include "superlog/line_reader.h"
+#include "superlog/log_copies.h"
 #include "superlog/log_dates.h"
 #include "superlog/log_format.h"
 #include "superlog/log_limits.h"
@@ -30,14 +31,30 @@ struct FoundLogs {
 static FoundLogs mFoundLogs;
 static FoundLogs mFoundAccessLog;
 
-static bool mFilesBegun = false;                   // SuperLog_NextLogFile was called
-static const LogFile* mpNextLogSummary = nullptr;  // entry to look at next
+static bool mWholeLogs = false;              // every log is read to its end
+static bool mFilesBegun = false;             // SuperLog_NextLogFile was called
+static LogFile* mpNextLogSummary = nullptr;  // entry to look at next
+static LogFile* mpOpenLog = nullptr;         // where logs are read whole
+static uint64_t mBytesBefore = 0;            // read before the open log
 static bool mLogsInReportRange = false;
-static int64_t mLogsNotOpened = 0;
+
+// Of the logs of which a report speaks, where logs are read whole.
+struct WholeFigures {
+  SuperLong bytes;
+  int64_t lines_not_understood;
+};
+static WholeFigures mWhole;
 
 static void Forget(FoundLogs& logs) {
   FindClose(logs.scan);
   logs = {};
+}
+
+static void BeginRun(bool whole_logs) {
+  mWholeLogs = whole_logs;
+  mFilesBegun = false;
+  mLogsInReportRange = false;
+  mWhole = {};
 }
 
 void ResetSuperLog() {
@@ -50,14 +67,12 @@ void ResetSuperLog() {
   ResetLogDates();
   mLogEvents = {};
   mLogLimits = kClassicLimits;
-  mFilesBegun = false;
-  mLogsInReportRange = false;
-  mLogsNotOpened = 0;
+  BeginRun(false);
 }
 
 void SuperLog_Uninit() {
   ClearLogList();
-  mpNextLogSummary = nullptr;
+  mpNextLogSummary = mpOpenLog = nullptr;
 }
 
 // --- Finding the log files --------------------------------------------------
@@ -100,14 +115,31 @@ static bool AddLogsOfPattern(FoundLogs& logs, const char* pattern, bool trust_kn
     log.size = WrappedSize(mLogLimits, static_cast<uint64_t>(found.size));
     log.state = kSeenOnDisk;
     if (FileIsntDots(found.name) && (!trust_known_dates || FileShouldBeScanned(log))) {
-      log.unopened = !GetLogFileDateRange(log, found.size) && found.file;
-      mLogsNotOpened += log.unopened ? 1 : 0;
+      GetLogFileDateRange(log, found.size);
       LogsListAppend(log);
       probed = true;
     }
   }
   Forget(logs);
   return probed;
+}
+
+// Adds the files of a pattern to the list without a look into them.
+static void ListLogsOfPattern(FoundLogs& logs, const char* pattern) {
+  if (!logs.ahead) {
+    StartScan(logs.scan, pattern);
+  }
+  for (FoundFile found; FindNext(logs.scan, found);) {
+    LogFile log = {};
+    MakeLogPath(log.name, pattern, found.name);
+    log.size = static_cast<uint64_t>(found.size);
+    log.state = kSeenOnDisk;
+    log.plain = found.file;
+    if (FileIsntDots(found.name)) {
+      LogsListAdd(log);
+    }
+  }
+  Forget(logs);
 }
 
 // The name of the settings, or where there is none the default one.
@@ -131,29 +163,22 @@ static void TellLogs(FoundLogs& logs, const char* pattern, const LogPaths& paths
 }
 
 void SuperLog_FindAhead(const Settings& settings, const LogPaths& paths) {
-  char summary_path[kSummaryPathSize];
-  MakeSummaryPath(summary_path, settings);
-  paths.summary(paths.context, summary_path);
+  if (!settings.rules.whole_logs) {
+    char summary_path[kSummaryPathSize];
+    MakeSummaryPath(summary_path, settings);
+    paths.summary(paths.context, summary_path);
+  }
   TellLogs(mFoundLogs, settings.logs, paths);
   TellLogs(mFoundAccessLog, settings.AccessLog, paths);
 }
 
-void SuperLog_Init(Settings& settings, const Limits& limits, time_t range_first, time_t range_last,
-                   const LogEvents& events) {
-  SuperLog_Uninit();
-  mLogEvents = events;
-  mLogLimits = limits;
-  mFilesBegun = false;
-  mLogsInReportRange = false;
-  mLogsNotOpened = 0;
-  SuperLog_SetRange(range_first, range_last);
-  CopyText(mLogSearchSpec, settings.logs);
-  CopyText(mCurLogFileSpec, settings.AccessLog);
-  InitLogDates();
+static void ListLogs() {
+  ListLogsOfPattern(mFoundLogs, mLogSearchSpec);
+  ListLogsOfPattern(mFoundAccessLog, mCurLogFileSpec);
+  FindCopies();
+}
 
-  if (settings.summary[0] == '\0') {
-    CreateDefaultSummaryName(settings.summary, sizeof settings.summary, settings.logs);
-  }
+static void ProbeLogs(const Settings& settings) {
   char summary_path[kSummaryPathSize];
   MakeSummaryPath(summary_path, settings);
   ReadSummaryFile(summary_path);
@@ -162,7 +187,28 @@ void SuperLog_Init(Settings& settings, const Limits& limits, time_t range_first,
   const bool current_log_probed = AddLogsOfPattern(mFoundAccessLog, mCurLogFileSpec, false);
   const bool logs_gone = DeleteOldEntries();
   if (logs_probed || current_log_probed || logs_gone) {
-    WriteSummaryFile(summary_path, {settings.rules.own_links_only, settings.rules.forgets_unopened});
+    WriteSummaryFile(summary_path);
+  }
+}
+
+void SuperLog_Init(Settings& settings, const Limits& limits, time_t range_first, time_t range_last,
+                   const LogEvents& events) {
+  SuperLog_Uninit();
+  mLogEvents = events;
+  mLogLimits = limits;
+  BeginRun(settings.rules.whole_logs);
+  mAnalysisRangeFirst_t = range_first;
+  mAnalysisRangeLast_t = range_last;
+  CopyText(mLogSearchSpec, settings.logs);
+  CopyText(mCurLogFileSpec, settings.AccessLog);
+  InitLogDates();
+  if (settings.summary[0] == '\0') {
+    CreateDefaultSummaryName(settings.summary, sizeof settings.summary, settings.logs);
+  }
+  if (mWholeLogs) {
+    ListLogs();
+  } else {
+    ProbeLogs(settings);
   }
 }
 
@@ -192,38 +238,111 @@ static LogLook LookAt(const LogFile& file) {
   return {file.name, file.size, first, last, in_range ? LogVerdict::kInRange : LogVerdict::kOutOfRange};
 }
 
-bool SuperLog_TimesHeld(time_t& first, time_t& last) {
-  bool any = false;
-  for (const LogFile* file = mpLogsRoot; file != nullptr; file = file->next) {
-    const LogLook log = LookAt(*file);
-    if (log.verdict != LogVerdict::kNoLog) {
-      const auto [earlier, later] = std::minmax(log.first, log.last);  // lines may stand in any order
-      first = any ? std::min(first, earlier) : earlier;
-      last = any ? std::max(last, later) : later;
-      any = true;
-    }
+static void TellOfLook(const LogLook& look) {
+  if (mLogEvents.log_looked_at != nullptr) {
+    mLogEvents.log_looked_at(look);
   }
-  return any;
-}
-
-void SuperLog_SetRange(time_t range_first, time_t range_last) {
-  mAnalysisRangeFirst_t = range_first;
-  mAnalysisRangeLast_t = range_last;
 }
 
 static bool OpenIfInRange(const LogFile& log) {
   const LogLook look = LookAt(log);
   const LogVerdict verdict = look.verdict;
-  if (mLogEvents.log_looked_at != nullptr) {
-    mLogEvents.log_looked_at(look);
-  }
+  TellOfLook(look);
   if (verdict != LogVerdict::kInRange) {
     return false;
   }
   mLogsInReportRange = true;
-  const bool opened = OpenLog(log.name);
-  mLogsNotOpened += opened ? 0 : 1;
-  return opened;
+  return OpenLog(log.name);
+}
+
+// False of what is read in another's place, or cannot be read.
+static bool OpenWhole(LogFile& log) {
+  if (log.original != nullptr) {
+    return false;
+  }
+  if (!OpenLog(log.name)) {
+    log.unopened = log.plain;
+    return false;
+  }
+  mpOpenLog = &log;
+  mBytesBefore = SuperLongToBytes(TotalLogBytesRead());
+  BeginLinesOfLog();
+  return true;
+}
+
+static bool OpenToBeRead(LogFile& log) {
+  return mWholeLogs ? OpenWhole(log) : OpenIfInRange(log);
+}
+
+static LogVerdict VerdictOf(const LogRecords& records) {
+  return records.in_range > 0 ? LogVerdict::kInRange
+         : records.count > 0  ? LogVerdict::kOutOfRange
+                              : LogVerdict::kNoLog;
+}
+
+// A report speaks of the logs that hold records in range, and of lines where there might have been some.
+void SuperLog_LogRead(const LogRecords& records) {
+  if (mpOpenLog == nullptr) {
+    return;
+  }
+  LogFile& log = *mpOpenLog;
+  log.reading = {records, LinesNotUnderstoodOfLog()};
+  const LogVerdict verdict = VerdictOf(records);
+  if (verdict == LogVerdict::kInRange) {
+    mLogsInReportRange = true;
+    SuperLongAddWide(mWhole.bytes,
+                     static_cast<int64_t>(SuperLongToBytes(TotalLogBytesRead()) - mBytesBefore));
+  }
+  if (verdict != LogVerdict::kOutOfRange) {
+    mWhole.lines_not_understood += log.reading.not_understood.lines;
+  }
+  TellOfLook({log.name, log.size, records.first, records.last, verdict});
+}
+
+void SuperLog_ReadLogs() {
+  SuperLog_AskFor({});
+  while (SuperLog_NextLogFile()) {
+    LogRecords records;
+    for (SuperLogRecord record; SuperLog_ParseNextLine(record);) {
+      AddTime(records, record.time);
+    }
+    SuperLog_LogRead(records);
+  }
+  SuperLog_NextLogFile_Done();
+}
+
+bool SuperLog_TimesHeld(time_t& first, time_t& last) {
+  LogRecords all;
+  for (const LogFile* log = mpLogsRoot; log != nullptr; log = log->next) {
+    const LogRecords& records = log->reading.records;
+    all.count += records.count;
+    all.first = std::min(all.first, records.first);
+    all.last = std::max(all.last, records.last);
+  }
+  if (all.count > 0) {
+    first = all.first;
+    last = all.last;
+  }
+  return all.count > 0;
+}
+
+bool SuperLog_NextState(const void*& place, LogState& state) {
+  const auto* const before = static_cast<const LogFile*>(place);
+  const LogFile* const log = before == nullptr ? mpLogsRoot : before->next;
+  if (log == nullptr) {
+    return false;
+  }
+  place = log;
+  const NotUnderstood& lines = log->reading.not_understood;
+  const LogFile& read = log->original == nullptr ? *log : *log->original;
+  state = {.path = log->name,
+           .copy_of = log->original == nullptr ? nullptr : log->original->name,
+           .unopened = log->unopened,
+           .records = read.reading.records,
+           .lines_not_understood = lines.lines,
+           .first_not_understood = lines.first,
+           .line = lines.line};
+  return true;
 }
 
 static void BeginFiles() {
@@ -244,9 +363,9 @@ bool SuperLog_NextLogFile() {
     mLogEvents.log_read();
   }
   while (mpNextLogSummary != nullptr) {
-    const LogFile& log = *mpNextLogSummary;
+    LogFile& log = *mpNextLogSummary;
     mpNextLogSummary = log.next;
-    if (OpenIfInRange(log)) {
+    if (OpenToBeRead(log)) {
       return true;
     }
   }
@@ -255,16 +374,17 @@ bool SuperLog_NextLogFile() {
 
 void SuperLog_NextLogFile_Done() {
   CloseLog();
+  mpOpenLog = nullptr;
 }
 
 bool SuperLog_LogsInRange() {
   return mLogsInReportRange;
 }
 
-int64_t SuperLog_GetLogsNotOpened() {
-  return mLogsNotOpened;
+SuperLong SuperLog_GetTotalLogBytesRead() {
+  return mWholeLogs ? mWhole.bytes : TotalLogBytesRead();
 }
 
-SuperLong SuperLog_GetTotalLogBytesRead() {
-  return TotalLogBytesRead();
+int64_t SuperLog_GetLinesNotUnderstood() {
+  return mWholeLogs ? mWhole.lines_not_understood : LinesNotUnderstood();
 }

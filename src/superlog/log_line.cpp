@@ -16,6 +16,7 @@
 #include "superlog/superlog.h"
 
 static int64_t mLinesNotUnderstood = 0;
+static NotUnderstood mNotUnderstood;  // of the log at hand
 static char mCombinedUrl[kLongestItem + 1 + kScanOverread];
 
 // --- Single values ------------------------------------------------------------
@@ -368,6 +369,22 @@ static bool IsDataLine() {
   return true;
 }
 
+// Its fields may have been cut already, each by a NUL.
+static void ShowLine(char (&shown)[kShownOfLine + 1]) {
+  const size_t length = std::min<size_t>(mLineLen, kShownOfLine);
+  std::replace_copy(mpLine, mpLine + length, shown, '\0', ' ');
+  shown[length] = '\0';
+  MakePrintable(shown);
+}
+
+[[gnu::cold, gnu::noinline]] static void TakeLineNotUnderstood() {
+  ++mLinesNotUnderstood;
+  if (mNotUnderstood.lines++ == 0) {
+    mNotUnderstood.first = LineNumber();
+    ShowLine(mNotUnderstood.line);
+  }
+}
+
 // Two functions, so that neither way of reading costs the other anything.
 template <bool kEscapes>
 [[gnu::noinline]] static bool ParseNextLine(SuperLogRecord& record) {
@@ -383,7 +400,7 @@ template <bool kEscapes>
     if ((mFormatKnown || GrokLineFormat()) && ParseDataLine<kEscapes>(record)) {
       return true;
     }
-    ++mLinesNotUnderstood;
+    TakeLineNotUnderstood();
   }
 }
 
@@ -391,12 +408,21 @@ bool SuperLog_ParseNextLine(SuperLogRecord& record) {
   return mLogLimits.escapes ? ParseNextLine<true>(record) : ParseNextLine<false>(record);
 }
 
-int64_t SuperLog_GetLinesNotUnderstood() {
+int64_t LinesNotUnderstood() {
   return mLinesNotUnderstood;
+}
+
+const NotUnderstood& LinesNotUnderstoodOfLog() {
+  return mNotUnderstood;
+}
+
+void BeginLinesOfLog() {
+  mNotUnderstood = {};
 }
 
 void ResetLogLine() {
   mLinesNotUnderstood = 0;
+  BeginLinesOfLog();
 }
 
 void SuperLog_ParseTest() {

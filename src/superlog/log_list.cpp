@@ -136,7 +136,6 @@ static const LogFile* FindOriginal(const LogFile& file) {
 
 static void Update(LogFile& entry, const LogFile& file) {
   entry.state = file.state;
-  entry.unopened = file.unopened;
   if (SameDates(entry, file)) {
     return;
   }
@@ -172,6 +171,12 @@ void LogsListAppend(const LogFile& file) {
   if (same_name != nullptr) {
     Update(*same_name, file);
   } else {
+    AddAtEnd(file);
+  }
+}
+
+void LogsListAdd(const LogFile& file) {
+  if (FindLog(file.name) == nullptr) {
     AddAtEnd(file);
   }
 }
