@@ -132,6 +132,7 @@ struct Settings {
   char logs[kPathSize];
   char AccessLog[kPathSize];
   char summary[kPathSize];
+  char store[kPathSize];  // folder of what is known of logs (superlog/log_store.h); empty: none
   int dailytotals;
   int hitsperdayofweek;
   int hitsperhour;

@@ -13,6 +13,7 @@
 #include "report/refusal_log.h"
 #include "report/report_page.h"
 #include "run/edition.h"
+#include "run/store_folder.h"
 #include "superlog/superlog.h"
 
 static constexpr int kStatusNoMemory = 1;
@@ -61,6 +62,9 @@ static bool ChooseRules(Task& task) {
 static void TakeRules(Task& task) {
   CopyText(task.settings.config, task.config.path);
   task.settings.rules = task.edition->rules;
+  if (task.settings.rules.whole_logs) {
+    ChooseStore(task.settings.store, task.env.command_line != 0);
+  }
   task.settings.no_remote_debug = task.edition->page->info[kPageRemoteDebug] == nullptr;
 }
 

@@ -41,6 +41,8 @@ static constexpr PathRights kToRewrite{.file = kReadFile | kWriteFile | kTruncat
 static constexpr PathRights kToMakeIn{.file = 0, .folder = kMakeFile | kWriteFile};
 static constexpr PathRights kToReplaceIn{.file = 0,
                                          .folder = kMakeFile | kWriteFile | kTruncateFile | kRemoveFile};
+static constexpr PathRights kToKeepIn{
+    .file = 0, .folder = kReadFile | kMakeFile | kWriteFile | kTruncateFile | kRemoveFile};
 
 // ---- Files ----
 
@@ -72,6 +74,12 @@ static void AllowSummary(void* rules, const char* path) {
   AllowFolderOf<kSummaryPathSize>(landlock, path, kToReplaceIn);
 }
 
+static void AllowStore(Landlock& landlock, const char* folder) {
+  if (folder[0] != '\0') {
+    AllowPath(landlock, folder, kToKeepIn);
+  }
+}
+
 static void AllowErrorLog(Landlock& landlock, const char* path) {
   if (path[0] != '\0' && !IsForeignLink(path) && !AllowPath(landlock, path, kToAppend)) {
     AllowFolderOf<kPathSize>(landlock, path, kToMakeIn);
@@ -85,6 +93,7 @@ static int GiveUpFiles(const Profile& profile, const Settings& settings) {
     return landlock.failure;
   }
   SuperLog_FindAhead(settings, {.context = &landlock, .log = AllowLog, .summary = AllowSummary});
+  AllowStore(landlock, settings.store);
   AllowErrorLog(landlock, settings.ErrorLog);
   AllowPath(landlock, settings.Networks, kToRead);
   for (const char* const zones : kZones) {

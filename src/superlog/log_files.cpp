@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "dates/local_time.h"
+#include "superlog/content_hash.h"
 #include "superlog/directory_scan.h"
 #include "superlog/line_reader.h"
 #include "superlog/log_copies.h"
@@ -12,6 +14,7 @@
 #include "superlog/log_limits.h"
 #include "superlog/log_line.h"
 #include "superlog/log_probe.h"
+#include "superlog/log_store.h"
 #include "superlog/summary_file.h"
 #include "superlog/superlog.h"
 
@@ -36,6 +39,8 @@ static bool mFilesBegun = false;             // SuperLog_NextLogFile was called
 static LogFile* mpNextLogSummary = nullptr;  // entry to look at next
 static LogFile* mpOpenLog = nullptr;         // where logs are read whole
 static uint64_t mBytesBefore = 0;            // read before the open log
+static LogStamp mStamp;                      // of the open log, before it was opened
+static bool mToBeKept = false;  // nothing is known of it, and nobody can have changed it since the stamp
 static bool mLogsInReportRange = false;
 
 // Of the logs of which a report speaks, where logs are read whole.
@@ -172,6 +177,49 @@ void SuperLog_FindAhead(const Settings& settings, const LogPaths& paths) {
   TellLogs(mFoundAccessLog, settings.AccessLog, paths);
 }
 
+// ---- What decides about the records of a log -----------------------------------
+
+static constexpr uint64_t kReadingVersion = 1;  // of what makes a record of a line
+
+static constexpr ContentKey kRulesKey = {
+    {0x9216d5d98979fb1b, 0xd1310ba698dfb5ac, 0x2ffd72dbd01adfb7, 0xb8e1afed6a267e96}};  // digits of pi
+
+// When each day begins, in the zone of the run.
+static uint64_t HashOfZone() {
+  constexpr int kDays = 75 * 366;  // from 1970
+  static int64_t starts[kDays];
+  for (int day = 0; day < kDays; ++day) {
+    tm noon = {};
+    noon.tm_year = 70;
+    noon.tm_mday = day + 1;
+    noon.tm_hour = 12;
+    noon.tm_isdst = -1;
+    starts[day] = LocalToTime(noon);
+  }
+  return AddBlock(kRulesKey, {}, reinterpret_cast<const char*>(starts), sizeof starts).low;
+}
+
+static uint64_t HashOfRules() {
+  struct {
+    uint64_t version, line, item, request, wide, ff, escapes, order, offset, zone;
+    char program[16];
+    char layout[kTextSize];
+  } rules = {};
+  rules.version = kReadingVersion;
+  rules.line = mLogLimits.line;
+  rules.item = mLogLimits.item;
+  rules.request = mLogLimits.request;
+  rules.wide = mLogLimits.wide_figures;
+  rules.ff = mLogLimits.ff_ends_line;
+  rules.escapes = mLogLimits.escapes;
+  rules.order = static_cast<uint64_t>(mDateFormat);
+  rules.offset = static_cast<uint64_t>(mGmtOffset);
+  rules.zone = HashOfZone();
+  CopyText(rules.program, kVersion);
+  CopyText(rules.layout, OwnLayout());
+  return AddBlock(kRulesKey, {}, reinterpret_cast<const char*>(&rules), sizeof rules).low;
+}
+
 static void ListLogs() {
   ListLogsOfPattern(mFoundLogs, mLogSearchSpec);
   ListLogsOfPattern(mFoundAccessLog, mCurLogFileSpec);
@@ -206,6 +254,7 @@ void SuperLog_Init(Settings& settings, const Limits& limits, time_t range_first,
     CreateDefaultSummaryName(settings.summary, sizeof settings.summary, settings.logs);
   }
   if (mWholeLogs) {
+    OpenStore(settings.store, settings.store[0] == '\0' ? 0 : HashOfRules());
     ListLogs();
   } else {
     ProbeLogs(settings);
@@ -255,9 +304,42 @@ static bool OpenIfInRange(const LogFile& log) {
   return OpenLog(log.name);
 }
 
+// Passes over a log of which an earlier reading is kept and still holds.
+static bool IsKnownOutOfRange(LogFile& log) {
+  LogRecords records;
+  const bool stamped = StampOf(log.name, mStamp);
+  const bool known = stamped && Recall(mStamp, records);
+  mToBeKept = stamped && !known && IsSettled(mStamp);
+  if (!known || records.count <= 0 ||
+      (records.last >= mAnalysisRangeFirst_t && records.first <= mAnalysisRangeLast_t)) {
+    return false;
+  }
+  ReadingOf(log).records = records;
+  TellOfLook({log.name, log.size, records.first, records.last, LogVerdict::kOutOfRange});
+  return true;
+}
+
+// The same file as before it was read, all bytes of which have come.
+static bool IsReadWhole(const LogFile& log, uint64_t bytes) {
+  LogStamp now;
+  return mToBeKept && bytes == mStamp.size && StampOf(log.name, now) && now == mStamp;
+}
+
+// Where a clock change repeats an hour, the line before decides: that of the log before must not.
+static void ForgetLinesBefore() {
+  tm winter = {};
+  winter.tm_year = 100;
+  winter.tm_mday = 1;
+  winter.tm_isdst = -1;
+  LocalToTime(winter);
+}
+
 // False of what is read in another's place, or cannot be read.
 static bool OpenWhole(LogFile& log) {
   if (log.original != nullptr) {
+    return false;
+  }
+  if (IsKnownOutOfRange(log)) {
     return false;
   }
   if (!OpenLog(log.name)) {
@@ -265,6 +347,7 @@ static bool OpenWhole(LogFile& log) {
     return false;
   }
   mpOpenLog = &log;
+  ForgetLinesBefore();
   mBytesBefore = SuperLongToBytes(TotalLogBytesRead());
   BeginLinesOfLog();
   return true;
@@ -286,15 +369,19 @@ void SuperLog_LogRead(const LogRecords& records) {
     return;
   }
   LogFile& log = *mpOpenLog;
-  log.reading = {records, LinesNotUnderstoodOfLog()};
+  LogReading& reading = ReadingOf(log);
+  reading = {records, LinesNotUnderstoodOfLog()};
   const LogVerdict verdict = VerdictOf(records);
+  const uint64_t bytes = SuperLongToBytes(TotalLogBytesRead()) - mBytesBefore;
   if (verdict == LogVerdict::kInRange) {
     mLogsInReportRange = true;
-    SuperLongAddWide(mWhole.bytes,
-                     static_cast<int64_t>(SuperLongToBytes(TotalLogBytesRead()) - mBytesBefore));
+    SuperLongAddWide(mWhole.bytes, static_cast<int64_t>(bytes));
+  }
+  if (IsReadWhole(log, bytes)) {
+    Keep(mStamp, records);
   }
   if (verdict != LogVerdict::kOutOfRange) {
-    mWhole.lines_not_understood += log.reading.not_understood.lines;
+    mWhole.lines_not_understood += reading.not_understood.lines;
   }
   TellOfLook({log.name, log.size, records.first, records.last, verdict});
 }
@@ -311,10 +398,15 @@ void SuperLog_ReadLogs() {
   SuperLog_NextLogFile_Done();
 }
 
+static const LogReading& KnownOf(const LogFile& log) {
+  static constexpr LogReading kNothing{};
+  return log.reading == nullptr ? kNothing : *log.reading;
+}
+
 bool SuperLog_TimesHeld(time_t& first, time_t& last) {
   LogRecords all;
   for (const LogFile* log = mpLogsRoot; log != nullptr; log = log->next) {
-    const LogRecords& records = log->reading.records;
+    const LogRecords& records = KnownOf(*log).records;
     all.count += records.count;
     all.first = std::min(all.first, records.first);
     all.last = std::max(all.last, records.last);
@@ -333,12 +425,12 @@ bool SuperLog_NextState(const void*& place, LogState& state) {
     return false;
   }
   place = log;
-  const NotUnderstood& lines = log->reading.not_understood;
+  const NotUnderstood& lines = KnownOf(*log).not_understood;
   const LogFile& read = log->original == nullptr ? *log : *log->original;
   state = {.path = log->name,
            .copy_of = log->original == nullptr ? nullptr : log->original->name,
            .unopened = log->unopened,
-           .records = read.reading.records,
+           .records = KnownOf(read).records,
            .lines_not_understood = lines.lines,
            .first_not_understood = lines.first,
            .line = lines.line};

@@ -181,6 +181,17 @@ void LogsListAdd(const LogFile& file) {
   }
 }
 
+LogReading& ReadingOf(LogFile& log) {
+  if (log.reading == nullptr) {
+    log.reading = static_cast<LogReading*>(malloc(sizeof(LogReading)));
+    if (log.reading == nullptr) {
+      EndWithoutMemory();
+    }
+    *log.reading = {};
+  }
+  return *log.reading;
+}
+
 bool DeleteOldEntries() {
   const size_t count = mCount;
   mCount = 0;
@@ -201,6 +212,7 @@ bool DeleteOldEntries() {
 
 void ClearLogList() {
   for (size_t place = 0; place < mCount; ++place) {
+    free(mEntries[place]->reading);
     free(mEntries[place]);
   }
   free(static_cast<void*>(mEntries));

@@ -32,7 +32,7 @@ struct LogFile {
   bool plain;               // neither folder, pipe nor device
   bool unopened;            // this run could not read it
   const LogFile* original;  // an earlier one that holds the same; null: none
-  LogReading reading;
+  LogReading* reading;      // null: none yet
 
   // The list's own.
   LogFile* next;
@@ -54,6 +54,10 @@ void LogsListAppend(const LogFile& file);
 // Adds an entry at the end, unless there is one of its name. When memory runs out, the process exits with
 // status 1.
 void LogsListAdd(const LogFile& file);
+
+// The reading of an entry of the list, which is made when it has none. When memory runs out, the process
+// exits with status 1.
+LogReading& ReadingOf(LogFile& log);
 
 // The entry of a path, compared exactly; null when there is none. It may be
 // changed in its state.

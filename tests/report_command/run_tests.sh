@@ -9,7 +9,7 @@
 set -u
 program=$1 project=$2 shell=$3
 shift 3
-export LC_ALL=C TZ=UTC
+export LC_ALL=C TZ=UTC ORVELLIS_CACHE=
 command -v "$shell" >/dev/null || exit 77
 
 root=$(mktemp -d)

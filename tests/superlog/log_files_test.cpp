@@ -4,9 +4,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <random>
 #include <string>
 #include <utility>
 #include <vector>
@@ -801,4 +803,129 @@ TEST_F(WholeLogsTest, WithoutARecordNoTimesAreHeld) {
   EXPECT_FALSE(SuperLog_TimesHeld(first, last));
   EXPECT_EQ(first, 1);
   EXPECT_EQ(last, 2);
+}
+
+// ---- What is kept of logs ----
+
+class KeptLogsTest : public WholeLogsTest {
+ protected:
+  void SetUp() override {
+    WholeLogsTest::SetUp();
+    store = NewPath("store");
+    ASSERT_EQ(mkdir(store.c_str(), 0700), 0);
+    CopyText(settings.store, store);
+    SetCurrentTimeForTest(4102444800);  // 2100: every file is old
+  }
+
+  // The logs that a report of the days opens, of those that were found.
+  std::string Opened(int first_day, int last_day) {
+    ReadAll(first_day, last_day);
+    Init(first_day, last_day);
+    std::string names;
+    while (SuperLog_NextLogFile()) {
+      SuperLogRecord record;
+      LogRecords records;
+      while (SuperLog_ParseNextLine(record)) {
+        AddTime(records, record.time);
+      }
+      SuperLog_LogRead(records);
+      Told();
+      names += names.empty() ? "" : " ";
+      names += std::to_string(records.count);
+    }
+    return names;
+  }
+
+  std::string store;
+};
+
+TEST_F(KeptLogsTest, LogsOutsideTheRangeAreNotReadAgain) {
+  Write("a1.log", Line(2) + Line(5));
+  Write("a2.log", Line(9) + Line(8) + Line(9));
+  EXPECT_EQ(Opened(5, 5), "2");
+  EXPECT_EQ(Opened(5, 8), "2 3");
+  EXPECT_EQ(Opened(3, 4), "2");  // which may hold them
+  EXPECT_EQ(Opened(10, 12), "");
+  Init(10, 12);
+  SuperLog_ReadLogs();
+  time_t first = 0;
+  time_t last = 0;
+  EXPECT_TRUE(SuperLog_TimesHeld(first, last));
+  EXPECT_EQ(first, March(2));
+  EXPECT_EQ(last, March(9));
+  EXPECT_FALSE(SuperLog_LogsInRange());
+}
+
+TEST_F(KeptLogsTest, ChangedLogsAreReadAgain) {
+  Write("a1.log", Line(2));
+  EXPECT_EQ(Opened(5, 5), "");
+  Write("a1.log", Line(5));  // of the same size
+  EXPECT_EQ(ReadAll(5, 5), Days{5});
+  Write("a1.log", Line(2) + Line(3));
+  EXPECT_EQ(Opened(5, 5), "");
+  std::ofstream(PathOf("a1.log"), std::ios::app) << Line(5);
+  EXPECT_EQ(ReadAll(5, 5), Days{5});
+}
+
+TEST_F(KeptLogsTest, NewFilesAreNotKept) {
+  SetCurrentTimeForTest(-1);
+  Write("a1.log", Line(2));
+  EXPECT_EQ(Opened(5, 5), "1");
+}
+
+TEST_F(KeptLogsTest, AnotherZoneReadsAnew) {
+  Write("a1.log", Line(2));
+  EXPECT_EQ(Opened(5, 5), "");
+  setenv("TZ", "XXX3", 1);
+  Init(5, 5);
+  EXPECT_TRUE(SuperLog_NextLogFile());
+}
+
+TEST_F(KeptLogsTest, AnotherLayoutOrOrderReadsAnew) {
+  Write("a1.log", Line(2));
+  EXPECT_EQ(Opened(5, 5), "");
+  SuperLog_SetDateFormat("YMD", 4);
+  Init(5, 5);
+  EXPECT_TRUE(SuperLog_NextLogFile());
+  EXPECT_EQ(Opened(5, 5), "");
+  SuperLog_SetLogFormat("Shmw1qrc", 4);
+  Init(5, 5);
+  EXPECT_TRUE(SuperLog_NextLogFile());
+}
+
+// Whatever the order of the lines, the files they stand in and the state of the store.
+TEST_F(KeptLogsTest, NothingChangesAFigure) {
+  std::minstd_rand random(20000305);
+  std::vector<std::string> lines;
+  for (int day = 1; day <= 28; ++day) {
+    for (int i = 0; i < day; ++i) {
+      lines.push_back(Line(day, 1 + i));
+    }
+  }
+  for (int round = 0; round < 30; ++round) {
+    std::shuffle(lines.begin(), lines.end(), random);
+    const size_t files = 1 + random() % 5;
+    for (size_t file = 0; file < 5; ++file) {
+      std::string text;
+      for (size_t i = lines.size() * file / files; file < files && i < lines.size() * (file + 1) / files;
+           ++i) {
+        text += lines[i];
+      }
+      Write("a" + std::to_string(file) + ".log", text);
+    }
+    for (int state = 0; state < 4; ++state) {
+      const int first = 1 + static_cast<int>(random() % 28);
+      const int last = first + static_cast<int>(random() % 7);
+      int64_t expected = 0;
+      for (int day = first; day <= last && day <= 28; ++day) {
+        expected += day;
+      }
+      EXPECT_EQ(static_cast<int64_t>(ReadAll(first, last).size()), expected) << round << " " << state;
+      if (state == 2) {
+        for (const auto& entry : std::filesystem::directory_iterator(store)) {
+          std::filesystem::resize_file(entry.path(), random() % 200);
+        }
+      }
+    }
+  }
 }
