@@ -101,6 +101,12 @@ static void FindAhead(FoundLogs& logs, const char* pattern) {
   logs.ahead = true;
 }
 
+static void BeginScan(FoundLogs& logs, const char* pattern) {
+  if (!logs.ahead) {
+    StartScan(logs.scan, pattern);
+  }
+}
+
 // Where the log of that name is opened. The pattern's directory is used as it stands.
 static void MakeLogPath(char (&path)[kPathSize], const char* pattern, const char* name) {
   char directory[kPathSize];
@@ -110,9 +116,7 @@ static void MakeLogPath(char (&path)[kPathSize], const char* pattern, const char
 
 // Adds the files of a pattern to the list; true when one of them was probed.
 static bool AddLogsOfPattern(FoundLogs& logs, const char* pattern, bool trust_known_dates) {
-  if (!logs.ahead) {
-    StartScan(logs.scan, pattern);
-  }
+  BeginScan(logs, pattern);
   bool probed = false;
   for (FoundFile found; FindNext(logs.scan, found);) {
     LogFile log = {};
@@ -131,9 +135,7 @@ static bool AddLogsOfPattern(FoundLogs& logs, const char* pattern, bool trust_kn
 
 // Adds the files of a pattern to the list without a look into them.
 static void ListLogsOfPattern(FoundLogs& logs, const char* pattern) {
-  if (!logs.ahead) {
-    StartScan(logs.scan, pattern);
-  }
+  BeginScan(logs, pattern);
   for (FoundFile found; FindNext(logs.scan, found);) {
     LogFile log = {};
     MakeLogPath(log.name, pattern, found.name);
