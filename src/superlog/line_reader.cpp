@@ -9,6 +9,7 @@
 #include "base/text.h"
 #include "base/text_file.h"
 #include "superlog/byte_scan.h"
+#include "superlog/log_events.h"
 #include "superlog/log_limits.h"
 
 static constexpr char kCr = '\r';
@@ -108,6 +109,12 @@ static size_t ReadAt(char* dst, size_t size, int64_t offset) {
   return got;
 }
 
+void TellThatTextsGo() {
+  if (mLogEvents.texts_go != nullptr) {
+    mLogEvents.texts_go();
+  }
+}
+
 // --- The block reader -------------------------------------------------------
 
 // Counts the blocks that hold the bytes before a position of the window.
@@ -126,6 +133,7 @@ static bool RefreshBigBuf() {
   if (mpBigBufLastPos != mpWindow && mpBigBufLastPos != mpWindow + kBigBufSize) {
     return false;  // a short window was the last one
   }
+  TellThatTextsGo();
   const auto unread = static_cast<size_t>(mpBigBufLastPos - mpBigBufCurPos);
   memmove(mpWindow - unread, mpBigBufCurPos, unread);
   const size_t size = ReadAt(mpWindow, kBigBufSize, mWindowOffset);
@@ -218,6 +226,7 @@ void ReadLineFromBigBuf() {
   mpBigBufCurPos = std::min(mpLine + kept + 1, mpBigBufLastPos);
   if (length > kept) {
     // Discarding the rest may read the next window over the line.
+    TellThatTextsGo();
     mpLineEnd = mLineBuf + (mpLineEnd - mpLine);
     mpLine = static_cast<char*>(memcpy(mLineBuf, mpLine, kept));
     ReadRestOfLineFromBigBuf();

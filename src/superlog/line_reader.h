@@ -1,8 +1,8 @@
 // Cuts log lines out of 8192-byte blocks of the open log file.
 //
 // One file is open and one line is current at a time; both live in file-scope
-// state, so nothing here is reentrant. The current line stays valid, and may be
-// written to, until the next read.
+// state, so nothing here is reentrant. The current line may be written to
+// until the next read, and stays where it is until mLogEvents.texts_go is told.
 //
 // Blocks are the unit in which bytes are counted; the file is read in windows
 // of several blocks, and lines are delivered where they lie in the window.
@@ -72,6 +72,9 @@ int64_t TellLog();
 // Cuts a text at its first CR or LF.
 // For other programs that link the library; tested, not used by orvellis.
 void TrimEolChars(char* text);
+
+// To be called before texts of records that were delivered are overwritten.
+void TellThatTextsGo();
 
 // Bytes delivered by the block buffer since the start of the run: whole blocks
 // (the last of a file may be short), counted when their first byte is needed.
