@@ -10,6 +10,7 @@
 #include "analysis/search_phrases.h"
 #include "base/limits.h"
 #include "superlog/super_long.h"
+#include "unpack/formats.h"
 
 enum class DayCounting {
   kByDayOfYear,  // deliberate: the same days of different years are one
@@ -46,6 +47,8 @@ struct LogFigures {
   bool in_range;                     // some log reaches into the range
   int64_t lines_not_understood = 0;  // which hold data, but no request in the log's layout
   int64_t not_opened = 0;            // logs that were to be read, or looked into
+  int64_t damaged = 0;               // compressed logs that were read as far as they could be unpacked
+  bool lacking[kPackFormats] = {};   // formats of logs that were not opened for want of a library
 };
 
 // Bytes, an item counted as 256.

@@ -373,7 +373,10 @@ static void WrapFigures(Analysis& analysis) {
 static void CollectFigures(Analysis& analysis) {
   SetBrandCounts(analysis);
   analysis.logs = {SuperLog_GetTotalLogBytesRead(), SuperLog_LogsInRange(), SuperLog_GetLinesNotUnderstood(),
-                   SuperLog_GetLogsNotOpened()};
+                   SuperLog_GetLogsNotOpened(), SuperLog_GetLogsDamaged()};
+  for (size_t format = 0; format < kPackFormats; ++format) {
+    analysis.logs.lacking[format] = SuperLog_IsLacking(static_cast<PackFormat>(format));
+  }
   // Smart memory notes its peak only where it reclaims; without any reclaim memory has only grown.
   const int64_t peak = gSM_TotalBytesFreed == 0 ? gSM_CurrentBytesAllocated : gSM_MaximumBytesAllocated;
   analysis.memory = {gSM_TotalBytesAllocated, gSM_CurrentBytesAllocated, peak, gSM_TotalBytesFreed};

@@ -90,6 +90,7 @@ struct RunRules {
   bool own_links_only;    // no link that somebody else may have put there leads to a file that is written
   bool whole_site;        // a request without a path is for the whole site
   bool forgets_unopened;  // logs that could not be opened are tried again by the next run
+  bool unpacks;           // compressed logs are read as what is in them
 };
 
 struct Settings {

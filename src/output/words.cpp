@@ -46,6 +46,10 @@ static constexpr NoteWords kNoteWords[] = {
     {NoteCode::kTypesLeftOut, "types_left_out", "Requests for files of these types were left out: ", "."},
     {NoteCode::kLogsNotOpened, "logs_not_opened",
      "Logs that could not be opened, so that their records are missing: ", "."},
+    {NoteCode::kLogsDamaged, "logs_damaged",
+     "Compressed logs that could be unpacked in part only, so that records are missing: ", "."},
+    {NoteCode::kNoLibrary, "no_library",
+     "Compressed logs of these formats are among them, for want of the library that unpacks them: ", "."},
     {NoteCode::kThinned, "thinned",
      "The memory budget did not suffice. Figures may be too low behind the first rows of the section ", "."},
 };

@@ -2,15 +2,37 @@
 
 #include <cinttypes>
 #include <cstdio>
+#include <cstring>
 #include <string_view>
 
 #include "sections/overview.h"
+#include "unpack/unpacking.h"
+
+static void PutNumber(char (&text)[24], int64_t logs) {
+  if (logs > 0) {
+    snprintf(text, sizeof text, "%" PRId64, logs);
+  }
+}
+
+// "gzip (libz.so.1), xz (liblzma.so.5)"; a format without a name behind it is one that this build does not
+// know.
+static void ListLacking(const Analysis& analysis, char (&list)[160]) {
+  for (size_t place = 0; place < kPackFormats; ++place) {
+    if (analysis.logs.lacking[place]) {
+      const auto format = static_cast<PackFormat>(place);
+      const char* const library = LibraryFor(format);
+      const size_t length = strlen(list);
+      snprintf(list + length, sizeof list - length, "%s%s (%s)", length == 0 ? "" : ", ", NameOf(format),
+               library == nullptr ? "not built in" : library);
+    }
+  }
+}
 
 Notes OpenNotes(const Settings& settings, const Analysis& analysis) {
-  Notes notes{&settings, &analysis, 0, FirstThinnedTable(settings, analysis), ""};
-  if (analysis.logs.not_opened > 0) {
-    snprintf(notes.not_opened, sizeof notes.not_opened, "%" PRId64, analysis.logs.not_opened);
-  }
+  Notes notes{&settings, &analysis, 0, FirstThinnedTable(settings, analysis), "", "", ""};
+  PutNumber(notes.not_opened, analysis.logs.not_opened);
+  PutNumber(notes.damaged, analysis.logs.damaged);
+  ListLacking(analysis, notes.lacking);
   return notes;
 }
 
@@ -38,6 +60,10 @@ static const char* SubjectOf(NoteCode code, const Notes& notes) {
       return unless_empty(settings.filter_filetypes);
     case NoteCode::kLogsNotOpened:
       return unless_empty(notes.not_opened);
+    case NoteCode::kLogsDamaged:
+      return unless_empty(notes.damaged);
+    case NoteCode::kNoLibrary:
+      return unless_empty(notes.lacking);
     default:
       return nullptr;
   }

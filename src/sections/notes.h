@@ -15,9 +15,11 @@ enum class NoteCode {
   kHostsLeftOut,
   kTypesLeftOut,
   kLogsNotOpened,  // and so not read; the subject is their number
+  kLogsDamaged,    // so that they were read in part; the subject is their number
+  kNoLibrary,      // for compressed logs, which are among those not opened; the subject are formats
   kThinned,        // the memory budget took items from a table: counts below its first rows may be too low
 };
-inline constexpr size_t kNoteCodes = 8;
+inline constexpr size_t kNoteCodes = 10;
 
 struct Note {
   NoteCode code;
@@ -32,6 +34,8 @@ struct Notes {
   size_t next;            // of the codes
   const ListInfo* table;  // the next thinned one, once it is their turn
   char not_opened[24];    // logs, in digits; empty: none
+  char damaged[24];       // the same
+  char lacking[160];      // formats and their libraries; empty: none
 };
 
 // Both records must outlive the notes.

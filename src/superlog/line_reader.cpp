@@ -10,6 +10,7 @@
 #include "base/text_file.h"
 #include "superlog/byte_scan.h"
 #include "superlog/log_limits.h"
+#include "unpack/unpacking.h"
 
 static constexpr char kCr = '\r';
 static constexpr char kLf = '\n';
@@ -20,9 +21,13 @@ char* mpLine = mNoLine;
 char* mpLineEnd = mNoLine;
 uint32_t mLineLen = 0;
 
-// The open file.
+// The open file; the pipe through which it comes, if it is compressed.
 static int mhFile = -1;
 static bool mIsRegularFile = false;
+static PackFormat mPackFormat = PackFormat::kNone;
+static bool mUnpackedToEnd = false;
+static bool mUnpacks = false;
+static bool mLacking[kPackFormats];
 static SuperLong mTotalLogBytesRead;
 
 // The block reader's window. A line that crosses the window's end is moved to
@@ -59,24 +64,62 @@ static char mLineBuf[kLongestLine + 1 + kScanOverread];
 
 // --- The file ---------------------------------------------------------------
 
+void SetUnpacking(bool unpacks) {
+  mUnpacks = unpacks;
+}
+
+PackFormat FormatOfLog() {
+  return mPackFormat;
+}
+
+bool IsLacking(PackFormat format) {
+  return mLacking[static_cast<size_t>(format)];
+}
+
+// A compressed file becomes the pipe through which it comes.
+static void UnpackIfPacked() {
+  const PackFormat format = mUnpacks && mIsRegularFile ? FormatOfFile(mhFile) : PackFormat::kNone;
+  if (format != PackFormat::kNone) {
+    const int pipe = OpenUnpacked(mhFile, format);
+    close(mhFile);
+    mhFile = pipe;
+    mPackFormat = pipe < 0 ? PackFormat::kNone : format;
+  }
+}
+
 bool OpenLog(const char* path) {
   CloseLog();
   const OpenedFile opened = OpenToRead(path);
   mhFile = opened.file;
   mIsRegularFile = opened.kind == FileKind::kRegular;
+  UnpackIfPacked();
   return IsLogOpen();
 }
 
-void CloseLog() {
+// Whoever does not read to the end does not learn how it would have been.
+static UnpackEnd CloseFile() {
+  if (mPackFormat != PackFormat::kNone) {
+    const UnpackEnd end = CloseUnpacked(mhFile);
+    mLacking[static_cast<size_t>(mPackFormat)] |= end == UnpackEnd::kNoLibrary;
+    return mUnpackedToEnd ? end : UnpackEnd::kUnwanted;
+  }
   if (mhFile >= 0) {
     close(mhFile);
   }
+  return UnpackEnd::kWhole;
+}
+
+UnpackEnd CloseLog() {
+  const UnpackEnd end = CloseFile();
   mhFile = -1;
   mIsRegularFile = false;
+  mPackFormat = PackFormat::kNone;
+  mUnpackedToEnd = false;
   mpBigBufCurPos = mpBigBufLastPos = mpCountedTo = mpWindow;
   mWindowOffset = 0;
   mpPlainCurPos = mpPlainLastPos = mPlainBuf;
   mPlainOffset = 0;
+  return end;
 }
 
 bool IsLogOpen() {
@@ -85,6 +128,8 @@ bool IsLogOpen() {
 
 void ResetLineReader() {
   CloseLog();
+  mUnpacks = false;
+  std::fill(std::begin(mLacking), std::end(mLacking), false);
   mTotalLogBytesRead = {};
   mpLine = mpLineEnd = mNoLine;
   mLineLen = 0;
@@ -94,17 +139,28 @@ SuperLong TotalLogBytesRead() {
   return mTotalLogBytesRead;
 }
 
-// Reads size bytes at offset, fewer only at the end of the data.
+static ssize_t ReadSomeAt(char* dst, size_t size, int64_t offset) {
+  return mPackFormat == PackFormat::kNone ? pread(mhFile, dst, size, offset) : read(mhFile, dst, size);
+}
+
+// Reads size bytes at offset, fewer only at the end of the data. What is unpacked is asked for in order.
 static size_t ReadAt(char* dst, size_t size, int64_t offset) {
   size_t got = 0;
   while (mIsRegularFile && got < size) {
-    const ssize_t n = pread(mhFile, dst + got, size - got, offset + static_cast<int64_t>(got));
+    const ssize_t n = ReadSomeAt(dst + got, size - got, offset + static_cast<int64_t>(got));
     if (n > 0) {
       got += static_cast<size_t>(n);
     } else if (n == 0 || errno != EINTR) {
+      mUnpackedToEnd = true;
       break;
     }
   }
+  return got;
+}
+
+size_t ReadLogBytes(char* bytes, size_t size) {
+  const size_t got = ReadAt(bytes, size, mPlainOffset);
+  mPlainOffset += static_cast<int64_t>(got);
   return got;
 }
 

@@ -16,6 +16,7 @@
 #include <cstdint>
 
 #include "superlog/super_long.h"
+#include "unpack/codec.h"
 
 inline constexpr size_t kBlockSize = 8192;             // bytes are counted in blocks of this size
 inline constexpr size_t kBigBufSize = 8 * kBlockSize;  // and read from the file in windows of this size
@@ -30,11 +31,26 @@ extern uint32_t mLineLen;
 // Opens a log file for reading, after closing the one that was open; false when
 // it cannot be opened. Both readers begin at its start. What is no regular file
 // (a folder, a device, a named pipe) opens and yields no lines; opening never
-// waits.
+// waits. A compressed file, where these are unpacked, yields what is in it, to the one reader that is used
+// first: it comes as a stream, which is read once. False then, too, when there is nobody to unpack it.
 bool OpenLog(const char* path);
 
-// Closes the open file, if any, and empties the block buffer.
-void CloseLog();
+// Closes the open file, if any, and empties the block buffer. Tells how the unpacking of a compressed one
+// ended; kUnwanted when it was not read to its end, kWhole of any other file.
+UnpackEnd CloseLog();
+
+// Whether compressed files are unpacked; otherwise they are files like any other, as they are until this is
+// called and after a reset.
+void SetUnpacking(bool unpacks);
+
+// The format of the open file, kNone where it is not being unpacked.
+PackFormat FormatOfLog();
+
+// Whether this run closed a file of that format that could not be unpacked for want of a library.
+bool IsLacking(PackFormat format);
+
+// Copies the next bytes of the file as they are, fewer than size only at its end. Goes with neither reader.
+size_t ReadLogBytes(char* bytes, size_t size);
 
 // For other programs that link the library; tested, not used by orvellis.
 bool IsLogOpen();
@@ -69,7 +85,8 @@ int64_t TellLog();
 void TrimEolChars(char* text);
 
 // Bytes delivered by the block buffer since the start of the run: whole blocks
-// (the last of a file may be short), counted when their first byte is needed.
+// (the last of a file may be short), counted when their first byte is needed. Of compressed files, the
+// unpacked ones.
 SuperLong TotalLogBytesRead();
 
 // Closes the open file and returns the counter to zero.

@@ -13,6 +13,7 @@
 #include "superlog/log_probe.h"
 #include "superlog/summary_file.h"
 #include "superlog/superlog.h"
+#include "unpack/unpacking.h"
 
 LogEvents mLogEvents;
 
@@ -34,6 +35,7 @@ static bool mFilesBegun = false;                   // SuperLog_NextLogFile was c
 static const LogFile* mpNextLogSummary = nullptr;  // entry to look at next
 static bool mLogsInReportRange = false;
 static int64_t mLogsNotOpened = 0;
+static int64_t mLogsDamaged = 0;
 
 static void Forget(FoundLogs& logs) {
   FindClose(logs.scan);
@@ -53,11 +55,17 @@ void ResetSuperLog() {
   mFilesBegun = false;
   mLogsInReportRange = false;
   mLogsNotOpened = 0;
+  mLogsDamaged = 0;
+}
+
+static void ForgetLogs() {
+  ClearLogList();
+  mpNextLogSummary = nullptr;
 }
 
 void SuperLog_Uninit() {
-  ClearLogList();
-  mpNextLogSummary = nullptr;
+  ForgetLogs();
+  StopUnpacking();
 }
 
 // --- Finding the log files --------------------------------------------------
@@ -140,12 +148,14 @@ void SuperLog_FindAhead(const Settings& settings, const LogPaths& paths) {
 
 void SuperLog_Init(Settings& settings, const Limits& limits, time_t range_first, time_t range_last,
                    const LogEvents& events) {
-  SuperLog_Uninit();
+  ForgetLogs();
   mLogEvents = events;
   mLogLimits = limits;
   mFilesBegun = false;
   mLogsInReportRange = false;
   mLogsNotOpened = 0;
+  mLogsDamaged = 0;
+  SetUnpacking(settings.rules.unpacks);
   SuperLog_SetRange(range_first, range_last);
   CopyText(mLogSearchSpec, settings.logs);
   CopyText(mCurLogFileSpec, settings.AccessLog);
@@ -181,15 +191,25 @@ static bool IsLog(const LogFile& file) {
   return file.size != 0 && file.first != 0 && file.last != 0;
 }
 
-// The dates of what is a log are shifted.
+static bool HasOpenEnd(const LogFile& file) {
+  return mLogLimits.wide_figures && file.last >= kOpenEnd;
+}
+
+// The dates of what is a log are shifted. Of one with an open end, the first is all that is known.
 static LogLook LookAt(const LogFile& file) {
   if (!IsLog(file)) {
     return {file.name, file.size, file.first, file.last, LogVerdict::kNoLog};
   }
   const time_t first = ShiftFromGmt(file.first);
-  const time_t last = ShiftFromGmt(file.last);
-  const bool in_range = last >= mAnalysisRangeFirst_t && first <= mAnalysisRangeLast_t;
+  const bool open = HasOpenEnd(file);
+  const time_t last = open ? first : ShiftFromGmt(file.last);
+  const bool in_range = (open || last >= mAnalysisRangeFirst_t) && first <= mAnalysisRangeLast_t;
   return {file.name, file.size, first, last, in_range ? LogVerdict::kInRange : LogVerdict::kOutOfRange};
+}
+
+// The end of a log, looked for now if it is open.
+static time_t LastTimeOf(const LogFile& file) {
+  return ShiftFromGmt(HasOpenEnd(file) ? FindLastDateOfPacked(file.name, file.first) : file.last);
 }
 
 bool SuperLog_TimesHeld(time_t& first, time_t& last) {
@@ -197,7 +217,8 @@ bool SuperLog_TimesHeld(time_t& first, time_t& last) {
   for (const LogFile* file = mpLogsRoot; file != nullptr; file = file->next) {
     const LogLook log = LookAt(*file);
     if (log.verdict != LogVerdict::kNoLog) {
-      const auto [earlier, later] = std::minmax(log.first, log.last);  // lines may stand in any order
+      const time_t end = LastTimeOf(*file);
+      const auto [earlier, later] = std::minmax(log.first, end);  // lines may stand in any order
       first = any ? std::min(first, earlier) : earlier;
       last = any ? std::max(last, later) : later;
       any = true;
@@ -254,7 +275,10 @@ bool SuperLog_NextLogFile() {
 }
 
 void SuperLog_NextLogFile_Done() {
-  CloseLog();
+  const UnpackEnd end = CloseLog();
+  mLogsNotOpened += end == UnpackEnd::kNoLibrary ? 1 : 0;
+  mLogsDamaged +=
+      end == UnpackEnd::kDamaged || end == UnpackEnd::kNoMemory || end == UnpackEnd::kBroken ? 1 : 0;
 }
 
 bool SuperLog_LogsInRange() {
@@ -263,6 +287,14 @@ bool SuperLog_LogsInRange() {
 
 int64_t SuperLog_GetLogsNotOpened() {
   return mLogsNotOpened;
+}
+
+int64_t SuperLog_GetLogsDamaged() {
+  return mLogsDamaged;
+}
+
+bool SuperLog_IsLacking(PackFormat format) {
+  return IsLacking(format);
 }
 
 SuperLong SuperLog_GetTotalLogBytesRead() {

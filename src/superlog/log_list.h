@@ -13,6 +13,10 @@ enum LogFileState : int {
   kSeenOnDisk = 4,
 };
 
+// A last date from here on says that nobody has looked for it: a compressed log may go on for ever. Behind
+// all times that can be asked for.
+inline constexpr time_t kOpenEnd = time_t{1} << 38;
+
 struct LogFile {
   char name[kPathSize];  // full path
   uint64_t size;         // bytes, modulo 2^32 where figures are narrow

@@ -102,18 +102,70 @@ static time_t FindLastDateOf(const char* path, int64_t size) {
   return last;
 }
 
+// What tells packed files of one size and one first date apart: their last bytes are checksums.
+static time_t OpenEndOf(const char* path, int64_t size) {
+  unsigned char end[16] = {};
+  const int file = OpenToRead(path).file;
+  if (file >= 0) {
+    const int64_t start = std::max<int64_t>(size - static_cast<int64_t>(sizeof end), 0);
+    const ssize_t got = pread(file, end, sizeof end, start);
+    close(file);
+    static_cast<void>(got);  // what is not there are zeros
+  }
+  uint32_t mixed = 0;
+  for (const unsigned char byte : end) {
+    mixed = mixed * 31 + byte;
+  }
+  return kOpenEnd + static_cast<time_t>(mixed);
+}
+
+time_t FindLastDateOfPacked(const char* path, time_t first) {
+  if (!OpenLog(path)) {
+    return first;
+  }
+  // The two last pieces of the file stand one behind the other.
+  constexpr size_t piece = kLongestLine;
+  size_t before = 0;
+  size_t got = ReadLogBytes(mStretchBuf, piece);
+  while (got == piece) {
+    if (before != 0) {
+      memmove(mStretchBuf, mStretchBuf + piece, piece);
+    }
+    before = piece;
+    got = ReadLogBytes(mStretchBuf + piece, piece);
+  }
+  CloseLog();
+  const size_t length = before + got;
+  const time_t last = FindLastDateInStretch(mStretchBuf, static_cast<int64_t>(length), mStretchBuf + length);
+  return last != 0 ? last : first;
+}
+
+static bool TellNotOpened(const LogFile& log) {
+  if (mLogEvents.log_not_opened != nullptr) {
+    mLogEvents.log_not_opened(log.name);
+  }
+  return false;
+}
+
+static bool IsFailure(UnpackEnd end) {
+  return end != UnpackEnd::kWhole && end != UnpackEnd::kUnwanted;
+}
+
 bool GetLogFileDateRange(LogFile& log, int64_t size) {
   ResetFileFormat();
   log.first = log.last = 0;
   if (!OpenLog(log.name)) {
-    if (mLogEvents.log_not_opened != nullptr) {
-      mLogEvents.log_not_opened(log.name);
-    }
-    return false;
+    return TellNotOpened(log);
   }
+  const PackFormat format = FormatOfLog();
   log.first = FindFirstDate();
-  CloseLog();
-  if (log.first != 0) {
+  const UnpackEnd end = CloseLog();
+  if (log.first == 0) {
+    return !IsFailure(end) || TellNotOpened(log);
+  }
+  if (format != PackFormat::kNone) {
+    log.last = OpenEndOf(log.name, size);
+  } else {
     // The first line is never looked at from the end, so that a file of one line ends where it begins.
     const time_t last = FindLastDateOf(log.name, size);
     log.last = last != 0 ? last : log.first;

@@ -14,6 +14,7 @@
 #include "cgi/settings.h"
 #include "superlog/log_events.h"
 #include "superlog/super_long.h"
+#include "unpack/formats.h"
 
 // One request. Texts are absent (null data), or NUL-terminated and at most as long
 // as the limits let an item be; figures are as wide as they let them be. Texts stay valid until the next
@@ -122,5 +123,12 @@ int64_t SuperLog_GetLinesNotUnderstood();
 // Logs that this run was to read, or to look into for their days, and could not open.
 int64_t SuperLog_GetLogsNotOpened();
 
-// Releases the list of log files.
+// Compressed logs that this run has read as far as they could be unpacked: they are cut or damaged, or need
+// more memory than there is.
+int64_t SuperLog_GetLogsDamaged();
+
+// Whether a compressed log of that format was not opened because its library is not there.
+bool SuperLog_IsLacking(PackFormat format);
+
+// Releases the list of log files, and ends the process that unpacks, if there is one.
 void SuperLog_Uninit();
