@@ -9,6 +9,10 @@ void TellTotals(const Settings& settings, const Analysis& analysis) {
   const Overview overview = OverviewOf(settings, analysis);
   fprintf(stderr,
           "{\"requests\": %" PRId64 ", \"bytes\": %" PRIu64 ", \"log_bytes\": %" PRIu64
-          ", \"lines_not_understood\": %" PRId64 "}\n",
+          ", \"lines_not_understood\": %" PRId64,
           overview.requests, overview.bytes_served, overview.log_bytes_read, overview.lines_not_understood);
+  if (analysis.logs.damaged > 0) {
+    fprintf(stderr, ", \"logs_damaged\": %" PRId64, analysis.logs.damaged);
+  }
+  fputs("}\n", stderr);
 }

@@ -254,6 +254,45 @@ test_missing_unpacker() {
   expect_error 2 'cannot unpack access.log.zst: install the program zstd'
 }
 
+# The modern edition unpacks by itself, and writes nothing of it to the disk.
+test_modern_rotated_set() {
+  edition=''
+  line 9 >access.log
+  line 7 | gzip >access.log.2.gz
+  { line 5 && line 6; } | gzip >access.log.3
+  line 4 | gzip >input
+  orvellis_report access.log access.log.2.gz access.log.3 - <input >out 2>err
+  status=$?
+  expect_records 5 2000-03-04 2000-03-09
+  run --from 2000-03-06 --to 2000-03-07 access.log access.log.2.gz access.log.3
+  expect_records 2 2000-03-06 2000-03-07
+}
+
+test_modern_packed_logs_out_of_order() {
+  edition=''
+  { line 7 && line 4 && line 6; } | gzip >access.log.gz
+  line 5 | gzip | tee copy.gz >other.gz
+  run access.log.gz other.gz copy.gz
+  expect_records 4 2000-03-04 2000-03-07
+  expect_in err '1 log has the size and the times of another'
+}
+
+test_modern_log_damaged_behind_its_beginning() {
+  edition=''
+  { week | gzip && echo 'no gzip'; } >access.log.gz
+  run access.log.gz
+  expect_records 3 2000-03-05 2000-03-07
+  expect_in err '1 compressed log is cut or damaged: requests behind that are missing'
+}
+
+test_modern_log_of_which_nothing_can_be_unpacked() {
+  edition=''
+  line 9 >access.log
+  week | gzip | head -c 40 >access.log.1.gz
+  run access.log access.log.1.gz
+  expect_error 2 'cannot unpack access.log.1.gz: it is damaged, or this system lacks the library of gzip'
+}
+
 test_odd_names() {
   number=0
   newline='
