@@ -55,5 +55,4 @@ class Unpacking(BoundsCase):
                    lambda count: line * count, requests=5000 * TIMES * GROWTH)
 
 
-
 main()
