@@ -17,6 +17,8 @@
 #include "superlog/log_format.h"
 #include "superlog/superlog.h"
 #include "support/text_file.h"
+#include "unpack/packed.h"
+#include "unpack/unpacking.h"
 
 namespace {
 
@@ -663,6 +665,85 @@ TEST_F(LogFilesTest, ResetForgetsEverything) {
   Told();
   EXPECT_FALSE(SuperLog_NextLogFile());
   EXPECT_EQ(Told(), "");
+}
+
+// --- Compressed logs --------------------------------------------------------------
+
+class CompressedLogFilesTest : public LogFilesTest {
+ protected:
+  void SetUp() override {
+    LogFilesTest::SetUp();
+    if (LibraryFor(PackFormat::kGzip) == nullptr) {
+      GTEST_SKIP() << "built without gzip";
+    }
+    settings.rules.unpacks = true;
+    settings.rules.forgets_unopened = true;
+  }
+  void InitWith(const Limits& limits) {
+    ResetSuperLog();
+    SuperLog_Init(settings, limits, March(1), March(31), kRecorder);
+  }
+  void WritePacked(const std::string& name, const std::string& text) {
+    Write(name, Pack(PackFormat::kGzip, text));
+  }
+};
+
+TEST_F(CompressedLogFilesTest, EndIsOpenAndIsFoundWhenItIsAskedFor) {
+  WritePacked("a1.log", Line(3) + RecordLines(3000) + Line(20));
+  WritePacked("a2.log", Line(7));
+  InitWith(kModernLimits);
+  EXPECT_EQ(mpLogsRoot->first, March(3));
+  EXPECT_GE(mpLogsRoot->last, kOpenEnd);
+  time_t first = 0;
+  time_t last = 0;
+  EXPECT_TRUE(SuperLog_TimesHeld(first, last));
+  EXPECT_EQ(first, March(3));
+  EXPECT_EQ(last, March(20));
+}
+
+TEST_F(CompressedLogFilesTest, IsReadForEveryRangeThatItDoesNotBeginBehind) {
+  WritePacked("a1.log", Line(3) + Line(4));
+  InitWith(kModernLimits);
+  SuperLog_SetRange(March(2), March(2));
+  EXPECT_FALSE(SuperLog_NextLogFile());
+  InitWith(kModernLimits);
+  SuperLog_SetRange(March(25), March(26));
+  EXPECT_TRUE(SuperLog_NextLogFile());
+  EXPECT_NE(Told().find("3 to 3, in range"), std::string::npos);
+}
+
+TEST_F(CompressedLogFilesTest, LogsOfOneSizeAndBeginningAreNoCopies) {
+  WritePacked("a1.log", Line(3) + Line(4));
+  WritePacked("a2.log", Line(3) + Line(5));
+  WritePacked("a3.log", Line(3) + Line(4));
+  ASSERT_EQ(std::filesystem::file_size(PathOf("a1.log")), std::filesystem::file_size(PathOf("a2.log")));
+  InitWith(kModernLimits);
+  EXPECT_EQ(ListNames(), (Names{"a1.log", "a2.log"}));
+}
+
+TEST_F(CompressedLogFilesTest, DamageIsCountedOnceWhereItIs) {
+  Write("a1.log", Pack(PackFormat::kGzip, Line(3)) + "garbage");
+  Write("a2.log", Pack(PackFormat::kGzip, Line(4)).substr(0, 20));
+  WritePacked("a3.log", Line(5));
+  InitWith(kModernLimits);
+  EXPECT_EQ(Told(), "not opened: a2.log\n");
+  SuperLogRecord record{};
+  while (SuperLog_NextLogFile()) {
+    while (SuperLog_ParseNextLine(record)) {
+    }
+  }
+  EXPECT_EQ(SuperLog_GetLogsDamaged(), 1);
+  EXPECT_EQ(SuperLog_GetLogsNotOpened(), 1);
+  EXPECT_FALSE(SuperLog_IsLacking(PackFormat::kGzip));
+}
+
+TEST_F(CompressedLogFilesTest, IsNoLogWhereNothingIsUnpacked) {
+  settings.rules.unpacks = false;
+  WritePacked("a1.log", Line(3));
+  InitWith(kClassicLimits);
+  EXPECT_EQ(mpLogsRoot->first, 0);
+  EXPECT_FALSE(SuperLog_NextLogFile());
+  EXPECT_EQ(SuperLog_GetLogsNotOpened(), 0);
 }
 
 }  // namespace

@@ -17,6 +17,8 @@
 #include "superlog/plain_probe.h"
 #include "superlog/superlog.h"
 #include "support/text_file.h"
+#include "unpack/packed.h"
+#include "unpack/unpacking.h"
 
 namespace {
 
@@ -294,6 +296,23 @@ TEST_F(LogProbeTest, EndlessLineAndEndlessEmptyLinesTakeNoTime) {
   }
   const auto seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
   EXPECT_LT(seconds, 20);
+}
+
+// As it is found in the plain file, wherever in the last pieces it lies.
+TEST_F(LogProbeTest, LastDateOfAPackedFileIsThatOfThePlainOne) {
+  if (LibraryFor(PackFormat::kGzip) == nullptr) {
+    GTEST_SKIP() << "built without gzip";
+  }
+  mLogLimits = kModernLimits;
+  SetUnpacking(true);
+  for (const size_t behind : {0, 100, 65000, 65536, 66000, 131000}) {
+    const std::string text = Line(2) + RecordLines(2000) + Line(9) + std::string(behind, '\n');
+    const std::string packed = WriteFile("packed", Pack(PackFormat::kGzip, text));
+    EXPECT_EQ(FindLastDateOfPacked(packed.c_str(), March(2)), behind < 131000 ? March(9) : March(2))
+        << behind;
+  }
+  EXPECT_EQ(FindLastDateOfPacked(NewPath("missing").c_str(), March(2)), March(2));
+  StopUnpacking();
 }
 
 }  // namespace

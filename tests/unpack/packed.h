@@ -24,7 +24,7 @@ inline std::string Pack(PackFormat format, const std::string& text, const std::s
 }
 
 // So many lines that differ, but not in everything.
-inline std::string Lines(int count) {
+inline std::string RecordLines(int count) {
   std::string text;
   for (int i = 0; i < count; ++i) {
     text += "192.0.2." + std::to_string(i * 7919 % 251) + " - - [05/Mar/2000:10:00:00 +0000] \"GET /" +

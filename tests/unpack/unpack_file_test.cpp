@@ -51,14 +51,14 @@ INSTANTIATE_TEST_SUITE_P(EachCodec, UnpackFileTest, testing::ValuesIn(Codecs().b
                          });
 
 TEST_P(UnpackFileTest, GivesBackWhatWasPacked) {
-  const std::string text = Lines(30000);  // several buffers
+  const std::string text = RecordLines(30000);  // several buffers
   Expect(Packed(text), UnpackEnd::kWhole, text);
   Expect(Packed("a"), UnpackEnd::kWhole, "a");
   Expect(Packed(""), UnpackEnd::kWhole, "");
 }
 
 TEST_P(UnpackFileTest, MembersFollowEachOther) {
-  const std::string large = Lines(9000);
+  const std::string large = RecordLines(9000);
   Expect(Packed("one\n") + Packed("") + Packed(large) + Packed("") + Packed("three\n"), UnpackEnd::kWhole,
          "one\n" + large + "three\n");
 }
@@ -67,8 +67,8 @@ TEST_P(UnpackFileTest, MembersFollowEachOther) {
 TEST_P(UnpackFileTest, ManySmallMembers) {
   std::string packed;
   std::string text;
-  const std::string members[] = {Packed("a\n"), Packed(""), Packed(Lines(30)), Packed("zz\n")};
-  const std::string texts[] = {"a\n", "", Lines(30), "zz\n"};
+  const std::string members[] = {Packed("a\n"), Packed(""), Packed(RecordLines(30)), Packed("zz\n")};
+  const std::string texts[] = {"a\n", "", RecordLines(30), "zz\n"};
   for (size_t i = 0; packed.size() < 700'000; i = (i + 1) % 4) {
     packed += members[i];
     text += texts[i];
@@ -82,12 +82,12 @@ TEST_P(UnpackFileTest, NulsMayFollow) {
 }
 
 TEST_P(UnpackFileTest, GarbageBehindIsDamageBehindTheWholeText) {
-  const std::string text = Lines(5000);
+  const std::string text = RecordLines(5000);
   Expect(Packed(text) + "garbage that is no member\n", UnpackEnd::kDamaged, text);
 }
 
 TEST_P(UnpackFileTest, WhatIsCutYieldsItsBeginning) {
-  const std::string text = Lines(400);
+  const std::string text = RecordLines(400);
   const std::string packed = Packed("first\n") + Packed(text);
   const size_t first = Packed("first\n").size();
   for (size_t size = 1; size < packed.size(); size += size < 200 || size + 60 > packed.size() ? 1 : 97) {
@@ -99,7 +99,7 @@ TEST_P(UnpackFileTest, WhatIsCutYieldsItsBeginning) {
 }
 
 TEST_P(UnpackFileTest, WhatCameBeforeTheCutIsThere) {
-  const std::string text = Lines(60000);
+  const std::string text = RecordLines(60000);
   const std::string packed = Packed(text);
   const Unpacked cut = Unpack(codec, packed.substr(0, packed.size() / 2));
   EXPECT_EQ(cut.end, UnpackEnd::kDamaged);
@@ -108,7 +108,7 @@ TEST_P(UnpackFileTest, WhatCameBeforeTheCutIsThere) {
 }
 
 TEST_P(UnpackFileTest, DamageIsNoticed) {
-  const std::string text = Lines(300);
+  const std::string text = RecordLines(300);
   const std::string packed = Packed(text);
   int unnoticed = 0;
   for (size_t at = 0; at < packed.size(); at += 3) {
@@ -132,7 +132,7 @@ TEST_P(UnpackFileTest, EndsWhenNobodyTakesTheRest) {
   int ends[2];
   ASSERT_EQ(pipe(ends), 0);
   close(ends[0]);
-  const int from = open(WriteFile("packed", Packed(Lines(30000))).c_str(), O_RDONLY);
+  const int from = open(WriteFile("packed", Packed(RecordLines(30000))).c_str(), O_RDONLY);
   EXPECT_EQ(UnpackFile(codec, from, ends[1]), UnpackEnd::kUnwanted);
   close(from);
   close(ends[1]);

@@ -93,7 +93,7 @@ class UnpackingTest : public testing::Test {
 
 // More than a pipe and the buffers hold.
 std::string LargeText() {
-  return Lines(60000);
+  return RecordLines(60000);
 }
 
 // The child that unpacks a file whose pipe is not read.
