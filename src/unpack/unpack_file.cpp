@@ -8,6 +8,10 @@
 static constexpr size_t kInSize = size_t{256} * 1024;
 static constexpr size_t kOutSize = size_t{256} * 1024;
 
+// A library may find only then that a member has ended, or that it needs more. One that goes on like this
+// never ends.
+static constexpr int kMostIdle = 3;
+
 static unsigned char mIn[kInSize];
 static unsigned char mOut[kOutSize];
 
@@ -17,6 +21,7 @@ struct Unpacking {
   Piece piece;
   bool at_end;   // all of the file is read
   bool between;  // members
+  int idle;      // steps that have moved nothing, one after the other
 };
 
 // False when the file cannot be read.
@@ -86,8 +91,9 @@ static bool GoOn(const Codec& codec, void* state, Unpacking& work, UnpackEnd& en
   }
   work.between = step == Step::kMemberEnd;
   const bool moved = piece.in_left != in_left || piece.out_left != out_left;
-  if (!moved && !work.between && (in_left > 0 || work.at_end)) {
-    return false;  // cut, or a library that cannot go on
+  work.idle = moved ? 0 : work.idle + 1;
+  if (work.idle > kMostIdle || (!moved && !work.between && work.at_end)) {
+    return false;  // a library that cannot go on; a file that is cut
   }
   if (piece.out_left == 0 && !Deliver(work)) {
     end = UnpackEnd::kUnwanted;
@@ -101,7 +107,7 @@ UnpackEnd UnpackFile(const Codec& codec, int from, int to) {
   if (state == nullptr) {
     return UnpackEnd::kNoMemory;
   }
-  Unpacking work{from, to, {mIn, 0, mOut, sizeof mOut}, false, true};
+  Unpacking work{from, to, {mIn, 0, mOut, sizeof mOut}, false, true, 0};
   UnpackEnd end = UnpackEnd::kWhole;
   while (GoOn(codec, state, work, end)) {
   }
