@@ -5,8 +5,8 @@
 #include <cerrno>
 #include <cstdint>
 
-static constexpr size_t kInSize = size_t{256} * 1024;
-static constexpr size_t kOutSize = size_t{256} * 1024;
+static constexpr size_t kInSize = size_t{64} * 1024;
+static constexpr size_t kOutSize = size_t{64} * 1024;
 
 // A library may find only then that a member has ended, or that it needs more. One that goes on like this
 // never ends.
