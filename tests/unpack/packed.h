@@ -1,6 +1,7 @@
 // Packed texts for tests, made by the tools that everybody packs logs with.
 #pragma once
 
+#include <cstdint>
 #include <cstdlib>
 #include <string>
 
@@ -26,7 +27,7 @@ inline std::string Pack(PackFormat format, const std::string& text, const std::s
 // So many lines that differ, but not in everything.
 inline std::string RecordLines(int count) {
   std::string text;
-  for (int i = 0; i < count; ++i) {
+  for (int64_t i = 0; i < count; ++i) {
     text += "192.0.2." + std::to_string(i * 7919 % 251) + " - - [05/Mar/2000:10:00:00 +0000] \"GET /" +
             std::to_string(i * 104729 % 9973) + " HTTP/1.0\" 200 10\n";
   }
