@@ -24,12 +24,12 @@ union Descriptors {
   cmsghdr align;
 };
 
-static msghdr MessageOf(iovec& text, Descriptors& descriptors) {
+static msghdr MessageOf(iovec& text, char* descriptors) {
   msghdr message{};
   message.msg_iov = &text;
   message.msg_iovlen = 1;
-  message.msg_control = descriptors.room;
-  message.msg_controllen = sizeof descriptors.room;
+  message.msg_control = descriptors;
+  message.msg_controllen = sizeof(Descriptors::room);
   return message;
 }
 
@@ -37,7 +37,7 @@ bool SendRequest(int socket, const UnpackRequest& request) {
   auto format = static_cast<unsigned char>(request.format);
   iovec text{&format, sizeof format};
   Descriptors descriptors{};
-  msghdr message = MessageOf(text, descriptors);
+  msghdr message = MessageOf(text, descriptors.room);
   cmsghdr* const head = CMSG_FIRSTHDR(&message);
   *head = {
       .cmsg_len = CMSG_LEN(kDescriptors * sizeof(int)), .cmsg_level = SOL_SOCKET, .cmsg_type = SCM_RIGHTS};
@@ -55,7 +55,7 @@ static bool ReceiveRequest(int socket, UnpackRequest& request) {
   unsigned char format = 0;
   iovec text{&format, sizeof format};
   Descriptors descriptors{};
-  msghdr message = MessageOf(text, descriptors);
+  msghdr message = MessageOf(text, descriptors.room);
   ssize_t got = 0;
   do {
     got = recvmsg(socket, &message, 0);
