@@ -424,8 +424,9 @@ void CountLogs(const Settings& settings, Analysis& analysis) {
   const Rules rules = ResolveRules(settings, analysis.counting);
   SuperLog_AskFor(rules.texts);
   while (SuperLog_NextLogFile()) {
-    SuperLog_LogRead(CountLogFile(rules, analysis));
+    const LogRecords records = CountLogFile(rules, analysis);
     count_queued();
+    SuperLog_LogRead(records);
   }
   SuperLog_NextLogFile_Done();
   CollectFigures(analysis);

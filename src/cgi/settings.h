@@ -91,6 +91,7 @@ struct RunRules {
   bool whole_site;        // a request without a path is for the whole site
   bool nameless_site;     // an account need not tell the address of its site: then nothing leads there
   bool whole_logs;        // every log is read to its end: records may stand in any order
+  bool unpacks;           // compressed logs are read as what is in them; only where logs are read whole
 };
 
 struct Settings {

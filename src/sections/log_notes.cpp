@@ -4,11 +4,20 @@
 #include <cstdio>
 
 #include "base/text.h"
+#include "unpack/unpacking.h"
 
 // ---- Tests ----
 
 bool IsUnopened(const LogState& log) {
   return log.unopened;
+}
+
+bool LacksLibrary(const LogState& log) {
+  return log.unpacked == UnpackEnd::kNoLibrary;
+}
+
+bool IsDamaged(const LogState& log) {
+  return log.unpacked != UnpackEnd::kWhole && !LacksLibrary(log);
 }
 
 bool IsNotUnderstood(const LogState& log) {
@@ -45,6 +54,19 @@ struct Grouped {
 
 void TellNothing(LogNotes& notes, const LogState&, bool) {
   notes.detail[0] = '\0';
+}
+
+void TellLibrary(LogNotes& notes, const LogState& log, bool) {
+  const char* const library = LibraryFor(log.format);
+  snprintf(notes.detail, sizeof notes.detail, " is compressed by %s, %s%s%s", NameOf(log.format),
+           library == nullptr ? "which this build does not know" : "and ",
+           library == nullptr ? "" : library, library == nullptr ? "" : " is not installed");
+}
+
+void TellDamage(LogNotes& notes, const LogState& log, bool) {
+  CopyText(notes.detail, log.unpacked == UnpackEnd::kNoMemory
+                             ? " needs more memory to be unpacked than it may have"
+                             : " is cut or damaged");
 }
 
 void TellLinesOfNone(LogNotes& notes, const LogState& log, bool) {

@@ -50,6 +50,8 @@ static constexpr struct {
   LogKind logs;
 } kLogKinds[] = {
     {NoteCode::kLogsNotOpened, {IsUnopened, TellNothing, ""}},
+    {NoteCode::kNoLibrary, {LacksLibrary, TellLibrary, ", compressed too"}},
+    {NoteCode::kLogsDamaged, {IsDamaged, TellDamage, ", cut or damaged too"}},
     {NoteCode::kLogsNotUnderstood, {IsNotUnderstood, TellLinesOfNone, ": no line understood"}},
     {NoteCode::kLinesNotUnderstood, {HoldsNotUnderstood, TellLines, ": lines not understood"}},
     {NoteCode::kLogCopies, {IsCopyOfLogInRange, TellOriginal, ", the same as others"}},

@@ -16,12 +16,14 @@ enum class NoteCode {
   kHostsLeftOut,
   kTypesLeftOut,
   kLogsNotOpened,      // and so not read
+  kNoLibrary,          // for a compressed log, which was not read
+  kLogsDamaged,        // compressed ones, which were read in part
   kLogsNotUnderstood,  // no line of which is a record
   kLinesNotUnderstood,
   kLogCopies,  // that hold the same as another log, and were not read a second time
   kThinned,    // the memory budget took items from a table: counts below its first rows may be too low
 };
-inline constexpr size_t kNoteCodes = 11;
+inline constexpr size_t kNoteCodes = 13;
 
 struct Note {
   NoteCode code;

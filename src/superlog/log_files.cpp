@@ -17,6 +17,7 @@
 #include "superlog/log_store.h"
 #include "superlog/summary_file.h"
 #include "superlog/superlog.h"
+#include "unpack/unpacking.h"
 
 LogEvents mLogEvents;
 
@@ -75,9 +76,14 @@ void ResetSuperLog() {
   BeginRun(false);
 }
 
-void SuperLog_Uninit() {
+static void ForgetLogs() {
   ClearLogList();
   mpNextLogSummary = mpOpenLog = nullptr;
+}
+
+void SuperLog_Uninit() {
+  ForgetLogs();
+  StopUnpacking();
 }
 
 // --- Finding the log files --------------------------------------------------
@@ -243,10 +249,11 @@ static void ProbeLogs(const Settings& settings) {
 
 void SuperLog_Init(Settings& settings, const Limits& limits, time_t range_first, time_t range_last,
                    const LogEvents& events) {
-  SuperLog_Uninit();
+  ForgetLogs();  // who unpacks was started before
   mLogEvents = events;
   mLogLimits = limits;
   BeginRun(settings.rules.whole_logs);
+  SetUnpacking(settings.rules.whole_logs && settings.rules.unpacks);
   mAnalysisRangeFirst_t = range_first;
   mAnalysisRangeLast_t = range_last;
   CopyText(mLogSearchSpec, settings.logs);
@@ -323,8 +330,10 @@ static bool IsKnownOutOfRange(LogFile& log) {
 
 // The same file as before it was read, all bytes of which have come.
 static bool IsReadWhole(const LogFile& log, uint64_t bytes) {
+  const bool all_came =
+      log.format == PackFormat::kNone ? bytes == mStamp.size : log.unpacked == UnpackEnd::kWhole;
   LogStamp now;
-  return mToBeKept && bytes == mStamp.size && StampOf(log.name, now) && now == mStamp;
+  return mToBeKept && all_came && StampOf(log.name, now) && now == mStamp;
 }
 
 // Where a clock change repeats an hour, the line before decides: that of the log before must not.
@@ -365,12 +374,22 @@ static LogVerdict VerdictOf(const LogRecords& records) {
                               : LogVerdict::kNoLog;
 }
 
+static void CloseRead(LogFile& log) {
+  log.format = FormatOfLog();
+  log.unpacked = CloseLog();
+  mpOpenLog = nullptr;
+}
+
 // A report speaks of the logs that hold records in range, and of lines where there might have been some.
 void SuperLog_LogRead(const LogRecords& records) {
   if (mpOpenLog == nullptr) {
     return;
   }
   LogFile& log = *mpOpenLog;
+  CloseRead(log);
+  if (log.unpacked == UnpackEnd::kNoLibrary) {
+    return;
+  }
   LogReading& reading = ReadingOf(log);
   reading = {records, LinesNotUnderstoodOfLog()};
   const LogVerdict verdict = VerdictOf(records);
@@ -432,6 +451,8 @@ bool SuperLog_NextState(const void*& place, LogState& state) {
   state = {.path = log->name,
            .copy_of = log->original == nullptr ? nullptr : log->original->name,
            .unopened = log->unopened,
+           .format = log->format,
+           .unpacked = log->unpacked,
            .records = KnownOf(read).records,
            .lines_not_understood = lines.lines,
            .first_not_understood = lines.first,

@@ -9,6 +9,7 @@
 #include "base/text.h"
 #include "superlog/log_line.h"
 #include "superlog/superlog.h"
+#include "unpack/codec.h"
 
 // What reading a log to its end has told.
 struct LogReading {
@@ -31,6 +32,8 @@ struct LogFile {
   // Of logs that are read whole.
   bool plain;               // neither folder, pipe nor device
   bool unopened;            // this run could not read it
+  PackFormat format;        // kNone of what is not compressed, or was not opened
+  UnpackEnd unpacked;       // how its unpacking ended; kWhole of any other
   const LogFile* original;  // an earlier one that holds the same; null: none
   LogReading* reading;      // null: none yet
 

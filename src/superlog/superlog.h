@@ -16,6 +16,7 @@
 #include "cgi/settings.h"
 #include "superlog/log_events.h"
 #include "superlog/super_long.h"
+#include "unpack/codec.h"
 
 // One request. Texts are absent (null data), or NUL-terminated and at most as long
 // as the limits let an item be; figures are as wide as they let them be. Texts stay valid, and
@@ -106,7 +107,7 @@ inline void AddTime(LogRecords& records, time_t time) {
 }
 
 // Tells that the open log file was read, and what its records came to. Where the rules of SuperLog_Init's
-// settings have logs read whole, it was read to its end.
+// settings have logs read whole, it was read to its end, and is closed.
 void SuperLog_LogRead(const LogRecords& records);
 
 // Where logs are read whole: reads all that are left without counting their records.
@@ -117,6 +118,8 @@ struct LogState {
   const char* path;
   const char* copy_of;  // the path of the log that holds the same and is read in its place; null: none
   bool unopened;        // it was to be read and could not be opened
+  PackFormat format;    // of a compressed log that was opened; kNone of any other
+  UnpackEnd unpacked;   // how its unpacking ended; kWhole of any other
   LogRecords records;   // of what was read of it, or in its place
   int64_t lines_not_understood;
   int64_t first_not_understood;  // the number of the first of these lines, from 1; 0 without any
@@ -155,5 +158,5 @@ SuperLong SuperLog_GetTotalLogBytesRead();
 // in those that hold records in range, and in those that hold no record at all.
 int64_t SuperLog_GetLinesNotUnderstood();
 
-// Releases the list of log files.
+// Releases the list of log files, and ends the process that unpacks, if there is one.
 void SuperLog_Uninit();

@@ -254,6 +254,59 @@ test_missing_unpacker() {
   expect_error 2 'cannot unpack access.log.zst: install the program zstd'
 }
 
+# The modern edition unpacks by itself, and writes nothing of it to the disk.
+test_modern_rotated_set() {
+  edition=''
+  line 9 >access.log
+  line 7 | gzip >access.log.2.gz
+  { line 5 && line 6; } | gzip >access.log.3
+  line 4 | gzip >input
+  orvellis_report access.log access.log.2.gz access.log.3 - <input >out 2>err
+  status=$?
+  expect_records 5 2000-03-04 2000-03-09
+  run --from 2000-03-06 --to 2000-03-07 access.log access.log.2.gz access.log.3
+  expect_records 2 2000-03-06 2000-03-07
+}
+
+test_modern_packed_logs_out_of_order() {
+  edition=''
+  { line 7 && line 4 && line 6; } | gzip >access.log.gz
+  line 5 | gzip | tee copy.gz >other.gz
+  run access.log.gz other.gz copy.gz
+  expect_records 4 2000-03-04 2000-03-07
+  expect_in err '1 log holds the same as another'
+}
+
+test_modern_log_damaged_behind_its_beginning() {
+  edition=''
+  { week | gzip && echo 'no gzip'; } >access.log.gz
+  run access.log.gz
+  expect_records 3 2000-03-05 2000-03-07
+  expect_in err 'access.log.gz is cut or damaged'
+}
+
+test_modern_log_of_which_nothing_can_be_unpacked() {
+  edition=''
+  line 9 >access.log
+  week | gzip | head -c 40 >access.log.1.gz
+  run access.log access.log.1.gz
+  expect_records 1 2000-03-09 2000-03-09
+  expect_in err 'access.log.1.gz is cut or damaged'
+}
+
+test_modern_log_without_its_library() {
+  edition=''
+  line 9 >access.log
+  week | xz -c >access.log.1.xz
+  mkdir lib
+  : >lib/liblzma.so.5
+  LD_LIBRARY_PATH=$PWD/lib
+  export LD_LIBRARY_PATH
+  run access.log access.log.1.xz
+  unset LD_LIBRARY_PATH
+  expect_error 2 'access.log.1.xz is compressed by xz, and liblzma.so.5 is not installed'
+}
+
 test_odd_names() {
   number=0
   newline='

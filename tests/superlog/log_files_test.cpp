@@ -19,6 +19,8 @@
 #include "superlog/log_format.h"
 #include "superlog/superlog.h"
 #include "support/text_file.h"
+#include "unpack/packed.h"
+#include "unpack/unpacking.h"
 
 namespace {
 
@@ -691,9 +693,8 @@ TEST_F(WholeLogsTest, RecordsCountWhereverTheyStand) {
   EXPECT_EQ(ReadAll(5, 6), (Days{5, 6, 5}));
   EXPECT_EQ(Told(), "search: 5 to 6, a*.log, , found\nformat: CLF/ELF\nlooked at: a1.log, " +
                         Bytes(Line(5) + Line(9) + Line(2) + Line(6) + Line(1)) +
-                        ", 1 to 9, in range, open already\nread\nformat: CLF/ELF\nlooked at: a2.log, " +
-                        Bytes(Line(9, 2) + Line(5, 2) + Line(9, 2)) +
-                        ", 5 to 9, in range, open already\nread\n");
+                        ", 1 to 9, in range\nread\nformat: CLF/ELF\nlooked at: a2.log, " +
+                        Bytes(Line(9, 2) + Line(5, 2) + Line(9, 2)) + ", 5 to 9, in range\nread\n");
   EXPECT_TRUE(SuperLog_LogsInRange());
 }
 
@@ -928,4 +929,101 @@ TEST_F(KeptLogsTest, NothingChangesAFigure) {
       }
     }
   }
+}
+
+// ---- Compressed logs ----
+
+class CompressedLogsTest : public KeptLogsTest {
+ protected:
+  void SetUp() override {
+    KeptLogsTest::SetUp();
+    if (LibraryFor(PackFormat::kGzip) == nullptr) {
+      GTEST_SKIP() << "built without gzip";
+    }
+    settings.rules.unpacks = true;
+  }
+  void WritePacked(const std::string& name, const std::string& text) {
+    Write(name, Pack(PackFormat::kGzip, text));
+  }
+  // Of each log its records and how it was unpacked.
+  static std::vector<std::pair<int64_t, UnpackEnd>> Ends() {
+    std::vector<std::pair<int64_t, UnpackEnd>> ends;
+    const void* place = nullptr;
+    for (LogState log; SuperLog_NextState(place, log);) {
+      ends.emplace_back(log.records.count, log.unpacked);
+    }
+    return ends;
+  }
+};
+
+using PackedEnds = std::vector<std::pair<int64_t, UnpackEnd>>;
+
+TEST_F(CompressedLogsTest, AreReadAsWhatIsInThem) {
+  WritePacked("a1.log", Line(9) + Line(3));
+  Write("a2.log", Line(7));
+  EXPECT_EQ(ReadAll(3, 9), (Days{9, 3, 7}));
+  EXPECT_EQ(SuperLongToBytes(SuperLog_GetTotalLogBytesRead()), 3 * Line(3).size());
+  EXPECT_EQ(Ends(), (PackedEnds{{2, UnpackEnd::kWhole}, {1, UnpackEnd::kWhole}}));
+}
+
+TEST_F(CompressedLogsTest, LinesNotUnderstoodHaveTheNumbersOfThePlainLog) {
+  std::string many;
+  while (many.size() < 3 * kBigBufSize) {
+    many += Line(2);
+  }
+  const std::string ends[] = {"\n", "\r\n", "\r"};
+  for (const std::string& end : ends) {
+    for (const std::string& junk : {"junk" + end, "junk" + std::string(200000, 'x') + end + Line(3),
+                                    std::string("junk"), "junk" + end + many, end + end + "junk" + end}) {
+      for (const std::string& before : {std::string(), Line(2) + Line(2), many}) {
+        std::string text;
+        for (const char c : before + junk) {
+          text += c == '\n' ? end : std::string(1, c);
+        }
+        Write("a1.log", text);
+        ReadAll();
+        const std::string plain = States();
+        WritePacked("a1.log", text);
+        ReadAll();
+        EXPECT_EQ(States(), plain);
+      }
+    }
+  }
+}
+
+TEST_F(CompressedLogsTest, ThoseOutsideTheRangeAreNotReadAgain) {
+  WritePacked("a1.log", Line(2) + Line(5));
+  EXPECT_EQ(Opened(5, 5), "2");
+  EXPECT_EQ(Opened(10, 12), "");
+  Init(10, 12);
+  SuperLog_ReadLogs();
+  time_t first = 0;
+  time_t last = 0;
+  EXPECT_TRUE(SuperLog_TimesHeld(first, last));
+  EXPECT_EQ(first, March(2));
+  EXPECT_EQ(last, March(5));
+}
+
+TEST_F(CompressedLogsTest, DamagedOnesAreReadEachTime) {
+  Write("a1.log", Pack(PackFormat::kGzip, Line(3)) + "garbage");
+  Write("a2.log", Pack(PackFormat::kGzip, Line(4)).substr(0, 12));
+  WritePacked("a3.log", Line(5));
+  EXPECT_EQ(ReadAll(3, 5), (Days{3, 5}));
+  EXPECT_EQ(Ends(), (PackedEnds{{1, UnpackEnd::kDamaged}, {0, UnpackEnd::kDamaged}, {1, UnpackEnd::kWhole}}));
+  EXPECT_EQ(Opened(10, 12), "1 0");
+}
+
+TEST_F(CompressedLogsTest, CopiesCountOnceAndOthersOfTheirSizeDoNot) {
+  WritePacked("a1.log", Line(3) + Line(4));
+  WritePacked("a2.log", Line(3) + Line(5));
+  WritePacked("a3.log", Line(3) + Line(4));
+  ASSERT_EQ(std::filesystem::file_size(PathOf("a1.log")), std::filesystem::file_size(PathOf("a2.log")));
+  EXPECT_EQ(ReadAll(), (Days{3, 4, 3, 5}));
+}
+
+TEST_F(CompressedLogsTest, AreNoLogsWhereNothingIsUnpacked) {
+  settings.rules.unpacks = false;
+  WritePacked("a1.log", Line(3));
+  EXPECT_EQ(ReadAll(), Days{});
+  EXPECT_EQ(Ends(), (PackedEnds{{0, UnpackEnd::kWhole}}));
 }
