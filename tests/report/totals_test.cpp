@@ -21,6 +21,7 @@ TEST(TellTotals, OneObjectOnStandardError) {
   TellTotals({}, analysis);
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             "{\"requests\": 1099511627776, \"bytes\": 12345678901, \"log_bytes\": 77, "
-            "\"lines_not_understood\": 5, \"copies\": 0, \"days\": {\"first\": \"2000-03-05\", \"last\": "
+            "\"lines_not_understood\": 5, \"copies\": 0, \"not_unpacked\": 0, \"days\": {\"first\": "
+            "\"2000-03-05\", \"last\": "
             "\"2000-03-06\"}}\n");
 }
