@@ -20,8 +20,8 @@ set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE ${architecture})
 set(CPACK_DEBIAN_PACKAGE_SECTION web)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "libc6 (>= 2.36), libcrypt1 (>= 1:4.1.0)")
-set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "apache2 | nginx | lighttpd | httpd-cgi, acl")
-set(CPACK_DEBIAN_PACKAGE_SUGGESTS "fcgiwrap")
+set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "apache2 | nginx | lighttpd | httpd-cgi, acl, zlib1g, libzstd1, liblzma5, libbz2-1.0")
+set(CPACK_DEBIAN_PACKAGE_SUGGESTS "fcgiwrap, libisal2")
 set(CPACK_STRIP_FILES ON)
 
 # Configuration lies in /etc, outside of the prefix.

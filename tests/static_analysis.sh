@@ -5,7 +5,7 @@
 set -eu
 cd "$(dirname "$0")/.."
 . ./cmake/packages.sh
-need_packages clang-tidy cppcheck libcrypt-dev libseccomp-dev
+need_packages clang-tidy cppcheck libcrypt-dev libseccomp-dev libisal-dev zlib1g-dev libzstd-dev liblzma-dev libbz2-dev
 
 if [ $# = 0 ]; then
   # Not the benchmarks proper: to the analyser, the counter of their library's loops is a store never read.

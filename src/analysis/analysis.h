@@ -45,7 +45,6 @@ struct LogFigures {
   SuperLong bytes_read;              // in whole blocks
   bool in_range;                     // some log reaches into the range
   int64_t lines_not_understood = 0;  // which hold data, but no request in the log's layout
-  int64_t not_opened = 0;            // logs that were to be read, or looked into
 };
 
 // Bytes, an item counted as 256.

@@ -1,6 +1,8 @@
 #include "analysis/driver.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <limits>
 
 #include "analysis/dns_cache.h"
 #include "analysis/dns_cache_internal.h"
@@ -46,15 +48,38 @@ static void SetRange(const Settings& settings, Analysis& analysis) {
   analysis.range_last = LocalTimeOf(end, 23, 59, 59);
 }
 
-// The days of the logs are known once these have been found.
-static void TakeAllDays(Settings& settings, Analysis& analysis) {
+// The first or the last day of the logs is known when these have been read: until then, the range has no end
+// there.
+static void OpenRange(const Settings& settings, Analysis& analysis) {
+  if (settings.from_first) {
+    analysis.range_first = std::numeric_limits<time_t>::min();
+  }
+  if (settings.to_last) {
+    analysis.range_last = std::numeric_limits<time_t>::max();
+  }
+}
+
+static bool EndsBefore(const CalendarDate& last, const CalendarDate& first) {
+  return CountDays({first, last}) < 1;
+}
+
+void CloseRange(Settings& settings, Analysis& analysis) {
+  if (!settings.from_first && !settings.to_last) {
+    return;
+  }
+  DayRange days{};
+  ParseDate(days.first, days.last, settings);
   time_t first = 0;
   time_t last = 0;
-  if (settings.all_days && SuperLog_TimesHeld(first, last)) {
-    SetDays(settings, {DayOf(first), DayOf(last)});
-    SetRange(settings, analysis);
-    SuperLog_SetRange(analysis.range_first, analysis.range_last);
+  if (SuperLog_TimesHeld(first, last)) {
+    days.first = settings.from_first ? DayOf(first) : days.first;
+    days.last = settings.to_last ? DayOf(last) : days.last;
   }
+  if (EndsBefore(days.last, days.first)) {
+    (settings.to_last ? days.last : days.first) = settings.to_last ? days.first : days.last;
+  }
+  SetDays(settings, days);
+  SetRange(settings, analysis);
 }
 
 static constexpr uint8_t kMsieKind = 1;
@@ -105,13 +130,13 @@ bool BeginAnalysis(Settings& settings, const Counting& counting, Analysis& analy
   mpLineRead = events.line_read;
   analysis.ReportStartTime = CurrentTime();
   SetRange(settings, analysis);
+  OpenRange(settings, analysis);
   LogEvents logs = events.logs;
   logs.texts_go = count_queued;
   SuperLog_Init(settings, counting.limits, analysis.range_first, analysis.range_last, logs);
   if (!SuperLog_LogFilesFound()) {
     return false;
   }
-  TakeAllDays(settings, analysis);
   exempt_lists();  // phrases of engines that the configuration defined are never reclaimed
   SetCountingLimits(counting.limits);
   SetWildcardLimits(counting.limits);
@@ -318,23 +343,27 @@ static void CountRecord(const Rules& rules, const SuperLogRecord& record, Analys
 
 // ---- The loop over the records ---------------------------------------------------
 
-static void CountLogFile(const Rules& rules, Analysis& analysis) {
+// Records may stand in any order, unless the rules take a file to be in order of time.
+static LogRecords CountLogFile(const Rules& rules, Analysis& analysis) {
   const time_t first = analysis.range_first;
   const time_t last = analysis.range_last;
   void (*const line_read)() = mpLineRead;
+  LogRecords records;
   SuperLogRecord record{};
   while (SuperLog_ParseNextLine(record)) {
     if (line_read != nullptr) {
       line_read();
     }
-    if (record.time < first) {
-      continue;
+    AddTime(records, record.time);
+    if (record.time > last && !rules.whole_logs) {
+      break;
     }
-    if (record.time > last) {
-      return;  // a file is taken to be in order of time
+    if (record.time >= first && record.time <= last) {
+      ++records.in_range;
+      CountRecord(rules, record, analysis);
     }
-    CountRecord(rules, record, analysis);
   }
+  return records;
 }
 
 // Adds the hours of the week to what is shown of them by part: part_of tells which each belongs to.
@@ -384,8 +413,7 @@ static void WrapFigures(Analysis& analysis) {
 // What the modules keep of a run joins the record of all that was counted.
 static void CollectFigures(Analysis& analysis) {
   SetBrandCounts(analysis);
-  analysis.logs = {SuperLog_GetTotalLogBytesRead(), SuperLog_LogsInRange(), SuperLog_GetLinesNotUnderstood(),
-                   SuperLog_GetLogsNotOpened()};
+  analysis.logs = {SuperLog_GetTotalLogBytesRead(), SuperLog_LogsInRange(), SuperLog_GetLinesNotUnderstood()};
   // Smart memory notes its peak only where it reclaims; without any reclaim memory has only grown.
   const int64_t peak = gSM_TotalBytesFreed == 0 ? gSM_CurrentBytesAllocated : gSM_MaximumBytesAllocated;
   analysis.memory = {gSM_TotalBytesAllocated, gSM_CurrentBytesAllocated, peak, gSM_TotalBytesFreed};
@@ -396,8 +424,9 @@ void CountLogs(const Settings& settings, Analysis& analysis) {
   const Rules rules = ResolveRules(settings, analysis.counting);
   SuperLog_AskFor(rules.texts);
   while (SuperLog_NextLogFile()) {
-    CountLogFile(rules, analysis);
+    const LogRecords records = CountLogFile(rules, analysis);
     count_queued();
+    SuperLog_LogRead(records);
   }
   SuperLog_NextLogFile_Done();
   CollectFigures(analysis);

@@ -16,7 +16,8 @@ struct AnalysisEvents {
 // Clears analysis, takes the rules over, sets its range from the dates of the
 // settings, finds the log files, and prepares smart memory, search engines and
 // tables. False, with nothing left to count or to release, when there is no log
-// file. Fills an empty settings.summary, and the days of a report of all days. Engines must be defined
+// file. Fills an empty settings.summary. The range of a report
+// that asks for the first or last day of the logs is open there. Engines must be defined
 // before. What happens until CountLogs returns is told to the functions of events.
 bool BeginAnalysis(Settings& settings, const Counting& counting, Analysis& analysis,
                    const AnalysisEvents& events = {});
@@ -25,6 +26,11 @@ bool BeginAnalysis(Settings& settings, const Counting& counting, Analysis& analy
 // read here, once. All records of a file are counted before the next one is
 // opened, and none waits in the end.
 void CountLogs(const Settings& settings, Analysis& analysis);
+
+// Makes the first and the last day of the logs those of a report that asked for them, in the settings
+// and in the analysis. Logs without any record leave the days that the settings name. After CountLogs,
+// where the rules have logs read whole.
+void CloseRange(Settings& settings, Analysis& analysis);
 
 // Releases what the run counted, but for the phrases: they stay with their
 // engines, which another analysis must not use. No figure may be read any more.

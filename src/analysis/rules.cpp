@@ -95,5 +95,6 @@ Rules ResolveRules(const Settings& settings, const Counting& counting) {
       .days = settings.dailytotals != 0 && counting.days == DayCounting::kByDayOfYear,
       .dates = settings.dailytotals != 0 && counting.days == DayCounting::kByDate,
       .hours_of_week = NeedsHoursOfWeek(settings),
+      .whole_logs = settings.rules.whole_logs,
   };
 }

@@ -48,6 +48,7 @@ struct Rules {
   bool days;
   bool dates;
   bool hours_of_week;
+  bool whole_logs;  // a record behind the range says nothing of those that follow it
 };
 
 // Never fails: any settings give rules. They hold views of texts of the settings,

@@ -19,22 +19,37 @@ static CalendarDate Today() {
   return DayOf(MomentMade(CurrentTime()));
 }
 
-static bool ReadWrittenDays(const Settings& s, DayRange& days) {
-  if (s.days[0] != '\0') {
-    return ParseDays(s.days, Today(), days);
-  }
+// Until the logs are known, their days are this one, or the other one that was named.
+static bool ReadFromAndTo(Settings& s, DayRange& days) {
   const char* const last = s.to[0] == '\0' ? s.from : s.to;
-  return ParseDay(s.from, Today(), days.first) && ParseDay(last, Today(), days.last);
+  s.from_first = EqualIgnoreCase(s.from, "first");
+  s.to_last = EqualIgnoreCase(last, "last");
+  if ((!s.from_first && !ParseDay(s.from, Today(), days.first)) ||
+      (!s.to_last && !ParseDay(last, Today(), days.last))) {
+    return false;
+  }
+  if (s.from_first != s.to_last) {
+    (s.from_first ? days.first : days.last) = s.from_first ? days.last : days.first;
+  }
+  return true;
 }
 
-// They count before all others. Until the logs are known, all of their days are this one.
+static bool ReadWrittenDays(Settings& s, DayRange& days) {
+  if (s.days[0] == '\0') {
+    return ReadFromAndTo(s, days);
+  }
+  s.from_first = s.to_last = EqualIgnoreCase(s.days, "all");
+  return s.from_first || ParseDays(s.days, Today(), days);
+}
+
+// They count before all others.
 static Error TakeWrittenDays(Settings& s) {
-  s.all_days = EqualIgnoreCase(s.days, "all");
+  s.from_first = s.to_last = false;
   if (s.days[0] == '\0' && s.from[0] == '\0') {
     return s.to[0] == '\0' ? kNoError : kErrorNoStartDate;
   }
   DayRange days{Today(), Today()};
-  if (!s.all_days && !ReadWrittenDays(s, days)) {
+  if (!ReadWrittenDays(s, days)) {
     return kErrorDateRange;
   }
   SetDays(s, days);

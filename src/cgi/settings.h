@@ -90,7 +90,8 @@ struct RunRules {
   bool own_links_only;    // no link that somebody else may have put there leads to a file that is written
   bool whole_site;        // a request without a path is for the whole site
   bool nameless_site;     // an account need not tell the address of its site: then nothing leads there
-  bool forgets_unopened;  // logs that could not be opened are tried again by the next run
+  bool whole_logs;        // every log is read to its end: records may stand in any order
+  bool unpacks;           // compressed logs are read as what is in them; only where logs are read whole
 };
 
 struct Settings {
@@ -122,7 +123,9 @@ struct Settings {
   char days[kTextSize];
   char from[kTextSize];
   char to[kTextSize];
-  bool all_days;    // from the first to the last day of the logs, once these are known
+  // These days are those of the first and of the last record of the logs, once these are known.
+  bool from_first;
+  bool to_last;
   bool fixed_days;  // the account's line says which: no request can ask for others
   AskedFields asked;
   RunRules rules;
@@ -131,6 +134,7 @@ struct Settings {
   char logs[kPathSize];
   char AccessLog[kPathSize];
   char summary[kPathSize];
+  char store[kPathSize];  // folder of what is known of logs (superlog/log_store.h); empty: none
   int dailytotals;
   int hitsperdayofweek;
   int hitsperhour;

@@ -32,7 +32,9 @@ static void PutNotes(Sink& sink, const Settings& settings, const Analysis& analy
     PutJson(sink, words.name.text());
     Put(sink, ", \"text\": \"");
     PutJsonPart(sink, words.before.text());
-    PutJsonPart(sink, note.subject);
+    for (const char* const part : {note.subject, note.detail, note.other}) {
+      PutJsonPart(sink, part);
+    }
     PutJsonPart(sink, words.behind.text());
     Put(sink, "\"}");
   }

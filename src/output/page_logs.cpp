@@ -1,23 +1,9 @@
 #include "output/page_logs.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <climits>
-#include <string_view>
 
 static LogsRead mLogs;
 static bool mLinkedNames = false;
-
-static std::string_view NameOf(std::string_view path) {
-  return path.substr(path.rfind('/') + 1);
-}
-
-static void NameLog(char (&name)[kLogNameSize], const char* path) {
-  char target[PATH_MAX];
-  const ssize_t length = mLinkedNames ? readlink(path, target, sizeof target) : -1;
-  CopyText(name, NameOf(length > 0 ? std::string_view(target, static_cast<size_t>(length)) : path));
-}
 
 // The lines of a log may stand in any order.
 static void TakeTimes(const LogLook& look) {
@@ -38,7 +24,7 @@ static void LookedAt(const LogLook& look) {
   }
   const auto place = static_cast<size_t>(mLogs.count++);
   if (place < mLogs.names.size()) {
-    NameLog(mLogs.names[place], look.path);
+    NameLog(mLogs.names[place], look.path, mLinkedNames);
   }
 }
 

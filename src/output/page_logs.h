@@ -5,11 +5,9 @@
 #include <ctime>
 
 #include "analysis/driver.h"
-#include "base/text.h"
+#include "sections/log_names.h"
 
-// Of each log its name without the folder: a page need not tell where logs lie.
 inline constexpr size_t kMostLogsNamed = 12;
-inline constexpr size_t kLogNameSize = 256;  // as much as a name of a file can have
 struct LogsRead {
   int count;  // reaching into the range
   int out_of_range;

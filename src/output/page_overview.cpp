@@ -238,15 +238,21 @@ static void PutTiles(Sink& sink, const Settings& settings, const Overview& overv
 
 // ---- Notes ---------------------------------------------------------------------------
 
+static void PutSubject(Sink& sink, const char* subject) {
+  if (subject[0] != '\0') {
+    Put(sink, "<bdi>");
+    PutHtml(sink, subject);
+    Put(sink, "</bdi>");
+  }
+}
+
 static void PutNote(Sink& sink, const Note& note) {
   const NoteWords& words = WordsOf(note);
   Put(sink, "<li>");
   Put(sink, words.before);
-  if (note.subject[0] != '\0') {
-    Put(sink, "<bdi>");
-    PutHtml(sink, note.subject);
-    Put(sink, "</bdi>");
-  }
+  PutSubject(sink, note.subject);
+  PutHtml(sink, note.detail);
+  PutSubject(sink, note.other);
   Put(sink, words.behind);
   Put(sink, "</li>\n");
 }

@@ -100,14 +100,20 @@ static void PutWords(Sentence& sentence, std::string_view words) {
   }
 }
 
+static void PutSubject(Sentence& sentence, const char* subject) {
+  if (subject[0] != '\0') {
+    PutWord(sentence, subject, true);
+  }
+}
+
 static void PutNote(Paper& paper, const Note& note) {
   const NoteWords& words = WordsOf(note);
   Sentence sentence{paper};
   PutColour(paper, kYellow);
   PutWords(sentence, words.before.text());
-  if (note.subject[0] != '\0') {
-    PutWord(sentence, note.subject, true);
-  }
+  PutSubject(sentence, note.subject);
+  PutWords(sentence, note.detail);
+  PutSubject(sentence, note.other);
   PutWords(sentence, words.behind.text());
   PutColour(paper, kNormal);
   Put(paper.sink, "\n");

@@ -54,10 +54,19 @@ static void AccountInName(char (&name)[kMostOfAccount + 2], const char* account)
   name[length == 1 ? 0 : length] = '\0';
 }
 
-// The parts of a date may be any numbers.
-static CalendarDate Bounded(const CalendarDate& date) {
-  return {std::clamp(date.month, 0, 99), std::clamp(date.day, 0, 99), std::clamp(date.year, 0, 9999)};
-}
+// The parts of a date may be any numbers. A day that only the logs tell is called by its word.
+struct DayInName {
+  char text[11];
+
+  DayInName(const CalendarDate& date, const char* word) {
+    if (word != nullptr) {
+      CopyText(text, word);
+      return;
+    }
+    snprintf(text, sizeof text, "%04d-%02d-%02d", std::clamp(date.year, 0, 9999),
+             std::clamp(date.month, 0, 99), std::clamp(date.day, 0, 99));
+  }
+};
 
 void NameFile(char (&disposition)[kDispositionSize], const char* kind, const char* ending,
               const Settings& settings) {
@@ -66,8 +75,7 @@ void NameFile(char (&disposition)[kDispositionSize], const char* kind, const cha
   CalendarDate first{};
   CalendarDate last{};
   ParseDate(first, last, settings);
-  first = Bounded(first);
-  last = Bounded(last);
-  snprintf(disposition, kDispositionSize, "%s; filename=\"orvellis%s-%04d-%02d-%02d-%04d-%02d-%02d.%s\"",
-           kind, account, first.year, first.month, first.day, last.year, last.month, last.day, ending);
+  snprintf(disposition, kDispositionSize, "%s; filename=\"orvellis%s-%s-%s.%s\"", kind, account,
+           DayInName(first, settings.from_first ? "first" : nullptr).text,
+           DayInName(last, settings.to_last ? "last" : nullptr).text, ending);
 }

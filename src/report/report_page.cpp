@@ -58,6 +58,7 @@ Error AnalyzeLogs(const Environment& env, Settings& settings, const Counting& co
     ReadNamesOnce(settings.Networks);  // before the tables take what memory there is
   }
   CountLogs(settings, analysis);
+  CloseRange(settings, analysis);
   page.finish(settings, analysis);
   if (page.tells_totals && settings.totals != 0) {
     TellTotals(settings, analysis);

@@ -13,6 +13,7 @@
 #include "report/refusal_log.h"
 #include "report/report_page.h"
 #include "run/edition.h"
+#include "run/store_folder.h"
 #include "sections/section_list.h"
 #include "superlog/superlog.h"
 
@@ -62,6 +63,9 @@ static bool ChooseRules(Task& task) {
 static void TakeRules(Task& task) {
   CopyText(task.settings.config, task.config.path);
   task.settings.rules = task.edition->rules;
+  if (task.settings.rules.whole_logs) {
+    ChooseStore(task.settings.store, task.env.command_line != 0);
+  }
   task.settings.no_remote_debug = task.edition->page->info[kPageRemoteDebug] == nullptr;
 }
 
@@ -105,6 +109,7 @@ static bool IsAboutDays(Error error) {
 static Refusal RefuseDays(Error error, Task& task) {
   ShutInIfAsked(task);
   SuperLog_Init(task.settings, task.edition->counting.limits, 0, 0);
+  SuperLog_ReadLogs();
   Refusal refusal{error};
   time_t first = 0;
   time_t last = 0;

@@ -15,6 +15,7 @@
 #include "sandbox/syscall_filter.h"
 #include "superlog/summary_file.h"
 #include "superlog/superlog.h"
+#include "unpack/unpacking.h"
 
 // What a process may do beside what its settings name.
 struct Profile {
@@ -41,6 +42,8 @@ static constexpr PathRights kToRewrite{.file = kReadFile | kWriteFile | kTruncat
 static constexpr PathRights kToMakeIn{.file = 0, .folder = kMakeFile | kWriteFile};
 static constexpr PathRights kToReplaceIn{.file = 0,
                                          .folder = kMakeFile | kWriteFile | kTruncateFile | kRemoveFile};
+static constexpr PathRights kToKeepIn{
+    .file = 0, .folder = kReadFile | kMakeFile | kWriteFile | kTruncateFile | kRemoveFile};
 
 // ---- Files ----
 
@@ -55,8 +58,23 @@ static void AllowFolderOf(Landlock& landlock, const char* path, const PathRights
   }
 }
 
-static void AllowLog(void* rules, const char* path, bool plain_file) {
-  Landlock& landlock = *static_cast<Landlock*>(rules);
+// What is done with the paths of a run.
+struct PathsToAllow {
+  Landlock landlock;
+  bool landlocked;  // otherwise there are no rules
+  bool unpacks;     // with the first compressed log a helper is started, as it cannot be later
+};
+
+static void AllowLog(void* paths, const char* path, bool plain_file) {
+  PathsToAllow& allow = *static_cast<PathsToAllow*>(paths);
+  if (allow.unpacks && FormatOfPath(path) != PackFormat::kNone) {
+    StartUnpacking();
+    allow.unpacks = false;
+  }
+  Landlock& landlock = allow.landlock;
+  if (!allow.landlocked) {
+    return;
+  }
   if (plain_file) {
     AllowFile(landlock, path, kToRead.file);
   } else {
@@ -64,12 +82,22 @@ static void AllowLog(void* rules, const char* path, bool plain_file) {
   }
 }
 
-static void AllowSummary(void* rules, const char* path) {
-  Landlock& landlock = *static_cast<Landlock*>(rules);
+static void AllowSummary(void* paths, const char* path) {
+  PathsToAllow& allow = *static_cast<PathsToAllow*>(paths);
+  Landlock& landlock = allow.landlock;
+  if (!allow.landlocked) {
+    return;
+  }
   if (!IsForeignLink(path)) {
     AllowPath(landlock, path, kToRewrite);
   }
   AllowFolderOf<kSummaryPathSize>(landlock, path, kToReplaceIn);
+}
+
+static void AllowStore(Landlock& landlock, const char* folder) {
+  if (folder[0] != '\0') {
+    AllowPath(landlock, folder, kToKeepIn);
+  }
 }
 
 static void AllowErrorLog(Landlock& landlock, const char* path) {
@@ -80,11 +108,14 @@ static void AllowErrorLog(Landlock& landlock, const char* path) {
 
 // Returns an error number, as EnterLandlock does.
 static int GiveUpFiles(const Profile& profile, const Settings& settings) {
-  Landlock landlock;
-  if (!BeginLandlock(landlock)) {
+  PathsToAllow paths{.landlock = {}, .landlocked = false, .unpacks = settings.rules.unpacks};
+  Landlock& landlock = paths.landlock;
+  paths.landlocked = BeginLandlock(landlock);
+  SuperLog_FindAhead(settings, {.context = &paths, .log = AllowLog, .summary = AllowSummary});
+  if (!paths.landlocked) {
     return landlock.failure;
   }
-  SuperLog_FindAhead(settings, {.context = &landlock, .log = AllowLog, .summary = AllowSummary});
+  AllowStore(landlock, settings.store);
   AllowErrorLog(landlock, settings.ErrorLog);
   AllowPath(landlock, settings.Networks, kToRead);
   for (const char* const zones : kZones) {

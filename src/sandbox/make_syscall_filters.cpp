@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <linux/filter.h>
 #include <netinet/in.h>
+#include <sched.h>
 #include <seccomp.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
@@ -33,8 +34,19 @@ static const char* const kReportCalls[] = {
     "gettimeofday", "time",
     // Who one is.
     "getpid", "gettid", "getuid", "geteuid", "getgid", "getegid", "uname",
+    // Compressed logs: their bytes come through a pipe from a process that another one starts.
+    "pipe2", "wait4",
     // A run that was stopped goes on, one that gives up ends.
     "rt_sigaction", "rt_sigprocmask", "rt_sigreturn", "restart_syscall", "exit", "exit_group"};
+
+// Whoever unpacks a file: any memory, but see below.
+static const char* const kUnpackCalls[] = {"read",    "write", "brk",  "munmap",     "mremap",
+                                           "madvise", "futex", "exit", "exit_group", "restart_syscall"};
+
+// And whoever starts that process, for one file after the other, and leaves it with less.
+static const char* const kUnpackHelperCalls[] = {
+    "recvmsg", "close",   "wait4", "getpid",         "gettid",       "getppid",        "set_robust_list",
+    "prctl",   "seccomp", "rseq",  "rt_sigprocmask", "rt_sigaction", "set_tid_address"};
 
 static const char* const kLookUpCalls[] = {"connect",     "recvfrom",    "recvmsg", "getsockopt",
                                            "getsockname", "getpeername", "poll",    "ppoll"};
@@ -62,20 +74,33 @@ static constexpr ConditionalCall If(const char* name, Condition condition) {
   return {name, 1, {condition}};
 }
 
+// No memory is made a program.
+static constexpr ConditionalCall kMemoryCalls[] = {
+    If("mmap", {2, PROT_EXEC, 0}),
+    If("mprotect", {2, PROT_EXEC, 0}),
+};
+
+// A child, and nothing that shares memory with its parent or lives in another namespace.
+static constexpr scmp_datum_t kSignalOfEnd = 0xff;
+static constexpr scmp_datum_t kOfTheCLibrary = CLONE_CHILD_SETTID | CLONE_CHILD_CLEARTID;
+static constexpr ConditionalCall kForkCalls[] = {
+    If("clone", {0, ~(kSignalOfEnd | kOfTheCLibrary), 0}),
+};
+
 static constexpr ConditionalCall kConditionalReportCalls[] = {
     // Files that run with their owner's rights are none of a report's.
     If("open", {2, S_ISUID | S_ISGID, 0}),
     If("openat", {3, S_ISUID | S_ISGID, 0}),
     If("fchmod", {1, S_ISUID | S_ISGID, 0}),
-    // No memory is made a program.
-    If("mmap", {2, PROT_EXEC, 0}),
-    If("mprotect", {2, PROT_EXEC, 0}),
     // F_SETOWN would send signals.
     If("fcntl", {1, kWholeInt, F_DUPFD_CLOEXEC}),
     If("fcntl", {1, kWholeInt, F_GETFD}),
     If("fcntl", {1, kWholeInt, F_SETFD}),
     If("fcntl", {1, kWholeInt, F_GETFL}),
     If("fcntl", {1, kWholeInt, F_SETFL}),
+    If("fcntl", {1, kWholeInt, F_SETPIPE_SZ}),
+    // What goes to the process that unpacks; a first message would connect.
+    If("sendmsg", {2, MSG_FASTOPEN, 0}),
     // Whether a file is a terminal.
     If("ioctl", {1, kWholeInt, TCGETS}),
     If("ioctl", {1, kWholeInt, TIOCGWINSZ}),
@@ -105,7 +130,6 @@ static constexpr ConditionalCall kConditionalLookUpCalls[] = {
     Socket(AF_INET6, SOCK_STREAM, 0),
     Socket(AF_INET6, SOCK_STREAM, IPPROTO_TCP),
     If("sendto", {3, MSG_FASTOPEN, 0}),
-    If("sendmsg", {2, MSG_FASTOPEN, 0}),
     If("sendmmsg", {3, MSG_FASTOPEN, 0}),
     Option(IPPROTO_IP, IP_RECVERR),
     Option(IPPROTO_IPV6, IPV6_RECVERR),
@@ -147,13 +171,25 @@ static void AllowAll(scmp_filter_ctx filter, std::span<const ConditionalCall> ca
   }
 }
 
-static scmp_filter_ctx NewFilter() {
+static scmp_filter_ctx EmptyFilter() {
   scmp_filter_ctx filter = seccomp_init(SCMP_ACT_ERRNO(EPERM));
   Check(filter == nullptr ? -ENOMEM : 0, "seccomp_init");
   Check(seccomp_attr_set(filter, SCMP_FLTATR_ACT_BADARCH, SCMP_ACT_KILL_PROCESS), "another architecture");
   Check(seccomp_attr_set(filter, SCMP_FLTATR_CTL_OPTIMIZE, 2), "a tree of numbers");
+  AllowAll(filter, kMemoryCalls);
+  return filter;
+}
+
+static scmp_filter_ctx ReportFilter() {
+  scmp_filter_ctx filter = EmptyFilter();
   AllowAll(filter, kReportCalls);
   AllowAll(filter, kConditionalReportCalls);
+  return filter;
+}
+
+static scmp_filter_ctx UnpackFilter() {
+  scmp_filter_ctx filter = EmptyFilter();
+  AllowAll(filter, kUnpackCalls);
   return filter;
 }
 
@@ -179,10 +215,15 @@ int main(int argc, char** argv) {
     perror("make_syscall_filters");
     return 1;
   }
-  Write(source, "kReportFilter", NewFilter());
-  scmp_filter_ctx look_ups = NewFilter();
+  Write(source, "kReportFilter", ReportFilter());
+  scmp_filter_ctx look_ups = ReportFilter();
   AllowAll(look_ups, kLookUpCalls);
   AllowAll(look_ups, kConditionalLookUpCalls);
   Write(source, "kLookUpFilter", look_ups);
+  Write(source, "kUnpackFilter", UnpackFilter());
+  scmp_filter_ctx helper = UnpackFilter();
+  AllowAll(helper, kUnpackHelperCalls);
+  AllowAll(helper, kForkCalls);
+  Write(source, "kUnpackHelperFilter", helper);
   return fclose(source) == 0 ? 0 : 1;
 }

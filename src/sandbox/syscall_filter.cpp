@@ -20,6 +20,10 @@ static std::span<const sock_filter> FilterOf(SyscallSet set) {
       return kReportFilter;
     case SyscallSet::kReportWithLookUps:
       return kLookUpFilter;
+    case SyscallSet::kUnpackHelper:
+      return kUnpackHelperFilter;
+    case SyscallSet::kUnpack:
+      return kUnpackFilter;
   }
   return {};
 }

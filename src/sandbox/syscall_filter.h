@@ -7,6 +7,8 @@
 enum class SyscallSet {
   kReport,             // reading and writing files, memory, time
   kReportWithLookUps,  // and asking name servers
+  kUnpackHelper,       // starting processes, which read and write what is open
+  kUnpack,             // reading and writing what is open, memory
 };
 
 // From here on every other system call fails with EPERM, and the way to more rights by starting a

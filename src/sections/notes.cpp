@@ -1,17 +1,11 @@
 #include "sections/notes.h"
 
-#include <cinttypes>
-#include <cstdio>
 #include <string_view>
 
 #include "sections/overview.h"
 
 Notes OpenNotes(const Settings& settings, const Analysis& analysis) {
-  Notes notes{&settings, &analysis, 0, FirstThinnedTable(settings, analysis), ""};
-  if (analysis.logs.not_opened > 0) {
-    snprintf(notes.not_opened, sizeof notes.not_opened, "%" PRId64, analysis.logs.not_opened);
-  }
-  return notes;
+  return {&settings, &analysis, 0, FirstThinnedTable(settings, analysis)};
 }
 
 static bool SelectsAll(const Settings& settings) {
@@ -36,8 +30,6 @@ static const char* SubjectOf(NoteCode code, const Notes& notes) {
       return unless_empty(settings.filter_domains);
     case NoteCode::kTypesLeftOut:
       return unless_empty(settings.filter_filetypes);
-    case NoteCode::kLogsNotOpened:
-      return unless_empty(notes.not_opened);
     default:
       return nullptr;
   }
@@ -52,12 +44,40 @@ static bool NextThinned(Notes& notes, Note& note) {
   return true;
 }
 
+// The codes of which each log has a note of its own.
+static constexpr struct {
+  NoteCode code;
+  LogKind logs;
+} kLogKinds[] = {
+    {NoteCode::kLogsNotOpened, {IsUnopened, TellNothing, ""}},
+    {NoteCode::kNoLibrary, {LacksLibrary, TellLibrary, ", compressed too"}},
+    {NoteCode::kLogsDamaged, {IsDamaged, TellDamage, ", cut or damaged too"}},
+    {NoteCode::kLogsNotUnderstood, {IsNotUnderstood, TellLinesOfNone, ": no line understood"}},
+    {NoteCode::kLinesNotUnderstood, {HoldsNotUnderstood, TellLines, ": lines not understood"}},
+    {NoteCode::kLogCopies, {IsCopyOfLogInRange, TellOriginal, ", the same as others"}},
+};
+
+static bool NextOfLogs(Notes& notes, NoteCode code, Note& note) {
+  for (const auto& kind : kLogKinds) {
+    if (kind.code == code && NextLogNote(notes.logs, kind.logs, notes.settings->linked_names != 0)) {
+      note = {code, notes.logs.name, notes.logs.detail, notes.logs.other};
+      return true;
+    }
+  }
+  notes.logs = {};
+  return false;
+}
+
 bool NextNote(Notes& notes, Note& note) {
-  while (notes.next < static_cast<size_t>(NoteCode::kThinned)) {
-    const auto code = static_cast<NoteCode>(notes.next++);
+  for (; notes.next < static_cast<size_t>(NoteCode::kThinned); ++notes.next) {
+    const auto code = static_cast<NoteCode>(notes.next);
+    if (NextOfLogs(notes, code, note)) {
+      return true;
+    }
     const char* const subject = SubjectOf(code, notes);
     if (subject != nullptr) {
       note = {code, subject};
+      ++notes.next;
       return true;
     }
   }

@@ -6,6 +6,7 @@
 
 #include "analysis/analysis.h"
 #include "cgi/settings.h"
+#include "sections/log_notes.h"
 
 enum class NoteCode {
   kNoLogInRange,  // nothing was counted
@@ -14,15 +15,22 @@ enum class NoteCode {
   kUser,          // and of one user
   kHostsLeftOut,
   kTypesLeftOut,
-  kLogsNotOpened,  // and so not read; the subject is their number
-  kThinned,        // the memory budget took items from a table: counts below its first rows may be too low
+  kLogsNotOpened,      // and so not read
+  kNoLibrary,          // for a compressed log, which was not read
+  kLogsDamaged,        // compressed ones, which were read in part
+  kLogsNotUnderstood,  // no line of which is a record
+  kLinesNotUnderstood,
+  kLogCopies,  // that hold the same as another log, and were not read a second time
+  kThinned,    // the memory budget took items from a table: counts below its first rows may be too low
 };
-inline constexpr size_t kNoteCodes = 8;
+inline constexpr size_t kNoteCodes = 13;
 
 struct Note {
   NoteCode code;
-  const char* subject;  // what it is about, in the words of the settings; empty: nothing more to say.
-                        // As long as the notes are there
+  const char* subject;      // what it is about, in the words of the settings; empty: nothing more to say.
+                            // As long as the notes are there, or until the next one of the logs
+  const char* detail = "";  // words and figures that stand behind the subject
+  const char* other = "";   // another subject, behind the detail
 };
 
 // The way through the notes of a report.
@@ -31,7 +39,7 @@ struct Notes {
   const Analysis* analysis;
   size_t next;            // of the codes
   const ListInfo* table;  // the next thinned one, once it is their turn
-  char not_opened[24];    // logs, in digits; empty: none
+  LogNotes logs{};
 };
 
 // Both records must outlive the notes.

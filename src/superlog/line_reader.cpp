@@ -11,6 +11,7 @@
 #include "superlog/byte_scan.h"
 #include "superlog/log_events.h"
 #include "superlog/log_limits.h"
+#include "unpack/unpacking.h"
 
 static constexpr char kCr = '\r';
 static constexpr char kLf = '\n';
@@ -21,9 +22,12 @@ char* mpLine = mNoLine;
 char* mpLineEnd = mNoLine;
 uint32_t mLineLen = 0;
 
-// The open file.
+// The open file; the pipe through which it comes, if it is compressed.
 static int mhFile = -1;
 static bool mIsRegularFile = false;
+static PackFormat mPackFormat = PackFormat::kNone;
+static bool mUnpackedToEnd = false;
+static bool mUnpacks = false;
 static SuperLong mTotalLogBytesRead;
 
 // The block reader's window. A line that crosses the window's end is moved to
@@ -38,6 +42,12 @@ static char* mpBigBufCurPos = mpWindow;   // next unread byte
 static char* mpBigBufLastPos = mpWindow;  // one past the last valid byte
 static char* mpCountedTo = mpWindow;      // end of the last block that was counted
 static int64_t mWindowOffset = 0;         // where in the file the next window begins
+
+struct LineEnds {
+  int64_t lfs;
+  int64_t crs;
+};
+static LineEnds mUnpackedEnds;  // up to the end of the window: what is unpacked cannot be read again
 
 // The nearest positions of the bytes that matter, each searched for once and
 // kept until the reading has passed it: a window without CR, 0xFF or NUL costs
@@ -60,24 +70,58 @@ static char mLineBuf[kLongestLine + 1 + kScanOverread];
 
 // --- The file ---------------------------------------------------------------
 
+void SetUnpacking(bool unpacks) {
+  mUnpacks = unpacks;
+}
+
+PackFormat FormatOfLog() {
+  return mPackFormat;
+}
+
+// A compressed file becomes the pipe through which it comes.
+static void UnpackIfPacked() {
+  const PackFormat format = mUnpacks && mIsRegularFile ? FormatOfFile(mhFile) : PackFormat::kNone;
+  if (format != PackFormat::kNone) {
+    const int pipe = OpenUnpacked(mhFile, format);
+    close(mhFile);
+    mhFile = pipe;
+    mPackFormat = pipe < 0 ? PackFormat::kNone : format;
+  }
+}
+
 bool OpenLog(const char* path) {
   CloseLog();
   const OpenedFile opened = OpenToRead(path);
   mhFile = opened.file;
   mIsRegularFile = opened.kind == FileKind::kRegular;
+  UnpackIfPacked();
   return IsLogOpen();
 }
 
-void CloseLog() {
+// Whoever does not read to the end does not learn how it would have been.
+static UnpackEnd CloseFile() {
+  if (mPackFormat != PackFormat::kNone) {
+    const UnpackEnd end = CloseUnpacked(mhFile);
+    return mUnpackedToEnd || end == UnpackEnd::kNoLibrary ? end : UnpackEnd::kUnwanted;
+  }
   if (mhFile >= 0) {
     close(mhFile);
   }
+  return UnpackEnd::kWhole;
+}
+
+UnpackEnd CloseLog() {
+  const UnpackEnd end = CloseFile();
   mhFile = -1;
   mIsRegularFile = false;
+  mPackFormat = PackFormat::kNone;
+  mUnpackedToEnd = false;
   mpBigBufCurPos = mpBigBufLastPos = mpCountedTo = mpWindow;
   mWindowOffset = 0;
+  mUnpackedEnds = {};
   mpPlainCurPos = mpPlainLastPos = mPlainBuf;
   mPlainOffset = 0;
+  return end;
 }
 
 bool IsLogOpen() {
@@ -86,6 +130,7 @@ bool IsLogOpen() {
 
 void ResetLineReader() {
   CloseLog();
+  mUnpacks = false;
   mTotalLogBytesRead = {};
   mpLine = mpLineEnd = mNoLine;
   mLineLen = 0;
@@ -95,14 +140,19 @@ SuperLong TotalLogBytesRead() {
   return mTotalLogBytesRead;
 }
 
-// Reads size bytes at offset, fewer only at the end of the data.
+static ssize_t ReadSomeAt(char* dst, size_t size, int64_t offset) {
+  return mPackFormat == PackFormat::kNone ? pread(mhFile, dst, size, offset) : read(mhFile, dst, size);
+}
+
+// Reads size bytes at offset, fewer only at the end of the data. What is unpacked is asked for in order.
 static size_t ReadAt(char* dst, size_t size, int64_t offset) {
   size_t got = 0;
   while (mIsRegularFile && got < size) {
-    const ssize_t n = pread(mhFile, dst + got, size - got, offset + static_cast<int64_t>(got));
+    const ssize_t n = ReadSomeAt(dst + got, size - got, offset + static_cast<int64_t>(got));
     if (n > 0) {
       got += static_cast<size_t>(n);
     } else if (n == 0 || errno != EINTR) {
+      mUnpackedToEnd = true;
       break;
     }
   }
@@ -126,6 +176,10 @@ static void CountBlocksTo(const char* position) {
   }
 }
 
+static LineEnds CountLineEnds(const char* from, const char* to) {
+  return {std::count(from, to, kLf), std::count(from, to, kCr)};
+}
+
 // Called when a byte behind the window is needed: reads the next window and
 // moves the unread bytes in front of it. False at the end of the data.
 static bool RefreshBigBuf() {
@@ -138,6 +192,10 @@ static bool RefreshBigBuf() {
   memmove(mpWindow - unread, mpBigBufCurPos, unread);
   const size_t size = ReadAt(mpWindow, kBigBufSize, mWindowOffset);
   mWindowOffset += static_cast<int64_t>(size);
+  if (mPackFormat != PackFormat::kNone) {
+    const LineEnds ends = CountLineEnds(mpWindow, mpWindow + size);
+    mUnpackedEnds = {mUnpackedEnds.lfs + ends.lfs, mUnpackedEnds.crs + ends.crs};
+  }
   mpBigBufCurPos = mpWindow - unread;
   mpBigBufLastPos = mpWindow + size;
   mpCountedTo = mpWindow;
@@ -233,6 +291,42 @@ void ReadLineFromBigBuf() {
   }
   mpLine[kept] = '\0';
   CountBlocksTo(mpBigBufCurPos);
+}
+
+// Those before a position of the file, by reading it again.
+static LineEnds CountLineEndsBefore(int64_t position) {
+  LineEnds ends{};
+  char piece[kBlockSize];
+  for (int64_t at = 0; at < position;) {
+    const size_t size = ReadAt(piece, std::min<size_t>(sizeof piece, static_cast<size_t>(position - at)), at);
+    if (size == 0) {
+      break;
+    }
+    const LineEnds more = CountLineEnds(piece, piece + size);
+    ends = {ends.lfs + more.lfs, ends.crs + more.crs};
+    at += static_cast<int64_t>(size);
+  }
+  return ends;
+}
+
+// Those that the reading has passed.
+static LineEnds LineEndsPassed() {
+  if (mPackFormat == PackFormat::kNone) {
+    return CountLineEndsBefore(mWindowOffset - (mpBigBufLastPos - mpBigBufCurPos));
+  }
+  const LineEnds ahead = CountLineEnds(mpBigBufCurPos, mpBigBufLastPos);
+  return {mUnpackedEnds.lfs - ahead.lfs, mUnpackedEnds.crs - ahead.crs};
+}
+
+int64_t LineNumber() {
+  if (mhFile < 0) {
+    return 0;
+  }
+  const LineEnds passed = LineEndsPassed();
+  const int64_t ends = passed.lfs > 0 ? passed.lfs : passed.crs;
+  const char* const nearest = passed.lfs > 0 ? mNextLf.at : mNextCr.at;
+  const bool own_passed = nearest == mpBigBufCurPos - 1;
+  return ends + (own_passed ? 0 : 1);
 }
 
 // --- The plain reader -------------------------------------------------------

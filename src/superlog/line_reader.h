@@ -16,6 +16,7 @@
 #include <cstdint>
 
 #include "superlog/super_long.h"
+#include "unpack/codec.h"
 
 inline constexpr size_t kBlockSize = 8192;             // bytes are counted in blocks of this size
 inline constexpr size_t kBigBufSize = 8 * kBlockSize;  // and read from the file in windows of this size
@@ -30,11 +31,20 @@ extern uint32_t mLineLen;
 // Opens a log file for reading, after closing the one that was open; false when
 // it cannot be opened. Both readers begin at its start. What is no regular file
 // (a folder, a device, a named pipe) opens and yields no lines; opening never
-// waits.
+// waits. A compressed file, where these are unpacked, yields what is in it, to the one reader that is used
+// first: it comes as a stream, which is read once. False then, too, when there is nobody to unpack it.
 bool OpenLog(const char* path);
 
-// Closes the open file, if any, and empties the block buffer.
-void CloseLog();
+// Closes the open file, if any, and empties the block buffer. Tells how the unpacking of a compressed one
+// ended; kUnwanted when it was not read to its end, kWhole of any other file, and when none is open.
+UnpackEnd CloseLog();
+
+// Whether compressed files are unpacked; otherwise they are files like any other, as they are until this is
+// called and after a reset.
+void SetUnpacking(bool unpacks);
+
+// The format of the open file, kNone where it is not being unpacked.
+PackFormat FormatOfLog();
 
 // For other programs that link the library; tested, not used by orvellis.
 bool IsLogOpen();
@@ -45,6 +55,11 @@ bool IsLogOpen();
 // over-long line only CR, LF and the end of the file. Limits without ff_ends_line
 // make 0xFF an ordinary character. A read error looks like the end of the file.
 void ReadLineFromBigBuf();
+
+// The number of the line that was made current last by ReadLineFromBigBuf, from 1, as editors count: a line
+// ends at LF or, where the file has none before it, at CR. Reads a file that is not compressed up to
+// the line once more. 0 when no file is open.
+int64_t LineNumber();
 
 // The same without block buffer and byte counter, where 0xFF is an ordinary
 // character. For logs of which few lines are read, to learn their dates. The two
@@ -72,7 +87,8 @@ void TrimEolChars(char* text);
 void TellThatTextsGo();
 
 // Bytes delivered by the block buffer since the start of the run: whole blocks
-// (the last of a file may be short), counted when their first byte is needed.
+// (the last of a file may be short), counted when their first byte is needed. Of compressed files, the
+// unpacked ones.
 SuperLong TotalLogBytesRead();
 
 // Closes the open file and returns the counter to zero.

@@ -4,15 +4,20 @@
 #include <cstdio>
 #include <cstring>
 
+#include "dates/local_time.h"
+#include "superlog/content_hash.h"
 #include "superlog/directory_scan.h"
 #include "superlog/line_reader.h"
+#include "superlog/log_copies.h"
 #include "superlog/log_dates.h"
 #include "superlog/log_format.h"
 #include "superlog/log_limits.h"
 #include "superlog/log_line.h"
 #include "superlog/log_probe.h"
+#include "superlog/log_store.h"
 #include "superlog/summary_file.h"
 #include "superlog/superlog.h"
+#include "unpack/unpacking.h"
 
 LogEvents mLogEvents;
 
@@ -30,14 +35,32 @@ struct FoundLogs {
 static FoundLogs mFoundLogs;
 static FoundLogs mFoundAccessLog;
 
-static bool mFilesBegun = false;                   // SuperLog_NextLogFile was called
-static const LogFile* mpNextLogSummary = nullptr;  // entry to look at next
+static bool mWholeLogs = false;              // every log is read to its end
+static bool mFilesBegun = false;             // SuperLog_NextLogFile was called
+static LogFile* mpNextLogSummary = nullptr;  // entry to look at next
+static LogFile* mpOpenLog = nullptr;         // where logs are read whole
+static uint64_t mBytesBefore = 0;            // read before the open log
+static LogStamp mStamp;                      // of the open log, before it was opened
+static bool mToBeKept = false;  // nothing is known of it, and nobody can have changed it since the stamp
 static bool mLogsInReportRange = false;
-static int64_t mLogsNotOpened = 0;
+
+// Of the logs of which a report speaks, where logs are read whole.
+struct WholeFigures {
+  SuperLong bytes;
+  int64_t lines_not_understood;
+};
+static WholeFigures mWhole;
 
 static void Forget(FoundLogs& logs) {
   FindClose(logs.scan);
   logs = {};
+}
+
+static void BeginRun(bool whole_logs) {
+  mWholeLogs = whole_logs;
+  mFilesBegun = false;
+  mLogsInReportRange = false;
+  mWhole = {};
 }
 
 void ResetSuperLog() {
@@ -50,14 +73,17 @@ void ResetSuperLog() {
   ResetLogDates();
   mLogEvents = {};
   mLogLimits = kClassicLimits;
-  mFilesBegun = false;
-  mLogsInReportRange = false;
-  mLogsNotOpened = 0;
+  BeginRun(false);
+}
+
+static void ForgetLogs() {
+  ClearLogList();
+  mpNextLogSummary = mpOpenLog = nullptr;
 }
 
 void SuperLog_Uninit() {
-  ClearLogList();
-  mpNextLogSummary = nullptr;
+  ForgetLogs();
+  StopUnpacking();
 }
 
 // --- Finding the log files --------------------------------------------------
@@ -81,6 +107,12 @@ static void FindAhead(FoundLogs& logs, const char* pattern) {
   logs.ahead = true;
 }
 
+static void BeginScan(FoundLogs& logs, const char* pattern) {
+  if (!logs.ahead) {
+    StartScan(logs.scan, pattern);
+  }
+}
+
 // Where the log of that name is opened. The pattern's directory is used as it stands.
 static void MakeLogPath(char (&path)[kPathSize], const char* pattern, const char* name) {
   char directory[kPathSize];
@@ -90,9 +122,7 @@ static void MakeLogPath(char (&path)[kPathSize], const char* pattern, const char
 
 // Adds the files of a pattern to the list; true when one of them was probed.
 static bool AddLogsOfPattern(FoundLogs& logs, const char* pattern, bool trust_known_dates) {
-  if (!logs.ahead) {
-    StartScan(logs.scan, pattern);
-  }
+  BeginScan(logs, pattern);
   bool probed = false;
   for (FoundFile found; FindNext(logs.scan, found);) {
     LogFile log = {};
@@ -100,14 +130,29 @@ static bool AddLogsOfPattern(FoundLogs& logs, const char* pattern, bool trust_kn
     log.size = WrappedSize(mLogLimits, static_cast<uint64_t>(found.size));
     log.state = kSeenOnDisk;
     if (FileIsntDots(found.name) && (!trust_known_dates || FileShouldBeScanned(log))) {
-      log.unopened = !GetLogFileDateRange(log, found.size) && found.file;
-      mLogsNotOpened += log.unopened ? 1 : 0;
+      GetLogFileDateRange(log, found.size);
       LogsListAppend(log);
       probed = true;
     }
   }
   Forget(logs);
   return probed;
+}
+
+// Adds the files of a pattern to the list without a look into them.
+static void ListLogsOfPattern(FoundLogs& logs, const char* pattern) {
+  BeginScan(logs, pattern);
+  for (FoundFile found; FindNext(logs.scan, found);) {
+    LogFile log = {};
+    MakeLogPath(log.name, pattern, found.name);
+    log.size = static_cast<uint64_t>(found.size);
+    log.state = kSeenOnDisk;
+    log.plain = found.file;
+    if (FileIsntDots(found.name)) {
+      LogsListAdd(log);
+    }
+  }
+  Forget(logs);
 }
 
 // The name of the settings, or where there is none the default one.
@@ -131,29 +176,65 @@ static void TellLogs(FoundLogs& logs, const char* pattern, const LogPaths& paths
 }
 
 void SuperLog_FindAhead(const Settings& settings, const LogPaths& paths) {
-  char summary_path[kSummaryPathSize];
-  MakeSummaryPath(summary_path, settings);
-  paths.summary(paths.context, summary_path);
+  if (!settings.rules.whole_logs) {
+    char summary_path[kSummaryPathSize];
+    MakeSummaryPath(summary_path, settings);
+    paths.summary(paths.context, summary_path);
+  }
   TellLogs(mFoundLogs, settings.logs, paths);
   TellLogs(mFoundAccessLog, settings.AccessLog, paths);
 }
 
-void SuperLog_Init(Settings& settings, const Limits& limits, time_t range_first, time_t range_last,
-                   const LogEvents& events) {
-  SuperLog_Uninit();
-  mLogEvents = events;
-  mLogLimits = limits;
-  mFilesBegun = false;
-  mLogsInReportRange = false;
-  mLogsNotOpened = 0;
-  SuperLog_SetRange(range_first, range_last);
-  CopyText(mLogSearchSpec, settings.logs);
-  CopyText(mCurLogFileSpec, settings.AccessLog);
-  InitLogDates();
+// ---- What decides about the records of a log -----------------------------------
 
-  if (settings.summary[0] == '\0') {
-    CreateDefaultSummaryName(settings.summary, sizeof settings.summary, settings.logs);
+static constexpr uint64_t kReadingVersion = 1;  // of what makes a record of a line
+
+static constexpr ContentKey kRulesKey = {
+    {0x9216d5d98979fb1b, 0xd1310ba698dfb5ac, 0x2ffd72dbd01adfb7, 0xb8e1afed6a267e96}};  // digits of pi
+
+// When each day begins, in the zone of the run.
+static uint64_t HashOfZone() {
+  constexpr int kDays = 75 * 366;  // from 1970
+  static int64_t starts[kDays];
+  for (int day = 0; day < kDays; ++day) {
+    tm noon = {};
+    noon.tm_year = 70;
+    noon.tm_mday = day + 1;
+    noon.tm_hour = 12;
+    noon.tm_isdst = -1;
+    starts[day] = LocalToTime(noon);
   }
+  return AddBlock(kRulesKey, {}, reinterpret_cast<const char*>(starts), sizeof starts).low;
+}
+
+static uint64_t HashOfRules() {
+  struct {
+    uint64_t version, line, item, request, wide, ff, escapes, order, offset, zone;
+    char program[16];
+    char layout[kTextSize];
+  } rules = {};
+  rules.version = kReadingVersion;
+  rules.line = mLogLimits.line;
+  rules.item = mLogLimits.item;
+  rules.request = mLogLimits.request;
+  rules.wide = mLogLimits.wide_figures;
+  rules.ff = mLogLimits.ff_ends_line;
+  rules.escapes = mLogLimits.escapes;
+  rules.order = static_cast<uint64_t>(mDateFormat);
+  rules.offset = static_cast<uint64_t>(mGmtOffset);
+  rules.zone = HashOfZone();
+  CopyText(rules.program, kVersion);
+  CopyText(rules.layout, OwnLayout());
+  return AddBlock(kRulesKey, {}, reinterpret_cast<const char*>(&rules), sizeof rules).low;
+}
+
+static void ListLogs() {
+  ListLogsOfPattern(mFoundLogs, mLogSearchSpec);
+  ListLogsOfPattern(mFoundAccessLog, mCurLogFileSpec);
+  FindCopies();
+}
+
+static void ProbeLogs(const Settings& settings) {
   char summary_path[kSummaryPathSize];
   MakeSummaryPath(summary_path, settings);
   ReadSummaryFile(summary_path);
@@ -162,7 +243,30 @@ void SuperLog_Init(Settings& settings, const Limits& limits, time_t range_first,
   const bool current_log_probed = AddLogsOfPattern(mFoundAccessLog, mCurLogFileSpec, false);
   const bool logs_gone = DeleteOldEntries();
   if (logs_probed || current_log_probed || logs_gone) {
-    WriteSummaryFile(summary_path, {settings.rules.own_links_only, settings.rules.forgets_unopened});
+    WriteSummaryFile(summary_path);
+  }
+}
+
+void SuperLog_Init(Settings& settings, const Limits& limits, time_t range_first, time_t range_last,
+                   const LogEvents& events) {
+  ForgetLogs();  // who unpacks was started before
+  mLogEvents = events;
+  mLogLimits = limits;
+  BeginRun(settings.rules.whole_logs);
+  SetUnpacking(settings.rules.whole_logs && settings.rules.unpacks);
+  mAnalysisRangeFirst_t = range_first;
+  mAnalysisRangeLast_t = range_last;
+  CopyText(mLogSearchSpec, settings.logs);
+  CopyText(mCurLogFileSpec, settings.AccessLog);
+  InitLogDates();
+  if (settings.summary[0] == '\0') {
+    CreateDefaultSummaryName(settings.summary, sizeof settings.summary, settings.logs);
+  }
+  if (mWholeLogs) {
+    OpenStore(settings.store, settings.store[0] == '\0' ? 0 : HashOfRules());
+    ListLogs();
+  } else {
+    ProbeLogs(settings);
   }
 }
 
@@ -192,38 +296,168 @@ static LogLook LookAt(const LogFile& file) {
   return {file.name, file.size, first, last, in_range ? LogVerdict::kInRange : LogVerdict::kOutOfRange};
 }
 
-bool SuperLog_TimesHeld(time_t& first, time_t& last) {
-  bool any = false;
-  for (const LogFile* file = mpLogsRoot; file != nullptr; file = file->next) {
-    const LogLook log = LookAt(*file);
-    if (log.verdict != LogVerdict::kNoLog) {
-      const auto [earlier, later] = std::minmax(log.first, log.last);  // lines may stand in any order
-      first = any ? std::min(first, earlier) : earlier;
-      last = any ? std::max(last, later) : later;
-      any = true;
-    }
+static void TellOfLook(const LogLook& look) {
+  if (mLogEvents.log_looked_at != nullptr) {
+    mLogEvents.log_looked_at(look);
   }
-  return any;
-}
-
-void SuperLog_SetRange(time_t range_first, time_t range_last) {
-  mAnalysisRangeFirst_t = range_first;
-  mAnalysisRangeLast_t = range_last;
 }
 
 static bool OpenIfInRange(const LogFile& log) {
   const LogLook look = LookAt(log);
   const LogVerdict verdict = look.verdict;
-  if (mLogEvents.log_looked_at != nullptr) {
-    mLogEvents.log_looked_at(look);
-  }
+  TellOfLook(look);
   if (verdict != LogVerdict::kInRange) {
     return false;
   }
   mLogsInReportRange = true;
-  const bool opened = OpenLog(log.name);
-  mLogsNotOpened += opened ? 0 : 1;
-  return opened;
+  return OpenLog(log.name);
+}
+
+// Passes over a log of which an earlier reading is kept and still holds.
+static bool IsKnownOutOfRange(LogFile& log) {
+  LogRecords records;
+  const bool stamped = StampOf(log.name, mStamp);
+  const bool known = stamped && Recall(mStamp, records);
+  mToBeKept = stamped && !known && IsSettled(mStamp);
+  if (!known || records.count <= 0 ||
+      (records.last >= mAnalysisRangeFirst_t && records.first <= mAnalysisRangeLast_t)) {
+    return false;
+  }
+  ReadingOf(log).records = records;
+  TellOfLook({log.name, log.size, records.first, records.last, LogVerdict::kOutOfRange});
+  return true;
+}
+
+// The same file as before it was read, all bytes of which have come.
+static bool IsReadWhole(const LogFile& log, uint64_t bytes) {
+  const bool all_came =
+      log.format == PackFormat::kNone ? bytes == mStamp.size : log.unpacked == UnpackEnd::kWhole;
+  LogStamp now;
+  return mToBeKept && all_came && StampOf(log.name, now) && now == mStamp;
+}
+
+// Where a clock change repeats an hour, the line before decides: that of the log before must not.
+static void ForgetLinesBefore() {
+  tm winter = {};
+  winter.tm_year = 100;
+  winter.tm_mday = 1;
+  winter.tm_isdst = -1;
+  LocalToTime(winter);
+}
+
+// False of what is read in another's place, or cannot be read.
+static bool OpenWhole(LogFile& log) {
+  if (log.original != nullptr) {
+    return false;
+  }
+  if (IsKnownOutOfRange(log)) {
+    return false;
+  }
+  if (!OpenLog(log.name)) {
+    log.unopened = log.plain;
+    return false;
+  }
+  mpOpenLog = &log;
+  ForgetLinesBefore();
+  mBytesBefore = SuperLongToBytes(TotalLogBytesRead());
+  BeginLinesOfLog();
+  return true;
+}
+
+static bool OpenToBeRead(LogFile& log) {
+  return mWholeLogs ? OpenWhole(log) : OpenIfInRange(log);
+}
+
+static LogVerdict VerdictOf(const LogRecords& records) {
+  return records.in_range > 0 ? LogVerdict::kInRange
+         : records.count > 0  ? LogVerdict::kOutOfRange
+                              : LogVerdict::kNoLog;
+}
+
+static void CloseRead(LogFile& log) {
+  log.format = FormatOfLog();
+  log.unpacked = CloseLog();
+  mpOpenLog = nullptr;
+}
+
+// A report speaks of the logs that hold records in range, and of lines where there might have been some.
+void SuperLog_LogRead(const LogRecords& records) {
+  if (mpOpenLog == nullptr) {
+    return;
+  }
+  LogFile& log = *mpOpenLog;
+  CloseRead(log);
+  if (log.unpacked == UnpackEnd::kNoLibrary) {
+    return;
+  }
+  LogReading& reading = ReadingOf(log);
+  reading = {records, LinesNotUnderstoodOfLog()};
+  const LogVerdict verdict = VerdictOf(records);
+  const uint64_t bytes = SuperLongToBytes(TotalLogBytesRead()) - mBytesBefore;
+  if (verdict == LogVerdict::kInRange) {
+    mLogsInReportRange = true;
+    SuperLongAddWide(mWhole.bytes, static_cast<int64_t>(bytes));
+  }
+  if (IsReadWhole(log, bytes)) {
+    Keep(mStamp, records);
+  }
+  if (verdict != LogVerdict::kOutOfRange) {
+    mWhole.lines_not_understood += reading.not_understood.lines;
+  }
+  TellOfLook({log.name, log.size, records.first, records.last, verdict});
+}
+
+void SuperLog_ReadLogs() {
+  SuperLog_AskFor({});
+  while (SuperLog_NextLogFile()) {
+    LogRecords records;
+    for (SuperLogRecord record; SuperLog_ParseNextLine(record);) {
+      AddTime(records, record.time);
+    }
+    SuperLog_LogRead(records);
+  }
+  SuperLog_NextLogFile_Done();
+}
+
+static const LogReading& KnownOf(const LogFile& log) {
+  static constexpr LogReading kNothing{};
+  return log.reading == nullptr ? kNothing : *log.reading;
+}
+
+bool SuperLog_TimesHeld(time_t& first, time_t& last) {
+  LogRecords all;
+  for (const LogFile* log = mpLogsRoot; log != nullptr; log = log->next) {
+    const LogRecords& records = KnownOf(*log).records;
+    all.count += records.count;
+    all.first = std::min(all.first, records.first);
+    all.last = std::max(all.last, records.last);
+  }
+  if (all.count > 0) {
+    first = all.first;
+    last = all.last;
+  }
+  return all.count > 0;
+}
+
+bool SuperLog_NextState(const void*& place, LogState& state) {
+  const auto* const before = static_cast<const LogFile*>(place);
+  const LogFile* const log = before == nullptr ? mpLogsRoot : before->next;
+  if (log == nullptr) {
+    return false;
+  }
+  place = log;
+  const NotUnderstood& lines = KnownOf(*log).not_understood;
+  const LogFile& read = log->original == nullptr ? *log : *log->original;
+  state = {.path = log->name,
+           .copy_of = log->original == nullptr ? nullptr : log->original->name,
+           .unopened = log->unopened,
+           .format = log->format,
+           .unpacked = log->unpacked,
+           .records = KnownOf(read).records,
+           .lines_not_understood = lines.lines,
+           .first_not_understood = lines.first,
+           .line = lines.line};
+  return true;
 }
 
 static void BeginFiles() {
@@ -244,9 +478,9 @@ bool SuperLog_NextLogFile() {
     mLogEvents.log_read();
   }
   while (mpNextLogSummary != nullptr) {
-    const LogFile& log = *mpNextLogSummary;
+    LogFile& log = *mpNextLogSummary;
     mpNextLogSummary = log.next;
-    if (OpenIfInRange(log)) {
+    if (OpenToBeRead(log)) {
       return true;
     }
   }
@@ -255,16 +489,17 @@ bool SuperLog_NextLogFile() {
 
 void SuperLog_NextLogFile_Done() {
   CloseLog();
+  mpOpenLog = nullptr;
 }
 
 bool SuperLog_LogsInRange() {
   return mLogsInReportRange;
 }
 
-int64_t SuperLog_GetLogsNotOpened() {
-  return mLogsNotOpened;
+SuperLong SuperLog_GetTotalLogBytesRead() {
+  return mWholeLogs ? mWhole.bytes : TotalLogBytesRead();
 }
 
-SuperLong SuperLog_GetTotalLogBytesRead() {
-  return TotalLogBytesRead();
+int64_t SuperLog_GetLinesNotUnderstood() {
+  return mWholeLogs ? mWhole.lines_not_understood : LinesNotUnderstood();
 }

@@ -149,6 +149,10 @@ void SuperLog_SetLogFormat(const char* format, int source) {
   TrimLogFormat(mSpecialLogFormatBuf);
 }
 
+const char* OwnLayout() {
+  return mLogFormatSource == 0 ? "" : mSpecialLogFormatBuf;
+}
+
 void TrimLogFormat(char* format) {
   size_t length = strlen(format);
   while (length > 0 && (format[length - 1] == ' ' || format[length - 1] == kSkipField)) {

@@ -43,6 +43,9 @@ void ResetFileFormat();
 // Forgets the user's layout, too, and what is asked for.
 void ResetLogFormat();
 
+// The user's layout; empty when there is none.
+const char* OwnLayout();
+
 // Removes trailing spaces and "?" letters.
 void TrimLogFormat(char* format);
 

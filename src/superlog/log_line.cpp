@@ -21,6 +21,7 @@
 #include "superlog/usual_line.h"
 
 static int64_t mLinesNotUnderstood = 0;
+static NotUnderstood mNotUnderstood;  // of the log at hand
 static LineMarks mMarks;
 static char mCombinedUrls[8 * kLongestItem];
 static char* mpNextUrl = mCombinedUrls;  // those before it belong to records that were delivered
@@ -400,6 +401,22 @@ static bool IsDataLine() {
   return true;
 }
 
+// Its fields may have been cut already, each by a NUL.
+static void ShowLine(char (&shown)[kShownOfLine + 1]) {
+  const size_t length = std::min<size_t>(mLineLen, kShownOfLine);
+  std::replace_copy(mpLine, mpLine + length, shown, '\0', ' ');
+  shown[length] = '\0';
+  MakePrintable(shown);
+}
+
+[[gnu::cold, gnu::noinline]] static void TakeLineNotUnderstood() {
+  ++mLinesNotUnderstood;
+  if (mNotUnderstood.lines++ == 0) {
+    mNotUnderstood.first = LineNumber();
+    ShowLine(mNotUnderstood.line);
+  }
+}
+
 // Two functions, so that neither way of reading costs the other anything.
 template <bool kEscapes>
 [[gnu::noinline]] static bool ParseNextLine(SuperLogRecord& record) {
@@ -416,7 +433,7 @@ template <bool kEscapes>
     if ((mFormatKnown || GrokLineFormat()) && ParseDataLine<kEscapes>(record)) {
       return true;
     }
-    ++mLinesNotUnderstood;
+    TakeLineNotUnderstood();
   }
 }
 
@@ -424,12 +441,21 @@ bool SuperLog_ParseNextLine(SuperLogRecord& record) {
   return mLogLimits.escapes ? ParseNextLine<true>(record) : ParseNextLine<false>(record);
 }
 
-int64_t SuperLog_GetLinesNotUnderstood() {
+int64_t LinesNotUnderstood() {
   return mLinesNotUnderstood;
+}
+
+const NotUnderstood& LinesNotUnderstoodOfLog() {
+  return mNotUnderstood;
+}
+
+void BeginLinesOfLog() {
+  mNotUnderstood = {};
 }
 
 void ResetLogLine() {
   mLinesNotUnderstood = 0;
+  BeginLinesOfLog();
 }
 
 void SuperLog_ParseTest() {

@@ -4,6 +4,7 @@
 // The texts are values of a line: they lie in writable memory.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string_view>
 
@@ -23,6 +24,23 @@ void TrimPort(std::string_view& host);
 
 // Removes one "." from the end of a host, behind which a NUL stands before and afterwards.
 void TrimTrailingDot(std::string_view& host);
+
+// The lines of one log that hold data, but no record.
+inline constexpr size_t kShownOfLine = 200;
+struct NotUnderstood {
+  int64_t lines = 0;
+  int64_t first = 0;              // the number of the first of them, from 1
+  char line[kShownOfLine + 1]{};  // its beginning, printable ASCII
+};
+
+// Of the log at hand; good until the next one is begun.
+const NotUnderstood& LinesNotUnderstoodOfLog();
+
+// Of all logs of the run, as far as they were read.
+int64_t LinesNotUnderstood();
+
+// Begins to count the lines of another log.
+void BeginLinesOfLog();
 
 // Forgets the lines that were not understood.
 void ResetLogLine();

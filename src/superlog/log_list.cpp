@@ -136,7 +136,6 @@ static const LogFile* FindOriginal(const LogFile& file) {
 
 static void Update(LogFile& entry, const LogFile& file) {
   entry.state = file.state;
-  entry.unopened = file.unopened;
   if (SameDates(entry, file)) {
     return;
   }
@@ -176,6 +175,23 @@ void LogsListAppend(const LogFile& file) {
   }
 }
 
+void LogsListAdd(const LogFile& file) {
+  if (FindLog(file.name) == nullptr) {
+    AddAtEnd(file);
+  }
+}
+
+LogReading& ReadingOf(LogFile& log) {
+  if (log.reading == nullptr) {
+    log.reading = static_cast<LogReading*>(malloc(sizeof(LogReading)));
+    if (log.reading == nullptr) {
+      EndWithoutMemory();
+    }
+    *log.reading = {};
+  }
+  return *log.reading;
+}
+
 bool DeleteOldEntries() {
   const size_t count = mCount;
   mCount = 0;
@@ -196,6 +212,7 @@ bool DeleteOldEntries() {
 
 void ClearLogList() {
   for (size_t place = 0; place < mCount; ++place) {
+    free(mEntries[place]->reading);
     free(mEntries[place]);
   }
   free(static_cast<void*>(mEntries));

@@ -7,6 +7,15 @@
 #include <ctime>
 
 #include "base/text.h"
+#include "superlog/log_line.h"
+#include "superlog/superlog.h"
+#include "unpack/codec.h"
+
+// What reading a log to its end has told.
+struct LogReading {
+  LogRecords records;
+  NotUnderstood not_understood;
+};
 
 enum LogFileState : int {
   kFromSummary = 1,  // in the summary file, not (yet) seen on disk
@@ -18,8 +27,15 @@ struct LogFile {
   uint64_t size;         // bytes, modulo 2^32 where figures are narrow
   time_t first;          // times of the first and last dated line; 0 = none
   time_t last;
-  int state;      // a LogFileState
-  bool unopened;  // this run could not look into it
+  int state;  // a LogFileState
+
+  // Of logs that are read whole.
+  bool plain;               // neither folder, pipe nor device
+  bool unopened;            // this run could not read it
+  PackFormat format;        // kNone of what is not compressed, or was not opened
+  UnpackEnd unpacked;       // how its unpacking ended; kWhole of any other
+  const LogFile* original;  // an earlier one that holds the same; null: none
+  LogReading* reading;      // null: none yet
 
   // The list's own.
   LogFile* next;
@@ -37,6 +53,14 @@ extern LogFile* mpLogsRoot;  // head of the list, which is in the order of addit
 // an entry a new one is added at the end. Both are found by an index. When memory
 // runs out, the process exits with status 1.
 void LogsListAppend(const LogFile& file);
+
+// Adds an entry at the end, unless there is one of its name. When memory runs out, the process exits with
+// status 1.
+void LogsListAdd(const LogFile& file);
+
+// The reading of an entry of the list, which is made when it has none. When memory runs out, the process
+// exits with status 1.
+LogReading& ReadingOf(LogFile& log);
 
 // The entry of a path, compared exactly; null when there is none. It may be
 // changed in its state.

@@ -102,14 +102,14 @@ static time_t FindLastDateOf(const char* path, int64_t size) {
   return last;
 }
 
-bool GetLogFileDateRange(LogFile& log, int64_t size) {
+void GetLogFileDateRange(LogFile& log, int64_t size) {
   ResetFileFormat();
   log.first = log.last = 0;
   if (!OpenLog(log.name)) {
     if (mLogEvents.log_not_opened != nullptr) {
       mLogEvents.log_not_opened(log.name);
     }
-    return false;
+    return;
   }
   log.first = FindFirstDate();
   CloseLog();
@@ -118,5 +118,4 @@ bool GetLogFileDateRange(LogFile& log, int64_t size) {
     const time_t last = FindLastDateOf(log.name, size);
     log.last = last != 0 ? last : log.first;
   }
-  return true;
 }

@@ -8,6 +8,6 @@
 
 // Fills first and last of the file named in log; size is its size in bytes.
 // Both stay 0 when no line shows a date, and when the file cannot be opened,
-// which is told (log_not_opened) and returned as false. Forgets the known log format and
+// which is told (log_not_opened). Forgets the known log format and
 // uses the line reader.
-bool GetLogFileDateRange(LogFile& log, int64_t size);
+void GetLogFileDateRange(LogFile& log, int64_t size);

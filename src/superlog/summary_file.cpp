@@ -147,17 +147,15 @@ static void WriteSummaryFileHeaders(FILE* file) {
   fprintf(file, "!Version=%s%s\n!Year0=1970\n", kVersion, WidthMark());
 }
 
-void WriteSummaryFile(const char* path, SummaryRules rules) {
+void WriteSummaryFile(const char* path) {
   FileReplacement replacement;
-  if (!BeginReplacement(replacement, path, kHead, kUnfinished, rules.own_links_only)) {
+  if (!BeginReplacement(replacement, path, kHead, kUnfinished)) {
     return;
   }
   WriteSummaryFileHeaders(replacement.stream);
   for (const LogFile* log = mpLogsRoot; log != nullptr; log = log->next) {
-    if (!log->unopened || !rules.forgets_unopened) {
-      fprintf(replacement.stream, "%" PRIu64 ",%ld,%ld,%s\n", log->size, static_cast<long>(log->first),
-              static_cast<long>(log->last), log->name);
-    }
+    fprintf(replacement.stream, "%" PRIu64 ",%ld,%ld,%s\n", log->size, static_cast<long>(log->first),
+            static_cast<long>(log->last), log->name);
   }
   FinishReplacement(replacement);
 }

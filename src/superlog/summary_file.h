@@ -36,9 +36,4 @@ void ReadSummaryFile(const char* path);
 // run can always probe the logs again. The file changes in one step, because
 // requests run in parallel, and a mixture of two writers' lines could give a log
 // the right size with wrong dates.
-struct SummaryRules {
-  bool own_links_only;    // as BeginReplacement has it
-  bool forgets_unopened;  // a log that could not be opened is left out: once it can be, its size may be the
-                          // same
-};
-void WriteSummaryFile(const char* path, SummaryRules rules = {});
+void WriteSummaryFile(const char* path);

@@ -6,14 +6,17 @@
 // file-scope variables of this folder, so nothing here is reentrant.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <ctime>
+#include <limits>
 #include <string_view>
 
 #include "base/limits.h"
 #include "cgi/settings.h"
 #include "superlog/log_events.h"
 #include "superlog/super_long.h"
+#include "unpack/codec.h"
 
 // One request. Texts are absent (null data), or at most as long as the limits let an item be, and their
 // buffers go on for kScanOverread bytes; figures are as wide as the limits let them be. Texts stay valid, and
@@ -89,17 +92,51 @@ struct AskedTexts {
 // asked for. All are until this is called, and after a reset; which lines are usable stays the same.
 void SuperLog_AskFor(const AskedTexts& asked);
 
+// What the records of one log come to.
+struct LogRecords {
+  int64_t count = 0;
+  int64_t in_range = 0;
+  time_t first = std::numeric_limits<time_t>::max();  // the least time, wherever it stands
+  time_t last = std::numeric_limits<time_t>::min();   // and the greatest
+};
+
+inline void AddTime(LogRecords& records, time_t time) {
+  ++records.count;
+  records.first = std::min(records.first, time);
+  records.last = std::max(records.last, time);
+}
+
+// Tells that the open log file was read, and what its records came to. Where the rules of SuperLog_Init's
+// settings have logs read whole, it was read to its end, and is closed.
+void SuperLog_LogRead(const LogRecords& records);
+
+// Where logs are read whole: reads all that are left without counting their records.
+void SuperLog_ReadLogs();
+
+// What there is to know of a log that was found. The texts are the list's, until SuperLog_Uninit.
+struct LogState {
+  const char* path;
+  const char* copy_of;  // the path of the log that holds the same and is read in its place; null: none
+  bool unopened;        // it was to be read and could not be opened
+  PackFormat format;    // of a compressed log that was opened; kNone of any other
+  UnpackEnd unpacked;   // how its unpacking ended; kWhole of any other
+  LogRecords records;   // of what was read of it, or in its place
+  int64_t lines_not_understood;
+  int64_t first_not_understood;  // the number of the first of these lines, from 1; 0 without any
+  const char* line;              // its beginning, printable ASCII
+};
+
+// The way through all logs that were found. place is null before the first one. False behind the last.
+bool SuperLog_NextState(const void*& place, LogState& state);
+
 // True when the list of log files is not empty.
 bool SuperLog_LogFilesFound();
 
-// The times of the first and last dated line of all logs found, in the range or not, shifted as log
-// times are. False, leaving both as they are, when there is none.
+// The least and greatest time of the records of all logs that were read, in the range or not. False,
+// leaving both as they are, when there is none.
 bool SuperLog_TimesHeld(time_t& first, time_t& last);
 
-// Takes another range, before the first log file is opened.
-void SuperLog_SetRange(time_t range_first, time_t range_last);
-
-// Opens the next log file that reaches into the range; false when none is left
+// Opens the next log file that reaches into the range, or that may do so; false when none is left
 // (and none is open).
 bool SuperLog_NextLogFile();
 
@@ -112,15 +149,14 @@ void SuperLog_NextLogFile_Done();
 // True when this run met a file in range, even one that could not be opened.
 bool SuperLog_LogsInRange();
 
-// Bytes of log data read by this run, in whole blocks.
+// Bytes of log data read by this run, in whole blocks. Where logs are read whole: of those that hold records
+// in range.
 SuperLong SuperLog_GetTotalLogBytesRead();
 
 // Lines of data that this run has read and that give no record, whatever their date
-// may be: those that the layout does not explain, and those of no layout at all.
+// may be: those that the layout does not explain, and those of no layout at all. Where logs are read whole:
+// in those that hold records in range, and in those that hold no record at all.
 int64_t SuperLog_GetLinesNotUnderstood();
 
-// Logs that this run was to read, or to look into for their days, and could not open.
-int64_t SuperLog_GetLogsNotOpened();
-
-// Releases the list of log files.
+// Releases the list of log files, and ends the process that unpacks, if there is one.
 void SuperLog_Uninit();

@@ -1070,28 +1070,84 @@ TEST_F(ResetAnalysisTest, DropsWhatWaitsToBeCounted) {
   EXPECT_EQ(gSM_TotalBytesAllocated, 0);
 }
 
-// ---- All days of the logs ----
+// ---- Logs in any order ----
 
-TEST_F(BeginAnalysisTest, AllDaysAreThoseOfTheLogs) {
-  LogLine first;
-  first.time = "28/Feb/2000:23:00:00";
-  LogLine last;
-  last.time = "09/Apr/2000:01:00:00";
-  AddLog("a.log", {first, last});
+class WholeLogs : public Driver {
+ protected:
+  WholeLogs() { settings_.rules.whole_logs = true; }
+
+  static LogLine At(const std::string& time) {
+    LogLine line;
+    line.time = time;
+    return line;
+  }
+
+  void Count() {
+    ASSERT_TRUE(BeginAnalysis(settings_, kModernCounting, analysis_));
+    CountLogs(settings_, analysis_);
+    CloseRange(settings_, analysis_);
+  }
+};
+
+TEST_F(WholeLogs, RecordsBehindTheRangeEndNoFile) {
+  AddLog("a.log", {At("09/Apr/2000:01:00:00"), At("05/Mar/2000:01:00:00"), At("28/Feb/2000:23:00:00"),
+                   At("06/Mar/2000:01:00:00"), At("01/Jan/1999:00:00:00")});
+  Count();
+  EXPECT_EQ(analysis_.hits, 2);
+  EXPECT_TRUE(analysis_.logs.in_range);
+}
+
+TEST_F(WholeLogs, FilesInOrderEndAtTheRangeWithoutTheRule) {
+  settings_.rules.whole_logs = false;
+  AddLog("a.log", {At("04/Mar/2000:01:00:00"), At("09/Apr/2000:01:00:00"), At("05/Mar/2000:01:00:00")});
+  Count();
+  EXPECT_EQ(analysis_.hits, 1);
+}
+
+TEST_F(WholeLogs, AllDaysAreThoseOfTheRecords) {
+  AddLog("a.log", {At("05/Mar/2000:10:00:00"), At("09/Apr/2000:01:00:00"), At("28/Feb/2000:23:00:00"),
+                   At("05/Mar/2000:10:00:00")});
   AddLog("b.log", {{}});
-  settings_.all_days = true;
-  ASSERT_TRUE(BeginAnalysis(settings_, kModernCounting, analysis_));
+  settings_.from_first = settings_.to_last = true;
+  Count();
+  EXPECT_EQ(analysis_.hits, 5);
   EXPECT_STREQ(settings_.start_date, "02282000");
   EXPECT_STREQ(settings_.end_date, "04092000");
   EXPECT_EQ(analysis_.range_first, 951696000);  // 2000-02-28 00:00:00
   EXPECT_EQ(analysis_.range_last, 955324799);   // 2000-04-09 23:59:59
-  CountLogs(settings_, analysis_);
-  EXPECT_EQ(analysis_.hits, 3);
 }
 
-TEST_F(BeginAnalysisTest, AllDaysOfUndatedLogsAreThoseOfTheSettings) {
+TEST_F(WholeLogs, OneEndCanBeThatOfTheLogs) {
+  AddLog("a.log", {At("09/Apr/2000:01:00:00"), At("28/Feb/2000:23:00:00"), At("05/Mar/2000:10:00:00")});
+  settings_.to_last = true;
+  Count();
+  EXPECT_EQ(analysis_.hits, 2);
+  EXPECT_STREQ(settings_.start_date, "03012000");
+  EXPECT_STREQ(settings_.end_date, "04092000");
+}
+
+TEST_F(WholeLogs, OtherEndCanBeThatOfTheLogs) {
+  AddLog("a.log", {At("09/Apr/2000:01:00:00"), At("28/Feb/2000:23:00:00"), At("05/Mar/2000:10:00:00")});
+  settings_.from_first = true;
+  Count();
+  EXPECT_EQ(analysis_.hits, 2);
+  EXPECT_STREQ(settings_.start_date, "02282000");
+  EXPECT_STREQ(settings_.end_date, "03312000");
+}
+
+TEST_F(WholeLogs, RangeBehindTheLogsIsOneDay) {
+  AddLog("a.log", {At("28/Feb/2000:23:00:00")});
+  settings_.to_last = true;
+  Count();
+  EXPECT_EQ(analysis_.hits, 0);
+  EXPECT_FALSE(analysis_.logs.in_range);
+  EXPECT_STREQ(settings_.start_date, "03012000");
+  EXPECT_STREQ(settings_.end_date, "03012000");
+}
+
+TEST_F(WholeLogs, AllDaysOfLogsWithoutRecordsAreThoseOfTheSettings) {
   AddLog("a.log", "nothing\n");
-  settings_.all_days = true;
-  ASSERT_TRUE(BeginAnalysis(settings_, kModernCounting, analysis_));
+  settings_.from_first = settings_.to_last = true;
+  Count();
   EXPECT_STREQ(settings_.start_date, "03012000");
 }

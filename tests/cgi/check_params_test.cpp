@@ -294,9 +294,20 @@ TEST_F(WrittenDaysTest, MissingAccountComesBeforeWrongDays) {
 
 TEST_F(WrittenDaysTest, AllDaysAreLeftToTheLogs) {
   EXPECT_EQ(Range("ALL"), "03052000,03052000");
-  EXPECT_TRUE(settings.all_days);
+  EXPECT_TRUE(settings.from_first && settings.to_last);
   EXPECT_EQ(Range("", "all"), "7");
-  EXPECT_FALSE(settings.all_days);
+  EXPECT_FALSE(settings.from_first || settings.to_last);
+}
+
+TEST_F(WrittenDaysTest, EachEndCanBeLeftToTheLogs) {
+  EXPECT_EQ(Range("", "First", "2000-01-02"), "01022000,01022000");
+  EXPECT_TRUE(settings.from_first && !settings.to_last);
+  EXPECT_EQ(Range("", "2000-01-01", "LAST"), "01012000,01012000");
+  EXPECT_TRUE(!settings.from_first && settings.to_last);
+  EXPECT_EQ(Range("", "first", "last"), "03052000,03052000");
+  EXPECT_TRUE(settings.from_first && settings.to_last);
+  EXPECT_EQ(Range("", "last", "last"), "7");
+  EXPECT_EQ(Range("", "first", "first"), "7");
 }
 
 TEST_F(WrittenDaysTest, TodayIsTheDayThatTheReportIsMadeOn) {

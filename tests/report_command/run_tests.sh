@@ -9,7 +9,7 @@
 set -u
 program=$1 project=$2 shell=$3
 shift 3
-export LC_ALL=C TZ=UTC
+export LC_ALL=C TZ=UTC ORVELLIS_CACHE=
 command -v "$shell" >/dev/null || exit 77
 
 root=$(mktemp -d)
@@ -252,6 +252,59 @@ test_missing_unpacker() {
   PATH=$folder/bare ORVELLIS=$program TMPDIR=$private "$shell" "$report" "$edition" access.log.zst >out 2>err
   status=$?
   expect_error 2 'cannot unpack access.log.zst: install the program zstd'
+}
+
+# The modern edition unpacks by itself, and writes nothing of it to the disk.
+test_modern_rotated_set() {
+  edition=''
+  line 9 >access.log
+  line 7 | gzip >access.log.2.gz
+  { line 5 && line 6; } | gzip >access.log.3
+  line 4 | gzip >input
+  orvellis_report access.log access.log.2.gz access.log.3 - <input >out 2>err
+  status=$?
+  expect_records 5 2000-03-04 2000-03-09
+  run --from 2000-03-06 --to 2000-03-07 access.log access.log.2.gz access.log.3
+  expect_records 2 2000-03-06 2000-03-07
+}
+
+test_modern_packed_logs_out_of_order() {
+  edition=''
+  { line 7 && line 4 && line 6; } | gzip >access.log.gz
+  line 5 | gzip | tee copy.gz >other.gz
+  run access.log.gz other.gz copy.gz
+  expect_records 4 2000-03-04 2000-03-07
+  expect_in err '1 log holds the same as another'
+}
+
+test_modern_log_damaged_behind_its_beginning() {
+  edition=''
+  { week | gzip && echo 'no gzip'; } >access.log.gz
+  run access.log.gz
+  expect_records 3 2000-03-05 2000-03-07
+  expect_in err 'access.log.gz is cut or damaged'
+}
+
+test_modern_log_of_which_nothing_can_be_unpacked() {
+  edition=''
+  line 9 >access.log
+  week | gzip | head -c 40 >access.log.1.gz
+  run access.log access.log.1.gz
+  expect_records 1 2000-03-09 2000-03-09
+  expect_in err 'access.log.1.gz is cut or damaged'
+}
+
+test_modern_log_without_its_library() {
+  edition=''
+  line 9 >access.log
+  week | xz -c >access.log.1.xz
+  mkdir lib
+  : >lib/liblzma.so.5
+  LD_LIBRARY_PATH=$PWD/lib
+  export LD_LIBRARY_PATH
+  run access.log access.log.1.xz
+  unset LD_LIBRARY_PATH
+  expect_error 2 'access.log.1.xz is compressed by xz, and liblzma.so.5 is not installed'
 }
 
 test_odd_names() {
@@ -566,7 +619,7 @@ test_edition_passed_on() {
     rm -f runs
     run --from 2000-03-06 access.log
     expect_records 2 2000-03-06 2000-03-07
-    [ "$(wc -l <runs)" -ge 3 ] || failed 'few runs are seen'
+    [ "$(wc -l <runs)" -ge 1 ] || failed 'no run is seen'
     [ "$(grep -c " edition=$name " runs)" -eq "$(wc -l <runs)" ] || failed "not every run asks for $name"
     [ "$(grep -o 'edition=' runs | wc -l)" -eq "$(wc -l <runs)" ] || failed 'a run asks for two editions'
   done
@@ -1296,13 +1349,49 @@ test_no_progress_when_not_wanted() {
 
 # ---- JSON, CSV and text ---------------------------------------------------------------------
 
+# The modern edition counts records wherever they stand: a newest week first, an old last line, a mixed pipe.
+test_order_is_free() {
+  edition=''
+  for n in 9 5 10 6; do line $n; done >mixed.log
+  { cat mixed.log; line 1 | sed s/2000/1999/; } >old-end.log
+  run mixed.log
+  expect_records 4 2000-03-05 2000-03-10
+  run --from 2000-03-05 --to 2000-03-06 mixed.log
+  expect_records 2 2000-03-05 2000-03-06
+  run --from 2000-03-06 old-end.log
+  expect_records 3 2000-03-06 2000-03-10
+  run --to 2000-03-05 old-end.log
+  expect_records 2 1999-03-01 2000-03-05
+  orvellis_report - <mixed.log >out 2>err
+  status=$?
+  expect_records 4 2000-03-05 2000-03-10
+  run --from 2001-01-01 mixed.log
+  expect_error 1 'nothing to report: the logs go from 2000-03-05 to 2000-03-10'
+}
+test_equal_contents_count_once() {
+  edition=''
+  week >a.log
+  cp a.log b.log
+  sed 's/a.html/b.html/' a.log >c.log
+  run a.log b.log c.log
+  expect_match err '^report.html: 6 records from 2000-03-05 to 2000-03-07,'
+  expect_in err 'orvellis-report: 1 log holds the same as another, and is left out as a copy'
+}
+test_first_line_not_understood_is_shown() {
+  edition=''
+  { echo; printf 'escape \033[31m here\n'; } >a.log
+  run a.log
+  expect_status 1
+  expect_in err 'orvellis-report: a.log: 1 line, none understood: escape ?[31m here'
+  expect_in err 'no line is recognised as a request'
+}
 test_json_goes_to_standard_output() {
   week >access.log
   echo 'no request' >>access.log
   edition='' run --json --top 0 --reports requests --title 'Müller & "x"' access.log
   expect_status 0
   expect_match err '^3 records from 2000-03-05 to 2000-03-07, 2[0-9]* bytes of logs, [0-9]+ s$'
-  expect_in err '1 line was not recognised as a request and left out'
+  expect_in err 'orvellis-report: access.log: 1 line of 4 not understood, in line 4: no request'
   expect_in out '"title": "Müller & \"x\"",'
   expect_in out '"requests": 3, "bytes": 300,'
   expect_in out '{"item": "/a.html", "count": 3, "share": 1.000000}'

@@ -75,6 +75,18 @@ int CountLogs(Settings& settings) {
   return logs;
 }
 
+TEST_F(ShutInTest, KeepsWhatIsKnownOfLogs) {
+  ASSERT_EQ(mkdir("store", 0700), 0);
+  ASSERT_EQ(mkdir("store/folder", 0700), 0);
+  std::ofstream("store/entry") << "known";
+  CopyText(settings.store, "store");
+  AllowsReading("store/entry");
+  Allows("a new entry", [] { return TryOpen("store/new", O_WRONLY | O_CREAT); });
+  Allows("its name", [] { return rename("store/entry", "store/other"); });
+  Refuses("a new folder", [] { return mkdir("store/made", 0700) == 0 ? rmdir("store/made") : errno; });
+  RefusesWriting("other/file");
+}
+
 TEST_F(ShutInTest, ReadsWhatTheSettingsName) {
   AllowsReading("logs/a.log");
   AllowsReading("networks");

@@ -39,6 +39,7 @@ dpkg --install "$package" >"$work/log" 2>&1 || { cat "$work/log"; fail "it does 
 [ "$(stat -c '%a %U' /var/log/orvellis)" = '750 www-data' ] || fail "the log folder"
 [ "$(stat -c '%a %U %G' /usr/share/orvellis/places)" = '750 root www-data' ] || fail "the places of reports are open"
 [ "$(stat -c '%a %U %G' /var/lib/orvellis)" = '700 www-data www-data' ] || fail "the folder of refusals"
+[ "$(stat -c '%a %U %G' /var/cache/orvellis)" = '700 www-data www-data' ] || fail "the folder of what is known of logs"
 cmp -s /usr/libexec/orvellis/cgi/orvellis.conf /etc/orvellis/orvellis.conf || fail "the program does not find its configuration"
 orvellis about | grep -q 'Orvellis 1.5' || fail "the command does not run"
 [ -f /usr/share/orvellis/site/index.html ] && [ -f /usr/share/orvellis/site/docs/chapter4.html ] || fail "the site is not complete"
@@ -99,7 +100,7 @@ grep -q '^user=mine;' /etc/orvellis/orvellis.conf || fail "the upgrade lost the 
 grep -q '^nginx:[$]' /etc/orvellis/passwords || fail "the upgrade lost the passwords"
 
 dpkg --purge orvellis >"$work/log" 2>&1 || { cat "$work/log"; fail "it cannot be purged"; }
-for path in /etc/orvellis /var/log/orvellis /var/lib/orvellis /etc/fail2ban/filter.d/orvellis.conf /etc/fail2ban/jail.d/orvellis.conf \
+for path in /etc/orvellis /var/log/orvellis /var/lib/orvellis /var/cache/orvellis /etc/fail2ban/filter.d/orvellis.conf /etc/fail2ban/jail.d/orvellis.conf \
   /usr/libexec/orvellis /usr/share/orvellis /usr/bin/orvellis /usr/bin/orvellis-passwd /usr/share/doc/orvellis \
   /etc/logrotate.d/orvellis; do
   [ ! -e "$path" ] && [ ! -L "$path" ] || fail "purging leaves $path behind"

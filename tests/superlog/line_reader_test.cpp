@@ -10,6 +10,8 @@
 #include "base/text.h"
 #include "log_text.h"
 #include "superlog/plain_lines.h"
+#include "unpack/packed.h"
+#include "unpack/unpacking.h"
 
 using Lines = std::vector<std::string>;
 
@@ -430,4 +432,66 @@ TEST(TrimEolChars, CutsAtTheFirstLineEnd) {
     TrimEolChars(buffer);
     EXPECT_EQ(buffer, cut);
   }
+}
+
+// --- Compressed files -----------------------------------------------------------
+
+class CompressedLogTest : public LineReaderTest {
+ protected:
+  void SetUp() override {
+    LineReaderTest::SetUp();
+    if (LibraryFor(PackFormat::kGzip) == nullptr) {
+      GTEST_SKIP() << "built without gzip";
+    }
+    SetUnpacking(true);
+  }
+  void TearDown() override {
+    LineReaderTest::TearDown();
+    StopUnpacking();
+  }
+};
+
+// Several windows, and an end within a block.
+static const std::string& LargeLog() {
+  static const std::string text = RecordLines(12000) + "the end";
+  return text;
+}
+
+TEST_F(CompressedLogTest, BothReadersDeliverWhatIsInIt) {
+  const std::string packed = Pack(PackFormat::kGzip, LargeLog());
+  const Lines plain = ReadAll(LargeLog(), ReadLineFromBigBuf);
+  ASSERT_EQ(plain.size(), 12001u);
+  EXPECT_EQ(ReadAll(packed, ReadLineFromBigBuf), plain);
+  EXPECT_EQ(ReadAll(packed, ReadLine), plain);
+}
+
+TEST_F(CompressedLogTest, BytesAreCountedAsTheyComeOut) {
+  ReadAll(Pack(PackFormat::kGzip, LargeLog()), ReadLineFromBigBuf);
+  EXPECT_EQ(TotalBytes(), LargeLog().size());
+}
+
+TEST_F(CompressedLogTest, IsAFileLikeAnyOtherWhereNothingIsUnpacked) {
+  const std::string packed = Pack(PackFormat::kGzip, LargeLog());
+  SetUnpacking(false);
+  OpenLogText(packed);
+  EXPECT_EQ(FormatOfLog(), PackFormat::kNone);
+  EXPECT_EQ(CloseLog(), UnpackEnd::kWhole);
+  ReadAll(packed, ReadLineFromBigBuf);
+  EXPECT_EQ(TotalBytes(), packed.size());
+}
+
+TEST_F(CompressedLogTest, TellsHowItEnded) {
+  const std::string packed = Pack(PackFormat::kGzip, LargeLog());
+  for (const auto& [bytes, end] : {std::pair(packed, UnpackEnd::kWhole),
+                                   std::pair(packed.substr(0, packed.size() - 4), UnpackEnd::kDamaged)}) {
+    OpenLogText(bytes);
+    EXPECT_EQ(FormatOfLog(), PackFormat::kGzip);
+    for (ReadLineFromBigBuf(); mLineLen != 0; ReadLineFromBigBuf()) {
+    }
+    EXPECT_EQ(CloseLog(), end);
+  }
+  OpenLogText(packed);
+  ReadLineFromBigBuf();
+  EXPECT_EQ(CloseLog(), UnpackEnd::kUnwanted);
+  EXPECT_EQ(CloseLog(), UnpackEnd::kWhole);
 }

@@ -4,9 +4,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <random>
 #include <string>
 #include <utility>
 #include <vector>
@@ -17,6 +19,8 @@
 #include "superlog/log_format.h"
 #include "superlog/superlog.h"
 #include "support/text_file.h"
+#include "unpack/packed.h"
+#include "unpack/unpacking.h"
 
 namespace {
 
@@ -374,10 +378,6 @@ TEST_F(LogFilesTest, GmtShiftMovesTheListButNotTheSummary) {
   SuperLog_Init(settings, kClassicLimits, local_midnight + 19800, March(31));
   const std::string summary = SummaryEntries();
   EXPECT_TRUE(SuperLog_NextLogFile());
-  time_t first = 0;
-  time_t last = 0;
-  EXPECT_TRUE(SuperLog_TimesHeld(first, last));
-  EXPECT_EQ(last, local_midnight + 19800);
   EXPECT_NE(summary.find(std::to_string(local_midnight) + ",a1.log"), std::string::npos);
 }
 
@@ -399,7 +399,6 @@ TEST_F(LogFilesTest, FileInRangeCountsEvenWhenItCannotBeOpened) {
   remove(PathOf("a1.log").c_str());
   EXPECT_FALSE(SuperLog_NextLogFile());
   EXPECT_TRUE(SuperLog_LogsInRange());
-  EXPECT_EQ(SuperLog_GetLogsNotOpened(), 1);
 }
 
 TEST_F(LogFilesTest, EmptyFileIsNeverReadWhateverTheSummarySays) {
@@ -426,26 +425,8 @@ TEST_F(LogFilesTest, FileThatCannotBeOpenedForProbingStaysWithoutDates) {
   EXPECT_TRUE(SuperLog_LogFilesFound());
   EXPECT_EQ(SummaryEntries(), "0,0,0,a1.log\n");
   EXPECT_FALSE(SuperLog_NextLogFile());
-  EXPECT_EQ(SuperLog_GetLogsNotOpened(), 1);
   InitAgain();
   EXPECT_EQ(Told(), "search: 1 to 31, a*.log, , found\nlooked at: a1.log, 0, no log\n");
-}
-
-TEST_F(LogFilesTest, FileThatCannotBeOpenedIsTriedAgainByARunThatForgetsIt) {
-  ASSERT_EQ(symlink("later", PathOf("a1.log").c_str()), 0);
-  Write("a2.log", Line(3, 2));
-  settings.rules.forgets_unopened = true;
-  Init();
-  EXPECT_EQ(Told(), "not opened: a1.log\n");
-  EXPECT_EQ(SummaryEntries().find("a1.log"), std::string::npos);
-  InitAgain();
-  EXPECT_EQ(Told(), "not opened: a1.log\n");
-  EXPECT_EQ(SuperLog_GetLogsNotOpened(), 1);
-  Write("later", Line(2));
-  InitAgain();
-  EXPECT_EQ(Told(), "");
-  EXPECT_EQ(SuperLog_GetLogsNotOpened(), 0);
-  EXPECT_EQ(OpenedDays(), (Days{3, 2}));
 }
 
 TEST_F(LogFilesTest, FoldersAndNamedPipesAreNeverRead) {
@@ -454,7 +435,6 @@ TEST_F(LogFilesTest, FoldersAndNamedPipesAreNeverRead) {
   Init();
   EXPECT_EQ(ListNames(), (Names{"a1.log", "a2.log"}));
   EXPECT_FALSE(SuperLog_NextLogFile());
-  EXPECT_EQ(SuperLog_GetLogsNotOpened(), 0);
 }
 
 TEST_F(LogFilesTest, DirectoryOfThePatternIsUsedAsItStands) {
@@ -667,36 +647,158 @@ TEST_F(LogFilesTest, ResetForgetsEverything) {
 
 }  // namespace
 
-// ---- What the logs hold ----
+// ---- Logs that are read whole ----
 
-TEST_F(LogFilesTest, TimesHeldAreThoseOfAllLogs) {
-  Write("a1.log", Line(5) + Line(6));
-  Write("a2.log", Line(2, 2) + Line(3));
-  Write("a3.log", "no log\n");
-  Init(20, 30);
-  time_t first = 0;
-  time_t last = 0;
-  for (int again = 0; again < 2; ++again) {
-    EXPECT_TRUE(SuperLog_TimesHeld(first, last));
-    EXPECT_EQ(first, March(2));
-    EXPECT_EQ(last, March(6));
-    EXPECT_EQ(OpenedDays(), Days{});
+class WholeLogsTest : public LogFilesTest {
+ protected:
+  WholeLogsTest() { settings.rules.whole_logs = true; }
+
+  // Reads all logs as a report does; returns the days in range, in the order in which they stand.
+  Days ReadAll(int first_day = 1, int last_day = 31) {
+    Init(first_day, last_day);
+    SuperLogRecord record;
+    Days days;
+    while (SuperLog_NextLogFile()) {
+      LogRecords records;
+      while (SuperLog_ParseNextLine(record)) {
+        AddTime(records, record.time);
+        if (record.time >= March(first_day) && record.time < March(last_day + 1)) {
+          ++records.in_range;
+          days.push_back(static_cast<int>((record.time - kMarch1) / kDay + 1));
+        }
+      }
+      SuperLog_LogRead(records);
+    }
+    return days;
+  }
+
+  // What is known of each log, an entry a line.
+  static std::string States() {
+    std::string all;
+    const void* place = nullptr;
+    for (LogState log; SuperLog_NextState(place, log);) {
+      all += NameOf(log.path) + ": " + std::to_string(log.records.count) + ", " +
+             std::to_string(log.records.in_range) + (log.unopened ? ", unopened" : "") +
+             (log.copy_of != nullptr ? ", as " + NameOf(log.copy_of) : "") + ", " +
+             std::to_string(log.lines_not_understood) + " from " + std::to_string(log.first_not_understood) +
+             " " + log.line + "\n";
+    }
+    return all;
+  }
+};
+
+TEST_F(WholeLogsTest, RecordsCountWhereverTheyStand) {
+  Write("a1.log", Line(5) + Line(9) + Line(2) + Line(6) + Line(1));
+  Write("a2.log", Line(9, 2) + Line(5, 2) + Line(9, 2));
+  EXPECT_EQ(ReadAll(5, 6), (Days{5, 6, 5}));
+  EXPECT_EQ(Told(), "search: 5 to 6, a*.log, , found\nformat: CLF/ELF\nlooked at: a1.log, " +
+                        Bytes(Line(5) + Line(9) + Line(2) + Line(6) + Line(1)) +
+                        ", 1 to 9, in range\nread\nformat: CLF/ELF\nlooked at: a2.log, " +
+                        Bytes(Line(9, 2) + Line(5, 2) + Line(9, 2)) + ", 5 to 9, in range\nread\n");
+  EXPECT_TRUE(SuperLog_LogsInRange());
+}
+
+TEST_F(WholeLogsTest, NoSummaryIsReadOrWritten) {
+  Write("a1.log", Line(2));
+  std::ofstream(SummaryPath()) << Bytes(Line(2)) << "," << March(20) << "," << March(21) << ","
+                               << PathOf("a1.log") << "\n";
+  EXPECT_EQ(ReadAll(2, 3), Days{2});
+  EXPECT_EQ(ReadFile(SummaryPath()), Bytes(Line(2)) + "," + std::to_string(March(20)) + "," +
+                                         std::to_string(March(21)) + "," + PathOf("a1.log") + "\n");
+  remove(SummaryPath().c_str());
+  EXPECT_EQ(ReadAll(2, 3), Days{2});
+  EXPECT_EQ(access(SummaryPath().c_str(), F_OK), -1);
+}
+
+TEST_F(WholeLogsTest, FiguresAreOfLogsThatHoldRecordsInRange) {
+  Write("a1.log", Line(2) + "junk\n");
+  Write("a2.log", Line(9) + "other junk\n" + Line(9));
+  EXPECT_EQ(ReadAll(9, 9), (Days{9, 9}));
+  EXPECT_EQ(SuperLongToBytes(SuperLog_GetTotalLogBytesRead()), 2 * Line(9).size() + 11);
+  EXPECT_EQ(SuperLog_GetLinesNotUnderstood(), 1);
+  EXPECT_EQ(ReadAll(4, 4), Days{});
+  EXPECT_EQ(SuperLongToBytes(SuperLog_GetTotalLogBytesRead()), 0U);
+  EXPECT_EQ(SuperLog_GetLinesNotUnderstood(), 0);
+  EXPECT_FALSE(SuperLog_LogsInRange());
+}
+
+TEST_F(WholeLogsTest, LinesNotUnderstoodAreToldByLog) {
+  Write("a1.log", "#comment\n\n" + Line(2) + "a \x1b[31m line\n" + Line(3) + "b\n");
+  Write("a2.log", "\r\nc\r\nd\r\n");
+  Write("a3.log", "\r\re");
+  ReadAll();
+  EXPECT_EQ(States(),
+            "a1.log: 2, 2, 2 from 4 a ?[31m line\na2.log: 0, 0, 2 from 2 c\na3.log: 0, 0, 1 from 3 e\n");
+  EXPECT_EQ(SuperLog_GetLinesNotUnderstood(), 5);
+}
+
+TEST_F(WholeLogsTest, LineNumbersGoOnOverWindows) {
+  std::string text;
+  while (text.size() < 3 * kBigBufSize) {
+    text += Line(2);
+  }
+  const size_t lines = text.size() / Line(2).size();
+  Write("a1.log", text + "junk\n" + Line(3));
+  ReadAll();
+  EXPECT_EQ(States(), "a1.log: " + std::to_string(lines + 1) + ", " + std::to_string(lines + 1) +
+                          ", 1 from " + std::to_string(lines + 1) + " junk\n");
+}
+
+TEST_F(WholeLogsTest, EqualContentsCountOnce) {
+  Write("a1.log", Line(2) + Line(3));
+  Write("a2.log", Line(3) + Line(2));
+  Write("a3.log", Line(2) + Line(3));
+  Write("a4.log", Line(2) + Line(3));
+  Write("a5.log", "");
+  Write("a6.log", "");
+  EXPECT_EQ(ReadAll(), (Days{2, 3, 3, 2}));
+  EXPECT_EQ(States(),
+            "a1.log: 2, 2, 0 from 0 \na2.log: 2, 2, 0 from 0 \na3.log: 2, 2, as a1.log, 0 from 0 \n"
+            "a4.log: 2, 2, as a1.log, 0 from 0 \na5.log: 0, 0, 0 from 0 \na6.log: 0, 0, 0 from 0 \n");
+}
+
+TEST_F(WholeLogsTest, LogsThatDifferInOneByteBothCount) {
+  std::string text;
+  while (text.size() < 200000) {
+    text += Line(2);
+  }
+  Write("a1.log", text);
+  for (const size_t place : {size_t{10}, size_t{70000}, text.size() - 1}) {
+    std::string other = text;
+    other[place] ^= 1;
+    Write("a2.log", other);
+    EXPECT_GT(ReadAll().size(), 2 * text.size() / Line(2).size() - 2) << place;
   }
 }
 
-TEST_F(LogFilesTest, TimesHeldAreInOrderWhateverTheLinesAre) {
-  Write("a.log", Line(6) + Line(5));
-  Init();
+TEST_F(WholeLogsTest, LogThatCannotBeOpenedIsTold) {
+  ASSERT_EQ(symlink("nowhere", PathOf("a1.log").c_str()), 0);
+  ASSERT_EQ(mkdir(PathOf("a2.log").c_str(), 0700), 0);
+  ASSERT_EQ(mkfifo(PathOf("a3.log").c_str(), 0600), 0);
+  Write("a4.log", Line(4));
+  EXPECT_EQ(ReadAll(), Days{4});
+  EXPECT_EQ(States(),
+            "a1.log: 0, 0, unopened, 0 from 0 \na2.log: 0, 0, 0 from 0 \na3.log: 0, 0, 0 from 0 \n"
+            "a4.log: 1, 1, 0 from 0 \n");
+}
+
+TEST_F(WholeLogsTest, TimesHeldAreThoseOfAllRecords) {
+  Write("a1.log", Line(5) + Line(8) + Line(6));
+  Write("a2.log", Line(3, 2) + Line(2) + Line(4));
+  Write("a3.log", "no log\n");
+  Init(20, 30);
+  SuperLog_ReadLogs();
   time_t first = 0;
   time_t last = 0;
   EXPECT_TRUE(SuperLog_TimesHeld(first, last));
-  EXPECT_EQ(first, March(5));
-  EXPECT_EQ(last, March(6));
+  EXPECT_EQ(first, March(2));
+  EXPECT_EQ(last, March(8));
 }
 
-TEST_F(LogFilesTest, WithoutADatedLogNoTimesAreHeld) {
+TEST_F(WholeLogsTest, WithoutARecordNoTimesAreHeld) {
   Write("a.log", "no log\n");
   Init();
+  SuperLog_ReadLogs();
   time_t first = 1;
   time_t last = 2;
   EXPECT_FALSE(SuperLog_TimesHeld(first, last));
@@ -704,10 +806,224 @@ TEST_F(LogFilesTest, WithoutADatedLogNoTimesAreHeld) {
   EXPECT_EQ(last, 2);
 }
 
-TEST_F(LogFilesTest, AnotherRangeIsTakenBeforeTheFirstLog) {
-  Write("a1.log", Line(5));
-  Write("a2.log", Line(9));
-  Init(20, 30);
-  SuperLog_SetRange(March(8), March(10));
-  EXPECT_EQ(OpenedDays(), Days{9});
+// ---- What is kept of logs ----
+
+class KeptLogsTest : public WholeLogsTest {
+ protected:
+  void SetUp() override {
+    WholeLogsTest::SetUp();
+    store = NewPath("store");
+    ASSERT_EQ(mkdir(store.c_str(), 0700), 0);
+    CopyText(settings.store, store);
+    SetCurrentTimeForTest(4102444800);  // 2100: every file is old
+  }
+
+  // The logs that a report of the days opens, of those that were found.
+  std::string Opened(int first_day, int last_day) {
+    ReadAll(first_day, last_day);
+    Init(first_day, last_day);
+    std::string names;
+    while (SuperLog_NextLogFile()) {
+      SuperLogRecord record;
+      LogRecords records;
+      while (SuperLog_ParseNextLine(record)) {
+        AddTime(records, record.time);
+      }
+      SuperLog_LogRead(records);
+      Told();
+      names += names.empty() ? "" : " ";
+      names += std::to_string(records.count);
+    }
+    return names;
+  }
+
+  std::string store;
+};
+
+TEST_F(KeptLogsTest, LogsOutsideTheRangeAreNotReadAgain) {
+  Write("a1.log", Line(2) + Line(5));
+  Write("a2.log", Line(9) + Line(8) + Line(9));
+  EXPECT_EQ(Opened(5, 5), "2");
+  EXPECT_EQ(Opened(5, 8), "2 3");
+  EXPECT_EQ(Opened(3, 4), "2");  // which may hold them
+  EXPECT_EQ(Opened(10, 12), "");
+  Init(10, 12);
+  SuperLog_ReadLogs();
+  time_t first = 0;
+  time_t last = 0;
+  EXPECT_TRUE(SuperLog_TimesHeld(first, last));
+  EXPECT_EQ(first, March(2));
+  EXPECT_EQ(last, March(9));
+  EXPECT_FALSE(SuperLog_LogsInRange());
+}
+
+TEST_F(KeptLogsTest, ChangedLogsAreReadAgain) {
+  Write("a1.log", Line(2));
+  EXPECT_EQ(Opened(5, 5), "");
+  Write("a1.log", Line(5));  // of the same size
+  EXPECT_EQ(ReadAll(5, 5), Days{5});
+  Write("a1.log", Line(2) + Line(3));
+  EXPECT_EQ(Opened(5, 5), "");
+  std::ofstream(PathOf("a1.log"), std::ios::app) << Line(5);
+  EXPECT_EQ(ReadAll(5, 5), Days{5});
+}
+
+TEST_F(KeptLogsTest, NewFilesAreNotKept) {
+  SetCurrentTimeForTest(-1);
+  Write("a1.log", Line(2));
+  EXPECT_EQ(Opened(5, 5), "1");
+}
+
+TEST_F(KeptLogsTest, AnotherZoneReadsAnew) {
+  Write("a1.log", Line(2));
+  EXPECT_EQ(Opened(5, 5), "");
+  setenv("TZ", "XXX3", 1);
+  Init(5, 5);
+  EXPECT_TRUE(SuperLog_NextLogFile());
+}
+
+TEST_F(KeptLogsTest, AnotherLayoutOrOrderReadsAnew) {
+  Write("a1.log", Line(2));
+  EXPECT_EQ(Opened(5, 5), "");
+  SuperLog_SetDateFormat("YMD", 4);
+  Init(5, 5);
+  EXPECT_TRUE(SuperLog_NextLogFile());
+  EXPECT_EQ(Opened(5, 5), "");
+  SuperLog_SetLogFormat("Shmw1qrc", 4);
+  Init(5, 5);
+  EXPECT_TRUE(SuperLog_NextLogFile());
+}
+
+// Whatever the order of the lines, the files they stand in and the state of the store.
+TEST_F(KeptLogsTest, NothingChangesAFigure) {
+  std::minstd_rand random(20000305);
+  std::vector<std::string> lines;
+  for (int day = 1; day <= 28; ++day) {
+    for (int i = 0; i < day; ++i) {
+      lines.push_back(Line(day, 1 + i));
+    }
+  }
+  for (int round = 0; round < 30; ++round) {
+    std::shuffle(lines.begin(), lines.end(), random);
+    const size_t files = 1 + random() % 5;
+    for (size_t file = 0; file < 5; ++file) {
+      std::string text;
+      for (size_t i = lines.size() * file / files; file < files && i < lines.size() * (file + 1) / files;
+           ++i) {
+        text += lines[i];
+      }
+      Write("a" + std::to_string(file) + ".log", text);
+    }
+    for (int state = 0; state < 4; ++state) {
+      const int first = 1 + static_cast<int>(random() % 28);
+      const int last = first + static_cast<int>(random() % 7);
+      int64_t expected = 0;
+      for (int day = first; day <= last && day <= 28; ++day) {
+        expected += day;
+      }
+      EXPECT_EQ(static_cast<int64_t>(ReadAll(first, last).size()), expected) << round << " " << state;
+      if (state == 2) {
+        for (const auto& entry : std::filesystem::directory_iterator(store)) {
+          std::filesystem::resize_file(entry.path(), random() % 200);
+        }
+      }
+    }
+  }
+}
+
+// ---- Compressed logs ----
+
+class CompressedLogsTest : public KeptLogsTest {
+ protected:
+  void SetUp() override {
+    KeptLogsTest::SetUp();
+    if (LibraryFor(PackFormat::kGzip) == nullptr) {
+      GTEST_SKIP() << "built without gzip";
+    }
+    settings.rules.unpacks = true;
+  }
+  void WritePacked(const std::string& name, const std::string& text) {
+    Write(name, Pack(PackFormat::kGzip, text));
+  }
+  // Of each log its records and how it was unpacked.
+  static std::vector<std::pair<int64_t, UnpackEnd>> Ends() {
+    std::vector<std::pair<int64_t, UnpackEnd>> ends;
+    const void* place = nullptr;
+    for (LogState log; SuperLog_NextState(place, log);) {
+      ends.emplace_back(log.records.count, log.unpacked);
+    }
+    return ends;
+  }
+};
+
+using PackedEnds = std::vector<std::pair<int64_t, UnpackEnd>>;
+
+TEST_F(CompressedLogsTest, AreReadAsWhatIsInThem) {
+  WritePacked("a1.log", Line(9) + Line(3));
+  Write("a2.log", Line(7));
+  EXPECT_EQ(ReadAll(3, 9), (Days{9, 3, 7}));
+  EXPECT_EQ(SuperLongToBytes(SuperLog_GetTotalLogBytesRead()), 3 * Line(3).size());
+  EXPECT_EQ(Ends(), (PackedEnds{{2, UnpackEnd::kWhole}, {1, UnpackEnd::kWhole}}));
+}
+
+TEST_F(CompressedLogsTest, LinesNotUnderstoodHaveTheNumbersOfThePlainLog) {
+  std::string many;
+  while (many.size() < 3 * kBigBufSize) {
+    many += Line(2);
+  }
+  const std::string ends[] = {"\n", "\r\n", "\r"};
+  for (const std::string& end : ends) {
+    for (const std::string& junk : {"junk" + end, "junk" + std::string(200000, 'x') + end + Line(3),
+                                    std::string("junk"), "junk" + end + many, end + end + "junk" + end}) {
+      for (const std::string& before : {std::string(), Line(2) + Line(2), many}) {
+        std::string text;
+        for (const char c : before + junk) {
+          text += c == '\n' ? end : std::string(1, c);
+        }
+        Write("a1.log", text);
+        ReadAll();
+        const std::string plain = States();
+        WritePacked("a1.log", text);
+        ReadAll();
+        EXPECT_EQ(States(), plain);
+      }
+    }
+  }
+}
+
+TEST_F(CompressedLogsTest, ThoseOutsideTheRangeAreNotReadAgain) {
+  WritePacked("a1.log", Line(2) + Line(5));
+  EXPECT_EQ(Opened(5, 5), "2");
+  EXPECT_EQ(Opened(10, 12), "");
+  Init(10, 12);
+  SuperLog_ReadLogs();
+  time_t first = 0;
+  time_t last = 0;
+  EXPECT_TRUE(SuperLog_TimesHeld(first, last));
+  EXPECT_EQ(first, March(2));
+  EXPECT_EQ(last, March(5));
+}
+
+TEST_F(CompressedLogsTest, DamagedOnesAreReadEachTime) {
+  Write("a1.log", Pack(PackFormat::kGzip, Line(3)) + "garbage");
+  Write("a2.log", Pack(PackFormat::kGzip, Line(4)).substr(0, 12));
+  WritePacked("a3.log", Line(5));
+  EXPECT_EQ(ReadAll(3, 5), (Days{3, 5}));
+  EXPECT_EQ(Ends(), (PackedEnds{{1, UnpackEnd::kDamaged}, {0, UnpackEnd::kDamaged}, {1, UnpackEnd::kWhole}}));
+  EXPECT_EQ(Opened(10, 12), "1 0");
+}
+
+TEST_F(CompressedLogsTest, CopiesCountOnceAndOthersOfTheirSizeDoNot) {
+  WritePacked("a1.log", Line(3) + Line(4));
+  WritePacked("a2.log", Line(3) + Line(5));
+  WritePacked("a3.log", Line(3) + Line(4));
+  ASSERT_EQ(std::filesystem::file_size(PathOf("a1.log")), std::filesystem::file_size(PathOf("a2.log")));
+  EXPECT_EQ(ReadAll(), (Days{3, 4, 3, 5}));
+}
+
+TEST_F(CompressedLogsTest, AreNoLogsWhereNothingIsUnpacked) {
+  settings.rules.unpacks = false;
+  WritePacked("a1.log", Line(3));
+  EXPECT_EQ(ReadAll(), Days{});
+  EXPECT_EQ(Ends(), (PackedEnds{{0, UnpackEnd::kWhole}}));
 }

@@ -1,0 +1,73 @@
+// What is kept of a log. The input is the whole entry of a log, or, where its first byte is odd, what is put
+// into a sound one behind as many bytes as the second says: nothing but what was written is believed.
+#include "superlog/log_store.h"
+
+#include <fcntl.h>
+
+#include "support.h"
+
+static constexpr LogStamp kStamp{.device = 1,
+                                 .inode = 2,
+                                 .size = 300,
+                                 .changed = 952000000,
+                                 .changed_ns = 4,
+                                 .described = 952000000,
+                                 .described_ns = 5};
+static constexpr LogRecords kRecords{.count = 10, .in_range = 0, .first = 952000000, .last = 952100000};
+
+static const std::string& Folder() {
+  static const std::string folder = [] {
+    char name[] = "/tmp/orvellis_store_XXXXXX";
+    REQUIRE(mkdtemp(name) != nullptr);
+    return std::string(name);
+  }();
+  return folder;
+}
+
+static std::string EntryPath() {
+  return Folder() + "/00000000000000010000000000000002";
+}
+
+static void RemoveStore() {
+  unlink(EntryPath().c_str());
+  rmdir(Folder().c_str());
+}
+
+static void Fill(std::string_view content) {
+  const int file = open(EntryPath().c_str(), O_WRONLY | O_TRUNC | O_CREAT, 0600);
+  REQUIRE(file >= 0 && write(file, content.data(), content.size()) == static_cast<ssize_t>(content.size()));
+  close(file);
+}
+
+static std::string SoundEntry() {
+  unlink(EntryPath().c_str());
+  Keep(kStamp, kRecords);
+  std::string content(1000, '\0');
+  const int file = open(EntryPath().c_str(), O_RDONLY);
+  const ssize_t size = read(file, content.data(), content.size());
+  close(file);
+  REQUIRE(size > 0);
+  content.resize(static_cast<size_t>(size));
+  return content;
+}
+
+int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  static const int registered = atexit(RemoveStore);
+  REQUIRE(registered == 0);
+  OpenStore(Folder().c_str(), 77);
+  const std::string sound = SoundEntry();
+  std::string entry(AsText(data, size));
+  if (size >= 2 && data[0] % 2 == 1) {
+    const size_t place = std::min<size_t>(data[1], sound.size());
+    const size_t length = std::min(size - 2, sound.size() - place);
+    entry = sound;
+    entry.replace(place, length, AsText(data + 2, length));
+  }
+  Fill(entry);
+  LogRecords records;
+  const bool known = Recall(kStamp, records);
+  REQUIRE(known == (entry == sound));
+  REQUIRE(!known || (records.count == kRecords.count && records.first == kRecords.first &&
+                     records.last == kRecords.last));
+  return 0;
+}

@@ -1,0 +1,124 @@
+#include "sections/log_notes.h"
+
+#include <cinttypes>
+#include <cstdio>
+
+#include "base/text.h"
+#include "unpack/unpacking.h"
+
+// ---- Tests ----
+
+bool IsUnopened(const LogState& log) {
+  return log.unopened;
+}
+
+bool LacksLibrary(const LogState& log) {
+  return log.unpacked == UnpackEnd::kNoLibrary;
+}
+
+bool IsDamaged(const LogState& log) {
+  return log.unpacked != UnpackEnd::kWhole && !LacksLibrary(log);
+}
+
+bool IsNotUnderstood(const LogState& log) {
+  return log.copy_of == nullptr && log.records.count == 0 && log.lines_not_understood > 0;
+}
+
+bool HoldsNotUnderstood(const LogState& log) {
+  return log.copy_of == nullptr && log.records.in_range > 0 && log.lines_not_understood > 0;
+}
+
+bool IsCopyOfLogInRange(const LogState& log) {
+  return log.copy_of != nullptr && log.records.in_range > 0;
+}
+
+// ---- Details ----
+
+// A figure in groups of three digits.
+struct Grouped {
+  char text[32];
+
+  explicit Grouped(int64_t figure) {
+    char digits[24];
+    const int length = snprintf(digits, sizeof digits, "%" PRId64, figure);
+    size_t end = 0;
+    for (int i = 0; i < length; ++i) {
+      if (i > 0 && (length - i) % 3 == 0) {
+        text[end++] = ',';
+      }
+      text[end++] = digits[i];
+    }
+    text[end] = '\0';
+  }
+};
+
+void TellNothing(LogNotes& notes, const LogState&, bool) {
+  notes.detail[0] = '\0';
+}
+
+void TellLibrary(LogNotes& notes, const LogState& log, bool) {
+  const char* const library = LibraryFor(log.format);
+  snprintf(notes.detail, sizeof notes.detail, " is compressed by %s, %s%s%s", NameOf(log.format),
+           library == nullptr ? "which this build does not know" : "and ",
+           library == nullptr ? "" : library, library == nullptr ? "" : " is not installed");
+}
+
+void TellDamage(LogNotes& notes, const LogState& log, bool) {
+  CopyText(notes.detail, log.unpacked == UnpackEnd::kNoMemory
+                             ? " needs more memory to be unpacked than it may have"
+                             : " is cut or damaged");
+}
+
+void TellLinesOfNone(LogNotes& notes, const LogState& log, bool) {
+  const int64_t lines = log.lines_not_understood;
+  snprintf(notes.detail, sizeof notes.detail, ": %s line%s, none understood", Grouped(lines).text,
+           lines == 1 ? "" : "s");
+}
+
+void TellLines(LogNotes& notes, const LogState& log, bool) {
+  const int64_t lines = log.lines_not_understood;
+  snprintf(notes.detail, sizeof notes.detail, ": %s line%s of %s not understood, %s line %s",
+           Grouped(lines).text, lines == 1 ? "" : "s", Grouped(lines + log.records.count).text,
+           lines == 1 ? "in" : "the first in", Grouped(log.first_not_understood).text);
+}
+
+void TellOriginal(LogNotes& notes, const LogState& log, bool linked_names) {
+  CopyText(notes.detail, " holds the same as ");
+  NameLog(notes.other, log.copy_of, linked_names);
+}
+
+// ---- The way ----
+
+static bool NextOf(const void*& place, LogTest* test, LogState& log) {
+  while (SuperLog_NextState(place, log)) {
+    if (test(log)) {
+      return true;
+    }
+  }
+  return false;
+}
+
+static int64_t CountRest(LogNotes& notes, LogTest* test) {
+  int64_t count = 1;
+  for (LogState log; NextOf(notes.place, test, log);) {
+    ++count;
+  }
+  return count;
+}
+
+bool NextLogNote(LogNotes& notes, const LogKind& kind, bool linked_names) {
+  LogState log;
+  notes.other[0] = notes.detail[0] = '\0';
+  if (notes.noted > kMostLogsNoted || !NextOf(notes.place, kind.test, log)) {
+    return false;
+  }
+  if (++notes.noted > kMostLogsNoted) {
+    const int64_t rest = CountRest(notes, kind.test);
+    snprintf(notes.name, sizeof notes.name, "%s more log%s", Grouped(rest).text, rest == 1 ? "" : "s");
+    CopyText(notes.detail, kind.rest);
+    return true;
+  }
+  NameLog(notes.name, log.path, linked_names);
+  kind.detail(notes, log, linked_names);
+  return true;
+}
