@@ -226,6 +226,10 @@ void ReadLineFromBigBuf() {
   CountBlocksTo(mpBigBufCurPos);
 }
 
+std::string_view TextAhead() {
+  return {mpBigBufCurPos, static_cast<size_t>(mpBigBufLastPos - mpBigBufCurPos)};
+}
+
 // --- The plain reader -------------------------------------------------------
 
 static int NextChar() {

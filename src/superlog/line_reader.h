@@ -14,6 +14,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #include "superlog/super_long.h"
 
@@ -45,6 +46,10 @@ bool IsLogOpen();
 // over-long line only CR, LF and the end of the file. Limits without ff_ends_line
 // make 0xFF an ordinary character. A read error looks like the end of the file.
 void ReadLineFromBigBuf();
+
+// What has been read of the file behind the current line, as it stands there; empty when
+// the line is not one of the block buffer. Stays valid as the line does.
+std::string_view TextAhead();
 
 // The same without block buffer and byte counter, where 0xFF is an ordinary
 // character. For logs of which few lines are read, to learn their dates. The two

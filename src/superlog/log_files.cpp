@@ -150,6 +150,9 @@ void SuperLog_Init(Settings& settings, const Limits& limits, time_t range_first,
   CopyText(mLogSearchSpec, settings.logs);
   CopyText(mCurLogFileSpec, settings.AccessLog);
   InitLogDates();
+  if (mLogLimits.layouts) {
+    SuperLog_BeginLayout();
+  }
 
   if (settings.summary[0] == '\0') {
     CreateDefaultSummaryName(settings.summary, sizeof settings.summary, settings.logs);

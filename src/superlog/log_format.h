@@ -35,6 +35,9 @@ extern char mKnownFormatBuf[kTextSize];
 extern bool mFormatKnown;
 extern int mCurLogFormat;  // a LogFamily
 
+// Whether somebody looks at the texts of that letter.
+bool IsAsked(char letter);
+
 // Forgets the current file's layout; a user's layout stays.
 void ResetFileFormat();
 
@@ -47,6 +50,10 @@ void TrimLogFormat(char* format);
 // Guesses the layout from the line reader's current line, a data line. Returns
 // whether one is known now. A user's layout is always taken.
 bool GrokLineFormat();
+
+// Whether the current line is one for letters, before it is split by any other layout: the user's letters are
+// taken always, and a line of the common log format, in which no virtual host stands first, is one of it.
+bool StandsLetterLayout();
 
 // Each reads the line reader's current line, a header line, and sets family or
 // layout when it understands it; other lines change nothing. The line is split

@@ -8,6 +8,7 @@
 #include "base/url_decode.h"
 #include "dates/local_time.h"
 #include "superlog/byte_scan.h"
+#include "superlog/field_record.h"
 #include "superlog/field_splitter.h"
 #include "superlog/line_reader.h"
 #include "superlog/log_dates.h"
@@ -213,12 +214,33 @@ static bool IsNobody(const FieldCursor& cursor) {
          text[2] == '[' && text[kNobody.size() - 2] == ' ' && text[kNobody.size() - 1] == '"';
 }
 
-static bool ParseUser(FieldCursor& cursor) {
+// Where a line that was taken for one of the common log format turned out to be another one's: behind its
+// second field. Null when it did not.
+static char* mStoppedAt = nullptr;
+static bool mSureOfLetters = false;  // no other layout explains the line
+
+// Of what begins at the user: null when it is no line of the common log format.
+static char* FindCommonDate(const FieldCursor& cursor, std::string_view realm) {
   char* const date = FindDateBeforeRequest(cursor.next, cursor.end);
-  if (date == nullptr || date == cursor.next) {
+  // "www.example.com 192.0.2.7 - ann [": what stands first is a virtual host.
+  const bool site_first = date != nullptr && date - cursor.next > 2 && cursor.next[0] == '-' &&
+                          cursor.next[1] == ' ' && realm != "-";
+  return site_first ? nullptr : date;
+}
+
+// False, and nothing is read, when the line may be of another layout.
+static bool ParseUser(FieldCursor& cursor, std::string_view realm) {
+  const bool doubts = mLogLimits.layouts && mCurLogFormat == kFamilyClf && !mSureOfLetters;
+  char* const date = doubts ? FindCommonDate(cursor, realm) : FindDateBeforeRequest(cursor.next, cursor.end);
+  if (date == nullptr && doubts) {
+    mStoppedAt = cursor.next;
     return false;
   }
-  ParseFieldBefore(cursor, date);
+  if (date == nullptr || date == cursor.next) {
+    ParseField<true>(cursor);
+  } else {
+    ParseFieldBefore(cursor, date);
+  }
   return true;
 }
 
@@ -233,8 +255,10 @@ static bool SplitLine(SuperLogRecord& record, LineParts& parts) {
       separator = *letter;
       continue;
     }
-    if (!kEscapes || !BeginWithUser(letter, separator) || IsNobody(cursor) || !ParseUser(cursor)) {
+    if (!kEscapes || !BeginWithUser(letter, separator) || IsNobody(cursor)) {
       ParseFieldBySeparator<kEscapes>(cursor, separator);
+    } else if (!ParseUser(cursor, record.realm)) {
+      return false;
     }
     std::string_view value = {cursor.value, cursor.length};
     if (value.size() > longest) {
@@ -294,9 +318,7 @@ static bool FitsRecord(const tm& local, time_t written, time_t time) {
   return written == static_cast<int32_t>(written) && time == static_cast<int32_t>(time);
 }
 
-// Turns the date and time that were collected into the record's; false when
-// they give none that a record can hold.
-static bool SettleTime(SuperLogRecord& record) {
+bool SettleTime(SuperLogRecord& record) {
   const time_t written = LocalToTime(record.local);
   const time_t time = written + mGmtOffset;
   if (!FitsRecord(record.local, written, time) || time == 0 || time == -1) {
@@ -307,7 +329,7 @@ static bool SettleTime(SuperLogRecord& record) {
 }
 
 // Field by field, which is faster than one fill of the whole.
-static void ClearRecord(SuperLogRecord& record) {
+void ClearRecord(SuperLogRecord& record) {
   for (std::string_view* text :
        {&record.host, &record.url, &record.referrer, &record.agent, &record.realm, &record.user}) {
     *text = {};
@@ -323,7 +345,11 @@ template <bool kEscapes>
 static bool ParseDataLine(SuperLogRecord& record) {
   LineParts parts;
   ClearRecord(record);
-  if (!SplitLine<kEscapes>(record, parts) || !parts.dated) {
+  if (!SplitLine<kEscapes>(record, parts)) {
+    return false;
+  }
+  if (!parts.dated) {
+    mStoppedAt = mpLineEnd;
     return false;
   }
   for (std::string_view* text :
@@ -368,6 +394,79 @@ static bool IsDataLine() {
   return true;
 }
 
+// --- Lines of other layouts -----------------------------------------------------
+
+static std::string_view CurrentLine() {
+  return {mpLine, static_cast<size_t>(mpLineEnd - mpLine)};
+}
+
+// Puts back what ended the fields before a place of the line, none of which was cut.
+static void RestoreFields(char* const stop) {
+  for (char* start = mpLine; start < stop;) {
+    char* const end = FindByte(start, mpLineEnd, '\0');
+    if (end >= stop && end == mpLineEnd) {
+      return;
+    }
+    const bool enclosed = *start == '"' || *start == '\'' || *start == '[';
+    *end = !enclosed ? ' ' : *start == '[' ? ']' : *start;
+    start = end + 1;
+    start += enclosed && start < stop && *start == ' ' ? 1 : 0;
+  }
+}
+
+// A line in a log of the common log format that is none of it: of another layout, or of one that the letters
+// read nevertheless.
+[[gnu::cold, gnu::noinline]] static bool ParseOtherLine(SuperLogRecord& record) {
+  if (mStoppedAt == nullptr || mCurLogFormat != kFamilyClf) {
+    return false;
+  }
+  RestoreFields(mStoppedAt);
+  mStoppedAt = nullptr;
+  if (ParseByLayouts(CurrentLine(), TextAhead(), record)) {
+    return true;
+  }
+  mSureOfLetters = true;
+  const bool parsed = ParseDataLine<true>(record);
+  mSureOfLetters = false;
+  mStoppedAt = nullptr;
+  return parsed;
+}
+
+// A line of a file whose letters are not known. A guess that does not explain its own line is forgotten.
+[[gnu::noinline]] static bool ParseByLayoutOrGuess(SuperLogRecord& record) {
+  const bool for_letters = !mLayoutsHold && StandsLetterLayout();
+  if (!for_letters) {
+    if (ParseByLayouts(CurrentLine(), TextAhead(), record)) {
+      return true;
+    }
+    if (mLayoutsHold) {
+      return false;
+    }
+  }
+  if (!GrokLineFormat()) {
+    return false;
+  }
+  mSureOfLetters = true;
+  const bool parsed = ParseDataLine<true>(record);
+  mSureOfLetters = false;
+  mStoppedAt = nullptr;
+  if (!parsed && !for_letters) {
+    ResetFileFormat();
+  }
+  return parsed;
+}
+
+template <bool kEscapes>
+static bool ParseLine(SuperLogRecord& record) {
+  if (mFormatKnown) {
+    return ParseDataLine<kEscapes>(record) || (kEscapes && mLogLimits.layouts && ParseOtherLine(record));
+  }
+  if (kEscapes && mLogLimits.layouts) {
+    return ParseByLayoutOrGuess(record);
+  }
+  return GrokLineFormat() && ParseDataLine<kEscapes>(record);
+}
+
 // Two functions, so that neither way of reading costs the other anything.
 template <bool kEscapes>
 [[gnu::noinline]] static bool ParseNextLine(SuperLogRecord& record) {
@@ -380,7 +479,7 @@ template <bool kEscapes>
     if (!IsDataLine()) {
       continue;
     }
-    if ((mFormatKnown || GrokLineFormat()) && ParseDataLine<kEscapes>(record)) {
+    if (ParseLine<kEscapes>(record)) {
       return true;
     }
     ++mLinesNotUnderstood;
@@ -396,6 +495,7 @@ int64_t SuperLog_GetLinesNotUnderstood() {
 }
 
 void ResetLogLine() {
+  mStoppedAt = nullptr;
   mLinesNotUnderstood = 0;
 }
 

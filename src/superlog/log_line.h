@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "superlog/superlog.h"
+
 // The texts below lie in a log line's buffer: kScanOverread bytes from their end
 // on can be read (byte_scan.h).
 
@@ -24,6 +26,13 @@ void TrimPort(std::string_view& host);
 
 // Removes one "." from the end of a host.
 void TrimTrailingDot(std::string_view& host);
+
+// Makes every text absent and every figure 0.
+void ClearRecord(SuperLogRecord& record);
+
+// Turns the record's local date and time, as they were written, into its time and its normalised local
+// time; false when they give none that a record can hold.
+bool SettleTime(SuperLogRecord& record);
 
 // Forgets the lines that were not understood.
 void ResetLogLine();

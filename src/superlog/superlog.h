@@ -55,6 +55,16 @@ void SuperLog_SetLogFormat(const char* format, int source);
 void SuperLog_SetDateFormat(const char* name, int source);
 void SuperLog_SetFixGmt(const char* text, int source);
 
+// The same of the name of a known layout, or of the words of a server (layouts/server_words.h), of at most
+// kLongestLayoutText characters. SetLogFormat hands on what are no letters. Only limits with layouts heed
+// them.
+inline constexpr size_t kLongestLayoutText = 8191;
+void SuperLog_SetLayoutText(std::string_view text, int source);
+
+// Takes these for all logs from now on, unless letters of a stronger level hold. False when they are
+// neither name nor words.
+bool SuperLog_BeginLayout();
+
 // The order that holds; MDY unless it was set.
 DateOrder SuperLog_GetDateFormat();
 

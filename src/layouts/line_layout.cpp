@@ -1,0 +1,62 @@
+#include "layouts/line_layout.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "base/text.h"
+
+static bool IsNumber(std::string_view text) {
+  return !text.empty() && std::all_of(text.begin(), text.end(), IsDigitAscii);
+}
+
+bool IsStatus(std::string_view text) {
+  return text.empty() || text == "-" || text == "-1" || (text.size() <= 3 && IsNumber(text));
+}
+
+bool IsSize(std::string_view text) {
+  constexpr size_t kMostDigits = 18;
+  const std::string_view digits = text.substr(text.starts_with('+') ? 1 : 0);  // more may have followed
+  return text.empty() || text == "-" || text == "-1" || (digits.size() <= kMostDigits && IsNumber(digits));
+}
+
+static bool IsDash(std::string_view text) {
+  return text == "-";
+}
+
+static bool IsWord(std::string_view text) {
+  return memchr(text.data(), ' ', text.size()) == nullptr;
+}
+
+// A client that is none although the site is known speaks of a user's name taken for a site.
+static bool HasPlausibleHost(const LineFields& fields) {
+  const std::string_view host = fields[Field::kHost];
+  const std::string_view site = fields[Field::kSite];
+  return host.data() == nullptr || site.data() == nullptr || (!IsDash(host) && IsWord(site));
+}
+
+static bool HoldsRequest(const LineFields& fields) {
+  const bool dated = fields[Field::kMoment].data() != nullptr ||
+                     (fields[Field::kDate].data() != nullptr && fields[Field::kTime].data() != nullptr);
+  const bool asked = fields[Field::kRequest].data() != nullptr || fields[Field::kUrl].data() != nullptr;
+  return dated && asked && IsStatus(fields[Field::kStatus]) && IsSize(fields[Field::kBytes]);
+}
+
+bool SplitBareLine(const LineLayout& layout, std::string_view line, SplitRoom& room, LineFields& fields) {
+  size_t fits;
+  switch (layout.kind) {
+    case LineKind::kJson:
+      // Lines of other kinds that servers write in JSON have no status.
+      return SplitJson(line, room.keys, fields) && HoldsRequest(fields) &&
+             fields[Field::kStatus].data() != nullptr;
+    case LineKind::kLtsv:
+      return SplitLtsv(line, fields) && HoldsRequest(fields) && fields[Field::kStatus].data() != nullptr;
+    default:
+      return SplitByPattern(layout.pattern, line, fields, fits) && HoldsRequest(fields) &&
+             HasPlausibleHost(fields);
+  }
+}
+
+bool SplitLine(const LineLayout& layout, std::string_view line, SplitRoom& room, LineFields& fields) {
+  line = Unwrap(layout.wrapper, line, room.unwrapped);
+  return line.data() != nullptr && SplitBareLine(layout, line, room, fields);
+}
