@@ -7,6 +7,7 @@
 #include "layouts/server_words.h"
 
 static constexpr Writing kWholeUrls = {.whole_urls = true};
+static constexpr Writing kSiteFirst = {.site_first = true};
 static constexpr Writing kCloudFront = {.encoded_agents = true, .utc = true};
 
 #define ORVELLIS_BEHIND_REQUEST " $status $body_bytes_sent \"$http_referer\" \"$http_user_agent\""
@@ -20,14 +21,17 @@ static constexpr KnownLayout kKnownLayouts[] = {
     {.name = "server_first",
      .title = "nginx, server and number of the request first",
      .words =
-         "$server_name $remote_addr - $x $remote_user [$time_local] \"$request\"" ORVELLIS_BEHIND_REQUEST},
+         "$server_name $remote_addr - $x $remote_user [$time_local] \"$request\"" ORVELLIS_BEHIND_REQUEST,
+     .writing = kSiteFirst},
     {.name = "vhost_combined",
      .title = "Apache and nginx, virtual host first",
-     .words = "$server_name $remote_addr - $remote_user [$time_local] \"$request\"" ORVELLIS_BEHIND_REQUEST},
+     .words = "$server_name $remote_addr - $remote_user [$time_local] \"$request\"" ORVELLIS_BEHIND_REQUEST,
+     .writing = kSiteFirst},
     {.name = "gandi",
      .title = "Gandi, virtual host first and duration",
      .words =
-         "$server_name $remote_addr - $remote_user [$time_local] ($x) \"$request\"" ORVELLIS_BEHIND_REQUEST},
+         "$server_name $remote_addr - $remote_user [$time_local] ($x) \"$request\"" ORVELLIS_BEHIND_REQUEST,
+     .writing = kSiteFirst},
     {.name = "proxy_manager",
      .title = "nginx proxy manager, proxied",
      .words = "[$time_local] $x $x $status - $x $x $host \"$request_uri\" [Client $remote_addr] "
@@ -72,11 +76,20 @@ static constexpr KnownLayout kKnownLayouts[] = {
      .words = "$remote_addr [$time_local] $x $x/$x $x/$x/$x/$x/$x $status $bytes_sent $x $x $x "
               "$x/$x/$x/$x/$x $x/$x "
               "\"$request\""},
+    {.name = "haproxy_captures",
+     .title = "HAProxy, HTTP, with captured headers",
+     .words = "$remote_addr [$time_local] $x $x/$x $x/$x/$x/$x/$x $status $bytes_sent $x $x $x "
+              "$x/$x/$x/$x/$x $x/$x "
+              "{$x} \"$request\""},
     {.name = "istio",
      .title = "Istio",
      .words = "[$time_iso8601] \"$request\" $status $x $x $x \"$x\" $x $bytes_sent $x $x "
               "\"$http_x_forwarded_for\" "
               "\"$http_user_agent\" \"$x\" \"$host\" \"$x\""},
+    {.name = "istio_older",
+     .title = "Istio before 1.6",
+     .words = "[$time_iso8601] \"$request\" $status $x \"$x\" \"$x\" $x $bytes_sent $x $x "
+              "\"$http_x_forwarded_for\" \"$http_user_agent\" \"$x\" \"$host\" \"$x\""},
     {.name = "envoy",
      .title = "Envoy",
      .words = "[$time_iso8601] \"$request\" $status $x $x $bytes_sent $x $x \"$http_x_forwarded_for\" "

@@ -27,11 +27,17 @@ static bool IsWord(std::string_view text) {
   return memchr(text.data(), ' ', text.size()) == nullptr;
 }
 
-// A client that is none although the site is known speaks of a user's name taken for a site.
-static bool HasPlausibleHost(const LineFields& fields) {
+// A client without quotes and, but for lists of several, without blanks.
+static bool HoldsClient(const LineFields& fields) {
   const std::string_view host = fields[Field::kHost];
-  const std::string_view site = fields[Field::kSite];
-  return host.data() == nullptr || site.data() == nullptr || (!IsDash(host) && IsWord(site));
+  const size_t odd = host.find_first_of(" \"");
+  return odd == std::string_view::npos || (odd > 0 && host[odd - 1] == ',');
+}
+
+// Where a site stands first, one with blanks, or no client behind it, was another field.
+static bool BeginsWithSite(const LineLayout& layout, const LineFields& fields) {
+  return !layout.writing.site_first ||
+         (!IsDash(fields[Field::kHost]) && IsWord(fields[Field::kHost]) && IsWord(fields[Field::kSite]));
 }
 
 static bool HoldsRequest(const LineFields& fields) {
@@ -52,7 +58,7 @@ bool SplitBareLine(const LineLayout& layout, std::string_view line, SplitRoom& r
       return SplitLtsv(line, fields) && HoldsRequest(fields) && fields[Field::kStatus].data() != nullptr;
     default:
       return SplitByPattern(layout.pattern, line, fields, fits) && HoldsRequest(fields) &&
-             HasPlausibleHost(fields);
+             HoldsClient(fields) && BeginsWithSite(layout, fields);
   }
 }
 

@@ -130,7 +130,13 @@ static size_t FindWordEnd(std::string_view text) {
   return std::min(text.find_first_of(" \t"), text.size());
 }
 
-static size_t FindPlain(std::string_view text, const Stop& stop) {
+// Whether servers write such a field between blanks with blanks in it.
+static bool MayHoldBlanks(Field field) {
+  return field == Field::kUser || field == Field::kMoment || field == Field::kRequest ||
+         field == Field::kReferrer || field == Field::kAgent;
+}
+
+static size_t FindPlain(Field field, std::string_view text, const Stop& stop) {
   if (stop.literal.empty()) {
     return FindWordEnd(text);
   }
@@ -140,6 +146,9 @@ static size_t FindPlain(std::string_view text, const Stop& stop) {
     const bool in_list = first == ' ' && at > 0 && text[at - 1] == ',';
     if (!in_list && StandsAt(stop, text.substr(at))) {
       return at;
+    }
+    if (!in_list && stop.literal[0] == ' ' && !MayHoldBlanks(field)) {
+      break;
     }
   }
   return std::string_view::npos;
@@ -164,7 +173,7 @@ static size_t FindEnd(Field field, std::string_view text, const Stop& stop) {
   }
   const size_t bracketed = field == Field::kUser && stop.literal.ends_with('[') ? FindAfterUser(text, stop)
                                                                                 : std::string_view::npos;
-  return bracketed != std::string_view::npos ? bracketed : FindPlain(text, stop);
+  return bracketed != std::string_view::npos ? bracketed : FindPlain(field, text, stop);
 }
 
 // Takes one field off the front of the line.
@@ -178,7 +187,8 @@ static std::string_view TakeValue(Field field, std::string_view& rest, const Sto
     }
   }
   size_t end = FindEnd(field, rest, stop);
-  if (end == std::string_view::npos && !may_end) {
+  const bool quoted = stop.literal.starts_with('"');
+  if (end == std::string_view::npos && (!may_end || (!quoted && FindWordEnd(rest) != rest.size()))) {
     return {};
   }
   end = std::min(end, rest.size());

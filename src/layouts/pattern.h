@@ -4,9 +4,11 @@
 // is such an end counts where it has no odd number of backslashes before it; where no such
 // quote is found, the first one that the text goes on behind (of servers that escape nothing).
 // A field that the layout does not put between quotes may still bring its own. A user ends
-// at the last "[" before the first quote, and so may hold blanks and brackets. Two blanks in
-// a layout stand for any number of them. What follows the last field behind a blank or a tab
-// is not looked at, and a line may end early where date, request and status have been read.
+// at the last "[" before the first quote, and so may hold blanks and brackets; but for lists with
+// commas no other field between blanks holds one, unless it is a text that a visitor writes. Two
+// blanks in a layout stand for any number of them, before which any field may hold some. What follows the
+// last field behind a blank or a tab is not looked at, and a line may end early where date, request and
+// status have been read.
 #pragma once
 
 #include <array>

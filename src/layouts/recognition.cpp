@@ -42,12 +42,12 @@ static bool TakeLine(std::string_view& text, std::string_view& line) {
   return true;
 }
 
-// Whether fixed texts and fields are where the layout has them, whatever status and size hold.
+// Whether fixed texts and fields are where the layout has them, whatever number status and size are.
 static bool HasShape(const LineLayout& layout, std::string_view line) {
   LineFields fields = {};
   size_t fits;
   return layout.kind == LineKind::kPattern && SplitByPattern(layout.pattern, line, fields, fits) &&
-         HoldsTime(fields);
+         HoldsTime(fields) && fields[Field::kStatus].find(' ') == std::string_view::npos;
 }
 
 static bool Explains(const LineLayout& layout, std::string_view line, SplitRoom& room) {
@@ -96,13 +96,15 @@ static const LineLayout* FindBest(Wrapper wrapper, std::string_view line, std::s
 
 bool RecogniseLayout(std::string_view line, std::string_view ahead, SplitRoom& room, LineLayout& layout) {
   ahead = WholeLines(ahead);
-  for (int wrapper = 0; wrapper < kWrapperCount; ++wrapper) {
-    if (Unwrap(static_cast<Wrapper>(wrapper), line, room.unwrapped).data() == nullptr) {
+  // What is around a line tells more than what it could be with it.
+  for (const Wrapper wrapper :
+       {Wrapper::kIsoHead, Wrapper::kSyslog, Wrapper::kMessage, Wrapper::kNone, Wrapper::kQuotes}) {
+    if (Unwrap(wrapper, line, room.unwrapped).data() == nullptr) {
       continue;
     }
-    if (const LineLayout* const best = FindBest(static_cast<Wrapper>(wrapper), line, ahead, room)) {
+    if (const LineLayout* const best = FindBest(wrapper, line, ahead, room)) {
       layout = *best;
-      layout.wrapper = static_cast<Wrapper>(wrapper);
+      layout.wrapper = wrapper;
       return true;
     }
   }

@@ -24,6 +24,9 @@ static std::string_view SkipWord(std::string_view text) {
 // Takes off "program[12]:", behind a host or not.
 static std::string_view SkipProgram(std::string_view text) {
   const std::string_view rest = SkipWord(text);
+  if (text.starts_with('{')) {
+    return text;
+  }
   if (WordOf(text).ends_with(':')) {
     return rest;
   }

@@ -159,11 +159,12 @@ void SuperLog_SetLayoutText(std::string_view text, int source) {
 }
 
 bool SuperLog_BeginLayout() {
-  const bool holds = mLayoutSource != 0 && mLayoutSource >= mLogFormatSource;
-  if (holds) {
-    mLogFormatSource = 0;
+  if (mLayoutSource == 0 || mLayoutSource < mLogFormatSource) {
+    return true;
   }
-  return !holds || TakeUserLayout(mLayoutText);
+  const bool taken = TakeUserLayout(mLayoutText);
+  mLogFormatSource = taken ? 0 : mLogFormatSource;
+  return taken;
 }
 
 static bool AreLetters(std::string_view format) {
