@@ -6,7 +6,8 @@
 #include "layouts/key_names.h"
 #include "layouts/server_words.h"
 
-static constexpr Writing kWholeUrls = {.whole_urls = true};
+static constexpr Writing kAmazonBalancer = {.whole_urls = true, .client_port = true};
+static constexpr Writing kClientPort = {.client_port = true};
 static constexpr Writing kSiteFirst = {.site_first = true};
 static constexpr Writing kCloudFront = {.encoded_agents = true, .utc = true};
 
@@ -15,9 +16,6 @@ static constexpr Writing kCloudFront = {.encoded_agents = true, .utc = true};
 static constexpr KnownLayout kKnownLayouts[] = {
     {.name = "json", .title = "JSON lines", .kind = LineKind::kJson},
     {.name = "ltsv", .title = "LTSV", .kind = LineKind::kLtsv},
-    {.name = "combined",
-     .title = "Apache and nginx, common or combined",
-     .words = "$remote_addr $x $remote_user [$time_local] \"$request\"" ORVELLIS_BEHIND_REQUEST},
     {.name = "server_first",
      .title = "nginx, server and number of the request first",
      .words =
@@ -32,6 +30,9 @@ static constexpr KnownLayout kKnownLayouts[] = {
      .words =
          "$server_name $remote_addr - $remote_user [$time_local] ($x) \"$request\"" ORVELLIS_BEHIND_REQUEST,
      .writing = kSiteFirst},
+    {.name = "combined",
+     .title = "Apache and nginx, common or combined",
+     .words = "$remote_addr $x $remote_user [$time_local] \"$request\"" ORVELLIS_BEHIND_REQUEST},
     {.name = "proxy_manager",
      .title = "nginx proxy manager, proxied",
      .words = "[$time_local] $x $x $status - $x $x $host \"$request_uri\" [Client $remote_addr] "
@@ -44,12 +45,12 @@ static constexpr KnownLayout kKnownLayouts[] = {
      .title = "Amazon application load balancer",
      .words = "$x $time_iso8601 $x $remote_addr $x $x $x $x $status $x $x $body_bytes_sent \"$request\" "
               "\"$http_user_agent\"",
-     .writing = kWholeUrls},
+     .writing = kAmazonBalancer},
     {.name = "elb",
      .title = "Amazon classic load balancer",
      .words = "$time_iso8601 $x $remote_addr $x $x $x $x $status $x $x $body_bytes_sent \"$request\" "
               "\"$http_user_agent\"",
-     .writing = kWholeUrls},
+     .writing = kAmazonBalancer},
     {.name = "s3",
      .title = "Amazon S3",
      .words = "$x $x [$time_local] $remote_addr $remote_user $x $x $x $request $status $x $body_bytes_sent "
@@ -68,19 +69,21 @@ static constexpr KnownLayout kKnownLayouts[] = {
      .writing = kCloudFront},
     {.name = "gcs",
      .title = "Google Cloud Storage",
-     .words = "$msec,$remote_addr,$x,$x,$x,$request_uri,$status,$x,$bytes_sent,$x,$host,$http_referer,$http_"
-              "user_agent",
+     .words = "$msec,$remote_addr,$x,$x,$x,$request_uri,$status,$x,$bytes_sent,$x,$host,$http_referer,"
+              "$http_user_agent,$x",
      .head = "\"time_micros\","},
     {.name = "haproxy",
      .title = "HAProxy, HTTP",
      .words = "$remote_addr [$time_local] $x $x/$x $x/$x/$x/$x/$x $status $bytes_sent $x $x $x "
               "$x/$x/$x/$x/$x $x/$x "
-              "\"$request\""},
+              "\"$request\"",
+     .writing = kClientPort},
     {.name = "haproxy_captures",
      .title = "HAProxy, HTTP, with captured headers",
      .words = "$remote_addr [$time_local] $x $x/$x $x/$x/$x/$x/$x $status $bytes_sent $x $x $x "
               "$x/$x/$x/$x/$x $x/$x "
-              "{$x} \"$request\""},
+              "{$x} \"$request\"",
+     .writing = kClientPort},
     {.name = "istio",
      .title = "Istio",
      .words = "[$time_iso8601] \"$request\" $status $x $x $x \"$x\" $x $bytes_sent $x $x "

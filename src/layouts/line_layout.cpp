@@ -28,10 +28,13 @@ static bool IsWord(std::string_view text) {
 }
 
 // A client without quotes and, but for lists of several, without blanks.
-static bool HoldsClient(const LineFields& fields) {
+static bool HoldsClient(const LineLayout& layout, const LineFields& fields) {
   const std::string_view host = fields[Field::kHost];
   const size_t odd = host.find_first_of(" \"");
-  return odd == std::string_view::npos || (odd > 0 && host[odd - 1] == ',');
+  // What is nobody and more was a field in front: "www.example.com 192.0.2.7 - ann".
+  const bool nobody_else = fields[Field::kUser].starts_with("- ");
+  return !nobody_else && (odd == std::string_view::npos || (odd > 0 && host[odd - 1] == ',')) &&
+         (!layout.writing.client_port || host.find(':') != std::string_view::npos);
 }
 
 // Where a site stands first, one with blanks, or no client behind it, was another field.
@@ -58,7 +61,7 @@ bool SplitBareLine(const LineLayout& layout, std::string_view line, SplitRoom& r
       return SplitLtsv(line, fields) && HoldsRequest(fields) && fields[Field::kStatus].data() != nullptr;
     default:
       return SplitByPattern(layout.pattern, line, fields, fits) && HoldsRequest(fields) &&
-             HoldsClient(fields) && BeginsWithSite(layout, fields);
+             HoldsClient(layout, fields) && BeginsWithSite(layout, fields);
   }
 }
 

@@ -16,6 +16,7 @@ struct Writing {
   bool whole_urls = false;      // URLs with scheme and host, of which the path is meant
   bool encoded_agents = false;  // "%20" or "+" for the blanks of agents
   bool utc = false;             // times without a zone are GMT
+  bool client_port = false;     // the port of a client stands behind a colon
   bool site_first = false;      // the virtual host stands before the client
   bool json = false;            // texts hold JSON's escapes
 };

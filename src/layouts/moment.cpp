@@ -109,13 +109,12 @@ static bool TakeZone(Reader& reader, int& offset) {
 static Moment SettleParts(MomentForm form, const tm& parts, Reader& reader) {
   Moment moment = {.form = form, .parts = parts};
   moment.parts.tm_isdst = -1;
+  moment.as_utc =
+      NumberOfDay(DateOf(parts)) * 86400 + parts.tm_hour * 3600 + parts.tm_min * 60 + parts.tm_sec;
   reader.Take(' ');
   int offset;
-  if (TakeZone(reader, offset)) {
-    moment.is_instant = true;
-    moment.instant =
-        NumberOfDay(DateOf(parts)) * 86400 + parts.tm_hour * 3600 + parts.tm_min * 60 + parts.tm_sec - offset;
-  }
+  moment.is_instant = TakeZone(reader, offset);
+  moment.instant = moment.is_instant ? moment.as_utc - offset : 0;
   return reader.rest.empty() && IsDay(DateOf(parts)) ? moment : Moment{};
 }
 
@@ -123,7 +122,7 @@ static Moment ReadCommonLog(Reader reader) {
   tm parts = {};
   int year;
   if (!reader.TakeDigits(2, parts.tm_mday) || !reader.Take('/') || !TakeMonthName(reader, parts.tm_mon) ||
-      !reader.Take('/') || !reader.TakeDigits(4, year) || !reader.Take(':') ||
+      !reader.Take('/') || !reader.TakeDigits(4, year) || (!reader.Take(':') && !reader.Take(' ')) ||
       !TakeTimeOfDay(reader, parts)) {
     return {};
   }

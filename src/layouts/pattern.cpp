@@ -211,7 +211,7 @@ bool SplitByPattern(const Pattern& pattern, std::string_view line, LineFields& f
     if (value.data() == nullptr) {
       return false;
     }
-    if (field != Field::kIgnored && fields[field].data() == nullptr) {
+    if (field != Field::kIgnored && (fields[field].data() == nullptr || fields[field] == "-")) {
       fields[field] = value;
     }
   }

@@ -325,7 +325,8 @@ Words WhoseWords(std::string_view text) {
   if (HasVariable(text)) {
     return Words::kNginx;
   }
-  if (holds("%ci") || holds("%ST") || holds("%tr") || holds("log-format")) {
+  if (holds("%ci") || holds("%ST") || holds("%tr") || holds("%Ts") || holds("%HU") || holds("%[") ||
+      holds("log-format")) {
     return Words::kHaproxy;
   }
   return holds("%") ? Words::kApache : Words::kNone;

@@ -171,8 +171,7 @@ static bool SettleMoment(const LineLayout& layout, const LineFields& fields, Sup
   }
   if (layout.writing.utc && !moment.is_instant) {
     moment.is_instant = true;
-    moment.instant = DayNumber(moment.parts) * 86400 + moment.parts.tm_hour * 3600 +
-                     moment.parts.tm_min * 60 + moment.parts.tm_sec;
+    moment.instant = moment.as_utc;
   }
   if (moment.form == MomentForm::kCommonLog || !moment.is_instant) {
     record.local = moment.parts;

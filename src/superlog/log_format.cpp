@@ -159,6 +159,7 @@ void SuperLog_SetLayoutText(std::string_view text, int source) {
 }
 
 bool SuperLog_BeginLayout() {
+  ResetLayouts();
   if (mLayoutSource == 0 || mLayoutSource < mLogFormatSource) {
     return true;
   }
