@@ -152,6 +152,9 @@ bool IsAsked(char letter) {
 }
 
 void SuperLog_SetLayoutText(std::string_view text, int source) {
+  while (!text.empty() && (text.back() == '\n' || text.back() == '\r')) {
+    text.remove_suffix(1);
+  }
   if (source >= mLayoutSource && !text.empty() && text.size() <= kLongestLayoutText) {
     CopyText(mLayoutText, text);
     mLayoutSource = source;
