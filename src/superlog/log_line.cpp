@@ -246,7 +246,7 @@ static bool ParseUser(FieldCursor& cursor, std::string_view realm) {
 
 // Walks the known layout along the current line.
 template <bool kEscapes>
-static bool SplitLine(SuperLogRecord& record, LineParts& parts) {
+[[gnu::always_inline]] static inline bool SplitLine(SuperLogRecord& record, LineParts& parts) {
   FieldCursor cursor = {mpLine, mpLineEnd, nullptr, 0, kEscapes && mLineLen == mLogLimits.line};
   const size_t longest = mLogLimits.item;
   char separator = 'S';
@@ -342,7 +342,7 @@ void ClearRecord(SuperLogRecord& record) {
 
 // False when the line is no request.
 template <bool kEscapes>
-static bool ParseDataLine(SuperLogRecord& record) {
+[[gnu::always_inline]] static inline bool ParseDataLine(SuperLogRecord& record) {
   LineParts parts;
   ClearRecord(record);
   if (!SplitLine<kEscapes>(record, parts)) {
@@ -414,6 +414,15 @@ static void RestoreFields(char* const stop) {
   }
 }
 
+// Reads a line that no other layout explains; apart, so that the way of nearly all lines is one function.
+[[gnu::noinline]] static bool ParseSurely(SuperLogRecord& record) {
+  mSureOfLetters = true;
+  const bool parsed = ParseDataLine<true>(record);
+  mSureOfLetters = false;
+  mStoppedAt = nullptr;
+  return parsed;
+}
+
 // A line in a log of the common log format that is none of it: of another layout, or of one that the letters
 // read nevertheless.
 [[gnu::cold, gnu::noinline]] static bool ParseOtherLine(SuperLogRecord& record) {
@@ -425,11 +434,7 @@ static void RestoreFields(char* const stop) {
   if (ParseByLayouts(CurrentLine(), TextAhead(), record)) {
     return true;
   }
-  mSureOfLetters = true;
-  const bool parsed = ParseDataLine<true>(record);
-  mSureOfLetters = false;
-  mStoppedAt = nullptr;
-  return parsed;
+  return ParseSurely(record);
 }
 
 // A line of a file whose letters are not known. A guess that does not explain its own line is forgotten.
@@ -446,10 +451,7 @@ static void RestoreFields(char* const stop) {
   if (!GrokLineFormat()) {
     return false;
   }
-  mSureOfLetters = true;
-  const bool parsed = ParseDataLine<true>(record);
-  mSureOfLetters = false;
-  mStoppedAt = nullptr;
+  const bool parsed = ParseSurely(record);
   if (!parsed && !for_letters) {
     ResetFileFormat();
   }
@@ -457,7 +459,7 @@ static void RestoreFields(char* const stop) {
 }
 
 template <bool kEscapes>
-static bool ParseLine(SuperLogRecord& record) {
+[[gnu::always_inline]] static inline bool ParseLine(SuperLogRecord& record) {
   if (mFormatKnown) {
     return ParseDataLine<kEscapes>(record) || (kEscapes && mLogLimits.layouts && ParseOtherLine(record));
   }
