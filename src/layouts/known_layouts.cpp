@@ -70,8 +70,7 @@ static constexpr KnownLayout kKnownLayouts[] = {
     {.name = "gcs",
      .title = "Google Cloud Storage",
      .words = "$msec,$remote_addr,$x,$x,$x,$request_uri,$status,$x,$bytes_sent,$x,$host,$http_referer,"
-              "$http_user_agent,$x",
-     .head = "\"time_micros\","},
+              "$http_user_agent,$x"},
     {.name = "haproxy",
      .title = "HAProxy, HTTP",
      .words = "$remote_addr [$time_local] $x $x/$x $x/$x/$x/$x/$x $status $bytes_sent $x $x $x "

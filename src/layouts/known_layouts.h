@@ -12,7 +12,6 @@ struct KnownLayout {
   LineKind kind = LineKind::kPattern;
   std::string_view words = {};  // nginx's, of kPattern; what has no place in a record is $x
   Writing writing = {};
-  std::string_view head = {};  // how lines begin that hold the names of the fields
 };
 
 inline constexpr size_t kMostKnownLayouts = 32;

@@ -106,22 +106,26 @@ static std::string_view JoinQuery(std::string_view path, std::string_view query)
   return {mFullUrl, length};
 }
 
+static std::string_view QueryOf(const LineFields& fields) {
+  std::string_view query;
+  TakeText(fields, Field::kQuery, query);
+  query.remove_prefix(query.starts_with('?') ? 1 : 0);
+  return query;
+}
+
 static void SettleUrl(const LineLayout& layout, const LineFields& fields, std::string_view& url) {
   TakeText(fields, Field::kUrl, url);
   const bool from_field = url.data() != nullptr;
-  std::string_view query;
-  if (from_field) {
-    TakeText(fields, Field::kQuery, query);
-    query.remove_prefix(query.starts_with('?') ? 1 : 0);
-  } else {
+  if (!from_field) {
     TakeText(fields, Field::kRequest, url);
-    if (url.data() != nullptr) {
-      TrimFullRequest(url);
-    }
+  }
+  if (!from_field && url.data() != nullptr) {
+    TrimFullRequest(url);
   }
   if (layout.writing.whole_urls || (layout.kind == LineKind::kJson && from_field)) {
     url = PathOf(url);
   }
+  const std::string_view query = from_field ? QueryOf(fields) : std::string_view{};
   if (!query.empty() && url.find('?') == std::string_view::npos) {
     url = JoinQuery(url, query);
   }
