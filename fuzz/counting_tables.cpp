@@ -19,7 +19,7 @@ static bool mRefuseNext;
 static void* RefuseOnce(size_t size) {
   const bool refused = mRefuseNext;
   mRefuseNext = false;
-  return refused ? nullptr : malloc(size);
+  return refused ? nullptr : TakeRoom(size);
 }
 
 // The next record is refused at first. At the budget a record has one try only,
@@ -75,7 +75,7 @@ static void Run(std::string_view input) {
   SetLimits(size % 4 == 3 ? kModernLimits : kClassicLimits);
   InitMemory(MemorySettings(keep, reclaim, BudgetOfRecords(budget)));
   mRefuseNext = false;
-  mpAllocate = RefuseOnce;
+  mpTakeRoom = RefuseOnce;
   PairedTable tables[] = {PairedTable(false), PairedTable(true)};
   for (int actions = 0; actions < 400 && !input.empty(); ++actions) {
     const uint8_t action = TakeByte(input);

@@ -1,6 +1,6 @@
 // One line as JSON, as LTSV and as each envelope: what is handed out lies in the line or in the room, and
 // decoded texts are never longer than they were.
-#include "layouts/line_layout.h"
+#include "layouts/layout.h"
 #include "support.h"
 
 static void CheckWithin(std::string_view text, std::string_view whole) {

@@ -13,7 +13,7 @@ static void CheckText(std::string_view text) {
 }
 
 static void CheckRecognition(std::string_view log) {
-  static LineLayout layout;
+  static Layout layout;
   static SplitRoom room;
   const std::string line(TakePart(log));
   if (RecogniseLayout(line, log, room, layout)) {

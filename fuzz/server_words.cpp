@@ -6,7 +6,7 @@
 #include "support.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static LineLayout layout;
+  static Layout layout;
   static SplitRoom room;
   std::string_view input = AsText(data, size);
   const std::string words(TakePart(input));

@@ -41,28 +41,59 @@ static tm TakeRecord(std::string_view& input, const tm& last) {
   return parts;
 }
 
+static void CheckParts(const tm& cached, const tm& plain) {
+  REQUIRE(cached.tm_sec == plain.tm_sec && cached.tm_min == plain.tm_min && cached.tm_hour == plain.tm_hour);
+  REQUIRE(cached.tm_mday == plain.tm_mday && cached.tm_mon == plain.tm_mon &&
+          cached.tm_year == plain.tm_year);
+  REQUIRE(cached.tm_wday == plain.tm_wday && cached.tm_yday == plain.tm_yday);
+  REQUIRE(cached.tm_isdst == plain.tm_isdst && cached.tm_gmtoff == plain.tm_gmtoff);
+  REQUIRE(strcmp(cached.tm_zone, plain.tm_zone) == 0);
+}
+
 static void CheckLocal(time_t when) {
   tm plain = {};
   tm cached = {};
   const bool known = localtime_r(&when, &plain) != nullptr;
   REQUIRE(TimeToLocal(when, cached) == known);
   if (known) {
-    REQUIRE(cached.tm_sec == plain.tm_sec && cached.tm_min == plain.tm_min &&
-            cached.tm_hour == plain.tm_hour);
-    REQUIRE(cached.tm_mday == plain.tm_mday && cached.tm_mon == plain.tm_mon &&
-            cached.tm_year == plain.tm_year);
-    REQUIRE(cached.tm_wday == plain.tm_wday && cached.tm_yday == plain.tm_yday);
-    REQUIRE(cached.tm_isdst == plain.tm_isdst && cached.tm_gmtoff == plain.tm_gmtoff);
-    REQUIRE(strcmp(cached.tm_zone, plain.tm_zone) == 0);
+    CheckParts(cached, plain);
   }
 }
 
-static void CheckTimes(const std::vector<tm>& records, bool and_back) {
+// Both steps at once, where that can be done.
+static void CheckAtOnce(const tm& record, time_t plain) {
+  tm parts = record;
+  time_t when;
+  if (CompleteInLastHour(parts, when)) {
+    REQUIRE(when == plain);
+    tm local = {};
+    localtime_r(&when, &local);
+    CheckParts(parts, local);
+  } else {
+    REQUIRE(LocalToTime(record) == plain);
+    CheckLocal(plain);
+  }
+}
+
+static std::vector<time_t> PlainTimes(const std::vector<tm>& records) {
   std::vector<time_t> plain;
   PrimeMktime();
   for (const tm& record : records) {
     plain.push_back(PlainLocalToTime(record));
   }
+  return plain;
+}
+
+static void CheckTimesAtOnce(const std::vector<tm>& records) {
+  const std::vector<time_t> plain = PlainTimes(records);
+  PrimeMktime();
+  for (size_t i = 0; i < records.size(); ++i) {
+    CheckAtOnce(records[i], plain[i]);
+  }
+}
+
+static void CheckTimes(const std::vector<tm>& records, bool and_back) {
+  const std::vector<time_t> plain = PlainTimes(records);
   PrimeMktime();
   for (size_t i = 0; i < records.size(); ++i) {
     REQUIRE(LocalToTime(records[i]) == plain[i]);
@@ -88,6 +119,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     CheckLocal(static_cast<time_t>(uint64_t{0x9e3779b97f4a7c15} *
                                    static_cast<uint64_t>(int64_t{record.tm_min} + 1)));
   }
+  CheckTimesAtOnce(records);
   ResetLocalTime();
   return 0;
 }

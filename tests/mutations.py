@@ -2,6 +2,7 @@
 """Changes the program by one mistake after another, and tells which of them no test notices.
 
   tests/mutations.py [NAME...]    all mistakes of tests/mutations.list, or those whose name holds a NAME
+  tests/mutations.py --check      makes none, and only looks whether each can be made
 
 Works in a copy of the tree, build/mutations, which it keeps so that the next run builds little. Fails when a
 mistake lives, when its text is not found exactly once, or when its tests fail without it.
@@ -61,12 +62,19 @@ def passes(test):
         return False
 
 
+def cannot_be_made(mutation, tree):
+    """Why a mistake cannot be made in a tree; empty when it can."""
+    path = tree / mutation["file"]
+    times = path.read_text(encoding="utf-8").count(mutation["text"]) if path.is_file() else 0
+    return "" if times == 1 else f"text found {times} times"
+
+
 def outcome(mutation, sound):
     """What becomes of a mistake; sound: the tests that are known to pass without any."""
     path = COPY / mutation["file"]
-    before = path.read_text(encoding="utf-8") if path.is_file() else ""
-    if before.count(mutation["text"]) != 1:
-        return f"text found {before.count(mutation['text'])} times"
+    if reason := cannot_be_made(mutation, COPY):
+        return reason
+    before = path.read_text(encoding="utf-8")
     if mutation["test"] not in sound:
         if not build(mutation["test"]) or not passes(mutation["test"]):
             return "fails without it"
@@ -80,9 +88,21 @@ def outcome(mutation, sound):
         path.write_text(before, encoding="utf-8")
 
 
+def check(mutations):
+    stale = 0
+    for name in mutations.sections():
+        if reason := cannot_be_made(mutations[name], TREE):
+            print(f"{name}: {reason} in {mutations[name]['file']}")
+            stale += 1
+    print(f"{len(mutations.sections())} mistakes, {stale} of them stale")
+    return 0 if stale == 0 and mutations.sections() else 1
+
+
 def main(wanted):
     mutations = configparser.ConfigParser(interpolation=None)
     mutations.read(TREE / "tests/mutations.list", encoding="utf-8")
+    if wanted == ["--check"]:
+        return check(mutations)
     names = [name for name in mutations.sections() if not wanted or any(part in name for part in wanted)]
     if not names:
         sys.exit("no mistake has such a name")

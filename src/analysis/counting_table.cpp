@@ -4,27 +4,39 @@
 #include <cstdlib>
 
 #include "analysis/item_key.h"
+#include "analysis/item_store.h"
 #include "analysis/smart_memory.h"
 #include "analysis/smart_memory_internal.h"
 #include "base/memory_end.h"
+#include "base/sip_hash.h"
 #include "base/text.h"
+#include "superlog/byte_scan.h"
 
 ListInfoChain gListInfo;
 static ListInfoChain mExempt;  // lists that no reclaim takes from
 
-// A slot repeats the hash, so that a probe reads a record only where it is very
-// likely the right one.
-struct IndexSlot {
-  ListItem* item;  // null: the slot is free
-  uint32_t hash;
-};
+// A line of the index is one of the cache. A place repeats its record's hash, so that a search
+// reads a record only where it is very likely the right one; those that are taken come first.
+static constexpr uint32_t kPlaces = 8;
+struct alignas(64) IndexLine {
+  uint32_t hashes[kPlaces];
+  ItemRef items[kPlaces];  // 0: the place is free
 
-static constexpr size_t kUnindexedMax = 8;  // a list up to this length is searched by walking it
+  bool full() const { return items[kPlaces - 1] != 0; }
+};
+static_assert(sizeof(IndexLine) == 64);
+
+size_t List::capacity() const {
+  return lines == nullptr ? 0 : (static_cast<size_t>(mask()) + 1) * kPlaces;
+}
+
+static constexpr size_t kUnindexedMax = 8;  // a sub-list up to this length is searched by walking it
 static constexpr size_t kWalkedMax = 64;    // and one up to this length where memory for an index is refused
 static constexpr size_t kSmallestIndex = 32;
 static constexpr size_t kLastCapacity = size_t{1} << 31;
 static constexpr size_t kCacheLine = 64;
-static constexpr size_t kGroupSize = 32;  // keys that are counted together
+static constexpr uint32_t kMostLines = 64;  // that an entry finds full; by chance hardly ever 40 of them
+static constexpr size_t kGroupSize = 32;    // keys that are counted together
 
 static KeySeed ChooseSeed() noexcept {
   KeySeed seed = RandomSeed(
@@ -34,34 +46,55 @@ static KeySeed ChooseSeed() noexcept {
 }
 
 static const KeySeed mSeed = ChooseSeed();
-
-static constexpr size_t LongestThatWaits(const Limits& limits) noexcept {
-  return limits.item < kWaitingKeyMax ? limits.item : kWaitingKeyMax;
-}
+static const SipKey mSipKey = RandomSeed(SipKey{"as above"});
 
 Limits mCountingLimits = kClassicLimits;
-static size_t mLongestThatWaits = LongestThatWaits(kClassicLimits);
 
 void SetCountingLimits(const Limits& limits) {
   mCountingLimits = limits;
-  mLongestThatWaits = LongestThatWaits(limits);
 }
 
 // ---- Index ----
 
-static uint8_t SpareBits(size_t capacity) {
-  return static_cast<uint8_t>(32 - std::countr_zero(capacity));
-}
-
-static IndexSlot& FreeSlot(IndexSlot* slots, size_t capacity, uint32_t hash) {
-  size_t i = hash >> SpareBits(capacity);
-  while (slots[i].item != nullptr) {
-    i = (i + 1) & (capacity - 1);
+// Bit n is set when word n has that value.
+static uint32_t PlacesOf(const uint32_t (&words)[kPlaces], uint32_t value) {
+#if defined(__SSE2__)
+  const __m128i wanted = _mm_set1_epi32(static_cast<int>(value));
+  const auto* const four = reinterpret_cast<const __m128i*>(words);
+  const __m128i found = _mm_packs_epi32(_mm_cmpeq_epi32(four[0], wanted), _mm_cmpeq_epi32(four[1], wanted));
+  return static_cast<uint32_t>(_mm_movemask_epi8(_mm_packs_epi16(found, _mm_setzero_si128())));
+#else
+  uint32_t places = 0;
+  for (uint32_t i = 0; i < kPlaces; ++i) {
+    places |= uint32_t{words[i] == value} << i;
   }
-  return slots[i];
+  return places;
+#endif
 }
 
-[[gnu::noinline]] static ListItem* WalkFor(const List& list, PaddedText key, uint32_t hash,
+static uint8_t SpareBits(size_t capacity) {
+  return static_cast<uint8_t>(32 - std::countr_zero(capacity / kPlaces));
+}
+
+static uint32_t HomeOf(const List& list, uint32_t hash) {
+  return hash >> list.spare_bits;
+}
+
+// Returns how many lines were full.
+static uint32_t Enter(List& list, uint32_t hash, ItemRef item) {
+  uint32_t full = 0;
+  uint32_t i = HomeOf(list, hash);
+  for (; list.lines[i].full(); ++full) {
+    i = (i + 1) & list.mask();
+  }
+  IndexLine& line = list.lines[i];
+  const int place = std::countr_zero(PlacesOf(line.items, 0));
+  line.hashes[place] = hash;
+  line.items[place] = item;
+  return full;
+}
+
+[[gnu::noinline]] static ListItem* WalkFor(const List& list, std::string_view key, uint32_t hash,
                                            bool ignore_case) {
   ListItem* item = list.first;
   while (item != nullptr && (item->hash != hash || !SameKey(*item, key, ignore_case))) {
@@ -70,74 +103,152 @@ static IndexSlot& FreeSlot(IndexSlot* slots, size_t capacity, uint32_t hash) {
   return item;
 }
 
-[[gnu::always_inline]] inline static ListItem* Find(const List& list, PaddedText key, uint32_t hash,
-                                                    bool ignore_case) {
-  if (list.slots == nullptr) {
+static ListItem* Find(const List& list, std::string_view key, uint32_t hash, bool ignore_case) {
+  if (list.lines == nullptr) {
     return WalkFor(list, key, hash, ignore_case);
   }
-  for (uint32_t i = hash >> list.spare_bits;; i = (i + 1) & list.mask()) {
-    const IndexSlot& slot = list.slots[i];
-    if (slot.item == nullptr || (slot.hash == hash && SameKey(*slot.item, key, ignore_case))) {
-      return slot.item;
+  for (uint32_t i = HomeOf(list, hash);; i = (i + 1) & list.mask()) {
+    const IndexLine& line = list.lines[i];
+    for (uint32_t places = PlacesOf(line.hashes, hash); places != 0; places &= places - 1) {
+      const ItemRef ref = line.items[std::countr_zero(places)];
+      if (ref != 0 && SameKey(*ItemAt(ref), key, ignore_case)) {
+        return ItemAt(ref);
+      }
+    }
+    if (!line.full()) {
+      return nullptr;
     }
   }
 }
 
-static const IndexSlot* HomeSlot(const List& list, uint32_t hash) {
-  return list.slots == nullptr ? nullptr : &list.slots[hash >> list.spare_bits];
+// The record that a key of this hash will very likely be; null: a new one, or unknown.
+static ListItem* Foresee(const List& list, uint32_t hash) {
+  if (list.lines == nullptr) {
+    return nullptr;
+  }
+  for (uint32_t i = HomeOf(list, hash);; i = (i + 1) & list.mask()) {
+    const IndexLine& line = list.lines[i];
+    const uint32_t places = PlacesOf(line.hashes, hash);
+    const ItemRef ref = places == 0 ? 0 : line.items[std::countr_zero(places)];
+    if (ref != 0) {
+      return ItemAt(ref);
+    }
+    if (!line.full()) {
+      return nullptr;
+    }
+  }
 }
 
 void FetchSlot(const List& list, uint32_t hash) {
-  __builtin_prefetch(HomeSlot(list, hash));
+  __builtin_prefetch(list.lines == nullptr ? nullptr : &list.lines[HomeOf(list, hash)]);
+}
+
+static void EnterAll(List& list) {
+  for (const ListItem* item = list.first; item != nullptr; item = item->next) {
+    Enter(list, item->hash, RefOf(*item));
+  }
+}
+
+// Slower than the other one, and nobody can foretell it who sees no hash.
+[[gnu::noinline]] static uint32_t SafeHash(std::string_view key, bool ignore_case) {
+  SipHash hash = BeginSipHash(mSipKey);
+  for (const char c : key) {
+    AddByte(hash, static_cast<uint8_t>(ignore_case ? ToLowerAscii(c) : c));
+  }
+  return static_cast<uint32_t>(EndSipHash(hash));
+}
+
+// Hashes all keys of the list, from now on, in the safe way.
+[[gnu::noinline]] static void RehashSafely(List& list) {
+  list.attacked = true;
+  std::fill_n(list.lines, list.capacity() / kPlaces, IndexLine{});
+  for (ListItem* item = list.first; item != nullptr; item = item->next) {
+    item->hash = SafeHash(item->key(), list.ignore_case);
+  }
+  EnterAll(list);
+}
+
+// Memory for an index, of zeros. What is before its first whole line of the cache ends with its own length.
+static IndexLine* NewLines(size_t lines) {
+  auto* const memory = static_cast<unsigned char*>(mpAllocateZeroed(lines + 1, sizeof(IndexLine)));
+  if (memory == nullptr) {
+    return nullptr;
+  }
+  AskForLargePages(memory, lines * sizeof(IndexLine));
+  const size_t before = sizeof(IndexLine) - reinterpret_cast<uintptr_t>(memory) % sizeof(IndexLine);
+  memory[before - 1] = static_cast<unsigned char>(before);
+  return reinterpret_cast<IndexLine*>(memory + before);
+}
+
+static unsigned char* MemoryOf(IndexLine* lines) {
+  auto* const bytes = reinterpret_cast<unsigned char*>(lines);
+  return bytes - bytes[-1];
+}
+
+static void FreeLines(IndexLine* lines) {
+  if (lines != nullptr) {
+    free(MemoryOf(lines));
+  }
 }
 
 // Moves the list to an index of the given capacity; false, and nothing changed,
 // when memory is refused.
 static bool Reindex(List& list, size_t capacity) {
-  IndexSlot* slots = static_cast<IndexSlot*>(mpAllocateZeroed(capacity, sizeof(IndexSlot)));
-  if (slots == nullptr) {
+  IndexLine* const lines = NewLines(capacity / kPlaces);
+  if (lines == nullptr) {
     return false;
   }
-  const size_t old_capacity = list.capacity();
-  for (size_t i = 0; i < old_capacity; ++i) {
-    if (list.slots[i].item != nullptr) {
-      FreeSlot(slots, capacity, list.slots[i].hash) = list.slots[i];
-    }
-  }
-  if (list.slots == nullptr) {
-    for (ListItem* item = list.first; item != nullptr; item = item->next) {
-      FreeSlot(slots, capacity, item->hash) = {item, item->hash};
-    }
-  }
-  free(list.slots);
-  list.slots = slots;
+  const List old = list;
+  list.lines = lines;
   list.spare_bits = SpareBits(capacity);
+  for (size_t i = 0; i < old.capacity(); ++i) {
+    const IndexLine& line = old.lines[i / kPlaces];
+    if (line.items[i % kPlaces] != 0) {
+      Enter(list, line.hashes[i % kPlaces], line.items[i % kPlaces]);
+    }
+  }
+  if (old.lines == nullptr) {
+    EnterAll(list);
+  }
+  FreeLines(old.lines);
   return true;
 }
 
 // Prepares the index for one more record. A full one grows; when that is refused
-// it works on, ever slower, until 15 of 16 slots are taken, and each record tries
+// it works on, ever slower, until 15 of 16 places are taken, and each record tries
 // again. False when the list can take no more records in reasonable time.
-static bool MakeRoom(List& list) {
-  if (list.slots == nullptr) {
-    return list.length < kUnindexedMax || Reindex(list, std::bit_ceil(size_t{list.length} * 4)) ||
-           list.length < kWalkedMax;
+static bool MakeRoom(List& list, size_t unindexed_max) {
+  if (list.lines == nullptr) {
+    const size_t capacity = std::max(kSmallestIndex, std::bit_ceil(size_t{list.length} * 4));
+    return list.length < unindexed_max || Reindex(list, capacity) || list.length < kWalkedMax;
   }
   const size_t capacity = list.capacity();
   return list.length < capacity / 4 * 3 || (capacity < kLastCapacity && Reindex(list, capacity * 2)) ||
          list.length < capacity / 16 * 15;
 }
 
+// Gives back what an index has beyond that capacity. What stays may have to move within its memory.
+static void CutLines(List& list, size_t capacity) {
+  unsigned char* const memory = MemoryOf(list.lines);
+  const auto before = static_cast<size_t>(reinterpret_cast<unsigned char*>(list.lines) - memory);
+  const size_t size = capacity / kPlaces * sizeof(IndexLine);
+  auto* const cut = static_cast<unsigned char*>(realloc(memory, size + sizeof(IndexLine)));
+  if (cut == nullptr) {
+    return;
+  }
+  const size_t before_cut = sizeof(IndexLine) - reinterpret_cast<uintptr_t>(cut) % sizeof(IndexLine);
+  memmove(cut + before_cut, cut + before, size);
+  cut[before_cut - 1] = static_cast<unsigned char>(before_cut);
+  list.lines = reinterpret_cast<IndexLine*>(cut + before_cut);
+}
+
 // Moves the list to a smaller index. In place: memory for another one is what is
 // missing.
 static void ShrinkIndex(List& list, size_t capacity) {
-  std::fill_n(list.slots, capacity, IndexSlot{});
-  for (ListItem* item = list.first; item != nullptr; item = item->next) {
-    FreeSlot(list.slots, capacity, item->hash) = {item, item->hash};
-  }
-  void* const slots = realloc(list.slots, capacity * sizeof(IndexSlot));
-  list.slots = slots == nullptr ? list.slots : static_cast<IndexSlot*>(slots);
+  std::fill_n(list.lines, capacity / kPlaces, IndexLine{});
   list.spare_bits = SpareBits(capacity);
+  EnterAll(list);
+  CutLines(list, capacity);
 }
 
 // Indexes of a quarter shrink to a half, and grow at three: none goes back and forth.
@@ -145,32 +256,42 @@ void ShrinkIndexes() {
   for (const ListInfo* info = gListInfo.first; info != nullptr; info = info->next) {
     List& list = *info->head;
     const size_t capacity = std::max(kSmallestIndex, std::bit_ceil(size_t{list.length} * 2));
-    if (list.slots != nullptr && capacity * 2 <= list.capacity()) {
+    if (list.lines != nullptr && capacity * 2 <= list.capacity()) {
       ShrinkIndex(list, capacity);
     }
   }
 }
 
+// The places of all lines, one behind the other.
+static uint32_t& HashIn(const List& list, uint32_t place) {
+  return list.lines[place / kPlaces].hashes[place % kPlaces];
+}
+
+static ItemRef& ItemIn(const List& list, uint32_t place) {
+  return list.lines[place / kPlaces].items[place % kPlaces];
+}
+
 // Takes the record out of the index; those behind it move up, so that a free
-// slot still ends every search.
+// place still ends every search.
 static void Unindex(List& list, const ListItem* item) {
-  if (list.slots == nullptr) {
+  if (list.lines == nullptr) {
     return;
   }
-  IndexSlot* const slots = list.slots;
-  const uint32_t mask = list.mask();
-  uint32_t gap = item->hash >> list.spare_bits;
-  while (slots[gap].item != item) {
+  const ItemRef ref = RefOf(*item);
+  const auto mask = static_cast<uint32_t>(list.capacity() - 1);
+  uint32_t gap = HomeOf(list, item->hash) * kPlaces;
+  while (ItemIn(list, gap) != ref) {
     gap = (gap + 1) & mask;
   }
-  for (uint32_t i = (gap + 1) & mask; slots[i].item != nullptr; i = (i + 1) & mask) {
-    const uint32_t from_home = (i - (slots[i].hash >> list.spare_bits)) & mask;
+  for (uint32_t i = (gap + 1) & mask; ItemIn(list, i) != 0; i = (i + 1) & mask) {
+    const uint32_t from_home = (i - HomeOf(list, HashIn(list, i)) * kPlaces) & mask;
     if (from_home >= ((i - gap) & mask)) {
-      slots[gap] = slots[i];
+      HashIn(list, gap) = HashIn(list, i);
+      ItemIn(list, gap) = ItemIn(list, i);
       gap = i;
     }
   }
-  slots[gap].item = nullptr;
+  ItemIn(list, gap) = 0;
 }
 
 // ---- Counting ----
@@ -196,33 +317,37 @@ void init_list(List& list, ListInfo*& info, const char* name, SubLists sublists)
 
 // Makes a record of count 0. A reclaim on the way may thin any list, this one
 // included, but spares the parent.
-[[gnu::noinline]] static ListItem& NewItem(List& list, ListInfo& info, PaddedText key, uint32_t hash,
+[[gnu::noinline]] static ListItem& NewItem(List& list, ListInfo& info, std::string_view key, uint32_t hash,
                                            const ListItem* parent) {
-  if (!MakeRoom(list) && !TryWithReclaims(parent, [&] { return MakeRoom(list); })) {
+  const auto make_room = [&] { return MakeRoom(list, parent == nullptr ? 0 : kUnindexedMax); };
+  if (!make_room() && !TryWithReclaims(parent, make_room)) {
     EndWithoutMemory();
   }
-  const size_t padded = PaddedKeySize(key.length);
+  const size_t padded = PaddedKeySize(key.size());
   const bool has_tail = info.sublists && parent == nullptr;
   const size_t size = sizeof(ListItem) + padded + (has_tail ? kTailSize : 0);
   ListItem* item = static_cast<ListItem*>(smart_alloc(size, info, parent));
   if (item == nullptr) {
     EndWithoutMemory();
   }
+  const ItemRef ref = RefOf(*item);
   item->next = list.first;
   item->hash = hash;
   item->rank = 0;
   item->count = 0;
-  item->length = static_cast<uint16_t>(key.length);
-  item->kind = info.classify == nullptr ? uint8_t{0} : info.classify(key.text());
-  memcpy(item->name, key.bytes, padded);
+  item->length = static_cast<uint16_t>(key.size());
+  item->kind = info.classify == nullptr ? uint8_t{0} : info.classify(key);
+  memset(item->name + padded - kKeyWord, 0, kKeyWord);
+  key.copy(item->name, key.size());
   item->has_tail = has_tail;
   if (has_tail) {
     *item->tail() = nullptr;
+    list.has_sublists = true;
   }
   list.first = item;
   ++list.length;
-  if (list.slots != nullptr) {
-    FreeSlot(list.slots, list.capacity(), hash) = {item, hash};
+  if (list.lines != nullptr && Enter(list, hash, ref) > kMostLines && !list.attacked) {
+    RehashSafely(list);
   }
   return *item;
 }
@@ -243,9 +368,12 @@ static List& SublistOf(ListItem& item) {
   return *sublist;
 }
 
-[[gnu::always_inline]] inline static ListItem& CountKey(List& list, ListInfo* info, PaddedText key,
+[[gnu::always_inline]] inline static ListItem& CountKey(List& list, ListInfo* info, std::string_view key,
                                                         uint32_t hash, const ListItem* parent,
                                                         bool ignore_case) {
+  if (list.attacked) {
+    hash = SafeHash(key, ignore_case);
+  }
   ListItem* item = Find(list, key, hash, ignore_case);
   if (item == nullptr) {
     list.ignore_case = ignore_case;
@@ -256,7 +384,8 @@ static List& SublistOf(ListItem& item) {
   return *item;
 }
 
-static void CountSubkey(ListItem& item, ListInfo* info, PaddedText subkey, uint32_t hash, bool ignore_case) {
+static void CountSubkey(ListItem& item, ListInfo* info, std::string_view subkey, uint32_t hash,
+                        bool ignore_case) {
   if (item.has_tail) {
     CountKey(SublistOf(item), info, subkey, hash, &item, ignore_case);
   }
@@ -264,26 +393,19 @@ static void CountSubkey(ListItem& item, ListInfo* info, PaddedText subkey, uint3
 
 // ---- Keys that wait ----
 
-// A key that waits while the memory that counting it takes is on its way.
-struct Waiting {
-  List* list;
-  ListInfo* info;
-  uint32_t hash;
-  uint32_t subkey_hash;
-  bool ignore_case;
-  bool has_subkey;
-  PaddedKey key;
-  PaddedKey subkey;
-};
-
-// Of the group that is being filled, slots are asked for; of the one before it they
-// come in, and of the oldest one the records.
+// Of the group before the one that is being filled, slots come in, and of the oldest one the records.
 static constexpr size_t kGroups = 3;
-static Waiting mGroups[kGroups][kGroupSize];
-static size_t mLengths[kGroups];      // of all groups but the one that is being filled
-static size_t mFilling = 0;           // which that is
-static Waiting* mpNext = mGroups[0];  // its next key
-static Waiting* mpEnd = mGroups[0] + kGroupSize;
+static WaitingKey mGroups[kGroups][kGroupSize];
+static size_t mLengths[kGroups];         // of all groups but the one that is being filled
+static size_t mFilling = 0;              // which that is
+static WaitingKey* mpNext = mGroups[0];  // its next key
+static WaitingKey* mpEnd = mGroups[0] + kGroupSize;
+
+// Keys whose texts go before they are counted. A restart follows each count_queued.
+static constexpr size_t kCopiesSize = 16384;
+static char mCopies[kCopiesSize + kScanOverread];
+static size_t mCopied = 0;
+static_assert(2 * kLongestItem <= kCopiesSize);
 
 static void Refill(size_t group) {
   mFilling = group;
@@ -291,96 +413,108 @@ static void Refill(size_t group) {
   mpEnd = mpNext + kGroupSize;
 }
 
-static void CountWaiting(const Waiting& waiting) {
-  ListItem& item =
-      CountKey(*waiting.list, waiting.info, waiting.key.padded(), waiting.hash, nullptr, waiting.ignore_case);
-  if (waiting.has_subkey) {
-    CountSubkey(item, waiting.info, waiting.subkey.padded(), waiting.subkey_hash, waiting.ignore_case);
-  }
-}
-
-// The record that a key of this hash will very likely be; null: a new one, or unknown.
-static const ListItem* Foresee(const List& list, uint32_t hash) {
-  if (list.slots == nullptr) {
-    return nullptr;
-  }
-  uint32_t i = hash >> list.spare_bits;
-  while (list.slots[i].item != nullptr && list.slots[i].hash != hash) {
-    i = (i + 1) & list.mask();
-  }
-  return list.slots[i].item;
-}
-
-// Always inline: a function that does nothing but send for memory is taken for one
-// that does nothing, and calls of it are left out.
-[[gnu::always_inline]] inline static void FetchItems(const Waiting* waiting, size_t length) {
-  for (const Waiting* const end = waiting + length; waiting != end; ++waiting) {
-    const ListItem* const item = Foresee(*waiting->list, waiting->hash);
-    if (item != nullptr) {
-      __builtin_prefetch(&item->count);
-      __builtin_prefetch(reinterpret_cast<const char*>(&item->count) + kCacheLine);
+static void FetchSlots(WaitingKey* keys, size_t count) {
+  for (WaitingKey* const end = keys + count; keys != end; ++keys) {
+    if (keys->list->attacked && !keys->is_subkey) {
+      keys->hash = SafeHash(keys->key(), keys->ignore_case);
     }
+    FetchSlot(*keys->list, keys->hash);
+  }
+}
+
+static void FetchItems(WaitingKey* keys, size_t count) {
+  for (WaitingKey* const end = keys + count; keys != end; ++keys) {
+    keys->item = keys->is_subkey ? nullptr : Foresee(*keys->list, keys->hash);
+    if (keys->item != nullptr) {
+      __builtin_prefetch(keys->item);
+      __builtin_prefetch(reinterpret_cast<const char*>(keys->item) + kCacheLine);
+    }
+  }
+}
+
+// A key whose record is not the one that was foreseen, or that is a sub-key of the record before.
+[[gnu::noinline]] static void CountOther(WaitingKey& key) {
+  if (key.is_subkey) {
+    CountSubkey(*(&key)[-1].item, key.info, key.key(), key.hash, key.ignore_case);
+  } else {
+    key.item = &CountKey(*key.list, key.info, key.key(), key.hash, nullptr, key.ignore_case);
+  }
+}
+
+static void CountGroup(WaitingKey* keys, size_t count) {
+  for (size_t i = 0; (i += mpKeyForm->count_known(keys + i, count - i)) < count; ++i) {
+    CountOther(keys[i]);
   }
 }
 
 // Counts the oldest group, which is the next to be filled.
 [[gnu::noinline]] static void TurnOver() {
-  mLengths[mFilling] = static_cast<size_t>(mpNext - mGroups[mFilling]);
   const size_t before = (mFilling + kGroups - 1) % kGroups;
   const size_t oldest = (mFilling + 1) % kGroups;
+  WaitingKey* const filled = mGroups[mFilling];
+  mLengths[mFilling] = static_cast<size_t>(mpNext - filled);
+  mpKeyForm->hash_all(filled, mLengths[mFilling], mSeed);
+  FetchSlots(filled, mLengths[mFilling]);
   FetchItems(mGroups[before], mLengths[before]);
-  const Waiting* const end = mGroups[oldest] + mLengths[oldest];
-  for (const Waiting* waiting = mGroups[oldest]; waiting != end; ++waiting) {
-    CountWaiting(*waiting);
-  }
+  CountGroup(mGroups[oldest], mLengths[oldest]);
   Refill(oldest);
 }
 
-// A key that cannot wait.
-[[gnu::noinline]] static void CountAtOnce(List& list, ListInfo* info, std::string_view key,
-                                          std::string_view subkey, bool ignore_case) {
-  add_item(list, info, key, subkey, nullptr, ignore_case);
+void ForgetForeseen() {
+  for (WaitingKey(&group)[kGroupSize] : mGroups) {
+    for (WaitingKey& key : group) {
+      key.item = nullptr;
+    }
+  }
 }
 
-void queue_item(List& list, ListInfo* info, std::string_view key, bool ignore_case) {
-  if (key.size() - 1 >= mLongestThatWaits) {  // or empty
-    CountAtOnce(list, info, key, {}, ignore_case);
-    return;
-  }
-  Waiting& waiting = *mpNext++;
-  waiting.list = &list;
-  waiting.info = info;
-  waiting.ignore_case = ignore_case;
-  waiting.has_subkey = false;
-  waiting.hash = TakeKey(waiting.key, key, ignore_case, mSeed);
-  FetchSlot(list, waiting.hash);
+static void Wait(List& list, ListInfo* info, std::string_view key, bool ignore_case, bool is_subkey) {
+  const size_t length = std::min(key.size(), mCountingLimits.item);
+  *mpNext++ = {key.data(), &list, info, nullptr, 0, static_cast<uint16_t>(length), ignore_case, is_subkey};
   if (mpNext == mpEnd) {
     TurnOver();
   }
 }
 
-void queue_item(List& list, ListInfo* info, std::string_view key, std::string_view subkey, bool ignore_case) {
-  if (subkey.empty()) {
-    queue_item(list, info, key, ignore_case);
-  } else if (key.size() - 1 >= mLongestThatWaits || subkey.size() > mLongestThatWaits) {
-    CountAtOnce(list, info, key, subkey, ignore_case);
-  } else {
-    Waiting& waiting = *mpNext;
-    waiting.subkey_hash = TakeKey(waiting.subkey, subkey, ignore_case, mSeed);
-    queue_item(list, info, key, ignore_case);
-    waiting.has_subkey = true;
+void queue_item(List& list, ListInfo* info, std::string_view key, bool ignore_case) {
+  if (!key.empty()) {
+    Wait(list, info, key, ignore_case, false);
   }
+}
+
+void queue_item(List& list, ListInfo* info, std::string_view key, std::string_view subkey, bool ignore_case) {
+  if (key.empty() || subkey.empty()) {
+    queue_item(list, info, key, ignore_case);
+    return;
+  }
+  if (mpNext + 1 == mpEnd) {
+    TurnOver();  // both wait in one group
+  }
+  Wait(list, info, key, ignore_case, false);
+  Wait(list, info, subkey, ignore_case, true);
+}
+
+void queue_copy(List& list, ListInfo* info, std::string_view key, bool ignore_case) {
+  key = key.substr(0, mCountingLimits.item);
+  if (mCopied + key.size() > kCopiesSize) {
+    count_queued();
+  }
+  char* const copy = mCopies + mCopied;
+  mCopied += key.copy(copy, key.size());
+  queue_item(list, info, {copy, key.size()}, ignore_case);
 }
 
 void count_queued() {
   for (size_t i = 0; i < kGroups; ++i) {
     TurnOver();
   }
+  mCopied = 0;
 }
 
 void forget_queued() {
   std::fill_n(mLengths, kGroups, 0);
   Refill(0);
+  mCopied = 0;
 }
 
 size_t list_length(const List& list) {
@@ -397,9 +531,10 @@ int64_t TotalList(const List& list) {
   return total;
 }
 
-static uint32_t TakeCut(LongPaddedKey& room, std::string_view key, bool ignore_case) {
-  const size_t length = key.copy(room.bytes, mCountingLimits.item);
-  return TakeKey(room, {room.bytes, length}, ignore_case, mSeed);
+// Of a key whose buffer may end with it.
+static uint32_t HashOf(std::string_view key, bool ignore_case) {
+  char room[kLongestItem + kScanOverread];
+  return mpKeyForm->hash({room, key.copy(room, key.size())}, ignore_case, mSeed);
 }
 
 void add_item(List& list, ListInfo* info, std::string_view key, std::string_view subkey, ListItem* parent,
@@ -408,12 +543,11 @@ void add_item(List& list, ListInfo* info, std::string_view key, std::string_view
   if (key.empty()) {
     return;
   }
-  LongPaddedKey room;
-  uint32_t hash = TakeCut(room, key, ignore_case);
-  ListItem& item = CountKey(list, info, room.padded(), hash, parent, ignore_case);
+  key = key.substr(0, mCountingLimits.item);
+  ListItem& item = CountKey(list, info, key, HashOf(key, ignore_case), parent, ignore_case);
   if (!subkey.empty()) {
-    hash = TakeCut(room, subkey, ignore_case);
-    CountSubkey(item, info, room.padded(), hash, ignore_case);
+    subkey = subkey.substr(0, mCountingLimits.item);
+    CountSubkey(item, info, subkey, HashOf(subkey, ignore_case), ignore_case);
   }
 }
 
@@ -525,18 +659,14 @@ ListItem* SortList(List& list, size_t shown) {
 
 // ---- Release ----
 
-static void Release(List& list) {
-  ListItem* item = list.first;
-  while (item != nullptr) {
+// Releases the list's records one by one; their room may be used again.
+static void ReleaseItems(List& list) {
+  for (ListItem* item = list.first; item != nullptr;) {
     ListItem* const gone = item;
     item = item->next;
-    if (List* const sublist = gone->sublist()) {
-      Release(*sublist);
-      free(sublist);
-    }
-    free(gone);
+    LeaveRoom(gone);
   }
-  free(list.slots);
+  FreeLines(list.lines);
 }
 
 size_t ReleaseItem(List& list, ListItem* item) {
@@ -545,16 +675,29 @@ size_t ReleaseItem(List& list, ListItem* item) {
   size_t released = 1;
   if (List* const sublist = item->sublist()) {
     released += sublist->length;
-    Release(*sublist);
+    ReleaseItems(*sublist);
     free(sublist);
   }
-  free(item);
+  LeaveRoom(item);
   return released;
+}
+
+// Releases all of a list but its records, and returns how many these are, sub-lists included.
+static size_t ReleaseIndexes(const List& list) {
+  size_t records = list.length;
+  for (ListItem* item = list.has_sublists ? list.first : nullptr; item != nullptr; item = item->next) {
+    if (List* const sublist = item->sublist()) {
+      records += ReleaseIndexes(*sublist);
+      free(sublist);
+    }
+  }
+  FreeLines(list.lines);
+  return records;
 }
 
 void destroy(List& list) {
   count_queued();
-  Release(list);
+  LeaveRooms(ReleaseIndexes(list));
   list = {};
 }
 

@@ -15,19 +15,22 @@
 struct List;
 struct ListInfo;
 
+// Names a record in 32 bits; 0: none.
+using ItemRef = uint32_t;
+
 // What one record counts as in the memory statistics, whatever it really takes.
 inline constexpr size_t kListItemSize = 256;
 
-// What finding a record reads stands beside the name.
+// A record. A few words and the key, close together: see item_store.h.
 struct ListItem {
-  ListItem* next;
-  int64_t rank;     // lower bound of count under which a reclaim has filed the record
   uint32_t hash;    // of the key; differs from run to run
   uint16_t length;  // at most kLongestItem
   uint8_t kind;     // what the list's classifier made of the key
   bool has_tail;    // a pointer to a sub-list follows the padded name
-  int64_t count;    // where figures are narrow, 32 bits of it count
-  char name[];      // the key, padded with NULs to a multiple of eight characters, at least one
+  ListItem* next;
+  int64_t rank;   // lower bound of count under which a reclaim has filed the record
+  int64_t count;  // where figures are narrow, 32 bits of it count
+  char name[];    // the key, padded with NULs to a multiple of eight characters, at least one
 
   std::string_view key() const { return {name, length}; }
   List* sublist() const { return has_tail ? *tail() : nullptr; }  // null when empty
@@ -48,19 +51,21 @@ inline List** ListItem::tail() const {
   return reinterpret_cast<List**>(const_cast<char*>(name) + PaddedKeySize(length));
 }
 
-struct IndexSlot;
+struct IndexLine;
 
 // One list, top-level or sub-list. Zero-initialised it is the empty list.
 struct List {
   ListItem* first;   // chain of all records, in no order that callers may rely on
-  IndexSlot* slots;  // open-addressing index by key; null while the list is short
+  IndexLine* lines;  // open-addressing index by key; null while the list is short
   uint32_t length;
-  uint8_t spare_bits;  // the index has a slot for each value of a hash without these, its lowest
+  uint8_t spare_bits;  // the index has a line for each value of a hash without these, its lowest
   uint8_t pivots;      // how many of the descriptor's pivots hold
   bool ignore_case;
+  bool has_sublists : 1;  // perhaps
+  bool attacked : 1;      // keys have collided as by chance they never do, and are hashed another way
 
-  uint32_t mask() const { return UINT32_MAX >> spare_bits; }  // of the index's places
-  size_t capacity() const { return slots == nullptr ? 0 : static_cast<size_t>(mask()) + 1; }
+  uint32_t mask() const { return UINT32_MAX >> spare_bits; }  // of the index's lines
+  size_t capacity() const;                                    // records that the index has places for
 };
 static_assert(sizeof(List) == 24);  // there may be one for each record
 
@@ -119,14 +124,17 @@ void add_item(List& list, ListInfo* info, std::string_view key, std::string_view
 
 // Counts as add_item does in a top-level list, but keys may wait in a short
 // queue: most of what a key costs is waiting for memory, and they wait together.
-// Keys above 255 characters do not wait, nor do those before them.
 // All are counted in the order of the calls, those of add_item included. The
 // functions below count what waits first, but for forget_queued; whoever reads a
 // record, a descriptor or the memory statistics by other ways calls count_queued
-// before. Key and sub-key are copied; their buffers must go on for kScanOverread
-// bytes of superlog/byte_scan.h beyond them.
+// before. Key and sub-key wait where they are: they must stay there, unchanged, until
+// count_queued is called, and their buffers go on for kScanOverread bytes of
+// superlog/byte_scan.h beyond them, which may change.
 void queue_item(List& list, ListInfo* info, std::string_view key, bool ignore_case);
 void queue_item(List& list, ListInfo* info, std::string_view key, std::string_view subkey, bool ignore_case);
+
+// The same for a key whose buffer is needed for something else.
+void queue_copy(List& list, ListInfo* info, std::string_view key, bool ignore_case);
 
 // Counts all that wait.
 void count_queued();
@@ -152,7 +160,8 @@ ListItem* KeyOrder(List& list);
 // is refused all are put in order.
 ListItem* SortList(List& list, size_t shown = SIZE_MAX);
 
-// Releases every record, sub-lists included; the memory statistics stay.
+// Releases every record, sub-lists included; the memory statistics stay. Their memory
+// is free again when no list holds a record any more.
 void destroy(List& list);
 
 // Takes all lists made so far out of gListInfo, so that no reclaim takes from

@@ -105,7 +105,9 @@ bool BeginAnalysis(Settings& settings, const Counting& counting, Analysis& analy
   mpLineRead = events.line_read;
   analysis.ReportStartTime = CurrentTime();
   SetRange(settings, analysis);
-  SuperLog_Init(settings, counting.limits, analysis.range_first, analysis.range_last, events.logs);
+  LogEvents logs = events.logs;
+  logs.texts_go = count_queued;
+  SuperLog_Init(settings, counting.limits, analysis.range_first, analysis.range_last, logs);
   if (!SuperLog_LogFilesFound()) {
     return false;
   }
@@ -200,6 +202,16 @@ static std::string_view Kept(const Rules& rules, std::string_view host) {
   return host.substr(0, rules.longest_item);
 }
 
+// A resolved name does not outlive its record.
+static void CountPartOfHost(CountedReport& report, const Visitor& visitor, std::string_view part) {
+  if (visitor.name == nullptr) {
+    CountItem(report, part, false);
+  } else {
+    queue_copy(report.list, report.info, part, false);
+    ++report.total;
+  }
+}
+
 static void CountDomain(const Rules& rules, Visitor& visitor, Analysis& analysis) {
   if (rules.dns == DnsMode::kDomainReportsOnly) {
     ResolveHost(visitor);
@@ -207,11 +219,11 @@ static void CountDomain(const Rules& rules, Visitor& visitor, Analysis& analysis
   if (rules.domains) {
     visitor.host =
         IPaddress(Kept(rules, visitor.host)) ? TruncateIP(visitor.host) : TruncateLSD(visitor.host);
-    CountItem(analysis.domains, visitor.host, false);
+    CountPartOfHost(analysis.domains, visitor, visitor.host);
   }
   if (rules.domain_types) {
     // deliberate: from the host as the domains report has shortened it
-    CountItem(analysis.domaintypes, checkIP(TruncateDomain(visitor.host, 1)), false);
+    CountPartOfHost(analysis.domaintypes, visitor, checkIP(TruncateDomain(visitor.host, 1)));
   }
 }
 

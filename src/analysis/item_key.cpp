@@ -47,11 +47,10 @@ static BlockProducts MultiplyPairs(BlockWords words) {
 #endif
 }
 
-static uint64_t TakeChunk(char* to, const char* from, const char* mask, bool fold, const KeySeed& seed) {
+static uint64_t HashChunk(const char* from, const char* mask, bool fold, const KeySeed& seed) {
   BlockProducts sum = {};
   for (size_t i = 0; i < kKeyChunk; i += sizeof(KeyBlock)) {
     const KeyBlock block = LoadBlock(from + i) & LoadBlock(mask + i);
-    StoreBlock(to + i, block);
     const KeyBlock folded = fold ? FoldBlock(block) : block;
     sum += MultiplyPairs(reinterpret_cast<BlockWords>(folded) +
                          reinterpret_cast<BlockWords>(LoadBlock(seed.chunk + i)));
@@ -59,15 +58,58 @@ static uint64_t TakeChunk(char* to, const char* from, const char* mask, bool fol
   return sum[0] + sum[1];
 }
 
-uint32_t TakeKeyPlainly(char* room, std::string_view key, bool fold, const KeySeed& seed) {
+static bool DifferInChunk(const char* a, const char* b, const char* mask) {
+  KeyBlock differ = {};
+  for (size_t i = 0; i < kKeyChunk; i += sizeof(KeyBlock)) {
+    differ |= (LoadBlock(a + i) ^ LoadBlock(b + i)) & LoadBlock(mask + i);
+  }
+  const auto words = reinterpret_cast<BlockProducts>(differ);
+  return (words[0] | words[1]) != 0;
+}
+
+static uint32_t HashPlainly(std::string_view key, bool fold, const KeySeed& seed) {
   uint64_t state = FirstState(key, seed);
   const char* from = key.data();
   size_t left = key.size();
-  for (; left >= kKeyChunk; left -= kKeyChunk, from += kKeyChunk, room += kKeyChunk) {
-    state = NextState(state, TakeChunk(room, from, kMasks.Leaving(kKeyChunk), fold, seed), seed);
+  for (; left > kKeyChunk; left -= kKeyChunk, from += kKeyChunk) {
+    state = NextState(state, HashChunk(from, kMasks.Leaving(kKeyChunk), fold, seed), seed);
   }
-  return LastState(NextState(state, TakeChunk(room, from, kMasks.Leaving(left), fold, seed), seed), seed);
+  return LastState(NextState(state, HashChunk(from, kMasks.Leaving(left), fold, seed), seed), seed);
 }
+
+static bool EqualPlainly(const char* a, const char* b, size_t length) {
+  bool differ = false;
+  for (; length > kKeyChunk; length -= kKeyChunk, a += kKeyChunk, b += kKeyChunk) {
+    differ |= DifferInChunk(a, b, kMasks.Leaving(kKeyChunk));
+  }
+  return !differ && !DifferInChunk(a, b, kMasks.Leaving(length));
+}
+
+static void HashAllPlainly(WaitingKey* keys, size_t count, const KeySeed& seed) {
+  for (const WaitingKey* const end = keys + count; keys != end; ++keys) {
+    keys->hash = HashPlainly(keys->key(), keys->ignore_case, seed);
+  }
+}
+
+static void Count(const WaitingKey& key) {
+  ++key.item->count;
+  ++key.info->kinds[key.item->kind];
+}
+
+static size_t CountKnownPlainly(const WaitingKey* keys, size_t count) {
+  size_t known = 0;
+  for (; known < count; ++known) {
+    const WaitingKey& key = keys[known];
+    if (key.item == nullptr || key.item->length != key.length ||
+        !EqualPlainly(key.item->name, key.text, key.length)) {
+      break;
+    }
+    Count(key);
+  }
+  return known;
+}
+
+const KeyForm kPlainForm = {HashPlainly, HashAllPlainly, CountKnownPlainly};
 
 // ---- Thirty-two bytes at a time ----
 
@@ -83,59 +125,95 @@ WIDE __m256i LoadWide(const char* from) {
 static constexpr signed char kToGreatest = SCHAR_MAX - 'Z';
 static constexpr signed char kBelowUpper = SCHAR_MAX - ('Z' - 'A' + 1);
 
-WIDE __m256i FoldWide(__m256i bytes) {
+WIDE __m256i FoldWide(__m256i bytes, __m256i case_bits) {
   const __m256i shifted = _mm256_add_epi8(bytes, _mm256_set1_epi8(kToGreatest));
   const __m256i upper = _mm256_cmpgt_epi8(shifted, _mm256_set1_epi8(kBelowUpper));
-  return _mm256_or_si256(bytes, _mm256_and_si256(upper, _mm256_set1_epi8(kCaseBit)));
+  return _mm256_or_si256(bytes, _mm256_and_si256(upper, case_bits));
 }
 
-template <bool kFold>
-WIDE __m256i TakeHalf(char* to, const char* from, const char* mask, const char* seed) {
+WIDE __m256i HashHalf(const char* from, const char* mask, __m256i case_bits, const char* seed) {
   const __m256i bytes = _mm256_and_si256(LoadWide(from), LoadWide(mask));
-  _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), bytes);
-  const __m256i words = _mm256_add_epi32(kFold ? FoldWide(bytes) : bytes, LoadWide(seed));
+  const __m256i words = _mm256_add_epi32(FoldWide(bytes, case_bits), LoadWide(seed));
   return _mm256_mul_epu32(words, _mm256_srli_epi64(words, 32));
 }
 
-template <bool kFold>
-WIDE uint64_t TakeChunkWide(char* to, const char* from, const char* mask, const KeySeed& seed) {
-  constexpr size_t kHalf = kKeyChunk / 2;
-  const __m256i low = TakeHalf<kFold>(to, from, mask, seed.chunk);
-  const __m256i high = TakeHalf<kFold>(to + kHalf, from + kHalf, mask + kHalf, seed.chunk + kHalf);
+static constexpr size_t kHalf = kKeyChunk / 2;
+
+WIDE uint64_t HashChunkWide(const char* from, const char* mask, __m256i case_bits, const KeySeed& seed) {
+  const __m256i low = HashHalf(from, mask, case_bits, seed.chunk);
+  const __m256i high = HashHalf(from + kHalf, mask + kHalf, case_bits, seed.chunk + kHalf);
   const __m256i four = _mm256_add_epi64(low, high);
   const __m128i two = _mm_add_epi64(_mm256_castsi256_si128(four), _mm256_extracti128_si256(four, 1));
   return static_cast<uint64_t>(_mm_cvtsi128_si64(two)) + static_cast<uint64_t>(_mm_extract_epi64(two, 1));
 }
 
-template <bool kFold>
-WIDE uint32_t TakeChunksWide(char* room, std::string_view key, const KeySeed& seed) {
+WIDE uint32_t HashChunksWide(std::string_view key, bool fold, const KeySeed& seed) {
+  // Which keys are folded is no turn that can be foreseen.
+  const __m256i case_bits = _mm256_set1_epi8(fold ? kCaseBit : 0);
   uint64_t state = FirstState(key, seed);
   const char* from = key.data();
   size_t left = key.size();
-  for (; left >= kKeyChunk; left -= kKeyChunk, from += kKeyChunk, room += kKeyChunk) {
-    state = NextState(state, TakeChunkWide<kFold>(room, from, kMasks.Leaving(kKeyChunk), seed), seed);
+  for (; left > kKeyChunk; left -= kKeyChunk, from += kKeyChunk) {
+    state = NextState(state, HashChunkWide(from, kMasks.Leaving(kKeyChunk), case_bits, seed), seed);
   }
-  return LastState(NextState(state, TakeChunkWide<kFold>(room, from, kMasks.Leaving(left), seed), seed),
-                   seed);
+  return LastState(NextState(state, HashChunkWide(from, kMasks.Leaving(left), case_bits, seed), seed), seed);
 }
 
-[[gnu::target("avx2")]] static uint32_t TakeKeyWide(char* room, std::string_view key, bool fold,
-                                                    const KeySeed& seed) {
-  return fold ? TakeChunksWide<true>(room, key, seed) : TakeChunksWide<false>(room, key, seed);
+WIDE __m256i DifferWide(const char* a, const char* b, const char* mask) {
+  return _mm256_and_si256(_mm256_xor_si256(LoadWide(a), LoadWide(b)), LoadWide(mask));
+}
+
+WIDE bool EqualWide(const char* a, const char* b, size_t length) {
+  __m256i differ = _mm256_setzero_si256();
+  for (; length > kKeyChunk; length -= kKeyChunk, a += kKeyChunk, b += kKeyChunk) {
+    const __m256i low = _mm256_xor_si256(LoadWide(a), LoadWide(b));
+    differ = _mm256_or_si256(differ, low);
+    differ = _mm256_or_si256(differ, _mm256_xor_si256(LoadWide(a + kHalf), LoadWide(b + kHalf)));
+  }
+  const char* const mask = kMasks.Leaving(length);
+  differ = _mm256_or_si256(differ, DifferWide(a, b, mask));
+  differ = _mm256_or_si256(differ, DifferWide(a + kHalf, b + kHalf, mask + kHalf));
+  return _mm256_testz_si256(differ, differ) != 0;
+}
+
+[[gnu::target("avx2")]] static uint32_t HashWide(std::string_view key, bool fold, const KeySeed& seed) {
+  return HashChunksWide(key, fold, seed);
+}
+
+[[gnu::target("avx2")]] static void HashAllWide(WaitingKey* keys, size_t count, const KeySeed& seed) {
+  for (const WaitingKey* const end = keys + count; keys != end; ++keys) {
+    keys->hash = HashChunksWide(keys->key(), keys->ignore_case, seed);
+  }
+}
+
+[[gnu::target("avx2")]] static size_t CountKnownWide(const WaitingKey* keys, size_t count) {
+  size_t known = 0;
+  for (; known < count; ++known) {
+    const WaitingKey& key = keys[known];
+    if (key.item == nullptr || key.item->length != key.length ||
+        !EqualWide(key.item->name, key.text, key.length)) {
+      break;
+    }
+    Count(key);
+  }
+  return known;
 }
 
 #undef WIDE
 
-static TakeKeyForm ChooseForm() noexcept {
-  return __builtin_cpu_supports("avx2") ? TakeKeyWide : TakeKeyPlainly;
+static const KeyForm kWideForm = {HashWide, HashAllWide, CountKnownWide};
+
+static const KeyForm& ChooseForm() noexcept {
+  return __builtin_cpu_supports("avx2") ? kWideForm : kPlainForm;
 }
 
 #else
 
-static TakeKeyForm ChooseForm() noexcept {
-  return TakeKeyPlainly;
+static const KeyForm& ChooseForm() noexcept {
+  return kPlainForm;
 }
 
 #endif
 
-const TakeKeyForm mpTakeKey = ChooseForm();
+const KeyForm& mKeyFormHere = ChooseForm();
+const KeyForm* mpKeyForm = &mKeyFormHere;

@@ -15,31 +15,25 @@
 #include "base/text.h"
 #include "superlog/byte_scan.h"
 
-// A key to look for is padded with NULs up to a whole chunk beyond it. Nearly all
-// keys are one chunk: what treats a chunk without asking for the length is
-// faster than loops whose turns the processor cannot foresee.
+// Nearly all keys fit into one chunk: what treats a chunk without asking for the
+// length is faster than loops whose turns the processor cannot foresee.
 inline constexpr size_t kKeyChunk = 64;
 static_assert(kKeyChunk <= kScanOverread);
-struct PaddedText {
-  const char* bytes;
-  size_t length;
 
-  std::string_view text() const { return {bytes, length}; }
+// A key that waits to be counted, where it lies.
+struct WaitingKey {
+  const char* text;  // goes on for kScanOverread bytes beyond it
+  List* list;
+  ListInfo* info;
+  ListItem* item;  // the record that it will very likely be counted in; null: a new one, or unknown
+  uint32_t hash;
+  uint16_t length;
+  bool ignore_case;
+  bool is_subkey;  // of the key before it
+
+  std::string_view key() const { return {text, length}; }
 };
-
-template <size_t kLongest>
-struct alignas(kKeyChunk) KeyRoom {
-  char bytes[(kLongest / kKeyChunk + 1) * kKeyChunk];
-  size_t length;
-
-  PaddedText padded() const { return {bytes, length}; }
-};
-
-// Those that wait have little room each, so that all of them stay in the fastest cache.
-inline constexpr size_t kWaitingKeyMax = 255;
-using PaddedKey = KeyRoom<kWaitingKeyMax>;
-using LongPaddedKey = KeyRoom<kLongestItem>;
-static_assert(kTextMax <= kWaitingKeyMax);
+static_assert(sizeof(WaitingKey) == 40);  // so that all of them stay in the fastest cache
 
 // Keeps people from choosing keys that collide; no result depends on it.
 struct KeySeed {
@@ -60,11 +54,6 @@ inline KeyBlock LoadBlock(const char* bytes) {
   return block;
 }
 
-// By the builtin: in a hardened build, memcpy calls a function that checks the room for each block.
-inline void StoreBlock(char* bytes, KeyBlock block) {
-  __builtin_memcpy(bytes, &block, sizeof block);
-}
-
 inline uint64_t LoadWord(const char* bytes) {
   uint64_t word = 0;
   memcpy(&word, bytes, sizeof word);
@@ -82,46 +71,22 @@ inline uint64_t FoldWord(uint64_t word) {
   return word | upper >> 2;  // 0x80 becomes 0x20, the case bit
 }
 
-// Takes over a key: copies it to a room, padded, and returns its hash. The key's buffer
-// must go on for kScanOverread bytes beyond it, and may be the room.
-using TakeKeyForm = uint32_t (*)(char* room, std::string_view key, bool fold, const KeySeed& seed);
+// What is done with many keys, in one form for any processor and in one for those with
+// wider registers; both give the same. Keys, and names of records, are read up to the end
+// of their last chunk.
+struct KeyForm {
+  uint32_t (*hash)(std::string_view key, bool fold, const KeySeed& seed);
+  void (*hash_all)(WaitingKey* keys, size_t count, const KeySeed& seed);
+  // Counts keys in their records, up to the first that has none or one of another key; letters of the other
+  // case count as others. Returns how many.
+  size_t (*count_known)(const WaitingKey* keys, size_t count);
+};
+extern const KeyForm kPlainForm;
+extern const KeyForm& mKeyFormHere;  // of this processor
+extern const KeyForm* mpKeyForm;     // the one in use: that one, unless a test puts another in
 
-// The form for any processor, and the one for this one; both give the same.
-uint32_t TakeKeyPlainly(char* room, std::string_view key, bool fold, const KeySeed& seed);
-extern const TakeKeyForm mpTakeKey;
-
-template <size_t kLongest>
-inline uint32_t TakeKey(KeyRoom<kLongest>& room, std::string_view key, bool fold, const KeySeed& seed) {
-  room.length = key.size();
-  return mpTakeKey(room.bytes, key, fold, seed);
-}
-
-// Of a key, its blocks and then its last words with their padding, which a record
-// has, too: the one behind the last whole block, and the one behind that where the
-// key goes on.
-inline bool EqualExactly(const ListItem& item, PaddedText key) {
-  const size_t whole = key.length / kKeyBlock * kKeyBlock;
-  const size_t last = whole + key.length % kKeyBlock / kKeyWord * kKeyWord;
-  KeyBlock differ = {};
-  for (size_t i = 0; i < whole; i += kKeyBlock) {
-    differ |= LoadBlock(item.name + i) ^ LoadBlock(key.bytes + i);
-  }
-  const auto words = reinterpret_cast<BlockProducts>(differ);
-  return (words[0] | words[1] | (LoadWord(item.name + whole) ^ LoadWord(key.bytes + whole)) |
-          (LoadWord(item.name + last) ^ LoadWord(key.bytes + last))) == 0;
-}
-
-inline bool EqualFolded(const ListItem& item, PaddedText key) {
-  for (size_t i = 0; i < key.length; i += kKeyWord) {
-    if (FoldWord(LoadWord(item.name + i)) != FoldWord(LoadWord(key.bytes + i))) {
-      return false;
-    }
-  }
-  return true;
-}
-
-inline bool SameKey(const ListItem& item, PaddedText key, bool fold) {
-  return item.length == key.length && (EqualExactly(item, key) || (fold && EqualFolded(item, key)));
+inline bool SameKey(const ListItem& item, std::string_view key, bool fold) {
+  return item.length == key.size() && (item.key() == key || (fold && EqualIgnoreCase(item.key(), key)));
 }
 
 inline uint64_t BigEndian(uint64_t word) {

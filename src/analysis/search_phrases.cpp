@@ -6,7 +6,6 @@
 #include "base/limits.h"
 #include "base/text.h"
 #include "base/url_decode.h"
-#include "superlog/byte_scan.h"
 
 // No phrase needs more encoded text: an escape takes three characters.
 static constexpr size_t kEncodedPhraseMax = 3 * kLongestItem;
@@ -43,11 +42,11 @@ bool parseQuery(char* text, const char* name) {
 }
 
 static void CountPhrase(SearchEngine& engine, std::string_view encoded) {
-  char phrase[kEncodedPhraseMax + 1 + kScanOverread];
+  char phrase[kEncodedPhraseMax + 1];
   CopyText(phrase, kEncodedPhraseMax + 1, encoded);
   const size_t length = decode(phrase);
   // deliberate: phrases that differ in case are different, whatever search_casesensitive says
-  queue_item(engine.phrases, engine.phrases_info, {phrase, length}, false);
+  queue_copy(engine.phrases, engine.phrases_info, {phrase, length}, false);
 }
 
 // Counts the phrase that one of the domain's variables holds; false when none is in the query.

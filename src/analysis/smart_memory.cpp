@@ -6,6 +6,7 @@
 
 #include "analysis/counting_table.h"
 #include "analysis/item_key.h"
+#include "analysis/item_store.h"
 #include "analysis/smart_memory_internal.h"
 #include "superlog/byte_scan.h"
 
@@ -16,6 +17,7 @@ int64_t gSM_TotalBytesFreed = 0;
 
 void* (*mpAllocate)(size_t size) = malloc;
 void* (*mpAllocateZeroed)(size_t count, size_t size) = calloc;
+void* (*mpTakeRoom)(size_t size) = TakeRoom;
 
 static constexpr int32_t kDefaultKeepEntries = 100;
 static constexpr int32_t kDefaultReclaimSize = 1000;
@@ -53,6 +55,7 @@ void ResetSmartMemory() {
   mMaxBytesToAllocate = 0;
   mpAllocate = malloc;
   mpAllocateZeroed = calloc;
+  mpTakeRoom = TakeRoom;
 }
 
 // ---- Order of a reclaim ----
@@ -294,6 +297,7 @@ static ListInfo* ChooseVictim(ListInfo* last) {
 }
 
 int64_t smart_free(const ListItem* spared) {
+  ForgetForeseen();
   Reclaim reclaim = {spared, KilobytesToBytes(mReclaimSize), 0};
   ListInfo* victim = nullptr;
   do {
@@ -318,15 +322,15 @@ bool ReclaimAfterRefusal(const ListItem* spared) {
 
 void* smart_alloc(size_t size, ListInfo& info, const ListItem* parent) {
   if (!mSmartMemoryEnabled) {
-    return mpAllocate(size);
+    return mpTakeRoom(size);
   }
   void* block = nullptr;
   if (mMaxBytesToAllocate == 0 || gSM_CurrentBytesAllocated < mMaxBytesToAllocate) {
-    block = mpAllocate(size);
+    block = mpTakeRoom(size);
   }
   if (block == nullptr) {
     // whatever the budget: one allocation follows each reclaim
-    block = TryWithReclaims(parent, [&] { return mpAllocate(size); });
+    block = TryWithReclaims(parent, [&] { return mpTakeRoom(size); });
   }
   if (block != nullptr) {
     info.entries += parent == nullptr ? 1 : 0;

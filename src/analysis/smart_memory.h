@@ -26,7 +26,7 @@ extern int64_t gSM_TotalBytesFreed;
 // figures are narrow.
 void smart_memory_init(const Settings& settings);
 
-// A block of size bytes for an item record of info's table, to hang under parent
+// Room of size bytes for an item record of info's table, to hang under parent
 // (null for a top-level record, which is counted in info.entries). Counts as 256
 // bytes. Null when memory is refused even after reclaims, until one frees nothing.
 // With smart memory disabled a plain allocation that nothing counts.

@@ -22,6 +22,7 @@ inline void WrapCount(ListItem& item) {
 // put allocators in that refuse.
 extern void* (*mpAllocate)(size_t size);
 extern void* (*mpAllocateZeroed)(size_t count, size_t size);
+extern void* (*mpTakeRoom)(size_t size);  // for records, from item_store.h
 
 // Figures, settings and allocators as at the start of the process.
 void ResetSmartMemory();
@@ -55,6 +56,9 @@ auto TryWithReclaims(const ListItem* spared, const Try& try_again) -> decltype(t
   }
   return {};
 }
+
+// Forgets which records the keys that wait have been found to be: some are about to go.
+void ForgetForeseen();
 
 // Sends for the memory that finding a key of this hash will read first.
 void FetchSlot(const List& list, uint32_t hash);

@@ -15,7 +15,7 @@ struct Limits {
   size_t request;     // of a request line, before its URL is taken from it
   bool wide_figures;  // counts, sizes and times have 64 bits; else they wrap at 32
   int64_t ranked;     // deliberate quirk: greater counts are displayed behind all others
-  bool ff_ends_line;  // deliberate quirk: so does a byte 0xFF that is not a line's first
+  bool ff_ends_line;  // deliberate quirk: a byte 0xFF does, unless it is the line's first
   bool escapes;  // a double quote behind a backslash is a character of its field, and a user may hold blanks
   bool layouts;  // logs are also told by the layouts that are known by name
 };

@@ -6,7 +6,6 @@
 
 #include "dates/clock.h"
 #include "dates/days.h"
-#include "output/moments.h"
 
 template <size_t N>
 static void JoinDate(char (&date)[N], const char* month, const char* day, int year) {
@@ -134,7 +133,7 @@ Error CompleteSettings(Settings& s) {
   if (s.title[0] == '\0') {
     CopyText(s.title, "Web Site Analysis");
   }
-  if (s.url[0] == '\0') {
+  if (s.url[0] == '\0' && !s.rules.nameless_site) {
     return kErrorNoUrl;
   }
   if (s.logs[0] == '\0') {

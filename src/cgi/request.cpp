@@ -8,6 +8,7 @@
 #include "base/url_decode.h"
 #include "cgi/form.h"
 #include "report/asked_fields.h"
+#include "report/refusal_log.h"
 
 bool IsCommandLineRun(const Environment& env) {
   return env.QUERY_STRING[0] == '\0' && env.REQUEST_METHOD[0] == '\0';
@@ -117,6 +118,18 @@ bool ReadParameters(int argc, char* const* argv, std::FILE* stream, const Enviro
     CompareParam(argv[i], settings, source, kLevelForm);
   }
   return true;
+}
+
+// Room for every name that there is.
+static constexpr size_t kNamesSize = 1024;
+
+void LogIgnoredNames(const Environment& env, const Settings& settings) {
+  if (settings.ignored.none()) {
+    return;
+  }
+  char names[kNamesSize];
+  ListNames(settings.ignored, names, sizeof names);
+  LogRequest(env, settings, "the form may not set", names);
 }
 
 void MakeNice(const Settings& settings) {

@@ -41,6 +41,9 @@ bool IsFetched(const Environment& env);
 // not: addresses are kept in logs and histories.
 Error ReadQuery(const char* query, ParamSource form, Settings& settings);
 
+// Tells the error log which known names the form could not set, when there are any.
+void LogIgnoredNames(const Environment& env, const Settings& settings);
+
 // Lowers the process priority by settings.priority when that lies in 1 to 19,
 // and else leaves it alone.
 void MakeNice(const Settings& settings);

@@ -89,6 +89,7 @@ struct RunRules {
   bool real_days;         // the first day must be named, and each must be one of the calendar
   bool own_links_only;    // no link that somebody else may have put there leads to a file that is written
   bool whole_site;        // a request without a path is for the whole site
+  bool nameless_site;     // an account need not tell the address of its site: then nothing leads there
   bool forgets_unopened;  // logs that could not be opened are tried again by the next run
 };
 

@@ -257,6 +257,23 @@ bool TimeToLocal(time_t when, tm& parts) {
   return CallLocaltime(when, parts);
 }
 
+bool CompleteInLastHour(tm& parts, time_t& when) {
+  if (mHeldOffset != mLocalHour.offset || !IsInLocalHour(parts)) {
+    return false;
+  }
+  const int minute = parts.tm_min;
+  const int second = parts.tm_sec;
+  const int64_t sum = mLocalHour.when + minute * kMinute + second;
+  if (!IsRemembered(sum)) {
+    return false;
+  }
+  when = sum;
+  parts = mLocalHour.start;
+  parts.tm_min = minute;
+  parts.tm_sec = second;
+  return true;
+}
+
 void ResetLocalTime() {
   errno = 0;
   tzset();

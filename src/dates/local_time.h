@@ -28,6 +28,10 @@ time_t LocalToTime(const tm& parts);
 // be represented.
 bool TimeToLocal(time_t when, tm& parts);
 
+// Both at once, for parts that lie in the local hour of the time that TimeToLocal met last: does what
+// LocalToTime and, with its result, TimeToLocal would do. False, and nothing changed, for any others.
+bool CompleteInLastHour(tm& parts, time_t& when);
+
 // Forgets what is remembered and takes TZ anew; call at the start and after
 // every change of TZ.
 void ResetLocalTime();

@@ -12,10 +12,10 @@
 #include <new>
 
 #include "base/memory_end.h"
+#include "dates/clock.h"
 #include "index/index_file.h"
 #include "index/index_page.h"
 #include "index/report_folder.h"
-#include "output/moments.h"
 
 enum ExitStatus { kDone = 0, kFailed = 2 };
 

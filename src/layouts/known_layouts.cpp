@@ -119,7 +119,7 @@ const KnownLayout* FindLayout(std::string_view name) {
   return nullptr;
 }
 
-void MakeLayout(const KnownLayout& known, LineLayout& layout) {
+void MakeLayout(const KnownLayout& known, Layout& layout) {
   layout.name = known.name;
   layout.kind = known.kind;
   layout.wrapper = Wrapper::kNone;
@@ -131,7 +131,7 @@ void MakeLayout(const KnownLayout& known, LineLayout& layout) {
   }
 }
 
-bool MakeLayoutOfWords(std::string_view words, LineLayout& layout) {
+bool MakeLayoutOfWords(std::string_view words, Layout& layout) {
   layout.name = "words of a server";
   layout.kind = LineKind::kPattern;
   layout.wrapper = Wrapper::kNone;
@@ -143,7 +143,7 @@ bool MakeLayoutOfWords(std::string_view words, LineLayout& layout) {
   return true;
 }
 
-bool MakeLayoutOfNames(std::string_view names, bool tabs, LineLayout& layout) {
+bool MakeLayoutOfNames(std::string_view names, bool tabs, Layout& layout) {
   layout.name = "w3c";
   layout.kind = LineKind::kPattern;
   layout.wrapper = Wrapper::kNone;

@@ -4,7 +4,7 @@
 #include <span>
 #include <string_view>
 
-#include "layouts/line_layout.h"
+#include "layouts/layout.h"
 
 struct KnownLayout {
   std::string_view name;   // by which it is asked for
@@ -23,11 +23,11 @@ std::span<const KnownLayout> KnownLayouts();
 const KnownLayout* FindLayout(std::string_view name);
 
 // Makes it ready to split lines with.
-void MakeLayout(const KnownLayout& known, LineLayout& layout);
+void MakeLayout(const KnownLayout& known, Layout& layout);
 
 // Makes a layout of the words of a server; false when they are none.
-bool MakeLayoutOfWords(std::string_view words, LineLayout& layout);
+bool MakeLayoutOfWords(std::string_view words, Layout& layout);
 
 // Makes a layout of the names in a "#Fields:" line, which are between blanks or tabs; those of the line's
 // fields are between tabs where a line of them holds one. False when they do not tell time and URL.
-bool MakeLayoutOfNames(std::string_view names, bool tabs, LineLayout& layout);
+bool MakeLayoutOfNames(std::string_view names, bool tabs, Layout& layout);

@@ -11,8 +11,8 @@ bool HoldsTime(const LineFields& fields) {
              .form != MomentForm::kNone;
 }
 
-std::span<const LineLayout> ReadyLayouts() {
-  static std::array<LineLayout, kMostKnownLayouts> layouts;
+std::span<const Layout> ReadyLayouts() {
+  static std::array<Layout, kMostKnownLayouts> layouts;
   static size_t count = 0;
   if (count == 0) {
     for (const KnownLayout& known : KnownLayouts()) {
@@ -43,19 +43,19 @@ static bool TakeLine(std::string_view& text, std::string_view& line) {
 }
 
 // Whether fixed texts and fields are where the layout has them, whatever number status and size are.
-static bool HasShape(const LineLayout& layout, std::string_view line) {
+static bool HasShape(const Layout& layout, std::string_view line) {
   LineFields fields = {};
   size_t fits;
   return layout.kind == LineKind::kPattern && SplitByPattern(layout.pattern, line, fields, fits) &&
          HoldsTime(fields) && fields[Field::kStatus].find(' ') == std::string_view::npos;
 }
 
-static bool Explains(const LineLayout& layout, std::string_view line, SplitRoom& room) {
+static bool Explains(const Layout& layout, std::string_view line, SplitRoom& room) {
   LineFields fields = {};
   return SplitBareLine(layout, line, room, fields) && HoldsTime(fields);
 }
 
-static Evidence Weigh(const LineLayout& layout, Wrapper wrapper, std::string_view text, SplitRoom& room) {
+static Evidence Weigh(const Layout& layout, Wrapper wrapper, std::string_view text, SplitRoom& room) {
   Evidence evidence = {1, 1};  // of the line that is explained already
   std::string_view line;
   for (size_t lines = 1; lines < kMostSampleLines && TakeLine(text, line);) {
@@ -76,11 +76,11 @@ static std::string_view WholeLines(std::string_view text) {
 }
 
 // The best of the layouts for lines that are wrapped so; null when none explains the line.
-static const LineLayout* FindBest(Wrapper wrapper, std::string_view line, std::string_view ahead,
-                                  SplitRoom& room) {
-  const LineLayout* best = nullptr;
+static const Layout* FindBest(Wrapper wrapper, std::string_view line, std::string_view ahead,
+                              SplitRoom& room) {
+  const Layout* best = nullptr;
   size_t most = 0;
-  for (const LineLayout& layout : ReadyLayouts()) {
+  for (const Layout& layout : ReadyLayouts()) {
     const std::string_view bare = Unwrap(wrapper, line, room.unwrapped);
     if (!Explains(layout, bare, room)) {
       continue;
@@ -94,7 +94,7 @@ static const LineLayout* FindBest(Wrapper wrapper, std::string_view line, std::s
   return best;
 }
 
-bool RecogniseLayout(std::string_view line, std::string_view ahead, SplitRoom& room, LineLayout& layout) {
+bool RecogniseLayout(std::string_view line, std::string_view ahead, SplitRoom& room, Layout& layout) {
   ahead = WholeLines(ahead);
   // What is around a line tells more than what it could be with it.
   for (const Wrapper wrapper :
@@ -102,7 +102,7 @@ bool RecogniseLayout(std::string_view line, std::string_view ahead, SplitRoom& r
     if (Unwrap(wrapper, line, room.unwrapped).data() == nullptr) {
       continue;
     }
-    if (const LineLayout* const best = FindBest(wrapper, line, ahead, room)) {
+    if (const Layout* const best = FindBest(wrapper, line, ahead, room)) {
       layout = *best;
       layout.wrapper = wrapper;
       return true;
@@ -115,7 +115,7 @@ NearMiss FindNearMiss(std::string_view line, SplitRoom& room) {
   NearMiss nearest;
   for (int wrapper = 0; wrapper < kWrapperCount; ++wrapper) {
     const std::string_view inner = Unwrap(static_cast<Wrapper>(wrapper), line, room.unwrapped);
-    for (const LineLayout& layout : ReadyLayouts()) {
+    for (const Layout& layout : ReadyLayouts()) {
       LineFields fields = {};
       size_t fits = 0;
       if (inner.data() != nullptr && layout.kind == LineKind::kPattern) {

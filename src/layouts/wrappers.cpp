@@ -68,6 +68,11 @@ static std::string_view UnwrapSyslog(std::string_view line) {
   return rest.data() == nullptr ? rest : SkipProgram(SkipWord(rest));
 }
 
+// Whether a container runtime has written the word, which tells where the line came from.
+static bool IsOfRuntime(std::string_view word) {
+  return word.starts_with("std") && (word.substr(3) == "out" || word.substr(3) == "err");
+}
+
 static std::string_view UnwrapIsoHead(std::string_view line) {
   const std::string_view text = SkipPriority(line);
   const std::string_view time = WordOf(text);
@@ -75,8 +80,7 @@ static std::string_view UnwrapIsoHead(std::string_view line) {
     return {};
   }
   const std::string_view rest = SkipWord(text);
-  const bool runtime = rest.starts_with("stdout ") || rest.starts_with("stderr ");
-  return runtime ? SkipWord(SkipWord(rest)) : SkipProgram(SkipWord(rest));
+  return IsOfRuntime(WordOf(rest)) ? SkipWord(SkipWord(rest)) : SkipProgram(SkipWord(rest));
 }
 
 static std::string_view UnwrapMessage(std::string_view line, Unwrapped& room) {

@@ -155,10 +155,3 @@ void DrawSpark(Sink& sink, std::span<const int64_t> counts) {
   }
   DrawSteps(sink, {sums.data(), length});
 }
-
-void DrawSparkOfDays(Sink& sink, const Analysis& analysis) {
-  const DayBars days = CollectDays(analysis, kMostSteps);
-  std::array<int64_t, kMostDayBars> counts{};
-  std::ranges::transform(days.All(), counts.begin(), &Bar::count);
-  DrawSteps(sink, {counts.data(), days.length});
-}

@@ -48,6 +48,3 @@ void DrawHoursOfWeek(Sink& sink, const Analysis& analysis);
 // class="spark"> with a step for each count (next to each other summed when there are more than 60).
 void DrawShare(Sink& sink, double share);
 void DrawSpark(Sink& sink, std::span<const int64_t> counts);
-
-// A spark of the days of the range.
-void DrawSparkOfDays(Sink& sink, const Analysis& analysis);

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 
+#include "dates/clock.h"
 #include "output/escape.h"
 #include "output/links.h"
 #include "output/moments.h"

@@ -1,9 +1,6 @@
 #include "output/moments.h"
 
-#include <algorithm>
-#include <charconv>
 #include <cstdlib>
-#include <string_view>
 
 #include "dates/local_time.h"
 
@@ -59,15 +56,4 @@ const char* ZoneName(time_t when) {
   }
   const char* const abbreviation = LocalParts(when).tm_zone;
   return abbreviation == nullptr ? "" : abbreviation;
-}
-
-time_t MomentMade(time_t made) {
-  const char* const epoch = getenv("SOURCE_DATE_EPOCH");
-  if (epoch == nullptr) {
-    return made;
-  }
-  const std::string_view text = epoch;
-  time_t moment = 0;
-  const auto [end, failure] = std::from_chars(text.data(), text.data() + text.size(), moment);
-  return failure == std::errc() && end == text.data() + text.size() ? moment : made;
 }

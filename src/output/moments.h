@@ -18,7 +18,3 @@ void PutClock(Sink& sink, time_t when);
 // The name of the local zone: that of TZ, or else the abbreviation that holds at the
 // time. Good until the zone changes; escaped like any other text.
 const char* ZoneName(time_t when);
-
-// When a report says that it was made: the seconds in SOURCE_DATE_EPOCH, so that
-// the same logs give the same bytes again, or else made.
-time_t MomentMade(time_t made);

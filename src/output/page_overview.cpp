@@ -1,5 +1,6 @@
 #include "output/page_overview.h"
 
+#include "dates/clock.h"
 #include "dates/days.h"
 #include "output/escape.h"
 #include "output/moments.h"

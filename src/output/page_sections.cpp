@@ -311,12 +311,21 @@ static void PutTimes(Sink& sink, const Settings& settings, const Section& sectio
 // ---- All of them ---------------------------------------------------------------------
 
 // A reader wants to know first when the requests came.
-static constexpr SectionId kPageOrder[] = {
+constexpr SectionId kPageOrder[kSectionCount] = {
     SectionId::kDays,    SectionId::kWeekdays, SectionId::kHours,        SectionId::kHoursOfWeek,
     SectionId::kUrls,    SectionId::kBadUrls,  SectionId::kBadReferrers, SectionId::kReferrers,
     SectionId::kPhrases, SectionId::kBrowsers, SectionId::kDomains,      SectionId::kDomainTypes,
 };
-static_assert(std::size(kPageOrder) == kSectionCount);
+
+static consteval bool HasEachOnce() {
+  for (size_t id = 0; id < kSectionCount; ++id) {
+    if (std::ranges::count(kPageOrder, static_cast<SectionId>(id)) != 1) {
+      return false;
+    }
+  }
+  return true;
+}
+static_assert(HasEachOnce());
 
 // Ranked rows change the analysis, whose tables they put in order; the others take it as it is.
 template <auto kPut>

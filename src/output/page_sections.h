@@ -4,6 +4,10 @@
 #include "analysis/analysis.h"
 #include "cgi/settings.h"
 #include "output/sink.h"
+#include "sections/section_list.h"
+
+// All sections as they stand on a page, and in the form that asks for one.
+extern const SectionId kPageOrder[kSectionCount];
 
 // Rows of a section on a page, unless the request says how many.
 inline constexpr int64_t kMostRows = 1000;

@@ -8,6 +8,7 @@
 #include "output/escape.h"
 #include "output/form_fields.h"
 #include "output/page_frame.h"
+#include "output/page_sections.h"
 #include "output/words.h"
 #include "report/answer_head.h"
 #include "report/site.h"
@@ -50,22 +51,9 @@ static void SuggestDays(Settings& settings) {
   }
 }
 
-static void SwitchOn(const Section& section, Settings& settings) {
-  (section.report != nullptr ? (settings.*section.report).on : settings.*section.on) = 1;
-}
-
-static void SuggestSections(Settings& settings) {
-  const auto asked = [&settings](const Section& section) { return IsOn(section, settings); };
-  if (std::none_of(std::begin(kSections), std::end(kSections), asked)) {
-    std::for_each(std::begin(kSections), std::end(kSections),
-                  [&settings](const Section& section) { SwitchOn(section, settings); });
-    settings.badurl_referrers = 1;
-  }
-}
-
 static Settings WithSuggestions(Settings settings) {
   SuggestDays(settings);
-  SuggestSections(settings);
+  TakeAllSectionsForNone(settings);
   if (settings.find_form[0] == '\0') {
     CopyText(settings.find_form, "/");
     settings.subdirs = 1;
@@ -201,7 +189,8 @@ static void PutSectionChoice(Sink& sink, const FormField& field, const Settings&
   PutNames(sink, field);
   Put(sink, ">");
   PutChoice(sink, "", "All, in one list", known);
-  for (const Section& section : kSections) {
+  for (const SectionId id : kPageOrder) {
+    const Section& section = SectionOf(id);
     const bool chosen = EqualIgnoreCase(section.parameter, value);
     PutChoice(sink, section.parameter, WordsOf(section).title.text(), chosen);
     known = known || chosen;
@@ -313,8 +302,8 @@ static void PutSectionTable(Sink& sink, const Settings& settings) {
       "At least: the smallest count that is shown.</small>\n"
       "<table><thead><tr><th scope=\"col\">Section</th><th scope=\"col\">Top</th>"
       "<th scope=\"col\">At least</th></tr></thead>\n<tbody>\n");
-  for (const Section& section : kSections) {
-    PutSectionRow(sink, section, settings);
+  for (const SectionId id : kPageOrder) {
+    PutSectionRow(sink, SectionOf(id), settings);
   }
   Put(sink, "</tbody></table>\n</fieldset>\n");
 }

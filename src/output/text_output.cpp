@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "dates/clock.h"
 #include "output/escape.h"
 #include "output/moments.h"
 #include "output/refusal_line.h"
@@ -153,8 +154,10 @@ static void PutHead(Paper& paper, const Settings& settings, const Analysis& anal
   PutPlain(paper.sink, overview.title, paper.terminal.width);
   PutColour(paper, kNormal);
   Put(paper.sink, "\n");
-  PutPlain(paper.sink, overview.url, paper.terminal.width);
-  Put(paper.sink, "\n");
+  if (overview.url[0] != '\0') {
+    PutPlain(paper.sink, overview.url, paper.terminal.width);
+    Put(paper.sink, "\n");
+  }
   PutDays(paper, analysis, MomentMade(overview.made));
   Put(paper.sink, "\n");
   PutTotal(paper, "Requests", overview.requests);

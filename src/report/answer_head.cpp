@@ -16,6 +16,9 @@ void PrintAnswerHead(const Environment& env, const AnswerHead& head) {
   if (head.allowed != nullptr) {
     printf("Allow: %s\n", head.allowed);
   }
+  if (head.challenge != nullptr) {
+    printf("WWW-Authenticate: %s\n", head.challenge);
+  }
   if (head.retry_after > 0) {
     printf("Retry-After: %d\n", head.retry_after);
   }

@@ -15,6 +15,7 @@ struct AnswerHead {
   const char* policy = nullptr;       // Content-Security-Policy; null: that of the classic page
   const char* disposition = nullptr;  // what a browser does with it, and its name there; null: not told
   const char* allowed = nullptr;      // the methods that would have been right; null: not told
+  const char* challenge = nullptr;    // WWW-Authenticate, which an answer of status 401 has; null: not told
   int retry_after = 0;                // seconds; 0: not told
 };
 

@@ -26,6 +26,7 @@ enum Error : int {
   kErrorSection = 15,       // the report has no section of that name
   kErrorPasswordInQuery = 16,
   kErrorLongQuery = 17,
+  kErrorPasswordNeeded = 18,  // and an address can hold none
 };
 
 // What the run is told, and the visitor with it.

@@ -1,6 +1,5 @@
 #include "report/refusal_log.h"
 
-#include "cgi/parameters.h"
 #include "report/error_page.h"
 
 // Room for the longest detail, a list of names or a path of escaped characters.
@@ -47,13 +46,4 @@ void LogRequest(const Environment& env, const Settings& settings, const char* se
     AppendQuoted(message, detail);
   }
   LogError(settings, message.text);
-}
-
-void LogIgnoredNames(const Environment& env, const Settings& settings) {
-  if (settings.ignored.none()) {
-    return;
-  }
-  char names[kMessageSize / 2];
-  ListNames(settings.ignored, names, sizeof names);
-  LogRequest(env, settings, "the form may not set", names);
 }

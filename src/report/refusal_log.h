@@ -11,6 +11,3 @@
 // characters that cannot be seen become "?", quotes and backslashes get a backslash.
 void LogRequest(const Environment& env, const Settings& settings, const char* sentence,
                 const char* detail = "");
-
-// Tells the error log which known names the form could not set, when there are any.
-void LogIgnoredNames(const Environment& env, const Settings& settings);

@@ -31,14 +31,6 @@ static const RefusalTexts kRefusals[] = {
         .log = nullptr,
     },
     {
-        .error = kErrorNoUrl,
-        .status = {500, "Internal Server Error"},
-        .heading = "User account is missing the 'URL' parameter",
-        .sentence = kNotSetUp,
-        .advice = kTellAdministrator,
-        .log = "the account has no url",
-    },
-    {
         .error = kErrorNoLogs,
         .status = {500, "Internal Server Error"},
         .heading = "User account is missing the 'Logs' parameter",
@@ -146,6 +138,17 @@ static const RefusalTexts kRefusals[] = {
         .advice = "Open the form and send it.",
         .log = "the address is too long",
     },
+    {
+        .error = kErrorPasswordNeeded,
+        .status = {401, "Unauthorized"},
+        .heading = "A password is needed",
+        .sentence =
+            "An address shows reports of accounts that need no password, and there may be no such account.",
+        .advice =
+            "Post username and password, with all else that the address holds, as the request form does.",
+        .log = nullptr,
+        .challenge = "Form realm=\"Orvellis\"",
+    },
 };
 
 // A number without texts is a fault of the program.
@@ -176,5 +179,8 @@ const RefusalTexts& LogRefusal(const Refusal& refusal, const Environment& env, c
 }
 
 AnswerHead HeadOfRefusal(const RefusalTexts& texts, const Refusal& refusal) {
-  return {.status = texts.status, .allowed = texts.allowed, .retry_after = refusal.retry_after};
+  return {.status = texts.status,
+          .allowed = texts.allowed,
+          .challenge = texts.challenge,
+          .retry_after = refusal.retry_after};
 }

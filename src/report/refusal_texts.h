@@ -16,6 +16,7 @@ struct RefusalTexts {
   const char* log;                                           // null: has been logged where it was decided
   const char* (*value)(const Settings& settings) = nullptr;  // that the log names
   const char* allowed = nullptr;                             // the methods that would have been right
+  const char* challenge = nullptr;                           // how the visitor can say who he is
 };
 
 // Adds the refusal to the error log, and returns its texts. An error without texts of

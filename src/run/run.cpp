@@ -13,6 +13,7 @@
 #include "report/refusal_log.h"
 #include "report/report_page.h"
 #include "run/edition.h"
+#include "sections/section_list.h"
 #include "superlog/superlog.h"
 
 static constexpr int kStatusNoMemory = 1;
@@ -75,6 +76,13 @@ static bool TakeParameters(Task& task) {
   return taken;
 }
 
+// The page refuses an output that does not exist.
+static void ChooseOutput(const char* name, Task& task) {
+  const PageWriter* const page = FindOutput(*task.edition, name);
+  task.output_known = page != nullptr;
+  task.page = task.output_known ? page : task.edition->page;
+}
+
 static Error CheckRequest(Task& task) {
   if (!task.output_known) {
     return kErrorOutput;
@@ -108,25 +116,35 @@ static Refusal RefuseDays(Error error, Task& task) {
 }
 
 // An address lets nobody in who needs a password, and tells nobody which accounts there are.
-static bool AskForPassword(bool account_found, const Task& task) {
-  if (task.asked == nullptr || !task.edition->needs_password(account_found, task.env, task.settings)) {
-    return false;
+static bool NeedsPassword(bool account_found, const Task& task) {
+  return task.asked != nullptr && task.edition->needs_password(account_found, task.env, task.settings);
+}
+
+// A program that asks for data can do nothing with a form. Which output the account's line names is nothing
+// that a stranger may learn.
+static Refusal AskForPassword(Task& task) {
+  ChooseOutput(task.asked->output, task);
+  if (task.page->ask == nullptr) {
+    return {kErrorPasswordNeeded};
   }
-  task.edition->page->ask(task.env, *task.asked);
-  return true;
+  task.page->ask(task.env, *task.asked);
+  return {};
 }
 
 static Refusal Report(bool account_found, Task& task) {
   if (task.edition->behind_proxies) {
     MeetVisitor(task.env, task.settings.TrustedProxies);
   }
-  if (AskForPassword(account_found, task)) {
-    return {};
+  if (NeedsPassword(account_found, task)) {
+    return AskForPassword(task);
   }
   const Refusal refusal = task.edition->admit(account_found, task.env, task.settings);
   LogIgnoredNames(task.env, task.settings);
   if (refusal.error != kNoError) {
     return refusal;
+  }
+  if (task.asked != nullptr) {
+    TakeAllSectionsForNone(task.settings);
   }
   const Error error = CheckRequest(task);
   if (error != kNoError) {
@@ -149,20 +167,11 @@ static Refusal PrintPage(bool account_found, Task& task) {
   return {};
 }
 
-// The page refuses an output that does not exist.
-static void ChooseOutput(Task& task) {
-  const PageWriter* const page = FindOutput(*task.edition, task.settings.output);
-  task.output_known = page != nullptr;
-  if (task.output_known) {
-    task.page = page;
-  }
-}
-
 // The configuration comes behind the request, whose account its line may set right.
 static Refusal ConfigureAndPrint(Task& task) {
   bool account_found = false;
   const Error error = ParseConfigFile(task.config, task.settings, account_found);
-  ChooseOutput(task);
+  ChooseOutput(task.settings.output, task);
   if (error != kNoError) {
     return {error};
   }
@@ -201,7 +210,7 @@ static bool IsAskedByAddress(const Task& task) {
 // The configuration is read for nothing but the error log: no account has a say in the answer.
 static Refusal RefuseAddress(Error error, Task& task) {
   bool account_found = false;
-  ChooseOutput(task);
+  ChooseOutput(task.settings.output, task);
   ParseConfigFile(task.config, task.settings, account_found);
   if (task.edition->behind_proxies) {
     MeetVisitor(task.env, task.settings.TrustedProxies);

@@ -11,7 +11,7 @@
 
 struct Overview {
   const char* title;
-  const char* url;         // of the analysed site
+  const char* url;         // of the analysed site; empty: not known
   const char* find;        // the part of it that was asked for
   CalendarDate first_day;  // as written in the settings
   CalendarDate last_day;

@@ -33,12 +33,16 @@ static bool IsAbsoluteUrl(std::string_view item) {
   return item.substr(3, 3) == "://" || item.substr(4, 3) == "://" || item.substr(5, 3) == "://";
 }
 
+// An empty site is the item's own.
 static const char* SiteOf(const RankedRows& rows, const ListItem& item) {
   if (rows.kind->link == ItemLink::kNone) {
     return nullptr;
   }
-  const bool in_site = rows.kind->link == ItemLink::kSite && !IsAbsoluteUrl(item.key());
-  return in_site ? rows.settings->url : "";
+  if (rows.kind->link == ItemLink::kItself || IsAbsoluteUrl(item.key())) {
+    return "";
+  }
+  const char* const site = rows.settings->url;
+  return site[0] == '\0' ? nullptr : site;
 }
 
 static const char* Describe(RankedRows& rows, const ListItem& item) {

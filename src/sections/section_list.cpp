@@ -1,5 +1,6 @@
 #include "sections/section_list.h"
 
+#include <algorithm>
 #include <iterator>
 
 static constexpr Brand kBrands[] = {
@@ -59,6 +60,22 @@ const Section& SectionOf(SectionId id) {
   return kSections[static_cast<size_t>(id)];
 }
 
+template <typename AnySettings>
+static auto& SwitchOf(const Section& section, AnySettings& settings) {
+  return section.report != nullptr ? (settings.*section.report).on : settings.*section.on;
+}
+
 bool IsOn(const Section& section, const Settings& settings) {
-  return (section.report != nullptr ? (settings.*section.report).on : settings.*section.on) != 0;
+  return SwitchOf(section, settings) != 0;
+}
+
+void TakeAllSectionsForNone(Settings& settings) {
+  const auto is_on = [&settings](const Section& section) { return IsOn(section, settings); };
+  if (std::any_of(std::begin(kSections), std::end(kSections), is_on)) {
+    return;
+  }
+  for (const Section& section : kSections) {
+    SwitchOf(section, settings) = 1;
+  }
+  settings.badurl_referrers = 1;
 }

@@ -82,3 +82,6 @@ constexpr bool StandInPlace(const Row (&table)[N]) {
 
 const Section& SectionOf(SectionId id);
 bool IsOn(const Section& section, const Settings& settings);
+
+// Who names no section at all wants every one of them, and the pages that led to what was not found.
+void TakeAllSectionsForNone(Settings& settings);

@@ -14,7 +14,7 @@
 
 // The searches may read, but never look at, this many bytes from end on: the
 // text must lie in a buffer that goes on that far.
-inline constexpr size_t kScanOverread = 64;
+inline constexpr size_t kScanOverread = 256;
 
 // Both search [from, end) and return end when they find nothing. Char is char or
 // const char.
@@ -69,6 +69,14 @@ Char* FindByte(Char* from, Char* end, char c) {
 }
 
 #else
+
+inline uint64_t MatchMask64(const char* from, char c) {
+  uint64_t mask = 0;
+  for (size_t i = 0; i < 64; ++i) {
+    mask |= uint64_t{from[i] == c} << i;
+  }
+  return mask;
+}
 
 template <typename Char>
 Char* FindEither(Char* from, Char* end, char a, char b) {

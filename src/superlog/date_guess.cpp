@@ -183,11 +183,14 @@ static time_t TimeOf(const Guess& guess) {
 
 static void LookAtFields(char* line, char* end, Guess& guess) {
   const char separator = GuessSeparator({line, static_cast<size_t>(end - line)});
-  FieldCursor cursor = {line, end, line, 0};
+  static LineMarks marks;
+  MarkLine(marks, line, end, SeparatorOf(separator));
+  FieldCursor cursor = {marks, line, end, line, 0};
   const auto parse = mLogLimits.escapes ? ParseFieldBySeparator<true> : ParseFieldBySeparator<false>;
   bool found = false;
   while (!found && cursor.next < cursor.end) {
     parse(cursor, separator);
+    cursor.value[cursor.length] = '\0';
     found = cursor.length > 0 && LookAtField(cursor.value, guess);
   }
 }
@@ -198,8 +201,11 @@ static bool LookBeforeRequest(char* line, char* end, Guess& guess) {
   if (date == nullptr) {
     return false;
   }
-  FieldCursor cursor = {date, end, date, 0};
+  static LineMarks marks;
+  MarkLine(marks, date, end, ' ');
+  FieldCursor cursor = {marks, date, end, date, 0};
   ParseField(cursor);
+  cursor.value[cursor.length] = '\0';
   return LookAtField(cursor.value, guess);
 }
 

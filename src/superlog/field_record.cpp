@@ -4,12 +4,14 @@
 #include <array>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 
 #include "base/url_decode.h"
 #include "dates/local_time.h"
 #include "layouts/moment.h"
 #include "layouts/recognition.h"
 #include "superlog/byte_scan.h"
+#include "superlog/kept_texts.h"
 #include "superlog/log_dates.h"
 #include "superlog/log_events.h"
 #include "superlog/log_format.h"
@@ -21,20 +23,24 @@ static_assert(kMostLayouts >= kWrapperCount);
 
 bool mLayoutsHold = false;
 static bool mUserLayout = false;  // the only one, in every file
-static std::array<LineLayout, kMostLayouts> mLayouts;
+static std::array<Layout, kMostLayouts> mLayouts;
 static size_t mLayoutCount = 0;
 static size_t mLastLayout = 0;  // that explained a line
 static bool mNamesPending =
     false;  // of a "#Fields:" line, whose first line of data tells what is between them
 static char mNames[kLongestLine + 1];
 static SplitRoom mRoom;
-static char mFullUrl[kLongestItem + 1 + kScanOverread];
 
 // --- Texts of a record ------------------------------------------------------------
 
-// The views of this file look into the line buffer or into mRoom, which go on behind them.
+// The views of this file look into the line buffer or into kept texts, which go on behind them.
 static char* Writable(std::string_view text) {
   return const_cast<char*>(text.data());
+}
+
+// Whether a text lies in that line.
+static bool IsWithin(std::string_view line, std::string_view text) {
+  return !std::less<>()(text.data(), line.data()) && !std::less<>()(line.data() + line.size(), text.data());
 }
 
 static void Terminate(std::string_view& text, size_t length) {
@@ -85,25 +91,13 @@ static void SettleHost(std::string_view& host) {
 
 // The path of "https://www.example.com:443/path"; anything else as it is.
 static std::string_view PathOf(std::string_view url) {
-  static char root[] = "/";
+  static char root[sizeof "/" + kScanOverread] = "/";
   const size_t scheme = url.substr(0, 8).find("://");
   if (scheme == std::string_view::npos) {
     return url;
   }
   const size_t path = url.find_first_of("/?", scheme + 3);
   return path == std::string_view::npos ? std::string_view{root} : url.substr(path);
-}
-
-// path?query, cut to the length of a field.
-static std::string_view JoinQuery(std::string_view path, std::string_view query) {
-  const size_t longest = mLogLimits.item;
-  size_t length = path.copy(mFullUrl, longest);
-  if (length < longest) {
-    mFullUrl[length++] = '?';
-    length += query.copy(mFullUrl + length, longest - length);
-  }
-  mFullUrl[length] = '\0';
-  return {mFullUrl, length};
 }
 
 static std::string_view QueryOf(const LineFields& fields) {
@@ -113,7 +107,7 @@ static std::string_view QueryOf(const LineFields& fields) {
   return query;
 }
 
-static void SettleUrl(const LineLayout& layout, const LineFields& fields, std::string_view& url) {
+static void SettleUrl(const Layout& layout, const LineFields& fields, std::string_view& url) {
   TakeText(fields, Field::kUrl, url);
   const bool from_field = url.data() != nullptr;
   if (!from_field) {
@@ -127,7 +121,7 @@ static void SettleUrl(const LineLayout& layout, const LineFields& fields, std::s
   }
   const std::string_view query = from_field ? QueryOf(fields) : std::string_view{};
   if (!query.empty() && url.find('?') == std::string_view::npos) {
-    url = JoinQuery(url, query);
+    url = CombineUrl(url, query);
   }
 }
 
@@ -151,7 +145,7 @@ static size_t DecodePercents(char* text, size_t size) {
 }
 
 // Writers of "%20" write no "+" for a blank; others write "+" alone.
-static void SettleAgent(const LineLayout& layout, std::string_view& agent) {
+static void SettleAgent(const Layout& layout, std::string_view& agent) {
   if (!layout.writing.encoded_agents || agent.data() == nullptr ||
       agent.find(' ') != std::string_view::npos) {
     return;
@@ -166,7 +160,7 @@ static void SettleAgent(const LineLayout& layout, std::string_view& agent) {
 // --- Time ---------------------------------------------------------------------------
 
 // A time of the common log format is read as those of all other logs are.
-static bool SettleMoment(const LineLayout& layout, const LineFields& fields, SuperLogRecord& record) {
+static bool SettleMoment(const Layout& layout, const LineFields& fields, SuperLogRecord& record) {
   std::string_view text = fields[Field::kMoment];
   Moment moment =
       text.data() != nullptr ? ReadMoment(text) : ReadDateAndTime(fields[Field::kDate], fields[Field::kTime]);
@@ -203,7 +197,7 @@ static void TakeAsked(const LineFields& fields, Field field, char letter, std::s
 }
 
 // False when the fields make no request, for want of a URL or a time.
-static bool SettleRecord(const LineLayout& layout, const LineFields& fields, SuperLogRecord& record) {
+static bool SettleRecord(const Layout& layout, const LineFields& fields, SuperLogRecord& record) {
   ClearRecord(record);
   if (!SettleMoment(layout, fields, record)) {
     return false;
@@ -236,14 +230,14 @@ void ResetLayouts() {
   ForgetFileLayouts();
 }
 
-static void TellLayout(const LineLayout& layout) {
+static void TellLayout(const Layout& layout) {
   if (mLogEvents.format_recognised != nullptr) {
     mLogEvents.format_recognised(layout.name.data());
   }
 }
 
 // A file of ever more layouts keeps those that came first, and replaces the last one.
-static LineLayout& NextLayout() {
+static Layout& NextLayout() {
   return mLayouts[std::min(mLayoutCount, kMostLayouts - 1)];
 }
 
@@ -274,7 +268,7 @@ bool TakeNamesOfFields(std::string_view names) {
 }
 
 bool TakeUserLayout(std::string_view text) {
-  LineLayout& layout = mLayouts[0];
+  Layout& layout = mLayouts[0];
   const KnownLayout* const known = FindLayout(text);
   if (known != nullptr) {
     MakeLayout(*known, layout);
@@ -290,11 +284,29 @@ bool TakeUserLayout(std::string_view text) {
   return true;
 }
 
+// As SplitLine does, but of a line that had to be written anew, the texts stay.
+static bool SplitAndKeep(const Layout& layout, std::string_view line, LineFields& fields) {
+  std::string_view bare = Unwrap(layout.wrapper, line, mRoom.unwrapped);
+  if (bare.data() == nullptr) {
+    return false;
+  }
+  if (IsWithin(line, bare)) {
+    return SplitBareLine(layout, bare, mRoom, fields);
+  }
+  char* const copy = RoomForText(bare.size());
+  bare = {copy, bare.copy(copy, bare.size())};
+  if (!SplitBareLine(layout, bare, mRoom, fields)) {
+    return false;
+  }
+  KeepText(copy, bare.size());
+  return true;
+}
+
 static bool SplitByHeld(std::string_view line, LineFields& fields) {
   for (size_t i = 0; i < mLayoutCount; ++i) {
     const size_t next = (mLastLayout + i) % mLayoutCount;
     fields = {};
-    if (SplitLine(mLayouts[next], line, mRoom, fields)) {
+    if (SplitAndKeep(mLayouts[next], line, fields)) {
       mLastLayout = next;
       return true;
     }
@@ -314,7 +326,7 @@ static bool SplitByAny(std::string_view line, std::string_view ahead, LineFields
   }
   HoldNextLayout();
   fields = {};
-  return SplitLine(mLayouts[mLastLayout], line, mRoom, fields);
+  return SplitAndKeep(mLayouts[mLastLayout], line, fields);
 }
 
 bool ParseByLayouts(std::string_view line, std::string_view ahead, SuperLogRecord& record) {

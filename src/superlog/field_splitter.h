@@ -5,12 +5,13 @@
 #include <string_view>
 
 #include "superlog/byte_scan.h"
+#include "superlog/line_marks.h"
 
-// A cursor over one line; the parsers write a NUL behind the field's value and
-// move on to the next field. The line is used up when next has reached end. Of
-// the line only [next, end] is looked at, but its buffer must go on for
-// kScanOverread bytes from end on (those of line_reader.h do).
+// A cursor over one line, whose marks are those of the separator that its fields are read
+// with; the parsers move on to the next field. The
+// line is used up when next has reached end.
 struct FieldCursor {
+  const LineMarks& marks;
   char* next;        // start of the field to read next
   char* end;         // the line's terminating NUL
   char* value;       // the field just read, without quotes or brackets, NUL-terminated
@@ -56,6 +57,10 @@ inline bool IsSeparatorLetter(char letter) {
   return letter == 'S' || letter == 'T' || letter == 'C';
 }
 
+inline char SeparatorOf(char letter) {
+  return letter == 'T' ? '\t' : letter == 'C' ? ',' : ' ';
+}
+
 // Reads the next field with the parser of a separator letter; that of S for any
 // other letter.
 template <bool kEscapes = false>
@@ -93,11 +98,11 @@ inline char* FindBareQuote(char* from, char* end) {
 
 // First terminator in [from, end) that is not preceded by an odd number of
 // double quotes; end when there is none.
-template <char kTerminator, bool kEscapes = false>
-inline char* FindOutsideQuotes(char* from, char* end) {
+template <bool kMarked, char kTerminator, bool kEscapes = false>
+inline char* FindOutsideQuotes(const LineMarks& marks, char* from, char* end) {
   [[maybe_unused]] char* const start = from;
   for (;;) {
-    char* const found = FindEither(from, end, kTerminator, '"');
+    char* const found = kMarked ? NextStop(marks, from) : FindEither(from, end, kTerminator, '"');
     if (found == end || *found == kTerminator) {
       return found;
     }
@@ -105,7 +110,7 @@ inline char* FindOutsideQuotes(char* from, char* end) {
       from = SkipEscapedOrQuoted(start, found, end);
       continue;
     }
-    char* const closing = FindByte(found + 1, end, '"');
+    char* const closing = NextQuote(marks, found + 1);
     if (closing == end) {
       return end;
     }
@@ -129,14 +134,14 @@ inline bool HasSpaceBehind(const char* quote, const char* end) {
     return closing;
   }
   while (quote != end && !HasSpaceBehind(quote, end)) {
-    quote = FindByte(quote + 1, end, '"');
+    quote = NextQuote(cursor.marks, quote + 1);
   }
   return quote;
 }
 
 template <bool kEscapes>
 inline char* FindEndOfQuoted(char* start, const FieldCursor& cursor) {
-  char* const quote = FindByte(start, cursor.end, '"');
+  char* const quote = NextQuote(cursor.marks, start);
   return kEscapes && quote[-1] == '\\' ? FindClosingQuote(start, quote, cursor) : quote;
 }
 
@@ -144,11 +149,7 @@ inline char* FindEndOfQuoted(char* start, const FieldCursor& cursor) {
 inline void TakeField(FieldCursor& cursor, char* start, char* stop) {
   cursor.value = start;
   cursor.length = static_cast<size_t>(stop - start);
-  cursor.next = stop;
-  if (stop != cursor.end) {
-    *stop = '\0';
-    ++cursor.next;
-  }
+  cursor.next = stop + (stop == cursor.end ? 0 : 1);
 }
 
 // Skips the space behind a closing quote or bracket.
@@ -168,16 +169,16 @@ inline void ParseField(FieldCursor& cursor) {
       SkipSpace(cursor);
       break;
     case '\'':
-      TakeField(cursor, start + 1, FindOutsideQuotes<'\'', kEscapes>(start + 1, end));
+      TakeField(cursor, start + 1, FindOutsideQuotes<false, '\'', kEscapes>(cursor.marks, start + 1, end));
       SkipSpace(cursor);
       break;
     case '[':
-      TakeField(cursor, start + 1, FindOutsideQuotes<']', kEscapes>(start + 1, end));
+      TakeField(cursor, start + 1, FindOutsideQuotes<false, ']', kEscapes>(cursor.marks, start + 1, end));
       SkipSpace(cursor);
       break;
     default:
       // Two spaces in a row enclose an empty field: deliberate.
-      TakeField(cursor, start, FindOutsideQuotes<' ', kEscapes>(start, end));
+      TakeField(cursor, start, FindOutsideQuotes<true, ' ', kEscapes>(cursor.marks, start, end));
       break;
   }
 }
@@ -203,9 +204,8 @@ inline void ParseField_Tab(FieldCursor& cursor) {
   while (start != cursor.end && *start == ' ') {
     ++start;
   }
-  TakeField(cursor, start, FindOutsideQuotes<'\t'>(start, cursor.end));
+  TakeField(cursor, start, FindOutsideQuotes<true, '\t'>(cursor.marks, start, cursor.end));
   if (cursor.length >= 2 && cursor.value[0] == '"' && cursor.value[cursor.length - 1] == '"') {
-    cursor.value[cursor.length - 1] = '\0';
     ++cursor.value;
     cursor.length -= 2;
   }
@@ -216,10 +216,10 @@ inline void ParseField_Comma(FieldCursor& cursor) {
   while (start != cursor.end && (*start == ' ' || *start == '\t')) {
     ++start;
   }
-  char* stop = FindOutsideQuotes<','>(start, cursor.end);
+  char* stop = FindOutsideQuotes<true, ','>(cursor.marks, start, cursor.end);
   // deliberate: a comma without a space behind it is part of the value, as in a number of thousands
   while (stop != cursor.end && stop[1] != ' ') {
-    stop = FindOutsideQuotes<','>(stop + 1, cursor.end);
+    stop = FindOutsideQuotes<true, ','>(cursor.marks, stop + 1, cursor.end);
   }
   TakeField(cursor, start, stop);
 }

@@ -9,6 +9,7 @@
 #include "base/text.h"
 #include "base/text_file.h"
 #include "superlog/byte_scan.h"
+#include "superlog/kept_texts.h"
 #include "superlog/log_limits.h"
 
 static constexpr char kCr = '\r';
@@ -126,6 +127,7 @@ static bool RefreshBigBuf() {
   if (mpBigBufLastPos != mpWindow && mpBigBufLastPos != mpWindow + kBigBufSize) {
     return false;  // a short window was the last one
   }
+  TellThatTextsGo();
   const auto unread = static_cast<size_t>(mpBigBufLastPos - mpBigBufCurPos);
   memmove(mpWindow - unread, mpBigBufCurPos, unread);
   const size_t size = ReadAt(mpWindow, kBigBufSize, mWindowOffset);
@@ -218,6 +220,7 @@ void ReadLineFromBigBuf() {
   mpBigBufCurPos = std::min(mpLine + kept + 1, mpBigBufLastPos);
   if (length > kept) {
     // Discarding the rest may read the next window over the line.
+    TellThatTextsGo();
     mpLineEnd = mLineBuf + (mpLineEnd - mpLine);
     mpLine = static_cast<char*>(memcpy(mLineBuf, mpLine, kept));
     ReadRestOfLineFromBigBuf();

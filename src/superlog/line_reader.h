@@ -1,8 +1,8 @@
 // Cuts log lines out of 8192-byte blocks of the open log file.
 //
 // One file is open and one line is current at a time; both live in file-scope
-// state, so nothing here is reentrant. The current line stays valid, and may be
-// written to, until the next read.
+// state, so nothing here is reentrant. The current line may be written to
+// until the next read, and stays where it is until mLogEvents.texts_go is told.
 //
 // Blocks are the unit in which bytes are counted; the file is read in windows
 // of several blocks, and lines are delivered where they lie in the window.

@@ -273,6 +273,33 @@ static bool ReadMinutes(std::string_view text, int& minute, int& second) {
          ReadTwoDigits(at + 3, second) && !IsDigitAscii(at[5]);
 }
 
+// What follows the seconds of that date, where it is as long as a zone.
+static constexpr std::string_view kZoneForm = " +0000";
+static constexpr size_t kZonePlace = kHourForm.size() + std::string_view("00:00").size();
+static char mZoneText[kZoneForm.size()];
+
+static void RememberHour(std::string_view text, const tm& when) {
+  text.copy(mHourText, sizeof mHourText);
+  mHour = when;
+  const std::string_view zone = text.substr(kZonePlace);
+  std::fill_n(mZoneText, sizeof mZoneText, '\0');
+  zone.copy(mZoneText, zone.find(']') == std::string_view::npos ? sizeof mZoneText : 0);
+}
+
+bool ReadInLastHour(std::string_view text, tm& when) {
+  int minute;
+  int second;
+  if (text.size() != kZonePlace + kZoneForm.size() || memcmp(text.data(), mHourText, sizeof mHourText) != 0 ||
+      memcmp(text.data() + kZonePlace, mZoneText, sizeof mZoneText) != 0 ||
+      !ReadMinutes(text, minute, second)) {
+    return false;
+  }
+  when = mHour;
+  when.tm_min = minute;
+  when.tm_sec = second;
+  return true;
+}
+
 void ParseNextDateTime1(std::string_view text, tm& when) {
   int minute;
   int second;
@@ -288,8 +315,7 @@ void ParseNextDateTime1(std::string_view text, tm& when) {
   } else {
     ParseDateTime1(text.data(), when);
     if (HasHourForm(text)) {
-      text.copy(mHourText, sizeof mHourText);
-      mHour = when;
+      RememberHour(text, when);
     }
   }
 }

@@ -51,6 +51,11 @@ void ParseDateTime1(const char* text, tm& when);
 // last one.
 void ParseNextDateTime1(std::string_view text, tm& when);
 
+// Reads a date with a zone, like those above, that lies in the hour of the last one that ParseNextDateTime1
+// met and says the same zone; all that it leaves alone is what it was then. False, and nothing changed, for
+// any other text, which need not end in a NUL.
+bool ReadInLastHour(std::string_view text, tm& when);
+
 void ParseDate2(const char* text, tm& when);      // three numbers, guessed order
 void ParseDate3(const char* text, tm& when);      // year, month, day
 void ParseDateTime4(const char* text, tm& when);  // three numbers, then h:m:s if text remains

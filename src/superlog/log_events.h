@@ -41,6 +41,8 @@ struct LogEvents {
   void (*format_recognised)(const char* label) = nullptr;
   // The log delivered last is done with; comes before the next one is looked at.
   void (*log_read)() = nullptr;
+  // The texts of the records delivered so far are about to go, because their room is needed.
+  void (*texts_go)() = nullptr;
 };
 
 // Those who listen to this run.

@@ -14,6 +14,7 @@
 #include "superlog/superlog.h"
 
 char mKnownFormatBuf[kTextSize];
+LineLayout mKnownLayout;
 bool mFormatKnown = false;
 int mCurLogFormat = kFamilyNone;
 
@@ -212,6 +213,7 @@ static void SetKnownFormat(const char* format) {
   if (mUnaskedLetters[0] != '\0') {
     TrimLogFormat(mKnownFormatBuf);
   }
+  WorkOut(mKnownLayout, mKnownFormatBuf);
 }
 
 static std::string_view CurrentLine() {
@@ -223,7 +225,9 @@ static std::string_view CurrentLine() {
 static void TakeFieldNames(char separator, size_t skip, char (*letter_of)(std::string_view)) {
   char format[kTextSize] = {separator};
   size_t count = 1;
-  FieldCursor cursor = {mpLine + CurrentLine().substr(0, skip).size(), mpLineEnd, nullptr, 0};
+  static LineMarks marks;
+  MarkLine(marks, mpLine, mpLineEnd, ' ');
+  FieldCursor cursor = {marks, mpLine + CurrentLine().substr(0, skip).size(), mpLineEnd, nullptr, 0};
   while (cursor.next != cursor.end && count < kTextMax) {
     ParseField(cursor);
     format[count++] = letter_of({cursor.value, cursor.length});

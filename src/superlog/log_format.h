@@ -7,6 +7,7 @@
 #pragma once
 
 #include "base/text.h"
+#include "superlog/line_layout.h"
 
 // Format families; each is told (superlog/log_events.h) when a line sets it.
 enum LogFamily : int {
@@ -32,6 +33,7 @@ inline constexpr const char* LOG_FORMAT_STR_MacHTTP = "T29khxc";
 // Layout of the current file, valid while mFormatKnown. The letters of texts that nobody asks for are "?"
 // in it, and it ends with the last other one.
 extern char mKnownFormatBuf[kTextSize];
+extern LineLayout mKnownLayout;  // the same, worked out
 extern bool mFormatKnown;
 extern int mCurLogFormat;  // a LogFamily
 

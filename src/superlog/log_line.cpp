@@ -1,6 +1,7 @@
 #include "superlog/log_line.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
@@ -8,20 +9,25 @@
 #include "base/url_decode.h"
 #include "dates/local_time.h"
 #include "superlog/byte_scan.h"
+#include "superlog/digits.h"
 #include "superlog/field_record.h"
 #include "superlog/field_splitter.h"
+#include "superlog/kept_texts.h"
+#include "superlog/line_layout.h"
+#include "superlog/line_marks.h"
 #include "superlog/line_reader.h"
 #include "superlog/log_dates.h"
 #include "superlog/log_format.h"
 #include "superlog/log_limits.h"
 #include "superlog/superlog.h"
+#include "superlog/usual_line.h"
 
 static int64_t mLinesNotUnderstood = 0;
-static char mCombinedUrl[kLongestItem + 1 + kScanOverread];
+static LineMarks mMarks;
 
 // --- Single values ------------------------------------------------------------
 
-// The views of this file look into the line buffer or mCombinedUrl.
+// The views of this file look into the line buffer or into kept texts.
 static char* Writable(std::string_view text) {
   return const_cast<char*>(text.data());
 }
@@ -43,16 +49,24 @@ static void CutTo(std::string_view& text, size_t length) {
   text = {text.data(), length};
 }
 
+// The same text, followed by a NUL.
+static const char* Ended(std::string_view text) {
+  CutTo(text, text.size());
+  return text.data();
+}
+
+// Serves short texts.
 static void CutAt(std::string_view& text, char c) {
-  CutTo(text, static_cast<size_t>(FindByte(text.data(), EndOf(text), c) - text.data()));
+  CutTo(text, static_cast<size_t>(FindEither(text.data(), EndOf(text), c, c) - text.data()));
 }
 
 void TrimFullRequest(std::string_view& request) {
   const char* const end = EndOf(request);
-  const char* const space = FindByte(request.data(), end, ' ');
+  const char* const space = FindEither(request.data(), end, ' ', ' ');
   if (space != end) {
-    request = {space + 1, static_cast<size_t>(end - space - 1)};
-    CutAt(request, ' ');
+    const char* const url = space + 1;
+    request = {url, static_cast<size_t>(FindByte(url, end, ' ') - url)};
+    Ended(request);
   }
 }
 
@@ -70,70 +84,42 @@ void TrimTrailingDot(std::string_view& host) {
   }
 }
 
-[[gnu::noinline]] static int64_t ToAnyNumber(const char* text) {
-  return Wrapped(mLogLimits, strtoll(text, nullptr, 10));
+[[gnu::noinline]] static int64_t ToAnyNumber(std::string_view text) {
+  return Wrapped(mLogLimits, strtoll(Ended(text), nullptr, 10));
 }
 
 // As ToInt, or saturating at 64 bits. Nearly all numbers of a log are a few plain digits.
 static int64_t ToNumber(std::string_view text) {
-  constexpr size_t kSafeDigits = 9;
-  if (text.size() > kSafeDigits) {
-    return ToAnyNumber(text.data());
+  if (text.size() - 1 >= 8) {
+    return ToAnyNumber(text);
   }
-  int32_t number = 0;
-  for (const char c : text) {
-    const int digit = c - '0';
-    if (digit < 0 || digit > 9) {
-      return ToAnyNumber(text.data());
-    }
-    number = number * 10 + digit;
-  }
-  return number;
+  const uint64_t word = DigitWord(text.data(), text.size());
+  return AreDigits(word) ? NumberOfDigits(word) : ToAnyNumber(text);
 }
 
-static void DropIfNothing(std::string_view& text) {
+// The text, absent where it is empty or says that there is none.
+static std::string_view Something(std::string_view text) {
   if (text.empty() || IsDash(text)) {
-    text = {};
+    return {};
   }
+  Ended(text);
+  return text;
 }
 
 // --- From fields to a record --------------------------------------------------
+
+// The fields of the current line; the last place is that of fields that it has not.
+static std::string_view mFields[kNoField + 1];
+
+static void (*const kDateParsers[])(const char* text, tm& when) = {ParseEpoch, ParseDateTime1, ParseDate2,
+                                                                   ParseDate3, ParseDateTime4, ParseDate5};
 
 // What a line gives besides the fields of its record.
 struct LineParts {
   std::string_view host_name;     // used when the line has no host field
   std::string_view host_address;  // used when it has no host name either
-  std::string_view stem;
-  std::string_view query;
   bool dated = false;
 };
-
-static void (*const kDateParsers[])(const char* text, tm& when) = {ParseEpoch, ParseDateTime1, ParseDate2,
-                                                                   ParseDate3, ParseDateTime4, ParseDate5};
-
-// Where the value of a letter goes as it stands; null for letters that do more.
-static std::string_view* FindText(char letter, SuperLogRecord& record, LineParts& parts) {
-  switch (letter) {
-    case 'a':
-      return &record.agent;
-    case 'e':
-      return &parts.query;
-    case 'f':
-      return &record.referrer;
-    case 'h':
-      return &record.host;
-    case 'm':
-      return &record.realm;
-    case 'u':
-      return &record.url;
-    case 'w':
-      return &record.user;
-    case 'x':
-      return &parts.stem;
-    default:
-      return nullptr;
-  }
-}
 
 static void TakeCandidate(std::string_view& candidate, std::string_view value) {
   if (!value.starts_with('-')) {
@@ -142,26 +128,25 @@ static void TakeCandidate(std::string_view& candidate, std::string_view value) {
 }
 
 // Files one value under its letter; false when it says that the line is no
-// request. The field of a letter without meaning is skipped.
+// request.
 [[gnu::always_inline]] static inline bool TakeValue(char letter, std::string_view value,
                                                     SuperLogRecord& record, LineParts& parts) {
-  if (std::string_view* const text = FindText(letter, record, parts)) {
-    *text = value;
-    return true;
-  }
-  if (letter == '1') {
-    ParseNextDateTime1(value, record.local);
-    parts.dated = true;
-    return true;
-  }
-  if (letter >= '0' && letter <= '5') {
-    kDateParsers[letter - '0'](value.data(), record.local);
-    parts.dated = true;
-    return true;
-  }
   switch (letter) {
+    case '1':
+      Ended(value);
+      ParseNextDateTime1(value, record.local);
+      parts.dated = true;
+      break;
+    case '0':
+    case '2':
+    case '3':
+    case '4':
+    case '5':
+      kDateParsers[letter - '0'](Ended(value), record.local);
+      parts.dated = true;
+      break;
     case '9':
-      ParseTime9(value.data(), record.local);
+      ParseTime9(Ended(value), record.local);
       break;
     case 'c':
       record.bytes = ToNumber(value);
@@ -174,10 +159,6 @@ static void TakeCandidate(std::string_view& candidate, std::string_view value) {
       break;
     case 'p':
       TakeCandidate(parts.host_address, value);
-      break;
-    case 'q':
-      record.url = value;
-      TrimFullRequest(record.url);
       break;
     case 'r':
       record.status = ToNumber(value);
@@ -192,18 +173,12 @@ static void TakeCandidate(std::string_view& candidate, std::string_view value) {
 
 // A request is cut behind its method and at its URL's length, as the limits say.
 [[gnu::cold, gnu::noinline]] static std::string_view CutField(std::string_view value, char letter) {
-  CutTo(value, std::min(value.size(), letter == 'q' ? mLogLimits.request : mLogLimits.item));
+  value = value.substr(0, letter == 'q' ? mLogLimits.request : mLogLimits.item);
   if (letter == 'q') {
+    Ended(value);
     TrimFullRequest(value);
-    CutTo(value, std::min(value.size(), mLogLimits.item));
   }
-  return value;
-}
-
-// Whether the letters are those of a user, whose name may hold spaces, before a date and
-// the request.
-static bool BeginWithUser(const char* letters, char separator) {
-  return letters[0] == 'w' && letters[1] == '1' && letters[2] == 'q' && separator == 'S';
+  return value.substr(0, mLogLimits.item);
 }
 
 // Nearly all requests are nobody's: told by where the request's quote is, without a search.
@@ -214,26 +189,23 @@ static bool IsNobody(const FieldCursor& cursor) {
          text[2] == '[' && text[kNobody.size() - 2] == ' ' && text[kNobody.size() - 1] == '"';
 }
 
-// Where a line that was taken for one of the common log format turned out to be another one's: behind its
-// second field. Null when it did not.
-static char* mStoppedAt = nullptr;
 static bool mSureOfLetters = false;  // no other layout explains the line
+static bool mMayBeOther = false;     // one may, and nothing was written to the line yet
 
-// Of what begins at the user: null when it is no line of the common log format.
-static char* FindCommonDate(const FieldCursor& cursor, std::string_view realm) {
-  char* const date = FindDateBeforeRequest(cursor.next, cursor.end);
-  // "www.example.com 192.0.2.7 - ann [": what stands first is a virtual host.
-  const bool site_first = date != nullptr && date - cursor.next > 2 && cursor.next[0] == '-' &&
-                          cursor.next[1] == ' ' && realm != "-";
-  return site_first ? nullptr : date;
+// Whether other layouts are asked about lines that do not look as those of the common log format do.
+static bool HasDoubts() {
+  return mLogLimits.layouts && mCurLogFormat == kFamilyClf && !mSureOfLetters;
 }
 
-// False, and nothing is read, when the line may be of another layout.
+// "www.example.com 192.0.2.7 - ann [": what stands first is a virtual host.
+static bool BeginsWithSite(const char* user, const char* date, std::string_view realm) {
+  return date - user > 2 && user[0] == '-' && user[1] == ' ' && !IsDash(realm);
+}
+
+// Of the field behind the realm. False, and nothing is read, when the line may be of another layout.
 static bool ParseUser(FieldCursor& cursor, std::string_view realm) {
-  const bool doubts = mLogLimits.layouts && mCurLogFormat == kFamilyClf && !mSureOfLetters;
-  char* const date = doubts ? FindCommonDate(cursor, realm) : FindDateBeforeRequest(cursor.next, cursor.end);
-  if (date == nullptr && doubts) {
-    mStoppedAt = cursor.next;
+  char* const date = FindDateBeforeRequest(cursor.next, cursor.end);
+  if (HasDoubts() && (date == nullptr || BeginsWithSite(cursor.next, date, realm))) {
     return false;
   }
   if (date == nullptr || date == cursor.next) {
@@ -244,43 +216,41 @@ static bool ParseUser(FieldCursor& cursor, std::string_view realm) {
   return true;
 }
 
-// Walks the known layout along the current line.
+// Splits the current line as its layout says, and returns how many fields it has, at most those of
+// the layout; those before the user when the line may be of another one. Only a request that is too long
+// is written to.
 template <bool kEscapes>
-[[gnu::always_inline]] static inline bool SplitLine(SuperLogRecord& record, LineParts& parts) {
-  FieldCursor cursor = {mpLine, mpLineEnd, nullptr, 0, kEscapes && mLineLen == mLogLimits.line};
+static size_t SplitLine(const LineLayout& layout) {
+  FieldCursor cursor = {mMarks, mpLine, mpLineEnd, nullptr, 0, kEscapes && mLineLen == mLogLimits.line};
   const size_t longest = mLogLimits.item;
-  char separator = 'S';
-  for (const char* letter = mKnownFormatBuf; *letter != '\0' && cursor.next != cursor.end; ++letter) {
-    if (IsSeparatorLetter(*letter)) {
-      separator = *letter;
-      continue;
-    }
-    if (!kEscapes || !BeginWithUser(letter, separator) || IsNobody(cursor)) {
-      ParseFieldBySeparator<kEscapes>(cursor, separator);
-    } else if (!ParseUser(cursor, record.realm)) {
-      return false;
-    }
-    std::string_view value = {cursor.value, cursor.length};
-    if (value.size() > longest) {
-      value = CutField(value, *letter);
-    }
-    if (!TakeValue(*letter, value, record, parts)) {
-      return false;
+  size_t field = 0;
+  for (size_t i = 0; i < layout.length; ++i) {
+    const LineLayout::Run run = layout.runs[i];
+    MarkLine(mMarks, cursor.next, cursor.end, SeparatorOf(run.separator));
+    for (; field < run.end && cursor.next != cursor.end; ++field) {
+      if (!kEscapes || field != layout.user || IsNobody(cursor)) {
+        ParseFieldBySeparator<kEscapes>(cursor, run.separator);
+      } else if (!ParseUser(cursor, field == 0 ? std::string_view{} : mFields[field - 1])) {
+        return field;
+      }
+      mFields[field] = {cursor.value, cursor.length};
+      if (cursor.length > longest) [[unlikely]] {
+        mFields[field] = CutField(mFields[field], layout.letters[field]);
+      }
     }
   }
-  return true;
+  return field;
 }
 
-// stem?query, cut to the length of a field.
-static std::string_view CombineUrl(std::string_view stem, std::string_view query) {
+std::string_view CombineUrl(std::string_view stem, std::string_view query) {
   const size_t longest = mLogLimits.item;
-  size_t length = stem.copy(mCombinedUrl, longest);
+  char* const url = RoomForText(longest);
+  size_t length = stem.copy(url, longest);
   if (length < longest) {
-    mCombinedUrl[length++] = '?';
-    length += query.copy(mCombinedUrl + length, longest - length);
+    url[length++] = '?';
+    length += query.copy(url + length, longest - length);
   }
-  mCombinedUrl[length] = '\0';
-  return {mCombinedUrl, length};
+  return KeepText(url, length);
 }
 
 // A Mac path, ":docs:index.html", as a URL path.
@@ -291,27 +261,60 @@ static void TranslateMacPath(std::string_view url) {
   }
 }
 
-static void SettleUrl(std::string_view& url, const LineParts& parts) {
-  if (IsAbsent(url)) {
-    const bool whole = IsAbsent(parts.stem) || IsAbsent(parts.query);
-    url = whole ? parts.stem : CombineUrl(parts.stem, parts.query);
+static void SettleUrl(std::string_view& url, const FieldPlan& plan) {
+  url = mFields[plan.texts[kUrlPlace]];
+  if (!IsAbsent(url)) {
+    Ended(url);
+    if (plan.is_request) {
+      TrimFullRequest(url);
+    }
+  } else {
+    const std::string_view stem = mFields[plan.texts[kStemPlace]];
+    if (!IsAbsent(stem)) {
+      Ended(stem);
+    }
+    const std::string_view query = Something(mFields[plan.texts[kQueryPlace]]);
+    url = IsAbsent(stem) || IsAbsent(query) ? stem : CombineUrl(stem, query);
   }
   TranslateMacPath(url);
 }
 
-static void SettleHost(std::string_view& host, const LineParts& parts) {
-  if (IsAbsent(host)) {
-    host = IsAbsent(parts.host_name) ? parts.host_address : parts.host_name;
-  }
+static void SettleHost(std::string_view& host) {
   if (!IsAbsent(host)) {
     TrimPort(host);
     TrimTrailingDot(host);
   }
 }
 
+static void TakeTexts(SuperLogRecord& record, const FieldPlan& plan, const LineParts& parts) {
+  record.host = mFields[plan.texts[kHostPlace]];
+  if (IsAbsent(record.host)) {
+    record.host = IsAbsent(parts.host_name) ? parts.host_address : parts.host_name;
+  }
+  record.referrer = Something(mFields[plan.texts[kReferrerPlace]]);
+  record.agent = Something(mFields[plan.texts[kAgentPlace]]);
+  record.realm = Something(mFields[plan.texts[kRealmPlace]]);
+  record.user = Something(mFields[plan.texts[kUserPlace]]);
+  SettleUrl(record.url, plan);
+}
+
+// False when a field says that the line is no request, or none is a date.
+static bool TakeSteps(SuperLogRecord& record, LineParts& parts, const FieldPlan& plan) {
+  for (size_t i = 0; i < plan.length; ++i) {
+    const FieldPlan::Step step = plan.steps[i];
+    if (!TakeValue(step.letter, mFields[step.field], record, parts)) {
+      return false;
+    }
+  }
+  return parts.dated;
+}
+
 // Whether both times have a record's width, and come from a date: where figures are
 // narrow, what is none of it does not fit.
 static bool FitsRecord(const tm& local, time_t written, time_t time) {
+  if (time == 0 || time == -1) {
+    return false;
+  }
   if (mLogLimits.wide_figures) {
     return !HoldsNoDate(local);
   }
@@ -319,50 +322,66 @@ static bool FitsRecord(const tm& local, time_t written, time_t time) {
 }
 
 bool SettleTime(SuperLogRecord& record) {
-  const time_t written = LocalToTime(record.local);
-  const time_t time = written + mGmtOffset;
-  if (!FitsRecord(record.local, written, time) || time == 0 || time == -1) {
-    return false;
+  if (mGmtOffset == 0 && CompleteInLastHour(record.local, record.time)) {
+    return FitsRecord(record.local, record.time, record.time);
   }
-  record.time = time;
-  return TimeToLocal(time, record.local);
+  const time_t written = LocalToTime(record.local);
+  record.time = written + mGmtOffset;
+  return FitsRecord(record.local, written, record.time) && TimeToLocal(record.time, record.local);
 }
 
-// Field by field, which is faster than one fill of the whole.
-void ClearRecord(SuperLogRecord& record) {
-  for (std::string_view* text :
-       {&record.host, &record.url, &record.referrer, &record.agent, &record.realm, &record.user}) {
-    *text = {};
-  }
+// What is not taken from the line's fields in any case.
+static void ClearFigures(SuperLogRecord& record) {
   record.local = {};
   record.local.tm_isdst = -1;
-  record.time = 0;
   record.status = record.bytes = 0;
+}
+
+void ClearRecord(SuperLogRecord& record) {
+  record = {};
+  ClearFigures(record);
 }
 
 // False when the line is no request.
 template <bool kEscapes>
-[[gnu::always_inline]] static inline bool ParseDataLine(SuperLogRecord& record) {
+static bool ReadFields(SuperLogRecord& record) {
   LineParts parts;
-  ClearRecord(record);
-  if (!SplitLine<kEscapes>(record, parts)) {
+  ClearFigures(record);
+  const size_t fields = SplitLine<kEscapes>(mKnownLayout);
+  if (kEscapes && fields <= mKnownLayout.user && HasDoubts()) {
+    mMayBeOther = true;
     return false;
   }
-  if (!parts.dated) {
-    mStoppedAt = mpLineEnd;
+  const FieldPlan& plan = PlanFor(mKnownLayout, fields);
+  if (!TakeSteps(record, parts, plan)) {
     return false;
   }
-  for (std::string_view* text :
-       {&record.referrer, &record.agent, &record.realm, &record.user, &parts.query}) {
-    DropIfNothing(*text);
+  TakeTexts(record, plan, parts);
+  return true;
+}
+
+static void SettleUsualTexts(SuperLogRecord& record) {
+  Ended(record.url);
+  TrimFullRequest(record.url);
+  for (std::string_view* text : {&record.referrer, &record.agent, &record.realm, &record.user}) {
+    *text = Something(*text);
   }
-  SettleUrl(record.url, parts);
+}
+
+template <bool kEscapes>
+[[gnu::always_inline]] static inline bool ParseDataLine(SuperLogRecord& record) {
+  const UsualLayout& usual = mKnownLayout.usual;
+  if (usual.usual && ReadUsualLine<kEscapes>(mpLine, mpLineEnd, usual, record)) {
+    SettleUsualTexts(record);
+  } else if (!ReadFields<kEscapes>(record)) {
+    return false;
+  }
   // The time comes first: where a clock change repeats an hour, it is the line
   // before that decides, usable or not.
   if (!SettleTime(record) || IsAbsent(record.url) || IsDash(record.url)) {
     return false;
   }
-  SettleHost(record.host, parts);
+  SettleHost(record.host);
   if (mCurLogFormat == kFamilyW3cIis && !IsAbsent(record.agent)) {
     // IIS writes "+" for a space.
     record.agent = {record.agent.data(), decode(Writable(record.agent))};
@@ -400,41 +419,22 @@ static std::string_view CurrentLine() {
   return {mpLine, static_cast<size_t>(mpLineEnd - mpLine)};
 }
 
-// Puts back what ended the fields before a place of the line, none of which was cut.
-static void RestoreFields(char* const stop) {
-  for (char* start = mpLine; start < stop;) {
-    char* const end = FindByte(start, mpLineEnd, '\0');
-    if (end >= stop && end == mpLineEnd) {
-      return;
-    }
-    const bool enclosed = *start == '"' || *start == '\'' || *start == '[';
-    *end = !enclosed ? ' ' : *start == '[' ? ']' : *start;
-    start = end + 1;
-    start += enclosed && start < stop && *start == ' ' ? 1 : 0;
-  }
-}
-
 // Reads a line that no other layout explains; apart, so that the way of nearly all lines is one function.
 [[gnu::noinline]] static bool ParseSurely(SuperLogRecord& record) {
   mSureOfLetters = true;
   const bool parsed = ParseDataLine<true>(record);
   mSureOfLetters = false;
-  mStoppedAt = nullptr;
   return parsed;
 }
 
 // A line in a log of the common log format that is none of it: of another layout, or of one that the letters
 // read nevertheless.
 [[gnu::cold, gnu::noinline]] static bool ParseOtherLine(SuperLogRecord& record) {
-  if (mStoppedAt == nullptr || mCurLogFormat != kFamilyClf) {
+  if (!mMayBeOther) {
     return false;
   }
-  RestoreFields(mStoppedAt);
-  mStoppedAt = nullptr;
-  if (ParseByLayouts(CurrentLine(), TextAhead(), record)) {
-    return true;
-  }
-  return ParseSurely(record);
+  mMayBeOther = false;
+  return ParseByLayouts(CurrentLine(), TextAhead(), record) || ParseSurely(record);
 }
 
 // A line of a file whose letters are not known. A guess that does not explain its own line is forgotten.
@@ -460,13 +460,15 @@ static void RestoreFields(char* const stop) {
 
 template <bool kEscapes>
 [[gnu::always_inline]] static inline bool ParseLine(SuperLogRecord& record) {
-  if (mFormatKnown) {
-    return ParseDataLine<kEscapes>(record) || (kEscapes && mLogLimits.layouts && ParseOtherLine(record));
+  if (!mFormatKnown) [[unlikely]] {
+    if (kEscapes && mLogLimits.layouts) {
+      return ParseByLayoutOrGuess(record);
+    }
+    if (!GrokLineFormat()) {
+      return false;
+    }
   }
-  if (kEscapes && mLogLimits.layouts) {
-    return ParseByLayoutOrGuess(record);
-  }
-  return GrokLineFormat() && ParseDataLine<kEscapes>(record);
+  return ParseDataLine<kEscapes>(record) || (kEscapes && ParseOtherLine(record));
 }
 
 // Two functions, so that neither way of reading costs the other anything.
@@ -497,7 +499,7 @@ int64_t SuperLog_GetLinesNotUnderstood() {
 }
 
 void ResetLogLine() {
-  mStoppedAt = nullptr;
+  mMayBeOther = false;
   mLinesNotUnderstood = 0;
 }
 

@@ -27,6 +27,9 @@ void TrimPort(std::string_view& host);
 // Removes one "." from the end of a host.
 void TrimTrailingDot(std::string_view& host);
 
+// stem?query, cut to the length of a field, as a kept text (superlog/kept_texts.h).
+std::string_view CombineUrl(std::string_view stem, std::string_view query);
+
 // Makes every text absent and every figure 0.
 void ClearRecord(SuperLogRecord& record);
 

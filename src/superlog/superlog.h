@@ -16,8 +16,8 @@
 #include "superlog/super_long.h"
 
 // One request. Texts are absent (null data), or NUL-terminated and at most as long
-// as the limits let an item be; figures are as wide as they let them be. Texts stay valid until the next
-// SuperLog_ParseNextLine.
+// as the limits let an item be; figures are as wide as they let them be. Texts stay valid, and
+// nothing writes to them, until LogEvents::texts_go is told or the log is closed.
 struct SuperLogRecord {
   std::string_view host;  // without port and without one trailing dot
   tm local;               // the request's local time, all nine fields normalised

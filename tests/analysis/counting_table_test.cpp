@@ -1,5 +1,10 @@
 #include "analysis/counting_table.h"
 
+#include <algorithm>
+#include <deque>
+#include <set>
+
+#include "analysis/item_key.h"
 #include "analysis/paired_tables.h"
 
 class CountingTableTest : public testing::Test {
@@ -12,6 +17,7 @@ class CountingTableTest : public testing::Test {
   void TearDown() override {
     mpAllocate = malloc;
     mpAllocateZeroed = calloc;
+    mpTakeRoom = TakeRoom;
     destroy(list_);
     destroyListInfo();
   }
@@ -24,6 +30,8 @@ class CountingTableTest : public testing::Test {
   void AddWith(const std::string& key, std::string_view subkey) {
     add_item(list_, info_, key, subkey, nullptr, false);
   }
+  // A text that stays where it is to the end of the test.
+  std::string_view Kept(std::string_view text) { return texts_.emplace_back(text); }
   ListItem* Record(std::string_view key) {
     ListItem* item = KeyOrder(list_);
     while (item != nullptr && item->key() != key) {
@@ -41,6 +49,7 @@ class CountingTableTest : public testing::Test {
 
   List list_;
   ListInfo* info_;
+  std::deque<WithRoom> texts_;
 };
 
 TEST_F(CountingTableTest, InitListAppendsItsDescriptor) {
@@ -134,7 +143,7 @@ TEST_F(CountingTableTest, KeysAreCutTo243Characters) {
   EXPECT_EQ(cut->count, 3);
   EXPECT_EQ(cut->name[243], '\0');
   EXPECT_EQ(cut->sublist()->first->key(), std::string(243, 's'));
-  queue_item(list_, info_, WithRoom(std::string(300, 'k')), WithRoom(std::string(300, 's')), false);
+  queue_item(list_, info_, Kept(std::string(300, 'k')), Kept(std::string(300, 's')), false);
   count_queued();
   EXPECT_EQ(cut->count, 4);
   EXPECT_EQ(cut->sublist()->first->count, 2);
@@ -146,7 +155,7 @@ TEST_F(CountingTableTest, ModernKeysAreCutTo2048Characters) {
   for (const size_t length : {243u, 244u, 255u, 256u, 2047u, 2048u, 2049u, 9000u}) {
     const std::string key(length, 'k');
     AddWith(key, key);
-    queue_item(list_, info_, WithRoom(key), WithRoom(key), false);
+    queue_item(list_, info_, Kept(key), Kept(key), false);
   }
   EXPECT_EQ(list_length(list_), 6U);
   const ListItem* const cut = Record(longest);
@@ -161,7 +170,7 @@ TEST_F(CountingTableTest, ModernKeysAreCutTo2048Characters) {
 TEST_F(CountingTableTest, ModernLongSubkeyOfAShortKeyIsWhole) {
   SetCountingLimits(kModernLimits);
   const std::string from(1000, 'r');
-  queue_item(list_, info_, WithRoom("/gone"), WithRoom(from), false);
+  queue_item(list_, info_, Kept("/gone"), Kept(from), false);
   EXPECT_EQ(list_length(list_), 1U);
   EXPECT_EQ(Record("/gone")->sublist()->first->key(), from);
 }
@@ -169,10 +178,10 @@ TEST_F(CountingTableTest, ModernLongSubkeyOfAShortKeyIsWhole) {
 TEST_F(CountingTableTest, ModernLongKeysKeepTheOrderOfTheCalls) {
   SetCountingLimits(kModernLimits);
   const std::string tail(1000, 'x');
-  queue_item(list_, info_, WithRoom("a" + tail), {}, true);
-  queue_item(list_, info_, WithRoom("Index.html"), {}, true);
-  queue_item(list_, info_, WithRoom("A" + tail), {}, true);
-  queue_item(list_, info_, WithRoom("INDEX.HTML"), {}, true);
+  queue_item(list_, info_, Kept("a" + tail), {}, true);
+  queue_item(list_, info_, Kept("Index.html"), {}, true);
+  queue_item(list_, info_, Kept("A" + tail), {}, true);
+  queue_item(list_, info_, Kept("INDEX.HTML"), {}, true);
   EXPECT_EQ(Text(KeyOrder(list_)), "a" + tail + "(2) Index.html(2) ");
 }
 
@@ -322,27 +331,56 @@ TEST_F(CountingTableTest, OccurrencesAreCountedByKind) {
 }
 
 TEST_F(CountingTableTest, QueuedKeysCountInTheOrderOfTheCalls) {
-  queue_item(list_, info_, WithRoom("Index.html"), {}, true);
+  queue_item(list_, info_, Kept("Index.html"), {}, true);
   add_item(list_, info_, "index.html", {}, nullptr, true);
-  queue_item(list_, info_, WithRoom("INDEX.HTML"), {}, true);
+  queue_item(list_, info_, Kept("INDEX.HTML"), {}, true);
   EXPECT_EQ(Text(SortList(list_)), "Index.html(3) ");
 }
 
-TEST_F(CountingTableTest, QueuedKeysAreCopied) {
-  char key[8 + kScanOverread] = "first";
-  queue_item(list_, info_, std::string_view(key), {}, false);
+TEST_F(CountingTableTest, QueuedCopiesMayBeOverwritten) {
+  char key[] = "first";
+  queue_copy(list_, info_, {key, 5}, false);
   memcpy(key, "other", 5);
   EXPECT_EQ(Text(KeyOrder(list_)), "first(1) ");
 }
 
+TEST_F(CountingTableTest, QueuedCopiesMayBeMoreThanThereIsRoomFor) {
+  for (const Limits& limits : {kClassicLimits, kModernLimits}) {
+    SetCountingLimits(limits);
+    for (int i = 0; i < 100; ++i) {
+      queue_copy(list_, info_, std::string(5000, static_cast<char>('a' + i % 3)), false);
+      queue_copy(list_, info_, "", false);
+    }
+    ASSERT_EQ(list_length(list_), 3U);
+    EXPECT_EQ(Record(std::string(limits.item, 'a'))->count, 34);
+    EXPECT_EQ(Record(std::string(limits.item, 'c'))->count, 33);
+    destroy(list_);
+  }
+}
+
+// Sub-keys wait beside their keys, wherever groups end.
+TEST_F(CountingTableTest, QueuedSubkeysAreThoseOfTheirKeys) {
+  const WithRoom gone("/gone"), other("/other"), from("http://a/");
+  for (int before = 0; before < 200; ++before) {
+    for (int i = 0; i < before; ++i) {
+      queue_item(list_, info_, other, false);
+    }
+    queue_item(list_, info_, gone, from, false);
+    count_queued();
+  }
+  EXPECT_EQ(Text(KeyOrder(list_)), "/gone(200) /other(19900) ");
+  EXPECT_EQ(Text(Record("/gone")->sublist()->first), "http://a/(200) ");
+  EXPECT_EQ(Record("/other")->sublist(), nullptr);
+}
+
 TEST_F(CountingTableTest, AskingForAListCountsWhatWaits) {
-  queue_item(list_, info_, WithRoom("a"), {}, false);
+  queue_item(list_, info_, Kept("a"), {}, false);
   EXPECT_EQ(list_length(list_), 1U);
-  queue_item(list_, info_, WithRoom("a"), {}, false);
+  queue_item(list_, info_, Kept("a"), {}, false);
   EXPECT_EQ(TotalList(list_), 2);
-  queue_item(list_, info_, WithRoom("b"), {}, false);
+  queue_item(list_, info_, Kept("b"), {}, false);
   EXPECT_EQ(Text(KeyOrder(list_)), "a(2) b(1) ");
-  queue_item(list_, info_, WithRoom("b"), {}, false);
+  queue_item(list_, info_, Kept("b"), {}, false);
   count_queued();
   EXPECT_EQ(list_.first->next->count, 2);
 }
@@ -441,6 +479,76 @@ TEST_F(PairedDisplayTest, ManyKeysInEveryOrderOfArrival) {
   }
 }
 
+// ---- Keys that collide ----
+
+static constexpr uint32_t kWeakHash = 7;
+
+static size_t CountKnownPlainly(const WaitingKey* keys, size_t count) {
+  return kPlainForm.count_known(keys, count);
+}
+
+static const KeyForm kWeakForm = {[](std::string_view, bool, const KeySeed&) { return kWeakHash; },
+                                  [](WaitingKey* keys, size_t count, const KeySeed&) {
+                                    std::for_each(keys, keys + count,
+                                                  [](WaitingKey& key) { key.hash = kWeakHash; });
+                                  },
+                                  CountKnownPlainly};
+
+class CollidingKeys : public CountingTableTest {
+ protected:
+  void SetUp() override {
+    CountingTableTest::SetUp();
+    mpKeyForm = &kWeakForm;
+  }
+  void TearDown() override {
+    CountingTableTest::TearDown();
+    mpKeyForm = &mKeyFormHere;
+  }
+};
+
+TEST_F(CollidingKeys, AreHashedSafelyOnceSearchesGetLong) {
+  int keys = 0;
+  for (; !list_.attacked; ++keys) {
+    ASSERT_LT(keys, 1000) << "no search goes through more";
+    Add(Numbered("key", keys));
+  }
+  EXPECT_GT(keys, 500);
+  std::set<uint32_t> hashes;
+  for (const ListItem* item = list_.first; item != nullptr; item = item->next) {
+    hashes.insert(item->hash);
+  }
+  EXPECT_EQ(hashes.size(), list_.length);
+}
+
+TEST_F(CollidingKeys, GiveThePlainResult) {
+  destroyListInfo();
+  for (const bool ignore_case : {false, true}) {
+    ResetMemory();
+    InitMemory(MemorySettings(3, 20, BudgetOfRecords(2000)));
+    Random random(21);
+    PairedTable table(ignore_case);
+    for (int step = 0; step < 6000; ++step) {
+      const std::string key = RandomName(random, 1500);
+      const std::string from =
+          random.Below(3) == 0 ? RandomName(random, random.Below(2) == 0 ? 2000 : 2) : "";
+      random.Below(3) == 0 ? table.Add("/a/Page1", from) : table.Queue(key, from);
+    }
+    count_queued();
+    EXPECT_TRUE(table.list.attacked);
+    EXPECT_GT(table.info->reclaimed, 0);
+    ASSERT_NO_FATAL_FAILURE(ExpectSameStatistics());
+    ASSERT_NO_FATAL_FAILURE(table.ExpectSame());
+    ASSERT_NO_FATAL_FAILURE(table.ExpectSameDisplay(40));
+  }
+}
+
+TEST_F(CountingTableTest, KeysThatDoNotCollideAreNotTakenForSuch) {
+  for (int i = 0; i < 200000; ++i) {
+    Add(Numbered("/page", i));
+  }
+  EXPECT_FALSE(list_.attacked);
+}
+
 // ---- Refused memory ----
 
 static void* RefuseBlock(size_t) {
@@ -462,12 +570,12 @@ TEST_F(CountingTableTest, RefusedIndexLeavesTheListWalked) {
   for (int i = 0; i < 120; ++i) {
     Add(Numbered("key", i % 60));
   }
-  EXPECT_EQ(list_.slots, nullptr);
+  EXPECT_EQ(list_.lines, nullptr);
   EXPECT_EQ(list_length(list_), 60U);
   EXPECT_EQ(TotalList(list_), 120);
   mpAllocateZeroed = calloc;
   Add("key60");
-  EXPECT_NE(list_.slots, nullptr) << "the next record makes up for it";
+  EXPECT_NE(list_.lines, nullptr) << "the next record makes up for it";
   Add("key0");
   EXPECT_EQ(Record("key0")->count, 3);
   EXPECT_EQ(Record("key60")->count, 1);
@@ -623,7 +731,7 @@ TEST_F(CountingTableTest, RefusedSublistReclaimsAroundItsParent) {
 }
 
 TEST_F(CountingTableTest, RefusedRecordEndsTheProcessWithStatus1) {
-  mpAllocate = RefuseBlock;
+  mpTakeRoom = RefuseBlock;
   EXPECT_EXIT(Add("a"), testing::ExitedWithCode(1), "^$");
 }
 

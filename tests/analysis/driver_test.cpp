@@ -4,6 +4,7 @@
 #include <netdb.h>
 #include <sys/socket.h>
 
+#include <set>
 #include <string>
 
 #include "analysis/dns_cache.h"
@@ -729,6 +730,117 @@ TEST_F(CountLogsTest, FilteredReferrersStayWithoutFilterReferrers) {
   EXPECT_EQ(Referrers(), "http://finder.example/=1 ");
 }
 
+// ---- Texts that wait ----
+
+// What stands behind the number makes every line another piece of the reader's window.
+static std::string Filler(int number) {
+  return std::string(static_cast<size_t>(number * 37 % 190), static_cast<char>('a' + number % 26));
+}
+
+class WaitingTexts : public CountingOfDriver {
+ protected:
+  static constexpr int kLines = 3000;
+
+  WaitingTexts() {
+    settings_.requests.on = settings_.referrers.on = settings_.search.on = settings_.browsers.on = 1;
+    settings_.domains.on = settings_.domaintypes.on = settings_.showquery = 1;
+  }
+
+  static std::string Url(int number) { return "/page" + std::to_string(100000 + number) + Filler(number); }
+
+  // Each URL once, in order.
+  std::string Expected(const std::string& behind) {
+    std::string text;
+    for (int i = 0; i < kLines; ++i) {
+      text += Url(i) + behind + "=1 ";
+    }
+    return text;
+  }
+};
+
+TEST_F(WaitingTexts, AreWholeWhereverWindowsEnd) {
+  std::string log;
+  std::set<std::string> agents;
+  for (int i = 0; i < kLines; ++i) {
+    LogLine line;
+    line.url = Url(i);
+    line.agent = "agent " + Filler(i);
+    agents.insert(line.agent);
+    line.host = "h" + std::to_string(i) + ".example.org";
+    log += ToText(line);
+  }
+  AddLog("a.log", log);
+  EXPECT_EQ(Run(), "");
+  EXPECT_EQ(Urls(), Expected(""));
+  EXPECT_EQ(Counted(analysis_.domains.list), "example.org=3000 ");
+  EXPECT_EQ(Counted(analysis_.domaintypes.list), "org=3000 ");
+  EXPECT_EQ(TotalList(analysis_.browsers.list), kLines);
+  EXPECT_EQ(list_length(analysis_.browsers.list), agents.size());
+}
+
+TEST_F(WaitingTexts, AreWholeBesideLinesThatAreTooLong) {
+  std::string log;
+  for (int i = 0; i < kLines; ++i) {
+    LogLine line;
+    line.url = Url(i);
+    line.agent = "agent " + std::string(i % 3 == 0 ? 2000 : 10, 'x');
+    log += ToText(line);
+  }
+  AddLog("a.log", log);
+  EXPECT_EQ(Run(), "");
+  EXPECT_EQ(Urls(), Expected(""));
+}
+
+// With nothing but long URLs as many wait as at no other time.
+TEST_F(WaitingTexts, AreWholeWhereUrlsArePutTogether) {
+  settings_.referrers.on = settings_.search.on = settings_.domains.on = settings_.domaintypes.on = 0;
+  for (const int browsers : {0, 1}) {
+    settings_.browsers.on = browsers;
+    std::string log =
+        "#Software: Microsoft Internet Information Services 7.5\n#Version: 1.0\n#Date: 2000-03-05 00:00:00\n"
+        "#Fields: date time cs-method cs-uri-stem cs-uri-query c-ip cs(User-Agent) sc-status sc-bytes\n";
+    std::string expected;
+    for (int i = 0; i < kLines; ++i) {
+      const std::string stem = "/page" + std::to_string(100000 + i);
+      const std::string query = "q=" + std::string(220, static_cast<char>('a' + i % 26));
+      log += "2000-03-05 10:00:00 GET " + stem + " " + query + " 192.0.2.9 a+%21 200 5\n";
+      expected += stem + "?" + query + "=1 ";
+    }
+    AddLog("a.log", log);
+    RunWith(kClassicCounting);
+    EXPECT_EQ(Urls(), expected);
+    EXPECT_EQ(Counted(analysis_.browsers.list), browsers == 0 ? "" : "a !=3000 ");
+  }
+}
+
+TEST_F(WaitingTexts, OfSearchesAndNamesAreCopied) {
+  settings_.dnslookupenabled = 1;
+  mpResolver = [](const void*, socklen_t, int) -> hostent* {
+    static char name[40];
+    static hostent host{};
+    snprintf(name, sizeof name, "a.desk%d.test", mQueries++);
+    host.h_name = name;
+    return &host;
+  };
+  mQueries = 0;
+  std::string log;
+  for (int i = 0; i < 500; ++i) {
+    LogLine line;
+    line.host = "192.0.2." + std::to_string(i % 200);
+    line.referrer = "http://www.altavista.com/search?q=word" + std::to_string(i % 9);
+    log += ToText(line);
+  }
+  AddLog("a.log", log);
+  EXPECT_EQ(Run(), "");
+  mpResolver = gethostbyaddr;
+  EXPECT_EQ(list_length(analysis_.domains.list), 200U);
+  EXPECT_EQ(TotalList(analysis_.domains.list), 500);
+  for (const ListItem* item = KeyOrder(analysis_.domains.list); item != nullptr; item = item->next) {
+    EXPECT_TRUE(item->key().starts_with("desk") && item->key().ends_with(".test")) << item->key();
+  }
+  EXPECT_EQ(Counted(analysis_.domaintypes.list), "test=500 ");
+}
+
 // ---- Reverse DNS ---------------------------------------------------------------------
 
 class DriverDns : public CountingOfDriver {
@@ -951,7 +1063,8 @@ TEST_F(ResetAnalysisTest, AnotherRunIsLikeTheFirst) {
 TEST_F(ResetAnalysisTest, DropsWhatWaitsToBeCounted) {
   AddLog("a.log", {{}});
   ASSERT_TRUE(BeginAnalysis(settings_, kClassicCounting, analysis_));
-  queue_item(analysis_.urls.list, analysis_.urls.info, WithRoom("/a"), {}, false);
+  const WithRoom key("/a");
+  queue_item(analysis_.urls.list, analysis_.urls.info, key, {}, false);
   ResetAnalysis();
   EXPECT_EQ(list_length(analysis_.urls.list), 0U);
   EXPECT_EQ(gSM_TotalBytesAllocated, 0);

@@ -3,10 +3,12 @@
 #include <gtest/gtest.h>
 #include <strings.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "analysis/paired_tables.h"
 #include "support/room.h"
@@ -14,20 +16,19 @@
 static const KeySeed kSeed = {"sixty-four characters that are as good as any others for a test",
                               0x0123456789abcdef, 0xfedcba9876543211};
 
-static LongPaddedKey Padded(const std::string& key) {
-  LongPaddedKey padded;
-  memset(padded.bytes, '#', sizeof padded.bytes);
-  TakeKey(padded, WithRoom(key), false, kSeed);
-  return padded;
-}
-
+// Both forms must say the same.
 static uint32_t Hash(const std::string& key, bool fold, const KeySeed& seed = kSeed) {
-  LongPaddedKey room;
-  return TakeKey(room, WithRoom(key), fold, seed);
+  const WithRoom text(key);
+  const uint32_t hash = mKeyFormHere.hash(text, fold, seed);
+  EXPECT_EQ(hash, kPlainForm.hash(text, fold, seed)) << key.size();
+  return hash;
 }
 
+// Other bytes follow, as others' records do.
 static std::unique_ptr<ListItem, void (*)(void*)> MakeItem(const std::string& key) {
-  ListItem* item = static_cast<ListItem*>(calloc(1, offsetof(ListItem, name) + PaddedKeySize(key.size())));
+  ListItem* item =
+      static_cast<ListItem*>(calloc(1, offsetof(ListItem, name) + PaddedKeySize(key.size()) + kScanOverread));
+  memset(item->name + PaddedKeySize(key.size()), '?', kScanOverread);
   item->length = static_cast<uint16_t>(key.size());
   memcpy(item->name, key.data(), key.size());
   return {item, free};
@@ -77,16 +78,59 @@ TEST(KeyBefore, IsStrcmpAndStrcasecmpOrder) {
   }
 }
 
-TEST(SameKey, EveryByteOfEveryLengthCounts) {
-  for (size_t length = 1; length <= 300; ++length) {
-    const std::string key(length, 'x');
-    const auto item = MakeItem(key);
-    ASSERT_TRUE(SameKey(*item, Padded(key).padded(), false));
-    for (size_t i = 0; i < length; ++i) {
-      std::string other = key;
-      other[i] = 'y';
-      ASSERT_FALSE(SameKey(*item, Padded(other).padded(), false)) << i << " of " << length;
+// Whether a form counts the key in this record.
+static bool Counts(const KeyForm& form, ListItem& item, const std::string& key) {
+  const WithRoom room(key);
+  const std::string_view text = room;
+  ListInfo info = {};
+  const WaitingKey waiting = {text.data(), nullptr, &info, &item, 0, static_cast<uint16_t>(text.size()),
+                              false,       false};
+  item.count = 0;
+  const size_t known = form.count_known(&waiting, 1);
+  EXPECT_EQ(static_cast<size_t>(item.count), known);
+  EXPECT_EQ(static_cast<size_t>(info.kinds[item.kind]), known);
+  return known == 1;
+}
+
+TEST(CountKnown, EveryByteOfEveryLengthCounts) {
+  for (const KeyForm& form : {mKeyFormHere, kPlainForm}) {
+    for (size_t length = 1; length <= 300; ++length) {
+      const std::string key(length, 'x');
+      const auto item = MakeItem(key);
+      ASSERT_TRUE(Counts(form, *item, key));
+      ASSERT_FALSE(Counts(form, *item, key + "x"));
+      ASSERT_FALSE(Counts(form, *item, key + "?"));
+      ASSERT_FALSE(Counts(form, *item, key.substr(1)));
+      for (size_t i = 0; i < length; ++i) {
+        std::string other = key;
+        other[i] = 'y';
+        ASSERT_FALSE(Counts(form, *item, other)) << i << " of " << length;
+      }
     }
+  }
+}
+
+TEST(CountKnown, StopsAtTheFirstOther) {
+  const auto a = MakeItem("/a");
+  const auto b = MakeItem("/b");
+  b->kind = 3;
+  const WithRoom text("/a/b");
+  const char* const at = std::string_view(text).data();
+  for (const KeyForm& form : {mKeyFormHere, kPlainForm}) {
+    a->count = b->count = 0;
+    ListInfo info = {};
+    const WaitingKey keys[] = {{at, nullptr, &info, a.get(), 1, 2, false, false},
+                               {at + 2, nullptr, &info, b.get(), 2, 2, false, false},
+                               {at, nullptr, &info, b.get(), 3, 2, false, false},
+                               {at, nullptr, &info, a.get(), 4, 2, false, false},
+                               {at, nullptr, &info, nullptr, 5, 2, false, false}};
+    EXPECT_EQ(form.count_known(keys, 5), 2U);
+    EXPECT_EQ(form.count_known(keys + 3, 2), 1U) << "one without a record";
+    EXPECT_EQ(form.count_known(keys, 0), 0U);
+    EXPECT_EQ(a->count, 2);
+    EXPECT_EQ(b->count, 1);
+    EXPECT_EQ(info.kinds[0], 2);
+    EXPECT_EQ(info.kinds[3], 1);
   }
 }
 
@@ -96,13 +140,14 @@ TEST(SameKey, IsEqualityWithAndWithoutCase) {
     const std::string a = RandomKey(random);
     const std::string b = random.Below(2) == 0 ? SwapCase(a) : RandomKey(random);
     const auto item = MakeItem(a);
-    ASSERT_EQ(SameKey(*item, Padded(b).padded(), false), a == b) << a << " " << b;
-    ASSERT_EQ(SameKey(*item, Padded(b).padded(), true), strcasecmp(a.c_str(), b.c_str()) == 0)
-        << a << " " << b;
+    ASSERT_EQ(SameKey(*item, b, false), a == b) << a << " " << b;
+    ASSERT_EQ(SameKey(*item, b, true), strcasecmp(a.c_str(), b.c_str()) == 0) << a << " " << b;
+    ASSERT_EQ(Counts(mKeyFormHere, *item, b), a == b) << a << " " << b;
+    ASSERT_EQ(Counts(kPlainForm, *item, b), a == b) << a << " " << b;
   }
 }
 
-TEST(TakeKey, IgnoresCaseOnlyWhenToldTo) {
+TEST(KeyHash, IgnoresCaseOnlyWhenToldTo) {
   Random random(3);
   for (size_t length = 1; length <= kTextMax; ++length) {
     std::string key(length, 'x');
@@ -117,7 +162,7 @@ TEST(TakeKey, IgnoresCaseOnlyWhenToldTo) {
   }
 }
 
-TEST(TakeKey, EveryByteOfEveryLengthCounts) {
+TEST(KeyHash, EveryByteOfEveryLengthCounts) {
   for (size_t length = 1; length <= kTextMax; ++length) {
     std::set<uint32_t> hashes;
     hashes.insert(Hash(std::string(length, 'x'), true));
@@ -130,7 +175,7 @@ TEST(TakeKey, EveryByteOfEveryLengthCounts) {
   }
 }
 
-TEST(TakeKey, BytesThatDifferInTheCaseBitAloneStayApart) {
+TEST(KeyHash, BytesThatDifferInTheCaseBitAloneStayApart) {
   std::set<uint32_t> hashes;
   for (const char* key : {"/@", "/`", "/[", "/{", "/0", "/\x10", "/\xc1", "/\xe1"}) {
     hashes.insert(Hash(key, true));
@@ -138,13 +183,13 @@ TEST(TakeKey, BytesThatDifferInTheCaseBitAloneStayApart) {
   EXPECT_EQ(hashes.size(), 8U);
 }
 
-TEST(TakeKey, DependsOnTheSeed) {
+TEST(KeyHash, DependsOnTheSeed) {
   KeySeed other = kSeed;
   other.chunk[5] ^= 1;
   EXPECT_NE(Hash("/index.html", false), Hash("/index.html", false, other));
 }
 
-TEST(TakeKey, SpreadsNumberedKeysOverTheLowBits) {
+TEST(KeyHash, SpreadsNumberedKeysOverTheLowBits) {
   constexpr int kKeys = 1 << 14;
   std::set<uint32_t> homes;
   for (int i = 0; i < kKeys; ++i) {
@@ -154,43 +199,32 @@ TEST(TakeKey, SpreadsNumberedKeysOverTheLowBits) {
               kKeys * 0.02);  // 1 - 1/e, as random ones would
 }
 
-// The form of this processor and the plain one, in rooms full of rubbish.
-TEST(TakeKey, TakesEveryLengthAndPadsItWithNuls) {
-  for (const TakeKeyForm take : {mpTakeKey, TakeKeyForm{TakeKeyPlainly}}) {
-    for (size_t length = 0; length <= kLongestItem; length += length < 300 ? 1 : 29) {
-      for (const bool fold : {false, true}) {
-        const std::string key(length, 'X');
-        LongPaddedKey room;
-        memset(room.bytes, '#', sizeof room.bytes);
-        take(room.bytes, WithRoom(key), fold, kSeed);
-        std::string expected = key;
-        expected.resize((length / kKeyChunk + 1) * kKeyChunk);
-        ASSERT_EQ(std::string_view(room.bytes, expected.size()), expected);
-      }
-    }
-  }
-}
-
-TEST(TakeKey, FormOfThisProcessorGivesWhatThePlainOneDoes) {
+TEST(KeyHash, FormOfThisProcessorGivesWhatThePlainOneDoes) {
   Random random(4);
+  std::vector<WithRoom> texts;
+  std::vector<WaitingKey> keys;
   for (int i = 0; i < 20000; ++i) {
     std::string key(random.Below(random.Below(9) == 0 ? kLongestItem : 200), ' ');
     for (char& c : key) {
       c = static_cast<char>(random.Below(256));
     }
-    LongPaddedKey room;
-    for (const bool fold : {false, true}) {
-      ASSERT_EQ(mpTakeKey(room.bytes, WithRoom(key), fold, kSeed),
-                TakeKeyPlainly(room.bytes, WithRoom(key), fold, kSeed))
-          << key.size();
-    }
+    const std::string_view text = texts.emplace_back(key);
+    keys.push_back({text.data(), nullptr, nullptr, nullptr, 0, static_cast<uint16_t>(text.size()),
+                    random.Below(2) == 0, false});
+  }
+  std::vector<WaitingKey> others = keys;
+  mKeyFormHere.hash_all(keys.data(), keys.size(), kSeed);
+  kPlainForm.hash_all(others.data(), others.size(), kSeed);
+  for (size_t i = 0; i < keys.size(); ++i) {
+    ASSERT_EQ(keys[i].hash, others[i].hash) << keys[i].length;
+    ASSERT_EQ(keys[i].hash, Hash(std::string(keys[i].key()), keys[i].ignore_case));
   }
 }
 
 // A hash in words, one after the other, as it is published.
 static uint32_t HashInWords(std::string key, const KeySeed& seed) {
   uint64_t state = key.size() ^ seed.length;
-  key.resize((key.size() / kKeyChunk + 1) * kKeyChunk);
+  key.resize(std::max<size_t>(1, (key.size() + kKeyChunk - 1) / kKeyChunk) * kKeyChunk);
   for (size_t at = 0; at < key.size(); at += kKeyChunk) {
     uint32_t words[kKeyChunk / 4];
     uint32_t hidden_by[kKeyChunk / 4];
@@ -204,7 +238,7 @@ static uint32_t HashInWords(std::string key, const KeySeed& seed) {
   return static_cast<uint32_t>(MultiplyFold(state, seed.chain));
 }
 
-TEST(TakeKey, HashesAsPublishedOfTheFoldedKey) {
+TEST(KeyHash, HashesAsPublishedOfTheFoldedKey) {
   Random random(5);
   for (int i = 0; i < 5000; ++i) {
     const std::string key = RandomKey(random);
@@ -217,20 +251,9 @@ TEST(TakeKey, HashesAsPublishedOfTheFoldedKey) {
   }
 }
 
-TEST(TakeKey, MayTakeWhatAlreadyLiesInItsRoom) {
-  LongPaddedKey room;
-  for (const size_t length : {1u, 63u, 64u, 65u, 200u}) {
-    const std::string key(length, 'k');
-    memset(room.bytes, '#', sizeof room.bytes);
-    key.copy(room.bytes, length);
-    EXPECT_EQ(TakeKey(room, {room.bytes, length}, false, kSeed), Hash(key, false));
-    EXPECT_EQ(std::string_view(room.bytes, length + 1), std::string_view(key.c_str(), length + 1));
-  }
-}
-
 // Sums of products hide nothing by themselves: words may trade places, or be
 // nothing but padding.
-TEST(TakeKey, PlacesOfWordsCount) {
+TEST(KeyHash, PlacesOfWordsCount) {
   std::set<uint32_t> hashes;
   std::string key(kTextMax, 'x');
   for (size_t at = 0; at + 4 <= key.size(); at += 4) {

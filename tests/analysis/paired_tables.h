@@ -6,10 +6,12 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <deque>
 #include <string>
 #include <vector>
 
 #include "analysis/counting_table.h"
+#include "analysis/item_store.h"
 #include "analysis/plain_tables.h"
 #include "analysis/smart_memory.h"
 #include "analysis/smart_memory_internal.h"
@@ -56,6 +58,7 @@ inline void ResetMemory() {
   gSM_TotalBytesAllocated = gSM_CurrentBytesAllocated = gSM_MaximumBytesAllocated = gSM_TotalBytesFreed = 0;
   mpAllocate = malloc;
   mpAllocateZeroed = calloc;
+  mpTakeRoom = TakeRoom;
   SetCountingLimits(kClassicLimits);
   plain::memory = {};
 }
@@ -126,7 +129,7 @@ class PairedTable {
   }
 
   void Queue(const std::string& key, const std::string& subkey) {
-    queue_item(list, info, WithRoom(key), WithRoom(subkey), ignore_case_);
+    queue_item(list, info, texts_.emplace_back(key), texts_.emplace_back(subkey), ignore_case_);
     plain::add_item(plain_list, plain_info, key, subkey, nullptr, ignore_case_);
   }
 
@@ -154,6 +157,7 @@ class PairedTable {
 
  private:
   bool ignore_case_;
+  std::deque<WithRoom> texts_;  // of keys that may wait
 };
 
 inline void SetLimits(const Limits& limits) {

@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "analysis/item_key.h"
 #include "analysis/paired_tables.h"
 
 class SmartMemoryTest : public testing::Test {
@@ -9,6 +10,7 @@ class SmartMemoryTest : public testing::Test {
   void SetUp() override { ResetMemory(); }
   void TearDown() override {
     mpAllocate = malloc;
+    mpTakeRoom = TakeRoom;
     mpAllocateZeroed = calloc;
   }
 
@@ -267,12 +269,13 @@ TEST_F(SmartMemoryTest, ReclaimedKeyStartsAgainAtOne) {
 TEST_F(SmartMemoryTest, AllocCountsEntriesOfTopLevelRecordsOnly) {
   InitMemory(MemorySettings(0, 1, 0));
   PairedTable table(false);
-  free(smart_alloc(100, *table.info, nullptr));
+  EXPECT_NE(smart_alloc(100, *table.info, nullptr), nullptr);
   EXPECT_EQ(table.info->entries, 1);
   table.Add("parent");
-  free(smart_alloc(100, *table.info, table.list.first));
+  EXPECT_NE(smart_alloc(100, *table.info, table.list.first), nullptr);
   EXPECT_EQ(table.info->entries, 2);
   EXPECT_EQ(gSM_TotalBytesAllocated, 3 * 256);
+  LeaveRooms(2);
 }
 
 static long gAllocations;
@@ -281,6 +284,10 @@ static long gRefusals;
 
 static void* RefuseNth(size_t size) {
   return ++gAllocations >= gRefuseAt && gAllocations < gRefuseAt + gRefusals ? nullptr : malloc(size);
+}
+
+static void* RefuseNthRecord(size_t size) {
+  return ++gAllocations >= gRefuseAt && gAllocations < gRefuseAt + gRefusals ? nullptr : TakeRoom(size);
 }
 
 static void* RefuseNthZeroed(size_t count, size_t size) {
@@ -298,11 +305,11 @@ TEST_F(SmartMemoryTest, AllocReclaimsUntilATrySucceeds) {
   InitMemory(MemorySettings(0, 1, 0));
   PairedTable table(false);
   AddMany(table, 1, 10);
-  mpAllocate = RefuseNth;
+  mpTakeRoom = RefuseNthRecord;
   StartRefusing(1, 2);
   void* const block = smart_alloc(100, *table.info, nullptr);
   EXPECT_NE(block, nullptr);
-  free(block);
+  LeaveRooms(1);
   EXPECT_EQ(gAllocations, 3);
   EXPECT_EQ(table.info->reclaimed, 8);
   EXPECT_EQ(table.info->entries, 3);
@@ -314,7 +321,7 @@ TEST_F(SmartMemoryTest, AllocReturnsNullWhenAReclaimFreedNothing) {
   InitMemory(MemorySettings(2, 1, 0));
   PairedTable table(false);
   AddMany(table, 1, 10);
-  mpAllocate = RefuseNth;
+  mpTakeRoom = RefuseNthRecord;
   StartRefusing(1, 1000);
   EXPECT_EQ(smart_alloc(100, *table.info, nullptr), nullptr);
   EXPECT_EQ(gAllocations, 1 + 3) << "after four records, after four more, and after none";
@@ -327,11 +334,11 @@ TEST_F(SmartMemoryTest, AllocIsTriedOnceMoreWhenNothingCanGo) {
   InitMemory(MemorySettings(10, 1, 0));
   PairedTable table(false);
   AddMany(table, 1, 10);
-  mpAllocate = RefuseNth;
+  mpTakeRoom = RefuseNthRecord;
   StartRefusing(1, 1);
   void* const block = smart_alloc(100, *table.info, nullptr);
   EXPECT_NE(block, nullptr);
-  free(block);
+  LeaveRooms(1);
   EXPECT_EQ(table.info->reclaimed, 0);
 }
 
@@ -447,6 +454,7 @@ TEST_F(SmartMemoryTest, QueuedKeysGiveThePlainResult) {
   for (int round = 0; round < 30; ++round) {
     SCOPED_TRACE(round);
     ResetMemory();
+    mpKeyForm = round % 3 == 0 ? &kPlainForm : &mKeyFormHere;
     InitMemory(MemorySettings(3, 2, BudgetOfRecords(60)));
     PairedRun run;
     for (int step = 0; step < 1000; ++step) {
@@ -463,6 +471,7 @@ TEST_F(SmartMemoryTest, QueuedKeysGiveThePlainResult) {
     ASSERT_NO_FATAL_FAILURE(run.ExpectSame());
     ASSERT_NO_FATAL_FAILURE(run.ExpectSameDisplay(random));
   }
+  mpKeyForm = &mKeyFormHere;
 }
 
 TEST_F(SmartMemoryTest, LargerBudgetGivesThePlainResult) {
@@ -529,7 +538,7 @@ TEST_F(SmartMemoryTest, RecordRefusedAtEachPlaceGivesThePlainResult) {
     const bool bounded = refused % 2 == 0 && refused <= 50;
     InitMemory(MemorySettings(2, 2, bounded ? BudgetOfRecords(60) : 0));
     PairedRun run;
-    mpAllocate = RefuseNth;
+    mpTakeRoom = RefuseNthRecord;
     StartRefusing(refused, 1);
     plain::memory.refuse_at = refused;
     Random random(11);
@@ -540,21 +549,22 @@ TEST_F(SmartMemoryTest, RecordRefusedAtEachPlaceGivesThePlainResult) {
     ASSERT_GE(gAllocations, refused);
     ASSERT_TRUE(gSM_TotalBytesFreed > 0 || refused < 10) << "above the kept minimum";
     ASSERT_NO_FATAL_FAILURE(run.ExpectSame());
-    mpAllocate = malloc;
+    mpTakeRoom = TakeRoom;
     ASSERT_NO_FATAL_FAILURE(run.ExpectSameDisplay(random));
   }
 }
 
 TEST_F(SmartMemoryTest, RecordRefusedAfterAllReclaimsEndsTheProcessWithStatus1) {
   InitMemory(MemorySettings(2, 1, BudgetOfRecords(8)));
+  const WithRoom key(Key(9));  // waits to the end
   PairedTable table(false);
   AddMany(table, 1, 8);
-  mpAllocate = RefuseNth;
+  mpTakeRoom = RefuseNthRecord;
   StartRefusing(1, 1000);
   EXPECT_EXIT(table.Add(Key(9)), testing::ExitedWithCode(1), "^$");
-  queue_item(table.list, table.info, WithRoom(Key(9)), {}, false);
+  queue_item(table.list, table.info, key, {}, false);
   EXPECT_EXIT(count_queued(), testing::ExitedWithCode(1), "^$");
-  mpAllocate = malloc;
+  mpTakeRoom = TakeRoom;
 }
 
 TEST_F(SmartMemoryTest, IndexRefusedAtEachPlaceChangesNothing) {

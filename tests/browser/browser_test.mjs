@@ -4,6 +4,7 @@
 import assert from 'node:assert/strict';
 import { createRequire } from 'node:module';
 import { readFileSync, writeFileSync } from 'node:fs';
+import { runAll } from './run_all.mjs';
 
 const require = createRequire(`${process.env.BROWSER_PACKAGES}/package.json`);
 const { chromium } = require('playwright-core');
@@ -338,15 +339,4 @@ if (SCREENSHOTS) {
   };
 }
 
-let failed = 0;
-for (const [name, test] of Object.entries(tests)) {
-  try {
-    await test();
-    console.log(`passed: ${name}`);
-  } catch (error) {
-    failed += 1;
-    console.log(`FAILED: ${name}\n${error.stack}`);
-  }
-}
-await browser.close();
-process.exit(failed === 0 ? 0 : 1);
+await runAll(tests, () => browser.close());

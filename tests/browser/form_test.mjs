@@ -10,6 +10,7 @@ import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
 import { createRequire } from 'node:module';
 import { readFileSync } from 'node:fs';
+import { runAll } from './run_all.mjs';
 
 const require = createRequire(`${process.env.BROWSER_PACKAGES}/package.json`);
 const { chromium } = require('playwright-core');
@@ -123,7 +124,7 @@ const tests = {
         await page.keyboard.press('Tab');
         seen.push(await page.evaluate(() => document.activeElement.name || document.activeElement.id || document.activeElement.textContent));
       }
-      const wanted = ['choose-all', 'choose-none', 'requests', 'requests_top', 'requests_greater', 'hoursofweek', 'output',
+      const wanted = ['choose-all', 'choose-none', 'hoursofweek', 'requests', 'requests_top', 'requests_greater', 'output',
         'More: part of the site, what to leave out, title', 'remember', 'Request report', 'bookmark'];
       assert.deepEqual(seen.filter((name) => wanted.includes(name)).slice(0, wanted.length), wanted);
       await page.getByLabel('Password').focus();
@@ -358,15 +359,4 @@ if (process.env.SCREENSHOTS) {
   };
 }
 
-let failed = 0;
-for (const [name, test] of Object.entries(tests)) {
-  try {
-    await test();
-    console.log(`passed: ${name}`);
-  } catch (error) {
-    failed += 1;
-    console.log(`FAILED: ${name}\n${error.stack}`);
-  }
-}
-await browser.close();
-process.exit(failed === 0 ? 0 : 1);
+await runAll(tests, () => browser.close());

@@ -10,6 +10,7 @@ import { createRequire } from 'node:module';
 import { copyFileSync, mkdirSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { dirname, join } from 'node:path';
+import { runAll } from './run_all.mjs';
 
 const require = createRequire(`${process.env.BROWSER_PACKAGES}/package.json`);
 const { chromium } = require('playwright-core');
@@ -332,16 +333,7 @@ const tests = {
   },
 };
 
-let failed = 0;
-for (const [name, test] of Object.entries(tests)) {
-  try {
-    await test();
-    console.log(`passed: ${name}`);
-  } catch (error) {
-    failed += 1;
-    console.log(`FAILED: ${name}\n${error.stack}`);
-  }
-}
-await browser.close();
-rmSync(work, { recursive: true });
-process.exit(failed === 0 ? 0 : 1);
+await runAll(tests, async () => {
+  await browser.close();
+  rmSync(work, { recursive: true });
+});

@@ -229,6 +229,9 @@ TEST(CheckParams, TellsWhatIsMissing) {
   Settings settings;
   initialize(settings, env);
   EXPECT_EQ(CheckParams(settings), kErrorNoUrl);
+  settings.rules.nameless_site = true;
+  EXPECT_EQ(CheckParams(settings), kErrorNoLogs);
+  settings.rules.nameless_site = false;
   CopyText(settings.url, "http://www.example.com");
   EXPECT_EQ(CheckParams(settings), kErrorNoLogs);
 }

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "cgi/parameters.h"
+#include "support/text_file.h"
 
 namespace {
 
@@ -332,6 +333,40 @@ TEST_F(ReadQueryTest, KeepsWhatWasTaken) {
             kNoError);
   EXPECT_EQ(std::string(settings.asked.text, settings.asked.length),
             std::string("username=shop\0days=7d\0find=/\0", 29));
+}
+
+class IgnoredNamesTest : public RequestTest {
+ protected:
+  void SetUp() override {
+    RequestTest::SetUp();
+    CopyText(settings.ErrorLog, NewPath("error.log"));
+    CopyText(settings.username, "ann");
+    CopyText(env.REMOTE_ADDR, "192.0.2.7");
+  }
+
+  // What follows the time.
+  std::string Logged() {
+    const std::string line = ReadFile(settings.ErrorLog);
+    return line.substr(std::min(line.find("] ") + 2, line.size()));
+  }
+};
+
+TEST_F(IgnoredNamesTest, AreOneLineOrNone) {
+  LogIgnoredNames(env, settings);
+  EXPECT_EQ(ReadFile(settings.ErrorLog), "");
+  for (const char* line : {"debug=1", "CONFIG=x", "debug=2", "nosuch=1", "find=/"}) {
+    CompareParam(line, settings, ParamSource::kStranger, kLevelForm);
+  }
+  LogIgnoredNames(env, settings);
+  EXPECT_EQ(Logged(), "192.0.2.7 \"ann\" the form may not set \"config, debug\"\n");
+}
+
+TEST_F(IgnoredNamesTest, EveryNameFitsOnTheLine) {
+  settings.ignored.set();
+  char names[3000];
+  ListNames(settings.ignored, names, sizeof names);
+  LogIgnoredNames(env, settings);
+  EXPECT_EQ(Logged(), "192.0.2.7 \"ann\" the form may not set \"" + std::string(names) + "\"\n");
 }
 
 TEST_F(RequestTest, IsFetchedByGetAndHead) {

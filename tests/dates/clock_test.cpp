@@ -18,3 +18,15 @@ TEST(CurrentTime, IsTheSystemClockOtherwise) {
   EXPECT_GE(now, before);
   EXPECT_LE(now, time(nullptr));
 }
+
+TEST(MomentMade, IsTheEpochThatIsAskedFor) {
+  unsetenv("SOURCE_DATE_EPOCH");
+  EXPECT_EQ(MomentMade(7), 7);
+  setenv("SOURCE_DATE_EPOCH", "952300800", 1);
+  EXPECT_EQ(MomentMade(7), 952300800);
+  for (const char* const none : {"", "x", "1x", " 1", "99999999999999999999"}) {
+    setenv("SOURCE_DATE_EPOCH", none, 1);
+    EXPECT_EQ(MomentMade(7), 7) << none;
+  }
+  unsetenv("SOURCE_DATE_EPOCH");
+}

@@ -26,14 +26,7 @@ tm Parts(int year, int month, int day, int hour, int minute, int second, int dst
   return parts;
 }
 
-void ExpectSameLocal(time_t when) {
-  tm plain = {};
-  tm cached = {};
-  const bool known = localtime_r(&when, &plain) != nullptr;
-  ASSERT_EQ(TimeToLocal(when, cached), known) << when;
-  if (!known) {
-    return;
-  }
+void ExpectParts(const tm& cached, const tm& plain, time_t when) {
   ASSERT_EQ(cached.tm_sec, plain.tm_sec) << when;
   ASSERT_EQ(cached.tm_min, plain.tm_min) << when;
   ASSERT_EQ(cached.tm_hour, plain.tm_hour) << when;
@@ -47,18 +40,43 @@ void ExpectSameLocal(time_t when) {
   ASSERT_STREQ(cached.tm_zone, plain.tm_zone) << when;
 }
 
+void ExpectSameLocal(time_t when) {
+  tm plain = {};
+  tm cached = {};
+  const bool known = localtime_r(&when, &plain) != nullptr;
+  ASSERT_EQ(TimeToLocal(when, cached), known) << when;
+  if (known) {
+    ExpectParts(cached, plain, when);
+  }
+}
+
+// With both steps at once where that can be done.
+time_t CompleteOrConvert(const tm& record) {
+  tm parts = record;
+  time_t when = 0;
+  if (!CompleteInLastHour(parts, when)) {
+    return LocalToTime(record);
+  }
+  tm plain = {};
+  localtime_r(&when, &plain);
+  ExpectParts(parts, plain, when);
+  return when;
+}
+
+enum class Way { kThere, kThereAndBack, kAtOnce };
+
 // Converts all records with LocalToTime, and back with TimeToLocal where asked to;
 // returns how many differ from what plain calls from the same start gave.
-int CountDifferences(const std::vector<tm>& records, const std::vector<time_t>& plain, bool and_back) {
+int CountDifferences(const std::vector<tm>& records, const std::vector<time_t>& plain, Way way) {
   int differences = 0;
   PrimeMktime();
   for (size_t i = 0; i < records.size(); ++i) {
-    const time_t when = LocalToTime(records[i]);
+    const time_t when = way == Way::kAtOnce ? CompleteOrConvert(records[i]) : LocalToTime(records[i]);
     if (when != plain[i] && ++differences == 1) {
       ADD_FAILURE() << "record " << i << ": " << asctime(&records[i]) << "plain " << plain[i] << " cached "
                     << when;
     }
-    if (and_back) {
+    if (way != Way::kThere) {
       ExpectSameLocal(when);
     }
   }
@@ -71,7 +89,9 @@ int CountDifferences(const std::vector<tm>& records) {
   for (const tm& record : records) {
     plain.push_back(PlainLocalToTime(record));
   }
-  return CountDifferences(records, plain, false) + CountDifferences(records, plain, true);
+  return CountDifferences(records, plain, Way::kThere) +
+         CountDifferences(records, plain, Way::kThereAndBack) +
+         CountDifferences(records, plain, Way::kAtOnce);
 }
 
 class LocalTimeTest : public testing::TestWithParam<Zone> {
@@ -307,6 +327,25 @@ TEST(LocalToTime, TakesANewZoneAfterReset) {
   }
   UseZone("UTC0");
   EXPECT_EQ(LocalToTime(noon), 961070400);
+}
+
+TEST(CompleteInLastHour, TakesNoTimeOfAnotherHourAndNoneWithAFlag) {
+  UseZone("UTC0");
+  tm parts = Parts(2000, 3, 5, 7, 6, 11);
+  time_t when = 1;
+  EXPECT_FALSE(CompleteInLastHour(parts, when));
+  ExpectSameLocal(LocalToTime(parts));
+  for (const tm& other :
+       {Parts(2000, 3, 5, 8, 6, 11), Parts(2000, 3, 6, 7, 6, 11), Parts(2000, 3, 5, 7, 60, 0),
+        Parts(2000, 3, 5, 7, 6, -1), Parts(2000, 3, 5, 7, 6, 11, 0)}) {
+    tm copy = other;
+    EXPECT_FALSE(CompleteInLastHour(copy, when));
+    EXPECT_EQ(memcmp(&copy, &other, sizeof copy), 0);
+    EXPECT_EQ(when, 1);
+  }
+  EXPECT_TRUE(CompleteInLastHour(parts, when));
+  EXPECT_EQ(when, 952239971);  // date -u -d '2000-03-05 07:06:11' +%s
+  EXPECT_EQ(parts.tm_yday, 64);
 }
 
 TEST(LocalToTime, LeavesTheRecordUnchanged) {

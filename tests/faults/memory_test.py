@@ -76,24 +76,25 @@ class MemoryTest(faults.FaultTest):
         print(f"{requests} requests: {outcomes}")
         return outcomes
 
-    def write_small_logs(self):
+    def write_small_logs(self, lines=12):
         for day in range(2):
-            self.write(f"logs/access{day}.log", faults.made_up_lines(day, day * faults.DAY, faults.DAY, 12))
+            self.write(f"logs/access{day}.log", faults.made_up_lines(day, day * faults.DAY, faults.DAY, lines))
 
     @faults.release_only
     def test_each_request_of_a_first_run(self):
         self.write_small_logs()
         outcomes = self.refuse_each()
-        self.assertGreater(outcomes["FAIL_AT", "correct"], 20)
+        self.assertGreater(outcomes["FAIL_AT", "correct"], 15)
         self.assertGreater(outcomes["FAIL_FROM", "refused"], 20)
 
     @faults.release_only
     def test_each_request_of_a_run_that_may_throw_away(self):
-        self.write_small_logs()
+        # Records come in large pieces: it takes many for one to be refused behind others.
+        self.write_small_logs(lines=4000)
         self.write("orvellis.conf", self.configuration(
             keys="SmartMemoryKeepEntries=2\nSmartMemoryReclaimSize=1\n"))
         outcomes = self.refuse_each(known_logs=True)
-        self.assertGreater(outcomes["FAIL_AT", "warned"], 20)
+        self.assertGreater(outcomes["FAIL_FROM", "warned"], 5)
         self.assertGreater(outcomes["FAIL_FROM", "refused"], 20)
 
     @faults.release_only

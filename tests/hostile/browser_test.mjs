@@ -12,6 +12,7 @@ import { execFileSync } from 'node:child_process';
 import { createRequire } from 'node:module';
 import { chmodSync, cpSync, readFileSync, readdirSync, rmSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
+import { runAll } from '../browser/run_all.mjs';
 
 const require = createRequire(`${process.env.BROWSER_PACKAGES}/package.json`);
 const { chromium } = require('playwright-core');
@@ -322,16 +323,4 @@ const tests = program ? fromDisk : behindServer;
 if (!program) {
   install();
 }
-let failed = 0;
-for (const [name, test] of Object.entries(tests)) {
-  const begun = Date.now();
-  try {
-    await test();
-    console.log(`passed: ${name} (${Date.now() - begun} ms)`);
-  } catch (error) {
-    failed += 1;
-    console.log(`FAILED: ${name}\n${String(error.stack).slice(0, 3000)}`);
-  }
-}
-await browser.close();
-process.exit(failed === 0 ? 0 : 1);
+await runAll(tests, () => browser.close());

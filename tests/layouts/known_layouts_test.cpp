@@ -96,7 +96,7 @@ static std::string Shown(const LineFields& fields) {
 class KnownLayoutsTest : public testing::Test {
  protected:
   std::unique_ptr<SplitRoom> room_ = std::make_unique<SplitRoom>();
-  std::unique_ptr<LineLayout> layout_ = std::make_unique<LineLayout>();
+  std::unique_ptr<Layout> layout_ = std::make_unique<Layout>();
 };
 
 TEST_F(KnownLayoutsTest, EachExplainsItsSample) {

@@ -12,7 +12,7 @@ class RecognitionTest : public testing::Test {
   }
 
   std::unique_ptr<SplitRoom> room_ = std::make_unique<SplitRoom>();
-  std::unique_ptr<LineLayout> layout_ = std::make_unique<LineLayout>();
+  std::unique_ptr<Layout> layout_ = std::make_unique<Layout>();
 };
 
 static std::string SquidLine(std::string_view status) {

@@ -70,7 +70,6 @@ static constexpr struct {
 } kAnswers[] = {
     {kErrorNotPosted, "405 Method Not Allowed", "Allow: GET, HEAD, POST\n", true},
     {kErrorRejected, "403 Forbidden", "", false},
-    {kErrorNoUrl, "500 Internal Server Error", "", true},
     {kErrorNoLogs, "500 Internal Server Error", "", true},
     {kErrorNoStartDate, "400 Bad Request", "", true},
     {kErrorDateRange, "400 Bad Request", "", true},
@@ -83,6 +82,7 @@ static constexpr struct {
     {kErrorSection, "400 Bad Request", "", true},
     {kErrorPasswordInQuery, "400 Bad Request", "", true},
     {kErrorLongQuery, "400 Bad Request", "", true},
+    {kErrorPasswordNeeded, "401 Unauthorized", "WWW-Authenticate: Form realm=\"Orvellis\"\n", false},
     {static_cast<Error>(99), "500 Internal Server Error", "", true},
 };
 

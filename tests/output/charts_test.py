@@ -322,8 +322,6 @@ class ChartsTest(unittest.TestCase):
         self.assertEqual(self.steps(draw("spark", counts=[1, 10**12])), [1, 20])
         self.assertEqual(self.steps(draw("spark", counts=[LARGEST] * 200)), [20] * 50)
         self.assertEqual(self.steps(draw("spark", counts=[1, 1, 1] * 40 + [1])), [20] * 40 + [7])
-        self.assertEqual(self.steps(draw("spark-days", 0, counts=[2, 0, 1])), [20, 0, 10])
-        self.assertLessEqual(len(self.steps(draw("spark-days", 0, counts=[5] * 4000))), 60)
 
     def test_shares(self):
         for share, width in ((0, "0%"), (1, "100%"), (0.375, "37.5%"), (2, "100%"), (-1, "0%"), ("nan", "0%"),

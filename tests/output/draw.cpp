@@ -55,9 +55,6 @@ static bool Draw(Sink& sink, const char* what, const char* with) {
   if (strcmp(what, "days") == 0) {
     SetDays(analysis, slots, strtoll(with, nullptr, 10));
     DrawDays(sink, analysis);
-  } else if (strcmp(what, "spark-days") == 0) {
-    SetDays(analysis, slots, strtoll(with, nullptr, 10));
-    DrawSparkOfDays(sink, analysis);
   } else if (strcmp(what, "weekdays") == 0 && Set(analysis.weekdays.counts)) {
     DrawWeekdays(sink, analysis);
   } else if (strcmp(what, "hours") == 0 && Set(analysis.hours.counts)) {

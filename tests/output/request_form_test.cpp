@@ -8,6 +8,7 @@
 
 #include "cgi/parameters.h"
 #include "output/page_frame.h"
+#include "output/page_sections.h"
 #include "output/written.h"
 
 using testing::ElementsAre;
@@ -51,6 +52,16 @@ static std::string SiteForm() {
 }
 
 // ---- The form as a browser reads it ----
+
+// What a pattern's first group finds, in order.
+static std::vector<std::string> All(const std::string& text, const std::string& pattern) {
+  const std::regex matcher(pattern);
+  std::vector<std::string> found;
+  for (std::sregex_iterator match(text.begin(), text.end(), matcher), end; match != end; ++match) {
+    found.push_back((*match)[1]);
+  }
+  return found;
+}
 
 static std::string Attribute(const std::string& tag, const std::string& name) {
   std::smatch match;
@@ -180,6 +191,16 @@ TEST_F(RequestForm, SendsWhatItWasFilledInWith) {
     Ask(name + "=" + value);
   }
   EXPECT_EQ(memcmp(&before, &settings_, sizeof before), 0);
+}
+
+TEST_F(RequestForm, HasTheSectionsInTheOrderOfThePage) {
+  const std::string page = Asked({});
+  TakeAllSectionsForNone(settings_);
+  const std::vector<std::string> wanted =
+      All(Written([this](Sink& sink) { PutSectionLinks(sink, settings_); }), "href=\"#([a-z]+)\"");
+  EXPECT_EQ(wanted.size(), kSectionCount);
+  EXPECT_EQ(All(page, "<tr><th[^>]*><div[^>]*><input[^>]* name=\"([a-z]+)\""), wanted);
+  EXPECT_EQ(All(page.substr(page.find("<select")), "<option value=\"([a-z]+)\""), wanted);
 }
 
 TEST_F(RequestForm, KeepsASectionThatWasAskedForByItself) {

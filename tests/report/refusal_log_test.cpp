@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "cgi/parameters.h"
 #include "dates/clock.h"
 #include "support/text_file.h"
 
@@ -67,22 +66,4 @@ TEST_F(RefusalLog, LongerOnesAreCut) {
   const std::string line = Logged();
   EXPECT_LT(line.size(), 2100U);
   EXPECT_EQ(line.back(), '\n');
-}
-
-TEST_F(RefusalLog, IgnoredNamesAreOneLineOrNone) {
-  LogIgnoredNames(env, settings);
-  EXPECT_EQ(ReadFile(settings.ErrorLog), "");
-  for (const char* line : {"debug=1", "CONFIG=x", "debug=2", "nosuch=1", "find=/"}) {
-    CompareParam(line, settings, ParamSource::kStranger, kLevelForm);
-  }
-  LogIgnoredNames(env, settings);
-  EXPECT_EQ(Logged(), "192.0.2.7 \"ann\" the form may not set \"config, debug\"\n");
-}
-
-TEST_F(RefusalLog, EveryNameFitsOnTheLine) {
-  settings.ignored.set();
-  char names[3000];
-  ListNames(settings.ignored, names, sizeof names);
-  LogIgnoredNames(env, settings);
-  EXPECT_EQ(Logged(), "192.0.2.7 \"ann\" the form may not set \"" + std::string(names) + "\"\n");
 }

@@ -13,7 +13,7 @@ static const RefusalTexts& TextsOf(Error error) {
 
 TEST(RefusalTexts, EachHasAStatusOfItsKind) {
   const std::pair<Error, int> kExpected[] = {
-      {kErrorNotPosted, 405},    {kErrorRejected, 403},   {kErrorNoUrl, 500},     {kErrorNoLogs, 500},
+      {kErrorNotPosted, 405},    {kErrorRejected, 403},       {kErrorNoLogs, 500},
       {kErrorNoStartDate, 400},  {kErrorDateRange, 400},  {kErrorNoEndDate, 400}, {kErrorConfigFile, 500},
       {kErrorPasswordFile, 500}, {kErrorNoLogFiles, 404}, {kErrorLimited, 429},   {kErrorOutput, 400},
       {kErrorSection, 400}};

@@ -611,6 +611,16 @@ test_url_links_the_urls() {
   week >access.log
   run --url https://www.example.com/ access.log
   expect_in report.html 'href="https://www.example.com/a.html"'
+  run access.log
+  expect_in report.html 'href="http://localhost/a.html"'
+  edition=''
+  for kind in --no-script --text --json --csv; do
+    run $kind -o "report$kind" access.log
+    expect_status 0
+    expect_in "report$kind" /a.html
+    expect_not_in "report$kind" localhost
+    expect_not_in "report$kind" 'href="/'
+  done
   for url in '' / ; do
     run --url "$url" access.log
     expect_status 2
@@ -1321,7 +1331,7 @@ test_json_goes_to_standard_output() {
   expect_in err '1 line was not recognised as a request and left out'
   expect_in out '"title": "Müller & \"x\"",'
   expect_in out '"requests": 3, "bytes": 300,'
-  expect_in out '{"item": "/a.html", "count": 3, "share": 1.000000, "url": "http://localhost/a.html"}'
+  expect_in out '{"item": "/a.html", "count": 3, "share": 1.000000}'
   [ ! -e report.html ] || failed 'a page is written'
 }
 

@@ -130,6 +130,14 @@ TEST_F(RankedRowsTest, UrlsLinkUnderTheSiteUnlessTheyNameOne) {
   }
 }
 
+TEST_F(RankedRowsTest, WithoutASiteOnlyUrlsThatNameOneLink) {
+  settings_.url[0] = '\0';
+  Count(analysis_.urls, "/a.html");
+  Count(analysis_.badurls, "http://a.example/");
+  EXPECT_EQ(Only(SectionId::kUrls).site, nullptr);
+  EXPECT_STREQ(Only(SectionId::kBadUrls).site, "");
+}
+
 TEST_F(RankedRowsTest, ReferrersAreAddresses) {
   Count(analysis_.referrers, "/not/one");
   Count(analysis_.badreferrers, "http://other.example/");

@@ -903,6 +903,52 @@ TEST_F(ParseNextLineTest, JunkIsReadSafelyInEveryLayout) {
   }
 }
 
+// Lines of the usual form, with something changed in each, read as such and, behind a layout that asks for
+// one field more than they have, by their fields.
+static std::string AlmostUsualLog(std::mt19937& random) {
+  const std::string alphabet = "\"\"  '[]\\\\-/:?.01a";
+  std::string log;
+  for (int i = 0; i < 400; ++i) {
+    std::string line = "192.0.2." + std::to_string(random() % 20) + " - user [05/Mar/2000:0" +
+                       std::to_string(random() % 64 == 0) + ":06:1" + std::to_string(random() % 10) +
+                       " +0000] \"GET /" + std::string(random() % 90, 'u') + " HTTP/1.0\" " +
+                       (random() % 8 == 0 ? "404" : "200") + " " + std::to_string(random() % 100000);
+    if (random() % 8 != 0) {
+      line += random() % 4 == 0 ? " \"-\" \"-\""
+                                : " \"http://example.com/\" \"" + std::string(random() % 300, 'a') + '"';
+    }
+    for (size_t changes = random() % 3; changes > 0; --changes) {
+      line[random() % line.size()] = alphabet[random() % alphabet.size()];
+    }
+    log += line + "\n";
+  }
+  return log;
+}
+
+TEST_F(ParseNextLineTest, UsualLinesAreReadAsOthersAre) {
+  std::mt19937 random(12);
+  size_t records = 0;
+  for (int i = 0; i < 60; ++i) {
+    mLogLimits = i % 2 == 0 ? kClassicLimits : kModernLimits;
+    const std::string log = AlmostUsualLog(random);
+    SuperLog_SetLogFormat("Shmw1qrcfa", kLevelForm);
+    const std::vector<Kept> usual = ParseAll(log);
+    SuperLog_SetLogFormat("Shmw1qrcfa_", kLevelForm);
+    const std::vector<Kept> split = ParseAll(log);
+    ASSERT_EQ(usual.size(), split.size());
+    records += usual.size();
+    for (size_t n = 0; n < usual.size(); ++n) {
+      const Kept& a = usual[n];
+      const Kept& b = split[n];
+      ASSERT_EQ(std::tie(a.host, a.url, a.referrer, a.agent, a.realm, a.user, a.status, a.bytes, a.time,
+                         a.local.tm_yday),
+                std::tie(b.host, b.url, b.referrer, b.agent, b.realm, b.user, b.status, b.bytes, b.time,
+                         b.local.tm_yday));
+    }
+  }
+  EXPECT_GT(records, 10000u);
+}
+
 TEST_F(ParseNextLineTest, LineOfTheGreatestLength) {
   const std::string line = "10.0.0.1 - - [10/Oct/2000:13:55:36 +0000] \"GET /a HTTP/1.0\" 200 5 \"r\" \"";
   const std::vector<Kept> kept = ParseAll(line + std::string(2000, 'a').append("\"\n") + Clf("/b"));

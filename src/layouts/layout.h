@@ -21,7 +21,7 @@ struct Writing {
   bool json = false;            // texts hold JSON's escapes
 };
 
-struct LineLayout {
+struct Layout {
   std::string_view name;
   LineKind kind = LineKind::kPattern;
   Wrapper wrapper = Wrapper::kNone;
@@ -39,10 +39,10 @@ struct SplitRoom {
 // missing, there is neither request nor URL, or fixed texts are not where they belong. Whether the
 // time is one is for who reads it. The texts lie in the line or in the room, in writable memory that goes on
 // behind them, until the next line is cut.
-bool SplitLine(const LineLayout& layout, std::string_view line, SplitRoom& room, LineFields& fields);
+bool SplitLine(const Layout& layout, std::string_view line, SplitRoom& room, LineFields& fields);
 
 // The same of a line that nothing is around any more.
-bool SplitBareLine(const LineLayout& layout, std::string_view line, SplitRoom& room, LineFields& fields);
+bool SplitBareLine(const Layout& layout, std::string_view line, SplitRoom& room, LineFields& fields);
 
 // Up to three digits, "-", or nothing.
 bool IsStatus(std::string_view text);

@@ -1,4 +1,4 @@
-#include "layouts/line_layout.h"
+#include "layouts/layout.h"
 
 #include <algorithm>
 #include <cstring>
@@ -28,7 +28,7 @@ static bool IsWord(std::string_view text) {
 }
 
 // A client without quotes and, but for lists of several, without blanks.
-static bool HoldsClient(const LineLayout& layout, const LineFields& fields) {
+static bool HoldsClient(const Layout& layout, const LineFields& fields) {
   const std::string_view host = fields[Field::kHost];
   const size_t odd = host.find_first_of(" \"");
   // What is nobody and more was a field in front: "www.example.com 192.0.2.7 - ann".
@@ -38,7 +38,7 @@ static bool HoldsClient(const LineLayout& layout, const LineFields& fields) {
 }
 
 // Where a site stands first, one with blanks, or no client behind it, was another field.
-static bool BeginsWithSite(const LineLayout& layout, const LineFields& fields) {
+static bool BeginsWithSite(const Layout& layout, const LineFields& fields) {
   return !layout.writing.site_first ||
          (!IsDash(fields[Field::kHost]) && IsWord(fields[Field::kHost]) && IsWord(fields[Field::kSite]));
 }
@@ -50,7 +50,7 @@ static bool HoldsRequest(const LineFields& fields) {
   return dated && asked && IsStatus(fields[Field::kStatus]) && IsSize(fields[Field::kBytes]);
 }
 
-bool SplitBareLine(const LineLayout& layout, std::string_view line, SplitRoom& room, LineFields& fields) {
+bool SplitBareLine(const Layout& layout, std::string_view line, SplitRoom& room, LineFields& fields) {
   size_t fits;
   switch (layout.kind) {
     case LineKind::kJson:
@@ -65,7 +65,7 @@ bool SplitBareLine(const LineLayout& layout, std::string_view line, SplitRoom& r
   }
 }
 
-bool SplitLine(const LineLayout& layout, std::string_view line, SplitRoom& room, LineFields& fields) {
+bool SplitLine(const Layout& layout, std::string_view line, SplitRoom& room, LineFields& fields) {
   line = Unwrap(layout.wrapper, line, room.unwrapped);
   return line.data() != nullptr && SplitBareLine(layout, line, room, fields);
 }

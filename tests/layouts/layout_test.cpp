@@ -1,4 +1,4 @@
-#include "layouts/line_layout.h"
+#include "layouts/layout.h"
 
 #include <gtest/gtest.h>
 
@@ -16,7 +16,7 @@ class SplitLineTest : public testing::Test {
   }
 
   std::unique_ptr<SplitRoom> room_ = std::make_unique<SplitRoom>();
-  std::unique_ptr<LineLayout> layout_ = std::make_unique<LineLayout>();
+  std::unique_ptr<Layout> layout_ = std::make_unique<Layout>();
   LineFields fields_;
 };
 
