@@ -145,7 +145,7 @@ static bool Finds(const FindTest& find, std::string_view url) {
 
 static bool IsSelected(const Rules& rules, const SuperLogRecord& record, std::string_view url) {
   return Authenticated(rules.realm, record.realm) && Authenticated(rules.user, record.user) &&
-         (!rules.filter_domains || NotFilteredDomain(rules.settings, record.host)) && Finds(rules.find, url);
+         (!rules.filter_domains || rules.host_counts(rules.settings, record.host)) && Finds(rules.find, url);
 }
 
 // ---- Steps of one record --------------------------------------------------------
@@ -153,9 +153,10 @@ static bool IsSelected(const Rules& rules, const SuperLogRecord& record, std::st
 // The visitor's host on its way through the steps.
 struct Visitor {
   std::string_view host;
+  const Address* ipv6;   // what the host is; null: something else
   char* name = nullptr;  // the resolved name that host may lie in
 
-  explicit Visitor(std::string_view from) : host(from) {}
+  explicit Visitor(const SuperLogRecord& record) : host(record.host), ipv6(record.ipv6) {}
   Visitor(const Visitor&) = delete;
   Visitor& operator=(const Visitor&) = delete;
   ~Visitor() { free(name); }
@@ -163,7 +164,7 @@ struct Visitor {
 
 // Puts the host's name in place of a numeric address; false when there is none.
 static bool ResolveHost(Visitor& visitor) {
-  if (!IsIpAddr(visitor.host)) {
+  if (!IsIpAddr(visitor.host) && visitor.ipv6 == nullptr) {
     return false;
   }
   visitor.name = GetHostFromIP(visitor.host.data());
@@ -171,6 +172,7 @@ static bool ResolveHost(Visitor& visitor) {
     return false;
   }
   visitor.host = visitor.name;
+  visitor.ipv6 = nullptr;
   return true;
 }
 
@@ -200,9 +202,30 @@ static std::string_view Kept(const Rules& rules, std::string_view host) {
   return host.substr(0, rules.longest_item);
 }
 
+// What is given to one customer of a network, as "2001:db8:1::/48".
+static void CountIpv6Network(const Rules& rules, const Address& address, Analysis& analysis) {
+  static constexpr int kBits = 48;
+  static constexpr char kBehind[] = "/48";
+  if (rules.domains) {
+    char text[kAddressTextSize];
+    char network[kAddressTextSize + sizeof kBehind + kScanOverread];
+    WriteAddress(FirstBits(address, kBits), text);
+    size_t length = CopyText(network, text);
+    length += CopyText(network + length, sizeof kBehind, kBehind);
+    CountItem(analysis.domains, {network, length}, false);
+  }
+  if (rules.domain_types) {
+    CountItem(analysis.domaintypes, checkIP("0"), false);
+  }
+}
+
 static void CountDomain(const Rules& rules, Visitor& visitor, Analysis& analysis) {
   if (rules.dns == DnsMode::kDomainReportsOnly) {
     ResolveHost(visitor);
+  }
+  if (visitor.ipv6 != nullptr) {
+    CountIpv6Network(rules, *visitor.ipv6, analysis);
+    return;
   }
   if (rules.domains) {
     visitor.host =
@@ -282,10 +305,10 @@ static void CountRecord(const Rules& rules, const SuperLogRecord& record, Analys
   }
   const bool counted =
       !rules.filter_types || NotFilteredFileType(rules.settings, TruncateFileType(record.url));
-  Visitor visitor(record.host);
+  Visitor visitor(record);
   if (counted) {
     if (rules.dns == DnsMode::kAllHosts && ResolveHost(visitor) &&
-        !NotFilteredDomain(rules.settings, Kept(rules, visitor.host))) {
+        !rules.host_counts(rules.settings, Kept(rules, visitor.host))) {
       return;
     }
     ++analysis.hits;

@@ -1,6 +1,7 @@
 #include "analysis/rules.h"
 
 #include "analysis/normalise.h"
+#include "analysis/request_filters.h"
 #include "analysis/wildcard.h"
 
 // The pattern for everything below the find value, too.
@@ -31,11 +32,12 @@ static FindTest ResolveFindTest(const Settings& settings) {
   return find;
 }
 
-static DnsMode ResolveDnsMode(const Settings& settings) {
+static DnsMode ResolveDnsMode(const Settings& settings, const Limits& limits) {
   if (settings.dnslookupenabled == 0) {
     return DnsMode::kOff;
   }
-  return IpAddrsOnly(settings.filter_domains) ? DnsMode::kDomainReportsOnly : DnsMode::kAllHosts;
+  const bool names = limits.whole_addresses ? FiltersNames(settings) : !IpAddrsOnly(settings.filter_domains);
+  return names ? DnsMode::kAllHosts : DnsMode::kDomainReportsOnly;
 }
 
 static AskedTexts ResolveTexts(const Settings& settings) {
@@ -75,9 +77,10 @@ Rules ResolveRules(const Settings& settings, const Counting& counting) {
       .longest_item = counting.limits.item,
       .realm = settings.authrealm,
       .user = settings.authuser,
-      .dns = ResolveDnsMode(settings),
+      .dns = ResolveDnsMode(settings, counting.limits),
       .add_bytes = wide ? SuperLongAddWide : AddNarrowBytes,
       .filter_domains = settings.filter_domains[0] != '\0',
+      .host_counts = counting.limits.whole_addresses ? NotFilteredHost : NotFilteredDomain,
       .filter_types = settings.filter_filetypes[0] != '\0' && NeedsTypeFilter(settings),
       .keep_query = settings.showquery != 0,
       .url_end_mark = counting.limits.escapes ? '?' : '"',

@@ -31,6 +31,7 @@ struct Rules {
   DnsMode dns;
   void (*add_bytes)(SuperLong& counter, int64_t amount);
   bool filter_domains;
+  bool (*host_counts)(const Settings& settings, std::string_view host);  // where hosts are filtered
   bool filter_types;
   bool keep_query;
   char url_end_mark;  // besides "?", where the query is not kept: a quote, unless quotes are parts of fields

@@ -63,6 +63,31 @@ void TrimPort(std::string_view& host) {
   CutAt(host, ':');
 }
 
+// The text of an address in brackets with what may stand behind them, or of a bare one; without its zone.
+static std::string_view AddressIn(std::string_view host) {
+  if (host.starts_with('[')) {
+    const size_t end = host.find(']');
+    const std::string_view behind = host.substr(std::min(end, host.size()));
+    host = behind == "]" || behind.starts_with("]:") ? host.substr(1, end - 1) : "";
+  }
+  return host.substr(0, host.find('%'));
+}
+
+const Address* TakeHostWithColon(std::string_view& host) {
+  static Address address;
+  static char text[kAddressTextSize + kScanOverread];
+  if (!ParseAddress(AddressIn(host), address)) {
+    if (host.find(':') == host.rfind(':')) {
+      TrimPort(host);
+    }
+    return nullptr;
+  }
+  char written[kAddressTextSize];
+  WriteAddress(address, written);
+  host = {text, CopyText(text, written)};
+  return IsIpv4(address) ? nullptr : &address;
+}
+
 void TrimTrailingDot(std::string_view& host) {
   if (host.ends_with('.')) {
     CutTo(host, host.size() - 1);
@@ -275,14 +300,23 @@ static void SettleUrl(std::string_view& url, const LineParts& parts) {
   TranslateMacPath(url);
 }
 
-static void SettleHost(std::string_view& host, const LineParts& parts) {
+static void SettleHost(SuperLogRecord& record, const LineParts& parts) {
+  std::string_view& host = record.host;
   if (IsAbsent(host)) {
     host = IsAbsent(parts.host_name) ? parts.host_address : parts.host_name;
   }
-  if (!IsAbsent(host)) {
-    TrimPort(host);
-    TrimTrailingDot(host);
+  if (IsAbsent(host)) {
+    return;
   }
+  const char* const colon = FindByte(host.data(), EndOf(host), ':');
+  if (colon != EndOf(host)) {
+    if (mLogLimits.whole_addresses) {
+      record.ipv6 = TakeHostWithColon(host);
+    } else {
+      TrimPort(host);
+    }
+  }
+  TrimTrailingDot(host);
 }
 
 // Whether both times have a record's width, and come from a date: where figures are
@@ -312,6 +346,7 @@ static void ClearRecord(SuperLogRecord& record) {
        {&record.host, &record.url, &record.referrer, &record.agent, &record.realm, &record.user}) {
     *text = {};
   }
+  record.ipv6 = nullptr;
   record.local = {};
   record.local.tm_isdst = -1;
   record.time = 0;
@@ -336,7 +371,7 @@ static bool ParseDataLine(SuperLogRecord& record) {
   if (!SettleTime(record) || IsAbsent(record.url) || IsDash(record.url)) {
     return false;
   }
-  SettleHost(record.host, parts);
+  SettleHost(record, parts);
   if (mCurLogFormat == kFamilyW3cIis && !IsAbsent(record.agent)) {
     // IIS writes "+" for a space.
     record.agent = {record.agent.data(), decode(Writable(record.agent))};
