@@ -75,6 +75,7 @@ struct Analysis {
   TimeDistribution<7> weekdays;                  // 0 = Sunday
   TimeDistribution<24> hours;
   int64_t hits;                 // records counted
+  int64_t without_url;          // of them, whose request has no URL
   int64_t statuses[kStatuses];  // of them, by status; 0: without one, or with one that HTTP does not have
   SuperLong bytes;              // served by them
   SearchCounts search;

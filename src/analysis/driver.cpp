@@ -19,6 +19,7 @@
 #include "dates/local_time.h"
 #include "dates/years.h"
 #include "superlog/byte_scan.h"
+#include "superlog/odd_request.h"
 #include "superlog/superlog.h"
 
 static void (*mpLineRead)() = nullptr;  // who listens to this run
@@ -312,6 +313,7 @@ static void CountRecord(const Rules& rules, const SuperLogRecord& record, Analys
       return;
     }
     ++analysis.hits;
+    analysis.without_url += HasNoUrl(url) ? 1 : 0;
     CountStatus(record.status, analysis);
     rules.add_bytes(analysis.bytes, record.bytes);
   }

@@ -16,8 +16,18 @@ static void AppendStar(FindTest& find) {
   find.value[find.length] = '\0';
 }
 
-static FindTest ResolveFindTest(const Settings& settings) {
+bool FindsAll(const Settings& settings) {
+  const std::string_view find = settings.find;
+  return settings.find_pattern != 0 ? find == "*" || find == "/*" : find == "/" && settings.subdirs != 0;
+}
+
+// Where all requests are some, not all of a site's have a path.
+static FindTest ResolveFindTest(const Settings& settings, const Limits& limits) {
   FindTest find{};
+  if (limits.all_requests && FindsAll(settings)) {
+    find.prefix = true;
+    return find;
+  }
   CopyText(find.value, settings.find);
   find.length = std::string_view(find.value).size();
   find.ignore_case = settings.find_casesensitive == 0;
@@ -72,7 +82,7 @@ Rules ResolveRules(const Settings& settings, const Counting& counting) {
   const bool wide = counting.limits.wide_figures;
   return {
       .settings = settings,
-      .find = ResolveFindTest(settings),
+      .find = ResolveFindTest(settings, counting.limits),
       .texts = ResolveTexts(settings),
       .longest_item = counting.limits.item,
       .realm = settings.authrealm,

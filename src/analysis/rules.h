@@ -51,6 +51,9 @@ struct Rules {
   bool hours_of_week;
 };
 
+// Whether the find test of the settings lets all requests of a site pass.
+bool FindsAll(const Settings& settings);
+
 // Never fails: any settings give rules. They hold views of texts of the settings,
 // which must outlive them.
 Rules ResolveRules(const Settings& settings, const Counting& counting);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <string_view>
 
 #include "base/url_decode.h"
@@ -13,6 +14,7 @@
 #include "superlog/log_dates.h"
 #include "superlog/log_format.h"
 #include "superlog/log_limits.h"
+#include "superlog/odd_request.h"
 #include "superlog/superlog.h"
 
 static int64_t mLinesNotUnderstood = 0;
@@ -300,6 +302,18 @@ static void SettleUrl(std::string_view& url, const LineParts& parts) {
   TranslateMacPath(url);
 }
 
+// False when the line holds no request.
+[[gnu::cold, gnu::noinline]] static bool SettleOddUrl(std::string_view& url) {
+  if (!mLogLimits.all_requests) {
+    return !IsDash(url);
+  }
+  // A URL that was put together lies elsewhere, even where the layout has whole requests.
+  const bool in_line = !std::less<>()(url.data(), mpLine) && !std::less<>()(mpLineEnd, url.data());
+  const bool whole_request = strchr(mKnownFormatBuf, 'q') != nullptr;
+  url = in_line && whole_request ? UrlOfOddRequest(url, mpLine) : UrlOrNoRequest(url);
+  return true;
+}
+
 static void SettleHost(SuperLogRecord& record, const LineParts& parts) {
   std::string_view& host = record.host;
   if (IsAbsent(host)) {
@@ -368,7 +382,10 @@ static bool ParseDataLine(SuperLogRecord& record) {
   SettleUrl(record.url, parts);
   // The time comes first: where a clock change repeats an hour, it is the line
   // before that decides, usable or not.
-  if (!SettleTime(record) || IsAbsent(record.url) || IsDash(record.url)) {
+  if (!SettleTime(record) || IsAbsent(record.url)) {
+    return false;
+  }
+  if (!record.url.starts_with('/') && !SettleOddUrl(record.url)) {
     return false;
   }
   SettleHost(record, parts);

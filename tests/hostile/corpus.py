@@ -191,9 +191,8 @@ def write_urls(attacks, expected):
     log = between_tabs("url.log", "REFERER", "URL")
     for attack in filter(lambda attack: can_stand_raw(attack.text), attacks):
         url = path_of(last_field(attack.text))
-        if url not in (b"", b"-"):
-            log.add(times(attack), tabbed(200, b"-", attack.text))
-            expected.record(times(attack), url)
+        log.add(times(attack), tabbed(200, b"-", attack.text))
+        expected.record(times(attack), b"(no request)" if url in (b"", b"-") else url)
         missing = last_field(b"/" + attack.text)
         page = attack.text if can_stand_between_tabs(attack.text) else by_nginx(attack.text)
         log.add(times(attack), tabbed(404, page, b"/" + attack.text))
@@ -256,6 +255,8 @@ def write_combined(attacks, expected):
         method = by_nginx(hidden(attack)).replace(b" ", b"")
         log.add(times(attack), combined(method + b" /method HTTP/1.0", host=b"192.0.2.67"))
         expected.record(times(attack), b"/method", host=b"192.0.2.67")
+        log.add(times(attack), combined(b"x" + by_nginx(hidden(attack)).replace(b" ", b"/"), 400, host=b"192.0.2.68"))
+        expected.record(times(attack), b"(not HTTP)", 400, host=b"192.0.2.68")
     return log
 
 

@@ -494,6 +494,27 @@ TEST_F(ParseNextLineTest, QuotedDashAndEmptyQuotedAgentBecomeAbsent) {
   EXPECT_EQ(r.agent, std::nullopt);
 }
 
+TEST_F(ParseNextLineTest, ModernRequestsNeedNoUrl) {
+  const auto line = [](const std::string& request) {
+    return "192.0.2.7 - - [05/Mar/2000:10:00:00 +0000] \"" + request + "\" 408 5\n";
+  };
+  for (const auto& [request, url] :
+       std::vector<std::pair<std::string, std::string>>{{"-", "(no request)"},
+                                                        {"", "(no request)"},
+                                                        {R"(\x16\x03\x01)", "(not HTTP)"},
+                                                        {"GET * HTTP/1.0", "*"}}) {
+    mLogLimits = kModernLimits;
+    const Kept r = ParseOne(line(request));
+    EXPECT_EQ(r.url, url);
+    EXPECT_EQ(r.status, 408) << request;
+  }
+  EXPECT_EQ(ParseAs("T0xe", "971186136\t-\t-").url, "(no request)");
+  EXPECT_EQ(ParseAs("T0xeq", "971186136\ts\tq").url, "s?q");
+  EXPECT_EQ(ParseAs("T0u", "971186136\tindex.html").url, "index.html");
+  mLogLimits = kClassicLimits;
+  EXPECT_EQ(ParseAll("192.0.2.7 - - [05/Mar/2000:10:00:00 +0000] \"-\" 408 5\n").size(), 0u);
+}
+
 // --- URLs -------------------------------------------------------------------------
 
 TEST_F(ParseNextLineTest, UrlFromStemAndQuery) {
