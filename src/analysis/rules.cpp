@@ -24,13 +24,14 @@ bool FindsAll(const Settings& settings) {
 // Where all requests are some, not all of a site's have a path.
 static FindTest ResolveFindTest(const Settings& settings, const Limits& limits) {
   FindTest find{};
-  if (limits.all_requests && FindsAll(settings)) {
-    find.prefix = true;
-    return find;
-  }
   CopyText(find.value, settings.find);
   find.length = std::string_view(find.value).size();
   find.ignore_case = settings.find_casesensitive == 0;
+  if (limits.all_requests && FindsAll(settings)) {
+    find.length = 0;
+    find.prefix = true;
+    return find;
+  }
   if (settings.find_pattern == 0) {
     find.prefix = settings.subdirs != 0;
     return find;
