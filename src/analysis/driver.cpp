@@ -116,7 +116,7 @@ bool BeginAnalysis(Settings& settings, const Counting& counting, Analysis& analy
   SetWildcardLimits(counting.limits);
   smart_memory_init(settings);
   DNSLookup_Init();
-  Search_Init();
+  Search_Init(*counting.search);
   analysis.search = NewSearchCounts();
   CreateTables(settings, analysis);
   return true;
@@ -260,16 +260,27 @@ static bool HoldsQuery(std::string_view referrer) {
   return FindByte(referrer.data(), end, '?') != end;
 }
 
+static bool IsOwn(const Rules& rules, std::string_view referrer) {
+  const std::string_view host = HostBehindWww(referrer);
+  const size_t length = rules.own_host.size();
+  return length != 0 && BeginsWithIgnoreCase(host, rules.own_host) &&
+         (host.size() == length || std::string_view("/:?#").find(host[length]) != std::string_view::npos);
+}
+
 static void CountReferrer(const Rules& rules, std::string_view referrer, bool counted, Analysis& analysis) {
   const bool as_referrer = rules.referrers && counted;
   if (IsAbsent(referrer) || (!rules.search && !as_referrer) ||
       (rules.filter_referrers && !NotFilteredDomain(rules.settings, referrer))) {
     return;
   }
-  if (rules.search && HoldsQuery(referrer)) {
+  const bool own = IsOwn(rules, referrer);
+  if (rules.search && ((rules.referrals && !own) || HoldsQuery(referrer))) {
     CountSearchHits(referrer, analysis.search);
   }
-  if (as_referrer) {
+  if (as_referrer && own) {
+    ++analysis.referrers.total;
+    ++analysis.own_referrers;
+  } else if (as_referrer) {
     CountItem(analysis.referrers, referrer, true);
   }
 }

@@ -62,6 +62,26 @@ static AskedTexts ResolveTexts(const Settings& settings) {
   };
 }
 
+// What stands behind the scheme of an address of the web and "www."; empty where there is none.
+std::string_view HostBehindWww(std::string_view address) {
+  const size_t length = address.starts_with("http://")    ? 7
+                        : address.starts_with("https://") ? 8
+                                                          : address.size();
+  address.remove_prefix(length);
+  if (BeginsWithIgnoreCase(address, "www.")) {
+    address.remove_prefix(4);
+  }
+  return address;
+}
+
+static std::string_view OwnHost(const Settings& settings, const Counting& counting) {
+  if (!counting.other_sites_alone || settings.own_referrers != 0) {
+    return {};
+  }
+  const std::string_view host = HostBehindWww(settings.url);
+  return host.substr(0, host.find_first_of("/:?#"));
+}
+
 // Weekdays and hours are sums of them.
 static bool NeedsHoursOfWeek(const Settings& settings) {
   return settings.hitsperdayofweek != 0 || settings.hitsperhour != 0 || settings.hoursofweek != 0;
@@ -100,6 +120,8 @@ Rules ResolveRules(const Settings& settings, const Counting& counting) {
       .referrers = settings.referrers.on != 0,
       .filter_referrers = settings.filter_referrers != 0 && settings.filter_domains[0] != '\0',
       .search = settings.search.on != 0,
+      .referrals = counting.search->referrals,
+      .own_host = OwnHost(settings, counting),
       .browsers = settings.browsers.on != 0,
       .bad_urls = settings.badurls.on != 0,
       .bad_url_referrers = settings.badurl_referrers != 0,

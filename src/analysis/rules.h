@@ -40,6 +40,8 @@ struct Rules {
   bool referrers;
   bool filter_referrers;
   bool search;
+  bool referrals;             // of search engines, those without a phrase, too
+  std::string_view own_host;  // whose pages are no rows of the referrers, without "www."; empty: none
   bool browsers;
   bool bad_urls;
   bool bad_url_referrers;
@@ -50,6 +52,9 @@ struct Rules {
   bool dates;
   bool hours_of_week;
 };
+
+// What is behind the scheme of a web address, and behind its "www."; empty of anything else.
+std::string_view HostBehindWww(std::string_view address);
 
 // Whether the find test of the settings lets all requests of a site pass.
 bool FindsAll(const Settings& settings);

@@ -15,9 +15,10 @@ static void WriteUnlessNone(char (&text)[N], int64_t figure) {
 }
 
 Notes OpenNotes(const Settings& settings, const Analysis& analysis) {
-  Notes notes{&settings, &analysis, 0, FirstThinnedTable(settings, analysis), "", ""};
+  Notes notes{&settings, &analysis, 0, FirstThinnedTable(settings, analysis), "", "", ""};
   WriteUnlessNone(notes.not_opened, analysis.logs.not_opened);
   WriteUnlessNone(notes.without_url, analysis.without_url);
+  WriteUnlessNone(notes.own_referrers, analysis.own_referrers);
   return notes;
 }
 
@@ -42,6 +43,8 @@ static const char* SubjectOf(NoteCode code, const Notes& notes) {
       return unless_empty(notes.not_opened);
     case NoteCode::kWithoutUrl:
       return unless_empty(notes.without_url);
+    case NoteCode::kOwnReferrers:
+      return unless_empty(notes.own_referrers);
     default:
       return nullptr;
   }

@@ -16,9 +16,10 @@ enum class NoteCode {
   kTypesLeftOut,
   kLogsNotOpened,  // and so not read; the subject is their number
   kWithoutUrl,     // requests that have none, counted all the same; the subject is their number
+  kOwnReferrers,   // of the site itself, which are no rows; the subject is the number of requests
   kThinned,        // the memory budget took items from a table: counts below its first rows may be too low
 };
-inline constexpr size_t kNoteCodes = 9;
+inline constexpr size_t kNoteCodes = 10;
 
 struct Note {
   NoteCode code;
@@ -34,6 +35,7 @@ struct Notes {
   const ListInfo* table;  // the next thinned one, once it is their turn
   char not_opened[24];    // logs, in digits; empty: none
   char without_url[24];   // requests, in the same way
+  char own_referrers[24];
 };
 
 // Both records must outlive the notes.
