@@ -38,12 +38,14 @@ bool NextEngine(EngineRows& rows, EngineRow& row) {
 }
 
 bool NextPhrase(EngineRow& engine, PhraseRow& row) {
-  if (engine.referrals != 0) {
+  ItemCursor rest = engine.phrases;
+  const ListItem* const item = NextItem(rest);
+  if (engine.referrals != 0 && (item == nullptr || item->count <= engine.referrals)) {
     row = {kNoPhrase, engine.referrals};
     engine.referrals = 0;
     return true;
   }
-  const ListItem* const item = NextItem(engine.phrases);
+  engine.phrases = rest;
   if (item == nullptr) {
     return false;
   }

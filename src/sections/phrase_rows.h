@@ -21,7 +21,8 @@ struct EngineRow {
   int64_t hits;         // phrases counted
   double share;         // of the hits of all engines
   int64_t distinct;     // phrases, before any was cut off
-  int64_t referrals;    // without a phrase, which are the first row; 0: there is none, or it was read
+  int64_t
+      referrals;  // without a phrase, a row by its rank or behind the last; 0: there is none, or it was read
   ItemCursor phrases;
 };
 

@@ -43,7 +43,7 @@ NAME = "{http://www.w3.org/1999/xhtml}"
 SITE = "http://www.example.com"
 SECTIONS = "requests referrers search browsers badurls badreferrers domains domaintypes".split()
 ALL = [f"{name}=1,0" for name in SECTIONS] + (
-    "badurl_referrers=1 dailytotals=1 hitsperdayofweek=1 hitsperhour=1 hoursofweek=1 showquery=1 find=* find_pattern=1 "
+    "badurl_referrers=1 own_referrers=1 dailytotals=1 hitsperdayofweek=1 hitsperhour=1 hoursofweek=1 showquery=1 find=* find_pattern=1 "
     "find_casesensitive=1 date=03052000,03112000").split()
 ENVIRONMENT = {"TZ": "UTC", "SOURCE_DATE_EPOCH": "1000000000", "COLUMNS": "1000"}
 
