@@ -46,6 +46,9 @@ static constexpr NoteWords kNoteWords[] = {
     {NoteCode::kTypesLeftOut, "types_left_out", "Requests for files of these types were left out: ", "."},
     {NoteCode::kLogsNotOpened, "logs_not_opened",
      "Logs that could not be opened, so that their records are missing: ", "."},
+    {NoteCode::kWithoutUrl, "without_url", "Requests without a URL, which were empty or not of HTTP: ", "."},
+    {NoteCode::kOwnReferrers, "own_referrers",
+     "Requests that pages of the site itself led to, which are left out of the referrers: ", "."},
     {NoteCode::kThinned, "thinned",
      "The memory budget did not suffice. Figures may be too low behind the first rows of the section ", "."},
 };

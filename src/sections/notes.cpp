@@ -4,19 +4,22 @@
 #include <cstdio>
 #include <string_view>
 
+#include "analysis/rules.h"
 #include "sections/overview.h"
 
-Notes OpenNotes(const Settings& settings, const Analysis& analysis) {
-  Notes notes{&settings, &analysis, 0, FirstThinnedTable(settings, analysis), ""};
-  if (analysis.logs.not_opened > 0) {
-    snprintf(notes.not_opened, sizeof notes.not_opened, "%" PRId64, analysis.logs.not_opened);
+template <size_t N>
+static void WriteUnlessNone(char (&text)[N], int64_t figure) {
+  if (figure > 0) {
+    snprintf(text, N, "%" PRId64, figure);
   }
-  return notes;
 }
 
-static bool SelectsAll(const Settings& settings) {
-  const std::string_view find = settings.find;
-  return settings.find_pattern != 0 ? find == "*" || find == "/*" : find == "/" && settings.subdirs != 0;
+Notes OpenNotes(const Settings& settings, const Analysis& analysis) {
+  Notes notes{&settings, &analysis, 0, FirstThinnedTable(settings, analysis), "", "", ""};
+  WriteUnlessNone(notes.not_opened, analysis.logs.not_opened);
+  WriteUnlessNone(notes.without_url, analysis.without_url);
+  WriteUnlessNone(notes.own_referrers, analysis.own_referrers);
+  return notes;
 }
 
 // What the note is about; null when there is no reason for it.
@@ -27,7 +30,7 @@ static const char* SubjectOf(NoteCode code, const Notes& notes) {
     case NoteCode::kNoLogInRange:
       return notes.analysis->logs.in_range ? nullptr : "";
     case NoteCode::kPath:
-      return SelectsAll(settings) ? nullptr : settings.find;
+      return FindsAll(settings) ? nullptr : settings.find;
     case NoteCode::kRealm:
       return unless_empty(settings.authrealm);
     case NoteCode::kUser:
@@ -38,6 +41,10 @@ static const char* SubjectOf(NoteCode code, const Notes& notes) {
       return unless_empty(settings.filter_filetypes);
     case NoteCode::kLogsNotOpened:
       return unless_empty(notes.not_opened);
+    case NoteCode::kWithoutUrl:
+      return unless_empty(notes.without_url);
+    case NoteCode::kOwnReferrers:
+      return unless_empty(notes.own_referrers);
     default:
       return nullptr;
   }

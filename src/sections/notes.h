@@ -15,9 +15,11 @@ enum class NoteCode {
   kHostsLeftOut,
   kTypesLeftOut,
   kLogsNotOpened,  // and so not read; the subject is their number
+  kWithoutUrl,     // requests that have none, counted all the same; the subject is their number
+  kOwnReferrers,   // of the site itself, which are no rows; the subject is the number of requests
   kThinned,        // the memory budget took items from a table: counts below its first rows may be too low
 };
-inline constexpr size_t kNoteCodes = 8;
+inline constexpr size_t kNoteCodes = 10;
 
 struct Note {
   NoteCode code;
@@ -32,6 +34,8 @@ struct Notes {
   size_t next;            // of the codes
   const ListInfo* table;  // the next thinned one, once it is their turn
   char not_opened[24];    // logs, in digits; empty: none
+  char without_url[24];   // requests, in the same way
+  char own_referrers[24];
 };
 
 // Both records must outlive the notes.

@@ -17,6 +17,7 @@
 #include "superlog/log_format.h"
 #include "superlog/log_limits.h"
 #include "superlog/log_line.h"
+#include "superlog/odd_request.h"
 
 static constexpr size_t kMostLayouts = 6;  // of one file
 static_assert(kMostLayouts >= kWrapperCount);
@@ -68,24 +69,11 @@ static void CutToItem(std::string_view& text) {
   }
 }
 
-// The first client of a list, without its port: "192.0.2.7:40512", "[2001:db8::7]:40512". An address of
-// colons without brackets has none.
-static std::string_view ClientOf(std::string_view text) {
-  text = text.substr(0, text.find(','));
-  if (text.starts_with('[')) {
-    return text.substr(1, text.find(']') - 1);
-  }
-  const size_t colon = text.find(':');
-  return colon != std::string_view::npos && text.find(':', colon + 1) == std::string_view::npos
-             ? text.substr(0, colon)
-             : text;
-}
-
-static void SettleHost(std::string_view& host) {
-  if (host.data() != nullptr) {
-    host = ClientOf(host);
-    Terminate(host, host.size());
-    TrimTrailingDot(host);
+// The first client of a list.
+static void SettleClient(SuperLogRecord& record) {
+  if (record.host.data() != nullptr) {
+    Terminate(record.host, std::min(record.host.find(','), record.host.size()));
+    SettleHost(record);
   }
 }
 
@@ -107,22 +95,31 @@ static std::string_view QueryOf(const LineFields& fields) {
   return query;
 }
 
-static void SettleUrl(const Layout& layout, const LineFields& fields, std::string_view& url) {
-  TakeText(fields, Field::kUrl, url);
-  const bool from_field = url.data() != nullptr;
-  if (!from_field) {
-    TakeText(fields, Field::kRequest, url);
-  }
-  if (!from_field && url.data() != nullptr) {
-    TrimFullRequest(url);
-  }
-  if (layout.writing.whole_urls || (layout.kind == LineKind::kJson && from_field)) {
+static std::string_view UrlOfField(const Layout& layout, const LineFields& fields, std::string_view url) {
+  if (layout.writing.whole_urls || layout.kind == LineKind::kJson) {
     url = PathOf(url);
   }
-  const std::string_view query = from_field ? QueryOf(fields) : std::string_view{};
-  if (!query.empty() && url.find('?') == std::string_view::npos) {
-    url = CombineUrl(url, query);
+  const std::string_view query = QueryOf(fields);
+  return query.empty() || url.find('?') != std::string_view::npos ? url : CombineUrl(url, query);
+}
+
+static std::string_view UrlOfRequest(const Layout& layout, std::string_view request) {
+  std::string_view url = request;
+  TrimFullRequest(url);
+  if (!url.starts_with('/')) {
+    url = UrlOfOddRequest(url, request.data());
   }
+  return layout.writing.whole_urls ? PathOf(url) : url;
+}
+
+static void SettleUrl(const Layout& layout, const LineFields& fields, std::string_view& url) {
+  TakeText(fields, Field::kUrl, url);
+  if (url.data() != nullptr) {
+    url = UrlOfField(layout, fields, url);
+    return;
+  }
+  TakeText(fields, Field::kRequest, url);
+  url = url.data() == nullptr ? kNoRequest : UrlOfRequest(layout, url);
 }
 
 static int HexDigit(char c) {
@@ -196,7 +193,7 @@ static void TakeAsked(const LineFields& fields, Field field, char letter, std::s
   }
 }
 
-// False when the fields make no request, for want of a URL or a time.
+// False when the fields make no request, for want of a time.
 static bool SettleRecord(const Layout& layout, const LineFields& fields, SuperLogRecord& record) {
   ClearRecord(record);
   if (!SettleMoment(layout, fields, record)) {
@@ -211,9 +208,9 @@ static bool SettleRecord(const Layout& layout, const LineFields& fields, SuperLo
   TakeAsked(fields, Field::kAgent, 'a', record.agent);
   TakeAsked(fields, Field::kSite, 'm', record.realm);
   TakeAsked(fields, Field::kUser, 'w', record.user);
-  SettleHost(record.host);
+  SettleClient(record);
   SettleAgent(layout, record.agent);
-  return record.url.data() != nullptr && !record.url.empty() && record.url != "-";
+  return true;
 }
 
 // --- The layouts of a file ------------------------------------------------------------

@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <string_view>
 
 #include "base/url_decode.h"
@@ -19,6 +20,7 @@
 #include "superlog/log_dates.h"
 #include "superlog/log_format.h"
 #include "superlog/log_limits.h"
+#include "superlog/odd_request.h"
 #include "superlog/superlog.h"
 #include "superlog/usual_line.h"
 
@@ -76,6 +78,43 @@ int32_t TranslateWebStarResultCode(std::string_view word) {
 
 void TrimPort(std::string_view& host) {
   CutAt(host, ':');
+}
+
+// The text of an address in brackets with what may stand behind them, or of a bare one; without its zone.
+static std::string_view AddressIn(std::string_view host) {
+  if (host.starts_with('[')) {
+    const size_t end = host.find(']');
+    const std::string_view behind = host.substr(std::min(end, host.size()));
+    host = behind == "]" || behind.starts_with("]:") ? host.substr(1, end - 1) : "";
+  }
+  return host.substr(0, host.find('%'));
+}
+
+// Nearly all addresses stand in a log as they are written at their shortest.
+static std::string_view Written(const Address& address, std::string_view as_logged) {
+  char text[kAddressTextSize];
+  WriteAddress(address, text);
+  if (as_logged == text) {
+    Ended(as_logged);
+    return as_logged;
+  }
+  const std::string_view written = text;
+  char* const room = RoomForText(sizeof text);
+  return KeepText(room, written.copy(room, written.size()));
+}
+
+const Address* TakeHostWithColon(std::string_view& host) {
+  static Address address;
+  const std::string_view text = AddressIn(host);
+  if (!ParseAddress(text, address)) {
+    Ended(host);
+    if (host.find(':') == host.rfind(':')) {
+      TrimPort(host);
+    }
+    return nullptr;
+  }
+  host = Written(address, text);
+  return IsIpv4(address) ? nullptr : &address;
 }
 
 void TrimTrailingDot(std::string_view& host) {
@@ -279,11 +318,31 @@ static void SettleUrl(std::string_view& url, const FieldPlan& plan) {
   TranslateMacPath(url);
 }
 
-static void SettleHost(std::string_view& host) {
-  if (!IsAbsent(host)) {
-    TrimPort(host);
-    TrimTrailingDot(host);
+// False when the line holds no request.
+[[gnu::cold, gnu::noinline]] static bool SettleOddUrl(std::string_view& url) {
+  if (!mLogLimits.all_requests) {
+    return !IsDash(url);
   }
+  // A URL that was put together lies elsewhere, even where the layout has whole requests.
+  const bool in_line = !std::less<>()(url.data(), mpLine) && !std::less<>()(mpLineEnd, url.data());
+  const bool whole_request = strchr(mKnownFormatBuf, 'q') != nullptr;
+  url = in_line && whole_request ? UrlOfOddRequest(url, mpLine) : UrlOrNoRequest(url);
+  return true;
+}
+
+void SettleHost(SuperLogRecord& record) {
+  std::string_view& host = record.host;
+  record.ipv6 = nullptr;
+  if (IsAbsent(host)) {
+    return;
+  }
+  const char* const colon = FindEither(host.data(), EndOf(host), ':', ':');
+  if (colon != EndOf(host) && mLogLimits.whole_addresses) [[unlikely]] {
+    record.ipv6 = TakeHostWithColon(host);
+  } else {
+    CutTo(host, static_cast<size_t>(colon - host.data()));
+  }
+  TrimTrailingDot(host);
 }
 
 static void TakeTexts(SuperLogRecord& record, const FieldPlan& plan, const LineParts& parts) {
@@ -378,10 +437,13 @@ template <bool kEscapes>
   }
   // The time comes first: where a clock change repeats an hour, it is the line
   // before that decides, usable or not.
-  if (!SettleTime(record) || IsAbsent(record.url) || IsDash(record.url)) {
+  if (!SettleTime(record) || IsAbsent(record.url)) {
     return false;
   }
-  SettleHost(record.host);
+  if (!record.url.starts_with('/') && !SettleOddUrl(record.url)) {
+    return false;
+  }
+  SettleHost(record);
   if (mCurLogFormat == kFamilyW3cIis && !IsAbsent(record.agent)) {
     // IIS writes "+" for a space.
     record.agent = {record.agent.data(), decode(Writable(record.agent))};

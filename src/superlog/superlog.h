@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "base/limits.h"
+#include "base/network.h"
 #include "cgi/settings.h"
 #include "superlog/log_events.h"
 #include "superlog/super_long.h"
@@ -20,6 +21,7 @@
 // nothing writes to them, until LogEvents::texts_go is told or the log is closed.
 struct SuperLogRecord {
   std::string_view host;  // without port and without one trailing dot
+  const Address* ipv6;    // what the host is, where it is an address of IPv6; else null
   tm local;               // the request's local time, all nine fields normalised
   time_t time;            // seconds since the epoch, GMT correction applied
   std::string_view url;
