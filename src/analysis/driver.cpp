@@ -279,8 +279,11 @@ static bool HoldsQuery(std::string_view referrer) {
 // Whether the address is one of the site's: its host ends there, or at a port. What ends at "@" is no
 // host, but a name for another site's.
 static bool IsOwn(const Rules& rules, std::string_view referrer) {
+  if (rules.own_host.empty()) {
+    return false;
+  }
   const std::string_view host = HostBehindWww(referrer);
-  if (rules.own_host.empty() || !BeginsWithIgnoreCase(host, rules.own_host)) {
+  if (!BeginsWithIgnoreCase(host, rules.own_host)) {
     return false;
   }
   const std::string_view behind = host.substr(rules.own_host.size());

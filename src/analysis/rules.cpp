@@ -68,7 +68,7 @@ std::string_view HostBehindWww(std::string_view address) {
                         : address.starts_with("https://") ? 8
                                                           : address.size();
   address.remove_prefix(length);
-  if (BeginsWithIgnoreCase(address, "www.")) {
+  if (address.size() >= 4 && address[3] == '.' && BeginsWithIgnoreCase(address, "www.")) {
     address.remove_prefix(4);
   }
   return address;

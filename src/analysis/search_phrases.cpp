@@ -90,9 +90,9 @@ struct OtherHost {
   char text[56];
 };
 
-static OtherHost mOthers[1024];
+static OtherHost mOthers[1024];  // by hash, with a second place beside the first
 
-static OtherHost& PlaceOf(std::string_view host) {
+static size_t PlaceOf(std::string_view host) {
   uint64_t hash = host.size();
   for (size_t at = 0; at + sizeof hash <= host.size(); at += sizeof hash) {
     uint64_t eight;
@@ -102,20 +102,26 @@ static OtherHost& PlaceOf(std::string_view host) {
   uint64_t last = 0;
   memcpy(&last, host.data() + host.size() - sizeof last, sizeof last);
   hash = (hash ^ last) * 0x9E3779B97F4A7C15U;
-  return mOthers[hash >> 54];
+  return hash >> 54;
 }
 
 static bool CanBeKept(std::string_view host) {
   return host.size() >= sizeof(uint64_t) && host.size() <= sizeof OtherHost::text;
 }
 
-static bool IsOther(std::string_view host) {
-  const OtherHost& other = PlaceOf(host);
+static bool Holds(const OtherHost& other, std::string_view host) {
   return other.length == host.size() && memcmp(other.text, host.data(), host.size()) == 0;
 }
 
+static bool IsOther(std::string_view host) {
+  const size_t place = PlaceOf(host);
+  return Holds(mOthers[place], host) || Holds(mOthers[place ^ 1], host);
+}
+
+// The host that was there first, which has come more often as a rule, keeps its place.
 static void KeepOther(std::string_view host) {
-  OtherHost& other = PlaceOf(host);
+  const size_t place = PlaceOf(host);
+  OtherHost& other = mOthers[mOthers[place].length == 0 ? place : place ^ 1];
   other.length = host.copy(other.text, sizeof other.text);
 }
 
