@@ -68,7 +68,7 @@ std::string_view HostBehindWww(std::string_view address) {
                         : address.starts_with("https://") ? 8
                                                           : address.size();
   address.remove_prefix(length);
-  if (address.size() >= 4 && address[3] == '.' && BeginsWithIgnoreCase(address, "www.")) {
+  if (address.starts_with("www.") || BeginsWithIgnoreCase(address.substr(0, 4), "www.")) {
     address.remove_prefix(4);
   }
   return address;

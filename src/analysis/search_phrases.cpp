@@ -90,7 +90,7 @@ struct OtherHost {
   char text[56];
 };
 
-static OtherHost mOthers[1024];  // by hash, with a second place beside the first
+static OtherHost mOthers[2048];  // by hash, with a second place beside the first
 
 static size_t PlaceOf(std::string_view host) {
   uint64_t hash = host.size();
@@ -102,7 +102,7 @@ static size_t PlaceOf(std::string_view host) {
   uint64_t last = 0;
   memcpy(&last, host.data() + host.size() - sizeof last, sizeof last);
   hash = (hash ^ last) * 0x9E3779B97F4A7C15U;
-  return hash >> 54;
+  return hash >> 53;
 }
 
 static bool CanBeKept(std::string_view host) {

@@ -330,7 +330,7 @@ static void SettleUrl(std::string_view& url, const FieldPlan& plan) {
   return true;
 }
 
-void SettleHost(SuperLogRecord& record) {
+[[gnu::always_inline]] static inline void TrimHost(SuperLogRecord& record) {
   std::string_view& host = record.host;
   record.ipv6 = nullptr;
   if (IsAbsent(host)) {
@@ -343,6 +343,10 @@ void SettleHost(SuperLogRecord& record) {
     CutTo(host, static_cast<size_t>(colon - host.data()));
   }
   TrimTrailingDot(host);
+}
+
+void SettleHost(SuperLogRecord& record) {
+  TrimHost(record);
 }
 
 static void TakeTexts(SuperLogRecord& record, const FieldPlan& plan, const LineParts& parts) {
@@ -380,13 +384,17 @@ static bool FitsRecord(const tm& local, time_t written, time_t time) {
   return written == static_cast<int32_t>(written) && time == static_cast<int32_t>(time);
 }
 
-bool SettleTime(SuperLogRecord& record) {
+[[gnu::always_inline]] static inline bool TakeTime(SuperLogRecord& record) {
   if (mGmtOffset == 0 && CompleteInLastHour(record.local, record.time)) {
     return FitsRecord(record.local, record.time, record.time);
   }
   const time_t written = LocalToTime(record.local);
   record.time = written + mGmtOffset;
   return FitsRecord(record.local, written, record.time) && TimeToLocal(record.time, record.local);
+}
+
+bool SettleTime(SuperLogRecord& record) {
+  return TakeTime(record);
 }
 
 // What is not taken from the line's fields in any case.
@@ -437,13 +445,13 @@ template <bool kEscapes>
   }
   // The time comes first: where a clock change repeats an hour, it is the line
   // before that decides, usable or not.
-  if (!SettleTime(record) || IsAbsent(record.url)) {
+  if (!TakeTime(record) || IsAbsent(record.url)) {
     return false;
   }
   if (!record.url.starts_with('/') && !SettleOddUrl(record.url)) {
     return false;
   }
-  SettleHost(record);
+  TrimHost(record);
   if (mCurLogFormat == kFamilyW3cIis && !IsAbsent(record.agent)) {
     // IIS writes "+" for a space.
     record.agent = {record.agent.data(), decode(Writable(record.agent))};
