@@ -8,7 +8,7 @@ _orvellis_report_values() { # OPTION
     --date-format) echo DMY DYM MDY MYD YDM YMD ;;
     --top) echo 0 10 30 100 10% ;;
     --memory) echo 16M 64M 256M 1G ;;
-    --log-format) echo Shmw1qrc Shmw1qrcfa 'S?hmw1qrcfa' ;;
+    --log-format) echo json ltsv squid haproxy vhost_combined Shmw1qrc Shmw1qrcfa 'S?hmw1qrcfa' ;;
     --server) echo apache nginx lighttpd ;;
     --account | --logs | --path | --match | --exclude-hosts | --exclude-types | --min | --title | --url) ;;
     *) return 1 ;;

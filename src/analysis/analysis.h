@@ -20,10 +20,12 @@ enum class DayCounting {
 struct Counting {
   Limits limits;
   DayCounting days;
+  const SearchRules* search;
+  bool other_sites_alone;  // pages of the site itself are no rows of the referrers, unless they are asked for
 };
 
-inline constexpr Counting kClassicCounting{kClassicLimits, DayCounting::kByDayOfYear};
-inline constexpr Counting kModernCounting{kModernLimits, DayCounting::kByDate};
+inline constexpr Counting kClassicCounting{kClassicLimits, DayCounting::kByDayOfYear, &kClassicSearch, false};
+inline constexpr Counting kModernCounting{kModernLimits, DayCounting::kByDate, &kModernSearch, true};
 
 struct CountedReport {
   List list;
@@ -74,8 +76,10 @@ struct Analysis {
   TimeDistribution<7> weekdays;                  // 0 = Sunday
   TimeDistribution<24> hours;
   int64_t hits;                 // records counted
+  int64_t without_url;          // of them, whose request has no URL
   int64_t statuses[kStatuses];  // of them, by status; 0: without one, or with one that HTTP does not have
   SuperLong bytes;              // served by them
+  int64_t own_referrers;        // requests that pages of the site itself led to, where these are no rows
   SearchCounts search;
   int64_t MsieCount;       // browser records of Internet Explorer
   int64_t NavCount;        // and of Netscape Navigator

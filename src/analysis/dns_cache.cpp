@@ -34,17 +34,22 @@ static char* Copy(const char* text) {
   return copy;
 }
 
-char* ReverseDNS_Lookup(const char* address) {
-  const in_addr_t number = inet_addr(address);
-  if (number == INADDR_NONE) {
-    return nullptr;
-  }
+static char* NameOf(const void* number, socklen_t length, int family) {
   errno = 0;
-  const hostent* const record = mpResolver(&number, sizeof number, AF_INET);
+  const hostent* const record = mpResolver(number, length, family);
   if (record == nullptr && errno == ENOMEM) {
     EndWithoutMemory();  // no answer, and a host counted by its address would be wrong
   }
   return record == nullptr ? nullptr : Copy(record->h_name);
+}
+
+char* ReverseDNS_Lookup(const char* address) {
+  in6_addr ipv6;
+  if (strchr(address, ':') != nullptr) {
+    return inet_pton(AF_INET6, address, &ipv6) == 1 ? NameOf(&ipv6, sizeof ipv6, AF_INET6) : nullptr;
+  }
+  const in_addr_t number = inet_addr(address);
+  return number == INADDR_NONE ? nullptr : NameOf(&number, sizeof number, AF_INET);
 }
 
 CacheEntry* CreateCacheEntry(const char* address, char* host) {

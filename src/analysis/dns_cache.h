@@ -8,7 +8,7 @@
 // Called at the start of an analysis; there is nothing to prepare.
 void DNSLookup_Init();
 
-// The host name of a dotted address as a new text (released with free()), or
+// The host name of an address, dotted or of IPv6, as a new text (released with free()), or
 // null when it does not resolve. A text that is no address is answered, and
 // cached, without asking the resolver; null gives null. When memory runs out,
 // the process exits with status 1.

@@ -21,6 +21,7 @@
 #include "dates/local_time.h"
 #include "dates/years.h"
 #include "superlog/byte_scan.h"
+#include "superlog/odd_request.h"
 #include "superlog/superlog.h"
 
 static void (*mpLineRead)() = nullptr;  // who listens to this run
@@ -142,7 +143,7 @@ bool BeginAnalysis(Settings& settings, const Counting& counting, Analysis& analy
   SetWildcardLimits(counting.limits);
   smart_memory_init(settings);
   DNSLookup_Init();
-  Search_Init();
+  Search_Init(*counting.search);
   analysis.search = NewSearchCounts();
   CreateTables(settings, analysis);
   return true;
@@ -172,7 +173,7 @@ static bool Finds(const FindTest& find, std::string_view url) {
 
 static bool IsSelected(const Rules& rules, const SuperLogRecord& record, std::string_view url) {
   return Authenticated(rules.realm, record.realm) && Authenticated(rules.user, record.user) &&
-         (!rules.filter_domains || NotFilteredDomain(rules.settings, record.host)) && Finds(rules.find, url);
+         (!rules.filter_domains || rules.host_counts(rules.settings, record.host)) && Finds(rules.find, url);
 }
 
 // ---- Steps of one record --------------------------------------------------------
@@ -180,9 +181,10 @@ static bool IsSelected(const Rules& rules, const SuperLogRecord& record, std::st
 // The visitor's host on its way through the steps.
 struct Visitor {
   std::string_view host;
+  const Address* ipv6;   // what the host is; null: something else
   char* name = nullptr;  // the resolved name that host may lie in
 
-  explicit Visitor(std::string_view from) : host(from) {}
+  explicit Visitor(const SuperLogRecord& record) : host(record.host), ipv6(record.ipv6) {}
   Visitor(const Visitor&) = delete;
   Visitor& operator=(const Visitor&) = delete;
   ~Visitor() { free(name); }
@@ -190,7 +192,7 @@ struct Visitor {
 
 // Puts the host's name in place of a numeric address; false when there is none.
 static bool ResolveHost(Visitor& visitor) {
-  if (!IsIpAddr(visitor.host)) {
+  if (!IsIpAddr(visitor.host) && visitor.ipv6 == nullptr) {
     return false;
   }
   visitor.name = GetHostFromIP(visitor.host.data());
@@ -198,6 +200,7 @@ static bool ResolveHost(Visitor& visitor) {
     return false;
   }
   visitor.host = visitor.name;
+  visitor.ipv6 = nullptr;
   return true;
 }
 
@@ -227,19 +230,44 @@ static std::string_view Kept(const Rules& rules, std::string_view host) {
   return host.substr(0, rules.longest_item);
 }
 
-// A resolved name does not outlive its record.
+// A text that does not outlive its record.
+static void CountCopy(CountedReport& report, std::string_view text) {
+  queue_copy(report.list, report.info, text, false);
+  ++report.total;
+}
+
 static void CountPartOfHost(CountedReport& report, const Visitor& visitor, std::string_view part) {
   if (visitor.name == nullptr) {
     CountItem(report, part, false);
   } else {
-    queue_copy(report.list, report.info, part, false);
-    ++report.total;
+    CountCopy(report, part);
+  }
+}
+
+// What is given to one customer of a network, as "2001:db8:1::/48".
+static void CountIpv6Network(const Rules& rules, const Address& address, Analysis& analysis) {
+  static constexpr int kBits = 48;
+  static constexpr char kBehind[] = "/48";
+  if (rules.domains) {
+    char text[kAddressTextSize];
+    char network[kAddressTextSize + sizeof kBehind + kScanOverread];
+    WriteAddress(FirstBits(address, kBits), text);
+    size_t length = CopyText(network, text);
+    length += CopyText(network + length, sizeof kBehind, kBehind);
+    CountCopy(analysis.domains, {network, length});
+  }
+  if (rules.domain_types) {
+    CountItem(analysis.domaintypes, checkIP("0"), false);
   }
 }
 
 static void CountDomain(const Rules& rules, Visitor& visitor, Analysis& analysis) {
   if (rules.dns == DnsMode::kDomainReportsOnly) {
     ResolveHost(visitor);
+  }
+  if (visitor.ipv6 != nullptr) {
+    CountIpv6Network(rules, *visitor.ipv6, analysis);
+    return;
   }
   if (rules.domains) {
     visitor.host =
@@ -273,16 +301,37 @@ static bool HoldsQuery(std::string_view referrer) {
   return FindByte(referrer.data(), end, '?') != end;
 }
 
+// Whether the address is one of the site's: its host ends there, or at a port. What ends at "@" is no
+// host, but a name for another site's.
+[[gnu::noinline]] static bool IsOwn(const Rules& rules, std::string_view referrer) {
+  const std::string_view host = HostBehindWww(referrer);
+  const size_t length = rules.own_host.size();
+  // Nearly all others are told by one character.
+  if (host.size() < length || ToLowerAscii(host[length - 1]) != ToLowerAscii(rules.own_host.back()) ||
+      !BeginsWithIgnoreCase(host, rules.own_host)) {
+    return false;
+  }
+  const std::string_view behind = host.substr(length);
+  if (behind.starts_with(':')) {
+    return behind.substr(0, behind.find_first_of("/?#")).find('@') == std::string_view::npos;
+  }
+  return behind.empty() || behind[0] == '/' || behind[0] == '?' || behind[0] == '#';
+}
+
 static void CountReferrer(const Rules& rules, std::string_view referrer, bool counted, Analysis& analysis) {
   const bool as_referrer = rules.referrers && counted;
   if (IsAbsent(referrer) || (!rules.search && !as_referrer) ||
       (rules.filter_referrers && !NotFilteredDomain(rules.settings, referrer))) {
     return;
   }
-  if (rules.search && HoldsQuery(referrer)) {
+  const bool own = !rules.own_host.empty() && IsOwn(rules, referrer);
+  if (rules.search && ((rules.referrals && !own) || HoldsQuery(referrer))) {
     CountSearchHits(referrer, analysis.search);
   }
-  if (as_referrer) {
+  if (as_referrer && own) {
+    ++analysis.referrers.total;
+    ++analysis.own_referrers;
+  } else if (as_referrer) {
     CountItem(analysis.referrers, referrer, true);
   }
 }
@@ -319,13 +368,14 @@ static void CountRecord(const Rules& rules, const SuperLogRecord& record, Analys
   }
   const bool counted =
       !rules.filter_types || NotFilteredFileType(rules.settings, TruncateFileType(record.url));
-  Visitor visitor(record.host);
+  Visitor visitor(record);
   if (counted) {
     if (rules.dns == DnsMode::kAllHosts && ResolveHost(visitor) &&
-        !NotFilteredDomain(rules.settings, Kept(rules, visitor.host))) {
+        !rules.host_counts(rules.settings, Kept(rules, visitor.host))) {
       return;
     }
     ++analysis.hits;
+    analysis.without_url += HasNoUrl(url) ? 1 : 0;
     CountStatus(record.status, analysis);
     rules.add_bytes(analysis.bytes, record.bytes);
   }

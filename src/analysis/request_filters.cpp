@@ -2,8 +2,10 @@
 
 #include <algorithm>
 
+#include "analysis/normalise.h"
 #include "analysis/request_filters_internal.h"
 #include "base/limits.h"
+#include "base/network.h"
 #include "base/text.h"
 
 namespace {
@@ -18,6 +20,9 @@ struct FilterTable {
 }  // namespace
 
 static FilterTable mDomains;
+static FilterTable mHosts;            // the same texts but those that are
+static Network mNetworks[kTextSize];  // networks
+static size_t mNetworkCount;
 static FilterTable mFileTypes;
 
 static bool IsBlank(char c) {
@@ -57,10 +62,34 @@ static char* Lower(char* dst, std::string_view text) {
   return std::transform(text.begin(), text.end(), dst, ToLowerAscii);
 }
 
-static void AnalyzeDomains(const Settings& settings) {
+static void AnalyzeDomains(const Settings& settings, FilterTable& table) {
   char lowered[kTextSize];
   const char* const end = Lower(lowered, CutText(settings.filter_domains, kTextMax));
-  Analyze(mDomains, {lowered, static_cast<size_t>(end - lowered)}, false);
+  Analyze(table, {lowered, static_cast<size_t>(end - lowered)}, false);
+}
+
+static void AnalyzeHosts(const Settings& settings) {
+  AnalyzeDomains(settings, mHosts);
+  mNetworkCount = 0;
+  std::string_view* const end =
+      std::remove_if(mHosts.entries, mHosts.entries + mHosts.count, [](std::string_view entry) {
+        const bool network = ParseNetwork(entry, mNetworks[mNetworkCount]);
+        mNetworkCount += network ? 1 : 0;
+        return network;
+      });
+  mHosts.count = static_cast<size_t>(end - mHosts.entries);
+}
+
+static bool HoldsNoEntry(std::string_view host, const FilterTable& table) {
+  if (table.count == 0) {
+    return true;
+  }
+  char lowered[kLongestItem];
+  const char* const lowered_end = Lower(lowered, host.substr(0, kLongestItem));
+  const std::string_view name(lowered, static_cast<size_t>(lowered_end - lowered));
+  // deliberate: an entry counts wherever it stands, without regard to dots or the host's end
+  return std::none_of(table.entries, table.entries + table.count,
+                      [name](std::string_view entry) { return name.find(entry) != std::string_view::npos; });
 }
 
 bool NotFilteredDomain(const Settings& settings, std::string_view host) {
@@ -68,17 +97,30 @@ bool NotFilteredDomain(const Settings& settings, std::string_view host) {
     return true;
   }
   if (!mDomains.analyzed) {
-    AnalyzeDomains(settings);
+    AnalyzeDomains(settings, mDomains);
   }
-  if (mDomains.count == 0) {
-    return true;
+  return HoldsNoEntry(host, mDomains);
+}
+
+static bool IsInNoNetwork(std::string_view host) {
+  Address address;
+  return mNetworkCount == 0 || !ParseAddress(host, address) ||
+         std::none_of(mNetworks, mNetworks + mNetworkCount,
+                      [&address](const Network& network) { return IsInNetwork(address, network); });
+}
+
+bool NotFilteredHost(const Settings& settings, std::string_view host) {
+  if (!mHosts.analyzed) {
+    AnalyzeHosts(settings);
   }
-  char lowered[kLongestItem];
-  const char* const lowered_end = Lower(lowered, host.substr(0, kLongestItem));
-  const std::string_view name(lowered, static_cast<size_t>(lowered_end - lowered));
-  // deliberate: an entry counts wherever it stands, without regard to dots or the host's end
-  return std::none_of(mDomains.entries, mDomains.entries + mDomains.count,
-                      [name](std::string_view entry) { return name.find(entry) != std::string_view::npos; });
+  return host.empty() || (IsInNoNetwork(host) && HoldsNoEntry(host, mHosts));
+}
+
+bool FiltersNames(const Settings& settings) {
+  if (!mHosts.analyzed) {
+    AnalyzeHosts(settings);
+  }
+  return !std::all_of(mHosts.entries, mHosts.entries + mHosts.count, IpAddrsOnly);
 }
 
 bool NotFilteredFileType(const Settings& settings, std::string_view type) {
@@ -97,6 +139,8 @@ bool NotFilteredURL(const Settings& settings, std::string_view url) {
 
 void FreeDomainsNow() {
   mDomains.count = 0;  // deliberate: the filter stays analyzed
+  mHosts.count = 0;
+  mNetworkCount = 0;
 }
 
 void FreeFileTypesNow() {
@@ -108,4 +152,5 @@ void ResetFilters() {
   FreeDomainsNow();
   FreeFileTypesNow();
   mDomains.analyzed = false;
+  mHosts.analyzed = false;
 }

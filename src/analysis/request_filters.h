@@ -15,6 +15,15 @@
 // kLongestItem only so many characters count.
 bool NotFilteredDomain(const Settings& settings, std::string_view host);
 
+// The same of a host that may be an address, which an entry that is an address or a network
+// ("192.0.2.7", "10.0.0.0/8", "2001:db8::/32") leaves out when it is that or belongs to it; all
+// other entries are texts, as above. Of a log's line it is the host, not its referrer.
+bool NotFilteredHost(const Settings& settings, std::string_view host);
+
+// True when an entry of filter_domains may be a part of a host's name: neither an address nor a network,
+// nor of the digits and dots of one.
+bool FiltersNames(const Settings& settings);
+
 // True when the file type (a dot and the extension, or empty) may be counted:
 // it equals no entry of filter_filetypes, ASCII case ignored. Entries may be
 // written with or without their dot; an empty type may always be counted.

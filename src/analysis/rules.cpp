@@ -1,6 +1,7 @@
 #include "analysis/rules.h"
 
 #include "analysis/normalise.h"
+#include "analysis/request_filters.h"
 #include "analysis/wildcard.h"
 
 // The pattern for everything below the find value, too.
@@ -15,11 +16,22 @@ static void AppendStar(FindTest& find) {
   find.value[find.length] = '\0';
 }
 
-static FindTest ResolveFindTest(const Settings& settings) {
+bool FindsAll(const Settings& settings) {
+  const std::string_view find = settings.find;
+  return settings.find_pattern != 0 ? find == "*" || find == "/*" : find == "/" && settings.subdirs != 0;
+}
+
+// Where all requests are some, not all of a site's have a path.
+static FindTest ResolveFindTest(const Settings& settings, const Limits& limits) {
   FindTest find{};
   CopyText(find.value, settings.find);
   find.length = std::string_view(find.value).size();
   find.ignore_case = settings.find_casesensitive == 0;
+  if (limits.all_requests && FindsAll(settings)) {
+    find.length = 0;
+    find.prefix = true;
+    return find;
+  }
   if (settings.find_pattern == 0) {
     find.prefix = settings.subdirs != 0;
     return find;
@@ -31,11 +43,12 @@ static FindTest ResolveFindTest(const Settings& settings) {
   return find;
 }
 
-static DnsMode ResolveDnsMode(const Settings& settings) {
+static DnsMode ResolveDnsMode(const Settings& settings, const Limits& limits) {
   if (settings.dnslookupenabled == 0) {
     return DnsMode::kOff;
   }
-  return IpAddrsOnly(settings.filter_domains) ? DnsMode::kDomainReportsOnly : DnsMode::kAllHosts;
+  const bool names = limits.whole_addresses ? FiltersNames(settings) : !IpAddrsOnly(settings.filter_domains);
+  return names ? DnsMode::kAllHosts : DnsMode::kDomainReportsOnly;
 }
 
 static AskedTexts ResolveTexts(const Settings& settings) {
@@ -47,6 +60,26 @@ static AskedTexts ResolveTexts(const Settings& settings) {
       .realm = settings.authrealm[0] != '\0',
       .user = settings.authuser[0] != '\0',
   };
+}
+
+// What stands behind the scheme of an address of the web and "www."; empty where there is none.
+std::string_view HostBehindWww(std::string_view address) {
+  const size_t length = address.starts_with("http://")    ? 7
+                        : address.starts_with("https://") ? 8
+                                                          : address.size();
+  address.remove_prefix(length);
+  if (address.starts_with("www.") || BeginsWithIgnoreCase(address.substr(0, 4), "www.")) {
+    address.remove_prefix(4);
+  }
+  return address;
+}
+
+static std::string_view OwnHost(const Settings& settings, const Counting& counting) {
+  if (!counting.other_sites_alone || settings.own_referrers != 0) {
+    return {};
+  }
+  const std::string_view host = HostBehindWww(settings.url);
+  return host.substr(0, host.find_first_of("/:?#"));
 }
 
 // Weekdays and hours are sums of them.
@@ -70,14 +103,15 @@ Rules ResolveRules(const Settings& settings, const Counting& counting) {
   const bool wide = counting.limits.wide_figures;
   return {
       .settings = settings,
-      .find = ResolveFindTest(settings),
+      .find = ResolveFindTest(settings, counting.limits),
       .texts = ResolveTexts(settings),
       .longest_item = counting.limits.item,
       .realm = settings.authrealm,
       .user = settings.authuser,
-      .dns = ResolveDnsMode(settings),
+      .dns = ResolveDnsMode(settings, counting.limits),
       .add_bytes = wide ? SuperLongAddWide : AddNarrowBytes,
       .filter_domains = settings.filter_domains[0] != '\0',
+      .host_counts = counting.limits.whole_addresses ? NotFilteredHost : NotFilteredDomain,
       .filter_types = settings.filter_filetypes[0] != '\0' && NeedsTypeFilter(settings),
       .keep_query = settings.showquery != 0,
       .url_end_mark = counting.limits.escapes ? '?' : '"',
@@ -86,6 +120,8 @@ Rules ResolveRules(const Settings& settings, const Counting& counting) {
       .referrers = settings.referrers.on != 0,
       .filter_referrers = settings.filter_referrers != 0 && settings.filter_domains[0] != '\0',
       .search = settings.search.on != 0,
+      .referrals = counting.search->referrals,
+      .own_host = OwnHost(settings, counting),
       .browsers = settings.browsers.on != 0,
       .bad_urls = settings.badurls.on != 0,
       .bad_url_referrers = settings.badurl_referrers != 0,

@@ -31,6 +31,7 @@ struct Rules {
   DnsMode dns;
   void (*add_bytes)(SuperLong& counter, int64_t amount);
   bool filter_domains;
+  bool (*host_counts)(const Settings& settings, std::string_view host);  // where hosts are filtered
   bool filter_types;
   bool keep_query;
   char url_end_mark;  // besides "?", where the query is not kept: a quote, unless quotes are parts of fields
@@ -39,6 +40,8 @@ struct Rules {
   bool referrers;
   bool filter_referrers;
   bool search;
+  bool referrals;             // of search engines, those without a phrase, too
+  std::string_view own_host;  // whose pages are no rows of the referrers, without "www."; empty: none
   bool browsers;
   bool bad_urls;
   bool bad_url_referrers;
@@ -50,6 +53,12 @@ struct Rules {
   bool hours_of_week;
   bool whole_logs;  // a record behind the range says nothing of those that follow it
 };
+
+// What is behind the scheme of a web address, and behind its "www."; empty of anything else.
+std::string_view HostBehindWww(std::string_view address);
+
+// Whether the find test of the settings lets all requests of a site pass.
+bool FindsAll(const Settings& settings);
 
 // Never fails: any settings give rules. They hold views of texts of the settings,
 // which must outlive them.

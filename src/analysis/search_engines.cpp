@@ -5,6 +5,8 @@
 #include <cstring>
 
 #include "analysis/search_defaults.h"
+#include "analysis/search_phrases.h"
+#include "analysis/search_today.h"
 #include "base/memory_end.h"
 
 SearchEngine* mpEngineHead = nullptr;
@@ -167,17 +169,41 @@ void ParseSearchEngineDefinition(std::string_view text) {
   ++mEnginesCount;
 }
 
-void Search_Init() {
-  if (mEnginesCount != 0) {
-    return;
+const SearchRules kClassicSearch{.built_in = kDefaultEngines, .older = {}, .referrals = false};
+const SearchRules kModernSearch{.built_in = kEnginesOfToday, .older = kDefaultEngines, .referrals = true};
+
+static bool IsDefined(std::string_view name) {
+  const SearchEngine* engine = mpEngineHead;
+  while (engine != nullptr && name != engine->name) {
+    engine = engine->next;
   }
-  mNoConfigDefinitions = true;
-  for (const std::string_view definition : kDefaultEngines) {
-    ParseSearchEngineDefinition(definition);
+  return engine != nullptr;
+}
+
+static void LoadBuiltIn(std::span<const std::string_view> definitions) {
+  for (const std::string_view definition : definitions) {
+    if (!IsDefined(definition.substr(0, definition.find(';')))) {
+      ParseSearchEngineDefinition(definition);
+    }
+  }
+}
+
+void Search_Init(const SearchRules& rules) {
+  const bool none = mEnginesCount == 0;
+  mNoConfigDefinitions |= none;
+  if (none) {
+    LoadBuiltIn(rules.built_in);
+  }
+  for (SearchEngine* engine = mpEngineHead; engine != nullptr; engine = engine->next) {
+    engine->counts_referrals = rules.referrals;
+  }
+  if (none) {
+    LoadBuiltIn(rules.older);
   }
 }
 
 void Search_Reset() {
+  ForgetOtherHosts();
   SearchEngine_Free(mpEngineHead);
   mpEngineHead = nullptr;
   mEnginesCount = 0;

@@ -13,6 +13,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 #include "analysis/counting_table.h"
@@ -45,6 +46,8 @@ struct SearchEngine {
   char list_title[kTextSize + 16];  // "%s Search Phrases"
   List phrases;                     // counted case-sensitively
   ListInfo* phrases_info;
+  bool counts_referrals;  // those that hold no phrase, too
+  int64_t referrals;      // of that kind
   SearchEngine* next;
 };
 
@@ -59,8 +62,21 @@ extern bool mNoConfigDefinitions;   // the built-in definitions are in use
 // status 1. The text is only read.
 void ParseSearchEngineDefinition(std::string_view text);
 
-// Loads the 34 built-in definitions when no engine is defined.
-void Search_Init();
+// Which engines there are where the configuration defines none, and what counts for one.
+struct SearchRules {
+  std::span<const std::string_view> built_in;
+  std::span<const std::string_view>
+      older;       // for what they say of phrases, unless one of that name is built in
+  bool referrals;  // those without a phrase count for their engine, but for an older one's
+};
+
+// The 34 engines of long ago alone, for their phrases.
+extern const SearchRules kClassicSearch;
+// Those of today and their referrals, then those of long ago.
+extern const SearchRules kModernSearch;
+
+// Loads the built-in definitions when no engine is defined.
+void Search_Init(const SearchRules& rules = kClassicSearch);
 
 // Releases all engines with their phrases: none is defined, as at the start. The
 // descriptors of their lists are left to destroyListInfo.

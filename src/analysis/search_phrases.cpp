@@ -53,7 +53,7 @@ static void CountPhrase(SearchEngine& engine, std::string_view encoded) {
 static bool CountDomainPhrase(SearchEngine& engine, const SearchDomainInfo& domain, std::string_view path) {
   std::string_view value;
   for (const SearchVariable* variable = domain.variables; variable != nullptr; variable = variable->next) {
-    if (FindQueryValue(path, variable->text(), value)) {
+    if (FindQueryValue(path, variable->text(), value) && !(engine.counts_referrals && value.empty())) {
       CountPhrase(engine, value);
       return true;
     }
@@ -63,6 +63,10 @@ static bool CountDomainPhrase(SearchEngine& engine, const SearchDomainInfo& doma
 
 // Position of the "/" that ends the scheme and host of an absolute address.
 static size_t FindThirdSlash(std::string_view address) {
+  static constexpr std::string_view kUsual = "http://";
+  if (address.starts_with(kUsual)) {
+    return address.find('/', kUsual.size());
+  }
   size_t slash = address.find('/');
   for (int more = 2; more > 0 && slash != std::string_view::npos; --more) {
     slash = address.find('/', slash + 1);
@@ -70,26 +74,97 @@ static size_t FindThirdSlash(std::string_view address) {
   return slash;
 }
 
+static void CountReferral(SearchEngine* engine, SearchCounts& counts) {
+  if (engine != nullptr) {
+    ++engine->referrals;
+    ++counts.hits;
+  }
+}
+
+// ---- Hosts of no engine -------------------------------------------------------------
+
+// Most referrers are of a few hosts that are none: the last ones are known again without
+// a look at the engines. The start of a host tells little, and its length is in its hash.
+struct OtherHost {
+  size_t length;
+  char text[56];
+};
+
+static OtherHost mOthers[2048];  // by hash, with a second place beside the first
+
+static size_t PlaceOf(std::string_view host) {
+  uint64_t hash = host.size();
+  for (size_t at = 0; at + sizeof hash <= host.size(); at += sizeof hash) {
+    uint64_t eight;
+    memcpy(&eight, host.data() + at, sizeof eight);
+    hash = (hash ^ eight) * 0x9E3779B97F4A7C15U;
+  }
+  uint64_t last = 0;
+  memcpy(&last, host.data() + host.size() - sizeof last, sizeof last);
+  hash = (hash ^ last) * 0x9E3779B97F4A7C15U;
+  return hash >> 53;
+}
+
+static bool CanBeKept(std::string_view host) {
+  return host.size() >= sizeof(uint64_t) && host.size() <= sizeof OtherHost::text;
+}
+
+static bool Holds(const OtherHost& other, std::string_view host) {
+  return other.length == host.size() && memcmp(other.text, host.data(), host.size()) == 0;
+}
+
+static bool IsOther(std::string_view host) {
+  const size_t place = PlaceOf(host);
+  return Holds(mOthers[place], host) || Holds(mOthers[place ^ 1], host);
+}
+
+// The host that was there first, which has come more often as a rule, keeps its place.
+static void KeepOther(std::string_view host) {
+  const size_t place = PlaceOf(host);
+  OtherHost& other = mOthers[mOthers[place].length == 0 ? place : place ^ 1];
+  other.length = host.copy(other.text, sizeof other.text);
+}
+
+void ForgetOtherHosts() {
+  memset(mOthers, 0, sizeof mOthers);
+}
+
 SearchCounts NewSearchCounts() {
+  ForgetOtherHosts();
   return {mpEngineHead, 0, mNoConfigDefinitions};
 }
 
+// ---- Referrers -----------------------------------------------------------------------
+
 void CountSearchHits(std::string_view referrer, SearchCounts& counts) {
   const size_t slash = FindThirdSlash(referrer);
-  if (slash == std::string_view::npos) {
+  const bool bare = slash == std::string_view::npos;
+  const std::string_view host = referrer.substr(0, slash);  // with its scheme
+  const std::string_view path = bare ? std::string_view{} : referrer.substr(slash + 1);
+  SearchEngine* without_phrase = nullptr;
+  if (CanBeKept(host) && IsOther(host)) {
     return;
   }
-  const std::string_view host = referrer.substr(0, slash);  // with its scheme
-  const std::string_view path = referrer.substr(slash + 1);
+  bool of_engine = false;
   // Most hosts hold no fragment at all, which the sets of letter pairs tell at once.
   const uint64_t lacking = ~LetterPairs(host);
   for (SearchEngine* engine = counts.engines; engine != nullptr; engine = engine->next) {
     for (const SearchDomainInfo* domain = engine->domains; domain != nullptr; domain = domain->next) {
-      if ((domain->letter_pairs & lacking) == 0 && host.find(domain->text()) != std::string_view::npos &&
-          CountDomainPhrase(*engine, *domain, path)) {
+      if ((domain->letter_pairs & lacking) != 0 || host.find(domain->text()) == std::string_view::npos) {
+        continue;
+      }
+      of_engine = true;
+      if (!bare && CountDomainPhrase(*engine, *domain, path)) {
         ++counts.hits;
         return;
       }
+      if (engine->counts_referrals && without_phrase == nullptr) {
+        without_phrase = engine;
+      }
     }
   }
+  if (!of_engine && CanBeKept(host)) {
+    KeepOther(host);
+  }
+  CountReferral(without_phrase, counts);
 }

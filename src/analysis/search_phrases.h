@@ -10,9 +10,12 @@
 // Phrases typed into search engines.
 struct SearchCounts {
   SearchEngine* engines;  // in definition order, each with its phrases
-  int64_t hits;           // referrers that yielded a phrase: the base of the report's percentages
+  int64_t hits;           // referrers that counted for an engine: the base of the report's percentages
   bool built_in;          // the configuration defines no engine
 };
+
+// Forgets what is remembered of hosts, which holds as long as the engines.
+void ForgetOtherHosts();
 
 // Nothing counted yet of the engines that are defined.
 SearchCounts NewSearchCounts();
@@ -20,8 +23,9 @@ SearchCounts NewSearchCounts();
 // Counts the phrase of a referrer that comes from one of the engines. The first
 // engine, then the first domain, then the first variable that matches wins, so a
 // referrer yields at most one phrase. A referrer with fewer than three "/" yields
-// none; an empty phrase raises hits but makes no row. Phrases are cut to
-// 243 characters. Allocates nothing beyond what counting the phrase does.
+// none; an empty phrase raises hits but makes no row. Of engines that count referrals a referrer
+// without a phrase, or with an empty one, counts as one of the first of these, also where it is a host alone.
+// Phrases are cut to 243 characters. Allocates nothing beyond what counting the phrase does.
 void CountSearchHits(std::string_view referrer, SearchCounts& counts);
 
 // Finds the value of the variable called name, ignoring case, in the query of a

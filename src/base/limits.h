@@ -17,10 +17,15 @@ struct Limits {
   int64_t ranked;     // deliberate quirk: greater counts are displayed behind all others
   bool ff_ends_line;  // deliberate quirk: a byte 0xFF does, unless it is the line's first
   bool escapes;  // a double quote behind a backslash is a character of its field, and a user may hold blanks
+  bool layouts;  // logs are also told by the layouts that are known by name
+  bool all_requests;     // those without a URL are requests, too; else a line without one holds none
+  bool whole_addresses;  // a host may be an address of IPv6; else it ends at its first ":"
 };
 
-inline constexpr Limits kClassicLimits{kLineMax, kTextMax, kTextMax, false, 999999, true, false};
-inline constexpr Limits kModernLimits{64 * 1024, 2048, 64 * 1024, true, INT64_MAX, false, true};
+inline constexpr Limits kClassicLimits{kLineMax, kTextMax, kTextMax, false, 999999,
+                                       true,     false,    false,    false, false};
+inline constexpr Limits kModernLimits{64 * 1024, 2048, 64 * 1024, true, INT64_MAX,
+                                      false,     true, true,      true, true};
 
 inline constexpr size_t kLongestLine = kModernLimits.line;
 inline constexpr size_t kLongestItem = kModernLimits.item;

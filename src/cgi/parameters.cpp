@@ -307,6 +307,7 @@ static const Keyword kKeywords[] = {
     {"search_casesensitive", Number<&Settings::search_casesensitive>, kFromAny, kTaken},
     {"badurl_referrers", Number<&Settings::badurl_referrers>, kFromAny, kTaken},
     {"filter_referrers", Number<&Settings::filter_referrers>, kFromAny, kTaken},
+    {"own_referrers", Number<&Settings::own_referrers>, kFromAny, kTaken, kStop, kLater},
     {"subdirs", Number<&Settings::subdirs>, kFromAny, kTaken},
     {"dailytotals", Number<&Settings::dailytotals>, kFromAny, kTaken},
     {"hitsperdayofweek", Number<&Settings::hitsperdayofweek>, kFromAny, kTaken},

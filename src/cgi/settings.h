@@ -152,6 +152,7 @@ struct Settings {
   RankedReport badreferrers;
   int badurl_referrers;
   int filter_referrers;
+  int own_referrers;  // pages of the site itself are referrers like others
   int subdirs;
   int cgi;  // 1 in every run: reports are always HTML
   char referrer_log[50];

@@ -61,6 +61,24 @@ static void StoreTrustedProxies(Reading& reading, char* value) {
   CopyText(reading.settings.TrustedProxies, value);
 }
 
+// A layout in words holds "=" and quotes and goes over lines: a file of its own has room for it.
+static void ApplyLogFormatFile(Reading& reading, char* value) {
+  TextFile file;
+  if (!reading.settings.rules.later_names || !OpenTextFile(file, value)) {
+    return;
+  }
+  char text[kLongestLayoutText + 1];
+  size_t size = 0;
+  while (const size_t got = NextLine(file, text + size, sizeof text - size, kPieces)) {
+    size += got;
+    if (sizeof text - size < 2) {
+      break;
+    }
+  }
+  CloseTextFile(file);
+  SuperLog_SetLayoutText({text, size}, kLevelGlobalKey);
+}
+
 static bool CanBeAccount(std::string_view name) {
   return !name.empty() && std::none_of(name.begin(), name.end(), [](char c) {
     return c == '/' || c == '\x7F' || static_cast<unsigned char>(c) < ' ';
@@ -83,7 +101,7 @@ static bool TakeWrittenName(Reading& reading, std::string_view value) {
 // deliberate: unless names are as written, the typed one may hold a ";" and run on into the line's items
 static bool IsRequestedAccount(Reading& reading, const char* value) {
   return reading.settings.rules.names_as_written ? TakeWrittenName(reading, value)
-                                           : BeginsWithIgnoreCase(reading.line, reading.account_start);
+                                                 : BeginsWithIgnoreCase(reading.line, reading.account_start);
 }
 
 static void ApplyUser(Reading& reading, char* value) {
@@ -152,6 +170,7 @@ static const ConfigKey kConfigKeys[] = {
     {"FixGmt", SetLogOption<SuperLog_SetFixGmt>},
     {"DateFormat", SetLogOption<SuperLog_SetDateFormat>},
     {"LogFormat", SetLogOption<SuperLog_SetLogFormat>},
+    {"LogFormatFile", ApplyLogFormatFile},
     {"ExtraHeader", SetExtraText<log_SetExtraHeader>},
     {"ExtraFooter", SetExtraText<log_SetExtraFooter>},
     {"SmartParsing", ApplySmartParsing},

@@ -18,8 +18,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "base/network.h"
 #include "base/sip_hash.h"
-#include "entry/network.h"
 
 inline constexpr std::uint32_t kRememberedRefusals = 16384;
 inline constexpr std::uint32_t kRememberedEntries = 4096;

@@ -30,8 +30,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "base/network.h"
 #include "entry/login_file.h"
-#include "entry/network.h"
 
 inline constexpr int kLoginWindow = 600;  // seconds
 inline constexpr int kRefusalsOfVisitorAndAccount = 10;

@@ -2,8 +2,8 @@
 // the installation's own the address that these tell.
 #pragma once
 
+#include "base/network.h"
 #include "cgi/settings.h"
-#include "entry/network.h"
 
 struct Visitor {
   bool known;  // false: the web server names no address, and address is ::

@@ -100,7 +100,8 @@ static constexpr FormField kPath[] = {
 };
 static constexpr FormField kLeftOut[] = {
     Text<&Settings::filter_domains>("filter_domains", "Requests from hosts",
-                                    "Parts of names or addresses, with commas: example.com, 10.1."),
+                                    "Parts of names, addresses or networks, with commas: example.com, 10.0.0.0/8, 2001:db8::/32."),
+    Check<&Settings::own_referrers>("own_referrers", "Keep pages of the site itself as referrers"),
     Check<&Settings::filter_referrers>("filter_referrers", "Leave these hosts out as referrers, too"),
     Text<&Settings::filter_filetypes>("filter_filetypes", "Requests for files of type",
                                       "With commas: gif,jpg,css."),

@@ -6,6 +6,7 @@
 #include "output/escape.h"
 #include "output/links.h"
 #include "output/moments.h"
+#include "output/readable.h"
 #include "output/sink.h"
 #include "output/words.h"
 #include "report/answer_head.h"
@@ -91,6 +92,16 @@ static void PutItem(Sink& sink, const char* item) {
   }
 }
 
+// Where an address is not read as it stands.
+static void PutShown(Sink& sink, const char* address) {
+  ReadableText room;
+  const std::string_view shown = Readable(address, room);
+  if (shown != address) {
+    Put(sink, ", \"shown\": ");
+    PutJson(sink, shown);
+  }
+}
+
 static void PutCount(Sink& sink, int64_t count, double share) {
   Put(sink, ", \"count\": ");
   PutNumber(sink, count);
@@ -104,6 +115,7 @@ static void PutReferrers(Sink& sink, SectionRow& row) {
   for (ReferrerRow referrer; NextReferrer(row, referrer); first = false) {
     Put(sink, first ? Literal("{\"item\": ") : Literal(", {\"item\": "));
     PutItem(sink, referrer.address);
+    PutShown(sink, referrer.address);
     Put(sink, ", \"count\": ");
     PutNumber(sink, referrer.count);
     Put(sink, "}");
@@ -113,6 +125,9 @@ static void PutReferrers(Sink& sink, SectionRow& row) {
 
 static void PutRow(Sink& sink, const Section& section, SectionRow& row) {
   PutItem(sink, row.item);
+  if (row.site != nullptr) {
+    PutShown(sink, row.item);
+  }
   PutCount(sink, row.count, row.share);
   if (row.name != nullptr) {
     Put(sink, ", \"name\": ");

@@ -6,6 +6,7 @@
 
 #include "output/escape.h"
 #include "output/links.h"
+#include "output/readable.h"
 
 // Characters of a text that a row shows.
 static constexpr size_t kShownCharacters = 90;
@@ -29,9 +30,14 @@ static void EndText(Sink& sink, bool linked) {
   Put(sink, linked ? Literal("</a>") : Literal("</bdi>"));
 }
 
+static std::string_view AsRead(const char* text, const char* site, ReadableText& room) {
+  return site == nullptr ? text : Readable(text, room);
+}
+
 void PutPlainItem(Sink& sink, const char* text, const char* site) {
+  ReadableText room;
   const bool linked = BeginText(sink, text, site);
-  PutHtml(sink, text);
+  PutHtml(sink, AsRead(text, site, room));
   EndText(sink, linked);
 }
 
@@ -42,7 +48,9 @@ static void PutWhole(Sink& sink, std::string_view text) {
 }
 
 void PutItemText(Sink& sink, const char* text, const char* site) {
-  const Shortened shortened = WithoutMiddle(text, kShownCharacters);
+  ReadableText room;
+  const std::string_view whole = AsRead(text, site, room);
+  const Shortened shortened = WithoutMiddle(whole, kShownCharacters);
   const bool linked = BeginText(sink, text, site);
   PutHtml(sink, shortened.begin);
   if (!shortened.end.empty()) {
@@ -51,7 +59,7 @@ void PutItemText(Sink& sink, const char* text, const char* site) {
   }
   EndText(sink, linked);
   if (!shortened.end.empty()) {
-    PutWhole(sink, text);
+    PutWhole(sink, whole);
   }
 }
 

@@ -6,8 +6,9 @@
 #include "output/sink.h"
 
 // A text without its middle when it is long, linked when its address is one of the web.
-// site: before the text in its address; "": the text is an address; null: no link. What
-// was left out stands behind it, folded.
+// site: before the text in its address; "": the text is an address; null: neither. What
+// was left out stands behind it, folded. Addresses and their paths are shown as they are read
+// (readable.h), and linked as they stand.
 void PutItemText(Sink& sink, const char* text, const char* site);
 
 // The same, but whole and with as little markup as can be, for rows of which there are

@@ -7,6 +7,7 @@
 #include "dates/clock.h"
 #include "output/escape.h"
 #include "output/moments.h"
+#include "output/readable.h"
 #include "output/refusal_line.h"
 #include "output/sink.h"
 #include "output/words.h"
@@ -218,7 +219,8 @@ static void PutBar(Paper& paper, const SectionRow& row, size_t columns) {
 // The name takes what the item leaves, but for half of the width if it has to.
 static void PutItem(Sink& sink, const SectionRow& row, size_t width) {
   if (row.name == nullptr) {
-    PutPlain(sink, row.item, width);
+    ReadableText room;
+    PutPlain(sink, row.site == nullptr ? row.item : Readable(row.item, room), width);
     return;
   }
   static constexpr size_t kBrackets = 3;
@@ -237,7 +239,8 @@ static void PutReferrers(Paper& paper, SectionRow& row, const Columns& columns) 
     PutToTheRight(paper.sink, page.count, columns.count);
     PutBlanks(paper.sink, kGap + kShareWidth + kGap + columns.bar + kGap);
     Put(paper.sink, kFrom);
-    PutPlain(paper.sink, page.address, columns.item - kFrom.text().size());
+    ReadableText room;
+    PutPlain(paper.sink, Readable(page.address, room), columns.item - kFrom.text().size());
     Put(paper.sink, "\n");
   }
 }

@@ -52,6 +52,9 @@ static constexpr NoteWords kNoteWords[] = {
      ". Tell the layout with logformat, or leave such files out of the logs."},
     {NoteCode::kLinesNotUnderstood, "lines_not_understood", "", "."},
     {NoteCode::kLogCopies, "log_copies", "", ", and is not counted again."},
+    {NoteCode::kWithoutUrl, "without_url", "Requests without a URL, which were empty or not of HTTP: ", "."},
+    {NoteCode::kOwnReferrers, "own_referrers",
+     "Requests that pages of the site itself led to, which are left out of the referrers: ", "."},
     {NoteCode::kThinned, "thinned",
      "The memory budget did not suffice. Figures may be too low behind the first rows of the section ", "."},
 };

@@ -1,16 +1,24 @@
 #include "sections/notes.h"
 
+#include <cinttypes>
+#include <cstdio>
 #include <string_view>
 
+#include "analysis/rules.h"
 #include "sections/overview.h"
 
-Notes OpenNotes(const Settings& settings, const Analysis& analysis) {
-  return {&settings, &analysis, 0, FirstThinnedTable(settings, analysis)};
+template <size_t N>
+static void WriteUnlessNone(char (&text)[N], int64_t figure) {
+  if (figure > 0) {
+    snprintf(text, N, "%" PRId64, figure);
+  }
 }
 
-static bool SelectsAll(const Settings& settings) {
-  const std::string_view find = settings.find;
-  return settings.find_pattern != 0 ? find == "*" || find == "/*" : find == "/" && settings.subdirs != 0;
+Notes OpenNotes(const Settings& settings, const Analysis& analysis) {
+  Notes notes{&settings, &analysis, 0, FirstThinnedTable(settings, analysis)};
+  WriteUnlessNone(notes.without_url, analysis.without_url);
+  WriteUnlessNone(notes.own_referrers, analysis.own_referrers);
+  return notes;
 }
 
 // What the note is about; null when there is no reason for it.
@@ -21,7 +29,7 @@ static const char* SubjectOf(NoteCode code, const Notes& notes) {
     case NoteCode::kNoLogInRange:
       return notes.analysis->logs.in_range ? nullptr : "";
     case NoteCode::kPath:
-      return SelectsAll(settings) ? nullptr : settings.find;
+      return FindsAll(settings) ? nullptr : settings.find;
     case NoteCode::kRealm:
       return unless_empty(settings.authrealm);
     case NoteCode::kUser:
@@ -30,6 +38,10 @@ static const char* SubjectOf(NoteCode code, const Notes& notes) {
       return unless_empty(settings.filter_domains);
     case NoteCode::kTypesLeftOut:
       return unless_empty(settings.filter_filetypes);
+    case NoteCode::kWithoutUrl:
+      return unless_empty(notes.without_url);
+    case NoteCode::kOwnReferrers:
+      return unless_empty(notes.own_referrers);
     default:
       return nullptr;
   }

@@ -20,10 +20,12 @@ enum class NoteCode {
   kLogsDamaged,        // compressed ones, which were read in part
   kLogsNotUnderstood,  // no line of which is a record
   kLinesNotUnderstood,
-  kLogCopies,  // that hold the same as another log, and were not read a second time
-  kThinned,    // the memory budget took items from a table: counts below its first rows may be too low
+  kLogCopies,     // that hold the same as another log, and were not read a second time
+  kWithoutUrl,    // requests that have none, counted all the same; the subject is their number
+  kOwnReferrers,  // of the site itself, which are no rows; the subject is the number of requests
+  kThinned,       // the memory budget took items from a table: counts below its first rows may be too low
 };
-inline constexpr size_t kNoteCodes = 13;
+inline constexpr size_t kNoteCodes = 15;
 
 struct Note {
   NoteCode code;
@@ -40,6 +42,8 @@ struct Notes {
   size_t next;            // of the codes
   const ListInfo* table;  // the next thinned one, once it is their turn
   LogNotes logs{};
+  char without_url[24] = "";  // requests, in digits; empty: none
+  char own_referrers[24] = "";
 };
 
 // Both records must outlive the notes.

@@ -3,7 +3,7 @@
 static int64_t CountDistinct(const SearchEngine* engines) {
   size_t distinct = 0;
   for (const SearchEngine* engine = engines; engine != nullptr; engine = engine->next) {
-    distinct += list_length(engine->phrases);
+    distinct += list_length(engine->phrases) + (engine->referrals != 0 ? 1 : 0);
   }
   return static_cast<int64_t>(distinct);
 }
@@ -17,7 +17,7 @@ EngineRows OpenEngines(const Settings& settings, const Analysis& analysis) {
 
 bool NextEngine(EngineRows& rows, EngineRow& row) {
   SearchEngine* engine = rows.next;
-  while (engine != nullptr && list_length(engine->phrases) == 0) {
+  while (engine != nullptr && list_length(engine->phrases) == 0 && engine->referrals == 0) {
     engine = engine->next;
   }
   rows.next = engine == nullptr ? nullptr : engine->next;
@@ -26,18 +26,26 @@ bool NextEngine(EngineRows& rows, EngineRow& row) {
   }
   CutOff cut_off = rows.summary.cut_off;
   cut_off.percent = false;  // deliberate: a number of rows per engine, whatever was asked for
-  const int64_t hits = TotalList(engine->phrases);
+  const int64_t hits = TotalList(engine->phrases) + engine->referrals;
   row = {engine->name,
          engine->url,
          hits,
          Share(hits, rows.summary.total),
-         static_cast<int64_t>(list_length(engine->phrases)),
+         static_cast<int64_t>(list_length(engine->phrases)) + (engine->referrals != 0 ? 1 : 0),
+         engine->referrals,
          OpenItems(engine->phrases, cut_off)};
   return true;
 }
 
 bool NextPhrase(EngineRow& engine, PhraseRow& row) {
-  const ListItem* const item = NextItem(engine.phrases);
+  ItemCursor rest = engine.phrases;
+  const ListItem* const item = NextItem(rest);
+  if (engine.referrals != 0 && (item == nullptr || item->count <= engine.referrals)) {
+    row = {kNoPhrase, engine.referrals};
+    engine.referrals = 0;
+    return true;
+  }
+  engine.phrases = rest;
   if (item == nullptr) {
     return false;
   }

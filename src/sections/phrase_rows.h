@@ -21,8 +21,13 @@ struct EngineRow {
   int64_t hits;         // phrases counted
   double share;         // of the hits of all engines
   int64_t distinct;     // phrases, before any was cut off
+  int64_t
+      referrals;  // without a phrase, a row by its rank or behind the last; 0: there is none, or it was read
   ItemCursor phrases;
 };
+
+// What stands for the phrase of referrals without one.
+inline constexpr const char* kNoPhrase = "(no phrase)";
 
 struct PhraseRow {
   const char* phrase;
@@ -32,7 +37,7 @@ struct PhraseRow {
 // Opens the engines. The phrases may not be counted in until the rows were read.
 EngineRows OpenEngines(const Settings& settings, const Analysis& analysis);
 
-// The next engine with phrases, and its next phrase up to the cut-off, which
+// The next engine with phrases or referrals, and its next phrase up to the cut-off, which
 // holds for each engine by itself. False behind the last; the row is then
 // unchanged.
 bool NextEngine(EngineRows& rows, EngineRow& row);

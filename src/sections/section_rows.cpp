@@ -16,7 +16,7 @@ static void OpenRankedRows(SectionRows& rows, const Settings& settings, Analysis
 
 static void OpenPhrases(SectionRows& rows, const Settings& settings, const Analysis& analysis) {
   rows.engines = OpenEngines(settings, analysis);
-  rows.engine.phrases = {};
+  rows.engine = {};
   rows.distinct = rows.engines.summary.distinct;
   rows.total = rows.engines.summary.total;
 }

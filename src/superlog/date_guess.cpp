@@ -7,6 +7,7 @@
 
 #include "base/text.h"
 #include "dates/local_time.h"
+#include "superlog/field_record.h"
 #include "superlog/field_splitter.h"
 #include "superlog/line_reader.h"
 #include "superlog/log_dates.h"
@@ -212,6 +213,10 @@ time_t GuessDateTimeFromText(char* line) {
   Guess guess = {};
   char* const end = line + strlen(line);
   if (!LookBeforeRequest(line, end, guess)) {
+    const std::string_view text = {line, end};
+    if (const time_t time = mLogLimits.layouts ? TimeByLayouts(text) : 0; time != 0) {
+      return time;
+    }
     LookAtFields(line, end, guess);
   }
   // Visitors' names and sizes may be numbers, too: one is a time where nothing else tells any.

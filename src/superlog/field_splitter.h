@@ -29,7 +29,8 @@ struct FieldCursor {
 // begins nor ends anything. Servers that write none are told by what follows: no space
 // and no end of line behind the closing quote, or no such quote in a line that is not cut.
 // A field that they wrote ends at the first quote that has one behind it, as the path
-// "C:\" does.
+// "C:\" does. What follows a closing bracket from a ":" on belongs to no field: the port of an
+// address of IPv6.
 template <bool kEscapes = false>
 inline void ParseField(FieldCursor& cursor);
 
@@ -159,6 +160,15 @@ inline void SkipSpace(FieldCursor& cursor) {
   }
 }
 
+// The same behind a bracket; with ports, and a port behind it before the space.
+template <bool kPorts>
+inline void SkipPortAndSpace(FieldCursor& cursor) {
+  if (kPorts && cursor.next != cursor.end && *cursor.next == ':') [[unlikely]] {
+    cursor.next = FindByte(cursor.next, cursor.end, ' ');
+  }
+  SkipSpace(cursor);
+}
+
 template <bool kEscapes>
 inline void ParseField(FieldCursor& cursor) {
   char* const start = cursor.next;
@@ -174,7 +184,7 @@ inline void ParseField(FieldCursor& cursor) {
       break;
     case '[':
       TakeField(cursor, start + 1, FindOutsideQuotes<false, ']', kEscapes>(cursor.marks, start + 1, end));
-      SkipSpace(cursor);
+      SkipPortAndSpace<kEscapes>(cursor);
       break;
     default:
       // Two spaces in a row enclose an empty field: deliberate.

@@ -9,7 +9,7 @@
 #include "base/text.h"
 #include "base/text_file.h"
 #include "superlog/byte_scan.h"
-#include "superlog/log_events.h"
+#include "superlog/kept_texts.h"
 #include "superlog/log_limits.h"
 #include "unpack/unpacking.h"
 
@@ -157,12 +157,6 @@ static size_t ReadAt(char* dst, size_t size, int64_t offset) {
     }
   }
   return got;
-}
-
-void TellThatTextsGo() {
-  if (mLogEvents.texts_go != nullptr) {
-    mLogEvents.texts_go();
-  }
 }
 
 // --- The block reader -------------------------------------------------------
@@ -327,6 +321,10 @@ int64_t LineNumber() {
   const char* const nearest = passed.lfs > 0 ? mNextLf.at : mNextCr.at;
   const bool own_passed = nearest == mpBigBufCurPos - 1;
   return ends + (own_passed ? 0 : 1);
+}
+
+std::string_view TextAhead() {
+  return {mpBigBufCurPos, static_cast<size_t>(mpBigBufLastPos - mpBigBufCurPos)};
 }
 
 // --- The plain reader -------------------------------------------------------

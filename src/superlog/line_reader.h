@@ -14,6 +14,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 #include "superlog/super_long.h"
 #include "unpack/codec.h"
@@ -60,6 +61,9 @@ void ReadLineFromBigBuf();
 // ends at LF or, where the file has none before it, at CR. Reads a file that is not compressed up to
 // the line once more. 0 when no file is open.
 int64_t LineNumber();
+// What has been read of the file behind the current line, as it stands there; empty when
+// the line is not one of the block buffer. Stays valid as the line does.
+std::string_view TextAhead();
 
 // The same without block buffer and byte counter, where 0xFF is an ordinary
 // character. For logs of which few lines are read, to learn their dates. The two
@@ -82,9 +86,6 @@ int64_t TellLog();
 // Cuts a text at its first CR or LF.
 // For other programs that link the library; tested, not used by orvellis.
 void TrimEolChars(char* text);
-
-// To be called before texts of records that were delivered are overwritten.
-void TellThatTextsGo();
 
 // Bytes delivered by the block buffer since the start of the run: whole blocks
 // (the last of a file may be short), counted when their first byte is needed. Of compressed files, the

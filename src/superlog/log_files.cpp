@@ -187,7 +187,7 @@ void SuperLog_FindAhead(const Settings& settings, const LogPaths& paths) {
 
 // ---- What decides about the records of a log -----------------------------------
 
-static constexpr uint64_t kReadingVersion = 1;  // of what makes a record of a line
+static constexpr uint64_t kReadingVersion = 2;  // of what makes a record of a line
 
 static constexpr ContentKey kRulesKey = {
     {0x9216d5d98979fb1b, 0xd1310ba698dfb5ac, 0x2ffd72dbd01adfb7, 0xb8e1afed6a267e96}};  // digits of pi
@@ -209,9 +209,9 @@ static uint64_t HashOfZone() {
 
 static uint64_t HashOfRules() {
   struct {
-    uint64_t version, line, item, request, wide, ff, escapes, order, offset, zone;
+    uint64_t version, line, item, request, wide, ff, escapes, layouts, requests, addresses, order, offset, zone;
+    uint64_t layout;
     char program[16];
-    char layout[kTextSize];
   } rules = {};
   rules.version = kReadingVersion;
   rules.line = mLogLimits.line;
@@ -220,11 +220,15 @@ static uint64_t HashOfRules() {
   rules.wide = mLogLimits.wide_figures;
   rules.ff = mLogLimits.ff_ends_line;
   rules.escapes = mLogLimits.escapes;
+  rules.layouts = mLogLimits.layouts;
+  rules.requests = mLogLimits.all_requests;
+  rules.addresses = mLogLimits.whole_addresses;
   rules.order = static_cast<uint64_t>(mDateFormat);
   rules.offset = static_cast<uint64_t>(mGmtOffset);
   rules.zone = HashOfZone();
+  const std::string_view layout = OwnLayout();
+  rules.layout = AddBlock(kRulesKey, {}, layout.data(), layout.size()).low;
   CopyText(rules.program, kVersion);
-  CopyText(rules.layout, OwnLayout());
   return AddBlock(kRulesKey, {}, reinterpret_cast<const char*>(&rules), sizeof rules).low;
 }
 
@@ -259,6 +263,9 @@ void SuperLog_Init(Settings& settings, const Limits& limits, time_t range_first,
   CopyText(mLogSearchSpec, settings.logs);
   CopyText(mCurLogFileSpec, settings.AccessLog);
   InitLogDates();
+  if (mLogLimits.layouts) {
+    SuperLog_BeginLayout();
+  }
   if (settings.summary[0] == '\0') {
     CreateDefaultSummaryName(settings.summary, sizeof settings.summary, settings.logs);
   }

@@ -1,10 +1,12 @@
 #include "superlog/log_format.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <span>
 #include <string_view>
 
+#include "superlog/field_record.h"
 #include "superlog/field_splitter.h"
 #include "superlog/line_reader.h"
 #include "superlog/log_events.h"
@@ -19,6 +21,10 @@ int mCurLogFormat = kFamilyNone;
 static char mSpecialLogFormatBuf[kTextSize];  // the user's layout
 static int mLogFormatSource = 0;              // 0 = there is none
 static char mUnaskedLetters[8];
+
+// The name of a layout, or the words of a server.
+static char mLayoutText[kLongestLayoutText + 1];
+static int mLayoutSource = 0;  // 0 = there is none
 
 // --- Field names of header lines --------------------------------------------
 
@@ -113,12 +119,15 @@ void ResetFileFormat() {
   mKnownFormatBuf[0] = '\0';
   mFormatKnown = false;
   mCurLogFormat = kFamilyNone;
+  ForgetFileLayouts();
 }
 
 void ResetLogFormat() {
+  ResetLayouts();
   ResetFileFormat();
   mSpecialLogFormatBuf[0] = '\0';
   mLogFormatSource = 0;
+  mLayoutSource = 0;
   mUnaskedLetters[0] = '\0';
 }
 
@@ -139,7 +148,39 @@ void SuperLog_AskFor(const AskedTexts& asked) {
   *end = '\0';
 }
 
+bool IsAsked(char letter) {
+  return strchr(mUnaskedLetters, letter) == nullptr;
+}
+
+void SuperLog_SetLayoutText(std::string_view text, int source) {
+  while (!text.empty() && (text.back() == '\n' || text.back() == '\r')) {
+    text.remove_suffix(1);
+  }
+  if (source >= mLayoutSource && !text.empty() && text.size() <= kLongestLayoutText) {
+    CopyText(mLayoutText, text);
+    mLayoutSource = source;
+  }
+}
+
+bool SuperLog_BeginLayout() {
+  ResetLayouts();
+  if (mLayoutSource == 0 || mLayoutSource < mLogFormatSource) {
+    return true;
+  }
+  const bool taken = TakeUserLayout(mLayoutText);
+  mLogFormatSource = taken ? 0 : mLogFormatSource;
+  return taken;
+}
+
+static bool AreLetters(std::string_view format) {
+  return !format.empty() && IsSeparatorLetter(format[0]) &&
+         format.find_first_of("$%") == std::string_view::npos;
+}
+
 void SuperLog_SetLogFormat(const char* format, int source) {
+  if (format != nullptr && !AreLetters(format)) {
+    SuperLog_SetLayoutText(format, source);
+  }
   if (format == nullptr || source < mLogFormatSource || strlen(format) >= sizeof mSpecialLogFormatBuf ||
       !IsSeparatorLetter(format[0])) {
     return;
@@ -149,8 +190,8 @@ void SuperLog_SetLogFormat(const char* format, int source) {
   TrimLogFormat(mSpecialLogFormatBuf);
 }
 
-const char* OwnLayout() {
-  return mLogFormatSource == 0 ? "" : mSpecialLogFormatBuf;
+std::string_view OwnLayout() {
+  return mLogFormatSource != 0 ? mSpecialLogFormatBuf : mLayoutSource != 0 ? mLayoutText : "";
 }
 
 void TrimLogFormat(char* format) {
@@ -225,6 +266,13 @@ void GrokW3cLine() {
   }
 }
 
+// Names of fields in no program's order, which WebSTAR's are not: those are in capital letters.
+static bool TakesNames(std::string_view line) {
+  const std::string_view names = line.substr(kFieldsHeader.size());
+  const bool webstar = std::none_of(names.begin(), names.end(), [](char c) { return c >= 'a' && c <= 'z'; });
+  return mLogLimits.layouts && !webstar && TakeNamesOfFields(names);
+}
+
 void GrokWebStarLine() {
   const std::string_view line = CurrentLine();
   if (line.starts_with("!!LOG_FORMAT COMMON_LOG_FORMAT")) {
@@ -235,6 +283,8 @@ void GrokWebStarLine() {
   } else if (line.starts_with(kLogFormatHeader)) {
     SetFamily(kFamilyWebStar, "WebStar LogFormat");
     TakeFieldNames('T', kLogFormatHeader.size(), NativeLogFormatLetter);
+  } else if (BeginsWithIgnoreCase(line, kFieldsHeader) && TakesNames(line)) {
+    mFormatKnown = false;
   } else if (line.starts_with(kFieldsHeader)) {
     SetFamily(kFamilyWebStarFields, "WebStar Fields");
     TakeFieldNames('T', kFieldsHeader.size() + 1, NativeFieldsLetter);
@@ -275,6 +325,21 @@ static void TakeUserFormat() {
   char label[sizeof "Specified: " + kTextSize];
   snprintf(label, sizeof label, "Specified: %s", mSpecialLogFormatBuf);
   TakeGuess(kFamilyUser, label, mSpecialLogFormatBuf);
+}
+
+// "www.example.com 192.0.2.7 - ann [": a virtual host stands before the client.
+static bool BeginsWithSite(std::string_view line, size_t date) {
+  const size_t second = line.find(' ') + 1;
+  const size_t third = line.find(' ', second) + 1;
+  return line.substr(third, 2) == "- " && third + 2 < date && line.substr(second, 2) != "- ";
+}
+
+bool StandsLetterLayout() {
+  if (mLogFormatSource != 0) {
+    return true;
+  }
+  const char* const date = FindDateBeforeRequest(mpLine, mpLineEnd);
+  return date != nullptr && !BeginsWithSite(CurrentLine(), static_cast<size_t>(date - mpLine));
 }
 
 bool GrokLineFormat() {

@@ -6,6 +6,8 @@
 // header line or the end of the file.
 #pragma once
 
+#include <string_view>
+
 #include "base/text.h"
 #include "superlog/line_layout.h"
 
@@ -37,14 +39,17 @@ extern LineLayout mKnownLayout;  // the same, worked out
 extern bool mFormatKnown;
 extern int mCurLogFormat;  // a LogFamily
 
+// Whether somebody looks at the texts of that letter.
+bool IsAsked(char letter);
+
 // Forgets the current file's layout; a user's layout stays.
 void ResetFileFormat();
 
 // Forgets the user's layout, too, and what is asked for.
 void ResetLogFormat();
 
-// The user's layout; empty when there is none.
-const char* OwnLayout();
+// The user's layout, in letters or in the words of a server; empty when there is none.
+std::string_view OwnLayout();
 
 // Removes trailing spaces and "?" letters.
 void TrimLogFormat(char* format);
@@ -52,6 +57,10 @@ void TrimLogFormat(char* format);
 // Guesses the layout from the line reader's current line, a data line. Returns
 // whether one is known now. A user's layout is always taken.
 bool GrokLineFormat();
+
+// Whether the current line is one for letters, before it is split by any other layout: the user's letters are
+// taken always, and a line of the common log format, in which no virtual host stands first, is one of it.
+bool StandsLetterLayout();
 
 // Each reads the line reader's current line, a header line, and sets family or
 // layout when it understands it; other lines change nothing. The line is split

@@ -4,31 +4,33 @@
 #include <bit>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <string_view>
 
 #include "base/url_decode.h"
 #include "dates/local_time.h"
 #include "superlog/byte_scan.h"
 #include "superlog/digits.h"
+#include "superlog/field_record.h"
 #include "superlog/field_splitter.h"
+#include "superlog/kept_texts.h"
 #include "superlog/line_layout.h"
 #include "superlog/line_marks.h"
 #include "superlog/line_reader.h"
 #include "superlog/log_dates.h"
 #include "superlog/log_format.h"
 #include "superlog/log_limits.h"
+#include "superlog/odd_request.h"
 #include "superlog/superlog.h"
 #include "superlog/usual_line.h"
 
 static int64_t mLinesNotUnderstood = 0;
 static NotUnderstood mNotUnderstood;  // of the log at hand
 static LineMarks mMarks;
-static char mCombinedUrls[8 * kLongestItem];
-static char* mpNextUrl = mCombinedUrls;  // those before it belong to records that were delivered
 
 // --- Single values ------------------------------------------------------------
 
-// The views of this file look into the line buffer or mCombinedUrls.
+// The views of this file look into the line buffer or into kept texts.
 static char* Writable(std::string_view text) {
   return const_cast<char*>(text.data());
 }
@@ -76,6 +78,43 @@ int32_t TranslateWebStarResultCode(std::string_view word) {
 
 void TrimPort(std::string_view& host) {
   CutAt(host, ':');
+}
+
+// The text of an address in brackets with what may stand behind them, or of a bare one; without its zone.
+static std::string_view AddressIn(std::string_view host) {
+  if (host.starts_with('[')) {
+    const size_t end = host.find(']');
+    const std::string_view behind = host.substr(std::min(end, host.size()));
+    host = behind == "]" || behind.starts_with("]:") ? host.substr(1, end - 1) : "";
+  }
+  return host.substr(0, host.find('%'));
+}
+
+// Nearly all addresses stand in a log as they are written at their shortest.
+static std::string_view Written(const Address& address, std::string_view as_logged) {
+  char text[kAddressTextSize];
+  WriteAddress(address, text);
+  if (as_logged == text) {
+    Ended(as_logged);
+    return as_logged;
+  }
+  const std::string_view written = text;
+  char* const room = RoomForText(sizeof text);
+  return KeepText(room, written.copy(room, written.size()));
+}
+
+const Address* TakeHostWithColon(std::string_view& host) {
+  static Address address;
+  const std::string_view text = AddressIn(host);
+  if (!ParseAddress(text, address)) {
+    Ended(host);
+    if (host.find(':') == host.rfind(':')) {
+      TrimPort(host);
+    }
+    return nullptr;
+  }
+  host = Written(address, text);
+  return IsIpv4(address) ? nullptr : &address;
 }
 
 void TrimTrailingDot(std::string_view& host) {
@@ -178,12 +217,12 @@ static void TakeCandidate(std::string_view& candidate, std::string_view value) {
 
 // A request is cut behind its method and at its URL's length, as the limits say.
 [[gnu::cold, gnu::noinline]] static std::string_view CutField(std::string_view value, char letter) {
-  CutTo(value, std::min(value.size(), letter == 'q' ? mLogLimits.request : mLogLimits.item));
+  value = value.substr(0, letter == 'q' ? mLogLimits.request : mLogLimits.item);
   if (letter == 'q') {
+    Ended(value);
     TrimFullRequest(value);
-    CutTo(value, std::min(value.size(), mLogLimits.item));
   }
-  return value;
+  return value.substr(0, mLogLimits.item);
 }
 
 // Nearly all requests are nobody's: told by where the request's quote is, without a search.
@@ -194,17 +233,36 @@ static bool IsNobody(const FieldCursor& cursor) {
          text[2] == '[' && text[kNobody.size() - 2] == ' ' && text[kNobody.size() - 1] == '"';
 }
 
-static bool ParseUser(FieldCursor& cursor) {
+static bool mSureOfLetters = false;  // no other layout explains the line
+static bool mMayBeOther = false;     // one may, and nothing was written to the line yet
+
+// Whether other layouts are asked about lines that do not look as those of the common log format do.
+static bool HasDoubts() {
+  return mLogLimits.layouts && mCurLogFormat == kFamilyClf && !mSureOfLetters;
+}
+
+// "www.example.com 192.0.2.7 - ann [": what stands first is a virtual host.
+static bool BeginsWithSite(const char* user, const char* date, std::string_view realm) {
+  return date - user > 2 && user[0] == '-' && user[1] == ' ' && !IsDash(realm);
+}
+
+// Of the field behind the realm. False, and nothing is read, when the line may be of another layout.
+static bool ParseUser(FieldCursor& cursor, std::string_view realm) {
   char* const date = FindDateBeforeRequest(cursor.next, cursor.end);
-  if (date == nullptr || date == cursor.next) {
+  if (HasDoubts() && (date == nullptr || BeginsWithSite(cursor.next, date, realm))) {
     return false;
   }
-  ParseFieldBefore(cursor, date);
+  if (date == nullptr || date == cursor.next) {
+    ParseField<true>(cursor);
+  } else {
+    ParseFieldBefore(cursor, date);
+  }
   return true;
 }
 
 // Splits the current line as its layout says, and returns how many fields it has, at most those of
-// the layout.
+// the layout; those before the user when the line may be of another one. Only a request that is too long
+// is written to.
 template <bool kEscapes>
 static size_t SplitLine(const LineLayout& layout) {
   FieldCursor cursor = {mMarks, mpLine, mpLineEnd, nullptr, 0, kEscapes && mLineLen == mLogLimits.line};
@@ -214,8 +272,10 @@ static size_t SplitLine(const LineLayout& layout) {
     const LineLayout::Run run = layout.runs[i];
     MarkLine(mMarks, cursor.next, cursor.end, SeparatorOf(run.separator));
     for (; field < run.end && cursor.next != cursor.end; ++field) {
-      if (!kEscapes || field != layout.user || IsNobody(cursor) || !ParseUser(cursor)) {
+      if (!kEscapes || field != layout.user || IsNobody(cursor)) {
         ParseFieldBySeparator<kEscapes>(cursor, run.separator);
+      } else if (!ParseUser(cursor, field == 0 ? std::string_view{} : mFields[field - 1])) {
+        return field;
       }
       mFields[field] = {cursor.value, cursor.length};
       if (cursor.length > longest) [[unlikely]] {
@@ -226,22 +286,15 @@ static size_t SplitLine(const LineLayout& layout) {
   return field;
 }
 
-// stem?query, cut to the length of a field.
-static std::string_view CombineUrl(std::string_view stem, std::string_view query) {
+std::string_view CombineUrl(std::string_view stem, std::string_view query) {
   const size_t longest = mLogLimits.item;
-  if (mpNextUrl + longest + 1 + kScanOverread > std::end(mCombinedUrls)) {
-    TellThatTextsGo();
-    mpNextUrl = mCombinedUrls;
-  }
-  char* const url = mpNextUrl;
+  char* const url = RoomForText(longest);
   size_t length = stem.copy(url, longest);
   if (length < longest) {
     url[length++] = '?';
     length += query.copy(url + length, longest - length);
   }
-  url[length] = '\0';
-  mpNextUrl = url + length + 1;
-  return {url, length};
+  return KeepText(url, length);
 }
 
 // A Mac path, ":docs:index.html", as a URL path.
@@ -266,11 +319,35 @@ static void SettleUrl(std::string_view& url, const FieldPlan& plan) {
   TranslateMacPath(url);
 }
 
-static void SettleHost(std::string_view& host) {
-  if (!IsAbsent(host)) {
-    TrimPort(host);
-    TrimTrailingDot(host);
+// False when the line holds no request.
+[[gnu::cold, gnu::noinline]] static bool SettleOddUrl(std::string_view& url) {
+  if (!mLogLimits.all_requests) {
+    return !IsDash(url);
   }
+  // A URL that was put together lies elsewhere, even where the layout has whole requests.
+  const bool in_line = !std::less<>()(url.data(), mpLine) && !std::less<>()(mpLineEnd, url.data());
+  const bool whole_request = strchr(mKnownFormatBuf, 'q') != nullptr;
+  url = in_line && whole_request ? UrlOfOddRequest(url, mpLine) : UrlOrNoRequest(url);
+  return true;
+}
+
+[[gnu::always_inline]] static inline void TrimHost(SuperLogRecord& record) {
+  std::string_view& host = record.host;
+  record.ipv6 = nullptr;
+  if (IsAbsent(host)) {
+    return;
+  }
+  const char* const colon = FindEither(host.data(), EndOf(host), ':', ':');
+  if (colon != EndOf(host) && mLogLimits.whole_addresses) [[unlikely]] {
+    record.ipv6 = TakeHostWithColon(host);
+  } else {
+    CutTo(host, static_cast<size_t>(colon - host.data()));
+  }
+  TrimTrailingDot(host);
+}
+
+void SettleHost(SuperLogRecord& record) {
+  TrimHost(record);
 }
 
 static void TakeTexts(SuperLogRecord& record, const FieldPlan& plan, const LineParts& parts) {
@@ -308,15 +385,17 @@ static bool FitsRecord(const tm& local, time_t written, time_t time) {
   return written == static_cast<int32_t>(written) && time == static_cast<int32_t>(time);
 }
 
-// Turns the date and time that were collected into the record's; false when
-// they give none that a record can hold.
-static bool SettleTime(SuperLogRecord& record) {
+[[gnu::always_inline]] static inline bool TakeTime(SuperLogRecord& record) {
   if (mGmtOffset == 0 && CompleteInLastHour(record.local, record.time)) {
     return FitsRecord(record.local, record.time, record.time);
   }
   const time_t written = LocalToTime(record.local);
   record.time = written + mGmtOffset;
   return FitsRecord(record.local, written, record.time) && TimeToLocal(record.time, record.local);
+}
+
+bool SettleTime(SuperLogRecord& record) {
+  return TakeTime(record);
 }
 
 // What is not taken from the line's fields in any case.
@@ -326,12 +405,22 @@ static void ClearFigures(SuperLogRecord& record) {
   record.status = record.bytes = 0;
 }
 
+void ClearRecord(SuperLogRecord& record) {
+  record = {};
+  ClearFigures(record);
+}
+
 // False when the line is no request.
 template <bool kEscapes>
 static bool ReadFields(SuperLogRecord& record) {
   LineParts parts;
   ClearFigures(record);
-  const FieldPlan& plan = PlanFor(mKnownLayout, SplitLine<kEscapes>(mKnownLayout));
+  const size_t fields = SplitLine<kEscapes>(mKnownLayout);
+  if (kEscapes && fields <= mKnownLayout.user && HasDoubts()) {
+    mMayBeOther = true;
+    return false;
+  }
+  const FieldPlan& plan = PlanFor(mKnownLayout, fields);
   if (!TakeSteps(record, parts, plan)) {
     return false;
   }
@@ -358,7 +447,7 @@ static void SettleUsualTexts(SuperLogRecord& record) {
 }
 
 template <bool kEscapes>
-static bool ParseDataLine(SuperLogRecord& record) {
+[[gnu::always_inline]] static inline bool ParseDataLine(SuperLogRecord& record) {
   const UsualLayout& usual = mKnownLayout.usual;
   if (usual.usual && ReadUsualLine<kEscapes>(mpLine, mpLineEnd, usual, record)) {
     SettleUsualTexts(record);
@@ -367,10 +456,13 @@ static bool ParseDataLine(SuperLogRecord& record) {
   }
   // The time comes first: where a clock change repeats an hour, it is the line
   // before that decides, usable or not.
-  if (!SettleTime(record) || IsAbsent(record.url) || IsDash(record.url)) {
+  if (!TakeTime(record) || IsAbsent(record.url)) {
     return false;
   }
-  SettleHost(record.host);
+  if (!record.url.starts_with('/') && !SettleOddUrl(record.url)) {
+    return false;
+  }
+  TrimHost(record);
   if (mCurLogFormat == kFamilyW3cIis && !IsAbsent(record.agent)) {
     Decode(record.agent);
   }
@@ -417,20 +509,77 @@ static void ShowLine(char (&shown)[kShownOfLine + 1]) {
   }
 }
 
+// --- Lines of other layouts -----------------------------------------------------
+
+static std::string_view CurrentLine() {
+  return {mpLine, static_cast<size_t>(mpLineEnd - mpLine)};
+}
+
+// Reads a line that no other layout explains; apart, so that the way of nearly all lines is one function.
+[[gnu::noinline]] static bool ParseSurely(SuperLogRecord& record) {
+  mSureOfLetters = true;
+  const bool parsed = ParseDataLine<true>(record);
+  mSureOfLetters = false;
+  return parsed;
+}
+
+// A line in a log of the common log format that is none of it: of another layout, or of one that the letters
+// read nevertheless.
+[[gnu::cold, gnu::noinline]] static bool ParseOtherLine(SuperLogRecord& record) {
+  if (!mMayBeOther) {
+    return false;
+  }
+  mMayBeOther = false;
+  return ParseByLayouts(CurrentLine(), TextAhead(), record) || ParseSurely(record);
+}
+
+// A line of a file whose letters are not known. A guess that does not explain its own line is forgotten.
+[[gnu::noinline]] static bool ParseByLayoutOrGuess(SuperLogRecord& record) {
+  const bool for_letters = !mLayoutsHold && StandsLetterLayout();
+  if (!for_letters) {
+    if (ParseByLayouts(CurrentLine(), TextAhead(), record)) {
+      return true;
+    }
+    if (mLayoutsHold) {
+      return false;
+    }
+  }
+  if (!GrokLineFormat()) {
+    return false;
+  }
+  const bool parsed = ParseSurely(record);
+  if (!parsed && !for_letters) {
+    ResetFileFormat();
+  }
+  return parsed;
+}
+
+template <bool kEscapes>
+[[gnu::always_inline]] static inline bool ParseLine(SuperLogRecord& record) {
+  if (!mFormatKnown) [[unlikely]] {
+    if (kEscapes && mLogLimits.layouts) {
+      return ParseByLayoutOrGuess(record);
+    }
+    if (!GrokLineFormat()) {
+      return false;
+    }
+  }
+  return ParseDataLine<kEscapes>(record) || (kEscapes && ParseOtherLine(record));
+}
+
 // Two functions, so that neither way of reading costs the other anything.
 template <bool kEscapes>
 [[gnu::noinline]] static bool ParseNextLine(SuperLogRecord& record) {
   for (;;) {
     ReadLineFromBigBuf();
     if (mLineLen == 0) {
-      record = {};
-      ClearFigures(record);
+      ClearRecord(record);
       return false;
     }
     if (!IsDataLine()) {
       continue;
     }
-    if ((mFormatKnown || GrokLineFormat()) && ParseDataLine<kEscapes>(record)) {
+    if (ParseLine<kEscapes>(record)) {
       return true;
     }
     TakeLineNotUnderstood();
@@ -454,6 +603,7 @@ void BeginLinesOfLog() {
 }
 
 void ResetLogLine() {
+  mMayBeOther = false;
   mLinesNotUnderstood = 0;
   BeginLinesOfLog();
 }

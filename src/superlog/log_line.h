@@ -8,6 +8,9 @@
 #include <cstdint>
 #include <string_view>
 
+#include "base/network.h"
+#include "superlog/superlog.h"
+
 // The texts below lie in a log line's buffer: kScanOverread bytes from their end
 // on can be read (byte_scan.h).
 
@@ -22,8 +25,29 @@ int32_t TranslateWebStarResultCode(std::string_view word);
 // Cuts a host at its first ":". A NUL follows it then.
 void TrimPort(std::string_view& host);
 
+// What a host with a ":" in it is, where addresses are whole: an address of IPv6, bare or in
+// brackets with a port or none behind them, without its zone ("%eth0", which names a network card of
+// the server). One of IPv4 in the form of IPv6 becomes that of IPv4. Addresses are written at their
+// shortest, where they stand or as a kept text (superlog/kept_texts.h). Of what is no address the port is cut
+// off, which only one ":" can divide; all else stays as it is. Returns the address of IPv6; null: none.
+const Address* TakeHostWithColon(std::string_view& host);
+
 // Removes one "." from the end of a host, behind which a NUL stands before and afterwards.
 void TrimTrailingDot(std::string_view& host);
+
+// stem?query, cut to the length of a field, as a kept text (superlog/kept_texts.h).
+std::string_view CombineUrl(std::string_view stem, std::string_view query);
+
+// Cuts a record's host to what names the visitor: without port and one trailing dot, and as
+// TakeHostWithColon says where addresses are whole.
+void SettleHost(SuperLogRecord& record);
+
+// Makes every text absent and every figure 0.
+void ClearRecord(SuperLogRecord& record);
+
+// Turns the record's local date and time, as they were written, into its time and its normalised local
+// time; false when they give none that a record can hold.
+bool SettleTime(SuperLogRecord& record);
 
 // The lines of one log that hold data, but no record.
 inline constexpr size_t kShownOfLine = 200;

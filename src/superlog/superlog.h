@@ -13,6 +13,7 @@
 #include <string_view>
 
 #include "base/limits.h"
+#include "base/network.h"
 #include "cgi/settings.h"
 #include "superlog/log_events.h"
 #include "superlog/super_long.h"
@@ -23,6 +24,7 @@
 // nothing writes to them, until LogEvents::texts_go is told or the log is closed.
 struct SuperLogRecord {
   std::string_view host;  // without port and without one trailing dot; a NUL follows it
+  const Address* ipv6;    // what the host is, where it is an address of IPv6; else null
   tm local;               // the request's local time, all nine fields normalised
   time_t time;            // seconds since the epoch, GMT correction applied
   std::string_view url;
@@ -57,6 +59,16 @@ void ResetSuperLog();
 void SuperLog_SetLogFormat(const char* format, int source);
 void SuperLog_SetDateFormat(const char* name, int source);
 void SuperLog_SetFixGmt(const char* text, int source);
+
+// The same of the name of a known layout, or of the words of a server (layouts/server_words.h), of at most
+// kLongestLayoutText characters. SetLogFormat hands on what are no letters. Only limits with layouts heed
+// them.
+inline constexpr size_t kLongestLayoutText = 8191;
+void SuperLog_SetLayoutText(std::string_view text, int source);
+
+// Takes these for all logs from now on, unless letters of a stronger level hold. False when they are
+// neither name nor words.
+bool SuperLog_BeginLayout();
 
 // The order that holds; MDY unless it was set.
 DateOrder SuperLog_GetDateFormat();

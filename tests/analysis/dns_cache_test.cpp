@@ -33,6 +33,18 @@ hostent* CountingResolver(const void* address, socklen_t length, int family) {
   return octets[3] % 2 == 0 ? &record : nullptr;
 }
 
+// Knows the name of each address of IPv6, from its last two bytes.
+hostent* Ipv6Resolver(const void* address, socklen_t length, int family) {
+  EXPECT_EQ(length, 16U);
+  EXPECT_EQ(family, AF_INET6);
+  const auto* const bytes = static_cast<const unsigned char*>(address);
+  static char name[40];
+  static hostent record = {};
+  snprintf(name, sizeof name, "v6-%02x%02x.example.com", bytes[14], bytes[15]);
+  record.h_name = name;
+  return &record;
+}
+
 class DnsCacheTest : public testing::Test {
  protected:
   void SetUp() override {
@@ -227,4 +239,10 @@ TEST_F(DnsCacheTest, AnswersAndQueriesAreThoseOfAQueue) {
     ASSERT_EQ(mQueries, queries);
   }
   EXPECT_GT(queries, 2500);
+}
+
+TEST_F(DnsCacheTest, AddressesOfIpv6HaveNames) {
+  mpResolver = Ipv6Resolver;
+  EXPECT_EQ(HostOf("2001:db8::1a2b"), "v6-1a2b.example.com");
+  EXPECT_EQ(HostOf("2001:db8::zz"), kNone);
 }

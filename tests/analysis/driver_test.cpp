@@ -397,6 +397,27 @@ TEST_F(CountLogsTest, FileTypesMatterToEachReportOfCountedRecords) {
   }
 }
 
+TEST_F(CountingOfDriver, PagesOfTheSiteAreNoReferrersUnlessAskedFor) {
+  settings_.referrers.on = 1;
+  CopyText(settings_.url, "http://www.own.example:8080/");
+  AddLog("a.log", {{.referrer = "http://own.example/a"},
+                   {.referrer = "https://WWW.OWN.example:444/a"},
+                   {.referrer = "http://own.example"},
+                   {.referrer = "http://own.example:pw@other.example/"},
+                   {.referrer = "http://own.example@other.example/"},
+                   {.referrer = "http://own.example.net/"},
+                   {.referrer = "http://myown.example/"}});
+  RunWith(kModernCounting);
+  EXPECT_EQ(analysis_.own_referrers, 3);
+  EXPECT_EQ(analysis_.referrers.total, 7);
+  EXPECT_EQ(Referrers(),
+            "http://myown.example/=1 http://own.example.net/=1 http://own.example:pw@other.example/=1 "
+            "http://own.example@other.example/=1 ");
+  settings_.own_referrers = 1;
+  RunWith(kModernCounting);
+  EXPECT_EQ(analysis_.own_referrers, 0);
+}
+
 TEST_F(CountLogsTest, HitsAndBytesOfCountedRecords) {
   AddLog("a.log", {{.bytes = "100"}, {.bytes = "2000000000"}, {.bytes = "-"}});
   Run();

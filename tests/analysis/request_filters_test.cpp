@@ -30,6 +30,7 @@ class FilterTest : public testing::Test {
   void SetFind(const std::string& find) { CopyText(settings_.find, find); }
 
   bool Domain(string_view host) const { return NotFilteredDomain(settings_, host); }
+  bool Host(string_view host) const { return NotFilteredHost(settings_, host); }
   bool FileType(string_view type) const { return NotFilteredFileType(settings_, type); }
   bool Url(string_view url) const { return NotFilteredURL(settings_, url); }
 
@@ -37,6 +38,7 @@ class FilterTest : public testing::Test {
 };
 
 using NotFilteredDomainTest = FilterTest;
+using NotFilteredHostTest = FilterTest;
 using NotFilteredFileTypeTest = FilterTest;
 using NotFilteredUrlTest = FilterTest;
 
@@ -49,6 +51,55 @@ std::string RandomText(std::mt19937& random, string_view alphabet, size_t longes
 }
 
 }  // namespace
+
+TEST_F(NotFilteredHostTest, NetworksAndAddressesLeaveOutWhatBelongsToThem) {
+  SetDomains("10.0.0.0/8, 2001:DB8::/32, 192.0.2.7, ::1");
+  EXPECT_FALSE(Host("10.255.0.1"));
+  EXPECT_TRUE(Host("110.0.0.1"));
+  EXPECT_TRUE(Host("11.0.0.1"));
+  EXPECT_FALSE(Host("2001:db8:ffff::1"));
+  EXPECT_TRUE(Host("2001:db9::1"));
+  EXPECT_FALSE(Host("192.0.2.7"));
+  EXPECT_TRUE(Host("192.0.2.70"));
+  EXPECT_FALSE(Host("::1"));
+  EXPECT_TRUE(Host("::11"));
+  EXPECT_TRUE(Host("shop.example.com"));
+  EXPECT_TRUE(Host(""));
+}
+
+TEST_F(NotFilteredHostTest, OtherEntriesAreTexts) {
+  SetDomains("example.COM,10.1.,10.0.0.0/33,2001:db8:");
+  EXPECT_FALSE(Host("shop.EXAMPLE.com"));
+  EXPECT_FALSE(Host("10.1.2.3"));
+  EXPECT_FALSE(Host("210.1.2.3"));
+  EXPECT_TRUE(Host("10.0.0.1"));
+  EXPECT_FALSE(Host("2001:db8::1"));
+  EXPECT_TRUE(Host("2001:db9::1"));
+}
+
+TEST_F(NotFilteredHostTest, ReferrersAreHeldAgainstTheTexts) {
+  SetDomains("192.0.2.7");
+  EXPECT_FALSE(Domain("http://192.0.2.7/a"));
+  EXPECT_TRUE(Host("http://192.0.2.7/a"));
+}
+
+TEST_F(NotFilteredHostTest, AsManyNetworksAsThereIsRoomFor) {
+  SetDomains("::," + std::string("::,::,::,::,::,::,::,::,::,::,") + std::string(kTextMax, ','));
+  EXPECT_FALSE(Host("::"));
+  SetDomains(std::string(kTextMax, ','));
+  EXPECT_FALSE(Host("x"));
+}
+
+TEST_F(NotFilteredHostTest, NamesAreWantedWhereAnEntryMayBeAPartOfOne) {
+  for (const char* const filter : {"", "10.0.0.0/8", "10.1.,192.0.2.7", "2001:db8::/32,::1"}) {
+    SetDomains(filter);
+    EXPECT_FALSE(FiltersNames(settings_)) << filter;
+  }
+  for (const char* const filter : {"example.com", "10.0.0.0/8,x", "10.0.0.0/33"}) {
+    SetDomains(filter);
+    EXPECT_TRUE(FiltersNames(settings_)) << filter;
+  }
+}
 
 TEST_F(NotFilteredDomainTest, EntriesAreFoundIgnoringCase) {
   SetDomains("example.com, SAMPLE.org");

@@ -243,6 +243,55 @@ TEST_F(CountSearchHitsTest, EveryDefaultDomainLeadsToAnEngine) {
   }
 }
 
+class ModernSearchTest : public CountSearchHitsTest {
+ protected:
+  ModernSearchTest() {
+    Search_Init(kModernSearch);
+    counts_ = NewSearchCounts();
+  }
+
+  // The engine that a referral without a phrase counts for; empty: none.
+  std::string ReferralOf(std::string_view referrer) {
+    Count(referrer);
+    std::string names;
+    for (SearchEngine* engine = mpEngineHead; engine != nullptr; engine = engine->next) {
+      names += engine->referrals != 0 ? engine->name : "";
+      engine->referrals = 0;
+    }
+    return names;
+  }
+};
+
+TEST_F(ModernSearchTest, EnginesAndAssistantsAreKnownByTheirHosts) {
+  const std::vector<std::pair<std::string_view, std::string_view>> engines = {
+      {"https://www.google.com/", "Google"},     {"https://www.google.co.uk", "Google"},
+      {"https://duckduckgo.com/", "DuckDuckGo"}, {"https://www.bing.com/search?q=", "Bing"},
+      {"https://chatgpt.com/", "ChatGPT"},       {"https://www.perplexity.ai/", "Perplexity"},
+      {"https://gemini.google.com/", "Gemini"},  {"https://claude.ai/", "Claude"},
+      {"https://yandex.ru/", "Yandex"},          {"https://search.brave.com/", "Brave Search"}};
+  for (const auto& [referrer, engine] : engines) {
+    EXPECT_EQ(ReferralOf(referrer), engine) << referrer;
+  }
+}
+
+TEST_F(ModernSearchTest, OtherSitesOfTheirOwnersAreNone) {
+  for (const std::string_view other :
+       {"https://mail.google.com/", "https://notgoogle.com/", "https://www.example.com/www.google.com",
+        "https://chatgpt.example/"}) {
+    EXPECT_EQ(ReferralOf(other), "") << other;
+    EXPECT_EQ(ReferralOf(other), "") << other << " again";
+  }
+  EXPECT_EQ(counts_.hits, 0);
+}
+
+TEST_F(ModernSearchTest, ManyOtherHostsHideNoEngine) {
+  for (int i = 0; i < 5000; ++i) {
+    Count("https://site" + std::to_string(i) + ".example/");
+  }
+  EXPECT_EQ(counts_.hits, 0);
+  EXPECT_EQ(ReferralOf("https://www.google.com/"), "Google");
+}
+
 TEST_F(CountSearchHitsTest, AnyReferrerIsReadWithinItsBounds) {
   Search_Init();
   std::mt19937 random(5);

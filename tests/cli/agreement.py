@@ -87,6 +87,7 @@ def environment_of(files):
 
 def asked(files, edition, words):
     """Runs the case in a folder of its own; the words are further parameters."""
+    words = words + [b"own_referrers=1"] if edition == b"modern" else words
     with tempfile.TemporaryDirectory() as folder:
         for name, content in files.items():
             if name not in GIVEN:
@@ -268,6 +269,10 @@ OTHERWISE |= {"no_find_is_the_root_page_alone"}  # and the whole site otherwise
 # A record counts there wherever it stands, and so do logs of equal size and times that hold different lines.
 OTHERWISE |= {"a_record_behind_the_range_ends_its_file_only", "copies_are_ignored"}
 OTHERWISE |= {"account_without_url_is_error_4"}  # which is a report without links otherwise
+OTHERWISE |= {"webstar_fields_before_software_line"}  # of which the names are read there, whatever server wrote them
+OTHERWISE |= {"all_sections_of_hostile_requests"}  # one of which stands in quotes as a whole, which are taken off there
+OTHERWISE |= {"common_log", "letter_q_request", "letter_u_url", "letter_u_wins_over_stem_and_query", "letter_x_stem"}  # as requests without a URL are some there
+OTHERWISE |= {"empty_phrases_count_among_the_hits_but_make_no_row"}  # and a row there
 OTHERWISE |= {"clocks_go_back", "southern_clocks_go_back_in_march"}  # a day of 25 hours is two rows there
 
 
@@ -307,7 +312,9 @@ def compare_classic(report, page):
             want = want if any(want) else []
         elif name == "search":
             got = re.findall(r'^<td align="center">(\d+)</td>\n<td>(.*)</td>$', part, re.M)
-            want = [(str(row["count"]), raw_item(row).decode("latin-1")) for row in section["rows"]]
+            # The engines stand in another order, and count referrals without a phrase.
+            want = sorted((str(row["count"]), raw_item(row).decode("latin-1")) for row in section["rows"] if row["item"] != "(no phrase)")
+            got = sorted(got)
         else:
             got = [int(count) for count in re.findall(r"^<tr><td align=center>(-?\d+)</td><td align=center>", part, re.M)]
             want = [row["count"] for row in section["rows"]]

@@ -441,6 +441,11 @@ _BYTES = [
         "%s%s%s%n", "%n%n%n", "%1$s", "%99999999d", "${jndi:ldap://evil.test/x}", "() { :;}; touch owned", "{{7*7}}", "<%= 7*7 %>", "<?php owned() ?>",
         "<!--#exec cmd=\"touch owned\" -->", "<!--#include file=\"x\" -->", "<esi:include src=\"http://evil.test/\"/>", "O:8:\"stdClass\":0:{}",
         "*)(uid=*))(|(uid=*", "..%2f..%2fetc%2fpasswd", "[link](javascript:x)", "![x](http://evil.test/)", "**bold** `code`", "\\input{x}", "~/.ssh")]),
+    ("encoded", [
+        b"caf%C3%A9", b"%E2%80%AEgnp.exe", b"%E2%81%A6isolate", b"zero%E2%80%8Bwidth", b"%C2%9B31mred", b"%C2%85next%C2%A0", b"%C2%ADsoft",
+        b"%EF%BB%BFmark", b"%F3%A0%81%81tag", b"%C0%BCscript%C0%BE", b"%E0%80%BCscript%E0%80%BE", b"%ED%A0%BD%ED%B8%80pair", b"%C3", b"%C3%",
+        b"%C3<b>%A9", b"\xc3%A9", b"%C3\xa9", b"%C3%C3%A9%A9", b"%25C3%25A9", b"%EF%BC%9Cscript%EF%BC%9E", b"%E2%80%A8line", b"%c3%a9%00%C3%A9",
+        b"evil%EF%BC%8F%2E%2E%2F%E2%88%95", b"%E6%97%A5%E6%9C%AC" * 60, b"%CC%B8struck", b"%F4%90%80%80", b"%D7%A9%D7%9C/%D7%95%D7%9D/123"]),
 ]
 
 

@@ -7,6 +7,7 @@ The figures come from here, not from the program: how fields are divided, cut an
 is written down a second time, from the descriptions of the formats.
 """
 import collections
+import ipaddress
 import json
 import os
 import re
@@ -88,8 +89,17 @@ def decoded(text):
     return re.sub(rb"\+|%(%|[0-9A-Fa-f]{2})?", one, text).split(b"\0")[0]
 
 
+def whole_host(host):
+    """Without its port; what has several colons has none."""
+    return host.split(b":")[0] if host.count(b":") == 1 else host
+
+
 def domain_of(host):
-    host = host.split(b":")[0]
+    try:
+        address = ipaddress.IPv6Address(re.sub(r"^\[(.*?)\](:.*)?$", r"\1", host.decode("latin-1")).split("%")[0])
+        return ipaddress.ip_network((address, 48), strict=False).compressed.encode()
+    except ValueError:
+        host = whole_host(host)
     host = host[:-1] if host.endswith(b".") else host
     last = host.rsplit(b".", 1)[-1][-1:]
     if host and not last.isalpha():
@@ -98,6 +108,8 @@ def domain_of(host):
 
 
 def domain_type_of(domain):
+    if domain.endswith(b"::/48"):
+        return b"UNKNOWN"
     label = domain.rsplit(b".", 1)[-1]
     return label if label == b"" or re.search(rb"[A-Za-z]", label) else b"UNKNOWN"
 
@@ -179,9 +191,8 @@ def write_urls(attacks, expected):
     log = between_tabs("url.log", "REFERER", "URL")
     for attack in filter(lambda attack: can_stand_raw(attack.text), attacks):
         url = path_of(last_field(attack.text))
-        if url not in (b"", b"-"):
-            log.add(times(attack), tabbed(200, b"-", attack.text))
-            expected.record(times(attack), url)
+        log.add(times(attack), tabbed(200, b"-", attack.text))
+        expected.record(times(attack), b"(no request)" if url in (b"", b"-") else url)
         missing = last_field(b"/" + attack.text)
         page = attack.text if can_stand_between_tabs(attack.text) else by_nginx(attack.text)
         log.add(times(attack), tabbed(404, page, b"/" + attack.text))
@@ -217,7 +228,7 @@ def write_agents(attacks, expected):
 def write_hosts(attacks, expected):
     log = between_tabs("host.log", "URL", "HOSTNAME")
     for attack in filter(lambda attack: can_stand_raw(attack.text), attacks):
-        for host in (b"dial." + attack.text, b"x.n%d" % attack.number):
+        for host in (b"dial." + attack.text, b"x.n%d" % attack.number, b"[2001:db8::1%" + attack.text.replace(b"]", b"") + b"]:1"):
             log.add(times(attack), tabbed(200, b"/host", host))
             expected.record(times(attack), b"/host", host=last_field(host))
     return log
@@ -244,6 +255,8 @@ def write_combined(attacks, expected):
         method = by_nginx(hidden(attack)).replace(b" ", b"")
         log.add(times(attack), combined(method + b" /method HTTP/1.0", host=b"192.0.2.67"))
         expected.record(times(attack), b"/method", host=b"192.0.2.67")
+        log.add(times(attack), combined(b"x" + by_nginx(hidden(attack)).replace(b" ", b"/"), 400, host=b"192.0.2.68"))
+        expected.record(times(attack), b"(not HTTP)", 400, host=b"192.0.2.68")
     return log
 
 

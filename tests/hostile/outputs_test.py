@@ -43,7 +43,7 @@ NAME = "{http://www.w3.org/1999/xhtml}"
 SITE = "http://www.example.com"
 SECTIONS = "requests referrers search browsers badurls badreferrers domains domaintypes".split()
 ALL = [f"{name}=1,0" for name in SECTIONS] + (
-    "badurl_referrers=1 dailytotals=1 hitsperdayofweek=1 hitsperhour=1 hoursofweek=1 showquery=1 find=* find_pattern=1 "
+    "badurl_referrers=1 own_referrers=1 dailytotals=1 hitsperdayofweek=1 hitsperhour=1 hoursofweek=1 showquery=1 find=* find_pattern=1 "
     "find_casesensitive=1 date=03052000,03112000").split()
 ENVIRONMENT = {"TZ": "UTC", "SOURCE_DATE_EPOCH": "1000000000", "COLUMNS": "1000"}
 
@@ -65,6 +65,28 @@ def shown(text):
             return character
         return f"\\x{code:02X}" if code < 0x80 else f"\\u{code:04X}" if code < 0x10000 else f"\\u{{{code:X}}}"
     return "".join(map(one, characters(text)))
+
+
+def as_read(address):
+    """As bytes, where a visible character beyond ASCII stands as itself that is wholly written as percent and digits."""
+    def one(match):
+        written, at, read = match.group(), 0, b""
+        for character in bytes.fromhex(written.replace(b"%", b"").decode()).decode("utf-8", "surrogateescape"):
+            raw = character.encode("utf-8", "surrogateescape")
+            seen = len(raw) > 1 and not is_invisible(ord(character))
+            read += raw if seen else written[3 * at:3 * (at + len(raw))]
+            at += len(raw)
+        return read
+    host = re.match(rb"(?!/)[\s\S]*?://[^/?#]*", address)
+    at = host.end() if host else 0
+    return address[:at] + re.sub(rb"(?:%[0-9A-Fa-f]{2})+", one, address[at:])
+
+
+ADDRESSES = ("requests", "referrers", "badurls", "badreferrers")
+
+
+def text_of_item(section, item):
+    return as_read(item) if section in ADDRESSES else item
 
 
 def without_middle(text, most=90):
@@ -294,8 +316,8 @@ def look_at_page(page, expected, ordinary):
                 assert shown(text_of(cell[-1]).encode()) == text_of(cell[-1])
         assert sum(got.values()) == len(expected.sections[section]), f"{section}: rows are lost"
         for item, count in expected.sections[section].items():
-            text = expected.names.get(item, item.upper()) if section == "domaintypes" else item
-            link = None if section not in ("requests", "referrers", "badurls", "badreferrers") else address_of(
+            text = expected.names.get(item, item.upper()) if section == "domaintypes" else text_of_item(section, item)
+            link = None if section not in ADDRESSES else address_of(
                 item, section in ("requests", "badurls"))
             wanted[without_middle(text), shown(text), link, count] += 1
         # Of rows behind the first thousand only the whole is shown, and which these are is not told here.
@@ -304,9 +326,9 @@ def look_at_page(page, expected, ordinary):
         assert all(key[0] is None for key in short), list(short)[:3]
     for cell, _ in rows_of(tree, "badurls"):
         full = item_in(cell)[1]
-        item = next(item for item in expected.led_to if shown(item) == full) if full not in look_at_page.items else look_at_page.items[full]
+        item = next(item for item in expected.led_to if shown(as_read(item)) == full) if full not in look_at_page.items else look_at_page.items[full]
         same(full, collections.Counter(dict(referrers_in(cell))),
-             collections.Counter({shown(page): count for page, count in expected.led_to[item].items()}))
+             collections.Counter({shown(as_read(page)): count for page, count in expected.led_to[item].items()}))
     tiles = [text_of(element) for element in of_kind(tree, "dd", **{"class": "figure"})]
     assert int(tiles[0].replace(",", "")) == expected.requests
 
@@ -335,7 +357,10 @@ def look_at_json(text, expected):
     for section in SECTIONS:
         rows = report["sections"][section]["rows"]
         got = collections.Counter((bytes_of(row), row["count"], row.get("url")) for row in rows)
-        linked = section in ("requests", "referrers", "badurls", "badreferrers")
+        linked = section in ADDRESSES
+        for row in rows:
+            read = as_read(bytes_of(row)) if linked else bytes_of(row)
+            assert row.get("shown") == (None if read == bytes_of(row) else re.sub("[\udc80-\udcff]", "\ufffd", characters(read))), row
         same(section, got, collections.Counter(
             (item, count, address_of(item, section in ("requests", "badurls")) if linked else None)
             for item, count in expected.sections[section].items()))
@@ -406,7 +431,7 @@ def look_at_text(text, expected):
         rows = [re.fullmatch(r" +([\d,]+) +[\d.]+ %  (#+) +(.*?) *", line) for line in lines]
         got = collections.Counter((int(row[1].replace(",", "")), row[3]) for row in rows if row)
         for item, count in expected.sections[section].items():
-            wanted = shown(item)
+            wanted = shown(text_of_item(section, item))
             if section == "domaintypes":
                 wanted += f" ({shown(expected.names.get(item, item.upper()))})"
             if (count, wanted.strip()) in got:
@@ -598,7 +623,7 @@ def main():
     with tempfile.TemporaryDirectory() as folder:
         write_plain(folder)
         expected = write_logs(folder)
-        look_at_page.items = {shown(item): item for item in expected.led_to}
+        look_at_page.items = {shown(as_read(item)): item for item in expected.led_to}
         configure(folder, "plain/*.log")
         ordinary = Kinds(run(folder, "filter_domains=no.example"))
         configure(folder, "logs/*.log")

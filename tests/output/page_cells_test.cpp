@@ -39,6 +39,21 @@ TEST(PageItem, HoldsMarkupAsText) {
             kLink + "http://site.example/%22%3E%3Csvg%3E\">/&quot;&gt;&lt;svg&gt;</a>");
 }
 
+TEST(PageItem, AddressesAreShownAsTheyAreReadAndLinkedAsTheyStand) {
+  EXPECT_EQ(Item("/caf%C3%A9", "http://site.example"), kLink + "http://site.example/caf%C3%A9\">/café</a>");
+  EXPECT_EQ(Plain("/caf%C3%A9", "http://site.example"), kLink + "http://site.example/caf%C3%A9\">/café</a>");
+  EXPECT_EQ(Item("http://r.example/%3C%C3%A9", ""),
+            kLink + "http://r.example/%3C%C3%A9\">http://r.example/%3Cé</a>");
+  EXPECT_EQ(Item("caf%C3%A9", nullptr), "<bdi>caf%C3%A9</bdi>");
+  std::string encoded = "/";
+  std::string read = "/";
+  for (int i = 0; i < 89; ++i) {
+    encoded += "%C3%A9";
+    read += "é";
+  }
+  EXPECT_EQ(Item(encoded, ""), "<bdi>" + read + "</bdi>");
+}
+
 TEST(PageItem, LongTextLosesItsMiddleAndHasItFolded) {
   const std::string text = std::string(60, 'a') + "MIDDLE" + std::string(30, 'z');
   EXPECT_EQ(Item(text, nullptr), "<bdi>" + std::string(60, 'a') + "\u2026" + std::string(30, 'z') +

@@ -1193,6 +1193,32 @@ test_log_format() {
   expect_records 1 2000-03-05 2000-03-05
 }
 
+test_log_format_in_words() {
+  edition=
+  printf '1700000000|192.0.2.7|/a=b|200\n1700000001|192.0.2.7|/c|404\n' >access.log
+  run --log-format '$msec|$remote_addr|$request_uri|$status' access.log
+  expect_records 2 2023-11-14 2023-11-14
+  run --log-format "log_format main '\$msec|\$remote_addr|'
+                    '\$request_uri|\$status';" access.log
+  expect_records 2 2023-11-14 2023-11-14
+  run --log-format '%{sec}t|%a|%U%q|%>s' access.log
+  expect_records 2 2023-11-14 2023-11-14
+  edition=--classic
+  run --log-format '%{sec}t|%a|%U|%>s' access.log
+  expect_error 2 '--classic takes only letters'
+}
+
+test_log_format_by_name() {
+  edition=
+  printf '1700000000.123    344 192.0.2.7 TCP_MISS/200 12 GET /a - HIER_DIRECT/192.0.2.9 text/html\n' >access.log
+  run access.log
+  expect_records 1 2023-11-14 2023-11-14
+  run --log-format squid access.log
+  expect_records 1 2023-11-14 2023-11-14
+  run --log-format ltsv access.log
+  expect_error 1 'no line'
+}
+
 # ---- Failures of the machine ---------------------------------------------------------------
 
 test_missing_program() {

@@ -39,7 +39,7 @@ check_log() { # FILE NAME N PARAMETERS...
   case ${1:-} in expect=*) expect=$(echo "${1#expect=}" | tr + ' '); shift ;; esac
   { cat "$work/search" && echo "user=sample;logs=$file;url=http://www.example.com;password=*"; } >"$work/sample.conf"
   report "$work/sample.conf" username=sample date=01011999,12312001 find=/ subdirs=1 "$@"
-  grep -aq "<b>HTTP Requests:</b></td><td width=\"50%\">$wanted<" "$work/page" || fail "$name: not $wanted requests"
+  grep -aq -e "<b>HTTP Requests:</b></td><td width=\"50%\">$wanted<" -e "\"totals\": {\"requests\": $wanted," "$work/page" || fail "$name: not $wanted requests"
   [ -z "$expect" ] || grep -aqF "$expect" "$work/page" || fail "$name: no '$expect'"
 }
 

@@ -146,6 +146,14 @@ TEST(ParseFieldWithEscapes, FieldWithoutEndOfACutLineIsWhatIsLeft) {
   EXPECT_EQ(Split<true>(R"(a "b\" 404 5)", 'S'), (Values{"a", R"(b\)", "404", "5"}));
 }
 
+TEST(ParseFieldWithEscapes, PortBehindABracketIsNoField) {
+  EXPECT_EQ(Split<true>("[2001:db8::1]:443 - x", 'S'), (Values{"2001:db8::1", "-", "x"}));
+  EXPECT_EQ(Split<true>("[::1]: x", 'S'), (Values{"::1", "x"}));
+  EXPECT_EQ(Split<true>("[::1]:443", 'S'), (Values{"::1"}));
+  EXPECT_EQ(Split<true>("[::1]443 x", 'S'), (Values{"::1", "443", "x"}));
+  EXPECT_EQ(Split("[::1]:443 x", 'S'), (Values{"::1", ":443", "x"}));
+}
+
 TEST(ParseFieldWithEscapes, EqualsThePlainRulesOverRandomLines) {
   const std::string alphabet = "abc    \"\"\"\\\\\\'[]";
   std::mt19937 random(8);

@@ -494,6 +494,27 @@ TEST_F(ParseNextLineTest, QuotedDashAndEmptyQuotedAgentBecomeAbsent) {
   EXPECT_EQ(r.agent, std::nullopt);
 }
 
+TEST_F(ParseNextLineTest, ModernRequestsNeedNoUrl) {
+  const auto line = [](const std::string& request) {
+    return "192.0.2.7 - - [05/Mar/2000:10:00:00 +0000] \"" + request + "\" 408 5\n";
+  };
+  for (const auto& [request, url] :
+       std::vector<std::pair<std::string, std::string>>{{"-", "(no request)"},
+                                                        {"", "(no request)"},
+                                                        {R"(\x16\x03\x01)", "(not HTTP)"},
+                                                        {"GET * HTTP/1.0", "*"}}) {
+    mLogLimits = kModernLimits;
+    const Kept r = ParseOne(line(request));
+    EXPECT_EQ(r.url, url);
+    EXPECT_EQ(r.status, 408) << request;
+  }
+  EXPECT_EQ(ParseAs("T0xe", "971186136\t-\t-").url, "(no request)");
+  EXPECT_EQ(ParseAs("T0xeq", "971186136\ts\tq").url, "s?q");
+  EXPECT_EQ(ParseAs("T0u", "971186136\tindex.html").url, "index.html");
+  mLogLimits = kClassicLimits;
+  EXPECT_EQ(ParseAll("192.0.2.7 - - [05/Mar/2000:10:00:00 +0000] \"-\" 408 5\n").size(), 0u);
+}
+
 // --- URLs -------------------------------------------------------------------------
 
 TEST_F(ParseNextLineTest, UrlFromStemAndQuery) {
@@ -770,6 +791,72 @@ TEST(TrimPort, CutsPortThenOneDot) {
   EXPECT_EQ(TrimHost("::1"), "");
   EXPECT_EQ(TrimHost("."), "");
   EXPECT_EQ(TrimHost(""), "");
+}
+
+struct HostTaken {
+  std::string host;
+  bool ipv6;
+};
+
+static HostTaken TakeHost(const char* host) {
+  char buffer[128 + kScanOverread] = {};
+  CopyText(buffer, host);
+  std::string_view text = buffer;
+  const Address* const ipv6 = TakeHostWithColon(text);
+  EXPECT_EQ(text.data()[text.size()], '\0');
+  Address address{};
+  EXPECT_EQ(ipv6 != nullptr, text.find(':') != std::string_view::npos && ParseAddress(text, address));
+  EXPECT_TRUE(ipv6 == nullptr || *ipv6 == address);
+  return {std::string(text), ipv6 != nullptr};
+}
+
+TEST(TakeHostWithColon, AddressesOfIpv6AreWholeAndWrittenInOneWay) {
+  for (const char* const host : {"2001:db8::1", "2001:DB8:0:0:0:0:0:1", "[2001:db8::1]", "[2001:db8::1]:443",
+                                 "[2001:db8::1]:", "2001:db8::1%eth0", "[2001:db8::1%25eth0]:80"}) {
+    const HostTaken taken = TakeHost(host);
+    EXPECT_EQ(taken.host, "2001:db8::1") << host;
+    EXPECT_TRUE(taken.ipv6) << host;
+  }
+  EXPECT_EQ(TakeHost("::1").host, "::1");
+  EXPECT_EQ(TakeHost("::").host, "::");
+}
+
+TEST(TakeHostWithColon, AddressesOfIpv4LoseTheFormOfIpv6) {
+  for (const char* const host : {"::ffff:192.0.2.7", "::FFFF:C000:207", "[::ffff:192.0.2.7]:80"}) {
+    const HostTaken taken = TakeHost(host);
+    EXPECT_EQ(taken.host, "192.0.2.7") << host;
+    EXPECT_FALSE(taken.ipv6) << host;
+  }
+}
+
+TEST(TakeHostWithColon, OtherHostsLoseTheirPort) {
+  EXPECT_EQ(TakeHost("192.0.2.1:443").host, "192.0.2.1");
+  EXPECT_EQ(TakeHost("www.example.com.:80").host, "www.example.com.");
+  EXPECT_EQ(TakeHost("host:").host, "host");
+  EXPECT_EQ(TakeHost(":80").host, "");
+}
+
+TEST(TakeHostWithColon, WhatIsNoAddressAndHasSeveralColonsStays) {
+  for (const char* const host : {"2001:db8::zz", "a:b:c", "[::1", "[::1]x", "[::1]443", "[x]:1:2",
+                                 ":::", "::1::2", "[[::1]]:443", "1:2:3:4:5:6:7:8:9"}) {
+    const HostTaken taken = TakeHost(host);
+    EXPECT_EQ(taken.host, host);
+    EXPECT_FALSE(taken.ipv6) << host;
+  }
+}
+
+TEST_F(ParseNextLineTest, ModernHostsMayBeAddressesOfIpv6) {
+  const std::string rest = " - - [05/Mar/2000:10:00:00 +0000] \"GET /a HTTP/1.0\" 200 7\n";
+  for (const char* const host : {"2001:db8::1", "[2001:db8::1]", "[2001:db8::1]:443"}) {
+    mLogLimits = kModernLimits;
+    const Kept r = ParseOne(host + rest);
+    EXPECT_EQ(r.host, "2001:db8::1") << host;
+    EXPECT_EQ(r.url, "/a") << host;
+    EXPECT_EQ(r.bytes, 7) << host;
+  }
+  mLogLimits = kClassicLimits;
+  EXPECT_EQ(ParseOne("2001:db8::1" + rest).host, "2001");
+  EXPECT_EQ(ParseOne("[2001:db8::1]" + rest).host, "2001");
 }
 
 TEST_F(ParseNextLineTest, HostFromNameOrAddress) {

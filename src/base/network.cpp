@@ -1,4 +1,4 @@
-#include "entry/network.h"
+#include "base/network.h"
 
 #include <arpa/inet.h>
 
@@ -12,7 +12,7 @@ static constexpr std::array<std::uint8_t, 12> kMappedPrefix = {0, 0, 0, 0, 0, 0,
 static constexpr int kMappedBits = 8 * kMappedPrefix.size();
 static constexpr int kAllBits = 128;
 
-static bool IsIpv4(const Address& address) {
+bool IsIpv4(const Address& address) {
   return std::equal(kMappedPrefix.begin(), kMappedPrefix.end(), address.bytes.begin());
 }
 
@@ -47,12 +47,57 @@ bool ParseAddress(std::string_view text, Address& address) {
   return ParseIpv6(copy, address) || (!bracketed && ParseIpv4(copy, address));
 }
 
+static constexpr int kGroups = 8;
+
+static unsigned GroupOf(const Address& address, int group) {
+  return address.bytes[2 * group] * 256U + address.bytes[2 * group + 1];
+}
+
+// Groups of an address, from first up to end.
+struct Groups {
+  int first;
+  int end;
+};
+
+// The first of the longest rows of zeros.
+static Groups FindZeros(const Address& address) {
+  Groups longest{kGroups, kGroups};
+  for (int first = 0; first < kGroups; ++first) {
+    int end = first;
+    while (end < kGroups && GroupOf(address, end) == 0) {
+      ++end;
+    }
+    if (end - first > longest.end - longest.first) {
+      longest = {first, end};
+    }
+  }
+  return longest.end - longest.first > 1 ? longest : Groups{kGroups, kGroups};
+}
+
+// By hand: the library's own way costs more than reading a line of a log.
+static void WriteIpv6(const Address& address, char (&text)[kAddressTextSize]) {
+  const Groups zeros = FindZeros(address);
+  char* end = text;
+  for (int group = 0; group < kGroups; ++group) {
+    if (group == zeros.first) {
+      *end++ = ':';
+      *end++ = ':';
+      group = zeros.end - 1;
+      continue;
+    }
+    if (group != 0 && group != zeros.end) {
+      *end++ = ':';
+    }
+    end = std::to_chars(end, std::end(text), GroupOf(address, group), 16).ptr;
+  }
+  *end = '\0';
+}
+
 void WriteAddress(const Address& address, char (&text)[kAddressTextSize]) {
-  const std::uint8_t* const bytes = address.bytes.data();
   if (IsIpv4(address)) {
-    inet_ntop(AF_INET, bytes + kMappedPrefix.size(), text, sizeof text);
+    inet_ntop(AF_INET, address.bytes.data() + kMappedPrefix.size(), text, sizeof text);
   } else {
-    inet_ntop(AF_INET6, bytes, text, sizeof text);
+    WriteIpv6(address, text);
   }
 }
 
@@ -127,10 +172,15 @@ bool IsInNetworks(const Address& address, std::string_view networks) {
   return false;
 }
 
-Address NetworkOfVisitor(const Address& address) {
+Address FirstBits(const Address& address, int bits) {
   Address network = address;
-  if (!IsIpv4(address)) {
-    std::fill(network.bytes.begin() + 8, network.bytes.end(), std::uint8_t{0});
+  for (int byte = bits / 8; byte < kAllBits / 8; ++byte) {
+    const int kept = byte == bits / 8 ? bits % 8 : 0;
+    network.bytes[byte] &= static_cast<std::uint8_t>(0xFF00 >> kept);
   }
   return network;
+}
+
+Address NetworkOfVisitor(const Address& address) {
+  return IsIpv4(address) ? address : FirstBits(address, 64);
 }

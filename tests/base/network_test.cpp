@@ -1,5 +1,6 @@
-#include "entry/network.h"
+#include "base/network.h"
 
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
 
 #include <random>
@@ -111,6 +112,34 @@ TEST(WriteAddressTest, OneSpellingForEachAddress) {
   EXPECT_EQ(Written("ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff"), "ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff");
 }
 
+TEST(WriteAddressTest, TheLongestRowOfZerosIsLeftOutAndTheFirstOfSeveral) {
+  EXPECT_EQ(Written("1:0:0:2:0:0:0:3"), "1:0:0:2::3");
+  EXPECT_EQ(Written("1:0:0:2:3:0:0:4"), "1::2:3:0:0:4");
+  EXPECT_EQ(Written("1:0:2:3:4:5:6:7"), "1:0:2:3:4:5:6:7");
+  EXPECT_EQ(Written("0:0:1:2:3:4:5:6"), "::1:2:3:4:5:6");
+  EXPECT_EQ(Written("1:2:3:4:5:6:0:0"), "1:2:3:4:5:6::");
+  EXPECT_EQ(Written("::102:304"), "::102:304");
+}
+
+// Groups are zero as often as not; the library writes the last two of some as IPv4.
+TEST(WriteAddressTest, IsWhatTheLibraryWritesOfRandomAddresses) {
+  std::mt19937 random(5);
+  for (int i = 0; i < 20000; ++i) {
+    Address address{};
+    for (int group = 0; group < 8; ++group) {
+      if (random() % 2 == 0 || group == 0) {
+        address.bytes[2 * group] = static_cast<std::uint8_t>(random() % 3 == 0 ? 0 : random());
+        address.bytes[2 * group + 1] = static_cast<std::uint8_t>(random() | (group == 0 ? 1 : 0));
+      }
+    }
+    char expected[INET6_ADDRSTRLEN];
+    inet_ntop(AF_INET6, address.bytes.data(), expected, sizeof expected);
+    char written[kAddressTextSize];
+    WriteAddress(address, written);
+    ASSERT_STREQ(written, expected);
+  }
+}
+
 // ---- Networks ----
 
 TEST(IsInNetworksTest, ASingleAddressHoldsItselfAlone) {
@@ -218,6 +247,18 @@ TEST(ParseNetworkTest, ARefusedTextLeavesTheNetwork) {
   EXPECT_FALSE(ParseNetwork("10.1", network));
   EXPECT_EQ(network.address, Parsed("192.0.2.0"));
   EXPECT_EQ(network.bits, 120);
+}
+
+// ---- FirstBits ----
+
+TEST(FirstBitsTest, WhatIsBehindThemIsZero) {
+  const Address all = Parsed("ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff");
+  EXPECT_EQ(FirstBits(all, 0), Parsed("::"));
+  EXPECT_EQ(FirstBits(all, 1), Parsed("8000::"));
+  EXPECT_EQ(FirstBits(all, 48), Parsed("ffff:ffff:ffff::"));
+  EXPECT_EQ(FirstBits(all, 51), Parsed("ffff:ffff:ffff:e000::"));
+  EXPECT_EQ(FirstBits(all, 127), Parsed("ffff:ffff:ffff:ffff:ffff:ffff:ffff:fffe"));
+  EXPECT_EQ(FirstBits(all, 128), all);
 }
 
 // ---- NetworkOfVisitor ----

@@ -18,7 +18,7 @@ bool ParseAddress(std::string_view text, Address& address);
 
 inline constexpr size_t kAddressTextSize = 46;
 
-// The address as it is written, IPv4 with dots, IPv6 at its shortest.
+// The address as it is written, IPv4 with dots, IPv6 at its shortest (RFC 5952).
 void WriteAddress(const Address& address, char (&text)[kAddressTextSize]);
 
 // What an address has to begin with to belong.
@@ -44,6 +44,12 @@ std::string_view WithoutBlanks(std::string_view text);
 // Takes the next item off a list that is separated by commas, without the blanks
 // around it; empty ones are passed over. False when there is none.
 bool NextListItem(std::string_view& list, std::string_view& item);
+
+// The address with zeros behind its first bits, of which it has 128.
+Address FirstBits(const Address& address, int bits);
+
+// Whether the address is one of IPv4.
+bool IsIpv4(const Address& address);
 
 // What limits count as one visitor: an IPv4 address, or an IPv6 network of 64 bits,
 // which is what a single household has.

@@ -1,0 +1,319 @@
+#include "layouts/json_line.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "base/text.h"
+#include "layouts/moment.h"
+
+// What is left of the line.
+struct JsonReader {
+  const char* next;
+  const char* end;
+};
+
+static bool IsBlank(char c) {
+  return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
+
+static char SkipBlanks(JsonReader& reader) {
+  while (reader.next != reader.end && IsBlank(*reader.next)) {
+    ++reader.next;
+  }
+  return reader.next == reader.end ? '\0' : *reader.next;
+}
+
+static const char* FindQuote(const char* from, const char* end) {
+  const auto* const found = static_cast<const char*>(memchr(from, '"', static_cast<size_t>(end - from)));
+  return found == nullptr ? end : found;
+}
+
+static bool IsEscapedQuote(const char* start, const char* quote) {
+  const char* first = quote;
+  while (first != start && first[-1] == '\\') {
+    --first;
+  }
+  return (quote - first) % 2 != 0;
+}
+
+// Reads the text that begins behind the quote at the reader; to the end of the line when it has none.
+static std::string_view TakeText(JsonReader& reader) {
+  const char* const start = reader.next + 1;
+  const char* quote = FindQuote(start, reader.end);
+  while (quote != reader.end && quote[-1] == '\\' && IsEscapedQuote(start, quote)) {
+    quote = FindQuote(quote + 1, reader.end);
+  }
+  reader.next = quote == reader.end ? quote : quote + 1;
+  return {start, static_cast<size_t>(quote - start)};
+}
+
+// A number or a word.
+static std::string_view TakeWord(JsonReader& reader) {
+  const char* const start = reader.next;
+  while (reader.next != reader.end && *reader.next != ',' && *reader.next != '}' && *reader.next != ']' &&
+         !IsBlank(*reader.next)) {
+    ++reader.next;
+  }
+  return {start, static_cast<size_t>(reader.next - start)};
+}
+
+// Passes over an object or a list with all that is in it.
+static void SkipNested(JsonReader& reader) {
+  size_t depth = 0;
+  while (reader.next != reader.end) {
+    const char c = *reader.next;
+    if (c == '"') {
+      TakeText(reader);
+      continue;
+    }
+    ++reader.next;
+    depth += c == '{' || c == '[';
+    if ((c == '}' || c == ']') && --depth == 0) {
+      return;
+    }
+  }
+}
+
+static KeyMeaning RecallMeaning(std::string_view key, size_t place, KeyMemory& memory) {
+  if (place >= KeyMemory::kPlaces) {
+    return MeaningOfKey(key);
+  }
+  KeyMemory::Place& last = memory.places[place];
+  if (last.size == key.size() && memcmp(last.key.data(), key.data(), key.size()) == 0) {
+    return last.meaning;
+  }
+  last.meaning = MeaningOfKey(key);
+  last.size =
+      key.size() <= last.key.size() ? static_cast<uint8_t>(key.copy(last.key.data(), key.size())) : 255;
+  return last.meaning;
+}
+
+struct JsonFields {
+  LineFields& fields;
+  std::array<uint8_t, kFieldCount> ranks;
+};
+
+// Durations are called as times are: a time is as long as one, and begins with a digit.
+static bool MayBe(Field field, std::string_view value) {
+  return field != Field::kMoment || (value.size() >= 9 && IsDigitAscii(value[0]));
+}
+
+static void Take(JsonFields& taken, const KeyMeaning& meaning, std::string_view value, bool escaped) {
+  const auto field = static_cast<size_t>(meaning.field);
+  if (meaning.field == Field::kIgnored || meaning.rank >= taken.ranks[field] ||
+      !MayBe(meaning.field, value) || value.empty() || value == "-") {
+    return;
+  }
+  taken.ranks[field] = meaning.rank;
+  taken.fields.texts[field] = value;
+  taken.fields.escaped[field] = escaped;
+}
+
+static bool HasBackslash(std::string_view text) {
+  return memchr(text.data(), '\\', text.size()) != nullptr;
+}
+
+static void TakeJsonText(JsonReader& reader, const KeyMeaning& meaning, JsonFields& taken) {
+  const std::string_view text = TakeText(reader);
+  if (meaning.field != Field::kIgnored) {
+    Take(taken, meaning, text, HasBackslash(text));
+  }
+}
+
+static void TakeJsonWord(JsonReader& reader, const KeyMeaning& meaning, JsonFields& taken) {
+  const std::string_view word = TakeWord(reader);
+  if (word != "null" && word != "true" && word != "false") {
+    Take(taken, meaning, word, false);
+  }
+}
+
+// Takes the first text of a list and passes over the rest.
+static void TakeList(JsonReader& reader, const KeyMeaning& meaning, JsonFields& taken) {
+  JsonReader inside = {reader.next + 1, reader.end};
+  if (meaning.field != Field::kIgnored && SkipBlanks(inside) == '"') {
+    TakeJsonText(inside, meaning, taken);
+  }
+  SkipNested(reader);
+}
+
+// Reads keys and values, whatever objects they stand in, until the end of the line or of the
+// outermost object.
+static void TakeMembers(JsonReader& reader, KeyMemory& memory, JsonFields& taken) {
+  size_t place = 0;
+  size_t depth = 1;
+  KeyMeaning meaning;
+  bool keyed = false;
+  for (char c = SkipBlanks(reader); c != '\0' && depth > 0; c = SkipBlanks(reader)) {
+    if (c == '"' && !keyed) {
+      const std::string_view key = TakeText(reader);
+      keyed = SkipBlanks(reader) == ':';
+      reader.next += keyed ? 1 : 0;
+      meaning = RecallMeaning(key, place++, memory);
+    } else if (c == '"') {
+      TakeJsonText(reader, meaning, taken);
+      keyed = false;
+    } else if (c == '{' && keyed && meaning.opens) {
+      ++reader.next;
+      ++depth;
+      keyed = false;
+    } else if (c == '{') {
+      SkipNested(reader);
+      keyed = false;
+    } else if (c == '[') {
+      TakeList(reader, meaning, taken);
+      keyed = false;
+    } else if (c == '}' || c == ',' || c == ']' || c == ':') {
+      ++reader.next;
+      depth -= c == '}';
+      keyed = false;
+    } else {
+      TakeJsonWord(reader, keyed ? meaning : KeyMeaning{}, taken);
+      keyed = false;
+    }
+  }
+}
+
+bool SplitJson(std::string_view line, KeyMemory& memory, LineFields& fields) {
+  JsonReader reader = {line.data(), line.data() + line.size()};
+  if (SkipBlanks(reader) != '{') {
+    return false;
+  }
+  ++reader.next;
+  JsonFields taken = {fields, {}};
+  taken.ranks.fill(255);
+  TakeMembers(reader, memory, taken);
+  return true;
+}
+
+bool SplitLtsv(std::string_view line, LineFields& fields) {
+  if (line.substr(0, line.find('\t')).find(':') == std::string_view::npos) {
+    return false;
+  }
+  JsonFields taken = {fields, {}};
+  taken.ranks.fill(255);
+  while (!line.empty()) {
+    const std::string_view word = line.substr(0, line.find('\t'));
+    line.remove_prefix(std::min(line.size(), word.size() + 1));
+    const size_t colon = word.find(':');
+    if (colon != std::string_view::npos) {
+      std::string_view value = word.substr(colon + 1);
+      const KeyMeaning meaning = MeaningOfLabel(word.substr(0, colon));
+      if (meaning.field == Field::kMoment && value.starts_with('[') && value.ends_with(']')) {
+        value = value.substr(1, value.size() - 2);
+      }
+      Take(taken, meaning, value, false);
+    }
+  }
+  return true;
+}
+
+// --- Escapes --------------------------------------------------------------------
+
+static int HexDigit(char c) {
+  const char lower = ToLowerAscii(c);
+  return IsDigitAscii(c) ? c - '0' : lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+}
+
+// The character of four digits; -1 when they are none.
+static int32_t ReadFourDigits(const char* text, const char* end) {
+  int32_t code = 0;
+  if (end - text < 4) {
+    return -1;
+  }
+  for (int i = 0; i < 4; ++i) {
+    const int digit = HexDigit(text[i]);
+    if (digit < 0) {
+      return -1;
+    }
+    code = code * 16 + digit;
+  }
+  return code;
+}
+
+static char* PutUtf8(char* out, int32_t code) {
+  const auto put = [&out](int32_t byte) { *out++ = static_cast<char>(byte); };
+  if (code < 0x80) {
+    put(code);
+  } else if (code < 0x800) {
+    put(0xC0 | code >> 6);
+    put(0x80 | (code & 0x3F));
+  } else if (code < 0x10000) {
+    put(0xE0 | code >> 12);
+    put(0x80 | (code >> 6 & 0x3F));
+    put(0x80 | (code & 0x3F));
+  } else {
+    put(0xF0 | code >> 18);
+    put(0x80 | (code >> 12 & 0x3F));
+    put(0x80 | (code >> 6 & 0x3F));
+    put(0x80 | (code & 0x3F));
+  }
+  return out;
+}
+
+// One character out of "\uXXXX", or of a pair of them; returns how many bytes were read, 0 when it
+// is none that can stand in a text. It is never longer than its escape.
+static size_t DecodeCharacter(const char* escape, const char* end, int32_t& code) {
+  code = ReadFourDigits(escape + 2, end);
+  size_t read = 6;
+  if (code >= 0xD800 && code < 0xDC00) {
+    const int32_t low =
+        end - escape >= 12 && escape[6] == '\\' && escape[7] == 'u' ? ReadFourDigits(escape + 8, end) : -1;
+    if (low < 0xDC00 || low > 0xDFFF) {
+      return 0;
+    }
+    code = 0x10000 + ((code - 0xD800) << 10) + (low - 0xDC00);
+    read = 12;
+  }
+  const bool stray = code >= 0xDC00 && code < 0xE000;
+  return code < 0x20 || code == 0x7F || stray ? 0 : read;
+}
+
+size_t DecodeJsonText(char* text, size_t size) {
+  const char* const end = text + size;
+  char* out = text;
+  for (const char* in = text; in != end;) {
+    const char next = *in == '\\' && end - in > 1 ? in[1] : '\0';
+    int32_t code;
+    if (next == '"' || next == '\\' || next == '/') {
+      *out++ = next;
+      in += 2;
+    } else if (const size_t read = next == 'u' ? DecodeCharacter(in, end, code) : 0; read != 0) {
+      in += read;
+      out = PutUtf8(out, code);
+    } else {
+      *out++ = *in++;
+    }
+  }
+  return static_cast<size_t>(out - text);
+}
+
+// --- Envelopes ------------------------------------------------------------------
+
+std::string_view FindJsonText(std::string_view line, std::string_view key, bool& escaped) {
+  JsonReader reader = {line.data(), line.data() + line.size()};
+  if (SkipBlanks(reader) != '{') {
+    return {};
+  }
+  ++reader.next;
+  std::string_view last_key;
+  for (char c = SkipBlanks(reader); c != '\0' && c != '}'; c = SkipBlanks(reader)) {
+    if (c == '{' || c == '[') {
+      SkipNested(reader);
+    } else if (c != '"') {
+      ++reader.next;
+    } else {
+      const std::string_view text = TakeText(reader);
+      if (last_key.data() == nullptr && SkipBlanks(reader) == ':') {
+        last_key = text;
+        ++reader.next;
+        continue;
+      }
+      if (EqualIgnoreCase(last_key, key)) {
+        escaped = HasBackslash(text);
+        return text;
+      }
+    }
+    last_key = c == ',' || c == '"' || c == '{' || c == '[' ? std::string_view{} : last_key;
+  }
+  return {};
+}

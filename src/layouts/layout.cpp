@@ -1,0 +1,71 @@
+#include "layouts/layout.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "base/text.h"
+
+static bool IsNumber(std::string_view text) {
+  return !text.empty() && std::all_of(text.begin(), text.end(), IsDigitAscii);
+}
+
+bool IsStatus(std::string_view text) {
+  return text.empty() || text == "-" || text == "-1" || (text.size() <= 3 && IsNumber(text));
+}
+
+bool IsSize(std::string_view text) {
+  constexpr size_t kMostDigits = 18;
+  const std::string_view digits = text.substr(text.starts_with('+') ? 1 : 0);  // more may have followed
+  return text.empty() || text == "-" || text == "-1" || (digits.size() <= kMostDigits && IsNumber(digits));
+}
+
+static bool IsDash(std::string_view text) {
+  return text == "-";
+}
+
+static bool IsWord(std::string_view text) {
+  return memchr(text.data(), ' ', text.size()) == nullptr;
+}
+
+// A client without quotes and, but for lists of several, without blanks.
+static bool HoldsClient(const Layout& layout, const LineFields& fields) {
+  const std::string_view host = fields[Field::kHost];
+  const size_t odd = host.find_first_of(" \"");
+  // What is nobody and more was a field in front: "www.example.com 192.0.2.7 - ann".
+  const bool nobody_else = fields[Field::kUser].starts_with("- ");
+  return !nobody_else && (odd == std::string_view::npos || (odd > 0 && host[odd - 1] == ',')) &&
+         (!layout.writing.client_port || host.find(':') != std::string_view::npos);
+}
+
+// Where a site stands first, one with blanks, or no client behind it, was another field.
+static bool BeginsWithSite(const Layout& layout, const LineFields& fields) {
+  return !layout.writing.site_first ||
+         (!IsDash(fields[Field::kHost]) && IsWord(fields[Field::kHost]) && IsWord(fields[Field::kSite]));
+}
+
+static bool HoldsRequest(const LineFields& fields) {
+  const bool dated = fields[Field::kMoment].data() != nullptr ||
+                     (fields[Field::kDate].data() != nullptr && fields[Field::kTime].data() != nullptr);
+  const bool asked = fields[Field::kRequest].data() != nullptr || fields[Field::kUrl].data() != nullptr;
+  return dated && asked && IsStatus(fields[Field::kStatus]) && IsSize(fields[Field::kBytes]);
+}
+
+bool SplitBareLine(const Layout& layout, std::string_view line, SplitRoom& room, LineFields& fields) {
+  size_t fits;
+  switch (layout.kind) {
+    case LineKind::kJson:
+      // Lines of other kinds that servers write in JSON have no status.
+      return SplitJson(line, room.keys, fields) && HoldsRequest(fields) &&
+             fields[Field::kStatus].data() != nullptr;
+    case LineKind::kLtsv:
+      return SplitLtsv(line, fields) && HoldsRequest(fields) && fields[Field::kStatus].data() != nullptr;
+    default:
+      return SplitByPattern(layout.pattern, line, fields, fits) && HoldsRequest(fields) &&
+             HoldsClient(layout, fields) && BeginsWithSite(layout, fields);
+  }
+}
+
+bool SplitLine(const Layout& layout, std::string_view line, SplitRoom& room, LineFields& fields) {
+  line = Unwrap(layout.wrapper, line, room.unwrapped);
+  return line.data() != nullptr && SplitBareLine(layout, line, room, fields);
+}

@@ -1,0 +1,36 @@
+// What the fields of a log line mean, and the fields of one line.
+#pragma once
+
+#include <array>
+#include <bitset>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+enum class Field : uint8_t {
+  kIgnored,
+  kHost,     // the client's name or address, alone or the first of a list, with or without its port
+  kUser,     // who signed on
+  kSite,     // the virtual host, with or without its port
+  kMoment,   // date and time at once, in any form of moment.h
+  kDate,     // year, month, day
+  kTime,     // of a day that kDate names
+  kRequest,  // method, URL and protocol
+  kUrl,      // with or without a query
+  kQuery,    // what stands behind the "?" of the URL
+  kStatus,
+  kBytes,  // sent to the client
+  kReferrer,
+  kAgent,
+};
+inline constexpr size_t kFieldCount = static_cast<size_t>(Field::kAgent) + 1;
+
+// The texts of a line, by what they mean; absent (null) are those that the line lacks. They
+// lie in the line as they stand there.
+struct LineFields {
+  std::array<std::string_view, kFieldCount> texts;
+  std::bitset<kFieldCount> escaped;  // texts of JSON that hold its escapes
+
+  std::string_view& operator[](Field field) { return texts[static_cast<size_t>(field)]; }
+  const std::string_view& operator[](Field field) const { return texts[static_cast<size_t>(field)]; }
+};

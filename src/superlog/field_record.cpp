@@ -1,0 +1,337 @@
+#include "superlog/field_record.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+
+#include "base/url_decode.h"
+#include "dates/local_time.h"
+#include "layouts/moment.h"
+#include "layouts/recognition.h"
+#include "superlog/byte_scan.h"
+#include "superlog/kept_texts.h"
+#include "superlog/log_dates.h"
+#include "superlog/log_events.h"
+#include "superlog/log_format.h"
+#include "superlog/log_limits.h"
+#include "superlog/log_line.h"
+#include "superlog/odd_request.h"
+
+static constexpr size_t kMostLayouts = 6;  // of one file
+static_assert(kMostLayouts >= kWrapperCount);
+
+bool mLayoutsHold = false;
+static bool mUserLayout = false;  // the only one, in every file
+static std::array<Layout, kMostLayouts> mLayouts;
+static size_t mLayoutCount = 0;
+static size_t mLastLayout = 0;  // that explained a line
+static bool mNamesPending =
+    false;  // of a "#Fields:" line, whose first line of data tells what is between them
+static char mNames[kLongestLine + 1];
+static SplitRoom mRoom;
+
+// --- Texts of a record ------------------------------------------------------------
+
+// The views of this file look into the line buffer or into kept texts, which go on behind them.
+static char* Writable(std::string_view text) {
+  return const_cast<char*>(text.data());
+}
+
+// Whether a text lies in that line.
+static bool IsWithin(std::string_view line, std::string_view text) {
+  return !std::less<>()(text.data(), line.data()) && !std::less<>()(line.data() + line.size(), text.data());
+}
+
+static void Terminate(std::string_view& text, size_t length) {
+  text = text.substr(0, length);
+  Writable(text)[text.size()] = '\0';
+}
+
+static void TakeText(const LineFields& fields, Field field, std::string_view& text) {
+  text = fields[field];
+  if (text.data() == nullptr) {
+    return;
+  }
+  if (fields.escaped[static_cast<size_t>(field)]) {
+    text = {text.data(), DecodeJsonText(Writable(text), text.size())};
+  }
+  Terminate(text, std::min(text.find('\0'), text.size()));
+  if (text.empty() || text == "-") {
+    text = {};
+  }
+}
+
+static void CutToItem(std::string_view& text) {
+  if (text.size() > mLogLimits.item) {
+    Terminate(text, mLogLimits.item);
+  }
+}
+
+// The first client of a list.
+static void SettleClient(SuperLogRecord& record) {
+  if (record.host.data() != nullptr) {
+    Terminate(record.host, std::min(record.host.find(','), record.host.size()));
+    SettleHost(record);
+  }
+}
+
+// The path of "https://www.example.com:443/path"; anything else as it is.
+static std::string_view PathOf(std::string_view url) {
+  static char root[sizeof "/" + kScanOverread] = "/";
+  const size_t scheme = url.substr(0, 8).find("://");
+  if (scheme == std::string_view::npos) {
+    return url;
+  }
+  const size_t path = url.find_first_of("/?", scheme + 3);
+  return path == std::string_view::npos ? std::string_view{root} : url.substr(path);
+}
+
+static std::string_view QueryOf(const LineFields& fields) {
+  std::string_view query;
+  TakeText(fields, Field::kQuery, query);
+  query.remove_prefix(query.starts_with('?') ? 1 : 0);
+  return query;
+}
+
+static std::string_view UrlOfField(const Layout& layout, const LineFields& fields, std::string_view url) {
+  if (layout.writing.whole_urls || layout.kind == LineKind::kJson) {
+    url = PathOf(url);
+  }
+  const std::string_view query = QueryOf(fields);
+  return query.empty() || url.find('?') != std::string_view::npos ? url : CombineUrl(url, query);
+}
+
+static std::string_view UrlOfRequest(const Layout& layout, std::string_view request) {
+  std::string_view url = request;
+  TrimFullRequest(url);
+  if (!url.starts_with('/')) {
+    url = UrlOfOddRequest(url, request.data());
+  }
+  return layout.writing.whole_urls ? PathOf(url) : url;
+}
+
+static void SettleUrl(const Layout& layout, const LineFields& fields, std::string_view& url) {
+  TakeText(fields, Field::kUrl, url);
+  if (url.data() != nullptr) {
+    url = UrlOfField(layout, fields, url);
+    return;
+  }
+  TakeText(fields, Field::kRequest, url);
+  url = url.data() == nullptr ? kNoRequest : UrlOfRequest(layout, url);
+}
+
+static int HexDigit(char c) {
+  const char lower = ToLowerAscii(c);
+  return IsDigitAscii(c) ? c - '0' : lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+}
+
+// Decodes "%" and two digits in place; no character below a blank comes of it.
+static size_t DecodePercents(char* text, size_t size) {
+  size_t length = 0;
+  for (size_t i = 0; i < size; ++i) {
+    const int high = text[i] == '%' && i + 2 < size ? HexDigit(text[i + 1]) : -1;
+    const int low = high < 0 ? -1 : HexDigit(text[i + 2]);
+    const bool character = low >= 0 && high * 16 + low >= ' ';
+    text[length++] = character ? static_cast<char>(high * 16 + low) : text[i];
+    i += character ? 2 : 0;
+  }
+  text[length] = '\0';
+  return length;
+}
+
+// Writers of "%20" write no "+" for a blank; others write "+" alone.
+static void SettleAgent(const Layout& layout, std::string_view& agent) {
+  if (!layout.writing.encoded_agents || agent.data() == nullptr ||
+      agent.find(' ') != std::string_view::npos) {
+    return;
+  }
+  if (agent.find("%20") != std::string_view::npos) {
+    agent = {agent.data(), DecodePercents(Writable(agent), agent.size())};
+  } else {
+    agent = {agent.data(), decode(Writable(agent))};
+  }
+}
+
+// --- Time ---------------------------------------------------------------------------
+
+// A time of the common log format is read as those of all other logs are.
+static bool SettleMoment(const Layout& layout, const LineFields& fields, SuperLogRecord& record) {
+  std::string_view text = fields[Field::kMoment];
+  Moment moment =
+      text.data() != nullptr ? ReadMoment(text) : ReadDateAndTime(fields[Field::kDate], fields[Field::kTime]);
+  if (moment.form == MomentForm::kNone) {
+    return false;
+  }
+  if (layout.writing.utc && !moment.is_instant) {
+    moment.is_instant = true;
+    moment.instant = moment.as_utc;
+  }
+  if (moment.form == MomentForm::kCommonLog || !moment.is_instant) {
+    record.local = moment.parts;
+    return SettleTime(record);
+  }
+  record.time = moment.instant;
+  return moment.instant > 0 && TimeToLocal(moment.instant, record.local);
+}
+
+// --- Records ------------------------------------------------------------------------
+
+static int64_t NumberOf(std::string_view text) {
+  int64_t number = 0;
+  for (const char c : text) {
+    number = IsDigitAscii(c) ? number * 10 + (c - '0') : number;
+  }
+  return text.starts_with('-') ? 0 : number;
+}
+
+static void TakeAsked(const LineFields& fields, Field field, char letter, std::string_view& text) {
+  if (IsAsked(letter)) {
+    TakeText(fields, field, text);
+    CutToItem(text);
+  }
+}
+
+// False when the fields make no request, for want of a time.
+static bool SettleRecord(const Layout& layout, const LineFields& fields, SuperLogRecord& record) {
+  ClearRecord(record);
+  if (!SettleMoment(layout, fields, record)) {
+    return false;
+  }
+  record.status = NumberOf(fields[Field::kStatus]);
+  record.bytes = NumberOf(fields[Field::kBytes]);
+  SettleUrl(layout, fields, record.url);
+  CutToItem(record.url);
+  TakeAsked(fields, Field::kHost, 'h', record.host);
+  TakeAsked(fields, Field::kReferrer, 'f', record.referrer);
+  TakeAsked(fields, Field::kAgent, 'a', record.agent);
+  TakeAsked(fields, Field::kSite, 'm', record.realm);
+  TakeAsked(fields, Field::kUser, 'w', record.user);
+  SettleClient(record);
+  SettleAgent(layout, record.agent);
+  return true;
+}
+
+// --- The layouts of a file ------------------------------------------------------------
+
+void ForgetFileLayouts() {
+  mLayoutCount = mUserLayout ? kWrapperCount : 0;
+  mLayoutsHold = mUserLayout;
+  mLastLayout = 0;
+  mNamesPending = false;
+}
+
+void ResetLayouts() {
+  mUserLayout = false;
+  ForgetFileLayouts();
+}
+
+static void TellLayout(const Layout& layout) {
+  if (mLogEvents.format_recognised != nullptr) {
+    mLogEvents.format_recognised(layout.name.data());
+  }
+}
+
+// A file of ever more layouts keeps those that came first, and replaces the last one.
+static Layout& NextLayout() {
+  return mLayouts[std::min(mLayoutCount, kMostLayouts - 1)];
+}
+
+static void HoldNextLayout() {
+  mLastLayout = std::min(mLayoutCount, kMostLayouts - 1);
+  mLayoutCount = mLastLayout + 1;
+  mLayoutsHold = true;
+  TellLayout(mLayouts[mLastLayout]);
+}
+
+// A line of names tells nothing of what is between the fields: the first line of data does.
+static void MakeLayoutOfPendingNames(std::string_view line) {
+  mNamesPending = false;
+  const bool tabs = line.find('\t') != std::string_view::npos;
+  mLayoutCount = 0;
+  if (MakeLayoutOfNames(mNames, tabs, NextLayout())) {
+    HoldNextLayout();
+  }
+}
+
+bool TakeNamesOfFields(std::string_view names) {
+  if (mUserLayout || !MakeLayoutOfNames(names, false, NextLayout())) {
+    return false;
+  }
+  CopyText(mNames, names);
+  mNamesPending = mLayoutsHold = true;
+  return true;
+}
+
+bool TakeUserLayout(std::string_view text) {
+  Layout& layout = mLayouts[0];
+  const KnownLayout* const known = FindLayout(text);
+  if (known != nullptr) {
+    MakeLayout(*known, layout);
+  } else if (!MakeLayoutOfWords(text, layout)) {
+    return false;
+  }
+  for (int wrapper = 1; wrapper < kWrapperCount; ++wrapper) {
+    mLayouts[wrapper] = layout;
+    mLayouts[wrapper].wrapper = static_cast<Wrapper>(wrapper);
+  }
+  mUserLayout = true;
+  ForgetFileLayouts();
+  return true;
+}
+
+// As SplitLine does, but of a line that had to be written anew, the texts stay.
+static bool SplitAndKeep(const Layout& layout, std::string_view line, LineFields& fields) {
+  std::string_view bare = Unwrap(layout.wrapper, line, mRoom.unwrapped);
+  if (bare.data() == nullptr) {
+    return false;
+  }
+  if (IsWithin(line, bare)) {
+    return SplitBareLine(layout, bare, mRoom, fields);
+  }
+  char* const copy = RoomForText(bare.size());
+  bare = {copy, bare.copy(copy, bare.size())};
+  if (!SplitBareLine(layout, bare, mRoom, fields)) {
+    return false;
+  }
+  KeepText(copy, bare.size());
+  return true;
+}
+
+static bool SplitByHeld(std::string_view line, LineFields& fields) {
+  for (size_t i = 0; i < mLayoutCount; ++i) {
+    const size_t next = (mLastLayout + i) % mLayoutCount;
+    fields = {};
+    if (SplitAndKeep(mLayouts[next], line, fields)) {
+      mLastLayout = next;
+      return true;
+    }
+  }
+  return false;
+}
+
+static bool SplitByAny(std::string_view line, std::string_view ahead, LineFields& fields) {
+  if (mNamesPending) {
+    MakeLayoutOfPendingNames(line);
+  }
+  if (SplitByHeld(line, fields)) {
+    return true;
+  }
+  if (mUserLayout || !RecogniseLayout(line, ahead, mRoom, NextLayout())) {
+    return false;
+  }
+  HoldNextLayout();
+  fields = {};
+  return SplitAndKeep(mLayouts[mLastLayout], line, fields);
+}
+
+bool ParseByLayouts(std::string_view line, std::string_view ahead, SuperLogRecord& record) {
+  LineFields fields;
+  return SplitByAny(line, ahead, fields) && SettleRecord(mLayouts[mLastLayout], fields, record);
+}
+
+time_t TimeByLayouts(std::string_view line) {
+  SuperLogRecord record;
+  return ParseByLayouts(line, {}, record) ? record.time - mGmtOffset : 0;
+}

@@ -1,0 +1,37 @@
+// Records of logs whose layout is none of letters: those of the room of layouts. Inner header of
+// this folder.
+//
+// A file may hold lines of several layouts. Which ones is found out as they come: a line that none
+// of the layouts met so far explains is taken for one of another known layout when the lines ahead bear that
+// out.
+#pragma once
+
+#include <ctime>
+#include <string_view>
+
+#include "superlog/superlog.h"
+
+// Whether lines of the current file are split by layouts of the room.
+extern bool mLayoutsHold;
+
+// Fills record from the line, which lies in the line reader's buffer, when one of the layouts explains it, be
+// it one of those that hold or another that is recognised now, which holds from then on. False otherwise; the
+// line is then as it was. Ahead are lines behind it, as far as they are at hand.
+bool ParseByLayouts(std::string_view line, std::string_view ahead, SuperLogRecord& record);
+
+// The time of such a line without any GMT shift; 0 when none explains it.
+time_t TimeByLayouts(std::string_view line);
+
+// Forgets the layouts of the current file, but not those that the user has named.
+void ForgetFileLayouts();
+
+// Forgets these, too.
+void ResetLayouts();
+
+// Takes the names of a "#Fields:" line: the lines that follow are split by them. False when they do not
+// tell enough.
+bool TakeNamesOfFields(std::string_view names);
+
+// Takes the name of a known layout, or the words of a server, for all lines of all files. False, and nothing
+// changes, when the text is neither.
+bool TakeUserLayout(std::string_view text);

@@ -1,0 +1,122 @@
+#include "layouts/json_line.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+class SplitJsonTest : public testing::Test {
+ protected:
+  bool Split(std::string_view line) {
+    fields_ = {};
+    return SplitJson(line, *memory_, fields_);
+  }
+  std::string_view operator[](Field field) { return fields_[field]; }
+
+  std::unique_ptr<KeyMemory> memory_ = std::make_unique<KeyMemory>();
+  LineFields fields_;
+};
+
+TEST_F(SplitJsonTest, TakesTextsNumbersAndFirstTextsOfLists) {
+  ASSERT_TRUE(Split(
+      R"({"ts":1700000000.5,"request":{"remote_ip":"192.0.2.7","uri":"/a","headers":{"User-Agent":["x","y"]}},"status": 200 ,"size":12})"));
+  EXPECT_EQ((*this)[Field::kMoment], "1700000000.5");
+  EXPECT_EQ((*this)[Field::kHost], "192.0.2.7");
+  EXPECT_EQ((*this)[Field::kUrl], "/a");
+  EXPECT_EQ((*this)[Field::kAgent], "x");
+  EXPECT_EQ((*this)[Field::kStatus], "200");
+  EXPECT_EQ((*this)[Field::kBytes], "12");
+}
+
+TEST_F(SplitJsonTest, PassesOverWhatIsNoPartOfTheRequest) {
+  ASSERT_TRUE(
+      Split(R"({"resp_headers":{"status":"1","x":[{"uri":"/no}"}]},"status":404,"ok":true,"none":null})"));
+  EXPECT_EQ((*this)[Field::kStatus], "404");
+  EXPECT_EQ((*this)[Field::kUrl].data(), nullptr);
+}
+
+TEST_F(SplitJsonTest, PrefersTheKeysThatStandFirstInTheTable) {
+  Split(R"({"uri":"/a","request_uri":"/a?b=c"})");
+  EXPECT_EQ((*this)[Field::kUrl], "/a?b=c");
+  Split(R"({"request_uri":"/a?b=c","uri":"/a"})");
+  EXPECT_EQ((*this)[Field::kUrl], "/a?b=c");
+  Split(R"({"request_uri":"","uri":"/a"})");
+  EXPECT_EQ((*this)[Field::kUrl], "/a");
+}
+
+TEST_F(SplitJsonTest, TakesNoDurationForATime) {
+  Split(R"({"request_time":"0.046","time":"2024-01-01T10:00:00Z"})");
+  EXPECT_EQ((*this)[Field::kMoment], "2024-01-01T10:00:00Z");
+}
+
+TEST_F(SplitJsonTest, TakesAnyEscapeAndAnyByte) {
+  ASSERT_TRUE(Split("{\"agent\":\"a\\x22b\\\"\xFF\",\"status\":200}"));
+  EXPECT_EQ((*this)[Field::kAgent], "a\\x22b\\\"\xFF");
+  EXPECT_TRUE(fields_.escaped[static_cast<size_t>(Field::kAgent)]);
+  EXPECT_EQ((*this)[Field::kStatus], "200");
+}
+
+TEST_F(SplitJsonTest, GivesWhatABrokenLineHeld) {
+  ASSERT_TRUE(Split(R"({"status":200,"uri":"/a)"));
+  EXPECT_EQ((*this)[Field::kStatus], "200");
+  EXPECT_EQ((*this)[Field::kUrl], "/a");
+  EXPECT_TRUE(Split("{"));
+  EXPECT_FALSE(Split("[1]"));
+  EXPECT_FALSE(Split(""));
+}
+
+TEST_F(SplitJsonTest, RemembersKeysByTheirPlaces) {
+  for (int i = 0; i < 2; ++i) {
+    Split(R"({"status":200,"size":1})");
+    EXPECT_EQ((*this)[Field::kStatus], "200");
+    Split(R"({"size":2,"status":404})");
+    EXPECT_EQ((*this)[Field::kStatus], "404");
+    EXPECT_EQ((*this)[Field::kBytes], "2");
+  }
+}
+
+TEST_F(SplitJsonTest, NestsWithoutEnd) {
+  EXPECT_TRUE(Split(R"({"x":)" + std::string(60000, '[')));
+  EXPECT_TRUE(Split(std::string(60000, '{')));
+}
+
+TEST(SplitLtsv, TakesLabelsAndValues) {
+  LineFields fields = {};
+  ASSERT_TRUE(
+      SplitLtsv("time:[05/Mar/2024:07:06:11 +0000]\thost:192.0.2.7\treq:GET /a "
+                "HTTP/1.1\tstatus:200\tsize:12\tua:x:y\tbad",
+                fields));
+  EXPECT_EQ(fields[Field::kMoment], "05/Mar/2024:07:06:11 +0000");
+  EXPECT_EQ(fields[Field::kHost], "192.0.2.7");
+  EXPECT_EQ(fields[Field::kRequest], "GET /a HTTP/1.1");
+  EXPECT_EQ(fields[Field::kBytes], "12");
+  EXPECT_EQ(fields[Field::kAgent], "x:y");
+  EXPECT_FALSE(SplitLtsv("no label\tstatus:200", fields));
+}
+
+static std::string Decoded(std::string text) {
+  text.resize(DecodeJsonText(text.data(), text.size()));
+  return text;
+}
+
+TEST(DecodeJsonText, TakesEscapesOut) {
+  EXPECT_EQ(Decoded(R"(a\"b\\c\/d\u0026e)"), R"(a"b\c/d&e)");
+  EXPECT_EQ(Decoded(R"(\u00e4\u20ac\ud83d\ude00)"), "\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80");
+}
+
+TEST(DecodeJsonText, LeavesWhatIsNoneOrNoText) {
+  for (const char* text : {R"(\x22)", R"(\n)", R"(\u000a)", R"(\u0000)", R"(\u12)", R"(\ud83d)", R"(\ude00x)",
+                           R"(\u12g4)", "\\"}) {
+    EXPECT_EQ(Decoded(text), text);
+  }
+}
+
+TEST(FindJsonText, FindsATextOfTheOuterObjectAlone) {
+  bool escaped = true;
+  EXPECT_EQ(FindJsonText(R"({"a":1,"b":{"message":"no"},"message":"yes","log":"x"})", "message", escaped),
+            "yes");
+  EXPECT_FALSE(escaped);
+  EXPECT_EQ(FindJsonText(R"({"MESSAGE":"a\"b"})", "message", escaped), R"(a\"b)");
+  EXPECT_TRUE(escaped);
+  EXPECT_EQ(FindJsonText(R"({"a":"message","b":"c"})", "message", escaped).data(), nullptr);
+  EXPECT_EQ(FindJsonText("message", "message", escaped).data(), nullptr);
+}

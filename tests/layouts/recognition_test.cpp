@@ -1,0 +1,100 @@
+#include "layouts/recognition.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+class RecognitionTest : public testing::Test {
+ protected:
+  std::string Recognised(std::string_view line, std::string_view ahead = "") {
+    const bool found = RecogniseLayout(line, ahead, *room_, *layout_);
+    return found ? std::string(layout_->name) : "none";
+  }
+
+  std::unique_ptr<SplitRoom> room_ = std::make_unique<SplitRoom>();
+  std::unique_ptr<Layout> layout_ = std::make_unique<Layout>();
+};
+
+static std::string SquidLine(std::string_view status) {
+  return "1709622371.123 1 192.0.2.7 TCP/" + std::string(status) + " 12 GET /a - X/- -\n";
+}
+
+static std::string Repeated(std::string_view text, size_t times) {
+  std::string all;
+  for (size_t i = 0; i < times; ++i) {
+    all += text;
+  }
+  return all;
+}
+
+TEST_F(RecognitionTest, WantsNinetyFiveOfAHundredLinesToAgree) {
+  const std::string line = SquidLine("200").substr(0, SquidLine("200").size() - 1);
+  EXPECT_EQ(Recognised(line, Repeated(SquidLine("200"), 94) + Repeated(SquidLine("OK"), 5)), "squid");
+  EXPECT_EQ(Recognised(line, Repeated(SquidLine("200"), 93) + Repeated(SquidLine("OK"), 6)), "none");
+}
+
+TEST_F(RecognitionTest, LooksAtTwoHundredLines) {
+  const std::string line = SquidLine("200").substr(0, SquidLine("200").size() - 1);
+  EXPECT_EQ(Recognised(line, Repeated(SquidLine("200"), 199) + Repeated(SquidLine("OK"), 1000)), "squid");
+}
+
+TEST_F(RecognitionTest, PassesOverLinesOfOtherKinds) {
+  const std::string line = SquidLine("200").substr(0, SquidLine("200").size() - 1);
+  EXPECT_EQ(Recognised(line, Repeated("the server was stopped\n# a comment\n\n", 100) + SquidLine("404")),
+            "squid");
+}
+
+TEST_F(RecognitionTest, LeavesOutALineThatBreaksOff) {
+  const std::string line = SquidLine("200").substr(0, SquidLine("200").size() - 1);
+  EXPECT_EQ(Recognised(line, "1709622371.123 1 192.0.2.7 TCP/2x"), "squid");
+}
+
+TEST_F(RecognitionTest, TellsWhatIsAroundTheLines) {
+  EXPECT_EQ(Recognised("Feb  2 04:05:24 host squid[1]: " + SquidLine("200").substr(0, 50)), "squid");
+  EXPECT_EQ(layout_->wrapper, Wrapper::kSyslog);
+  EXPECT_EQ(
+      Recognised(
+          R"({"log":"192.0.2.7 - - [05/Mar/2024:07:06:11 +0000] \"GET / HTTP/1.1\" 200 1\n","stream":"stdout"})"),
+      "combined");
+  EXPECT_EQ(layout_->wrapper, Wrapper::kMessage);
+  EXPECT_EQ(
+      Recognised(R"("192.0.2.7 - - [05/Mar/2024:07:06:11 +0000] ""GET / HTTP/1.1"" 200 1 ""-"" ""x""")"),
+      "combined");
+  EXPECT_EQ(layout_->wrapper, Wrapper::kQuotes);
+  EXPECT_EQ(
+      Recognised(
+          R"(2024-03-05T07:06:11Z stdout F [2024-03-05T07:06:11.123Z] "GET /a HTTP/2" 200 - 154 12 226 100 "192.0.2.7, 192.0.2.8" "Lynx" "c" "www.example.com" "x")"),
+      "envoy");
+  EXPECT_EQ(layout_->wrapper, Wrapper::kIsoHead);
+}
+
+TEST_F(RecognitionTest, TakesAnyTextForARequest) {
+  EXPECT_EQ(
+      Recognised(
+          R"(www.example.com 192.0.2.7 - - [05/Mar/2024:07:06:11 +0000] "\x16\x03\x01" 400 12 "-" "-")"),
+      "vhost_combined");
+  EXPECT_EQ(Recognised("www.example.com 192.0.2.7 - - [05/Mar/2024:07:06:11 +0000] \"\xFF\xFE\" 400 12"),
+            "vhost_combined");
+}
+
+TEST_F(RecognitionTest, NeverGuesses) {
+  for (const char* line :
+       {"", "a b c d e f g h", R"({"level":"info","msg":"started"})", "2024-03-05 07:06:11 [info] GET /a 200",
+        R"(192.0.2.7 - - [99/Mar/2024:07:06:11 +0000] "GET / HTTP/1.1" 200 1)"}) {
+    EXPECT_EQ(Recognised(line), "none") << line;
+  }
+}
+
+TEST_F(RecognitionTest, LeavesTheLayoutWhenNoneIsFound) {
+  EXPECT_EQ(Recognised("1709622371.123 1 192.0.2.7 TCP/200 12 GET /a - X/- -"), "squid");
+  EXPECT_EQ(Recognised("nothing"), "none");
+  EXPECT_EQ(layout_->name, "squid");
+}
+
+TEST_F(RecognitionTest, FindsTheNearestMiss) {
+  const NearMiss miss = FindNearMiss("1709622371.123 1 192.0.2.7 TCP/200 12", *room_);
+  ASSERT_NE(miss.layout, nullptr);
+  EXPECT_EQ(miss.layout->name, "squid");
+  EXPECT_EQ(miss.fits, 5U);
+  EXPECT_EQ(FindNearMiss("", *room_).layout, nullptr);
+}

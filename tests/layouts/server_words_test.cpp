@@ -1,0 +1,107 @@
+#include "layouts/server_words.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+class CompileWordsTest : public testing::Test {
+ protected:
+  // The fields of a line by a layout in words, as "host|user|site|moment|...", without those that it lacks.
+  std::string Read(std::string_view words, std::string_view line) {
+    static auto pattern = std::make_unique<Pattern>();
+    if (!CompileWords(words, *pattern)) {
+      return "no words";
+    }
+    LineFields fields = {};
+    size_t fits;
+    if (!SplitByPattern(*pattern, line, fields, fits)) {
+      return "does not fit";
+    }
+    std::string all;
+    for (const std::string_view text : fields.texts) {
+      all += text.data() == nullptr ? "" : std::string(text) + "|";
+    }
+    return all;
+  }
+};
+
+static constexpr const char* kLine =
+    R"(192.0.2.7 - ann [05/Mar/2024:07:06:11 +0000] "GET /a HTTP/1.1" 200 12 "http://example.com/" "Lynx")";
+static constexpr const char* kRead =
+    "192.0.2.7|ann|05/Mar/2024:07:06:11 +0000|GET /a HTTP/1.1|200|12|http://example.com/|Lynx|";
+
+TEST_F(CompileWordsTest, ReadsApacheWords) {
+  EXPECT_EQ(Read(R"(%h %l %u %t "%r" %>s %b "%{Referer}i" "%{User-Agent}i")", kLine), kRead);
+  EXPECT_EQ(Read(R"(%h %l %u %t \"%r\" %>s %O \"%{Referer}i\" \"%{User-agent}i\")", kLine), kRead);
+  EXPECT_EQ(Read("  LogFormat \"%h %l %u %t \\\"%r\\\" %>s %b \\\"%{Referer}i\\\" \\\"%{User-Agent}i\\\"\" "
+                 "combined\n",
+                 kLine),
+            kRead);
+  EXPECT_EQ(Read(R"(CustomLog /var/log/a.log "%h %l %u %t \"%r\" %>s %b \"%{Referer}i\" \"%{User-Agent}i\"")",
+                 kLine),
+            kRead);
+}
+
+TEST_F(CompileWordsTest, ReadsTimesThatApacheWritesOtherwise) {
+  EXPECT_EQ(Read("%{%Y-%m-%d %H:%M:%S}t %a %m %U%q %s", "2024-03-05 07:06:11 192.0.2.7 GET /a?b 200"),
+            "192.0.2.7|2024-03-05|07:06:11|/a?b|200|");
+  EXPECT_EQ(Read("%{msec}t %{c}a %U %!200,304s", "1700000000123 192.0.2.7 /a 404"),
+            "192.0.2.7|1700000000123|/a|404|");
+  EXPECT_EQ(Read("[%{%d/%b/%Y %T}t.%{msec_frac}t %{%z}t] %v:%p %U %s",
+                 "[05/Mar/2024 07:06:11.123 +0000] www.example.com:80 /a 200"),
+            "www.example.com|05/Mar/2024 07:06:11|/a|200|");
+}
+
+TEST_F(CompileWordsTest, ReadsNginxWords) {
+  EXPECT_EQ(
+      Read(
+          R"($remote_addr - $remote_user [$time_local] "$request" $status $body_bytes_sent "$http_referer" "${http_user_agent}")",
+          kLine),
+      kRead);
+  EXPECT_EQ(Read("log_format main '$remote_addr - $remote_user [$time_local] \"$request\" '\n"
+                 "                '$status $body_bytes_sent \"$http_referer\" '\n"
+                 "                '\"$http_user_agent\"';\n",
+                 kLine),
+            kRead);
+  EXPECT_EQ(Read("'$remote_addr - $remote_user [$time_local] \"$request\" '\n"
+                 "'$status $body_bytes_sent \"$http_referer\" \"$http_user_agent\"'",
+                 kLine),
+            kRead);
+  EXPECT_EQ(Read("log_format json escape=json "
+                 "'{\"time\":\"$time_iso8601\",\"uri\":\"$request_uri\",\"status\":$status}';",
+                 R"({"time":"2024-03-05T07:06:11Z","uri":"/a","status":200})"),
+            "2024-03-05T07:06:11Z|/a|200|");
+  EXPECT_EQ(Read("$time_iso8601\\t$uri\\t$status", "2024-03-05T07:06:11Z\t/a\t200"),
+            "2024-03-05T07:06:11Z|/a|200|");
+}
+
+TEST_F(CompileWordsTest, ReadsHaproxyWords) {
+  const char* const words =
+      "log-format \"%ci:%cp [%tr] %ft %b/%s %TR/%Tw/%Tc/%Tr/%Ta %ST %B %CC %CS %tsc %ac/%fc/%bc/%sc/%rc "
+      "%sq/%bq %hr %hs %{+Q}r\"";
+  EXPECT_EQ(
+      Read(
+          words,
+          R"(192.0.2.7:33317 [06/Feb/2009:12:14:14.655] in be/s1 10/0/30/69/109 200 2750 - - ---- 1/1/1/1/0 0/0 "GET /a HTTP/1.1")"),
+      "192.0.2.7:33317|06/Feb/2009:12:14:14.655|GET /a HTTP/1.1|200|2750|");
+  EXPECT_EQ(
+      Read(
+          words,
+          R"(192.0.2.7:33317 [06/Feb/2009:12:14:14.655] in be/s1 10/0/30/69/109 200 2750 - - ---- 1/1/1/1/0 0/0 {a|b c} {} "GET /a HTTP/1.1")"),
+      "192.0.2.7:33317|06/Feb/2009:12:14:14.655|GET /a HTTP/1.1|200|2750|");
+  EXPECT_EQ(Read("%Ts %[src] %HU %[status]", "1700000000 192.0.2.7 /a 200"), "192.0.2.7|1700000000|/a|200|");
+}
+
+TEST_F(CompileWordsTest, RefusesWhatIsNoLayout) {
+  for (const char* words :
+       {"", "combined", "100%", "$", "%", "%h %l", "log_format main ", "LogFormat", "%{", "%[", "${", "\\"}) {
+    EXPECT_EQ(Read(words, kLine), "no words") << words;
+  }
+}
+
+TEST(WhoseWords, TellsServersByHowTheyNameFields) {
+  EXPECT_EQ(WhoseWords("$a"), Words::kNginx);
+  EXPECT_EQ(WhoseWords("%h"), Words::kApache);
+  EXPECT_EQ(WhoseWords("%ci"), Words::kHaproxy);
+  EXPECT_EQ(WhoseWords("h"), Words::kNone);
+}

@@ -1,0 +1,173 @@
+#include "superlog/field_record.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "cgi/settings.h"
+#include "dates/local_time.h"
+#include "log_text.h"
+#include "superlog/log_dates.h"
+#include "superlog/log_format.h"
+#include "superlog/log_limits.h"
+#include "superlog/log_line.h"
+#include "superlog/superlog.h"
+
+// Records as "host site user time url status bytes referrer agent", "~" for a text that is absent.
+class FieldRecordTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    ResetSuperLog();
+    setenv("TZ", "UTC", 1);
+    mLogLimits = kModernLimits;
+    InitLogDates();
+  }
+  void TearDown() override { ResetSuperLog(); }
+
+  static std::string Shown(std::string_view text) {
+    if (text.data() == nullptr) {
+      return "~";
+    }
+    EXPECT_EQ(text.data()[text.size()], '\0');
+    return std::string(text);
+  }
+
+  static std::vector<std::string> Read(const std::string& log) {
+    OpenLogText(log);
+    ResetFileFormat();
+    std::vector<std::string> records;
+    for (SuperLogRecord record; SuperLog_ParseNextLine(record);) {
+      records.push_back(Shown(record.host) + " " + Shown(record.realm) + " " + Shown(record.user) + " " +
+                        std::to_string(record.time) + " " + Shown(record.url) + " " +
+                        std::to_string(record.status) + " " + std::to_string(record.bytes) + " " +
+                        Shown(record.referrer) + " " + Shown(record.agent));
+    }
+    CloseLog();
+    return records;
+  }
+
+  using Records = std::vector<std::string>;
+};
+
+// 1709622371 is 2024-03-05 07:06:11 UTC.
+static const std::string kVhost =
+    R"(www.example.com:80 192.0.2.7 - ann [05/Mar/2024:07:06:11 +0000] "GET /a HTTP/1.1" 200 12 "http://example.com/" "Lynx x")"
+    "\n";
+static const std::string kCombined =
+    R"(192.0.2.7 - ann [05/Mar/2024:07:06:11 +0000] "GET /b HTTP/1.1" 200 12 "-" "Lynx x")"
+    "\n";
+static const std::string kJson =
+    R"({"ts":1709622371.9,"request":{"remote_ip":"192.0.2.7","host":"www.example.com","uri":"/c?d=\"\u0026","headers":{"User-Agent":["Lynx \"x\""]}},"status":200,"size":12})"
+    "\n";
+static const std::string kSquid =
+    "1709622371.123   1 192.0.2.7 TCP/200 12 GET http://www.example.com/e - X/- -\n";
+
+static const std::string kVhostRead =
+    "192.0.2.7 www.example.com:80 ann 1709622371 /a 200 12 http://example.com/ Lynx x";
+static const std::string kCombinedRead = "192.0.2.7 ~ ann 1709622371 /b 200 12 ~ Lynx x";
+static const std::string kJsonRead = "192.0.2.7 www.example.com ~ 1709622371 /c?d=\"& 200 12 ~ Lynx \"x\"";
+static const std::string kSquidRead = "192.0.2.7 ~ ~ 1709622371 http://www.example.com/e 200 12 ~ ~";
+
+TEST_F(FieldRecordTest, ReadsALayoutOfTheRoom) {
+  EXPECT_EQ(Read(kVhost + kVhost), (Records{kVhostRead, kVhostRead}));
+  EXPECT_EQ(SuperLog_GetLinesNotUnderstood(), 0);
+}
+
+TEST_F(FieldRecordTest, FollowsChangesInMidFile) {
+  EXPECT_EQ(Read(kJson + kSquid + kVhost + kJson), (Records{kJsonRead, kSquidRead, kVhostRead, kJsonRead}));
+}
+
+// The letters of the common log format have "-" of identd for the realm, which is absent.
+TEST_F(FieldRecordTest, FollowsChangesBehindLettersToo) {
+  EXPECT_EQ(Read(kCombined + kJson + kVhost + kCombined + kSquid),
+            (Records{kCombinedRead, kJsonRead, kVhostRead, kCombinedRead, kSquidRead}));
+  EXPECT_EQ(Read("the server was started, once again, for all\n" + kCombined), (Records{kCombinedRead}));
+}
+
+TEST_F(FieldRecordTest, CountsLinesThatNoLayoutExplains) {
+  EXPECT_EQ(Read("started\n" + kJson + "{\"msg\":\"reloaded\"}\n" + kJson + "stopped\n"),
+            (Records{kJsonRead, kJsonRead}));
+  EXPECT_EQ(SuperLog_GetLinesNotUnderstood(), 3);
+}
+
+TEST_F(FieldRecordTest, TakesNamesOfFieldsWithBlanksOrTabs) {
+  const std::string names =
+      "#Fields: date time c-ip cs-uri-stem cs-uri-query sc-status sc-bytes cs(User-Agent)\n";
+  EXPECT_EQ(Read(names + "2024-03-05 07:06:11 192.0.2.7 /a b=c 200 12 Lynx+x\n"),
+            (Records{"192.0.2.7 ~ ~ 1709622371 /a?b=c 200 12 ~ Lynx x"}));
+  EXPECT_EQ(Read(names + "2024-03-05\t07:06:11\t192.0.2.7\t/a\t-\t200\t12\tLynx%20a+b\n"),
+            (Records{"192.0.2.7 ~ ~ 1709622371 /a 200 12 ~ Lynx a+b"}));
+}
+
+TEST_F(FieldRecordTest, TakesPortsOffClients) {
+  const std::string tail =
+      " - -1 -1 -1 502 - - 12 \"GET https://www.example.com:443/a?b HTTP/1.1\" \"Lynx\" - -\n";
+  const std::string head = "https 2024-03-05T07:06:11.1Z app/lb/1 ";
+  const std::string rest = " ~ ~ 1709622371 /a?b 502 12 ~ Lynx";
+  EXPECT_EQ(Read(head + "192.0.2.7:40512" + tail), (Records{"192.0.2.7" + rest}));
+  EXPECT_EQ(Read(head + "[2001:db8::7]:40512" + tail), (Records{"2001:db8::7" + rest}));
+  EXPECT_EQ(Read(head + "2001:db8::7" + tail), (Records{"2001:db8::7" + rest}));
+}
+
+TEST_F(FieldRecordTest, HonoursTheZoneOfIsoTimesAndNoneOfOthers) {
+  setenv("TZ", "CET-1", 1);
+  InitLogDates();
+  const auto time_of = [](const std::string& time) {
+    const Records records = Read(R"({"time":")" + time + R"(","uri":"/a","status":200})" + "\n");
+    return records.size() == 1 ? records[0].substr(6, 10) : "none";
+  };
+  EXPECT_EQ(time_of("2024-03-05T02:06:11-05:00"), "1709622371");
+  EXPECT_EQ(time_of("2024-03-05T08:06:11"), "1709622371");
+  EXPECT_EQ(time_of("1709622371"), "1709622371");
+  EXPECT_EQ(time_of("1709622371000"), "1709622371");
+  EXPECT_EQ(time_of("1709622371000000000"), "1709622371");
+}
+
+TEST_F(FieldRecordTest, CutsLongTexts) {
+  const std::string url = "/" + std::string(3000, 'u');
+  const Records records = Read(R"({"ts":1709622371,"uri":")" + url + R"(","args":"b","status":200})" + "\n");
+  ASSERT_EQ(records.size(), 1U);
+  EXPECT_NE(records[0].find(" " + url.substr(0, 2048) + " 200"), std::string::npos);
+}
+
+TEST_F(FieldRecordTest, LeavesOutTextsThatNobodyAsksFor) {
+  SuperLog_AskFor({.host = false, .referrer = true, .agent = false, .realm = true, .user = true});
+  EXPECT_EQ(Read(kVhost), (Records{"~ www.example.com:80 ann 1709622371 /a 200 12 http://example.com/ ~"}));
+}
+
+TEST_F(FieldRecordTest, TakesALayoutByNameOrInWords) {
+  ASSERT_TRUE(TakeUserLayout("squid"));
+  EXPECT_EQ(Read(kSquid + kJson), (Records{kSquidRead}));
+  ASSERT_TRUE(TakeUserLayout("$status $msec $uri $remote_addr"));
+  EXPECT_EQ(Read("200 1709622371.1 /a 192.0.2.7\nFeb  2 04:05:24 host web[1]: 404 1709622371 /b 192.0.2.7\n"),
+            (Records{"192.0.2.7 ~ ~ 1709622371 /a 200 0 ~ ~", "192.0.2.7 ~ ~ 1709622371 /b 404 0 ~ ~"}));
+  EXPECT_FALSE(TakeUserLayout("no such layout"));
+  ResetLayouts();
+  EXPECT_EQ(Read(kJson), (Records{kJsonRead}));
+}
+
+TEST_F(FieldRecordTest, WeighsLettersAndNamesByTheirLevels) {
+  SuperLog_SetLogFormat("squid", kLevelGlobalKey);
+  SuperLog_SetLogFormat("T0hu", kLevelForm);
+  EXPECT_TRUE(SuperLog_BeginLayout());
+  EXPECT_EQ(Read(kSquid), (Records{kSquidRead}));
+  SuperLog_SetLogFormat("T0hu", kLevelAccount);
+  EXPECT_TRUE(SuperLog_BeginLayout());
+  EXPECT_EQ(Read("1709622371\t192.0.2.7\t/a\n"), (Records{"192.0.2.7 ~ ~ 1709622371 /a 0 0 ~ ~"}));
+  SuperLog_SetLogFormat("nonsense", kLevelAccount);
+  EXPECT_FALSE(SuperLog_BeginLayout());
+}
+
+TEST_F(FieldRecordTest, LeavesTheClassicLimitsAlone) {
+  mLogLimits = kClassicLimits;
+  SuperLog_SetLogFormat("squid", kLevelForm);
+  EXPECT_TRUE(Read(kJson + kSquid).empty());
+}
+
+TEST_F(FieldRecordTest, TellsTheTimeOfALine) {
+  std::string line = kSquid.substr(0, kSquid.size() - 1) + std::string(64, '\0');
+  EXPECT_EQ(TimeByLayouts(std::string_view(line).substr(0, kSquid.size() - 1)), 1709622371);
+  EXPECT_EQ(TimeByLayouts("nothing"), 0);
+}
