@@ -9,7 +9,7 @@
 #include "support.h"
 
 static void CheckText(std::string_view text) {
-  REQUIRE(text.data() == nullptr || (text.size() <= mLogLimits.item && strlen(text.data()) == text.size()));
+  REQUIRE(text.size() <= mLogLimits.item && text.find('\0') == std::string_view::npos);
 }
 
 static void CheckRecognition(std::string_view log) {
