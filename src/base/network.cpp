@@ -50,7 +50,8 @@ bool ParseAddress(std::string_view text, Address& address) {
 static constexpr int kGroups = 8;
 
 static unsigned GroupOf(const Address& address, int group) {
-  return address.bytes[2 * group] * 256U + address.bytes[2 * group + 1];
+  const auto first = static_cast<size_t>(group) * 2;
+  return address.bytes[first] * 256U + address.bytes[first + 1];
 }
 
 // Groups of an address, from first up to end.

@@ -1,7 +1,9 @@
 #include "layouts/key_names.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
+#include <iterator>
 #include <span>
 
 #include "base/text.h"
@@ -231,12 +233,8 @@ static constexpr std::array<uint8_t, kSlots> MakeSlots() {
 static constexpr std::array<uint8_t, kSlots> kNameSlots = MakeSlots();
 
 static bool Opens(std::string_view key) {
-  for (const std::string_view name : kOpening) {
-    if (IsName(name, key)) {
-      return true;
-    }
-  }
-  return false;
+  return std::any_of(std::begin(kOpening), std::end(kOpening),
+                     [key](std::string_view name) { return IsName(name, key); });
 }
 
 static constexpr size_t kLongestKey = 64;

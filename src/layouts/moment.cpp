@@ -109,8 +109,8 @@ static bool TakeZone(Reader& reader, int& offset) {
 static Moment SettleParts(MomentForm form, const tm& parts, Reader& reader) {
   Moment moment = {.form = form, .parts = parts};
   moment.parts.tm_isdst = -1;
-  moment.as_utc =
-      NumberOfDay(DateOf(parts)) * 86400 + parts.tm_hour * 3600 + parts.tm_min * 60 + parts.tm_sec;
+  moment.as_utc = NumberOfDay(DateOf(parts)) * 86400 + parts.tm_hour * int64_t{3600} +
+                  parts.tm_min * int64_t{60} + parts.tm_sec;
   reader.Take(' ');
   int offset;
   moment.is_instant = TakeZone(reader, offset);

@@ -124,8 +124,9 @@ static void PutReferrers(Sink& sink, SectionRow& row) {
 }
 
 static void PutRow(Sink& sink, const Section& section, SectionRow& row) {
+  const bool is_address = row.site != nullptr;
   PutItem(sink, row.item);
-  if (row.site != nullptr) {
+  if (is_address) {
     PutShown(sink, row.item);
   }
   PutCount(sink, row.count, row.share);
@@ -137,7 +138,7 @@ static void PutRow(Sink& sink, const Section& section, SectionRow& row) {
     Put(sink, ", \"engine\": ");
     PutJson(sink, row.engine);
   }
-  if (HasLink(row)) {
+  if (is_address && HasLink(row)) {
     Put(sink, ", \"url\": \"");
     PutJsonAddress(sink, row.site, row.item);
     Put(sink, "\"");
