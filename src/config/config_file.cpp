@@ -62,9 +62,9 @@ static void StoreTrustedProxies(Reading& reading, char* value) {
 }
 
 // A layout in words holds "=" and quotes and goes over lines: a file of its own has room for it.
-static void ApplyLogFormatFile(Reading& reading, char* value) {
+static void TakeLayoutFile(const char* path) {
   TextFile file;
-  if (!reading.settings.rules.later_names || !OpenTextFile(file, value)) {
+  if (!OpenTextFile(file, path)) {
     return;
   }
   char text[kLongestLayoutText + 1];
@@ -77,6 +77,13 @@ static void ApplyLogFormatFile(Reading& reading, char* value) {
   }
   CloseTextFile(file);
   SuperLog_SetLayoutText({text, size}, kLevelGlobalKey);
+}
+
+template <auto kTake>
+static void TakeWhereKnown(Reading& reading, char* value) {
+  if (reading.settings.rules.later_names) {
+    kTake(value);
+  }
 }
 
 static bool CanBeAccount(std::string_view name) {
@@ -170,7 +177,7 @@ static const ConfigKey kConfigKeys[] = {
     {"FixGmt", SetLogOption<SuperLog_SetFixGmt>},
     {"DateFormat", SetLogOption<SuperLog_SetDateFormat>},
     {"LogFormat", SetLogOption<SuperLog_SetLogFormat>},
-    {"LogFormatFile", ApplyLogFormatFile},
+    {"LogFormatFile", TakeWhereKnown<TakeLayoutFile>},
     {"ExtraHeader", SetExtraText<log_SetExtraHeader>},
     {"ExtraFooter", SetExtraText<log_SetExtraFooter>},
     {"SmartParsing", ApplySmartParsing},

@@ -1,5 +1,7 @@
 #include <dlfcn.h>
 
+#include <algorithm>
+
 #include "unpack/codec.h"
 
 bool LoadLibrary(const char* library, std::span<const LibraryFunction> functions) {
@@ -7,11 +9,8 @@ bool LoadLibrary(const char* library, std::span<const LibraryFunction> functions
   if (handle == nullptr) {
     return false;
   }
-  for (const LibraryFunction& function : functions) {
+  return std::all_of(functions.begin(), functions.end(), [handle](const LibraryFunction& function) {
     *function.address = dlsym(handle, function.name);
-    if (*function.address == nullptr) {
-      return false;
-    }
-  }
-  return true;
+    return *function.address != nullptr;
+  });
 }
