@@ -52,7 +52,7 @@ static std::string SoundEntry() {
 }
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  static const int registered = atexit(RemoveStore);
+  static const int registered = (Folder(), atexit(RemoveStore));  // the folder's name must live until then
   REQUIRE(registered == 0);
   OpenStore(Folder().c_str(), 77);
   const std::string sound = SoundEntry();

@@ -155,7 +155,7 @@ TEST(ParseFieldWithEscapes, PortBehindABracketIsNoField) {
 }
 
 TEST(ParseFieldWithEscapes, EqualsThePlainRulesOverRandomLines) {
-  const std::string alphabet = "abc    \"\"\"\\\\\\'[]";
+  const std::string alphabet = "abc    \"\"\"\\\\\\'[]]::";
   std::mt19937 random(8);
   for (int i = 0; i < 30000; ++i) {
     std::string line(random() % 60, '\0');

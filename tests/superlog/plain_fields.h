@@ -57,6 +57,9 @@ inline Values SplitEscapedPlainly(const std::string& line, bool cut) {
     }
     values.push_back(line.substr(start, stop - start));
     at = stop + 1;
+    if (opening == '[' && at < line.size() && line[at] == ':') {
+      at = std::min(line.find(' ', at), line.size());
+    }
     if (bracketed && at < line.size() && line[at] == ' ') {
       ++at;
     }
