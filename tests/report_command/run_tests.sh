@@ -1216,7 +1216,9 @@ test_log_format_by_name() {
   run --log-format squid access.log
   expect_records 1 2023-11-14 2023-11-14
   run --log-format ltsv access.log
-  expect_error 1 'no line'
+  expect_status 1
+  expect_in err 'orvellis-report: access.log: 1 line, none understood: 1700000000.123 '
+  expect_in err 'no line is recognised as a request'
 }
 
 # ---- Failures of the machine ---------------------------------------------------------------
