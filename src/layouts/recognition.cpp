@@ -1,6 +1,7 @@
 #include "layouts/recognition.h"
 
 #include <array>
+#include <span>
 
 #include "layouts/moment.h"
 
@@ -11,7 +12,8 @@ bool HoldsTime(const LineFields& fields) {
              .form != MomentForm::kNone;
 }
 
-std::span<const Layout> ReadyLayouts() {
+// The known layouts, ready to split lines with; made once.
+static std::span<const Layout> ReadyLayouts() {
   static std::array<Layout, kMostKnownLayouts> layouts;
   static size_t count = 0;
   if (count == 0) {
@@ -109,22 +111,4 @@ bool RecogniseLayout(std::string_view line, std::string_view ahead, SplitRoom& r
     }
   }
   return false;
-}
-
-NearMiss FindNearMiss(std::string_view line, SplitRoom& room) {
-  NearMiss nearest;
-  for (int wrapper = 0; wrapper < kWrapperCount; ++wrapper) {
-    const std::string_view inner = Unwrap(static_cast<Wrapper>(wrapper), line, room.unwrapped);
-    for (const Layout& layout : ReadyLayouts()) {
-      LineFields fields = {};
-      size_t fits = 0;
-      if (inner.data() != nullptr && layout.kind == LineKind::kPattern) {
-        SplitByPattern(layout.pattern, inner, fields, fits);
-      }
-      if (fits > nearest.fits) {
-        nearest = {&layout, fits};
-      }
-    }
-  }
-  return nearest;
 }

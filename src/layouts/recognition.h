@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstddef>
-#include <span>
 #include <string_view>
 
 #include "layouts/known_layouts.h"
@@ -13,15 +12,6 @@ inline constexpr size_t kMostSampleLines = 200;
 // Of 100 lines that have a layout's shape so many must have a date, a status and a size.
 inline constexpr size_t kAgreeingLines = 95;
 
-// Where the layout that comes nearest to a line stops to fit it.
-struct NearMiss {
-  const Layout* layout = nullptr;  // null: no layout fits even the beginning
-  size_t fits = 0;                 // fields that were found
-};
-
-// The known layouts, ready to split lines with; made once.
-std::span<const Layout> ReadyLayouts();
-
 // Takes the layout, with what is around its lines, that explains the line and most of the lines ahead, if of
 // those that have its shape at least kAgreeingLines of 100 have a date, a status and a size. Lines of another
 // kind in between, such as messages of the server, count for nothing. What stands behind the last end of line
@@ -30,5 +20,3 @@ bool RecogniseLayout(std::string_view line, std::string_view ahead, SplitRoom& r
 
 // Whether the fields hold a time that there is.
 bool HoldsTime(const LineFields& fields);
-
-NearMiss FindNearMiss(std::string_view line, SplitRoom& room);

@@ -8,13 +8,13 @@
 #include "superlog/line_marks.h"
 
 // A cursor over one line, whose marks are those of the separator that its fields are read
-// with; the parsers move on to the next field. The
-// line is used up when next has reached end.
+// with; the parsers move on to the next field, and write nothing. The line is used up when
+// next has reached end.
 struct FieldCursor {
   const LineMarks& marks;
   char* next;        // start of the field to read next
   char* end;         // the line's terminating NUL
-  char* value;       // the field just read, without quotes or brackets, NUL-terminated
+  char* value;       // the field just read, without quotes or brackets
   size_t length;     // of value
   bool cut = false;  // the line goes on behind end
 };

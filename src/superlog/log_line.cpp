@@ -146,8 +146,15 @@ static std::string_view Something(std::string_view text) {
 // The fields of the current line; the last place is that of fields that it has not.
 static std::string_view mFields[kNoField + 1];
 
-static void (*const kDateParsers[])(const char* text, tm& when) = {ParseEpoch, nullptr, ParseDate2,
-                                                                   nullptr,    nullptr, ParseDate5};
+template <void (*kParse)(const char* text, tm& when)>
+static void ParseWhole(std::string_view text, tm& when) {
+  kParse(text.data(), when);
+}
+
+// Of the letters 0 to 5. A NUL follows each text.
+static void (*const kDateParsers[])(std::string_view text, tm& when) = {
+    ParseWhole<ParseEpoch>, ParseNextDateTime1, ParseWhole<ParseDate2>,
+    ParseNextDate3,         ParseNextDateTime4, ParseWhole<ParseDate5>};
 
 // What a line gives besides the fields of its record.
 struct LineParts {
@@ -167,25 +174,14 @@ static void TakeCandidate(std::string_view& candidate, std::string_view value) {
 [[gnu::always_inline]] static inline bool TakeValue(char letter, std::string_view value,
                                                     SuperLogRecord& record, LineParts& parts) {
   switch (letter) {
-    case '1':
-      Ended(value);
-      ParseNextDateTime1(value, record.local);
-      parts.dated = true;
-      break;
-    case '3':
-      Ended(value);
-      ParseNextDate3(value, record.local);
-      parts.dated = true;
-      break;
-    case '4':
-      Ended(value);
-      ParseNextDateTime4(value, record.local);
-      parts.dated = true;
-      break;
     case '0':
+    case '1':
     case '2':
+    case '3':
+    case '4':
     case '5':
-      kDateParsers[letter - '0'](Ended(value), record.local);
+      Ended(value);
+      kDateParsers[letter - '0'](value, record.local);
       parts.dated = true;
       break;
     case '9':

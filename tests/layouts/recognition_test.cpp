@@ -90,11 +90,3 @@ TEST_F(RecognitionTest, LeavesTheLayoutWhenNoneIsFound) {
   EXPECT_EQ(Recognised("nothing"), "none");
   EXPECT_EQ(layout_->name, "squid");
 }
-
-TEST_F(RecognitionTest, FindsTheNearestMiss) {
-  const NearMiss miss = FindNearMiss("1709622371.123 1 192.0.2.7 TCP/200 12", *room_);
-  ASSERT_NE(miss.layout, nullptr);
-  EXPECT_EQ(miss.layout->name, "squid");
-  EXPECT_EQ(miss.fits, 5U);
-  EXPECT_EQ(FindNearMiss("", *room_).layout, nullptr);
-}
