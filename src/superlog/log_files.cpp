@@ -192,19 +192,19 @@ static constexpr uint64_t kReadingVersion = 2;  // of what makes a record of a l
 static constexpr ContentKey kRulesKey = {
     {0x9216d5d98979fb1b, 0xd1310ba698dfb5ac, 0x2ffd72dbd01adfb7, 0xb8e1afed6a267e96}};  // digits of pi
 
-// When each day begins, in the zone of the run.
+// When it is noon on each day, in the zone of the run.
 static uint64_t HashOfZone() {
   constexpr int kDays = 75 * 366;  // from 1970
-  static int64_t starts[kDays];
+  static int64_t noons[kDays];
   for (int day = 0; day < kDays; ++day) {
     tm noon = {};
     noon.tm_year = 70;
     noon.tm_mday = day + 1;
     noon.tm_hour = 12;
     noon.tm_isdst = -1;
-    starts[day] = LocalToTime(noon);
+    noons[day] = LocalToTime(noon);
   }
-  return AddBlock(kRulesKey, {}, reinterpret_cast<const char*>(starts), sizeof starts).low;
+  return AddBlock(kRulesKey, {}, reinterpret_cast<const char*>(noons), sizeof noons).low;
 }
 
 static uint64_t HashOfRules() {
