@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <span>
 
 #include "analysis/item_key.h"
 #include "analysis/item_store.h"
@@ -368,9 +369,14 @@ static List& SublistOf(ListItem& item) {
   return *sublist;
 }
 
+// Parts may hold anything: a sum beyond 64 bits wraps.
+[[gnu::always_inline]] inline static void Raise(int64_t& count, int64_t times) {
+  count = static_cast<int64_t>(static_cast<uint64_t>(count) + static_cast<uint64_t>(times));
+}
+
 [[gnu::always_inline]] inline static ListItem& CountKey(List& list, ListInfo* info, std::string_view key,
                                                         uint32_t hash, const ListItem* parent,
-                                                        bool ignore_case) {
+                                                        bool ignore_case, int64_t times = 1) {
   if (list.attacked) {
     hash = SafeHash(key, ignore_case);
   }
@@ -379,8 +385,8 @@ static List& SublistOf(ListItem& item) {
     list.ignore_case = ignore_case;
     item = &NewItem(list, *info, key, hash, parent);
   }
-  ++item->count;
-  ++info->kinds[item->kind];
+  Raise(item->count, times);
+  Raise(info->kinds[item->kind], times);
   return *item;
 }
 
@@ -549,6 +555,113 @@ void add_item(List& list, ListInfo* info, std::string_view key, std::string_view
     subkey = subkey.substr(0, mCountingLimits.item);
     CountSubkey(item, info, subkey, HashOf(subkey, ignore_case), ignore_case);
   }
+}
+
+// ---- Counts that were written down ----
+
+static void SaveItem(PartWriter& part, const ListItem& item) {
+  PutText(part, item.key());
+  PutFigure(part, static_cast<uint64_t>(item.count));
+}
+
+static const List& SublistIn(const ListItem& item) {
+  static constexpr List kEmpty = {};
+  const List* const sublist = item.sublist();
+  return sublist == nullptr ? kEmpty : *sublist;
+}
+
+void SaveList(PartWriter& part, const List& list) {
+  PutFigure(part, list.length);
+  PutFigure(part, list.has_sublists);
+  for (const ListItem* item = list.first; item != nullptr; item = item->next) {
+    SaveItem(part, *item);
+    if (list.has_sublists) {
+      const List& sublist = SublistIn(*item);
+      PutFigure(part, sublist.length);
+      for (const ListItem* sub = sublist.first; sub != nullptr; sub = sub->next) {
+        SaveItem(part, *sub);
+      }
+    }
+  }
+}
+
+struct SavedKey {
+  std::string_view key;
+  int64_t count;
+  uint32_t hash;
+};
+
+// False when there is none that could have been saved.
+static bool TakeKey(PartReader& part, bool ignore_case, SavedKey& saved) {
+  saved.key = TakeText(part, mCountingLimits.item);
+  saved.count = static_cast<int64_t>(TakeFigureUpTo(part, INT64_MAX));
+  if (saved.key.empty() || saved.count == 0 || saved.key.find('\0') != std::string_view::npos) {
+    MarkDamaged(part);
+    return false;
+  }
+  saved.hash = mpKeyForm->hash(saved.key, ignore_case, mSeed);
+  return true;
+}
+
+static ListItem& CountSaved(List& list, ListInfo* info, const SavedKey& saved, const ListItem* parent,
+                            bool ignore_case) {
+  return CountKey(list, info, saved.key, saved.hash, parent, ignore_case, saved.count);
+}
+
+static bool AddSavedSublist(PartReader& part, ListItem& item, ListInfo* info, bool ignore_case) {
+  for (uint64_t left = TakeFigure(part); left > 0; --left) {
+    SavedKey saved;
+    if (!item.has_tail || !TakeKey(part, ignore_case, saved)) {
+      MarkDamaged(part);
+      return false;
+    }
+    CountSaved(SublistOf(item), info, saved, &item, ignore_case);
+  }
+  return !part.damaged;
+}
+
+static bool AddWithSublists(PartReader& part, List& list, ListInfo* info, uint64_t length, bool ignore_case) {
+  for (SavedKey saved; length > 0; --length) {
+    if (!TakeKey(part, ignore_case, saved) ||
+        !AddSavedSublist(part, CountSaved(list, info, saved, nullptr, ignore_case), info, ignore_case)) {
+      return false;
+    }
+  }
+  return !part.damaged;
+}
+
+// As keys that wait: lines of the index come in together, and then records.
+static bool AddGroup(PartReader& part, List& list, ListInfo* info, size_t length, bool ignore_case) {
+  SavedKey group[kGroupSize];
+  for (SavedKey& saved : std::span(group, length)) {
+    if (!TakeKey(part, ignore_case, saved)) {
+      return false;
+    }
+    FetchSlot(list, saved.hash);
+  }
+  for (const SavedKey& saved : std::span(group, length)) {
+    __builtin_prefetch(list.attacked ? nullptr : Foresee(list, saved.hash));
+  }
+  for (const SavedKey& saved : std::span(group, length)) {
+    CountSaved(list, info, saved, nullptr, ignore_case);
+  }
+  return true;
+}
+
+bool AddSavedList(PartReader& part, List& list, ListInfo* info, bool ignore_case) {
+  count_queued();
+  const uint64_t length = TakeFigure(part);
+  if (TakeFigureUpTo(part, 1) != 0) {
+    return AddWithSublists(part, list, info, length, ignore_case);
+  }
+  for (uint64_t left = length; left > 0;) {
+    const auto group = static_cast<size_t>(std::min<uint64_t>(left, kGroupSize));
+    if (!AddGroup(part, list, info, group, ignore_case)) {
+      return false;
+    }
+    left -= group;
+  }
+  return !part.damaged;
 }
 
 // ---- Order ----

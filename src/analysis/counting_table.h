@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "base/limits.h"
+#include "base/part_bytes.h"
 
 struct List;
 struct ListInfo;
@@ -163,6 +164,14 @@ ListItem* SortList(List& list, size_t shown = SIZE_MAX);
 // Releases every record, sub-lists included; the memory statistics stay. Their memory
 // is free again when no list holds a record any more.
 void destroy(List& list);
+
+// Writes down what a list has counted: keys, counts, sub-lists. list_length of it comes first.
+void SaveList(PartWriter& part, const List& list);
+
+// Adds what was written down, as if its keys had been counted as often behind all that were counted before.
+// The reader's bytes go on for kScanOverread bytes. False when the part is damaged, which may have added some of
+// it.
+bool AddSavedList(PartReader& part, List& list, ListInfo* info, bool ignore_case);
 
 // Takes all lists made so far out of gListInfo, so that no reclaim takes from
 // them. Their descriptors stay, and count, until destroyListInfo.

@@ -746,3 +746,116 @@ TEST_F(CountingTableTest, RefusedDescriptorEndsTheProcessWithStatus1) {
   ListInfo* other_info = nullptr;
   EXPECT_EXIT(init_list(other, other_info, "Others"), testing::ExitedWithCode(1), "^$");
 }
+
+// ---- Counts that were written down ----
+
+class SavedListTest : public CountingTableTest {
+ protected:
+  // What the list holds, written down; behind it there is room.
+  static std::string Saved(const List& list) {
+    count_queued();
+    std::string bytes;
+    PartWriter part;
+    part.sink = {&bytes, [](void* context, const char* text, size_t size) {
+                   static_cast<std::string*>(context)->append(text, size);
+                 }};
+    SaveList(part, list);
+    FlushPart(part);
+    return bytes;
+  }
+  // Reads so many of the bytes.
+  static bool AddSaved(const std::string& bytes, size_t size, List& list, ListInfo* info, bool ignore_case) {
+    std::string room = bytes.substr(0, size) + std::string(kScanOverread, 'x');
+    PartReader part{room.data(), room.data() + size};
+    return AddSavedList(part, list, info, ignore_case) && part.next == part.end;
+  }
+  static std::string Everything(List& list) {
+    std::string text;
+    for (const ListItem* item = KeyOrder(list); item != nullptr; item = item->next) {
+      text.append(item->key()).append("=").append(std::to_string(item->count));
+      if (List* const sublist = item->sublist()) {
+        text.append("[").append(Text(KeyOrder(*sublist))).append("]");
+      }
+      text.append(" ");
+    }
+    return text;
+  }
+  // Counts made-up keys, in which letters of both cases stand.
+  void CountSome(List& list, ListInfo* info, unsigned from, unsigned to, bool ignore_case) {
+    for (unsigned i = from; i < to; ++i) {
+      const unsigned n = i * 2654435761U >> 7;
+      std::string key = "/Page" + std::to_string(n % 700);
+      key[1] = n % 3 == 0 ? 'p' : 'P';
+      const std::string subkey = n % 5 == 0 ? "" : "From" + std::to_string(n % 11);
+      add_item(list, info, key, subkey, nullptr, ignore_case);
+    }
+  }
+};
+
+TEST_F(SavedListTest, AddsUpToTheListOfOneRun) {
+  for (const SubLists sublists : {SubLists::kAny, SubLists::kNone}) {
+    for (const bool ignore_case : {false, true}) {
+      List whole;
+      List sum;
+      ListInfo* whole_info = nullptr;
+      ListInfo* sum_info = nullptr;
+      init_list(whole, whole_info, "Whole", sublists);
+      init_list(sum, sum_info, "Sum", sublists);
+      CountSome(whole, whole_info, 0, 9000, ignore_case);
+      for (const auto& [from, to] :
+           {std::pair{0U, 1U}, {1U, 40U}, {40U, 40U}, {40U, 5000U}, {5000U, 9000U}}) {
+        List piece;
+        ListInfo* piece_info = nullptr;
+        init_list(piece, piece_info, "Piece", sublists);
+        CountSome(piece, piece_info, from, to, ignore_case);
+        const std::string bytes = Saved(piece);
+        ASSERT_TRUE(AddSaved(bytes, bytes.size(), sum, sum_info, ignore_case));
+        destroy(piece);
+      }
+      EXPECT_EQ(Everything(sum), Everything(whole));
+      EXPECT_EQ(sum_info->entries, whole_info->entries);
+      EXPECT_EQ(sum_info->kinds[0], whole_info->kinds[0]);
+      destroy(whole);
+      destroy(sum);
+    }
+  }
+}
+
+TEST_F(SavedListTest, TakesLittleMoreThanItsKeys) {
+  size_t keys = 0;
+  for (int i = 0; i < 1000; ++i) {
+    const std::string key = "/folder/page" + std::to_string(i) + ".html";
+    Add(key, 3);
+    keys += key.size();
+  }
+  EXPECT_LE(Saved(list_).size(), keys * 13 / 10);
+}
+
+TEST_F(SavedListTest, CutAnywhereIsDamaged) {
+  CountSome(list_, info_, 0, 300, false);
+  const std::string bytes = Saved(list_);
+  for (size_t size = 0; size < bytes.size(); size += 1 + size / 50) {
+    List sum;
+    ListInfo* info = nullptr;
+    init_list(sum, info, "Sum", SubLists::kAny);
+    ASSERT_FALSE(AddSaved(bytes, size, sum, info, false)) << size;
+    destroy(sum);
+  }
+}
+
+TEST_F(SavedListTest, OfWhatCouldNotHaveBeenSavedIsDamaged) {
+  using namespace std::string_literals;
+  for (const std::string& bytes :
+       {"\1\0\1a\0"s, "\1\0\0\1"s, "\1\0\2a\0\1"s, "\1\2\1a\1"s, "\2\0\1a\1"s,
+        "\1\0\1a\xff\xff\xff\xff\xff\xff\xff\xff\xff\1"s, "\1\0\xf4\1"s + std::string(244, 'k') + "\1"s,
+        "\1\1\1a\1\1\0\1"s, "\xff\xff\xff\xff\x0f\0\1a\1"s}) {
+    EXPECT_FALSE(AddSaved(bytes, bytes.size(), list_, info_, false)) << testing::PrintToString(bytes);
+  }
+  List flat;
+  ListInfo* info = nullptr;
+  init_list(flat, info, "Flat");
+  const std::string with_sublist = "\1\1\1a\1\1\1b\1";
+  EXPECT_TRUE(AddSaved("\1\1\1a\1\1\1b\1", with_sublist.size(), list_, info_, false));
+  EXPECT_FALSE(AddSaved("\1\1\1a\1\1\1b\1", with_sublist.size(), flat, info, false));
+  destroy(flat);
+}
