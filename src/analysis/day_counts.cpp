@@ -1,6 +1,7 @@
 #include "analysis/day_counts.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 
 #include "base/hash_seed.h"
@@ -42,16 +43,20 @@ static void Grow(DayCounts& days) {
   days.capacity = capacity;
 }
 
-// Makes the day of the record the latest one.
-static void FindDay(DayCounts& days, const tm& local) {
+// The slot of the day, which may have been counted never before: whoever asks for it counts it.
+static DayCount& SlotToCount(DayCounts& days, int64_t day) {
   if (days.length >= days.capacity / 2) {
     Grow(days);
   }
-  const int64_t day = DayNumber(local);
   DayCount& slot = SlotOf(days.slots, days.capacity, day);
   days.length += slot.count == 0;
   slot.day = day;
-  days.latest = &slot;
+  return slot;
+}
+
+// Makes the day of the record the latest one.
+static void FindDay(DayCounts& days, const tm& local) {
+  days.latest = &SlotToCount(days, DayNumber(local));
   days.year = local.tm_year;
   days.day_of_year = local.tm_yday;
 }
@@ -62,6 +67,37 @@ void CountDay(DayCounts& days, const tm& local) {
   }
   ++days.latest->count;
   ++days.total;
+}
+
+// ---- Counts that were written down ----
+
+// Beyond those of all years that a date can have.
+static constexpr int64_t kNoDay = int64_t{366} * INT32_MAX;
+static constexpr uint64_t kMostOfDay = uint64_t{1} << 48;  // of a part: sums of thousands do not pass 64 bits
+
+void SaveDays(PartWriter& part, const DayCounts& days) {
+  PutFigure(part, days.length);
+  for (const DayCount& slot : std::span(days.slots, days.capacity)) {
+    if (slot.count != 0) {
+      PutSigned(part, slot.day);
+      PutFigure(part, static_cast<uint64_t>(slot.count));
+    }
+  }
+}
+
+bool AddSavedDays(PartReader& part, DayCounts& days) {
+  days.latest = nullptr;  // slots may move
+  for (uint64_t left = TakeFigure(part); left > 0; --left) {
+    const int64_t day = TakeSigned(part);
+    const auto count = static_cast<int64_t>(TakeFigureUpTo(part, kMostOfDay));
+    if (count == 0 || day > kNoDay || day < -kNoDay) {
+      MarkDamaged(part);
+      return false;
+    }
+    SlotToCount(days, day).count += count;
+    days.total += count;
+  }
+  return !part.damaged;
 }
 
 std::span<DayCount> OrderDays(DayCounts& days) {

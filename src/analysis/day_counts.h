@@ -9,6 +9,8 @@
 #include <ctime>
 #include <span>
 
+#include "base/part_bytes.h"
+
 struct DayCount {
   int64_t day;  // since 1970-01-01
   int64_t count;
@@ -28,6 +30,12 @@ struct DayCounts {
 // read. A record of the same day as the one before costs a compare. When memory is
 // refused the process exits at once with status 1.
 void CountDay(DayCounts& days, const tm& local);
+
+// Writes down what was counted; days in order or not.
+void SaveDays(PartWriter& part, const DayCounts& days);
+
+// Adds what was written down. No day may be in order yet. False when the part is damaged.
+bool AddSavedDays(PartReader& part, DayCounts& days);
 
 // Puts the days in ascending order. No day may be counted any more, and the counts
 // alone may be written to. Not to be called again.

@@ -21,16 +21,54 @@ void SuperLongAdd(SuperLong& counter, uint32_t amount) {
   counter.billions = static_cast<uint32_t>(Carry(counter, uint64_t{counter.units} + amount));
 }
 
+static void SetWide(SuperLong& counter, uint64_t billions) {
+  counter.billions = static_cast<uint32_t>(billions);
+  if (billions > UINT32_MAX || (billions == UINT32_MAX && counter.units == kBillion)) {
+    counter = {UINT32_MAX, kBillion - 1};
+  }
+}
+
 void SuperLongAddWide(SuperLong& counter, int64_t amount) {
   if (amount <= 0) {
     return;
   }
   const uint64_t billions = Carry(counter, counter.units + static_cast<uint64_t>(amount));
-  if (billions > UINT32_MAX) {
-    counter = {UINT32_MAX, kBillion - 1};
-  } else {
-    counter.billions = static_cast<uint32_t>(billions);
+  SetWide(counter, billions);
+}
+
+void NoteAmount(SuperLongSum& sum, int64_t amount) {
+  if (amount <= 0) {
+    return;
   }
+  bool(&full)[2] = sum.ends_full;
+  if (amount % kBillion != 0) {
+    full[0] = full[1] = amount < kBillion;
+  } else {
+    const bool one = amount == kBillion;
+    full[0] = !full[0] && one;
+    full[1] = !full[1] && one;
+  }
+}
+
+// Adds the sum to the units, and returns the new billions.
+static uint64_t AddSum(SuperLong& counter, const SuperLongSum& sum) {
+  const bool full = counter.units == kBillion;
+  const uint64_t units = uint64_t{counter.units} + sum.sum.units;
+  uint64_t billions = uint64_t{counter.billions} + sum.sum.billions + units / kBillion;
+  counter.units = static_cast<uint32_t>(units % kBillion);
+  if (counter.units == 0 && sum.ends_full[full]) {
+    counter.units = kBillion;
+    --billions;
+  }
+  return billions;
+}
+
+void AddSumWrapping(SuperLong& counter, const SuperLongSum& sum) {
+  counter.billions = static_cast<uint32_t>(AddSum(counter, sum));
+}
+
+void AddSumWide(SuperLong& counter, const SuperLongSum& sum) {
+  SetWide(counter, AddSum(counter, sum));
 }
 
 double SuperLongToDouble(SuperLong value) {

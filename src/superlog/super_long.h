@@ -13,8 +13,23 @@ struct SuperLong {
 void SuperLongAdd(SuperLong& counter, uint32_t amount);
 
 // The same of any amount, for wide figures: one below 0 adds nothing, and from
-// 2^32 billions on the counter stays at its greatest value.
+// 2^32 billions on the counter stays at its greatest value, one less.
 void SuperLongAddWide(SuperLong& counter, int64_t amount);
+
+// A counter that amounts were added to from 0 on, and what they would have left in another one: exactly 10^9
+// units can stay only where the sum ends at a whole billion, and whether they do depends on the last amounts,
+// and perhaps on whether the counter held as many at first.
+struct SuperLongSum {
+  SuperLong sum{};
+  bool ends_full[2] = {false, true};  // by whether the counter held 10^9 units before
+};
+
+// Notes an amount that was added to the sum; below 0 or 0: nothing.
+void NoteAmount(SuperLongSum& sum, int64_t amount);
+
+// Adds all amounts of the sum, in their order, to the counter, the billions wrapping or not.
+void AddSumWrapping(SuperLong& counter, const SuperLongSum& sum);
+void AddSumWide(SuperLong& counter, const SuperLongSum& sum);
 
 // The value for printing and for rates; exact up to 2^53.
 double SuperLongToDouble(SuperLong value);

@@ -125,3 +125,47 @@ TEST(DayNumber, IsTheCalendars) {
   }
   EXPECT_EQ(DayNumber(DateOf(0)), 0);
 }
+
+static std::string Saved(const DayCounts& counts) {
+  std::string bytes;
+  PartWriter part;
+  part.sink = {&bytes, [](void* context, const char* text, size_t size) {
+                 static_cast<std::string*>(context)->append(text, size);
+               }};
+  SaveDays(part, counts);
+  FlushPart(part);
+  return bytes;
+}
+
+static bool AddSaved(const std::string& bytes, DayCounts& counts) {
+  PartReader part{bytes.data(), bytes.data() + bytes.size()};
+  return AddSavedDays(part, counts) && part.next == part.end;
+}
+
+TEST_F(DayCountsTest, WrittenDownAddUp) {
+  std::mt19937 random(1);
+  for (int piece = 0; piece < 20; ++piece) {
+    DayCounts counted = {};
+    for (int i = 0; i < 300; ++i) {
+      const int64_t day = static_cast<int64_t>(random() % 4000) - 1000;
+      CountDay(counted, DateOf(day));
+      ++expected_[day];
+    }
+    ASSERT_TRUE(AddSaved(Saved(counted), days_));
+    ReleaseDays(counted);
+    Count(20000 + piece);  // a part between records
+  }
+  ASSERT_TRUE(AddSaved(Saved({}), days_));
+  ExpectSame();
+}
+
+TEST_F(DayCountsTest, WrittenDownByNobodyAreDamaged) {
+  using namespace std::string_literals;
+  EXPECT_TRUE(AddSaved("\1\4\1"s, days_));
+  const std::string far = "\xff\xff\xff\xff\xff\xff\xff\xff\x7f";
+  for (const std::string& bytes : {""s, "\1"s, "\1\4"s, "\2\4\1"s, "\1\4\0"s, "\1"s + far + "\1"s,
+                                   "\1\4\x81\x80\x80\x80\x80\x80\x80\x80\1"s}) {
+    EXPECT_FALSE(AddSaved(bytes, days_)) << testing::PrintToString(bytes);
+  }
+  EXPECT_EQ(days_.total, 1 + 1);  // the first of two days came whole
+}

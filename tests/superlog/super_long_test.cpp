@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+#include <vector>
+
 static void ExpectSuperLong(SuperLong value, uint32_t billions, uint32_t units) {
   EXPECT_EQ(value.billions, billions);
   EXPECT_EQ(value.units, units);
@@ -93,4 +96,58 @@ TEST(SuperLongToDouble, WeighsBothWords) {
   EXPECT_EQ(SuperLongToDouble({0, 1000000000}), 1e9);
   EXPECT_EQ(SuperLongToDouble({4, 294967296}), 4294967296.0);
   EXPECT_EQ(SuperLongToDouble({4294967, 5}), 4294967e9 + 5);
+}
+
+TEST(SuperLongAddWide, StaysThereWhateverIsAdded) {
+  SuperLong counter = {UINT32_MAX, 999999999};
+  for (const int64_t amount : {int64_t{1}, int64_t{1}, INT64_MAX, int64_t{1000000000}}) {
+    SuperLongAddWide(counter, amount);
+    ExpectSuperLong(counter, UINT32_MAX, 999999999);
+  }
+  counter = {UINT32_MAX, 0};
+  SuperLongAddWide(counter, 1000000000);
+  ExpectSuperLong(counter, UINT32_MAX, 999999999);
+}
+
+// Amounts that end at whole billions far more often than those of logs.
+static std::vector<uint32_t> SomeAmounts(std::mt19937& random) {
+  static constexpr uint32_t kAmounts[] = {0,          0,          1,          250000000,
+                                          500000000,  999999999,  1000000000, 1500000000,
+                                          2000000000, 2500000000, 3000000000, 4000000000};
+  std::vector<uint32_t> amounts(random() % 6);
+  for (uint32_t& amount : amounts) {
+    amount = kAmounts[random() % std::size(kAmounts)];
+  }
+  return amounts;
+}
+
+TEST(SuperLongSum, AddsAsItsAmountsInTheirOrder) {
+  std::mt19937 random(1);
+  int full = 0;
+  for (int i = 0; i < 200000; ++i) {
+    SuperLong narrow = {UINT32_MAX - static_cast<uint32_t>(random() % 3), 0};
+    SuperLong wide = random() % 2 == 0 ? SuperLong{} : narrow;
+    SuperLong narrow_of_sums = narrow;
+    SuperLong wide_of_sums = wide;
+    for (int part = 0; part < 3; ++part) {
+      SuperLongSum narrow_sum;
+      SuperLongSum wide_sum;
+      for (const uint32_t amount : SomeAmounts(random)) {
+        SuperLongAdd(narrow, amount);
+        SuperLongAddWide(wide, amount);
+        SuperLongAdd(narrow_sum.sum, amount);
+        SuperLongAddWide(wide_sum.sum, amount);
+        NoteAmount(narrow_sum, amount);
+        NoteAmount(wide_sum, amount);
+      }
+      AddSumWrapping(narrow_of_sums, narrow_sum);
+      AddSumWide(wide_of_sums, wide_sum);
+      full += narrow.units == 1000000000;
+      ASSERT_EQ(narrow_of_sums.billions, narrow.billions);
+      ASSERT_EQ(narrow_of_sums.units, narrow.units);
+      ASSERT_EQ(wide_of_sums.billions, wide.billions);
+      ASSERT_EQ(wide_of_sums.units, wide.units);
+    }
+  }
+  EXPECT_GT(full, 10000);
 }
