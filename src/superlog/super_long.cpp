@@ -71,6 +71,29 @@ void AddSumWide(SuperLong& counter, const SuperLongSum& sum) {
   SetWide(counter, AddSum(counter, sum));
 }
 
+SuperLongSum SumOfSmall(SuperLong counter) {
+  const bool any = counter.billions != 0 || counter.units != 0;
+  return {counter, {any, true}};
+}
+
+// Whether 10^9 units stay depends on what was there before only where the later amounts end where they began.
+static void AppendEnds(SuperLongSum& sum, const SuperLongSum& more) {
+  const bool returns = more.sum.units % kBillion == 0;
+  for (bool& full : sum.ends_full) {
+    full = more.ends_full[returns && full];
+  }
+}
+
+void AppendWrapping(SuperLongSum& sum, const SuperLongSum& more) {
+  AppendEnds(sum, more);
+  AddSumWrapping(sum.sum, {more.sum, {false, false}});
+}
+
+void AppendWide(SuperLongSum& sum, const SuperLongSum& more) {
+  AppendEnds(sum, more);
+  AddSumWide(sum.sum, {more.sum, {false, false}});
+}
+
 double SuperLongToDouble(SuperLong value) {
   return value.billions * 1e9 + value.units;
 }

@@ -27,6 +27,13 @@ struct SuperLongSum {
 // Notes an amount that was added to the sum; below 0 or 0: nothing.
 void NoteAmount(SuperLongSum& sum, int64_t amount);
 
+// The sum of a counter to which only amounts below a billion were added, from 0 on.
+SuperLongSum SumOfSmall(SuperLong counter);
+
+// Adds the amounts of more behind those of sum, the billions wrapping or not.
+void AppendWrapping(SuperLongSum& sum, const SuperLongSum& more);
+void AppendWide(SuperLongSum& sum, const SuperLongSum& more);
+
 // Adds all amounts of the sum, in their order, to the counter, the billions wrapping or not.
 void AddSumWrapping(SuperLong& counter, const SuperLongSum& sum);
 void AddSumWide(SuperLong& counter, const SuperLongSum& sum);

@@ -151,3 +151,52 @@ TEST(SuperLongSum, AddsAsItsAmountsInTheirOrder) {
   }
   EXPECT_GT(full, 10000);
 }
+
+TEST(SuperLongSum, AppendsAsItsAmountsInTheirOrder) {
+  std::mt19937 random(2);
+  int full = 0;
+  for (int i = 0; i < 200000; ++i) {
+    const auto billions = UINT32_MAX - static_cast<uint32_t>(random() % 3);
+    SuperLong narrow = {billions, random() % 2 == 0 ? 0 : 1000000000U};
+    SuperLong wide = {7, 0};
+    SuperLong narrow_of_sums = narrow;
+    SuperLong wide_of_sums = wide;
+    SuperLongSum narrow_sums[3];
+    SuperLongSum wide_sums[3];
+    for (int part = 0; part < 3; ++part) {
+      for (const uint32_t amount : SomeAmounts(random)) {
+        SuperLongAdd(narrow, amount);
+        SuperLongAddWide(wide, amount);
+        SuperLongAdd(narrow_sums[part].sum, amount);
+        SuperLongAddWide(wide_sums[part].sum, amount);
+        NoteAmount(narrow_sums[part], amount);
+        NoteAmount(wide_sums[part], amount);
+      }
+    }
+    const int first = static_cast<int>(random() % 2);  // which two come together first
+    AppendWrapping(narrow_sums[first], narrow_sums[first + 1]);
+    AppendWide(wide_sums[first], wide_sums[first + 1]);
+    AppendWrapping(narrow_sums[0], narrow_sums[2 - first]);
+    AppendWide(wide_sums[0], wide_sums[2 - first]);
+    AddSumWrapping(narrow_of_sums, narrow_sums[0]);
+    AddSumWide(wide_of_sums, wide_sums[0]);
+    full += narrow.units == 1000000000;
+    ASSERT_EQ(narrow_of_sums.billions, narrow.billions);
+    ASSERT_EQ(narrow_of_sums.units, narrow.units);
+    ASSERT_EQ(SuperLongToBytes(wide_of_sums), SuperLongToBytes(wide));
+    ASSERT_EQ(wide_of_sums.units, wide.units);
+  }
+  EXPECT_GT(full, 10000);
+}
+
+TEST(SuperLongSum, OfSmallAmountsIsThatOfTheCounter) {
+  SuperLong counter{};
+  SuperLong other{3, 500000000};
+  const SuperLongSum none = SumOfSmall(counter);
+  EXPECT_FALSE(none.ends_full[0]);
+  EXPECT_TRUE(none.ends_full[1]);
+  SuperLongAdd(counter, 400000000);
+  SuperLongAdd(counter, 100000000);
+  AddSumWrapping(other, SumOfSmall(counter));
+  ExpectSuperLong(other, 3, 1000000000);
+}
