@@ -532,7 +532,7 @@ int64_t TotalList(const List& list) {
   count_queued();
   int64_t total = 0;
   for (const ListItem* item = list.first; item != nullptr; item = item->next) {
-    total += Wrapped(mCountingLimits, item->count);
+    Raise(total, Wrapped(mCountingLimits, item->count));
   }
   return total;
 }
@@ -611,11 +611,12 @@ static ListItem& CountSaved(List& list, ListInfo* info, const SavedKey& saved, c
 static bool AddSavedSublist(PartReader& part, ListItem& item, ListInfo* info, bool ignore_case) {
   for (uint64_t left = TakeFigure(part); left > 0; --left) {
     SavedKey saved;
-    if (!item.has_tail || !TakeKey(part, ignore_case, saved)) {
-      MarkDamaged(part);
+    if (!TakeKey(part, ignore_case, saved)) {
       return false;
     }
-    CountSaved(SublistOf(item), info, saved, &item, ignore_case);
+    if (item.has_tail) {
+      CountSaved(SublistOf(item), info, saved, &item, ignore_case);
+    }
   }
   return !part.damaged;
 }
@@ -660,6 +661,23 @@ bool AddSavedList(PartReader& part, List& list, ListInfo* info, bool ignore_case
       return false;
     }
     left -= group;
+  }
+  return !part.damaged;
+}
+
+static void PassItem(PartReader& part) {
+  TakeText(part, mCountingLimits.item);
+  TakeFigure(part);
+}
+
+bool PassSavedList(PartReader& part) {
+  const uint64_t length = TakeFigure(part);
+  const bool sublists = TakeFigureUpTo(part, 1) != 0;
+  for (uint64_t left = length; left > 0 && !part.damaged; --left) {
+    PassItem(part);
+    for (uint64_t subs = sublists ? TakeFigure(part) : 0; subs > 0 && !part.damaged; --subs) {
+      PassItem(part);
+    }
   }
   return !part.damaged;
 }

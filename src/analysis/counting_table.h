@@ -168,10 +168,13 @@ void destroy(List& list);
 // Writes down what a list has counted: keys, counts, sub-lists. list_length of it comes first.
 void SaveList(PartWriter& part, const List& list);
 
-// Adds what was written down, as if its keys had been counted as often behind all that were counted before.
-// The reader's bytes go on for kScanOverread bytes. False when the part is damaged, which may have added some of
-// it.
+// Adds what was written down, as if its keys had been counted as often behind all that were counted before;
+// sub-lists only where the list may have some. The reader's bytes go on for kScanOverread bytes. False when
+// the part is damaged, which may have added some of it.
 bool AddSavedList(PartReader& part, List& list, ListInfo* info, bool ignore_case);
+
+// Passes over it. False when the part ends before, or holds what was never written.
+bool PassSavedList(PartReader& part);
 
 // Takes all lists made so far out of gListInfo, so that no reclaim takes from
 // them. Their descriptors stay, and count, until destroyListInfo.

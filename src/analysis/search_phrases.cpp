@@ -168,3 +168,46 @@ void CountSearchHits(std::string_view referrer, SearchCounts& counts) {
   }
   CountReferral(without_phrase, counts);
 }
+
+// ---- Counts that were written down ----
+
+// Of a part: sums of thousands do not pass 64 bits.
+static constexpr uint64_t kMostOfEngine = uint64_t{1} << 48;
+
+static uint64_t CountEngines(const SearchCounts& counts) {
+  uint64_t engines = 0;
+  for (const SearchEngine* engine = counts.engines; engine != nullptr; engine = engine->next) {
+    ++engines;
+  }
+  return engines;
+}
+
+void SaveSearch(PartWriter& part, const SearchCounts& counts) {
+  PutFigure(part, static_cast<uint64_t>(counts.hits));
+  PutFigure(part, CountEngines(counts));
+  for (const SearchEngine* engine = counts.engines; engine != nullptr; engine = engine->next) {
+    PutFigure(part, static_cast<uint64_t>(engine->referrals));
+    SaveList(part, engine->phrases);
+  }
+}
+
+bool AddSavedSearch(PartReader& part, SearchCounts& counts) {
+  counts.hits += static_cast<int64_t>(TakeFigureUpTo(part, kMostOfEngine));
+  if (TakeFigure(part) != CountEngines(counts)) {
+    MarkDamaged(part);
+  }
+  for (SearchEngine* engine = counts.engines; engine != nullptr && !part.damaged; engine = engine->next) {
+    engine->referrals += static_cast<int64_t>(TakeFigureUpTo(part, kMostOfEngine));
+    AddSavedList(part, engine->phrases, engine->phrases_info, false);
+  }
+  return !part.damaged;
+}
+
+bool PassSavedSearch(PartReader& part) {
+  TakeFigure(part);
+  for (uint64_t left = TakeFigure(part); left > 0 && !part.damaged; --left) {
+    TakeFigure(part);
+    PassSavedList(part);
+  }
+  return !part.damaged;
+}

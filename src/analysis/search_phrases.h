@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "analysis/search_engines.h"
+#include "base/part_bytes.h"
 
 // Phrases typed into search engines.
 struct SearchCounts {
@@ -27,6 +28,16 @@ SearchCounts NewSearchCounts();
 // without a phrase, or with an empty one, counts as one of the first of these, also where it is a host alone.
 // Phrases are cut to 243 characters. Allocates nothing beyond what counting the phrase does.
 void CountSearchHits(std::string_view referrer, SearchCounts& counts);
+
+// Writes down what the engines have counted.
+void SaveSearch(PartWriter& part, const SearchCounts& counts);
+
+// Adds what was written down of the same engines. False when the part is damaged, also where it has another
+// number of engines.
+bool AddSavedSearch(PartReader& part, SearchCounts& counts);
+
+// Passes over it.
+bool PassSavedSearch(PartReader& part);
 
 // Finds the value of the variable called name, ignoring case, in the query of a
 // path-and-query text. False when there is none; value may be found empty. It is

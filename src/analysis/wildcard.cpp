@@ -295,6 +295,20 @@ int DoMatch(std::string_view text, std::string_view pattern) {
   return Match(text, pattern, false);
 }
 
+bool RemembersMatches(std::string_view pattern) {
+  int depth = 0;
+  for (size_t i = 0; i < pattern.size(); ++i) {
+    const bool of_group = pattern[i] == '(' || pattern[i] == '|' || pattern[i] == ')';
+    depth += pattern[i] == '(' ? 1 : 0;
+    if (of_group && (depth == 0 || (i > 0 && pattern[i - 1] == '\\'))) {
+      return true;
+    }
+    depth -= pattern[i] == ')' ? 1 : 0;
+  }
+  return depth != 0 ||
+         (pattern.find('(') != std::string_view::npos && pattern.find('[') != std::string_view::npos);
+}
+
 int super_wildmat(std::string_view pattern, std::string_view text) {
   return Compare(pattern, text, false);
 }

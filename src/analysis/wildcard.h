@@ -28,6 +28,10 @@ void SetWildcardLimits(const Limits& limits);
 int super_wildmat(std::string_view pattern, std::string_view text);
 int super_wildmati(std::string_view pattern, std::string_view text);  // ASCII case ignored
 
+// Whether what a text is told may depend on texts before it, because the pattern holds a "(", "|" or ")" that
+// belongs to no whole group, or may be taken for one. Never of a pattern without any.
+bool RemembersMatches(std::string_view pattern);
+
 // super_wildmat with a but-not operator: "a~b" matches what a matches and b does
 // not, "~b" what b does not match; "~" alone matches the empty text, and "a~" is
 // a. Only the first "~" that no backslash precedes divides.

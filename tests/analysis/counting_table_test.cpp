@@ -856,6 +856,25 @@ TEST_F(SavedListTest, OfWhatCouldNotHaveBeenSavedIsDamaged) {
   init_list(flat, info, "Flat");
   const std::string with_sublist = "\1\1\1a\1\1\1b\1";
   EXPECT_TRUE(AddSaved("\1\1\1a\1\1\1b\1", with_sublist.size(), list_, info_, false));
-  EXPECT_FALSE(AddSaved("\1\1\1a\1\1\1b\1", with_sublist.size(), flat, info, false));
+  EXPECT_TRUE(AddSaved("\1\1\1a\1\1\1b\1", with_sublist.size(), flat, info, false));
+  EXPECT_EQ(flat.first->sublist(), nullptr);
+  EXPECT_FALSE(AddSaved("\1\1\1a\1\1\1b", with_sublist.size() - 1, flat, info, false));
   destroy(flat);
+}
+
+TEST_F(SavedListTest, CanBePassedOver) {
+  for (const bool with_sublists : {false, true}) {
+    for (int i = 0; i < 300; ++i) {
+      const std::string key = "/" + std::to_string(i);
+      add_item(list_, info_, key, with_sublists && i % 3 != 0 ? key + "/from" : "", nullptr, false);
+    }
+    const std::string bytes = Saved(list_) + "behind";
+    PartReader part{bytes.data(), bytes.data() + bytes.size()};
+    EXPECT_TRUE(PassSavedList(part));
+    EXPECT_EQ(std::string(part.next, part.end), "behind");
+    for (size_t size = 0; size < bytes.size() - 6; size += 1 + size / 50) {
+      PartReader cut{bytes.data(), bytes.data() + size};
+      EXPECT_FALSE(PassSavedList(cut)) << size;
+    }
+  }
 }
