@@ -47,6 +47,7 @@ struct LogFigures {
   SuperLong bytes_read;              // in whole blocks
   bool in_range;                     // some log reaches into the range
   int64_t lines_not_understood = 0;  // which hold data, but no request in the log's layout
+  int64_t records = 0;               // that the logs have delivered, counted or not
 };
 
 // Bytes, an item counted as 256.
@@ -79,6 +80,7 @@ struct Analysis {
   int64_t without_url;          // of them, whose request has no URL
   int64_t statuses[kStatuses];  // of them, by status; 0: without one, or with one that HTTP does not have
   SuperLong bytes;              // served by them
+  SuperLongSum part_bytes;      // the same, where the counts are added to those of other runs
   int64_t own_referrers;        // requests that pages of the site itself led to, where these are no rows
   SearchCounts search;
   int64_t MsieCount;       // browser records of Internet Explorer

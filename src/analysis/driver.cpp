@@ -124,20 +124,15 @@ static void CreateTables(const Settings& settings, Analysis& analysis) {
   analysis.browsers.info->classify = AgentKind;
 }
 
-bool BeginAnalysis(Settings& settings, const Counting& counting, Analysis& analysis,
-                   const AnalysisEvents& events) {
+static void BeginRange(const Settings& settings, const Counting& counting, Analysis& analysis) {
   analysis = {};
   analysis.counting = counting;
-  mpLineRead = events.line_read;
   analysis.ReportStartTime = CurrentTime();
   SetRange(settings, analysis);
   OpenRange(settings, analysis);
-  LogEvents logs = events.logs;
-  logs.texts_go = count_queued;
-  SuperLog_Init(settings, counting.limits, analysis.range_first, analysis.range_last, logs);
-  if (!SuperLog_LogFilesFound()) {
-    return false;
-  }
+}
+
+static void PrepareCounting(const Settings& settings, const Counting& counting, Analysis& analysis) {
   exempt_lists();  // phrases of engines that the configuration defined are never reclaimed
   SetCountingLimits(counting.limits);
   SetWildcardLimits(counting.limits);
@@ -146,7 +141,26 @@ bool BeginAnalysis(Settings& settings, const Counting& counting, Analysis& analy
   Search_Init(*counting.search);
   analysis.search = NewSearchCounts();
   CreateTables(settings, analysis);
+}
+
+bool BeginAnalysis(Settings& settings, const Counting& counting, Analysis& analysis,
+                   const AnalysisEvents& events) {
+  BeginRange(settings, counting, analysis);
+  mpLineRead = events.line_read;
+  LogEvents logs = events.logs;
+  logs.texts_go = count_queued;
+  SuperLog_Init(settings, counting.limits, analysis.range_first, analysis.range_last, logs);
+  if (!SuperLog_LogFilesFound()) {
+    return false;
+  }
+  PrepareCounting(settings, counting, analysis);
   return true;
+}
+
+void BeginAdding(const Settings& settings, const Counting& counting, Analysis& analysis) {
+  BeginRange(settings, counting, analysis);
+  SuperLog_InitWithoutLogs(settings, counting.limits, analysis.range_first, analysis.range_last);
+  PrepareCounting(settings, counting, analysis);
 }
 
 // ---- Which records are counted -------------------------------------------------
@@ -463,25 +477,57 @@ static void WrapFigures(Analysis& analysis) {
 // What the modules keep of a run joins the record of all that was counted.
 static void CollectFigures(Analysis& analysis) {
   SetBrandCounts(analysis);
-  analysis.logs = {SuperLog_GetTotalLogBytesRead(), SuperLog_LogsInRange(), SuperLog_GetLinesNotUnderstood()};
   // Smart memory notes its peak only where it reclaims; without any reclaim memory has only grown.
   const int64_t peak = gSM_TotalBytesFreed == 0 ? gSM_CurrentBytesAllocated : gSM_MaximumBytesAllocated;
   analysis.memory = {gSM_TotalBytesAllocated, gSM_CurrentBytesAllocated, peak, gSM_TotalBytesFreed};
   analysis.tables = gListInfo.first;
 }
 
-void CountLogs(const Settings& settings, Analysis& analysis) {
-  const Rules rules = ResolveRules(settings, analysis.counting);
+// Of a part, what the amounts would leave in a counter that others were added to before.
+static SuperLongSum mPartBytes;
+
+static void AddNotedBytes(SuperLong& counter, int64_t amount) {
+  const auto narrow = static_cast<uint32_t>(amount);
+  SuperLongAdd(counter, narrow);
+  NoteAmount(mPartBytes, narrow);
+}
+
+// Wide figures are sums whatever the order of their amounts.
+static Rules RulesOf(const Settings& settings, const Analysis& analysis) {
+  Rules rules = ResolveRules(settings, analysis.counting);
+  if (settings.part != nullptr && !analysis.counting.limits.wide_figures) {
+    rules.add_bytes = AddNotedBytes;
+  }
+  return rules;
+}
+
+void CountRecords(const Settings& settings, Analysis& analysis) {
+  const Rules rules = RulesOf(settings, analysis);
+  mPartBytes = {};
   SuperLog_AskFor(rules.texts);
   while (SuperLog_NextLogFile()) {
     const LogRecords records = CountLogFile(rules, analysis);
     count_queued();
+    analysis.logs.records += records.count;
     SuperLog_LogRead(records);
   }
   SuperLog_NextLogFile_Done();
+  analysis.logs.bytes_read = SuperLog_GetTotalLogBytesRead();
+  analysis.logs.in_range = SuperLog_LogsInRange();
+  analysis.logs.lines_not_understood = SuperLog_GetLinesNotUnderstood();
+  mPartBytes.sum = analysis.bytes;
+  analysis.part_bytes = mPartBytes;
+}
+
+void CompleteCounts(const Settings& settings, Analysis& analysis) {
   CollectFigures(analysis);
   SumUpHours(settings, analysis);
   WrapFigures(analysis);
+}
+
+void CountLogs(const Settings& settings, Analysis& analysis) {
+  CountRecords(settings, analysis);
+  CompleteCounts(settings, analysis);
 }
 
 void EndAnalysis(Analysis& analysis) {

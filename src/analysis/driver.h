@@ -22,10 +22,18 @@ struct AnalysisEvents {
 bool BeginAnalysis(Settings& settings, const Counting& counting, Analysis& analysis,
                    const AnalysisEvents& events = {});
 
+// The same without logs, for counts that come from elsewhere (parts/counts.h).
+void BeginAdding(const Settings& settings, const Counting& counting, Analysis& analysis);
+
 // Reads all log files in range and counts their records. The settings are only
 // read here, once. All records of a file are counted before the next one is
 // opened, and none waits in the end.
 void CountLogs(const Settings& settings, Analysis& analysis);
+
+// Its two steps. Between them figures have no width yet and days no order, so that others can be added; part_bytes
+// is known only where the settings name a part.
+void CountRecords(const Settings& settings, Analysis& analysis);
+void CompleteCounts(const Settings& settings, Analysis& analysis);
 
 // Makes the first and the last day of the logs those of a report that asked for them, in the settings
 // and in the analysis. Logs without any record leave the days that the settings name. After CountLogs,

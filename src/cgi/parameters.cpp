@@ -244,6 +244,8 @@ struct Keyword {
 // decides, unless it lets the comparison go on.
 static const Keyword kKeywords[] = {
     {"edition", DecidedBefore, kFromShell, kIgnored},
+    {"part", DecidedBefore, kFromShell, kIgnored},
+    {"merge", DecidedBefore, kFromShell, kIgnored},
     {"config", Copy<&Settings::config>, kFromRequest, kIgnored},
     {"password", Password<&Settings::password_account, &Settings::stored_password>, kFromAccount, kIgnored},
     {"signon", SignOn, kFromAccount, kIgnored, kStop, kLater},

@@ -191,6 +191,9 @@ struct Settings {
   int SmartMemoryReclaimSize;
   int SmartMemoryMaxMemoryToAllocate;
   int flushtoserver;
+  // Paths that the arguments name, whole (run/part_run.h); null: not asked for.
+  const char* part;   // where the counts go, in place of a page
+  const char* merge;  // pattern of the parts that are added, in place of reading logs
   int account_count;
   char working_line[kWorkingLineSize];
 };

@@ -41,6 +41,14 @@ static void PrintSections(const Settings& settings, Analysis& analysis) {
   }
 }
 
+void FinishPageOf(Settings& settings, Analysis& analysis, const PageWriter& page) {
+  CloseRange(settings, analysis);
+  page.finish(settings, analysis);
+  if (page.tells_totals && settings.totals != 0) {
+    TellTotals(settings, analysis);
+  }
+}
+
 Error AnalyzeLogs(const Environment& env, Settings& settings, const Counting& counting,
                   const PageWriter& page) {
   Analysis analysis{};
@@ -58,11 +66,7 @@ Error AnalyzeLogs(const Environment& env, Settings& settings, const Counting& co
     ReadNamesOnce(settings.Networks);  // before the tables take what memory there is
   }
   CountLogs(settings, analysis);
-  CloseRange(settings, analysis);
-  page.finish(settings, analysis);
-  if (page.tells_totals && settings.totals != 0) {
-    TellTotals(settings, analysis);
-  }
+  FinishPageOf(settings, analysis, page);
   EndAnalysis(analysis);
   return kNoError;
 }

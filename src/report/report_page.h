@@ -10,6 +10,10 @@
 Error AnalyzeLogs(const Environment& env, Settings& settings, const Counting& counting,
                   const PageWriter& page);
 
+// The end of it: closes the range and lets the writer print what was counted, and the totals where they are
+// asked for.
+void FinishPageOf(Settings& settings, Analysis& analysis, const PageWriter& page);
+
 // Prints a report from the debugging rows on, behind its head.
 void FinishReport(const Settings& settings, Analysis& analysis);
 

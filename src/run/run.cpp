@@ -13,12 +13,14 @@
 #include "report/refusal_log.h"
 #include "report/report_page.h"
 #include "run/edition.h"
+#include "run/part_run.h"
 #include "run/store_folder.h"
 #include "sections/section_list.h"
 #include "superlog/superlog.h"
 
 static constexpr int kStatusNoMemory = 1;
 static constexpr int kStatusNoEdition = 3;
+static constexpr int kStatusNoPart = 4;
 
 // What a run knows of its task.
 struct Task {
@@ -30,6 +32,7 @@ struct Task {
   const Edition* edition = nullptr;
   const PageWriter* page = nullptr;  // who answers
   bool output_known = false;         // the one that was asked for
+  bool no_part = false;              // a part could not be written, or not be added
   const Settings* asked = nullptr;   // of a request by address: what it has said, without the configuration
 };
 
@@ -66,6 +69,10 @@ static void TakeRules(Task& task) {
   if (task.settings.rules.whole_logs) {
     ChooseStore(task.settings.store, task.env.command_line != 0);
   }
+  if (task.env.command_line != 0 && !IsFormPosted(task.env)) {
+    task.settings.part = LastWord(task.input.argc, task.input.argv, "part");
+    task.settings.merge = LastWord(task.input.argc, task.input.argv, "merge");
+  }
   task.settings.no_remote_debug = task.edition->page->info[kPageRemoteDebug] == nullptr;
 }
 
@@ -84,7 +91,7 @@ static bool TakeParameters(Task& task) {
 static void ChooseOutput(const char* name, Task& task) {
   const PageWriter* const page = FindOutput(*task.edition, name);
   task.output_known = page != nullptr;
-  task.page = task.output_known ? page : task.edition->page;
+  task.page = task.settings.part != nullptr ? &kPartWriter : task.output_known ? page : task.edition->page;
 }
 
 static Error CheckRequest(Task& task) {
@@ -153,10 +160,16 @@ static Refusal Report(bool account_found, Task& task) {
   }
   const Error error = CheckRequest(task);
   if (error != kNoError) {
-    return task.edition->rules.real_days && IsAboutDays(error) ? RefuseDays(error, task) : Refusal{error};
+    const bool names_days = task.edition->rules.real_days && !IsPartRun(task.settings);
+    return names_days && IsAboutDays(error) ? RefuseDays(error, task) : Refusal{error};
   }
   MakeNice(task.settings);
   ShutInIfAsked(task);
+  if (IsPartRun(task.settings)) {
+    task.no_part =
+        !MakePartOrPage({task.env, task.settings, task.edition->counting, task.edition->name, *task.page});
+    return {};
+  }
   if (task.page->begin != nullptr) {
     task.page->begin(task.env, task.settings);
   }
@@ -191,7 +204,8 @@ static int Finish(Task& task, const Refusal& refusal) {
     task.page->refuse(refusal, task.env, task.settings);
   }
   EndOrvellisCleanup(task.settings);
-  return FinishPage();
+  const bool no_part = task.no_part || (refusal.error != kNoError && task.settings.part != nullptr);
+  return no_part ? kStatusNoPart : FinishPage();
 }
 
 // The query string only selects a page; one that is not there is a report.

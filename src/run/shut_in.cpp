@@ -10,6 +10,7 @@
 #include "base/foreign_link.h"
 #include "base/path.h"
 #include "report/error_page.h"
+#include "run/part_run.h"
 #include "sandbox/landlock.h"
 #include "sandbox/name_services.h"
 #include "sandbox/syscall_filter.h"
@@ -94,6 +95,21 @@ static void AllowSummary(void* paths, const char* path) {
   AllowFolderOf<kSummaryPathSize>(landlock, path, kToReplaceIn);
 }
 
+static void AllowPart(void* landlock, const char* path) {
+  AllowPath(*static_cast<Landlock*>(landlock), path, kToRead);
+}
+
+// A part is written beside the file that it replaces, or there.
+static void AllowParts(Landlock& landlock, const Settings& settings) {
+  if (settings.merge != nullptr) {
+    FindParts(settings, &landlock, AllowPart);
+  }
+  if (settings.part != nullptr) {
+    AllowPath(landlock, settings.part, kToRewrite);
+    AllowFolderOf<kPathSize>(landlock, settings.part, kToReplaceIn);
+  }
+}
+
 static void AllowStore(Landlock& landlock, const char* folder) {
   if (folder[0] != '\0') {
     AllowPath(landlock, folder, kToKeepIn);
@@ -111,12 +127,15 @@ static int GiveUpFiles(const Profile& profile, const Settings& settings) {
   PathsToAllow paths{.landlock = {}, .landlocked = false, .unpacks = settings.rules.unpacks};
   Landlock& landlock = paths.landlock;
   paths.landlocked = BeginLandlock(landlock);
-  SuperLog_FindAhead(settings, {.context = &paths, .log = AllowLog, .summary = AllowSummary});
+  if (settings.merge == nullptr) {
+    SuperLog_FindAhead(settings, {.context = &paths, .log = AllowLog, .summary = AllowSummary});
+  }
   if (!paths.landlocked) {
     return landlock.failure;
   }
   AllowStore(landlock, settings.store);
   AllowErrorLog(landlock, settings.ErrorLog);
+  AllowParts(landlock, settings);
   AllowPath(landlock, settings.Networks, kToRead);
   for (const char* const zones : kZones) {
     AllowPath(landlock, zones, kToReadWithin);

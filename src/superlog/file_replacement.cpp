@@ -129,7 +129,7 @@ static bool RenameTemporary(const FileReplacement& replacement) {
   return rename(replacement.temporary, replacement.path) == 0;
 }
 
-void FinishReplacement(FileReplacement& replacement) {
+bool FinishReplacement(FileReplacement& replacement) {
   const bool in_place = replacement.temporary[0] == '\0';
   const bool complete = ferror(replacement.stream) == 0;
   const bool written = fclose(replacement.stream) == 0 && complete;
@@ -139,4 +139,5 @@ void FinishReplacement(FileReplacement& replacement) {
     unlink(replacement.temporary);
   }
   close(replacement.lock);
+  return finished;
 }

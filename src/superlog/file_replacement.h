@@ -32,5 +32,5 @@ bool BeginReplacement(FileReplacement& replacement, const char* path, const char
                       const char* unfinished = "", bool own_links_only = false);
 
 // Closes the stream and makes the new content the file's. When it could not be
-// written completely, a temporary file is dropped and the old content stays.
-void FinishReplacement(FileReplacement& replacement);
+// written completely, a temporary file is dropped and the old content stays. False then.
+bool FinishReplacement(FileReplacement& replacement);

@@ -13,6 +13,7 @@
 #include "superlog/log_format.h"
 #include "superlog/log_limits.h"
 #include "superlog/log_line.h"
+#include "superlog/log_parts.h"
 #include "superlog/log_probe.h"
 #include "superlog/log_store.h"
 #include "superlog/summary_file.h"
@@ -71,6 +72,7 @@ void ResetSuperLog() {
   ResetLogLine();
   ResetLogFormat();
   ResetLogDates();
+  ForgetLogsNotOpened();
   mLogEvents = {};
   mLogLimits = kClassicLimits;
   BeginRun(false);
@@ -251,8 +253,8 @@ static void ProbeLogs(const Settings& settings) {
   }
 }
 
-void SuperLog_Init(Settings& settings, const Limits& limits, time_t range_first, time_t range_last,
-                   const LogEvents& events) {
+void SuperLog_InitWithoutLogs(const Settings& settings, const Limits& limits, time_t range_first,
+                              time_t range_last, const LogEvents& events) {
   ForgetLogs();  // who unpacks was started before
   mLogEvents = events;
   mLogLimits = limits;
@@ -266,6 +268,11 @@ void SuperLog_Init(Settings& settings, const Limits& limits, time_t range_first,
   if (mLogLimits.layouts) {
     SuperLog_BeginLayout();
   }
+}
+
+void SuperLog_Init(Settings& settings, const Limits& limits, time_t range_first, time_t range_last,
+                   const LogEvents& events) {
+  SuperLog_InitWithoutLogs(settings, limits, range_first, range_last, events);
   if (settings.summary[0] == '\0') {
     CreateDefaultSummaryName(settings.summary, sizeof settings.summary, settings.logs);
   }
@@ -292,8 +299,7 @@ static bool IsLog(const LogFile& file) {
   return file.size != 0 && file.first != 0 && file.last != 0;
 }
 
-// The dates of what is a log are shifted.
-static LogLook LookAt(const LogFile& file) {
+LogLook LookAt(const LogFile& file) {
   if (!IsLog(file)) {
     return {file.name, file.size, file.first, file.last, LogVerdict::kNoLog};
   }
@@ -375,7 +381,7 @@ static bool OpenToBeRead(LogFile& log) {
   return mWholeLogs ? OpenWhole(log) : OpenIfInRange(log);
 }
 
-static LogVerdict VerdictOf(const LogRecords& records) {
+LogVerdict VerdictOf(const LogRecords& records) {
   return records.in_range > 0 ? LogVerdict::kInRange
          : records.count > 0  ? LogVerdict::kOutOfRange
                               : LogVerdict::kNoLog;

@@ -2,6 +2,7 @@
 // dates. Inner header of this folder; superlog.h has the rest of the discovery.
 #pragma once
 
+#include "superlog/log_events.h"
 #include "superlog/log_list.h"
 
 // False for an empty name, "." and "..".
@@ -10,3 +11,9 @@ bool FileIsntDots(const char* name);
 // False when the list knows the file with its present size: its entry is then
 // marked as seen and its dates stand.
 bool FileShouldBeScanned(const LogFile& found);
+
+// Whether a log of known dates is read. The dates of what is a log are shifted.
+LogLook LookAt(const LogFile& file);
+
+// What the records of a log that was read whole say of it.
+LogVerdict VerdictOf(const LogRecords& records);

@@ -7,6 +7,7 @@
 #include <ctime>
 
 #include "base/text.h"
+#include "superlog/content_hash.h"
 #include "superlog/log_line.h"
 #include "superlog/superlog.h"
 #include "unpack/codec.h"
@@ -36,6 +37,7 @@ struct LogFile {
   UnpackEnd unpacked;       // how its unpacking ended; kWhole of any other
   const LogFile* original;  // an earlier one that holds the same; null: none
   LogReading* reading;      // null: none yet
+  ContentHash beginning;    // {} until somebody asks (log_parts.h)
 
   // The list's own.
   LogFile* next;

@@ -80,6 +80,10 @@ DateOrder SuperLog_GetDateFormat();
 void SuperLog_Init(Settings& settings, const Limits& limits, time_t range_first, time_t range_last,
                    const LogEvents& events = {});
 
+// The same without looking for logs: the list is empty, and nothing is kept.
+void SuperLog_InitWithoutLogs(const Settings& settings, const Limits& limits, time_t range_first,
+                              time_t range_last, const LogEvents& events = {});
+
 // Takes the paths that SuperLog_Init, and reading the logs, will open.
 struct LogPaths {
   void* context;

@@ -1,0 +1,367 @@
+#include "run/part_run.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cinttypes>
+#include <cstdio>
+#include <cstring>
+
+#include "analysis/driver.h"
+#include "analysis/resolve_item.h"
+#include "analysis/rules.h"
+#include "analysis/smart_memory.h"
+#include "analysis/wildcard.h"
+#include "base/path.h"
+#include "base/text_file.h"
+#include "parts/counts.h"
+#include "parts/fingerprint.h"
+#include "parts/part_file.h"
+#include "report/refusal_texts.h"
+#include "report/report_page.h"
+#include "superlog/directory_scan.h"
+#include "superlog/log_parts.h"
+#include "superlog/superlog.h"
+
+const char* LastWord(int argc, char* const* argv, std::string_view name) {
+  for (int i = argc - 1; i > 0; --i) {
+    const std::string_view word = argv[i];
+    if (word.size() > name.size() && word[name.size()] == '=' && BeginsWithIgnoreCase(word, name)) {
+      return argv[i] + name.size() + 1;
+    }
+  }
+  return nullptr;
+}
+
+// ---- Sentences ----
+
+static bool IsStandard(const char* path) {
+  return std::string_view(path) == "-";
+}
+
+// What is called a part in a sentence. Of several in one file, with its number.
+struct PartName {
+  char text[kPathSize + 32];
+
+  PartName(const char* path, int64_t number) {
+    char name[kPathSize];
+    CopyText(name, IsStandard(path) ? "standard input" : path);
+    MakePrintable(name);
+    if (number > 1) {
+      snprintf(text, sizeof text, "%s, part %" PRId64, name, number);
+    } else {
+      CopyText(text, name);
+    }
+  }
+};
+
+static bool Refuse(const char* sentence) {
+  fprintf(stderr, "orvellis: %s\n", sentence);
+  return false;
+}
+
+static bool RefusePart(const PartName& part, const char* why) {
+  fprintf(stderr, "orvellis: %s %s\n", part.text, why);
+  return false;
+}
+
+static void SayRefusal(const Refusal& refusal, const Environment& env, const Settings& settings) {
+  Refuse(LogRefusal(refusal, env, settings).sentence);
+}
+
+static AnalysisEvents NoteEvents(const Settings&) {
+  return {.logs = {.log_not_opened = NoteLogNotOpened}};
+}
+
+const PageWriter kPartWriter = {
+    .announce = nullptr,
+    .check = nullptr,
+    .begin = nullptr,
+    .found = nullptr,
+    .told = NoteEvents,
+    .finish = nullptr,
+    .tells_totals = false,
+    .refuse = SayRefusal,
+    .ask = nullptr,
+    .info = {},
+};
+
+// ---- What cannot be parts ----
+
+// Whether records would be counted by more than what they and the settings say.
+static bool CanBeDivided(const Settings& settings) {
+  if (settings.debug != 0) {
+    return Refuse("the counts of a run with debug cannot be added to others");
+  }
+  if (settings.dnslookupenabled != 0) {
+    return Refuse("the counts of a run that looks up names (dnslookupenabled) cannot be added to others");
+  }
+  if (settings.find_pattern != 0 && RemembersMatches(settings.find)) {
+    return Refuse(
+        "a pattern whose brackets do not match remembers what it has met: its counts cannot be added to "
+        "others");
+  }
+  return true;
+}
+
+// What a budget or the system has taken depends on all that was counted before.
+static bool AllIsThere() {
+  return gSM_TotalBytesFreed == 0 || Refuse(
+                                         "the counts take more memory than they may have: what is left of "
+                                         "them cannot be added to others");
+}
+
+// ---- Writing ----
+
+struct PartToWrite {
+  const PartRun& run;
+  const Rules& rules;
+  const Analysis& analysis;
+};
+
+static void WriteAll(void* context, PartWriter& part) {
+  const PartToWrite& counted = *static_cast<PartToWrite*>(context);
+  SaveFingerprint(part, FingerprintOf(counted.run.edition, counted.rules, counted.analysis));
+  SaveLogs(part);
+  SaveCounts(part, counted.rules, counted.analysis);
+}
+
+static bool WritePart(const PartRun& run, const Rules& rules, const Analysis& analysis) {
+  const char* const path = run.settings.part;
+  PartToWrite counted{run, rules, analysis};
+  if (WritePartFile(path, &counted, WriteAll)) {
+    return true;
+  }
+  char name[kPathSize];
+  CopyText(name, IsStandard(path) ? "standard output" : path);
+  const int error = errno;
+  MakePrintable(name);
+  fprintf(stderr, "orvellis: the part could not be written to %s: %s\n", name, strerror(error));
+  return false;
+}
+
+// ---- Counting ----
+
+static bool CanStandBehindOthers() {
+  if (BeginsInRepeatedHour()) {
+    return Refuse(
+        "the first log begins within an hour that a clock change repeats: the log before it decides which "
+        "one it is");
+  }
+  const char* const gone = HashBeginnings();
+  return gone == nullptr || RefusePart({gone, 1}, "has gone while the logs were read");
+}
+
+static bool CountPart(const PartRun& run) {
+  Analysis analysis{};
+  if (!BeginAnalysis(run.settings, run.counting, analysis, NoteEvents(run.settings))) {
+    SayRefusal({kErrorNoLogFiles}, run.env, run.settings);
+    return false;
+  }
+  CountRecords(run.settings, analysis);
+  const bool made = AllIsThere() && CanStandBehindOthers() &&
+                    WritePart(run, ResolveRules(run.settings, run.counting), analysis);
+  EndAnalysis(analysis);
+  return made;
+}
+
+// ---- Adding ----
+
+struct Sum {
+  const PartRun& run;
+  Analysis& analysis;
+  Rules rules;
+  Fingerprint fingerprint;
+  PartBytes bytes = {};
+  int64_t parts = 0;
+};
+
+static bool RefuseFingerprint(const PartName& name, const FingerprintCheck& check) {
+  char wanted[kTextSize];
+  CopyText(wanted, check.other->value);
+  MakePrintable(wanted);
+  fprintf(stderr, "orvellis: %s was counted with another %s: \"%s\", and not \"%s\"\n", name.text,
+          check.other->name, check.found, wanted);
+  return false;
+}
+
+static bool AddLogsOf(const PartName& name, PartReader& part, const Sum& sum) {
+  const AddedLogs logs = AddSavedLogs(part, sum.run.settings.rules.whole_logs);
+  switch (logs.added) {
+    case LogsAdded::kTwice:
+      fprintf(stderr, "orvellis: %s covers the log %s, which a part before it covers, too\n", name.text,
+              logs.log);
+      return false;
+    case LogsAdded::kCopy:
+      fprintf(stderr, "orvellis: %s covers the log %s, which seems to be a copy of one in a part before it\n",
+              name.text, logs.log);
+      return false;
+    case LogsAdded::kDamaged:
+      return RefusePart(name, "is no part that this program has written");
+    default:
+      return true;
+  }
+}
+
+static bool AddCountsOf(const PartName& name, PartReader& part, Sum& sum) {
+  unsigned missing = 0;
+  const bool added = AddSavedCounts(part, sum.rules, sum.analysis, missing);
+  if (missing != kCountKinds) {
+    fprintf(stderr, "orvellis: %s holds no counts for %s\n", name.text,
+            NameOf(static_cast<CountKind>(missing)));
+    return false;
+  }
+  return (added && part.next == part.end) || RefusePart(name, "is no part that this program has written");
+}
+
+static bool AddPart(const PartName& name, Sum& sum) {
+  PartReader part{sum.bytes.bytes, sum.bytes.bytes + sum.bytes.size};
+  const FingerprintCheck check = CompareFingerprint(part, sum.fingerprint);
+  if (check.other != nullptr) {
+    return RefuseFingerprint(name, check);
+  }
+  return AddLogsOf(name, part, sum) && AddCountsOf(name, part, sum) && AllIsThere();
+}
+
+static bool RefuseRead(const PartName& name, PartRead read) {
+  switch (read) {
+    case PartRead::kOtherVersion:
+      return RefusePart(name, "is a part of another version of the format");
+    case PartRead::kCut:
+      return RefusePart(name, "is cut");
+    case PartRead::kDamaged:
+      return RefusePart(name, "is damaged");
+    default:
+      return RefusePart(name, "is no part");
+  }
+}
+
+// All parts of a file, of which there must be one.
+static bool AddPartsOf(FILE* file, const char* path, Sum& sum) {
+  int64_t number = 1;
+  PartRead read = ReadPart(file, sum.bytes);
+  for (; read == PartRead::kPart; read = ReadPart(file, sum.bytes)) {
+    if (!AddPart({path, number}, sum)) {
+      return false;
+    }
+    ++number;
+  }
+  sum.parts += number - 1;
+  return (read == PartRead::kNoMore && number > 1) || RefuseRead({path, number}, read);
+}
+
+static bool AddFile(const char* path, Sum& sum) {
+  const OpenedFile opened = OpenToRead(path);
+  if (opened.file < 0) {
+    fprintf(stderr, "orvellis: %s could not be opened: %s\n", PartName(path, 1).text, strerror(errno));
+    return false;
+  }
+  FILE* const file = opened.kind == FileKind::kRegular ? fdopen(opened.file, "r") : nullptr;
+  if (file == nullptr) {
+    close(opened.file);
+    return RefuseRead({path, 1}, PartRead::kNoPart);
+  }
+  const bool added = AddPartsOf(file, path, sum);
+  fclose(file);
+  return added;
+}
+
+// The files that merge= names, from the first time that they are asked for: a run that has given up its
+// rights could not look for them.
+static DirectoryScan mPartFiles;
+static bool mPartFilesFound = false;
+
+static void ForgetPartFiles() {
+  FindClose(mPartFiles);
+  mPartFilesFound = false;
+}
+
+// The pattern's directory is used as it stands.
+void FindParts(const Settings& settings, void* context, void (*found)(void* context, const char* path)) {
+  if (strlen(settings.merge) >= kPathSize) {
+    return;
+  }
+  if (!mPartFilesFound) {
+    StartScan(mPartFiles, settings.merge);
+    mPartFilesFound = true;
+  }
+  RewindScan(mPartFiles);
+  const std::string_view pattern = settings.merge;
+  for (FoundName match = NextName(mPartFiles); match.name != nullptr; match = NextName(mPartFiles)) {
+    char path[2 * kPathSize];
+    const auto folder = static_cast<int>(FolderLength(pattern));
+    snprintf(path, sizeof path, "%.*s%s", folder, settings.merge, match.name);
+    found(context, path);
+  }
+}
+
+struct Adding {
+  Sum& sum;
+  bool all_added;
+};
+
+static void AddIfAllWere(void* context, const char* path) {
+  Adding& adding = *static_cast<Adding*>(context);
+  adding.all_added = adding.all_added && AddFile(path, adding.sum);
+}
+
+static bool AddAll(Sum& sum) {
+  const char* const pattern = sum.run.settings.merge;
+  if (IsStandard(pattern)) {
+    return AddPartsOf(stdin, pattern, sum);
+  }
+  Adding adding{sum, true};
+  FindParts(sum.run.settings, &adding, AddIfAllWere);
+  ForgetPartFiles();
+  return adding.all_added && (sum.parts > 0 || RefusePart({pattern, 1}, "names no part that is there"));
+}
+
+// ---- The page of what was added ----
+
+// What a run tells while it reads logs, in the order in which it does.
+static void TellAgain(const AnalysisEvents& told, const Analysis& analysis) {
+  TellLogsAgain(told.logs);
+  for (int64_t record = 0; told.line_read != nullptr && record < analysis.logs.records; ++record) {
+    told.line_read();
+  }
+}
+
+static void PrintPage(const PartRun& run, Analysis& analysis) {
+  const PageWriter& page = run.page;
+  if (page.begin != nullptr) {
+    page.begin(run.env, run.settings);
+  }
+  const AnalysisEvents told = page.told(run.settings);
+  if (page.found != nullptr) {
+    page.found(run.env, run.settings);
+  }
+  TellAgain(told, analysis);
+  CompleteCounts(run.settings, analysis);
+  FinishPageOf(run.settings, analysis, page);
+}
+
+static bool MergeParts(const PartRun& run) {
+  Analysis analysis{};
+  BeginAdding(run.settings, run.counting, analysis);
+  if (run.settings.domaintypes.on != 0) {
+    ReadNamesOnce(run.settings.Networks);  // before the tables take what memory there is
+  }
+  const Rules rules = ResolveRules(run.settings, run.counting);
+  Sum sum{run, analysis, rules, FingerprintOf(run.edition, rules, analysis)};
+  bool made = AddAll(sum);
+  ReleasePart(sum.bytes);
+  if (made && run.settings.part != nullptr) {
+    made = WritePart(run, rules, analysis);
+  } else if (made) {
+    PrintPage(run, analysis);
+  }
+  EndAnalysis(analysis);
+  return made;
+}
+
+bool MakePartOrPage(const PartRun& run) {
+  if (!CanBeDivided(run.settings)) {
+    return false;
+  }
+  return run.settings.merge != nullptr ? MergeParts(run) : CountPart(run);
+}

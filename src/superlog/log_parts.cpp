@@ -1,0 +1,391 @@
+#include "superlog/log_parts.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <set>
+#include <tuple>
+#include <vector>
+
+#include "base/text_file.h"
+#include "dates/local_time.h"
+#include "superlog/content_hash.h"
+#include "superlog/log_dates.h"
+#include "superlog/log_files.h"
+#include "superlog/log_format.h"
+#include "superlog/log_list.h"
+#include "superlog/superlog.h"
+
+RecordRules RulesOfRecords() {
+  return {mDateFormat, mGmtOffset, OwnLayout()};
+}
+
+// ---- Logs that could not be opened ----
+
+struct NotOpened {
+  NotOpened* next;
+  char path[kPathSize];
+};
+
+static NotOpened* mNotOpened = nullptr;
+static NotOpened* mLastNotOpened = nullptr;  // holds while there is a first
+
+void NoteLogNotOpened(const char* path) {
+  auto* const noted = new NotOpened{};
+  CopyText(noted->path, path);
+  (mNotOpened == nullptr ? mNotOpened : mLastNotOpened->next) = noted;
+  mLastNotOpened = noted;
+}
+
+void ForgetLogsNotOpened() {
+  while (mNotOpened != nullptr) {
+    NotOpened* const next = mNotOpened->next;
+    delete mNotOpened;
+    mNotOpened = next;
+  }
+}
+
+static void TellNotOpened(const LogEvents& events) {
+  for (const NotOpened* noted = mNotOpened; noted != nullptr; noted = noted->next) {
+    events.log_not_opened(noted->path);
+  }
+}
+
+static void TellLooks(const LogEvents& events) {
+  for (const LogFile* log = mpLogsRoot; log != nullptr; log = log->next) {
+    if (log->reading != nullptr) {
+      const LogRecords& records = log->reading->records;
+      events.log_looked_at({log->name, log->size, records.first, records.last, VerdictOf(records)});
+    }
+  }
+}
+
+void TellLogsAgain(const LogEvents& events) {
+  if (events.log_not_opened != nullptr) {
+    TellNotOpened(events);
+  }
+  if (events.log_looked_at != nullptr) {
+    TellLooks(events);
+  }
+}
+
+static void SaveNotOpened(PartWriter& part) {
+  uint64_t count = 0;
+  for (const NotOpened* noted = mNotOpened; noted != nullptr; noted = noted->next) {
+    ++count;
+  }
+  PutFigure(part, count);
+  for (const NotOpened* noted = mNotOpened; noted != nullptr; noted = noted->next) {
+    PutText(part, noted->path);
+  }
+}
+
+// ---- Repeated hours ----
+
+static int64_t OffsetAt(time_t when) {
+  tm local{};
+  TimeToLocal(when, local);
+  return local.tm_gmtoff;
+}
+
+// Whether another time shows the same on a clock.
+static bool IsRepeated(time_t when) {
+  static constexpr time_t kFarFromChange = 86400;
+  for (const time_t other : {when - kFarFromChange, when + kFarFromChange}) {
+    const int64_t offset = OffsetAt(other);
+    const time_t twin = when + OffsetAt(when) - offset;
+    if (twin != when && OffsetAt(twin) == offset) {
+      return true;
+    }
+  }
+  return false;
+}
+
+bool BeginsInRepeatedHour() {
+  for (const LogFile* log = mpLogsRoot; log != nullptr; log = log->next) {
+    if (LookAt(*log).verdict == LogVerdict::kInRange) {
+      return IsRepeated(log->first);
+    }
+  }
+  return false;
+}
+
+// ---- Logs that may hold the same ----
+
+// Contents that differ in none of these may be the same, and such that are the same differ in none.
+struct Likeness {
+  uint64_t size;
+  ContentHash beginning;
+  LogRecords records;
+  int64_t lines_not_understood;
+};
+
+static bool operator<(const Likeness& a, const Likeness& b) {
+  const auto values = [](const Likeness& likeness) {
+    return std::tie(likeness.size, likeness.beginning.low, likeness.beginning.high, likeness.records.count,
+                    likeness.records.in_range, likeness.records.first, likeness.records.last,
+                    likeness.lines_not_understood);
+  };
+  return values(a) < values(b);
+}
+
+static constexpr ContentKey kBeginningKey = {
+    {0xba7c9045f12c7f99, 0x24a19947b3916cf7, 0x0801f2e2858efc16, 0x636920d871574e69}};  // digits of pi
+static constexpr uint64_t kBeginning = 4096;                                            // bytes
+
+// Whether a report would show that the log was read twice. A log that nobody could unpack is told of.
+static bool WouldShowTwice(const LogFile& log) {
+  if (!log.plain || log.size == 0 || log.original != nullptr) {
+    return false;
+  }
+  if (log.reading == nullptr) {
+    return log.unpacked == UnpackEnd::kNoLibrary;
+  }
+  const LogRecords& records = log.reading->records;
+  return records.in_range > 0 || (records.count == 0 && log.reading->not_understood.lines > 0);
+}
+
+static bool HashBeginning(LogFile& log) {
+  const int file = OpenToRead(log.name).file;
+  if (file < 0) {
+    return false;
+  }
+  const bool hashed = HashFile(kBeginningKey, file, std::min(log.size, kBeginning), log.beginning);
+  close(file);
+  return hashed;
+}
+
+const char* HashBeginnings() {
+  for (LogFile* log = mpLogsRoot; log != nullptr; log = log->next) {
+    if (WouldShowTwice(*log) && !HashBeginning(*log)) {
+      return log->name;
+    }
+  }
+  return nullptr;
+}
+
+// ---- Writing ----
+
+static constexpr uint64_t kPlain = 1;
+static constexpr uint64_t kUnopened = 2;
+static constexpr uint64_t kRead = 4;
+static constexpr uint64_t kLike = 8;
+static constexpr uint64_t kAllFlags = 15;
+
+static void SaveReading(PartWriter& part, const LogReading& reading) {
+  PutFigure(part, static_cast<uint64_t>(reading.records.count));
+  PutFigure(part, static_cast<uint64_t>(reading.records.in_range));
+  PutSigned(part, reading.records.first);
+  PutSigned(part, reading.records.last);
+  PutFigure(part, static_cast<uint64_t>(reading.not_understood.lines));
+  PutFigure(part, static_cast<uint64_t>(reading.not_understood.first));
+  PutText(part, reading.not_understood.line);
+}
+
+static uint64_t FlagsOf(const LogFile& log) {
+  return (log.plain ? kPlain : 0) | (log.unopened ? kUnopened : 0) | (log.reading != nullptr ? kRead : 0) |
+         (WouldShowTwice(log) ? kLike : 0);
+}
+
+static void SaveLog(PartWriter& part, const LogFile& log) {
+  const uint64_t flags = FlagsOf(log);
+  PutText(part, log.name);
+  PutFigure(part, log.size);
+  PutSigned(part, log.first);
+  PutSigned(part, log.last);
+  PutFigure(part, flags);
+  PutFigure(part, static_cast<uint64_t>(log.format));
+  PutFigure(part, static_cast<uint64_t>(log.unpacked));
+  PutFigure(part, log.original == nullptr ? 0 : log.original->place + 1);
+  if ((flags & kRead) != 0) {
+    SaveReading(part, *log.reading);
+  }
+  if ((flags & kLike) != 0) {
+    PutFigure(part, log.beginning.low);
+    PutFigure(part, log.beginning.high);
+  }
+}
+
+void SaveLogs(PartWriter& part) {
+  SaveNotOpened(part);
+  uint64_t count = 0;
+  for (const LogFile* log = mpLogsRoot; log != nullptr; log = log->next) {
+    ++count;
+  }
+  PutFigure(part, count);
+  for (const LogFile* log = mpLogsRoot; log != nullptr; log = log->next) {
+    SaveLog(part, *log);
+  }
+}
+
+// ---- Reading ----
+
+static constexpr uint64_t kMostOfLog = uint64_t{1} << 48;  // records, lines
+
+template <size_t N>
+static void TakeName(PartReader& part, char (&name)[N]) {
+  const std::string_view text = TakeText(part, N - 1);
+  if (text.find('\0') != std::string_view::npos) {
+    MarkDamaged(part);
+  }
+  CopyText(name, part.damaged ? std::string_view{} : text);
+}
+
+// The classic page prints them as they stand.
+static bool IsHarmless(const char* path) {
+  return std::string_view(path).find_first_of("<>&\"'") == std::string_view::npos;
+}
+
+static bool AddNotOpened(PartReader& part) {
+  for (uint64_t left = TakeFigure(part); left > 0; --left) {
+    char path[kPathSize];
+    TakeName(part, path);
+    if (part.damaged || !IsHarmless(path)) {
+      return false;
+    }
+    NoteLogNotOpened(path);
+  }
+  return !part.damaged;
+}
+
+static void TakeReading(PartReader& part, LogReading& reading) {
+  reading.records.count = static_cast<int64_t>(TakeFigureUpTo(part, kMostOfLog));
+  reading.records.in_range = static_cast<int64_t>(TakeFigureUpTo(part, kMostOfLog));
+  reading.records.first = TakeSigned(part);
+  reading.records.last = TakeSigned(part);
+  reading.not_understood.lines = static_cast<int64_t>(TakeFigureUpTo(part, kMostOfLog));
+  reading.not_understood.first = static_cast<int64_t>(TakeFigureUpTo(part, kMostOfLog));
+  TakeName(part, reading.not_understood.line);
+  MakePrintable(reading.not_understood.line);
+}
+
+struct SavedLog {
+  LogFile log{};
+  uint64_t original = 0;  // its number within the part; 0: none
+  LogReading reading;
+};
+
+static void TakeLog(PartReader& part, SavedLog& saved) {
+  LogFile& log = saved.log;
+  TakeName(part, log.name);
+  log.size = TakeFigure(part);
+  log.first = TakeSigned(part);
+  log.last = TakeSigned(part);
+  const uint64_t flags = TakeFigureUpTo(part, kAllFlags);
+  log.state = kSeenOnDisk;
+  log.plain = (flags & kPlain) != 0;
+  log.unopened = (flags & kUnopened) != 0;
+  log.format = static_cast<PackFormat>(TakeFigureUpTo(part, kPackFormats - 1));
+  log.unpacked = static_cast<UnpackEnd>(TakeFigureUpTo(part, static_cast<uint64_t>(UnpackEnd::kBroken)));
+  saved.original = TakeFigure(part);
+  if ((flags & kRead) != 0) {
+    TakeReading(part, saved.reading);
+    log.reading = &saved.reading;
+  }
+  if ((flags & kLike) != 0) {
+    log.beginning.low = TakeFigure(part);
+    log.beginning.high = TakeFigure(part);
+  }
+  if (log.name[0] == '\0') {
+    MarkDamaged(part);
+  }
+}
+
+static AddedLogs Refuse(LogsAdded why, const char* log = "") {
+  AddedLogs result{.added = why, .log = {}};
+  CopyText(result.log, log);
+  MakePrintable(result.log);
+  return result;
+}
+
+// The logs of a part as they come into the list.
+struct LogsOfPart {
+  std::vector<LogFile*> logs;
+  std::set<Likeness> likenesses;  // of all that are in the list
+};
+
+static Likeness LikenessOf(const LogFile& log) {
+  static constexpr LogReading kNone{};
+  const LogReading& reading = log.reading == nullptr ? kNone : *log.reading;
+  return {log.size, log.beginning, reading.records, reading.not_understood.lines};
+}
+
+// Where logs are read whole each has its entry; otherwise one with the size and dates of another has none,
+// which matters where it was read.
+static LogsAdded AddLog(const SavedLog& saved, bool whole_logs, LogsOfPart& part) {
+  if (FindLog(saved.log.name) != nullptr) {
+    return LogsAdded::kTwice;
+  }
+  LogFile log = saved.log;
+  log.reading = nullptr;
+  if (!whole_logs) {
+    LogsListAppend(log);
+    const bool left_out = FindLog(log.name) == nullptr;
+    return left_out && LookAt(log).verdict == LogVerdict::kInRange ? LogsAdded::kCopy : LogsAdded::kAll;
+  }
+  LogsListAdd(log);
+  LogFile* const added = FindLog(log.name);
+  if (saved.log.reading != nullptr) {
+    ReadingOf(*added) = saved.reading;
+  }
+  part.logs.push_back(added);
+  return LogsAdded::kAll;
+}
+
+static bool SetOriginal(LogFile& log, uint64_t number, const LogsOfPart& part) {
+  if (number == 0) {
+    return true;
+  }
+  if (number >= part.logs.size() || part.logs[number - 1]->original != nullptr) {
+    return false;
+  }
+  log.original = part.logs[number - 1];
+  return true;
+}
+
+static AddedLogs AddWithLikeness(const SavedLog& saved, LogsOfPart& part) {
+  const LogsAdded added = AddLog(saved, true, part);
+  if (added != LogsAdded::kAll) {
+    return Refuse(added, saved.log.name);
+  }
+  LogFile& log = *part.logs.back();
+  if (!SetOriginal(log, saved.original, part)) {
+    return Refuse(LogsAdded::kDamaged);
+  }
+  const bool alone = !WouldShowTwice(log) || part.likenesses.insert(LikenessOf(log)).second;
+  return Refuse(alone ? LogsAdded::kAll : LogsAdded::kCopy, log.name);
+}
+
+static std::set<Likeness> LikenessesOfList() {
+  std::set<Likeness> likenesses;
+  for (const LogFile* log = mpLogsRoot; log != nullptr; log = log->next) {
+    if (WouldShowTwice(*log)) {
+      likenesses.insert(LikenessOf(*log));
+    }
+  }
+  return likenesses;
+}
+
+AddedLogs AddSavedLogs(PartReader& part, bool whole_logs) {
+  if (!AddNotOpened(part)) {
+    return Refuse(LogsAdded::kDamaged);
+  }
+  LogsOfPart logs;
+  if (whole_logs) {
+    logs.likenesses = LikenessesOfList();
+  }
+  for (uint64_t left = TakeFigure(part); left > 0; --left) {
+    SavedLog saved;
+    TakeLog(part, saved);
+    if (part.damaged) {
+      break;
+    }
+    const AddedLogs result =
+        whole_logs ? AddWithLikeness(saved, logs) : Refuse(AddLog(saved, false, logs), saved.log.name);
+    if (result.added != LogsAdded::kAll) {
+      return result;
+    }
+  }
+  return Refuse(part.damaged ? LogsAdded::kDamaged : LogsAdded::kAll);
+}
