@@ -641,7 +641,11 @@ static bool AddGroup(PartReader& part, List& list, ListInfo* info, size_t length
     FetchSlot(list, saved.hash);
   }
   for (const SavedKey& saved : std::span(group, length)) {
-    __builtin_prefetch(list.attacked ? nullptr : Foresee(list, saved.hash));
+    const ListItem* const record = list.attacked ? nullptr : Foresee(list, saved.hash);
+    if (record != nullptr) {
+      __builtin_prefetch(record);
+      __builtin_prefetch(reinterpret_cast<const char*>(record) + kCacheLine);
+    }
   }
   for (const SavedKey& saved : std::span(group, length)) {
     CountSaved(list, info, saved, nullptr, ignore_case);
