@@ -17,6 +17,7 @@ set(pages
   "security       docs/security.html"
   "editions       docs/editions.html"
   "outputs        docs/outputs.html"
+  "parts          docs/parts.html"
   "reliability    docs/reliability.html"
   "errors         support/errors/index.html")
 

@@ -90,9 +90,10 @@ static bool WriteSpecial(const char* path, void* context, void (*write)(void* co
   return written && closed;
 }
 
-bool WritePartFile(const char* path, void* context, void (*write)(void* context, PartWriter& part)) {
+bool WritePartFile(const char* path, FILE* standard, void* context,
+                   void (*write)(void* context, PartWriter& part)) {
   if (std::string_view(path) == "-") {
-    return WriteTo(stdout, context, write);
+    return WriteTo(standard, context, write);
   }
   if (strlen(path) >= kPathSize) {
     errno = ENAMETOOLONG;

@@ -15,10 +15,11 @@
 // ---- Writing ----
 
 // Has write called once with a writer whose bytes become the part's, and puts the part in place of the file
-// of that path, in one step: whoever reads meanwhile finds the old file or the new one. "-" is standard
-// output, which is sent; what is no regular file (a device, a pipe) is written as it is. False when it could
-// not be written: errno tells why.
-bool WritePartFile(const char* path, void* context, void (*write)(void* context, PartWriter& part));
+// of that path, in one step: whoever reads meanwhile finds the old file or the new one. "-" stands for the
+// standard stream, which is sent; what is no regular file (a device, a pipe) is written as it is. False when
+// it could not be written: errno tells why.
+bool WritePartFile(const char* path, std::FILE* standard, void* context,
+                   void (*write)(void* context, PartWriter& part));
 
 // ---- Reading ----
 

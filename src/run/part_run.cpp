@@ -129,7 +129,7 @@ static void WriteAll(void* context, PartWriter& part) {
 static bool WritePart(const PartRun& run, const Rules& rules, const Analysis& analysis) {
   const char* const path = run.settings.part;
   PartToWrite counted{run, rules, analysis};
-  if (WritePartFile(path, &counted, WriteAll)) {
+  if (WritePartFile(path, stdout, &counted, WriteAll)) {
     return true;
   }
   char name[kPathSize];
