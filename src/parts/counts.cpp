@@ -111,14 +111,16 @@ static void SaveTotals(PartWriter& part, const Analysis& analysis) {
   Put(part, analysis.logs.records);
 }
 
-static void AddTotals(PartReader& part, Analysis& analysis) {
+static void AddTotals(PartReader& part, const Rules& rules, Analysis& analysis) {
   const Limits& limits = analysis.counting.limits;
   Add(part, analysis.hits);
   Add(part, analysis.without_url);
   AddStatuses(part, analysis);
   Append(limits, analysis.part_bytes, TakeSum(part));
   analysis.bytes = CounterOf(limits, analysis.part_bytes);
+  const int64_t of_urls = analysis.urls.total;
   Add(part, analysis.urls.total);
+  analysis.urls.total = rules.url_total ? analysis.urls.total : of_urls;
   SuperLongSum read = SumOfSmall(analysis.logs.bytes_read);
   Append(limits, read, TakeSum(part));
   analysis.logs.bytes_read = CounterOf(limits, read);
@@ -330,7 +332,7 @@ bool AddSavedCounts(PartReader& part, const Rules& rules, Analysis& analysis, un
   if (part.damaged || missing != kCountKinds) {
     return false;
   }
-  AddTotals(part, analysis);
+  AddTotals(part, rules, analysis);
   for (unsigned kind = 0; kind < kCountKinds && !part.damaged; ++kind) {
     if (Holds(wanted, kind)) {
       kKindTable[kind].add(part, rules, analysis);

@@ -1,0 +1,268 @@
+#include "parts/counts.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+
+#include "analysis/driver.h"
+#include "analysis/search_engines.h"
+#include "support/account_logs.h"
+#include "support/counted.h"
+#include "support/part_text.h"
+
+namespace {
+
+// A new counter makes this fail: it has to be saved, added, and listed in CountersOf.
+static_assert(sizeof(Analysis) == 9944);
+
+// All that an analysis counts, in words.
+std::map<std::string, std::string> CountersOf(Analysis& analysis) {
+  std::map<std::string, std::string> counters;
+  const auto add = [&counters](const char* name, auto figure) { counters[name] = std::to_string(figure); };
+  const auto add_report = [&](const std::string& name, CountedReport& report) {
+    counters[name] = Counted(report.list);
+    counters[name + " total"] = std::to_string(report.total);
+  };
+  const auto add_all = [&](const char* name, const auto& figures) {
+    for (const int64_t figure : figures) {
+      counters[name] += figure == 0 ? "" : std::to_string(figure) + " ";
+    }
+  };
+  add_report("urls", analysis.urls);
+  add_report("referrers", analysis.referrers);
+  add_report("browsers", analysis.browsers);
+  add_report("badurls", analysis.badurls);
+  add_report("badreferrers", analysis.badreferrers);
+  add_report("domains", analysis.domains);
+  add_report("domaintypes", analysis.domaintypes);
+  add_all("days", analysis.days.counts);
+  add("days total", analysis.days.total);
+  for (const DayCount& day : std::span(analysis.dates.slots, analysis.dates.length)) {
+    counters["dates"] += std::to_string(day.day) + "=" + std::to_string(day.count) + " ";
+  }
+  add("dates total", analysis.dates.total);
+  add_all("hours of week", analysis.hours_of_week.counts);
+  add("hours of week total", analysis.hours_of_week.total);
+  add_all("weekdays", analysis.weekdays.counts);
+  add_all("hours", analysis.hours.counts);
+  add("hits", analysis.hits);
+  add("without url", analysis.without_url);
+  add_all("statuses", analysis.statuses);
+  add("bytes", SuperLongToBytes(analysis.bytes));
+  add("own referrers", analysis.own_referrers);
+  add("search hits", analysis.search.hits);
+  for (SearchEngine* engine = analysis.search.engines; engine != nullptr; engine = engine->next) {
+    counters["phrases"] += Counted(engine->phrases);
+    counters["referrals"] += engine->referrals == 0 ? "" : std::to_string(engine->referrals) + " ";
+  }
+  add("msie", analysis.MsieCount);
+  add("navigator", analysis.NavCount);
+  add("browser base", analysis.gHits_Browsers);
+  add("log bytes", SuperLongToBytes(analysis.logs.bytes_read));
+  add("in range", static_cast<int>(analysis.logs.in_range));
+  add("not understood", analysis.logs.lines_not_understood);
+  add("records", analysis.logs.records);
+  add("memory", analysis.memory.current);
+  return counters;
+}
+
+class PartCounts : public AccountLogs {
+ protected:
+  PartCounts() {
+    for (RankedReport* const report :
+         {&settings_.requests, &settings_.referrers, &settings_.search, &settings_.browsers,
+          &settings_.badurls, &settings_.badreferrers, &settings_.domains, &settings_.domaintypes}) {
+      report->on = 1;
+    }
+    settings_.badurl_referrers = settings_.dailytotals = settings_.hitsperhour = 1;
+    settings_.hitsperdayofweek = settings_.hoursofweek = 1;
+  }
+
+  void Choose(bool modern) {
+    modern_ = modern;
+    settings_.rules.whole_logs = modern;
+  }
+
+  const Counting& counting() const { return modern_ ? kModernCounting : kClassicCounting; }
+  Rules rules() const { return ResolveRules(settings_, counting()); }
+
+  // What every counter but those that one edition has not counts in.
+  static std::string SomeLog(const std::string& name) {
+    return ToText({.url = "/" + name,
+                   .referrer = "http://www.google.com/search?q=" + name,
+                   .agent = "Mozilla/4.7"}) +
+           ToText({.host = "10.1.2." + name,
+                   .url = "/Index.html",
+                   .agent = "Mozilla/4.0 (compatible; MSIE 5.0)"}) +
+           ToText({.time = "06/Mar/2000:11:00:00",
+                   .url = "/none" + name,
+                   .status = "404",
+                   .referrer = "http://other.example/" + name}) +
+           ToText({.url = "/a", .bytes = "999999800", .referrer = "http://site.example/" + name}) +
+           ToText({.url = "/a", .referrer = "http://www.google.com/"}) +
+           ToText({.time = "05/Apr/2000:10:00:00"}) + "no request at all\n" +
+           "h.example.com - - [07/Mar/2000:10:00:00 +0000] \"-\" 408 0 \"-\" \"-\"\n";
+  }
+
+  std::map<std::string, std::string> OfOneRun() {
+    Analysis analysis{};
+    EXPECT_TRUE(BeginAnalysis(settings_, counting(), analysis));
+    CountLogs(settings_, analysis);
+    return Ended(analysis);
+  }
+
+  std::string PartOf(const std::string& log) {
+    CopyText(settings_.logs, folder_ + "/" + log);
+    CopyText(settings_.summary, log);
+    settings_.part = "part";
+    Analysis analysis{};
+    EXPECT_TRUE(BeginAnalysis(settings_, counting(), analysis));
+    CountRecords(settings_, analysis);
+    std::string bytes = WrittenPart([&](PartWriter& part) { SaveCounts(part, rules(), analysis); });
+    settings_.part = nullptr;
+    Ended(analysis);
+    return bytes;
+  }
+
+  bool Add(const std::string& bytes, Analysis& analysis) {
+    const PartText text(bytes);
+    PartReader part = text.reader();
+    return AddSavedCounts(part, rules(), analysis, missing_) && part.next == part.end;
+  }
+
+  std::map<std::string, std::string> OfParts(const std::vector<std::string>& parts) {
+    Analysis analysis{};
+    BeginAdding(settings_, counting(), analysis);
+    for (const std::string& part : parts) {
+      EXPECT_TRUE(Add(part, analysis));
+    }
+    CompleteCounts(settings_, analysis);
+    return Ended(analysis);
+  }
+
+  static std::map<std::string, std::string> Ended(Analysis& analysis) {
+    auto counters = CountersOf(analysis);
+    EndAnalysis(analysis);
+    ResetSuperLog();
+    ResetAnalysis();
+    return counters;
+  }
+
+  bool modern_ = false;
+  unsigned missing_ = 0;
+};
+
+}  // namespace
+
+TEST_F(PartCounts, OfLogsAddUpToThoseOfOneRun) {
+  for (const bool modern : {false, true}) {
+    Choose(modern);
+    AddLog("a.log", SomeLog("1"));
+    AddLog("b.log", SomeLog("2") + SomeLog("3"));
+    AddLog("c.log", SomeLog("1"));
+    CopyText(settings_.logs, folder_ + "/[ab].log");
+    const auto of_one_run = OfOneRun();
+    const std::vector<std::string> parts = {PartOf("a.log"), PartOf("b.log")};
+    EXPECT_EQ(OfParts(parts), of_one_run);
+    // In which edition a counter does not rise.
+    for (const auto& [name, value] : of_one_run) {
+      const bool of_classic = name.starts_with("days");
+      const bool of_modern = name.starts_with("dates") || name == "referrals" || name == "own referrers" ||
+                             name == "without url" || name == "not understood";
+      const bool never = name == "badurls total" || name == "badreferrers total";
+      EXPECT_EQ(value == "0" || value.empty(), never || (modern ? of_classic : of_modern))
+          << name << ": " << value;
+    }
+  }
+}
+
+TEST_F(PartCounts, LeaveOutWhatIsNotAskedFor) {
+  Choose(true);
+  AddLog("a.log", SomeLog("1"));
+  const std::string part = PartOf("a.log");
+  int RankedReport::*const on = &RankedReport::on;
+  for (RankedReport Settings::*const report :
+       {&Settings::requests, &Settings::referrers, &Settings::search, &Settings::browsers, &Settings::badurls,
+        &Settings::badreferrers, &Settings::domaintypes}) {
+    settings_.*report.*on = 0;
+    CopyText(settings_.logs, folder_ + "/a.log");
+    EXPECT_EQ(OfParts({part}), OfOneRun());
+  }
+  settings_.domains.on = settings_.dailytotals = settings_.hitsperhour = settings_.hitsperdayofweek = 0;
+  settings_.hoursofweek = 0;
+  EXPECT_EQ(OfParts({part}), OfOneRun());
+}
+
+TEST_F(PartCounts, AreMissedWhereTheyAreAskedFor) {
+  Choose(true);
+  AddLog("a.log", SomeLog("1"));
+  const Settings all = settings_;
+  const auto missed = [&] {
+    const std::string part = PartOf("a.log");
+    settings_ = all;
+    Analysis analysis{};
+    BeginAdding(settings_, counting(), analysis);
+    EXPECT_FALSE(Add(part, analysis));
+    Ended(analysis);
+    return std::string(missing_ == kCountKinds ? "" : NameOf(static_cast<CountKind>(missing_)));
+  };
+  settings_.requests.on = 0;
+  EXPECT_EQ(missed(), "requests");
+  settings_.badurl_referrers = 0;
+  EXPECT_EQ(missed(), "badurl_referrers");
+  settings_.hitsperhour = settings_.hitsperdayofweek = settings_.hoursofweek = 0;
+  EXPECT_EQ(missed(), "hitsperhour");
+  settings_.dailytotals = settings_.search.on = 0;
+  EXPECT_EQ(missed(), "search");
+  settings_.domains.on = 0;
+  EXPECT_EQ(missed(), "domains");
+}
+
+TEST_F(PartCounts, OfTypesDependOnDomains) {
+  AddLog("a.log", SomeLog("1"));
+  const std::string part = PartOf("a.log");
+  settings_.domains.on = 0;
+  Analysis analysis{};
+  BeginAdding(settings_, counting(), analysis);
+  EXPECT_FALSE(Add(part, analysis));
+  EXPECT_STREQ(NameOf(static_cast<CountKind>(missing_)), "domaintypes");
+  Ended(analysis);
+}
+
+TEST_F(PartCounts, CutAnywhereAreDamaged) {
+  for (const bool modern : {false, true}) {
+    Choose(modern);
+    AddLog("a.log", SomeLog("1"));
+    const std::string part = PartOf("a.log");
+    for (size_t size = 0; size < part.size(); ++size) {
+      Analysis analysis{};
+      BeginAdding(settings_, counting(), analysis);
+      ASSERT_FALSE(Add(part.substr(0, size), analysis)) << size;
+      ASSERT_EQ(missing_, kCountKinds);
+      Ended(analysis);
+    }
+  }
+}
+
+// 10^9 bytes served stay as units until another amount comes.
+TEST_F(PartCounts, KeepAWholeBillionAsOneRunDoes) {
+  AddLog("a.log", {{.bytes = "400000000"}, {.bytes = "600000000"}});
+  AddLog("b.log", {{.bytes = "600000000"}});
+  AddLog("c.log", {{.bytes = "400000000"}});
+  for (const auto& logs :
+       {std::vector<std::string>{"a.log"}, {"b.log", "c.log"}, {"a.log", "b.log", "c.log"}}) {
+    Analysis analysis{};
+    std::vector<std::string> parts;
+    for (const std::string& log : logs) {
+      parts.push_back(PartOf(log));
+    }
+    BeginAdding(settings_, counting(), analysis);
+    for (const std::string& part : parts) {
+      ASSERT_TRUE(Add(part, analysis));
+    }
+    EXPECT_EQ(analysis.bytes.billions, logs.size() == 3 ? 1U : 0U);
+    EXPECT_EQ(analysis.bytes.units, 1000000000U);
+    Ended(analysis);
+  }
+}
