@@ -94,7 +94,11 @@ static SuperLong CounterOf(const Limits& limits, const SuperLongSum& sum) {
 }
 
 static void Append(const Limits& limits, SuperLongSum& sum, const SuperLongSum& more) {
-  (limits.wide_figures ? AppendWide : AppendWrapping)(sum, more);
+  if (limits.wide_figures) {
+    AppendWide(sum, more);
+  } else {
+    AppendWrapping(sum, more);
+  }
 }
 
 // ---- What every run counts ----
@@ -146,16 +150,14 @@ static void SaveReport(PartWriter& part, const Analysis& analysis) {
   SaveList(part, (analysis.*kReport).list);
 }
 
-template <CountedReport Analysis::*kReport>
-static bool AddReport(PartReader& part, Analysis& analysis, bool ignore_case) {
-  CountedReport& report = analysis.*kReport;
+static bool AddToReport(PartReader& part, CountedReport& report, bool ignore_case) {
   Add(part, report.total);
   return AddSavedList(part, report.list, report.info, ignore_case);
 }
 
 template <CountedReport Analysis::*kReport>
 static bool AddReport(PartReader& part, const Rules&, Analysis& analysis) {
-  return AddReport<kReport>(part, analysis, false);
+  return AddToReport(part, analysis.*kReport, false);
 }
 
 static bool PassReport(PartReader& part, const Analysis&) {
@@ -183,7 +185,7 @@ static void SaveReferrers(PartWriter& part, const Analysis& analysis) {
 
 static bool AddReferrers(PartReader& part, const Rules&, Analysis& analysis) {
   Add(part, analysis.own_referrers);
-  return AddReport<&Analysis::referrers>(part, analysis, true);
+  return AddToReport(part, analysis.referrers, true);
 }
 
 static bool PassReferrers(PartReader& part, const Analysis& analysis) {

@@ -92,14 +92,13 @@ static int64_t OffsetAt(time_t when) {
 // Whether another time shows the same on a clock.
 static bool IsRepeated(time_t when) {
   static constexpr time_t kFarFromChange = 86400;
-  for (const time_t other : {when - kFarFromChange, when + kFarFromChange}) {
+  const int64_t own = OffsetAt(when);
+  const auto has_twin = [&](time_t other) {
     const int64_t offset = OffsetAt(other);
-    const time_t twin = when + OffsetAt(when) - offset;
-    if (twin != when && OffsetAt(twin) == offset) {
-      return true;
-    }
-  }
-  return false;
+    const time_t twin = when + own - offset;
+    return twin != when && OffsetAt(twin) == offset;
+  };
+  return has_twin(when - kFarFromChange) || has_twin(when + kFarFromChange);
 }
 
 bool BeginsInRepeatedHour() {

@@ -40,7 +40,7 @@ void NoteAmount(SuperLongSum& sum, int64_t amount) {
   if (amount <= 0) {
     return;
   }
-  bool(&full)[2] = sum.ends_full;
+  bool* const full = sum.ends_full;
   if (amount % kBillion != 0) {
     full[0] = full[1] = amount < kBillion;
   } else {
