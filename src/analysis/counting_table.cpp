@@ -123,7 +123,7 @@ static ListItem* Find(const List& list, std::string_view key, uint32_t hash, boo
 }
 
 // The record that a key of this hash will very likely be; null: a new one, or unknown.
-static ListItem* Foresee(const List& list, uint32_t hash) {
+[[gnu::always_inline]] inline static ListItem* Foresee(const List& list, uint32_t hash) {
   if (list.lines == nullptr) {
     return nullptr;
   }

@@ -508,13 +508,13 @@ void CountRecords(const Settings& settings, Analysis& analysis) {
   while (SuperLog_NextLogFile()) {
     const LogRecords records = CountLogFile(rules, analysis);
     count_queued();
-    analysis.logs.records += records.count;
     SuperLog_LogRead(records);
   }
   SuperLog_NextLogFile_Done();
   analysis.logs.bytes_read = SuperLog_GetTotalLogBytesRead();
   analysis.logs.in_range = SuperLog_LogsInRange();
   analysis.logs.lines_not_understood = SuperLog_GetLinesNotUnderstood();
+  analysis.logs.records = SuperLog_GetRecordsRead();
   mPartBytes.sum = analysis.bytes;
   analysis.part_bytes = mPartBytes;
 }

@@ -44,6 +44,7 @@ static uint64_t mBytesBefore = 0;            // read before the open log
 static LogStamp mStamp;                      // of the open log, before it was opened
 static bool mToBeKept = false;  // nothing is known of it, and nobody can have changed it since the stamp
 static bool mLogsInReportRange = false;
+static int64_t mRecordsRead = 0;
 
 // Of the logs of which a report speaks, where logs are read whole.
 struct WholeFigures {
@@ -61,6 +62,7 @@ static void BeginRun(bool whole_logs) {
   mWholeLogs = whole_logs;
   mFilesBegun = false;
   mLogsInReportRange = false;
+  mRecordsRead = 0;
   mWhole = {};
 }
 
@@ -211,7 +213,8 @@ static uint64_t HashOfZone() {
 
 static uint64_t HashOfRules() {
   struct {
-    uint64_t version, line, item, request, wide, ff, escapes, layouts, requests, addresses, order, offset, zone;
+    uint64_t version, line, item, request, wide, ff, escapes, layouts, requests, addresses, order, offset,
+        zone;
     uint64_t layout;
     char program[16];
   } rules = {};
@@ -395,6 +398,7 @@ static void CloseRead(LogFile& log) {
 
 // A report speaks of the logs that hold records in range, and of lines where there might have been some.
 void SuperLog_LogRead(const LogRecords& records) {
+  mRecordsRead += records.count;
   if (mpOpenLog == nullptr) {
     return;
   }
@@ -515,4 +519,8 @@ SuperLong SuperLog_GetTotalLogBytesRead() {
 
 int64_t SuperLog_GetLinesNotUnderstood() {
   return mWholeLogs ? mWhole.lines_not_understood : LinesNotUnderstood();
+}
+
+int64_t SuperLog_GetRecordsRead() {
+  return mRecordsRead;
 }

@@ -174,5 +174,8 @@ SuperLong SuperLog_GetTotalLogBytesRead();
 // in those that hold records in range, and in those that hold no record at all.
 int64_t SuperLog_GetLinesNotUnderstood();
 
+// Records of all logs that this run has read, as SuperLog_LogRead was told.
+int64_t SuperLog_GetRecordsRead();
+
 // Releases the list of log files, and ends the process that unpacks, if there is one.
 void SuperLog_Uninit();
