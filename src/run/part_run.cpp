@@ -6,12 +6,14 @@
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
+#include <new>
 
 #include "analysis/driver.h"
 #include "analysis/resolve_item.h"
 #include "analysis/rules.h"
 #include "analysis/smart_memory.h"
 #include "analysis/wildcard.h"
+#include "base/memory_end.h"
 #include "base/path.h"
 #include "base/text_file.h"
 #include "parts/counts.h"
@@ -360,6 +362,7 @@ static bool MergeParts(const PartRun& run) {
 }
 
 bool MakePartOrPage(const PartRun& run) {
+  std::set_new_handler(EndWithoutMemory);
   if (!CanBeDivided(run.settings)) {
     return false;
   }
