@@ -183,6 +183,47 @@ class OutputTest(faults.FaultTest):
         self.assertEqual(self.read("errors.log"), b"before\n")
         self.assertEqual([name for name in os.listdir(self.path("logs")) if "ORV" in name], [])
 
+    # Counts that are written down.
+
+    def expect_no_part(self, result, sentence):
+        self.assertEqual((result.status, result.page), (4, b""), result)
+        self.assertRegex(result.errors, rb"\Aorvellis: [^\n]*" + sentence + rb"\n\Z")
+
+    def test_part_that_finds_no_room_leaves_the_old_one(self):
+        for edition in "edition=classic", "edition=modern":
+            parameters = self.parameters(edition, "part=counts")
+            self.assertEqual(self.run_once(parameters).status, 0)
+            old = self.read("counts")
+            for in_place in False, True:
+                for limit in 0, 1, 16, 100, 1000:
+                    # A summary file finds no room either.
+                    result = self.run_once(parameters, limits={resource.RLIMIT_FSIZE: limit})
+                    self.expect_no_part(result, rb"counts: File too large")
+                    merged = self.run_once(self.parameters(edition, "merge=counts"))
+                    if in_place:
+                        self.expect_no_part(merged, rb"counts is (cut|no part)")
+                    else:
+                        self.assertEqual(self.read("counts"), old)
+                        self.assertEqual(merged.status, 0)
+                # What has two names keeps both, and says in its first line that it is not whole.
+                if not in_place:
+                    os.link(self.path("counts"), self.path("other"))
+            self.assertEqual(sorted(name for name in os.listdir(self.folder) if "counts" in name), ["counts"])
+            os.unlink(self.path("other"))
+            os.unlink(self.path("counts"))
+
+    def test_parts_without_rights(self):
+        user = {"user": NOBODY, "group": NOBODY, "extra_groups": []} if os.geteuid() == 0 else {}
+        self.assertEqual(self.run_once(self.parameters("part=counts")).status, 0)
+        os.mkdir(self.path("closed"), 0o555 if not user else 0o755)
+        for mode, words, sentence in ((0o000, ["merge=counts"], rb"counts could not be opened: Permission denied"),
+                                      (0o644, ["part=closed/counts"], rb"closed/counts: Permission denied")):
+            os.chmod(self.path("counts"), mode)
+            for edition in "edition=classic", "edition=modern":
+                done = subprocess.run([faults.PROGRAM, *self.parameters(edition, *words)], cwd=self.folder,
+                                      env={"TZ": "UTC"}, capture_output=True, timeout=faults.HANG, check=False, **user)
+                self.expect_no_part(faults.Result(done.returncode, done.stdout, done.stderr), sentence)
+
     def test_error_lines_of_many_runs_stay_whole(self):
         name = "x" * 90
         runs = [self.start(["config=orvellis.conf", f"username={name}"]) for _ in range(64)]
