@@ -30,8 +30,8 @@ void BeginAdding(const Settings& settings, const Counting& counting, Analysis& a
 // opened, and none waits in the end.
 void CountLogs(const Settings& settings, Analysis& analysis);
 
-// Its two steps. Between them figures have no width yet and days no order, so that others can be added; part_bytes
-// is known only where the settings name a part.
+// Its two steps. Between them figures have no width yet and days no order, so that others can be added;
+// part_bytes is known only where the settings name a part.
 void CountRecords(const Settings& settings, Analysis& analysis);
 void CompleteCounts(const Settings& settings, Analysis& analysis);
 
