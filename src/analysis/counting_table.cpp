@@ -158,6 +158,12 @@ static void EnterAll(List& list) {
   return static_cast<uint32_t>(EndSipHash(hash));
 }
 
+// Of a key whose buffer may end with it.
+static uint32_t HashOf(std::string_view key, bool ignore_case) {
+  static char room[kLongestItem + kScanOverread];
+  return mpKeyForm->hash({room, key.copy(room, key.size())}, ignore_case, mSeed);
+}
+
 // Hashes all keys of the list, from now on, in the safe way.
 [[gnu::noinline]] static void RehashSafely(List& list) {
   list.attacked = true;
@@ -384,6 +390,59 @@ static List& SublistOf(ListItem& item) {
   return *item;
 }
 
+// ---- Parts of keys ----
+//
+// A key's part counts when its record is new; what the record's count rises by afterwards is the
+// part's as well, and is added once: in the end, or before a reclaim, for which counts must hold. From then
+// on parts are counted one by one.
+
+void count_parts_too(ListInfo& info, ListInfo& parts, KeyPart part_of) {
+  info.parts = &parts;
+  info.part_of = part_of;
+}
+
+static void AddToPart(const ListInfo& info, const ListItem& item) {
+  if (item.count == 1) {
+    return;
+  }
+  const std::string_view part = info.part_of(item.key());
+  const List& parts = *info.parts->head;
+  const uint32_t hash = parts.attacked ? SafeHash(part, false) : HashOf(part, false);
+  if (ListItem* const into = Find(parts, part, hash, false)) {
+    into->count += item.count - 1;
+    info.parts->kinds[into->kind] += item.count - 1;
+  }
+}
+
+static void SettleParts(ListInfo& info) {
+  List& list = *info.head;
+  if (info.part_of == nullptr || list.parts_behind) {
+    return;
+  }
+  list.parts_behind = true;
+  for (const ListItem* item = list.first; item != nullptr; item = item->next) {
+    AddToPart(info, *item);
+  }
+}
+
+void SettleAllParts() {
+  for (ListInfo* info = gListInfo.first; info != nullptr; info = info->next) {
+    SettleParts(*info);
+  }
+}
+
+// Of a record that has just been counted. It may go with a reclaim on the way: the part is taken from the
+// key.
+static void CountPart(const ListItem& item, const ListInfo& info, std::string_view key) {
+  if (item.count != 1 && !info.head->parts_behind) {
+    return;
+  }
+  const std::string_view part = info.part_of(key);
+  if (!part.empty()) {
+    CountKey(*info.parts->head, info.parts, part, HashOf(part, false), nullptr, false);
+  }
+}
+
 static void CountSubkey(ListItem& item, ListInfo* info, std::string_view subkey, uint32_t hash,
                         bool ignore_case) {
   if (item.has_tail) {
@@ -424,7 +483,8 @@ static void FetchSlots(WaitingKey* keys, size_t count) {
 
 static void FetchItems(WaitingKey* keys, size_t count) {
   for (const WaitingKey* const end = keys + count; keys != end; ++keys) {
-    keys->item = keys->is_subkey ? nullptr : Foresee(*keys->list, keys->hash);
+    const bool others = keys->is_subkey || keys->list->parts_behind;
+    keys->item = others ? nullptr : Foresee(*keys->list, keys->hash);
     if (keys->item != nullptr) {
       __builtin_prefetch(keys->item);
       __builtin_prefetch(reinterpret_cast<const char*>(keys->item) + kCacheLine);
@@ -438,6 +498,9 @@ static void FetchItems(WaitingKey* keys, size_t count) {
     CountSubkey(*(&key)[-1].item, key.info, key.key(), key.hash, key.ignore_case);
   } else {
     key.item = &CountKey(*key.list, key.info, key.key(), key.hash, nullptr, key.ignore_case);
+    if (key.info->part_of != nullptr) {
+      CountPart(*key.item, *key.info, key.key());
+    }
   }
 }
 
@@ -517,6 +580,11 @@ void forget_queued() {
   mCopied = 0;
 }
 
+void count_parts(ListInfo& info) {
+  count_queued();
+  SettleParts(info);
+}
+
 size_t list_length(const List& list) {
   count_queued();
   return list.length;
@@ -531,12 +599,6 @@ int64_t TotalList(const List& list) {
   return total;
 }
 
-// Of a key whose buffer may end with it.
-static uint32_t HashOf(std::string_view key, bool ignore_case) {
-  static char room[kLongestItem + kScanOverread];
-  return mpKeyForm->hash({room, key.copy(room, key.size())}, ignore_case, mSeed);
-}
-
 void add_item(List& list, ListInfo* info, std::string_view key, std::string_view subkey, ListItem* parent,
               bool ignore_case) {
   count_queued();
@@ -545,6 +607,10 @@ void add_item(List& list, ListInfo* info, std::string_view key, std::string_view
   }
   key = key.substr(0, mCountingLimits.item);
   ListItem& item = CountKey(list, info, key, HashOf(key, ignore_case), parent, ignore_case);
+  if (info->part_of != nullptr && parent == nullptr) {
+    CountPart(item, *info, key);
+    return;
+  }
   if (!subkey.empty()) {
     subkey = subkey.substr(0, mCountingLimits.item);
     CountSubkey(item, info, subkey, HashOf(subkey, ignore_case), ignore_case);

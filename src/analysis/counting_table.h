@@ -63,6 +63,7 @@ struct List {
   bool ignore_case;
   bool has_sublists : 1;  // perhaps
   bool attacked : 1;      // keys have collided as by chance they never do, and are hashed another way
+  bool parts_behind : 1;  // parts of keys are counted with each key
 
   uint32_t mask() const { return UINT32_MAX >> spare_bits; }  // of the index's lines
   size_t capacity() const;                                    // records that the index has places for
@@ -81,6 +82,9 @@ inline constexpr size_t kMaxPivots = 128;
 inline constexpr size_t kKinds = 4;
 using KeyClassifier = uint8_t (*)(std::string_view key);
 
+// Part of a key, or any text that depends on nothing but the key; not to be changed, and perhaps empty.
+using KeyPart = std::string_view (*)(std::string_view key);
+
 // Descriptor of a top-level list, chained in creation order.
 struct ListInfo {
   List* head;
@@ -91,6 +95,8 @@ struct ListInfo {
   bool sublists;           // top-level records may have sub-lists
   KeyClassifier classify;  // null: all keys are of kind 0
   int64_t kinds[kKinds];   // occurrences of keys of each kind; as wide as a record's count
+  KeyPart part_of;         // null: parts of keys do not count
+  ListInfo* parts;         // where they do
   ListItem* pivots[kMaxPivots];
 };
 
@@ -109,6 +115,13 @@ void SetCountingLimits(const Limits& limits);
 // bytes. When memory runs out, the process exits with status 1.
 enum class SubLists { kNone, kAny };
 void init_list(List& list, ListInfo*& info, const char* name, SubLists sublists = SubLists::kNone);
+
+// Has part_of each key that is counted in info's list from now on counted in the list of parts, too, right
+// behind it. Neither list holds a record yet, nor ignores case, nor has sub-lists. What a key that is known
+// already adds to its part is only there after count_parts: until then nobody reads the counts in the list of
+// parts.
+void count_parts_too(ListInfo& info, ListInfo& parts, KeyPart part_of);
+void count_parts(ListInfo& info);
 
 // Counts one occurrence of key (cut to the length of an item, without NULs) and,
 // when subkey is present, one of subkey in that record's sub-list. An absent or empty

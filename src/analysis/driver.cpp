@@ -95,6 +95,19 @@ static int64_t CountOfBrand(const ListInfo& browsers, uint8_t kind) {
   return browsers.kinds[kind] + browsers.kinds[kMsieKind | kNavigatorKind];
 }
 
+static void CountTypesWithDomains(const Rules& rules, Analysis& analysis) {
+  if (rules.type_of_domain != nullptr) {
+    count_parts_too(*analysis.domains.info, *analysis.domaintypes.info, rules.type_of_domain);
+  }
+}
+
+static void SetTypeCounts(Analysis& analysis) {
+  if (analysis.domains.info->part_of != nullptr) {
+    count_parts(*analysis.domains.info);
+    analysis.domaintypes.total = analysis.domains.total;
+  }
+}
+
 static void SetBrandCounts(Analysis& analysis) {
   const Limits& limits = analysis.counting.limits;
   analysis.MsieCount = Wrapped(limits, CountOfBrand(*analysis.browsers.info, kMsieKind));
@@ -276,7 +289,7 @@ static void CountDomain(const Rules& rules, Visitor& visitor, Analysis& analysis
   }
   if (rules.domain_types) {
     // deliberate: from the host as the domains report has shortened it
-    CountPartOfHost(analysis.domaintypes, visitor, checkIP(TruncateDomain(visitor.host, 1)));
+    CountPartOfHost(analysis.domaintypes, visitor, TypeOfDomain(visitor.host));
   }
 }
 
@@ -463,6 +476,7 @@ static void WrapFigures(Analysis& analysis) {
 // What the modules keep of a run joins the record of all that was counted.
 static void CollectFigures(Analysis& analysis) {
   SetBrandCounts(analysis);
+  SetTypeCounts(analysis);
   analysis.logs = {SuperLog_GetTotalLogBytesRead(), SuperLog_LogsInRange(), SuperLog_GetLinesNotUnderstood()};
   // Smart memory notes its peak only where it reclaims; without any reclaim memory has only grown.
   const int64_t peak = gSM_TotalBytesFreed == 0 ? gSM_CurrentBytesAllocated : gSM_MaximumBytesAllocated;
@@ -473,6 +487,7 @@ static void CollectFigures(Analysis& analysis) {
 void CountLogs(const Settings& settings, Analysis& analysis) {
   const Rules rules = ResolveRules(settings, analysis.counting);
   SuperLog_AskFor(rules.texts);
+  CountTypesWithDomains(rules, analysis);
   while (SuperLog_NextLogFile()) {
     const LogRecords records = CountLogFile(rules, analysis);
     count_queued();

@@ -111,6 +111,14 @@ std::string_view checkIP(std::string_view label) {
   return {kUnknown, 7};
 }
 
+std::string_view TypeOfDomain(std::string_view domain) {
+  return checkIP(TruncateDomain(domain, 1));
+}
+
+std::string_view TypeOfDomainOrNetwork(std::string_view domain) {
+  return domain.ends_with("::/48") ? std::string_view{kUnknown, 7} : TypeOfDomain(domain);
+}
+
 bool MSIE(std::string_view agent) {
   if (!ContainsText(agent, kMsie)) {
     return false;

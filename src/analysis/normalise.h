@@ -45,6 +45,12 @@ std::string_view TruncateFileType(std::string_view url);
 // "UNKNOWN" for a non-empty label without a letter, else the label.
 std::string_view checkIP(std::string_view label);
 
+// What a domain of the domains report counts as in that of domain types: its last label, as checkIP gives it.
+std::string_view TypeOfDomain(std::string_view domain);
+
+// The same where a domain may be a network of IPv6, which ends in "::/48" and is of type "UNKNOWN".
+std::string_view TypeOfDomainOrNetwork(std::string_view domain);
+
 // True when the agent holds "MSIE", by a scan that never looks back: the
 // character that ends a partial match is not looked at again.
 bool MSIE(std::string_view agent);

@@ -99,8 +99,17 @@ static void AddNarrowBytes(SuperLong& counter, int64_t amount) {
   SuperLongAdd(counter, static_cast<uint32_t>(amount));
 }
 
+// With names that a resolver gave, which may be longer than an item, a type is not always that of its domain.
+static KeyPart ResolveTypeOfDomain(const Settings& settings, const Limits& limits) {
+  if (settings.domains.on == 0 || settings.domaintypes.on == 0 || settings.dnslookupenabled != 0) {
+    return nullptr;
+  }
+  return limits.whole_addresses ? TypeOfDomainOrNetwork : TypeOfDomain;
+}
+
 Rules ResolveRules(const Settings& settings, const Counting& counting) {
   const bool wide = counting.limits.wide_figures;
+  const KeyPart type_of_domain = ResolveTypeOfDomain(settings, counting.limits);
   return {
       .settings = settings,
       .find = ResolveFindTest(settings, counting.limits),
@@ -127,7 +136,8 @@ Rules ResolveRules(const Settings& settings, const Counting& counting) {
       .bad_url_referrers = settings.badurl_referrers != 0,
       .bad_referrers = settings.badreferrers.on != 0,
       .domains = settings.domains.on != 0,
-      .domain_types = settings.domaintypes.on != 0,
+      .domain_types = settings.domaintypes.on != 0 && type_of_domain == nullptr,
+      .type_of_domain = type_of_domain,
       .days = settings.dailytotals != 0 && counting.days == DayCounting::kByDayOfYear,
       .dates = settings.dailytotals != 0 && counting.days == DayCounting::kByDate,
       .hours_of_week = NeedsHoursOfWeek(settings),

@@ -47,7 +47,8 @@ struct Rules {
   bool bad_url_referrers;
   bool bad_referrers;
   bool domains;
-  bool domain_types;
+  bool domain_types;       // counted record by record, or
+  KeyPart type_of_domain;  // with their domains; null: not so
   bool days;
   bool dates;
   bool hours_of_week;

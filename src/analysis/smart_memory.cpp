@@ -298,6 +298,7 @@ static ListInfo* ChooseVictim(ListInfo* last) {
 
 int64_t smart_free(const ListItem* spared) {
   ForgetForeseen();
+  SettleAllParts();
   Reclaim reclaim = {spared, KilobytesToBytes(mReclaimSize), 0};
   ListInfo* victim = nullptr;
   do {

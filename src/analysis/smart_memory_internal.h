@@ -57,6 +57,9 @@ auto TryWithReclaims(const ListItem* spared, const Try& try_again) -> decltype(t
   return {};
 }
 
+// Makes the counts of parts of keys hold, of which lists soon will not tell any more.
+void SettleAllParts();
+
 // Forgets which records the keys that wait have been found to be: some are about to go.
 void ForgetForeseen();
 

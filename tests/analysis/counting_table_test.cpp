@@ -479,6 +479,75 @@ TEST_F(PairedDisplayTest, ManyKeysInEveryOrderOfArrival) {
   }
 }
 
+// ---- Parts of keys ----
+
+static std::string_view LastLabel(std::string_view key) {
+  return key.substr(key.rfind('.') + 1);
+}
+
+class PartsOfKeys : public CountingTableTest {
+ protected:
+  void SetUp() override {
+    CountingTableTest::SetUp();
+    init_list(types_, types_info_, "Types");
+    count_parts_too(*info_, *types_info_, LastLabel);
+  }
+  void TearDown() override {
+    destroy(types_);
+    CountingTableTest::TearDown();
+  }
+
+  List types_;
+  ListInfo* types_info_;
+};
+
+TEST_F(PartsOfKeys, AreCountedAsOftenAsTheKeys) {
+  for (const char* key : {"a.com", "b.com", "a.com", "c.", "d.net", "c.", "a.com"}) {
+    queue_item(list_, info_, Kept(key), false);
+  }
+  Add("b.com", 2);
+  count_parts(*info_);
+  EXPECT_EQ(Text(KeyOrder(types_)), "com(6) net(1) ");
+  EXPECT_EQ(types_info_->kinds[0], 7);
+  count_parts(*info_);
+  EXPECT_EQ(Text(KeyOrder(types_)), "com(6) net(1) ") << "once";
+}
+
+// As if each part had been queued behind its key, whatever is reclaimed when.
+static void ExpectPlainParts() {
+  for (const uint32_t names : {60U, 900U, 4000U}) {
+    ResetMemory();
+    InitMemory(MemorySettings(3, 20, BudgetOfRecords(2000)));
+    Random random(names);
+    PairedTable keys(false);
+    PairedTable parts(false);
+    PairedTable others(false);
+    count_parts_too(*keys.info, *parts.info, LastLabel);
+    std::deque<WithRoom> texts;
+    for (int step = 0; step < 20000; ++step) {
+      const std::string part = RandomName(random, names);
+      const std::string key = Numbered("host", random.Below(1 + names / 8)).append(".").append(part);
+      queue_item(keys.list, keys.info, texts.emplace_back(key), false);
+      plain::add_item(keys.plain_list, keys.plain_info, key, "", nullptr, false);
+      plain::add_item(parts.plain_list, parts.plain_info, std::string(LastLabel(key)), "", nullptr, false);
+      if (random.Below(3) == 0) {
+        others.Queue(RandomName(random, names), "");
+      }
+    }
+    count_parts(*keys.info);
+    EXPECT_EQ(keys.info->reclaimed > 0, names > 60);
+    ASSERT_NO_FATAL_FAILURE(ExpectSameStatistics());
+    ASSERT_NO_FATAL_FAILURE(keys.ExpectSame());
+    ASSERT_NO_FATAL_FAILURE(parts.ExpectSame());
+    ASSERT_NO_FATAL_FAILURE(others.ExpectSame());
+  }
+}
+
+TEST_F(CountingTableTest, PartsOfKeysGiveThePlainResultUnderABudget) {
+  destroyListInfo();
+  ExpectPlainParts();
+}
+
 // ---- Keys that collide ----
 
 static constexpr uint32_t kWeakHash = 7;
@@ -540,6 +609,11 @@ TEST_F(CollidingKeys, GiveThePlainResult) {
     ASSERT_NO_FATAL_FAILURE(table.ExpectSame());
     ASSERT_NO_FATAL_FAILURE(table.ExpectSameDisplay(40));
   }
+}
+
+TEST_F(CollidingKeys, GiveThePlainPartsUnderABudget) {
+  destroyListInfo();
+  ExpectPlainParts();
 }
 
 TEST_F(CountingTableTest, KeysThatDoNotCollideAreNotTakenForSuch) {
