@@ -189,14 +189,23 @@ TEST(KeyHash, DependsOnTheSeed) {
   EXPECT_NE(Hash("/index.html", false), Hash("/index.html", false, other));
 }
 
-TEST(KeyHash, SpreadsNumberedKeysOverTheLowBits) {
-  constexpr int kKeys = 1 << 14;
-  std::set<uint32_t> homes;
-  for (int i = 0; i < kKeys; ++i) {
-    homes.insert(Hash("/page" + std::to_string(i) + ".html", false) % kKeys);
+// As random ones would: 1 - 1/e of the places are taken.
+TEST(KeyHash, SpreadsNumberedKeys) {
+  constexpr int kBits = 14;
+  constexpr int kKeys = 1 << kBits;
+  for (const uint64_t length : {kSeed.length, uint64_t{0}, ~uint64_t{0}}) {
+    KeySeed seed = kSeed;
+    seed.length = length;
+    std::set<uint32_t> low;
+    std::set<uint32_t> high;
+    for (int i = 0; i < kKeys; ++i) {
+      const uint32_t hash = Hash("/page" + std::to_string(i) + ".html", false, seed);
+      low.insert(hash % kKeys);
+      high.insert(hash >> (32 - kBits));
+    }
+    EXPECT_NEAR(static_cast<double>(low.size()), kKeys * 0.632, kKeys * 0.02);
+    EXPECT_NEAR(static_cast<double>(high.size()), kKeys * 0.632, kKeys * 0.02);
   }
-  EXPECT_NEAR(static_cast<double>(homes.size()), kKeys * 0.632,
-              kKeys * 0.02);  // 1 - 1/e, as random ones would
 }
 
 TEST(KeyHash, FormOfThisProcessorGivesWhatThePlainOneDoes) {
