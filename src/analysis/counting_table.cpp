@@ -492,15 +492,19 @@ static void FetchItems(WaitingKey* keys, size_t count) {
   }
 }
 
-// A key whose record is not the one that was foreseen, or that is a sub-key of the record before.
+// A key whose record is not the one that was foreseen or is watched, or that is a sub-key of the record
+// before.
 [[gnu::noinline]] static void CountOther(WaitingKey& key) {
   if (key.is_subkey) {
     CountSubkey(*(&key)[-1].item, key.info, key.key(), key.hash, key.ignore_case);
-  } else {
-    key.item = &CountKey(*key.list, key.info, key.key(), key.hash, nullptr, key.ignore_case);
-    if (key.info->part_of != nullptr) {
-      CountPart(*key.item, *key.info, key.key());
-    }
+    return;
+  }
+  if (key.info->watcher != nullptr) {
+    key.info->watcher(key.key());
+  }
+  key.item = &CountKey(*key.list, key.info, key.key(), key.hash, nullptr, key.ignore_case);
+  if (key.info->part_of != nullptr) {
+    CountPart(*key.item, *key.info, key.key());
   }
 }
 
@@ -565,6 +569,13 @@ void queue_copy(List& list, ListInfo* info, std::string_view key, bool ignore_ca
   char* const copy = mCopies + mCopied;
   mCopied += key.copy(copy, key.size());
   queue_item(list, info, {copy, key.size()}, ignore_case);
+}
+
+void count_now(List& list, ListInfo* info, std::string_view key, bool ignore_case) {
+  key = key.substr(0, mCountingLimits.item);
+  if (!key.empty()) {
+    CountKey(list, info, key, HashOf(key, ignore_case), nullptr, ignore_case);
+  }
 }
 
 void count_queued() {

@@ -79,11 +79,16 @@ inline constexpr size_t kMaxPivots = 128;
 
 // Sorts keys into kinds, so that this is done once for each record and not for
 // each occurrence. Nothing but the key decides.
-inline constexpr size_t kKinds = 4;
+inline constexpr size_t kKinds = 5;
+inline constexpr uint8_t kWatchedKind = 4;
 using KeyClassifier = uint8_t (*)(std::string_view key);
 
 // Part of a key, or any text that depends on nothing but the key; not to be changed, and perhaps empty.
 using KeyPart = std::string_view (*)(std::string_view key);
+
+// Is told of queued keys right before they are counted: of every key of the watched kind, and of any others.
+// It may count keys itself, by count_now.
+using KeyWatcher = void (*)(std::string_view key);
 
 // Descriptor of a top-level list, chained in creation order.
 struct ListInfo {
@@ -95,6 +100,7 @@ struct ListInfo {
   bool sublists;           // top-level records may have sub-lists
   KeyClassifier classify;  // null: all keys are of kind 0
   int64_t kinds[kKinds];   // occurrences of keys of each kind; as wide as a record's count
+  KeyWatcher watcher;      // null: nobody is told of keys
   KeyPart part_of;         // null: parts of keys do not count
   ListInfo* parts;         // where they do
   ListItem* pivots[kMaxPivots];
@@ -148,6 +154,10 @@ void queue_item(List& list, ListInfo* info, std::string_view key, std::string_vi
 
 // The same for a key whose buffer is needed for something else.
 void queue_copy(List& list, ListInfo* info, std::string_view key, bool ignore_case);
+
+// For watchers: counts the key before all that wait, and the one of which the watcher was told. It may be of
+// any length, and its buffer may end with it.
+void count_now(List& list, ListInfo* info, std::string_view key, bool ignore_case);
 
 // Counts all that wait.
 void count_queued();

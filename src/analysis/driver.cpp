@@ -115,6 +115,26 @@ static void SetBrandCounts(Analysis& analysis) {
   analysis.gHits_Browsers = Wrapped(limits, analysis.browsers.total);
 }
 
+static SearchCounts* mpSearch = nullptr;  // of this run
+
+static uint8_t ReferrerKind(std::string_view referrer) {
+  return MayCountForEngine(referrer, *mpSearch) ? kWatchedKind : uint8_t{0};
+}
+
+static void CountSearchNow(std::string_view referrer) {
+  CountSearchHits(referrer, *mpSearch, count_now);
+}
+
+// Most referrers come from no engine, which their records remember: a new one is looked at before its record
+// is made.
+static void WatchReferrers(const Rules& rules, Analysis& analysis) {
+  if (rules.search && rules.referrers) {
+    mpSearch = &analysis.search;
+    analysis.referrers.info->classify = ReferrerKind;
+    analysis.referrers.info->watcher = CountSearchNow;
+  }
+}
+
 // The order of creation decides which of two equally long tables is thinned.
 static void CreateTables(const Settings& settings, Analysis& analysis) {
   const SubLists referrers = settings.badurl_referrers != 0 ? SubLists::kAny : SubLists::kNone;
@@ -338,7 +358,8 @@ static void CountReferrer(const Rules& rules, std::string_view referrer, bool co
     return;
   }
   const bool own = !rules.own_host.empty() && IsOwn(rules, referrer);
-  if (rules.search && ((rules.referrals && !own) || HoldsQuery(referrer))) {
+  const bool watched = as_referrer && !own && !referrer.empty();
+  if (rules.search && !watched && (!own || HoldsQuery(referrer))) {
     CountSearchHits(referrer, analysis.search);
   }
   if (as_referrer && own) {
@@ -488,6 +509,7 @@ void CountLogs(const Settings& settings, Analysis& analysis) {
   const Rules rules = ResolveRules(settings, analysis.counting);
   SuperLog_AskFor(rules.texts);
   CountTypesWithDomains(rules, analysis);
+  WatchReferrers(rules, analysis);
   while (SuperLog_NextLogFile()) {
     const LogRecords records = CountLogFile(rules, analysis);
     count_queued();
@@ -523,4 +545,5 @@ void ResetAnalysis() {
   DestroyDNSCache();
   mpResolver = gethostbyaddr;
   mpLineRead = nullptr;
+  mpSearch = nullptr;
 }

@@ -20,8 +20,7 @@ static constexpr signed char kCaseBit = 'a' - 'A';
 // Secure Message Authentication" (1999), called NH there: of each chunk the sum of the
 // products of neighbouring words of 32 bits, each word hidden by one of the seed. To each
 // sum the state of the chunks before is added; times a word of the seed it is the next,
-// and the last one once more, for a product alone spreads keys that differ little badly.
-
+// and the last one once more: after one product, keys that differ little lie together.
 static uint32_t LastState(uint64_t state, uint64_t chain) {
   return static_cast<uint32_t>(MultiplyFold(MultiplyFold(state, chain), chain));
 }
@@ -96,7 +95,7 @@ static size_t CountKnownPlainly(const WaitingKey* keys, size_t count) {
   size_t known = 0;
   for (; known < count; ++known) {
     const WaitingKey& key = keys[known];
-    if (key.item == nullptr || key.item->length != key.length ||
+    if (key.item == nullptr || key.item->length != key.length || key.item->kind == kWatchedKind ||
         !EqualPlainly(key.item->name, key.text, key.length)) {
       break;
     }
@@ -200,7 +199,7 @@ WIDE bool EqualWide(const char* a, const char* b, size_t length) {
   size_t known = 0;
   for (; known < count; ++known) {
     const WaitingKey& key = keys[known];
-    if (key.item == nullptr || key.item->length != key.length ||
+    if (key.item == nullptr || key.item->length != key.length || key.item->kind == kWatchedKind ||
         !EqualWide(key.item->name, key.text, key.length)) {
       break;
     }

@@ -77,8 +77,8 @@ inline uint64_t FoldWord(uint64_t word) {
 struct KeyForm {
   uint32_t (*hash)(std::string_view key, bool fold, const KeySeed& seed);
   void (*hash_all)(WaitingKey* keys, size_t count, const KeySeed& seed);
-  // Counts keys in their records, up to the first that has none or one of another key; letters of the other
-  // case count as others. Returns how many.
+  // Counts keys in their records, up to the first that has none, or one that is watched or of another key;
+  // letters of the other case count as others. Returns how many.
   size_t (*count_known)(const WaitingKey* keys, size_t count);
 };
 extern const KeyForm kPlainForm;

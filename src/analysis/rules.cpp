@@ -129,7 +129,6 @@ Rules ResolveRules(const Settings& settings, const Counting& counting) {
       .referrers = settings.referrers.on != 0,
       .filter_referrers = settings.filter_referrers != 0 && settings.filter_domains[0] != '\0',
       .search = settings.search.on != 0,
-      .referrals = counting.search->referrals,
       .own_host = OwnHost(settings, counting),
       .browsers = settings.browsers.on != 0,
       .bad_urls = settings.badurls.on != 0,

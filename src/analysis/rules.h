@@ -40,7 +40,6 @@ struct Rules {
   bool referrers;
   bool filter_referrers;
   bool search;
-  bool referrals;             // of search engines, those without a phrase, too
   std::string_view own_host;  // whose pages are no rows of the referrers, without "www."; empty: none
   bool browsers;
   bool bad_urls;

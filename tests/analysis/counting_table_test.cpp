@@ -479,6 +479,75 @@ TEST_F(PairedDisplayTest, ManyKeysInEveryOrderOfArrival) {
   }
 }
 
+// ---- Keys that are watched ----
+
+static std::vector<std::string> mTold;
+static List mFound;
+static ListInfo* mpFoundInfo;
+
+static void Note(std::string_view key) {
+  mTold.emplace_back(key);
+  count_now(mFound, mpFoundInfo, key.substr(1), false);
+}
+
+class WatchedKeys : public CountingTableTest {
+ protected:
+  void SetUp() override {
+    CountingTableTest::SetUp();
+    init_list(mFound, mpFoundInfo, "Found");
+    mTold.clear();
+    info_->classify = [](std::string_view key) { return key.starts_with('?') ? kWatchedKind : uint8_t{1}; };
+    info_->watcher = Note;
+  }
+  void TearDown() override {
+    destroy(mFound);
+    CountingTableTest::TearDown();
+  }
+  void QueueAll(std::initializer_list<const char*> keys) {
+    for (const char* key : keys) {
+      queue_item(list_, info_, Kept(key), true);
+    }
+    count_queued();
+  }
+};
+
+TEST_F(WatchedKeys, AreToldEachTimeAndOthersOnce) {
+  QueueAll({"a", "?b"});
+  EXPECT_EQ(mTold, (std::vector<std::string>{"a", "?b"}));
+  mTold.clear();
+  QueueAll({"a", "?b", "a", "?b", "a"});
+  EXPECT_EQ(mTold, (std::vector<std::string>{"?b", "?b"}));
+  EXPECT_EQ(Text(KeyOrder(mFound)), "b(3) ");
+  EXPECT_EQ(Text(KeyOrder(list_)), "?b(3) a(4) ");
+}
+
+TEST_F(WatchedKeys, AreToldInEverySpelling) {
+  QueueAll({"?b"});
+  QueueAll({"?B", "?b"});
+  EXPECT_EQ(mTold, (std::vector<std::string>{"?b", "?B", "?b"}));
+  EXPECT_EQ(Text(KeyOrder(mFound)), "B(1) b(2) ");
+  EXPECT_EQ(Text(KeyOrder(list_)), "?b(3) ");
+}
+
+TEST_F(WatchedKeys, AreToldBeforeTheyAreCounted) {
+  info_->watcher = [](std::string_view key) { count_now(mFound, mpFoundInfo, key, false); };
+  SetCountingLimits(kClassicLimits);
+  QueueAll({"?new"});
+  EXPECT_EQ(gSM_TotalBytesAllocated, 2 * 256);
+  info_->watcher = [](std::string_view) { mTold.emplace_back(std::to_string(gSM_TotalBytesAllocated)); };
+  QueueAll({"?other"});
+  EXPECT_EQ(mTold.back(), std::to_string(2 * 256)) << "and no record made of them";
+}
+
+TEST_F(WatchedKeys, KeysCountedMeanwhileAreCutAndEmptyOnesDoNothing) {
+  info_->watcher = [](std::string_view) {
+    count_now(mFound, mpFoundInfo, std::string(300, 'x'), false);
+    count_now(mFound, mpFoundInfo, "", false);
+  };
+  QueueAll({"?"});
+  EXPECT_EQ(Text(KeyOrder(mFound)), std::string(243, 'x') + "(1) ");
+}
+
 // ---- Parts of keys ----
 
 static std::string_view LastLabel(std::string_view key) {

@@ -719,6 +719,48 @@ TEST_F(CountLogsTest, SearchPhrasesAloneAreReadFromReferrers) {
   EXPECT_EQ(Counted(analysis_.search.engines->phrases), "a=1 ");
 }
 
+// Often enough that their records are known.
+static std::string ManyReferrers(std::initializer_list<const char*> referrers, int times) {
+  std::string content;
+  for (int i = 0; i < times; ++i) {
+    for (const char* referrer : referrers) {
+      content += ToText({.referrer = referrer});
+    }
+  }
+  return content;
+}
+
+TEST_F(CountLogsTest, SearchPhrasesOfKnownReferrersAreReadEachTime) {
+  settings_.search.on = 1;
+  settings_.referrers.on = 1;
+  ParseSearchEngineDefinition("F;domain=finder.example;vars=q");
+  AddLog("a.log", ManyReferrers({"http://Finder.example/?q=A", "http://finder.example/?q=A",
+                                 "http://finder.example/?Q=a", "http://other.example/?q=b",
+                                 "http://finder.example/", "http://other.example/"},
+                                100));
+  Run();
+  EXPECT_EQ(Counted(analysis_.search.engines->phrases), "A=100 a=100 ");
+  EXPECT_EQ(analysis_.search.hits, 200);
+  EXPECT_EQ(Referrers(),
+            "http://finder.example/=100 http://Finder.example/?q=A=300 http://other.example/=100 "
+            "http://other.example/?q=b=100 ");
+}
+
+TEST_F(CountingOfDriver, ReferralsOfKnownReferrersCountEachTime) {
+  settings_.search.on = 1;
+  settings_.referrers.on = 1;
+  CopyText(settings_.url, "http://own.example/");
+  AddLog("a.log",
+         ManyReferrers({"https://WWW.google.com/", "https://www.google.com/", "http://other.example/",
+                        "http://own.example/?q=x", "https://bing.com/search?q=red"},
+                       100));
+  RunWith(kModernCounting);
+  EXPECT_EQ(analysis_.search.hits, 200);
+  EXPECT_EQ(analysis_.search.engines->referrals, 100);
+  EXPECT_EQ(analysis_.own_referrers, 100);
+  EXPECT_EQ(analysis_.referrers.total, 500);
+}
+
 TEST_F(CountLogsTest, QueryBehindTwoSlashesIsAReferrerWithoutPhrase) {
   settings_.search.on = 1;
   settings_.referrers.on = 1;

@@ -134,6 +134,17 @@ TEST(CountKnown, StopsAtTheFirstOther) {
   }
 }
 
+TEST(CountKnown, StopsAtWatchedRecords) {
+  const auto item = MakeItem("/a");
+  const WithRoom text("/a");
+  for (const KeyForm& form : {mKeyFormHere, kPlainForm}) {
+    item->kind = kWatchedKind;
+    ASSERT_FALSE(Counts(form, *item, "/a"));
+    item->kind = kWatchedKind - 1;
+    ASSERT_TRUE(Counts(form, *item, "/a"));
+  }
+}
+
 TEST(SameKey, IsEqualityWithAndWithoutCase) {
   Random random(2);
   for (int i = 0; i < 20000; ++i) {
