@@ -121,20 +121,17 @@ static ListItem* Find(const List& list, std::string_view key, uint32_t hash, boo
   }
 }
 
-// The record that a key of this hash will very likely be; null: a new one, or unknown.
-static ListItem* Foresee(const List& list, uint32_t hash) {
+// The record that a key of this hash will very likely be; 0: a new one, or unknown.
+static ItemRef Foresee(const List& list, uint32_t hash) {
   if (list.lines == nullptr) {
-    return nullptr;
+    return 0;
   }
   for (uint32_t i = HomeOf(list, hash);; i = (i + 1) & list.mask()) {
     const IndexLine& line = list.lines[i];
     const uint32_t places = PlacesOf(line.hashes, hash);
     const ItemRef ref = places == 0 ? 0 : line.items[std::countr_zero(places)];
-    if (ref != 0) {
-      return ItemAt(ref);
-    }
-    if (!line.full()) {
-      return nullptr;
+    if (ref != 0 || !line.full()) {
+      return ref;
     }
   }
 }
@@ -484,8 +481,10 @@ static void FetchSlots(WaitingKey* keys, size_t count) {
 static void FetchItems(WaitingKey* keys, size_t count) {
   for (const WaitingKey* const end = keys + count; keys != end; ++keys) {
     const bool others = keys->is_subkey || keys->list->parts_behind;
-    keys->item = others ? nullptr : Foresee(*keys->list, keys->hash);
-    if (keys->item != nullptr) {
+    const ItemRef ref = others ? 0 : Foresee(*keys->list, keys->hash);
+    keys->item = nullptr;
+    if (ref != 0) {
+      keys->item = ItemAt(ref);
       __builtin_prefetch(keys->item);
       __builtin_prefetch(reinterpret_cast<const char*>(keys->item) + kCacheLine);
     }
@@ -537,7 +536,13 @@ void ForgetForeseen() {
 
 static void Wait(List& list, ListInfo* info, std::string_view key, bool ignore_case, bool is_subkey) {
   const size_t length = std::min(key.size(), mCountingLimits.item);
-  *mpNext++ = {key.data(), &list, info, nullptr, 0, static_cast<uint16_t>(length), ignore_case, is_subkey};
+  WaitingKey& waiting = *mpNext++;  // hash and record follow
+  waiting.text = key.data();
+  waiting.list = &list;
+  waiting.info = info;
+  waiting.length = static_cast<uint16_t>(length);
+  waiting.ignore_case = ignore_case;
+  waiting.is_subkey = is_subkey;
   if (mpNext == mpEnd) {
     TurnOver();
   }
