@@ -194,6 +194,9 @@ static bool Authenticated(std::string_view rule, std::string_view text) {
 }
 
 static bool Finds(const FindTest& find, std::string_view url) {
+  if (find.short_prefix) {
+    return find.length == 0 || url.starts_with(find.value[0]);
+  }
   if (find.prefix) {
     url = url.substr(0, find.length);
   }
@@ -205,7 +208,8 @@ static bool Finds(const FindTest& find, std::string_view url) {
 }
 
 static bool IsSelected(const Rules& rules, const SuperLogRecord& record, std::string_view url) {
-  return Authenticated(rules.realm, record.realm) && Authenticated(rules.user, record.user) &&
+  return (!rules.authenticated ||
+          (Authenticated(rules.realm, record.realm) && Authenticated(rules.user, record.user))) &&
          (!rules.filter_domains || rules.host_counts(rules.settings, record.host)) && Finds(rules.find, url);
 }
 
@@ -220,7 +224,11 @@ struct Visitor {
   explicit Visitor(const SuperLogRecord& record) : host(record.host), ipv6(record.ipv6) {}
   Visitor(const Visitor&) = delete;
   Visitor& operator=(const Visitor&) = delete;
-  ~Visitor() { free(name); }
+  ~Visitor() {
+    if (name != nullptr) {
+      free(name);
+    }
+  }
 };
 
 // Puts the host's name in place of a numeric address; false when there is none.
@@ -334,14 +342,26 @@ static bool HoldsQuery(std::string_view referrer) {
   return FindByte(referrer.data(), end, '?') != end;
 }
 
+// Tells nearly all addresses of other sites by one look behind the scheme, whatever that is. Letters of both
+// cases are one there, and some other characters, too.
+static bool IsOfOther(const OwnHost& own, std::string_view address) {
+  constexpr size_t kSeen = 8 + 4 + sizeof own.start;  // "https://", "www." and the start
+  if (address.size() < kSeen) {
+    return false;
+  }
+  const char* host = address.data() + (address[4] == 's' ? 8 : 7);
+  host += StartWord<uint32_t>(host) == StartWord<uint32_t>("www.") ? 4 : 0;
+  return (StartWord<uint64_t>(host) & own.mask) != own.start;
+}
+
 // Whether the address is one of the site's: its host ends there, or at a port. What ends at "@" is no
 // host, but a name for another site's.
 [[gnu::noinline]] static bool IsOwn(const Rules& rules, std::string_view referrer) {
   const std::string_view host = HostBehindWww(referrer);
-  const size_t length = rules.own_host.size();
+  const size_t length = rules.own_host.name.size();
   // Nearly all others are told by one character.
-  if (host.size() < length || ToLowerAscii(host[length - 1]) != ToLowerAscii(rules.own_host.back()) ||
-      !BeginsWithIgnoreCase(host, rules.own_host)) {
+  if (host.size() < length || ToLowerAscii(host[length - 1]) != ToLowerAscii(rules.own_host.name.back()) ||
+      !BeginsWithIgnoreCase(host, rules.own_host.name)) {
     return false;
   }
   const std::string_view behind = host.substr(length);
@@ -357,7 +377,8 @@ static void CountReferrer(const Rules& rules, std::string_view referrer, bool co
       (rules.filter_referrers && !NotFilteredDomain(rules.settings, referrer))) {
     return;
   }
-  const bool own = !rules.own_host.empty() && IsOwn(rules, referrer);
+  const bool own =
+      !rules.own_host.name.empty() && !IsOfOther(rules.own_host, referrer) && IsOwn(rules, referrer);
   const bool watched = as_referrer && !own && !referrer.empty();
   if (rules.search && !watched && (!own || HoldsQuery(referrer))) {
     CountSearchHits(referrer, analysis.search);

@@ -37,11 +37,6 @@ bool IpAddrsOnly(std::string_view text) {
                      [](char c) { return IsDigitAscii(c) || c == '.' || c == ',' || c == ';'; });
 }
 
-bool IPaddress(std::string_view host) {
-  // deliberate: the last character alone decides, whatever stands before it
-  return !host.empty() && !IsLetterAscii(host.back());
-}
-
 std::string_view TruncateDomain(std::string_view host, int n) {
   if (host == kNullHost) {
     return host.substr(0, 0);

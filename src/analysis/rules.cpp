@@ -21,6 +21,10 @@ bool FindsAll(const Settings& settings) {
   return settings.find_pattern != 0 ? find == "*" || find == "/*" : find == "/" && settings.subdirs != 0;
 }
 
+static bool IsShortPrefix(const FindTest& find) {
+  return find.prefix && (find.length == 0 || (find.length == 1 && !IsLetterAscii(find.value[0])));
+}
+
 // Where all requests are some, not all of a site's have a path.
 static FindTest ResolveFindTest(const Settings& settings, const Limits& limits) {
   FindTest find{};
@@ -29,11 +33,12 @@ static FindTest ResolveFindTest(const Settings& settings, const Limits& limits) 
   find.ignore_case = settings.find_casesensitive == 0;
   if (limits.all_requests && FindsAll(settings)) {
     find.length = 0;
-    find.prefix = true;
+    find.prefix = find.short_prefix = true;
     return find;
   }
   if (settings.find_pattern == 0) {
     find.prefix = settings.subdirs != 0;
+    find.short_prefix = IsShortPrefix(find);
     return find;
   }
   find.wildmat = find.ignore_case ? super_wildmati : super_wildmat;
@@ -74,12 +79,18 @@ std::string_view HostBehindWww(std::string_view address) {
   return address;
 }
 
-static std::string_view OwnHost(const Settings& settings, const Counting& counting) {
+static OwnHost ResolveOwnHost(const Settings& settings, const Counting& counting) {
+  OwnHost own{};
   if (!counting.other_sites_alone || settings.own_referrers != 0) {
-    return {};
+    return own;
   }
   const std::string_view host = HostBehindWww(settings.url);
-  return host.substr(0, host.find_first_of("/:?#"));
+  own.name = host.substr(0, host.find_first_of("/:?#"));
+  char start[sizeof own.start] = {};
+  const size_t length = own.name.copy(start, sizeof start);
+  memset(&own.mask, 0xff, length);
+  own.start = StartWord<uint64_t>(start) & own.mask;
+  return own;
 }
 
 // Weekdays and hours are sums of them.
@@ -115,6 +126,7 @@ Rules ResolveRules(const Settings& settings, const Counting& counting) {
       .find = ResolveFindTest(settings, counting.limits),
       .texts = ResolveTexts(settings),
       .longest_item = counting.limits.item,
+      .authenticated = settings.authrealm[0] != '\0' || settings.authuser[0] != '\0',
       .realm = settings.authrealm,
       .user = settings.authuser,
       .dns = ResolveDnsMode(settings, counting.limits),
@@ -129,7 +141,7 @@ Rules ResolveRules(const Settings& settings, const Counting& counting) {
       .referrers = settings.referrers.on != 0,
       .filter_referrers = settings.filter_referrers != 0 && settings.filter_domains[0] != '\0',
       .search = settings.search.on != 0,
-      .own_host = OwnHost(settings, counting),
+      .own_host = ResolveOwnHost(settings, counting),
       .browsers = settings.browsers.on != 0,
       .bad_urls = settings.badurls.on != 0,
       .bad_url_referrers = settings.badurl_referrers != 0,

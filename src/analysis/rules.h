@@ -3,6 +3,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <string_view>
 
 #include "analysis/analysis.h"
@@ -17,15 +19,33 @@ struct FindTest {
   char value[kTextSize];
   size_t length;
   int (*wildmat)(std::string_view pattern, std::string_view text);
-  bool prefix;  // compare no more of the URL than the value is long
+  bool prefix;        // compare no more of the URL than the value is long
+  bool short_prefix;  // which is not at all, or one character that is no letter: mostly "/"
   bool ignore_case;
 };
+
+// The site's host.
+struct OwnHost {
+  std::string_view name;  // without "www."; empty: none
+  uint64_t start;         // its StartWord, of
+  uint64_t mask;          // as many characters as it has
+};
+
+// The first characters of a text that has as many, letters of both cases being one, and some other
+// characters, too.
+template <typename Word>
+Word StartWord(const char* text) {
+  Word word = 0;
+  memcpy(&word, text, sizeof word);
+  return word | static_cast<Word>(0x2020202020202020);
+}
 
 struct Rules {
   const Settings& settings;
   FindTest find;
   AskedTexts texts;
   size_t longest_item;
+  bool authenticated;      // realm or user is asked for
   std::string_view realm;  // empty: any
   std::string_view user;
   DnsMode dns;
@@ -40,7 +60,7 @@ struct Rules {
   bool referrers;
   bool filter_referrers;
   bool search;
-  std::string_view own_host;  // whose pages are no rows of the referrers, without "www."; empty: none
+  OwnHost own_host;  // whose pages are no rows of the referrers
   bool browsers;
   bool bad_urls;
   bool bad_url_referrers;

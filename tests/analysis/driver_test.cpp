@@ -418,6 +418,27 @@ TEST_F(CountingOfDriver, PagesOfTheSiteAreNoReferrersUnlessAskedFor) {
   EXPECT_EQ(analysis_.own_referrers, 0);
 }
 
+TEST_F(CountingOfDriver, HostsOfAnyLengthTellTheSite) {
+  settings_.referrers.on = 1;
+  for (const char* own : {"a.b", "own.site", "own.site.", "a.long.own.example"}) {
+    SCOPED_TRACE(own);
+    CopyText(settings_.url, std::string("https://").append(own).append("/"));
+    std::string content;
+    for (const char* scheme : {"http://", "https://", "http://www.", "https://WwW."}) {
+      for (const char* path : {"", "/", "/a/page/of/the/site", "x/another/site/of/some", ":80"}) {
+        content += ToText({.referrer = std::string(scheme).append(own).append(path)});
+      }
+    }
+    for (const char* scheme : {"ftp://", "HTTP://", "", "http:///", "https:/", "https://www.w"}) {
+      content += ToText({.referrer = std::string(scheme).append(own).append("/a/page/of/any/site")});
+    }
+    AddLog("a.log", content);
+    RunWith(kModernCounting);
+    EXPECT_EQ(analysis_.own_referrers, 16);
+    EXPECT_EQ(analysis_.referrers.total, 26);
+  }
+}
+
 TEST_F(CountLogsTest, HitsAndBytesOfCountedRecords) {
   AddLog("a.log", {{.bytes = "100"}, {.bytes = "2000000000"}, {.bytes = "-"}});
   Run();
@@ -439,6 +460,21 @@ TEST_F(FindTestOfDriver, SubdirsMatchesByPrefix) {
   AddLog("a.log", {{.url = "/docs/a.html"}, {.url = "/docsx"}, {.url = "/DOCS"}, {.url = "/doc"}});
   Run();
   EXPECT_EQ(Urls(), "/DOCS=1 /docs/a.html=1 /docsx=1 ");
+}
+
+TEST_F(CountingOfDriver, FindsPrefixesOfOneCharacterOrNone) {
+  const auto hits = [this](const char* find) {
+    CopyText(settings_.find, find);
+    RunWith(kClassicCounting);
+    return analysis_.hits;
+  };
+  settings_.subdirs = 1;
+  AddLog("a.log", {{.url = "/"}, {.url = "/a"}, {.url = "a/"}, {.url = "A"}, {.url = "*"}});
+  EXPECT_EQ(hits("/"), 2);
+  EXPECT_EQ(hits("*"), 1);
+  EXPECT_EQ(hits("a"), 2) << "letters of any case";
+  EXPECT_EQ(hits("?"), 0);
+  EXPECT_EQ(hits(""), 5);
 }
 
 TEST_F(FindTestOfDriver, WithoutSubdirsTheUrlWithoutItsQueryMustBeEqual) {
