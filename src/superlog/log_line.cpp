@@ -63,7 +63,16 @@ static void CutAt(std::string_view& text, char c) {
   CutTo(text, static_cast<size_t>(FindEither(text.data(), EndOf(text), c, c) - text.data()));
 }
 
+// Nearly all URLs end among the first 64 characters.
 void TrimFullRequest(std::string_view& request) {
+  const uint64_t blanks = MatchMask64(request.data(), ' ');
+  const uint64_t behind_first = blanks & (blanks - 1);
+  const auto second = static_cast<size_t>(std::countr_zero(behind_first));
+  if (behind_first != 0 && second < request.size()) {
+    const auto url = static_cast<size_t>(std::countr_zero(blanks)) + 1;
+    request = {request.data() + url, second - url};
+    return;
+  }
   const char* const end = EndOf(request);
   const char* const space = FindEither(request.data(), end, ' ', ' ');
   if (space != end) {
@@ -435,18 +444,11 @@ static void Decode(std::string_view& agent) {
   }
 }
 
-static void SettleUsualTexts(SuperLogRecord& record) {
-  TrimFullRequest(record.url);
-  for (std::string_view* text : {&record.referrer, &record.agent, &record.realm, &record.user}) {
-    *text = Something(*text);
-  }
-}
-
 template <bool kEscapes>
 [[gnu::always_inline]] static inline bool ParseDataLine(SuperLogRecord& record) {
   const UsualLayout& usual = mKnownLayout.usual;
-  if (usual.usual && ReadUsualLine<kEscapes>(mpLine, mpLineEnd, usual, record)) {
-    SettleUsualTexts(record);
+  if (usual.usual && ReadUsualLine<kEscapes>(mpLine, mpLineEnd, mLineQuotes, usual, record)) {
+    TrimFullRequest(record.url);
   } else if (!ReadFields<kEscapes>(record)) {
     return false;
   }
@@ -467,26 +469,33 @@ template <bool kEscapes>
 
 // --- Lines --------------------------------------------------------------------
 
-// True for a data line; header lines are read for what they tell of the layout.
-static bool IsDataLine() {
-  const std::string_view line = {mpLine, static_cast<size_t>(mpLineEnd - mpLine)};
-  if (line.empty() || line[0] == ';') {
-    return false;
-  }
-  if (line[0] == '#') {
+// Reads a line that begins as a header line does for what it tells of the layout; false when it is none.
+[[gnu::cold, gnu::noinline]] static bool TakeHeaderLine(std::string_view line) {
+  if (line.starts_with('#')) {
     GrokWebStarLine();
     GrokW3cLine();
-    return false;
-  }
-  if (line.starts_with("!!")) {
+  } else if (line.starts_with("!!")) {
     GrokWebStarLine();
-    return false;
-  }
-  if (line.starts_with("format=")) {
+  } else if (line.starts_with("format=")) {
     GrokNetscapeLine();
-    return false;
+  } else {
+    return line.empty() || line.starts_with(';');
   }
   return true;
+}
+
+// True for a data line. A line without text begins with a NUL.
+static bool IsDataLine() {
+  switch (*mpLine) {
+    case '\0':
+    case ';':
+    case '#':
+    case '!':
+    case 'f':
+      return !TakeHeaderLine({mpLine, static_cast<size_t>(mpLineEnd - mpLine)});
+    default:
+      return true;
+  }
 }
 
 // Its fields may have been cut already, each by a NUL.

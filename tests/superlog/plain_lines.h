@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <utility>
 
@@ -67,3 +68,18 @@ class BlockModel {
   size_t counted_ = 0;
   bool failed_ = false;
 };
+
+// Whether the block reader tells the quotes of the current line, found here one by one.
+inline bool QuotesAreTold() {
+  if (mLineQuotes.begin == mLineQuotes.end) {
+    const bool all_told = memchr(mpLine, '"', mLineLen) == nullptr;
+    return all_told || mpLine[0] == '\xFF' || mLineLen == mLogLimits.line || mpLineEnd != mpLine + mLineLen;
+  }
+  const uint32_t* quote = mLineQuotes.begin;
+  for (const char* at = mpLine; at != mpLineEnd; ++at) {
+    if (*at == '"' && (quote == mLineQuotes.end || mLineQuotes.buffer + *quote++ != at)) {
+      return false;
+    }
+  }
+  return quote == mLineQuotes.end;
+}
