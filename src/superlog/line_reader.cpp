@@ -23,7 +23,7 @@ static char mNoLine[kScanOverread];
 char* mpLine = mNoLine;
 char* mpLineEnd = mNoLine;
 uint32_t mLineLen = 0;
-LineQuotes mLineQuotes = {mNoLine, nullptr, nullptr};
+LineQuotes mLineQuotes = {};
 
 // The open file; the pipe through which it comes, if it is compressed.
 static int mhFile = -1;
@@ -249,6 +249,7 @@ static size_t MeasureLine(LineQuotes& quotes) {
     const uint32_t* end = PassQuotes(mpNextMark);
     quotes = {mBigBuf, mpNextMark, end};
     while (GoesOnBehind(*end)) [[unlikely]] {
+        quotes = {};
         end = PassQuotes(end + 1);
       }
     const size_t length = *end - PlaceOf(mpBigBufCurPos);
@@ -280,7 +281,7 @@ static void PassRestOfLine() {
 void ReadLineFromBigBuf() {
   mpLine = mpLineEnd = mNoLine;
   mLineLen = 0;
-  mLineQuotes = {mNoLine, nullptr, nullptr};
+  mLineQuotes = {};
   if (!SkipEolChars()) {
     return;
   }
@@ -289,7 +290,7 @@ void ReadLineFromBigBuf() {
   mLineLen = static_cast<uint32_t>(kept);
   mpLine = mpBigBufCurPos;
   mpLineEnd = mpLine + kept;
-  if (*mLineQuotes.end < PlaceOf(mpLineEnd)) [[unlikely]] {
+  if (mLineQuotes.begin == nullptr) [[unlikely]] {
     mpLineEnd = FindByte(mpLine, mpLineEnd, '\0');
   }
   mpBigBufCurPos = std::min(mpLine + kept + 1, mpBigBufLastPos);
@@ -298,7 +299,7 @@ void ReadLineFromBigBuf() {
     TellThatTextsGo();
     mpLineEnd = mLineBuf + (mpLineEnd - mpLine);
     mpLine = static_cast<char*>(memcpy(mLineBuf, mpLine, kept));
-    mLineQuotes = {mLineBuf, nullptr, nullptr};
+    mLineQuotes = {};
     PassRestOfLine();
   }
   mLastPassed = mpBigBufCurPos[-1];
@@ -387,7 +388,7 @@ void ReadLine() {
   mLineBuf[length] = '\0';
   mLineLen = length;
   mpLine = mLineBuf;
-  mLineQuotes = {mLineBuf, nullptr, nullptr};
+  mLineQuotes = {};
   mpLineEnd = FindByte(mLineBuf, mLineBuf + length, '\0');
 }
 

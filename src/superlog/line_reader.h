@@ -29,9 +29,9 @@ extern char* mpLine;
 extern char* mpLineEnd;
 extern uint32_t mLineLen;
 
-// The double quotes of the current line, as distances from the start of the buffer that it lies in. Of a line
-// of ReadLine, and of one whose rest was dropped, none; of one that holds a NUL, or begins with 0xFF, perhaps
-// only the first ones.
+// The double quotes of the current line, as distances from the start of the buffer that it lies in. Null
+// where nobody knows: of a line of ReadLine, of one whose rest was dropped, and of one that holds a NUL or
+// begins with 0xFF.
 struct LineQuotes {
   const char* buffer;
   const uint32_t* begin;

@@ -265,6 +265,17 @@ static bool ParseUser(FieldCursor& cursor, std::string_view realm) {
   return true;
 }
 
+// The fields of a line without double quotes, at most those of the layout; 0 when it is none that is split at
+// each of its separators.
+static size_t SplitPlainLine(const LineLayout& layout) {
+  if (layout.separator == '\0' || mLineQuotes.begin == nullptr || mLineQuotes.begin != mLineQuotes.end) {
+    return 0;
+  }
+  MarkLine(mMarks, mpLine, mpLineEnd, SeparatorOf(layout.separator));
+  return layout.separator == 'T' ? SplitAtSeparators<'T'>(mMarks, layout.fields, mLogLimits.item, mFields)
+                                 : SplitAtSeparators<'S'>(mMarks, layout.fields, mLogLimits.item, mFields);
+}
+
 // Splits the current line as its layout says, and returns how many fields it has, at most those of
 // the layout; those before the user when the line may be of another one. Only a request that is too long
 // is written to.
@@ -420,7 +431,8 @@ template <bool kEscapes>
 static bool ReadFields(SuperLogRecord& record) {
   LineParts parts;
   ClearFigures(record);
-  const size_t fields = SplitLine<kEscapes>(mKnownLayout);
+  const size_t plain = SplitPlainLine(mKnownLayout);
+  const size_t fields = plain != 0 ? plain : SplitLine<kEscapes>(mKnownLayout);
   if (kEscapes && fields <= mKnownLayout.user && HasDoubts()) {
     mMayBeOther = true;
     return false;
@@ -437,7 +449,8 @@ static bool ReadFields(SuperLogRecord& record) {
 static void Decode(std::string_view& agent) {
   char* const text = Writable(agent);
   if (FindByte(agent.data(), EndOf(agent), '%') == EndOf(agent)) {
-    std::replace(text, text + agent.size(), '+', ' ');
+    // Every byte is written, which many can be at once.
+    std::transform(text, text + agent.size(), text, [](char c) { return c == '+' ? ' ' : c; });
   } else {
     Ended(agent);
     agent = {text, decode(text)};

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
 #include <string>
 #include <utility>
 
@@ -71,9 +70,9 @@ class BlockModel {
 
 // Whether the block reader tells the quotes of the current line, found here one by one.
 inline bool QuotesAreTold() {
-  if (mLineQuotes.begin == mLineQuotes.end) {
-    const bool all_told = memchr(mpLine, '"', mLineLen) == nullptr;
-    return all_told || mpLine[0] == '\xFF' || mLineLen == mLogLimits.line || mpLineEnd != mpLine + mLineLen;
+  if (mLineQuotes.begin == nullptr) {
+    return mLineLen == 0 || mLineLen == mLogLimits.line || mpLine[0] == '\xFF' ||
+           mpLineEnd != mpLine + mLineLen;
   }
   const uint32_t* quote = mLineQuotes.begin;
   for (const char* at = mpLine; at != mpLineEnd; ++at) {

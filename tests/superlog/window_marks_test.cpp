@@ -52,9 +52,10 @@ TEST(MarkWindow, TellsEveryByteApart) {
 }
 
 TEST(MarkWindow, KeepsToItsBounds) {
-  const std::string buffer(300 + kScanOverread, '"');
   for (size_t from = 0; from < 70; ++from) {
     for (size_t length = 0; length < 140; ++length) {
+      std::string buffer(from + length + kScanOverread, '"');
+      buffer[from + length] = 'x';
       ExpectMarks(buffer, from, from + length);
     }
   }
@@ -66,6 +67,7 @@ TEST(MarkWindow, EqualsALookAtEachByte) {
     const size_t to = random() % 1500;
     const auto every = 1 + random() % 60;
     std::string buffer(to + kScanOverread, '"');
+    buffer[to] = 'x';
     for (size_t at = 0; at < to; ++at) {
       buffer[at] =
           random() % every == 0 ? std::string("\"\n\r\0\xFF", 5)[random() % 5] : static_cast<char>(random());
