@@ -159,7 +159,7 @@ static size_t ReadAt(char* dst, size_t size, int64_t offset) {
 // --- The block reader -------------------------------------------------------
 
 // Counts the blocks that hold the bytes before a position of the window.
-static void CountBlocksTo(const char* position) {
+[[gnu::noinline]] static void CountBlocksTo(const char* position) {
   while (mpCountedTo < position) {
     const auto block = std::min<size_t>(kBlockSize, static_cast<size_t>(mpBigBufLastPos - mpCountedTo));
     SuperLongAdd(mTotalLogBytesRead, static_cast<uint32_t>(block));
@@ -278,6 +278,15 @@ static void PassRestOfLine() {
   } while (RefreshBigBuf());
 }
 
+// Discarding the rest of a line may read the next window over what is kept of it.
+[[gnu::cold, gnu::noinline]] static void MoveLineAndPassRest() {
+  TellThatTextsGo();
+  mpLineEnd = mLineBuf + (mpLineEnd - mpLine);
+  mpLine = static_cast<char*>(memcpy(mLineBuf, mpLine, mLineLen));
+  mLineQuotes = {};
+  PassRestOfLine();
+}
+
 void ReadLineFromBigBuf() {
   mpLine = mpLineEnd = mNoLine;
   mLineLen = 0;
@@ -295,16 +304,13 @@ void ReadLineFromBigBuf() {
   }
   mpBigBufCurPos = std::min(mpLine + kept + 1, mpBigBufLastPos);
   if (length > kept) [[unlikely]] {
-    // Discarding the rest may read the next window over the line.
-    TellThatTextsGo();
-    mpLineEnd = mLineBuf + (mpLineEnd - mpLine);
-    mpLine = static_cast<char*>(memcpy(mLineBuf, mpLine, kept));
-    mLineQuotes = {};
-    PassRestOfLine();
+    MoveLineAndPassRest();
   }
   mLastPassed = mpBigBufCurPos[-1];
   mpLine[kept] = '\0';
-  CountBlocksTo(mpBigBufCurPos);
+  if (mpCountedTo < mpBigBufCurPos) [[unlikely]] {
+    CountBlocksTo(mpBigBufCurPos);
+  }
 }
 
 // Those before a position of the file, by reading it again.

@@ -42,25 +42,35 @@ static std::string_view Between(const char* begin, const char* end) {
   return {begin, static_cast<size_t>(end - begin)};
 }
 
+// "realm user", of which nearly all lines have neither.
+static bool ReadNames(std::string_view names, const UsualLayout& layout, SuperLogRecord& record) {
+  record.realm = record.user = {};
+  if (names == "- -") {
+    return true;
+  }
+  const size_t blank = names.find(' ');
+  if (blank == std::string_view::npos || !IsPlain(names[0]) || !IsPlain(names.data()[blank + 1]) ||
+      names.find(' ', blank + 1) != std::string_view::npos) {
+    return false;
+  }
+  record.realm = Asked(layout.realm, names.substr(0, blank));
+  record.user = Asked(layout.user, names.substr(blank + 1));
+  return true;
+}
+
 // host realm user [date] "
 static bool ReadBegin(const char* line, const char* quote, const UsualLayout& layout,
                       SuperLogRecord& record) {
-  constexpr std::string_view kDate = "[05/Mar/2000:07:06:11 +0000] ";
-  uint64_t blanks = MatchMask64(line, ' ');
-  const char* const host = line + std::countr_zero(blanks);
-  blanks &= blanks - 1;
-  const char* const realm = line + std::countr_zero(blanks);
-  blanks &= blanks - 1;
-  const char* const user = line + std::countr_zero(blanks);
-  const char* const date = user + 1;
-  if (blanks == 0 || quote - date != kDate.size() || date[0] != '[' || quote[-2] != ']' || quote[-1] != ' ' ||
-      !IsPlain(line[0]) || !IsPlain(host[1]) || !IsPlain(realm[1])) {
+  constexpr ptrdiff_t kDate = std::string_view(" [05/Mar/2000:07:06:11 +0000] ").size();
+  const char* const blank = FindEither(line, quote, ' ', ' ');
+  const char* const date = quote - kDate;
+  if (date - blank < 2 || static_cast<size_t>(date - line) > mLogLimits.item || date[0] != ' ' ||
+      date[1] != '[' || quote[-2] != ']' || quote[-1] != ' ' || !IsPlain(line[0])) {
     return false;
   }
-  record.host = layout.host ? Between(line, host) : std::string_view{};
-  record.realm = Asked(layout.realm, Between(host + 1, realm));
-  record.user = Asked(layout.user, Between(realm + 1, user));
-  return ReadInLastHour(Between(date + 1, quote - 2), record.local);
+  record.host = layout.host ? Between(line, blank) : std::string_view{};
+  return ReadNames(Between(blank + 1, date), layout, record) &&
+         ReadInLastHour(Between(date + 2, quote - 2), record.local);
 }
 
 // " 200 17" or " 200 17 "
