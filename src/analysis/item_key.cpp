@@ -37,7 +37,7 @@ static BlockProducts MultiplyPairs(BlockWords words) {
   const auto pairs = reinterpret_cast<__m128i>(words);
   return reinterpret_cast<BlockProducts>(_mm_mul_epu32(pairs, _mm_srli_epi64(pairs, 32)));
 #else
-  return {uint64_t{words[0]} * words[1], uint64_t{words[2]} * words[3]};
+  return BlockProducts{uint64_t{words[0]} * words[1], uint64_t{words[2]} * words[3]};
 #endif
 }
 

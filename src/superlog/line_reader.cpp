@@ -11,16 +11,19 @@
 #include "superlog/byte_scan.h"
 #include "superlog/kept_texts.h"
 #include "superlog/log_limits.h"
+#include "superlog/window_marks.h"
 #include "unpack/unpacking.h"
 
 static constexpr char kCr = '\r';
 static constexpr char kLf = '\n';
+static constexpr char kFf = '\xFF';
 static constexpr int kEndOfFile = -1;
 
 static char mNoLine[kScanOverread];
 char* mpLine = mNoLine;
 char* mpLineEnd = mNoLine;
 uint32_t mLineLen = 0;
+LineQuotes mLineQuotes = {};
 
 // The open file; the pipe through which it comes, if it is compressed.
 static int mhFile = -1;
@@ -49,17 +52,11 @@ struct LineEnds {
 };
 static LineEnds mUnpackedEnds;  // up to the end of the window: what is unpacked cannot be read again
 
-// The nearest positions of the bytes that matter, each searched for once and
-// kept until the reading has passed it: a window without CR, 0xFF or NUL costs
-// one fast search for each of them, however many lines it holds.
-struct NextByte {
-  char value;
-  char* at;  // mpBigBufLastPos when there is none
-};
-static NextByte mNextLf = {kLf, mBigBuf};
-static NextByte mNextCr = {kCr, mBigBuf};
-static NextByte mNextFF = {'\xFF', mBigBuf};
-static NextByte mNextNul = {'\0', mBigBuf};
+// Marks of what was unread when the window was read, and the first of them that the reading may not have
+// passed.
+static uint32_t mMarks[sizeof mBigBuf + kMarksBehind];
+static const uint32_t* mpNextMark = mMarks;
+static char mLastPassed = '\0';  // the byte before the current position, as it stands in the file
 
 // The plain reader's buffer and line.
 static char mPlainBuf[4096];
@@ -162,7 +159,7 @@ static size_t ReadAt(char* dst, size_t size, int64_t offset) {
 // --- The block reader -------------------------------------------------------
 
 // Counts the blocks that hold the bytes before a position of the window.
-static void CountBlocksTo(const char* position) {
+[[gnu::noinline]] static void CountBlocksTo(const char* position) {
   while (mpCountedTo < position) {
     const auto block = std::min<size_t>(kBlockSize, static_cast<size_t>(mpBigBufLastPos - mpCountedTo));
     SuperLongAdd(mTotalLogBytesRead, static_cast<uint32_t>(block));
@@ -172,6 +169,17 @@ static void CountBlocksTo(const char* position) {
 
 static LineEnds CountLineEnds(const char* from, const char* to) {
   return {std::count(from, to, kLf), std::count(from, to, kCr)};
+}
+
+static size_t PlaceOf(const char* position) {
+  return static_cast<size_t>(position - mBigBuf);
+}
+
+// The window's end, which is marked, too, looks as a line's end does.
+static void MarkUnread() {
+  *mpBigBufLastPos = kLf;
+  mpMarkWindow(mBigBuf, PlaceOf(mpBigBufCurPos), PlaceOf(mpBigBufLastPos), mLogLimits.ff_ends_line, mMarks);
+  mpNextMark = mMarks;
 }
 
 // Called when a byte behind the window is needed: reads the next window and
@@ -193,26 +201,8 @@ static bool RefreshBigBuf() {
   mpBigBufCurPos = mpWindow - unread;
   mpBigBufLastPos = mpWindow + size;
   mpCountedTo = mpWindow;
-  for (NextByte* next : {&mNextLf, &mNextCr, &mNextFF, &mNextNul}) {
-    next->at = mBigBuf;
-  }
-  if (!mLogLimits.ff_ends_line) {
-    mNextFF.at = mpBigBufLastPos;  // never looked for
-  }
+  MarkUnread();
   return size > 0;
-}
-
-static char* Find(NextByte& next, char* from) {
-  if (next.at < from) {
-    void* found =
-        memchr(from, static_cast<unsigned char>(next.value), static_cast<size_t>(mpBigBufLastPos - from));
-    next.at = found != nullptr ? static_cast<char*>(found) : mpBigBufLastPos;
-  }
-  return next.at;
-}
-
-static char* FindCrOrLf(char* from) {
-  return std::min(Find(mNextLf, from), Find(mNextCr, from));
 }
 
 // Skips empty lines and the second half of CR LF pairs. False at the end.
@@ -230,61 +220,97 @@ static bool SkipEolChars() {
   }
 }
 
+static void PassMarks() {
+  while (*mpNextMark < PlaceOf(mpBigBufCurPos)) {
+    ++mpNextMark;
+  }
+}
+
+static const uint32_t* PassQuotes(const uint32_t* mark) {
+  while (mBigBuf[*mark] == '"') {
+    ++mark;
+  }
+  return mark;
+}
+
+// Whether the line that begins at the current position goes on behind a mark that is no quote.
+static bool GoesOnBehind(uint32_t mark) {
+  // deliberate where the limits say so: 0xFF ends a line as the end of the file does, unless it is the
+  // line's first character
+  return mBigBuf[mark] == '\0' || (mBigBuf[mark] == kFf && mark == PlaceOf(mpBigBufCurPos));
+}
+
 // The length of the line that begins at the current position, at most
-// one more than the longest, which means that it is over-long.
-static size_t MeasureLine() {
+// one more than the longest, which means that it is over-long; and its marks up to the first that is no
+// quote.
+static size_t MeasureLine(LineQuotes& quotes) {
   for (;;) {
-    char* const second = mpBigBufCurPos + 1;
-    // deliberate where the limits say so: 0xFF ends a line as the end of the file does, unless it is the
-    // line's first character
-    char* const stop = std::min(FindCrOrLf(second), Find(mNextFF, second));
-    const auto length = static_cast<size_t>(stop - mpBigBufCurPos);
+    PassMarks();
+    const uint32_t* end = PassQuotes(mpNextMark);
+    quotes = {mBigBuf, mpNextMark, end};
+    while (GoesOnBehind(*end)) [[unlikely]] {
+        quotes = {};
+        end = PassQuotes(end + 1);
+      }
+    const size_t length = *end - PlaceOf(mpBigBufCurPos);
     if (length > mLogLimits.line) {
       return mLogLimits.line + 1;
     }
-    if (stop != mpBigBufLastPos || !RefreshBigBuf()) {
+    mpNextMark = end;
+    if (*end != PlaceOf(mpBigBufLastPos) || !RefreshBigBuf()) {
       return length;
     }
   }
 }
 
-// Discards up to and including the next CR or LF. Returns the last character
-// consumed, -1 at the end of the data.
-static int ReadRestOfLineFromBigBuf() {
-  for (;;) {
-    char* const stop = FindCrOrLf(mpBigBufCurPos);
-    if (stop != mpBigBufLastPos) {
-      mpBigBufCurPos = stop + 1;
-      return *stop;
+// Discards up to and including the next CR or LF, or all that is left.
+static void PassRestOfLine() {
+  do {
+    PassMarks();
+    while (mBigBuf[*mpNextMark] != kCr && mBigBuf[*mpNextMark] != kLf) {
+      ++mpNextMark;
     }
-    mpBigBufCurPos = stop;
-    if (!RefreshBigBuf()) {
-      return kEndOfFile;
+    mpBigBufCurPos = mBigBuf + *mpNextMark;
+    if (mpBigBufCurPos != mpBigBufLastPos) {
+      ++mpBigBufCurPos;
+      return;
     }
-  }
+  } while (RefreshBigBuf());
+}
+
+// Discarding the rest of a line may read the next window over what is kept of it.
+[[gnu::cold, gnu::noinline]] static void MoveLineAndPassRest() {
+  TellThatTextsGo();
+  mpLineEnd = mLineBuf + (mpLineEnd - mpLine);
+  mpLine = static_cast<char*>(memcpy(mLineBuf, mpLine, mLineLen));
+  mLineQuotes = {};
+  PassRestOfLine();
 }
 
 void ReadLineFromBigBuf() {
   mpLine = mpLineEnd = mNoLine;
   mLineLen = 0;
+  mLineQuotes = {};
   if (!SkipEolChars()) {
     return;
   }
-  const size_t length = MeasureLine();
+  const size_t length = MeasureLine(mLineQuotes);
   const size_t kept = std::min(length, mLogLimits.line);
   mLineLen = static_cast<uint32_t>(kept);
   mpLine = mpBigBufCurPos;
-  mpLineEnd = std::min(Find(mNextNul, mpLine), mpLine + kept);
-  mpBigBufCurPos = std::min(mpLine + kept + 1, mpBigBufLastPos);
-  if (length > kept) {
-    // Discarding the rest may read the next window over the line.
-    TellThatTextsGo();
-    mpLineEnd = mLineBuf + (mpLineEnd - mpLine);
-    mpLine = static_cast<char*>(memcpy(mLineBuf, mpLine, kept));
-    ReadRestOfLineFromBigBuf();
+  mpLineEnd = mpLine + kept;
+  if (mLineQuotes.begin == nullptr) [[unlikely]] {
+    mpLineEnd = FindByte(mpLine, mpLineEnd, '\0');
   }
+  mpBigBufCurPos = std::min(mpLine + kept + 1, mpBigBufLastPos);
+  if (length > kept) [[unlikely]] {
+    MoveLineAndPassRest();
+  }
+  mLastPassed = mpBigBufCurPos[-1];
   mpLine[kept] = '\0';
-  CountBlocksTo(mpBigBufCurPos);
+  if (mpCountedTo < mpBigBufCurPos) [[unlikely]] {
+    CountBlocksTo(mpBigBufCurPos);
+  }
 }
 
 // Those before a position of the file, by reading it again.
@@ -318,8 +344,7 @@ int64_t LineNumber() {
   }
   const LineEnds passed = LineEndsPassed();
   const int64_t ends = passed.lfs > 0 ? passed.lfs : passed.crs;
-  const char* const nearest = passed.lfs > 0 ? mNextLf.at : mNextCr.at;
-  const bool own_passed = nearest == mpBigBufCurPos - 1;
+  const bool own_passed = mLastPassed == (passed.lfs > 0 ? kLf : kCr);
   return ends + (own_passed ? 0 : 1);
 }
 
@@ -369,6 +394,7 @@ void ReadLine() {
   mLineBuf[length] = '\0';
   mLineLen = length;
   mpLine = mLineBuf;
+  mLineQuotes = {};
   mpLineEnd = FindByte(mLineBuf, mLineBuf + length, '\0');
 }
 

@@ -29,6 +29,16 @@ extern char* mpLine;
 extern char* mpLineEnd;
 extern uint32_t mLineLen;
 
+// The double quotes of the current line, as distances from the start of the buffer that it lies in. Null
+// where nobody knows: of a line of ReadLine, of one whose rest was dropped, and of one that holds a NUL or
+// begins with 0xFF.
+struct LineQuotes {
+  const char* buffer;
+  const uint32_t* begin;
+  const uint32_t* end;
+};
+extern LineQuotes mLineQuotes;
+
 // Opens a log file for reading, after closing the one that was open; false when
 // it cannot be opened. Both readers begin at its start. What is no regular file
 // (a folder, a device, a named pipe) opens and yields no lines; opening never

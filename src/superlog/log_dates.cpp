@@ -8,6 +8,7 @@
 #include "base/text.h"
 #include "dates/local_time.h"
 #include "dates/years.h"
+#include "superlog/digits.h"
 #include "superlog/log_limits.h"
 #include "superlog/superlog.h"
 
@@ -259,18 +260,13 @@ static bool HasHourForm(std::string_view text) {
          });
 }
 
-static bool ReadTwoDigits(const char* text, int& number) {
-  const uint32_t tens = static_cast<unsigned char>(text[0]) - uint32_t{'0'};
-  const uint32_t ones = static_cast<unsigned char>(text[1]) - uint32_t{'0'};
-  number = static_cast<int>(tens * 10 + ones);
-  return tens < 10 && ones < 10;
-}
-
 // Minutes and seconds where a date of the usual form has them, of two digits each.
 static bool ReadMinutes(std::string_view text, int& minute, int& second) {
-  const char* const at = text.data() + kHourForm.size();
-  return text.size() >= kHourForm.size() + 5 && ReadTwoDigits(at, minute) && at[2] == ':' &&
-         ReadTwoDigits(at + 3, second) && !IsDigitAscii(at[5]);
+  constexpr size_t kClock = kHourForm.size() - std::string_view("00:").size();
+  constexpr size_t kEnd = kClock + std::string_view("00:00:00").size();
+  int hour;
+  return text.size() >= kEnd && ReadClock(text.data() + kClock, hour, minute, second) &&
+         !IsDigitAscii(text.data()[kEnd]);
 }
 
 // What follows the seconds of that date, where it is as long as a zone.
@@ -374,20 +370,6 @@ static void TakeDay(const DayText& day, tm& when) {
   when.tm_mday = day.day.tm_mday;
 }
 
-// Hour, minute and second of two digits each, between any characters.
-static bool ReadTime(const char* text, tm& when) {
-  int hour;
-  int minute;
-  int second;
-  if (!ReadTwoDigits(text, hour) || !ReadTwoDigits(text + 3, minute) || !ReadTwoDigits(text + 6, second)) {
-    return false;
-  }
-  when.tm_hour = hour;
-  when.tm_min = minute;
-  when.tm_sec = second;
-  return true;
-}
-
 // Whether the text has digits where the form has them, and others where it has none.
 static bool AreDigitsAsIn(std::string_view form, std::string_view text) {
   return std::equal(form.begin(), form.end(), text.begin(),
@@ -410,8 +392,8 @@ void ParseNextDate3(std::string_view text, tm& when) {
 void ParseNextDateTime4(std::string_view text, tm& when) {
   constexpr std::string_view kForm = "00/00/0000 00:00:00";
   static DayText day;
-  if (text.size() == kForm.size() && IsOn(text, day) && AreDigitsAsIn(kForm.substr(10), text.substr(10)) &&
-      ReadTime(text.data() + 11, when)) {
+  if (text.size() == kForm.size() && IsOn(text, day) && !IsDigitAscii(text[10]) &&
+      ReadClock(text.data() + 11, when.tm_hour, when.tm_min, when.tm_sec)) {
     TakeDay(day, when);
     return;
   }
@@ -423,7 +405,7 @@ void ParseNextDateTime4(std::string_view text, tm& when) {
 
 void ParseNextTime9(std::string_view text, tm& when) {
   constexpr std::string_view kForm = "00:00:00";
-  if (text.size() != kForm.size() || text[2] != ':' || text[5] != ':' || !ReadTime(text.data(), when)) {
+  if (text.size() != kForm.size() || !ReadClock(text.data(), when.tm_hour, when.tm_min, when.tm_sec)) {
     ParseTime9(text.data(), when);
   }
 }

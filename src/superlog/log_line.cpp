@@ -63,7 +63,16 @@ static void CutAt(std::string_view& text, char c) {
   CutTo(text, static_cast<size_t>(FindEither(text.data(), EndOf(text), c, c) - text.data()));
 }
 
+// Nearly all URLs end among the first 64 characters.
 void TrimFullRequest(std::string_view& request) {
+  const uint64_t blanks = MatchMask64(request.data(), ' ');
+  const uint64_t behind_first = blanks & (blanks - 1);
+  const auto second = static_cast<size_t>(std::countr_zero(behind_first));
+  if (behind_first != 0 && second < request.size()) {
+    const auto url = static_cast<size_t>(std::countr_zero(blanks)) + 1;
+    request = {request.data() + url, second - url};
+    return;
+  }
   const char* const end = EndOf(request);
   const char* const space = FindEither(request.data(), end, ' ', ' ');
   if (space != end) {
@@ -256,6 +265,17 @@ static bool ParseUser(FieldCursor& cursor, std::string_view realm) {
   return true;
 }
 
+// The fields of a line without double quotes, at most those of the layout; 0 when it is none that is split at
+// each of its separators.
+static size_t SplitPlainLine(const LineLayout& layout) {
+  if (layout.separator == '\0' || mLineQuotes.begin == nullptr || mLineQuotes.begin != mLineQuotes.end) {
+    return 0;
+  }
+  MarkLine(mMarks, mpLine, mpLineEnd, SeparatorOf(layout.separator));
+  return layout.separator == 'T' ? SplitAtSeparators<'T'>(mMarks, layout.fields, mLogLimits.item, mFields)
+                                 : SplitAtSeparators<'S'>(mMarks, layout.fields, mLogLimits.item, mFields);
+}
+
 // Splits the current line as its layout says, and returns how many fields it has, at most those of
 // the layout; those before the user when the line may be of another one. Only a request that is too long
 // is written to.
@@ -411,7 +431,8 @@ template <bool kEscapes>
 static bool ReadFields(SuperLogRecord& record) {
   LineParts parts;
   ClearFigures(record);
-  const size_t fields = SplitLine<kEscapes>(mKnownLayout);
+  const size_t plain = SplitPlainLine(mKnownLayout);
+  const size_t fields = plain != 0 ? plain : SplitLine<kEscapes>(mKnownLayout);
   if (kEscapes && fields <= mKnownLayout.user && HasDoubts()) {
     mMayBeOther = true;
     return false;
@@ -428,25 +449,19 @@ static bool ReadFields(SuperLogRecord& record) {
 static void Decode(std::string_view& agent) {
   char* const text = Writable(agent);
   if (FindByte(agent.data(), EndOf(agent), '%') == EndOf(agent)) {
-    std::replace(text, text + agent.size(), '+', ' ');
+    // Every byte is written, which many can be at once.
+    std::transform(text, text + agent.size(), text, [](char c) { return c == '+' ? ' ' : c; });
   } else {
     Ended(agent);
     agent = {text, decode(text)};
   }
 }
 
-static void SettleUsualTexts(SuperLogRecord& record) {
-  TrimFullRequest(record.url);
-  for (std::string_view* text : {&record.referrer, &record.agent, &record.realm, &record.user}) {
-    *text = Something(*text);
-  }
-}
-
 template <bool kEscapes>
 [[gnu::always_inline]] static inline bool ParseDataLine(SuperLogRecord& record) {
   const UsualLayout& usual = mKnownLayout.usual;
-  if (usual.usual && ReadUsualLine<kEscapes>(mpLine, mpLineEnd, usual, record)) {
-    SettleUsualTexts(record);
+  if (usual.usual && ReadUsualLine<kEscapes>(mpLine, mpLineEnd, mLineQuotes, usual, record)) {
+    TrimFullRequest(record.url);
   } else if (!ReadFields<kEscapes>(record)) {
     return false;
   }
@@ -467,26 +482,33 @@ template <bool kEscapes>
 
 // --- Lines --------------------------------------------------------------------
 
-// True for a data line; header lines are read for what they tell of the layout.
-static bool IsDataLine() {
-  const std::string_view line = {mpLine, static_cast<size_t>(mpLineEnd - mpLine)};
-  if (line.empty() || line[0] == ';') {
-    return false;
-  }
-  if (line[0] == '#') {
+// Reads a line that begins as a header line does for what it tells of the layout; false when it is none.
+[[gnu::cold, gnu::noinline]] static bool TakeHeaderLine(std::string_view line) {
+  if (line.starts_with('#')) {
     GrokWebStarLine();
     GrokW3cLine();
-    return false;
-  }
-  if (line.starts_with("!!")) {
+  } else if (line.starts_with("!!")) {
     GrokWebStarLine();
-    return false;
-  }
-  if (line.starts_with("format=")) {
+  } else if (line.starts_with("format=")) {
     GrokNetscapeLine();
-    return false;
+  } else {
+    return line.empty() || line.starts_with(';');
   }
   return true;
+}
+
+// True for a data line. A line without text begins with a NUL.
+static bool IsDataLine() {
+  switch (*mpLine) {
+    case '\0':
+    case ';':
+    case '#':
+    case '!':
+    case 'f':
+      return !TakeHeaderLine({mpLine, static_cast<size_t>(mpLineEnd - mpLine)});
+    default:
+      return true;
+  }
 }
 
 // Its fields may have been cut already, each by a NUL.

@@ -56,6 +56,7 @@ static void ExpectSameAsModel(const std::string& bytes) {
     ASSERT_EQ(TotalBytes(), model.counted());
     ASSERT_EQ(mpLine[mLineLen], '\0');
     ASSERT_EQ(static_cast<size_t>(mpLineEnd - mpLine), strlen(mpLine));
+    ASSERT_TRUE(QuotesAreTold());
     // A user of the line may write to it.
     memset(mpLine, '\n', mLineLen);
   } while (!expected.empty());
@@ -63,7 +64,7 @@ static void ExpectSameAsModel(const std::string& bytes) {
 }
 
 static std::string RandomBytes(std::mt19937& random, size_t size, unsigned line_ends_per_thousand) {
-  const std::string special = {'\r', '\n', '\r', '\n', '\xFF', '\0', '\x80', '\x7F'};
+  const std::string special = {'\r', '\n', '\r', '\n', '\xFF', '\0', '\x80', '\x7F', '"', '"', '"'};
   std::string bytes(size, '\0');
   for (char& c : bytes) {
     const bool is_special = random() % 1000 < line_ends_per_thousand;

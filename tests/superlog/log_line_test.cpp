@@ -748,11 +748,23 @@ TEST(TrimFullRequest, KeepsTheUrl) {
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.request);
-    char buffer[64 + kScanOverread] = {};
-    CopyText(buffer, row.request);
-    std::string_view text = buffer;
+    const std::string buffer = row.request + std::string(kScanOverread, ' ');
+    std::string_view text(buffer.data(), strlen(row.request));
     TrimFullRequest(text);
     EXPECT_EQ(text, row.url);
+  }
+}
+
+TEST(TrimFullRequest, KeepsAUrlOfAnyLength) {
+  for (size_t length = 0; length < 200; ++length) {
+    const std::string url(length, 'u');
+    for (const char* behind : {"", " HTTP/1.0", " HTTP/1.0 "}) {
+      const std::string request = "GET " + url + behind;
+      const std::string buffer = request + std::string(kScanOverread, ' ');
+      std::string_view text(buffer.data(), request.size());
+      TrimFullRequest(text);
+      ASSERT_EQ(text, url);
+    }
   }
 }
 

@@ -67,3 +67,18 @@ class BlockModel {
   size_t counted_ = 0;
   bool failed_ = false;
 };
+
+// Whether the block reader tells the quotes of the current line, found here one by one.
+inline bool QuotesAreTold() {
+  if (mLineQuotes.begin == nullptr) {
+    return mLineLen == 0 || mLineLen == mLogLimits.line || mpLine[0] == '\xFF' ||
+           mpLineEnd != mpLine + mLineLen;
+  }
+  const uint32_t* quote = mLineQuotes.begin;
+  for (const char* at = mpLine; at != mpLineEnd; ++at) {
+    if (*at == '"' && (quote == mLineQuotes.end || mLineQuotes.buffer + *quote++ != at)) {
+      return false;
+    }
+  }
+  return quote == mLineQuotes.end;
+}
