@@ -119,6 +119,14 @@ static bool IsTimeOfDay(const tm& parts) {
          BelowLimit(parts.tm_mon, 12);
 }
 
+time_t UniversalToTime(const tm& parts) {
+  if (BelowLimit(parts.tm_mon, 12)) {
+    return LocalSeconds(parts);
+  }
+  tm copy = parts;
+  return timegm(&copy);
+}
+
 static bool IsInReach(int64_t when) {
   return static_cast<uint64_t>(when) + kReach < uint64_t{2} * kReach;
 }

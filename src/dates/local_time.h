@@ -24,6 +24,9 @@ int64_t DayNumber(const tm& date);
 // (-1 = unknown).
 time_t LocalToTime(const tm& parts);
 
+// As timegm on a copy of the record, of which the date and time fields are read.
+time_t UniversalToTime(const tm& parts);
+
 // As localtime: fills all fields. False (parts unchanged) when the time cannot
 // be represented.
 bool TimeToLocal(time_t when, tm& parts);

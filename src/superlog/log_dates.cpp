@@ -7,6 +7,7 @@
 
 #include "base/text.h"
 #include "dates/local_time.h"
+#include "dates/written_zone.h"
 #include "dates/years.h"
 #include "superlog/log_limits.h"
 #include "superlog/superlog.h"
@@ -70,7 +71,15 @@ void InitLogDates() {
   ResetLocalTime();
   mEpochStart = StartOfYear(1970);
   mEpochEnd = StartOfYear(2020);
-  mGmtOffset = mFixGmt ? ZoneOffset() : 0;
+  mGmtOffset = mFixGmt && !mLogLimits.zones ? ZoneOffset() : 0;
+}
+
+void ForgetTimesBefore() {
+  tm winter = {};
+  winter.tm_year = 100;
+  winter.tm_mday = 1;
+  winter.tm_isdst = -1;
+  LocalToTime(winter);
 }
 
 void SuperLog_SetDateFormat(const char* name, int source) {
@@ -222,6 +231,19 @@ static int FindMonthIgnoreCase(const char* text) {
   return FindMonth(name);
 }
 
+// What follows a time: perhaps a fraction, then perhaps a zone.
+static void ParseZone(const char* text, tm& when) {
+  if (*text == '.') {
+    text += 1 + strspn(text + 1, "0123456789");
+  }
+  std::string_view rest = text + strspn(text, " ");
+  int seconds;
+  if (TakeZone(rest, seconds)) {
+    when.tm_gmtoff = seconds;
+    when.tm_zone = kWrittenZone;
+  }
+}
+
 void ParseDateTime1(const char* text, tm& when) {
   int day;
   if (!ReadNumberUpTo(text, '/', day)) {
@@ -245,6 +267,9 @@ void ParseDateTime1(const char* text, tm& when) {
   when.tm_hour = hour;
   when.tm_min = minute;
   when.tm_sec = ReadNumber(text);
+  if (mLogLimits.zones) {
+    ParseZone(text, when);
+  }
 }
 
 // A date of the usual form up to its minutes, the last that was met, and what it says.
@@ -312,6 +337,9 @@ void ParseNextDateTime1(std::string_view text, tm& when) {
     when.tm_hour = mHour.tm_hour;
     when.tm_min = minute;
     when.tm_sec = second;
+    if (mLogLimits.zones) {
+      ParseZone(text.data() + kZonePlace, when);
+    }
   } else {
     ParseDateTime1(text.data(), when);
     if (HasHourForm(text)) {

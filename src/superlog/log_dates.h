@@ -16,15 +16,19 @@
 
 extern DateOrder mDateFormat;
 extern bool mFixGmt;       // log times are GMT
-extern time_t mGmtOffset;  // seconds added to every log time
+extern time_t mGmtOffset;  // seconds added to every log time; 0 where zones count
 
 // Defaults of a run: order MDY, no shift; every source may set them anew.
 void ResetLogDates();
 
 // Computes, for the current time zone, the span of times that ParseEpoch takes
-// as they are and, with mFixGmt, the shift: the zone's offset east of GMT in
-// January 1970.
+// as they are and, with mFixGmt where zones do not count, the shift: the zone's
+// offset east of GMT in January 1970.
 void InitLogDates();
+
+// Where a clock change repeats or leaves out an hour, the time before decides what is meant: that of another
+// log must not.
+void ForgetTimesBefore();
 
 // Day, month and year from three numbers in an order; the year may have two,
 // three or four digits (IntTotm_year).
@@ -44,7 +48,8 @@ inline bool HoldsNoDate(const tm& when) {
 // Seconds since 1970 or 1904; fills all fields, daylight-saving flag included.
 void ParseEpoch(const char* text, tm& when);
 
-// 10/Oct/2000:13:55:36 -0700. The zone is ignored: times count as written.
+// 10/Oct/2000:13:55:36 -0700. Where the limits say so, the zone is filled in, too (dates/written_zone.h);
+// else it is ignored.
 void ParseDateTime1(const char* text, tm& when);
 
 // Those that read the dates of a log: the same of a text that ends in a NUL at its size, faster for a date in

@@ -9,6 +9,7 @@
 
 #include "base/url_decode.h"
 #include "dates/local_time.h"
+#include "dates/written_zone.h"
 #include "superlog/byte_scan.h"
 #include "superlog/digits.h"
 #include "superlog/field_record.h"
@@ -381,13 +382,43 @@ static bool FitsRecord(const tm& local, time_t written, time_t time) {
   return written == static_cast<int32_t>(written) && time == static_cast<int32_t>(time);
 }
 
-[[gnu::always_inline]] static inline bool TakeTime(SuperLogRecord& record) {
-  if (mGmtOffset == 0 && CompleteInLastHour(record.local, record.time)) {
-    return FitsRecord(record.local, record.time, record.time);
-  }
+// Whether a written time is an instant: with a zone, and where all times are GMT, as W3C has them.
+static bool IsInstant(const tm& written) {
+  return written.tm_zone != nullptr || mFixGmt || mCurLogFormat == kFamilyW3cIis;
+}
+
+static bool TakeInstant(SuperLogRecord& record) {
+  record.time = InstantOf(record.local);
+  return FitsRecord(record.local, record.time, record.time) && TimeToLocal(record.time, record.local);
+}
+
+static bool TakeLocalTime(SuperLogRecord& record) {
   const time_t written = LocalToTime(record.local);
   record.time = written + mGmtOffset;
   return FitsRecord(record.local, written, record.time) && TimeToLocal(record.time, record.local);
+}
+
+// Where zones count, the line before has no say in what a time means that the clocks have left out.
+[[gnu::noinline]] static bool TakeLocalTimeOfAnyHour(SuperLogRecord& record) {
+  const tm written = record.local;
+  const bool taken = TakeLocalTime(record);
+  const tm& shown = record.local;
+  if (!mLogLimits.zones || !taken || (shown.tm_hour == written.tm_hour && shown.tm_min == written.tm_min)) {
+    return taken;
+  }
+  ForgetTimesBefore();
+  record.local = written;
+  return TakeLocalTime(record);
+}
+
+[[gnu::always_inline]] static inline bool TakeTime(SuperLogRecord& record) {
+  if (mLogLimits.zones && IsInstant(record.local)) {
+    return TakeInstant(record);
+  }
+  if (mGmtOffset == 0 && CompleteInLastHour(record.local, record.time)) {
+    return FitsRecord(record.local, record.time, record.time);
+  }
+  return TakeLocalTimeOfAnyHour(record);
 }
 
 bool SettleTime(SuperLogRecord& record) {
