@@ -61,9 +61,10 @@ void ParseNextDateTime4(std::string_view text, tm& when);
 void ParseNextTime9(std::string_view text, tm& when);
 
 // Reads a date with a zone, like those above, that lies in the hour of the last one that ParseNextDateTime1
-// met and says the same zone; all that it leaves alone is what it was then. False, and nothing changed, for
-// any other text, which need not end in a NUL.
-bool ReadInLastHour(std::string_view text, tm& when);
+// met and says the same zone: as the instant that it is, where the zone counts; else that is 0, and the time
+// is as written, with all that it leaves alone as it was then. False, and nothing changed, for any other
+// text, which need not end in a NUL.
+bool ReadInLastHour(std::string_view text, tm& when, time_t& instant);
 
 void ParseDate2(const char* text, tm& when);      // three numbers, guessed order
 void ParseDate3(const char* text, tm& when);      // year, month, day

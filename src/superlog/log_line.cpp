@@ -427,6 +427,7 @@ bool SettleTime(SuperLogRecord& record) {
 
 // What is not taken from the line's fields in any case.
 static void ClearFigures(SuperLogRecord& record) {
+  record.time = 0;
   record.local = {};
   record.local.tm_isdst = -1;
   record.status = record.bytes = 0;
@@ -483,7 +484,8 @@ template <bool kEscapes>
   }
   // The time comes first: where a clock change repeats an hour, it is the line
   // before that decides, usable or not.
-  if (!TakeTime(record) || IsAbsent(record.url)) {
+  const bool timed = record.time != 0 ? TimeToLocal(record.time, record.local) : TakeTime(record);
+  if (!timed || IsAbsent(record.url)) {
     return false;
   }
   if (!record.url.starts_with('/') && !SettleOddUrl(record.url)) {

@@ -212,7 +212,8 @@ bool ReadUsualLine(const char* line, const char* end, const UsualLayout& layout,
   }
   const uint64_t status = DigitWord(line + fields.status.begin, fields.status.length());
   const uint64_t bytes = DigitWord(line + fields.bytes.begin, fields.bytes.length());
-  if (!AreDigits(status) || !AreDigits(bytes) || !ReadInLastHour(fields.date.of(line), record.local)) {
+  if (!AreDigits(status) || !AreDigits(bytes) ||
+      !ReadInLastHour(fields.date.of(line), record.local, record.time)) {
     return false;
   }
   record.status = NumberOfDigits(status);
