@@ -109,31 +109,43 @@ class Site:
     def __init__(self, program, folder):
         self.program = program
         self.folder = folder
+        self.packers = {}
         self.store = os.path.join(folder, "store")
         os.makedirs(os.path.join(folder, "logs"))
         os.mkdir(self.store, 0o700)
         with open(os.path.join(folder, "orvellis.conf"), "w") as conf:
             conf.write("Edition=modern\nuser=ann;logs=logs/access.log*;url=http://www.example.com;password=*\n")
 
-    def write(self, number, lines, chance):
-        """In pieces, each packed by itself: several members of one file."""
-        packer = chance.choice(PACKERS)
-        middle = chance.randrange(len(lines) + 1)
-        with open(os.path.join(self.folder, "logs", f"access.log.{number}"), "wb") as log:
-            for piece in lines[:middle], lines[middle:]:
-                log.write(packer("".join(line + "\n" for line in piece).encode()))
+    def add(self, name, lines):
+        """Packed by itself, as are pieces that are there already: a file of several members."""
+        with open(os.path.join(self.folder, "logs", name), "ab") as log:
+            log.write(self.packers[name]("".join(line + "\n" for line in lines).encode()))
 
     def write_all(self, records, chance):
-        for name in os.listdir(os.path.join(self.folder, "logs")):
-            os.remove(os.path.join(self.folder, "logs", name))
-        records = chance.sample(records, len(records))
-        files = chance.randrange(1, 6)
+        """In the order of time from file to file, or in none; in any case in none within a file."""
+        if chance.randrange(4):
+            records = sorted(records, key=lambda record: record.moment)
+        else:
+            records = chance.sample(records, len(records))
+        files = chance.randrange(1, 9)
+        for part in range(files):
+            mine = records[len(records) * part // files:len(records) * (part + 1) // files]
+            self.write(part, chance.sample(mine, len(mine)), chance)
+
+    def write(self, number, records, chance):
         for kind, head in ("other", []), ("w3c", ["#Fields: date time c-ip cs-method cs-uri-stem sc-status sc-bytes"]):
+            name = f"access.log.{number}{kind}"
             lines = [line_of(record) for record in records if (record.form == "w3c") == (kind == "w3c")]
-            for part in range(files):
-                mine = lines[part::files]
-                if mine:
-                    self.write(f"{kind}{part}", head + mine, chance)
+            self.packers[name] = chance.choice(PACKERS)
+            middle = chance.randrange(len(lines) + 1)
+            self.add(name, head + lines[:middle])
+            self.add(name, lines[middle:])
+
+    def grow(self, records, chance):
+        for record in records:
+            kind = "w3c" if record.form == "w3c" else "other"
+            name = chance.choice(sorted(name for name in self.packers if name.endswith(kind)))
+            self.add(name, [line_of(record)])
 
     def damage(self, chance):
         for name in sorted(os.listdir(self.store)):
@@ -161,10 +173,12 @@ class Site:
 
 def some_days(chance, records, zone):
     dates = sorted(shown(record, zone).date() for record in records)
-    if chance.randrange(3) == 0:
+    if chance.randrange(5) == 0:
         return ["days=all"], dates[0], dates[-1]
-    first = chance.choice(dates)
-    last = first + datetime.timedelta(days=chance.choice([0, 0, 1, 20]))
+    change = datetime.datetime.fromisoformat(chance.choice(CHANGES) + ":00:00").replace(tzinfo=UTC)
+    first = chance.choice([change.astimezone(zone).date(), chance.choice(dates)])
+    first += datetime.timedelta(days=chance.choice([0, 0, -1]))
+    last = first + datetime.timedelta(days=chance.choice([0, 0, 0, 1, 20]))
     return [f"from={first}", f"to={last}"], first, last
 
 
@@ -178,7 +192,7 @@ def expect_figures(expected, text, what):
 
 
 def check(site, records, chance, state):
-    for number in range(6):
+    for number in range(12):
         name = chance.choice(ZONES)
         zone = zoneinfo.ZoneInfo(name)
         days, first, last = some_days(chance, records, zone)
@@ -196,8 +210,8 @@ def wait_until_kept():
 
 def try_all(program, folder):
     chance = random.Random(SEED)
-    records = list(made_up_records(chance, 1500))
-    sites = [Site(program, os.path.join(folder, str(number))) for number in range(8)]
+    records = list(made_up_records(chance, 900))
+    sites = [Site(program, os.path.join(folder, str(number))) for number in range(6)]
     for site in sites:
         site.write_all(records, chance)
     wait_until_kept()
@@ -209,9 +223,9 @@ def try_all(program, folder):
         site.damage(chance)
         check(site, records, chance, "damaged")
         check(site, records, chance, "filled again")
-        more = records + list(made_up_records(chance, 200))
-        site.write_all(more, chance)
-        check(site, more, chance, "outdated")
+        more = list(made_up_records(chance, 40))
+        site.grow(more, chance)
+        check(site, records + more, chance, "outdated")
 
 
 try:
