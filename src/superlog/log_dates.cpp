@@ -80,14 +80,6 @@ void InitLogDates() {
   mGmtOffset = mFixGmt && !mLogLimits.zones ? ZoneOffset() : 0;
 }
 
-void ForgetTimesBefore() {
-  tm winter = {};
-  winter.tm_year = 100;
-  winter.tm_mday = 1;
-  winter.tm_isdst = -1;
-  LocalToTime(winter);
-}
-
 void SuperLog_SetDateFormat(const char* name, int source) {
   if (source < mDateFormatSource || name == nullptr) {
     return;

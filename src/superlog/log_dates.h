@@ -26,10 +26,6 @@ void ResetLogDates();
 // offset east of GMT in January 1970.
 void InitLogDates();
 
-// Where a clock change repeats or leaves out an hour, the time before decides what is meant: that of another
-// log must not.
-void ForgetTimesBefore();
-
 // Day, month and year from three numbers in an order; the year may have two,
 // three or four digits (IntTotm_year).
 void SetDateByOrder(DateOrder order, int a, int b, int c, tm& when);

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "dates/local_time.h"
 #include "dates/zone.h"
 #include "superlog/content_hash.h"
 #include "superlog/directory_scan.h"
@@ -343,6 +344,15 @@ static bool IsReadWhole(const LogFile& log, uint64_t bytes) {
   return mToBeKept && all_came && StampOf(log.name, now) && now == mStamp;
 }
 
+// Where a clock change repeats an hour, the line before decides: that of the log before must not.
+static void ForgetLinesBefore() {
+  tm winter = {};
+  winter.tm_year = 100;
+  winter.tm_mday = 1;
+  winter.tm_isdst = -1;
+  LocalToTime(winter);
+}
+
 // False of what is read in another's place, or cannot be read.
 static bool OpenWhole(LogFile& log) {
   if (log.original != nullptr) {
@@ -356,7 +366,7 @@ static bool OpenWhole(LogFile& log) {
     return false;
   }
   mpOpenLog = &log;
-  ForgetTimesBefore();
+  ForgetLinesBefore();
   mBytesBefore = SuperLongToBytes(TotalLogBytesRead());
   BeginLinesOfLog();
   return true;

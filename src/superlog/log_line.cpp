@@ -392,25 +392,6 @@ static bool TakeInstant(SuperLogRecord& record) {
   return FitsRecord(record.local, record.time, record.time) && TimeToLocal(record.time, record.local);
 }
 
-static bool TakeLocalTime(SuperLogRecord& record) {
-  const time_t written = LocalToTime(record.local);
-  record.time = written + mGmtOffset;
-  return FitsRecord(record.local, written, record.time) && TimeToLocal(record.time, record.local);
-}
-
-// Where zones count, the line before has no say in what a time means that the clocks have left out.
-[[gnu::noinline]] static bool TakeLocalTimeOfAnyHour(SuperLogRecord& record) {
-  const tm written = record.local;
-  const bool taken = TakeLocalTime(record);
-  const tm& shown = record.local;
-  if (!mLogLimits.zones || !taken || (shown.tm_hour == written.tm_hour && shown.tm_min == written.tm_min)) {
-    return taken;
-  }
-  ForgetTimesBefore();
-  record.local = written;
-  return TakeLocalTime(record);
-}
-
 [[gnu::always_inline]] static inline bool TakeTime(SuperLogRecord& record) {
   if (mLogLimits.zones && IsInstant(record.local)) {
     return TakeInstant(record);
@@ -418,7 +399,9 @@ static bool TakeLocalTime(SuperLogRecord& record) {
   if (mGmtOffset == 0 && CompleteInLastHour(record.local, record.time)) {
     return FitsRecord(record.local, record.time, record.time);
   }
-  return TakeLocalTimeOfAnyHour(record);
+  const time_t written = LocalToTime(record.local);
+  record.time = written + mGmtOffset;
+  return FitsRecord(record.local, written, record.time) && TimeToLocal(record.time, record.local);
 }
 
 bool SettleTime(SuperLogRecord& record) {
