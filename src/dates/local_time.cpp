@@ -282,6 +282,11 @@ bool CompleteInLastHour(tm& parts, time_t& when) {
   return true;
 }
 
+bool CompleteInstant(tm& parts, time_t& when) {
+  when = UniversalToTime(parts) - parts.tm_gmtoff;
+  return TimeToLocal(when, parts);
+}
+
 void ResetLocalTime() {
   errno = 0;
   tzset();

@@ -35,6 +35,10 @@ bool TimeToLocal(time_t when, tm& parts);
 // LocalToTime and, with its result, TimeToLocal would do. False, and nothing changed, for any others.
 bool CompleteInLastHour(tm& parts, time_t& when);
 
+// Both at once, for parts of which tm_gmtoff is the zone that they are written in, whatever their flag says:
+// the time, and its local parts. False, the time being told, when these cannot be represented.
+bool CompleteInstant(tm& parts, time_t& when);
+
 // Forgets what is remembered and takes TZ anew; call at the start and after
 // every change of TZ.
 void ResetLocalTime();

@@ -9,7 +9,6 @@
 
 #include "base/url_decode.h"
 #include "dates/local_time.h"
-#include "dates/written_zone.h"
 #include "superlog/byte_scan.h"
 #include "superlog/digits.h"
 #include "superlog/field_record.h"
@@ -388,8 +387,8 @@ static bool IsInstant(const tm& written) {
 }
 
 static bool TakeInstant(SuperLogRecord& record) {
-  record.time = InstantOf(record.local);
-  return FitsRecord(record.local, record.time, record.time) && TimeToLocal(record.time, record.local);
+  const bool dated = !HoldsNoDate(record.local);
+  return CompleteInstant(record.local, record.time) && dated && record.time != 0 && record.time != -1;
 }
 
 [[gnu::always_inline]] static inline bool TakeTime(SuperLogRecord& record) {
