@@ -45,8 +45,13 @@ static void SetRange(const Settings& settings, Analysis& analysis) {
   CalendarDate start{};
   CalendarDate end{};
   ParseDate(start, end, settings);
-  analysis.range_first = LocalTimeOf(start, 0, 0, 0);
-  analysis.range_last = LocalTimeOf(end, 23, 59, 59);
+  if (settings.rules.real_days && IsDay(start) && IsDay(end)) {
+    analysis.range_first = BeginOfDay(start);
+    analysis.range_last = BeginOfDay(DayOfNumber(NumberOfDay(end) + 1)) - 1;
+  } else {
+    analysis.range_first = LocalTimeOf(start, 0, 0, 0);
+    analysis.range_last = LocalTimeOf(end, 23, 59, 59);
+  }
 }
 
 // The first or the last day of the logs is known when these have been read: until then, the range has no end

@@ -168,6 +168,13 @@ static void Date(Settings& settings, const Param& param) {
   ReturnValue(settings.end_date, sizeof settings.end_date, param.value, 2);
 }
 
+void SetTimeZone(Settings& settings, const char* name, int level) {
+  if (level >= settings.timezone_level) {
+    CopyText(settings.timezone, name);
+    settings.timezone_level = level;
+  }
+}
+
 static void Debug(Settings& settings, const Param& param) {
   settings.debug = ToInt(param.value);
   settings.debug_sources |= 1U << param.level;
@@ -316,6 +323,7 @@ static const Keyword kKeywords[] = {
     {"hoursofweek", Number<&Settings::hoursofweek>, kFromAny, kTaken, kStop, kLater},
     {"linked_names", Number<&Settings::linked_names>, kFromAny, kIgnored, kStop, kLater},
     {"base", Copy<&Settings::base>, kFromAny, kIgnored},
+    {"timezone", LevelledText<SetTimeZone>, kFromAny, kIgnored, kStop, kLater},
     {"fixgmt", Levelled<SuperLog_SetFixGmt>, kFromAny, kIgnored},
     {"dateformat", Levelled<SuperLog_SetDateFormat>, kFromAny, kIgnored},
     {"logformat", Levelled<SuperLog_SetLogFormat>, kFromAny, kIgnored},

@@ -126,7 +126,9 @@ struct Settings {
   // These days are those of the first and of the last record of the logs, once these are known.
   bool from_first;
   bool to_last;
-  bool fixed_days;  // the account's line says which: no request can ask for others
+  char timezone[kTextSize];  // name of the zone in which days and hours are told; empty: the machine's
+  int timezone_level;        // of who has named it
+  bool fixed_days;           // the account's line says which: no request can ask for others
   AskedFields asked;
   RunRules rules;
   bool no_remote_debug;  // RemoteDebugEnabled counts for nothing

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "analysis/search_engines.h"
+#include "cgi/parameters.h"
 #include "config/account_line.h"
 #include "report/extra_texts.h"
 #include "superlog/superlog.h"
@@ -83,6 +84,12 @@ template <auto kTake>
 static void TakeWhereKnown(Reading& reading, char* value) {
   if (reading.settings.rules.later_names) {
     kTake(value);
+  }
+}
+
+static void TakeTimeZone(Reading& reading, char* value) {
+  if (reading.settings.rules.later_names) {
+    SetTimeZone(reading.settings, value, kLevelGlobalKey);
   }
 }
 
@@ -174,6 +181,7 @@ static const ConfigKey kConfigKeys[] = {
     {"Debug", ApplyDebug},
     {"Priority", StoreNumber<&Settings::priority>},
     {"Base", ApplyBase},
+    {"TimeZone", TakeTimeZone},
     {"FixGmt", SetLogOption<SuperLog_SetFixGmt>},
     {"DateFormat", SetLogOption<SuperLog_SetDateFormat>},
     {"LogFormat", SetLogOption<SuperLog_SetLogFormat>},

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "dates/clock.h"
+#include "dates/zone.h"
 #include "output/escape.h"
 #include "output/moments.h"
 #include "output/readable.h"

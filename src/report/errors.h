@@ -27,6 +27,7 @@ enum Error : int {
   kErrorPasswordInQuery = 16,
   kErrorLongQuery = 17,
   kErrorPasswordNeeded = 18,  // and an address can hold none
+  kErrorTimeZone = 19,        // there is no zone of that name
 };
 
 // What the run is told, and the visitor with it.

@@ -149,6 +149,17 @@ static const RefusalTexts kRefusals[] = {
         .log = nullptr,
         .challenge = "Form realm=\"Orvellis\"",
     },
+    {
+        .error = kErrorTimeZone,
+        .status = {500, "Internal Server Error"},
+        .heading = "There is no such time zone",
+        .sentence = "The time zone that is set for this report is none that this machine knows.",
+        .advice =
+            "A zone is written as Europe/Berlin, America/New_York or UTC, with capital and small letters as"
+            " these.",
+        .log = "no such time zone:",
+        .value = [](const Settings& settings) { return +settings.timezone; },
+    },
 };
 
 // A number without texts is a fault of the program.

@@ -6,6 +6,7 @@
 #include "cgi/environment.h"
 #include "cgi/request.h"
 #include "dates/days.h"
+#include "dates/zone.h"
 #include "entry/visitor.h"
 #include "report/extra_texts.h"
 #include "report/info_pages.h"
@@ -147,6 +148,9 @@ static Refusal Report(bool account_found, Task& task) {
   LogIgnoredNames(task.env, task.settings);
   if (refusal.error != kNoError) {
     return refusal;
+  }
+  if (!UseZone(task.settings.timezone)) {
+    return {kErrorTimeZone};
   }
   if (task.asked != nullptr) {
     TakeAllSectionsForNone(task.settings);

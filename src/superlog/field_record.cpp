@@ -156,7 +156,6 @@ static void SettleAgent(const Layout& layout, std::string_view& agent) {
 
 // --- Time ---------------------------------------------------------------------------
 
-// A time of the common log format is read as those of all other logs are.
 static bool SettleMoment(const Layout& layout, const LineFields& fields, SuperLogRecord& record) {
   std::string_view text = fields[Field::kMoment];
   Moment moment =
@@ -164,11 +163,11 @@ static bool SettleMoment(const Layout& layout, const LineFields& fields, SuperLo
   if (moment.form == MomentForm::kNone) {
     return false;
   }
-  if (layout.writing.utc && !moment.is_instant) {
+  if ((layout.writing.utc || mFixGmt) && !moment.is_instant) {
     moment.is_instant = true;
     moment.instant = moment.as_utc;
   }
-  if (moment.form == MomentForm::kCommonLog || !moment.is_instant) {
+  if (!moment.is_instant) {
     record.local = moment.parts;
     return SettleTime(record);
   }

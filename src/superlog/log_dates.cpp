@@ -7,6 +7,7 @@
 
 #include "base/text.h"
 #include "dates/local_time.h"
+#include "dates/written_zone.h"
 #include "dates/years.h"
 #include "superlog/digits.h"
 #include "superlog/log_limits.h"
@@ -36,6 +37,11 @@ static int mDateFormatSource = kDefaultSource;
 static int mFixGmtSource = kDefaultSource;
 static time_t mEpochStart = 0;
 static time_t mEpochEnd = 0;
+
+// A date of the usual form up to its minutes, the last that was met, and what it says.
+static constexpr std::string_view kHourForm = "00/Mmm/0000:00:";
+static char mHourText[kHourForm.size()];
+static tm mHour;
 
 void ResetLogDates() {
   mDateFormat = kOrderMdy;
@@ -71,7 +77,8 @@ void InitLogDates() {
   ResetLocalTime();
   mEpochStart = StartOfYear(1970);
   mEpochEnd = StartOfYear(2020);
-  mGmtOffset = mFixGmt ? ZoneOffset() : 0;
+  mHourText[0] = '\0';
+  mGmtOffset = mFixGmt && !mLogLimits.zones ? ZoneOffset() : 0;
 }
 
 void SuperLog_SetDateFormat(const char* name, int source) {
@@ -223,6 +230,19 @@ static int FindMonthIgnoreCase(const char* text) {
   return FindMonth(name);
 }
 
+// What follows a time: perhaps a fraction, then perhaps a zone.
+static void ParseZone(const char* text, tm& when) {
+  if (*text == '.') {
+    text += 1 + strspn(text + 1, "0123456789");
+  }
+  std::string_view rest = text + strspn(text, " ");
+  int seconds;
+  if (TakeZone(rest, seconds)) {
+    when.tm_gmtoff = seconds;
+    when.tm_zone = kWrittenZone;
+  }
+}
+
 void ParseDateTime1(const char* text, tm& when) {
   int day;
   if (!ReadNumberUpTo(text, '/', day)) {
@@ -246,12 +266,10 @@ void ParseDateTime1(const char* text, tm& when) {
   when.tm_hour = hour;
   when.tm_min = minute;
   when.tm_sec = ReadNumber(text);
+  if (mLogLimits.zones) {
+    ParseZone(text, when);
+  }
 }
-
-// A date of the usual form up to its minutes, the last that was met, and what it says.
-static constexpr std::string_view kHourForm = "00/Mmm/0000:00:";
-static char mHourText[kHourForm.size()];
-static tm mHour;
 
 static bool HasHourForm(std::string_view text) {
   return FindMonth(text.data() + kHourForm.find('M')) >= 0 &&
@@ -274,15 +292,24 @@ static constexpr std::string_view kZoneForm = " +0000";
 static constexpr size_t kZonePlace = kHourForm.size() + std::string_view("00:00").size();
 static char mZoneText[kZoneForm.size()];
 
+// When the hour of that date begins, where its zone counts; else 0, as before 1970.
+static time_t mHourBegin = 0;
+
+static time_t BeginOfHour(tm when) {
+  when.tm_min = when.tm_sec = 0;
+  return when.tm_zone == nullptr ? 0 : std::max(InstantOf(when), time_t{0});
+}
+
 static void RememberHour(std::string_view text, const tm& when) {
   text.copy(mHourText, sizeof mHourText);
   mHour = when;
+  mHourBegin = BeginOfHour(when);
   const std::string_view zone = text.substr(kZonePlace);
   std::fill_n(mZoneText, sizeof mZoneText, '\0');
   zone.copy(mZoneText, zone.find(']') == std::string_view::npos ? sizeof mZoneText : 0);
 }
 
-bool ReadInLastHour(std::string_view text, tm& when) {
+bool ReadInLastHour(std::string_view text, tm& when, time_t& instant) {
   int minute;
   int second;
   if (text.size() != kZonePlace + kZoneForm.size() || memcmp(text.data(), mHourText, sizeof mHourText) != 0 ||
@@ -290,6 +317,11 @@ bool ReadInLastHour(std::string_view text, tm& when) {
       !ReadMinutes(text, minute, second)) {
     return false;
   }
+  if (mHourBegin != 0) {
+    instant = mHourBegin + minute * 60 + second;
+    return true;
+  }
+  instant = 0;
   when = mHour;
   when.tm_min = minute;
   when.tm_sec = second;
@@ -308,6 +340,9 @@ void ParseNextDateTime1(std::string_view text, tm& when) {
     when.tm_hour = mHour.tm_hour;
     when.tm_min = minute;
     when.tm_sec = second;
+    if (mLogLimits.zones) {
+      ParseZone(text.data() + kZonePlace, when);
+    }
   } else {
     ParseDateTime1(text.data(), when);
     if (HasHourForm(text)) {

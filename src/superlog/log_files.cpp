@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "dates/local_time.h"
+#include "dates/zone.h"
 #include "superlog/content_hash.h"
 #include "superlog/directory_scan.h"
 #include "superlog/line_reader.h"
@@ -187,30 +188,23 @@ void SuperLog_FindAhead(const Settings& settings, const LogPaths& paths) {
 
 // ---- What decides about the records of a log -----------------------------------
 
-static constexpr uint64_t kReadingVersion = 2;  // of what makes a record of a line
+static constexpr uint64_t kReadingVersion = 3;  // of what makes a record of a line
 
 static constexpr ContentKey kRulesKey = {
     {0x9216d5d98979fb1b, 0xd1310ba698dfb5ac, 0x2ffd72dbd01adfb7, 0xb8e1afed6a267e96}};  // digits of pi
 
-// When it is noon on each day, in the zone of the run.
+// Of the zone of the run; 0 when it is not known for sure.
 static uint64_t HashOfZone() {
-  constexpr int kDays = 75 * 366;  // from 1970
-  static int64_t noons[kDays];
-  for (int day = 0; day < kDays; ++day) {
-    tm noon = {};
-    noon.tm_year = 70;
-    noon.tm_mday = day + 1;
-    noon.tm_hour = 12;
-    noon.tm_isdst = -1;
-    noons[day] = LocalToTime(noon);
-  }
-  return AddBlock(kRulesKey, {}, reinterpret_cast<const char*>(noons), sizeof noons).low;
+  static char zone[16 * 1024];
+  const size_t size = ReadZone(zone, sizeof zone);
+  return size == 0 ? 0 : AddBlock(kRulesKey, {}, zone, size).low;
 }
 
-static uint64_t HashOfRules() {
+static uint64_t HashOfRules(uint64_t zone) {
   struct {
-    uint64_t version, line, item, request, wide, ff, escapes, layouts, requests, addresses, order, offset, zone;
-    uint64_t layout;
+    uint64_t version, line, item, request, wide, ff, escapes, layouts, requests, addresses, zones, order,
+        offset;
+    uint64_t gmt, zone, layout;
     char program[16];
   } rules = {};
   rules.version = kReadingVersion;
@@ -223,13 +217,20 @@ static uint64_t HashOfRules() {
   rules.layouts = mLogLimits.layouts;
   rules.requests = mLogLimits.all_requests;
   rules.addresses = mLogLimits.whole_addresses;
+  rules.zones = mLogLimits.zones;
   rules.order = static_cast<uint64_t>(mDateFormat);
   rules.offset = static_cast<uint64_t>(mGmtOffset);
-  rules.zone = HashOfZone();
+  rules.gmt = mFixGmt;
+  rules.zone = zone;
   const std::string_view layout = OwnLayout();
   rules.layout = AddBlock(kRulesKey, {}, layout.data(), layout.size()).low;
   CopyText(rules.program, kVersion);
   return AddBlock(kRulesKey, {}, reinterpret_cast<const char*>(&rules), sizeof rules).low;
+}
+
+static void BeginStore(const char* folder) {
+  const uint64_t zone = folder[0] == '\0' ? 0 : HashOfZone();
+  OpenStore(zone == 0 ? "" : folder, zone == 0 ? 0 : HashOfRules(zone));
 }
 
 static void ListLogs() {
@@ -270,7 +271,7 @@ void SuperLog_Init(Settings& settings, const Limits& limits, time_t range_first,
     CreateDefaultSummaryName(settings.summary, sizeof settings.summary, settings.logs);
   }
   if (mWholeLogs) {
-    OpenStore(settings.store, settings.store[0] == '\0' ? 0 : HashOfRules());
+    BeginStore(settings.store);
     ListLogs();
   } else {
     ProbeLogs(settings);

@@ -401,7 +401,20 @@ static bool FitsRecord(const tm& local, time_t written, time_t time) {
   return written == static_cast<int32_t>(written) && time == static_cast<int32_t>(time);
 }
 
+// Whether a written time is an instant: with a zone, and where all times are GMT, as W3C has them.
+static bool IsInstant(const tm& written) {
+  return written.tm_zone != nullptr || mFixGmt || mCurLogFormat == kFamilyW3cIis;
+}
+
+static bool TakeInstant(SuperLogRecord& record) {
+  const bool dated = !HoldsNoDate(record.local);
+  return CompleteInstant(record.local, record.time) && dated && record.time != 0 && record.time != -1;
+}
+
 [[gnu::always_inline]] static inline bool TakeTime(SuperLogRecord& record) {
+  if (mLogLimits.zones && IsInstant(record.local)) {
+    return TakeInstant(record);
+  }
   if (mGmtOffset == 0 && CompleteInLastHour(record.local, record.time)) {
     return FitsRecord(record.local, record.time, record.time);
   }
@@ -416,6 +429,7 @@ bool SettleTime(SuperLogRecord& record) {
 
 // What is not taken from the line's fields in any case.
 static void ClearFigures(SuperLogRecord& record) {
+  record.time = 0;
   record.local = {};
   record.local.tm_isdst = -1;
   record.status = record.bytes = 0;
@@ -467,7 +481,8 @@ template <bool kEscapes>
   }
   // The time comes first: where a clock change repeats an hour, it is the line
   // before that decides, usable or not.
-  if (!TakeTime(record) || IsAbsent(record.url)) {
+  const bool timed = record.time != 0 ? TimeToLocal(record.time, record.local) : TakeTime(record);
+  if (!timed || IsAbsent(record.url)) {
     return false;
   }
   if (!record.url.starts_with('/') && !SettleOddUrl(record.url)) {

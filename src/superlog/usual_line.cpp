@@ -70,7 +70,7 @@ static bool ReadBegin(const char* line, const char* quote, const UsualLayout& la
   }
   record.host = layout.host ? Between(line, blank) : std::string_view{};
   return ReadNames(Between(blank + 1, date), layout, record) &&
-         ReadInLastHour(Between(date + 2, quote - 2), record.local);
+         ReadInLastHour(Between(date + 2, quote - 2), record.local, record.time);
 }
 
 // " 200 17" or " 200 17 "

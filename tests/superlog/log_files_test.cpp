@@ -882,6 +882,32 @@ TEST_F(KeptLogsTest, AnotherZoneReadsAnew) {
   EXPECT_TRUE(SuperLog_NextLogFile());
 }
 
+TEST_F(KeptLogsTest, TimesThatAreGmtReadAnew) {
+  Write("a1.log", Line(2));
+  EXPECT_EQ(Opened(5, 5), "");
+  SuperLog_SetFixGmt("1", 4);
+  Init(5, 5);
+  EXPECT_TRUE(SuperLog_NextLogFile());
+}
+
+// The same zone by its name, but with other rules in its file.
+TEST_F(KeptLogsTest, OtherRulesOfAZoneReadAnew) {
+  const std::string zones = NewPath("zones");
+  ASSERT_EQ(mkdir(zones.c_str(), 0700), 0);
+  std::ofstream(zones + "/Here") << "some rules";
+  setenv("TZDIR", zones.c_str(), 1);
+  setenv("TZ", "Here", 1);
+  Write("a1.log", Line(2));
+  EXPECT_EQ(Opened(5, 5), "");
+  std::ofstream(zones + "/Here") << "other rules";
+  Init(5, 5);
+  EXPECT_TRUE(SuperLog_NextLogFile());
+  EXPECT_EQ(Opened(5, 5), "");
+  std::ofstream(zones + "/Here") << std::string(100000, 'x');  // too many to be known
+  EXPECT_EQ(Opened(5, 5), "1");
+  setenv("TZ", "UTC", 1);
+}
+
 TEST_F(KeptLogsTest, AnotherLayoutOrOrderReadsAnew) {
   Write("a1.log", Line(2));
   EXPECT_EQ(Opened(5, 5), "");
