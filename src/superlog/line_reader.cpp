@@ -43,6 +43,19 @@ static char* mpBigBufLastPos = mpWindow;  // one past the last valid byte
 static char* mpCountedTo = mpWindow;      // end of the last block that was counted
 static int64_t mWindowOffset = 0;         // where in the file the next window begins
 
+// No line begins at or behind the stop, which lies behind the window where the window has none.
+static char* const mpNoStop = mBigBuf + sizeof mBigBuf;
+static char* mpStop = mpNoStop;
+static int64_t mStopOffset = kNoStop;
+
+struct Reading {
+  bool hashed;
+  int64_t to;  // the beginning of the next window
+  ContentKey key;
+  ContentHash hash;
+};
+static Reading mReading;
+
 struct LineEnds {
   int64_t lfs;
   int64_t crs;
@@ -118,6 +131,8 @@ UnpackEnd CloseLog() {
   mUnpackedToEnd = false;
   mpBigBufCurPos = mpBigBufLastPos = mpCountedTo = mpWindow;
   mWindowOffset = 0;
+  mReading.hashed = false;
+  StopLinesAt(kNoStop);
   mUnpackedEnds = {};
   mpPlainCurPos = mpPlainLastPos = mPlainBuf;
   mPlainOffset = 0;
@@ -159,6 +174,49 @@ static size_t ReadAt(char* dst, size_t size, int64_t offset) {
   return got;
 }
 
+// --- Stretches ---------------------------------------------------------------
+
+int64_t NextLineOffset() {
+  return mWindowOffset - (mpBigBufLastPos - mpBigBufCurPos);
+}
+
+static void FindStop() {
+  const int64_t behind = mStopOffset - mWindowOffset;
+  const bool reached = behind < 0;
+  const bool before_window = behind < mpWindow - mpBigBufLastPos;
+  mpStop = !reached ? mpNoStop : before_window ? mBigBuf : mpBigBufLastPos + behind;
+}
+
+void StopLinesAt(int64_t offset) {
+  mStopOffset = offset;
+  FindStop();
+}
+
+bool IsStopped() {
+  return mpBigBufCurPos != mpBigBufLastPos && mpBigBufCurPos >= mpStop;
+}
+
+bool HashOfLog(const ContentKey& key, uint64_t from, uint64_t to, ContentHash& hash) {
+  return mPackFormat == PackFormat::kNone && HashStretch(key, mhFile, from, to, hash);
+}
+
+void HashReading(const ContentKey& key, const ContentHash& hash, int64_t from) {
+  mReading = {true, from, key, hash};
+}
+
+bool HashOfReading(ContentHash& hash) {
+  hash = mReading.hash;
+  return mReading.hashed && mReading.to >= mWindowOffset;
+}
+
+// What was passed over is not hashed; nor is anything behind it.
+static void HashWindow(size_t size) {
+  if (mReading.hashed && mReading.to == mWindowOffset && size > 0) {
+    mReading.hash = AddBlock(mReading.key, mReading.hash, mpWindow, size);
+    mReading.to += static_cast<int64_t>(size);
+  }
+}
+
 // --- The block reader -------------------------------------------------------
 
 // Counts the blocks that hold the bytes before a position of the window.
@@ -185,6 +243,7 @@ static bool RefreshBigBuf() {
   const auto unread = static_cast<size_t>(mpBigBufLastPos - mpBigBufCurPos);
   memmove(mpWindow - unread, mpBigBufCurPos, unread);
   const size_t size = ReadAt(mpWindow, kBigBufSize, mWindowOffset);
+  HashWindow(size);
   mWindowOffset += static_cast<int64_t>(size);
   if (mPackFormat != PackFormat::kNone) {
     const LineEnds ends = CountLineEnds(mpWindow, mpWindow + size);
@@ -193,6 +252,7 @@ static bool RefreshBigBuf() {
   mpBigBufCurPos = mpWindow - unread;
   mpBigBufLastPos = mpWindow + size;
   mpCountedTo = mpWindow;
+  FindStop();
   for (NextByte* next : {&mNextLf, &mNextCr, &mNextFF, &mNextNul}) {
     next->at = mBigBuf;
   }
@@ -267,7 +327,7 @@ static int ReadRestOfLineFromBigBuf() {
 void ReadLineFromBigBuf() {
   mpLine = mpLineEnd = mNoLine;
   mLineLen = 0;
-  if (!SkipEolChars()) {
+  if (!SkipEolChars() || mpBigBufCurPos >= mpStop) {
     return;
   }
   const size_t length = MeasureLine();
@@ -285,6 +345,14 @@ void ReadLineFromBigBuf() {
   }
   mpLine[kept] = '\0';
   CountBlocksTo(mpBigBufCurPos);
+}
+
+void GoToLine(int64_t offset) {
+  const int64_t in_window = offset % static_cast<int64_t>(kBigBufSize);
+  mpBigBufCurPos = mpBigBufLastPos = mpCountedTo = mpWindow;
+  mWindowOffset = offset - in_window;
+  RefreshBigBuf();
+  mpBigBufCurPos += std::min<ptrdiff_t>(in_window, mpBigBufLastPos - mpBigBufCurPos);
 }
 
 // Those before a position of the file, by reading it again.
@@ -306,7 +374,7 @@ static LineEnds CountLineEndsBefore(int64_t position) {
 // Those that the reading has passed.
 static LineEnds LineEndsPassed() {
   if (mPackFormat == PackFormat::kNone) {
-    return CountLineEndsBefore(mWindowOffset - (mpBigBufLastPos - mpBigBufCurPos));
+    return CountLineEndsBefore(NextLineOffset());
   }
   const LineEnds ahead = CountLineEnds(mpBigBufCurPos, mpBigBufLastPos);
   return {mUnpackedEnds.lfs - ahead.lfs, mUnpackedEnds.crs - ahead.crs};
