@@ -30,6 +30,11 @@ struct BlockReading {
   KnownLog made;          // what this reading tells
 };
 static BlockReading mBlocks;
+static BlockSizes mSizes;
+
+void SetBlockSizesForTest(const BlockSizes& sizes) {
+  mSizes = sizes;
+}
 
 // ---- What is known ----
 
@@ -144,7 +149,7 @@ static size_t UsableBlocks() {
 // Logs that are being written are kept where reading them again takes long.
 static bool IsWorthKeeping() {
   return mBlocks.stamped && !mBlocks.same &&
-         (mBlocks.settled || mBlocks.stamp.size >= static_cast<uint64_t>(kLogBlock));
+         (mBlocks.settled || mBlocks.stamp.size >= static_cast<uint64_t>(mSizes.others));
 }
 
 void BeginBlocks() {
@@ -168,6 +173,14 @@ static void Add(const LogBlock& block) {
   ++mBlocks.next;
 }
 
+// Blocks that end elsewhere are of no use.
+static void CheckBeginning(const std::vector<LogBlock>& known) {
+  const size_t next = mBlocks.next;
+  if (next < known.size() && known[next].begins != static_cast<uint64_t>(NextLineOffset())) {
+    mBlocks.usable = 0;
+  }
+}
+
 // Whether nothing is lost when the next block is not read.
 static bool CanPass() {
   const KnownLog& known = mBlocks.known;
@@ -177,7 +190,7 @@ static bool CanPass() {
 }
 
 static int64_t NextStop(int64_t offset) {
-  return offset < kFirstBlock ? kFirstBlock : (offset / kLogBlock + 1) * kLogBlock;
+  return offset < mSizes.first ? mSizes.first : (offset / mSizes.others + 1) * mSizes.others;
 }
 
 static void BeginBlock(int64_t offset) {
@@ -192,6 +205,7 @@ static void BeginBlock(int64_t offset) {
 bool NextBlock() {
   const std::vector<LogBlock>& known = mBlocks.known.blocks;
   const size_t from = mBlocks.next;
+  CheckBeginning(known);
   while (CanPass()) {
     PassLinesNotUnderstood(known[mBlocks.next].not_understood, mBlocks.known.first);
     Add(known[mBlocks.next]);

@@ -13,8 +13,11 @@
 #include "superlog/log_list.h"
 #include "superlog/superlog.h"
 
-inline constexpr int64_t kFirstBlock = int64_t{64} << 10;
-inline constexpr int64_t kLogBlock = int64_t{16} << 20;
+struct BlockSizes {
+  int64_t first = int64_t{64} << 10;
+  int64_t others = int64_t{16} << 20;
+};
+void SetBlockSizesForTest(const BlockSizes& sizes);
 
 // Takes a log before it is opened, and the range. True when it is known, and no record of it lies in the
 // range: then it need not be opened.
