@@ -148,7 +148,7 @@ static size_t UsableBlocks() {
 
 // Logs that are being written are kept where reading them again takes long.
 static bool IsWorthKeeping() {
-  return mBlocks.stamped && !mBlocks.same &&
+  return IsStoreOpen() && mBlocks.stamped && !mBlocks.same &&
          (mBlocks.settled || mBlocks.stamp.size >= static_cast<uint64_t>(mSizes.others));
 }
 

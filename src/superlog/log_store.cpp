@@ -79,6 +79,10 @@ void OpenStore(const char* folder, uint64_t rules) {
   }
 }
 
+bool IsStoreOpen() {
+  return mFolder[0] != '\0';
+}
+
 static void NameEntry(char (&path)[kPathSize + 40], const LogStamp& stamp) {
   snprintf(path, sizeof path, "%s/%016" PRIx64 "%016" PRIx64, mFolder, stamp.device, stamp.inode);
 }
@@ -197,7 +201,7 @@ bool Recall(const LogStamp& stamp, KnownLog& log) {
   std::vector<char> entry;
   Head head;
   NameEntry(path, stamp);
-  if (mFolder[0] == '\0' || !LoadEntry(path, entry) || !IsSound(entry, head) || head.rules != mRules ||
+  if (!IsStoreOpen() || !LoadEntry(path, entry) || !IsSound(entry, head) || head.rules != mRules ||
       head.stamp.device != stamp.device || head.stamp.inode != stamp.inode) {
     return false;
   }
@@ -206,7 +210,7 @@ bool Recall(const LogStamp& stamp, KnownLog& log) {
 }
 
 void Keep(const KnownLog& log) {
-  if (mFolder[0] == '\0' || log.blocks.size() > kMostKeptBlocks) {
+  if (!IsStoreOpen() || log.blocks.size() > kMostKeptBlocks) {
     return;
   }
   char path[kPathSize + 40];

@@ -67,6 +67,9 @@ struct KnownLog {
 // Takes a folder, empty for none, and what besides a log decides about its records, as a number.
 void OpenStore(const char* folder, uint64_t rules);
 
+// Whether there is a folder.
+bool IsStoreOpen();
+
 // What was kept last under the same rules of the file of that device and inode; false when nothing was.
 bool Recall(const LogStamp& stamp, KnownLog& log);
 

