@@ -229,7 +229,13 @@ static void CountBlocksTo(const char* position) {
 }
 
 static LineEnds CountLineEnds(const char* from, const char* to) {
-  return {std::count(from, to, kLf), std::count(from, to, kCr)};
+  return {CountByte(from, to, kLf), CountByte(from, to, kCr)};
+}
+
+// CRs end lines of a log without any LF before.
+static void CountUnpackedEnds(const char* from, const char* to) {
+  mUnpackedEnds.crs += mUnpackedEnds.lfs == 0 ? CountByte(from, to, kCr) : 0;
+  mUnpackedEnds.lfs += CountByte(from, to, kLf);
 }
 
 // Called when a byte behind the window is needed: reads the next window and
@@ -246,8 +252,7 @@ static bool RefreshBigBuf() {
   HashWindow(size);
   mWindowOffset += static_cast<int64_t>(size);
   if (mPackFormat != PackFormat::kNone) {
-    const LineEnds ends = CountLineEnds(mpWindow, mpWindow + size);
-    mUnpackedEnds = {mUnpackedEnds.lfs + ends.lfs, mUnpackedEnds.crs + ends.crs};
+    CountUnpackedEnds(mpWindow, mpWindow + size);
   }
   mpBigBufCurPos = mpWindow - unread;
   mpBigBufLastPos = mpWindow + size;
