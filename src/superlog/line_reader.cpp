@@ -400,6 +400,13 @@ std::string_view TextAhead() {
   return {mpBigBufCurPos, static_cast<size_t>(mpBigBufLastPos - mpBigBufCurPos)};
 }
 
+std::string_view BeginningOfLog() {
+  if (mpBigBufCurPos == mpBigBufLastPos) {
+    RefreshBigBuf();
+  }
+  return TextAhead();
+}
+
 // --- The plain reader -------------------------------------------------------
 
 static int NextChar() {

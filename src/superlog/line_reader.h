@@ -92,6 +92,9 @@ int64_t LineNumber();
 // the line is not one of the block buffer. Stays valid as the line does.
 std::string_view TextAhead();
 
+// TextAhead of a log of which no line was read yet: its beginning.
+std::string_view BeginningOfLog();
+
 // The same without block buffer and byte counter, where 0xFF is an ordinary
 // character. For logs of which few lines are read, to learn their dates. The two
 // readers have positions of their own in the file. It is not the reader of text

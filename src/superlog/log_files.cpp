@@ -377,6 +377,15 @@ static bool GoToBlock() {
   return false;
 }
 
+// Then it is closed.
+static bool IsUnpackedCopy(LogFile& log) {
+  if (FormatOfLog() == PackFormat::kNone || !MayBeUnpackedCopy(log, BeginningOfLog())) {
+    return false;
+  }
+  CloseLog();
+  return FindUnpackedCopy(log) || !OpenLog(log.name);
+}
+
 // False of what is read in another's place, need not be read, or cannot be.
 static bool OpenWhole(LogFile& log) {
   if (log.original != nullptr) {
@@ -388,6 +397,9 @@ static bool OpenWhole(LogFile& log) {
   }
   if (!OpenLog(log.name)) {
     log.unopened = log.plain;
+    return false;
+  }
+  if (IsUnpackedCopy(log)) {
     return false;
   }
   mpOpenLog = &log;
