@@ -200,6 +200,11 @@ time_t LocalToTime(const tm& parts) {
   return CallMktime(parts);
 }
 
+bool StateOfLocalTime(int64_t& state) {
+  state = mHeldOffset;
+  return mHeldOffset != kNoOffset;
+}
+
 static bool CallLocaltime(time_t when, tm& parts) {
   tm result;
   if (localtime_r(&when, &result) == nullptr) {

@@ -27,6 +27,10 @@ time_t LocalToTime(const tm& parts);
 // As timegm on a copy of the record, of which the date and time fields are read.
 time_t UniversalToTime(const tm& parts);
 
+// What the last call of LocalToTime decides about the next one, as a number: where it is the same, so are the
+// answers to the same calls. False when it is not known.
+bool StateOfLocalTime(int64_t& state);
+
 // As localtime: fills all fields. False (parts unchanged) when the time cannot
 // be represented.
 bool TimeToLocal(time_t when, tm& parts);

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <functional>
 
+#include "base/hash_seed.h"
 #include "base/url_decode.h"
 #include "dates/local_time.h"
 #include "layouts/moment.h"
@@ -224,6 +225,49 @@ void ForgetFileLayouts() {
 void ResetLayouts() {
   mUserLayout = false;
   ForgetFileLayouts();
+}
+
+// ---- Their state ----
+
+static uint64_t Mix(uint64_t state, uint64_t word) {
+  return MultiplyFold(state ^ 0x243f6a8885a308d3, word ^ 0x13198a2e03707344);  // digits of pi
+}
+
+static uint64_t Mix(uint64_t state, std::string_view text) {
+  state = Mix(state, text.size());
+  for (const char c : text) {
+    state = Mix(state, static_cast<unsigned char>(c));
+  }
+  return state;
+}
+
+static uint64_t MixPattern(uint64_t state, const Pattern& pattern) {
+  state = Mix(Mix(state, pattern.count), pattern.needed);
+  for (size_t i = 0; i < std::min(pattern.count + 1, kMostElements); ++i) {
+    const PatternElement& element = pattern.elements[i];
+    state = Mix(Mix(Mix(state, element.literal), element.literal_size), static_cast<uint64_t>(element.field));
+  }
+  return Mix(state, {pattern.literals.data(), pattern.literals_size});
+}
+
+static uint64_t MixLayout(uint64_t state, const Layout& layout) {
+  const Writing& writing = layout.writing;
+  state = Mix(state, layout.name);
+  state = Mix(Mix(state, static_cast<uint64_t>(layout.kind)), static_cast<uint64_t>(layout.wrapper));
+  for (const bool is : {writing.whole_urls, writing.encoded_agents, writing.utc, writing.client_port,
+                        writing.site_first, writing.json}) {
+    state = Mix(state, uint64_t{is});
+  }
+  return MixPattern(state, layout.pattern);
+}
+
+uint64_t StateOfLayouts() {
+  uint64_t state = Mix(Mix(mLayoutCount, mLastLayout), uint64_t{mLayoutsHold});
+  state = Mix(state, mNamesPending ? std::string_view{mNames} : "");
+  for (size_t i = 0; i < mLayoutCount; ++i) {
+    state = MixLayout(state, mLayouts[i]);
+  }
+  return state;
 }
 
 static void TellLayout(const Layout& layout) {

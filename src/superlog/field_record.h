@@ -6,6 +6,7 @@
 // out.
 #pragma once
 
+#include <cstdint>
 #include <ctime>
 #include <string_view>
 
@@ -21,6 +22,10 @@ bool ParseByLayouts(std::string_view line, std::string_view ahead, SuperLogRecor
 
 // The time of such a line without any GMT shift; 0 when none explains it.
 time_t TimeByLayouts(std::string_view line);
+
+// The layouts that hold, the order in which they are tried, and names that wait for a line of data, as a
+// number.
+uint64_t StateOfLayouts();
 
 // Forgets the layouts of the current file, but not those that the user has named.
 void ForgetFileLayouts();

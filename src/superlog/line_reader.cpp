@@ -46,6 +46,19 @@ static char* mpBigBufLastPos = mpWindow;  // one past the last valid byte
 static char* mpCountedTo = mpWindow;      // end of the last block that was counted
 static int64_t mWindowOffset = 0;         // where in the file the next window begins
 
+// No line begins at or behind the stop, which lies behind the window where the window has none.
+static char* const mpNoStop = mBigBuf + sizeof mBigBuf;
+static char* mpStop = mpNoStop;
+static int64_t mStopOffset = kNoStop;
+
+struct Reading {
+  bool hashed;
+  int64_t to;  // the beginning of the next window
+  ContentKey key;
+  ContentHash hash;
+};
+static Reading mReading;
+
 struct LineEnds {
   int64_t lfs;
   int64_t crs;
@@ -115,6 +128,8 @@ UnpackEnd CloseLog() {
   mUnpackedToEnd = false;
   mpBigBufCurPos = mpBigBufLastPos = mpCountedTo = mpWindow;
   mWindowOffset = 0;
+  mReading.hashed = false;
+  StopLinesAt(kNoStop);
   mUnpackedEnds = {};
   mpPlainCurPos = mpPlainLastPos = mPlainBuf;
   mPlainOffset = 0;
@@ -156,6 +171,49 @@ static size_t ReadAt(char* dst, size_t size, int64_t offset) {
   return got;
 }
 
+// --- Stretches ---------------------------------------------------------------
+
+int64_t NextLineOffset() {
+  return mWindowOffset - (mpBigBufLastPos - mpBigBufCurPos);
+}
+
+static void FindStop() {
+  const int64_t behind = mStopOffset - mWindowOffset;
+  const bool reached = behind < 0;
+  const bool before_window = behind < mpWindow - mpBigBufLastPos;
+  mpStop = !reached ? mpNoStop : before_window ? mBigBuf : mpBigBufLastPos + behind;
+}
+
+void StopLinesAt(int64_t offset) {
+  mStopOffset = offset;
+  FindStop();
+}
+
+bool IsStopped() {
+  return mpBigBufCurPos != mpBigBufLastPos && mpBigBufCurPos >= mpStop;
+}
+
+bool HashOfLog(const ContentKey& key, uint64_t from, uint64_t to, ContentHash& hash) {
+  return mPackFormat == PackFormat::kNone && HashStretch(key, mhFile, from, to, hash);
+}
+
+void HashReading(const ContentKey& key, const ContentHash& hash, int64_t from) {
+  mReading = {true, from, key, hash};
+}
+
+bool HashOfReading(ContentHash& hash) {
+  hash = mReading.hash;
+  return mReading.hashed && mReading.to >= mWindowOffset;
+}
+
+// What was passed over is not hashed; nor is anything behind it.
+static void HashWindow(size_t size) {
+  if (mReading.hashed && mReading.to == mWindowOffset && size > 0) {
+    mReading.hash = AddBlock(mReading.key, mReading.hash, mpWindow, size);
+    mReading.to += static_cast<int64_t>(size);
+  }
+}
+
 // --- The block reader -------------------------------------------------------
 
 // Counts the blocks that hold the bytes before a position of the window.
@@ -168,7 +226,13 @@ static size_t ReadAt(char* dst, size_t size, int64_t offset) {
 }
 
 static LineEnds CountLineEnds(const char* from, const char* to) {
-  return {std::count(from, to, kLf), std::count(from, to, kCr)};
+  return {CountByte(from, to, kLf), CountByte(from, to, kCr)};
+}
+
+// CRs end lines of a log without any LF before.
+static void CountUnpackedEnds(const char* from, const char* to) {
+  mUnpackedEnds.crs += mUnpackedEnds.lfs == 0 ? CountByte(from, to, kCr) : 0;
+  mUnpackedEnds.lfs += CountByte(from, to, kLf);
 }
 
 static size_t PlaceOf(const char* position) {
@@ -193,14 +257,15 @@ static bool RefreshBigBuf() {
   const auto unread = static_cast<size_t>(mpBigBufLastPos - mpBigBufCurPos);
   memmove(mpWindow - unread, mpBigBufCurPos, unread);
   const size_t size = ReadAt(mpWindow, kBigBufSize, mWindowOffset);
+  HashWindow(size);
   mWindowOffset += static_cast<int64_t>(size);
   if (mPackFormat != PackFormat::kNone) {
-    const LineEnds ends = CountLineEnds(mpWindow, mpWindow + size);
-    mUnpackedEnds = {mUnpackedEnds.lfs + ends.lfs, mUnpackedEnds.crs + ends.crs};
+    CountUnpackedEnds(mpWindow, mpWindow + size);
   }
   mpBigBufCurPos = mpWindow - unread;
   mpBigBufLastPos = mpWindow + size;
   mpCountedTo = mpWindow;
+  FindStop();
   MarkUnread();
   return size > 0;
 }
@@ -291,7 +356,7 @@ void ReadLineFromBigBuf() {
   mpLine = mpLineEnd = mNoLine;
   mLineLen = 0;
   mLineQuotes = {};
-  if (!SkipEolChars()) {
+  if (!SkipEolChars() || mpBigBufCurPos >= mpStop) {
     return;
   }
   const size_t length = MeasureLine(mLineQuotes);
@@ -313,6 +378,14 @@ void ReadLineFromBigBuf() {
   }
 }
 
+void GoToLine(int64_t offset) {
+  const int64_t in_window = offset % static_cast<int64_t>(kBigBufSize);
+  mpBigBufCurPos = mpBigBufLastPos = mpCountedTo = mpWindow;
+  mWindowOffset = offset - in_window;
+  RefreshBigBuf();
+  mpBigBufCurPos += std::min<ptrdiff_t>(in_window, mpBigBufLastPos - mpBigBufCurPos);
+}
+
 // Those before a position of the file, by reading it again.
 static LineEnds CountLineEndsBefore(int64_t position) {
   LineEnds ends{};
@@ -332,7 +405,7 @@ static LineEnds CountLineEndsBefore(int64_t position) {
 // Those that the reading has passed.
 static LineEnds LineEndsPassed() {
   if (mPackFormat == PackFormat::kNone) {
-    return CountLineEndsBefore(mWindowOffset - (mpBigBufLastPos - mpBigBufCurPos));
+    return CountLineEndsBefore(NextLineOffset());
   }
   const LineEnds ahead = CountLineEnds(mpBigBufCurPos, mpBigBufLastPos);
   return {mUnpackedEnds.lfs - ahead.lfs, mUnpackedEnds.crs - ahead.crs};
@@ -350,6 +423,13 @@ int64_t LineNumber() {
 
 std::string_view TextAhead() {
   return {mpBigBufCurPos, static_cast<size_t>(mpBigBufLastPos - mpBigBufCurPos)};
+}
+
+std::string_view BeginningOfLog() {
+  if (mpBigBufCurPos == mpBigBufLastPos) {
+    RefreshBigBuf();
+  }
+  return TextAhead();
 }
 
 // --- The plain reader -------------------------------------------------------

@@ -16,6 +16,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "superlog/content_hash.h"
 #include "superlog/super_long.h"
 #include "unpack/codec.h"
 
@@ -60,6 +61,32 @@ PackFormat FormatOfLog();
 // For other programs that link the library; tested, not used by orvellis.
 bool IsLogOpen();
 
+// ---- Stretches of a log ----
+
+// Where in the file, or in what is unpacked of it, the next line begins, or ends of lines before it.
+int64_t NextLineOffset();
+
+// Of a file that is not compressed: no line that begins at that place or behind it becomes current, as if the
+// file ended there, until this is called again; all do in a log that was just opened.
+void StopLinesAt(int64_t offset);
+inline constexpr int64_t kNoStop = INT64_MAX;
+
+// Whether it was a stop that ended the lines. Without one the log is read to its end.
+bool IsStopped();
+
+// Goes on, in a file that is not compressed, at the beginning of a line.
+void GoToLine(int64_t offset);
+
+// HashStretch of the open file; false also of a compressed one.
+bool HashOfLog(const ContentKey& key, uint64_t from, uint64_t to, ContentHash& hash);
+
+// Hashes what is read from now on: from, a multiple of kContentBlock, is where the next reading of
+// kContentBlock bytes begins, and hash that of all before.
+void HashReading(const ContentKey& key, const ContentHash& hash, int64_t from);
+
+// The hash of all that was read since; false where nothing is hashed, and when something was passed over.
+bool HashOfReading(ContentHash& hash);
+
 // Makes the next non-empty line current (mLineLen 0 at the end of the file, or
 // when none is open), through the block buffer. CR, LF, a 0xFF byte after the
 // first character, and the end of the file end a line; of the rest of an
@@ -74,6 +101,9 @@ int64_t LineNumber();
 // What has been read of the file behind the current line, as it stands there; empty when
 // the line is not one of the block buffer. Stays valid as the line does.
 std::string_view TextAhead();
+
+// TextAhead of a log of which no line was read yet: its beginning.
+std::string_view BeginningOfLog();
 
 // The same without block buffer and byte counter, where 0xFF is an ordinary
 // character. For logs of which few lines are read, to learn their dates. The two

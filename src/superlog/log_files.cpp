@@ -9,6 +9,7 @@
 #include "superlog/content_hash.h"
 #include "superlog/directory_scan.h"
 #include "superlog/line_reader.h"
+#include "superlog/log_blocks.h"
 #include "superlog/log_copies.h"
 #include "superlog/log_dates.h"
 #include "superlog/log_format.h"
@@ -40,9 +41,7 @@ static bool mWholeLogs = false;              // every log is read to its end
 static bool mFilesBegun = false;             // SuperLog_NextLogFile was called
 static LogFile* mpNextLogSummary = nullptr;  // entry to look at next
 static LogFile* mpOpenLog = nullptr;         // where logs are read whole
-static uint64_t mBytesBefore = 0;            // read before the open log
-static LogStamp mStamp;                      // of the open log, before it was opened
-static bool mToBeKept = false;  // nothing is known of it, and nobody can have changed it since the stamp
+static bool mBlockRead = false;              // a part of it was, behind which there may be others
 static bool mLogsInReportRange = false;
 
 // Of the logs of which a report speaks, where logs are read whole.
@@ -80,6 +79,7 @@ void ResetSuperLog() {
 static void ForgetLogs() {
   ClearLogList();
   mpNextLogSummary = mpOpenLog = nullptr;
+  mBlockRead = false;
 }
 
 void SuperLog_Uninit() {
@@ -321,27 +321,26 @@ static bool OpenIfInRange(const LogFile& log) {
   return OpenLog(log.name);
 }
 
-// Passes over a log of which an earlier reading is kept and still holds.
-static bool IsKnownOutOfRange(LogFile& log) {
-  LogRecords records;
-  const bool stamped = StampOf(log.name, mStamp);
-  const bool known = stamped && Recall(mStamp, records);
-  mToBeKept = stamped && !known && IsSettled(mStamp);
-  if (!known || records.count <= 0 ||
-      (records.last >= mAnalysisRangeFirst_t && records.first <= mAnalysisRangeLast_t)) {
-    return false;
-  }
-  ReadingOf(log).records = records;
-  TellOfLook({log.name, log.size, records.first, records.last, LogVerdict::kOutOfRange});
-  return true;
+static LogVerdict VerdictOf(const LogRecords& records) {
+  return records.in_range > 0 ? LogVerdict::kInRange
+         : records.count > 0  ? LogVerdict::kOutOfRange
+                              : LogVerdict::kNoLog;
 }
 
-// The same file as before it was read, all bytes of which have come.
-static bool IsReadWhole(const LogFile& log, uint64_t bytes) {
-  const bool all_came =
-      log.format == PackFormat::kNone ? bytes == mStamp.size : log.unpacked == UnpackEnd::kWhole;
-  LogStamp now;
-  return mToBeKept && all_came && StampOf(log.name, now) && now == mStamp;
+// A report speaks of the logs that hold records in range, and of lines where there might have been some.
+static void TakeReading(LogFile& log) {
+  LogReading& reading = ReadingOf(log);
+  reading = ReadingOfBlocks();
+  const LogRecords& records = reading.records;
+  const LogVerdict verdict = VerdictOf(records);
+  if (verdict == LogVerdict::kInRange) {
+    mLogsInReportRange = true;
+    SuperLongAddWide(mWhole.bytes, static_cast<int64_t>(BytesOfBlocks()));
+  }
+  if (verdict != LogVerdict::kOutOfRange) {
+    mWhole.lines_not_understood += reading.not_understood.lines;
+  }
+  TellOfLook({log.name, log.size, records.first, records.last, verdict});
 }
 
 // Where a clock change repeats an hour, the line before decides: that of the log before must not.
@@ -353,66 +352,75 @@ static void ForgetLinesBefore() {
   LocalToTime(winter);
 }
 
-// False of what is read in another's place, or cannot be read.
+static void CloseRead(LogFile& log) {
+  EndBlocks();
+  log.format = FormatOfLog();
+  log.unpacked = CloseLog();
+  mpOpenLog = nullptr;
+}
+
+static void EndLog(LogFile& log) {
+  CloseRead(log);
+  if (log.unpacked != UnpackEnd::kNoLibrary) {
+    KeepBlocks(log.name, log.unpacked);
+    TakeReading(log);
+  }
+}
+
+// The next part of the open log that has to be read; false when the log ends.
+static bool GoToBlock() {
+  mBlockRead = false;
+  if (NextBlock()) {
+    return true;
+  }
+  EndLog(*mpOpenLog);
+  return false;
+}
+
+// Then it is closed.
+static bool IsUnpackedCopy(LogFile& log) {
+  if (FormatOfLog() == PackFormat::kNone || !MayBeUnpackedCopy(log, BeginningOfLog())) {
+    return false;
+  }
+  CloseLog();
+  return FindUnpackedCopy(log) || !OpenLog(log.name);
+}
+
+// False of what is read in another's place, need not be read, or cannot be.
 static bool OpenWhole(LogFile& log) {
   if (log.original != nullptr) {
     return false;
   }
-  if (IsKnownOutOfRange(log)) {
+  if (IsKnownOutside(log.name, mAnalysisRangeFirst_t, mAnalysisRangeLast_t)) {
+    TakeReading(log);
     return false;
   }
   if (!OpenLog(log.name)) {
     log.unopened = log.plain;
     return false;
   }
+  if (IsUnpackedCopy(log)) {
+    return false;
+  }
   mpOpenLog = &log;
   ForgetLinesBefore();
-  mBytesBefore = SuperLongToBytes(TotalLogBytesRead());
   BeginLinesOfLog();
-  return true;
+  BeginBlocks();
+  return GoToBlock();
 }
 
 static bool OpenToBeRead(LogFile& log) {
   return mWholeLogs ? OpenWhole(log) : OpenIfInRange(log);
 }
 
-static LogVerdict VerdictOf(const LogRecords& records) {
-  return records.in_range > 0 ? LogVerdict::kInRange
-         : records.count > 0  ? LogVerdict::kOutOfRange
-                              : LogVerdict::kNoLog;
-}
-
-static void CloseRead(LogFile& log) {
-  log.format = FormatOfLog();
-  log.unpacked = CloseLog();
-  mpOpenLog = nullptr;
-}
-
-// A report speaks of the logs that hold records in range, and of lines where there might have been some.
 void SuperLog_LogRead(const LogRecords& records) {
   if (mpOpenLog == nullptr) {
     return;
   }
-  LogFile& log = *mpOpenLog;
-  CloseRead(log);
-  if (log.unpacked == UnpackEnd::kNoLibrary) {
-    return;
+  mBlockRead = BlockRead(records);
+  if (!mBlockRead) {
+    EndLog(*mpOpenLog);
   }
-  LogReading& reading = ReadingOf(log);
-  reading = {records, LinesNotUnderstoodOfLog()};
-  const LogVerdict verdict = VerdictOf(records);
-  const uint64_t bytes = SuperLongToBytes(TotalLogBytesRead()) - mBytesBefore;
-  if (verdict == LogVerdict::kInRange) {
-    mLogsInReportRange = true;
-    SuperLongAddWide(mWhole.bytes, static_cast<int64_t>(bytes));
-  }
-  if (IsReadWhole(log, bytes)) {
-    Keep(mStamp, records);
-  }
-  if (verdict != LogVerdict::kOutOfRange) {
-    mWhole.lines_not_understood += reading.not_understood.lines;
-  }
-  TellOfLook({log.name, log.size, records.first, records.last, verdict});
 }
 
 void SuperLog_ReadLogs() {
@@ -478,6 +486,9 @@ static void BeginFiles() {
 }
 
 bool SuperLog_NextLogFile() {
+  if (mBlockRead && GoToBlock()) {
+    return true;
+  }
   SuperLog_NextLogFile_Done();
   ResetFileFormat();
   if (!mFilesBegun) {
@@ -498,6 +509,7 @@ bool SuperLog_NextLogFile() {
 void SuperLog_NextLogFile_Done() {
   CloseLog();
   mpOpenLog = nullptr;
+  mBlockRead = false;
 }
 
 bool SuperLog_LogsInRange() {

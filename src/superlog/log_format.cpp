@@ -6,6 +6,8 @@
 #include <span>
 #include <string_view>
 
+#include "dates/local_time.h"
+#include "superlog/content_hash.h"
 #include "superlog/field_record.h"
 #include "superlog/field_splitter.h"
 #include "superlog/line_reader.h"
@@ -21,6 +23,7 @@ int mCurLogFormat = kFamilyNone;
 static char mSpecialLogFormatBuf[kTextSize];  // the user's layout
 static int mLogFormatSource = 0;              // 0 = there is none
 static char mUnaskedLetters[8];
+static char mWholeFormatBuf[kTextSize];  // the known format before letters were struck out
 
 // The name of a layout, or the words of a server.
 static char mLayoutText[kLongestLayoutText + 1];
@@ -113,6 +116,9 @@ static char NetscapeLetter(std::string_view name) {
   return FindLetter(kNetscapeNames, name, EqualExactly);
 }
 
+static constexpr ContentKey kStateKey = {
+    {0xbe5466cf34e90c6c, 0xc0ac29b7c97c50dd, 0x3f84d5b5b5470917, 0x9216d5d98979fb1b}};  // digits of pi
+
 // --- The known layout ---------------------------------------------------------
 
 void ResetFileFormat() {
@@ -120,6 +126,19 @@ void ResetFileFormat() {
   mFormatKnown = false;
   mCurLogFormat = kFamilyNone;
   ForgetFileLayouts();
+}
+
+bool StateOfLines(uint64_t& state) {
+  int64_t local_time = 0;
+  const bool known = StateOfLocalTime(local_time);
+  const std::string_view letters = mFormatKnown ? mWholeFormatBuf : "";
+  const uint64_t words[] = {static_cast<uint64_t>(local_time), static_cast<uint64_t>(mCurLogFormat),
+                            uint64_t{mFormatKnown}, StateOfLayouts()};
+  const ContentHash hash =
+      AddBlock(kStateKey, AddBlock(kStateKey, {}, reinterpret_cast<const char*>(words), sizeof words),
+               letters.data(), letters.size());
+  state = hash.low;
+  return known;
 }
 
 void ResetLogFormat() {
@@ -210,6 +229,7 @@ static void SetFamily(LogFamily family, const char* label) {
 
 static void SetKnownFormat(const char* format) {
   CopyText(mKnownFormatBuf, format);
+  CopyText(mWholeFormatBuf, format);
   mFormatKnown = true;
   for (char* letter = mKnownFormatBuf; *(letter += strcspn(letter, mUnaskedLetters)) != '\0';) {
     *letter = kSkipField;

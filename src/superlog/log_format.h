@@ -6,6 +6,7 @@
 // header line or the end of the file.
 #pragma once
 
+#include <cstdint>
 #include <string_view>
 
 #include "base/text.h"
@@ -41,6 +42,10 @@ extern int mCurLogFormat;  // a LogFamily
 
 // Whether somebody looks at the texts of that letter.
 bool IsAsked(char letter);
+
+// All that earlier lines of the file decide about the way in which the next one is read, as a number: the
+// same whatever is asked for. False when it is not known.
+bool StateOfLines(uint64_t& state);
 
 // Forgets the current file's layout; a user's layout stays.
 void ResetFileFormat();

@@ -635,6 +635,15 @@ void BeginLinesOfLog() {
   mNotUnderstood = {};
 }
 
+void PassLinesNotUnderstood(int64_t lines, const NotUnderstood& known) {
+  const int64_t before = mNotUnderstood.lines;
+  if (before == 0 && lines > 0) {
+    mNotUnderstood = known;
+  }
+  mNotUnderstood.lines = before + lines;
+  mLinesNotUnderstood += lines;
+}
+
 void ResetLogLine() {
   mMayBeOther = false;
   mLinesNotUnderstood = 0;

@@ -66,6 +66,10 @@ int64_t LinesNotUnderstood();
 // Begins to count the lines of another log.
 void BeginLinesOfLog();
 
+// Counts so many lines of that log, which was read before, without reading them; first and text are of the
+// first one.
+void PassLinesNotUnderstood(int64_t lines, const NotUnderstood& known);
+
 // Forgets the lines that were not understood.
 void ResetLogLine();
 

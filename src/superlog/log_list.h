@@ -7,6 +7,7 @@
 #include <ctime>
 
 #include "base/text.h"
+#include "superlog/content_hash.h"
 #include "superlog/log_line.h"
 #include "superlog/superlog.h"
 #include "unpack/codec.h"
@@ -34,8 +35,10 @@ struct LogFile {
   bool unopened;            // this run could not read it
   PackFormat format;        // kNone of what is not compressed, or was not opened
   UnpackEnd unpacked;       // how its unpacking ended; kWhole of any other
-  const LogFile* original;  // an earlier one that holds the same; null: none
-  LogReading* reading;      // null: none yet
+  const LogFile* original;  // another one that holds the same and has none itself; null: none
+  bool has_beginning;
+  ContentHash beginning;  // of its lines, unpacked ones: some of the first bytes
+  LogReading* reading;    // null: none yet
 
   // The list's own.
   LogFile* next;

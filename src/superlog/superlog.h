@@ -119,7 +119,7 @@ inline void AddTime(LogRecords& records, time_t time) {
 }
 
 // Tells that the open log file was read, and what its records came to. Where the rules of SuperLog_Init's
-// settings have logs read whole, it was read to its end, and is closed.
+// settings have logs read whole, it, or a part of it, was read to its end.
 void SuperLog_LogRead(const LogRecords& records);
 
 // Where logs are read whole: reads all that are left without counting their records.
@@ -149,7 +149,7 @@ bool SuperLog_LogFilesFound();
 bool SuperLog_TimesHeld(time_t& first, time_t& last);
 
 // Opens the next log file that reaches into the range, or that may do so; false when none is left
-// (and none is open).
+// (and none is open). Where logs are read whole: goes on to the next part of a log that may do so.
 bool SuperLog_NextLogFile();
 
 // Fills record from the next usable line of the open log file; false at its end.
