@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <string>
 
 #include "analysis/driver.h"
@@ -88,12 +89,15 @@ TEST_F(NameAddressesTest, WithoutNamesTheReportsAreThoseOfAddresses) {
   }
 }
 
+// Once nobody is left to ask, as all wait for answers that never come, the others are not looked up.
 TEST_F(NameAddressesTest, ThoseOfTheMostRequestsComeFirst) {
-  UseNames({{"192.0.2.1", "one.example.com"}, {"192.0.2.2", "two.example.com"}});
+  std::map<std::string, std::string> names = {{"192.0.2.1", "one.example.com"},
+                                              {"192.0.2.2", "two.example.com"}};
   std::string log;
   LogLine line;
   for (int i = 0; i < 300; ++i) {
     line.host = "10.0." + std::to_string(i / 100) + "." + std::to_string(i % 100);
+    names[line.host] = "...";
     log += ToText(line);
   }
   for (int i = 0; i < 5; ++i) {
@@ -101,14 +105,15 @@ TEST_F(NameAddressesTest, ThoseOfTheMostRequestsComeFirst) {
     log += ToText(line);
   }
   AddLog("a.log", log);
-  mMilliseconds = 400;  // of the second, enough for two rounds: 128 addresses
-  settings_.DNSLookupSeconds = 1;
+  UseNames(std::move(names));
+  LookUpAnswer answer;
+  ASSERT_TRUE(AskForName({0, {}}) && NextAnswer(answer)) << "so that its start takes none of the time";
+  settings_.DNSLookupSeconds = 2;
   Run();
-  EXPECT_NE(Domains().find("example.com=5"), std::string::npos) << Domains();
+  EXPECT_EQ(Domains(), "10.0.0=100 10.0.1=100 10.0.2=100 example.com=5 ");
   EXPECT_EQ(analysis_.look_ups.addresses, 302);
-  EXPECT_GT(analysis_.look_ups.left_out, 100);
+  EXPECT_EQ(analysis_.look_ups.left_out, 300);
   EXPECT_EQ(analysis_.domains.total, 305);
-  EXPECT_EQ(TotalList(analysis_.domains.list), 305);
 }
 
 TEST_F(NameAddressesTest, WhatTheMemoryBudgetTookIsMissingFromTheReports) {

@@ -6,9 +6,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <map>
 #include <new>
 #include <string>
@@ -24,8 +22,7 @@ struct Seen {
   std::atomic<int> most_at_once;
 };
 inline Seen* mSeen = nullptr;
-inline int mMilliseconds = 0;  // that each answer takes
-inline int mGathered = 0;      // no answer before so many are asked for
+inline int mGathered = 0;  // no answer before so many are asked for
 
 inline std::string TextOf(const sockaddr* address) {
   char text[INET6_ADDRSTRLEN] = "";
@@ -37,7 +34,8 @@ inline std::string TextOf(const sockaddr* address) {
   return text;
 }
 
-// An address that it knows nothing of has no name; "?" stands for no answer, "!" for the end of the process.
+// An address that it knows nothing of has no name; "?" stands for no answer, "~" for four tenths of a
+// second, "..." for waiting without end, and "!" for the end of the process.
 inline int NameFromMap(const sockaddr* address, socklen_t, char* name, socklen_t size, char*, socklen_t,
                        int) {
   ++mSeen->queries;
@@ -48,9 +46,14 @@ inline int NameFromMap(const sockaddr* address, socklen_t, char* name, socklen_t
   while (mSeen->most_at_once < mGathered) {
     std::this_thread::yield();
   }
-  std::this_thread::sleep_for(std::chrono::milliseconds(mMilliseconds));
-  --mSeen->at_once;
   const auto known = mNames.find(TextOf(address));
+  while (known != mNames.end() && known->second == "...") {
+    pause();
+  }
+  if (known != mNames.end() && known->second == "~") {
+    usleep(400'000);
+  }
+  --mSeen->at_once;
   if (known == mNames.end()) {
     return EAI_NONAME;
   }
@@ -68,7 +71,7 @@ inline int NameFromMap(const sockaddr* address, socklen_t, char* name, socklen_t
 inline void UseNames(std::map<std::string, std::string> names) {
   StopLookUps();
   mNames = std::move(names);
-  mMilliseconds = mGathered = 0;
+  mGathered = 0;
   void* const shared = mmap(nullptr, sizeof(Seen), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
   mSeen = new (shared) Seen{};
   mpGetName = NameFromMap;
