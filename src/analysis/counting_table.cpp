@@ -633,6 +633,17 @@ void add_item(List& list, ListInfo* info, std::string_view key, std::string_view
   }
 }
 
+void add_items(List& list, ListInfo* info, std::string_view key, int64_t count) {
+  count_queued();
+  if (key.empty()) {
+    return;
+  }
+  key = key.substr(0, mCountingLimits.item);
+  ListItem& item = CountKey(list, info, key, HashOf(key, false), nullptr, false);
+  item.count += count - 1;
+  info->kinds[item.kind] += count - 1;
+}
+
 // ---- Order ----
 
 // Merge sort of the first `length` records of the chain `rest`, which loses them. Counts
@@ -762,6 +773,22 @@ size_t ReleaseItem(List& list, ListItem* item) {
   }
   LeaveRoom(item);
   return released;
+}
+
+bool take_first(List& list, ListInfo& info, char* key, size_t capacity, int64_t& count) {
+  count_queued();
+  ListItem* const item = list.first;
+  if (item == nullptr) {
+    return false;
+  }
+  if (list.pivots > 0 && info.pivots[list.pivots - 1] == item) {
+    --list.pivots;
+  }
+  list.first = item->next;
+  CopyText(key, capacity, item->key());
+  count = item->count;
+  smart_release(info, item);
+  return true;
 }
 
 // Releases all of a list but its records, and returns how many these are, sub-lists included.

@@ -159,6 +159,13 @@ void queue_copy(List& list, ListInfo* info, std::string_view key, bool ignore_ca
 // any length, and its buffer may end with it.
 void count_now(List& list, ListInfo* info, std::string_view key, bool ignore_case);
 
+// Counts so many occurrences at once, 1 or more, as add_item does. The buffer may end with the key.
+void add_items(List& list, ListInfo* info, std::string_view key, int64_t count);
+
+// Takes the first record of the chain out of the list: copies its key, cut to the capacity, and tells its
+// count. False when there is none. The memory budget has its room back.
+bool take_first(List& list, ListInfo& info, char* key, size_t capacity, int64_t& count);
+
 // Counts all that wait.
 void count_queued();
 

@@ -6,6 +6,8 @@
 
 #include "analysis/dns_cache.h"
 #include "analysis/dns_cache_internal.h"
+#include "analysis/domain_counts.h"
+#include "analysis/look_ups.h"
 #include "analysis/normalise.h"
 #include "analysis/request_filters.h"
 #include "analysis/request_filters_internal.h"
@@ -160,6 +162,9 @@ static void CreateTables(const Settings& settings, Analysis& analysis) {
     init_list(table.report.list, table.report.info, table.name, table.sublists);
   }
   analysis.browsers.info->classify = AgentKind;
+  if (ResolveDnsMode(settings, analysis.counting.limits) == DnsMode::kAfterwards) {
+    init_list(analysis.addresses.list, analysis.addresses.info, "Addresses");
+  }
 }
 
 bool BeginAnalysis(Settings& settings, const Counting& counting, Analysis& analysis,
@@ -181,6 +186,7 @@ bool BeginAnalysis(Settings& settings, const Counting& counting, Analysis& analy
   SetWildcardLimits(counting.limits);
   smart_memory_init(settings);
   DNSLookup_Init();
+  LimitLookUps(settings.DNSLookupSeconds);
   Search_Init(*counting.search);
   analysis.search = NewSearchCounts();
   CreateTables(settings, analysis);
@@ -220,41 +226,6 @@ static bool IsSelected(const Rules& rules, const SuperLogRecord& record, std::st
 
 // ---- Steps of one record --------------------------------------------------------
 
-// The visitor's host on its way through the steps.
-struct Visitor {
-  std::string_view host;
-  const Address* ipv6;   // what the host is; null: something else
-  char* name = nullptr;  // the resolved name that host may lie in
-
-  explicit Visitor(const SuperLogRecord& record) : host(record.host), ipv6(record.ipv6) {}
-  Visitor(const Visitor&) = delete;
-  Visitor& operator=(const Visitor&) = delete;
-  ~Visitor() {
-    if (name != nullptr) {
-      free(name);
-    }
-  }
-};
-
-// Puts the host's name in place of a numeric address; false when there is none.
-static bool ResolveHost(Visitor& visitor) {
-  if (!IsIpAddr(visitor.host) && visitor.ipv6 == nullptr) {
-    return false;
-  }
-  visitor.name = GetHostFromIP(visitor.host.data());
-  if (visitor.name == nullptr) {
-    return false;
-  }
-  visitor.host = visitor.name;
-  visitor.ipv6 = nullptr;
-  return true;
-}
-
-static void CountItem(CountedReport& report, std::string_view key, bool ignore_case) {
-  queue_item(report.list, report.info, key, ignore_case);
-  ++report.total;
-}
-
 template <size_t N>
 static void CountAt(TimeDistribution<N>& distribution, int index) {
   ++distribution.counts[index];
@@ -268,61 +239,6 @@ static void CountNotFound(const Rules& rules, const SuperLogRecord& record, Anal
   }
   if (rules.bad_referrers) {
     queue_item(analysis.badreferrers.list, analysis.badreferrers.info, record.referrer, false);
-  }
-}
-
-// As much of a resolved name as of a logged one.
-static std::string_view Kept(const Rules& rules, std::string_view host) {
-  return host.substr(0, rules.longest_item);
-}
-
-// A text that does not outlive its record.
-static void CountCopy(CountedReport& report, std::string_view text) {
-  queue_copy(report.list, report.info, text, false);
-  ++report.total;
-}
-
-static void CountPartOfHost(CountedReport& report, const Visitor& visitor, std::string_view part) {
-  if (visitor.name == nullptr) {
-    CountItem(report, part, false);
-  } else {
-    CountCopy(report, part);
-  }
-}
-
-// What is given to one customer of a network, as "2001:db8:1::/48".
-static void CountIpv6Network(const Rules& rules, const Address& address, Analysis& analysis) {
-  static constexpr int kBits = 48;
-  static constexpr char kBehind[] = "/48";
-  if (rules.domains) {
-    char text[kAddressTextSize];
-    char network[kAddressTextSize + sizeof kBehind + kScanOverread];
-    WriteAddress(FirstBits(address, kBits), text);
-    size_t length = CopyText(network, text);
-    length += CopyText(network + length, sizeof kBehind, kBehind);
-    CountCopy(analysis.domains, {network, length});
-  }
-  if (rules.domain_types) {
-    CountItem(analysis.domaintypes, checkIP("0"), false);
-  }
-}
-
-static void CountDomain(const Rules& rules, Visitor& visitor, Analysis& analysis) {
-  if (rules.dns == DnsMode::kDomainReportsOnly) {
-    ResolveHost(visitor);
-  }
-  if (visitor.ipv6 != nullptr) {
-    CountIpv6Network(rules, *visitor.ipv6, analysis);
-    return;
-  }
-  if (rules.domains) {
-    visitor.host =
-        IPaddress(Kept(rules, visitor.host)) ? TruncateIP(visitor.host) : TruncateLSD(visitor.host);
-    CountPartOfHost(analysis.domains, visitor, visitor.host);
-  }
-  if (rules.domain_types) {
-    // deliberate: from the host as the domains report has shortened it
-    CountPartOfHost(analysis.domaintypes, visitor, TypeOfDomain(visitor.host));
   }
 }
 
@@ -430,8 +346,8 @@ static void CountRecord(const Rules& rules, const SuperLogRecord& record, Analys
       !rules.filter_types || NotFilteredFileType(rules.settings, TruncateFileType(record.url));
   Visitor visitor(record);
   if (counted) {
-    if (rules.dns == DnsMode::kAllHosts && ResolveHost(visitor) &&
-        !rules.host_counts(rules.settings, Kept(rules, visitor.host))) {
+    if (rules.dns == DnsMode::kAllHosts && ResolveHost(rules, visitor, analysis) &&
+        !rules.host_counts(rules.settings, KeptOfHost(rules, visitor.host))) {
       return;
     }
     ++analysis.hits;
@@ -543,6 +459,10 @@ void CountLogs(const Settings& settings, Analysis& analysis) {
   }
   SuperLog_NextLogFile_Done();
   CollectFigures(analysis);
+  if (rules.dns == DnsMode::kAfterwards) {
+    NameAddresses(rules, analysis);
+  }
+  StopLookUps();
   SumUpHours(settings, analysis);
   WrapFigures(analysis);
 }
@@ -550,9 +470,11 @@ void CountLogs(const Settings& settings, Analysis& analysis) {
 void EndAnalysis(Analysis& analysis) {
   destroyListInfo();
   DestroyDNSCache();
+  ForgetAddresses();
   SuperLog_Uninit();
-  for (CountedReport* report : {&analysis.urls, &analysis.referrers, &analysis.browsers, &analysis.badurls,
-                                &analysis.badreferrers, &analysis.domains, &analysis.domaintypes}) {
+  for (CountedReport* report :
+       {&analysis.urls, &analysis.referrers, &analysis.browsers, &analysis.badurls, &analysis.badreferrers,
+        &analysis.domains, &analysis.domaintypes, &analysis.addresses}) {
     destroy(report->list);
   }
   ReleaseDays(analysis.dates);
@@ -569,6 +491,8 @@ void ResetAnalysis() {
   ResetWildcards();
   ForgetNames();
   DestroyDNSCache();
+  ForgetAddresses();
+  StopLookUps();
   mpResolver = gethostbyaddr;
   mpLineRead = nullptr;
   mpSearch = nullptr;

@@ -1,5 +1,6 @@
 #include "analysis/rules.h"
 
+#include "analysis/dns_cache.h"
 #include "analysis/normalise.h"
 #include "analysis/request_filters.h"
 #include "analysis/wildcard.h"
@@ -48,12 +49,24 @@ static FindTest ResolveFindTest(const Settings& settings, const Limits& limits) 
   return find;
 }
 
-static DnsMode ResolveDnsMode(const Settings& settings, const Limits& limits) {
+bool NeedsNames(const Settings& settings) {
+  return settings.dnslookupenabled != 0 &&
+         (settings.domains.on != 0 || settings.domaintypes.on != 0 || settings.filter_domains[0] != '\0');
+}
+
+DnsMode ResolveDnsMode(const Settings& settings, const Limits& limits) {
   if (settings.dnslookupenabled == 0) {
     return DnsMode::kOff;
   }
   const bool names = limits.whole_addresses ? FiltersNames(settings) : !IpAddrsOnly(settings.filter_domains);
-  return names ? DnsMode::kAllHosts : DnsMode::kDomainReportsOnly;
+  if (names) {
+    return DnsMode::kAllHosts;
+  }
+  return settings.rules.looks_up_together ? DnsMode::kAfterwards : DnsMode::kDomainReportsOnly;
+}
+
+static char* NameOneByOne(const char* address, LookUpFigures&) {
+  return GetHostFromIP(address);
 }
 
 static AskedTexts ResolveTexts(const Settings& settings) {
@@ -130,6 +143,7 @@ Rules ResolveRules(const Settings& settings, const Counting& counting) {
       .realm = settings.authrealm,
       .user = settings.authuser,
       .dns = ResolveDnsMode(settings, counting.limits),
+      .name_of = settings.rules.looks_up_together ? NameOfAddress : NameOneByOne,
       .add_bytes = wide ? SuperLongAddWide : AddNarrowBytes,
       .filter_domains = settings.filter_domains[0] != '\0',
       .host_counts = counting.limits.whole_addresses ? NotFilteredHost : NotFilteredDomain,

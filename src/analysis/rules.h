@@ -12,7 +12,12 @@
 #include "superlog/super_long.h"
 #include "superlog/superlog.h"
 
-enum class DnsMode { kOff, kAllHosts, kDomainReportsOnly };
+enum class DnsMode {
+  kOff,
+  kAllHosts,           // of each record, as hosts are filtered by their names
+  kDomainReportsOnly,  // of those that the reports of domains take
+  kAfterwards,         // the same, but when all are counted
+};
 
 // The find test. Without a wildcard matcher it is an equality.
 struct FindTest {
@@ -49,6 +54,7 @@ struct Rules {
   std::string_view realm;  // empty: any
   std::string_view user;
   DnsMode dns;
+  char* (*name_of)(const char* address, LookUpFigures& figures);  // of a record's host, as a new text or null
   void (*add_bytes)(SuperLong& counter, int64_t amount);
   bool filter_domains;
   bool (*host_counts)(const Settings& settings, std::string_view host);  // where hosts are filtered
@@ -79,6 +85,12 @@ std::string_view HostBehindWww(std::string_view address);
 
 // Whether the find test of the settings lets all requests of a site pass.
 bool FindsAll(const Settings& settings);
+
+// Whether the names of addresses decide anything that the settings ask for.
+bool NeedsNames(const Settings& settings);
+
+// When they are looked up.
+DnsMode ResolveDnsMode(const Settings& settings, const Limits& limits);
 
 // Never fails: any settings give rules. They hold views of texts of the settings,
 // which must outlive them.

@@ -63,6 +63,10 @@ void SettleAllParts();
 // Forgets which records the keys that wait have been found to be: some are about to go.
 void ForgetForeseen();
 
+// Releases a record that is already out of its list's chain, with its sub-list. Returns the bytes that the
+// statistics have it as.
+int64_t smart_release(ListInfo& info, ListItem* item);
+
 // Sends for the memory that finding a key of this hash will read first.
 void FetchSlot(const List& list, uint32_t hash);
 

@@ -14,6 +14,7 @@ void initialize(Settings& settings, const Environment& env) {
   settings.ey = 1900;
   settings.rules.last_year = kLastNarrowYear;
   settings.program_path = env.SCRIPT_NAME;
+  settings.DNSLookupSeconds = 10;
   settings.SmartMemoryEnabled = 1;
   settings.SmartMemoryKeepEntries = 100;
   settings.SmartMemoryReclaimSize = 1000;

@@ -82,16 +82,17 @@ struct AskedFields {
 
 // What the edition lays down and no parameter sets.
 struct RunRules {
-  int last_year;          // that sy and ey may name
-  bool names_as_written;  // accounts are called as the configuration spells them
-  bool whole_values;      // "=" is part of a parameter's value; otherwise it is dropped
-  bool later_names;       // parameters that came after the classic ones are known
-  bool real_days;         // the first day must be named, and each must be one of the calendar
-  bool own_links_only;    // no link that somebody else may have put there leads to a file that is written
-  bool whole_site;        // a request without a path is for the whole site
-  bool nameless_site;     // an account need not tell the address of its site: then nothing leads there
-  bool whole_logs;        // every log is read to its end: records may stand in any order
-  bool unpacks;           // compressed logs are read as what is in them; only where logs are read whole
+  int last_year;           // that sy and ey may name
+  bool names_as_written;   // accounts are called as the configuration spells them
+  bool whole_values;       // "=" is part of a parameter's value; otherwise it is dropped
+  bool later_names;        // parameters that came after the classic ones are known
+  bool real_days;          // the first day must be named, and each must be one of the calendar
+  bool own_links_only;     // no link that somebody else may have put there leads to a file that is written
+  bool whole_site;         // a request without a path is for the whole site
+  bool nameless_site;      // an account need not tell the address of its site: then nothing leads there
+  bool whole_logs;         // every log is read to its end: records may stand in any order
+  bool looks_up_together;  // names of addresses are asked for many at once, within a limit of time
+  bool unpacks;            // compressed logs are read as what is in them; only where logs are read whole
 };
 
 struct Settings {
@@ -187,6 +188,7 @@ struct Settings {
   int showquery;
   char base[kTextSize];
   int dnslookupenabled;
+  int DNSLookupSeconds;  // that a run may wait for names, where they are asked for together
   int SmartMemoryEnabled;
   int smartmemorydisabled;
   int SmartMemoryKeepEntries;

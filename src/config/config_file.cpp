@@ -153,6 +153,15 @@ static void ApplyDnsLookup(Reading& reading, char* value) {
   }
 }
 
+// A time that is none stays the default one; more than an hour is an hour.
+static void ApplyDnsSeconds(Reading& reading, char* value) {
+  constexpr int kMost = 3600;
+  const int seconds = ToInt(value);
+  if (seconds > 0) {
+    reading.settings.DNSLookupSeconds = std::min(seconds, kMost);
+  }
+}
+
 static void ApplySmartMemory(Reading& reading, char* value) {
   if (reading.settings.smartmemorydisabled == 0) {
     reading.settings.SmartMemoryEnabled = ToInt(value);
@@ -194,6 +203,7 @@ static const ConfigKey kConfigKeys[] = {
     {"TrustedProxies", StoreTrustedProxies},
     {"LoginLimits", StoreText<&Settings::LoginLimits>},
     {"DNSLookupEnabled", ApplyDnsLookup},
+    {"DNSLookupSeconds", ApplyDnsSeconds},
     {"SmartMemoryEnabled", ApplySmartMemory},
     {"SmartMemoryKeepEntries", StoreNumber<&Settings::SmartMemoryKeepEntries>},
     {"SmartMemoryReclaimSize", StoreNumber<&Settings::SmartMemoryReclaimSize>},

@@ -1,8 +1,6 @@
 #include "unpack/helper.h"
 
-#include <sys/prctl.h>
 #include <sys/socket.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -10,6 +8,7 @@
 #include <csignal>
 #include <cstring>
 
+#include "sandbox/helper_process.h"
 #include "sandbox/landlock.h"
 #include "sandbox/syscall_filter.h"
 #include "unpack/unpack_file.h"
@@ -102,20 +101,6 @@ static bool GetReady(LoadedCodecs& codecs) {
   codecs.looked_for = true;
   Load(codecs);
   return !kGivesUp || (GiveUpFiles() && EnterSyscallFilter(SyscallSet::kUnpackHelper) == 0);
-}
-
-static void DieWith(pid_t parent) {
-  if (prctl(PR_SET_PDEATHSIG, SIGKILL) != 0 || getppid() != parent) {
-    _exit(0);
-  }
-}
-
-static void CloseAllBut(int file) {
-  constexpr unsigned last = ~0U;
-  if (file > 0) {
-    syscall(SYS_close_range, 0U, static_cast<unsigned>(file) - 1, 0U);
-  }
-  syscall(SYS_close_range, static_cast<unsigned>(file) + 1, last, 0U);
 }
 
 // ---- A child for each file ----

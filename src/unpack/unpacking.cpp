@@ -1,41 +1,20 @@
 #include "unpack/unpacking.h"
 
 #include <fcntl.h>
-#include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 
+#include "sandbox/helper_process.h"
 #include "unpack/helper.h"
 
-struct Helper {
-  int socket;
-  pid_t process;
-};
-
-static constexpr Helper kNoHelper{-1, -1};
-static Helper mHelper = kNoHelper;
+static HelperProcess mHelper;
 
 // As much as an ordinary user's pipe may hold: whoever unpacks and whoever counts seldom wait for each other.
 static constexpr int kPipeSize = 1 << 20;
 
 void StartUnpacking() {
-  int ends[2];
-  if (mHelper.process >= 0 || socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
-    return;
-  }
-  const pid_t self = getpid();
-  const pid_t process = fork();
-  if (process == 0) {
-    ServeUnpacking(ends[1], self);
-  }
-  close(ends[1]);
-  if (process < 0) {
-    close(ends[0]);
-  } else {
-    mHelper = {ends[0], process};
-  }
+  StartHelper(mHelper, ServeUnpacking);
 }
 
 int OpenUnpacked(int file, PackFormat format) {
@@ -65,13 +44,7 @@ UnpackEnd CloseUnpacked(int pipe) {
 }
 
 void StopUnpacking() {
-  if (mHelper.process < 0) {
-    return;
-  }
-  close(mHelper.socket);
-  while (waitpid(mHelper.process, nullptr, 0) < 0 && errno == EINTR) {
-  }
-  mHelper = kNoHelper;
+  StopHelper(mHelper);
 }
 
 const char* LibraryFor(PackFormat format) {

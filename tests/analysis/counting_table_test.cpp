@@ -889,3 +889,53 @@ TEST_F(CountingTableTest, RefusedDescriptorEndsTheProcessWithStatus1) {
   ListInfo* other_info = nullptr;
   EXPECT_EXIT(init_list(other, other_info, "Others"), testing::ExitedWithCode(1), "^$");
 }
+
+// ---- Many at once, and records that leave ----
+
+TEST_F(CountingTableTest, AddItemsCountsManyAtOnce) {
+  Add("b", 2);
+  add_items(list_, info_, "b", 5);
+  add_items(list_, info_, "a", 3);
+  add_items(list_, info_, "", 3);
+  EXPECT_EQ(Text(SortList(list_)), "b(7) a(3) ");
+  EXPECT_EQ(info_->kinds[0], 10);
+}
+
+TEST_F(CountingTableTest, TakeFirstEmptiesTheListInItsOrder) {
+  Add("a", 1);
+  Add("b", 3);
+  Add("longer", 2);
+  SortList(list_);
+  char key[4];
+  int64_t count = 0;
+  std::string taken;
+  while (take_first(list_, *info_, key, sizeof key, count)) {
+    taken += std::string(key) + "(" + std::to_string(count) + ") ";
+  }
+  EXPECT_EQ(taken, "b(3) lon(2) a(1) ");
+  EXPECT_EQ(list_.length, 0U);
+  EXPECT_EQ(info_->entries, 0);
+  EXPECT_EQ(gSM_CurrentBytesAllocated, 0);
+  Add("b", 1);
+  EXPECT_EQ(Text(SortList(list_)), "b(1) ");
+}
+
+// A reclaim in between leaves pivots, one of which may be the first record.
+TEST_F(CountingTableTest, TakeFirstGoesOnBehindReclaims) {
+  InitMemory(MemorySettings(10, 1, 0));
+  for (int i = 0; i < 2000; ++i) {
+    Add(std::to_string(i), i % 7 + 1);
+  }
+  char key[16];
+  int64_t count = 0;
+  std::set<std::string> taken;
+  for (int i = 0; i < 1500 && take_first(list_, *info_, key, sizeof key, count); ++i) {
+    EXPECT_TRUE(taken.insert(key).second) << key;
+    EXPECT_EQ(count, atoi(key) % 7 + 1);
+    if (i % 100 == 0) {
+      smart_free(nullptr);
+    }
+  }
+  EXPECT_EQ(taken.size(), 1500U);
+  EXPECT_EQ(list_.length + taken.size() + static_cast<size_t>(info_->reclaimed), 2000U);
+}
