@@ -264,12 +264,22 @@ bool TakeNamesOfFields(std::string_view names) {
   return true;
 }
 
-bool TakeUserLayout(std::string_view text) {
-  Layout& layout = mLayouts[0];
+static bool MakeUserLayout(std::string_view text, Layout& layout) {
   const KnownLayout* const known = FindLayout(text);
   if (known != nullptr) {
     MakeLayout(*known, layout);
-  } else if (!MakeLayoutOfWords(text, layout)) {
+  }
+  return known != nullptr || MakeLayoutOfWords(text, layout);
+}
+
+bool IsUserLayout(std::string_view text) {
+  static Layout layout;
+  return MakeUserLayout(text, layout);
+}
+
+bool TakeUserLayout(std::string_view text) {
+  Layout& layout = mLayouts[0];
+  if (!MakeUserLayout(text, layout)) {
     return false;
   }
   for (int wrapper = 1; wrapper < kWrapperCount; ++wrapper) {

@@ -35,3 +35,6 @@ bool TakeNamesOfFields(std::string_view names);
 // Takes the name of a known layout, or the words of a server, for all lines of all files. False, and nothing
 // changes, when the text is neither.
 bool TakeUserLayout(std::string_view text);
+
+// Whether the text is such a name, or such words.
+bool IsUserLayout(std::string_view text);
