@@ -58,7 +58,7 @@ static void MarkEscapes(LineFields& fields) {
 }
 
 bool SplitBareLine(const Layout& layout, std::string_view line, SplitRoom& room, LineFields& fields) {
-  size_t fits;
+  SplitStop stop;
   switch (layout.kind) {
     case LineKind::kJson:
       // Lines of other kinds that servers write in JSON have no status.
@@ -67,7 +67,7 @@ bool SplitBareLine(const Layout& layout, std::string_view line, SplitRoom& room,
     case LineKind::kLtsv:
       return SplitLtsv(line, fields) && HoldsRequest(fields) && fields[Field::kStatus].data() != nullptr;
     default:
-      if (!SplitByPattern(layout.pattern, line, fields, fits)) {
+      if (!SplitByPattern(layout.pattern, line, fields, stop)) {
         return false;
       }
       if (layout.writing.json) {

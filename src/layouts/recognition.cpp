@@ -1,7 +1,6 @@
 #include "layouts/recognition.h"
 
 #include <array>
-#include <span>
 
 #include "layouts/moment.h"
 
@@ -12,8 +11,7 @@ bool HoldsTime(const LineFields& fields) {
              .form != MomentForm::kNone;
 }
 
-// The known layouts, ready to split lines with; made once.
-static std::span<const Layout> ReadyLayouts() {
+std::span<const Layout> ReadyLayouts() {
   static std::array<Layout, kMostKnownLayouts> layouts;
   static size_t count = 0;
   if (count == 0) {
@@ -47,8 +45,8 @@ static bool TakeLine(std::string_view& text, std::string_view& line) {
 // Whether fixed texts and fields are where the layout has them, whatever number status and size are.
 static bool HasShape(const Layout& layout, std::string_view line) {
   LineFields fields = {};
-  size_t fits;
-  return layout.kind == LineKind::kPattern && SplitByPattern(layout.pattern, line, fields, fits) &&
+  SplitStop stop;
+  return layout.kind == LineKind::kPattern && SplitByPattern(layout.pattern, line, fields, stop) &&
          HoldsTime(fields) && fields[Field::kStatus].find(' ') == std::string_view::npos;
 }
 

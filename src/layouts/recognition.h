@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
 #include <string_view>
 
 #include "layouts/known_layouts.h"
@@ -11,6 +12,9 @@ inline constexpr size_t kMostSampleLines = 200;
 
 // Of 100 lines that have a layout's shape so many must have a date, a status and a size.
 inline constexpr size_t kAgreeingLines = 95;
+
+// The known layouts in their order, ready to split lines with; made once.
+std::span<const Layout> ReadyLayouts();
 
 // Takes the layout, with what is around its lines, that explains the line and most of the lines ahead, if of
 // those that have its shape at least kAgreeingLines of 100 have a date, a status and a size. Lines of another

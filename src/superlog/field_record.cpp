@@ -5,10 +5,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <span>
 
 #include "base/url_decode.h"
 #include "dates/local_time.h"
 #include "layouts/moment.h"
+#include "layouts/near_miss.h"
 #include "layouts/recognition.h"
 #include "superlog/byte_scan.h"
 #include "superlog/kept_texts.h"
@@ -30,6 +32,7 @@ static size_t mLastLayout = 0;  // that explained a line
 static bool mNamesPending =
     false;  // of a "#Fields:" line, whose first line of data tells what is between them
 static char mNames[kLongestLine + 1];
+static bool mNamesTold = false;  // by such a line
 static SplitRoom mRoom;
 
 // --- Texts of a record ------------------------------------------------------------
@@ -219,7 +222,7 @@ void ForgetFileLayouts() {
   mLayoutCount = mUserLayout ? kWrapperCount : 0;
   mLayoutsHold = mUserLayout;
   mLastLayout = 0;
-  mNamesPending = false;
+  mNamesPending = mNamesTold = false;
 }
 
 void ResetLayouts() {
@@ -260,7 +263,7 @@ bool TakeNamesOfFields(std::string_view names) {
     return false;
   }
   CopyText(mNames, names);
-  mNamesPending = mLayoutsHold = true;
+  mNamesPending = mNamesTold = mLayoutsHold = true;
   return true;
 }
 
@@ -319,6 +322,12 @@ static bool SplitByHeld(std::string_view line, LineFields& fields) {
     }
   }
   return false;
+}
+
+NearLayout NearestLayout(std::string_view line) {
+  const bool given = mUserLayout || mNamesTold;
+  const std::span<const Layout> one = {mLayouts.data(), 1};
+  return {FindNearMiss(given ? one : ReadyLayouts(), line, mRoom), given};
 }
 
 static bool SplitByAny(std::string_view line, std::string_view ahead, LineFields& fields) {

@@ -19,6 +19,9 @@ extern bool mLayoutsHold;
 // line is then as it was. Ahead are lines behind it, as far as they are at hand.
 bool ParseByLayouts(std::string_view line, std::string_view ahead, SuperLogRecord& record);
 
+// Of a line that none of the layouts explains: which one comes nearest.
+NearLayout NearestLayout(std::string_view line);
+
 // The time of such a line without any GMT shift; 0 when none explains it.
 time_t TimeByLayouts(std::string_view line);
 

@@ -26,6 +26,7 @@
 
 static int64_t mLinesNotUnderstood = 0;
 static NotUnderstood mNotUnderstood;  // of the log at hand
+static bool mLineDescribed = false;   // the line at hand, before its fields were cut
 static LineMarks mMarks;
 
 // --- Single values ------------------------------------------------------------
@@ -489,6 +490,10 @@ static bool IsDataLine() {
   return true;
 }
 
+static std::string_view CurrentLine() {
+  return {mpLine, static_cast<size_t>(mpLineEnd - mpLine)};
+}
+
 // Its fields may have been cut already, each by a NUL.
 static void ShowLine(char (&shown)[kShownOfLine + 1]) {
   const size_t length = std::min<size_t>(mLineLen, kShownOfLine);
@@ -497,19 +502,26 @@ static void ShowLine(char (&shown)[kShownOfLine + 1]) {
   MakePrintable(shown);
 }
 
+// What is to be told of the first line that is not understood. Letters that were told are the only layout
+// that is tried.
+[[gnu::cold, gnu::noinline]] static void DescribeLine() {
+  const bool letters = mFormatKnown && mCurLogFormat != kFamilyClf;
+  ShowLine(mNotUnderstood.line);
+  mNotUnderstood.nearest = mLogLimits.layouts && !letters ? NearestLayout(CurrentLine()) : NearLayout{};
+}
+
 [[gnu::cold, gnu::noinline]] static void TakeLineNotUnderstood() {
   ++mLinesNotUnderstood;
   if (mNotUnderstood.lines++ == 0) {
     mNotUnderstood.first = LineNumber();
-    ShowLine(mNotUnderstood.line);
+    if (!mLineDescribed) {
+      DescribeLine();
+    }
   }
+  mLineDescribed = false;
 }
 
 // --- Lines of other layouts -----------------------------------------------------
-
-static std::string_view CurrentLine() {
-  return {mpLine, static_cast<size_t>(mpLineEnd - mpLine)};
-}
 
 // Reads a line that no other layout explains; apart, so that the way of nearly all lines is one function.
 [[gnu::noinline]] static bool ParseSurely(SuperLogRecord& record) {
@@ -539,11 +551,16 @@ static std::string_view CurrentLine() {
     if (mLayoutsHold) {
       return false;
     }
+    if (mNotUnderstood.lines == 0) {
+      DescribeLine();
+      mLineDescribed = true;
+    }
   }
   if (!GrokLineFormat()) {
     return false;
   }
   const bool parsed = ParseSurely(record);
+  mLineDescribed = mLineDescribed && !parsed;
   if (!parsed && !for_letters) {
     ResetFileFormat();
   }
