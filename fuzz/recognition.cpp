@@ -17,7 +17,7 @@ static void CheckRecognition(std::string_view log) {
   static Layout layout;
   static SplitRoom room;
   const std::string line(TakePart(log));
-  if (RecogniseLayout(line, log, room, layout)) {
+  if (RecogniseLayout(line, {log}, room, layout)) {
     LineFields fields = {};
     REQUIRE(SplitLine(layout, line, room, fields) && HoldsTime(fields));
   }

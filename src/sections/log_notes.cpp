@@ -104,8 +104,8 @@ static void NameLayout(char (&name)[96], const NearLayout& nearest) {
            static_cast<int>(known.title.size()), known.title.data());
 }
 
-// Adds which layout comes nearest to the first of the lines.
-static void AddNearest(LogNotes& notes, const NearLayout& nearest) {
+// Adds which layout comes nearest to the first of the lines, which the sentence calls so.
+static void AddNearest(LogNotes& notes, const NearLayout& nearest, const char* line) {
   const size_t size = strlen(notes.detail);
   char* const end = notes.detail + size;
   const size_t room = sizeof notes.detail - size;
@@ -116,21 +116,20 @@ static void AddNearest(LogNotes& notes, const NearLayout& nearest) {
   }
   NameLayout(name, nearest);
   if (miss.field == Field::kIgnored && miss.character == 0) {
-    snprintf(end, room, ", by itself one of %s, as too few of the lines are", name);
+    snprintf(end, room, "%s is one of %s, as too few of the lines are", line, name);
   } else if (miss.character == 0) {
-    snprintf(end, room, ", nearest to %s, but for the %s", name, WordFor(miss.field));
+    snprintf(end, room, "%s comes nearest to %s, but for the %s", line, name, WordFor(miss.field));
   } else {
-    snprintf(end, room, ", nearest to %s, up to character %s, where the %s should stand", name,
+    snprintf(end, room, "%s comes nearest to %s, up to character %s, where the %s should stand", line, name,
              Grouped(miss.character).text, WordFor(miss.field));
   }
 }
 
 void TellLinesOfNone(LogNotes& notes, const LogState& log, bool) {
   const int64_t lines = log.lines_not_understood;
-  const bool near = log.nearest.miss.layout != 0;
-  snprintf(notes.detail, sizeof notes.detail, ": %s line%s, none understood%s", Grouped(lines).text,
-           lines == 1 ? "" : "s", lines > 1 && near ? ", the first" : "");
-  AddNearest(notes, log.nearest);
+  snprintf(notes.detail, sizeof notes.detail, ": %s line%s, none understood", Grouped(lines).text,
+           lines == 1 ? "" : "s");
+  AddNearest(notes, log.nearest, lines == 1 ? "; it" : "; the first");
 }
 
 // Where most lines are understood, single ones are what a server says besides.
@@ -142,7 +141,7 @@ void TellLines(LogNotes& notes, const LogState& log, bool) {
            Grouped(lines).text, lines == 1 ? "" : "s", Grouped(all).text, lines == 1 ? "in" : "the first in",
            Grouped(log.first_not_understood).text);
   if (lines > all / kFew) {
-    AddNearest(notes, log.nearest);
+    AddNearest(notes, log.nearest, ", which");
   }
 }
 

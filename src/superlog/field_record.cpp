@@ -14,6 +14,7 @@
 #include "layouts/recognition.h"
 #include "superlog/byte_scan.h"
 #include "superlog/kept_texts.h"
+#include "superlog/line_reader.h"
 #include "superlog/log_dates.h"
 #include "superlog/log_events.h"
 #include "superlog/log_format.h"
@@ -118,7 +119,8 @@ static std::string_view UrlOfRequest(const Layout& layout, std::string_view requ
 static void SettleUrl(const Layout& layout, const LineFields& fields, std::string_view& url) {
   TakeText(fields, Field::kUrl, url);
   if (url.data() != nullptr) {
-    url = UrlOfField(layout, fields, url);
+    url = UrlOrNoRequest(url);
+    url = HasNoUrl(url) ? url : UrlOfField(layout, fields, url);
     return;
   }
   TakeText(fields, Field::kRequest, url);
@@ -330,7 +332,7 @@ NearLayout NearestLayout(std::string_view line) {
   return {FindNearMiss(given ? one : ReadyLayouts(), line, mRoom), given};
 }
 
-static bool SplitByAny(std::string_view line, std::string_view ahead, LineFields& fields) {
+static bool SplitByAny(std::string_view line, const LinesAhead& ahead, LineFields& fields) {
   if (mNamesPending) {
     MakeLayoutOfPendingNames(line);
   }
@@ -345,12 +347,16 @@ static bool SplitByAny(std::string_view line, std::string_view ahead, LineFields
   return SplitAndKeep(mLayouts[mLastLayout], line, fields);
 }
 
-bool ParseByLayouts(std::string_view line, std::string_view ahead, SuperLogRecord& record) {
+static bool ParseLine(std::string_view line, const LinesAhead& ahead, SuperLogRecord& record) {
   LineFields fields;
   return SplitByAny(line, ahead, fields) && SettleRecord(mLayouts[mLastLayout], fields, record);
 }
 
+bool ParseByLayouts(std::string_view line, SuperLogRecord& record) {
+  return ParseLine(line, {TextAhead(), TextFarAhead}, record);
+}
+
 time_t TimeByLayouts(std::string_view line) {
   SuperLogRecord record;
-  return ParseByLayouts(line, {}, record) ? record.time - mGmtOffset : 0;
+  return ParseLine(line, {}, record) ? record.time - mGmtOffset : 0;
 }

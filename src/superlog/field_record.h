@@ -14,10 +14,10 @@
 // Whether lines of the current file are split by layouts of the room.
 extern bool mLayoutsHold;
 
-// Fills record from the line, which lies in the line reader's buffer, when one of the layouts explains it, be
+// Fills record from the current line of the line reader when one of the layouts explains it, be
 // it one of those that hold or another that is recognised now, which holds from then on. False otherwise; the
-// line is then as it was. Ahead are lines behind it, as far as they are at hand.
-bool ParseByLayouts(std::string_view line, std::string_view ahead, SuperLogRecord& record);
+// line is then as it was.
+bool ParseByLayouts(std::string_view line, SuperLogRecord& record);
 
 // Of a line that none of the layouts explains: which one comes nearest.
 NearLayout NearestLayout(std::string_view line);
