@@ -71,6 +71,11 @@ static uint32_t mMarks[sizeof mBigBuf + kMarksBehind];
 static const uint32_t* mpNextMark = mMarks;
 static char mLastPassed = '\0';  // the byte before the current position, as it stands in the file
 
+// What was read beyond the window, before its time.
+static char mFarBuf[kMostAhead + kScanOverread];
+static size_t mFarSize = 0;
+static int64_t mFarOffset = 0;  // where in the file it begins
+
 // The plain reader's buffer and line.
 static char mPlainBuf[4096];
 static char* mpPlainCurPos = mPlainBuf;
@@ -130,6 +135,8 @@ UnpackEnd CloseLog() {
   mWindowOffset = 0;
   mReading.hashed = false;
   StopLinesAt(kNoStop);
+  mFarSize = 0;
+  mFarOffset = 0;
   mUnpackedEnds = {};
   mpPlainCurPos = mpPlainLastPos = mPlainBuf;
   mPlainOffset = 0;
@@ -152,7 +159,15 @@ SuperLong TotalLogBytesRead() {
   return mTotalLogBytesRead;
 }
 
+static bool IsReadAhead(int64_t offset) {
+  return offset >= mFarOffset && offset < mFarOffset + static_cast<int64_t>(mFarSize);
+}
+
 static ssize_t ReadSomeAt(char* dst, size_t size, int64_t offset) {
+  if (IsReadAhead(offset)) {
+    const std::string_view far = {mFarBuf, mFarSize};
+    return static_cast<ssize_t>(far.copy(dst, size, static_cast<size_t>(offset - mFarOffset)));
+  }
   return mPackFormat == PackFormat::kNone ? pread(mhFile, dst, size, offset) : read(mhFile, dst, size);
 }
 
@@ -430,6 +445,31 @@ std::string_view BeginningOfLog() {
     RefreshBigBuf();
   }
   return TextAhead();
+}
+
+// Drops what lies before a position of the file, and begins anew with what is at hand where the reading has
+// come further than that.
+static void DropBefore(int64_t position, std::string_view near) {
+  const bool holds = IsReadAhead(position) && mFarOffset + static_cast<int64_t>(mFarSize) >= mWindowOffset;
+  const size_t passed = holds ? static_cast<size_t>(position - mFarOffset) : mFarSize;
+  memmove(mFarBuf, mFarBuf + passed, mFarSize - passed);
+  mFarSize -= passed;
+  mFarOffset = position;
+  if (mFarSize == 0) {
+    mFarSize = near.copy(mFarBuf, near.size());
+  }
+}
+
+std::string_view TextFarAhead() {
+  const std::string_view near = TextAhead();
+  const int64_t position = mWindowOffset - static_cast<int64_t>(near.size());
+  const int64_t enough = position + static_cast<int64_t>(kMostAhead / 2);
+  if (!IsReadAhead(position) || mFarOffset + static_cast<int64_t>(mFarSize) < enough) {
+    DropBefore(position, near);
+    mFarSize +=
+        ReadAt(mFarBuf + mFarSize, kMostAhead - mFarSize, mFarOffset + static_cast<int64_t>(mFarSize));
+  }
+  return {mFarBuf + (position - mFarOffset), mFarSize - static_cast<size_t>(position - mFarOffset)};
 }
 
 // --- The plain reader -------------------------------------------------------

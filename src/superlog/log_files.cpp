@@ -472,7 +472,8 @@ bool SuperLog_NextState(const void*& place, LogState& state) {
            .records = KnownOf(read).records,
            .lines_not_understood = lines.lines,
            .first_not_understood = lines.first,
-           .line = lines.line};
+           .line = lines.line,
+           .nearest = lines.nearest};
   return true;
 }
 

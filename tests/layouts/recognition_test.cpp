@@ -7,7 +7,7 @@
 class RecognitionTest : public testing::Test {
  protected:
   std::string Recognised(std::string_view line, std::string_view ahead = "") {
-    const bool found = RecogniseLayout(line, ahead, *room_, *layout_);
+    const bool found = RecogniseLayout(line, {ahead}, *room_, *layout_);
     return found ? std::string(layout_->name) : "none";
   }
 
@@ -89,4 +89,32 @@ TEST_F(RecognitionTest, LeavesTheLayoutWhenNoneIsFound) {
   EXPECT_EQ(Recognised("1709622371.123 1 192.0.2.7 TCP/200 12 GET /a - X/- -"), "squid");
   EXPECT_EQ(Recognised("nothing"), "none");
   EXPECT_EQ(layout_->name, "squid");
+}
+
+// Lines further ahead than those at hand.
+static std::string mFarText;
+static int mFarAsked = 0;
+static std::string_view FarText() {
+  ++mFarAsked;
+  return mFarText;
+}
+
+TEST_F(RecognitionTest, LooksFurtherAheadWhereTooFewLinesAreAtHand) {
+  const std::string line = SquidLine("200").substr(0, SquidLine("200").size() - 1);
+  const std::string near = Repeated(SquidLine("200"), 50);
+  mFarAsked = 0;
+  mFarText = near + Repeated(SquidLine("200"), 200);
+  EXPECT_TRUE(RecogniseLayout(line, {near, FarText}, *room_, *layout_));
+  mFarText = near + Repeated(SquidLine("OK"), 20);
+  EXPECT_FALSE(RecogniseLayout(line, {near, FarText}, *room_, *layout_));
+  EXPECT_EQ(mFarAsked, 2);
+}
+
+TEST_F(RecognitionTest, LooksNoFurtherWhereEnoughLinesAreAtHand) {
+  const std::string line = SquidLine("200").substr(0, SquidLine("200").size() - 1);
+  const std::string near = Repeated(SquidLine("200"), 200);
+  mFarAsked = 0;
+  EXPECT_TRUE(RecogniseLayout(line, {near, FarText}, *room_, *layout_));
+  EXPECT_FALSE(RecogniseLayout("no layout explains this line", {"", FarText}, *room_, *layout_));
+  EXPECT_EQ(mFarAsked, 0);
 }
