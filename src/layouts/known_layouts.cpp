@@ -1,5 +1,6 @@
 #include "layouts/known_layouts.h"
 
+#include <algorithm>
 #include <iterator>
 
 #include "base/text.h"
@@ -70,7 +71,8 @@ static constexpr KnownLayout kKnownLayouts[] = {
     {.name = "gcs",
      .title = "Google Cloud Storage",
      .words = "$msec,$remote_addr,$x,$x,$x,$request_uri,$status,$x,$bytes_sent,$x,$host,$http_referer,"
-              "$http_user_agent,$x"},
+              "$http_user_agent,$x",
+     .head = "\"time_micros\","},
     {.name = "haproxy",
      .title = "HAProxy, HTTP",
      .words = "$remote_addr [$time_local] $x $x/$x $x/$x/$x/$x/$x $status $bytes_sent $x $x $x "
@@ -117,6 +119,12 @@ const KnownLayout* FindLayout(std::string_view name) {
     }
   }
   return nullptr;
+}
+
+bool NamesFields(std::string_view line) {
+  return std::any_of(std::begin(kKnownLayouts), std::end(kKnownLayouts), [line](const KnownLayout& known) {
+    return !known.head.empty() && line.starts_with(known.head);
+  });
 }
 
 void MakeLayout(const KnownLayout& known, Layout& layout) {

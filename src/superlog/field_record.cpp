@@ -141,10 +141,16 @@ static size_t DecodePercents(char* text, size_t size) {
   return length;
 }
 
+// Of JSON lines some writers' agents are encoded, and no agent that is not holds "%2", but no blank.
+static bool IsEncoded(const Layout& layout, std::string_view agent) {
+  return agent.find(' ') == std::string_view::npos &&
+         (layout.writing.encoded_agents ||
+          (layout.kind == LineKind::kJson && agent.find("%2") != std::string_view::npos));
+}
+
 // Writers of "%20" write no "+" for a blank; others write "+" alone.
 static void SettleAgent(const Layout& layout, std::string_view& agent) {
-  if (!layout.writing.encoded_agents || agent.data() == nullptr ||
-      agent.find(' ') != std::string_view::npos) {
+  if (agent.data() == nullptr || !IsEncoded(layout, agent)) {
     return;
   }
   if (agent.find("%20") != std::string_view::npos) {

@@ -6,6 +6,7 @@
 #include <span>
 #include <string_view>
 
+#include "layouts/wrappers.h"
 #include "superlog/field_record.h"
 #include "superlog/field_splitter.h"
 #include "superlog/line_reader.h"
@@ -339,7 +340,8 @@ bool StandsLetterLayout() {
     return true;
   }
   const char* const date = FindDateBeforeRequest(mpLine, mpLineEnd);
-  return date != nullptr && !BeginsWithSite(CurrentLine(), static_cast<size_t>(date - mpLine));
+  return date != nullptr && !BeginsWithSite(CurrentLine(), static_cast<size_t>(date - mpLine)) &&
+         !HasHead(CurrentLine());
 }
 
 bool GrokLineFormat() {

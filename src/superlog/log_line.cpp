@@ -9,6 +9,8 @@
 
 #include "base/url_decode.h"
 #include "dates/local_time.h"
+#include "layouts/known_layouts.h"
+#include "layouts/wrappers.h"
 #include "superlog/byte_scan.h"
 #include "superlog/digits.h"
 #include "superlog/field_record.h"
@@ -211,6 +213,10 @@ static void TakeCandidate(std::string_view& candidate, std::string_view value) {
   return true;
 }
 
+static std::string_view CurrentLine() {
+  return {mpLine, static_cast<size_t>(mpLineEnd - mpLine)};
+}
+
 // A request is cut behind its method and at its URL's length, as the limits say.
 [[gnu::cold, gnu::noinline]] static std::string_view CutField(std::string_view value, char letter) {
   value = value.substr(0, letter == 'q' ? mLogLimits.request : mLogLimits.item);
@@ -245,7 +251,8 @@ static bool BeginsWithSite(const char* user, const char* date, std::string_view 
 // Of the field behind the realm. False, and nothing is read, when the line may be of another layout.
 static bool ParseUser(FieldCursor& cursor, std::string_view realm) {
   char* const date = FindDateBeforeRequest(cursor.next, cursor.end);
-  if (HasDoubts() && (date == nullptr || BeginsWithSite(cursor.next, date, realm))) {
+  if (HasDoubts() &&
+      (date == nullptr || BeginsWithSite(cursor.next, date, realm) || HasHead(CurrentLine()))) {
     return false;
   }
   if (date == nullptr || date == cursor.next) {
@@ -469,7 +476,7 @@ template <bool kEscapes>
 
 // True for a data line; header lines are read for what they tell of the layout.
 static bool IsDataLine() {
-  const std::string_view line = {mpLine, static_cast<size_t>(mpLineEnd - mpLine)};
+  const std::string_view line = CurrentLine();
   if (line.empty() || line[0] == ';') {
     return false;
   }
@@ -506,10 +513,6 @@ static void ShowLine(char (&shown)[kShownOfLine + 1]) {
 }
 
 // --- Lines of other layouts -----------------------------------------------------
-
-static std::string_view CurrentLine() {
-  return {mpLine, static_cast<size_t>(mpLineEnd - mpLine)};
-}
 
 // Reads a line that no other layout explains; apart, so that the way of nearly all lines is one function.
 [[gnu::noinline]] static bool ParseSurely(SuperLogRecord& record) {
@@ -578,7 +581,9 @@ template <bool kEscapes>
     if (ParseLine<kEscapes>(record)) {
       return true;
     }
-    TakeLineNotUnderstood();
+    if (!kEscapes || !NamesFields(CurrentLine())) {
+      TakeLineNotUnderstood();
+    }
   }
 }
 
