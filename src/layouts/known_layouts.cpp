@@ -155,7 +155,7 @@ bool MakeLayoutOfNames(std::string_view names, bool tabs, Layout& layout) {
   layout.name = "w3c";
   layout.kind = LineKind::kPattern;
   layout.wrapper = Wrapper::kNone;
-  layout.writing = {.whole_urls = false, .encoded_agents = true, .utc = true};
+  layout.writing = {.site_in_urls = true, .encoded_agents = true, .utc = true};
   ClearPattern(layout.pattern);
   bool fits = true;
   bool first = true;

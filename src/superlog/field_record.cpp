@@ -95,9 +95,20 @@ static std::string_view QueryOf(const LineFields& fields) {
   return query;
 }
 
+// The path of "www.example.com/path", as some write it in fields that are called by names.
+static std::string_view PathBehindSite(std::string_view url) {
+  const size_t path = url.find('/');
+  const bool site =
+      path != 0 && path != std::string_view::npos && url.substr(0, path).find('.') != std::string_view::npos;
+  return site ? url.substr(path) : url;
+}
+
 static std::string_view UrlOfField(const Layout& layout, const LineFields& fields, std::string_view url) {
   if (layout.writing.whole_urls || layout.kind == LineKind::kJson) {
     url = PathOf(url);
+  }
+  if (layout.writing.site_in_urls) {
+    url = PathBehindSite(PathOf(url));
   }
   const std::string_view query = QueryOf(fields);
   return query.empty() || url.find('?') != std::string_view::npos ? url : CombineUrl(url, query);

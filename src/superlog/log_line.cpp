@@ -28,6 +28,7 @@
 
 static int64_t mLinesNotUnderstood = 0;
 static NotUnderstood mNotUnderstood;  // of the log at hand
+static int64_t mKeptLine = 0;         // the number of the line that is kept there to be shown; 0: none
 static LineMarks mMarks;
 
 // --- Single values ------------------------------------------------------------
@@ -496,19 +497,24 @@ static bool IsDataLine() {
   return true;
 }
 
-// Its fields may have been cut already, each by a NUL.
-static void ShowLine(char (&shown)[kShownOfLine + 1]) {
+// Keeps the line to be shown. Its fields may have been cut already, each by a NUL.
+static void KeepLine() {
+  char(&shown)[kShownOfLine + 1] = mNotUnderstood.line;
   const size_t length = std::min<size_t>(mLineLen, kShownOfLine);
   std::replace_copy(mpLine, mpLine + length, shown, '\0', ' ');
   shown[length] = '\0';
   MakePrintable(shown);
+  mKeptLine = LineNumber();
 }
 
 [[gnu::cold, gnu::noinline]] static void TakeLineNotUnderstood() {
   ++mLinesNotUnderstood;
-  if (mNotUnderstood.lines++ == 0) {
-    mNotUnderstood.first = LineNumber();
-    ShowLine(mNotUnderstood.line);
+  if (mNotUnderstood.lines++ > 0) {
+    return;
+  }
+  mNotUnderstood.first = LineNumber();
+  if (mKeptLine != mNotUnderstood.first) {
+    KeepLine();
   }
 }
 
@@ -516,6 +522,9 @@ static void ShowLine(char (&shown)[kShownOfLine + 1]) {
 
 // Reads a line that no other layout explains; apart, so that the way of nearly all lines is one function.
 [[gnu::noinline]] static bool ParseSurely(SuperLogRecord& record) {
+  if (mNotUnderstood.lines == 0) {
+    KeepLine();  // letters that do not fit may have been written to it
+  }
   mSureOfLetters = true;
   const bool parsed = ParseDataLine<true>(record);
   mSureOfLetters = false;
@@ -601,6 +610,7 @@ const NotUnderstood& LinesNotUnderstoodOfLog() {
 
 void BeginLinesOfLog() {
   mNotUnderstood = {};
+  mKeptLine = 0;
 }
 
 void ResetLogLine() {

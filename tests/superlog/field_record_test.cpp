@@ -130,6 +130,18 @@ TEST_F(FieldRecordTest, CountsLinesThatNoLayoutExplains) {
   EXPECT_EQ(SuperLog_GetLinesNotUnderstood(), 3);
 }
 
+// Letters that were tried in vain have cut and changed the line.
+TEST_F(FieldRecordTest, ShowsTheFirstLineThatNoLayoutExplainsAsItStands) {
+  const std::string strange = R"({"a": ":b:c", "d e f": "g", "h": "/i", "j": 200, "k": 12})";
+  Read(kCombined + strange + "\n" + strange.substr(2) + "\n");
+  EXPECT_EQ(LinesNotUnderstoodOfLog().line, strange);
+  EXPECT_EQ(LinesNotUnderstoodOfLog().first, 2);
+  BeginLinesOfLog();
+  Read(strange + "\n" + kCombined);
+  EXPECT_EQ(LinesNotUnderstoodOfLog().line, strange);
+  EXPECT_EQ(LinesNotUnderstoodOfLog().first, 1);
+}
+
 TEST_F(FieldRecordTest, TakesNamesOfFieldsWithBlanksOrTabs) {
   const std::string names =
       "#Fields: date time c-ip cs-uri-stem cs-uri-query sc-status sc-bytes cs(User-Agent)\n";
@@ -137,6 +149,20 @@ TEST_F(FieldRecordTest, TakesNamesOfFieldsWithBlanksOrTabs) {
             (Records{"192.0.2.7 ~ ~ 1709622371 /a?b=c 200 12 ~ Lynx x"}));
   EXPECT_EQ(Read(names + "2024-03-05\t07:06:11\t192.0.2.7\t/a\t-\t200\t12\tLynx%20a+b\n"),
             (Records{"192.0.2.7 ~ ~ 1709622371 /a 200 12 ~ Lynx a+b"}));
+}
+
+TEST_F(FieldRecordTest, TakesSitesOffUrlsOfNamedFields) {
+  const auto url_of = [](const std::string& url) {
+    const Records records =
+        Read("#Fields: date time c-ip cs-uri cs-uri-query sc-status\n2024-03-05 07:06:11 192.0.2.7 " + url +
+             " a 200\n");
+    return records.size() == 1 ? records[0].substr(records[0].find("1709622371") + 11) : "none";
+  };
+  EXPECT_EQ(url_of("www.example.com/b"), "/b?a 200 0 ~ ~");
+  EXPECT_EQ(url_of("https://www.example.com/b"), "/b?a 200 0 ~ ~");
+  EXPECT_EQ(url_of("/b.c/d"), "/b.c/d?a 200 0 ~ ~");
+  EXPECT_EQ(url_of("b/d"), "b/d?a 200 0 ~ ~");
+  EXPECT_EQ(url_of("b.c"), "b.c?a 200 0 ~ ~");
 }
 
 TEST_F(FieldRecordTest, TakesPortsOffClients) {
