@@ -100,9 +100,20 @@ static std::string_view QueryOf(const LineFields& fields) {
   return query;
 }
 
+// The path of "www.example.com/path", as some write it in fields that are called by names.
+static std::string_view PathBehindSite(std::string_view url) {
+  const size_t path = url.find('/');
+  const bool site =
+      path != 0 && path != std::string_view::npos && url.substr(0, path).find('.') != std::string_view::npos;
+  return site ? url.substr(path) : url;
+}
+
 static std::string_view UrlOfField(const Layout& layout, const LineFields& fields, std::string_view url) {
   if (layout.writing.whole_urls || layout.kind == LineKind::kJson) {
     url = PathOf(url);
+  }
+  if (layout.writing.site_in_urls) {
+    url = PathBehindSite(PathOf(url));
   }
   const std::string_view query = QueryOf(fields);
   return query.empty() || url.find('?') != std::string_view::npos ? url : CombineUrl(url, query);
@@ -147,10 +158,16 @@ static size_t DecodePercents(char* text, size_t size) {
   return length;
 }
 
+// Of JSON lines some writers' agents are encoded, and no agent that is not holds "%2", but no blank.
+static bool IsEncoded(const Layout& layout, std::string_view agent) {
+  return agent.find(' ') == std::string_view::npos &&
+         (layout.writing.encoded_agents ||
+          (layout.kind == LineKind::kJson && agent.find("%2") != std::string_view::npos));
+}
+
 // Writers of "%20" write no "+" for a blank; others write "+" alone.
 static void SettleAgent(const Layout& layout, std::string_view& agent) {
-  if (!layout.writing.encoded_agents || agent.data() == nullptr ||
-      agent.find(' ') != std::string_view::npos) {
+  if (agent.data() == nullptr || !IsEncoded(layout, agent)) {
     return;
   }
   if (agent.find("%20") != std::string_view::npos) {

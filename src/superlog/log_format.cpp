@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "dates/local_time.h"
+#include "layouts/wrappers.h"
 #include "superlog/content_hash.h"
 #include "superlog/field_record.h"
 #include "superlog/field_splitter.h"
@@ -375,7 +376,8 @@ bool StandsLetterLayout() {
     return true;
   }
   const char* const date = FindDateBeforeRequest(mpLine, mpLineEnd);
-  return date != nullptr && !BeginsWithSite(CurrentLine(), static_cast<size_t>(date - mpLine));
+  return date != nullptr && !BeginsWithSite(CurrentLine(), static_cast<size_t>(date - mpLine)) &&
+         !HasHead(CurrentLine());
 }
 
 bool GrokLineFormat() {

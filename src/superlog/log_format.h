@@ -64,7 +64,8 @@ void TrimLogFormat(char* format);
 bool GrokLineFormat();
 
 // Whether the current line is one for letters, before it is split by any other layout: the user's letters are
-// taken always, and a line of the common log format, in which no virtual host stands first, is one of it.
+// taken always, and a line of the common log format, in which neither a virtual host nor a shipper's head
+// stands first, is one of it.
 bool StandsLetterLayout();
 
 // Each reads the line reader's current line, a header line, and sets family or

@@ -6,10 +6,13 @@
 #include <cstring>
 #include <functional>
 #include <string_view>
+#include <utility>
 
 #include "base/url_decode.h"
 #include "dates/days.h"
 #include "dates/local_time.h"
+#include "layouts/known_layouts.h"
+#include "layouts/wrappers.h"
 #include "superlog/byte_scan.h"
 #include "superlog/digits.h"
 #include "superlog/field_record.h"
@@ -269,7 +272,8 @@ static bool BeginsWithSite(const char* user, const char* date, std::string_view 
 // Of the field behind the realm. False, and nothing is read, when the line may be of another layout.
 static bool ParseUser(FieldCursor& cursor, std::string_view realm) {
   char* const date = FindDateBeforeRequest(cursor.next, cursor.end);
-  if (HasDoubts() && (date == nullptr || BeginsWithSite(cursor.next, date, realm))) {
+  if (HasDoubts() &&
+      (date == nullptr || BeginsWithSite(cursor.next, date, realm) || HasHead(CurrentLine()))) {
     return false;
   }
   if (date == nullptr || date == cursor.next) {
@@ -568,14 +572,17 @@ static void ShowLine(char (&shown)[kShownOfLine + 1]) {
 }
 
 [[gnu::cold, gnu::noinline]] static void TakeLineNotUnderstood() {
+  const bool described = std::exchange(mLineDescribed, false);
+  if (mLogLimits.layouts && NamesFields(CurrentLine())) {
+    return;
+  }
   ++mLinesNotUnderstood;
   if (mNotUnderstood.lines++ == 0) {
     mNotUnderstood.first = LineNumber();
-    if (!mLineDescribed) {
+    if (!described) {
       DescribeLine();
     }
   }
-  mLineDescribed = false;
 }
 
 // --- Lines of other layouts -----------------------------------------------------
@@ -588,6 +595,16 @@ static void ShowLine(char (&shown)[kShownOfLine + 1]) {
   return parsed;
 }
 
+// The same of a line that is perhaps not understood at all: letters that do not fit are written to it.
+[[gnu::noinline]] static bool TryLetters(SuperLogRecord& record) {
+  if (mNotUnderstood.lines == 0) {
+    DescribeLine();
+  }
+  const bool parsed = ParseSurely(record);
+  mLineDescribed = mNotUnderstood.lines == 0 && !parsed;
+  return parsed;
+}
+
 // A line in a log of the common log format that is none of it: of another layout, or of one that the letters
 // read nevertheless.
 [[gnu::cold, gnu::noinline]] static bool ParseOtherLine(SuperLogRecord& record) {
@@ -595,7 +612,7 @@ static void ShowLine(char (&shown)[kShownOfLine + 1]) {
     return false;
   }
   mMayBeOther = false;
-  return ParseByLayouts(CurrentLine(), record) || ParseSurely(record);
+  return ParseByLayouts(CurrentLine(), record) || TryLetters(record);
 }
 
 // A line of a file whose letters are not known. A guess that does not explain its own line is forgotten.
@@ -608,16 +625,11 @@ static void ShowLine(char (&shown)[kShownOfLine + 1]) {
     if (mLayoutsHold) {
       return false;
     }
-    if (mNotUnderstood.lines == 0) {
-      DescribeLine();
-      mLineDescribed = true;
-    }
   }
   if (!GrokLineFormat()) {
     return false;
   }
-  const bool parsed = ParseSurely(record);
-  mLineDescribed = mLineDescribed && !parsed;
+  const bool parsed = for_letters ? ParseSurely(record) : TryLetters(record);
   if (!parsed && !for_letters) {
     ResetFileFormat();
   }

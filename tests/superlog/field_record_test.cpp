@@ -86,10 +86,60 @@ TEST_F(FieldRecordTest, FollowsChangesBehindLettersToo) {
   EXPECT_EQ(Read("the server was started, once again, for all\n" + kCombined), (Records{kCombinedRead}));
 }
 
+// What a shipper puts before a line is no client.
+TEST_F(FieldRecordTest, TakesHeadsOffCombinedLines) {
+  for (const std::string head :
+       {"<190>Mar  5 07:06:12 web nginx: ", "Mar  5 07:06:12 web nginx[7]: ",
+        "<190>1 2024-03-05T07:06:12Z web nginx - - - ", "2024-03-05T07:06:12.000000001Z stdout F "}) {
+    EXPECT_EQ(Read(head + kCombined + head + kCombined), (Records{kCombinedRead, kCombinedRead})) << head;
+    EXPECT_EQ(Read(kCombined + head + kCombined + kCombined),
+              (Records{kCombinedRead, kCombinedRead, kCombinedRead}))
+        << head;
+  }
+  const std::string host =
+      "Mar - ann [05/Mar/2024:07:06:11 +0000] \"GET /b HTTP/1.1\" 200 12 \"-\" \"Lynx x\"\n";
+  EXPECT_EQ(Read(host), (Records{"Mar" + kCombinedRead.substr(9)}));
+}
+
+TEST_F(FieldRecordTest, DecodesAgentsOfJsonThatAreEncoded) {
+  const auto agent_of = [](const std::string& agent) {
+    const Records records = Read(R"({"ts":1709622371,"uri":"/a","status":200,"ua":")" + agent + "\"}\n");
+    return records.size() == 1 ? records[0].substr(records[0].rfind("~ ") + 2) : "none";
+  };
+  EXPECT_EQ(agent_of("Lynx%2F2+%28a%29"), "Lynx/2 (a)");
+  EXPECT_EQ(agent_of("Lynx/2%20a+b"), "Lynx/2 a+b");
+  EXPECT_EQ(agent_of("Lynx/2+a"), "Lynx/2+a");
+  EXPECT_EQ(agent_of("Lynx/2 %2F"), "Lynx/2 %2F");
+}
+
+TEST_F(FieldRecordTest, PassesOverTheNamesOfFieldsInCsv) {
+  const std::string names =
+      R"("time_micros","c_ip","c_ip_type","c_ip_region","cs_method","cs_uri","sc_status",)"
+      R"("cs_bytes","sc_bytes","time_taken_micros","cs_host","cs_referer","cs_user_agent","s_request_id")"
+      "\n";
+  const std::string data =
+      R"("1709622371000000","192.0.2.7","1","","GET","/a","200","0","12","9","h","","Lynx x","i")"
+      "\n";
+  EXPECT_EQ(Read(names + data).size(), 1U);
+  EXPECT_EQ(SuperLog_GetLinesNotUnderstood(), 0);
+}
+
 TEST_F(FieldRecordTest, CountsLinesThatNoLayoutExplains) {
   EXPECT_EQ(Read("started\n" + kJson + "{\"msg\":\"reloaded\"}\n" + kJson + "stopped\n"),
             (Records{kJsonRead, kJsonRead}));
   EXPECT_EQ(SuperLog_GetLinesNotUnderstood(), 3);
+}
+
+// Letters that were tried in vain have cut and changed the line.
+TEST_F(FieldRecordTest, ShowsTheFirstLineThatNoLayoutExplainsAsItStands) {
+  const std::string strange = R"({"a": ":b:c", "d e f": "g", "h": "/i", "j": 200, "k": 12})";
+  Read(kCombined + strange + "\n" + strange.substr(2) + "\n");
+  EXPECT_EQ(LinesNotUnderstoodOfLog().line, strange);
+  EXPECT_EQ(LinesNotUnderstoodOfLog().first, 2);
+  BeginLinesOfLog();
+  Read(strange + "\n" + kCombined);
+  EXPECT_EQ(LinesNotUnderstoodOfLog().line, strange);
+  EXPECT_EQ(LinesNotUnderstoodOfLog().first, 1);
 }
 
 TEST_F(FieldRecordTest, TakesNamesOfFieldsWithBlanksOrTabs) {
@@ -99,6 +149,20 @@ TEST_F(FieldRecordTest, TakesNamesOfFieldsWithBlanksOrTabs) {
             (Records{"192.0.2.7 ~ ~ 1709622371 /a?b=c 200 12 ~ Lynx x"}));
   EXPECT_EQ(Read(names + "2024-03-05\t07:06:11\t192.0.2.7\t/a\t-\t200\t12\tLynx%20a+b\n"),
             (Records{"192.0.2.7 ~ ~ 1709622371 /a 200 12 ~ Lynx a+b"}));
+}
+
+TEST_F(FieldRecordTest, TakesSitesOffUrlsOfNamedFields) {
+  const auto url_of = [](const std::string& url) {
+    const Records records =
+        Read("#Fields: date time c-ip cs-uri cs-uri-query sc-status\n2024-03-05 07:06:11 192.0.2.7 " + url +
+             " a 200\n");
+    return records.size() == 1 ? records[0].substr(records[0].find("1709622371") + 11) : "none";
+  };
+  EXPECT_EQ(url_of("www.example.com/b"), "/b?a 200 0 ~ ~");
+  EXPECT_EQ(url_of("https://www.example.com/b"), "/b?a 200 0 ~ ~");
+  EXPECT_EQ(url_of("/b.c/d"), "/b.c/d?a 200 0 ~ ~");
+  EXPECT_EQ(url_of("b/d"), "b/d?a 200 0 ~ ~");
+  EXPECT_EQ(url_of("b.c"), "b.c?a 200 0 ~ ~");
 }
 
 TEST_F(FieldRecordTest, TakesPortsOffClients) {
