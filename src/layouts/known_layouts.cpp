@@ -140,6 +140,7 @@ bool MakeLayoutOfWords(std::string_view words, Layout& layout) {
     return false;
   }
   layout.writing.json = layout.pattern.literals[0] == '{';
+  layout.writing.client_port = layout.pattern.client_port;
   return true;
 }
 

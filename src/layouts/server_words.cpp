@@ -104,6 +104,26 @@ static bool IsNameCharacter(char c) {
   return IsLetterAscii(c) || IsDigitAscii(c) || c == '_';
 }
 
+// How the servers name the port of a client behind its address: addresses of IPv6 hold colons
+// and stand without brackets, so that both are one field.
+static constexpr std::string_view kClientPorts[] = {":%cp",
+                                                    ":%{remote}p",
+                                                    ":$remote_port",
+                                                    ":${remote_port}",
+                                                    ":$realip_remote_port",
+                                                    ":$proxy_protocol_port"};
+
+static bool AddClient(Pattern& pattern, WordReader& reader) {
+  for (const std::string_view port : kClientPorts) {
+    pattern.client_port = reader.Take(port) || pattern.client_port;
+  }
+  return AddField(pattern, Field::kHost);
+}
+
+static bool AddWord(Pattern& pattern, Field field, WordReader& reader) {
+  return field == Field::kHost ? AddClient(pattern, reader) : AddField(pattern, field);
+}
+
 // --- What configurations put around the words -------------------------------------
 
 // One argument of a directive: a word, or a text between quotes, in which a backslash masks a quote.
@@ -147,7 +167,7 @@ static bool AddNginxVariable(Pattern& pattern, WordReader& reader) {
   if (braced) {
     reader.Take("}");
   }
-  return name.empty() ? AddText(pattern, "$") : AddField(pattern, FieldOf(kNginxWords, name));
+  return name.empty() ? AddText(pattern, "$") : AddWord(pattern, FieldOf(kNginxWords, name), reader);
 }
 
 static bool AddNginxText(Pattern& pattern, std::string_view text) {
@@ -190,6 +210,23 @@ static bool CompileNginx(std::string_view text, Pattern& pattern) {
 
 // --- Apache -----------------------------------------------------------------------
 
+// Whether a format of strftime holds one of these conversions.
+static bool Holds(std::string_view format, std::string_view conversions) {
+  bool holds = false;
+  for (WordReader reader = {format}; !holds && !reader.rest.empty();) {
+    reader.TakeUpTo('%');
+    holds = !reader.rest.empty() && conversions.find(reader.rest[0]) != std::string_view::npos;
+    reader.rest.remove_prefix(std::min<size_t>(1, reader.rest.size()));
+  }
+  return holds;
+}
+
+static Field FieldOfFormat(std::string_view format) {
+  const bool dated = Holds(format, "cdDeFjs+");
+  const bool timed = Holds(format, "cHIkrRsTX+");
+  return dated ? (timed ? Field::kMoment : Field::kDate) : timed ? Field::kTime : Field::kIgnored;
+}
+
 // %{...}t: a count since 1970, or a format of strftime, whose date and time may stand apart.
 static bool AddApacheTime(Pattern& pattern, std::string_view format) {
   for (const std::string_view start : {"begin:", "end:"}) {
@@ -198,11 +235,12 @@ static bool AddApacheTime(Pattern& pattern, std::string_view format) {
   if (format.empty()) {
     return AddText(pattern, "[") && AddField(pattern, Field::kMoment) && AddText(pattern, "]");
   }
-  if (format.starts_with("%Y") && format.find(' ') != std::string_view::npos) {
+  const bool year_first = format.starts_with("%Y") || format.starts_with("%F");
+  if (year_first && format.find(' ') != std::string_view::npos) {
     return AddField(pattern, Field::kDate) && AddText(pattern, " ") && AddField(pattern, Field::kTime);
   }
-  const bool whole = format.starts_with('%') || format == "sec" || format == "msec" || format == "usec";
-  return AddField(pattern, whole ? Field::kMoment : Field::kIgnored);
+  const bool count = format == "sec" || format == "msec" || format == "usec";
+  return AddField(pattern, count ? Field::kMoment : FieldOfFormat(format));
 }
 
 static Field HeaderField(std::string_view name) {
@@ -232,7 +270,7 @@ static bool AddApacheWord(Pattern& pattern, WordReader& reader) {
     return AddField(pattern, HeaderField(name));
   }
   const bool plain = !named || letter == "a";
-  return AddField(pattern, plain ? FieldOf(kApacheWords, letter) : Field::kIgnored);
+  return AddWord(pattern, plain ? FieldOf(kApacheWords, letter) : Field::kIgnored, reader);
 }
 
 static bool AddApacheText(Pattern& pattern, std::string_view text) {
@@ -260,6 +298,10 @@ static bool CompileApache(std::string_view text, Pattern& pattern) {
     TakeArgument(reader);  // its file
     return AddApacheText(pattern, TakeArgument(reader).text);
   }
+  if (reader.Take("accesslog.format")) {  // lighttpd's words are Apache's
+    TakeArgument(reader);                 // "=", or "+="
+    return AddApacheText(pattern, TakeArgument(reader).text);
+  }
   return AddApacheText(pattern, text);
 }
 
@@ -281,12 +323,7 @@ static bool AddHaproxyWord(Pattern& pattern, WordReader& reader) {
                       : name == "status"                              ? Field::kStatus
                                                                       : FieldOf(kHaproxyWords, name);
   const std::string_view quote = flags.find("+Q") != std::string_view::npos ? "\"" : "";
-  return AddText(pattern, quote) && AddField(pattern, field) && AddText(pattern, quote);
-}
-
-// HAProxy writes the port behind a colon, and addresses of colons without brackets: both are one field.
-static void SkipPort(WordReader& reader) {
-  reader.Take(":%cp");
+  return AddText(pattern, quote) && AddWord(pattern, field, reader) && AddText(pattern, quote);
 }
 
 static bool CompileHaproxy(std::string_view text, Pattern& pattern) {
@@ -299,7 +336,6 @@ static bool CompileHaproxy(std::string_view text, Pattern& pattern) {
   while (fits && !reader.rest.empty()) {
     if (reader.Take("%")) {
       fits = AddHaproxyWord(pattern, reader);
-      SkipPort(reader);
     } else if (reader.rest[0] == '\\') {
       fits = AddMasked(pattern, reader);
     } else {

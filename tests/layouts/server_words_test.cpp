@@ -92,6 +92,32 @@ TEST_F(CompileWordsTest, ReadsHaproxyWords) {
   EXPECT_EQ(Read("%Ts %[src] %HU %[status]", "1700000000 192.0.2.7 /a 200"), "192.0.2.7|1700000000|/a|200|");
 }
 
+TEST_F(CompileWordsTest, ReadsDatesAndTimesThatStandApart) {
+  const char* const read = "192.0.2.7|2024-03-05|07:06:11|/a|200|";
+  const char* const line = "2024-03-05 07:06:11 192.0.2.7 /a 200";
+  EXPECT_EQ(Read("%{%F %T}t %h %U %s", line), read);
+  EXPECT_EQ(Read("%{%F}t %{%T}t %h %U %s", line), read);
+  EXPECT_EQ(Read("%{%Y-%m-%d}t %{%H:%M:%S}t %h %U %s", line), read);
+  EXPECT_EQ(Read("%{%F}t %h %U %s", line), "no words");
+  EXPECT_EQ(Read("%{}t %{%}t %{usec_frac}t %{%Z}t %U", line), "does not fit");
+}
+
+TEST_F(CompileWordsTest, ReadsLighttpdWords) {
+  const char* const words =
+      R"(accesslog.format = "%h %l %u %t \"%r\" %s %b \"%{Referer}i\" \"%{User-Agent}i\"")";
+  EXPECT_EQ(Read(words, kLine), kRead);
+}
+
+// A port behind an address of IPv6 cannot be told from it by its colon.
+TEST_F(CompileWordsTest, TakesAPortWithItsClient) {
+  const char* const read = "::1:33560|1700000000|/a|200|";
+  const char* const line = "::1:33560 1700000000 /a 200";
+  EXPECT_EQ(Read("%ci:%cp %Ts %HU %ST", line), read);
+  EXPECT_EQ(Read("%h:%{remote}p %{sec}t %U %s", line), read);
+  EXPECT_EQ(Read("$remote_addr:$remote_port $msec $uri $status", line), read);
+  EXPECT_EQ(Read("${remote_addr}:${remote_port} $msec $uri $status", line), read);
+}
+
 TEST_F(CompileWordsTest, RefusesWhatIsNoLayout) {
   for (const char* words :
        {"", "combined", "100%", "$", "%", "%h %l", "log_format main ", "LogFormat", "%{", "%[", "${", "\\"}) {
