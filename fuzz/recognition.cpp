@@ -2,6 +2,7 @@
 #include "layouts/recognition.h"
 
 #include "dates/local_time.h"
+#include "layouts/near_miss.h"
 #include "superlog/line_reader.h"
 #include "superlog/log_dates.h"
 #include "superlog/log_limits.h"
@@ -16,10 +17,12 @@ static void CheckRecognition(std::string_view log) {
   static Layout layout;
   static SplitRoom room;
   const std::string line(TakePart(log));
-  if (RecogniseLayout(line, log, room, layout)) {
+  if (RecogniseLayout(line, {log}, room, layout)) {
     LineFields fields = {};
     REQUIRE(SplitLine(layout, line, room, fields) && HoldsTime(fields));
   }
+  const NearMiss miss = FindNearMiss(ReadyLayouts(), line, room);
+  REQUIRE(miss.layout <= ReadyLayouts().size() && miss.character <= line.size() + 1);
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

@@ -50,8 +50,15 @@ static bool HoldsRequest(const LineFields& fields) {
   return dated && asked && IsStatus(fields[Field::kStatus]) && IsSize(fields[Field::kBytes]);
 }
 
+// JSON's escapes begin with a backslash.
+static void MarkEscapes(LineFields& fields) {
+  for (size_t i = 0; i < kFieldCount; ++i) {
+    fields.escaped[i] = fields.texts[i].find('\\') != std::string_view::npos;
+  }
+}
+
 bool SplitBareLine(const Layout& layout, std::string_view line, SplitRoom& room, LineFields& fields) {
-  size_t fits;
+  SplitStop stop;
   switch (layout.kind) {
     case LineKind::kJson:
       // Lines of other kinds that servers write in JSON have no status.
@@ -60,8 +67,13 @@ bool SplitBareLine(const Layout& layout, std::string_view line, SplitRoom& room,
     case LineKind::kLtsv:
       return SplitLtsv(line, fields) && HoldsRequest(fields) && fields[Field::kStatus].data() != nullptr;
     default:
-      return SplitByPattern(layout.pattern, line, fields, fits) && HoldsRequest(fields) &&
-             HoldsClient(layout, fields) && BeginsWithSite(layout, fields);
+      if (!SplitByPattern(layout.pattern, line, fields, stop)) {
+        return false;
+      }
+      if (layout.writing.json) {
+        MarkEscapes(fields);
+      }
+      return HoldsRequest(fields) && HoldsClient(layout, fields) && BeginsWithSite(layout, fields);
   }
 }
 

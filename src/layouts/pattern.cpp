@@ -5,7 +5,7 @@
 
 static constexpr char kBlanks = '\x01';  // any number of blanks, in a literal
 
-static std::string_view LiteralOf(const Pattern& pattern, size_t i) {
+std::string_view LiteralBefore(const Pattern& pattern, size_t i) {
   const PatternElement& element = pattern.elements[i];
   return {pattern.literals.data() + element.literal, element.literal_size};
 }
@@ -198,17 +198,19 @@ static std::string_view TakeValue(Field field, std::string_view& rest, const Sto
   return value;
 }
 
-bool SplitByPattern(const Pattern& pattern, std::string_view line, LineFields& fields, size_t& fits) {
+bool SplitByPattern(const Pattern& pattern, std::string_view line, LineFields& fields, SplitStop& stop) {
   std::string_view rest = line;
-  for (fits = 0; fits < pattern.count; ++fits) {
-    const size_t skip = MatchLiteral(LiteralOf(pattern, fits), rest);
+  for (stop.fits = 0; stop.fits < pattern.count; ++stop.fits) {
+    stop.at = rest.data();
+    const size_t skip = MatchLiteral(LiteralBefore(pattern, stop.fits), rest);
     if (skip == std::string_view::npos) {
-      return rest.empty() && fits >= pattern.needed;
+      return rest.empty() && stop.fits >= pattern.needed;
     }
     rest.remove_prefix(skip);
-    const Stop stop = {LiteralOf(pattern, fits + 1), fits + 1 == pattern.count};
-    const Field field = pattern.elements[fits].field;
-    const std::string_view value = TakeValue(field, rest, stop, fits + 1 >= pattern.needed);
+    stop.at = rest.data();
+    const Stop end = {LiteralBefore(pattern, stop.fits + 1), stop.fits + 1 == pattern.count};
+    const Field field = pattern.elements[stop.fits].field;
+    const std::string_view value = TakeValue(field, rest, end, stop.fits + 1 >= pattern.needed);
     if (value.data() == nullptr) {
       return false;
     }
@@ -216,6 +218,7 @@ bool SplitByPattern(const Pattern& pattern, std::string_view line, LineFields& f
       fields[field] = value;
     }
   }
-  const size_t end = MatchLiteral(LiteralOf(pattern, fits), rest);
+  stop.at = rest.data();
+  const size_t end = MatchLiteral(LiteralBefore(pattern, stop.fits), rest);
   return rest.empty() || end != std::string_view::npos;
 }

@@ -1,7 +1,6 @@
 #include "layouts/recognition.h"
 
 #include <array>
-#include <span>
 
 #include "layouts/moment.h"
 
@@ -12,8 +11,7 @@ bool HoldsTime(const LineFields& fields) {
              .form != MomentForm::kNone;
 }
 
-// The known layouts, ready to split lines with; made once.
-static std::span<const Layout> ReadyLayouts() {
+std::span<const Layout> ReadyLayouts() {
   static std::array<Layout, kMostKnownLayouts> layouts;
   static size_t count = 0;
   if (count == 0) {
@@ -39,7 +37,8 @@ static bool TakeLine(std::string_view& text, std::string_view& line) {
   if (text.empty()) {
     return false;
   }
-  line = text.substr(0, text.find_first_of("\r\n"));
+  line = text.substr(0, text.find('\n'));
+  line = line.substr(0, line.find('\r'));
   text.remove_prefix(line.size() + (line.size() < text.size() ? 1 : 0));
   return true;
 }
@@ -47,8 +46,8 @@ static bool TakeLine(std::string_view& text, std::string_view& line) {
 // Whether fixed texts and fields are where the layout has them, whatever number status and size are.
 static bool HasShape(const Layout& layout, std::string_view line) {
   LineFields fields = {};
-  size_t fits;
-  return layout.kind == LineKind::kPattern && SplitByPattern(layout.pattern, line, fields, fits) &&
+  SplitStop stop;
+  return layout.kind == LineKind::kPattern && SplitByPattern(layout.pattern, line, fields, stop) &&
          HoldsTime(fields) && fields[Field::kStatus].find(' ') == std::string_view::npos;
 }
 
@@ -77,9 +76,32 @@ static std::string_view WholeLines(std::string_view text) {
   return text.substr(0, end == std::string_view::npos ? 0 : end);
 }
 
+static bool HoldsEnoughLines(std::string_view text) {
+  size_t lines = 1;
+  for (std::string_view line; lines < kMostSampleLines && TakeLine(text, line);) {
+    lines += IsHeader(line) ? 0 : 1;
+  }
+  return lines == kMostSampleLines;
+}
+
+// The lines that are weighed, found when a layout explains the first one.
+struct Sample {
+  const LinesAhead& ahead;
+  std::string_view text;
+  bool taken = false;
+};
+
+static std::string_view TextOf(Sample& sample) {
+  if (!sample.taken) {
+    const bool enough = sample.ahead.far == nullptr || HoldsEnoughLines(WholeLines(sample.ahead.near));
+    sample.text = WholeLines(enough ? sample.ahead.near : sample.ahead.far());
+    sample.taken = true;
+  }
+  return sample.text;
+}
+
 // The best of the layouts for lines that are wrapped so; null when none explains the line.
-static const Layout* FindBest(Wrapper wrapper, std::string_view line, std::string_view ahead,
-                              SplitRoom& room) {
+static const Layout* FindBest(Wrapper wrapper, std::string_view line, Sample& sample, SplitRoom& room) {
   const Layout* best = nullptr;
   size_t most = 0;
   for (const Layout& layout : ReadyLayouts()) {
@@ -87,7 +109,7 @@ static const Layout* FindBest(Wrapper wrapper, std::string_view line, std::strin
     if (!Explains(layout, bare, room)) {
       continue;
     }
-    const Evidence evidence = Weigh(layout, wrapper, ahead, room);
+    const Evidence evidence = Weigh(layout, wrapper, TextOf(sample), room);
     if (evidence.sound > most && evidence.sound * 100 >= evidence.shaped * kAgreeingLines) {
       most = evidence.sound;
       best = &layout;
@@ -96,15 +118,15 @@ static const Layout* FindBest(Wrapper wrapper, std::string_view line, std::strin
   return best;
 }
 
-bool RecogniseLayout(std::string_view line, std::string_view ahead, SplitRoom& room, Layout& layout) {
-  ahead = WholeLines(ahead);
+bool RecogniseLayout(std::string_view line, const LinesAhead& ahead, SplitRoom& room, Layout& layout) {
+  Sample sample = {ahead, {}};
   // What is around a line tells more than what it could be with it.
   for (const Wrapper wrapper :
        {Wrapper::kIsoHead, Wrapper::kSyslog, Wrapper::kMessage, Wrapper::kNone, Wrapper::kQuotes}) {
     if (Unwrap(wrapper, line, room.unwrapped).data() == nullptr) {
       continue;
     }
-    if (const Layout* const best = FindBest(wrapper, line, ahead, room)) {
+    if (const Layout* const best = FindBest(wrapper, line, sample, room)) {
       layout = *best;
       layout.wrapper = wrapper;
       return true;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
 #include <string_view>
 
 #include "layouts/known_layouts.h"
@@ -12,11 +13,21 @@ inline constexpr size_t kMostSampleLines = 200;
 // Of 100 lines that have a layout's shape so many must have a date, a status and a size.
 inline constexpr size_t kAgreeingLines = 95;
 
+// The known layouts in their order, ready to split lines with; made once.
+std::span<const Layout> ReadyLayouts();
+
+// What stands in a log behind a line.
+struct LinesAhead {
+  std::string_view near;  // what is at hand
+  std::string_view (*far)() =
+      nullptr;  // the same and what follows, to be asked for where that holds too few lines
+};
+
 // Takes the layout, with what is around its lines, that explains the line and most of the lines ahead, if of
 // those that have its shape at least kAgreeingLines of 100 have a date, a status and a size. Lines of another
 // kind in between, such as messages of the server, count for nothing. What stands behind the last end of line
 // ahead is left out. False, leaving layout as it was, when there is none.
-bool RecogniseLayout(std::string_view line, std::string_view ahead, SplitRoom& room, Layout& layout);
+bool RecogniseLayout(std::string_view line, const LinesAhead& ahead, SplitRoom& room, Layout& layout);
 
 // Whether the fields hold a time that there is.
 bool HoldsTime(const LineFields& fields);

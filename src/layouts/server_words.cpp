@@ -80,6 +80,12 @@ struct WordReader {
     return there;
   }
 
+  bool TakeIgnoringCase(std::string_view text) {
+    const bool there = BeginsWithIgnoreCase(rest, text);
+    rest.remove_prefix(there ? text.size() : 0);
+    return there;
+  }
+
   template <typename Belongs>
   std::string_view TakeWhile(Belongs belongs) {
     const auto end = std::find_if_not(rest.begin(), rest.end(), belongs);
@@ -132,8 +138,15 @@ struct Argument {
   char quote;  // '\0': none
 };
 
+// Blanks and comments.
+static void SkipSpace(WordReader& reader) {
+  for (reader.TakeWhile(IsSpace); reader.rest.starts_with('#'); reader.TakeWhile(IsSpace)) {
+    reader.TakeUpTo('\n');
+  }
+}
+
 static Argument TakeArgument(WordReader& reader) {
-  reader.TakeWhile(IsSpace);
+  SkipSpace(reader);
   const char quote = reader.rest.empty() ? '\0' : reader.rest[0];
   if (quote != '"' && quote != '\'') {
     return {reader.TakeWhile([](char c) { return !IsSpace(c); }), '\0'};
@@ -188,8 +201,7 @@ static bool AddNginxText(Pattern& pattern, std::string_view text) {
 // The texts of a directive, one after the other.
 static bool AddNginxTexts(Pattern& pattern, WordReader& reader) {
   bool fits = true;
-  for (reader.TakeWhile(IsSpace); fits && !reader.rest.empty() && reader.rest[0] != ';';
-       reader.TakeWhile(IsSpace)) {
+  for (SkipSpace(reader); fits && !reader.rest.empty() && reader.rest[0] != ';'; SkipSpace(reader)) {
     const Argument argument = TakeArgument(reader);
     std::string_view text = argument.text;
     text.remove_suffix(argument.quote == '\0' && text.ends_with(';') ? 1 : 0);
@@ -200,12 +212,13 @@ static bool AddNginxTexts(Pattern& pattern, WordReader& reader) {
 
 static bool CompileNginx(std::string_view text, Pattern& pattern) {
   WordReader reader = {text};
-  reader.TakeWhile(IsSpace);
+  SkipSpace(reader);
   if (reader.Take("log_format")) {
     TakeArgument(reader);  // its name
     return AddNginxTexts(pattern, reader);
   }
-  return reader.rest.starts_with('\'') ? AddNginxTexts(pattern, reader) : AddNginxText(pattern, text);
+  const bool quoted = reader.rest.starts_with('\'') || reader.rest.starts_with("escape=");
+  return quoted ? AddNginxTexts(pattern, reader) : AddNginxText(pattern, text);
 }
 
 // --- Apache -----------------------------------------------------------------------
@@ -291,10 +304,10 @@ static bool AddApacheText(Pattern& pattern, std::string_view text) {
 static bool CompileApache(std::string_view text, Pattern& pattern) {
   WordReader reader = {text};
   reader.TakeWhile(IsSpace);
-  if (reader.Take("LogFormat")) {
+  if (reader.TakeIgnoringCase("LogFormat")) {
     return AddApacheText(pattern, TakeArgument(reader).text);
   }
-  if (reader.Take("CustomLog")) {
+  if (reader.TakeIgnoringCase("CustomLog")) {
     TakeArgument(reader);  // its file
     return AddApacheText(pattern, TakeArgument(reader).text);
   }

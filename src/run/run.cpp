@@ -13,12 +13,13 @@
 #include "report/refusal_log.h"
 #include "report/report_page.h"
 #include "run/edition.h"
+#include "run/logs_layout.h"
 #include "run/store_folder.h"
 #include "sections/section_list.h"
 #include "superlog/superlog.h"
 
 static constexpr int kStatusNoMemory = 1;
-static constexpr int kStatusNoEdition = 3;
+static constexpr int kStatusUnknownName = 3;  // of an edition, or of a layout
 
 // What a run knows of its task.
 struct Task {
@@ -151,6 +152,9 @@ static Refusal Report(bool account_found, Task& task) {
   if (task.asked != nullptr) {
     TakeAllSectionsForNone(task.settings);
   }
+  if (task.edition->counting.limits.layouts && !SettleLayout(task.env.command_line != 0)) {
+    return {kErrorLayout};
+  }
   const Error error = CheckRequest(task);
   if (error != kNoError) {
     return task.edition->rules.real_days && IsAboutDays(error) ? RefuseDays(error, task) : Refusal{error};
@@ -186,7 +190,16 @@ static Refusal ConfigureAndPrint(Task& task) {
   return PrintPage(account_found, task);
 }
 
+// Whoever has typed a layout that there is none of was told so.
+static bool WasTold(const Refusal& refusal, const Task& task) {
+  return refusal.error == kErrorLayout && task.env.command_line != 0;
+}
+
 static int Finish(Task& task, const Refusal& refusal) {
+  if (WasTold(refusal, task)) {
+    EndOrvellisCleanup(task.settings);
+    return kStatusUnknownName;
+  }
   if (refusal.error != kNoError) {
     task.page->refuse(refusal, task.env, task.settings);
   }
@@ -267,7 +280,7 @@ int Run(const RunInput& input) {
     CommandLineHelp();
     return Finish(task, {});
   }
-  const int status = ChooseRules(task) ? Answer(task) : kStatusNoEdition;
+  const int status = ChooseRules(task) ? Answer(task) : kStatusUnknownName;
   CloseConfigFile(task.config);
   return status;
 }

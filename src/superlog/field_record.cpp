@@ -5,14 +5,17 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <span>
 
 #include "base/network.h"
 #include "base/url_decode.h"
 #include "dates/local_time.h"
 #include "layouts/moment.h"
+#include "layouts/near_miss.h"
 #include "layouts/recognition.h"
 #include "superlog/byte_scan.h"
 #include "superlog/kept_texts.h"
+#include "superlog/line_reader.h"
 #include "superlog/log_dates.h"
 #include "superlog/log_events.h"
 #include "superlog/log_format.h"
@@ -31,6 +34,7 @@ static size_t mLastLayout = 0;  // that explained a line
 static bool mNamesPending =
     false;  // of a "#Fields:" line, whose first line of data tells what is between them
 static char mNames[kLongestLine + 1];
+static bool mNamesTold = false;  // by such a line
 static SplitRoom mRoom;
 
 // --- Texts of a record ------------------------------------------------------------
@@ -135,7 +139,8 @@ static std::string_view UrlOfRequest(const Layout& layout, const LineFields& fie
 static void SettleUrl(const Layout& layout, const LineFields& fields, std::string_view& url) {
   TakeText(fields, Field::kUrl, url);
   if (url.data() != nullptr) {
-    url = UrlOfField(layout, fields, url);
+    url = UrlOrNoRequest(url);
+    url = HasNoUrl(url) ? url : UrlOfField(layout, fields, url);
     return;
   }
   TakeText(fields, Field::kRequest, url);
@@ -239,7 +244,7 @@ void ForgetFileLayouts() {
   mLayoutCount = mUserLayout ? kWrapperCount : 0;
   mLayoutsHold = mUserLayout;
   mLastLayout = 0;
-  mNamesPending = false;
+  mNamesPending = mNamesTold = false;
 }
 
 void ResetLayouts() {
@@ -280,16 +285,26 @@ bool TakeNamesOfFields(std::string_view names) {
     return false;
   }
   CopyText(mNames, names);
-  mNamesPending = mLayoutsHold = true;
+  mNamesPending = mNamesTold = mLayoutsHold = true;
   return true;
+}
+
+static bool MakeUserLayout(std::string_view text, Layout& layout) {
+  const KnownLayout* const known = FindLayout(text);
+  if (known != nullptr) {
+    MakeLayout(*known, layout);
+  }
+  return known != nullptr || MakeLayoutOfWords(text, layout);
+}
+
+bool IsUserLayout(std::string_view text) {
+  static Layout layout;
+  return MakeUserLayout(text, layout);
 }
 
 bool TakeUserLayout(std::string_view text) {
   Layout& layout = mLayouts[0];
-  const KnownLayout* const known = FindLayout(text);
-  if (known != nullptr) {
-    MakeLayout(*known, layout);
-  } else if (!MakeLayoutOfWords(text, layout)) {
+  if (!MakeUserLayout(text, layout)) {
     return false;
   }
   for (int wrapper = 1; wrapper < kWrapperCount; ++wrapper) {
@@ -331,7 +346,13 @@ static bool SplitByHeld(std::string_view line, LineFields& fields) {
   return false;
 }
 
-static bool SplitByAny(std::string_view line, std::string_view ahead, LineFields& fields) {
+NearLayout NearestLayout(std::string_view line) {
+  const bool given = mUserLayout || mNamesTold;
+  const std::span<const Layout> one = {mLayouts.data(), 1};
+  return {FindNearMiss(given ? one : ReadyLayouts(), line, mRoom), given};
+}
+
+static bool SplitByAny(std::string_view line, const LinesAhead& ahead, LineFields& fields) {
   if (mNamesPending) {
     MakeLayoutOfPendingNames(line);
   }
@@ -346,12 +367,16 @@ static bool SplitByAny(std::string_view line, std::string_view ahead, LineFields
   return SplitAndKeep(mLayouts[mLastLayout], line, fields);
 }
 
-bool ParseByLayouts(std::string_view line, std::string_view ahead, SuperLogRecord& record) {
+static bool ParseLine(std::string_view line, const LinesAhead& ahead, SuperLogRecord& record) {
   LineFields fields;
   return SplitByAny(line, ahead, fields) && SettleRecord(mLayouts[mLastLayout], fields, record);
 }
 
+bool ParseByLayouts(std::string_view line, SuperLogRecord& record) {
+  return ParseLine(line, {TextAhead(), TextFarAhead}, record);
+}
+
 time_t TimeByLayouts(std::string_view line) {
   SuperLogRecord record;
-  return ParseByLayouts(line, {}, record) ? record.time - mGmtOffset : 0;
+  return ParseLine(line, {}, record) ? record.time - mGmtOffset : 0;
 }

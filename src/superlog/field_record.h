@@ -14,10 +14,13 @@
 // Whether lines of the current file are split by layouts of the room.
 extern bool mLayoutsHold;
 
-// Fills record from the line, which lies in the line reader's buffer, when one of the layouts explains it, be
+// Fills record from the current line of the line reader when one of the layouts explains it, be
 // it one of those that hold or another that is recognised now, which holds from then on. False otherwise; the
-// line is then as it was. Ahead are lines behind it, as far as they are at hand.
-bool ParseByLayouts(std::string_view line, std::string_view ahead, SuperLogRecord& record);
+// line is then as it was.
+bool ParseByLayouts(std::string_view line, SuperLogRecord& record);
+
+// Of a line that none of the layouts explains: which one comes nearest.
+NearLayout NearestLayout(std::string_view line);
 
 // The time of such a line without any GMT shift; 0 when none explains it.
 time_t TimeByLayouts(std::string_view line);
@@ -35,3 +38,6 @@ bool TakeNamesOfFields(std::string_view names);
 // Takes the name of a known layout, or the words of a server, for all lines of all files. False, and nothing
 // changes, when the text is neither.
 bool TakeUserLayout(std::string_view text);
+
+// Whether the text is such a name, or such words.
+bool IsUserLayout(std::string_view text);

@@ -61,6 +61,11 @@ static NextByte mNextCr = {kCr, mBigBuf};
 static NextByte mNextFF = {'\xFF', mBigBuf};
 static NextByte mNextNul = {'\0', mBigBuf};
 
+// What was read beyond the window, before its time.
+static char mFarBuf[kMostAhead + kScanOverread];
+static size_t mFarSize = 0;
+static int64_t mFarOffset = 0;  // where in the file it begins
+
 // The plain reader's buffer and line.
 static char mPlainBuf[4096];
 static char* mpPlainCurPos = mPlainBuf;
@@ -118,6 +123,8 @@ UnpackEnd CloseLog() {
   mUnpackedToEnd = false;
   mpBigBufCurPos = mpBigBufLastPos = mpCountedTo = mpWindow;
   mWindowOffset = 0;
+  mFarSize = 0;
+  mFarOffset = 0;
   mUnpackedEnds = {};
   mpPlainCurPos = mpPlainLastPos = mPlainBuf;
   mPlainOffset = 0;
@@ -140,7 +147,15 @@ SuperLong TotalLogBytesRead() {
   return mTotalLogBytesRead;
 }
 
+static bool IsReadAhead(int64_t offset) {
+  return offset >= mFarOffset && offset < mFarOffset + static_cast<int64_t>(mFarSize);
+}
+
 static ssize_t ReadSomeAt(char* dst, size_t size, int64_t offset) {
+  if (IsReadAhead(offset)) {
+    const std::string_view far = {mFarBuf, mFarSize};
+    return static_cast<ssize_t>(far.copy(dst, size, static_cast<size_t>(offset - mFarOffset)));
+  }
   return mPackFormat == PackFormat::kNone ? pread(mhFile, dst, size, offset) : read(mhFile, dst, size);
 }
 
@@ -325,6 +340,31 @@ int64_t LineNumber() {
 
 std::string_view TextAhead() {
   return {mpBigBufCurPos, static_cast<size_t>(mpBigBufLastPos - mpBigBufCurPos)};
+}
+
+// Drops what lies before a position of the file, and begins anew with what is at hand where the reading has
+// come further than that.
+static void DropBefore(int64_t position, std::string_view near) {
+  const bool holds = IsReadAhead(position) && mFarOffset + static_cast<int64_t>(mFarSize) >= mWindowOffset;
+  const size_t passed = holds ? static_cast<size_t>(position - mFarOffset) : mFarSize;
+  memmove(mFarBuf, mFarBuf + passed, mFarSize - passed);
+  mFarSize -= passed;
+  mFarOffset = position;
+  if (mFarSize == 0) {
+    mFarSize = near.copy(mFarBuf, near.size());
+  }
+}
+
+std::string_view TextFarAhead() {
+  const std::string_view near = TextAhead();
+  const int64_t position = mWindowOffset - static_cast<int64_t>(near.size());
+  const int64_t enough = position + static_cast<int64_t>(kMostAhead / 2);
+  if (!IsReadAhead(position) || mFarOffset + static_cast<int64_t>(mFarSize) < enough) {
+    DropBefore(position, near);
+    mFarSize +=
+        ReadAt(mFarBuf + mFarSize, kMostAhead - mFarSize, mFarOffset + static_cast<int64_t>(mFarSize));
+  }
+  return {mFarBuf + (position - mFarOffset), mFarSize - static_cast<size_t>(position - mFarOffset)};
 }
 
 // --- The plain reader -------------------------------------------------------

@@ -65,6 +65,12 @@ int64_t LineNumber();
 // the line is not one of the block buffer. Stays valid as the line does.
 std::string_view TextAhead();
 
+// The same and what follows in the file, together at most kMostAhead bytes, at least half of it where the
+// file goes on for so long. It is read from the file once more, but for what is unpacked, which is kept.
+// Stays valid until the next call.
+inline constexpr size_t kMostAhead = size_t{1024} * 1024;
+std::string_view TextFarAhead();
+
 // The same without block buffer and byte counter, where 0xFF is an ordinary
 // character. For logs of which few lines are read, to learn their dates. The two
 // readers have positions of their own in the file. It is not the reader of text

@@ -209,7 +209,8 @@ static uint64_t HashOfZone() {
 
 static uint64_t HashOfRules() {
   struct {
-    uint64_t version, line, item, request, wide, ff, escapes, layouts, requests, addresses, order, offset, zone;
+    uint64_t version, line, item, request, wide, ff, escapes, layouts, requests, addresses, order, offset,
+        zone;
     uint64_t layout;
     char program[16];
   } rules = {};
@@ -463,7 +464,8 @@ bool SuperLog_NextState(const void*& place, LogState& state) {
            .records = KnownOf(read).records,
            .lines_not_understood = lines.lines,
            .first_not_understood = lines.first,
-           .line = lines.line};
+           .line = lines.line,
+           .nearest = lines.nearest};
   return true;
 }
 

@@ -162,6 +162,11 @@ void SuperLog_SetLayoutText(std::string_view text, int source) {
   }
 }
 
+std::string_view SuperLog_UnknownLayout() {
+  const bool asked = mLayoutSource != 0 && mLayoutSource >= mLogFormatSource;
+  return asked && !IsUserLayout(mLayoutText) ? mLayoutText : "";
+}
+
 bool SuperLog_BeginLayout() {
   ResetLayouts();
   if (mLayoutSource == 0 || mLayoutSource < mLogFormatSource) {
@@ -172,9 +177,13 @@ bool SuperLog_BeginLayout() {
   return taken;
 }
 
+// Names may begin as letters do, which tell a time and a URL, and have a meaning each.
 static bool AreLetters(std::string_view format) {
+  constexpr std::string_view kLetters = "STC0123459hnpquxerkcfawmv? ";
   return !format.empty() && IsSeparatorLetter(format[0]) &&
-         format.find_first_of("$%") == std::string_view::npos;
+         format.find_first_not_of(kLetters) == std::string_view::npos &&
+         format.find_first_of("012345") != std::string_view::npos &&
+         format.find_first_of("qux") != std::string_view::npos;
 }
 
 void SuperLog_SetLogFormat(const char* format, int source) {

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "base/url_decode.h"
+#include "dates/days.h"
 #include "dates/local_time.h"
 #include "superlog/byte_scan.h"
 #include "superlog/digits.h"
@@ -26,6 +27,7 @@
 
 static int64_t mLinesNotUnderstood = 0;
 static NotUnderstood mNotUnderstood;  // of the log at hand
+static bool mLineDescribed = false;   // the line at hand, before its fields were cut
 static LineMarks mMarks;
 
 // --- Single values ------------------------------------------------------------
@@ -123,8 +125,15 @@ void TrimTrailingDot(std::string_view& host) {
   }
 }
 
+// Where figures are narrow, what follows the digits counts for nothing; else the text is then no number.
+static bool EndsNumber(const char* end) {
+  return !mLogLimits.wide_figures || end[strspn(end, " ")] == '\0';
+}
+
 [[gnu::noinline]] static int64_t ToAnyNumber(std::string_view text) {
-  return Wrapped(mLogLimits, strtoll(Ended(text), nullptr, 10));
+  char* end = nullptr;
+  const int64_t number = strtoll(Ended(text), &end, 10);
+  return EndsNumber(end) ? Wrapped(mLogLimits, number) : 0;
 }
 
 // As ToInt, or saturating at 64 bits. Nearly all numbers of a log are a few plain digits.
@@ -169,6 +178,15 @@ static void TakeCandidate(std::string_view& candidate, std::string_view value) {
   }
 }
 
+static bool HoldsTimeOfDay(const tm& when) {
+  return (when.tm_hour | when.tm_min | when.tm_sec) != 0;
+}
+
+// What is no time at all leaves midnight, too.
+static bool SaysMidnight(std::string_view value) {
+  return value.starts_with('0') && value.find_first_of("123456789") == std::string_view::npos;
+}
+
 // Files one value under its letter; false when it says that the line is no
 // request.
 [[gnu::always_inline]] static inline bool TakeValue(char letter, std::string_view value,
@@ -187,7 +205,7 @@ static void TakeCandidate(std::string_view& candidate, std::string_view value) {
     case '9':
       Ended(value);
       ParseNextTime9(value, record.local);
-      break;
+      return !mLogLimits.wide_figures || HoldsTimeOfDay(record.local) || SaysMidnight(value);
     case 'c':
       record.bytes = ToNumber(value);
       break;
@@ -369,6 +387,13 @@ static bool TakeSteps(SuperLogRecord& record, LineParts& parts, const FieldPlan&
   return parts.dated;
 }
 
+// Whether there is such a day, and a time of day.
+static bool IsReal(const tm& written) {
+  const auto is_up_to = [](int number, int last) { return number >= 0 && number <= last; };
+  return IsDay({.month = written.tm_mon + 1, .day = written.tm_mday, .year = written.tm_year + 1900}) &&
+         is_up_to(written.tm_hour, 23) && is_up_to(written.tm_min, 59) && is_up_to(written.tm_sec, 60);
+}
+
 // Whether both times have a record's width, and come from a date: where figures are
 // narrow, what is none of it does not fit.
 static bool FitsRecord(const tm& local, time_t written, time_t time) {
@@ -384,6 +409,9 @@ static bool FitsRecord(const tm& local, time_t written, time_t time) {
 [[gnu::always_inline]] static inline bool TakeTime(SuperLogRecord& record) {
   if (mGmtOffset == 0 && CompleteInLastHour(record.local, record.time)) {
     return FitsRecord(record.local, record.time, record.time);
+  }
+  if (mLogLimits.wide_figures && !IsReal(record.local)) {
+    return false;
   }
   const time_t written = LocalToTime(record.local);
   record.time = written + mGmtOffset;
@@ -505,6 +533,10 @@ static bool IsDataLine() {
   return true;
 }
 
+static std::string_view CurrentLine() {
+  return {mpLine, static_cast<size_t>(mpLineEnd - mpLine)};
+}
+
 // Its fields may have been cut already, each by a NUL.
 static void ShowLine(char (&shown)[kShownOfLine + 1]) {
   const size_t length = std::min<size_t>(mLineLen, kShownOfLine);
@@ -513,19 +545,26 @@ static void ShowLine(char (&shown)[kShownOfLine + 1]) {
   MakePrintable(shown);
 }
 
+// What is to be told of the first line that is not understood. Letters that were told are the only layout
+// that is tried.
+[[gnu::cold, gnu::noinline]] static void DescribeLine() {
+  const bool letters = mFormatKnown && mCurLogFormat != kFamilyClf;
+  ShowLine(mNotUnderstood.line);
+  mNotUnderstood.nearest = mLogLimits.layouts && !letters ? NearestLayout(CurrentLine()) : NearLayout{};
+}
+
 [[gnu::cold, gnu::noinline]] static void TakeLineNotUnderstood() {
   ++mLinesNotUnderstood;
   if (mNotUnderstood.lines++ == 0) {
     mNotUnderstood.first = LineNumber();
-    ShowLine(mNotUnderstood.line);
+    if (!mLineDescribed) {
+      DescribeLine();
+    }
   }
+  mLineDescribed = false;
 }
 
 // --- Lines of other layouts -----------------------------------------------------
-
-static std::string_view CurrentLine() {
-  return {mpLine, static_cast<size_t>(mpLineEnd - mpLine)};
-}
 
 // Reads a line that no other layout explains; apart, so that the way of nearly all lines is one function.
 [[gnu::noinline]] static bool ParseSurely(SuperLogRecord& record) {
@@ -542,24 +581,29 @@ static std::string_view CurrentLine() {
     return false;
   }
   mMayBeOther = false;
-  return ParseByLayouts(CurrentLine(), TextAhead(), record) || ParseSurely(record);
+  return ParseByLayouts(CurrentLine(), record) || ParseSurely(record);
 }
 
 // A line of a file whose letters are not known. A guess that does not explain its own line is forgotten.
 [[gnu::noinline]] static bool ParseByLayoutOrGuess(SuperLogRecord& record) {
   const bool for_letters = !mLayoutsHold && StandsLetterLayout();
   if (!for_letters) {
-    if (ParseByLayouts(CurrentLine(), TextAhead(), record)) {
+    if (ParseByLayouts(CurrentLine(), record)) {
       return true;
     }
     if (mLayoutsHold) {
       return false;
+    }
+    if (mNotUnderstood.lines == 0) {
+      DescribeLine();
+      mLineDescribed = true;
     }
   }
   if (!GrokLineFormat()) {
     return false;
   }
   const bool parsed = ParseSurely(record);
+  mLineDescribed = mLineDescribed && !parsed;
   if (!parsed && !for_letters) {
     ResetFileFormat();
   }

@@ -55,6 +55,7 @@ struct NotUnderstood {
   int64_t lines = 0;
   int64_t first = 0;              // the number of the first of them, from 1
   char line[kShownOfLine + 1]{};  // its beginning, printable ASCII
+  NearLayout nearest;             // to it
 };
 
 // Of the log at hand; good until the next one is begun.

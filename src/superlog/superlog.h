@@ -15,6 +15,7 @@
 #include "base/limits.h"
 #include "base/network.h"
 #include "cgi/settings.h"
+#include "layouts/near_miss.h"
 #include "superlog/log_events.h"
 #include "superlog/super_long.h"
 #include "unpack/codec.h"
@@ -65,6 +66,11 @@ void SuperLog_SetFixGmt(const char* text, int source);
 // them.
 inline constexpr size_t kLongestLayoutText = 8191;
 void SuperLog_SetLayoutText(std::string_view text, int source);
+
+// What was asked for as the layout of the logs where it is neither letters that tell a time and a URL, nor
+// the name of a known layout, nor words of a server; empty otherwise. It stays valid until the next text is
+// taken.
+std::string_view SuperLog_UnknownLayout();
 
 // Takes these for all logs from now on, unless letters of a stronger level hold. False when they are
 // neither name nor words.
@@ -125,6 +131,12 @@ void SuperLog_LogRead(const LogRecords& records);
 // Where logs are read whole: reads all that are left without counting their records.
 void SuperLog_ReadLogs();
 
+// The layout that comes nearest to a line which none explains, and where it stops to fit.
+struct NearLayout {
+  NearMiss miss;       // of the known layouts (layouts/known_layouts.h), in their order
+  bool given = false;  // but of the one that the user, or a line of the log, has told
+};
+
 // What there is to know of a log that was found. The texts are the list's, until SuperLog_Uninit.
 struct LogState {
   const char* path;
@@ -136,6 +148,7 @@ struct LogState {
   int64_t lines_not_understood;
   int64_t first_not_understood;  // the number of the first of these lines, from 1; 0 without any
   const char* line;              // its beginning, printable ASCII
+  NearLayout nearest;            // of that line; none of a log that letters tell
 };
 
 // The way through all logs that were found. place is null before the first one. False behind the last.

@@ -112,7 +112,7 @@ TEST_F(KnownLayoutsTest, EachExplainsItsSample) {
 
 TEST_F(KnownLayoutsTest, EachSampleIsRecognised) {
   for (const Sample& sample : kSamples) {
-    EXPECT_TRUE(RecogniseLayout(sample.line, "", *room_, *layout_)) << sample.name;
+    EXPECT_TRUE(RecogniseLayout(sample.line, {}, *room_, *layout_)) << sample.name;
     EXPECT_EQ(layout_->name, sample.name);
     EXPECT_EQ(layout_->wrapper, Wrapper::kNone) << sample.name;
   }

@@ -7,7 +7,7 @@
 class RecognitionTest : public testing::Test {
  protected:
   std::string Recognised(std::string_view line, std::string_view ahead = "") {
-    const bool found = RecogniseLayout(line, ahead, *room_, *layout_);
+    const bool found = RecogniseLayout(line, {ahead}, *room_, *layout_);
     return found ? std::string(layout_->name) : "none";
   }
 

@@ -13,8 +13,8 @@ class CompileWordsTest : public testing::Test {
       return "no words";
     }
     LineFields fields = {};
-    size_t fits;
-    if (!SplitByPattern(*pattern, line, fields, fits)) {
+    SplitStop stop;
+    if (!SplitByPattern(*pattern, line, fields, stop)) {
       return "does not fit";
     }
     std::string all;
