@@ -3,7 +3,7 @@
 # address and undefined-behaviour sanitizers) and runs every test on both.
 #
 # With ORVELLIS_SYSTEM_TESTS=1 the machine itself is tested, too: Orvellis behind
-# three web servers, in a browser, and as a Debian package. With ORVELLIS_DEEP_TESTS=1
+# three web servers, over the logs of seven, in a browser, and as a Debian package. With ORVELLIS_DEEP_TESTS=1
 # the source is read by two analysers, all fuzz targets run for twenty seconds each, and the
 # tests run again with counters and unsigned characters, and under valgrind.
 set -eu
@@ -18,6 +18,8 @@ need_packages dnsmasq-base iproute2 tzdata busybox bzip2 xz-utils zstd patch str
 if [ "${ORVELLIS_SYSTEM_TESTS:-}" = 1 ]; then
   # Real web servers, a real browser and a real package; else those tests are skipped.
   need_packages curl apache2 nginx-light fcgiwrap lighttpd chromium lintian mandoc fail2ban
+  # More servers, whose own logs are read.
+  need_packages haproxy varnish squid caddy
   command -v npm >/dev/null || need_packages npm
   mkdir -p build/browser
   cp tests/browser/package.json tests/browser/package-lock.json build/browser/
