@@ -300,6 +300,14 @@ def missing_for(server):
     return ""
 
 
+def keep_logs(place):
+    """Beside the configuration, where KEEP names a folder."""
+    if "KEEP" in os.environ:
+        os.makedirs(os.environ["KEEP"], exist_ok=True)
+        for name in ["conf", *(name for name in os.listdir(place.work) if name.endswith(".log"))]:
+            shutil.copy(place.path(name), os.environ["KEEP"])
+
+
 def attempt(server, work, tools):
     place = Place(work, unprivileged(), [free_port("::") for _ in range(server.sites)], start_origin())
     prepare(server, place)
@@ -309,6 +317,8 @@ def attempt(server, work, tools):
         with open(place.path("output"), encoding="utf-8", errors="replace") as output:
             print(f"skipped: {server.name} does not start: {reason}\n{output.read()[-2000:]}")
         return 77
+    finally:
+        keep_logs(place)
 
 
 def main():
