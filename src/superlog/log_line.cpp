@@ -435,7 +435,7 @@ void ClearRecord(SuperLogRecord& record) {
 }
 
 static bool IsBare(std::string_view text) {
-  return !IsAbsent(text) && text.data() != mpLine && text.data()[-1] != '"';
+  return !IsAbsent(text) && text.data() != mpLine && *(text.data() - 1) != '"';
 }
 
 // In the common log format, referrer and agent stand between quotes: a word behind the size is something
