@@ -61,6 +61,13 @@ static constexpr Word kHaproxyWords[] = {
     {"HP", Field::kUrl},    {"HQ", Field::kQuery},  {"HPO", Field::kUrl},
 };
 
+static constexpr Word kSquidWords[] = {
+    {">a", Field::kHost},    {">A", Field::kHost},   {"un", Field::kUser},   {"ul", Field::kUser},
+    {"ts", Field::kMoment},  {"tl", Field::kMoment}, {"tg", Field::kMoment}, {"ru", Field::kUrl},
+    {">ru", Field::kUrl},    {"rp", Field::kUrl},    {">rp", Field::kUrl},   {"Hs", Field::kStatus},
+    {">Hs", Field::kStatus}, {"<st", Field::kBytes},
+};
+
 static Field FieldOf(std::span<const Word> words, std::string_view name) {
   for (const Word& word : words) {
     if (word.name == name) {
@@ -358,6 +365,52 @@ static bool CompileHaproxy(std::string_view text, Pattern& pattern) {
   return fits;
 }
 
+// --- Squid ------------------------------------------------------------------------
+
+// Blanks fill a number up to its width, in front.
+static bool AddWidth(Pattern& pattern, std::string_view width) {
+  const bool filled =
+      !width.empty() && width[0] != '0' && LiteralBefore(pattern, pattern.count).ends_with(' ');
+  return !filled || AddText(pattern, " ");
+}
+
+// %{...}tl: a format of strftime; %{...}>h: a header.
+static Field FieldOfSquid(std::string_view name, std::string_view argument) {
+  if (name == ">h") {
+    return HeaderField(argument);
+  }
+  const Field field = FieldOf(kSquidWords, name);
+  return field == Field::kMoment && !argument.empty() ? FieldOfFormat(argument) : field;
+}
+
+// What stands behind a "%": how it is quoted, its width, {argument}, and its name.
+static bool AddSquidWord(Pattern& pattern, WordReader& reader) {
+  if (reader.Take("%")) {
+    return AddText(pattern, "%");
+  }
+  reader.TakeWhile([](char c) { return std::string_view("\"'[#/-").find(c) != std::string_view::npos; });
+  const std::string_view width = reader.TakeWhile([](char c) { return IsDigitAscii(c) || c == '.'; });
+  const std::string_view argument = reader.Take("{") ? reader.TakeUpTo('}') : std::string_view{};
+  const std::string_view name =
+      reader.TakeWhile([](char c) { return IsNameCharacter(c) || c == '<' || c == '>'; });
+  return AddWidth(pattern, width) && AddWord(pattern, FieldOfSquid(name, argument), reader);
+}
+
+static bool CompileSquid(std::string_view text, Pattern& pattern) {
+  WordReader reader = {text};
+  reader.TakeWhile(IsSpace);
+  if (reader.Take("logformat")) {
+    TakeArgument(reader);  // its name
+    reader.TakeWhile(IsSpace);
+  }
+  bool fits = true;
+  while (fits && !reader.rest.empty()) {
+    fits = reader.Take("%") ? AddSquidWord(pattern, reader)
+                            : AddText(pattern, reader.TakeWhile([](char c) { return c != '%'; }));
+  }
+  return fits;
+}
+
 // --- Whose words ------------------------------------------------------------------
 
 static bool HasVariable(std::string_view text) {
@@ -373,6 +426,9 @@ Words WhoseWords(std::string_view text) {
   const auto holds = [text](std::string_view part) { return text.find(part) != std::string_view::npos; };
   if (HasVariable(text)) {
     return Words::kNginx;
+  }
+  if (holds("%>a") || holds(">Hs") || holds("%<st") || holds("%ru")) {
+    return Words::kSquid;
   }
   if (holds("%ci") || holds("%ST") || holds("%tr") || holds("%Ts") || holds("%HU") || holds("%[") ||
       holds("log-format")) {
@@ -393,6 +449,8 @@ bool CompileWords(std::string_view text, Pattern& pattern) {
       return CompileApache(text, pattern) && EndPattern(pattern);
     case Words::kHaproxy:
       return CompileHaproxy(text, pattern) && EndPattern(pattern);
+    case Words::kSquid:
+      return CompileSquid(text, pattern) && EndPattern(pattern);
     default:
       return false;
   }

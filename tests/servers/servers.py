@@ -24,6 +24,10 @@ TAB = {0x09: b"\\t"}
 MASKED = {0x22: b'\\"', 0x5C: b"\\\\", **TAB}
 
 
+def masked(text):
+    return in_json(re.sub(rb'["\\]', rb"\\\g<0>", text))
+
+
 def by_apache(text):
     return escaped(text, MASKED, b"\\x%02x")
 
@@ -306,6 +310,7 @@ SQUID = Server(
         Layout("common", size=whole, url=by_squid, lacks=NEITHER, odd=QUOTED),
         Layout("combined", size=whole, url=by_squid, odd=QUOTED),
         Layout("json", size=whole, url=path_by_squid, text=in_json, odd=PATHS_OF_SQUID),
+        Layout("own", r"logformat own [^\n]*", told=False, size=whole, url=by_squid, text=masked),
     ),
     odd={**odd_urls(b"http://:80*", "star"), **odd_urls(b"http://localhost/page.html?", "whole url")},
 )
