@@ -172,19 +172,21 @@ static std::string_view TakeWord(const Grammar& server, std::string_view& text) 
 // Takes the next directive off the text. False at its end.
 static bool TakeDirective(const Grammar& server, std::string_view& text, Directive& directive) {
   directive = {};
-  while (!text.empty() && (IsBlank(text[0]) || EndsDirective(server, text[0]))) {
-    text.remove_prefix(1);
-  }
-  const std::string_view from = text;
+  const char* begin = nullptr;
+  const char* end = nullptr;
   size_t words = 0;
   for (SkipBlanks(server, text); !text.empty() && !EndsDirective(server, text[0]); SkipBlanks(server, text)) {
+    begin = begin == nullptr ? text.data() : begin;
     const std::string_view word = TakeWord(server, text);
+    end = text.data();
     if (words < directive.words.size()) {
       directive.words[words++] = word;
     }
   }
-  directive.whole = from.substr(0, from.size() - text.size());
-  return !from.empty();
+  directive.whole = {begin, end};
+  const bool more = !text.empty();
+  text.remove_prefix(more ? 1 : 0);
+  return more || words > 0;
 }
 
 // ---- Looking for the name ----
@@ -193,13 +195,19 @@ static bool IsName(const Grammar& server, std::string_view a, std::string_view b
   return server.names_as_written ? a == b : EqualIgnoreCase(a, b);
 }
 
-// Blanks count for one, however many and of whichever kind they are.
+// Blanks count for one, however many they are; one with a line end among them, which may end a comment, is
+// one.
 static void CopyWords(std::array<char, kLongestLayoutText + 1>& words, std::string_view text) {
   size_t size = 0;
   for (size_t i = 0; i < text.size() && size + 1 < words.size(); ++i) {
-    const bool again = IsBlank(text[i]) && size > 0 && words[size - 1] == ' ';
-    if (!again && !GoesOn(text.substr(i))) {
-      words[size++] = IsBlank(text[i]) ? ' ' : text[i];
+    const char blank = text[i] == '\n' ? '\n' : ' ';
+    const bool again = IsBlank(text[i]) && size > 0 && IsBlank(words[size - 1]);
+    if (again) {
+      words[size - 1] = blank == '\n' ? blank : words[size - 1];
+    } else if (GoesOn(text.substr(i))) {
+      i += text[i + 1] == '\r' ? 2 : 1;
+    } else {
+      words[size++] = IsBlank(text[i]) ? blank : text[i];
     }
   }
   words[size] = '\0';

@@ -104,6 +104,7 @@ static Miss MissOfNames(LineKind kind, std::string_view line, SplitRoom& room) {
   const bool shaped = kind == LineKind::kJson ? SplitJson(line, room.keys, fields) : SplitLtsv(line, fields);
   Miss miss;
   if (!shaped) {
+    miss.field = Field::kMoment;
     return miss;
   }
   miss.weight = kind == LineKind::kJson ? 3 : 0;

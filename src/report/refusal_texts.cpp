@@ -157,7 +157,7 @@ static const RefusalTexts kRefusals[] = {
         .sentence = kNotSetUp,
         .advice = kTellAdministrator,
         .log = "no such layout of logs:",
-        .value = [](const Settings&) { return SuperLog_UnknownLayout().data(); },
+        .value = [](const Settings&) { return SuperLog_UnknownLayout().text.data(); },
     },
 };
 

@@ -40,21 +40,23 @@ static void TellUnknown(std::string_view name, LayoutSearch found, ServerLayout&
 }
 
 bool SettleLayout(bool from_shell) {
-  const std::string_view unknown = SuperLog_UnknownLayout();
-  if (unknown.empty() || !from_shell) {
-    return unknown.empty();
+  const UnknownLayout unknown = SuperLog_UnknownLayout();
+  if (unknown.text.empty() || !from_shell) {
+    return unknown.text.empty() || unknown.may_be_letters;
   }
   char name[kLongestLayoutText + 1];
-  CopyText(name, unknown);
+  CopyText(name, unknown.text);
   ServerLayout layout;
   ServerLayout other;
   const LayoutSearch found = FindServerLayout(FolderOfServers(), name, layout, other);
   if (found == LayoutSearch::kFound) {
     SuperLog_SetLayoutText(layout.words.data(), kAboveAllLevels);
-    if (SuperLog_UnknownLayout().empty()) {
-      return true;
-    }
   }
-  TellUnknown(name, found, layout, other);
-  return false;
+  const bool known = found == LayoutSearch::kFound
+                         ? SuperLog_UnknownLayout().text.empty()
+                         : found == LayoutSearch::kNotFound && unknown.may_be_letters;
+  if (!known) {
+    TellUnknown(name, found, layout, other);
+  }
+  return known;
 }

@@ -162,9 +162,25 @@ void SuperLog_SetLayoutText(std::string_view text, int source) {
   }
 }
 
-std::string_view SuperLog_UnknownLayout() {
+// Letters that all have a meaning.
+static bool AreLetters(std::string_view format) {
+  constexpr std::string_view kLetters = "STC0123459hnpquxerkcfawmv? ";
+  return !format.empty() && IsSeparatorLetter(format[0]) &&
+         format.find_first_not_of(kLetters) == std::string_view::npos;
+}
+
+// Letters that tell a time and a URL, some of which may have no meaning.
+static bool MayBeLetters(std::string_view format) {
+  return !format.empty() && IsSeparatorLetter(format[0]) &&
+         format.find_first_of("$%") == std::string_view::npos &&
+         format.find_first_of("012345") != std::string_view::npos &&
+         format.find_first_of("qux") != std::string_view::npos;
+}
+
+UnknownLayout SuperLog_UnknownLayout() {
   const bool asked = mLayoutSource != 0 && mLayoutSource >= mLogFormatSource;
-  return asked && !IsUserLayout(mLayoutText) ? mLayoutText : "";
+  const bool unknown = asked && !IsUserLayout(mLayoutText);
+  return {unknown ? mLayoutText : "", mLogFormatSource == mLayoutSource && MayBeLetters(mLayoutText)};
 }
 
 bool SuperLog_BeginLayout() {
@@ -175,15 +191,6 @@ bool SuperLog_BeginLayout() {
   const bool taken = TakeUserLayout(mLayoutText);
   mLogFormatSource = taken ? 0 : mLogFormatSource;
   return taken;
-}
-
-// Names may begin as letters do, which tell a time and a URL, and have a meaning each.
-static bool AreLetters(std::string_view format) {
-  constexpr std::string_view kLetters = "STC0123459hnpquxerkcfawmv? ";
-  return !format.empty() && IsSeparatorLetter(format[0]) &&
-         format.find_first_not_of(kLetters) == std::string_view::npos &&
-         format.find_first_of("012345") != std::string_view::npos &&
-         format.find_first_of("qux") != std::string_view::npos;
 }
 
 void SuperLog_SetLogFormat(const char* format, int source) {

@@ -125,15 +125,8 @@ void TrimTrailingDot(std::string_view& host) {
   }
 }
 
-// Where figures are narrow, what follows the digits counts for nothing; else the text is then no number.
-static bool EndsNumber(const char* end) {
-  return !mLogLimits.wide_figures || end[strspn(end, " ")] == '\0';
-}
-
 [[gnu::noinline]] static int64_t ToAnyNumber(std::string_view text) {
-  char* end = nullptr;
-  const int64_t number = strtoll(Ended(text), &end, 10);
-  return EndsNumber(end) ? Wrapped(mLogLimits, number) : 0;
+  return Wrapped(mLogLimits, strtoll(Ended(text), nullptr, 10));
 }
 
 // As ToInt, or saturating at 64 bits. Nearly all numbers of a log are a few plain digits.

@@ -67,10 +67,14 @@ void SuperLog_SetFixGmt(const char* text, int source);
 inline constexpr size_t kLongestLayoutText = 8191;
 void SuperLog_SetLayoutText(std::string_view text, int source);
 
-// What was asked for as the layout of the logs where it is neither letters that tell a time and a URL, nor
-// the name of a known layout, nor words of a server; empty otherwise. It stays valid until the next text is
-// taken.
-std::string_view SuperLog_UnknownLayout();
+// What was asked for as the layout of the logs where it is neither letters that all have a meaning, nor the
+// name of a known layout, nor words of a server; otherwise empty. The text stays valid until the next one is
+// taken. It may be letters of which some have no meaning, and is then read as these unless it is made known.
+struct UnknownLayout {
+  std::string_view text;
+  bool may_be_letters;
+};
+UnknownLayout SuperLog_UnknownLayout();
 
 // Takes these for all logs from now on, unless letters of a stronger level hold. False when they are
 // neither name nor words.

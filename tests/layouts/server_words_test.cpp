@@ -37,6 +37,8 @@ TEST_F(CompileWordsTest, ReadsApacheWords) {
                  "combined\n",
                  kLine),
             kRead);
+  EXPECT_EQ(Read(R"(logformat "%h %l %u %t \"%r\" %>s %b \"%{Referer}i\" \"%{User-Agent}i\"")", kLine),
+            kRead);
   EXPECT_EQ(Read(R"(CustomLog /var/log/a.log "%h %l %u %t \"%r\" %>s %b \"%{Referer}i\" \"%{User-Agent}i\"")",
                  kLine),
             kRead);
@@ -70,6 +72,9 @@ TEST_F(CompileWordsTest, ReadsNginxWords) {
   EXPECT_EQ(Read("log_format json escape=json "
                  "'{\"time\":\"$time_iso8601\",\"uri\":\"$request_uri\",\"status\":$status}';",
                  R"({"time":"2024-03-05T07:06:11Z","uri":"/a","status":200})"),
+            "2024-03-05T07:06:11Z|/a|200|");
+  EXPECT_EQ(Read("escape=none '$time_iso8601|'  # when\n '$uri|' # what; not the end\n'$status';",
+                 "2024-03-05T07:06:11Z|/a|200"),
             "2024-03-05T07:06:11Z|/a|200|");
   EXPECT_EQ(Read("$time_iso8601\\t$uri\\t$status", "2024-03-05T07:06:11Z\t/a\t200"),
             "2024-03-05T07:06:11Z|/a|200|");

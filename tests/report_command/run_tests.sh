@@ -1217,8 +1217,32 @@ test_log_format_by_name() {
   expect_records 1 2023-11-14 2023-11-14
   run --log-format ltsv access.log
   expect_status 1
-  expect_in err 'orvellis-report: access.log: 1 line, none understood: 1700000000.123 '
+  expect_in err 'orvellis-report: access.log: 1 line, none understood; it comes nearest to the layout that was told, but for the time: 1700000000.123 '
   expect_in err 'no line is recognised as a request'
+}
+
+test_log_format_by_the_name_of_a_server() {
+  edition=
+  mkdir -p etc/nginx
+  printf "log_format Custom '\$msec|\$remote_addr|'\n '\$request_uri|\$status';\nlog_format no '\$uri';\n" >etc/nginx/nginx.conf
+  printf '1700000000|192.0.2.7|/a=b|200\n1700000001|192.0.2.7|/c|404\n' >access.log
+  ORVELLIS_ETC=$PWD/etc run --log-format Custom access.log
+  expect_records 2 2023-11-14 2023-11-14
+  ORVELLIS_ETC=$PWD/etc run --log-format no access.log
+  expect_error 2 'the layout "no" of '
+  ORVELLIS_ETC=$PWD/etc run --log-format other access.log
+  expect_error 2 '--log-format takes'
+  edition=--classic
+  ORVELLIS_ETC=$PWD/etc run --log-format other access.log
+  expect_error 2 '--log-format takes'
+}
+
+test_nearest_layout_is_told() {
+  edition=
+  printf '192.0.2.7 - - [05/Foo/2024:07:06:11 +0000] "GET / HTTP/1.1" 200 34\n' >access.log
+  run access.log
+  expect_status 1
+  expect_in err 'access.log: 1 line, none understood; it comes nearest to combined (Apache and nginx, common or combined), up to character 16, where the time should stand: 192.0.2.7 - - '
 }
 
 # ---- Failures of the machine ---------------------------------------------------------------

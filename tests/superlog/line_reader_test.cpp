@@ -424,6 +424,53 @@ TEST_F(OpenLogTest, FileThatCannotBeReadEndsThere) {
   EXPECT_EQ(TotalBytes(), 0u);
 }
 
+// --- Text ahead -----------------------------------------------------------------
+
+// Looks ahead now and then while the lines of the text are read.
+static void ExpectTextFarAhead(const std::string& text, const std::string& file) {
+  OpenLogText(file);
+  size_t behind = 0;
+  int looks = 0;
+  int count = 0;
+  for (ReadLineFromBigBuf(); mLineLen != 0; ReadLineFromBigBuf(), ++count) {
+    ASSERT_EQ(text.substr(behind, mLineLen), CurrentLine());
+    behind += mLineLen + size_t{1};
+    // Some at once, one after nearly all that was read ahead, and one behind it.
+    if (count % 9000 < 3 || count == 14000) {
+      const std::string_view far = TextFarAhead();
+      ++looks;
+      ASSERT_TRUE(std::string_view(text).substr(behind).starts_with(far)) << count;
+      ASSERT_LE(far.size(), kMostAhead);
+      ASSERT_GE(far.size(), std::min(text.size() - behind, kMostAhead / 2));
+    }
+  }
+  EXPECT_EQ(behind, text.size());
+  EXPECT_GT(looks, 9);
+  CloseLog();
+}
+
+static const std::string& LongLog() {
+  static const std::string text = RecordLines(45000);
+  return text;
+}
+
+TEST_F(ReadLineFromBigBufTest, TextFarAheadIsWhatFollows) {
+  mLogLimits = kModernLimits;
+  ExpectTextFarAhead(LongLog(), LongLog());
+}
+
+TEST_F(ReadLineFromBigBufTest, TextFarAheadIsOfTheOpenFile) {
+  mLogLimits = kModernLimits;
+  OpenLogText(LongLog());
+  ReadLineFromBigBuf();
+  TextFarAhead();
+  OpenLogText("one\ntwo\n");
+  ReadLineFromBigBuf();
+  EXPECT_EQ(TextFarAhead(), "two\n");
+  ReadLineFromBigBuf();
+  EXPECT_EQ(CurrentLine(), "two");
+}
+
 TEST(TrimEolChars, CutsAtTheFirstLineEnd) {
   for (const auto& [text, cut] : std::vector<std::pair<std::string, std::string>>{
            {"abc\r\n", "abc"}, {"abc\n", "abc"}, {"a\rb\nc", "a"}, {"abc", "abc"}, {"", ""}, {"\n", ""}}) {
@@ -463,6 +510,11 @@ TEST_F(CompressedLogTest, BothReadersDeliverWhatIsInIt) {
   ASSERT_EQ(plain.size(), 12001u);
   EXPECT_EQ(ReadAll(packed, ReadLineFromBigBuf), plain);
   EXPECT_EQ(ReadAll(packed, ReadLine), plain);
+}
+
+TEST_F(CompressedLogTest, TextFarAheadIsKept) {
+  mLogLimits = kModernLimits;
+  ExpectTextFarAhead(LongLog(), Pack(PackFormat::kGzip, LongLog()));
 }
 
 TEST_F(CompressedLogTest, BytesAreCountedAsTheyComeOut) {
