@@ -98,10 +98,31 @@ static bool MayBe(Field field, std::string_view value) {
   return field != Field::kMoment || (value.size() >= 9 && IsDigitAscii(value[0]));
 }
 
+static bool IsRequest(Field field) {
+  return field == Field::kRequest || field == Field::kUrl;
+}
+
+// Apache's "%t" brings its brackets.
+static std::string_view WithoutBrackets(std::string_view time) {
+  return time.starts_with('[') && time.ends_with(']') ? time.substr(1, time.size() - 2) : time;
+}
+
+// A request that the server could not read is there all the same, as nothing.
+static void TakeNothing(JsonFields& taken, Field field, std::string_view value) {
+  if (IsRequest(field) && taken.fields[field].data() == nullptr) {
+    taken.fields[field] = value.substr(0, 0);
+  }
+}
+
 static void Take(JsonFields& taken, const KeyMeaning& meaning, std::string_view value, bool escaped) {
+  if (value.empty() || value == "-") {
+    TakeNothing(taken, meaning.field, value);
+    return;
+  }
   const auto field = static_cast<size_t>(meaning.field);
+  value = meaning.field == Field::kMoment ? WithoutBrackets(value) : value;
   if (meaning.field == Field::kIgnored || meaning.rank >= taken.ranks[field] ||
-      !MayBe(meaning.field, value) || value.empty() || value == "-") {
+      !MayBe(meaning.field, value)) {
     return;
   }
   taken.ranks[field] = meaning.rank;
@@ -122,8 +143,8 @@ static void TakeJsonText(JsonReader& reader, const KeyMeaning& meaning, JsonFiel
 
 static void TakeJsonWord(JsonReader& reader, const KeyMeaning& meaning, JsonFields& taken) {
   const std::string_view word = TakeWord(reader);
-  if (word != "null" && word != "true" && word != "false") {
-    Take(taken, meaning, word, false);
+  if (word != "true" && word != "false") {
+    Take(taken, meaning, word == "null" ? word.substr(0, 0) : word, false);
   }
 }
 
@@ -196,12 +217,7 @@ bool SplitLtsv(std::string_view line, LineFields& fields) {
     line.remove_prefix(std::min(line.size(), word.size() + 1));
     const size_t colon = word.find(':');
     if (colon != std::string_view::npos) {
-      std::string_view value = word.substr(colon + 1);
-      const KeyMeaning meaning = MeaningOfLabel(word.substr(0, colon));
-      if (meaning.field == Field::kMoment && value.starts_with('[') && value.ends_with(']')) {
-        value = value.substr(1, value.size() - 2);
-      }
-      Take(taken, meaning, value, false);
+      Take(taken, MeaningOfLabel(word.substr(0, colon)), word.substr(colon + 1), false);
     }
   }
   return true;

@@ -149,6 +149,7 @@ bool MakeLayoutOfWords(std::string_view words, Layout& layout) {
   }
   const bool object = layout.pattern.elements[0].literal_size > 0 && layout.pattern.literals[0] == '{';
   layout.writing.json = object || words.find("escape=json") != std::string_view::npos;
+  layout.writing.client_port = layout.pattern.client_port;
   return true;
 }
 

@@ -18,6 +18,7 @@ static void BeginElement(Pattern& pattern) {
 
 void ClearPattern(Pattern& pattern) {
   pattern.count = pattern.needed = pattern.literals_size = 0;
+  pattern.client_port = false;
   BeginElement(pattern);
 }
 

@@ -33,6 +33,7 @@ struct Pattern {
   size_t needed = 0;                                   // fields that no line may lack
   std::array<char, kLongestLiterals> literals;
   size_t literals_size = 0;
+  bool client_port = false;  // the port of a client stands behind a colon, and is part of the client's field
 };
 
 // Building one: texts and fields in their order, then the end.

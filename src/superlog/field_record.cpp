@@ -8,6 +8,7 @@
 #include <span>
 
 #include "base/hash_seed.h"
+#include "base/network.h"
 #include "base/url_decode.h"
 #include "dates/local_time.h"
 #include "layouts/moment.h"
@@ -74,10 +75,22 @@ static void CutToItem(std::string_view& text) {
   }
 }
 
+// A port behind a bare address of IPv6 looks like a part of it, which only the layout tells.
+static void CutPort(std::string_view& host) {
+  Address address;
+  const size_t colon = host.rfind(':');
+  if (host.find(':') != colon && ParseAddress(host.substr(0, colon), address)) {
+    Terminate(host, colon);
+  }
+}
+
 // The first client of a list.
-static void SettleClient(SuperLogRecord& record) {
+static void SettleClient(const Layout& layout, SuperLogRecord& record) {
   if (record.host.data() != nullptr) {
     Terminate(record.host, std::min(record.host.find(','), record.host.size()));
+    if (layout.writing.client_port) {
+      CutPort(record.host);
+    }
     SettleHost(record);
   }
 }
@@ -108,6 +121,11 @@ static std::string_view PathBehindSite(std::string_view url) {
   return site ? url.substr(path) : url;
 }
 
+static std::string_view WithQuery(const LineFields& fields, std::string_view url) {
+  const std::string_view query = QueryOf(fields);
+  return query.empty() || url.find('?') != std::string_view::npos ? url : CombineUrl(url, query);
+}
+
 static std::string_view UrlOfField(const Layout& layout, const LineFields& fields, std::string_view url) {
   if (layout.writing.whole_urls || layout.kind == LineKind::kJson) {
     url = PathOf(url);
@@ -115,16 +133,18 @@ static std::string_view UrlOfField(const Layout& layout, const LineFields& field
   if (layout.writing.site_in_urls) {
     url = PathBehindSite(PathOf(url));
   }
-  const std::string_view query = QueryOf(fields);
-  return query.empty() || url.find('?') != std::string_view::npos ? url : CombineUrl(url, query);
+  return WithQuery(fields, url);
 }
 
-static std::string_view UrlOfRequest(const Layout& layout, std::string_view request) {
+// Some call the path alone a request, whose query is a field of its own.
+static std::string_view UrlOfRequest(const Layout& layout, const LineFields& fields,
+                                     std::string_view request) {
   std::string_view url = request;
   TrimFullRequest(url);
-  if (!url.starts_with('/')) {
-    url = UrlOfOddRequest(url, request.data());
+  if (url.starts_with('/')) {
+    return WithQuery(fields, url);
   }
+  url = UrlOfOddRequest(url, request.data());
   return layout.writing.whole_urls ? PathOf(url) : url;
 }
 
@@ -136,7 +156,7 @@ static void SettleUrl(const Layout& layout, const LineFields& fields, std::strin
     return;
   }
   TakeText(fields, Field::kRequest, url);
-  url = url.data() == nullptr ? kNoRequest : UrlOfRequest(layout, url);
+  url = url.data() == nullptr ? kNoRequest : UrlOfRequest(layout, fields, url);
 }
 
 static int HexDigit(char c) {
@@ -230,7 +250,7 @@ static bool SettleRecord(const Layout& layout, const LineFields& fields, SuperLo
   TakeAsked(fields, Field::kAgent, 'a', record.agent);
   TakeAsked(fields, Field::kSite, 'm', record.realm);
   TakeAsked(fields, Field::kUser, 'w', record.user);
-  SettleClient(record);
+  SettleClient(layout, record);
   SettleAgent(layout, record.agent);
   return true;
 }

@@ -469,6 +469,19 @@ void ClearRecord(SuperLogRecord& record) {
   ClearFigures(record);
 }
 
+static bool IsBare(std::string_view text) {
+  return !IsAbsent(text) && text.data() != mpLine && *(text.data() - 1) != '"';
+}
+
+// In the common log format, referrer and agent stand between quotes: a word behind the size is something
+// else, such as a duration, and so is what comes after it.
+static void DropBareTexts(SuperLogRecord& record) {
+  if (IsBare(record.referrer) || IsBare(record.agent)) {
+    record.agent = {};
+    record.referrer = IsBare(record.referrer) ? std::string_view{} : record.referrer;
+  }
+}
+
 // False when the line is no request.
 template <bool kEscapes>
 static bool ReadFields(SuperLogRecord& record) {
@@ -485,6 +498,9 @@ static bool ReadFields(SuperLogRecord& record) {
     return false;
   }
   TakeTexts(record, plan, parts);
+  if (kEscapes && mCurLogFormat == kFamilyClf) {
+    DropBareTexts(record);
+  }
   return true;
 }
 

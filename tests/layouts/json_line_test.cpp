@@ -43,6 +43,24 @@ TEST_F(SplitJsonTest, PrefersTheKeysThatStandFirstInTheTable) {
   EXPECT_EQ((*this)[Field::kUrl], "/a");
 }
 
+TEST_F(SplitJsonTest, TellsARequestThatIsNothingFromNone) {
+  for (const char* line : {R"({"request":""})", R"({"request":"-"})", R"({"request":null})"}) {
+    Split(line);
+    EXPECT_NE((*this)[Field::kRequest].data(), nullptr) << line;
+    EXPECT_EQ((*this)[Field::kRequest], "") << line;
+  }
+  Split(R"({"agent":"","status":null})");
+  EXPECT_EQ((*this)[Field::kAgent].data(), nullptr);
+  EXPECT_EQ((*this)[Field::kStatus].data(), nullptr);
+  Split(R"({"request":"GET / HTTP/1.0","request":""})");
+  EXPECT_EQ((*this)[Field::kRequest], "GET / HTTP/1.0");
+}
+
+TEST_F(SplitJsonTest, TakesBracketsOffTimes) {
+  Split(R"({"time":"[05/Mar/2024:07:06:11 +0000]"})");
+  EXPECT_EQ((*this)[Field::kMoment], "05/Mar/2024:07:06:11 +0000");
+}
+
 TEST_F(SplitJsonTest, TakesNoDurationForATime) {
   Split(R"({"request_time":"0.046","time":"2024-01-01T10:00:00Z"})");
   EXPECT_EQ((*this)[Field::kMoment], "2024-01-01T10:00:00Z");

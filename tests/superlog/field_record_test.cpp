@@ -175,6 +175,58 @@ TEST_F(FieldRecordTest, TakesPortsOffClients) {
   EXPECT_EQ(Read(head + "2001:db8::7" + tail), (Records{"2001:db8::7" + rest}));
 }
 
+TEST_F(FieldRecordTest, TakesPortsOffBareAddressesOfIpv6WhereALayoutHasThem) {
+  const std::string tail =
+      " [05/Mar/2024:07:06:11.273] in be/s1 0/0/0/0/0 200 12 - - ---- 1/1/0/0/0 0/0 \"GET /a HTTP/1.1\"\n";
+  const std::string rest = " ~ ~ 1709622371 /a 200 12 ~ ~";
+  EXPECT_EQ(Read("2001:db8::7:443" + tail), (Records{"2001:db8::7" + rest}));
+  EXPECT_EQ(Read("2001:db8::7:40512" + tail), (Records{"2001:db8::7" + rest}));
+  EXPECT_EQ(Read("2001:db8:1:2:3:4:5:6:80" + tail), (Records{"2001:db8:1:2:3:4:5:6" + rest}));
+  EXPECT_EQ(Read("::ffff:192.0.2.7:45500" + tail), (Records{"192.0.2.7" + rest}));
+  EXPECT_EQ(Read("2001:db8:1:2:3:4:5:6" + tail), (Records{"2001:db8:1:2:3:4:5:6" + rest}));
+  ASSERT_TRUE(TakeUserLayout("$remote_addr:$remote_port $msec $status $uri"));
+  EXPECT_EQ(Read("::1:80 1709622371 200 /a\n"), (Records{"::1 ~ ~ 1709622371 /a 200 0 ~ ~"}));
+  ASSERT_TRUE(TakeUserLayout("$remote_addr $msec $status $uri"));
+  EXPECT_EQ(Read("2001:db8::1:80 1709622371 200 /a\n"),
+            (Records{"2001:db8::1:80 ~ ~ 1709622371 /a 200 0 ~ ~"}));
+}
+
+TEST_F(FieldRecordTest, CountsRequestsThatTheServerCouldNotRead) {
+  const std::string head = R"({"ts":1709622371,"remote_addr":"192.0.2.7","status":400,"bytes":12,)";
+  const Records nothing = {"192.0.2.7 ~ ~ 1709622371 (no request) 400 12 ~ ~"};
+  for (const char* request :
+       {R"("request_uri":"")", R"("request":"-")", R"("path":null)", R"("request":"","uri":"")"}) {
+    EXPECT_EQ(Read(head + request + "}\n"), nothing) << request;
+  }
+  EXPECT_EQ(Read(head + R"("request":"","uri":"/a"})" + "\n"),
+            (Records{"192.0.2.7 ~ ~ 1709622371 /a 400 12 ~ ~"}));
+  EXPECT_TRUE(Read(head + R"("msg":"reloaded"})" + "\n").empty());
+}
+
+TEST_F(FieldRecordTest, PutsAQueryBehindARequestThatIsAPath) {
+  const std::string head =
+      R"({"time":"[05/Mar/2024:07:06:11 +0000]","remoteIP":"192.0.2.7","status":"200","bytes":"12",)";
+  const auto read = [&](const std::string& request) { return Read(head + request + "}\n"); };
+  EXPECT_EQ(read(R"("request":"/a","query":"?b=c")"),
+            (Records{"192.0.2.7 ~ ~ 1709622371 /a?b=c 200 12 ~ ~"}));
+  EXPECT_EQ(read(R"("request":"/a","query":"")"), (Records{"192.0.2.7 ~ ~ 1709622371 /a 200 12 ~ ~"}));
+  EXPECT_EQ(read(R"("request":"GET /a?b=c HTTP/1.1","query":"?b=c")"),
+            (Records{"192.0.2.7 ~ ~ 1709622371 /a?b=c 200 12 ~ ~"}));
+}
+
+TEST_F(FieldRecordTest, TakesNoWordBehindTheSizeForAReferrer) {
+  const std::string common = R"(192.0.2.7 - - [05/Mar/2024:07:06:11 +0000] "GET /b HTTP/1.1" 200 12)";
+  const std::string rest = "192.0.2.7 ~ ~ 1709622371 /b 200 12 ";
+  EXPECT_EQ(Read(common + " TCP_MISS:HIER_DIRECT\n"), (Records{rest + "~ ~"}));
+  EXPECT_EQ(Read(common + " 0.25 x\n"), (Records{rest + "~ ~"}));
+  EXPECT_EQ(Read(common + " 0.25 \"http://example.com/\" \"Lynx\"\n"), (Records{rest + "~ ~"}));
+  EXPECT_EQ(Read(common + " - \"Lynx\"\n"), (Records{rest + "~ Lynx"}));
+  EXPECT_EQ(Read(common + " \"http://example.com/\" x\n"), (Records{rest + "http://example.com/ ~"}));
+  SuperLog_SetLogFormat("Shmw1qrcfa", kLevelGlobalKey);
+  EXPECT_TRUE(SuperLog_BeginLayout());
+  EXPECT_EQ(Read(common + " http://example.com/ Lynx\n"), (Records{rest + "http://example.com/ Lynx"}));
+}
+
 TEST_F(FieldRecordTest, HonoursTheZoneOfIsoTimesAndNoneOfOthers) {
   setenv("TZ", "CET-1", 1);
   InitLogDates();
