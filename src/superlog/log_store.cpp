@@ -11,6 +11,7 @@
 #include "base/text.h"
 #include "base/text_file.h"
 #include "dates/clock.h"
+#include "layouts/known_layouts.h"
 #include "superlog/content_hash.h"
 #include "superlog/file_replacement.h"
 
@@ -102,12 +103,16 @@ struct Head {
   uint64_t bytes;
   int64_t first;
   char line[kShownOfLine + 8];
+  uint64_t nearest_given;
+  uint64_t nearest_layout;
+  uint64_t nearest_field;
+  uint64_t nearest_character;
   uint64_t blocks;
 };
 static_assert(sizeof(Head) == 16 + sizeof(LogStamp) + sizeof(ContentKey) + sizeof(ContentHash) +
-                                  kShownOfLine + 8 + 7 * sizeof(uint64_t));
+                                  kShownOfLine + 8 + 11 * sizeof(uint64_t));
 
-static constexpr char kMark[sizeof Head::mark] = "Orvellis log 2\n";
+static constexpr char kMark[sizeof Head::mark] = "Orvellis log 3\n";
 
 static size_t SizeOfEntry(uint64_t blocks) {
   return sizeof(Head) + blocks * sizeof(LogBlock) + sizeof(ContentHash);
@@ -130,6 +135,10 @@ static std::vector<char> Write(const KnownLog& log) {
             .bytes = log.bytes,
             .first = log.first.first,
             .line = {},
+            .nearest_given = log.first.nearest.given,
+            .nearest_layout = log.first.nearest.miss.layout,
+            .nearest_field = static_cast<uint64_t>(log.first.nearest.miss.field),
+            .nearest_character = log.first.nearest.miss.character,
             .blocks = log.blocks.size()};
   CopyText(head.mark, kMark);
   CopyText(head.line, log.first.line);
@@ -153,6 +162,17 @@ static bool IsSound(const std::vector<char>& entry, Head& head) {
          entry.size() == SizeOfEntry(head.blocks) && sum == SumOf(entry.data(), entry.size());
 }
 
+// None, when there is no such layout or field.
+static NearLayout NearestOf(const Head& head) {
+  if (head.nearest_layout > KnownLayouts().size() || head.nearest_field >= kFieldCount) {
+    return {};
+  }
+  return {.miss = {.layout = static_cast<uint8_t>(head.nearest_layout),
+                   .field = static_cast<Field>(head.nearest_field),
+                   .character = static_cast<uint32_t>(head.nearest_character)},
+          .given = head.nearest_given != 0};
+}
+
 static void Read(const std::vector<char>& entry, Head& head, KnownLog& log) {
   head.line[sizeof head.line - 1] = '\0';
   log.stamp = head.stamp;
@@ -162,7 +182,7 @@ static void Read(const std::vector<char>& entry, Head& head, KnownLog& log) {
   log.key = head.key;
   log.hash = head.hash;
   log.bytes = head.bytes;
-  log.first = {.lines = 0, .first = head.first, .line = {}};
+  log.first = {.lines = 0, .first = head.first, .line = {}, .nearest = NearestOf(head)};
   CopyText(log.first.line, CutText(head.line, kShownOfLine));
   MakePrintable(log.first.line);
   log.blocks.resize(head.blocks);
