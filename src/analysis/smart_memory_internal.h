@@ -63,9 +63,6 @@ void SettleAllParts();
 // Forgets which records the keys that wait have been found to be: some are about to go.
 void ForgetForeseen();
 
-// Sends for the memory that finding a key of this hash will read first.
-void FetchSlot(const List& list, uint32_t hash);
-
 // Takes the record, already out of its list's chain, out of the list's index and
 // releases it with its sub-list. Returns how many records were released.
 size_t ReleaseItem(List& list, ListItem* item);
