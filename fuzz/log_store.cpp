@@ -23,7 +23,7 @@ static KnownLog Known() {
                .key = {{1, 2, 3, 4}},
                .hash = {5, 6},
                .bytes = 300,
-               .first = {.lines = 0, .first = 3, .line = "no request"},
+               .first = {.lines = 0, .first = 3, .line = "no request", .nearest = {}},
                .blocks = {}};
   log.blocks.push_back({0, 1, 1, 10, 952000000, 952100000, 1});
   log.blocks.push_back({200, 2, 1, 0, INT64_MAX, INT64_MIN, 0});

@@ -18,13 +18,13 @@ static ListInfoChain mExempt;  // lists that no reclaim takes from
 // A line of the index is one of the cache. A place repeats its record's hash, so that a search
 // reads a record only where it is very likely the right one; those that are taken come first.
 static constexpr uint32_t kPlaces = 8;
-struct alignas(64) IndexLine {
+struct alignas(kIndexLine) IndexLine {
   uint32_t hashes[kPlaces];
   ItemRef items[kPlaces];  // 0: the place is free
 
   bool full() const { return items[kPlaces - 1] != 0; }
 };
-static_assert(sizeof(IndexLine) == 64);
+static_assert(sizeof(IndexLine) == kIndexLine);
 
 size_t List::capacity() const {
   return lines == nullptr ? 0 : (static_cast<size_t>(mask()) + 1) * kPlaces;
@@ -136,10 +136,6 @@ static ItemRef Foresee(const List& list, uint32_t hash) {
   }
 }
 
-void FetchSlot(const List& list, uint32_t hash) {
-  __builtin_prefetch(list.lines == nullptr ? nullptr : &list.lines[HomeOf(list, hash)]);
-}
-
 static void EnterAll(List& list) {
   for (const ListItem* item = list.first; item != nullptr; item = item->next) {
     Enter(list, item->hash, RefOf(*item));
@@ -161,9 +157,11 @@ static uint32_t HashOf(std::string_view key, bool ignore_case) {
   return mpKeyForm->hash({room, key.copy(room, key.size())}, ignore_case, mSeed);
 }
 
+static bool mAnyAttacked = false;  // some list, until now
+
 // Hashes all keys of the list, from now on, in the safe way.
 [[gnu::noinline]] static void RehashSafely(List& list) {
-  list.attacked = true;
+  list.attacked = mAnyAttacked = true;
   std::fill_n(list.lines, list.capacity() / kPlaces, IndexLine{});
   for (ListItem* item = list.first; item != nullptr; item = item->next) {
     item->hash = SafeHash(item->key(), list.ignore_case);
@@ -469,19 +467,18 @@ static void Refill(size_t group) {
   mpEnd = mpNext + kGroupSize;
 }
 
-static void FetchSlots(WaitingKey* keys, size_t count) {
+[[gnu::noinline]] static void HashSafely(WaitingKey* keys, size_t count) {
   for (const WaitingKey* const end = keys + count; keys != end; ++keys) {
-    if (keys->list->attacked && !keys->is_subkey) {
+    if (keys->list->attacked) {
       keys->hash = SafeHash(keys->key(), keys->ignore_case);
+      FetchSlot(*keys->list, keys->hash);
     }
-    FetchSlot(*keys->list, keys->hash);
   }
 }
 
 static void FetchItems(WaitingKey* keys, size_t count) {
   for (const WaitingKey* const end = keys + count; keys != end; ++keys) {
-    const bool others = keys->is_subkey || keys->list->parts_behind;
-    const ItemRef ref = others ? 0 : Foresee(*keys->list, keys->hash);
+    const ItemRef ref = keys->list->parts_behind ? 0 : Foresee(*keys->list, keys->hash);
     keys->item = nullptr;
     if (ref != 0) {
       keys->item = ItemAt(ref);
@@ -520,7 +517,9 @@ static void CountGroup(WaitingKey* keys, size_t count) {
   WaitingKey* const filled = mGroups[mFilling];
   mLengths[mFilling] = static_cast<size_t>(mpNext - filled);
   mpKeyForm->hash_all(filled, mLengths[mFilling], mSeed);
-  FetchSlots(filled, mLengths[mFilling]);
+  if (mAnyAttacked) {
+    HashSafely(filled, mLengths[mFilling]);
+  }
   FetchItems(mGroups[before], mLengths[before]);
   CountGroup(mGroups[oldest], mLengths[oldest]);
   Refill(oldest);
@@ -533,6 +532,8 @@ void ForgetForeseen() {
     }
   }
 }
+
+static List mSublist = {};  // stands for any sub-list, of which nothing is known before its key is counted
 
 static void Wait(List& list, ListInfo* info, std::string_view key, bool ignore_case, bool is_subkey) {
   const size_t length = std::min(key.size(), mCountingLimits.item);
@@ -563,7 +564,7 @@ void queue_item(List& list, ListInfo* info, std::string_view key, std::string_vi
     TurnOver();  // both wait in one group
   }
   Wait(list, info, key, ignore_case, false);
-  Wait(list, info, subkey, ignore_case, true);
+  Wait(mSublist, info, subkey, ignore_case, true);
 }
 
 void queue_copy(List& list, ListInfo* info, std::string_view key, bool ignore_case) {
@@ -825,4 +826,5 @@ void destroyListInfo() {
     free(gone);
   }
   mExempt = {};
+  mAnyAttacked = false;
 }

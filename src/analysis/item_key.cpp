@@ -83,6 +83,7 @@ static bool EqualPlainly(const char* a, const char* b, size_t length) {
 static void HashAllPlainly(WaitingKey* keys, size_t count, const KeySeed& seed) {
   for (const WaitingKey* const end = keys + count; keys != end; ++keys) {
     keys->hash = HashPlainly(keys->key(), keys->ignore_case, seed);
+    FetchSlot(*keys->list, keys->hash);
   }
 }
 
@@ -192,6 +193,7 @@ WIDE bool EqualWide(const char* a, const char* b, size_t length) {
   const WideSeed seed = LoadSeed(from);
   for (const WaitingKey* const end = keys + count; keys != end; ++keys) {
     keys->hash = HashChunksWide(keys->key(), keys->ignore_case, seed);
+    FetchSlot(*keys->list, keys->hash);
   }
 }
 

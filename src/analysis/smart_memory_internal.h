@@ -67,9 +67,6 @@ void ForgetForeseen();
 // statistics have it as.
 int64_t smart_release(ListInfo& info, ListItem* item);
 
-// Sends for the memory that finding a key of this hash will read first.
-void FetchSlot(const List& list, uint32_t hash);
-
 // Takes the record, already out of its list's chain, out of the list's index and
 // releases it with its sub-list. Returns how many records were released.
 size_t ReleaseItem(List& list, ListItem* item);

@@ -223,13 +223,14 @@ TEST(KeyHash, FormOfThisProcessorGivesWhatThePlainOneDoes) {
   Random random(4);
   std::vector<WithRoom> texts;
   std::vector<WaitingKey> keys;
+  List list = {};
   for (int i = 0; i < 20000; ++i) {
     std::string key(random.Below(random.Below(9) == 0 ? kLongestItem : 200), ' ');
     for (char& c : key) {
       c = static_cast<char>(random.Below(256));
     }
     const std::string_view text = texts.emplace_back(key);
-    keys.push_back({text.data(), nullptr, nullptr, nullptr, 0, static_cast<uint16_t>(text.size()),
+    keys.push_back({text.data(), &list, nullptr, nullptr, 0, static_cast<uint16_t>(text.size()),
                     random.Below(2) == 0, false});
   }
   std::vector<WaitingKey> others = keys;
