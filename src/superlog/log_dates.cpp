@@ -280,11 +280,12 @@ static bool HasHourForm(std::string_view text) {
 
 // Minutes and seconds where a date of the usual form has them, of two digits each.
 static bool ReadMinutes(std::string_view text, int& minute, int& second) {
-  constexpr size_t kClock = kHourForm.size() - std::string_view("00:").size();
-  constexpr size_t kEnd = kClock + std::string_view("00:00:00").size();
+  constexpr size_t kHourPlace = kHourForm.size() - std::string_view("00:").size();
+  constexpr size_t kClock = std::string_view("00:00:00").size();
+  const char* const clock = text.data() + kHourPlace;
   int hour;
-  return text.size() >= kEnd && ReadClock(text.data() + kClock, hour, minute, second) &&
-         !IsDigitAscii(text.data()[kEnd]);
+  return text.size() >= kHourPlace + kClock && ReadClock(clock, hour, minute, second) &&
+         !IsDigitAscii(clock[kClock]);
 }
 
 // What follows the seconds of that date, where it is as long as a zone.

@@ -29,7 +29,8 @@ static bool IsPlain(char first) {
 
 template <bool kEscapes>
 static bool MayEnd(std::string_view field) {
-  return field.size() <= mLogLimits.item && (!kEscapes || field.end()[-1] != '\\');
+  const char* const end = field.data() + field.size();
+  return field.size() <= mLogLimits.item && (!kEscapes || end[-1] != '\\');
 }
 
 // A text that somebody asks for, and that says something.
@@ -49,13 +50,14 @@ static bool ReadNames(std::string_view names, const UsualLayout& layout, SuperLo
     return true;
   }
   const size_t blank = names.find(' ');
-  if (blank == std::string_view::npos || !IsPlain(names[0]) || !IsPlain(names.data()[blank + 1]) ||
-      names.find(' ', blank + 1) != std::string_view::npos) {
+  if (blank == std::string_view::npos) {
     return false;
   }
-  record.realm = Asked(layout.realm, names.substr(0, blank));
-  record.user = Asked(layout.user, names.substr(blank + 1));
-  return true;
+  const std::string_view realm = names.substr(0, blank);
+  const std::string_view user = names.substr(blank + 1);
+  record.realm = Asked(layout.realm, realm);
+  record.user = Asked(layout.user, user);
+  return IsPlain(*realm.data()) && IsPlain(*user.data()) && user.find(' ') == std::string_view::npos;
 }
 
 // host realm user [date] "

@@ -56,9 +56,9 @@ chmod +x "$arm"
 cases=$source_dir/tests/cli
 failures=0
 # The libraries that unpack logs are not there, and whoever guesses has a limited time.
-find "$cases/formats" "$cases/sections" "$cases/time" "$cases/edition" -name '*.case' ! -name 'compressed_*' \
-  ! -name 'guessing_*' |
-  sort >"$work/cases"
+find "$cases/formats" "$cases/sections" "$cases/time" "$cases/edition" -name '*.case' \
+  ! -name 'compressed_*' ! -name 'guessing_*' | sort >"$work/cases"
+# shellcheck disable=SC2016 # the inner shell expands it
 xargs -P "$(nproc)" -n 1 sh -c '"$0/run_case.sh" "$1" "$2" >/dev/null 2>&1 || echo "FAILED: $2"' "$cases" "$arm" \
   <"$work/cases" >"$work/failed"
 cat "$work/failed"
