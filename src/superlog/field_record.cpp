@@ -206,7 +206,7 @@ static bool SettleMoment(const Layout& layout, const LineFields& fields, SuperLo
   if (moment.form == MomentForm::kNone) {
     return false;
   }
-  if ((layout.writing.utc || mFixGmt) && !moment.is_instant) {
+  if (layout.writing.utc && !moment.is_instant) {
     moment.is_instant = true;
     moment.instant = moment.as_utc;
   }

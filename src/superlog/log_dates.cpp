@@ -319,7 +319,7 @@ bool ReadInLastHour(std::string_view text, tm& when, time_t& instant) {
     return false;
   }
   if (mHourBegin != 0) {
-    instant = mHourBegin + minute * 60 + second;
+    instant = mHourBegin + minute * time_t{60} + second;
     return true;
   }
   instant = 0;

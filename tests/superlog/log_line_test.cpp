@@ -924,7 +924,7 @@ class ZonesOfLinesTest : public ParseNextLineTest {
   }
 
   static std::string Line(const std::string& time) {
-    return "10.0.0.1 - - [" + time + "] \"GET /a HTTP/1.0\" 200 1\n";
+    return "10.0.0.1 - - [" + time + "] \"GET /a HTTP/1.0\" 200 1 \"-\" \"Lynx\"\n";
   }
   static std::vector<time_t> Times(const std::string& log) {
     std::vector<time_t> times;
