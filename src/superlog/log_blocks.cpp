@@ -131,7 +131,7 @@ static size_t BlocksBefore(const KnownLog& known) {
   return count;
 }
 
-// Proving that a log begins as before takes a fifth of reading it.
+// Proving that a log begins as before takes a third of reading it.
 static size_t UsableBlocks() {
   const KnownLog& known = mBlocks.known;
   if (known.blocks.empty() || known.packed || FormatOfLog() != PackFormat::kNone) {
@@ -140,7 +140,7 @@ static size_t UsableBlocks() {
   if (mBlocks.same) {
     return known.blocks.size();
   }
-  if (BytesOutside(known) < known.size / 3 || !BeginsAsKnown(known)) {
+  if (BytesOutside(known) < known.size / 2 || !BeginsAsKnown(known)) {
     return 0;
   }
   return known.size == mBlocks.stamp.size ? known.blocks.size() : BlocksBefore(known);

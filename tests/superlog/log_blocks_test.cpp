@@ -365,7 +365,7 @@ class History : public LogBlocksTest {
 TEST_F(History, NeverChangesAFigure) {
   int64_t read = 0;
   int64_t passed = 0;
-  for (int step = 0; step < 600; ++step) {
+  for (int step = 0; step < 250; ++step) {
     for (uint32_t changes_now = Below(3); changes_now > 0; --changes_now) {
       ChangeLogs();
     }

@@ -1,9 +1,11 @@
 #include "superlog/log_store.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
 #include <string>
 
@@ -104,6 +106,18 @@ TEST_F(LogStore, WhatHasTooManyBlocksIsNotKept) {
   log.blocks.resize(kMostKeptBlocks + 1);
   Keep(log);
   EXPECT_EQ(Recalled(), "nothing");
+}
+
+TEST_F(LogStore, WithoutRoomTheOldEntryStays) {
+  Keep(Known());
+  signal(SIGXFSZ, SIG_IGN);
+  rlimit room{};
+  getrlimit(RLIMIT_FSIZE, &room);
+  const rlimit none{.rlim_cur = 100, .rlim_max = room.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &none), 0);
+  Keep(Known(13));
+  setrlimit(RLIMIT_FSIZE, &room);
+  EXPECT_EQ(Recalled(), "12 records");
 }
 
 TEST_F(LogStore, HashesAreOfTheFileOfTheStamp) {
