@@ -5,8 +5,8 @@
 
 static constexpr char kBlanks = '\x01';  // any number of blanks, in a literal
 
-std::string_view LiteralBefore(const Pattern& pattern, size_t i) {
-  const PatternElement& element = pattern.elements[i];
+std::string_view LiteralBefore(const Pattern& pattern, size_t field) {
+  const PatternElement& element = pattern.elements[field];
   return {pattern.literals.data() + element.literal, element.literal_size};
 }
 

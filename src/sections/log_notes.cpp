@@ -105,10 +105,11 @@ static void NameLayout(char (&name)[96], const NearLayout& nearest) {
 }
 
 // Adds which layout comes nearest to the first of the lines, which the sentence calls so.
-static void AddNearest(LogNotes& notes, const NearLayout& nearest, const char* line) {
-  const size_t size = strlen(notes.detail);
-  char* const end = notes.detail + size;
-  const size_t room = sizeof notes.detail - size;
+template <size_t kSize>
+static void AddNearest(char (&detail)[kSize], const NearLayout& nearest, const char* line) {
+  const size_t size = strlen(detail);
+  char* const end = detail + size;
+  const size_t room = kSize - size;
   const NearMiss& miss = nearest.miss;
   char name[96];
   if (miss.layout == 0) {
@@ -129,7 +130,7 @@ void TellLinesOfNone(LogNotes& notes, const LogState& log, bool) {
   const int64_t lines = log.lines_not_understood;
   snprintf(notes.detail, sizeof notes.detail, ": %s line%s, none understood", Grouped(lines).text,
            lines == 1 ? "" : "s");
-  AddNearest(notes, log.nearest, lines == 1 ? "; it" : "; the first");
+  AddNearest(notes.detail, log.nearest, lines == 1 ? "; it" : "; the first");
 }
 
 // Where most lines are understood, single ones are what a server says besides.
@@ -141,7 +142,7 @@ void TellLines(LogNotes& notes, const LogState& log, bool) {
            Grouped(lines).text, lines == 1 ? "" : "s", Grouped(all).text, lines == 1 ? "in" : "the first in",
            Grouped(log.first_not_understood).text);
   if (lines > all / kFew) {
-    AddNearest(notes, log.nearest, ", which");
+    AddNearest(notes.detail, log.nearest, ", which");
   }
 }
 
