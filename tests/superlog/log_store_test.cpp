@@ -24,15 +24,19 @@ constexpr LogStamp kStamp{.device = 7,
 constexpr uint64_t kRules = 0xfedcba9876543210;
 
 KnownLog Known(int64_t records = 12) {
-  KnownLog log{.stamp = kStamp,
-               .settled = true,
-               .packed = false,
-               .size = 900,
-               .key = {{1, 2, 3, 4}},
-               .hash = {5, 6},
-               .bytes = 901,
-               .first = {.lines = 0, .first = 7, .line = "GET / \"?"},
-               .blocks = {}};
+  KnownLog log{
+      .stamp = kStamp,
+      .settled = true,
+      .packed = false,
+      .size = 900,
+      .key = {{1, 2, 3, 4}},
+      .hash = {5, 6},
+      .bytes = 901,
+      .first = {.lines = 0,
+                .first = 7,
+                .line = "GET / \"?",
+                .nearest = {.miss = {.layout = 2, .field = Field::kStatus, .character = 17}, .given = true}},
+      .blocks = {}};
   for (uint64_t i = 0; i < 3; ++i) {
     log.blocks.push_back({i * 300, i, i % 2, records, -5, 1000000000000, 2});
   }
@@ -63,6 +67,10 @@ class LogStore : public testing::Test {
     EXPECT_EQ(log.bytes, known.bytes);
     EXPECT_EQ(log.first.first, known.first.first);
     EXPECT_STREQ(log.first.line, known.first.line);
+    EXPECT_EQ(log.first.nearest.given, known.first.nearest.given);
+    EXPECT_EQ(log.first.nearest.miss.layout, known.first.nearest.miss.layout);
+    EXPECT_EQ(log.first.nearest.miss.field, known.first.nearest.miss.field);
+    EXPECT_EQ(log.first.nearest.miss.character, known.first.nearest.miss.character);
     EXPECT_EQ(log.blocks, known.blocks);
     return std::to_string(log.blocks[0].records) + " records";
   }
@@ -209,6 +217,15 @@ TEST_F(LogStore, StampsAreOfPlainFiles) {
   EXPECT_EQ(stamp.size, 5U);
   EXPECT_FALSE(StampOf(folder.c_str(), stamp));
   EXPECT_FALSE(StampOf("/nowhere", stamp));
+}
+
+TEST_F(LogStore, KnowsNoLayoutThatThereIsNoneOf) {
+  KnownLog log = Known();
+  log.first.nearest.miss.layout = 255;
+  Keep(log);
+  KnownLog known;
+  ASSERT_TRUE(Recall(kStamp, known));
+  EXPECT_EQ(known.first.nearest.miss.layout, 0);
 }
 
 TEST_F(LogStore, SettledIsOlderThanTwoSeconds) {
