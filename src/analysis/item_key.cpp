@@ -21,6 +21,10 @@ static constexpr signed char kCaseBit = 'a' - 'A';
 // products of neighbouring words of 32 bits, each word hidden by one of the seed. To each
 // sum the state of the chunks before is added; times a word of the seed it is the next,
 // and the last one once more: after one product, keys that differ little lie together.
+static uint64_t FirstState(std::string_view key, uint64_t length_seed) {
+  return key.size() ^ length_seed;
+}
+
 static uint32_t LastState(uint64_t state, uint64_t chain) {
   return static_cast<uint32_t>(MultiplyFold(MultiplyFold(state, chain), chain));
 }
@@ -62,7 +66,7 @@ static bool DifferInChunk(const char* a, const char* b, const char* mask) {
 }
 
 static uint32_t HashPlainly(std::string_view key, bool fold, const KeySeed& seed) {
-  uint64_t state = key.size() ^ seed.length;
+  uint64_t state = FirstState(key, seed.length);
   const char* from = key.data();
   size_t left = key.size();
   for (; left > kKeyChunk; left -= kKeyChunk, from += kKeyChunk) {
@@ -158,7 +162,7 @@ WIDE uint64_t HashChunkWide(const char* from, const char* mask, __m256i case_bit
 WIDE uint32_t HashChunksWide(std::string_view key, bool fold, const WideSeed& seed) {
   // Which keys are folded is no turn that can be foreseen.
   const __m256i case_bits = _mm256_set1_epi8(fold ? kCaseBit : 0);
-  uint64_t state = key.size() ^ seed.length;
+  uint64_t state = FirstState(key, seed.length);
   const char* from = key.data();
   size_t left = key.size();
   for (; left > kKeyChunk; left -= kKeyChunk, from += kKeyChunk) {

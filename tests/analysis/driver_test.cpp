@@ -770,16 +770,17 @@ TEST_F(CountLogsTest, SearchPhrasesOfKnownReferrersAreReadEachTime) {
   settings_.search.on = 1;
   settings_.referrers.on = 1;
   ParseSearchEngineDefinition("F;domain=finder.example;vars=q");
-  AddLog("a.log", ManyReferrers({"http://Finder.example/?q=A", "http://finder.example/?q=A",
-                                 "http://finder.example/?Q=a", "http://other.example/?q=b",
-                                 "http://finder.example/", "http://other.example/"},
-                                100));
+  AddLog("a.log",
+         ManyReferrers({"http://Finder.example/?q=A", "http://finder.example/?q=A",
+                        "http://finder.example/?Q=a", "http://finder.example/?q=z",
+                        "http://other.example/?q=b", "http://finder.example/", "http://other.example/"},
+                       100));
   Run();
-  EXPECT_EQ(Counted(analysis_.search.engines->phrases), "A=100 a=100 ");
-  EXPECT_EQ(analysis_.search.hits, 200);
+  EXPECT_EQ(Counted(analysis_.search.engines->phrases), "A=100 a=100 z=100 ");
+  EXPECT_EQ(analysis_.search.hits, 300);
   EXPECT_EQ(Referrers(),
-            "http://finder.example/=100 http://Finder.example/?q=A=300 http://other.example/=100 "
-            "http://other.example/?q=b=100 ");
+            "http://finder.example/=100 http://Finder.example/?q=A=300 http://finder.example/?q=z=100 "
+            "http://other.example/=100 http://other.example/?q=b=100 ");
 }
 
 TEST_F(CountingOfDriver, ReferralsOfKnownReferrersCountEachTime) {
