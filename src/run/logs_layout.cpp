@@ -5,8 +5,21 @@
 #include <limits>
 
 #include "base/text.h"
+#include "cgi/settings.h"
 #include "config/server_layouts.h"
 #include "superlog/superlog.h"
+
+void TakeLongLayout(int argc, char* const* argv) {
+  constexpr std::string_view kName = "logformat=";
+  std::string_view last;
+  for (int i = 1; i < argc; ++i) {
+    const std::string_view argument = argv[i];
+    last = BeginsWithIgnoreCase(argument, kName) ? argument.substr(kName.size()) : last;
+  }
+  if (last.size() > kTextMax) {
+    SuperLog_SetLayoutText(last, kLevelForm);
+  }
+}
 
 static constexpr int kAboveAllLevels = std::numeric_limits<int>::max();
 

@@ -76,6 +76,9 @@ static bool TakeParameters(Task& task) {
   const bool arguments = task.env.command_line != 0 || (task.edition->server_arguments && !task.pinned);
   const bool taken = ReadParameters(arguments ? task.input.argc : 0, task.input.argv, task.input.form,
                                     task.env, task.edition->form, task.settings);
+  if (task.edition->counting.limits.layouts && task.env.command_line != 0 && !IsFormPosted(task.env)) {
+    TakeLongLayout(task.input.argc, task.input.argv);
+  }
   if (task.pinned) {
     CopyText(task.settings.config, task.config.path);
   }

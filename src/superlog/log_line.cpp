@@ -579,12 +579,21 @@ static void ShowLine(char (&shown)[kShownOfLine + 1]) {
   MakePrintable(shown);
 }
 
-// What is to be told of the first line that is not understood. Letters that were told are the only layout
-// that is tried.
+// Letters that were told are the only layout that is tried. They may lack what every line needs.
+static NearLayout NearestOfLetters() {
+  const std::string_view letters = mKnownFormatBuf;
+  const bool dated = letters.find_first_of("012345") != std::string_view::npos;
+  const bool asked = letters.find_first_of("qux") != std::string_view::npos;
+  return dated && asked ? NearLayout{} : NearLayout{{1, dated ? Field::kRequest : Field::kMoment, 0}, true};
+}
+
+// What is to be told of the first line that is not understood.
 [[gnu::cold, gnu::noinline]] static void DescribeLine() {
   const bool letters = mFormatKnown && mCurLogFormat != kFamilyClf;
   ShowLine(mNotUnderstood.line);
-  mNotUnderstood.nearest = mLogLimits.layouts && !letters ? NearestLayout(CurrentLine()) : NearLayout{};
+  mNotUnderstood.nearest = !mLogLimits.layouts ? NearLayout{}
+                           : letters           ? NearestOfLetters()
+                                               : NearestLayout(CurrentLine());
 }
 
 [[gnu::cold, gnu::noinline]] static void TakeLineNotUnderstood() {
