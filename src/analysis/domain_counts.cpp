@@ -131,16 +131,22 @@ static void AddHost(const Questions& questions, std::string_view host, int64_t c
   AddRequests(questions, domain, TypeOfDomain(questions.rules.domains ? domain : host), count);
 }
 
+// Hosts are cut by scans that read on behind their ends.
+static void AddCopyOfHost(const Questions& questions, const char* host, int64_t count) {
+  char copy[kLongestHostName + 1 + kScanOverread];
+  const size_t length = CopyText(copy, kLongestHostName + 1, host);
+  AddHost(questions, {copy, length}, count);
+}
+
 static void AddAsAddress(const Questions& questions, const Asked& asked) {
-  char text[kAddressTextSize + kScanOverread];
-  NetworkText network;
-  if (!IsIpv4(asked.address)) {
-    AddRequests(questions, WriteNetwork(asked.address, network), TypeOfAddress(), asked.count);
+  if (IsIpv4(asked.address)) {
+    char text[kAddressTextSize];
+    WriteAddress(asked.address, text);
+    AddCopyOfHost(questions, text, asked.count);
     return;
   }
-  char written[kAddressTextSize];
-  WriteAddress(asked.address, written);
-  AddHost(questions, {text, CopyText(text, written)}, asked.count);
+  NetworkText network;
+  AddRequests(questions, WriteNetwork(asked.address, network), TypeOfAddress(), asked.count);
 }
 
 static void LeaveOut(Questions& questions, const Asked& asked) {
@@ -151,7 +157,6 @@ static void LeaveOut(Questions& questions, const Asked& asked) {
 
 // Takes the answer to a question, whose place is free then.
 static void TakeAnswer(Questions& questions, const LookUpAnswer& answer) {
-  char name[sizeof answer.name + kScanOverread];
   Asked& asked = questions.asked[answer.number % kMostAtOnce];
   if (!asked.waits) {
     return;
@@ -159,7 +164,7 @@ static void TakeAnswer(Questions& questions, const LookUpAnswer& answer) {
   asked.waits = false;
   --questions.waiting;
   if (answer.outcome == LookUpOutcome::kNamed) {
-    AddHost(questions, {name, CopyText(name, answer.name)}, asked.count);
+    AddCopyOfHost(questions, answer.name, asked.count);
     return;
   }
   questions.analysis.look_ups.unanswered += answer.outcome == LookUpOutcome::kUnanswered ? 1 : 0;

@@ -471,6 +471,7 @@ void EndAnalysis(Analysis& analysis) {
   destroyListInfo();
   DestroyDNSCache();
   ForgetAddresses();
+  StopLookUps();
   SuperLog_Uninit();
   for (CountedReport* report :
        {&analysis.urls, &analysis.referrers, &analysis.browsers, &analysis.badurls, &analysis.badreferrers,
