@@ -15,7 +15,7 @@ struct LookUpFigures {
 // text that is no address has none. Waits for the answer, within the time of look_ups.h. Of more than 262,144
 // addresses the others are neither looked up nor among the figures. When memory runs out, the process exits
 // with status 1.
-char* NameOfAddress(const char* address, LookUpFigures& figures);
+char* NameOfAddress(const char* text, LookUpFigures& figures);
 
 // Releases all names.
 void ForgetAddresses();

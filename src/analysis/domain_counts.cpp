@@ -195,8 +195,8 @@ static void Ask(Questions& questions, const Asked& asked) {
   if (questions.waiting == kMostAtOnce) {
     WaitForOne(questions);
   }
-  const auto free = std::find_if(questions.asked.begin(), questions.asked.end(),
-                                 [](const Asked& other) { return !other.waits; });
+  auto* const free = std::find_if(questions.asked.begin(), questions.asked.end(),
+                                  [](const Asked& other) { return !other.waits; });
   const auto number = static_cast<uint32_t>(free - questions.asked.begin());
   if (!AskForName({number, asked.address})) {
     LeaveOut(questions, asked);

@@ -15,19 +15,19 @@ static constexpr ContentKey kOtherwise = {
 struct BlockReading {
   time_t range_first;
   time_t range_last;
-  bool stamped;
-  LogStamp stamp;  // of the log before it was opened,
-  bool settled;    // and whether it was so then
-  KnownLog known;
-  bool same;      // the file is as it was
-  size_t usable;  // of the known blocks; those that are used come first
-  size_t next;    // the number of the block that comes next
-  bool hashed;
+  size_t usable;          // of the known blocks; those that are used come first
+  size_t next;            // the number of the block that comes next
   uint64_t bytes_before;  // of all logs, when this one was opened
   int64_t lines_before;   // not understood, when the block began
   int64_t in_range;       // records
-  bool passed_end;        // the last block was not read
-  KnownLog made;          // what this reading tells
+  LogStamp stamp;         // of the log before it was opened
+  KnownLog known;
+  KnownLog made;  // what this reading tells
+  bool stamped;
+  bool settled;  // when it was opened
+  bool same;     // the file is as it was
+  bool hashed;
+  bool passed_end;  // the last block was not read
 };
 static BlockReading mBlocks;
 static BlockSizes mSizes;
