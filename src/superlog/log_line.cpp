@@ -433,8 +433,8 @@ static bool IsInstant(const tm& written) {
 }
 
 static bool TakeInstant(SuperLogRecord& record) {
-  const bool dated = !HoldsNoDate(record.local);
-  return CompleteInstant(record.local, record.time) && dated && record.time != 0 && record.time != -1;
+  return IsReal(record.local) && CompleteInstant(record.local, record.time) && record.time != 0 &&
+         record.time != -1;
 }
 
 [[gnu::always_inline]] static inline bool TakeTime(SuperLogRecord& record) {
