@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "base/text.h"
+#include "dates/days.h"
 #include "dates/local_time.h"
 #include "dates/written_zone.h"
 #include "dates/years.h"
@@ -293,12 +294,15 @@ static constexpr std::string_view kZoneForm = " +0000";
 static constexpr size_t kZonePlace = kHourForm.size() + std::string_view("00:00").size();
 static char mZoneText[kZoneForm.size()];
 
-// When the hour of that date begins, where its zone counts; else 0, as before 1970.
+// When the hour of that date begins, where its zone counts; else 0, as before 1970 and of an hour that there is
+// none of.
 static time_t mHourBegin = 0;
 
 static time_t BeginOfHour(tm when) {
+  const bool real = when.tm_hour < 24 &&
+                    IsDay({.month = when.tm_mon + 1, .day = when.tm_mday, .year = when.tm_year + 1900});
   when.tm_min = when.tm_sec = 0;
-  return when.tm_zone == nullptr ? 0 : std::max(InstantOf(when), time_t{0});
+  return when.tm_zone == nullptr || !real ? 0 : std::max(InstantOf(when), time_t{0});
 }
 
 static void RememberHour(std::string_view text, const tm& when) {
@@ -318,7 +322,7 @@ bool ReadInLastHour(std::string_view text, tm& when, time_t& instant) {
       !ReadMinutes(text, minute, second)) {
     return false;
   }
-  if (mHourBegin != 0) {
+  if (mHourBegin != 0 && minute < 60 && second <= 60) {
     instant = mHourBegin + minute * time_t{60} + second;
     return true;
   }
