@@ -197,7 +197,7 @@ static bool MayBeLetters(std::string_view format) {
          format.find_first_of("qux") != std::string_view::npos;
 }
 
-UnknownLayout SuperLog_UnknownLayout() {
+UnknownLayout SuperLog_UnknownLayout() noexcept {
   const bool asked = mLayoutSource != 0 && mLayoutSource >= mLogFormatSource;
   const bool unknown = asked && !IsUserLayout(mLayoutText);
   return {unknown ? mLayoutText : "", mLogFormatSource == mLayoutSource && MayBeLetters(mLayoutText)};

@@ -74,7 +74,7 @@ struct UnknownLayout {
   std::string_view text;
   bool may_be_letters;
 };
-UnknownLayout SuperLog_UnknownLayout();
+UnknownLayout SuperLog_UnknownLayout() noexcept;
 
 // Takes these for all logs from now on, unless letters of a stronger level hold. False when they are
 // neither name nor words.
