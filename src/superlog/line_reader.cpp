@@ -25,7 +25,7 @@ char* mpLineEnd = mNoLine;
 uint32_t mLineLen = 0;
 LineQuotes mLineQuotes = {};
 
-// The open file; the pipe through which it comes, if it is compressed.
+// The open file. Of a compressed one, which is read by others, no more is done with it than to close it.
 static int mhFile = -1;
 static bool mIsRegularFile = false;
 static PackFormat mPackFormat = PackFormat::kNone;
@@ -93,14 +93,16 @@ PackFormat FormatOfLog() {
   return mPackFormat;
 }
 
-// A compressed file becomes the pipe through which it comes.
 static void UnpackIfPacked() {
   const PackFormat format = mUnpacks && mIsRegularFile ? FormatOfFile(mhFile) : PackFormat::kNone;
-  if (format != PackFormat::kNone) {
-    const int pipe = OpenUnpacked(mhFile, format);
+  if (format == PackFormat::kNone) {
+    return;
+  }
+  if (OpenUnpacked(mhFile, format)) {
+    mPackFormat = format;
+  } else {
     close(mhFile);
-    mhFile = pipe;
-    mPackFormat = pipe < 0 ? PackFormat::kNone : format;
+    mhFile = -1;
   }
 }
 
@@ -115,14 +117,14 @@ bool OpenLog(const char* path) {
 
 // Whoever does not read to the end does not learn how it would have been.
 static UnpackEnd CloseFile() {
-  if (mPackFormat != PackFormat::kNone) {
-    const UnpackEnd end = CloseUnpacked(mhFile);
-    return mUnpackedToEnd || end == UnpackEnd::kNoLibrary ? end : UnpackEnd::kUnwanted;
-  }
   if (mhFile >= 0) {
     close(mhFile);
   }
-  return UnpackEnd::kWhole;
+  if (mPackFormat == PackFormat::kNone) {
+    return UnpackEnd::kWhole;
+  }
+  const UnpackEnd end = CloseUnpacked();
+  return mUnpackedToEnd || end == UnpackEnd::kNoLibrary ? end : UnpackEnd::kUnwanted;
 }
 
 UnpackEnd CloseLog() {
@@ -168,7 +170,8 @@ static ssize_t ReadSomeAt(char* dst, size_t size, int64_t offset) {
     const std::string_view far = {mFarBuf, mFarSize};
     return static_cast<ssize_t>(far.copy(dst, size, static_cast<size_t>(offset - mFarOffset)));
   }
-  return mPackFormat == PackFormat::kNone ? pread(mhFile, dst, size, offset) : read(mhFile, dst, size);
+  return mPackFormat == PackFormat::kNone ? pread(mhFile, dst, size, offset)
+                                          : static_cast<ssize_t>(ReadUnpacked(dst, size));
 }
 
 // Reads size bytes at offset, fewer only at the end of the data. What is unpacked is asked for in order.

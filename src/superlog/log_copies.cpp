@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <tuple>
 #include <vector>
 
@@ -113,29 +112,17 @@ bool MayBeUnpackedCopy(LogFile& log, std::string_view beginning) {
   return alike;
 }
 
-// Reads a whole block, less only at the end.
-static size_t ReadFrom(int pipe, char* block, size_t size) {
-  size_t got = 0;
-  for (ssize_t n = 1; n != 0 && got < size;) {
-    n = read(pipe, block + got, size - got);
-    got += n > 0 ? static_cast<size_t>(n) : 0;
-    n = n < 0 && errno != EINTR ? 0 : n;
-  }
-  return got;
-}
-
 static bool HashUnpacked(int file, PackFormat format, ContentHash& hash) {
   static char block[kContentBlock];
-  const int pipe = OpenUnpacked(file, format);
-  if (pipe < 0) {
+  if (!OpenUnpacked(file, format)) {
     return false;
   }
   size_t size = 0;
   do {
-    size = ReadFrom(pipe, block, sizeof block);
+    size = ReadUnpacked(block, sizeof block);
     hash = size > 0 ? AddBlock(mKey, hash, block, size) : hash;
   } while (size == sizeof block);
-  return CloseUnpacked(pipe) == UnpackEnd::kWhole;
+  return CloseUnpacked() == UnpackEnd::kWhole;
 }
 
 // Of the lines in it.

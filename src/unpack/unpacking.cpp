@@ -1,50 +1,73 @@
 #include "unpack/unpacking.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
 
 #include "sandbox/helper_process.h"
+#include "unpack/chunks.h"
 #include "unpack/helper.h"
 
 static HelperProcess mHelper;
+static unsigned char* mChunks;
+static ChunkReader mReader;
 
-// As much as an ordinary user's pipe may hold: whoever unpacks and whoever counts seldom wait for each other.
-static constexpr int kPipeSize = 1 << 20;
-
-void StartUnpacking() {
-  StartHelper(mHelper, ServeUnpacking);
+static void Serve(int socket, pid_t parent) {
+  ServeUnpacking(socket, parent, mChunks);
 }
 
-int OpenUnpacked(int file, PackFormat format) {
+static void DropChunks() {
+  if (mChunks != nullptr) {
+    UnmapChunks(mChunks);
+  }
+  mChunks = nullptr;
+}
+
+void StartUnpacking() {
+  if (mHelper.process >= 0) {
+    return;
+  }
+  mChunks = MapChunks();
+  if (mChunks != nullptr && StartHelper(mHelper, Serve)) {
+    KeepChunks(mChunks);
+  } else {
+    DropChunks();
+  }
+}
+
+bool OpenUnpacked(int file, PackFormat format) {
   int ends[2];
   StartUnpacking();
-  if (mHelper.process < 0 || pipe2(ends, O_CLOEXEC) != 0) {
-    return -1;
+  if (mHelper.process < 0 || !OpenNotes(ends)) {
+    return false;
   }
-  fcntl(ends[0], F_SETPIPE_SZ, kPipeSize);
   const bool sent = SendRequest(mHelper.socket, {format, file, ends[1]});
   close(ends[1]);
   if (!sent) {
     close(ends[0]);
-    return -1;
+    return false;
   }
-  return ends[0];
+  mReader = {.memory = mChunks, .notes = ends[0]};
+  return true;
 }
 
-UnpackEnd CloseUnpacked(int pipe) {
-  close(pipe);
+size_t ReadUnpacked(char* dst, size_t size) {
+  return ReadChunks(mReader, dst, size);
+}
+
+UnpackEnd CloseUnpacked() {
+  close(mReader.notes);
   UnpackEnd end = UnpackEnd::kBroken;
   ssize_t got = 0;
   do {
     got = read(mHelper.socket, &end, sizeof end);
   } while (got < 0 && errno == EINTR);
-  return got == sizeof end ? end : UnpackEnd::kBroken;
+  return got == sizeof end && !mReader.broken ? end : UnpackEnd::kBroken;
 }
 
 void StopUnpacking() {
   StopHelper(mHelper);
+  DropChunks();
 }
 
 const char* LibraryFor(PackFormat format) {
