@@ -34,7 +34,7 @@ static const char* const kReportCalls[] = {
     "gettimeofday", "time",
     // Who one is.
     "getpid", "gettid", "getuid", "geteuid", "getgid", "getegid", "uname",
-    // Compressed logs: their bytes come through a pipe from a process that another one starts. Names: answers
+    // Compressed logs: of their bytes, a pipe tells from a process that another one starts. Names: answers
     // come from another one, which is waited for so long.
     "pipe2", "wait4", "poll", "ppoll",
     // A run that was stopped goes on, one that gives up ends.
