@@ -1,6 +1,5 @@
 #include "layouts/key_names.h"
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <iterator>
@@ -255,9 +254,12 @@ static constexpr std::array<uint8_t, kSlots> MakeSlots() {
 static constexpr std::array<uint8_t, kSlots> kNameSlots = MakeSlots();
 
 static Holds WhatHolds(std::string_view key) {
-  const auto* const object = std::find_if(std::begin(kObjects), std::end(kObjects),
-                                          [key](const ObjectName& one) { return IsName(one.name, key); });
-  return object == std::end(kObjects) ? Holds::kNothing : object->holds;
+  for (const ObjectName& object : kObjects) {
+    if (IsName(object.name, key)) {
+      return object.holds;
+    }
+  }
+  return Holds::kNothing;
 }
 
 static constexpr size_t kLongestKey = 64;
