@@ -264,6 +264,13 @@ static void MarkUnread() {
   mpNextMark = mMarks;
 }
 
+// Of the byte-order mark that programs of Windows write at the beginning of a file.
+static size_t SizeOfMark(std::string_view window) {
+  constexpr std::string_view kMark = "\xEF\xBB\xBF";
+  const bool there = mLogLimits.passes_mark && mWindowOffset == 0 && window.starts_with(kMark);
+  return there ? kMark.size() : 0;
+}
+
 // Called when a byte behind the window is needed: reads the next window and
 // moves the unread bytes in front of it. False at the end of the data.
 static bool RefreshBigBuf() {
@@ -276,11 +283,12 @@ static bool RefreshBigBuf() {
   memmove(mpWindow - unread, mpBigBufCurPos, unread);
   const size_t size = ReadAt(mpWindow, kBigBufSize, mWindowOffset);
   HashWindow(size);
+  const size_t mark = SizeOfMark({mpWindow, size});
   mWindowOffset += static_cast<int64_t>(size);
   if (mPackFormat != PackFormat::kNone) {
     CountUnpackedEnds(mpWindow, mpWindow + size);
   }
-  mpBigBufCurPos = mpWindow - unread;
+  mpBigBufCurPos = mpWindow - unread + mark;  // nothing is unread before the first window
   mpBigBufLastPos = mpWindow + size;
   mpCountedTo = mpWindow;
   FindStop();
@@ -401,7 +409,8 @@ void GoToLine(int64_t offset) {
   mpBigBufCurPos = mpBigBufLastPos = mpCountedTo = mpWindow;
   mWindowOffset = offset - in_window;
   RefreshBigBuf();
-  mpBigBufCurPos += std::min<ptrdiff_t>(in_window, mpBigBufLastPos - mpBigBufCurPos);
+  char* const line = mpWindow + std::min<ptrdiff_t>(in_window, mpBigBufLastPos - mpWindow);
+  mpBigBufCurPos = std::max(mpBigBufCurPos, line);
 }
 
 // Those before a position of the file, by reading it again.

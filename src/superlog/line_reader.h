@@ -91,7 +91,8 @@ bool HashOfReading(ContentHash& hash);
 // when none is open), through the block buffer. CR, LF, a 0xFF byte after the
 // first character, and the end of the file end a line; of the rest of an
 // over-long line only CR, LF and the end of the file. Limits without ff_ends_line
-// make 0xFF an ordinary character. A read error looks like the end of the file.
+// make 0xFF an ordinary character; with passes_mark a byte-order mark of UTF-8 (EF BB BF) at the beginning of
+// the file, or of what is unpacked of it, is passed over. A read error looks like the end of the file.
 void ReadLineFromBigBuf();
 
 // The number of the line that was made current last by ReadLineFromBigBuf, from 1, as editors count: a line
@@ -112,7 +113,7 @@ inline constexpr size_t kMostAhead = size_t{1024} * 1024;
 std::string_view TextFarAhead();
 
 // The same without block buffer and byte counter, where 0xFF is an ordinary
-// character. For logs of which few lines are read, to learn their dates. The two
+// character, and so is a byte-order mark. For logs of which few lines are read, to learn their dates. The two
 // readers have positions of their own in the file. It is not the reader of text
 // files (base/text_file.h), because what looks for formats and dates takes the
 // current line from here, wherever it came from, with the room behind it.

@@ -188,7 +188,7 @@ void SuperLog_FindAhead(const Settings& settings, const LogPaths& paths) {
 
 // ---- What decides about the records of a log -----------------------------------
 
-static constexpr uint64_t kReadingVersion = 3;  // of what makes a record of a line
+static constexpr uint64_t kReadingVersion = 4;  // of what makes a record of a line
 
 static constexpr ContentKey kRulesKey = {
     {0x9216d5d98979fb1b, 0xd1310ba698dfb5ac, 0x2ffd72dbd01adfb7, 0xb8e1afed6a267e96}};  // digits of pi
@@ -202,8 +202,8 @@ static uint64_t HashOfZone() {
 
 static uint64_t HashOfRules(uint64_t zone) {
   struct {
-    uint64_t version, line, item, request, wide, ff, escapes, layouts, requests, addresses, zones, order,
-        offset;
+    uint64_t version, line, item, request, wide, ff, escapes, layouts, requests, addresses, zones, mark,
+        order, offset;
     uint64_t gmt, zone, layout;
     char program[16];
   } rules = {};
@@ -218,6 +218,7 @@ static uint64_t HashOfRules(uint64_t zone) {
   rules.requests = mLogLimits.all_requests;
   rules.addresses = mLogLimits.whole_addresses;
   rules.zones = mLogLimits.zones;
+  rules.mark = mLogLimits.passes_mark;
   rules.order = static_cast<uint64_t>(mDateFormat);
   rules.offset = static_cast<uint64_t>(mGmtOffset);
   rules.gmt = mFixGmt;

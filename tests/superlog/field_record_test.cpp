@@ -203,6 +203,36 @@ TEST_F(FieldRecordTest, CountsRequestsThatTheServerCouldNotRead) {
   EXPECT_TRUE(Read(head + R"("msg":"reloaded"})" + "\n").empty());
 }
 
+TEST_F(FieldRecordTest, CountsRequestsWithoutStatusOrSize) {
+  const std::string head = R"({"ts":1709622371,"remote_addr":"192.0.2.7","uri":"/a",)";
+  for (const char* none : {"null", R"("")", R"("-")"}) {
+    EXPECT_EQ(Read(head + R"("status":)" + none + R"(,"size":)" + none + "}\n"),
+              (Records{"192.0.2.7 ~ ~ 1709622371 /a 0 0 ~ ~"}))
+        << none;
+  }
+  EXPECT_EQ(Read(head + R"("status":404.0,"size":3428.0})" + "\n"),
+            (Records{"192.0.2.7 ~ ~ 1709622371 /a 404 3428 ~ ~"}));
+  EXPECT_TRUE(Read(head + R"("size":12})" + "\n").empty());
+}
+
+TEST_F(FieldRecordTest, ReadsWhatLogstashMakesOfALine) {
+  EXPECT_EQ(
+      Read(
+          R"({"@timestamp":"2024-03-06T00:00:00.000Z","clientip":"192.0.2.7","ident":"-","auth":"-","timestamp":"05/Mar/2024:07:06:11 +0000","verb":"GET","request":"/a?b","httpversion":"1.1","response":"404","bytes":"12","referrer":"http://example.com/","agent":"Lynx x"})"
+          "\n"),
+      (Records{"192.0.2.7 ~ ~ 1709622371 /a?b 404 12 http://example.com/ Lynx x"}));
+}
+
+TEST_F(FieldRecordTest, ReadsTheFirstLineBehindAMark) {
+  const std::string mark = "\xEF\xBB\xBF";
+  EXPECT_EQ(Read(mark + R"({"ts":1709622371,"uri":"/a","status":200})" + "\n"),
+            (Records{"~ ~ ~ 1709622371 /a 200 0 ~ ~"}));
+  EXPECT_EQ(Read(mark + kCombined), (Records{"192.0.2.7 ~ ann 1709622371 /b 200 12 ~ Lynx x"}));
+  EXPECT_EQ(
+      Read(mark + "#Fields: date time c-ip cs-uri-stem sc-status\n2024-03-05 07:06:11 192.0.2.7 /a 200\n"),
+      (Records{"192.0.2.7 ~ ~ 1709622371 /a 200 0 ~ ~"}));
+}
+
 TEST_F(FieldRecordTest, PutsAQueryBehindARequestThatIsAPath) {
   const std::string head =
       R"({"time":"[05/Mar/2024:07:06:11 +0000]","remoteIP":"192.0.2.7","status":"200","bytes":"12",)";

@@ -162,6 +162,37 @@ TEST_F(ReadLineFromBigBufTest, ModernByte0xFFIsAnOrdinaryCharacter) {
   EXPECT_EQ(ReadAll(across + "\n", ReadLineFromBigBuf), Lines{"a\xFF\xFF\xFF\xFF b"});
 }
 
+TEST_F(ReadLineFromBigBufTest, ModernAMarkAtTheBeginningIsNoPartOfTheFirstLine) {
+  const std::string mark = "\xEF\xBB\xBF";
+  EXPECT_EQ(ReadAll(mark + "a\n", ReadLineFromBigBuf), Lines{mark + "a"});
+  mLogLimits = kModernLimits;
+  EXPECT_EQ(ReadAll(mark + "a\n" + mark + "b\n", ReadLineFromBigBuf), (Lines{"a", mark + "b"}));
+  EXPECT_EQ(ReadAll(mark + mark + "\n", ReadLineFromBigBuf), Lines{mark});
+  EXPECT_EQ(ReadAll(mark + "\r\n\na", ReadLineFromBigBuf), Lines{"a"});
+  EXPECT_EQ(ReadAll(mark, ReadLineFromBigBuf), Lines());
+  EXPECT_EQ(ReadAll(mark.substr(0, 2) + "\na", ReadLineFromBigBuf), (Lines{mark.substr(0, 2), "a"}));
+  EXPECT_EQ(ReadAll("\n" + mark, ReadLineFromBigBuf), Lines{mark});
+  ExpectSameAsModel(mark + RecordLines(3000));
+  ExpectSameAsModel(mark + std::string(kBigBufSize - mark.size(), 'a') + mark + "b\n");
+}
+
+TEST_F(ReadLineFromBigBufTest, ModernLinesAreWhereTheyAreBehindAMark) {
+  const std::string mark = "\xEF\xBB\xBF";
+  mLogLimits = kModernLimits;
+  OpenLogText(mark + "a\nbc\n" + mark + "d\n");
+  EXPECT_EQ(NextLineOffset(), 0);
+  EXPECT_TRUE(BeginningOfLog().starts_with("a\n"));
+  ReadLineFromBigBuf();
+  EXPECT_EQ(NextLineOffset(), 5);
+  EXPECT_EQ(LineNumber(), 1);
+  const std::pair<int64_t, std::string> lines[] = {{5, "bc"}, {8, mark + "d"}, {0, "a"}};
+  for (const auto& [offset, line] : lines) {
+    GoToLine(offset);
+    ReadLineFromBigBuf();
+    EXPECT_EQ(CurrentLine(), line) << offset;
+  }
+}
+
 TEST_F(ReadLineFromBigBufTest, NulEndsTheTextButNotTheLine) {
   OpenLogText(std::string("ab\0cd\nef\n", 9));
   ReadLineFromBigBuf();
@@ -513,6 +544,12 @@ TEST_F(CompressedLogTest, BothReadersDeliverWhatIsInIt) {
   ASSERT_EQ(plain.size(), 12001u);
   EXPECT_EQ(ReadAll(packed, ReadLineFromBigBuf), plain);
   EXPECT_EQ(ReadAll(packed, ReadLine), plain);
+}
+
+TEST_F(CompressedLogTest, PassesAMarkInIt) {
+  mLogLimits = kModernLimits;
+  const std::string packed = Pack(PackFormat::kGzip, "\xEF\xBB\xBF" + LargeLog());
+  EXPECT_EQ(ReadAll(packed, ReadLineFromBigBuf), ReadAll(LargeLog(), ReadLineFromBigBuf));
 }
 
 TEST_F(CompressedLogTest, TextFarAheadIsKept) {
