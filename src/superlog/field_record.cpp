@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <limits>
 #include <span>
 
 #include "base/hash_seed.h"
@@ -37,6 +38,7 @@ static bool mNamesPending =
 static char mNames[kLongestLine + 1];
 static bool mNamesTold = false;  // by such a line
 static SplitRoom mRoom;
+static LogSoFar mLogSoFar;
 
 // --- Texts of a record ------------------------------------------------------------
 
@@ -262,6 +264,7 @@ void ForgetFileLayouts() {
   mLayoutsHold = mUserLayout;
   mLastLayout = 0;
   mNamesPending = mNamesTold = false;
+  mLogSoFar = {};
 }
 
 void ResetLayouts() {
@@ -309,6 +312,10 @@ uint64_t StateOfLayouts() {
   for (size_t i = 0; i < mLayoutCount; ++i) {
     state = MixLayout(state, mLayouts[i]);
   }
+  // Places that have passed refuse nothing any more.
+  for (const int64_t refused_to : mLogSoFar.refused_to) {
+    state = Mix(state, static_cast<uint64_t>(refused_to > NextLineOffset() ? refused_to : 0));
+  }
   return state;
 }
 
@@ -327,6 +334,7 @@ static void HoldNextLayout() {
   mLastLayout = std::min(mLayoutCount, kMostLayouts - 1);
   mLayoutCount = mLastLayout + 1;
   mLayoutsHold = true;
+  mLogSoFar = {{mLayouts.data(), mLayoutCount}};
   TellLayout(mLayouts[mLastLayout]);
 }
 
@@ -419,7 +427,7 @@ static bool SplitByAny(std::string_view line, const LinesAhead& ahead, LineField
   if (SplitByHeld(line, fields)) {
     return true;
   }
-  if (mUserLayout || !RecogniseLayout(line, ahead, mRoom, NextLayout())) {
+  if (mUserLayout || !RecogniseLayout(line, ahead, mLogSoFar, mRoom, NextLayout())) {
     return false;
   }
   HoldNextLayout();
@@ -433,10 +441,11 @@ static bool ParseLine(std::string_view line, const LinesAhead& ahead, SuperLogRe
 }
 
 bool ParseByLayouts(std::string_view line, SuperLogRecord& record) {
-  return ParseLine(line, {TextAhead(), TextFarAhead}, record);
+  return ParseLine(line, {TextAhead(), TextFarAhead, NextLineOffset()}, record);
 }
 
 time_t TimeByLayouts(std::string_view line) {
   SuperLogRecord record;
-  return ParseLine(line, {}, record) ? record.time - mGmtOffset : 0;
+  constexpr int64_t kNowhere = std::numeric_limits<int64_t>::max();  // where nothing is refused
+  return ParseLine(line, {{}, nullptr, kNowhere}, record) ? record.time - mGmtOffset : 0;
 }

@@ -7,10 +7,11 @@
 class RecognitionTest : public testing::Test {
  protected:
   std::string Recognised(std::string_view line, std::string_view ahead = "") {
-    const bool found = RecogniseLayout(line, {ahead}, *room_, *layout_);
+    const bool found = RecogniseLayout(line, {ahead}, so_far_, *room_, *layout_);
     return found ? std::string(layout_->name) : "none";
   }
 
+  LogSoFar so_far_;
   std::unique_ptr<SplitRoom> room_ = std::make_unique<SplitRoom>();
   std::unique_ptr<Layout> layout_ = std::make_unique<Layout>();
 };
@@ -104,9 +105,9 @@ TEST_F(RecognitionTest, LooksFurtherAheadWhereTooFewLinesAreAtHand) {
   const std::string near = Repeated(SquidLine("200"), 50);
   mFarAsked = 0;
   mFarText = near + Repeated(SquidLine("200"), 200);
-  EXPECT_TRUE(RecogniseLayout(line, {near, FarText}, *room_, *layout_));
+  EXPECT_TRUE(RecogniseLayout(line, {near, FarText}, so_far_, *room_, *layout_));
   mFarText = near + Repeated(SquidLine("OK"), 20);
-  EXPECT_FALSE(RecogniseLayout(line, {near, FarText}, *room_, *layout_));
+  EXPECT_FALSE(RecogniseLayout(line, {near, FarText}, so_far_, *room_, *layout_));
   EXPECT_EQ(mFarAsked, 2);
 }
 
@@ -114,7 +115,7 @@ TEST_F(RecognitionTest, LooksNoFurtherWhereEnoughLinesAreAtHand) {
   const std::string line = SquidLine("200").substr(0, SquidLine("200").size() - 1);
   const std::string near = Repeated(SquidLine("200"), 200);
   mFarAsked = 0;
-  EXPECT_TRUE(RecogniseLayout(line, {near, FarText}, *room_, *layout_));
-  EXPECT_FALSE(RecogniseLayout("no layout explains this line", {"", FarText}, *room_, *layout_));
+  EXPECT_TRUE(RecogniseLayout(line, {near, FarText}, so_far_, *room_, *layout_));
+  EXPECT_FALSE(RecogniseLayout("no layout explains this line", {"", FarText}, so_far_, *room_, *layout_));
   EXPECT_EQ(mFarAsked, 0);
 }
