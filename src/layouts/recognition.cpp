@@ -72,6 +72,13 @@ static bool IsOfHeld(std::span<const Layout> held, std::string_view line, SplitR
   });
 }
 
+static bool IsOfAnyKnown(Wrapper wrapper, std::string_view line, SplitRoom& room) {
+  const std::span<const Layout> layouts = ReadyLayouts();
+  return std::any_of(layouts.begin(), layouts.end(), [&](const Layout& layout) {
+    return Explains(layout, Unwrap(wrapper, line, room.unwrapped), room);
+  });
+}
+
 // A layout and what is around its lines.
 struct Candidate {
   const Layout& layout;
@@ -86,9 +93,11 @@ static void WeighLine(const Candidate& candidate, std::span<const Layout> held, 
   if (!shaped || IsOfHeld(held, line, room)) {
     return;
   }
-  evidence.sound += sound;
-  evidence.against += !sound;
-  evidence.first_against = evidence.first_against == nullptr && !sound ? line.data() : evidence.first_against;
+  if (sound) {
+    ++evidence.sound;
+  } else if (!IsOfAnyKnown(candidate.wrapper, line, room) && evidence.against++ == 0) {
+    evidence.first_against = line.data();
+  }
 }
 
 static Evidence Weigh(const Candidate& candidate, std::span<const Layout> held, std::string_view text,

@@ -36,8 +36,9 @@ struct LogSoFar {
 
 // Takes the layout, with what is around its lines, that explains the line and most of the lines ahead, if of
 // those that have its shape at least kAgreeingLines of 100 have a date, a status and a size. Lines of another
-// kind in between, such as messages of the server, count for nothing, and so do those that a held layout
-// explains. What stands behind the last end of line ahead is left out. False, leaving layout as it was, when
+// kind in between, such as messages of the server, count for nothing. So do those that a held layout
+// explains, and those with no more than the shape that another known one explains: a log may hold lines of
+// several. What stands behind the last end of line ahead is left out. False, leaving layout as it was, when
 // there is none. A layout that is refused is not weighed again before the first line that spoke against it
 // has passed: that is noted in so_far, to be forgotten when other layouts hold.
 bool RecogniseLayout(std::string_view line, const LinesAhead& ahead, LogSoFar& so_far, SplitRoom& room,
