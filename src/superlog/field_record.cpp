@@ -402,11 +402,16 @@ static bool SplitAndKeep(const Layout& layout, std::string_view line, LineFields
   return true;
 }
 
-static bool SplitByHeld(std::string_view line, LineFields& fields) {
+// False when the line is none of the layout, or tells no time: then it is as it was.
+static bool ReadByLayout(const Layout& layout, std::string_view line, SuperLogRecord& record) {
+  LineFields fields = {};
+  return SplitAndKeep(layout, line, fields) && SettleRecord(layout, fields, record);
+}
+
+static bool ReadByHeld(std::string_view line, SuperLogRecord& record) {
   for (size_t i = 0; i < mLayoutCount; ++i) {
     const size_t next = (mLastLayout + i) % mLayoutCount;
-    fields = {};
-    if (SplitAndKeep(mLayouts[next], line, fields)) {
+    if (ReadByLayout(mLayouts[next], line, record)) {
       mLastLayout = next;
       return true;
     }
@@ -415,29 +420,23 @@ static bool SplitByHeld(std::string_view line, LineFields& fields) {
 }
 
 NearLayout NearestLayout(std::string_view line) {
-  const bool given = mUserLayout || mNamesTold;
+  const bool given = mUserLayout || (mNamesTold && mLayoutCount <= 1);
   const std::span<const Layout> one = {mLayouts.data(), 1};
   return {FindNearMiss(given ? one : ReadyLayouts(), line, mRoom), given};
 }
 
-static bool SplitByAny(std::string_view line, const LinesAhead& ahead, LineFields& fields) {
+static bool ParseLine(std::string_view line, const LinesAhead& ahead, SuperLogRecord& record) {
   if (mNamesPending) {
     MakeLayoutOfPendingNames(line);
   }
-  if (SplitByHeld(line, fields)) {
+  if (ReadByHeld(line, record)) {
     return true;
   }
   if (mUserLayout || !RecogniseLayout(line, ahead, mLogSoFar, mRoom, NextLayout())) {
     return false;
   }
   HoldNextLayout();
-  fields = {};
-  return SplitAndKeep(mLayouts[mLastLayout], line, fields);
-}
-
-static bool ParseLine(std::string_view line, const LinesAhead& ahead, SuperLogRecord& record) {
-  LineFields fields;
-  return SplitByAny(line, ahead, fields) && SettleRecord(mLayouts[mLastLayout], fields, record);
+  return ReadByLayout(mLayouts[mLastLayout], line, record);
 }
 
 bool ParseByLayouts(std::string_view line, SuperLogRecord& record) {

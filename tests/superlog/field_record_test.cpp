@@ -322,3 +322,12 @@ TEST_F(FieldRecordTest, TellsLayoutsThatAreRefusedInItsState) {
   EXPECT_EQ(state_behind_line(), before);
   CloseLog();
 }
+
+// The fields of the one fit the other in number, but tell no time.
+TEST_F(FieldRecordTest, FindsAnotherLayoutBehindNamesThatFitItsLines) {
+  EXPECT_EQ(Read("#Fields: time date sc-status cs-uri-stem cs-method c-ip\n"
+                 "07:06:11 2024-03-05 200 /a GET 192.0.2.7\n" +
+                 kVhost + "07:06:11 2024-03-05 200 /a GET 192.0.2.7\n" + kVhost),
+            (Records{"192.0.2.7 ~ ~ 1709622371 /a 200 0 ~ ~", kVhostRead,
+                     "192.0.2.7 ~ ~ 1709622371 /a 200 0 ~ ~", kVhostRead}));
+}
