@@ -16,8 +16,9 @@ static void CheckText(std::string_view text) {
 static void CheckRecognition(std::string_view log) {
   static Layout layout;
   static SplitRoom room;
+  LogSoFar so_far;
   const std::string line(TakePart(log));
-  if (RecogniseLayout(line, {log}, room, layout)) {
+  if (RecogniseLayout(line, {log}, so_far, room, layout)) {
     LineFields fields = {};
     REQUIRE(SplitLine(layout, line, room, fields) && HoldsTime(fields));
   }

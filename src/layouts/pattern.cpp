@@ -155,9 +155,18 @@ static size_t FindPlain(Field field, std::string_view text, const Stop& stop) {
   return std::string_view::npos;
 }
 
+// That is not escaped; npos when there is none.
+static size_t FindFirstQuote(std::string_view text) {
+  size_t at = text.find('"');
+  while (at != std::string_view::npos && IsEscapedAt(text, at)) {
+    at = text.find('"', at + 1);
+  }
+  return at;
+}
+
 // The last place before the first quote where the stop, which ends with a bracket, stands.
 static size_t FindAfterUser(std::string_view text, const Stop& stop) {
-  const std::string_view before = text.substr(0, text.find('"'));
+  const std::string_view before = text.substr(0, FindFirstQuote(text));
   for (size_t at = before.rfind('['); at != std::string_view::npos && at > 0;
        at = before.rfind('[', at - 1)) {
     const size_t from = at + 1 - std::min(at + 1, stop.literal.size());

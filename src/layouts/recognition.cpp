@@ -1,5 +1,6 @@
 #include "layouts/recognition.h"
 
+#include <algorithm>
 #include <array>
 
 #include "layouts/moment.h"
@@ -22,11 +23,19 @@ std::span<const Layout> ReadyLayouts() {
   return {layouts.data(), count};
 }
 
-// Lines of the shape of a layout, and those of them that hold a request.
+// More of the lines that are looked at cannot disagree where enough agree.
+static constexpr size_t kMostAgainst = kMostSampleLines * (100 - kAgreeingLines) / 100;
+
+// Lines that hold a request of a layout, and those that have no more than its shape.
 struct Evidence {
-  size_t shaped = 0;
   size_t sound = 0;
+  size_t against = 0;
+  const char* first_against = nullptr;
 };
+
+static bool IsEnough(const Evidence& evidence) {
+  return evidence.sound * 100 >= (evidence.sound + evidence.against) * kAgreeingLines;
+}
 
 static bool IsHeader(std::string_view line) {
   return line.empty() || line[0] == '#' || line[0] == ';';
@@ -56,16 +65,50 @@ static bool Explains(const Layout& layout, std::string_view line, SplitRoom& roo
   return SplitBareLine(layout, line, room, fields) && HoldsTime(fields);
 }
 
-static Evidence Weigh(const Layout& layout, Wrapper wrapper, std::string_view text, SplitRoom& room) {
-  Evidence evidence = {1, 1};  // of the line that is explained already
+static bool IsOfHeld(std::span<const Layout> held, std::string_view line, SplitRoom& room) {
+  return std::any_of(held.begin(), held.end(), [&](const Layout& layout) {
+    LineFields fields = {};
+    return SplitLine(layout, line, room, fields) && HoldsTime(fields);
+  });
+}
+
+static bool IsOfAnyKnown(Wrapper wrapper, std::string_view line, SplitRoom& room) {
+  const std::span<const Layout> layouts = ReadyLayouts();
+  return std::any_of(layouts.begin(), layouts.end(), [&](const Layout& layout) {
+    return Explains(layout, Unwrap(wrapper, line, room.unwrapped), room);
+  });
+}
+
+// A layout and what is around its lines.
+struct Candidate {
+  const Layout& layout;
+  Wrapper wrapper;
+};
+
+static void WeighLine(const Candidate& candidate, std::span<const Layout> held, std::string_view line,
+                      SplitRoom& room, Evidence& evidence) {
+  const std::string_view bare = Unwrap(candidate.wrapper, line, room.unwrapped);
+  const bool sound = bare.data() != nullptr && Explains(candidate.layout, bare, room);
+  const bool shaped = sound || (bare.data() != nullptr && HasShape(candidate.layout, bare));
+  if (!shaped || IsOfHeld(held, line, room)) {
+    return;
+  }
+  if (sound) {
+    ++evidence.sound;
+  } else if (!IsOfAnyKnown(candidate.wrapper, line, room) && evidence.against++ == 0) {
+    evidence.first_against = line.data();
+  }
+}
+
+static Evidence Weigh(const Candidate& candidate, std::span<const Layout> held, std::string_view text,
+                      SplitRoom& room) {
+  Evidence evidence = {.sound = 1};  // of the line that is explained already
   std::string_view line;
-  for (size_t lines = 1; lines < kMostSampleLines && TakeLine(text, line);) {
+  for (size_t lines = 1;
+       lines < kMostSampleLines && evidence.against <= kMostAgainst && TakeLine(text, line);) {
     if (!IsHeader(line)) {
       ++lines;
-      const std::string_view bare = Unwrap(wrapper, line, room.unwrapped);
-      const bool sound = bare.data() != nullptr && Explains(layout, bare, room);
-      evidence.sound += sound;
-      evidence.shaped += sound || (bare.data() != nullptr && HasShape(layout, bare));
+      WeighLine(candidate, held, line, room, evidence);
     }
   }
   return evidence;
@@ -101,24 +144,31 @@ static std::string_view TextOf(Sample& sample) {
 }
 
 // The best of the layouts for lines that are wrapped so; null when none explains the line.
-static const Layout* FindBest(Wrapper wrapper, std::string_view line, Sample& sample, SplitRoom& room) {
+static const Layout* FindBest(Wrapper wrapper, std::string_view line, Sample& sample, LogSoFar& so_far,
+                              SplitRoom& room) {
+  const std::span<const Layout> layouts = ReadyLayouts();
+  int64_t* const refused_to = so_far.refused_to.data() + static_cast<size_t>(wrapper) * kMostKnownLayouts;
   const Layout* best = nullptr;
   size_t most = 0;
-  for (const Layout& layout : ReadyLayouts()) {
+  for (size_t i = 0; i < layouts.size(); ++i) {
     const std::string_view bare = Unwrap(wrapper, line, room.unwrapped);
-    if (!Explains(layout, bare, room)) {
+    if (sample.ahead.offset < refused_to[i] || !Explains(layouts[i], bare, room)) {
       continue;
     }
-    const Evidence evidence = Weigh(layout, wrapper, TextOf(sample), room);
-    if (evidence.sound > most && evidence.sound * 100 >= evidence.shaped * kAgreeingLines) {
+    const std::string_view text = TextOf(sample);
+    const Evidence evidence = Weigh({layouts[i], wrapper}, so_far.held, text, room);
+    if (!IsEnough(evidence)) {
+      refused_to[i] = sample.ahead.offset + (evidence.first_against - text.data()) + 1;
+    } else if (evidence.sound > most) {
       most = evidence.sound;
-      best = &layout;
+      best = &layouts[i];
     }
   }
   return best;
 }
 
-bool RecogniseLayout(std::string_view line, const LinesAhead& ahead, SplitRoom& room, Layout& layout) {
+bool RecogniseLayout(std::string_view line, const LinesAhead& ahead, LogSoFar& so_far, SplitRoom& room,
+                     Layout& layout) {
   Sample sample = {ahead, {}};
   // What is around a line tells more than what it could be with it.
   for (const Wrapper wrapper :
@@ -126,7 +176,7 @@ bool RecogniseLayout(std::string_view line, const LinesAhead& ahead, SplitRoom& 
     if (Unwrap(wrapper, line, room.unwrapped).data() == nullptr) {
       continue;
     }
-    if (const Layout* const best = FindBest(wrapper, line, sample, room)) {
+    if (const Layout* const best = FindBest(wrapper, line, sample, so_far, room)) {
       layout = *best;
       layout.wrapper = wrapper;
       return true;

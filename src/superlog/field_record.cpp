@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <limits>
 #include <span>
 
 #include "base/hash_seed.h"
@@ -37,6 +38,7 @@ static bool mNamesPending =
 static char mNames[kLongestLine + 1];
 static bool mNamesTold = false;  // by such a line
 static SplitRoom mRoom;
+static LogSoFar mLogSoFar;
 
 // --- Texts of a record ------------------------------------------------------------
 
@@ -262,6 +264,7 @@ void ForgetFileLayouts() {
   mLayoutsHold = mUserLayout;
   mLastLayout = 0;
   mNamesPending = mNamesTold = false;
+  mLogSoFar = {};
 }
 
 void ResetLayouts() {
@@ -309,6 +312,10 @@ uint64_t StateOfLayouts() {
   for (size_t i = 0; i < mLayoutCount; ++i) {
     state = MixLayout(state, mLayouts[i]);
   }
+  // Places that have passed refuse nothing any more.
+  for (const int64_t refused_to : mLogSoFar.refused_to) {
+    state = Mix(state, static_cast<uint64_t>(refused_to > NextLineOffset() ? refused_to : 0));
+  }
   return state;
 }
 
@@ -327,6 +334,7 @@ static void HoldNextLayout() {
   mLastLayout = std::min(mLayoutCount, kMostLayouts - 1);
   mLayoutCount = mLastLayout + 1;
   mLayoutsHold = true;
+  mLogSoFar = {{mLayouts.data(), mLayoutCount}};
   TellLayout(mLayouts[mLastLayout]);
 }
 
@@ -394,11 +402,16 @@ static bool SplitAndKeep(const Layout& layout, std::string_view line, LineFields
   return true;
 }
 
-static bool SplitByHeld(std::string_view line, LineFields& fields) {
+// False when the line is none of the layout, or tells no time: then it is as it was.
+static bool ReadByLayout(const Layout& layout, std::string_view line, SuperLogRecord& record) {
+  LineFields fields = {};
+  return SplitAndKeep(layout, line, fields) && SettleRecord(layout, fields, record);
+}
+
+static bool ReadByHeld(std::string_view line, SuperLogRecord& record) {
   for (size_t i = 0; i < mLayoutCount; ++i) {
     const size_t next = (mLastLayout + i) % mLayoutCount;
-    fields = {};
-    if (SplitAndKeep(mLayouts[next], line, fields)) {
+    if (ReadByLayout(mLayouts[next], line, record)) {
       mLastLayout = next;
       return true;
     }
@@ -407,36 +420,31 @@ static bool SplitByHeld(std::string_view line, LineFields& fields) {
 }
 
 NearLayout NearestLayout(std::string_view line) {
-  const bool given = mUserLayout || mNamesTold;
+  const bool given = mUserLayout || (mNamesTold && mLayoutCount <= 1);
   const std::span<const Layout> one = {mLayouts.data(), 1};
   return {FindNearMiss(given ? one : ReadyLayouts(), line, mRoom), given};
 }
 
-static bool SplitByAny(std::string_view line, const LinesAhead& ahead, LineFields& fields) {
+static bool ParseLine(std::string_view line, const LinesAhead& ahead, SuperLogRecord& record) {
   if (mNamesPending) {
     MakeLayoutOfPendingNames(line);
   }
-  if (SplitByHeld(line, fields)) {
+  if (ReadByHeld(line, record)) {
     return true;
   }
-  if (mUserLayout || !RecogniseLayout(line, ahead, mRoom, NextLayout())) {
+  if (mUserLayout || !RecogniseLayout(line, ahead, mLogSoFar, mRoom, NextLayout())) {
     return false;
   }
   HoldNextLayout();
-  fields = {};
-  return SplitAndKeep(mLayouts[mLastLayout], line, fields);
-}
-
-static bool ParseLine(std::string_view line, const LinesAhead& ahead, SuperLogRecord& record) {
-  LineFields fields;
-  return SplitByAny(line, ahead, fields) && SettleRecord(mLayouts[mLastLayout], fields, record);
+  return ReadByLayout(mLayouts[mLastLayout], line, record);
 }
 
 bool ParseByLayouts(std::string_view line, SuperLogRecord& record) {
-  return ParseLine(line, {TextAhead(), TextFarAhead}, record);
+  return ParseLine(line, {TextAhead(), TextFarAhead, NextLineOffset()}, record);
 }
 
 time_t TimeByLayouts(std::string_view line) {
   SuperLogRecord record;
-  return ParseLine(line, {}, record) ? record.time - mGmtOffset : 0;
+  constexpr int64_t kNowhere = std::numeric_limits<int64_t>::max();  // where nothing is refused
+  return ParseLine(line, {{}, nullptr, kNowhere}, record) ? record.time - mGmtOffset : 0;
 }

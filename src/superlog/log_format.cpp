@@ -371,13 +371,15 @@ static bool BeginsWithSite(std::string_view line, size_t date) {
   return line.substr(third, 2) == "- " && third + 2 < date && line.substr(second, 2) != "- ";
 }
 
+bool MisleadsLetters() {
+  const std::string_view line = CurrentLine();
+  const char* const request = FindDateBeforeRequest(mpLine, mpLineEnd);
+  const size_t date = request != nullptr ? static_cast<size_t>(request - mpLine) : line.find(" [") + 1;
+  return BeginsWithSite(line, date) || HasHead(line);
+}
+
 bool StandsLetterLayout() {
-  if (mLogFormatSource != 0) {
-    return true;
-  }
-  const char* const date = FindDateBeforeRequest(mpLine, mpLineEnd);
-  return date != nullptr && !BeginsWithSite(CurrentLine(), static_cast<size_t>(date - mpLine)) &&
-         !HasHead(CurrentLine());
+  return mLogFormatSource != 0 || (FindDateBeforeRequest(mpLine, mpLineEnd) != nullptr && !MisleadsLetters());
 }
 
 bool GrokLineFormat() {

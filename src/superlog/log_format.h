@@ -68,6 +68,10 @@ bool GrokLineFormat();
 // stands first, is one of it.
 bool StandsLetterLayout();
 
+// Whether something that the common log format has no letter for stands first in the current line, a virtual
+// host or a shipper's head: the letters would take it for the visitor.
+bool MisleadsLetters();
+
 // Each reads the line reader's current line, a header line, and sets family or
 // layout when it understands it; other lines change nothing. The line is split
 // in place. Layouts are cut to the capacity of mKnownFormatBuf. A W3C file's

@@ -637,7 +637,7 @@ static NearLayout NearestOfLetters() {
     return false;
   }
   mMayBeOther = false;
-  return ParseByLayouts(CurrentLine(), record) || TryLetters(record);
+  return ParseByLayouts(CurrentLine(), record) || (!MisleadsLetters() && TryLetters(record));
 }
 
 // A line of a file whose letters are not known. A guess that does not explain its own line is forgotten.
@@ -647,7 +647,7 @@ static NearLayout NearestOfLetters() {
     if (ParseByLayouts(CurrentLine(), record)) {
       return true;
     }
-    if (mLayoutsHold) {
+    if (mLayoutsHold || MisleadsLetters()) {
       return false;
     }
   }

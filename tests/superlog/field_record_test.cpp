@@ -9,6 +9,7 @@
 #include "cgi/settings.h"
 #include "dates/local_time.h"
 #include "log_text.h"
+#include "superlog/line_reader.h"
 #include "superlog/log_dates.h"
 #include "superlog/log_format.h"
 #include "superlog/log_limits.h"
@@ -316,4 +317,47 @@ TEST_F(FieldRecordTest, TellsTheTimeOfALine) {
   std::string line = kSquid.substr(0, kSquid.size() - 1) + std::string(64, '\0');
   EXPECT_EQ(TimeByLayouts(std::string_view(line).substr(0, kSquid.size() - 1)), 1709622371);
   EXPECT_EQ(TimeByLayouts("nothing"), 0);
+}
+
+// The status of every fourth line is none: too few agree for a layout.
+TEST_F(FieldRecordTest, TakesNoSiteForAVisitorWhereNoLayoutIsRecognised) {
+  const std::string odd = std::string(kVhost).replace(kVhost.find(" 200 "), 5, " 2x0 ");
+  EXPECT_EQ(Read(kVhost + odd + kVhost + kVhost), (Records{kVhostRead, kVhostRead}));
+  EXPECT_EQ(Read(kVhost + kVhost + odd), Records{});
+  EXPECT_EQ(Read(kCombined + kVhost + kVhost + odd), (Records{kCombinedRead}));
+}
+
+TEST_F(FieldRecordTest, ReadsLinesOfSeveralLayoutsInAnyOrder) {
+  EXPECT_EQ(Read(kVhost + kCombined + kVhost + kVhost),
+            (Records{kVhostRead, kCombinedRead, kVhostRead, kVhostRead}));
+  EXPECT_EQ(Read(kJson + kCombined + kVhost + kVhost),
+            (Records{kJsonRead, kCombinedRead, kVhostRead, kVhostRead}));
+}
+
+// A layout that was refused is passed over for a while, which decides about lines to come.
+TEST_F(FieldRecordTest, TellsLayoutsThatAreRefusedInItsState) {
+  const std::string odd = std::string(kVhost).replace(kVhost.find(" 200 "), 5, " 2x0 ");
+  OpenLogText(kVhost + kVhost + odd + odd);
+  ResetFileFormat();
+  const uint64_t before = StateOfLayouts();
+  const auto state_behind_line = [] {
+    SuperLogRecord record;
+    ReadLineFromBigBuf();
+    EXPECT_FALSE(ParseByLayouts({mpLine, mLineLen}, record));
+    return StateOfLayouts();
+  };
+  const uint64_t refused = state_behind_line();
+  EXPECT_NE(refused, before);
+  EXPECT_EQ(state_behind_line(), refused);
+  EXPECT_EQ(state_behind_line(), before);
+  CloseLog();
+}
+
+// The fields of the one fit the other in number, but tell no time.
+TEST_F(FieldRecordTest, FindsAnotherLayoutBehindNamesThatFitItsLines) {
+  EXPECT_EQ(Read("#Fields: time date sc-status cs-uri-stem cs-method c-ip\n"
+                 "07:06:11 2024-03-05 200 /a GET 192.0.2.7\n" +
+                 kVhost + "07:06:11 2024-03-05 200 /a GET 192.0.2.7\n" + kVhost),
+            (Records{"192.0.2.7 ~ ~ 1709622371 /a 200 0 ~ ~", kVhostRead,
+                     "192.0.2.7 ~ ~ 1709622371 /a 200 0 ~ ~", kVhostRead}));
 }
