@@ -436,6 +436,12 @@ bool ParseByLayouts(std::string_view line, SuperLogRecord& record) {
   return ParseLine(line, {TextAhead(), TextFarAhead}, record);
 }
 
+bool LayoutTellsStatus() {
+  const Layout& layout = mLayouts[mLastLayout];
+  return layout.kind == LineKind::kLtsv ||
+         (layout.kind == LineKind::kPattern && HasField(layout.pattern, Field::kStatus));
+}
+
 time_t TimeByLayouts(std::string_view line) {
   SuperLogRecord record;
   return ParseLine(line, {}, record) ? record.time - mGmtOffset : 0;

@@ -31,8 +31,8 @@ extern char* mpLineEnd;
 extern uint32_t mLineLen;
 
 // The double quotes of the current line, as distances from the start of the buffer that it lies in. Null
-// where nobody knows: of a line of ReadLine, of one whose rest was dropped, and of one that holds a NUL or
-// begins with 0xFF.
+// where nobody knows: of a line of ReadLine, of one whose rest was dropped, of one that holds a NUL or
+// begins with 0xFF, and of one that ends with the file.
 struct LineQuotes {
   const char* buffer;
   const uint32_t* begin;
@@ -91,8 +91,13 @@ bool HashOfReading(ContentHash& hash);
 // when none is open), through the block buffer. CR, LF, a 0xFF byte after the
 // first character, and the end of the file end a line; of the rest of an
 // over-long line only CR, LF and the end of the file. Limits without ff_ends_line
-// make 0xFF an ordinary character. A read error looks like the end of the file.
+// make 0xFF an ordinary character, and those with whole_lines pass over NULs before a line's first other
+// character. A read error looks like the end of the file.
 void ReadLineFromBigBuf();
+
+// Whether a NUL ends the text of the line that was made current last by ReadLineFromBigBuf, or the end of
+// the file ends it, without a line end.
+bool IsLineCut();
 
 // The number of the line that was made current last by ReadLineFromBigBuf, from 1, as editors count: a line
 // ends at LF or, where the file has none before it, at CR. Reads a file that is not compressed up to
