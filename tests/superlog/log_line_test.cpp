@@ -539,18 +539,18 @@ TEST_F(ParseNextLineTest, ModernLastLineThatIsCutOffIsARecordOnlyWithItsStatus) 
 
 TEST_F(ParseNextLineTest, ModernLastLinesOfOtherLayoutsNeedTheirStatus) {
   mLogLimits = kModernLimits;
-  EXPECT_EQ(ParseAll("time:05/Mar/2000:10:00:00 +0000\treq:GET /a HTTP/1.0\tstatus:200\n"
-                     "time:05/Mar/2000:10:00:01 +0000\treq:GET /a HTTP/1.0\tstatus:200")
-                .size(),
-            2u);
-  EXPECT_EQ(ParseAll("time:05/Mar/2000:10:00:00 +0000\treq:GET /a HTTP/1.0\tstatus:200\n"
-                     "time:05/Mar/2000:10:00:01 +0000\treq:GET /a HTT")
-                .size(),
-            1u);
-  const std::string fields = "#Fields: date time c-ip cs-uri-stem sc-status\n";
-  const std::string line = "2000-03-05 10:00:00 192.0.2.7 /a 200";
-  EXPECT_EQ(ParseAll(fields + line + "\n" + line).size(), 2u);
-  EXPECT_EQ(ParseAll(fields + line + "\n" + line.substr(0, line.size() - 4)).size(), 1u);
+  const std::string ltsv = "time:05/Mar/2000:10:00:00 +0000\treq:GET /a HTTP/1.0\tstatus:200";
+  const std::string names = "#Fields: date time c-ip cs-uri-stem sc-status\n";
+  const std::string iis = "#Software: Microsoft Internet Information Services 6.0\n" + names;
+  const std::string w3c = "2000-03-05 10:00:00 192.0.2.7 /a 200";
+  for (const auto& [head, line] :
+       std::vector<std::pair<std::string, std::string>>{{"", ltsv}, {names, w3c}, {iis, w3c}}) {
+    const std::string before = head + line + "\n";
+    EXPECT_EQ(ParseAll(before + line).size(), 2u) << before;
+    EXPECT_EQ(ParseAll(before + line.substr(0, line.size() - 1)).size(), 1u) << before;
+    EXPECT_EQ(ParseAll(before + line.substr(0, line.size() - 1) + "\n").size(), 2u) << before;
+    EXPECT_EQ(ParseAll(before + line.substr(0, line.size() - 4)).size(), 1u) << before;
+  }
 }
 
 TEST_F(ParseNextLineTest, ModernLineWithANulIsARecordOnlyUpToThere) {
