@@ -318,7 +318,7 @@ static void PassHole() {
 }
 
 // Whether the byte at the current position is none of a line; then it is passed, with what is like it.
-static bool PassBetweenLines() {
+[[gnu::cold, gnu::noinline]] static bool PassBetweenLines() {
   const char c = *mpBigBufCurPos;
   if (c == '\0' && mLogLimits.whole_lines) {
     mpBigBufCurPos = PassNuls(mpBigBufCurPos);
@@ -443,7 +443,7 @@ void ReadLineFromBigBuf() {
   }
 }
 
-bool IsLineCut() {
+[[gnu::cold]] bool IsLineCut() {
   const bool unended = mLastPassed != kCr && mLastPassed != kLf;
   return mLineQuotes.begin == nullptr && (unended || mpLineEnd != mpLine + mLineLen);
 }
