@@ -67,6 +67,18 @@ static void OpenRange(const Settings& settings, Analysis& analysis) {
   }
 }
 
+// Which day it is must be known before the first record is counted.
+static void TakeFirstDay(Settings& settings, Analysis& analysis) {
+  time_t first = 0;
+  time_t last = 0;
+  if (SuperLog_FindTimes(first, last)) {
+    SetDays(settings, {DayOf(first), DayOf(first)});
+  }
+  settings.first_alone = false;
+  SetRange(settings, analysis);
+  SuperLog_BeginAgain(analysis.range_first, analysis.range_last);
+}
+
 static bool EndsBefore(const CalendarDate& last, const CalendarDate& first) {
   return CountDays({first, last}) < 1;
 }
@@ -180,6 +192,9 @@ bool BeginAnalysis(Settings& settings, const Counting& counting, Analysis& analy
   SuperLog_Init(settings, counting.limits, analysis.range_first, analysis.range_last, logs);
   if (!SuperLog_LogFilesFound()) {
     return false;
+  }
+  if (settings.first_alone) {
+    TakeFirstDay(settings, analysis);
   }
   exempt_lists();  // phrases of engines that the configuration defined are never reclaimed
   SetCountingLimits(counting.limits);

@@ -127,6 +127,7 @@ struct Settings {
   // These days are those of the first and of the last record of the logs, once these are known.
   bool from_first;
   bool to_last;
+  bool first_alone;          // the day of the first record is both; the logs are read for it beforehand
   char timezone[kTextSize];  // name of the zone in which days and hours are told; empty: the machine's
   int timezone_level;        // of who has named it
   bool fixed_days;           // the account's line says which: no request can ask for others

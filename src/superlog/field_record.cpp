@@ -443,6 +443,12 @@ bool ParseByLayouts(std::string_view line, SuperLogRecord& record) {
   return ParseLine(line, {TextAhead(), TextFarAhead, NextLineOffset()}, record);
 }
 
+bool LayoutTellsStatus() {
+  const Layout& layout = mLayouts[mLastLayout];
+  return layout.kind == LineKind::kLtsv ||
+         (layout.kind == LineKind::kPattern && HasField(layout.pattern, Field::kStatus));
+}
+
 time_t TimeByLayouts(std::string_view line) {
   SuperLogRecord record;
   constexpr int64_t kNowhere = std::numeric_limits<int64_t>::max();  // where nothing is refused

@@ -20,6 +20,10 @@ extern bool mLayoutsHold;
 // line is then as it was.
 bool ParseByLayouts(std::string_view line, SuperLogRecord& record);
 
+// Whether lines of the layout that explained a line last tell a status. One of JSON may leave it out, but
+// cannot be cut off unnoticed.
+bool LayoutTellsStatus();
+
 // Of a line that none of the layouts explains: which one comes nearest.
 NearLayout NearestLayout(std::string_view line);
 

@@ -257,10 +257,30 @@ static size_t PlaceOf(const char* position) {
   return static_cast<size_t>(position - mBigBuf);
 }
 
-// The window's end, which is marked, too, looks as a line's end does.
+// The first byte from there on that is no NUL; the window's end at the latest, which is marked as none. The
+// hole that a log begins with when it was emptied under its writer may be longer than all that was written.
+static char* PassNuls(char* from) {
+  uint64_t eight = 0;
+  while (mpBigBufLastPos - from >= static_cast<ptrdiff_t>(sizeof eight)) {
+    memcpy(&eight, from, sizeof eight);
+    if (eight != 0) {
+      break;
+    }
+    from += sizeof eight;
+  }
+  while (from != mpBigBufLastPos && *from == '\0') {
+    ++from;
+  }
+  return from;
+}
+
+// The window's end, which is marked, too, looks as a line's end does. NULs that a window begins with are no
+// part of a line unless one goes on in it.
 static void MarkUnread() {
+  const bool in_line = mpBigBufCurPos != mpWindow;
+  char* const from = in_line || !mLogLimits.whole_lines ? mpBigBufCurPos : PassNuls(mpBigBufCurPos);
   *mpBigBufLastPos = kLf;
-  mpMarkWindow(mBigBuf, PlaceOf(mpBigBufCurPos), PlaceOf(mpBigBufLastPos), mLogLimits.ff_ends_line, mMarks);
+  mpMarkWindow(mBigBuf, PlaceOf(from), PlaceOf(mpBigBufLastPos), mLogLimits.ff_ends_line, mMarks);
   mpNextMark = mMarks;
 }
 
@@ -296,14 +316,40 @@ static bool RefreshBigBuf() {
   return size > 0;
 }
 
+// The first byte from there on that is no part of a hole, as far as that is known.
+static int64_t DataFrom(int64_t offset) {
+  const bool may_seek = mIsRegularFile && mPackFormat == PackFormat::kNone;
+  return may_seek ? std::max<int64_t>(offset, lseek(mhFile, offset, SEEK_DATA)) : offset;
+}
+
+// A hole of the file comes as NULs: whole windows of it need not be read. What is read then is not hashed.
+static void PassHole() {
+  const auto window = static_cast<int64_t>(kBigBufSize);
+  mWindowOffset = std::max(mWindowOffset, DataFrom(mWindowOffset) / window * window);
+}
+
+// Whether the byte at the current position is none of a line; then it is passed, with what is like it.
+[[gnu::cold, gnu::noinline]] static bool PassBetweenLines() {
+  const char c = *mpBigBufCurPos;
+  if (c == '\0' && mLogLimits.whole_lines) {
+    mpBigBufCurPos = PassNuls(mpBigBufCurPos);
+    if (mpBigBufCurPos == mpWindow + kBigBufSize) {
+      PassHole();
+    }
+    return true;
+  }
+  const bool ends_line = c == kCr || c == kLf;
+  mpBigBufCurPos += ends_line ? 1 : 0;
+  return ends_line;
+}
+
 // Skips empty lines and the second half of CR LF pairs. False at the end.
 static bool SkipEolChars() {
   for (;;) {
     while (mpBigBufCurPos < mpBigBufLastPos) {
-      if (*mpBigBufCurPos != kCr && *mpBigBufCurPos != kLf) {
+      if (static_cast<unsigned char>(*mpBigBufCurPos) > kCr || !PassBetweenLines()) {
         return true;
       }
-      ++mpBigBufCurPos;
     }
     if (!RefreshBigBuf()) {
       return false;
@@ -348,7 +394,11 @@ static size_t MeasureLine(LineQuotes& quotes) {
       return mLogLimits.line + 1;
     }
     mpNextMark = end;
-    if (*end != PlaceOf(mpBigBufLastPos) || !RefreshBigBuf()) {
+    if (*end != PlaceOf(mpBigBufLastPos)) {
+      return length;
+    }
+    if (!RefreshBigBuf()) {
+      quotes = {};
       return length;
     }
   }
@@ -404,6 +454,11 @@ void ReadLineFromBigBuf() {
   }
 }
 
+[[gnu::cold]] bool IsLineCut() {
+  const bool unended = mLastPassed != kCr && mLastPassed != kLf;
+  return mLineQuotes.begin == nullptr && (unended || mpLineEnd != mpLine + mLineLen);
+}
+
 void GoToLine(int64_t offset) {
   const int64_t in_window = offset % static_cast<int64_t>(kBigBufSize);
   mpBigBufCurPos = mpBigBufLastPos = mpCountedTo = mpWindow;
@@ -425,6 +480,7 @@ static LineEnds CountLineEndsBefore(int64_t position) {
     const LineEnds more = CountLineEnds(piece, piece + size);
     ends = {ends.lfs + more.lfs, ends.crs + more.crs};
     at += static_cast<int64_t>(size);
+    at = piece[0] == '\0' ? DataFrom(at) : at;
   }
   return ends;
 }
@@ -513,7 +569,7 @@ int ReadRestOfLine() {
 
 void ReadLine() {
   int c = NextChar();
-  while (c == kCr || c == kLf) {
+  while (c == kCr || c == kLf || (c == '\0' && mLogLimits.whole_lines)) {
     c = NextChar();
   }
   uint32_t length = 0;

@@ -31,8 +31,8 @@ extern char* mpLineEnd;
 extern uint32_t mLineLen;
 
 // The double quotes of the current line, as distances from the start of the buffer that it lies in. Null
-// where nobody knows: of a line of ReadLine, of one whose rest was dropped, and of one that holds a NUL or
-// begins with 0xFF.
+// where nobody knows: of a line of ReadLine, of one whose rest was dropped, of one that holds a NUL or
+// begins with 0xFF, and of one that ends with the file.
 struct LineQuotes {
   const char* buffer;
   const uint32_t* begin;
@@ -92,8 +92,13 @@ bool HashOfReading(ContentHash& hash);
 // first character, and the end of the file end a line; of the rest of an
 // over-long line only CR, LF and the end of the file. Limits without ff_ends_line
 // make 0xFF an ordinary character; with passes_mark a byte-order mark of UTF-8 (EF BB BF) at the beginning of
-// the file, or of what is unpacked of it, is passed over. A read error looks like the end of the file.
+// the file, or of what is unpacked of it, is passed over; with whole_lines NULs before a line's first other
+// character are. A read error looks like the end of the file.
 void ReadLineFromBigBuf();
+
+// Whether a NUL ends the text of the line that was made current last by ReadLineFromBigBuf, or the end of
+// the file ends it, without a line end.
+bool IsLineCut();
 
 // The number of the line that was made current last by ReadLineFromBigBuf, from 1, as editors count: a line
 // ends at LF or, where the file has none before it, at CR. Reads a file that is not compressed up to

@@ -96,6 +96,10 @@ bool IsKnownOutside(const char* path, time_t first, time_t last) {
   return true;
 }
 
+bool AreBlocksPacked() {
+  return mBlocks.made.packed;
+}
+
 // ---- What of it holds ----
 
 // Hashes what is read from now on, behind what was hashed already.

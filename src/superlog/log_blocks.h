@@ -23,6 +23,9 @@ void SetBlockSizesForTest(const BlockSizes& sizes);
 // range: then it need not be opened.
 bool IsKnownOutside(const char* path, time_t first, time_t last);
 
+// Whether the log of which that was true, or of which BeginBlocks was told, is compressed.
+bool AreBlocksPacked();
+
 // The log was opened: looks what of it is known.
 void BeginBlocks();
 

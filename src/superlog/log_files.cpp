@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include "dates/local_time.h"
 #include "dates/zone.h"
@@ -188,7 +189,7 @@ void SuperLog_FindAhead(const Settings& settings, const LogPaths& paths) {
 
 // ---- What decides about the records of a log -----------------------------------
 
-static constexpr uint64_t kReadingVersion = 4;  // of what makes a record of a line
+static constexpr uint64_t kReadingVersion = 5;  // of what makes a record of a line
 
 static constexpr ContentKey kRulesKey = {
     {0x9216d5d98979fb1b, 0xd1310ba698dfb5ac, 0x2ffd72dbd01adfb7, 0xb8e1afed6a267e96}};  // digits of pi
@@ -203,7 +204,7 @@ static uint64_t HashOfZone() {
 static uint64_t HashOfRules(uint64_t zone) {
   struct {
     uint64_t version, line, item, request, wide, ff, escapes, layouts, requests, addresses, zones, mark,
-        order, offset;
+        whole, order, offset;
     uint64_t gmt, zone, layout;
     char program[16];
   } rules = {};
@@ -219,6 +220,7 @@ static uint64_t HashOfRules(uint64_t zone) {
   rules.addresses = mLogLimits.whole_addresses;
   rules.zones = mLogLimits.zones;
   rules.mark = mLogLimits.passes_mark;
+  rules.whole = mLogLimits.whole_lines;
   rules.order = static_cast<uint64_t>(mDateFormat);
   rules.offset = static_cast<uint64_t>(mGmtOffset);
   rules.gmt = mFixGmt;
@@ -387,12 +389,25 @@ static bool IsUnpackedCopy(LogFile& log) {
   return FindUnpackedCopy(log) || !OpenLog(log.name);
 }
 
+// Whether a log that need not be read must be opened to learn whether another one holds the same: what is
+// said of the logs is the same where nothing is known of them.
+static bool MayBeCopyOfKnown() {
+  return AreBlocksPacked() && mpLogsRoot->next != nullptr;
+}
+
+static void PassKnown(LogFile& log) {
+  log.format = FormatOfLog();
+  CloseLog();
+  TakeReading(log);
+}
+
 // False of what is read in another's place, need not be read, or cannot be.
 static bool OpenWhole(LogFile& log) {
   if (log.original != nullptr) {
     return false;
   }
-  if (IsKnownOutside(log.name, mAnalysisRangeFirst_t, mAnalysisRangeLast_t)) {
+  const bool outside = IsKnownOutside(log.name, mAnalysisRangeFirst_t, mAnalysisRangeLast_t);
+  if (outside && !MayBeCopyOfKnown()) {
     TakeReading(log);
     return false;
   }
@@ -401,6 +416,10 @@ static bool OpenWhole(LogFile& log) {
     return false;
   }
   if (IsUnpackedCopy(log)) {
+    return false;
+  }
+  if (outside) {
+    PassKnown(log);
     return false;
   }
   mpOpenLog = &log;
@@ -454,6 +473,19 @@ bool SuperLog_TimesHeld(time_t& first, time_t& last) {
     last = all.last;
   }
   return all.count > 0;
+}
+
+bool SuperLog_FindTimes(time_t& first, time_t& last) {
+  const LogEvents events = std::exchange(mLogEvents, {});
+  SuperLog_ReadLogs();
+  mLogEvents = events;
+  return SuperLog_TimesHeld(first, last);
+}
+
+void SuperLog_BeginAgain(time_t range_first, time_t range_last) {
+  BeginRun(mWholeLogs);
+  mAnalysisRangeFirst_t = range_first;
+  mAnalysisRangeLast_t = range_last;
 }
 
 bool SuperLog_NextState(const void*& place, LogState& state) {

@@ -256,6 +256,35 @@ static bool IsNobody(const FieldCursor& cursor) {
          text[2] == '[' && text[kNobody.size() - 2] == ' ' && text[kNobody.size() - 1] == '"';
 }
 
+// --- Lines that are cut off -----------------------------------------------------
+
+// Nearly all lines have quotes that are told, and are not.
+static bool MayBeCut() {
+  return mLogLimits.whole_lines && mLineQuotes.begin == nullptr && IsLineCut();
+}
+
+// A quote behind an odd number of backslashes neither begins nor ends anything.
+static bool EndsInQuotes(std::string_view line) {
+  bool open = false;
+  bool escaped = false;
+  for (const char c : line) {
+    open = open != (c == '"' && !escaped);
+    escaped = c == '\\' && !escaped;
+  }
+  return open;
+}
+
+// Of a line that was not written to yet.
+static bool IsCutInQuotes() {
+  return MayBeCut() && EndsInQuotes(CurrentLine());
+}
+
+// Whether a record is one of a line that was cut off before its status, or within it, where lines have one.
+static bool IsCutBeforeStatus(const SuperLogRecord& record, bool has_status) {
+  constexpr int64_t kFirstStatus = 100;
+  return MayBeCut() && has_status && record.status < kFirstStatus;
+}
+
 static bool mSureOfLetters = false;  // no other layout explains the line
 static bool mMayBeOther = false;     // one may, and nothing was written to the line yet
 
@@ -486,6 +515,9 @@ static void DropBareTexts(SuperLogRecord& record) {
 template <bool kEscapes>
 static bool ReadFields(SuperLogRecord& record) {
   LineParts parts;
+  if (kEscapes && IsCutInQuotes()) {
+    return false;
+  }
   ClearFigures(record);
   const size_t plain = SplitPlainLine(mKnownLayout);
   const size_t fields = plain != 0 ? plain : SplitLine<kEscapes>(mKnownLayout);
@@ -501,7 +533,7 @@ static bool ReadFields(SuperLogRecord& record) {
   if (kEscapes && mCurLogFormat == kFamilyClf) {
     DropBareTexts(record);
   }
-  return true;
+  return !kEscapes || !IsCutBeforeStatus(record, strpbrk(mKnownFormatBuf, "rk") != nullptr);
 }
 
 // IIS writes "+" for a space. Nearly no agent has another character that is encoded.
@@ -630,6 +662,11 @@ static NearLayout NearestOfLetters() {
   return parsed;
 }
 
+static bool ParseByLayout(SuperLogRecord& record) {
+  return !IsCutInQuotes() && ParseByLayouts(CurrentLine(), record) &&
+         !IsCutBeforeStatus(record, LayoutTellsStatus());
+}
+
 // A line in a log of the common log format that is none of it: of another layout, or of one that the letters
 // read nevertheless.
 [[gnu::cold, gnu::noinline]] static bool ParseOtherLine(SuperLogRecord& record) {
@@ -637,14 +674,14 @@ static NearLayout NearestOfLetters() {
     return false;
   }
   mMayBeOther = false;
-  return ParseByLayouts(CurrentLine(), record) || (!MisleadsLetters() && TryLetters(record));
+  return ParseByLayout(record) || (!MisleadsLetters() && TryLetters(record));
 }
 
 // A line of a file whose letters are not known. A guess that does not explain its own line is forgotten.
 [[gnu::noinline]] static bool ParseByLayoutOrGuess(SuperLogRecord& record) {
   const bool for_letters = !mLayoutsHold && StandsLetterLayout();
   if (!for_letters) {
-    if (ParseByLayouts(CurrentLine(), record)) {
+    if (ParseByLayout(record)) {
       return true;
     }
     if (mLayoutsHold || MisleadsLetters()) {

@@ -165,6 +165,13 @@ bool SuperLog_LogFilesFound();
 // leaving both as they are, when there is none.
 bool SuperLog_TimesHeld(time_t& first, time_t& last);
 
+// Where logs are read whole, before the first one is opened: reads all without counting a record, and tells
+// nobody of it, to learn these times. Then no log is left but for SuperLog_BeginAgain.
+bool SuperLog_FindTimes(time_t& first, time_t& last);
+
+// Begins anew with the first log, for another range.
+void SuperLog_BeginAgain(time_t range_first, time_t range_last);
+
 // Opens the next log file that reaches into the range, or that may do so; false when none is left
 // (and none is open). Where logs are read whole: goes on to the next part of a log that may do so.
 bool SuperLog_NextLogFile();

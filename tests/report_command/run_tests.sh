@@ -178,6 +178,22 @@ test_empty_log() {
   expect_error 2 'no log is named'
 }
 
+test_logs_without_any_line() {
+  : | gzip >empty.gz
+  printf '\n\n' >blank.log
+  for edition in '' --classic; do
+    for log in - empty.gz blank.log; do
+      run --quiet "$log"
+      expect_error 1 'nothing to report: every log is empty'
+    done
+  done
+  edition=''
+  head -c 12 /dev/zero | gzip | head -c 15 >cut.gz
+  run cut.gz
+  expect_status 1
+  expect_in err 'nothing to report: no log holds a line that can be read'
+}
+
 test_no_dates() {
   echo 'no log at all' >access.log
   run access.log
@@ -343,6 +359,8 @@ test_odd_folder_names() {
 test_control_characters_are_not_printed() {
   run "$(printf 'a\033[31m\nb')"
   expect_error 2 'there is no file a?[31m?b'
+  run "$(printf '\302\205\302\233\302\240a\342\200\256b\342\200\223c\330\234\342\201\246d\303\274')"
+  expect_error 2 "$(printf 'there is no file ??\302\240a?b\342\200\223c??d\303\274')"
 }
 
 test_same_log_twice_counts_once() {
@@ -523,7 +541,15 @@ test_path_and_match() {
   run --path /docs --match '*' access.log
   expect_error 2 '--path and --match cannot be used together'
   run --path '/a=b' access.log
-  expect_error 2 '--path takes no "="'
+  expect_error 2 '--path takes no "="; a wildcard of --match'
+  run --timezone a=b access.log
+  expect_error 2 'there is no time zone a=b: --timezone takes a name'
+  run --log-format a=b access.log
+  expect_error 2 'S, T or C and a letter for each field, not "a=b"'
+  run --exclude-hosts a=b access.log
+  expect_error 2 '--exclude-hosts takes no "=" (see'
+  run --log-format "%$(printf '%08191d' 0)" access.log
+  expect_error 2 '--log-format takes at most 8191 characters (see'
   run --path "$(printf '/%0250d' 0)" access.log
   expect_error 2 '--path takes at most 243 characters'
 }
@@ -1218,7 +1244,7 @@ test_log_format_by_name() {
   run --log-format ltsv access.log
   expect_status 1
   expect_in err 'orvellis-report: access.log: 1 line, none understood; it comes nearest to the layout that was told, but for the time: 1700000000.123 '
-  expect_in err 'no line is recognised as a request'
+  expect_in err 'no line is recognised as a request: the lines are not of the layout that --log-format tells'
 }
 
 test_log_format_by_the_name_of_a_server() {

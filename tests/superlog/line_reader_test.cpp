@@ -3,6 +3,8 @@
 #include <sys/stat.h>
 
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <random>
 #include <string>
 #include <vector>
@@ -201,6 +203,72 @@ TEST_F(ReadLineFromBigBufTest, NulEndsTheTextButNotTheLine) {
   ReadLineFromBigBuf();
   EXPECT_EQ(CurrentLine(), "ef");
   EXPECT_EQ(mpLineEnd, mpLine + 2);
+}
+
+static std::string Nuls(size_t count) {
+  std::string nuls(count, '\0');
+  return nuls;
+}
+
+// Whether each line is cut, by the lines.
+static std::string CutLines(const std::string& bytes) {
+  OpenLogText(bytes);
+  std::string told;
+  for (ReadLineFromBigBuf(); mLineLen != 0; ReadLineFromBigBuf()) {
+    told += std::string(mpLine, mpLineEnd) + (IsLineCut() ? "! " : " ");
+  }
+  CloseLog();
+  return told;
+}
+
+TEST_F(ReadLineFromBigBufTest, ModernNulsBeforeALineArePassedOver) {
+  for (const size_t count : {1u, 7u, 8u, 4000u, 65535u, 65536u, 65537u, 65543u, 200000u}) {
+    mLogLimits = kModernLimits;
+    EXPECT_EQ(ReadAll(Nuls(count) + "ab\n\"c\"\n", ReadLineFromBigBuf), (Lines{"ab", "\"c\""})) << count;
+    EXPECT_EQ(ReadAll("ab\n" + Nuls(count) + "\"c\"\n" + Nuls(count), ReadLineFromBigBuf),
+              (Lines{"ab", "\"c\""}))
+        << count;
+    OpenLogText("ab\n" + Nuls(count) + "\"c\"\r\n");
+    ReadLineFromBigBuf();
+    ReadLineFromBigBuf();
+    EXPECT_TRUE(QuotesAreTold() && mLineQuotes.begin != nullptr) << count;
+    mLogLimits = kClassicLimits;
+    EXPECT_EQ(CutLines(Nuls(100) + "ab\ncd\n"), "! cd ");
+  }
+}
+
+TEST_F(ReadLineFromBigBufTest, ModernHolesBeforeALineArePassedOver) {
+  mLogLimits = kModernLimits;
+  for (const int64_t size : {int64_t{1} << 20, (int64_t{5} << 30) + 12345}) {
+    const std::string path = WriteLog("ab\n");
+    std::filesystem::resize_file(path, static_cast<uint64_t>(size));
+    std::ofstream(path, std::ios::app) << "cd\nef\n";
+    ASSERT_TRUE(OpenLog(path.c_str()));
+    remove(path.c_str());
+    HashReading({}, {}, 0);
+    std::string told;
+    for (ReadLineFromBigBuf(); mLineLen != 0; ReadLineFromBigBuf()) {
+      told += CurrentLine() + " " + std::to_string(LineNumber()) + ", ";
+      told += std::to_string(NextLineOffset() - (told.size() < 10 ? 0 : size)) + "\n";
+    }
+    EXPECT_EQ(told, "ab 1, 3\ncd 2, 3\nef 3, 6\n");
+    ContentHash hash;
+    EXPECT_FALSE(HashOfReading(hash));  // not all of it was read
+  }
+}
+
+TEST_F(ReadLineFromBigBufTest, CutLinesEndAtANulOrWithTheFile) {
+  for (const Limits& limits : {kClassicLimits, kModernLimits}) {
+    mLogLimits = limits;
+    EXPECT_EQ(CutLines("a\nb\r\nc\rd"), "a b c d! ");
+    EXPECT_EQ(CutLines("a\nb\n"), "a b ");
+    EXPECT_EQ(CutLines("a" + Nuls(1) + "b\nc" + Nuls(1) + "\nd\n"), "a! c! d ");
+    for (const size_t size : {kBigBufSize - 1, kBigBufSize, kBigBufSize + 1}) {
+      const std::string before(size - 4, '\n');
+      EXPECT_EQ(CutLines(before + "\"bc\""), "\"bc\"! ") << size;
+      EXPECT_EQ(CutLines(before + "\"c\"\n"), "\"c\" ") << size;
+    }
+  }
 }
 
 TEST_F(ReadLineFromBigBufTest, CountsTheUnreadTailOfTheCurrentBlockOnly) {

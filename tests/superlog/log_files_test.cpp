@@ -1069,6 +1069,21 @@ TEST_F(CompressedLogsTest, WhatStandsUncompressedBesideThemCountsOnce) {
   EXPECT_EQ(ReadAll(), (Days{3, 4, 5, 6}));
 }
 
+TEST_F(CompressedLogsTest, WhatIsKnownOfThemChangesNothingThatIsSaidOfCopies) {
+  for (const std::string& text : {std::string("junk\nand more\n"), Line(3) + Line(4)}) {
+    std::filesystem::remove(PathOf("a1.log"));
+    Write("a0.log", Line(9));
+    WritePacked("a2.log", text);
+    ReadAll(5, 9);  // alone
+    Write("a1.log", text);
+    for (int time = 0; time < 2; ++time) {
+      EXPECT_EQ(ReadAll(5, 9), Days{9});
+      EXPECT_EQ(Copies(), "a2.log as a1.log\n");
+      EXPECT_EQ(SuperLog_GetLinesNotUnderstood(), text[0] == 'j' ? 2 : 0);
+    }
+  }
+}
+
 TEST_F(CompressedLogsTest, TheSameByTwoPackersCountsOnce) {
   if (LibraryFor(PackFormat::kXz) == nullptr || !HasTool(PackFormat::kXz)) {
     GTEST_SKIP() << "built without xz";

@@ -515,6 +515,56 @@ TEST_F(ParseNextLineTest, ModernRequestsNeedNoUrl) {
   EXPECT_EQ(ParseAll("192.0.2.7 - - [05/Mar/2000:10:00:00 +0000] \"-\" 408 5\n").size(), 0u);
 }
 
+// --- Lines that are cut off ----------------------------------------------------------
+
+TEST_F(ParseNextLineTest, ModernLastLineThatIsCutOffIsARecordOnlyWithItsStatus) {
+  mLogLimits = kModernLimits;
+  const std::string begin = R"(192.0.2.7 - - [05/Mar/2000:10:00:00 +0000] "GET /a HTTP/1.0" 200)";
+  const std::string line = begin + R"( 532 "http://a.example/\"" "M x")";
+  const std::string before = line + "\n" + line + "\n";
+  for (size_t size = 1; size <= line.size(); ++size) {
+    const bool in_referrer = size > line.find("\"http") && size < line.find(" \"M");
+    const bool in_agent = size > line.find("\"M") && size < line.size();
+    const size_t expected = size >= begin.size() && !in_referrer && !in_agent ? 3 : 2;
+    const int64_t not_understood = LinesNotUnderstood();
+    EXPECT_EQ(ParseAll(before + line.substr(0, size)).size(), expected) << size;
+    EXPECT_EQ(LinesNotUnderstood() - not_understood, expected == 2 ? 1 : 0) << size;
+    if (size > line.find("\"G")) {  // a line end says that nothing is missing
+      EXPECT_EQ(ParseAll(before + line.substr(0, size) + "\n").size(), 3u) << size;
+    }
+  }
+  mLogLimits = kClassicLimits;
+  EXPECT_EQ(ParseAll(before + line.substr(0, line.find(" HTTP"))).size(), 3u);
+}
+
+TEST_F(ParseNextLineTest, ModernLastLinesOfOtherLayoutsNeedTheirStatus) {
+  mLogLimits = kModernLimits;
+  const std::string ltsv = "time:05/Mar/2000:10:00:00 +0000\treq:GET /a HTTP/1.0\tstatus:200";
+  const std::string names = "#Fields: date time c-ip cs-uri-stem sc-status\n";
+  const std::string iis = "#Software: Microsoft Internet Information Services 6.0\n" + names;
+  const std::string w3c = "2000-03-05 10:00:00 192.0.2.7 /a 200";
+  for (const auto& [head, line] :
+       std::vector<std::pair<std::string, std::string>>{{"", ltsv}, {names, w3c}, {iis, w3c}}) {
+    const std::string before = head + line + "\n";
+    EXPECT_EQ(ParseAll(before + line).size(), 2u) << before;
+    EXPECT_EQ(ParseAll(before + line.substr(0, line.size() - 1)).size(), 1u) << before;
+    EXPECT_EQ(ParseAll(before + line.substr(0, line.size() - 1) + "\n").size(), 2u) << before;
+    EXPECT_EQ(ParseAll(before + line.substr(0, line.size() - 4)).size(), 1u) << before;
+  }
+}
+
+TEST_F(ParseNextLineTest, ModernLineWithANulIsARecordOnlyUpToThere) {
+  mLogLimits = kModernLimits;
+  const std::string line = R"(192.0.2.7 - - [05/Mar/2000:10:00:00 +0000] "GET /a HTTP/1.0" 200 5 "-" "M")";
+  const std::string nul(1, '\0');
+  EXPECT_EQ(ParseAll(nul + nul + line + "\n" + line + "\n").size(), 2u);
+  EXPECT_EQ(ParseAll(line + "\n" + line + nul + nul + "\n" + line + "\n").size(), 3u);
+  const int64_t not_understood = LinesNotUnderstood();
+  EXPECT_EQ(ParseAll(line + "\n" + line.substr(0, 55) + nul + line + "\n" + line + "\n").size(), 2u);
+  EXPECT_EQ(LinesNotUnderstood() - not_understood, 1);
+  EXPECT_EQ(ParseAll(line + "\n" + line.substr(0, line.size() - 1) + nul + "\"\n").size(), 1u);
+}
+
 // --- URLs -------------------------------------------------------------------------
 
 TEST_F(ParseNextLineTest, UrlFromStemAndQuery) {

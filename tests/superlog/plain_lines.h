@@ -78,8 +78,7 @@ class BlockModel {
 // Whether the block reader tells the quotes of the current line, found here one by one.
 inline bool QuotesAreTold() {
   if (mLineQuotes.begin == nullptr) {
-    return mLineLen == 0 || mLineLen == mLogLimits.line || mpLine[0] == '\xFF' ||
-           mpLineEnd != mpLine + mLineLen;
+    return mLineLen == 0 || mLineLen == mLogLimits.line || mpLine[0] == '\xFF' || IsLineCut();
   }
   const uint32_t* quote = mLineQuotes.begin;
   for (const char* at = mpLine; at != mpLineEnd; ++at) {
