@@ -24,10 +24,12 @@ struct Counting {
   DayCounting days;
   const SearchRules* search;
   bool other_sites_alone;  // pages of the site itself are no rows of the referrers, unless they are asked for
+  bool urls_as_written;    // URLs that differ in case are two, however paths are searched for
 };
 
-inline constexpr Counting kClassicCounting{kClassicLimits, DayCounting::kByDayOfYear, &kClassicSearch, false};
-inline constexpr Counting kModernCounting{kModernLimits, DayCounting::kByDate, &kModernSearch, true};
+inline constexpr Counting kClassicCounting{kClassicLimits, DayCounting::kByDayOfYear, &kClassicSearch, false,
+                                           false};
+inline constexpr Counting kModernCounting{kModernLimits, DayCounting::kByDate, &kModernSearch, true, true};
 
 struct CountedReport {
   List list;

@@ -329,7 +329,7 @@ static void CountReferrer(const Rules& rules, std::string_view referrer, bool co
 
 static void CountUrl(const Rules& rules, std::string_view url, Analysis& analysis) {
   if (rules.urls) {
-    queue_item(analysis.urls.list, analysis.urls.info, url, rules.find.ignore_case);
+    queue_item(analysis.urls.list, analysis.urls.info, url, rules.urls_ignore_case);
   }
   if (rules.url_total) {
     ++analysis.urls.total;

@@ -151,6 +151,7 @@ Rules ResolveRules(const Settings& settings, const Counting& counting) {
       .keep_query = settings.showquery != 0,
       .url_end_mark = counting.limits.escapes ? '?' : '"',
       .urls = settings.requests.on != 0,
+      .urls_ignore_case = settings.find_casesensitive == 0 && !counting.urls_as_written,
       .url_total = settings.requests.on != 0 || settings.badurls.on != 0,
       .referrers = settings.referrers.on != 0,
       .filter_referrers = settings.filter_referrers != 0 && settings.filter_domains[0] != '\0',

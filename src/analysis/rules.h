@@ -62,6 +62,7 @@ struct Rules {
   bool keep_query;
   char url_end_mark;  // besides "?", where the query is not kept: a quote, unless quotes are parts of fields
   bool urls;
+  bool urls_ignore_case;
   bool url_total;
   bool referrers;
   bool filter_referrers;
