@@ -34,7 +34,7 @@ def by_path(urls):
     """Without query, scheme and host. Paths that differ only in capital and small letters are one."""
     counts = collections.Counter()
     for url, count in urls:
-        path = re.sub("^[a-z]+://[^/]*", "", url.split("?")[0].lower())
+        path = re.sub("^[a-z]+://[^/]*", "", url.split("?")[0])
         counts[path or "/"] += count
     return counts
 
