@@ -3,9 +3,10 @@
 # address and undefined-behaviour sanitizers) and runs every test on both.
 #
 # With ORVELLIS_SYSTEM_TESTS=1 the machine itself is tested, too: Orvellis behind
-# three web servers, in a browser, and as a Debian package. With ORVELLIS_DEEP_TESTS=1
-# the source is read by two analysers, all fuzz targets run for twenty seconds each, and the
-# tests run again with counters and unsigned characters, and under valgrind.
+# three web servers, over the logs of seven, in a browser, as a Debian package, and on
+# an emulated ARM processor. With ORVELLIS_DEEP_TESTS=1 the source is read by two
+# analysers, all fuzz targets run for twenty seconds each, and the tests run again with
+# counters and unsigned characters, and under valgrind.
 set -eu
 cd "$(dirname "$0")"
 . ./cmake/packages.sh
@@ -16,8 +17,11 @@ need_packages libisal-dev zlib1g-dev libzstd-dev liblzma-dev libbz2-dev
 # Tools and data that tests use where they are: a name server, time zones, a second shell, packers, patch, a tracer, a reader of pages.
 need_packages dnsmasq-base iproute2 tzdata busybox bzip2 xz-utils zstd patch strace python3-html5lib
 if [ "${ORVELLIS_SYSTEM_TESTS:-}" = 1 ]; then
-  # Real web servers, a real browser and a real package; else those tests are skipped.
+  # Real web servers, a real browser, a real package and another processor; else those tests are skipped.
   need_packages curl apache2 nginx-light fcgiwrap lighttpd chromium lintian mandoc fail2ban
+  need_packages g++-aarch64-linux-gnu qemu-user
+  # More servers, whose own logs are read.
+  need_packages haproxy varnish squid caddy
   command -v npm >/dev/null || need_packages npm
   mkdir -p build/browser
   cp tests/browser/package.json tests/browser/package-lock.json build/browser/

@@ -5,6 +5,7 @@
 _orvellis_report_values() { # OPTION
   case $1 in
     --from | --to) echo today yesterday 7d 30d ;;
+    --timezone) echo UTC Europe/Berlin Europe/London America/New_York America/Los_Angeles Asia/Tokyo ;;
     --date-format) echo DMY DYM MDY MYD YDM YMD ;;
     --top) echo 0 10 30 100 10% ;;
     --memory) echo 16M 64M 256M 1G ;;
@@ -40,7 +41,7 @@ _orvellis_report() {
     mapfile -t COMPREPLY < <(compgen -W '--server --account --logs --url --site --write --remove -h --help' -- "$word")
   elif [[ $word == -* ]]; then
     mapfile -t COMPREPLY < <(compgen -W '-o --output --index --json --csv --text --from --to --path --match --exclude-hosts --exclude-types --top
-      --min --reports --title --url --log-format --date-format --gmt --dns --search-engines --memory --classic --no-script --theme
+      --min --reports --title --url --log-format --date-format --timezone --gmt --dns --search-engines --memory --classic --no-script --theme
       --plain --open --quiet --keep-config --init-site -h --help --version' -- "$word")
   else
     compopt -o filenames

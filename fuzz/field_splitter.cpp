@@ -30,6 +30,24 @@ static void CheckSplitting(const std::string& line, char separator) {
   REQUIRE(cursor.next == cursor.end);
 }
 
+template <char kSeparator>
+static void CheckSplittingAtSeparators(const std::string& line, size_t longest) {
+  constexpr size_t kMost = 30;
+  if (line.empty() || line.find('"') != std::string::npos) {
+    return;
+  }
+  std::vector<char> block = BlockOf(line);
+  static LineMarks marks;
+  MarkLine(marks, block.data(), block.data() + line.size(), SeparatorOf(kSeparator));
+  std::string_view fields[kMost];
+  const std::vector<std::string> expected = SplitPlainly(line, kSeparator);
+  const size_t count = SplitAtSeparators<kSeparator>(marks, kMost, longest, fields);
+  REQUIRE(count == 0 || count == std::min(kMost, expected.size()));
+  for (size_t i = 0; i < count; ++i) {
+    REQUIRE(fields[i] == expected[i] && fields[i].size() <= longest);
+  }
+}
+
 static void CheckSplittingWithEscapes(const std::string& line, bool cut) {
   std::vector<char> block = BlockOf(line);
   static LineMarks marks;
@@ -62,6 +80,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   for (const char separator : {'S', 'T', 'C'}) {
     CheckSplitting(line, separator);
   }
+  CheckSplittingAtSeparators<'S'>(line, static_cast<unsigned char>(b));
+  CheckSplittingAtSeparators<'T'>(line, static_cast<unsigned char>(b));
   CheckSplittingWithEscapes(line, a % 2 != 0);
   return 0;
 }

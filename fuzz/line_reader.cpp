@@ -31,6 +31,7 @@ static void CheckBlockReader(const char* path, const std::string& bytes) {
     REQUIRE(CurrentLine() == expected);
     REQUIRE(TotalBytes() == model.counted());
     CheckCurrentLine();
+    REQUIRE(QuotesAreTold());
     memset(mpLine, '\n', mLineLen);  // a user of the line may write to it
   } while (!expected.empty());
   REQUIRE(TotalBytes() == bytes.size());

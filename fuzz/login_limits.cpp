@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include "dates/clock.h"
 #include "support.h"
 
 // A file with a name of its own, as links are not followed.
@@ -37,7 +38,8 @@ static std::string Content() {
 }
 
 static LoginVerdict Try(std::string_view account, std::int64_t now, bool right) {
-  LoginAttempt attempt{.file = FilePath(), .visitor = {}, .account = account, .now = now};
+  SetCurrentTimeForTest(now);
+  LoginAttempt attempt{.file = FilePath(), .visitor = {}, .account = account};
   int retry_after;
   const LoginVerdict verdict = BeginLogin(attempt, retry_after);
   REQUIRE(verdict == LoginVerdict::kTooMany ? retry_after >= 1 && retry_after <= kLoginWindow

@@ -2,6 +2,7 @@
 #include "layouts/recognition.h"
 
 #include "dates/local_time.h"
+#include "layouts/near_miss.h"
 #include "superlog/line_reader.h"
 #include "superlog/log_dates.h"
 #include "superlog/log_limits.h"
@@ -15,11 +16,14 @@ static void CheckText(std::string_view text) {
 static void CheckRecognition(std::string_view log) {
   static Layout layout;
   static SplitRoom room;
+  LogSoFar so_far;
   const std::string line(TakePart(log));
-  if (RecogniseLayout(line, log, room, layout)) {
+  if (RecogniseLayout(line, {log}, so_far, room, layout)) {
     LineFields fields = {};
     REQUIRE(SplitLine(layout, line, room, fields) && HoldsTime(fields));
   }
+  const NearMiss miss = FindNearMiss(ReadyLayouts(), line, room);
+  REQUIRE(miss.layout <= ReadyLayouts().size() && miss.character <= line.size() + 1);
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

@@ -16,9 +16,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   while (made && !input.empty()) {
     const std::string line(TakePart(input));
     LineFields fields = {};
-    size_t fits = 0;
-    const bool whole = SplitByPattern(layout.pattern, line, fields, fits);
-    REQUIRE(fits <= layout.pattern.count && (!whole || fits >= layout.pattern.needed));
+    SplitStop stop;
+    const bool whole = SplitByPattern(layout.pattern, line, fields, stop);
+    REQUIRE(stop.fits <= layout.pattern.count && (!whole || stop.fits >= layout.pattern.needed));
+    REQUIRE(stop.at == nullptr || (stop.at >= line.data() && stop.at <= line.data() + line.size()));
     for (const std::string_view text : fields.texts) {
       REQUIRE(text.data() == nullptr ||
               (text.data() >= line.data() && text.data() + text.size() <= line.data() + line.size()));

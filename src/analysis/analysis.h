@@ -4,7 +4,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <ctime>
+#include <string_view>
 
+#include "analysis/address_names.h"
 #include "analysis/counting_table.h"
 #include "analysis/day_counts.h"
 #include "analysis/search_phrases.h"
@@ -22,16 +24,30 @@ struct Counting {
   DayCounting days;
   const SearchRules* search;
   bool other_sites_alone;  // pages of the site itself are no rows of the referrers, unless they are asked for
+  bool urls_as_written;    // URLs that differ in case are two, however paths are searched for
 };
 
-inline constexpr Counting kClassicCounting{kClassicLimits, DayCounting::kByDayOfYear, &kClassicSearch, false};
-inline constexpr Counting kModernCounting{kModernLimits, DayCounting::kByDate, &kModernSearch, true};
+inline constexpr Counting kClassicCounting{kClassicLimits, DayCounting::kByDayOfYear, &kClassicSearch, false,
+                                           false};
+inline constexpr Counting kModernCounting{kModernLimits, DayCounting::kByDate, &kModernSearch, true, true};
 
 struct CountedReport {
   List list;
   ListInfo* info;
   int64_t total;  // records counted; 0 for the bad sections, which show shares of the URLs and referrers
 };
+
+// Counts one occurrence of an item, as queue_item does.
+inline void CountItem(CountedReport& report, std::string_view key, bool ignore_case) {
+  queue_item(report.list, report.info, key, ignore_case);
+  ++report.total;
+}
+
+// The same of a text that does not outlive its record.
+inline void CountCopy(CountedReport& report, std::string_view text) {
+  queue_copy(report.list, report.info, text, false);
+  ++report.total;
+}
 
 template <size_t N>
 struct TimeDistribution {
@@ -69,6 +85,8 @@ struct Analysis {
   CountedReport badreferrers;
   CountedReport domains;
   CountedReport domaintypes;
+  CountedReport addresses;  // that are to be looked up, until their names are known
+  LookUpFigures look_ups;
   TimeDistribution<366> days;  // by day of the year, or
   DayCounts dates;             // by date, in order once all are counted
   // While records stream through, the hours of the week alone rise; the two others are

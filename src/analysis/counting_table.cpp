@@ -19,13 +19,13 @@ static ListInfoChain mExempt;  // lists that no reclaim takes from
 // A line of the index is one of the cache. A place repeats its record's hash, so that a search
 // reads a record only where it is very likely the right one; those that are taken come first.
 static constexpr uint32_t kPlaces = 8;
-struct alignas(64) IndexLine {
+struct alignas(kIndexLine) IndexLine {
   uint32_t hashes[kPlaces];
   ItemRef items[kPlaces];  // 0: the place is free
 
   bool full() const { return items[kPlaces - 1] != 0; }
 };
-static_assert(sizeof(IndexLine) == 64);
+static_assert(sizeof(IndexLine) == kIndexLine);
 
 size_t List::capacity() const {
   return lines == nullptr ? 0 : (static_cast<size_t>(mask()) + 1) * kPlaces;
@@ -122,26 +122,19 @@ static ListItem* Find(const List& list, std::string_view key, uint32_t hash, boo
   }
 }
 
-// The record that a key of this hash will very likely be; null: a new one, or unknown.
-[[gnu::always_inline]] inline static ListItem* Foresee(const List& list, uint32_t hash) {
+// The record that a key of this hash will very likely be; 0: a new one, or unknown.
+[[gnu::always_inline]] inline static ItemRef Foresee(const List& list, uint32_t hash) {
   if (list.lines == nullptr) {
-    return nullptr;
+    return 0;
   }
   for (uint32_t i = HomeOf(list, hash);; i = (i + 1) & list.mask()) {
     const IndexLine& line = list.lines[i];
     const uint32_t places = PlacesOf(line.hashes, hash);
     const ItemRef ref = places == 0 ? 0 : line.items[std::countr_zero(places)];
-    if (ref != 0) {
-      return ItemAt(ref);
-    }
-    if (!line.full()) {
-      return nullptr;
+    if (ref != 0 || !line.full()) {
+      return ref;
     }
   }
-}
-
-void FetchSlot(const List& list, uint32_t hash) {
-  __builtin_prefetch(list.lines == nullptr ? nullptr : &list.lines[HomeOf(list, hash)]);
 }
 
 static void EnterAll(List& list) {
@@ -159,9 +152,17 @@ static void EnterAll(List& list) {
   return static_cast<uint32_t>(EndSipHash(hash));
 }
 
+// Of a key whose buffer may end with it.
+static uint32_t HashOf(std::string_view key, bool ignore_case) {
+  static char room[kLongestItem + kScanOverread];
+  return mpKeyForm->hash({room, key.copy(room, key.size())}, ignore_case, mSeed);
+}
+
+static bool mAnyAttacked = false;  // some list, until now
+
 // Hashes all keys of the list, from now on, in the safe way.
 [[gnu::noinline]] static void RehashSafely(List& list) {
-  list.attacked = true;
+  list.attacked = mAnyAttacked = true;
   std::fill_n(list.lines, list.capacity() / kPlaces, IndexLine{});
   for (ListItem* item = list.first; item != nullptr; item = item->next) {
     item->hash = SafeHash(item->key(), list.ignore_case);
@@ -390,6 +391,59 @@ static List& SublistOf(ListItem& item) {
   return *item;
 }
 
+// ---- Parts of keys ----
+//
+// A key's part counts when its record is new; what the record's count rises by afterwards is the
+// part's as well, and is added once: in the end, or before a reclaim, for which counts must hold. From then
+// on parts are counted one by one.
+
+void count_parts_too(ListInfo& info, ListInfo& parts, KeyPart part_of) {
+  info.parts = &parts;
+  info.part_of = part_of;
+}
+
+static void AddToPart(const ListInfo& info, const ListItem& item) {
+  if (item.count == 1) {
+    return;
+  }
+  const std::string_view part = info.part_of(item.key());
+  const List& parts = *info.parts->head;
+  const uint32_t hash = parts.attacked ? SafeHash(part, false) : HashOf(part, false);
+  if (ListItem* const into = Find(parts, part, hash, false)) {
+    into->count += item.count - 1;
+    info.parts->kinds[into->kind] += item.count - 1;
+  }
+}
+
+static void SettleParts(ListInfo& info) {
+  List& list = *info.head;
+  if (info.part_of == nullptr || list.parts_behind) {
+    return;
+  }
+  list.parts_behind = true;
+  for (const ListItem* item = list.first; item != nullptr; item = item->next) {
+    AddToPart(info, *item);
+  }
+}
+
+void SettleAllParts() {
+  for (ListInfo* info = gListInfo.first; info != nullptr; info = info->next) {
+    SettleParts(*info);
+  }
+}
+
+// Of a record that has just been counted. It may go with a reclaim on the way: the part is taken from the
+// key.
+static void CountPart(const ListItem& item, const ListInfo& info, std::string_view key) {
+  if (item.count != 1 && !info.head->parts_behind) {
+    return;
+  }
+  const std::string_view part = info.part_of(key);
+  if (!part.empty()) {
+    CountKey(*info.parts->head, info.parts, part, HashOf(part, false), nullptr, false);
+  }
+}
+
 static void CountSubkey(ListItem& item, ListInfo* info, std::string_view subkey, uint32_t hash,
                         bool ignore_case) {
   if (item.has_tail) {
@@ -419,31 +473,40 @@ static void Refill(size_t group) {
   mpEnd = mpNext + kGroupSize;
 }
 
-static void FetchSlots(WaitingKey* keys, size_t count) {
+[[gnu::noinline]] static void HashSafely(WaitingKey* keys, size_t count) {
   for (const WaitingKey* const end = keys + count; keys != end; ++keys) {
-    if (keys->list->attacked && !keys->is_subkey) {
+    if (keys->list->attacked) {
       keys->hash = SafeHash(keys->key(), keys->ignore_case);
+      FetchSlot(*keys->list, keys->hash);
     }
-    FetchSlot(*keys->list, keys->hash);
   }
 }
 
 static void FetchItems(WaitingKey* keys, size_t count) {
   for (const WaitingKey* const end = keys + count; keys != end; ++keys) {
-    keys->item = keys->is_subkey ? nullptr : Foresee(*keys->list, keys->hash);
-    if (keys->item != nullptr) {
+    const ItemRef ref = keys->list->parts_behind ? 0 : Foresee(*keys->list, keys->hash);
+    keys->item = nullptr;
+    if (ref != 0) {
+      keys->item = ItemAt(ref);
       __builtin_prefetch(keys->item);
       __builtin_prefetch(reinterpret_cast<const char*>(keys->item) + kCacheLine);
     }
   }
 }
 
-// A key whose record is not the one that was foreseen, or that is a sub-key of the record before.
+// A key whose record is not the one that was foreseen or is watched, or that is a sub-key of the record
+// before.
 [[gnu::noinline]] static void CountOther(WaitingKey& key) {
   if (key.is_subkey) {
     CountSubkey(*(&key)[-1].item, key.info, key.key(), key.hash, key.ignore_case);
-  } else {
-    key.item = &CountKey(*key.list, key.info, key.key(), key.hash, nullptr, key.ignore_case);
+    return;
+  }
+  if (key.info->watcher != nullptr) {
+    key.info->watcher(key.key());
+  }
+  key.item = &CountKey(*key.list, key.info, key.key(), key.hash, nullptr, key.ignore_case);
+  if (key.info->part_of != nullptr) {
+    CountPart(*key.item, *key.info, key.key());
   }
 }
 
@@ -460,7 +523,9 @@ static void CountGroup(WaitingKey* keys, size_t count) {
   WaitingKey* const filled = mGroups[mFilling];
   mLengths[mFilling] = static_cast<size_t>(mpNext - filled);
   mpKeyForm->hash_all(filled, mLengths[mFilling], mSeed);
-  FetchSlots(filled, mLengths[mFilling]);
+  if (mAnyAttacked) {
+    HashSafely(filled, mLengths[mFilling]);
+  }
   FetchItems(mGroups[before], mLengths[before]);
   CountGroup(mGroups[oldest], mLengths[oldest]);
   Refill(oldest);
@@ -474,9 +539,17 @@ void ForgetForeseen() {
   }
 }
 
+static List mSublist = {};  // stands for any sub-list, of which nothing is known before its key is counted
+
 static void Wait(List& list, ListInfo* info, std::string_view key, bool ignore_case, bool is_subkey) {
   const size_t length = std::min(key.size(), mCountingLimits.item);
-  *mpNext++ = {key.data(), &list, info, nullptr, 0, static_cast<uint16_t>(length), ignore_case, is_subkey};
+  WaitingKey& waiting = *mpNext++;  // hash and record follow
+  waiting.text = key.data();
+  waiting.list = &list;
+  waiting.info = info;
+  waiting.length = static_cast<uint16_t>(length);
+  waiting.ignore_case = ignore_case;
+  waiting.is_subkey = is_subkey;
   if (mpNext == mpEnd) {
     TurnOver();
   }
@@ -497,7 +570,7 @@ void queue_item(List& list, ListInfo* info, std::string_view key, std::string_vi
     TurnOver();  // both wait in one group
   }
   Wait(list, info, key, ignore_case, false);
-  Wait(list, info, subkey, ignore_case, true);
+  Wait(mSublist, info, subkey, ignore_case, true);
 }
 
 void queue_copy(List& list, ListInfo* info, std::string_view key, bool ignore_case) {
@@ -508,6 +581,13 @@ void queue_copy(List& list, ListInfo* info, std::string_view key, bool ignore_ca
   char* const copy = mCopies + mCopied;
   mCopied += key.copy(copy, key.size());
   queue_item(list, info, {copy, key.size()}, ignore_case);
+}
+
+void count_now(List& list, ListInfo* info, std::string_view key, bool ignore_case) {
+  key = key.substr(0, mCountingLimits.item);
+  if (!key.empty()) {
+    CountKey(list, info, key, HashOf(key, ignore_case), nullptr, ignore_case);
+  }
 }
 
 void count_queued() {
@@ -521,6 +601,11 @@ void forget_queued() {
   std::fill_n(mLengths, kGroups, 0);
   Refill(0);
   mCopied = 0;
+}
+
+void count_parts(ListInfo& info) {
+  count_queued();
+  SettleParts(info);
 }
 
 size_t list_length(const List& list) {
@@ -537,12 +622,6 @@ int64_t TotalList(const List& list) {
   return total;
 }
 
-// Of a key whose buffer may end with it.
-static uint32_t HashOf(std::string_view key, bool ignore_case) {
-  static char room[kLongestItem + kScanOverread];
-  return mpKeyForm->hash({room, key.copy(room, key.size())}, ignore_case, mSeed);
-}
-
 void add_item(List& list, ListInfo* info, std::string_view key, std::string_view subkey, ListItem* parent,
               bool ignore_case) {
   count_queued();
@@ -551,10 +630,23 @@ void add_item(List& list, ListInfo* info, std::string_view key, std::string_view
   }
   key = key.substr(0, mCountingLimits.item);
   ListItem& item = CountKey(list, info, key, HashOf(key, ignore_case), parent, ignore_case);
+  if (info->part_of != nullptr && parent == nullptr) {
+    CountPart(item, *info, key);
+    return;
+  }
   if (!subkey.empty()) {
     subkey = subkey.substr(0, mCountingLimits.item);
     CountSubkey(item, info, subkey, HashOf(subkey, ignore_case), ignore_case);
   }
+}
+
+void add_items(List& list, ListInfo* info, std::string_view key, int64_t count) {
+  count_queued();
+  if (key.empty()) {
+    return;
+  }
+  key = key.substr(0, mCountingLimits.item);
+  CountKey(list, info, key, HashOf(key, false), nullptr, false, count);
 }
 
 // ---- Counts that were written down ----
@@ -641,8 +733,9 @@ static bool AddGroup(PartReader& part, List& list, ListInfo* info, size_t length
     FetchSlot(list, saved.hash);
   }
   for (const SavedKey& saved : std::span(group, length)) {
-    const ListItem* const record = list.attacked ? nullptr : Foresee(list, saved.hash);
-    if (record != nullptr) {
+    const ItemRef ref = list.attacked ? 0 : Foresee(list, saved.hash);
+    if (ref != 0) {
+      const ListItem* const record = ItemAt(ref);
       __builtin_prefetch(record);
       __builtin_prefetch(reinterpret_cast<const char*>(record) + kCacheLine);
     }
@@ -817,6 +910,22 @@ size_t ReleaseItem(List& list, ListItem* item) {
   return released;
 }
 
+bool take_first(List& list, ListInfo& info, char* key, size_t capacity, int64_t& count) {
+  count_queued();
+  ListItem* const item = list.first;
+  if (item == nullptr) {
+    return false;
+  }
+  if (list.pivots > 0 && info.pivots[list.pivots - 1] == item) {
+    --list.pivots;
+  }
+  list.first = item->next;
+  CopyText(key, capacity, item->key());
+  count = item->count;
+  smart_release(info, item);
+  return true;
+}
+
 // Releases all of a list but its records, and returns how many these are, sub-lists included.
 static size_t ReleaseIndexes(const List& list) {
   size_t records = list.length;
@@ -851,4 +960,5 @@ void destroyListInfo() {
     free(gone);
   }
   mExempt = {};
+  mAnyAttacked = false;
 }

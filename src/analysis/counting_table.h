@@ -64,6 +64,7 @@ struct List {
   bool ignore_case;
   bool has_sublists : 1;  // perhaps
   bool attacked : 1;      // keys have collided as by chance they never do, and are hashed another way
+  bool parts_behind : 1;  // parts of keys are counted with each key
 
   uint32_t mask() const { return UINT32_MAX >> spare_bits; }  // of the index's lines
   size_t capacity() const;                                    // records that the index has places for
@@ -79,8 +80,16 @@ inline constexpr size_t kMaxPivots = 128;
 
 // Sorts keys into kinds, so that this is done once for each record and not for
 // each occurrence. Nothing but the key decides.
-inline constexpr size_t kKinds = 4;
+inline constexpr size_t kKinds = 5;
+inline constexpr uint8_t kWatchedKind = 4;
 using KeyClassifier = uint8_t (*)(std::string_view key);
+
+// Part of a key, or any text that depends on nothing but the key; not to be changed, and perhaps empty.
+using KeyPart = std::string_view (*)(std::string_view key);
+
+// Is told of queued keys right before they are counted: of every key of the watched kind, and of any others.
+// It may count keys itself, by count_now.
+using KeyWatcher = void (*)(std::string_view key);
 
 // Descriptor of a top-level list, chained in creation order.
 struct ListInfo {
@@ -92,6 +101,9 @@ struct ListInfo {
   bool sublists;           // top-level records may have sub-lists
   KeyClassifier classify;  // null: all keys are of kind 0
   int64_t kinds[kKinds];   // occurrences of keys of each kind; as wide as a record's count
+  KeyWatcher watcher;      // null: nobody is told of keys
+  KeyPart part_of;         // null: parts of keys do not count
+  ListInfo* parts;         // where they do
   ListItem* pivots[kMaxPivots];
 };
 
@@ -110,6 +122,13 @@ void SetCountingLimits(const Limits& limits);
 // bytes. When memory runs out, the process exits with status 1.
 enum class SubLists { kNone, kAny };
 void init_list(List& list, ListInfo*& info, const char* name, SubLists sublists = SubLists::kNone);
+
+// Has part_of each key that is counted in info's list from now on counted in the list of parts, too, right
+// behind it. Neither list holds a record yet, nor ignores case, nor has sub-lists. What a key that is known
+// already adds to its part is only there after count_parts: until then nobody reads the counts in the list of
+// parts.
+void count_parts_too(ListInfo& info, ListInfo& parts, KeyPart part_of);
+void count_parts(ListInfo& info);
 
 // Counts one occurrence of key (cut to the length of an item, without NULs) and,
 // when subkey is present, one of subkey in that record's sub-list. An absent or empty
@@ -136,6 +155,17 @@ void queue_item(List& list, ListInfo* info, std::string_view key, std::string_vi
 
 // The same for a key whose buffer is needed for something else.
 void queue_copy(List& list, ListInfo* info, std::string_view key, bool ignore_case);
+
+// For watchers: counts the key before all that wait, and the one of which the watcher was told. It may be of
+// any length, and its buffer may end with it.
+void count_now(List& list, ListInfo* info, std::string_view key, bool ignore_case);
+
+// Counts so many occurrences at once, 1 or more, as add_item does. The buffer may end with the key.
+void add_items(List& list, ListInfo* info, std::string_view key, int64_t count);
+
+// Takes the first record of the chain out of the list: copies its key, cut to the capacity, and tells its
+// count. False when there is none. The memory budget has its room back.
+bool take_first(List& list, ListInfo& info, char* key, size_t capacity, int64_t& count);
 
 // Counts all that wait.
 void count_queued();

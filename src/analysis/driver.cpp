@@ -6,6 +6,8 @@
 
 #include "analysis/dns_cache.h"
 #include "analysis/dns_cache_internal.h"
+#include "analysis/domain_counts.h"
+#include "analysis/look_ups.h"
 #include "analysis/normalise.h"
 #include "analysis/request_filters.h"
 #include "analysis/request_filters_internal.h"
@@ -45,8 +47,13 @@ static void SetRange(const Settings& settings, Analysis& analysis) {
   CalendarDate start{};
   CalendarDate end{};
   ParseDate(start, end, settings);
-  analysis.range_first = LocalTimeOf(start, 0, 0, 0);
-  analysis.range_last = LocalTimeOf(end, 23, 59, 59);
+  if (settings.rules.real_days && IsDay(start) && IsDay(end)) {
+    analysis.range_first = BeginOfDay(start);
+    analysis.range_last = BeginOfDay(DayOfNumber(NumberOfDay(end) + 1)) - 1;
+  } else {
+    analysis.range_first = LocalTimeOf(start, 0, 0, 0);
+    analysis.range_last = LocalTimeOf(end, 23, 59, 59);
+  }
 }
 
 // The first or the last day of the logs is known when these have been read: until then, the range has no end
@@ -58,6 +65,18 @@ static void OpenRange(const Settings& settings, Analysis& analysis) {
   if (settings.to_last) {
     analysis.range_last = std::numeric_limits<time_t>::max();
   }
+}
+
+// Which day it is must be known before the first record is counted.
+static void TakeFirstDay(Settings& settings, Analysis& analysis) {
+  time_t first = 0;
+  time_t last = 0;
+  if (SuperLog_FindTimes(first, last)) {
+    SetDays(settings, {DayOf(first), DayOf(first)});
+  }
+  settings.first_alone = false;
+  SetRange(settings, analysis);
+  SuperLog_BeginAgain(analysis.range_first, analysis.range_last);
 }
 
 static bool EndsBefore(const CalendarDate& last, const CalendarDate& first) {
@@ -95,11 +114,44 @@ static int64_t CountOfBrand(const ListInfo& browsers, uint8_t kind) {
   return browsers.kinds[kind] + browsers.kinds[kMsieKind | kNavigatorKind];
 }
 
+static void CountTypesWithDomains(const Rules& rules, Analysis& analysis) {
+  if (rules.type_of_domain != nullptr) {
+    count_parts_too(*analysis.domains.info, *analysis.domaintypes.info, rules.type_of_domain);
+  }
+}
+
+static void SetTypeCounts(Analysis& analysis) {
+  if (analysis.domains.info->part_of != nullptr) {
+    count_parts(*analysis.domains.info);
+    analysis.domaintypes.total = analysis.domains.total;
+  }
+}
+
 static void SetBrandCounts(Analysis& analysis) {
   const Limits& limits = analysis.counting.limits;
   analysis.MsieCount = Wrapped(limits, CountOfBrand(*analysis.browsers.info, kMsieKind));
   analysis.NavCount = Wrapped(limits, CountOfBrand(*analysis.browsers.info, kNavigatorKind));
   analysis.gHits_Browsers = Wrapped(limits, analysis.browsers.total);
+}
+
+static SearchCounts* mpSearch = nullptr;  // of this run
+
+static uint8_t ReferrerKind(std::string_view referrer) {
+  return MayCountForEngine(referrer, *mpSearch) ? kWatchedKind : uint8_t{0};
+}
+
+static void CountSearchNow(std::string_view referrer) {
+  CountSearchHits(referrer, *mpSearch, count_now);
+}
+
+// Most referrers come from no engine, which their records remember: a new one is looked at before its record
+// is made.
+static void WatchReferrers(const Rules& rules, Analysis& analysis) {
+  if (rules.search && rules.referrers) {
+    mpSearch = &analysis.search;
+    analysis.referrers.info->classify = ReferrerKind;
+    analysis.referrers.info->watcher = CountSearchNow;
+  }
 }
 
 // The order of creation decides which of two equally long tables is thinned.
@@ -122,6 +174,9 @@ static void CreateTables(const Settings& settings, Analysis& analysis) {
     init_list(table.report.list, table.report.info, table.name, table.sublists);
   }
   analysis.browsers.info->classify = AgentKind;
+  if (ResolveDnsMode(settings, analysis.counting.limits) == DnsMode::kAfterwards) {
+    init_list(analysis.addresses.list, analysis.addresses.info, "Addresses");
+  }
 }
 
 static void BeginRange(const Settings& settings, const Counting& counting, Analysis& analysis) {
@@ -138,6 +193,7 @@ static void PrepareCounting(const Settings& settings, const Counting& counting, 
   SetWildcardLimits(counting.limits);
   smart_memory_init(settings);
   DNSLookup_Init();
+  LimitLookUps(settings.DNSLookupSeconds);
   Search_Init(*counting.search);
   analysis.search = NewSearchCounts();
   CreateTables(settings, analysis);
@@ -152,6 +208,9 @@ bool BeginAnalysis(Settings& settings, const Counting& counting, Analysis& analy
   SuperLog_Init(settings, counting.limits, analysis.range_first, analysis.range_last, logs);
   if (!SuperLog_LogFilesFound()) {
     return false;
+  }
+  if (settings.first_alone) {
+    TakeFirstDay(settings, analysis);
   }
   PrepareCounting(settings, counting, analysis);
   return true;
@@ -175,6 +234,9 @@ static bool Authenticated(std::string_view rule, std::string_view text) {
 }
 
 static bool Finds(const FindTest& find, std::string_view url) {
+  if (find.short_prefix) {
+    return find.length == 0 || url.starts_with(find.value[0]);
+  }
   if (find.prefix) {
     url = url.substr(0, find.length);
   }
@@ -186,42 +248,12 @@ static bool Finds(const FindTest& find, std::string_view url) {
 }
 
 static bool IsSelected(const Rules& rules, const SuperLogRecord& record, std::string_view url) {
-  return Authenticated(rules.realm, record.realm) && Authenticated(rules.user, record.user) &&
+  return (!rules.authenticated ||
+          (Authenticated(rules.realm, record.realm) && Authenticated(rules.user, record.user))) &&
          (!rules.filter_domains || rules.host_counts(rules.settings, record.host)) && Finds(rules.find, url);
 }
 
 // ---- Steps of one record --------------------------------------------------------
-
-// The visitor's host on its way through the steps.
-struct Visitor {
-  std::string_view host;
-  const Address* ipv6;   // what the host is; null: something else
-  char* name = nullptr;  // the resolved name that host may lie in
-
-  explicit Visitor(const SuperLogRecord& record) : host(record.host), ipv6(record.ipv6) {}
-  Visitor(const Visitor&) = delete;
-  Visitor& operator=(const Visitor&) = delete;
-  ~Visitor() { free(name); }
-};
-
-// Puts the host's name in place of a numeric address; false when there is none.
-static bool ResolveHost(Visitor& visitor) {
-  if (!IsIpAddr(visitor.host) && visitor.ipv6 == nullptr) {
-    return false;
-  }
-  visitor.name = GetHostFromIP(visitor.host.data());
-  if (visitor.name == nullptr) {
-    return false;
-  }
-  visitor.host = visitor.name;
-  visitor.ipv6 = nullptr;
-  return true;
-}
-
-static void CountItem(CountedReport& report, std::string_view key, bool ignore_case) {
-  queue_item(report.list, report.info, key, ignore_case);
-  ++report.total;
-}
 
 template <size_t N>
 static void CountAt(TimeDistribution<N>& distribution, int index) {
@@ -236,61 +268,6 @@ static void CountNotFound(const Rules& rules, const SuperLogRecord& record, Anal
   }
   if (rules.bad_referrers) {
     queue_item(analysis.badreferrers.list, analysis.badreferrers.info, record.referrer, false);
-  }
-}
-
-// As much of a resolved name as of a logged one.
-static std::string_view Kept(const Rules& rules, std::string_view host) {
-  return host.substr(0, rules.longest_item);
-}
-
-// A text that does not outlive its record.
-static void CountCopy(CountedReport& report, std::string_view text) {
-  queue_copy(report.list, report.info, text, false);
-  ++report.total;
-}
-
-static void CountPartOfHost(CountedReport& report, const Visitor& visitor, std::string_view part) {
-  if (visitor.name == nullptr) {
-    CountItem(report, part, false);
-  } else {
-    CountCopy(report, part);
-  }
-}
-
-// What is given to one customer of a network, as "2001:db8:1::/48".
-static void CountIpv6Network(const Rules& rules, const Address& address, Analysis& analysis) {
-  static constexpr int kBits = 48;
-  static constexpr char kBehind[] = "/48";
-  if (rules.domains) {
-    char text[kAddressTextSize];
-    char network[kAddressTextSize + sizeof kBehind + kScanOverread];
-    WriteAddress(FirstBits(address, kBits), text);
-    size_t length = CopyText(network, text);
-    length += CopyText(network + length, sizeof kBehind, kBehind);
-    CountCopy(analysis.domains, {network, length});
-  }
-  if (rules.domain_types) {
-    CountItem(analysis.domaintypes, checkIP("0"), false);
-  }
-}
-
-static void CountDomain(const Rules& rules, Visitor& visitor, Analysis& analysis) {
-  if (rules.dns == DnsMode::kDomainReportsOnly) {
-    ResolveHost(visitor);
-  }
-  if (visitor.ipv6 != nullptr) {
-    CountIpv6Network(rules, *visitor.ipv6, analysis);
-    return;
-  }
-  if (rules.domains) {
-    visitor.host =
-        IPaddress(Kept(rules, visitor.host)) ? TruncateIP(visitor.host) : TruncateLSD(visitor.host);
-    CountPartOfHost(analysis.domains, visitor, visitor.host);
-  }
-  if (rules.domain_types) {
-    // deliberate: from the host as the domains report has shortened it
-    CountPartOfHost(analysis.domaintypes, visitor, checkIP(TruncateDomain(visitor.host, 1)));
   }
 }
 
@@ -315,14 +292,26 @@ static bool HoldsQuery(std::string_view referrer) {
   return FindByte(referrer.data(), end, '?') != end;
 }
 
+// Tells nearly all addresses of other sites by one look behind the scheme, whatever that is. Letters of both
+// cases are one there, and some other characters, too.
+static bool IsOfOther(const OwnHost& own, std::string_view address) {
+  constexpr size_t kSeen = 8 + 4 + sizeof own.start;  // "https://", "www." and the start
+  if (address.size() < kSeen) {
+    return false;
+  }
+  const char* host = address.data() + (address[4] == 's' ? 8 : 7);
+  host += StartWord<uint32_t>(host) == StartWord<uint32_t>("www.") ? 4 : 0;
+  return (StartWord<uint64_t>(host) & own.mask) != own.start;
+}
+
 // Whether the address is one of the site's: its host ends there, or at a port. What ends at "@" is no
 // host, but a name for another site's.
 [[gnu::noinline]] static bool IsOwn(const Rules& rules, std::string_view referrer) {
   const std::string_view host = HostBehindWww(referrer);
-  const size_t length = rules.own_host.size();
+  const size_t length = rules.own_host.name.size();
   // Nearly all others are told by one character.
-  if (host.size() < length || ToLowerAscii(host[length - 1]) != ToLowerAscii(rules.own_host.back()) ||
-      !BeginsWithIgnoreCase(host, rules.own_host)) {
+  if (host.size() < length || ToLowerAscii(host[length - 1]) != ToLowerAscii(rules.own_host.name.back()) ||
+      !BeginsWithIgnoreCase(host, rules.own_host.name)) {
     return false;
   }
   const std::string_view behind = host.substr(length);
@@ -338,8 +327,10 @@ static void CountReferrer(const Rules& rules, std::string_view referrer, bool co
       (rules.filter_referrers && !NotFilteredDomain(rules.settings, referrer))) {
     return;
   }
-  const bool own = !rules.own_host.empty() && IsOwn(rules, referrer);
-  if (rules.search && ((rules.referrals && !own) || HoldsQuery(referrer))) {
+  const bool own =
+      !rules.own_host.name.empty() && !IsOfOther(rules.own_host, referrer) && IsOwn(rules, referrer);
+  const bool watched = as_referrer && !own && !referrer.empty();
+  if (rules.search && !watched && (!own || HoldsQuery(referrer))) {
     CountSearchHits(referrer, analysis.search);
   }
   if (as_referrer && own) {
@@ -352,7 +343,7 @@ static void CountReferrer(const Rules& rules, std::string_view referrer, bool co
 
 static void CountUrl(const Rules& rules, std::string_view url, Analysis& analysis) {
   if (rules.urls) {
-    queue_item(analysis.urls.list, analysis.urls.info, url, rules.find.ignore_case);
+    queue_item(analysis.urls.list, analysis.urls.info, url, rules.urls_ignore_case);
   }
   if (rules.url_total) {
     ++analysis.urls.total;
@@ -384,8 +375,8 @@ static void CountRecord(const Rules& rules, const SuperLogRecord& record, Analys
       !rules.filter_types || NotFilteredFileType(rules.settings, TruncateFileType(record.url));
   Visitor visitor(record);
   if (counted) {
-    if (rules.dns == DnsMode::kAllHosts && ResolveHost(visitor) &&
-        !rules.host_counts(rules.settings, Kept(rules, visitor.host))) {
+    if (rules.dns == DnsMode::kAllHosts && ResolveHost(rules, visitor, analysis) &&
+        !rules.host_counts(rules.settings, KeptOfHost(rules, visitor.host))) {
       return;
     }
     ++analysis.hits;
@@ -505,22 +496,28 @@ void CountRecords(const Settings& settings, Analysis& analysis) {
   const Rules rules = RulesOf(settings, analysis);
   mPartBytes = {};
   SuperLog_AskFor(rules.texts);
+  CountTypesWithDomains(rules, analysis);
+  WatchReferrers(rules, analysis);
   while (SuperLog_NextLogFile()) {
     const LogRecords records = CountLogFile(rules, analysis);
     count_queued();
     SuperLog_LogRead(records);
   }
   SuperLog_NextLogFile_Done();
-  analysis.logs.bytes_read = SuperLog_GetTotalLogBytesRead();
-  analysis.logs.in_range = SuperLog_LogsInRange();
-  analysis.logs.lines_not_understood = SuperLog_GetLinesNotUnderstood();
-  analysis.logs.records = SuperLog_GetRecordsRead();
+  SetTypeCounts(analysis);
+  analysis.logs = {SuperLog_GetTotalLogBytesRead(), SuperLog_LogsInRange(), SuperLog_GetLinesNotUnderstood(),
+                   SuperLog_GetRecordsRead()};
   mPartBytes.sum = analysis.bytes;
   analysis.part_bytes = mPartBytes;
 }
 
 void CompleteCounts(const Settings& settings, Analysis& analysis) {
+  const Rules rules = ResolveRules(settings, analysis.counting);
   CollectFigures(analysis);
+  if (rules.dns == DnsMode::kAfterwards) {
+    NameAddresses(rules, analysis);
+  }
+  StopLookUps();
   SumUpHours(settings, analysis);
   WrapFigures(analysis);
 }
@@ -533,9 +530,12 @@ void CountLogs(const Settings& settings, Analysis& analysis) {
 void EndAnalysis(Analysis& analysis) {
   destroyListInfo();
   DestroyDNSCache();
+  ForgetAddresses();
+  StopLookUps();
   SuperLog_Uninit();
-  for (CountedReport* report : {&analysis.urls, &analysis.referrers, &analysis.browsers, &analysis.badurls,
-                                &analysis.badreferrers, &analysis.domains, &analysis.domaintypes}) {
+  for (CountedReport* report :
+       {&analysis.urls, &analysis.referrers, &analysis.browsers, &analysis.badurls, &analysis.badreferrers,
+        &analysis.domains, &analysis.domaintypes, &analysis.addresses}) {
     destroy(report->list);
   }
   ReleaseDays(analysis.dates);
@@ -552,6 +552,9 @@ void ResetAnalysis() {
   ResetWildcards();
   ForgetNames();
   DestroyDNSCache();
+  ForgetAddresses();
+  StopLookUps();
   mpResolver = gethostbyaddr;
   mpLineRead = nullptr;
+  mpSearch = nullptr;
 }

@@ -18,17 +18,15 @@ static constexpr signed char kCaseBit = 'a' - 'A';
 
 // The hash is that of Black, Halevi, Krawczyk, Krovetz and Rogaway, "UMAC: Fast and
 // Secure Message Authentication" (1999), called NH there: of each chunk the sum of the
-// products of neighbouring words of 32 bits, each word hidden by one of the seed.
-static uint64_t FirstState(std::string_view key, const KeySeed& seed) {
-  return key.size() ^ seed.length;
+// products of neighbouring words of 32 bits, each word hidden by one of the seed. To each
+// sum the state of the chunks before is added; times a word of the seed it is the next,
+// and the last one once more: after one product, keys that differ little lie together.
+static uint64_t FirstState(std::string_view key, uint64_t length_seed) {
+  return key.size() ^ length_seed;
 }
 
-static uint64_t NextState(uint64_t state, uint64_t sum, const KeySeed& seed) {
-  return MultiplyFold(state + sum, seed.chain);
-}
-
-static uint32_t LastState(uint64_t state, const KeySeed& seed) {
-  return static_cast<uint32_t>(MultiplyFold(state, seed.chain));
+static uint32_t LastState(uint64_t state, uint64_t chain) {
+  return static_cast<uint32_t>(MultiplyFold(MultiplyFold(state, chain), chain));
 }
 
 // ---- Sixteen bytes at a time ----
@@ -43,7 +41,7 @@ static BlockProducts MultiplyPairs(BlockWords words) {
   const auto pairs = reinterpret_cast<__m128i>(words);
   return reinterpret_cast<BlockProducts>(_mm_mul_epu32(pairs, _mm_srli_epi64(pairs, 32)));
 #else
-  return {uint64_t{words[0]} * words[1], uint64_t{words[2]} * words[3]};
+  return BlockProducts{uint64_t{words[0]} * words[1], uint64_t{words[2]} * words[3]};
 #endif
 }
 
@@ -68,13 +66,14 @@ static bool DifferInChunk(const char* a, const char* b, const char* mask) {
 }
 
 static uint32_t HashPlainly(std::string_view key, bool fold, const KeySeed& seed) {
-  uint64_t state = FirstState(key, seed);
+  uint64_t state = FirstState(key, seed.length);
   const char* from = key.data();
   size_t left = key.size();
   for (; left > kKeyChunk; left -= kKeyChunk, from += kKeyChunk) {
-    state = NextState(state, HashChunk(from, kMasks.Leaving(kKeyChunk), fold, seed), seed);
+    state = MultiplyFold(state + HashChunk(from, kMasks.Leaving(kKeyChunk), fold, seed), seed.chain);
   }
-  return LastState(NextState(state, HashChunk(from, kMasks.Leaving(left), fold, seed), seed), seed);
+  state += HashChunk(from, kMasks.Leaving(left), fold, seed);
+  return LastState(state, seed.chain);
 }
 
 static bool EqualPlainly(const char* a, const char* b, size_t length) {
@@ -88,6 +87,7 @@ static bool EqualPlainly(const char* a, const char* b, size_t length) {
 static void HashAllPlainly(WaitingKey* keys, size_t count, const KeySeed& seed) {
   for (const WaitingKey* const end = keys + count; keys != end; ++keys) {
     keys->hash = HashPlainly(keys->key(), keys->ignore_case, seed);
+    FetchSlot(*keys->list, keys->hash);
   }
 }
 
@@ -100,7 +100,7 @@ static size_t CountKnownPlainly(const WaitingKey* keys, size_t count) {
   size_t known = 0;
   for (; known < count; ++known) {
     const WaitingKey& key = keys[known];
-    if (key.item == nullptr || key.item->length != key.length ||
+    if (key.item == nullptr || key.item->length != key.length || key.item->kind == kWatchedKind ||
         !EqualPlainly(key.item->name, key.text, key.length)) {
       break;
     }
@@ -131,32 +131,45 @@ WIDE __m256i FoldWide(__m256i bytes, __m256i case_bits) {
   return _mm256_or_si256(bytes, _mm256_and_si256(upper, case_bits));
 }
 
-WIDE __m256i HashHalf(const char* from, const char* mask, __m256i case_bits, const char* seed) {
+WIDE __m256i HashHalf(const char* from, const char* mask, __m256i case_bits, __m256i seed) {
   const __m256i bytes = _mm256_and_si256(LoadWide(from), LoadWide(mask));
-  const __m256i words = _mm256_add_epi32(FoldWide(bytes, case_bits), LoadWide(seed));
+  const __m256i words = _mm256_add_epi32(FoldWide(bytes, case_bits), seed);
   return _mm256_mul_epu32(words, _mm256_srli_epi64(words, 32));
 }
 
 static constexpr size_t kHalf = kKeyChunk / 2;
 
-WIDE uint64_t HashChunkWide(const char* from, const char* mask, __m256i case_bits, const KeySeed& seed) {
-  const __m256i low = HashHalf(from, mask, case_bits, seed.chunk);
-  const __m256i high = HashHalf(from + kHalf, mask + kHalf, case_bits, seed.chunk + kHalf);
+// A seed that stays in registers from key to key.
+struct WideSeed {
+  __m256i low;
+  __m256i high;
+  uint64_t length;
+  uint64_t chain;
+};
+
+WIDE WideSeed LoadSeed(const KeySeed& seed) {
+  return {LoadWide(seed.chunk), LoadWide(seed.chunk + kHalf), seed.length, seed.chain};
+}
+
+WIDE uint64_t HashChunkWide(const char* from, const char* mask, __m256i case_bits, const WideSeed& seed) {
+  const __m256i low = HashHalf(from, mask, case_bits, seed.low);
+  const __m256i high = HashHalf(from + kHalf, mask + kHalf, case_bits, seed.high);
   const __m256i four = _mm256_add_epi64(low, high);
   const __m128i two = _mm_add_epi64(_mm256_castsi256_si128(four), _mm256_extracti128_si256(four, 1));
   return static_cast<uint64_t>(_mm_cvtsi128_si64(two)) + static_cast<uint64_t>(_mm_extract_epi64(two, 1));
 }
 
-WIDE uint32_t HashChunksWide(std::string_view key, bool fold, const KeySeed& seed) {
+WIDE uint32_t HashChunksWide(std::string_view key, bool fold, const WideSeed& seed) {
   // Which keys are folded is no turn that can be foreseen.
   const __m256i case_bits = _mm256_set1_epi8(fold ? kCaseBit : 0);
-  uint64_t state = FirstState(key, seed);
+  uint64_t state = FirstState(key, seed.length);
   const char* from = key.data();
   size_t left = key.size();
   for (; left > kKeyChunk; left -= kKeyChunk, from += kKeyChunk) {
-    state = NextState(state, HashChunkWide(from, kMasks.Leaving(kKeyChunk), case_bits, seed), seed);
+    state = MultiplyFold(state + HashChunkWide(from, kMasks.Leaving(kKeyChunk), case_bits, seed), seed.chain);
   }
-  return LastState(NextState(state, HashChunkWide(from, kMasks.Leaving(left), case_bits, seed), seed), seed);
+  state += HashChunkWide(from, kMasks.Leaving(left), case_bits, seed);
+  return LastState(state, seed.chain);
 }
 
 WIDE __m256i DifferWide(const char* a, const char* b, const char* mask) {
@@ -177,12 +190,14 @@ WIDE bool EqualWide(const char* a, const char* b, size_t length) {
 }
 
 [[gnu::target("avx2")]] static uint32_t HashWide(std::string_view key, bool fold, const KeySeed& seed) {
-  return HashChunksWide(key, fold, seed);
+  return HashChunksWide(key, fold, LoadSeed(seed));
 }
 
-[[gnu::target("avx2")]] static void HashAllWide(WaitingKey* keys, size_t count, const KeySeed& seed) {
+[[gnu::target("avx2")]] static void HashAllWide(WaitingKey* keys, size_t count, const KeySeed& from) {
+  const WideSeed seed = LoadSeed(from);
   for (const WaitingKey* const end = keys + count; keys != end; ++keys) {
     keys->hash = HashChunksWide(keys->key(), keys->ignore_case, seed);
+    FetchSlot(*keys->list, keys->hash);
   }
 }
 
@@ -190,7 +205,7 @@ WIDE bool EqualWide(const char* a, const char* b, size_t length) {
   size_t known = 0;
   for (; known < count; ++known) {
     const WaitingKey& key = keys[known];
-    if (key.item == nullptr || key.item->length != key.length ||
+    if (key.item == nullptr || key.item->length != key.length || key.item->kind == kWatchedKind ||
         !EqualWide(key.item->name, key.text, key.length)) {
       break;
     }

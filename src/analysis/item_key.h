@@ -71,14 +71,23 @@ inline uint64_t FoldWord(uint64_t word) {
   return word | upper >> 2;  // 0x80 becomes 0x20, the case bit
 }
 
+inline constexpr size_t kIndexLine = 64;
+
+// Sends for the line of the list's index where the search for a key of this hash begins; without an index,
+// for what is nowhere, which costs nothing.
+inline void FetchSlot(const List& list, uint32_t hash) {
+  const auto lines = reinterpret_cast<uintptr_t>(list.lines);
+  __builtin_prefetch(reinterpret_cast<const void*>(lines + (hash >> list.spare_bits) * kIndexLine));
+}
+
 // What is done with many keys, in one form for any processor and in one for those with
 // wider registers; both give the same. Keys, and names of records, are read up to the end
 // of their last chunk.
 struct KeyForm {
   uint32_t (*hash)(std::string_view key, bool fold, const KeySeed& seed);
-  void (*hash_all)(WaitingKey* keys, size_t count, const KeySeed& seed);
-  // Counts keys in their records, up to the first that has none or one of another key; letters of the other
-  // case count as others. Returns how many.
+  void (*hash_all)(WaitingKey* keys, size_t count, const KeySeed& seed);  // and sends for their slots
+  // Counts keys in their records, up to the first that has none, or one that is watched or of another key;
+  // letters of the other case count as others. Returns how many.
   size_t (*count_known)(const WaitingKey* keys, size_t count);
 };
 extern const KeyForm kPlainForm;

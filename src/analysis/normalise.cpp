@@ -37,11 +37,6 @@ bool IpAddrsOnly(std::string_view text) {
                      [](char c) { return IsDigitAscii(c) || c == '.' || c == ',' || c == ';'; });
 }
 
-bool IPaddress(std::string_view host) {
-  // deliberate: the last character alone decides, whatever stands before it
-  return !host.empty() && !IsLetterAscii(host.back());
-}
-
 std::string_view TruncateDomain(std::string_view host, int n) {
   if (host == kNullHost) {
     return host.substr(0, 0);
@@ -109,6 +104,14 @@ std::string_view checkIP(std::string_view label) {
     return label;
   }
   return {kUnknown, 7};
+}
+
+std::string_view TypeOfDomain(std::string_view domain) {
+  return checkIP(TruncateDomain(domain, 1));
+}
+
+std::string_view TypeOfDomainOrNetwork(std::string_view domain) {
+  return domain.ends_with("::/48") ? std::string_view{kUnknown, 7} : TypeOfDomain(domain);
 }
 
 bool MSIE(std::string_view agent) {

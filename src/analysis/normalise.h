@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "base/text.h"
+
 // True for a dotted numeric address, blanks around it allowed. Lenient: only the
 // octets before a dot are held against 255 (their values wrap at 32 bits), and
 // octets may be empty. False for an absent text.
@@ -19,7 +21,10 @@ bool IpAddrsOnly(std::string_view text);
 
 // True when the host's last label is empty, is the whole host "(null)", or does
 // not end in a letter; false for an absent or empty host.
-bool IPaddress(std::string_view host);
+inline bool IPaddress(std::string_view host) {
+  // deliberate: the last character alone decides, whatever stands before it
+  return !host.empty() && !IsLetterAscii(host.back());
+}
 
 // The last n labels; the whole host when it has fewer than n dots or n is below
 // 1. "(null)" becomes empty, whatever n is.
@@ -44,6 +49,12 @@ std::string_view TruncateFileType(std::string_view url);
 
 // "UNKNOWN" for a non-empty label without a letter, else the label.
 std::string_view checkIP(std::string_view label);
+
+// What a domain of the domains report counts as in that of domain types: its last label, as checkIP gives it.
+std::string_view TypeOfDomain(std::string_view domain);
+
+// The same where a domain may be a network of IPv6, which ends in "::/48" and is of type "UNKNOWN".
+std::string_view TypeOfDomainOrNetwork(std::string_view domain);
 
 // True when the agent holds "MSIE", by a scan that never looks back: the
 // character that ends a partial match is not looked at again.

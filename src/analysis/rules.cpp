@@ -1,5 +1,6 @@
 #include "analysis/rules.h"
 
+#include "analysis/dns_cache.h"
 #include "analysis/normalise.h"
 #include "analysis/request_filters.h"
 #include "analysis/wildcard.h"
@@ -21,6 +22,10 @@ bool FindsAll(const Settings& settings) {
   return settings.find_pattern != 0 ? find == "*" || find == "/*" : find == "/" && settings.subdirs != 0;
 }
 
+static bool IsShortPrefix(const FindTest& find) {
+  return find.prefix && (find.length == 0 || (find.length == 1 && !IsLetterAscii(find.value[0])));
+}
+
 // Where all requests are some, not all of a site's have a path.
 static FindTest ResolveFindTest(const Settings& settings, const Limits& limits) {
   FindTest find{};
@@ -29,11 +34,12 @@ static FindTest ResolveFindTest(const Settings& settings, const Limits& limits) 
   find.ignore_case = settings.find_casesensitive == 0;
   if (limits.all_requests && FindsAll(settings)) {
     find.length = 0;
-    find.prefix = true;
+    find.prefix = find.short_prefix = true;
     return find;
   }
   if (settings.find_pattern == 0) {
     find.prefix = settings.subdirs != 0;
+    find.short_prefix = IsShortPrefix(find);
     return find;
   }
   find.wildmat = find.ignore_case ? super_wildmati : super_wildmat;
@@ -43,12 +49,24 @@ static FindTest ResolveFindTest(const Settings& settings, const Limits& limits) 
   return find;
 }
 
-static DnsMode ResolveDnsMode(const Settings& settings, const Limits& limits) {
+bool NeedsNames(const Settings& settings) {
+  return settings.dnslookupenabled != 0 &&
+         (settings.domains.on != 0 || settings.domaintypes.on != 0 || settings.filter_domains[0] != '\0');
+}
+
+DnsMode ResolveDnsMode(const Settings& settings, const Limits& limits) {
   if (settings.dnslookupenabled == 0) {
     return DnsMode::kOff;
   }
   const bool names = limits.whole_addresses ? FiltersNames(settings) : !IpAddrsOnly(settings.filter_domains);
-  return names ? DnsMode::kAllHosts : DnsMode::kDomainReportsOnly;
+  if (names) {
+    return DnsMode::kAllHosts;
+  }
+  return settings.rules.looks_up_together ? DnsMode::kAfterwards : DnsMode::kDomainReportsOnly;
+}
+
+static char* NameOneByOne(const char* address, LookUpFigures&) {
+  return GetHostFromIP(address);
 }
 
 static AskedTexts ResolveTexts(const Settings& settings) {
@@ -74,12 +92,18 @@ std::string_view HostBehindWww(std::string_view address) {
   return address;
 }
 
-static std::string_view OwnHost(const Settings& settings, const Counting& counting) {
+static OwnHost ResolveOwnHost(const Settings& settings, const Counting& counting) {
+  OwnHost own{};
   if (!counting.other_sites_alone || settings.own_referrers != 0) {
-    return {};
+    return own;
   }
   const std::string_view host = HostBehindWww(settings.url);
-  return host.substr(0, host.find_first_of("/:?#"));
+  own.name = host.substr(0, host.find_first_of("/:?#"));
+  char start[sizeof own.start] = {};
+  const size_t length = own.name.copy(start, sizeof start);
+  memset(&own.mask, 0xff, length);
+  own.start = StartWord<uint64_t>(start) & own.mask;
+  return own;
 }
 
 // Weekdays and hours are sums of them.
@@ -99,16 +123,27 @@ static void AddNarrowBytes(SuperLong& counter, int64_t amount) {
   SuperLongAdd(counter, static_cast<uint32_t>(amount));
 }
 
+// With names that a resolver gave, which may be longer than an item, a type is not always that of its domain.
+static KeyPart ResolveTypeOfDomain(const Settings& settings, const Limits& limits) {
+  if (settings.domains.on == 0 || settings.domaintypes.on == 0 || settings.dnslookupenabled != 0) {
+    return nullptr;
+  }
+  return limits.whole_addresses ? TypeOfDomainOrNetwork : TypeOfDomain;
+}
+
 Rules ResolveRules(const Settings& settings, const Counting& counting) {
   const bool wide = counting.limits.wide_figures;
+  const KeyPart type_of_domain = ResolveTypeOfDomain(settings, counting.limits);
   return {
       .settings = settings,
       .find = ResolveFindTest(settings, counting.limits),
       .texts = ResolveTexts(settings),
       .longest_item = counting.limits.item,
+      .authenticated = settings.authrealm[0] != '\0' || settings.authuser[0] != '\0',
       .realm = settings.authrealm,
       .user = settings.authuser,
       .dns = ResolveDnsMode(settings, counting.limits),
+      .name_of = settings.rules.looks_up_together ? NameOfAddress : NameOneByOne,
       .add_bytes = wide ? SuperLongAddWide : AddNarrowBytes,
       .filter_domains = settings.filter_domains[0] != '\0',
       .host_counts = counting.limits.whole_addresses ? NotFilteredHost : NotFilteredDomain,
@@ -116,18 +151,19 @@ Rules ResolveRules(const Settings& settings, const Counting& counting) {
       .keep_query = settings.showquery != 0,
       .url_end_mark = counting.limits.escapes ? '?' : '"',
       .urls = settings.requests.on != 0,
+      .urls_ignore_case = settings.find_casesensitive == 0 && !counting.urls_as_written,
       .url_total = settings.requests.on != 0 || settings.badurls.on != 0,
       .referrers = settings.referrers.on != 0,
       .filter_referrers = settings.filter_referrers != 0 && settings.filter_domains[0] != '\0',
       .search = settings.search.on != 0,
-      .referrals = counting.search->referrals,
-      .own_host = OwnHost(settings, counting),
+      .own_host = ResolveOwnHost(settings, counting),
       .browsers = settings.browsers.on != 0,
       .bad_urls = settings.badurls.on != 0,
       .bad_url_referrers = settings.badurl_referrers != 0,
       .bad_referrers = settings.badreferrers.on != 0,
       .domains = settings.domains.on != 0,
-      .domain_types = settings.domaintypes.on != 0,
+      .domain_types = settings.domaintypes.on != 0 && type_of_domain == nullptr,
+      .type_of_domain = type_of_domain,
       .days = settings.dailytotals != 0 && counting.days == DayCounting::kByDayOfYear,
       .dates = settings.dailytotals != 0 && counting.days == DayCounting::kByDate,
       .hours_of_week = NeedsHoursOfWeek(settings),

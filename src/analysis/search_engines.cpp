@@ -14,12 +14,17 @@ static SearchEngine* mpEngineLast = nullptr;  // holds while there is a head
 int mEnginesCount = 0;
 bool mNoConfigDefinitions = false;
 
+static uint64_t FoldedLetter(char c) {
+  return static_cast<unsigned char>(c | 0x20);  // of other characters, too: that only makes them fewer
+}
+
 uint64_t LetterPairs(std::string_view text) {
   uint64_t pairs = 0;
+  uint64_t first = text.empty() ? 0 : FoldedLetter(text[0]);
   for (size_t i = 1; i < text.size(); ++i) {
-    const unsigned first = static_cast<unsigned char>(text[i - 1]);
-    const unsigned second = static_cast<unsigned char>(text[i]);
+    const uint64_t second = FoldedLetter(text[i]);
     pairs |= uint64_t{1} << ((first * 37 + second) % 64);
+    first = second;
   }
   return pairs;
 }

@@ -83,8 +83,8 @@ void Search_Init(const SearchRules& rules = kClassicSearch);
 void Search_Reset();
 
 // A set of 64 bits, one or more of which stand for each pair of adjacent
-// characters: a fragment can occur in a text only when the text's set holds all
-// of the fragment's.
+// characters, letters of both cases being one: a fragment can occur in a text only
+// when the text's set holds all of the fragment's.
 uint64_t LetterPairs(std::string_view text);
 
 // The pieces that definitions are built from. New records are empty; names are

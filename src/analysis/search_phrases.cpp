@@ -41,20 +41,21 @@ bool parseQuery(char* text, const char* name) {
   return true;
 }
 
-static void CountPhrase(SearchEngine& engine, std::string_view encoded) {
+static void CountPhrase(SearchEngine& engine, std::string_view encoded, PhraseCounter count_phrase) {
   char phrase[kEncodedPhraseMax + 1];
   CopyText(phrase, kEncodedPhraseMax + 1, encoded);
   const size_t length = decode(phrase);
   // deliberate: phrases that differ in case are different, whatever search_casesensitive says
-  queue_copy(engine.phrases, engine.phrases_info, {phrase, length}, false);
+  count_phrase(engine.phrases, engine.phrases_info, {phrase, length}, false);
 }
 
 // Counts the phrase that one of the domain's variables holds; false when none is in the query.
-static bool CountDomainPhrase(SearchEngine& engine, const SearchDomainInfo& domain, std::string_view path) {
+static bool CountDomainPhrase(SearchEngine& engine, const SearchDomainInfo& domain, std::string_view path,
+                              PhraseCounter count_phrase) {
   std::string_view value;
   for (const SearchVariable* variable = domain.variables; variable != nullptr; variable = variable->next) {
     if (FindQueryValue(path, variable->text(), value) && !(engine.counts_referrals && value.empty())) {
-      CountPhrase(engine, value);
+      CountPhrase(engine, value, count_phrase);
       return true;
     }
   }
@@ -83,8 +84,8 @@ static void CountReferral(SearchEngine* engine, SearchCounts& counts) {
 
 // ---- Hosts of no engine -------------------------------------------------------------
 
-// Most referrers are of a few hosts that are none: the last ones are known again without
-// a look at the engines. The start of a host tells little, and its length is in its hash.
+// Most referrers are of a few hosts that are none, in letters of any case: the last ones are known again
+// without a look at the engines. The start of a host tells little, and its length is in its hash.
 struct OtherHost {
   size_t length;
   char text[56];
@@ -136,7 +137,19 @@ SearchCounts NewSearchCounts() {
 
 // ---- Referrers -----------------------------------------------------------------------
 
-void CountSearchHits(std::string_view referrer, SearchCounts& counts) {
+// Engines that count referrals come first.
+static bool NeedsNoPhrase(const SearchCounts& counts) {
+  return counts.engines != nullptr && counts.engines->counts_referrals;
+}
+
+static bool HoldsPhrase(std::string_view referrer) {
+  return referrer.find('?') != std::string_view::npos;
+}
+
+void CountSearchHits(std::string_view referrer, SearchCounts& counts, PhraseCounter count_phrase) {
+  if (!NeedsNoPhrase(counts) && !HoldsPhrase(referrer)) {
+    return;
+  }
   const size_t slash = FindThirdSlash(referrer);
   const bool bare = slash == std::string_view::npos;
   const std::string_view host = referrer.substr(0, slash);  // with its scheme
@@ -145,16 +158,19 @@ void CountSearchHits(std::string_view referrer, SearchCounts& counts) {
   if (CanBeKept(host) && IsOther(host)) {
     return;
   }
-  bool of_engine = false;
+  bool other = true;
   // Most hosts hold no fragment at all, which the sets of letter pairs tell at once.
   const uint64_t lacking = ~LetterPairs(host);
   for (SearchEngine* engine = counts.engines; engine != nullptr; engine = engine->next) {
     for (const SearchDomainInfo* domain = engine->domains; domain != nullptr; domain = domain->next) {
-      if ((domain->letter_pairs & lacking) != 0 || host.find(domain->text()) == std::string_view::npos) {
+      if ((domain->letter_pairs & lacking) != 0) {
         continue;
       }
-      of_engine = true;
-      if (!bare && CountDomainPhrase(*engine, *domain, path)) {
+      other = false;
+      if (host.find(domain->text()) == std::string_view::npos) {
+        continue;
+      }
+      if (!bare && CountDomainPhrase(*engine, *domain, path, count_phrase)) {
         ++counts.hits;
         return;
       }
@@ -163,10 +179,18 @@ void CountSearchHits(std::string_view referrer, SearchCounts& counts) {
       }
     }
   }
-  if (!of_engine && CanBeKept(host)) {
+  if (other && CanBeKept(host)) {
     KeepOther(host);
   }
   CountReferral(without_phrase, counts);
+}
+
+bool MayCountForEngine(std::string_view referrer, const SearchCounts& counts) {
+  if (!NeedsNoPhrase(counts) && !HoldsPhrase(referrer)) {
+    return false;
+  }
+  const std::string_view host = referrer.substr(0, FindThirdSlash(referrer));
+  return !CanBeKept(host) || !IsOther(host);
 }
 
 // ---- Counts that were written down ----

@@ -21,13 +21,21 @@ void ForgetOtherHosts();
 // Nothing counted yet of the engines that are defined.
 SearchCounts NewSearchCounts();
 
+// How a phrase is counted: queue_copy, or count_now for watchers of keys.
+using PhraseCounter = void (*)(List& list, ListInfo* info, std::string_view key, bool ignore_case);
+
 // Counts the phrase of a referrer that comes from one of the engines. The first
 // engine, then the first domain, then the first variable that matches wins, so a
 // referrer yields at most one phrase. A referrer with fewer than three "/" yields
 // none; an empty phrase raises hits but makes no row. Of engines that count referrals a referrer
 // without a phrase, or with an empty one, counts as one of the first of these, also where it is a host alone.
 // Phrases are cut to 243 characters. Allocates nothing beyond what counting the phrase does.
-void CountSearchHits(std::string_view referrer, SearchCounts& counts);
+void CountSearchHits(std::string_view referrer, SearchCounts& counts,
+                     PhraseCounter count_phrase = queue_copy);
+
+// False only of a referrer of which CountSearchHits counts nothing, whatever the case of its letters. Most of
+// these are only known when CountSearchHits has been called with one of the same host.
+bool MayCountForEngine(std::string_view referrer, const SearchCounts& counts);
 
 // Writes down what the engines have counted.
 void SaveSearch(PartWriter& part, const SearchCounts& counts);

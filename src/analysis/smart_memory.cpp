@@ -186,11 +186,17 @@ static bool Unfinished(const Reclaim& reclaim, const ListInfo& info) {
   return reclaim.freed < reclaim.target && info.entries > mKeepEntries;
 }
 
-static void Remove(Reclaim& reclaim, ListInfo& info, ListItem* item) {
+int64_t smart_release(ListInfo& info, ListItem* item) {
   const int64_t bytes = static_cast<int64_t>(ReleaseItem(*info.head, item) * kListItemSize);
-  AddTo(gSM_CurrentBytesAllocated, -bytes);
-  reclaim.freed += bytes;
-  --info.entries;
+  if (mSmartMemoryEnabled) {
+    AddTo(gSM_CurrentBytesAllocated, -bytes);
+    --info.entries;
+  }
+  return bytes;
+}
+
+static void Remove(Reclaim& reclaim, ListInfo& info, ListItem* item) {
+  reclaim.freed += smart_release(info, item);
   ++info.reclaimed;
 }
 
@@ -298,6 +304,7 @@ static ListInfo* ChooseVictim(ListInfo* last) {
 
 int64_t smart_free(const ListItem* spared) {
   ForgetForeseen();
+  SettleAllParts();
   Reclaim reclaim = {spared, KilobytesToBytes(mReclaimSize), 0};
   ListInfo* victim = nullptr;
   do {

@@ -57,11 +57,15 @@ auto TryWithReclaims(const ListItem* spared, const Try& try_again) -> decltype(t
   return {};
 }
 
+// Makes the counts of parts of keys hold, of which lists soon will not tell any more.
+void SettleAllParts();
+
 // Forgets which records the keys that wait have been found to be: some are about to go.
 void ForgetForeseen();
 
-// Sends for the memory that finding a key of this hash will read first.
-void FetchSlot(const List& list, uint32_t hash);
+// Releases a record that is already out of its list's chain, with its sub-list. Returns the bytes that the
+// statistics have it as.
+int64_t smart_release(ListInfo& info, ListItem* item);
 
 // Takes the record, already out of its list's chain, out of the list's index and
 // releases it with its sub-list. Returns how many records were released.

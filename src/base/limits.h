@@ -20,12 +20,16 @@ struct Limits {
   bool layouts;  // logs are also told by the layouts that are known by name
   bool all_requests;     // those without a URL are requests, too; else a line without one holds none
   bool whole_addresses;  // a host may be an address of IPv6; else it ends at its first ":"
+  bool zones;            // the zone that stands beside a time counts; else times count as written
+  bool passes_mark;      // a byte-order mark at the beginning of a log is no part of its first line
+  bool whole_lines;      // NULs before a line are passed over, and what a NUL or the end of the file cuts off
+                         // in its midst is no record
 };
 
-inline constexpr Limits kClassicLimits{kLineMax, kTextMax, kTextMax, false, 999999,
-                                       true,     false,    false,    false, false};
-inline constexpr Limits kModernLimits{64 * 1024, 2048, 64 * 1024, true, INT64_MAX,
-                                      false,     true, true,      true, true};
+inline constexpr Limits kClassicLimits{kLineMax, kTextMax, kTextMax, false, 999999, true, false,
+                                       false,    false,    false,    false, false,  false};
+inline constexpr Limits kModernLimits{64 * 1024, 2048, 64 * 1024, true, INT64_MAX, false, true,
+                                      true,      true, true,      true, true,      true};
 
 inline constexpr size_t kLongestLine = kModernLimits.line;
 inline constexpr size_t kLongestItem = kModernLimits.item;

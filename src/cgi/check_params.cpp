@@ -22,6 +22,10 @@ static CalendarDate Today() {
 // Until the logs are known, their days are this one, or the other one that was named.
 static bool ReadFromAndTo(Settings& s, DayRange& days) {
   const char* const last = s.to[0] == '\0' ? s.from : s.to;
+  s.first_alone = s.to[0] == '\0' && EqualIgnoreCase(s.from, "first");
+  if (s.first_alone) {
+    return true;
+  }
   s.from_first = EqualIgnoreCase(s.from, "first");
   s.to_last = EqualIgnoreCase(last, "last");
   if ((!s.from_first && !ParseDay(s.from, Today(), days.first)) ||
@@ -44,7 +48,7 @@ static bool ReadWrittenDays(Settings& s, DayRange& days) {
 
 // They count before all others.
 static Error TakeWrittenDays(Settings& s) {
-  s.from_first = s.to_last = false;
+  s.from_first = s.to_last = s.first_alone = false;
   if (s.days[0] == '\0' && s.from[0] == '\0') {
     return s.to[0] == '\0' ? kNoError : kErrorNoStartDate;
   }

@@ -14,6 +14,7 @@ void initialize(Settings& settings, const Environment& env) {
   settings.ey = 1900;
   settings.rules.last_year = kLastNarrowYear;
   settings.program_path = env.SCRIPT_NAME;
+  settings.DNSLookupSeconds = 10;
   settings.SmartMemoryEnabled = 1;
   settings.SmartMemoryKeepEntries = 100;
   settings.SmartMemoryReclaimSize = 1000;
@@ -168,6 +169,13 @@ static void Date(Settings& settings, const Param& param) {
   ReturnValue(settings.end_date, sizeof settings.end_date, param.value, 2);
 }
 
+void SetTimeZone(Settings& settings, const char* name, int level) {
+  if (level >= settings.timezone_level) {
+    CopyText(settings.timezone, name);
+    settings.timezone_level = level;
+  }
+}
+
 static void Debug(Settings& settings, const Param& param) {
   settings.debug = ToInt(param.value);
   settings.debug_sources |= 1U << param.level;
@@ -318,6 +326,7 @@ static const Keyword kKeywords[] = {
     {"hoursofweek", Number<&Settings::hoursofweek>, kFromAny, kTaken, kStop, kLater},
     {"linked_names", Number<&Settings::linked_names>, kFromAny, kIgnored, kStop, kLater},
     {"base", Copy<&Settings::base>, kFromAny, kIgnored},
+    {"timezone", LevelledText<SetTimeZone>, kFromAny, kIgnored, kStop, kLater},
     {"fixgmt", Levelled<SuperLog_SetFixGmt>, kFromAny, kIgnored},
     {"dateformat", Levelled<SuperLog_SetDateFormat>, kFromAny, kIgnored},
     {"logformat", Levelled<SuperLog_SetLogFormat>, kFromAny, kIgnored},

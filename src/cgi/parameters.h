@@ -24,6 +24,10 @@ void initialize(Settings& settings, const Environment& env);
 // characters each. level is handed to level-aware setters. True when it was applied.
 bool CompareParam(const char* line, Settings& settings, ParamSource source, int level);
 
+// Names the zone of the report (dates/zone.h tells what names there are), when the level is at least that of
+// the name held.
+void SetTimeZone(Settings& settings, const char* name, int level);
+
 // Splits a line at its first "=" into two buffers of kTextSize, as above.
 void ParseFieldValue(const char* line, char (&name)[kTextSize], char (&value)[kTextSize], bool whole = false);
 

@@ -82,16 +82,17 @@ struct AskedFields {
 
 // What the edition lays down and no parameter sets.
 struct RunRules {
-  int last_year;          // that sy and ey may name
-  bool names_as_written;  // accounts are called as the configuration spells them
-  bool whole_values;      // "=" is part of a parameter's value; otherwise it is dropped
-  bool later_names;       // parameters that came after the classic ones are known
-  bool real_days;         // the first day must be named, and each must be one of the calendar
-  bool own_links_only;    // no link that somebody else may have put there leads to a file that is written
-  bool whole_site;        // a request without a path is for the whole site
-  bool nameless_site;     // an account need not tell the address of its site: then nothing leads there
-  bool whole_logs;        // every log is read to its end: records may stand in any order
-  bool unpacks;           // compressed logs are read as what is in them; only where logs are read whole
+  int last_year;           // that sy and ey may name
+  bool names_as_written;   // accounts are called as the configuration spells them
+  bool whole_values;       // "=" is part of a parameter's value; otherwise it is dropped
+  bool later_names;        // parameters that came after the classic ones are known
+  bool real_days;          // the first day must be named, and each must be one of the calendar
+  bool own_links_only;     // no link that somebody else may have put there leads to a file that is written
+  bool whole_site;         // a request without a path is for the whole site
+  bool nameless_site;      // an account need not tell the address of its site: then nothing leads there
+  bool whole_logs;         // every log is read to its end: records may stand in any order
+  bool looks_up_together;  // names of addresses are asked for many at once, within a limit of time
+  bool unpacks;            // compressed logs are read as what is in them; only where logs are read whole
 };
 
 struct Settings {
@@ -126,7 +127,10 @@ struct Settings {
   // These days are those of the first and of the last record of the logs, once these are known.
   bool from_first;
   bool to_last;
-  bool fixed_days;  // the account's line says which: no request can ask for others
+  bool first_alone;          // the day of the first record is both; the logs are read for it beforehand
+  char timezone[kTextSize];  // name of the zone in which days and hours are told; empty: the machine's
+  int timezone_level;        // of who has named it
+  bool fixed_days;           // the account's line says which: no request can ask for others
   AskedFields asked;
   RunRules rules;
   bool no_remote_debug;  // RemoteDebugEnabled counts for nothing
@@ -185,6 +189,7 @@ struct Settings {
   int showquery;
   char base[kTextSize];
   int dnslookupenabled;
+  int DNSLookupSeconds;  // that a run may wait for names, where they are asked for together
   int SmartMemoryEnabled;
   int smartmemorydisabled;
   int SmartMemoryKeepEntries;

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "analysis/search_engines.h"
+#include "cgi/parameters.h"
 #include "config/account_line.h"
 #include "report/extra_texts.h"
 #include "superlog/superlog.h"
@@ -86,6 +87,12 @@ static void TakeWhereKnown(Reading& reading, char* value) {
   }
 }
 
+static void TakeTimeZone(Reading& reading, char* value) {
+  if (reading.settings.rules.later_names) {
+    SetTimeZone(reading.settings, value, kLevelGlobalKey);
+  }
+}
+
 static bool CanBeAccount(std::string_view name) {
   return !name.empty() && std::none_of(name.begin(), name.end(), [](char c) {
     return c == '/' || c == '\x7F' || static_cast<unsigned char>(c) < ' ';
@@ -146,6 +153,15 @@ static void ApplyDnsLookup(Reading& reading, char* value) {
   }
 }
 
+// A time that is none stays the default one; more than an hour is an hour.
+static void ApplyDnsSeconds(Reading& reading, char* value) {
+  constexpr int kMost = 3600;
+  const int seconds = ToInt(value);
+  if (seconds > 0) {
+    reading.settings.DNSLookupSeconds = std::min(seconds, kMost);
+  }
+}
+
 static void ApplySmartMemory(Reading& reading, char* value) {
   if (reading.settings.smartmemorydisabled == 0) {
     reading.settings.SmartMemoryEnabled = ToInt(value);
@@ -174,6 +190,7 @@ static const ConfigKey kConfigKeys[] = {
     {"Debug", ApplyDebug},
     {"Priority", StoreNumber<&Settings::priority>},
     {"Base", ApplyBase},
+    {"TimeZone", TakeTimeZone},
     {"FixGmt", SetLogOption<SuperLog_SetFixGmt>},
     {"DateFormat", SetLogOption<SuperLog_SetDateFormat>},
     {"LogFormat", SetLogOption<SuperLog_SetLogFormat>},
@@ -186,6 +203,7 @@ static const ConfigKey kConfigKeys[] = {
     {"TrustedProxies", StoreTrustedProxies},
     {"LoginLimits", StoreText<&Settings::LoginLimits>},
     {"DNSLookupEnabled", ApplyDnsLookup},
+    {"DNSLookupSeconds", ApplyDnsSeconds},
     {"SmartMemoryEnabled", ApplySmartMemory},
     {"SmartMemoryKeepEntries", StoreNumber<&Settings::SmartMemoryKeepEntries>},
     {"SmartMemoryReclaimSize", StoreNumber<&Settings::SmartMemoryReclaimSize>},

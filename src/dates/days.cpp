@@ -65,6 +65,24 @@ CalendarDate DayOf(time_t when) {
   return {local.tm_mon + 1, local.tm_mday, std::clamp(local.tm_year + 1900, 0, 9999)};
 }
 
+static bool HasBegun(const CalendarDate& day, time_t when) {
+  tm local{};
+  TimeToLocal(when, local);
+  const CalendarDate shown{local.tm_mon + 1, local.tm_mday, local.tm_year + 1900};
+  return NumberOfDay(shown) >= NumberOfDay(day);
+}
+
+time_t BeginOfDay(const CalendarDate& day) {
+  constexpr time_t kDay = 86400;  // no clock is further from that of Greenwich
+  time_t before = (NumberOfDay(day) - 1) * kDay;
+  time_t begun = (NumberOfDay(day) + 1) * kDay;
+  while (begun - before > 1) {
+    const time_t middle = before + (begun - before) / 2;
+    (HasBegun(day, middle) ? begun : before) = middle;
+  }
+  return begun;
+}
+
 template <size_t N>
 static void WriteDay(char (&date)[N], const CalendarDate& day) {
   snprintf(date, N, "%02d%02d%04d", day.month, day.day, day.year);

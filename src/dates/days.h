@@ -34,6 +34,10 @@ DayRange YearOf(const CalendarDate& day);
 // The local day of a time; years beyond 0 to 9999 are cut to them.
 CalendarDate DayOf(time_t when);
 
+// The first second that the local clock shows on a day, which may be repeated, or on a later one when the
+// clock leaves that day out. A day of the calendar, or the one behind its last.
+time_t BeginOfDay(const CalendarDate& day);
+
 // Makes these the days of the report, as ParseDate reads them.
 void SetDays(Settings& settings, const DayRange& days);
 

@@ -119,6 +119,14 @@ static bool IsTimeOfDay(const tm& parts) {
          BelowLimit(parts.tm_mon, 12);
 }
 
+time_t UniversalToTime(const tm& parts) {
+  if (BelowLimit(parts.tm_mon, 12)) {
+    return LocalSeconds(parts);
+  }
+  tm copy = parts;
+  return timegm(&copy);
+}
+
 static bool IsInReach(int64_t when) {
   return static_cast<uint64_t>(when) + kReach < uint64_t{2} * kReach;
 }
@@ -190,6 +198,11 @@ time_t LocalToTime(const tm& parts) {
     }
   }
   return CallMktime(parts);
+}
+
+bool StateOfLocalTime(int64_t& state) {
+  state = mHeldOffset;
+  return mHeldOffset != kNoOffset;
 }
 
 static bool CallLocaltime(time_t when, tm& parts) {
@@ -272,6 +285,11 @@ bool CompleteInLastHour(tm& parts, time_t& when) {
   parts.tm_min = minute;
   parts.tm_sec = second;
   return true;
+}
+
+bool CompleteInstant(tm& parts, time_t& when) {
+  when = UniversalToTime(parts) - parts.tm_gmtoff;
+  return TimeToLocal(when, parts);
 }
 
 void ResetLocalTime() {

@@ -24,6 +24,13 @@ int64_t DayNumber(const tm& date);
 // (-1 = unknown).
 time_t LocalToTime(const tm& parts);
 
+// As timegm on a copy of the record, of which the date and time fields are read.
+time_t UniversalToTime(const tm& parts);
+
+// What the last call of LocalToTime decides about the next one, as a number: where it is the same, so are the
+// answers to the same calls. False when it is not known.
+bool StateOfLocalTime(int64_t& state);
+
 // As localtime: fills all fields. False (parts unchanged) when the time cannot
 // be represented.
 bool TimeToLocal(time_t when, tm& parts);
@@ -31,6 +38,10 @@ bool TimeToLocal(time_t when, tm& parts);
 // Both at once, for parts that lie in the local hour of the time that TimeToLocal met last: does what
 // LocalToTime and, with its result, TimeToLocal would do. False, and nothing changed, for any others.
 bool CompleteInLastHour(tm& parts, time_t& when);
+
+// Both at once, for parts of which tm_gmtoff is the zone that they are written in, whatever their flag says:
+// the time, and its local parts. False, the time being told, when these cannot be represented.
+bool CompleteInstant(tm& parts, time_t& when);
 
 // Forgets what is remembered and takes TZ anew; call at the start and after
 // every change of TZ.

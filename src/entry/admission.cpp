@@ -5,7 +5,6 @@
 #include <cstring>
 #include <ctime>
 
-#include "dates/clock.h"
 #include "entry/login_limits.h"
 #include "entry/password_hash.h"
 #include "entry/stored_password.h"
@@ -180,8 +179,7 @@ static Refusal TryToLogIn(const Entry& entry) {
   const Settings& settings = entry.settings;
   LoginAttempt attempt{.file = settings.LoginLimits,
                        .visitor = NetworkOfVisitor(entry.visitor.address),
-                       .account = settings.username,
-                       .now = CurrentTime()};
+                       .account = settings.username};
   const Refusal refusal = Decide(entry, attempt);
   EndLogin(attempt);
   return refusal;

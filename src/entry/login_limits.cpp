@@ -8,6 +8,8 @@
 #include <new>
 #include <span>
 
+#include "dates/clock.h"
+
 static constexpr std::size_t PlaceOfRefusal(std::uint32_t place) {
   return kRefusalsStart + place * sizeof(LoginRecord);
 }
@@ -129,12 +131,14 @@ static bool WaitOf(const LoginAttempt& attempt, const Refusals& refusals, int& w
 
 // ---- An attempt ----
 
+// The file is locked when the clock is asked: of what others have written down, nothing lies in the future
+// because this run was slow.
 static LoginVerdict Decide(LoginAttempt& attempt, int& retry_after) {
   LoginFileHeader header;
   if (!ReadLoginHeader(attempt.handle, header)) {
     return LoginVerdict::kNoStore;
   }
-  attempt.refusal = {.time = attempt.now,
+  attempt.refusal = {.time = CurrentTime(),
                      .visitor = HashOfVisitor(header.key, attempt.visitor),
                      .account = HashOfAccount(header.key, attempt.account)};
   const Records refusals(attempt.handle, kRememberedRefusals, kRefusalsStart);
@@ -144,7 +148,7 @@ static LoginVerdict Decide(LoginAttempt& attempt, int& retry_after) {
   if (retry_after > 0) {
     return LoginVerdict::kTooMany;
   }
-  attempt.place = OldestOf(refusals.all(), attempt.now);
+  attempt.place = OldestOf(refusals.all(), attempt.refusal.time);
   return WriteAt(attempt.handle, &attempt.refusal, sizeof attempt.refusal, PlaceOfRefusal(attempt.place))
              ? LoginVerdict::kTry
              : LoginVerdict::kNoStore;
@@ -183,8 +187,8 @@ static void RememberEntry(const LoginAttempt& attempt) {
   const auto same = std::find_if(all.begin(), all.end(), [&attempt](const LoginRecord& entry) {
     return IsSamePair(entry, attempt.refusal);
   });
-  const std::uint32_t place =
-      same != all.end() ? static_cast<std::uint32_t>(same - all.begin()) : OldestOf(all, attempt.now);
+  const std::uint32_t place = same != all.end() ? static_cast<std::uint32_t>(same - all.begin())
+                                                : OldestOf(all, attempt.refusal.time);
   WriteAt(attempt.handle, &attempt.refusal, sizeof attempt.refusal, PlaceOfEntry(place));
 }
 

@@ -12,9 +12,9 @@
 //
 // A visitor is what NetworkOfVisitor says: an IPv4 address, or a /64 of IPv6. The
 // window slides: a refusal counts for exactly 600 seconds. An attempt that the
-// limits turn away does not count. Times are seconds of any clock that all runs
-// share, and above 0; a refusal that lies in the future, because the clock was set back, counts
-// no more. Accounts are compared ignoring the case of ASCII letters.
+// limits turn away does not count. Times are seconds of CurrentTime, above 0, and of the moment when the
+// attempt has its turn at the file; a refusal that lies in the future, because the clock was set back,
+// counts no more. Accounts are compared ignoring the case of ASCII letters.
 //
 // The file remembers 16,384 refusals and 4,096 visitors with the account that they
 // entered; the oldest are forgotten first. To be refused so often within ten minutes
@@ -44,13 +44,12 @@ inline constexpr int kRefusalsOfStranger = 3;
 // shall bring about by asking often.
 inline constexpr int kLockWait = 10000;
 
-// One attempt. The caller fills the first four, which must stay as they are until
+// One attempt. The caller fills the first three, which must stay as they are until
 // EndLogin, and hands the visitor's network over.
 struct LoginAttempt {
   const char* file;
   Address visitor;
   std::string_view account;
-  std::int64_t now;
   int lock_wait = kLockWait;
   int handle = -1;          // the opened file
   std::uint32_t place = 0;  // of the refusal that was written down

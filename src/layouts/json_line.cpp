@@ -90,7 +90,7 @@ static KeyMeaning RecallMeaning(std::string_view key, size_t place, KeyMemory& m
 
 struct JsonFields {
   LineFields& fields;
-  std::array<uint8_t, kFieldCount> ranks;
+  std::array<uint16_t, kFieldCount> ranks;
 };
 
 // Durations are called as times are: a time is as long as one, and begins with a digit.
@@ -98,10 +98,52 @@ static bool MayBe(Field field, std::string_view value) {
   return field != Field::kMoment || (value.size() >= 9 && IsDigitAscii(value[0]));
 }
 
+// What a request may have nothing of and be one all the same.
+static bool MayBeNothing(Field field) {
+  return field == Field::kRequest || field == Field::kUrl || field == Field::kStatus;
+}
+
+// Apache's "%t" brings its brackets.
+static std::string_view WithoutBrackets(std::string_view time) {
+  return time.starts_with('[') && time.ends_with(']') ? time.substr(1, time.size() - 2) : time;
+}
+
+// Some write every number with a fraction, though it is none: "200.0".
+static std::string_view WithoutFraction(std::string_view number) {
+  const size_t point = number.find('.');
+  const bool none = point != 0 && point < number.size() - 1 &&
+                    number.find_first_not_of('0', point + 1) == std::string_view::npos;
+  return none ? number.substr(0, point) : number;
+}
+
+static std::string_view Trimmed(Field field, std::string_view value) {
+  switch (field) {
+    case Field::kMoment:
+      return WithoutBrackets(value);
+    case Field::kStatus:
+    case Field::kBytes:
+      return WithoutFraction(value);
+    default:
+      return value;
+  }
+}
+
+// A request that the server could not read, or that it did not answer, is there all the same.
+static void TakeNothing(JsonFields& taken, Field field, std::string_view value) {
+  if (MayBeNothing(field) && taken.fields[field].data() == nullptr) {
+    taken.fields[field] = value.substr(0, 0);
+  }
+}
+
 static void Take(JsonFields& taken, const KeyMeaning& meaning, std::string_view value, bool escaped) {
+  if (value.empty() || value == "-") {
+    TakeNothing(taken, meaning.field, value);
+    return;
+  }
   const auto field = static_cast<size_t>(meaning.field);
+  value = Trimmed(meaning.field, value);
   if (meaning.field == Field::kIgnored || meaning.rank >= taken.ranks[field] ||
-      !MayBe(meaning.field, value) || value.empty() || value == "-") {
+      !MayBe(meaning.field, value)) {
     return;
   }
   taken.ranks[field] = meaning.rank;
@@ -122,8 +164,8 @@ static void TakeJsonText(JsonReader& reader, const KeyMeaning& meaning, JsonFiel
 
 static void TakeJsonWord(JsonReader& reader, const KeyMeaning& meaning, JsonFields& taken) {
   const std::string_view word = TakeWord(reader);
-  if (word != "null" && word != "true" && word != "false") {
-    Take(taken, meaning, word, false);
+  if (word != "true" && word != "false") {
+    Take(taken, meaning, word == "null" ? word.substr(0, 0) : word, false);
   }
 }
 
@@ -136,40 +178,81 @@ static void TakeList(JsonReader& reader, const KeyMeaning& meaning, JsonFields& 
   SkipNested(reader);
 }
 
+// Where among the objects of a line a reader is: how deep, and at what depth each of these began; 0: it is in
+// none.
+struct Nest {
+  size_t depth = 1;
+  size_t request = 0;
+  size_t response = 0;
+  size_t headers = 0;
+};
+
+// The headers of a response, and what a visitor has sent, hold nothing.
+static bool IsOpen(const Nest& nest, Holds holds) {
+  return holds != Holds::kNothing && !(holds == Holds::kHeaders && nest.response != 0) &&
+         !(holds == Holds::kBody && nest.request != 0);
+}
+
+static void BeginAt(size_t depth, size_t& began) {
+  began = began == 0 ? depth : began;
+}
+
+static void Enter(Nest& nest, Holds holds) {
+  ++nest.depth;
+  if (holds == Holds::kRequest) {
+    BeginAt(nest.depth, nest.request);
+  } else if (holds == Holds::kResponse) {
+    BeginAt(nest.depth, nest.response);
+  } else if (holds == Holds::kHeaders) {
+    BeginAt(nest.depth, nest.headers);
+  }
+}
+
+static void Leave(Nest& nest) {
+  for (size_t* const began : {&nest.request, &nest.response, &nest.headers}) {
+    *began = *began == nest.depth ? 0 : *began;
+  }
+  --nest.depth;
+}
+
+// Headers take no place: every visitor sends others.
+static KeyMeaning MeaningIn(const Nest& nest, std::string_view key, size_t& place, KeyMemory& memory) {
+  return nest.headers != 0 ? MeaningOfHeader(key) : RecallMeaning(key, place++, memory);
+}
+
 // Reads keys and values, whatever objects they stand in, until the end of the line or of the
 // outermost object.
 static void TakeMembers(JsonReader& reader, KeyMemory& memory, JsonFields& taken) {
   size_t place = 0;
-  size_t depth = 1;
+  Nest nest;
   KeyMeaning meaning;
   bool keyed = false;
-  for (char c = SkipBlanks(reader); c != '\0' && depth > 0; c = SkipBlanks(reader)) {
+  for (char c = SkipBlanks(reader); c != '\0' && nest.depth > 0; c = SkipBlanks(reader)) {
     if (c == '"' && !keyed) {
       const std::string_view key = TakeText(reader);
       keyed = SkipBlanks(reader) == ':';
       reader.next += keyed ? 1 : 0;
-      meaning = RecallMeaning(key, place++, memory);
-    } else if (c == '"') {
+      meaning = MeaningIn(nest, key, place, memory);
+      continue;
+    }
+    if (c == '"') {
       TakeJsonText(reader, meaning, taken);
-      keyed = false;
-    } else if (c == '{' && keyed && meaning.opens) {
+    } else if (c == '{' && keyed && IsOpen(nest, meaning.holds)) {
       ++reader.next;
-      ++depth;
-      keyed = false;
+      Enter(nest, meaning.holds);
     } else if (c == '{') {
       SkipNested(reader);
-      keyed = false;
     } else if (c == '[') {
       TakeList(reader, meaning, taken);
-      keyed = false;
-    } else if (c == '}' || c == ',' || c == ']' || c == ':') {
+    } else if (c == '}') {
       ++reader.next;
-      depth -= c == '}';
-      keyed = false;
+      Leave(nest);
+    } else if (c == ',' || c == ']' || c == ':') {
+      ++reader.next;
     } else {
       TakeJsonWord(reader, keyed ? meaning : KeyMeaning{}, taken);
-      keyed = false;
     }
+    keyed = false;
   }
 }
 
@@ -180,7 +263,7 @@ bool SplitJson(std::string_view line, KeyMemory& memory, LineFields& fields) {
   }
   ++reader.next;
   JsonFields taken = {fields, {}};
-  taken.ranks.fill(255);
+  taken.ranks.fill(kNoRank);
   TakeMembers(reader, memory, taken);
   return true;
 }
@@ -190,18 +273,13 @@ bool SplitLtsv(std::string_view line, LineFields& fields) {
     return false;
   }
   JsonFields taken = {fields, {}};
-  taken.ranks.fill(255);
+  taken.ranks.fill(kNoRank);
   while (!line.empty()) {
     const std::string_view word = line.substr(0, line.find('\t'));
     line.remove_prefix(std::min(line.size(), word.size() + 1));
     const size_t colon = word.find(':');
     if (colon != std::string_view::npos) {
-      std::string_view value = word.substr(colon + 1);
-      const KeyMeaning meaning = MeaningOfLabel(word.substr(0, colon));
-      if (meaning.field == Field::kMoment && value.starts_with('[') && value.ends_with(']')) {
-        value = value.substr(1, value.size() - 2);
-      }
-      Take(taken, meaning, value, false);
+      Take(taken, MeaningOfLabel(word.substr(0, colon)), word.substr(colon + 1), false);
     }
   }
   return true;

@@ -3,7 +3,8 @@
 // The reader is tolerant: it looks for keys and values and for nothing else. Texts may hold any
 // bytes and any escapes, also those that JSON has none of ("\x22"); an object that breaks off
 // gives what it held. Keys are looked up by key_names.h; objects that mean nothing to it are passed over,
-// and of a list the first text counts.
+// as are the headers of a response and the body of a request, and of a list the first text counts. A key that
+// is no header wins over those that are.
 #pragma once
 
 #include <array>

@@ -1,6 +1,5 @@
 #include "layouts/key_names.h"
 
-#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <iterator>
@@ -111,6 +110,7 @@ static constexpr KeyName kKeyNames[] = {
     {"statuscode", Field::kStatus},
     {"status", Field::kStatus},
     {"code", Field::kStatus},
+    {"response", Field::kStatus},
 
     {"bodybytessent", Field::kBytes},
     {"edgeresponsebytes", Field::kBytes},
@@ -148,10 +148,31 @@ static constexpr KeyName kKeyNames[] = {
     {"ua", Field::kAgent},
 };
 
-// Objects and lists whose keys belong to the request.
-static constexpr std::string_view kOpening[] = {
-    "request", "headers",  "httprequest", "properties", "requestheaders", "jsonpayload",
-    "http",    "response", "body",        "log",        "access",         "req",
+struct ObjectName {
+  std::string_view name;
+  Holds holds;
+};
+
+// Objects of other names are passed over with all that is in them.
+static constexpr ObjectName kObjects[] = {
+    {"request", Holds::kRequest},   {"httprequest", Holds::kRequest}, {"req", Holds::kRequest},
+    {"response", Holds::kResponse}, {"headers", Holds::kHeaders},     {"requestheaders", Holds::kHeaders},
+    {"body", Holds::kBody},         {"properties", Holds::kFields},   {"jsonpayload", Holds::kFields},
+    {"http", Holds::kFields},       {"log", Holds::kFields},          {"access", Holds::kFields},
+};
+
+struct HeaderName {
+  std::string_view name;  // as servers know it, but for capital letters
+  std::string_view letters;
+  Field field;
+};
+
+// What nothing but a header tells, or what may stand in for it.
+static constexpr HeaderName kHeaders[] = {
+    {"user-agent", "useragent", Field::kAgent},
+    {"referer", "referer", Field::kReferrer},
+    {"host", "host", Field::kSite},
+    {"x-forwarded-for", "xforwardedfor", Field::kHost},
 };
 
 // Where LTSV and columns call things otherwise than JSON does.
@@ -232,24 +253,61 @@ static constexpr std::array<uint8_t, kSlots> MakeSlots() {
 
 static constexpr std::array<uint8_t, kSlots> kNameSlots = MakeSlots();
 
-static bool Opens(std::string_view key) {
-  return std::any_of(std::begin(kOpening), std::end(kOpening),
-                     [key](std::string_view name) { return IsName(name, key); });
+static Holds WhatHolds(std::string_view key) {
+  for (const ObjectName& object : kObjects) {
+    if (IsName(object.name, key)) {
+      return object.holds;
+    }
+  }
+  return Holds::kNothing;
 }
 
 static constexpr size_t kLongestKey = 64;
+static constexpr uint16_t kSpeltHeader = 1000;  // ranks behind all keys
+static constexpr uint16_t kOtherHeader = 1001;
+static_assert(2 * std::size(kKeyNames) < kSpeltHeader);
+
+KeyMeaning MeaningOfHeader(std::string_view name) {
+  for (const HeaderName& header : kHeaders) {
+    if (IsName(header.letters, name)) {
+      return {header.field, EqualIgnoreCase(header.name, name) ? kSpeltHeader : kOtherHeader,
+              Holds::kNothing};
+    }
+  }
+  return {};
+}
+
+// Traefik puts a word before a header, which begins with a capital letter, or with no letter, and goes on in
+// small ones: others' keys of one piece do not.
+static bool IsHeaderBehind(std::string_view prefix, std::string_view key) {
+  const auto is_capital = [key](size_t at) { return at < key.size() && key[at] >= 'A' && key[at] <= 'Z'; };
+  const size_t at = prefix.size();
+  return key.size() > at && key.starts_with(prefix) && !(key[at] >= 'a' && key[at] <= 'z') &&
+         !(is_capital(at) && is_capital(at + 1));
+}
+
+// The meaning of the key of a header that was kept beside the fields of a request. False when it is none.
+static bool TakeKeptHeader(std::string_view key, KeyMeaning& meaning) {
+  constexpr std::string_view kOfRequest = "request_";
+  constexpr std::string_view kOfResponse = "downstream_";
+  if (IsHeaderBehind(kOfRequest, key)) {
+    meaning = MeaningOfHeader(key.substr(kOfRequest.size()));
+    return true;
+  }
+  return IsHeaderBehind(kOfResponse, key);
+}
 
 KeyMeaning MeaningOfKey(std::string_view key) {
   KeyMeaning meaning;
-  if (key.size() > kLongestKey) {
+  if (key.size() > kLongestKey || TakeKeptHeader(key, meaning)) {
     return meaning;
   }
-  meaning.opens = Opens(key);
+  meaning.holds = WhatHolds(key);
   for (size_t slot = HashOf(key) % kSlots; kNameSlots[slot] != 0; slot = (slot + 1) % kSlots) {
     const size_t row = kNameSlots[slot] - size_t{1};
     if (IsName(kKeyNames[row].name, key)) {
       meaning.field = kKeyNames[row].field;
-      meaning.rank = static_cast<uint8_t>(row);
+      meaning.rank = static_cast<uint16_t>(2 * row + (key.starts_with('@') ? 1 : 0));
       break;
     }
   }
@@ -267,7 +325,7 @@ static const KeyName* FindName(std::span<const KeyName> names, std::string_view 
 
 KeyMeaning MeaningOfLabel(std::string_view label) {
   const KeyName* const name = FindName(kLabels, label.substr(0, kLongestKey));
-  return name == nullptr ? MeaningOfKey(label) : KeyMeaning{name->field, 0, false};
+  return name == nullptr ? MeaningOfKey(label) : KeyMeaning{name->field, 0, Holds::kNothing};
 }
 
 Field MeaningOfColumn(std::string_view name) {

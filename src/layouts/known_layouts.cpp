@@ -1,5 +1,6 @@
 #include "layouts/known_layouts.h"
 
+#include <algorithm>
 #include <iterator>
 
 #include "base/text.h"
@@ -70,7 +71,8 @@ static constexpr KnownLayout kKnownLayouts[] = {
     {.name = "gcs",
      .title = "Google Cloud Storage",
      .words = "$msec,$remote_addr,$x,$x,$x,$request_uri,$status,$x,$bytes_sent,$x,$host,$http_referer,"
-              "$http_user_agent,$x"},
+              "$http_user_agent,$x",
+     .head = "\"time_micros\","},
     {.name = "haproxy",
      .title = "HAProxy, HTTP",
      .words = "$remote_addr [$time_local] $x $x/$x $x/$x/$x/$x/$x $status $bytes_sent $x $x $x "
@@ -119,6 +121,12 @@ const KnownLayout* FindLayout(std::string_view name) {
   return nullptr;
 }
 
+bool NamesFields(std::string_view line) {
+  return std::any_of(std::begin(kKnownLayouts), std::end(kKnownLayouts), [line](const KnownLayout& known) {
+    return !known.head.empty() && line.starts_with(known.head);
+  });
+}
+
 void MakeLayout(const KnownLayout& known, Layout& layout) {
   layout.name = known.name;
   layout.kind = known.kind;
@@ -139,7 +147,9 @@ bool MakeLayoutOfWords(std::string_view words, Layout& layout) {
   if (!CompileWords(words, layout.pattern)) {
     return false;
   }
-  layout.writing.json = layout.pattern.literals[0] == '{';
+  const bool object = layout.pattern.elements[0].literal_size > 0 && layout.pattern.literals[0] == '{';
+  layout.writing.json = object || words.find("escape=json") != std::string_view::npos;
+  layout.writing.client_port = layout.pattern.client_port;
   return true;
 }
 
@@ -147,7 +157,7 @@ bool MakeLayoutOfNames(std::string_view names, bool tabs, Layout& layout) {
   layout.name = "w3c";
   layout.kind = LineKind::kPattern;
   layout.wrapper = Wrapper::kNone;
-  layout.writing = {.whole_urls = false, .encoded_agents = true, .utc = true};
+  layout.writing = {.site_in_urls = true, .encoded_agents = true, .utc = true};
   ClearPattern(layout.pattern);
   bool fits = true;
   bool first = true;

@@ -12,6 +12,7 @@ struct KnownLayout {
   LineKind kind = LineKind::kPattern;
   std::string_view words = {};  // nginx's, of kPattern; what has no place in a record is $x
   Writing writing = {};
+  std::string_view head = {};  // with which a line that names the fields begins
 };
 
 inline constexpr size_t kMostKnownLayouts = 32;
@@ -21,6 +22,9 @@ std::span<const KnownLayout> KnownLayouts();
 
 // The layout of that name, ignoring case; null when there is none.
 const KnownLayout* FindLayout(std::string_view name);
+
+// Whether the line names the fields of such a layout, and so is none of its data.
+bool NamesFields(std::string_view line);
 
 // Makes it ready to split lines with.
 void MakeLayout(const KnownLayout& known, Layout& layout);

@@ -27,13 +27,21 @@ static bool IsWord(std::string_view text) {
   return memchr(text.data(), ' ', text.size()) == nullptr;
 }
 
+// What is nobody and more was a field in front: "www.example.com 192.0.2.7 - ann". Where a site belongs
+// there, or nobody stands before it, that is how the user is called.
+static bool HoldsMoreThanUser(const Layout& layout, std::string_view line, std::string_view user) {
+  const std::string_view before = line.substr(0, static_cast<size_t>(user.data() - line.data()));
+  return user.starts_with("- ") && !layout.writing.site_first && before.ends_with(' ') &&
+         !before.ends_with(" - ");
+}
+
 // A client without quotes and, but for lists of several, without blanks.
-static bool HoldsClient(const Layout& layout, const LineFields& fields) {
+static bool HoldsClient(const Layout& layout, std::string_view line, const LineFields& fields) {
   const std::string_view host = fields[Field::kHost];
+  const std::string_view user = fields[Field::kUser];
   const size_t odd = host.find_first_of(" \"");
-  // What is nobody and more was a field in front: "www.example.com 192.0.2.7 - ann".
-  const bool nobody_else = fields[Field::kUser].starts_with("- ");
-  return !nobody_else && (odd == std::string_view::npos || (odd > 0 && host[odd - 1] == ',')) &&
+  return (user.data() == nullptr || !HoldsMoreThanUser(layout, line, user)) &&
+         (odd == std::string_view::npos || (odd > 0 && host[odd - 1] == ',')) &&
          (!layout.writing.client_port || host.find(':') != std::string_view::npos);
 }
 
@@ -50,8 +58,15 @@ static bool HoldsRequest(const LineFields& fields) {
   return dated && asked && IsStatus(fields[Field::kStatus]) && IsSize(fields[Field::kBytes]);
 }
 
+// JSON's escapes begin with a backslash.
+static void MarkEscapes(LineFields& fields) {
+  for (size_t i = 0; i < kFieldCount; ++i) {
+    fields.escaped[i] = fields.texts[i].find('\\') != std::string_view::npos;
+  }
+}
+
 bool SplitBareLine(const Layout& layout, std::string_view line, SplitRoom& room, LineFields& fields) {
-  size_t fits;
+  SplitStop stop;
   switch (layout.kind) {
     case LineKind::kJson:
       // Lines of other kinds that servers write in JSON have no status.
@@ -60,8 +75,13 @@ bool SplitBareLine(const Layout& layout, std::string_view line, SplitRoom& room,
     case LineKind::kLtsv:
       return SplitLtsv(line, fields) && HoldsRequest(fields) && fields[Field::kStatus].data() != nullptr;
     default:
-      return SplitByPattern(layout.pattern, line, fields, fits) && HoldsRequest(fields) &&
-             HoldsClient(layout, fields) && BeginsWithSite(layout, fields);
+      if (!SplitByPattern(layout.pattern, line, fields, stop)) {
+        return false;
+      }
+      if (layout.writing.json) {
+        MarkEscapes(fields);
+      }
+      return HoldsRequest(fields) && HoldsClient(layout, line, fields) && BeginsWithSite(layout, fields);
   }
 }
 

@@ -14,6 +14,7 @@ enum class LineKind : uint8_t { kPattern, kJson, kLtsv };
 // How the writer of a log writes the texts of its fields.
 struct Writing {
   bool whole_urls = false;      // URLs with scheme and host, of which the path is meant
+  bool site_in_urls = false;    // URLs may begin with the virtual host, with or without a scheme
   bool encoded_agents = false;  // "%20" or "+" for the blanks of agents
   bool utc = false;             // times without a zone are GMT
   bool client_port = false;     // the port of a client stands behind a colon

@@ -4,6 +4,7 @@
 
 #include "base/text.h"
 #include "dates/days.h"
+#include "dates/written_zone.h"
 
 // A text that is read from its front.
 struct Reader {
@@ -87,24 +88,6 @@ static CalendarDate DateOf(const tm& parts) {
   return date;
 }
 
-// Seconds east of Greenwich; false when the text goes on with no zone.
-static bool TakeZone(Reader& reader, int& offset) {
-  offset = 0;
-  if (reader.Take('Z')) {
-    return true;
-  }
-  const bool west = reader.rest.starts_with('-');
-  int hours;
-  int minutes = 0;
-  if ((!reader.Take('+') && !reader.Take('-')) || !reader.TakeDigits(2, hours)) {
-    return false;
-  }
-  reader.Take(':');
-  reader.TakeDigits(2, minutes);
-  offset = (hours * 60 + minutes) * (west ? -60 : 60);
-  return true;
-}
-
 // What is left behind date and time: nothing, or a zone, which may stand behind a blank.
 static Moment SettleParts(MomentForm form, const tm& parts, Reader& reader) {
   Moment moment = {.form = form, .parts = parts};
@@ -112,8 +95,8 @@ static Moment SettleParts(MomentForm form, const tm& parts, Reader& reader) {
   moment.as_utc = NumberOfDay(DateOf(parts)) * 86400 + parts.tm_hour * int64_t{3600} +
                   parts.tm_min * int64_t{60} + parts.tm_sec;
   reader.Take(' ');
-  int offset;
-  moment.is_instant = TakeZone(reader, offset);
+  int offset = 0;
+  moment.is_instant = TakeZone(reader.rest, offset);
   moment.instant = moment.is_instant ? moment.as_utc - offset : 0;
   return reader.rest.empty() && IsDay(DateOf(parts)) ? moment : Moment{};
 }

@@ -2,7 +2,7 @@
 //
 //   10/Oct/2000:13:55:36 -0700      also with a blank for the first ":", a fraction, and without a zone
 //   2000-10-10T13:55:36.123+00:00   also with a blank for the "T", "/" for "-", without fraction or
-//                                   zone, and with "Z", "+0000" or "+00" for a zone
+//                                   zone, and with "Z", "UTC", "+0000" or "+00" for a zone
 //   971211336.000                   seconds, milliseconds, microseconds or nanoseconds since 1970,
 //                                   told apart by their size
 #pragma once

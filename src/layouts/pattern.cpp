@@ -5,8 +5,8 @@
 
 static constexpr char kBlanks = '\x01';  // any number of blanks, in a literal
 
-static std::string_view LiteralOf(const Pattern& pattern, size_t i) {
-  const PatternElement& element = pattern.elements[i];
+std::string_view LiteralBefore(const Pattern& pattern, size_t field) {
+  const PatternElement& element = pattern.elements[field];
   return {pattern.literals.data() + element.literal, element.literal_size};
 }
 
@@ -18,6 +18,7 @@ static void BeginElement(Pattern& pattern) {
 
 void ClearPattern(Pattern& pattern) {
   pattern.count = pattern.needed = pattern.literals_size = 0;
+  pattern.client_port = false;
   BeginElement(pattern);
 }
 
@@ -154,9 +155,18 @@ static size_t FindPlain(Field field, std::string_view text, const Stop& stop) {
   return std::string_view::npos;
 }
 
+// That is not escaped; npos when there is none.
+static size_t FindFirstQuote(std::string_view text) {
+  size_t at = text.find('"');
+  while (at != std::string_view::npos && IsEscapedAt(text, at)) {
+    at = text.find('"', at + 1);
+  }
+  return at;
+}
+
 // The last place before the first quote where the stop, which ends with a bracket, stands.
 static size_t FindAfterUser(std::string_view text, const Stop& stop) {
-  const std::string_view before = text.substr(0, text.find('"'));
+  const std::string_view before = text.substr(0, FindFirstQuote(text));
   for (size_t at = before.rfind('['); at != std::string_view::npos && at > 0;
        at = before.rfind('[', at - 1)) {
     const size_t from = at + 1 - std::min(at + 1, stop.literal.size());
@@ -197,17 +207,19 @@ static std::string_view TakeValue(Field field, std::string_view& rest, const Sto
   return value;
 }
 
-bool SplitByPattern(const Pattern& pattern, std::string_view line, LineFields& fields, size_t& fits) {
+bool SplitByPattern(const Pattern& pattern, std::string_view line, LineFields& fields, SplitStop& stop) {
   std::string_view rest = line;
-  for (fits = 0; fits < pattern.count; ++fits) {
-    const size_t skip = MatchLiteral(LiteralOf(pattern, fits), rest);
+  for (stop.fits = 0; stop.fits < pattern.count; ++stop.fits) {
+    stop.at = rest.data();
+    const size_t skip = MatchLiteral(LiteralBefore(pattern, stop.fits), rest);
     if (skip == std::string_view::npos) {
-      return rest.empty() && fits >= pattern.needed;
+      return rest.empty() && stop.fits >= pattern.needed;
     }
     rest.remove_prefix(skip);
-    const Stop stop = {LiteralOf(pattern, fits + 1), fits + 1 == pattern.count};
-    const Field field = pattern.elements[fits].field;
-    const std::string_view value = TakeValue(field, rest, stop, fits + 1 >= pattern.needed);
+    stop.at = rest.data();
+    const Stop end = {LiteralBefore(pattern, stop.fits + 1), stop.fits + 1 == pattern.count};
+    const Field field = pattern.elements[stop.fits].field;
+    const std::string_view value = TakeValue(field, rest, end, stop.fits + 1 >= pattern.needed);
     if (value.data() == nullptr) {
       return false;
     }
@@ -215,6 +227,7 @@ bool SplitByPattern(const Pattern& pattern, std::string_view line, LineFields& f
       fields[field] = value;
     }
   }
-  const size_t end = MatchLiteral(LiteralOf(pattern, fits), rest);
+  stop.at = rest.data();
+  const size_t end = MatchLiteral(LiteralBefore(pattern, stop.fits), rest);
   return rest.empty() || end != std::string_view::npos;
 }

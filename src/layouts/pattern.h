@@ -33,6 +33,7 @@ struct Pattern {
   size_t needed = 0;                                   // fields that no line may lack
   std::array<char, kLongestLiterals> literals;
   size_t literals_size = 0;
+  bool client_port = false;  // the port of a client stands behind a colon, and is part of the client's field
 };
 
 // Building one: texts and fields in their order, then the end.
@@ -48,6 +49,16 @@ bool EndPattern(Pattern& pattern);
 // Whether the pattern has that field.
 bool HasField(const Pattern& pattern, Field field);
 
+// The text that stands in the layout before a field, or behind the last one; two and more blanks are one
+// '\x01'.
+std::string_view LiteralBefore(const Pattern& pattern, size_t field);
+
+// Where the cutting of a line has ended.
+struct SplitStop {
+  size_t fits = 0;           // how many fields were found
+  const char* at = nullptr;  // in the line
+};
+
 // Cuts a line, in time linear in its length. False when it does not fit, which leaves fields
-// half filled; fits is how many fields were found before.
-bool SplitByPattern(const Pattern& pattern, std::string_view line, LineFields& fields, size_t& fits);
+// half filled.
+bool SplitByPattern(const Pattern& pattern, std::string_view line, LineFields& fields, SplitStop& stop);

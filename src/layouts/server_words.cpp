@@ -61,6 +61,13 @@ static constexpr Word kHaproxyWords[] = {
     {"HP", Field::kUrl},    {"HQ", Field::kQuery},  {"HPO", Field::kUrl},
 };
 
+static constexpr Word kSquidWords[] = {
+    {">a", Field::kHost},    {">A", Field::kHost},   {"un", Field::kUser},   {"ul", Field::kUser},
+    {"ts", Field::kMoment},  {"tl", Field::kMoment}, {"tg", Field::kMoment}, {"ru", Field::kUrl},
+    {">ru", Field::kUrl},    {"rp", Field::kUrl},    {">rp", Field::kUrl},   {"Hs", Field::kStatus},
+    {">Hs", Field::kStatus}, {"<st", Field::kBytes},
+};
+
 static Field FieldOf(std::span<const Word> words, std::string_view name) {
   for (const Word& word : words) {
     if (word.name == name) {
@@ -76,6 +83,12 @@ struct WordReader {
 
   bool Take(std::string_view text) {
     const bool there = rest.starts_with(text);
+    rest.remove_prefix(there ? text.size() : 0);
+    return there;
+  }
+
+  bool TakeIgnoringCase(std::string_view text) {
+    const bool there = BeginsWithIgnoreCase(rest, text);
     rest.remove_prefix(there ? text.size() : 0);
     return there;
   }
@@ -104,6 +117,26 @@ static bool IsNameCharacter(char c) {
   return IsLetterAscii(c) || IsDigitAscii(c) || c == '_';
 }
 
+// How the servers name the port of a client behind its address: addresses of IPv6 hold colons
+// and stand without brackets, so that both are one field.
+static constexpr std::string_view kClientPorts[] = {":%cp",
+                                                    ":%{remote}p",
+                                                    ":$remote_port",
+                                                    ":${remote_port}",
+                                                    ":$realip_remote_port",
+                                                    ":$proxy_protocol_port"};
+
+static bool AddClient(Pattern& pattern, WordReader& reader) {
+  for (const std::string_view port : kClientPorts) {
+    pattern.client_port = reader.Take(port) || pattern.client_port;
+  }
+  return AddField(pattern, Field::kHost);
+}
+
+static bool AddWord(Pattern& pattern, Field field, WordReader& reader) {
+  return field == Field::kHost ? AddClient(pattern, reader) : AddField(pattern, field);
+}
+
 // --- What configurations put around the words -------------------------------------
 
 // One argument of a directive: a word, or a text between quotes, in which a backslash masks a quote.
@@ -112,8 +145,15 @@ struct Argument {
   char quote;  // '\0': none
 };
 
+// Blanks and comments.
+static void SkipSpace(WordReader& reader) {
+  for (reader.TakeWhile(IsSpace); reader.rest.starts_with('#'); reader.TakeWhile(IsSpace)) {
+    reader.TakeUpTo('\n');
+  }
+}
+
 static Argument TakeArgument(WordReader& reader) {
-  reader.TakeWhile(IsSpace);
+  SkipSpace(reader);
   const char quote = reader.rest.empty() ? '\0' : reader.rest[0];
   if (quote != '"' && quote != '\'') {
     return {reader.TakeWhile([](char c) { return !IsSpace(c); }), '\0'};
@@ -147,7 +187,7 @@ static bool AddNginxVariable(Pattern& pattern, WordReader& reader) {
   if (braced) {
     reader.Take("}");
   }
-  return name.empty() ? AddText(pattern, "$") : AddField(pattern, FieldOf(kNginxWords, name));
+  return name.empty() ? AddText(pattern, "$") : AddWord(pattern, FieldOf(kNginxWords, name), reader);
 }
 
 static bool AddNginxText(Pattern& pattern, std::string_view text) {
@@ -168,8 +208,7 @@ static bool AddNginxText(Pattern& pattern, std::string_view text) {
 // The texts of a directive, one after the other.
 static bool AddNginxTexts(Pattern& pattern, WordReader& reader) {
   bool fits = true;
-  for (reader.TakeWhile(IsSpace); fits && !reader.rest.empty() && reader.rest[0] != ';';
-       reader.TakeWhile(IsSpace)) {
+  for (SkipSpace(reader); fits && !reader.rest.empty() && reader.rest[0] != ';'; SkipSpace(reader)) {
     const Argument argument = TakeArgument(reader);
     std::string_view text = argument.text;
     text.remove_suffix(argument.quote == '\0' && text.ends_with(';') ? 1 : 0);
@@ -180,15 +219,33 @@ static bool AddNginxTexts(Pattern& pattern, WordReader& reader) {
 
 static bool CompileNginx(std::string_view text, Pattern& pattern) {
   WordReader reader = {text};
-  reader.TakeWhile(IsSpace);
+  SkipSpace(reader);
   if (reader.Take("log_format")) {
     TakeArgument(reader);  // its name
     return AddNginxTexts(pattern, reader);
   }
-  return reader.rest.starts_with('\'') ? AddNginxTexts(pattern, reader) : AddNginxText(pattern, text);
+  const bool quoted = reader.rest.starts_with('\'') || reader.rest.starts_with("escape=");
+  return quoted ? AddNginxTexts(pattern, reader) : AddNginxText(pattern, text);
 }
 
 // --- Apache -----------------------------------------------------------------------
+
+// Whether a format of strftime holds one of these conversions.
+static bool Holds(std::string_view format, std::string_view conversions) {
+  bool holds = false;
+  for (WordReader reader = {format}; !holds && !reader.rest.empty();) {
+    reader.TakeUpTo('%');
+    holds = !reader.rest.empty() && conversions.find(reader.rest[0]) != std::string_view::npos;
+    reader.rest.remove_prefix(std::min<size_t>(1, reader.rest.size()));
+  }
+  return holds;
+}
+
+static Field FieldOfFormat(std::string_view format) {
+  const bool dated = Holds(format, "cdDeFjs+");
+  const bool timed = Holds(format, "cHIkrRsTX+");
+  return dated ? (timed ? Field::kMoment : Field::kDate) : timed ? Field::kTime : Field::kIgnored;
+}
 
 // %{...}t: a count since 1970, or a format of strftime, whose date and time may stand apart.
 static bool AddApacheTime(Pattern& pattern, std::string_view format) {
@@ -198,11 +255,12 @@ static bool AddApacheTime(Pattern& pattern, std::string_view format) {
   if (format.empty()) {
     return AddText(pattern, "[") && AddField(pattern, Field::kMoment) && AddText(pattern, "]");
   }
-  if (format.starts_with("%Y") && format.find(' ') != std::string_view::npos) {
+  const bool year_first = format.starts_with("%Y") || format.starts_with("%F");
+  if (year_first && format.find(' ') != std::string_view::npos) {
     return AddField(pattern, Field::kDate) && AddText(pattern, " ") && AddField(pattern, Field::kTime);
   }
-  const bool whole = format.starts_with('%') || format == "sec" || format == "msec" || format == "usec";
-  return AddField(pattern, whole ? Field::kMoment : Field::kIgnored);
+  const bool count = format == "sec" || format == "msec" || format == "usec";
+  return AddField(pattern, count ? Field::kMoment : FieldOfFormat(format));
 }
 
 static Field HeaderField(std::string_view name) {
@@ -232,7 +290,7 @@ static bool AddApacheWord(Pattern& pattern, WordReader& reader) {
     return AddField(pattern, HeaderField(name));
   }
   const bool plain = !named || letter == "a";
-  return AddField(pattern, plain ? FieldOf(kApacheWords, letter) : Field::kIgnored);
+  return AddWord(pattern, plain ? FieldOf(kApacheWords, letter) : Field::kIgnored, reader);
 }
 
 static bool AddApacheText(Pattern& pattern, std::string_view text) {
@@ -253,11 +311,15 @@ static bool AddApacheText(Pattern& pattern, std::string_view text) {
 static bool CompileApache(std::string_view text, Pattern& pattern) {
   WordReader reader = {text};
   reader.TakeWhile(IsSpace);
-  if (reader.Take("LogFormat")) {
+  if (reader.TakeIgnoringCase("LogFormat")) {
     return AddApacheText(pattern, TakeArgument(reader).text);
   }
-  if (reader.Take("CustomLog")) {
+  if (reader.TakeIgnoringCase("CustomLog")) {
     TakeArgument(reader);  // its file
+    return AddApacheText(pattern, TakeArgument(reader).text);
+  }
+  if (reader.Take("accesslog.format")) {  // lighttpd's words are Apache's
+    TakeArgument(reader);                 // "=", or "+="
     return AddApacheText(pattern, TakeArgument(reader).text);
   }
   return AddApacheText(pattern, text);
@@ -281,12 +343,7 @@ static bool AddHaproxyWord(Pattern& pattern, WordReader& reader) {
                       : name == "status"                              ? Field::kStatus
                                                                       : FieldOf(kHaproxyWords, name);
   const std::string_view quote = flags.find("+Q") != std::string_view::npos ? "\"" : "";
-  return AddText(pattern, quote) && AddField(pattern, field) && AddText(pattern, quote);
-}
-
-// HAProxy writes the port behind a colon, and addresses of colons without brackets: both are one field.
-static void SkipPort(WordReader& reader) {
-  reader.Take(":%cp");
+  return AddText(pattern, quote) && AddWord(pattern, field, reader) && AddText(pattern, quote);
 }
 
 static bool CompileHaproxy(std::string_view text, Pattern& pattern) {
@@ -299,12 +356,57 @@ static bool CompileHaproxy(std::string_view text, Pattern& pattern) {
   while (fits && !reader.rest.empty()) {
     if (reader.Take("%")) {
       fits = AddHaproxyWord(pattern, reader);
-      SkipPort(reader);
     } else if (reader.rest[0] == '\\') {
       fits = AddMasked(pattern, reader);
     } else {
       fits = AddText(pattern, reader.TakeWhile([](char c) { return c != '%' && c != '\\'; }));
     }
+  }
+  return fits;
+}
+
+// --- Squid ------------------------------------------------------------------------
+
+// Blanks fill a number up to its width, in front.
+static bool AddWidth(Pattern& pattern, std::string_view width) {
+  const bool filled =
+      !width.empty() && width[0] != '0' && LiteralBefore(pattern, pattern.count).ends_with(' ');
+  return !filled || AddText(pattern, " ");
+}
+
+// %{...}tl: a format of strftime; %{...}>h: a header.
+static Field FieldOfSquid(std::string_view name, std::string_view argument) {
+  if (name == ">h") {
+    return HeaderField(argument);
+  }
+  const Field field = FieldOf(kSquidWords, name);
+  return field == Field::kMoment && !argument.empty() ? FieldOfFormat(argument) : field;
+}
+
+// What stands behind a "%": how it is quoted, its width, {argument}, and its name.
+static bool AddSquidWord(Pattern& pattern, WordReader& reader) {
+  if (reader.Take("%")) {
+    return AddText(pattern, "%");
+  }
+  reader.TakeWhile([](char c) { return std::string_view("\"'[#/-").find(c) != std::string_view::npos; });
+  const std::string_view width = reader.TakeWhile([](char c) { return IsDigitAscii(c) || c == '.'; });
+  const std::string_view argument = reader.Take("{") ? reader.TakeUpTo('}') : std::string_view{};
+  const std::string_view name =
+      reader.TakeWhile([](char c) { return IsNameCharacter(c) || c == '<' || c == '>'; });
+  return AddWidth(pattern, width) && AddWord(pattern, FieldOfSquid(name, argument), reader);
+}
+
+static bool CompileSquid(std::string_view text, Pattern& pattern) {
+  WordReader reader = {text};
+  reader.TakeWhile(IsSpace);
+  if (reader.Take("logformat")) {
+    TakeArgument(reader);  // its name
+    reader.TakeWhile(IsSpace);
+  }
+  bool fits = true;
+  while (fits && !reader.rest.empty()) {
+    fits = reader.Take("%") ? AddSquidWord(pattern, reader)
+                            : AddText(pattern, reader.TakeWhile([](char c) { return c != '%'; }));
   }
   return fits;
 }
@@ -325,6 +427,9 @@ Words WhoseWords(std::string_view text) {
   if (HasVariable(text)) {
     return Words::kNginx;
   }
+  if (holds("%>a") || holds(">Hs") || holds("%<st") || holds("%ru")) {
+    return Words::kSquid;
+  }
   if (holds("%ci") || holds("%ST") || holds("%tr") || holds("%Ts") || holds("%HU") || holds("%[") ||
       holds("log-format")) {
     return Words::kHaproxy;
@@ -344,6 +449,8 @@ bool CompileWords(std::string_view text, Pattern& pattern) {
       return CompileApache(text, pattern) && EndPattern(pattern);
     case Words::kHaproxy:
       return CompileHaproxy(text, pattern) && EndPattern(pattern);
+    case Words::kSquid:
+      return CompileSquid(text, pattern) && EndPattern(pattern);
     default:
       return false;
   }

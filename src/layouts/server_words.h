@@ -6,13 +6,14 @@
 //   whole
 //             LogFormat or CustomLog directive
 //   HAProxy   %ci:%cp [%tr] %ft %b/%s ... %{+Q}r, or a whole log-format directive
+//   Squid     %ts.%03tu %6tr %>a %Ss/%03>Hs %<st %rm %ru, or a whole logformat directive
 #pragma once
 
 #include <string_view>
 
 #include "layouts/pattern.h"
 
-enum class Words { kNone, kNginx, kApache, kHaproxy };
+enum class Words { kNone, kNginx, kApache, kHaproxy, kSquid };
 
 // Whose words these are, told by the way in which they name fields; kNone when they name none.
 Words WhoseWords(std::string_view text);

@@ -83,6 +83,14 @@ static std::string_view UnwrapIsoHead(std::string_view line) {
   return IsOfRuntime(WordOf(rest)) ? SkipWord(SkipWord(rest)) : SkipProgram(SkipWord(rest));
 }
 
+// No client is called like the beginning of a head: most lines are told by that.
+bool HasHead(std::string_view line) {
+  constexpr size_t kShortest = 20;
+  const bool perhaps =
+      line.size() > kShortest && (line[0] == '<' || line[3] == ' ' || (line[4] == '-' && line[7] == '-'));
+  return perhaps && (UnwrapSyslog(line).data() != nullptr || UnwrapIsoHead(line).data() != nullptr);
+}
+
 static std::string_view UnwrapMessage(std::string_view line, Unwrapped& room) {
   for (const std::string_view key : {"log", "message"}) {
     bool escaped = false;

@@ -21,5 +21,8 @@ struct Unwrapped {
   std::array<char, kLongestLine + 128> text;
 };
 
+// Whether a shipper's head stands before the line: nothing but the text itself decides.
+bool HasHead(std::string_view line);
+
 // The line within; null when it is not wrapped so. It lies in the line, or in the room.
 std::string_view Unwrap(Wrapper wrapper, std::string_view line, Unwrapped& room);

@@ -4,6 +4,8 @@
 #include <iterator>
 #include <string_view>
 
+#include "dates/clock.h"
+#include "dates/zone.h"
 #include "output/escape.h"
 #include "output/refusal_line.h"
 #include "output/sink.h"
@@ -21,7 +23,7 @@ struct CsvRow {
   const char* item;
   int64_t count;
   double share;
-  const char* detail;  // engine, name or the item that was led to; empty: none
+  const char* detail;  // engine, name, time zone or the item that was led to; empty: none
 };
 
 struct Cells {
@@ -62,20 +64,22 @@ static void PutTime(Cells& cells, const CsvRow& row) {
   PutText(cells, row.item);
   Put(cells.sink, ",");
   PutFigures(cells, row);
+  Put(cells.sink, ",");
+  PutText(cells, row.detail);
 }
 
-static const char* DetailOf(const SectionRow& row) {
+static const char* DetailOf(const SectionRow& row, const char* of_all) {
   if (row.engine != nullptr) {
     return row.engine;
   }
-  return row.name != nullptr ? row.name : "";
+  return row.name != nullptr ? row.name : of_all;
 }
 
 template <typename PutRow>
-static void PutRows(SectionRows& rows, PutRow put) {
+static void PutRows(SectionRows& rows, const char* detail_of_all, PutRow put) {
   int64_t rank = 0;
   for (SectionRow row; NextRow(rows, row);) {
-    put(CsvRow{++rank, row.item, row.count, row.share, DetailOf(row)});
+    put(CsvRow{++rank, row.item, row.count, row.share, DetailOf(row, detail_of_all)});
   }
 }
 
@@ -109,10 +113,10 @@ static constexpr Table kTables[] = {
     {"badreferrers", SectionId::kBadReferrers, false, "rank,page,count,share", PutWithoutDetail},
     {"domains", SectionId::kDomains, false, "rank,domain,count,share", PutWithoutDetail},
     {"domaintypes", SectionId::kDomainTypes, false, "rank,domain,count,share,name", PutWithDetail},
-    {"dailytotals", SectionId::kDays, false, "day,count,share", PutTime},
-    {"hitsperdayofweek", SectionId::kWeekdays, false, "weekday,count,share", PutTime},
-    {"hitsperhour", SectionId::kHours, false, "hour,count,share", PutTime},
-    {"hoursofweek", SectionId::kHoursOfWeek, false, "hour,count,share", PutTime},
+    {"dailytotals", SectionId::kDays, false, "day,count,share,timezone", PutTime},
+    {"hitsperdayofweek", SectionId::kWeekdays, false, "weekday,count,share,timezone", PutTime},
+    {"hitsperhour", SectionId::kHours, false, "hour,count,share,timezone", PutTime},
+    {"hoursofweek", SectionId::kHoursOfWeek, false, "hour,count,share,timezone", PutTime},
 };
 
 static constexpr size_t TablesOfSections() {
@@ -141,7 +145,8 @@ static void PutTable(const Table& table, const Settings& settings, Analysis& ana
   if (table.referrers) {
     PutReferrerRows(rows, put);
   } else {
-    PutRows(rows, put);
+    const bool tells_times = table.put == PutTime;
+    PutRows(rows, tells_times ? ZoneName(MomentMade(analysis.ReportStartTime)) : "", put);
   }
 }
 

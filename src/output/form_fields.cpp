@@ -115,7 +115,7 @@ static constexpr FormField kSignedOn[] = {
 static constexpr FormField kReport[] = {
     Text<&Settings::title>("title", "Title", "Stands above the report. Empty: that of the account."),
     Check<&Settings::dnslookupenabled>("dnslookupenabled", "Look up the names of numeric addresses",
-                                       "Takes long when there are many."),
+                                       "Takes some seconds when there are many."),
     Check<&Settings::no_script>("no_script", "A page without a script",
                                 "Its tables cannot be sorted and searched then."),
 };

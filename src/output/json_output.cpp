@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "dates/clock.h"
+#include "dates/zone.h"
 #include "output/escape.h"
 #include "output/links.h"
 #include "output/moments.h"

@@ -48,12 +48,3 @@ void PutClock(Sink& sink, time_t when) {
   Put(sink, ":");
   PutPadded(sink, local.tm_min, 2);
 }
-
-const char* ZoneName(time_t when) {
-  const char* const named = getenv("TZ");
-  if (named != nullptr && named[0] != '\0') {
-    return named;
-  }
-  const char* const abbreviation = LocalParts(when).tm_zone;
-  return abbreviation == nullptr ? "" : abbreviation;
-}

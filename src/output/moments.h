@@ -14,7 +14,3 @@ void PutMoment(Sink& sink, time_t when);
 
 // "18:04"
 void PutClock(Sink& sink, time_t when);
-
-// The name of the local zone: that of TZ, or else the abbreviation that holds at the
-// time. Good until the zone changes; escaped like any other text.
-const char* ZoneName(time_t when);

@@ -2,6 +2,7 @@
 
 #include "dates/clock.h"
 #include "dates/days.h"
+#include "dates/zone.h"
 #include "output/escape.h"
 #include "output/moments.h"
 #include "output/other_days.h"

@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "dates/clock.h"
+#include "dates/zone.h"
 #include "output/escape.h"
 #include "output/moments.h"
 #include "output/readable.h"
@@ -136,7 +137,7 @@ static void PutDays(Paper& paper, const Analysis& analysis, time_t made) {
   Put(paper.sink, " to ");
   PutDay(paper.sink, DayOf(analysis.range_last));
   Put(paper.sink, " (");
-  PutPlain(paper.sink, ZoneName(made), 30);
+  PutPlain(paper.sink, ZoneName(made), kLongestZoneName);
   Put(paper.sink, ")\nmade ");
   PutMoment(paper.sink, made);
   Put(paper.sink, " by Orvellis ");

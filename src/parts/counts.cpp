@@ -138,7 +138,7 @@ static void AddTotals(PartReader& part, const Rules& rules, Analysis& analysis) 
 // How counts of a kind are written, added, and passed over.
 struct Kind {
   const char* name;
-  bool Rules::*counted;
+  bool Rules::*counted;  // null: see Counts
   void (*save)(PartWriter& part, const Analysis& analysis);
   bool (*add)(PartReader& part, const Rules& rules, Analysis& analysis);
   bool (*pass)(PartReader& part, const Analysis& analysis);
@@ -171,7 +171,7 @@ static void SaveUrls(PartWriter& part, const Analysis& analysis) {
 }
 
 static bool AddUrls(PartReader& part, const Rules& rules, Analysis& analysis) {
-  return AddSavedList(part, analysis.urls.list, analysis.urls.info, rules.find.ignore_case);
+  return AddSavedList(part, analysis.urls.list, analysis.urls.info, rules.urls_ignore_case);
 }
 
 static bool PassUrls(PartReader& part, const Analysis&) {
@@ -270,9 +270,10 @@ static constexpr Kind kKindTable[] = {
     {"badurl_referrers", &Rules::bad_url_referrers, SaveNothing, AddNothing, PassNothing},
     RankedKind<&Analysis::badreferrers>("badreferrers", &Rules::bad_referrers),
     RankedKind<&Analysis::domains>("domains", &Rules::domains),
-    RankedKind<&Analysis::domaintypes>("domaintypes", &Rules::domain_types),
+    RankedKind<&Analysis::domaintypes>("domaintypes", nullptr),
     {"dailytotals", nullptr, SaveDayCounts, AddDayCounts, PassDayCounts},
     {"hitsperhour", &Rules::hours_of_week, SaveHours, AddHours, PassHours},
+    RankedKind<&Analysis::addresses>("addresses", nullptr),
 };
 static_assert(std::size(kKindTable) == kCountKinds);
 
@@ -282,6 +283,10 @@ static bool Counts(const Rules& rules, unsigned kind) {
       return rules.days || rules.dates;
     case CountKind::kBadUrlReferrers:
       return rules.bad_urls && rules.bad_url_referrers;
+    case CountKind::kDomainTypes:
+      return rules.domain_types || rules.type_of_domain != nullptr;
+    case CountKind::kAddresses:
+      return rules.dns == DnsMode::kAfterwards && (rules.domains || rules.domain_types);
     default:
       return rules.*kKindTable[kind].counted;
   }

@@ -18,8 +18,9 @@ enum class CountKind : unsigned {
   kDomainTypes,
   kDays,
   kHoursOfWeek,
+  kAddresses,  // whose names the domains wait for
 };
-inline constexpr unsigned kCountKinds = 11;
+inline constexpr unsigned kCountKinds = 12;
 
 // The bits of what a run counts by its rules.
 uint64_t KindsOf(const Rules& rules);

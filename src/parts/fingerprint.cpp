@@ -130,7 +130,7 @@ static void AddLogs(Fingerprint& fingerprint, const Analysis& analysis) {
   AddDay(fingerprint, "first day", analysis.range_first);
   AddDay(fingerprint, "last day", analysis.range_last);
   AddChecksum(fingerprint, "time zone", ChecksumOfZone());
-  AddNumber(fingerprint, "fixgmt", records.offset);
+  AddSwitch(fingerprint, "fixgmt", records.gmt);
   AddNumber(fingerprint, "dateformat", records.date_order);
   AddChecksum(fingerprint, "logformat", AddToChecksum(0, records.layout));
 }
@@ -148,7 +148,8 @@ static void AddRequests(Fingerprint& fingerprint, const Rules& rules) {
   AddSwitch(fingerprint, "use of filter_filetypes", rules.filter_types);
   AddSwitch(fingerprint, "filter_referrers", rules.filter_referrers);
   AddSwitch(fingerprint, "showquery", rules.keep_query);
-  AddText(fingerprint, "url", rules.own_host);
+  AddText(fingerprint, "url", rules.own_host.name);
+  AddSwitch(fingerprint, "dnslookupenabled", rules.dns != DnsMode::kOff);
 }
 
 Fingerprint FingerprintOf(std::string_view edition, const Rules& rules, const Analysis& analysis) {

@@ -54,28 +54,37 @@ static void AccountInName(char (&name)[kMostOfAccount + 2], const char* account)
   name[length == 1 ? 0 : length] = '\0';
 }
 
-// The parts of a date may be any numbers. A day that only the logs tell is called by its word.
+// The parts of a date may be any numbers.
 struct DayInName {
   char text[11];
 
-  DayInName(const CalendarDate& date, const char* word) {
-    if (word != nullptr) {
-      CopyText(text, word);
-      return;
-    }
+  explicit DayInName(const CalendarDate& date) {
     snprintf(text, sizeof text, "%04d-%02d-%02d", std::clamp(date.year, 0, 9999),
              std::clamp(date.month, 0, 99), std::clamp(date.day, 0, 99));
   }
 };
 
-void NameFile(char (&disposition)[kDispositionSize], const char* kind, const char* ending,
-              const Settings& settings) {
-  char account[kMostOfAccount + 2];
-  AccountInName(account, settings.username);
+// A day that only the logs tell is not known yet, and has no place in a name.
+static void NameDays(char (&days)[32], const Settings& settings) {
   CalendarDate first{};
   CalendarDate last{};
   ParseDate(first, last, settings);
-  snprintf(disposition, kDispositionSize, "%s; filename=\"orvellis%s-%s-%s.%s\"", kind, account,
-           DayInName(first, settings.from_first ? "first" : nullptr).text,
-           DayInName(last, settings.to_last ? "last" : nullptr).text, ending);
+  if (settings.from_first && settings.to_last) {
+    days[0] = '\0';
+  } else if (settings.from_first) {
+    snprintf(days, sizeof days, "-until-%s", DayInName(last).text);
+  } else if (settings.to_last) {
+    snprintf(days, sizeof days, "-since-%s", DayInName(first).text);
+  } else {
+    snprintf(days, sizeof days, "-%s-%s", DayInName(first).text, DayInName(last).text);
+  }
+}
+
+void NameFile(char (&disposition)[kDispositionSize], const char* kind, const char* ending,
+              const Settings& settings) {
+  char account[kMostOfAccount + 2];
+  char days[32];
+  AccountInName(account, settings.username);
+  NameDays(days, settings);
+  snprintf(disposition, kDispositionSize, "%s; filename=\"orvellis%s%s.%s\"", kind, account, days, ending);
 }

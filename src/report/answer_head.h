@@ -27,6 +27,7 @@ inline constexpr size_t kDispositionSize = 128;
 
 // Writes kind ("inline" or "attachment") and the name under which a report is saved, as
 // "orvellis-ACCOUNT-2026-11-01-2026-11-30.json": of the account only its ASCII letters
-// and digits, at most 32.
+// and digits, at most 32. Where one end of the range is that of the logs: "-since-2026-11-01" or
+// "-until-2026-11-30"; where both are, no days.
 void NameFile(char (&disposition)[kDispositionSize], const char* kind, const char* ending,
               const Settings& settings);

@@ -12,6 +12,7 @@
 
 #include "base/foreign_link.h"
 #include "dates/clock.h"
+#include "dates/zone.h"
 #include "report/extra_texts.h"
 #include "report/page_end.h"
 #include "report/site.h"
@@ -266,7 +267,7 @@ void LogError(const Settings& settings, const char* message) {
   }
   const time_t now = CurrentTime();
   tm local{};
-  localtime_r(&now, &local);
+  MachineTime(now, local);
   char stamp[32];
   strftime(stamp, sizeof stamp, "%d/%b/%Y:%H:%M:%S", &local);
   char line[sizeof stamp + kFilledSize + 4];

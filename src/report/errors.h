@@ -27,6 +27,8 @@ enum Error : int {
   kErrorPasswordInQuery = 16,
   kErrorLongQuery = 17,
   kErrorPasswordNeeded = 18,  // and an address can hold none
+  kErrorTimeZone = 19,        // there is no zone of that name
+  kErrorLayout = 20,          // there is no such layout of logs
 };
 
 // What the run is told, and the visitor with it.

@@ -1,6 +1,7 @@
 #include "report/refusal_texts.h"
 
 #include "report/refusal_log.h"
+#include "superlog/superlog.h"
 
 static constexpr char kNotSetUp[] =
     "Orvellis is not set up for this report. Its administrator finds the reason in the error log.";
@@ -148,6 +149,26 @@ static const RefusalTexts kRefusals[] = {
             "Post username and password, with all else that the address holds, as the request form does.",
         .log = nullptr,
         .challenge = "Form realm=\"Orvellis\"",
+    },
+    {
+        .error = kErrorTimeZone,
+        .status = {500, "Internal Server Error"},
+        .heading = "There is no such time zone",
+        .sentence = "The time zone that is set for this report is none that this machine knows.",
+        .advice =
+            "A zone is written as Europe/Berlin, America/New_York or UTC, with capital and small letters as"
+            " these.",
+        .log = "no such time zone:",
+        .value = [](const Settings& settings) { return +settings.timezone; },
+    },
+    {
+        .error = kErrorLayout,
+        .status = {500, "Internal Server Error"},
+        .heading = "There is no such layout of logs",
+        .sentence = kNotSetUp,
+        .advice = kTellAdministrator,
+        .log = "no such layout of logs:",
+        .value = [](const Settings&) { return SuperLog_UnknownLayout().text.data(); },
     },
 };
 

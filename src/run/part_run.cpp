@@ -91,12 +91,18 @@ const PageWriter kPartWriter = {
 // ---- What cannot be parts ----
 
 // Whether records would be counted by more than what they and the settings say.
-static bool CanBeDivided(const Settings& settings) {
+static bool CanBeDivided(const Settings& settings, const Limits& limits) {
   if (settings.debug != 0) {
     return Refuse("the counts of a run with debug cannot be added to others");
   }
-  if (settings.dnslookupenabled != 0) {
-    return Refuse("the counts of a run that looks up names (dnslookupenabled) cannot be added to others");
+  const DnsMode dns = ResolveDnsMode(settings, limits);
+  if (dns != DnsMode::kOff && dns != DnsMode::kAfterwards) {
+    return Refuse(
+        "the counts of a run that looks up names while it counts (dnslookupenabled) cannot be added to "
+        "others");
+  }
+  if (settings.first_alone) {
+    return Refuse("from=first alone is a day that only all logs together tell: name it");
   }
   if (settings.find_pattern != 0 && RemembersMatches(settings.find)) {
     return Refuse(
@@ -363,7 +369,7 @@ static bool MergeParts(const PartRun& run) {
 
 bool MakePartOrPage(const PartRun& run) {
   std::set_new_handler(EndWithoutMemory);
-  if (!CanBeDivided(run.settings)) {
+  if (!CanBeDivided(run.settings, run.counting.limits)) {
     return false;
   }
   return run.settings.merge != nullptr ? MergeParts(run) : CountPart(run);

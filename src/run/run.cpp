@@ -6,6 +6,7 @@
 #include "cgi/environment.h"
 #include "cgi/request.h"
 #include "dates/days.h"
+#include "dates/zone.h"
 #include "entry/visitor.h"
 #include "report/extra_texts.h"
 #include "report/info_pages.h"
@@ -13,13 +14,14 @@
 #include "report/refusal_log.h"
 #include "report/report_page.h"
 #include "run/edition.h"
+#include "run/logs_layout.h"
 #include "run/part_run.h"
 #include "run/store_folder.h"
 #include "sections/section_list.h"
 #include "superlog/superlog.h"
 
 static constexpr int kStatusNoMemory = 1;
-static constexpr int kStatusNoEdition = 3;
+static constexpr int kStatusUnknownName = 3;  // of an edition, or of a layout
 static constexpr int kStatusNoPart = 4;
 
 // What a run knows of its task.
@@ -81,6 +83,9 @@ static bool TakeParameters(Task& task) {
   const bool arguments = task.env.command_line != 0 || (task.edition->server_arguments && !task.pinned);
   const bool taken = ReadParameters(arguments ? task.input.argc : 0, task.input.argv, task.input.form,
                                     task.env, task.edition->form, task.settings);
+  if (task.edition->counting.limits.layouts && task.env.command_line != 0 && !IsFormPosted(task.env)) {
+    TakeLongLayout(task.input.argc, task.input.argv);
+  }
   if (task.pinned) {
     CopyText(task.settings.config, task.config.path);
   }
@@ -155,8 +160,14 @@ static Refusal Report(bool account_found, Task& task) {
   if (refusal.error != kNoError) {
     return refusal;
   }
+  if (!UseZone(task.settings.timezone)) {
+    return {kErrorTimeZone};
+  }
   if (task.asked != nullptr) {
     TakeAllSectionsForNone(task.settings);
+  }
+  if (task.edition->counting.limits.layouts && !SettleLayout(task.env.command_line != 0)) {
+    return {kErrorLayout};
   }
   const Error error = CheckRequest(task);
   if (error != kNoError) {
@@ -199,7 +210,16 @@ static Refusal ConfigureAndPrint(Task& task) {
   return PrintPage(account_found, task);
 }
 
+// Whoever has typed a layout that there is none of was told so.
+static bool WasTold(const Refusal& refusal, const Task& task) {
+  return refusal.error == kErrorLayout && task.env.command_line != 0;
+}
+
 static int Finish(Task& task, const Refusal& refusal) {
+  if (WasTold(refusal, task)) {
+    EndOrvellisCleanup(task.settings);
+    return kStatusUnknownName;
+  }
   if (refusal.error != kNoError) {
     task.page->refuse(refusal, task.env, task.settings);
   }
@@ -281,7 +301,7 @@ int Run(const RunInput& input) {
     CommandLineHelp();
     return Finish(task, {});
   }
-  const int status = ChooseRules(task) ? Answer(task) : kStatusNoEdition;
+  const int status = ChooseRules(task) ? Answer(task) : kStatusUnknownName;
   CloseConfigFile(task.config);
   return status;
 }

@@ -20,6 +20,6 @@ struct RunInput {
 // for the process to end with: 0, also when the page tells an error; 1 when there is
 // no memory for the form; 2 when the page could not be written; 3, with nothing
 // printed but a sentence on standard error, when the edition or the configuration
-// asked for cannot be; 4, likewise, when a part cannot be written or added. Where memory is refused on the
-// way the process ends.
+// asked for cannot be, or a shell has named a layout of logs that there is none of; 4, likewise, when a part
+// cannot be written or added. Where memory is refused on the way the process ends.
 int Run(const RunInput& input);

@@ -3,37 +3,23 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cstdint>
 #include <cstdio>
 #include <cstring>
 
+#include "analysis/look_ups.h"
+#include "analysis/rules.h"
 #include "base/foreign_link.h"
 #include "base/path.h"
 #include "report/error_page.h"
 #include "run/part_run.h"
 #include "sandbox/landlock.h"
-#include "sandbox/name_services.h"
 #include "sandbox/syscall_filter.h"
 #include "superlog/summary_file.h"
 #include "superlog/superlog.h"
 #include "unpack/unpacking.h"
 
-// What a process may do beside what its settings name.
-struct Profile {
-  SyscallSet syscalls;
-  const char* const* files_to_read;  // null ends them
-  std::uint16_t tcp_port;            // of other machines; 0: none
-};
-
-static constexpr const char* kNoFiles[] = {nullptr};
-
 // The C library looks every time whether the machine's zone is still the same, and reads it anew if not.
 static constexpr const char* kZones[] = {"/etc/localtime", "/usr/share/zoneinfo"};
-
-static constexpr std::uint16_t kNamePort = 53;
-
-static constexpr Profile kReport{SyscallSet::kReport, kNoFiles, 0};
-static constexpr Profile kReportWithLookUps{SyscallSet::kReportWithLookUps, kNameServiceFiles, kNamePort};
 
 // A folder that stands for a log is opened, but nothing beneath it is.
 static constexpr PathRights kToRead{.file = kReadFile, .folder = kListFolder};
@@ -123,7 +109,7 @@ static void AllowErrorLog(Landlock& landlock, const char* path) {
 }
 
 // Returns an error number, as EnterLandlock does.
-static int GiveUpFiles(const Profile& profile, const Settings& settings) {
+static int GiveUpFiles(const Settings& settings) {
   PathsToAllow paths{.landlock = {}, .landlocked = false, .unpacks = settings.rules.unpacks};
   Landlock& landlock = paths.landlock;
   paths.landlocked = BeginLandlock(landlock);
@@ -140,12 +126,6 @@ static int GiveUpFiles(const Profile& profile, const Settings& settings) {
   for (const char* const zones : kZones) {
     AllowPath(landlock, zones, kToReadWithin);
   }
-  for (const char* const* path = profile.files_to_read; *path != nullptr; ++path) {
-    AllowPath(landlock, *path, kToRead);
-  }
-  if (profile.tcp_port != 0) {
-    AllowTcpTo(landlock, profile.tcp_port);
-  }
   return EnterLandlock(landlock);
 }
 
@@ -160,11 +140,9 @@ static void Tell(const Settings& settings, const char* what, int error) {
 }
 
 void ShutIn(const Settings& settings) {
-  const bool look_ups = settings.dnslookupenabled != 0;
-  if (look_ups) {
-    LoadNameServices();
+  if (NeedsNames(settings) && settings.part == nullptr) {
+    StartLookUps();
   }
-  const Profile& profile = look_ups ? kReportWithLookUps : kReport;
-  Tell(settings, "files", GiveUpFiles(profile, settings));
-  Tell(settings, "system calls", EnterSyscallFilter(profile.syscalls));
+  Tell(settings, "files", GiveUpFiles(settings));
+  Tell(settings, "system calls", EnterSyscallFilter(SyscallSet::kReport));
 }

@@ -34,8 +34,9 @@ static const char* const kReportCalls[] = {
     "gettimeofday", "time",
     // Who one is.
     "getpid", "gettid", "getuid", "geteuid", "getgid", "getegid", "uname",
-    // Compressed logs: their bytes come through a pipe from a process that another one starts.
-    "pipe2", "wait4",
+    // Compressed logs: of their bytes, a pipe tells from a process that another one starts. Names: answers
+    // come from another one, which is waited for so long.
+    "pipe2", "wait4", "poll", "ppoll",
     // A run that was stopped goes on, one that gives up ends.
     "rt_sigaction", "rt_sigprocmask", "rt_sigreturn", "restart_syscall", "exit", "exit_group"};
 
@@ -48,8 +49,20 @@ static const char* const kUnpackHelperCalls[] = {
     "recvmsg", "close",   "wait4", "getpid",         "gettid",       "getppid",        "set_robust_list",
     "prctl",   "seccomp", "rseq",  "rt_sigprocmask", "rt_sigaction", "set_tid_address"};
 
-static const char* const kLookUpCalls[] = {"connect",     "recvfrom",    "recvmsg", "getsockopt",
-                                           "getsockname", "getpeername", "poll",    "ppoll"};
+// Whoever asks name servers, in threads that are there already.
+static const char* const kLookUpCalls[] = {
+    // What the system says of name services is read, and nothing is written but answers.
+    "close", "read", "readv", "pread64", "write", "lseek", "stat", "lstat", "fstat", "newfstatat", "statx",
+    "readlink", "access", "faccessat", "faccessat2",
+    // Memory, time and threads.
+    "brk", "munmap", "mremap", "madvise", "sysinfo", "futex", "getrandom", "clock_gettime", "clock_getres",
+    "clock_nanosleep", "gettimeofday", "time", "sched_yield", "sched_getaffinity", "set_robust_list", "rseq",
+    // Who one is.
+    "getpid", "gettid", "getuid", "geteuid", "getgid", "getegid", "uname",
+    // Name servers.
+    "connect", "recvfrom", "recvmsg", "getsockopt", "getsockname", "getpeername", "poll", "ppoll",
+    // The end.
+    "rt_sigaction", "rt_sigprocmask", "rt_sigreturn", "restart_syscall", "exit", "exit_group"};
 
 struct Condition {
   unsigned argument;
@@ -99,7 +112,7 @@ static constexpr ConditionalCall kConditionalReportCalls[] = {
     If("fcntl", {1, kWholeInt, F_GETFL}),
     If("fcntl", {1, kWholeInt, F_SETFL}),
     If("fcntl", {1, kWholeInt, F_SETPIPE_SZ}),
-    // What goes to the process that unpacks; a first message would connect.
+    // What goes to the processes that unpack and look up; a first message would connect.
     If("sendmsg", {2, MSG_FASTOPEN, 0}),
     // Whether a file is a terminal.
     If("ioctl", {1, kWholeInt, TCGETS}),
@@ -118,6 +131,13 @@ static constexpr ConditionalCall Option(int level, int option) {
 }
 
 static constexpr ConditionalCall kConditionalLookUpCalls[] = {
+    // Nothing is opened but to be read.
+    If("open", {1, O_ACCMODE | O_CREAT | O_TRUNC, O_RDONLY}),
+    If("openat", {2, O_ACCMODE | O_CREAT | O_TRUNC, O_RDONLY}),
+    If("fcntl", {1, kWholeInt, F_GETFD}),
+    If("fcntl", {1, kWholeInt, F_SETFD}),
+    If("fcntl", {1, kWholeInt, F_GETFL}),
+    If("fcntl", {1, kWholeInt, F_SETFL}),
     If("ioctl", {1, kWholeInt, FIONREAD}),
     // Landlock knows ports of TCP only, and of that only what is connected before it is written to: neither
     // protocols of the same type nor a first message that connects pass it.
@@ -130,6 +150,7 @@ static constexpr ConditionalCall kConditionalLookUpCalls[] = {
     Socket(AF_INET6, SOCK_STREAM, 0),
     Socket(AF_INET6, SOCK_STREAM, IPPROTO_TCP),
     If("sendto", {3, MSG_FASTOPEN, 0}),
+    If("sendmsg", {2, MSG_FASTOPEN, 0}),
     If("sendmmsg", {3, MSG_FASTOPEN, 0}),
     Option(IPPROTO_IP, IP_RECVERR),
     Option(IPPROTO_IPV6, IPV6_RECVERR),
@@ -216,7 +237,7 @@ int main(int argc, char** argv) {
     return 1;
   }
   Write(source, "kReportFilter", ReportFilter());
-  scmp_filter_ctx look_ups = ReportFilter();
+  scmp_filter_ctx look_ups = EmptyFilter();
   AllowAll(look_ups, kLookUpCalls);
   AllowAll(look_ups, kConditionalLookUpCalls);
   Write(source, "kLookUpFilter", look_ups);

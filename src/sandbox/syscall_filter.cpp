@@ -18,7 +18,7 @@ static std::span<const sock_filter> FilterOf(SyscallSet set) {
   switch (set) {
     case SyscallSet::kReport:
       return kReportFilter;
-    case SyscallSet::kReportWithLookUps:
+    case SyscallSet::kLookUps:
       return kLookUpFilter;
     case SyscallSet::kUnpackHelper:
       return kUnpackHelperFilter;

@@ -5,10 +5,10 @@
 #pragma once
 
 enum class SyscallSet {
-  kReport,             // reading and writing files, memory, time
-  kReportWithLookUps,  // and asking name servers
-  kUnpackHelper,       // starting processes, which read and write what is open
-  kUnpack,             // reading and writing what is open, memory
+  kReport,        // reading and writing files, memory, time
+  kLookUps,       // reading files, asking name servers
+  kUnpackHelper,  // starting processes, which read and write what is open
+  kUnpack,        // reading and writing what is open, memory
 };
 
 // From here on every other system call fails with EPERM, and the way to more rights by starting a

@@ -2,8 +2,10 @@
 
 #include <cinttypes>
 #include <cstdio>
+#include <cstring>
 
 #include "base/text.h"
+#include "layouts/known_layouts.h"
 #include "unpack/unpacking.h"
 
 // ---- Tests ----
@@ -59,8 +61,8 @@ void TellNothing(LogNotes& notes, const LogState&, bool) {
 void TellLibrary(LogNotes& notes, const LogState& log, bool) {
   const char* const library = LibraryFor(log.format);
   snprintf(notes.detail, sizeof notes.detail, " is compressed by %s, %s%s%s", NameOf(log.format),
-           library == nullptr ? "which this build does not know" : "and ",
-           library == nullptr ? "" : library, library == nullptr ? "" : " is not installed");
+           library == nullptr ? "which this build does not know" : "and ", library == nullptr ? "" : library,
+           library == nullptr ? "" : " is not installed");
 }
 
 void TellDamage(LogNotes& notes, const LogState& log, bool) {
@@ -69,17 +71,79 @@ void TellDamage(LogNotes& notes, const LogState& log, bool) {
                              : " is cut or damaged");
 }
 
+// What a field holds, as words for it.
+static const char* WordFor(Field field) {
+  switch (field) {
+    case Field::kMoment:
+    case Field::kDate:
+    case Field::kTime:
+      return "time";
+    case Field::kHost:
+      return "client";
+    case Field::kRequest:
+      return "request";
+    case Field::kUrl:
+    case Field::kQuery:
+      return "URL";
+    case Field::kStatus:
+      return "status";
+    case Field::kBytes:
+      return "size";
+    default:
+      return "next field";
+  }
+}
+
+static void NameLayout(char (&name)[96], const NearLayout& nearest) {
+  if (nearest.given) {
+    CopyText(name, "the layout that was told");
+    return;
+  }
+  const KnownLayout& known = KnownLayouts()[nearest.miss.layout - size_t{1}];
+  snprintf(name, sizeof name, "%.*s (%.*s)", static_cast<int>(known.name.size()), known.name.data(),
+           static_cast<int>(known.title.size()), known.title.data());
+}
+
+// Adds which layout comes nearest to the first of the lines, which the sentence calls so.
+template <size_t kSize>
+static void AddNearest(char (&detail)[kSize], const NearLayout& nearest, const char* line) {
+  const size_t size = strlen(detail);
+  char* const end = detail + size;
+  const size_t room = kSize - size;
+  const NearMiss& miss = nearest.miss;
+  char name[96];
+  if (miss.layout == 0) {
+    return;
+  }
+  NameLayout(name, nearest);
+  if (miss.field == Field::kIgnored && miss.character == 0) {
+    snprintf(end, room, "%s is one of %s, as too few of the lines are", line, name);
+  } else if (miss.character == 0) {
+    snprintf(end, room, "%s comes nearest to %s, but for the %s", line, name, WordFor(miss.field));
+  } else {
+    snprintf(end, room, "%s comes nearest to %s, up to character %s, where the %s should stand", line, name,
+             Grouped(miss.character).text, WordFor(miss.field));
+  }
+}
+
 void TellLinesOfNone(LogNotes& notes, const LogState& log, bool) {
   const int64_t lines = log.lines_not_understood;
   snprintf(notes.detail, sizeof notes.detail, ": %s line%s, none understood", Grouped(lines).text,
            lines == 1 ? "" : "s");
+  AddNearest(notes.detail, log.nearest, lines == 1 ? "; it" : "; the first");
 }
 
+// Where most lines are understood, single ones are what a server says besides.
 void TellLines(LogNotes& notes, const LogState& log, bool) {
+  constexpr int64_t kFew = 20;  // one line in so many
   const int64_t lines = log.lines_not_understood;
+  const int64_t all = lines + log.records.count;
   snprintf(notes.detail, sizeof notes.detail, ": %s line%s of %s not understood, %s line %s",
-           Grouped(lines).text, lines == 1 ? "" : "s", Grouped(lines + log.records.count).text,
-           lines == 1 ? "in" : "the first in", Grouped(log.first_not_understood).text);
+           Grouped(lines).text, lines == 1 ? "" : "s", Grouped(all).text, lines == 1 ? "in" : "the first in",
+           Grouped(log.first_not_understood).text);
+  if (lines > all / kFew) {
+    AddNearest(notes.detail, log.nearest, ", which");
+  }
 }
 
 void TellOriginal(LogNotes& notes, const LogState& log, bool linked_names) {

@@ -14,7 +14,7 @@ struct LogNotes {
   int noted;
   char name[kLogNameSize];
   char other[kLogNameSize];
-  char detail[160];
+  char detail[320];
 };
 
 // Whether there is something of a kind to be said of a log.

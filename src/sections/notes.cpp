@@ -14,10 +14,27 @@ static void WriteUnlessNone(char (&text)[N], int64_t figure) {
   }
 }
 
+template <size_t N>
+static void WritePart(char (&text)[N], int64_t figure, int64_t whole) {
+  if (figure > 0) {
+    snprintf(text, N, "%" PRId64 " of %" PRId64, figure, whole);
+  }
+}
+
+static void WriteLookUps(Notes& notes) {
+  const LookUpFigures& figures = notes.analysis->look_ups;
+  WritePart(notes.not_looked_up, figures.left_out, figures.addresses);
+  WritePart(notes.no_name_server, figures.unanswered, figures.addresses);
+  snprintf(notes.time_limit, sizeof notes.time_limit,
+           " addresses were not looked up: the time limit of %d s was reached",
+           notes.settings->DNSLookupSeconds);
+}
+
 Notes OpenNotes(const Settings& settings, const Analysis& analysis) {
   Notes notes{&settings, &analysis, 0, FirstThinnedTable(settings, analysis)};
   WriteUnlessNone(notes.without_url, analysis.without_url);
   WriteUnlessNone(notes.own_referrers, analysis.own_referrers);
+  WriteLookUps(notes);
   return notes;
 }
 
@@ -40,6 +57,10 @@ static const char* SubjectOf(NoteCode code, const Notes& notes) {
       return unless_empty(settings.filter_filetypes);
     case NoteCode::kWithoutUrl:
       return unless_empty(notes.without_url);
+    case NoteCode::kNotLookedUp:
+      return unless_empty(notes.not_looked_up);
+    case NoteCode::kNoNameServer:
+      return unless_empty(notes.no_name_server);
     case NoteCode::kOwnReferrers:
       return unless_empty(notes.own_referrers);
     default:
@@ -88,7 +109,7 @@ bool NextNote(Notes& notes, Note& note) {
     }
     const char* const subject = SubjectOf(code, notes);
     if (subject != nullptr) {
-      note = {code, subject};
+      note = {code, subject, code == NoteCode::kNotLookedUp ? notes.time_limit : ""};
       ++notes.next;
       return true;
     }

@@ -22,10 +22,12 @@ enum class NoteCode {
   kLinesNotUnderstood,
   kLogCopies,     // that hold the same as another log, and were not read a second time
   kWithoutUrl,    // requests that have none, counted all the same; the subject is their number
+  kNotLookedUp,   // addresses that have no name here, as the time was over; the subject is how many of which
+  kNoNameServer,  // and those for which no name server answered
   kOwnReferrers,  // of the site itself, which are no rows; the subject is the number of requests
   kThinned,       // the memory budget took items from a table: counts below its first rows may be too low
 };
-inline constexpr size_t kNoteCodes = 15;
+inline constexpr size_t kNoteCodes = 17;
 
 struct Note {
   NoteCode code;
@@ -44,6 +46,9 @@ struct Notes {
   LogNotes logs{};
   char without_url[24] = "";  // requests, in digits; empty: none
   char own_referrers[24] = "";
+  char not_looked_up[48] = "";
+  char no_name_server[48] = "";
+  char time_limit[80] = "";
 };
 
 // Both records must outlive the notes.

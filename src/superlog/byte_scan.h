@@ -16,6 +16,22 @@
 // text must lie in a buffer that goes on that far.
 inline constexpr size_t kScanOverread = 256;
 
+// How many of the bytes of [from, end) equal c. As many as a byte can count are summed up in bytes, sixteen
+// at a time.
+inline int64_t CountByte(const char* from, const char* end, char c) {
+  constexpr ptrdiff_t kMost = 255;
+  int64_t count = 0;
+  for (; from != end;) {
+    const char* const stop = end - from > kMost ? from + kMost : end;
+    uint8_t part = 0;
+    for (; from != stop; ++from) {
+      part = static_cast<uint8_t>(part + (*from == c));
+    }
+    count += part;
+  }
+  return count;
+}
+
 // Both search [from, end) and return end when they find nothing. Char is char or
 // const char.
 

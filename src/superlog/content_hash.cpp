@@ -8,25 +8,52 @@
 
 #include "base/hash_seed.h"
 
-// Two lanes, each of which takes every word with another part of the key: what makes one of them
+// Two halves, each of which takes every word with another part of the key: what makes one of them
 // collide does not make the other.
+static void AddPair(const ContentKey& key, ContentHash& hash, uint64_t a, uint64_t b) {
+  const auto& words = key.words;
+  hash.low = MultiplyFold(hash.low ^ a ^ words[0], b ^ words[1]) + a;
+  hash.high = MultiplyFold(hash.high ^ b ^ words[2], a ^ words[3]) + b;
+}
+
+static void AddPairAt(const ContentKey& key, ContentHash& hash, const char* at) {
+  uint64_t pair[2];
+  memcpy(pair, at, sizeof pair);
+  AddPair(key, hash, pair[0], pair[1]);
+}
+
+// A multiplication waits for the one before: four chains go on side by side, each of which begins and ends
+// as no other does.
+static constexpr size_t kChains = 4;
+static constexpr size_t kPair = 2 * sizeof(uint64_t);
+
+static size_t AddInChains(const ContentKey& key, ContentHash& hash, const char* block, size_t size) {
+  ContentHash chains[kChains];
+  for (size_t i = 0; i < kChains; ++i) {
+    chains[i] = {hash.low + i, hash.high - i};
+  }
+  size_t at = 0;
+  for (; at + kChains * kPair <= size; at += kChains * kPair) {
+    for (size_t i = 0; i < kChains; ++i) {
+      AddPairAt(key, chains[i], block + at + i * kPair);
+    }
+  }
+  for (const ContentHash& chain : chains) {
+    AddPair(key, hash, chain.low, chain.high);
+  }
+  return at;
+}
+
 ContentHash AddBlock(const ContentKey& key, const ContentHash& before, const char* block, size_t size) {
   ContentHash hash = before;
-  const auto& words = key.words;
-  const auto add = [&](uint64_t a, uint64_t b) {
-    hash.low = MultiplyFold(hash.low ^ a ^ words[0], b ^ words[1]) + a;
-    hash.high = MultiplyFold(hash.high ^ b ^ words[2], a ^ words[3]) + b;
-  };
-  uint64_t pair[2];
-  size_t at = 0;
-  for (; at + sizeof pair <= size; at += sizeof pair) {
-    memcpy(pair, block + at, sizeof pair);
-    add(pair[0], pair[1]);
+  size_t at = AddInChains(key, hash, block, size);
+  for (; at + kPair <= size; at += kPair) {
+    AddPairAt(key, hash, block + at);
   }
-  pair[0] = pair[1] = 0;
-  memcpy(pair, block + at, size - at);
-  add(pair[0], pair[1]);
-  add(size, ~words[0]);
+  char rest[kPair] = {};
+  memcpy(rest, block + at, size - at);
+  AddPairAt(key, hash, rest);
+  AddPair(key, hash, size, ~key.words[0]);
   return hash;
 }
 
@@ -42,11 +69,10 @@ static bool ReadBlock(int file, char* block, size_t size, uint64_t offset) {
   return true;
 }
 
-bool HashFile(const ContentKey& key, int file, uint64_t size, ContentHash& hash) {
+bool HashStretch(const ContentKey& key, int file, uint64_t from, uint64_t to, ContentHash& hash) {
   static char block[kContentBlock];
-  hash = {};
-  for (uint64_t at = 0; at < size;) {
-    const auto length = static_cast<size_t>(std::min<uint64_t>(sizeof block, size - at));
+  for (uint64_t at = from; at < to;) {
+    const auto length = static_cast<size_t>(std::min<uint64_t>(sizeof block, to - at));
     if (!ReadBlock(file, block, length, at)) {
       return false;
     }
@@ -54,4 +80,9 @@ bool HashFile(const ContentKey& key, int file, uint64_t size, ContentHash& hash)
     at += length;
   }
   return true;
+}
+
+bool HashFile(const ContentKey& key, int file, uint64_t size, ContentHash& hash) {
+  hash = {};
+  return HashStretch(key, file, 0, size, hash);
 }

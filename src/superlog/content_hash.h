@@ -25,3 +25,7 @@ ContentHash AddBlock(const ContentKey& key, const ContentHash& before, const cha
 // The hash of the first size bytes of an open file, read from its start; false when it is shorter or cannot
 // be read, and of what is no regular file.
 bool HashFile(const ContentKey& key, int file, uint64_t size, ContentHash& hash);
+
+// The same of what lies between two places of the file, of which the first one is a multiple of
+// kContentBlock: hash is that of what came before, and becomes that of all.
+bool HashStretch(const ContentKey& key, int file, uint64_t from, uint64_t to, ContentHash& hash);

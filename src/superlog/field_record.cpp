@@ -5,13 +5,19 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <limits>
+#include <span>
 
+#include "base/hash_seed.h"
+#include "base/network.h"
 #include "base/url_decode.h"
 #include "dates/local_time.h"
 #include "layouts/moment.h"
+#include "layouts/near_miss.h"
 #include "layouts/recognition.h"
 #include "superlog/byte_scan.h"
 #include "superlog/kept_texts.h"
+#include "superlog/line_reader.h"
 #include "superlog/log_dates.h"
 #include "superlog/log_events.h"
 #include "superlog/log_format.h"
@@ -30,7 +36,9 @@ static size_t mLastLayout = 0;  // that explained a line
 static bool mNamesPending =
     false;  // of a "#Fields:" line, whose first line of data tells what is between them
 static char mNames[kLongestLine + 1];
+static bool mNamesTold = false;  // by such a line
 static SplitRoom mRoom;
+static LogSoFar mLogSoFar;
 
 // --- Texts of a record ------------------------------------------------------------
 
@@ -69,10 +77,22 @@ static void CutToItem(std::string_view& text) {
   }
 }
 
+// A port behind a bare address of IPv6 looks like a part of it, which only the layout tells.
+static void CutPort(std::string_view& host) {
+  Address address;
+  const size_t colon = host.rfind(':');
+  if (host.find(':') != colon && ParseAddress(host.substr(0, colon), address)) {
+    Terminate(host, colon);
+  }
+}
+
 // The first client of a list.
-static void SettleClient(SuperLogRecord& record) {
+static void SettleClient(const Layout& layout, SuperLogRecord& record) {
   if (record.host.data() != nullptr) {
     Terminate(record.host, std::min(record.host.find(','), record.host.size()));
+    if (layout.writing.client_port) {
+      CutPort(record.host);
+    }
     SettleHost(record);
   }
 }
@@ -95,31 +115,50 @@ static std::string_view QueryOf(const LineFields& fields) {
   return query;
 }
 
-static std::string_view UrlOfField(const Layout& layout, const LineFields& fields, std::string_view url) {
-  if (layout.writing.whole_urls || layout.kind == LineKind::kJson) {
-    url = PathOf(url);
-  }
+// The path of "www.example.com/path", as some write it in fields that are called by names.
+static std::string_view PathBehindSite(std::string_view url) {
+  const size_t path = url.find('/');
+  const bool site =
+      path != 0 && path != std::string_view::npos && url.substr(0, path).find('.') != std::string_view::npos;
+  return site ? url.substr(path) : url;
+}
+
+static std::string_view WithQuery(const LineFields& fields, std::string_view url) {
   const std::string_view query = QueryOf(fields);
   return query.empty() || url.find('?') != std::string_view::npos ? url : CombineUrl(url, query);
 }
 
-static std::string_view UrlOfRequest(const Layout& layout, std::string_view request) {
+static std::string_view UrlOfField(const Layout& layout, const LineFields& fields, std::string_view url) {
+  if (layout.writing.whole_urls || layout.kind == LineKind::kJson) {
+    url = PathOf(url);
+  }
+  if (layout.writing.site_in_urls) {
+    url = PathBehindSite(PathOf(url));
+  }
+  return WithQuery(fields, url);
+}
+
+// Some call the path alone a request, whose query is a field of its own.
+static std::string_view UrlOfRequest(const Layout& layout, const LineFields& fields,
+                                     std::string_view request) {
   std::string_view url = request;
   TrimFullRequest(url);
-  if (!url.starts_with('/')) {
-    url = UrlOfOddRequest(url, request.data());
+  if (url.starts_with('/')) {
+    return WithQuery(fields, url);
   }
+  url = UrlOfOddRequest(url, request.data());
   return layout.writing.whole_urls ? PathOf(url) : url;
 }
 
 static void SettleUrl(const Layout& layout, const LineFields& fields, std::string_view& url) {
   TakeText(fields, Field::kUrl, url);
   if (url.data() != nullptr) {
-    url = UrlOfField(layout, fields, url);
+    url = UrlOrNoRequest(url);
+    url = HasNoUrl(url) ? url : UrlOfField(layout, fields, url);
     return;
   }
   TakeText(fields, Field::kRequest, url);
-  url = url.data() == nullptr ? kNoRequest : UrlOfRequest(layout, url);
+  url = url.data() == nullptr ? kNoRequest : UrlOfRequest(layout, fields, url);
 }
 
 static int HexDigit(char c) {
@@ -141,10 +180,16 @@ static size_t DecodePercents(char* text, size_t size) {
   return length;
 }
 
+// Of JSON lines some writers' agents are encoded, and no agent that is not holds "%2", but no blank.
+static bool IsEncoded(const Layout& layout, std::string_view agent) {
+  return agent.find(' ') == std::string_view::npos &&
+         (layout.writing.encoded_agents ||
+          (layout.kind == LineKind::kJson && agent.find("%2") != std::string_view::npos));
+}
+
 // Writers of "%20" write no "+" for a blank; others write "+" alone.
 static void SettleAgent(const Layout& layout, std::string_view& agent) {
-  if (!layout.writing.encoded_agents || agent.data() == nullptr ||
-      agent.find(' ') != std::string_view::npos) {
+  if (agent.data() == nullptr || !IsEncoded(layout, agent)) {
     return;
   }
   if (agent.find("%20") != std::string_view::npos) {
@@ -156,7 +201,6 @@ static void SettleAgent(const Layout& layout, std::string_view& agent) {
 
 // --- Time ---------------------------------------------------------------------------
 
-// A time of the common log format is read as those of all other logs are.
 static bool SettleMoment(const Layout& layout, const LineFields& fields, SuperLogRecord& record) {
   std::string_view text = fields[Field::kMoment];
   Moment moment =
@@ -168,7 +212,7 @@ static bool SettleMoment(const Layout& layout, const LineFields& fields, SuperLo
     moment.is_instant = true;
     moment.instant = moment.as_utc;
   }
-  if (moment.form == MomentForm::kCommonLog || !moment.is_instant) {
+  if (!moment.is_instant) {
     record.local = moment.parts;
     return SettleTime(record);
   }
@@ -208,7 +252,7 @@ static bool SettleRecord(const Layout& layout, const LineFields& fields, SuperLo
   TakeAsked(fields, Field::kAgent, 'a', record.agent);
   TakeAsked(fields, Field::kSite, 'm', record.realm);
   TakeAsked(fields, Field::kUser, 'w', record.user);
-  SettleClient(record);
+  SettleClient(layout, record);
   SettleAgent(layout, record.agent);
   return true;
 }
@@ -219,12 +263,60 @@ void ForgetFileLayouts() {
   mLayoutCount = mUserLayout ? kWrapperCount : 0;
   mLayoutsHold = mUserLayout;
   mLastLayout = 0;
-  mNamesPending = false;
+  mNamesPending = mNamesTold = false;
+  mLogSoFar = {};
 }
 
 void ResetLayouts() {
   mUserLayout = false;
   ForgetFileLayouts();
+}
+
+// ---- Their state ----
+
+static uint64_t Mix(uint64_t state, uint64_t word) {
+  return MultiplyFold(state ^ 0x243f6a8885a308d3, word ^ 0x13198a2e03707344);  // digits of pi
+}
+
+static uint64_t Mix(uint64_t state, std::string_view text) {
+  state = Mix(state, text.size());
+  for (const char c : text) {
+    state = Mix(state, static_cast<unsigned char>(c));
+  }
+  return state;
+}
+
+static uint64_t MixPattern(uint64_t state, const Pattern& pattern) {
+  state = Mix(Mix(state, pattern.count), pattern.needed);
+  for (size_t i = 0; i < std::min(pattern.count + 1, kMostElements); ++i) {
+    const PatternElement& element = pattern.elements[i];
+    state = Mix(Mix(Mix(state, element.literal), element.literal_size), static_cast<uint64_t>(element.field));
+  }
+  return Mix(state, {pattern.literals.data(), pattern.literals_size});
+}
+
+static uint64_t MixLayout(uint64_t state, const Layout& layout) {
+  const Writing& writing = layout.writing;
+  state = Mix(state, layout.name);
+  state = Mix(Mix(state, static_cast<uint64_t>(layout.kind)), static_cast<uint64_t>(layout.wrapper));
+  for (const bool is : {writing.whole_urls, writing.encoded_agents, writing.utc, writing.client_port,
+                        writing.site_first, writing.json}) {
+    state = Mix(state, uint64_t{is});
+  }
+  return MixPattern(state, layout.pattern);
+}
+
+uint64_t StateOfLayouts() {
+  uint64_t state = Mix(Mix(mLayoutCount, mLastLayout), uint64_t{mLayoutsHold});
+  state = Mix(state, mNamesPending ? std::string_view{mNames} : "");
+  for (size_t i = 0; i < mLayoutCount; ++i) {
+    state = MixLayout(state, mLayouts[i]);
+  }
+  // Places that have passed refuse nothing any more.
+  for (const int64_t refused_to : mLogSoFar.refused_to) {
+    state = Mix(state, static_cast<uint64_t>(refused_to > NextLineOffset() ? refused_to : 0));
+  }
+  return state;
 }
 
 static void TellLayout(const Layout& layout) {
@@ -242,6 +334,7 @@ static void HoldNextLayout() {
   mLastLayout = std::min(mLayoutCount, kMostLayouts - 1);
   mLayoutCount = mLastLayout + 1;
   mLayoutsHold = true;
+  mLogSoFar = {{mLayouts.data(), mLayoutCount}};
   TellLayout(mLayouts[mLastLayout]);
 }
 
@@ -260,16 +353,26 @@ bool TakeNamesOfFields(std::string_view names) {
     return false;
   }
   CopyText(mNames, names);
-  mNamesPending = mLayoutsHold = true;
+  mNamesPending = mNamesTold = mLayoutsHold = true;
   return true;
+}
+
+static bool MakeUserLayout(std::string_view text, Layout& layout) {
+  const KnownLayout* const known = FindLayout(text);
+  if (known != nullptr) {
+    MakeLayout(*known, layout);
+  }
+  return known != nullptr || MakeLayoutOfWords(text, layout);
+}
+
+bool IsUserLayout(std::string_view text) {
+  static Layout layout;
+  return MakeUserLayout(text, layout);
 }
 
 bool TakeUserLayout(std::string_view text) {
   Layout& layout = mLayouts[0];
-  const KnownLayout* const known = FindLayout(text);
-  if (known != nullptr) {
-    MakeLayout(*known, layout);
-  } else if (!MakeLayoutOfWords(text, layout)) {
+  if (!MakeUserLayout(text, layout)) {
     return false;
   }
   for (int wrapper = 1; wrapper < kWrapperCount; ++wrapper) {
@@ -299,11 +402,16 @@ static bool SplitAndKeep(const Layout& layout, std::string_view line, LineFields
   return true;
 }
 
-static bool SplitByHeld(std::string_view line, LineFields& fields) {
+// False when the line is none of the layout, or tells no time: then it is as it was.
+static bool ReadByLayout(const Layout& layout, std::string_view line, SuperLogRecord& record) {
+  LineFields fields = {};
+  return SplitAndKeep(layout, line, fields) && SettleRecord(layout, fields, record);
+}
+
+static bool ReadByHeld(std::string_view line, SuperLogRecord& record) {
   for (size_t i = 0; i < mLayoutCount; ++i) {
     const size_t next = (mLastLayout + i) % mLayoutCount;
-    fields = {};
-    if (SplitAndKeep(mLayouts[next], line, fields)) {
+    if (ReadByLayout(mLayouts[next], line, record)) {
       mLastLayout = next;
       return true;
     }
@@ -311,27 +419,38 @@ static bool SplitByHeld(std::string_view line, LineFields& fields) {
   return false;
 }
 
-static bool SplitByAny(std::string_view line, std::string_view ahead, LineFields& fields) {
+NearLayout NearestLayout(std::string_view line) {
+  const bool given = mUserLayout || (mNamesTold && mLayoutCount <= 1);
+  const std::span<const Layout> one = {mLayouts.data(), 1};
+  return {FindNearMiss(given ? one : ReadyLayouts(), line, mRoom), given};
+}
+
+static bool ParseLine(std::string_view line, const LinesAhead& ahead, SuperLogRecord& record) {
   if (mNamesPending) {
     MakeLayoutOfPendingNames(line);
   }
-  if (SplitByHeld(line, fields)) {
+  if (ReadByHeld(line, record)) {
     return true;
   }
-  if (mUserLayout || !RecogniseLayout(line, ahead, mRoom, NextLayout())) {
+  if (mUserLayout || !RecogniseLayout(line, ahead, mLogSoFar, mRoom, NextLayout())) {
     return false;
   }
   HoldNextLayout();
-  fields = {};
-  return SplitAndKeep(mLayouts[mLastLayout], line, fields);
+  return ReadByLayout(mLayouts[mLastLayout], line, record);
 }
 
-bool ParseByLayouts(std::string_view line, std::string_view ahead, SuperLogRecord& record) {
-  LineFields fields;
-  return SplitByAny(line, ahead, fields) && SettleRecord(mLayouts[mLastLayout], fields, record);
+bool ParseByLayouts(std::string_view line, SuperLogRecord& record) {
+  return ParseLine(line, {TextAhead(), TextFarAhead, NextLineOffset()}, record);
+}
+
+bool LayoutTellsStatus() {
+  const Layout& layout = mLayouts[mLastLayout];
+  return layout.kind == LineKind::kLtsv ||
+         (layout.kind == LineKind::kPattern && HasField(layout.pattern, Field::kStatus));
 }
 
 time_t TimeByLayouts(std::string_view line) {
   SuperLogRecord record;
-  return ParseByLayouts(line, {}, record) ? record.time - mGmtOffset : 0;
+  constexpr int64_t kNowhere = std::numeric_limits<int64_t>::max();  // where nothing is refused
+  return ParseLine(line, {{}, nullptr, kNowhere}, record) ? record.time - mGmtOffset : 0;
 }

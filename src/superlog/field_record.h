@@ -6,6 +6,7 @@
 // out.
 #pragma once
 
+#include <cstdint>
 #include <ctime>
 #include <string_view>
 
@@ -14,13 +15,24 @@
 // Whether lines of the current file are split by layouts of the room.
 extern bool mLayoutsHold;
 
-// Fills record from the line, which lies in the line reader's buffer, when one of the layouts explains it, be
+// Fills record from the current line of the line reader when one of the layouts explains it, be
 // it one of those that hold or another that is recognised now, which holds from then on. False otherwise; the
-// line is then as it was. Ahead are lines behind it, as far as they are at hand.
-bool ParseByLayouts(std::string_view line, std::string_view ahead, SuperLogRecord& record);
+// line is then as it was.
+bool ParseByLayouts(std::string_view line, SuperLogRecord& record);
+
+// Whether lines of the layout that explained a line last tell a status. One of JSON may leave it out, but
+// cannot be cut off unnoticed.
+bool LayoutTellsStatus();
+
+// Of a line that none of the layouts explains: which one comes nearest.
+NearLayout NearestLayout(std::string_view line);
 
 // The time of such a line without any GMT shift; 0 when none explains it.
 time_t TimeByLayouts(std::string_view line);
+
+// The layouts that hold, the order in which they are tried, and names that wait for a line of data, as a
+// number.
+uint64_t StateOfLayouts();
 
 // Forgets the layouts of the current file, but not those that the user has named.
 void ForgetFileLayouts();
@@ -35,3 +47,6 @@ bool TakeNamesOfFields(std::string_view names);
 // Takes the name of a known layout, or the words of a server, for all lines of all files. False, and nothing
 // changes, when the text is neither.
 bool TakeUserLayout(std::string_view text);
+
+// Whether the text is such a name, or such words.
+bool IsUserLayout(std::string_view text);

@@ -1,7 +1,9 @@
 // Splits one line into fields by space, tab or comma, in place.
 #pragma once
 
+#include <bit>
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 #include "superlog/byte_scan.h"
@@ -66,6 +68,13 @@ inline char SeparatorOf(char letter) {
 // other letter.
 template <bool kEscapes = false>
 inline void ParseFieldBySeparator(FieldCursor& cursor, char separator);
+
+// Splits a marked line that is not empty and has no double quotes at its separators, S or T, and returns how
+// many fields it has, at most so many. 0 when the parser would read one of them otherwise, or one is longer
+// than that.
+template <char kSeparator>
+inline size_t SplitAtSeparators(const LineMarks& marks, size_t most, size_t longest,
+                                std::string_view* fields);
 
 // --- Definitions, here because every field of every line goes through them ------
 
@@ -242,5 +251,34 @@ inline void ParseFieldBySeparator(FieldCursor& cursor, char separator) {
     ParseField_Comma(cursor);
   } else {
     ParseField<kEscapes>(cursor);
+  }
+}
+
+// Whether the parser reads a field that begins so otherwise than up to the next separator, in a line without
+// double quotes.
+template <char kSeparator>
+inline bool IsSpecial(char first) {
+  return kSeparator == 'T' ? first == ' ' : first == '[' || first == '\'';
+}
+
+template <char kSeparator>
+inline size_t SplitAtSeparators(const LineMarks& marks, size_t most, size_t longest,
+                                std::string_view* fields) {
+  const char* begin = marks.line;
+  const char* place = marks.line;
+  size_t field = 0;
+  for (const uint64_t* word = marks.stops;; ++word, place += LineMarks::kWordBits) {
+    for (uint64_t bits = *word; bits != 0; bits &= bits - 1) {
+      const char* const end = place + std::countr_zero(bits);
+      const auto length = static_cast<size_t>(end - begin);
+      if (length > longest || IsSpecial<kSeparator>(*begin)) [[unlikely]] {
+        return 0;
+      }
+      fields[field++] = {begin, length};
+      begin = end + 1;
+      if (field == most || begin >= marks.end) {
+        return field;
+      }
+    }
   }
 }

@@ -67,5 +67,8 @@ void WorkOut(LineLayout& layout, const char* format) {
     layout.user = std::min(letters.find("w1q"), size_t{kNoField});
     layout.usual = UsualLayoutOf(letters);
   }
+  if (layout.length == 1 && layout.runs[0].separator != 'C' && layout.user == kNoField) {
+    layout.separator = layout.runs[0].separator;
+  }
   MakePlan(layout, layout.fields, layout.plan);
 }

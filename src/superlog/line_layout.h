@@ -50,6 +50,7 @@ struct LineLayout {
   size_t fields;
   Run runs[kMostFields];
   size_t length;
+  char separator;     // S or T when it parts all fields, of which none may hold it unquoted; else NUL
   size_t user;        // the field of a user before a date and a request, parted by blanks; kNoField: none
   UsualLayout usual;  // of fields that are parted by blanks
   FieldPlan plan;     // for as many fields as the last line had

@@ -11,18 +11,21 @@
 #include "superlog/byte_scan.h"
 #include "superlog/kept_texts.h"
 #include "superlog/log_limits.h"
+#include "superlog/window_marks.h"
 #include "unpack/unpacking.h"
 
 static constexpr char kCr = '\r';
 static constexpr char kLf = '\n';
+static constexpr char kFf = '\xFF';
 static constexpr int kEndOfFile = -1;
 
 static char mNoLine[kScanOverread];
 char* mpLine = mNoLine;
 char* mpLineEnd = mNoLine;
 uint32_t mLineLen = 0;
+LineQuotes mLineQuotes = {};
 
-// The open file; the pipe through which it comes, if it is compressed.
+// The open file. Of a compressed one, which is read by others, no more is done with it than to close it.
 static int mhFile = -1;
 static bool mIsRegularFile = false;
 static PackFormat mPackFormat = PackFormat::kNone;
@@ -43,23 +46,35 @@ static char* mpBigBufLastPos = mpWindow;  // one past the last valid byte
 static char* mpCountedTo = mpWindow;      // end of the last block that was counted
 static int64_t mWindowOffset = 0;         // where in the file the next window begins
 
+// No line begins at or behind the stop, which lies behind the window where the window has none.
+static char* const mpNoStop = mBigBuf + sizeof mBigBuf;
+static char* mpStop = mpNoStop;
+static int64_t mStopOffset = kNoStop;
+
+struct Reading {
+  bool hashed;
+  int64_t to;  // the beginning of the next window
+  ContentKey key;
+  ContentHash hash;
+};
+static Reading mReading;
+
 struct LineEnds {
   int64_t lfs;
   int64_t crs;
 };
 static LineEnds mUnpackedEnds;  // up to the end of the window: what is unpacked cannot be read again
 
-// The nearest positions of the bytes that matter, each searched for once and
-// kept until the reading has passed it: a window without CR, 0xFF or NUL costs
-// one fast search for each of them, however many lines it holds.
-struct NextByte {
-  char value;
-  char* at;  // mpBigBufLastPos when there is none
-};
-static NextByte mNextLf = {kLf, mBigBuf};
-static NextByte mNextCr = {kCr, mBigBuf};
-static NextByte mNextFF = {'\xFF', mBigBuf};
-static NextByte mNextNul = {'\0', mBigBuf};
+// Marks of what was unread when the window was read, and the first of them that the reading may not have
+// passed.
+static uint32_t mMarks[sizeof mBigBuf + kMarksBehind];
+static const uint32_t* mpNextMark = mMarks;
+static char mLastPassed = '\0';  // the byte before the current position, as it stands in the file
+
+// What was read beyond the window, before its time.
+static char mFarBuf[kMostAhead + kScanOverread];
+static size_t mFarSize = 0;
+static int64_t mFarOffset = 0;  // where in the file it begins
 
 // The plain reader's buffer and line.
 static char mPlainBuf[4096];
@@ -78,14 +93,16 @@ PackFormat FormatOfLog() {
   return mPackFormat;
 }
 
-// A compressed file becomes the pipe through which it comes.
 static void UnpackIfPacked() {
   const PackFormat format = mUnpacks && mIsRegularFile ? FormatOfFile(mhFile) : PackFormat::kNone;
-  if (format != PackFormat::kNone) {
-    const int pipe = OpenUnpacked(mhFile, format);
+  if (format == PackFormat::kNone) {
+    return;
+  }
+  if (OpenUnpacked(mhFile, format)) {
+    mPackFormat = format;
+  } else {
     close(mhFile);
-    mhFile = pipe;
-    mPackFormat = pipe < 0 ? PackFormat::kNone : format;
+    mhFile = -1;
   }
 }
 
@@ -100,14 +117,14 @@ bool OpenLog(const char* path) {
 
 // Whoever does not read to the end does not learn how it would have been.
 static UnpackEnd CloseFile() {
-  if (mPackFormat != PackFormat::kNone) {
-    const UnpackEnd end = CloseUnpacked(mhFile);
-    return mUnpackedToEnd || end == UnpackEnd::kNoLibrary ? end : UnpackEnd::kUnwanted;
-  }
   if (mhFile >= 0) {
     close(mhFile);
   }
-  return UnpackEnd::kWhole;
+  if (mPackFormat == PackFormat::kNone) {
+    return UnpackEnd::kWhole;
+  }
+  const UnpackEnd end = CloseUnpacked();
+  return mUnpackedToEnd || end == UnpackEnd::kNoLibrary ? end : UnpackEnd::kUnwanted;
 }
 
 UnpackEnd CloseLog() {
@@ -118,6 +135,10 @@ UnpackEnd CloseLog() {
   mUnpackedToEnd = false;
   mpBigBufCurPos = mpBigBufLastPos = mpCountedTo = mpWindow;
   mWindowOffset = 0;
+  mReading.hashed = false;
+  StopLinesAt(kNoStop);
+  mFarSize = 0;
+  mFarOffset = 0;
   mUnpackedEnds = {};
   mpPlainCurPos = mpPlainLastPos = mPlainBuf;
   mPlainOffset = 0;
@@ -140,8 +161,17 @@ SuperLong TotalLogBytesRead() {
   return mTotalLogBytesRead;
 }
 
+static bool IsReadAhead(int64_t offset) {
+  return offset >= mFarOffset && offset < mFarOffset + static_cast<int64_t>(mFarSize);
+}
+
 static ssize_t ReadSomeAt(char* dst, size_t size, int64_t offset) {
-  return mPackFormat == PackFormat::kNone ? pread(mhFile, dst, size, offset) : read(mhFile, dst, size);
+  if (IsReadAhead(offset)) {
+    const std::string_view far = {mFarBuf, mFarSize};
+    return static_cast<ssize_t>(far.copy(dst, size, static_cast<size_t>(offset - mFarOffset)));
+  }
+  return mPackFormat == PackFormat::kNone ? pread(mhFile, dst, size, offset)
+                                          : static_cast<ssize_t>(ReadUnpacked(dst, size));
 }
 
 // Reads size bytes at offset, fewer only at the end of the data. What is unpacked is asked for in order.
@@ -159,10 +189,53 @@ static size_t ReadAt(char* dst, size_t size, int64_t offset) {
   return got;
 }
 
+// --- Stretches ---------------------------------------------------------------
+
+int64_t NextLineOffset() {
+  return mWindowOffset - (mpBigBufLastPos - mpBigBufCurPos);
+}
+
+static void FindStop() {
+  const int64_t behind = mStopOffset - mWindowOffset;
+  const bool reached = behind < 0;
+  const bool before_window = behind < mpWindow - mpBigBufLastPos;
+  mpStop = !reached ? mpNoStop : before_window ? mBigBuf : mpBigBufLastPos + behind;
+}
+
+void StopLinesAt(int64_t offset) {
+  mStopOffset = offset;
+  FindStop();
+}
+
+bool IsStopped() {
+  return mpBigBufCurPos != mpBigBufLastPos && mpBigBufCurPos >= mpStop;
+}
+
+bool HashOfLog(const ContentKey& key, uint64_t from, uint64_t to, ContentHash& hash) {
+  return mPackFormat == PackFormat::kNone && HashStretch(key, mhFile, from, to, hash);
+}
+
+void HashReading(const ContentKey& key, const ContentHash& hash, int64_t from) {
+  mReading = {true, from, key, hash};
+}
+
+bool HashOfReading(ContentHash& hash) {
+  hash = mReading.hash;
+  return mReading.hashed && mReading.to >= mWindowOffset;
+}
+
+// What was passed over is not hashed; nor is anything behind it.
+static void HashWindow(size_t size) {
+  if (mReading.hashed && mReading.to == mWindowOffset && size > 0) {
+    mReading.hash = AddBlock(mReading.key, mReading.hash, mpWindow, size);
+    mReading.to += static_cast<int64_t>(size);
+  }
+}
+
 // --- The block reader -------------------------------------------------------
 
 // Counts the blocks that hold the bytes before a position of the window.
-static void CountBlocksTo(const char* position) {
+[[gnu::noinline]] static void CountBlocksTo(const char* position) {
   while (mpCountedTo < position) {
     const auto block = std::min<size_t>(kBlockSize, static_cast<size_t>(mpBigBufLastPos - mpCountedTo));
     SuperLongAdd(mTotalLogBytesRead, static_cast<uint32_t>(block));
@@ -171,7 +244,51 @@ static void CountBlocksTo(const char* position) {
 }
 
 static LineEnds CountLineEnds(const char* from, const char* to) {
-  return {std::count(from, to, kLf), std::count(from, to, kCr)};
+  return {CountByte(from, to, kLf), CountByte(from, to, kCr)};
+}
+
+// CRs end lines of a log without any LF before.
+static void CountUnpackedEnds(const char* from, const char* to) {
+  mUnpackedEnds.crs += mUnpackedEnds.lfs == 0 ? CountByte(from, to, kCr) : 0;
+  mUnpackedEnds.lfs += CountByte(from, to, kLf);
+}
+
+static size_t PlaceOf(const char* position) {
+  return static_cast<size_t>(position - mBigBuf);
+}
+
+// The first byte from there on that is no NUL; the window's end at the latest, which is marked as none. The
+// hole that a log begins with when it was emptied under its writer may be longer than all that was written.
+static char* PassNuls(char* from) {
+  uint64_t eight = 0;
+  while (mpBigBufLastPos - from >= static_cast<ptrdiff_t>(sizeof eight)) {
+    memcpy(&eight, from, sizeof eight);
+    if (eight != 0) {
+      break;
+    }
+    from += sizeof eight;
+  }
+  while (from != mpBigBufLastPos && *from == '\0') {
+    ++from;
+  }
+  return from;
+}
+
+// The window's end, which is marked, too, looks as a line's end does. NULs that a window begins with are no
+// part of a line unless one goes on in it.
+static void MarkUnread() {
+  const bool in_line = mpBigBufCurPos != mpWindow;
+  char* const from = in_line || !mLogLimits.whole_lines ? mpBigBufCurPos : PassNuls(mpBigBufCurPos);
+  *mpBigBufLastPos = kLf;
+  mpMarkWindow(mBigBuf, PlaceOf(from), PlaceOf(mpBigBufLastPos), mLogLimits.ff_ends_line, mMarks);
+  mpNextMark = mMarks;
+}
+
+// Of the byte-order mark that programs of Windows write at the beginning of a file.
+static size_t SizeOfMark(std::string_view window) {
+  constexpr std::string_view kMark = "\xEF\xBB\xBF";
+  const bool there = mLogLimits.passes_mark && mWindowOffset == 0 && window.starts_with(kMark);
+  return there ? kMark.size() : 0;
 }
 
 // Called when a byte behind the window is needed: reads the next window and
@@ -185,44 +302,54 @@ static bool RefreshBigBuf() {
   const auto unread = static_cast<size_t>(mpBigBufLastPos - mpBigBufCurPos);
   memmove(mpWindow - unread, mpBigBufCurPos, unread);
   const size_t size = ReadAt(mpWindow, kBigBufSize, mWindowOffset);
+  HashWindow(size);
+  const size_t mark = SizeOfMark({mpWindow, size});
   mWindowOffset += static_cast<int64_t>(size);
   if (mPackFormat != PackFormat::kNone) {
-    const LineEnds ends = CountLineEnds(mpWindow, mpWindow + size);
-    mUnpackedEnds = {mUnpackedEnds.lfs + ends.lfs, mUnpackedEnds.crs + ends.crs};
+    CountUnpackedEnds(mpWindow, mpWindow + size);
   }
-  mpBigBufCurPos = mpWindow - unread;
+  mpBigBufCurPos = mpWindow - unread + mark;  // nothing is unread before the first window
   mpBigBufLastPos = mpWindow + size;
   mpCountedTo = mpWindow;
-  for (NextByte* next : {&mNextLf, &mNextCr, &mNextFF, &mNextNul}) {
-    next->at = mBigBuf;
-  }
-  if (!mLogLimits.ff_ends_line) {
-    mNextFF.at = mpBigBufLastPos;  // never looked for
-  }
+  FindStop();
+  MarkUnread();
   return size > 0;
 }
 
-static char* Find(NextByte& next, char* from) {
-  if (next.at < from) {
-    void* found =
-        memchr(from, static_cast<unsigned char>(next.value), static_cast<size_t>(mpBigBufLastPos - from));
-    next.at = found != nullptr ? static_cast<char*>(found) : mpBigBufLastPos;
-  }
-  return next.at;
+// The first byte from there on that is no part of a hole, as far as that is known.
+static int64_t DataFrom(int64_t offset) {
+  const bool may_seek = mIsRegularFile && mPackFormat == PackFormat::kNone;
+  return may_seek ? std::max<int64_t>(offset, lseek(mhFile, offset, SEEK_DATA)) : offset;
 }
 
-static char* FindCrOrLf(char* from) {
-  return std::min(Find(mNextLf, from), Find(mNextCr, from));
+// A hole of the file comes as NULs: whole windows of it need not be read. What is read then is not hashed.
+static void PassHole() {
+  const auto window = static_cast<int64_t>(kBigBufSize);
+  mWindowOffset = std::max(mWindowOffset, DataFrom(mWindowOffset) / window * window);
+}
+
+// Whether the byte at the current position is none of a line; then it is passed, with what is like it.
+[[gnu::cold, gnu::noinline]] static bool PassBetweenLines() {
+  const char c = *mpBigBufCurPos;
+  if (c == '\0' && mLogLimits.whole_lines) {
+    mpBigBufCurPos = PassNuls(mpBigBufCurPos);
+    if (mpBigBufCurPos == mpWindow + kBigBufSize) {
+      PassHole();
+    }
+    return true;
+  }
+  const bool ends_line = c == kCr || c == kLf;
+  mpBigBufCurPos += ends_line ? 1 : 0;
+  return ends_line;
 }
 
 // Skips empty lines and the second half of CR LF pairs. False at the end.
 static bool SkipEolChars() {
   for (;;) {
     while (mpBigBufCurPos < mpBigBufLastPos) {
-      if (*mpBigBufCurPos != kCr && *mpBigBufCurPos != kLf) {
+      if (static_cast<unsigned char>(*mpBigBufCurPos) > kCr || !PassBetweenLines()) {
         return true;
       }
-      ++mpBigBufCurPos;
     }
     if (!RefreshBigBuf()) {
       return false;
@@ -230,61 +357,115 @@ static bool SkipEolChars() {
   }
 }
 
+static void PassMarks() {
+  while (*mpNextMark < PlaceOf(mpBigBufCurPos)) {
+    ++mpNextMark;
+  }
+}
+
+static const uint32_t* PassQuotes(const uint32_t* mark) {
+  while (mBigBuf[*mark] == '"') {
+    ++mark;
+  }
+  return mark;
+}
+
+// Whether the line that begins at the current position goes on behind a mark that is no quote.
+static bool GoesOnBehind(uint32_t mark) {
+  // deliberate where the limits say so: 0xFF ends a line as the end of the file does, unless it is the
+  // line's first character
+  return mBigBuf[mark] == '\0' || (mBigBuf[mark] == kFf && mark == PlaceOf(mpBigBufCurPos));
+}
+
 // The length of the line that begins at the current position, at most
-// one more than the longest, which means that it is over-long.
-static size_t MeasureLine() {
+// one more than the longest, which means that it is over-long; and its marks up to the first that is no
+// quote.
+static size_t MeasureLine(LineQuotes& quotes) {
   for (;;) {
-    char* const second = mpBigBufCurPos + 1;
-    // deliberate where the limits say so: 0xFF ends a line as the end of the file does, unless it is the
-    // line's first character
-    char* const stop = std::min(FindCrOrLf(second), Find(mNextFF, second));
-    const auto length = static_cast<size_t>(stop - mpBigBufCurPos);
+    PassMarks();
+    const uint32_t* end = PassQuotes(mpNextMark);
+    quotes = {mBigBuf, mpNextMark, end};
+    while (GoesOnBehind(*end)) [[unlikely]] {
+        quotes = {};
+        end = PassQuotes(end + 1);
+      }
+    const size_t length = *end - PlaceOf(mpBigBufCurPos);
     if (length > mLogLimits.line) {
       return mLogLimits.line + 1;
     }
-    if (stop != mpBigBufLastPos || !RefreshBigBuf()) {
+    mpNextMark = end;
+    if (*end != PlaceOf(mpBigBufLastPos)) {
+      return length;
+    }
+    if (!RefreshBigBuf()) {
+      quotes = {};
       return length;
     }
   }
 }
 
-// Discards up to and including the next CR or LF. Returns the last character
-// consumed, -1 at the end of the data.
-static int ReadRestOfLineFromBigBuf() {
-  for (;;) {
-    char* const stop = FindCrOrLf(mpBigBufCurPos);
-    if (stop != mpBigBufLastPos) {
-      mpBigBufCurPos = stop + 1;
-      return *stop;
+// Discards up to and including the next CR or LF, or all that is left.
+static void PassRestOfLine() {
+  do {
+    PassMarks();
+    while (mBigBuf[*mpNextMark] != kCr && mBigBuf[*mpNextMark] != kLf) {
+      ++mpNextMark;
     }
-    mpBigBufCurPos = stop;
-    if (!RefreshBigBuf()) {
-      return kEndOfFile;
+    mpBigBufCurPos = mBigBuf + *mpNextMark;
+    if (mpBigBufCurPos != mpBigBufLastPos) {
+      ++mpBigBufCurPos;
+      return;
     }
-  }
+  } while (RefreshBigBuf());
+}
+
+// Discarding the rest of a line may read the next window over what is kept of it.
+[[gnu::cold, gnu::noinline]] static void MoveLineAndPassRest() {
+  TellThatTextsGo();
+  mpLineEnd = mLineBuf + (mpLineEnd - mpLine);
+  mpLine = static_cast<char*>(memcpy(mLineBuf, mpLine, mLineLen));
+  mLineQuotes = {};
+  PassRestOfLine();
 }
 
 void ReadLineFromBigBuf() {
   mpLine = mpLineEnd = mNoLine;
   mLineLen = 0;
-  if (!SkipEolChars()) {
+  mLineQuotes = {};
+  if (!SkipEolChars() || mpBigBufCurPos >= mpStop) {
     return;
   }
-  const size_t length = MeasureLine();
+  const size_t length = MeasureLine(mLineQuotes);
   const size_t kept = std::min(length, mLogLimits.line);
   mLineLen = static_cast<uint32_t>(kept);
   mpLine = mpBigBufCurPos;
-  mpLineEnd = std::min(Find(mNextNul, mpLine), mpLine + kept);
-  mpBigBufCurPos = std::min(mpLine + kept + 1, mpBigBufLastPos);
-  if (length > kept) {
-    // Discarding the rest may read the next window over the line.
-    TellThatTextsGo();
-    mpLineEnd = mLineBuf + (mpLineEnd - mpLine);
-    mpLine = static_cast<char*>(memcpy(mLineBuf, mpLine, kept));
-    ReadRestOfLineFromBigBuf();
+  mpLineEnd = mpLine + kept;
+  if (mLineQuotes.begin == nullptr) [[unlikely]] {
+    mpLineEnd = FindByte(mpLine, mpLineEnd, '\0');
   }
+  mpBigBufCurPos = std::min(mpLine + kept + 1, mpBigBufLastPos);
+  if (length > kept) [[unlikely]] {
+    MoveLineAndPassRest();
+  }
+  mLastPassed = mpBigBufCurPos[-1];
   mpLine[kept] = '\0';
-  CountBlocksTo(mpBigBufCurPos);
+  if (mpCountedTo < mpBigBufCurPos) [[unlikely]] {
+    CountBlocksTo(mpBigBufCurPos);
+  }
+}
+
+[[gnu::cold]] bool IsLineCut() {
+  const bool unended = mLastPassed != kCr && mLastPassed != kLf;
+  return mLineQuotes.begin == nullptr && (unended || mpLineEnd != mpLine + mLineLen);
+}
+
+void GoToLine(int64_t offset) {
+  const int64_t in_window = offset % static_cast<int64_t>(kBigBufSize);
+  mpBigBufCurPos = mpBigBufLastPos = mpCountedTo = mpWindow;
+  mWindowOffset = offset - in_window;
+  RefreshBigBuf();
+  char* const line = mpWindow + std::min<ptrdiff_t>(in_window, mpBigBufLastPos - mpWindow);
+  mpBigBufCurPos = std::max(mpBigBufCurPos, line);
 }
 
 // Those before a position of the file, by reading it again.
@@ -299,6 +480,7 @@ static LineEnds CountLineEndsBefore(int64_t position) {
     const LineEnds more = CountLineEnds(piece, piece + size);
     ends = {ends.lfs + more.lfs, ends.crs + more.crs};
     at += static_cast<int64_t>(size);
+    at = piece[0] == '\0' ? DataFrom(at) : at;
   }
   return ends;
 }
@@ -306,7 +488,7 @@ static LineEnds CountLineEndsBefore(int64_t position) {
 // Those that the reading has passed.
 static LineEnds LineEndsPassed() {
   if (mPackFormat == PackFormat::kNone) {
-    return CountLineEndsBefore(mWindowOffset - (mpBigBufLastPos - mpBigBufCurPos));
+    return CountLineEndsBefore(NextLineOffset());
   }
   const LineEnds ahead = CountLineEnds(mpBigBufCurPos, mpBigBufLastPos);
   return {mUnpackedEnds.lfs - ahead.lfs, mUnpackedEnds.crs - ahead.crs};
@@ -318,13 +500,44 @@ int64_t LineNumber() {
   }
   const LineEnds passed = LineEndsPassed();
   const int64_t ends = passed.lfs > 0 ? passed.lfs : passed.crs;
-  const char* const nearest = passed.lfs > 0 ? mNextLf.at : mNextCr.at;
-  const bool own_passed = nearest == mpBigBufCurPos - 1;
+  const bool own_passed = mLastPassed == (passed.lfs > 0 ? kLf : kCr);
   return ends + (own_passed ? 0 : 1);
 }
 
 std::string_view TextAhead() {
   return {mpBigBufCurPos, static_cast<size_t>(mpBigBufLastPos - mpBigBufCurPos)};
+}
+
+std::string_view BeginningOfLog() {
+  if (mpBigBufCurPos == mpBigBufLastPos) {
+    RefreshBigBuf();
+  }
+  return TextAhead();
+}
+
+// Drops what lies before a position of the file, and begins anew with what is at hand where the reading has
+// come further than that.
+static void DropBefore(int64_t position, std::string_view near) {
+  const bool holds = IsReadAhead(position) && mFarOffset + static_cast<int64_t>(mFarSize) >= mWindowOffset;
+  const size_t passed = holds ? static_cast<size_t>(position - mFarOffset) : mFarSize;
+  memmove(mFarBuf, mFarBuf + passed, mFarSize - passed);
+  mFarSize -= passed;
+  mFarOffset = position;
+  if (mFarSize == 0) {
+    mFarSize = near.copy(mFarBuf, near.size());
+  }
+}
+
+std::string_view TextFarAhead() {
+  const std::string_view near = TextAhead();
+  const int64_t position = mWindowOffset - static_cast<int64_t>(near.size());
+  const int64_t enough = position + static_cast<int64_t>(kMostAhead / 2);
+  if (!IsReadAhead(position) || mFarOffset + static_cast<int64_t>(mFarSize) < enough) {
+    DropBefore(position, near);
+    mFarSize +=
+        ReadAt(mFarBuf + mFarSize, kMostAhead - mFarSize, mFarOffset + static_cast<int64_t>(mFarSize));
+  }
+  return {mFarBuf + (position - mFarOffset), mFarSize - static_cast<size_t>(position - mFarOffset)};
 }
 
 // --- The plain reader -------------------------------------------------------
@@ -356,7 +569,7 @@ int ReadRestOfLine() {
 
 void ReadLine() {
   int c = NextChar();
-  while (c == kCr || c == kLf) {
+  while (c == kCr || c == kLf || (c == '\0' && mLogLimits.whole_lines)) {
     c = NextChar();
   }
   uint32_t length = 0;
@@ -369,6 +582,7 @@ void ReadLine() {
   mLineBuf[length] = '\0';
   mLineLen = length;
   mpLine = mLineBuf;
+  mLineQuotes = {};
   mpLineEnd = FindByte(mLineBuf, mLineBuf + length, '\0');
 }
 

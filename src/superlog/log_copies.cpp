@@ -10,6 +10,7 @@
 #include "base/text_file.h"
 #include "superlog/content_hash.h"
 #include "superlog/log_list.h"
+#include "unpack/unpacking.h"
 
 static const ContentKey mKey = RandomSeed(ContentKey{
     {0x243f6a8885a308d3, 0x13198a2e03707344, 0xa4093822299f31d0, 0x082efa98ec4e6c89}});  // digits of pi
@@ -77,4 +78,78 @@ void FindCopies() {
       logs[i].log->original = before->original == nullptr ? before : before->original;
     }
   }
+}
+
+// ---- What is in compressed ones ----
+
+static bool IsOriginal(const LogFile& log) {
+  return log.plain && log.size > 0 && log.original == nullptr;
+}
+
+static void HashBeginning(LogFile& log) {
+  const int file = OpenToRead(log.name).file;
+  log.has_beginning =
+      file >= 0 && HashFile(mKey, file, std::min<uint64_t>(log.size, kBeginning), log.beginning);
+  if (file >= 0) {
+    close(file);
+  }
+}
+
+static bool BeginAlike(const LogFile& a, const LogFile& b) {
+  return &a != &b && IsOriginal(b) && b.has_beginning && a.beginning == b.beginning;
+}
+
+bool MayBeUnpackedCopy(LogFile& log, std::string_view beginning) {
+  bool alike = false;
+  log.beginning = AddBlock(mKey, {}, beginning.data(), std::min<size_t>(beginning.size(), kBeginning));
+  log.has_beginning = !beginning.empty();
+  for (LogFile* other = mpLogsRoot; other != nullptr; other = other->next) {
+    if (!other->has_beginning && IsOriginal(*other)) {
+      HashBeginning(*other);
+    }
+    alike |= log.has_beginning && BeginAlike(log, *other);
+  }
+  return alike;
+}
+
+static bool HashUnpacked(int file, PackFormat format, ContentHash& hash) {
+  static char block[kContentBlock];
+  if (!OpenUnpacked(file, format)) {
+    return false;
+  }
+  size_t size = 0;
+  do {
+    size = ReadUnpacked(block, sizeof block);
+    hash = size > 0 ? AddBlock(mKey, hash, block, size) : hash;
+  } while (size == sizeof block);
+  return CloseUnpacked() == UnpackEnd::kWhole;
+}
+
+// Of the lines in it.
+static bool HashContents(const LogFile& log, ContentHash& hash) {
+  const int file = OpenToRead(log.name).file;
+  if (file < 0) {
+    return false;
+  }
+  hash = {};
+  const PackFormat format = FormatOfFile(file);
+  const bool hashed =
+      format == PackFormat::kNone ? HashFile(mKey, file, log.size, hash) : HashUnpacked(file, format, hash);
+  close(file);
+  return hashed;
+}
+
+bool FindUnpackedCopy(LogFile& log) {
+  ContentHash own;
+  if (!HashContents(log, own)) {
+    return false;
+  }
+  for (const LogFile* other = mpLogsRoot; other != nullptr; other = other->next) {
+    ContentHash hash;
+    if (BeginAlike(log, *other) && HashContents(*other, hash) && hash == own) {
+      log.original = other;
+      return true;
+    }
+  }
+  return false;
 }

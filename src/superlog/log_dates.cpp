@@ -6,8 +6,11 @@
 #include <cstring>
 
 #include "base/text.h"
+#include "dates/days.h"
 #include "dates/local_time.h"
+#include "dates/written_zone.h"
 #include "dates/years.h"
+#include "superlog/digits.h"
 #include "superlog/log_limits.h"
 #include "superlog/superlog.h"
 
@@ -35,6 +38,11 @@ static int mDateFormatSource = kDefaultSource;
 static int mFixGmtSource = kDefaultSource;
 static time_t mEpochStart = 0;
 static time_t mEpochEnd = 0;
+
+// A date of the usual form up to its minutes, the last that was met, and what it says.
+static constexpr std::string_view kHourForm = "00/Mmm/0000:00:";
+static char mHourText[kHourForm.size()];
+static tm mHour;
 
 void ResetLogDates() {
   mDateFormat = kOrderMdy;
@@ -70,7 +78,8 @@ void InitLogDates() {
   ResetLocalTime();
   mEpochStart = StartOfYear(1970);
   mEpochEnd = StartOfYear(2020);
-  mGmtOffset = mFixGmt ? ZoneOffset() : 0;
+  mHourText[0] = '\0';
+  mGmtOffset = mFixGmt && !mLogLimits.zones ? ZoneOffset() : 0;
 }
 
 void SuperLog_SetDateFormat(const char* name, int source) {
@@ -222,6 +231,19 @@ static int FindMonthIgnoreCase(const char* text) {
   return FindMonth(name);
 }
 
+// What follows a time: perhaps a fraction, then perhaps a zone.
+static void ParseZone(const char* text, tm& when) {
+  if (*text == '.') {
+    text += 1 + strspn(text + 1, "0123456789");
+  }
+  std::string_view rest = text + strspn(text, " ");
+  int seconds;
+  if (TakeZone(rest, seconds)) {
+    when.tm_gmtoff = seconds;
+    when.tm_zone = kWrittenZone;
+  }
+}
+
 void ParseDateTime1(const char* text, tm& when) {
   int day;
   if (!ReadNumberUpTo(text, '/', day)) {
@@ -245,12 +267,10 @@ void ParseDateTime1(const char* text, tm& when) {
   when.tm_hour = hour;
   when.tm_min = minute;
   when.tm_sec = ReadNumber(text);
+  if (mLogLimits.zones) {
+    ParseZone(text, when);
+  }
 }
-
-// A date of the usual form up to its minutes, the last that was met, and what it says.
-static constexpr std::string_view kHourForm = "00/Mmm/0000:00:";
-static char mHourText[kHourForm.size()];
-static tm mHour;
 
 static bool HasHourForm(std::string_view text) {
   return FindMonth(text.data() + kHourForm.find('M')) >= 0 &&
@@ -259,18 +279,14 @@ static bool HasHourForm(std::string_view text) {
          });
 }
 
-static bool ReadTwoDigits(const char* text, int& number) {
-  const uint32_t tens = static_cast<unsigned char>(text[0]) - uint32_t{'0'};
-  const uint32_t ones = static_cast<unsigned char>(text[1]) - uint32_t{'0'};
-  number = static_cast<int>(tens * 10 + ones);
-  return tens < 10 && ones < 10;
-}
-
 // Minutes and seconds where a date of the usual form has them, of two digits each.
 static bool ReadMinutes(std::string_view text, int& minute, int& second) {
-  const char* const at = text.data() + kHourForm.size();
-  return text.size() >= kHourForm.size() + 5 && ReadTwoDigits(at, minute) && at[2] == ':' &&
-         ReadTwoDigits(at + 3, second) && !IsDigitAscii(at[5]);
+  constexpr size_t kHourPlace = kHourForm.size() - std::string_view("00:").size();
+  constexpr size_t kClock = std::string_view("00:00:00").size();
+  const char* const clock = text.data() + kHourPlace;
+  int hour;
+  return text.size() >= kHourPlace + kClock && ReadClock(clock, hour, minute, second) &&
+         !IsDigitAscii(clock[kClock]);
 }
 
 // What follows the seconds of that date, where it is as long as a zone.
@@ -278,15 +294,27 @@ static constexpr std::string_view kZoneForm = " +0000";
 static constexpr size_t kZonePlace = kHourForm.size() + std::string_view("00:00").size();
 static char mZoneText[kZoneForm.size()];
 
+// When the hour of that date begins, where its zone counts; else 0, as before 1970 and of an hour that there is
+// none of.
+static time_t mHourBegin = 0;
+
+static time_t BeginOfHour(tm when) {
+  const bool real = when.tm_hour < 24 &&
+                    IsDay({.month = when.tm_mon + 1, .day = when.tm_mday, .year = when.tm_year + 1900});
+  when.tm_min = when.tm_sec = 0;
+  return when.tm_zone == nullptr || !real ? 0 : std::max(InstantOf(when), time_t{0});
+}
+
 static void RememberHour(std::string_view text, const tm& when) {
   text.copy(mHourText, sizeof mHourText);
   mHour = when;
+  mHourBegin = BeginOfHour(when);
   const std::string_view zone = text.substr(kZonePlace);
   std::fill_n(mZoneText, sizeof mZoneText, '\0');
   zone.copy(mZoneText, zone.find(']') == std::string_view::npos ? sizeof mZoneText : 0);
 }
 
-bool ReadInLastHour(std::string_view text, tm& when) {
+bool ReadInLastHour(std::string_view text, tm& when, time_t& instant) {
   int minute;
   int second;
   if (text.size() != kZonePlace + kZoneForm.size() || memcmp(text.data(), mHourText, sizeof mHourText) != 0 ||
@@ -294,6 +322,11 @@ bool ReadInLastHour(std::string_view text, tm& when) {
       !ReadMinutes(text, minute, second)) {
     return false;
   }
+  if (mHourBegin != 0 && minute < 60 && second <= 60) {
+    instant = mHourBegin + minute * time_t{60} + second;
+    return true;
+  }
+  instant = 0;
   when = mHour;
   when.tm_min = minute;
   when.tm_sec = second;
@@ -312,6 +345,9 @@ void ParseNextDateTime1(std::string_view text, tm& when) {
     when.tm_hour = mHour.tm_hour;
     when.tm_min = minute;
     when.tm_sec = second;
+    if (mLogLimits.zones) {
+      ParseZone(text.data() + kZonePlace, when);
+    }
   } else {
     ParseDateTime1(text.data(), when);
     if (HasHourForm(text)) {
@@ -374,20 +410,6 @@ static void TakeDay(const DayText& day, tm& when) {
   when.tm_mday = day.day.tm_mday;
 }
 
-// Hour, minute and second of two digits each, between any characters.
-static bool ReadTime(const char* text, tm& when) {
-  int hour;
-  int minute;
-  int second;
-  if (!ReadTwoDigits(text, hour) || !ReadTwoDigits(text + 3, minute) || !ReadTwoDigits(text + 6, second)) {
-    return false;
-  }
-  when.tm_hour = hour;
-  when.tm_min = minute;
-  when.tm_sec = second;
-  return true;
-}
-
 // Whether the text has digits where the form has them, and others where it has none.
 static bool AreDigitsAsIn(std::string_view form, std::string_view text) {
   return std::equal(form.begin(), form.end(), text.begin(),
@@ -410,8 +432,8 @@ void ParseNextDate3(std::string_view text, tm& when) {
 void ParseNextDateTime4(std::string_view text, tm& when) {
   constexpr std::string_view kForm = "00/00/0000 00:00:00";
   static DayText day;
-  if (text.size() == kForm.size() && IsOn(text, day) && AreDigitsAsIn(kForm.substr(10), text.substr(10)) &&
-      ReadTime(text.data() + 11, when)) {
+  if (text.size() == kForm.size() && IsOn(text, day) && !IsDigitAscii(text[10]) &&
+      ReadClock(text.data() + 11, when.tm_hour, when.tm_min, when.tm_sec)) {
     TakeDay(day, when);
     return;
   }
@@ -423,7 +445,7 @@ void ParseNextDateTime4(std::string_view text, tm& when) {
 
 void ParseNextTime9(std::string_view text, tm& when) {
   constexpr std::string_view kForm = "00:00:00";
-  if (text.size() != kForm.size() || text[2] != ':' || text[5] != ':' || !ReadTime(text.data(), when)) {
+  if (text.size() != kForm.size() || !ReadClock(text.data(), when.tm_hour, when.tm_min, when.tm_sec)) {
     ParseTime9(text.data(), when);
   }
 }

@@ -16,14 +16,14 @@
 
 extern DateOrder mDateFormat;
 extern bool mFixGmt;       // log times are GMT
-extern time_t mGmtOffset;  // seconds added to every log time
+extern time_t mGmtOffset;  // seconds added to every log time; 0 where zones count
 
 // Defaults of a run: order MDY, no shift; every source may set them anew.
 void ResetLogDates();
 
 // Computes, for the current time zone, the span of times that ParseEpoch takes
-// as they are and, with mFixGmt, the shift: the zone's offset east of GMT in
-// January 1970.
+// as they are and, with mFixGmt where zones do not count, the shift: the zone's
+// offset east of GMT in January 1970.
 void InitLogDates();
 
 // Day, month and year from three numbers in an order; the year may have two,
@@ -44,7 +44,8 @@ inline bool HoldsNoDate(const tm& when) {
 // Seconds since 1970 or 1904; fills all fields, daylight-saving flag included.
 void ParseEpoch(const char* text, tm& when);
 
-// 10/Oct/2000:13:55:36 -0700. The zone is ignored: times count as written.
+// 10/Oct/2000:13:55:36 -0700. Where the limits say so, the zone is filled in, too (dates/written_zone.h);
+// else it is ignored.
 void ParseDateTime1(const char* text, tm& when);
 
 // Those that read the dates of a log: the same of a text that ends in a NUL at its size, faster for a date in
@@ -56,9 +57,10 @@ void ParseNextDateTime4(std::string_view text, tm& when);
 void ParseNextTime9(std::string_view text, tm& when);
 
 // Reads a date with a zone, like those above, that lies in the hour of the last one that ParseNextDateTime1
-// met and says the same zone; all that it leaves alone is what it was then. False, and nothing changed, for
-// any other text, which need not end in a NUL.
-bool ReadInLastHour(std::string_view text, tm& when);
+// met and says the same zone: as the instant that it is, where the zone counts; else that is 0, and the time
+// is as written, with all that it leaves alone as it was then. False, and nothing changed, for any other
+// text, which need not end in a NUL.
+bool ReadInLastHour(std::string_view text, tm& when, time_t& instant);
 
 void ParseDate2(const char* text, tm& when);      // three numbers, guessed order
 void ParseDate3(const char* text, tm& when);      // year, month, day

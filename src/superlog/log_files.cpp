@@ -3,11 +3,14 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 #include "dates/local_time.h"
+#include "dates/zone.h"
 #include "superlog/content_hash.h"
 #include "superlog/directory_scan.h"
 #include "superlog/line_reader.h"
+#include "superlog/log_blocks.h"
 #include "superlog/log_copies.h"
 #include "superlog/log_dates.h"
 #include "superlog/log_format.h"
@@ -40,9 +43,7 @@ static bool mWholeLogs = false;              // every log is read to its end
 static bool mFilesBegun = false;             // SuperLog_NextLogFile was called
 static LogFile* mpNextLogSummary = nullptr;  // entry to look at next
 static LogFile* mpOpenLog = nullptr;         // where logs are read whole
-static uint64_t mBytesBefore = 0;            // read before the open log
-static LogStamp mStamp;                      // of the open log, before it was opened
-static bool mToBeKept = false;  // nothing is known of it, and nobody can have changed it since the stamp
+static bool mBlockRead = false;              // a part of it was, behind which there may be others
 static bool mLogsInReportRange = false;
 static int64_t mRecordsRead = 0;
 
@@ -83,6 +84,7 @@ void ResetSuperLog() {
 static void ForgetLogs() {
   ClearLogList();
   mpNextLogSummary = mpOpenLog = nullptr;
+  mBlockRead = false;
 }
 
 void SuperLog_Uninit() {
@@ -191,31 +193,23 @@ void SuperLog_FindAhead(const Settings& settings, const LogPaths& paths) {
 
 // ---- What decides about the records of a log -----------------------------------
 
-static constexpr uint64_t kReadingVersion = 2;  // of what makes a record of a line
+static constexpr uint64_t kReadingVersion = 5;  // of what makes a record of a line
 
 static constexpr ContentKey kRulesKey = {
     {0x9216d5d98979fb1b, 0xd1310ba698dfb5ac, 0x2ffd72dbd01adfb7, 0xb8e1afed6a267e96}};  // digits of pi
 
-// When it is noon on each day, in the zone of the run.
+// Of the zone of the run; 0 when it is not known for sure.
 static uint64_t HashOfZone() {
-  constexpr int kDays = 75 * 366;  // from 1970
-  static int64_t noons[kDays];
-  for (int day = 0; day < kDays; ++day) {
-    tm noon = {};
-    noon.tm_year = 70;
-    noon.tm_mday = day + 1;
-    noon.tm_hour = 12;
-    noon.tm_isdst = -1;
-    noons[day] = LocalToTime(noon);
-  }
-  return AddBlock(kRulesKey, {}, reinterpret_cast<const char*>(noons), sizeof noons).low;
+  static char zone[16 * 1024];
+  const size_t size = ReadZone(zone, sizeof zone);
+  return size == 0 ? 0 : AddBlock(kRulesKey, {}, zone, size).low;
 }
 
-static uint64_t HashOfRules() {
+static uint64_t HashOfRules(uint64_t zone) {
   struct {
-    uint64_t version, line, item, request, wide, ff, escapes, layouts, requests, addresses, order, offset,
-        zone;
-    uint64_t layout;
+    uint64_t version, line, item, request, wide, ff, escapes, layouts, requests, addresses, zones, mark,
+        whole, order, offset;
+    uint64_t gmt, zone, layout;
     char program[16];
   } rules = {};
   rules.version = kReadingVersion;
@@ -228,13 +222,22 @@ static uint64_t HashOfRules() {
   rules.layouts = mLogLimits.layouts;
   rules.requests = mLogLimits.all_requests;
   rules.addresses = mLogLimits.whole_addresses;
+  rules.zones = mLogLimits.zones;
+  rules.mark = mLogLimits.passes_mark;
+  rules.whole = mLogLimits.whole_lines;
   rules.order = static_cast<uint64_t>(mDateFormat);
   rules.offset = static_cast<uint64_t>(mGmtOffset);
-  rules.zone = HashOfZone();
+  rules.gmt = mFixGmt;
+  rules.zone = zone;
   const std::string_view layout = OwnLayout();
   rules.layout = AddBlock(kRulesKey, {}, layout.data(), layout.size()).low;
   CopyText(rules.program, kVersion);
   return AddBlock(kRulesKey, {}, reinterpret_cast<const char*>(&rules), sizeof rules).low;
+}
+
+static void BeginStore(const char* folder) {
+  const uint64_t zone = folder[0] == '\0' ? 0 : HashOfZone();
+  OpenStore(zone == 0 ? "" : folder, zone == 0 ? 0 : HashOfRules(zone));
 }
 
 static void ListLogs() {
@@ -280,7 +283,7 @@ void SuperLog_Init(Settings& settings, const Limits& limits, time_t range_first,
     CreateDefaultSummaryName(settings.summary, sizeof settings.summary, settings.logs);
   }
   if (mWholeLogs) {
-    OpenStore(settings.store, settings.store[0] == '\0' ? 0 : HashOfRules());
+    BeginStore(settings.store);
     ListLogs();
   } else {
     ProbeLogs(settings);
@@ -329,27 +332,26 @@ static bool OpenIfInRange(const LogFile& log) {
   return OpenLog(log.name);
 }
 
-// Passes over a log of which an earlier reading is kept and still holds.
-static bool IsKnownOutOfRange(LogFile& log) {
-  LogRecords records;
-  const bool stamped = StampOf(log.name, mStamp);
-  const bool known = stamped && Recall(mStamp, records);
-  mToBeKept = stamped && !known && IsSettled(mStamp);
-  if (!known || records.count <= 0 ||
-      (records.last >= mAnalysisRangeFirst_t && records.first <= mAnalysisRangeLast_t)) {
-    return false;
-  }
-  ReadingOf(log).records = records;
-  TellOfLook({log.name, log.size, records.first, records.last, LogVerdict::kOutOfRange});
-  return true;
+LogVerdict VerdictOf(const LogRecords& records) {
+  return records.in_range > 0 ? LogVerdict::kInRange
+         : records.count > 0  ? LogVerdict::kOutOfRange
+                              : LogVerdict::kNoLog;
 }
 
-// The same file as before it was read, all bytes of which have come.
-static bool IsReadWhole(const LogFile& log, uint64_t bytes) {
-  const bool all_came =
-      log.format == PackFormat::kNone ? bytes == mStamp.size : log.unpacked == UnpackEnd::kWhole;
-  LogStamp now;
-  return mToBeKept && all_came && StampOf(log.name, now) && now == mStamp;
+// A report speaks of the logs that hold records in range, and of lines where there might have been some.
+static void TakeReading(LogFile& log) {
+  LogReading& reading = ReadingOf(log);
+  reading = ReadingOfBlocks();
+  const LogRecords& records = reading.records;
+  const LogVerdict verdict = VerdictOf(records);
+  if (verdict == LogVerdict::kInRange) {
+    mLogsInReportRange = true;
+    SuperLongAddWide(mWhole.bytes, static_cast<int64_t>(BytesOfBlocks()));
+  }
+  if (verdict != LogVerdict::kOutOfRange) {
+    mWhole.lines_not_understood += reading.not_understood.lines;
+  }
+  TellOfLook({log.name, log.size, records.first, records.last, verdict});
 }
 
 // Where a clock change repeats an hour, the line before decides: that of the log before must not.
@@ -361,67 +363,93 @@ static void ForgetLinesBefore() {
   LocalToTime(winter);
 }
 
-// False of what is read in another's place, or cannot be read.
+static void CloseRead(LogFile& log) {
+  EndBlocks();
+  log.format = FormatOfLog();
+  log.unpacked = CloseLog();
+  mpOpenLog = nullptr;
+}
+
+static void EndLog(LogFile& log) {
+  CloseRead(log);
+  if (log.unpacked != UnpackEnd::kNoLibrary) {
+    KeepBlocks(log.name, log.unpacked);
+    TakeReading(log);
+  }
+}
+
+// The next part of the open log that has to be read; false when the log ends.
+static bool GoToBlock() {
+  mBlockRead = false;
+  if (NextBlock()) {
+    return true;
+  }
+  EndLog(*mpOpenLog);
+  return false;
+}
+
+// Then it is closed.
+static bool IsUnpackedCopy(LogFile& log) {
+  if (FormatOfLog() == PackFormat::kNone || !MayBeUnpackedCopy(log, BeginningOfLog())) {
+    return false;
+  }
+  CloseLog();
+  return FindUnpackedCopy(log) || !OpenLog(log.name);
+}
+
+// Whether a log that need not be read must be opened to learn whether another one holds the same: what is
+// said of the logs is the same where nothing is known of them.
+static bool MayBeCopyOfKnown() {
+  return AreBlocksPacked() && mpLogsRoot->next != nullptr;
+}
+
+static void PassKnown(LogFile& log) {
+  log.format = FormatOfLog();
+  CloseLog();
+  TakeReading(log);
+}
+
+// False of what is read in another's place, need not be read, or cannot be.
 static bool OpenWhole(LogFile& log) {
   if (log.original != nullptr) {
     return false;
   }
-  if (IsKnownOutOfRange(log)) {
+  const bool outside = IsKnownOutside(log.name, mAnalysisRangeFirst_t, mAnalysisRangeLast_t);
+  if (outside && !MayBeCopyOfKnown()) {
+    TakeReading(log);
     return false;
   }
   if (!OpenLog(log.name)) {
     log.unopened = log.plain;
     return false;
   }
+  if (IsUnpackedCopy(log)) {
+    return false;
+  }
+  if (outside) {
+    PassKnown(log);
+    return false;
+  }
   mpOpenLog = &log;
   ForgetLinesBefore();
-  mBytesBefore = SuperLongToBytes(TotalLogBytesRead());
   BeginLinesOfLog();
-  return true;
+  BeginBlocks();
+  return GoToBlock();
 }
 
 static bool OpenToBeRead(LogFile& log) {
   return mWholeLogs ? OpenWhole(log) : OpenIfInRange(log);
 }
 
-LogVerdict VerdictOf(const LogRecords& records) {
-  return records.in_range > 0 ? LogVerdict::kInRange
-         : records.count > 0  ? LogVerdict::kOutOfRange
-                              : LogVerdict::kNoLog;
-}
-
-static void CloseRead(LogFile& log) {
-  log.format = FormatOfLog();
-  log.unpacked = CloseLog();
-  mpOpenLog = nullptr;
-}
-
-// A report speaks of the logs that hold records in range, and of lines where there might have been some.
 void SuperLog_LogRead(const LogRecords& records) {
   mRecordsRead += records.count;
   if (mpOpenLog == nullptr) {
     return;
   }
-  LogFile& log = *mpOpenLog;
-  CloseRead(log);
-  if (log.unpacked == UnpackEnd::kNoLibrary) {
-    return;
+  mBlockRead = BlockRead(records);
+  if (!mBlockRead) {
+    EndLog(*mpOpenLog);
   }
-  LogReading& reading = ReadingOf(log);
-  reading = {records, LinesNotUnderstoodOfLog()};
-  const LogVerdict verdict = VerdictOf(records);
-  const uint64_t bytes = SuperLongToBytes(TotalLogBytesRead()) - mBytesBefore;
-  if (verdict == LogVerdict::kInRange) {
-    mLogsInReportRange = true;
-    SuperLongAddWide(mWhole.bytes, static_cast<int64_t>(bytes));
-  }
-  if (IsReadWhole(log, bytes)) {
-    Keep(mStamp, records);
-  }
-  if (verdict != LogVerdict::kOutOfRange) {
-    mWhole.lines_not_understood += reading.not_understood.lines;
-  }
-  TellOfLook({log.name, log.size, records.first, records.last, verdict});
 }
 
 void SuperLog_ReadLogs() {
@@ -441,7 +469,8 @@ static const LogReading& KnownOf(const LogFile& log) {
   return log.reading == nullptr ? kNothing : *log.reading;
 }
 
-bool SuperLog_TimesHeld(time_t& first, time_t& last) {
+// Where logs are read whole.
+static LogRecords AllRecords() {
   LogRecords all;
   for (const LogFile* log = mpLogsRoot; log != nullptr; log = log->next) {
     const LogRecords& records = KnownOf(*log).records;
@@ -449,11 +478,29 @@ bool SuperLog_TimesHeld(time_t& first, time_t& last) {
     all.first = std::min(all.first, records.first);
     all.last = std::max(all.last, records.last);
   }
+  return all;
+}
+
+bool SuperLog_TimesHeld(time_t& first, time_t& last) {
+  const LogRecords all = AllRecords();
   if (all.count > 0) {
     first = all.first;
     last = all.last;
   }
   return all.count > 0;
+}
+
+bool SuperLog_FindTimes(time_t& first, time_t& last) {
+  const LogEvents events = std::exchange(mLogEvents, {});
+  SuperLog_ReadLogs();
+  mLogEvents = events;
+  return SuperLog_TimesHeld(first, last);
+}
+
+void SuperLog_BeginAgain(time_t range_first, time_t range_last) {
+  BeginRun(mWholeLogs);
+  mAnalysisRangeFirst_t = range_first;
+  mAnalysisRangeLast_t = range_last;
 }
 
 bool SuperLog_NextState(const void*& place, LogState& state) {
@@ -473,7 +520,8 @@ bool SuperLog_NextState(const void*& place, LogState& state) {
            .records = KnownOf(read).records,
            .lines_not_understood = lines.lines,
            .first_not_understood = lines.first,
-           .line = lines.line};
+           .line = lines.line,
+           .nearest = lines.nearest};
   return true;
 }
 
@@ -487,6 +535,9 @@ static void BeginFiles() {
 }
 
 bool SuperLog_NextLogFile() {
+  if (mBlockRead && GoToBlock()) {
+    return true;
+  }
   SuperLog_NextLogFile_Done();
   ResetFileFormat();
   if (!mFilesBegun) {
@@ -507,6 +558,7 @@ bool SuperLog_NextLogFile() {
 void SuperLog_NextLogFile_Done() {
   CloseLog();
   mpOpenLog = nullptr;
+  mBlockRead = false;
 }
 
 bool SuperLog_LogsInRange() {
@@ -522,5 +574,5 @@ int64_t SuperLog_GetLinesNotUnderstood() {
 }
 
 int64_t SuperLog_GetRecordsRead() {
-  return mRecordsRead;
+  return mWholeLogs ? AllRecords().count : mRecordsRead;
 }

@@ -6,6 +6,9 @@
 #include <span>
 #include <string_view>
 
+#include "dates/local_time.h"
+#include "layouts/wrappers.h"
+#include "superlog/content_hash.h"
 #include "superlog/field_record.h"
 #include "superlog/field_splitter.h"
 #include "superlog/line_reader.h"
@@ -21,6 +24,7 @@ int mCurLogFormat = kFamilyNone;
 static char mSpecialLogFormatBuf[kTextSize];  // the user's layout
 static int mLogFormatSource = 0;              // 0 = there is none
 static char mUnaskedLetters[8];
+static char mWholeFormatBuf[kTextSize];  // the known format before letters were struck out
 
 // The name of a layout, or the words of a server.
 static char mLayoutText[kLongestLayoutText + 1];
@@ -113,6 +117,9 @@ static char NetscapeLetter(std::string_view name) {
   return FindLetter(kNetscapeNames, name, EqualExactly);
 }
 
+static constexpr ContentKey kStateKey = {
+    {0xbe5466cf34e90c6c, 0xc0ac29b7c97c50dd, 0x3f84d5b5b5470917, 0x9216d5d98979fb1b}};  // digits of pi
+
 // --- The known layout ---------------------------------------------------------
 
 void ResetFileFormat() {
@@ -120,6 +127,19 @@ void ResetFileFormat() {
   mFormatKnown = false;
   mCurLogFormat = kFamilyNone;
   ForgetFileLayouts();
+}
+
+bool StateOfLines(uint64_t& state) {
+  int64_t local_time = 0;
+  const bool known = StateOfLocalTime(local_time);
+  const std::string_view letters = mFormatKnown ? mWholeFormatBuf : "";
+  const uint64_t words[] = {static_cast<uint64_t>(local_time), static_cast<uint64_t>(mCurLogFormat),
+                            uint64_t{mFormatKnown}, StateOfLayouts()};
+  const ContentHash hash =
+      AddBlock(kStateKey, AddBlock(kStateKey, {}, reinterpret_cast<const char*>(words), sizeof words),
+               letters.data(), letters.size());
+  state = hash.low;
+  return known;
 }
 
 void ResetLogFormat() {
@@ -162,6 +182,27 @@ void SuperLog_SetLayoutText(std::string_view text, int source) {
   }
 }
 
+// Letters that all have a meaning.
+static bool AreLetters(std::string_view format) {
+  constexpr std::string_view kLetters = "STC0123459hnpquxerkcfawmv? ";
+  return !format.empty() && IsSeparatorLetter(format[0]) &&
+         format.find_first_not_of(kLetters) == std::string_view::npos;
+}
+
+// Letters that tell a time and a URL, some of which may have no meaning.
+static bool MayBeLetters(std::string_view format) {
+  return !format.empty() && IsSeparatorLetter(format[0]) &&
+         format.find_first_of("$%") == std::string_view::npos &&
+         format.find_first_of("012345") != std::string_view::npos &&
+         format.find_first_of("qux") != std::string_view::npos;
+}
+
+UnknownLayout SuperLog_UnknownLayout() noexcept {
+  const bool asked = mLayoutSource != 0 && mLayoutSource >= mLogFormatSource;
+  const bool unknown = asked && !IsUserLayout(mLayoutText);
+  return {unknown ? mLayoutText : "", mLogFormatSource == mLayoutSource && MayBeLetters(mLayoutText)};
+}
+
 bool SuperLog_BeginLayout() {
   ResetLayouts();
   if (mLayoutSource == 0 || mLayoutSource < mLogFormatSource) {
@@ -170,11 +211,6 @@ bool SuperLog_BeginLayout() {
   const bool taken = TakeUserLayout(mLayoutText);
   mLogFormatSource = taken ? 0 : mLogFormatSource;
   return taken;
-}
-
-static bool AreLetters(std::string_view format) {
-  return !format.empty() && IsSeparatorLetter(format[0]) &&
-         format.find_first_of("$%") == std::string_view::npos;
 }
 
 void SuperLog_SetLogFormat(const char* format, int source) {
@@ -210,6 +246,7 @@ static void SetFamily(LogFamily family, const char* label) {
 
 static void SetKnownFormat(const char* format) {
   CopyText(mKnownFormatBuf, format);
+  CopyText(mWholeFormatBuf, format);
   mFormatKnown = true;
   for (char* letter = mKnownFormatBuf; *(letter += strcspn(letter, mUnaskedLetters)) != '\0';) {
     *letter = kSkipField;
@@ -334,12 +371,15 @@ static bool BeginsWithSite(std::string_view line, size_t date) {
   return line.substr(third, 2) == "- " && third + 2 < date && line.substr(second, 2) != "- ";
 }
 
+bool MisleadsLetters() {
+  const std::string_view line = CurrentLine();
+  const char* const request = FindDateBeforeRequest(mpLine, mpLineEnd);
+  const size_t date = request != nullptr ? static_cast<size_t>(request - mpLine) : line.find(" [") + 1;
+  return BeginsWithSite(line, date) || HasHead(line);
+}
+
 bool StandsLetterLayout() {
-  if (mLogFormatSource != 0) {
-    return true;
-  }
-  const char* const date = FindDateBeforeRequest(mpLine, mpLineEnd);
-  return date != nullptr && !BeginsWithSite(CurrentLine(), static_cast<size_t>(date - mpLine));
+  return mLogFormatSource != 0 || (FindDateBeforeRequest(mpLine, mpLineEnd) != nullptr && !MisleadsLetters());
 }
 
 bool GrokLineFormat() {

@@ -6,6 +6,7 @@
 // header line or the end of the file.
 #pragma once
 
+#include <cstdint>
 #include <string_view>
 
 #include "base/text.h"
@@ -42,6 +43,10 @@ extern int mCurLogFormat;  // a LogFamily
 // Whether somebody looks at the texts of that letter.
 bool IsAsked(char letter);
 
+// All that earlier lines of the file decide about the way in which the next one is read, as a number: the
+// same whatever is asked for. False when it is not known.
+bool StateOfLines(uint64_t& state);
+
 // Forgets the current file's layout; a user's layout stays.
 void ResetFileFormat();
 
@@ -59,8 +64,13 @@ void TrimLogFormat(char* format);
 bool GrokLineFormat();
 
 // Whether the current line is one for letters, before it is split by any other layout: the user's letters are
-// taken always, and a line of the common log format, in which no virtual host stands first, is one of it.
+// taken always, and a line of the common log format, in which neither a virtual host nor a shipper's head
+// stands first, is one of it.
 bool StandsLetterLayout();
+
+// Whether something that the common log format has no letter for stands first in the current line, a virtual
+// host or a shipper's head: the letters would take it for the visitor.
+bool MisleadsLetters();
 
 // Each reads the line reader's current line, a header line, and sets family or
 // layout when it understands it; other lines change nothing. The line is split

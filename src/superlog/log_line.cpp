@@ -6,9 +6,13 @@
 #include <cstring>
 #include <functional>
 #include <string_view>
+#include <utility>
 
 #include "base/url_decode.h"
+#include "dates/days.h"
 #include "dates/local_time.h"
+#include "layouts/known_layouts.h"
+#include "layouts/wrappers.h"
 #include "superlog/byte_scan.h"
 #include "superlog/digits.h"
 #include "superlog/field_record.h"
@@ -26,6 +30,7 @@
 
 static int64_t mLinesNotUnderstood = 0;
 static NotUnderstood mNotUnderstood;  // of the log at hand
+static bool mLineDescribed = false;   // the line at hand, before its fields were cut
 static LineMarks mMarks;
 
 // --- Single values ------------------------------------------------------------
@@ -63,7 +68,16 @@ static void CutAt(std::string_view& text, char c) {
   CutTo(text, static_cast<size_t>(FindEither(text.data(), EndOf(text), c, c) - text.data()));
 }
 
+// Nearly all URLs end among the first 64 characters.
 void TrimFullRequest(std::string_view& request) {
+  const uint64_t blanks = MatchMask64(request.data(), ' ');
+  const uint64_t behind_first = blanks & (blanks - 1);
+  const auto second = static_cast<size_t>(std::countr_zero(behind_first));
+  if (behind_first != 0 && second < request.size()) {
+    const auto url = static_cast<size_t>(std::countr_zero(blanks)) + 1;
+    request = {request.data() + url, second - url};
+    return;
+  }
   const char* const end = EndOf(request);
   const char* const space = FindEither(request.data(), end, ' ', ' ');
   if (space != end) {
@@ -169,6 +183,15 @@ static void TakeCandidate(std::string_view& candidate, std::string_view value) {
   }
 }
 
+static bool HoldsTimeOfDay(const tm& when) {
+  return (when.tm_hour | when.tm_min | when.tm_sec) != 0;
+}
+
+// What is no time at all leaves midnight, too.
+static bool SaysMidnight(std::string_view value) {
+  return value.starts_with('0') && value.find_first_of("123456789") == std::string_view::npos;
+}
+
 // Files one value under its letter; false when it says that the line is no
 // request.
 [[gnu::always_inline]] static inline bool TakeValue(char letter, std::string_view value,
@@ -187,7 +210,7 @@ static void TakeCandidate(std::string_view& candidate, std::string_view value) {
     case '9':
       Ended(value);
       ParseNextTime9(value, record.local);
-      break;
+      return !mLogLimits.wide_figures || HoldsTimeOfDay(record.local) || SaysMidnight(value);
     case 'c':
       record.bytes = ToNumber(value);
       break;
@@ -211,6 +234,10 @@ static void TakeCandidate(std::string_view& candidate, std::string_view value) {
   return true;
 }
 
+static std::string_view CurrentLine() {
+  return {mpLine, static_cast<size_t>(mpLineEnd - mpLine)};
+}
+
 // A request is cut behind its method and at its URL's length, as the limits say.
 [[gnu::cold, gnu::noinline]] static std::string_view CutField(std::string_view value, char letter) {
   value = value.substr(0, letter == 'q' ? mLogLimits.request : mLogLimits.item);
@@ -229,6 +256,35 @@ static bool IsNobody(const FieldCursor& cursor) {
          text[2] == '[' && text[kNobody.size() - 2] == ' ' && text[kNobody.size() - 1] == '"';
 }
 
+// --- Lines that are cut off -----------------------------------------------------
+
+// Nearly all lines have quotes that are told, and are not.
+static bool MayBeCut() {
+  return mLogLimits.whole_lines && mLineQuotes.begin == nullptr && IsLineCut();
+}
+
+// A quote behind an odd number of backslashes neither begins nor ends anything.
+static bool EndsInQuotes(std::string_view line) {
+  bool open = false;
+  bool escaped = false;
+  for (const char c : line) {
+    open = open != (c == '"' && !escaped);
+    escaped = c == '\\' && !escaped;
+  }
+  return open;
+}
+
+// Of a line that was not written to yet.
+static bool IsCutInQuotes() {
+  return MayBeCut() && EndsInQuotes(CurrentLine());
+}
+
+// Whether a record is one of a line that was cut off before its status, or within it, where lines have one.
+static bool IsCutBeforeStatus(const SuperLogRecord& record, bool has_status) {
+  constexpr int64_t kFirstStatus = 100;
+  return MayBeCut() && has_status && record.status < kFirstStatus;
+}
+
 static bool mSureOfLetters = false;  // no other layout explains the line
 static bool mMayBeOther = false;     // one may, and nothing was written to the line yet
 
@@ -245,7 +301,8 @@ static bool BeginsWithSite(const char* user, const char* date, std::string_view 
 // Of the field behind the realm. False, and nothing is read, when the line may be of another layout.
 static bool ParseUser(FieldCursor& cursor, std::string_view realm) {
   char* const date = FindDateBeforeRequest(cursor.next, cursor.end);
-  if (HasDoubts() && (date == nullptr || BeginsWithSite(cursor.next, date, realm))) {
+  if (HasDoubts() &&
+      (date == nullptr || BeginsWithSite(cursor.next, date, realm) || HasHead(CurrentLine()))) {
     return false;
   }
   if (date == nullptr || date == cursor.next) {
@@ -254,6 +311,17 @@ static bool ParseUser(FieldCursor& cursor, std::string_view realm) {
     ParseFieldBefore(cursor, date);
   }
   return true;
+}
+
+// The fields of a line without double quotes, at most those of the layout; 0 when it is none that is split at
+// each of its separators.
+static size_t SplitPlainLine(const LineLayout& layout) {
+  if (layout.separator == '\0' || mLineQuotes.begin == nullptr || mLineQuotes.begin != mLineQuotes.end) {
+    return 0;
+  }
+  MarkLine(mMarks, mpLine, mpLineEnd, SeparatorOf(layout.separator));
+  return layout.separator == 'T' ? SplitAtSeparators<'T'>(mMarks, layout.fields, mLogLimits.item, mFields)
+                                 : SplitAtSeparators<'S'>(mMarks, layout.fields, mLogLimits.item, mFields);
 }
 
 // Splits the current line as its layout says, and returns how many fields it has, at most those of
@@ -369,6 +437,13 @@ static bool TakeSteps(SuperLogRecord& record, LineParts& parts, const FieldPlan&
   return parts.dated;
 }
 
+// Whether there is such a day, and a time of day.
+static bool IsReal(const tm& written) {
+  const auto is_up_to = [](int number, int last) { return number >= 0 && number <= last; };
+  return IsDay({.month = written.tm_mon + 1, .day = written.tm_mday, .year = written.tm_year + 1900}) &&
+         is_up_to(written.tm_hour, 23) && is_up_to(written.tm_min, 59) && is_up_to(written.tm_sec, 60);
+}
+
 // Whether both times have a record's width, and come from a date: where figures are
 // narrow, what is none of it does not fit.
 static bool FitsRecord(const tm& local, time_t written, time_t time) {
@@ -381,9 +456,25 @@ static bool FitsRecord(const tm& local, time_t written, time_t time) {
   return written == static_cast<int32_t>(written) && time == static_cast<int32_t>(time);
 }
 
+// Whether a written time is an instant: with a zone, and where all times are GMT, as W3C has them.
+static bool IsInstant(const tm& written) {
+  return written.tm_zone != nullptr || mFixGmt || mCurLogFormat == kFamilyW3cIis;
+}
+
+static bool TakeInstant(SuperLogRecord& record) {
+  return IsReal(record.local) && CompleteInstant(record.local, record.time) && record.time != 0 &&
+         record.time != -1;
+}
+
 [[gnu::always_inline]] static inline bool TakeTime(SuperLogRecord& record) {
+  if (mLogLimits.zones && IsInstant(record.local)) {
+    return TakeInstant(record);
+  }
   if (mGmtOffset == 0 && CompleteInLastHour(record.local, record.time)) {
     return FitsRecord(record.local, record.time, record.time);
+  }
+  if (mLogLimits.wide_figures && !IsReal(record.local)) {
+    return false;
   }
   const time_t written = LocalToTime(record.local);
   record.time = written + mGmtOffset;
@@ -396,6 +487,7 @@ bool SettleTime(SuperLogRecord& record) {
 
 // What is not taken from the line's fields in any case.
 static void ClearFigures(SuperLogRecord& record) {
+  record.time = 0;
   record.local = {};
   record.local.tm_isdst = -1;
   record.status = record.bytes = 0;
@@ -406,12 +498,29 @@ void ClearRecord(SuperLogRecord& record) {
   ClearFigures(record);
 }
 
+static bool IsBare(std::string_view text) {
+  return !IsAbsent(text) && text.data() != mpLine && *(text.data() - 1) != '"';
+}
+
+// In the common log format, referrer and agent stand between quotes: a word behind the size is something
+// else, such as a duration, and so is what comes after it.
+static void DropBareTexts(SuperLogRecord& record) {
+  if (IsBare(record.referrer) || IsBare(record.agent)) {
+    record.agent = {};
+    record.referrer = IsBare(record.referrer) ? std::string_view{} : record.referrer;
+  }
+}
+
 // False when the line is no request.
 template <bool kEscapes>
 static bool ReadFields(SuperLogRecord& record) {
   LineParts parts;
+  if (kEscapes && IsCutInQuotes()) {
+    return false;
+  }
   ClearFigures(record);
-  const size_t fields = SplitLine<kEscapes>(mKnownLayout);
+  const size_t plain = SplitPlainLine(mKnownLayout);
+  const size_t fields = plain != 0 ? plain : SplitLine<kEscapes>(mKnownLayout);
   if (kEscapes && fields <= mKnownLayout.user && HasDoubts()) {
     mMayBeOther = true;
     return false;
@@ -421,38 +530,36 @@ static bool ReadFields(SuperLogRecord& record) {
     return false;
   }
   TakeTexts(record, plan, parts);
-  return true;
+  if (kEscapes && mCurLogFormat == kFamilyClf) {
+    DropBareTexts(record);
+  }
+  return !kEscapes || !IsCutBeforeStatus(record, strpbrk(mKnownFormatBuf, "rk") != nullptr);
 }
 
 // IIS writes "+" for a space. Nearly no agent has another character that is encoded.
 static void Decode(std::string_view& agent) {
   char* const text = Writable(agent);
   if (FindByte(agent.data(), EndOf(agent), '%') == EndOf(agent)) {
-    std::replace(text, text + agent.size(), '+', ' ');
+    // Every byte is written, which many can be at once.
+    std::transform(text, text + agent.size(), text, [](char c) { return c == '+' ? ' ' : c; });
   } else {
     Ended(agent);
     agent = {text, decode(text)};
   }
 }
 
-static void SettleUsualTexts(SuperLogRecord& record) {
-  TrimFullRequest(record.url);
-  for (std::string_view* text : {&record.referrer, &record.agent, &record.realm, &record.user}) {
-    *text = Something(*text);
-  }
-}
-
 template <bool kEscapes>
 [[gnu::always_inline]] static inline bool ParseDataLine(SuperLogRecord& record) {
   const UsualLayout& usual = mKnownLayout.usual;
-  if (usual.usual && ReadUsualLine<kEscapes>(mpLine, mpLineEnd, usual, record)) {
-    SettleUsualTexts(record);
+  if (usual.usual && ReadUsualLine<kEscapes>(mpLine, mpLineEnd, mLineQuotes, usual, record)) {
+    TrimFullRequest(record.url);
   } else if (!ReadFields<kEscapes>(record)) {
     return false;
   }
   // The time comes first: where a clock change repeats an hour, it is the line
   // before that decides, usable or not.
-  if (!TakeTime(record) || IsAbsent(record.url)) {
+  const bool timed = record.time != 0 ? TimeToLocal(record.time, record.local) : TakeTime(record);
+  if (!timed || IsAbsent(record.url)) {
     return false;
   }
   if (!record.url.starts_with('/') && !SettleOddUrl(record.url)) {
@@ -467,26 +574,33 @@ template <bool kEscapes>
 
 // --- Lines --------------------------------------------------------------------
 
-// True for a data line; header lines are read for what they tell of the layout.
-static bool IsDataLine() {
-  const std::string_view line = {mpLine, static_cast<size_t>(mpLineEnd - mpLine)};
-  if (line.empty() || line[0] == ';') {
-    return false;
-  }
-  if (line[0] == '#') {
+// Reads a line that begins as a header line does for what it tells of the layout; false when it is none.
+[[gnu::cold, gnu::noinline]] static bool TakeHeaderLine(std::string_view line) {
+  if (line.starts_with('#')) {
     GrokWebStarLine();
     GrokW3cLine();
-    return false;
-  }
-  if (line.starts_with("!!")) {
+  } else if (line.starts_with("!!")) {
     GrokWebStarLine();
-    return false;
-  }
-  if (line.starts_with("format=")) {
+  } else if (line.starts_with("format=")) {
     GrokNetscapeLine();
-    return false;
+  } else {
+    return line.empty() || line.starts_with(';');
   }
   return true;
+}
+
+// True for a data line. A line without text begins with a NUL.
+static bool IsDataLine() {
+  switch (*mpLine) {
+    case '\0':
+    case ';':
+    case '#':
+    case '!':
+    case 'f':
+      return !TakeHeaderLine(CurrentLine());
+    default:
+      return true;
+  }
 }
 
 // Its fields may have been cut already, each by a NUL.
@@ -497,19 +611,38 @@ static void ShowLine(char (&shown)[kShownOfLine + 1]) {
   MakePrintable(shown);
 }
 
+// Letters that were told are the only layout that is tried. They may lack what every line needs.
+static NearLayout NearestOfLetters() {
+  const std::string_view letters = mKnownFormatBuf;
+  const bool dated = letters.find_first_of("012345") != std::string_view::npos;
+  const bool asked = letters.find_first_of("qux") != std::string_view::npos;
+  return dated && asked ? NearLayout{} : NearLayout{{1, dated ? Field::kRequest : Field::kMoment, 0}, true};
+}
+
+// What is to be told of the first line that is not understood.
+[[gnu::cold, gnu::noinline]] static void DescribeLine() {
+  const bool letters = mFormatKnown && mCurLogFormat != kFamilyClf;
+  ShowLine(mNotUnderstood.line);
+  mNotUnderstood.nearest = !mLogLimits.layouts ? NearLayout{}
+                           : letters           ? NearestOfLetters()
+                                               : NearestLayout(CurrentLine());
+}
+
 [[gnu::cold, gnu::noinline]] static void TakeLineNotUnderstood() {
+  const bool described = std::exchange(mLineDescribed, false);
+  if (mLogLimits.layouts && NamesFields(CurrentLine())) {
+    return;
+  }
   ++mLinesNotUnderstood;
   if (mNotUnderstood.lines++ == 0) {
     mNotUnderstood.first = LineNumber();
-    ShowLine(mNotUnderstood.line);
+    if (!described) {
+      DescribeLine();
+    }
   }
 }
 
 // --- Lines of other layouts -----------------------------------------------------
-
-static std::string_view CurrentLine() {
-  return {mpLine, static_cast<size_t>(mpLineEnd - mpLine)};
-}
 
 // Reads a line that no other layout explains; apart, so that the way of nearly all lines is one function.
 [[gnu::noinline]] static bool ParseSurely(SuperLogRecord& record) {
@@ -519,6 +652,21 @@ static std::string_view CurrentLine() {
   return parsed;
 }
 
+// The same of a line that is perhaps not understood at all: letters that do not fit are written to it.
+[[gnu::noinline]] static bool TryLetters(SuperLogRecord& record) {
+  if (mNotUnderstood.lines == 0) {
+    DescribeLine();
+  }
+  const bool parsed = ParseSurely(record);
+  mLineDescribed = mNotUnderstood.lines == 0 && !parsed;
+  return parsed;
+}
+
+static bool ParseByLayout(SuperLogRecord& record) {
+  return !IsCutInQuotes() && ParseByLayouts(CurrentLine(), record) &&
+         !IsCutBeforeStatus(record, LayoutTellsStatus());
+}
+
 // A line in a log of the common log format that is none of it: of another layout, or of one that the letters
 // read nevertheless.
 [[gnu::cold, gnu::noinline]] static bool ParseOtherLine(SuperLogRecord& record) {
@@ -526,24 +674,24 @@ static std::string_view CurrentLine() {
     return false;
   }
   mMayBeOther = false;
-  return ParseByLayouts(CurrentLine(), TextAhead(), record) || ParseSurely(record);
+  return ParseByLayout(record) || (!MisleadsLetters() && TryLetters(record));
 }
 
 // A line of a file whose letters are not known. A guess that does not explain its own line is forgotten.
 [[gnu::noinline]] static bool ParseByLayoutOrGuess(SuperLogRecord& record) {
   const bool for_letters = !mLayoutsHold && StandsLetterLayout();
   if (!for_letters) {
-    if (ParseByLayouts(CurrentLine(), TextAhead(), record)) {
+    if (ParseByLayout(record)) {
       return true;
     }
-    if (mLayoutsHold) {
+    if (mLayoutsHold || MisleadsLetters()) {
       return false;
     }
   }
   if (!GrokLineFormat()) {
     return false;
   }
-  const bool parsed = ParseSurely(record);
+  const bool parsed = for_letters ? ParseSurely(record) : TryLetters(record);
   if (!parsed && !for_letters) {
     ResetFileFormat();
   }
@@ -596,6 +744,15 @@ const NotUnderstood& LinesNotUnderstoodOfLog() {
 
 void BeginLinesOfLog() {
   mNotUnderstood = {};
+}
+
+void PassLinesNotUnderstood(int64_t lines, const NotUnderstood& known) {
+  const int64_t before = mNotUnderstood.lines;
+  if (before == 0 && lines > 0) {
+    mNotUnderstood = known;
+  }
+  mNotUnderstood.lines = before + lines;
+  mLinesNotUnderstood += lines;
 }
 
 void ResetLogLine() {

@@ -55,6 +55,7 @@ struct NotUnderstood {
   int64_t lines = 0;
   int64_t first = 0;              // the number of the first of them, from 1
   char line[kShownOfLine + 1]{};  // its beginning, printable ASCII
+  NearLayout nearest;             // to it
 };
 
 // Of the log at hand; good until the next one is begun.
@@ -65,6 +66,10 @@ int64_t LinesNotUnderstood();
 
 // Begins to count the lines of another log.
 void BeginLinesOfLog();
+
+// Counts so many lines of that log, which was read before, without reading them; first and text are of the
+// first one.
+void PassLinesNotUnderstood(int64_t lines, const NotUnderstood& known);
 
 // Forgets the lines that were not understood.
 void ResetLogLine();

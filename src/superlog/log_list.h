@@ -35,9 +35,11 @@ struct LogFile {
   bool unopened;            // this run could not read it
   PackFormat format;        // kNone of what is not compressed, or was not opened
   UnpackEnd unpacked;       // how its unpacking ended; kWhole of any other
-  const LogFile* original;  // an earlier one that holds the same; null: none
-  LogReading* reading;      // null: none yet
-  ContentHash beginning;    // {} until somebody asks (log_parts.h)
+  const LogFile* original;  // another one that holds the same and has none itself; null: none
+  bool has_beginning;
+  ContentHash beginning;  // of its lines, unpacked ones: some of the first bytes
+  LogReading* reading;    // null: none yet
+  ContentHash likeness;   // the same for other runs; {} until somebody asks (log_parts.h)
 
   // The list's own.
   LogFile* next;

@@ -10,15 +10,17 @@
 
 #include "base/text_file.h"
 #include "dates/local_time.h"
+#include "layouts/known_layouts.h"
 #include "superlog/content_hash.h"
 #include "superlog/log_dates.h"
 #include "superlog/log_files.h"
 #include "superlog/log_format.h"
 #include "superlog/log_list.h"
 #include "superlog/superlog.h"
+#include "unpack/unpacking.h"
 
 RecordRules RulesOfRecords() {
-  return {mDateFormat, mGmtOffset, OwnLayout()};
+  return {mDateFormat, mFixGmt, OwnLayout()};
 }
 
 // ---- Logs that could not be opened ----
@@ -114,7 +116,7 @@ bool BeginsInRepeatedHour() {
 
 // Contents that differ in none of these may be the same, and such that are the same differ in none.
 struct Likeness {
-  uint64_t size;
+  uint64_t size;  // of a log that nobody could read
   ContentHash beginning;
   LogRecords records;
   int64_t lines_not_understood;
@@ -145,12 +147,26 @@ static bool WouldShowTwice(const LogFile& log) {
   return records.in_range > 0 || (records.count == 0 && log.reading->not_understood.lines > 0);
 }
 
+static bool HashUnpackedBeginning(int file, PackFormat format, ContentHash& hash) {
+  char beginning[kBeginning];
+  if (!OpenUnpacked(file, format)) {
+    return false;
+  }
+  hash = AddBlock(kBeginningKey, {}, beginning, ReadUnpacked(beginning, sizeof beginning));
+  CloseUnpacked();
+  return true;
+}
+
+// Of the lines in it: a log may be told again in compressed form.
 static bool HashBeginning(LogFile& log) {
   const int file = OpenToRead(log.name).file;
   if (file < 0) {
     return false;
   }
-  const bool hashed = HashFile(kBeginningKey, file, std::min(log.size, kBeginning), log.beginning);
+  const PackFormat format = log.reading == nullptr ? PackFormat::kNone : FormatOfFile(file);
+  const bool hashed = format == PackFormat::kNone
+                          ? HashFile(kBeginningKey, file, std::min(log.size, kBeginning), log.likeness)
+                          : HashUnpackedBeginning(file, format, log.likeness);
   close(file);
   return hashed;
 }
@@ -172,6 +188,16 @@ static constexpr uint64_t kRead = 4;
 static constexpr uint64_t kLike = 8;
 static constexpr uint64_t kAllFlags = 15;
 
+// By name: which layouts are known may change.
+static void SaveNearest(PartWriter& part, const NearLayout& nearest) {
+  const NearMiss& miss = nearest.miss;
+  const bool known = miss.layout != 0 && !nearest.given;
+  PutFigure(part, nearest.given ? 1 : 0);
+  PutText(part, known ? KnownLayouts()[miss.layout - size_t{1}].name : "");
+  PutFigure(part, static_cast<uint64_t>(miss.field));
+  PutFigure(part, miss.character);
+}
+
 static void SaveReading(PartWriter& part, const LogReading& reading) {
   PutFigure(part, static_cast<uint64_t>(reading.records.count));
   PutFigure(part, static_cast<uint64_t>(reading.records.in_range));
@@ -180,11 +206,18 @@ static void SaveReading(PartWriter& part, const LogReading& reading) {
   PutFigure(part, static_cast<uint64_t>(reading.not_understood.lines));
   PutFigure(part, static_cast<uint64_t>(reading.not_understood.first));
   PutText(part, reading.not_understood.line);
+  SaveNearest(part, reading.not_understood.nearest);
 }
 
 static uint64_t FlagsOf(const LogFile& log) {
   return (log.plain ? kPlain : 0) | (log.unopened ? kUnopened : 0) | (log.reading != nullptr ? kRead : 0) |
          (WouldShowTwice(log) ? kLike : 0);
+}
+
+// Which one it is shows where nobody could unpack the log; of one that need not be read it is not always
+// known.
+static PackFormat FormatThatShows(const LogFile& log) {
+  return log.unpacked == UnpackEnd::kNoLibrary ? log.format : PackFormat::kNone;
 }
 
 static void SaveLog(PartWriter& part, const LogFile& log) {
@@ -194,15 +227,15 @@ static void SaveLog(PartWriter& part, const LogFile& log) {
   PutSigned(part, log.first);
   PutSigned(part, log.last);
   PutFigure(part, flags);
-  PutFigure(part, static_cast<uint64_t>(log.format));
+  PutFigure(part, static_cast<uint64_t>(FormatThatShows(log)));
   PutFigure(part, static_cast<uint64_t>(log.unpacked));
   PutFigure(part, log.original == nullptr ? 0 : log.original->place + 1);
   if ((flags & kRead) != 0) {
     SaveReading(part, *log.reading);
   }
   if ((flags & kLike) != 0) {
-    PutFigure(part, log.beginning.low);
-    PutFigure(part, log.beginning.high);
+    PutFigure(part, log.likeness.low);
+    PutFigure(part, log.likeness.high);
   }
 }
 
@@ -248,6 +281,20 @@ static bool AddNotOpened(PartReader& part) {
   return !part.damaged;
 }
 
+static void TakeNearest(PartReader& part, NearLayout& nearest) {
+  nearest.given = TakeFigureUpTo(part, 1) != 0;
+  const std::string_view name = TakeText(part, kTextMax);
+  nearest.miss.field = static_cast<Field>(TakeFigureUpTo(part, kFieldCount - 1));
+  nearest.miss.character = static_cast<uint32_t>(TakeFigureUpTo(part, UINT32_MAX));
+  const KnownLayout* const known = name.empty() ? nullptr : FindLayout(name);
+  if (known != nullptr) {
+    nearest.miss.layout = static_cast<uint8_t>(known - KnownLayouts().data() + 1);
+  } else if (!name.empty()) {
+    MarkDamaged(part);
+  }
+  nearest.miss.layout = nearest.given ? uint8_t{1} : nearest.miss.layout;
+}
+
 static void TakeReading(PartReader& part, LogReading& reading) {
   reading.records.count = static_cast<int64_t>(TakeFigureUpTo(part, kMostOfLog));
   reading.records.in_range = static_cast<int64_t>(TakeFigureUpTo(part, kMostOfLog));
@@ -257,6 +304,7 @@ static void TakeReading(PartReader& part, LogReading& reading) {
   reading.not_understood.first = static_cast<int64_t>(TakeFigureUpTo(part, kMostOfLog));
   TakeName(part, reading.not_understood.line);
   MakePrintable(reading.not_understood.line);
+  TakeNearest(part, reading.not_understood.nearest);
 }
 
 struct SavedLog {
@@ -283,8 +331,8 @@ static void TakeLog(PartReader& part, SavedLog& saved) {
     log.reading = &saved.reading;
   }
   if ((flags & kLike) != 0) {
-    log.beginning.low = TakeFigure(part);
-    log.beginning.high = TakeFigure(part);
+    log.likeness.low = TakeFigure(part);
+    log.likeness.high = TakeFigure(part);
   }
   if (log.name[0] == '\0') {
     MarkDamaged(part);
@@ -301,13 +349,15 @@ static AddedLogs Refuse(LogsAdded why, const char* log = "") {
 // The logs of a part as they come into the list.
 struct LogsOfPart {
   std::vector<LogFile*> logs;
-  std::set<Likeness> likenesses;  // of all that are in the list
+  std::vector<uint64_t> originals;  // of each its number within the part, from 1; 0: none
+  std::set<Likeness> likenesses;    // of all that are in the list
 };
 
 static Likeness LikenessOf(const LogFile& log) {
   static constexpr LogReading kNone{};
   const LogReading& reading = log.reading == nullptr ? kNone : *log.reading;
-  return {log.size, log.beginning, reading.records, reading.not_understood.lines};
+  const uint64_t size = log.reading == nullptr ? log.size : 0;
+  return {size, log.likeness, reading.records, reading.not_understood.lines};
 }
 
 // Where logs are read whole each has its entry; otherwise one with the size and dates of another has none,
@@ -329,17 +379,19 @@ static LogsAdded AddLog(const SavedLog& saved, bool whole_logs, LogsOfPart& part
     ReadingOf(*added) = saved.reading;
   }
   part.logs.push_back(added);
+  part.originals.push_back(saved.original);
   return LogsAdded::kAll;
 }
 
-static bool SetOriginal(LogFile& log, uint64_t number, const LogsOfPart& part) {
-  if (number == 0) {
-    return true;
+// A log may be the copy of a later one. False where there is no such log, or where it is a copy itself.
+static bool SetOriginals(const LogsOfPart& part) {
+  for (size_t i = 0; i < part.logs.size(); ++i) {
+    const uint64_t number = part.originals[i];
+    if (number > part.logs.size() || (number > 0 && part.originals[number - 1] != 0)) {
+      return false;
+    }
+    part.logs[i]->original = number == 0 ? nullptr : part.logs[number - 1];
   }
-  if (number >= part.logs.size() || part.logs[number - 1]->original != nullptr) {
-    return false;
-  }
-  log.original = part.logs[number - 1];
   return true;
 }
 
@@ -348,11 +400,9 @@ static AddedLogs AddWithLikeness(const SavedLog& saved, LogsOfPart& part) {
   if (added != LogsAdded::kAll) {
     return Refuse(added, saved.log.name);
   }
-  LogFile& log = *part.logs.back();
-  if (!SetOriginal(log, saved.original, part)) {
-    return Refuse(LogsAdded::kDamaged);
-  }
-  const bool alone = !WouldShowTwice(log) || part.likenesses.insert(LikenessOf(log)).second;
+  const LogFile& log = *part.logs.back();
+  const bool alone =
+      saved.original != 0 || !WouldShowTwice(log) || part.likenesses.insert(LikenessOf(log)).second;
   return Refuse(alone ? LogsAdded::kAll : LogsAdded::kCopy, log.name);
 }
 
@@ -386,5 +436,5 @@ AddedLogs AddSavedLogs(PartReader& part, bool whole_logs) {
       return result;
     }
   }
-  return Refuse(part.damaged ? LogsAdded::kDamaged : LogsAdded::kAll);
+  return Refuse(part.damaged || !SetOriginals(logs) ? LogsAdded::kDamaged : LogsAdded::kAll);
 }

@@ -11,7 +11,7 @@
 // What besides a log's bytes decides about its records, beyond limits and the zone.
 struct RecordRules {
   int date_order;           // a DateOrder
-  int64_t offset;           // added to times, seconds
+  bool gmt;                 // times are GMT
   std::string_view layout;  // the user's; empty: none
 };
 

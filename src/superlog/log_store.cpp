@@ -7,10 +7,11 @@
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
-#include <string_view>
 
 #include "base/text.h"
+#include "base/text_file.h"
 #include "dates/clock.h"
+#include "layouts/known_layouts.h"
 #include "superlog/content_hash.h"
 #include "superlog/file_replacement.h"
 
@@ -18,16 +19,10 @@ static constexpr int64_t kSettled = 2;  // seconds: some file systems know no sm
 static constexpr ContentKey kSumKey = {
     {0x452821e638d01377, 0xbe5466cf34e90c6c, 0xc0ac29b7c97c50dd, 0x3f84d5b5b5470917}};  // digits of pi
 
-static constexpr size_t kEntrySize = 512;
-
 static char mFolder[kPathSize];
 static uint64_t mRules = 0;
 
-bool StampOf(const char* path, LogStamp& stamp) {
-  struct stat info;
-  if (stat(path, &info) != 0 || !S_ISREG(info.st_mode)) {
-    return false;
-  }
+static bool TakeStamp(const struct stat& info, LogStamp& stamp) {
   stamp = {.device = info.st_dev,
            .inode = info.st_ino,
            .size = static_cast<uint64_t>(info.st_size),
@@ -35,7 +30,29 @@ bool StampOf(const char* path, LogStamp& stamp) {
            .changed_ns = info.st_mtim.tv_nsec,
            .described = info.st_ctim.tv_sec,
            .described_ns = info.st_ctim.tv_nsec};
-  return true;
+  return S_ISREG(info.st_mode);
+}
+
+bool StampOf(const char* path, LogStamp& stamp) {
+  struct stat info;
+  return stat(path, &info) == 0 && TakeStamp(info, stamp);
+}
+
+static bool IsStampOf(int file, const LogStamp& stamp) {
+  struct stat info;
+  LogStamp now;
+  return fstat(file, &info) == 0 && TakeStamp(info, now) && now == stamp;
+}
+
+bool HashOfFile(const char* path, const LogStamp& stamp, const ContentKey& key, ContentHash& hash) {
+  const int file = OpenToRead(path).file;
+  if (file < 0) {
+    return false;
+  }
+  const bool hashed =
+      IsStampOf(file, stamp) && HashFile(key, file, stamp.size, hash) && IsStampOf(file, stamp);
+  close(file);
+  return hashed;
 }
 
 bool IsSettled(const LogStamp& stamp) {
@@ -63,86 +80,165 @@ void OpenStore(const char* folder, uint64_t rules) {
   }
 }
 
+bool IsStoreOpen() {
+  return mFolder[0] != '\0';
+}
+
 static void NameEntry(char (&path)[kPathSize + 40], const LogStamp& stamp) {
   snprintf(path, sizeof path, "%s/%016" PRIx64 "%016" PRIx64, mFolder, stamp.device, stamp.inode);
 }
 
 // ---- One entry ----
 
-struct Entry {
-  char text[kEntrySize];
-  size_t length;
+// Written as it stands in memory: a store is of one machine.
+struct Head {
+  char mark[16];
+  uint64_t rules;
+  LogStamp stamp;
+  uint64_t settled;
+  uint64_t packed;
+  uint64_t size;
+  ContentKey key;
+  ContentHash hash;
+  uint64_t bytes;
+  int64_t first;
+  char line[kShownOfLine + 8];
+  uint64_t nearest_given;
+  uint64_t nearest_layout;
+  uint64_t nearest_field;
+  uint64_t nearest_character;
+  uint64_t blocks;
 };
+static_assert(sizeof(Head) == 16 + sizeof(LogStamp) + sizeof(ContentKey) + sizeof(ContentHash) +
+                                  kShownOfLine + 8 + 11 * sizeof(uint64_t));
 
-static constexpr char kForm[] = "Orvellis log 1 %" PRIx64 " %" PRIx64 " %" PRIu64 " %" PRId64 " %" PRId64
-                                " %" PRId64 " %" PRId64 " %" PRIx64 " %" PRId64 " %" PRId64 " %" PRId64;
+static constexpr char kMark[sizeof Head::mark] = "Orvellis log 3\n";
 
-// The last word proves that the others are as they were written.
-static void Write(const LogStamp& stamp, uint64_t rules, const LogRecords& records, Entry& entry) {
-  int length = snprintf(entry.text, sizeof entry.text, kForm, stamp.device, stamp.inode, stamp.size,
-                        stamp.changed, stamp.changed_ns, stamp.described, stamp.described_ns, rules,
-                        records.count, int64_t{records.first}, int64_t{records.last});
-  const ContentHash sum = AddBlock(kSumKey, {}, entry.text, static_cast<size_t>(length));
-  length += snprintf(entry.text + length, sizeof entry.text - static_cast<size_t>(length),
-                     " %016" PRIx64 "%016" PRIx64 "\n", sum.high, sum.low);
-  entry.length = static_cast<size_t>(length);
+static size_t SizeOfEntry(uint64_t blocks) {
+  return sizeof(Head) + blocks * sizeof(LogBlock) + sizeof(ContentHash);
 }
 
-// False when that cannot be what was written.
-static bool Read(const Entry& entry, LogStamp& stamp, uint64_t& rules, LogRecords& records) {
-  int64_t first = 0;
-  int64_t last = 0;
-  if (sscanf(entry.text, kForm, &stamp.device, &stamp.inode, &stamp.size, &stamp.changed, &stamp.changed_ns,
-             &stamp.described, &stamp.described_ns, &rules, &records.count, &first, &last) != 11) {
+// Behind all else: proves that it is as it was written.
+static ContentHash SumOf(const char* entry, size_t size) {
+  return AddBlock(kSumKey, {}, entry, size - sizeof(ContentHash));
+}
+
+static std::vector<char> Write(const KnownLog& log) {
+  Head head{.mark = {},
+            .rules = mRules,
+            .stamp = log.stamp,
+            .settled = log.settled,
+            .packed = log.packed,
+            .size = log.size,
+            .key = log.key,
+            .hash = log.hash,
+            .bytes = log.bytes,
+            .first = log.first.first,
+            .line = {},
+            .nearest_given = log.first.nearest.given,
+            .nearest_layout = log.first.nearest.miss.layout,
+            .nearest_field = static_cast<uint64_t>(log.first.nearest.miss.field),
+            .nearest_character = log.first.nearest.miss.character,
+            .blocks = log.blocks.size()};
+  CopyText(head.mark, kMark);
+  CopyText(head.line, log.first.line);
+  std::vector<char> entry(SizeOfEntry(head.blocks));
+  memcpy(entry.data(), &head, sizeof head);
+  memcpy(entry.data() + sizeof head, log.blocks.data(), head.blocks * sizeof(LogBlock));
+  const ContentHash sum = SumOf(entry.data(), entry.size());
+  memcpy(entry.data() + entry.size() - sizeof sum, &sum, sizeof sum);
+  return entry;
+}
+
+// False when that is not what was written.
+static bool IsSound(const std::vector<char>& entry, Head& head) {
+  if (entry.size() < SizeOfEntry(0)) {
     return false;
   }
-  records.first = first;
-  records.last = last;
-  Entry again;
-  Write(stamp, rules, records, again);
-  return std::string_view(entry.text, entry.length) == std::string_view(again.text, again.length);
+  ContentHash sum;
+  memcpy(&head, entry.data(), sizeof head);
+  memcpy(&sum, entry.data() + entry.size() - sizeof sum, sizeof sum);
+  return memcmp(head.mark, kMark, sizeof kMark) == 0 && head.blocks <= kMostKeptBlocks &&
+         entry.size() == SizeOfEntry(head.blocks) && sum == SumOf(entry.data(), entry.size());
 }
 
-static bool LoadEntry(const char* path, Entry& entry) {
+// None, when there is no such layout or field.
+static NearLayout NearestOf(const Head& head) {
+  if (head.nearest_layout > KnownLayouts().size() || head.nearest_field >= kFieldCount) {
+    return {};
+  }
+  return {.miss = {.layout = static_cast<uint8_t>(head.nearest_layout),
+                   .field = static_cast<Field>(head.nearest_field),
+                   .character = static_cast<uint32_t>(head.nearest_character)},
+          .given = head.nearest_given != 0};
+}
+
+static void Read(const std::vector<char>& entry, Head& head, KnownLog& log) {
+  head.line[sizeof head.line - 1] = '\0';
+  log.stamp = head.stamp;
+  log.settled = head.settled != 0;
+  log.packed = head.packed != 0;
+  log.size = head.size;
+  log.key = head.key;
+  log.hash = head.hash;
+  log.bytes = head.bytes;
+  log.first = {.lines = 0, .first = head.first, .line = {}, .nearest = NearestOf(head)};
+  CopyText(log.first.line, CutText(head.line, kShownOfLine));
+  MakePrintable(log.first.line);
+  log.blocks.resize(head.blocks);
+  memcpy(log.blocks.data(), entry.data() + sizeof head, head.blocks * sizeof(LogBlock));
+}
+
+static bool IsOwnFile(int file, struct stat& info) {
+  return fstat(file, &info) == 0 && S_ISREG(info.st_mode) && info.st_nlink == 1 && IsOwn(info);
+}
+
+static bool ReadAll(int file, char* text, size_t size) {
+  size_t got = 0;
+  for (ssize_t n = 1; got < size && n > 0; got += n > 0 ? static_cast<size_t>(n) : 0) {
+    n = read(file, text + got, size - got);
+  }
+  return got == size;
+}
+
+static bool LoadEntry(const char* path, std::vector<char>& entry) {
   const int file = open(path, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
   if (file < 0) {
     return false;
   }
   struct stat info;
-  const bool own = fstat(file, &info) == 0 && S_ISREG(info.st_mode) && info.st_nlink == 1 && IsOwn(info);
-  const ssize_t length = own ? read(file, entry.text, sizeof entry.text - 1) : -1;
+  bool loaded = IsOwnFile(file, info) && info.st_size <= static_cast<off_t>(SizeOfEntry(kMostKeptBlocks));
+  if (loaded) {
+    entry.resize(static_cast<size_t>(info.st_size));
+    loaded = ReadAll(file, entry.data(), entry.size());
+  }
   close(file);
-  entry.length = length < 0 ? 0 : static_cast<size_t>(length);
-  entry.text[entry.length] = '\0';
-  return length > 0;
+  return loaded;
 }
 
-bool Recall(const LogStamp& stamp, LogRecords& records) {
+bool Recall(const LogStamp& stamp, KnownLog& log) {
   char path[kPathSize + 40];
-  Entry entry;
-  LogStamp kept{};
-  uint64_t rules = 0;
-  LogRecords known;
+  std::vector<char> entry;
+  Head head;
   NameEntry(path, stamp);
-  if (mFolder[0] == '\0' || !LoadEntry(path, entry) || !Read(entry, kept, rules, known) || kept != stamp ||
-      rules != mRules) {
+  if (!IsStoreOpen() || !LoadEntry(path, entry) || !IsSound(entry, head) || head.rules != mRules ||
+      head.stamp.device != stamp.device || head.stamp.inode != stamp.inode) {
     return false;
   }
-  records = known;
+  Read(entry, head, log);
   return true;
 }
 
-void Keep(const LogStamp& stamp, const LogRecords& records) {
-  if (mFolder[0] == '\0') {
+void Keep(const KnownLog& log) {
+  if (!IsStoreOpen() || log.blocks.size() > kMostKeptBlocks) {
     return;
   }
   char path[kPathSize + 40];
-  Entry entry;
-  NameEntry(path, stamp);
-  Write(stamp, mRules, records, entry);
+  NameEntry(path, log.stamp);
+  const std::vector<char> entry = Write(log);
   FileReplacement replacement;
   if (BeginReplacement(replacement, path, "", "", true)) {
-    fwrite(entry.text, 1, entry.length, replacement.stream);
+    fwrite(entry.data(), 1, entry.size(), replacement.stream);
     FinishReplacement(replacement);
   }
 }

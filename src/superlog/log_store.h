@@ -1,13 +1,16 @@
-// What the reading of a log has told, kept between runs, so that a log whose records all lie outside the
-// range need not be read again.
+// What the reading of a log has told, kept between runs, so that blocks of a log whose records all lie
+// outside the range need not be read again.
 //
 // The store is a folder of small files, one for each log, called by its device and inode. It only saves time:
-// what is missing there, cannot be read or written, is damaged, was written by somebody else, or is of a file
-// that may have changed since, is read from the log.
+// what is missing there, cannot be read or written, is damaged, or was written by somebody else, is read from
+// the log.
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
+#include "superlog/content_hash.h"
+#include "superlog/log_line.h"
 #include "superlog/superlog.h"
 
 // What tells a file, and that it is the same as before.
@@ -29,12 +32,46 @@ bool StampOf(const char* path, LogStamp& stamp);
 // Whether nobody can have changed the file within the second of its stamp: it was older than two seconds.
 bool IsSettled(const LogStamp& stamp);
 
+// The hash of the file of that stamp; false when it cannot be read, or is another one meanwhile.
+bool HashOfFile(const char* path, const LogStamp& stamp, const ContentKey& key, ContentHash& hash);
+
+// Lines that follow each other, and what they come to.
+struct LogBlock {
+  uint64_t begins;       // where in the log
+  uint64_t state;        // in which its first line was read (StateOfLines)
+  uint64_t state_known;  // 1, or 0
+  int64_t records;
+  int64_t first;  // the least time of these, wherever it stands
+  int64_t last;   // and the greatest
+  int64_t not_understood;
+
+  bool operator==(const LogBlock&) const = default;
+};
+
+inline constexpr size_t kMostKeptBlocks = size_t{1} << 16;
+
+// What is known of a log.
+struct KnownLog {
+  LogStamp stamp;
+  bool settled;   // it was when it was read: with the same stamp it is the same
+  bool packed;    // compressed: then there is one block
+  uint64_t size;  // bytes of the file that were read, of which the hash is
+  ContentKey key;
+  ContentHash hash;
+  uint64_t bytes;  // of its lines: of a compressed file more
+  NotUnderstood
+      first;  // the first line of all blocks that was not understood; its count stays with the blocks
+  std::vector<LogBlock> blocks;
+};
+
 // Takes a folder, empty for none, and what besides a log decides about its records, as a number.
 void OpenStore(const char* folder, uint64_t rules);
 
-// What is known of the log of that stamp, under the same rules; false when nothing is. Of the records
-// nothing is in range.
-bool Recall(const LogStamp& stamp, LogRecords& records);
+// Whether there is a folder.
+bool IsStoreOpen();
 
-// Keeps what all records of a log came to. Fails silently.
-void Keep(const LogStamp& stamp, const LogRecords& records);
+// What was kept last under the same rules of the file of that device and inode; false when nothing was.
+bool Recall(const LogStamp& stamp, KnownLog& log);
+
+// Keeps what is known of a log of at most kMostKeptBlocks blocks, of others nothing. Fails silently.
+void Keep(const KnownLog& log);

@@ -2,8 +2,15 @@
 
 #include <algorithm>
 
+// No scheme is called so. A connection that ended before a request came held none.
+static std::string_view UrlOrError(std::string_view url) {
+  constexpr std::string_view kNoneCame = "error:transaction-end-before-headers";
+  const bool error = url.starts_with("error:") && url.find('/') == std::string_view::npos;
+  return !error ? url : url == kNoneCame ? std::string_view{kNoRequest} : std::string_view{kNotHttp};
+}
+
 std::string_view UrlOrNoRequest(std::string_view url) {
-  return url.empty() || url == "-" ? kNoRequest : url;
+  return url.empty() || url == "-" ? kNoRequest : UrlOrError(url);
 }
 
 // What stands before the URL and the space before it, back to what parts it from the field before it.

@@ -15,6 +15,7 @@
 #include "base/limits.h"
 #include "base/network.h"
 #include "cgi/settings.h"
+#include "layouts/near_miss.h"
 #include "superlog/log_events.h"
 #include "superlog/super_long.h"
 #include "unpack/codec.h"
@@ -65,6 +66,15 @@ void SuperLog_SetFixGmt(const char* text, int source);
 // them.
 inline constexpr size_t kLongestLayoutText = 8191;
 void SuperLog_SetLayoutText(std::string_view text, int source);
+
+// What was asked for as the layout of the logs where it is neither letters that all have a meaning, nor the
+// name of a known layout, nor words of a server; otherwise empty. The text stays valid until the next one is
+// taken. It may be letters of which some have no meaning, and is then read as these unless it is made known.
+struct UnknownLayout {
+  std::string_view text;
+  bool may_be_letters;
+};
+UnknownLayout SuperLog_UnknownLayout() noexcept;
 
 // Takes these for all logs from now on, unless letters of a stronger level hold. False when they are
 // neither name nor words.
@@ -123,11 +133,17 @@ inline void AddTime(LogRecords& records, time_t time) {
 }
 
 // Tells that the open log file was read, and what its records came to. Where the rules of SuperLog_Init's
-// settings have logs read whole, it was read to its end, and is closed.
+// settings have logs read whole, it, or a part of it, was read to its end.
 void SuperLog_LogRead(const LogRecords& records);
 
 // Where logs are read whole: reads all that are left without counting their records.
 void SuperLog_ReadLogs();
+
+// The layout that comes nearest to a line which none explains, and where it stops to fit.
+struct NearLayout {
+  NearMiss miss;       // of the known layouts (layouts/known_layouts.h), in their order
+  bool given = false;  // but of the one that the user, or a line of the log, has told
+};
 
 // What there is to know of a log that was found. The texts are the list's, until SuperLog_Uninit.
 struct LogState {
@@ -140,6 +156,7 @@ struct LogState {
   int64_t lines_not_understood;
   int64_t first_not_understood;  // the number of the first of these lines, from 1; 0 without any
   const char* line;              // its beginning, printable ASCII
+  NearLayout nearest;            // of that line; none of a log that letters tell
 };
 
 // The way through all logs that were found. place is null before the first one. False behind the last.
@@ -152,8 +169,15 @@ bool SuperLog_LogFilesFound();
 // leaving both as they are, when there is none.
 bool SuperLog_TimesHeld(time_t& first, time_t& last);
 
+// Where logs are read whole, before the first one is opened: reads all without counting a record, and tells
+// nobody of it, to learn these times. Then no log is left but for SuperLog_BeginAgain.
+bool SuperLog_FindTimes(time_t& first, time_t& last);
+
+// Begins anew with the first log, for another range.
+void SuperLog_BeginAgain(time_t range_first, time_t range_last);
+
 // Opens the next log file that reaches into the range, or that may do so; false when none is left
-// (and none is open).
+// (and none is open). Where logs are read whole: goes on to the next part of a log that may do so.
 bool SuperLog_NextLogFile();
 
 // Fills record from the next usable line of the open log file; false at its end.
@@ -174,7 +198,8 @@ SuperLong SuperLog_GetTotalLogBytesRead();
 // in those that hold records in range, and in those that hold no record at all.
 int64_t SuperLog_GetLinesNotUnderstood();
 
-// Records of all logs that this run has read, as SuperLog_LogRead was told.
+// Records of all logs that this run has read, as SuperLog_LogRead was told. Where logs are read whole: also
+// of what need not be read again.
 int64_t SuperLog_GetRecordsRead();
 
 // Releases the list of log files, and ends the process that unpacks, if there is one.

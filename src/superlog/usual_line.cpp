@@ -8,10 +8,6 @@
 #include "superlog/log_dates.h"
 #include "superlog/log_limits.h"
 
-#if defined(__x86_64__)
-#include <immintrin.h>
-#endif
-
 UsualLayout UsualLayoutOf(std::string_view letters) {
   constexpr std::string_view kLetters = "hmw1qrcfa";
   static constexpr std::string_view kNeeded = "1qrc";
@@ -26,207 +22,112 @@ UsualLayout UsualLayoutOf(std::string_view letters) {
   return {true, letters.size() > 7, asked('h'), asked('m'), asked('w'), asked('f'), asked('a')};
 }
 
-// ---- Marks ----
-
-static constexpr size_t kWord = 64;
-
-// So many words are looked at without asking whether the line is longer, and so many quotes written
-// of each, whatever it has: loops that end after a different number of turns for each line cost more,
-// in mispredicted branches, than the bytes do.
-static constexpr size_t kWords = 4;
-static constexpr int kQuotes = 4;
-static_assert(kWords * kWord <= kScanOverread);
-
-void MarkUsualPlainly(const char* line, size_t length, UsualMarks& marks) {
-  marks.blanks = MatchMask64(line, ' ');
-  uint32_t* place = marks.quotes;
-  for (size_t from = 0; from < length; from += kWord) {
-    for (uint64_t bits = MatchMask64(line + from, '"'); bits != 0; bits &= bits - 1) {
-      *place++ = static_cast<uint32_t>(from) + static_cast<uint32_t>(std::countr_zero(bits));
-    }
-  }
-  std::fill_n(place, UsualMarks::kNone, UINT32_MAX);
-}
-
-#if defined(__x86_64__)
-
-#define FAST [[gnu::target("avx2,bmi,popcnt"), gnu::always_inline]] inline static
-
-FAST uint64_t MatchFast(const char* bytes, char c) {
-  const __m256i all = _mm256_set1_epi8(c);
-  const __m256i low = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes));
-  const __m256i high = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes + sizeof low));
-  const auto in_low = static_cast<uint32_t>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(low, all)));
-  const auto in_high = static_cast<uint32_t>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(high, all)));
-  return in_low | uint64_t{in_high} << 32;
-}
-
-FAST uint32_t* PlaceFast(const char* line, size_t from, uint32_t* place) {
-  uint64_t bits = MatchFast(line + from, '"');
-  const int count = __builtin_popcountll(bits);
-#pragma GCC unroll 4
-  for (int i = 0; i < kQuotes; ++i) {
-    place[i] = static_cast<uint32_t>(from + _tzcnt_u64(bits));
-    bits = _blsr_u64(bits);
-  }
-  for (int i = kQuotes; i < count; ++i) {
-    place[i] = static_cast<uint32_t>(from + _tzcnt_u64(bits));
-    bits = _blsr_u64(bits);
-  }
-  return place + count;
-}
-
-[[gnu::target("avx2,bmi,popcnt")]] static void MarkUsualFast(const char* line, size_t length,
-                                                             UsualMarks& marks) {
-  marks.blanks = MatchFast(line, ' ');
-  uint32_t* place = marks.quotes;
-#pragma GCC unroll 4
-  for (size_t i = 0; i < kWords; ++i) {
-    place = PlaceFast(line, i * kWord, place);
-  }
-  for (size_t from = kWords * kWord; from < length; from += kWord) {
-    place = PlaceFast(line, from, place);
-  }
-  const __m256i none = _mm256_set1_epi8(-1);
-  _mm256_storeu_si256(reinterpret_cast<__m256i*>(place), none);
-}
-static_assert(UsualMarks::kNone * sizeof(uint32_t) == sizeof(__m256i));
-
-#undef FAST
-
-static MarkUsualForm ChooseForm() noexcept {
-  const bool fast =
-      __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") && __builtin_cpu_supports("popcnt");
-  return fast ? MarkUsualFast : MarkUsualPlainly;
-}
-
-#else
-
-static MarkUsualForm ChooseForm() noexcept {
-  return MarkUsualPlainly;
-}
-
-#endif
-
-const MarkUsualForm mpMarkUsual = ChooseForm();
-
-// ---- Fields ----
-
-// Fields are [begin, end), distances from the line's start.
-struct Span {
-  uint32_t begin;
-  uint32_t end;
-
-  std::string_view of(const char* line) const { return {line + begin, end - begin}; }
-  uint32_t length() const { return end - begin; }
-};
-
-struct UsualFields {
-  Span host;
-  Span realm;
-  Span user;
-  Span date;
-  Span request;
-  Span status;
-  Span bytes;
-  Span referrer;
-  Span agent;
-};
-
-static uint32_t TakeBit(uint64_t& bits) {
-  const int place = std::countr_zero(bits);
-  bits &= bits - 1;
-  return static_cast<uint32_t>(place);
-}
-
 // Whether a field that begins so ends at the next blank.
 static bool IsPlain(char first) {
   return first != '[' && first != '\'' && first != '"';
 }
 
-// host realm user [date zone] "
-static bool FindBegin(const char* line, const UsualMarks& marks, UsualFields& fields) {
-  uint64_t blanks = marks.blanks;
-  const uint32_t host = TakeBit(blanks);
-  const uint32_t realm = TakeBit(blanks);
-  const uint32_t user = TakeBit(blanks);
-  const uint32_t zone = TakeBit(blanks);
-  if (blanks == 0) {
+template <bool kEscapes>
+static bool MayEnd(std::string_view field) {
+  const char* const end = field.data() + field.size();
+  return field.size() <= mLogLimits.item && (!kEscapes || end[-1] != '\\');
+}
+
+// A text that somebody asks for, and that says something.
+static std::string_view Asked(bool asked, std::string_view text) {
+  const bool says = text.size() > 1 || (text.size() == 1 && text[0] != '-');
+  return asked && says ? text : std::string_view{};
+}
+
+static std::string_view Between(const char* begin, const char* end) {
+  return {begin, static_cast<size_t>(end - begin)};
+}
+
+// "realm user", of which nearly all lines have neither.
+static bool ReadNames(std::string_view names, const UsualLayout& layout, SuperLogRecord& record) {
+  record.realm = record.user = {};
+  if (names == "- -") {
+    return true;
+  }
+  const size_t blank = names.find(' ');
+  if (blank == std::string_view::npos) {
     return false;
   }
-  const uint32_t date = TakeBit(blanks);
-  fields.host = {0, host};
-  fields.realm = {host + 1, realm};
-  fields.user = {realm + 1, user};
-  fields.date = {user + 2, date - 1};
-  return marks.quotes[0] == date + 1 && zone == user + 22 && line[user + 1] == '[' && line[date - 1] == ']' &&
-         IsPlain(line[0]) && IsPlain(line[host + 1]) && IsPlain(line[realm + 1]);
+  const std::string_view realm = names.substr(0, blank);
+  const std::string_view user = names.substr(blank + 1);
+  record.realm = Asked(layout.realm, realm);
+  record.user = Asked(layout.user, user);
+  return IsPlain(*realm.data()) && IsPlain(*user.data()) && user.find(' ') == std::string_view::npos;
 }
 
-// "request" 200 bytes, at the line's end or before "referrer" "agent"
-static bool FindEnd(const char* line, uint32_t length, const UsualMarks& marks, UsualFields& fields) {
-  const uint32_t* const quotes = marks.quotes;
-  const uint32_t status = quotes[1] + 2;
-  fields.request = {quotes[0] + 1, quotes[1]};
-  fields.status = {status, status + 3};
-  fields.bytes = {status + 4, quotes[2] < length ? quotes[2] - 1 : length};
-  fields.referrer = {quotes[2] + 1, quotes[3]};
-  fields.agent = {quotes[4] + 1, quotes[5]};
-  return status + 4 < length && line[status - 1] == ' ' && line[status + 3] == ' ' &&
-         fields.bytes.length() - 1 < 8;
+// host realm user [date] "
+static bool ReadBegin(const char* line, const char* quote, const UsualLayout& layout,
+                      SuperLogRecord& record) {
+  constexpr ptrdiff_t kDate = std::string_view(" [05/Mar/2000:07:06:11 +0000] ").size();
+  const char* const blank = FindEither(line, quote, ' ', ' ');
+  const char* const date = quote - kDate;
+  if (date - blank < 2 || static_cast<size_t>(date - line) > mLogLimits.item || date[0] != ' ' ||
+      date[1] != '[' || quote[-2] != ']' || quote[-1] != ' ' || !IsPlain(line[0])) {
+    return false;
+  }
+  record.host = layout.host ? Between(line, blank) : std::string_view{};
+  return ReadNames(Between(blank + 1, date), layout, record) &&
+         ReadInLastHour(Between(date + 2, quote - 2), record.local, record.time);
 }
 
-static bool IsLonger(const char* line, uint32_t length, const UsualMarks& marks) {
-  const uint32_t* const quotes = marks.quotes;
-  return quotes[5] == length - 1 && quotes[4] == quotes[3] + 2 && line[quotes[2] - 1] == ' ' &&
-         line[quotes[3] + 1] == ' ';
+// " 200 17" or " 200 17 "
+static bool ReadFigures(const char* begin, const char* end, SuperLogRecord& record) {
+  constexpr size_t kStatus = 3;
+  const char* const bytes = begin + kStatus + 2;
+  const auto length = static_cast<size_t>(end - bytes);
+  if (length - 1 >= 8 || begin[0] != ' ' || bytes[-1] != ' ') {
+    return false;
+  }
+  const uint64_t status_word = DigitWord(begin + 1, kStatus);
+  const uint64_t bytes_word = DigitWord(bytes, length);
+  record.status = NumberOfDigits(status_word);
+  record.bytes = NumberOfDigits(bytes_word);
+  return AreDigits(status_word) && AreDigits(bytes_word);
+}
+
+//  "referrer" "agent"
+template <bool kEscapes>
+static bool ReadLonger(const LineQuotes& quotes, const char* end, const UsualLayout& layout,
+                       SuperLogRecord& record) {
+  const char* const buffer = quotes.buffer;
+  const char* const referrer = buffer + quotes.begin[2];
+  const char* const behind = buffer + quotes.begin[3];
+  const char* const agent = buffer + quotes.begin[4];
+  const char* const last = buffer + quotes.begin[5];
+  const std::string_view texts[] = {Between(referrer + 1, behind), Between(agent + 1, last)};
+  record.referrer = Asked(layout.referrer, texts[0]);
+  record.agent = Asked(layout.agent, texts[1]);
+  return last == end - 1 && agent == behind + 2 && referrer[-1] == ' ' && behind[1] == ' ' &&
+         MayEnd<kEscapes>(texts[0]) && MayEnd<kEscapes>(texts[1]);
 }
 
 template <bool kEscapes>
-static bool MayEnd(const char* line, Span field) {
-  return field.length() <= mLogLimits.item && (!kEscapes || line[field.end - 1] != '\\');
+bool ReadUsualLine(const char* line, const char* end, const LineQuotes& quotes, const UsualLayout& layout,
+                   SuperLogRecord& record) {
+  const ptrdiff_t count = quotes.end - quotes.begin;
+  const bool longer = count == 6;
+  if (!longer && (count != 2 || layout.longer)) {
+    return false;
+  }
+  const char* const request = quotes.buffer + quotes.begin[0];
+  const char* const behind = quotes.buffer + quotes.begin[1];
+  const char* const figures_end = longer ? quotes.buffer + quotes.begin[2] - 1 : end;
+  record.url = Between(request + 1, behind);
+  if (!longer) {
+    record.referrer = record.agent = {};
+  } else if (!ReadLonger<kEscapes>(quotes, end, layout, record)) {
+    return false;
+  }
+  return MayEnd<kEscapes>(record.url) && ReadFigures(behind + 1, figures_end, record) &&
+         ReadBegin(line, request, layout, record);
 }
 
-static std::string_view Asked(bool asked, const char* line, Span field) {
-  return asked ? field.of(line) : std::string_view{};
-}
-
-template <bool kEscapes>
-bool ReadUsualLine(const char* line, const char* end, const UsualLayout& layout, SuperLogRecord& record) {
-  static UsualMarks marks;
-  const auto length = static_cast<size_t>(end - line);
-  if (length >= UsualMarks::kLongest) {
-    return false;
-  }
-  mpMarkUsual(line, length, marks);
-  UsualFields fields;
-  if (!FindBegin(line, marks, fields) || !FindEnd(line, static_cast<uint32_t>(length), marks, fields) ||
-      !MayEnd<kEscapes>(line, fields.request)) {
-    return false;
-  }
-  const bool longer = marks.quotes[2] < length;
-  if (longer ? !IsLonger(line, static_cast<uint32_t>(length), marks) ||
-                   !MayEnd<kEscapes>(line, fields.referrer) || !MayEnd<kEscapes>(line, fields.agent)
-             : layout.longer) {
-    return false;
-  }
-  const uint64_t status = DigitWord(line + fields.status.begin, fields.status.length());
-  const uint64_t bytes = DigitWord(line + fields.bytes.begin, fields.bytes.length());
-  if (!AreDigits(status) || !AreDigits(bytes) || !ReadInLastHour(fields.date.of(line), record.local)) {
-    return false;
-  }
-  record.status = NumberOfDigits(status);
-  record.bytes = NumberOfDigits(bytes);
-  record.host = Asked(layout.host, line, fields.host);
-  record.realm = Asked(layout.realm, line, fields.realm);
-  record.user = Asked(layout.user, line, fields.user);
-  record.url = fields.request.of(line);
-  record.referrer = Asked(layout.referrer, line, fields.referrer);
-  record.agent = Asked(layout.agent, line, fields.agent);
-  return true;
-}
-
-template bool ReadUsualLine<false>(const char* line, const char* end, const UsualLayout& layout,
-                                   SuperLogRecord& record);
-template bool ReadUsualLine<true>(const char* line, const char* end, const UsualLayout& layout,
-                                  SuperLogRecord& record);
+template bool ReadUsualLine<false>(const char* line, const char* end, const LineQuotes& quotes,
+                                   const UsualLayout& layout, SuperLogRecord& record);
+template bool ReadUsualLine<true>(const char* line, const char* end, const LineQuotes& quotes,
+                                  const UsualLayout& layout, SuperLogRecord& record);

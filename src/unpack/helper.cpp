@@ -1,8 +1,6 @@
 #include "unpack/helper.h"
 
-#include <sys/prctl.h>
 #include <sys/socket.h>
-#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -10,8 +8,10 @@
 #include <csignal>
 #include <cstring>
 
+#include "sandbox/helper_process.h"
 #include "sandbox/landlock.h"
 #include "sandbox/syscall_filter.h"
+#include "unpack/chunks.h"
 #include "unpack/unpack_file.h"
 
 // ---- Requests ----
@@ -104,29 +104,29 @@ static bool GetReady(LoadedCodecs& codecs) {
   return !kGivesUp || (GiveUpFiles() && EnterSyscallFilter(SyscallSet::kUnpackHelper) == 0);
 }
 
-static void DieWith(pid_t parent) {
-  if (prctl(PR_SET_PDEATHSIG, SIGKILL) != 0 || getppid() != parent) {
-    _exit(0);
-  }
-}
-
-static void CloseAllBut(int file) {
-  constexpr unsigned last = ~0U;
-  if (file > 0) {
-    syscall(SYS_close_range, 0U, static_cast<unsigned>(file) - 1, 0U);
-  }
-  syscall(SYS_close_range, static_cast<unsigned>(file) + 1, last, 0U);
-}
-
 // ---- A child for each file ----
 
-[[noreturn]] static void UnpackAndExit(const Codec& codec, const UnpackRequest& request, int socket,
+struct Server {
+  int socket;
+  unsigned char* chunks;
+  LoadedCodecs codecs;
+};
+
+static UnpackEnd UnpackIntoChunks(const Codec& codec, int from, ChunkWriter writer) {
+  const auto room = [](void* chunks) { return RoomOf(*static_cast<ChunkWriter*>(chunks)); };
+  const auto take = [](void* chunks, size_t filled) {
+    return Tell(*static_cast<ChunkWriter*>(chunks), filled);
+  };
+  return UnpackFile(codec, from, {&writer, room, take});
+}
+
+[[noreturn]] static void UnpackAndExit(const Codec& codec, const UnpackRequest& request, const Server& server,
                                        pid_t parent) {
   DieWith(parent);
-  close(socket);
+  close(server.socket);
   UnpackEnd end = UnpackEnd::kBroken;
   if (!kGivesUp || EnterSyscallFilter(SyscallSet::kUnpack) == 0) {
-    end = UnpackFile(codec, request.from, request.to);
+    end = UnpackIntoChunks(codec, request.from, {server.chunks, request.to, 0});
   }
   _exit(static_cast<int>(end));
 }
@@ -142,41 +142,41 @@ static UnpackEnd WaitFor(pid_t child) {
   return left ? static_cast<UnpackEnd>(WEXITSTATUS(status)) : UnpackEnd::kBroken;
 }
 
-static UnpackEnd UnpackInChild(const LoadedCodecs& codecs, const UnpackRequest& request, int socket) {
-  const Codec* const codec = codecs.of[static_cast<size_t>(request.format)];
+static UnpackEnd UnpackInChild(const Server& server, const UnpackRequest& request) {
+  const Codec* const codec = server.codecs.of[static_cast<size_t>(request.format)];
   if (codec == nullptr) {
     return UnpackEnd::kNoLibrary;
   }
   const pid_t self = getpid();
   const pid_t child = fork();
   if (child == 0) {
-    UnpackAndExit(*codec, request, socket, self);
+    UnpackAndExit(*codec, request, server, self);
   }
   close(request.to);  // so that the child is the only one that writes
   return child < 0 ? UnpackEnd::kBroken : WaitFor(child);
 }
 
-static bool Serve(LoadedCodecs& codecs, int socket) {
+static bool Serve(Server& server) {
   UnpackRequest request{};
-  if (!ReceiveRequest(socket, request)) {
+  if (!ReceiveRequest(server.socket, request)) {
     return false;
   }
   UnpackEnd end = UnpackEnd::kBroken;
-  if (codecs.looked_for || GetReady(codecs)) {
-    end = UnpackInChild(codecs, request, socket);
+  if (server.codecs.looked_for || GetReady(server.codecs)) {
+    end = UnpackInChild(server, request);
   }
   close(request.from);
   close(request.to);
-  return write(socket, &end, sizeof end) == sizeof end;
+  return write(server.socket, &end, sizeof end) == sizeof end;
 }
 
-void ServeUnpacking(int socket, pid_t parent) {
+void ServeUnpacking(int socket, pid_t parent, unsigned char* chunks) {
   DieWith(parent);
   CloseAllBut(socket);
   signal(SIGCHLD, SIG_DFL);  // who starts a program may have it ignored, and then no child can be waited for
   signal(SIGPIPE, SIG_IGN);
-  LoadedCodecs codecs{};
-  while (Serve(codecs, socket)) {
+  Server server{socket, chunks, {}};
+  while (Serve(server)) {
   }
   _exit(0);
 }

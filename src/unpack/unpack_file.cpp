@@ -6,18 +6,17 @@
 #include <cstdint>
 
 static constexpr size_t kInSize = size_t{64} * 1024;
-static constexpr size_t kOutSize = size_t{64} * 1024;
 
 // A library may find only then that a member has ended, or that it needs more. One that goes on like this
 // never ends.
 static constexpr int kMostIdle = 3;
 
 static unsigned char mIn[kInSize];
-static unsigned char mOut[kOutSize];
 
 struct Unpacking {
   int from;
-  int to;
+  const Taker& taker;
+  std::span<unsigned char> room;  // of which the piece has what is left
   Piece piece;
   bool at_end;   // all of the file is read
   bool between;  // members
@@ -39,20 +38,15 @@ static bool Refill(Unpacking& work) {
   return got >= 0;
 }
 
-// Writes what is unpacked so far; false when nobody takes it.
-static bool Deliver(Unpacking& work) {
-  const unsigned char* next = mOut;
-  while (next < work.piece.out) {
-    const ssize_t put = write(work.to, next, static_cast<size_t>(work.piece.out - next));
-    if (put > 0) {
-      next += put;
-    } else if (put == 0 || errno != EINTR) {
-      return false;
-    }
-  }
-  work.piece.out = mOut;
-  work.piece.out_left = sizeof mOut;
-  return true;
+static void TakeRoom(Unpacking& work) {
+  work.room = work.taker.room(work.taker.context);
+  work.piece.out = work.room.data();
+  work.piece.out_left = work.room.size();
+}
+
+// Hands over what is unpacked so far; false when nobody takes it.
+static bool Deliver(const Unpacking& work) {
+  return work.taker.take(work.taker.context, work.room.size() - work.piece.out_left);
 }
 
 // Tapes and disks of old fill a file up with NULs.
@@ -95,19 +89,23 @@ static bool GoOn(const Codec& codec, void* state, Unpacking& work, UnpackEnd& en
   if (work.idle > kMostIdle || (!moved && !work.between && work.at_end)) {
     return false;  // a library that cannot go on; a file that is cut
   }
-  if (piece.out_left == 0 && !Deliver(work)) {
-    end = UnpackEnd::kUnwanted;
-    return false;
+  if (piece.out_left > 0) {
+    return true;
   }
-  return true;
+  end = UnpackEnd::kUnwanted;
+  const bool taken = Deliver(work);
+  TakeRoom(work);
+  return taken;
 }
 
-UnpackEnd UnpackFile(const Codec& codec, int from, int to) {
+UnpackEnd UnpackFile(const Codec& codec, int from, const Taker& taker) {
   void* const state = codec.open();
   if (state == nullptr) {
     return UnpackEnd::kNoMemory;
   }
-  Unpacking work{from, to, {mIn, 0, mOut, sizeof mOut}, false, true, 0};
+  Unpacking work{
+      .from = from, .taker = taker, .room = {}, .piece = {}, .at_end = false, .between = true, .idle = 0};
+  TakeRoom(work);
   UnpackEnd end = UnpackEnd::kWhole;
   while (GoOn(codec, state, work, end)) {
   }

@@ -1,4 +1,5 @@
-// Reading compressed files as if they were not: what is unpacked comes through a pipe, while it is read.
+// Reading compressed files as if they were not: what is unpacked comes from another process
+// (unpack/chunks.h), while it is read.
 //
 // A process reads one such file at a time. Its helper (unpack/helper.h) is file-scope state.
 #pragma once
@@ -9,13 +10,16 @@
 // does not is served as long as it has not.
 void StartUnpacking();
 
-// Begins to unpack an open file from its start. Returns the pipe through which its bytes come, or -1 when
-// there is nobody to unpack it. The file may be closed at once.
-int OpenUnpacked(int file, PackFormat format);
+// Begins to unpack an open file from its start; false when there is nobody to unpack it. The file may be
+// closed at once.
+bool OpenUnpacked(int file, PackFormat format);
 
-// Closes the pipe and waits until nobody unpacks the file any more: the end, kUnwanted when the pipe was not
-// read to its own.
-UnpackEnd CloseUnpacked(int pipe);
+// Reads on in what is unpacked of it: so many bytes, fewer only at the end.
+size_t ReadUnpacked(char* dst, size_t size);
+
+// Waits until nobody unpacks the file any more: the end, kUnwanted when it was not read to its own. To be
+// called before the next one is opened.
+UnpackEnd CloseUnpacked();
 
 // Ends the helper, if it is there, and waits for it.
 void StopUnpacking();

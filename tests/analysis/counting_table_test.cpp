@@ -479,6 +479,144 @@ TEST_F(PairedDisplayTest, ManyKeysInEveryOrderOfArrival) {
   }
 }
 
+// ---- Keys that are watched ----
+
+static std::vector<std::string> mTold;
+static List mFound;
+static ListInfo* mpFoundInfo;
+
+static void Note(std::string_view key) {
+  mTold.emplace_back(key);
+  count_now(mFound, mpFoundInfo, key.substr(1), false);
+}
+
+class WatchedKeys : public CountingTableTest {
+ protected:
+  void SetUp() override {
+    CountingTableTest::SetUp();
+    init_list(mFound, mpFoundInfo, "Found");
+    mTold.clear();
+    info_->classify = [](std::string_view key) { return key.starts_with('?') ? kWatchedKind : uint8_t{1}; };
+    info_->watcher = Note;
+  }
+  void TearDown() override {
+    destroy(mFound);
+    CountingTableTest::TearDown();
+  }
+  void QueueAll(std::initializer_list<const char*> keys) {
+    for (const char* key : keys) {
+      queue_item(list_, info_, Kept(key), true);
+    }
+    count_queued();
+  }
+};
+
+TEST_F(WatchedKeys, AreToldEachTimeAndOthersOnce) {
+  QueueAll({"a", "?b"});
+  EXPECT_EQ(mTold, (std::vector<std::string>{"a", "?b"}));
+  mTold.clear();
+  QueueAll({"a", "?b", "a", "?b", "a"});
+  EXPECT_EQ(mTold, (std::vector<std::string>{"?b", "?b"}));
+  EXPECT_EQ(Text(KeyOrder(mFound)), "b(3) ");
+  EXPECT_EQ(Text(KeyOrder(list_)), "?b(3) a(4) ");
+}
+
+TEST_F(WatchedKeys, AreToldInEverySpelling) {
+  QueueAll({"?b"});
+  QueueAll({"?B", "?b"});
+  EXPECT_EQ(mTold, (std::vector<std::string>{"?b", "?B", "?b"}));
+  EXPECT_EQ(Text(KeyOrder(mFound)), "B(1) b(2) ");
+  EXPECT_EQ(Text(KeyOrder(list_)), "?b(3) ");
+}
+
+TEST_F(WatchedKeys, AreToldBeforeTheyAreCounted) {
+  info_->watcher = [](std::string_view key) { count_now(mFound, mpFoundInfo, key, false); };
+  SetCountingLimits(kClassicLimits);
+  QueueAll({"?new"});
+  EXPECT_EQ(gSM_TotalBytesAllocated, 2 * 256);
+  info_->watcher = [](std::string_view) { mTold.emplace_back(std::to_string(gSM_TotalBytesAllocated)); };
+  QueueAll({"?other"});
+  EXPECT_EQ(mTold.back(), std::to_string(2 * 256)) << "and no record made of them";
+}
+
+TEST_F(WatchedKeys, KeysCountedMeanwhileAreCutAndEmptyOnesDoNothing) {
+  info_->watcher = [](std::string_view) {
+    count_now(mFound, mpFoundInfo, std::string(300, 'x'), false);
+    count_now(mFound, mpFoundInfo, "", false);
+  };
+  QueueAll({"?"});
+  EXPECT_EQ(Text(KeyOrder(mFound)), std::string(243, 'x') + "(1) ");
+}
+
+// ---- Parts of keys ----
+
+static std::string_view LastLabel(std::string_view key) {
+  return key.substr(key.rfind('.') + 1);
+}
+
+class PartsOfKeys : public CountingTableTest {
+ protected:
+  void SetUp() override {
+    CountingTableTest::SetUp();
+    init_list(types_, types_info_, "Types");
+    count_parts_too(*info_, *types_info_, LastLabel);
+  }
+  void TearDown() override {
+    destroy(types_);
+    CountingTableTest::TearDown();
+  }
+
+  List types_;
+  ListInfo* types_info_;
+};
+
+TEST_F(PartsOfKeys, AreCountedAsOftenAsTheKeys) {
+  for (const char* key : {"a.com", "b.com", "a.com", "c.", "d.net", "c.", "a.com"}) {
+    queue_item(list_, info_, Kept(key), false);
+  }
+  Add("b.com", 2);
+  count_parts(*info_);
+  EXPECT_EQ(Text(KeyOrder(types_)), "com(6) net(1) ");
+  EXPECT_EQ(types_info_->kinds[0], 7);
+  count_parts(*info_);
+  EXPECT_EQ(Text(KeyOrder(types_)), "com(6) net(1) ") << "once";
+}
+
+// As if each part had been queued behind its key, whatever is reclaimed when.
+static void ExpectPlainParts() {
+  for (const uint32_t names : {60U, 900U, 4000U}) {
+    ResetMemory();
+    InitMemory(MemorySettings(3, 20, BudgetOfRecords(2000)));
+    Random random(names);
+    PairedTable keys(false);
+    PairedTable parts(false);
+    PairedTable others(false);
+    count_parts_too(*keys.info, *parts.info, LastLabel);
+    std::deque<WithRoom> texts;
+    for (int step = 0; step < 20000; ++step) {
+      const std::string part = RandomName(random, names);
+      const std::string key = Numbered("host", random.Below(1 + names / 8)).append(".").append(part);
+      queue_item(keys.list, keys.info, texts.emplace_back(key), false);
+      plain::add_item(keys.plain_list, keys.plain_info, key, "", nullptr, false);
+      plain::add_item(parts.plain_list, parts.plain_info, std::string(LastLabel(key)), "", nullptr, false);
+      if (random.Below(3) == 0) {
+        others.Queue(RandomName(random, names), "");
+      }
+    }
+    count_parts(*keys.info);
+    EXPECT_EQ(keys.info->reclaimed > 0, names > 60);
+    ASSERT_NO_FATAL_FAILURE(ExpectSameStatistics());
+    ASSERT_NO_FATAL_FAILURE(keys.ExpectSame());
+    ASSERT_NO_FATAL_FAILURE(parts.ExpectSame());
+    ASSERT_NO_FATAL_FAILURE(others.ExpectSame());
+  }
+}
+
+TEST_F(CountingTableTest, PartsOfKeysGiveThePlainResultUnderABudget) {
+  destroyListInfo();
+  ExpectPlainParts();
+}
+
 // ---- Keys that collide ----
 
 static constexpr uint32_t kWeakHash = 7;
@@ -540,6 +678,11 @@ TEST_F(CollidingKeys, GiveThePlainResult) {
     ASSERT_NO_FATAL_FAILURE(table.ExpectSame());
     ASSERT_NO_FATAL_FAILURE(table.ExpectSameDisplay(40));
   }
+}
+
+TEST_F(CollidingKeys, GiveThePlainPartsUnderABudget) {
+  destroyListInfo();
+  ExpectPlainParts();
 }
 
 TEST_F(CountingTableTest, KeysThatDoNotCollideAreNotTakenForSuch) {
@@ -745,6 +888,56 @@ TEST_F(CountingTableTest, RefusedDescriptorEndsTheProcessWithStatus1) {
   List other;
   ListInfo* other_info = nullptr;
   EXPECT_EXIT(init_list(other, other_info, "Others"), testing::ExitedWithCode(1), "^$");
+}
+
+// ---- Many at once, and records that leave ----
+
+TEST_F(CountingTableTest, AddItemsCountsManyAtOnce) {
+  Add("b", 2);
+  add_items(list_, info_, "b", 5);
+  add_items(list_, info_, "a", 3);
+  add_items(list_, info_, "", 3);
+  EXPECT_EQ(Text(SortList(list_)), "b(7) a(3) ");
+  EXPECT_EQ(info_->kinds[0], 10);
+}
+
+TEST_F(CountingTableTest, TakeFirstEmptiesTheListInItsOrder) {
+  Add("a", 1);
+  Add("b", 3);
+  Add("longer", 2);
+  SortList(list_);
+  char key[4];
+  int64_t count = 0;
+  std::string taken;
+  while (take_first(list_, *info_, key, sizeof key, count)) {
+    taken += std::string(key) + "(" + std::to_string(count) + ") ";
+  }
+  EXPECT_EQ(taken, "b(3) lon(2) a(1) ");
+  EXPECT_EQ(list_.length, 0U);
+  EXPECT_EQ(info_->entries, 0);
+  EXPECT_EQ(gSM_CurrentBytesAllocated, 0);
+  Add("b", 1);
+  EXPECT_EQ(Text(SortList(list_)), "b(1) ");
+}
+
+// A reclaim in between leaves pivots, one of which may be the first record.
+TEST_F(CountingTableTest, TakeFirstGoesOnBehindReclaims) {
+  InitMemory(MemorySettings(10, 1, 0));
+  for (int i = 0; i < 2000; ++i) {
+    Add(std::to_string(i), i % 7 + 1);
+  }
+  char key[16];
+  int64_t count = 0;
+  std::set<std::string> taken;
+  for (int i = 0; i < 1500 && take_first(list_, *info_, key, sizeof key, count); ++i) {
+    EXPECT_TRUE(taken.insert(key).second) << key;
+    EXPECT_EQ(count, atoi(key) % 7 + 1);
+    if (i % 100 == 0) {
+      smart_free(nullptr);
+    }
+  }
+  EXPECT_EQ(taken.size(), 1500U);
+  EXPECT_EQ(list_.length + taken.size() + static_cast<size_t>(info_->reclaimed), 2000U);
 }
 
 // ---- Counts that were written down ----

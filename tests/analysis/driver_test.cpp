@@ -418,6 +418,27 @@ TEST_F(CountingOfDriver, PagesOfTheSiteAreNoReferrersUnlessAskedFor) {
   EXPECT_EQ(analysis_.own_referrers, 0);
 }
 
+TEST_F(CountingOfDriver, HostsOfAnyLengthTellTheSite) {
+  settings_.referrers.on = 1;
+  for (const char* own : {"a.b", "own.site", "own.site.", "a.long.own.example"}) {
+    SCOPED_TRACE(own);
+    CopyText(settings_.url, std::string("https://").append(own).append("/"));
+    std::string content;
+    for (const char* scheme : {"http://", "https://", "http://www.", "https://WwW."}) {
+      for (const char* path : {"", "/", "/a/page/of/the/site", "x/another/site/of/some", ":80"}) {
+        content += ToText({.referrer = std::string(scheme).append(own).append(path)});
+      }
+    }
+    for (const char* scheme : {"ftp://", "HTTP://", "", "http:///", "https:/", "https://www.w"}) {
+      content += ToText({.referrer = std::string(scheme).append(own).append("/a/page/of/any/site")});
+    }
+    AddLog("a.log", content);
+    RunWith(kModernCounting);
+    EXPECT_EQ(analysis_.own_referrers, 16);
+    EXPECT_EQ(analysis_.referrers.total, 26);
+  }
+}
+
 TEST_F(CountLogsTest, HitsAndBytesOfCountedRecords) {
   AddLog("a.log", {{.bytes = "100"}, {.bytes = "2000000000"}, {.bytes = "-"}});
   Run();
@@ -439,6 +460,21 @@ TEST_F(FindTestOfDriver, SubdirsMatchesByPrefix) {
   AddLog("a.log", {{.url = "/docs/a.html"}, {.url = "/docsx"}, {.url = "/DOCS"}, {.url = "/doc"}});
   Run();
   EXPECT_EQ(Urls(), "/DOCS=1 /docs/a.html=1 /docsx=1 ");
+}
+
+TEST_F(CountingOfDriver, FindsPrefixesOfOneCharacterOrNone) {
+  const auto hits = [this](const char* find) {
+    CopyText(settings_.find, find);
+    RunWith(kClassicCounting);
+    return analysis_.hits;
+  };
+  settings_.subdirs = 1;
+  AddLog("a.log", {{.url = "/"}, {.url = "/a"}, {.url = "a/"}, {.url = "A"}, {.url = "*"}});
+  EXPECT_EQ(hits("/"), 2);
+  EXPECT_EQ(hits("*"), 1);
+  EXPECT_EQ(hits("a"), 2) << "letters of any case";
+  EXPECT_EQ(hits("?"), 0);
+  EXPECT_EQ(hits(""), 5);
 }
 
 TEST_F(FindTestOfDriver, WithoutSubdirsTheUrlWithoutItsQueryMustBeEqual) {
@@ -717,6 +753,49 @@ TEST_F(CountLogsTest, SearchPhrasesAloneAreReadFromReferrers) {
   AddLog("a.log", {{.referrer = "http://finder.example/?q=a"}, {}});
   Run();
   EXPECT_EQ(Counted(analysis_.search.engines->phrases), "a=1 ");
+}
+
+// Often enough that their records are known.
+static std::string ManyReferrers(std::initializer_list<const char*> referrers, int times) {
+  std::string content;
+  for (int i = 0; i < times; ++i) {
+    for (const char* referrer : referrers) {
+      content += ToText({.referrer = referrer});
+    }
+  }
+  return content;
+}
+
+TEST_F(CountLogsTest, SearchPhrasesOfKnownReferrersAreReadEachTime) {
+  settings_.search.on = 1;
+  settings_.referrers.on = 1;
+  ParseSearchEngineDefinition("F;domain=finder.example;vars=q");
+  AddLog("a.log",
+         ManyReferrers({"http://Finder.example/?q=A", "http://finder.example/?q=A",
+                        "http://finder.example/?Q=a", "http://finder.example/?q=z",
+                        "http://other.example/?q=b", "http://finder.example/", "http://other.example/"},
+                       100));
+  Run();
+  EXPECT_EQ(Counted(analysis_.search.engines->phrases), "A=100 a=100 z=100 ");
+  EXPECT_EQ(analysis_.search.hits, 300);
+  EXPECT_EQ(Referrers(),
+            "http://finder.example/=100 http://Finder.example/?q=A=300 http://finder.example/?q=z=100 "
+            "http://other.example/=100 http://other.example/?q=b=100 ");
+}
+
+TEST_F(CountingOfDriver, ReferralsOfKnownReferrersCountEachTime) {
+  settings_.search.on = 1;
+  settings_.referrers.on = 1;
+  CopyText(settings_.url, "http://own.example/");
+  AddLog("a.log",
+         ManyReferrers({"https://WWW.google.com/", "https://www.google.com/", "http://other.example/",
+                        "http://own.example/?q=x", "https://bing.com/search?q=red"},
+                       100));
+  RunWith(kModernCounting);
+  EXPECT_EQ(analysis_.search.hits, 200);
+  EXPECT_EQ(analysis_.search.engines->referrals, 100);
+  EXPECT_EQ(analysis_.own_referrers, 100);
+  EXPECT_EQ(analysis_.referrers.total, 500);
 }
 
 TEST_F(CountLogsTest, QueryBehindTwoSlashesIsAReferrerWithoutPhrase) {

@@ -134,6 +134,17 @@ TEST(CountKnown, StopsAtTheFirstOther) {
   }
 }
 
+TEST(CountKnown, StopsAtWatchedRecords) {
+  const auto item = MakeItem("/a");
+  const WithRoom text("/a");
+  for (const KeyForm& form : {mKeyFormHere, kPlainForm}) {
+    item->kind = kWatchedKind;
+    ASSERT_FALSE(Counts(form, *item, "/a"));
+    item->kind = kWatchedKind - 1;
+    ASSERT_TRUE(Counts(form, *item, "/a"));
+  }
+}
+
 TEST(SameKey, IsEqualityWithAndWithoutCase) {
   Random random(2);
   for (int i = 0; i < 20000; ++i) {
@@ -189,27 +200,37 @@ TEST(KeyHash, DependsOnTheSeed) {
   EXPECT_NE(Hash("/index.html", false), Hash("/index.html", false, other));
 }
 
-TEST(KeyHash, SpreadsNumberedKeysOverTheLowBits) {
-  constexpr int kKeys = 1 << 14;
-  std::set<uint32_t> homes;
-  for (int i = 0; i < kKeys; ++i) {
-    homes.insert(Hash("/page" + std::to_string(i) + ".html", false) % kKeys);
+// As random ones would: 1 - 1/e of the places are taken.
+TEST(KeyHash, SpreadsNumberedKeys) {
+  constexpr int kBits = 14;
+  constexpr int kKeys = 1 << kBits;
+  for (const uint64_t length : {kSeed.length, uint64_t{0}, ~uint64_t{0}}) {
+    KeySeed seed = kSeed;
+    seed.length = length;
+    std::set<uint32_t> low;
+    std::set<uint32_t> high;
+    for (int i = 0; i < kKeys; ++i) {
+      const uint32_t hash = Hash("/page" + std::to_string(i) + ".html", false, seed);
+      low.insert(hash % kKeys);
+      high.insert(hash >> (32 - kBits));
+    }
+    EXPECT_NEAR(static_cast<double>(low.size()), kKeys * 0.632, kKeys * 0.02);
+    EXPECT_NEAR(static_cast<double>(high.size()), kKeys * 0.632, kKeys * 0.02);
   }
-  EXPECT_NEAR(static_cast<double>(homes.size()), kKeys * 0.632,
-              kKeys * 0.02);  // 1 - 1/e, as random ones would
 }
 
 TEST(KeyHash, FormOfThisProcessorGivesWhatThePlainOneDoes) {
   Random random(4);
   std::vector<WithRoom> texts;
   std::vector<WaitingKey> keys;
+  List list = {};
   for (int i = 0; i < 20000; ++i) {
     std::string key(random.Below(random.Below(9) == 0 ? kLongestItem : 200), ' ');
     for (char& c : key) {
       c = static_cast<char>(random.Below(256));
     }
     const std::string_view text = texts.emplace_back(key);
-    keys.push_back({text.data(), nullptr, nullptr, nullptr, 0, static_cast<uint16_t>(text.size()),
+    keys.push_back({text.data(), &list, nullptr, nullptr, 0, static_cast<uint16_t>(text.size()),
                     random.Below(2) == 0, false});
   }
   std::vector<WaitingKey> others = keys;

@@ -215,6 +215,21 @@ TEST(CheckIP, LabelsWithoutALetterAreUnknown) {
              checkIP);
 }
 
+TEST(TypeOfDomain, IsTheLastLabelIfThereIsALetter) {
+  ExpectCuts({{"example.com", "com"},
+              {"10.1.2", "UNKNOWN"},
+              {"localhost", "localhost"},
+              {"com.", ""},
+              {"(null)", ""},
+              {"2001:db8:1::/48", "2001:db8:1::/48"}},
+             TypeOfDomain);
+}
+
+TEST(TypeOfDomain, OfANetworkIsUnknown) {
+  ExpectCuts({{"example.com", "com"}, {"2001:db8:1::/48", "UNKNOWN"}, {"::/48", "UNKNOWN"}},
+             TypeOfDomainOrNetwork);
+}
+
 TEST(Normalisers, AbsentTextsStayAbsent) {
   const string_view absent;
   EXPECT_EQ(TruncateDomain(absent, 1).data(), nullptr);

@@ -292,6 +292,35 @@ TEST_F(ModernSearchTest, ManyOtherHostsHideNoEngine) {
   EXPECT_EQ(ReferralOf("https://www.google.com/"), "Google");
 }
 
+TEST_F(CountSearchHitsTest, OnlyReferrersWithAQueryMayCount) {
+  ParseSearchEngineDefinition("F;domain=finder.example;vars=q");
+  counts_ = NewSearchCounts();
+  EXPECT_FALSE(MayCountForEngine("http://finder.example/", counts_));
+  EXPECT_TRUE(MayCountForEngine("http://finder.example/?", counts_));
+  EXPECT_TRUE(MayCountForEngine("http://other.example/?", counts_)) << "not known yet";
+  Count("http://other.example/?q=a");
+  EXPECT_FALSE(MayCountForEngine("http://other.example/?", counts_));
+}
+
+// What is remembered holds for all spellings of a host.
+TEST_F(CountSearchHitsTest, HostsOfEnginesInOtherLettersMayCount) {
+  ParseSearchEngineDefinition("F;domain=Finder.example;vars=q");
+  counts_ = NewSearchCounts();
+  for (const std::string_view referrer :
+       {"http://finder.example/?q=a", "http://FINDER.EXAMPLE/?q=a", "http://Finder.example/?q=a"}) {
+    Count(referrer);
+    EXPECT_TRUE(MayCountForEngine(referrer, counts_)) << referrer;
+  }
+  EXPECT_EQ(counts_.hits, 1);
+}
+
+TEST_F(ModernSearchTest, ReferrersWithoutAQueryMayCount) {
+  EXPECT_TRUE(MayCountForEngine("https://www.google.com/", counts_));
+  EXPECT_TRUE(MayCountForEngine("https://other.example/", counts_)) << "not known yet";
+  Count("https://other.example/");
+  EXPECT_FALSE(MayCountForEngine("https://other.example/", counts_));
+}
+
 TEST_F(CountSearchHitsTest, AnyReferrerIsReadWithinItsBounds) {
   Search_Init();
   std::mt19937 random(5);

@@ -12,7 +12,7 @@ from bounds import BoundsCase, MIB, TIMES, GROWTH, log_line, main
 
 LOG = "logs/a.log"
 
-# What a child takes to unpack: the bytes that a format looks back to, two buffers, and its library.
+# What a child takes to unpack: the bytes that a format looks back to, a buffer and the chunks, and its library.
 UNPACKING = 16 * MIB
 
 

@@ -310,6 +310,14 @@ TEST_F(WrittenDaysTest, EachEndCanBeLeftToTheLogs) {
   EXPECT_EQ(Range("", "first", "first"), "7");
 }
 
+TEST_F(WrittenDaysTest, FirstWithoutALastDayIsOneDay) {
+  EXPECT_EQ(Range("", "First"), "03052000,03052000");
+  EXPECT_TRUE(settings.first_alone && !settings.from_first && !settings.to_last);
+  EXPECT_EQ(Range("", "first", "last"), "03052000,03052000");
+  EXPECT_FALSE(settings.first_alone);
+  EXPECT_EQ(Range("", "last"), "7");
+}
+
 TEST_F(WrittenDaysTest, TodayIsTheDayThatTheReportIsMadeOn) {
   setenv("SOURCE_DATE_EPOCH", "951782400", 1);  // 2000-02-29
   EXPECT_EQ(Range("today"), "02292000,02292000");

@@ -58,7 +58,7 @@ const RankedName kRankedNames[] = {
     {"domains", &Settings::domains},           {"referrers", &Settings::referrers},
 };
 
-std::string Field(const char* value, int n) {
+std::string FieldOf(const char* value, int n) {
   char out[kTextSize] = "untouched";
   ReturnValue(out, sizeof out, value, n);
   return out;
@@ -185,24 +185,24 @@ TEST(ParseFieldValue, DroppedEqualsSignsDoNotCountTowardsTheLimit) {
 }
 
 TEST(ReturnValue, CopiesTheNthField) {
-  EXPECT_EQ(Field("a,b,c", 1), "a");
-  EXPECT_EQ(Field("a,b,c", 2), "b");
-  EXPECT_EQ(Field("a,b,c", 3), "c");
-  EXPECT_EQ(Field("a,,c", 2), "");
-  EXPECT_EQ(Field("a,", 2), "");
+  EXPECT_EQ(FieldOf("a,b,c", 1), "a");
+  EXPECT_EQ(FieldOf("a,b,c", 2), "b");
+  EXPECT_EQ(FieldOf("a,b,c", 3), "c");
+  EXPECT_EQ(FieldOf("a,,c", 2), "");
+  EXPECT_EQ(FieldOf("a,", 2), "");
 }
 
 TEST(ReturnValue, WithoutCommaTheFirstFieldIsTheWholeValue) {
-  EXPECT_EQ(Field("whole", 1), "whole");
-  EXPECT_EQ(Field("whole", 2), "");
+  EXPECT_EQ(FieldOf("whole", 1), "whole");
+  EXPECT_EQ(FieldOf("whole", 2), "");
 }
 
 TEST(ReturnValue, MissingFieldsAreEmpty) {
-  EXPECT_EQ(Field("a,b", 3), "");
-  EXPECT_EQ(Field("a,b", 0), "");
-  EXPECT_EQ(Field("a,b", -1), "");
-  EXPECT_EQ(Field("", 1), "");
-  EXPECT_EQ(Field(nullptr, 1), "");
+  EXPECT_EQ(FieldOf("a,b", 3), "");
+  EXPECT_EQ(FieldOf("a,b", 0), "");
+  EXPECT_EQ(FieldOf("a,b", -1), "");
+  EXPECT_EQ(FieldOf("", 1), "");
+  EXPECT_EQ(FieldOf(nullptr, 1), "");
 }
 
 TEST(ReturnValue, CutsToTheCapacity) {

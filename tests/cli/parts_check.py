@@ -30,8 +30,10 @@ LEAST_SAME = 400  # pages that were made of several parts
 PIECES = 3
 REASONS = {
     "debug": rb"orvellis: the counts of a run with debug cannot be added to others\n",
-    "look-ups": rb"orvellis: the counts of a run that looks up names \(dnslookupenabled\) cannot be added to others\n",
+    "look-ups": rb"orvellis: the counts of a run that looks up names while it counts \(dnslookupenabled\) "
+                rb"cannot be added to others\n",
     "brackets": rb"orvellis: a pattern whose brackets do not match .*\n",
+    "first day": rb"orvellis: from=first alone .*\n",
     "memory": rb"orvellis: the counts take more memory than they may have.*\n",
     "repeated hour": rb"orvellis: the first log begins within an hour that a clock change repeats.*\n",
     "copy": rb"orvellis: .* covers the log .*, which seems to be a copy of one in a part before it\n",

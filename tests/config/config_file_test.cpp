@@ -263,6 +263,20 @@ TEST_F(ParseConfigFileTest, AccountLineBeatsDateFormatInEitherOrder) {
   EXPECT_EQ(SuperLog_GetDateFormat(), kOrderYmd);
 }
 
+TEST_F(ParseConfigFileTest, AccountLineBeatsTimeZoneInEitherOrder) {
+  settings.rules.later_names = true;
+  Parse("user=ann;timezone=Asia/Tokyo\nTimeZone=Europe/Berlin\nTimeZone=UTC\n");
+  EXPECT_STREQ(settings.timezone, "Asia/Tokyo");
+  settings.timezone_level = kLevelForm;
+  Parse("TimeZone=Europe/Berlin\nTimeZone=UTC\nuser=bob;timezone=Asia/Tokyo\n");
+  EXPECT_STREQ(settings.timezone, "UTC");
+}
+
+TEST_F(ParseConfigFileTest, TimeZoneIsUnknownWhereLaterNamesAre) {
+  Parse("TimeZone=Europe/Berlin\nuser=ann;timezone=Asia/Tokyo\n");
+  EXPECT_STREQ(settings.timezone, "");
+}
+
 // The user's layout as the next log file gets it.
 static std::string UserLayout() {
   return GrokLineFormat() ? mKnownFormatBuf : "";

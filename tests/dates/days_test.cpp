@@ -154,3 +154,36 @@ TEST(ParseDay, LeavesTheDayAlone) {
   EXPECT_FALSE(ParseDay("2000-02-30", {3, 5, 2000}, day));
   EXPECT_EQ(Written(day), "2003-01-02");
 }
+
+static std::string BeginIn(const char* zone, const CalendarDate& day) {
+  setenv("TZ", zone, 1);
+  ResetLocalTime();
+  const time_t begin = BeginOfDay(day);
+  setenv("TZ", "UTC", 1);
+  ResetLocalTime();
+  char text[32];
+  tm universal{};
+  gmtime_r(&begin, &universal);
+  strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S", &universal);
+  return text;
+}
+
+TEST(BeginOfDay, IsMidnightOfTheZone) {
+  EXPECT_EQ(BeginIn("UTC0", {3, 5, 2000}), "2000-03-05 00:00:00");
+  EXPECT_EQ(BeginIn("EST5EDT,M4.1.0,M10.5.0", {3, 5, 2000}), "2000-03-05 05:00:00");
+  EXPECT_EQ(BeginIn("EST5EDT,M4.1.0,M10.5.0", {7, 5, 2000}), "2000-07-05 04:00:00");
+  EXPECT_EQ(BeginIn("<+14>-14", {1, 1, 2000}), "1999-12-31 10:00:00");
+  EXPECT_EQ(BeginIn("<-12>12", {1, 1, 2000}), "2000-01-01 12:00:00");
+  EXPECT_EQ(BeginIn("IST-5:30", {1, 1, 1900}), "1899-12-31 18:30:00");
+  EXPECT_EQ(BeginIn("UTC0", {1, 1, 10000}), "10000-01-01 00:00:00");
+}
+
+// In some zones clocks go forward or back at midnight.
+TEST(BeginOfDay, IsTheFirstSecondWhereClocksChangeAtMidnight) {
+  constexpr const char* kForward =
+      "AAA3BBB,M10.3.0/0,M2.3.0/0";  // from 00:00 to 01:00, and from 00:00 to 23:00
+  EXPECT_EQ(BeginIn(kForward, {10, 15, 2017}), "2017-10-15 03:00:00");
+  EXPECT_EQ(BeginIn(kForward, {2, 18, 2018}), "2018-02-18 03:00:00");
+  constexpr const char* kBack = "AAA5BBB,M3.2.0/0,M11.1.0/1";  // from 01:00 to 00:00
+  EXPECT_EQ(BeginIn(kBack, {11, 5, 2017}), "2017-11-05 04:00:00");
+}

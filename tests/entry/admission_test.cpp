@@ -231,7 +231,7 @@ TEST_F(AdmitTest, ProxiesAreNotTheVisitor) {
 }
 
 TEST_F(AdmitTest, WhileAnotherWaitsTheAnswerComesAtOnce) {
-  LoginAttempt other{.file = settings.LoginLimits, .visitor = {}, .account = "other", .now = 1};
+  LoginAttempt other{.file = settings.LoginLimits, .visitor = {}, .account = "other"};
   int retry_after = 0;
   ASSERT_EQ(BeginLogin(other, retry_after), LoginVerdict::kTry);
   ASSERT_TRUE(TakeWaitingTurn(other));

@@ -9,8 +9,10 @@
 #include <chrono>
 #include <csignal>
 #include <random>
+#include <thread>
 #include <vector>
 
+#include "dates/clock.h"
 #include "support/text_file.h"
 
 static constexpr std::int64_t kNow = 1'700'000'000;
@@ -42,7 +44,8 @@ std::ostream& operator<<(std::ostream& out, const Outcome& outcome) {
 // A whole attempt.
 static Outcome TryAt(const std::string& file, std::int64_t now, int visitor, std::string_view account,
                      bool right = false) {
-  LoginAttempt attempt{.file = file.c_str(), .visitor = Visitor(visitor), .account = account, .now = now};
+  SetCurrentTimeForTest(now);
+  LoginAttempt attempt{.file = file.c_str(), .visitor = Visitor(visitor), .account = account};
   Outcome outcome;
   outcome.verdict = BeginLogin(attempt, outcome.retry_after);
   if (outcome.verdict == LoginVerdict::kTry && right) {
@@ -104,10 +107,11 @@ TEST_F(LoginLimits, ARightPasswordTakesItsOwnRefusalBackAndNoOther) {
 }
 
 TEST_F(LoginLimits, AnAttemptThatIsCutOffCounts) {
+  SetCurrentTimeForTest(kNow);
   for (int i = 0; i < 10; ++i) {
     const pid_t child = fork();
     if (child == 0) {
-      LoginAttempt attempt{.file = file.c_str(), .visitor = Visitor(1), .account = "shop", .now = kNow};
+      LoginAttempt attempt{.file = file.c_str(), .visitor = Visitor(1), .account = "shop"};
       int retry_after;
       BeginLogin(attempt, retry_after);
       raise(SIGKILL);
@@ -276,8 +280,7 @@ TEST_F(LoginLimits, ALockThatIsKeptIsWaitedForNoLongerThanTheyPromise) {
   ASSERT_TRUE(TakeLoginLock(other, LoginLock::kData, 0));
   const auto start = std::chrono::steady_clock::now();
   int retry_after;
-  LoginAttempt one{
-      .file = file.c_str(), .visitor = Visitor(1), .account = "shop", .now = kNow, .lock_wait = 200};
+  LoginAttempt one{.file = file.c_str(), .visitor = Visitor(1), .account = "shop", .lock_wait = 200};
   EXPECT_EQ(BeginLogin(one, retry_after), LoginVerdict::kNoStore);
   EndLogin(one);
   const auto passed = std::chrono::steady_clock::now() - start;
@@ -288,11 +291,42 @@ TEST_F(LoginLimits, ALockThatIsKeptIsWaitedForNoLongerThanTheyPromise) {
 }
 
 TEST_F(LoginLimits, AreNotLockedWhileAPasswordIsChecked) {
-  LoginAttempt one{.file = file.c_str(), .visitor = Visitor(1), .account = "shop", .now = kNow};
+  SetCurrentTimeForTest(kNow);
+  LoginAttempt one{.file = file.c_str(), .visitor = Visitor(1), .account = "shop"};
   int retry_after;
   ASSERT_EQ(BeginLogin(one, retry_after), LoginVerdict::kTry);
   EXPECT_EQ(TryAt(file, kNow, 2, "shop"), kTries);
   EndLogin(one);
+}
+
+// Ten tries of the visitor at the account, written down by others who hold the file.
+static void WriteRefusals(int file, std::int64_t now) {
+  LoginFileHeader header;
+  ASSERT_TRUE(ReadLoginHeader(file, header));
+  const LoginRecord refusal{now, HashOfVisitor(header.key, Visitor(1)), HashOfAccount(header.key, "shop")};
+  for (std::size_t i = 0; i < 10; ++i) {
+    ASSERT_TRUE(WriteAt(file, &refusal, sizeof refusal, kRefusalsStart + i * sizeof refusal));
+  }
+}
+
+// What others write down while an attempt waits for its turn is no refusal of the future.
+TEST_F(LoginLimits, CountWhatOthersWriteDownWhileAnAttemptWaits) {
+  SetCurrentTimeForTest(kNow);
+  const int others = OpenLoginFile(file.c_str(), true);
+  ASSERT_TRUE(TakeLoginLock(others, LoginLock::kData, 0));
+  Outcome outcome{};
+  std::thread slow([&] {
+    LoginAttempt attempt{.file = file.c_str(), .visitor = Visitor(1), .account = "shop"};
+    outcome.verdict = BeginLogin(attempt, outcome.retry_after);
+    EndLogin(attempt);
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  WriteRefusals(others, kNow + 1);
+  SetCurrentTimeForTest(kNow + 1);
+  DropLoginLock(others, LoginLock::kData);
+  slow.join();
+  close(others);
+  EXPECT_EQ(outcome, TooMany(600));
 }
 
 // ---- Room ----
@@ -392,7 +426,8 @@ TEST_F(LoginLimits, HoldAgainAfterTheFileWasBegunAnew) {
 }
 
 TEST_F(LoginLimits, ASuccessAfterTheFileWasBegunAnewTakesNothingBack) {
-  LoginAttempt attempt{.file = file.c_str(), .visitor = Visitor(1), .account = "shop", .now = kNow};
+  SetCurrentTimeForTest(kNow);
+  LoginAttempt attempt{.file = file.c_str(), .visitor = Visitor(1), .account = "shop"};
   int retry_after;
   ASSERT_EQ(BeginLogin(attempt, retry_after), LoginVerdict::kTry);
   ASSERT_EQ(truncate(file.c_str(), 0), 0);
@@ -406,7 +441,8 @@ TEST_F(LoginLimits, ASuccessAfterTheFileWasBegunAnewTakesNothingBack) {
 // ---- The waiting turn ----
 
 TEST_F(LoginLimits, OneRunWaitsAtATime) {
-  LoginAttempt one{.file = file.c_str(), .visitor = Visitor(1), .account = "shop", .now = kNow};
+  SetCurrentTimeForTest(kNow);
+  LoginAttempt one{.file = file.c_str(), .visitor = Visitor(1), .account = "shop"};
   LoginAttempt other = one;
   int retry_after;
   EXPECT_FALSE(TakeWaitingTurn(one));
@@ -452,11 +488,11 @@ TEST(ForgetRefusals, ForgetsThoseOfAnAccountAnAddressOrAll) {
 }
 
 TEST(ForgetRefusals, TakesTheWholeNetworkOfAnAddress) {
+  SetCurrentTimeForTest(kNow);
   const std::string file = NewPath("limits");
   Address address;
   ASSERT_TRUE(ParseAddress("2001:db8:1:2:3::4", address));
-  LoginAttempt attempt{
-      .file = file.c_str(), .visitor = NetworkOfVisitor(address), .account = "shop", .now = kNow};
+  LoginAttempt attempt{.file = file.c_str(), .visitor = NetworkOfVisitor(address), .account = "shop"};
   int retry_after;
   while (BeginLogin(attempt, retry_after) == LoginVerdict::kTry) {
     EndLogin(attempt);

@@ -1,5 +1,6 @@
 """Memory refused: a correct report, a report with the memory warning, or status 1 and nothing else."""
 
+import itertools
 import os
 import re
 import resource
@@ -11,6 +12,8 @@ TABLES = {
     b"urls": b"Top URLs", b"referrers": b"Top Referrers", b"search": b"Search Phrases", b"browsers": b"Browsers",
     b"badurls": b"Bad URLs", b"badreferrers": b"Bad Referrers", b"domains": b"Domains", b"networks": b"Domain Types",
 }
+# What a run is worth; "rejected" is of one whose password could not be checked.
+WORTH = {"refused": 0, "rejected": 0, "warned": 1, "correct": 2}
 WARNING_ROW = re.compile(
     rb"<tr><td colspan=2><hr></td></tr><tr>\n.*?" + faults.WARNING + rb".*?</td>\n</tr>\n", re.DOTALL)
 
@@ -55,26 +58,40 @@ class MemoryTest(faults.FaultTest):
             "LD_PRELOAD": faults.FAILING_MALLOC, "COUNT_TO": count, **environment}))
         return int(self.read("count"))
 
+    def outcomes_of(self, variable, expected, requests, parameters, known_logs, environment):
+        """What becomes of the run when the n-th request is refused (or it and all later ones), by n."""
+        outcomes = []
+        for n in range(1, requests + 1):
+            if not known_logs:
+                self.forget_summaries()
+            result = self.run_once(parameters, environment={
+                "LD_PRELOAD": faults.FAILING_MALLOC, variable: str(n), **environment})
+            outcomes.append(self.expect_safe(expected, result, f"{variable}={n}"))
+        print(variable, *(f"{len(list(alike))} {outcome}" for outcome, alike in itertools.groupby(outcomes)), sep=", ")
+        return outcomes
+
     def refuse_each(self, parameters=None, known_logs=False, environment=None):
-        """Refuses the n-th request for every n, alone and with all later ones."""
+        """Refuses the n-th request for every n, alone and with all later ones; returns both lists of outcomes."""
         environment = environment or {}
         self.forget_summaries()
         expected = self.expect_report(self.run_once(parameters, environment=environment))
         if not known_logs:
             self.forget_summaries()
         requests = self.requests(parameters, environment)
-        self.assertGreater(requests, 20)
-        outcomes = {}
-        for variable in "FAIL_AT", "FAIL_FROM":
-            for n in range(1, requests + 1):
-                if not known_logs:
-                    self.forget_summaries()
-                result = self.run_once(parameters, environment={
-                    "LD_PRELOAD": faults.FAILING_MALLOC, variable: str(n), **environment})
-                outcome = self.expect_safe(expected, result, f"{variable}={n}")
-                outcomes[variable, outcome] = outcomes.get((variable, outcome), 0) + 1
-        print(f"{requests} requests: {outcomes}")
-        return outcomes
+        alone, with_later = (self.outcomes_of(variable, expected, requests, parameters, known_logs, environment)
+                             for variable in ("FAIL_AT", "FAIL_FROM"))
+        self.expect_sensible(alone, with_later)
+        return alone, with_later
+
+    def expect_sensible(self, alone, with_later):
+        """The more memory there is, the more comes of the run: a run that got further before all was refused makes
+        no worse a page, and one request that is refused costs no more than this and all later ones."""
+        worth = [WORTH[outcome] for outcome in with_later]
+        self.assertEqual(worth, sorted(worth))
+        for n, outcomes in enumerate(zip(alone, with_later), 1):
+            self.assertGreaterEqual(WORTH[outcomes[0]], WORTH[outcomes[1]], n)
+        self.assertEqual(with_later[0], "refused", "nothing can be counted without any memory")
+        self.assertEqual({"correct", "refused"} - set(alone), set())
 
     def write_small_logs(self, lines=12):
         for day in range(2):
@@ -82,27 +99,34 @@ class MemoryTest(faults.FaultTest):
 
     @faults.release_only
     def test_each_request_of_a_first_run(self):
+        # So few records are counted in the memory that a table begins with.
         self.write_small_logs()
-        outcomes = self.refuse_each()
-        self.assertGreater(outcomes["FAIL_AT", "correct"], 15)
-        self.assertGreater(outcomes["FAIL_FROM", "refused"], 20)
+        alone, with_later = self.refuse_each()
+        self.assertNotIn("warned", alone + with_later)
+        self.assertEqual(with_later[-1], "correct")
 
     @faults.release_only
     def test_each_request_of_a_run_that_may_throw_away(self):
-        # Records come in large pieces: it takes many for one to be refused behind others.
-        self.write_small_logs(lines=4000)
         self.write("orvellis.conf", self.configuration(
             keys="SmartMemoryKeepEntries=2\nSmartMemoryReclaimSize=1\n"))
-        outcomes = self.refuse_each(known_logs=True)
-        self.assertGreater(outcomes["FAIL_FROM", "warned"], 5)
-        self.assertGreater(outcomes["FAIL_FROM", "refused"], 20)
+        self.write_small_logs()
+        self.expect_report(self.run_once())
+        few = self.requests(None, {})
+        self.forget_summaries()
+        self.write_small_logs(lines=4000)
+        alone, with_later = self.refuse_each(known_logs=True)
+        # What more records ask for comes behind what a table begins with: without it, others are given up.
+        more = len(alone) - few
+        self.assertGreater(more, 0)
+        self.assertNotIn("refused", alone[-more:])
+        self.assertEqual(set(with_later[-more:]), {"warned"})
 
     @faults.release_only
     def test_each_request_without_smart_memory(self):
-        self.write_small_logs()
-        outcomes = self.refuse_each(self.parameters("smartmemorydisabled=1"))
-        self.assertNotIn(("FAIL_AT", "warned"), outcomes)
-        self.assertGreater(outcomes["FAIL_AT", "refused"], 20)
+        self.write_small_logs(lines=4000)
+        alone, with_later = self.refuse_each(self.parameters("smartmemorydisabled=1"), known_logs=True)
+        self.assertNotIn("warned", alone + with_later)
+        self.assertEqual(with_later[-1], "refused", "records ask last, and none can be given up for them")
 
     @faults.release_only
     def test_each_request_around_the_counting(self):
@@ -115,12 +139,12 @@ class MemoryTest(faults.FaultTest):
                    "Networks=names\nUserPasswords=users.pwd\nExtraHeader=Above\nExtraFooter=Below\n"
                    "search=Yahoo;domain=yahoo.com;vars=p,q;domain=yahoo.test;vars=p;\n"
                    "user=demo;url=http://www.example.com;logs=logs/access*.log;AccessLog=lo?s/access*.log\n")
-        outcomes = self.refuse_each(self.parameters("password=letmein", "debug=1"),
-                                    environment={"TZ": "Europe/Berlin"})
-        self.assertGreater(outcomes["FAIL_AT", "refused"], 20)
-        # A hash that could not be made is no password's: its few requests end in error 2.
-        self.assertLess(outcomes.pop(("FAIL_AT", "rejected"), 0), 8)
-        self.assertLess(outcomes.pop(("FAIL_FROM", "rejected"), 0), 8)
+        alone, with_later = self.refuse_each(self.parameters("password=letmein", "debug=1"),
+                                             environment={"TZ": "Europe/Berlin"})
+        # A hash that could not be made is no password's: what it asks for ends in error 2, alone and with all later.
+        rejected = [n for n, outcome in enumerate(alone) if outcome == "rejected"]
+        self.assertEqual(rejected, [n for n, outcome in enumerate(with_later) if outcome == "rejected"])
+        self.assertEqual(rejected, list(range(rejected[0], rejected[0] + len(rejected))))
 
     @faults.release_only
     def test_each_request_of_a_posted_form(self):

@@ -43,6 +43,107 @@ TEST_F(SplitJsonTest, PrefersTheKeysThatStandFirstInTheTable) {
   EXPECT_EQ((*this)[Field::kUrl], "/a");
 }
 
+TEST_F(SplitJsonTest, TellsARequestThatIsNothingFromNone) {
+  for (const char* line : {R"({"request":""})", R"({"request":"-"})", R"({"request":null})"}) {
+    Split(line);
+    EXPECT_NE((*this)[Field::kRequest].data(), nullptr) << line;
+    EXPECT_EQ((*this)[Field::kRequest], "") << line;
+  }
+  Split(R"({"agent":"","size":null})");
+  EXPECT_EQ((*this)[Field::kAgent].data(), nullptr);
+  EXPECT_EQ((*this)[Field::kBytes].data(), nullptr);
+  Split(R"({"request":"GET / HTTP/1.0","request":""})");
+  EXPECT_EQ((*this)[Field::kRequest], "GET / HTTP/1.0");
+}
+
+TEST_F(SplitJsonTest, TellsAStatusThatIsNothingFromNone) {
+  for (const char* line : {R"({"status":""})", R"({"status":"-"})", R"({"status":null})"}) {
+    Split(line);
+    EXPECT_NE((*this)[Field::kStatus].data(), nullptr) << line;
+    EXPECT_EQ((*this)[Field::kStatus], "") << line;
+  }
+  Split(R"({"status":404,"status":""})");
+  EXPECT_EQ((*this)[Field::kStatus], "404");
+  Split(R"({"status":"","response":"404"})");
+  EXPECT_EQ((*this)[Field::kStatus], "404");
+  Split(R"({"size":1})");
+  EXPECT_EQ((*this)[Field::kStatus].data(), nullptr);
+}
+
+TEST_F(SplitJsonTest, TakesFractionsThatAreNoneOffNumbers) {
+  Split(R"({"status":200.0,"size":"3428.00","uri":"/1.0"})");
+  EXPECT_EQ((*this)[Field::kStatus], "200");
+  EXPECT_EQ((*this)[Field::kBytes], "3428");
+  EXPECT_EQ((*this)[Field::kUrl], "/1.0");
+  for (const char* number : {"3428.5", "3428.", ".0", "3428.0x", "1.0.0"}) {
+    const std::string line = std::string(R"({"size":")") + number + "\"}";
+    Split(line);
+    EXPECT_EQ((*this)[Field::kBytes], number);
+  }
+}
+
+TEST_F(SplitJsonTest, TakesFewHeadersAndOnlyWhereNothingElseTells) {
+  const std::string headers =
+      R"("headers":{"Uri":["/no"],"Request-Uri":["/no"],"Status":["1"],"Size":["1"],"Ts":["1700000000"],)"
+      R"("Client-Ip":["no"],"X-Forwarded-For":["a"],"Host":["b"],"Referer":["c"],"User-Agent":["d"],"Referrer":["no"],)"
+      R"("Http-User-Agent":["no"],"request":{"uri":"/no","headers":{"Referer":["no"]}}})";
+  const std::string alone = "{" + headers + "}";
+  Split(alone);
+  for (const Field field : {Field::kUrl, Field::kStatus, Field::kBytes, Field::kMoment}) {
+    EXPECT_EQ((*this)[field].data(), nullptr) << static_cast<int>(field);
+  }
+  EXPECT_EQ((*this)[Field::kHost], "a");
+  EXPECT_EQ((*this)[Field::kSite], "b");
+  EXPECT_EQ((*this)[Field::kReferrer], "c");
+  EXPECT_EQ((*this)[Field::kAgent], "d");
+  const std::string others = R"("client":"e","domain":"f","cs_referer":"g","ua":"h","path":"/i")";
+  for (const std::string& line : {"{" + headers + "," + others + "}", "{" + others + "," + headers + "}",
+                                  R"({"request":{)" + headers + "," + others + "}}"}) {
+    Split(line);
+    EXPECT_EQ((*this)[Field::kHost], "e") << line;
+    EXPECT_EQ((*this)[Field::kSite], "f") << line;
+    EXPECT_EQ((*this)[Field::kReferrer], "g") << line;
+    EXPECT_EQ((*this)[Field::kAgent], "h") << line;
+    EXPECT_EQ((*this)[Field::kUrl], "/i") << line;
+  }
+}
+
+TEST_F(SplitJsonTest, TakesTheHeaderThatIsSpeltAsServersKnowIt) {
+  for (const char* headers : {R"("X_Forwarded_For":"no","X-Forwarded-For":"yes")",
+                              R"("x-forwarded-for":"yes","XForwarded-For":"no")"}) {
+    const std::string line = std::string(R"({"headers":{)") + headers + "}}";
+    Split(line);
+    EXPECT_EQ((*this)[Field::kHost], "yes") << headers;
+  }
+}
+
+TEST_F(SplitJsonTest, TakesNothingOfHeadersOfAResponseOrABodyOfARequest) {
+  Split(
+      R"({"response":{"headers":{"Host":"no"},"body":{"bytes":12},"request":{"headers":{"Referer":"no"}}},"status":200})");
+  EXPECT_EQ((*this)[Field::kSite].data(), nullptr);
+  EXPECT_EQ((*this)[Field::kReferrer].data(), nullptr);
+  EXPECT_EQ((*this)[Field::kBytes], "12");
+  EXPECT_EQ((*this)[Field::kStatus], "200");
+  Split(R"({"http":{"request":{"body":{"status":"1","bytes":3},"uri":"/a"}},"body":{"status":200}})");
+  EXPECT_EQ((*this)[Field::kStatus], "200");
+  EXPECT_EQ((*this)[Field::kBytes].data(), nullptr);
+  EXPECT_EQ((*this)[Field::kUrl], "/a");
+}
+
+TEST_F(SplitJsonTest, RemembersKeysBehindHeadersOfAnyNumber) {
+  for (const char* headers : {R"("A":"1")", R"("A":"1","Status":"2","B":"3")", ""}) {
+    const std::string line = std::string(R"({"headers":{)") + headers + R"(},"status":200,"uri":"/a"})";
+    Split(line);
+    EXPECT_EQ((*this)[Field::kStatus], "200") << headers;
+    EXPECT_EQ((*this)[Field::kUrl], "/a") << headers;
+  }
+}
+
+TEST_F(SplitJsonTest, TakesBracketsOffTimes) {
+  Split(R"({"time":"[05/Mar/2024:07:06:11 +0000]"})");
+  EXPECT_EQ((*this)[Field::kMoment], "05/Mar/2024:07:06:11 +0000");
+}
+
 TEST_F(SplitJsonTest, TakesNoDurationForATime) {
   Split(R"({"request_time":"0.046","time":"2024-01-01T10:00:00Z"})");
   EXPECT_EQ((*this)[Field::kMoment], "2024-01-01T10:00:00Z");

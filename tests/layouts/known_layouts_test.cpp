@@ -112,7 +112,8 @@ TEST_F(KnownLayoutsTest, EachExplainsItsSample) {
 
 TEST_F(KnownLayoutsTest, EachSampleIsRecognised) {
   for (const Sample& sample : kSamples) {
-    EXPECT_TRUE(RecogniseLayout(sample.line, "", *room_, *layout_)) << sample.name;
+    LogSoFar so_far;
+    EXPECT_TRUE(RecogniseLayout(sample.line, {}, so_far, *room_, *layout_)) << sample.name;
     EXPECT_EQ(layout_->name, sample.name);
     EXPECT_EQ(layout_->wrapper, Wrapper::kNone) << sample.name;
   }

@@ -65,3 +65,32 @@ TEST(IsSize, TakesNumbers) {
     EXPECT_FALSE(IsSize(text)) << text;
   }
 }
+
+TEST_F(SplitLineTest, TakesAnyTextForAUser) {
+  const std::string tail = " [05/Mar/2024:07:06:11 +0000] \"GET /a HTTP/1.1\" 200 12";
+  for (const std::string user : {"-", "- a", "- - a", "- -", R"(- \")", R"(a\" [b)", "17 - a"}) {
+    const std::string combined = "192.0.2.7 - " + user + tail;
+    const std::string vhost = "www.example.com:443 " + combined;
+    EXPECT_TRUE(Split("vhost_combined", vhost)) << user;
+    EXPECT_EQ(fields_[Field::kHost], "192.0.2.7");
+    EXPECT_EQ(fields_[Field::kUser], user);
+    EXPECT_TRUE(Split("combined", combined)) << user;
+    EXPECT_EQ(fields_[Field::kHost], "192.0.2.7");
+    EXPECT_EQ(fields_[Field::kUser], user);
+    EXPECT_FALSE(Split("combined", vhost)) << user;
+  }
+}
+
+// Nothing stands before a user that comes first.
+TEST_F(SplitLineTest, TakesAnyTextForAUserWhereverItStands) {
+  const auto user_of = [this](std::string_view words, std::string_view line) {
+    fields_ = {};
+    return MakeLayoutOfWords(words, *layout_) && SplitLine(*layout_, line, *room_, fields_)
+               ? std::string(fields_[Field::kUser])
+               : "none";
+  };
+  EXPECT_EQ(user_of("$remote_addr - $remote_user [$msec] $uri", "192.0.2.7 - - a [1709622371] /a"), "- a");
+  EXPECT_EQ(user_of("$remote_addr $x \"$remote_user\" $msec $uri", "192.0.2.7 x \"- a\" 1709622371 /a"),
+            "- a");
+  EXPECT_EQ(user_of("$remote_user [$msec] $remote_addr $uri", "- a [1709622371] 192.0.2.7 /a"), "- a");
+}

@@ -13,7 +13,10 @@ class SplitByPatternTest : public testing::Test {
     fields_ = {};
     line_ = line;
     EXPECT_TRUE(CompileWords(words, *pattern_)) << words;
-    return SplitByPattern(*pattern_, line_, fields_, fits_);
+    SplitStop stop;
+    const bool fits = SplitByPattern(*pattern_, line_, fields_, stop);
+    fits_ = stop.fits;
+    return fits;
   }
   std::string_view operator[](Field field) { return fields_[field]; }
 

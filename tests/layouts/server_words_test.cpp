@@ -13,8 +13,8 @@ class CompileWordsTest : public testing::Test {
       return "no words";
     }
     LineFields fields = {};
-    size_t fits;
-    if (!SplitByPattern(*pattern, line, fields, fits)) {
+    SplitStop stop;
+    if (!SplitByPattern(*pattern, line, fields, stop)) {
       return "does not fit";
     }
     std::string all;
@@ -36,6 +36,8 @@ TEST_F(CompileWordsTest, ReadsApacheWords) {
   EXPECT_EQ(Read("  LogFormat \"%h %l %u %t \\\"%r\\\" %>s %b \\\"%{Referer}i\\\" \\\"%{User-Agent}i\\\"\" "
                  "combined\n",
                  kLine),
+            kRead);
+  EXPECT_EQ(Read(R"(logformat "%h %l %u %t \"%r\" %>s %b \"%{Referer}i\" \"%{User-Agent}i\"")", kLine),
             kRead);
   EXPECT_EQ(Read(R"(CustomLog /var/log/a.log "%h %l %u %t \"%r\" %>s %b \"%{Referer}i\" \"%{User-Agent}i\"")",
                  kLine),
@@ -71,6 +73,9 @@ TEST_F(CompileWordsTest, ReadsNginxWords) {
                  "'{\"time\":\"$time_iso8601\",\"uri\":\"$request_uri\",\"status\":$status}';",
                  R"({"time":"2024-03-05T07:06:11Z","uri":"/a","status":200})"),
             "2024-03-05T07:06:11Z|/a|200|");
+  EXPECT_EQ(Read("escape=none '$time_iso8601|'  # when\n '$uri|' # what; not the end\n'$status';",
+                 "2024-03-05T07:06:11Z|/a|200"),
+            "2024-03-05T07:06:11Z|/a|200|");
   EXPECT_EQ(Read("$time_iso8601\\t$uri\\t$status", "2024-03-05T07:06:11Z\t/a\t200"),
             "2024-03-05T07:06:11Z|/a|200|");
 }
@@ -92,6 +97,49 @@ TEST_F(CompileWordsTest, ReadsHaproxyWords) {
   EXPECT_EQ(Read("%Ts %[src] %HU %[status]", "1700000000 192.0.2.7 /a 200"), "192.0.2.7|1700000000|/a|200|");
 }
 
+TEST_F(CompileWordsTest, ReadsDatesAndTimesThatStandApart) {
+  const char* const read = "192.0.2.7|2024-03-05|07:06:11|/a|200|";
+  const char* const line = "2024-03-05 07:06:11 192.0.2.7 /a 200";
+  EXPECT_EQ(Read("%{%F %T}t %h %U %s", line), read);
+  EXPECT_EQ(Read("%{%F}t %{%T}t %h %U %s", line), read);
+  EXPECT_EQ(Read("%{%Y-%m-%d}t %{%H:%M:%S}t %h %U %s", line), read);
+  EXPECT_EQ(Read("%{%F}t %h %U %s", line), "no words");
+  EXPECT_EQ(Read("%{}t %{%}t %{usec_frac}t %{%Z}t %U", line), "does not fit");
+}
+
+TEST_F(CompileWordsTest, ReadsLighttpdWords) {
+  const char* const words =
+      R"(accesslog.format = "%h %l %u %t \"%r\" %s %b \"%{Referer}i\" \"%{User-Agent}i\"")";
+  EXPECT_EQ(Read(words, kLine), kRead);
+}
+
+TEST_F(CompileWordsTest, ReadsSquidWords) {
+  EXPECT_EQ(Read("%ts.%03tu %6tr %>a %Ss/%03>Hs %<st %rm %ru %[un %Sh/%<a %mt",
+                 "1700000000.123     43 192.0.2.7 TCP_MISS/200 1518 GET http://a.example/b?c ann "
+                 "HIER_DIRECT/192.0.2.9 text/html"),
+            "192.0.2.7|ann|1700000000|http://a.example/b?c|200|1518|");
+  EXPECT_EQ(Read("logformat combined %>a %[ui %[un [%tl] \"%rm %ru HTTP/%rv\" %>Hs %<st \"%{Referer}>h\" "
+                 "\"%{User-Agent}>h\" %Ss:%Sh",
+                 std::string(kLine) + " TCP_MISS:HIER_DIRECT"),
+            "192.0.2.7|ann|05/Mar/2024:07:06:11 +0000|/a|200|12|http://example.com/|Lynx|");
+  EXPECT_EQ(Read("{\"time\":\"%{%Y-%m-%dT%H:%M:%S%z}tl\",\"url\":\"%\"ru\",\"status\":%>Hs,\"agent\":\"%\"{"
+                 "User-Agent}>h\"}",
+                 R"({"time":"2024-03-05T07:06:11+0000","url":"/a","status":200,"agent":"Lynx \"x\""})"),
+            R"(2024-03-05T07:06:11+0000|/a|200|Lynx \"x\"|)");
+  EXPECT_EQ(Read("%>a %ru", "192.0.2.7 /a"), "no words");
+  EXPECT_EQ(Read("%>a %", kLine), "no words");
+}
+
+// A port behind an address of IPv6 cannot be told from it by its colon.
+TEST_F(CompileWordsTest, TakesAPortWithItsClient) {
+  const char* const read = "::1:33560|1700000000|/a|200|";
+  const char* const line = "::1:33560 1700000000 /a 200";
+  EXPECT_EQ(Read("%ci:%cp %Ts %HU %ST", line), read);
+  EXPECT_EQ(Read("%h:%{remote}p %{sec}t %U %s", line), read);
+  EXPECT_EQ(Read("$remote_addr:$remote_port $msec $uri $status", line), read);
+  EXPECT_EQ(Read("${remote_addr}:${remote_port} $msec $uri $status", line), read);
+}
+
 TEST_F(CompileWordsTest, RefusesWhatIsNoLayout) {
   for (const char* words :
        {"", "combined", "100%", "$", "%", "%h %l", "log_format main ", "LogFormat", "%{", "%[", "${", "\\"}) {
@@ -103,5 +151,7 @@ TEST(WhoseWords, TellsServersByHowTheyNameFields) {
   EXPECT_EQ(WhoseWords("$a"), Words::kNginx);
   EXPECT_EQ(WhoseWords("%h"), Words::kApache);
   EXPECT_EQ(WhoseWords("%ci"), Words::kHaproxy);
+  EXPECT_EQ(WhoseWords("%>a %[un %tr"), Words::kSquid);
+  EXPECT_EQ(WhoseWords("%>s %{Referer}i"), Words::kApache);
   EXPECT_EQ(WhoseWords("h"), Words::kNone);
 }

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "analysis/driver.h"
+#include "analysis/fake_names.h"
 #include "analysis/search_engines.h"
 #include "support/account_logs.h"
 #include "support/counted.h"
@@ -14,7 +15,7 @@
 namespace {
 
 // A new counter makes this fail: it has to be saved, added, and listed in CountersOf.
-static_assert(sizeof(Analysis) == 9944);
+static_assert(sizeof(Analysis) == 10008);
 
 // All that an analysis counts, in words.
 std::map<std::string, std::string> CountersOf(Analysis& analysis) {
@@ -36,6 +37,10 @@ std::map<std::string, std::string> CountersOf(Analysis& analysis) {
   add_report("badreferrers", analysis.badreferrers);
   add_report("domains", analysis.domains);
   add_report("domaintypes", analysis.domaintypes);
+  add_report("addresses", analysis.addresses);
+  add("looked up", analysis.look_ups.addresses);
+  add("left out", analysis.look_ups.left_out);
+  add("unanswered", analysis.look_ups.unanswered);
   add_all("days", analysis.days.counts);
   add("days total", analysis.days.total);
   for (const DayCount& day : std::span(analysis.dates.slots, analysis.dates.length)) {
@@ -170,10 +175,37 @@ TEST_F(PartCounts, OfLogsAddUpToThoseOfOneRun) {
       const bool of_classic = name.starts_with("days");
       const bool of_modern = name.starts_with("dates") || name == "referrals" || name == "own referrers" ||
                              name == "without url" || name == "not understood";
-      const bool never = name == "badurls total" || name == "badreferrers total";
+      const bool never = name == "badurls total" || name == "badreferrers total" ||
+                         name.starts_with("addresses") || name == "looked up" || name == "left out" ||
+                         name == "unanswered";
       EXPECT_EQ(value == "0" || value.empty(), never || (modern ? of_classic : of_modern))
           << name << ": " << value;
     }
+  }
+}
+
+// An address of several parts is one that is looked up, and its requests decide when.
+TEST_F(PartCounts, OfAddressesAreNamedInTheSum) {
+  Choose(true);
+  settings_.rules.looks_up_together = true;
+  settings_.dnslookupenabled = 1;
+  settings_.DNSLookupSeconds = 30;
+  AddLog("a.log", {{.host = "192.0.2.1"}, {.host = "192.0.2.1"}, {.host = "2001:db8::1"}});
+  AddLog("b.log", {{.host = "192.0.2.1"}, {.host = "192.0.2.2"}, {.host = "203.0.113.9"}, {.host = "a.org"}});
+  for (const bool domains : {true, false}) {
+    settings_.domains.on = domains ? 1 : 0;
+    CopyText(settings_.logs, folder_ + "/[ab].log");
+    const auto with_names = [&](auto make) {
+      UseNames({{"192.0.2.1", "www.example.com"}, {"192.0.2.2", "?"}, {"2001:db8::1", "six.example.net"}});
+      auto counters = make();
+      EXPECT_EQ(counters["looked up"], "4");
+      EXPECT_EQ(counters["unanswered"], "1");
+      EXPECT_EQ(counters["domaintypes"], "UNKNOWN=2 com=3 net=1 org=1 ");
+      return counters;
+    };
+    const auto of_one_run = with_names([&] { return OfOneRun(); });
+    const std::vector<std::string> parts = {PartOf("a.log"), PartOf("b.log")};
+    EXPECT_EQ(with_names([&] { return OfParts(parts); }), of_one_run);
   }
 }
 

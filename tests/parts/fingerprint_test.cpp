@@ -65,6 +65,8 @@ TEST_F(PartFingerprint, NamesWhatDiffersFirst) {
   EXPECT_EQ(with([](Settings& s) { CopyText(s.filter_filetypes, "gif"); }), "filter_filetypes");
   EXPECT_EQ(with([](Settings& s) { s.showquery = 1; }), "showquery");
   EXPECT_EQ(with([](Settings& s) { CopyText(s.url, "http://other.example"); }), "url");
+  EXPECT_EQ(with([](Settings& s) { s.own_referrers = 1; }), "url");
+  EXPECT_EQ(with([](Settings& s) { s.dnslookupenabled = 1; }), "dnslookupenabled");
   EXPECT_EQ(with([](Settings& s) { s.requests.on = 1; }), "");
   EXPECT_EQ(with([](Settings& s) { CopyText(s.title, "Another"); }), "");
 }

@@ -55,6 +55,23 @@ TEST(NameFile, AccountAndDays) {
             "inline; filename=\"orvellis-shop1-2026-11-01-2026-11-30.json\"");
 }
 
+TEST(NameFile, LeavesOutDaysThatOnlyTheLogsTell) {
+  Settings settings{};
+  CopyText(settings.username, "shop");
+  CopyText(settings.start_date, "11012026");
+  CopyText(settings.end_date, "11302026");
+  char disposition[kDispositionSize];
+  settings.from_first = 1;
+  NameFile(disposition, "inline", "csv", settings);
+  EXPECT_STREQ(disposition, "inline; filename=\"orvellis-shop-until-2026-11-30.csv\"");
+  settings.to_last = 1;
+  NameFile(disposition, "inline", "csv", settings);
+  EXPECT_STREQ(disposition, "inline; filename=\"orvellis-shop.csv\"");
+  settings.from_first = 0;
+  NameFile(disposition, "inline", "csv", settings);
+  EXPECT_STREQ(disposition, "inline; filename=\"orvellis-shop-since-2026-11-01.csv\"");
+}
+
 TEST(NameFile, HoldsNothingElseOfTheRequest) {
   EXPECT_EQ(Name("../a\"\r\nb\xc3\xa9", "11012026", "11302026"),
             "inline; filename=\"orvellis-ab-2026-11-01-2026-11-30.json\"");

@@ -178,6 +178,22 @@ test_empty_log() {
   expect_error 2 'no log is named'
 }
 
+test_logs_without_any_line() {
+  : | gzip >empty.gz
+  printf '\n\n' >blank.log
+  for edition in '' --classic; do
+    for log in - empty.gz blank.log; do
+      run --quiet "$log"
+      expect_error 1 'nothing to report: every log is empty'
+    done
+  done
+  edition=''
+  head -c 12 /dev/zero | gzip | head -c 15 >cut.gz
+  run cut.gz
+  expect_status 1
+  expect_in err 'nothing to report: no log holds a line that can be read'
+}
+
 test_no_dates() {
   echo 'no log at all' >access.log
   run access.log
@@ -343,6 +359,8 @@ test_odd_folder_names() {
 test_control_characters_are_not_printed() {
   run "$(printf 'a\033[31m\nb')"
   expect_error 2 'there is no file a?[31m?b'
+  run "$(printf '\302\205\302\233\302\240a\342\200\256b\342\200\223c\330\234\342\201\246d\303\274')"
+  expect_error 2 "$(printf 'there is no file ??\302\240a?b\342\200\223c??d\303\274')"
 }
 
 test_same_log_twice_counts_once() {
@@ -523,7 +541,15 @@ test_path_and_match() {
   run --path /docs --match '*' access.log
   expect_error 2 '--path and --match cannot be used together'
   run --path '/a=b' access.log
-  expect_error 2 '--path takes no "="'
+  expect_error 2 '--path takes no "="; a wildcard of --match'
+  run --timezone a=b access.log
+  expect_error 2 'there is no time zone a=b: --timezone takes a name'
+  run --log-format a=b access.log
+  expect_error 2 'S, T or C and a letter for each field, not "a=b"'
+  run --exclude-hosts a=b access.log
+  expect_error 2 '--exclude-hosts takes no "=" (see'
+  run --log-format "%$(printf '%08191d' 0)" access.log
+  expect_error 2 '--log-format takes at most 8191 characters (see'
   run --path "$(printf '/%0250d' 0)" access.log
   expect_error 2 '--path takes at most 243 characters'
 }
@@ -1014,7 +1040,7 @@ test_init_site_shows_and_changes_nothing() {
   init_site
   expect_status 0
   expect_in out 'This would be written'
-  expect_in out 'user=apache;logs=/var/log/apache2/access.log*[0-9];AccessLog=/var/log/apache2/access.log;url=http://localhost;title=apache'
+  expect_in out 'user=apache;logs=/var/log/apache2/access.log*;url=http://localhost;title=apache'
   expect_in out '/etc/apache2/conf-available/orvellis.conf -> /usr/share/orvellis/conf/apache.conf'
   expect_in out '    ScriptAlias /orvellis-cgi/ /cgi/'
   ! grep -q '# About' out || failed 'comments are shown'
@@ -1148,7 +1174,7 @@ test_init_site_asks_on_a_terminal() {
   { sleep 1; printf '\nann\n\nhttp://ann.example.com\n'; sleep 1; } |
     PATH=$tools DESTDIR=$PWD/root "$script" -qec "'$shell' root/usr/bin/orvellis-report --init-site" typescript >out 2>err
   expect_in out 'Web server (apache) [apache]:'
-  expect_in out 'user=ann;logs=/var/log/apache2/access.log*[0-9];AccessLog=/var/log/apache2/access.log;url=http://ann.example.com;title=ann'
+  expect_in out 'user=ann;logs=/var/log/apache2/access.log*;url=http://ann.example.com;title=ann'
 }
 
 # ---- Usage ------------------------------------------------------------------------------
@@ -1217,8 +1243,32 @@ test_log_format_by_name() {
   expect_records 1 2023-11-14 2023-11-14
   run --log-format ltsv access.log
   expect_status 1
-  expect_in err 'orvellis-report: access.log: 1 line, none understood: 1700000000.123 '
-  expect_in err 'no line is recognised as a request'
+  expect_in err 'orvellis-report: access.log: 1 line, none understood; it comes nearest to the layout that was told, but for the time: 1700000000.123 '
+  expect_in err 'no line is recognised as a request: the lines are not of the layout that --log-format tells'
+}
+
+test_log_format_by_the_name_of_a_server() {
+  edition=
+  mkdir -p etc/nginx
+  printf "log_format Custom '\$msec|\$remote_addr|'\n '\$request_uri|\$status';\nlog_format no '\$uri';\n" >etc/nginx/nginx.conf
+  printf '1700000000|192.0.2.7|/a=b|200\n1700000001|192.0.2.7|/c|404\n' >access.log
+  ORVELLIS_ETC=$PWD/etc run --log-format Custom access.log
+  expect_records 2 2023-11-14 2023-11-14
+  ORVELLIS_ETC=$PWD/etc run --log-format no access.log
+  expect_error 2 'the layout "no" of '
+  ORVELLIS_ETC=$PWD/etc run --log-format other access.log
+  expect_error 2 '--log-format takes'
+  edition=--classic
+  ORVELLIS_ETC=$PWD/etc run --log-format other access.log
+  expect_error 2 '--log-format takes'
+}
+
+test_nearest_layout_is_told() {
+  edition=
+  printf '192.0.2.7 - - [05/Foo/2024:07:06:11 +0000] "GET / HTTP/1.1" 200 34\n' >access.log
+  run access.log
+  expect_status 1
+  expect_in err 'access.log: 1 line, none understood; it comes nearest to combined (Apache and nginx, common or combined), up to character 16, where the time should stand: 192.0.2.7 - - '
 }
 
 # ---- Failures of the machine ---------------------------------------------------------------
@@ -1395,6 +1445,42 @@ test_order_is_free() {
   expect_records 4 2000-03-05 2000-03-10
   run --from 2001-01-01 mixed.log
   expect_error 1 'nothing to report: the logs go from 2000-03-05 to 2000-03-10'
+}
+# The zone beside a time counts, and the report is told in the zone that is asked for; so are the words for days.
+test_zone_of_the_report() {
+  edition=''
+  printf '192.0.2.1 - - [05/Mar/2000:23:30:00 +0000] "GET / HTTP/1.0" 200 1\n' >access.log
+  run access.log
+  expect_records 1 2000-03-05 2000-03-05
+  TZ=UTC-3 run access.log
+  expect_records 1 2000-03-06 2000-03-06
+  TZ=UTC-3 run --timezone America/New_York access.log
+  expect_records 1 2000-03-05 2000-03-05
+  run --timezone=Asia/Tokyo --text -o - access.log
+  expect_in out '2000-03-06 to 2000-03-06 (Asia/Tokyo)'
+  sed 's/ +0000//' access.log >bare.log
+  run --timezone Asia/Tokyo bare.log
+  expect_records 1 2000-03-05 2000-03-05
+  run --timezone Asia/Tokyo --gmt bare.log
+  expect_records 1 2000-03-06 2000-03-06
+  stub date "case \$*\$TZ in +%Y*Kiritimati) echo 2000-03-06 ;; +%Y*) echo 2000-03-05 ;; *) PATH=$tools exec date \"\$@\" ;; esac"
+  run --timezone Pacific/Kiritimati --from today access.log
+  expect_records 1 2000-03-06 2000-03-06
+}
+test_zones_that_are_none() {
+  edition=''
+  week >access.log
+  for zone in Nowhere ../../../etc/passwd /etc/localtime europe/berlin UTC+3; do
+    run --timezone "$zone" access.log
+    expect_error 2 "there is no time zone $zone: --timezone takes a name such as Europe/Berlin, America/New_York or UTC"
+  done
+  run --timezone '' access.log
+  expect_error 2 '--timezone needs a value'
+  run timezone=UTC access.log
+  expect_error 2 'the zone is told by --timezone, not by timezone='
+  edition=--classic
+  run --timezone UTC access.log
+  expect_error 2 '--classic knows no --timezone: set TZ'
 }
 test_equal_contents_count_once() {
   edition=''

@@ -8,6 +8,7 @@
 
 #include <filesystem>
 
+#include "analysis/look_ups.h"
 #include "report/error_page.h"
 #include "sandbox/landlock.h"
 #include "superlog/superlog.h"
@@ -171,21 +172,56 @@ TEST_F(ShutInTest, HasNoWayOut) {
   Refuses("a socket of this machine", [] { return TrySocket(AF_UNIX, SOCK_STREAM); });
 }
 
-TEST_F(ShutInTest, LookUpsReachNameServersOnly) {
+// What the helper tries in place of looking a name up, and the error that it told.
+Attempt mTried;
+
+int TryInstead(const sockaddr*, socklen_t, char* name, socklen_t size, char*, socklen_t, int) {
+  snprintf(name, size, "error-%d.test", mTried());
+  return 0;
+}
+
+// 255: it did not answer.
+int InHelper(const Settings& settings, const Attempt& attempt) {
+  mTried = attempt;
+  mpGetName = TryInstead;
+  ShutIn(settings);
+  LimitLookUps(20);
+  LookUpAnswer answer{};
+  const bool answered = AskForName({1, {}}) && NextAnswer(answer);
+  StopLookUps();
+  return answered ? atoi(answer.name + sizeof "error") : 255;
+}
+
+TEST_F(ShutInTest, LookUpsTakeNothingMoreOfTheRun) {
   settings.dnslookupenabled = 1;
-  AllowsReading("/etc/nsswitch.conf");
-  RefusesReading("/etc/passwd");
-  RefusesReading("logs/secret");
-  Allows("UDP", [] { return TrySocket(AF_INET, SOCK_DGRAM); });
+  settings.domains.on = 1;
+  RefusesReading("/etc/nsswitch.conf");
+  Refuses("UDP", [] { return TrySocket(AF_INET, SOCK_DGRAM); });
+  Refuses("fork", TryFork);
+}
+
+TEST_F(ShutInTest, WhoLooksUpReachesNameServersOnly) {
+  settings.dnslookupenabled = 1;
+  settings.domains.on = 1;
+  const auto inside = [this](const Attempt& attempt) {
+    return InChild([&] { return InHelper(settings, attempt); });
+  };
+  EXPECT_EQ(inside([] { return TryOpen("/etc/nsswitch.conf", O_RDONLY); }), 0);
+  EXPECT_EQ(inside([] { return TryOpen("/etc/passwd", O_RDONLY); }), EACCES);
+  EXPECT_EQ(inside([this] { return TryOpen(folder + "/logs/a.log", O_RDONLY); }), EACCES);
+  EXPECT_EQ(inside([this] { return TryOpen(folder + "/errors/log", O_WRONLY | O_CREAT); }), EPERM);
+  EXPECT_EQ(inside([] { return TrySocket(AF_INET, SOCK_DGRAM); }), 0);
+  EXPECT_EQ(inside([] { return TrySocket(AF_INET6, SOCK_STREAM); }), 0);
+  EXPECT_EQ(inside([] { return TrySocket(AF_UNIX, SOCK_STREAM); }), EPERM);
+  EXPECT_EQ(inside([] { return ErrorOf(execl("/bin/true", "true", nullptr)); }), EPERM);
+  EXPECT_EQ(inside(TryFork), EPERM);
   const Listener listener;
   Landlock landlock;
   BeginLandlock(landlock);
   close(landlock.rules);
   if (landlock.network_rights != 0) {
-    Refuses("TCP to another port", [&] { return listener.TryConnect(); });
+    EXPECT_EQ(inside([&] { return listener.TryConnect(); }), EACCES);
   }
-  Refuses("a socket of this machine", [] { return TrySocket(AF_UNIX, SOCK_STREAM); });
-  Refuses("execve", [] { return ErrorOf(execl("/bin/true", "true", nullptr)); });
 }
 
 TEST_F(ShutInTest, WhatGoesWrongIsALineInTheErrorLog) {

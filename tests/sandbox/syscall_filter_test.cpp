@@ -88,7 +88,7 @@ TEST_F(SyscallFilterTest, NoNetworkWithoutLookUps) {
 }
 
 TEST_F(SyscallFilterTest, LookUpsHaveTheInternetOnly) {
-  constexpr SyscallSet kLookUps = SyscallSet::kReportWithLookUps;
+  constexpr SyscallSet kLookUps = SyscallSet::kLookUps;
   EXPECT_EQ(Inside([] { return TrySocket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK); }, kLookUps),
             0);
   EXPECT_EQ(Inside([] { return TrySocket(AF_INET6, SOCK_STREAM); }, kLookUps), 0);
@@ -101,7 +101,7 @@ TEST_F(SyscallFilterTest, LookUpsHaveTheInternetOnly) {
 
 // What would pass by the ports that Landlock watches.
 TEST_F(SyscallFilterTest, LookUpsConnectInOneWayOnly) {
-  constexpr SyscallSet kLookUps = SyscallSet::kReportWithLookUps;
+  constexpr SyscallSet kLookUps = SyscallSet::kLookUps;
   EXPECT_EQ(Inside([] { return TrySocket(AF_INET, SOCK_STREAM, IPPROTO_TCP); }, kLookUps), 0);
   EXPECT_EQ(Inside([] { return TrySocket(AF_INET6, SOCK_DGRAM, IPPROTO_UDP); }, kLookUps), 0);
   for (const int protocol : {IPPROTO_MPTCP, IPPROTO_SCTP, IPPROTO_UDPLITE, IPPROTO_ICMP}) {

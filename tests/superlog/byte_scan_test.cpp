@@ -46,3 +46,12 @@ TEST(FindByte, EqualsAPlainSearchOverRandomBytes) {
     ASSERT_EQ(FindEither(begin, begin + text.size(), a, b), begin + std::min(plain_a, plain_b));
   }
 }
+
+TEST(CountByte, CountsMoreThanAByteHolds) {
+  for (const size_t before : {0, 1, 100, 255, 256, 1000}) {
+    for (const size_t matches : {0, 1, 254, 255, 256, 511, 70000}) {
+      const std::string text = std::string(before, 'x') + std::string(matches, 'y') + "x";
+      EXPECT_EQ(CountByte(text.data(), text.data() + text.size(), 'y'), static_cast<int64_t>(matches));
+    }
+  }
+}

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
@@ -264,5 +266,42 @@ TEST(ParseFieldBySeparator, EqualsThePlainRulesOverRandomLines) {
 TEST(IsSeparatorLetter, KnowsTheSeparatorLettersOnly) {
   for (int c = 0; c < 256; ++c) {
     EXPECT_EQ(IsSeparatorLetter(static_cast<char>(c)), c == 'S' || c == 'T' || c == 'C') << c;
+  }
+}
+
+// As the parsers do, or not at all where a field may need one.
+template <char kSeparator>
+static void ExpectSplitAtSeparators(std::string line, size_t most, size_t longest) {
+  const std::string special = kSeparator == 'T' ? " " : "['";
+  const Values parsed = SplitPlainly(line, kSeparator);
+  const size_t length = line.size();
+  line += std::string(kScanOverread, kSeparator == 'T' ? '\t' : ' ');
+  const auto marks = std::make_unique<LineMarks>();
+  MarkLine(*marks, line.data(), line.data() + length, SeparatorOf(kSeparator));
+  std::vector<std::string_view> fields(most);
+  const size_t count = SplitAtSeparators<kSeparator>(*marks, most, longest, fields.data());
+  const bool needs_parser = std::any_of(parsed.begin(), parsed.begin() + std::min(most, parsed.size()),
+                                        [&](const std::string& value) { return value.size() > longest; });
+  if (line.find_first_of(special) >= length) {
+    ASSERT_EQ(count, needs_parser ? 0 : std::min(most, parsed.size())) << line;
+  }
+  for (size_t field = 0; field < count; ++field) {
+    ASSERT_EQ(fields[field], parsed[field]) << line;
+  }
+}
+
+TEST(SplitAtSeparators, SplitsAsTheParsersDo) {
+  std::mt19937 random(9);
+  for (int i = 0; i < 20000; ++i) {
+    const std::string alphabet = i % 2 == 0 ? "abc \t]" : "abcdefg \t['";
+    std::string line(1 + random() % (i % 10 == 0 ? 300 : 40), '\0');
+    for (char& c : line) {
+      c = alphabet[random() % alphabet.size()];
+    }
+    const size_t most = 1 + random() % 20;
+    ExpectSplitAtSeparators<'S'>(line, most, 5 + random() % 20);
+    std::string tabs = line;
+    std::replace(tabs.begin(), tabs.end(), ' ', i % 3 == 0 ? ' ' : 'x');
+    ExpectSplitAtSeparators<'T'>(tabs, most, 5 + random() % 20);
   }
 }

@@ -3,6 +3,8 @@
 #include <sys/stat.h>
 
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <random>
 #include <string>
 #include <vector>
@@ -56,6 +58,7 @@ static void ExpectSameAsModel(const std::string& bytes) {
     ASSERT_EQ(TotalBytes(), model.counted());
     ASSERT_EQ(mpLine[mLineLen], '\0');
     ASSERT_EQ(static_cast<size_t>(mpLineEnd - mpLine), strlen(mpLine));
+    ASSERT_TRUE(QuotesAreTold());
     // A user of the line may write to it.
     memset(mpLine, '\n', mLineLen);
   } while (!expected.empty());
@@ -63,7 +66,7 @@ static void ExpectSameAsModel(const std::string& bytes) {
 }
 
 static std::string RandomBytes(std::mt19937& random, size_t size, unsigned line_ends_per_thousand) {
-  const std::string special = {'\r', '\n', '\r', '\n', '\xFF', '\0', '\x80', '\x7F'};
+  const std::string special = {'\r', '\n', '\r', '\n', '\xFF', '\0', '\x80', '\x7F', '"', '"', '"'};
   std::string bytes(size, '\0');
   for (char& c : bytes) {
     const bool is_special = random() % 1000 < line_ends_per_thousand;
@@ -161,6 +164,37 @@ TEST_F(ReadLineFromBigBufTest, ModernByte0xFFIsAnOrdinaryCharacter) {
   EXPECT_EQ(ReadAll(across + "\n", ReadLineFromBigBuf), Lines{"a\xFF\xFF\xFF\xFF b"});
 }
 
+TEST_F(ReadLineFromBigBufTest, ModernAMarkAtTheBeginningIsNoPartOfTheFirstLine) {
+  const std::string mark = "\xEF\xBB\xBF";
+  EXPECT_EQ(ReadAll(mark + "a\n", ReadLineFromBigBuf), Lines{mark + "a"});
+  mLogLimits = kModernLimits;
+  EXPECT_EQ(ReadAll(mark + "a\n" + mark + "b\n", ReadLineFromBigBuf), (Lines{"a", mark + "b"}));
+  EXPECT_EQ(ReadAll(mark + mark + "\n", ReadLineFromBigBuf), Lines{mark});
+  EXPECT_EQ(ReadAll(mark + "\r\n\na", ReadLineFromBigBuf), Lines{"a"});
+  EXPECT_EQ(ReadAll(mark, ReadLineFromBigBuf), Lines());
+  EXPECT_EQ(ReadAll(mark.substr(0, 2) + "\na", ReadLineFromBigBuf), (Lines{mark.substr(0, 2), "a"}));
+  EXPECT_EQ(ReadAll("\n" + mark, ReadLineFromBigBuf), Lines{mark});
+  ExpectSameAsModel(mark + RecordLines(3000));
+  ExpectSameAsModel(mark + std::string(kBigBufSize - mark.size(), 'a') + mark + "b\n");
+}
+
+TEST_F(ReadLineFromBigBufTest, ModernLinesAreWhereTheyAreBehindAMark) {
+  const std::string mark = "\xEF\xBB\xBF";
+  mLogLimits = kModernLimits;
+  OpenLogText(mark + "a\nbc\n" + mark + "d\n");
+  EXPECT_EQ(NextLineOffset(), 0);
+  EXPECT_TRUE(BeginningOfLog().starts_with("a\n"));
+  ReadLineFromBigBuf();
+  EXPECT_EQ(NextLineOffset(), 5);
+  EXPECT_EQ(LineNumber(), 1);
+  const std::pair<int64_t, std::string> lines[] = {{5, "bc"}, {8, mark + "d"}, {0, "a"}};
+  for (const auto& [offset, line] : lines) {
+    GoToLine(offset);
+    ReadLineFromBigBuf();
+    EXPECT_EQ(CurrentLine(), line) << offset;
+  }
+}
+
 TEST_F(ReadLineFromBigBufTest, NulEndsTheTextButNotTheLine) {
   OpenLogText(std::string("ab\0cd\nef\n", 9));
   ReadLineFromBigBuf();
@@ -169,6 +203,72 @@ TEST_F(ReadLineFromBigBufTest, NulEndsTheTextButNotTheLine) {
   ReadLineFromBigBuf();
   EXPECT_EQ(CurrentLine(), "ef");
   EXPECT_EQ(mpLineEnd, mpLine + 2);
+}
+
+static std::string Nuls(size_t count) {
+  std::string nuls(count, '\0');
+  return nuls;
+}
+
+// Whether each line is cut, by the lines.
+static std::string CutLines(const std::string& bytes) {
+  OpenLogText(bytes);
+  std::string told;
+  for (ReadLineFromBigBuf(); mLineLen != 0; ReadLineFromBigBuf()) {
+    told += std::string(mpLine, mpLineEnd) + (IsLineCut() ? "! " : " ");
+  }
+  CloseLog();
+  return told;
+}
+
+TEST_F(ReadLineFromBigBufTest, ModernNulsBeforeALineArePassedOver) {
+  for (const size_t count : {1u, 7u, 8u, 4000u, 65535u, 65536u, 65537u, 65543u, 200000u}) {
+    mLogLimits = kModernLimits;
+    EXPECT_EQ(ReadAll(Nuls(count) + "ab\n\"c\"\n", ReadLineFromBigBuf), (Lines{"ab", "\"c\""})) << count;
+    EXPECT_EQ(ReadAll("ab\n" + Nuls(count) + "\"c\"\n" + Nuls(count), ReadLineFromBigBuf),
+              (Lines{"ab", "\"c\""}))
+        << count;
+    OpenLogText("ab\n" + Nuls(count) + "\"c\"\r\n");
+    ReadLineFromBigBuf();
+    ReadLineFromBigBuf();
+    EXPECT_TRUE(QuotesAreTold() && mLineQuotes.begin != nullptr) << count;
+    mLogLimits = kClassicLimits;
+    EXPECT_EQ(CutLines(Nuls(100) + "ab\ncd\n"), "! cd ");
+  }
+}
+
+TEST_F(ReadLineFromBigBufTest, ModernHolesBeforeALineArePassedOver) {
+  mLogLimits = kModernLimits;
+  for (const int64_t size : {int64_t{1} << 20, (int64_t{5} << 30) + 12345}) {
+    const std::string path = WriteLog("ab\n");
+    std::filesystem::resize_file(path, static_cast<uint64_t>(size));
+    std::ofstream(path, std::ios::app) << "cd\nef\n";
+    ASSERT_TRUE(OpenLog(path.c_str()));
+    remove(path.c_str());
+    HashReading({}, {}, 0);
+    std::string told;
+    for (ReadLineFromBigBuf(); mLineLen != 0; ReadLineFromBigBuf()) {
+      told += CurrentLine() + " " + std::to_string(LineNumber()) + ", ";
+      told += std::to_string(NextLineOffset() - (told.size() < 10 ? 0 : size)) + "\n";
+    }
+    EXPECT_EQ(told, "ab 1, 3\ncd 2, 3\nef 3, 6\n");
+    ContentHash hash;
+    EXPECT_FALSE(HashOfReading(hash));  // not all of it was read
+  }
+}
+
+TEST_F(ReadLineFromBigBufTest, CutLinesEndAtANulOrWithTheFile) {
+  for (const Limits& limits : {kClassicLimits, kModernLimits}) {
+    mLogLimits = limits;
+    EXPECT_EQ(CutLines("a\nb\r\nc\rd"), "a b c d! ");
+    EXPECT_EQ(CutLines("a\nb\n"), "a b ");
+    EXPECT_EQ(CutLines("a" + Nuls(1) + "b\nc" + Nuls(1) + "\nd\n"), "a! c! d ");
+    for (const size_t size : {kBigBufSize - 1, kBigBufSize, kBigBufSize + 1}) {
+      const std::string before(size - 4, '\n');
+      EXPECT_EQ(CutLines(before + "\"bc\""), "\"bc\"! ") << size;
+      EXPECT_EQ(CutLines(before + "\"c\"\n"), "\"c\" ") << size;
+    }
+  }
 }
 
 TEST_F(ReadLineFromBigBufTest, CountsTheUnreadTailOfTheCurrentBlockOnly) {
@@ -424,6 +524,55 @@ TEST_F(OpenLogTest, FileThatCannotBeReadEndsThere) {
   EXPECT_EQ(TotalBytes(), 0u);
 }
 
+// --- Text ahead -----------------------------------------------------------------
+
+// Looks ahead where the text begins, where nearly all that was read ahead has passed and the rest is at hand
+// anyway, and then now and then.
+static void ExpectTextFarAhead(const std::string& text, const std::string& file) {
+  OpenLogText(file);
+  size_t behind = 0;
+  int looks = 0;
+  int count = 0;
+  for (ReadLineFromBigBuf(); mLineLen != 0; ReadLineFromBigBuf(), ++count) {
+    ASSERT_EQ(text.substr(behind, mLineLen), CurrentLine());
+    behind += mLineLen + size_t{1};
+    const bool second = looks == 1 && behind >= kMostAhead;
+    if (count == 0 || second || (looks > 1 && count % 9000 < 3)) {
+      const std::string_view far = TextFarAhead();
+      ++looks;
+      ASSERT_TRUE(std::string_view(text).substr(behind).starts_with(far)) << count;
+      ASSERT_LE(far.size(), kMostAhead);
+      ASSERT_GE(far.size(), std::min(text.size() - behind, kMostAhead / 2));
+    }
+  }
+  EXPECT_EQ(behind, text.size());
+  EXPECT_GT(looks, 9);
+  CloseLog();
+}
+
+// What is read ahead at first ends some lines behind the end of a window.
+static const std::string& LongLog() {
+  static const std::string text = std::string(500, 'x') + "\n" + RecordLines(45000);
+  return text;
+}
+
+TEST_F(ReadLineFromBigBufTest, TextFarAheadIsWhatFollows) {
+  mLogLimits = kModernLimits;
+  ExpectTextFarAhead(LongLog(), LongLog());
+}
+
+TEST_F(ReadLineFromBigBufTest, TextFarAheadIsOfTheOpenFile) {
+  mLogLimits = kModernLimits;
+  OpenLogText(LongLog());
+  ReadLineFromBigBuf();
+  TextFarAhead();
+  OpenLogText("one\ntwo\n");
+  ReadLineFromBigBuf();
+  EXPECT_EQ(TextFarAhead(), "two\n");
+  ReadLineFromBigBuf();
+  EXPECT_EQ(CurrentLine(), "two");
+}
+
 TEST(TrimEolChars, CutsAtTheFirstLineEnd) {
   for (const auto& [text, cut] : std::vector<std::pair<std::string, std::string>>{
            {"abc\r\n", "abc"}, {"abc\n", "abc"}, {"a\rb\nc", "a"}, {"abc", "abc"}, {"", ""}, {"\n", ""}}) {
@@ -463,6 +612,17 @@ TEST_F(CompressedLogTest, BothReadersDeliverWhatIsInIt) {
   ASSERT_EQ(plain.size(), 12001u);
   EXPECT_EQ(ReadAll(packed, ReadLineFromBigBuf), plain);
   EXPECT_EQ(ReadAll(packed, ReadLine), plain);
+}
+
+TEST_F(CompressedLogTest, PassesAMarkInIt) {
+  mLogLimits = kModernLimits;
+  const std::string packed = Pack(PackFormat::kGzip, "\xEF\xBB\xBF" + LargeLog());
+  EXPECT_EQ(ReadAll(packed, ReadLineFromBigBuf), ReadAll(LargeLog(), ReadLineFromBigBuf));
+}
+
+TEST_F(CompressedLogTest, TextFarAheadIsKept) {
+  mLogLimits = kModernLimits;
+  ExpectTextFarAhead(LongLog(), Pack(PackFormat::kGzip, LongLog()));
 }
 
 TEST_F(CompressedLogTest, BytesAreCountedAsTheyComeOut) {

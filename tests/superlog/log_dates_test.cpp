@@ -144,6 +144,15 @@ TEST_F(SetFixGmt, OffsetIsZeroWhenOff) {
   EXPECT_EQ(mGmtOffset, 0);
 }
 
+TEST_F(SetFixGmt, NothingIsShiftedWhereZonesCount) {
+  mLogLimits = kModernLimits;
+  SuperLog_SetFixGmt("1", 2);
+  setenv("TZ", "IST-5:30", 1);
+  InitLogDates();
+  EXPECT_EQ(mGmtOffset, 0);
+  mLogLimits = kClassicLimits;
+}
+
 using GuessDateBestEffortTest = LogDatesTest;
 
 TEST_F(GuessDateBestEffortTest, FollowsTheConfiguredOrder) {
@@ -272,6 +281,29 @@ TEST_F(ParseDateTime1Test, ReadsTheCommonLogForm) {
   ParseDateTime1("10/Oct/2000:13:55:36 -0700", when);
   ExpectDate(when, 2000, 10, 10);
   ExpectTime(when, 13, 55, 36);
+}
+
+// Minutes east of Greenwich; 7 where the text has no zone.
+static int ZoneOf(const char* text) {
+  tm when = {};
+  ParseDateTime1(text, when);
+  ExpectTime(when, 13, 55, 36);
+  return when.tm_zone == nullptr ? 7 : static_cast<int>(when.tm_gmtoff / 60);
+}
+
+TEST_F(ParseDateTime1Test, TakesTheZoneWhereZonesCount) {
+  mLogLimits = kModernLimits;
+  EXPECT_EQ(ZoneOf("10/Oct/2000:13:55:36 -0700"), -420);
+  EXPECT_EQ(ZoneOf("10/Oct/2000:13:55:36 +0530"), 330);
+  EXPECT_EQ(ZoneOf("10/Oct/2000:13:55:36+05:30"), 330);
+  EXPECT_EQ(ZoneOf("10/Oct/2000:13:55:36.123 +0000"), 0);
+  EXPECT_EQ(ZoneOf("10/Oct/2000:13:55:36 GMT"), 0);
+  for (const char* none : {"10/Oct/2000:13:55:36", "10/Oct/2000:13:55:36 CET", "10/Oct/2000:13:55:36 +9900",
+                           "10/Oct/2000:13:55:36.", "10/Oct/2000:13:55:36 x+0100"}) {
+    EXPECT_EQ(ZoneOf(none), 7) << none;
+  }
+  mLogLimits = kClassicLimits;
+  EXPECT_EQ(ZoneOf("10/Oct/2000:13:55:36 -0700"), 7);
 }
 
 TEST_F(ParseDateTime1Test, KnowsAllMonths) {

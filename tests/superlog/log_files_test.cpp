@@ -882,6 +882,32 @@ TEST_F(KeptLogsTest, AnotherZoneReadsAnew) {
   EXPECT_TRUE(SuperLog_NextLogFile());
 }
 
+TEST_F(KeptLogsTest, TimesThatAreGmtReadAnew) {
+  Write("a1.log", Line(2));
+  EXPECT_EQ(Opened(5, 5), "");
+  SuperLog_SetFixGmt("1", 4);
+  Init(5, 5);
+  EXPECT_TRUE(SuperLog_NextLogFile());
+}
+
+// The same zone by its name, but with other rules in its file.
+TEST_F(KeptLogsTest, OtherRulesOfAZoneReadAnew) {
+  const std::string zones = NewPath("zones");
+  ASSERT_EQ(mkdir(zones.c_str(), 0700), 0);
+  std::ofstream(zones + "/Here") << "some rules";
+  setenv("TZDIR", zones.c_str(), 1);
+  setenv("TZ", "Here", 1);
+  Write("a1.log", Line(2));
+  EXPECT_EQ(Opened(5, 5), "");
+  std::ofstream(zones + "/Here") << "other rules";
+  Init(5, 5);
+  EXPECT_TRUE(SuperLog_NextLogFile());
+  EXPECT_EQ(Opened(5, 5), "");
+  std::ofstream(zones + "/Here") << std::string(100000, 'x');  // too many to be known
+  EXPECT_EQ(Opened(5, 5), "1");
+  setenv("TZ", "UTC", 1);
+}
+
 TEST_F(KeptLogsTest, AnotherLayoutOrOrderReadsAnew) {
   Write("a1.log", Line(2));
   EXPECT_EQ(Opened(5, 5), "");
@@ -1019,6 +1045,86 @@ TEST_F(CompressedLogsTest, CopiesCountOnceAndOthersOfTheirSizeDoNot) {
   WritePacked("a3.log", Line(3) + Line(4));
   ASSERT_EQ(std::filesystem::file_size(PathOf("a1.log")), std::filesystem::file_size(PathOf("a2.log")));
   EXPECT_EQ(ReadAll(), (Days{3, 4, 3, 5}));
+}
+
+// The names that are read in the place of others, by these.
+static std::string Copies() {
+  std::string copies;
+  const void* place = nullptr;
+  for (LogState log; SuperLog_NextState(place, log);) {
+    copies += log.copy_of == nullptr ? "" : NameOf(log.path) + " as " + NameOf(log.copy_of) + "\n";
+  }
+  return copies;
+}
+
+TEST_F(CompressedLogsTest, WhatStandsUncompressedBesideThemCountsOnce) {
+  Write("a1.log", Line(3) + Line(4));
+  WritePacked("a1.log.gz.log", Line(3) + Line(4));
+  Write("a2.log.1.log", Pack(PackFormat::kGzip, Line(5)) + Pack(PackFormat::kGzip, Line(6)));
+  Write("a2.log.2.log", Line(5) + Line(6));
+  EXPECT_EQ(ReadAll(), (Days{3, 4, 5, 6}));
+  EXPECT_EQ(Copies(), "a1.log.gz.log as a1.log\na2.log.1.log as a2.log.2.log\n");
+  EXPECT_EQ(ReadAll(), (Days{3, 4, 5, 6}));
+  std::filesystem::remove(PathOf("a1.log"));
+  EXPECT_EQ(ReadAll(), (Days{3, 4, 5, 6}));
+}
+
+TEST_F(CompressedLogsTest, WhatIsKnownOfThemChangesNothingThatIsSaidOfCopies) {
+  for (const std::string& text : {std::string("junk\nand more\n"), Line(3) + Line(4)}) {
+    std::filesystem::remove(PathOf("a1.log"));
+    Write("a0.log", Line(9));
+    WritePacked("a2.log", text);
+    ReadAll(5, 9);  // alone
+    Write("a1.log", text);
+    for (int time = 0; time < 2; ++time) {
+      EXPECT_EQ(ReadAll(5, 9), Days{9});
+      EXPECT_EQ(Copies(), "a2.log as a1.log\n");
+      EXPECT_EQ(SuperLog_GetLinesNotUnderstood(), text[0] == 'j' ? 2 : 0);
+    }
+  }
+}
+
+TEST_F(CompressedLogsTest, TheSameByTwoPackersCountsOnce) {
+  if (LibraryFor(PackFormat::kXz) == nullptr || !HasTool(PackFormat::kXz)) {
+    GTEST_SKIP() << "built without xz";
+  }
+  WritePacked("a1.log", Line(3) + Line(4));
+  Write("a2.log", Pack(PackFormat::kXz, Line(3) + Line(4)));
+  Write("a3.log", Pack(PackFormat::kGzip, Line(3) + Line(4), "-1"));
+  EXPECT_EQ(ReadAll(), (Days{3, 4}));
+  EXPECT_EQ(Copies(), "a2.log as a1.log\na3.log as a1.log\n");
+  Write("a0.log", Line(3) + Line(4));
+  Write("a4.log", Line(3) + Line(4));
+  EXPECT_EQ(ReadAll(), (Days{3, 4}));
+  EXPECT_EQ(Copies(), "a1.log as a0.log\na2.log as a0.log\na3.log as a0.log\na4.log as a0.log\n");
+}
+
+TEST_F(CompressedLogsTest, WhatDiffersSomewhereCounts) {
+  std::string text;
+  while (text.size() < 2 * kBigBufSize) {
+    text += Line(2);
+  }
+  const Days once(text.size() / Line(2).size(), 2);
+  const Days both(2 * once.size(), 2);
+  for (const size_t place : {size_t{5}, size_t{4096}, kBigBufSize + 5, text.size() - 2}) {
+    std::string other = text;
+    other[place] = other[place] == '1' ? '2' : other[place];
+    other[place] = other[place] == text[place] ? '1' : other[place];
+    Write("a1.log", text);
+    WritePacked("a2.log", other);
+    ReadAll();
+    EXPECT_EQ(Copies(), "") << place;
+  }
+  WritePacked("a2.log", text + Line(2));
+  EXPECT_EQ(ReadAll().size(), both.size() + 1);
+  WritePacked("a2.log", text.substr(0, text.size() - Line(2).size()));
+  EXPECT_EQ(ReadAll().size(), both.size() - 1);
+  Write("a2.log", Pack(PackFormat::kGzip, text) + "garbage");
+  EXPECT_EQ(ReadAll(), both);
+  WritePacked("a2.log", text);
+  EXPECT_EQ(ReadAll(), once);
+  WritePacked("a1.log", "");
+  EXPECT_EQ(ReadAll(), once);
 }
 
 TEST_F(CompressedLogsTest, AreNoLogsWhereNothingIsUnpacked) {

@@ -401,3 +401,22 @@ TEST_F(LogFormatTest, NothingIsPrinted) {
   GrokHeader("#Software: Dolphin Speedstar", GrokW3cLine);
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
 }
+
+TEST_F(LogFormatTest, LettersAreMisledByWhatStandsBeforeTheVisitor) {
+  const std::string tail = " [05/Mar/2000:07:06:11 +0000] \"GET /a HTTP/1.1\" 200 5";
+  const std::string zoneless = " [05/Mar/2000:07:06:11] \"GET /a HTTP/1.1\" 200 5";
+  const auto misleads = [](const std::string& line) {
+    SetLine(line);
+    return MisleadsLetters();
+  };
+  for (const std::string& rest : {tail, zoneless}) {
+    EXPECT_TRUE(misleads("www.example.com 192.0.2.7 - -" + rest));
+    EXPECT_TRUE(misleads("www.example.com 192.0.2.7 - - - a" + rest));
+    EXPECT_TRUE(misleads("Mar  5 07:06:12 web nginx: 192.0.2.7 - -" + rest));
+    EXPECT_FALSE(misleads("192.0.2.7 - -" + rest));
+    EXPECT_FALSE(misleads("192.0.2.7 - - a" + rest));
+    EXPECT_FALSE(misleads("192.0.2.7 ident -" + rest));
+  }
+  EXPECT_FALSE(misleads(""));
+  EXPECT_FALSE(misleads("a"));
+}

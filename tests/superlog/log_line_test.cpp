@@ -515,6 +515,56 @@ TEST_F(ParseNextLineTest, ModernRequestsNeedNoUrl) {
   EXPECT_EQ(ParseAll("192.0.2.7 - - [05/Mar/2000:10:00:00 +0000] \"-\" 408 5\n").size(), 0u);
 }
 
+// --- Lines that are cut off ----------------------------------------------------------
+
+TEST_F(ParseNextLineTest, ModernLastLineThatIsCutOffIsARecordOnlyWithItsStatus) {
+  mLogLimits = kModernLimits;
+  const std::string begin = R"(192.0.2.7 - - [05/Mar/2000:10:00:00 +0000] "GET /a HTTP/1.0" 200)";
+  const std::string line = begin + R"( 532 "http://a.example/\"" "M x")";
+  const std::string before = line + "\n" + line + "\n";
+  for (size_t size = 1; size <= line.size(); ++size) {
+    const bool in_referrer = size > line.find("\"http") && size < line.find(" \"M");
+    const bool in_agent = size > line.find("\"M") && size < line.size();
+    const size_t expected = size >= begin.size() && !in_referrer && !in_agent ? 3 : 2;
+    const int64_t not_understood = LinesNotUnderstood();
+    EXPECT_EQ(ParseAll(before + line.substr(0, size)).size(), expected) << size;
+    EXPECT_EQ(LinesNotUnderstood() - not_understood, expected == 2 ? 1 : 0) << size;
+    if (size > line.find("\"G")) {  // a line end says that nothing is missing
+      EXPECT_EQ(ParseAll(before + line.substr(0, size) + "\n").size(), 3u) << size;
+    }
+  }
+  mLogLimits = kClassicLimits;
+  EXPECT_EQ(ParseAll(before + line.substr(0, line.find(" HTTP"))).size(), 3u);
+}
+
+TEST_F(ParseNextLineTest, ModernLastLinesOfOtherLayoutsNeedTheirStatus) {
+  mLogLimits = kModernLimits;
+  const std::string ltsv = "time:05/Mar/2000:10:00:00 +0000\treq:GET /a HTTP/1.0\tstatus:200";
+  const std::string names = "#Fields: date time c-ip cs-uri-stem sc-status\n";
+  const std::string iis = "#Software: Microsoft Internet Information Services 6.0\n" + names;
+  const std::string w3c = "2000-03-05 10:00:00 192.0.2.7 /a 200";
+  for (const auto& [head, line] :
+       std::vector<std::pair<std::string, std::string>>{{"", ltsv}, {names, w3c}, {iis, w3c}}) {
+    const std::string before = head + line + "\n";
+    EXPECT_EQ(ParseAll(before + line).size(), 2u) << before;
+    EXPECT_EQ(ParseAll(before + line.substr(0, line.size() - 1)).size(), 1u) << before;
+    EXPECT_EQ(ParseAll(before + line.substr(0, line.size() - 1) + "\n").size(), 2u) << before;
+    EXPECT_EQ(ParseAll(before + line.substr(0, line.size() - 4)).size(), 1u) << before;
+  }
+}
+
+TEST_F(ParseNextLineTest, ModernLineWithANulIsARecordOnlyUpToThere) {
+  mLogLimits = kModernLimits;
+  const std::string line = R"(192.0.2.7 - - [05/Mar/2000:10:00:00 +0000] "GET /a HTTP/1.0" 200 5 "-" "M")";
+  const std::string nul(1, '\0');
+  EXPECT_EQ(ParseAll(nul + nul + line + "\n" + line + "\n").size(), 2u);
+  EXPECT_EQ(ParseAll(line + "\n" + line + nul + nul + "\n" + line + "\n").size(), 3u);
+  const int64_t not_understood = LinesNotUnderstood();
+  EXPECT_EQ(ParseAll(line + "\n" + line.substr(0, 55) + nul + line + "\n" + line + "\n").size(), 2u);
+  EXPECT_EQ(LinesNotUnderstood() - not_understood, 1);
+  EXPECT_EQ(ParseAll(line + "\n" + line.substr(0, line.size() - 1) + nul + "\"\n").size(), 1u);
+}
+
 // --- URLs -------------------------------------------------------------------------
 
 TEST_F(ParseNextLineTest, UrlFromStemAndQuery) {
@@ -748,11 +798,23 @@ TEST(TrimFullRequest, KeepsTheUrl) {
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.request);
-    char buffer[64 + kScanOverread] = {};
-    CopyText(buffer, row.request);
-    std::string_view text = buffer;
+    const std::string buffer = row.request + std::string(kScanOverread, ' ');
+    std::string_view text(buffer.data(), strlen(row.request));
     TrimFullRequest(text);
     EXPECT_EQ(text, row.url);
+  }
+}
+
+TEST(TrimFullRequest, KeepsAUrlOfAnyLength) {
+  for (size_t length = 0; length < 200; ++length) {
+    const std::string url(length, 'u');
+    for (const char* behind : {"", " HTTP/1.0", " HTTP/1.0 "}) {
+      const std::string request = "GET " + url + behind;
+      const std::string buffer = request + std::string(kScanOverread, ' ');
+      std::string_view text(buffer.data(), request.size());
+      TrimFullRequest(text);
+      ASSERT_EQ(text, url);
+    }
   }
 }
 
@@ -901,6 +963,107 @@ TEST_F(ParseNextLineTest, LocalZoneAndSummerTime) {
   EXPECT_EQ(r.time, 963251736);
   EXPECT_EQ(r.local.tm_hour, 13);
   EXPECT_EQ(r.local.tm_isdst, 1);
+}
+
+class ZonesOfLinesTest : public ParseNextLineTest {
+ protected:
+  void SetUp() override {
+    ParseNextLineTest::SetUp();
+    mLogLimits = kModernLimits;
+    SetZone("EST5EDT,M4.1.0,M10.5.0");
+  }
+
+  static std::string Line(const std::string& time) {
+    return "10.0.0.1 - - [" + time + "] \"GET /a HTTP/1.0\" 200 1 \"-\" \"Lynx\"\n";
+  }
+  static std::vector<time_t> Times(const std::string& log) {
+    std::vector<time_t> times;
+    for (const Kept& record : ParseAll(log)) {
+      times.push_back(record.time);
+    }
+    return times;
+  }
+};
+
+using Instants = std::vector<time_t>;
+
+// The instants were worked out with date -u -d TIME +%s.
+TEST_F(ZonesOfLinesTest, ATimeIsThatOfTheZoneBesideIt) {
+  const Kept r = ParseOne(Line("10/Jul/2000:13:55:36 +0200"));
+  EXPECT_EQ(r.time, 963230136);
+  EXPECT_EQ(r.local.tm_hour, 7);
+  EXPECT_EQ(r.local.tm_isdst, 1);
+  EXPECT_EQ(r.local.tm_mday, 10);
+  EXPECT_EQ(ParseOne(Line("10/Jul/2000:13:55:36")).time, 963251736);
+  EXPECT_EQ(ParseOne(Line("11/Jul/2000:03:30:00 +0530")).local.tm_mday, 10);
+}
+
+// The hour of the last time is remembered with its zone, by either way of reading a line.
+TEST_F(ZonesOfLinesTest, ZonesMayChangeFromLineToLine) {
+  const std::string odd = "10.0.0.1 - - [10/Jul/2000:13:55:36 +0530] \"GET /a\" 200 -\n";
+  EXPECT_EQ(Times(Line("10/Jul/2000:13:55:36 +0200") + Line("10/Jul/2000:13:55:37 +0200") +
+                  Line("10/Jul/2000:13:55:36 -0200") + Line("10/Jul/2000:13:55:36 +0200") + odd +
+                  Line("10/Jul/2000:13:55:37 +0530") + Line("10/Jul/2000:13:55:36") + odd +
+                  Line("10/Jul/2000:13:55:36 +2460") + Line("10/Jul/2000:13:55:36 -0200")),
+            (Instants{963230136, 963230137, 963244536, 963230136, 963217536, 963217537, 963251736, 963217536,
+                      963251736, 963244536}));
+}
+
+TEST_F(ZonesOfLinesTest, BothHalvesOfARepeatedHourAreTold) {
+  EXPECT_EQ(Times(Line("29/Oct/2000:01:30:00 -0400") + Line("29/Oct/2000:01:30:00 -0500") +
+                  Line("29/Oct/2000:01:30:01 -0400")),
+            (Instants{972797400, 972801000, 972797401}));
+}
+
+TEST_F(ZonesOfLinesTest, TheLineBeforeHasNoSayInATimeThatTheClocksLeaveOut) {
+  const std::string gap = Line("02/Apr/2000:02:30:00");
+  const Instants alone = Instants{954660600};  // 03:30 in summer time
+  EXPECT_EQ(Times(gap), alone);
+  for (const char* before : {"02/Apr/2000:01:30:00", "02/Apr/2000:03:30:00", "10/Jul/2000:01:30:00",
+                             "10/Jan/2000:01:30:00", "29/Oct/2000:01:30:00"}) {
+    EXPECT_EQ(Times(Line(before) + gap).back(), alone[0]) << before;
+  }
+}
+
+TEST_F(ZonesOfLinesTest, OddTimesAreNoneAsWithoutAZone) {
+  for (const char* time :
+       {"00/Jan/1900:00:00:00 +0000", "31/Dec/1969:23:59:59 +0000", "01/Jan/1970:00:00:00 +0000",
+        "01/Jan/1970:02:00:00 +0200", "30/Feb/2000:05:00:01 +0000", "28/Feb/2000:24:00:01 +0000"}) {
+    EXPECT_TRUE(Times(Line(time) + Line(time)).empty()) << time;
+  }
+  EXPECT_EQ(Times(Line("01/Jan/1970:00:00:01 +0000") + Line("01/Jan/1970:00:00:00 +0000") +
+                  Line("01/Jan/1970:00:00:02 +0000")),
+            (Instants{1, 2}));
+  // In the hour of the line before, too.
+  EXPECT_EQ(Times(Line("29/Feb/2000:05:00:00 +0000") + Line("29/Feb/2000:05:60:00 +0000") +
+                  Line("29/Feb/2000:05:00:61 +0000") + Line("29/Feb/2000:05:00:60 +0000")),
+            (Instants{951800400, 951800460}));
+}
+
+TEST_F(ZonesOfLinesTest, GmtIsForTimesWithoutAZone) {
+  SuperLog_SetFixGmt("1", kLevelForm);
+  InitLogDates();
+  EXPECT_EQ(Times(Line("10/Jul/2000:13:55:36") + Line("10/Jul/2000:13:55:36 +0200")),
+            (Instants{963237336, 963230136}));
+  EXPECT_EQ(Times("{\"time\":\"2000-07-10T13:55:36\",\"request\":\"GET /a\",\"status\":200}\n"),
+            Instants{963237336});
+  SuperLog_SetFixGmt("0", kLevelForm);
+  EXPECT_EQ(Times("{\"time\":\"2000-07-10T13:55:36\",\"request\":\"GET /a\",\"status\":200}\n"),
+            Instants{963251736});
+}
+
+TEST_F(ZonesOfLinesTest, W3cIsGmt) {
+  const std::string head = "#Software: Microsoft Internet Information Services 10.0\n";
+  const std::string lines =
+      "#Fields: date time c-ip cs-method cs-uri-stem sc-status\n"
+      "2000-07-10 13:55:36 10.0.0.1 GET /a 200\n";
+  EXPECT_EQ(Times(head + lines), Instants{963237336});
+  EXPECT_EQ(Times(lines), Instants{963237336});
+  EXPECT_EQ(Times("#Software: WebSTAR/2.1\n#Fields: DATE TIME SC-STATUS HOSTNAME URL BYTES_SENT\n"
+                  "07/10/00\t13:55:36\t200\t10.0.0.1\t/a\t1\n"),
+            Instants{963251736});
+  mLogLimits = kClassicLimits;
+  EXPECT_EQ(Times(head + lines), Instants{963251736});
 }
 
 // What mktime makes of a repeated hour depends on the call before.

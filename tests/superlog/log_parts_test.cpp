@@ -6,9 +6,12 @@
 #include <string>
 #include <vector>
 
+#include "superlog/line_reader.h"
 #include "superlog/superlog.h"
 #include "support/account_logs.h"
 #include "support/part_text.h"
+#include "unpack/packed.h"
+#include "unpack/unpacking.h"
 
 namespace {
 
@@ -74,7 +77,10 @@ class LogParts : public AccountLogs {
               std::to_string(static_cast<int>(log.unpacked)) + "|" + std::to_string(log.records.count) + "|" +
               std::to_string(log.records.in_range) + "|" + std::to_string(log.records.first) + "|" +
               std::to_string(log.lines_not_understood) + "|" + std::to_string(log.first_not_understood) +
-              "|" + log.line + "\n";
+              "|" + log.line + "|" + std::to_string(log.nearest.miss.layout) + "|" +
+              std::to_string(log.nearest.given) + "|" +
+              std::to_string(static_cast<int>(log.nearest.miss.field)) + "|" +
+              std::to_string(log.nearest.miss.character) + "\n";
     }
     return text;
   }
@@ -147,6 +153,61 @@ TEST_F(LogParts, AreRefusedWhereOneRunWouldReadThemOnce) {
     // The classic edition goes by size and dates, as it does of the logs of one run.
     EXPECT_EQ(Add(c).added, whole ? LogsAdded::kAll : LogsAdded::kCopy);
   }
+}
+
+class PackedLogParts : public LogParts {
+ protected:
+  void SetUp() override {
+    if (LibraryFor(PackFormat::kGzip) == nullptr) {
+      GTEST_SKIP() << "built without gzip";
+    }
+    settings_.rules.whole_logs = settings_.rules.unpacks = true;
+  }
+};
+
+TEST_F(PackedLogParts, AreRefusedWhereOneRunWouldReadThemOnce) {
+  const std::string lines = kApples + kOranges + "not understood\n";
+  AddLog("a.log", lines);
+  AddLog("b.log", Pack(PackFormat::kGzip, lines));
+  AddLog("c.log", Pack(PackFormat::kGzip, kApples) + Pack(PackFormat::kGzip, kOranges + "not understood\n"));
+  AddLog("d.log", Pack(PackFormat::kGzip, kOranges + kApples + "not understood\n"));
+  const std::vector<std::string> parts = {Read("a.log"), Read("b.log"), Read("c.log"), Read("d.log")};
+  BeginAdding();
+  ASSERT_EQ(Add(parts[0]).added, LogsAdded::kAll);
+  EXPECT_EQ(Add(parts[1]).added, LogsAdded::kCopy);
+  BeginAdding();
+  ASSERT_EQ(Add(parts[1]).added, LogsAdded::kAll);
+  EXPECT_EQ(Add(parts[2]).added, LogsAdded::kCopy);
+  EXPECT_EQ(Add(parts[3]).added, LogsAdded::kAll);
+}
+
+// A compressed log is left out for one that is not, wherever that stands.
+TEST_F(PackedLogParts, MayBeCopiesOfLaterOnes) {
+  AddLog("a.log", Pack(PackFormat::kGzip, kApples));
+  AddLog("b.log", kApples);
+  AddLog("c.log", Pack(PackFormat::kGzip, kOranges));
+  const std::string bytes = Read("*.log");
+  EXPECT_NE(states_.find("a.log|" + folder_ + "/b.log|"), std::string::npos);
+  BeginAdding();
+  ASSERT_EQ(Add(bytes).added, LogsAdded::kAll);
+  EXPECT_NE(States().find("a.log|" + folder_ + "/b.log|"), std::string::npos);
+  EXPECT_EQ(WrittenPart([](PartWriter& part) { SaveLogs(part); }), bytes);
+}
+
+TEST_F(LogParts, NameTheNearestLayout) {
+  settings_.rules.whole_logs = true;
+  AddLog("a.log", R"({"time_local":"05/Mar/2000:10:00:00 +0000","status":200})"
+                  "\n");
+  AddLog("b.log", kApples.substr(0, kApples.find('"')) + "\n");
+  AddLog("c.log", "#Fields: date time c-ip cs-uri-stem sc-status\n10.0.0.1 200 5 Mar\n");
+  const std::string bytes = Read("*.log");
+  const std::string states = states_;
+  BeginAdding();
+  ASSERT_EQ(Add(bytes).added, LogsAdded::kAll);
+  EXPECT_EQ(States(), states);
+  EXPECT_NE(states.find("|0|7|0\n"), std::string::npos) << "no request: " << states;
+  EXPECT_NE(states.find("|0|4|23\n"), std::string::npos) << "no time: " << states;
+  EXPECT_NE(states.find(" Mar|1|1|"), std::string::npos) << "of told fields: " << states;
 }
 
 TEST_F(LogParts, OfOtherDaysMayBeCopies) {

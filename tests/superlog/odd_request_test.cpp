@@ -53,6 +53,12 @@ TEST(UrlOrNoRequest, OnlyNothingIsNone) {
   EXPECT_EQ(UrlOrNoRequest("--"), "--");
 }
 
+TEST(UrlOrNoRequest, TellsWhatSquidCouldNotRead) {
+  EXPECT_EQ(UrlOrNoRequest("error:transaction-end-before-headers"), "(no request)");
+  EXPECT_EQ(UrlOrNoRequest("error:invalid-request"), "(not HTTP)");
+  EXPECT_EQ(UrlOrNoRequest("error://www.example.com/"), "error://www.example.com/");
+}
+
 TEST(HasNoUrl, KnowsWhatStandsInPlaceOfAUrlEvenCut) {
   EXPECT_TRUE(HasNoUrl(UrlOrNoRequest("-")));
   EXPECT_TRUE(HasNoUrl(UrlOrNoRequest("-").substr(0, 3)));

@@ -13,7 +13,9 @@
 
 class BlockModel {
  public:
-  explicit BlockModel(std::string data) : data_(std::move(data)) {}
+  explicit BlockModel(std::string data) : data_(std::move(data)) {
+    marked_ = mLogLimits.passes_mark && data_.starts_with("\xEF\xBB\xBF");
+  }
 
   uint64_t counted() const { return counted_; }
 
@@ -54,6 +56,10 @@ class BlockModel {
     if (at_ == counted_) {
       counted_ += std::min<size_t>(kBlockSize, data_.size() - counted_);
     }
+    if (at_ == 0 && marked_) {
+      at_ = 3;
+      return Next();
+    }
     failed_ = at_ == counted_;
     if (failed_) {
       return -1;
@@ -66,4 +72,19 @@ class BlockModel {
   size_t at_ = 0;
   size_t counted_ = 0;
   bool failed_ = false;
+  bool marked_ = false;
 };
+
+// Whether the block reader tells the quotes of the current line, found here one by one.
+inline bool QuotesAreTold() {
+  if (mLineQuotes.begin == nullptr) {
+    return mLineLen == 0 || mLineLen == mLogLimits.line || mpLine[0] == '\xFF' || IsLineCut();
+  }
+  const uint32_t* quote = mLineQuotes.begin;
+  for (const char* at = mpLine; at != mpLineEnd; ++at) {
+    if (*at == '"' && (quote == mLineQuotes.end || mLineQuotes.buffer + *quote++ != at)) {
+      return false;
+    }
+  }
+  return quote == mLineQuotes.end;
+}

@@ -4,8 +4,6 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <csignal>
-
 #include "unpack/packed.h"
 
 namespace {
@@ -15,14 +13,35 @@ struct Unpacked {
   std::string text;
 };
 
-Unpacked Unpack(const Codec& codec, const std::string& packed) {
-  const std::string path = NewPath("unpacked");
+// Takes all, or so many times.
+struct TextTaker {
+  std::vector<unsigned char> room;
+  std::string text;
+  int times = INT_MAX;
+};
+
+std::span<unsigned char> RoomOf(void* taker) {
+  return static_cast<TextTaker*>(taker)->room;
+}
+
+bool Take(void* context, size_t filled) {
+  TextTaker& taker = *static_cast<TextTaker*>(context);
+  taker.text.append(taker.room.begin(), taker.room.begin() + static_cast<ptrdiff_t>(filled));
+  std::fill(taker.room.begin(), taker.room.end(), '?');  // the room is another each time
+  return --taker.times >= 0;
+}
+
+UnpackEnd UnpackTo(TextTaker& taker, const Codec& codec, const std::string& packed) {
   const int from = open(WriteFile("packed", packed).c_str(), O_RDONLY);
-  const int to = open(path.c_str(), O_WRONLY | O_CREAT, 0600);
-  const UnpackEnd end = UnpackFile(codec, from, to);
+  const UnpackEnd end = UnpackFile(codec, from, {&taker, RoomOf, Take});
   close(from);
-  close(to);
-  return {end, ReadFile(path)};
+  return end;
+}
+
+Unpacked Unpack(const Codec& codec, const std::string& packed, size_t room = 65536) {
+  TextTaker taker{.room = std::vector<unsigned char>(room), .text = {}};
+  const UnpackEnd end = UnpackTo(taker, codec, packed);
+  return {end, std::move(taker.text)};
 }
 
 // Each codec of the build whose library and tool are here.
@@ -55,6 +74,16 @@ TEST_P(UnpackFileTest, GivesBackWhatWasPacked) {
   Expect(Packed(text), UnpackEnd::kWhole, text);
   Expect(Packed("a"), UnpackEnd::kWhole, "a");
   Expect(Packed(""), UnpackEnd::kWhole, "");
+}
+
+TEST_P(UnpackFileTest, IntoRoomOfAnySize) {
+  const std::string text = RecordLines(1000);
+  const std::string packed = Packed(text) + Packed("") + Packed("end\n");
+  for (const size_t room : {1, 2, 7, 4095, 1 << 20}) {
+    const Unpacked unpacked = Unpack(codec, packed, room);
+    EXPECT_EQ(unpacked.end, UnpackEnd::kWhole) << room;
+    EXPECT_TRUE(unpacked.text == text + "end\n") << room;
+  }
 }
 
 TEST_P(UnpackFileTest, MembersFollowEachOther) {
@@ -128,18 +157,16 @@ TEST_P(UnpackFileTest, SomethingElseIsDamage) {
 }
 
 TEST_P(UnpackFileTest, EndsWhenNobodyTakesTheRest) {
-  signal(SIGPIPE, SIG_IGN);
-  int ends[2];
-  ASSERT_EQ(pipe(ends), 0);
-  close(ends[0]);
-  const int from = open(WriteFile("packed", Packed(RecordLines(30000))).c_str(), O_RDONLY);
-  EXPECT_EQ(UnpackFile(codec, from, ends[1]), UnpackEnd::kUnwanted);
-  close(from);
-  close(ends[1]);
+  const std::string text = RecordLines(30000);
+  TextTaker taker{.room = std::vector<unsigned char>(4096), .text = {}, .times = 2};
+  EXPECT_EQ(UnpackTo(taker, codec, Packed(text)), UnpackEnd::kUnwanted);
+  EXPECT_TRUE(text.starts_with(taker.text));
+  EXPECT_EQ(taker.text.size(), 3 * 4096U);
 }
 
 TEST_P(UnpackFileTest, WhatCannotBeReadIsDamaged) {
-  EXPECT_EQ(UnpackFile(codec, open("/", O_RDONLY), 1), UnpackEnd::kDamaged);
+  TextTaker taker{.room = std::vector<unsigned char>(1), .text = {}};
+  EXPECT_EQ(UnpackFile(codec, open("/", O_RDONLY), {&taker, RoomOf, Take}), UnpackEnd::kDamaged);
 }
 
 // More than the 128 MiB that a format may look back takes memory that the file's author chooses.

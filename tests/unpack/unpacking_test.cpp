@@ -9,15 +9,16 @@
 #include <csignal>
 #include <filesystem>
 
+#include "unpack/chunks.h"
 #include "unpack/packed.h"
 
 namespace {
 
-std::string ReadAll(int file) {
+std::string ReadAll() {
   std::string text;
   char piece[4096];
-  for (ssize_t got; (got = read(file, piece, sizeof piece)) > 0;) {
-    text.append(piece, static_cast<size_t>(got));
+  for (size_t got; (got = ReadUnpacked(piece, sizeof piece)) > 0;) {
+    text.append(piece, got);
   }
   return text;
 }
@@ -77,26 +78,27 @@ class UnpackingTest : public testing::Test {
   }
   void TearDown() override { StopUnpacking(); }
 
-  static int Open(const std::string& packed, PackFormat format = PackFormat::kGzip) {
+  static bool Open(const std::string& packed, PackFormat format = PackFormat::kGzip) {
     const int file = open(WriteFile("packed", packed).c_str(), O_RDONLY | O_CLOEXEC);
-    const int pipe = OpenUnpacked(file, format);
+    const bool opened = OpenUnpacked(file, format);
     close(file);
-    return pipe;
+    return opened;
   }
   static void Expect(const std::string& packed, const std::string& text, UnpackEnd end = UnpackEnd::kWhole) {
-    const int pipe = Open(packed);
-    ASSERT_GE(pipe, 0);
-    EXPECT_EQ(ReadAll(pipe), text);
-    EXPECT_EQ(CloseUnpacked(pipe), end);
+    ASSERT_TRUE(Open(packed));
+    EXPECT_EQ(ReadAll(), text);
+    EXPECT_EQ(CloseUnpacked(), end);
   }
 };
 
-// More than a pipe and the buffers hold.
+// More than all chunks hold.
 std::string LargeText() {
-  return RecordLines(60000);
+  std::string text = RecordLines(60000);
+  EXPECT_GT(text.size(), kChunks * kChunkSize);
+  return text;
 }
 
-// The child that unpacks a file whose pipe is not read.
+// The child that unpacks a file that is not read.
 pid_t ChildAtWork() {
   const std::vector<pid_t> helpers = ChildrenOf(getpid());
   EXPECT_EQ(helpers.size(), 1U);
@@ -124,31 +126,74 @@ TEST_F(UnpackingTest, LeavesNothingBehind) {
 }
 
 TEST_F(UnpackingTest, WhatIsNotReadToItsEndIsUnwanted) {
-  const int pipe = Open(Pack(PackFormat::kGzip, LargeText()));
+  Open(Pack(PackFormat::kGzip, LargeText()));
   char first = 0;
-  EXPECT_EQ(read(pipe, &first, 1), 1);
-  EXPECT_EQ(CloseUnpacked(pipe), UnpackEnd::kUnwanted);
+  EXPECT_EQ(ReadUnpacked(&first, 1), 1U);
+  EXPECT_EQ(CloseUnpacked(), UnpackEnd::kUnwanted);
   Expect(Pack(PackFormat::kGzip, "next\n"), "next\n");
 }
 
 TEST_F(UnpackingTest, AChildThatIsKilledLeavesABrokenFileAndServesTheNext) {
   const std::string text = LargeText();
-  const int pipe = Open(Pack(PackFormat::kGzip, text));
+  Open(Pack(PackFormat::kGzip, text));
   kill(ChildAtWork(), SIGKILL);
-  EXPECT_TRUE(text.starts_with(ReadAll(pipe)));
-  EXPECT_EQ(CloseUnpacked(pipe), UnpackEnd::kBroken);
+  EXPECT_TRUE(text.starts_with(ReadAll()));
+  EXPECT_EQ(CloseUnpacked(), UnpackEnd::kBroken);
+  Expect(Pack(PackFormat::kGzip, "next\n"), "next\n");
+}
+
+TEST_F(UnpackingTest, AChildThatIsKilledInMidFileLeavesItsBeginning) {
+  const std::string text = LargeText();
+  Open(Pack(PackFormat::kGzip, text));
+  const pid_t child = ChildAtWork();
+  std::string beginning(kChunkSize + 1, '\0');
+  EXPECT_EQ(ReadUnpacked(beginning.data(), beginning.size()), beginning.size());
+  kill(child, SIGKILL);
+  beginning += ReadAll();
+  EXPECT_TRUE(text.starts_with(beginning));
+  EXPECT_LT(beginning.size(), text.size());
+  EXPECT_EQ(CloseUnpacked(), UnpackEnd::kBroken);
+  Expect(Pack(PackFormat::kGzip, "next\n"), "next\n");
+}
+
+// The pipe that a process writes into, as whoever has that process in hand could.
+int PipeOf(pid_t process) {
+  const std::string folder = "/proc/" + std::to_string(process) + "/fd";
+  for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+    if (std::filesystem::read_symlink(entry).string().starts_with("pipe:")) {
+      return open(entry.path().c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    }
+  }
+  return -1;
+}
+
+TEST_F(UnpackingTest, AChildThatTellsOfMoreThanAChunkHoldsLeavesABrokenFile) {
+  const std::string text = LargeText();
+  Open(Pack(PackFormat::kGzip, text));
+  const int pipe = PipeOf(ChildAtWork());
+  ASSERT_GE(pipe, 0);
+  std::string read;
+  std::string note(kNoteSize, '\xFF');
+  while (write(pipe, note.data(), note.size()) < 0) {
+    char piece[4096];
+    read.append(piece, ReadUnpacked(piece, sizeof piece));
+  }
+  close(pipe);
+  read += ReadAll();
+  EXPECT_TRUE(text.starts_with(read));
+  EXPECT_EQ(CloseUnpacked(), UnpackEnd::kBroken);
   Expect(Pack(PackFormat::kGzip, "next\n"), "next\n");
 }
 
 TEST_F(UnpackingTest, AHelperThatIsKilledTakesItsChildAlongAndIsMissed) {
   const std::string text = LargeText();
-  const int pipe = Open(Pack(PackFormat::kGzip, text));
+  Open(Pack(PackFormat::kGzip, text));
   const pid_t child = ChildAtWork();
   kill(ChildrenOf(getpid()).at(0), SIGKILL);
-  EXPECT_TRUE(text.starts_with(ReadAll(pipe)));
-  EXPECT_EQ(CloseUnpacked(pipe), UnpackEnd::kBroken);
+  EXPECT_TRUE(text.starts_with(ReadAll()));
+  EXPECT_EQ(CloseUnpacked(), UnpackEnd::kBroken);
   EXPECT_TRUE(Comes([child] { return !Runs(child); }));
-  EXPECT_EQ(Open(Pack(PackFormat::kGzip, "next\n")), -1);
+  EXPECT_FALSE(Open(Pack(PackFormat::kGzip, "next\n")));
 }
 
 TEST_F(UnpackingTest, HelperAndChildDieWithTheProcess) {
@@ -170,7 +215,7 @@ TEST_F(UnpackingTest, GivesUpAllButReadingAndWriting) {
   if (ORVELLIS_SANDBOX == 0 || StatusOf(getpid(), "Seccomp").empty()) {
     GTEST_SKIP() << "nothing to give up";
   }
-  const int pipe = Open(Pack(PackFormat::kGzip, LargeText()));
+  Open(Pack(PackFormat::kGzip, LargeText()));
   const pid_t child = ChildAtWork();
   EXPECT_TRUE(Comes([child] { return StatusOf(child, "Seccomp") == "2"; }));
   // The helper's filter, and its own.
@@ -182,7 +227,7 @@ TEST_F(UnpackingTest, GivesUpAllButReadingAndWriting) {
     ++files;
   }
   EXPECT_EQ(files, 2U);
-  CloseUnpacked(pipe);
+  CloseUnpacked();
 }
 
 TEST_F(UnpackingTest, AnsweredAlsoWhereChildrenAreIgnored) {
@@ -201,9 +246,9 @@ TEST_F(UnpackingTest, TooLittleMemoryIsSaid) {
   if (process == 0) {
     const rlimit limit{90 << 20, 90 << 20};
     setrlimit(RLIMIT_AS, &limit);
-    const int pipe = Open(packed, PackFormat::kXz);
-    ReadAll(pipe);
-    _exit(static_cast<int>(CloseUnpacked(pipe)));
+    Open(packed, PackFormat::kXz);
+    ReadAll();
+    _exit(static_cast<int>(CloseUnpacked()));
   }
   int status = 0;
   waitpid(process, &status, 0);
@@ -216,7 +261,7 @@ TEST_F(UnpackingTest, NobodyUnpacksWhereNoProcessCanBeStarted) {
   if (process == 0) {
     const rlimit none{0, 0};
     setrlimit(RLIMIT_NOFILE, &none);
-    _exit(file >= 0 && OpenUnpacked(file, PackFormat::kGzip) == -1 ? 0 : 1);
+    _exit(file >= 0 && !OpenUnpacked(file, PackFormat::kGzip) ? 0 : 1);
   }
   int status = 0;
   waitpid(process, &status, 0);
