@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <iterator>
+#include <vector>
 
 #include "base/hash_seed.h"
 #include "base/memory_end.h"
@@ -75,13 +77,20 @@ void CountDay(DayCounts& days, const tm& local) {
 static constexpr int64_t kNoDay = int64_t{366} * INT32_MAX;
 static constexpr uint64_t kMostOfDay = uint64_t{1} << 48;  // of a part: sums of thousands do not pass 64 bits
 
+static bool ComesBefore(const DayCount& a, const DayCount& b) {
+  return a.day < b.day;
+}
+
+// In order, so that the same days are the same bytes: slots lie in another one in each process.
 void SaveDays(PartWriter& part, const DayCounts& days) {
-  PutFigure(part, days.length);
-  for (const DayCount& slot : std::span(days.slots, days.capacity)) {
-    if (slot.count != 0) {
-      PutSigned(part, slot.day);
-      PutFigure(part, static_cast<uint64_t>(slot.count));
-    }
+  std::vector<DayCount> counted;
+  std::copy_if(days.slots, days.slots + days.capacity, std::back_inserter(counted),
+               [](const DayCount& slot) { return slot.count != 0; });
+  std::sort(counted.begin(), counted.end(), ComesBefore);
+  PutFigure(part, counted.size());
+  for (const DayCount& day : counted) {
+    PutSigned(part, day.day);
+    PutFigure(part, static_cast<uint64_t>(day.count));
   }
 }
 
@@ -103,7 +112,7 @@ bool AddSavedDays(PartReader& part, DayCounts& days) {
 std::span<DayCount> OrderDays(DayCounts& days) {
   DayCount* const end = std::remove_if(days.slots, days.slots + days.capacity,
                                        [](const DayCount& slot) { return slot.count == 0; });
-  std::sort(days.slots, end, [](const DayCount& a, const DayCount& b) { return a.day < b.day; });
+  std::sort(days.slots, end, ComesBefore);
   return {days.slots, days.length};
 }
 
