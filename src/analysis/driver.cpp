@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <limits>
+#include <utility>
 
 #include "analysis/dns_cache.h"
 #include "analysis/dns_cache_internal.h"
@@ -26,7 +27,7 @@
 #include "superlog/odd_request.h"
 #include "superlog/superlog.h"
 
-static void (*mpLineRead)() = nullptr;  // who listens to this run
+static LineListener mpLineRead = nullptr;  // who listens to this run
 
 // ---- Set-up -------------------------------------------------------------------
 
@@ -402,7 +403,7 @@ static void CountRecord(const Rules& rules, const SuperLogRecord& record, Analys
 static LogRecords CountLogFile(const Rules& rules, Analysis& analysis) {
   const time_t first = analysis.range_first;
   const time_t last = analysis.range_last;
-  void (*const line_read)() = mpLineRead;
+  const LineListener line_read = mpLineRead;
   LogRecords records;
   SuperLogRecord record{};
   while (SuperLog_ParseNextLine(record)) {
@@ -486,10 +487,22 @@ static void AddNotedBytes(SuperLong& counter, int64_t amount) {
 // Wide figures are sums whatever the order of their amounts.
 static Rules RulesOf(const Settings& settings, const Analysis& analysis) {
   Rules rules = ResolveRules(settings, analysis.counting);
-  if (settings.part != nullptr && !analysis.counting.limits.wide_figures) {
+  const bool added_to = settings.part != nullptr || settings.workers > 1;
+  if (added_to && !analysis.counting.limits.wide_figures) {
     rules.add_bytes = AddNotedBytes;
   }
   return rules;
+}
+
+static void TakeLogFigures(Analysis& analysis) {
+  analysis.logs = {SuperLog_GetTotalLogBytesRead(), SuperLog_LogsInRange(), SuperLog_GetLinesNotUnderstood(),
+                   SuperLog_GetRecordsRead()};
+}
+
+void CollectLogFigures(const Settings& settings, Analysis& analysis) {
+  if (settings.rules.whole_logs) {
+    TakeLogFigures(analysis);
+  }
 }
 
 void CountRecords(const Settings& settings, Analysis& analysis) {
@@ -505,8 +518,7 @@ void CountRecords(const Settings& settings, Analysis& analysis) {
   }
   SuperLog_NextLogFile_Done();
   SetTypeCounts(analysis);
-  analysis.logs = {SuperLog_GetTotalLogBytesRead(), SuperLog_LogsInRange(), SuperLog_GetLinesNotUnderstood(),
-                   SuperLog_GetRecordsRead()};
+  TakeLogFigures(analysis);
   mPartBytes.sum = analysis.bytes;
   analysis.part_bytes = mPartBytes;
 }
@@ -525,6 +537,16 @@ void CompleteCounts(const Settings& settings, Analysis& analysis) {
 void CountLogs(const Settings& settings, Analysis& analysis) {
   CountRecords(settings, analysis);
   CompleteCounts(settings, analysis);
+}
+
+LineListener TakeLineListener() {
+  return std::exchange(mpLineRead, nullptr);
+}
+
+void TellLines(LineListener listener, int64_t lines) {
+  for (int64_t line = 0; listener != nullptr && line < lines; ++line) {
+    listener();
+  }
 }
 
 void EndAnalysis(Analysis& analysis) {

@@ -6,11 +6,14 @@
 #include "cgi/settings.h"
 #include "superlog/log_events.h"
 
+// Is told of another line of a log that was delivered, counted or not.
+using LineListener = void (*)();
+
 // What an analysis tells while it reads: values, and never a printed text. A null
 // function is never called, and costs nothing.
 struct AnalysisEvents {
   LogEvents logs;
-  void (*line_read)() = nullptr;  // another line of a log was delivered, counted or not
+  LineListener line_read = nullptr;
 };
 
 // Clears analysis, takes the rules over, sets its range from the dates of the
@@ -34,6 +37,14 @@ void CountLogs(const Settings& settings, Analysis& analysis);
 // part_bytes is known only where the settings name a part.
 void CountRecords(const Settings& settings, Analysis& analysis);
 void CompleteCounts(const Settings& settings, Analysis& analysis);
+
+// Behind CountRecords, when what others have read was added to the list of logs: takes from it what all of
+// them came to, where they are read whole.
+void CollectLogFigures(const Settings& settings, Analysis& analysis);
+
+// Takes the analysis its listener; and tells one of so many lines at once.
+LineListener TakeLineListener();
+void TellLines(LineListener listener, int64_t lines);
 
 // Makes the first and the last day of the logs those of a report that asked for them, in the settings
 // and in the analysis. Logs without any record leave the days that the settings name. After CountLogs,

@@ -1,5 +1,6 @@
 #include "cgi/parameters.h"
 
+#include <algorithm>
 #include <iterator>
 #include <string_view>
 
@@ -15,6 +16,8 @@ void initialize(Settings& settings, const Environment& env) {
   settings.rules.last_year = kLastNarrowYear;
   settings.program_path = env.SCRIPT_NAME;
   settings.DNSLookupSeconds = 10;
+  settings.workers = 1;
+  settings.worker_bytes = kUsualWorkerBytes;
   settings.SmartMemoryEnabled = 1;
   settings.SmartMemoryKeepEntries = 100;
   settings.SmartMemoryReclaimSize = 1000;
@@ -176,6 +179,23 @@ void SetTimeZone(Settings& settings, const char* name, int level) {
   }
 }
 
+void SetWorkers(Settings& settings, const char* value, int level) {
+  if (level < settings.workers_level) {
+    return;
+  }
+  char bytes[kTextSize];
+  ReturnValue(bytes, sizeof bytes, value, 2);
+  settings.workers_level = level;
+  settings.workers = std::clamp(ToInt(value), 0, kMostWorkers);
+  settings.worker_bytes = bytes[0] == '\0' ? kUsualWorkerBytes : std::max(ToInt(bytes), 1);
+}
+
+// Whoever calls the program knows best.
+static void Workers(Settings& settings, const Param& param) {
+  constexpr int kLevelShell = kLevelAccount + 1;
+  SetWorkers(settings, param.value, param.source == ParamSource::kShell ? kLevelShell : param.level);
+}
+
 static void Debug(Settings& settings, const Param& param) {
   settings.debug = ToInt(param.value);
   settings.debug_sources |= 1U << param.level;
@@ -254,6 +274,7 @@ static const Keyword kKeywords[] = {
     {"edition", DecidedBefore, kFromShell, kIgnored},
     {"part", DecidedBefore, kFromShell, kIgnored},
     {"merge", DecidedBefore, kFromShell, kIgnored},
+    {"workers", Workers, static_cast<Accepted>(kFromShell | kFromAccount), kIgnored},
     {"config", Copy<&Settings::config>, kFromRequest, kIgnored},
     {"password", Password<&Settings::password_account, &Settings::stored_password>, kFromAccount, kIgnored},
     {"signon", SignOn, kFromAccount, kIgnored, kStop, kLater},

@@ -28,6 +28,10 @@ bool CompareParam(const char* line, Settings& settings, ParamSource source, int 
 // the name held.
 void SetTimeZone(Settings& settings, const char* name, int level);
 
+// How many processes count (Settings::workers): "3", "0", or "3,65536" where one takes at least so many bytes
+// of logs. Taken as the zone is.
+void SetWorkers(Settings& settings, const char* value, int level);
+
 // Splits a line at its first "=" into two buffers of kTextSize, as above.
 void ParseFieldValue(const char* line, char (&name)[kTextSize], char (&value)[kTextSize], bool whole = false);
 

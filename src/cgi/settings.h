@@ -14,6 +14,8 @@
 
 inline constexpr const char* kVersion = "1.5";
 inline constexpr const char* kPlatform = "UNIX";
+inline constexpr int kMostWorkers = 256;
+inline constexpr int64_t kUsualWorkerBytes = 4 << 20;
 inline constexpr const char* kDefaultConfigFile = "orvellis.conf";  // in the working directory
 
 // Where a parameter comes from, and how strong it is: a level-aware setter keeps
@@ -133,6 +135,9 @@ struct Settings {
   bool fixed_days;           // the account's line says which: no request can ask for others
   AskedFields asked;
   RunRules rules;
+  int workers;               // processes that count, up to kMostWorkers; 0: as many as there are processors
+  int workers_level;         // of who has said so
+  int64_t worker_bytes;      // of logs that one of them takes at least
   bool no_remote_debug;  // RemoteDebugEnabled counts for nothing
   IgnoredNames ignored;  // by row of the keyword table: what a stranger's form may not set, but named
   char logs[kPathSize];

@@ -154,6 +154,10 @@ static void ApplyDnsLookup(Reading& reading, char* value) {
 }
 
 // A time that is none stays the default one; more than an hour is an hour.
+static void TakeWorkers(Reading& reading, char* value) {
+  SetWorkers(reading.settings, value, kLevelGlobalKey);
+}
+
 static void ApplyDnsSeconds(Reading& reading, char* value) {
   constexpr int kMost = 3600;
   const int seconds = ToInt(value);
@@ -204,6 +208,7 @@ static const ConfigKey kConfigKeys[] = {
     {"LoginLimits", StoreText<&Settings::LoginLimits>},
     {"DNSLookupEnabled", ApplyDnsLookup},
     {"DNSLookupSeconds", ApplyDnsSeconds},
+    {"Workers", TakeWorkers},
     {"SmartMemoryEnabled", ApplySmartMemory},
     {"SmartMemoryKeepEntries", StoreNumber<&Settings::SmartMemoryKeepEntries>},
     {"SmartMemoryReclaimSize", StoreNumber<&Settings::SmartMemoryReclaimSize>},

@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "analysis/resolve_item.h"
+#include "parts/workers.h"
 #include "report/debug_rows.h"
 #include "report/error_page.h"
 #include "report/info_pages.h"
@@ -65,7 +66,8 @@ Error AnalyzeLogs(const Environment& env, Settings& settings, const Counting& co
   if (settings.domaintypes.on != 0) {
     ReadNamesOnce(settings.Networks);  // before the tables take what memory there is
   }
-  CountLogs(settings, analysis);
+  CountByWorkers(settings, analysis);
+  CompleteCounts(settings, analysis);
   FinishPageOf(settings, analysis, page);
   EndAnalysis(analysis);
   return kNoError;

@@ -16,6 +16,7 @@
 #include "run/edition.h"
 #include "run/logs_layout.h"
 #include "run/part_run.h"
+#include "parts/workers.h"
 #include "run/store_folder.h"
 #include "sections/section_list.h"
 #include "superlog/superlog.h"
@@ -175,6 +176,7 @@ static Refusal Report(bool account_found, Task& task) {
     return names_days && IsAboutDays(error) ? RefuseDays(error, task) : Refusal{error};
   }
   MakeNice(task.settings);
+  SettleWorkers(task.settings);
   ShutInIfAsked(task);
   if (IsPartRun(task.settings)) {
     task.no_part =

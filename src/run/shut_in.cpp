@@ -49,14 +49,14 @@ static void AllowFolderOf(Landlock& landlock, const char* path, const PathRights
 struct PathsToAllow {
   Landlock landlock;
   bool landlocked;  // otherwise there are no rules
-  bool unpacks;     // with the first compressed log a helper is started, as it cannot be later
+  size_t unpackers;  // helpers that the first compressed log starts, as it cannot be done later
 };
 
 static void AllowLog(void* paths, const char* path, bool plain_file) {
   PathsToAllow& allow = *static_cast<PathsToAllow*>(paths);
-  if (allow.unpacks && FormatOfPath(path) != PackFormat::kNone) {
-    StartUnpacking();
-    allow.unpacks = false;
+  if (allow.unpackers > 0 && FormatOfPath(path) != PackFormat::kNone) {
+    StartUnpacking(allow.unpackers);
+    allow.unpackers = 0;
   }
   Landlock& landlock = allow.landlock;
   if (!allow.landlocked) {
@@ -108,9 +108,14 @@ static void AllowErrorLog(Landlock& landlock, const char* path) {
   }
 }
 
+// One for each worker, and one for the run that stands by.
+static size_t UnpackersFor(const Settings& settings) {
+  return settings.workers > 1 ? static_cast<size_t>(settings.workers) + 1 : 1;
+}
+
 // Returns an error number, as EnterLandlock does.
 static int GiveUpFiles(const Settings& settings) {
-  PathsToAllow paths{.landlock = {}, .landlocked = false, .unpacks = settings.rules.unpacks};
+  PathsToAllow paths{.landlock = {}, .landlocked = false, .unpackers = settings.rules.unpacks ? UnpackersFor(settings) : 0};
   Landlock& landlock = paths.landlock;
   paths.landlocked = BeginLandlock(landlock);
   if (settings.merge == nullptr) {
@@ -144,5 +149,5 @@ void ShutIn(const Settings& settings) {
     StartLookUps();
   }
   Tell(settings, "files", GiveUpFiles(settings));
-  Tell(settings, "system calls", EnterSyscallFilter(SyscallSet::kReport));
+  Tell(settings, "system calls", EnterSyscallFilter(settings.workers > 1 ? SyscallSet::kWorkers : SyscallSet::kReport));
 }

@@ -12,6 +12,7 @@
 #include <seccomp.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -39,6 +40,10 @@ static const char* const kReportCalls[] = {
     "pipe2", "wait4", "poll", "ppoll",
     // A run that was stopped goes on, one that gives up ends.
     "rt_sigaction", "rt_sigprocmask", "rt_sigreturn", "restart_syscall", "exit", "exit_group"};
+
+// What starts workers and takes what they have counted.
+static const char* const kWorkerCalls[] = {"getppid", "set_robust_list", "rseq", "set_tid_address",
+                                           "memfd_create"};
 
 // Whoever unpacks a file: any memory, but see below.
 static const char* const kUnpackCalls[] = {"read",    "write", "brk",  "munmap",     "mremap",
@@ -98,6 +103,11 @@ static constexpr scmp_datum_t kSignalOfEnd = 0xff;
 static constexpr scmp_datum_t kOfTheCLibrary = CLONE_CHILD_SETTID | CLONE_CHILD_CLEARTID;
 static constexpr ConditionalCall kForkCalls[] = {
     If("clone", {0, ~(kSignalOfEnd | kOfTheCLibrary), 0}),
+};
+
+// A process that ends with its parent.
+static constexpr ConditionalCall kConditionalWorkerCalls[] = {
+    If("prctl", {0, kWholeInt, PR_SET_PDEATHSIG}),
 };
 
 static constexpr ConditionalCall kConditionalReportCalls[] = {
@@ -237,6 +247,11 @@ int main(int argc, char** argv) {
     return 1;
   }
   Write(source, "kReportFilter", ReportFilter());
+  scmp_filter_ctx workers = ReportFilter();
+  AllowAll(workers, kWorkerCalls);
+  AllowAll(workers, kConditionalWorkerCalls);
+  AllowAll(workers, kForkCalls);
+  Write(source, "kWorkersFilter", workers);
   scmp_filter_ctx look_ups = EmptyFilter();
   AllowAll(look_ups, kLookUpCalls);
   AllowAll(look_ups, kConditionalLookUpCalls);

@@ -18,6 +18,8 @@ static std::span<const sock_filter> FilterOf(SyscallSet set) {
   switch (set) {
     case SyscallSet::kReport:
       return kReportFilter;
+    case SyscallSet::kWorkers:
+      return kWorkersFilter;
     case SyscallSet::kLookUps:
       return kLookUpFilter;
     case SyscallSet::kUnpackHelper:

@@ -6,6 +6,7 @@
 
 enum class SyscallSet {
   kReport,        // reading and writing files, memory, time
+  kWorkers,       // the same, and starting processes that do so, too
   kLookUps,       // reading files, asking name servers
   kUnpackHelper,  // starting processes, which read and write what is open
   kUnpack,        // reading and writing what is open, memory

@@ -161,6 +161,10 @@ SuperLong TotalLogBytesRead() {
   return mTotalLogBytesRead;
 }
 
+void SetTotalLogBytesRead(SuperLong bytes) {
+  mTotalLogBytesRead = bytes;
+}
+
 static bool IsReadAhead(int64_t offset) {
   return offset >= mFarOffset && offset < mFarOffset + static_cast<int64_t>(mFarSize);
 }
@@ -466,6 +470,8 @@ void GoToLine(int64_t offset) {
   RefreshBigBuf();
   char* const line = mpWindow + std::min<ptrdiff_t>(in_window, mpBigBufLastPos - mpWindow);
   mpBigBufCurPos = std::max(mpBigBufCurPos, line);
+  const int64_t begun = (in_window + kBlockSize - 1) / static_cast<int64_t>(kBlockSize) * static_cast<int64_t>(kBlockSize);
+  mpCountedTo = mpWindow + std::min<ptrdiff_t>(begun, mpBigBufLastPos - mpWindow);
 }
 
 // Those before a position of the file, by reading it again.

@@ -74,7 +74,8 @@ inline constexpr int64_t kNoStop = INT64_MAX;
 // Whether it was a stop that ended the lines. Without one the log is read to its end.
 bool IsStopped();
 
-// Goes on, in a file that is not compressed, at the beginning of a line.
+// Goes on, in a file that is not compressed, at the beginning of a line. Blocks that begin before it are not
+// counted.
 void GoToLine(int64_t offset);
 
 // HashStretch of the open file; false also of a compressed one.
@@ -143,6 +144,7 @@ void TrimEolChars(char* text);
 // (the last of a file may be short), counted when their first byte is needed. Of compressed files, the
 // unpacked ones.
 SuperLong TotalLogBytesRead();
+void SetTotalLogBytesRead(SuperLong bytes);
 
 // Closes the open file and returns the counter to zero.
 void ResetLineReader();

@@ -28,6 +28,7 @@ struct BlockReading {
   bool same;     // the file is as it was
   bool hashed;
   bool passed_end;  // the last block was not read
+  Stretch stretch;
 };
 static BlockReading mBlocks;
 static BlockSizes mSizes;
@@ -96,6 +97,16 @@ bool IsKnownOutside(const char* path, time_t first, time_t last) {
   return true;
 }
 
+uint64_t BytesToBeRead(const LogFile& log, time_t first, time_t last) {
+  mBlocks = {};
+  mBlocks.range_first = first;
+  mBlocks.range_last = last;
+  KnownLog& known = mBlocks.known;
+  const bool recalled =
+      IsStoreOpen() && StampOf(log.name, mBlocks.stamp) && Recall(mBlocks.stamp, known) && !known.packed;
+  return recalled ? log.size - std::min(log.size, BytesOutside(known)) : log.size;
+}
+
 bool AreBlocksPacked() {
   return mBlocks.made.packed;
 }
@@ -138,7 +149,8 @@ static size_t BlocksBefore(const KnownLog& known) {
 // Proving that a log begins as before takes a third of reading it.
 static size_t UsableBlocks() {
   const KnownLog& known = mBlocks.known;
-  if (known.blocks.empty() || known.packed || FormatOfLog() != PackFormat::kNone) {
+  if (known.blocks.empty() || known.packed || FormatOfLog() != PackFormat::kNone ||
+      !mBlocks.stretch.IsWhole()) {
     return 0;
   }
   if (mBlocks.same) {
@@ -152,11 +164,16 @@ static size_t UsableBlocks() {
 
 // Logs that are being written are kept where reading them again takes long.
 static bool IsWorthKeeping() {
-  return IsStoreOpen() && mBlocks.stamped && !mBlocks.same &&
+  return IsStoreOpen() && mBlocks.stamped && !mBlocks.same && mBlocks.stretch.IsWhole() &&
          (mBlocks.settled || mBlocks.stamp.size >= static_cast<uint64_t>(mSizes.others));
 }
 
-void BeginBlocks() {
+bool Stretch::IsWhole() const {
+  return from == 0 && to == kNoStop;
+}
+
+void BeginBlocks(const Stretch& stretch) {
+  mBlocks.stretch = stretch;
   mBlocks.bytes_before = SuperLongToBytes(TotalLogBytesRead());
   mBlocks.usable = UsableBlocks();
   if (!mBlocks.hashed && IsWorthKeeping() && FormatOfLog() == PackFormat::kNone) {
@@ -203,7 +220,7 @@ static void BeginBlock(int64_t offset) {
   block.state_known = StateOfLines(block.state) ? 1 : 0;
   mBlocks.made.blocks.push_back(block);
   mBlocks.lines_before = LinesNotUnderstoodOfLog().lines;
-  StopLinesAt(mBlocks.made.packed ? kNoStop : NextStop(offset));
+  StopLinesAt(mBlocks.made.packed ? kNoStop : std::min(NextStop(offset), mBlocks.stretch.to));
 }
 
 bool NextBlock() {
@@ -234,7 +251,7 @@ bool BlockRead(const LogRecords& records) {
   block.not_understood = LinesNotUnderstoodOfLog().lines - mBlocks.lines_before;
   mBlocks.in_range += records.in_range;
   Add(block);
-  return IsStopped();
+  return IsStopped() && NextLineOffset() < mBlocks.stretch.to;
 }
 
 // ---- The whole log ----
@@ -251,14 +268,15 @@ void EndBlocks() {
     made.size = mBlocks.stamp.size;
     made.bytes = SuperLongToBytes(TotalLogBytesRead()) - mBlocks.bytes_before;
   } else {
-    made.size = made.bytes = static_cast<uint64_t>(NextLineOffset());
+    made.size = static_cast<uint64_t>(NextLineOffset());
+    made.bytes = made.size - static_cast<uint64_t>(mBlocks.stretch.from);
     mBlocks.hashed = mBlocks.hashed && HashOfReading(made.hash);
   }
 }
 
 LogReading ReadingOfBlocks() {
   const KnownLog& log = mBlocks.made;
-  LogReading reading{.records = {}, .not_understood = log.first};
+  LogReading reading{.bytes = log.bytes, .records = {}, .not_understood = log.first};
   LogRecords& records = reading.records;
   reading.not_understood.lines = 0;
   for (const LogBlock& block : log.blocks) {
@@ -269,10 +287,6 @@ LogReading ReadingOfBlocks() {
   }
   records.in_range = mBlocks.in_range;
   return reading;
-}
-
-uint64_t BytesOfBlocks() {
-  return mBlocks.made.bytes;
 }
 
 // All of it has come, and it is the same file as before.

@@ -23,11 +23,23 @@ void SetBlockSizesForTest(const BlockSizes& sizes);
 // range: then it need not be opened.
 bool IsKnownOutside(const char* path, time_t first, time_t last);
 
+// How many bytes of a log there are to be read for that range, as far as is known, before the log is opened.
+uint64_t BytesToBeRead(const LogFile& log, time_t first, time_t last);
+
 // Whether the log of which that was true, or of which BeginBlocks was told, is compressed.
 bool AreBlocksPacked();
 
-// The log was opened: looks what of it is known.
-void BeginBlocks();
+// A part of a log, between beginnings of lines.
+struct Stretch {
+  int64_t from;
+  int64_t to;  // kNoStop: all that is behind it
+
+  bool IsWhole() const;
+};
+
+// The log was opened, and lines come from the beginning of the stretch on: looks what of it is known. Of a part
+// of a log nothing is known and nothing is kept.
+void BeginBlocks(const Stretch& stretch);
 
 // Goes to the next block that has to be read, to whose end lines come. False when there is none.
 bool NextBlock();
@@ -41,9 +53,6 @@ void EndBlocks();
 // What the whole log comes to, be it read or known; behind EndBlocks, or of a log that is known to lie
 // outside.
 LogReading ReadingOfBlocks();
-
-// The bytes of its lines.
-uint64_t BytesOfBlocks();
 
 // Keeps what was read of the log, when it will hold. To be called after the log was closed; unpacked tells
 // how that of a compressed log ended.

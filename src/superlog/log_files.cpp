@@ -18,6 +18,7 @@
 #include "superlog/log_line.h"
 #include "superlog/log_parts.h"
 #include "superlog/log_probe.h"
+#include "superlog/log_shares.h"
 #include "superlog/log_store.h"
 #include "superlog/summary_file.h"
 #include "superlog/superlog.h"
@@ -42,17 +43,11 @@ static FoundLogs mFoundAccessLog;
 static bool mWholeLogs = false;              // every log is read to its end
 static bool mFilesBegun = false;             // SuperLog_NextLogFile was called
 static LogFile* mpNextLogSummary = nullptr;  // entry to look at next
+static const LogFile* mpLogAtHand = nullptr;
 static LogFile* mpOpenLog = nullptr;         // where logs are read whole
 static bool mBlockRead = false;              // a part of it was, behind which there may be others
 static bool mLogsInReportRange = false;
 static int64_t mRecordsRead = 0;
-
-// Of the logs of which a report speaks, where logs are read whole.
-struct WholeFigures {
-  SuperLong bytes;
-  int64_t lines_not_understood;
-};
-static WholeFigures mWhole;
 
 static void Forget(FoundLogs& logs) {
   FindClose(logs.scan);
@@ -64,7 +59,6 @@ static void BeginRun(bool whole_logs) {
   mFilesBegun = false;
   mLogsInReportRange = false;
   mRecordsRead = 0;
-  mWhole = {};
 }
 
 void ResetSuperLog() {
@@ -265,6 +259,7 @@ void SuperLog_InitWithoutLogs(const Settings& settings, const Limits& limits, ti
   mLogEvents = events;
   mLogLimits = limits;
   BeginRun(settings.rules.whole_logs);
+  ForgetShare();
   SetUnpacking(settings.rules.whole_logs && settings.rules.unpacks);
   mAnalysisRangeFirst_t = range_first;
   mAnalysisRangeLast_t = range_last;
@@ -321,6 +316,12 @@ static void TellOfLook(const LogLook& look) {
   }
 }
 
+static void GoToStretchOf(const LogFile& log) {
+  if (StretchOf(log).from > 0) {
+    GoToStretch();
+  }
+}
+
 static bool OpenIfInRange(const LogFile& log) {
   const LogLook look = LookAt(log);
   const LogVerdict verdict = look.verdict;
@@ -329,7 +330,13 @@ static bool OpenIfInRange(const LogFile& log) {
     return false;
   }
   mLogsInReportRange = true;
-  return OpenLog(log.name);
+  mpLogAtHand = &log;
+  if (!OpenLog(log.name)) {
+    return false;
+  }
+  GoToStretchOf(log);
+  StopLinesAt(StretchOf(log).to);
+  return true;
 }
 
 LogVerdict VerdictOf(const LogRecords& records) {
@@ -338,20 +345,27 @@ LogVerdict VerdictOf(const LogRecords& records) {
                               : LogVerdict::kNoLog;
 }
 
-// A report speaks of the logs that hold records in range, and of lines where there might have been some.
+bool AreLogsReadWhole() {
+  return mWholeLogs;
+}
+
+bool IsToBeRead(const LogFile& log) {
+  return mWholeLogs ? log.plain && log.original == nullptr : LookAt(log).verdict == LogVerdict::kInRange;
+}
+
+bool MayEndItself(const LogFile& log) {
+  return !mWholeLogs && LookAt(log).last > mAnalysisRangeLast_t;
+}
+
+uint64_t BytesToBeRead(const LogFile& log) {
+  return BytesToBeRead(log, mAnalysisRangeFirst_t, mAnalysisRangeLast_t);
+}
+
 static void TakeReading(LogFile& log) {
   LogReading& reading = ReadingOf(log);
   reading = ReadingOfBlocks();
   const LogRecords& records = reading.records;
-  const LogVerdict verdict = VerdictOf(records);
-  if (verdict == LogVerdict::kInRange) {
-    mLogsInReportRange = true;
-    SuperLongAddWide(mWhole.bytes, static_cast<int64_t>(BytesOfBlocks()));
-  }
-  if (verdict != LogVerdict::kOutOfRange) {
-    mWhole.lines_not_understood += reading.not_understood.lines;
-  }
-  TellOfLook({log.name, log.size, records.first, records.last, verdict});
+  TellOfLook({log.name, log.size, records.first, records.last, VerdictOf(records)});
 }
 
 // Where a clock change repeats an hour, the line before decides: that of the log before must not.
@@ -414,7 +428,9 @@ static bool OpenWhole(LogFile& log) {
   if (log.original != nullptr) {
     return false;
   }
-  const bool outside = IsKnownOutside(log.name, mAnalysisRangeFirst_t, mAnalysisRangeLast_t);
+  mpLogAtHand = &log;
+  const bool outside = IsKnownOutside(log.name, mAnalysisRangeFirst_t, mAnalysisRangeLast_t) &&
+                       StretchOf(log).IsWhole();
   if (outside && !MayBeCopyOfKnown()) {
     TakeReading(log);
     return false;
@@ -433,7 +449,8 @@ static bool OpenWhole(LogFile& log) {
   mpOpenLog = &log;
   ForgetLinesBefore();
   BeginLinesOfLog();
-  BeginBlocks();
+  GoToStretchOf(log);
+  BeginBlocks(StretchOf(log));
   return GoToBlock();
 }
 
@@ -443,6 +460,7 @@ static bool OpenToBeRead(LogFile& log) {
 
 void SuperLog_LogRead(const LogRecords& records) {
   mRecordsRead += records.count;
+  LogOfShareRead(*mpLogAtHand, !mWholeLogs && records.last > mAnalysisRangeLast_t);
   if (mpOpenLog == nullptr) {
     return;
   }
@@ -475,6 +493,7 @@ static LogRecords AllRecords() {
   for (const LogFile* log = mpLogsRoot; log != nullptr; log = log->next) {
     const LogRecords& records = KnownOf(*log).records;
     all.count += records.count;
+    all.in_range += records.in_range;
     all.first = std::min(all.first, records.first);
     all.last = std::max(all.last, records.last);
   }
@@ -527,7 +546,8 @@ bool SuperLog_NextState(const void*& place, LogState& state) {
 
 static void BeginFiles() {
   mFilesBegun = true;
-  mpNextLogSummary = mpLogsRoot;
+  mpNextLogSummary = FirstLogOfShare();
+  ShareBegins();
   if (mLogEvents.search_done != nullptr) {
     mLogEvents.search_done({mAnalysisRangeFirst_t, mAnalysisRangeLast_t, mLogSearchSpec, mCurLogFileSpec,
                             SuperLog_LogFilesFound()});
@@ -545,13 +565,14 @@ bool SuperLog_NextLogFile() {
   } else if (mLogEvents.log_read != nullptr) {
     mLogEvents.log_read();
   }
-  while (mpNextLogSummary != nullptr) {
+  while (mpNextLogSummary != nullptr && IsInShare(*mpNextLogSummary)) {
     LogFile& log = *mpNextLogSummary;
     mpNextLogSummary = log.next;
     if (OpenToBeRead(log)) {
       return true;
     }
   }
+  ShareEnds();
   return false;
 }
 
@@ -561,16 +582,39 @@ void SuperLog_NextLogFile_Done() {
   mBlockRead = false;
 }
 
+// ---- What the logs came to ----
+
+// A report speaks of the logs that hold records in range, and of lines where there might have been some.
+static SuperLong BytesOfLogs() {
+  SuperLong bytes{};
+  for (const LogFile* log = mpLogsRoot; log != nullptr; log = log->next) {
+    const LogReading& reading = KnownOf(*log);
+    if (reading.records.in_range > 0) {
+      SuperLongAddWide(bytes, static_cast<int64_t>(reading.bytes));
+    }
+  }
+  return bytes;
+}
+
+static int64_t LinesOfLogs() {
+  int64_t lines = 0;
+  for (const LogFile* log = mpLogsRoot; log != nullptr; log = log->next) {
+    const LogReading& reading = KnownOf(*log);
+    lines += VerdictOf(reading.records) == LogVerdict::kOutOfRange ? 0 : reading.not_understood.lines;
+  }
+  return lines;
+}
+
 bool SuperLog_LogsInRange() {
-  return mLogsInReportRange;
+  return mWholeLogs ? AllRecords().in_range > 0 : mLogsInReportRange;
 }
 
 SuperLong SuperLog_GetTotalLogBytesRead() {
-  return mWholeLogs ? mWhole.bytes : TotalLogBytesRead();
+  return mWholeLogs ? BytesOfLogs() : TotalLogBytesRead();
 }
 
 int64_t SuperLog_GetLinesNotUnderstood() {
-  return mWholeLogs ? mWhole.lines_not_understood : LinesNotUnderstood();
+  return mWholeLogs ? LinesOfLogs() : LinesNotUnderstood();
 }
 
 int64_t SuperLog_GetRecordsRead() {

@@ -17,3 +17,12 @@ LogLook LookAt(const LogFile& file);
 
 // What the records of a log that was read whole say of it.
 LogVerdict VerdictOf(const LogRecords& records);
+
+// Whether every log is read to its end, wherever its records stand in time.
+bool AreLogsReadWhole();
+
+// Whether a log of the list is one to be read, for all that is known before it is opened; whether a record of
+// it may then end its reading; and how many of its bytes there are to be read.
+bool IsToBeRead(const LogFile& log);
+bool MayEndItself(const LogFile& log);
+uint64_t BytesToBeRead(const LogFile& log);

@@ -755,6 +755,11 @@ void PassLinesNotUnderstood(int64_t lines, const NotUnderstood& known) {
   mLinesNotUnderstood += lines;
 }
 
+void ForgetLinesNotUnderstood(int64_t all) {
+  mLinesNotUnderstood = all;
+  BeginLinesOfLog();
+}
+
 void ResetLogLine() {
   mMayBeOther = false;
   mLinesNotUnderstood = 0;

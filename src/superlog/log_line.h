@@ -71,6 +71,9 @@ void BeginLinesOfLog();
 // first one.
 void PassLinesNotUnderstood(int64_t lines, const NotUnderstood& known);
 
+// Makes it so many of all logs, and none of that one.
+void ForgetLinesNotUnderstood(int64_t all);
+
 // Forgets the lines that were not understood.
 void ResetLogLine();
 

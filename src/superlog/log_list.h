@@ -14,6 +14,7 @@
 
 // What reading a log to its end has told.
 struct LogReading {
+  uint64_t bytes = 0;  // of its lines
   LogRecords records;
   NotUnderstood not_understood;
 };

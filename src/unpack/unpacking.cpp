@@ -2,52 +2,69 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 
 #include "sandbox/helper_process.h"
 #include "unpack/chunks.h"
 #include "unpack/helper.h"
 
-static HelperProcess mHelper;
-static unsigned char* mChunks;
+struct Unpacker {
+  HelperProcess helper;
+  unsigned char* chunks = nullptr;
+};
+static Unpacker mUnpackers[kMostUnpackers];
+static Unpacker* mpUnpacker = mUnpackers;
 static ChunkReader mReader;
 
+static unsigned char* mStartedChunks;  // of the helper that is being started
+
 static void Serve(int socket, pid_t parent) {
-  ServeUnpacking(socket, parent, mChunks);
+  ServeUnpacking(socket, parent, mStartedChunks);
 }
 
-static void DropChunks() {
-  if (mChunks != nullptr) {
-    UnmapChunks(mChunks);
+static void DropChunks(Unpacker& unpacker) {
+  if (unpacker.chunks != nullptr) {
+    UnmapChunks(unpacker.chunks);
   }
-  mChunks = nullptr;
+  unpacker.chunks = nullptr;
 }
 
-void StartUnpacking() {
-  if (mHelper.process >= 0) {
+static void Start(Unpacker& unpacker) {
+  if (unpacker.helper.process >= 0) {
     return;
   }
-  mChunks = MapChunks();
-  if (mChunks != nullptr && StartHelper(mHelper, Serve)) {
-    KeepChunks(mChunks);
+  unpacker.chunks = mStartedChunks = MapChunks();
+  if (unpacker.chunks != nullptr && StartHelper(unpacker.helper, Serve)) {
+    KeepChunks(unpacker.chunks);
   } else {
-    DropChunks();
+    DropChunks(unpacker);
   }
+}
+
+void StartUnpacking(size_t count) {
+  for (size_t i = 0; i < std::min(count, kMostUnpackers); ++i) {
+    Start(mUnpackers[i]);
+  }
+}
+
+void UseUnpacker(size_t number) {
+  mpUnpacker = &mUnpackers[std::min(number, kMostUnpackers - 1)];
 }
 
 bool OpenUnpacked(int file, PackFormat format) {
   int ends[2];
-  StartUnpacking();
-  if (mHelper.process < 0 || !OpenNotes(ends)) {
+  Start(*mpUnpacker);
+  if (mpUnpacker->helper.process < 0 || !OpenNotes(ends)) {
     return false;
   }
-  const bool sent = SendRequest(mHelper.socket, {format, file, ends[1]});
+  const bool sent = SendRequest(mpUnpacker->helper.socket, {format, file, ends[1]});
   close(ends[1]);
   if (!sent) {
     close(ends[0]);
     return false;
   }
-  mReader = {.memory = mChunks, .notes = ends[0]};
+  mReader = {.memory = mpUnpacker->chunks, .notes = ends[0]};
   return true;
 }
 
@@ -60,14 +77,16 @@ UnpackEnd CloseUnpacked() {
   UnpackEnd end = UnpackEnd::kBroken;
   ssize_t got = 0;
   do {
-    got = read(mHelper.socket, &end, sizeof end);
+    got = read(mpUnpacker->helper.socket, &end, sizeof end);
   } while (got < 0 && errno == EINTR);
   return got == sizeof end && !mReader.broken ? end : UnpackEnd::kBroken;
 }
 
 void StopUnpacking() {
-  StopHelper(mHelper);
-  DropChunks();
+  for (Unpacker& unpacker : mUnpackers) {
+    StopHelper(unpacker.helper);
+    DropChunks(unpacker);
+  }
 }
 
 const char* LibraryFor(PackFormat format) {

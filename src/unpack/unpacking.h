@@ -4,11 +4,17 @@
 // A process reads one such file at a time. Its helper (unpack/helper.h) is file-scope state.
 #pragma once
 
+#include <cstddef>
+
 #include "unpack/codec.h"
 
-// Starts the helper, if it is not there. To be called before the process gives up starting others; who
-// does not is served as long as it has not.
-void StartUnpacking();
+// Starts so many helpers, one for each process that will read, as far as they are not there. To be called
+// before the process gives up starting others; who does not is served as long as it has not.
+inline constexpr size_t kMostUnpackers = 257;
+void StartUnpacking(size_t count = 1);
+
+// Has this process served by the helper of that number from now on; by the first one at first.
+void UseUnpacker(size_t number);
 
 // Begins to unpack an open file from its start; false when there is nobody to unpack it. The file may be
 // closed at once.

@@ -1,0 +1,235 @@
+#include "parts/workers.h"
+
+#include <sched.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+#include "analysis/driver.h"
+#include "analysis/rules.h"
+#include "analysis/smart_memory.h"
+#include "analysis/wildcard.h"
+#include "base/part_bytes.h"
+#include "parts/counts.h"
+#include "sandbox/helper_process.h"
+#include "superlog/byte_scan.h"
+#include "superlog/log_shares.h"
+#include "superlog/superlog.h"
+#include "unpack/unpacking.h"
+
+// ---- How many ----
+
+// The quota of a container: so many microseconds of processors in a period of so many.
+static int ProcessorsOfQuota(const char* path) {
+  double quota = 0;
+  double period = 0;
+  FILE* const file = fopen(path, "re");
+  const bool limited = file != nullptr && fscanf(file, "%lf %lf", &quota, &period) == 2;
+  if (file != nullptr) {
+    fclose(file);
+  }
+  return limited && period > 0 ? static_cast<int>(std::clamp(quota / period, 1.0, 1e6)) : kMostWorkers;
+}
+
+static int UsableProcessors() {
+  cpu_set_t processors;
+  const bool known = sched_getaffinity(0, sizeof processors, &processors) == 0;
+  const int allowed = known ? CPU_COUNT(&processors) : 1;
+  return std::clamp(std::min(allowed, ProcessorsOfQuota("/sys/fs/cgroup/cpu.max")), 1, kMostWorkers);
+}
+
+void SettleWorkers(Settings& settings) {
+  if (settings.workers == 0) {
+    settings.workers = UsableProcessors();
+  }
+}
+
+// ---- What can be divided ----
+
+// Whether a record is counted by more than what it and the settings say.
+static bool MayBeDivided(const Settings& settings, const Rules& rules) {
+  const bool names_decide = rules.dns != DnsMode::kOff && rules.dns != DnsMode::kAfterwards;
+  return settings.workers > 1 && settings.debug == 0 && !names_decide &&
+         (settings.find_pattern == 0 || !RemembersMatches(settings.find));
+}
+
+static bool AllIsThere() {
+  return gSM_TotalBytesFreed == 0;
+}
+
+// ---- Standing by ----
+
+static constexpr int kGaveUp = 1;
+
+struct StandBy {
+  bool* counted;  // by the others: from now on they are the run
+  pid_t process;  // 0 in the other one; below 0: there is none
+};
+
+static StandBy LeaveToAnother() {
+  void* const memory = mmap(nullptr, 1, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  if (memory == MAP_FAILED) {
+    return {nullptr, -1};
+  }
+  const pid_t self = getpid();
+  const StandBy stand_by{static_cast<bool*>(memory), fork()};
+  if (stand_by.process == 0) {
+    DieWith(self);
+  }
+  return stand_by;
+}
+
+static int WaitFor(pid_t process) {
+  int status = 0;
+  while (waitpid(process, &status, 0) < 0) {
+    if (errno != EINTR) {
+      return -1;
+    }
+  }
+  return status;
+}
+
+// Returns when the others have given up before they were the run.
+static void EndAsTheOther(const StandBy& stand_by) {
+  const int status = WaitFor(stand_by.process);
+  if (*stand_by.counted) {
+    constexpr int kBySignal = 128;  // as shells say it
+    _exit(WIFEXITED(status) ? WEXITSTATUS(status) : kBySignal + WTERMSIG(status));
+  }
+  munmap(stand_by.counted, 1);
+}
+
+// ---- Workers ----
+
+struct Worker {
+  pid_t process = -1;
+  int file = -1;  // into which it writes its part
+};
+
+struct PartFile {
+  int file;
+  bool written;
+};
+
+static void WriteToFile(void* context, const char* bytes, size_t size) {
+  PartFile& to = *static_cast<PartFile*>(context);
+  while (to.written && size > 0) {
+    const ssize_t n = write(to.file, bytes, size);
+    to.written = n > 0 || (n < 0 && errno == EINTR);
+    bytes += n > 0 ? n : 0;
+    size -= static_cast<size_t>(n > 0 ? n : 0);
+  }
+}
+
+// Room beyond the part's end, which may be read.
+static void WriteOverread(PartWriter& part) {
+  static constexpr char kRoom[kScanOverread] = {};
+  PutText(part, {kRoom, sizeof kRoom});
+}
+
+[[noreturn]] static void Work(const LogShare& share, int file, const Settings& settings, const Rules& rules,
+                              Analysis& analysis) {
+  TakeShare(share);
+  CountRecords(settings, analysis);
+  static PartFile to{file, true};
+  static PartWriter part;
+  part.sink = {&to, WriteToFile};
+  SaveShare(part);
+  SaveCounts(part, rules, analysis);
+  WriteOverread(part);
+  FlushPart(part);
+  _exit(to.written && AllIsThere() ? 0 : kGaveUp);
+}
+
+static Worker StartWorker(size_t number, const LogShare& share, const Settings& settings, const Rules& rules,
+                          Analysis& analysis) {
+  const int file = memfd_create("orvellis", MFD_CLOEXEC);
+  if (file < 0) {
+    return {};
+  }
+  const pid_t self = getpid();
+  const pid_t process = fork();
+  if (process == 0) {
+    DieWith(self);
+    UseUnpacker(number + 1);
+    Work(share, file, settings, rules, analysis);
+  }
+  return {process, file};
+}
+
+// ---- Adding ----
+
+struct PartBytesOfWorker {
+  const char* bytes = nullptr;
+  size_t size = 0;
+};
+
+static bool AddBytes(PartReader& part, const Settings& settings, Analysis& analysis) {
+  unsigned missing = 0;
+  return AddShare(part) && AddSavedCounts(part, ResolveRules(settings, analysis.counting), analysis, missing);
+}
+
+static bool AddPartOf(const Worker& worker, const Settings& settings, Analysis& analysis) {
+  struct stat file;
+  if (worker.process < 0 || WaitFor(worker.process) != 0 || fstat(worker.file, &file) != 0) {
+    return false;
+  }
+  const auto size = static_cast<size_t>(file.st_size);
+  void* const bytes = mmap(nullptr, size, PROT_READ, MAP_SHARED | MAP_POPULATE, worker.file, 0);
+  if (bytes == MAP_FAILED) {
+    return false;
+  }
+  PartReader part{static_cast<const char*>(bytes), static_cast<const char*>(bytes) + size};
+  const bool added = AddBytes(part, settings, analysis);
+  munmap(bytes, size);
+  close(worker.file);
+  return added && AllIsThere();
+}
+
+static bool CountShares(const std::vector<LogShare>& shares, const Settings& settings, const Rules& rules,
+                        Analysis& analysis) {
+  std::vector<Worker> workers;
+  for (size_t i = 1; i < shares.size(); ++i) {
+    workers.push_back(StartWorker(i, shares[i], settings, rules, analysis));
+  }
+  UseUnpacker(1);
+  TakeShare(shares[0]);
+  CountRecords(settings, analysis);
+  const bool added =
+      AllIsThere() && std::all_of(workers.begin(), workers.end(), [&](const Worker& worker) {
+        return AddPartOf(worker, settings, analysis);
+      });
+  CollectLogFigures(settings, analysis);
+  return added;
+}
+
+void CountByWorkers(const Settings& settings, Analysis& analysis) {
+  const Rules rules = ResolveRules(settings, analysis.counting);
+  std::vector<LogShare> shares;
+  if (MayBeDivided(settings, rules)) {
+    shares = DivideLogs(static_cast<size_t>(settings.workers), static_cast<uint64_t>(settings.worker_bytes));
+  }
+  if (shares.size() > 1) {
+    const StandBy stand_by = LeaveToAnother();
+    if (stand_by.process == 0) {
+      const LineListener listener = TakeLineListener();
+      if (!CountShares(shares, settings, rules, analysis)) {
+        _exit(kGaveUp);
+      }
+      *stand_by.counted = true;
+      TellLines(listener, analysis.logs.records);
+      return;
+    }
+    if (stand_by.process > 0) {
+      EndAsTheOther(stand_by);
+    }
+  }
+  CountRecords(settings, analysis);
+}

@@ -1,0 +1,360 @@
+#include "superlog/log_shares.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+
+#include "base/text_file.h"
+#include "dates/local_time.h"
+#include "superlog/line_reader.h"
+#include "superlog/log_blocks.h"
+#include "superlog/log_files.h"
+#include "superlog/log_format.h"
+#include "superlog/log_line.h"
+#include "superlog/superlog.h"
+
+static constexpr size_t kNoLog = SIZE_MAX;
+static constexpr LogShare kAllLogs{{0, 0}, {kNoLog, 0}};
+
+// Where nobody knows the state, two readings are not known to be in the same.
+struct State {
+  uint64_t lines = 0;
+  bool known = false;
+};
+
+struct ReadShare {
+  LogShare share = kAllLogs;
+  State before;
+  State after;
+  bool ended = false;  // the log in which the share ends has ended before it
+};
+static ReadShare mRead;
+
+void ForgetShare() {
+  mRead = {};
+}
+
+void TakeShare(const LogShare& share) {
+  mRead = {};
+  mRead.share = share;
+}
+
+// ---- Dividing ----
+
+// What a log costs beside its bytes, and one that is compressed for each of them, in bytes of plain logs.
+static constexpr uint64_t kCostOfLog = 16 << 10;
+static constexpr uint64_t kCostOfPackedByte = 8;
+
+struct Work {
+  const LogFile* log;
+  uint64_t cost;
+  bool divisible;
+};
+
+static Work WorkOf(const LogFile& log) {
+  if (!IsToBeRead(log)) {
+    return {&log, 0, false};
+  }
+  if (AreLogsReadWhole() && FormatOfPath(log.name) != PackFormat::kNone) {
+    return {&log, log.size * kCostOfPackedByte + kCostOfLog, false};
+  }
+  const uint64_t bytes = AreLogsReadWhole() ? BytesToBeRead(log) : log.size;
+  return {&log, bytes + kCostOfLog, bytes > log.size / 2 && !MayEndItself(log)};
+}
+
+// Bytes of a file around a place where it might be cut.
+struct Surroundings {
+  static constexpr int64_t kBefore = 4096;
+  static constexpr int64_t kBehind = 64 << 10;
+  char bytes[kBefore + kBehind];
+};
+
+// Behind the first end of a line at or behind wanted, where another one begins; 0: there is none near it.
+static LogPlace PlaceNear(const LogFile& log, int64_t wanted) {
+  static Surroundings around;
+  const LogPlace nowhere{log.place, 0};
+  const int file = OpenToRead(log.name).file;
+  if (file < 0) {
+    return nowhere;
+  }
+  const int64_t begin = std::max<int64_t>(0, wanted - Surroundings::kBefore);
+  const ssize_t size = pread(file, around.bytes, sizeof around.bytes, begin);
+  close(file);
+  if (size <= wanted - begin) {
+    return nowhere;
+  }
+  const std::string_view text{around.bytes, static_cast<size_t>(size)};
+  size_t end = text.find('\n', static_cast<size_t>(wanted - begin));
+  while (end < text.size() && text.find_first_of(std::string_view("\r\n\0", 3), end + 1) == end + 1) {
+    ++end;
+  }
+  if (end == std::string_view::npos || end + 1 >= text.size() || text[end] != '\n') {
+    return nowhere;
+  }
+  const size_t lead = text.find('\n') + 1;
+  return {log.place, begin + static_cast<int64_t>(end + 1), begin + static_cast<int64_t>(lead)};
+}
+
+static LogPlace PlaceIn(const Work& work, uint64_t cost) {
+  if (work.divisible && cost > kCostOfLog / 2) {
+    const LogPlace within = PlaceNear(*work.log, static_cast<int64_t>(cost));
+    if (within.offset > 0) {
+      return within;
+    }
+  }
+  return {work.log->place + (cost > work.cost / 2 ? 1 : 0), 0};
+}
+
+static bool IsBehind(const LogPlace& place, const LogPlace& other) {
+  return place.log > other.log || (place.log == other.log && place.offset > other.offset);
+}
+
+std::vector<LogShare> DivideLogs(size_t most, uint64_t least) {
+  std::vector<Work> works;
+  uint64_t all = 0;
+  for (LogFile* log = mpLogsRoot; log != nullptr; log = log->next) {
+    works.push_back(WorkOf(*log));
+    all += works.back().cost;
+  }
+  const uint64_t count = std::min<uint64_t>(most, all / std::max<uint64_t>(least, 1));
+  std::vector<LogShare> shares{kAllLogs};
+  uint64_t before = 0;
+  size_t next = 0;
+  for (uint64_t i = 1; i < count; ++i) {
+    const uint64_t wanted = all / count * i;
+    while (before + works[next].cost <= wanted) {
+      before += works[next++].cost;
+    }
+    const LogPlace place = PlaceIn(works[next], wanted - before);
+    if (IsBehind(place, shares.back().from)) {
+      shares.back().to = place;
+      shares.push_back({place, kAllLogs.to});
+    }
+  }
+  return shares;
+}
+
+// ---- The way through a share ----
+
+LogFile* FirstLogOfShare() {
+  LogFile* log = mpLogsRoot;
+  while (log != nullptr && log->place < mRead.share.from.log) {
+    log = log->next;
+  }
+  return log;
+}
+
+bool IsInShare(const LogFile& log) {
+  const LogPlace& to = mRead.share.to;
+  return log.place < to.log || (log.place == to.log && to.offset > 0);
+}
+
+Stretch StretchOf(const LogFile& log) {
+  const LogShare& share = mRead.share;
+  const bool first = log.place == share.from.log;
+  const bool last = log.place == share.to.log && share.to.offset > 0;
+  return {first ? share.from.offset : 0, last ? share.to.offset : kNoStop};
+}
+
+// ---- Into the state of those who have read what is before ----
+
+static State StateNow() {
+  State state;
+  state.known = StateOfLines(state.lines);
+  return state;
+}
+
+// Between two logs. Those that are read whole know nothing of each other.
+static State StateBetweenLogs() {
+  return AreLogsReadWhole() ? State{0, true} : StateNow();
+}
+
+// Which offset a repeated hour takes is told by the line before.
+static void PassTimeBefore(const LogFile& log) {
+  const LogFile* before = nullptr;
+  for (const LogFile* other = mpLogsRoot; other != &log; other = other->next) {
+    before = IsToBeRead(*other) ? other : before;
+  }
+  tm local{};
+  if (before != nullptr && TimeToLocal(before->last, local)) {
+    local.tm_isdst = -1;
+    LocalToTime(local);
+  }
+}
+
+void ShareBegins() {
+  const LogPlace& from = mRead.share.from;
+  const LogFile* const first = FirstLogOfShare();
+  if (from.offset > 0 || first == nullptr) {
+    return;
+  }
+  if (from.log > 0 && !AreLogsReadWhole()) {
+    PassTimeBefore(*first);
+  }
+  mRead.before = StateBetweenLogs();
+}
+
+void LogOfShareRead(const LogFile& log, bool by_record) {
+  if (log.place == mRead.share.to.log) {
+    mRead.after = StateNow();
+    mRead.ended = !IsStopped() || by_record;
+  }
+}
+
+void ShareEnds() {
+  if (mRead.share.to.offset == 0) {
+    mRead.after = StateBetweenLogs();
+  }
+}
+
+static void PassLinesTo(int64_t offset) {
+  StopLinesAt(offset);
+  for (SuperLogRecord record{}; SuperLog_ParseNextLine(record);) {
+  }
+}
+
+static constexpr int64_t kFirstLines = 64 << 10;  // bytes that tell the layout
+
+void GoToStretch() {
+  const LogPlace& from = mRead.share.from;
+  const LogEvents events = std::exchange(mLogEvents, {});
+  const SuperLong bytes = TotalLogBytesRead();
+  const int64_t lines = LinesNotUnderstood();
+  PassLinesTo(std::min(kFirstLines, from.offset / 2));
+  if (NextLineOffset() < from.lead) {
+    GoToLine(from.lead);
+  }
+  PassLinesTo(from.offset);
+  SetTotalLogBytesRead(bytes);
+  ForgetLinesNotUnderstood(lines);
+  mLogEvents = events;
+  mRead.before = StateNow();
+}
+
+// ---- From process to process ----
+
+static_assert(std::is_trivially_copyable_v<LogReading>);
+
+static constexpr uint64_t kUnopened = 1;
+static constexpr uint64_t kRead = 2;
+static constexpr uint64_t kHasBeginning = 4;
+
+// Both processes are the same program.
+template <class T>
+static void PutBytes(PartWriter& part, const T& value) {
+  PutText(part, {reinterpret_cast<const char*>(&value), sizeof value});
+}
+
+template <class T>
+static void TakeBytes(PartReader& part, T& value) {
+  const std::string_view bytes = TakeText(part, sizeof value);
+  if (bytes.size() != sizeof value) {
+    MarkDamaged(part);
+    return;
+  }
+  memcpy(&value, bytes.data(), sizeof value);
+}
+
+static void SaveLog(PartWriter& part, const LogFile& log) {
+  PutFigure(part, (log.unopened ? kUnopened : 0) | (log.reading != nullptr ? kRead : 0) |
+                      (log.has_beginning ? kHasBeginning : 0));
+  PutFigure(part, static_cast<uint64_t>(log.format));
+  PutFigure(part, static_cast<uint64_t>(log.unpacked));
+  PutFigure(part, log.original == nullptr ? 0 : log.original->place + 1);
+  PutBytes(part, log.beginning);
+  if (log.reading != nullptr) {
+    PutBytes(part, *log.reading);
+  }
+}
+
+void SaveShare(PartWriter& part) {
+  PutBytes(part, mRead.share);
+  PutBytes(part, mRead.before);
+  PutBytes(part, mRead.after);
+  PutFigure(part, mRead.ended ? 1 : 0);
+  for (const LogFile* log = FirstLogOfShare(); log != nullptr && IsInShare(*log); log = log->next) {
+    SaveLog(part, *log);
+  }
+}
+
+static LogFile* LogOfPlace(size_t place) {
+  LogFile* log = mpLogsRoot;
+  while (log != nullptr && log->place != place) {
+    log = log->next;
+  }
+  return log;
+}
+
+// Of the next stretch of a log.
+static void AddReading(LogFile& log, const LogReading& more) {
+  LogReading& reading = ReadingOf(log);
+  reading.bytes += more.bytes;
+  reading.records.count += more.records.count;
+  reading.records.in_range += more.records.in_range;
+  reading.records.first = std::min(reading.records.first, more.records.first);
+  reading.records.last = std::max(reading.records.last, more.records.last);
+  const int64_t lines = reading.not_understood.lines;
+  if (lines == 0) {
+    reading.not_understood = more.not_understood;
+  }
+  reading.not_understood.lines = lines + more.not_understood.lines;
+}
+
+static void AddLog(PartReader& part, LogFile& log) {
+  const uint64_t flags = TakeFigure(part);
+  log.unopened = (flags & kUnopened) != 0;
+  log.has_beginning = (flags & kHasBeginning) != 0;
+  log.format = static_cast<PackFormat>(TakeFigureUpTo(part, kPackFormats - 1));
+  log.unpacked = static_cast<UnpackEnd>(TakeFigureUpTo(part, static_cast<uint64_t>(UnpackEnd::kBroken)));
+  const uint64_t original = TakeFigure(part);
+  if (original != 0) {
+    log.original = LogOfPlace(original - 1);
+  }
+  TakeBytes(part, log.beginning);
+  if ((flags & kRead) != 0) {
+    LogReading reading;
+    TakeBytes(part, reading);
+    if (!part.damaged) {
+      AddReading(log, reading);
+    }
+  }
+}
+
+// Whether reading what is compressed in another order might have shown it to be a copy.
+static bool SeemsToBeCopy(const LogFile& log) {
+  for (const LogFile* other = mpLogsRoot; other != &log; other = other->next) {
+    if (log.format != PackFormat::kNone && other->format != PackFormat::kNone && log.has_beginning &&
+        other->has_beginning && log.original == nullptr && other->original == nullptr &&
+        log.beginning == other->beginning) {
+      return true;
+    }
+  }
+  return false;
+}
+
+static bool Follows(const ReadShare& last, const ReadShare& next) {
+  const bool same = last.after.known && next.before.known && last.after.lines == next.before.lines;
+  return same && !last.ended;
+}
+
+bool AddShare(PartReader& part) {
+  const ReadShare last = mRead;
+  TakeBytes(part, mRead.share);
+  TakeBytes(part, mRead.before);
+  TakeBytes(part, mRead.after);
+  mRead.ended = TakeFigureUpTo(part, 1) != 0;
+  if (part.damaged || !Follows(last, mRead)) {
+    return false;
+  }
+  for (LogFile* log = FirstLogOfShare(); log != nullptr && IsInShare(*log); log = log->next) {
+    AddLog(part, *log);
+    if (part.damaged || SeemsToBeCopy(*log)) {
+      return false;
+    }
+  }
+  return true;
+}
