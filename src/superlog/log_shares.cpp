@@ -45,25 +45,27 @@ void TakeShare(const LogShare& share) {
 
 // ---- Dividing ----
 
-// What a log costs beside its bytes, and one that is compressed for each of them, in bytes of plain logs.
-static constexpr uint64_t kCostOfLog = 16 << 10;
+// What a log costs beside its bytes, as a part of the least share: 16 KiB of the usual 4 MiB; and one that is
+// compressed for each of them, in bytes of plain logs.
+static constexpr uint64_t kLogsInShare = 256;
 static constexpr uint64_t kCostOfPackedByte = 8;
 
 struct Work {
   const LogFile* log;
+  uint64_t opening;  // what it costs beside its bytes
   uint64_t cost;
   bool divisible;
 };
 
-static Work WorkOf(const LogFile& log) {
+static Work WorkOf(const LogFile& log, uint64_t opening) {
   if (!IsToBeRead(log)) {
-    return {&log, 0, false};
+    return {&log, 0, 0, false};
   }
   if (AreLogsReadWhole() && FormatOfPath(log.name) != PackFormat::kNone) {
-    return {&log, log.size * kCostOfPackedByte + kCostOfLog, false};
+    return {&log, opening, log.size * kCostOfPackedByte + opening, false};
   }
   const uint64_t bytes = AreLogsReadWhole() ? BytesToBeRead(log) : log.size;
-  return {&log, bytes + kCostOfLog, bytes > log.size / 2 && !MayEndItself(log)};
+  return {&log, opening, bytes + opening, bytes > log.size / 2 && !MayEndItself(log)};
 }
 
 // Bytes of a file around a place where it might be cut.
@@ -100,7 +102,7 @@ static LogPlace PlaceNear(const LogFile& log, int64_t wanted) {
 }
 
 static LogPlace PlaceIn(const Work& work, uint64_t cost) {
-  if (work.divisible && cost > kCostOfLog / 2) {
+  if (work.divisible && cost > work.opening / 2) {
     const LogPlace within = PlaceNear(*work.log, static_cast<int64_t>(cost));
     if (within.offset > 0) {
       return within;
@@ -117,7 +119,7 @@ std::vector<LogShare> DivideLogs(size_t most, uint64_t least) {
   std::vector<Work> works;
   uint64_t all = 0;
   for (LogFile* log = mpLogsRoot; log != nullptr; log = log->next) {
-    works.push_back(WorkOf(*log));
+    works.push_back(WorkOf(*log, least / kLogsInShare));
     all += works.back().cost;
   }
   const uint64_t count = std::min<uint64_t>(most, all / std::max<uint64_t>(least, 1));
