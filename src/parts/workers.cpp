@@ -20,6 +20,7 @@
 #include "parts/counts.h"
 #include "sandbox/helper_process.h"
 #include "superlog/byte_scan.h"
+#include "superlog/divided_logs.h"
 #include "superlog/log_shares.h"
 #include "superlog/superlog.h"
 #include "unpack/unpacking.h"
@@ -206,6 +207,9 @@ static bool CountShares(const std::vector<LogShare>& shares, const Settings& set
   const bool added = std::all_of(workers.begin(), workers.end(),
                                  [&](const Worker& worker) { return AddPartOf(worker, settings, analysis); });
   CollectLogFigures(settings, analysis);
+  if (added) {
+    KeepDividedLogs();
+  }
   return added;
 }
 
