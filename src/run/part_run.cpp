@@ -270,6 +270,8 @@ static bool AddFile(const char* path, Sum& sum) {
     close(opened.file);
     return RefuseRead({path, 1}, PartRead::kNoPart);
   }
+  char room[65536];
+  setvbuf(file, room, _IOFBF, sizeof room);
   const bool added = AddPartsOf(file, path, sum);
   fclose(file);
   return added;
