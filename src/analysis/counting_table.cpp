@@ -662,10 +662,19 @@ static const List& SublistIn(const ListItem& item) {
   return sublist == nullptr ? kEmpty : *sublist;
 }
 
+// Records of a list come the newest first, and each lies somewhat before the one that was made next.
+static void FetchBefore(const ListItem& item) {
+  static constexpr size_t kAhead = 2048;
+  const char* const ahead = reinterpret_cast<const char*>(&item) - kAhead;
+  __builtin_prefetch(ahead);
+  __builtin_prefetch(ahead - kCacheLine);
+}
+
 void SaveList(PartWriter& part, const List& list) {
   PutFigure(part, list.length);
   PutFigure(part, list.has_sublists);
   for (const ListItem* item = list.first; item != nullptr; item = item->next) {
+    FetchBefore(*item);
     SaveItem(part, *item);
     if (list.has_sublists) {
       const List& sublist = SublistIn(*item);

@@ -302,7 +302,16 @@ static ListInfo* ChooseVictim(ListInfo* last) {
   return victim;
 }
 
+static void (*mpEnd)() = nullptr;
+
+void EndInsteadOfReclaims(void (*end)()) {
+  mpEnd = end;
+}
+
 int64_t smart_free(const ListItem* spared) {
+  if (mpEnd != nullptr) {
+    mpEnd();
+  }
   ForgetForeseen();
   SettleAllParts();
   Reclaim reclaim = {spared, KilobytesToBytes(mReclaimSize), 0};

@@ -36,6 +36,10 @@ void* smart_alloc(size_t size, ListInfo& info, const ListItem* parent);
 // (null: none). Returns the bytes that were freed.
 int64_t smart_free(const ListItem* spared);
 
+// Has that called before the first reclaim, instead of it: for a process whose counts are of no use without
+// what reclaims take. It does not return.
+void EndInsteadOfReclaims(void (*end)());
+
 // A copy of the text, or null for null and when memory is refused even after
 // reclaims, before which queued keys are counted. Its buffer goes on for
 // kScanOverread bytes. Released with free(). Not counted in the statistics.

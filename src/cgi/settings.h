@@ -135,9 +135,9 @@ struct Settings {
   bool fixed_days;           // the account's line says which: no request can ask for others
   AskedFields asked;
   RunRules rules;
-  int workers;               // processes that count, up to kMostWorkers; 0: as many as there are processors
-  int workers_level;         // of who has said so
-  int64_t worker_bytes;      // of logs that one of them takes at least
+  int workers;           // processes that count, up to kMostWorkers; 0: as many as there are processors
+  int workers_level;     // of who has said so
+  int64_t worker_bytes;  // of logs that one of them takes at least
   bool no_remote_debug;  // RemoteDebugEnabled counts for nothing
   IgnoredNames ignored;  // by row of the keyword table: what a stranger's form may not set, but named
   char logs[kPathSize];

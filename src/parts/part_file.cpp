@@ -18,19 +18,31 @@ static constexpr char kUnfinished[] = "orvellis part 0\n";  // while a file is w
 static constexpr size_t kHeadSize = sizeof kHead - 1;
 static constexpr std::string_view kAnyVersion{kHead, kHeadSize - 2};
 static constexpr size_t kChecksumSize = 8;
+static constexpr size_t kLongestPiece = sizeof(PartWriter::room);
 static_assert(sizeof kHead == sizeof kUnfinished);
 
 // ---- Writing ----
 
 struct Output {
-  FILE* stream;
-  uint64_t checksum;
+  FILE* stream = nullptr;
+  uint64_t checksum = 0;
+  size_t filled = 0;
+  char room[8 * kLongestPiece];
 };
 
 // Errors are the stream's.
+static void Flush(Output& output) {
+  output.checksum = AddToCrc64(output.checksum, output.room, output.filled);
+  fwrite(output.room, 1, output.filled, output.stream);
+  output.filled = 0;
+}
+
 static void Write(Output& output, const char* bytes, size_t size) {
-  output.checksum = AddToCrc64(output.checksum, bytes, size);
-  fwrite(bytes, 1, size, output.stream);
+  if (size > sizeof output.room - output.filled) {
+    Flush(output);
+  }
+  memcpy(output.room + output.filled, bytes, size);
+  output.filled += size;
 }
 
 static void WriteFigure(Output& output, uint64_t figure) {
@@ -58,12 +70,15 @@ static void WriteChecksum(Output& output) {
 
 // What stands behind the head.
 static void WriteBody(FILE* stream, void* context, void (*write)(void* context, PartWriter& part)) {
-  Output output{stream, AddToCrc64(0, kHead, kHeadSize)};
+  Output output;
+  output.stream = stream;
+  output.checksum = AddToCrc64(0, kHead, kHeadSize);
   PartWriter part;
   part.sink = {&output, WritePiece};
   write(context, part);
   FlushPart(part);
   WriteFigure(output, 0);
+  Flush(output);
   WriteChecksum(output);
 }
 
@@ -147,7 +162,6 @@ static PartRead ReadHead(Input& input) {
 
 // A size that no piece has is one more than the greatest.
 static PartRead ReadSize(Input& input, size_t& size) {
-  static constexpr size_t kLongest = sizeof(PartWriter::room);
   char bytes[2];
   if (!Read(input, bytes, 1)) {
     return PartRead::kCut;
@@ -156,7 +170,7 @@ static PartRead ReadSize(Input& input, size_t& size) {
     return PartRead::kCut;
   }
   PartReader reader{bytes, bytes + ((bytes[0] & 0x80) != 0 ? 2 : 1)};
-  size = static_cast<size_t>(TakeFigureUpTo(reader, kLongest));
+  size = static_cast<size_t>(TakeFigureUpTo(reader, kLongestPiece));
   return reader.damaged ? PartRead::kDamaged : PartRead::kPart;
 }
 

@@ -20,6 +20,7 @@
 #include "parts/counts.h"
 #include "sandbox/helper_process.h"
 #include "superlog/byte_scan.h"
+#include "superlog/divided_logs.h"
 #include "superlog/log_shares.h"
 #include "superlog/superlog.h"
 #include "unpack/unpacking.h"
@@ -60,13 +61,14 @@ static bool MayBeDivided(const Settings& settings, const Rules& rules) {
          (settings.find_pattern == 0 || !RemembersMatches(settings.find));
 }
 
-static bool AllIsThere() {
-  return gSM_TotalBytesFreed == 0;
-}
-
 // ---- Standing by ----
 
 static constexpr int kGaveUp = 1;
+
+// What a budget or the system takes depends on all that one process would have counted before.
+[[noreturn]] static void GiveUp() {
+  _exit(kGaveUp);
+}
 
 struct StandBy {
   bool* counted;  // by the others: from now on they are the run
@@ -145,7 +147,7 @@ static void WriteOverread(PartWriter& part) {
   SaveCounts(part, rules, analysis);
   WriteOverread(part);
   FlushPart(part);
-  _exit(to.written && AllIsThere() ? 0 : kGaveUp);
+  _exit(to.written ? 0 : kGaveUp);
 }
 
 static Worker StartWorker(size_t number, const LogShare& share, const Settings& settings, const Rules& rules,
@@ -190,7 +192,7 @@ static bool AddPartOf(const Worker& worker, const Settings& settings, Analysis& 
   const bool added = AddBytes(part, settings, analysis);
   munmap(bytes, size);
   close(worker.file);
-  return added && AllIsThere();
+  return added;
 }
 
 static bool CountShares(const std::vector<LogShare>& shares, const Settings& settings, const Rules& rules,
@@ -202,12 +204,34 @@ static bool CountShares(const std::vector<LogShare>& shares, const Settings& set
   UseUnpacker(1);
   TakeShare(shares[0]);
   CountRecords(settings, analysis);
-  const bool added =
-      AllIsThere() && std::all_of(workers.begin(), workers.end(), [&](const Worker& worker) {
-        return AddPartOf(worker, settings, analysis);
-      });
+  const bool added = std::all_of(workers.begin(), workers.end(),
+                                 [&](const Worker& worker) { return AddPartOf(worker, settings, analysis); });
   CollectLogFigures(settings, analysis);
+  if (added) {
+    KeepDividedLogs();
+  }
   return added;
+}
+
+// True: all is counted, and this process is the run.
+static bool CountElsewhere(const std::vector<LogShare>& shares, const Settings& settings, const Rules& rules,
+                           Analysis& analysis) {
+  const StandBy stand_by = LeaveToAnother();
+  if (stand_by.process > 0) {
+    EndAsTheOther(stand_by);
+  }
+  if (stand_by.process != 0) {
+    return false;
+  }
+  EndInsteadOfReclaims(GiveUp);
+  const LineListener listener = TakeLineListener();
+  if (!CountShares(shares, settings, rules, analysis)) {
+    GiveUp();
+  }
+  EndInsteadOfReclaims(nullptr);
+  *stand_by.counted = true;
+  TellLines(listener, analysis.logs.records);
+  return true;
 }
 
 void CountByWorkers(const Settings& settings, Analysis& analysis) {
@@ -216,20 +240,7 @@ void CountByWorkers(const Settings& settings, Analysis& analysis) {
   if (MayBeDivided(settings, rules)) {
     shares = DivideLogs(static_cast<size_t>(settings.workers), static_cast<uint64_t>(settings.worker_bytes));
   }
-  if (shares.size() > 1) {
-    const StandBy stand_by = LeaveToAnother();
-    if (stand_by.process == 0) {
-      const LineListener listener = TakeLineListener();
-      if (!CountShares(shares, settings, rules, analysis)) {
-        _exit(kGaveUp);
-      }
-      *stand_by.counted = true;
-      TellLines(listener, analysis.logs.records);
-      return;
-    }
-    if (stand_by.process > 0) {
-      EndAsTheOther(stand_by);
-    }
+  if (shares.size() < 2 || !CountElsewhere(shares, settings, rules, analysis)) {
+    CountRecords(settings, analysis);
   }
-  CountRecords(settings, analysis);
 }

@@ -14,6 +14,7 @@
 void SettleWorkers(Settings& settings);
 
 // Does what CountRecords does (analysis/driver.h), by as many processes as the settings say where the logs
-// and the rules allow it. Has the same listeners told the same. May return in another process than the one that called, which
-// then ends with the status of that one; nothing but standard output may wait to be written then.
+// and the rules allow it. Has the same listeners told the same. May return in another process than the one
+// that called, which then ends with the status of that one; nothing but standard output may wait to be
+// written then.
 void CountByWorkers(const Settings& settings, Analysis& analysis);

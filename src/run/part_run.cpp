@@ -19,6 +19,7 @@
 #include "parts/counts.h"
 #include "parts/fingerprint.h"
 #include "parts/part_file.h"
+#include "parts/workers.h"
 #include "report/refusal_texts.h"
 #include "report/report_page.h"
 #include "superlog/directory_scan.h"
@@ -166,7 +167,7 @@ static bool CountPart(const PartRun& run) {
     SayRefusal({kErrorNoLogFiles}, run.env, run.settings);
     return false;
   }
-  CountRecords(run.settings, analysis);
+  CountByWorkers(run.settings, analysis);
   const bool made = AllIsThere() && CanStandBehindOthers() &&
                     WritePart(run, ResolveRules(run.settings, run.counting), analysis);
   EndAnalysis(analysis);
@@ -269,6 +270,8 @@ static bool AddFile(const char* path, Sum& sum) {
     close(opened.file);
     return RefuseRead({path, 1}, PartRead::kNoPart);
   }
+  char room[65536];
+  setvbuf(file, room, _IOFBF, sizeof room);
   const bool added = AddPartsOf(file, path, sum);
   fclose(file);
   return added;

@@ -48,7 +48,7 @@ static void AllowFolderOf(Landlock& landlock, const char* path, const PathRights
 // What is done with the paths of a run.
 struct PathsToAllow {
   Landlock landlock;
-  bool landlocked;  // otherwise there are no rules
+  bool landlocked;   // otherwise there are no rules
   size_t unpackers;  // helpers that the first compressed log starts, as it cannot be done later
 };
 
@@ -115,7 +115,8 @@ static size_t UnpackersFor(const Settings& settings) {
 
 // Returns an error number, as EnterLandlock does.
 static int GiveUpFiles(const Settings& settings) {
-  PathsToAllow paths{.landlock = {}, .landlocked = false, .unpackers = settings.rules.unpacks ? UnpackersFor(settings) : 0};
+  PathsToAllow paths{
+      .landlock = {}, .landlocked = false, .unpackers = settings.rules.unpacks ? UnpackersFor(settings) : 0};
   Landlock& landlock = paths.landlock;
   paths.landlocked = BeginLandlock(landlock);
   if (settings.merge == nullptr) {
@@ -149,5 +150,6 @@ void ShutIn(const Settings& settings) {
     StartLookUps();
   }
   Tell(settings, "files", GiveUpFiles(settings));
-  Tell(settings, "system calls", EnterSyscallFilter(settings.workers > 1 ? SyscallSet::kWorkers : SyscallSet::kReport));
+  Tell(settings, "system calls",
+       EnterSyscallFilter(settings.workers > 1 ? SyscallSet::kWorkers : SyscallSet::kReport));
 }

@@ -44,8 +44,8 @@ static size_t AddInChains(const ContentKey& key, ContentHash& hash, const char* 
   return at;
 }
 
-ContentHash AddBlock(const ContentKey& key, const ContentHash& before, const char* block, size_t size) {
-  ContentHash hash = before;
+ContentHash HashOfBlock(const ContentKey& key, const char* block, size_t size) {
+  ContentHash hash{};
   size_t at = AddInChains(key, hash, block, size);
   for (; at + kPair <= size; at += kPair) {
     AddPairAt(key, hash, block + at);
@@ -55,6 +55,16 @@ ContentHash AddBlock(const ContentKey& key, const ContentHash& before, const cha
   AddPairAt(key, hash, rest);
   AddPair(key, hash, size, ~key.words[0]);
   return hash;
+}
+
+ContentHash AddHash(const ContentKey& key, const ContentHash& before, const ContentHash& block) {
+  ContentHash hash = before;
+  AddPair(key, hash, block.low, block.high);
+  return hash;
+}
+
+ContentHash AddBlock(const ContentKey& key, const ContentHash& before, const char* block, size_t size) {
+  return AddHash(key, before, HashOfBlock(key, block, size));
 }
 
 static bool ReadBlock(int file, char* block, size_t size, uint64_t offset) {

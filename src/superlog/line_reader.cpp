@@ -58,6 +58,8 @@ struct Reading {
   ContentHash hash;
 };
 static Reading mReading;
+static std::vector<ContentHash> mWindowHashes;
+static const ContentKey* mpWindowKey = nullptr;
 
 struct LineEnds {
   int64_t lfs;
@@ -136,6 +138,7 @@ UnpackEnd CloseLog() {
   mpBigBufCurPos = mpBigBufLastPos = mpCountedTo = mpWindow;
   mWindowOffset = 0;
   mReading.hashed = false;
+  mpWindowKey = nullptr;
   StopLinesAt(kNoStop);
   mFarSize = 0;
   mFarOffset = 0;
@@ -228,8 +231,20 @@ bool HashOfReading(ContentHash& hash) {
   return mReading.hashed && mReading.to >= mWindowOffset;
 }
 
+void HashWindows(const ContentKey& key) {
+  mWindowHashes.clear();
+  mpWindowKey = &key;
+}
+
+const std::vector<ContentHash>& HashesOfWindows() {
+  return mWindowHashes;
+}
+
 // What was passed over is not hashed; nor is anything behind it.
 static void HashWindow(size_t size) {
+  if (mpWindowKey != nullptr && size > 0) {
+    mWindowHashes.push_back(HashOfBlock(*mpWindowKey, mpWindow, size));
+  }
   if (mReading.hashed && mReading.to == mWindowOffset && size > 0) {
     mReading.hash = AddBlock(mReading.key, mReading.hash, mpWindow, size);
     mReading.to += static_cast<int64_t>(size);
@@ -470,7 +485,8 @@ void GoToLine(int64_t offset) {
   RefreshBigBuf();
   char* const line = mpWindow + std::min<ptrdiff_t>(in_window, mpBigBufLastPos - mpWindow);
   mpBigBufCurPos = std::max(mpBigBufCurPos, line);
-  const int64_t begun = (in_window + kBlockSize - 1) / static_cast<int64_t>(kBlockSize) * static_cast<int64_t>(kBlockSize);
+  const int64_t begun =
+      (in_window + kBlockSize - 1) / static_cast<int64_t>(kBlockSize) * static_cast<int64_t>(kBlockSize);
   mpCountedTo = mpWindow + std::min<ptrdiff_t>(begun, mpBigBufLastPos - mpWindow);
 }
 

@@ -15,6 +15,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
+#include <vector>
 
 #include "superlog/content_hash.h"
 #include "superlog/super_long.h"
@@ -84,6 +85,10 @@ bool HashOfLog(const ContentKey& key, uint64_t from, uint64_t to, ContentHash& h
 // Hashes what is read from now on: from, a multiple of kContentBlock, is where the next reading of
 // kContentBlock bytes begins, and hash that of all before.
 void HashReading(const ContentKey& key, const ContentHash& hash, int64_t from);
+
+// Hashes the windows that are read from now on, each by itself. They are good until the log is closed.
+void HashWindows(const ContentKey& key);
+const std::vector<ContentHash>& HashesOfWindows();
 
 // The hash of all that was read since; false where nothing is hashed, and when something was passed over.
 bool HashOfReading(ContentHash& hash);

@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "base/hash_seed.h"
+#include "superlog/divided_logs.h"
 #include "superlog/line_reader.h"
 #include "superlog/log_format.h"
 #include "superlog/log_line.h"
@@ -164,8 +165,16 @@ static size_t UsableBlocks() {
 
 // Logs that are being written are kept where reading them again takes long.
 static bool IsWorthKeeping() {
-  return IsStoreOpen() && mBlocks.stamped && !mBlocks.same && mBlocks.stretch.IsWhole() &&
+  return IsStoreOpen() && mBlocks.stamped && !mBlocks.same &&
          (mBlocks.settled || mBlocks.stamp.size >= static_cast<uint64_t>(mSizes.others));
+}
+
+static void BeginHashing() {
+  if (mBlocks.stretch.IsWhole()) {
+    HashFrom(RandomSeed(kOtherwise), {}, 0);
+  } else {
+    HashWindows(KeyOfDividedLogs());
+  }
 }
 
 bool Stretch::IsWhole() const {
@@ -177,7 +186,7 @@ void BeginBlocks(const Stretch& stretch) {
   mBlocks.bytes_before = SuperLongToBytes(TotalLogBytesRead());
   mBlocks.usable = UsableBlocks();
   if (!mBlocks.hashed && IsWorthKeeping() && FormatOfLog() == PackFormat::kNone) {
-    HashFrom(RandomSeed(kOtherwise), {}, 0);
+    BeginHashing();
   }
   mBlocks.made.packed = FormatOfLog() != PackFormat::kNone;
 }
@@ -214,13 +223,20 @@ static int64_t NextStop(int64_t offset) {
   return offset < mSizes.first ? mSizes.first : (offset / mSizes.others + 1) * mSizes.others;
 }
 
+// Where the next block began when it was read before; blocks of a divided log also begin where it was
+// divided.
+static int64_t NextKnown() {
+  const size_t next = mBlocks.made.blocks.size();
+  return next < mBlocks.usable ? static_cast<int64_t>(mBlocks.known.blocks[next].begins) : kNoStop;
+}
+
 static void BeginBlock(int64_t offset) {
   LogBlock block{};
   block.begins = static_cast<uint64_t>(offset);
   block.state_known = StateOfLines(block.state) ? 1 : 0;
   mBlocks.made.blocks.push_back(block);
   mBlocks.lines_before = LinesNotUnderstoodOfLog().lines;
-  StopLinesAt(mBlocks.made.packed ? kNoStop : std::min(NextStop(offset), mBlocks.stretch.to));
+  StopLinesAt(mBlocks.made.packed ? kNoStop : std::min({NextStop(offset), NextKnown(), mBlocks.stretch.to}));
 }
 
 bool NextBlock() {
@@ -306,6 +322,11 @@ static bool HashPacked(const char* path) {
 void KeepBlocks(const char* path, UnpackEnd unpacked) {
   KnownLog& made = mBlocks.made;
   if (!IsWorthKeeping()) {
+    return;
+  }
+  if (!mBlocks.stretch.IsWhole()) {
+    made.settled = mBlocks.settled;
+    NoteStretch({.path = path, .from = mBlocks.stretch.from, .known = made, .windows = HashesOfWindows()});
     return;
   }
   made.settled = mBlocks.settled && IsReadWhole(path, unpacked);

@@ -37,8 +37,8 @@ struct Stretch {
   bool IsWhole() const;
 };
 
-// The log was opened, and lines come from the beginning of the stretch on: looks what of it is known. Of a part
-// of a log nothing is known and nothing is kept.
+// The log was opened, and lines come from the beginning of the stretch on: looks what of it is known. Of a
+// part of a log nothing is known and nothing is kept.
 void BeginBlocks(const Stretch& stretch);
 
 // Goes to the next block that has to be read, to whose end lines come. False when there is none.

@@ -44,8 +44,8 @@ static bool mWholeLogs = false;              // every log is read to its end
 static bool mFilesBegun = false;             // SuperLog_NextLogFile was called
 static LogFile* mpNextLogSummary = nullptr;  // entry to look at next
 static const LogFile* mpLogAtHand = nullptr;
-static LogFile* mpOpenLog = nullptr;         // where logs are read whole
-static bool mBlockRead = false;              // a part of it was, behind which there may be others
+static LogFile* mpOpenLog = nullptr;  // where logs are read whole
+static bool mBlockRead = false;       // a part of it was, behind which there may be others
 static bool mLogsInReportRange = false;
 static int64_t mRecordsRead = 0;
 
@@ -429,8 +429,8 @@ static bool OpenWhole(LogFile& log) {
     return false;
   }
   mpLogAtHand = &log;
-  const bool outside = IsKnownOutside(log.name, mAnalysisRangeFirst_t, mAnalysisRangeLast_t) &&
-                       StretchOf(log).IsWhole();
+  const bool outside =
+      IsKnownOutside(log.name, mAnalysisRangeFirst_t, mAnalysisRangeLast_t) && StretchOf(log).IsWhole();
   if (outside && !MayBeCopyOfKnown()) {
     TakeReading(log);
     return false;

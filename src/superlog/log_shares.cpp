@@ -10,6 +10,7 @@
 
 #include "base/text_file.h"
 #include "dates/local_time.h"
+#include "superlog/divided_logs.h"
 #include "superlog/line_reader.h"
 #include "superlog/log_blocks.h"
 #include "superlog/log_files.h"
@@ -116,6 +117,7 @@ static bool IsBehind(const LogPlace& place, const LogPlace& other) {
 }
 
 std::vector<LogShare> DivideLogs(size_t most, uint64_t least) {
+  BeginDividing();
   std::vector<Work> works;
   uint64_t all = 0;
   for (LogFile* log = mpLogsRoot; log != nullptr; log = log->next) {
@@ -281,6 +283,7 @@ void SaveShare(PartWriter& part) {
   for (const LogFile* log = FirstLogOfShare(); log != nullptr && IsInShare(*log); log = log->next) {
     SaveLog(part, *log);
   }
+  SaveStretches(part);
 }
 
 static LogFile* LogOfPlace(size_t place) {
@@ -358,5 +361,5 @@ bool AddShare(PartReader& part) {
       return false;
     }
   }
-  return true;
+  return AddStretches(part);
 }

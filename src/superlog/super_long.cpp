@@ -2,8 +2,6 @@
 
 #include <cstdint>
 
-static constexpr uint32_t kBillion = 1000000000;
-
 // Moves what is too much in the sum of the units to the billions, whose new value
 // is returned.
 static uint64_t Carry(SuperLong& counter, uint64_t sum) {
@@ -36,7 +34,7 @@ void SuperLongAddWide(SuperLong& counter, int64_t amount) {
   SetWide(counter, billions);
 }
 
-void NoteAmount(SuperLongSum& sum, int64_t amount) {
+void NoteLargeAmount(SuperLongSum& sum, int64_t amount) {
   if (amount <= 0) {
     return;
   }

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+inline constexpr uint32_t kBillion = 1000000000;
+
 // Value: billions * 1,000,000,000 + units.
 struct SuperLong {
   uint32_t billions;
@@ -25,7 +27,14 @@ struct SuperLongSum {
 };
 
 // Notes an amount that was added to the sum; below 0 or 0: nothing.
-void NoteAmount(SuperLongSum& sum, int64_t amount);
+void NoteLargeAmount(SuperLongSum& sum, int64_t amount);
+inline void NoteAmount(SuperLongSum& sum, int64_t amount) {
+  if (amount > 0 && amount < kBillion) {
+    sum.ends_full[0] = sum.ends_full[1] = true;
+  } else {
+    NoteLargeAmount(sum, amount);
+  }
+}
 
 // The sum of a counter to which only amounts below a billion were added, from 0 on.
 SuperLongSum SumOfSmall(SuperLong counter);

@@ -96,9 +96,10 @@ TEST(PartBytes, OfTextsAreNoMoreThanThereAre) {
   EXPECT_EQ(TakeText(part, 3), "");
   EXPECT_TRUE(part.damaged);
   EXPECT_EQ(TakeFigure(part), 0U);
-  part = ReaderOf(
+  const std::string cut =
       "\x05"
-      "abcd");
+      "abcd";
+  part = ReaderOf(cut);
   EXPECT_EQ(TakeText(part, 9), "");
   EXPECT_TRUE(part.damaged);
 }
