@@ -234,16 +234,18 @@ static bool TakeGiven(Keys& keys, std::string_view key, KeyMeaning& meaning) {
 }
 
 // Headers take no place: every visitor sends others. Nor do given keys: other layouts do not give them.
+template <bool kGiven>
 static KeyMeaning MeaningIn(const Nest& nest, std::string_view key, Keys& keys) {
   KeyMeaning meaning;
-  if (keys.given != nullptr && nest.depth == 1 && TakeGiven(keys, key, meaning)) {
+  if (kGiven && nest.depth == 1 && TakeGiven(keys, key, meaning)) {
     return meaning;
   }
   return nest.headers != 0 ? MeaningOfHeader(key) : RecallMeaning(key, keys.place++, keys.memory);
 }
 
 // Reads keys and values, whatever objects they stand in, until the end of the line or of the
-// outermost object. False when some stand where none belong, or that object has no end.
+// outermost object. Of given keys false when some stand where none belong, or that object has no end.
+template <bool kGiven>
 static bool TakeMembers(JsonReader& reader, Keys keys, JsonFields& taken) {
   bool whole = true;
   Nest nest;
@@ -254,8 +256,8 @@ static bool TakeMembers(JsonReader& reader, Keys keys, JsonFields& taken) {
       const std::string_view key = TakeText(reader);
       keyed = SkipBlanks(reader) == ':';
       reader.next += keyed ? 1 : 0;
-      whole = whole && keyed;
-      meaning = MeaningIn(nest, key, keys);
+      whole = !kGiven || (whole && keyed);
+      meaning = MeaningIn<kGiven>(nest, key, keys);
       continue;
     }
     if (c == '"') {
@@ -274,13 +276,14 @@ static bool TakeMembers(JsonReader& reader, Keys keys, JsonFields& taken) {
       ++reader.next;
     } else {
       TakeJsonWord(reader, keyed ? meaning : KeyMeaning{}, taken);
-      whole = whole && keyed;
+      whole = !kGiven || (whole && keyed);
     }
     keyed = false;
   }
   return whole && nest.depth == 0;
 }
 
+template <bool kGiven>
 static bool TakeObject(std::string_view line, const Keys& keys, JsonFields& taken, bool& whole) {
   JsonReader reader = {line.data(), line.data() + line.size()};
   if (SkipBlanks(reader) != '{') {
@@ -288,14 +291,14 @@ static bool TakeObject(std::string_view line, const Keys& keys, JsonFields& take
   }
   ++reader.next;
   taken.ranks.fill(kNoRank);
-  whole = TakeMembers(reader, keys, taken);
+  whole = TakeMembers<kGiven>(reader, keys, taken);
   return true;
 }
 
 bool SplitJson(std::string_view line, KeyMemory& memory, LineFields& fields) {
   JsonFields taken = {fields, {}};
   bool whole = false;
-  return TakeObject(line, {memory, nullptr}, taken, whole);
+  return TakeObject<false>(line, {memory, nullptr}, taken, whole);
 }
 
 // A field that tells the same as another one, before which it would count.
@@ -322,7 +325,7 @@ static void DropRivals(JsonFields& taken) {
 bool SplitJsonByKeys(std::string_view line, const GivenKeys& given, KeyMemory& memory, LineFields& fields,
                      bool& whole) {
   JsonFields taken = {fields, {}};
-  if (!TakeObject(line, {memory, &given}, taken, whole)) {
+  if (!TakeObject<true>(line, {memory, &given}, taken, whole)) {
     return false;
   }
   DropRivals(taken);
