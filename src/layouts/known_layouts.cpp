@@ -145,6 +145,7 @@ bool MakeLayoutOfWords(std::string_view words, Layout& layout) {
   layout.kind = LineKind::kPattern;
   layout.wrapper = Wrapper::kNone;
   layout.writing = {};
+  layout.keys.count = 0;
   if (!CompileWords(words, layout.pattern)) {
     return false;
   }
