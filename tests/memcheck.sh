@@ -4,7 +4,7 @@
 #
 #   tests/memcheck.sh [BUILD_FOLDER [cases|units|all]]
 #
-# BUILD_FOLDER is build/memcheck when not given, which is built first; one of debug with ORVELLIS_SANDBOX=OFF tells
+# BUILD_FOLDER is build/memcheck when not given, of which is built first what runs; one of debug with ORVELLIS_SANDBOX=OFF tells
 # line numbers. A build that gives up system calls gives up valgrind's, too. "cases" are the end-to-end cases,
 # "units" the unit tests.
 set -eu
@@ -13,12 +13,15 @@ here=$(cd "$(dirname "$0")/.." && pwd)
 need_packages valgrind patch
 
 folder=${1:-build/memcheck}
+what=${2:-all}
+target=all
+[ "$what" != cases ] || target=orvellis
 if [ "$folder" = build/memcheck ]; then
-  (cd "$here" && cmake --preset memcheck >/dev/null && cmake --build --preset memcheck)
+  (cd "$here" && cmake --preset memcheck >/dev/null && cmake --build --preset memcheck --target "$target")
 fi
 build=$(cd "$here" && cd "$folder" && pwd)
-what=${2:-all}
-jobs=$(getconf _NPROCESSORS_ONLN)
+# One more than there are processors, for those that wait.
+jobs=$(($(getconf _NPROCESSORS_ONLN) + 1))
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 export TZ=UTC LC_ALL=C

@@ -215,15 +215,39 @@ static void Leave(Nest& nest) {
   --nest.depth;
 }
 
-// Headers take no place: every visitor sends others.
-static KeyMeaning MeaningIn(const Nest& nest, std::string_view key, size_t& place, KeyMemory& memory) {
-  return nest.headers != 0 ? MeaningOfHeader(key) : RecallMeaning(key, place++, memory);
+// How the keys of a line get their meaning.
+struct Keys {
+  KeyMemory& memory;
+  const GivenKeys* given;  // null: none
+  size_t place = 0;        // of those that are remembered
+  size_t next = 0;         // of those that are given
+};
+
+static bool TakeGiven(Keys& keys, std::string_view key, KeyMeaning& meaning) {
+  const size_t place = PlaceOfKey(*keys.given, key, keys.next);
+  if (place == keys.given->count) {
+    return false;
+  }
+  keys.next = place + 1;
+  meaning = {keys.given->keys[place].field, static_cast<uint16_t>(place), Holds::kNothing};
+  return true;
+}
+
+// Headers take no place: every visitor sends others. Nor do given keys: other layouts do not give them.
+template <bool kGiven>
+static KeyMeaning MeaningIn(const Nest& nest, std::string_view key, Keys& keys) {
+  KeyMeaning meaning;
+  if (kGiven && nest.depth == 1 && TakeGiven(keys, key, meaning)) {
+    return meaning;
+  }
+  return nest.headers != 0 ? MeaningOfHeader(key) : RecallMeaning(key, keys.place++, keys.memory);
 }
 
 // Reads keys and values, whatever objects they stand in, until the end of the line or of the
-// outermost object.
-static void TakeMembers(JsonReader& reader, KeyMemory& memory, JsonFields& taken) {
-  size_t place = 0;
+// outermost object. Of given keys false when some stand where none belong, or that object has no end.
+template <bool kGiven>
+static bool TakeMembers(JsonReader& reader, Keys keys, JsonFields& taken) {
+  bool whole = true;
   Nest nest;
   KeyMeaning meaning;
   bool keyed = false;
@@ -232,7 +256,8 @@ static void TakeMembers(JsonReader& reader, KeyMemory& memory, JsonFields& taken
       const std::string_view key = TakeText(reader);
       keyed = SkipBlanks(reader) == ':';
       reader.next += keyed ? 1 : 0;
-      meaning = MeaningIn(nest, key, place, memory);
+      whole = !kGiven || (whole && keyed);
+      meaning = MeaningIn<kGiven>(nest, key, keys);
       continue;
     }
     if (c == '"') {
@@ -251,20 +276,59 @@ static void TakeMembers(JsonReader& reader, KeyMemory& memory, JsonFields& taken
       ++reader.next;
     } else {
       TakeJsonWord(reader, keyed ? meaning : KeyMeaning{}, taken);
+      whole = !kGiven || (whole && keyed);
     }
     keyed = false;
   }
+  return whole && nest.depth == 0;
 }
 
-bool SplitJson(std::string_view line, KeyMemory& memory, LineFields& fields) {
+template <bool kGiven>
+static bool TakeObject(std::string_view line, const Keys& keys, JsonFields& taken, bool& whole) {
   JsonReader reader = {line.data(), line.data() + line.size()};
   if (SkipBlanks(reader) != '{') {
     return false;
   }
   ++reader.next;
-  JsonFields taken = {fields, {}};
   taken.ranks.fill(kNoRank);
-  TakeMembers(reader, memory, taken);
+  whole = TakeMembers<kGiven>(reader, keys, taken);
+  return true;
+}
+
+bool SplitJson(std::string_view line, KeyMemory& memory, LineFields& fields) {
+  JsonFields taken = {fields, {}};
+  bool whole = false;
+  return TakeObject<false>(line, {memory, nullptr}, taken, whole);
+}
+
+// A field that tells the same as another one, before which it would count.
+struct Rival {
+  Field field;
+  Field other;
+};
+
+static constexpr Rival kRivals[] = {
+    {Field::kUrl, Field::kRequest}, {Field::kQuery, Field::kRequest}, {Field::kMoment, Field::kDate}};
+
+// Of what given keys tell no other key tells more.
+static void DropRivals(JsonFields& taken) {
+  const auto is_given = [&taken](Field field) {
+    return taken.ranks[static_cast<size_t>(field)] < kFirstRank;
+  };
+  for (const Rival& rival : kRivals) {
+    if (is_given(rival.other) && !is_given(rival.field)) {
+      taken.fields[rival.field] = {};
+    }
+  }
+}
+
+bool SplitJsonByKeys(std::string_view line, const GivenKeys& given, KeyMemory& memory, LineFields& fields,
+                     bool& whole) {
+  JsonFields taken = {fields, {}};
+  if (!TakeObject<true>(line, {memory, &given}, taken, whole)) {
+    return false;
+  }
+  DropRivals(taken);
   return true;
 }
 

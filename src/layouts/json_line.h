@@ -10,6 +10,7 @@
 #include <array>
 #include <string_view>
 
+#include "layouts/given_keys.h"
 #include "layouts/key_names.h"
 #include "layouts/line_fields.h"
 
@@ -27,6 +28,12 @@ struct KeyMemory {
 // False when the line does not begin with "{" behind blanks. Takes time linear in the line's length, and
 // nesting of any depth. Texts are handed out as they stand, those with a backslash marked as escaped.
 bool SplitJson(std::string_view line, KeyMemory& memory, LineFields& fields);
+
+// The same of a line of words that give keys a meaning: on the top level these mean what the words say, be it
+// nothing, and other keys tell only what they do not. Whole tells whether the line is an object, as far as it
+// was read: texts between quotes, behind keys, and its end.
+bool SplitJsonByKeys(std::string_view line, const GivenKeys& given, KeyMemory& memory, LineFields& fields,
+                     bool& whole);
 
 // label:value between tabs. False when the first word has no colon.
 bool SplitLtsv(std::string_view line, LineFields& fields);

@@ -265,7 +265,7 @@ static Holds WhatHolds(std::string_view key) {
 static constexpr size_t kLongestKey = 64;
 static constexpr uint16_t kSpeltHeader = 1000;  // ranks behind all keys
 static constexpr uint16_t kOtherHeader = 1001;
-static_assert(2 * std::size(kKeyNames) < kSpeltHeader);
+static_assert(kFirstRank + 2 * std::size(kKeyNames) < kSpeltHeader);
 
 KeyMeaning MeaningOfHeader(std::string_view name) {
   for (const HeaderName& header : kHeaders) {
@@ -307,7 +307,7 @@ KeyMeaning MeaningOfKey(std::string_view key) {
     const size_t row = kNameSlots[slot] - size_t{1};
     if (IsName(kKeyNames[row].name, key)) {
       meaning.field = kKeyNames[row].field;
-      meaning.rank = static_cast<uint16_t>(2 * row + (key.starts_with('@') ? 1 : 0));
+      meaning.rank = static_cast<uint16_t>(kFirstRank + 2 * row + (key.starts_with('@') ? 1 : 0));
       break;
     }
   }
@@ -325,7 +325,7 @@ static const KeyName* FindName(std::span<const KeyName> names, std::string_view 
 
 KeyMeaning MeaningOfLabel(std::string_view label) {
   const KeyName* const name = FindName(kLabels, label.substr(0, kLongestKey));
-  return name == nullptr ? MeaningOfKey(label) : KeyMeaning{name->field, 0, Holds::kNothing};
+  return name == nullptr ? MeaningOfKey(label) : KeyMeaning{name->field, kFirstRank, Holds::kNothing};
 }
 
 Field MeaningOfColumn(std::string_view name) {

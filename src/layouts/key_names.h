@@ -18,6 +18,9 @@ enum class Holds : uint8_t {
 
 inline constexpr uint16_t kNoRank = UINT16_MAX;
 
+// Keys that a layout gives a meaning of their own rank before these names (given_keys.h).
+inline constexpr uint16_t kFirstRank = 64;
+
 struct KeyMeaning {
   Field field = Field::kIgnored;
   uint16_t rank = kNoRank;  // of several names of one field in a line the one of the lowest rank counts

@@ -134,6 +134,7 @@ void MakeLayout(const KnownLayout& known, Layout& layout) {
   layout.writing = known.writing;
   layout.writing.json = known.kind == LineKind::kJson;
   ClearPattern(layout.pattern);
+  layout.keys.count = 0;
   if (known.kind == LineKind::kPattern) {
     CompileWords(known.words, layout.pattern);
   }
@@ -144,12 +145,14 @@ bool MakeLayoutOfWords(std::string_view words, Layout& layout) {
   layout.kind = LineKind::kPattern;
   layout.wrapper = Wrapper::kNone;
   layout.writing = {};
+  layout.keys.count = 0;
   if (!CompileWords(words, layout.pattern)) {
     return false;
   }
   const bool object = layout.pattern.elements[0].literal_size > 0 && layout.pattern.literals[0] == '{';
   layout.writing.json = object || words.find("escape=json") != std::string_view::npos;
   layout.writing.client_port = layout.pattern.client_port;
+  FindGivenKeys(layout.pattern, layout.keys);
   return true;
 }
 
@@ -159,6 +162,7 @@ bool MakeLayoutOfNames(std::string_view names, bool tabs, Layout& layout) {
   layout.wrapper = Wrapper::kNone;
   layout.writing = {.site_in_urls = true, .encoded_agents = true, .utc = true};
   ClearPattern(layout.pattern);
+  layout.keys.count = 0;
   bool fits = true;
   bool first = true;
   while (fits && !names.empty()) {

@@ -4,9 +4,17 @@
 #include <cstring>
 
 #include "base/text.h"
+#include "layouts/moment.h"
 
 static bool IsNumber(std::string_view text) {
   return !text.empty() && std::all_of(text.begin(), text.end(), IsDigitAscii);
+}
+
+bool HoldsTime(const LineFields& fields) {
+  const std::string_view moment = fields[Field::kMoment];
+  return (moment.data() != nullptr ? ReadMoment(moment)
+                                   : ReadDateAndTime(fields[Field::kDate], fields[Field::kTime]))
+             .form != MomentForm::kNone;
 }
 
 bool IsStatus(std::string_view text) {
@@ -65,8 +73,43 @@ static void MarkEscapes(LineFields& fields) {
   }
 }
 
-bool SplitBareLine(const Layout& layout, std::string_view line, SplitRoom& room, LineFields& fields) {
+static bool SplitByPlaces(const Layout& layout, std::string_view line, LineFields& fields) {
   SplitStop stop;
+  if (!SplitByPattern(layout.pattern, line, fields, stop)) {
+    return false;
+  }
+  if (layout.writing.json) {
+    MarkEscapes(fields);
+  }
+  return HoldsRequest(fields) && HoldsClient(layout, line, fields) && BeginsWithSite(layout, fields);
+}
+
+static bool SplitByKeys(const Layout& layout, std::string_view line, SplitRoom& room, LineFields& fields,
+                        bool& whole) {
+  return SplitJsonByKeys(line, layout.keys, room.keys, fields, whole) && HoldsRequest(fields) &&
+         HoldsTime(fields) &&
+         (fields[Field::kStatus].data() != nullptr || !HasField(layout.pattern, Field::kStatus));
+}
+
+// By places a further key, or one that stands elsewhere, would be part of a text before it: they tell only
+// what keys cannot, as of servers that mask no quotes.
+static bool SplitByWords(const Layout& layout, std::string_view line, SplitRoom& room, LineFields& fields) {
+  bool whole = false;
+  if (layout.keys.count == 0) {
+    return SplitByPlaces(layout, line, fields);
+  }
+  if (SplitByKeys(layout, line, room, fields, whole) && whole) {
+    return true;
+  }
+  fields = {};
+  if (SplitByPlaces(layout, line, fields)) {
+    return true;
+  }
+  fields = {};
+  return SplitByKeys(layout, line, room, fields, whole);
+}
+
+bool SplitBareLine(const Layout& layout, std::string_view line, SplitRoom& room, LineFields& fields) {
   switch (layout.kind) {
     case LineKind::kJson:
       // Lines of other kinds that servers write in JSON have no status.
@@ -75,13 +118,7 @@ bool SplitBareLine(const Layout& layout, std::string_view line, SplitRoom& room,
     case LineKind::kLtsv:
       return SplitLtsv(line, fields) && HoldsRequest(fields) && fields[Field::kStatus].data() != nullptr;
     default:
-      if (!SplitByPattern(layout.pattern, line, fields, stop)) {
-        return false;
-      }
-      if (layout.writing.json) {
-        MarkEscapes(fields);
-      }
-      return HoldsRequest(fields) && HoldsClient(layout, line, fields) && BeginsWithSite(layout, fields);
+      return SplitByWords(layout, line, room, fields);
   }
 }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "layouts/given_keys.h"
 #include "layouts/json_line.h"
 #include "layouts/line_fields.h"
 #include "layouts/pattern.h"
@@ -28,6 +29,7 @@ struct Layout {
   Wrapper wrapper = Wrapper::kNone;
   Writing writing;
   Pattern pattern;
+  GivenKeys keys;  // of words that name some
 };
 
 // What splitting needs beside the layout. It may be kept from line to line.
@@ -44,6 +46,9 @@ bool SplitLine(const Layout& layout, std::string_view line, SplitRoom& room, Lin
 
 // The same of a line that nothing is around any more.
 bool SplitBareLine(const Layout& layout, std::string_view line, SplitRoom& room, LineFields& fields);
+
+// Whether the fields hold a time that there is.
+bool HoldsTime(const LineFields& fields);
 
 // Up to three digits, "-", or nothing.
 bool IsStatus(std::string_view text);

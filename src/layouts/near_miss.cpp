@@ -99,15 +99,21 @@ static bool HoldsAny(const LineFields& fields, Field field) {
   return field == Field::kRequest ? holds(Field::kRequest) || holds(Field::kUrl) : holds(field);
 }
 
-static Miss MissOfNames(LineKind kind, std::string_view line, SplitRoom& room) {
+static bool SplitByNames(const Layout& layout, std::string_view line, SplitRoom& room, LineFields& fields) {
+  bool whole;
+  return layout.kind == LineKind::kLtsv   ? SplitLtsv(line, fields)
+         : layout.kind == LineKind::kJson ? SplitJson(line, room.keys, fields)
+                                          : SplitJsonByKeys(line, layout.keys, room.keys, fields, whole);
+}
+
+static Miss MissOfNames(const Layout& layout, std::string_view line, SplitRoom& room) {
   LineFields fields = {};
-  const bool shaped = kind == LineKind::kJson ? SplitJson(line, room.keys, fields) : SplitLtsv(line, fields);
   Miss miss;
-  if (!shaped) {
+  if (!SplitByNames(layout, line, room, fields)) {
     miss.field = Field::kMoment;
     return miss;
   }
-  miss.weight = kind == LineKind::kJson ? 3 : 0;
+  miss.weight = layout.kind == LineKind::kLtsv ? 0 : 3;
   for (const Field field : kNeeded) {
     const bool there = HoldsAny(fields, field);
     const bool right = there ? IsRight(field, fields[field]) : field == Field::kBytes;
@@ -124,8 +130,8 @@ static Miss MissIn(const Layout& layout, std::string_view bare, SplitRoom& room)
   if (SplitBareLine(layout, bare, room, fields) && HoldsTime(fields)) {
     return {Field::kIgnored, nullptr, kFits};
   }
-  return layout.kind == LineKind::kPattern ? MissOfPattern(layout.pattern, bare)
-                                           : MissOfNames(layout.kind, bare, room);
+  const bool by_places = layout.kind == LineKind::kPattern && layout.keys.count == 0;
+  return by_places ? MissOfPattern(layout.pattern, bare) : MissOfNames(layout, bare, room);
 }
 
 // ---- Lines ----

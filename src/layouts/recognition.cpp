@@ -3,15 +3,6 @@
 #include <algorithm>
 #include <array>
 
-#include "layouts/moment.h"
-
-bool HoldsTime(const LineFields& fields) {
-  const std::string_view moment = fields[Field::kMoment];
-  return (moment.data() != nullptr ? ReadMoment(moment)
-                                   : ReadDateAndTime(fields[Field::kDate], fields[Field::kTime]))
-             .form != MomentForm::kNone;
-}
-
 std::span<const Layout> ReadyLayouts() {
   static std::array<Layout, kMostKnownLayouts> layouts;
   static size_t count = 0;

@@ -43,6 +43,3 @@ struct LogSoFar {
 // has passed: that is noted in so_far, to be forgotten when other layouts hold.
 bool RecogniseLayout(std::string_view line, const LinesAhead& ahead, LogSoFar& so_far, SplitRoom& room,
                      Layout& layout);
-
-// Whether the fields hold a time that there is.
-bool HoldsTime(const LineFields& fields);

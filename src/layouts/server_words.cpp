@@ -172,6 +172,9 @@ static bool AddMasked(Pattern& pattern, WordReader& reader) {
   if (!reader.Take("\\") || reader.rest.empty()) {
     return AddText(pattern, "\\");
   }
+  if (reader.Take("\n") || reader.Take("\r\n")) {
+    return true;  // a line goes on in the next one
+  }
   const char c = reader.rest[0];
   reader.rest.remove_prefix(1);
   const char text = c == 't' ? '\t' : c;

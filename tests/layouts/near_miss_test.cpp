@@ -85,3 +85,16 @@ TEST_F(FindNearMissTest, TakesTheOnlyLayoutHoweverFarItIs) {
   EXPECT_EQ(miss.character, 6U);
   EXPECT_EQ(miss.field, Field::kHost);
 }
+
+TEST_F(FindNearMissTest, NamesWhatTheKeysOfWordsLack) {
+  auto layout = std::make_unique<Layout>();
+  ASSERT_TRUE(MakeLayoutOfWords(R"({"t":"%t","r":"%r","s":%s})", *layout));
+  const auto missing = [&](std::string_view line) {
+    miss_ = FindNearMiss({layout.get(), 1}, line, *room_);
+    return miss_.layout == 1 && miss_.character == 0 ? miss_.field : Field::kIgnored;
+  };
+  EXPECT_EQ(missing(R"({"s":200,"r":"/a"})"), Field::kMoment);
+  EXPECT_EQ(missing(R"({"s":200,"t":"2024-03-05T07:06:11Z"})"), Field::kRequest);
+  EXPECT_EQ(missing(R"({"r":"/a","t":"2024-03-05T07:06:11Z"})"), Field::kStatus);
+  EXPECT_EQ(missing("hello"), Field::kMoment);
+}

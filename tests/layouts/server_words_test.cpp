@@ -44,6 +44,15 @@ TEST_F(CompileWordsTest, ReadsApacheWords) {
             kRead);
 }
 
+TEST_F(CompileWordsTest, ReadsLinesThatGoOnInTheNextOne) {
+  for (const std::string end : {"\\\n", "\\\r\n"}) {
+    EXPECT_EQ(Read("LogFormat \"%h %l %u " + end + "%t \\\"%r\\\" %>s %b " + end +
+                       "\\\"%{Referer}i\\\" \\\"%{User-Agent}i\\\"\" combined",
+                   kLine),
+              kRead);
+  }
+}
+
 TEST_F(CompileWordsTest, ReadsTimesThatApacheWritesOtherwise) {
   EXPECT_EQ(Read("%{%Y-%m-%d %H:%M:%S}t %a %m %U%q %s", "2024-03-05 07:06:11 192.0.2.7 GET /a?b 200"),
             "192.0.2.7|2024-03-05|07:06:11|/a?b|200|");

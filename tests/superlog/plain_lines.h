@@ -11,6 +11,10 @@
 #include "superlog/line_reader.h"
 #include "superlog/log_limits.h"
 
+inline bool IsBetweenLines(int c) {
+  return c == '\r' || c == '\n' || (c == '\0' && mLogLimits.whole_lines);
+}
+
 class BlockModel {
  public:
   explicit BlockModel(std::string data) : data_(std::move(data)) {
@@ -21,7 +25,7 @@ class BlockModel {
 
   std::string ReadLine() {
     int c = Next();
-    while (!failed_ && (c == '\r' || c == '\n')) {
+    while (!failed_ && IsBetweenLines(c)) {
       c = Next();
     }
     std::string line;
