@@ -21,6 +21,7 @@
 #include "sandbox/helper_process.h"
 #include "superlog/byte_scan.h"
 #include "superlog/divided_logs.h"
+#include "superlog/log_parts.h"
 #include "superlog/log_shares.h"
 #include "superlog/superlog.h"
 #include "unpack/unpacking.h"
@@ -208,6 +209,7 @@ static bool CountShares(const std::vector<LogShare>& shares, const Settings& set
                                  [&](const Worker& worker) { return AddPartOf(worker, settings, analysis); });
   CollectLogFigures(settings, analysis);
   if (added) {
+    TellLogsAgain({.log_looked_at = mLogEvents.log_looked_at});
     KeepDividedLogs();
   }
   return added;

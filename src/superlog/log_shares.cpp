@@ -152,6 +152,10 @@ LogFile* FirstLogOfShare() {
   return log;
 }
 
+bool IsAllOneShare() {
+  return mRead.share.from.log == 0 && mRead.share.from.offset == 0 && mRead.share.to.log == kNoLog;
+}
+
 bool IsInShare(const LogFile& log) {
   const LogPlace& to = mRead.share.to;
   return log.place < to.log || (log.place == to.log && to.offset > 0);
@@ -294,9 +298,17 @@ static LogFile* LogOfPlace(size_t place) {
   return log;
 }
 
+// Of all that there is of a log, or of its beginning: whatever an earlier reading has told.
+static bool IsFirstOf(const LogFile& log) {
+  return StretchOf(log).from == 0;
+}
+
 // Of the next stretch of a log.
 static void AddReading(LogFile& log, const LogReading& more) {
   LogReading& reading = ReadingOf(log);
+  if (IsFirstOf(log)) {
+    reading = {};
+  }
   reading.bytes += more.bytes;
   reading.records.count += more.records.count;
   reading.records.in_range += more.records.in_range;

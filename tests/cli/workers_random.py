@@ -148,7 +148,7 @@ class Logs:
             length += len(text[-1]) + 1
         ends = [chance.choice(LINE_ENDS) if mixed_ends else end for _ in text]
         content = b"".join(line + mark for line, mark in zip(text, ends) if line or mark != b"\r")
-        return content[:chance.randrange(len(content) // 2, len(content))] if chance.random() < 0.3 else content
+        return content[:chance.randrange(len(content) // 2, len(content) + 1)] if chance.random() < 0.3 else content
 
     def write(self, folder):
         """Up to six logs, of which some may be copies of others."""
