@@ -81,6 +81,7 @@ static StandBy LeaveToAnother() {
   if (memory == MAP_FAILED) {
     return {nullptr, -1};
   }
+  LendUnpackers();
   const pid_t self = getpid();
   const StandBy stand_by{static_cast<bool*>(memory), fork()};
   if (stand_by.process == 0) {
