@@ -1,5 +1,6 @@
 #include "parts/workers.h"
 
+#include <fcntl.h>
 #include <sched.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -8,6 +9,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <vector>
@@ -100,10 +102,23 @@ static int WaitFor(pid_t process) {
   return status;
 }
 
+// What writing to a pipe that nobody reads has done to the other one. There is no other way to be ended by a
+// signal for who has given up sending any.
+static void EndByClosedPipe() {
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC) == 0) {
+    close(ends[0]);
+    (void)!write(ends[1], "", 1);
+  }
+}
+
 // Returns when the others have given up before they were the run.
 static void EndAsTheOther(const StandBy& stand_by) {
   const int status = WaitFor(stand_by.process);
   if (*stand_by.counted) {
+    if (WIFSIGNALED(status) && WTERMSIG(status) == SIGPIPE) {
+      EndByClosedPipe();
+    }
     constexpr int kBySignal = 128;  // as shells say it
     _exit(WIFEXITED(status) ? WEXITSTATUS(status) : kBySignal + WTERMSIG(status));
   }

@@ -208,7 +208,7 @@ def configuration(chance):
     if chance.random() < 0.12:
         lines += ["SmartMemoryEnabled=1", f"SmartMemoryMaxMemoryToAllocate={chance.choice([500, 600, 1000])}",
                   f"SmartMemoryKeepEntries={chance.choice([1, 100])}", f"SmartMemoryReclaimSize={chance.choice([1, 100])}"]
-    lines.append(f"DNSLookupEnabled={0 if chance.random() < 0.95 else 1}")
+    lines.append("DNSLookupEnabled=0")
     return "\n".join(lines) + "\n"
 
 
