@@ -243,6 +243,12 @@ static KeyMeaning MeaningIn(const Nest& nest, std::string_view key, Keys& keys) 
   return nest.headers != 0 ? MeaningOfHeader(key) : RecallMeaning(key, keys.place++, keys.memory);
 }
 
+// A text without a colon behind it is no key, a word behind no key no value: nothing is whole with them.
+template <bool kGiven>
+static void NoteKey(bool keyed, bool& whole) {
+  whole = !kGiven || (whole && keyed);
+}
+
 // Reads keys and values, whatever objects they stand in, until the end of the line or of the
 // outermost object. Of given keys false when some stand where none belong, or that object has no end.
 template <bool kGiven>
@@ -256,7 +262,7 @@ static bool TakeMembers(JsonReader& reader, Keys keys, JsonFields& taken) {
       const std::string_view key = TakeText(reader);
       keyed = SkipBlanks(reader) == ':';
       reader.next += keyed ? 1 : 0;
-      whole = !kGiven || (whole && keyed);
+      NoteKey<kGiven>(keyed, whole);
       meaning = MeaningIn<kGiven>(nest, key, keys);
       continue;
     }
@@ -276,7 +282,7 @@ static bool TakeMembers(JsonReader& reader, Keys keys, JsonFields& taken) {
       ++reader.next;
     } else {
       TakeJsonWord(reader, keyed ? meaning : KeyMeaning{}, taken);
-      whole = !kGiven || (whole && keyed);
+      NoteKey<kGiven>(keyed, whole);
     }
     keyed = false;
   }
