@@ -21,6 +21,7 @@
 #include "sandbox/helper_process.h"
 #include "superlog/byte_scan.h"
 #include "superlog/divided_logs.h"
+#include "superlog/log_parts.h"
 #include "superlog/log_shares.h"
 #include "superlog/superlog.h"
 #include "unpack/unpacking.h"
@@ -80,6 +81,7 @@ static StandBy LeaveToAnother() {
   if (memory == MAP_FAILED) {
     return {nullptr, -1};
   }
+  LendUnpackers();
   const pid_t self = getpid();
   const StandBy stand_by{static_cast<bool*>(memory), fork()};
   if (stand_by.process == 0) {
@@ -208,6 +210,7 @@ static bool CountShares(const std::vector<LogShare>& shares, const Settings& set
                                  [&](const Worker& worker) { return AddPartOf(worker, settings, analysis); });
   CollectLogFigures(settings, analysis);
   if (added) {
+    TellLogsAgain({.log_looked_at = mLogEvents.log_looked_at});
     KeepDividedLogs();
   }
   return added;

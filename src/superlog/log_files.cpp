@@ -361,11 +361,17 @@ uint64_t BytesToBeRead(const LogFile& log) {
   return BytesToBeRead(log, mAnalysisRangeFirst_t, mAnalysisRangeLast_t);
 }
 
+static LogLook LookOfReading(const LogFile& log) {
+  const LogRecords& records = log.reading->records;
+  return {log.name, log.size, records.first, records.last, VerdictOf(records)};
+}
+
 static void TakeReading(LogFile& log) {
   LogReading& reading = ReadingOf(log);
   reading = ReadingOfBlocks();
-  const LogRecords& records = reading.records;
-  TellOfLook({log.name, log.size, records.first, records.last, VerdictOf(records)});
+  if (IsAllOneShare()) {  // otherwise others know more of it
+    TellOfLook(LookOfReading(log));
+  }
 }
 
 // Where a clock change repeats an hour, the line before decides: that of the log before must not.

@@ -46,25 +46,27 @@ void TakeShare(const LogShare& share) {
 
 // ---- Dividing ----
 
-// What a log costs beside its bytes, and one that is compressed for each of them, in bytes of plain logs.
-static constexpr uint64_t kCostOfLog = 16 << 10;
+// What a log costs beside its bytes, as a part of the least share: 16 KiB of the usual 4 MiB; and one that is
+// compressed for each of them, in bytes of plain logs.
+static constexpr uint64_t kLogsInShare = 256;
 static constexpr uint64_t kCostOfPackedByte = 8;
 
 struct Work {
   const LogFile* log;
+  uint64_t opening;  // what it costs beside its bytes
   uint64_t cost;
   bool divisible;
 };
 
-static Work WorkOf(const LogFile& log) {
+static Work WorkOf(const LogFile& log, uint64_t opening) {
   if (!IsToBeRead(log)) {
-    return {&log, 0, false};
+    return {&log, 0, 0, false};
   }
   if (AreLogsReadWhole() && FormatOfPath(log.name) != PackFormat::kNone) {
-    return {&log, log.size * kCostOfPackedByte + kCostOfLog, false};
+    return {&log, opening, log.size * kCostOfPackedByte + opening, false};
   }
   const uint64_t bytes = AreLogsReadWhole() ? BytesToBeRead(log) : log.size;
-  return {&log, bytes + kCostOfLog, bytes > log.size / 2 && !MayEndItself(log)};
+  return {&log, opening, bytes + opening, bytes > log.size / 2 && !MayEndItself(log)};
 }
 
 // Bytes of a file around a place where it might be cut.
@@ -101,7 +103,7 @@ static LogPlace PlaceNear(const LogFile& log, int64_t wanted) {
 }
 
 static LogPlace PlaceIn(const Work& work, uint64_t cost) {
-  if (work.divisible && cost > kCostOfLog / 2) {
+  if (work.divisible && cost > work.opening / 2) {
     const LogPlace within = PlaceNear(*work.log, static_cast<int64_t>(cost));
     if (within.offset > 0) {
       return within;
@@ -119,7 +121,7 @@ std::vector<LogShare> DivideLogs(size_t most, uint64_t least) {
   std::vector<Work> works;
   uint64_t all = 0;
   for (LogFile* log = mpLogsRoot; log != nullptr; log = log->next) {
-    works.push_back(WorkOf(*log));
+    works.push_back(WorkOf(*log, least / kLogsInShare));
     all += works.back().cost;
   }
   const uint64_t count = std::min<uint64_t>(most, all / std::max<uint64_t>(least, 1));
@@ -148,6 +150,10 @@ LogFile* FirstLogOfShare() {
     log = log->next;
   }
   return log;
+}
+
+bool IsAllOneShare() {
+  return mRead.share.from.log == 0 && mRead.share.from.offset == 0 && mRead.share.to.log == kNoLog;
 }
 
 bool IsInShare(const LogFile& log) {
@@ -292,9 +298,17 @@ static LogFile* LogOfPlace(size_t place) {
   return log;
 }
 
+// Of all that there is of a log, or of its beginning: whatever an earlier reading has told.
+static bool IsFirstOf(const LogFile& log) {
+  return StretchOf(log).from == 0;
+}
+
 // Of the next stretch of a log.
 static void AddReading(LogFile& log, const LogReading& more) {
   LogReading& reading = ReadingOf(log);
+  if (IsFirstOf(log)) {
+    reading = {};
+  }
   reading.bytes += more.bytes;
   reading.records.count += more.records.count;
   reading.records.in_range += more.records.in_range;

@@ -49,6 +49,7 @@ bool AddShare(PartReader& part);
 
 // All logs are one share.
 void ForgetShare();
+bool IsAllOneShare();
 
 // The log with which the share begins, in the list; null: none.
 LogFile* FirstLogOfShare();

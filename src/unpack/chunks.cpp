@@ -32,6 +32,10 @@ void KeepChunks(unsigned char* memory) {
   madvise(memory, kMemorySize, MADV_DONTFORK);
 }
 
+void LendChunks(unsigned char* memory) {
+  madvise(memory, kMemorySize, MADV_DOFORK);
+}
+
 // A user who has many pipes gets smaller ones, which may not grow; they do as well.
 static bool BoundPipe(int pipe) {
   const int size = fcntl(pipe, F_SETPIPE_SZ, kPipeSize);

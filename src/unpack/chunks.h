@@ -22,6 +22,9 @@ void UnmapChunks(unsigned char* memory);
 // From here on no process that is started has the memory.
 void KeepChunks(unsigned char* memory);
 
+// And from here on each has it again.
+void LendChunks(unsigned char* memory);
+
 // A pipe for notes, its end for reading first; false when there is none.
 bool OpenNotes(int (&ends)[2]);
 

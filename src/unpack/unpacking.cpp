@@ -48,6 +48,14 @@ void StartUnpacking(size_t count) {
   }
 }
 
+void LendUnpackers() {
+  for (const Unpacker& unpacker : mUnpackers) {
+    if (unpacker.chunks != nullptr) {
+      LendChunks(unpacker.chunks);
+    }
+  }
+}
+
 void UseUnpacker(size_t number) {
   mpUnpacker = &mUnpackers[std::min(number, kMostUnpackers - 1)];
 }

@@ -13,6 +13,9 @@
 inline constexpr size_t kMostUnpackers = 257;
 void StartUnpacking(size_t count = 1);
 
+// Lets processes that this one starts from now on be served, too.
+void LendUnpackers();
+
 // Has this process served by the helper of that number from now on; by the first one at first.
 void UseUnpacker(size_t number);
 
