@@ -249,6 +249,7 @@ enum Accepted : unsigned {
   kFromAccount = 4,
   kFromRequest = kFromForm | kFromShell,
   kFromAny = kFromRequest | kFromAccount,
+  kNotFromForm = kFromShell | kFromAccount,
 };
 // Whether a form that may come from anybody can set it. Taken is only what says what
 // to report, over which days and paths, how to show it, and who asks. A new row has to
@@ -274,7 +275,7 @@ static const Keyword kKeywords[] = {
     {"edition", DecidedBefore, kFromShell, kIgnored},
     {"part", DecidedBefore, kFromShell, kIgnored},
     {"merge", DecidedBefore, kFromShell, kIgnored},
-    {"workers", Workers, static_cast<Accepted>(kFromShell | kFromAccount), kIgnored},
+    {"workers", Workers, kNotFromForm, kIgnored},
     {"config", Copy<&Settings::config>, kFromRequest, kIgnored},
     {"password", Password<&Settings::password_account, &Settings::stored_password>, kFromAccount, kIgnored},
     {"signon", SignOn, kFromAccount, kIgnored, kStop, kLater},

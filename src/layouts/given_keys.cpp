@@ -142,8 +142,8 @@ static std::optional<Field> TakeValue(SampleReader& reader) {
     return TakeNested(reader) ? std::optional(Field::kIgnored) : std::nullopt;
   }
   const auto ends = [](char c) { return c == ',' || c == '}' || IsBlank(c); };
-  const auto end = std::find_if(reader.rest.begin(), reader.rest.end(), ends);
-  text = reader.TakeSize(static_cast<size_t>(end - reader.rest.begin()));
+  const std::string_view rest = reader.rest;
+  text = reader.TakeSize(static_cast<size_t>(std::find_if(rest.begin(), rest.end(), ends) - rest.begin()));
   const std::optional<Field> field = MeaningOf(text, reader.TakeFields(text));
   return field && IsNumber(*field) ? field : std::nullopt;
 }

@@ -74,7 +74,8 @@ static void SkipNested(JsonReader& reader) {
   }
 }
 
-static KeyMeaning RecallMeaning(std::string_view key, size_t place, KeyMemory& memory) {
+[[gnu::always_inline]] static inline KeyMeaning RecallMeaning(std::string_view key, size_t place,
+                                                              KeyMemory& memory) {
   if (place >= KeyMemory::kPlaces) {
     return MeaningOfKey(key);
   }
@@ -215,38 +216,17 @@ static void Leave(Nest& nest) {
   --nest.depth;
 }
 
-// How the keys of a line get their meaning.
-struct Keys {
-  KeyMemory& memory;
-  const GivenKeys* given;  // null: none
-  size_t place = 0;        // of those that are remembered
-  size_t next = 0;         // of those that are given
-};
-
-static bool TakeGiven(Keys& keys, std::string_view key, KeyMeaning& meaning) {
-  const size_t place = PlaceOfKey(*keys.given, key, keys.next);
-  if (place == keys.given->count) {
-    return false;
-  }
-  keys.next = place + 1;
-  meaning = {keys.given->keys[place].field, static_cast<uint16_t>(place), Holds::kNothing};
-  return true;
-}
-
-// Headers take no place: every visitor sends others. Nor do given keys: other layouts do not give them.
-template <bool kGiven>
-static KeyMeaning MeaningIn(const Nest& nest, std::string_view key, Keys& keys) {
-  KeyMeaning meaning;
-  if (kGiven && nest.depth == 1 && TakeGiven(keys, key, meaning)) {
-    return meaning;
-  }
-  return nest.headers != 0 ? MeaningOfHeader(key) : RecallMeaning(key, keys.place++, keys.memory);
+// Headers take no place: every visitor sends others.
+[[gnu::always_inline]] static inline KeyMeaning MeaningIn(const Nest& nest, std::string_view key,
+                                                          size_t& place, KeyMemory& memory) {
+  return nest.headers != 0 ? MeaningOfHeader(key) : RecallMeaning(key, place++, memory);
 }
 
 // Reads keys and values, whatever objects they stand in, until the end of the line or of the
-// outermost object. Of given keys false when some stand where none belong, or that object has no end.
-template <bool kGiven>
-static bool TakeMembers(JsonReader& reader, Keys keys, JsonFields& taken) {
+// outermost object. False when there are texts without a colon behind them where keys belong, or words
+// without a key before them, or that object has no end.
+template <typename FindMeaning>
+static bool TakeMembers(JsonReader& reader, const FindMeaning& find_meaning, JsonFields& taken) {
   bool whole = true;
   Nest nest;
   KeyMeaning meaning;
@@ -256,8 +236,8 @@ static bool TakeMembers(JsonReader& reader, Keys keys, JsonFields& taken) {
       const std::string_view key = TakeText(reader);
       keyed = SkipBlanks(reader) == ':';
       reader.next += keyed ? 1 : 0;
-      whole = !kGiven || (whole && keyed);
-      meaning = MeaningIn<kGiven>(nest, key, keys);
+      whole &= keyed;
+      meaning = find_meaning(nest, key);
       continue;
     }
     if (c == '"') {
@@ -276,29 +256,45 @@ static bool TakeMembers(JsonReader& reader, Keys keys, JsonFields& taken) {
       ++reader.next;
     } else {
       TakeJsonWord(reader, keyed ? meaning : KeyMeaning{}, taken);
-      whole = !kGiven || (whole && keyed);
+      whole &= keyed;
     }
     keyed = false;
   }
   return whole && nest.depth == 0;
 }
 
-template <bool kGiven>
-static bool TakeObject(std::string_view line, const Keys& keys, JsonFields& taken, bool& whole) {
-  JsonReader reader = {line.data(), line.data() + line.size()};
-  if (SkipBlanks(reader) != '{') {
-    return false;
-  }
-  ++reader.next;
+// Passes over the first bracket. False when there is none.
+static bool BeginObject(JsonReader& reader, JsonFields& taken) {
+  const bool object = SkipBlanks(reader) == '{';
+  reader.next += object ? 1 : 0;
   taken.ranks.fill(kNoRank);
-  whole = TakeMembers<kGiven>(reader, keys, taken);
-  return true;
+  return object;
 }
 
 bool SplitJson(std::string_view line, KeyMemory& memory, LineFields& fields) {
+  JsonReader reader = {line.data(), line.data() + line.size()};
   JsonFields taken = {fields, {}};
-  bool whole = false;
-  return TakeObject<false>(line, {memory, nullptr}, taken, whole);
+  if (!BeginObject(reader, taken)) {
+    return false;
+  }
+  size_t place = 0;
+  const auto find_meaning = [&memory, &place](const Nest& nest, std::string_view key) {
+    return MeaningIn(nest, key, place, memory);
+  };
+  TakeMembers(reader, find_meaning, taken);
+  return true;
+}
+
+// --- Given keys ------------------------------------------------------------------
+
+static bool TakeGiven(const GivenKeys& given, std::string_view key, size_t& next, KeyMeaning& meaning) {
+  const size_t place = PlaceOfKey(given, key, next);
+  if (place == given.count) {
+    return false;
+  }
+  next = place + 1;
+  meaning = {given.keys[place].field, static_cast<uint16_t>(place), Holds::kNothing};
+  return true;
 }
 
 // A field that tells the same as another one, before which it would count.
@@ -322,15 +318,27 @@ static void DropRivals(JsonFields& taken) {
   }
 }
 
+// What is remembered of keys holds for all layouts, and so nothing of given ones.
 bool SplitJsonByKeys(std::string_view line, const GivenKeys& given, KeyMemory& memory, LineFields& fields,
                      bool& whole) {
+  JsonReader reader = {line.data(), line.data() + line.size()};
   JsonFields taken = {fields, {}};
-  if (!TakeObject<true>(line, {memory, &given}, taken, whole)) {
+  if (!BeginObject(reader, taken)) {
     return false;
   }
+  size_t place = 0;
+  size_t next = 0;
+  const auto find_meaning = [&](const Nest& nest, std::string_view key) {
+    KeyMeaning meaning;
+    return nest.depth == 1 && TakeGiven(given, key, next, meaning) ? meaning
+                                                                   : MeaningIn(nest, key, place, memory);
+  };
+  whole = TakeMembers(reader, find_meaning, taken);
   DropRivals(taken);
   return true;
 }
+
+// --- LTSV ------------------------------------------------------------------------
 
 bool SplitLtsv(std::string_view line, LineFields& fields) {
   if (line.substr(0, line.find('\t')).find(':') == std::string_view::npos) {
