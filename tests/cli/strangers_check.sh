@@ -13,7 +13,7 @@ trap 'rm -rf "$work"' EXIT
 
 # Of a name with several rows, the one that a form reaches counts.
 sed -n '/ kKeywords\[\] = {/,/^};/p' "$project/src/cgi/parameters.cpp" |
-  sed -nE 's/^ *\{"([^"]+)", .*(kFromRequest|kFromShell|kFromAccount|kFromAny), (kTaken|kIgnored)(, kGoOn|, kStop, kLater)?\},$/\1 \3/p' |
+  sed -nE 's/^ *\{"([^"]+)", .*(kFromRequest|kFromShell|kFromAccount|kFromAny|kNotFromForm), (kTaken|kIgnored)(, kGoOn|, kStop, kLater)?\},$/\1 \3/p' |
   awk '!($1 in side) || $2 == "kTaken" { side[$1] = $2 == "kTaken" ? "taken" : "ignored" }
        END { for (name in side) print name, side[name] }' | LC_ALL=C sort >"$work/table"
 rows=$(sed -n '/ kKeywords\[\] = {/,/^};/p' "$project/src/cgi/parameters.cpp" | grep -c '^ *{"')
