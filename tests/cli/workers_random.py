@@ -27,7 +27,7 @@ import divided_runs  # pylint: disable=wrong-import-position
 import workers_check  # pylint: disable=wrong-import-position
 
 PROGRAM = str(pathlib.Path(sys.argv[1]).resolve())
-COUNT = int(sys.argv[3]) if len(sys.argv) > 3 else 400
+COUNT = int(sys.argv[3]) if len(sys.argv) > 3 else 700
 SEED = sys.argv[4] if len(sys.argv) > 4 else "20250330"
 KEEP = pathlib.Path(sys.argv[5]) if len(sys.argv) > 5 else None
 LEAST_DIVIDED = 0.3  # of the runs
@@ -245,27 +245,62 @@ def trial(number):
         (folder / "orvellis.conf").write_text(configuration(chance))
         env = {"TZ": logs.zone, "LC_ALL": "C", "PATH": "/usr/bin:/bin", "SOURCE_DATE_EPOCH": "954547200",
                "COLUMNS": "100", "ORVELLIS_CACHE": ""}
+        words, by_form = question(chance, logs), chance.random() < 0.25
         if chance.random() < 0.2:
             (folder / "store").mkdir(mode=0o700)
             env["ORVELLIS_CACHE"] = str(folder / "store")
-        words, by_form = question(chance, logs), chance.random() < 0.25
+            return with_store(chance, logs, folder, words, env, by_form, number)
         plain, _ = outcome(folder, words, "1", env, by_form, divided_runs.unwatched)
         divisions = []
         for _ in range(2):
             workers = f"{chance.randrange(2, 9)},{chance.choice([64, 300, 1000, 4000, 8192])}"
             done, division = outcome(folder, words, workers, env, by_form, divided_runs.watched)
             if done != plain:
-                kept(number, folder)
-                way = "form" if by_form else "shell"
-                return [f"{way} TZ={logs.zone} {' '.join(words)} workers={workers}: "
-                        f"{workers_check.difference(plain, done)}"]
+                return [told(number, folder, words, by_form, workers, env, plain, done)]
             divisions.append(division or "same")
         return divisions
 
 
-def kept(number, folder):
+def told(number, folder, words, by_form, workers, env, plain, done):
+    """What differs, and how it was asked for; the folder is kept."""
     if KEEP is not None:
         shutil.copytree(folder, KEEP / str(number), symlinks=True, dirs_exist_ok=True, ignore_dangling_symlinks=True)
+    way = "form" if by_form else "shell"
+    return (f"{way} TZ={env['TZ']} ORVELLIS_CACHE={env['ORVELLIS_CACHE']} {' '.join(words)} workers={workers}: "
+            f"{workers_check.difference(plain, done)}")
+
+
+def with_store(chance, logs, folder, words, env, by_form, number):
+    """Several questions, by one process and by several, which know what those before have kept; logs grow meanwhile."""
+    divisions = []
+    for _ in range(3):
+        days = [logs.change + datetime.timedelta(days=chance.choice([-1, 0, 1, 2])) for _ in range(2)]
+        words = [f"date={min(days):%m%d%Y},{max(days):%m%d%Y}"] + words[1:]
+        plain, _ = outcome(folder, words, "1", dict(env, ORVELLIS_CACHE=""), by_form, divided_runs.unwatched)
+        for workers in (f"{chance.randrange(2, 9)},{chance.choice([64, 1000, 4000])}", "1"):
+            run = divided_runs.unwatched if workers == "1" else divided_runs.watched
+            done, division = outcome(folder, words, workers, env, by_form, run)
+            if done != plain:
+                return [told(number, folder, words, by_form, workers, env, plain, done)]
+            divisions += [] if workers == "1" else [division or "same"]
+        if chance.random() < 0.5:
+            grow(chance, logs, folder)
+    return divisions
+
+
+def grow(chance, logs, folder):
+    """Or a line is another one; the times of the file tell, or tell nothing."""
+    path = chance.choice([path for path in sorted(folder.glob("logs/*")) if not path.is_symlink()])
+    if path.suffix != ".log" or not path.stat().st_mode & 0o400:
+        return
+    content = path.read_bytes()
+    if chance.random() < 0.7:
+        content += logs.log(2000)
+    else:
+        content = content.replace(b"192.0.2.7", b"192.0.2.9", 1)
+    path.write_bytes(content)
+    if chance.random() < 0.5:
+        os.utime(path, (954547200, 954547200))
 
 
 def end_of(number):
