@@ -352,11 +352,16 @@ static void AddLog(PartReader& part, LogFile& log) {
 }
 
 // Whether reading what is compressed in another order might have shown it to be a copy.
+static bool MayBeCopy(const LogFile& log) {
+  return log.format != PackFormat::kNone && log.has_beginning && log.original == nullptr;
+}
+
 static bool SeemsToBeCopy(const LogFile& log) {
+  if (!MayBeCopy(log)) {
+    return false;
+  }
   for (const LogFile* other = mpLogsRoot; other != &log; other = other->next) {
-    if (log.format != PackFormat::kNone && other->format != PackFormat::kNone && log.has_beginning &&
-        other->has_beginning && log.original == nullptr && other->original == nullptr &&
-        log.beginning == other->beginning) {
+    if (MayBeCopy(*other) && log.beginning == other->beginning) {
       return true;
     }
   }
