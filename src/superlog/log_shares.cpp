@@ -144,7 +144,7 @@ std::vector<LogShare> DivideLogs(size_t most, uint64_t least) {
       before += works[next++].cost;
     }
     const LogPlace place = PlaceIn(works[next], wanted - before);
-    if (IsBehind(place, shares.back().from)) {
+    if (IsBehind(place, shares.back().from) && place.log <= works.back().log->place) {
       shares.back().to = place;
       shares.push_back({place, kAllLogs.to});
     }
