@@ -210,6 +210,7 @@ TEST_F(LogShares, DivideNoLogWithoutEndsOfLines) {
 }
 
 TEST_F(LogShares, DivideNoCompressedLog) {
+  CopyText(settings_.logs, folder_ + "/*");
   AddLog("a.log.gz", "\x1f\x8b\x08" + Lines(1000));
   AddLog("b.log", Lines(1000));
   bool divided = false;
