@@ -30,6 +30,12 @@ def command(program, log, folder):
             *([f"edition={edition}"] if edition else [])]
 
 
+def configure(folder, log):
+    with open(f"{folder}/orvellis.conf", "w", encoding="ascii") as configuration:
+        configuration.write(f"OrvellisPath=.\nuser=bench;logs={log};url=http://www.example.com;password=*;title=Benchmark\n")
+    return folder
+
+
 def cpu_seconds(words):
     nothing = [(os.POSIX_SPAWN_OPEN, stream, "/dev/null", os.O_RDWR, 0) for stream in (0, 1, 2)]
     child = os.posix_spawn(shutil.which(words[0]), words, os.environ, file_actions=nothing)
@@ -46,8 +52,7 @@ def main():
     os.environ.update(TZ="UTC", LC_ALL="C", ORVELLIS_CACHE="")
     seconds = {program: [] for program in programs}
     with tempfile.TemporaryDirectory() as folder:
-        with open(f"{folder}/orvellis.conf", "w", encoding="ascii") as configuration:
-            configuration.write(f"OrvellisPath=.\nuser=bench;logs={log};url=http://www.example.com;password=*;title=Benchmark\n")
+        configure(folder, log)
         for number in range(rounds + 1):
             for program in programs:
                 used = cpu_seconds(command(program, log, folder))

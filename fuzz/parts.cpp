@@ -44,7 +44,8 @@ static Settings AllSections(bool modern) {
   CopyText(settings.find, "/");
   settings.subdirs = settings.SmartMemoryEnabled = 1;
   settings.SmartMemoryMaxMemoryToAllocate = 8192;
-  settings.rules.whole_logs = modern;
+  settings.rules.whole_logs = settings.rules.looks_up_together = modern;
+  settings.dnslookupenabled = modern ? 1 : 0;  // and no time for it
   return settings;
 }
 

@@ -2,12 +2,12 @@
 
 #include <cinttypes>
 #include <cstdio>
+#include <ctime>
 #include <limits>
 
 #include "analysis/search_engines.h"
 #include "base/crc64.h"
 #include "dates/days.h"
-#include "dates/local_time.h"
 #include "superlog/log_parts.h"
 
 // Of what makes counts of records: another number where the same logs would count otherwise.
@@ -95,7 +95,7 @@ static uint64_t ChecksumOfEngines(const SearchEngine* engine) {
 
 static int64_t OffsetAt(time_t when) {
   tm local{};
-  TimeToLocal(when, local);
+  localtime_r(&when, &local);
   return 2 * int64_t{local.tm_gmtoff} + (local.tm_isdst > 0 ? 1 : 0);
 }
 
@@ -113,12 +113,15 @@ static time_t ChangeBetween(time_t before, time_t behind) {
 static uint64_t ChecksumOfZone() {
   static constexpr time_t kStep = time_t{14} * 86400;
   static constexpr time_t kEnd = time_t{75} * 366 * 86400;  // from 1970
-  uint64_t checksum = AddFigure(0, OffsetAt(0));
+  int64_t offset = OffsetAt(0);
+  uint64_t checksum = AddFigure(0, offset);
   for (time_t when = 0; when < kEnd; when += kStep) {
-    if (OffsetAt(when) != OffsetAt(when + kStep)) {
+    const int64_t next = OffsetAt(when + kStep);
+    if (next != offset) {
       checksum = AddFigure(checksum, ChangeBetween(when, when + kStep));
-      checksum = AddFigure(checksum, OffsetAt(when + kStep));
+      checksum = AddFigure(checksum, next);
     }
+    offset = next;
   }
   return checksum;
 }

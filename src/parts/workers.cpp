@@ -9,9 +9,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <csignal>
 #include <cstdio>
-#include <cstring>
+#include <cstdlib>
 #include <vector>
 
 #include "analysis/driver.h"
@@ -30,16 +31,20 @@
 
 // ---- How many ----
 
-// The quota of a container: so many microseconds of processors in a period of so many.
+// The quota of a container: "200000 100000" are so many microseconds of processors in so many, "max" is none.
 static int ProcessorsOfQuota(const char* path) {
-  double quota = 0;
-  double period = 0;
+  char line[64] = "";
   FILE* const file = fopen(path, "re");
-  const bool limited = file != nullptr && fscanf(file, "%lf %lf", &quota, &period) == 2;
+  if (file == nullptr || fgets(line, sizeof line, file) == nullptr) {
+    line[0] = '\0';
+  }
   if (file != nullptr) {
     fclose(file);
   }
-  return limited && period > 0 ? static_cast<int>(std::clamp(quota / period, 1.0, 1e6)) : kMostWorkers;
+  char* period = line;
+  const double quota = strtod(line, &period);
+  const double processors = quota / strtod(period, nullptr);
+  return processors > 0 && processors < kMostWorkers ? static_cast<int>(std::ceil(processors)) : kMostWorkers;
 }
 
 static int UsableProcessors() {
@@ -185,17 +190,7 @@ static Worker StartWorker(size_t number, const LogShare& share, const Settings& 
 
 // ---- Adding ----
 
-struct PartBytesOfWorker {
-  const char* bytes = nullptr;
-  size_t size = 0;
-};
-
-static bool AddBytes(PartReader& part, const Settings& settings, Analysis& analysis) {
-  unsigned missing = 0;
-  return AddShare(part) && AddSavedCounts(part, ResolveRules(settings, analysis.counting), analysis, missing);
-}
-
-static bool AddPartOf(const Worker& worker, const Settings& settings, Analysis& analysis) {
+static bool AddPartOf(const Worker& worker, const Rules& rules, Analysis& analysis) {
   struct stat file;
   if (worker.process < 0 || WaitFor(worker.process) != 0 || fstat(worker.file, &file) != 0) {
     return false;
@@ -206,7 +201,8 @@ static bool AddPartOf(const Worker& worker, const Settings& settings, Analysis& 
     return false;
   }
   PartReader part{static_cast<const char*>(bytes), static_cast<const char*>(bytes) + size};
-  const bool added = AddBytes(part, settings, analysis);
+  unsigned missing = 0;
+  const bool added = AddShare(part) && AddSavedCounts(part, rules, analysis, missing);
   munmap(bytes, size);
   close(worker.file);
   return added;
@@ -222,7 +218,7 @@ static bool CountShares(const std::vector<LogShare>& shares, const Settings& set
   TakeShare(shares[0]);
   CountRecords(settings, analysis);
   const bool added = std::all_of(workers.begin(), workers.end(),
-                                 [&](const Worker& worker) { return AddPartOf(worker, settings, analysis); });
+                                 [&](const Worker& worker) { return AddPartOf(worker, rules, analysis); });
   CollectLogFigures(settings, analysis);
   if (added) {
     TellLogsAgain({.log_looked_at = mLogEvents.log_looked_at});

@@ -51,6 +51,14 @@ void TakeShare(const LogShare& share) {
 static constexpr uint64_t kLogsInShare = 256;
 static constexpr uint64_t kCostOfPackedByte = 8;
 
+// Small logs are read sooner than it is known what need not be read of them.
+static constexpr uint64_t kWorthAsking = 1 << 20;
+
+// Opening each log for that would take longer than most are worth.
+static bool IsCalledPacked(std::string_view path) {
+  return path.ends_with(".gz") || path.ends_with(".zst") || path.ends_with(".xz") || path.ends_with(".bz2");
+}
+
 struct Work {
   const LogFile* log;
   uint64_t opening;  // what it costs beside its bytes
@@ -62,10 +70,11 @@ static Work WorkOf(const LogFile& log, uint64_t opening) {
   if (!IsToBeRead(log)) {
     return {&log, 0, 0, false};
   }
-  if (AreLogsReadWhole() && FormatOfPath(log.name) != PackFormat::kNone) {
+  if (AreLogsReadWhole() && IsCalledPacked(log.name)) {
     return {&log, opening, log.size * kCostOfPackedByte + opening, false};
   }
-  const uint64_t bytes = AreLogsReadWhole() ? BytesToBeRead(log) : log.size;
+  const bool ask = AreLogsReadWhole() && log.size >= kWorthAsking;
+  const uint64_t bytes = ask ? BytesToBeRead(log) : log.size;
   return {&log, opening, bytes + opening, bytes > log.size / 2 && !MayEndItself(log)};
 }
 
@@ -85,9 +94,10 @@ static LogPlace PlaceNear(const LogFile& log, int64_t wanted) {
     return nowhere;
   }
   const int64_t begin = std::max<int64_t>(0, wanted - Surroundings::kBefore);
+  const bool packed = AreLogsReadWhole() && FormatOfFile(file) != PackFormat::kNone;
   const ssize_t size = pread(file, around.bytes, sizeof around.bytes, begin);
   close(file);
-  if (size <= wanted - begin) {
+  if (packed || size <= wanted - begin) {
     return nowhere;
   }
   const std::string_view text{around.bytes, static_cast<size_t>(size)};
@@ -342,11 +352,16 @@ static void AddLog(PartReader& part, LogFile& log) {
 }
 
 // Whether reading what is compressed in another order might have shown it to be a copy.
+static bool MayBeCopy(const LogFile& log) {
+  return log.format != PackFormat::kNone && log.has_beginning && log.original == nullptr;
+}
+
 static bool SeemsToBeCopy(const LogFile& log) {
+  if (!MayBeCopy(log)) {
+    return false;
+  }
   for (const LogFile* other = mpLogsRoot; other != &log; other = other->next) {
-    if (log.format != PackFormat::kNone && other->format != PackFormat::kNone && log.has_beginning &&
-        other->has_beginning && log.original == nullptr && other->original == nullptr &&
-        log.beginning == other->beginning) {
+    if (MayBeCopy(*other) && log.beginning == other->beginning) {
       return true;
     }
   }

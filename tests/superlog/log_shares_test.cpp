@@ -210,7 +210,8 @@ TEST_F(LogShares, DivideNoLogWithoutEndsOfLines) {
 }
 
 TEST_F(LogShares, DivideNoCompressedLog) {
-  AddLog("a.log", "\x1f\x8b\x08" + Lines(1000));
+  CopyText(settings_.logs, folder_ + "/*");
+  AddLog("a.log.gz", "\x1f\x8b\x08" + Lines(1000));
   AddLog("b.log", Lines(1000));
   bool divided = false;
   for (const LogShare& share : Divide(8, 64)) {
@@ -219,6 +220,11 @@ TEST_F(LogShares, DivideNoCompressedLog) {
   }
   EXPECT_FALSE(divided) << "what is packed weighs more than that";
   EXPECT_GT(Divide(64, 64).size(), 2U);
+}
+
+TEST_F(LogShares, DivideNoCompressedLogThatIsCalledOtherwise) {
+  AddLog("a.log", "\x1f\x8b\x08" + Lines(1000));
+  EXPECT_EQ(Divide(8, 64).size(), 1U);
 }
 
 TEST_F(LogShares, DivideNoLogThatMayEndItself) {
