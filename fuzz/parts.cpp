@@ -15,21 +15,6 @@
 #include "superlog/superlog.h"
 #include "well_formed.h"
 
-template <typename Write>
-static std::string Captured(Write write) {
-  char* text = nullptr;
-  size_t length = 0;
-  FILE* const real_output = stdout;
-  stdout = open_memstream(&text, &length);
-  REQUIRE(stdout != nullptr);
-  write();
-  fclose(stdout);
-  stdout = real_output;
-  std::string written(text, length);
-  free(text);
-  return written;
-}
-
 static Settings AllSections(bool modern) {
   Settings settings{};
   for (RankedReport* const report :

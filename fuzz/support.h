@@ -116,3 +116,19 @@ inline void SilenceOutput() {
   static const bool silent = freopen("/dev/null", "w", stdout) != nullptr;
   REQUIRE(silent);
 }
+
+// What is written to standard output.
+template <typename Write>
+inline std::string Captured(Write write) {
+  char* text = nullptr;
+  size_t length = 0;
+  FILE* const real_output = stdout;
+  stdout = open_memstream(&text, &length);
+  REQUIRE(stdout != nullptr);
+  write();
+  fclose(stdout);
+  stdout = real_output;
+  std::string written(text, length);
+  free(text);
+  return written;
+}

@@ -7,16 +7,7 @@
 #include <string>
 #include <vector>
 
-static std::string Written(void (*write)(PartWriter& part)) {
-  std::string bytes;
-  PartWriter part;
-  part.sink = {&bytes, [](void* context, const char* text, size_t size) {
-                 static_cast<std::string*>(context)->append(text, size);
-               }};
-  write(part);
-  FlushPart(part);
-  return bytes;
-}
+#include "support/part_text.h"
 
 static PartReader ReaderOf(const std::string& bytes) {
   return {bytes.data(), bytes.data() + bytes.size()};
@@ -30,7 +21,7 @@ static uint64_t FigureOf(const std::string& bytes, bool& damaged) {
 }
 
 TEST(PartBytes, AreTheseAndNoOthers) {
-  const std::string bytes = Written([](PartWriter& part) {
+  const std::string bytes = WrittenPart([](PartWriter& part) {
     for (const uint64_t figure : {0UL, 127UL, 128UL, 300UL, UINT64_MAX}) {
       PutFigure(part, figure);
     }
@@ -55,7 +46,7 @@ TEST(PartBytes, ComeBack) {
     figures.push_back(random() >> random() % 64);
     texts.push_back(std::string(random() % (i % 1000 == 0 ? 20000 : 30), static_cast<char>(random())));
   }
-  const std::string bytes = Written([](PartWriter& part) {
+  const std::string bytes = WrittenPart([](PartWriter& part) {
     for (size_t i = 0; i < figures.size(); ++i) {
       PutFigure(part, figures[i]);
       PutSigned(part, static_cast<int64_t>(figures[i]));
