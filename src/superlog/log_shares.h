@@ -44,7 +44,6 @@ void SaveShare(PartWriter& part);
 // what was counted of it is of no use, and some of it may be in the list.
 bool AddShare(PartReader& part);
 
-
 // ---- For the reading itself ----
 
 // All logs are one share.
