@@ -1,5 +1,6 @@
 #include "superlog/line_reader.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -158,6 +159,12 @@ void ResetLineReader() {
   mTotalLogBytesRead = {};
   mpLine = mpLineEnd = mNoLine;
   mLineLen = 0;
+}
+
+FileId IdOfLog() {
+  struct stat file;
+  const bool known = mhFile >= 0 && fstat(mhFile, &file) == 0;
+  return known ? FileId{file.st_dev, file.st_ino} : FileId{};
 }
 
 SuperLong TotalLogBytesRead() {

@@ -145,6 +145,15 @@ int64_t TellLog();
 // For other programs that link the library; tested, not used by orvellis.
 void TrimEolChars(char* text);
 
+// Which file the open log is, whatever its name leads to by now; no file where there is none.
+struct FileId {
+  uint64_t device = 0;
+  uint64_t inode = 0;
+
+  bool operator==(const FileId&) const = default;
+};
+FileId IdOfLog();
+
 // Bytes delivered by the block buffer since the start of the run: whole blocks
 // (the last of a file may be short), counted when their first byte is needed. Of compressed files, the
 // unpacked ones.

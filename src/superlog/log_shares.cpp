@@ -32,6 +32,8 @@ struct ReadShare {
   State before;
   State after;
   bool ended = false;  // the log in which the share ends has ended before it
+  FileId first;        // of the logs within which it begins and ends
+  FileId last;
 };
 static ReadShare mRead;
 
@@ -220,6 +222,7 @@ void LogOfShareRead(const LogFile& log, bool by_record) {
   if (log.place == mRead.share.to.log) {
     mRead.after = StateNow();
     mRead.ended = !IsStopped() || by_record;
+    mRead.last = IdOfLog();
   }
 }
 
@@ -251,6 +254,7 @@ void GoToStretch() {
   ForgetLinesNotUnderstood(lines);
   mLogEvents = events;
   mRead.before = StateNow();
+  mRead.first = IdOfLog();
 }
 
 // ---- From process to process ----
@@ -293,6 +297,8 @@ void SaveShare(PartWriter& part) {
   PutBytes(part, mRead.share);
   PutBytes(part, mRead.before);
   PutBytes(part, mRead.after);
+  PutBytes(part, mRead.first);
+  PutBytes(part, mRead.last);
   PutFigure(part, mRead.ended ? 1 : 0);
   for (const LogFile* log = FirstLogOfShare(); log != nullptr && IsInShare(*log); log = log->next) {
     SaveLog(part, *log);
@@ -370,7 +376,7 @@ static bool SeemsToBeCopy(const LogFile& log) {
 
 static bool Follows(const ReadShare& last, const ReadShare& next) {
   const bool same = last.after.known && next.before.known && last.after.lines == next.before.lines;
-  return same && !last.ended;
+  return same && !last.ended && last.last == next.first;
 }
 
 bool AddShare(PartReader& part) {
@@ -378,6 +384,8 @@ bool AddShare(PartReader& part) {
   TakeBytes(part, mRead.share);
   TakeBytes(part, mRead.before);
   TakeBytes(part, mRead.after);
+  TakeBytes(part, mRead.first);
+  TakeBytes(part, mRead.last);
   mRead.ended = TakeFigureUpTo(part, 1) != 0;
   if (part.damaged || !Follows(last, mRead)) {
     return false;

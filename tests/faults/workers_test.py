@@ -175,6 +175,28 @@ class WorkersTest(faults.FaultTest):
                         self.expect_plain(plain, result, f"{edition} {call} {number}")
                         self.expect_none_left([run, counting, *workers])
 
+    # ---- Logs that change meanwhile ----
+
+    @unittest.skipIf(divided_runs.STRACE is None, "strace is not installed")
+    def test_a_log_that_another_takes_the_place_of(self):
+        """All is counted of one of them, or all of the other."""
+        for edition, parameters in self.in_both_editions():
+            self.write_only_log("old")
+            old = self.plain(parameters)
+            for call in ("getppid", "write"):
+                self.write_only_log("old")
+                tracer, run, counting, workers = self.hold(parameters, call)
+                os.rename(self.path("logs/access0.log"), self.path("rotated"))
+                self.write_only_log("new")
+                result = self.let_go(tracer, [run, counting, *workers])
+                if b"could not be opened" not in result.page:  # as a run that may open what was there before alone says
+                    self.assertIn(result.page, (old, self.plain(parameters)), f"{edition} {call}")
+
+    def write_only_log(self, page):
+        for name in os.listdir(self.path("logs")):
+            os.remove(self.path("logs/" + name))
+        self.write("logs/access0.log", "".join(faults.log_line(i, url=f"/{page}") for i in range(600)))
+
     # ---- What the system refuses ----
 
     @unittest.skipIf(divided_runs.STRACE is None, "strace is not installed")
