@@ -492,8 +492,8 @@ void GoToLine(int64_t offset) {
   RefreshBigBuf();
   char* const line = mpWindow + std::min<ptrdiff_t>(in_window, mpBigBufLastPos - mpWindow);
   mpBigBufCurPos = std::max(mpBigBufCurPos, line);
-  const int64_t begun =
-      (in_window + kBlockSize - 1) / static_cast<int64_t>(kBlockSize) * static_cast<int64_t>(kBlockSize);
+  constexpr auto block = static_cast<int64_t>(kBlockSize);
+  const int64_t begun = (in_window + block - 1) / block * block;
   mpCountedTo = mpWindow + std::min<ptrdiff_t>(begun, mpBigBufLastPos - mpWindow);
 }
 

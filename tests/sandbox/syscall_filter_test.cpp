@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 
+#include <csignal>
 #include <cstdlib>
 
 #include "run/shut_in.h"
@@ -37,6 +38,14 @@ int TryMap(int protection) {
   return mmap(nullptr, 4096, protection, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0) == MAP_FAILED ? errno : 0;
 }
 
+int TryClone(unsigned long flags) {
+  const long child = syscall(SYS_clone, flags, nullptr, nullptr, nullptr, nullptr);
+  if (child == 0) {
+    _exit(0);
+  }
+  return child < 0 ? errno : ErrorOf(waitpid(static_cast<pid_t>(child), nullptr, 0));
+}
+
 TEST_F(SyscallFilterTest, FilesMemoryAndTimeGoOn) {
   const std::string path = NewPath("file");
   EXPECT_EQ(Inside([&] {
@@ -60,6 +69,32 @@ TEST_F(SyscallFilterTest, OtherProcessesAreOutOfReach) {
     int ends[2];
     return pipe(ends) != 0 ? errno : ErrorOf(fcntl(ends[0], F_SETOWN, other.id));
   });
+}
+
+// What a run with workers may do besides: they are as it is, and end with it.
+TEST_F(SyscallFilterTest, WorkersAreProcessesThatMayNoMore) {
+  constexpr SyscallSet kWorkers = SyscallSet::kWorkers;
+  const OtherProcess other;
+  EXPECT_EQ(Inside(TryFork, kWorkers), 0);
+  EXPECT_EQ(
+      Inside([] { return prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 && getppid() > 0 ? 0 : errno; }, kWorkers), 0);
+  EXPECT_EQ(Inside([] { return ErrorOf(memfd_create("part", MFD_CLOEXEC)); }, kWorkers), 0);
+  Refuses(
+      "a process that shares files", [] { return TryClone(CLONE_FILES | SIGCHLD); }, kWorkers);
+  Refuses(
+      "one in a namespace of its own", [] { return TryClone(CLONE_NEWUSER | SIGCHLD); }, kWorkers);
+  Refuses(
+      "execve", [] { return ErrorOf(execl("/bin/true", "true", nullptr)); }, kWorkers);
+  Refuses(
+      "another prctl", [] { return ErrorOf(prctl(PR_SET_DUMPABLE, 1)); }, kWorkers);
+  Refuses(
+      "kill", [&] { return ErrorOf(kill(other.id, 0)); }, kWorkers);
+  Refuses(
+      "ptrace", [] { return ErrorOf(ptrace(PTRACE_TRACEME, 0, 0, 0)); }, kWorkers);
+  Refuses(
+      "socket", [] { return ErrorOf(socket(AF_INET, SOCK_STREAM, 0)); }, kWorkers);
+  Refuses(
+      "mmap", [] { return TryMap(PROT_READ | PROT_EXEC); }, kWorkers);
 }
 
 TEST_F(SyscallFilterTest, NoMemoryIsMadeAProgram) {
