@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sched.h>
+#include <stdio_ext.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -73,9 +74,16 @@ static bool MayBeDivided(const Settings& settings, const Rules& rules) {
 
 static constexpr int kGaveUp = 1;
 
+// What waits to be written is written by the process that is the run; some tools that watch a process end
+// write it, too.
+[[noreturn]] static void EndWithoutPage(int status) {
+  __fpurge(stdout);
+  _exit(status);
+}
+
 // What a budget or the system takes depends on all that one process would have counted before.
 [[noreturn]] static void GiveUp() {
-  _exit(kGaveUp);
+  EndWithoutPage(kGaveUp);
 }
 
 struct StandBy {
@@ -125,7 +133,7 @@ static void EndAsTheOther(const StandBy& stand_by) {
       EndByClosedPipe();
     }
     constexpr int kBySignal = 128;  // as shells say it
-    _exit(WIFEXITED(status) ? WEXITSTATUS(status) : kBySignal + WTERMSIG(status));
+    EndWithoutPage(WIFEXITED(status) ? WEXITSTATUS(status) : kBySignal + WTERMSIG(status));
   }
   munmap(stand_by.counted, 1);
 }
@@ -169,7 +177,7 @@ static void WriteOverread(PartWriter& part) {
   SaveCounts(part, rules, analysis);
   WriteOverread(part);
   FlushPart(part);
-  _exit(to.written ? 0 : kGaveUp);
+  EndWithoutPage(to.written ? 0 : kGaveUp);
 }
 
 static Worker StartWorker(size_t number, const LogShare& share, const Settings& settings, const Rules& rules,
