@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <sched.h>
-#include <stdio_ext.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -20,6 +19,7 @@
 #include "analysis/rules.h"
 #include "analysis/smart_memory.h"
 #include "analysis/wildcard.h"
+#include "base/memory_end.h"
 #include "base/part_bytes.h"
 #include "parts/counts.h"
 #include "sandbox/helper_process.h"
@@ -74,16 +74,9 @@ static bool MayBeDivided(const Settings& settings, const Rules& rules) {
 
 static constexpr int kGaveUp = 1;
 
-// What waits to be written is written by the process that is the run; some tools that watch a process end
-// write it, too.
-[[noreturn]] static void EndWithoutPage(int status) {
-  __fpurge(stdout);
-  _exit(status);
-}
-
 // What a budget or the system takes depends on all that one process would have counted before.
 [[noreturn]] static void GiveUp() {
-  EndWithoutPage(kGaveUp);
+  EndWithoutOutput(kGaveUp);
 }
 
 struct StandBy {
@@ -133,7 +126,7 @@ static void EndAsTheOther(const StandBy& stand_by) {
       EndByClosedPipe();
     }
     constexpr int kBySignal = 128;  // as shells say it
-    EndWithoutPage(WIFEXITED(status) ? WEXITSTATUS(status) : kBySignal + WTERMSIG(status));
+    EndWithoutOutput(WIFEXITED(status) ? WEXITSTATUS(status) : kBySignal + WTERMSIG(status));
   }
   munmap(stand_by.counted, 1);
 }
@@ -177,7 +170,7 @@ static void WriteOverread(PartWriter& part) {
   SaveCounts(part, rules, analysis);
   WriteOverread(part);
   FlushPart(part);
-  EndWithoutPage(to.written ? 0 : kGaveUp);
+  EndWithoutOutput(to.written ? 0 : kGaveUp);
 }
 
 static Worker StartWorker(size_t number, const LogShare& share, const Settings& settings, const Rules& rules,
