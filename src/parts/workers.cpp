@@ -1,7 +1,6 @@
 #include "parts/workers.h"
 
 #include <fcntl.h>
-#include <sched.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -9,10 +8,8 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cmath>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <vector>
 
 #include "analysis/driver.h"
@@ -21,6 +18,7 @@
 #include "analysis/wildcard.h"
 #include "base/memory_end.h"
 #include "base/part_bytes.h"
+#include "base/processors.h"
 #include "parts/counts.h"
 #include "sandbox/helper_process.h"
 #include "superlog/byte_scan.h"
@@ -32,32 +30,9 @@
 
 // ---- How many ----
 
-// The quota of a container: "200000 100000" are so many microseconds of processors in so many, "max" is none.
-static int ProcessorsOfQuota(const char* path) {
-  char line[64] = "";
-  FILE* const file = fopen(path, "re");
-  if (file == nullptr || fgets(line, sizeof line, file) == nullptr) {
-    line[0] = '\0';
-  }
-  if (file != nullptr) {
-    fclose(file);
-  }
-  char* period = line;
-  const double quota = strtod(line, &period);
-  const double processors = quota / strtod(period, nullptr);
-  return processors > 0 && processors < kMostWorkers ? static_cast<int>(std::ceil(processors)) : kMostWorkers;
-}
-
-static int UsableProcessors() {
-  cpu_set_t processors;
-  const bool known = sched_getaffinity(0, sizeof processors, &processors) == 0;
-  const int allowed = known ? CPU_COUNT(&processors) : 1;
-  return std::clamp(std::min(allowed, ProcessorsOfQuota("/sys/fs/cgroup/cpu.max")), 1, kMostWorkers);
-}
-
 void SettleWorkers(Settings& settings) {
   if (settings.workers == 0) {
-    settings.workers = UsableProcessors();
+    settings.workers = std::min(UsableProcessors(), kMostWorkers);
   }
 }
 
