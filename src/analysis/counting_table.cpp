@@ -954,6 +954,12 @@ void destroy(List& list) {
   list = {};
 }
 
+void empty_list(List& list, ListInfo& info) {
+  destroy(list);
+  info.entries = info.reclaimed = 0;
+  std::fill_n(info.kinds, kKinds, 0);
+}
+
 void exempt_lists() {
   count_queued();
   Append(mExempt, gListInfo);

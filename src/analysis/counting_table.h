@@ -195,6 +195,9 @@ ListItem* SortList(List& list, size_t shown = SIZE_MAX);
 // is free again when no list holds a record any more.
 void destroy(List& list);
 
+// The same of a list and of what its descriptor has counted, which stays for the keys that are counted next.
+void empty_list(List& list, ListInfo& info);
+
 // Writes down what a list has counted: keys, counts, sub-lists. list_length of it comes first.
 void SaveList(PartWriter& part, const List& list);
 

@@ -505,6 +505,37 @@ void CollectLogFigures(const Settings& settings, Analysis& analysis) {
   }
 }
 
+void SettleCounts(Analysis& analysis) {
+  SetTypeCounts(analysis);
+  mPartBytes.sum = analysis.bytes;
+  analysis.part_bytes = mPartBytes;
+}
+
+static constexpr CountedReport Analysis::*kReports[] = {
+    &Analysis::urls,         &Analysis::referrers, &Analysis::browsers,    &Analysis::badurls,
+    &Analysis::badreferrers, &Analysis::domains,   &Analysis::domaintypes, &Analysis::addresses};
+
+void ForgetCounts(Analysis& analysis) {
+  Analysis empty{};
+  empty.counting = analysis.counting;
+  empty.ReportStartTime = analysis.ReportStartTime;
+  empty.range_first = analysis.range_first;
+  empty.range_last = analysis.range_last;
+  for (CountedReport Analysis::*const report : kReports) {
+    ListInfo* const info = (analysis.*report).info;
+    if (info != nullptr) {
+      empty_list((analysis.*report).list, *info);
+    }
+    (empty.*report).info = info;
+  }
+  EmptySearch(analysis.search);
+  empty.search = analysis.search;
+  ReleaseDays(analysis.dates);
+  analysis = empty;
+  mPartBytes = {};
+  ForgetAllocations();
+}
+
 void CountRecords(const Settings& settings, Analysis& analysis) {
   const Rules rules = RulesOf(settings, analysis);
   mPartBytes = {};
@@ -517,10 +548,8 @@ void CountRecords(const Settings& settings, Analysis& analysis) {
     SuperLog_LogRead(records);
   }
   SuperLog_NextLogFile_Done();
-  SetTypeCounts(analysis);
+  SettleCounts(analysis);
   TakeLogFigures(analysis);
-  mPartBytes.sum = analysis.bytes;
-  analysis.part_bytes = mPartBytes;
 }
 
 void CompleteCounts(const Settings& settings, Analysis& analysis) {
@@ -555,10 +584,8 @@ void EndAnalysis(Analysis& analysis) {
   ForgetAddresses();
   StopLookUps();
   SuperLog_Uninit();
-  for (CountedReport* report :
-       {&analysis.urls, &analysis.referrers, &analysis.browsers, &analysis.badurls, &analysis.badreferrers,
-        &analysis.domains, &analysis.domaintypes, &analysis.addresses}) {
-    destroy(report->list);
+  for (CountedReport Analysis::*const report : kReports) {
+    destroy((analysis.*report).list);
   }
   ReleaseDays(analysis.dates);
   FreeDomainsNow();

@@ -42,6 +42,12 @@ void CompleteCounts(const Settings& settings, Analysis& analysis);
 // them came to, where they are read whole.
 void CollectLogFigures(const Settings& settings, Analysis& analysis);
 
+// What was counted since BeginAnalysis, or since that was forgotten, becomes counts that can be written down
+// while logs are still being read (parts/counts.h); and is forgotten: what comes next is counted as if
+// nothing had been before.
+void SettleCounts(Analysis& analysis);
+void ForgetCounts(Analysis& analysis);
+
 // Takes the analysis its listener; and tells one of so many lines at once.
 LineListener TakeLineListener();
 void TellLines(LineListener listener, int64_t lines);

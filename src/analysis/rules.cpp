@@ -170,3 +170,10 @@ Rules ResolveRules(const Settings& settings, const Counting& counting) {
       .whole_logs = settings.rules.whole_logs,
   };
 }
+
+bool AreRecordsCountedAlone(const Rules& rules) {
+  const Settings& settings = rules.settings;
+  const bool names_decide = rules.dns != DnsMode::kOff && rules.dns != DnsMode::kAfterwards;
+  return settings.debug == 0 && !names_decide &&
+         (settings.find_pattern == 0 || !RemembersMatches(settings.find));
+}

@@ -93,6 +93,9 @@ bool NeedsNames(const Settings& settings);
 // When they are looked up.
 DnsMode ResolveDnsMode(const Settings& settings, const Limits& limits);
 
+// Whether a record is counted by nothing but what it and the settings say.
+bool AreRecordsCountedAlone(const Rules& rules);
+
 // Never fails: any settings give rules. They hold views of texts of the settings,
 // which must outlive them.
 Rules ResolveRules(const Settings& settings, const Counting& counting);

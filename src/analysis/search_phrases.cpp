@@ -227,6 +227,14 @@ bool AddSavedSearch(PartReader& part, SearchCounts& counts) {
   return !part.damaged;
 }
 
+void EmptySearch(SearchCounts& counts) {
+  counts.hits = 0;
+  for (SearchEngine* engine = counts.engines; engine != nullptr; engine = engine->next) {
+    engine->referrals = 0;
+    empty_list(engine->phrases, *engine->phrases_info);
+  }
+}
+
 bool PassSavedSearch(PartReader& part) {
   TakeFigure(part);
   for (uint64_t left = TakeFigure(part); left > 0 && !part.damaged; --left) {

@@ -37,6 +37,9 @@ void CountSearchHits(std::string_view referrer, SearchCounts& counts,
 // these are only known when CountSearchHits has been called with one of the same host.
 bool MayCountForEngine(std::string_view referrer, const SearchCounts& counts);
 
+// Forgets all that was counted of the engines.
+void EmptySearch(SearchCounts& counts);
+
 // Writes down what the engines have counted.
 void SaveSearch(PartWriter& part, const SearchCounts& counts);
 

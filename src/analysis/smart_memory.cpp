@@ -49,8 +49,12 @@ void smart_memory_init(const Settings& settings) {
 
 static void (*mpEnd)() = nullptr;  // in place of reclaims
 
-void ResetSmartMemory() {
+void ForgetAllocations() {
   gSM_TotalBytesAllocated = gSM_CurrentBytesAllocated = gSM_MaximumBytesAllocated = gSM_TotalBytesFreed = 0;
+}
+
+void ResetSmartMemory() {
+  ForgetAllocations();
   mSmartMemoryEnabled = true;
   mKeepEntries = kDefaultKeepEntries;
   mReclaimSize = kDefaultReclaimSize;

@@ -36,6 +36,9 @@ void* smart_alloc(size_t size, ListInfo& info, const ListItem* parent);
 // (null: none). Returns the bytes that were freed.
 int64_t smart_free(const ListItem* spared);
 
+// Forgets what was allocated: no list holds a record.
+void ForgetAllocations();
+
 // Has that called before the first reclaim, instead of it: for a process whose counts are of no use without
 // what reclaims take. It does not return.
 void EndInsteadOfReclaims(void (*end)());

@@ -128,10 +128,10 @@ static uint64_t ChecksumOfZone() {
 
 // ---- The whole ----
 
-static void AddLogs(Fingerprint& fingerprint, const Analysis& analysis) {
+static void AddLogs(Fingerprint& fingerprint, time_t first, time_t last) {
   const RecordRules records = RulesOfRecords();
-  AddDay(fingerprint, "first day", analysis.range_first);
-  AddDay(fingerprint, "last day", analysis.range_last);
+  AddDay(fingerprint, "first day", first);
+  AddDay(fingerprint, "last day", last);
   AddChecksum(fingerprint, "time zone", ChecksumOfZone());
   AddSwitch(fingerprint, "fixgmt", records.gmt);
   AddNumber(fingerprint, "dateformat", records.date_order);
@@ -155,15 +155,25 @@ static void AddRequests(Fingerprint& fingerprint, const Rules& rules) {
   AddSwitch(fingerprint, "dnslookupenabled", rules.dns != DnsMode::kOff);
 }
 
-Fingerprint FingerprintOf(std::string_view edition, const Rules& rules, const Analysis& analysis) {
+static Fingerprint FingerprintOfRange(std::string_view edition, const Rules& rules, const Analysis& analysis,
+                                      time_t first, time_t last) {
   Fingerprint fingerprint{};
   AddText(fingerprint, "edition", edition);
   AddText(fingerprint, "program", kVersion);
   AddText(fingerprint, "way of counting", kCountingVersion);
-  AddLogs(fingerprint, analysis);
+  AddLogs(fingerprint, first, last);
   AddRequests(fingerprint, rules);
   AddChecksum(fingerprint, "set of search engines", ChecksumOfEngines(analysis.search.engines));
   return fingerprint;
+}
+
+Fingerprint FingerprintOf(std::string_view edition, const Rules& rules, const Analysis& analysis) {
+  return FingerprintOfRange(edition, rules, analysis, analysis.range_first, analysis.range_last);
+}
+
+Fingerprint FingerprintOfAnyDays(std::string_view edition, const Rules& rules, const Analysis& analysis) {
+  using Time = std::numeric_limits<time_t>;
+  return FingerprintOfRange(edition, rules, analysis, Time::min(), Time::max());
 }
 
 void SaveFingerprint(PartWriter& part, const Fingerprint& fingerprint) {

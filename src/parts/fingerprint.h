@@ -22,6 +22,9 @@ struct Fingerprint {
 // Of a run, behind BeginAnalysis or BeginAdding. Which kinds are counted stands in the counts themselves.
 Fingerprint FingerprintOf(std::string_view edition, const Rules& rules, const Analysis& analysis);
 
+// The same of counts of records that all lie in the range, whatever that is.
+Fingerprint FingerprintOfAnyDays(std::string_view edition, const Rules& rules, const Analysis& analysis);
+
 void SaveFingerprint(PartWriter& part, const Fingerprint& fingerprint);
 
 // What differs first between a fingerprint and one that was written down.

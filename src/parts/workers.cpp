@@ -15,11 +15,11 @@
 #include "analysis/driver.h"
 #include "analysis/rules.h"
 #include "analysis/smart_memory.h"
-#include "analysis/wildcard.h"
 #include "base/memory_end.h"
 #include "base/part_bytes.h"
 #include "base/processors.h"
 #include "parts/counts.h"
+#include "parts/kept_run.h"
 #include "sandbox/helper_process.h"
 #include "superlog/byte_scan.h"
 #include "superlog/divided_logs.h"
@@ -34,15 +34,6 @@ void SettleWorkers(Settings& settings) {
   if (settings.workers == 0) {
     settings.workers = std::min(UsableProcessors(), kMostWorkers);
   }
-}
-
-// ---- What can be divided ----
-
-// Whether a record is counted by more than what it and the settings say.
-static bool MayBeDivided(const Settings& settings, const Rules& rules) {
-  const bool names_decide = rules.dns != DnsMode::kOff && rules.dns != DnsMode::kAfterwards;
-  return settings.workers > 1 && settings.debug == 0 && !names_decide &&
-         (settings.find_pattern == 0 || !RemembersMatches(settings.find));
 }
 
 // ---- Standing by ----
@@ -225,9 +216,12 @@ static bool CountElsewhere(const std::vector<LogShare>& shares, const Settings& 
 }
 
 void CountByWorkers(const Settings& settings, Analysis& analysis) {
+  if (CountWithKept(settings, analysis)) {
+    return;
+  }
   const Rules rules = ResolveRules(settings, analysis.counting);
   std::vector<LogShare> shares;
-  if (MayBeDivided(settings, rules)) {
+  if (settings.workers > 1 && AreRecordsCountedAlone(rules)) {
     shares = DivideLogs(static_cast<size_t>(settings.workers), static_cast<uint64_t>(settings.worker_bytes));
   }
   if (shares.size() < 2 || !CountElsewhere(shares, settings, rules, analysis)) {

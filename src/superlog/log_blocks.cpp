@@ -6,6 +6,7 @@
 #include "base/hash_seed.h"
 #include "superlog/divided_logs.h"
 #include "superlog/line_reader.h"
+#include "superlog/log_events.h"
 #include "superlog/log_format.h"
 #include "superlog/log_line.h"
 #include "superlog/log_store.h"
@@ -29,6 +30,7 @@ struct BlockReading {
   bool same;     // the file is as it was
   bool hashed;
   bool passed_end;  // the last block was not read
+  BlockName name;   // of the first block that this reading can give one; 0: none was needed yet
   Stretch stretch;
 };
 static BlockReading mBlocks;
@@ -44,27 +46,37 @@ static bool IsInRange(const LogBlock& block) {
   return block.records > 0 && block.last >= mBlocks.range_first && block.first <= mBlocks.range_last;
 }
 
+static bool IsWithin(const LogBlock& block) {
+  return block.records > 0 && block.first >= mBlocks.range_first && block.last <= mBlocks.range_last;
+}
+
+// Whether it need not be read.
+static bool IsKnown(const LogBlock& block) {
+  return !IsInRange(block) || (mLogEvents.block_counted != nullptr && IsWithin(block) &&
+                               block.name != BlockName{} && mLogEvents.block_counted(block));
+}
+
 static uint64_t EndOf(const KnownLog& log, size_t block) {
   return block + 1 < log.blocks.size() ? log.blocks[block + 1].begins : log.bytes;
 }
 
-static uint64_t BytesOutside(const KnownLog& log) {
+static uint64_t BytesKnown(const KnownLog& log) {
   uint64_t bytes = 0;
   for (size_t i = 0; i < log.blocks.size(); ++i) {
-    bytes += IsInRange(log.blocks[i]) ? 0 : EndOf(log, i) - log.blocks[i].begins;
+    bytes += IsKnown(log.blocks[i]) ? EndOf(log, i) - log.blocks[i].begins : 0;
   }
   return bytes;
 }
 
-static bool AllOutside(const KnownLog& log) {
-  return std::none_of(log.blocks.begin(), log.blocks.end(), IsInRange);
+static bool IsAllKnown(const KnownLog& log) {
+  return std::all_of(log.blocks.begin(), log.blocks.end(), IsKnown);
 }
 
 // A log that nobody writes to is called and described anew when logs are rotated.
 static bool IsSamePacked(const char* path) {
   const KnownLog& known = mBlocks.known;
   ContentHash hash;
-  return known.packed && known.size == mBlocks.stamp.size && AllOutside(known) &&
+  return known.packed && known.size == mBlocks.stamp.size &&
          HashOfFile(path, mBlocks.stamp, known.key, hash) && hash == known.hash;
 }
 
@@ -77,7 +89,7 @@ static void KeepAnew() {
   }
 }
 
-bool IsKnownOutside(const char* path, time_t first, time_t last) {
+bool IsAllKnown(const char* path, time_t first, time_t last) {
   mBlocks = {};
   mBlocks.range_first = first;
   mBlocks.range_last = last;
@@ -89,7 +101,8 @@ bool IsKnownOutside(const char* path, time_t first, time_t last) {
     return false;
   }
   mBlocks.same = known.settled && known.stamp == mBlocks.stamp;
-  if (!AllOutside(known) || (!mBlocks.same && !IsSamePacked(path))) {
+  const bool may_be_same = mBlocks.same || known.packed;
+  if (!may_be_same || !IsAllKnown(known) || (!mBlocks.same && !IsSamePacked(path))) {
     return false;
   }
   KeepAnew();
@@ -105,7 +118,7 @@ uint64_t BytesToBeRead(const LogFile& log, time_t first, time_t last) {
   KnownLog& known = mBlocks.known;
   const bool recalled =
       IsStoreOpen() && StampOf(log.name, mBlocks.stamp) && Recall(mBlocks.stamp, known) && !known.packed;
-  return recalled ? log.size - std::min(log.size, BytesOutside(known)) : log.size;
+  return recalled ? log.size - std::min(log.size, BytesKnown(known)) : log.size;
 }
 
 bool AreBlocksPacked() {
@@ -157,7 +170,7 @@ static size_t UsableBlocks() {
   if (mBlocks.same) {
     return known.blocks.size();
   }
-  if (BytesOutside(known) < known.size / 2 || !BeginsAsKnown(known)) {
+  if (BytesKnown(known) < known.size / 2 || !BeginsAsKnown(known)) {
     return 0;
   }
   return known.size == mBlocks.stamp.size ? known.blocks.size() : BlocksBefore(known);
@@ -198,6 +211,19 @@ static bool IsInState(const LogBlock& block) {
   return StateOfLines(state) && block.state_known != 0 && block.state == state;
 }
 
+static void Pass(const LogBlock& block) {
+  if (IsInRange(block)) {
+    mBlocks.in_range += block.records;
+    mLogEvents.block_passed(block);
+  }
+}
+
+void PassAllBlocks() {
+  for (const LogBlock& block : mBlocks.made.blocks) {
+    Pass(block);
+  }
+}
+
 static void Add(const LogBlock& block) {
   mBlocks.made.blocks.push_back(block);
   ++mBlocks.next;
@@ -215,8 +241,9 @@ static void CheckBeginning(const std::vector<LogBlock>& known) {
 static bool CanPass() {
   const KnownLog& known = mBlocks.known;
   const size_t next = mBlocks.next;
-  return next < mBlocks.usable && !IsInRange(known.blocks[next]) && IsInState(known.blocks[next]) &&
-         (next + 1 == known.blocks.size() || IsInState(known.blocks[next + 1]));
+  return next < mBlocks.usable && IsInState(known.blocks[next]) &&
+         (next + 1 == known.blocks.size() || IsInState(known.blocks[next + 1])) &&
+         IsKnown(known.blocks[next]);
 }
 
 static int64_t NextStop(int64_t offset) {
@@ -226,12 +253,29 @@ static int64_t NextStop(int64_t offset) {
 // Where the next block began when it was read before; blocks of a divided log also begin where it was
 // divided.
 static int64_t NextKnown() {
+  const std::vector<LogBlock>& known = mBlocks.known.blocks;
   const size_t next = mBlocks.made.blocks.size();
-  return next < mBlocks.usable ? static_cast<int64_t>(mBlocks.known.blocks[next].begins) : kNoStop;
+  return next <= mBlocks.usable && next < known.size() ? static_cast<int64_t>(known[next].begins) : kNoStop;
+}
+
+// What was known of a block keeps its name. Others have one if they will be known.
+static BlockName NameOfBlock(size_t number) {
+  if (number < mBlocks.usable) {
+    return mBlocks.known.blocks[number].name;
+  }
+  if (!IsWorthKeeping()) {
+    return {};
+  }
+  if (mBlocks.name == BlockName{}) {
+    mBlocks.name = RandomSeed(BlockName{});
+  }
+  const uint64_t first = mBlocks.name.words[0];
+  return first == 0 ? BlockName{} : BlockName{first, mBlocks.name.words[1] + number};
 }
 
 static void BeginBlock(int64_t offset) {
   LogBlock block{};
+  block.name = NameOfBlock(mBlocks.made.blocks.size());
   block.begins = static_cast<uint64_t>(offset);
   block.state_known = StateOfLines(block.state) ? 1 : 0;
   mBlocks.made.blocks.push_back(block);
@@ -245,6 +289,7 @@ bool NextBlock() {
   CheckBeginning(known);
   while (CanPass()) {
     PassLinesNotUnderstood(known[mBlocks.next].not_understood, mBlocks.known.first);
+    Pass(known[mBlocks.next]);
     Add(known[mBlocks.next]);
   }
   mBlocks.passed_end = mBlocks.next > from && mBlocks.next == known.size();
@@ -258,6 +303,14 @@ bool NextBlock() {
   return true;
 }
 
+// What has counted in part cannot be known by the name of the whole.
+static void TellOfRead(LogBlock block, const LogRecords& records) {
+  if (mLogEvents.block_read != nullptr && records.in_range > 0) {
+    block.name = IsWithin(block) ? block.name : BlockName{};
+    mLogEvents.block_read(block);
+  }
+}
+
 bool BlockRead(const LogRecords& records) {
   LogBlock block = mBlocks.made.blocks.back();
   mBlocks.made.blocks.pop_back();
@@ -267,6 +320,7 @@ bool BlockRead(const LogRecords& records) {
   block.not_understood = LinesNotUnderstoodOfLog().lines - mBlocks.lines_before;
   mBlocks.in_range += records.in_range;
   Add(block);
+  TellOfRead(block, records);
   return IsStopped() && NextLineOffset() < mBlocks.stretch.to;
 }
 

@@ -5,6 +5,9 @@
 // read then. It is passed over when the reading has come to its first line in the state of then, and would be
 // in the same state at the next block: all that follows is read as if nothing had been passed over. A
 // compressed log is one block.
+//
+// A block all of whose records lie in the range is passed over, too, where somebody knows what they came to
+// (LogEvents::block_counted). Then it counts as read.
 #pragma once
 
 #include <cstdint>
@@ -19,9 +22,10 @@ struct BlockSizes {
 };
 void SetBlockSizesForTest(const BlockSizes& sizes);
 
-// Takes a log before it is opened, and the range. True when it is known, and no record of it lies in the
-// range: then it need not be opened.
-bool IsKnownOutside(const char* path, time_t first, time_t last);
+// Takes a log before it is opened, and the range. True when all of it is known: then it need not be opened,
+// and PassAllBlocks tells of it.
+bool IsAllKnown(const char* path, time_t first, time_t last);
+void PassAllBlocks();
 
 // How many bytes of a log there are to be read for that range, as far as is known, before the log is opened.
 uint64_t BytesToBeRead(const LogFile& log, time_t first, time_t last);

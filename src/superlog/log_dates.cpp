@@ -294,8 +294,8 @@ static constexpr std::string_view kZoneForm = " +0000";
 static constexpr size_t kZonePlace = kHourForm.size() + std::string_view("00:00").size();
 static char mZoneText[kZoneForm.size()];
 
-// When the hour of that date begins, where its zone counts; else 0, as before 1970 and of an hour that there is
-// none of.
+// When the hour of that date begins, where its zone counts; else 0, as before 1970 and of an hour that there
+// is none of.
 static time_t mHourBegin = 0;
 
 static time_t BeginOfHour(tm when) {

@@ -28,6 +28,9 @@ struct LogLook {
   LogVerdict verdict;
 };
 
+// Lines of a log that follow each other, and what their records come to (superlog/log_store.h).
+struct LogBlock;
+
 // A record of functions, each called at once when its event happens; a null one
 // is never called. They must not use log access themselves.
 struct LogEvents {
@@ -43,6 +46,14 @@ struct LogEvents {
   void (*log_read)() = nullptr;
   // The texts of the records delivered so far are about to go, because their room is needed.
   void (*texts_go)() = nullptr;
+
+  // Where logs are read in blocks: whether a block that was read before, of which all records lie in the
+  // range, need not be read because its counts are known.
+  bool (*block_counted)(const LogBlock& block) = nullptr;
+  // A block of which that is so was passed over, in the order of reading; or one was read, all of whose
+  // records were delivered. What is to be known of the latter later is its name, where it has one.
+  void (*block_passed)(const LogBlock& block) = nullptr;
+  void (*block_read)(const LogBlock& block) = nullptr;
 };
 
 // Those who listen to this run.

@@ -424,9 +424,14 @@ static bool MayBeCopyOfKnown() {
 }
 
 static void PassKnown(LogFile& log) {
+  PassAllBlocks();
+  TakeReading(log);
+}
+
+static void CloseAndPass(LogFile& log) {
   log.format = FormatOfLog();
   CloseLog();
-  TakeReading(log);
+  PassKnown(log);
 }
 
 // False of what is read in another's place, need not be read, or cannot be.
@@ -435,10 +440,10 @@ static bool OpenWhole(LogFile& log) {
     return false;
   }
   mpLogAtHand = &log;
-  const bool outside =
-      IsKnownOutside(log.name, mAnalysisRangeFirst_t, mAnalysisRangeLast_t) && StretchOf(log).IsWhole();
-  if (outside && !MayBeCopyOfKnown()) {
-    TakeReading(log);
+  const bool known =
+      IsAllKnown(log.name, mAnalysisRangeFirst_t, mAnalysisRangeLast_t) && StretchOf(log).IsWhole();
+  if (known && !MayBeCopyOfKnown()) {
+    PassKnown(log);
     return false;
   }
   if (!OpenLog(log.name)) {
@@ -448,8 +453,8 @@ static bool OpenWhole(LogFile& log) {
   if (IsUnpackedCopy(log)) {
     return false;
   }
-  if (outside) {
-    PassKnown(log);
+  if (known) {
+    CloseAndPass(log);
     return false;
   }
   mpOpenLog = &log;

@@ -1,6 +1,5 @@
 #include "superlog/log_store.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -8,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "base/own_files.h"
 #include "base/text.h"
 #include "base/text_file.h"
 #include "dates/clock.h"
@@ -63,15 +63,6 @@ bool IsSettled(const LogStamp& stamp) {
 // ---- The folder ----
 
 // A folder that others can write into may hold what they want this user to believe.
-static bool IsOwn(const struct stat& info) {
-  return info.st_uid == geteuid() && (info.st_mode & (S_IWGRP | S_IWOTH)) == 0;
-}
-
-static bool IsOwnFolder(const char* folder) {
-  struct stat info;
-  return lstat(folder, &info) == 0 && S_ISDIR(info.st_mode) && IsOwn(info);
-}
-
 void OpenStore(const char* folder, uint64_t rules) {
   mRules = rules;
   mFolder[0] = '\0';
@@ -112,7 +103,7 @@ struct Head {
 static_assert(sizeof(Head) == 16 + sizeof(LogStamp) + sizeof(ContentKey) + sizeof(ContentHash) +
                                   kShownOfLine + 8 + 11 * sizeof(uint64_t));
 
-static constexpr char kMark[sizeof Head::mark] = "Orvellis log 3\n";
+static constexpr char kMark[sizeof Head::mark] = "Orvellis log 4\n";
 
 static size_t SizeOfEntry(uint64_t blocks) {
   return sizeof(Head) + blocks * sizeof(LogBlock) + sizeof(ContentHash);
@@ -189,10 +180,6 @@ static void Read(const std::vector<char>& entry, Head& head, KnownLog& log) {
   memcpy(log.blocks.data(), entry.data() + sizeof head, head.blocks * sizeof(LogBlock));
 }
 
-static bool IsOwnFile(int file, struct stat& info) {
-  return fstat(file, &info) == 0 && S_ISREG(info.st_mode) && info.st_nlink == 1 && IsOwn(info);
-}
-
 static bool ReadAll(int file, char* text, size_t size) {
   size_t got = 0;
   for (ssize_t n = 1; got < size && n > 0; got += n > 0 ? static_cast<size_t>(n) : 0) {
@@ -202,12 +189,12 @@ static bool ReadAll(int file, char* text, size_t size) {
 }
 
 static bool LoadEntry(const char* path, std::vector<char>& entry) {
-  const int file = open(path, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
+  struct stat info;
+  const int file = OpenOwnFile(path, info);
   if (file < 0) {
     return false;
   }
-  struct stat info;
-  bool loaded = IsOwnFile(file, info) && info.st_size <= static_cast<off_t>(SizeOfEntry(kMostKeptBlocks));
+  bool loaded = info.st_size <= static_cast<off_t>(SizeOfEntry(kMostKeptBlocks));
   if (loaded) {
     entry.resize(static_cast<size_t>(info.st_size));
     loaded = ReadAll(file, entry.data(), entry.size());

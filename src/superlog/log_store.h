@@ -35,8 +35,16 @@ bool IsSettled(const LogStamp& stamp);
 // The hash of the file of that stamp; false when it cannot be read, or is another one meanwhile.
 bool HashOfFile(const char* path, const LogStamp& stamp, const ContentKey& key, ContentHash& hash);
 
+// What a block is called that was read once: by chance no other reading of any block has the same name.
+struct BlockName {
+  uint64_t words[2];  // 0: it has none
+
+  bool operator==(const BlockName&) const = default;
+};
+
 // Lines that follow each other, and what they come to.
 struct LogBlock {
+  BlockName name;        // none of what could not be known again
   uint64_t begins;       // where in the log
   uint64_t state;        // in which its first line was read (StateOfLines)
   uint64_t state_known;  // 1, or 0

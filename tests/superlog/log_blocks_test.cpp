@@ -196,13 +196,13 @@ TEST_F(LogBlocksTest, LogsThatMayStillHaveChangedAreNotTheSame) {
     Write("a.log", Days(20));
     LinesReadOfDay(10);
     SetCurrentTimeForTest(kFarFuture);
-    EXPECT_EQ(IsKnownOutside(path.c_str(), kStart + 30 * kDay, kStart + 31 * kDay), now == kFarFuture);
+    EXPECT_EQ(IsAllKnown(path.c_str(), kStart + 30 * kDay, kStart + 31 * kDay), now == kFarFuture);
   }
   SuperLog_Init(settings, kModernLimits, kStart, kStart + kDay);
   ASSERT_TRUE(SuperLog_NextLogFile());
   Append("a.log", Days(1, 20));  // while it is read
   SuperLog_ReadLogs();
-  EXPECT_FALSE(IsKnownOutside(path.c_str(), kStart + 30 * kDay, kStart + 31 * kDay));
+  EXPECT_FALSE(IsAllKnown(path.c_str(), kStart + 30 * kDay, kStart + 31 * kDay));
 }
 
 TEST_F(LogBlocksTest, WhatBeginsOtherwiseIsReadAgain) {

@@ -1,0 +1,10 @@
+// Counting with the help of what earlier runs have kept.
+#pragma once
+
+#include "analysis/analysis.h"
+#include "cgi/settings.h"
+
+// Does what CountRecords does, and reads no block of a log whose counts are kept; those of blocks that are
+// read it keeps. False, with nothing done, where settings.part_cache names no folder, or where the counts of
+// a record depend on others.
+bool CountWithKept(const Settings& settings, Analysis& analysis);
