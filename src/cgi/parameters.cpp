@@ -1,6 +1,8 @@
 #include "cgi/parameters.h"
 
 #include <algorithm>
+#include <charconv>
+#include <cstring>
 #include <iterator>
 #include <string_view>
 
@@ -18,6 +20,7 @@ void initialize(Settings& settings, const Environment& env) {
   settings.DNSLookupSeconds = 10;
   settings.workers = 1;
   settings.worker_bytes = kUsualWorkerBytes;
+  settings.part_cache_size = kUsualPartCacheSize;
   settings.SmartMemoryEnabled = 1;
   settings.SmartMemoryKeepEntries = 100;
   settings.SmartMemoryReclaimSize = 1000;
@@ -190,10 +193,47 @@ void SetWorkers(Settings& settings, const char* value, int level) {
   settings.worker_bytes = bytes[0] == '\0' ? kUsualWorkerBytes : std::max(ToInt(bytes), 1);
 }
 
+void SetPartCache(Settings& settings, const char* value, int level) {
+  if (level >= settings.part_cache_level) {
+    settings.part_cache_level = level;
+    CopyText(settings.part_cache, strlen(value) < kTextMax ? value : "");
+  }
+}
+
+// In powers of two; below 0: there is no such unit.
+static int PowerOf(std::string_view unit) {
+  constexpr std::string_view kUnits = "kmg";
+  const size_t place = unit.size() == 1 ? kUnits.find(ToLowerAscii(unit[0])) : std::string_view::npos;
+  return unit.empty() ? 0 : place == std::string_view::npos ? -1 : 10 * (static_cast<int>(place) + 1);
+}
+
+// Below 0: it is no size. More than kMost is kMost.
+static int64_t SizeOf(std::string_view text) {
+  constexpr uint64_t kMost = uint64_t{1} << 50;
+  const char* const last = text.data() + text.size();
+  uint64_t number = 0;
+  const auto [end, failure] = std::from_chars(text.data(), last, number);
+  const int power = PowerOf({end, static_cast<size_t>(last - end)});
+  if (end == text.data() || power < 0) {
+    return -1;
+  }
+  const bool more = failure != std::errc() || number > kMost >> power;
+  return static_cast<int64_t>(more ? kMost : number << power);
+}
+
+void SetPartCacheSize(Settings& settings, const char* value, int level) {
+  const int64_t size = SizeOf(value);
+  if (size >= 0 && level >= settings.part_cache_size_level) {
+    settings.part_cache_size_level = level;
+    settings.part_cache_size = size;
+  }
+}
+
 // Whoever calls the program knows best.
-static void Workers(Settings& settings, const Param& param) {
+template <auto kSetter>
+static void BestByShell(Settings& settings, const Param& param) {
   constexpr int kLevelShell = kLevelAccount + 1;
-  SetWorkers(settings, param.value, param.source == ParamSource::kShell ? kLevelShell : param.level);
+  kSetter(settings, param.value, param.source == ParamSource::kShell ? kLevelShell : param.level);
 }
 
 static void Debug(Settings& settings, const Param& param) {
@@ -275,7 +315,9 @@ static const Keyword kKeywords[] = {
     {"edition", DecidedBefore, kFromShell, kIgnored},
     {"part", DecidedBefore, kFromShell, kIgnored},
     {"merge", DecidedBefore, kFromShell, kIgnored},
-    {"workers", Workers, kNotFromForm, kIgnored},
+    {"workers", BestByShell<SetWorkers>, kNotFromForm, kIgnored},
+    {"partcache", BestByShell<SetPartCache>, kNotFromForm, kIgnored},
+    {"partcachesize", BestByShell<SetPartCacheSize>, kNotFromForm, kIgnored},
     {"config", Copy<&Settings::config>, kFromRequest, kIgnored},
     {"password", Password<&Settings::password_account, &Settings::stored_password>, kFromAccount, kIgnored},
     {"signon", SignOn, kFromAccount, kIgnored, kStop, kLater},

@@ -32,6 +32,14 @@ void SetTimeZone(Settings& settings, const char* name, int level);
 // of logs. Taken as the zone is.
 void SetWorkers(Settings& settings, const char* value, int level);
 
+// Where counts are kept (Settings::part_cache): "1", "0" or a folder. Taken as the zone is. A path that may
+// have been cut, of kTextMax characters and more, would be another one's: then nowhere.
+void SetPartCache(Settings& settings, const char* value, int level);
+
+// How much of them (Settings::part_cache_size): bytes, or "64K", "512M", "1G". Taken as the zone is; what is
+// no size says nothing.
+void SetPartCacheSize(Settings& settings, const char* value, int level);
+
 // Splits a line at its first "=" into two buffers of kTextSize, as above.
 void ParseFieldValue(const char* line, char (&name)[kTextSize], char (&value)[kTextSize], bool whole = false);
 

@@ -16,6 +16,7 @@ inline constexpr const char* kVersion = "1.5";
 inline constexpr const char* kPlatform = "UNIX";
 inline constexpr int kMostWorkers = 256;
 inline constexpr int64_t kUsualWorkerBytes = 4 << 20;
+inline constexpr int64_t kUsualPartCacheSize = int64_t{1} << 30;
 inline constexpr const char* kDefaultConfigFile = "orvellis.conf";  // in the working directory
 
 // Where a parameter comes from, and how strong it is: a level-aware setter keeps
@@ -138,6 +139,12 @@ struct Settings {
   int workers;           // processes that count, up to kMostWorkers; 0: as many as there are processors
   int workers_level;     // of who has said so
   int64_t worker_bytes;  // of logs that one of them takes at least
+  // Folder of counts that are kept between runs, empty: none. Until SettlePartCache (run/store_folder.h) as
+  // it was given, "1" for that of the store and "0" for none.
+  char part_cache[kPathSize];
+  int part_cache_level;
+  int64_t part_cache_size;  // bytes that these may take together
+  int part_cache_size_level;
   bool no_remote_debug;  // RemoteDebugEnabled counts for nothing
   IgnoredNames ignored;  // by row of the keyword table: what a stranger's form may not set, but named
   char logs[kPathSize];

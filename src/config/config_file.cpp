@@ -39,7 +39,7 @@ static void SetLogOption(Reading&, char* value) {
 }
 
 template <void (*kSet)(Settings& settings, const char* value, int level)>
-static void SetExtraText(Reading& reading, char* value) {
+static void SetByLevel(Reading& reading, char* value) {
   kSet(reading.settings, value, kLevelGlobalKey);
 }
 
@@ -154,10 +154,6 @@ static void ApplyDnsLookup(Reading& reading, char* value) {
 }
 
 // A time that is none stays the default one; more than an hour is an hour.
-static void TakeWorkers(Reading& reading, char* value) {
-  SetWorkers(reading.settings, value, kLevelGlobalKey);
-}
-
 static void ApplyDnsSeconds(Reading& reading, char* value) {
   constexpr int kMost = 3600;
   const int seconds = ToInt(value);
@@ -199,8 +195,8 @@ static const ConfigKey kConfigKeys[] = {
     {"DateFormat", SetLogOption<SuperLog_SetDateFormat>},
     {"LogFormat", SetLogOption<SuperLog_SetLogFormat>},
     {"LogFormatFile", TakeWhereKnown<TakeLayoutFile>},
-    {"ExtraHeader", SetExtraText<log_SetExtraHeader>},
-    {"ExtraFooter", SetExtraText<log_SetExtraFooter>},
+    {"ExtraHeader", SetByLevel<log_SetExtraHeader>},
+    {"ExtraFooter", SetByLevel<log_SetExtraFooter>},
     {"SmartParsing", ApplySmartParsing},
     {"UserPasswords", StoreText<&Settings::UserPasswords>},
     {"InternalIp", StoreInternalIp},
@@ -208,7 +204,9 @@ static const ConfigKey kConfigKeys[] = {
     {"LoginLimits", StoreText<&Settings::LoginLimits>},
     {"DNSLookupEnabled", ApplyDnsLookup},
     {"DNSLookupSeconds", ApplyDnsSeconds},
-    {"Workers", TakeWorkers},
+    {"Workers", SetByLevel<SetWorkers>},
+    {"PartCache", SetByLevel<SetPartCache>},
+    {"PartCacheSize", SetByLevel<SetPartCacheSize>},
     {"SmartMemoryEnabled", ApplySmartMemory},
     {"SmartMemoryKeepEntries", StoreNumber<&Settings::SmartMemoryKeepEntries>},
     {"SmartMemoryReclaimSize", StoreNumber<&Settings::SmartMemoryReclaimSize>},

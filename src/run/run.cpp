@@ -206,6 +206,7 @@ static Refusal ConfigureAndPrint(Task& task) {
   if (error != kNoError) {
     return {error};
   }
+  SettlePartCache(task.settings, task.env.command_line != 0);
   if (task.input.settled != nullptr) {
     task.input.settled(task.settings);
   }

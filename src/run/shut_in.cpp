@@ -31,6 +31,7 @@ static constexpr PathRights kToReplaceIn{.file = 0,
                                          .folder = kMakeFile | kWriteFile | kTruncateFile | kRemoveFile};
 static constexpr PathRights kToKeepIn{
     .file = 0, .folder = kReadFile | kMakeFile | kWriteFile | kTruncateFile | kRemoveFile};
+static constexpr PathRights kToKeepSome{.file = 0, .folder = kToKeepIn.folder | kListFolder};
 
 // ---- Files ----
 
@@ -96,9 +97,13 @@ static void AllowParts(Landlock& landlock, const Settings& settings) {
   }
 }
 
-static void AllowStore(Landlock& landlock, const char* folder) {
-  if (folder[0] != '\0') {
-    AllowPath(landlock, folder, kToKeepIn);
+// Counts are listed, so that those go which have not been used for long.
+static void AllowStores(Landlock& landlock, const Settings& settings) {
+  if (settings.store[0] != '\0') {
+    AllowPath(landlock, settings.store, kToKeepIn);
+  }
+  if (settings.part_cache[0] != '\0') {
+    AllowPath(landlock, settings.part_cache, kToKeepSome);
   }
 }
 
@@ -125,7 +130,7 @@ static int GiveUpFiles(const Settings& settings) {
   if (!paths.landlocked) {
     return landlock.failure;
   }
-  AllowStore(landlock, settings.store);
+  AllowStores(landlock, settings);
   AllowErrorLog(landlock, settings.ErrorLog);
   AllowParts(landlock, settings);
   AllowPath(landlock, settings.Networks, kToRead);

@@ -47,3 +47,17 @@ void ChooseStore(char (&folder)[kPathSize], bool from_shell) {
     CopyText(folder, kWebStore);
   }
 }
+
+void SettlePartCache(Settings& settings, bool from_shell) {
+  const std::string_view given = settings.part_cache;
+  if (given == "1") {
+    ChooseStore(settings.part_cache, from_shell);
+  } else if (given == "0") {
+    settings.part_cache[0] = '\0';
+  } else if (from_shell && !given.empty()) {
+    mkdir(settings.part_cache, kOwnersAlone);
+  }
+  if (settings.rules.whole_logs && settings.store[0] == '\0') {
+    CopyText(settings.store, settings.part_cache);
+  }
+}
