@@ -33,7 +33,7 @@ _orvellis_report() {
   if [[ $option == = ]]; then option=${COMP_WORDS[COMP_CWORD - 2]}; fi
   if [[ $option == --reports ]]; then
     _orvellis_report_sections "$word"
-  elif [[ $option == --index ]]; then
+  elif [[ $option == --index || $option == --cache && ${COMP_WORDS[COMP_CWORD - 1]} == = ]]; then
     compopt -o filenames
     mapfile -t COMPREPLY < <(compgen -d -- "$word")
   elif values=$(_orvellis_report_values "$option"); then
@@ -42,7 +42,7 @@ _orvellis_report() {
     mapfile -t COMPREPLY < <(compgen -W '--server --account --logs --url --site --write --remove -h --help' -- "$word")
   elif [[ $word == -* ]]; then
     mapfile -t COMPREPLY < <(compgen -W '-o --output --index --json --csv --text --from --to --path --match --exclude-hosts --exclude-types --top
-      --min --reports --title --url --log-format --date-format --timezone --gmt --dns --search-engines --memory --workers --classic --no-script --theme
+      --min --reports --title --url --log-format --date-format --timezone --gmt --dns --search-engines --memory --workers --cache --clear-cache --classic --no-script --theme
       --plain --open --quiet --keep-config --init-site -h --help --version' -- "$word")
   else
     compopt -o filenames

@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include "report/extra_texts.h"
 #include "superlog/log_dates.h"
@@ -601,6 +602,60 @@ TEST_F(CompareParamTest, LaterWriterReplacesPlainFields) {
 }
 
 // ---- Strangers ----
+
+TEST_F(CompareParamTest, PartCacheIsWeighedByLevelAndAShellKnowsBest) {
+  SetPartCache(settings, "of-all", kLevelGlobalKey);
+  EXPECT_STREQ(settings.part_cache, "of-all");
+  FromAccount("PartCache=1");
+  SetPartCache(settings, "of-all", kLevelGlobalKey);
+  EXPECT_STREQ(settings.part_cache, "1");
+  CompareParam("partcache=of-shell", settings, ParamSource::kShell, kLevelForm);
+  FromAccount("partcache=0");
+  EXPECT_STREQ(settings.part_cache, "of-shell");
+  FromForm("partcache=of-form");
+  FromStranger("partcache=of-stranger");
+  EXPECT_STREQ(settings.part_cache, "of-shell");
+  EXPECT_EQ(Ignored(), "partcache");
+}
+
+TEST_F(CompareParamTest, PartCacheIsWholeOrNone) {
+  const std::string longest(kTextMax - 1, 'p');
+  SetPartCache(settings, longest.c_str(), kLevelGlobalKey);
+  EXPECT_EQ(settings.part_cache, longest);
+  SetPartCache(settings, (longest + "p").c_str(), kLevelGlobalKey);
+  EXPECT_STREQ(settings.part_cache, "");
+  FromAccount("partcache=" + longest + "ppp");
+  EXPECT_STREQ(settings.part_cache, "");
+}
+
+TEST_F(CompareParamTest, PartCacheSizes) {
+  EXPECT_EQ(settings.part_cache_size, 1073741824);
+  const std::pair<const char*, int64_t> sizes[] = {{"4096", 4096},
+                                                   {"0", 0},
+                                                   {"64K", 65536},
+                                                   {"3m", 3145728},
+                                                   {"2G", 2147483648},
+                                                   {"18446744073709551616", 1125899906842624},
+                                                   {"1048577g", 1125899906842624}};
+  for (const auto& [text, size] : sizes) {
+    SetPartCacheSize(settings, text, kLevelGlobalKey);
+    EXPECT_EQ(settings.part_cache_size, size) << text;
+    for (const char* const none : {"", "M", "-1", "1.5G", "1T", "1MB", " 1", "1 ", "much"}) {
+      SetPartCacheSize(settings, none, kLevelGlobalKey);
+      EXPECT_EQ(settings.part_cache_size, size) << none;
+    }
+  }
+}
+
+TEST_F(CompareParamTest, PartCacheSizeIsWeighedByLevelAndAShellKnowsBest) {
+  FromAccount("partcachesize=3");
+  SetPartCacheSize(settings, "2", kLevelGlobalKey);
+  FromForm("partcachesize=1");
+  EXPECT_EQ(settings.part_cache_size, 3);
+  CompareParam("partcachesize=4K", settings, ParamSource::kShell, kLevelForm);
+  FromAccount("partcachesize=5");
+  EXPECT_EQ(settings.part_cache_size, 4096);
+}
 
 TEST_F(CompareParamTest, ValuesAreWholeWhereTheRunSaysSo) {
   FromAccount("password=$6$rounds=5000$salt$a==");

@@ -272,6 +272,16 @@ TEST_F(ParseConfigFileTest, AccountLineBeatsTimeZoneInEitherOrder) {
   EXPECT_STREQ(settings.timezone, "UTC");
 }
 
+TEST_F(ParseConfigFileTest, AccountLineBeatsPartCacheInEitherOrder) {
+  Parse("user=ann;partcache=0;partcachesize=2K\nPartCache=/counts\nPartCacheSize=1G\n");
+  EXPECT_STREQ(settings.part_cache, "0");
+  EXPECT_EQ(settings.part_cache_size, 2048);
+  settings.part_cache_level = settings.part_cache_size_level = kLevelForm;
+  Parse("PartCache=/counts\nPartCacheSize=1G\nuser=bob;partcache=0;partcachesize=2K\n");
+  EXPECT_STREQ(settings.part_cache, "/counts");
+  EXPECT_EQ(settings.part_cache_size, 1073741824);
+}
+
 TEST_F(ParseConfigFileTest, TimeZoneIsUnknownWhereLaterNamesAre) {
   Parse("TimeZone=Europe/Berlin\nuser=ann;timezone=Asia/Tokyo\n");
   EXPECT_STREQ(settings.timezone, "");

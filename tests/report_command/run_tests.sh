@@ -720,6 +720,113 @@ test_memory() {
   done
 }
 
+test_cache() {
+  record_arguments
+  edition=''
+  week >access.log
+  run access.log
+  expect_not_in arguments partcache
+  run --cache access.log
+  expect_records 3 2000-03-05 2000-03-07
+  expect_argument partcache=1
+  run --cache=counts access.log
+  expect_records 3 2000-03-05 2000-03-07
+  expect_argument "partcache=$folder/counts"
+  [ "$(stat -c %a counts)" = 700 ] || failed "the folder has the mode $(stat -c %a counts)"
+  run --cache=0 access.log partcachesize=1M
+  expect_argument "partcache=$folder/0"
+  expect_argument partcachesize=1M
+  edition=--classic
+  run --cache=counts access.log
+  expect_records 3 2000-03-05 2000-03-07
+  expect_argument "partcache=$folder/counts"
+}
+
+test_cache_values() {
+  week >access.log
+  run --cache= access.log
+  expect_error 2 '--cache needs a value'
+  run --cache=a=b access.log
+  expect_error 2 '--cache takes no "="'
+  long=$(printf '%0242d' 0)
+  run --cache="/$long" access.log
+  expect_error 2 '--cache takes a path of less than 243 characters'
+  mkdir a=b && cd a=b || exit
+  run --cache=counts ../access.log
+  expect_error 2 '--cache takes no "=" in the path'
+  cd ..
+  run access.log PartCache=counts
+  expect_error 2 'the folder of kept counts is told by --cache'
+}
+
+counts_named() { # TEXT, FOLDER: counts whose names begin with the text
+  printf '%d bytes' 8 >"$2/${1}123456789abcdef0123456789abcdef.counts"
+}
+
+test_clear_cache() {
+  mkdir cache cache/folder
+  for first in 0 1 e f; do counts_named $first cache; done
+  for other in g F; do counts_named $other cache; done
+  counts_named 0 cache/folder
+  for name in 0123456789abcdef0123456789abcde.counts 00123456789abcdef0123456789abcdef.counts \
+    0123456789abcdef0123456789abcdef.count 0123456789abcdef0123456789abcdef.counts.new \
+    0123456789abcdef0123456789abcdef 'a b.counts' .counts report.html; do
+    echo mine >"cache/$name"
+  done
+  mkdir cache/2123456789abcdef0123456789abcdef.counts
+  ln -s report.html cache/3123456789abcdef0123456789abcdef.counts
+  counts_named 4 cache
+  chown nobody cache/4123456789abcdef0123456789abcdef.counts 2>/dev/null || rm cache/4*.counts # as nobody else may
+  (cd cache && find . | sort | grep -v '^./[01ef]123456789abcdef0123456789abcdef.counts$') >expected
+  run --clear-cache --cache=cache
+  expect_status 0
+  [ "$(cat err)" = "$folder/cache: 4 files of kept counts deleted, 28 bytes freed" ] || failed 'the result'
+  [ ! -s out ] || failed 'there is a report'
+  (cd cache && find . | sort) >left
+  cmp -s expected left || failed "left is $(cat left)"
+  run --cache=cache --clear-cache
+  expect_status 0
+  expect_in err 'cache: nothing is kept'
+  counts_named 0 cache
+  run --clear-cache --cache=cache --quiet
+  expect_status 0
+  [ ! -s err ] || failed 'it is not quiet'
+  [ ! -e cache/0123456789abcdef0123456789abcdef.counts ] || failed 'the counts are left'
+}
+
+test_clear_cache_of_the_usual_folder() {
+  run --clear-cache
+  expect_error 2 'there is no folder of kept counts'
+  mkdir -p home/.cache/orvellis xdg/orvellis own
+  for cache in home/.cache/orvellis xdg/orvellis own; do counts_named a $cache; done
+  (export HOME="$folder/home" ORVELLIS_CACHE="$folder/own" XDG_CACHE_HOME="$folder/xdg"
+  run --clear-cache
+  expect_in err "$folder/own: 1 file of kept counts deleted, 7 bytes freed"
+  unset ORVELLIS_CACHE
+  run --clear-cache --cache
+  expect_in err "$folder/xdg/orvellis: 1 file"
+  export XDG_CACHE_HOME=relative
+  run --clear-cache
+  expect_in err "$folder/home/.cache/orvellis: 1 file"
+  rm -r home
+  run --clear-cache
+  expect_status 0
+  expect_in err "$folder/home/.cache/orvellis: nothing is kept"
+  exit "$failures")
+  failures=$?
+}
+
+test_clear_cache_alone() {
+  week >access.log
+  mkdir cache
+  counts_named 0 cache
+  run --clear-cache --cache=cache access.log
+  expect_error 2 '--clear-cache deletes what is kept, and reads no logs'
+  run --clear-cache --cache=access.log
+  expect_error 2 'cannot read the folder'
+  [ -e cache/0123456789abcdef0123456789abcdef.counts ] || failed 'the counts are gone'
+}
+
 test_search_engines() {
   combined 5 / 'http://search.example/?query=blue+ink' >access.log
   printf '# ours\n\nExample Search;url=http://search.example;domain=search.example;vars=query\n' >engines
@@ -1011,6 +1118,8 @@ END
   completed 'my log' --gmt my
   completed '--write' --init-site --w
   completed 'subfolder' --index su
+  completed 'subfolder' --cache = su
+  completed 'my log' --cache my
 }
 
 test_manual_page_has_no_fault() {

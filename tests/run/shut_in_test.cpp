@@ -76,6 +76,18 @@ int CountLogs(Settings& settings) {
   return logs;
 }
 
+TEST_F(ShutInTest, KeepsCountsAndListsThem) {
+  ASSERT_EQ(mkdir("counts", 0700), 0);
+  std::ofstream("counts/entry") << "counted";
+  CopyText(settings.part_cache, "counts");
+  AllowsReading("counts/entry");
+  AllowsReading("counts");
+  Allows("a new entry", [] { return TryOpen("counts/new", O_WRONLY | O_CREAT); });
+  Allows("its name", [] { return rename("counts/entry", "counts/other"); });
+  Allows("its end", [] { return unlink("counts/other"); });
+  RefusesWriting("other/file");
+}
+
 TEST_F(ShutInTest, KeepsWhatIsKnownOfLogs) {
   ASSERT_EQ(mkdir("store", 0700), 0);
   ASSERT_EQ(mkdir("store/folder", 0700), 0);

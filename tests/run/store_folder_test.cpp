@@ -70,4 +70,57 @@ TEST_F(ChooseStoreTest, TooLongAHomeHasNone) {
   EXPECT_EQ(Chosen(true), "");
 }
 
+class SettlePartCacheTest : public ChooseStoreTest {
+ protected:
+  void SetUp() override {
+    ChooseStoreTest::SetUp();
+    setenv("ORVELLIS_CACHE", "/store", 1);
+    settings.rules.whole_logs = true;
+  }
+
+  std::string Settled(const std::string& given, bool from_shell = true) {
+    CopyText(settings.part_cache, given);
+    SettlePartCache(settings, from_shell);
+    return settings.part_cache;
+  }
+
+  Settings settings{};
+};
+
+TEST_F(SettlePartCacheTest, ItIsTheStoreOrNoneOrAFolder) {
+  EXPECT_EQ(Settled("1"), "/store");
+  EXPECT_EQ(Settled("0"), "");
+  EXPECT_EQ(Settled(""), "");
+  EXPECT_EQ(Settled(home + "/1"), home + "/1");
+  setenv("ORVELLIS_CACHE", "", 1);
+  EXPECT_EQ(Settled("1"), "");
+  unsetenv("ORVELLIS_CACHE");
+  EXPECT_EQ(Settled("1", false), "/var/cache/orvellis");
+}
+
+TEST_F(SettlePartCacheTest, AShellMakesTheLastPieceForItsUserAlone) {
+  umask(0);
+  Settled(home + "/counts");
+  struct stat info;
+  ASSERT_EQ(stat((home + "/counts").c_str(), &info), 0);
+  EXPECT_EQ(info.st_mode & 0777, 0700U);
+  Settled(home + "/not/there");
+  Settled(home + "/of_a_server", false);
+  EXPECT_FALSE(std::filesystem::exists(home + "/not"));
+  EXPECT_FALSE(std::filesystem::exists(home + "/of_a_server"));
+}
+
+TEST_F(SettlePartCacheTest, AStoreThatThereIsNotIsThere) {
+  Settled("0");
+  EXPECT_STREQ(settings.store, "");
+  Settled(home + "/counts");
+  EXPECT_EQ(settings.store, home + "/counts");
+  Settled(home + "/others");
+  EXPECT_EQ(settings.store, home + "/counts");
+  settings.store[0] = '\0';
+  settings.rules.whole_logs = false;
+  Settled(home + "/counts");
+  EXPECT_STREQ(settings.store, "");
+}
+
 }  // namespace
