@@ -96,7 +96,7 @@ bool KeepCounts(const KeptCounts& kept, std::span<const BlockName> blocks, const
   CountsPath path;
   MakePath(path, kept, NamesOfCounts(kept, blocks).back());
   CountsToKeep counts{kept, blocks, analysis};
-  return WritePartFile(path, nullptr, &counts, WriteCounts);
+  return WriteOwnPartFile(path, &counts, WriteCounts);
 }
 
 // ---- Adding ----

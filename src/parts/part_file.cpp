@@ -105,6 +105,19 @@ static bool WriteSpecial(const char* path, void* context, void (*write)(void* co
   return written && closed;
 }
 
+static bool Replace(const char* path, FileFor whom, void* context,
+                    void (*write)(void* context, PartWriter& part)) {
+  FileReplacement file{};
+  errno = 0;
+  if (!BeginReplacement(file, path, kHead, kUnfinished, whom)) {
+    errno = errno == 0 ? EBUSY : errno;
+    return false;
+  }
+  errno = 0;
+  WriteBody(file.stream, context, write);
+  return FinishReplacement(file);
+}
+
 bool WritePartFile(const char* path, FILE* standard, void* context,
                    void (*write)(void* context, PartWriter& part)) {
   if (std::string_view(path) == "-") {
@@ -117,15 +130,11 @@ bool WritePartFile(const char* path, FILE* standard, void* context,
   if (IsSpecial(path)) {
     return WriteSpecial(path, context, write);
   }
-  FileReplacement file{};
-  errno = 0;
-  if (!BeginReplacement(file, path, kHead, kUnfinished)) {
-    errno = errno == 0 ? EBUSY : errno;
-    return false;
-  }
-  errno = 0;
-  WriteBody(file.stream, context, write);
-  return FinishReplacement(file);
+  return Replace(path, FileFor::kAll, context, write);
+}
+
+bool WriteOwnPartFile(const char* path, void* context, void (*write)(void* context, PartWriter& part)) {
+  return Replace(path, FileFor::kUserAlone, context, write);
 }
 
 // ---- Reading ----

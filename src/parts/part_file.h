@@ -21,6 +21,9 @@
 bool WritePartFile(const char* path, std::FILE* standard, void* context,
                    void (*write)(void* context, PartWriter& part));
 
+// The same of a file for the user alone (superlog/file_replacement.h).
+bool WriteOwnPartFile(const char* path, void* context, void (*write)(void* context, PartWriter& part));
+
 // ---- Reading ----
 
 // The bytes of one part. Behind size there are kScanOverread more.

@@ -30,6 +30,8 @@ static const char* const kReportCalls[] = {
     "newfstatat", "statx", "readlink", "readlinkat", "access", "faccessat", "faccessat2", "flock",
     // A summary file that takes the place of an older one.
     "ftruncate", "fchown", "rename", "renameat", "renameat2", "unlink", "unlinkat",
+    // Counts that are kept, of which the oldest go. Which folders may be listed is a matter of Landlock.
+    "getdents64",
     // Memory and time; sysinfo is how a large sort learns how much memory there is.
     "brk", "munmap", "mremap", "madvise", "sysinfo", "futex", "getrandom", "clock_gettime", "clock_getres",
     "gettimeofday", "time",
@@ -77,6 +79,7 @@ struct Condition {
 
 // The kernel takes these arguments as 32 bits.
 static constexpr scmp_datum_t kWholeInt = 0xffffffff;
+static constexpr scmp_datum_t kWholeWord = ~scmp_datum_t{0};
 static constexpr scmp_datum_t kSocketType = 0xf;
 
 static constexpr size_t kMostConditions = 3;
@@ -115,6 +118,8 @@ static constexpr ConditionalCall kConditionalReportCalls[] = {
     If("open", {2, S_ISUID | S_ISGID, 0}),
     If("openat", {3, S_ISUID | S_ISGID, 0}),
     If("fchmod", {1, S_ISUID | S_ISGID, 0}),
+    // That an open file was used now.
+    {"utimensat", 2, {{1, kWholeWord, 0}, {2, kWholeWord, 0}}},
     // F_SETOWN would send signals.
     If("fcntl", {1, kWholeInt, F_DUPFD_CLOEXEC}),
     If("fcntl", {1, kWholeInt, F_GETFD}),

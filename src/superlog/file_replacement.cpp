@@ -12,7 +12,10 @@
 #include "base/path.h"
 #include "base/text.h"
 
-static constexpr mode_t kNewFileMode = 0666;
+static constexpr mode_t ModeFor(FileFor whom) {
+  return whom == FileFor::kUserAlone ? 0600 : 0666;
+}
+
 static constexpr int kWriteFlags = O_WRONLY | O_CREAT | O_CLOEXEC | O_NOCTTY;
 
 // Marks of files that are not to be written.
@@ -43,8 +46,8 @@ static bool SameFile(const struct stat& a, const struct stat& b) {
 
 // Opens the temporary file, a new one or one that a dead process left behind. Who
 // holds its lock while it has its name is alone with it.
-static int OpenAlone(const char* path) {
-  const int file = open(path, kWriteFlags | O_NOFOLLOW | O_NONBLOCK, kNewFileMode);
+static int OpenAlone(const char* path, FileFor whom) {
+  const int file = open(path, kWriteFlags | O_NOFOLLOW | O_NONBLOCK, ModeFor(whom));
   if (file < 0) {
     return kNoFile;
   }
@@ -60,11 +63,12 @@ static int OpenAlone(const char* path) {
 }
 
 // Gives a new file the old one's group and mode; its owner is the same already.
-static bool TakeOver(int file, const struct stat& old) {
-  return fchown(file, static_cast<uid_t>(-1), old.st_gid) == 0 && fchmod(file, old.st_mode & 07777) == 0;
+static bool TakeOver(int file, const struct stat& old, FileFor whom) {
+  const mode_t mode = whom == FileFor::kUserAlone ? ModeFor(whom) : old.st_mode & 07777;
+  return fchown(file, static_cast<uid_t>(-1), old.st_gid) == 0 && fchmod(file, mode) == 0;
 }
 
-static int OpenTemporary(FileReplacement& replacement) {
+static int OpenTemporary(FileReplacement& replacement, FileFor whom) {
   struct stat old;
   const bool exists = lstat(replacement.path, &old) == 0;
   if (exists && (!S_ISREG(old.st_mode) || old.st_nlink != 1 || old.st_uid != geteuid() ||
@@ -72,8 +76,8 @@ static int OpenTemporary(FileReplacement& replacement) {
     return kNoFile;
   }
   NameTemporary(replacement);
-  const int file = OpenAlone(replacement.temporary);
-  if (file >= 0 && exists && !TakeOver(file, old)) {
+  const int file = OpenAlone(replacement.temporary, whom);
+  if (file >= 0 && exists && !TakeOver(file, old, whom)) {
     unlink(replacement.temporary);
     return CloseAs(kNoFile, file);
   }
@@ -86,11 +90,11 @@ static bool IsToBeWritten(int file, int links) {
   return fstat(file, &info) == 0 && S_ISREG(info.st_mode) && (links == 0 || info.st_nlink == 1);
 }
 
-static int OpenInPlace(FileReplacement& replacement, bool own_links_only) {
-  const int links = own_links_only ? FollowOwnLinksOnly(replacement.path) : 0;
+static int OpenInPlace(FileReplacement& replacement, FileFor whom) {
+  const int links = whom == FileFor::kUserAlone ? FollowOwnLinksOnly(replacement.path) : 0;
   replacement.temporary[0] = '\0';
   // Without O_NONBLOCK, opening a named pipe would wait for a reader.
-  const int file = open(replacement.path, kWriteFlags | O_NONBLOCK | links, kNewFileMode);
+  const int file = open(replacement.path, kWriteFlags | O_NONBLOCK | links, ModeFor(whom));
   if (file >= 0 && (!IsToBeWritten(file, links) || !Lock(file) || ftruncate(file, 0) != 0)) {
     return CloseAs(kNoFile, file);
   }
@@ -98,11 +102,11 @@ static int OpenInPlace(FileReplacement& replacement, bool own_links_only) {
 }
 
 bool BeginReplacement(FileReplacement& replacement, const char* path, const char* head,
-                      const char* unfinished, bool own_links_only) {
+                      const char* unfinished, FileFor whom) {
   CopyText(replacement.path, path);
-  int file = OpenTemporary(replacement);
+  int file = OpenTemporary(replacement, whom);
   if (file == kNoFile) {
-    file = OpenInPlace(replacement, own_links_only);
+    file = OpenInPlace(replacement, whom);
   }
   if (file < 0) {
     return false;

@@ -24,12 +24,14 @@ struct FileReplacement {
 // and while another process writes it; nothing has changed then, unless memory or
 // descriptors ran out when the old one had been emptied already.
 //
-// With own_links_only, a link that somebody else may have put there, hard or symbolic, is left alone: false.
+// Of a file for the user alone, a link that somebody else may have put there, hard or symbolic, is left alone:
+// false; and nobody else may read what is written.
 //
 // The content begins with head, which is written here. In place, unfinished stands
 // there until all the rest is written; it is as long as head.
+enum class FileFor { kAll, kUserAlone };
 bool BeginReplacement(FileReplacement& replacement, const char* path, const char* head = "",
-                      const char* unfinished = "", bool own_links_only = false);
+                      const char* unfinished = "", FileFor whom = FileFor::kAll);
 
 // Closes the stream and makes the new content the file's. When it could not be
 // written completely, a temporary file is dropped and the old content stays. False then.

@@ -1,6 +1,7 @@
 #include "superlog/log_blocks.h"
 
 #include <algorithm>
+#include <bit>
 #include <limits>
 
 #include "base/hash_seed.h"
@@ -179,7 +180,7 @@ static size_t UsableBlocks() {
 // Logs that are being written are kept where reading them again takes long.
 static bool IsWorthKeeping() {
   return IsStoreOpen() && mBlocks.stamped && !mBlocks.same &&
-         (mBlocks.settled || mBlocks.stamp.size >= static_cast<uint64_t>(mSizes.others));
+         (mBlocks.settled || mBlocks.stamp.size >= static_cast<uint64_t>(mSizes.most));
 }
 
 static void BeginHashing() {
@@ -246,8 +247,16 @@ static bool CanPass() {
          IsKnown(known.blocks[next]);
 }
 
+// Powers of two: a log that has grown is cut where it was cut before, or not there.
+static int64_t SizeOfBlocks() {
+  constexpr uint64_t kBlocksOfLog = 32;
+  const auto wanted = static_cast<int64_t>(std::bit_floor(mBlocks.stamp.size / kBlocksOfLog));
+  return std::min(std::max(wanted, mSizes.least), mSizes.most);
+}
+
 static int64_t NextStop(int64_t offset) {
-  return offset < mSizes.first ? mSizes.first : (offset / mSizes.others + 1) * mSizes.others;
+  const int64_t size = SizeOfBlocks();
+  return offset < mSizes.first ? mSizes.first : (offset / size + 1) * size;
 }
 
 // Where the next block began when it was read before; blocks of a divided log also begin where it was

@@ -1,6 +1,7 @@
 // The log at hand in blocks, of which those that are known to lie outside the range are passed over.
 //
-// Blocks end at the first line behind each 16 MiB; the first one is short, because it tells the layout. What
+// Blocks end at the first line behind each 4 MiB, of large logs behind each 8 or 16; the first one is short,
+// because it tells the layout. What
 // an earlier reading has told of a block holds when the file is the same, or begins with the bytes that were
 // read then. It is passed over when the reading has come to its first line in the state of then, and would be
 // in the same state at the next block: all that follows is read as if nothing had been passed over. A
@@ -18,7 +19,8 @@
 
 struct BlockSizes {
   int64_t first = int64_t{64} << 10;
-  int64_t others = int64_t{16} << 20;
+  int64_t least = int64_t{4} << 20;  // of the others
+  int64_t most = int64_t{16} << 20;
 };
 void SetBlockSizesForTest(const BlockSizes& sizes);
 

@@ -224,7 +224,7 @@ void Keep(const KnownLog& log) {
   NameEntry(path, log.stamp);
   const std::vector<char> entry = Write(log);
   FileReplacement replacement;
-  if (BeginReplacement(replacement, path, "", "", true)) {
+  if (BeginReplacement(replacement, path, "", "", FileFor::kUserAlone)) {
     fwrite(entry.data(), 1, entry.size(), replacement.stream);
     FinishReplacement(replacement);
   }

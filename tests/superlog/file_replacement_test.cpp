@@ -96,18 +96,18 @@ TEST_F(FileReplacementTest, LinksOfOthersAreLeftAlone) {
   chmod(directory.c_str(), 0777);
   FileReplacement replacement;
   ASSERT_EQ(symlink(other.c_str(), path.c_str()), 0);
-  EXPECT_FALSE(BeginReplacement(replacement, path.c_str(), "", "", true));
+  EXPECT_FALSE(BeginReplacement(replacement, path.c_str(), "", "", FileFor::kUserAlone));
   unlink(path.c_str());
   ASSERT_EQ(link(other.c_str(), path.c_str()), 0);
-  EXPECT_FALSE(BeginReplacement(replacement, path.c_str(), "", "", true));
+  EXPECT_FALSE(BeginReplacement(replacement, path.c_str(), "", "", FileFor::kUserAlone));
   EXPECT_EQ(ReadFile(other), "other\n");
   unlink(path.c_str());
-  EXPECT_TRUE(BeginReplacement(replacement, path.c_str(), "", "", true)) << "nothing there";
+  EXPECT_TRUE(BeginReplacement(replacement, path.c_str(), "", "", FileFor::kUserAlone)) << "nothing there";
   FinishReplacement(replacement);
   chmod(directory.c_str(), 0700);
   unlink(path.c_str());
   ASSERT_EQ(symlink(other.c_str(), path.c_str()), 0);
-  EXPECT_TRUE(BeginReplacement(replacement, path.c_str(), "", "", true)) << "an own link";
+  EXPECT_TRUE(BeginReplacement(replacement, path.c_str(), "", "", FileFor::kUserAlone)) << "an own link";
   FinishReplacement(replacement);
 }
 

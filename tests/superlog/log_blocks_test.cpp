@@ -67,7 +67,7 @@ class LogBlocksTest : public testing::Test {
     setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
     SetCurrentTimeForTest(kFarFuture);
     ResetSuperLog();
-    SetBlockSizesForTest({.first = 500, .others = 4000});
+    SetBlockSizesForTest({.first = 500, .most = 4000});
     directory = NewPath("logs");
     store = NewPath("store");
     ASSERT_EQ(mkdir(directory.c_str(), 0700), 0);
@@ -166,7 +166,7 @@ TEST_F(LogBlocksTest, BlocksOutsideTheRangeAreNotReadAgain) {
   EXPECT_GE(LinesReadOfDay(10), kLinesOfDay);
   EXPECT_LE(LinesReadOfDay(19), kLinesOfDay + 3 * kLinesOfBlock);
   EXPECT_EQ(LinesReadOfDay(30), 0);
-  SetBlockSizesForTest({.first = 700, .others = 3000});
+  SetBlockSizesForTest({.first = 700, .most = 3000});
   EXPECT_LE(LinesReadOfDay(10), kLinesOfDay + 3 * kLinesOfBlock + kLinesOfWindow);  // as they were known
 }
 
@@ -379,7 +379,7 @@ TEST_F(History, NeverChangesAFigure) {
       ChangeStore();
     }
     if (Below(40) == 0) {
-      SetBlockSizesForTest({.first = 1 + Below(3000), .others = 1000 + Below(70000)});
+      SetBlockSizesForTest({.first = 1 + Below(3000), .most = 1000 + Below(70000)});
     }
     SetCurrentTimeForTest(Below(3) == 0 ? kLongAgo : kFarFuture);
     const time_t first = Below(8) == 0 ? 0 : when - static_cast<time_t>(Below(20 * kDay));

@@ -38,7 +38,7 @@ KnownLog Known(int64_t records = 12) {
                 .nearest = {.miss = {.layout = 2, .field = Field::kStatus, .character = 17}, .given = true}},
       .blocks = {}};
   for (uint64_t i = 0; i < 3; ++i) {
-    log.blocks.push_back({i * 300, i, i % 2, records, -5, 1000000000000, 2});
+    log.blocks.push_back({{i, i + 1}, i * 300, i, i % 2, records, -5, 1000000000000, 2});
   }
   return log;
 }
