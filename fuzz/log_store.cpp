@@ -25,8 +25,8 @@ static KnownLog Known() {
                .bytes = 300,
                .first = {.lines = 0, .first = 3, .line = "no request", .nearest = {}},
                .blocks = {}};
-  log.blocks.push_back({0, 1, 1, 10, 952000000, 952100000, 1});
-  log.blocks.push_back({200, 2, 1, 0, INT64_MAX, INT64_MIN, 0});
+  log.blocks.push_back({{7, 8}, 0, 1, 1, 10, 952000000, 952100000, 1});
+  log.blocks.push_back({{7, 9}, 200, 2, 1, 0, INT64_MAX, INT64_MIN, 0});
   return log;
 }
 
