@@ -26,3 +26,6 @@ bool AreLogsReadWhole();
 bool IsToBeRead(const LogFile& log);
 bool MayEndItself(const LogFile& log);
 uint64_t BytesToBeRead(const LogFile& log);
+
+// Notes of each compressed log that another one holds the same lines, as reading them all would.
+void FindUnpackedCopies();

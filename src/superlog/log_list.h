@@ -67,6 +67,9 @@ void LogsListAdd(const LogFile& file);
 // exits with status 1.
 LogReading& ReadingOf(LogFile& log);
 
+// Adds what reading the next stretch of the log has told.
+void AppendReading(LogReading& reading, const LogReading& more);
+
 // The entry of a path, compared exactly; null when there is none. It may be
 // changed in its state.
 LogFile* FindLog(const char* name);

@@ -21,18 +21,11 @@
 static constexpr size_t kNoLog = SIZE_MAX;
 static constexpr LogShare kAllLogs{{0, 0}, {kNoLog, 0}};
 
-// Where nobody knows the state, two readings are not known to be in the same.
-struct State {
-  uint64_t lines = 0;
-  bool known = false;
-};
-
 struct ReadShare {
   LogShare share = kAllLogs;
-  State before;
-  State after;
-  bool ended = false;  // the log in which the share ends has ended before it
-  FileId first;        // of the logs within which it begins and ends
+  time_t time_before = 0;
+  ShareStates states;
+  FileId first;  // of the logs within which it begins and ends
   FileId last;
 };
 static ReadShare mRead;
@@ -41,9 +34,20 @@ void ForgetShare() {
   mRead = {};
 }
 
-void TakeShare(const LogShare& share) {
+void TakeShare(const LogShare& share, time_t before) {
   mRead = {};
   mRead.share = share;
+  mRead.time_before = before;
+  mRead.states.within = share.from.offset > 0;
+}
+
+ShareStates StatesOfShare() {
+  return mRead.states;
+}
+
+bool Follows(const ShareStates& last, const ShareStates& next) {
+  const bool same = last.after.known && next.before.known && last.after.lines == next.before.lines;
+  return same && !last.ended;
 }
 
 // ---- Dividing ----
@@ -154,6 +158,20 @@ std::vector<LogShare> DivideLogs(size_t most, uint64_t least) {
   return shares;
 }
 
+std::vector<LogShare> CutLog(const LogFile& log, uint64_t size) {
+  const Work work = WorkOf(log, 0);
+  const uint64_t count = work.divisible ? std::max<uint64_t>(1, work.cost / std::max<uint64_t>(size, 1)) : 1;
+  std::vector<LogShare> shares{{{log.place, 0}, {log.place + 1, 0}}};
+  for (uint64_t i = 1; i < count; ++i) {
+    const LogPlace place = PlaceNear(log, static_cast<int64_t>(log.size / count * i));
+    if (IsBehind(place, shares.back().from)) {
+      shares.back().to = place;
+      shares.push_back({place, {log.place + 1, 0}});
+    }
+  }
+  return shares;
+}
+
 // ---- The way through a share ----
 
 LogFile* FirstLogOfShare() {
@@ -182,15 +200,15 @@ Stretch StretchOf(const LogFile& log) {
 
 // ---- Into the state of those who have read what is before ----
 
-static State StateNow() {
-  State state;
+static ReadState StateNow() {
+  ReadState state;
   state.known = StateOfLines(state.lines);
   return state;
 }
 
 // Between two logs. Those that are read whole know nothing of each other.
-static State StateBetweenLogs() {
-  return AreLogsReadWhole() ? State{0, true} : StateNow();
+static ReadState StateBetweenLogs() {
+  return AreLogsReadWhole() ? ReadState{0, true} : StateNow();
 }
 
 // Which offset a repeated hour takes is told by the line before.
@@ -199,8 +217,9 @@ static void PassTimeBefore(const LogFile& log) {
   for (const LogFile* other = mpLogsRoot; other != &log; other = other->next) {
     before = IsToBeRead(*other) ? other : before;
   }
+  const time_t last = before != nullptr ? before->last : mRead.time_before;
   tm local{};
-  if (before != nullptr && TimeToLocal(before->last, local)) {
+  if (last != 0 && TimeToLocal(last, local)) {
     local.tm_isdst = -1;
     LocalToTime(local);
   }
@@ -212,23 +231,23 @@ void ShareBegins() {
   if (from.offset > 0 || first == nullptr) {
     return;
   }
-  if (from.log > 0 && !AreLogsReadWhole()) {
+  if ((from.log > 0 || mRead.time_before != 0) && !AreLogsReadWhole()) {
     PassTimeBefore(*first);
   }
-  mRead.before = StateBetweenLogs();
+  mRead.states.before = StateBetweenLogs();
 }
 
 void LogOfShareRead(const LogFile& log, bool by_record) {
   if (log.place == mRead.share.to.log) {
-    mRead.after = StateNow();
-    mRead.ended = !IsStopped() || by_record;
+    mRead.states.after = StateNow();
+    mRead.states.ended = !IsStopped() || by_record;
     mRead.last = IdOfLog();
   }
 }
 
 void ShareEnds() {
   if (mRead.share.to.offset == 0) {
-    mRead.after = StateBetweenLogs();
+    mRead.states.after = StateBetweenLogs();
   }
 }
 
@@ -253,7 +272,7 @@ void GoToStretch() {
   SetTotalLogBytesRead(bytes);
   ForgetLinesNotUnderstood(lines);
   mLogEvents = events;
-  mRead.before = StateNow();
+  mRead.states.before = StateNow();
   mRead.first = IdOfLog();
 }
 
@@ -295,11 +314,9 @@ static void SaveLog(PartWriter& part, const LogFile& log) {
 
 void SaveShare(PartWriter& part) {
   PutBytes(part, mRead.share);
-  PutBytes(part, mRead.before);
-  PutBytes(part, mRead.after);
+  PutBytes(part, mRead.states);
   PutBytes(part, mRead.first);
   PutBytes(part, mRead.last);
-  PutFigure(part, mRead.ended ? 1 : 0);
   for (const LogFile* log = FirstLogOfShare(); log != nullptr && IsInShare(*log); log = log->next) {
     SaveLog(part, *log);
   }
@@ -325,16 +342,7 @@ static void AddReading(LogFile& log, const LogReading& more) {
   if (IsFirstOf(log)) {
     reading = {};
   }
-  reading.bytes += more.bytes;
-  reading.records.count += more.records.count;
-  reading.records.in_range += more.records.in_range;
-  reading.records.first = std::min(reading.records.first, more.records.first);
-  reading.records.last = std::max(reading.records.last, more.records.last);
-  const int64_t lines = reading.not_understood.lines;
-  if (lines == 0) {
-    reading.not_understood = more.not_understood;
-  }
-  reading.not_understood.lines = lines + more.not_understood.lines;
+  AppendReading(reading, more);
 }
 
 static void AddLog(PartReader& part, LogFile& log) {
@@ -374,20 +382,13 @@ static bool SeemsToBeCopy(const LogFile& log) {
   return false;
 }
 
-static bool Follows(const ReadShare& last, const ReadShare& next) {
-  const bool same = last.after.known && next.before.known && last.after.lines == next.before.lines;
-  return same && !last.ended && last.last == next.first;
-}
-
 bool AddShare(PartReader& part) {
   const ReadShare last = mRead;
   TakeBytes(part, mRead.share);
-  TakeBytes(part, mRead.before);
-  TakeBytes(part, mRead.after);
+  TakeBytes(part, mRead.states);
   TakeBytes(part, mRead.first);
   TakeBytes(part, mRead.last);
-  mRead.ended = TakeFigureUpTo(part, 1) != 0;
-  if (part.damaged || !Follows(last, mRead)) {
+  if (part.damaged || !Follows(last.states, mRead.states) || last.last != mRead.first) {
     return false;
   }
   for (LogFile* log = FirstLogOfShare(); log != nullptr && IsInShare(*log); log = log->next) {

@@ -31,8 +31,32 @@ struct LogShare {
 // of it need be read, or may end the reading of itself.
 std::vector<LogShare> DivideLogs(size_t most, uint64_t least);
 
-// From here on there is nothing to be read but this share.
-void TakeShare(const LogShare& share);
+// The same of one log, in shares of about so many bytes.
+std::vector<LogShare> CutLog(const LogFile& log, uint64_t size);
+
+// From here on there is nothing to be read but this share. before: the time of the last line of the log that
+// is read before the first one, where the list does not hold it.
+void TakeShare(const LogShare& share, time_t before = 0);
+
+// The states in which a share was read. Where nobody knows a state, two readings are not known to be in the
+// same.
+struct ReadState {
+  uint64_t lines = 0;
+  bool known = false;
+};
+
+struct ShareStates {
+  ReadState before;
+  ReadState after;
+  bool within = false;  // it begins within a log
+  bool ended = false;   // the log in which it ends has ended before it
+};
+
+// Of the share at hand, when all of it was read.
+ShareStates StatesOfShare();
+
+// Whether a reading in the one states goes on as one in the others has ended.
+bool Follows(const ShareStates& last, const ShareStates& next);
 
 // Writes down what this process has learnt of the logs of its share, and in which states it has read it; when
 // all of it has been read.
