@@ -1,6 +1,8 @@
 #include "report/time_tables.h"
 
 #include <cinttypes>
+#include <climits>
+#include <cmath>
 #include <cstdio>
 
 #include "report/section_look.h"
@@ -38,12 +40,18 @@ static const char* BarColour(const TimeRow& row) {
   return row.weekday == 0 || row.weekday == 6 ? "blue" : "red";
 }
 
+// Counts that have wrapped may make a bar of any width, below 0 and beyond what a number holds.
+static int WidthOf(double bar) {
+  const double width = bar * kWidestBar;
+  return std::fabs(width) < -static_cast<double>(INT_MIN) ? static_cast<int>(width) : INT_MIN;
+}
+
 // Prints what follows a row's label.
 static void PrintFigures(const Settings& settings, const TimeRow& row) {
   printf("<td align=center>%.0f%%</td>\n<td>", row.share * 100.0);
   if (row.count != 0) {
     printf("<img src=\"%s/%s2x5.gif\" height=\"5\" width=\"%d\">&nbsp;", settings.OrvellisPath,
-           BarColour(row), static_cast<int>(row.bar * kWidestBar));
+           BarColour(row), WidthOf(row.bar));
   }
   printf("%" PRId64 "\n</td></tr>\n", row.count);
 }

@@ -308,6 +308,15 @@ TEST_F(PrintHitsPerDayOfWeekTest, BarWidthIsCutToWholePixels) {
             std::string::npos);
 }
 
+TEST_F(PrintHitsPerDayOfWeekTest, BarOfAWrappedCountIsAsWideAsANumberHolds) {
+  analysis_.weekdays.counts[1] = 1;
+  analysis_.weekdays.counts[2] = -2000000000;
+  analysis_.weekdays.counts[3] = -7158278;  // the last one that is wide enough
+  const std::string section = Weekly();
+  EXPECT_NE(section.find(Bar("red", -2147483648) + "-2000000000\n"), std::string::npos) << section;
+  EXPECT_NE(section.find(Bar("red", -2147483400) + "-7158278\n"), std::string::npos) << section;
+}
+
 TEST_F(PrintHitsPerDayOfWeekTest, NoTotalGivesZeroPercentages) {
   analysis_.weekdays.counts[1] = 5;
   EXPECT_NE(Weekly().find(Label("Monday") + Figures("0", "red", 300, 5)), std::string::npos);
