@@ -275,6 +275,8 @@ static const Keyword kKeywords[] = {
     {"edition", DecidedBefore, kFromShell, kIgnored},
     {"part", DecidedBefore, kFromShell, kIgnored},
     {"merge", DecidedBefore, kFromShell, kIgnored},
+    {"plan", DecidedBefore, kFromShell, kIgnored},
+    {"piece", DecidedBefore, kFromShell, kIgnored},
     {"workers", Workers, kNotFromForm, kIgnored},
     {"config", Copy<&Settings::config>, kFromRequest, kIgnored},
     {"password", Password<&Settings::password_account, &Settings::stored_password>, kFromAccount, kIgnored},

@@ -24,6 +24,10 @@ static void AddPath(std::string& token, std::string_view name, std::string_view 
   }
 }
 
+static std::string WithPlace(const LogCopy& copy) {
+  return std::to_string(copy.place) + ":" + copy.path;
+}
+
 static void AddFigure(std::string& token, std::string_view name, int64_t figure) {
   token += ' ';
   token += name;
@@ -35,6 +39,7 @@ std::string TokenOf(const LogPiece& piece) {
   snprintf(head, sizeof head, "%llu/%llu plan=%016llx", static_cast<unsigned long long>(piece.number + 1),
            static_cast<unsigned long long>(piece.count), static_cast<unsigned long long>(piece.plan));
   std::string token = head;
+  AddFigure(token, "place", static_cast<int64_t>(piece.place));
   AddPath(token, "log", piece.path);
   AddFigure(token, "size", static_cast<int64_t>(piece.size));
   AddFigure(token, "first", piece.first);
@@ -45,8 +50,8 @@ std::string TokenOf(const LogPiece& piece) {
   if (piece.to != kNoStop) {
     AddFigure(token, "to", piece.to);
   }
-  for (const std::string& path : piece.copies) {
-    AddPath(token, "copy", path);
+  for (const LogCopy& copy : piece.copies) {
+    AddPath(token, "copy", WithPlace(copy));
   }
   for (const std::string& path : piece.unopened) {
     AddPath(token, "unopened", path);
@@ -90,11 +95,6 @@ static bool ReadNumbers(std::string_view text, LogPiece& piece) {
   return read && piece.number-- > 0 && piece.number < piece.count;
 }
 
-static bool AddRead(std::string_view text, std::vector<std::string>& paths) {
-  paths.emplace_back();
-  return ReadPath(text, paths.back());
-}
-
 template <auto kFigure>
 static bool Read(std::string_view text, LogPiece& piece) {
   return ReadFigure(text, piece.*kFigure);
@@ -113,11 +113,18 @@ static bool ReadLog(std::string_view text, LogPiece& piece) {
 }
 
 static bool ReadCopy(std::string_view text, LogPiece& piece) {
-  return AddRead(text, piece.copies);
+  const size_t colon = std::min(text.find(':'), text.size());
+  LogCopy& copy = piece.copies.emplace_back();
+  return colon < text.size() && ReadDigits(text.substr(0, colon), 10, copy.place) &&
+         ReadPath(text.substr(colon + 1), copy.path);
+}
+
+static bool ReadPlace(std::string_view text, LogPiece& piece) {
+  return ReadDigits(text, 10, piece.place);
 }
 
 static bool ReadUnopened(std::string_view text, LogPiece& piece) {
-  return AddRead(text, piece.unopened);
+  return ReadPath(text, piece.unopened.emplace_back());
 }
 
 static constexpr struct {
@@ -125,6 +132,7 @@ static constexpr struct {
   bool (*read)(std::string_view text, LogPiece& piece);
 } kFields[] = {
     {"plan", ReadPlan},
+    {"place", ReadPlace},
     {"log", ReadLog},
     {"size", ReadSize},
     {"first", Read<&LogPiece::first>},

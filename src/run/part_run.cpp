@@ -460,6 +460,7 @@ static void PrintPage(const PartRun& run, Analysis& analysis) {
   if (page.begin != nullptr) {
     page.begin(run.env, run.settings);
   }
+  OrderLogsOfPieces();
   const AnalysisEvents told = page.told(run.settings);
   if (page.found != nullptr) {
     page.found(run.env, run.settings);

@@ -223,6 +223,14 @@ bool DeleteOldEntries() {
   return true;
 }
 
+void OrderAsPlanned() {
+  std::stable_sort(mEntries, mEntries + mCount,
+                   [](const LogFile* a, const LogFile* b) { return a->planned < b->planned; });
+  if (mCount > 0) {
+    Reindex();
+  }
+}
+
 void ClearLogList() {
   for (size_t place = 0; place < mCount; ++place) {
     free(mEntries[place]->reading);

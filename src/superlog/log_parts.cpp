@@ -235,6 +235,7 @@ static PackFormat FormatThatShows(const LogFile& log) {
 static void SaveLog(PartWriter& part, const LogFile& log) {
   const uint64_t flags = FlagsOf(log);
   PutText(part, log.name);
+  PutFigure(part, log.planned);
   PutFigure(part, log.size);
   PutSigned(part, log.first);
   PutSigned(part, log.last);
@@ -329,6 +330,7 @@ struct SavedLog {
 static void TakeLog(PartReader& part, SavedLog& saved) {
   LogFile& log = saved.log;
   TakeName(part, log.name);
+  log.planned = TakeFigure(part);
   log.size = TakeFigure(part);
   log.first = TakeSigned(part);
   log.last = TakeSigned(part);

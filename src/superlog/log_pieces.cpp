@@ -21,11 +21,11 @@ static void AddToPlan(ContentHash& hash, const LogPiece& piece) {
   hash = AddBlock(kPlanKey, hash, reinterpret_cast<const char*>(figures), sizeof figures);
 }
 
-static std::vector<std::string> CopiesOf(const LogFile& log) {
-  std::vector<std::string> copies;
+static std::vector<LogCopy> CopiesOf(const LogFile& log) {
+  std::vector<LogCopy> copies;
   for (const LogFile* other = mpLogsRoot; other != nullptr; other = other->next) {
     if (other->original == &log) {
-      copies.emplace_back(other->name);
+      copies.push_back({other->place, other->name});
     }
   }
   return copies;
@@ -33,6 +33,7 @@ static std::vector<std::string> CopiesOf(const LogFile& log) {
 
 static LogPiece PieceOf(const LogFile& log, const LogShare& share) {
   LogPiece piece;
+  piece.place = log.place;
   piece.path = log.name;
   piece.size = log.size;
   piece.first = log.first;
@@ -106,15 +107,17 @@ void ForgetPieces() {
 static void AddToList(const LogPiece& piece) {
   LogFile log = {};
   CopyText(log.name, piece.path);
+  log.planned = piece.place;
   log.size = piece.size;
   log.first = piece.first;
   log.last = piece.last;
   log.state = kSeenOnDisk;
   log.plain = true;
   LogsListAdd(log);
-  for (const std::string& path : piece.copies) {
+  for (const LogCopy& found : piece.copies) {
     LogFile copy = {};
-    CopyText(copy.name, path);
+    CopyText(copy.name, found.path);
+    copy.planned = found.place;
     copy.size = piece.size;
     copy.state = kSeenOnDisk;
     copy.plain = true;
@@ -227,6 +230,12 @@ bool ArePiecesOfAPlan() {
 
 bool BeginWithinLog() {
   return mContinues;
+}
+
+void OrderLogsOfPieces() {
+  if (mPieces.any) {
+    OrderAsPlanned();
+  }
 }
 
 bool LacksPieces(AddedPieces& missing) {

@@ -10,11 +10,17 @@
 #include "base/part_bytes.h"
 #include "superlog/line_reader.h"
 
+struct LogCopy {
+  uint64_t place = 0;  // in the list of logs
+  std::string path;
+};
+
 // A log, or a part of one.
 struct LogPiece {
   uint64_t plan = 0;    // tells one plan from others
   uint64_t number = 0;  // of the piece, from 0
   uint64_t count = 0;   // of all pieces of the plan
+  uint64_t place = 0;   // of the log in the list
   std::string path;     // empty: there is nothing to be read
   uint64_t size = 0;    // of the log, and the times of its first and last dated line, as the list has them
   time_t first = 0;
@@ -23,7 +29,7 @@ struct LogPiece {
   int64_t from = 0;   // the first line, where one begins that stands shortly before it,
   int64_t lead = 0;
   int64_t to = kNoStop;               // and the line behind the last one; kNoStop: none
-  std::vector<std::string> copies;    // logs in whose place that one is read; told with its beginning
+  std::vector<LogCopy> copies;        // logs in whose place that one is read; told with its beginning
   std::vector<std::string> unopened;  // logs that could not be opened; told with the first piece
 };
 
@@ -62,6 +68,9 @@ AddedPieces AddSavedPieces(PartReader& part);
 // have begun.
 bool ArePiecesOfAPlan();
 bool BeginWithinLog();
+
+// Puts the logs of all pieces that were added into the order in which the plan has found them.
+void OrderLogsOfPieces();
 
 // Whether pieces are missing of the plan whose pieces were added: wanted is the first, or the one behind the
 // last.
