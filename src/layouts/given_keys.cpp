@@ -28,7 +28,7 @@ static bool WriteSample(const Pattern& words, SampleLine& sample) {
 
 // Literals have a character of their own for any number of blanks.
 static bool IsBlank(char c) {
-  return c >= '\0' && c <= ' ' && c != kMark;
+  return static_cast<unsigned char>(c) <= ' ' && c != kMark;
 }
 
 // What is left of the sample.
