@@ -47,6 +47,8 @@ void smart_memory_init(const Settings& settings) {
                             : 0;
 }
 
+static void (*mpEnd)() = nullptr;  // in place of reclaims
+
 void ResetSmartMemory() {
   gSM_TotalBytesAllocated = gSM_CurrentBytesAllocated = gSM_MaximumBytesAllocated = gSM_TotalBytesFreed = 0;
   mSmartMemoryEnabled = true;
@@ -56,6 +58,7 @@ void ResetSmartMemory() {
   mpAllocate = malloc;
   mpAllocateZeroed = calloc;
   mpTakeRoom = TakeRoom;
+  mpEnd = nullptr;
 }
 
 // ---- Order of a reclaim ----
@@ -301,8 +304,6 @@ static ListInfo* ChooseVictim(ListInfo* last) {
   }
   return victim;
 }
-
-static void (*mpEnd)() = nullptr;
 
 void EndInsteadOfReclaims(void (*end)()) {
   mpEnd = end;

@@ -1,7 +1,6 @@
 #include "parts/workers.h"
 
 #include <fcntl.h>
-#include <sched.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -9,17 +8,17 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cmath>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <vector>
 
 #include "analysis/driver.h"
 #include "analysis/rules.h"
 #include "analysis/smart_memory.h"
 #include "analysis/wildcard.h"
+#include "base/memory_end.h"
 #include "base/part_bytes.h"
+#include "base/processors.h"
 #include "parts/counts.h"
 #include "sandbox/helper_process.h"
 #include "superlog/byte_scan.h"
@@ -31,32 +30,9 @@
 
 // ---- How many ----
 
-// The quota of a container: "200000 100000" are so many microseconds of processors in so many, "max" is none.
-static int ProcessorsOfQuota(const char* path) {
-  char line[64] = "";
-  FILE* const file = fopen(path, "re");
-  if (file == nullptr || fgets(line, sizeof line, file) == nullptr) {
-    line[0] = '\0';
-  }
-  if (file != nullptr) {
-    fclose(file);
-  }
-  char* period = line;
-  const double quota = strtod(line, &period);
-  const double processors = quota / strtod(period, nullptr);
-  return processors > 0 && processors < kMostWorkers ? static_cast<int>(std::ceil(processors)) : kMostWorkers;
-}
-
-static int UsableProcessors() {
-  cpu_set_t processors;
-  const bool known = sched_getaffinity(0, sizeof processors, &processors) == 0;
-  const int allowed = known ? CPU_COUNT(&processors) : 1;
-  return std::clamp(std::min(allowed, ProcessorsOfQuota("/sys/fs/cgroup/cpu.max")), 1, kMostWorkers);
-}
-
 void SettleWorkers(Settings& settings) {
   if (settings.workers == 0) {
-    settings.workers = UsableProcessors();
+    settings.workers = std::min(UsableProcessors(), kMostWorkers);
   }
 }
 
@@ -75,7 +51,7 @@ static constexpr int kGaveUp = 1;
 
 // What a budget or the system takes depends on all that one process would have counted before.
 [[noreturn]] static void GiveUp() {
-  _exit(kGaveUp);
+  EndWithoutOutput(kGaveUp);
 }
 
 struct StandBy {
@@ -125,7 +101,7 @@ static void EndAsTheOther(const StandBy& stand_by) {
       EndByClosedPipe();
     }
     constexpr int kBySignal = 128;  // as shells say it
-    _exit(WIFEXITED(status) ? WEXITSTATUS(status) : kBySignal + WTERMSIG(status));
+    EndWithoutOutput(WIFEXITED(status) ? WEXITSTATUS(status) : kBySignal + WTERMSIG(status));
   }
   munmap(stand_by.counted, 1);
 }
@@ -169,7 +145,7 @@ static void WriteOverread(PartWriter& part) {
   SaveCounts(part, rules, analysis);
   WriteOverread(part);
   FlushPart(part);
-  _exit(to.written ? 0 : kGaveUp);
+  EndWithoutOutput(to.written ? 0 : kGaveUp);
 }
 
 static Worker StartWorker(size_t number, const LogShare& share, const Settings& settings, const Rules& rules,

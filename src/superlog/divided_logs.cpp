@@ -1,12 +1,11 @@
 #include "superlog/divided_logs.h"
 
 #include <algorithm>
-#include <cstring>
-#include <type_traits>
 #include <utility>
 
 #include "base/hash_seed.h"
 #include "base/text.h"
+#include "superlog/own_bytes.h"
 
 static constexpr ContentKey kOtherwise = {
     {0x2ffd72dbd01adfb7, 0xb8e1afed6a267e96, 0xba7c9045f12c7f99, 0x24a19947b3916cf7}};  // digits of pi
@@ -29,54 +28,25 @@ void NoteStretch(ReadStretch stretch) {
 
 // ---- From process to process ----
 
-template <class T>
-static void PutAll(PartWriter& part, const std::vector<T>& values) {
-  static_assert(std::is_trivially_copyable_v<T>);
-  PutFigure(part, values.size());
-  PutText(part, {reinterpret_cast<const char*>(values.data()), values.size() * sizeof(T)});
-}
-
-template <class T>
-static void TakeAll(PartReader& part, std::vector<T>& values) {
-  const uint64_t count = TakeFigure(part);
-  const std::string_view bytes = TakeText(part, SIZE_MAX);
-  if (part.damaged || bytes.size() / sizeof(T) != count) {
-    MarkDamaged(part);
-    return;
-  }
-  values.resize(count);
-  memcpy(values.data(), bytes.data(), bytes.size());
-}
-
 static void SaveStretch(PartWriter& part, const ReadStretch& stretch) {
   PutText(part, stretch.path);
-  PutSigned(part, stretch.from);
-  PutAll(part, std::vector{stretch.known.stamp});
+  PutBytes(part, stretch.known.stamp);
   PutFigure(part, stretch.known.settled ? 1 : 0);
   PutFigure(part, stretch.known.size);
-  PutAll(part, std::vector{stretch.known.first});
+  PutBytes(part, stretch.known.first);
   PutAll(part, stretch.known.blocks);
   PutAll(part, stretch.windows);
 }
 
 static ReadStretch TakeStretch(PartReader& part) {
   ReadStretch stretch{};
-  std::vector<LogStamp> stamp;
-  std::vector<NotUnderstood> first;
   stretch.path = TakeText(part, kPathSize);
-  stretch.from = TakeSigned(part);
-  TakeAll(part, stamp);
+  TakeBytes(part, stretch.known.stamp);
   stretch.known.settled = TakeFigureUpTo(part, 1) != 0;
   stretch.known.size = TakeFigure(part);
-  TakeAll(part, first);
+  TakeBytes(part, stretch.known.first);
   TakeAll(part, stretch.known.blocks);
   TakeAll(part, stretch.windows);
-  if (stamp.size() == 1 && first.size() == 1) {
-    stretch.known.stamp = stamp[0];
-    stretch.known.first = first[0];
-  } else {
-    MarkDamaged(part);
-  }
   return stretch;
 }
 

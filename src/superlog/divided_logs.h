@@ -1,7 +1,6 @@
 // What the reading of a log that several processes share has told, put together for the store.
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -12,7 +11,6 @@
 // What one of them has read.
 struct ReadStretch {
   std::string path;
-  int64_t from;                      // 0: it begins with the log
   KnownLog known;                    // its blocks, and the size up to which the log was read
   std::vector<ContentHash> windows;  // of those that nobody has read before
 };

@@ -326,7 +326,7 @@ void KeepBlocks(const char* path, UnpackEnd unpacked) {
   }
   if (!mBlocks.stretch.IsWhole()) {
     made.settled = mBlocks.settled;
-    NoteStretch({.path = path, .from = mBlocks.stretch.from, .known = made, .windows = HashesOfWindows()});
+    NoteStretch({.path = path, .known = made, .windows = HashesOfWindows()});
     return;
   }
   made.settled = mBlocks.settled && IsReadWhole(path, unpacked);

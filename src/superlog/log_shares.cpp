@@ -3,9 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstring>
 #include <string_view>
-#include <type_traits>
 #include <utility>
 
 #include "base/text_file.h"
@@ -16,6 +14,7 @@
 #include "superlog/log_files.h"
 #include "superlog/log_format.h"
 #include "superlog/log_line.h"
+#include "superlog/own_bytes.h"
 #include "superlog/superlog.h"
 
 static constexpr size_t kNoLog = SIZE_MAX;
@@ -278,27 +277,9 @@ void GoToStretch() {
 
 // ---- From process to process ----
 
-static_assert(std::is_trivially_copyable_v<LogReading>);
-
 static constexpr uint64_t kUnopened = 1;
 static constexpr uint64_t kRead = 2;
 static constexpr uint64_t kHasBeginning = 4;
-
-// Both processes are the same program.
-template <class T>
-static void PutBytes(PartWriter& part, const T& value) {
-  PutText(part, {reinterpret_cast<const char*>(&value), sizeof value});
-}
-
-template <class T>
-static void TakeBytes(PartReader& part, T& value) {
-  const std::string_view bytes = TakeText(part, sizeof value);
-  if (bytes.size() != sizeof value) {
-    MarkDamaged(part);
-    return;
-  }
-  memcpy(&value, bytes.data(), sizeof value);
-}
 
 static void SaveLog(PartWriter& part, const LogFile& log) {
   PutFigure(part, (log.unopened ? kUnopened : 0) | (log.reading != nullptr ? kRead : 0) |

@@ -3,6 +3,7 @@
 watched() runs a command and says what became of its division: "whole" when nobody was asked to share the work,
 "gave up" when the run counted alone after all, "divided" when the counts of others were added.
 """
+import collections
 import os
 import pathlib
 import re
@@ -46,3 +47,16 @@ def watched(command, env, **others):
         done = subprocess.run([os.fsencode(part) for part in tracer] + command, env=env, capture_output=True,
                               check=False, **others)
         return done, division_in(trace.read_text(errors="replace") if trace.exists() else "")
+
+
+def tell(found, least):
+    """Counts the ends of runs, each with its name, and prints them and all that are no good; the exit status, which
+    says whether at least so many runs were divided, where that can be told."""
+    ends = collections.Counter()
+    for name, end in found:
+        known = end in ("divided", "gave up", "whole", "same")
+        ends[end if known else "failed"] += 1
+        if not known:
+            print(f"{name}: {end}")
+    print(", ".join(f"{count} {end}" for end, count in ends.most_common()))
+    return 1 if ends["failed"] or (STRACE is not None and ends["divided"] < least) else 0

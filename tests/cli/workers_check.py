@@ -8,7 +8,6 @@ Every case is asked in both editions; what the modern one prints changes from ca
 by a parameter, a form has them from the configuration; cases that are scripts are left out. Where strace is
 installed, enough of the runs must really have been divided, and not have given up.
 """
-import collections
 import concurrent.futures
 import os
 import pathlib
@@ -107,18 +106,11 @@ def main():
              and (not names or str(path.relative_to(agreement.CASES)) in names)]
     jobs = [(path, edition, OUTPUTS[number % len(OUTPUTS)] if edition == b"modern" else None)
             for number, path in enumerate(cases) for edition in (b"classic", b"modern")]
-    ends, failures = collections.Counter(), 0
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-        for (path, edition, _), divisions in zip(jobs, pool.map(lambda job: check(*job), jobs)):
-            for end in divisions:
-                known = end in ("divided", "gave up", "whole", "same")
-                ends[end if known else "failed"] += 1
-                if not known:
-                    failures += 1
-                    print(f"{path.relative_to(agreement.CASES)} ({edition.decode()}), {end}")
-    print(", ".join(f"{count} {end}" for end, count in ends.most_common()))
-    too_few = not names and divided_runs.STRACE is not None and ends["divided"] < LEAST_DIVIDED
-    sys.exit(1 if failures or too_few else 0)
+        found = [(f"{path.relative_to(agreement.CASES)} ({edition.decode()})", end)
+                 for (path, edition, _), divisions in zip(jobs, pool.map(lambda job: check(*job), jobs))
+                 for end in divisions]
+    sys.exit(divided_runs.tell(found, 0 if names else LEAST_DIVIDED))
 
 
 if __name__ == "__main__":

@@ -8,7 +8,6 @@ that are out of order or behind the range, hours that a clock change repeats or 
 length, copies, keys that differ in case. KEEP is a folder in which whatever differs is left.
 """
 import bz2
-import collections
 import concurrent.futures
 import datetime
 import gzip
@@ -323,18 +322,9 @@ def end_of(number):
 
 
 def main():
-    ends, failures = collections.Counter(), 0
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-        for number, divisions in enumerate(pool.map(end_of, range(COUNT))):
-            for end in divisions:
-                known = end in ("divided", "gave up", "whole", "same")
-                ends[end if known else "failed"] += 1
-                if not known:
-                    failures += 1
-                    print(f"{number}: {end}")
-    print(", ".join(f"{count} {end}" for end, count in ends.most_common()))
-    too_few = divided_runs.STRACE is not None and ends["divided"] < LEAST_DIVIDED * 2 * COUNT
-    sys.exit(1 if failures or too_few else 0)
+        found = [(number, end) for number, divisions in enumerate(pool.map(end_of, range(COUNT))) for end in divisions]
+    sys.exit(divided_runs.tell(found, LEAST_DIVIDED * 2 * COUNT))
 
 
 if __name__ == "__main__":

@@ -42,14 +42,7 @@ class LogParts : public AccountLogs {
     CopyText(settings_.logs, folder_ + "/" + pattern);
     CopyText(settings_.summary, std::to_string(++runs_));  // none knows of the logs of another
     SuperLog_Init(settings_, limits(), kMarch, kApril - 1, events);
-    while (SuperLog_NextLogFile()) {
-      LogRecords records;
-      for (SuperLogRecord record; SuperLog_ParseNextLine(record);) {
-        AddTime(records, record.time);
-        records.in_range += record.time >= kMarch && record.time < kApril;
-      }
-      SuperLog_LogRead(records);
-    }
+    ReadAllLogs(kMarch, kApril);
     EXPECT_EQ(HashBeginnings(), nullptr);
     states_ = States();
     return WrittenPart([](PartWriter& part) { SaveLogs(part); });

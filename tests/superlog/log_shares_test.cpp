@@ -44,18 +44,7 @@ class LogShares : public AccountLogs {
     return DivideLogs(most, least);
   }
 
-  // What is to be read from here on; adds to the records.
-  void Read() {
-    while (SuperLog_NextLogFile()) {
-      LogRecords records;
-      for (SuperLogRecord record; SuperLog_ParseNextLine(record);) {
-        AddTime(records, record.time);
-        records.in_range += record.time >= kMarch && record.time < kApril;
-      }
-      SuperLog_LogRead(records);
-      records_ += records.count;
-    }
-  }
+  void Read() { records_ += ReadAllLogs(kMarch, kApril); }
 
   std::string ReadShare(const LogShare& share) {
     Begin();

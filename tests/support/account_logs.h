@@ -79,6 +79,21 @@ class AccountLogs : public testing::Test {
     AddLog(name, content);
   }
 
+  // Reads all that there is to be read; how many records that is.
+  static int64_t ReadAllLogs(time_t first, time_t behind) {
+    int64_t count = 0;
+    while (SuperLog_NextLogFile()) {
+      LogRecords records;
+      for (SuperLogRecord record; SuperLog_ParseNextLine(record);) {
+        AddTime(records, record.time);
+        records.in_range += record.time >= first && record.time < behind;
+      }
+      SuperLog_LogRead(records);
+      count += records.count;
+    }
+    return count;
+  }
+
   std::string folder_;
   Settings settings_{};
 };
