@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cinttypes>
 #include <cstdio>
 
 #include "base/text.h"
@@ -34,16 +35,24 @@ static void AddFigure(std::string& token, std::string_view name, int64_t figure)
   token += '=' + std::to_string(figure);
 }
 
+static void AddHash(std::string& token, std::string_view name, uint64_t hash) {
+  char digits[17];
+  snprintf(digits, sizeof digits, "%016" PRIx64, hash);
+  token += ' ';
+  token += name;
+  token += '=';
+  token += digits;
+}
+
 std::string TokenOf(const LogPiece& piece) {
-  char head[80];
-  snprintf(head, sizeof head, "%llu/%llu plan=%016llx", static_cast<unsigned long long>(piece.number + 1),
-           static_cast<unsigned long long>(piece.count), static_cast<unsigned long long>(piece.plan));
-  std::string token = head;
+  std::string token = std::to_string(piece.number + 1) + "/" + std::to_string(piece.count);
+  AddHash(token, "plan", piece.plan);
   AddFigure(token, "place", static_cast<int64_t>(piece.place));
   AddPath(token, "log", piece.path);
   AddFigure(token, "size", static_cast<int64_t>(piece.size));
   AddFigure(token, "first", piece.first);
   AddFigure(token, "last", piece.last);
+  AddHash(token, "begins", piece.begins);
   AddFigure(token, "before", piece.before);
   AddFigure(token, "from", piece.from);
   AddFigure(token, "lead", piece.lead);
@@ -104,8 +113,9 @@ static bool ReadSize(std::string_view text, LogPiece& piece) {
   return ReadDigits(text, 10, piece.size);
 }
 
-static bool ReadPlan(std::string_view text, LogPiece& piece) {
-  return ReadDigits(text, 16, piece.plan);
+template <auto kHash>
+static bool ReadHash(std::string_view text, LogPiece& piece) {
+  return ReadDigits(text, 16, piece.*kHash);
 }
 
 static bool ReadLog(std::string_view text, LogPiece& piece) {
@@ -131,12 +141,13 @@ static constexpr struct {
   std::string_view name;
   bool (*read)(std::string_view text, LogPiece& piece);
 } kFields[] = {
-    {"plan", ReadPlan},
+    {"plan", ReadHash<&LogPiece::plan>},
     {"place", ReadPlace},
     {"log", ReadLog},
     {"size", ReadSize},
     {"first", Read<&LogPiece::first>},
     {"last", Read<&LogPiece::last>},
+    {"begins", ReadHash<&LogPiece::begins>},
     {"before", Read<&LogPiece::before>},
     {"from", Read<&LogPiece::from>},
     {"lead", Read<&LogPiece::lead>},

@@ -154,11 +154,16 @@ static bool WritePart(const PartRun& run, const Rules& rules, const Analysis& an
   return false;
 }
 
+static bool BeginAloneInTime() {
+  return !BeginsInRepeatedHour() ||
+         Refuse(
+             "the first log begins within an hour that a clock change repeats: the log before it decides "
+             "which one it is");
+}
+
 static bool CanStandBehindOthers() {
-  if (BeginsInRepeatedHour()) {
-    return Refuse(
-        "the first log begins within an hour that a clock change repeats: the log before it decides which "
-        "one it is");
+  if (!BeginAloneInTime()) {
+    return false;
   }
   const char* const gone = HashBeginnings();
   return gone == nullptr || RefusePart({gone, 1}, "has gone while the logs were read");
@@ -206,6 +211,9 @@ static bool CountPiece(const PartRun& run) {
   if (run.settings.part == nullptr) {
     return Refuse("piece= wants part=, a file for its counts");
   }
+  if (!IsAsPlanned(*piece)) {
+    return RefusePart({piece->path.c_str(), 1}, "is no longer the log of which the plan was made");
+  }
   Analysis analysis{};
   BeginAdding(run.settings, run.counting, analysis, NoteEvents(run.settings));
   TakePiece(*piece);
@@ -238,11 +246,14 @@ static bool PrintPlan(const PartRun& run) {
     SayRefusal({kErrorNoLogFiles}, run.env, run.settings);
     return false;
   }
-  for (const LogPiece& piece : PlanPieces(size)) {
-    puts(TokenOf(piece).c_str());
+  const bool divisible = BeginAloneInTime();
+  if (divisible) {
+    for (const LogPiece& piece : PlanPieces(size)) {
+      puts(TokenOf(piece).c_str());
+    }
   }
   EndAnalysis(analysis);
-  return fflush(stdout) == 0 || Refuse("the plan could not be written");
+  return divisible && (fflush(stdout) == 0 || Refuse("the plan could not be written"));
 }
 
 // ---- Counting ----

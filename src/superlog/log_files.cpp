@@ -376,8 +376,7 @@ static void TakeReading(LogFile& log) {
   }
 }
 
-// Where a clock change repeats an hour, the line before decides: that of the log before must not.
-static void ForgetLinesBefore() {
+void ForgetLinesBefore() {
   tm winter = {};
   winter.tm_year = 100;
   winter.tm_mday = 1;

@@ -96,28 +96,10 @@ static void SaveNotOpened(PartWriter& part) {
 
 // ---- Repeated hours ----
 
-static int64_t OffsetAt(time_t when) {
-  tm local{};
-  TimeToLocal(when, local);
-  return local.tm_gmtoff;
-}
-
-// Whether another time shows the same on a clock.
-static bool IsRepeated(time_t when) {
-  static constexpr time_t kFarFromChange = 86400;
-  const int64_t own = OffsetAt(when);
-  const auto has_twin = [&](time_t other) {
-    const int64_t offset = OffsetAt(other);
-    const time_t twin = when + own - offset;
-    return twin != when && OffsetAt(twin) == offset;
-  };
-  return has_twin(when - kFarFromChange) || has_twin(when + kFarFromChange);
-}
-
 bool BeginsInRepeatedHour() {
   for (const LogFile* log = mpLogsRoot; log != nullptr; log = log->next) {
     if (LookAt(*log).verdict == LogVerdict::kInRange) {
-      return IsRepeated(log->first);
+      return IsTimeRepeated(log->first);
     }
   }
   return false;

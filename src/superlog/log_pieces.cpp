@@ -1,10 +1,14 @@
 #include "superlog/log_pieces.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 
 #include "base/text.h"
+#include "base/text_file.h"
 #include "superlog/content_hash.h"
-#include "superlog/line_reader.h"
+#include "superlog/log_cuts.h"
 #include "superlog/log_files.h"
 #include "superlog/log_list.h"
 #include "superlog/log_parts.h"
@@ -16,9 +20,30 @@ static constexpr ContentKey kPlanKey = {
     {0xb8e1afed6a267e96, 0xba7c9045f12c7f99, 0x24a19947b3916cf7, 0x0801f2e2858efc16}};  // digits of pi
 
 static void AddToPlan(ContentHash& hash, const LogPiece& piece) {
-  const int64_t figures[] = {static_cast<int64_t>(piece.size), piece.first, piece.last, piece.from, piece.to};
+  const int64_t figures[] = {static_cast<int64_t>(piece.size),   piece.first, piece.last,
+                             static_cast<int64_t>(piece.begins), piece.from,  piece.to};
   hash = AddBlock(kPlanKey, hash, piece.path.data(), piece.path.size());
   hash = AddBlock(kPlanKey, hash, reinterpret_cast<const char*>(figures), sizeof figures);
+}
+
+static constexpr uint64_t kBeginning = 4096;  // bytes
+
+// Of so many bytes that a log has, or a part of them; 0 where it has fewer, or cannot be read.
+static uint64_t HashOfBeginning(const char* path, uint64_t size) {
+  const int file = OpenToRead(path).file;
+  if (file < 0) {
+    return 0;
+  }
+  struct stat status {};
+  ContentHash hash{};
+  const bool as_large = fstat(file, &status) == 0 && static_cast<uint64_t>(status.st_size) >= size;
+  const bool hashed = as_large && HashFile(kPlanKey, file, std::min(size, kBeginning), hash);
+  close(file);
+  return hashed ? hash.low : 0;
+}
+
+bool IsAsPlanned(const LogPiece& piece) {
+  return piece.begins == 0 || HashOfBeginning(piece.path.c_str(), piece.size) == piece.begins;
 }
 
 static std::vector<LogCopy> CopiesOf(const LogFile& log) {
@@ -49,8 +74,10 @@ static LogPiece PieceOf(const LogFile& log, const LogShare& share) {
 
 static void AddPieces(const LogFile& log, const std::vector<LogShare>& shares, time_t before,
                       std::vector<LogPiece>& plan) {
+  const uint64_t begins = HashOfBeginning(log.name, log.size);
   for (const LogShare& share : shares) {
     plan.push_back(PieceOf(log, share));
+    plan.back().begins = begins;
     plan.back().before = before;
   }
 }
@@ -70,6 +97,7 @@ static void Number(std::vector<LogPiece>& plan) {
 std::vector<LogPiece> PlanPieces(uint64_t size) {
   std::vector<LogPiece> plan;
   time_t before = 0;
+  SuperLog_AskFor({});
   FindUnpackedCopies();
   for (const LogFile* log = mpLogsRoot; log != nullptr; log = log->next) {
     if (IsToBeRead(*log)) {
@@ -163,6 +191,7 @@ void SavePieces(PartWriter& part) {
   PutFigure(part, mPieces.count);
   PutFigure(part, mPieces.first);
   PutFigure(part, mPieces.next);
+  PutFigure(part, states.alone ? 1 : 0);
   PutFigure(part, states.within ? 1 : 0);
   SaveState(part, states.before);
   SaveState(part, states.after);
@@ -191,6 +220,7 @@ static Pieces TakePieces(PartReader& part) {
     pieces.count = TakeFigure(part);
     pieces.first = TakeFigure(part);
     pieces.next = TakeFigure(part);
+    pieces.states.alone = TakeFigureUpTo(part, 1) != 0;
     pieces.states.within = TakeFigureUpTo(part, 1) != 0;
     pieces.states.before = TakeState(part);
     pieces.states.after = TakeState(part);
@@ -216,6 +246,7 @@ AddedPieces AddSavedPieces(PartReader& part) {
     mPieces.first = first;
     if (mAdded) {
       mPieces.states.before = before.before;
+      mPieces.states.alone = before.alone;
       mPieces.states.within = before.within;
     }
     mContinues = mAdded && next.states.within;

@@ -44,9 +44,12 @@ ShareStates StatesOfShare() {
   return mRead.states;
 }
 
+bool IsSame(const ReadState& a, const ReadState& b) {
+  return a.known && b.known && a.lines == b.lines;
+}
+
 bool Follows(const ShareStates& last, const ShareStates& next) {
-  const bool same = last.after.known && next.before.known && last.after.lines == next.before.lines;
-  return same && !last.ended;
+  return (next.alone || IsSame(last.after, next.before)) && !last.ended;
 }
 
 // ---- Dividing ----
@@ -90,8 +93,7 @@ struct Surroundings {
   char bytes[kBefore + kBehind];
 };
 
-// Behind the first end of a line at or behind wanted, where another one begins; 0: there is none near it.
-static LogPlace PlaceNear(const LogFile& log, int64_t wanted) {
+LogPlace PlaceNear(const LogFile& log, int64_t wanted) {
   static Surroundings around;
   const LogPlace nowhere{log.place, 0};
   const int file = OpenToRead(log.name).file;
@@ -157,18 +159,8 @@ std::vector<LogShare> DivideLogs(size_t most, uint64_t least) {
   return shares;
 }
 
-std::vector<LogShare> CutLog(const LogFile& log, uint64_t size) {
-  const Work work = WorkOf(log, 0);
-  const uint64_t count = work.divisible ? std::max<uint64_t>(1, work.cost / std::max<uint64_t>(size, 1)) : 1;
-  std::vector<LogShare> shares{{{log.place, 0}, {log.place + 1, 0}}};
-  for (uint64_t i = 1; i < count; ++i) {
-    const LogPlace place = PlaceNear(log, static_cast<int64_t>(log.size / count * i));
-    if (IsBehind(place, shares.back().from)) {
-      shares.back().to = place;
-      shares.push_back({place, {log.place + 1, 0}});
-    }
-  }
-  return shares;
+bool IsDivisible(const LogFile& log) {
+  return WorkOf(log, 0).divisible;
 }
 
 // ---- The way through a share ----
@@ -199,25 +191,20 @@ Stretch StretchOf(const LogFile& log) {
 
 // ---- Into the state of those who have read what is before ----
 
-static ReadState StateNow() {
+ReadState StateNow() {
   ReadState state;
   state.known = StateOfLines(state.lines);
   return state;
 }
 
-// Between two logs. Those that are read whole know nothing of each other.
-static ReadState StateBetweenLogs() {
-  return AreLogsReadWhole() ? ReadState{0, true} : StateNow();
-}
-
-// Which offset a repeated hour takes is told by the line before.
-static void PassTimeBefore(const LogFile& log) {
+void PassTimeBefore(const LogFile& log) {
   const LogFile* before = nullptr;
   for (const LogFile* other = mpLogsRoot; other != &log; other = other->next) {
     before = IsToBeRead(*other) ? other : before;
   }
   const time_t last = before != nullptr ? before->last : mRead.time_before;
   tm local{};
+  ForgetLinesBefore();
   if (last != 0 && TimeToLocal(last, local)) {
     local.tm_isdst = -1;
     LocalToTime(local);
@@ -227,13 +214,17 @@ static void PassTimeBefore(const LogFile& log) {
 void ShareBegins() {
   const LogPlace& from = mRead.share.from;
   const LogFile* const first = FirstLogOfShare();
-  if (from.offset > 0 || first == nullptr) {
+  if (first == nullptr) {
     return;
   }
-  if ((from.log > 0 || mRead.time_before != 0) && !AreLogsReadWhole()) {
+  const bool behind_lines = from.log > 0 || from.offset > 0 || mRead.time_before != 0;
+  if (behind_lines && !AreLogsReadWhole()) {
     PassTimeBefore(*first);
   }
-  mRead.states.before = StateBetweenLogs();
+  if (from.offset == 0) {
+    mRead.states.before = StateNow();
+    mRead.states.alone = AreLogsReadWhole() || !IsTimeRepeated(first->first);
+  }
 }
 
 void LogOfShareRead(const LogFile& log, bool by_record) {
@@ -246,11 +237,11 @@ void LogOfShareRead(const LogFile& log, bool by_record) {
 
 void ShareEnds() {
   if (mRead.share.to.offset == 0) {
-    mRead.states.after = StateBetweenLogs();
+    mRead.states.after = StateNow();
   }
 }
 
-static void PassLinesTo(int64_t offset) {
+void PassLinesTo(int64_t offset) {
   StopLinesAt(offset);
   for (SuperLogRecord record{}; SuperLog_ParseNextLine(record);) {
   }
@@ -258,16 +249,19 @@ static void PassLinesTo(int64_t offset) {
 
 static constexpr int64_t kFirstLines = 64 << 10;  // bytes that tell the layout
 
+void GoToPlace(const LogPlace& place) {
+  PassLinesTo(std::min(kFirstLines, place.offset / 2));
+  if (NextLineOffset() < place.lead) {
+    GoToLine(place.lead);
+  }
+  PassLinesTo(place.offset);
+}
+
 void GoToStretch() {
-  const LogPlace& from = mRead.share.from;
   const LogEvents events = std::exchange(mLogEvents, {});
   const SuperLong bytes = TotalLogBytesRead();
   const int64_t lines = LinesNotUnderstood();
-  PassLinesTo(std::min(kFirstLines, from.offset / 2));
-  if (NextLineOffset() < from.lead) {
-    GoToLine(from.lead);
-  }
-  PassLinesTo(from.offset);
+  GoToPlace(mRead.share.from);
   SetTotalLogBytesRead(bytes);
   ForgetLinesNotUnderstood(lines);
   mLogEvents = events;
