@@ -206,7 +206,6 @@ void PassTimeBefore(const LogFile& log) {
   tm local{};
   ForgetLinesBefore();
   if (last != 0 && TimeToLocal(last, local)) {
-    local.tm_isdst = -1;
     LocalToTime(local);
   }
 }
