@@ -8,8 +8,14 @@
 #include "superlog/log_files.h"
 #include "superlog/log_format.h"
 
+// Trying a place costs the reading of up to 64 KiB, and of no more than the half of what is before it.
+static uint64_t CountOfStretches(const LogFile& log, uint64_t size) {
+  const uint64_t least = std::min(kLeastStretch, log.size / kMostOfSmallLog);
+  return std::min(log.size / std::max<uint64_t>({size, least, 1}), kMostStretches);
+}
+
 static std::vector<LogPlace> PlacesToTry(const LogFile& log, uint64_t size) {
-  const uint64_t count = std::min(log.size / std::max<uint64_t>(size, 1), kMostStretches);
+  const uint64_t count = CountOfStretches(log, size);
   std::vector<LogPlace> places;
   int64_t last = 0;
   for (uint64_t i = 1; i < count; ++i) {

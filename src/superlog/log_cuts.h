@@ -7,8 +7,11 @@
 #include "superlog/log_list.h"
 #include "superlog/log_shares.h"
 
-// So many at most, however small they are asked for.
-inline constexpr uint64_t kMostStretches = 1 << 16;
+// However small they are asked for, there are so many at most, and each is of about so many bytes at least,
+// unless the log would be cut into fewer than so many then.
+inline constexpr uint64_t kMostStretches = 8192;
+inline constexpr uint64_t kLeastStretch = 1024;
+inline constexpr uint64_t kMostOfSmallLog = 256;
 
 // Cuts a log behind ends of lines, into stretches of about so many bytes. What could be cut is read once, and
 // cut only where whoever knows its first lines and those right before the place reads on as whoever has read
