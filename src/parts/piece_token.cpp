@@ -52,7 +52,7 @@ std::string TokenOf(const LogPiece& piece) {
   AddFigure(token, "size", static_cast<int64_t>(piece.size));
   AddFigure(token, "first", piece.first);
   AddFigure(token, "last", piece.last);
-  AddHash(token, "begins", piece.begins);
+  AddHash(token, "proof", piece.proof);
   AddFigure(token, "before", piece.before);
   AddFigure(token, "from", piece.from);
   AddFigure(token, "lead", piece.lead);
@@ -147,7 +147,7 @@ static constexpr struct {
     {"size", ReadSize},
     {"first", Read<&LogPiece::first>},
     {"last", Read<&LogPiece::last>},
-    {"begins", ReadHash<&LogPiece::begins>},
+    {"proof", ReadHash<&LogPiece::proof>},
     {"before", Read<&LogPiece::before>},
     {"from", Read<&LogPiece::from>},
     {"lead", Read<&LogPiece::lead>},

@@ -302,10 +302,7 @@ static bool AddPiecesOf(const PartName& name, PartReader& part) {
               name.text, pieces.number, pieces.count, pieces.wanted);
       return false;
     case PiecesAdded::kApart:
-      return RefusePart(
-          name,
-          "goes on within a log whose earlier lines change how it is read: the plan wants larger "
-          "pieces");
+      return RefusePart(name, "does not go on as the piece before it has ended: a log has changed since");
     case PiecesAdded::kDamaged:
       return RefusePart(name, "is no part that this program has written");
     default:

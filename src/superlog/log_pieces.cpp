@@ -20,30 +20,34 @@ static constexpr ContentKey kPlanKey = {
     {0xb8e1afed6a267e96, 0xba7c9045f12c7f99, 0x24a19947b3916cf7, 0x0801f2e2858efc16}};  // digits of pi
 
 static void AddToPlan(ContentHash& hash, const LogPiece& piece) {
-  const int64_t figures[] = {static_cast<int64_t>(piece.size),   piece.first, piece.last,
-                             static_cast<int64_t>(piece.begins), piece.from,  piece.to};
+  const int64_t figures[] = {static_cast<int64_t>(piece.size),  piece.first, piece.last,
+                             static_cast<int64_t>(piece.proof), piece.from,  piece.to};
   hash = AddBlock(kPlanKey, hash, piece.path.data(), piece.path.size());
   hash = AddBlock(kPlanKey, hash, reinterpret_cast<const char*>(figures), sizeof figures);
 }
 
-static constexpr uint64_t kBeginning = 4096;  // bytes
-
-// Of so many bytes that a log has, or a part of them; 0 where it has fewer, or cannot be read.
-static uint64_t HashOfBeginning(const char* path, uint64_t size) {
-  const int file = OpenToRead(path).file;
+// Of the first bytes of a log and of those before the piece. 0 where they cannot be read, or the log is
+// smaller than it was.
+static uint64_t ProofOf(const LogPiece& piece) {
+  static constexpr uint64_t kMost = 4096;
+  const int file = OpenToRead(piece.path.c_str()).file;
   if (file < 0) {
     return 0;
   }
+  char bytes[2 * kMost];
   struct stat status {};
-  ContentHash hash{};
-  const bool as_large = fstat(file, &status) == 0 && static_cast<uint64_t>(status.st_size) >= size;
-  const bool hashed = as_large && HashFile(kPlanKey, file, std::min(size, kBeginning), hash);
+  const uint64_t first = std::min(piece.size, kMost);
+  const uint64_t before = std::min(static_cast<uint64_t>(piece.from), kMost);
+  const bool read = fstat(file, &status) == 0 && static_cast<uint64_t>(status.st_size) >= piece.size &&
+                    pread(file, bytes, first, 0) == static_cast<ssize_t>(first) &&
+                    pread(file, bytes + first, before, piece.from - static_cast<int64_t>(before)) ==
+                        static_cast<ssize_t>(before);
   close(file);
-  return hashed ? hash.low : 0;
+  return read ? AddBlock(kPlanKey, {}, bytes, first + before).low : 0;
 }
 
 bool IsAsPlanned(const LogPiece& piece) {
-  return piece.begins == 0 || HashOfBeginning(piece.path.c_str(), piece.size) == piece.begins;
+  return piece.proof == 0 || ProofOf(piece) == piece.proof;
 }
 
 static std::vector<LogCopy> CopiesOf(const LogFile& log) {
@@ -56,30 +60,22 @@ static std::vector<LogCopy> CopiesOf(const LogFile& log) {
   return copies;
 }
 
-static LogPiece PieceOf(const LogFile& log, const LogShare& share) {
+static LogPiece PieceOf(const LogFile& log, const LogShare& share, time_t before) {
   LogPiece piece;
   piece.place = log.place;
   piece.path = log.name;
   piece.size = log.size;
   piece.first = log.first;
   piece.last = log.last;
+  piece.before = before;
   piece.from = share.from.offset;
   piece.lead = share.from.lead;
   piece.to = share.to.log == log.place ? share.to.offset : kNoStop;
   if (piece.from == 0) {
     piece.copies = CopiesOf(log);
   }
+  piece.proof = ProofOf(piece);
   return piece;
-}
-
-static void AddPieces(const LogFile& log, const std::vector<LogShare>& shares, time_t before,
-                      std::vector<LogPiece>& plan) {
-  const uint64_t begins = HashOfBeginning(log.name, log.size);
-  for (const LogShare& share : shares) {
-    plan.push_back(PieceOf(log, share));
-    plan.back().begins = begins;
-    plan.back().before = before;
-  }
 }
 
 static void Number(std::vector<LogPiece>& plan) {
@@ -101,7 +97,9 @@ std::vector<LogPiece> PlanPieces(uint64_t size) {
   FindUnpackedCopies();
   for (const LogFile* log = mpLogsRoot; log != nullptr; log = log->next) {
     if (IsToBeRead(*log)) {
-      AddPieces(*log, CutLog(*log, size), before, plan);
+      for (const LogShare& share : CutLog(*log, size)) {
+        plan.push_back(PieceOf(*log, share, before));
+      }
       before = log->last;
     }
   }

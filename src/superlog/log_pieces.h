@@ -25,9 +25,9 @@ struct LogPiece {
   uint64_t size = 0;    // of the log, and the times of its first and last dated line, as the list has them
   time_t first = 0;
   time_t last = 0;
-  uint64_t begins = 0;  // a hash of the first bytes of the log; 0: they could not be read
-  time_t before = 0;    // of the last dated line of the log that is read before; 0: none
-  int64_t from = 0;     // the first line, where one begins that stands shortly before it,
+  uint64_t proof = 0;  // a hash of bytes of the log, its first ones and those before the piece; 0: none
+  time_t before = 0;   // of the last dated line of the log that is read before; 0: none
+  int64_t from = 0;    // the first line, where one begins that stands shortly before it,
   int64_t lead = 0;
   int64_t to = kNoStop;               // and the line behind the last one; kNoStop: none
   std::vector<LogCopy> copies;        // logs in whose place that one is read; told with its beginning
@@ -39,8 +39,8 @@ struct LogPiece {
 // compressed ones opened to learn whether they are copies.
 std::vector<LogPiece> PlanPieces(uint64_t size);
 
-// Whether its log is the one that the plan has found, as far as its size and its first bytes tell; true of a
-// piece without a log. There may be more lines behind its end.
+// Whether its log is the one that the plan has found, as far as its size and its proof tell; true of a piece
+// without one. There may be more lines behind the end of the log.
 bool IsAsPlanned(const LogPiece& piece);
 
 // From here on that piece is all that there is to be read; behind SuperLog_InitWithoutLogs.

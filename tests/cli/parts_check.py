@@ -37,7 +37,6 @@ REASONS = {
     "first day": rb"orvellis: from=first alone .*\n",
     "memory": rb"orvellis: the counts take more memory than they may have.*\n",
     "repeated hour": rb"orvellis: the first log begins within an hour that a clock change repeats.*\n",
-    "apart": rb"orvellis: .* goes on within a log whose earlier lines change how it is read: .*\n",
     "copy": rb"orvellis: .* covers the log .*, which seems to be a copy of one in a part before it\n",
 }
 MOMENTS = [

@@ -18,7 +18,7 @@ LogPiece SomePiece() {
   piece.size = 1000;
   piece.first = -5;
   piece.last = 7;
-  piece.begins = 0xfedcba9876543210;
+  piece.proof = 0xfedcba9876543210;
   piece.before = 3;
   piece.from = 300;
   piece.lead = 200;
@@ -30,7 +30,7 @@ LogPiece SomePiece() {
 
 constexpr char kToken[] =
     "3/17 plan=0000000000001a2b place=4 log=/logs/a%20100%25%0A%E4.log size=1000 first=-5 last=7 "
-    "begins=fedcba9876543210 before=3 from=300 lead=200 to=500 copy=5:/logs/b.log copy=6:c:d.log "
+    "proof=fedcba9876543210 before=3 from=300 lead=200 to=500 copy=5:/logs/b.log copy=6:c:d.log "
     "unopened=/logs/e.log";
 
 void ExpectSame(const LogPiece& a, const LogPiece& b) {
@@ -42,7 +42,7 @@ void ExpectSame(const LogPiece& a, const LogPiece& b) {
   EXPECT_EQ(a.size, b.size);
   EXPECT_EQ(a.first, b.first);
   EXPECT_EQ(a.last, b.last);
-  EXPECT_EQ(a.begins, b.begins);
+  EXPECT_EQ(a.proof, b.proof);
   EXPECT_EQ(a.before, b.before);
   EXPECT_EQ(a.from, b.from);
   EXPECT_EQ(a.lead, b.lead);
@@ -102,7 +102,7 @@ TEST(PieceToken, IsNothingElse) {
                                   "1/1 plan=",
                                   "1/1 plan=g",
                                   "1/1 plan=11111111111111111",
-                                  "1/1 begins=-1",
+                                  "1/1 proof=-1",
                                   "1/1 size=-1",
                                   "1/1 size=1k",
                                   "1/1 from=5 lead=6",
