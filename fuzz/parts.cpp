@@ -1,5 +1,5 @@
 // Parts that anybody may have written. Bit 1 of the first byte: the rest is a file of parts; otherwise it is
-// the logs and the counts of one, behind a fingerprint that fits, which are added by the rules of the edition
+// the pieces, the logs and the counts of one, behind a fingerprint that fits, which are added by the rules of the edition
 // in bit 0. What can be added makes well-formed outputs; saved and added again, it makes the same JSON.
 #include "analysis/driver.h"
 #include "dates/clock.h"
@@ -12,6 +12,7 @@
 #include "run/reset.h"
 #include "superlog/byte_scan.h"
 #include "superlog/log_parts.h"
+#include "superlog/log_pieces.h"
 #include "superlog/superlog.h"
 #include "well_formed.h"
 
@@ -46,7 +47,8 @@ static bool Add(const std::string& body, const Settings& settings, Analysis& ana
   const std::string bytes = body + std::string(kScanOverread, '\0');
   PartReader part{bytes.data(), bytes.data() + body.size()};
   unsigned missing = 0;
-  return AddSavedLogs(part, settings.rules.whole_logs).added == LogsAdded::kAll &&
+  return AddSavedPieces(part).added == PiecesAdded::kAll &&
+         AddSavedLogs(part, settings.rules.whole_logs).added == LogsAdded::kAll &&
          AddSavedCounts(part, ResolveRules(settings, analysis.counting), analysis, missing) &&
          part.next == part.end;
 }
@@ -57,6 +59,7 @@ static std::string Save(const Settings& settings, const Analysis& analysis) {
   part.sink = {&bytes, [](void* context, const char* text, size_t size) {
                  static_cast<std::string*>(context)->append(text, size);
                }};
+  SavePieces(part);
   SaveLogs(part);
   SaveCounts(part, ResolveRules(settings, analysis.counting), analysis);
   FlushPart(part);

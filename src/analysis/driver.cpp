@@ -200,13 +200,17 @@ static void PrepareCounting(const Settings& settings, const Counting& counting, 
   CreateTables(settings, analysis);
 }
 
-bool BeginAnalysis(Settings& settings, const Counting& counting, Analysis& analysis,
-                   const AnalysisEvents& events) {
-  BeginRange(settings, counting, analysis);
+static LogEvents Listen(const AnalysisEvents& events) {
   mpLineRead = events.line_read;
   LogEvents logs = events.logs;
   logs.texts_go = count_queued;
-  SuperLog_Init(settings, counting.limits, analysis.range_first, analysis.range_last, logs);
+  return logs;
+}
+
+bool BeginAnalysis(Settings& settings, const Counting& counting, Analysis& analysis,
+                   const AnalysisEvents& events) {
+  BeginRange(settings, counting, analysis);
+  SuperLog_Init(settings, counting.limits, analysis.range_first, analysis.range_last, Listen(events));
   if (!SuperLog_LogFilesFound()) {
     return false;
   }
@@ -217,9 +221,11 @@ bool BeginAnalysis(Settings& settings, const Counting& counting, Analysis& analy
   return true;
 }
 
-void BeginAdding(const Settings& settings, const Counting& counting, Analysis& analysis) {
+void BeginAdding(const Settings& settings, const Counting& counting, Analysis& analysis,
+                 const AnalysisEvents& events) {
   BeginRange(settings, counting, analysis);
-  SuperLog_InitWithoutLogs(settings, counting.limits, analysis.range_first, analysis.range_last);
+  SuperLog_InitWithoutLogs(settings, counting.limits, analysis.range_first, analysis.range_last,
+                           Listen(events));
   PrepareCounting(settings, counting, analysis);
 }
 

@@ -26,7 +26,8 @@ bool BeginAnalysis(Settings& settings, const Counting& counting, Analysis& analy
                    const AnalysisEvents& events = {});
 
 // The same without logs, for counts that come from elsewhere (parts/counts.h).
-void BeginAdding(const Settings& settings, const Counting& counting, Analysis& analysis);
+void BeginAdding(const Settings& settings, const Counting& counting, Analysis& analysis,
+                 const AnalysisEvents& events = {});
 
 // Reads all log files in range and counts their records. The settings are only
 // read here, once. All records of a file are counted before the next one is

@@ -315,6 +315,8 @@ static const Keyword kKeywords[] = {
     {"edition", DecidedBefore, kFromShell, kIgnored},
     {"part", DecidedBefore, kFromShell, kIgnored},
     {"merge", DecidedBefore, kFromShell, kIgnored},
+    {"plan", DecidedBefore, kFromShell, kIgnored},
+    {"piece", DecidedBefore, kFromShell, kIgnored},
     {"workers", BestByShell<SetWorkers>, kNotFromForm, kIgnored},
     {"partcache", BestByShell<SetPartCache>, kNotFromForm, kIgnored},
     {"partcachesize", BestByShell<SetPartCacheSize>, kNotFromForm, kIgnored},

@@ -208,9 +208,11 @@ struct Settings {
   int SmartMemoryReclaimSize;
   int SmartMemoryMaxMemoryToAllocate;
   int flushtoserver;
-  // Paths that the arguments name, whole (run/part_run.h); null: not asked for.
-  const char* part;   // where the counts go, in place of a page
+  // What the arguments say, whole (run/part_run.h); null: not asked for.
+  const char* part;   // path to which the counts go, in place of a page
   const char* merge;  // pattern of the parts that are added, in place of reading logs
+  const char* plan;   // size of the pieces of logs that are named, in place of a page
+  const char* piece;  // the piece that is counted, in place of the logs that there are
   int account_count;
   char working_line[kWorkingLineSize];
 };

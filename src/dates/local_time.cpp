@@ -305,3 +305,22 @@ void ResetLocalTime() {
   mHeldOffset = kNoOffset;
   mLocalHour.length = 0;
 }
+
+// ---- Repeated hours ----
+
+static int64_t OffsetAt(time_t when) {
+  tm local{};
+  TimeToLocal(when, local);
+  return local.tm_gmtoff;
+}
+
+bool IsTimeRepeated(time_t when) {
+  static constexpr time_t kFarFromChange = 86400;
+  const int64_t own = OffsetAt(when);
+  const auto has_twin = [&](time_t other) {
+    const int64_t offset = OffsetAt(other);
+    const time_t twin = when + own - offset;
+    return twin != when && OffsetAt(twin) == offset;
+  };
+  return has_twin(when - kFarFromChange) || has_twin(when + kFarFromChange);
+}

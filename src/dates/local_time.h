@@ -43,6 +43,9 @@ bool CompleteInLastHour(tm& parts, time_t& when);
 // the time, and its local parts. False, the time being told, when these cannot be represented.
 bool CompleteInstant(tm& parts, time_t& when);
 
+// Whether a clock change lets the clock show that time twice, an hour apart or however far it goes back.
+bool IsTimeRepeated(time_t when);
+
 // Forgets what is remembered and takes TZ anew; call at the start and after
 // every change of TZ.
 void ResetLocalTime();

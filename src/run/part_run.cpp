@@ -3,10 +3,12 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <charconv>
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
 #include <new>
+#include <string>
 
 #include "analysis/driver.h"
 #include "analysis/resolve_item.h"
@@ -19,11 +21,13 @@
 #include "parts/counts.h"
 #include "parts/fingerprint.h"
 #include "parts/part_file.h"
+#include "parts/piece_token.h"
 #include "parts/workers.h"
 #include "report/refusal_texts.h"
 #include "report/report_page.h"
 #include "superlog/directory_scan.h"
 #include "superlog/log_parts.h"
+#include "superlog/log_pieces.h"
 #include "superlog/superlog.h"
 
 const char* LastWord(int argc, char* const* argv, std::string_view name) {
@@ -131,6 +135,7 @@ struct PartToWrite {
 static void WriteAll(void* context, PartWriter& part) {
   const PartToWrite& counted = *static_cast<PartToWrite*>(context);
   SaveFingerprint(part, FingerprintOf(counted.run.edition, counted.rules, counted.analysis));
+  SavePieces(part);
   SaveLogs(part);
   SaveCounts(part, counted.rules, counted.analysis);
 }
@@ -149,17 +154,109 @@ static bool WritePart(const PartRun& run, const Rules& rules, const Analysis& an
   return false;
 }
 
-// ---- Counting ----
+static bool BeginAloneInTime() {
+  return !BeginsInRepeatedHour() ||
+         Refuse(
+             "the first log begins within an hour that a clock change repeats: the log before it decides "
+             "which one it is");
+}
 
 static bool CanStandBehindOthers() {
-  if (BeginsInRepeatedHour()) {
-    return Refuse(
-        "the first log begins within an hour that a clock change repeats: the log before it decides which "
-        "one it is");
+  if (!BeginAloneInTime()) {
+    return false;
   }
   const char* const gone = HashBeginnings();
   return gone == nullptr || RefusePart({gone, 1}, "has gone while the logs were read");
 }
+
+// ---- Pieces ----
+
+static bool IsStandardInput(const char* token) {
+  return std::string_view(token) == "-";
+}
+
+static std::string ReadTokenOf(const Settings& settings) {
+  if (!IsStandardInput(settings.piece)) {
+    return settings.piece;
+  }
+  std::string token;
+  for (int c = getchar(); c != EOF && c != '\n' && token.size() <= kLongestToken; c = getchar()) {
+    token += static_cast<char>(c);
+  }
+  return token;
+}
+
+// From the first time that it is asked for: a run shuts itself in knowing it.
+static const LogPiece* PieceOf(const Settings& settings) {
+  static LogPiece piece;
+  static bool known = false;
+  static bool read = false;
+  if (!read && settings.piece != nullptr) {
+    known = ReadToken(ReadTokenOf(settings), piece);
+    read = true;
+  }
+  return known ? &piece : nullptr;
+}
+
+const char* LogOfPiece(const Settings& settings) {
+  const LogPiece* const piece = PieceOf(settings);
+  return piece == nullptr ? nullptr : piece->path.c_str();
+}
+
+static bool CountPiece(const PartRun& run) {
+  const LogPiece* const piece = PieceOf(run.settings);
+  if (piece == nullptr) {
+    return Refuse("piece= is no piece that plan= has named");
+  }
+  if (run.settings.part == nullptr) {
+    return Refuse("piece= wants part=, a file for its counts");
+  }
+  if (!IsAsPlanned(*piece)) {
+    return RefusePart({piece->path.c_str(), 1}, "is no longer the log of which the plan was made");
+  }
+  Analysis analysis{};
+  BeginAdding(run.settings, run.counting, analysis, NoteEvents(run.settings));
+  TakePiece(*piece);
+  CountRecords(run.settings, analysis);
+  const bool made = AllIsThere() && WritePart(run, ResolveRules(run.settings, run.counting), analysis);
+  EndAnalysis(analysis);
+  return made;
+}
+
+// "64M"; 0: it is no size.
+static uint64_t SizeOf(std::string_view text) {
+  static constexpr std::string_view kUnits = "kmgt";
+  uint64_t size = 0;
+  const char* const end = text.data() + text.size();
+  const auto read = std::from_chars(text.data(), end, size);
+  const bool bare = read.ptr == end;
+  const size_t unit = bare ? 0 : kUnits.find(ToLowerAscii(*read.ptr));
+  const bool known = read.ec == std::errc{} && (bare || (read.ptr + 1 == end && unit != kUnits.npos));
+  const size_t shift = bare ? 0 : 10 * (unit + 1);
+  return known && size < (UINT64_MAX >> 1 >> shift) ? size << shift : 0;
+}
+
+static bool PrintPlan(const PartRun& run) {
+  const uint64_t size = SizeOf(run.settings.plan);
+  if (size == 0) {
+    return Refuse("plan= wants a size, such as 64M");
+  }
+  Analysis analysis{};
+  if (!BeginAnalysis(run.settings, run.counting, analysis, NoteEvents(run.settings))) {
+    SayRefusal({kErrorNoLogFiles}, run.env, run.settings);
+    return false;
+  }
+  const bool divisible = BeginAloneInTime();
+  if (divisible) {
+    for (const LogPiece& piece : PlanPieces(size)) {
+      puts(TokenOf(piece).c_str());
+    }
+  }
+  EndAnalysis(analysis);
+  return divisible && (fflush(stdout) == 0 || Refuse("the plan could not be written"));
+}
+
+// ---- Counting ----
 
 static bool CountPart(const PartRun& run) {
   Analysis analysis{};
@@ -191,6 +288,34 @@ static bool RefuseFingerprint(const PartName& name, const FingerprintCheck& chec
   MakePrintable(wanted);
   fprintf(stderr, "orvellis: %s was counted with another %s: \"%s\", and not \"%s\"\n", name.text,
           check.other->name, check.found, wanted);
+  return false;
+}
+
+static bool AddPiecesOf(const PartName& name, PartReader& part) {
+  const AddedPieces pieces = AddSavedPieces(part);
+  switch (pieces.added) {
+    case PiecesAdded::kOtherPlan:
+      return RefusePart(name, "is of another plan than what was added before");
+    case PiecesAdded::kNotNext:
+      fprintf(stderr,
+              "orvellis: %s begins with piece %" PRIu64 " of %" PRIu64 ", and piece %" PRIu64 " comes next\n",
+              name.text, pieces.number, pieces.count, pieces.wanted);
+      return false;
+    case PiecesAdded::kApart:
+      return RefusePart(name, "does not go on as the piece before it has ended: a log has changed since");
+    case PiecesAdded::kDamaged:
+      return RefusePart(name, "is no part that this program has written");
+    default:
+      return true;
+  }
+}
+
+static bool AllPiecesAreThere() {
+  AddedPieces missing{};
+  if (!LacksPieces(missing)) {
+    return true;
+  }
+  fprintf(stderr, "orvellis: piece %" PRIu64 " of %" PRIu64 " is missing\n", missing.wanted, missing.count);
   return false;
 }
 
@@ -229,7 +354,8 @@ static bool AddPart(const PartName& name, Sum& sum) {
   if (check.other != nullptr) {
     return RefuseFingerprint(name, check);
   }
-  return AddLogsOf(name, part, sum) && AddCountsOf(name, part, sum) && AllIsThere();
+  return AddPiecesOf(name, part) && AddLogsOf(name, part, sum) && AddCountsOf(name, part, sum) &&
+         AllIsThere();
 }
 
 static bool RefuseRead(const PartName& name, PartRead read) {
@@ -342,6 +468,7 @@ static void PrintPage(const PartRun& run, Analysis& analysis) {
   if (page.begin != nullptr) {
     page.begin(run.env, run.settings);
   }
+  OrderLogsOfPieces();
   const AnalysisEvents told = page.told(run.settings);
   if (page.found != nullptr) {
     page.found(run.env, run.settings);
@@ -361,9 +488,10 @@ static bool MergeParts(const PartRun& run) {
   Sum sum{run, analysis, rules, FingerprintOf(run.edition, rules, analysis)};
   bool made = AddAll(sum);
   ReleasePart(sum.bytes);
+  CollectLogFigures(run.settings, analysis);
   if (made && run.settings.part != nullptr) {
     made = WritePart(run, rules, analysis);
-  } else if (made) {
+  } else if (made && (made = AllPiecesAreThere())) {
     PrintPage(run, analysis);
   }
   EndAnalysis(analysis);
@@ -375,5 +503,9 @@ bool MakePartOrPage(const PartRun& run) {
   if (!CanBeDivided(run.settings, run.counting.limits)) {
     return false;
   }
-  return run.settings.merge != nullptr ? MergeParts(run) : CountPart(run);
+  const Settings& settings = run.settings;
+  return settings.merge != nullptr   ? MergeParts(run)
+         : settings.plan != nullptr  ? PrintPlan(run)
+         : settings.piece != nullptr ? CountPiece(run)
+                                     : CountPart(run);
 }

@@ -1,4 +1,5 @@
-// Runs whose counts are parts: part=FILE writes them down, merge=FILES adds them.
+// Runs whose counts are parts: part=FILE writes them down, merge=FILES adds them; and of pieces of the logs:
+// plan=SIZE names them, piece=TOKEN counts one.
 //
 // The law: the page of merge= is that of one run over all logs, in the order of the parts. A run for which
 // this cannot be is refused before it counts, or where it shows; so is a part that does not fit.
@@ -15,14 +16,24 @@ const char* LastWord(int argc, char* const* argv, std::string_view name);
 
 // Whether the run reads parts, or writes one.
 inline bool IsPartRun(const Settings& settings) {
-  return settings.part != nullptr || settings.merge != nullptr;
+  return settings.part != nullptr || settings.merge != nullptr || settings.plan != nullptr ||
+         settings.piece != nullptr;
 }
 
-// Answers a run that writes a part: refusals are a sentence on standard error.
+// Whether it prints no page.
+inline bool WritesNoPage(const Settings& settings) {
+  return IsPartRun(settings) && (settings.merge == nullptr || settings.part != nullptr);
+}
+
+// Answers a run that prints no page: refusals are a sentence on standard error.
 extern const PageWriter kPartWriter;
 
 // Calls a function for each file that merge= names.
 void FindParts(const Settings& settings, void* context, void (*found)(void* context, const char* path));
+
+// The path of the log of which piece= names a piece; null without one, or where it is no such text. Reads the
+// token from standard input where that holds it.
+const char* LogOfPiece(const Settings& settings);
 
 struct PartRun {
   const Environment& env;

@@ -75,6 +75,8 @@ static void TakeRules(Task& task) {
   if (task.env.command_line != 0 && !IsFormPosted(task.env)) {
     task.settings.part = LastWord(task.input.argc, task.input.argv, "part");
     task.settings.merge = LastWord(task.input.argc, task.input.argv, "merge");
+    task.settings.plan = LastWord(task.input.argc, task.input.argv, "plan");
+    task.settings.piece = LastWord(task.input.argc, task.input.argv, "piece");
   }
   task.settings.no_remote_debug = task.edition->page->info[kPageRemoteDebug] == nullptr;
 }
@@ -97,7 +99,7 @@ static bool TakeParameters(Task& task) {
 static void ChooseOutput(const char* name, Task& task) {
   const PageWriter* const page = FindOutput(*task.edition, name);
   task.output_known = page != nullptr;
-  task.page = task.settings.part != nullptr ? &kPartWriter : task.output_known ? page : task.edition->page;
+  task.page = WritesNoPage(task.settings) ? &kPartWriter : task.output_known ? page : task.edition->page;
 }
 
 static Error CheckRequest(Task& task) {
@@ -227,7 +229,7 @@ static int Finish(Task& task, const Refusal& refusal) {
     task.page->refuse(refusal, task.env, task.settings);
   }
   EndOrvellisCleanup(task.settings);
-  const bool no_part = task.no_part || (refusal.error != kNoError && task.settings.part != nullptr);
+  const bool no_part = task.no_part || (refusal.error != kNoError && WritesNoPage(task.settings));
   return no_part ? kStatusNoPart : FinishPage();
 }
 

@@ -70,6 +70,13 @@ static void AllowLog(void* paths, const char* path, bool plain_file) {
   }
 }
 
+static void AllowPiece(PathsToAllow& paths, const Settings& settings) {
+  const char* const log = LogOfPiece(settings);
+  if (log != nullptr && *log != '\0') {
+    AllowLog(&paths, log, true);
+  }
+}
+
 static void AllowSummary(void* paths, const char* path) {
   PathsToAllow& allow = *static_cast<PathsToAllow*>(paths);
   Landlock& landlock = allow.landlock;
@@ -124,7 +131,9 @@ static int GiveUpFiles(const Settings& settings) {
       .landlock = {}, .landlocked = false, .unpackers = settings.rules.unpacks ? UnpackersFor(settings) : 0};
   Landlock& landlock = paths.landlock;
   paths.landlocked = BeginLandlock(landlock);
-  if (settings.merge == nullptr) {
+  if (settings.piece != nullptr) {
+    AllowPiece(paths, settings);
+  } else if (settings.merge == nullptr) {
     SuperLog_FindAhead(settings, {.context = &paths, .log = AllowLog, .summary = AllowSummary});
   }
   if (!paths.landlocked) {

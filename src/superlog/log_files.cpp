@@ -17,6 +17,7 @@
 #include "superlog/log_limits.h"
 #include "superlog/log_line.h"
 #include "superlog/log_parts.h"
+#include "superlog/log_pieces.h"
 #include "superlog/log_probe.h"
 #include "superlog/log_shares.h"
 #include "superlog/log_store.h"
@@ -260,6 +261,7 @@ void SuperLog_InitWithoutLogs(const Settings& settings, const Limits& limits, ti
   mLogLimits = limits;
   BeginRun(settings.rules.whole_logs);
   ForgetShare();
+  ForgetPieces();
   SetUnpacking(settings.rules.whole_logs && settings.rules.unpacks);
   mAnalysisRangeFirst_t = range_first;
   mAnalysisRangeLast_t = range_last;
@@ -374,8 +376,7 @@ static void TakeReading(LogFile& log) {
   }
 }
 
-// Where a clock change repeats an hour, the line before decides: that of the log before must not.
-static void ForgetLinesBefore() {
+void ForgetLinesBefore() {
   tm winter = {};
   winter.tm_year = 100;
   winter.tm_mday = 1;
@@ -415,6 +416,15 @@ static bool IsUnpackedCopy(LogFile& log) {
   }
   CloseLog();
   return FindUnpackedCopy(log) || !OpenLog(log.name);
+}
+
+void FindUnpackedCopies() {
+  for (LogFile* log = mpLogsRoot; mWholeLogs && log != nullptr; log = log->next) {
+    if (log->original == nullptr && OpenLog(log->name)) {
+      IsUnpackedCopy(*log);
+      CloseLog();
+    }
+  }
 }
 
 // Whether a log that need not be read must be opened to learn whether another one holds the same: what is

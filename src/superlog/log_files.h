@@ -26,3 +26,9 @@ bool AreLogsReadWhole();
 bool IsToBeRead(const LogFile& log);
 bool MayEndItself(const LogFile& log);
 uint64_t BytesToBeRead(const LogFile& log);
+
+// Where a clock change repeats an hour, the line before decides: none that was read before now.
+void ForgetLinesBefore();
+
+// Notes of each compressed log that another one holds the same lines, as reading them all would.
+void FindUnpackedCopies();

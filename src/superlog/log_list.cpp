@@ -181,6 +181,19 @@ void LogsListAdd(const LogFile& file) {
   }
 }
 
+void AppendReading(LogReading& reading, const LogReading& more) {
+  reading.bytes += more.bytes;
+  reading.records.count += more.records.count;
+  reading.records.in_range += more.records.in_range;
+  reading.records.first = std::min(reading.records.first, more.records.first);
+  reading.records.last = std::max(reading.records.last, more.records.last);
+  const int64_t lines = reading.not_understood.lines;
+  if (lines == 0) {
+    reading.not_understood = more.not_understood;
+  }
+  reading.not_understood.lines = lines + more.not_understood.lines;
+}
+
 LogReading& ReadingOf(LogFile& log) {
   if (log.reading == nullptr) {
     log.reading = static_cast<LogReading*>(malloc(sizeof(LogReading)));
@@ -208,6 +221,14 @@ bool DeleteOldEntries() {
   }
   Reindex();
   return true;
+}
+
+void OrderAsPlanned() {
+  std::stable_sort(mEntries, mEntries + mCount,
+                   [](const LogFile* a, const LogFile* b) { return a->planned < b->planned; });
+  if (mCount > 0) {
+    Reindex();
+  }
 }
 
 void ClearLogList() {

@@ -42,6 +42,8 @@ struct LogFile {
   LogReading* reading;    // null: none yet
   ContentHash likeness;   // the same for other runs; {} until somebody asks (log_parts.h)
 
+  uint64_t planned;  // of logs whose pieces were added: the place in the list of the plan
+
   // The list's own.
   LogFile* next;
   LogFile* next_of_name_hash;
@@ -67,6 +69,9 @@ void LogsListAdd(const LogFile& file);
 // exits with status 1.
 LogReading& ReadingOf(LogFile& log);
 
+// Adds what reading the next stretch of the log has told.
+void AppendReading(LogReading& reading, const LogReading& more);
+
 // The entry of a path, compared exactly; null when there is none. It may be
 // changed in its state.
 LogFile* FindLog(const char* name);
@@ -74,5 +79,8 @@ LogFile* FindLog(const char* name);
 // Removes the entries that are still in state kFromSummary; true when there were
 // any.
 bool DeleteOldEntries();
+
+// Puts all entries into the order of the plan.
+void OrderAsPlanned();
 
 void ClearLogList();

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 #include <set>
+#include <string>
 #include <tuple>
 #include <vector>
 
@@ -16,6 +17,8 @@
 #include "superlog/log_files.h"
 #include "superlog/log_format.h"
 #include "superlog/log_list.h"
+#include "superlog/log_pieces.h"
+#include "superlog/log_shares.h"
 #include "superlog/superlog.h"
 #include "unpack/unpacking.h"
 
@@ -46,6 +49,14 @@ void ForgetLogsNotOpened() {
     delete mNotOpened;
     mNotOpened = next;
   }
+}
+
+std::vector<std::string> LogsNotOpened() {
+  std::vector<std::string> paths;
+  for (const NotOpened* noted = mNotOpened; noted != nullptr; noted = noted->next) {
+    paths.emplace_back(noted->path);
+  }
+  return paths;
 }
 
 static void TellNotOpened(const LogEvents& events) {
@@ -85,28 +96,10 @@ static void SaveNotOpened(PartWriter& part) {
 
 // ---- Repeated hours ----
 
-static int64_t OffsetAt(time_t when) {
-  tm local{};
-  TimeToLocal(when, local);
-  return local.tm_gmtoff;
-}
-
-// Whether another time shows the same on a clock.
-static bool IsRepeated(time_t when) {
-  static constexpr time_t kFarFromChange = 86400;
-  const int64_t own = OffsetAt(when);
-  const auto has_twin = [&](time_t other) {
-    const int64_t offset = OffsetAt(other);
-    const time_t twin = when + own - offset;
-    return twin != when && OffsetAt(twin) == offset;
-  };
-  return has_twin(when - kFarFromChange) || has_twin(when + kFarFromChange);
-}
-
 bool BeginsInRepeatedHour() {
   for (const LogFile* log = mpLogsRoot; log != nullptr; log = log->next) {
     if (LookAt(*log).verdict == LogVerdict::kInRange) {
-      return IsRepeated(log->first);
+      return IsTimeRepeated(log->first);
     }
   }
   return false;
@@ -199,6 +192,7 @@ static void SaveNearest(PartWriter& part, const NearLayout& nearest) {
 }
 
 static void SaveReading(PartWriter& part, const LogReading& reading) {
+  PutFigure(part, reading.bytes);
   PutFigure(part, static_cast<uint64_t>(reading.records.count));
   PutFigure(part, static_cast<uint64_t>(reading.records.in_range));
   PutSigned(part, reading.records.first);
@@ -223,6 +217,7 @@ static PackFormat FormatThatShows(const LogFile& log) {
 static void SaveLog(PartWriter& part, const LogFile& log) {
   const uint64_t flags = FlagsOf(log);
   PutText(part, log.name);
+  PutFigure(part, log.planned);
   PutFigure(part, log.size);
   PutSigned(part, log.first);
   PutSigned(part, log.last);
@@ -296,6 +291,7 @@ static void TakeNearest(PartReader& part, NearLayout& nearest) {
 }
 
 static void TakeReading(PartReader& part, LogReading& reading) {
+  reading.bytes = TakeFigureUpTo(part, kMostOfLog);
   reading.records.count = static_cast<int64_t>(TakeFigureUpTo(part, kMostOfLog));
   reading.records.in_range = static_cast<int64_t>(TakeFigureUpTo(part, kMostOfLog));
   reading.records.first = TakeSigned(part);
@@ -316,6 +312,7 @@ struct SavedLog {
 static void TakeLog(PartReader& part, SavedLog& saved) {
   LogFile& log = saved.log;
   TakeName(part, log.name);
+  log.planned = TakeFigure(part);
   log.size = TakeFigure(part);
   log.first = TakeSigned(part);
   log.last = TakeSigned(part);
@@ -351,6 +348,8 @@ struct LogsOfPart {
   std::vector<LogFile*> logs;
   std::vector<uint64_t> originals;  // of each its number within the part, from 1; 0: none
   std::set<Likeness> likenesses;    // of all that are in the list
+  bool goes_on;                     // the next one may be a log that is in the list
+  bool planned;                     // whoever has made the plan has looked for copies
 };
 
 static Likeness LikenessOf(const LogFile& log) {
@@ -360,10 +359,25 @@ static Likeness LikenessOf(const LogFile& log) {
   return {size, log.likeness, reading.records, reading.not_understood.lines};
 }
 
+// The next stretch of a log, which is the part's first one.
+static LogsAdded GoOn(const SavedLog& saved, LogFile& log, LogsOfPart& part) {
+  part.goes_on = false;
+  if (saved.log.reading != nullptr) {
+    AppendReading(ReadingOf(log), saved.reading);
+  }
+  part.logs.push_back(&log);
+  part.originals.push_back(saved.original);
+  return LogsAdded::kAll;
+}
+
 // Where logs are read whole each has its entry; otherwise one with the size and dates of another has none,
 // which matters where it was read.
 static LogsAdded AddLog(const SavedLog& saved, bool whole_logs, LogsOfPart& part) {
-  if (FindLog(saved.log.name) != nullptr) {
+  LogFile* const known = FindLog(saved.log.name);
+  if (known != nullptr && part.goes_on) {
+    return GoOn(saved, *known, part);
+  }
+  if (known != nullptr) {
     return LogsAdded::kTwice;
   }
   LogFile log = saved.log;
@@ -401,8 +415,8 @@ static AddedLogs AddWithLikeness(const SavedLog& saved, LogsOfPart& part) {
     return Refuse(added, saved.log.name);
   }
   const LogFile& log = *part.logs.back();
-  const bool alone =
-      saved.original != 0 || !WouldShowTwice(log) || part.likenesses.insert(LikenessOf(log)).second;
+  const bool alone = part.planned || saved.original != 0 || !WouldShowTwice(log) ||
+                     part.likenesses.insert(LikenessOf(log)).second;
   return Refuse(alone ? LogsAdded::kAll : LogsAdded::kCopy, log.name);
 }
 
@@ -420,7 +434,9 @@ AddedLogs AddSavedLogs(PartReader& part, bool whole_logs) {
   if (!AddNotOpened(part)) {
     return Refuse(LogsAdded::kDamaged);
   }
-  LogsOfPart logs;
+  LogsOfPart logs{};
+  logs.planned = ArePiecesOfAPlan();
+  logs.goes_on = BeginWithinLog();
   if (whole_logs) {
     logs.likenesses = LikenessesOfList();
   }

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "base/part_bytes.h"
 #include "base/text.h"
@@ -21,6 +23,7 @@ RecordRules RulesOfRecords();
 // To be told by LogEvents::log_not_opened where the logs will be written down: keeps the path. When memory
 // runs out, the process exits with status 1.
 void NoteLogNotOpened(const char* path);
+std::vector<std::string> LogsNotOpened();
 
 // Tells again, of all logs that were added: which could not be opened, and how those were looked at that were
 // read whole.

@@ -20,18 +20,11 @@
 static constexpr size_t kNoLog = SIZE_MAX;
 static constexpr LogShare kAllLogs{{0, 0}, {kNoLog, 0}};
 
-// Where nobody knows the state, two readings are not known to be in the same.
-struct State {
-  uint64_t lines = 0;
-  bool known = false;
-};
-
 struct ReadShare {
   LogShare share = kAllLogs;
-  State before;
-  State after;
-  bool ended = false;  // the log in which the share ends has ended before it
-  FileId first;        // of the logs within which it begins and ends
+  time_t time_before = 0;
+  ShareStates states;
+  FileId first;  // of the logs within which it begins and ends
   FileId last;
 };
 static ReadShare mRead;
@@ -40,9 +33,23 @@ void ForgetShare() {
   mRead = {};
 }
 
-void TakeShare(const LogShare& share) {
+void TakeShare(const LogShare& share, time_t before) {
   mRead = {};
   mRead.share = share;
+  mRead.time_before = before;
+  mRead.states.within = share.from.offset > 0;
+}
+
+ShareStates StatesOfShare() {
+  return mRead.states;
+}
+
+bool IsSame(const ReadState& a, const ReadState& b) {
+  return a.known && b.known && a.lines == b.lines;
+}
+
+bool Follows(const ShareStates& last, const ShareStates& next) {
+  return (next.alone || IsSame(last.after, next.before)) && !last.ended;
 }
 
 // ---- Dividing ----
@@ -86,8 +93,7 @@ struct Surroundings {
   char bytes[kBefore + kBehind];
 };
 
-// Behind the first end of a line at or behind wanted, where another one begins; 0: there is none near it.
-static LogPlace PlaceNear(const LogFile& log, int64_t wanted) {
+LogPlace PlaceNear(const LogFile& log, int64_t wanted) {
   static Surroundings around;
   const LogPlace nowhere{log.place, 0};
   const int file = OpenToRead(log.name).file;
@@ -153,6 +159,10 @@ std::vector<LogShare> DivideLogs(size_t most, uint64_t least) {
   return shares;
 }
 
+bool IsDivisible(const LogFile& log) {
+  return WorkOf(log, 0).divisible;
+}
+
 // ---- The way through a share ----
 
 LogFile* FirstLogOfShare() {
@@ -181,26 +191,21 @@ Stretch StretchOf(const LogFile& log) {
 
 // ---- Into the state of those who have read what is before ----
 
-static State StateNow() {
-  State state;
+ReadState StateNow() {
+  ReadState state;
   state.known = StateOfLines(state.lines);
   return state;
 }
 
-// Between two logs. Those that are read whole know nothing of each other.
-static State StateBetweenLogs() {
-  return AreLogsReadWhole() ? State{0, true} : StateNow();
-}
-
-// Which offset a repeated hour takes is told by the line before.
-static void PassTimeBefore(const LogFile& log) {
+void PassTimeBefore(const LogFile& log) {
   const LogFile* before = nullptr;
   for (const LogFile* other = mpLogsRoot; other != &log; other = other->next) {
     before = IsToBeRead(*other) ? other : before;
   }
+  const time_t last = before != nullptr ? before->last : mRead.time_before;
   tm local{};
-  if (before != nullptr && TimeToLocal(before->last, local)) {
-    local.tm_isdst = -1;
+  ForgetLinesBefore();
+  if (last != 0 && TimeToLocal(last, local)) {
     LocalToTime(local);
   }
 }
@@ -208,30 +213,34 @@ static void PassTimeBefore(const LogFile& log) {
 void ShareBegins() {
   const LogPlace& from = mRead.share.from;
   const LogFile* const first = FirstLogOfShare();
-  if (from.offset > 0 || first == nullptr) {
+  if (first == nullptr) {
     return;
   }
-  if (from.log > 0 && !AreLogsReadWhole()) {
+  const bool behind_lines = from.log > 0 || from.offset > 0 || mRead.time_before != 0;
+  if (behind_lines && !AreLogsReadWhole()) {
     PassTimeBefore(*first);
   }
-  mRead.before = StateBetweenLogs();
+  if (from.offset == 0) {
+    mRead.states.before = StateNow();
+    mRead.states.alone = AreLogsReadWhole() || !IsTimeRepeated(first->first);
+  }
 }
 
 void LogOfShareRead(const LogFile& log, bool by_record) {
   if (log.place == mRead.share.to.log) {
-    mRead.after = StateNow();
-    mRead.ended = !IsStopped() || by_record;
+    mRead.states.after = StateNow();
+    mRead.states.ended = !IsStopped() || by_record;
     mRead.last = IdOfLog();
   }
 }
 
 void ShareEnds() {
   if (mRead.share.to.offset == 0) {
-    mRead.after = StateBetweenLogs();
+    mRead.states.after = StateNow();
   }
 }
 
-static void PassLinesTo(int64_t offset) {
+void PassLinesTo(int64_t offset) {
   StopLinesAt(offset);
   for (SuperLogRecord record{}; SuperLog_ParseNextLine(record);) {
   }
@@ -239,20 +248,23 @@ static void PassLinesTo(int64_t offset) {
 
 static constexpr int64_t kFirstLines = 64 << 10;  // bytes that tell the layout
 
+void GoToPlace(const LogPlace& place) {
+  PassLinesTo(std::min(kFirstLines, place.offset / 2));
+  if (NextLineOffset() < place.lead) {
+    GoToLine(place.lead);
+  }
+  PassLinesTo(place.offset);
+}
+
 void GoToStretch() {
-  const LogPlace& from = mRead.share.from;
   const LogEvents events = std::exchange(mLogEvents, {});
   const SuperLong bytes = TotalLogBytesRead();
   const int64_t lines = LinesNotUnderstood();
-  PassLinesTo(std::min(kFirstLines, from.offset / 2));
-  if (NextLineOffset() < from.lead) {
-    GoToLine(from.lead);
-  }
-  PassLinesTo(from.offset);
+  GoToPlace(mRead.share.from);
   SetTotalLogBytesRead(bytes);
   ForgetLinesNotUnderstood(lines);
   mLogEvents = events;
-  mRead.before = StateNow();
+  mRead.states.before = StateNow();
   mRead.first = IdOfLog();
 }
 
@@ -276,11 +288,9 @@ static void SaveLog(PartWriter& part, const LogFile& log) {
 
 void SaveShare(PartWriter& part) {
   PutBytes(part, mRead.share);
-  PutBytes(part, mRead.before);
-  PutBytes(part, mRead.after);
+  PutBytes(part, mRead.states);
   PutBytes(part, mRead.first);
   PutBytes(part, mRead.last);
-  PutFigure(part, mRead.ended ? 1 : 0);
   for (const LogFile* log = FirstLogOfShare(); log != nullptr && IsInShare(*log); log = log->next) {
     SaveLog(part, *log);
   }
@@ -306,16 +316,7 @@ static void AddReading(LogFile& log, const LogReading& more) {
   if (IsFirstOf(log)) {
     reading = {};
   }
-  reading.bytes += more.bytes;
-  reading.records.count += more.records.count;
-  reading.records.in_range += more.records.in_range;
-  reading.records.first = std::min(reading.records.first, more.records.first);
-  reading.records.last = std::max(reading.records.last, more.records.last);
-  const int64_t lines = reading.not_understood.lines;
-  if (lines == 0) {
-    reading.not_understood = more.not_understood;
-  }
-  reading.not_understood.lines = lines + more.not_understood.lines;
+  AppendReading(reading, more);
 }
 
 static void AddLog(PartReader& part, LogFile& log) {
@@ -355,20 +356,13 @@ static bool SeemsToBeCopy(const LogFile& log) {
   return false;
 }
 
-static bool Follows(const ReadShare& last, const ReadShare& next) {
-  const bool same = last.after.known && next.before.known && last.after.lines == next.before.lines;
-  return same && !last.ended && last.last == next.first;
-}
-
 bool AddShare(PartReader& part) {
   const ReadShare last = mRead;
   TakeBytes(part, mRead.share);
-  TakeBytes(part, mRead.before);
-  TakeBytes(part, mRead.after);
+  TakeBytes(part, mRead.states);
   TakeBytes(part, mRead.first);
   TakeBytes(part, mRead.last);
-  mRead.ended = TakeFigureUpTo(part, 1) != 0;
-  if (part.damaged || !Follows(last, mRead)) {
+  if (part.damaged || !Follows(last.states, mRead.states) || last.last != mRead.first) {
     return false;
   }
   for (LogFile* log = FirstLogOfShare(); log != nullptr && IsInShare(*log); log = log->next) {

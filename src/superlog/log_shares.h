@@ -31,8 +31,33 @@ struct LogShare {
 // of it need be read, or may end the reading of itself.
 std::vector<LogShare> DivideLogs(size_t most, uint64_t least);
 
-// From here on there is nothing to be read but this share.
-void TakeShare(const LogShare& share);
+// From here on there is nothing to be read but this share. before: the time of the last line of the log that
+// is read before the first one, where the list does not hold it.
+void TakeShare(const LogShare& share, time_t before = 0);
+
+// The states in which a share was read. Where nobody knows a state, two readings are not known to be in the
+// same.
+struct ReadState {
+  uint64_t lines = 0;
+  bool known = false;
+};
+
+struct ShareStates {
+  ReadState before;
+  ReadState after;
+  bool alone = false;   // it is read alike behind whatever is before it
+  bool within = false;  // it begins within a log
+  bool ended = false;   // the log in which it ends has ended before it
+};
+
+// False where one of both is not known.
+bool IsSame(const ReadState& a, const ReadState& b);
+
+// Of the share at hand, when all of it was read.
+ShareStates StatesOfShare();
+
+// Whether a reading in the one states goes on as one in the others has ended.
+bool Follows(const ShareStates& last, const ShareStates& next);
 
 // Writes down what this process has learnt of the logs of its share, and in which states it has read it; when
 // all of it has been read.
@@ -43,6 +68,24 @@ void SaveShare(PartWriter& part);
 // in which the one before has ended, or when a log of it seems to be a copy of one in another share: then
 // what was counted of it is of no use, and some of it may be in the list.
 bool AddShare(PartReader& part);
+
+// ---- For whoever divides a log in another way ----
+
+// Whether that log may be divided.
+bool IsDivisible(const LogFile& log);
+
+// Behind the first end of a line at or behind wanted, where another one begins; 0: there is none near it.
+LogPlace PlaceNear(const LogFile& log, int64_t wanted);
+
+// Makes the last line of the log that is read before that one the last one that was read: which offset a
+// repeated hour takes is told by the line before. Where there is none it is one of a winter.
+void PassTimeBefore(const LogFile& log);
+
+// In the log that was opened, reads the lines before an offset, for their state alone; the same of no more
+// lines than who begins there looks at.
+void PassLinesTo(int64_t offset);
+void GoToPlace(const LogPlace& place);
+ReadState StateNow();
 
 // ---- For the reading itself ----
 

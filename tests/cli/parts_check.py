@@ -5,9 +5,9 @@ the counts are merged, and the page must be the same bytes as that of one run.
     parts_check.py PROGRAM PROJECT [CASE...]
 
 Every case of a shell that has logs is asked in both editions, its parts one by one, through standard input, and
-summed up as a tree; a case of one log is asked with that log cut into three, too. A run may refuse to be divided,
-for one of the reasons below and never for another; then nothing may be printed. Parts are added in the order of
-names: cases whose summary file has another one are left out.
+summed up as a tree; a case of one log is asked with that log cut into three, too; and each with the pieces of a plan.
+A run may refuse to be divided, for one of the reasons below and never for another; then nothing may be printed. Parts
+of logs are added in the order of names: cases whose summary file has another one are asked by the plan alone.
 """
 import collections
 import concurrent.futures
@@ -26,8 +26,9 @@ import agreement  # pylint: disable=wrong-import-position
 
 PROGRAM = str(pathlib.Path(sys.argv[1]).resolve())
 NO_PART = 4
-LEAST_SAME = 400  # pages that were made of several parts
+LEAST_SAME = 750  # pages that were made of several parts
 PIECES = 3
+SIZE_OF_PIECES = b"80"
 REASONS = {
     "debug": rb"orvellis: the counts of a run with debug cannot be added to others\n",
     "look-ups": rb"orvellis: the counts of a run that looks up names while it counts \(dnslookupenabled\) "
@@ -150,9 +151,24 @@ def count_parts(case, logs):
     return parts, None
 
 
-def end_of(path, edition, cut):
+def count_pieces(case):
+    """A part of each piece of the plan, or why there is none."""
+    status, plan, said = case.run(case.make("planning"), [b"plan=" + SIZE_OF_PIECES])
+    if status != 0 or said:
+        return None, refused((status, plan, said)) or f"planning: {status, said}"
+    parts = []
+    for number, piece in enumerate(plan.splitlines()):
+        part = case.folder / f"{number:04}.part"
+        done = case.run(case.make("counting"), [b"piece=" + piece, b"part=" + os.fsencode(part)])
+        if done != (0, b"", b""):
+            return None, refused(done) or f"counting {piece}: {done}"
+        parts.append(part)
+    return parts, None
+
+
+def end_of(path, edition, way):
     try:
-        return check(path, edition, cut)
+        return check(path, edition, way)
     except Exception as problem:  # pylint: disable=broad-except
         return f"{type(problem).__name__}: {problem}"
 
@@ -187,19 +203,18 @@ def has_one_plain_log(path):
         return len(logs) == 1 and (made / logs[0]).is_file() and case.config(made).is_file()
 
 
-def check(path, edition, cut):
+def check(path, edition, way):
     """same, whole (a single log), no report, or a reason; anything else is a failure."""
     with tempfile.TemporaryDirectory() as folder:
-        case = Case(path, edition, folder, False)
-        case.cut = cut
+        case = Case(path, edition, folder, way == "cut")
         plain_folder = case.make("plain")
         logs = case.logs(plain_folder)
-        if len(logs) > 1 and any(name.endswith(".ORV") for name in case.files):
+        if way != "plan" and len(logs) > 1 and any(name.endswith(".ORV") for name in case.files):
             return "another order"
         plain = case.run(plain_folder)
         if not logs or not is_report(plain):
             return "no report"
-        parts, why = count_parts(case, logs)
+        parts, why = count_pieces(case) if way == "plan" else count_parts(case, logs)
         if parts is None:
             return why
         for done in merged_in_all_ways(case, parts):
@@ -229,16 +244,16 @@ def main():
     names = sys.argv[3:]
     cases = [path for path in agreement.all_cases() if is_of_a_shell(agreement.files_of(path))
              and (not names or str(path.relative_to(agreement.CASES)) in names)]
-    jobs = [(path, edition, cut) for path in cases for cut in (False, True) if not cut or has_one_plain_log(path)
-            for edition in (b"classic", b"modern")]
+    jobs = [(path, edition, way) for path in cases for way in ("logs", "cut", "plan")
+            if way != "cut" or has_one_plain_log(path) for edition in (b"classic", b"modern")]
     ends, failures = collections.Counter(), 0
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-        for (path, edition, cut), end in zip(jobs, pool.map(lambda job: end_of(*job), jobs)):
+        for (path, edition, way), end in zip(jobs, pool.map(lambda job: end_of(*job), jobs)):
             known = end in ("same", "whole", "no report", "another order") or end in REASONS
             ends[end if known else "failed"] += 1
             if not known:
                 failures += 1
-                print(f"{path.relative_to(agreement.CASES)} ({edition.decode()}{', cut' if cut else ''}): {end}")
+                print(f"{path.relative_to(agreement.CASES)} ({edition.decode()}, {way}): {end}")
     print(", ".join(f"{count} {end}" for end, count in ends.most_common()))
     sys.exit(1 if failures or (not names and ends["same"] < LEAST_SAME) else 0)
 

@@ -77,23 +77,6 @@ class LogShares : public AccountLogs {
     return AddShare(part) && part.next == part.end;
   }
 
-  static std::string States() {
-    std::string text;
-    const void* place = nullptr;
-    for (LogState log; SuperLog_NextState(place, log);) {
-      text += std::string(log.path) + "|" + std::to_string(log.records.count) + "|" +
-              std::to_string(log.records.in_range) + "|" + std::to_string(log.records.first) + "|" +
-              std::to_string(log.records.last) + "|" + std::to_string(log.lines_not_understood) + "|" +
-              std::to_string(log.first_not_understood) + "|" + log.line + "\n";
-    }
-    return text + std::to_string(SuperLogBytes()) + " " + std::to_string(SuperLog_GetLinesNotUnderstood()) +
-           " " + std::to_string(SuperLog_GetRecordsRead());
-  }
-
-  static int64_t SuperLogBytes() {
-    return static_cast<int64_t>(SuperLongToBytes(SuperLog_GetTotalLogBytesRead()));
-  }
-
   // Each begins where the one before has ended, and all begin and end as the logs do.
   static void ExpectAllOnce(const std::vector<LogShare>& shares) {
     ASSERT_FALSE(shares.empty());
@@ -235,13 +218,13 @@ TEST_F(LogShares, ComeToWhatOneReadingComesTo) {
     records_ = 0;
     Read();
     const int64_t records = records_;
-    const std::string states = whole ? States() : "";
+    const std::string states = whole ? StatesOfLogs() : "";
     for (const size_t most : {2U, 3U, 5U, 16U}) {
       const std::vector<LogShare> shares = Divide(most, 64);
       EXPECT_EQ(shares.size(), most);
       EXPECT_EQ(ReadInShares(shares), most - 1);
       EXPECT_EQ(records_, records);
-      EXPECT_EQ(whole ? States() : "", states);
+      EXPECT_EQ(whole ? StatesOfLogs() : "", states);
     }
   }
 }
@@ -270,6 +253,20 @@ TEST_F(LogShares, DoNotFollowALogThatEndsItself) {
   const std::string late = Lines(1, "\n", "05/Apr/2000:10:00:00");
   AddLog("a.log", Lines(400) + late + Lines(1000));
   EXPECT_LT(ReadInShares(Divide(4, 64)), 3U);
+}
+
+// A log that begins at a time of which the clock leaves no doubt is read alike behind any other.
+TEST_F(LogShares, OfOtherLogsFollowWhateverTheyEndedWith) {
+  settings_.rules.whole_logs = false;
+  setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
+  ResetLocalTime();
+  AddLog("a.log", Lines(300) + "h - - [30/Jul/1890:10:00:00 +0000] \"GET /old HTTP/1.0\" 200 1\n" + Lines(1) +
+                      "h - - [30/Jul/2001:10:00:00 +0000] \"GET\n");
+  AddLog("b.log", Lines(300));
+  std::vector<LogShare> shares = Divide(2, 64);
+  ASSERT_EQ(shares.size(), 2U);
+  shares[0].to = shares[1].from = {1, 0};
+  EXPECT_EQ(ReadInShares(shares), 1U);
 }
 
 TEST_F(LogShares, ThatAreDamagedAreNotAdded) {

@@ -94,6 +94,22 @@ class AccountLogs : public testing::Test {
     return count;
   }
 
+  // What the logs have come to, where they are read whole.
+  static std::string StatesOfLogs() {
+    std::string text;
+    const void* place = nullptr;
+    for (LogState log; SuperLog_NextState(place, log);) {
+      text += std::string(log.path) + "|" + (log.copy_of == nullptr ? "" : log.copy_of) + "|" +
+              std::to_string(log.records.count) + "|" + std::to_string(log.records.in_range) + "|" +
+              std::to_string(log.records.first) + "|" + std::to_string(log.records.last) + "|" +
+              std::to_string(log.lines_not_understood) + "|" + std::to_string(log.first_not_understood) +
+              "|" + log.line + "\n";
+    }
+    const auto bytes = static_cast<int64_t>(SuperLongToBytes(SuperLog_GetTotalLogBytesRead()));
+    return text + std::to_string(bytes) + " " + std::to_string(SuperLog_GetLinesNotUnderstood()) + " " +
+           std::to_string(SuperLog_GetRecordsRead());
+  }
+
   std::string folder_;
   Settings settings_{};
 };

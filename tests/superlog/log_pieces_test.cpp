@@ -1,0 +1,451 @@
+#include "superlog/log_pieces.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <string>
+#include <vector>
+
+#include "superlog/log_parts.h"
+#include "superlog/superlog.h"
+#include "support/account_logs.h"
+#include "support/part_text.h"
+#include "unpack/packed.h"
+#include "unpack/unpacking.h"
+
+namespace {
+
+constexpr time_t kMarch = 951868800;
+constexpr time_t kBehind = kMarch + 300 * int64_t{86400};
+
+// Lines that differ, each ended so.
+std::string Lines(int count, const std::string& end = "\n",
+                  const std::string& time = "05/Mar/2000:10:00:00") {
+  std::string text;
+  for (int i = 0; i < count; ++i) {
+    const std::string line = ToText({.time = time, .url = "/" + std::to_string(i)});
+    text += line.substr(0, line.size() - 1) + end;
+  }
+  return text;
+}
+
+std::string TabLines(int count) {
+  std::string text;
+  for (int i = 0; i < count; ++i) {
+    text += "03/05/00\t10:00:00\thost.example.com\t/" + std::to_string(i) + "\n";
+  }
+  return text;
+}
+
+class LogPieces : public AccountLogs {
+ protected:
+  LogPieces() { settings_.rules.whole_logs = true; }
+  ~LogPieces() override { ResetSuperLog(); }
+
+  const Limits& limits() const { return settings_.rules.whole_logs ? kModernLimits : kClassicLimits; }
+  bool whole() const { return settings_.rules.whole_logs; }
+  std::string PathOf(const std::string& name) const { return folder_ + "/" + name; }
+
+  void Begin() {
+    ResetSuperLog();
+    ResetLocalTime();
+    CopyText(settings_.summary, std::to_string(++runs_));  // none knows of the logs of another
+    SuperLog_Init(settings_, limits(), kMarch, kBehind - 1, {.log_not_opened = NoteLogNotOpened});
+  }
+
+  void BeginWithoutLogs() {
+    ResetSuperLog();
+    ResetLocalTime();
+    SuperLog_InitWithoutLogs(settings_, limits(), kMarch, kBehind - 1, {.log_not_opened = NoteLogNotOpened});
+  }
+
+  std::vector<LogPiece> Plan(uint64_t size) {
+    Begin();
+    return PlanPieces(size);
+  }
+
+  // What a run of its own writes of a piece.
+  std::string Count(const LogPiece& piece) {
+    BeginWithoutLogs();
+    TakePiece(piece);
+    records_ += ReadAllLogs(kMarch, kBehind);
+    EXPECT_EQ(HashBeginnings(), nullptr);
+    return WrittenPart([](PartWriter& part) {
+      SavePieces(part);
+      SaveLogs(part);
+    });
+  }
+
+  std::vector<std::string> CountAll(const std::vector<LogPiece>& plan) {
+    std::vector<std::string> parts;
+    records_ = 0;
+    for (const LogPiece& piece : plan) {
+      parts.push_back(Count(piece));
+    }
+    return parts;
+  }
+
+  AddedPieces Add(const std::string& bytes) const {
+    const PartText text(bytes);
+    PartReader part = text.reader();
+    const AddedPieces pieces = AddSavedPieces(part);
+    if (pieces.added == PiecesAdded::kAll) {
+      EXPECT_EQ(AddSavedLogs(part, whole()).added, LogsAdded::kAll);
+      EXPECT_EQ(part.next, part.end);
+    }
+    return pieces;
+  }
+
+  // How many of them could be added, in their order.
+  size_t Merge(const std::vector<std::string>& parts) {
+    BeginWithoutLogs();
+    size_t added = 0;
+    while (added < parts.size() && Add(parts[added]).added == PiecesAdded::kAll) {
+      ++added;
+    }
+    OrderLogsOfPieces();
+    return added;
+  }
+
+  // The pieces of a plan come to what one run comes to; how many there are.
+  size_t ExpectSame(uint64_t size) {
+    Begin();
+    const int64_t records = ReadAllLogs(kMarch, kBehind);
+    const std::string states = whole() ? StatesOfLogs() : "";
+    const std::vector<LogPiece> plan = Plan(size);
+    const std::vector<std::string> parts = CountAll(plan);
+    EXPECT_EQ(records_, records) << size;
+    EXPECT_EQ(Merge(parts), parts.size()) << size;
+    AddedPieces missing{};
+    EXPECT_FALSE(LacksPieces(missing));
+    EXPECT_EQ(whole() ? StatesOfLogs() : "", states) << size;
+    return plan.size();
+  }
+
+  int runs_ = 0;
+  int64_t records_ = 0;
+};
+
+// Each begins where the one before has ended, and says which one it is.
+void ExpectAllOnce(const std::vector<LogPiece>& plan) {
+  for (size_t i = 0; i < plan.size(); ++i) {
+    const LogPiece& piece = plan[i];
+    EXPECT_EQ(piece.number, i);
+    EXPECT_EQ(piece.count, plan.size());
+    EXPECT_EQ(piece.plan, plan[0].plan);
+    const bool goes_on = i > 0 && plan[i - 1].to != kNoStop;
+    EXPECT_EQ(piece.from, goes_on ? plan[i - 1].to : 0);
+    EXPECT_TRUE(!goes_on || plan[i - 1].path == piece.path);
+    EXPECT_TRUE(i + 1 < plan.size() || piece.to == kNoStop);
+  }
+}
+
+// ---- The plan ----
+
+TEST_F(LogPieces, CoverEverythingOnce) {
+  AddLog("a.log", Lines(300));
+  AddLog("b.log", "");
+  AddLog("c.log", Lines(3));
+  AddLog("d.log", Lines(100, "\r\n") + Lines(100) + "no line end");
+  AddLog("e.log", Lines(1, ""));
+  AddLog("f.log", "\n\n\n");
+  for (const bool whole : {false, true}) {
+    settings_.rules.whole_logs = whole;
+    for (const uint64_t size : {1U, 64U, 1000U, 5000U, 1U << 30}) {
+      ExpectAllOnce(Plan(size));
+      EXPECT_GE(ExpectSame(size), size > 5000 ? 4U : 5U);
+    }
+  }
+}
+
+TEST_F(LogPieces, AreSingleLinesWhereTheyAreAsSmall) {
+  for (const std::string end : {"\n", "\r\n", "\n\n", "\n\r\n\n"}) {
+    const std::string text = Lines(50, end);
+    AddLog("a.log", text);
+    const std::vector<LogPiece> plan = Plan(1);
+    EXPECT_EQ(plan.size(), 50U);
+    for (const LogPiece& piece : plan) {
+      const auto from = static_cast<size_t>(piece.from);
+      EXPECT_TRUE(from == 0 || (text[from - 1] == end.back() && text[from] == 's')) << from;
+      EXPECT_LE(piece.lead, piece.from);
+    }
+    EXPECT_EQ(ExpectSame(1), 50U);
+  }
+}
+
+TEST_F(LogPieces, AreOfAboutTheSizeThatIsAsked) {
+  const std::string text = Lines(4000);
+  AddLog("a.log", text);
+  const std::vector<LogPiece> plan = Plan(text.size() / 8);
+  ASSERT_EQ(plan.size(), 8U);
+  for (size_t i = 1; i < plan.size(); ++i) {
+    EXPECT_NEAR(static_cast<double>(plan[i].from), static_cast<double>(text.size() / 8 * i), 200.0);
+  }
+  EXPECT_EQ(Plan(text.size()).size(), 1U);
+  EXPECT_EQ(Plan(UINT64_MAX).size(), 1U);
+}
+
+TEST_F(LogPieces, AreNotWithoutBound) {
+  AddLog("a.log", Lines(2000));
+  const size_t most = Plan(1).size();
+  EXPECT_GT(most, 200U);
+  EXPECT_LE(most, 256U);
+}
+
+TEST_F(LogPieces, OfNothingAreOne) {
+  settings_.rules.whole_logs = false;
+  AddLog("a.log", "");
+  const std::vector<LogPiece> plan = Plan(1000);
+  ASSERT_EQ(plan.size(), 1U);
+  EXPECT_EQ(plan[0].path, "");
+  EXPECT_TRUE(IsAsPlanned(plan[0]));
+  EXPECT_EQ(ExpectSame(1000), 1U);
+}
+
+TEST_F(LogPieces, OfOtherLogsAreOfAnotherPlan) {
+  AddLog("a.log", Lines(100));
+  const uint64_t before = Plan(1000)[0].plan;
+  EXPECT_EQ(Plan(1000)[0].plan, before);
+  EXPECT_NE(Plan(2000)[0].plan, before);
+  AddLog("a.log", Lines(100, "\n", "05/Mar/2000:10:00:01"));
+  EXPECT_NE(Plan(1000)[0].plan, before);
+}
+
+TEST_F(LogPieces, DivideNoCompressedLog) {
+  CopyText(settings_.logs, folder_ + "/*");
+  AddLog("a.log.gz", "\x1f\x8b\x08" + Lines(100));
+  AddLog("b.log", "\x1f\x8b\x08" + Lines(200));
+  AddLog("c.log", std::string("\x28\xb5\x2f\xfd", 4) + Lines(100));
+  EXPECT_EQ(Plan(64).size(), 3U);
+}
+
+TEST_F(LogPieces, DivideNoLogThatMayEndItself) {
+  settings_.rules.whole_logs = false;
+  AddLog("a.log", Lines(100) + Lines(1, "\n", "05/Apr/2001:10:00:00"));
+  EXPECT_EQ(Plan(64).size(), 1U);
+  settings_.rules.whole_logs = true;  // where no record ends a log
+  EXPECT_GT(Plan(64).size(), 50U);
+}
+
+// ---- Lines that decide how others are read ----
+
+TEST_F(LogPieces, BeginNowhereBehindALineThatChangesHowTheNextOnesAreRead) {
+  const std::string tabs = "!!LOG_FORMAT DATE TIME HOSTNAME URL\n" + TabLines(2000);
+  for (const bool whole : {false, true}) {
+    settings_.rules.whole_logs = whole;
+    AddLog("a.log", Lines(1000) + tabs);
+    const std::vector<LogPiece> plan = Plan(1000);
+    EXPECT_GT(plan.size(), 50U);
+    EXPECT_LT(plan.back().from, static_cast<int64_t>(Lines(1000).size()) + 6000);
+    EXPECT_EQ(ExpectSame(1000), plan.size());
+  }
+}
+
+TEST_F(LogPieces, BeginBehindHeaderLinesThatSayTheSame) {
+  const std::string tabs = "!!LOG_FORMAT DATE TIME HOSTNAME URL\n" + TabLines(500);
+  AddLog("a.log", tabs + tabs + tabs + tabs);
+  for (const bool whole : {false, true}) {
+    settings_.rules.whole_logs = whole;
+    EXPECT_GT(ExpectSame(1000), 50U);
+  }
+}
+
+TEST_F(LogPieces, BeginNowhereBehindALineOfAnotherLayout) {
+  const std::string json =
+      R"({"time":"2000-03-05T10:00:00Z","remote_addr":"192.0.2.1","request":"GET /j HTTP/1.1","status":200,)"
+      R"("bytes_sent":5})"
+      "\n";
+  AddLog("a.log", Lines(1000) + json + Lines(1000));
+  const size_t pieces = ExpectSame(1000);
+  EXPECT_GT(pieces, 80U);
+  EXPECT_LT(pieces, 130U);
+}
+
+// The log begins in winter: without the lines before it a repeated hour is one of winter, too.
+TEST_F(LogPieces, BeginNowhereInARepeatedHour) {
+  settings_.rules.whole_logs = false;
+  setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
+  const auto autumn = [](const char* hour) {
+    return Lines(100, "\n", std::string("29/Oct/2000:") + hour + ":10:00");
+  };
+  AddLog("a.log", Lines(100) + autumn("01") + autumn("02"));
+  const size_t pieces = ExpectSame(1000);
+  EXPECT_GT(pieces, 18U);
+  EXPECT_LT(pieces, 28U);
+}
+
+TEST_F(LogPieces, BeginWithARepeatedHourAsTheLogBeforeHasEnded) {
+  settings_.rules.whole_logs = false;
+  for (const char* const before : {"29/Oct/2000:01:50:00", "29/Oct/2000:03:10:00", "05/Mar/2000:10:00:00"}) {
+    setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
+    AddLog("a.log", Lines(10, "\n", before));
+    AddLog("b.log", Lines(10, "\n", "29/Oct/2000:02:30:00"));
+    AddLog("c.log", Lines(10, "\n", "29/Oct/2000:02:40:00"));
+    EXPECT_EQ(ExpectSame(1U << 20), 3U) << before;
+  }
+}
+
+// ---- Logs that are other ones by now ----
+
+TEST_F(LogPieces, AreAsPlannedWhileTheirLogsGrow) {
+  const std::string text = Lines(100);
+  AddLog("a.log", text);
+  const std::vector<LogPiece> plan = Plan(1000);
+  ASSERT_GT(plan.size(), 5U);
+  const auto as_planned = [&] {
+    const bool first = IsAsPlanned(plan.front());
+    EXPECT_EQ(IsAsPlanned(plan.back()), first);
+    return first;
+  };
+  EXPECT_TRUE(as_planned());
+  AddLog("a.log", text + "more\n");
+  EXPECT_TRUE(as_planned());
+  AddLog("a.log", text.substr(0, text.size() - 1));
+  EXPECT_FALSE(as_planned());
+  AddLog("a.log", "other lines\n" + text);
+  EXPECT_FALSE(as_planned());
+  unlink(PathOf("a.log").c_str());
+  EXPECT_FALSE(as_planned());
+}
+
+TEST_F(LogPieces, OfLogsThatCouldNotBeReadAreAsPlanned) {
+  LogPiece piece;
+  piece.path = PathOf("none.log");
+  EXPECT_TRUE(IsAsPlanned(piece));
+}
+
+TEST_F(LogPieces, DoNotFollowAChangeThatComesLater) {
+  AddLog("a.log", Lines(1000) + TabLines(1000));
+  const std::vector<LogPiece> plan = Plan(4000);
+  std::string changed = Lines(1000) + TabLines(1000);
+  const std::string header = "!!LOG_FORMAT DATE TIME HOSTNAME URL";
+  AddLog("a.log", changed.replace(Lines(900).size(), header.size(), header));
+  EXPECT_TRUE(IsAsPlanned(plan.back()));
+  EXPECT_LT(Merge(CountAll(plan)), plan.size());
+}
+
+// ---- Their counts ----
+
+class AddedLogPieces : public LogPieces {
+ protected:
+  AddedLogPieces() {
+    AddLog("a.log", Lines(60));
+    AddLog("b.log", Lines(20));
+    plan_ = Plan(1000);
+    parts_ = CountAll(plan_);
+    BeginWithoutLogs();
+  }
+
+  std::vector<LogPiece> plan_;
+  std::vector<std::string> parts_;
+};
+
+TEST_F(AddedLogPieces, FollowEachOther) {
+  ASSERT_GE(parts_.size(), 4U);
+  EXPECT_EQ(Add(parts_[0]).added, PiecesAdded::kAll);
+  EXPECT_FALSE(BeginWithinLog());
+  const AddedPieces gap = Add(parts_[2]);
+  EXPECT_EQ(gap.added, PiecesAdded::kNotNext);
+  EXPECT_EQ(gap.number, 3U);
+  EXPECT_EQ(gap.wanted, 2U);
+  EXPECT_EQ(gap.count, parts_.size());
+  EXPECT_EQ(Add(parts_[0]).added, PiecesAdded::kNotNext);
+  EXPECT_EQ(Add(parts_[1]).added, PiecesAdded::kAll);
+  EXPECT_TRUE(BeginWithinLog());
+}
+
+TEST_F(AddedLogPieces, MayBeLacked) {
+  AddedPieces missing{};
+  EXPECT_EQ(Add(parts_[1]).added, PiecesAdded::kAll);
+  EXPECT_TRUE(LacksPieces(missing));
+  EXPECT_EQ(missing.wanted, 1U);
+  BeginWithoutLogs();
+  EXPECT_EQ(Add(parts_[0]).added, PiecesAdded::kAll);
+  EXPECT_TRUE(LacksPieces(missing));
+  EXPECT_EQ(missing.wanted, 2U);
+  EXPECT_EQ(missing.count, parts_.size());
+}
+
+TEST_F(AddedLogPieces, AreOfOnePlan) {
+  AddLog("b.log", Lines(21));
+  const std::vector<LogPiece> other = Plan(1000);
+  ASSERT_EQ(other.size(), plan_.size());
+  const std::string part = Count(other[1]);
+  BeginWithoutLogs();
+  EXPECT_EQ(Add(parts_[0]).added, PiecesAdded::kAll);
+  EXPECT_EQ(Add(part).added, PiecesAdded::kOtherPlan);
+  BeginWithoutLogs();
+  EXPECT_EQ(Add(WrittenPart([](PartWriter& none) {
+              SavePieces(none);
+              SaveLogs(none);
+            })).added,
+            PiecesAdded::kAll);
+  EXPECT_FALSE(ArePiecesOfAPlan());
+  EXPECT_EQ(Add(parts_[0]).added, PiecesAdded::kOtherPlan);
+}
+
+TEST_F(AddedLogPieces, MayBeSumsOfOthers) {
+  const std::string states = (Merge(parts_), StatesOfLogs());
+  const size_t half = parts_.size() / 2;
+  std::vector<std::string> sums;
+  for (const std::vector<std::string>& some : {std::vector(parts_.begin(), parts_.begin() + half),
+                                               std::vector(parts_.begin() + half, parts_.end())}) {
+    BeginWithoutLogs();
+    for (const std::string& part : some) {
+      EXPECT_EQ(Add(part).added, PiecesAdded::kAll);
+    }
+    sums.push_back(WrittenPart([](PartWriter& part) {
+      SavePieces(part);
+      SaveLogs(part);
+    }));
+  }
+  EXPECT_EQ(Merge(sums), 2U);
+  EXPECT_EQ(StatesOfLogs(), states);
+}
+
+TEST_F(AddedLogPieces, ThatAreCutAreNotAdded) {
+  const std::string pieces = WrittenPart([&](PartWriter& part) {
+    Add(parts_[0]);
+    SavePieces(part);
+  });
+  for (size_t size = 0; size < pieces.size(); ++size) {
+    BeginWithoutLogs();
+    const PartText text(pieces, size);
+    PartReader part = text.reader();
+    EXPECT_EQ(AddSavedPieces(part).added, PiecesAdded::kDamaged) << size;
+  }
+}
+
+// ---- Copies ----
+
+class PackedLogPieces : public LogPieces {
+ protected:
+  PackedLogPieces() {
+    settings_.rules.unpacks = true;
+    CopyText(settings_.logs, folder_ + "/*");
+  }
+
+  void SetUp() override {
+    if (LibraryFor(PackFormat::kGzip) == nullptr || !HasTool(PackFormat::kGzip)) {
+      GTEST_SKIP() << "built without gzip";
+    }
+    StartUnpacking();
+  }
+};
+
+TEST_F(PackedLogPieces, TellOfCopies) {
+  AddLog("a.log", Lines(50));
+  AddLog("b.log", Lines(50));
+  AddLog("c.log.gz", Pack(PackFormat::kGzip, Lines(50)));
+  AddLog("d.log.gz", Pack(PackFormat::kGzip, Lines(60)));
+  AddLog("e.log.gz", Pack(PackFormat::kGzip, Lines(60), "-1"));
+  const std::vector<LogPiece> plan = Plan(1U << 20);
+  ASSERT_EQ(plan.size(), 2U);
+  ASSERT_EQ(plan[0].copies.size(), 2U);
+  EXPECT_EQ(plan[0].copies[0].path, PathOf("b.log"));
+  EXPECT_EQ(plan[0].copies[1].path, PathOf("c.log.gz"));
+  EXPECT_EQ(plan[0].copies[1].place, 2U);
+  ASSERT_EQ(plan[1].copies.size(), 1U);
+}
+
+}  // namespace
