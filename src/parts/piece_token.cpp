@@ -29,7 +29,8 @@ static std::string WithPlace(const LogCopy& copy) {
   return std::to_string(copy.place) + ":" + copy.path;
 }
 
-static void AddFigure(std::string& token, std::string_view name, int64_t figure) {
+template <class Figure>
+static void AddFigure(std::string& token, std::string_view name, Figure figure) {
   token += ' ';
   token += name;
   token += '=' + std::to_string(figure);
@@ -47,9 +48,9 @@ static void AddHash(std::string& token, std::string_view name, uint64_t hash) {
 std::string TokenOf(const LogPiece& piece) {
   std::string token = std::to_string(piece.number + 1) + "/" + std::to_string(piece.count);
   AddHash(token, "plan", piece.plan);
-  AddFigure(token, "place", static_cast<int64_t>(piece.place));
+  AddFigure(token, "place", piece.place);
   AddPath(token, "log", piece.path);
-  AddFigure(token, "size", static_cast<int64_t>(piece.size));
+  AddFigure(token, "size", piece.size);
   AddFigure(token, "first", piece.first);
   AddFigure(token, "last", piece.last);
   AddHash(token, "proof", piece.proof);
@@ -87,10 +88,13 @@ static bool ReadPath(std::string_view text, std::string& path) {
   for (size_t i = 0; i < text.size(); ++i) {
     uint64_t byte = static_cast<unsigned char>(text[i]);
     if (text[i] == '%') {
-      if (!ReadDigits(text.substr(i + 1, 2), 16, byte) || byte == 0 || i + 2 >= text.size()) {
+      if (!ReadDigits(text.substr(i + 1, 2), 16, byte) || i + 2 >= text.size()) {
         return false;
       }
       i += 2;
+    }
+    if (byte == 0) {
+      return false;
     }
     path += static_cast<char>(byte);
   }
@@ -166,6 +170,8 @@ static bool ReadField(std::string_view field, LogPiece& piece) {
   return false;
 }
 
+static constexpr int64_t kFarthest = int64_t{1} << 62;  // no log is as large
+
 bool ReadToken(std::string_view token, LogPiece& piece) {
   piece = {};
   const size_t numbers = std::min(token.find(' '), token.size());
@@ -175,5 +181,5 @@ bool ReadToken(std::string_view token, LogPiece& piece) {
     read = ReadField(token.substr(begin, end - begin), piece);
     begin = end + 1;
   }
-  return read && piece.lead >= 0 && piece.lead <= piece.from && piece.from < piece.to;
+  return read && piece.lead >= 0 && piece.lead <= piece.from && piece.from < std::min(piece.to, kFarthest);
 }

@@ -109,6 +109,7 @@ TEST(PieceToken, IsNothingElse) {
                                   "1/1 from=5 to=5",
                                   "1/1 from=-1",
                                   "1/1 lead=-1",
+                                  "1/1 from=4611686018427387904",
                                   "1/1 log=%",
                                   "1/1 log=%4",
                                   "1/1 log=%0",
@@ -121,6 +122,7 @@ TEST(PieceToken, IsNothingElse) {
                                   "1/1 to=9223372036854775808"}) {
     EXPECT_FALSE(ReadToken(token, piece)) << token;
   }
+  EXPECT_FALSE(ReadToken({"1/1 log=a\0b", 11}, piece));
 }
 
 TEST(PieceToken, HoldsPathsThatCanBeOpened) {
