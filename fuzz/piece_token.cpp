@@ -1,6 +1,6 @@
-// Pieces that anybody may have named. The first line of the input is what piece= says, behind a byte whose
-// bit 0 is the edition; the rest is the log, whatever path is named. What is a piece is written as one that
-// is read as the same, and its reading comes to what can be added.
+// Pieces that anybody may have named. The first line of the input is what piece= says without its checksum,
+// behind a byte whose bit 0 is the edition; the rest is the log, whatever path is named. What is a piece is
+// written as one that is read as the same, and its reading comes to what can be added.
 #include "parts/piece_token.h"
 
 #include "run/reset.h"
@@ -57,7 +57,10 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::string_view log = AsText(data, size);
   const bool modern = (TakeByte(log) & 1) != 0;
   LogPiece piece;
-  if (!ReadToken(TakePart(log), piece)) {
+  std::string token(TakePart(log));
+  ReadToken(token, piece);
+  AddCheck(token);  // which no input would find
+  if (!ReadToken(token, piece)) {
     return 0;
   }
   LogPiece again;

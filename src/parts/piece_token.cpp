@@ -5,6 +5,7 @@
 #include <cinttypes>
 #include <cstdio>
 
+#include "base/crc64.h"
 #include "base/text.h"
 #include "superlog/line_reader.h"
 
@@ -45,6 +46,12 @@ static void AddHash(std::string& token, std::string_view name, uint64_t hash) {
   token += digits;
 }
 
+static constexpr std::string_view kCheck = " check=";
+
+void AddCheck(std::string& token) {
+  AddHash(token, kCheck.substr(1, kCheck.size() - 2), AddToCrc64(0, token.data(), token.size()));
+}
+
 std::string TokenOf(const LogPiece& piece) {
   std::string token = std::to_string(piece.number + 1) + "/" + std::to_string(piece.count);
   AddHash(token, "plan", piece.plan);
@@ -66,6 +73,7 @@ std::string TokenOf(const LogPiece& piece) {
   for (const std::string& path : piece.unopened) {
     AddPath(token, "unopened", path);
   }
+  AddCheck(token);
   return token;
 }
 
@@ -172,10 +180,23 @@ static bool ReadField(std::string_view field, LogPiece& piece) {
 
 static constexpr int64_t kFarthest = int64_t{1} << 62;  // no log is as large
 
+// Takes the checksum off the end; false when there is none that holds.
+static bool TakeCheck(std::string_view& token) {
+  const size_t begin = std::min(token.rfind(kCheck), token.size());
+  std::string checked(token.substr(0, begin));
+  AddCheck(checked);
+  const bool holds = checked == token;
+  token = token.substr(0, begin);
+  return holds;
+}
+
 bool ReadToken(std::string_view token, LogPiece& piece) {
   piece = {};
+  if (token.size() > kLongestToken || !TakeCheck(token)) {
+    return false;
+  }
   const size_t numbers = std::min(token.find(' '), token.size());
-  bool read = token.size() <= kLongestToken && ReadNumbers(token.substr(0, numbers), piece);
+  bool read = ReadNumbers(token.substr(0, numbers), piece);
   for (size_t begin = numbers + 1; read && begin <= token.size();) {
     const size_t end = std::min(token.find(' ', begin), token.size());
     read = ReadField(token.substr(begin, end - begin), piece);

@@ -498,9 +498,15 @@ static bool MergeParts(const PartRun& run) {
   return made;
 }
 
+static bool IsOneTask(const Settings& settings) {
+  const int tasks = (settings.plan != nullptr) + (settings.piece != nullptr) + (settings.merge != nullptr);
+  const bool one = tasks <= 1 && (settings.plan == nullptr || settings.part == nullptr);
+  return one || Refuse("of plan=, piece= and merge= a run takes one, and plan= takes no part=");
+}
+
 bool MakePartOrPage(const PartRun& run) {
   std::set_new_handler(EndWithoutMemory);
-  if (!CanBeDivided(run.settings, run.counting.limits)) {
+  if (!IsOneTask(run.settings) || !CanBeDivided(run.settings, run.counting.limits)) {
     return false;
   }
   const Settings& settings = run.settings;
