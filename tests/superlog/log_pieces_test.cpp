@@ -285,6 +285,17 @@ TEST_F(LogPieces, BeginWithARepeatedHourAsTheLogBeforeHasEnded) {
   }
 }
 
+// Lines that are read by the wrong layout make times of any year, which say nothing of the next log.
+TEST_F(LogPieces, FollowALogThatEndsWithOddTimes) {
+  settings_.rules.whole_logs = false;
+  setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
+  const std::string header =
+      "#Software: Microsoft Internet Information Services 5.0\n#Fields: date time c-ip cs-uri-stem\n";
+  AddLog("a.log", Lines(50) + header + "1999-07-01 10:00:00 192.0.2.1\n" + Lines(50));
+  AddLog("b.log", Lines(20));
+  EXPECT_EQ(ExpectSame(1U << 20), 2U);
+}
+
 // ---- Logs that are other ones by now ----
 
 TEST_F(LogPieces, AreAsPlannedWhileTheirLogsGrow) {
