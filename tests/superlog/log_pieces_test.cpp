@@ -227,6 +227,15 @@ TEST_F(LogPieces, DivideNoLogThatMayEndItself) {
   EXPECT_GT(Plan(64).size(), 50U);
 }
 
+TEST_F(LogPieces, BeginNowhereBehindARecordThatEndsTheLog) {
+  AddLog("a.log", Lines(100) + Lines(1, "\n", "05/Apr/2001:10:00:00") + Lines(100));
+  settings_.rules.whole_logs = false;
+  const std::vector<LogPiece> plan = Plan(1000);
+  EXPECT_GT(plan.size(), 5U);
+  EXPECT_LE(plan.back().from, static_cast<int64_t>(Lines(100).size()));
+  EXPECT_EQ(ExpectSame(1000), plan.size());
+}
+
 // ---- Lines that decide how others are read ----
 
 TEST_F(LogPieces, BeginNowhereBehindALineThatChangesHowTheNextOnesAreRead) {
