@@ -26,6 +26,7 @@ dictionaries_of() {
     date_parsers | date_guess) echo months ;;
     normalise) echo urls ;;
     wildcard) echo wildcards ;;
+    piece_token) echo pieces ;;
     whole_run) echo parameters configuration formats months urls ;;
   esac
 }

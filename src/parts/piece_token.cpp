@@ -5,6 +5,7 @@
 #include <cinttypes>
 #include <cstdio>
 
+#include "base/crc64.h"
 #include "base/text.h"
 #include "superlog/line_reader.h"
 
@@ -29,7 +30,8 @@ static std::string WithPlace(const LogCopy& copy) {
   return std::to_string(copy.place) + ":" + copy.path;
 }
 
-static void AddFigure(std::string& token, std::string_view name, int64_t figure) {
+template <class Figure>
+static void AddFigure(std::string& token, std::string_view name, Figure figure) {
   token += ' ';
   token += name;
   token += '=' + std::to_string(figure);
@@ -44,12 +46,18 @@ static void AddHash(std::string& token, std::string_view name, uint64_t hash) {
   token += digits;
 }
 
+static constexpr std::string_view kCheck = " check=";
+
+void AddCheck(std::string& token) {
+  AddHash(token, kCheck.substr(1, kCheck.size() - 2), AddToCrc64(0, token.data(), token.size()));
+}
+
 std::string TokenOf(const LogPiece& piece) {
   std::string token = std::to_string(piece.number + 1) + "/" + std::to_string(piece.count);
   AddHash(token, "plan", piece.plan);
-  AddFigure(token, "place", static_cast<int64_t>(piece.place));
+  AddFigure(token, "place", piece.place);
   AddPath(token, "log", piece.path);
-  AddFigure(token, "size", static_cast<int64_t>(piece.size));
+  AddFigure(token, "size", piece.size);
   AddFigure(token, "first", piece.first);
   AddFigure(token, "last", piece.last);
   AddHash(token, "proof", piece.proof);
@@ -65,6 +73,7 @@ std::string TokenOf(const LogPiece& piece) {
   for (const std::string& path : piece.unopened) {
     AddPath(token, "unopened", path);
   }
+  AddCheck(token);
   return token;
 }
 
@@ -87,10 +96,13 @@ static bool ReadPath(std::string_view text, std::string& path) {
   for (size_t i = 0; i < text.size(); ++i) {
     uint64_t byte = static_cast<unsigned char>(text[i]);
     if (text[i] == '%') {
-      if (!ReadDigits(text.substr(i + 1, 2), 16, byte) || byte == 0 || i + 2 >= text.size()) {
+      if (!ReadDigits(text.substr(i + 1, 2), 16, byte) || i + 2 >= text.size()) {
         return false;
       }
       i += 2;
+    }
+    if (byte == 0) {
+      return false;
     }
     path += static_cast<char>(byte);
   }
@@ -166,14 +178,29 @@ static bool ReadField(std::string_view field, LogPiece& piece) {
   return false;
 }
 
+static constexpr int64_t kFarthest = int64_t{1} << 62;  // no log is as large
+
+// Takes the checksum off the end; false when there is none that holds.
+static bool TakeCheck(std::string_view& token) {
+  const size_t begin = std::min(token.rfind(kCheck), token.size());
+  std::string checked(token.substr(0, begin));
+  AddCheck(checked);
+  const bool holds = checked == token;
+  token = token.substr(0, begin);
+  return holds;
+}
+
 bool ReadToken(std::string_view token, LogPiece& piece) {
   piece = {};
+  if (token.size() > kLongestToken || !TakeCheck(token)) {
+    return false;
+  }
   const size_t numbers = std::min(token.find(' '), token.size());
-  bool read = token.size() <= kLongestToken && ReadNumbers(token.substr(0, numbers), piece);
+  bool read = ReadNumbers(token.substr(0, numbers), piece);
   for (size_t begin = numbers + 1; read && begin <= token.size();) {
     const size_t end = std::min(token.find(' ', begin), token.size());
     read = ReadField(token.substr(begin, end - begin), piece);
     begin = end + 1;
   }
-  return read && piece.lead >= 0 && piece.lead <= piece.from && piece.from < piece.to;
+  return read && piece.lead >= 0 && piece.lead <= piece.from && piece.from < std::min(piece.to, kFarthest);
 }

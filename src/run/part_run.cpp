@@ -171,12 +171,8 @@ static bool CanStandBehindOthers() {
 
 // ---- Pieces ----
 
-static bool IsStandardInput(const char* token) {
-  return std::string_view(token) == "-";
-}
-
 static std::string ReadTokenOf(const Settings& settings) {
-  if (!IsStandardInput(settings.piece)) {
+  if (!IsStandard(settings.piece)) {
     return settings.piece;
   }
   std::string token;
@@ -231,9 +227,17 @@ static uint64_t SizeOf(std::string_view text) {
   const auto read = std::from_chars(text.data(), end, size);
   const bool bare = read.ptr == end;
   const size_t unit = bare ? 0 : kUnits.find(ToLowerAscii(*read.ptr));
-  const bool known = read.ec == std::errc{} && (bare || (read.ptr + 1 == end && unit != kUnits.npos));
+  const bool known =
+      read.ec == std::errc{} && (bare || (read.ptr + 1 == end && unit != std::string_view::npos));
   const size_t shift = bare ? 0 : 10 * (unit + 1);
   return known && size < (UINT64_MAX >> 1 >> shift) ? size << shift : 0;
+}
+
+static bool PrintPieces(uint64_t size) {
+  for (const LogPiece& piece : PlanPieces(size)) {
+    puts(TokenOf(piece).c_str());
+  }
+  return (fflush(stdout) == 0 && ferror(stdout) == 0) || Refuse("the plan could not be written");
 }
 
 static bool PrintPlan(const PartRun& run) {
@@ -246,14 +250,9 @@ static bool PrintPlan(const PartRun& run) {
     SayRefusal({kErrorNoLogFiles}, run.env, run.settings);
     return false;
   }
-  const bool divisible = BeginAloneInTime();
-  if (divisible) {
-    for (const LogPiece& piece : PlanPieces(size)) {
-      puts(TokenOf(piece).c_str());
-    }
-  }
+  const bool printed = BeginAloneInTime() && PrintPieces(size);
   EndAnalysis(analysis);
-  return divisible && (fflush(stdout) == 0 || Refuse("the plan could not be written"));
+  return printed;
 }
 
 // ---- Counting ----
@@ -498,9 +497,15 @@ static bool MergeParts(const PartRun& run) {
   return made;
 }
 
+static bool IsOneTask(const Settings& settings) {
+  const int tasks = (settings.plan != nullptr) + (settings.piece != nullptr) + (settings.merge != nullptr);
+  const bool one = tasks <= 1 && (settings.plan == nullptr || settings.part == nullptr);
+  return one || Refuse("of plan=, piece= and merge= a run takes one, and plan= takes no part=");
+}
+
 bool MakePartOrPage(const PartRun& run) {
   std::set_new_handler(EndWithoutMemory);
-  if (!CanBeDivided(run.settings, run.counting.limits)) {
+  if (!IsOneTask(run.settings) || !CanBeDivided(run.settings, run.counting.limits)) {
     return false;
   }
   const Settings& settings = run.settings;

@@ -7,6 +7,7 @@
 #include "superlog/log_events.h"
 #include "superlog/log_files.h"
 #include "superlog/log_format.h"
+#include "superlog/superlog.h"
 
 // Trying a place costs the reading of up to 64 KiB, and of no more than the half of what is before it.
 static uint64_t CountOfStretches(const LogFile& log, uint64_t size) {
@@ -48,16 +49,27 @@ static ReadState StateOfOneWhoBeginsAt(const LogFile& log, const LogPlace& place
   return StateNow();
 }
 
+// False where the reading ends before that offset.
+static bool ReadOnTo(int64_t offset) {
+  StopLinesAt(offset);
+  for (SuperLogRecord record{}; SuperLog_ParseNextLine(record);) {
+    if (EndsItsLog(record.time)) {
+      return false;
+    }
+  }
+  return IsStopped();
+}
+
 static std::vector<LogPlace> WhereAllReadAlike(const LogFile& log, const std::vector<LogPlace>& places) {
   std::vector<ReadState> states;
+  states.reserve(places.size());
   for (const LogPlace& place : places) {
     states.push_back(StateOfOneWhoBeginsAt(log, place));
   }
   std::vector<LogPlace> alike;
   bool goes_on = !places.empty() && OpenAsReader(log);
   for (size_t i = 0; goes_on && i < places.size(); ++i) {
-    PassLinesTo(places[i].offset);
-    goes_on = IsStopped();
+    goes_on = ReadOnTo(places[i].offset);
     if (goes_on && IsSame(StateNow(), states[i])) {
       alike.push_back(places[i]);
     }

@@ -355,8 +355,12 @@ bool IsToBeRead(const LogFile& log) {
   return mWholeLogs ? log.plain && log.original == nullptr : LookAt(log).verdict == LogVerdict::kInRange;
 }
 
+bool EndsItsLog(time_t record) {
+  return !mWholeLogs && record > mAnalysisRangeLast_t;
+}
+
 bool MayEndItself(const LogFile& log) {
-  return !mWholeLogs && LookAt(log).last > mAnalysisRangeLast_t;
+  return EndsItsLog(LookAt(log).last);
 }
 
 uint64_t BytesToBeRead(const LogFile& log) {
@@ -481,7 +485,7 @@ static bool OpenToBeRead(LogFile& log) {
 
 void SuperLog_LogRead(const LogRecords& records) {
   mRecordsRead += records.count;
-  LogOfShareRead(*mpLogAtHand, !mWholeLogs && records.last > mAnalysisRangeLast_t);
+  LogOfShareRead(*mpLogAtHand, EndsItsLog(records.last));
   if (mpOpenLog == nullptr) {
     return;
   }

@@ -27,6 +27,9 @@ bool IsToBeRead(const LogFile& log);
 bool MayEndItself(const LogFile& log);
 uint64_t BytesToBeRead(const LogFile& log);
 
+// Whether a record of that time ends the reading of its log.
+bool EndsItsLog(time_t record);
+
 // Where a clock change repeats an hour, the line before decides: none that was read before now.
 void ForgetLinesBefore();
 

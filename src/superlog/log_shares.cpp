@@ -240,7 +240,7 @@ void ShareEnds() {
   }
 }
 
-void PassLinesTo(int64_t offset) {
+static void PassLinesTo(int64_t offset) {
   StopLinesAt(offset);
   for (SuperLogRecord record{}; SuperLog_ParseNextLine(record);) {
   }

@@ -81,9 +81,7 @@ LogPlace PlaceNear(const LogFile& log, int64_t wanted);
 // repeated hour takes is told by the line before. Where there is none it is one of a winter.
 void PassTimeBefore(const LogFile& log);
 
-// In the log that was opened, reads the lines before an offset, for their state alone; the same of no more
-// lines than who begins there looks at.
-void PassLinesTo(int64_t offset);
+// In the log that was opened, reads what who begins at a place looks at, for its state alone.
 void GoToPlace(const LogPlace& place);
 ReadState StateNow();
 

@@ -356,6 +356,20 @@ TEST(LocalToTime, LeavesTheRecordUnchanged) {
   EXPECT_EQ(memcmp(&copy, &odd, sizeof copy), 0);
 }
 
+TEST(IsTimeRepeated, HoldsForBothHoursThatShowTheSame) {
+  UseZone("CET-1CEST,M3.5.0,M10.5.0/3");
+  constexpr time_t kChange = 972781200;  // date -u -d '2000-10-29 01:00:00' +%s
+  for (const time_t hour : {kChange - 3600, kChange}) {
+    EXPECT_FALSE(IsTimeRepeated(hour - (hour < kChange ? 1 : 3601)));
+    EXPECT_TRUE(IsTimeRepeated(hour));
+    EXPECT_TRUE(IsTimeRepeated(hour + 3599));
+  }
+  EXPECT_FALSE(IsTimeRepeated(kChange + 3600));
+  EXPECT_FALSE(IsTimeRepeated(954032400));  // in spring an hour is left out
+  UseZone("UTC0");
+  EXPECT_FALSE(IsTimeRepeated(kChange));
+}
+
 TEST(TimeToLocal, LeavesPartsUnchangedBeyondTheLastYear) {
   UseZone("UTC0");
   tm parts = Parts(2000, 6, 15, 12, 0, 0);

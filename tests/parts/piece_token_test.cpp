@@ -33,6 +33,11 @@ constexpr char kToken[] =
     "proof=fedcba9876543210 before=3 from=300 lead=200 to=500 copy=5:/logs/b.log copy=6:c:d.log "
     "unopened=/logs/e.log";
 
+std::string Checked(std::string token) {
+  AddCheck(token);
+  return token;
+}
+
 void ExpectSame(const LogPiece& a, const LogPiece& b) {
   EXPECT_EQ(a.plan, b.plan);
   EXPECT_EQ(a.number, b.number);
@@ -56,12 +61,12 @@ void ExpectSame(const LogPiece& a, const LogPiece& b) {
 }
 
 TEST(PieceToken, SaysAllThatThereIs) {
-  EXPECT_EQ(TokenOf(SomePiece()), kToken);
+  EXPECT_EQ(TokenOf(SomePiece()), kToken + std::string(" check=1569176a41b5ef5d"));
 }
 
 TEST(PieceToken, IsReadAsItWasWritten) {
   LogPiece piece;
-  ASSERT_TRUE(ReadToken(kToken, piece));
+  ASSERT_TRUE(ReadToken(Checked(kToken), piece));
   ExpectSame(piece, SomePiece());
 }
 
@@ -78,7 +83,7 @@ TEST(PieceToken, OfAWholeLogHasNoEnd) {
 
 TEST(PieceToken, NeedsNoMoreThanItsNumbers) {
   LogPiece piece = SomePiece();
-  ASSERT_TRUE(ReadToken("1/1", piece));
+  ASSERT_TRUE(ReadToken(Checked("1/1"), piece));
   LogPiece nothing;
   nothing.count = 1;
   ExpectSame(piece, nothing);
@@ -109,6 +114,7 @@ TEST(PieceToken, IsNothingElse) {
                                   "1/1 from=5 to=5",
                                   "1/1 from=-1",
                                   "1/1 lead=-1",
+                                  "1/1 from=4611686018427387904",
                                   "1/1 log=%",
                                   "1/1 log=%4",
                                   "1/1 log=%0",
@@ -119,14 +125,29 @@ TEST(PieceToken, IsNothingElse) {
                                   "1/1 copy=1:%",
                                   "1/1 unopened=%",
                                   "1/1 to=9223372036854775808"}) {
-    EXPECT_FALSE(ReadToken(token, piece)) << token;
+    EXPECT_FALSE(ReadToken(Checked(token), piece)) << token;
   }
+  EXPECT_FALSE(ReadToken(Checked({"1/1 log=a\0b", 11}), piece));
+}
+
+TEST(PieceToken, IsNothingWhenItIsCutOrChanged) {
+  const std::string token = TokenOf(SomePiece());
+  LogPiece piece;
+  for (size_t i = 0; i < token.size(); ++i) {
+    EXPECT_FALSE(ReadToken(token.substr(0, i), piece)) << i;
+    std::string changed = token;
+    changed[i] = static_cast<char>(changed[i] ^ 1);
+    EXPECT_FALSE(ReadToken(changed, piece)) << i;
+  }
+  EXPECT_FALSE(ReadToken(token + "0", piece));
+  EXPECT_FALSE(ReadToken(token + " ", piece));
+  EXPECT_FALSE(ReadToken(Checked(token), piece));
 }
 
 TEST(PieceToken, HoldsPathsThatCanBeOpened) {
   LogPiece piece;
-  EXPECT_TRUE(ReadToken("1/1 log=" + std::string(kPathSize - 1, 'a'), piece));
-  EXPECT_FALSE(ReadToken("1/1 log=" + std::string(kPathSize, 'a'), piece));
+  EXPECT_TRUE(ReadToken(Checked("1/1 log=" + std::string(kPathSize - 1, 'a')), piece));
+  EXPECT_FALSE(ReadToken(Checked("1/1 log=" + std::string(kPathSize, 'a')), piece));
 }
 
 TEST(PieceToken, IsOfBoundedLength) {
@@ -135,9 +156,9 @@ TEST(PieceToken, IsOfBoundedLength) {
     token += " unopened=" + std::string(200, 'a');
   }
   LogPiece piece;
-  EXPECT_FALSE(ReadToken(token, piece));
-  token.resize(token.rfind(' '));
-  EXPECT_TRUE(ReadToken(token, piece));
+  EXPECT_FALSE(ReadToken(Checked(token), piece));
+  token.resize(token.rfind(' ', kLongestToken - std::string(" check=0000000000000000").size()));
+  EXPECT_TRUE(ReadToken(Checked(token), piece));
 }
 
 }  // namespace

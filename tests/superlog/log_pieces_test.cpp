@@ -227,6 +227,15 @@ TEST_F(LogPieces, DivideNoLogThatMayEndItself) {
   EXPECT_GT(Plan(64).size(), 50U);
 }
 
+TEST_F(LogPieces, BeginNowhereBehindARecordThatEndsTheLog) {
+  AddLog("a.log", Lines(100) + Lines(1, "\n", "05/Apr/2001:10:00:00") + Lines(100));
+  settings_.rules.whole_logs = false;
+  const std::vector<LogPiece> plan = Plan(1000);
+  EXPECT_GT(plan.size(), 5U);
+  EXPECT_LE(plan.back().from, static_cast<int64_t>(Lines(100).size()));
+  EXPECT_EQ(ExpectSame(1000), plan.size());
+}
+
 // ---- Lines that decide how others are read ----
 
 TEST_F(LogPieces, BeginNowhereBehindALineThatChangesHowTheNextOnesAreRead) {
@@ -283,6 +292,17 @@ TEST_F(LogPieces, BeginWithARepeatedHourAsTheLogBeforeHasEnded) {
     AddLog("c.log", Lines(10, "\n", "29/Oct/2000:02:40:00"));
     EXPECT_EQ(ExpectSame(1U << 20), 3U) << before;
   }
+}
+
+// Lines that are read by the wrong layout make times of any year, which say nothing of the next log.
+TEST_F(LogPieces, FollowALogThatEndsWithOddTimes) {
+  settings_.rules.whole_logs = false;
+  setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
+  const std::string header =
+      "#Software: Microsoft Internet Information Services 5.0\n#Fields: date time c-ip cs-uri-stem\n";
+  AddLog("a.log", Lines(50) + header + "1999-07-01 10:00:00 192.0.2.1\n" + Lines(50));
+  AddLog("b.log", Lines(20));
+  EXPECT_EQ(ExpectSame(1U << 20), 2U);
 }
 
 // ---- Logs that are other ones by now ----

@@ -255,20 +255,6 @@ TEST_F(LogShares, DoNotFollowALogThatEndsItself) {
   EXPECT_LT(ReadInShares(Divide(4, 64)), 3U);
 }
 
-// A log that begins at a time of which the clock leaves no doubt is read alike behind any other.
-TEST_F(LogShares, OfOtherLogsFollowWhateverTheyEndedWith) {
-  settings_.rules.whole_logs = false;
-  setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
-  ResetLocalTime();
-  AddLog("a.log", Lines(300) + "h - - [30/Jul/1890:10:00:00 +0000] \"GET /old HTTP/1.0\" 200 1\n" + Lines(1) +
-                      "h - - [30/Jul/2001:10:00:00 +0000] \"GET\n");
-  AddLog("b.log", Lines(300));
-  std::vector<LogShare> shares = Divide(2, 64);
-  ASSERT_EQ(shares.size(), 2U);
-  shares[0].to = shares[1].from = {1, 0};
-  EXPECT_EQ(ReadInShares(shares), 1U);
-}
-
 TEST_F(LogShares, ThatAreDamagedAreNotAdded) {
   AddLog("a.log", Lines(300) + "junk\n" + Lines(300));
   const std::vector<LogShare> shares = Divide(2, 64);
