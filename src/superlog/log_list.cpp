@@ -181,6 +181,14 @@ void LogsListAdd(const LogFile& file) {
   }
 }
 
+void ForgetReadings() {
+  for (LogFile* log = mpLogsRoot; log != nullptr; log = log->next) {
+    free(log->reading);
+    log->reading = nullptr;
+    log->unopened = false;
+  }
+}
+
 LogReading& ReadingOf(LogFile& log) {
   if (log.reading == nullptr) {
     log.reading = static_cast<LogReading*>(malloc(sizeof(LogReading)));
