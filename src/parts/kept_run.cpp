@@ -171,12 +171,15 @@ static bool Keep(KeptRun& run, const Sum& sum) {
 static bool SumUpMonths(KeptRun& run, const Portion& portion, std::vector<Sum>& sums, PartBytes& room) {
   const size_t end = portion.first + portion.count;
   for (size_t i = 0; i < sums.size(); ++i) {
+    if (!BeginsMonth(run, sums[i].first)) {
+      continue;
+    }
     const size_t behind = EndOfMonth(run, sums[i].first, end);
     size_t next = i;
     while (next < sums.size() && sums[next].first + sums[next].count <= behind) {
       ++next;
     }
-    if (!BeginsMonth(run, sums[i].first) || behind == end || next < i + 2) {
+    if (behind == end || next < i + 2) {
       continue;
     }
     const Sum month{sums[i].first, behind - sums[i].first};
