@@ -122,16 +122,22 @@ static bool IsOf(PartReader& part, std::span<const BlockName> blocks) {
   return same && !part.damaged;
 }
 
-bool AddKept(const KeptCounts& kept, std::span<const BlockName> blocks, PartBytes& room, Analysis& analysis) {
-  CountsPath path;
-  MakePath(path, kept, NamesOfCounts(kept, blocks).back());
-  if (!ReadCounts(path, room)) {
-    return false;
-  }
-  PartReader part{room.bytes, room.bytes + room.size};
+static bool AddPart(const KeptCounts& kept, std::span<const BlockName> blocks, const PartBytes& bytes,
+                    Analysis& analysis) {
+  PartReader part{bytes.bytes, bytes.bytes + bytes.size};
   unsigned missing = 0;
   return CompareFingerprint(part, kept.fingerprint).other == nullptr && IsOf(part, blocks) &&
          AddSavedCounts(part, kept.rules, analysis, missing) && part.next == part.end;
+}
+
+bool AddKept(const KeptCounts& kept, std::span<const BlockName> blocks, PartBytes& room, Analysis& analysis) {
+  CountsPath path;
+  MakePath(path, kept, NamesOfCounts(kept, blocks).back());
+  const bool added = ReadCounts(path, room) && AddPart(kept, blocks, room, analysis);
+  if (!added) {
+    unlink(path);
+  }
+  return added;
 }
 
 // ---- How much there is ----

@@ -37,6 +37,7 @@ bool AreKept(const KeptCounts& kept, const ContentHash& name);
 bool KeepCounts(const KeptCounts& kept, std::span<const BlockName> blocks, const Analysis& analysis);
 
 // Adds what is kept of the blocks. False when that is nothing that can be added; some of it may have been.
+// Then it is removed: whoever asks next counts, and keeps, anew.
 bool AddKept(const KeptCounts& kept, std::span<const BlockName> blocks, PartBytes& room, Analysis& analysis);
 
 // Removes those that were used longest ago until the others take no more than so many bytes, and what a run

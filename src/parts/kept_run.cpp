@@ -67,9 +67,12 @@ static void AddBlock(KeptRun& run, const LogBlock& block) {
   run.months.push_back(MonthOf(block.first));
 }
 
+static bool IsKept(const KeptRun& run, const LogBlock& block) {
+  return AreKept(run.kept, NamesOfCounts(run.kept, {&block.name, 1}).back());
+}
+
 static bool IsCounted(const LogBlock& block) {
-  const KeptRun& run = *mpRun;
-  return run.keeps && AreKept(run.kept, NamesOfCounts(run.kept, {&block.name, 1}).back());
+  return mpRun->keeps && IsKept(*mpRun, block);
 }
 
 static void Pass(const LogBlock& block) {
@@ -90,6 +93,13 @@ static void Hold(KeptRun& run) {
   run.portions.push_back(std::move(portion));
 }
 
+static bool KeepBlock(KeptRun& run, const LogBlock& block) {
+  const bool kept = KeepCounts(run.kept, {&block.name, 1}, run.analysis);
+  run.written |= kept;
+  return kept;
+}
+
+// Also of a block that is kept and was read because it tells the layout.
 static void TakeRead(const LogBlock& block) {
   KeptRun& run = *mpRun;
   if (!run.keeps) {
@@ -98,9 +108,8 @@ static void TakeRead(const LogBlock& block) {
   NoteReclaims(run);
   SettleCounts(run.analysis);
   const bool named = block.name != BlockName{} && !run.failed;
-  if (named && KeepCounts(run.kept, {&block.name, 1}, run.analysis)) {
+  if (named && (IsKept(run, block) || KeepBlock(run, block))) {
     AddBlock(run, block);
-    run.written = true;
   } else {
     Hold(run);
     run.keeps = !named && run.held < kMostHeld;  // a full disk stays full
@@ -171,12 +180,15 @@ static bool Keep(KeptRun& run, const Sum& sum) {
 static bool SumUpMonths(KeptRun& run, const Portion& portion, std::vector<Sum>& sums, PartBytes& room) {
   const size_t end = portion.first + portion.count;
   for (size_t i = 0; i < sums.size(); ++i) {
+    if (!BeginsMonth(run, sums[i].first)) {
+      continue;
+    }
     const size_t behind = EndOfMonth(run, sums[i].first, end);
     size_t next = i;
     while (next < sums.size() && sums[next].first + sums[next].count <= behind) {
       ++next;
     }
-    if (!BeginsMonth(run, sums[i].first) || behind == end || next < i + 2) {
+    if (behind == end || next < i + 2) {
       continue;
     }
     const Sum month{sums[i].first, behind - sums[i].first};

@@ -68,6 +68,11 @@ static bool TakeOver(int file, const struct stat& old, FileFor whom) {
   return fchown(file, static_cast<uid_t>(-1), old.st_gid) == 0 && fchmod(file, mode) == 0;
 }
 
+// Also of a file that was there before, for others too.
+static bool CloseToOthers(int file, FileFor whom) {
+  return whom == FileFor::kAll || fchmod(file, ModeFor(whom)) == 0;
+}
+
 static int OpenTemporary(FileReplacement& replacement, FileFor whom) {
   struct stat old;
   const bool exists = lstat(replacement.path, &old) == 0;
@@ -77,7 +82,7 @@ static int OpenTemporary(FileReplacement& replacement, FileFor whom) {
   }
   NameTemporary(replacement);
   const int file = OpenAlone(replacement.temporary, whom);
-  if (file >= 0 && exists && !TakeOver(file, old, whom)) {
+  if (file >= 0 && ((exists && !TakeOver(file, old, whom)) || !CloseToOthers(file, whom))) {
     unlink(replacement.temporary);
     return CloseAs(kNoFile, file);
   }
@@ -95,7 +100,8 @@ static int OpenInPlace(FileReplacement& replacement, FileFor whom) {
   replacement.temporary[0] = '\0';
   // Without O_NONBLOCK, opening a named pipe would wait for a reader.
   const int file = open(replacement.path, kWriteFlags | O_NONBLOCK | links, ModeFor(whom));
-  if (file >= 0 && (!IsToBeWritten(file, links) || !Lock(file) || ftruncate(file, 0) != 0)) {
+  if (file >= 0 &&
+      (!IsToBeWritten(file, links) || !Lock(file) || !CloseToOthers(file, whom) || ftruncate(file, 0) != 0)) {
     return CloseAs(kNoFile, file);
   }
   return file;

@@ -167,6 +167,10 @@ FileId IdOfLog() {
   return known ? FileId{file.st_dev, file.st_ino} : FileId{};
 }
 
+int FileOfLog() {
+  return mhFile;
+}
+
 SuperLong TotalLogBytesRead() {
   return mTotalLogBytesRead;
 }

@@ -154,6 +154,9 @@ struct FileId {
 };
 FileId IdOfLog();
 
+// Its descriptor, for questions about the file; -1 where none is open.
+int FileOfLog();
+
 // Bytes delivered by the block buffer since the start of the run: whole blocks
 // (the last of a file may be short), counted when their first byte is needed. Of compressed files, the
 // unpacked ones.

@@ -1,5 +1,8 @@
 #include "superlog/log_blocks.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <bit>
 #include <limits>
@@ -90,6 +93,11 @@ static void KeepAnew() {
   }
 }
 
+// Also of this user's rights, which may have changed without a trace in the file.
+static bool IsReadable(const char* path) {
+  return faccessat(AT_FDCWD, path, R_OK, AT_EACCESS) == 0;
+}
+
 bool IsAllKnown(const char* path, time_t first, time_t last) {
   mBlocks = {};
   mBlocks.range_first = first;
@@ -103,7 +111,7 @@ bool IsAllKnown(const char* path, time_t first, time_t last) {
   }
   mBlocks.same = known.settled && known.stamp == mBlocks.stamp;
   const bool may_be_same = mBlocks.same || known.packed;
-  if (!may_be_same || !IsAllKnown(known) || (!mBlocks.same && !IsSamePacked(path))) {
+  if (!may_be_same || !IsAllKnown(known) || !IsReadable(path) || (!mBlocks.same && !IsSamePacked(path))) {
     return false;
   }
   KeepAnew();
@@ -195,8 +203,19 @@ bool Stretch::IsWhole() const {
   return from == 0 && to == kNoStop;
 }
 
+// Another file may have taken the log's name since it was looked at, or somebody may have written to it.
+static void TakeStampOfOpened() {
+  LogStamp opened;
+  const bool stamped = StampOfFile(FileOfLog(), opened);
+  mBlocks.same = mBlocks.same && stamped && opened == mBlocks.stamp;
+  mBlocks.stamped = stamped;
+  mBlocks.stamp = stamped ? opened : mBlocks.stamp;
+  mBlocks.settled = stamped && IsSettled(opened);
+}
+
 void BeginBlocks(const Stretch& stretch) {
   mBlocks.stretch = stretch;
+  TakeStampOfOpened();
   mBlocks.bytes_before = SuperLongToBytes(TotalLogBytesRead());
   mBlocks.usable = UsableBlocks();
   if (!mBlocks.hashed && IsWorthKeeping() && FormatOfLog() == PackFormat::kNone) {
@@ -267,11 +286,8 @@ static int64_t NextKnown() {
   return next <= mBlocks.usable && next < known.size() ? static_cast<int64_t>(known[next].begins) : kNoStop;
 }
 
-// What was known of a block keeps its name. Others have one if they will be known.
-static BlockName NameOfBlock(size_t number) {
-  if (number < mBlocks.usable) {
-    return mBlocks.known.blocks[number].name;
-  }
+// Only blocks that will be known have one.
+static BlockName NewName(size_t number) {
   if (!IsWorthKeeping()) {
     return {};
   }
@@ -280,6 +296,14 @@ static BlockName NameOfBlock(size_t number) {
   }
   const uint64_t first = mBlocks.name.words[0];
   return first == 0 ? BlockName{} : BlockName{first, mBlocks.name.words[1] + number};
+}
+
+// What was known of a block keeps its name, also of a compressed log, of which nothing can be passed over.
+static BlockName NameOfBlock(size_t number) {
+  const KnownLog& known = mBlocks.known;
+  const bool same_packed =
+      mBlocks.same && known.packed && mBlocks.made.packed && number < known.blocks.size();
+  return number < mBlocks.usable || same_packed ? known.blocks[number].name : NewName(number);
 }
 
 static void BeginBlock(int64_t offset) {
@@ -312,6 +336,29 @@ bool NextBlock() {
   return true;
 }
 
+// Where lines have come to, as KnownLog::bytes says it.
+static uint64_t BytesOfLog() {
+  return mBlocks.made.packed ? SuperLongToBytes(TotalLogBytesRead()) - mBlocks.bytes_before
+                             : static_cast<uint64_t>(NextLineOffset() - mBlocks.stretch.from);
+}
+
+// Whether nobody has written to the log since it was found to be the same, or to begin with the same bytes.
+static bool IsStillAsKnown() {
+  LogStamp now;
+  return StampOfFile(FileOfLog(), now) &&
+         (mBlocks.same ? now == mBlocks.stamp : now.size >= mBlocks.known.size);
+}
+
+// What somebody knows by a name must be what is read now, or it has another name.
+static void CheckName(LogBlock& block, size_t number) {
+  const KnownLog& known = mBlocks.known;
+  const bool was_known = number < known.blocks.size() && block.name == known.blocks[number].name;
+  if (was_known &&
+      (block != known.blocks[number] || BytesOfLog() != EndOf(known, number) || !IsStillAsKnown())) {
+    block.name = NewName(number);
+  }
+}
+
 // What has counted in part cannot be known by the name of the whole.
 static void TellOfRead(LogBlock block, const LogRecords& records) {
   if (mLogEvents.block_read != nullptr && records.in_range > 0) {
@@ -328,6 +375,7 @@ bool BlockRead(const LogRecords& records) {
   block.last = records.last;
   block.not_understood = LinesNotUnderstoodOfLog().lines - mBlocks.lines_before;
   mBlocks.in_range += records.in_range;
+  CheckName(block, mBlocks.made.blocks.size());
   Add(block);
   TellOfRead(block, records);
   return IsStopped() && NextLineOffset() < mBlocks.stretch.to;
@@ -344,11 +392,11 @@ void EndBlocks() {
     made.bytes = mBlocks.known.bytes;
     made.hash = mBlocks.known.hash;
   } else if (made.packed) {
+    made.bytes = BytesOfLog();
     made.size = mBlocks.stamp.size;
-    made.bytes = SuperLongToBytes(TotalLogBytesRead()) - mBlocks.bytes_before;
   } else {
+    made.bytes = BytesOfLog();
     made.size = static_cast<uint64_t>(NextLineOffset());
-    made.bytes = made.size - static_cast<uint64_t>(mBlocks.stretch.from);
     mBlocks.hashed = mBlocks.hashed && HashOfReading(made.hash);
   }
 }

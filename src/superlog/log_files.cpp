@@ -543,6 +543,7 @@ bool SuperLog_FindTimes(time_t& first, time_t& last) {
 
 void SuperLog_BeginAgain(time_t range_first, time_t range_last) {
   BeginRun(mWholeLogs);
+  ForgetReadings();
   mAnalysisRangeFirst_t = range_first;
   mAnalysisRangeLast_t = range_last;
 }

@@ -194,6 +194,14 @@ void AppendReading(LogReading& reading, const LogReading& more) {
   reading.not_understood.lines = lines + more.not_understood.lines;
 }
 
+void ForgetReadings() {
+  for (LogFile* log = mpLogsRoot; log != nullptr; log = log->next) {
+    free(log->reading);
+    log->reading = nullptr;
+    log->unopened = false;
+  }
+}
+
 LogReading& ReadingOf(LogFile& log) {
   if (log.reading == nullptr) {
     log.reading = static_cast<LogReading*>(malloc(sizeof(LogReading)));

@@ -65,6 +65,9 @@ void LogsListAppend(const LogFile& file);
 // status 1.
 void LogsListAdd(const LogFile& file);
 
+// Forgets what reading the logs of the list has told.
+void ForgetReadings();
+
 // The reading of an entry of the list, which is made when it has none. When memory runs out, the process
 // exits with status 1.
 LogReading& ReadingOf(LogFile& log);

@@ -38,10 +38,14 @@ bool StampOf(const char* path, LogStamp& stamp) {
   return stat(path, &info) == 0 && TakeStamp(info, stamp);
 }
 
-static bool IsStampOf(int file, const LogStamp& stamp) {
+bool StampOfFile(int file, LogStamp& stamp) {
   struct stat info;
+  return fstat(file, &info) == 0 && TakeStamp(info, stamp);
+}
+
+static bool IsStampOf(int file, const LogStamp& stamp) {
   LogStamp now;
-  return fstat(file, &info) == 0 && TakeStamp(info, now) && now == stamp;
+  return StampOfFile(file, now) && now == stamp;
 }
 
 bool HashOfFile(const char* path, const LogStamp& stamp, const ContentKey& key, ContentHash& hash) {

@@ -29,6 +29,9 @@ struct LogStamp {
 // False of what is no plain file, and when it cannot be looked at.
 bool StampOf(const char* path, LogStamp& stamp);
 
+// The same of an open file.
+bool StampOfFile(int file, LogStamp& stamp);
+
 // Whether nobody can have changed the file within the second of its stamp: it was older than two seconds.
 bool IsSettled(const LogStamp& stamp);
 

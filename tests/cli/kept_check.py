@@ -21,7 +21,7 @@ import divided_runs  # pylint: disable=wrong-import-position
 import parts_check  # pylint: disable=wrong-import-position
 import workers_check  # pylint: disable=wrong-import-position
 
-LEAST_USED = 300
+LEAST_USED = 150
 SETTLED = 3  # seconds after which nobody can have changed a log unseen
 
 

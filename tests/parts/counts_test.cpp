@@ -7,70 +7,11 @@
 
 #include "analysis/driver.h"
 #include "analysis/fake_names.h"
-#include "analysis/search_engines.h"
 #include "support/account_logs.h"
-#include "support/counted.h"
+#include "support/counters.h"
 #include "support/part_text.h"
 
 namespace {
-
-// A new counter makes this fail: it has to be saved, added, and listed in CountersOf.
-static_assert(sizeof(Analysis) == 10008);
-
-// All that an analysis counts, in words.
-std::map<std::string, std::string> CountersOf(Analysis& analysis) {
-  std::map<std::string, std::string> counters;
-  const auto add = [&counters](const char* name, auto figure) { counters[name] = std::to_string(figure); };
-  const auto add_report = [&](const std::string& name, CountedReport& report) {
-    counters[name] = Counted(report.list);
-    counters[name + " total"] = std::to_string(report.total);
-  };
-  const auto add_all = [&](const char* name, const auto& figures) {
-    for (const int64_t figure : figures) {
-      counters[name] += figure == 0 ? "" : std::to_string(figure) + " ";
-    }
-  };
-  add_report("urls", analysis.urls);
-  add_report("referrers", analysis.referrers);
-  add_report("browsers", analysis.browsers);
-  add_report("badurls", analysis.badurls);
-  add_report("badreferrers", analysis.badreferrers);
-  add_report("domains", analysis.domains);
-  add_report("domaintypes", analysis.domaintypes);
-  add_report("addresses", analysis.addresses);
-  add("looked up", analysis.look_ups.addresses);
-  add("left out", analysis.look_ups.left_out);
-  add("unanswered", analysis.look_ups.unanswered);
-  add_all("days", analysis.days.counts);
-  add("days total", analysis.days.total);
-  for (const DayCount& day : std::span(analysis.dates.slots, analysis.dates.length)) {
-    counters["dates"] += std::to_string(day.day) + "=" + std::to_string(day.count) + " ";
-  }
-  add("dates total", analysis.dates.total);
-  add_all("hours of week", analysis.hours_of_week.counts);
-  add("hours of week total", analysis.hours_of_week.total);
-  add_all("weekdays", analysis.weekdays.counts);
-  add_all("hours", analysis.hours.counts);
-  add("hits", analysis.hits);
-  add("without url", analysis.without_url);
-  add_all("statuses", analysis.statuses);
-  add("bytes", SuperLongToBytes(analysis.bytes));
-  add("own referrers", analysis.own_referrers);
-  add("search hits", analysis.search.hits);
-  for (SearchEngine* engine = analysis.search.engines; engine != nullptr; engine = engine->next) {
-    counters["phrases"] += Counted(engine->phrases);
-    counters["referrals"] += engine->referrals == 0 ? "" : std::to_string(engine->referrals) + " ";
-  }
-  add("msie", analysis.MsieCount);
-  add("navigator", analysis.NavCount);
-  add("browser base", analysis.gHits_Browsers);
-  add("log bytes", SuperLongToBytes(analysis.logs.bytes_read));
-  add("in range", static_cast<int>(analysis.logs.in_range));
-  add("not understood", analysis.logs.lines_not_understood);
-  add("records", analysis.logs.records);
-  add("memory", analysis.memory.current);
-  return counters;
-}
 
 class PartCounts : public AccountLogs {
  protected:

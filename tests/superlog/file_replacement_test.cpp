@@ -111,6 +111,41 @@ TEST_F(FileReplacementTest, LinksOfOthersAreLeftAlone) {
   FinishReplacement(replacement);
 }
 
+TEST_F(FileReplacementTest, ForTheUserAloneNobodyElseMayReadIt) {
+  const mode_t umask_before = umask(0);
+  const std::string temporary = directory + "/.file.ORV.new";
+  const auto replace = [&] {
+    FileReplacement replacement;
+    ASSERT_TRUE(BeginReplacement(replacement, path.c_str(), "", "", FileFor::kUserAlone));
+    struct stat info;
+    ASSERT_EQ(fstat(fileno(replacement.stream), &info), 0);
+    EXPECT_EQ(info.st_mode & 07777, 0600u) << "while it is written, too";
+    FinishReplacement(replacement);
+    EXPECT_EQ(Mode(), 0600u);
+  };
+  replace();
+  chmod(path.c_str(), 0644);
+  replace();
+  std::ofstream(temporary) << "what a process that died has left";
+  chmod(temporary.c_str(), 0644);
+  replace();
+  unlink(path.c_str());
+  std::ofstream(temporary) << "what a process that died has left, of a file that is new";
+  chmod(temporary.c_str(), 0644);
+  replace();
+  const std::string target = directory + "/target";
+  std::filesystem::rename(path, target);
+  chmod(target.c_str(), 0644);
+  ASSERT_EQ(symlink(target.c_str(), path.c_str()), 0);
+  FileReplacement replacement;
+  ASSERT_TRUE(BeginReplacement(replacement, path.c_str(), "", "", FileFor::kUserAlone)) << "in place";
+  FinishReplacement(replacement);
+  struct stat info;
+  ASSERT_EQ(stat(target.c_str(), &info), 0);
+  EXPECT_EQ(info.st_mode & 07777, 0600u);
+  umask(umask_before);
+}
+
 TEST_F(FileReplacementTest, HardLinksStayLinks) {
   WriteOld("a longer old content\n");
   const std::string other = directory + "/other";

@@ -7,12 +7,16 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <random>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "dates/clock.h"
 #include "superlog/line_reader.h"
+#include "superlog/log_events.h"
 #include "superlog/log_parts.h"
 #include "superlog/log_store.h"
 #include "superlog/superlog.h"
@@ -256,6 +260,334 @@ TEST_F(LogBlocksTest, PackedLogsAreProvenByTheirPackedBytes) {
   EXPECT_EQ(LinesReadOfDay(30), 0);
   Append("a1.log", Pack(PackFormat::kGzip, Days(1, 20)));
   EXPECT_GT(LinesReadOfDay(30), 1728);
+}
+
+// ---- Names of blocks, and who is told of them ----
+
+struct ToldBlock {
+  char how;  // p: passed over, r: read
+  LogBlock block;
+};
+
+// Stands for who knows what blocks came to.
+struct KnowsBlocks {
+  std::set<std::pair<uint64_t, uint64_t>> counted;
+  std::vector<ToldBlock> told;
+  int asked = 0;
+  std::function<void()> when_asked;
+  std::function<void()> when_read;
+};
+KnowsBlocks mKnows;
+
+std::pair<uint64_t, uint64_t> KeyOf(const LogBlock& block) {
+  return {block.name.words[0], block.name.words[1]};
+}
+
+class BlockNames : public LogBlocksTest {
+ protected:
+  BlockNames() { mKnows = {}; }
+
+  std::vector<ToldBlock> Told(int from, int days) {
+    const time_t first = kStart + from * kDay;
+    return ToldOf(first, first + days * kDay - 1);
+  }
+
+  std::vector<ToldBlock> All() { return ToldOf(0, kFarFuture); }
+
+  std::vector<ToldBlock> ToldOf(time_t first, time_t last) {
+    mKnows.told.clear();
+    mKnows.asked = 0;
+    CopyText(settings.store, store);
+    LogEvents events;
+    events.block_counted = [](const LogBlock& block) {
+      ++mKnows.asked;
+      if (mKnows.when_asked != nullptr) {
+        std::exchange(mKnows.when_asked, nullptr)();
+      }
+      return mKnows.counted.contains(KeyOf(block));
+    };
+    events.block_passed = [](const LogBlock& block) { mKnows.told.push_back({'p', block}); };
+    events.block_read = [](const LogBlock& block) {
+      mKnows.told.push_back({'r', block});
+      if (mKnows.when_read != nullptr) {
+        std::exchange(mKnows.when_read, nullptr)();
+      }
+    };
+    SuperLog_Init(settings, kModernLimits, first, last, events);
+    lines_read = 0;
+    while (SuperLog_NextLogFile()) {
+      LogRecords records;
+      for (SuperLogRecord record; SuperLog_ParseNextLine(record);) {
+        ++lines_read;
+        AddTime(records, record.time);
+        records.in_range += record.time >= first && record.time <= last;
+      }
+      SuperLog_LogRead(records);
+    }
+    return mKnows.told;
+  }
+
+  // As if the counts of all blocks that were told were kept.
+  static void Count(const std::vector<ToldBlock>& told) {
+    for (const ToldBlock& one : told) {
+      if (one.block.name != BlockName{}) {
+        mKnows.counted.insert(KeyOf(one.block));
+      }
+    }
+  }
+
+  static std::string HowOf(const std::vector<ToldBlock>& told) {
+    std::string how;
+    for (const ToldBlock& one : told) {
+      how += one.block.name == BlockName{} ? static_cast<char>(toupper(one.how)) : one.how;
+    }
+    return how;
+  }
+
+  static int64_t RecordsOf(const std::vector<ToldBlock>& told) {
+    int64_t records = 0;
+    for (const ToldBlock& one : told) {
+      records += one.block.records;
+    }
+    return records;
+  }
+};
+
+TEST_F(BlockNames, StayWhenAKnownLogIsReadAgain) {
+  Write("a.log", Days(20));
+  const auto first = All();
+  const auto again = All();
+  ASSERT_GT(first.size(), 20U);
+  ASSERT_EQ(again.size(), first.size());
+  std::set<std::pair<uint64_t, uint64_t>> names;
+  for (size_t i = 0; i < first.size(); ++i) {
+    EXPECT_EQ(again[i].block, first[i].block) << i;
+    names.insert(KeyOf(first[i].block));
+  }
+  EXPECT_EQ(names.size(), first.size()) << "each its own";
+  EXPECT_EQ(HowOf(again), std::string(first.size(), 'r'));
+  EXPECT_EQ(RecordsOf(again), 1728);
+}
+
+TEST_F(BlockNames, AreNewForAnotherContent) {
+  const std::string text = Days(20);
+  Write("a.log", text);
+  Count(All());
+  std::string other = text;
+  other[text.size() / 2] ^= 1;
+  Write("a.log", other);
+  for (const ToldBlock& one : All()) {
+    EXPECT_EQ(one.how, 'r');
+    EXPECT_NE(one.block.name, BlockName{});
+    EXPECT_FALSE(mKnows.counted.contains(KeyOf(one.block)));
+  }
+}
+
+TEST_F(BlockNames, AreNoneOfWhatIsNotKept) {
+  SetCurrentTimeForTest(kLongAgo);  // a small log that may still be written to
+  SetBlockSizesForTest({.first = 500, .least = 4000, .most = 1 << 20});
+  Write("a.log", Days(20));
+  for (const ToldBlock& one : All()) {
+    EXPECT_EQ(one.block.name, BlockName{});
+  }
+  EXPECT_EQ(RecordsOf(mKnows.told), 1728);
+}
+
+TEST_F(BlockNames, AreNoneOfWhatReachesBeyondTheRange) {
+  Write("a.log", Days(20));
+  const std::string how = HowOf(Told(5, 2));
+  ASSERT_GE(how.size(), 3U);
+  EXPECT_EQ(how.front(), 'R');
+  EXPECT_EQ(how.back(), 'R');
+  EXPECT_EQ(how.substr(1, how.size() - 2), std::string(how.size() - 2, 'r'));
+}
+
+TEST_F(BlockNames, AreAskedForOnlyWhereTheWholeBlockLiesInTheRange) {
+  Write("a.log", Days(20));
+  const auto whole = All();
+  Count(whole);
+  const auto some = Told(5, 3);
+  EXPECT_EQ(some.front().how, 'r') << "though it is counted, half of it is wanted";
+  EXPECT_EQ(some.front().block.name, BlockName{});
+  EXPECT_EQ(some[1].how, 'p');
+  EXPECT_LE(lines_read, 3 * kLinesOfBlock);
+  for (const ToldBlock& one : some) {
+    if (one.how == 'p') {
+      EXPECT_GE(one.block.first, kStart + 5 * kDay);
+      EXPECT_LT(one.block.last, kStart + 8 * kDay);
+    }
+  }
+  Told(30, 1);
+  EXPECT_EQ(mKnows.asked, 0) << "nothing of it is wanted";
+}
+
+TEST_F(BlockNames, TellOfBlocksInTheOrderOfReading) {
+  Write("a.log", Days(5));
+  Write("a1.log", Days(5, 5));
+  const auto first = All();
+  Count(first);
+  mKnows.counted.erase(KeyOf(first[3].block));
+  const auto again = All();
+  ASSERT_EQ(again.size(), first.size());
+  std::string how(first.size(), 'p');
+  how[0] = how[3] = 'r';  // the first one tells the layout
+  EXPECT_EQ(HowOf(again), how);
+  for (size_t i = 0; i < first.size(); ++i) {
+    EXPECT_EQ(again[i].block.name, first[i].block.name) << i;
+  }
+}
+
+TEST_F(BlockNames, CountInTheFiguresOfTheLogThoughPassedOver) {
+  Write("a.log", Days(5) + "junk of one\n" + Days(5, 5));
+  const auto figures = [&] {
+    const void* place = nullptr;
+    LogState log;
+    EXPECT_TRUE(SuperLog_NextState(place, log));
+    return std::to_string(log.records.count) + " " + std::to_string(log.records.in_range) + " " +
+           std::to_string(log.records.first - kStart) + " " + std::to_string(log.records.last - kStart) +
+           " " + std::to_string(log.lines_not_understood) + " " + std::to_string(log.first_not_understood) +
+           " " + log.line + " " + std::to_string(SuperLongToBytes(SuperLog_GetTotalLogBytesRead())) + " " +
+           std::to_string(SuperLog_GetRecordsRead()) + " " + std::to_string(SuperLog_GetLinesNotUnderstood());
+  };
+  const auto size = std::to_string(std::filesystem::file_size(PathOf("a.log")));
+  const std::string expected = "864 864 7200 866600 1 433 junk of one " + size + " 864 1";
+  Count(All());
+  EXPECT_EQ(figures(), expected);
+  EXPECT_EQ(HowOf(All()), std::string(mKnows.told.size(), 'p'));
+  EXPECT_EQ(lines_read, 0);
+  EXPECT_EQ(figures(), expected);
+  Append("a.log", "");  // known by its beginning now, but for the block that tells the layout
+  EXPECT_EQ(HowOf(All()), "r" + std::string(mKnows.told.size() - 1, 'p'));
+  EXPECT_EQ(figures(), expected);
+}
+
+TEST_F(BlockNames, StayInALogThatHasGrown) {
+  Write("a.log", Days(20));
+  const auto first = All();
+  Count(first);
+  Append("a.log", Days(2, 20));
+  const auto grown = All();
+  EXPECT_EQ(RecordsOf(grown), RecordsOf(first) + 2 * kDay / 1000 + 1);
+  EXPECT_EQ(grown[0].block.name, first[0].block.name) << "read, because it tells the layout";
+  size_t known = 1;
+  for (; known < grown.size() && grown[known].how == 'p'; ++known) {
+    EXPECT_EQ(grown[known].block.name, first[known].block.name);
+  }
+  EXPECT_GT(known, first.size() / 4);
+  for (size_t i = known; i < grown.size(); ++i) {
+    EXPECT_EQ(grown[i].how, 'r');
+    EXPECT_NE(grown[i].block.name, BlockName{});
+    EXPECT_FALSE(mKnows.counted.contains(KeyOf(grown[i].block))) << "a block that ends elsewhere is another";
+  }
+  Count(grown);
+  EXPECT_EQ(HowOf(All()), std::string(grown.size(), 'p'));
+}
+
+TEST_F(BlockNames, OfACompressedLogStay) {
+  if (LibraryFor(PackFormat::kGzip) == nullptr) {
+    GTEST_SKIP() << "built without gzip";
+  }
+  Write("a.log", Pack(PackFormat::kGzip, Days(20)));
+  const auto first = All();
+  ASSERT_EQ(HowOf(first), "r");
+  const auto again = All();
+  ASSERT_EQ(HowOf(again), "r") << "what is known, but not counted, can be kept";
+  EXPECT_EQ(again[0].block.name, first[0].block.name);
+  Count(first);
+  EXPECT_EQ(HowOf(All()), "p");
+  std::filesystem::rename(PathOf("a.log"), PathOf("a1.log"));
+  Touch("a1.log");
+  EXPECT_EQ(HowOf(All()), "p");
+  EXPECT_EQ(lines_read, 0);
+}
+
+// What is read of a known log while somebody writes to it is not what its names stand for.
+TEST_F(BlockNames, AreNotGivenToWhatIsWrittenMeanwhile) {
+  Write("a.log", Days(20));
+  const auto first = All();
+  mKnows.when_read = [&] { Append("a.log", Days(1, 20)); };
+  std::set<std::pair<uint64_t, uint64_t>> names;
+  for (const ToldBlock& one : first) {
+    names.insert(KeyOf(one.block));
+  }
+  const auto meanwhile = All();
+  EXPECT_GT(RecordsOf(meanwhile), RecordsOf(first));
+  EXPECT_EQ(meanwhile[0].block.name, first[0].block.name) << "read before";
+  for (size_t i = 1; i < meanwhile.size(); ++i) {
+    EXPECT_FALSE(names.contains(KeyOf(meanwhile[i].block))) << i;
+  }
+}
+
+TEST_F(BlockNames, AreNotGivenToWhatIsCutMeanwhile) {
+  SetCurrentTimeForTest(kLongAgo);  // known by its beginning, whatever its time
+  const std::string text = Days(60);
+  Write("a.log", text);
+  Count(All());
+  const auto names = std::exchange(mKnows.counted, {});
+  for (const auto& name : names) {  // more than half is counted, the rest is read
+    if (mKnows.counted.size() < names.size() * 3 / 4) {
+      mKnows.counted.insert(name);
+    }
+  }
+  mKnows.when_read = [&] { std::filesystem::resize_file(PathOf("a.log"), text.size() * 9 / 10); };
+  const auto meanwhile = All();
+  bool read = false;
+  for (const ToldBlock& one : meanwhile) {
+    if (one.how == 'r' && read) {
+      EXPECT_FALSE(names.contains(KeyOf(one.block)));
+    }
+    read |= one.how == 'r';
+  }
+  EXPECT_TRUE(read);
+}
+
+// A log may be rotated between the look at it and its opening.
+TEST_F(BlockNames, AreThoseOfTheFileThatWasOpened) {
+  Write("a.log", Days(20));
+  Write("new", Days(20, 100));
+  const auto first = All();
+  Count(first);
+  mKnows.counted.erase(KeyOf(first[4].block));
+  mKnows.when_asked = [&] {
+    std::filesystem::rename(PathOf("a.log"), PathOf("old"));
+    std::filesystem::rename(PathOf("new"), PathOf("a.log"));
+  };
+  const auto rotated = All();
+  for (const ToldBlock& one : rotated) {
+    EXPECT_EQ(one.how, 'r');
+    EXPECT_GE(one.block.first, kStart + 100 * kDay);
+    EXPECT_FALSE(mKnows.counted.contains(KeyOf(one.block)));
+    EXPECT_NE(KeyOf(one.block), KeyOf(first[4].block));
+  }
+  EXPECT_EQ(RecordsOf(rotated), 1728);
+}
+
+// A log that may no longer be read is one that cannot be opened, whatever is known of it.
+TEST_F(BlockNames, AreOfNoUseWhereTheLogCannotBeOpened) {
+  if (geteuid() != 0) {
+    GTEST_SKIP() << "only root can become another user";
+  }
+  Write("a.log", Days(20));
+  ASSERT_EQ(chmod(PathOf("a.log").c_str(), 0640), 0);
+  ASSERT_EQ(chmod(directory.c_str(), 0755), 0);
+  ASSERT_EQ(chown(store.c_str(), 65534, 65534), 0);
+  ASSERT_EQ(setegid(0), 0);
+  ASSERT_EQ(seteuid(65534), 0);
+  Count(All());  // as one of the group
+  const std::string before = HowOf(All());
+  ASSERT_EQ(seteuid(0), 0);
+  ASSERT_EQ(setegid(65534), 0);
+  ASSERT_EQ(seteuid(65534), 0);
+  const std::string after = HowOf(All());
+  const void* place = nullptr;
+  LogState log;
+  EXPECT_TRUE(SuperLog_NextState(place, log));
+  ASSERT_EQ(seteuid(0), 0);
+  ASSERT_EQ(setegid(0), 0);
+  EXPECT_EQ(before, std::string(before.size(), 'p'));
+  EXPECT_GT(before.size(), 20U);
+  EXPECT_EQ(after, "");
+  EXPECT_TRUE(log.unopened);
 }
 
 // ---- Whatever happens to logs and store ----
