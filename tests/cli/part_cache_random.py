@@ -110,6 +110,7 @@ class History:
         self.store = chance.choice(["", "store", "store", "counts"])
         self.keeps_summaries = chance.random() < 0.3
         self.questions = [self.question() for _ in range(3)]
+        self.asked = []  # the last reports: their parameters and environment
         self.serial = 0
         for _ in range(chance.randrange(1, 5)):
             self.rotate_by_date()
@@ -377,6 +378,7 @@ class History:
         return f"date={one:%m%d%Y},{other:%m%d%Y}"
 
     def words(self):
+        """Of a new question, or of one of other days."""
         chance = self.chance
         if chance.random() < 0.1:
             self.questions[chance.randrange(3)] = self.question()
@@ -392,6 +394,12 @@ class History:
         zone = self.stream.zone if self.chance.random() < 0.9 else "Asia/Kolkata"
         return {"TZ": zone, "LC_ALL": "C", "PATH": "/usr/bin:/bin", "SOURCE_DATE_EPOCH": "954547200", "COLUMNS": "100",
                 "ORVELLIS_CACHE": ""}
+
+    def next_question(self):
+        """Often one of the last, over logs that have changed since or have not."""
+        if not self.asked or self.chance.random() < 0.4:
+            self.asked = [(self.words(), self.environment())] + self.asked[:2]
+        return self.chance.choice(self.asked)
 
     def summaries(self):
         """In the classic edition, what runs note of logs."""
@@ -450,7 +458,7 @@ class History:
 
     def ask(self):
         """The same with counts and without; False when it is not."""
-        chance, words, env = self.chance, self.words(), self.environment()
+        chance, (words, env) = self.chance, self.next_question()
         by_form = chance.random() < 0.2
         plain, saved, noted = self.plain(words, env, by_form)
         way = "form" if by_form else chance.choice(["usual"] * 7 + ["workers", "workers", "killed", "killed", "two", "two", "size", "disk"])
