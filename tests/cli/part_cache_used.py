@@ -101,6 +101,7 @@ def check(account, pack, lines):
     account.expect_read("another range", [], "from=2000-02-24", "to=2000-03-01")
     account.expect_read("days of none", [], "from=1999-02-27", "to=1999-03-01")
     account.expect_read("another path", names, "days=all", "find=/page1")
+    account.expect_read("that path again", [], "days=all", "find=/page1")
     account.write("access.log-08", pack(log_of(8, lines)))
     (account.folder / "logs" / names[5]).rename(account.folder / "logs/access.log.5")
     time.sleep(SETTLED)
