@@ -33,7 +33,7 @@ SEED = sys.argv[5] if len(sys.argv) > 5 else "20000326"
 KEEP = pathlib.Path(sys.argv[6]) if len(sys.argv) > 6 else None
 ROUNDS = 7
 SETTLED = 3.1  # seconds, in which nobody changes a log
-LEAST_KEPT = 0.4  # of the reports with counts, where there were any at all
+LEAST_KEPT = 0.25  # of the reports with counts, where there were any at all
 HANG = 120
 ROOT = os.geteuid() == 0
 LAYOUTS = [["combined"]] * 5 + [["common"], ["json"], ["w3c"], ["letters"], ["tabs"], ["w3c", "w3c other"], ["tabs", "tabs other"],
