@@ -33,7 +33,7 @@ SEED = sys.argv[5] if len(sys.argv) > 5 else "20000326"
 KEEP = pathlib.Path(sys.argv[6]) if len(sys.argv) > 6 else None
 ROUNDS = 7
 SETTLED = 3.1  # seconds, in which nobody changes a log
-LEAST_KEPT = 0.4  # of the reports with counts, where there were any at all
+LEAST_KEPT = 0.25  # of the reports with counts, where there were any at all
 HANG = 120
 ROOT = os.geteuid() == 0
 LAYOUTS = [["combined"]] * 5 + [["common"], ["json"], ["w3c"], ["letters"], ["tabs"], ["w3c", "w3c other"], ["tabs", "tabs other"],
@@ -110,6 +110,7 @@ class History:
         self.store = chance.choice(["", "store", "store", "counts"])
         self.keeps_summaries = chance.random() < 0.3
         self.questions = [self.question() for _ in range(3)]
+        self.asked = []  # the last reports: their parameters and environment
         self.serial = 0
         for _ in range(chance.randrange(1, 5)):
             self.rotate_by_date()
@@ -207,12 +208,12 @@ class History:
             path.write_bytes(content[:size])
 
     def other_content(self, content):
-        """Of the same size: one figure is another one, somewhere."""
+        """Of the same size: some figures are others."""
         places = [place for place in range(len(content)) if content[place:place + 1].isdigit()] if len(content) < 100000 else []
-        if not places:
-            return content
-        place = self.chance.choice(places)
-        return content[:place] + bytes([48 + (content[place] - 47) % 10]) + content[place + 1:]
+        other = bytearray(content)
+        for place in self.chance.sample(places, min(len(places), self.chance.choice([1, 4, 20]))):
+            other[place] = 48 + (other[place] - 47) % 10
+        return bytes(other)
 
     def rewrite_in_place(self):
         path = self.some()
@@ -272,8 +273,8 @@ class History:
             (self.folder / "new").rename(other)
 
     CHANGES = [append, append, append, append, append_without_an_end, grow_another, rotate_by_number, rotate_by_date, rotate_by_date,
-               compress, truncate, truncate_and_regrow, rewrite_in_place, rewrite_in_place, replace, replace, touch, delete, back_up,
-               back_up, restore, restore, copy_beside, swap_names]
+               compress, truncate, truncate_and_regrow, *[rewrite_in_place] * 4, *[replace] * 4, touch, delete, back_up, back_up,
+               restore, restore, copy_beside, swap_names]
 
     # ---- What is kept ----
 
@@ -285,6 +286,7 @@ class History:
 
     def damage(self):
         files = self.kept_files()
+        files = [path for path in files if not path.is_symlink()]
         if not files:
             return
         path, other, chance = self.chance.choice(files), self.chance.choice(files), self.chance
@@ -371,12 +373,13 @@ class History:
         if modern and chance.random() < 0.3:
             return chance.choice(["days=all", "days=all", "from=first"])
         length = max((last - first).days, 1)
-        begin, end = chance.choice([(-40, length + 40), (0, length), (0, length + 1), (chance.randrange(length + 1),) * 2,
+        begin, end = chance.choice([(-40, length + 40)] * 3 + [(0, length), (0, length + 1), (chance.randrange(length + 1),) * 2,
                                     (1, length), (0, length // 2), (length // 2, length), (-3, 0), (length, length + 9), (-30, -20)])
         one, other = (first + datetime.timedelta(days=day) for day in (begin, max(begin, end)))
         return f"date={one:%m%d%Y},{other:%m%d%Y}"
 
     def words(self):
+        """Of a new question, or of one of other days."""
         chance = self.chance
         if chance.random() < 0.1:
             self.questions[chance.randrange(3)] = self.question()
@@ -388,10 +391,32 @@ class History:
             words.append(f"requests=1,{chance.choice([0, 1, 7])}")
         return [self.days("edition=modern" in words)] + words
 
+    def varied(self, words):
+        """In one parameter, which may decide what is counted."""
+        chance = self.chance
+        place = chance.randrange(1, len(words))
+        name, value = words[place].split("=", 1)
+        if name == "find" or chance.random() < 0.4:
+            return [word for word in words if not word.startswith("find=")] + ["find=" + chance.choice(random_logs.FINDS)]
+        if value in ("0", "1"):
+            return words[:place] + [f"{name}={1 - int(value)}"] + words[place + 1:]
+        return words[:place] + words[place + 1:] if name not in ("edition", "output") else words
+
     def environment(self):
         zone = self.stream.zone if self.chance.random() < 0.9 else "Asia/Kolkata"
         return {"TZ": zone, "LC_ALL": "C", "PATH": "/usr/bin:/bin", "SOURCE_DATE_EPOCH": "954547200", "COLUMNS": "100",
                 "ORVELLIS_CACHE": ""}
+
+    def next_question(self):
+        """Mostly the last one, or one of the last, over logs that have changed since or have not."""
+        chance = self.chance
+        if not self.asked or chance.random() < 0.3:
+            some = self.asked and chance.random() < 0.5
+            words = self.varied(self.asked[0][0]) if some else self.words()
+            self.asked = [(words, self.asked[0][1] if some else self.environment())] + self.asked[:2]
+        elif chance.random() < 0.3:
+            self.asked.insert(0, self.asked.pop(chance.randrange(len(self.asked))))
+        return self.asked[0]
 
     def summaries(self):
         """In the classic edition, what runs note of logs."""
@@ -450,7 +475,7 @@ class History:
 
     def ask(self):
         """The same with counts and without; False when it is not."""
-        chance, words, env = self.chance, self.words(), self.environment()
+        chance, (words, env) = self.chance, self.next_question()
         by_form = chance.random() < 0.2
         plain, saved, noted = self.plain(words, env, by_form)
         way = "form" if by_form else chance.choice(["usual"] * 7 + ["workers", "workers", "killed", "killed", "two", "two", "size", "disk"])
@@ -501,14 +526,15 @@ class History:
         chance = self.chance
         if not all(self.ask() for _ in range(chance.choice([1, 2, 2, 3]))):
             return
-        for _ in range(chance.choice([1, 1, 2, 3])):
+        for _ in range(chance.choice([0, 1, 1, 2, 3])):
             change = chance.choice(self.CHANGES)
             self.told.append(change.__name__)
             change(self)
             if chance.random() < 0.25 and not self.ask():
                 return
         if chance.random() < 0.3:
-            self.damage()
+            for _ in range(chance.choice([1, 3, 9])):
+                self.damage()
         if chance.random() < 0.12:
             self.replace_folder()
         elif chance.random() < 0.5:
