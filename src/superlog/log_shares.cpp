@@ -360,6 +360,14 @@ static bool Follows(const ReadShare& last, const ReadShare& next) {
   return same && !last.ended && last.last == next.first;
 }
 
+// What was read of both, the second one the latest.
+static ReadShare Joined(const ReadShare& last, ReadShare next) {
+  next.share.from = last.share.from;
+  next.before = last.before;
+  next.first = last.first;
+  return next;
+}
+
 bool AddShare(PartReader& part) {
   const ReadShare last = mRead;
   TakeBytes(part, mRead.share);
@@ -377,5 +385,6 @@ bool AddShare(PartReader& part) {
       return false;
     }
   }
+  mRead = Joined(last, mRead);
   return AddStretches(part);
 }
