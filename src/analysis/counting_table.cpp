@@ -737,6 +737,9 @@ static bool AddWithSublists(PartReader& part, List& list, ListInfo* info, uint64
   return !part.damaged;
 }
 
+// Lines of the index have time to come in.
+static constexpr size_t kSavedGroupSize = 128;
+
 // Takes keys, one at least, as long as none of them has to move; 0 when there is none.
 static size_t TakeGroup(PartReader& part, const List& list, std::span<SavedKey> group, bool ignore_case) {
   size_t taken = 0;
@@ -770,9 +773,9 @@ bool AddSavedList(PartReader& part, List& list, ListInfo* info, bool ignore_case
   if (TakeFigureUpTo(part, 1) != 0) {
     return AddWithSublists(part, list, info, length, ignore_case);
   }
-  SavedKey group[kGroupSize];
+  SavedKey group[kSavedGroupSize];
   for (uint64_t left = length; left > 0 && !part.damaged;) {
-    const auto most = static_cast<size_t>(std::min<uint64_t>(left, kGroupSize));
+    const auto most = static_cast<size_t>(std::min<uint64_t>(left, kSavedGroupSize));
     const size_t taken = TakeGroup(part, list, {group, most}, ignore_case);
     AddGroup(list, info, {group, taken}, ignore_case);
     left -= taken;
