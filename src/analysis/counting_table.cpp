@@ -176,7 +176,7 @@ static IndexLine* NewLines(size_t lines) {
   if (memory == nullptr) {
     return nullptr;
   }
-  AskForLargePages(memory, lines * sizeof(IndexLine));
+  AskForPages(memory, lines * sizeof(IndexLine));
   const size_t before = sizeof(IndexLine) - reinterpret_cast<uintptr_t>(memory) % sizeof(IndexLine);
   memory[before - 1] = static_cast<unsigned char>(before);
   return reinterpret_cast<IndexLine*>(memory + before);
