@@ -8,7 +8,6 @@
 #include <string>
 #include <thread>
 
-
 namespace {
 
 constexpr size_t kTexts = 40000;
