@@ -176,7 +176,7 @@ static IndexLine* NewLines(size_t lines) {
   if (memory == nullptr) {
     return nullptr;
   }
-  AskForLargePages(memory, lines * sizeof(IndexLine));
+  AskForPages(memory, lines * sizeof(IndexLine));
   const size_t before = sizeof(IndexLine) - reinterpret_cast<uintptr_t>(memory) % sizeof(IndexLine);
   memory[before - 1] = static_cast<unsigned char>(before);
   return reinterpret_cast<IndexLine*>(memory + before);
@@ -692,8 +692,13 @@ struct SavedKey {
   uint32_t hash;
 };
 
+static size_t LongestSavedKey() {
+  return mCountingLimits.item + 2 * kLongestFigure;
+}
+
 // False when there is none that could have been saved.
 static bool TakeKey(PartReader& part, bool ignore_case, SavedKey& saved) {
+  FetchBytes(part, LongestSavedKey());
   saved.key = TakeText(part, mCountingLimits.item);
   saved.count = static_cast<int64_t>(TakeFigureUpTo(part, INT64_MAX));
   if (saved.key.empty() || saved.count == 0 || saved.key.find('\0') != std::string_view::npos) {
@@ -732,16 +737,24 @@ static bool AddWithSublists(PartReader& part, List& list, ListInfo* info, uint64
   return !part.damaged;
 }
 
-// As keys that wait: lines of the index come in together, and then records.
-static bool AddGroup(PartReader& part, List& list, ListInfo* info, size_t length, bool ignore_case) {
-  SavedKey group[kGroupSize];
-  for (SavedKey& saved : std::span(group, length)) {
-    if (!TakeKey(part, ignore_case, saved)) {
-      return false;
+// Lines of the index have time to come in.
+static constexpr size_t kSavedGroupSize = 128;
+
+// Takes keys, one at least, as long as none of them has to move; 0 when there is none.
+static size_t TakeGroup(PartReader& part, const List& list, std::span<SavedKey> group, bool ignore_case) {
+  size_t taken = 0;
+  do {
+    if (!TakeKey(part, ignore_case, group[taken])) {
+      return 0;
     }
-    FetchSlot(list, saved.hash);
-  }
-  for (const SavedKey& saved : std::span(group, length)) {
+    FetchSlot(list, group[taken].hash);
+  } while (++taken < group.size() && AreBytesThere(part, LongestSavedKey()));
+  return taken;
+}
+
+// As keys that wait: lines of the index come in together, and then records.
+static void AddGroup(List& list, ListInfo* info, std::span<const SavedKey> group, bool ignore_case) {
+  for (const SavedKey& saved : group) {
     const ItemRef ref = list.attacked ? 0 : Foresee(list, saved.hash);
     if (ref != 0) {
       const ListItem* const record = ItemAt(ref);
@@ -749,10 +762,9 @@ static bool AddGroup(PartReader& part, List& list, ListInfo* info, size_t length
       __builtin_prefetch(reinterpret_cast<const char*>(record) + kCacheLine);
     }
   }
-  for (const SavedKey& saved : std::span(group, length)) {
+  for (const SavedKey& saved : group) {
     CountSaved(list, info, saved, nullptr, ignore_case);
   }
-  return true;
 }
 
 bool AddSavedList(PartReader& part, List& list, ListInfo* info, bool ignore_case) {
@@ -761,12 +773,12 @@ bool AddSavedList(PartReader& part, List& list, ListInfo* info, bool ignore_case
   if (TakeFigureUpTo(part, 1) != 0) {
     return AddWithSublists(part, list, info, length, ignore_case);
   }
-  for (uint64_t left = length; left > 0;) {
-    const auto group = static_cast<size_t>(std::min<uint64_t>(left, kGroupSize));
-    if (!AddGroup(part, list, info, group, ignore_case)) {
-      return false;
-    }
-    left -= group;
+  SavedKey group[kSavedGroupSize];
+  for (uint64_t left = length; left > 0 && !part.damaged;) {
+    const auto most = static_cast<size_t>(std::min<uint64_t>(left, kSavedGroupSize));
+    const size_t taken = TakeGroup(part, list, {group, most}, ignore_case);
+    AddGroup(list, info, {group, taken}, ignore_case);
+    left -= taken;
   }
   return !part.damaged;
 }

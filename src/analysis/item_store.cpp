@@ -146,13 +146,26 @@ static bool IsWorthJoining() {
 
 // ---- Chunks ----
 
-void AskForLargePages(void* memory, size_t size) {
+// Pages of the system are at most so large, but for large ones.
+static constexpr size_t kSmallPages = 65536;
+
+static void MapAtOnce([[maybe_unused]] char* memory, [[maybe_unused]] size_t size) {
+#if defined(MADV_POPULATE_WRITE)
+  madvise(memory, size, MADV_POPULATE_WRITE);
+#endif
+}
+
+void AskForPages(void* memory, size_t size) {
   constexpr size_t kLargePage = size_t{2} << 20;
   const auto address = reinterpret_cast<uintptr_t>(memory);
   const size_t before = -address % kLargePage;
+  const size_t before_small = -address % kSmallPages;
   if (size >= before + kLargePage) {
     const size_t whole = (size - before) / kLargePage * kLargePage;
     madvise(static_cast<char*>(memory) + before, whole, MADV_HUGEPAGE);
+  } else if (size >= before_small + kSmallPages) {
+    const size_t whole = (size - before_small) / kSmallPages * kSmallPages;
+    MapAtOnce(static_cast<char*>(memory) + before_small, whole);
   }
 }
 
@@ -178,7 +191,9 @@ static bool AddSlab(size_t chunks) {
   if (memory == nullptr) {
     return false;
   }
-  AskForLargePages(memory, (chunks + 1) * kChunkSize);
+  if (mSlabCount > 0) {  // most of the first one may never be used
+    AskForPages(memory, (chunks + 1) * kChunkSize);
+  }
   mSlabs[mSlabCount++] = memory;
   mpUntouched = memory + kChunkSize - reinterpret_cast<uintptr_t>(memory) % kChunkSize;
   mUntouched = chunks;

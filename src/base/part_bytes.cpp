@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 
-static constexpr size_t kLongestFigure = 10;  // bytes
 static constexpr unsigned kBitsOfByte = 7;
 static constexpr unsigned char kMore = 1U << kBitsOfByte;
 
@@ -44,9 +43,21 @@ void PutText(PartWriter& part, std::string_view text) {
 void MarkDamaged(PartReader& part) {
   part.damaged = true;
   part.next = part.end;
+  part.source = {};
+}
+
+bool AreBytesThere(const PartReader& part, size_t size) {
+  return static_cast<size_t>(part.end - part.next) >= size || part.source.fetch == nullptr;
+}
+
+void FetchBytes(PartReader& part, size_t size) {
+  if (!AreBytesThere(part, size)) {
+    part.source.fetch(part.source.context, part, size);
+  }
 }
 
 uint64_t TakeFigure(PartReader& part) {
+  FetchBytes(part, kLongestFigure);
   uint64_t figure = 0;
   for (unsigned shift = 0; part.next != part.end && shift < 64; shift += kBitsOfByte) {
     const auto byte = static_cast<unsigned char>(*part.next++);
@@ -78,12 +89,13 @@ uint64_t TakeFigureUpTo(PartReader& part, uint64_t most) {
 }
 
 std::string_view TakeText(PartReader& part, size_t most) {
-  const uint64_t size = TakeFigureUpTo(part, most);
+  const auto size = static_cast<size_t>(TakeFigureUpTo(part, most));
+  FetchBytes(part, size);
   if (size > static_cast<size_t>(part.end - part.next)) {
     MarkDamaged(part);
     return {};
   }
-  const std::string_view text{part.next, static_cast<size_t>(size)};
+  const std::string_view text{part.next, size};
   part.next += size;
   return text;
 }

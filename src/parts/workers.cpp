@@ -2,26 +2,23 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <vector>
 
 #include "analysis/driver.h"
 #include "analysis/rules.h"
 #include "analysis/smart_memory.h"
 #include "base/memory_end.h"
-#include "base/part_bytes.h"
 #include "base/processors.h"
 #include "parts/counts.h"
 #include "parts/kept_run.h"
+#include "parts/part_pipe.h"
 #include "sandbox/helper_process.h"
-#include "superlog/byte_scan.h"
 #include "superlog/divided_logs.h"
 #include "superlog/log_parts.h"
 #include "superlog/log_shares.h"
@@ -98,94 +95,109 @@ static void EndAsTheOther(const StandBy& stand_by) {
 }
 
 // ---- Workers ----
+//
+// Each process hands its part to the one whose number is its own without the lowest bit, which adds it to its
+// own before it hands on both: of many workers the first process adds but a few, and no two wait for a third.
 
 struct Worker {
   pid_t process = -1;
-  int file = -1;  // into which it writes its part
+  PartPipe pipe;
 };
 
-struct PartFile {
-  int file;
-  bool written;
+static size_t TakerOf(size_t number) {
+  return number & (number - 1);
+}
+
+struct Crew {
+  const std::vector<LogShare>& shares;  // one for each process, the first one included
+  std::vector<Worker> workers;          // by number; nobody is the first
+  const Settings& settings;
+  const Rules& rules;
+  Analysis& analysis;
 };
 
-static void WriteToFile(void* context, const char* bytes, size_t size) {
-  PartFile& to = *static_cast<PartFile*>(context);
-  while (to.written && size > 0) {
-    const ssize_t n = write(to.file, bytes, size);
-    to.written = n > 0 || (n < 0 && errno == EINTR);
-    bytes += n > 0 ? n : 0;
-    size -= static_cast<size_t>(n > 0 ? n : 0);
-  }
-}
-
-// Room beyond the part's end, which may be read.
-static void WriteOverread(PartWriter& part) {
-  static constexpr char kRoom[kScanOverread] = {};
-  PutText(part, {kRoom, sizeof kRoom});
-}
-
-[[noreturn]] static void Work(const LogShare& share, int file, const Settings& settings, const Rules& rules,
-                              Analysis& analysis) {
-  TakeShare(share);
-  CountRecords(settings, analysis);
-  static PartFile to{file, true};
-  static PartWriter part;
-  part.sink = {&to, WriteToFile};
-  SaveShare(part);
-  SaveCounts(part, rules, analysis);
-  WriteOverread(part);
-  FlushPart(part);
-  EndWithoutOutput(to.written ? 0 : kGaveUp);
-}
-
-static Worker StartWorker(size_t number, const LogShare& share, const Settings& settings, const Rules& rules,
-                          Analysis& analysis) {
-  const int file = memfd_create("orvellis", MFD_CLOEXEC);
-  if (file < 0) {
-    return {};
-  }
-  const pid_t self = getpid();
-  const pid_t process = fork();
-  if (process == 0) {
-    DieWith(self);
-    UseUnpacker(number + 1);
-    Work(share, file, settings, rules, analysis);
-  }
-  return {process, file};
-}
-
-// ---- Adding ----
-
-static bool AddPartOf(const Worker& worker, const Rules& rules, Analysis& analysis) {
-  struct stat file;
-  if (worker.process < 0 || WaitFor(worker.process) != 0 || fstat(worker.file, &file) != 0) {
-    return false;
-  }
-  const auto size = static_cast<size_t>(file.st_size);
-  void* const bytes = mmap(nullptr, size, PROT_READ, MAP_SHARED | MAP_POPULATE, worker.file, 0);
-  if (bytes == MAP_FAILED) {
-    return false;
-  }
-  PartReader part{static_cast<const char*>(bytes), static_cast<const char*>(bytes) + size};
+static bool AddPartOf(Worker& worker, const Crew& crew) {
+  PartInlet inlet{worker.pipe.from};
+  PartReader part = ReaderOf(inlet);
   unsigned missing = 0;
-  const bool added = AddShare(part) && AddSavedCounts(part, rules, analysis, missing);
-  munmap(bytes, size);
-  close(worker.file);
+  const bool added = AddShare(part) && AddSavedCounts(part, crew.rules, crew.analysis, missing);
+  CloseEnd(worker.pipe.from);
   return added;
+}
+
+// Counts the share of that number and adds what others hand over.
+static bool CountShare(Crew& crew, size_t number) {
+  UseUnpacker(number + 1);
+  TakeShare(crew.shares[number]);
+  CountRecords(crew.settings, crew.analysis);
+  bool added = true;
+  for (size_t i = number + 1; i < crew.workers.size() && added; ++i) {
+    added = TakerOf(i) != number || AddPartOf(crew.workers[i], crew);
+  }
+  return added;
+}
+
+static bool HandOver(const Crew& crew, size_t number) {
+  PartOutlet outlet{crew.workers[number].pipe.to};
+  PartWriter part;
+  part.sink = SinkOf(outlet);
+  SaveShare(part);
+  SaveCounts(part, crew.rules, crew.analysis);
+  FlushPart(part);
+  return outlet.written;
+}
+
+// Of the pipes' ends a process keeps its own. Whoever takes from one sees its end when the other one ends.
+static void KeepOwnEnds(Crew& crew, size_t number) {
+  for (size_t i = 1; i < crew.workers.size(); ++i) {
+    PartPipe& pipe = crew.workers[i].pipe;
+    if (i != number) {
+      CloseEnd(pipe.to);
+    }
+    if (TakerOf(i) != number) {
+      CloseEnd(pipe.from);
+    }
+  }
+}
+
+[[noreturn]] static void Work(Crew& crew, size_t number) {
+  KeepOwnEnds(crew, number);
+  if (!CountShare(crew, number) || !HandOver(crew, number)) {
+    GiveUp();
+  }
+  CloseEnd(crew.workers[number].pipe.to);  // the other one need not wait for what the end of a process takes
+  EndWithoutOutput(0);
+}
+
+static bool StartWorkers(Crew& crew) {
+  const pid_t self = getpid();
+  for (size_t i = 1; i < crew.workers.size(); ++i) {
+    if (!OpenPartPipe(crew.workers[i].pipe)) {
+      return false;
+    }
+  }
+  for (size_t i = 1; i < crew.workers.size(); ++i) {
+    const pid_t process = fork();
+    if (process == 0) {
+      DieWith(self);
+      Work(crew, i);
+    }
+    crew.workers[i].process = process;
+  }
+  KeepOwnEnds(crew, 0);
+  return std::all_of(crew.workers.begin() + 1, crew.workers.end(),
+                     [](const Worker& worker) { return worker.process > 0; });
+}
+
+static bool HaveAllEnded(const Crew& crew) {
+  return std::all_of(crew.workers.begin() + 1, crew.workers.end(),
+                     [](const Worker& worker) { return WaitFor(worker.process) == 0; });
 }
 
 static bool CountShares(const std::vector<LogShare>& shares, const Settings& settings, const Rules& rules,
                         Analysis& analysis) {
-  std::vector<Worker> workers;
-  for (size_t i = 1; i < shares.size(); ++i) {
-    workers.push_back(StartWorker(i, shares[i], settings, rules, analysis));
-  }
-  UseUnpacker(1);
-  TakeShare(shares[0]);
-  CountRecords(settings, analysis);
-  const bool added = std::all_of(workers.begin(), workers.end(),
-                                 [&](const Worker& worker) { return AddPartOf(worker, rules, analysis); });
+  Crew crew{shares, std::vector<Worker>(shares.size()), settings, rules, analysis};
+  const bool added = StartWorkers(crew) && CountShare(crew, 0) && HaveAllEnded(crew);
   CollectLogFigures(settings, analysis);
   if (added) {
     TellLogsAgain({.log_looked_at = mLogEvents.log_looked_at});

@@ -44,8 +44,7 @@ static const char* const kReportCalls[] = {
     "rt_sigaction", "rt_sigprocmask", "rt_sigreturn", "restart_syscall", "exit", "exit_group"};
 
 // What starts workers and takes what they have counted.
-static const char* const kWorkerCalls[] = {"getppid", "set_robust_list", "rseq", "set_tid_address",
-                                           "memfd_create"};
+static const char* const kWorkerCalls[] = {"getppid", "set_robust_list", "rseq", "set_tid_address"};
 
 // Whoever unpacks a file: any memory, but see below.
 static const char* const kUnpackCalls[] = {"read",    "write", "brk",  "munmap",     "mremap",

@@ -356,6 +356,16 @@ static bool SeemsToBeCopy(const LogFile& log) {
   return false;
 }
 
+// What was read of both, the second one the latest.
+static ReadShare Joined(const ReadShare& last, ReadShare next) {
+  next.share.from = last.share.from;
+  next.states.before = last.states.before;
+  next.states.alone = last.states.alone;
+  next.states.within = last.states.within;
+  next.first = last.first;
+  return next;
+}
+
 bool AddShare(PartReader& part) {
   const ReadShare last = mRead;
   TakeBytes(part, mRead.share);
@@ -371,5 +381,6 @@ bool AddShare(PartReader& part) {
       return false;
     }
   }
+  mRead = Joined(last, mRead);
   return AddStretches(part);
 }

@@ -6,6 +6,7 @@
 
 #include "analysis/item_key.h"
 #include "analysis/paired_tables.h"
+#include "support/part_text.h"
 
 class CountingTableTest : public testing::Test {
  protected:
@@ -962,6 +963,11 @@ class SavedListTest : public CountingTableTest {
     PartReader part{room.data(), room.data() + size};
     return AddSavedList(part, list, info, ignore_case) && part.next == part.end;
   }
+  static bool AddComing(const std::string& bytes, List& list, ListInfo* info, bool ignore_case) {
+    ComingPart coming(bytes);
+    PartReader part = coming.reader();
+    return AddSavedList(part, list, info, ignore_case) && part.next == part.end;
+  }
   static std::string Everything(List& list) {
     std::string text;
     for (const ListItem* item = KeyOrder(list); item != nullptr; item = item->next) {
@@ -1011,6 +1017,22 @@ TEST_F(SavedListTest, AddsUpToTheListOfOneRun) {
       destroy(whole);
       destroy(sum);
     }
+  }
+}
+
+TEST_F(SavedListTest, IsTheSameWhenItsBytesMove) {
+  for (const SubLists sublists : {SubLists::kAny, SubLists::kNone}) {
+    List list;
+    List sum;
+    ListInfo* info = nullptr;
+    ListInfo* sum_info = nullptr;
+    init_list(list, info, "List", sublists);
+    init_list(sum, sum_info, "Sum", sublists);
+    CountSome(list, info, 0, 5000, false);
+    EXPECT_TRUE(AddComing(Saved(list), sum, sum_info, false));
+    EXPECT_EQ(Everything(sum), Everything(list));
+    destroy(list);
+    destroy(sum);
   }
 }
 

@@ -12,7 +12,7 @@ import subprocess
 import tempfile
 
 STRACE = shutil.which("strace")
-WATCHED = "clone,clone3,fork,vfork,wait4,memfd_create,munmap,exit_group"
+WATCHED = "clone,clone3,fork,vfork,wait4,pipe2,munmap,exit_group"
 CALL = re.compile(r"(\d+) +(?:<\.\.\. )?(\w+)(?: resumed>)?\(?(\d*)")
 FORKED = re.compile(r"(\d+) +(?:<\.\.\. )?(?:clone|clone3|fork|vfork)\b.*\) += (\d+)")
 
@@ -22,7 +22,9 @@ def division_in(trace):
     it ends at once as that one did, or lets go of what both shared, and counts alone."""
     calls = [call.groups() for call in map(CALL.match, trace.splitlines()) if call]
     parents = dict(reversed(forked.groups()) for forked in map(FORKED.match, trace.splitlines()) if forked)
-    for counting in {process for process, name, _ in calls if name == "memfd_create"}:
+    counting_ones = {process for process, name, _ in calls
+                     if name == "pipe2" and process in parents and parents[process] not in parents}
+    for counting in counting_ones:
         own = [(name, first) for process, name, first in calls if process == parents.get(counting)]
         if ("wait4", counting) in own:
             after = [name for name, _ in own[own.index(("wait4", counting)):] if name != "wait4"]

@@ -20,7 +20,7 @@ import agreement  # pylint: disable=wrong-import-position
 import divided_runs  # pylint: disable=wrong-import-position
 import parts_check  # pylint: disable=wrong-import-position
 
-WORKERS = (b"2,300", b"3,64")
+WORKERS = (b"2,300", b"6,64")
 OUTPUTS = (b"json", b"csv", b"text", b"modern", None)
 LEAST_DIVIDED = 400
 MOMENTS = parts_check.MOMENTS + [

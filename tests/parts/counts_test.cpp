@@ -77,11 +77,19 @@ class PartCounts : public AccountLogs {
     return AddSavedCounts(part, rules(), analysis, missing_) && part.next == part.end;
   }
 
+  bool AddComing(const std::string& bytes, Analysis& analysis) {
+    ComingPart coming(bytes);
+    PartReader part = coming.reader();
+    return AddSavedCounts(part, rules(), analysis, missing_) && part.next == part.end;
+  }
+
   std::map<std::string, std::string> OfParts(const std::vector<std::string>& parts) {
     Analysis analysis{};
     BeginAdding(settings_, counting(), analysis);
+    bool coming = false;
     for (const std::string& part : parts) {
-      EXPECT_TRUE(Add(part, analysis));
+      EXPECT_TRUE(coming ? AddComing(part, analysis) : Add(part, analysis));
+      coming = !coming;
     }
     CompleteCounts(settings_, analysis);
     return Ended(analysis);

@@ -78,7 +78,8 @@ TEST_F(SyscallFilterTest, WorkersAreProcessesThatMayNoMore) {
   EXPECT_EQ(Inside(TryFork, kWorkers), 0);
   EXPECT_EQ(
       Inside([] { return prctl(PR_SET_PDEATHSIG, SIGKILL) == 0 && getppid() > 0 ? 0 : errno; }, kWorkers), 0);
-  EXPECT_EQ(Inside([] { return ErrorOf(memfd_create("part", MFD_CLOEXEC)); }, kWorkers), 0);
+  Refuses(
+      "memory as a file", [] { return ErrorOf(memfd_create("part", MFD_CLOEXEC)); }, kWorkers);
   Refuses(
       "a process that shares files", [] { return TryClone(CLONE_FILES | SIGCHLD); }, kWorkers);
   Refuses(

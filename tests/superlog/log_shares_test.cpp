@@ -71,6 +71,23 @@ class LogShares : public AccountLogs {
     return added;
   }
 
+  // Of a share and of those that are handed on to whoever reads it: to the number without its lowest bit.
+  std::string ReadFrom(const std::vector<LogShare>& shares, size_t number) {
+    std::vector<std::string> parts;
+    for (size_t i = number + 1; i < shares.size(); ++i) {
+      if ((i & (i - 1)) == number) {
+        parts.push_back(ReadFrom(shares, i));
+      }
+    }
+    Begin();
+    TakeShare(shares[number]);
+    Read();
+    for (const std::string& part : parts) {
+      EXPECT_TRUE(Add(part)) << number;
+    }
+    return WrittenPart(SaveShare);
+  }
+
   static bool Add(const std::string& bytes) {
     const PartText text(bytes);
     PartReader part = text.reader();
@@ -223,6 +240,10 @@ TEST_F(LogShares, ComeToWhatOneReadingComesTo) {
       const std::vector<LogShare> shares = Divide(most, 64);
       EXPECT_EQ(shares.size(), most);
       EXPECT_EQ(ReadInShares(shares), most - 1);
+      EXPECT_EQ(records_, records);
+      EXPECT_EQ(whole ? StatesOfLogs() : "", states);
+      records_ = 0;
+      ReadFrom(shares, 0);
       EXPECT_EQ(records_, records);
       EXPECT_EQ(whole ? StatesOfLogs() : "", states);
     }

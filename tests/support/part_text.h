@@ -1,6 +1,7 @@
 // Parts as texts.
 #pragma once
 
+#include <algorithm>
 #include <string>
 
 #include "base/part_bytes.h"
@@ -30,4 +31,28 @@ class PartText {
  private:
   size_t size_;
   std::string bytes_;
+};
+
+// A part whose bytes come when they are asked for, and those that were there before move each time.
+class ComingPart {
+ public:
+  explicit ComingPart(const std::string& bytes) : left_(bytes), there_(kScanOverread, '\0') {}
+  PartReader reader() { return {there_.data(), there_.data(), false, {this, Fetch}}; }
+
+ private:
+  static void Fetch(void* context, PartReader& part, size_t size) {
+    ComingPart& self = *static_cast<ComingPart*>(context);
+    std::string now(part.next, part.end);
+    const std::string more = self.left_.substr(0, size - now.size());
+    self.left_.erase(0, more.size());
+    now += more + std::string(kScanOverread, '\0');
+    std::fill(self.there_.begin(), self.there_.end(), '?');
+    self.there_.swap(now);
+    part.next = self.there_.data();
+    part.end = part.next + self.there_.size() - kScanOverread;
+    part.source = self.left_.empty() ? PartSource{} : part.source;
+  }
+
+  std::string left_;
+  std::string there_;
 };
