@@ -189,12 +189,12 @@ static std::vector<CountsFile> FilesIn(DIR* folder, int descriptor) {
   return files;
 }
 
-void BoundKeptCounts(const char* path, int64_t most) {
-  DIR* const folder = opendir(path);
-  if (folder == nullptr) {
+void BoundKeptCounts(const char* folder, int64_t most) {
+  DIR* const listing = opendir(folder);
+  if (listing == nullptr) {
     return;
   }
-  std::vector<CountsFile> files = FilesIn(folder, dirfd(folder));
+  std::vector<CountsFile> files = FilesIn(listing, dirfd(listing));
   int64_t size = 0;
   for (const CountsFile& file : files) {
     size += file.size;
@@ -203,8 +203,8 @@ void BoundKeptCounts(const char* path, int64_t most) {
     std::sort(files.begin(), files.end(), IsOlder);
   }
   for (auto file = files.cbegin(); size > most && file != files.cend(); ++file) {
-    unlinkat(dirfd(folder), file->name.c_str(), 0);
+    unlinkat(dirfd(listing), file->name.c_str(), 0);
     size -= file->size;
   }
-  closedir(folder);
+  closedir(listing);
 }

@@ -357,6 +357,7 @@ std::string TablesAsText() {
 TEST_F(KeptRunTest, ForgetsAllThatWasCounted) {
   AddMonths();
   AddLog("own.log", {{.time = "05/Mar/2000:10:00:00", .url = "/a", .referrer = "http://site.example/x"},
+                     {.referrer = "http://www.google.com/"},
                      {.agent = "Mozilla/4.0 (compatible; MSIE 5.0)"}});
   Counters(false);  // what is made once is made
   ResetSuperLog();
@@ -376,6 +377,7 @@ TEST_F(KeptRunTest, ForgetsAllThatWasCounted) {
   const auto counted = CountersOf(analysis);
   const std::string counted_tables = TablesAsText();
   EXPECT_EQ(counted.at("own referrers"), "1");
+  EXPECT_EQ(counted.at("referrals"), "1 ");
   EXPECT_NE(counted_tables, fresh_tables);
   ForgetCounts(analysis);
   EXPECT_EQ(CountersOf(analysis), fresh);
