@@ -28,7 +28,7 @@ import workers_check  # pylint: disable=wrong-import-position
 
 PROGRAM = str(pathlib.Path(sys.argv[1]).resolve())
 AT_SYSTEM_CALL = str(pathlib.Path(sys.argv[3]).resolve())
-COUNT = int(sys.argv[4]) if len(sys.argv) > 4 else 150
+COUNT = int(sys.argv[4]) if len(sys.argv) > 4 else 100
 SEED = sys.argv[5] if len(sys.argv) > 5 else "20000326"
 KEEP = pathlib.Path(sys.argv[6]) if len(sys.argv) > 6 else None
 ROUNDS = 7
