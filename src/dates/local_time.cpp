@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <limits>
 
 #include "base/memory_end.h"
 
@@ -315,7 +316,11 @@ static int64_t OffsetAt(time_t when) {
 }
 
 bool IsTimeRepeated(time_t when) {
+  using Time = std::numeric_limits<time_t>;
   static constexpr time_t kFarFromChange = 86400;
+  if (when < Time::min() + 2 * kFarFromChange || when > Time::max() - 2 * kFarFromChange) {
+    return false;
+  }
   const int64_t own = OffsetAt(when);
   const auto has_twin = [&](time_t other) {
     const int64_t offset = OffsetAt(other);

@@ -368,6 +368,8 @@ TEST(IsTimeRepeated, HoldsForBothHoursThatShowTheSame) {
   EXPECT_FALSE(IsTimeRepeated(954032400));  // in spring an hour is left out
   UseZone("UTC0");
   EXPECT_FALSE(IsTimeRepeated(kChange));
+  EXPECT_FALSE(IsTimeRepeated(INT64_MAX));
+  EXPECT_FALSE(IsTimeRepeated(INT64_MIN));
 }
 
 TEST(TimeToLocal, LeavesPartsUnchangedBeyondTheLastYear) {
