@@ -8,7 +8,6 @@
 #include <cerrno>
 #include <cstring>
 
-#include "base/foreign_link.h"
 #include "base/path.h"
 #include "base/text.h"
 
@@ -89,19 +88,16 @@ static int OpenTemporary(FileReplacement& replacement, FileFor whom) {
   return file;
 }
 
-// A file of many names may be another one's, where somebody else puts names.
-static bool IsToBeWritten(int file, int links) {
+static bool IsRegular(int file) {
   struct stat info;
-  return fstat(file, &info) == 0 && S_ISREG(info.st_mode) && (links == 0 || info.st_nlink == 1);
+  return fstat(file, &info) == 0 && S_ISREG(info.st_mode);
 }
 
-static int OpenInPlace(FileReplacement& replacement, FileFor whom) {
-  const int links = whom == FileFor::kUserAlone ? FollowOwnLinksOnly(replacement.path) : 0;
+static int OpenInPlace(FileReplacement& replacement) {
   replacement.temporary[0] = '\0';
   // Without O_NONBLOCK, opening a named pipe would wait for a reader.
-  const int file = open(replacement.path, kWriteFlags | O_NONBLOCK | links, ModeFor(whom));
-  if (file >= 0 &&
-      (!IsToBeWritten(file, links) || !Lock(file) || !CloseToOthers(file, whom) || ftruncate(file, 0) != 0)) {
+  const int file = open(replacement.path, kWriteFlags | O_NONBLOCK, ModeFor(FileFor::kAll));
+  if (file >= 0 && (!IsRegular(file) || !Lock(file) || ftruncate(file, 0) != 0)) {
     return CloseAs(kNoFile, file);
   }
   return file;
@@ -111,8 +107,8 @@ bool BeginReplacement(FileReplacement& replacement, const char* path, const char
                       const char* unfinished, FileFor whom) {
   CopyText(replacement.path, path);
   int file = OpenTemporary(replacement, whom);
-  if (file == kNoFile) {
-    file = OpenInPlace(replacement, whom);
+  if (file == kNoFile && whom == FileFor::kAll) {
+    file = OpenInPlace(replacement);
   }
   if (file < 0) {
     return false;

@@ -33,6 +33,7 @@ SEED = sys.argv[5] if len(sys.argv) > 5 else "20000326"
 KEEP = pathlib.Path(sys.argv[6]) if len(sys.argv) > 6 else None
 ROUNDS = 7
 SETTLED = 3.1  # seconds, in which nobody changes a log
+FOREIGN = b"nothing of the program's\n"
 LEAST_KEPT = 0.25  # of the reports with counts, where there were any at all
 HANG = 120
 ROOT = os.geteuid() == 0
@@ -284,6 +285,12 @@ class History:
         counts = [path for path in files if path.suffix == ".counts"]
         return counts if counts and self.chance.random() < 0.7 else files
 
+    def foreign(self):
+        """A file that is none of the program's."""
+        path = self.folder / "foreign"
+        path.write_bytes(FOREIGN)
+        return path
+
     def damage(self):
         files = self.kept_files()
         files = [path for path in files if not path.is_symlink()]
@@ -314,7 +321,7 @@ class History:
             "longer": lambda: put(content + b"\x00" * chance.choice([1, 8, 4096])),
             "empty": lambda: put(b""),
             "folder": folder,
-            "link": lambda: link(chance.choice([other.resolve(), "nowhere", "/etc/passwd"])),
+            "link": lambda: link(chance.choice([other.resolve(), "nowhere", self.foreign()])),
             "another's": lambda: put(other.read_bytes()),
             "swapped": lambda: (put(other.read_bytes()), other != path and other.write_bytes(content)),
             "hard link": lambda: (self.folder / "other").unlink(missing_ok=True) or os.link(path, self.folder / "other"),
@@ -492,6 +499,9 @@ class History:
         for end in ends:
             if end != plain:
                 return self.fail(f"DIFFERS: {parts_check.difference(plain, end)}")
+        foreign = self.folder / "foreign"
+        if foreign.exists() and foreign.read_bytes() != FOREIGN:
+            return self.fail("DIFFERS: a file that a link among the counts leads to")
         after = {path: workers_check.without_moments(content) for path, (content, _) in self.summaries().items()}
         if way in ("usual", "form", "killed", "workers") and after != noted:
             return self.fail("DIFFERS: summary files")
