@@ -269,6 +269,9 @@ static void CountAgain(KeptRun& run) {
 }
 
 bool CountWithKept(const Settings& settings, Analysis& analysis) {
+  if (settings.part_cache[0] == '\0') {
+    return false;
+  }
   const Rules rules = ResolveRules(settings, analysis.counting);
   KeptRun run{settings, analysis, {"", rules, {}, {}}, {}, {}, {}};
   if (!AreRecordsCountedAlone(rules) || !IsStoreOpen() ||

@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <charconv>
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
@@ -15,6 +14,7 @@
 #include "analysis/rules.h"
 #include "analysis/smart_memory.h"
 #include "analysis/wildcard.h"
+#include "base/byte_size.h"
 #include "base/memory_end.h"
 #include "base/path.h"
 #include "base/text_file.h"
@@ -219,20 +219,6 @@ static bool CountPiece(const PartRun& run) {
   return made;
 }
 
-// "64M"; 0: it is no size.
-static uint64_t SizeOf(std::string_view text) {
-  static constexpr std::string_view kUnits = "kmgt";
-  uint64_t size = 0;
-  const char* const end = text.data() + text.size();
-  const auto read = std::from_chars(text.data(), end, size);
-  const bool bare = read.ptr == end;
-  const size_t unit = bare ? 0 : kUnits.find(ToLowerAscii(*read.ptr));
-  const bool known =
-      read.ec == std::errc{} && (bare || (read.ptr + 1 == end && unit != std::string_view::npos));
-  const size_t shift = bare ? 0 : 10 * (unit + 1);
-  return known && size < (UINT64_MAX >> 1 >> shift) ? size << shift : 0;
-}
-
 static bool PrintPieces(uint64_t size) {
   for (const LogPiece& piece : PlanPieces(size)) {
     puts(TokenOf(piece).c_str());
@@ -241,8 +227,8 @@ static bool PrintPieces(uint64_t size) {
 }
 
 static bool PrintPlan(const PartRun& run) {
-  const uint64_t size = SizeOf(run.settings.plan);
-  if (size == 0) {
+  const uint64_t size = ByteSize(run.settings.plan).value_or(0);
+  if (size == 0 || size > INT64_MAX) {
     return Refuse("plan= wants a size, such as 64M");
   }
   Analysis analysis{};
