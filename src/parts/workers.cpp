@@ -52,7 +52,6 @@ static StandBy LeaveToAnother() {
   if (memory == MAP_FAILED) {
     return {nullptr, -1};
   }
-  LendUnpackers();
   const pid_t self = getpid();
   const StandBy stand_by{static_cast<bool*>(memory), fork()};
   if (stand_by.process == 0) {
@@ -231,7 +230,13 @@ static bool CountElsewhere(const std::vector<LogShare>& shares, const Settings& 
   return true;
 }
 
+// One of each process; fewer than two where there is nothing to share. Processes that are started now can
+// unpack, too.
 static std::vector<LogShare> SharesOf(const Settings& settings) {
+  if (settings.workers < 2) {
+    return {};
+  }
+  LendUnpackers();
   return DivideLogs(static_cast<size_t>(settings.workers), static_cast<uint64_t>(settings.worker_bytes));
 }
 
@@ -246,11 +251,10 @@ static std::vector<LogShare> SharesOf(const Settings& settings) {
 
 // What a process fails to keep the run counts by itself.
 static bool KeepByWorkers(const Settings& settings, Analysis& analysis) {
-  const std::vector<LogShare> shares = settings.workers > 1 ? SharesOf(settings) : std::vector<LogShare>{};
+  const std::vector<LogShare> shares = SharesOf(settings);
   if (shares.size() < 2) {
     return false;
   }
-  LendUnpackers();
   const pid_t self = getpid();
   std::vector<pid_t> processes;
   for (size_t i = 0; i < shares.size(); ++i) {
@@ -276,7 +280,7 @@ void CountByWorkers(const Settings& settings, Analysis& analysis) {
   }
   const Rules rules = ResolveRules(settings, analysis.counting);
   std::vector<LogShare> shares;
-  if (settings.workers > 1 && AreRecordsCountedAlone(rules)) {
+  if (AreRecordsCountedAlone(rules)) {
     shares = SharesOf(settings);
   }
   if (shares.size() < 2 || !CountElsewhere(shares, settings, rules, analysis)) {
