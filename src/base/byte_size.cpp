@@ -6,7 +6,7 @@
 
 // In powers of two.
 static std::optional<int> PowerOf(std::string_view unit) {
-  static constexpr std::string_view kUnits = "kmg";
+  static constexpr std::string_view kUnits = "kmgt";
   if (unit.empty()) {
     return 0;
   }

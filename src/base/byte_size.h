@@ -1,4 +1,4 @@
-// Sizes as people write them: "500000", "64K", "64m", "1G".
+// Sizes as people write them: "500000", "64K", "64m", "1G", "2T".
 #pragma once
 
 #include <cstdint>

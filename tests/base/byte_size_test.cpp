@@ -9,6 +9,7 @@ TEST(ByteSize, IsANumberWithOrWithoutAUnit) {
   EXPECT_EQ(ByteSize("64k"), 65536U);
   EXPECT_EQ(ByteSize("3m"), 3145728U);
   EXPECT_EQ(ByteSize("1G"), 1073741824U);
+  EXPECT_EQ(ByteSize("2T"), 2199023255552U);
 }
 
 TEST(ByteSize, OfMoreThan64BitsIsTheMostThatTheyHold) {
@@ -20,7 +21,7 @@ TEST(ByteSize, OfMoreThan64BitsIsTheMostThatTheyHold) {
 }
 
 TEST(ByteSize, OfAnythingElseIsNone) {
-  for (const char* text : {"", "K", "-1", "+1", " 1", "1 ", "1 K", "1KB", "1T", "1.5M", "0x10", "64\n"}) {
+  for (const char* text : {"", "K", "-1", "+1", " 1", "1 ", "1 K", "1KB", "1P", "1.5M", "0x10", "64\n"}) {
     EXPECT_EQ(ByteSize(text), std::nullopt) << text;
   }
 }
