@@ -35,9 +35,9 @@ def blocks(heading: str) -> list[str]:
     return re.findall(r"^```\w+\n(.*?)^```$", section[1], re.M | re.S)
 
 
-def shell(commands: str, folder: pathlib.Path, **more: str) -> subprocess.CompletedProcess[bytes]:
+def shell(commands: str, folder: pathlib.Path, seconds: int = 50, **more: str) -> subprocess.CompletedProcess[bytes]:
     return subprocess.run(["sh", "-c", commands], cwd=folder, env={**ENVIRONMENT, **more}, stdin=subprocess.DEVNULL, capture_output=True,
-                          timeout=50, check=False)
+                          timeout=seconds, check=False)
 
 
 def log_of(seed: int, requests: int) -> bytes:
