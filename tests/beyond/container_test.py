@@ -19,11 +19,10 @@ import subprocess
 import sys
 import tempfile
 
-from document import ENVIRONMENT, PROJECT, STAND_INS, blocks, in_copy, install_package, log_of, need, requests_of, shell, skip, write_logs
+from document import ENVIRONMENT, PROJECT, STAND_INS, blocks, in_copy, install_package, log_of, need, need_rights, requests_of, shell, skip, write_logs
 
 HELD = {"orvellis", "networks.txt", "libc.so.6", "libcrypt.so.1", "libisal.so.2", "libz.so.1", "libzstd.so.1", "liblzma.so.5", "libbz2.so.1.0"}
 SLIM = ["var/cache/apt", "var/lib/apt/lists", "usr/share/doc", "usr/share/man", "usr/share/locale"]
-STORAGE = "--storage-driver overlay --root {work}/storage --runroot {work}/running"
 
 
 def stages() -> dict[str, list[tuple[str, str]]]:
@@ -127,15 +126,26 @@ def check_built(build: str) -> None:
     if os.geteuid() != 0:
         skip("not root")
     need("buildah", "debootstrap", "unshare", "cpack", "cmark-gfm")
+    # What is mounted and started in there ends with it.
+    own = ["unshare", "--mount", "--pid", "--fork", "--kill-child", "--mount-proc"]
+    need_rights([*own, "true"])
     with tempfile.TemporaryDirectory() as work:
-        # What is mounted and started in there ends with it.
-        own = ["unshare", "--mount", "--pid", "--fork", "--kill-child", "--mount-proc", sys.executable, "-B", __file__, "built", build, work]
-        status = subprocess.run(own, check=False).returncode
+        status = subprocess.run([*own, sys.executable, "-B", __file__, "built", build, work], check=False).returncode
     sys.exit(status)
 
 
+def storage_in(work: pathlib.Path) -> str:
+    """Options of buildah for a storage of its own; without copies of all files where the kernel lets it."""
+    for driver in ("overlay", "vfs"):
+        options = f"--storage-driver {driver} --root {work}/{driver} --runroot {work}/running-{driver}"
+        if subprocess.run(["buildah", *options.split(), "info"], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=False).returncode == 0:
+            return options
+    skip("buildah has no place to store images")
+    return ""
+
+
 def check_built_in(work: pathlib.Path, build: str) -> None:
-    storage = STORAGE.format(work=work)
+    storage = storage_in(work)
     buildah = ["buildah", *storage.split()]
     make_base(work, buildah)
     source = work / "source"

@@ -28,6 +28,11 @@ def need(*tools: str) -> None:
             skip(f"{tool} is not installed")
 
 
+def need_rights(words: list[str]) -> None:
+    if subprocess.run(words, stderr=subprocess.DEVNULL, check=False).returncode != 0:
+        skip(f"{' '.join(words)} is not permitted")
+
+
 def blocks(heading: str) -> list[str]:
     """The fenced blocks below a heading of the document, up to the next heading."""
     section = re.search(rf"^##+ {re.escape(heading)}\n(.*?)(?=^##+ |\Z)", DOCUMENT.read_text(), re.M | re.S)
@@ -68,6 +73,9 @@ def requests_of(page: bytes) -> int:
 def in_copy(build: str) -> None:
     """Starts the test once more, in a copy of this machine with a network of its own; returns in there."""
     if os.environ.get("ORVELLIS_COPY") != "1":
+        if os.geteuid() != 0:
+            skip("not root")
+        need_rights(["unshare", "--net", "true"])
         script = str(PROJECT / "tests/site/in_copy.sh")
         arguments = [str(PROJECT), build, "--", "unshare", "--net", sys.executable, "-B", *map(os.path.abspath, sys.argv[:1]), *sys.argv[1:]]
         os.execve(script, [script, *arguments], {**os.environ, "ORVELLIS_COPY": "1"})

@@ -14,7 +14,7 @@ import sys
 import tempfile
 import time
 
-from document import ENVIRONMENT, blocks, in_copy, install_package, need, requests_of, shell, write_logs
+from document import ENVIRONMENT, blocks, in_copy, install_package, need, need_rights, requests_of, shell, write_logs
 
 HOSTS = ["web1", "web2", "web3"]
 REPORT = pathlib.Path("/srv/report")
@@ -174,6 +174,7 @@ def main() -> None:
     build = sys.argv[1]
     need("parallel", "sshd", "ssh", "ssh-keygen", "ip", "nsenter", "unshare", "usermod")
     in_copy(build)
+    need_rights(["ip", "link", "add", "probe", "type", "veth", "peer", "name", "probed"])
     work = pathlib.Path(tempfile.mkdtemp())
     for folder in (REPORT, pathlib.Path("/var/log/nginx"), pathlib.Path("/run/sshd")):
         folder.mkdir(mode=0o755, parents=True, exist_ok=True)
