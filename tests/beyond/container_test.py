@@ -18,6 +18,7 @@ import shutil
 import subprocess
 import sys
 import tempfile
+from collections.abc import Callable
 
 from document import ENVIRONMENT, PROJECT, STAND_INS, blocks, in_copy, install_package, log_of, need, need_rights, requests_of, shell, skip, write_logs
 
@@ -52,7 +53,7 @@ def check_files(root: pathlib.Path) -> None:
 def write_packed_logs(logs: pathlib.Path) -> int:
     """Of each way to compress, one."""
     requests = write_logs(logs, 1)
-    packed = {"bz2": bz2.compress, "xz": lzma.compress}
+    packed: dict[str, Callable[[bytes], bytes]] = {"bz2": bz2.compress, "xz": lzma.compress}
     if shutil.which("zstd"):
         packed["zst"] = lambda log: subprocess.run(["zstd", "-qc"], input=log, stdout=subprocess.PIPE, check=True).stdout
     for seed, (ending, pack) in enumerate(packed.items()):
@@ -103,7 +104,7 @@ def make_base(work: pathlib.Path, buildah: list[str]) -> None:
         skip(f"debootstrap: {made.stdout.decode().splitlines()[-1:]}")
     for part in SLIM:  # as Debian's own slim image
         shutil.rmtree(work / "base" / part)
-    for words in (["from", "--name", "base", "scratch"], ["copy", "base", work / "base", "/"], ["commit", "--rm", "base", "localhost/base"]):
+    for words in (["from", "--name", "base", "scratch"], ["copy", "base", f"{work}/base", "/"], ["commit", "--rm", "base", "localhost/base"]):
         subprocess.run([*buildah, *words], check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     shutil.rmtree(work / "base")
 

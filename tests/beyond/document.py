@@ -40,7 +40,7 @@ def blocks(heading: str) -> list[str]:
     return re.findall(r"^```\w+\n(.*?)^```$", section[1], re.M | re.S)
 
 
-def shell(commands: str, folder: pathlib.Path, seconds: int = 50, **more: str) -> subprocess.CompletedProcess[bytes]:
+def shell(commands: str, folder: pathlib.Path, seconds: int = 120, **more: str) -> subprocess.CompletedProcess[bytes]:
     return subprocess.run(["sh", "-c", commands], cwd=folder, env={**ENVIRONMENT, **more}, stdin=subprocess.DEVNULL, capture_output=True,
                           timeout=seconds, check=False)
 
@@ -77,7 +77,7 @@ def in_copy(build: str) -> None:
             skip("not root")
         need_rights(["unshare", "--net", "true"])
         script = str(PROJECT / "tests/site/in_copy.sh")
-        arguments = [str(PROJECT), build, "--", "unshare", "--net", sys.executable, "-B", *map(os.path.abspath, sys.argv[:1]), *sys.argv[1:]]
+        arguments = [str(PROJECT), build, "--", "unshare", "--net", sys.executable, "-B", os.path.abspath(sys.argv[0]), *sys.argv[1:]]
         os.execve(script, [script, *arguments], {**os.environ, "ORVELLIS_COPY": "1"})
     first = pathlib.Path("/proc/self/mounts").read_text().splitlines()
     assert any(line.startswith("orvellis / overlay ") for line in first), "this is no copy"

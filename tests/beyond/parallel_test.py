@@ -20,7 +20,7 @@ HOSTS = ["web1", "web2", "web3"]
 REPORT = pathlib.Path("/srv/report")
 PLAIN = "orvellis username=site"
 OLD = b"the page of yesterday"
-PATIENCE = 10  # seconds
+PATIENCE = 30  # seconds
 SERVER = """
 HostKey {work}/host_key
 AuthorizedKeysFile {work}/key.pub
