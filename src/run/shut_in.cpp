@@ -11,9 +11,12 @@
 #include "base/foreign_link.h"
 #include "base/path.h"
 #include "report/error_page.h"
+#include "run/given_piece.h"
 #include "run/part_run.h"
+#include "run/plan_run.h"
 #include "sandbox/landlock.h"
 #include "sandbox/syscall_filter.h"
+#include "superlog/given_log.h"
 #include "superlog/summary_file.h"
 #include "superlog/superlog.h"
 #include "unpack/unpacking.h"
@@ -70,10 +73,27 @@ static void AllowLog(void* paths, const char* path, bool plain_file) {
   }
 }
 
+// Compressed bytes are unpacked by a helper, as those of a file are.
+static void PrepareForBytes(PathsToAllow& paths, const Settings& settings, const LogPiece& piece) {
+  TakeBytesOf(piece, settings);
+  const int file = OpenLogFile(piece.path.c_str()).file;
+  if (paths.unpackers > 0 && file >= 0 && FormatOfFile(file) != PackFormat::kNone) {
+    StartUnpacking(paths.unpackers);
+  }
+  if (file >= 0) {
+    close(file);
+  }
+}
+
 static void AllowPiece(PathsToAllow& paths, const Settings& settings) {
-  const char* const log = LogOfPiece(settings);
-  if (log != nullptr && *log != '\0') {
-    AllowLog(&paths, log, true);
+  const LogPiece* const piece = GivenPiece(settings);
+  if (piece == nullptr || piece->path.empty() || settings.missing) {
+    return;
+  }
+  if (settings.bytes != nullptr) {
+    PrepareForBytes(paths, settings, *piece);
+  } else {
+    AllowLog(&paths, piece->path.c_str(), true);
   }
 }
 
@@ -133,7 +153,7 @@ static int GiveUpFiles(const Settings& settings) {
   paths.landlocked = BeginLandlock(landlock);
   if (settings.piece != nullptr) {
     AllowPiece(paths, settings);
-  } else if (settings.merge == nullptr) {
+  } else if (settings.merge == nullptr && !JoinsPlans(settings)) {
     SuperLog_FindAhead(settings, {.context = &paths, .log = AllowLog, .summary = AllowSummary});
   }
   if (!paths.landlocked) {
