@@ -24,7 +24,7 @@ export made
 # The longest first, so that no processor waits for the last of them.
 wc -c "$@" | sed '/ total$/d' | sort -rn | sed 's/^ *[0-9]* //' |
   # shellcheck disable=SC2016 # the inner shell expands it
-  xargs -n 1 -P "$jobs" sh -c 'clang-tidy --quiet "$1" -- -std=c++20 -Isrc -Isrc/sandbox/none -I"$made" -DORVELLIS_SANDBOX=1 2>/dev/null' sh || failed=1
+  xargs -n 1 -P "$jobs" sh -c 'clang-tidy --quiet "$1" -- -std=c++20 -Wreserved-identifier -Isrc -Isrc/sandbox/none -I"$made" -DORVELLIS_SANDBOX=1 2>/dev/null' sh || failed=1
 
 # useStlAlgorithm: a loop of three lines over a table is easier to read than an algorithm with a lambda.
 # noExplicitConstructor: that any literal is a Literal, and nothing else, is what that class is for.

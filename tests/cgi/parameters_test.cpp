@@ -640,7 +640,7 @@ TEST_F(CompareParamTest, PartCacheSizes) {
   for (const auto& [text, size] : sizes) {
     SetPartCacheSize(settings, text, kLevelGlobalKey);
     EXPECT_EQ(settings.part_cache_size, size) << text;
-    for (const char* const none : {"", "M", "-1", "1.5G", "1T", "1MB", " 1", "1 ", "much"}) {
+    for (const char* const none : {"", "M", "-1", "1.5G", "1P", "1MB", " 1", "1 ", "much"}) {
       SetPartCacheSize(settings, none, kLevelGlobalKey);
       EXPECT_EQ(settings.part_cache_size, size) << none;
     }
