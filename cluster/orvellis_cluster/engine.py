@@ -1,0 +1,252 @@
+"""What orvellis-report starts in place of orvellis, with the same arguments and in the same folder: it lets a cluster
+count, and becomes the orvellis that adds the one part that comes back."""
+
+from __future__ import annotations
+
+import os
+import signal
+import subprocess
+import sys
+import uuid
+from collections.abc import Callable
+from typing import Any, NoReturn
+
+from . import tasks
+from .cluster import connect
+from .counting import Apart, Counting
+from .errands import Errands
+from .logs import Logs, logs_in
+from .planning import Planning
+from .progress import Progress
+from .settings import Settings, take
+from .told import Failure, harmless, things
+from .workers import Workers
+
+# Its own exit statuses, which orvellis-report knows.
+REFUSED = 4
+SHOWN = 10
+
+SUM = "sum.part"
+
+# What orvellis-report tells orvellis of one machine.
+OF_ONE_MACHINE = ("workers=", "totals=", "partcache=", "title=")
+
+# What only the page needs, and what is true of this machine alone.
+OF_THE_PAGE = ("OrvellisPath=", "Networks=", "ExtraHeader=")
+
+
+class Interrupted(BaseException):
+    def __init__(self, number: int) -> None:
+        super().__init__(number)
+        self.number = number
+
+
+def interrupt(number: int, frame: object) -> NoReturn:
+    for caught in (signal.SIGHUP, signal.SIGINT, signal.SIGTERM):
+        signal.signal(caught, signal.SIG_IGN)
+    raise Interrupted(number)
+
+
+def zone_of_machine() -> str:
+    """The name of the zone by which this run tells days; empty when the machine has none by name."""
+    if "TZ" in os.environ:
+        return os.environ["TZ"] or "UTC"
+    path = os.path.realpath("/etc/localtime")
+    _, found, name = path.partition("/zoneinfo/")
+    if found:
+        return name
+    try:
+        with open("/etc/timezone", encoding="utf-8") as file:
+            return file.read().strip()
+    except OSError:
+        return "" if os.path.exists("/etc/localtime") else "UTC"
+
+
+def read_text(path: str) -> str:
+    with open(path, encoding="utf-8", errors="surrogateescape") as file:
+        return file.read()
+
+
+def make_job(arguments: list[str]) -> tasks.Job:
+    configuration = [
+        line for line in read_text("orvellis.conf").splitlines(keepends=True) if not line.startswith(OF_THE_PAGE)
+    ]
+    files = {"orvellis.conf": "".join(configuration)}
+    if os.path.exists("layout"):
+        files["layout"] = read_text("layout")
+    return {
+        "name": uuid.uuid4().hex,
+        "arguments": [word for word in arguments if not word.startswith(OF_ONE_MACHINE)],
+        "files": files,
+        "zone": zone_of_machine(),
+        "empty": "",
+    }
+
+
+class Engine:
+    def __init__(self, settings: Settings, arguments: list[str]) -> None:
+        self.settings = settings
+        self.arguments = arguments
+        self.progress = Progress(settings.terminal)
+        self.logs = logs_in("logs")
+        self.run = tasks.start(make_job(arguments))
+        self.client: Any = None
+        self.workers: Workers | None = None
+        self.errands: Errands | None = None
+        self.parent = os.getppid()
+        self.missing = 0
+
+    def watch(self) -> None:
+        """Several times a second."""
+        if os.getppid() != self.parent:
+            raise Interrupted(signal.SIGTERM)  # whoever has started this was killed
+        self.progress.show(len(self.workers.fit) if self.workers else 0)
+
+    # ---- The steps ----
+
+    def begin(self) -> None:
+        self.progress.say("starting")
+        self.check_logs()
+        self.run["job"]["empty"] = self.local(["plan=1K"], {"logs/000001.log": "nothing"}).decode().strip()
+        self.client = connect(self.settings)
+        tasks.send_by_value()
+        self.errands = Errands(self.client, self.run["job"]["name"], self.settings.scheduler, self.watch)
+        self.workers = Workers(self.client, self.run, self.errands.changed)
+        self.errands.workers = self.workers
+        self.workers.begin()
+        self.workers.need_some(self.errands.pause)
+
+    def local(self, arguments: list[str], links: dict[str, str], given: bytes = b"") -> bytes:
+        """What orvellis writes on this machine."""
+        try:
+            return tasks.run_program(self.run, arguments, links, [given])
+        except RuntimeError as error:
+            raise Failure(str(error.args[1])) from None
+
+    def check_logs(self) -> None:
+        copies = os.path.realpath("copies") + "/"
+        for log in self.logs.by_path.values():
+            if self.settings.scheduler and log.target.startswith(copies):
+                raise Failure("standard input and pipes are of this machine, where no worker reads: name files")
+
+    def count(self) -> Any:
+        """The future of the one part. A log that was cut where it must not be is planned again, reading it."""
+        assert self.workers is not None and self.errands is not None
+        planning = Planning(self.errands, self.workers, self.logs, self.settings, self.local)
+        while True:
+            self.progress.say("planning")
+            pieces = planning.plan()
+            if self.settings.dry_run:
+                self.show(planning.summary(pieces))
+            self.progress.begin(len(pieces), sum(piece.weight for piece in pieces))
+            counting = Counting(
+                self.errands, self.workers, self.logs, pieces, self.settings.allow_missing,
+                lambda piece: self.progress.count(piece.weight),
+            )
+            try:
+                return counting.run()
+            except Apart as apart:
+                counting.drop()
+                planning.distrust(apart.log)
+
+    def show(self, text: str) -> NoReturn:
+        self.progress.erase()
+        try:
+            with open(self.settings.output, "w", encoding="utf-8", closefd=False) as output:
+                output.write(text)
+        except OSError as error:
+            raise Failure(f"cannot write to standard output: {error.strerror}") from None
+        raise SystemExit(SHOWN)
+
+    def write_page(self, part: Any) -> int:
+        """Adds the one part; whose output, sentences and status are those of this run."""
+        assert self.errands is not None
+        contents: bytes = self.errands.attend(part.result)
+        with open(SUM, "wb") as file:
+            file.write(contents)
+        del contents
+        self.progress.say("writing")
+        self.put_names()
+        return subprocess.call([self.settings.program, *self.arguments, "merge=" + SUM], stdin=subprocess.DEVNULL)
+
+    def put_names(self) -> None:
+        """The page asks links what the logs are called."""
+        for log in self.logs.by_path.values():
+            if log.host:
+                os.symlink(f"{log.label}:{os.path.basename(log.target)}", log.path)
+
+    # ---- The end ----
+
+    def end(self) -> None:
+        """Leaves nothing on the workers."""
+        name = self.run["job"]["name"]
+        with self.run["lock"]:
+            self.run["ended"] = True
+            for child in self.run["children"]:
+                child.kill()
+        if self.workers is not None:
+            self.workers.end()
+        if self.client is not None and self.client.status == "running":
+            assert self.errands is not None
+            self.patiently(lambda: self.client.cancel(self.errands.futures() if self.errands else [], force=True))
+            self.patiently(lambda: self.client.run(tasks.stop, name, on_error="ignore"))
+
+    def patiently(self, function: Callable[[], Any]) -> None:
+        """Nothing that the cluster answers, or does not, keeps the run from ending."""
+        import threading
+
+        thread = threading.Thread(target=lambda: quietly(function), daemon=True)
+        thread.start()
+        thread.join(tasks.LAST_SECONDS + 2)
+
+
+def quietly(function: Callable[[], Any]) -> None:
+    try:
+        function()
+    except Exception:
+        pass
+
+
+def keep_streams() -> int:
+    """Takes standard error for the run's own sentences: what libraries write there is no sentence."""
+    told = os.dup(2)
+    nothing = os.open(os.devnull, os.O_WRONLY)
+    os.dup2(nothing, 2)
+    os.close(nothing)
+    return told
+
+
+def run(arguments: list[str]) -> int:
+    settings = take()
+    os.environ["ORVELLIS"] = settings.program
+    status = REFUSED
+    sentence = ""
+    told = os.dup(2)
+    for caught in (signal.SIGHUP, signal.SIGINT, signal.SIGTERM):
+        signal.signal(caught, interrupt)
+    engine = Engine(settings, arguments)
+    hush = os.open(os.devnull, os.O_WRONLY)
+    os.dup2(hush, 2)
+    try:
+        engine.begin()
+        part = engine.count()
+        os.dup2(told, 2)
+        status = engine.write_page(part)
+        os.dup2(hush, 2)
+    except Failure as failure:
+        sentence = engine.logs.told(str(failure))
+    except SystemExit as shown:
+        status = int(str(shown.code))
+    except Interrupted as interrupted:
+        status = 128 + interrupted.number
+    except Exception as error:
+        sentence = f"the run has failed: {type(error).__name__}: {error}".splitlines()[0]
+    finally:
+        engine.progress.erase()
+        engine.end()
+    notes = engine.workers.notes if engine.workers else []
+    for line in [*notes, *([sentence] if sentence else [])]:
+        os.write(told, (harmless(line) + "\n").encode(errors="replace"))
+    # Threads of the engine may still wait for a cluster that is gone.
+    sys.stdout.flush()
+    os._exit(status)
