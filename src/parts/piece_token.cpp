@@ -55,6 +55,9 @@ void AddCheck(std::string& token) {
 std::string TokenOf(const LogPiece& piece) {
   std::string token = std::to_string(piece.number + 1) + "/" + std::to_string(piece.count);
   AddHash(token, "plan", piece.plan);
+  if (piece.of != 0) {
+    AddHash(token, "of", piece.of);
+  }
   AddFigure(token, "place", piece.place);
   AddPath(token, "log", piece.path);
   AddFigure(token, "size", piece.size);
@@ -154,6 +157,7 @@ static constexpr struct {
   bool (*read)(std::string_view text, LogPiece& piece);
 } kFields[] = {
     {"plan", ReadHash<&LogPiece::plan>},
+    {"of", ReadHash<&LogPiece::of>},
     {"place", ReadPlace},
     {"log", ReadLog},
     {"size", ReadSize},
@@ -202,5 +206,6 @@ bool ReadToken(std::string_view token, LogPiece& piece) {
     read = ReadField(token.substr(begin, end - begin), piece);
     begin = end + 1;
   }
-  return read && piece.lead >= 0 && piece.lead <= piece.from && piece.from < std::min(piece.to, kFarthest);
+  return read && piece.size < kFarthest && piece.lead >= 0 && piece.lead <= piece.from &&
+         piece.from < std::min(piece.to, kFarthest);
 }

@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <charconv>
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
@@ -21,10 +20,11 @@
 #include "parts/counts.h"
 #include "parts/fingerprint.h"
 #include "parts/part_file.h"
-#include "parts/piece_token.h"
 #include "parts/workers.h"
-#include "report/refusal_texts.h"
 #include "report/report_page.h"
+#include "run/given_piece.h"
+#include "run/part_sentences.h"
+#include "run/plan_run.h"
 #include "superlog/directory_scan.h"
 #include "superlog/log_parts.h"
 #include "superlog/log_pieces.h"
@@ -40,41 +40,7 @@ const char* LastWord(int argc, char* const* argv, std::string_view name) {
   return nullptr;
 }
 
-// ---- Sentences ----
-
-static bool IsStandard(const char* path) {
-  return std::string_view(path) == "-";
-}
-
-// What is called a part in a sentence. Of several in one file, with its number.
-struct PartName {
-  char text[kPathSize + 32];
-
-  PartName(const char* path, int64_t number) {
-    char name[kPathSize];
-    CopyText(name, IsStandard(path) ? "standard input" : path);
-    MakePrintable(name);
-    if (number > 1) {
-      snprintf(text, sizeof text, "%s, part %" PRId64, name, number);
-    } else {
-      CopyText(text, name);
-    }
-  }
-};
-
-static bool Refuse(const char* sentence) {
-  fprintf(stderr, "orvellis: %s\n", sentence);
-  return false;
-}
-
-static bool RefusePart(const PartName& part, const char* why) {
-  fprintf(stderr, "orvellis: %s %s\n", part.text, why);
-  return false;
-}
-
-static void SayRefusal(const Refusal& refusal, const Environment& env, const Settings& settings) {
-  Refuse(LogRefusal(refusal, env, settings).sentence);
-}
+// ---- The answer to such a run ----
 
 static AnalysisEvents NoteEvents(const Settings&) {
   return {.logs = {.log_not_opened = NoteLogNotOpened}};
@@ -154,13 +120,6 @@ static bool WritePart(const PartRun& run, const Rules& rules, const Analysis& an
   return false;
 }
 
-static bool BeginAloneInTime() {
-  return !BeginsInRepeatedHour() ||
-         Refuse(
-             "the first log begins within an hour that a clock change repeats: the log before it decides "
-             "which one it is");
-}
-
 static bool CanStandBehindOthers() {
   if (!BeginAloneInTime()) {
     return false;
@@ -171,44 +130,13 @@ static bool CanStandBehindOthers() {
 
 // ---- Pieces ----
 
-static std::string ReadTokenOf(const Settings& settings) {
-  if (!IsStandard(settings.piece)) {
-    return settings.piece;
-  }
-  std::string token;
-  for (int c = getchar(); c != EOF && c != '\n' && token.size() <= kLongestToken; c = getchar()) {
-    token += static_cast<char>(c);
-  }
-  return token;
-}
-
-// From the first time that it is asked for: a run shuts itself in knowing it.
-static const LogPiece* PieceOf(const Settings& settings) {
-  static LogPiece piece;
-  static bool known = false;
-  static bool read = false;
-  if (!read && settings.piece != nullptr) {
-    known = ReadToken(ReadTokenOf(settings), piece);
-    read = true;
-  }
-  return known ? &piece : nullptr;
-}
-
-const char* LogOfPiece(const Settings& settings) {
-  const LogPiece* const piece = PieceOf(settings);
-  return piece == nullptr ? nullptr : piece->path.c_str();
-}
-
 static bool CountPiece(const PartRun& run) {
-  const LogPiece* const piece = PieceOf(run.settings);
+  const LogPiece* const piece = GivenPieceAsPlanned(run.settings);
   if (piece == nullptr) {
-    return Refuse("piece= is no piece that plan= has named");
+    return false;
   }
   if (run.settings.part == nullptr) {
     return Refuse("piece= wants part=, a file for its counts");
-  }
-  if (!IsAsPlanned(*piece)) {
-    return RefusePart({piece->path.c_str(), 1}, "is no longer the log of which the plan was made");
   }
   Analysis analysis{};
   BeginAdding(run.settings, run.counting, analysis, NoteEvents(run.settings));
@@ -217,42 +145,6 @@ static bool CountPiece(const PartRun& run) {
   const bool made = AllIsThere() && WritePart(run, ResolveRules(run.settings, run.counting), analysis);
   EndAnalysis(analysis);
   return made;
-}
-
-// "64M"; 0: it is no size.
-static uint64_t SizeOf(std::string_view text) {
-  static constexpr std::string_view kUnits = "kmgt";
-  uint64_t size = 0;
-  const char* const end = text.data() + text.size();
-  const auto read = std::from_chars(text.data(), end, size);
-  const bool bare = read.ptr == end;
-  const size_t unit = bare ? 0 : kUnits.find(ToLowerAscii(*read.ptr));
-  const bool known =
-      read.ec == std::errc{} && (bare || (read.ptr + 1 == end && unit != std::string_view::npos));
-  const size_t shift = bare ? 0 : 10 * (unit + 1);
-  return known && size < (UINT64_MAX >> 1 >> shift) ? size << shift : 0;
-}
-
-static bool PrintPieces(uint64_t size) {
-  for (const LogPiece& piece : PlanPieces(size)) {
-    puts(TokenOf(piece).c_str());
-  }
-  return (fflush(stdout) == 0 && ferror(stdout) == 0) || Refuse("the plan could not be written");
-}
-
-static bool PrintPlan(const PartRun& run) {
-  const uint64_t size = SizeOf(run.settings.plan);
-  if (size == 0) {
-    return Refuse("plan= wants a size, such as 64M");
-  }
-  Analysis analysis{};
-  if (!BeginAnalysis(run.settings, run.counting, analysis, NoteEvents(run.settings))) {
-    SayRefusal({kErrorNoLogFiles}, run.env, run.settings);
-    return false;
-  }
-  const bool printed = BeginAloneInTime() && PrintPieces(size);
-  EndAnalysis(analysis);
-  return printed;
 }
 
 // ---- Counting ----
@@ -497,9 +389,11 @@ static bool MergeParts(const PartRun& run) {
   return made;
 }
 
+// Where logs are read whole a piece may be planned itself.
 static bool IsOneTask(const Settings& settings) {
+  const bool cut = settings.plan != nullptr && settings.piece != nullptr && settings.rules.whole_logs;
   const int tasks = (settings.plan != nullptr) + (settings.piece != nullptr) + (settings.merge != nullptr);
-  const bool one = tasks <= 1 && (settings.plan == nullptr || settings.part == nullptr);
+  const bool one = tasks - cut <= 1 && (settings.plan == nullptr || settings.part == nullptr);
   return one || Refuse("of plan=, piece= and merge= a run takes one, and plan= takes no part=");
 }
 

@@ -31,10 +31,6 @@ extern const PageWriter kPartWriter;
 // Calls a function for each file that merge= names.
 void FindParts(const Settings& settings, void* context, void (*found)(void* context, const char* path));
 
-// The path of the log of which piece= names a piece; null without one, or where it is no such text. Reads the
-// token from standard input where that holds it.
-const char* LogOfPiece(const Settings& settings);
-
 struct PartRun {
   const Environment& env;
   Settings& settings;

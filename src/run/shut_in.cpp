@@ -11,7 +11,9 @@
 #include "base/foreign_link.h"
 #include "base/path.h"
 #include "report/error_page.h"
+#include "run/given_piece.h"
 #include "run/part_run.h"
+#include "run/plan_run.h"
 #include "sandbox/landlock.h"
 #include "sandbox/syscall_filter.h"
 #include "superlog/summary_file.h"
@@ -71,9 +73,9 @@ static void AllowLog(void* paths, const char* path, bool plain_file) {
 }
 
 static void AllowPiece(PathsToAllow& paths, const Settings& settings) {
-  const char* const log = LogOfPiece(settings);
-  if (log != nullptr && *log != '\0') {
-    AllowLog(&paths, log, true);
+  const LogPiece* const piece = GivenPiece(settings);
+  if (piece != nullptr && !piece->path.empty()) {
+    AllowLog(&paths, piece->path.c_str(), true);
   }
 }
 
@@ -133,7 +135,7 @@ static int GiveUpFiles(const Settings& settings) {
   paths.landlocked = BeginLandlock(landlock);
   if (settings.piece != nullptr) {
     AllowPiece(paths, settings);
-  } else if (settings.merge == nullptr) {
+  } else if (settings.merge == nullptr && !JoinsPlans(settings)) {
     SuperLog_FindAhead(settings, {.context = &paths, .log = AllowLog, .summary = AllowSummary});
   }
   if (!paths.landlocked) {

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "base/text.h"
 #include "base/text_file.h"
@@ -13,6 +14,7 @@
 #include "superlog/log_list.h"
 #include "superlog/log_parts.h"
 #include "superlog/log_shares.h"
+#include "superlog/superlog.h"
 
 // ---- The plan ----
 
@@ -78,7 +80,7 @@ static LogPiece PieceOf(const LogFile& log, const LogShare& share, time_t before
   return piece;
 }
 
-static void Number(std::vector<LogPiece>& plan) {
+void NumberPieces(std::vector<LogPiece>& plan) {
   ContentHash hash{};
   for (const LogPiece& piece : plan) {
     AddToPlan(hash, piece);
@@ -90,14 +92,14 @@ static void Number(std::vector<LogPiece>& plan) {
   }
 }
 
-std::vector<LogPiece> PlanPieces(uint64_t size) {
+std::vector<LogPiece> PlanPieces(uint64_t size, Cuts cuts) {
   std::vector<LogPiece> plan;
   time_t before = 0;
   SuperLog_AskFor({});
   FindUnpackedCopies();
   for (const LogFile* log = mpLogsRoot; log != nullptr; log = log->next) {
     if (IsToBeRead(*log)) {
-      for (const LogShare& share : CutLog(*log, size)) {
+      for (const LogShare& share : CutLog(*log, size, cuts)) {
         plan.push_back(PieceOf(*log, share, before));
       }
       before = log->last;
@@ -107,7 +109,7 @@ std::vector<LogPiece> PlanPieces(uint64_t size) {
     plan.emplace_back();
   }
   plan[0].unopened = LogsNotOpened();
-  Number(plan);
+  NumberPieces(plan);
   return plan;
 }
 
@@ -163,6 +165,36 @@ void TakePiece(const LogPiece& piece) {
   }
   const LogPlace behind = piece.to == kNoStop ? LogPlace{1, 0} : LogPlace{0, piece.to};
   TakeShare({{0, piece.from, piece.lead}, behind}, piece.before);
+}
+
+// ---- A piece in pieces ----
+
+// The last of them is cut at a place, which becomes the beginning of another one.
+static void CutLast(std::vector<LogPiece>& pieces, const LogPlace& place) {
+  LogPiece next = pieces.back();
+  pieces.back().to = place.offset;
+  next.from = place.offset;
+  next.lead = place.lead;
+  next.copies.clear();
+  next.unopened.clear();
+  next.proof = ProofOf(next);
+  pieces.push_back(std::move(next));
+}
+
+std::vector<LogPiece> CutPiece(const LogPiece& piece, uint64_t size, Cuts cuts) {
+  std::vector<LogPiece> pieces{piece};
+  pieces[0].of = piece.of == 0 ? piece.plan : piece.of;
+  TakePiece(piece);
+  SuperLog_AskFor({});
+  if (!piece.path.empty()) {
+    for (const LogShare& share : CutLog(*mpLogsRoot, size, cuts)) {
+      if (share.from.offset > piece.from && share.from.offset < piece.to) {
+        CutLast(pieces, share.from);
+      }
+    }
+  }
+  NumberPieces(pieces);
+  return pieces;
 }
 
 // ---- From run to run ----

@@ -18,6 +18,7 @@ struct LogCopy {
 // A log, or a part of one.
 struct LogPiece {
   uint64_t plan = 0;    // tells one plan from others
+  uint64_t of = 0;      // the plan a piece of which was cut further; 0: it was not
   uint64_t number = 0;  // of the piece, from 0
   uint64_t count = 0;   // of all pieces of the plan
   uint64_t place = 0;   // of the log in the list
@@ -34,10 +35,24 @@ struct LogPiece {
   std::vector<std::string> unopened;  // logs that could not be opened; told with the first piece
 };
 
+// Whether it is known of the places where logs are cut that lines can be read there without those before
+// them.
+enum class Cuts {
+  kProven,   // logs that are divided are read once, to learn it
+  kUntried,  // it shows when what the pieces came to is added
+};
+
 // Divides what there is to be read into pieces of about so many bytes, never less than one for each log.
-// Behind SuperLog_Init, in a run that reads no log otherwise: those that are divided are read once, and
-// compressed ones opened to learn whether they are copies.
-std::vector<LogPiece> PlanPieces(uint64_t size);
+// Behind SuperLog_Init, in a run that reads no log otherwise: compressed ones are opened to learn whether
+// they are copies.
+std::vector<LogPiece> PlanPieces(uint64_t size, Cuts cuts = Cuts::kProven);
+
+// Divides one piece of a plan, whose log is as planned, into pieces that are a plan of their own. Behind
+// SuperLog_InitWithoutLogs.
+std::vector<LogPiece> CutPiece(const LogPiece& piece, uint64_t size, Cuts cuts);
+
+// Makes pieces one plan, in their order.
+void NumberPieces(std::vector<LogPiece>& plan);
 
 // Whether its log is the one that the plan has found, as far as its size and its proof tell; true of a piece
 // without one. There may be more lines behind the end of the log.
