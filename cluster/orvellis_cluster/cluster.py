@@ -2,8 +2,10 @@
 
 from __future__ import annotations
 
+import importlib
 import logging
 import os
+import warnings
 from typing import Any
 
 from .settings import Settings
@@ -18,8 +20,6 @@ def processors() -> int:
 
 def be_silent() -> None:
     """Dask tells much of what the run tells in a sentence of its own."""
-    import warnings
-
     warnings.simplefilter("ignore")
     logging.disable(logging.CRITICAL)
 
@@ -27,14 +27,13 @@ def be_silent() -> None:
 def connect(settings: Settings) -> Any:
     """A client of the cluster."""
     try:
-        from distributed import Client, LocalCluster
-        from distributed.security import Security
+        dask: Any = importlib.import_module("distributed")
     except ImportError:
         raise Failure("Dask is not installed: install python3-distributed") from None
     be_silent()
     if not settings.scheduler:
         # Threads are enough: each task is a process of its own.
-        local = LocalCluster(
+        local = dask.LocalCluster(
             n_workers=1,
             threads_per_worker=settings.processes or processors(),
             processes=False,
@@ -42,16 +41,16 @@ def connect(settings: Settings) -> Any:
             worker_dashboard_address=None,
             memory_limit=0,
         )
-        return Client(local, set_as_default=False)
+        return dask.Client(local, set_as_default=False)
     security = None
     if settings.tls_ca:
-        security = Security(
+        security = dask.Security(
             tls_ca_file=settings.tls_ca,
             tls_client_cert=settings.tls_cert,
             tls_client_key=settings.tls_key,
             require_encryption=True,
         )
     try:
-        return Client(settings.scheduler, timeout=CONNECT_SECONDS, security=security, set_as_default=False)
+        return dask.Client(settings.scheduler, timeout=CONNECT_SECONDS, security=security, set_as_default=False)
     except Exception as error:
         raise Failure(f"cannot reach the scheduler {settings.scheduler}: {error}") from None

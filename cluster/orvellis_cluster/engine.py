@@ -7,8 +7,10 @@ import os
 import signal
 import subprocess
 import sys
+import threading
 import uuid
 from collections.abc import Callable
+from functools import partial
 from typing import Any, NoReturn
 
 from . import tasks
@@ -16,10 +18,11 @@ from .cluster import connect
 from .counting import Apart, Counting
 from .errands import Errands
 from .logs import Logs, logs_in
+from .plan import Piece
 from .planning import Planning
 from .progress import Progress
 from .settings import Settings, take
-from .told import Failure, harmless, things
+from .told import Failure, harmless
 from .workers import Workers
 
 # Its own exit statuses, which orvellis-report knows.
@@ -93,8 +96,8 @@ class Engine:
         self.client: Any = None
         self.workers: Workers | None = None
         self.errands: Errands | None = None
+        self.planning: Planning | None = None
         self.parent = os.getppid()
-        self.missing = 0
 
     def watch(self) -> None:
         """Several times a second."""
@@ -132,17 +135,15 @@ class Engine:
     def count(self) -> Any:
         """The future of the one part. A log that was cut where it must not be is planned again, reading it."""
         assert self.workers is not None and self.errands is not None
-        planning = Planning(self.errands, self.workers, self.logs, self.settings, self.local)
+        planning = self.planning = Planning(self.errands, self.workers, self.logs, self.settings, self.local)
         while True:
             self.progress.say("planning")
             pieces = planning.plan()
             if self.settings.dry_run:
                 self.show(planning.summary(pieces))
             self.progress.begin(len(pieces), sum(piece.weight for piece in pieces))
-            counting = Counting(
-                self.errands, self.workers, self.logs, pieces, self.settings.allow_missing,
-                lambda piece: self.progress.count(piece.weight),
-            )
+            counted = partial(tell_weight, self.progress)
+            counting = Counting(self.errands, self.workers, self.logs, pieces, self.settings.allow_missing, counted)
             try:
                 return counting.run()
             except Apart as apart:
@@ -175,6 +176,10 @@ class Engine:
             if log.host:
                 os.symlink(f"{log.label}:{os.path.basename(log.target)}", log.path)
 
+    def notes(self) -> list[str]:
+        found = (self.workers.notes if self.workers else []) + (self.planning.notes if self.planning else [])
+        return [self.logs.told(note) for note in found]
+
     # ---- The end ----
 
     def end(self) -> None:
@@ -193,11 +198,13 @@ class Engine:
 
     def patiently(self, function: Callable[[], Any]) -> None:
         """Nothing that the cluster answers, or does not, keeps the run from ending."""
-        import threading
-
         thread = threading.Thread(target=lambda: quietly(function), daemon=True)
         thread.start()
         thread.join(tasks.LAST_SECONDS + 2)
+
+
+def tell_weight(progress: Progress, piece: Piece) -> None:
+    progress.count(piece.weight)
 
 
 def quietly(function: Callable[[], Any]) -> None:
@@ -205,15 +212,6 @@ def quietly(function: Callable[[], Any]) -> None:
         function()
     except Exception:
         pass
-
-
-def keep_streams() -> int:
-    """Takes standard error for the run's own sentences: what libraries write there is no sentence."""
-    told = os.dup(2)
-    nothing = os.open(os.devnull, os.O_WRONLY)
-    os.dup2(nothing, 2)
-    os.close(nothing)
-    return told
 
 
 def run(arguments: list[str]) -> int:
@@ -244,8 +242,7 @@ def run(arguments: list[str]) -> int:
     finally:
         engine.progress.erase()
         engine.end()
-    notes = engine.workers.notes if engine.workers else []
-    for line in [*notes, *([sentence] if sentence else [])]:
+    for line in [*engine.notes(), *([sentence] if sentence else [])]:
         os.write(told, (harmless(line) + "\n").encode(errors="replace"))
     # Threads of the engine may still wait for a cluster that is gone.
     sys.stdout.flush()

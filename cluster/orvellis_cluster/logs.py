@@ -7,6 +7,7 @@ import re
 from dataclasses import dataclass
 from typing import Any
 
+from .addresses import Address
 from .plan import Piece
 
 ON_WORKERS = "workers://"
@@ -40,6 +41,7 @@ class Logs:
     def __init__(self, logs: list[Log], patterns: list[str]) -> None:
         self.by_path = {log.path: log for log in logs}
         self.patterns = patterns  # of logs on the hosts
+        self.addresses: dict[str, Address] = {}  # by the paths of logs, as far as they were looked at
 
     def of_host(self, host: str) -> list[Log]:
         return [log for log in self.by_path.values() if log.host == host]
@@ -63,9 +65,24 @@ class Logs:
         """What has to stand in a folder so that orvellis finds a log."""
         return {path: self.by_path[path].target} if path in self.by_path else {}
 
+    # ---- Steps of tasks, and what they need ----
+
     def counting(self, piece: Piece) -> tuple[str, tuple[Any, ...]]:
-        """The step that counts a piece, and what it needs."""
+        if piece.log in self.addresses:
+            return "count_address", (piece.token, self.name_of(piece.log), self.addresses[piece.log].stretches(piece))
         return "count", (piece.token, self.links_of(piece.log))
+
+    def hashing(self, piece: Piece) -> tuple[str, tuple[Any, ...]]:
+        return "hash", (self.by_path[piece.log].target, piece.log in self.addresses)
+
+    def cutting(self, piece: Piece, size: int, exact: bool) -> tuple[str, tuple[Any, ...]] | None:
+        """None: it stays whole."""
+        if piece.log in self.addresses:
+            # Read as a whole it would have been sent, and could as well be counted.
+            if exact or not self.addresses[piece.log].divisible:
+                return None
+            return "cut_address", (piece.token, piece.log, self.name_of(piece.log), piece.size, size)
+        return "plan", ([f"plan={size}{'' if exact else ',quick'}", "piece=-"], self.links_of(piece.log), piece.token)
 
     def told(self, sentence: str) -> str:
         """A sentence of orvellis with the names that the reader knows."""

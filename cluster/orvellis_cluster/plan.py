@@ -18,6 +18,7 @@ class Piece:
     number: int  # from 1
     log: str  # its path in the folder of a run
     size: int  # of the whole log
+    lead: int  # where what counting it takes begins
     begin: int
     end: int  # behind the piece; the size of the log where it goes up to there
     proof: str
@@ -38,6 +39,7 @@ def piece_of(line: str) -> Piece:
         number=int(words[0].partition("/")[0]),
         log=unquote_to_bytes(fields.get("log", "")).decode(errors="surrogateescape"),
         size=size,
+        lead=int(fields.get("lead", "0")),
         begin=int(fields.get("from", "0")),
         end=int(fields.get("to", size)),
         proof=fields.get("proof", ""),

@@ -7,6 +7,8 @@ of a run share, its job, is sent to each worker once, and held under the run's n
 from __future__ import annotations
 
 import asyncio
+import glob
+import hashlib
 import os
 import shutil
 import socket
@@ -15,11 +17,13 @@ import sys
 import tempfile
 import threading
 import time
-from collections.abc import Callable, Iterable
+from collections.abc import Callable, Iterable, Iterator
 from types import ModuleType
 from typing import Any, TypedDict
 
 import cloudpickle
+
+from . import streams
 
 # Where a process keeps its runs: these functions, sent by value, share no variables.
 KEPT = "_orvellis_cluster_runs"
@@ -168,8 +172,6 @@ def run_program(run: Run, arguments: list[str], links: dict[str, str], given: It
 def find(run: Run, patterns: list[str]) -> list[tuple[str, int]]:
     """The files of this host that match, in the order of patterns and names, with their sizes; empty ones hold
     nothing to count."""
-    import glob
-
     found: dict[str, int] = {}
     for pattern in patterns:
         for path in sorted(glob.glob(pattern), key=os.fsencode):
@@ -189,6 +191,48 @@ def count(run: Run, token: str, links: dict[str, str]) -> bytes:
     return run_program(run, ["piece=-", "part=-"], links, [token.encode() + b"\n"])
 
 
+def count_address(run: Run, token: str, address: str, stretches: list[tuple[int, int]]) -> bytes:
+    """The part of a piece whose bytes come from an address, and never lie on a disk."""
+
+    def given() -> Iterator[bytes]:
+        yield token.encode() + b"\n"
+        if not stretches:
+            yield from streams.whole(address)
+        for begin, end in stretches:
+            yield from streams.stretch(address, begin, end)
+
+    return run_program(run, ["piece=-", "bytes=-", "part=-"], {}, given())
+
+
+def cut_address(run: Run, token: str, path: str, address: str, size: int, every: int) -> str:
+    """Lines of a plan that cuts what an address names. Of this only what is around the cuts is asked for."""
+    descriptor = streams.windows(address, size, every)
+    try:
+        links = {path: f"/proc/{os.getpid()}/fd/{descriptor}"}
+        return plan(run, [f"plan={every},quick", "piece=-"], links, token)
+    finally:
+        os.close(descriptor)
+
+
+def blocks_of(path: str) -> Iterator[bytes]:
+    try:
+        with open(path, "rb") as file:
+            while block := file.read(1 << 20):
+                yield block
+    except OSError as error:
+        raise RuntimeError("orvellis", f"cannot read {path}: {error.strerror}") from None
+
+
+def hash_log(run: Run, target: str, is_address: bool) -> str:
+    """Of all bytes of a log."""
+    found = hashlib.sha256()
+    for block in streams.whole(target) if is_address else blocks_of(target):
+        if run["ended"]:
+            break
+        found.update(block)
+    return found.hexdigest()
+
+
 def count_missing(run: Run, token: str) -> bytes:
     """The part of a piece that nobody could count."""
     return run_program(run, ["piece=-", "missing=1", "part=-"], {}, [token.encode() + b"\n"])
@@ -201,7 +245,16 @@ def add(run: Run, *parts: bytes) -> bytes:
 
 def perform_step(run: Run, step: str, inputs: tuple[Any, ...], address: str) -> Any:
     """What fails is RuntimeError(KIND, SENTENCE, ADDRESS)."""
-    steps = {"find": find, "plan": plan, "count": count, "add": add, "missing": count_missing}
+    steps: dict[str, Callable[..., Any]] = {
+        "find": find,
+        "hash": hash_log,
+        "plan": plan,
+        "cut_address": cut_address,
+        "count": count,
+        "count_address": count_address,
+        "missing": count_missing,
+        "add": add,
+    }
     try:
         return steps[step](run, *inputs)
     except RuntimeError as error:
@@ -249,4 +302,6 @@ async def stop(name: str) -> None:
 
 
 def send_by_value() -> None:
+    """Has this module and what it uses sent whole, and not by name."""
     cloudpickle.register_pickle_by_value(sys.modules[__name__])
+    cloudpickle.register_pickle_by_value(streams)

@@ -130,6 +130,10 @@ class Workers:
         """Addresses; of all hosts where none is named."""
         return {worker.address for worker in list(self.fit.values()) if host in ("", worker.host)}
 
+    @property
+    def number(self) -> int:
+        return len(self.fit)
+
     def threads(self, host: str = "") -> int:
         return sum(worker.threads for worker in list(self.fit.values()) if host in ("", worker.host))
 
