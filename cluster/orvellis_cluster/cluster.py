@@ -40,6 +40,7 @@ def connect(settings: Settings) -> Any:
             dashboard_address=None,
             worker_dashboard_address=None,
             memory_limit=0,
+            local_directory=os.getcwd(),  # the private folder of the run
         )
         return dask.Client(local, set_as_default=False)
     security = None

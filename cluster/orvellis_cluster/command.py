@@ -49,6 +49,7 @@ VALUED = frozenset(
     " --title --url --log-format --date-format --timezone --search-engines --memory".split()
 )
 OF_ONE_MACHINE = frozenset("--classic --cache --clear-cache --keep-config --init-site".split())
+STEPS = ("plan", "piece", "part", "merge", "bytes", "missing")  # parameters of the program
 TEXTS = {"--scheduler": "scheduler", "--tls-ca": "tls_ca", "--tls-cert": "tls_cert", "--tls-key": "tls_key"}
 FLAGS = {"--allow-missing": "allow_missing", "--dry-run": "dry_run"}
 OWN_VALUED = (*TEXTS, "--on-workers", "--piece-size", "--workers")
@@ -114,6 +115,8 @@ def take_options(arguments: list[str]) -> tuple[Settings, list[str]]:
                 value = arguments[at] if at < len(arguments) else ""
                 at += 1
             others += take_value(taken, option, value)
+        elif attached and option.lower() in STEPS:
+            raise usage_error(f"{option}= is set by {NAME} itself")
         else:
             others.append(word)
             if option in VALUED and not attached and at < len(arguments):

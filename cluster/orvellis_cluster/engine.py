@@ -6,7 +6,6 @@ from __future__ import annotations
 import os
 import signal
 import subprocess
-import sys
 import threading
 import uuid
 from collections.abc import Callable
@@ -16,7 +15,7 @@ from typing import Any, NoReturn
 from . import tasks
 from .cluster import connect
 from .counting import Apart, Counting
-from .errands import Errands
+from .errands import MORE_TRIES, Errands
 from .logs import Logs, logs_in
 from .plan import Piece
 from .planning import Planning
@@ -29,7 +28,9 @@ from .workers import Workers
 REFUSED = 4
 SHOWN = 10
 
+# In the folder of the run.
 SUM = "sum.part"
+SENTENCES = "sentences"
 
 # What orvellis-report tells orvellis of one machine.
 OF_ONE_MACHINE = ("workers=", "totals=", "partcache=", "title=")
@@ -87,8 +88,9 @@ def make_job(arguments: list[str]) -> tasks.Job:
 
 
 class Engine:
-    def __init__(self, settings: Settings, arguments: list[str]) -> None:
+    def __init__(self, settings: Settings, arguments: list[str], told: int) -> None:
         self.settings = settings
+        self.told = told  # the descriptor of the run's sentences
         self.arguments = arguments
         self.progress = Progress(settings.terminal)
         self.logs = logs_in("logs")
@@ -132,8 +134,8 @@ class Engine:
             if self.settings.scheduler and log.target.startswith(copies):
                 raise Failure("standard input and pipes are of this machine, where no worker reads: name files")
 
-    def count(self) -> Any:
-        """The future of the one part. A log that was cut where it must not be is planned again, reading it."""
+    def report(self) -> int:
+        """Counts, and writes the page. A log that was cut where it must not be is planned again, reading it."""
         assert self.workers is not None and self.errands is not None
         planning = self.planning = Planning(self.errands, self.workers, self.logs, self.settings, self.local)
         while True:
@@ -141,39 +143,50 @@ class Engine:
             pieces = planning.plan()
             if self.settings.dry_run:
                 self.show(planning.summary(pieces))
+                return SHOWN
             self.progress.begin(len(pieces), sum(piece.weight for piece in pieces))
             counted = partial(tell_weight, self.progress)
             counting = Counting(self.errands, self.workers, self.logs, pieces, self.settings.allow_missing, counted)
             try:
-                return counting.run()
+                return self.write_page(counting)
             except Apart as apart:
                 counting.drop()
                 planning.distrust(apart.log)
 
-    def show(self, text: str) -> NoReturn:
+    def show(self, text: str) -> None:
         self.progress.erase()
         try:
-            with open(self.settings.output, "w", encoding="utf-8", closefd=False) as output:
+            with open(self.settings.output, "w", encoding="utf-8", errors="replace", closefd=False) as output:
                 output.write(text)
         except OSError as error:
             raise Failure(f"cannot write to standard output: {error.strerror}") from None
-        raise SystemExit(SHOWN)
 
-    def write_page(self, part: Any) -> int:
-        """Adds the one part; whose output, sentences and status are those of this run."""
+    def write_page(self, counting: Counting) -> int:
+        """Adds the one part; what this prints, and its status, are those of the run."""
         assert self.errands is not None
-        contents: bytes = self.errands.attend(part.result)
-        with open(SUM, "wb") as file:
-            file.write(contents)
-        del contents
-        self.progress.say("writing")
-        self.put_names()
-        return subprocess.call([self.settings.program, *self.arguments, "merge=" + SUM], stdin=subprocess.DEVNULL)
+        for _ in range(1 + MORE_TRIES):
+            contents: bytes = self.errands.attend(counting.run().result)
+            with open(SUM, "wb") as file:
+                file.write(contents)
+            del contents
+            self.progress.say("writing")
+            self.put_names()
+            with open(SENTENCES, "w+b") as sentences:
+                command = [self.settings.program, *self.arguments, "merge=" + SUM]
+                status = subprocess.call(command, stdin=subprocess.DEVNULL, stderr=sentences)
+                sentences.seek(0)
+                told = sentences.read()
+            if status != REFUSED:
+                os.write(self.told, told)
+                return status
+            # Nothing was printed: what has come is not what a worker has sent.
+            counting.count_again(counting.tree.root)
+        raise Failure(tasks.sentence_of(status, told))
 
     def put_names(self) -> None:
         """The page asks links what the logs are called."""
         for log in self.logs.by_path.values():
-            if log.host:
+            if log.host and not os.path.lexists(log.path):
                 os.symlink(f"{log.label}:{os.path.basename(log.target)}", log.path)
 
     def notes(self) -> list[str]:
@@ -214,36 +227,35 @@ def quietly(function: Callable[[], Any]) -> None:
         pass
 
 
+def take_streams() -> int:
+    """The descriptor for the run's own sentences: what libraries write to standard error is none."""
+    told = os.dup(2)
+    nothing = os.open(os.devnull, os.O_WRONLY)
+    os.dup2(nothing, 2)
+    os.close(nothing)
+    return told
+
+
 def run(arguments: list[str]) -> int:
     settings = take()
     os.environ["ORVELLIS"] = settings.program
-    status = REFUSED
-    sentence = ""
-    told = os.dup(2)
     for caught in (signal.SIGHUP, signal.SIGINT, signal.SIGTERM):
         signal.signal(caught, interrupt)
-    engine = Engine(settings, arguments)
-    hush = os.open(os.devnull, os.O_WRONLY)
-    os.dup2(hush, 2)
+    engine = Engine(settings, arguments, take_streams())
+    status, sentences = REFUSED, []
     try:
         engine.begin()
-        part = engine.count()
-        os.dup2(told, 2)
-        status = engine.write_page(part)
-        os.dup2(hush, 2)
+        status = engine.report()
     except Failure as failure:
-        sentence = engine.logs.told(str(failure))
-    except SystemExit as shown:
-        status = int(str(shown.code))
+        sentences = [engine.logs.told(str(failure))]
     except Interrupted as interrupted:
         status = 128 + interrupted.number
     except Exception as error:
-        sentence = f"the run has failed: {type(error).__name__}: {error}".splitlines()[0]
+        sentences = [f"the run has failed: {type(error).__name__}: {error}".splitlines()[0]]
     finally:
         engine.progress.erase()
         engine.end()
-    for line in [*engine.notes(), *([sentence] if sentence else [])]:
-        os.write(told, (harmless(line) + "\n").encode(errors="replace"))
-    # Threads of the engine may still wait for a cluster that is gone.
-    sys.stdout.flush()
+    for line in [*engine.notes(), *sentences]:
+        os.write(engine.told, (harmless(line) + "\n").encode(errors="replace"))
+    # Threads may still wait for a cluster that is gone.
     os._exit(status)

@@ -1,0 +1,188 @@
+#!/usr/bin/python3
+"""A scheduler and workers that are processes of their own: shared logs, those of hosts, and what fails on the way."""
+
+from __future__ import annotations
+
+import os
+import shutil
+import signal
+import unittest
+
+from support import Cluster, ClusterTest, wait_for
+
+# What a wrapper of the program does in one step of a run. Its worker is its parent.
+ONCE = 'mkdir "$cd_to/once" 2>/dev/null &&'
+
+
+def when(step: str, action: str) -> str:
+    """In tasks with this argument, and no other."""
+    return f'case " $* " in *" {step}"*) {action} ;; esac'
+
+
+class Shared(ClusterTest):
+    """Paths that all workers see."""
+
+    def setUp(self) -> None:
+        super().setUp()
+        self.logs = [self.log(f"logs/access.log.{n}", 3000, n, n) for n in (1, 2)]
+        self.wanted = self.plain(*self.logs)
+
+    def arguments(self, cluster: Cluster) -> list[str]:
+        return ["--scheduler", cluster.address, "--piece-size", "64K", *map(str, self.logs)]
+
+    def test_two_workers(self) -> None:
+        cluster = self.cluster()
+        cluster.add("one")
+        cluster.add("two", threads=2)
+        cluster.ready("one", "two")
+        self.expect_page(self.wanted, *self.arguments(cluster))
+
+    def lose_one(self, step: str) -> None:
+        """One of two workers dies in a step; the other does its work."""
+        cluster = self.cluster()
+        program = self.wrapper("dying", when(step, f"{ONCE} kill -9 $PPID"))
+        cluster.add("one", program=program)
+        cluster.add("two", program=program)
+        cluster.ready("one", "two")
+        self.expect_page(self.wanted, *self.arguments(cluster))
+        self.assertTrue((self.folder / "once").exists())
+
+    def test_a_worker_dies_while_planning(self) -> None:
+        self.lose_one("plan=65536,quick ")
+
+    def test_a_worker_dies_while_counting(self) -> None:
+        self.lose_one("piece=- part=- ")
+
+    def test_a_worker_dies_while_adding(self) -> None:
+        # With more pieces than are added at once.
+        self.lose_one("merge=- part=- ")
+
+    def test_a_slow_worker_keeps_no_other_from_work(self) -> None:
+        cluster = self.cluster()
+        # Its second piece waits until all others are counted.
+        slow = self.wrapper("slow", when("piece=- part=- ", "mkdir $cd_to/first || while [ ! -e $cd_to/go ]; do sleep 0.05; done"))
+        quick = self.wrapper("quick", when("piece=- part=- ", 'echo >>"$cd_to/counted"'))
+        cluster.add("slow", program=slow)
+        cluster.add("quick", program=quick)
+        cluster.ready("slow", "quick")
+        run = self.begin(*self.arguments(cluster), "-o", "cluster.html")
+        counted = self.folder / "counted"
+        wait_for("the quick one", lambda: counted.exists() and len(counted.read_text()) > 8)
+        (self.folder / "go").touch()
+        self.expect_finished(self.wanted, run)
+
+    def test_a_worker_comes_late(self) -> None:
+        cluster = self.cluster()
+        # The first one stops at its second piece, until the late one has counted some.
+        program = self.wrapper("first", when("piece=- part=- ", "mkdir $cd_to/first || while [ ! -e $cd_to/counted ]; do sleep 0.05; done"))
+        cluster.add("first", program=program)
+        cluster.ready("first")
+        run = self.begin(*self.arguments(cluster), "-o", "cluster.html")
+        wait_for("the first piece", (self.folder / "first").exists)
+        late = self.wrapper("late", when("piece=- part=- ", "mkdir $cd_to/probed || touch $cd_to/counted"))
+        cluster.add("late", program=late)
+        self.expect_finished(self.wanted, run)
+        self.assertTrue((self.folder / "counted").exists())
+
+    def test_workers_that_would_count_otherwise_are_left_out(self) -> None:
+        cluster = self.cluster()
+        cluster.add("one")
+        cluster.add("absent", program="/nonexistent/orvellis")
+        cluster.add("older", program=self.wrapper("older", when("part=- ", 'exec "$cd_to/orvellis-1.4" "$@"')))
+        binary = (self.folder / "orvellis-1.4")
+        self.make_other_version(binary)
+        cluster.add("elsewhere", program=self.wrapper("elsewhere", "export TZ=America/New_York"))
+        cluster.ready("one", "absent", "older", "elsewhere")
+        told = self.expect_page(self.wanted, *self.arguments(cluster))
+        worker = r"the worker tcp://127\.0\.0\.1:[0-9]+ on \S+ is left out: "
+        self.assertRegex(told, worker + "the program /nonexistent/orvellis is not installed")
+        self.assertRegex(told, worker + 'it counts with another program: "1.4", and not "1.5"')
+        self.assertRegex(told, worker + "it counts with another time zone: ")
+
+    def make_other_version(self, path: object) -> None:
+        """The program, as another version of it would be."""
+        with open(os.environ.get("ORVELLIS_TESTED", "") or __import__("support").PROGRAM, "rb") as program:
+            changed = program.read().replace(b"\x001.5\x00", b"\x001.4\x00")
+        with open(path, "wb") as other:  # type: ignore[call-overload]
+            other.write(changed)
+        os.chmod(path, 0o755)  # type: ignore[call-overload]
+
+    def test_no_worker_that_may_count(self) -> None:
+        cluster = self.cluster()
+        cluster.add("absent", program="/nonexistent/orvellis")
+        cluster.ready("absent")
+        self.expect_sentence("no worker can count: the worker .* is not installed", *self.arguments(cluster))
+
+    def test_no_worker(self) -> None:
+        self.expect_sentence("the scheduler has no worker$", *self.arguments(self.cluster()))
+
+    def test_no_scheduler(self) -> None:
+        arguments = ["--scheduler", "tcp://127.0.0.1:1", *map(str, self.logs)]
+        self.expect_sentence(r"cannot reach the scheduler tcp://127\.0\.0\.1:1: ", *arguments)
+
+    def held_in_counting(self, cluster: Cluster):  # type: ignore[no-untyped-def]
+        """A run whose second piece waits until there is a file named go."""
+        program = self.wrapper("held", when("piece=- part=- ", "mkdir $cd_to/first || while [ ! -e $cd_to/go ]; do sleep 0.05; done"))
+        cluster.add("one", program=program)
+        cluster.ready("one")
+        run = self.begin(*self.arguments(cluster), "-o", "cluster.html")
+        wait_for("the held piece", lambda: (self.folder / "first").exists() and len(self.left_processes()) > 0)
+        return run
+
+    def test_the_scheduler_dies(self) -> None:
+        cluster = self.cluster()
+        run = self.held_in_counting(cluster)
+        cluster.kill("scheduler")
+        (self.folder / "go").touch()
+        self.expect_refused("the scheduler tcp://.* does not answer any more", run)
+
+    def test_interruption_leaves_nothing(self) -> None:
+        for number, status in ((signal.SIGTERM, 143), (signal.SIGINT, 130)):
+            with self.subTest(number):
+                cluster = self.cluster()
+                run = self.held_in_counting(cluster)
+                run.send_signal(number)
+                found, output, errors = self.finish(run)
+                self.assertEqual((found, output, errors), (status, "", ""))
+                self.expect_nothing_left()
+                cluster.end()
+                shutil.rmtree(self.folder / "cluster")
+                shutil.rmtree(self.folder / "first")
+
+    def test_a_log_is_rotated_meanwhile(self) -> None:
+        cluster = self.cluster()
+        run = self.held_in_counting(cluster)
+        self.log("logs/access.log.2", 100, 7)
+        (self.folder / "go").touch()
+        told = self.expect_refused("piece ", run)
+        self.assertIn(f"{self.logs[1]} is no longer the log of which the plan was made", told)
+
+    def test_a_part_is_damaged_on_its_way(self) -> None:
+        cluster = self.cluster()
+        spoil = f'{ONCE} {{ "$ORVELLIS_TESTED" "$@" | tr \\\\000 \\\\001; exit; }}'
+        program = self.wrapper("spoiling", "mkdir $cd_to/probed 2>/dev/null || " + when("piece=- part=- ", spoil))
+        cluster.add("one", program=program)
+        cluster.ready("one")
+        self.expect_page(self.wanted, *self.arguments(cluster))
+        self.assertTrue((self.folder / "once").exists())
+
+    def test_the_only_part_is_damaged_on_its_way(self) -> None:
+        cluster = self.cluster()
+        spoil = f'{ONCE} {{ "$ORVELLIS_TESTED" "$@" | tr \\\\000 \\\\001; exit; }}'
+        program = self.wrapper("spoiling", "mkdir $cd_to/probed 2>/dev/null || " + when("piece=- part=- ", spoil))
+        cluster.add("one", program=program)
+        cluster.ready("one")
+        wanted = self.plain(self.logs[0])
+        self.expect_page(wanted, "--scheduler", cluster.address, str(self.logs[0]))
+        self.assertTrue((self.folder / "once").exists())
+
+
+class OnHosts(ClusterTest):
+    """Logs that lie on the hosts of the workers."""
+
+    def test_names_are_told_apart_by_host(self) -> None:
+        pass
+
+
+if __name__ == "__main__":
+    unittest.main()
