@@ -49,7 +49,7 @@ class Workers:
         self.notes: list[str] = []
         self.expected: bytes = b""  # the empty piece's part, of a worker that is fit
         self.last_seen: dict[str, float] = {}  # of hosts, by the clock of time.monotonic
-        self.began = time.monotonic()
+        self.looked = 0.0  # for the first time; 0: not yet
         self.wanted = threading.Event()
         self.closed = False
         self.thread: threading.Thread | None = None
@@ -69,6 +69,7 @@ class Workers:
             answers = self.client.run(tasks.prepare, self.run["job"], workers=new, on_error="return")
             for address in new:
                 self.take(address, there[address], answers.get(address))
+        self.looked = self.looked or now
         for worker in list(self.fit.values()):
             self.last_seen[worker.host] = now
         return bool(gone or new)
@@ -145,9 +146,9 @@ class Workers:
 
     def given_up(self, host: str) -> bool:
         """Whether a host (empty: every one) has been without a worker for too long."""
-        if self.of_host(host):
+        if self.of_host(host) or not self.looked:
             return False
-        seen = self.last_seen.get(host, self.began) if host else max(self.last_seen.values(), default=self.began)
+        seen = self.last_seen.get(host, self.looked) if host else max(self.last_seen.values(), default=self.looked)
         return time.monotonic() - seen > PATIENCE
 
     def why_none(self) -> str:

@@ -11,6 +11,8 @@ import unittest
 from support import Cluster, ClusterTest, wait_for
 
 # What a wrapper of the program does in one step of a run. Its worker is its parent.
+# The first piece that a worker counts is the empty one, by which it is known.
+HOLD = "mkdir $cd_to/probed 2>/dev/null || { touch $cd_to/holding; while [ ! -e $cd_to/go ]; do sleep 0.05; done; }"
 ONCE = 'mkdir "$cd_to/once" 2>/dev/null &&'
 
 
@@ -39,6 +41,7 @@ class Shared(ClusterTest):
 
     def lose_one(self, step: str) -> None:
         """One of two workers dies in a step; the other does its work."""
+        self.workers_die = True
         cluster = self.cluster()
         program = self.wrapper("dying", when(step, f"{ONCE} kill -9 $PPID"))
         cluster.add("one", program=program)
@@ -59,8 +62,8 @@ class Shared(ClusterTest):
 
     def test_a_slow_worker_keeps_no_other_from_work(self) -> None:
         cluster = self.cluster()
-        # Its second piece waits until all others are counted.
-        slow = self.wrapper("slow", when("piece=- part=- ", "mkdir $cd_to/first || while [ ! -e $cd_to/go ]; do sleep 0.05; done"))
+        # What it counts waits until much else is counted.
+        slow = self.wrapper("slow", when("piece=- part=- ", HOLD))
         quick = self.wrapper("quick", when("piece=- part=- ", 'echo >>"$cd_to/counted"'))
         cluster.add("slow", program=slow)
         cluster.add("quick", program=quick)
@@ -73,16 +76,16 @@ class Shared(ClusterTest):
 
     def test_a_worker_comes_late(self) -> None:
         cluster = self.cluster()
-        # The first one stops at its second piece, until the late one has counted some.
-        program = self.wrapper("first", when("piece=- part=- ", "mkdir $cd_to/first || while [ ! -e $cd_to/counted ]; do sleep 0.05; done"))
+        # The first one counts nothing until the late one has counted some.
+        program = self.wrapper("first", when("piece=- part=- ", HOLD))
         cluster.add("first", program=program)
         cluster.ready("first")
         run = self.begin(*self.arguments(cluster), "-o", "cluster.html")
-        wait_for("the first piece", (self.folder / "first").exists)
-        late = self.wrapper("late", when("piece=- part=- ", "mkdir $cd_to/probed || touch $cd_to/counted"))
+        wait_for("the first piece", (self.folder / "holding").exists)
+        late = self.wrapper("late", when("piece=- part=- ", "mkdir $cd_to/late-probed 2>/dev/null || touch $cd_to/go"))
         cluster.add("late", program=late)
         self.expect_finished(self.wanted, run)
-        self.assertTrue((self.folder / "counted").exists())
+        self.assertTrue((self.folder / "go").exists())
 
     def test_workers_that_would_count_otherwise_are_left_out(self) -> None:
         cluster = self.cluster()
@@ -121,12 +124,12 @@ class Shared(ClusterTest):
         self.expect_sentence(r"cannot reach the scheduler tcp://127\.0\.0\.1:1: ", *arguments)
 
     def held_in_counting(self, cluster: Cluster):  # type: ignore[no-untyped-def]
-        """A run whose second piece waits until there is a file named go."""
-        program = self.wrapper("held", when("piece=- part=- ", "mkdir $cd_to/first || while [ ! -e $cd_to/go ]; do sleep 0.05; done"))
+        """A run whose pieces wait until there is a file named go."""
+        program = self.wrapper("held", when("piece=- part=- ", HOLD))
         cluster.add("one", program=program)
         cluster.ready("one")
         run = self.begin(*self.arguments(cluster), "-o", "cluster.html")
-        wait_for("the held piece", lambda: (self.folder / "first").exists() and len(self.left_processes()) > 0)
+        wait_for("the held piece", (self.folder / "holding").exists)
         return run
 
     def test_the_scheduler_dies(self) -> None:
@@ -147,7 +150,8 @@ class Shared(ClusterTest):
                 self.expect_nothing_left()
                 cluster.end()
                 shutil.rmtree(self.folder / "cluster")
-                shutil.rmtree(self.folder / "first")
+                shutil.rmtree(self.folder / "probed")
+                (self.folder / "holding").unlink()
 
     def test_a_log_is_rotated_meanwhile(self) -> None:
         cluster = self.cluster()
