@@ -5,8 +5,9 @@ the counts are merged, and the page must be the same bytes as that of one run.
     parts_check.py PROGRAM PROJECT [CASE...]
 
 Every case of a shell that has logs is asked in both editions, its parts one by one, through standard input, and
-summed up as a tree; a case of one log is asked with that log cut into three, too; and each with the pieces of a plan.
-A run may refuse to be divided, for one of the reasons below and never for another; then nothing may be printed. Parts
+summed up as a tree; a case of one log is asked with that log cut into three, too; and each with the pieces of a plan,
+and of a plan that was made without reading the logs: in the modern edition of one that names whole logs, which are cut
+one by one, and joined. Such a plan may not hold; then the other one does. A run may refuse to be divided, for one of the reasons below and never for another; then nothing may be printed. Parts
 of logs are added in the order of names: cases whose summary file has another one are asked by the plan alone.
 """
 import collections
@@ -26,9 +27,11 @@ import agreement  # pylint: disable=wrong-import-position
 
 PROGRAM = str(pathlib.Path(sys.argv[1]).resolve())
 NO_PART = 4
-LEAST_SAME = 750  # pages that were made of several parts
+LEAST_SAME = 1000  # pages that were made of several parts
 PIECES = 3
 SIZE_OF_PIECES = b"80"
+SIZE_OF_LOGS = b"1G"
+APART = rb"orvellis: .* does not go on as the piece before it has ended: .*\n"
 REASONS = {
     "debug": rb"orvellis: the counts of a run with debug cannot be added to others\n",
     "look-ups": rb"orvellis: the counts of a run that looks up names while it counts \(dnslookupenabled\) "
@@ -48,6 +51,7 @@ MOMENTS = [
 class Case:
     def __init__(self, path, edition, folder, cut):
         self.files = agreement.files_of(path)
+        self.edition = edition
         self.cut = cut
         self.folder = pathlib.Path(folder)
         self.env = dict(agreement.environment_of(self.files), COLUMNS="100")
@@ -151,9 +155,31 @@ def count_parts(case, logs):
     return parts, None
 
 
-def count_pieces(case):
+def plan_at_once(case):
+    return case.run(case.make("planning"), [b"plan=" + SIZE_OF_PIECES])
+
+
+def plan_in_steps(case):
+    """A plan of whole logs, each of which is cut, without a look at its lines."""
+    folder = case.make("planning")
+    quick = b"plan=" + SIZE_OF_PIECES + b",quick"
+    if case.edition == b"classic":
+        done = case.run(folder, [quick])
+        lines = done[1]
+    else:
+        done = case.run(folder, [b"plan=" + SIZE_OF_LOGS])
+        lines = b""
+        for log in done[1].splitlines():
+            status, some, said = case.run(folder, [b"piece=" + log, quick])
+            if status != 0 or said:
+                return status, some, said
+            lines += some
+    return done if done[0] != 0 or done[2] else case.run(folder, [b"plan=-"], lines)
+
+
+def count_pieces(case, make_plan):
     """A part of each piece of the plan, or why there is none."""
-    status, plan, said = case.run(case.make("planning"), [b"plan=" + SIZE_OF_PIECES])
+    status, plan, said = make_plan(case)
     if status != 0 or said:
         return None, refused((status, plan, said)) or f"planning: {status, said}"
     parts = []
@@ -164,6 +190,9 @@ def count_pieces(case):
             return None, refused(done) or f"counting {piece}: {done}"
         parts.append(part)
     return parts, None
+
+
+PLANS = {"plan": plan_at_once, "steps": plan_in_steps}
 
 
 def end_of(path, edition, way):
@@ -209,17 +238,19 @@ def check(path, edition, way):
         case = Case(path, edition, folder, way == "cut")
         plain_folder = case.make("plain")
         logs = case.logs(plain_folder)
-        if way != "plan" and len(logs) > 1 and any(name.endswith(".ORV") for name in case.files):
+        if way not in PLANS and len(logs) > 1 and any(name.endswith(".ORV") for name in case.files):
             return "another order"
         plain = case.run(plain_folder)
         if not logs or not is_report(plain):
             return "no report"
-        parts, why = count_pieces(case) if way == "plan" else count_parts(case, logs)
+        parts, why = count_pieces(case, PLANS[way]) if way in PLANS else count_parts(case, logs)
         if parts is None:
             return why
         for done in merged_in_all_ways(case, parts):
             if refused(done):
                 return refused(done)
+            if way == "steps" and done[0] == NO_PART and done[1] == b"" and re.fullmatch(APART, done[2]):
+                return "apart"
             if done != plain:
                 return f"differs: {difference(plain, done)}"
         return "same" if len(parts) > 1 else "whole"
@@ -244,12 +275,12 @@ def main():
     names = sys.argv[3:]
     cases = [path for path in agreement.all_cases() if is_of_a_shell(agreement.files_of(path))
              and (not names or str(path.relative_to(agreement.CASES)) in names)]
-    jobs = [(path, edition, way) for path in cases for way in ("logs", "cut", "plan")
+    jobs = [(path, edition, way) for path in cases for way in ("logs", "cut", *PLANS)
             if way != "cut" or has_one_plain_log(path) for edition in (b"classic", b"modern")]
     ends, failures = collections.Counter(), 0
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
         for (path, edition, way), end in zip(jobs, pool.map(lambda job: end_of(*job), jobs)):
-            known = end in ("same", "whole", "no report", "another order") or end in REASONS
+            known = end in ("same", "whole", "no report", "another order", "apart") or end in REASONS
             ends[end if known else "failed"] += 1
             if not known:
                 failures += 1

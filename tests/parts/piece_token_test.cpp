@@ -70,6 +70,16 @@ TEST(PieceToken, IsReadAsItWasWritten) {
   ExpectSame(piece, SomePiece());
 }
 
+TEST(PieceToken, SaysOfWhichPlanAPieceWasCut) {
+  LogPiece piece = SomePiece();
+  piece.of = 0x3c4d;
+  const std::string token = TokenOf(piece);
+  EXPECT_NE(token.find(" of=0000000000003c4d "), std::string::npos);
+  LogPiece read;
+  ASSERT_TRUE(ReadToken(token, read));
+  EXPECT_EQ(read.of, 0x3c4dU);
+}
+
 TEST(PieceToken, OfAWholeLogHasNoEnd) {
   LogPiece piece;
   piece.count = 1;
@@ -110,6 +120,8 @@ TEST(PieceToken, IsNothingElse) {
                                   "1/1 proof=-1",
                                   "1/1 size=-1",
                                   "1/1 size=1k",
+                                  "1/1 size=4611686018427387904",
+                                  "1/1 of=g",
                                   "1/1 from=5 lead=6",
                                   "1/1 from=5 to=5",
                                   "1/1 from=-1",

@@ -59,9 +59,14 @@ class LogPieces : public AccountLogs {
     SuperLog_InitWithoutLogs(settings_, limits(), kMarch, kBehind - 1, {.log_not_opened = NoteLogNotOpened});
   }
 
-  std::vector<LogPiece> Plan(uint64_t size) {
+  std::vector<LogPiece> Plan(uint64_t size, Cuts cuts = Cuts::kProven) {
     Begin();
-    return PlanPieces(size);
+    return PlanPieces(size, cuts);
+  }
+
+  std::vector<LogPiece> Cut(const LogPiece& piece, uint64_t size, Cuts cuts) {
+    BeginWithoutLogs();
+    return CutPiece(piece, size, cuts);
   }
 
   // What a run of its own writes of a piece.
@@ -108,11 +113,11 @@ class LogPieces : public AccountLogs {
   }
 
   // The pieces of a plan come to what one run comes to; how many there are.
-  size_t ExpectSame(uint64_t size) {
+  size_t ExpectSame(uint64_t size, Cuts cuts = Cuts::kProven) {
     Begin();
     const int64_t records = ReadAllLogs(kMarch, kBehind);
     const std::string states = whole() ? StatesOfLogs() : "";
-    const std::vector<LogPiece> plan = Plan(size);
+    const std::vector<LogPiece> plan = Plan(size, cuts);
     const std::vector<std::string> parts = CountAll(plan);
     EXPECT_EQ(records_, records) << size;
     EXPECT_EQ(Merge(parts), parts.size()) << size;
@@ -303,6 +308,159 @@ TEST_F(LogPieces, FollowALogThatEndsWithOddTimes) {
   AddLog("a.log", Lines(50) + header + "1999-07-01 10:00:00 192.0.2.1\n" + Lines(50));
   AddLog("b.log", Lines(20));
   EXPECT_EQ(ExpectSame(1U << 20), 2U);
+}
+
+// ---- Plans that nobody has tried ----
+
+TEST_F(LogPieces, AreTheSameWhereNothingChangesHowLinesAreRead) {
+  AddLog("a.log", Lines(3000));
+  AddLog("b.log", Lines(10, "\r\n"));
+  AddLog("c.log", "");
+  for (const bool whole : {false, true}) {
+    settings_.rules.whole_logs = whole;
+    for (const uint64_t size : {100U, 5000U, 20000U, 1U << 30}) {
+      ExpectAllOnce(Plan(size, Cuts::kUntried));
+      EXPECT_GE(ExpectSame(size, Cuts::kUntried), size < 30000 ? 10U : whole ? 3U : 2U);
+    }
+  }
+}
+
+TEST_F(LogPieces, AreCutShortlyBehindMultiplesWhenNobodyTries) {
+  const std::string text = Lines(8000);
+  constexpr int64_t kSize = 100000;
+  AddLog("a.log", text);
+  const std::vector<LogPiece> plan = Plan(kSize, Cuts::kUntried);
+  ASSERT_EQ(plan.size(), (text.size() - 1) / kSize + 1);
+  for (size_t i = 1; i < plan.size(); ++i) {
+    const int64_t wanted = static_cast<int64_t>(i) * kSize + 4096;
+    EXPECT_EQ(plan[i].from, static_cast<int64_t>(text.find('\n', static_cast<size_t>(wanted)) + 1));
+    EXPECT_GT(plan[i].lead, static_cast<int64_t>(i) * kSize);
+    EXPECT_LT(plan[i].lead, wanted - 3900);
+  }
+}
+
+// Someone far away has the beginning of a log, and some bytes behind each multiple of the size.
+TEST_F(LogPieces, CanBeTakenFromALogWithHolesWhenNobodyTries) {
+  const std::string text = Lines(30000);
+  constexpr size_t kSize = 512 << 10;
+  ASSERT_GT(text.size(), 4 * kSize);
+  AddLog("a.log", text);
+  const std::vector<LogPiece> plan = Plan(kSize, Cuts::kUntried);
+  std::string holes(text.size(), '\0');
+  for (size_t at = 0; at < text.size(); at += kSize) {
+    const size_t size = std::min<size_t>(at == 0 ? 64 << 10 : 128 << 10, text.size() - at);
+    holes.replace(at, size, text, at, size);
+  }
+  AddLog("a.log", holes);
+  const std::vector<LogPiece> other = Plan(kSize, Cuts::kUntried);
+  ASSERT_EQ(other.size(), plan.size());
+  for (size_t i = 0; i < plan.size(); ++i) {
+    EXPECT_EQ(other[i].from, plan[i].from);
+    EXPECT_EQ(other[i].lead, plan[i].lead);
+    EXPECT_EQ(other[i].proof, plan[i].proof);
+    EXPECT_EQ(other[i].plan, plan[i].plan);
+  }
+}
+
+TEST_F(LogPieces, AreNotWithoutBoundWhenNobodyTries) {
+  const std::string text = Lines(2000);
+  AddLog("a.log", text);
+  const std::vector<LogPiece> plan = Plan(1, Cuts::kUntried);
+  EXPECT_GT(plan.size(), 200U);
+  EXPECT_LE(plan.size(), 257U);
+  EXPECT_EQ(Plan(text.size(), Cuts::kUntried).size(), 1U);
+  EXPECT_EQ(Plan(UINT64_MAX, Cuts::kUntried).size(), 1U);
+}
+
+TEST_F(LogPieces, CannotBeAddedWhereAnUntriedCutDoesNotHold) {
+  AddLog("a.log", Lines(1000) + "!!LOG_FORMAT DATE TIME HOSTNAME URL\n" + TabLines(2000));
+  for (const bool whole : {false, true}) {
+    settings_.rules.whole_logs = whole;
+    const std::vector<LogPiece> plan = Plan(10000, Cuts::kUntried);
+    const size_t added = Merge(CountAll(plan));
+    EXPECT_GT(added, 5U);
+    EXPECT_LT(added, plan.size());
+  }
+}
+
+// ---- Pieces in pieces ----
+
+void ExpectSameStretches(const std::vector<LogPiece>& pieces, const std::vector<LogPiece>& others) {
+  ASSERT_EQ(pieces.size(), others.size());
+  for (size_t i = 0; i < pieces.size(); ++i) {
+    EXPECT_EQ(pieces[i].path, others[i].path);
+    EXPECT_EQ(pieces[i].place, others[i].place);
+    EXPECT_EQ(pieces[i].size, others[i].size);
+    EXPECT_EQ(pieces[i].first, others[i].first);
+    EXPECT_EQ(pieces[i].last, others[i].last);
+    EXPECT_EQ(pieces[i].from, others[i].from);
+    EXPECT_EQ(pieces[i].lead, others[i].lead);
+    EXPECT_EQ(pieces[i].to, others[i].to);
+    EXPECT_EQ(pieces[i].proof, others[i].proof);
+  }
+}
+
+TEST_F(LogPieces, OfAWholeLogAreThoseOfItsPlan) {
+  AddLog("a.log", Lines(3000) + "!!LOG_FORMAT DATE TIME HOSTNAME URL\n" + TabLines(2000));
+  for (const bool whole : {false, true}) {
+    settings_.rules.whole_logs = whole;
+    const std::vector<LogPiece> log = Plan(1U << 30);
+    ASSERT_EQ(log.size(), 1U);
+    for (const Cuts cuts : {Cuts::kProven, Cuts::kUntried}) {
+      const std::vector<LogPiece> pieces = Cut(log[0], 10000, cuts);
+      ExpectAllOnce(pieces);
+      EXPECT_GT(pieces.size(), 10U);
+      ExpectSameStretches(pieces, Plan(10000, cuts));
+      EXPECT_EQ(pieces[1].of, log[0].plan);
+    }
+  }
+}
+
+TEST_F(LogPieces, OfOneWithinALogStayWithinIt) {
+  AddLog("a.log", Lines(3000));
+  const std::vector<LogPiece> plan = Plan(80000);
+  ASSERT_GT(plan.size(), 2U);
+  const std::vector<LogPiece> pieces = Cut(plan[1], 10000, Cuts::kProven);
+  ASSERT_GT(pieces.size(), 5U);
+  EXPECT_EQ(pieces.front().from, plan[1].from);
+  EXPECT_EQ(pieces.front().lead, plan[1].lead);
+  EXPECT_EQ(pieces.back().to, plan[1].to);
+  for (size_t i = 1; i < pieces.size(); ++i) {
+    EXPECT_EQ(pieces[i].from, pieces[i - 1].to);
+    EXPECT_GT(pieces[i].from, plan[1].from);
+    EXPECT_TRUE(IsAsPlanned(pieces[i]));
+  }
+  const std::vector<LogPiece> again = Cut(pieces[2], 1000, Cuts::kProven);
+  EXPECT_GT(again.size(), 2U);
+  EXPECT_EQ(again[0].of, plan[0].plan);
+}
+
+TEST_F(LogPieces, TellOnceWhatTheirPieceTells) {
+  AddLog("a.log", Lines(3000));
+  LogPiece piece = Plan(1U << 30)[0];
+  piece.place = 7;
+  piece.copies = {{9, "b.log"}};
+  piece.unopened = {"c.log"};
+  const std::vector<LogPiece> pieces = Cut(piece, 10000, Cuts::kUntried);
+  ASSERT_GT(pieces.size(), 5U);
+  ASSERT_EQ(pieces[0].copies.size(), 1U);
+  EXPECT_EQ(pieces[0].copies[0].path, "b.log");
+  EXPECT_EQ(pieces[0].unopened, piece.unopened);
+  for (size_t i = 1; i < pieces.size(); ++i) {
+    EXPECT_TRUE(pieces[i].copies.empty());
+    EXPECT_TRUE(pieces[i].unopened.empty());
+    EXPECT_EQ(pieces[i].place, 7U);
+  }
+}
+
+TEST_F(LogPieces, OfNothingAndOfWhatIsGoneAreOne) {
+  LogPiece piece;
+  EXPECT_EQ(Cut(piece, 1, Cuts::kProven).size(), 1U);
+  piece.path = PathOf("none.log");
+  piece.size = 1U << 30;
+  for (const Cuts cuts : {Cuts::kProven, Cuts::kUntried}) {
+    EXPECT_EQ(Cut(piece, 1, cuts).size(), 1U);
+  }
 }
 
 // ---- Logs that are other ones by now ----
