@@ -73,6 +73,18 @@ def page_of(path: Path) -> str:
     return re.sub(r"<time[^>]*>[^<]*</time>|in [0-9,.]+ s(econds?)?\b", "", text)
 
 
+def with_own_folder(own: Path, shown: Path) -> tuple[str, ...]:
+    """A command in front of another, which sees one folder in the place of another."""
+    rights = () if os.geteuid() == 0 else ("--map-root-user",)
+    return ("unshare", "--mount", *rights, "sh", "-c", 'mount --bind "$0" "$1" && shift && exec "$@"', str(own), str(shown))
+
+
+def can_have_own_folders() -> bool:
+    with tempfile.TemporaryDirectory() as folder:
+        command = [*with_own_folder(Path(folder), Path("/mnt")), "true"]
+        return subprocess.run(command, stderr=subprocess.DEVNULL).returncode == 0
+
+
 class Cluster:
     """A scheduler, and workers as they are wanted."""
 
@@ -103,8 +115,8 @@ class Cluster:
         wait_for("the scheduler", lambda: file.exists() and file.read_text().endswith("}"))
         self.address = json.loads(file.read_text())["address"]
 
-    def add(self, name: str, host: str = "127.0.0.1", threads: int = 1, **more: str) -> None:
-        """Starts a worker, and does not wait for it."""
+    def add(self, name: str, host: str = "127.0.0.1", threads: int = 1, before: tuple[str, ...] = (), **more: str) -> None:
+        """Starts a worker, perhaps by another command, and does not wait for it."""
         folder = self.folder / name
         folder.mkdir(exist_ok=True)
         (folder / "tmp").mkdir(exist_ok=True)
@@ -114,7 +126,7 @@ class Cluster:
             del environment["ORVELLIS"]
         self.start(
             name,
-            ["/usr/bin/dask-worker", self.address, "--nthreads", str(threads), "--no-nanny", "--no-dashboard",
+            [*before, "/usr/bin/dask-worker", self.address, "--nthreads", str(threads), "--no-nanny", "--no-dashboard",
              "--host", f"{self.scheme}://{host}" if self.scheme != "tcp" else host, "--name", name,
              "--local-directory", str(folder), "--memory-limit", "0", *self.options],
             environment,
