@@ -54,6 +54,9 @@ TEXTS = {"--scheduler": "scheduler", "--tls-ca": "tls_ca", "--tls-cert": "tls_ce
 FLAGS = {"--allow-missing": "allow_missing", "--dry-run": "dry_run"}
 OWN_VALUED = (*TEXTS, "--on-workers", "--piece-size", "--workers")
 
+# Where the other programs stand, from the folder of this one: in a source tree, and installed.
+BESIDE = ("../bin", "../../bin")
+
 LEAST_PIECE = 64 * 1024
 MOST_WORKERS = 256
 
@@ -151,10 +154,10 @@ def beside(name: str, *folders: str) -> str:
 
 def find_programs(taken: Settings) -> str:
     """Finds the program and orvellis-report, which is given back."""
-    report = beside("orvellis-report", ".", "../bin")
+    report = beside("orvellis-report", *BESIDE)
     if not report:
         raise Failure("orvellis-report is not installed: install Orvellis")
-    taken.program = os.path.abspath(os.environ.get("ORVELLIS") or beside("orvellis", "."))
+    taken.program = os.path.abspath(os.environ.get("ORVELLIS") or beside("orvellis", *BESIDE))
     if not (os.path.isfile(taken.program) and os.access(taken.program, os.X_OK)):
         raise Failure("the program orvellis is not installed: install it, or name it in ORVELLIS")
     return report

@@ -21,6 +21,7 @@ REPORT = str(SOURCE / "bin" / "orvellis-report")
 PROGRAM = os.environ.get("ORVELLIS_TESTED", str(SOURCE / "build" / "release" / "orvellis"))
 PATIENCE = 60  # seconds for what has to happen
 
+sys.dont_write_bytecode = True
 sys.path.insert(0, str(SOURCE / "cluster"))
 
 try:
