@@ -16,7 +16,7 @@ from . import tasks
 from .cluster import connect
 from .counting import Apart, Counting
 from .errands import MORE_TRIES, Errands
-from .logs import Logs, logs_in
+from .logs import logs_in, path_of
 from .plan import Piece
 from .planning import Planning
 from .progress import Progress
@@ -43,6 +43,16 @@ class Interrupted(BaseException):
     def __init__(self, number: int) -> None:
         super().__init__(number)
         self.number = number
+
+
+class Refused(Exception):
+    """The arguments are refused as orvellis refuses them, which orvellis-report makes a sentence of."""
+
+    def __init__(self, status: int, output: bytes, sentences: bytes) -> None:
+        super().__init__(status)
+        self.status = status
+        self.output = output
+        self.sentences = sentences
 
 
 def interrupt(number: int, frame: object) -> NoReturn:
@@ -112,7 +122,7 @@ class Engine:
     def begin(self) -> None:
         self.progress.say("starting")
         self.check_logs()
-        self.run["job"]["empty"] = self.local(["plan=1K"], {"logs/000001.log": "nothing"}).decode().strip()
+        self.run["job"]["empty"] = self.plan_nothing()
         self.client = connect(self.settings)
         tasks.send_by_value()
         self.errands = Errands(self.client, self.run["job"]["name"], self.settings.scheduler, self.watch)
@@ -120,6 +130,16 @@ class Engine:
         self.errands.workers = self.workers
         self.workers.begin()
         self.workers.need_some(self.errands.pause)
+
+    def plan_nothing(self) -> str:
+        """The line of a plan in which there is nothing to read. Where orvellis refuses the arguments, or the
+        configuration, it does so here."""
+        status, output, sentences = tasks.try_program(self.run, ["plan=1K"], {path_of(1): "nothing"}, [])
+        if status == 0 and output.startswith(b"1/1 "):
+            return output.decode().strip()
+        if status == REFUSED:
+            raise Failure(tasks.sentence_of(status, sentences))
+        raise Refused(status, output, sentences)
 
     def local(self, arguments: list[str], links: dict[str, str], given: bytes = b"") -> bytes:
         """What orvellis writes on this machine."""
@@ -248,6 +268,10 @@ def run(arguments: list[str]) -> int:
         status = engine.report()
     except Failure as failure:
         sentences = [engine.logs.told(str(failure))]
+    except Refused as refused:
+        status = refused.status
+        os.write(1, refused.output)
+        os.write(engine.told, refused.sentences)
     except Interrupted as interrupted:
         status = 128 + interrupted.number
     except Exception as error:

@@ -141,8 +141,10 @@ def sentence_of(status: int, errors: bytes) -> str:
     return f"orvellis failed with status {status}"
 
 
-def run_program(run: Run, arguments: list[str], links: dict[str, str], given: Iterable[bytes]) -> bytes:
-    """What orvellis writes. What it refuses is RuntimeError("orvellis", SENTENCE)."""
+def try_program(
+    run: Run, arguments: list[str], links: dict[str, str], given: Iterable[bytes]
+) -> tuple[int, bytes, bytes]:
+    """Status, output and sentences of orvellis."""
     with run["lock"]:
         if run["ended"]:
             raise RuntimeError("ended", "the run has ended")
@@ -150,7 +152,7 @@ def run_program(run: Run, arguments: list[str], links: dict[str, str], given: It
     folder = ""
     try:
         folder = make_folder(run, links)
-        status, output, errors = attend(run, [find_program(), *run["job"]["arguments"], *arguments], folder, given)
+        return attend(run, [find_program(), *run["job"]["arguments"], *arguments], folder, given)
     except OSError as error:
         raise RuntimeError("worker", f"cannot run orvellis: {error}") from None
     finally:
@@ -158,8 +160,12 @@ def run_program(run: Run, arguments: list[str], links: dict[str, str], given: It
             shutil.rmtree(folder, ignore_errors=True)
         with run["lock"]:
             run["active"] -= 1
-            ended = run["ended"]
-    if ended:
+
+
+def run_program(run: Run, arguments: list[str], links: dict[str, str], given: Iterable[bytes]) -> bytes:
+    """What orvellis writes. What it refuses is RuntimeError("orvellis", SENTENCE)."""
+    status, output, errors = try_program(run, arguments, links, given)
+    if run["ended"]:
         raise RuntimeError("ended", "the run has ended")
     if status != 0:
         raise RuntimeError("orvellis", sentence_of(status, errors))

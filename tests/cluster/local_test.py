@@ -28,5 +28,18 @@ class LocalRun(ClusterTest):
         self.expect_page(self.plain(named), "--piece-size", "64K", "--on-workers", str(log))
 
 
+class Cuts(ClusterTest):
+    def test_a_cut_that_does_not_hold_is_looked_for_again(self) -> None:
+        """Another header line within the log decides how the lines behind it are read."""
+        log = self.folder / "w3c.log"
+        with open(log, "w", encoding="ascii") as file:
+            file.write("#Fields: date time c-ip cs-method cs-uri-stem sc-status sc-bytes\n")
+            file.writelines(f"2026-03-01 10:{n // 60 % 60:02}:{n % 60:02} 10.0.0.{n % 9} GET /a{n % 50} 200 100\n" for n in range(3000))
+            file.write("#Fields: date time c-ip cs-method cs-uri-stem sc-bytes sc-status\n")
+            file.writelines(f"2026-03-02 10:{n // 60 % 60:02}:{n % 60:02} 10.0.0.{n % 9} GET /b{n % 50} 100 404\n" for n in range(3000))
+        other = self.log("other.log", 2000, 3, 3)
+        self.expect_page(self.plain(other, log), "--piece-size", "64K", str(other), str(log))
+
+
 if __name__ == "__main__":
     unittest.main()

@@ -86,6 +86,17 @@ def can_have_own_folders() -> bool:
         return subprocess.run(command, stderr=subprocess.DEVNULL).returncode == 0
 
 
+# What a wrapper of the program does in one step of a run. Its worker is its parent.
+# The first piece that a worker counts is the empty one, by which it is known.
+HOLD = "mkdir $cd_to/probed 2>/dev/null || { touch $cd_to/holding; while [ ! -e $cd_to/go ]; do sleep 0.05; done; }"
+ONCE = 'mkdir "$cd_to/once" 2>/dev/null &&'
+
+
+def when(step: str, action: str) -> str:
+    """In tasks with this argument, and no other."""
+    return f'case " $* " in *" {step}"*) {action} ;; esac'
+
+
 class Cluster:
     """A scheduler, and workers as they are wanted."""
 

@@ -1,25 +1,15 @@
 #!/usr/bin/python3
-"""A scheduler and workers that are processes of their own: shared logs, those of hosts, and what fails on the way."""
+"""A scheduler and workers that are processes of their own, and what fails on the way."""
 
 from __future__ import annotations
 
-import os
 import shutil
 import signal
+import subprocess
 import unittest
+from pathlib import Path
 
-from support import Cluster, ClusterTest, can_have_own_folders, wait_for, with_own_folder
-
-# What a wrapper of the program does in one step of a run. Its worker is its parent.
-# The first piece that a worker counts is the empty one, by which it is known.
-HOLD = "mkdir $cd_to/probed 2>/dev/null || { touch $cd_to/holding; while [ ! -e $cd_to/go ]; do sleep 0.05; done; }"
-ONCE = 'mkdir "$cd_to/once" 2>/dev/null &&'
-
-
-def when(step: str, action: str) -> str:
-    """In tasks with this argument, and no other."""
-    return f'case " $* " in *" {step}"*) {action} ;; esac'
-
+from support import HOLD, ONCE, PROGRAM, Cluster, ClusterTest, wait_for, when
 
 class Shared(ClusterTest):
     """Paths that all workers see."""
@@ -31,6 +21,10 @@ class Shared(ClusterTest):
 
     def arguments(self, cluster: Cluster) -> list[str]:
         return ["--scheduler", cluster.address, "--piece-size", "64K", *map(str, self.logs)]
+
+
+class Working(Shared):
+    """Workers that come, go and differ."""
 
     def test_two_workers(self) -> None:
         cluster = self.cluster()
@@ -92,8 +86,7 @@ class Shared(ClusterTest):
         cluster.add("one")
         cluster.add("absent", program="/nonexistent/orvellis")
         cluster.add("older", program=self.wrapper("older", when("part=- ", 'exec "$cd_to/orvellis-1.4" "$@"')))
-        binary = (self.folder / "orvellis-1.4")
-        self.make_other_version(binary)
+        self.make_other_version(self.folder / "orvellis-1.4")
         cluster.add("elsewhere", program=self.wrapper("elsewhere", "export TZ=America/New_York"))
         cluster.ready("one", "absent", "older", "elsewhere")
         told = self.expect_page(self.wanted, *self.arguments(cluster))
@@ -102,13 +95,15 @@ class Shared(ClusterTest):
         self.assertRegex(told, worker + 'it counts with another program: "1.4", and not "1.5"')
         self.assertRegex(told, worker + "it counts with another time zone: ")
 
-    def make_other_version(self, path: object) -> None:
+    def make_other_version(self, path: Path) -> None:
         """The program, as another version of it would be."""
-        with open(os.environ.get("ORVELLIS_TESTED", "") or __import__("support").PROGRAM, "rb") as program:
-            changed = program.read().replace(b"\x001.5\x00", b"\x001.4\x00")
-        with open(path, "wb") as other:  # type: ignore[call-overload]
-            other.write(changed)
-        os.chmod(path, 0o755)  # type: ignore[call-overload]
+        changed = Path(PROGRAM).read_bytes().replace(b"\x001.5\x00", b"\x001.4\x00")
+        path.write_bytes(changed)
+        path.chmod(0o755)
+
+
+class Failing(Shared):
+    """What ends a run, or does not."""
 
     def test_no_worker_that_may_count(self) -> None:
         cluster = self.cluster()
@@ -123,7 +118,7 @@ class Shared(ClusterTest):
         arguments = ["--scheduler", "tcp://127.0.0.1:1", *map(str, self.logs)]
         self.expect_sentence(r"cannot reach the scheduler tcp://127\.0\.0\.1:1: ", *arguments)
 
-    def held_in_counting(self, cluster: Cluster):  # type: ignore[no-untyped-def]
+    def held_in_counting(self, cluster: Cluster) -> subprocess.Popen[str]:
         """A run whose pieces wait until there is a file named go."""
         program = self.wrapper("held", when("piece=- part=- ", HOLD))
         cluster.add("one", program=program)
@@ -179,89 +174,6 @@ class Shared(ClusterTest):
         wanted = self.plain(self.logs[0])
         self.expect_page(wanted, "--scheduler", cluster.address, str(self.logs[0]))
         self.assertTrue((self.folder / "once").exists())
-
-
-class Cuts(ClusterTest):
-    def test_a_cut_that_does_not_hold_is_looked_for_again(self) -> None:
-        """Another header line within the log decides how the lines behind it are read."""
-        log = self.folder / "w3c.log"
-        with open(log, "w", encoding="ascii") as file:
-            file.write("#Fields: date time c-ip cs-method cs-uri-stem sc-status sc-bytes\n")
-            file.writelines(f"2026-03-01 10:{n // 60 % 60:02}:{n % 60:02} 10.0.0.{n % 9} GET /a{n % 50} 200 100\n" for n in range(3000))
-            file.write("#Fields: date time c-ip cs-method cs-uri-stem sc-bytes sc-status\n")
-            file.writelines(f"2026-03-02 10:{n // 60 % 60:02}:{n % 60:02} 10.0.0.{n % 9} GET /b{n % 50} 100 404\n" for n in range(3000))
-        other = self.log("other.log", 2000, 3, 3)
-        self.expect_page(self.plain(other, log), "--piece-size", "64K", str(other), str(log))
-
-
-@unittest.skipUnless(can_have_own_folders(), "no folder can be put in the place of another here")
-class OnHosts(ClusterTest):
-    """Logs that lie on the hosts of the workers."""
-
-    def setUp(self) -> None:
-        super().setUp()
-        self.shown = self.folder / "var-log"
-        self.shown.mkdir()
-        (self.folder / "named").mkdir()
-        self.running = self.cluster()
-
-    def add_host(self, number: int, **more: str) -> None:
-        """The first worker of a host, which sees only what lies there."""
-        self.add_worker(number, f"web{number}", **more)
-
-    def add_worker(self, number: int, name: str, **more: str) -> None:
-        before = with_own_folder(self.folder / f"web{number}", self.shown)
-        self.running.add(name, host=f"127.0.0.{number}", before=before, **more)
-        self.running.ready(name)
-
-    def log_of(self, number: int, name: str, records: int, seed: int) -> None:
-        path = self.log(f"web{number}/{name}", records, seed, number)
-        (self.folder / "named" / f"127.0.0.{number}:{name}").symlink_to(path)
-
-    def pattern(self) -> str:
-        return str(self.shown / "access.log*")
-
-    def run_of(self) -> list[str]:
-        return ["--scheduler", self.running.address, "--piece-size", "64K", "--on-workers", self.pattern()]
-
-    def test_one_plan_a_host(self) -> None:
-        for number in (2, 3, 4):
-            self.log_of(number, "access.log", 1500, number)
-            self.log_of(number, "access.log.1", 1000, 10 + number)
-            self.add_host(number)
-        self.add_worker(3, "web3-too")
-        wanted = self.plain(self.folder / "named")
-        self.expect_page(wanted, *self.run_of())
-        # As it is told where it lies.
-        status, output, errors = self.run_cluster("--dry-run", *self.run_of())
-        self.assertEqual((status, errors), (0, ""))
-        self.assertEqual(output.count(f"127.0.0.3:{self.shown}/access.log\n"), 1)
-        self.assertRegex(output, r"\b2 workers .* on 127\.0\.0\.3\n")
-        self.assertRegex(output, r"\n[0-9]+ pieces of about 65,536 bytes, 6 logs, [0-9,]+ bytes, 3 hosts, 4 workers\n$")
-
-    def test_a_log_that_two_hosts_have_counts_once(self) -> None:
-        for number in (2, 3):
-            self.log_of(number, "access.log", 1500, 1)
-            # As large, with the same beginning, and not the same.
-            self.log_of(number, "access.log.1", 1000, 5)
-            self.add_host(number)
-        with open(self.folder / "web3" / "access.log.1", "r+b") as log:
-            log.seek(-12, 2)
-            log.write(b"x")
-        self.expect_page(self.plain(self.folder / "named"), *self.run_of())
-
-    def test_the_only_worker_of_a_host_dies(self) -> None:
-        self.workers_die = True
-        dying = self.wrapper("dying", when("piece=- part=- ", "mkdir $cd_to/probed 2>/dev/null || kill -9 $PPID"))
-        for number, program in ((2, ""), (3, dying)):
-            self.log_of(number, "access.log", 1500, number)
-            self.add_host(number, **({"program": program} if program else {}))
-        self.expect_sentence("piece [0-9]+ of [0-9]+ .127.0.0.3:.* no worker is left on the host 127.0.0.3", *self.run_of())
-
-    def test_no_host_has_such_a_log(self) -> None:
-        self.log_of(2, "error.log", 10, 2)
-        self.add_host(2)
-        self.expect_sentence("there is no file .*/access.log. on a host of the workers", *self.run_of())
 
 
 if __name__ == "__main__":
