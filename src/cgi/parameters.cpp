@@ -317,6 +317,8 @@ static const Keyword kKeywords[] = {
     {"merge", DecidedBefore, kFromShell, kIgnored},
     {"plan", DecidedBefore, kFromShell, kIgnored},
     {"piece", DecidedBefore, kFromShell, kIgnored},
+    {"missing", DecidedBefore, kFromShell, kIgnored},
+    {"bytes", DecidedBefore, kFromShell, kIgnored},
     {"workers", BestByShell<SetWorkers>, kNotFromForm, kIgnored},
     {"partcache", BestByShell<SetPartCache>, kNotFromForm, kIgnored},
     {"partcachesize", BestByShell<SetPartCacheSize>, kNotFromForm, kIgnored},

@@ -213,6 +213,8 @@ struct Settings {
   const char* merge;  // pattern of the parts that are added, in place of reading logs
   const char* plan;   // size of the pieces of logs that are named, in place of a page
   const char* piece;  // the piece that is counted, in place of the logs that there are
+  bool missing;       // of that piece: nobody can read it
+  const char* bytes;  // where the bytes of its log come from, in place of the file of its path
   int account_count;
   char working_line[kWorkingLineSize];
 };

@@ -46,6 +46,7 @@ static constexpr NoteWords kNoteWords[] = {
     {NoteCode::kTypesLeftOut, "types_left_out", "Requests for files of these types were left out: ", "."},
     {NoteCode::kLogsNotOpened, "logs_not_opened", "",
      " could not be opened, so that the records are missing: let the user that runs Orvellis read them."},
+    {NoteCode::kLogsMissing, "logs_missing", "", "."},
     {NoteCode::kNoLibrary, "no_library", "", ", so that the records are missing."},
     {NoteCode::kLogsDamaged, "logs_damaged", "", ": what follows is missing."},
     {NoteCode::kLogsNotUnderstood, "logs_not_understood", "",

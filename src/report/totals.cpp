@@ -46,9 +46,8 @@ static constexpr struct {
   LogDetail* detail;
   bool with_line;  // the first one that was not understood
 } kTold[] = {
-    {LacksLibrary, TellLibrary, false},
-    {IsDamaged, TellDamage, false},
-    {IsNotUnderstood, TellLinesOfNone, true},
+    {IsMissing, TellMissing, false},       {LacksLibrary, TellLibrary, false},
+    {IsDamaged, TellDamage, false},        {IsNotUnderstood, TellLinesOfNone, true},
     {HoldsNotUnderstood, TellLines, true},
 };
 

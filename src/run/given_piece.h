@@ -1,4 +1,4 @@
-// The piece that piece= names.
+// The piece that piece= names, and the bytes of its log where bytes= has them come by standard input.
 #pragma once
 
 #include "cgi/settings.h"
@@ -8,5 +8,11 @@
 // first time that it is asked for: a run shuts itself in knowing it.
 const LogPiece* GivenPiece(const Settings& settings);
 
-// The same, and a sentence where there is none; and where the log is no longer the one of the plan.
-const LogPiece* GivenPieceAsPlanned(const Settings& settings);
+// Takes the bytes of its log where they come by standard input, the first time that it is called: from there
+// on they stand for the file.
+void TakeBytesOf(const LogPiece& piece, const Settings& settings);
+
+// The piece, with a sentence where there is none; and also where its log is no longer the one of the plan, or
+// came with other bytes.
+const LogPiece* KnownPiece(const Settings& settings);
+const LogPiece* PieceAsPlanned(const Settings& settings);

@@ -131,7 +131,8 @@ static bool CanStandBehindOthers() {
 // ---- Pieces ----
 
 static bool CountPiece(const PartRun& run) {
-  const LogPiece* const piece = GivenPieceAsPlanned(run.settings);
+  const bool missing = run.settings.missing;
+  const LogPiece* const piece = missing ? KnownPiece(run.settings) : PieceAsPlanned(run.settings);
   if (piece == nullptr) {
     return false;
   }
@@ -140,8 +141,14 @@ static bool CountPiece(const PartRun& run) {
   }
   Analysis analysis{};
   BeginAdding(run.settings, run.counting, analysis, NoteEvents(run.settings));
-  TakePiece(*piece);
-  CountRecords(run.settings, analysis);
+  if (missing) {
+    MissPiece(*piece);
+    CollectLogFigures(run.settings, analysis);
+  } else {
+    TakePiece(*piece);
+    CountRecords(run.settings, analysis);
+    CountGivenLines();
+  }
   const bool made = AllIsThere() && WritePart(run, ResolveRules(run.settings, run.counting), analysis);
   EndAnalysis(analysis);
   return made;
@@ -397,9 +404,18 @@ static bool IsOneTask(const Settings& settings) {
   return one || Refuse("of plan=, piece= and merge= a run takes one, and plan= takes no part=");
 }
 
+// The page has to tell of what is missing, and what comes by a stream is read but once.
+static bool MayLackItsLog(const Settings& settings) {
+  const bool lacks = settings.missing || settings.bytes != nullptr;
+  const bool may = settings.piece != nullptr && settings.plan == nullptr && settings.rules.whole_logs &&
+                   (settings.bytes == nullptr || (IsStandard(settings.bytes) && !settings.missing));
+  return !lacks || may || Refuse("missing=1 or bytes=- are for a piece= that the modern edition counts");
+}
+
 bool MakePartOrPage(const PartRun& run) {
   std::set_new_handler(EndWithoutMemory);
-  if (!IsOneTask(run.settings) || !CanBeDivided(run.settings, run.counting.limits)) {
+  if (!IsOneTask(run.settings) || !MayLackItsLog(run.settings) ||
+      !CanBeDivided(run.settings, run.counting.limits)) {
     return false;
   }
   const Settings& settings = run.settings;

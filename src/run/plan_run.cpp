@@ -68,7 +68,7 @@ static bool PlanLogs(const PartRun& run, const WantedPieces& wanted) {
 }
 
 static bool PlanPiece(const PartRun& run, const WantedPieces& wanted) {
-  const LogPiece* const piece = GivenPieceAsPlanned(run.settings);
+  const LogPiece* const piece = PieceAsPlanned(run.settings);
   if (piece == nullptr) {
     return false;
   }

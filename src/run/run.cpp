@@ -1,6 +1,7 @@
 #include "run/run.h"
 
 #include <cstdlib>
+#include <cstring>
 
 #include "cgi/check_params.h"
 #include "cgi/environment.h"
@@ -77,6 +78,9 @@ static void TakeRules(Task& task) {
     task.settings.merge = LastWord(task.input.argc, task.input.argv, "merge");
     task.settings.plan = LastWord(task.input.argc, task.input.argv, "plan");
     task.settings.piece = LastWord(task.input.argc, task.input.argv, "piece");
+    task.settings.bytes = LastWord(task.input.argc, task.input.argv, "bytes");
+    const char* const missing = LastWord(task.input.argc, task.input.argv, "missing");
+    task.settings.missing = missing != nullptr && strcmp(missing, "0") != 0;
   }
   task.settings.no_remote_debug = task.edition->page->info[kPageRemoteDebug] == nullptr;
 }

@@ -16,6 +16,7 @@
 #include "run/plan_run.h"
 #include "sandbox/landlock.h"
 #include "sandbox/syscall_filter.h"
+#include "superlog/given_log.h"
 #include "superlog/summary_file.h"
 #include "superlog/superlog.h"
 #include "unpack/unpacking.h"
@@ -72,9 +73,26 @@ static void AllowLog(void* paths, const char* path, bool plain_file) {
   }
 }
 
+// Compressed bytes are unpacked by a helper, as those of a file are.
+static void PrepareForBytes(PathsToAllow& paths, const Settings& settings, const LogPiece& piece) {
+  TakeBytesOf(piece, settings);
+  const int file = OpenLogFile(piece.path.c_str()).file;
+  if (paths.unpackers > 0 && file >= 0 && FormatOfFile(file) != PackFormat::kNone) {
+    StartUnpacking(paths.unpackers);
+  }
+  if (file >= 0) {
+    close(file);
+  }
+}
+
 static void AllowPiece(PathsToAllow& paths, const Settings& settings) {
   const LogPiece* const piece = GivenPiece(settings);
-  if (piece != nullptr && !piece->path.empty()) {
+  if (piece == nullptr || piece->path.empty() || settings.missing) {
+    return;
+  }
+  if (settings.bytes != nullptr) {
+    PrepareForBytes(paths, settings, *piece);
+  } else {
     AllowLog(&paths, piece->path.c_str(), true);
   }
 }

@@ -14,6 +14,10 @@ bool IsUnopened(const LogState& log) {
   return log.unopened;
 }
 
+bool IsMissing(const LogState& log) {
+  return log.missing;
+}
+
 bool LacksLibrary(const LogState& log) {
   return log.unpacked == UnpackEnd::kNoLibrary;
 }
@@ -56,6 +60,16 @@ struct Grouped {
 
 void TellNothing(LogNotes& notes, const LogState&, bool) {
   notes.detail[0] = '\0';
+}
+
+void TellMissing(LogNotes& notes, const LogState& log, bool) {
+  const auto bytes = static_cast<int64_t>(log.missing_bytes);
+  if (log.missing_bytes >= log.size) {
+    CopyText(notes.detail, " is missing");
+  } else {
+    snprintf(notes.detail, sizeof notes.detail, ": %s byte%s of it %s missing", Grouped(bytes).text,
+             bytes == 1 ? "" : "s", bytes == 1 ? "is" : "are");
+  }
 }
 
 void TellLibrary(LogNotes& notes, const LogState& log, bool) {
@@ -138,9 +152,12 @@ void TellLines(LogNotes& notes, const LogState& log, bool) {
   constexpr int64_t kFew = 20;  // one line in so many
   const int64_t lines = log.lines_not_understood;
   const int64_t all = lines + log.records.count;
-  snprintf(notes.detail, sizeof notes.detail, ": %s line%s of %s not understood, %s line %s",
-           Grouped(lines).text, lines == 1 ? "" : "s", Grouped(all).text, lines == 1 ? "in" : "the first in",
-           Grouped(log.first_not_understood).text);
+  const int size = snprintf(notes.detail, sizeof notes.detail, ": %s line%s of %s not understood",
+                            Grouped(lines).text, lines == 1 ? "" : "s", Grouped(all).text);
+  if (log.first_not_understood > 0) {
+    snprintf(notes.detail + size, sizeof notes.detail - static_cast<size_t>(size), ", %s line %s",
+             lines == 1 ? "in" : "the first in", Grouped(log.first_not_understood).text);
+  }
   if (lines > all / kFew) {
     AddNearest(notes.detail, log.nearest, ", which");
   }

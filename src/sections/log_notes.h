@@ -20,6 +20,7 @@ struct LogNotes {
 // Whether there is something of a kind to be said of a log.
 using LogTest = bool(const LogState& log);
 LogTest IsUnopened;
+LogTest IsMissing;           // as a whole or in part, of logs that were read in pieces
 LogTest LacksLibrary;        // by which it could be unpacked
 LogTest IsDamaged;           // so that it was unpacked in part
 LogTest IsNotUnderstood;     // it holds data, but no record
@@ -29,6 +30,7 @@ LogTest IsCopyOfLogInRange;
 // Writes what is to be said of a log besides its name, with the name of another where one is in it.
 using LogDetail = void(LogNotes& notes, const LogState& log, bool linked_names);
 LogDetail TellNothing;
+LogDetail TellMissing;
 LogDetail TellLibrary;
 LogDetail TellDamage;
 LogDetail TellLinesOfNone;

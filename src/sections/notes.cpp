@@ -83,6 +83,7 @@ static constexpr struct {
   LogKind logs;
 } kLogKinds[] = {
     {NoteCode::kLogsNotOpened, {IsUnopened, TellNothing, ""}},
+    {NoteCode::kLogsMissing, {IsMissing, TellMissing, ", missing too, as a whole or in part"}},
     {NoteCode::kNoLibrary, {LacksLibrary, TellLibrary, ", compressed too"}},
     {NoteCode::kLogsDamaged, {IsDamaged, TellDamage, ", cut or damaged too"}},
     {NoteCode::kLogsNotUnderstood, {IsNotUnderstood, TellLinesOfNone, ": no line understood"}},

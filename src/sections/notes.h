@@ -16,6 +16,7 @@ enum class NoteCode {
   kHostsLeftOut,
   kTypesLeftOut,
   kLogsNotOpened,      // and so not read
+  kLogsMissing,        // pieces of which nobody could read
   kNoLibrary,          // for a compressed log, which was not read
   kLogsDamaged,        // compressed ones, which were read in part
   kLogsNotUnderstood,  // no line of which is a record
@@ -27,7 +28,7 @@ enum class NoteCode {
   kOwnReferrers,  // of the site itself, which are no rows; the subject is the number of requests
   kThinned,       // the memory budget took items from a table: counts below its first rows may be too low
 };
-inline constexpr size_t kNoteCodes = 17;
+inline constexpr size_t kNoteCodes = 18;
 
 struct Note {
   NoteCode code;

@@ -10,6 +10,7 @@
 #include "base/text.h"
 #include "base/text_file.h"
 #include "superlog/byte_scan.h"
+#include "superlog/given_log.h"
 #include "superlog/kept_texts.h"
 #include "superlog/log_limits.h"
 #include "superlog/window_marks.h"
@@ -111,7 +112,7 @@ static void UnpackIfPacked() {
 
 bool OpenLog(const char* path) {
   CloseLog();
-  const OpenedFile opened = OpenToRead(path);
+  const OpenedFile opened = OpenLogFile(path);
   mhFile = opened.file;
   mIsRegularFile = opened.kind == FileKind::kRegular;
   UnpackIfPacked();

@@ -9,6 +9,7 @@
 #include "dates/zone.h"
 #include "superlog/content_hash.h"
 #include "superlog/directory_scan.h"
+#include "superlog/given_log.h"
 #include "superlog/line_reader.h"
 #include "superlog/log_blocks.h"
 #include "superlog/log_copies.h"
@@ -71,6 +72,7 @@ void ResetSuperLog() {
   ResetLogFormat();
   ResetLogDates();
   ForgetLogsNotOpened();
+  ForgetGivenLog();
   mLogEvents = {};
   mLogLimits = kClassicLimits;
   BeginRun(false);
@@ -560,6 +562,9 @@ bool SuperLog_NextState(const void*& place, LogState& state) {
   state = {.path = log->name,
            .copy_of = log->original == nullptr ? nullptr : log->original->name,
            .unopened = log->unopened,
+           .missing = log->missing,
+           .missing_bytes = log->missing_bytes,
+           .size = log->size,
            .format = log->format,
            .unpacked = log->unpacked,
            .records = KnownOf(read).records,

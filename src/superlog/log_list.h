@@ -42,6 +42,14 @@ struct LogFile {
   LogReading* reading;    // null: none yet
   ContentHash likeness;   // the same for other runs; {} until somebody asks (log_parts.h)
 
+  bool missing;            // whole pieces of it that nobody could read,
+  uint64_t missing_bytes;  // and how long these are
+
+  // Of logs whose bytes came by a stream: lines are counted from the beginning of the piece on, and so many
+  // end in it.
+  bool lines_counted;
+  uint64_t lines;
+
   uint64_t planned;  // of logs whose pieces were added: the place in the list of the plan
 
   // The list's own.

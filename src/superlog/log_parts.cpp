@@ -179,7 +179,9 @@ static constexpr uint64_t kPlain = 1;
 static constexpr uint64_t kUnopened = 2;
 static constexpr uint64_t kRead = 4;
 static constexpr uint64_t kLike = 8;
-static constexpr uint64_t kAllFlags = 15;
+static constexpr uint64_t kMissing = 16;
+static constexpr uint64_t kLinesCounted = 32;
+static constexpr uint64_t kAllFlags = 63;
 
 // By name: which layouts are known may change.
 static void SaveNearest(PartWriter& part, const NearLayout& nearest) {
@@ -205,7 +207,8 @@ static void SaveReading(PartWriter& part, const LogReading& reading) {
 
 static uint64_t FlagsOf(const LogFile& log) {
   return (log.plain ? kPlain : 0) | (log.unopened ? kUnopened : 0) | (log.reading != nullptr ? kRead : 0) |
-         (WouldShowTwice(log) ? kLike : 0);
+         (WouldShowTwice(log) ? kLike : 0) | (log.missing ? kMissing : 0) |
+         (log.lines_counted ? kLinesCounted : 0);
 }
 
 // Which one it is shows where nobody could unpack the log; of one that need not be read it is not always
@@ -231,6 +234,12 @@ static void SaveLog(PartWriter& part, const LogFile& log) {
   if ((flags & kLike) != 0) {
     PutFigure(part, log.likeness.low);
     PutFigure(part, log.likeness.high);
+  }
+  if ((flags & kMissing) != 0) {
+    PutFigure(part, log.missing_bytes);
+  }
+  if ((flags & kLinesCounted) != 0) {
+    PutFigure(part, log.lines);
   }
 }
 
@@ -331,6 +340,14 @@ static void TakeLog(PartReader& part, SavedLog& saved) {
     log.likeness.low = TakeFigure(part);
     log.likeness.high = TakeFigure(part);
   }
+  if ((flags & kMissing) != 0) {
+    log.missing = true;
+    log.missing_bytes = TakeFigureUpTo(part, kMostOfLog);
+  }
+  if ((flags & kLinesCounted) != 0) {
+    log.lines_counted = true;
+    log.lines = TakeFigureUpTo(part, kMostOfLog);
+  }
   if (log.name[0] == '\0') {
     MarkDamaged(part);
   }
@@ -359,12 +376,26 @@ static Likeness LikenessOf(const LogFile& log) {
   return {size, log.likeness, reading.records, reading.not_understood.lines};
 }
 
+// A line's number within its piece becomes the one within all pieces up to there; 0 where that is not known.
+static void NumberLines(const LogFile& before, const LogFile& next, LogReading& reading) {
+  int64_t& first = reading.not_understood.first;
+  if (next.lines_counted && first > 0) {
+    first = before.lines_counted ? first + static_cast<int64_t>(before.lines) : 0;
+  }
+}
+
 // The next stretch of a log, which is the part's first one.
 static LogsAdded GoOn(const SavedLog& saved, LogFile& log, LogsOfPart& part) {
   part.goes_on = false;
   if (saved.log.reading != nullptr) {
-    AppendReading(ReadingOf(log), saved.reading);
+    LogReading reading = saved.reading;
+    NumberLines(log, saved.log, reading);
+    AppendReading(ReadingOf(log), reading);
   }
+  log.lines_counted = log.lines_counted && saved.log.lines_counted;
+  log.lines += saved.log.lines;
+  log.missing = log.missing || saved.log.missing;
+  log.missing_bytes += saved.log.missing_bytes;
   part.logs.push_back(&log);
   part.originals.push_back(saved.original);
   return LogsAdded::kAll;

@@ -9,6 +9,7 @@
 #include "base/text.h"
 #include "base/text_file.h"
 #include "superlog/content_hash.h"
+#include "superlog/given_log.h"
 #include "superlog/log_cuts.h"
 #include "superlog/log_files.h"
 #include "superlog/log_list.h"
@@ -32,7 +33,7 @@ static void AddToPlan(ContentHash& hash, const LogPiece& piece) {
 // smaller than it was.
 static uint64_t ProofOf(const LogPiece& piece) {
   static constexpr uint64_t kMost = 4096;
-  const int file = OpenToRead(piece.path.c_str()).file;
+  const int file = OpenLogFile(piece.path.c_str()).file;
   if (file < 0) {
     return 0;
   }
@@ -124,12 +125,13 @@ struct Pieces {
   ShareStates states;
 };
 static Pieces mPieces;
+static bool mMissed = false;     // the piece could not be read
 static bool mAdded = false;      // pieces, or what is none of a plan, were added
 static bool mContinues = false;  // what was added last begins within a log
 
 void ForgetPieces() {
   mPieces = {};
-  mAdded = mContinues = false;
+  mMissed = mAdded = mContinues = false;
 }
 
 static void AddToList(const LogPiece& piece) {
@@ -165,6 +167,35 @@ void TakePiece(const LogPiece& piece) {
   }
   const LogPlace behind = piece.to == kNoStop ? LogPlace{1, 0} : LogPlace{0, piece.to};
   TakeShare({{0, piece.from, piece.lead}, behind}, piece.before);
+}
+
+void CountGivenLines() {
+  const GivenLines* const lines = LinesOfGivenLog();
+  if (lines == nullptr || mpLogsRoot == nullptr) {
+    return;
+  }
+  mpLogsRoot->lines_counted = true;
+  mpLogsRoot->lines = static_cast<uint64_t>(lines->within);
+  if (mpLogsRoot->reading != nullptr && mpLogsRoot->reading->not_understood.lines > 0) {
+    mpLogsRoot->reading->not_understood.first -= lines->before;
+  }
+}
+
+static uint64_t BytesOf(const LogPiece& piece) {
+  const auto from = static_cast<uint64_t>(piece.from);
+  const uint64_t to = std::min(piece.size, static_cast<uint64_t>(piece.to));
+  return to - std::min(from, to);
+}
+
+void MissPiece(const LogPiece& piece) {
+  TakePiece(piece);
+  mMissed = true;
+  mPieces.states = StatesOfShare();
+  mPieces.states.alone = mPieces.states.lost = true;
+  if (mpLogsRoot != nullptr) {
+    mpLogsRoot->missing = true;
+    mpLogsRoot->missing_bytes = BytesOf(piece);
+  }
 }
 
 // ---- A piece in pieces ----
@@ -211,12 +242,17 @@ static ReadState TakeState(PartReader& part) {
   return state;
 }
 
+// How the last piece ends.
+static constexpr uint64_t kRead = 0;
+static constexpr uint64_t kEnded = 1;  // its log has ended before it
+static constexpr uint64_t kLost = 2;   // nobody has read it
+
 void SavePieces(PartWriter& part) {
   PutFigure(part, mPieces.any ? 1 : 0);
   if (!mPieces.any) {
     return;
   }
-  const ShareStates states = mAdded ? mPieces.states : StatesOfShare();
+  const ShareStates states = mAdded || mMissed ? mPieces.states : StatesOfShare();
   PutFigure(part, mPieces.plan);
   PutFigure(part, mPieces.count);
   PutFigure(part, mPieces.first);
@@ -225,7 +261,7 @@ void SavePieces(PartWriter& part) {
   PutFigure(part, states.within ? 1 : 0);
   SaveState(part, states.before);
   SaveState(part, states.after);
-  PutFigure(part, states.ended ? 1 : 0);
+  PutFigure(part, states.ended ? kEnded : states.lost ? kLost : kRead);
 }
 
 // How pieces follow on those that were added.
@@ -254,7 +290,9 @@ static Pieces TakePieces(PartReader& part) {
     pieces.states.within = TakeFigureUpTo(part, 1) != 0;
     pieces.states.before = TakeState(part);
     pieces.states.after = TakeState(part);
-    pieces.states.ended = TakeFigureUpTo(part, 1) != 0;
+    const uint64_t end = TakeFigureUpTo(part, kLost);
+    pieces.states.ended = end == kEnded;
+    pieces.states.lost = end == kLost;
   }
   if (pieces.first > pieces.next || pieces.next > pieces.count) {
     MarkDamaged(part);

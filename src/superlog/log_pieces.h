@@ -61,6 +61,14 @@ bool IsAsPlanned(const LogPiece& piece);
 // From here on that piece is all that there is to be read; behind SuperLog_InitWithoutLogs.
 void TakePiece(const LogPiece& piece);
 
+// The same of a piece that nobody can read: there is nothing to be read, and the bytes of its log are
+// missing.
+void MissPiece(const LogPiece& piece);
+
+// Behind the last line of a piece whose log was given by a stream (given_log.h): nobody knows here how many
+// lines come before it, so that they are numbered from its beginning on.
+void CountGivenLines();
+
 // Writes down which pieces of which plan were read or added, and in which states; of a run that has read no
 // piece, that it has not. Behind the last line that is read.
 void SavePieces(PartWriter& part);

@@ -49,7 +49,7 @@ bool IsSame(const ReadState& a, const ReadState& b) {
 }
 
 bool Follows(const ShareStates& last, const ShareStates& next) {
-  return (next.alone || IsSame(last.after, next.before)) && !last.ended;
+  return (next.alone || IsSame(last.after, next.before) || last.lost) && !last.ended;
 }
 
 // ---- Dividing ----

@@ -48,6 +48,7 @@ struct ShareStates {
   bool alone = false;   // it is read alike behind whatever is before it
   bool within = false;  // it begins within a log
   bool ended = false;   // the log in which it ends has ended before it
+  bool lost = false;    // nobody has read what it ends with, and any state may follow
 };
 
 // False where one of both is not known.

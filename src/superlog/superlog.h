@@ -148,11 +148,14 @@ struct NearLayout {
 // What there is to know of a log that was found. The texts are the list's, until SuperLog_Uninit.
 struct LogState {
   const char* path;
-  const char* copy_of;  // the path of the log that holds the same and is read in its place; null: none
-  bool unopened;        // it was to be read and could not be opened
-  PackFormat format;    // of a compressed log that was opened; kNone of any other
-  UnpackEnd unpacked;   // how its unpacking ended; kWhole of any other
-  LogRecords records;   // of what was read of it, or in its place
+  const char* copy_of;     // the path of the log that holds the same and is read in its place; null: none
+  bool unopened;           // it was to be read and could not be opened
+  bool missing;            // pieces of it were to be read and could not be,
+  uint64_t missing_bytes;  // of so many bytes of its size
+  uint64_t size;
+  PackFormat format;   // of a compressed log that was opened; kNone of any other
+  UnpackEnd unpacked;  // how its unpacking ended; kWhole of any other
+  LogRecords records;  // of what was read of it, or in its place
   int64_t lines_not_understood;
   int64_t first_not_understood;  // the number of the first of these lines, from 1; 0 without any
   const char* line;              // its beginning, printable ASCII
