@@ -13,6 +13,11 @@ from .told import Failure
 
 PROBE = 16  # bytes
 
+# What is looked at of a log beside a piece, so that its lines are recognised as in the whole log.
+BEGINNING = 2 << 20
+BEFORE_LEAD = 4 << 10
+BEHIND = 1 << 20
+
 
 @dataclass(frozen=True)
 class Address:
@@ -21,23 +26,21 @@ class Address:
     divisible: bool  # whether its bytes can be had from any place on
 
     def stretches(self, piece: Piece) -> list[tuple[int, int]]:
-        """The bytes that counting a piece takes, from and to; none: all, to wherever the end is."""
+        """The bytes that orvellis wants to come for a piece, from and to; none: all, to wherever the end is."""
         if piece.begin == 0 and piece.to_end:
             return []
-        if piece.begin == 0:
-            return [(0, piece.end)]
-        return [(0, min(streams.HEAD, piece.lead)), (piece.lead, piece.end)]
+        begin = max(0, piece.lead - BEFORE_LEAD)
+        end = piece.size if piece.to_end else min(piece.size, piece.end + BEHIND)
+        return [(0, min(BEGINNING, begin)), (begin, end)] if begin > 0 else [(0, end)]
 
     @contextmanager
     def as_file(self) -> Iterator[str]:
         """A path under which it seems to be a file of its size, of which only the beginning is there."""
-        descriptor = os.memfd_create("log")
+        path = streams.sparse_file(max(self.size, len(self.head)), [(0, self.head)])
         try:
-            os.write(descriptor, self.head)
-            os.truncate(descriptor, max(self.size, len(self.head)))
-            yield f"/proc/{os.getpid()}/fd/{descriptor}"
+            yield path
         finally:
-            os.close(descriptor)
+            os.unlink(path)
 
 
 def sends_stretches(address: str, head: bytes) -> bool:

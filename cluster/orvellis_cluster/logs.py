@@ -69,7 +69,9 @@ class Logs:
 
     def counting(self, piece: Piece) -> tuple[str, tuple[Any, ...]]:
         if piece.log in self.addresses:
-            return "count_address", (piece.token, self.name_of(piece.log), self.addresses[piece.log].stretches(piece))
+            stretches = self.addresses[piece.log].stretches(piece)
+            size = sum(end - begin for begin, end in stretches) or piece.size
+            return "count_address", (piece.token, self.name_of(piece.log), stretches, size)
         return "count", (piece.token, self.links_of(piece.log))
 
     def hashing(self, piece: Piece) -> tuple[str, tuple[Any, ...]]:

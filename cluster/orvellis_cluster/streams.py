@@ -3,7 +3,8 @@
 from __future__ import annotations
 
 import os
-from collections.abc import Iterator
+import tempfile
+from collections.abc import Iterable, Iterator
 from typing import Any
 
 # What is asked for at once.
@@ -14,6 +15,10 @@ HEAD = 64 << 10
 
 # What has to be at hand at each place where a log may be cut.
 WINDOW = 128 << 10
+
+# Where files are kept in memory.
+MEMORY = "/dev/shm"
+MOST_IN_MEMORY = 1 << 30
 
 
 def file_system(address: str) -> tuple[Any, str]:
@@ -69,18 +74,37 @@ def stretch(address: str, begin: int, end: int) -> Iterator[bytes]:
         raise why(address, error) from None
 
 
-def windows(address: str, size: int, every: int) -> int:
-    """A descriptor of a file in memory that looks like the log, and holds of it its beginning and what is behind each
-    multiple of a size; the rest is a hole."""
-    descriptor = os.memfd_create("log")
+def memory_folder(size: int) -> str:
+    """A folder in memory that has room for so many bytes twice; empty where there is none, or for too many."""
+    if size > MOST_IN_MEMORY:
+        return ""
+    try:
+        room = os.statvfs(MEMORY)
+    except OSError:
+        return ""
+    return MEMORY if room.f_bavail * room.f_frsize > 2 * size and os.access(MEMORY, os.W_OK) else ""
+
+
+def sparse_file(size: int, stretches: Iterable[tuple[int, bytes]]) -> str:
+    """The path of a file that looks like a log of this size, and holds of it what is given and else a hole. Whoever
+    gets it takes it away."""
+    descriptor, path = tempfile.mkstemp(prefix="orvellis-cluster.", dir=memory_folder(1 << 20) or None)
     try:
         os.truncate(descriptor, size)
-        for begin in range(0, size, every):
-            at = begin
-            for block in stretch(address, begin, min(size, begin + WINDOW)):
-                os.pwrite(descriptor, block, at)
-                at += len(block)
+        for at, block in stretches:
+            os.pwrite(descriptor, block, at)
     except BaseException:
-        os.close(descriptor)
+        os.unlink(path)
         raise
-    return descriptor
+    finally:
+        os.close(descriptor)
+    return path
+
+
+def windows(address: str, size: int, every: int) -> Iterator[tuple[int, bytes]]:
+    """The beginning of a log, and what is behind each multiple of a size, with where it stands."""
+    for begin in range(0, size, every):
+        at = begin
+        for block in stretch(address, begin, min(size, begin + WINDOW)):
+            yield at, block
+            at += len(block)

@@ -81,10 +81,14 @@ def make_folder(run: Run, links: dict[str, str]) -> str:
     return folder
 
 
-def launch(run: Run, command: list[str], folder: str, out: int, errors: int) -> subprocess.Popen[bytes]:
+def launch(
+    run: Run, command: list[str], folder: str, scratch: str, out: int, errors: int
+) -> subprocess.Popen[bytes]:
     """Starts the program so that stop() finds it."""
     environment = {name: value for name, value in os.environ.items() if name != "TZ"}
     environment.update({"LC_ALL": "C"}, **({"TZ": run["job"]["zone"]} if run["job"]["zone"] else {}))
+    if scratch:
+        environment["TMPDIR"] = scratch
     for name in ("REQUEST_METHOD", "QUERY_STRING", "CONTENT_LENGTH", "SERVER_NAME", "SCRIPT_NAME", "SERVER_ADMIN"):
         environment.pop(name, None)  # what a web server would have set
     with run["lock"]:
@@ -103,12 +107,14 @@ def contents_of(descriptor: int) -> bytes:
         return file.read()
 
 
-def attend(run: Run, command: list[str], folder: str, given: Iterable[bytes]) -> tuple[int, bytes, bytes]:
+def attend(
+    run: Run, command: list[str], folder: str, scratch: str, given: Iterable[bytes]
+) -> tuple[int, bytes, bytes]:
     """Status, output and sentences of a program that reads what is given. Its output grows in memory, so that it
     never waits for somebody to read it."""
     out, errors = os.memfd_create("output"), os.memfd_create("errors")
     try:
-        child = launch(run, command, folder, out, errors)
+        child = launch(run, command, folder, scratch, out, errors)
         try:
             assert child.stdin is not None
             try:
@@ -142,9 +148,9 @@ def sentence_of(status: int, errors: bytes) -> str:
 
 
 def try_program(
-    run: Run, arguments: list[str], links: dict[str, str], given: Iterable[bytes]
+    run: Run, arguments: list[str], links: dict[str, str], given: Iterable[bytes], scratch: str = ""
 ) -> tuple[int, bytes, bytes]:
-    """Status, output and sentences of orvellis."""
+    """Status, output and sentences of orvellis, which keeps in the folder scratch what it has to keep."""
     with run["lock"]:
         if run["ended"]:
             raise RuntimeError("ended", "the run has ended")
@@ -152,7 +158,8 @@ def try_program(
     folder = ""
     try:
         folder = make_folder(run, links)
-        return attend(run, [find_program(), *run["job"]["arguments"], *arguments], folder, given)
+        command = [find_program(), *run["job"]["arguments"], *arguments]
+        return attend(run, command, folder, scratch, given)
     except OSError as error:
         raise RuntimeError("worker", f"cannot run orvellis: {error}") from None
     finally:
@@ -162,9 +169,11 @@ def try_program(
             run["active"] -= 1
 
 
-def run_program(run: Run, arguments: list[str], links: dict[str, str], given: Iterable[bytes]) -> bytes:
+def run_program(
+    run: Run, arguments: list[str], links: dict[str, str], given: Iterable[bytes], scratch: str = ""
+) -> bytes:
     """What orvellis writes. What it refuses is RuntimeError("orvellis", SENTENCE)."""
-    status, output, errors = try_program(run, arguments, links, given)
+    status, output, errors = try_program(run, arguments, links, given, scratch)
     if run["ended"]:
         raise RuntimeError("ended", "the run has ended")
     if status != 0:
@@ -197,8 +206,9 @@ def count(run: Run, token: str, links: dict[str, str]) -> bytes:
     return run_program(run, ["piece=-", "part=-"], links, [token.encode() + b"\n"])
 
 
-def count_address(run: Run, token: str, address: str, stretches: list[tuple[int, int]]) -> bytes:
-    """The part of a piece whose bytes come from an address, and never lie on a disk."""
+def count_address(run: Run, token: str, address: str, stretches: list[tuple[int, int]], size: int) -> bytes:
+    """The part of a piece whose bytes come from an address: about so many, which orvellis keeps while it counts. That
+    is in memory, unless they are more than that is for."""
 
     def given() -> Iterator[bytes]:
         yield token.encode() + b"\n"
@@ -207,17 +217,16 @@ def count_address(run: Run, token: str, address: str, stretches: list[tuple[int,
         for begin, end in stretches:
             yield from streams.stretch(address, begin, end)
 
-    return run_program(run, ["piece=-", "bytes=-", "part=-"], {}, given())
+    return run_program(run, ["piece=-", "bytes=-", "part=-"], {}, given(), streams.memory_folder(size))
 
 
 def cut_address(run: Run, token: str, path: str, address: str, size: int, every: int) -> str:
     """Lines of a plan that cuts what an address names. Of this only what is around the cuts is asked for."""
-    descriptor = streams.windows(address, size, every)
+    log = streams.sparse_file(size, streams.windows(address, size, every))
     try:
-        links = {path: f"/proc/{os.getpid()}/fd/{descriptor}"}
-        return plan(run, [f"plan={every},quick", "piece=-"], links, token)
+        return plan(run, [f"plan={every},quick", "piece=-"], {path: log}, token)
     finally:
-        os.close(descriptor)
+        os.unlink(log)
 
 
 def blocks_of(path: str) -> Iterator[bytes]:

@@ -131,13 +131,16 @@ class Plans(unittest.TestCase):
         self.assertEqual(plan.fitting_size(1 << 46, 4), 256 << 20)
 
     def test_what_is_streamed_of_an_address(self) -> None:
-        address = Address(1 << 20, b"", True)
-        piece = plan.piece_of(self.LINE)
-        self.assertEqual(address.stretches(piece), [(0, 95), (95, 575)])
-        far = plan.piece_of(self.LINE.replace("lead=95", "lead=70000").replace("to=575", "to=80000"))
-        self.assertEqual(address.stretches(far), [(0, streams.HEAD), (70000, 80000)])
-        whole = plan.piece_of(self.LINE.replace("from=353 lead=95 to=575", "from=0 lead=0"))
-        self.assertEqual(address.stretches(whole), [])
+        address = Address(1 << 30, b"", True)
+
+        def stretches(fields: str) -> list[tuple[int, int]]:
+            return address.stretches(plan.piece_of(f"2/3 log=l size={1 << 30} {fields}"))
+
+        self.assertEqual(stretches(f"from={5 << 20} lead={4 << 20} to={9 << 20}"), [(0, 2 << 20), ((4 << 20) - 4096, 10 << 20)])
+        self.assertEqual(stretches("from=9000 lead=8192 to=20000"), [(0, 4096), (4096, 20000 + (1 << 20))])
+        self.assertEqual(stretches("from=900 lead=800 to=20000"), [(0, 20000 + (1 << 20))])
+        self.assertEqual(stretches(f"from={5 << 20} lead={4 << 20}"), [(0, 2 << 20), ((4 << 20) - 4096, 1 << 30)])
+        self.assertEqual(stretches("from=0 lead=0"), [])
 
 
 class Names(unittest.TestCase):
@@ -439,14 +442,15 @@ class Streams(unittest.TestCase):
         self.assertEqual((seen.size, seen.head, seen.divisible), (300_000, self.bytes[: 64 << 10], True))
 
     def test_windows(self) -> None:
-        descriptor = streams.windows(f"file://{self.path}", 300_000, 150_000)
+        path = streams.sparse_file(300_000, streams.windows(f"file://{self.path}", 300_000, 150_000))
         try:
-            self.assertEqual(os.fstat(descriptor).st_size, 300_000)
-            self.assertEqual(os.pread(descriptor, 131_072, 0), self.bytes[:131_072])
-            self.assertEqual(os.pread(descriptor, 9, 131_072), bytes(9))
-            self.assertEqual(os.pread(descriptor, 131_072, 150_000), self.bytes[150_000:281_072])
+            seen = Path(path).read_bytes()
         finally:
-            os.close(descriptor)
+            os.unlink(path)
+        self.assertEqual(len(seen), 300_000)
+        self.assertEqual(seen[:131_072], self.bytes[:131_072])
+        self.assertEqual(seen[131_072:150_000], bytes(150_000 - 131_072))
+        self.assertEqual(seen[150_000:281_072], self.bytes[150_000:281_072])
 
     def test_what_is_not_there(self) -> None:
         with self.assertRaisesRegex(told.Failure, f"^cannot read file://{self.path}x: "):
