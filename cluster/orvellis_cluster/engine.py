@@ -173,11 +173,11 @@ class Engine:
                 counting.drop()
                 planning.distrust(apart.log)
 
-    def show(self, text: str) -> None:
+    def show(self, lines: list[str]) -> None:
         self.progress.erase()
         try:
             with open(self.settings.output, "w", encoding="utf-8", errors="replace", closefd=False) as output:
-                output.write(text)
+                output.writelines(harmless(line) + "\n" for line in lines)
         except OSError as error:
             raise Failure(f"cannot write to standard output: {error.strerror}") from None
 

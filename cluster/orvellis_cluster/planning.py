@@ -70,6 +70,11 @@ class Planning:
     def plan_hosts(self) -> list[Piece]:
         if not self.logs.patterns:
             return []
+        for worker in self.workers.hosts_without().values():
+            sentence = f"the logs on {worker.name} cannot be counted: {worker.against}"
+            if not self.settings.allow_missing:
+                raise Failure(sentence)
+            self.notes.append(sentence)
         labels = self.workers.hosts()
         hosts = sorted(labels, key=lambda host: labels[host])
         found = self.collect(
@@ -145,7 +150,7 @@ class Planning:
 
     # ---- Showing ----
 
-    def summary(self, pieces: list[Piece]) -> str:
+    def summary(self, pieces: list[Piece]) -> list[str]:
         """What a dry run prints: a table of logs, and what it comes to."""
         labels = self.workers.hosts()
         numbers: dict[str, int] = defaultdict(int)
@@ -173,4 +178,4 @@ class Planning:
             f" {sum(piece.weight for piece in pieces):,} bytes, {things(len(labels), 'host', 'hosts')},"
             f" {things(self.workers.number, 'worker', 'workers')}"
         )
-        return "\n".join(lines) + "\n"
+        return lines

@@ -24,6 +24,7 @@ class Worker:
     host: str  # by its address in the network
     name: str  # what the host calls itself
     threads: int
+    against: str = ""  # the sentence that says why it may not count
 
 
 def reason_of(sentence: str) -> str:
@@ -45,7 +46,7 @@ class Workers:
         self.run = run
         self.changed = changed
         self.fit: dict[str, Worker] = {}
-        self.unfit: dict[str, str] = {}  # address -> sentence
+        self.unfit: dict[str, Worker] = {}
         self.notes: list[str] = []
         self.expected: bytes = b""  # the empty piece's part, of a worker that is fit
         self.last_seen: dict[str, float] = {}  # of hosts, by the clock of time.monotonic
@@ -83,8 +84,9 @@ class Workers:
         else:
             return  # gone meanwhile
         if reason:
-            self.unfit[address] = f"the worker {address} on {host} is left out: {reason}"
-            self.notes.append(self.unfit[address])
+            sentence = f"the worker {address} on {host} is left out: {reason}"
+            self.notes.append(sentence)
+            self.unfit[address] = Worker(address, told["host"], host, told["nthreads"], sentence)
         else:
             self.fit[address] = Worker(address, told["host"], host, told["nthreads"])
 
@@ -144,6 +146,11 @@ class Workers:
         called = list(names.values())
         return {host: name if called.count(name) == 1 else host for host, name in sorted(names.items())}
 
+    def hosts_without(self) -> dict[str, Worker]:
+        """Hosts on which no worker may count, each with one that may not."""
+        fit = {worker.host for worker in self.fit.values()}
+        return {worker.host: worker for worker in list(self.unfit.values()) if worker.host not in fit}
+
     def given_up(self, host: str) -> bool:
         """Whether a host (empty: every one) has been without a worker for too long."""
         if self.of_host(host) or not self.looked:
@@ -152,8 +159,8 @@ class Workers:
         return time.monotonic() - seen > PATIENCE
 
     def why_none(self) -> str:
-        for sentence in self.unfit.values():
-            return f"no worker can count: {sentence}"
+        for worker in list(self.unfit.values()):
+            return f"no worker can count: {worker.against}"
         return "the scheduler has no worker"
 
     def need_some(self, wait: Callable[[], None]) -> None:

@@ -72,6 +72,25 @@ class OnHosts(ClusterTest):
             self.add_host(number, **({"program": program} if program else {}))
         self.expect_sentence("piece [0-9]+ of [0-9]+ .127.0.0.3:.* no worker is left on the host 127.0.0.3", *self.run_of())
 
+    def test_a_page_that_tells_what_is_missing(self) -> None:
+        failing = self.wrapper("failing", when("piece=- part=- ", "mkdir $cd_to/probed 2>/dev/null || exit 9"))
+        for number, program in ((2, ""), (3, failing)):
+            self.log_of(number, "access.log", 1500, number)
+            self.add_host(number, **({"program": program} if program else {}))
+        self.expect_sentence("piece .*access.log.* failed 4 times, at last on .*: orvellis failed with status 9", *self.run_of())
+        (self.folder / "probed").rmdir()
+        status, output, errors = self.run_cluster("--allow-missing", "--text", *self.run_of())
+        self.assertEqual(status, 0, errors)
+        self.assertIn("127.0.0.3:access.log is missing", output.replace("\n", " "), errors)
+        self.assertRegex(output, r"Requests +1,500\n")
+        self.expect_nothing_left()
+
+    def test_a_host_whose_only_worker_is_left_out(self) -> None:
+        for number, program in ((2, ""), (3, "/nonexistent/orvellis")):
+            self.log_of(number, "access.log", 500, number)
+            self.add_host(number, **({"program": program} if program else {}))
+        self.expect_sentence("the logs on .* cannot be counted: the worker tcp://127.0.0.3:.* is left out: ", *self.run_of())
+
     def test_no_host_has_such_a_log(self) -> None:
         self.log_of(2, "error.log", 10, 2)
         self.add_host(2)

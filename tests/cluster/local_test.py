@@ -4,10 +4,12 @@
 from __future__ import annotations
 
 import gzip
+import re
 import socket
+import subprocess
 import unittest
 
-from support import ClusterTest
+from support import REPORT, ClusterTest
 
 
 class LocalRun(ClusterTest):
@@ -27,6 +29,40 @@ class LocalRun(ClusterTest):
         named.symlink_to(log)
         self.expect_page(self.plain(named), "--piece-size", "64K", "--on-workers", str(log))
 
+    def test_a_thousand_small_logs(self) -> None:
+        lines = self.log("all.log", 3000, 5).read_text().splitlines(keepends=True)
+        small = self.folder / "small"
+        small.mkdir()
+        for number in range(1000):
+            (small / f"{number:04}.log").write_text("".join(lines[3 * number : 3 * number + 3]))
+        self.expect_page(self.plain(small), str(small))
+
+    def test_standard_input_is_no_log_of_a_cluster(self) -> None:
+        cluster = self.cluster()
+        self.expect_sentence("standard input and pipes are of this machine", "--scheduler", cluster.address, "-")
+
+    def test_where_there_is_nothing_to_report(self) -> None:
+        log = self.folder / "headers.log"
+        log.write_text("#Fields: date time c-ip\n")
+        status, output, errors = self.run_cluster(str(log))
+        self.assertEqual((status, output), (1, ""))
+        self.assertRegex(errors, "^orvellis-cluster: nothing to report")
+
+    def test_other_outputs_and_quiet(self) -> None:
+        log = self.log("access.log", 500, 1)
+        status, output, errors = self.run_cluster("--quiet", "--csv", str(log))
+        self.assertEqual((status, errors), (0, ""))
+        command = [REPORT, "--quiet", "--csv", str(log)]
+        self.assertEqual(output, subprocess.run(command, env=self.environment(), capture_output=True, text=True).stdout)
+
+    def test_names_with_dangerous_characters(self) -> None:
+        log = self.log("a\x1b[31m\u202eb.log", 100, 1)
+        log.chmod(0o644)
+        status, output, errors = self.run_cluster("--dry-run", str(log))
+        self.assertEqual(status, 0)
+        self.assertNotRegex(output + errors, "[\x1b\u202e]")
+        self.expect_page(self.plain(log), str(log))
+
 
 class Cuts(ClusterTest):
     def test_a_cut_that_does_not_hold_is_looked_for_again(self) -> None:
@@ -38,7 +74,12 @@ class Cuts(ClusterTest):
             file.write("#Fields: date time c-ip cs-method cs-uri-stem sc-bytes sc-status\n")
             file.writelines(f"2026-03-02 10:{n // 60 % 60:02}:{n % 60:02} 10.0.0.{n % 9} GET /b{n % 50} 100 404\n" for n in range(3000))
         other = self.log("other.log", 2000, 3, 3)
-        self.expect_page(self.plain(other, log), "--piece-size", "64K", str(other), str(log))
+        asked = self.folder / "asked"
+        program = self.wrapper("asking", f'echo "$*" >>"{asked}"')
+        arguments = ["--piece-size", "64K", str(other), str(log), "-o", "cluster.html"]
+        self.expect_finished(self.plain(other, log), self.begin(*arguments, program=program))
+        # The one log was read to cut it again, and the other was not.
+        self.assertEqual(len(re.findall(r" plan=65536 piece=-$", asked.read_text(), re.MULTILINE)), 1)
 
 
 if __name__ == "__main__":

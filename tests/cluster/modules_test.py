@@ -322,7 +322,7 @@ class Sending(unittest.TestCase):
         self.assertEqual((outcome.kind, outcome.errand.tries), ("orvellis", 1))
 
     def test_workers_that_are_left_out_get_nothing(self) -> None:
-        self.workers.unfit["c:1"] = "it counts otherwise"
+        self.workers.unfit["c:1"] = Worker("c:1", "host-c", "host-c", 1, "it counts otherwise")
         self.errands.send(Errand("x", "count", ()))
         self.assertEqual(self.client.sent[0].where, ["a:1", "b:1"])
 
