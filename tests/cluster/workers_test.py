@@ -97,8 +97,9 @@ class Working(Shared):
 
     def make_other_version(self, path: Path) -> None:
         """The program, as another version of it would be."""
-        changed = Path(PROGRAM).read_bytes().replace(b"\x001.5\x00", b"\x001.4\x00")
-        path.write_bytes(changed)
+        program = Path(PROGRAM).read_bytes()
+        self.assertIn(b"1.5\x00", program)
+        path.write_bytes(program.replace(b"1.5\x00", b"1.4\x00"))
         path.chmod(0o755)
 
 
