@@ -1,10 +1,18 @@
 // Pieces that anybody may have named. The first line of the input is what piece= says without its checksum,
 // behind a byte whose bit 0 is the edition; the rest is the log, whatever path is named. What is a piece is
-// written as one that is read as the same, and its reading comes to what can be added.
+// written as one that is read as the same, and its reading comes to what can be added; so does that of its
+// bytes as a stream, and a part without it. Its pieces are the stretch that it was, and one plan, which stays
+// the same when it is joined with none. The lines of the log may be those of plans, too.
 #include "parts/piece_token.h"
 
+#include <cstdio>
+#include <cstdlib>
+#include <vector>
+
+#include "parts/plan_join.h"
 #include "run/reset.h"
 #include "superlog/byte_scan.h"
+#include "superlog/given_log.h"
 #include "superlog/log_parts.h"
 #include "superlog/superlog.h"
 #include "support.h"
@@ -40,16 +48,95 @@ static void RequireAdded(const std::string& saved, bool modern) {
   REQUIRE(added != LogsAdded::kAll || part.next == part.end);
 }
 
+// What was read or missed can be added.
+static void RequireAdded(bool modern) {
+  const std::string saved = Saved();
+  Begin(SettingsOf(modern), modern);
+  RequireAdded(saved, modern);
+}
+
 static void ReadPiece(const LogPiece& piece, bool modern) {
-  const Settings settings = SettingsOf(modern);
-  Begin(settings, modern);
+  Begin(SettingsOf(modern), modern);
   IsAsPlanned(piece);
   TakePiece(piece);
   SuperLog_ReadLogs();
   HashBeginnings();
-  const std::string saved = Saved();
-  Begin(settings, modern);
-  RequireAdded(saved, modern);
+  RequireAdded(modern);
+}
+
+static void MissOne(const LogPiece& piece, bool modern) {
+  Begin(SettingsOf(modern), modern);
+  MissPiece(piece);
+  RequireAdded(modern);
+}
+
+static void ReadStream(const LogPiece& piece, std::string_view log) {
+  std::string bytes(log);
+  FILE* const stream = bytes.empty() ? nullptr : fmemopen(bytes.data(), bytes.size(), "r");
+  if (stream == nullptr) {
+    return;
+  }
+  Begin(SettingsOf(true), true);
+  if (TakeGivenLog(stream, piece) == LogGiven::kAll) {
+    IsAsPlanned(piece);
+    TakePiece(piece);
+    SuperLog_ReadLogs();
+    CountGivenLines();
+    RequireAdded(true);
+  }
+  ForgetGivenLog();
+  fclose(stream);
+}
+
+// ---- Plans ----
+
+// Lines that can be joined are a plan that can be joined, too, and is the same then.
+static void RequireSamePlan(const std::vector<std::string>& lines) {
+  PlanJoin join;
+  for (const std::string& line : lines) {
+    if (JoinLine(join, line) != LineJoined::kTaken) {
+      return;
+    }
+  }
+  if (FinishJoin(join) != PlansJoined::kAll) {
+    return;
+  }
+  PlanJoin again;
+  for (const LogPiece& piece : join.pieces) {
+    REQUIRE(JoinLine(again, TokenOf(piece)) == LineJoined::kTaken);
+  }
+  REQUIRE(FinishJoin(again) == PlansJoined::kAll);
+  REQUIRE(again.pieces.size() == join.pieces.size());
+  for (size_t i = 0; i < again.pieces.size(); ++i) {
+    REQUIRE(TokenOf(again.pieces[i]) == TokenOf(join.pieces[i]));
+  }
+}
+
+static void CutFurther(const LogPiece& piece, bool modern, Cuts cuts) {
+  Begin(SettingsOf(modern), modern);
+  const std::vector<LogPiece> pieces = CutPiece(piece, 100, cuts);
+  REQUIRE(pieces.front().from == piece.from && pieces.back().to == piece.to);
+  std::vector<std::string> lines;
+  for (size_t i = 0; i < pieces.size(); ++i) {
+    LogPiece read;
+    REQUIRE(i == 0 || pieces[i].from == pieces[i - 1].to);
+    lines.push_back(TokenOf(pieces[i]));
+    REQUIRE(ReadToken(lines.back(), read));
+  }
+  RequireSamePlan(lines);
+}
+
+// Joined behind the piece, with the checksums that no input would find.
+static void JoinLines(const LogPiece& piece, std::string_view text) {
+  std::vector<std::string> lines{TokenOf(piece)};
+  while (!text.empty()) {
+    const std::string_view line = TakePart(text);
+    const bool copy = line.starts_with(kCopyLine);
+    std::string token(line.substr(copy ? kCopyLine.size() : 0));
+    AddCheck(token);
+    lines.push_back((copy ? std::string(kCopyLine) : "") + token);
+  }
+  RequireSamePlan(lines);
 }
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -67,8 +154,13 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   REQUIRE(ReadToken(TokenOf(piece), again));
   REQUIRE(TokenOf(again) == TokenOf(piece));
   static MemoryFile file;
+  JoinLines(piece, log);
   piece.path = piece.path.empty() ? "" : file.Fill(log);
   ReadPiece(piece, modern);
+  MissOne(piece, modern);
+  CutFurther(piece, modern, Cuts::kProven);
+  CutFurther(piece, modern, Cuts::kUntried);
+  ReadStream(piece, log);
   ResetRun();
   return 0;
 }

@@ -6,24 +6,29 @@ static constexpr uint64_t kMostPlaces = uint64_t{1} << 40;  // no plan has as ma
 
 // ---- Places ----
 
+static uint64_t PlanOf(const LogPiece& line) {
+  return line.of == 0 ? line.plan : line.of;
+}
+
 // Those of the plan that the line is of come behind those of the plan before.
+static uint64_t FirstPlaceFor(const PlanJoin& join, const LogPiece& line) {
+  return !join.any || PlanOf(line) != join.plan ? join.next_place : join.first_place;
+}
+
+static bool HasPlaces(const PlanJoin& join, const LogPiece& line) {
+  const uint64_t room = kMostPlaces - FirstPlaceFor(join, line);
+  return line.place < room && std::all_of(line.copies.begin(), line.copies.end(),
+                                          [&](const LogCopy& copy) { return copy.place < room; });
+}
+
 static void GoToPlanOf(PlanJoin& join, const LogPiece& line) {
-  const uint64_t plan = line.of == 0 ? line.plan : line.of;
-  if (!join.any || plan != join.plan) {
-    join.first_place = join.next_place;
-  }
-  join.plan = plan;
+  join.first_place = FirstPlaceFor(join, line);
+  join.plan = PlanOf(line);
 }
 
 static uint64_t PlaceOf(PlanJoin& join, uint64_t place) {
   join.next_place = std::max(join.next_place, join.first_place + place + 1);
   return join.first_place + place;
-}
-
-static bool HasPlaces(const LogPiece& line) {
-  return line.place < kMostPlaces &&
-         std::all_of(line.copies.begin(), line.copies.end(),
-                     [](const LogCopy& copy) { return copy.place < kMostPlaces; });
 }
 
 // ---- Logs ----
@@ -121,7 +126,7 @@ static LineJoined JoinCopy(PlanJoin& join, const LogPiece& line) {
 LineJoined JoinLine(PlanJoin& join, std::string_view line) {
   const bool copy = line.starts_with(kCopyLine);
   LogPiece piece;
-  if (!ReadToken(line.substr(copy ? kCopyLine.size() : 0), piece) || !HasPlaces(piece)) {
+  if (!ReadToken(line.substr(copy ? kCopyLine.size() : 0), piece) || !HasPlaces(join, piece)) {
     return LineJoined::kNoLine;
   }
   return copy ? JoinCopy(join, piece) : JoinPiece(join, piece);

@@ -99,7 +99,8 @@ static LogGiven Judge(const LogPiece& piece, int64_t first, int64_t last, FILE* 
   }
   const auto size = static_cast<int64_t>(piece.size);
   const int64_t end = EndOf(piece);
-  if (first < std::min(kGivenFirst, BeginOf(piece)) || last < std::min(end, std::max(size, piece.from))) {
+  const int64_t wanted = end == kNoStop ? std::max(size, piece.from) : end;
+  if (first < std::min(kGivenFirst, BeginOf(piece)) || last < wanted) {
     return LogGiven::kTooShort;
   }
   if (end != kNoStop && getc(stream) != EOF) {

@@ -1,9 +1,9 @@
 // A log whose bytes come by a stream, for a run that counts one piece of it and cannot open its file.
 //
-// Of a piece that begins with the log the stream holds the log from its beginning; of any other one the first
-// kGivenFirst bytes of the log, and at once those from kGivenBefore bytes before the place from which the
-// piece's lead is looked at; all bytes up to there, where they are fewer. It ends with the log, or
-// kGivenBehind bytes behind the end of the piece: a line may be read as those that follow tell its layout.
+// Of a piece that begins with the log the stream holds the log from its beginning; of any other one its first
+// kGivenFirst bytes, and at once those from kGivenBefore bytes before the piece's lead on; from its
+// beginning, where these are no more. It ends with the log, or kGivenBehind bytes behind the end of the
+// piece: a line may be read as those that follow tell its layout.
 //
 // What has come is kept in an unnamed file, which is read as the log's own would be: its size and the places
 // of its bytes are the same, and what did not come is a hole.

@@ -16,14 +16,14 @@ import sys
 import tempfile
 import unittest
 
+sys.dont_write_bytecode = True
+from piece_bytes import BEFORE, FIRST, field, path_of, stretch  # pylint: disable=wrong-import-position
+
 PROGRAM = str(pathlib.Path(sys.argv.pop(1)).resolve())
 NO_PART = 4
 ARGUMENTS = ["edition=modern", "username=all", "days=all", "requests=1,1000", "referrers=1", "badurls=1",
              "dailytotals=1", "hitsperhour=1"]
 ENVIRONMENT = {"TZ": "UTC", "LC_ALL": "C", "PATH": os.environ["PATH"]}
-FIRST = 2 << 20
-BEFORE = 4096
-BEHIND = 1 << 20
 MADE = re.compile(rb"<time[^>]*>[^<]*</time>")
 
 
@@ -32,17 +32,8 @@ def line(number: int, day: int = 5) -> bytes:
             f'"GET /{number % 97}.html HTTP/1.0" 200 {number} "http://www.example.net/{number % 5}" "A/1"\n').encode()
 
 
-def field(piece: str, name: str, default: int) -> int:
-    found = re.search(rf" {name}=(\d+)", piece)
-    return int(found.group(1)) if found else default
-
-
-def stretch(piece: str, log: bytes) -> bytes:
-    """What of a log comes by standard input."""
-    begin = max(field(piece, "lead", 0) - BEFORE, 0)
-    size = field(piece, "size", 0) if " to=" in piece else len(log)
-    end = min(field(piece, "to", size) + BEHIND, size)
-    return log[:min(FIRST, begin)] + log[begin:end]
+def named(piece: bytes) -> str:
+    return "piece=" + piece.decode()
 
 
 class GivenBytes(unittest.TestCase):
@@ -53,7 +44,7 @@ class GivenBytes(unittest.TestCase):
         (self.folder / "logs").mkdir()
         (self.folder / "elsewhere").mkdir()
         for place in (self.folder, self.folder / "elsewhere"):
-            (place / "orvellis.conf").write_text("user=all;logs=logs/*;password=*\n")
+            (place / "orvellis.conf").write_text("user=all;logs=logs/*;url=http://www.example.com;password=*\n")
 
     def write(self, name: str, content: bytes) -> None:
         (self.folder / "logs" / name).write_bytes(content)
@@ -64,21 +55,19 @@ class GivenBytes(unittest.TestCase):
                               input=given, capture_output=True, timeout=60, check=False)
         return done.returncode, MADE.sub(b"NOW", done.stdout), done.stderr
 
-    def plan(self, size: str) -> list[str]:
+    def plan(self, size: str) -> list[bytes]:
         status, out, said = self.run_in(".", f"plan={size}")
         self.assertEqual((status, said), (0, b""))
-        return out.decode().splitlines()
+        return out.splitlines()
 
-    def content(self, piece: str) -> bytes:
-        name = re.search(r" log=(\S*)", piece)
-        assert name is not None
-        return (self.folder / name.group(1)).read_bytes()
+    def content(self, piece: bytes) -> bytes:
+        return (self.folder / os.fsdecode(path_of(piece))).read_bytes()
 
-    def given(self, piece: str) -> tuple[int, bytes, bytes]:
+    def given(self, piece: bytes) -> tuple[int, bytes, bytes]:
         return self.run_in("elsewhere", "piece=-", "bytes=-", "part=-",
-                           given=piece.encode() + b"\n" + stretch(piece, self.content(piece)))
+                           given=piece + b"\n" + stretch(piece, self.content(piece)))
 
-    def parts(self, pieces: list[str]) -> list[bytes]:
+    def parts(self, pieces: list[bytes]) -> list[bytes]:
         parts = []
         for piece in pieces:
             status, part, said = self.given(piece)
@@ -89,7 +78,7 @@ class GivenBytes(unittest.TestCase):
     def merged(self, parts: list[bytes], *words: str) -> tuple[int, bytes, bytes]:
         return self.run_in("elsewhere", "merge=-", *words, given=b"".join(parts))
 
-    def expect_same(self, size: str, *words: str) -> list[str]:
+    def expect_same(self, size: str, *words: str) -> list[bytes]:
         """The page of pieces whose bytes were given is that of one run; also of sums, and of two kinds of pieces."""
         pieces = self.plan(size)
         plain = self.run_in(".", *words)
@@ -132,7 +121,7 @@ class GivenBytes(unittest.TestCase):
         parts = self.parts(pieces)
         for lacking in ("file", "missing"):
             words = ["missing=1"] if lacking == "missing" else []
-            status, parts[0], said = self.run_in(".", f"piece={pieces[0]}", "part=-", *words)
+            status, parts[0], said = self.run_in(".", named(pieces[0]), "part=-", *words)
             self.assertEqual((status, said), (0, b""))
             status, out, said = self.merged(parts, "output=json")
             self.assertEqual((status, said), (0, b""))
@@ -173,7 +162,7 @@ class GivenBytes(unittest.TestCase):
                                 (whole[:len(whole) // 2], b"fewer"), (whole + b"x", b"more"), (whole + log, b"more")):
                 if word == b"more" and field(piece, "to", 0) == 0:
                     continue  # the log may have grown
-                done = self.run_in("elsewhere", f"piece={piece}", "bytes=-", "part=x", given=wrong)
+                done = self.run_in("elsewhere", named(piece), "bytes=-", "part=x", given=wrong)
                 self.assertEqual(done, (NO_PART, b"", b"orvellis: logs/a.log came with " + word +
                                         b" bytes than its piece wants\n"))
 
@@ -187,7 +176,7 @@ class GivenBytes(unittest.TestCase):
             for at in {0, 4095, max(place, 0)}:
                 wrong = bytearray(whole)
                 wrong[at] ^= 1
-                done = self.run_in("elsewhere", f"piece={piece}", "bytes=-", "part=x", given=bytes(wrong))
+                done = self.run_in("elsewhere", named(piece), "bytes=-", "part=x", given=bytes(wrong))
                 self.assertEqual(done, (NO_PART, b"", b"orvellis: logs/a.log is no longer the log of which the plan "
                                                       b"was made\n"))
 
@@ -196,7 +185,7 @@ class GivenBytes(unittest.TestCase):
         piece, = self.plan("1G")
         plain = self.given(piece)
         for folder in ("/nowhere", "", str(self.folder)):
-            done = self.run_in("elsewhere", f"piece={piece}", "bytes=-", "part=-", given=self.content(piece),
+            done = self.run_in("elsewhere", named(piece), "bytes=-", "part=-", given=self.content(piece),
                                env={"TMPDIR": folder})
             self.assertEqual(done, plain)
         self.assertEqual(sorted(os.listdir(self.folder)), ["elsewhere", "logs", "orvellis.conf"])
@@ -224,7 +213,7 @@ class GivenBytes(unittest.TestCase):
             lines = bytes_missing = 0
             for number, piece in enumerate(pieces):
                 words = ["missing=1"] if number in lacking else []
-                status, part, said = self.run_in("elsewhere" if words else ".", f"piece={piece}", "part=-", *words)
+                status, part, said = self.run_in("elsewhere" if words else ".", named(piece), "part=-", *words)
                 self.assertEqual((status, said), (0, b""))
                 parts.append(part)
                 if number < 3:
@@ -260,21 +249,21 @@ class GivenBytes(unittest.TestCase):
                    b"".join(b"2001-03-05 10:00:00 192.0.2.1 /%d 200\n" % (i % 50) for i in range(20000)))
         status, out, said = self.run_in(".", "plan=200K,quick")
         self.assertEqual((status, said), (0, b""))
-        pieces = out.decode().splitlines()
+        pieces = out.splitlines()
         parts = self.parts(pieces)
         status, _, said = self.merged(parts)
         self.assertEqual(status, NO_PART)
         found = re.search(rb"part (\d+) does not go on as the piece before", said)
         assert found is not None
         for number in (int(found.group(1)) - 1, int(found.group(1)) - 2):
-            status, missing, said = self.run_in("elsewhere", f"piece={pieces[number]}", "missing=1", "part=-")
+            status, missing, said = self.run_in("elsewhere", named(pieces[number]), "missing=1", "part=-")
             self.assertEqual((status, said), (0, b""))
             self.assertEqual(self.merged(parts[:number] + [missing] + parts[number + 1:number + 2], "part=-")[0], 0)
 
     def test_many_missing_logs_are_one_note(self) -> None:
         for number in range(14):
             self.write(f"{number:02}.log", line(number))
-        parts = [self.run_in("elsewhere", f"piece={piece}", "missing=1", "part=-")[1] for piece in self.plan("1G")]
+        parts = [self.run_in("elsewhere", named(piece), "missing=1", "part=-")[1] for piece in self.plan("1G")]
         status, out, _ = self.merged(parts, "output=json")
         self.assertEqual(status, 0)
         texts = [note["text"] for note in json.loads(out)["notes"] if note["code"] == "logs_missing"]
@@ -285,16 +274,16 @@ class GivenBytes(unittest.TestCase):
     def test_are_for_pieces_of_the_modern_edition(self) -> None:
         self.write("a.log", line(1))
         piece, = self.plan("1G")
-        classic = [f"piece={piece}", "edition=classic", "date=03012001,03312001"]
-        for words in (["missing=1"], ["bytes=-"], [f"piece={piece}", "bytes=file"],
-                      [f"piece={piece}", "bytes=-", "missing=1"], classic + ["missing=1"],
+        classic = [named(piece), "edition=classic", "date=03012001,03312001", "find=/"]
+        for words in (["missing=1"], ["bytes=-"], [named(piece), "bytes=file"],
+                      [named(piece), "bytes=-", "missing=1"], classic + ["missing=1"],
                       classic + ["bytes=-"]):
             done = self.run_in(".", *words, "part=x", given=line(1))
             self.assertEqual(done, (NO_PART, b"", b"orvellis: missing=1 or bytes=- are for a piece= that the modern "
                                                   b"edition counts\n"), words)
-        self.assertEqual(self.run_in(".", f"piece={piece}", "bytes=-", "plan=1K", given=line(1))[0], NO_PART)
-        self.assertEqual(self.run_in(".", f"piece={piece}", "missing=0", "part=-"),
-                         self.run_in(".", f"piece={piece}", "part=-"))
+        self.assertEqual(self.run_in(".", named(piece), "bytes=-", "plan=1K", given=line(1))[0], NO_PART)
+        self.assertEqual(self.run_in(".", named(piece), "missing=0", "part=-"),
+                         self.run_in(".", named(piece), "part=-"))
         self.assertEqual(self.run_in(".", "piece=x", "missing=1", "part=x"),
                          (NO_PART, b"", b"orvellis: piece= is no piece that plan= has named\n"))
 

@@ -7,7 +7,7 @@ the counts are merged, and the page must be the same bytes as that of one run.
 Every case of a shell that has logs is asked in both editions, its parts one by one, through standard input, and
 summed up as a tree; a case of one log is asked with that log cut into three, too; and each with the pieces of a plan,
 and of a plan that was made without reading the logs: in the modern edition of one that names whole logs, which are cut
-one by one, and joined. Such a plan may not hold; then the other one does. A run may refuse to be divided, for one of the reasons below and never for another; then nothing may be printed. Parts
+one by one, and joined, and their bytes come by standard input. Such a plan may not hold; then the other one does. A run may refuse to be divided, for one of the reasons below and never for another; then nothing may be printed. Parts
 of logs are added in the order of names: cases whose summary file has another one are asked by the plan alone.
 """
 import collections
@@ -24,6 +24,7 @@ import tempfile
 
 sys.dont_write_bytecode = True
 import agreement  # pylint: disable=wrong-import-position
+import piece_bytes  # pylint: disable=wrong-import-position
 
 PROGRAM = str(pathlib.Path(sys.argv[1]).resolve())
 NO_PART = 4
@@ -177,6 +178,17 @@ def plan_in_steps(case):
     return done if done[0] != 0 or done[2] else case.run(folder, [b"plan=-"], lines)
 
 
+def count_piece(case, piece, part, by_stream):
+    folder = case.make("counting")
+    words = [b"piece=" + piece, b"part=" + os.fsencode(part)]
+    log = folder / os.fsdecode(piece_bytes.path_of(piece))
+    if not by_stream or not log.is_file():
+        return case.run(folder, words)
+    given = piece_bytes.stretch(piece, log.read_bytes())
+    log.unlink()
+    return case.run(folder, words + [b"bytes=-"], given)
+
+
 def count_pieces(case, make_plan):
     """A part of each piece of the plan, or why there is none."""
     status, plan, said = make_plan(case)
@@ -185,7 +197,7 @@ def count_pieces(case, make_plan):
     parts = []
     for number, piece in enumerate(plan.splitlines()):
         part = case.folder / f"{number:04}.part"
-        done = case.run(case.make("counting"), [b"piece=" + piece, b"part=" + os.fsencode(part)])
+        done = count_piece(case, piece, part, make_plan == plan_in_steps and case.edition == b"modern")
         if done != (0, b"", b""):
             return None, refused(done) or f"counting {piece}: {done}"
         parts.append(part)

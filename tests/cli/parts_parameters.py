@@ -33,7 +33,7 @@ PATH = ["find=/"]
 # name: what it does, its value, and what takes the place of days or path
 PARAMETERS = {
     "edition": (REFUSED, "classic"),
-    "part": (LOGS,), "merge": (LOGS,), "plan": (LOGS,), "piece": (LOGS,), "config": (LOGS,), "username": (LOGS,), "AccessLog": (LOGS,), "logs": (LOGS,),
+    "part": (LOGS,), "merge": (LOGS,), "plan": (LOGS,), "piece": (LOGS,), "missing": (LOGS,), "bytes": (LOGS,), "config": (LOGS,), "username": (LOGS,), "AccessLog": (LOGS,), "logs": (LOGS,),
     "summary": (NOTHING, "other.ORV"),
     "workers": (NOTHING, "3,100"),
     "partcache": (NOTHING, "counts"), "partcachesize": (NOTHING, "64K"),

@@ -258,6 +258,8 @@ TEST_F(PlanJoinTest, TakesNoOtherLine) {
     EXPECT_EQ(JoinLine(join_, wrong), LineJoined::kNoLine) << wrong.substr(0, 100);
   }
   EXPECT_EQ(FinishJoin(join_), PlansJoined::kNone);
+  Take(Plan({Log((uint64_t{1} << 40) - 1, "a")}));
+  EXPECT_EQ(JoinLine(join_, Lines(Plan({Log(0, "b")}))[0]), LineJoined::kNoLine);
 }
 
 TEST_F(PlanJoinTest, PassesPlansOfNothing) {

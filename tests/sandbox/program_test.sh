@@ -72,6 +72,20 @@ grep -q 'no log files found' errors || fail 'no line in the error log'
 traced modern none >/dev/null
 [ "$(wc -l <errors)" = 2 ] || fail 'no second line in the error log'
 
+# Where the bytes of a log come by standard input, nothing of its path is opened, and nothing is tried that was given up.
+counted='edition=modern username=demo days=all requests=1'
+sed s/192.0/193.0/ logs/own.log | gzip -nc >logs/own.gz.log
+for log in own.log own.gz.log; do
+  piece=$("$program" $counted plan=1G | grep "log=logs/$log ")
+  strace -o trace "$program" $counted piece="$piece" bytes=- part=one.part <logs/$log || fail "status $? of $log by a stream"
+  grep -qE '^seccomp\(' trace || fail "$log by a stream: no seccomp"
+  ! grep -E '^open(at)?\(.*own' trace || fail "$log by a stream is opened"
+  entered=$(grep -nE '^seccomp\(' trace | cut -d: -f1)
+  ! sed "1,${entered}d" trace | grep -E '= -1 E(PERM|ACCES)' || fail "$log by a stream: tries what it gave up"
+  grep -aq own.html one.part || fail "$log by a stream counts nothing"
+done
+rm logs/own.gz.log one.part
+
 # Every end-to-end case of the modern edition holds on a kernel that knows nothing of it, too.
 cat >orvellis <<END
 #!/bin/sh

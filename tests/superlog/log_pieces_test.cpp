@@ -81,6 +81,16 @@ class LogPieces : public AccountLogs {
     });
   }
 
+  // What a run writes of one that nobody can read.
+  std::string Miss(const LogPiece& piece) {
+    BeginWithoutLogs();
+    MissPiece(piece);
+    return WrittenPart([](PartWriter& part) {
+      SavePieces(part);
+      SaveLogs(part);
+    });
+  }
+
   std::vector<std::string> CountAll(const std::vector<LogPiece>& plan) {
     std::vector<std::string> parts;
     records_ = 0;
@@ -592,6 +602,72 @@ TEST_F(AddedLogPieces, ThatAreCutAreNotAdded) {
     PartReader part = text.reader();
     EXPECT_EQ(AddSavedPieces(part).added, PiecesAdded::kDamaged) << size;
   }
+}
+
+// ---- Pieces that are missing ----
+
+LogState StateOf(const std::string& path) {
+  LogState state{};
+  for (const void* place = nullptr; SuperLog_NextState(place, state) && path != state.path;) {
+  }
+  EXPECT_EQ(state.path, path);
+  return state;
+}
+
+TEST_F(AddedLogPieces, MayBeMissing) {
+  const std::string a = PathOf("a.log");
+  const size_t last = plan_.size() - 1;  // b.log
+  const uint64_t size = Lines(60).size();
+  for (size_t missing = 0; missing <= last; ++missing) {
+    std::vector<std::string> parts = parts_;
+    parts[missing] = Miss(plan_[missing]);
+    EXPECT_EQ(Merge(parts), parts.size());
+    const LogPiece& piece = plan_[missing];
+    const uint64_t bytes = std::min<uint64_t>(piece.to, piece.size) - static_cast<uint64_t>(piece.from);
+    const LogState state = StateOf(piece.path);
+    EXPECT_TRUE(state.missing);
+    EXPECT_EQ(state.missing_bytes, bytes);
+    EXPECT_EQ(state.size, piece.size);
+    if (missing < last) {
+      const std::string lost = Lines(60).substr(static_cast<size_t>(piece.from), bytes);
+      EXPECT_EQ(state.records.count, 60 - std::count(lost.begin(), lost.end(), '\n'));
+      EXPECT_FALSE(StateOf(PathOf("b.log")).missing);
+    }
+  }
+  std::vector<std::string> none;
+  for (const LogPiece& piece : plan_) {
+    none.push_back(Miss(piece));
+  }
+  EXPECT_EQ(Merge(none), none.size());
+  EXPECT_EQ(StateOf(a).missing_bytes, size);
+  EXPECT_EQ(StateOf(a).records.count, 0);
+}
+
+TEST_F(LogPieces, FollowMissingOnesWhateverTheseHold) {
+  AddLog("a.log", Lines(1000) + "!!LOG_FORMAT DATE TIME HOSTNAME URL\n" + TabLines(2000));
+  const std::vector<LogPiece> plan = Plan(10000, Cuts::kUntried);
+  std::vector<std::string> parts = CountAll(plan);
+  const size_t apart = Merge(parts);
+  ASSERT_LT(apart, plan.size());
+  parts[apart - 1] = Miss(plan[apart - 1]);
+  EXPECT_GT(Merge(parts), apart);
+  parts = CountAll(plan);
+  parts[apart] = Miss(plan[apart]);
+  EXPECT_GT(Merge(parts), apart);
+}
+
+TEST_F(LogPieces, ThatAreMissingNeedNoLog) {
+  LogPiece piece;
+  piece.path = PathOf("none.log");
+  piece.count = 1;
+  piece.size = 7;
+  piece.from = 9;
+  EXPECT_EQ(Merge({Miss(piece)}), 1U);
+  EXPECT_TRUE(StateOf(piece.path).missing);
+  EXPECT_EQ(StateOf(piece.path).missing_bytes, 0U);
+  piece.path = "";
+  EXPECT_EQ(Merge({Miss(piece)}), 1U);
+  EXPECT_FALSE(SuperLog_LogFilesFound());
 }
 
 // ---- Copies ----
