@@ -3,8 +3,8 @@
 # address and undefined-behaviour sanitizers) and runs every test on both.
 #
 # With ORVELLIS_SYSTEM_TESTS=1 the machine itself is tested, too: Orvellis behind
-# three web servers, over the logs of seven, in a browser, as a Debian package, and on
-# an emulated ARM processor. With ORVELLIS_DEEP_TESTS=1 the source is read by two
+# three web servers, over the logs of seven, in a browser, as a Debian package, on many
+# machines by ssh, as a container, and on an emulated ARM processor. With ORVELLIS_DEEP_TESTS=1 the source is read by two
 # analysers, all fuzz targets run for twenty seconds each, and the tests run again with
 # counters and unsigned characters, and under valgrind.
 set -eu
@@ -23,6 +23,8 @@ if [ "${ORVELLIS_SYSTEM_TESTS:-}" = 1 ]; then
   need_packages g++-aarch64-linux-gnu qemu-user
   # More servers, whose own logs are read.
   need_packages haproxy varnish squid caddy
+  # What the manual shows of many machines, and of the container image, which is built where buildah is installed.
+  need_packages parallel openssh-client openssh-server python3-yaml debootstrap
   command -v npm >/dev/null || need_packages npm
   mkdir -p build/browser
   cp tests/browser/package.json tests/browser/package-lock.json build/browser/

@@ -18,6 +18,7 @@ set(pages
   "editions       docs/editions.html"
   "outputs        docs/outputs.html"
   "parts          docs/parts.html"
+  "beyond-one-machine docs/beyond-one-machine.html"
   "reliability    docs/reliability.html"
   "errors         support/errors/index.html")
 
