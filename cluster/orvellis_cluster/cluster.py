@@ -11,8 +11,6 @@ from typing import Any
 from .settings import Settings
 from .told import Failure
 
-CONNECT_SECONDS = 30
-
 
 def processors() -> int:
     return len(os.sched_getaffinity(0))
@@ -26,10 +24,7 @@ def be_silent() -> None:
 
 def connect(settings: Settings) -> Any:
     """A client of the cluster."""
-    try:
-        dask: Any = importlib.import_module("distributed")
-    except ImportError:
-        raise Failure("Dask is not installed: install python3-distributed") from None
+    dask: Any = importlib.import_module("distributed")
     be_silent()
     if not settings.scheduler:
         # Threads are enough: each task is a process of its own.
@@ -52,6 +47,6 @@ def connect(settings: Settings) -> Any:
             require_encryption=True,
         )
     try:
-        return dask.Client(settings.scheduler, timeout=CONNECT_SECONDS, security=security, set_as_default=False)
+        return dask.Client(settings.scheduler, security=security, set_as_default=False)
     except Exception as error:
         raise Failure(f"cannot reach the scheduler {settings.scheduler}: {error}") from None

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import importlib.util
 import os
 import re
 import shutil
@@ -175,6 +176,8 @@ def open_descriptor(number: int) -> int:
 
 def become_report(arguments: list[str]) -> NoReturn:
     taken, others = take_options(arguments)
+    if importlib.util.find_spec("distributed") is None:
+        raise Failure("Dask is not installed: install python3-distributed")
     report = find_programs(taken)
     taken.output = open_descriptor(1)
     quiet = "--quiet" in others or not os.isatty(2) or os.environ.get("TERM", "dumb") == "dumb"

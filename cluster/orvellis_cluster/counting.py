@@ -89,6 +89,7 @@ class Counting:
         self.parts: dict[Node, Any] = {}  # futures
         self.done: set[int] = set()  # pieces of which was told
         self.missing: set[int] = set()
+        self.known = -1  # the workers for whom pieces were sent
         self.faults: Counter[Node] = Counter()  # of parts that could not be added
         self.lines: dict[str, Line] = {}
         self.places: list[tuple[Line, int]] = []
@@ -101,9 +102,13 @@ class Counting:
 
     def run(self) -> Any:
         """The future of the one part."""
+        self.send_pieces()
         while self.tree.root not in self.parts:
-            self.send_pieces()
-            self.take(self.errands.next())
+            line = self.take(self.errands.next())
+            if self.known != self.workers.changes:
+                self.send_pieces()
+            elif line is not None:
+                self.send_pieces_of(line)
         return self.parts[self.tree.root]
 
     def drop(self) -> None:
@@ -116,10 +121,14 @@ class Counting:
     # ---- Sending ----
 
     def send_pieces(self) -> None:
+        self.known = self.workers.changes
         for line in self.lines.values():
-            threads = max(1, self.workers.threads(line.host))
-            while (index := line.next(threads)) is not None:
-                self.send_piece(index)
+            self.send_pieces_of(line)
+
+    def send_pieces_of(self, line: Line) -> None:
+        threads = max(1, self.workers.threads(line.host))
+        while (index := line.next(threads)) is not None:
+            self.send_piece(index)
 
     def send_piece(self, index: int) -> None:
         piece = self.pieces[index]
@@ -135,11 +144,13 @@ class Counting:
 
     # ---- Taking ----
 
-    def take(self, outcome: Outcome) -> None:
+    def take(self, outcome: Outcome) -> Line | None:
+        """The line that has room now; None where any may have."""
         node: Node = outcome.errand.key  # type: ignore[assignment]
         if outcome.future is None:
             self.failed(node, outcome)
-            return
+            self.known = -1
+            return None
         if node[0] == 0:
             line, place = self.places[node[1]]
             line.done(place)
@@ -152,6 +163,7 @@ class Counting:
         ready = self.tree.finished(node)
         if ready is not None:
             self.send_sum(ready)
+        return self.places[node[1]][0] if node[0] == 0 else None
 
     def failed(self, node: Node, outcome: Outcome) -> None:
         if node[0] > 0:

@@ -61,12 +61,13 @@ class Errands:
 
     def send(self, errand: Errand) -> None:
         assert self.workers is not None
-        possible = self.workers.of_host(errand.host)
-        if not possible:
-            self.held.append(errand)
-            return
-        wanted = possible - errand.tried or possible
-        only = wanted if errand.host or errand.tried or self.workers.unfit else set()
+        only: set[str] = set()
+        if errand.host or errand.tried or self.workers.unfit or not self.workers.fit:
+            possible = self.workers.of_host(errand.host)
+            if not possible:
+                self.held.append(errand)
+                return
+            only = possible - errand.tried or possible
         self.number += 1
         future = self.client.submit(
             tasks.perform,

@@ -12,7 +12,7 @@ LEAST_PIECE, MOST_PIECE = 64 << 20, 256 << 20
 PIECES_A_PROCESSOR = 8
 
 
-@dataclass(frozen=True)
+@dataclass(frozen=True, slots=True)
 class Piece:
     token: str  # the line itself
     number: int  # from 1

@@ -70,8 +70,8 @@ class Planning:
     def plan_hosts(self) -> list[Piece]:
         if not self.logs.patterns:
             return []
-        for worker in self.workers.hosts_without().values():
-            sentence = f"the logs on {worker.name} cannot be counted: {worker.against}"
+        for host, reason in self.workers.hosts_without().items():
+            sentence = f"the logs on {host} cannot be counted: {reason}"
             if not self.settings.allow_missing:
                 raise Failure(sentence)
             self.notes.append(sentence)

@@ -261,6 +261,7 @@ class Sending(unittest.TestCase):
 
     def join(self, address: str, host: str) -> None:
         self.workers.fit[address] = Worker(address, host, host, 1)
+        self.workers.changes += 1
         self.workers.last_seen[host] = time.monotonic()
 
     def fails(self, address: str) -> RuntimeError:
