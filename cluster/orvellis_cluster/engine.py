@@ -165,6 +165,7 @@ class Engine:
                 self.show(planning.summary(pieces))
                 return SHOWN
             self.progress.begin(len(pieces), sum(piece.weight for piece in pieces))
+            self.watch()
             counted = partial(tell_weight, self.progress)
             counting = Counting(self.errands, self.workers, self.logs, pieces, self.settings.allow_missing, counted)
             try:

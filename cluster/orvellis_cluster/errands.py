@@ -50,12 +50,13 @@ class Errands:
         self.client = client
         self.name = name
         self.scheduler = scheduler
-        self.watch = watch  # called several times a second while there is nothing else to do
+        self.watch = watch  # called several times a second
         self.workers: Workers | None = None
         self.finished: queue.SimpleQueue[Any] = queue.SimpleQueue()
         self.under_way: dict[Any, tuple[Errand, set[str]]] = {}  # by future; only where, empty: anywhere
         self.held: list[Errand] = []  # until a worker is there, or knows the run
         self.number = 0
+        self.due = 0.0  # when to look after all again
 
     # ---- Sending ----
 
@@ -124,15 +125,13 @@ class Errands:
         """The next that has come to an end, well or not."""
         assert self.workers is not None
         while True:
+            if time.monotonic() >= self.due:
+                outcome = self.look_after()
+                if outcome is not None:
+                    return outcome
             try:
                 future = self.finished.get(timeout=TICK)
             except queue.Empty:
-                self.check()
-                if self.held:
-                    self.send_again()
-                outcome = self.given_up()
-                if outcome is not None:
-                    return outcome
                 continue
             if future is None:
                 self.send_again()
@@ -140,6 +139,14 @@ class Errands:
                 outcome = self.outcome_of(future)
                 if outcome is not None:
                     return outcome
+
+    def look_after(self) -> Outcome | None:
+        """What has to be done several times a second; an errand that has no worker any more."""
+        self.due = time.monotonic() + TICK
+        self.check()
+        if self.held:
+            self.send_again()
+        return self.given_up()
 
     def given_up(self) -> Outcome | None:
         assert self.workers is not None

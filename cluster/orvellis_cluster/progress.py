@@ -29,6 +29,7 @@ class Progress:
 
     def begin(self, pieces: int, total: int) -> None:
         self.began = self.clock()
+        self.shown = self.began - EVERY  # at once
         self.pieces = self.counted = 0
         self.all_pieces, self.total = pieces, total
 

@@ -4,12 +4,14 @@
 from __future__ import annotations
 
 import gzip
+import os
+import pty
 import re
 import socket
 import subprocess
 import unittest
 
-from support import REPORT, ClusterTest
+from support import COMMAND, REPORT, ClusterTest
 
 
 class LocalRun(ClusterTest):
@@ -54,6 +56,31 @@ class LocalRun(ClusterTest):
         self.assertEqual((status, errors), (0, ""))
         command = [REPORT, "--quiet", "--csv", str(log)]
         self.assertEqual(output, subprocess.run(command, env=self.environment(), capture_output=True, text=True).stdout)
+
+    def on_terminal(self, *arguments: str) -> tuple[int, bytes]:
+        """Status, and what a terminal gets that is standard error."""
+        master, terminal = pty.openpty()
+        command = [COMMAND, *arguments, "-o", "cluster.html"]
+        environment = {**self.environment(), "TERM": "xterm"}
+        run = subprocess.Popen(command, env=environment, cwd=self.folder, stdin=subprocess.DEVNULL, stderr=terminal)
+        os.close(terminal)
+        shown = b""
+        with open(master, "rb", buffering=0) as screen:
+            try:
+                while block := screen.read(4096):
+                    shown += block
+            except OSError:
+                pass  # nobody has the terminal open any more
+        return run.wait(), shown
+
+    def test_progress_on_a_terminal(self) -> None:
+        log = self.log("access.log", 9000, 1)
+        status, shown = self.on_terminal("--piece-size", "64K", "--workers", "1", str(log))
+        self.assertEqual(status, 0)
+        self.assertRegex(shown, rb"\r\x1b\[Kcounting +[0-9]+ %  [0-9]+ of 2[0-9] pieces  .* 1 worker\r\x1b\[K")
+        self.assertRegex(shown, rb"\r\x1b\[Kcluster.html: 9,000 records [^\r]*\r\n$")
+        status, shown = self.on_terminal("--quiet", str(log))
+        self.assertEqual((status, shown), (0, b""))
 
     def test_names_with_dangerous_characters(self) -> None:
         log = self.log("a\x1b[31m\u202eb.log", 100, 1)
