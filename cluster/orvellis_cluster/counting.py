@@ -87,6 +87,7 @@ class Counting:
         self.counted = counted
         self.tree = Tree(len(pieces))
         self.parts: dict[Node, Any] = {}  # futures
+        errands.kept = self.parts  # type: ignore[assignment]
         self.done: set[int] = set()  # pieces of which was told
         self.missing: set[int] = set()
         self.known = -1  # the workers for whom pieces were sent
@@ -166,7 +167,10 @@ class Counting:
         return self.places[node[1]][0] if node[0] == 0 else None
 
     def failed(self, node: Node, outcome: Outcome) -> None:
-        if node[0] > 0:
+        if outcome.kind == "gone":
+            self.errands.cancel(self.tree.parent(node))
+            self.count_again(node)
+        elif node[0] > 0:
             self.sum_failed(node, outcome)
         elif self.allow_missing and node[1] not in self.missing:
             self.missing.add(node[1])

@@ -185,11 +185,15 @@ class Engine:
     def write_page(self, counting: Counting) -> int:
         """Adds the one part; what this prints, and its status, are those of the run."""
         assert self.errands is not None
+        status, told = 0, b""
         for _ in range(1 + MORE_TRIES):
-            contents: bytes = self.errands.attend(counting.run().result)
+            contents = self.errands.fetch(counting.run())
+            if contents is None:
+                counting.count_again(counting.tree.root)
+                continue
             with open(SUM, "wb") as file:
                 file.write(contents)
-            del contents
+            del contents  # which may be large
             self.progress.say("writing")
             self.put_names()
             with open(SENTENCES, "w+b") as sentences:
@@ -202,7 +206,7 @@ class Engine:
                 return status
             # Nothing was printed: what has come is not what a worker has sent.
             counting.count_again(counting.tree.root)
-        raise Failure(tasks.sentence_of(status, told))
+        raise Failure(tasks.sentence_of(status, told) if told else "what was counted was lost on its way here, again and again")
 
     def put_names(self) -> None:
         """The page asks links what the logs are called."""

@@ -16,6 +16,9 @@ from .workers import Workers
 MORE_TRIES = 3
 TICK = 0.25  # seconds
 
+# What becomes of a future that was finished, when the worker that has its result is gone.
+LOST = ("lost", "error", "cancelled")
+
 
 @dataclass
 class Errand:
@@ -32,7 +35,7 @@ class Errand:
 class Outcome:
     errand: Errand
     future: Any = None
-    kind: str = ""  # of a failure: "orvellis", which has refused, or another
+    kind: str = ""  # of a failure: "orvellis", which has refused, "gone", of what had come to a good end, or another
     reason: str = ""
     worker: str = ""
 
@@ -55,6 +58,7 @@ class Errands:
         self.finished: queue.SimpleQueue[Any] = queue.SimpleQueue()
         self.under_way: dict[Any, tuple[Errand, set[str]]] = {}  # by future; only where, empty: anywhere
         self.held: list[Errand] = []  # until a worker is there, or knows the run
+        self.kept: dict[Hashable, Any] = {}  # futures of what was brought and is needed still, by the keys of errands
         self.number = 0
         self.due = 0.0  # when to look after all again
 
@@ -63,7 +67,7 @@ class Errands:
     def send(self, errand: Errand) -> None:
         assert self.workers is not None
         only: set[str] = set()
-        if errand.host or errand.tried or self.workers.unfit or not self.workers.fit:
+        if errand.host or errand.tried or self.workers.unfit or self.workers.asked or not self.workers.fit:
             possible = self.workers.of_host(errand.host)
             if not possible:
                 self.held.append(errand)
@@ -101,6 +105,14 @@ class Errands:
 
     def futures(self) -> list[Any]:
         return list(self.under_way)
+
+    def cancel(self, key: Hashable) -> None:
+        """Gives up an errand, where it is under way."""
+        self.held = [errand for errand in self.held if errand.key != key]
+        for future, (errand, _) in list(self.under_way.items()):
+            if errand.key == key:
+                del self.under_way[future]
+                future.cancel()
 
     def drop(self) -> None:
         """Gives up all that is under way."""
@@ -146,7 +158,14 @@ class Errands:
         self.check()
         if self.held:
             self.send_again()
-        return self.given_up()
+        return self.gone() or self.given_up()
+
+    def gone(self) -> Outcome | None:
+        """What a worker has taken with it. Dask would have it done again, but only there where it was done before."""
+        for key, future in self.kept.items():
+            if future.status in LOST:
+                return Outcome(Errand(key, "", ()), kind="gone", reason="it was lost")
+        return None
 
     def given_up(self) -> Outcome | None:
         assert self.workers is not None
@@ -192,8 +211,13 @@ class Errands:
         self.send(errand)
         return None
 
-    def attend(self, function: Callable[[], Any]) -> Any:
-        """What a function gives back that asks the cluster, and would wait for ever where it is gone."""
+    def fetch(self, future: Any) -> Any:
+        """What a finished task has brought; None: its worker is gone, and took it along."""
+        return self.attend(future.result, lambda: future.status in LOST)
+
+    def attend(self, function: Callable[[], Any], gone: Callable[[], bool] = lambda: False) -> Any:
+        """What a function gives back that asks the cluster, and would wait for ever where that is gone; None where what
+        it asks for is."""
         answers: queue.SimpleQueue[tuple[Any, Exception | None]] = queue.SimpleQueue()
 
         def ask() -> None:
@@ -208,8 +232,12 @@ class Errands:
                 answer, error = answers.get(timeout=TICK)
             except queue.Empty:
                 self.check()
+                if gone():
+                    return None
                 continue
             if error is not None:
                 self.check()
+                if gone():
+                    return None
                 raise error
             return answer

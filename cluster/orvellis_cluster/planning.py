@@ -145,7 +145,11 @@ class Planning:
             outcome = self.errands.next()
             if outcome.future is None:
                 raise Failure(outcome.told(what(outcome.errand.key)))
-            found[outcome.errand.key] = self.errands.attend(outcome.future.result)
+            result = self.errands.fetch(outcome.future)
+            if result is None:
+                self.errands.send(outcome.errand)
+            else:
+                found[outcome.errand.key] = result
         return found
 
     # ---- Showing ----

@@ -3,9 +3,10 @@
 
 from __future__ import annotations
 
+import subprocess
 import unittest
 
-from support import ClusterTest, can_have_own_folders, when, with_own_folder
+from support import HOLD, ClusterTest, can_have_own_folders, wait_for, when, with_own_folder
 
 
 @unittest.skipUnless(can_have_own_folders(), "no folder can be put in the place of another here")
@@ -71,6 +72,32 @@ class OnHosts(ClusterTest):
             self.log_of(number, "access.log", 1500, number)
             self.add_host(number, **({"program": program} if program else {}))
         self.expect_sentence("piece [0-9]+ of [0-9]+ .127.0.0.3:.* no worker is left on the host 127.0.0.3", *self.run_of())
+
+    def lose_what_was_counted(self) -> subprocess.Popen[str]:
+        """The one worker of a host dies when its log is counted, and another host's are not."""
+        self.workers_die = True
+        slow = self.wrapper("slow", when("piece=- part=- ", HOLD))
+        done = self.wrapper("done", when("piece=- part=- ", '{ "$ORVELLIS_TESTED" "$@"; s=$?; echo >>"$cd_to/counted"; exit $s; }'))
+        for number, program in ((2, slow), (3, done)):
+            self.log_of(number, "access.log", 300, number)
+            self.add_host(number, program=program)
+        run = self.begin(*self.run_of(), "-o", "cluster.html")
+        counted = self.folder / "counted"
+        wait_for("the empty piece and that of the host", lambda: counted.exists() and len(counted.read_text()) == 2)
+        wait_for("the other host", (self.folder / "holding").exists)
+        self.running.kill("web3")
+        return run
+
+    def test_what_a_host_has_counted_is_counted_again_there(self) -> None:
+        run = self.lose_what_was_counted()
+        self.add_worker(3, "web3-again")
+        (self.folder / "go").touch()
+        self.expect_finished(self.plain(self.folder / "named"), run)
+
+    def test_what_a_host_has_counted_is_lost_with_it(self) -> None:
+        run = self.lose_what_was_counted()
+        (self.folder / "go").touch()
+        self.expect_refused("piece 2 of 2 .127.0.0.3:.* failed: no worker is left on the host 127.0.0.3", run)
 
     def test_a_page_that_tells_what_is_missing(self) -> None:
         failing = self.wrapper("failing", when("piece=- part=- ", "mkdir $cd_to/probed 2>/dev/null || exit 9"))
