@@ -206,7 +206,8 @@ class Engine:
                 return status
             # Nothing was printed: what has come is not what a worker has sent.
             counting.count_again(counting.tree.root)
-        raise Failure(tasks.sentence_of(status, told) if told else "what was counted was lost on its way here, again and again")
+        lost = "what was counted was lost on its way here, again and again"
+        raise Failure(tasks.sentence_of(status, told) if told else lost)
 
     def put_names(self) -> None:
         """The page asks links what the logs are called."""
@@ -229,10 +230,10 @@ class Engine:
                 child.kill()
         if self.workers is not None:
             self.workers.end()
-        if self.client is not None and self.client.status == "running":
-            assert self.errands is not None
-            self.patiently(lambda: self.client.cancel(self.errands.futures() if self.errands else [], force=True))
-            self.patiently(lambda: self.client.run(tasks.stop, name, on_error="ignore"))
+        if self.errands is not None and self.workers is not None and self.client.status == "running":
+            futures, knowing = self.errands.futures(), [*self.workers.fit, *self.workers.unfit]
+            self.patiently(lambda: self.client.cancel(futures, force=True))
+            self.patiently(lambda: self.client.run(tasks.stop, name, workers=knowing, on_error="ignore"))
 
     def patiently(self, function: Callable[[], Any]) -> None:
         """Nothing that the cluster answers, or does not, keeps the run from ending."""

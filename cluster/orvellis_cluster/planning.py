@@ -178,7 +178,8 @@ class Planning:
             for host, label in labels.items()
         ]
         lines.append(
-            f"{things(len(pieces), 'piece', 'pieces')} of about {self.size:,} bytes, {things(len(sizes), 'log', 'logs')},"
+            f"{things(len(pieces), 'piece', 'pieces')} of about {self.size:,} bytes,"
+            f" {things(len(sizes), 'log', 'logs')},"
             f" {sum(piece.weight for piece in pieces):,} bytes, {things(len(labels), 'host', 'hosts')},"
             f" {things(self.workers.number, 'worker', 'workers')}"
         )

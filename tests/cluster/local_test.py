@@ -7,11 +7,12 @@ import gzip
 import os
 import pty
 import re
+import signal
 import socket
 import subprocess
 import unittest
 
-from support import COMMAND, REPORT, ClusterTest
+from support import COMMAND, HOLD, REPORT, ClusterTest, wait_for, when
 
 
 class LocalRun(ClusterTest):
@@ -56,6 +57,27 @@ class LocalRun(ClusterTest):
         self.assertEqual((status, errors), (0, ""))
         command = [REPORT, "--quiet", "--csv", str(log)]
         self.assertEqual(output, subprocess.run(command, env=self.environment(), capture_output=True, text=True).stdout)
+
+    def held(self) -> subprocess.Popen[str]:
+        """A run whose pieces wait for ever, in a group of processes as a shell makes them."""
+        log = self.log("access.log", 3000, 1)
+        program = self.wrapper("held", when("piece=- part=- ", HOLD))
+        run = self.begin("--piece-size", "64K", str(log), "-o", "cluster.html", program=program, group=True)
+        wait_for("a piece", (self.folder / "holding").exists)
+        return run
+
+    def test_interruption_by_the_keyboard(self) -> None:
+        run = self.held()
+        os.killpg(run.pid, signal.SIGINT)
+        self.assertEqual(self.finish(run), (130, "", ""))
+        self.expect_nothing_left()
+
+    def test_whoever_has_started_it_is_killed(self) -> None:
+        self.workers_die = True  # what has made the private folder, here
+        run = self.held()
+        run.kill()
+        run.communicate()
+        wait_for("the end of the pieces", lambda: not self.left_processes())
 
     def on_terminal(self, *arguments: str) -> tuple[int, bytes]:
         """Status, and what a terminal gets that is standard error."""

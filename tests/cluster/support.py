@@ -192,10 +192,10 @@ class ClusterTest(unittest.TestCase):
     def environment(self) -> dict[str, str]:
         return {**ENVIRONMENT, "ORVELLIS": PROGRAM, "TMPDIR": str(self.folder / "tmp")}
 
-    def begin(self, *arguments: str, program: str = PROGRAM) -> subprocess.Popen[str]:
+    def begin(self, *arguments: str, program: str = PROGRAM, group: bool = False) -> subprocess.Popen[str]:
         return subprocess.Popen(
             [COMMAND, *arguments], env={**self.environment(), "ORVELLIS": program}, cwd=self.folder, text=True,
-            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+            stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE, start_new_session=group,
         )  # fmt: skip
 
     def finish(self, process: subprocess.Popen[str]) -> tuple[int, str, str]:

@@ -81,6 +81,14 @@ class Working(Shared):
         self.expect_finished(self.wanted, run)
         self.assertTrue((self.folder / "go").exists())
 
+    def test_a_worker_that_does_not_answer(self) -> None:
+        cluster = self.cluster()
+        cluster.add("one")
+        cluster.add("silent")
+        cluster.ready("one", "silent")
+        cluster.processes["silent"].send_signal(signal.SIGSTOP)
+        self.expect_page(self.wanted, *self.arguments(cluster))
+
     def test_workers_that_would_count_otherwise_are_left_out(self) -> None:
         cluster = self.cluster()
         cluster.add("one")
