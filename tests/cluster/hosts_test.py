@@ -3,6 +3,7 @@
 
 from __future__ import annotations
 
+import shutil
 import subprocess
 import unittest
 
@@ -60,10 +61,14 @@ class OnHosts(ClusterTest):
             # As large, with the same beginning, and not the same.
             self.log_of(number, "access.log.1", 1000, 5)
             self.add_host(number)
+        for name in ("access.log", "access.log.1"):
+            shutil.copy(self.folder / "web2" / name, self.folder / "web3" / name)
         with open(self.folder / "web3" / "access.log.1", "r+b") as log:
             log.seek(-12, 2)
             log.write(b"x")
-        self.expect_page(self.plain(self.folder / "named"), *self.run_of())
+        wanted = self.plain(self.folder / "named")
+        self.assertIn("requests=3500 ", wanted)
+        self.expect_page(wanted, *self.run_of())
 
     def test_the_only_worker_of_a_host_dies(self) -> None:
         self.workers_die = True
