@@ -74,7 +74,7 @@ static void AllowLog(void* paths, const char* path, bool plain_file) {
 }
 
 // Compressed bytes are unpacked by a helper, as those of a file are.
-static void PrepareForBytes(PathsToAllow& paths, const Settings& settings, const LogPiece& piece) {
+static void PrepareForBytes(const PathsToAllow& paths, const Settings& settings, const LogPiece& piece) {
   TakeBytesOf(piece, settings);
   const int file = OpenLogFile(piece.path.c_str()).file;
   if (paths.unpackers > 0 && file >= 0 && FormatOfFile(file) != PackFormat::kNone) {

@@ -63,8 +63,8 @@ static void CountLines(const LogPiece& piece, const char* bytes, size_t size, in
 // Keeps what comes as what stands in the log from one place to another one; returns where it has ended, or -1
 // where it could not be kept.
 static int64_t Keep(FILE* stream, const LogPiece& piece, int64_t from, int64_t to) {
-  static char block[64 * 1024 + kScanOverread];
-  constexpr size_t kBlock = 64 * 1024;
+  constexpr size_t kBlock = size_t{64} << 10;
+  static char block[kBlock + kScanOverread];
   while (from < to) {
     const size_t size = fread(block, 1, SizeBefore(to, from, kBlock), stream);
     if (size == 0) {

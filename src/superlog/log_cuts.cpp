@@ -105,7 +105,7 @@ static std::vector<LogPlace> PlacesToCut(const LogFile& log, uint64_t size, Cuts
     return PlacesAt(log, BehindMultiples(log, size));
   }
   const LogEvents events = std::exchange(mLogEvents, {});
-  const std::vector<LogPlace> alike = WhereAllReadAlike(log, PlacesAt(log, EqualStretches(log, size)));
+  std::vector<LogPlace> alike = WhereAllReadAlike(log, PlacesAt(log, EqualStretches(log, size)));
   mLogEvents = events;
   return alike;
 }

@@ -158,8 +158,10 @@ TEST_F(PlanJoinTest, PutsCopiesToTheFirstLogThatIsTheSame) {
 }
 
 TEST_F(PlanJoinTest, KnowsNoCopyOfWhatIsNotThere) {
-  Take(Plan({Log(0, "a")}));
   const LogPiece same = Log(0, "b");
+  LogPiece unread = Log(1, "z");
+  unread.proof = 0;
+  Take(Plan({Log(0, "a"), unread}));
   LogPiece unproven = same;
   LogPiece within = same;
   LogPiece nothing = same;

@@ -120,6 +120,10 @@ TEST_F(GivenLogTest, StandsForItsPathAlone) {
   EXPECT_EQ(read(opened.file, &byte, 1), 1);
   EXPECT_EQ(byte, log[0]);
   close(opened.file);
+  const int again = OpenLogFile("a.log").file;
+  EXPECT_EQ(read(again, &byte, 1), 1);
+  EXPECT_EQ(byte, log[0]);
+  close(again);
   ForgetGivenLog();
   EXPECT_LT(OpenLogFile("a.log").file, 0);
 }

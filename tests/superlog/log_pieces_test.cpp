@@ -438,6 +438,7 @@ TEST_F(LogPieces, OfOneWithinALogStayWithinIt) {
   for (size_t i = 1; i < pieces.size(); ++i) {
     EXPECT_EQ(pieces[i].from, pieces[i - 1].to);
     EXPECT_GT(pieces[i].from, plan[1].from);
+    EXPECT_LT(pieces[i].from, plan[1].to);
     EXPECT_TRUE(IsAsPlanned(pieces[i]));
   }
   const std::vector<LogPiece> again = Cut(pieces[2], 1000, Cuts::kProven);
