@@ -33,6 +33,27 @@ class Working(Shared):
         cluster.ready("one", "two")
         self.expect_page(self.wanted, *self.arguments(cluster))
 
+    def test_the_configuration_goes_along(self) -> None:
+        """A layout in words, search engines, days and a zone of its own: workers have none of it."""
+        log = self.folder / "words.log"
+        lines = [
+            f"10.0.0.{n % 7} [{1 + n % 9:02}/Mar/2026:23:{n % 60:02}:00 +0000] /p{n % 30} 200 {n} http://find.example/?words=tea+{n % 5}\n"
+            for n in range(2000)
+        ]
+        log.write_text("".join(lines))
+        engines = self.folder / "engines"
+        engines.write_text("search=Finder,find.example,words\n")
+        options = (
+            "--log-format", "$remote_addr [$time_local] $uri $status $bytes_sent $http_referer", "--timezone", "Asia/Tokyo",
+            "--search-engines", str(engines), "--from", "2026-03-02", "--to", "2026-03-08", "--title", "a <b>", "--exclude-hosts", "10.0.0.3",
+        )  # fmt: skip
+        wanted = self.plain(log, options=options)
+        self.assertIn("tea", wanted)
+        cluster = self.cluster()
+        cluster.add("one")
+        cluster.ready("one")
+        self.expect_page(wanted, "--scheduler", cluster.address, "--piece-size", "64K", *options, str(log))
+
     def lose_one(self, step: str) -> None:
         """One of two workers dies in a step; the other does its work."""
         self.workers_die = True
