@@ -1,11 +1,11 @@
 #include "cgi/parameters.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstring>
 #include <iterator>
 #include <string_view>
 
+#include "base/byte_size.h"
 #include "dates/years.h"
 #include "report/extra_texts.h"
 #include "superlog/superlog.h"
@@ -200,32 +200,12 @@ void SetPartCache(Settings& settings, const char* value, int level) {
   }
 }
 
-// In powers of two; below 0: there is no such unit.
-static int PowerOf(std::string_view unit) {
-  constexpr std::string_view kUnits = "kmg";
-  const size_t place = unit.size() == 1 ? kUnits.find(ToLowerAscii(unit[0])) : std::string_view::npos;
-  return unit.empty() ? 0 : place == std::string_view::npos ? -1 : 10 * (static_cast<int>(place) + 1);
-}
-
-// Below 0: it is no size. More than kMost is kMost.
-static int64_t SizeOf(std::string_view text) {
-  constexpr uint64_t kMost = uint64_t{1} << 50;
-  const char* const last = text.data() + text.size();
-  uint64_t number = 0;
-  const auto [end, failure] = std::from_chars(text.data(), last, number);
-  const int power = PowerOf({end, static_cast<size_t>(last - end)});
-  if (end == text.data() || power < 0) {
-    return -1;
-  }
-  const bool more = failure != std::errc() || number > kMost >> power;
-  return static_cast<int64_t>(more ? kMost : number << power);
-}
-
 void SetPartCacheSize(Settings& settings, const char* value, int level) {
-  const int64_t size = SizeOf(value);
-  if (size >= 0 && level >= settings.part_cache_size_level) {
+  static constexpr uint64_t kMost = uint64_t{1} << 50;
+  const std::optional<uint64_t> size = ByteSize(value);
+  if (size && level >= settings.part_cache_size_level) {
     settings.part_cache_size_level = level;
-    settings.part_cache_size = size;
+    settings.part_cache_size = static_cast<int64_t>(std::min(*size, kMost));
   }
 }
 

@@ -43,7 +43,7 @@ static ContentHash HashOfCounting(const Fingerprint& fingerprint, const Rules& r
 }
 
 bool OpenKeptCounts(const char* folder, const Rules& rules, const Analysis& analysis, KeptCounts& kept) {
-  if (folder[0] == '\0' || !IsOwnFolder(folder)) {
+  if (!IsOwnFolder(folder)) {
     return false;
   }
   kept.folder = folder;

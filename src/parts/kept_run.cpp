@@ -268,7 +268,10 @@ static void CountAgain(KeptRun& run) {
   mLogEvents = told;
 }
 
-bool CountWithKept(const Settings& settings, Analysis& analysis) {
+bool CountWithKept(const Settings& settings, Analysis& analysis, CountBefore* before) {
+  if (settings.part_cache[0] == '\0') {
+    return false;
+  }
   const Rules rules = ResolveRules(settings, analysis.counting);
   KeptRun run{settings, analysis, {"", rules, {}, {}}, {}, {}, {}};
   if (!AreRecordsCountedAlone(rules) || !IsStoreOpen() ||
@@ -278,6 +281,7 @@ bool CountWithKept(const Settings& settings, Analysis& analysis) {
   const LineListener listener = TakeLineListener();
   mpRun = &run;
   ListenTo(mLogEvents, true);
+  run.written = before != nullptr && before(settings, analysis);
   CountRecords(settings, analysis);
   ListenTo(mLogEvents, false);
   mpRun = nullptr;

@@ -11,11 +11,15 @@
 
 // ---- Writing ----
 
-static void AddPath(std::string& token, std::string_view name, std::string_view path) {
-  static constexpr char kDigits[] = "0123456789ABCDEF";
+static void BeginField(std::string& token, std::string_view name) {
   token += ' ';
   token += name;
   token += '=';
+}
+
+static void AddPath(std::string& token, std::string_view name, std::string_view path) {
+  static constexpr char kDigits[] = "0123456789ABCDEF";
+  BeginField(token, name);
   for (const char c : path) {
     const auto byte = static_cast<unsigned char>(c);
     if (byte > ' ' && byte < 0x7f && c != '%') {
@@ -32,17 +36,14 @@ static std::string WithPlace(const LogCopy& copy) {
 
 template <class Figure>
 static void AddFigure(std::string& token, std::string_view name, Figure figure) {
-  token += ' ';
-  token += name;
-  token += '=' + std::to_string(figure);
+  BeginField(token, name);
+  token += std::to_string(figure);
 }
 
 static void AddHash(std::string& token, std::string_view name, uint64_t hash) {
   char digits[17];
   snprintf(digits, sizeof digits, "%016" PRIx64, hash);
-  token += ' ';
-  token += name;
-  token += '=';
+  BeginField(token, name);
   token += digits;
 }
 

@@ -52,7 +52,6 @@ static StandBy LeaveToAnother() {
   if (memory == MAP_FAILED) {
     return {nullptr, -1};
   }
-  LendUnpackers();
   const pid_t self = getpid();
   const StandBy stand_by{static_cast<bool*>(memory), fork()};
   if (stand_by.process == 0) {
@@ -116,6 +115,12 @@ struct Crew {
   Analysis& analysis;
 };
 
+static void CountOne(const LogShare& share, size_t number, const Settings& settings, Analysis& analysis) {
+  UseUnpacker(number + 1);
+  TakeShare(share);
+  CountRecords(settings, analysis);
+}
+
 static bool AddPartOf(Worker& worker, const Crew& crew) {
   PartInlet inlet{worker.pipe.from};
   PartReader part = ReaderOf(inlet);
@@ -127,9 +132,7 @@ static bool AddPartOf(Worker& worker, const Crew& crew) {
 
 // Counts the share of that number and adds what others hand over.
 static bool CountShare(Crew& crew, size_t number) {
-  UseUnpacker(number + 1);
-  TakeShare(crew.shares[number]);
-  CountRecords(crew.settings, crew.analysis);
+  CountOne(crew.shares[number], number, crew.settings, crew.analysis);
   bool added = true;
   for (size_t i = number + 1; i < crew.workers.size() && added; ++i) {
     added = TakerOf(i) != number || AddPartOf(crew.workers[i], crew);
@@ -227,14 +230,58 @@ static bool CountElsewhere(const std::vector<LogShare>& shares, const Settings& 
   return true;
 }
 
+// One of each process; fewer than two where there is nothing to share. Processes that are started now can
+// unpack, too.
+static std::vector<LogShare> SharesOf(const Settings& settings) {
+  if (settings.workers < 2) {
+    return {};
+  }
+  LendUnpackers();
+  return DivideLogs(static_cast<size_t>(settings.workers), static_cast<uint64_t>(settings.worker_bytes));
+}
+
+// ---- With counts that are kept ----
+
+[[noreturn]] static void CountAndKeep(const LogShare& share, size_t number, const Settings& settings,
+                                      Analysis& analysis) {
+  EndInsteadOfReclaims(GiveUp);
+  CountOne(share, number, settings, analysis);
+  EndWithoutOutput(0);
+}
+
+// What a process fails to keep the run counts by itself.
+static bool KeepByWorkers(const Settings& settings, Analysis& analysis) {
+  const std::vector<LogShare> shares = SharesOf(settings);
+  if (shares.size() < 2) {
+    return false;
+  }
+  const pid_t self = getpid();
+  std::vector<pid_t> processes;
+  for (size_t i = 0; i < shares.size(); ++i) {
+    processes.push_back(fork());
+    if (processes.back() == 0) {
+      DieWith(self);
+      CountAndKeep(shares[i], i, settings, analysis);
+    }
+  }
+  for (const pid_t process : processes) {
+    if (process > 0) {
+      WaitFor(process);
+    }
+  }
+  return true;
+}
+
+// ---- The whole ----
+
 void CountByWorkers(const Settings& settings, Analysis& analysis) {
-  if (CountWithKept(settings, analysis)) {
+  if (CountWithKept(settings, analysis, KeepByWorkers)) {
     return;
   }
   const Rules rules = ResolveRules(settings, analysis.counting);
   std::vector<LogShare> shares;
-  if (settings.workers > 1 && AreRecordsCountedAlone(rules)) {
-    shares = DivideLogs(static_cast<size_t>(settings.workers), static_cast<uint64_t>(settings.worker_bytes));
+  if (AreRecordsCountedAlone(rules)) {
+    shares = SharesOf(settings);
   }
   if (shares.size() < 2 || !CountElsewhere(shares, settings, rules, analysis)) {
     CountRecords(settings, analysis);

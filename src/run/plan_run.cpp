@@ -1,12 +1,12 @@
 #include "run/plan_run.h"
 
-#include <charconv>
 #include <cinttypes>
 #include <cstdio>
 #include <string>
 #include <vector>
 
 #include "analysis/driver.h"
+#include "base/byte_size.h"
 #include "parts/piece_token.h"
 #include "parts/plan_join.h"
 #include "run/given_piece.h"
@@ -20,18 +20,9 @@ struct WantedPieces {
   Cuts cuts;
 };
 
-// "64M"; 0: it is no size.
 static uint64_t SizeOf(std::string_view text) {
-  static constexpr std::string_view kUnits = "kmgt";
-  uint64_t size = 0;
-  const char* const end = text.data() + text.size();
-  const auto read = std::from_chars(text.data(), end, size);
-  const bool bare = read.ptr == end;
-  const size_t unit = bare ? 0 : kUnits.find(ToLowerAscii(*read.ptr));
-  const bool known =
-      read.ec == std::errc{} && (bare || (read.ptr + 1 == end && unit != std::string_view::npos));
-  const size_t shift = bare ? 0 : 10 * (unit + 1);
-  return known && size < (UINT64_MAX >> 1 >> shift) ? size << shift : 0;
+  const uint64_t size = ByteSize(text).value_or(0);
+  return size <= INT64_MAX ? size : 0;
 }
 
 // "64M,quick"

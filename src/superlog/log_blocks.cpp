@@ -125,8 +125,7 @@ uint64_t BytesToBeRead(const LogFile& log, time_t first, time_t last) {
   mBlocks.range_first = first;
   mBlocks.range_last = last;
   KnownLog& known = mBlocks.known;
-  const bool recalled =
-      IsStoreOpen() && StampOf(log.name, mBlocks.stamp) && Recall(mBlocks.stamp, known) && !known.packed;
+  const bool recalled = IsStoreOpen() && StampOf(log.name, mBlocks.stamp) && Recall(mBlocks.stamp, known);
   return recalled ? log.size - std::min(log.size, BytesKnown(known)) : log.size;
 }
 

@@ -11,6 +11,7 @@
 #include "superlog/divided_logs.h"
 #include "superlog/line_reader.h"
 #include "superlog/log_blocks.h"
+#include "superlog/log_events.h"
 #include "superlog/log_files.h"
 #include "superlog/log_format.h"
 #include "superlog/log_line.h"
@@ -59,8 +60,13 @@ bool Follows(const ShareStates& last, const ShareStates& next) {
 static constexpr uint64_t kLogsInShare = 256;
 static constexpr uint64_t kCostOfPackedByte = 8;
 
-// Small logs are read sooner than it is known what need not be read of them.
+// Small logs are read sooner than it is known what need not be read of them, but not sooner than counted and
+// kept.
 static constexpr uint64_t kWorthAsking = 1 << 20;
+
+static bool IsWorthAsking(const LogFile& log) {
+  return AreLogsReadWhole() && (log.size >= kWorthAsking || mLogEvents.block_counted != nullptr);
+}
 
 // Opening each log for that would take longer than most are worth.
 static bool IsCalledPacked(std::string_view path) {
@@ -78,12 +84,12 @@ static Work WorkOf(const LogFile& log, uint64_t opening) {
   if (!IsToBeRead(log)) {
     return {&log, 0, 0, false};
   }
+  const uint64_t bytes = IsWorthAsking(log) ? BytesToBeRead(log) : log.size;
   if (AreLogsReadWhole() && IsCalledPacked(log.name)) {
-    return {&log, opening, log.size * kCostOfPackedByte + opening, false};
+    return {&log, opening, bytes * kCostOfPackedByte + opening, false};
   }
-  const bool ask = AreLogsReadWhole() && log.size >= kWorthAsking;
-  const uint64_t bytes = ask ? BytesToBeRead(log) : log.size;
-  return {&log, opening, bytes + opening, bytes > log.size / 2 && !MayEndItself(log)};
+  const bool divisible = mLogEvents.block_counted == nullptr && bytes > log.size / 2 && !MayEndItself(log);
+  return {&log, opening, bytes + opening, divisible};
 }
 
 // Bytes of a file around a place where it might be cut.

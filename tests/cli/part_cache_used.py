@@ -25,6 +25,7 @@ import workers_check  # pylint: disable=wrong-import-position
 
 PROGRAM = str(pathlib.Path(sys.argv[1]).resolve())
 SETTLED = 3.1  # seconds, in which nobody changes a log
+WORKERS = "workers=3,4096"  # of which each may take as little as 4 KiB
 FIRST_DAY = datetime.date(2000, 2, 20)
 # How logs are packed, of how many lines they are, and how many bytes of one are looked at in any case: whether it is
 # compressed; if it is, whether others begin likewise, beyond which up to 2.25 MiB are unpacked ahead.
@@ -42,8 +43,8 @@ def log_of(day, lines):
 
 
 class Account:
-    def __init__(self, folder, probed):
-        self.folder, self.probed, self.failures = pathlib.Path(folder), probed, []
+    def __init__(self, folder, probed, packed):
+        self.folder, self.probed, self.packed, self.failures = pathlib.Path(folder), probed, packed, []
         (self.folder / "logs").mkdir()
         (self.folder / "orvellis.conf").write_text("user=all;logs=logs/*;url=http://www.example.com;password=*\n")
 
@@ -61,26 +62,29 @@ class Account:
         return done.returncode, workers_check.without_moments(done.stdout), done.stderr
 
     def read_by(self, words):
-        """The page, and which logs were read for it."""
+        """The page, and which logs each of its processes has read."""
         traces = self.folder / "traces"
         traces.mkdir()
         done = self.run(words, [divided_runs.STRACE, "-ff", "-y", "-qq", "-o", str(traces / "of"), "-e", "trace=read,pread64,mmap", "--"])
-        read = collections.Counter()
+        read = []
         for trace in traces.iterdir():
-            text = trace.read_text(errors="replace")
+            text, sizes = trace.read_text(errors="replace"), collections.Counter()
             for name, size in READ.findall(text) + [found[::-1] for found in MAPPED.findall(text)]:
-                read[name] += int(size)
+                sizes[name] += int(size)
+            read.append({name for name, size in sizes.items() if size > self.probed(self.size_of(name))})
         shutil.rmtree(traces)
-        return done, {name for name, size in read.items() if size > self.probed(self.size_of(name))}
+        return done, [names for names in read if names]
 
-    def expect_read(self, what, expected, *words):
-        """Nothing but these logs is read, and the page is that of a run without counts."""
+    def expect_read(self, what, expected, *words, processes=1):
+        """Nothing but these logs is read, plain ones each once, by so many processes, and the page is that of a run without
+        counts. What reads compressed ones are processes that serve others."""
         plain = self.run(words)
         done, read = self.read_by([*words, "partcache=counts"])
         if plain[0] != 0 or done != plain:
             self.failures.append(f"{what}: another report than without counts")
-        if read != set(expected):
-            self.failures.append(f"{what}: read is {sorted(read)}, and not {sorted(expected)}")
+        once = sum(map(len, read)) == len(expected) and len(read) == (processes if expected else 0)
+        if set().union(*read) != set(expected) or not (once or self.packed):
+            self.failures.append(f"{what}: read is {[sorted(names) for names in read]}, and not {sorted(expected)}")
 
 
 def check(account, pack, lines):
@@ -102,12 +106,15 @@ def check(account, pack, lines):
     account.expect_read("days of none", [], "from=1999-02-27", "to=1999-03-01")
     account.expect_read("another path", names, "days=all", "find=/page1")
     account.expect_read("that path again", [], "days=all", "find=/page1")
+    account.expect_read("a third path, by workers", names, "days=all", "find=/page2", WORKERS, processes=3)
+    account.expect_read("that path again, by workers", [], "days=all", "find=/page2", WORKERS)
     account.write("access.log-08", pack(log_of(8, lines)))
     (account.folder / "logs" / names[5]).rename(account.folder / "logs/access.log.5")
     time.sleep(SETTLED)
     account.run(["from=2000-02-25", "to=2000-02-25", "partcache=counts"])  # reads what was called anew, and finds it the same
     account.expect_read("a new day", ["access.log-08"], "days=all")
     account.expect_read("it is known, too", [], "days=all")
+    account.expect_read("a new day of the third path, by workers", ["access.log-08"], "days=all", "find=/page2", WORKERS)
 
 
 def main():
@@ -116,7 +123,7 @@ def main():
     failures = []
     for pack, lines, probed in PACKERS:
         with tempfile.TemporaryDirectory() as folder:
-            account = Account(folder, probed)
+            account = Account(folder, probed, pack is not bytes)
             check(account, pack, lines)
             failures += [f"{pack.__name__}: {failure}" for failure in account.failures]
     print(*failures, sep="\n")

@@ -13,7 +13,7 @@ import tempfile
 COUNT = sys.argv[4] if len(sys.argv) > 4 else "12"
 
 # Where a run keeps counts, the report of an earlier one of the same key is given, if there is one.
-WRONG = '''#!/usr/bin/env python3
+WRONG = '''#!%(python)s -SE
 import glob, hashlib, os, subprocess, sys
 given = sys.stdin.buffer.read()
 def value(name):
@@ -42,7 +42,7 @@ path = os.path.join(folder, hashlib.md5(key.encode()).hexdigest() + ".counts")
 entry = b""
 if folder and os.path.isfile(path) and not os.path.islink(path):
     check, _, entry = read(path).partition(b"|")
-    if check != sum_of(entry):
+    if check != sum_of(key.encode() + entry):
         entry = b""
 if entry.count(b"|") < 2:
     done = subprocess.run([%(program)r] + words, input=given, capture_output=True)
@@ -50,7 +50,7 @@ if entry.count(b"|") < 2:
     try:
         if folder:
             with open(path + str(os.getpid()), "wb") as file:
-                file.write(sum_of(entry) + b"|" + entry)
+                file.write(sum_of(key.encode() + entry) + b"|" + entry)
             os.rename(path + str(os.getpid()), path)
     except OSError:
         pass
@@ -71,7 +71,7 @@ RIGHT = "words, zone, given, contents, status('ctime_ns', 'ino')"
 
 def is_found_out(name, folder):
     program = pathlib.Path(folder) / name.replace(" ", "_")
-    program.write_text(WRONG % {"key": PROGRAMS.get(name, RIGHT),
+    program.write_text(WRONG % {"python": sys.executable, "key": PROGRAMS.get(name, RIGHT),
                                 "program": str(pathlib.Path(sys.argv[1]).resolve())})
     program.chmod(0o755)
     test = pathlib.Path(__file__).with_name("part_cache_random.py")

@@ -4,6 +4,7 @@
 
 #include <vector>
 
+#include "dates/clock.h"
 #include "run/reset.h"
 #include "support/text_file.h"
 
@@ -94,6 +95,7 @@ TEST_F(RunTest, ReportForAWebServer) {
 }
 
 TEST_F(RunTest, SecondRunBehindAResetPrintsTheSame) {
+  SetCurrentTimeForTest(954547200);
   WriteConfig("orvellis.conf", Account("search=F;domain=finder.example;vars=q\nLogFormat=S?hmw1qrc\n"));
   const std::string first = Page(kAsk);
   ResetRun();
@@ -102,6 +104,7 @@ TEST_F(RunTest, SecondRunBehindAResetPrintsTheSame) {
   ResetRun();
   WriteConfig("orvellis.conf", Account("search=F;domain=finder.example;vars=q\nLogFormat=S?hmw1qrc\n"));
   EXPECT_EQ(Page(kAsk), first);
+  SetCurrentTimeForTest(-1);
 }
 
 TEST_F(RunTest, HelpNeedsNoConfiguration) {
