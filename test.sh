@@ -25,6 +25,8 @@ if [ "${ORVELLIS_SYSTEM_TESTS:-}" = 1 ]; then
   need_packages haproxy varnish squid caddy
   # What the manual shows of many machines, and of the container image, which is built where buildah is installed.
   need_packages parallel openssh-client openssh-server python3-yaml debootstrap
+  # A Dask cluster, what it reads addresses with, and what reads its types.
+  need_packages python3-distributed python3-fsspec python3-aiohttp python3-mypy openssl
   command -v npm >/dev/null || need_packages npm
   mkdir -p build/browser
   cp tests/browser/package.json tests/browser/package-lock.json build/browser/

@@ -1,6 +1,7 @@
-# Runs when all files of the Debian package stand ready: what only a Debian package has, in the
+# Runs when all files of the Debian packages stand ready: what only a Debian package has, in the
 # form that Debian wants it.
-set(root "${CPACK_TEMPORARY_INSTALL_DIRECTORY}")
+set(root "${CPACK_TEMPORARY_INSTALL_DIRECTORY}/Unspecified")
+set(cluster "${CPACK_TEMPORARY_INSTALL_DIRECTORY}/cluster")
 set(doc "${root}/usr/share/doc/orvellis")
 set(source "${CPACK_ORVELLIS_SOURCE}")
 
@@ -22,4 +23,10 @@ compress("${root}/usr/share/man/man1/orvellis.1")
 compress("${root}/usr/share/man/man1/orvellis-report.1")
 compress("${root}/usr/share/man/man1/orvellis-passwd.1")
 compress("${root}/usr/share/man/man5/orvellis.conf.5")
-execute_process(COMMAND chmod -R go-w "${root}" COMMAND_ERROR_IS_FATAL ANY)
+
+file(MAKE_DIRECTORY "${cluster}/usr/share/doc/orvellis-cluster")
+file(COPY_FILE "${doc}/copyright" "${cluster}/usr/share/doc/orvellis-cluster/copyright")
+file(COPY_FILE "${doc}/changelog.gz" "${cluster}/usr/share/doc/orvellis-cluster/changelog.gz")
+configure_file("${source}/packaging/cluster-lintian-overrides" "${cluster}/usr/share/lintian/overrides/orvellis-cluster" COPYONLY)
+compress("${cluster}/usr/share/man/man1/orvellis-cluster.1")
+execute_process(COMMAND chmod -R go-w "${root}" "${cluster}" COMMAND_ERROR_IS_FATAL ANY)

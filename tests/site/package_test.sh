@@ -28,11 +28,13 @@ fail() {
 cpack --config "$build/CPackConfig.cmake" -B "$work" >"$work/log" || { cat "$work/log"; fail "no package"; }
 package=$work/orvellis_1.5_$(dpkg --print-architecture).deb
 [ -f "$package" ] || fail "the package has another name"
+cluster_package=$work/orvellis-cluster_1.5_all.deb
+[ -f "$cluster_package" ] || fail "the package of orvellis-cluster has another name"
 if command -v lintian >/dev/null; then
-  lintian --allow-root --fail-on error,warning "$package" >"$work/lintian" 2>&1 || { cat "$work/lintian"; fail "lintian"; }
+  lintian --allow-root --fail-on error,warning "$package" "$cluster_package" >"$work/lintian" 2>&1 || { cat "$work/lintian"; fail "lintian"; }
 fi
 
-purge() { dpkg --purge orvellis >/dev/null 2>&1 || true; }
+purge() { dpkg --purge orvellis-cluster orvellis >/dev/null 2>&1 || true; }
 trap 'purge; rm -rf "$work"' EXIT
 dpkg --install "$package" >"$work/log" 2>&1 || { cat "$work/log"; fail "it does not install"; }
 [ "$(stat -c '%a %U %G' /etc/orvellis/passwords)" = '640 root www-data' ] || fail "the password file is open"
@@ -91,6 +93,19 @@ if command -v fail2ban-client >/dev/null; then
   rm -f "$work/fail2ban/jail.local"
   fail2ban-client -c "$work/fail2ban" -t >"$work/log" 2>&1 || { cat "$work/log"; fail "fail2ban refuses the jail"; }
   [ "$(fail2ban-regex --out ip /var/log/orvellis/error.log /etc/fail2ban/filter.d/orvellis.conf)" = 192.0.2.7 ] || fail "the filter"
+fi
+
+# Many machines: installed where Dask is, it writes the same report, and goes without a trace.
+if dpkg-query -W -f='${Status}' python3-distributed 2>/dev/null | grep -q 'ok installed'; then
+  dpkg --install "$cluster_package" >"$work/log" 2>&1 || { cat "$work/log"; fail "orvellis-cluster does not install"; }
+  printf '192.0.2.1 - - [05/Mar/2000:07:06:11 +0000] "GET /a HTTP/1.0" 200 7\n' >"$work/access.log"
+  (cd "$work" && env -i PATH=/usr/bin:/bin TZ=UTC orvellis-cluster --csv access.log >one 2>told && env -i PATH=/usr/bin:/bin TZ=UTC orvellis-report --csv access.log >two 2>/dev/null) ||
+    { cat "$work/told"; fail "orvellis-cluster does not run"; }
+  cmp "$work/one" "$work/two" || fail "orvellis-cluster writes another report"
+  dpkg --purge orvellis-cluster >"$work/log" 2>&1 || { cat "$work/log"; fail "orvellis-cluster cannot be purged"; }
+  for path in /usr/share/orvellis-cluster /usr/bin/orvellis-cluster /usr/share/doc/orvellis-cluster; do
+    [ ! -e "$path" ] && [ ! -L "$path" ] || fail "purging leaves $path behind"
+  done
 fi
 
 # An upgrade keeps what was edited.
