@@ -255,6 +255,7 @@ class ClusterTest(unittest.TestCase):
         return left
 
     def expect_nothing_left(self) -> None:
-        self.assertEqual(self.left_processes(), [])
+        # What a wrapper has started ends a moment behind it.
+        wait_for("the end of all programs", lambda: not self.left_processes())
         # A worker that was killed could take nothing away.
         self.assertEqual([file for file in self.left_files() if not self.workers_die], [])
