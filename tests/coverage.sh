@@ -1,8 +1,7 @@
 #!/bin/sh
-# Builds the program with counters and with unsigned characters, runs the unit tests and the end-to-end cases on
-# it, and prints how much of each file of src/ ran. Fails under 95 % of the lines or 90 % of the branches, or
-# when a test fails: the program must not depend on the sign of a plain character. docs/coverage.md tells
-# what never runs, and why.
+# Builds the program with counters, runs the unit tests and the end-to-end cases on it, and prints how much of
+# each file of src/ ran. Fails under 95 % of the lines or 90 % of the branches, or when a test fails.
+# docs/coverage.md tells what never runs, and why.
 #
 #   tests/coverage.sh [--branches]    the table shows the branches in place of the lines
 set -eu

@@ -4,11 +4,13 @@ the counts are merged, and the page must be the same bytes as that of one run.
 
     parts_check.py PROGRAM PROJECT [CASE...]
 
-Every case of a shell that has logs is asked in both editions, its parts one by one, through standard input, and
-summed up as a tree; a case of one log is asked with that log cut into three, too; and each with the pieces of a plan,
-and of a plan that was made without reading the logs: in the modern edition of one that names whole logs, which are cut
-one by one, and joined, and their bytes come by standard input. Such a plan may not hold; then the other one does. A run may refuse to be divided, for one of the reasons below and never for another; then nothing may be printed. Parts
-of logs are added in the order of names: cases whose summary file has another one are asked by the plan alone.
+Every case of a shell that has logs is asked in both editions with the pieces of a plan. In one edition, in turn, it is
+also asked with a part of each log, and where it has one log with that cut into three; in the other one with the pieces
+of a plan that was made without reading the logs: in the modern edition of one that names whole logs, which are cut one
+by one, and joined, and their bytes come by standard input. Such a plan may not hold; then the other one does. A CASE
+that is named is asked in all ways. Parts are merged one by one, through standard input, and as a tree. A run may refuse
+to be divided, for one of the reasons below and never for another; then nothing may be printed. Parts of logs are added
+in the order of names: cases whose summary file has another one are asked by the plan alone.
 """
 import collections
 import concurrent.futures
@@ -179,14 +181,14 @@ def plan_in_steps(case):
 
 
 def count_piece(case, piece, part, by_stream):
-    folder = case.make("counting")
+    """In a folder that pieces share: they leave nothing there. A log that comes by a stream lies in another one."""
     words = [b"piece=" + piece, b"part=" + os.fsencode(part)]
-    log = folder / os.fsdecode(piece_bytes.path_of(piece))
+    path = os.fsdecode(piece_bytes.path_of(piece))
+    log = case.folder / "planning" / path
     if not by_stream or not log.is_file():
-        return case.run(folder, words)
-    given = piece_bytes.stretch(piece, log.read_bytes())
-    log.unlink()
-    return case.run(folder, words + [b"bytes=-"], given)
+        return case.run(case.folder / "counting", words)
+    (case.folder / "counting" / path).unlink(missing_ok=True)
+    return case.run(case.folder / "counting", words + [b"bytes=-"], piece_bytes.stretch(piece, log.read_bytes()))
 
 
 def count_pieces(case, make_plan):
@@ -195,6 +197,7 @@ def count_pieces(case, make_plan):
     if status != 0 or said:
         return None, refused((status, plan, said)) or f"planning: {status, said}"
     parts = []
+    case.make("counting")
     for number, piece in enumerate(plan.splitlines()):
         part = case.folder / f"{number:04}.part"
         done = count_piece(case, piece, part, make_plan == plan_in_steps and case.edition == b"modern")
@@ -217,18 +220,19 @@ def end_of(path, edition, way):
 def merged_in_all_ways(case, parts):
     pattern = os.fsencode(case.folder / "*.part")
     everything = b"".join(part.read_bytes() for part in parts)
-    yield case.run(case.make("merging"), [b"merge=" + pattern])
-    yield case.run(case.make("merging"), [b"merge=-"], everything)
+    folder = case.make("merging")
+    yield case.run(folder, [b"merge=" + pattern])
+    yield case.run(folder, [b"merge=-"], everything)
     half = len(parts) // 2
     if half > 0:
         halves = b""
         for some in (parts[:half], parts[half:]):
             given = b"".join(part.read_bytes() for part in some)
-            status, out, said = case.run(case.make("merging"), [b"merge=-", b"part=-"], given)
+            status, out, said = case.run(folder, [b"merge=-", b"part=-"], given)
             if status != 0:
                 yield status, out, said
             halves += out
-        yield case.run(case.make("merging"), [b"merge=-"], halves)
+        yield case.run(folder, [b"merge=-"], halves)
 
 
 def is_of_a_shell(files):
@@ -283,12 +287,19 @@ def difference(plain, done):
     return f"{len(plain[1])} bytes became {len(done[1])}"
 
 
+def ways_of(number, edition, all_ways):
+    """In both editions by a plan; and in turn, for neighbours are alike, by its logs in one and by a plan in steps in the
+    other one."""
+    turn = (number + (edition == b"modern")) % 2
+    return ("logs", "cut", *PLANS) if all_ways else ("logs", "cut", "plan") if turn else ("plan", "steps")
+
+
 def main():
     names = sys.argv[3:]
     cases = [path for path in agreement.all_cases() if is_of_a_shell(agreement.files_of(path))
              and (not names or str(path.relative_to(agreement.CASES)) in names)]
-    jobs = [(path, edition, way) for path in cases for way in ("logs", "cut", *PLANS)
-            if way != "cut" or has_one_plain_log(path) for edition in (b"classic", b"modern")]
+    jobs = [(path, edition, way) for number, path in enumerate(cases) for edition in (b"classic", b"modern")
+            for way in ways_of(number, edition, bool(names)) if way != "cut" or has_one_plain_log(path)]
     ends, failures = collections.Counter(), 0
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
         for (path, edition, way), end in zip(jobs, pool.map(lambda job: end_of(*job), jobs)):

@@ -69,15 +69,21 @@ def person():
     return status == 200 and b"</html>" in page, time.monotonic() - start
 
 
+PROGRAM = os.path.realpath(f"{PREFIX}/libexec/orvellis/cgi/orvellis")
+
+
+def is_program(process):
+    try:
+        return os.readlink(f"/proc/{process}/exe") == PROGRAM
+    except OSError:
+        return False
+
+
 def running():
-    program = os.path.realpath(f"{PREFIX}/libexec/orvellis/cgi/orvellis")
-    count = 0
-    for process in filter(str.isdigit, os.listdir("/proc")):
-        try:
-            count += os.readlink(f"/proc/{process}/exe") == program
-        except OSError:
-            pass
-    return count
+    """How many programs there are at once: a look takes so long that some come meanwhile for others that have gone, but
+    what is there in two looks was there between them."""
+    seen = [process for process in filter(str.isdigit, os.listdir("/proc")) if is_program(process)]
+    return sum(map(is_program, seen))
 
 
 def slow_posts():
