@@ -34,6 +34,8 @@ struct LogFile {
   // Of logs that are read whole.
   bool plain;               // neither folder, pipe nor device
   bool unopened;            // this run could not read it
+  bool missing;             // there are pieces of it that nobody could read
+  bool lines_counted;       // see below
   PackFormat format;        // kNone of what is not compressed, or was not opened
   UnpackEnd unpacked;       // how its unpacking ended; kWhole of any other
   const LogFile* original;  // another one that holds the same and has none itself; null: none
@@ -42,12 +44,10 @@ struct LogFile {
   LogReading* reading;    // null: none yet
   ContentHash likeness;   // the same for other runs; {} until somebody asks (log_parts.h)
 
-  bool missing;            // whole pieces of it that nobody could read,
-  uint64_t missing_bytes;  // and how long these are
+  uint64_t missing_bytes;  // how long the missing pieces are
 
-  // Of logs whose bytes came by a stream: lines are counted from the beginning of the piece on, and so many
-  // end in it.
-  bool lines_counted;
+  // Where lines are counted, as of logs whose bytes came by a stream: they are counted from the beginning of
+  // the piece on, and so many end in it.
   uint64_t lines;
 
   uint64_t planned;  // of logs whose pieces were added: the place in the list of the plan

@@ -258,4 +258,4 @@ class ClusterTest(unittest.TestCase):
         # What a wrapper has started ends a moment behind it.
         wait_for("the end of all programs", lambda: not self.left_processes())
         # A worker that was killed could take nothing away.
-        self.assertEqual([file for file in self.left_files() if not self.workers_die], [])
+        wait_for("the end of all files", lambda: self.workers_die or not self.left_files())
