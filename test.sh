@@ -5,7 +5,7 @@
 # With ORVELLIS_SYSTEM_TESTS=1 the machine itself is tested, too: Orvellis behind three web servers, over the logs
 # of seven, in a browser, as a Debian package, on many machines by Dask and by ssh, as a container, and on an
 # emulated ARM processor. With ORVELLIS_DEEP_TESTS=1 the source is read by two analysers, all fuzz targets run for
-# fifteen seconds each, and every third case once more under valgrind.
+# ten seconds each, and every sixth case once more under valgrind.
 set -eu
 cd "$(dirname "$0")"
 . ./cmake/packages.sh
@@ -33,7 +33,7 @@ if [ "${ORVELLIS_SYSTEM_TESTS:-}" = 1 ]; then
 fi
 if [ "${ORVELLIS_DEEP_TESTS:-}" = 1 ]; then
   tests/static_analysis.sh
-  JOBS=$((2 * $(nproc))) fuzz/run.sh 15
+  JOBS=$((2 * $(nproc))) fuzz/run.sh 10
 fi
 for preset in release asan; do
   cmake --preset "$preset" >/dev/null

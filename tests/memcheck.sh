@@ -6,7 +6,7 @@
 #
 # BUILD_FOLDER is build/memcheck when not given, of which is built first what runs; one of debug with ORVELLIS_SANDBOX=OFF tells
 # line numbers. A build that gives up system calls gives up valgrind's, too. "cases" are the end-to-end cases,
-# "some" every third of them, for neighbours differ in one thing, and "units" the unit tests.
+# "some" every sixth of them, for neighbours differ in one thing, and "units" the unit tests.
 set -eu
 here=$(cd "$(dirname "$0")/.." && pwd)
 . "$here/cmake/packages.sh"
@@ -18,7 +18,7 @@ target=all
 every=1
 case $what in
   cases) target=orvellis ;;
-  some) target=orvellis every=3 ;;
+  some) target=orvellis every=6 ;;
 esac
 if [ "$folder" = build/memcheck ]; then
   (cd "$here" && cmake --preset memcheck >/dev/null && cmake --build --preset memcheck --target "$target")
