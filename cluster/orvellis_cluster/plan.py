@@ -55,3 +55,8 @@ def fitting_size(total: int, processors: int) -> int:
     """Pieces of 64 to 256 MiB: small enough that all processors get several, large enough that starting a
     process for each costs nothing to speak of."""
     return min(MOST_PIECE, max(LEAST_PIECE, total // (processors * PIECES_A_PROCESSOR)))
+
+
+def even_size(log: int, size: int) -> int:
+    """Of pieces of a log, about as large as wanted, none of which is a small rest."""
+    return -(-log // max(1, round(log / size)))

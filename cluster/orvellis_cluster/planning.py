@@ -10,7 +10,7 @@ from typing import Any
 from .addresses import look_at
 from .errands import Errand, Errands
 from .logs import Logs
-from .plan import WHOLE_LOGS, Piece, fitting_size, pieces_of
+from .plan import WHOLE_LOGS, Piece, even_size, fitting_size, pieces_of
 from .settings import Settings
 from .told import Failure, things
 from .workers import Workers
@@ -129,7 +129,7 @@ class Planning:
         errands = []
         for piece in self.whole:
             if piece.weight > self.size and piece.token not in self.copies:
-                way = self.logs.cutting(piece, self.size, piece.log in self.distrusted)
+                way = self.logs.cutting(piece, even_size(piece.size, self.size), piece.log in self.distrusted)
                 if way is not None:
                     errands.append(Errand(piece.token, *way, self.logs.host_of(piece.log)))
         return self.collect(errands, lambda key: f"planning {self.logs.name_of(pieces_of(str(key))[0].log)}")

@@ -128,7 +128,7 @@ class Cuts(ClusterTest):
         arguments = ["--piece-size", "64K", str(other), str(log), "-o", "cluster.html"]
         self.expect_finished(self.plain(other, log), self.begin(*arguments, program=program))
         # The one log was read to cut it again, and the other was not.
-        self.assertEqual(len(re.findall(r" plan=65536 piece=-$", asked.read_text(), re.MULTILINE)), 1)
+        self.assertEqual(len(re.findall(r" plan=[0-9]+ piece=-$", asked.read_text(), re.MULTILINE)), 1)
 
 
 if __name__ == "__main__":

@@ -130,6 +130,12 @@ class Plans(unittest.TestCase):
         self.assertEqual(plan.fitting_size(4 << 30, 4), 128 << 20)
         self.assertEqual(plan.fitting_size(1 << 46, 4), 256 << 20)
 
+    def test_pieces_of_a_log_are_even(self) -> None:
+        for log, size, pieces in ((430, 215, 2), (431, 215, 2), (500, 215, 2), (560, 215, 3), (300, 215, 1), (100, 215, 1)):
+            every = plan.even_size(log, size)
+            self.assertEqual(-(-log // every), pieces, log)
+            self.assertGreater(every * pieces, log - 1)
+
     def test_what_is_streamed_of_an_address(self) -> None:
         address = Address(1 << 30, b"", True)
 

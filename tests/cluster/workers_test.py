@@ -66,7 +66,7 @@ class Working(Shared):
         self.assertTrue((self.folder / "once").exists())
 
     def test_a_worker_dies_while_planning(self) -> None:
-        self.lose_one("plan=65536,quick ")
+        self.lose_one('plan="*",quick ')
 
     def test_a_worker_dies_while_counting(self) -> None:
         self.lose_one("piece=- part=- ")
