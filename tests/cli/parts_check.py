@@ -4,11 +4,10 @@ the counts are merged, and the page must be the same bytes as that of one run.
 
     parts_check.py PROGRAM PROJECT [CASE...]
 
-Every case of a shell that has logs is asked in both editions with the pieces of a plan. In one edition, in turn, it is
-also asked with a part of each log, and where it has one log with that cut into three; in the other one with the pieces
-of a plan that was made without reading the logs: in the modern edition of one that names whole logs, which are cut one
-by one, and joined, and their bytes come by standard input. Such a plan may not hold; then the other one does. A CASE
-that is named is asked in all ways. Parts are merged one by one, through standard input, and as a tree. A run may refuse
+Every case of a shell that has logs is asked in both editions: with a part of each log; where it has one log, with that
+cut into three; with the pieces of a plan; and with those of a plan that was made without reading the logs: in the modern
+edition of one that names whole logs, which are cut one by one, and joined, and their bytes come by standard input. Such
+a plan may not hold; then the other one does. Parts are merged one by one, through standard input, and as a tree. A run may refuse
 to be divided, for one of the reasons below and never for another; then nothing may be printed. Parts of logs are added
 in the order of names: cases whose summary file has another one are asked by the plan alone.
 """
@@ -287,19 +286,12 @@ def difference(plain, done):
     return f"{len(plain[1])} bytes became {len(done[1])}"
 
 
-def ways_of(number, edition, all_ways):
-    """In both editions by a plan; and in turn, for neighbours are alike, by its logs in one and by a plan in steps in the
-    other one."""
-    turn = (number + (edition == b"modern")) % 2
-    return ("logs", "cut", *PLANS) if all_ways else ("logs", "cut", "plan") if turn else ("plan", "steps")
-
-
 def main():
     names = sys.argv[3:]
     cases = [path for path in agreement.all_cases() if is_of_a_shell(agreement.files_of(path))
              and (not names or str(path.relative_to(agreement.CASES)) in names)]
-    jobs = [(path, edition, way) for number, path in enumerate(cases) for edition in (b"classic", b"modern")
-            for way in ways_of(number, edition, bool(names)) if way != "cut" or has_one_plain_log(path)]
+    jobs = [(path, edition, way) for path in cases for edition in (b"classic", b"modern")
+            for way in ("logs", "cut", *PLANS) if way != "cut" or has_one_plain_log(path)]
     ends, failures = collections.Counter(), 0
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
         for (path, edition, way), end in zip(jobs, pool.map(lambda job: end_of(*job), jobs)):
