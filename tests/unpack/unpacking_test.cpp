@@ -199,9 +199,10 @@ TEST_F(UnpackingTest, AHelperThatIsKilledTakesItsChildAlongAndIsMissed) {
 TEST_F(UnpackingTest, HelperAndChildDieWithTheProcess) {
   int ends[2];
   ASSERT_EQ(pipe(ends), 0);
+  const std::string packed = Pack(PackFormat::kGzip, LargeText());  // here, for the child removes no files
   const pid_t process = fork();
   if (process == 0) {
-    Open(Pack(PackFormat::kGzip, LargeText()));
+    Open(packed);
     const pid_t others[] = {ChildrenOf(getpid()).at(0), ChildAtWork()};
     _exit(write(ends[1], others, sizeof others) == sizeof others ? 0 : 1);
   }
