@@ -106,7 +106,7 @@ static void CheckTimes(const std::vector<tm>& records, bool and_back) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::string_view input = AsText(data, size);
   const Zone& zone = kZones[TakeByte(input) % std::size(kZones)];
-  UseZone(HasZone(zone.tz) ? zone.tz : "UTC0");
+  UseRules(HasZone(zone.tz) ? zone.tz : "UTC0");
   std::vector<tm> records;
   tm last = PartsOf(kSummer2000);
   while (records.size() < 200 && !input.empty()) {

@@ -65,13 +65,13 @@ std::string HostOf(const std::string& address) {
 }
 
 // One of 65536 different addresses.
-std::string Address(unsigned number) {
+std::string AddressOf(unsigned number) {
   return "10.1." + std::to_string(number / 256) + "." + std::to_string(number % 256);
 }
 
 void FillCache(unsigned first) {
   for (unsigned i = 0; i < static_cast<unsigned>(mCachelimit); ++i) {
-    HostOf(Address(first + i));
+    HostOf(AddressOf(first + i));
   }
 }
 
@@ -135,27 +135,27 @@ TEST_F(DnsCacheTest, AnswersAreCopies) {
 TEST_F(DnsCacheTest, The1025thAddressEvictsTheFirst) {
   FillCache(0);
   EXPECT_EQ(mCacheCount, 1024);
-  HostOf(Address(0));
+  HostOf(AddressOf(0));
   EXPECT_EQ(mQueries, 1024);
-  HostOf(Address(1024));
+  HostOf(AddressOf(1024));
   EXPECT_EQ(mCacheCount, 1024);
   EXPECT_EQ(mQueries, 1025);
 
-  EXPECT_EQ(HostOf(Address(0)), "h0-0.example.com");  // asked anew, evicts the second address
+  EXPECT_EQ(HostOf(AddressOf(0)), "h0-0.example.com");  // asked anew, evicts the second address
   EXPECT_EQ(mQueries, 1026);
-  EXPECT_EQ(HostOf(Address(2)), "h0-2.example.com");
+  EXPECT_EQ(HostOf(AddressOf(2)), "h0-2.example.com");
   EXPECT_EQ(mQueries, 1026);
-  HostOf(Address(1));
+  HostOf(AddressOf(1));
   EXPECT_EQ(mQueries, 1027);
 }
 
 TEST_F(DnsCacheTest, AskingAgainDoesNotProtectFromEviction) {
   FillCache(0);
-  HostOf(Address(0));
-  HostOf(Address(1024));
+  HostOf(AddressOf(0));
+  HostOf(AddressOf(1024));
   EXPECT_STREQ(mOldest_entry->address, "10.1.0.1");
   EXPECT_STREQ(mNewest_entry->address, "10.1.4.0");
-  HostOf(Address(0));
+  HostOf(AddressOf(0));
   EXPECT_EQ(mQueries, 1026);
 }
 
@@ -226,7 +226,7 @@ TEST_F(DnsCacheTest, AnswersAndQueriesAreThoseOfAQueue) {
   std::deque<std::string> cached;
   int queries = 0;
   for (int i = 0; i < 6000; ++i) {
-    const std::string address = Address(static_cast<unsigned>(random()) % 2000);
+    const std::string address = AddressOf(static_cast<unsigned>(random()) % 2000);
     if (std::find(cached.begin(), cached.end(), address) == cached.end()) {
       ++queries;
       cached.push_back(address);

@@ -47,13 +47,13 @@ constexpr const char* kMsie = "Mozilla/4.0 (compatible; MSIE 5.0; X11)";
 constexpr const char* kNavigator = "Mozilla/4.7 [en] (X11; Linux)";
 
 // Stands for the system's resolver: every address is desk.office.test.
-int mQueries = 0;
+int mLookUps = 0;
 
 hostent* ResolveToDesk(const void*, socklen_t, int) {
   static char name[] = "desk.office.test";
   static hostent host{};
   host.h_name = name;
-  ++mQueries;
+  ++mLookUps;
   return &host;
 }
 
@@ -918,11 +918,11 @@ TEST_F(WaitingTexts, OfSearchesAndNamesAreCopied) {
   mpResolver = [](const void*, socklen_t, int) -> hostent* {
     static char name[40];
     static hostent host{};
-    snprintf(name, sizeof name, "a.desk%d.test", mQueries++);
+    snprintf(name, sizeof name, "a.desk%d.test", mLookUps++);
     host.h_name = name;
     return &host;
   };
-  mQueries = 0;
+  mLookUps = 0;
   std::string log;
   for (int i = 0; i < 500; ++i) {
     LogLine line;
@@ -948,7 +948,7 @@ class DriverDns : public CountingOfDriver {
   DriverDns() {
     DestroyDNSCache();
     mpResolver = ResolveToDesk;
-    mQueries = 0;
+    mLookUps = 0;
     settings_.dnslookupenabled = 1;
     settings_.domains.on = 1;
   }
@@ -967,7 +967,7 @@ TEST_F(DriverDns, EmptyFilterLooksHostsUpForTheDomainReports) {
   Run();
   EXPECT_EQ(Domains(), "example.com=1 office.test=1 ");
   EXPECT_EQ(Counted(analysis_.domaintypes.list), "com=1 test=1 ");
-  EXPECT_EQ(mQueries, 1);
+  EXPECT_EQ(mLookUps, 1);
 }
 
 TEST_F(DriverDns, FilterOfAddressesIsAskedBeforeTheLookup) {
@@ -975,7 +975,7 @@ TEST_F(DriverDns, FilterOfAddressesIsAskedBeforeTheLookup) {
   AddLog("a.log", {{.host = "192.0.2.1"}, {.host = "203.0.113.1"}});
   Run();
   EXPECT_EQ(Domains(), "office.test=1 ");
-  EXPECT_EQ(mQueries, 1);
+  EXPECT_EQ(mLookUps, 1);
 }
 
 TEST_F(DriverDns, DomainTypesAloneLookHostsUp) {
@@ -990,7 +990,7 @@ TEST_F(DriverDns, NothingIsLookedUpWithoutDomainReports) {
   settings_.domains.on = 0;
   AddLog("a.log", {{.host = "192.0.2.1"}});
   Run();
-  EXPECT_EQ(mQueries, 0);
+  EXPECT_EQ(mLookUps, 0);
 }
 
 TEST_F(DriverDns, FilterOfNamesIsAppliedToResolvedNamesAndSkipsTheRecord) {
@@ -1011,7 +1011,7 @@ TEST_F(DriverDns, FilterOfNamesLooksHostsUpEvenWithoutDomainReports) {
   AddLog("a.log", {{.host = "192.0.2.1"}});
   Run();
   EXPECT_EQ(analysis_.hits, 0);
-  EXPECT_EQ(mQueries, 1);
+  EXPECT_EQ(mLookUps, 1);
 }
 
 TEST_F(DriverDns, ResolvedNameThatPassesIsTheHost) {
@@ -1053,7 +1053,7 @@ TEST_F(DriverDns, UncountedRecordsAreNotLookedUp) {
   AddLog("a.log", {{.host = "192.0.2.1", .url = "/a.gif", .status = "404"}});
   Run();
   EXPECT_EQ(BadUrls(), "/a.gif=1 ");
-  EXPECT_EQ(mQueries, 0);
+  EXPECT_EQ(mLookUps, 0);
 }
 
 TEST_F(DriverDns, AddressWithoutANameStaysAsItIs) {
@@ -1069,7 +1069,7 @@ TEST_F(DriverDns, OffLooksNothingUp) {
   AddLog("a.log", {{.host = "192.0.2.1"}});
   Run();
   EXPECT_EQ(Domains(), "192.0.2=1 ");
-  EXPECT_EQ(mQueries, 0);
+  EXPECT_EQ(mLookUps, 0);
 }
 
 // ---- EndAnalysis ------------------------------------------------------------------------
@@ -1128,7 +1128,7 @@ class ResetAnalysisTest : public Driver {
     EXPECT_EQ(Run(), "");
     char type[kTextSize] = "test";
     ResolveItem(type, settings_.Networks);
-    const std::string left = std::to_string(analysis_.hits) + " hits, " + std::to_string(mQueries) +
+    const std::string left = std::to_string(analysis_.hits) + " hits, " + std::to_string(mLookUps) +
                              " queries, " + std::to_string(lbrace) + " groups, " +
                              std::to_string(mEnginesCount) + " engines, " +
                              std::to_string(analysis_.search.hits) + " phrases, " +
@@ -1145,7 +1145,7 @@ TEST_F(ResetAnalysisTest, AnotherRunIsLikeTheFirst) {
                    {.host = "www.hidden.test"},
                    {.url = "/a.gif"}});
   ParseSearchEngineDefinition("F;domain=finder.example;vars=q");
-  mQueries = 0;
+  mLookUps = 0;
   EXPECT_EQ(Leave(), "1 hits, 1 queries, 2 groups, 1 engines, 1 phrases, 768 bytes, a test");
   ResetAnalysis();
   EXPECT_EQ(mpEngineHead, nullptr);
@@ -1154,7 +1154,7 @@ TEST_F(ResetAnalysisTest, AnotherRunIsLikeTheFirst) {
   EXPECT_EQ(mpResolver, gethostbyaddr);
   EXPECT_EQ(mCacheCount, 0);
   EXPECT_EQ(gSM_TotalBytesAllocated, 0);
-  mQueries = 0;
+  mLookUps = 0;
   description_ = "b test";  // under the same path
   ParseSearchEngineDefinition("F;domain=finder.example;vars=q");
   EXPECT_EQ(Leave(), "1 hits, 1 queries, 2 groups, 1 engines, 1 phrases, 768 bytes, b test");

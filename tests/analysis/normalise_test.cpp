@@ -13,7 +13,7 @@ using std::string_view;
 
 namespace {
 
-struct Row {
+struct KnownRow {
   const char* text;
   bool expected;
 };
@@ -43,7 +43,7 @@ std::string RandomText(std::mt19937& random, string_view alphabet, size_t longes
 }  // namespace
 
 TEST(IsIpAddr, Rows) {
-  const Row rows[] = {
+  const KnownRow rows[] = {
       {"10.0.0.1", true},
       {" 10.0.0.1 ", true},
       {"   10.0.0.1", true},
@@ -62,7 +62,7 @@ TEST(IsIpAddr, Rows) {
       {"-1.2.3.4", false},
       {"255.255.255.255", true},
   };
-  for (const Row& row : rows) {
+  for (const KnownRow& row : rows) {
     SCOPED_TRACE(row.text);
     EXPECT_EQ(IsIpAddr(row.text), row.expected);
   }
@@ -99,7 +99,7 @@ TEST(IpAddrsOnly, DigitsDotsCommasAndSemicolons) {
 }
 
 TEST(IPaddress, Rows) {
-  const Row rows[] = {
+  const KnownRow rows[] = {
       {"", false},
       {"host.example.c0m", false},
       {"host.example.co9", true},
@@ -112,7 +112,7 @@ TEST(IPaddress, Rows) {
       {"x.EXAMPLE", false},
       {"host.example.co\xE9", true},
   };
-  for (const Row& row : rows) {
+  for (const KnownRow& row : rows) {
     SCOPED_TRACE(row.text);
     EXPECT_EQ(IPaddress(row.text), row.expected);
   }

@@ -42,7 +42,7 @@ using NotFilteredHostTest = FilterTest;
 using NotFilteredFileTypeTest = FilterTest;
 using NotFilteredUrlTest = FilterTest;
 
-std::string RandomText(std::mt19937& random, string_view alphabet, size_t longest) {
+std::string RandomFilter(std::mt19937& random, string_view alphabet, size_t longest) {
   std::string text(random() % (longest + 1), '\0');
   for (char& c : text) {
     c = alphabet[random() % alphabet.size()];
@@ -211,10 +211,10 @@ static bool PlainNotFilteredDomain(const std::string& filter, const std::string&
 TEST_F(NotFilteredDomainTest, AnswersAsTheTableOfSlots) {
   std::mt19937 random(6);
   for (int round = 0; round < 2000; ++round) {
-    const std::string filter = RandomText(random, "abABcC. \t,", round % 10 == 0 ? 243 : 12);
+    const std::string filter = RandomFilter(random, "abABcC. \t,", round % 10 == 0 ? 243 : 12);
     SetDomains(filter);
     for (int i = 0; i < 5; ++i) {
-      const std::string host = RandomText(random, "aBbC.", 20);
+      const std::string host = RandomFilter(random, "aBbC.", 20);
       SCOPED_TRACE("[" + filter + "] [" + host + "]");
       ASSERT_EQ(Domain(host), PlainNotFilteredDomain(filter, host));
     }

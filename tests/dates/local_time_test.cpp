@@ -100,10 +100,10 @@ class LocalTimeTest : public testing::TestWithParam<Zone> {
     if (!HasZone(GetParam().tz)) {
       GTEST_SKIP() << "no zone file for " << GetParam().tz;
     }
-    UseZone(GetParam().tz);
+    UseRules(GetParam().tz);
   }
 
-  void TearDown() override { UseZone("UTC0"); }
+  void TearDown() override { UseRules("UTC0"); }
 
   std::mt19937_64 random{20001010};
 
@@ -255,7 +255,7 @@ INSTANTIATE_TEST_SUITE_P(Zones, LocalTimeTest, testing::ValuesIn(kZones),
 // The answer in the hour that a clock change repeats depends on the records
 // before it: this is what the sums must not disturb.
 TEST(LocalToTime, AmbiguousHourFollowsTheRecordBefore) {
-  UseZone("CET-1CEST,M3.5.0,M10.5.0/3");
+  UseRules("CET-1CEST,M3.5.0,M10.5.0/3");
   std::vector<tm> after_summer(10, Parts(2000, 7, 1, 12, 0, 0));
   after_summer.push_back(Parts(2000, 10, 29, 2, 30, 0));
   std::vector<tm> after_winter(10, Parts(2000, 1, 5, 12, 0, 0));
@@ -276,7 +276,7 @@ TEST(LocalToTime, AmbiguousHourFollowsTheRecordBefore) {
 // The record before is answered by mktime, not by a sum, and moves the offset
 // that mktime holds.
 TEST(LocalToTime, RecordNextToAClockChangeMovesTheHeldOffset) {
-  UseZone("CET-1CEST,M3.5.0/2:30,M10.5.0/3:30");
+  UseRules("CET-1CEST,M3.5.0/2:30,M10.5.0/3:30");
   std::vector<tm> records;
   for (int hour = 0; hour < 6; ++hour) {
     for (const tm& other : {Parts(2000, 7, 1, 12, 0, 0), Parts(2000, 12, 1, 12, 0, 0)}) {
@@ -290,7 +290,7 @@ TEST(LocalToTime, RecordNextToAClockChangeMovesTheHeldOffset) {
 }
 
 TEST(LocalToTime, SkippedHourIsAnsweredAsByMktime) {
-  UseZone("CET-1CEST,M3.5.0,M10.5.0/3");
+  UseRules("CET-1CEST,M3.5.0,M10.5.0/3");
   std::vector<tm> records(8, Parts(2000, 3, 26, 1, 59, 59));
   for (int minute = 0; minute < 60; ++minute) {
     records.push_back(Parts(2000, 3, 26, 2, minute, 0));
@@ -301,7 +301,7 @@ TEST(LocalToTime, SkippedHourIsAnsweredAsByMktime) {
 
 // Ends of months, years, centuries and eras.
 TEST(TimeToLocal, DaysAroundTheEndsOfFebruaryAndOfTheYearEqualLocaltime) {
-  UseZone("UTC0");
+  UseRules("UTC0");
   for (int year = 1600; year <= 2401; ++year) {
     for (tm day : {Parts(year, 2, 27, 12, 0, 0), Parts(year, 12, 30, 12, 0, 0)}) {
       const time_t noon = timegm(&day);
@@ -314,23 +314,23 @@ TEST(TimeToLocal, DaysAroundTheEndsOfFebruaryAndOfTheYearEqualLocaltime) {
 
 TEST(LocalToTime, TakesANewZoneAfterReset) {
   const tm noon = Parts(2000, 6, 15, 12, 0, 0);
-  UseZone("UTC0");
+  UseRules("UTC0");
   for (int i = 0; i < 10; ++i) {
     EXPECT_EQ(LocalToTime(noon), 961070400);
   }
-  UseZone("IST-5:30");
+  UseRules("IST-5:30");
   tm local;
   for (int i = 0; i < 10; ++i) {
     EXPECT_EQ(LocalToTime(noon), 961070400 - 19800);
     ASSERT_TRUE(TimeToLocal(961070400, local));
     EXPECT_EQ(local.tm_hour * 60 + local.tm_min, 17 * 60 + 30);
   }
-  UseZone("UTC0");
+  UseRules("UTC0");
   EXPECT_EQ(LocalToTime(noon), 961070400);
 }
 
 TEST(CompleteInLastHour, TakesNoTimeOfAnotherHourAndNoneWithAFlag) {
-  UseZone("UTC0");
+  UseRules("UTC0");
   tm parts = Parts(2000, 3, 5, 7, 6, 11);
   time_t when = 1;
   EXPECT_FALSE(CompleteInLastHour(parts, when));
@@ -349,7 +349,7 @@ TEST(CompleteInLastHour, TakesNoTimeOfAnotherHourAndNoneWithAFlag) {
 }
 
 TEST(LocalToTime, LeavesTheRecordUnchanged) {
-  UseZone("UTC0");
+  UseRules("UTC0");
   const tm odd = Parts(2000, 13, 40, 30, 70, 80);
   tm copy = odd;
   LocalToTime(copy);
@@ -357,7 +357,7 @@ TEST(LocalToTime, LeavesTheRecordUnchanged) {
 }
 
 TEST(IsTimeRepeated, HoldsForBothHoursThatShowTheSame) {
-  UseZone("CET-1CEST,M3.5.0,M10.5.0/3");
+  UseRules("CET-1CEST,M3.5.0,M10.5.0/3");
   constexpr time_t kChange = 972781200;  // date -u -d '2000-10-29 01:00:00' +%s
   for (const time_t hour : {kChange - 3600, kChange}) {
     EXPECT_FALSE(IsTimeRepeated(hour - (hour < kChange ? 1 : 3601)));
@@ -366,14 +366,14 @@ TEST(IsTimeRepeated, HoldsForBothHoursThatShowTheSame) {
   }
   EXPECT_FALSE(IsTimeRepeated(kChange + 3600));
   EXPECT_FALSE(IsTimeRepeated(954032400));  // in spring an hour is left out
-  UseZone("UTC0");
+  UseRules("UTC0");
   EXPECT_FALSE(IsTimeRepeated(kChange));
   EXPECT_FALSE(IsTimeRepeated(INT64_MAX));
   EXPECT_FALSE(IsTimeRepeated(INT64_MIN));
 }
 
 TEST(TimeToLocal, LeavesPartsUnchangedBeyondTheLastYear) {
-  UseZone("UTC0");
+  UseRules("UTC0");
   tm parts = Parts(2000, 6, 15, 12, 0, 0);
   const tm before = parts;
   EXPECT_FALSE(TimeToLocal(INT64_MAX, parts));

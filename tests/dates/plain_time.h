@@ -47,7 +47,7 @@ inline bool HasZone(const char* tz) {
          access((std::string("/usr/share/zoneinfo/") + tz).c_str(), R_OK) == 0;
 }
 
-inline void UseZone(const char* tz) {
+inline void UseRules(const char* tz) {
   setenv("TZ", tz, 1);
   ResetLocalTime();
 }

@@ -31,7 +31,8 @@ extern "C" int __wrap_clock_nanosleep(clockid_t, int, const timespec* moment, ti
 }
 
 // "Right password", hashed in little time.
-static constexpr char kHash[] = "$5$rounds=1000$hHrFWepvJi/knQ/p$9F5/FWOhI1Hjcxg3s1uERv/S.Qvickp4rUxr/yv.Dv0";
+static constexpr char kStoredHash[] =
+    "$5$rounds=1000$hHrFWepvJi/knQ/p$9F5/FWOhI1Hjcxg3s1uERv/S.Qvickp4rUxr/yv.Dv0";
 
 class AdmitTest : public testing::Test {
  protected:
@@ -43,7 +44,7 @@ class AdmitTest : public testing::Test {
     mHashes = 0;
     mWaits.clear();
     CopyText(settings.username, "shop");
-    CopyText(settings.stored_password, kHash);
+    CopyText(settings.stored_password, kStoredHash);
     CopyText(settings.ErrorLog, NewPath("error.log"));
     CopyText(settings.LoginLimits, NewPath("limits"));
     CopyText(env.REMOTE_ADDR, "203.0.113.9");
@@ -80,7 +81,7 @@ TEST_F(AdmitTest, ThePasswordOfTheHashAdmits) {
 }
 
 TEST_F(AdmitTest, AnotherPasswordIsRefused) {
-  for (const char* const typed : {"", "right password", "Right password ", kHash, "*"}) {
+  for (const char* const typed : {"", "right password", "Right password ", kStoredHash, "*"}) {
     SetUp();
     EXPECT_EQ(Answer(typed), kErrorRejected) << typed;
     EXPECT_EQ(mHashes, 1);
@@ -91,7 +92,7 @@ TEST_F(AdmitTest, AnotherPasswordIsRefused) {
 
 TEST_F(AdmitTest, AHashOfTheFileAdmits) {
   CopyText(settings.stored_password, "");
-  CopyText(settings.UserPasswords, WriteFile("passwords", std::string("SHOP:") + kHash + ":more\n"));
+  CopyText(settings.UserPasswords, WriteFile("passwords", std::string("SHOP:") + kStoredHash + ":more\n"));
   EXPECT_EQ(Answer("Right password"), kNoError);
   EXPECT_EQ(Answer("wrong"), kErrorRejected);
 }

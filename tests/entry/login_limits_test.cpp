@@ -17,7 +17,7 @@
 
 static constexpr std::int64_t kNow = 1'700'000'000;
 
-static Address Visitor(int number) {
+static Address VisitorOf(int number) {
   Address address = {};
   for (size_t i = 0; i < 4; ++i) {
     address.bytes[12 + i] = static_cast<std::uint8_t>(number >> 8 * (3 - i));
@@ -45,7 +45,7 @@ std::ostream& operator<<(std::ostream& out, const Outcome& outcome) {
 static Outcome TryAt(const std::string& file, std::int64_t now, int visitor, std::string_view account,
                      bool right = false) {
   SetCurrentTimeForTest(now);
-  LoginAttempt attempt{.file = file.c_str(), .visitor = Visitor(visitor), .account = account};
+  LoginAttempt attempt{.file = file.c_str(), .visitor = VisitorOf(visitor), .account = account};
   Outcome outcome;
   outcome.verdict = BeginLogin(attempt, outcome.retry_after);
   if (outcome.verdict == LoginVerdict::kTry && right) {
@@ -111,7 +111,7 @@ TEST_F(LoginLimits, AnAttemptThatIsCutOffCounts) {
   for (int i = 0; i < 10; ++i) {
     const pid_t child = fork();
     if (child == 0) {
-      LoginAttempt attempt{.file = file.c_str(), .visitor = Visitor(1), .account = "shop"};
+      LoginAttempt attempt{.file = file.c_str(), .visitor = VisitorOf(1), .account = "shop"};
       int retry_after;
       BeginLogin(attempt, retry_after);
       raise(SIGKILL);
@@ -280,7 +280,7 @@ TEST_F(LoginLimits, ALockThatIsKeptIsWaitedForNoLongerThanTheyPromise) {
   ASSERT_TRUE(TakeLoginLock(other, LoginLock::kData, 0));
   const auto start = std::chrono::steady_clock::now();
   int retry_after;
-  LoginAttempt one{.file = file.c_str(), .visitor = Visitor(1), .account = "shop", .lock_wait = 200};
+  LoginAttempt one{.file = file.c_str(), .visitor = VisitorOf(1), .account = "shop", .lock_wait = 200};
   EXPECT_EQ(BeginLogin(one, retry_after), LoginVerdict::kNoStore);
   EndLogin(one);
   const auto passed = std::chrono::steady_clock::now() - start;
@@ -292,7 +292,7 @@ TEST_F(LoginLimits, ALockThatIsKeptIsWaitedForNoLongerThanTheyPromise) {
 
 TEST_F(LoginLimits, AreNotLockedWhileAPasswordIsChecked) {
   SetCurrentTimeForTest(kNow);
-  LoginAttempt one{.file = file.c_str(), .visitor = Visitor(1), .account = "shop"};
+  LoginAttempt one{.file = file.c_str(), .visitor = VisitorOf(1), .account = "shop"};
   int retry_after;
   ASSERT_EQ(BeginLogin(one, retry_after), LoginVerdict::kTry);
   EXPECT_EQ(TryAt(file, kNow, 2, "shop"), kTries);
@@ -303,7 +303,7 @@ TEST_F(LoginLimits, AreNotLockedWhileAPasswordIsChecked) {
 static void WriteRefusals(int file, std::int64_t now) {
   LoginFileHeader header;
   ASSERT_TRUE(ReadLoginHeader(file, header));
-  const LoginRecord refusal{now, HashOfVisitor(header.key, Visitor(1)), HashOfAccount(header.key, "shop")};
+  const LoginRecord refusal{now, HashOfVisitor(header.key, VisitorOf(1)), HashOfAccount(header.key, "shop")};
   for (std::size_t i = 0; i < 10; ++i) {
     ASSERT_TRUE(WriteAt(file, &refusal, sizeof refusal, kRefusalsStart + i * sizeof refusal));
   }
@@ -316,7 +316,7 @@ TEST_F(LoginLimits, CountWhatOthersWriteDownWhileAnAttemptWaits) {
   ASSERT_TRUE(TakeLoginLock(others, LoginLock::kData, 0));
   Outcome outcome{};
   std::thread slow([&] {
-    LoginAttempt attempt{.file = file.c_str(), .visitor = Visitor(1), .account = "shop"};
+    LoginAttempt attempt{.file = file.c_str(), .visitor = VisitorOf(1), .account = "shop"};
     outcome.verdict = BeginLogin(attempt, outcome.retry_after);
     EndLogin(attempt);
   });
@@ -427,7 +427,7 @@ TEST_F(LoginLimits, HoldAgainAfterTheFileWasBegunAnew) {
 
 TEST_F(LoginLimits, ASuccessAfterTheFileWasBegunAnewTakesNothingBack) {
   SetCurrentTimeForTest(kNow);
-  LoginAttempt attempt{.file = file.c_str(), .visitor = Visitor(1), .account = "shop"};
+  LoginAttempt attempt{.file = file.c_str(), .visitor = VisitorOf(1), .account = "shop"};
   int retry_after;
   ASSERT_EQ(BeginLogin(attempt, retry_after), LoginVerdict::kTry);
   ASSERT_EQ(truncate(file.c_str(), 0), 0);
@@ -442,7 +442,7 @@ TEST_F(LoginLimits, ASuccessAfterTheFileWasBegunAnewTakesNothingBack) {
 
 TEST_F(LoginLimits, OneRunWaitsAtATime) {
   SetCurrentTimeForTest(kNow);
-  LoginAttempt one{.file = file.c_str(), .visitor = Visitor(1), .account = "shop"};
+  LoginAttempt one{.file = file.c_str(), .visitor = VisitorOf(1), .account = "shop"};
   LoginAttempt other = one;
   int retry_after;
   EXPECT_FALSE(TakeWaitingTurn(one));

@@ -14,7 +14,7 @@ static std::string Html(std::string_view text) {
 static std::string Attribute(std::string_view text) {
   return Written([&](Sink& sink) { PutAttribute(sink, text); });
 }
-static std::string Address(std::string_view site, std::string_view path) {
+static std::string AddressText(std::string_view site, std::string_view path) {
   return Written([&](Sink& sink) { PutAddress(sink, site, path); });
 }
 static std::string Json(std::string_view text) {
@@ -92,9 +92,9 @@ TEST(WebAddress, HasAHostBehindItsScheme) {
 }
 
 TEST(Address, EncodesWhatMayNotStandInOne) {
-  EXPECT_EQ(Address("https://www.example.com", "/a b\"<>'`\x01\xe9?x=1&y=%20"),
+  EXPECT_EQ(AddressText("https://www.example.com", "/a b\"<>'`\x01\xe9?x=1&y=%20"),
             "https://www.example.com/a%20b%22%3C%3E%27%60%01%E9?x=1&amp;y=%20");
-  EXPECT_EQ(Address("", "http://a/\xe2\x80\xae{}|\\^"), "http://a/%E2%80%AE%7B%7D%7C%5C%5E");
+  EXPECT_EQ(AddressText("", "http://a/\xe2\x80\xae{}|\\^"), "http://a/%E2%80%AE%7B%7D%7C%5C%5E");
 }
 
 TEST(Json, EscapesAsTheStandardSays) {
@@ -185,4 +185,3 @@ TEST(Html, MiddleIsCutBetweenCharacters) {
   EXPECT_EQ(broken.begin.size(), 4U);
   EXPECT_EQ(broken.end.size(), 2U);
 }
-

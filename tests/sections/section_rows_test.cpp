@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-static std::vector<std::string> Items(SectionId id, Analysis& analysis) {
+static std::vector<std::string> ItemsOf(SectionId id, Analysis& analysis) {
   const Settings settings{};
   SectionRows rows;
   OpenSection(rows, settings, SectionOf(id), analysis);
@@ -18,7 +18,7 @@ static std::vector<std::string> Items(SectionId id, Analysis& analysis) {
 
 TEST(SectionRows, HoursOfTheWeekAreNamedByDayAndHour) {
   Analysis analysis{};
-  const std::vector<std::string> items = Items(SectionId::kHoursOfWeek, analysis);
+  const std::vector<std::string> items = ItemsOf(SectionId::kHoursOfWeek, analysis);
   ASSERT_EQ(items.size(), 168U);
   EXPECT_EQ(items[0], "Sunday 00");
   EXPECT_EQ(items[3 * 24 + 9], "Wednesday 09");
@@ -27,6 +27,6 @@ TEST(SectionRows, HoursOfTheWeekAreNamedByDayAndHour) {
 
 TEST(SectionRows, WeekdaysAndHoursHaveNamesOfTheirOwn) {
   Analysis analysis{};
-  EXPECT_EQ(Items(SectionId::kWeekdays, analysis).front(), "Sunday");
-  EXPECT_EQ(Items(SectionId::kHours, analysis).front(), "00");
+  EXPECT_EQ(ItemsOf(SectionId::kWeekdays, analysis).front(), "Sunday");
+  EXPECT_EQ(ItemsOf(SectionId::kHours, analysis).front(), "00");
 }

@@ -11,11 +11,11 @@
 #include "superlog/byte_scan.h"
 #include "superlog/log_dates.h"
 #include "superlog/log_limits.h"
+#include "superlog/march_logs.h"
 #include "superlog/superlog.h"
 
 namespace {
 
-constexpr time_t kDay = 86400;
 constexpr time_t kNewYear2000 = 946684800;
 constexpr time_t kEpochOf1904 = 2082844800;  // seconds from 1904 to 1970
 

@@ -19,6 +19,7 @@
 #include "superlog/log_events.h"
 #include "superlog/log_parts.h"
 #include "superlog/log_store.h"
+#include "superlog/march_logs.h"
 #include "superlog/superlog.h"
 #include "support/part_text.h"
 #include "support/text_file.h"
@@ -27,8 +28,7 @@
 
 namespace {
 
-constexpr time_t kStart = 972000000;  // some days before the clocks of 2000 go back
-constexpr time_t kDay = 86400;
+constexpr time_t kStart = 972000000;       // some days before the clocks of 2000 go back
 constexpr time_t kFarFuture = 4102444800;  // every file is old then
 constexpr time_t kLongAgo = 1000;          // and new then
 

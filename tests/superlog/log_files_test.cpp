@@ -17,6 +17,7 @@
 #include "superlog/line_reader.h"
 #include "superlog/log_dates.h"
 #include "superlog/log_format.h"
+#include "superlog/march_logs.h"
 #include "superlog/superlog.h"
 #include "support/text_file.h"
 #include "unpack/packed.h"
@@ -24,11 +25,8 @@
 
 namespace {
 
-constexpr time_t kMarch1 = 951868800;  // 2000-03-01
-constexpr time_t kDay = 86400;
-
 time_t March(int day) {
-  return kMarch1 + (day - 1) * kDay;
+  return kMarch + (day - 1) * kDay;
 }
 
 // A line that is dated the given day of March 2000; lines of different length
@@ -49,10 +47,10 @@ std::string NameOf(const std::string& path) {
 }
 
 std::string DayOf(time_t when) {
-  if (when < 0 || when > 2 * kMarch1) {
+  if (when < 0 || when > 2 * kMarch) {
     return "never";
   }
-  return std::to_string((when - kMarch1) / kDay + 1);
+  return std::to_string((when - kMarch) / kDay + 1);
 }
 
 const char* NameOf(LogVerdict verdict) {
@@ -290,8 +288,10 @@ TEST_F(LogFilesTest, LogOfAnotherSizeIsProbedAgain) {
 }
 
 TEST_F(LogFilesTest, SizesBeyond4GBAreWholeInModernAndModulo2To32InClassic) {
+  // A hole between two lines, so that the search for the last date ends where it begins.
   Write("a.log", Line(2));
-  std::filesystem::resize_file(PathOf("a.log"), (int64_t{1} << 32) + 70);  // holes behind the line
+  std::filesystem::resize_file(PathOf("a.log"), (int64_t{1} << 32) + 70 - 1 - ssize(Line(2)));
+  std::ofstream(PathOf("a.log"), std::ios::app) << "\n" + Line(2);
   InitWith(kClassicLimits);
   EXPECT_TRUE(SummaryEntries().starts_with("70,")) << SummaryEntries();
   InitWith(kModernLimits);
@@ -664,7 +664,7 @@ class WholeLogsTest : public LogFilesTest {
         AddTime(records, record.time);
         if (record.time >= March(first_day) && record.time < March(last_day + 1)) {
           ++records.in_range;
-          days.push_back(static_cast<int>((record.time - kMarch1) / kDay + 1));
+          days.push_back(static_cast<int>((record.time - kMarch) / kDay + 1));
         }
       }
       SuperLog_LogRead(records);

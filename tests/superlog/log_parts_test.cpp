@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "superlog/line_reader.h"
+#include "superlog/march_logs.h"
 #include "superlog/superlog.h"
 #include "support/account_logs.h"
 #include "support/part_text.h"
@@ -14,9 +15,6 @@
 #include "unpack/unpacking.h"
 
 namespace {
-
-constexpr time_t kMarch = 951868800;
-constexpr time_t kApril = kMarch + 31 * 86400;
 
 std::vector<std::string> mTold;
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "superlog/log_parts.h"
+#include "superlog/march_logs.h"
 #include "superlog/superlog.h"
 #include "support/account_logs.h"
 #include "support/part_text.h"
@@ -15,19 +16,7 @@
 
 namespace {
 
-constexpr time_t kMarch = 951868800;
 constexpr time_t kBehind = kMarch + 300 * int64_t{86400};
-
-// Lines that differ, each ended so.
-std::string Lines(int count, const std::string& end = "\n",
-                  const std::string& time = "05/Mar/2000:10:00:00") {
-  std::string text;
-  for (int i = 0; i < count; ++i) {
-    const std::string line = ToText({.time = time, .url = "/" + std::to_string(i)});
-    text += line.substr(0, line.size() - 1) + end;
-  }
-  return text;
-}
 
 std::string TabLines(int count) {
   std::string text;
@@ -158,11 +147,11 @@ void ExpectAllOnce(const std::vector<LogPiece>& plan) {
 // ---- The plan ----
 
 TEST_F(LogPieces, CoverEverythingOnce) {
-  AddLog("a.log", Lines(300));
+  AddLog("a.log", LinesOfMarch(300));
   AddLog("b.log", "");
-  AddLog("c.log", Lines(3));
-  AddLog("d.log", Lines(100, "\r\n") + Lines(100) + "no line end");
-  AddLog("e.log", Lines(1, ""));
+  AddLog("c.log", LinesOfMarch(3));
+  AddLog("d.log", LinesOfMarch(100, "\r\n") + LinesOfMarch(100) + "no line end");
+  AddLog("e.log", LinesOfMarch(1, ""));
   AddLog("f.log", "\n\n\n");
   for (const bool whole : {false, true}) {
     settings_.rules.whole_logs = whole;
@@ -175,7 +164,7 @@ TEST_F(LogPieces, CoverEverythingOnce) {
 
 TEST_F(LogPieces, AreSingleLinesWhereTheyAreAsSmall) {
   for (const std::string end : {"\n", "\r\n", "\n\n", "\n\r\n\n"}) {
-    const std::string text = Lines(50, end);
+    const std::string text = LinesOfMarch(50, end);
     AddLog("a.log", text);
     const std::vector<LogPiece> plan = Plan(1);
     EXPECT_EQ(plan.size(), 50U);
@@ -189,7 +178,7 @@ TEST_F(LogPieces, AreSingleLinesWhereTheyAreAsSmall) {
 }
 
 TEST_F(LogPieces, AreOfAboutTheSizeThatIsAsked) {
-  const std::string text = Lines(4000);
+  const std::string text = LinesOfMarch(4000);
   AddLog("a.log", text);
   const std::vector<LogPiece> plan = Plan(text.size() / 8);
   ASSERT_EQ(plan.size(), 8U);
@@ -201,7 +190,7 @@ TEST_F(LogPieces, AreOfAboutTheSizeThatIsAsked) {
 }
 
 TEST_F(LogPieces, AreNotWithoutBound) {
-  AddLog("a.log", Lines(2000));
+  AddLog("a.log", LinesOfMarch(2000));
   const size_t most = Plan(1).size();
   EXPECT_GT(most, 200U);
   EXPECT_LE(most, 256U);
@@ -218,36 +207,36 @@ TEST_F(LogPieces, OfNothingAreOne) {
 }
 
 TEST_F(LogPieces, OfOtherLogsAreOfAnotherPlan) {
-  AddLog("a.log", Lines(100));
+  AddLog("a.log", LinesOfMarch(100));
   const uint64_t before = Plan(1000)[0].plan;
   EXPECT_EQ(Plan(1000)[0].plan, before);
   EXPECT_NE(Plan(2000)[0].plan, before);
-  AddLog("a.log", Lines(100, "\n", "05/Mar/2000:10:00:01"));
+  AddLog("a.log", LinesOfMarch(100, "\n", "05/Mar/2000:10:00:01"));
   EXPECT_NE(Plan(1000)[0].plan, before);
 }
 
 TEST_F(LogPieces, DivideNoCompressedLog) {
   CopyText(settings_.logs, folder_ + "/*");
-  AddLog("a.log.gz", "\x1f\x8b\x08" + Lines(100));
-  AddLog("b.log", "\x1f\x8b\x08" + Lines(200));
-  AddLog("c.log", std::string("\x28\xb5\x2f\xfd", 4) + Lines(100));
+  AddLog("a.log.gz", "\x1f\x8b\x08" + LinesOfMarch(100));
+  AddLog("b.log", "\x1f\x8b\x08" + LinesOfMarch(200));
+  AddLog("c.log", std::string("\x28\xb5\x2f\xfd", 4) + LinesOfMarch(100));
   EXPECT_EQ(Plan(64).size(), 3U);
 }
 
 TEST_F(LogPieces, DivideNoLogThatMayEndItself) {
   settings_.rules.whole_logs = false;
-  AddLog("a.log", Lines(100) + Lines(1, "\n", "05/Apr/2001:10:00:00"));
+  AddLog("a.log", LinesOfMarch(100) + LinesOfMarch(1, "\n", "05/Apr/2001:10:00:00"));
   EXPECT_EQ(Plan(64).size(), 1U);
   settings_.rules.whole_logs = true;  // where no record ends a log
   EXPECT_GT(Plan(64).size(), 50U);
 }
 
 TEST_F(LogPieces, BeginNowhereBehindARecordThatEndsTheLog) {
-  AddLog("a.log", Lines(100) + Lines(1, "\n", "05/Apr/2001:10:00:00") + Lines(100));
+  AddLog("a.log", LinesOfMarch(100) + LinesOfMarch(1, "\n", "05/Apr/2001:10:00:00") + LinesOfMarch(100));
   settings_.rules.whole_logs = false;
   const std::vector<LogPiece> plan = Plan(1000);
   EXPECT_GT(plan.size(), 5U);
-  EXPECT_LE(plan.back().from, static_cast<int64_t>(Lines(100).size()));
+  EXPECT_LE(plan.back().from, static_cast<int64_t>(LinesOfMarch(100).size()));
   EXPECT_EQ(ExpectSame(1000), plan.size());
 }
 
@@ -257,10 +246,10 @@ TEST_F(LogPieces, BeginNowhereBehindALineThatChangesHowTheNextOnesAreRead) {
   const std::string tabs = "!!LOG_FORMAT DATE TIME HOSTNAME URL\n" + TabLines(2000);
   for (const bool whole : {false, true}) {
     settings_.rules.whole_logs = whole;
-    AddLog("a.log", Lines(1000) + tabs);
+    AddLog("a.log", LinesOfMarch(1000) + tabs);
     const std::vector<LogPiece> plan = Plan(1000);
     EXPECT_GT(plan.size(), 50U);
-    EXPECT_LT(plan.back().from, static_cast<int64_t>(Lines(1000).size()) + 6000);
+    EXPECT_LT(plan.back().from, static_cast<int64_t>(LinesOfMarch(1000).size()) + 6000);
     EXPECT_EQ(ExpectSame(1000), plan.size());
   }
 }
@@ -279,7 +268,7 @@ TEST_F(LogPieces, BeginNowhereBehindALineOfAnotherLayout) {
       R"({"time":"2000-03-05T10:00:00Z","remote_addr":"192.0.2.1","request":"GET /j HTTP/1.1","status":200,)"
       R"("bytes_sent":5})"
       "\n";
-  AddLog("a.log", Lines(1000) + json + Lines(1000));
+  AddLog("a.log", LinesOfMarch(1000) + json + LinesOfMarch(1000));
   const size_t pieces = ExpectSame(1000);
   EXPECT_GT(pieces, 80U);
   EXPECT_LT(pieces, 130U);
@@ -290,9 +279,9 @@ TEST_F(LogPieces, BeginNowhereInARepeatedHour) {
   settings_.rules.whole_logs = false;
   setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
   const auto autumn = [](const char* hour) {
-    return Lines(100, "\n", std::string("29/Oct/2000:") + hour + ":10:00");
+    return LinesOfMarch(100, "\n", std::string("29/Oct/2000:") + hour + ":10:00");
   };
-  AddLog("a.log", Lines(100) + autumn("01") + autumn("02"));
+  AddLog("a.log", LinesOfMarch(100) + autumn("01") + autumn("02"));
   const size_t pieces = ExpectSame(1000);
   EXPECT_GT(pieces, 18U);
   EXPECT_LT(pieces, 28U);
@@ -302,9 +291,9 @@ TEST_F(LogPieces, BeginWithARepeatedHourAsTheLogBeforeHasEnded) {
   settings_.rules.whole_logs = false;
   for (const char* const before : {"29/Oct/2000:01:50:00", "29/Oct/2000:03:10:00", "05/Mar/2000:10:00:00"}) {
     setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
-    AddLog("a.log", Lines(10, "\n", before));
-    AddLog("b.log", Lines(10, "\n", "29/Oct/2000:02:30:00"));
-    AddLog("c.log", Lines(10, "\n", "29/Oct/2000:02:40:00"));
+    AddLog("a.log", LinesOfMarch(10, "\n", before));
+    AddLog("b.log", LinesOfMarch(10, "\n", "29/Oct/2000:02:30:00"));
+    AddLog("c.log", LinesOfMarch(10, "\n", "29/Oct/2000:02:40:00"));
     EXPECT_EQ(ExpectSame(1U << 20), 3U) << before;
   }
 }
@@ -315,16 +304,16 @@ TEST_F(LogPieces, FollowALogThatEndsWithOddTimes) {
   setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
   const std::string header =
       "#Software: Microsoft Internet Information Services 5.0\n#Fields: date time c-ip cs-uri-stem\n";
-  AddLog("a.log", Lines(50) + header + "1999-07-01 10:00:00 192.0.2.1\n" + Lines(50));
-  AddLog("b.log", Lines(20));
+  AddLog("a.log", LinesOfMarch(50) + header + "1999-07-01 10:00:00 192.0.2.1\n" + LinesOfMarch(50));
+  AddLog("b.log", LinesOfMarch(20));
   EXPECT_EQ(ExpectSame(1U << 20), 2U);
 }
 
 // ---- Plans that nobody has tried ----
 
 TEST_F(LogPieces, AreTheSameWhereNothingChangesHowLinesAreRead) {
-  AddLog("a.log", Lines(3000));
-  AddLog("b.log", Lines(10, "\r\n"));
+  AddLog("a.log", LinesOfMarch(3000));
+  AddLog("b.log", LinesOfMarch(10, "\r\n"));
   AddLog("c.log", "");
   for (const bool whole : {false, true}) {
     settings_.rules.whole_logs = whole;
@@ -336,7 +325,7 @@ TEST_F(LogPieces, AreTheSameWhereNothingChangesHowLinesAreRead) {
 }
 
 TEST_F(LogPieces, AreCutShortlyBehindMultiplesWhenNobodyTries) {
-  const std::string text = Lines(8000);
+  const std::string text = LinesOfMarch(8000);
   constexpr int64_t kSize = 100000;
   AddLog("a.log", text);
   const std::vector<LogPiece> plan = Plan(kSize, Cuts::kUntried);
@@ -351,7 +340,7 @@ TEST_F(LogPieces, AreCutShortlyBehindMultiplesWhenNobodyTries) {
 
 // Someone far away has the beginning of a log, and some bytes behind each multiple of the size.
 TEST_F(LogPieces, CanBeTakenFromALogWithHolesWhenNobodyTries) {
-  const std::string text = Lines(30000);
+  const std::string text = LinesOfMarch(30000);
   constexpr size_t kSize = 512 << 10;
   ASSERT_GT(text.size(), 4 * kSize);
   AddLog("a.log", text);
@@ -373,7 +362,7 @@ TEST_F(LogPieces, CanBeTakenFromALogWithHolesWhenNobodyTries) {
 }
 
 TEST_F(LogPieces, AreNotWithoutBoundWhenNobodyTries) {
-  const std::string text = Lines(2000);
+  const std::string text = LinesOfMarch(2000);
   AddLog("a.log", text);
   const std::vector<LogPiece> plan = Plan(1, Cuts::kUntried);
   EXPECT_GT(plan.size(), 200U);
@@ -383,7 +372,7 @@ TEST_F(LogPieces, AreNotWithoutBoundWhenNobodyTries) {
 }
 
 TEST_F(LogPieces, CannotBeAddedWhereAnUntriedCutDoesNotHold) {
-  AddLog("a.log", Lines(1000) + "!!LOG_FORMAT DATE TIME HOSTNAME URL\n" + TabLines(2000));
+  AddLog("a.log", LinesOfMarch(1000) + "!!LOG_FORMAT DATE TIME HOSTNAME URL\n" + TabLines(2000));
   for (const bool whole : {false, true}) {
     settings_.rules.whole_logs = whole;
     const std::vector<LogPiece> plan = Plan(10000, Cuts::kUntried);
@@ -411,7 +400,7 @@ void ExpectSameStretches(const std::vector<LogPiece>& pieces, const std::vector<
 }
 
 TEST_F(LogPieces, OfAWholeLogAreThoseOfItsPlan) {
-  AddLog("a.log", Lines(3000) + "!!LOG_FORMAT DATE TIME HOSTNAME URL\n" + TabLines(2000));
+  AddLog("a.log", LinesOfMarch(3000) + "!!LOG_FORMAT DATE TIME HOSTNAME URL\n" + TabLines(2000));
   for (const bool whole : {false, true}) {
     settings_.rules.whole_logs = whole;
     const std::vector<LogPiece> log = Plan(1U << 30);
@@ -427,7 +416,7 @@ TEST_F(LogPieces, OfAWholeLogAreThoseOfItsPlan) {
 }
 
 TEST_F(LogPieces, OfOneWithinALogStayWithinIt) {
-  AddLog("a.log", Lines(3000));
+  AddLog("a.log", LinesOfMarch(3000));
   const std::vector<LogPiece> plan = Plan(80000);
   ASSERT_GT(plan.size(), 2U);
   const std::vector<LogPiece> pieces = Cut(plan[1], 10000, Cuts::kProven);
@@ -447,7 +436,7 @@ TEST_F(LogPieces, OfOneWithinALogStayWithinIt) {
 }
 
 TEST_F(LogPieces, TellOnceWhatTheirPieceTells) {
-  AddLog("a.log", Lines(3000));
+  AddLog("a.log", LinesOfMarch(3000));
   LogPiece piece = Plan(1U << 30)[0];
   piece.place = 7;
   piece.copies = {{9, "b.log"}};
@@ -477,7 +466,7 @@ TEST_F(LogPieces, OfNothingAndOfWhatIsGoneAreOne) {
 // ---- Logs that are other ones by now ----
 
 TEST_F(LogPieces, AreAsPlannedWhileTheirLogsGrow) {
-  const std::string text = Lines(100);
+  const std::string text = LinesOfMarch(100);
   AddLog("a.log", text);
   const std::vector<LogPiece> plan = Plan(1000);
   ASSERT_GT(plan.size(), 5U);
@@ -504,11 +493,11 @@ TEST_F(LogPieces, OfLogsThatCouldNotBeReadAreAsPlanned) {
 }
 
 TEST_F(LogPieces, DoNotFollowAChangeThatComesLater) {
-  AddLog("a.log", Lines(1000) + TabLines(1000));
+  AddLog("a.log", LinesOfMarch(1000) + TabLines(1000));
   const std::vector<LogPiece> plan = Plan(4000);
-  std::string changed = Lines(1000) + TabLines(1000);
+  std::string changed = LinesOfMarch(1000) + TabLines(1000);
   const std::string header = "!!LOG_FORMAT DATE TIME HOSTNAME URL";
-  AddLog("a.log", changed.replace(Lines(900).size(), header.size(), header));
+  AddLog("a.log", changed.replace(LinesOfMarch(900).size(), header.size(), header));
   EXPECT_TRUE(IsAsPlanned(plan.back()));
   EXPECT_LT(Merge(CountAll(plan)), plan.size());
 }
@@ -518,8 +507,8 @@ TEST_F(LogPieces, DoNotFollowAChangeThatComesLater) {
 class AddedLogPieces : public LogPieces {
  protected:
   AddedLogPieces() {
-    AddLog("a.log", Lines(60));
-    AddLog("b.log", Lines(20));
+    AddLog("a.log", LinesOfMarch(60));
+    AddLog("b.log", LinesOfMarch(20));
     plan_ = Plan(1000);
     parts_ = CountAll(plan_);
     BeginWithoutLogs();
@@ -556,7 +545,7 @@ TEST_F(AddedLogPieces, MayBeLacked) {
 }
 
 TEST_F(AddedLogPieces, AreOfOnePlan) {
-  AddLog("b.log", Lines(21));
+  AddLog("b.log", LinesOfMarch(21));
   const std::vector<LogPiece> other = Plan(1000);
   ASSERT_EQ(other.size(), plan_.size());
   const std::string part = Count(other[1]);
@@ -618,7 +607,7 @@ LogState StateOf(const std::string& path) {
 TEST_F(AddedLogPieces, MayBeMissing) {
   const std::string a = PathOf("a.log");
   const size_t last = plan_.size() - 1;  // b.log
-  const uint64_t size = Lines(60).size();
+  const uint64_t size = LinesOfMarch(60).size();
   for (size_t missing = 0; missing <= last; ++missing) {
     std::vector<std::string> parts = parts_;
     parts[missing] = Miss(plan_[missing]);
@@ -630,7 +619,7 @@ TEST_F(AddedLogPieces, MayBeMissing) {
     EXPECT_EQ(state.missing_bytes, bytes);
     EXPECT_EQ(state.size, piece.size);
     if (missing < last) {
-      const std::string lost = Lines(60).substr(static_cast<size_t>(piece.from), bytes);
+      const std::string lost = LinesOfMarch(60).substr(static_cast<size_t>(piece.from), bytes);
       EXPECT_EQ(state.records.count, 60 - std::count(lost.begin(), lost.end(), '\n'));
       EXPECT_FALSE(StateOf(PathOf("b.log")).missing);
     }
@@ -645,7 +634,7 @@ TEST_F(AddedLogPieces, MayBeMissing) {
 }
 
 TEST_F(LogPieces, FollowMissingOnesWhateverTheseHold) {
-  AddLog("a.log", Lines(1000) + "!!LOG_FORMAT DATE TIME HOSTNAME URL\n" + TabLines(2000));
+  AddLog("a.log", LinesOfMarch(1000) + "!!LOG_FORMAT DATE TIME HOSTNAME URL\n" + TabLines(2000));
   const std::vector<LogPiece> plan = Plan(10000, Cuts::kUntried);
   std::vector<std::string> parts = CountAll(plan);
   const size_t apart = Merge(parts);
@@ -689,11 +678,11 @@ class PackedLogPieces : public LogPieces {
 };
 
 TEST_F(PackedLogPieces, TellOfCopies) {
-  AddLog("a.log", Lines(50));
-  AddLog("b.log", Lines(50));
-  AddLog("c.log.gz", Pack(PackFormat::kGzip, Lines(50)));
-  AddLog("d.log.gz", Pack(PackFormat::kGzip, Lines(60)));
-  AddLog("e.log.gz", Pack(PackFormat::kGzip, Lines(60), "-1"));
+  AddLog("a.log", LinesOfMarch(50));
+  AddLog("b.log", LinesOfMarch(50));
+  AddLog("c.log.gz", Pack(PackFormat::kGzip, LinesOfMarch(50)));
+  AddLog("d.log.gz", Pack(PackFormat::kGzip, LinesOfMarch(60)));
+  AddLog("e.log.gz", Pack(PackFormat::kGzip, LinesOfMarch(60), "-1"));
   const std::vector<LogPiece> plan = Plan(1U << 20);
   ASSERT_EQ(plan.size(), 2U);
   ASSERT_EQ(plan[0].copies.size(), 2U);

@@ -14,14 +14,12 @@
 #include "superlog/log_dates.h"
 #include "superlog/log_format.h"
 #include "superlog/log_limits.h"
+#include "superlog/march_logs.h"
 #include "superlog/plain_probe.h"
 #include "superlog/superlog.h"
 #include "support/text_file.h"
 
 namespace {
-
-constexpr time_t kMarch1 = 951868800;  // 2000-03-01
-constexpr time_t kDay = 86400;
 
 // A line that is dated the given day of March 2000.
 std::string Line(int day) {
@@ -31,7 +29,7 @@ std::string Line(int day) {
 }
 
 time_t March(int day) {
-  return kMarch1 + (day - 1) * kDay;
+  return kMarch + (day - 1) * kDay;
 }
 
 class LogProbeTest : public testing::Test {

@@ -6,26 +6,14 @@
 #include <string>
 #include <vector>
 
+#include "superlog/march_logs.h"
 #include "superlog/superlog.h"
 #include "support/account_logs.h"
 #include "support/part_text.h"
 
 namespace {
 
-constexpr time_t kMarch = 951868800;
-constexpr time_t kApril = kMarch + 31 * 86400;
 constexpr size_t kEnd = SIZE_MAX;  // the log in which the last share ends
-
-// Lines that differ, each ended so.
-std::string Lines(int count, const std::string& end = "\n",
-                  const std::string& time = "05/Mar/2000:10:00:00") {
-  std::string text;
-  for (int i = 0; i < count; ++i) {
-    const std::string line = ToText({.time = time, .url = "/" + std::to_string(i)});
-    text += line.substr(0, line.size() - 1) + end;
-  }
-  return text;
-}
 
 class LogShares : public AccountLogs {
  protected:
@@ -124,11 +112,11 @@ bool IsLineBegin(const std::string& text, int64_t offset) {
 }  // namespace
 
 TEST_F(LogShares, CoverEverythingOnce) {
-  AddLog("a.log", Lines(300));
+  AddLog("a.log", LinesOfMarch(300));
   AddLog("b.log", "");
-  AddLog("c.log", Lines(3));
-  AddLog("d.log", Lines(2000));
-  AddLog("e.log", Lines(1));
+  AddLog("c.log", LinesOfMarch(3));
+  AddLog("d.log", LinesOfMarch(2000));
+  AddLog("e.log", LinesOfMarch(1));
   for (const bool whole : {false, true}) {
     settings_.rules.whole_logs = whole;
     for (size_t most = 1; most < 40; ++most) {
@@ -142,7 +130,7 @@ TEST_F(LogShares, CoverEverythingOnce) {
 
 TEST_F(LogShares, BeginBehindTheEndsOfLines) {
   for (const std::string end : {"\n", "\r\n", "\n\n", "\n\r\n\n"}) {
-    const std::string text = Lines(500, end);
+    const std::string text = LinesOfMarch(500, end);
     AddLog("a.log", text);
     const std::vector<LogShare> shares = Divide(16, 64);
     EXPECT_EQ(shares.size(), 16U);
@@ -156,7 +144,7 @@ TEST_F(LogShares, BeginBehindTheEndsOfLines) {
 }
 
 TEST_F(LogShares, AreOfAboutEqualWork) {
-  const std::string text = Lines(4000);
+  const std::string text = LinesOfMarch(4000);
   AddLog("a.log", text);
   const std::vector<LogShare> shares = Divide(8, 1024);
   ASSERT_EQ(shares.size(), 8U);
@@ -168,7 +156,7 @@ TEST_F(LogShares, AreOfAboutEqualWork) {
 }
 
 TEST_F(LogShares, AreNoSmallerThanAsked) {
-  const std::string text = Lines(1000);
+  const std::string text = LinesOfMarch(1000);
   AddLog("a.log", text);
   EXPECT_EQ(Divide(100, text.size()).size(), 1U);
   EXPECT_EQ(Divide(100, text.size() / 2).size(), 2U);
@@ -191,8 +179,8 @@ TEST_F(LogShares, HoldSomething) {
 TEST_F(LogShares, DivideNoLogWithoutEndsOfLines) {
   AddLog("a.log", std::string(200000, 'x'));
   AddLog("b.log", std::string(200000, '\r'));
-  AddLog("c.log", Lines(1000, "\r"));
-  AddLog("d.log", Lines(1000, "\n\r"));
+  AddLog("c.log", LinesOfMarch(1000, "\r"));
+  AddLog("d.log", LinesOfMarch(1000, "\n\r"));
   for (const LogShare& share : Divide(8, 64)) {
     EXPECT_EQ(share.from.offset, 0);
   }
@@ -200,8 +188,8 @@ TEST_F(LogShares, DivideNoLogWithoutEndsOfLines) {
 
 TEST_F(LogShares, DivideNoCompressedLog) {
   CopyText(settings_.logs, folder_ + "/*");
-  AddLog("a.log.gz", "\x1f\x8b\x08" + Lines(1000));
-  AddLog("b.log", Lines(1000));
+  AddLog("a.log.gz", "\x1f\x8b\x08" + LinesOfMarch(1000));
+  AddLog("b.log", LinesOfMarch(1000));
   bool divided = false;
   for (const LogShare& share : Divide(8, 64)) {
     EXPECT_TRUE(share.from.log != 0 || share.from.offset == 0);
@@ -212,23 +200,23 @@ TEST_F(LogShares, DivideNoCompressedLog) {
 }
 
 TEST_F(LogShares, DivideNoCompressedLogThatIsCalledOtherwise) {
-  AddLog("a.log", "\x1f\x8b\x08" + Lines(1000));
+  AddLog("a.log", "\x1f\x8b\x08" + LinesOfMarch(1000));
   EXPECT_EQ(Divide(8, 64).size(), 1U);
 }
 
 TEST_F(LogShares, DivideNoLogThatMayEndItself) {
   settings_.rules.whole_logs = false;
-  AddLog("a.log", Lines(1000) + Lines(1, "\n", "05/Apr/2000:10:00:00"));
+  AddLog("a.log", LinesOfMarch(1000) + LinesOfMarch(1, "\n", "05/Apr/2000:10:00:00"));
   EXPECT_EQ(Divide(8, 64).size(), 1U);
   settings_.rules.whole_logs = true;  // where no record ends a log
   EXPECT_EQ(Divide(8, 64).size(), 8U);
 }
 
 TEST_F(LogShares, ComeToWhatOneReadingComesTo) {
-  AddLog("a.log", Lines(300) + "junk\n" + Lines(40, "\r\n", "06/Mar/2000:11:00:00"));
-  AddLog("b.log", Lines(200, "\n", "05/Apr/2000:10:00:00") + "no line end");
-  AddLog("c.log", Lines(7));
-  AddLog("d.log", "one\n" + Lines(400) + "two\n");
+  AddLog("a.log", LinesOfMarch(300) + "junk\n" + LinesOfMarch(40, "\r\n", "06/Mar/2000:11:00:00"));
+  AddLog("b.log", LinesOfMarch(200, "\n", "05/Apr/2000:10:00:00") + "no line end");
+  AddLog("c.log", LinesOfMarch(7));
+  AddLog("d.log", "one\n" + LinesOfMarch(400) + "two\n");
   for (const bool whole : {false, true}) {
     settings_.rules.whole_logs = whole;
     Begin();
@@ -259,11 +247,11 @@ TEST_F(LogShares, DoNotFollowAChangeOfLayout) {
   }
   for (const bool whole : {false, true}) {
     settings_.rules.whole_logs = whole;
-    AddLog("a.log", Lines(1000) + header + tabs);
+    AddLog("a.log", LinesOfMarch(1000) + header + tabs);
     const std::vector<LogShare> shares = Divide(4, 64);
     ASSERT_EQ(shares.size(), 4U);
     EXPECT_LT(ReadInShares(shares), 3U);
-    AddLog("a.log", Lines(3000));
+    AddLog("a.log", LinesOfMarch(3000));
     EXPECT_EQ(ReadInShares(Divide(4, 64)), 3U);
   }
 }
@@ -271,13 +259,13 @@ TEST_F(LogShares, DoNotFollowAChangeOfLayout) {
 // The size and the times of a log are known before; its lines may be others when it is read.
 TEST_F(LogShares, DoNotFollowALogThatEndsItself) {
   settings_.rules.whole_logs = false;
-  const std::string late = Lines(1, "\n", "05/Apr/2000:10:00:00");
-  AddLog("a.log", Lines(400) + late + Lines(1000));
+  const std::string late = LinesOfMarch(1, "\n", "05/Apr/2000:10:00:00");
+  AddLog("a.log", LinesOfMarch(400) + late + LinesOfMarch(1000));
   EXPECT_LT(ReadInShares(Divide(4, 64)), 3U);
 }
 
 TEST_F(LogShares, ThatAreDamagedAreNotAdded) {
-  AddLog("a.log", Lines(300) + "junk\n" + Lines(300));
+  AddLog("a.log", LinesOfMarch(300) + "junk\n" + LinesOfMarch(300));
   const std::vector<LogShare> shares = Divide(2, 64);
   ASSERT_EQ(shares.size(), 2U);
   const std::string bytes = ReadShare(shares[1]);
