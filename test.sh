@@ -5,7 +5,7 @@
 # With ORVELLIS_SYSTEM_TESTS=1 the machine itself is tested, too: Orvellis behind three web servers, over the logs
 # of seven, in a browser, as a Debian package, on many machines by Dask and by ssh, as a container, and on an
 # emulated ARM processor. With ORVELLIS_DEEP_TESTS=1 the source is read by two analysers, all fuzz targets run for
-# ten seconds each, and every sixth case once more under valgrind.
+# twenty seconds each, the tests must reach most lines and branches, and all cases run once more under valgrind.
 set -eu
 cd "$(dirname "$0")"
 . ./cmake/packages.sh
@@ -33,12 +33,13 @@ if [ "${ORVELLIS_SYSTEM_TESTS:-}" = 1 ]; then
 fi
 if [ "${ORVELLIS_DEEP_TESTS:-}" = 1 ]; then
   tests/static_analysis.sh
-  JOBS=$((2 * $(nproc))) fuzz/run.sh 10
+  JOBS=$((2 * $(nproc))) fuzz/run.sh 20
+  tests/coverage.sh
+  tests/memcheck.sh build/memcheck cases
 fi
 for preset in release asan; do
   cmake --preset "$preset" >/dev/null
   cmake --build --preset "$preset"
 done
-[ "${ORVELLIS_DEEP_TESTS:-}" != 1 ] || tests/memcheck.sh build/memcheck some
 ctest --preset release -j "$jobs" --output-on-failure
 ctest --preset asan -j "$jobs" --output-on-failure
