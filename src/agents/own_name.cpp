@@ -128,7 +128,7 @@ static std::string_view NameBehind(std::string_view text) {
     const char c = text[at];
     depth += c == '(' || c == '[' ? 1 : 0;
     depth -= (c == ')' || c == ']') && depth > 0 ? 1 : 0;
-    if (depth > 0 || kEndsPiece.find(c) != std::string_view::npos || c == ' ') {
+    if (depth > 0 || kEndsWord.find(c) != std::string_view::npos) {
       ++at;
       continue;
     }

@@ -58,6 +58,11 @@ TEST(OwnName, IsWhatThereIsWhereNothingIsAName) {
   EXPECT_EQ(NameOf("1.0"), "1.0");
 }
 
+TEST(OwnName, TakesTabsForBlanks) {
+  EXPECT_EQ(NameOf("Mozilla/5.0\t(X11)\tChrome/99.0\tAcme"), "Acme");
+  EXPECT_EQ(NameOf("()\t"), "()\t");
+}
+
 TEST(OwnName, IsCut) {
   const std::string word(100, 'a');
   EXPECT_EQ(NameOf(word), word.substr(0, kLongestOwnName));

@@ -43,8 +43,11 @@ inline RuleMatch Find(const AgentRules& rules, RuleKind kind, std::string_view t
   const std::string folded = Folded(text);
   for (size_t i = 0; i < rules.count; ++i) {
     const AgentRule& rule = rules.rules[i];
+    if (rule.kind != kind) {
+      continue;
+    }
     const std::string word = Folded(rule.word);
-    for (size_t at = 0; rule.kind == kind && at + word.size() <= folded.size(); ++at) {
+    for (size_t at = 0; at + word.size() <= folded.size(); ++at) {
       if (StandsAt(rule, word, folded, at)) {
         return {&rule, at, at + word.size()};
       }
