@@ -1,7 +1,5 @@
 #include "agents/agent.h"
 
-#include <algorithm>
-
 #include "agents/own_name.h"
 #include "base/network.h"
 #include "base/text.h"
@@ -18,8 +16,7 @@ static std::string_view NumberBehind(std::string_view text, size_t end) {
     ++end;
   }
   const std::string_view behind = end < text.size() ? text.substr(end) : std::string_view{};
-  const auto last = std::find_if_not(behind.begin(), behind.end(), IsDigitAscii);
-  return behind.substr(0, static_cast<size_t>(last - behind.begin()));
+  return behind.substr(0, behind.find_first_not_of("0123456789"));
 }
 
 // ---- Browsers ----

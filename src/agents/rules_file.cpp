@@ -39,7 +39,8 @@ static Fault SplitFields(std::string_view line, RuleFields& fields) {
 // ---- Kinds of rules ----
 
 static Fault TakeRobot(const RuleFields& fields, AgentRule& rule) {
-  const std::string_view word = fields.texts[3].empty() ? "other" : fields.texts[3];
+  constexpr std::string_view kUsual = "other";
+  const std::string_view word = fields.texts[3].empty() ? kUsual : fields.texts[3];
   rule.name = fields.texts[2];
   for (const PurposeName& purpose : PurposeNames()) {
     if (EqualIgnoreCase(purpose.word, word)) {

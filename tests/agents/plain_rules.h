@@ -24,12 +24,9 @@ inline bool IsDigit(char c) {
   return c >= '0' && c <= '9';
 }
 
-// Both folded.
+// Whether the word, which is at that place of the text, is a word there. Both are folded.
 inline bool StandsAt(const AgentRule& rule, const std::string& word, const std::string& text, size_t at) {
   const size_t end = at + word.size();
-  if (text.compare(at, word.size(), word) != 0) {
-    return false;
-  }
   const bool first_counts = IsLetter(word.front()) || IsDigit(word.front());
   if (!rule.begins_within && first_counts && at > 0 && (IsLetter(text[at - 1]) || IsDigit(text[at - 1]))) {
     return false;
@@ -47,7 +44,7 @@ inline RuleMatch Find(const AgentRules& rules, RuleKind kind, std::string_view t
       continue;
     }
     const std::string word = Folded(rule.word);
-    for (size_t at = 0; at + word.size() <= folded.size(); ++at) {
+    for (size_t at = folded.find(word); at != std::string::npos; at = folded.find(word, at + 1)) {
       if (StandsAt(rule, word, folded, at)) {
         return {&rule, at, at + word.size()};
       }
