@@ -169,13 +169,12 @@ static constexpr AgentRule kRobotRules[] = {
     Robot("Iframely", "Iframely", Purpose::kPreviews),
     Robot("Embedly", "Embedly", Purpose::kPreviews),
     Robot("bitlybot", "bitlybot", Purpose::kPreviews),
-    Robot("Bluesky*", "Bluesky", Purpose::kPreviews),
+    Robot("Bluesky Cardyb", "Bluesky", Purpose::kPreviews),
     Robot("Mastodon", "Mastodon", Purpose::kPreviews),
     Robot("Pleroma", "Pleroma", Purpose::kPreviews),
     Robot("Misskey", "Misskey", Purpose::kPreviews),
     Robot("Synapse", "Synapse", Purpose::kPreviews),
-    Robot("Tumblr", "Tumblr", Purpose::kPreviews),
-    Robot("Flipboard*", "Flipboard", Purpose::kPreviews),
+    Robot("FlipboardProxy", "FlipboardProxy", Purpose::kPreviews),
 
     // Marketing.
     Robot("AhrefsBot", "AhrefsBot", Purpose::kMarketing),
@@ -470,7 +469,7 @@ static constexpr AgentRule kRobotRules[] = {
     RobotWord("libwww*", Purpose::kTools),
     RobotWord("*perl", Purpose::kTools),
     RobotWord("Python*", Purpose::kTools),
-    RobotWord("Ruby*", Purpose::kTools),
+    RobotWord("Ruby/", Purpose::kTools),
     RobotWord("PHP*", Purpose::kTools),
 
     // What no browser has: where to ask who this is.

@@ -76,6 +76,8 @@ expect("systems", browsers, toldNamed, ({ system }, i) => system === systems[wan
 
 // ---- Common browsers, of phones as well ----
 
+// The other program knows fewer apps, and takes each for the browser whose engine it has.
+
 const common = [...new Set([
   ...JSON.parse(readFileSync(`${packages}/node_modules/user-agents/dist/user-agents.json`, "utf8"))
     .map(({ userAgent }) => userAgent),
@@ -83,16 +85,15 @@ const common = [...new Set([
 ])];
 const bowser = require("bowser");
 const called = {
-  "Microsoft Edge": "Edge", "Google Search": "Google app", "Samsung Internet for Android": "Samsung Internet", Brave: "Brave",
+  "Microsoft Edge": "Edge", "Google Search": "Google app", "Samsung Internet for Android": "Samsung Internet",
 };
-const calledSystems = { "Chrome OS": "Chrome OS", "OpenHarmony": "HarmonyOS" };
 const parsed = common.map((agent) => bowser.parse(agent));
 const toldCommon = tell(common);
 expect("common browsers are no robots", common, toldCommon, ({ robot }) => robot === "", { share: 1, least: 900 });
 expect("their families", common, toldCommon,
-       ({ family }, i) => family === (called[parsed[i].browser.name] ?? parsed[i].browser.name), { share: 0.97, least: 900 });
+       ({ family }, i) => family === (called[parsed[i].browser.name] ?? parsed[i].browser.name), { share: 0.98, least: 900 });
 expect("their systems", common, toldCommon,
-       ({ system }, i) => system === (calledSystems[parsed[i].os.name] ?? parsed[i].os.name), { share: 0.99, least: 900 });
+       ({ system }, i) => system === parsed[i].os.name, { share: 0.99, least: 900 });
 const devices = { mobile: "phone", tablet: "tablet", desktop: "desktop", tv: "tv" };
 expect("their devices", common, toldCommon,
        ({ device }, i) => device === devices[parsed[i].platform.type], { share: 0.98, least: 900 });

@@ -143,7 +143,7 @@ TEST(RobotRules, KnowProgramsAndLibraries) {
       {"Mozilla/5.0 (X11; Linux x86_64) AppleWebKit/537.36 (KHTML, like Gecko) HeadlessChrome/128.0.0.0 "
        "Safari/537.36",
        "Headless Chrome", Purpose::kTools},
-      {"ruby", "ruby", Purpose::kTools},
+      {"Ruby", "Ruby", Purpose::kOther},
       {"Acme-HttpClient/1.0", "Acme-HttpClient", Purpose::kTools},
   });
 }
