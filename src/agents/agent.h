@@ -11,21 +11,20 @@
 
 #include "agents/agent_rules.h"
 
-// Absent are empty texts. The texts are views into the agent's text, or of the rules.
+// What is not told is an empty text. Texts are parts of the agent's text, or of the rules.
 struct Agent {
-  std::string_view family;   // the browser: "Firefox", "Samsung Internet"
-  std::string_view version;  // its first number, digits
-  std::string_view system;   // "Windows", "Android"
-  std::string_view
-      system_version;  // "10 or 11", "14"; where browsers say what is no longer so, there is none
+  std::string_view family;          // the browser: "Firefox", "Samsung Internet"
+  std::string_view version;         // its first number, digits
+  std::string_view system;          // "Windows", "Android"
+  std::string_view system_version;  // "10 or 11", "14"; empty, too, where browsers no longer say the true one
   Device device = Device::kUnknown;
   std::string_view robot;            // its name, or its own word; of a robot nothing of the above is told
-  Purpose purpose = Purpose::kNone;  // kNone of what is no robot, and of nothing else
+  Purpose purpose = Purpose::kNone;  // of a robot; kNone of what is none
 };
 
 // Of a longer text only so many bytes are looked at.
 inline constexpr size_t kLongestAgent = 8192;
 
-// An empty text, and "-", tell nothing. Allocates nothing; takes time linear in the length of the text, some
-// hundred nanoseconds for one of a browser.
+// An empty text, and "-", tell nothing. Allocates nothing; takes time linear in the length of the text,
+// about a microsecond for that of a browser.
 Agent TellAgent(std::string_view text, const AgentRules& rules = BuiltInRules());

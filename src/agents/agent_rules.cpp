@@ -68,8 +68,6 @@ static constexpr std::array<uint8_t, 256> MakeKinds() {
 
 static constexpr std::array<uint8_t, 256> kKinds = MakeKinds();
 
-static constexpr size_t kPairs = kCharacterKinds * kCharacterKinds;
-
 static size_t PairOf(char first, char second) {
   return size_t{kKinds[static_cast<unsigned char>(first)]} * kCharacterKinds +
          kKinds[static_cast<unsigned char>(second)];

@@ -49,18 +49,19 @@ std::span<const DeviceName> DeviceNames();
 
 // A word is found where it stands between others: a letter or digit before it, and behind its last letter a
 // letter, behind its last digit a digit, make another word of it. A "*" before it lets it begin within a
-// word, one behind it lets it go on as it likes. Capital letters are small ones, and a "_" of the text is a
-// "." of the rule.
+// word, one behind it lets it go on as it likes. Capital letters are small ones, and a "_" is a ".".
+//
+// The version of a browser, and of a system whose rule tells none, is the number behind the word. A browser's
+// rule may name another word behind which it stands, a system's rule may tell it; "-" says that there is
+// none.
 struct AgentRule {
   RuleKind kind = RuleKind::kRobot;
   std::string_view word;
   std::string_view name = {};  // of a robot empty: its own word
-  std::string_view version =
-      {};  // of a browser: the word behind which it stands, where that is not the rule's own;
-           // of a system: itself, where it does not stand behind the word; "-": there is none
+  std::string_view version = {};
   Purpose purpose = Purpose::kNone;  // of a robot; kNone: a text with this word is none
   Device device = Device::kUnknown;  // of a device
-  bool begins_within = false;        // taken off the word as it is added
+  bool begins_within = false;        // the stars, taken off the word as it is added
   bool goes_on = false;
 };
 
@@ -68,6 +69,7 @@ inline constexpr size_t kMostRules = 2048;  // those that are built in among the
 inline constexpr size_t kRuleTexts = size_t{64} * 1024;
 inline constexpr size_t kShortestWord = 2;  // without its "*"
 inline constexpr size_t kCharacterKinds = 32;
+inline constexpr size_t kPairs = kCharacterKinds * kCharacterKinds;
 
 // Holds views of itself: it is not copied.
 struct AgentRules {
@@ -82,7 +84,7 @@ struct AgentRules {
 
   // Where the rules stand whose words begin with two characters of these kinds, then those that begin within
   // words.
-  std::array<uint16_t, 2 * kCharacterKinds* kCharacterKinds + 1> begins = {};
+  std::array<uint16_t, 2 * kPairs + 1> begins = {};
   std::array<uint16_t, kMostRules> by_beginning;
 };
 

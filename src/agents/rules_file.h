@@ -1,12 +1,14 @@
 // Rules out of a file, which stand before those that are built in, or in their place.
 //
-// A line is a rule, a comment that begins with "#", or empty. Fields stand between semicolons, blanks around
-// them do not count; a word is written as agent_rules.h says.
+// A line is a rule, a comment that begins with "#", or empty. Fields stand between semicolons, without the
+// blanks around them; a word is written as agent_rules.h says.
 //
-//   robot; WORD; NAME; PURPOSE     an empty name: the robot's own; of the words of PurposeNames, "other"
-//   where none stands browser; WORD; NAME; BEHIND    the word behind which the version stands; "-" where
-//   there is none system; WORD; NAME; VERSION device; WORD; KIND             of the words of DeviceNames
-//   builtin=0                      those that are built in count no longer; builtin=1: they do
+//   robot; WORD; NAME; PURPOSE   an empty name: the robot's own; a word of PurposeNames, "other" without one
+//   browser; WORD; NAME; BEHIND  the word behind which the version stands; "-": there is none
+//   system; WORD; NAME; VERSION
+//   device; WORD; KIND           a word of DeviceNames
+//   builtin=0                    those that are built in do not count; builtin=1: they do, as without such a
+//   line
 //
 // The last field of a robot, a browser and a system may be left out.
 #pragma once

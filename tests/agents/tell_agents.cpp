@@ -2,9 +2,8 @@
 // system, its version, device, robot and purpose, with tabs between them.
 //
 //   tell_agents [FILE_OF_RULES] < AGENTS
-//   tell_agents --time < AGENTS      nanoseconds for each text instead, on average
-#include <chrono>
-#include <cstdio>
+//   tell_agents --time < AGENTS      nanoseconds of processor time for each text instead, on average
+#include <ctime>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -26,14 +25,14 @@ static void PrintTime(const std::vector<std::string>& lines) {
   constexpr int kTimes = 100;
   size_t robots = 0;
   TellAgent("");
-  const auto begin = std::chrono::steady_clock::now();
+  const std::clock_t begin = std::clock();  // of this process, whatever else the processors do
   for (int i = 0; i < kTimes; ++i) {
     for (const std::string& line : lines) {
       robots += TellAgent(line).robot.empty() ? 0 : 1;
     }
   }
-  const std::chrono::duration<double, std::nano> passed = std::chrono::steady_clock::now() - begin;
-  std::cout << passed.count() / (kTimes * static_cast<double>(lines.size())) << " ns, " << robots / kTimes
+  const double seconds = static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
+  std::cout << seconds * 1e9 / (kTimes * static_cast<double>(lines.size())) << " ns, " << robots / kTimes
             << " robots of " << lines.size() << '\n';
 }
 
