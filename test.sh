@@ -3,9 +3,10 @@
 # sanitizers with unsigned characters, on whose sign nothing may depend) and runs every test on both.
 #
 # With ORVELLIS_SYSTEM_TESTS=1 the machine itself is tested, too: Orvellis behind three web servers, over the logs
-# of seven, in a browser, as a Debian package, on many machines by Dask and by ssh, as a container, and on an
-# emulated ARM processor. With ORVELLIS_DEEP_TESTS=1 the source is read by two analysers, all fuzz targets run for
-# twenty seconds each, the tests must reach most lines and branches, and all cases run once more under valgrind.
+# of seven, in a browser, as a Debian package, on many machines by Dask and by ssh, as a container, on an emulated
+# ARM processor, and by lists of robots and browsers. With ORVELLIS_DEEP_TESTS=1 the source is read by two analysers,
+# all fuzz targets run for twenty seconds each, the tests must reach most lines and branches, and all cases run once
+# more under valgrind.
 set -eu
 cd "$(dirname "$0")"
 . ./cmake/packages.sh
@@ -30,6 +31,10 @@ if [ "${ORVELLIS_SYSTEM_TESTS:-}" = 1 ]; then
   mkdir -p build/browser
   cp tests/browser/package.json tests/browser/package-lock.json build/browser/
   [ -d build/browser/node_modules ] || (cd build/browser && npm ci --ignore-scripts --no-audit --no-fund >/dev/null)
+  # Lists of robots and browsers, which what is told of agents is held against.
+  mkdir -p build/agents
+  cp tests/agents/package.json tests/agents/package-lock.json build/agents/
+  [ -d build/agents/node_modules ] || (cd build/agents && npm ci --ignore-scripts --no-audit --no-fund >/dev/null)
 fi
 if [ "${ORVELLIS_DEEP_TESTS:-}" = 1 ]; then
   tests/static_analysis.sh

@@ -19,6 +19,7 @@ targets() { # [TARGET...]: those given, else all
 # The dictionaries that hold keywords of a target's inputs.
 dictionaries_of() {
   case $1 in
+    agents | agents_file) echo agents urls ;;
     form | parameter) echo parameters months ;;
     config_file) echo parameters configuration ;;
     search_engine | search_referrer) echo configuration urls ;;
@@ -34,7 +35,7 @@ dictionaries_of() {
 longest_of() {
   case $1 in
     line_reader | whole_run | outputs) echo 8192 ;;
-    log_line | date_guess | form | summary_file | config_file | names_file) echo 4096 ;;
+    log_line | date_guess | form | summary_file | config_file | names_file | agents_file) echo 4096 ;;
     *) echo 1024 ;;
   esac
 }

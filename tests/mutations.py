@@ -19,7 +19,7 @@ import sys
 TREE = pathlib.Path(__file__).resolve().parent.parent
 COPY = TREE / "build/mutations/tree"
 BUILD = TREE / "build/mutations/build"
-SUITES = ("base", "dates", "sandbox", "unpack", "layouts", "superlog", "analysis", "parts", "sections", "report", "output", "cgi",
+SUITES = ("base", "dates", "sandbox", "unpack", "agents", "layouts", "superlog", "analysis", "parts", "sections", "report", "output", "cgi",
           "config", "entry", "run")
 PROGRAMS = ["orvellis", "at_system_call", "failing_malloc"]
 TIMEOUT = 300  # a mistake that lets the tests hang is noticed, too
