@@ -11,6 +11,7 @@
 #include "analysis/day_counts.h"
 #include "analysis/search_phrases.h"
 #include "base/limits.h"
+#include "cgi/settings.h"
 #include "superlog/super_long.h"
 
 enum class DayCounting {
@@ -85,7 +86,9 @@ struct Analysis {
   CountedReport badreferrers;
   CountedReport domains;
   CountedReport domaintypes;
-  CountedReport addresses;  // that are to be looked up, until their names are known
+  CountedReport
+      dimensions[kMostDimensions];  // by row of their table; those made of others when all are counted
+  CountedReport addresses;          // that are to be looked up, until their names are known
   LookUpFigures look_ups;
   TimeDistribution<366> days;  // by day of the year, or
   DayCounts dates;             // by date, in order once all are counted

@@ -5,6 +5,7 @@
 #include <limits>
 #include <utility>
 
+#include "analysis/dimensions.h"
 #include "analysis/dns_cache.h"
 #include "analysis/dns_cache_internal.h"
 #include "analysis/domain_counts.h"
@@ -175,6 +176,7 @@ static void CreateTables(const Settings& settings, Analysis& analysis) {
     init_list(table.report.list, table.report.info, table.name, table.sublists);
   }
   analysis.browsers.info->classify = AgentKind;
+  CreateDimensions(settings, analysis);
   if (ResolveDnsMode(settings, analysis.counting.limits) == DnsMode::kAfterwards) {
     init_list(analysis.addresses.list, analysis.addresses.info, "Addresses");
   }
@@ -366,6 +368,9 @@ static void CountVisit(const Rules& rules, const SuperLogRecord& record, Visitor
   if ((rules.domains || rules.domain_types) && !IsAbsent(visitor.host)) {
     CountDomain(rules, visitor, analysis);
   }
+  if (rules.dimensions != 0) {
+    CountDimensions(rules.dimensions, record, analysis);
+  }
   CountTime(rules, record.local, analysis);
 }
 
@@ -521,19 +526,34 @@ static constexpr CountedReport Analysis::*kReports[] = {
     &Analysis::urls,         &Analysis::referrers, &Analysis::browsers,    &Analysis::badurls,
     &Analysis::badreferrers, &Analysis::domains,   &Analysis::domaintypes, &Analysis::addresses};
 
+template <typename Do>
+static void ForEachReport(Analysis& analysis, Do do_it) {
+  for (CountedReport Analysis::*const report : kReports) {
+    do_it(analysis.*report);
+  }
+  for (CountedReport& report : analysis.dimensions) {
+    do_it(report);
+  }
+}
+
+static void EmptyReport(CountedReport& report) {
+  if (report.info != nullptr) {
+    empty_list(report.list, *report.info);
+  }
+  report.total = 0;
+}
+
 void ForgetCounts(Analysis& analysis) {
   Analysis empty{};
   empty.counting = analysis.counting;
   empty.ReportStartTime = analysis.ReportStartTime;
   empty.range_first = analysis.range_first;
   empty.range_last = analysis.range_last;
+  ForEachReport(analysis, EmptyReport);
   for (CountedReport Analysis::*const report : kReports) {
-    ListInfo* const info = (analysis.*report).info;
-    if (info != nullptr) {
-      empty_list((analysis.*report).list, *info);
-    }
-    (empty.*report).info = info;
+    empty.*report = analysis.*report;
   }
+  std::ranges::copy(analysis.dimensions, empty.dimensions);
   EmptySearch(analysis.search);
   empty.search = analysis.search;
   ReleaseDays(analysis.dates);
@@ -565,6 +585,7 @@ void CompleteCounts(const Settings& settings, Analysis& analysis) {
     NameAddresses(rules, analysis);
   }
   StopLookUps();
+  SumUpDimensions(settings, analysis);
   SumUpHours(settings, analysis);
   WrapFigures(analysis);
 }
@@ -590,9 +611,7 @@ void EndAnalysis(Analysis& analysis) {
   ForgetAddresses();
   StopLookUps();
   SuperLog_Uninit();
-  for (CountedReport Analysis::*const report : kReports) {
-    destroy((analysis.*report).list);
-  }
+  ForEachReport(analysis, [](CountedReport& report) { destroy(report.list); });
   ReleaseDays(analysis.dates);
   FreeDomainsNow();
   FreeFileTypesNow();

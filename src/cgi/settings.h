@@ -8,6 +8,7 @@
 #pragma once
 
 #include <bitset>
+#include <cstddef>
 #include <cstdint>
 
 #include "base/text.h"
@@ -15,6 +16,7 @@
 inline constexpr const char* kVersion = "1.5";
 inline constexpr const char* kPlatform = "UNIX";
 inline constexpr int kMostWorkers = 256;
+inline constexpr size_t kMostDimensions = 32;
 inline constexpr int64_t kUsualWorkerBytes = 4 << 20;
 inline constexpr int64_t kUsualPartCacheSize = int64_t{1} << 30;
 inline constexpr const char* kDefaultConfigFile = "orvellis.conf";  // in the working directory
@@ -166,6 +168,7 @@ struct Settings {
   int search_casesensitive;
   RankedReport referrers;
   RankedReport badreferrers;
+  RankedReport dimensions[kMostDimensions];  // by row of the table of dimensions (analysis/dimensions.h)
   int badurl_referrers;
   int filter_referrers;
   int own_referrers;  // pages of the site itself are referrers like others

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <optional>
 #include <string_view>
 
 #include "dates/clock.h"
@@ -123,19 +124,37 @@ static constexpr size_t TablesOfSections() {
   return static_cast<size_t>(std::count_if(std::begin(kTables), std::end(kTables),
                                            [](const Table& table) { return !table.referrers; }));
 }
-static_assert(TablesOfSections() == kSectionCount);
+static_assert(TablesOfSections() == kNamedSections);
+
+static Table TableOf(const Section& section) {
+  const Dimension& dimension = *section.dimension;
+  return {dimension.parameter, section.id, false, dimension.columns,
+          dimension.name_of != nullptr ? PutWithDetail : PutWithoutDetail};
+}
+
+// All of them, one after the other, until one is wanted; true then.
+template <typename Wanted>
+static bool AnyTable(Wanted wanted) {
+  if (std::any_of(std::begin(kTables), std::end(kTables), wanted)) {
+    return true;
+  }
+  return std::ranges::any_of(Sections().subspan(kNamedSections),
+                             [&](const Section& section) { return wanted(TableOf(section)); });
+}
 
 static bool IsInReport(const Table& table, const Settings& settings) {
   return IsOn(SectionOf(table.section), settings) && (!table.referrers || settings.badurl_referrers != 0);
 }
 
-static const Table* FindTable(const Settings& settings) {
-  for (const Table& table : kTables) {
-    if (EqualIgnoreCase(table.name, settings.section)) {
-      return IsInReport(table, settings) ? &table : nullptr;
+static std::optional<Table> FindTable(const Settings& settings) {
+  std::optional<Table> found;
+  AnyTable([&](const Table& table) {
+    if (EqualIgnoreCase(table.name, settings.section) && IsInReport(table, settings)) {
+      found = table;
     }
-  }
-  return nullptr;
+    return found.has_value();
+  });
+  return found;
 }
 
 template <typename PutRow>
@@ -161,24 +180,24 @@ static void PutOne(Cells& cells, const Table& table, const Settings& settings, A
 
 static void PutAll(Cells& cells, const Settings& settings, Analysis& analysis) {
   Put(cells.sink, "section,rank,item,count,share,detail\r\n");
-  for (const Table& table : kTables) {
-    if (!IsInReport(table, settings)) {
-      continue;
+  AnyTable([&](const Table& table) {
+    if (IsInReport(table, settings)) {
+      PutTable(table, settings, analysis, [&](const CsvRow& row) {
+        PutCsv(cells.sink, table.name, cells.guarded);
+        Put(cells.sink, ",");
+        PutWithDetail(cells, row);
+        Put(cells.sink, "\r\n");
+      });
     }
-    PutTable(table, settings, analysis, [&](const CsvRow& row) {
-      PutCsv(cells.sink, table.name, cells.guarded);
-      Put(cells.sink, ",");
-      PutWithDetail(cells, row);
-      Put(cells.sink, "\r\n");
-    });
-  }
+    return false;
+  });
 }
 
 void WriteCsv(const Settings& settings, Analysis& analysis) {
   Sink sink;
   Cells cells{sink, settings.csv_formulas == 0};
-  const Table* const table = FindTable(settings);
-  if (table != nullptr) {
+  const std::optional<Table> table = FindTable(settings);
+  if (table.has_value()) {
     PutOne(cells, *table, settings, analysis);
   } else {
     PutAll(cells, settings, analysis);
@@ -189,7 +208,7 @@ void WriteCsv(const Settings& settings, Analysis& analysis) {
 // ---- Answers ---------------------------------------------------------------------------
 
 static Error CheckSection(const Settings& settings) {
-  return settings.section[0] == '\0' || FindTable(settings) != nullptr ? kNoError : kErrorSection;
+  return settings.section[0] == '\0' || FindTable(settings).has_value() ? kNoError : kErrorSection;
 }
 
 static void AnswerReport(const Environment& env, const Settings& settings) {

@@ -179,7 +179,7 @@ void WriteJson(const Settings& settings, Analysis& analysis) {
   PutHead(sink, settings, analysis);
   Put(sink, ",\n  \"sections\": {");
   bool first = true;
-  for (const Section& section : kSections) {
+  for (const Section& section : Sections()) {
     if (IsOn(section, settings)) {
       if (!first) {
         Put(sink, ",");

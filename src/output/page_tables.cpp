@@ -146,10 +146,12 @@ static void PutReferrers(Sink& sink, SectionRow& row) {
 }
 
 static void PutName(Sink& sink, const SectionRow& row) {
-  PutItemText(sink, row.name, nullptr);
-  if (std::string_view(row.name) != row.item) {
+  const char* const first = row.explained ? row.item : row.name;
+  const char* const second = row.explained ? row.name : row.item;
+  PutItemText(sink, first, nullptr);
+  if (std::string_view(first) != second) {
     Put(sink, " <small><bdi>");
-    PutHtml(sink, row.item);
+    PutHtml(sink, second);
     Put(sink, "</bdi></small>");
   }
 }

@@ -316,7 +316,7 @@ static void PutSection(Paper& paper, const Settings& settings, const Section& se
 void WriteText(const Settings& settings, Analysis& analysis, const Terminal& terminal) {
   Paper paper{{}, terminal};
   PutHead(paper, settings, analysis);
-  for (const Section& section : kSections) {
+  for (const Section& section : Sections()) {
     if (IsOn(section, settings)) {
       PutSection(paper, settings, section, analysis);
     }

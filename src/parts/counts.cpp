@@ -3,6 +3,7 @@
 #include <bit>
 #include <iterator>
 
+#include "analysis/dimensions.h"
 #include "analysis/search_phrases.h"
 
 // ---- Figures ----
@@ -275,9 +276,38 @@ static constexpr Kind kKindTable[] = {
     {"hitsperhour", &Rules::hours_of_week, SaveHours, AddHours, PassHours},
     RankedKind<&Analysis::addresses>("addresses", nullptr),
 };
-static_assert(std::size(kKindTable) == kCountKinds);
+static_assert(std::size(kKindTable) == kNamedKinds);
+
+static size_t RowOf(unsigned kind) {
+  return kind - kNamedKinds;
+}
+
+static void SaveKind(PartWriter& part, unsigned kind, const Analysis& analysis) {
+  if (kind < kNamedKinds) {
+    kKindTable[kind].save(part, analysis);
+    return;
+  }
+  const CountedReport& report = analysis.dimensions[RowOf(kind)];
+  Put(part, report.total);
+  SaveList(part, report.list);
+}
+
+static void AddKind(PartReader& part, unsigned kind, const Rules& rules, Analysis& analysis) {
+  if (kind < kNamedKinds) {
+    kKindTable[kind].add(part, rules, analysis);
+  } else {
+    AddToReport(part, analysis.dimensions[RowOf(kind)], false);
+  }
+}
+
+static void PassKind(PartReader& part, unsigned kind, const Analysis& analysis) {
+  (kind < kNamedKinds ? kKindTable[kind].pass : PassReport)(part, analysis);
+}
 
 static bool Counts(const Rules& rules, unsigned kind) {
+  if (kind >= kNamedKinds) {
+    return (rules.dimensions >> RowOf(kind) & 1) != 0;
+  }
   switch (static_cast<CountKind>(kind)) {
     case CountKind::kDays:
       return rules.days || rules.dates;
@@ -301,7 +331,8 @@ uint64_t KindsOf(const Rules& rules) {
 }
 
 const char* NameOf(CountKind kind) {
-  return kKindTable[static_cast<unsigned>(kind)].name;
+  const auto number = static_cast<unsigned>(kind);
+  return number < kNamedKinds ? kKindTable[number].name : kDimensions[RowOf(number)].parameter;
 }
 
 // ---- All ----
@@ -326,14 +357,14 @@ void SaveCounts(PartWriter& part, const Rules& rules, const Analysis& analysis) 
   SaveTotals(part, analysis);
   for (unsigned kind = 0; kind < kCountKinds; ++kind) {
     if (Holds(kinds, kind)) {
-      kKindTable[kind].save(part, analysis);
+      SaveKind(part, kind, analysis);
     }
   }
 }
 
 bool AddSavedCounts(PartReader& part, const Rules& rules, Analysis& analysis, unsigned& missing) {
   const uint64_t wanted = KindsOf(rules);
-  const uint64_t held = TakeFigureUpTo(part, (uint64_t{1} << kCountKinds) - 1);
+  const uint64_t held = TakeFigureUpTo(part, (uint64_t{1} << (kNamedKinds + kDimensionCount)) - 1);
   const uint64_t lacking = wanted & ~Usable(held, wanted);
   missing = part.damaged || lacking == 0 ? kCountKinds : static_cast<unsigned>(std::countr_zero(lacking));
   if (part.damaged || missing != kCountKinds) {
@@ -342,9 +373,9 @@ bool AddSavedCounts(PartReader& part, const Rules& rules, Analysis& analysis, un
   AddTotals(part, rules, analysis);
   for (unsigned kind = 0; kind < kCountKinds && !part.damaged; ++kind) {
     if (Holds(wanted, kind)) {
-      kKindTable[kind].add(part, rules, analysis);
+      AddKind(part, kind, rules, analysis);
     } else if (Holds(held, kind)) {
-      kKindTable[kind].pass(part, analysis);
+      PassKind(part, kind, analysis);
     }
   }
   return !part.damaged;

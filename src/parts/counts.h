@@ -20,7 +20,9 @@ enum class CountKind : unsigned {
   kHoursOfWeek,
   kAddresses,  // whose names the domains wait for
 };
-inline constexpr unsigned kCountKinds = 12;
+inline constexpr unsigned kNamedKinds = 12;
+// Behind these, the dimensions (analysis/dimensions.h) whose items requests have, by their rows.
+inline constexpr unsigned kCountKinds = kNamedKinds + kMostDimensions;
 
 // The bits of what a run counts by its rules.
 uint64_t KindsOf(const Rules& rules);

@@ -5,11 +5,10 @@
 
 #include "analysis/resolve_item.h"
 
-static ItemSummary Summarise(const Settings& settings, const Section& section, const Analysis& analysis) {
-  const auto distinct = static_cast<int64_t>(list_length((analysis.*section.items.counted).list));
-  const CutOff cut_off = CutOffOf(settings.*section.report);
-  ItemSummary summary{
-      distinct, (analysis.*section.items.base).total, cut_off, AllShown(cut_off, distinct), {}};
+static ItemSummary Summarise(const Settings& settings, const Section& section, Analysis& analysis) {
+  const auto distinct = static_cast<int64_t>(list_length(CountedIn(section, analysis).list));
+  const CutOff cut_off = CutOffOf(*ReportOf(section, settings));
+  ItemSummary summary{distinct, BaseOf(section, analysis).total, cut_off, AllShown(cut_off, distinct), {}};
   std::transform(section.items.brands.begin(), section.items.brands.end(), summary.brands.begin(),
                  [&analysis](const Brand& brand) {
                    const int64_t count = analysis.*brand.count;
@@ -20,8 +19,8 @@ static ItemSummary Summarise(const Settings& settings, const Section& section, c
 
 RankedRows OpenRanked(const Settings& settings, const Section& section, Analysis& analysis) {
   const ItemSummary summary = Summarise(settings, section, analysis);
-  List& list = (analysis.*section.items.counted).list;
-  return {summary, &settings, &section.items, OpenItems(list, summary.cut_off), {}};
+  List& list = CountedIn(section, analysis).list;
+  return {summary, &settings, &section.items, section.dimension, OpenItems(list, summary.cut_off), {}};
 }
 
 // True when the item names its own site: "://" behind a scheme of 3 to 5
@@ -46,6 +45,9 @@ static const char* SiteOf(const RankedRows& rows, const ListItem& item) {
 }
 
 static const char* Describe(RankedRows& rows, const ListItem& item) {
+  if (rows.dimension != nullptr && rows.dimension->name_of != nullptr) {
+    return rows.dimension->name_of(item.key());
+  }
   if (!rows.kind->described) {
     return nullptr;
   }

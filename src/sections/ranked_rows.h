@@ -44,6 +44,7 @@ struct RankedRows {
   ItemSummary summary;
   const Settings* settings;
   const RankedItems* kind;
+  const Dimension* dimension;  // null: of none
   ItemCursor items;
   char description[kLongestItem + 1];
 };

@@ -30,7 +30,7 @@ static void OpenTimes(SectionRows& rows, const Settings&, const Analysis& analys
 // ---- Rows ----------------------------------------------------------------------------
 
 static SectionRow Row(const char* item, int64_t count, double share) {
-  return {item, count, share, 0.0, nullptr, nullptr, nullptr, {}, {}, -1, -1};
+  return {item, count, share, 0.0, nullptr, nullptr, nullptr, {}, {}, -1, -1, false};
 }
 
 // The largest count comes first.
@@ -48,6 +48,7 @@ static bool NextRankedRow(SectionRows& rows, SectionRow& row) {
   row.bar = BarOf(rows, ranked.count);
   row.site = ranked.site;
   row.name = ranked.description;
+  row.explained = rows.section->dimension != nullptr;
   row.referrers = ranked.referrers;
   return true;
 }

@@ -24,6 +24,7 @@ struct SectionRow {
   CalendarDate date;     // of days
   int weekday;           // of days, weekdays and hours of the week, 0 = Sunday; else -1
   int hour;              // of hours and hours of the week; else -1
+  bool explained;        // the item is what people know, and the name tells what it means
 };
 
 // The way through the rows, and what was known before the first.

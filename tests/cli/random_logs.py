@@ -168,7 +168,8 @@ def question(chance, logs):
     words.append("edition=" + chance.choice(["classic", "modern", "modern"]))
     words.append(f"find_pattern={int(chance.random() < 0.2)}")
     words.append(f"subdirs={int(chance.random() < 0.9)}")
-    for name in ("requests", "referrers", "search", "browsers", "badurls", "badreferrers", "domains", "domaintypes"):
+    for name in ("requests", "referrers", "search", "browsers", "badurls", "badreferrers", "domains", "domaintypes", "statuses",
+                 "hosts", "users", "referringsites", "directories", "filetypes"):
         if chance.random() < 0.7:
             words.append(f"{name}=1,{chance.choice(['0', '0', '5', '20%'])}")
     for name in ("dailytotals", "hitsperdayofweek", "hitsperhour", "hoursofweek", "badurl_referrers", "find_casesensitive",
