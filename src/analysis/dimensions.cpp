@@ -185,7 +185,8 @@ void CreateDimensions(const Settings& settings, Analysis& analysis) {
   for (size_t row = 0; row < kDimensionCount; ++row) {
     if (IsAsked(settings, row)) {
       CountedReport& report = analysis.dimensions[row];
-      init_list(report.list, report.info, kDimensions[row].words.title.text().data());
+      init_list(report.list, report.info, kDimensions[row].words.title.text().data(), SubLists::kNone,
+                AmountsOf(settings));
     }
   }
 }
@@ -200,7 +201,7 @@ void CountDimensions(uint32_t dimensions, const SuperLogRecord& record, Analysis
   }
 }
 
-static void Add(CountedReport& report, std::string_view item, int64_t count) {
+static void Add(CountedReport& report, std::string_view item, const KeyCount& count) {
   add_items(report.list, report.info, item, count);
 }
 
@@ -209,7 +210,7 @@ static void SumUpStatuses(CountedReport& report, const Analysis& analysis) {
     if (analysis.statuses[status] != 0) {
       const char digits[] = {static_cast<char>('0' + status / 100), static_cast<char>('0' + status / 10 % 10),
                              static_cast<char>('0' + status % 10)};
-      Add(report, {digits, sizeof digits}, analysis.statuses[status]);
+      Add(report, {digits, sizeof digits}, {analysis.statuses[status], analysis.status_bytes[status]});
       report.total += analysis.statuses[status];
     }
   }
@@ -222,7 +223,7 @@ static void SumUpItems(const Dimension& dimension, const CountedReport& source, 
   for (const ListItem* item = source.list.first; item != nullptr; item = item->next) {
     const std::string_view of_item = dimension.of_item(item->key(), room);
     if (!of_item.empty()) {
-      Add(report, of_item, item->count);
+      Add(report, of_item, {item->count, AmountOf(*item)});
     }
   }
   report.total = total;

@@ -173,12 +173,13 @@ static void CreateTables(const Settings& settings, Analysis& analysis) {
       {analysis.domaintypes, "Domain Types"},
   };
   for (const auto& table : tables) {
-    init_list(table.report.list, table.report.info, table.name, table.sublists);
+    init_list(table.report.list, table.report.info, table.name, table.sublists, AmountsOf(settings));
   }
   analysis.browsers.info->classify = AgentKind;
   CreateDimensions(settings, analysis);
   if (ResolveDnsMode(settings, analysis.counting.limits) == DnsMode::kAfterwards) {
-    init_list(analysis.addresses.list, analysis.addresses.info, "Addresses");
+    init_list(analysis.addresses.list, analysis.addresses.info, "Addresses", SubLists::kNone,
+              AmountsOf(settings));
   }
 }
 
@@ -291,9 +292,20 @@ static void CountTime(const Rules& rules, const tm& local, Analysis& analysis) {
   }
 }
 
-static void CountStatus(int64_t status, Analysis& analysis) {
+static size_t PlaceOfStatus(int64_t status) {
   const auto place = static_cast<uint64_t>(status);
-  ++analysis.statuses[place < kStatuses ? place : 0];
+  return place < kStatuses ? place : 0;
+}
+
+static void CountStatus(int64_t status, Analysis& analysis) {
+  ++analysis.statuses[PlaceOfStatus(status)];
+}
+
+// What the record adds to each item that it counts for. A size below 0 is none.
+[[gnu::noinline]] static void TakeBytes(const SuperLogRecord& record, bool counted, Analysis& analysis) {
+  const int64_t bytes = std::max<int64_t>(record.bytes, 0);
+  count_amounts(bytes);
+  analysis.status_bytes[PlaceOfStatus(record.status)] += counted ? bytes : 0;
 }
 
 static bool HoldsQuery(std::string_view referrer) {
@@ -395,6 +407,9 @@ static void CountRecord(const Rules& rules, const SuperLogRecord& record, Analys
     analysis.without_url += HasNoUrl(url) ? 1 : 0;
     CountStatus(record.status, analysis);
     rules.add_bytes(analysis.bytes, record.bytes);
+  }
+  if (rules.bytes) {
+    TakeBytes(record, counted, analysis);
   }
   if (record.status == 404) {
     CountNotFound(rules, record, analysis);

@@ -50,6 +50,18 @@ static FindTest ResolveFindTest(const Settings& settings, const Limits& limits) 
   return find;
 }
 
+static bool OrdersByBytes(const Settings& settings) {
+  return EqualIgnoreCase(settings.order, "bytes");
+}
+
+Amounts AmountsOf(const Settings& settings) {
+  return settings.with_bytes != 0 || OrdersByBytes(settings) ? Amounts::kSummed : Amounts::kNone;
+}
+
+RankedBy OrderOf(const Settings& settings) {
+  return OrdersByBytes(settings) ? RankedBy::kAmount : RankedBy::kCount;
+}
+
 bool NeedsNames(const Settings& settings) {
   return settings.dnslookupenabled != 0 &&
          (settings.domains.on != 0 || settings.domaintypes.on != 0 || settings.filter_domains[0] != '\0');
@@ -138,9 +150,11 @@ static void AddNarrowBytes(SuperLong& counter, int64_t amount) {
   SuperLongAdd(counter, static_cast<uint32_t>(amount));
 }
 
-// With names that a resolver gave, which may be longer than an item, a type is not always that of its domain.
+// With names that a resolver gave, which may be longer than an item, a type is not always that of its domain;
+// and amounts are not counted with the parts of keys.
 static KeyPart ResolveTypeOfDomain(const Settings& settings, const Limits& limits) {
-  if (settings.domains.on == 0 || settings.domaintypes.on == 0 || settings.dnslookupenabled != 0) {
+  if (settings.domains.on == 0 || settings.domaintypes.on == 0 || settings.dnslookupenabled != 0 ||
+      AmountsOf(settings) == Amounts::kSummed) {
     return nullptr;
   }
   return limits.whole_addresses ? TypeOfDomainOrNetwork : TypeOfDomain;
@@ -165,6 +179,7 @@ Rules ResolveRules(const Settings& settings, const Counting& counting) {
       .filter_types = settings.filter_filetypes[0] != '\0' && NeedsTypeFilter(settings),
       .keep_query = settings.showquery != 0,
       .url_end_mark = counting.limits.escapes ? '?' : '"',
+      .bytes = AmountsOf(settings) == Amounts::kSummed,
       .urls = CountsUrls(settings),
       .urls_ignore_case = settings.find_casesensitive == 0 && !counting.urls_as_written,
       .url_total = CountsUrls(settings) || settings.badurls.on != 0,

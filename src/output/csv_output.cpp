@@ -5,6 +5,7 @@
 #include <optional>
 #include <string_view>
 
+#include "analysis/rules.h"
 #include "dates/clock.h"
 #include "dates/zone.h"
 #include "output/escape.h"
@@ -25,6 +26,7 @@ struct CsvRow {
   int64_t count;
   double share;
   const char* detail;  // engine, name, time zone or the item that was led to; empty: none
+  int64_t bytes = -1;  // below 0: none
 };
 
 struct Cells {
@@ -80,7 +82,7 @@ template <typename PutRow>
 static void PutRows(SectionRows& rows, const char* detail_of_all, PutRow put) {
   int64_t rank = 0;
   for (SectionRow row; NextRow(rows, row);) {
-    put(CsvRow{++rank, row.item, row.count, row.share, DetailOf(row, detail_of_all)});
+    put(CsvRow{++rank, row.item, row.count, row.share, DetailOf(row, detail_of_all), row.bytes});
   }
 }
 
@@ -169,23 +171,45 @@ static void PutTable(const Table& table, const Settings& settings, Analysis& ana
   }
 }
 
+// The last column, where rows have one.
+static void PutBytes(Cells& cells, const CsvRow& row) {
+  Put(cells.sink, ",");
+  if (row.bytes >= 0) {
+    PutNumber(cells.sink, row.bytes);
+  }
+}
+
+static bool HasBytes(const Table& table, const Settings& settings) {
+  return SectionOf(table.section).rows == RowKind::kRanked && !table.referrers &&
+         AmountsOf(settings) == Amounts::kSummed;
+}
+
 static void PutOne(Cells& cells, const Table& table, const Settings& settings, Analysis& analysis) {
+  const bool bytes = HasBytes(table, settings);
   Put(cells.sink, table.columns);
-  Put(cells.sink, "\r\n");
+  Put(cells.sink, bytes ? Literal(",bytes\r\n") : Literal("\r\n"));
   PutTable(table, settings, analysis, [&](const CsvRow& row) {
     table.put(cells, row);
+    if (bytes) {
+      PutBytes(cells, row);
+    }
     Put(cells.sink, "\r\n");
   });
 }
 
 static void PutAll(Cells& cells, const Settings& settings, Analysis& analysis) {
-  Put(cells.sink, "section,rank,item,count,share,detail\r\n");
+  const bool bytes = AmountsOf(settings) == Amounts::kSummed;
+  Put(cells.sink, "section,rank,item,count,share,detail");
+  Put(cells.sink, bytes ? Literal(",bytes\r\n") : Literal("\r\n"));
   AnyTable([&](const Table& table) {
     if (IsInReport(table, settings)) {
       PutTable(table, settings, analysis, [&](const CsvRow& row) {
         PutCsv(cells.sink, table.name, cells.guarded);
         Put(cells.sink, ",");
         PutWithDetail(cells, row);
+        if (bytes) {
+          PutBytes(cells, row);
+        }
         Put(cells.sink, "\r\n");
       });
     }

@@ -131,6 +131,10 @@ static void PutRow(Sink& sink, const Section& section, SectionRow& row) {
     PutShown(sink, row.item);
   }
   PutCount(sink, row.count, row.share);
+  if (row.bytes >= 0) {
+    Put(sink, ", \"bytes\": ");
+    PutNumber(sink, row.bytes);
+  }
   if (row.name != nullptr) {
     Put(sink, ", \"name\": ");
     PutJson(sink, row.name);

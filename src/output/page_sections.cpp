@@ -107,6 +107,7 @@ static void PutRanked(Sink& sink, const Settings& settings, const Section& secti
               .columns = {"#", words.item, "Requests"},
               .lead = Lead::kRank,
               .shares = rows.total > 0,
+              .bytes = rows.bytes,
               .rows = shown.rows};
   BeginTable(table, words.title.text().data());
   SectionRow row;

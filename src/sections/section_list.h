@@ -93,5 +93,6 @@ const RankedReport* ReportOf(const Section& section, const Settings& settings);
 CountedReport& CountedIn(const Section& section, Analysis& analysis);
 const CountedReport& BaseOf(const Section& section, const Analysis& analysis);
 
-// Who names no section at all wants every one of them but dimensions, and the pages that led to what was not found.
+// Who names no section at all wants every one of them but dimensions, and the pages that led to what was not
+// found.
 void TakeAllSectionsForNone(Settings& settings);

@@ -15,6 +15,7 @@ struct SectionRow {
   const char*
       item;  // a day as "2026-11-22", a weekday as "Sunday", an hour as "00", one of the week as "Sunday 00"
   int64_t count;
+  int64_t bytes;         // of ranked rows, where they are asked for; else -1
   double share;          // of the section's total
   double bar;            // the count as a part of the largest one, at most 1
   const char* site;      // of ranked rows, as there; null: no link
@@ -31,6 +32,7 @@ struct SectionRow {
 struct SectionRows {
   int64_t distinct;  // items, before any was cut off
   int64_t total;     // what the shares are of
+  bool bytes;        // rows have bytes
   const Section* section;
   RankedRows ranked;
   EngineRows engines;

@@ -72,7 +72,13 @@ def normal_host(request):
     return {"2001:db8:0:0:0:0:0:2": "2001:db8::2"}.get(request.host, request.host)
 
 
+NAMED = {
+    "requests": path_of,
+    "browsers": lambda request: None if request.agent == "-" else request.agent,
+    "badurls": lambda request: request.url if request.status == 404 else None,
+}
 COUNTED_HERE = {
+    **NAMED,
     "statuses": lambda request: str(request.status),
     "hosts": normal_host,
     "users": lambda request: None if request.user == "-" else request.user,
@@ -83,7 +89,15 @@ COUNTED_HERE = {
 
 
 def figures_here(requests):
-    return {name: collections.Counter(filter(None, map(item, requests))) for name, item in COUNTED_HERE.items()}
+    """Requests and bytes of each item."""
+    figures = {}
+    for name, item in COUNTED_HERE.items():
+        figures[name] = collections.defaultdict(lambda: (0, 0))
+        for request in requests:
+            if item(request):
+                count, size = figures[name][item(request)]
+                figures[name][item(request)] = count + 1, size + request.bytes
+    return figures
 
 
 # ---- The program's --------------------------------------------------------------------------------
@@ -95,13 +109,15 @@ def run(folder, *words, given=b""):
     return done.stdout
 
 
-def figures_of(text):
+def figures_of(text, by_bytes):
     report = json.loads(text)
     figures = {}
     for name, section in report["sections"].items():
-        figures[name] = collections.Counter({row["item"]: row["count"] for row in section["rows"]})
+        figures[name] = {row["item"]: (row["count"], row["bytes"]) for row in section["rows"]}
         assert section["distinct"] == len(section["rows"])
-        assert section["total"] == sum(figures[name].values()), (name, section["total"], figures[name])
+        assert name == "badurls" or section["total"] == sum(row["count"] for row in section["rows"]), (name, section)
+        ranks = [(row["bytes"], row["count"]) if by_bytes else row["count"] for row in section["rows"]]
+        assert ranks == sorted(ranks, reverse=True), (name, section)
         for row in section["rows"]:
             assert abs(row["share"] - row["count"] / section["total"]) < 1e-6, row
     return figures
@@ -120,16 +136,17 @@ def check(folder, chance):
         some = lines[len(lines) * number // files:len(lines) * (number + 1) // files]
         pathlib.Path(folder, f"{number}.log").write_text("".join(some), encoding="latin-1")
     want = figures_here(requests)
-    asked = ["output=json", *sections(COUNTED_HERE)]
+    by_bytes = chance.random() < 0.5
+    asked = ["output=json", "order=bytes" if by_bytes else "bytes=1", *sections(COUNTED_HERE)]
     ways = {"one process": run(folder, *asked), "three": run(folder, *asked, "workers=3,100")}
     parts = b""
     for piece in run(folder, *asked, "plan=4K").splitlines():
         parts += run(folder, *asked, "part=-", b"piece=" + piece)
     ways["parts"] = run(folder, *asked, "merge=-", given=parts)
     # Each alone: what it is made of is counted for it, and nothing else.
-    ways |= {name: run(folder, "output=json", *sections([name])) for name in COUNTED_HERE}
+    ways |= {name: run(folder, *asked[:2], *sections([name])) for name in COUNTED_HERE}
     for way, text in ways.items():
-        got = figures_of(text)
+        got = figures_of(text, by_bytes)
         for name in ([way] if way in COUNTED_HERE else COUNTED_HERE):
             assert got[name] == want[name], f"{way}: {name}\n  counted here {want[name]}\n  reported     {got[name]}"
         assert way in COUNTED_HERE or text == ways["one process"], way
@@ -137,7 +154,7 @@ def check(folder, chance):
 
 def main():
     table = (PROJECT / "src" / "analysis" / "dimensions.cpp").read_text(encoding="ascii")
-    assert set(re.findall(r'\.parameter = "([a-z]+)"', table)) == set(COUNTED_HERE)
+    assert set(re.findall(r'\.parameter = "([a-z]+)"', table)) == set(COUNTED_HERE) - set(NAMED)
     for number in range(ROUNDS):
         with tempfile.TemporaryDirectory() as folder:
             pathlib.Path(folder, "orvellis.conf").write_text("user=ann;logs=*.log;url=http://www.example.com;password=*\n",

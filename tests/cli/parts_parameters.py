@@ -34,7 +34,7 @@ PATH = ["find=/"]
 # name: what it does, its value, and what takes the place of days or path
 PARAMETERS = {
     "edition": (REFUSED, "classic"),
-    "part": (LOGS,), "merge": (LOGS,), "plan": (LOGS,), "piece": (LOGS,), "missing": (LOGS,), "bytes": (LOGS,), "config": (LOGS,), "username": (LOGS,), "AccessLog": (LOGS,), "logs": (LOGS,),
+    "part": (LOGS,), "merge": (LOGS,), "plan": (LOGS,), "piece": (LOGS,), "missing": (LOGS,), "stream": (LOGS,), "config": (LOGS,), "username": (LOGS,), "AccessLog": (LOGS,), "logs": (LOGS,),
     "summary": (NOTHING, "other.ORV"),
     "workers": (NOTHING, "3,100"),
     "partcache": (NOTHING, "counts"), "partcachesize": (NOTHING, "64K"),
@@ -69,6 +69,7 @@ PARAMETERS = {
     "search_casesensitive": (NOTHING, "1"),
     "badurl_referrers": (PRINTED, "0"),
     "own_referrers": (REFUSED, "1"),
+    "bytes": (REFUSED, "1"), "order": (REFUSED, "bytes"),
     "dailytotals": (PRINTED, "0"),
     "hitsperdayofweek": (PRINTED, "0"),
     "hitsperhour": (PRINTED, "0"),

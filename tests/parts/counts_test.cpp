@@ -28,6 +28,7 @@ class PartCounts : public AccountLogs {
   void Choose(bool modern) {
     modern_ = modern;
     settings_.rules.whole_logs = modern;
+    settings_.with_bytes = modern ? 1 : 0;
     for (RankedReport& report : settings_.dimensions) {
       report.on = modern ? 1 : 0;
     }
@@ -131,7 +132,8 @@ TEST_F(PartCounts, OfLogsAddUpToThoseOfOneRun) {
     for (const auto& [name, value] : of_one_run) {
       const bool of_classic = name.starts_with("days");
       const bool of_modern = name.starts_with("dates") || name == "referrals" || name == "own referrers" ||
-                             name == "without url" || name == "not understood" || is_of_dimension(name);
+                             name == "without url" || name == "not understood" || name == "bytes by status" ||
+                             is_of_dimension(name);
       const bool never = name == "badurls total" || name == "badreferrers total" ||
                          name.starts_with("addresses") || name == "looked up" || name == "left out" ||
                          name == "unanswered";
@@ -157,7 +159,7 @@ TEST_F(PartCounts, OfAddressesAreNamedInTheSum) {
       auto counters = make();
       EXPECT_EQ(counters["looked up"], "4");
       EXPECT_EQ(counters["unanswered"], "1");
-      EXPECT_EQ(counters["domaintypes"], "UNKNOWN=2 com=3 net=1 org=1 ");
+      EXPECT_EQ(counters["domaintypes"], "UNKNOWN=2:200 com=3:300 net=1:100 org=1:100 ");
       return counters;
     };
     const auto of_one_run = with_names([&] { return OfOneRun(); });
@@ -210,6 +212,8 @@ TEST_F(PartCounts, AreMissedWhereTheyAreAskedFor) {
   EXPECT_EQ(missed(), "search");
   settings_.domains.on = 0;
   EXPECT_EQ(missed(), "domains");
+  settings_.with_bytes = 0;
+  EXPECT_EQ(missed(), "bytes");
   for (size_t row = 0; row < kDimensionCount; ++row) {
     if (settings_.dimensions[row].on != 0) {
       settings_.dimensions[row].on = 0;

@@ -11,7 +11,7 @@
 #include "support/counted.h"
 
 // A new counter makes this fail: it has to be saved, added, and listed in CountersOf.
-static_assert(sizeof(Analysis) == 10008 + kMostDimensions * sizeof(CountedReport));
+static_assert(sizeof(Analysis) == 14808 + kMostDimensions * sizeof(CountedReport));
 
 // All that an analysis counts, in words.
 inline std::map<std::string, std::string> CountersOf(Analysis& analysis) {
@@ -53,6 +53,7 @@ inline std::map<std::string, std::string> CountersOf(Analysis& analysis) {
   add("hits", analysis.hits);
   add("without url", analysis.without_url);
   add_all("by status", analysis.statuses);
+  add_all("bytes by status", analysis.status_bytes);
   add("bytes", SuperLongToBytes(analysis.bytes));
   add("own referrers", analysis.own_referrers);
   add("search hits", analysis.search.hits);
