@@ -29,5 +29,5 @@ wc -c "$@" | sed '/ total$/d' | sort -rn | sed 's/^ *[0-9]* //' |
 # useStlAlgorithm: a loop of three lines over a table is easier to read than an algorithm with a lambda.
 # noExplicitConstructor: that any literal is a Literal, and nothing else, is what that class is for.
 cppcheck -j "$jobs" --quiet --std=c++20 --platform=unix64 --enable=warning,performance,portability,style \
-  --suppress=useStlAlgorithm --suppress=noExplicitConstructor:src/output/sink.h --error-exitcode=1 -Isrc -DORVELLIS_SANDBOX=1 "$@" || failed=1
+  --suppress=useStlAlgorithm --suppress=noExplicitConstructor:src/base/literal.h --error-exitcode=1 -Isrc -DORVELLIS_SANDBOX=1 "$@" || failed=1
 exit $failed

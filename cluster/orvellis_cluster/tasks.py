@@ -217,7 +217,7 @@ def count_address(run: Run, token: str, address: str, stretches: list[tuple[int,
         for begin, end in stretches:
             yield from streams.stretch(address, begin, end)
 
-    return run_program(run, ["piece=-", "bytes=-", "part=-"], {}, given(), streams.memory_folder(size))
+    return run_program(run, ["piece=-", "stream=-", "part=-"], {}, given(), streams.memory_folder(size))
 
 
 def cut_address(run: Run, token: str, path: str, address: str, size: int, every: int) -> str:

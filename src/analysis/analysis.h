@@ -11,6 +11,7 @@
 #include "analysis/day_counts.h"
 #include "analysis/search_phrases.h"
 #include "base/limits.h"
+#include "cgi/settings.h"
 #include "superlog/super_long.h"
 
 enum class DayCounting {
@@ -85,7 +86,9 @@ struct Analysis {
   CountedReport badreferrers;
   CountedReport domains;
   CountedReport domaintypes;
-  CountedReport addresses;  // that are to be looked up, until their names are known
+  CountedReport
+      dimensions[kMostDimensions];  // by row of their table; those made of others when all are counted
+  CountedReport addresses;          // that are to be looked up, until their names are known
   LookUpFigures look_ups;
   TimeDistribution<366> days;  // by day of the year, or
   DayCounts dates;             // by date, in order once all are counted
@@ -94,12 +97,13 @@ struct Analysis {
   TimeDistribution<kHoursInWeek> hours_of_week;  // from Sunday, 00:00
   TimeDistribution<7> weekdays;                  // 0 = Sunday
   TimeDistribution<24> hours;
-  int64_t hits;                 // records counted
-  int64_t without_url;          // of them, whose request has no URL
-  int64_t statuses[kStatuses];  // of them, by status; 0: without one, or with one that HTTP does not have
-  SuperLong bytes;              // served by them
-  SuperLongSum part_bytes;      // the same, where the counts are added to those of other runs
-  int64_t own_referrers;        // requests that pages of the site itself led to, where these are no rows
+  int64_t hits;                     // records counted
+  int64_t without_url;              // of them, whose request has no URL
+  int64_t statuses[kStatuses];      // of them, by status; 0: without one, or with one that HTTP does not have
+  int64_t status_bytes[kStatuses];  // where items have bytes
+  SuperLong bytes;                  // served by them
+  SuperLongSum part_bytes;          // the same, where the counts are added to those of other runs
+  int64_t own_referrers;            // requests that pages of the site itself led to, where these are no rows
   SearchCounts search;
   int64_t MsieCount;       // browser records of Internet Explorer
   int64_t NavCount;        // and of Netscape Navigator

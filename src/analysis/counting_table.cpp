@@ -305,7 +305,11 @@ static void Append(ListInfoChain& chain, const ListInfoChain& more) {
   }
 }
 
-void init_list(List& list, ListInfo*& info, const char* name, SubLists sublists) {
+static bool mAnyAmounts = false;  // some list adds them up
+static int64_t mAmount = 0;       // of the keys that are queued now
+static int64_t mAmountNow = 0;    // of the key that is being counted
+
+void init_list(List& list, ListInfo*& info, const char* name, SubLists sublists, Amounts amounts) {
   list = {};
   info = static_cast<ListInfo*>(mpAllocateZeroed(1, sizeof(ListInfo)));
   if (info == nullptr) {
@@ -314,6 +318,8 @@ void init_list(List& list, ListInfo*& info, const char* name, SubLists sublists)
   info->head = &list;
   info->name = name;
   info->sublists = sublists == SubLists::kAny;
+  info->amounts = amounts == Amounts::kSummed;
+  mAnyAmounts |= info->amounts;
   Append(gListInfo, {info, info});
 }
 
@@ -327,7 +333,8 @@ void init_list(List& list, ListInfo*& info, const char* name, SubLists sublists)
   }
   const size_t padded = PaddedKeySize(key.size());
   const bool has_tail = info.sublists && parent == nullptr;
-  const size_t size = sizeof(ListItem) + padded + (has_tail ? kTailSize : 0);
+  const bool has_amount = info.amounts && parent == nullptr;
+  const size_t size = sizeof(ListItem) + padded + (has_tail ? kTailSize : 0) + (has_amount ? kAmountSize : 0);
   ListItem* item = static_cast<ListItem*>(smart_alloc(size, info, parent));
   if (item == nullptr) {
     EndWithoutMemory();
@@ -345,6 +352,10 @@ void init_list(List& list, ListInfo*& info, const char* name, SubLists sublists)
   if (has_tail) {
     *item->tail() = nullptr;
     list.has_sublists = true;
+  }
+  item->has_amount = has_amount;
+  if (has_amount) {
+    item->amount() = 0;
   }
   list.first = item;
   ++list.length;
@@ -389,6 +400,17 @@ static List& SublistOf(ListItem& item) {
   Raise(item->count, times);
   Raise(info->kinds[item->kind], times);
   return *item;
+}
+
+// Amounts are not below 0. A sum beyond 64 bits stays at the greatest figure.
+static void AddAmount(const ListItem& item, int64_t amount) {
+  if (item.has_amount && __builtin_add_overflow(item.amount(), amount, &item.amount())) {
+    item.amount() = INT64_MAX;
+  }
+}
+
+void count_amounts(int64_t amount) {
+  mAmount = amount;
 }
 
 // ---- Parts of keys ----
@@ -501,10 +523,12 @@ static void FetchItems(WaitingKey* keys, size_t count) {
     CountSubkey(*(&key)[-1].item, key.info, key.key(), key.hash, key.ignore_case);
     return;
   }
+  mAmountNow = key.amount;
   if (key.info->watcher != nullptr) {
     key.info->watcher(key.key());
   }
   key.item = &CountKey(*key.list, key.info, key.key(), key.hash, nullptr, key.ignore_case);
+  AddAmount(*key.item, key.amount);
   if (key.info->part_of != nullptr) {
     CountPart(*key.item, *key.info, key.key());
   }
@@ -513,6 +537,19 @@ static void FetchItems(WaitingKey* keys, size_t count) {
 static void CountGroup(WaitingKey* keys, size_t count) {
   for (size_t i = 0; (i += mpKeyForm->count_known(keys + i, count - i)) < count; ++i) {
     CountOther(keys[i]);
+  }
+}
+
+// The same with amounts: a record may go as soon as one is made for another key.
+static void CountGroupWithAmounts(WaitingKey* keys, size_t count) {
+  for (size_t i = 0; i < count; ++i) {
+    const size_t known = mpKeyForm->count_known(keys + i, count - i);
+    for (const size_t end = i + known; i < end; ++i) {
+      AddAmount(*keys[i].item, keys[i].amount);
+    }
+    if (i < count) {
+      CountOther(keys[i]);
+    }
   }
 }
 
@@ -527,7 +564,7 @@ static void CountGroup(WaitingKey* keys, size_t count) {
     HashSafely(filled, mLengths[mFilling]);
   }
   FetchItems(mGroups[before], mLengths[before]);
-  CountGroup(mGroups[oldest], mLengths[oldest]);
+  (mAnyAmounts ? CountGroupWithAmounts : CountGroup)(mGroups[oldest], mLengths[oldest]);
   Refill(oldest);
 }
 
@@ -550,6 +587,7 @@ static void Wait(List& list, ListInfo* info, std::string_view key, bool ignore_c
   waiting.length = static_cast<uint16_t>(length);
   waiting.ignore_case = ignore_case;
   waiting.is_subkey = is_subkey;
+  waiting.amount = mAmount;
   if (mpNext == mpEnd) {
     TurnOver();
   }
@@ -586,7 +624,7 @@ void queue_copy(List& list, ListInfo* info, std::string_view key, bool ignore_ca
 void count_now(List& list, ListInfo* info, std::string_view key, bool ignore_case) {
   key = key.substr(0, mCountingLimits.item);
   if (!key.empty()) {
-    CountKey(list, info, key, HashOf(key, ignore_case), nullptr, ignore_case);
+    AddAmount(CountKey(list, info, key, HashOf(key, ignore_case), nullptr, ignore_case), mAmountNow);
   }
 }
 
@@ -630,6 +668,7 @@ void add_item(List& list, ListInfo* info, std::string_view key, std::string_view
   }
   key = key.substr(0, mCountingLimits.item);
   ListItem& item = CountKey(list, info, key, HashOf(key, ignore_case), parent, ignore_case);
+  AddAmount(item, mAmount);
   if (info->part_of != nullptr && parent == nullptr) {
     CountPart(item, *info, key);
     return;
@@ -640,13 +679,14 @@ void add_item(List& list, ListInfo* info, std::string_view key, std::string_view
   }
 }
 
-void add_items(List& list, ListInfo* info, std::string_view key, int64_t count) {
+void add_items(List& list, ListInfo* info, std::string_view key, const KeyCount& count) {
   count_queued();
   if (key.empty()) {
     return;
   }
   key = key.substr(0, mCountingLimits.item);
-  CountKey(list, info, key, HashOf(key, false), nullptr, false, count);
+  const ListItem& item = CountKey(list, info, key, HashOf(key, false), nullptr, false, count.count);
+  AddAmount(item, count.amount);
 }
 
 // ---- Counts that were written down ----
@@ -670,12 +710,20 @@ static void FetchBefore(const ListItem& item) {
   __builtin_prefetch(ahead - kCacheLine);
 }
 
+// What follows each key of a list that was written down, behind its count.
+static constexpr uint64_t kWithSublists = 1;
+static constexpr uint64_t kWithAmounts = 2;
+
 void SaveList(PartWriter& part, const List& list) {
+  const bool amounts = list.first != nullptr && list.first->has_amount;
   PutFigure(part, list.length);
-  PutFigure(part, list.has_sublists);
+  PutFigure(part, (list.has_sublists ? kWithSublists : 0) | (amounts ? kWithAmounts : 0));
   for (const ListItem* item = list.first; item != nullptr; item = item->next) {
     FetchBefore(*item);
     SaveItem(part, *item);
+    if (amounts) {
+      PutFigure(part, static_cast<uint64_t>(item->amount()));
+    }
     if (list.has_sublists) {
       const List& sublist = SublistIn(*item);
       PutFigure(part, sublist.length);
@@ -689,15 +737,22 @@ void SaveList(PartWriter& part, const List& list) {
 struct SavedKey {
   std::string_view key;
   int64_t count;
+  int64_t amount;
   uint32_t hash;
 };
 
 static size_t LongestSavedKey() {
-  return mCountingLimits.item + 2 * kLongestFigure;
+  return mCountingLimits.item + 3 * kLongestFigure;
 }
 
+// How the keys of a list that is being added are read.
+struct SavedForm {
+  bool ignore_case;
+  bool amounts;
+};
+
 // False when there is none that could have been saved.
-static bool TakeKey(PartReader& part, bool ignore_case, SavedKey& saved) {
+static bool TakeKey(PartReader& part, const SavedForm& form, SavedKey& saved) {
   FetchBytes(part, LongestSavedKey());
   saved.key = TakeText(part, mCountingLimits.item);
   saved.count = static_cast<int64_t>(TakeFigureUpTo(part, INT64_MAX));
@@ -705,19 +760,22 @@ static bool TakeKey(PartReader& part, bool ignore_case, SavedKey& saved) {
     MarkDamaged(part);
     return false;
   }
-  saved.hash = mpKeyForm->hash(saved.key, ignore_case, mSeed);
+  saved.amount = form.amounts ? static_cast<int64_t>(TakeFigureUpTo(part, INT64_MAX)) : 0;
+  saved.hash = mpKeyForm->hash(saved.key, form.ignore_case, mSeed);
   return true;
 }
 
 static ListItem& CountSaved(List& list, ListInfo* info, const SavedKey& saved, const ListItem* parent,
                             bool ignore_case) {
-  return CountKey(list, info, saved.key, saved.hash, parent, ignore_case, saved.count);
+  ListItem& item = CountKey(list, info, saved.key, saved.hash, parent, ignore_case, saved.count);
+  AddAmount(item, saved.amount);
+  return item;
 }
 
 static bool AddSavedSublist(PartReader& part, ListItem& item, ListInfo* info, bool ignore_case) {
   for (uint64_t left = TakeFigure(part); left > 0; --left) {
     SavedKey saved;
-    if (!TakeKey(part, ignore_case, saved)) {
+    if (!TakeKey(part, {ignore_case, false}, saved)) {
       return false;
     }
     if (item.has_tail) {
@@ -727,10 +785,12 @@ static bool AddSavedSublist(PartReader& part, ListItem& item, ListInfo* info, bo
   return !part.damaged;
 }
 
-static bool AddWithSublists(PartReader& part, List& list, ListInfo* info, uint64_t length, bool ignore_case) {
+static bool AddWithSublists(PartReader& part, List& list, ListInfo* info, uint64_t length,
+                            const SavedForm& form) {
   for (SavedKey saved; length > 0; --length) {
-    if (!TakeKey(part, ignore_case, saved) ||
-        !AddSavedSublist(part, CountSaved(list, info, saved, nullptr, ignore_case), info, ignore_case)) {
+    if (!TakeKey(part, form, saved) ||
+        !AddSavedSublist(part, CountSaved(list, info, saved, nullptr, form.ignore_case), info,
+                         form.ignore_case)) {
       return false;
     }
   }
@@ -741,10 +801,11 @@ static bool AddWithSublists(PartReader& part, List& list, ListInfo* info, uint64
 static constexpr size_t kSavedGroupSize = 128;
 
 // Takes keys, one at least, as long as none of them has to move; 0 when there is none.
-static size_t TakeGroup(PartReader& part, const List& list, std::span<SavedKey> group, bool ignore_case) {
+static size_t TakeGroup(PartReader& part, const List& list, std::span<SavedKey> group,
+                        const SavedForm& form) {
   size_t taken = 0;
   do {
-    if (!TakeKey(part, ignore_case, group[taken])) {
+    if (!TakeKey(part, form, group[taken])) {
       return 0;
     }
     FetchSlot(list, group[taken].hash);
@@ -770,13 +831,15 @@ static void AddGroup(List& list, ListInfo* info, std::span<const SavedKey> group
 bool AddSavedList(PartReader& part, List& list, ListInfo* info, bool ignore_case) {
   count_queued();
   const uint64_t length = TakeFigure(part);
-  if (TakeFigureUpTo(part, 1) != 0) {
-    return AddWithSublists(part, list, info, length, ignore_case);
+  const uint64_t with = TakeFigureUpTo(part, kWithSublists | kWithAmounts);
+  const SavedForm form{ignore_case, (with & kWithAmounts) != 0};
+  if ((with & kWithSublists) != 0) {
+    return AddWithSublists(part, list, info, length, form);
   }
   SavedKey group[kSavedGroupSize];
   for (uint64_t left = length; left > 0 && !part.damaged;) {
     const auto most = static_cast<size_t>(std::min<uint64_t>(left, kSavedGroupSize));
-    const size_t taken = TakeGroup(part, list, {group, most}, ignore_case);
+    const size_t taken = TakeGroup(part, list, {group, most}, form);
     AddGroup(list, info, {group, taken}, ignore_case);
     left -= taken;
   }
@@ -790,10 +853,14 @@ static void PassItem(PartReader& part) {
 
 bool PassSavedList(PartReader& part) {
   const uint64_t length = TakeFigure(part);
-  const bool sublists = TakeFigureUpTo(part, 1) != 0;
+  const uint64_t with = TakeFigureUpTo(part, kWithSublists | kWithAmounts);
   for (uint64_t left = length; left > 0 && !part.damaged; --left) {
     PassItem(part);
-    for (uint64_t subs = sublists ? TakeFigure(part) : 0; subs > 0 && !part.damaged; --subs) {
+    if ((with & kWithAmounts) != 0) {
+      TakeFigure(part);
+    }
+    for (uint64_t subs = (with & kWithSublists) != 0 ? TakeFigure(part) : 0; subs > 0 && !part.damaged;
+         --subs) {
       PassItem(part);
     }
   }
@@ -843,6 +910,7 @@ ListItem* KeyOrder(List& list) {
 
 struct DisplayBefore {
   bool ignore_case;
+  RankedBy by;
   int64_t limit = mCountingLimits.ranked;
 
   bool Sorts(const ListItem& item) const { return item.count >= 0 && item.count <= limit; }
@@ -855,14 +923,17 @@ struct DisplayBefore {
     if (!Sorts(a)) {
       return KeyBefore(a, b, ignore_case);
     }
+    if (by == RankedBy::kAmount && AmountOf(a) != AmountOf(b)) {
+      return AmountOf(a) > AmountOf(b);
+    }
     return a.count != b.count ? a.count > b.count : KeyBefore(b, a, ignore_case);
   }
 };
 
 // Moves the first `shown` records to the front of the chain, in order: a heap of
 // the best so far has the last of them on top.
-static ListItem* SelectFirst(List& list, ListItem** heap, size_t shown) {
-  const DisplayBefore display{list.ignore_case};
+static ListItem* SelectFirst(List& list, ListItem** heap, size_t shown, RankedBy by) {
+  const DisplayBefore display{list.ignore_case, by};
   const auto before = [&](const ListItem* a, const ListItem* b) { return display(*a, *b); };
   ListItem* item = list.first;
   for (size_t i = 0; i < shown; ++i, item = item->next) {
@@ -892,16 +963,16 @@ static ListItem* SelectFirst(List& list, ListItem** heap, size_t shown) {
   return list.first = others;
 }
 
-ListItem* SortList(List& list, size_t shown) {
+ListItem* SortList(List& list, size_t shown, RankedBy by) {
   count_queued();
   ListItem** heap = nullptr;
   if (shown > 0 && shown < list.length / 4) {
     heap = static_cast<ListItem**>(mpAllocate(shown * sizeof(void*)));
   }
   if (heap == nullptr) {
-    return SortAll(list, DisplayBefore{list.ignore_case});
+    return SortAll(list, DisplayBefore{list.ignore_case, by});
   }
-  ListItem* const first = SelectFirst(list, heap, shown);
+  ListItem* const first = SelectFirst(list, heap, shown, by);
   free(heap);
   return first;
 }
@@ -931,7 +1002,7 @@ size_t ReleaseItem(List& list, ListItem* item) {
   return released;
 }
 
-bool take_first(List& list, ListInfo& info, char* key, size_t capacity, int64_t& count) {
+bool take_first(List& list, ListInfo& info, char* key, size_t capacity, KeyCount& count) {
   count_queued();
   ListItem* const item = list.first;
   if (item == nullptr) {
@@ -942,7 +1013,7 @@ bool take_first(List& list, ListInfo& info, char* key, size_t capacity, int64_t&
   }
   list.first = item->next;
   CopyText(key, capacity, item->key());
-  count = item->count;
+  count = {item->count, AmountOf(*item)};
   smart_release(info, item);
   return true;
 }
@@ -987,5 +1058,6 @@ void destroyListInfo() {
     free(gone);
   }
   mExempt = {};
-  mAnyAttacked = false;
+  mAnyAttacked = mAnyAmounts = false;
+  mAmount = mAmountNow = 0;
 }

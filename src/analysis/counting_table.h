@@ -24,10 +24,11 @@ inline constexpr size_t kListItemSize = 256;
 
 // A record. A few words and the key, close together: see item_store.h.
 struct ListItem {
-  uint32_t hash;    // of the key; differs from run to run
-  uint16_t length;  // at most kLongestItem
-  uint8_t kind;     // what the list's classifier made of the key
-  bool has_tail;    // a pointer to a sub-list follows the padded name
+  uint32_t hash;        // of the key; differs from run to run
+  uint16_t length;      // at most kLongestItem
+  uint8_t kind;         // what the list's classifier made of the key
+  bool has_tail : 1;    // a pointer to a sub-list follows the padded name,
+  bool has_amount : 1;  // and a sum of amounts whatever stands there
   ListItem* next;
   int64_t rank;   // lower bound of count under which a reclaim has filed the record
   int64_t count;  // where figures are narrow, 32 bits of it count
@@ -36,6 +37,7 @@ struct ListItem {
   std::string_view key() const { return {name, length}; }
   List* sublist() const { return has_tail ? *tail() : nullptr; }  // null when empty
   List** tail() const;
+  int64_t& amount() const;  // where there is one
 };
 static_assert(sizeof(ListItem) == 32 && offsetof(ListItem, name) == 32);
 static_assert(kLongestItem <= UINT16_MAX);
@@ -47,9 +49,20 @@ inline size_t PaddedKeySize(size_t length) {
 }
 
 inline constexpr size_t kTailSize = sizeof(void*);
+inline constexpr size_t kAmountSize = sizeof(int64_t);
 
 inline List** ListItem::tail() const {
   return reinterpret_cast<List**>(const_cast<char*>(name) + PaddedKeySize(length));
+}
+
+inline int64_t& ListItem::amount() const {
+  return *reinterpret_cast<int64_t*>(const_cast<char*>(name) + PaddedKeySize(length) +
+                                     (has_tail ? kTailSize : 0));
+}
+
+// The sum of amounts of a record; 0 where none are added up.
+inline int64_t AmountOf(const ListItem& item) {
+  return item.has_amount ? item.amount() : 0;
 }
 
 struct IndexLine;
@@ -99,6 +112,7 @@ struct ListInfo {
   int32_t reclaimed;  // top-level records that memory reclaims removed
   ListInfo* next;
   bool sublists;           // top-level records may have sub-lists
+  bool amounts;            // and have sums of amounts
   KeyClassifier classify;  // null: all keys are of kind 0
   int64_t kinds[kKinds];   // occurrences of keys of each kind; as wide as a record's count
   KeyWatcher watcher;      // null: nobody is told of keys
@@ -118,10 +132,16 @@ extern ListInfoChain gListInfo;
 void SetCountingLimits(const Limits& limits);
 
 // Empties the list and appends a descriptor for it to gListInfo. list and name
-// must outlive the run's reclaims. Room for a sub-list costs each record eight
+// must outlive the run's reclaims. Room for a sub-list, and for a sum of amounts, costs each record eight
 // bytes. When memory runs out, the process exits with status 1.
 enum class SubLists { kNone, kAny };
-void init_list(List& list, ListInfo*& info, const char* name, SubLists sublists = SubLists::kNone);
+enum class Amounts { kNone, kSummed };
+void init_list(List& list, ListInfo*& info, const char* name, SubLists sublists = SubLists::kNone,
+               Amounts amounts = Amounts::kNone);
+
+// What each key that is queued from now on adds to the sum of its record, in lists that add amounts up, where
+// it stays below 2^63. Not below 0, and 0 until this is called.
+void count_amounts(int64_t amount);
 
 // Has part_of each key that is counted in info's list from now on counted in the list of parts, too, right
 // behind it. Neither list holds a record yet, nor ignores case, nor has sub-lists. What a key that is known
@@ -160,12 +180,18 @@ void queue_copy(List& list, ListInfo* info, std::string_view key, bool ignore_ca
 // any length, and its buffer may end with it.
 void count_now(List& list, ListInfo* info, std::string_view key, bool ignore_case);
 
-// Counts so many occurrences at once, 1 or more, as add_item does. The buffer may end with the key.
-void add_items(List& list, ListInfo* info, std::string_view key, int64_t count);
+// What some occurrences of a key come to: 1 or more, and the sum of their amounts.
+struct KeyCount {
+  int64_t count;
+  int64_t amount = 0;
+};
 
-// Takes the first record of the chain out of the list: copies its key, cut to the capacity, and tells its
-// count. False when there is none. The memory budget has its room back.
-bool take_first(List& list, ListInfo& info, char* key, size_t capacity, int64_t& count);
+// Counts so many occurrences at once, as add_item does. The buffer may end with the key.
+void add_items(List& list, ListInfo* info, std::string_view key, const KeyCount& count);
+
+// Takes the first record of the chain out of the list: copies its key, cut to the capacity, and tells what
+// was counted. False when there is none. The memory budget has its room back.
+bool take_first(List& list, ListInfo& info, char* key, size_t capacity, KeyCount& count);
 
 // Counts all that wait.
 void count_queued();
@@ -188,8 +214,9 @@ ListItem* KeyOrder(List& list);
 // ties in descending key order; counts above the limits' `ranked` (999999 in the
 // classic ones), and below 0, stay behind all others in ascending key order. Only the first `shown` records
 // need be in their places; those behind them are linked in no particular order. Where memory for a selection
-// is refused all are put in order.
-ListItem* SortList(List& list, size_t shown = SIZE_MAX);
+// is refused all are put in order. By amounts, their sums come first, and counts decide between equal ones.
+enum class RankedBy : bool { kCount, kAmount };
+ListItem* SortList(List& list, size_t shown = SIZE_MAX, RankedBy by = RankedBy::kCount);
 
 // Releases every record, sub-lists included; the memory statistics stay. Their memory
 // is free again when no list holds a record any more.
@@ -198,12 +225,13 @@ void destroy(List& list);
 // The same of a list and of what its descriptor has counted, which stays for the keys that are counted next.
 void empty_list(List& list, ListInfo& info);
 
-// Writes down what a list has counted: keys, counts, sub-lists. list_length of it comes first.
+// Writes down what a list has counted: keys, counts, sums of amounts, sub-lists. list_length of it comes
+// first.
 void SaveList(PartWriter& part, const List& list);
 
 // Adds what was written down, as if its keys had been counted as often behind all that were counted before;
-// sub-lists only where the list may have some. The reader's bytes go on for kScanOverread bytes. False when
-// the part is damaged, which may have added some of it.
+// sub-lists and sums only where the list may have some. The reader's bytes go on for kScanOverread bytes.
+// False when the part is damaged, which may have added some of it.
 bool AddSavedList(PartReader& part, List& list, ListInfo* info, bool ignore_case);
 
 // Passes over it. False when the part ends before, or holds what was never written.

@@ -103,7 +103,7 @@ void CountDomain(const Rules& rules, Visitor& visitor, Analysis& analysis) {
 struct Asked {
   bool waits;
   Address address;
-  int64_t count;
+  KeyCount requests;
 };
 
 // All that is under way, by the number of its question.
@@ -116,37 +116,37 @@ struct Questions {
 
 // As what a request from it counts; the totals have it already.
 static void AddRequests(const Questions& questions, std::string_view domain, std::string_view type,
-                        int64_t count) {
+                        const KeyCount& requests) {
   Analysis& analysis = questions.analysis;
   if (questions.rules.domains) {
-    add_items(analysis.domains.list, analysis.domains.info, domain, count);
+    add_items(analysis.domains.list, analysis.domains.info, domain, requests);
   }
   if (questions.rules.domain_types) {
-    add_items(analysis.domaintypes.list, analysis.domaintypes.info, type, count);
+    add_items(analysis.domaintypes.list, analysis.domaintypes.info, type, requests);
   }
 }
 
-static void AddHost(const Questions& questions, std::string_view host, int64_t count) {
+static void AddHost(const Questions& questions, std::string_view host, const KeyCount& requests) {
   const std::string_view domain = DomainOf(host);
-  AddRequests(questions, domain, TypeOfDomain(questions.rules.domains ? domain : host), count);
+  AddRequests(questions, domain, TypeOfDomain(questions.rules.domains ? domain : host), requests);
 }
 
 // Hosts are cut by scans that read on behind their ends.
-static void AddCopyOfHost(const Questions& questions, const char* host, int64_t count) {
+static void AddCopyOfHost(const Questions& questions, const char* host, const KeyCount& requests) {
   char copy[kLongestHostName + 1 + kScanOverread];
   const size_t length = CopyText(copy, kLongestHostName + 1, host);
-  AddHost(questions, {copy, length}, count);
+  AddHost(questions, {copy, length}, requests);
 }
 
 static void AddAsAddress(const Questions& questions, const Asked& asked) {
   if (IsIpv4(asked.address)) {
     char text[kAddressTextSize];
     WriteAddress(asked.address, text);
-    AddCopyOfHost(questions, text, asked.count);
+    AddCopyOfHost(questions, text, asked.requests);
     return;
   }
   NetworkText network;
-  AddRequests(questions, WriteNetwork(asked.address, network), TypeOfAddress(), asked.count);
+  AddRequests(questions, WriteNetwork(asked.address, network), TypeOfAddress(), asked.requests);
 }
 
 static void LeaveOut(Questions& questions, const Asked& asked) {
@@ -164,7 +164,7 @@ static void TakeAnswer(Questions& questions, const LookUpAnswer& answer) {
   asked.waits = false;
   --questions.waiting;
   if (answer.outcome == LookUpOutcome::kNamed) {
-    AddCopyOfHost(questions, answer.name, asked.count);
+    AddCopyOfHost(questions, answer.name, asked.requests);
     return;
   }
   questions.analysis.look_ups.unanswered += answer.outcome == LookUpOutcome::kUnanswered ? 1 : 0;
@@ -218,13 +218,13 @@ void NameAddresses(const Rules& rules, Analysis& analysis) {
   Questions questions{rules, analysis};
   List& list = analysis.addresses.list;
   char host[kLongestItem + 1 + kScanOverread];
-  Asked asked{.waits = true, .address = {}, .count = 0};
+  Asked asked{.waits = true, .address = {}, .requests = {}};
   SortList(list);
-  while (take_first(list, *analysis.addresses.info, host, kLongestItem + 1, asked.count)) {
+  while (take_first(list, *analysis.addresses.info, host, kLongestItem + 1, asked.requests)) {
     if (ParseAddress(host, asked.address)) {
       Ask(questions, asked);
     } else {
-      AddHost(questions, host, asked.count);
+      AddHost(questions, host, asked.requests);
     }
   }
   while (questions.waiting > 0) {

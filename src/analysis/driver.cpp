@@ -5,6 +5,7 @@
 #include <limits>
 #include <utility>
 
+#include "analysis/dimensions.h"
 #include "analysis/dns_cache.h"
 #include "analysis/dns_cache_internal.h"
 #include "analysis/domain_counts.h"
@@ -172,11 +173,13 @@ static void CreateTables(const Settings& settings, Analysis& analysis) {
       {analysis.domaintypes, "Domain Types"},
   };
   for (const auto& table : tables) {
-    init_list(table.report.list, table.report.info, table.name, table.sublists);
+    init_list(table.report.list, table.report.info, table.name, table.sublists, AmountsOf(settings));
   }
   analysis.browsers.info->classify = AgentKind;
+  CreateDimensions(settings, analysis);
   if (ResolveDnsMode(settings, analysis.counting.limits) == DnsMode::kAfterwards) {
-    init_list(analysis.addresses.list, analysis.addresses.info, "Addresses");
+    init_list(analysis.addresses.list, analysis.addresses.info, "Addresses", SubLists::kNone,
+              AmountsOf(settings));
   }
 }
 
@@ -289,9 +292,20 @@ static void CountTime(const Rules& rules, const tm& local, Analysis& analysis) {
   }
 }
 
-static void CountStatus(int64_t status, Analysis& analysis) {
+static size_t PlaceOfStatus(int64_t status) {
   const auto place = static_cast<uint64_t>(status);
-  ++analysis.statuses[place < kStatuses ? place : 0];
+  return place < kStatuses ? place : 0;
+}
+
+static void CountStatus(int64_t status, Analysis& analysis) {
+  ++analysis.statuses[PlaceOfStatus(status)];
+}
+
+// What the record adds to each item that it counts for. A size below 0 is none.
+[[gnu::noinline]] static void TakeBytes(const SuperLogRecord& record, bool counted, Analysis& analysis) {
+  const int64_t bytes = std::max<int64_t>(record.bytes, 0);
+  count_amounts(bytes);
+  analysis.status_bytes[PlaceOfStatus(record.status)] += counted ? bytes : 0;
 }
 
 static bool HoldsQuery(std::string_view referrer) {
@@ -366,6 +380,9 @@ static void CountVisit(const Rules& rules, const SuperLogRecord& record, Visitor
   if ((rules.domains || rules.domain_types) && !IsAbsent(visitor.host)) {
     CountDomain(rules, visitor, analysis);
   }
+  if (rules.dimensions != 0) {
+    CountDimensions(rules.dimensions, record, analysis);
+  }
   CountTime(rules, record.local, analysis);
 }
 
@@ -390,6 +407,9 @@ static void CountRecord(const Rules& rules, const SuperLogRecord& record, Analys
     analysis.without_url += HasNoUrl(url) ? 1 : 0;
     CountStatus(record.status, analysis);
     rules.add_bytes(analysis.bytes, record.bytes);
+  }
+  if (rules.bytes) {
+    TakeBytes(record, counted, analysis);
   }
   if (record.status == 404) {
     CountNotFound(rules, record, analysis);
@@ -521,19 +541,34 @@ static constexpr CountedReport Analysis::*kReports[] = {
     &Analysis::urls,         &Analysis::referrers, &Analysis::browsers,    &Analysis::badurls,
     &Analysis::badreferrers, &Analysis::domains,   &Analysis::domaintypes, &Analysis::addresses};
 
+template <typename Do>
+static void ForEachReport(Analysis& analysis, Do do_it) {
+  for (CountedReport Analysis::*const report : kReports) {
+    do_it(analysis.*report);
+  }
+  for (CountedReport& report : analysis.dimensions) {
+    do_it(report);
+  }
+}
+
+static void EmptyReport(CountedReport& report) {
+  if (report.info != nullptr) {
+    empty_list(report.list, *report.info);
+  }
+  report.total = 0;
+}
+
 void ForgetCounts(Analysis& analysis) {
   Analysis empty{};
   empty.counting = analysis.counting;
   empty.ReportStartTime = analysis.ReportStartTime;
   empty.range_first = analysis.range_first;
   empty.range_last = analysis.range_last;
+  ForEachReport(analysis, EmptyReport);
   for (CountedReport Analysis::*const report : kReports) {
-    ListInfo* const info = (analysis.*report).info;
-    if (info != nullptr) {
-      empty_list((analysis.*report).list, *info);
-    }
-    (empty.*report).info = info;
+    empty.*report = analysis.*report;
   }
+  std::ranges::copy(analysis.dimensions, empty.dimensions);
   EmptySearch(analysis.search);
   empty.search = analysis.search;
   ReleaseDays(analysis.dates);
@@ -565,6 +600,7 @@ void CompleteCounts(const Settings& settings, Analysis& analysis) {
     NameAddresses(rules, analysis);
   }
   StopLookUps();
+  SumUpDimensions(settings, analysis);
   SumUpHours(settings, analysis);
   WrapFigures(analysis);
 }
@@ -590,9 +626,7 @@ void EndAnalysis(Analysis& analysis) {
   ForgetAddresses();
   StopLookUps();
   SuperLog_Uninit();
-  for (CountedReport Analysis::*const report : kReports) {
-    destroy((analysis.*report).list);
-  }
+  ForEachReport(analysis, [](CountedReport& report) { destroy(report.list); });
   ReleaseDays(analysis.dates);
   FreeDomainsNow();
   FreeFileTypesNow();

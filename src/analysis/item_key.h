@@ -29,11 +29,12 @@ struct WaitingKey {
   uint32_t hash;
   uint16_t length;
   bool ignore_case;
-  bool is_subkey;  // of the key before it
+  bool is_subkey;      // of the key before it
+  int64_t amount = 0;  // for lists that add amounts up
 
   std::string_view key() const { return {text, length}; }
 };
-static_assert(sizeof(WaitingKey) == 40);  // so that all of them stay in the fastest cache
+static_assert(sizeof(WaitingKey) == 48);  // so that all of them stay in the fastest cache
 
 // Keeps people from choosing keys that collide; no result depends on it.
 struct KeySeed {

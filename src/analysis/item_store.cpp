@@ -27,7 +27,7 @@ static constexpr size_t kSlabPart = 4;
 static constexpr size_t kChunksMax = size_t{1} << 19;  // so that 32 bits name each unit
 
 // Free blocks by units; what is longer than any record is in the last list.
-static constexpr size_t kLongestRecord = sizeof(ListItem) + kLongestItem + kKeyWord + kTailSize;
+static constexpr size_t kLongestRecord = sizeof(ListItem) + kLongestItem + kKeyWord + kTailSize + kAmountSize;
 static constexpr size_t kLists = kLongestRecord / kStoreUnit + 2;
 
 char** mpChunks = nullptr;
@@ -45,7 +45,9 @@ static size_t mFreeUnits = 0;   // but for those of the region
 static size_t mTakenUnits = 0;  // since free blocks were joined
 
 static size_t UnitsOf(const ListItem& item) {
-  return (sizeof(ListItem) + PaddedKeySize(item.length) + (item.has_tail ? kTailSize : 0)) / kStoreUnit;
+  return (sizeof(ListItem) + PaddedKeySize(item.length) + (item.has_tail ? kTailSize : 0) +
+          (item.has_amount ? kAmountSize : 0)) /
+         kStoreUnit;
 }
 
 ItemRef RefOf(const ListItem& item) {

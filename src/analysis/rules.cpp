@@ -1,5 +1,6 @@
 #include "analysis/rules.h"
 
+#include "analysis/dimensions.h"
 #include "analysis/dns_cache.h"
 #include "analysis/normalise.h"
 #include "analysis/request_filters.h"
@@ -49,6 +50,18 @@ static FindTest ResolveFindTest(const Settings& settings, const Limits& limits) 
   return find;
 }
 
+static bool OrdersByBytes(const Settings& settings) {
+  return EqualIgnoreCase(settings.order, "bytes");
+}
+
+Amounts AmountsOf(const Settings& settings) {
+  return settings.with_bytes != 0 || OrdersByBytes(settings) ? Amounts::kSummed : Amounts::kNone;
+}
+
+RankedBy OrderOf(const Settings& settings) {
+  return OrdersByBytes(settings) ? RankedBy::kAmount : RankedBy::kCount;
+}
+
 bool NeedsNames(const Settings& settings) {
   return settings.dnslookupenabled != 0 &&
          (settings.domains.on != 0 || settings.domaintypes.on != 0 || settings.filter_domains[0] != '\0');
@@ -69,15 +82,29 @@ static char* NameOneByOne(const char* address, LookUpFigures&) {
   return GetHostFromIP(address);
 }
 
+// Of what sections of their own show, other sections may be made.
+static bool CountsUrls(const Settings& settings) {
+  return settings.requests.on != 0 || IsSummedFrom(settings, SummedFrom::kUrls);
+}
+
+static bool CountsReferrers(const Settings& settings) {
+  return settings.referrers.on != 0 || IsSummedFrom(settings, SummedFrom::kReferrers);
+}
+
+static bool CountsBrowsers(const Settings& settings) {
+  return settings.browsers.on != 0 || IsSummedFrom(settings, SummedFrom::kBrowsers);
+}
+
 static AskedTexts ResolveTexts(const Settings& settings) {
-  return {
+  const AskedTexts asked = {
       .host = settings.domains.on != 0 || settings.domaintypes.on != 0 || settings.filter_domains[0] != '\0',
-      .referrer = settings.referrers.on != 0 || settings.search.on != 0 || settings.badreferrers.on != 0 ||
+      .referrer = CountsReferrers(settings) || settings.search.on != 0 || settings.badreferrers.on != 0 ||
                   (settings.badurls.on != 0 && settings.badurl_referrers != 0),
-      .agent = settings.browsers.on != 0,
+      .agent = CountsBrowsers(settings),
       .realm = settings.authrealm[0] != '\0',
       .user = settings.authuser[0] != '\0',
   };
+  return WithTextsOfDimensions(settings, asked);
 }
 
 // What stands behind the scheme of an address of the web and "www."; empty where there is none.
@@ -115,7 +142,7 @@ static bool NeedsHoursOfWeek(const Settings& settings) {
 static bool NeedsTypeFilter(const Settings& settings) {
   return settings.requests.on != 0 || settings.referrers.on != 0 || settings.browsers.on != 0 ||
          settings.domains.on != 0 || settings.domaintypes.on != 0 || settings.dailytotals != 0 ||
-         NeedsHoursOfWeek(settings);
+         NeedsHoursOfWeek(settings) || AreDimensionsAsked(settings);
 }
 
 // deliberate: an amount below 0 is a large one
@@ -123,9 +150,11 @@ static void AddNarrowBytes(SuperLong& counter, int64_t amount) {
   SuperLongAdd(counter, static_cast<uint32_t>(amount));
 }
 
-// With names that a resolver gave, which may be longer than an item, a type is not always that of its domain.
+// With names that a resolver gave, which may be longer than an item, a type is not always that of its domain;
+// and amounts are not counted with the parts of keys.
 static KeyPart ResolveTypeOfDomain(const Settings& settings, const Limits& limits) {
-  if (settings.domains.on == 0 || settings.domaintypes.on == 0 || settings.dnslookupenabled != 0) {
+  if (settings.domains.on == 0 || settings.domaintypes.on == 0 || settings.dnslookupenabled != 0 ||
+      AmountsOf(settings) == Amounts::kSummed) {
     return nullptr;
   }
   return limits.whole_addresses ? TypeOfDomainOrNetwork : TypeOfDomain;
@@ -150,20 +179,22 @@ Rules ResolveRules(const Settings& settings, const Counting& counting) {
       .filter_types = settings.filter_filetypes[0] != '\0' && NeedsTypeFilter(settings),
       .keep_query = settings.showquery != 0,
       .url_end_mark = counting.limits.escapes ? '?' : '"',
-      .urls = settings.requests.on != 0,
+      .bytes = AmountsOf(settings) == Amounts::kSummed,
+      .urls = CountsUrls(settings),
       .urls_ignore_case = settings.find_casesensitive == 0 && !counting.urls_as_written,
-      .url_total = settings.requests.on != 0 || settings.badurls.on != 0,
-      .referrers = settings.referrers.on != 0,
+      .url_total = CountsUrls(settings) || settings.badurls.on != 0,
+      .referrers = CountsReferrers(settings),
       .filter_referrers = settings.filter_referrers != 0 && settings.filter_domains[0] != '\0',
       .search = settings.search.on != 0,
       .own_host = ResolveOwnHost(settings, counting),
-      .browsers = settings.browsers.on != 0,
+      .browsers = CountsBrowsers(settings),
       .bad_urls = settings.badurls.on != 0,
       .bad_url_referrers = settings.badurl_referrers != 0,
       .bad_referrers = settings.badreferrers.on != 0,
       .domains = settings.domains.on != 0,
       .domain_types = settings.domaintypes.on != 0 && type_of_domain == nullptr,
       .type_of_domain = type_of_domain,
+      .dimensions = DimensionsOfRequests(settings),
       .days = settings.dailytotals != 0 && counting.days == DayCounting::kByDayOfYear,
       .dates = settings.dailytotals != 0 && counting.days == DayCounting::kByDate,
       .hours_of_week = NeedsHoursOfWeek(settings),

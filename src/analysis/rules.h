@@ -61,6 +61,7 @@ struct Rules {
   bool filter_types;
   bool keep_query;
   char url_end_mark;  // besides "?", where the query is not kept: a quote, unless quotes are parts of fields
+  bool bytes;         // of each item
   bool urls;
   bool urls_ignore_case;
   bool url_total;
@@ -75,6 +76,7 @@ struct Rules {
   bool domains;
   bool domain_types;       // counted record by record, or
   KeyPart type_of_domain;  // with their domains; null: not so
+  uint32_t dimensions;     // that each request counts in, by row
   bool days;
   bool dates;
   bool hours_of_week;
@@ -83,6 +85,12 @@ struct Rules {
 
 // What is behind the scheme of a web address, and behind its "www."; empty of anything else.
 std::string_view HostBehindWww(std::string_view address);
+
+// Whether ranked tables add up the bytes of their requests.
+Amounts AmountsOf(const Settings& settings);
+
+// What ranked rows stand by.
+RankedBy OrderOf(const Settings& settings);
 
 // Whether the find test of the settings lets all requests of a site pass.
 bool FindsAll(const Settings& settings);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "analysis/counting_table.h"
 #include "analysis/item_key.h"
@@ -307,6 +308,10 @@ static ListInfo* ChooseVictim(ListInfo* last) {
     }
   }
   return victim;
+}
+
+bool SetReclaiming(bool on) {
+  return std::exchange(mSmartMemoryEnabled, on);
 }
 
 void EndInsteadOfReclaims(void (*end)()) {

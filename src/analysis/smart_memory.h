@@ -39,6 +39,10 @@ int64_t smart_free(const ListItem* spared);
 // Forgets what was allocated: no list holds a record.
 void ForgetAllocations();
 
+// Whether reclaims may take anything from now on; tells whether they might before. While they may not, what
+// is allocated counts nowhere.
+bool SetReclaiming(bool on);
+
 // Has that called before the first reclaim, instead of it: for a process whose counts are of no use without
 // what reclaims take. It does not return.
 void EndInsteadOfReclaims(void (*end)());

@@ -5,6 +5,7 @@
 #include <iterator>
 #include <string_view>
 
+#include "analysis/dimensions.h"
 #include "base/byte_size.h"
 #include "dates/years.h"
 #include "report/extra_texts.h"
@@ -234,18 +235,25 @@ static void SetTop(RankedReport& report, const char* value) {
   report.top_is_percent = std::string_view(value).ends_with('%') ? 1 : 0;
 }
 
+static void SetGreater(RankedReport& report, const char* value) {
+  report.greater = ToInt(value);
+}
+
 // The whole report in one value: on[,top[,greater]].
+static void SetReport(RankedReport& report, const char* value) {
+  report.on = ToInt(value);
+  char field[kTextSize];
+  ReturnValue(field, sizeof field, value, 2);
+  SetTop(report, field);  // deliberate: without a second field an earlier top is reset to 0
+  if (NumValues(value) >= 2) {
+    ReturnValue(field, sizeof field, value, 3);
+    SetGreater(report, field);
+  }
+}
+
 template <auto kReport>
 static void Ranked(Settings& settings, const Param& param) {
-  RankedReport& report = settings.*kReport;
-  report.on = ToInt(param.value);
-  char field[kTextSize];
-  ReturnValue(field, sizeof field, param.value, 2);
-  SetTop(report, field);  // deliberate: without a second field an earlier top is reset to 0
-  if (NumValues(param.value) >= 2) {
-    ReturnValue(field, sizeof field, param.value, 3);
-    report.greater = ToInt(field);
-  }
+  SetReport(settings.*kReport, param.value);
 }
 
 template <auto kReport>
@@ -255,7 +263,26 @@ static void RankedTop(Settings& settings, const Param& param) {
 
 template <auto kReport>
 static void RankedGreater(Settings& settings, const Param& param) {
-  (settings.*kReport).greater = ToInt(param.value);
+  SetGreater(settings.*kReport, param.value);
+}
+
+// The sections of the table of dimensions, by the same three names; anybody may ask for them.
+static bool SetDimension(std::string_view name, const char* value, Settings& settings) {
+  static constexpr struct {
+    std::string_view suffix;
+    void (*set)(RankedReport& report, const char* value);
+  } kNames[] = {{"", SetReport}, {"_top", SetTop}, {"_greater", SetGreater}};
+  for (size_t row = 0; settings.rules.later_names && row < kDimensionCount; ++row) {
+    const std::string_view parameter = kDimensions[row].parameter;
+    for (const auto& known : kNames) {
+      if (BeginsWithIgnoreCase(name, parameter) &&
+          EqualIgnoreCase(name.substr(parameter.size()), known.suffix)) {
+        known.set(settings.dimensions[row], value);
+        return true;
+      }
+    }
+  }
+  return false;
 }
 
 // The run has looked for this one before it read any other.
@@ -298,7 +325,7 @@ static const Keyword kKeywords[] = {
     {"plan", DecidedBefore, kFromShell, kIgnored},
     {"piece", DecidedBefore, kFromShell, kIgnored},
     {"missing", DecidedBefore, kFromShell, kIgnored},
-    {"bytes", DecidedBefore, kFromShell, kIgnored},
+    {"stream", DecidedBefore, kFromShell, kIgnored},
     {"workers", BestByShell<SetWorkers>, kNotFromForm, kIgnored},
     {"partcache", BestByShell<SetPartCache>, kNotFromForm, kIgnored},
     {"partcachesize", BestByShell<SetPartCacheSize>, kNotFromForm, kIgnored},
@@ -366,6 +393,8 @@ static const Keyword kKeywords[] = {
     {"badurl_referrers", Number<&Settings::badurl_referrers>, kFromAny, kTaken},
     {"filter_referrers", Number<&Settings::filter_referrers>, kFromAny, kTaken},
     {"own_referrers", Number<&Settings::own_referrers>, kFromAny, kTaken, kStop, kLater},
+    {"bytes", Number<&Settings::with_bytes>, kFromAny, kTaken, kStop, kLater},
+    {"order", Copy<&Settings::order>, kFromAny, kTaken, kStop, kLater},
     {"subdirs", Number<&Settings::subdirs>, kFromAny, kTaken},
     {"dailytotals", Number<&Settings::dailytotals>, kFromAny, kTaken},
     {"hitsperdayofweek", Number<&Settings::hitsperdayofweek>, kFromAny, kTaken},
@@ -431,6 +460,7 @@ bool CompareParam(const char* line, Settings& settings, ParamSource source, int 
       }
     }
   }
+  applied = applied || SetDimension(wanted, value, settings);
   if (!applied && source == ParamSource::kStranger && value[0] != '\0') {
     NoteIgnored(wanted, settings);
   }

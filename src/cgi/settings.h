@@ -8,6 +8,7 @@
 #pragma once
 
 #include <bitset>
+#include <cstddef>
 #include <cstdint>
 
 #include "base/text.h"
@@ -15,6 +16,7 @@
 inline constexpr const char* kVersion = "1.5";
 inline constexpr const char* kPlatform = "UNIX";
 inline constexpr int kMostWorkers = 256;
+inline constexpr size_t kMostDimensions = 32;
 inline constexpr int64_t kUsualWorkerBytes = 4 << 20;
 inline constexpr int64_t kUsualPartCacheSize = int64_t{1} << 30;
 inline constexpr const char* kDefaultConfigFile = "orvellis.conf";  // in the working directory
@@ -166,9 +168,12 @@ struct Settings {
   int search_casesensitive;
   RankedReport referrers;
   RankedReport badreferrers;
+  RankedReport dimensions[kMostDimensions];  // by row of the table of dimensions (analysis/dimensions.h)
   int badurl_referrers;
   int filter_referrers;
-  int own_referrers;  // pages of the site itself are referrers like others
+  int with_bytes;         // ranked rows have the bytes of their requests, too
+  char order[kTextSize];  // "bytes": they stand by these; anything else: by requests
+  int own_referrers;      // pages of the site itself are referrers like others
   int subdirs;
   int cgi;  // 1 in every run: reports are always HTML
   char referrer_log[50];
@@ -209,12 +214,12 @@ struct Settings {
   int SmartMemoryMaxMemoryToAllocate;
   int flushtoserver;
   // What the arguments say, whole (run/part_run.h); null: not asked for.
-  const char* part;   // path to which the counts go, in place of a page
-  const char* merge;  // pattern of the parts that are added, in place of reading logs
-  const char* plan;   // size of the pieces of logs that are named, in place of a page
-  const char* piece;  // the piece that is counted, in place of the logs that there are
-  bool missing;       // of that piece: nobody can read it
-  const char* bytes;  // where the bytes of its log come from, in place of the file of its path
+  const char* part;    // path to which the counts go, in place of a page
+  const char* merge;   // pattern of the parts that are added, in place of reading logs
+  const char* plan;    // size of the pieces of logs that are named, in place of a page
+  const char* piece;   // the piece that is counted, in place of the logs that there are
+  bool missing;        // of that piece: nobody can read it
+  const char* stream;  // where the bytes of its log come from, in place of the file of its path
   int account_count;
   char working_line[kWorkingLineSize];
 };

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <iterator>
+#include <optional>
 #include <string_view>
 
+#include "analysis/rules.h"
 #include "dates/clock.h"
 #include "dates/zone.h"
 #include "output/escape.h"
@@ -24,6 +26,7 @@ struct CsvRow {
   int64_t count;
   double share;
   const char* detail;  // engine, name, time zone or the item that was led to; empty: none
+  int64_t bytes = -1;  // below 0: none
 };
 
 struct Cells {
@@ -79,7 +82,7 @@ template <typename PutRow>
 static void PutRows(SectionRows& rows, const char* detail_of_all, PutRow put) {
   int64_t rank = 0;
   for (SectionRow row; NextRow(rows, row);) {
-    put(CsvRow{++rank, row.item, row.count, row.share, DetailOf(row, detail_of_all)});
+    put(CsvRow{++rank, row.item, row.count, row.share, DetailOf(row, detail_of_all), row.bytes});
   }
 }
 
@@ -123,19 +126,37 @@ static constexpr size_t TablesOfSections() {
   return static_cast<size_t>(std::count_if(std::begin(kTables), std::end(kTables),
                                            [](const Table& table) { return !table.referrers; }));
 }
-static_assert(TablesOfSections() == kSectionCount);
+static_assert(TablesOfSections() == kNamedSections);
+
+static Table TableOf(const Section& section) {
+  const Dimension& dimension = *section.dimension;
+  return {dimension.parameter, section.id, false, dimension.columns,
+          dimension.name_of != nullptr ? PutWithDetail : PutWithoutDetail};
+}
+
+// All of them, one after the other, until one is wanted; true then.
+template <typename Wanted>
+static bool AnyTable(Wanted wanted) {
+  if (std::any_of(std::begin(kTables), std::end(kTables), wanted)) {
+    return true;
+  }
+  return std::ranges::any_of(Sections().subspan(kNamedSections),
+                             [&](const Section& section) { return wanted(TableOf(section)); });
+}
 
 static bool IsInReport(const Table& table, const Settings& settings) {
   return IsOn(SectionOf(table.section), settings) && (!table.referrers || settings.badurl_referrers != 0);
 }
 
-static const Table* FindTable(const Settings& settings) {
-  for (const Table& table : kTables) {
-    if (EqualIgnoreCase(table.name, settings.section)) {
-      return IsInReport(table, settings) ? &table : nullptr;
+static std::optional<Table> FindTable(const Settings& settings) {
+  std::optional<Table> found;
+  AnyTable([&](const Table& table) {
+    if (EqualIgnoreCase(table.name, settings.section) && IsInReport(table, settings)) {
+      found = table;
     }
-  }
-  return nullptr;
+    return found.has_value();
+  });
+  return found;
 }
 
 template <typename PutRow>
@@ -150,35 +171,57 @@ static void PutTable(const Table& table, const Settings& settings, Analysis& ana
   }
 }
 
+// The last column, where rows have one.
+static void PutBytes(Cells& cells, const CsvRow& row) {
+  Put(cells.sink, ",");
+  if (row.bytes >= 0) {
+    PutNumber(cells.sink, row.bytes);
+  }
+}
+
+static bool HasBytes(const Table& table, const Settings& settings) {
+  return SectionOf(table.section).rows == RowKind::kRanked && !table.referrers &&
+         AmountsOf(settings) == Amounts::kSummed;
+}
+
 static void PutOne(Cells& cells, const Table& table, const Settings& settings, Analysis& analysis) {
+  const bool bytes = HasBytes(table, settings);
   Put(cells.sink, table.columns);
-  Put(cells.sink, "\r\n");
+  Put(cells.sink, bytes ? Literal(",bytes\r\n") : Literal("\r\n"));
   PutTable(table, settings, analysis, [&](const CsvRow& row) {
     table.put(cells, row);
+    if (bytes) {
+      PutBytes(cells, row);
+    }
     Put(cells.sink, "\r\n");
   });
 }
 
 static void PutAll(Cells& cells, const Settings& settings, Analysis& analysis) {
-  Put(cells.sink, "section,rank,item,count,share,detail\r\n");
-  for (const Table& table : kTables) {
-    if (!IsInReport(table, settings)) {
-      continue;
+  const bool bytes = AmountsOf(settings) == Amounts::kSummed;
+  Put(cells.sink, "section,rank,item,count,share,detail");
+  Put(cells.sink, bytes ? Literal(",bytes\r\n") : Literal("\r\n"));
+  AnyTable([&](const Table& table) {
+    if (IsInReport(table, settings)) {
+      PutTable(table, settings, analysis, [&](const CsvRow& row) {
+        PutCsv(cells.sink, table.name, cells.guarded);
+        Put(cells.sink, ",");
+        PutWithDetail(cells, row);
+        if (bytes) {
+          PutBytes(cells, row);
+        }
+        Put(cells.sink, "\r\n");
+      });
     }
-    PutTable(table, settings, analysis, [&](const CsvRow& row) {
-      PutCsv(cells.sink, table.name, cells.guarded);
-      Put(cells.sink, ",");
-      PutWithDetail(cells, row);
-      Put(cells.sink, "\r\n");
-    });
-  }
+    return false;
+  });
 }
 
 void WriteCsv(const Settings& settings, Analysis& analysis) {
   Sink sink;
   Cells cells{sink, settings.csv_formulas == 0};
-  const Table* const table = FindTable(settings);
-  if (table != nullptr) {
+  const std::optional<Table> table = FindTable(settings);
+  if (table.has_value()) {
     PutOne(cells, *table, settings, analysis);
   } else {
     PutAll(cells, settings, analysis);
@@ -189,7 +232,7 @@ void WriteCsv(const Settings& settings, Analysis& analysis) {
 // ---- Answers ---------------------------------------------------------------------------
 
 static Error CheckSection(const Settings& settings) {
-  return settings.section[0] == '\0' || FindTable(settings) != nullptr ? kNoError : kErrorSection;
+  return settings.section[0] == '\0' || FindTable(settings).has_value() ? kNoError : kErrorSection;
 }
 
 static void AnswerReport(const Environment& env, const Settings& settings) {

@@ -131,6 +131,10 @@ static void PutRow(Sink& sink, const Section& section, SectionRow& row) {
     PutShown(sink, row.item);
   }
   PutCount(sink, row.count, row.share);
+  if (row.bytes >= 0) {
+    Put(sink, ", \"bytes\": ");
+    PutNumber(sink, row.bytes);
+  }
   if (row.name != nullptr) {
     Put(sink, ", \"name\": ");
     PutJson(sink, row.name);
@@ -179,7 +183,7 @@ void WriteJson(const Settings& settings, Analysis& analysis) {
   PutHead(sink, settings, analysis);
   Put(sink, ",\n  \"sections\": {");
   bool first = true;
-  for (const Section& section : kSections) {
+  for (const Section& section : Sections()) {
     if (IsOn(section, settings)) {
       if (!first) {
         Put(sink, ",");

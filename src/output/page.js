@@ -2,7 +2,7 @@
 // Sorting, filtering and copying: what a page can do besides being read.
 'use strict';
 
-const number = (cell) => Number(cell.textContent.replace(/[^\d.]/g, ''));
+const number = (cell) => Number(cell.dataset.n ?? cell.textContent.replace(/[^\d.]/g, ''));
 
 // The whole text of an item, which a row may show without its middle.
 const itemOf = (row) => {

@@ -1,8 +1,10 @@
 #include "output/page_sections.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 #include <limits>
+#include <string_view>
 
 #include "dates/days.h"
 #include "output/charts.h"
@@ -25,8 +27,8 @@ struct Shown {
 };
 
 static int64_t MostRows(const Section& section, const Settings& settings) {
-  const bool asked = section.report != nullptr && (settings.*section.report).top_asked;
-  return asked ? std::numeric_limits<int64_t>::max() : kMostRows;
+  const RankedReport* const report = ReportOf(section, settings);
+  return report != nullptr && report->top_asked ? std::numeric_limits<int64_t>::max() : kMostRows;
 }
 
 // ---- Words ---------------------------------------------------------------------------
@@ -105,6 +107,7 @@ static void PutRanked(Sink& sink, const Settings& settings, const Section& secti
               .columns = {"#", words.item, "Requests"},
               .lead = Lead::kRank,
               .shares = rows.total > 0,
+              .bytes = rows.bytes,
               .rows = shown.rows};
   BeginTable(table, words.title.text().data());
   SectionRow row;
@@ -311,21 +314,49 @@ static void PutTimes(Sink& sink, const Settings& settings, const Section& sectio
 // ---- All of them ---------------------------------------------------------------------
 
 // A reader wants to know first when the requests came.
-constexpr SectionId kPageOrder[kSectionCount] = {
+static constexpr SectionId kNamedOrder[kNamedSections] = {
     SectionId::kDays,    SectionId::kWeekdays, SectionId::kHours,        SectionId::kHoursOfWeek,
     SectionId::kUrls,    SectionId::kBadUrls,  SectionId::kBadReferrers, SectionId::kReferrers,
     SectionId::kPhrases, SectionId::kBrowsers, SectionId::kDomains,      SectionId::kDomainTypes,
 };
 
 static consteval bool HasEachOnce() {
-  for (size_t id = 0; id < kSectionCount; ++id) {
-    if (std::ranges::count(kPageOrder, static_cast<SectionId>(id)) != 1) {
+  for (size_t id = 0; id < kNamedSections; ++id) {
+    if (std::ranges::count(kNamedOrder, static_cast<SectionId>(id)) != 1) {
       return false;
     }
   }
   return true;
 }
 static_assert(HasEachOnce());
+
+struct SectionOrder {
+  std::array<SectionId, kNamedSections + kMostDimensions> ids;
+  size_t count;
+};
+
+// The section, and the dimensions that stand behind it.
+static void Append(SectionOrder& order, const Section& section) {
+  order.ids[order.count++] = section.id;
+  for (const Section& other : Sections()) {
+    if (other.dimension != nullptr && std::string_view(other.dimension->behind) == section.parameter) {
+      Append(order, other);
+    }
+  }
+}
+
+static SectionOrder MakeOrder() {
+  SectionOrder order{};
+  for (const SectionId id : kNamedOrder) {
+    Append(order, SectionOf(id));
+  }
+  return order;
+}
+
+std::span<const SectionId> PageOrder() {
+  static const SectionOrder order = MakeOrder();
+  return {order.ids.data(), order.count};
+}
 
 // Ranked rows change the analysis, whose tables they put in order; the others take it as it is.
 template <auto kPut>
@@ -358,8 +389,8 @@ static void PutSection(Sink& sink, const Settings& settings, const Section& sect
 
 // The next section that is on; null behind the last.
 static const Section* NextSection(const Settings& settings, size_t& place) {
-  while (place < kSectionCount) {
-    const Section& section = SectionOf(kPageOrder[place++]);
+  while (place < PageOrder().size()) {
+    const Section& section = SectionOf(PageOrder()[place++]);
     if (IsOn(section, settings)) {
       return &section;
     }

@@ -61,6 +61,9 @@ static void PutHeading(const Table& table) {
   Put(sink, table.columns.item);
   Put(sink, "</th><th scope=\"col\" class=\"c\">");
   Put(sink, table.columns.count);
+  if (table.bytes) {
+    Put(sink, "</th><th scope=\"col\" class=\"c\">Bytes");
+  }
   Put(sink, "</th><th scope=\"col\" class=\"s\">Share</th></tr></thead>\n<tbody>\n");
 }
 
@@ -146,10 +149,12 @@ static void PutReferrers(Sink& sink, SectionRow& row) {
 }
 
 static void PutName(Sink& sink, const SectionRow& row) {
-  PutItemText(sink, row.name, nullptr);
-  if (std::string_view(row.name) != row.item) {
+  const char* const first = row.explained ? row.item : row.name;
+  const char* const second = row.explained ? row.name : row.item;
+  PutItemText(sink, first, nullptr);
+  if (std::string_view(first) != second) {
     Put(sink, " <small><bdi>");
-    PutHtml(sink, row.item);
+    PutHtml(sink, second);
     Put(sink, "</bdi></small>");
   }
 }
@@ -183,6 +188,14 @@ static void PutPart(const Table& table, const SectionRow& row) {
   }
 }
 
+// As people read sizes, and for the script as they are.
+static void PutBytes(Sink& sink, int64_t bytes) {
+  Put(sink, "</td><td class=\"c\" data-n=\"");
+  PutNumber(sink, bytes);
+  Put(sink, "\">");
+  PutByteSize(sink, static_cast<uint64_t>(std::max<int64_t>(bytes, 0)));
+}
+
 void PutTableRow(Table& table, SectionRow& row) {
   Sink& sink = table.sink;
   if (table.next == table.end) {
@@ -197,6 +210,9 @@ void PutTableRow(Table& table, SectionRow& row) {
   PutItem(sink, row, IsPlain(table));
   Put(sink, "</td><td class=\"c\">");
   PutGrouped(sink, row.count);
+  if (table.bytes) {
+    PutBytes(sink, row.bytes);
+  }
   Put(sink, "</td><td class=\"s\">");
   PutPart(table, row);
   Put(sink, "\n</td></tr>");  // a line end between rows would be one more thing to hold

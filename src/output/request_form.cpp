@@ -189,7 +189,7 @@ static void PutSectionChoice(Sink& sink, const FormField& field, const Settings&
   PutNames(sink, field);
   Put(sink, ">");
   PutChoice(sink, "", "All, in one list", known);
-  for (const SectionId id : kPageOrder) {
+  for (const SectionId id : PageOrder()) {
     const Section& section = SectionOf(id);
     const bool chosen = EqualIgnoreCase(section.parameter, value);
     PutChoice(sink, section.parameter, WordsOf(section).title.text(), chosen);
@@ -278,7 +278,8 @@ static void PutSwitch(Sink& sink, const Section& section, const Settings& settin
 }
 
 static void PutSectionRow(Sink& sink, const Section& section, const Settings& settings) {
-  const bool with_cut_off = section.report != nullptr;
+  const RankedReport* const report = ReportOf(section, settings);
+  const bool with_cut_off = report != nullptr;
   Put(sink,
       with_cut_off ? Literal("<tr><th scope=\"row\">") : Literal("<tr><th scope=\"row\" colspan=\"3\">"));
   PutSwitch(sink, section, settings);
@@ -287,8 +288,8 @@ static void PutSectionRow(Sink& sink, const Section& section, const Settings& se
   }
   Put(sink, "</th>");
   if (with_cut_off) {
-    PutTop(sink, section, settings.*section.report);
-    PutGreater(sink, section, settings.*section.report);
+    PutTop(sink, section, *report);
+    PutGreater(sink, section, *report);
   }
   Put(sink, "</tr>\n");
 }
@@ -302,7 +303,7 @@ static void PutSectionTable(Sink& sink, const Settings& settings) {
       "At least: the smallest count that is shown.</small>\n"
       "<table><thead><tr><th scope=\"col\">Section</th><th scope=\"col\">Top</th>"
       "<th scope=\"col\">At least</th></tr></thead>\n<tbody>\n");
-  for (const SectionId id : kPageOrder) {
+  for (const SectionId id : PageOrder()) {
     PutSectionRow(sink, SectionOf(id), settings);
   }
   Put(sink, "</tbody></table>\n</fieldset>\n");

@@ -7,18 +7,7 @@
 #include <cstdio>
 #include <string_view>
 
-// A text that stands in the program itself. Only a literal makes one, so that no
-// text of a log, a request or a file can take its place.
-class Literal {
- public:
-  template <size_t N>
-  consteval Literal(const char (&text)[N]) : mText(text, N - 1) {}
-
-  constexpr std::string_view text() const { return mText; }
-
- private:
-  std::string_view mText;
-};
+#include "base/literal.h"
 
 // Collects what is written and hands it to the stream in pieces. Whether the stream
 // took it shows when the stream is closed or checked.

@@ -182,6 +182,7 @@ static void PutHead(Paper& paper, const Settings& settings, const Analysis& anal
 // what is left for the item.
 struct Columns {
   size_t count;
+  size_t bytes;  // 0: there are none
   size_t bar;
   size_t item;
 };
@@ -189,12 +190,14 @@ struct Columns {
 static constexpr size_t kGap = 2;
 static constexpr size_t kShareWidth = sizeof "100.0 %" - 1;
 static constexpr size_t kLeastItem = 16;
+static constexpr size_t kBytesWidth = sizeof "999,999,999,999" - 1;
 
 static Columns ColumnsFor(const Terminal& terminal, const SectionRows& rows) {
   const size_t count = std::max<size_t>(GroupedWidth(rows.total), 5);
+  const size_t bytes = rows.bytes ? kBytesWidth : 0;
   const size_t bar = terminal.width >= 100 ? 20 : 10;
-  const size_t taken = 4 * kGap + count + kShareWidth + bar;
-  return {count, bar, terminal.width > taken + kLeastItem ? terminal.width - taken : kLeastItem};
+  const size_t taken = 4 * kGap + count + kShareWidth + bar + (rows.bytes ? bytes + kGap : 0);
+  return {count, bytes, bar, terminal.width > taken + kLeastItem ? terminal.width - taken : kLeastItem};
 }
 
 static void PutShare(Sink& sink, double share) {
@@ -233,12 +236,23 @@ static void PutItem(Sink& sink, const SectionRow& row, size_t width) {
   Put(sink, ")");
 }
 
+static void PutBytes(Sink& sink, const SectionRow& row, const Columns& columns) {
+  if (columns.bytes > 0) {
+    PutToTheRight(sink, row.bytes, columns.bytes);
+    PutBlanks(sink, kGap);
+  }
+}
+
+static size_t WidthOfBytes(const Columns& columns) {
+  return columns.bytes > 0 ? columns.bytes + kGap : 0;
+}
+
 static void PutReferrers(Paper& paper, SectionRow& row, const Columns& columns) {
   static constexpr Literal kFrom = "<- ";
   for (ReferrerRow page; NextReferrer(row, page);) {
     PutBlanks(paper.sink, kGap);
     PutToTheRight(paper.sink, page.count, columns.count);
-    PutBlanks(paper.sink, kGap + kShareWidth + kGap + columns.bar + kGap);
+    PutBlanks(paper.sink, kGap + kShareWidth + kGap + WidthOfBytes(columns) + columns.bar + kGap);
     Put(paper.sink, kFrom);
     ReadableText room;
     PutPlain(paper.sink, Readable(page.address, room), columns.item - kFrom.text().size());
@@ -252,6 +266,7 @@ static void PutRow(Paper& paper, SectionRow& row, const Columns& columns) {
   PutBlanks(paper.sink, kGap);
   PutShare(paper.sink, row.share);
   PutBlanks(paper.sink, kGap);
+  PutBytes(paper.sink, row, columns);
   PutBar(paper, row, columns.bar);
   PutBlanks(paper.sink, kGap);
   PutItem(paper.sink, row, columns.item);
@@ -316,7 +331,7 @@ static void PutSection(Paper& paper, const Settings& settings, const Section& se
 void WriteText(const Settings& settings, Analysis& analysis, const Terminal& terminal) {
   Paper paper{{}, terminal};
   PutHead(paper, settings, analysis);
-  for (const Section& section : kSections) {
+  for (const Section& section : Sections()) {
     if (IsOn(section, settings)) {
       PutSection(paper, settings, section, analysis);
     }

@@ -2,39 +2,54 @@
 
 #include <iterator>
 
-static constexpr SectionWords kSectionWords[] = {
-    {SectionId::kUrls, "Requested URLs", "URL", "URLs", "URL", "request", "requests",
-     "What visitors asked for most."},
-    {SectionId::kReferrers, "Referrers", "Page", "pages", "page", "request that names a referrer",
-     "requests that name a referrer", "The pages that visitors came from."},
-    {SectionId::kPhrases, "Search phrases", "Phrase", "phrases", "phrase", "visit from a search engine",
-     "visits from search engines", "What people looked for when a search engine led them here."},
-    {SectionId::kBrowsers, "Browsers", "Browser", "browsers", "browser", "request that names a browser",
-     "requests that name a browser", "The programs that asked for pages, as they name themselves."},
-    {SectionId::kBadUrls, "Not found", "URL", "URLs", "URL", "request", "requests",
-     "URLs answered with status 404, and the pages that link to them."},
-    {SectionId::kBadReferrers, "Pages with broken links", "Page", "pages", "page",
-     "request that names a referrer", "requests that name a referrer",
-     "Pages that led visitors to URLs answered with status 404."},
-    {SectionId::kDomains, "Domains of visitors", "Domain", "domains", "domain", "request that names a host",
-     "requests that name a host", "Where visitors are at home in the network."},
-    {SectionId::kDomainTypes, "Top-level domains of visitors", "Domain", "domains", "domain",
-     "request that names a host", "requests that name a host",
-     "The last parts of the visitors' domains, which tell of countries and institutions."},
-    {SectionId::kDays, "Requests by day", "Day", "days", "day", "request", "requests",
-     "How many requests came on each day."},
-    {SectionId::kWeekdays, "Requests by weekday", "Weekday", "weekdays", "weekday", "request", "requests",
-     "How requests are spread over the week."},
-    {SectionId::kHours, "Requests by hour", "Hour", "hours", "hour", "request", "requests",
-     "How requests are spread over the day."},
-    {SectionId::kHoursOfWeek, "Requests by weekday and hour", "Hour", "hours", "hour", "request", "requests",
-     "How requests are spread over the hours of the week."},
+struct NamedWords {
+  SectionId id;
+  SectionWords words;
+};
+
+static constexpr NamedWords kSectionWords[] = {
+    {SectionId::kUrls,
+     {"Requested URLs", "URL", "URLs", "URL", "request", "requests", "What visitors asked for most."}},
+    {SectionId::kReferrers,
+     {"Referrers", "Page", "pages", "page", "request that names a referrer", "requests that name a referrer",
+      "The pages that visitors came from."}},
+    {SectionId::kPhrases,
+     {"Search phrases", "Phrase", "phrases", "phrase", "visit from a search engine",
+      "visits from search engines", "What people looked for when a search engine led them here."}},
+    {SectionId::kBrowsers,
+     {"Browsers", "Browser", "browsers", "browser", "request that names a browser",
+      "requests that name a browser", "The programs that asked for pages, as they name themselves."}},
+    {SectionId::kBadUrls,
+     {"Not found", "URL", "URLs", "URL", "request", "requests",
+      "URLs answered with status 404, and the pages that link to them."}},
+    {SectionId::kBadReferrers,
+     {"Pages with broken links", "Page", "pages", "page", "request that names a referrer",
+      "requests that name a referrer", "Pages that led visitors to URLs answered with status 404."}},
+    {SectionId::kDomains,
+     {"Domains of visitors", "Domain", "domains", "domain", "request that names a host",
+      "requests that name a host", "Where visitors are at home in the network."}},
+    {SectionId::kDomainTypes,
+     {"Top-level domains of visitors", "Domain", "domains", "domain", "request that names a host",
+      "requests that name a host",
+      "The last parts of the visitors' domains, which tell of countries and institutions."}},
+    {SectionId::kDays,
+     {"Requests by day", "Day", "days", "day", "request", "requests", "How many requests came on each day."}},
+    {SectionId::kWeekdays,
+     {"Requests by weekday", "Weekday", "weekdays", "weekday", "request", "requests",
+      "How requests are spread over the week."}},
+    {SectionId::kHours,
+     {"Requests by hour", "Hour", "hours", "hour", "request", "requests",
+      "How requests are spread over the day."}},
+    {SectionId::kHoursOfWeek,
+     {"Requests by weekday and hour", "Hour", "hours", "hour", "request", "requests",
+      "How requests are spread over the hours of the week."}},
 };
 
 static_assert(StandInPlace(kSectionWords));
 
 const SectionWords& WordsOf(const Section& section) {
-  return kSectionWords[static_cast<size_t>(section.id)];
+  return section.dimension != nullptr ? section.dimension->words
+                                      : kSectionWords[static_cast<size_t>(section.id)].words;
 }
 
 static constexpr NoteWords kNoteWords[] = {

@@ -1,20 +1,10 @@
 // What outputs call the sections and the notes of a report.
 #pragma once
 
-#include "output/sink.h"
+#include "analysis/dimensions.h"
+#include "base/literal.h"
 #include "sections/notes.h"
 #include "sections/section_list.h"
-
-struct SectionWords {
-  SectionId id;
-  Literal title;
-  Literal item;          // heading of its items: one of them
-  Literal items;         // several
-  Literal item_of_many;  // one, within a sentence
-  Literal whole_of_one;  // what the shares are of, where it is 1, and
-  Literal whole;         // where it is not
-  Literal explanation;   // a sentence
-};
 
 const SectionWords& WordsOf(const Section& section);
 

@@ -1,8 +1,10 @@
 #include "parts/counts.h"
 
+#include <algorithm>
 #include <bit>
 #include <iterator>
 
+#include "analysis/dimensions.h"
 #include "analysis/search_phrases.h"
 
 // ---- Figures ----
@@ -48,26 +50,40 @@ static bool PassAll(PartReader& part) {
   return !part.damaged;
 }
 
-// Nearly all statuses are those of no request: each that counts comes with its number.
-static void SaveStatuses(PartWriter& part, const Analysis& analysis) {
-  uint64_t count = 0;
-  for (const int64_t requests : analysis.statuses) {
-    count += requests != 0;
-  }
-  PutFigure(part, count);
+// Nearly all statuses are those of no request: each figure that is not 0 comes with its number.
+static void SaveByStatus(PartWriter& part, const int64_t (&figures)[kStatuses]) {
+  PutFigure(part, kStatuses - static_cast<size_t>(std::ranges::count(figures, 0)));
   for (size_t status = 0; status < kStatuses; ++status) {
-    if (analysis.statuses[status] != 0) {
+    if (figures[status] != 0) {
       PutFigure(part, status);
-      Put(part, analysis.statuses[status]);
+      Put(part, figures[status]);
     }
   }
 }
 
-static void AddStatuses(PartReader& part, Analysis& analysis) {
+static void AddByStatus(PartReader& part, uint64_t most, int64_t (&figures)[kStatuses]) {
   for (uint64_t left = TakeFigureUpTo(part, kStatuses); left > 0; --left) {
-    const uint64_t status = TakeFigureUpTo(part, kStatuses - 1);
-    Add(part, analysis.statuses[status]);
+    int64_t& figure = figures[TakeFigureUpTo(part, kStatuses - 1)];
+    const auto more = static_cast<int64_t>(TakeFigureUpTo(part, most));
+    figure = more > INT64_MAX - figure ? INT64_MAX : figure + more;
   }
+}
+
+static void SaveStatusBytes(PartWriter& part, const Analysis& analysis) {
+  SaveByStatus(part, analysis.status_bytes);
+}
+
+static bool AddStatusBytes(PartReader& part, const Rules&, Analysis& analysis) {
+  AddByStatus(part, INT64_MAX, analysis.status_bytes);
+  return !part.damaged;
+}
+
+static bool PassStatusBytes(PartReader& part, const Analysis&) {
+  for (uint64_t left = TakeFigureUpTo(part, kStatuses); left > 0; --left) {
+    TakeFigure(part);
+    TakeFigure(part);
+  }
+  return !part.damaged;
 }
 
 static void SaveSum(PartWriter& part, const SuperLongSum& sum) {
@@ -106,7 +122,7 @@ static void Append(const Limits& limits, SuperLongSum& sum, const SuperLongSum& 
 static void SaveTotals(PartWriter& part, const Analysis& analysis) {
   Put(part, analysis.hits);
   Put(part, analysis.without_url);
-  SaveStatuses(part, analysis);
+  SaveByStatus(part, analysis.statuses);
   SaveSum(part, analysis.part_bytes);
   Put(part, analysis.urls.total);
   SaveSum(part, SumOfSmall(analysis.logs.bytes_read));
@@ -119,7 +135,7 @@ static void AddTotals(PartReader& part, const Rules& rules, Analysis& analysis) 
   const Limits& limits = analysis.counting.limits;
   Add(part, analysis.hits);
   Add(part, analysis.without_url);
-  AddStatuses(part, analysis);
+  AddByStatus(part, kMost, analysis.statuses);
   Append(limits, analysis.part_bytes, TakeSum(part));
   analysis.bytes = CounterOf(limits, analysis.part_bytes);
   const int64_t of_urls = analysis.urls.total;
@@ -274,10 +290,40 @@ static constexpr Kind kKindTable[] = {
     {"dailytotals", nullptr, SaveDayCounts, AddDayCounts, PassDayCounts},
     {"hitsperhour", &Rules::hours_of_week, SaveHours, AddHours, PassHours},
     RankedKind<&Analysis::addresses>("addresses", nullptr),
+    {"bytes", &Rules::bytes, SaveStatusBytes, AddStatusBytes, PassStatusBytes},
 };
-static_assert(std::size(kKindTable) == kCountKinds);
+static_assert(std::size(kKindTable) == kNamedKinds);
+
+static size_t RowOf(unsigned kind) {
+  return kind - kNamedKinds;
+}
+
+static void SaveKind(PartWriter& part, unsigned kind, const Analysis& analysis) {
+  if (kind < kNamedKinds) {
+    kKindTable[kind].save(part, analysis);
+    return;
+  }
+  const CountedReport& report = analysis.dimensions[RowOf(kind)];
+  Put(part, report.total);
+  SaveList(part, report.list);
+}
+
+static void AddKind(PartReader& part, unsigned kind, const Rules& rules, Analysis& analysis) {
+  if (kind < kNamedKinds) {
+    kKindTable[kind].add(part, rules, analysis);
+  } else {
+    AddToReport(part, analysis.dimensions[RowOf(kind)], false);
+  }
+}
+
+static void PassKind(PartReader& part, unsigned kind, const Analysis& analysis) {
+  (kind < kNamedKinds ? kKindTable[kind].pass : PassReport)(part, analysis);
+}
 
 static bool Counts(const Rules& rules, unsigned kind) {
+  if (kind >= kNamedKinds) {
+    return (rules.dimensions >> RowOf(kind) & 1) != 0;
+  }
   switch (static_cast<CountKind>(kind)) {
     case CountKind::kDays:
       return rules.days || rules.dates;
@@ -301,7 +347,8 @@ uint64_t KindsOf(const Rules& rules) {
 }
 
 const char* NameOf(CountKind kind) {
-  return kKindTable[static_cast<unsigned>(kind)].name;
+  const auto number = static_cast<unsigned>(kind);
+  return number < kNamedKinds ? kKindTable[number].name : kDimensions[RowOf(number)].parameter;
 }
 
 // ---- All ----
@@ -326,14 +373,14 @@ void SaveCounts(PartWriter& part, const Rules& rules, const Analysis& analysis) 
   SaveTotals(part, analysis);
   for (unsigned kind = 0; kind < kCountKinds; ++kind) {
     if (Holds(kinds, kind)) {
-      kKindTable[kind].save(part, analysis);
+      SaveKind(part, kind, analysis);
     }
   }
 }
 
 bool AddSavedCounts(PartReader& part, const Rules& rules, Analysis& analysis, unsigned& missing) {
   const uint64_t wanted = KindsOf(rules);
-  const uint64_t held = TakeFigureUpTo(part, (uint64_t{1} << kCountKinds) - 1);
+  const uint64_t held = TakeFigureUpTo(part, (uint64_t{1} << (kNamedKinds + kDimensionCount)) - 1);
   const uint64_t lacking = wanted & ~Usable(held, wanted);
   missing = part.damaged || lacking == 0 ? kCountKinds : static_cast<unsigned>(std::countr_zero(lacking));
   if (part.damaged || missing != kCountKinds) {
@@ -342,9 +389,9 @@ bool AddSavedCounts(PartReader& part, const Rules& rules, Analysis& analysis, un
   AddTotals(part, rules, analysis);
   for (unsigned kind = 0; kind < kCountKinds && !part.damaged; ++kind) {
     if (Holds(wanted, kind)) {
-      kKindTable[kind].add(part, rules, analysis);
+      AddKind(part, kind, rules, analysis);
     } else if (Holds(held, kind)) {
-      kKindTable[kind].pass(part, analysis);
+      PassKind(part, kind, analysis);
     }
   }
   return !part.damaged;

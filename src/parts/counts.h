@@ -19,8 +19,11 @@ enum class CountKind : unsigned {
   kDays,
   kHoursOfWeek,
   kAddresses,  // whose names the domains wait for
+  kBytes,      // of the items of all lists, and of statuses
 };
-inline constexpr unsigned kCountKinds = 12;
+inline constexpr unsigned kNamedKinds = 13;
+// Behind these, the dimensions (analysis/dimensions.h) whose items requests have, by their rows.
+inline constexpr unsigned kCountKinds = kNamedKinds + kMostDimensions;
 
 // The bits of what a run counts by its rules.
 uint64_t KindsOf(const Rules& rules);

@@ -197,7 +197,7 @@ void DisplayHeader(const Settings& settings, const Analysis& analysis) {
 
 static int CountSectionsOn(const Settings& settings) {
   int on = 0;
-  for (const Section& section : kSections) {
+  for (const Section& section : Sections()) {
     on += IsShown(section, settings) ? 1 : 0;
   }
   return on;
@@ -217,7 +217,7 @@ void OutputJumpBar(const Settings& settings) {
     return;
   }
   printf("<center>\n<font face=\"Arial,Helv\" size=\"-1\"><b>");
-  for (const Section& section : kSections) {
+  for (const Section& section : Sections()) {
     if (IsShown(section, settings)) {
       PrintJumpLink(section, --left == 0);
     }

@@ -30,7 +30,7 @@ static constexpr void (*kPrinters[])(const Settings&, const Section&, Analysis&)
 
 static void PrintSections(const Settings& settings, Analysis& analysis) {
   OutputJumpBar(settings);
-  for (const Section& section : kSections) {
+  for (const Section& section : Sections()) {
     if (!IsShown(section, settings)) {
       continue;
     }

@@ -49,7 +49,7 @@ struct TakenBytes {
 static TakenBytes mBytes;
 
 void TakeBytesOf(const LogPiece& piece, const Settings& settings) {
-  if (settings.bytes == nullptr || mBytes.taken || piece.path.empty()) {
+  if (settings.stream == nullptr || mBytes.taken || piece.path.empty()) {
     return;
   }
   mBytes.taken = true;

@@ -1,4 +1,4 @@
-// The piece that piece= names, and the bytes of its log where bytes= has them come by standard input.
+// The piece that piece= names, and the bytes of its log where stream= has them come by standard input.
 #pragma once
 
 #include "cgi/settings.h"

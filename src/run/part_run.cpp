@@ -406,10 +406,10 @@ static bool IsOneTask(const Settings& settings) {
 
 // The page has to tell of what is missing, and what comes by a stream is read but once.
 static bool MayLackItsLog(const Settings& settings) {
-  const bool lacks = settings.missing || settings.bytes != nullptr;
+  const bool lacks = settings.missing || settings.stream != nullptr;
   const bool may = settings.piece != nullptr && settings.plan == nullptr && settings.rules.whole_logs &&
-                   (settings.bytes == nullptr || (IsStandard(settings.bytes) && !settings.missing));
-  return !lacks || may || Refuse("missing=1 or bytes=- are for a piece= that the modern edition counts");
+                   (settings.stream == nullptr || (IsStandard(settings.stream) && !settings.missing));
+  return !lacks || may || Refuse("missing=1 or stream=- are for a piece= that the modern edition counts");
 }
 
 bool MakePartOrPage(const PartRun& run) {

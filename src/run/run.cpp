@@ -78,7 +78,7 @@ static void TakeRules(Task& task) {
     task.settings.merge = LastWord(task.input.argc, task.input.argv, "merge");
     task.settings.plan = LastWord(task.input.argc, task.input.argv, "plan");
     task.settings.piece = LastWord(task.input.argc, task.input.argv, "piece");
-    task.settings.bytes = LastWord(task.input.argc, task.input.argv, "bytes");
+    task.settings.stream = LastWord(task.input.argc, task.input.argv, "stream");
     const char* const missing = LastWord(task.input.argc, task.input.argv, "missing");
     task.settings.missing = missing != nullptr && strcmp(missing, "0") != 0;
   }

@@ -90,7 +90,7 @@ static void AllowPiece(PathsToAllow& paths, const Settings& settings) {
   if (piece == nullptr || piece->path.empty() || settings.missing) {
     return;
   }
-  if (settings.bytes != nullptr) {
+  if (settings.stream != nullptr) {
     PrepareForBytes(paths, settings, *piece);
   } else {
     AllowLog(&paths, piece->path.c_str(), true);

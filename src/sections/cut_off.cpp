@@ -30,13 +30,19 @@ double Share(int64_t count, int64_t total) {
   return total == 0 ? 0.0 : static_cast<double>(count) / static_cast<double>(total);
 }
 
-ItemCursor OpenItems(List& list, const CutOff& cut_off) {
+// Where amounts rank the items, those of a smaller count are passed over, and any may follow.
+ItemCursor OpenItems(List& list, const CutOff& cut_off, RankedBy by) {
   const size_t shown = RowsAllowed(cut_off, list_length(list));
-  return {SortList(list, shown), shown, cut_off.greater};
+  const bool by_count = by == RankedBy::kCount;
+  const bool any = by_count || cut_off.greater <= 1;
+  return {SortList(list, any ? shown : SIZE_MAX, by), shown, cut_off.greater, by_count};
 }
 
 const ListItem* NextItem(ItemCursor& cursor) {
-  const ListItem* const item = cursor.next;
+  const ListItem* item = cursor.next;
+  while (!cursor.by_count && item != nullptr && item->count < cursor.greater) {
+    item = item->next;
+  }
   if (item == nullptr || cursor.left == 0 || item->count < cursor.greater) {
     cursor.left = 0;
     return nullptr;

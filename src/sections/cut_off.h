@@ -38,11 +38,12 @@ struct ItemCursor {
   const ListItem* next;
   size_t left;
   int greater;
+  bool by_count;  // no item counts more than the one before it
 };
 
 // Puts the list into display order, as far as it is shown. The list may not be
 // sorted or counted in before the last item was taken.
-ItemCursor OpenItems(List& list, const CutOff& cut_off);
+ItemCursor OpenItems(List& list, const CutOff& cut_off, RankedBy by = RankedBy::kCount);
 
 // The next item; null behind the last.
 const ListItem* NextItem(ItemCursor& cursor);

@@ -4,12 +4,29 @@
 #include <string_view>
 
 #include "analysis/resolve_item.h"
+#include "analysis/rules.h"
 
-static ItemSummary Summarise(const Settings& settings, const Section& section, const Analysis& analysis) {
-  const auto distinct = static_cast<int64_t>(list_length((analysis.*section.items.counted).list));
-  const CutOff cut_off = CutOffOf(settings.*section.report);
-  ItemSummary summary{
-      distinct, (analysis.*section.items.base).total, cut_off, AllShown(cut_off, distinct), {}};
+// The first row has it, unless bytes rank them.
+static int64_t LargestCount(const List& list, RankedBy by) {
+  int64_t largest = 0;
+  for (const ListItem* item = by == RankedBy::kCount ? nullptr : list.first; item != nullptr;
+       item = item->next) {
+    largest = std::max(largest, item->count);
+  }
+  return largest;
+}
+
+static ItemSummary Summarise(const Settings& settings, const Section& section, Analysis& analysis) {
+  const List& list = CountedIn(section, analysis).list;
+  const auto distinct = static_cast<int64_t>(list_length(list));
+  const CutOff cut_off = CutOffOf(*ReportOf(section, settings));
+  ItemSummary summary{.distinct = distinct,
+                      .total = BaseOf(section, analysis).total,
+                      .cut_off = cut_off,
+                      .all_shown = AllShown(cut_off, distinct),
+                      .bytes = AmountsOf(settings) == Amounts::kSummed,
+                      .largest = LargestCount(list, OrderOf(settings)),
+                      .brands = {}};
   std::transform(section.items.brands.begin(), section.items.brands.end(), summary.brands.begin(),
                  [&analysis](const Brand& brand) {
                    const int64_t count = analysis.*brand.count;
@@ -20,8 +37,13 @@ static ItemSummary Summarise(const Settings& settings, const Section& section, c
 
 RankedRows OpenRanked(const Settings& settings, const Section& section, Analysis& analysis) {
   const ItemSummary summary = Summarise(settings, section, analysis);
-  List& list = (analysis.*section.items.counted).list;
-  return {summary, &settings, &section.items, OpenItems(list, summary.cut_off), {}};
+  List& list = CountedIn(section, analysis).list;
+  return {summary,
+          &settings,
+          &section.items,
+          section.dimension,
+          OpenItems(list, summary.cut_off, OrderOf(settings)),
+          {}};
 }
 
 // True when the item names its own site: "://" behind a scheme of 3 to 5
@@ -46,6 +68,9 @@ static const char* SiteOf(const RankedRows& rows, const ListItem& item) {
 }
 
 static const char* Describe(RankedRows& rows, const ListItem& item) {
+  if (rows.dimension != nullptr && rows.dimension->name_of != nullptr) {
+    return rows.dimension->name_of(item.key());
+  }
   if (!rows.kind->described) {
     return nullptr;
   }
@@ -64,8 +89,13 @@ bool NextRanked(RankedRows& rows, RankedRow& row) {
   if (item == nullptr) {
     return false;
   }
-  row = {item->name,          item->count,           Share(item->count, rows.summary.total),
-         SiteOf(rows, *item), Describe(rows, *item), ReferrersOf(rows, *item)};
+  row = {item->name,
+         item->count,
+         item->has_amount ? item->amount() : -1,
+         Share(item->count, rows.summary.total),
+         SiteOf(rows, *item),
+         Describe(rows, *item),
+         ReferrersOf(rows, *item)};
   return true;
 }
 

@@ -21,13 +21,16 @@ struct ItemSummary {
   int64_t distinct;  // items, before any was cut off
   int64_t total;     // what the shares are of
   CutOff cut_off;
-  bool all_shown;  // AllShown
+  bool all_shown;   // AllShown
+  bool bytes;       // of each item's requests are known
+  int64_t largest;  // count, where bytes rank the items; else 0
   std::array<BrandShare, kMostBrands> brands;
 };
 
 struct RankedRow {
   const char* item;
   int64_t count;
+  int64_t bytes;            // of its requests; -1: nobody asks for them
   double share;             // of the base's total, which the count of a bad section may exceed
   const char* site;         // stands before the item in its link, "" of an address; null: no link
   const char* description;  // good until the next row; null: none
@@ -44,6 +47,7 @@ struct RankedRows {
   ItemSummary summary;
   const Settings* settings;
   const RankedItems* kind;
+  const Dimension* dimension;  // null: of none
   ItemCursor items;
   char description[kLongestItem + 1];
 };

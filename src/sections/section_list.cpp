@@ -1,6 +1,7 @@
 #include "sections/section_list.h"
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 
 static constexpr Brand kBrands[] = {
@@ -26,7 +27,7 @@ static constexpr Section Later(Section section) {
 
 // deliberate: what was not found is measured against all that was asked for, and
 // domains do not link
-constexpr Section kSections[kSectionCount] = {
+static constexpr Section kNamed[kNamedSections] = {
     Ranked(SectionId::kUrls, "requests", &Settings::requests,
            {.counted = &Analysis::urls, .base = &Analysis::urls, .link = ItemLink::kSite}),
     Ranked(SectionId::kReferrers, "referrers", &Settings::referrers,
@@ -53,16 +54,69 @@ constexpr Section kSections[kSectionCount] = {
                 OpenHoursOfWeek)),
 };
 
-static_assert(StandInPlace(kSections));
+static_assert(StandInPlace(kNamed));
 static_assert(std::size(kBrands) <= kMostBrands);
 
+using AllSections = std::array<Section, kNamedSections + kMostDimensions>;
+
+static Section SectionOfDimension(size_t row) {
+  const Dimension& dimension = kDimensions[row];
+  RankedItems items;
+  items.link = dimension.of_site ? ItemLink::kSite : ItemLink::kNone;
+  Section section =
+      Later(Ranked(static_cast<SectionId>(kNamedSections + row), dimension.parameter, nullptr, items));
+  section.dimension = &dimension;
+  return section;
+}
+
+static AllSections MakeSections() {
+  AllSections sections{};
+  std::ranges::copy(kNamed, sections.begin());
+  for (size_t row = 0; row < kDimensionCount; ++row) {
+    sections[kNamedSections + row] = SectionOfDimension(row);
+  }
+  return sections;
+}
+
+std::span<const Section> Sections() {
+  static const AllSections sections = MakeSections();
+  return {sections.data(), kNamedSections + kDimensionCount};
+}
+
 const Section& SectionOf(SectionId id) {
-  return kSections[static_cast<size_t>(id)];
+  return Sections()[static_cast<size_t>(id)];
+}
+
+static size_t RowOf(const Dimension& dimension) {
+  return static_cast<size_t>(&dimension - kDimensions);
+}
+
+template <typename AnySettings>
+static auto* ReportIn(const Section& section, AnySettings& settings) {
+  if (section.dimension != nullptr) {
+    return &settings.dimensions[RowOf(*section.dimension)];
+  }
+  return section.report != nullptr ? &(settings.*section.report) : nullptr;
+}
+
+const RankedReport* ReportOf(const Section& section, const Settings& settings) {
+  return ReportIn(section, settings);
+}
+
+CountedReport& CountedIn(const Section& section, Analysis& analysis) {
+  return section.dimension != nullptr ? analysis.dimensions[RowOf(*section.dimension)]
+                                      : analysis.*section.items.counted;
+}
+
+const CountedReport& BaseOf(const Section& section, const Analysis& analysis) {
+  return section.dimension != nullptr ? analysis.dimensions[RowOf(*section.dimension)]
+                                      : analysis.*section.items.base;
 }
 
 template <typename AnySettings>
 static auto& SwitchOf(const Section& section, AnySettings& settings) {
-  return section.report != nullptr ? (settings.*section.report).on : settings.*section.on;
+  auto* const report = ReportIn(section, settings);
+  return report != nullptr ? report->on : settings.*section.on;
 }
 
 bool IsOn(const Section& section, const Settings& settings) {
@@ -71,10 +125,10 @@ bool IsOn(const Section& section, const Settings& settings) {
 
 void TakeAllSectionsForNone(Settings& settings) {
   const auto is_on = [&settings](const Section& section) { return IsOn(section, settings); };
-  if (std::any_of(std::begin(kSections), std::end(kSections), is_on)) {
+  if (std::ranges::any_of(Sections(), is_on)) {
     return;
   }
-  for (const Section& section : kSections) {
+  for (const Section& section : Sections().first(kNamedSections)) {
     SwitchOf(section, settings) = 1;
   }
   settings.badurl_referrers = 1;

@@ -7,6 +7,7 @@
 #include <span>
 
 #include "analysis/analysis.h"
+#include "analysis/dimensions.h"
 #include "cgi/settings.h"
 #include "sections/time_rows.h"
 
@@ -25,7 +26,7 @@ enum class SectionId {
   kHours,
   kHoursOfWeek,
 };
-inline constexpr size_t kSectionCount = 12;
+inline constexpr size_t kNamedSections = 12;  // behind them stand those of the table of dimensions
 
 // Where the rows of a section come from: ranked_rows.h, phrase_rows.h, or one of
 // the kinds of time_rows.h.
@@ -60,14 +61,16 @@ struct Section {
   SectionId id;
   const char* parameter;  // the report parameter that switches it
   RowKind rows;
-  RankedReport Settings::*report;      // its switch and cut-off; null where there is no cut-off
-  int Settings::*on;                   // the switch then
-  RankedItems items;                   // of ranked sections
-  TimeRows (*times)(const Analysis&);  // opens the rows of the others but the phrases
-  bool classic = true;                 // whether the classic page has it
+  RankedReport Settings::*report;        // its switch and cut-off; null where there is no cut-off
+  int Settings::*on;                     // the switch then
+  RankedItems items;                     // of ranked sections
+  TimeRows (*times)(const Analysis&);    // opens the rows of the others but the phrases
+  bool classic = true;                   // whether the classic page has it
+  const Dimension* dimension = nullptr;  // of those whose switch, items and words stand in that table
 };
 
-extern const Section kSections[kSectionCount];
+// In the order of their ids.
+std::span<const Section> Sections();
 
 // Whether each section has its row in a table, at the place of its id.
 template <typename Row, size_t N>
@@ -77,11 +80,19 @@ constexpr bool StandInPlace(const Row (&table)[N]) {
       return false;
     }
   }
-  return N == kSectionCount;
+  return N == kNamedSections;
 }
 
 const Section& SectionOf(SectionId id);
 bool IsOn(const Section& section, const Settings& settings);
 
-// Who names no section at all wants every one of them, and the pages that led to what was not found.
+// The switch and the cut-off of a section; null: it has no cut-off.
+const RankedReport* ReportOf(const Section& section, const Settings& settings);
+
+// What a ranked section counts, and its table of which the shares are.
+CountedReport& CountedIn(const Section& section, Analysis& analysis);
+const CountedReport& BaseOf(const Section& section, const Analysis& analysis);
+
+// Who names no section at all wants every one of them but dimensions, and the pages that led to what was not
+// found.
 void TakeAllSectionsForNone(Settings& settings);

@@ -12,6 +12,8 @@ static void OpenRankedRows(SectionRows& rows, const Settings& settings, Analysis
   rows.ranked = OpenRanked(settings, *rows.section, analysis);
   rows.distinct = rows.ranked.summary.distinct;
   rows.total = rows.ranked.summary.total;
+  rows.bytes = rows.ranked.summary.bytes;
+  rows.largest = rows.ranked.summary.largest;
 }
 
 static void OpenPhrases(SectionRows& rows, const Settings& settings, const Analysis& analysis) {
@@ -30,7 +32,7 @@ static void OpenTimes(SectionRows& rows, const Settings&, const Analysis& analys
 // ---- Rows ----------------------------------------------------------------------------
 
 static SectionRow Row(const char* item, int64_t count, double share) {
-  return {item, count, share, 0.0, nullptr, nullptr, nullptr, {}, {}, -1, -1};
+  return {item, count, -1, share, 0.0, nullptr, nullptr, nullptr, {}, {}, -1, -1, false};
 }
 
 // The largest count comes first.
@@ -46,8 +48,10 @@ static bool NextRankedRow(SectionRows& rows, SectionRow& row) {
   }
   row = Row(ranked.item, ranked.count, ranked.share);
   row.bar = BarOf(rows, ranked.count);
+  row.bytes = ranked.bytes;
   row.site = ranked.site;
   row.name = ranked.description;
+  row.explained = rows.section->dimension != nullptr;
   row.referrers = ranked.referrers;
   return true;
 }
@@ -111,6 +115,7 @@ static constexpr struct {
 void OpenSection(SectionRows& rows, const Settings& settings, const Section& section, Analysis& analysis) {
   rows.section = &section;
   rows.largest = 0;
+  rows.bytes = false;
   kRowKinds[static_cast<size_t>(section.rows)].open(rows, settings, analysis);
 }
 

@@ -15,6 +15,7 @@ struct SectionRow {
   const char*
       item;  // a day as "2026-11-22", a weekday as "Sunday", an hour as "00", one of the week as "Sunday 00"
   int64_t count;
+  int64_t bytes;         // of ranked rows, where they are asked for; else -1
   double share;          // of the section's total
   double bar;            // the count as a part of the largest one, at most 1
   const char* site;      // of ranked rows, as there; null: no link
@@ -24,12 +25,14 @@ struct SectionRow {
   CalendarDate date;     // of days
   int weekday;           // of days, weekdays and hours of the week, 0 = Sunday; else -1
   int hour;              // of hours and hours of the week; else -1
+  bool explained;        // the item is what people know, and the name tells what it means
 };
 
 // The way through the rows, and what was known before the first.
 struct SectionRows {
   int64_t distinct;  // items, before any was cut off
   int64_t total;     // what the shares are of
+  bool bytes;        // rows have bytes
   const Section* section;
   RankedRows ranked;
   EngineRows engines;

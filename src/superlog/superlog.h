@@ -107,11 +107,11 @@ void SuperLog_FindAhead(const Settings& settings, const LogPaths& paths);
 
 // Texts of a record that somebody looks at.
 struct AskedTexts {
-  bool host;
-  bool referrer;
-  bool agent;
-  bool realm;
-  bool user;
+  bool host = false;
+  bool referrer = false;
+  bool agent = false;
+  bool realm = false;
+  bool user = false;
 };
 
 // From the next log file on the other texts of records are absent, and no line is read beyond what is

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <deque>
+#include <map>
 #include <set>
+#include <utility>
 
 #include "analysis/item_key.h"
 #include "analysis/paired_tables.h"
@@ -895,9 +897,9 @@ TEST_F(CountingTableTest, RefusedDescriptorEndsTheProcessWithStatus1) {
 
 TEST_F(CountingTableTest, AddItemsCountsManyAtOnce) {
   Add("b", 2);
-  add_items(list_, info_, "b", 5);
-  add_items(list_, info_, "a", 3);
-  add_items(list_, info_, "", 3);
+  add_items(list_, info_, "b", {5});
+  add_items(list_, info_, "a", {3});
+  add_items(list_, info_, "", {3});
   EXPECT_EQ(Text(SortList(list_)), "b(7) a(3) ");
   EXPECT_EQ(info_->kinds[0], 10);
 }
@@ -908,10 +910,10 @@ TEST_F(CountingTableTest, TakeFirstEmptiesTheListInItsOrder) {
   Add("longer", 2);
   SortList(list_);
   char key[4];
-  int64_t count = 0;
+  KeyCount found{};
   std::string taken;
-  while (take_first(list_, *info_, key, sizeof key, count)) {
-    taken += std::string(key) + "(" + std::to_string(count) + ") ";
+  while (take_first(list_, *info_, key, sizeof key, found)) {
+    taken += std::string(key) + "(" + std::to_string(found.count) + ") ";
   }
   EXPECT_EQ(taken, "b(3) lon(2) a(1) ");
   EXPECT_EQ(list_.length, 0U);
@@ -928,17 +930,134 @@ TEST_F(CountingTableTest, TakeFirstGoesOnBehindReclaims) {
     Add(std::to_string(i), i % 7 + 1);
   }
   char key[16];
-  int64_t count = 0;
+  KeyCount found{};
   std::set<std::string> taken;
-  for (int i = 0; i < 1500 && take_first(list_, *info_, key, sizeof key, count); ++i) {
+  for (int i = 0; i < 1500 && take_first(list_, *info_, key, sizeof key, found); ++i) {
     EXPECT_TRUE(taken.insert(key).second) << key;
-    EXPECT_EQ(count, atoi(key) % 7 + 1);
+    EXPECT_EQ(found.count, atoi(key) % 7 + 1);
     if (i % 100 == 0) {
       smart_free(nullptr);
     }
   }
   EXPECT_EQ(taken.size(), 1500U);
   EXPECT_EQ(list_.length + taken.size() + static_cast<size_t>(info_->reclaimed), 2000U);
+}
+
+// ---- Amounts ----
+
+class AmountsTest : public CountingTableTest {
+ protected:
+  void Begin(SubLists sublists = SubLists::kNone) {
+    list_ = {};
+    destroyListInfo();
+    init_list(list_, info_, "Sums", sublists, Amounts::kSummed);
+  }
+
+  void Queue(const std::string& key, int64_t amount) {
+    count_amounts(amount);
+    queue_item(list_, info_, Kept(key), false);
+  }
+
+  std::string Sums(ListItem* first) {
+    std::string text;
+    for (const ListItem* item = first; item != nullptr; item = item->next) {
+      text += std::string(item->key()) + "(" + std::to_string(item->count) + ", " +
+              std::to_string(item->amount()) + ") ";
+    }
+    return text;
+  }
+};
+
+TEST_F(AmountsTest, AreThoseOfTheirKeysWhereverTheseWait) {
+  Begin();
+  std::map<std::string, std::pair<int64_t, int64_t>> expected;
+  for (int64_t i = 0; i < 3000; ++i) {
+    const std::string key = std::to_string(i * i % 97 * (i % 3));
+    Queue(key, i);
+    ++expected[key].first;
+    expected[key].second += i;
+  }
+  count_queued();
+  EXPECT_EQ(list_.length, expected.size());
+  for (const ListItem* item = list_.first; item != nullptr; item = item->next) {
+    EXPECT_EQ(std::pair(item->count, item->amount()), expected[std::string(item->key())]) << item->key();
+  }
+}
+
+TEST_F(AmountsTest, NothingIsAddedUpInOtherLists) {
+  Add("a", 2);
+  EXPECT_FALSE(list_.first->has_amount);
+  EXPECT_EQ(AmountOf(*list_.first), 0);
+}
+
+TEST_F(AmountsTest, StandBehindSublists) {
+  Begin(SubLists::kAny);
+  count_amounts(7);
+  add_item(list_, info_, "key", "sub", nullptr, false);
+  add_item(list_, info_, "key", "other", nullptr, false);
+  const ListItem& item = *list_.first;
+  EXPECT_EQ(item.amount(), 14);
+  EXPECT_EQ(item.sublist()->length, 2U);
+  EXPECT_FALSE(item.sublist()->first->has_amount);
+}
+
+TEST_F(AmountsTest, RankWhereTheyAreAskedToAndCountsDecideBetweenEqualOnes) {
+  Begin();
+  add_items(list_, info_, "often", {9, 10});
+  add_items(list_, info_, "large", {1, 500});
+  add_items(list_, info_, "a", {2, 10});
+  add_items(list_, info_, "b", {2, 10});
+  EXPECT_EQ(Sums(SortList(list_)), "often(9, 10) b(2, 10) a(2, 10) large(1, 500) ");
+  EXPECT_EQ(Sums(SortList(list_, SIZE_MAX, RankedBy::kAmount)),
+            "large(1, 500) often(9, 10) b(2, 10) a(2, 10) ");
+  for (int i = 0; i < 100; ++i) {
+    add_items(list_, info_, "rare" + std::to_string(i), {1, i % 9});
+  }
+  EXPECT_EQ(Sums(SortList(list_, 2, RankedBy::kAmount)).substr(0, 27), "large(1, 500) often(9, 10) ");
+}
+
+TEST_F(AmountsTest, AreTakenWithTheirRecords) {
+  Begin();
+  add_items(list_, info_, "a", {3, 1000});
+  char key[4];
+  KeyCount found{};
+  EXPECT_TRUE(take_first(list_, *info_, key, sizeof key, found));
+  EXPECT_EQ(std::pair(found.count, found.amount), std::pair(int64_t{3}, int64_t{1000}));
+}
+
+TEST_F(AmountsTest, GoWithReclaimedRecordsAndStayWithOthers) {
+  Begin();
+  InitMemory(MemorySettings(10, 1, 500));
+  for (int i = 0; i < 5000; ++i) {
+    Queue("often", 2);
+    Queue(std::to_string(i), 1);
+  }
+  count_queued();
+  EXPECT_GT(info_->reclaimed, 0);
+  for (const ListItem* item = list_.first; item != nullptr; item = item->next) {
+    EXPECT_EQ(item->amount(), item->key() == "often" ? 2 * item->count : item->count) << item->key();
+  }
+}
+
+TEST_F(AmountsTest, AreWrittenDownAndAddedOrPassedOver) {
+  Begin();
+  add_items(list_, info_, "a", {3, 1000});
+  add_items(list_, info_, "b", {1, INT64_MAX});
+  const std::string bytes = WrittenPart([this](PartWriter& part) { SaveList(part, list_); });
+  const auto with_part = [&bytes](auto take) {
+    const PartText text(bytes);
+    PartReader part = text.reader();
+    return take(part) && part.next == part.end;
+  };
+  EXPECT_TRUE(with_part([&](PartReader& part) { return AddSavedList(part, list_, info_, false); }));
+  EXPECT_EQ(Sums(SortList(list_)), "a(6, 2000) b(2, 9223372036854775807) ");
+  EXPECT_TRUE(with_part([](PartReader& part) { return PassSavedList(part); }));
+  List plain;
+  ListInfo* plain_info = nullptr;
+  init_list(plain, plain_info, "Plain");
+  EXPECT_TRUE(with_part([&](PartReader& part) { return AddSavedList(part, plain, plain_info, false); }));
+  EXPECT_EQ(Text(SortList(plain)), "a(3) b(1) ");
+  destroy(plain);
 }
 
 // ---- Counts that were written down ----

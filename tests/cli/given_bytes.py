@@ -64,7 +64,7 @@ class GivenBytes(unittest.TestCase):
         return (self.folder / os.fsdecode(path_of(piece))).read_bytes()
 
     def given(self, piece: bytes) -> tuple[int, bytes, bytes]:
-        return self.run_in("elsewhere", "piece=-", "bytes=-", "part=-",
+        return self.run_in("elsewhere", "piece=-", "stream=-", "part=-",
                            given=piece + b"\n" + stretch(piece, self.content(piece)))
 
     def parts(self, pieces: list[bytes]) -> list[bytes]:
@@ -162,7 +162,7 @@ class GivenBytes(unittest.TestCase):
                                 (whole[:len(whole) // 2], b"fewer"), (whole + b"x", b"more"), (whole + log, b"more")):
                 if word == b"more" and field(piece, "to", 0) == 0:
                     continue  # the log may have grown
-                done = self.run_in("elsewhere", named(piece), "bytes=-", "part=x", given=wrong)
+                done = self.run_in("elsewhere", named(piece), "stream=-", "part=x", given=wrong)
                 self.assertEqual(done, (NO_PART, b"", b"orvellis: logs/a.log came with " + word +
                                         b" bytes than its piece wants\n"))
 
@@ -176,7 +176,7 @@ class GivenBytes(unittest.TestCase):
             for at in {0, 4095, max(place, 0)}:
                 wrong = bytearray(whole)
                 wrong[at] ^= 1
-                done = self.run_in("elsewhere", named(piece), "bytes=-", "part=x", given=bytes(wrong))
+                done = self.run_in("elsewhere", named(piece), "stream=-", "part=x", given=bytes(wrong))
                 self.assertEqual(done, (NO_PART, b"", b"orvellis: logs/a.log is no longer the log of which the plan "
                                                       b"was made\n"))
 
@@ -185,7 +185,7 @@ class GivenBytes(unittest.TestCase):
         piece, = self.plan("1G")
         plain = self.given(piece)
         for folder in ("/nowhere", "", str(self.folder)):
-            done = self.run_in("elsewhere", named(piece), "bytes=-", "part=-", given=self.content(piece),
+            done = self.run_in("elsewhere", named(piece), "stream=-", "part=-", given=self.content(piece),
                                env={"TMPDIR": folder})
             self.assertEqual(done, plain)
         self.assertEqual(sorted(os.listdir(self.folder)), ["elsewhere", "logs", "orvellis.conf"])
@@ -275,13 +275,13 @@ class GivenBytes(unittest.TestCase):
         self.write("a.log", line(1))
         piece, = self.plan("1G")
         classic = [named(piece), "edition=classic", "date=03012001,03312001", "find=/"]
-        for words in (["missing=1"], ["bytes=-"], [named(piece), "bytes=file"],
-                      [named(piece), "bytes=-", "missing=1"], classic + ["missing=1"],
-                      classic + ["bytes=-"]):
+        for words in (["missing=1"], ["stream=-"], [named(piece), "stream=file"],
+                      [named(piece), "stream=-", "missing=1"], classic + ["missing=1"],
+                      classic + ["stream=-"]):
             done = self.run_in(".", *words, "part=x", given=line(1))
-            self.assertEqual(done, (NO_PART, b"", b"orvellis: missing=1 or bytes=- are for a piece= that the modern "
+            self.assertEqual(done, (NO_PART, b"", b"orvellis: missing=1 or stream=- are for a piece= that the modern "
                                                   b"edition counts\n"), words)
-        self.assertEqual(self.run_in(".", named(piece), "bytes=-", "plan=1K", given=line(1))[0], NO_PART)
+        self.assertEqual(self.run_in(".", named(piece), "stream=-", "plan=1K", given=line(1))[0], NO_PART)
         self.assertEqual(self.run_in(".", named(piece), "missing=0", "part=-"),
                          self.run_in(".", named(piece), "part=-"))
         self.assertEqual(self.run_in(".", "piece=x", "missing=1", "part=x"),

@@ -107,9 +107,13 @@ def check_text(cell, raw, shown, url):
         assert parts[0].get("rel") == "noopener noreferrer nofollow"
 
 
-def check_item(cell, row, raw_item, shown):
+def check_item(cell, row, raw_item, shown, explained):
+    """A name stands first, and the item behind it, unless it explains what people know as the item."""
     raw = raw_item(row)
-    if "name" in row:
+    if "name" in row and explained:
+        check_text(cell, raw, shown, None)
+        assert text_of(only(cell.findall("small"))) == row["name"]
+    elif "name" in row:
         check_text(cell, row["name"].encode(), shown, None)
         assert row["name"].encode() == raw or text_of(only(cell.findall("small"))) == shown(raw)
     else:
@@ -177,7 +181,7 @@ def check_rows(table, name, section, rows, raw_item, shown):
         for cell in line:
             cells.setdefault(cell.get("class"), []).append(cell)
         check_lead(cells, rank, row, name)
-        check_item(only(cells["i"]), row, raw_item, shown)
+        check_item(only(cells["i"]), row, raw_item, shown, name != "domaintypes")
         assert number(text_of(only(cells["c"]))) == row["count"], row
         part = only(cells["s"])
         assert check_bar(part, row["count"], largest) == (rank <= MOST_ROWS)

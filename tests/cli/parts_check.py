@@ -187,7 +187,7 @@ def count_piece(case, piece, part, by_stream):
     if not by_stream or not log.is_file():
         return case.run(case.folder / "counting", words)
     (case.folder / "counting" / path).unlink(missing_ok=True)
-    return case.run(case.folder / "counting", words + [b"bytes=-"], piece_bytes.stretch(piece, log.read_bytes()))
+    return case.run(case.folder / "counting", words + [b"stream=-"], piece_bytes.stretch(piece, log.read_bytes()))
 
 
 def count_pieces(case, make_plan):

@@ -25,6 +25,7 @@ NOTHING = "nothing"  # it does neither
 LOGS = "logs"        # it says which logs there are, or what the run does with them: not tried
 
 SECTIONS = ["badurls", "browsers", "requests", "search", "badreferrers", "domaintypes", "domains", "referrers"]
+DIMENSIONS = ["statuses", "hosts", "users", "referringsites", "directories", "filetypes"]
 DAYS = ["date=03052001,03072001"]
 OTHER_DAYS = ["sm=03", "sd=05", "sy=2001", "em=03", "ed=07", "ey=2001"]
 WORDS = ["from=2001-03-05", "to=2001-03-07"]
@@ -33,7 +34,7 @@ PATH = ["find=/"]
 # name: what it does, its value, and what takes the place of days or path
 PARAMETERS = {
     "edition": (REFUSED, "classic"),
-    "part": (LOGS,), "merge": (LOGS,), "plan": (LOGS,), "piece": (LOGS,), "missing": (LOGS,), "bytes": (LOGS,), "config": (LOGS,), "username": (LOGS,), "AccessLog": (LOGS,), "logs": (LOGS,),
+    "part": (LOGS,), "merge": (LOGS,), "plan": (LOGS,), "piece": (LOGS,), "missing": (LOGS,), "stream": (LOGS,), "config": (LOGS,), "username": (LOGS,), "AccessLog": (LOGS,), "logs": (LOGS,),
     "summary": (NOTHING, "other.ORV"),
     "workers": (NOTHING, "3,100"),
     "partcache": (NOTHING, "counts"), "partcachesize": (NOTHING, "64K"),
@@ -61,12 +62,14 @@ PARAMETERS = {
     "filter_domains": (REFUSED, "10.0.0"),
     "filter_filetypes": (REFUSED, "html"),
     "filter_referrers": (REFUSED, "1", ["filter_domains=!net"]),
-    **{name: (PRINTED, "1,1") for name in SECTIONS},
-    **{name + "_top": (PRINTED, "1") for name in SECTIONS},
+    **{name: (PRINTED, "1,1") for name in SECTIONS + DIMENSIONS},
+    **{name + "_top": (PRINTED, "1") for name in SECTIONS + DIMENSIONS},
     **{name + "_greater": (PRINTED, "3") for name in SECTIONS},
+    **{name + "_greater": (PRINTED, "9") for name in DIMENSIONS},
     "search_casesensitive": (NOTHING, "1"),
     "badurl_referrers": (PRINTED, "0"),
     "own_referrers": (REFUSED, "1"),
+    "bytes": (REFUSED, "1"), "order": (REFUSED, "bytes"),
     "dailytotals": (PRINTED, "0"),
     "hitsperdayofweek": (PRINTED, "0"),
     "hitsperhour": (PRINTED, "0"),
@@ -129,7 +132,7 @@ CLF = {
         'h.example.fr - - [06/Mar/2001:11:00:00 +0000] "GET /no HTTP/1.0" 404 0 "http://www.example.com/b" "B/1"',
     ],
     "logs/2.log": [
-        '10.0.0.2 - - [06/Mar/2001:12:00:00 +0000] "GET /docs HTTP/1.0" 200 5 "http://www.finder.example/?q=a" "A/1"',
+        '10.0.0.2 - bob [06/Mar/2001:12:00:00 +0000] "GET /docs HTTP/1.0" 200 5 "http://www.finder.example/?q=a" "A/1"',
         'h.example.org - - [07/Mar/2001:12:00:00 +0000] "GET /none HTTP/1.0" 404 1 "http://www.example.net/M" "A/1"',
         'h.example.fr - - [07/Mar/2001:13:00:00 +0000] "GET /b.gif HTTP/1.0" 200 1 "http://www.finder.example/?q=c" "A/1"',
         "not understood",
@@ -154,6 +157,11 @@ def names_in(path, table, row):
     if len(names) != len(re.findall(r"^ *\{", rows, re.M)):
         sys.exit(f"rows of {table} are not understood")
     return set(names)
+
+
+def names_of_dimensions():
+    text = (PROJECT / "src/analysis/dimensions.cpp").read_text()
+    return {name + ending for name in re.findall(r'\.parameter = "([a-z]+)"', text) for ending in ("", "_top", "_greater")}
 
 
 class Account:
@@ -183,7 +191,7 @@ class Account:
 
 
 def words_of(edition, instead):
-    words = [f"{name}=1" for name in SECTIONS + ["dailytotals", "hitsperdayofweek", "hitsperhour", "hoursofweek",
+    words = [f"{name}=1" for name in SECTIONS + DIMENSIONS + ["dailytotals", "hitsperdayofweek", "hitsperhour", "hoursofweek",
                                                  "badurl_referrers", "subdirs"]]
     taken = {word.split("=")[0] for word in instead}
     days = [] if taken & {"sm", "from"} else DAYS
@@ -223,7 +231,7 @@ def end_of(folder, edition, name, row, key):
 def main():
     failures = 0
     tables = (
-        ("parameter", PARAMETERS, names_in("cgi/parameters.cpp", "kKeywords", r'^ *\{"([^"]+)",'), False),
+        ("parameter", PARAMETERS, names_in("cgi/parameters.cpp", "kKeywords", r'^ *\{"([^"]+)",') | names_of_dimensions(), False),
         ("key", KEYS, names_in("config/config_file.cpp", "kConfigKeys", r'^ *\{"([^"]+)",'), True),
     )
     for what, table, names, key in tables:

@@ -1,4 +1,4 @@
-"""Which bytes of a log come by standard input when a run counts a piece of it with bytes=-."""
+"""Which bytes of a log come by standard input when a run counts a piece of it with stream=-."""
 import re
 import urllib.parse
 

@@ -168,18 +168,19 @@ def question(chance, logs):
     words.append("edition=" + chance.choice(["classic", "modern", "modern"]))
     words.append(f"find_pattern={int(chance.random() < 0.2)}")
     words.append(f"subdirs={int(chance.random() < 0.9)}")
-    for name in ("requests", "referrers", "search", "browsers", "badurls", "badreferrers", "domains", "domaintypes"):
+    for name in ("requests", "referrers", "search", "browsers", "badurls", "badreferrers", "domains", "domaintypes", "statuses",
+                 "hosts", "users", "referringsites", "directories", "filetypes"):
         if chance.random() < 0.7:
             words.append(f"{name}=1,{chance.choice(['0', '0', '5', '20%'])}")
     for name in ("dailytotals", "hitsperdayofweek", "hitsperhour", "hoursofweek", "badurl_referrers", "find_casesensitive",
-                 "showquery", "filter_referrers", "own_referrers", "fixgmt", "totals"):
+                 "showquery", "filter_referrers", "own_referrers", "fixgmt", "totals", "bytes"):
         if chance.random() < 0.5:
             words.append(f"{name}={int(chance.random() < 0.8)}")
     some = {"filter_filetypes": ["gif,png"], "filter_domains": ["example.fr", "192.0.2.0/24"], "logformat": ["x4hurc"],
             "authuser": ["ann", "*"], "dateformat": ["mdy", "dmy"], "timezone": ["America/New_York", "Europe/Berlin"]}
     words += [f"{name}={chance.choice(values)}" for name, values in some.items() if chance.random() < 0.12]
     words.append("output=" + chance.choice(["modern", "json", "csv", "text"]))
-    rare = ["flushtoserver=1", "debug=1", "part=-", "from=first", "linked_names=1", "section=requests", "title=x"]
+    rare = ["flushtoserver=1", "debug=1", "part=-", "from=first", "linked_names=1", "section=requests", "title=x", "order=bytes"]
     words += [word for word in rare if chance.random() < 0.04]
     if "edition=modern" in words and chance.random() < 0.15:
         words.append("days=all")

@@ -118,7 +118,7 @@ class Addresses(ClusterTest):
 
     def test_a_log_that_becomes_shorter(self) -> None:
         cluster = self.cluster()
-        program = self.wrapper("cutting", f"case \" $* \" in *' bytes=- '*) : >'{self.folder}/served/large.log' ;; esac")
+        program = self.wrapper("cutting", f"case \" $* \" in *' stream=- '*) : >'{self.folder}/served/large.log' ;; esac")
         cluster.add("one", program=program)
         cluster.ready("one")
         address = self.at("", "large.log")

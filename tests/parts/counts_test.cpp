@@ -28,6 +28,10 @@ class PartCounts : public AccountLogs {
   void Choose(bool modern) {
     modern_ = modern;
     settings_.rules.whole_logs = modern;
+    settings_.with_bytes = modern ? 1 : 0;
+    for (RankedReport& report : settings_.dimensions) {
+      report.on = modern ? 1 : 0;
+    }
   }
 
   const Counting& counting() const { return modern_ ? kModernCounting : kClassicCounting; }
@@ -46,7 +50,7 @@ class PartCounts : public AccountLogs {
                    .status = "404",
                    .referrer = "http://other.example/" + name}) +
            ToText({.url = "/a", .bytes = "999999800", .referrer = "http://site.example/" + name}) +
-           ToText({.url = "/a", .referrer = "http://www.google.com/"}) +
+           ToText({.url = "/a", .referrer = "http://www.google.com/", .user = "ann"}) +
            ToText({.time = "05/Apr/2000:10:00:00"}) + "no request at all\n" +
            "h.example.com - - [07/Mar/2000:10:00:00 +0000] \"-\" 408 0 \"-\" \"-\"\n";
   }
@@ -119,11 +123,17 @@ TEST_F(PartCounts, OfLogsAddUpToThoseOfOneRun) {
     const auto of_one_run = OfOneRun();
     const std::vector<std::string> parts = {PartOf("a.log"), PartOf("b.log")};
     EXPECT_EQ(OfParts(parts), of_one_run);
+    const auto is_of_dimension = [](std::string_view name) {
+      return std::any_of(kDimensions, kDimensions + kDimensionCount, [name](const Dimension& dimension) {
+        return name.starts_with(dimension.parameter);
+      });
+    };
     // In which edition a counter does not rise.
     for (const auto& [name, value] : of_one_run) {
       const bool of_classic = name.starts_with("days");
       const bool of_modern = name.starts_with("dates") || name == "referrals" || name == "own referrers" ||
-                             name == "without url" || name == "not understood";
+                             name == "without url" || name == "not understood" || name == "bytes by status" ||
+                             is_of_dimension(name);
       const bool never = name == "badurls total" || name == "badreferrers total" ||
                          name.starts_with("addresses") || name == "looked up" || name == "left out" ||
                          name == "unanswered";
@@ -149,7 +159,7 @@ TEST_F(PartCounts, OfAddressesAreNamedInTheSum) {
       auto counters = make();
       EXPECT_EQ(counters["looked up"], "4");
       EXPECT_EQ(counters["unanswered"], "1");
-      EXPECT_EQ(counters["domaintypes"], "UNKNOWN=2 com=3 net=1 org=1 ");
+      EXPECT_EQ(counters["domaintypes"], "UNKNOWN=2:200 com=3:300 net=1:100 org=1:100 ");
       return counters;
     };
     const auto of_one_run = with_names([&] { return OfOneRun(); });
@@ -177,6 +187,10 @@ TEST_F(PartCounts, LeaveOutWhatIsNotAskedFor) {
 
 TEST_F(PartCounts, AreMissedWhereTheyAreAskedFor) {
   Choose(true);
+  for (size_t row = 0; row < kDimensionCount; ++row) {
+    // Those that are made of others have these in a part.
+    settings_.dimensions[row].on = kDimensions[row].from == SummedFrom::kRequests ? 1 : 0;
+  }
   AddLog("a.log", SomeLog("1"));
   const Settings all = settings_;
   const auto missed = [&] {
@@ -198,6 +212,14 @@ TEST_F(PartCounts, AreMissedWhereTheyAreAskedFor) {
   EXPECT_EQ(missed(), "search");
   settings_.domains.on = 0;
   EXPECT_EQ(missed(), "domains");
+  settings_.with_bytes = 0;
+  EXPECT_EQ(missed(), "bytes");
+  for (size_t row = 0; row < kDimensionCount; ++row) {
+    if (settings_.dimensions[row].on != 0) {
+      settings_.dimensions[row].on = 0;
+      EXPECT_EQ(missed(), kDimensions[row].parameter);
+    }
+  }
 }
 
 TEST_F(PartCounts, OfTypesDependOnDomains) {

@@ -70,8 +70,8 @@ class KeptCountsTest : public AccountLogs {
 
   void KeepSome(const std::vector<BlockName>& blocks = {kFirst}) {
     With([&](const KeptCounts& kept, Analysis& analysis) {
-      add_items(analysis.urls.list, analysis.urls.info, "/a", 3);
-      add_items(analysis.urls.list, analysis.urls.info, "/b", 1);
+      add_items(analysis.urls.list, analysis.urls.info, "/a", {3});
+      add_items(analysis.urls.list, analysis.urls.info, "/b", {1});
       analysis.hits = analysis.urls.total = 4;
       EXPECT_TRUE(KeepCounts(kept, blocks, analysis));
     });

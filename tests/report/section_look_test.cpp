@@ -28,7 +28,7 @@ SectionLook Example() {
 
 TEST(LookOf, EverySectionOfTheClassicPageHasItsOwn) {
   std::set<std::string> anchors;
-  for (const Section& section : kSections) {
+  for (const Section& section : Sections()) {
     if (!section.classic) {
       continue;
     }

@@ -77,7 +77,7 @@ counted='edition=modern username=demo days=all requests=1'
 sed s/192.0/193.0/ logs/own.log | gzip -nc >logs/own.gz.log
 for log in own.log own.gz.log; do
   piece=$("$program" $counted plan=1G | grep "log=logs/$log ")
-  strace -o trace "$program" $counted piece="$piece" bytes=- part=one.part <logs/$log || fail "status $? of $log by a stream"
+  strace -o trace "$program" $counted piece="$piece" stream=- part=one.part <logs/$log || fail "status $? of $log by a stream"
   grep -qE '^seccomp\(' trace || fail "$log by a stream: no seccomp"
   ! grep -E '^open(at)?\(.*own' trace || fail "$log by a stream is opened"
   entered=$(grep -nE '^seccomp\(' trace | cut -d: -f1)

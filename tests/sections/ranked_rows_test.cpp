@@ -13,18 +13,18 @@ class RankedRowsTest : public testing::Test {
  protected:
   RankedRowsTest() {
     CopyText(settings_.url, "http://www.example.com");
-    for (const Section& section : kSections) {
+    for (const Section& section : Sections()) {
       if (section.rows == RowKind::kRanked) {
-        CountedReport& report = analysis_.*section.items.counted;
+        CountedReport& report = CountedIn(section, analysis_);
         init_list(report.list, report.info, section.parameter, SubLists::kAny);
       }
     }
   }
 
   ~RankedRowsTest() override {
-    for (const Section& section : kSections) {
+    for (const Section& section : Sections()) {
       if (section.rows == RowKind::kRanked) {
-        destroy((analysis_.*section.items.counted).list);
+        destroy(CountedIn(section, analysis_).list);
       }
     }
     destroyListInfo();

@@ -6,11 +6,12 @@
 #include <string>
 
 #include "analysis/analysis.h"
+#include "analysis/dimensions.h"
 #include "analysis/search_engines.h"
 #include "support/counted.h"
 
 // A new counter makes this fail: it has to be saved, added, and listed in CountersOf.
-static_assert(sizeof(Analysis) == 10008);
+static_assert(sizeof(Analysis) == 14808 + kMostDimensions * sizeof(CountedReport));
 
 // All that an analysis counts, in words.
 inline std::map<std::string, std::string> CountersOf(Analysis& analysis) {
@@ -33,6 +34,9 @@ inline std::map<std::string, std::string> CountersOf(Analysis& analysis) {
   add_report("domains", analysis.domains);
   add_report("domaintypes", analysis.domaintypes);
   add_report("addresses", analysis.addresses);
+  for (size_t row = 0; row < kDimensionCount; ++row) {
+    add_report(kDimensions[row].parameter, analysis.dimensions[row]);
+  }
   add("looked up", analysis.look_ups.addresses);
   add("left out", analysis.look_ups.left_out);
   add("unanswered", analysis.look_ups.unanswered);
@@ -48,7 +52,8 @@ inline std::map<std::string, std::string> CountersOf(Analysis& analysis) {
   add_all("hours", analysis.hours.counts);
   add("hits", analysis.hits);
   add("without url", analysis.without_url);
-  add_all("statuses", analysis.statuses);
+  add_all("by status", analysis.statuses);
+  add_all("bytes by status", analysis.status_bytes);
   add("bytes", SuperLongToBytes(analysis.bytes));
   add("own referrers", analysis.own_referrers);
   add("search hits", analysis.search.hits);

@@ -1,0 +1,264 @@
+#include "analysis/dimensions.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "analysis/rules.h"
+#include "analysis/smart_memory.h"
+#include "analysis/status_meanings.h"
+#include "base/text.h"
+
+// ---- Items ----------------------------------------------------------------------------
+
+static std::string_view HostOf(const SuperLogRecord& record) {
+  return record.host;
+}
+
+static std::string_view UserOf(const SuperLogRecord& record) {
+  return record.user;
+}
+
+static std::string_view ItselfOf(std::string_view item, ItemRoom&) {
+  return item;
+}
+
+// In small letters.
+static std::string_view Lowered(std::string_view text, ItemRoom& room) {
+  const size_t length = text.copy(room, kLongestItem);
+  std::transform(room, room + length, room, ToLowerAscii);
+  return {room, length};
+}
+
+// The host of an address, whatever its scheme; those with "www." and without are one site.
+static std::string_view SiteOf(std::string_view referrer, ItemRoom& room) {
+  const size_t scheme = referrer.find("://");
+  if (scheme == std::string_view::npos || scheme == 0 || referrer.find('/') < scheme) {
+    return "(no address)";
+  }
+  std::string_view host = referrer.substr(scheme + 3);
+  host = host.substr(0, host.find_first_of("/?#"));
+  host.remove_prefix(std::min(host.rfind('@') + 1, host.size()));
+  const size_t port = host.starts_with('[') ? host.find(':', host.find(']')) : host.find(':');
+  host = Lowered(host.substr(0, port), room);
+  host.remove_prefix(host.starts_with("www.") ? 4 : 0);
+  return host.empty() ? "(no address)" : host;
+}
+
+// The path of an address, without what is asked of it; what a proxy is asked for has the site before it.
+static std::string_view PathOf(std::string_view url) {
+  url = url.substr(0, url.find_first_of("?#"));
+  const size_t scheme = url.find("://");
+  if (!url.starts_with('/') && scheme != std::string_view::npos) {
+    const size_t path = url.find('/', scheme + 3);
+    return path == std::string_view::npos ? "/" : url.substr(path);
+  }
+  return url;
+}
+
+static std::string_view DirectoryOf(std::string_view url, ItemRoom&) {
+  const std::string_view path = PathOf(url);
+  if (!path.starts_with('/')) {
+    return path;  // there is no URL
+  }
+  const size_t end = path.find('/', 1);
+  return path.substr(0, end == std::string_view::npos ? 1 : end + 1);
+}
+
+// Behind the last dot of the last name of a path: letters and digits, as few as types have.
+static std::string_view FileTypeOf(std::string_view url, ItemRoom& room) {
+  static constexpr size_t kLongest = 12;
+  const std::string_view path = PathOf(url);
+  if (!path.starts_with('/')) {
+    return path;
+  }
+  const std::string_view name = path.substr(path.rfind('/') + 1);
+  if (name.empty()) {
+    return "(directory)";
+  }
+  const size_t dot = name.rfind('.');
+  if (dot == std::string_view::npos || dot == 0 || dot + 1 == name.size() || name.size() - dot > kLongest) {
+    return "(none)";
+  }
+  const std::string_view type = name.substr(dot);
+  const bool plain =
+      std::ranges::all_of(type.substr(1), [](char c) { return IsLetterAscii(c) || (c >= '0' && c <= '9'); });
+  return plain ? Lowered(type, room) : "(none)";
+}
+
+// ---- The table ------------------------------------------------------------------------
+
+constexpr Dimension kDimensions[] = {
+    {.parameter = "statuses",
+     .behind = "hoursofweek",
+     .words = {"Status codes", "Status", "codes", "code", "request with a status", "requests with a status",
+               "How the server answered."},
+     .columns = "rank,status,count,share,name",
+     .from = SummedFrom::kStatusCodes,
+     .of_item = ItselfOf,
+     .name_of = MeaningOfStatus},
+    {.parameter = "hosts",
+     .behind = "browsers",
+     .words = {"Visitors' addresses", "Address", "addresses", "address", "request that names a host",
+               "requests that name a host", "Who asked most, by whole address or name."},
+     .columns = "rank,host,count,share",
+     .from = SummedFrom::kRequests,
+     .of_request = HostOf,
+     .asks = {.host = true}},
+    {.parameter = "users",
+     .behind = "domaintypes",
+     .words = {"Users who signed on", "User", "users", "user", "request of a user", "requests of users",
+               "Who signed on, by the names that the server knows."},
+     .columns = "rank,user,count,share",
+     .from = SummedFrom::kRequests,
+     .of_request = UserOf,
+     .asks = {.user = true}},
+    {.parameter = "referringsites",
+     .behind = "badreferrers",
+     .words = {"Referring sites", "Site", "sites", "site", "request that another site led to",
+               "requests that other sites led to", "The sites that visitors came from."},
+     .columns = "rank,site,count,share",
+     .from = SummedFrom::kReferrers,
+     .of_item = SiteOf},
+    {.parameter = "directories",
+     .behind = "requests",
+     .words = {"Directories", "Directory", "directories", "directory", "request", "requests",
+               "The parts of the site that visitors asked for."},
+     .columns = "rank,directory,count,share",
+     .from = SummedFrom::kUrls,
+     .of_item = DirectoryOf,
+     .of_site = true},
+    {.parameter = "filetypes",
+     .behind = "directories",
+     .words = {"File types", "Type", "types", "type", "request", "requests",
+               "What kinds of files visitors asked for."},
+     .columns = "rank,type,count,share",
+     .from = SummedFrom::kUrls,
+     .of_item = FileTypeOf},
+};
+constexpr size_t kDimensionCount = std::size(kDimensions);
+static_assert(kDimensionCount <= kMostDimensions);
+
+// ---- Which are asked for --------------------------------------------------------------
+
+static bool IsAsked(const Settings& settings, size_t row) {
+  return settings.dimensions[row].on != 0;
+}
+
+bool AreDimensionsAsked(const Settings& settings) {
+  return std::ranges::any_of(settings.dimensions, [](const RankedReport& report) { return report.on != 0; });
+}
+
+bool IsSummedFrom(const Settings& settings, SummedFrom from) {
+  for (size_t row = 0; row < kDimensionCount; ++row) {
+    if (IsAsked(settings, row) && kDimensions[row].from == from) {
+      return true;
+    }
+  }
+  return false;
+}
+
+AskedTexts WithTextsOfDimensions(const Settings& settings, AskedTexts asked) {
+  for (size_t row = 0; row < kDimensionCount; ++row) {
+    if (IsAsked(settings, row)) {
+      const AskedTexts& more = kDimensions[row].asks;
+      asked = {.host = asked.host || more.host,
+               .referrer = asked.referrer || more.referrer,
+               .agent = asked.agent || more.agent,
+               .realm = asked.realm || more.realm,
+               .user = asked.user || more.user};
+    }
+  }
+  return asked;
+}
+
+uint32_t DimensionsOfRequests(const Settings& settings) {
+  uint32_t dimensions = 0;
+  for (size_t row = 0; row < kDimensionCount; ++row) {
+    dimensions |= uint32_t{IsAsked(settings, row) && kDimensions[row].from == SummedFrom::kRequests} << row;
+  }
+  return dimensions;
+}
+
+// ---- Counting -------------------------------------------------------------------------
+
+void CreateDimensions(const Settings& settings, Analysis& analysis) {
+  for (size_t row = 0; row < kDimensionCount; ++row) {
+    if (IsAsked(settings, row)) {
+      CountedReport& report = analysis.dimensions[row];
+      init_list(report.list, report.info, kDimensions[row].words.title.text().data(), SubLists::kNone,
+                AmountsOf(settings));
+    }
+  }
+}
+
+void CountDimensions(uint32_t dimensions, const SuperLogRecord& record, Analysis& analysis) {
+  for (; dimensions != 0; dimensions &= dimensions - 1) {
+    const auto row = static_cast<size_t>(std::countr_zero(dimensions));
+    const std::string_view item = kDimensions[row].of_request(record);
+    if (!item.empty()) {
+      CountItem(analysis.dimensions[row], item, false);
+    }
+  }
+}
+
+static void Add(CountedReport& report, std::string_view item, const KeyCount& count) {
+  add_items(report.list, report.info, item, count);
+}
+
+static void SumUpStatuses(CountedReport& report, const Analysis& analysis) {
+  for (size_t status = 1; status < kStatuses; ++status) {
+    if (analysis.statuses[status] != 0) {
+      const char digits[] = {static_cast<char>('0' + status / 100), static_cast<char>('0' + status / 10 % 10),
+                             static_cast<char>('0' + status % 10)};
+      Add(report, {digits, sizeof digits}, {analysis.statuses[status], analysis.status_bytes[status]});
+      report.total += analysis.statuses[status];
+    }
+  }
+}
+
+// What memory reclaims took from the source is missing here.
+static void SumUpItems(const Dimension& dimension, const CountedReport& source, int64_t total,
+                       CountedReport& report) {
+  ItemRoom room;
+  for (const ListItem* item = source.list.first; item != nullptr; item = item->next) {
+    const std::string_view of_item = dimension.of_item(item->key(), room);
+    if (!of_item.empty()) {
+      Add(report, of_item, {item->count, AmountOf(*item)});
+    }
+  }
+  report.total = total;
+  report.info->reclaimed += source.info->reclaimed;
+}
+
+static void SumUp(const Dimension& dimension, CountedReport& report, const Analysis& analysis) {
+  switch (dimension.from) {
+    case SummedFrom::kRequests:
+      return;
+    case SummedFrom::kStatusCodes:
+      SumUpStatuses(report, analysis);
+      return;
+    case SummedFrom::kUrls:
+      SumUpItems(dimension, analysis.urls, analysis.urls.total, report);
+      return;
+    case SummedFrom::kReferrers:
+      SumUpItems(dimension, analysis.referrers, analysis.referrers.total - analysis.own_referrers, report);
+      return;
+    case SummedFrom::kBrowsers:
+      SumUpItems(dimension, analysis.browsers, analysis.browsers.total, report);
+      return;
+  }
+}
+
+void SumUpDimensions(const Settings& settings, Analysis& analysis) {
+  if (!AreDimensionsAsked(settings)) {
+    return;
+  }
+  count_queued();
+  const bool reclaimed = SetReclaiming(false);
+  for (size_t row = 0; row < kDimensionCount; ++row) {
+    if (IsAsked(settings, row)) {
+      SumUp(kDimensions[row], analysis.dimensions[row], analysis);
+    }
+  }
+  SetReclaiming(reclaimed);
+}

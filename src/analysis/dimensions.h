@@ -1,0 +1,69 @@
+// What requests are summed up by, beside the sections that came first: one table, each row of which is a
+// section of the report with all that belongs to it. A further section is one more row.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+#include "analysis/analysis.h"
+#include "base/limits.h"
+#include "base/literal.h"
+#include "cgi/settings.h"
+#include "superlog/byte_scan.h"
+#include "superlog/superlog.h"
+
+// What outputs call a section.
+struct SectionWords {
+  Literal title;
+  Literal item;          // heading of its items: one of them
+  Literal items;         // several
+  Literal item_of_many;  // one, within a sentence
+  Literal whole_of_one;  // what the shares are of, where it is 1, and
+  Literal whole;         // where it is not
+  Literal explanation;   // a sentence
+};
+
+// Where the items of a dimension come from: each request has one, or they are made of the items of another
+// table when all requests are counted, so that nothing is paid for a request.
+enum class SummedFrom : uint8_t { kRequests, kStatusCodes, kUrls, kReferrers, kBrowsers };
+
+using ItemRoom = char[kLongestItem + 1 + kScanOverread];
+
+struct Dimension {
+  const char* parameter;  // switches the section on
+  const char* behind;     // parameter of the section that it stands behind in a page
+  SectionWords words;
+  Literal columns;  // of the section as a table of its own
+  SummedFrom from;
+  // The item of a request, a text of the record; absent or empty: it has none.
+  std::string_view (*of_request)(const SuperLogRecord& record) = nullptr;
+  AskedTexts asks = {};  // what it needs of the record
+  // The item of another table's item: a view of that, or made in the room; empty: there is none.
+  std::string_view (*of_item)(std::string_view item, ItemRoom& room) = nullptr;
+  const char* (*name_of)(std::string_view item) = nullptr;  // what an item is called; null: nothing else
+  bool of_site = false;                                     // items are paths of the analysed site
+};
+
+extern const Dimension kDimensions[];
+extern const size_t kDimensionCount;  // up to kMostDimensions of settings.h
+
+// The texts of records that the dimensions need which the settings ask for, on top of those.
+AskedTexts WithTextsOfDimensions(const Settings& settings, AskedTexts asked);
+
+// Those that each request counts in: bit n is row n.
+uint32_t DimensionsOfRequests(const Settings& settings);
+
+// Whether any is asked for, and whether one is made of that.
+bool AreDimensionsAsked(const Settings& settings);
+bool IsSummedFrom(const Settings& settings, SummedFrom from);
+
+// Creates the tables of those that are asked for.
+void CreateDimensions(const Settings& settings, Analysis& analysis);
+
+// Counts a request in these dimensions.
+void CountDimensions(uint32_t dimensions, const SuperLogRecord& record, Analysis& analysis);
+
+// When all requests are counted: counts the others, from what was counted. The memory budget takes nothing
+// meanwhile: no table has more items than the one it is made of.
+void SumUpDimensions(const Settings& settings, Analysis& analysis);

@@ -1,0 +1,157 @@
+#include "analysis/dimensions.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <set>
+#include <string>
+
+#include "analysis/driver.h"
+#include "analysis/rules.h"
+#include "support/account_logs.h"
+#include "support/counted.h"
+
+namespace {
+
+class DimensionsTest : public AccountLogs {
+ protected:
+  ~DimensionsTest() override {
+    if (counted_) {
+      EndAnalysis(analysis_);
+    }
+  }
+
+  static size_t RowOf(std::string_view parameter) {
+    const Dimension* const found =
+        std::find_if(kDimensions, kDimensions + kDimensionCount,
+                     [parameter](const Dimension& dimension) { return parameter == dimension.parameter; });
+    EXPECT_NE(found, kDimensions + kDimensionCount) << parameter;
+    return static_cast<size_t>(found - kDimensions);
+  }
+
+  void Ask(std::string_view parameter) { settings_.dimensions[RowOf(parameter)].on = 1; }
+  CountedReport& Of(std::string_view parameter) { return analysis_.dimensions[RowOf(parameter)]; }
+
+  void Run(std::initializer_list<LogLine> lines) {
+    AddLog("a.log", lines);
+    Run();
+  }
+  void Run() {
+    ASSERT_TRUE(BeginAnalysis(settings_, kModernCounting, analysis_));
+    counted_ = true;
+    CountLogs(settings_, analysis_);
+  }
+
+  Analysis analysis_{};
+  bool counted_ = false;
+};
+
+TEST_F(DimensionsTest, TableHasOneRowOfEachNameWithOneSource) {
+  std::set<std::string> names;
+  for (size_t row = 0; row < kDimensionCount; ++row) {
+    const Dimension& dimension = kDimensions[row];
+    EXPECT_TRUE(names.insert(dimension.parameter).second) << dimension.parameter;
+    EXPECT_EQ(dimension.of_request != nullptr, dimension.from == SummedFrom::kRequests)
+        << dimension.parameter;
+    EXPECT_EQ(dimension.of_item != nullptr, dimension.from != SummedFrom::kRequests) << dimension.parameter;
+  }
+}
+
+TEST_F(DimensionsTest, NothingIsCountedThatNobodyAsksFor) {
+  const Rules rules = ResolveRules(settings_, kModernCounting);
+  EXPECT_EQ(rules.dimensions, 0U);
+  EXPECT_FALSE(rules.urls || rules.url_total || rules.referrers || rules.browsers || rules.texts.host ||
+               rules.texts.user);
+  Run({{.user = "ann"}});
+  for (const CountedReport& report : analysis_.dimensions) {
+    EXPECT_EQ(report.info, nullptr);
+  }
+}
+
+TEST_F(DimensionsTest, EachAsksForWhatItIsMadeOfAndForNothingElse) {
+  Ask("hosts");
+  const Rules hosts = ResolveRules(settings_, kModernCounting);
+  EXPECT_TRUE(hosts.texts.host);
+  EXPECT_FALSE(hosts.texts.user || hosts.texts.agent || hosts.texts.referrer || hosts.urls);
+  Ask("users");
+  Ask("directories");
+  const Rules urls = ResolveRules(settings_, kModernCounting);
+  EXPECT_TRUE(urls.texts.user && urls.urls);
+  EXPECT_FALSE(urls.texts.agent || urls.texts.referrer || urls.referrers);
+  Ask("referringsites");
+  const Rules sites = ResolveRules(settings_, kModernCounting);
+  EXPECT_TRUE(sites.texts.referrer && sites.referrers);
+}
+
+TEST_F(DimensionsTest, RequestsCountByHostAndUser) {
+  Ask("hosts");
+  Ask("users");
+  Run({{.host = "192.0.2.1", .user = "ann"}, {.host = "192.0.2.1"}, {.host = "a.example", .user = "Ann"}});
+  EXPECT_EQ(Counted(Of("hosts").list), "192.0.2.1=2 a.example=1 ");
+  EXPECT_EQ(Of("hosts").total, 3);
+  EXPECT_EQ(Counted(Of("users").list), "Ann=1 ann=1 ");
+  EXPECT_EQ(Of("users").total, 2);
+}
+
+TEST_F(DimensionsTest, StatusesCountWithoutThoseOfNoAnswer) {
+  Ask("statuses");
+  Run({{.status = "200"}, {.status = "599"}, {.status = "200"}, {.status = "-"}, {.status = "007"}});
+  EXPECT_EQ(Counted(Of("statuses").list), "007=1 200=2 599=1 ");
+  EXPECT_EQ(Of("statuses").total, 4);
+}
+
+TEST_F(DimensionsTest, OwnSiteIsNoReferringSite) {
+  Ask("referringsites");
+  Run({{.referrer = "http://site.example/a"},
+       {.referrer = "http://www.other.example/"},
+       {.referrer = "https://Other.example:444/x"},
+       {.referrer = "mailbox"}});
+  EXPECT_EQ(Counted(Of("referringsites").list), "(no address)=1 other.example=2 ");
+  EXPECT_EQ(Of("referringsites").total, 3);
+}
+
+TEST_F(DimensionsTest, PathsHaveDirectoriesAndTypes) {
+  Ask("directories");
+  Ask("filetypes");
+  settings_.showquery = 1;
+  Run({{.url = "/a/b/c.HTML?x=/y.gif"},
+       {.url = "/a"},
+       {.url = "http://x.example/a/d.js"},
+       {.url = "http://x.example"}});
+  EXPECT_EQ(Counted(Of("directories").list), "/=2 /a/=2 ");
+  EXPECT_EQ(Counted(Of("filetypes").list), "(directory)=1 (none)=1 .html=1 .js=1 ");
+}
+
+TEST_F(DimensionsTest, RequestsWithoutUrlAreDirectoriesAndTypesOfTheirOwn) {
+  Ask("directories");
+  Ask("filetypes");
+  CopyText(settings_.find, "/");
+  AddLog("a.log", "h.example - - [05/Mar/2000:10:00:00 +0000] \"-\" 408 0\n");
+  Run();
+  EXPECT_EQ(Counted(Of("directories").list), "(no request)=1 ");
+  EXPECT_EQ(Counted(Of("filetypes").list), "(no request)=1 ");
+}
+
+// Items that come from thinned tables are thinned, and nothing is taken while they are summed up.
+TEST_F(DimensionsTest, BudgetTakesFromWhatTheyAreMadeOf) {
+  Ask("directories");
+  settings_.SmartMemoryMaxMemoryToAllocate = 500;
+  settings_.SmartMemoryKeepEntries = 10;
+  settings_.SmartMemoryReclaimSize = 100;
+  std::string log;
+  for (int number = 0; number < 4000; ++number) {
+    LogLine line;
+    line.url = "/d" + std::to_string(number) + "/a";
+    log += ToText(line);
+  }
+  AddLog("a.log", log);
+  Run();
+  const auto left = static_cast<int32_t>(list_length(analysis_.urls.list));
+  EXPECT_GT(analysis_.urls.info->reclaimed, 0);
+  EXPECT_EQ(left + analysis_.urls.info->reclaimed, 4000);
+  EXPECT_EQ(list_length(Of("directories").list), static_cast<size_t>(left));
+  EXPECT_EQ(Of("directories").info->reclaimed, analysis_.urls.info->reclaimed);
+  EXPECT_EQ(Of("directories").total, 4000);
+}
+
+}  // namespace

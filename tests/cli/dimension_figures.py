@@ -1,0 +1,166 @@
+#!/usr/bin/env python3
+"""The figures of the sections that requests are summed up in, against figures counted here, line by line: of logs in
+one file or in several, in any order, read by one process or by three, or as parts that are added.
+
+    dimension_figures.py PROGRAM PROJECT
+
+Every row of the table of dimensions must have its way of counting below.
+"""
+import collections
+import json
+import pathlib
+import random
+import re
+import subprocess
+import sys
+import tempfile
+
+PROGRAM = str(pathlib.Path(sys.argv[1]).resolve())
+PROJECT = pathlib.Path(sys.argv[2])
+ROUNDS = 12
+Request = collections.namedtuple("Request", "host user url status bytes referrer agent")
+
+HOSTS = ["192.0.2.1", "192.0.2.77", "2001:db8::1", "2001:db8:0:0:0:0:0:2", "crawl.example.com", "Shop.Example.ORG", "10.0.0.1"]
+USERS = ["-", "-", "ann", "Bob", "o'neill", "ann@example.org"]
+PATHS = ["/", "/index.html", "/docs/", "/docs/a.HTML", "/docs/deep/er/b.tar.gz", "/images/logo.png", "/images", "/a.b/c", "/.profile",
+         "/x.", "/download.a-b", "/toolongtype.abcdefghijklm", "/docs/a.html?x=1/2.gif", "/caf%C3%A9/men%C3%BC.pdf", "//double.js",
+         "/page.php/extra"]
+PAGES = ["-", "-", "http://www.other.example/a", "https://other.example:8443/b?c=d", "http://OTHER.example", "http://user@third.example/",
+         "https://third.example#top", "android-app://com.example.app/", "ftp://files.example/x", "just words", "http:///none",
+         "http://[2001:db8::7]:80/x", "http://www.example.com/own", "https://example.com/own"]
+AGENTS = ["Mozilla/5.0 (X11; Linux x86_64; rv:109.0) Gecko/20100101 Firefox/115.0", "curl/8.5.0", "-"]
+
+
+def made_up(chance):
+    return Request(chance.choice(HOSTS), chance.choice(USERS), chance.choice(PATHS),
+                   chance.choice([200, 200, 200, 206, 301, 304, 404, 404, 403, 500, 503, 599]), chance.randrange(100000),
+                   chance.choice(PAGES), chance.choice(AGENTS))
+
+
+def line_of(request, second):
+    return (f'{request.host} - {request.user} [05/Mar/2001:10:{second // 60 % 60:02}:{second % 60:02} +0000] "GET {request.url} HTTP/1.1" '
+            f'{request.status} {request.bytes} "{request.referrer}" "{request.agent}"\n')
+
+
+# ---- The other way of counting ------------------------------------------------------------------
+
+def path_of(request):
+    return re.split(r"[?#]", request.url)[0]
+
+
+def directory(request):
+    return re.match(r"/(?:[^/]*/)?", path_of(request))[0]
+
+
+def file_type(request):
+    name = path_of(request).split("/")[-1]
+    if name == "":
+        return "(directory)"
+    found = re.fullmatch(r".+(\.[A-Za-z0-9]{1,11})", name)
+    return found[1].lower() if found else "(none)"
+
+
+def referring_site(request):
+    found = re.match(r"[^/]+://(?:[^/?#]*@)?(\[[^\]/?#]*\]|[^:/?#]*)", request.referrer)
+    site = re.sub(r"^www\.", "", found[1].lower()) if found else ""
+    if request.referrer == "-" or site == "example.com":
+        return None
+    return site or "(no address)"
+
+
+def normal_host(request):
+    return {"2001:db8:0:0:0:0:0:2": "2001:db8::2"}.get(request.host, request.host)
+
+
+NAMED = {
+    "requests": path_of,
+    "browsers": lambda request: None if request.agent == "-" else request.agent,
+    "badurls": lambda request: request.url if request.status == 404 else None,
+}
+COUNTED_HERE = {
+    **NAMED,
+    "statuses": lambda request: str(request.status),
+    "hosts": normal_host,
+    "users": lambda request: None if request.user == "-" else request.user,
+    "referringsites": referring_site,
+    "directories": directory,
+    "filetypes": file_type,
+}
+
+
+def figures_here(requests):
+    """Requests and bytes of each item."""
+    figures = {}
+    for name, item in COUNTED_HERE.items():
+        figures[name] = collections.defaultdict(lambda: (0, 0))
+        for request in requests:
+            if item(request):
+                count, size = figures[name][item(request)]
+                figures[name][item(request)] = count + 1, size + request.bytes
+    return figures
+
+
+# ---- The program's --------------------------------------------------------------------------------
+
+def run(folder, *words, given=b""):
+    done = subprocess.run([PROGRAM, "edition=modern", "username=ann", "days=all", *words], cwd=folder, input=given,
+                          env={"TZ": "UTC", "LC_ALL": "C", "SOURCE_DATE_EPOCH": "984225600"}, capture_output=True, check=False)
+    assert done.returncode == 0 and not done.stderr, done
+    return done.stdout
+
+
+def figures_of(text, by_bytes):
+    report = json.loads(text)
+    figures = {}
+    for name, section in report["sections"].items():
+        figures[name] = {row["item"]: (row["count"], row["bytes"]) for row in section["rows"]}
+        assert section["distinct"] == len(section["rows"])
+        assert name == "badurls" or section["total"] == sum(row["count"] for row in section["rows"]), (name, section)
+        ranks = [(row["bytes"], row["count"]) if by_bytes else row["count"] for row in section["rows"]]
+        assert ranks == sorted(ranks, reverse=True), (name, section)
+        for row in section["rows"]:
+            assert abs(row["share"] - row["count"] / section["total"]) < 1e-6, row
+    return figures
+
+
+def sections(names):
+    return [f"{name}=1,0" for name in names]
+
+
+def check(folder, chance):
+    requests = [made_up(chance) for _ in range(chance.randrange(1, 400))]
+    lines = [line_of(request, number) for number, request in enumerate(requests)]
+    chance.shuffle(lines)
+    files = chance.randrange(1, 5)
+    for number in range(files):
+        some = lines[len(lines) * number // files:len(lines) * (number + 1) // files]
+        pathlib.Path(folder, f"{number}.log").write_text("".join(some), encoding="latin-1")
+    want = figures_here(requests)
+    by_bytes = chance.random() < 0.5
+    asked = ["output=json", "order=bytes" if by_bytes else "bytes=1", *sections(COUNTED_HERE)]
+    ways = {"one process": run(folder, *asked), "three": run(folder, *asked, "workers=3,100")}
+    parts = b""
+    for piece in run(folder, *asked, "plan=4K").splitlines():
+        parts += run(folder, *asked, "part=-", b"piece=" + piece)
+    ways["parts"] = run(folder, *asked, "merge=-", given=parts)
+    # Each alone: what it is made of is counted for it, and nothing else.
+    ways |= {name: run(folder, *asked[:2], *sections([name])) for name in COUNTED_HERE}
+    for way, text in ways.items():
+        got = figures_of(text, by_bytes)
+        for name in ([way] if way in COUNTED_HERE else COUNTED_HERE):
+            assert got[name] == want[name], f"{way}: {name}\n  counted here {want[name]}\n  reported     {got[name]}"
+        assert way in COUNTED_HERE or text == ways["one process"], way
+
+
+def main():
+    table = (PROJECT / "src" / "analysis" / "dimensions.cpp").read_text(encoding="ascii")
+    assert set(re.findall(r'\.parameter = "([a-z]+)"', table)) == set(COUNTED_HERE) - set(NAMED)
+    for number in range(ROUNDS):
+        with tempfile.TemporaryDirectory() as folder:
+            pathlib.Path(folder, "orvellis.conf").write_text("user=ann;logs=*.log;url=http://www.example.com;password=*\n",
+                                                             encoding="ascii")
+            check(folder, random.Random(number))
+    print(f"{ROUNDS} sites")
+
+
+main()
