@@ -59,13 +59,16 @@ static bool PlanLogs(const PartRun& run, const WantedPieces& wanted) {
 }
 
 static bool PlanPiece(const PartRun& run, const WantedPieces& wanted) {
-  const LogPiece* const piece = PieceAsPlanned(run.settings);
-  if (piece == nullptr) {
+  const std::vector<LogPiece>* const pieces = PiecesAsPlanned(run.settings);
+  if (pieces == nullptr) {
     return false;
+  }
+  if (pieces->size() > 1) {
+    return Refuse("plan= cuts one piece, and not several");
   }
   Analysis analysis{};
   BeginAdding(run.settings, run.counting, analysis, kPartWriter.told(run.settings));
-  const bool printed = PrintPieces(CutPiece(*piece, wanted.size, wanted.cuts));
+  const bool printed = PrintPieces(CutPiece(pieces->front(), wanted.size, wanted.cuts));
   EndAnalysis(analysis);
   return printed;
 }

@@ -114,7 +114,23 @@ std::vector<LogPiece> PlanPieces(uint64_t size, Cuts cuts) {
   return plan;
 }
 
-// ---- A piece ----
+// ---- Pieces that come next ----
+
+bool GoesOn(const LogPiece& last, const LogPiece& next) {
+  return next.plan == last.plan && next.of == last.of && next.number == last.number + 1 &&
+         next.place == last.place && next.path == last.path && next.size == last.size &&
+         next.from == last.to && next.copies.empty() && next.unopened.empty();
+}
+
+bool IsNextPiece(const LogPiece& last, const LogPiece& next) {
+  if (last.to != kNoStop) {
+    return next.count == last.count && GoesOn(last, next);
+  }
+  return next.plan == last.plan && next.count == last.count && next.number == last.number + 1 &&
+         next.from == 0 && !next.path.empty() && !last.path.empty();
+}
+
+// ---- Taking them ----
 
 struct Pieces {
   bool any;
@@ -125,7 +141,7 @@ struct Pieces {
   ShareStates states;
 };
 static Pieces mPieces;
-static bool mMissed = false;     // the piece could not be read
+static bool mMissed = false;     // the pieces could not be read
 static bool mAdded = false;      // pieces, or what is none of a plan, were added
 static bool mContinues = false;  // what was added last begins within a log
 
@@ -151,22 +167,30 @@ static void AddToList(const LogPiece& piece) {
     copy.size = piece.size;
     copy.state = kSeenOnDisk;
     copy.plain = true;
-    copy.original = mpLogsRoot;
+    copy.original = FindLog(log.name);
     LogsListAdd(copy);
   }
 }
 
-void TakePiece(const LogPiece& piece) {
+static LogPlace EndOf(const LogPiece& piece) {
+  const LogFile* const log = FindLog(piece.path.c_str());
+  const size_t place = log == nullptr ? 0 : log->place;
+  return piece.to == kNoStop ? LogPlace{place + 1, 0} : LogPlace{place, piece.to};
+}
+
+void TakePieces(const std::vector<LogPiece>& pieces) {
+  const LogPiece& first = pieces.front();
   ForgetPieces();
-  mPieces = {true, piece.plan, piece.count, piece.number, piece.number + 1, {}};
-  for (const std::string& path : piece.unopened) {
-    NoteLogNotOpened(path.c_str());
+  mPieces = {true, first.plan, first.count, first.number, pieces.back().number + 1, {}};
+  for (const LogPiece& piece : pieces) {
+    for (const std::string& path : piece.unopened) {
+      NoteLogNotOpened(path.c_str());
+    }
+    if (!piece.path.empty()) {
+      AddToList(piece);
+    }
   }
-  if (!piece.path.empty()) {
-    AddToList(piece);
-  }
-  const LogPlace behind = piece.to == kNoStop ? LogPlace{1, 0} : LogPlace{0, piece.to};
-  TakeShare({{0, piece.from, piece.lead}, behind}, piece.before);
+  TakeShare({{0, first.from, first.lead}, EndOf(pieces.back())}, first.before);
 }
 
 void CountGivenLines() {
@@ -187,14 +211,17 @@ static uint64_t BytesOf(const LogPiece& piece) {
   return to - std::min(from, to);
 }
 
-void MissPiece(const LogPiece& piece) {
-  TakePiece(piece);
+void MissPieces(const std::vector<LogPiece>& pieces) {
+  TakePieces(pieces);
   mMissed = true;
   mPieces.states = StatesOfShare();
   mPieces.states.alone = mPieces.states.lost = true;
-  if (mpLogsRoot != nullptr) {
-    mpLogsRoot->missing = true;
-    mpLogsRoot->missing_bytes = BytesOf(piece);
+  for (const LogPiece& piece : pieces) {
+    LogFile* const log = FindLog(piece.path.c_str());
+    if (log != nullptr) {
+      log->missing = true;
+      log->missing_bytes += BytesOf(piece);
+    }
   }
 }
 
@@ -215,7 +242,7 @@ static void CutLast(std::vector<LogPiece>& pieces, const LogPlace& place) {
 std::vector<LogPiece> CutPiece(const LogPiece& piece, uint64_t size, Cuts cuts) {
   std::vector<LogPiece> pieces{piece};
   pieces[0].of = piece.of == 0 ? piece.plan : piece.of;
-  TakePiece(piece);
+  TakePieces({piece});
   SuperLog_AskFor({});
   if (!piece.path.empty()) {
     for (const LogShare& share : CutLog(*mpLogsRoot, size, cuts)) {
