@@ -10,10 +10,14 @@ from typing import Any
 from .addresses import look_at
 from .errands import Errand, Errands
 from .logs import Logs
-from .plan import WHOLE_LOGS, Piece, even_size, fitting_size, pieces_of
+from .plan import MOST_PIECE, WHOLE_LOGS, Piece, fitting_size, pieces_of
 from .settings import Settings
 from .told import Failure, things
 from .workers import Workers
+
+
+# Where logs may be cut: so many places one task looks at.
+PLACES_AT_ONCE = 64
 
 
 class Planning:
@@ -30,6 +34,7 @@ class Planning:
         self.copies: set[str] = set()  # lines of logs that hold the same as one before
         self.distrusted: set[str] = set()  # logs that must be read to be cut
         self.size = 0  # of pieces
+        self.most = 0  # that a task weighs
 
     def plan(self) -> list[Piece]:
         if not self.whole:
@@ -37,14 +42,15 @@ class Planning:
             self.copies = self.find_copies()
             total = sum(piece.weight for piece in self.whole)
             self.size = self.settings.piece_size or fitting_size(total, self.workers.threads())
+            self.most = self.settings.piece_size or MOST_PIECE
         cut = self.cut()
         lines = [self.line_of(cut, piece) for piece in self.whole]
         return pieces_of(self.local(["plan=-"], {}, "".join(lines).encode()).decode())
 
-    def line_of(self, cut: dict[Hashable, str], piece: Piece) -> str:
+    def line_of(self, cut: dict[str, str], piece: Piece) -> str:
         if piece.token in self.copies:
             return f"copy {piece.token}\n"
-        return cut.get(piece.token, piece.token + "\n")
+        return cut.get(piece.log, piece.token + "\n")
 
     def distrust(self, log: str) -> None:
         """A cut of this log does not hold. The second such log is one too many to trust the others."""
@@ -124,15 +130,48 @@ class Planning:
 
     # ---- Cutting ----
 
-    def cut(self) -> dict[Hashable, str]:
-        """Lines of the pieces of each large log, by the line of the whole one."""
+    def cut(self) -> dict[str, str]:
+        """Lines of the pieces of each large log, by its path."""
+        groups = self.groups()
+        cut: list[Piece] = []
         errands = []
+        for group in groups:
+            host, exact = self.logs.host_of(group[0].log), group[0].log in self.distrusted
+            step, inputs = self.logs.cutting(group, self.size, exact)
+            if step == "plan" and not host and not exact and len(groups) == 1:
+                cut += pieces_of(self.local(inputs[0], inputs[1], inputs[2].encode()).decode())
+            else:
+                errands.append(Errand(group[0].token, step, inputs, host))
+        found = self.collect(errands, lambda key: f"planning {self.logs.name_of(pieces_of(str(key))[0].log)}")
+        for lines in found.values():
+            cut += pieces_of(lines)
+        by_path: dict[str, str] = defaultdict(str)
+        for piece in cut:
+            by_path[piece.log] += piece.token + "\n"
+        return by_path
+
+    def groups(self) -> list[list[Piece]]:
+        """Logs that are to be cut, those of one host together, as long as the places to look at are few."""
+        groups: list[list[Piece]] = []
+        room: dict[str, int] = {}  # in the last group of a host
+        last: dict[str, list[Piece]] = {}
         for piece in self.whole:
-            if piece.weight > self.size and piece.token not in self.copies:
-                way = self.logs.cutting(piece, even_size(piece.size, self.size), piece.log in self.distrusted)
-                if way is not None:
-                    errands.append(Errand(piece.token, *way, self.logs.host_of(piece.log)))
-        return self.collect(errands, lambda key: f"planning {self.logs.name_of(pieces_of(str(key))[0].log)}")
+            if piece.weight <= self.size or piece.token in self.copies:
+                continue
+            address = self.logs.addresses.get(piece.log)
+            exact = piece.log in self.distrusted
+            if address is not None and (exact or not address.divisible):
+                continue  # read as a whole it would have been sent, and could as well be counted
+            if address is not None or exact:
+                groups.append([piece])
+                continue
+            host, places = self.logs.host_of(piece.log), piece.size // self.size
+            if room.get(host, 0) < places:
+                room[host], last[host] = max(PLACES_AT_ONCE, places), []
+                groups.append(last[host])
+            room[host] -= places
+            last[host].append(piece)
+        return groups
 
     # ---- Tasks ----
 

@@ -190,7 +190,9 @@ void TakePieces(const std::vector<LogPiece>& pieces) {
       AddToList(piece);
     }
   }
-  TakeShare({{0, first.from, first.lead}, EndOf(pieces.back())}, first.before);
+  const LogFile* const log = FindLog(first.path.c_str());
+  const LogPlace begin{log == nullptr ? 0 : log->place, first.from, first.lead};
+  TakeShare({begin, EndOf(pieces.back())}, first.before);
 }
 
 void CountGivenLines() {
@@ -245,7 +247,7 @@ std::vector<LogPiece> CutPiece(const LogPiece& piece, uint64_t size, Cuts cuts) 
   TakePieces({piece});
   SuperLog_AskFor({});
   if (!piece.path.empty()) {
-    for (const LogShare& share : CutLog(*mpLogsRoot, size, cuts)) {
+    for (const LogShare& share : CutLog(*FindLog(piece.path.c_str()), size, cuts)) {
       if (share.from.offset > piece.from && share.from.offset < piece.to) {
         CutLast(pieces, share.from);
       }

@@ -48,7 +48,7 @@ enum class Cuts {
 std::vector<LogPiece> PlanPieces(uint64_t size, Cuts cuts = Cuts::kProven);
 
 // Divides one piece of a plan, whose log is as planned, into pieces that are a plan of their own. Behind
-// SuperLog_InitWithoutLogs.
+// SuperLog_InitWithoutLogs; one piece after the other, where they are of several logs.
 std::vector<LogPiece> CutPiece(const LogPiece& piece, uint64_t size, Cuts cuts);
 
 // Makes pieces one plan, in their order.

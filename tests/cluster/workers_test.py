@@ -66,6 +66,9 @@ class Working(Shared):
         self.assertTrue((self.folder / "once").exists())
 
     def test_a_worker_dies_while_planning(self) -> None:
+        # Of so many places that they are not looked at by the one who asks.
+        self.logs.append(self.log("logs/access.log.3", 40000, 3, 3))
+        self.wanted = self.plain(*self.logs)
         self.lose_one('plan="*",quick ')
 
     def test_a_worker_dies_while_counting(self) -> None:
