@@ -82,6 +82,7 @@ static void ReadStream(const LogPiece& piece, std::string_view log) {
     IsAsPlanned(piece);
     TakePieces({piece});
     SuperLog_ReadLogs();
+    EndGivenLog();
     CountGivenLines();
     RequireAdded(true);
   }

@@ -132,30 +132,28 @@ const std::vector<LogPiece>* KnownPieces(const Settings& settings) {
 
 // ---- Its bytes ----
 
-struct TakenBytes {
-  bool taken = false;
-  LogGiven given = LogGiven::kAll;
-  int error = 0;
-};
-static TakenBytes mBytes;
+static bool mBytesTaken = false;
+static int mBytesError = 0;
 
 void TakeBytesOf(const LogPiece& piece, const Settings& settings) {
-  if (settings.bytes == nullptr || mBytes.taken || piece.path.empty()) {
+  if (settings.bytes == nullptr || mBytesTaken || piece.path.empty()) {
     return;
   }
-  mBytes.taken = true;
-  mBytes.given = TakeGivenLog(stdin, piece);
-  mBytes.error = errno;
+  mBytesTaken = true;
+  TakeGivenLog(stdin, piece);
+  mBytesError = errno;
 }
 
-static bool AllBytesCame(const PartName& log) {
-  switch (mBytes.given) {
+static bool RefuseUnlessAll(LogGiven given, const PartName& log) {
+  switch (given) {
+    case LogGiven::kPassed:
+      return RefusePart(log, "begins too far behind its lead to come by a stream");
     case LogGiven::kTooShort:
       return RefusePart(log, "came with fewer bytes than its piece wants");
     case LogGiven::kTooLong:
       return RefusePart(log, "came with more bytes than its piece wants");
     case LogGiven::kNotKept:
-      fprintf(stderr, "orvellis: the bytes of %s could not be kept: %s\n", log.text, strerror(mBytes.error));
+      fprintf(stderr, "orvellis: the bytes of %s could not be kept: %s\n", log.text, strerror(mBytesError));
       return false;
     default:
       return true;
@@ -164,8 +162,13 @@ static bool AllBytesCame(const PartName& log) {
 
 static bool FitsItsLog(const LogPiece& piece) {
   const PartName log{piece.path.c_str(), 1};
-  return AllBytesCame(log) &&
-         (IsAsPlanned(piece) || RefusePart(log, "is no longer the log of which the plan was made"));
+  const bool planned = IsAsPlanned(piece);
+  return RefuseUnlessAll(GivenSoFar(), log) &&
+         (planned || RefusePart(log, "is no longer the log of which the plan was made"));
+}
+
+bool AllBytesCame(const LogPiece& piece) {
+  return RefuseUnlessAll(EndGivenLog(), {piece.path.c_str(), 1});
 }
 
 const std::vector<LogPiece>* PiecesAsPlanned(const Settings& settings) {

@@ -16,11 +16,15 @@ inline constexpr size_t kMostOfPieces = size_t{4} << 20;
 // run shuts itself in knowing them.
 const std::vector<LogPiece>& GivenPieces(const Settings& settings);
 
-// Takes the bytes of its log where they come by standard input, the first time that it is called: from there
-// on they stand for the file.
+// Where the bytes of its log come by standard input, has them stand for the file from the first time on that
+// it is called.
 void TakeBytesOf(const LogPiece& piece, const Settings& settings);
 
 // The pieces, one at least; null, with a sentence, where there are none; and also where a log is no longer
 // the one of the plan, or came with other bytes.
 const std::vector<LogPiece>* KnownPieces(const Settings& settings);
 const std::vector<LogPiece>* PiecesAsPlanned(const Settings& settings);
+
+// Behind the last line of a piece: whether its bytes have come as it wants, with a sentence where they have
+// not.
+bool AllBytesCame(const LogPiece& piece);

@@ -143,15 +143,18 @@ static bool CountPieces(const PartRun& run) {
   }
   Analysis analysis{};
   BeginAdding(run.settings, run.counting, analysis, NoteEvents(run.settings));
+  bool read = true;
   if (missing) {
     MissPieces(*pieces);
     CollectLogFigures(run.settings, analysis);
   } else {
     TakePieces(*pieces);
     CountRecords(run.settings, analysis);
+    read = AllBytesCame(pieces->front());
     CountGivenLines();
   }
-  const bool made = AllIsThere() && WritePart(run, ResolveRules(run.settings, run.counting), analysis);
+  const bool made =
+      read && AllIsThere() && WritePart(run, ResolveRules(run.settings, run.counting), analysis);
   EndAnalysis(analysis);
   return made;
 }

@@ -29,6 +29,20 @@ static void AddToPlan(ContentHash& hash, const LogPiece& piece) {
   hash = AddBlock(kPlanKey, hash, reinterpret_cast<const char*>(figures), sizeof figures);
 }
 
+// Of a log that comes by a stream the length shows in the end.
+static bool IsAsLarge(int file, const LogPiece& piece) {
+  struct stat status {};
+  return IsStreamed(piece.path.c_str()) ||
+         (fstat(file, &status) == 0 && static_cast<uint64_t>(status.st_size) >= piece.size);
+}
+
+static bool ReadAllAt(int file, const LogPiece& piece, char* bytes, size_t size, int64_t offset) {
+  if (IsStreamed(piece.path.c_str())) {
+    return ReadStreamed(bytes, size, offset) == size;
+  }
+  return pread(file, bytes, size, offset) == static_cast<ssize_t>(size);
+}
+
 // Of the first bytes of a log and of those before the piece. 0 where they cannot be read, or the log is
 // smaller than it was.
 static uint64_t ProofOf(const LogPiece& piece) {
@@ -38,13 +52,10 @@ static uint64_t ProofOf(const LogPiece& piece) {
     return 0;
   }
   char bytes[2 * kMost];
-  struct stat status {};
   const uint64_t first = std::min(piece.size, kMost);
   const uint64_t before = std::min(static_cast<uint64_t>(piece.from), kMost);
-  const bool read = fstat(file, &status) == 0 && static_cast<uint64_t>(status.st_size) >= piece.size &&
-                    pread(file, bytes, first, 0) == static_cast<ssize_t>(first) &&
-                    pread(file, bytes + first, before, piece.from - static_cast<int64_t>(before)) ==
-                        static_cast<ssize_t>(before);
+  const bool read = IsAsLarge(file, piece) && ReadAllAt(file, piece, bytes, first, 0) &&
+                    ReadAllAt(file, piece, bytes + first, before, piece.from - static_cast<int64_t>(before));
   close(file);
   return read ? AddBlock(kPlanKey, {}, bytes, first + before).low : 0;
 }
