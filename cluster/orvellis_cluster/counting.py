@@ -120,6 +120,8 @@ class Counting:
             line.again(range(index, index + 1))
             if piece.log in logs.addresses:
                 line.alone.add(index)
+            if piece.log in logs.unread:
+                self.missing.add(index)
 
     def run(self) -> Any:
         """The future of the one part."""

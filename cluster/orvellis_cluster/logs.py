@@ -47,6 +47,7 @@ class Logs:
         self.by_path = {log.path: log for log in logs}
         self.patterns = patterns  # of logs on the hosts
         self.addresses: dict[str, Address] = {}  # by the paths of logs, as far as they were looked at
+        self.unread: set[str] = set()  # paths of those that nobody can look at, and that may be missing
 
     def of_host(self, host: str) -> list[Log]:
         return [log for log in self.by_path.values() if log.host == host]

@@ -7,9 +7,9 @@ from collections.abc import Callable, Hashable
 from functools import partial
 from typing import Any
 
-from .addresses import look_at
+from .addresses import Address, look_at
 from .errands import Errand, Errands
-from .logs import Logs
+from .logs import Log, Logs
 from .plan import MOST_PIECE, WHOLE_LOGS, Piece, fitting_size, pieces_of
 from .settings import Settings
 from .told import Failure, things
@@ -67,11 +67,23 @@ class Planning:
         pieces = []
         for log in self.logs.by_path.values():
             if log.is_address:
-                address = self.errands.attend(partial(look_at, log.target))
+                address = self.look_at(log)
                 self.logs.addresses[log.path] = address
                 with address.as_file() as path:
                     pieces += pieces_of(self.local([WHOLE_LOGS], {log.path: path}).decode())
         return pieces
+
+    def look_at(self, log: Log) -> Address:
+        """Of one that cannot be read and may be missing, an empty one."""
+        try:
+            address: Address = self.errands.attend(partial(look_at, log.target))
+            return address
+        except Failure as failure:
+            if not self.settings.allow_missing:
+                raise
+            self.notes.append(str(failure))
+            self.logs.unread.add(log.path)
+            return Address(0, b"", False)
 
     def plan_hosts(self) -> list[Piece]:
         if not self.logs.patterns:
@@ -107,7 +119,7 @@ class Planning:
         """Logs that lie at several places, each of which has looked for copies among its own."""
         alike: dict[tuple[int, str], list[Piece]] = defaultdict(list)
         for piece in self.whole:
-            if piece.proof.strip("0") and piece.log:
+            if piece.proof.strip("0") and piece.log and piece.log not in self.logs.unread:
                 alike[piece.size, piece.proof].append(piece)
         twins = [group for group in alike.values() if len({self.place_of(piece) for piece in group}) > 1]
         hashes = self.collect(
