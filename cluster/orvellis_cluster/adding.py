@@ -4,7 +4,7 @@ come, fewer when they run out, so that little is left to be added behind the las
 from __future__ import annotations
 
 MOST_AT_ONCE = 16
-LEAST_AT_ONCE = 4  # while others are to come: each sum costs a task
+LEAST_AT_ONCE = 8  # while others are to come: each sum costs a task
 
 # A stretch of the plan: its first piece, from 0, and the one behind its last.
 Node = tuple[int, int]

@@ -24,7 +24,7 @@ LEAST_WINDOW = 64
 
 # A task takes such a part of what a thread still has to do, at most, so that all end at nearly the same time, but
 # what costs more to send than to count is not divided; and so many pieces.
-SHARE = 3
+SHARE = 2 / 3
 LEAST_TASK = 32 << 20
 MOST_PIECES = 4096
 
@@ -61,7 +61,7 @@ class Line:
             return None
         if self.open and self.tasks - next(iter(self.open.values())) >= max(LEAST_WINDOW, WINDOW * threads):
             return None
-        room = min(self.most, max(LEAST_TASK, self.weight // (SHARE * threads)))
+        room = min(self.most, max(LEAST_TASK, int(self.weight * SHARE / threads)))
         first = behind = self.waiting[0]
         while self.fits(first, behind, room):
             heapq.heappop(self.waiting)
