@@ -10,7 +10,7 @@ from typing import Any
 from .addresses import Address, look_at
 from .errands import Errand, Errands
 from .logs import Log, Logs
-from .plan import MOST_PIECE, WHOLE_LOGS, Piece, fitting_size, pieces_of
+from .plan import WHOLE_LOGS, Piece, fitting_size, largest_task, pieces_of
 from .settings import Settings
 from .told import Failure, things
 from .workers import Workers
@@ -42,7 +42,7 @@ class Planning:
             self.copies = self.find_copies()
             total = sum(piece.weight for piece in self.whole)
             self.size = self.settings.piece_size or fitting_size(total, self.workers.threads())
-            self.most = self.settings.piece_size or MOST_PIECE
+            self.most = self.settings.piece_size or largest_task(total)
         cut = self.cut()
         lines = [self.line_of(cut, piece) for piece in self.whole]
         return pieces_of(self.local(["plan=-"], {}, "".join(lines).encode()).decode())

@@ -129,6 +129,7 @@ class Plans(unittest.TestCase):
         self.assertEqual(plan.fitting_size(1 << 20, 4), 64 << 20)
         self.assertEqual(plan.fitting_size(32 << 30, 4), 128 << 20)
         self.assertEqual(plan.fitting_size(1 << 46, 4), 256 << 20)
+        self.assertEqual([plan.largest_task(total) for total in (1, 1 << 40, 10**14)], [256 << 20, 256 << 20, 2 * 10**9])
 
     def test_pieces_of_a_log_are_even(self) -> None:
         for log, size, pieces in ((430, 215, 2), (431, 215, 2), (500, 215, 2), (560, 215, 3), (300, 215, 1), (100, 215, 1)):
