@@ -1,13 +1,15 @@
 #!/usr/bin/env python3
-"""Wall time of reports that a cluster of two workers on this machine counts, beside runs without it.
+"""Wall and CPU time of reports that a cluster of two workers on this machine counts, beside runs without it.
 
     cluster.py ROUNDS PROGRAM GENERATE_LOG RECORDS...
 
 For each number of records, in millions: 8 logs of the standard load, in turn, as medians of the rounds: two plain runs over four of
 them each, started together; one run of two workers; and orvellis-cluster. Of the latter the start is told apart, which is
-what it takes over a log of 1,000 records with the same scheduler and workers. All write the modern page."""
+what it takes over a log of 1,000 records with the same scheduler and workers. The CPU time is that of all processes, the
+scheduler's and the workers' own included: where others use the machine it tells more than the wall. All write the modern page."""
 import os
 import pathlib
+import resource
 import statistics
 import subprocess
 import sys
@@ -27,6 +29,23 @@ def write_logs(generator, folder, millions):
         with open(logs[-1], "wb") as log:
             subprocess.run([generator, f"records={millions * 1000000 // LOGS}", f"seed={number + 1}"], stdout=log, check=True)
     return logs
+
+
+def cpu_seconds(processes):
+    """Of these, of what they have started, and of what this one has."""
+    used = resource.getrusage(resource.RUSAGE_CHILDREN)
+    seconds = used.ru_utime + used.ru_stime
+    for process in processes:
+        figures = pathlib.Path(f"/proc/{process.pid}/stat").read_text(encoding="ascii").rpartition(")")[2].split()
+        seconds += sum(map(int, figures[11:15])) / os.sysconf("SC_CLK_TCK")
+    return seconds
+
+
+def seconds_of(processes, *commands):
+    """Wall and CPU seconds of commands that start together, with what a cluster's processes do for them."""
+    before = cpu_seconds(processes)
+    wall = wall_seconds(*commands)
+    return wall, cpu_seconds(processes) - before
 
 
 def wall_seconds(*commands):
@@ -72,15 +91,17 @@ def main():
                 rows = []
                 for number in range(rounds + 1):
                     halves = [report + ["--workers", "1"] + half for half in (logs[:LOGS // 2], logs[LOGS // 2:])]
-                    row = (wall_seconds(*halves), wall_seconds(report + ["--workers", "2"] + logs), wall_seconds(cluster + logs),
-                           wall_seconds(cluster + [str(small)]))
+                    row = (seconds_of([], *halves), seconds_of([], report + ["--workers", "2"] + logs),
+                           seconds_of(processes, cluster + logs), seconds_of(processes, cluster + [str(small)]))
                     rows += [row] if number > 0 else []
-                plain, workers, whole, start = (statistics.median(column) for column in zip(*rows))
-                to_plain = statistics.median((row[2] - row[3]) / row[0] for row in rows)
-                to_workers = statistics.median((row[2] - row[3]) / row[1] for row in rows)
-                print(f"{millions} million records, {size / 1e9:.1f} GB: two plain runs {plain:.2f} s, two workers of one run {workers:.2f} s, "
-                      f"the cluster {whole:.2f} s, of which the start takes {start:.2f}; without it {to_plain:.3f} times the plain runs, "
-                      f"{to_workers:.3f} times the workers", flush=True)
+                for kind, name in enumerate(("wall", "CPU")):
+                    times = [[seconds[kind] for seconds in row] for row in rows]
+                    plain, workers, whole, start = (statistics.median(column) for column in zip(*times))
+                    to_plain = statistics.median((row[2] - row[3]) / row[0] for row in times)
+                    to_workers = statistics.median((row[2] - row[3]) / row[1] for row in times)
+                    print(f"{millions} million records, {size / 1e9:.1f} GB, {name}: two plain runs {plain:.2f} s, two workers of one run "
+                          f"{workers:.2f} s, the cluster {whole:.2f} s, of which the start takes {start:.2f}; without it {to_plain:.3f} times "
+                          f"the plain runs, {to_workers:.3f} times the workers", flush=True)
                 for log in logs:
                     os.unlink(log)
         finally:

@@ -2,7 +2,8 @@
 // behind a byte whose bit 0 is the edition; the rest is the log, whatever path is named. What is a piece is
 // written as one that is read as the same, and its reading comes to what can be added; so does that of its
 // bytes as a stream, and a part without it. Its pieces are the stretch that it was, and one plan, which stays
-// the same when it is joined with none. The lines of the log may be those of plans, too.
+// the same when it is joined with none; they are read one behind the other, too. The lines of the log may be
+// those of plans.
 #include "parts/piece_token.h"
 
 #include <cstdio>
@@ -55,18 +56,18 @@ static void RequireAdded(bool modern) {
   RequireAdded(saved, modern);
 }
 
-static void ReadPiece(const LogPiece& piece, bool modern) {
+static void ReadPieces(const std::vector<LogPiece>& pieces, bool modern) {
   Begin(SettingsOf(modern), modern);
-  IsAsPlanned(piece);
-  TakePiece(piece);
+  IsAsPlanned(pieces.front());
+  TakePieces(pieces);
   SuperLog_ReadLogs();
   HashBeginnings();
   RequireAdded(modern);
 }
 
-static void MissOne(const LogPiece& piece, bool modern) {
+static void Miss(const std::vector<LogPiece>& pieces, bool modern) {
   Begin(SettingsOf(modern), modern);
-  MissPiece(piece);
+  MissPieces(pieces);
   RequireAdded(modern);
 }
 
@@ -79,8 +80,9 @@ static void ReadStream(const LogPiece& piece, std::string_view log) {
   Begin(SettingsOf(true), true);
   if (TakeGivenLog(stream, piece) == LogGiven::kAll) {
     IsAsPlanned(piece);
-    TakePiece(piece);
+    TakePieces({piece});
     SuperLog_ReadLogs();
+    EndGivenLog();
     CountGivenLines();
     RequireAdded(true);
   }
@@ -119,11 +121,13 @@ static void CutFurther(const LogPiece& piece, bool modern, Cuts cuts) {
   std::vector<std::string> lines;
   for (size_t i = 0; i < pieces.size(); ++i) {
     LogPiece read;
-    REQUIRE(i == 0 || pieces[i].from == pieces[i - 1].to);
+    REQUIRE(i == 0 || IsNextPiece(pieces[i - 1], pieces[i]));
     lines.push_back(TokenOf(pieces[i]));
     REQUIRE(ReadToken(lines.back(), read));
   }
   RequireSamePlan(lines);
+  ReadPieces({pieces.begin() + pieces.size() / 2, pieces.end()}, modern);
+  Miss(pieces, modern);
 }
 
 // Joined behind the piece, with the checksums that no input would find.
@@ -156,8 +160,8 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static MemoryFile file;
   JoinLines(piece, log);
   piece.path = piece.path.empty() ? "" : file.Fill(log);
-  ReadPiece(piece, modern);
-  MissOne(piece, modern);
+  ReadPieces({piece}, modern);
+  Miss({piece}, modern);
   CutFurther(piece, modern, Cuts::kProven);
   CutFurther(piece, modern, Cuts::kUntried);
   ReadStream(piece, log);

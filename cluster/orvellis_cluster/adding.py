@@ -1,56 +1,73 @@
-"""The tree in which parts are added: sixteen neighbours at a time, in the order of the plan."""
+"""Parts in the order of the plan, and which of them are added when: sixteen neighbours at a time while many are to
+come, fewer when they run out, so that little is left to be added behind the last one."""
 
 from __future__ import annotations
 
-FAN_IN = 16
+MOST_AT_ONCE = 16
+LEAST_AT_ONCE = 8  # while others are to come: each sum costs a task
 
-# A level, from 0 for the pieces themselves, and a number within it, from 0.
+# A stretch of the plan: its first piece, from 0, and the one behind its last.
 Node = tuple[int, int]
 
 
-class Tree:
-    """Which sums can be made, when parts come in any order."""
+class Row:
+    """The parts that are there, when they come in any order."""
 
-    def __init__(self, pieces: int, fan_in: int = FAN_IN) -> None:
-        self.fan_in = fan_in
-        self.widths = [pieces]  # of each level
-        while self.widths[-1] > 1:
-            self.widths.append(-(-self.widths[-1] // fan_in))
-        self.there: set[Node] = set()
+    def __init__(self, pieces: int) -> None:
+        self.whole: Node = (0, pieces)
+        self.begins: dict[int, Node] = {}  # parts that nobody adds yet, by their first piece
+        self.ends: dict[int, Node] = {}  # and by the one behind their last
+        self.levels: dict[Node, int] = {}  # of all: how many sums, one of the other, are in it
+        self.sums: dict[Node, list[Node]] = {}  # under way, and of what
+        self.highest = 0
 
-    @property
-    def root(self) -> Node:
-        return len(self.widths) - 1, 0
+    def put(self, node: Node) -> None:
+        self.begins[node[0]] = self.ends[node[1]] = node
 
-    def parent(self, node: Node) -> Node:
-        return node[0] + 1, node[1] // self.fan_in
+    def take(self, node: Node) -> None:
+        if self.begins.get(node[0]) == node:
+            del self.begins[node[0]], self.ends[node[1]]
 
-    def children(self, node: Node) -> list[Node]:
-        """In the order of the plan; none of a piece."""
-        level, number = node
-        if level == 0:
-            return []
-        first = number * self.fan_in
-        return [(level - 1, n) for n in range(first, min(first + self.fan_in, self.widths[level - 1]))]
+    def neighbours(self, node: Node, level: int) -> list[Node]:
+        """What stands without a gap around a part, of that level at most; in its order."""
+        found = [node]
+        while (before := self.ends.get(found[0][0])) is not None and self.levels[before] <= level:
+            found.insert(0, before)
+        while (behind := self.begins.get(found[-1][1])) is not None and self.levels[behind] <= level:
+            found.append(behind)
+        return found
 
-    def leaves(self, node: Node) -> range:
-        """The numbers of the pieces that a node is the sum of."""
-        width = self.fan_in ** node[0]
-        return range(node[1] * width, min((node[1] + 1) * width, self.widths[0]))
+    def came(self, node: Node, left: int) -> list[Node]:
+        """A part is there, and so many tasks are left to be counted: what is to be added now, or nothing."""
+        children = self.sums.pop(node, [])
+        self.levels[node] = 1 + max((self.levels.pop(child) for child in children), default=-1)
+        self.highest = max(self.highest, self.levels[node])
+        self.put(node)
+        enough = min(MOST_AT_ONCE, max(LEAST_AT_ONCE, left)) if left > 0 else 2
+        for level in range(self.levels[node], self.highest + 1):
+            found = self.neighbours(node, level)
+            if len(found) >= enough:
+                return found[:MOST_AT_ONCE]
+        return []
 
-    def finished(self, node: Node) -> Node | None:
-        """A part is there: the sum that can be made now."""
-        self.there.add(node)
-        if node == self.root:
-            return None
-        parent = self.parent(node)
-        return parent if self.there.issuperset(self.children(parent)) else None
+    def begin_sum(self, children: list[Node]) -> Node:
+        """They are being added."""
+        for child in children:
+            self.take(child)
+        node = children[0][0], children[-1][1]
+        self.sums[node] = children
+        return node
 
-    def used(self, node: Node) -> list[Node]:
-        """A sum was made: the parts that are not needed any more."""
-        children = self.children(node)
-        self.there.difference_update(children)
-        return children
+    def give_up_sum(self, node: Node) -> None:
+        """Its parts are there still."""
+        for child in self.sums.pop(node):
+            self.put(child)
+
+    def sum_of(self, node: Node) -> Node | None:
+        """The sum under way that a part is added to."""
+        return next((found for found, children in self.sums.items() if node in children), None)
 
     def lost(self, node: Node) -> None:
-        self.there.discard(node)
+        """A part that nobody adds is gone."""
+        self.take(node)
+        del self.levels[node]

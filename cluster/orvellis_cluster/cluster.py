@@ -22,6 +22,15 @@ def be_silent() -> None:
     logging.disable(logging.CRITICAL)
 
 
+def patience() -> str | None:
+    """How long a scheduler may take to answer at first: what Dask is configured for; nobody waits for half a minute,
+    as it would, for an address that was mistyped."""
+    dask: Any = importlib.import_module("dask")
+    name = "distributed.comm.timeouts.connect"
+    told = dask.config.get(name, None, config=dask.config.collect())
+    return str(told) if told is not None else "10s"
+
+
 def connect(settings: Settings) -> Any:
     """A client of the cluster."""
     dask: Any = importlib.import_module("distributed")
@@ -47,6 +56,6 @@ def connect(settings: Settings) -> Any:
             require_encryption=True,
         )
     try:
-        return dask.Client(settings.scheduler, security=security, set_as_default=False)
+        return dask.Client(settings.scheduler, security=security, set_as_default=False, timeout=patience())
     except Exception as error:
         raise Failure(f"cannot reach the scheduler {settings.scheduler}: {error}") from None

@@ -167,7 +167,8 @@ class Engine:
             self.progress.begin(len(pieces), sum(piece.weight for piece in pieces))
             self.watch()
             counted = partial(tell_weight, self.progress)
-            counting = Counting(self.errands, self.workers, self.logs, pieces, self.settings.allow_missing, counted)
+            missing = self.settings.allow_missing
+            counting = Counting(self.errands, self.workers, self.logs, pieces, planning.most, missing, counted)
             try:
                 return self.write_page(counting)
             except Apart as apart:
@@ -189,7 +190,7 @@ class Engine:
         for _ in range(1 + MORE_TRIES):
             contents = self.errands.fetch(counting.run())
             if contents is None:
-                counting.count_again(counting.tree.root)
+                counting.count_again(counting.row.whole)
                 continue
             with open(SUM, "wb") as file:
                 file.write(contents)
@@ -205,7 +206,7 @@ class Engine:
                 os.write(self.told, told)
                 return status
             # Nothing was printed: what has come is not what a worker has sent.
-            counting.count_again(counting.tree.root)
+            counting.count_again(counting.row.whole)
         lost = "what was counted was lost on its way here, again and again"
         raise Failure(tasks.sentence_of(status, told) if told else lost)
 

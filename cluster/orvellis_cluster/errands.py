@@ -27,6 +27,7 @@ class Errand:
     inputs: tuple[Any, ...]
     host: str = ""  # the only one on which it can be done; empty: anywhere
     priority: int = 0
+    more_tries: int = MORE_TRIES
     tries: int = 0  # that have failed
     tried: set[str] = field(default_factory=set)  # addresses
 
@@ -205,7 +206,7 @@ class Errands:
         else:
             outcome.reason = f"{type(error).__name__}: {error}".splitlines()[0]
         about_inputs = outcome.kind == "orvellis" and outcome.reason.startswith("standard input")
-        if outcome.kind == "lost" or about_inputs or errand.tries > MORE_TRIES:
+        if outcome.kind == "lost" or about_inputs or errand.tries > errand.more_tries:
             return outcome
         errand.tried.add(outcome.worker)
         self.send(errand)

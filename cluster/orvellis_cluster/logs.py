@@ -8,9 +8,14 @@ from dataclasses import dataclass
 from typing import Any
 
 from .addresses import Address
-from .plan import Piece
+from .plan import Piece, even_size, tokens_of
 
 ON_WORKERS = "workers://"
+
+# What a log costs beside its bytes, and one of its bytes where it is compressed, in bytes of plain logs.
+OPENING = 16 << 10
+COST_OF_PACKED_BYTE = 8
+PACKED = (".gz", ".zst", ".xz", ".bz2")
 
 IN_SENTENCE = re.compile(r"\blogs/[0-9]{6,}\.log\b")
 
@@ -42,6 +47,7 @@ class Logs:
         self.by_path = {log.path: log for log in logs}
         self.patterns = patterns  # of logs on the hosts
         self.addresses: dict[str, Address] = {}  # by the paths of logs, as far as they were looked at
+        self.unread: set[str] = set()  # paths of those that nobody can look at, and that may be missing
 
     def of_host(self, host: str) -> list[Log]:
         return [log for log in self.by_path.values() if log.host == host]
@@ -61,30 +67,33 @@ class Logs:
     def name_of(self, path: str) -> str:
         return self.by_path[path].name if path in self.by_path else path
 
-    def links_of(self, path: str) -> dict[str, str]:
-        """What has to stand in a folder so that orvellis finds a log."""
-        return {path: self.by_path[path].target} if path in self.by_path else {}
+    def links_of(self, pieces: list[Piece]) -> dict[str, str]:
+        """What has to stand in a folder so that orvellis finds their logs."""
+        return {piece.log: self.by_path[piece.log].target for piece in pieces if piece.log in self.by_path}
 
     # ---- Steps of tasks, and what they need ----
 
-    def counting(self, piece: Piece) -> tuple[str, tuple[Any, ...]]:
-        if piece.log in self.addresses:
-            stretches = self.addresses[piece.log].stretches(piece)
-            size = sum(end - begin for begin, end in stretches) or piece.size
-            return "count_address", (piece.token, self.name_of(piece.log), stretches, size)
-        return "count", (piece.token, self.links_of(piece.log))
+    def weight(self, piece: Piece) -> int:
+        """What a piece costs, in bytes of plain logs."""
+        return OPENING + piece.weight * (COST_OF_PACKED_BYTE if self.name_of(piece.log).endswith(PACKED) else 1)
+
+    def counting(self, pieces: list[Piece]) -> tuple[str, tuple[Any, ...]]:
+        """Of several, which are of paths, as one."""
+        if pieces[0].log in self.addresses:
+            stretches = self.addresses[pieces[0].log].stretches(pieces[0])
+            size = sum(end - begin for begin, end in stretches) or pieces[0].size
+            return "count_address", (pieces[0].token, self.name_of(pieces[0].log), stretches, size)
+        return "count", (tokens_of(pieces), self.links_of(pieces))
 
     def hashing(self, piece: Piece) -> tuple[str, tuple[Any, ...]]:
         return "hash", (self.by_path[piece.log].target, piece.log in self.addresses)
 
-    def cutting(self, piece: Piece, size: int, exact: bool) -> tuple[str, tuple[Any, ...]] | None:
-        """None: it stays whole."""
-        if piece.log in self.addresses:
-            # Read as a whole it would have been sent, and could as well be counted.
-            if exact or not self.addresses[piece.log].divisible:
-                return None
-            return "cut_address", (piece.token, piece.log, self.name_of(piece.log), piece.size, size)
-        return "plan", ([f"plan={size}{'' if exact else ',quick'}", "piece=-"], self.links_of(piece.log), piece.token)
+    def cutting(self, pieces: list[Piece], size: int, exact: bool) -> tuple[str, tuple[Any, ...]]:
+        """Of several, which are of paths of one host, at once."""
+        if pieces[0].log in self.addresses:
+            even = even_size(pieces[0].size, size)
+            return "cut_address", (pieces[0].token, pieces[0].log, self.name_of(pieces[0].log), pieces[0].size, even)
+        return "plan", ([f"plan={size}{'' if exact else ',quick'}", "piece=-"], self.links_of(pieces), tokens_of(pieces))
 
     def told(self, sentence: str) -> str:
         """A sentence of orvellis with the names that the reader knows."""

@@ -9,7 +9,8 @@ from urllib.parse import unquote_to_bytes
 WHOLE_LOGS = "plan=1024T"
 
 LEAST_PIECE, MOST_PIECE = 64 << 20, 256 << 20
-PIECES_A_PROCESSOR = 8
+PIECES_A_PROCESSOR = 64
+MOST_TASKS = 50_000
 
 
 @dataclass(frozen=True, slots=True)
@@ -51,10 +52,19 @@ def pieces_of(lines: str) -> list[Piece]:
     return [piece_of(line) for line in lines.splitlines()]
 
 
+def tokens_of(pieces: list[Piece]) -> str:
+    return "\n".join(piece.token for piece in pieces)
+
+
 def fitting_size(total: int, processors: int) -> int:
-    """Pieces of 64 to 256 MiB: small enough that all processors get several, large enough that starting a
-    process for each costs nothing to speak of."""
+    """Pieces of 64 to 256 MiB: so small that all processors end at nearly the same time. A task takes several
+    where there are many."""
     return min(MOST_PIECE, max(LEAST_PIECE, total // (processors * PIECES_A_PROCESSOR)))
+
+
+def largest_task(total: int) -> int:
+    """What a task weighs at most: where there is very much, the one who sends them would not keep up otherwise."""
+    return max(MOST_PIECE, total // MOST_TASKS)
 
 
 def even_size(log: int, size: int) -> int:

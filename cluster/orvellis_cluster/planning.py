@@ -7,13 +7,17 @@ from collections.abc import Callable, Hashable
 from functools import partial
 from typing import Any
 
-from .addresses import look_at
+from .addresses import Address, look_at
 from .errands import Errand, Errands
-from .logs import Logs
-from .plan import WHOLE_LOGS, Piece, even_size, fitting_size, pieces_of
+from .logs import Log, Logs
+from .plan import WHOLE_LOGS, Piece, fitting_size, largest_task, pieces_of
 from .settings import Settings
 from .told import Failure, things
 from .workers import Workers
+
+
+# Where logs may be cut: so many places one task looks at.
+PLACES_AT_ONCE = 64
 
 
 class Planning:
@@ -30,6 +34,7 @@ class Planning:
         self.copies: set[str] = set()  # lines of logs that hold the same as one before
         self.distrusted: set[str] = set()  # logs that must be read to be cut
         self.size = 0  # of pieces
+        self.most = 0  # that a task weighs
 
     def plan(self) -> list[Piece]:
         if not self.whole:
@@ -37,14 +42,15 @@ class Planning:
             self.copies = self.find_copies()
             total = sum(piece.weight for piece in self.whole)
             self.size = self.settings.piece_size or fitting_size(total, self.workers.threads())
+            self.most = self.settings.piece_size or largest_task(total)
         cut = self.cut()
         lines = [self.line_of(cut, piece) for piece in self.whole]
         return pieces_of(self.local(["plan=-"], {}, "".join(lines).encode()).decode())
 
-    def line_of(self, cut: dict[Hashable, str], piece: Piece) -> str:
+    def line_of(self, cut: dict[str, str], piece: Piece) -> str:
         if piece.token in self.copies:
             return f"copy {piece.token}\n"
-        return cut.get(piece.token, piece.token + "\n")
+        return cut.get(piece.log, piece.token + "\n")
 
     def distrust(self, log: str) -> None:
         """A cut of this log does not hold. The second such log is one too many to trust the others."""
@@ -61,11 +67,23 @@ class Planning:
         pieces = []
         for log in self.logs.by_path.values():
             if log.is_address:
-                address = self.errands.attend(partial(look_at, log.target))
+                address = self.look_at(log)
                 self.logs.addresses[log.path] = address
                 with address.as_file() as path:
                     pieces += pieces_of(self.local([WHOLE_LOGS], {log.path: path}).decode())
         return pieces
+
+    def look_at(self, log: Log) -> Address:
+        """Of one that cannot be read and may be missing, an empty one."""
+        try:
+            address: Address = self.errands.attend(partial(look_at, log.target))
+            return address
+        except Failure as failure:
+            if not self.settings.allow_missing:
+                raise
+            self.notes.append(str(failure))
+            self.logs.unread.add(log.path)
+            return Address(0, b"", False)
 
     def plan_hosts(self) -> list[Piece]:
         if not self.logs.patterns:
@@ -101,7 +119,7 @@ class Planning:
         """Logs that lie at several places, each of which has looked for copies among its own."""
         alike: dict[tuple[int, str], list[Piece]] = defaultdict(list)
         for piece in self.whole:
-            if piece.proof.strip("0") and piece.log:
+            if piece.proof.strip("0") and piece.log and piece.log not in self.logs.unread:
                 alike[piece.size, piece.proof].append(piece)
         twins = [group for group in alike.values() if len({self.place_of(piece) for piece in group}) > 1]
         hashes = self.collect(
@@ -124,15 +142,48 @@ class Planning:
 
     # ---- Cutting ----
 
-    def cut(self) -> dict[Hashable, str]:
-        """Lines of the pieces of each large log, by the line of the whole one."""
+    def cut(self) -> dict[str, str]:
+        """Lines of the pieces of each large log, by its path."""
+        groups = self.groups()
+        cut: list[Piece] = []
         errands = []
+        for group in groups:
+            host, exact = self.logs.host_of(group[0].log), group[0].log in self.distrusted
+            step, inputs = self.logs.cutting(group, self.size, exact)
+            if step == "plan" and not host and not exact and len(groups) == 1:
+                cut += pieces_of(self.local(inputs[0], inputs[1], inputs[2].encode()).decode())
+            else:
+                errands.append(Errand(group[0].token, step, inputs, host))
+        found = self.collect(errands, lambda key: f"planning {self.logs.name_of(pieces_of(str(key))[0].log)}")
+        for lines in found.values():
+            cut += pieces_of(lines)
+        by_path: dict[str, str] = defaultdict(str)
+        for piece in cut:
+            by_path[piece.log] += piece.token + "\n"
+        return by_path
+
+    def groups(self) -> list[list[Piece]]:
+        """Logs that are to be cut, those of one host together, as long as the places to look at are few."""
+        groups: list[list[Piece]] = []
+        room: dict[str, int] = {}  # in the last group of a host
+        last: dict[str, list[Piece]] = {}
         for piece in self.whole:
-            if piece.weight > self.size and piece.token not in self.copies:
-                way = self.logs.cutting(piece, even_size(piece.size, self.size), piece.log in self.distrusted)
-                if way is not None:
-                    errands.append(Errand(piece.token, *way, self.logs.host_of(piece.log)))
-        return self.collect(errands, lambda key: f"planning {self.logs.name_of(pieces_of(str(key))[0].log)}")
+            if piece.weight <= self.size or piece.token in self.copies:
+                continue
+            address = self.logs.addresses.get(piece.log)
+            exact = piece.log in self.distrusted
+            if address is not None and (exact or not address.divisible):
+                continue  # read as a whole it would have been sent, and could as well be counted
+            if address is not None or exact:
+                groups.append([piece])
+                continue
+            host, places = self.logs.host_of(piece.log), piece.size // self.size
+            if room.get(host, 0) < places:
+                room[host], last[host] = max(PLACES_AT_ONCE, places), []
+                groups.append(last[host])
+            room[host] -= places
+            last[host].append(piece)
+        return groups
 
     # ---- Tasks ----
 

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import os
+import socket
 import tempfile
 from collections.abc import Iterable, Iterator
 from typing import Any
@@ -36,9 +37,27 @@ def file_system(address: str) -> tuple[Any, str]:
     return system, path
 
 
+def reason_of(address: str, error: BaseException | None) -> str:
+    """What libraries say of the network, or of the file, down to where it began; some say no more than the address."""
+    told = ""
+    while error is not None:
+        lines = [line for line in str(error).splitlines() if line and address not in line]
+        status, cause = getattr(error, "status", 0), getattr(error, "os_error", error)
+        if isinstance(status, int) and status >= 400:
+            return f"the server answers {status} {getattr(error, 'message', '')}".rstrip()
+        if isinstance(cause, socket.gaierror):
+            return "there is no such host"
+        if isinstance(cause, OSError) and cause.errno:
+            return os.strerror(cause.errno)
+        if isinstance(error, FileNotFoundError):
+            lines = lines or ["there is no such log"]
+        told = lines[0] if lines else told or type(error).__name__
+        error = error.__cause__ or error.__context__
+    return told
+
+
 def why(address: str, error: Exception) -> RuntimeError:
-    told = str(error).splitlines()[:1]
-    return RuntimeError("orvellis", f"cannot read {address}: {told[0] if told and told[0] else type(error).__name__}")
+    return RuntimeError("orvellis", f"cannot read {address}: {reason_of(address, error)}")
 
 
 def whole(address: str, most: int = 1 << 62) -> Iterator[bytes]:

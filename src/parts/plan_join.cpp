@@ -38,12 +38,6 @@ static bool IsWithinLog(const PlanJoin& join) {
   return join.any && join.last.to != kNoStop;
 }
 
-static bool GoesOn(const LogPiece& last, const LogPiece& next) {
-  return next.plan == last.plan && next.of == last.of && next.number == last.number + 1 &&
-         next.place == last.place && next.path == last.path && next.size == last.size &&
-         next.from == last.to && next.copies.empty() && next.unopened.empty();
-}
-
 static bool IsNext(const PlanJoin& join, const LogPiece& line) {
   if (IsWithinLog(join)) {
     return GoesOn(join.last, line);

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <new>
 #include <string>
+#include <vector>
 
 #include "analysis/driver.h"
 #include "analysis/resolve_item.h"
@@ -130,10 +131,11 @@ static bool CanStandBehindOthers() {
 
 // ---- Pieces ----
 
-static bool CountPiece(const PartRun& run) {
+static bool CountPieces(const PartRun& run) {
   const bool missing = run.settings.missing;
-  const LogPiece* const piece = missing ? KnownPiece(run.settings) : PieceAsPlanned(run.settings);
-  if (piece == nullptr) {
+  const std::vector<LogPiece>* const pieces =
+      missing ? KnownPieces(run.settings) : PiecesAsPlanned(run.settings);
+  if (pieces == nullptr) {
     return false;
   }
   if (run.settings.part == nullptr) {
@@ -141,15 +143,18 @@ static bool CountPiece(const PartRun& run) {
   }
   Analysis analysis{};
   BeginAdding(run.settings, run.counting, analysis, NoteEvents(run.settings));
+  bool read = true;
   if (missing) {
-    MissPiece(*piece);
+    MissPieces(*pieces);
     CollectLogFigures(run.settings, analysis);
   } else {
-    TakePiece(*piece);
+    TakePieces(*pieces);
     CountRecords(run.settings, analysis);
+    read = AllBytesCame(pieces->front());
     CountGivenLines();
   }
-  const bool made = AllIsThere() && WritePart(run, ResolveRules(run.settings, run.counting), analysis);
+  const bool made =
+      read && AllIsThere() && WritePart(run, ResolveRules(run.settings, run.counting), analysis);
   EndAnalysis(analysis);
   return made;
 }
@@ -421,6 +426,6 @@ bool MakePartOrPage(const PartRun& run) {
   const Settings& settings = run.settings;
   return settings.merge != nullptr   ? MergeParts(run)
          : settings.plan != nullptr  ? PrintPlan(run)
-         : settings.piece != nullptr ? CountPiece(run)
+         : settings.piece != nullptr ? CountPieces(run)
                                      : CountPart(run);
 }

@@ -1,5 +1,6 @@
 #include "run/plan_run.h"
 
+#include <algorithm>
 #include <cinttypes>
 #include <cstdio>
 #include <string>
@@ -58,14 +59,16 @@ static bool PlanLogs(const PartRun& run, const WantedPieces& wanted) {
   return printed;
 }
 
-static bool PlanPiece(const PartRun& run, const WantedPieces& wanted) {
-  const LogPiece* const piece = PieceAsPlanned(run.settings);
-  if (piece == nullptr) {
+static bool PlanGivenPieces(const PartRun& run, const WantedPieces& wanted) {
+  const std::vector<LogPiece>* const pieces = PiecesAsPlanned(run.settings);
+  if (pieces == nullptr) {
     return false;
   }
   Analysis analysis{};
   BeginAdding(run.settings, run.counting, analysis, kPartWriter.told(run.settings));
-  const bool printed = PrintPieces(CutPiece(*piece, wanted.size, wanted.cuts));
+  const bool printed = std::all_of(pieces->begin(), pieces->end(), [&](const LogPiece& piece) {
+    return PrintPieces(CutPiece(piece, wanted.size, wanted.cuts));
+  });
   EndAnalysis(analysis);
   return printed;
 }
@@ -135,5 +138,5 @@ bool PrintPlan(const PartRun& run) {
   if (wanted.size == 0) {
     return Refuse("plan= wants a size, such as 64M");
   }
-  return run.settings.piece == nullptr ? PlanLogs(run, wanted) : PlanPiece(run, wanted);
+  return run.settings.piece == nullptr ? PlanLogs(run, wanted) : PlanGivenPieces(run, wanted);
 }

@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <string_view>
 
 #include "analysis/look_ups.h"
 #include "analysis/rules.h"
@@ -85,15 +86,18 @@ static void PrepareForBytes(const PathsToAllow& paths, const Settings& settings,
   }
 }
 
-static void AllowPiece(PathsToAllow& paths, const Settings& settings) {
-  const LogPiece* const piece = GivenPiece(settings);
-  if (piece == nullptr || piece->path.empty() || settings.missing) {
-    return;
-  }
-  if (settings.stream != nullptr) {
-    PrepareForBytes(paths, settings, *piece);
-  } else {
-    AllowLog(&paths, piece->path.c_str(), true);
+static void AllowPieces(PathsToAllow& paths, const Settings& settings) {
+  std::string_view last;
+  for (const LogPiece& piece : GivenPieces(settings)) {
+    if (piece.path.empty() || settings.missing) {
+      continue;
+    }
+    if (settings.stream != nullptr) {
+      PrepareForBytes(paths, settings, piece);
+    } else if (piece.path != last) {
+      AllowLog(&paths, piece.path.c_str(), true);
+    }
+    last = piece.path;
   }
 }
 
@@ -152,7 +156,7 @@ static int GiveUpFiles(const Settings& settings) {
   Landlock& landlock = paths.landlock;
   paths.landlocked = BeginLandlock(landlock);
   if (settings.piece != nullptr) {
-    AllowPiece(paths, settings);
+    AllowPieces(paths, settings);
   } else if (settings.merge == nullptr && !JoinsPlans(settings)) {
     SuperLog_FindAhead(settings, {.context = &paths, .log = AllowLog, .summary = AllowSummary});
   }

@@ -32,6 +32,16 @@ inline int64_t CountByte(const char* from, const char* end, char c) {
   return count;
 }
 
+// Of both kinds.
+struct LineEnds {
+  int64_t lfs;
+  int64_t crs;
+};
+
+inline LineEnds CountLineEnds(const char* from, const char* end) {
+  return {CountByte(from, end, '\n'), CountByte(from, end, '\r')};
+}
+
 // Both search [from, end) and return end when they find nothing. Char is char or
 // const char.
 

@@ -30,6 +30,7 @@ LineQuotes mLineQuotes = {};
 // The open file. Of a compressed one, which is read by others, no more is done with it than to close it.
 static int mhFile = -1;
 static bool mIsRegularFile = false;
+static bool mIsStreamed = false;  // it comes by a stream, and the file is empty
 static PackFormat mPackFormat = PackFormat::kNone;
 static bool mUnpackedToEnd = false;
 static bool mUnpacks = false;
@@ -63,10 +64,6 @@ static Reading mReading;
 static std::vector<ContentHash> mWindowHashes;
 static const ContentKey* mpWindowKey = nullptr;
 
-struct LineEnds {
-  int64_t lfs;
-  int64_t crs;
-};
 static LineEnds mUnpackedEnds;  // up to the end of the window: what is unpacked cannot be read again
 
 // Marks of what was unread when the window was read, and the first of them that the reading may not have
@@ -115,6 +112,7 @@ bool OpenLog(const char* path) {
   const OpenedFile opened = OpenLogFile(path);
   mhFile = opened.file;
   mIsRegularFile = opened.kind == FileKind::kRegular;
+  mIsStreamed = IsStreamed(path);
   UnpackIfPacked();
   return IsLogOpen();
 }
@@ -134,7 +132,7 @@ static UnpackEnd CloseFile() {
 UnpackEnd CloseLog() {
   const UnpackEnd end = CloseFile();
   mhFile = -1;
-  mIsRegularFile = false;
+  mIsRegularFile = mIsStreamed = false;
   mPackFormat = PackFormat::kNone;
   mUnpackedToEnd = false;
   mpBigBufCurPos = mpBigBufLastPos = mpCountedTo = mpWindow;
@@ -188,6 +186,9 @@ static ssize_t ReadSomeAt(char* dst, size_t size, int64_t offset) {
   if (IsReadAhead(offset)) {
     const std::string_view far = {mFarBuf, mFarSize};
     return static_cast<ssize_t>(far.copy(dst, size, static_cast<size_t>(offset - mFarOffset)));
+  }
+  if (mIsStreamed) {
+    return static_cast<ssize_t>(ReadStreamed(dst, size, offset));
   }
   return mPackFormat == PackFormat::kNone ? pread(mhFile, dst, size, offset)
                                           : static_cast<ssize_t>(ReadUnpacked(dst, size));
@@ -274,10 +275,6 @@ static void HashWindow(size_t size) {
   }
 }
 
-static LineEnds CountLineEnds(const char* from, const char* to) {
-  return {CountByte(from, to, kLf), CountByte(from, to, kCr)};
-}
-
 // CRs end lines of a log without any LF before.
 static void CountUnpackedEnds(const char* from, const char* to) {
   mUnpackedEnds.crs += mUnpackedEnds.lfs == 0 ? CountByte(from, to, kCr) : 0;
@@ -349,6 +346,9 @@ static bool RefreshBigBuf() {
 
 // The first byte from there on that is no part of a hole, as far as that is known.
 static int64_t DataFrom(int64_t offset) {
+  if (mIsStreamed) {
+    return StreamedFrom(offset);
+  }
   const bool may_seek = mIsRegularFile && mPackFormat == PackFormat::kNone;
   return may_seek ? std::max<int64_t>(offset, lseek(mhFile, offset, SEEK_DATA)) : offset;
 }
@@ -521,6 +521,9 @@ static LineEnds CountLineEndsBefore(int64_t position) {
 
 // Those that the reading has passed.
 static LineEnds LineEndsPassed() {
+  if (mIsStreamed) {
+    return StreamedEndsBefore(NextLineOffset());
+  }
   if (mPackFormat == PackFormat::kNone) {
     return CountLineEndsBefore(NextLineOffset());
   }

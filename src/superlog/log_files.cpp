@@ -466,7 +466,8 @@ static bool OpenWhole(LogFile& log) {
     log.unopened = log.plain;
     return false;
   }
-  if (IsUnpackedCopy(log)) {
+  // Of pieces, whoever has made the plan has looked for copies.
+  if (!ArePiecesOfAPlan() && IsUnpackedCopy(log)) {
     return false;
   }
   if (known) {

@@ -29,6 +29,20 @@ static void AddToPlan(ContentHash& hash, const LogPiece& piece) {
   hash = AddBlock(kPlanKey, hash, reinterpret_cast<const char*>(figures), sizeof figures);
 }
 
+// Of a log that comes by a stream the length shows in the end.
+static bool IsAsLarge(int file, const LogPiece& piece) {
+  struct stat status {};
+  return IsStreamed(piece.path.c_str()) ||
+         (fstat(file, &status) == 0 && static_cast<uint64_t>(status.st_size) >= piece.size);
+}
+
+static bool ReadAllAt(int file, const LogPiece& piece, char* bytes, size_t size, int64_t offset) {
+  if (IsStreamed(piece.path.c_str())) {
+    return ReadStreamed(bytes, size, offset) == size;
+  }
+  return pread(file, bytes, size, offset) == static_cast<ssize_t>(size);
+}
+
 // Of the first bytes of a log and of those before the piece. 0 where they cannot be read, or the log is
 // smaller than it was.
 static uint64_t ProofOf(const LogPiece& piece) {
@@ -38,13 +52,10 @@ static uint64_t ProofOf(const LogPiece& piece) {
     return 0;
   }
   char bytes[2 * kMost];
-  struct stat status {};
   const uint64_t first = std::min(piece.size, kMost);
   const uint64_t before = std::min(static_cast<uint64_t>(piece.from), kMost);
-  const bool read = fstat(file, &status) == 0 && static_cast<uint64_t>(status.st_size) >= piece.size &&
-                    pread(file, bytes, first, 0) == static_cast<ssize_t>(first) &&
-                    pread(file, bytes + first, before, piece.from - static_cast<int64_t>(before)) ==
-                        static_cast<ssize_t>(before);
+  const bool read = IsAsLarge(file, piece) && ReadAllAt(file, piece, bytes, first, 0) &&
+                    ReadAllAt(file, piece, bytes + first, before, piece.from - static_cast<int64_t>(before));
   close(file);
   return read ? AddBlock(kPlanKey, {}, bytes, first + before).low : 0;
 }
@@ -114,7 +125,23 @@ std::vector<LogPiece> PlanPieces(uint64_t size, Cuts cuts) {
   return plan;
 }
 
-// ---- A piece ----
+// ---- Pieces that come next ----
+
+bool GoesOn(const LogPiece& last, const LogPiece& next) {
+  return next.plan == last.plan && next.of == last.of && next.number == last.number + 1 &&
+         next.place == last.place && next.path == last.path && next.size == last.size &&
+         next.from == last.to && next.copies.empty() && next.unopened.empty();
+}
+
+bool IsNextPiece(const LogPiece& last, const LogPiece& next) {
+  if (last.to != kNoStop) {
+    return next.count == last.count && GoesOn(last, next);
+  }
+  return next.plan == last.plan && next.count == last.count && next.number == last.number + 1 &&
+         next.from == 0 && !next.path.empty() && !last.path.empty();
+}
+
+// ---- Taking them ----
 
 struct Pieces {
   bool any;
@@ -125,7 +152,7 @@ struct Pieces {
   ShareStates states;
 };
 static Pieces mPieces;
-static bool mMissed = false;     // the piece could not be read
+static bool mMissed = false;     // the pieces could not be read
 static bool mAdded = false;      // pieces, or what is none of a plan, were added
 static bool mContinues = false;  // what was added last begins within a log
 
@@ -151,22 +178,32 @@ static void AddToList(const LogPiece& piece) {
     copy.size = piece.size;
     copy.state = kSeenOnDisk;
     copy.plain = true;
-    copy.original = mpLogsRoot;
+    copy.original = FindLog(log.name);
     LogsListAdd(copy);
   }
 }
 
-void TakePiece(const LogPiece& piece) {
+static LogPlace EndOf(const LogPiece& piece) {
+  const LogFile* const log = FindLog(piece.path.c_str());
+  const size_t place = log == nullptr ? 0 : log->place;
+  return piece.to == kNoStop ? LogPlace{place + 1, 0} : LogPlace{place, piece.to};
+}
+
+void TakePieces(const std::vector<LogPiece>& pieces) {
+  const LogPiece& first = pieces.front();
   ForgetPieces();
-  mPieces = {true, piece.plan, piece.count, piece.number, piece.number + 1, {}};
-  for (const std::string& path : piece.unopened) {
-    NoteLogNotOpened(path.c_str());
+  mPieces = {true, first.plan, first.count, first.number, pieces.back().number + 1, {}};
+  for (const LogPiece& piece : pieces) {
+    for (const std::string& path : piece.unopened) {
+      NoteLogNotOpened(path.c_str());
+    }
+    if (!piece.path.empty()) {
+      AddToList(piece);
+    }
   }
-  if (!piece.path.empty()) {
-    AddToList(piece);
-  }
-  const LogPlace behind = piece.to == kNoStop ? LogPlace{1, 0} : LogPlace{0, piece.to};
-  TakeShare({{0, piece.from, piece.lead}, behind}, piece.before);
+  const LogFile* const log = FindLog(first.path.c_str());
+  const LogPlace begin{log == nullptr ? 0 : log->place, first.from, first.lead};
+  TakeShare({begin, EndOf(pieces.back())}, first.before);
 }
 
 void CountGivenLines() {
@@ -187,14 +224,17 @@ static uint64_t BytesOf(const LogPiece& piece) {
   return to - std::min(from, to);
 }
 
-void MissPiece(const LogPiece& piece) {
-  TakePiece(piece);
+void MissPieces(const std::vector<LogPiece>& pieces) {
+  TakePieces(pieces);
   mMissed = true;
   mPieces.states = StatesOfShare();
   mPieces.states.alone = mPieces.states.lost = true;
-  if (mpLogsRoot != nullptr) {
-    mpLogsRoot->missing = true;
-    mpLogsRoot->missing_bytes = BytesOf(piece);
+  for (const LogPiece& piece : pieces) {
+    LogFile* const log = FindLog(piece.path.c_str());
+    if (log != nullptr) {
+      log->missing = true;
+      log->missing_bytes += BytesOf(piece);
+    }
   }
 }
 
@@ -215,10 +255,10 @@ static void CutLast(std::vector<LogPiece>& pieces, const LogPlace& place) {
 std::vector<LogPiece> CutPiece(const LogPiece& piece, uint64_t size, Cuts cuts) {
   std::vector<LogPiece> pieces{piece};
   pieces[0].of = piece.of == 0 ? piece.plan : piece.of;
-  TakePiece(piece);
+  TakePieces({piece});
   SuperLog_AskFor({});
   if (!piece.path.empty()) {
-    for (const LogShare& share : CutLog(*mpLogsRoot, size, cuts)) {
+    for (const LogShare& share : CutLog(*FindLog(piece.path.c_str()), size, cuts)) {
       if (share.from.offset > piece.from && share.from.offset < piece.to) {
         CutLast(pieces, share.from);
       }

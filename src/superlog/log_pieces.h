@@ -48,22 +48,28 @@ enum class Cuts {
 std::vector<LogPiece> PlanPieces(uint64_t size, Cuts cuts = Cuts::kProven);
 
 // Divides one piece of a plan, whose log is as planned, into pieces that are a plan of their own. Behind
-// SuperLog_InitWithoutLogs.
+// SuperLog_InitWithoutLogs; one piece after the other, where they are of several logs.
 std::vector<LogPiece> CutPiece(const LogPiece& piece, uint64_t size, Cuts cuts);
 
 // Makes pieces one plan, in their order.
 void NumberPieces(std::vector<LogPiece>& plan);
 
+// Whether the second of two pieces goes on in the log where the first one ends; and whether it comes next in
+// their plan, there or with another log.
+bool GoesOn(const LogPiece& last, const LogPiece& next);
+bool IsNextPiece(const LogPiece& last, const LogPiece& next);
+
 // Whether its log is the one that the plan has found, as far as its size and its proof tell; true of a piece
 // without one. There may be more lines behind the end of the log.
 bool IsAsPlanned(const LogPiece& piece);
 
-// From here on that piece is all that there is to be read; behind SuperLog_InitWithoutLogs.
-void TakePiece(const LogPiece& piece);
+// From here on those pieces, of which there is one and each comes next behind the one before it, are all that
+// there is to be read; behind SuperLog_InitWithoutLogs. They are read as one stretch of the logs of the plan.
+void TakePieces(const std::vector<LogPiece>& pieces);
 
-// The same of a piece that nobody can read: there is nothing to be read, and the bytes of its log are
+// The same of pieces that nobody can read: there is nothing to be read, and the bytes of their logs are
 // missing.
-void MissPiece(const LogPiece& piece);
+void MissPieces(const std::vector<LogPiece>& pieces);
 
 // Behind the last line of a piece whose log was given by a stream (given_log.h): nobody knows here how many
 // lines come before it, so that they are numbered from its beginning on.

@@ -5,7 +5,7 @@ the counts are merged, and the page must be the same bytes as that of one run.
     parts_check.py PROGRAM PROJECT [CASE...]
 
 Every case of a shell that has logs is asked in both editions: with a part of each log; where it has one log, with that
-cut into three; with the pieces of a plan; and with those of a plan that was made without reading the logs: in the modern
+cut into three; with the pieces of a plan, of which a run counts one, two or three; and with those of a plan that was made without reading the logs: in the modern
 edition of one that names whole logs, which are cut one by one, and joined, and their bytes come by standard input. Such
 a plan may not hold; then the other one does. Parts are merged one by one, through standard input, and as a tree. A run may refuse
 to be divided, for one of the reasons below and never for another; then nothing may be printed. Parts of logs are added
@@ -15,6 +15,7 @@ import collections
 import concurrent.futures
 import fnmatch
 import glob
+import itertools
 import os
 import pathlib
 import re
@@ -179,8 +180,13 @@ def plan_in_steps(case):
     return done if done[0] != 0 or done[2] else case.run(folder, [b"plan=-"], lines)
 
 
+def count_some(case, pieces, part):
+    """By standard input, in a folder that pieces share: they leave nothing there."""
+    return case.run(case.folder / "counting", [b"piece=-", b"part=" + os.fsencode(part)], b"\n".join(pieces))
+
+
 def count_piece(case, piece, part, by_stream):
-    """In a folder that pieces share: they leave nothing there. A log that comes by a stream lies in another one."""
+    """A log that comes by a stream lies in another folder."""
     words = [b"piece=" + piece, b"part=" + os.fsencode(part)]
     path = os.fsdecode(piece_bytes.path_of(piece))
     log = case.folder / "planning" / path
@@ -197,11 +203,18 @@ def count_pieces(case, make_plan):
         return None, refused((status, plan, said)) or f"planning: {status, said}"
     parts = []
     case.make("counting")
-    for number, piece in enumerate(plan.splitlines()):
-        part = case.folder / f"{number:04}.part"
-        done = count_piece(case, piece, part, make_plan == plan_in_steps and case.edition == b"modern")
+    left = plan.splitlines()
+    at_once = itertools.cycle((1, 2, 3) if make_plan == plan_at_once else (1,))
+    while left:
+        part = case.folder / f"{len(parts):04}.part"
+        number = next(at_once)
+        some, left = left[:number], left[number:]
+        if number > 1:
+            done = count_some(case, some, part)
+        else:
+            done = count_piece(case, some[0], part, make_plan == plan_in_steps and case.edition == b"modern")
         if done != (0, b"", b""):
-            return None, refused(done) or f"counting {piece}: {done}"
+            return None, refused(done) or f"counting {some}: {done}"
         parts.append(part)
     return parts, None
 

@@ -112,9 +112,28 @@ class Addresses(ClusterTest):
         self.expect_page(wanted, self.at("", "small.log"), self.at("", "twin.log"))
 
     def test_what_cannot_be_read(self) -> None:
-        for address in (self.at("", "absent.log"), self.at("/secret", "large.log"), "http://127.0.0.1:1/x", "nothing://x/y"):
+        for address, reason in (
+            (self.at("", "absent.log"), "the server answers 404 Not Found$"),
+            (self.at("/secret", "large.log"), "the server answers 403 Forbidden$"),
+            ("http://127.0.0.1:1/x", "Connection refused$"),
+            ("http://nowhere.invalid/x", "there is no such host$"),
+            (f"file://{self.folder}/absent.log", "No such file or directory$"),
+            ("nothing://x/y", "Protocol not known"),
+        ):
             with self.subTest(address):
-                self.expect_sentence(f"cannot read {address}: ", address)
+                self.expect_sentence(f"cannot read {address}: {reason}", address)
+
+    def test_a_page_that_tells_which_could_not_be_read(self) -> None:
+        absent, refused = self.at("", "absent.log"), "http://127.0.0.1:1/x.log"
+        status, output, errors = self.run_cluster("--allow-missing", "--text", absent, self.at("", "small.log"), refused)
+        self.assertEqual(status, 0, errors)
+        self.assertRegex(output, r"Requests +50\n")
+        told = " ".join(output.split())
+        self.assertIn("absent.log is missing", told)
+        self.assertIn("x.log is missing", told)
+        self.assertIn(f"cannot read {absent}: the server answers 404", errors)
+        self.assertIn(f"cannot read {refused}: Connection refused", errors)
+        self.expect_nothing_left()
 
     def test_a_log_that_becomes_shorter(self) -> None:
         cluster = self.cluster()

@@ -3,6 +3,7 @@
 
 from __future__ import annotations
 
+import gzip
 import shutil
 import subprocess
 import unittest
@@ -69,6 +70,17 @@ class OnHosts(ClusterTest):
         wanted = self.plain(self.folder / "named")
         self.assertIn("requests=3500 ", wanted)
         self.expect_page(wanted, *self.run_of())
+
+    def test_a_log_that_one_host_has_packed_counts_twice(self) -> None:
+        for number in (2, 3):
+            self.log_of(number, "access.log", 500, 1)
+            self.add_host(number)
+        log = self.folder / "web3" / "access.log"
+        log.with_name("access.log.gz").write_bytes(gzip.compress(log.read_bytes(), mtime=0))
+        log.unlink()
+        status, output, errors = self.run_cluster("--text", *self.run_of())
+        self.assertEqual(status, 0, errors)
+        self.assertRegex(output, r"Requests +1,000\n")
 
     def test_the_only_worker_of_a_host_dies(self) -> None:
         self.workers_die = True

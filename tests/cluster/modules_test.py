@@ -18,7 +18,7 @@ from pathlib import Path
 from support import PROGRAM, SOURCE
 
 from orvellis_cluster import command, logs, plan, progress, settings, streams, tasks, told
-from orvellis_cluster.adding import Tree
+from orvellis_cluster.adding import Node, Row
 from orvellis_cluster.addresses import Address, look_at
 from orvellis_cluster.counting import Counting, Line
 from orvellis_cluster.errands import MORE_TRIES, Errand, Errands, Outcome
@@ -127,8 +127,9 @@ class Plans(unittest.TestCase):
 
     def test_sizes_of_pieces(self) -> None:
         self.assertEqual(plan.fitting_size(1 << 20, 4), 64 << 20)
-        self.assertEqual(plan.fitting_size(4 << 30, 4), 128 << 20)
+        self.assertEqual(plan.fitting_size(32 << 30, 4), 128 << 20)
         self.assertEqual(plan.fitting_size(1 << 46, 4), 256 << 20)
+        self.assertEqual([plan.largest_task(total) for total in (1, 1 << 40, 10**14)], [256 << 20, 256 << 20, 2 * 10**9])
 
     def test_pieces_of_a_log_are_even(self) -> None:
         for log, size, pieces in ((430, 215, 2), (431, 215, 2), (500, 215, 2), (560, 215, 3), (300, 215, 1), (100, 215, 1)):
@@ -163,63 +164,130 @@ class Names(unittest.TestCase):
         self.assertEqual(found.told("logs/000004.log is gone, not logs/000009.log"), "web2:/l/x is gone, not logs/000009.log")
 
 
-class Trees(unittest.TestCase):
-    def test_every_piece_is_added_once_and_in_order(self) -> None:
-        for pieces in (1, 2, 16, 17, 255, 256, 257, 1000):
-            tree, chance = Tree(pieces), random.Random(pieces)
-            parts = {(0, n): [n] for n in range(pieces)}
-            waiting, ready = list(parts), []
-            chance.shuffle(waiting)
-            held = 0
-            while tree.root not in parts or waiting:
-                node = ready.pop() if ready else waiting.pop()
-                if node[0] > 0:
-                    parts[node] = [leaf for child in tree.children(node) for leaf in parts[child]]
-                    self.assertLessEqual(len(tree.children(node)), 16)
-                    tree.used(node)
-                following = tree.finished(node)
-                if following:
-                    ready.append(following)
-                held = max(held, len(tree.there))
-            self.assertEqual(parts[tree.root], list(range(pieces)))
-            self.assertEqual(list(tree.leaves(tree.root)), list(range(pieces)))
+class Rows(unittest.TestCase):
+    def add_all(self, came: list[Node], chance: random.Random) -> tuple[int, int, int]:
+        """Adds parts that come in this order, sums at any time; how many sums there were, how many parts waited at
+        most, and how many were added behind the last one that came."""
+        row, parts, ready = Row(max(node[1] for node in came)), {}, []
+        left, sums, waited, last = len(came), 0, 0, 0
+        while came or ready:
+            if ready and (not came or chance.randrange(2)):
+                node = ready.pop(chance.randrange(len(ready)))
+                parts[node] = [leaf for child in row.sums[node] for leaf in parts.pop(child)]
+                sums += 1
+            else:
+                node, left = came.pop(0), left - 1
+                parts[node] = list(range(*node))
+            children = row.came(node, left)
+            if children:
+                self.assertLessEqual(len(children), 16)
+                ready.append(row.begin_sum(children))
+                last = len(children) if left == 0 else 0
+            waited = max(waited, len(parts))
+        self.assertEqual(parts, {row.whole: list(range(*row.whole))})
+        return sums, waited, last
 
-    def test_few_parts_wait_when_they_come_in_order(self) -> None:
-        tree, held = Tree(10_000), 0
-        for number in range(10_000):
-            node = tree.finished((0, number))
-            while node:
-                tree.used(node)
-                node = tree.finished(node)
-            held = max(held, len(tree.there))
-        self.assertLessEqual(held, 16 * 4)
+    def stretches(self, tasks: int, chance: random.Random) -> list[Node]:
+        ends = sorted(chance.sample(range(1, 3 * tasks), tasks - 1)) + [3 * tasks]
+        return list(zip([0, *ends], ends))
+
+    def test_every_piece_is_added_once_and_in_order(self) -> None:
+        for tasks in (1, 2, 3, 16, 17, 255, 256, 257, 1000):
+            chance = random.Random(tasks)
+            came = self.stretches(tasks, chance)
+            chance.shuffle(came)
+            self.add_all(came, chance)
+
+    def test_few_parts_wait_when_they_come_nearly_in_order(self) -> None:
+        chance = random.Random(1)
+        came = self.stretches(10_000, chance)
+        for _ in range(3000):
+            at = chance.randrange(9_990)
+            came[at], came[at + 9] = came[at + 9], came[at]
+        sums, waited, last = self.add_all(came, chance)
+        self.assertLess(waited, 250)
+        self.assertLess(sums, 900)
+
+    def test_little_is_left_to_be_added_behind_the_last_one(self) -> None:
+        for tasks in range(2, 200):
+            row = Row(tasks)
+            for number in range(tasks):
+                children = row.came((number, number + 1), tasks - 1 - number)
+                while children:
+                    last = len(children)
+                    children = row.came(row.begin_sum(children), tasks - 1 - number)
+            self.assertEqual(list(row.begins.values()), [row.whole])
+            self.assertLessEqual(last, 9, tasks)
 
     def test_a_lost_part_is_waited_for(self) -> None:
-        tree = Tree(2)
-        tree.finished((0, 0))
-        tree.lost((0, 0))
-        self.assertIsNone(tree.finished((0, 1)))
-        self.assertEqual(tree.finished((0, 0)), (1, 0))
+        row = Row(2)
+        self.assertEqual(row.came((0, 1), 1), [])
+        row.lost((0, 1))
+        self.assertEqual(row.came((1, 2), 1), [])
+        self.assertEqual(row.came((0, 1), 0), [(0, 1), (1, 2)])
+
+    def test_parts_of_a_sum_that_is_given_up_are_there(self) -> None:
+        row = Row(2)
+        row.came((0, 1), 1)
+        node = row.begin_sum(row.came((1, 2), 0))
+        self.assertEqual((node, row.sum_of((1, 2)), row.begins), ((0, 2), (0, 2), {}))
+        row.give_up_sum(node)
+        self.assertIsNone(row.sum_of((1, 2)))
+        row.lost((1, 2))
+        self.assertEqual(row.came((1, 2), 0), [(0, 1), (1, 2)])
 
 
 class Lines(unittest.TestCase):
+    def line(self, weights: list[int], most: int) -> Line:
+        line = Line("", weights, most)
+        line.again(range(len(weights)))
+        return line
+
     def test_no_more_than_fits_is_under_way(self) -> None:
-        line = Line("", list(range(1000)), list(range(1000)))
+        line = self.line([1] * 1000, 1)
         sent = [line.next(2) for _ in range(10)]
-        self.assertEqual(sent, [0, 1, 2, 3, None, None, None, None, None, None])
+        self.assertEqual(sent, [(0, 1), (1, 2), (2, 3), (3, 4)] + [None] * 6)
 
     def test_the_oldest_is_waited_for(self) -> None:
-        line = Line("", list(range(1000)), list(range(1000)))
-        self.assertEqual(line.next(1), 0)
-        last = 0
-        while (index := line.next(1)) is not None:
-            last = index
-            line.done(index)
-        self.assertEqual(last, 63)
-        line.done(0)
-        self.assertEqual(line.next(1), 64)
-        line.again(0)
-        self.assertEqual(line.next(1), 0)
+        line = self.line([1] * 1000, 1)
+        self.assertEqual(line.next(1), (0, 1))
+        last = None
+        while (node := line.next(1)) is not None:
+            last = node
+            del line.open[node]
+        self.assertEqual(last, (63, 64))
+        del line.open[0, 1]
+        line.again(range(1))
+        self.assertEqual(line.next(1), (0, 1))
+        self.assertEqual(line.next(1), (64, 65))
+
+    def take_all(self, line: Line, threads: int) -> list[Node]:
+        taken = []
+        while (node := line.next(threads)) is not None:
+            taken.append(node)
+            del line.open[node]
+        return taken
+
+    def test_small_pieces_are_counted_together(self) -> None:
+        megabyte = 1 << 20
+        line = self.line([megabyte] * 100 + [300 * megabyte] + [megabyte] * 10, 64 * megabyte)
+        self.assertEqual(self.take_all(line, 1), [(0, 64), (64, 100), (100, 101), (101, 111)])
+        self.assertEqual(line.weight, 0)
+        self.assertEqual(self.take_all(self.line([1] * 10_000, 64 * megabyte), 1), [(0, 4096), (4096, 8192), (8192, 10_000)])
+
+    def test_tasks_become_smaller_towards_the_end(self) -> None:
+        line = self.line([16 << 20] * 1000, 256 << 20)
+        sizes = [behind - first for first, behind in self.take_all(line, 8)]
+        self.assertEqual(sizes, sorted(sizes, reverse=True))
+        self.assertEqual((sizes[0], sizes[-1], sum(sizes)), (16, 2, 1000))
+
+    def test_what_is_counted_alone(self) -> None:
+        line = self.line([1] * 8, 100)
+        line.alone.update((0, 3, 4))
+        self.assertEqual(self.take_all(line, 1), [(0, 1), (1, 3), (3, 4), (4, 5), (5, 8)])
+        line.again(range(1, 3))
+        line.again(range(6, 8))
+        self.assertEqual(self.take_all(line, 1), [(1, 3), (6, 8)])
 
 
 class FakeFuture:
@@ -344,16 +412,20 @@ class Sending(unittest.TestCase):
         self.workers.fit["c:1"] = Worker("c:1", "10.0.0.3", "host-a", 1)
         self.assertEqual(self.workers.hosts(), {"10.0.0.3": "10.0.0.3", "host-a": "host-a", "host-b": "host-b"} | {"host-a": "host-a"})
 
-    def count_all(self, number: int, act) -> Counting:  # type: ignore[no-untyped-def]
+    def count_all(self, number: int, act, together: int = 1, missing: bool = False) -> Counting:  # type: ignore[no-untyped-def]
+        told_of: list[plan.Piece] = []
         lines = [plan.piece_of(f"{n + 1}/{number} log=logs/000001.log size=100 from={n} to={n + 1}") for n in range(number)]
-        counting = Counting(self.errands, self.workers, logs.Logs([logs.Log("logs/000001.log", "/l")], []), lines, False, lambda piece: None)
+        paths = logs.Logs([logs.Log("logs/000001.log", "/l")], [])
+        counting = Counting(self.errands, self.workers, paths, lines, together * (logs.OPENING + 1), missing, told_of.append)
         sent = 0
-        while counting.tree.root not in counting.parts:
+        while counting.row.whole not in counting.parts:
             counting.send_pieces()
             for future in self.client.sent[sent:]:
                 act(future)
             sent = len(self.client.sent)
             counting.take(self.errands.next())
+        self.assertEqual(sorted(piece.number for piece in told_of), list(range(1, number + 1)))
+        self.assertEqual(counting.left, 0)
         return counting
 
     def steps(self) -> Counter[str]:
@@ -361,8 +433,8 @@ class Sending(unittest.TestCase):
 
     def test_pieces_are_counted_and_added(self) -> None:
         counting = self.count_all(40, lambda future: future.end())
-        self.assertEqual(self.steps(), {"count": 40, "add": 4})
-        self.assertEqual(list(counting.parts), [counting.tree.root])
+        self.assertEqual(self.steps(), {"count": 40, "add": 5})
+        self.assertEqual(list(counting.parts), [counting.row.whole])
 
     def test_a_damaged_part_is_counted_again(self) -> None:
         damaged = [RuntimeError("orvellis", "standard input, part 2 is damaged", "a:1")]
@@ -372,6 +444,24 @@ class Sending(unittest.TestCase):
 
         self.count_all(20, act)
         self.assertEqual(self.steps(), {"count": 21, "add": 4})
+
+    def pieces_of(self, future: FakeFuture) -> list[int]:
+        return [plan.piece_of(line).number for line in str(future.inputs[2]).splitlines()] if future.inputs[1] != "add" else []
+
+    def refuse_thirteen(self, future: FakeFuture) -> None:
+        refuses = future.inputs[1] == "count" and 13 in self.pieces_of(future)
+        future.end(RuntimeError("orvellis", "the log is gone", "a:1") if refuses else None)
+
+    def test_several_that_fail_are_tried_one_by_one(self) -> None:
+        with self.assertRaisesRegex(told.Failure, r"piece 13 of 40 \(/l, bytes 12 to 13\) failed 4 times, .*the log is gone"):
+            self.count_all(40, self.refuse_thirteen, together=10)
+        tried = [pieces for future in self.client.sent if 13 in (pieces := self.pieces_of(future))]
+        self.assertEqual(tried, [list(range(11, 21)), *[[13]] * 4])
+
+    def test_only_the_one_that_fails_is_missing(self) -> None:
+        self.count_all(40, self.refuse_thirteen, together=10, missing=True)
+        self.assertEqual([self.pieces_of(future) for future in self.client.sent if future.inputs[1] == "missing"], [[13]])
+        self.assertEqual(self.steps()["count"], 4 + 10 + MORE_TRIES)
 
     def test_a_part_that_is_always_damaged_ends_the_run(self) -> None:
         def act(future: FakeFuture) -> None:

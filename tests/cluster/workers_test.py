@@ -9,7 +9,7 @@ import subprocess
 import unittest
 from pathlib import Path
 
-from support import HOLD, ONCE, PROGRAM, Cluster, ClusterTest, wait_for, when
+from support import ENVIRONMENT, HOLD, ONCE, PROGRAM, Cluster, ClusterTest, wait_for, when
 
 class Shared(ClusterTest):
     """Paths that all workers see."""
@@ -66,6 +66,9 @@ class Working(Shared):
         self.assertTrue((self.folder / "once").exists())
 
     def test_a_worker_dies_while_planning(self) -> None:
+        # Of so many places that they are not looked at by the one who asks.
+        self.logs.append(self.log("logs/access.log.3", 40000, 3, 3))
+        self.wanted = self.plain(*self.logs)
         self.lose_one('plan="*",quick ')
 
     def test_a_worker_dies_while_counting(self) -> None:
@@ -147,6 +150,18 @@ class Failing(Shared):
     def test_no_scheduler(self) -> None:
         arguments = ["--scheduler", "tcp://127.0.0.1:1", *map(str, self.logs)]
         self.expect_sentence(r"cannot reach the scheduler tcp://127\.0\.0\.1:1: ", *arguments)
+
+    def test_a_piece_that_takes_its_workers_with_it(self) -> None:
+        """Dask gives such a task up, here behind the first worker."""
+        self.workers_die = True
+        ENVIRONMENT["DASK_DISTRIBUTED__SCHEDULER__ALLOWED_FAILURES"] = "0"
+        self.addCleanup(ENVIRONMENT.pop, "DASK_DISTRIBUTED__SCHEDULER__ALLOWED_FAILURES")
+        cluster = self.cluster()
+        dying = self.wrapper("dying", when("piece=- part=- ", "mkdir $cd_to/probed 2>/dev/null || kill -9 $PPID"))
+        cluster.add("one", program=dying)
+        cluster.ready("one")
+        sentence = r"piece [0-9]+ of [0-9]+ \(.*access.log.* failed on tcp://127\.0\.0\.1:[0-9]+: the worker was lost"
+        self.expect_sentence(sentence, *self.arguments(cluster))
 
     def held_in_counting(self, cluster: Cluster) -> subprocess.Popen[str]:
         """A run whose pieces wait until there is a file named go."""

@@ -58,10 +58,10 @@ class LogPieces : public AccountLogs {
     return CutPiece(piece, size, cuts);
   }
 
-  // What a run of its own writes of a piece.
-  std::string Count(const LogPiece& piece) {
+  // What a run of its own writes of pieces that come one behind the other.
+  std::string Count(const std::vector<LogPiece>& pieces) {
     BeginWithoutLogs();
-    TakePiece(piece);
+    TakePieces(pieces);
     records_ += ReadAllLogs(kMarch, kBehind);
     EXPECT_EQ(HashBeginnings(), nullptr);
     return WrittenPart([](PartWriter& part) {
@@ -70,21 +70,23 @@ class LogPieces : public AccountLogs {
     });
   }
 
-  // What a run writes of one that nobody can read.
-  std::string Miss(const LogPiece& piece) {
+  // What a run writes of such that nobody can read.
+  std::string Miss(const std::vector<LogPiece>& pieces) {
     BeginWithoutLogs();
-    MissPiece(piece);
+    MissPieces(pieces);
     return WrittenPart([](PartWriter& part) {
       SavePieces(part);
       SaveLogs(part);
     });
   }
 
-  std::vector<std::string> CountAll(const std::vector<LogPiece>& plan) {
+  // Of each so many pieces.
+  std::vector<std::string> CountAll(const std::vector<LogPiece>& plan, size_t at_once = 1) {
     std::vector<std::string> parts;
     records_ = 0;
-    for (const LogPiece& piece : plan) {
-      parts.push_back(Count(piece));
+    for (size_t i = 0; i < plan.size(); i += at_once) {
+      const auto begin = plan.begin() + static_cast<ptrdiff_t>(i);
+      parts.push_back(Count({begin, begin + static_cast<ptrdiff_t>(std::min(at_once, plan.size() - i))}));
     }
     return parts;
   }
@@ -117,12 +119,14 @@ class LogPieces : public AccountLogs {
     const int64_t records = ReadAllLogs(kMarch, kBehind);
     const std::string states = whole() ? StatesOfLogs() : "";
     const std::vector<LogPiece> plan = Plan(size, cuts);
-    const std::vector<std::string> parts = CountAll(plan);
-    EXPECT_EQ(records_, records) << size;
-    EXPECT_EQ(Merge(parts), parts.size()) << size;
-    AddedPieces missing{};
-    EXPECT_FALSE(LacksPieces(missing));
-    EXPECT_EQ(whole() ? StatesOfLogs() : "", states) << size;
+    for (const size_t at_once : {size_t{1}, size_t{3}, plan.size()}) {
+      const std::vector<std::string> parts = CountAll(plan, at_once);
+      EXPECT_EQ(records_, records) << size;
+      EXPECT_EQ(Merge(parts), parts.size()) << size;
+      AddedPieces missing{};
+      EXPECT_FALSE(LacksPieces(missing));
+      EXPECT_EQ(whole() ? StatesOfLogs() : "", states) << size;
+    }
     return plan.size();
   }
 
@@ -502,6 +506,45 @@ TEST_F(LogPieces, DoNotFollowAChangeThatComesLater) {
   EXPECT_LT(Merge(CountAll(plan)), plan.size());
 }
 
+// ---- Several at once ----
+
+TEST_F(LogPieces, ThatAreReadAtOnceNeedNoCutThatHolds) {
+  AddLog("a.log", Lines(1000) + "!!LOG_FORMAT DATE TIME HOSTNAME URL\n" + TabLines(2000));
+  for (const bool whole : {false, true}) {
+    settings_.rules.whole_logs = whole;
+    const std::vector<LogPiece> plan = Plan(10000, Cuts::kUntried);
+    ASSERT_LT(Merge(CountAll(plan)), plan.size());
+    EXPECT_EQ(Merge(CountAll(plan, plan.size())), 1U);
+  }
+}
+
+TEST_F(LogPieces, ComeOneBehindTheOther) {
+  AddLog("a.log", Lines(100));
+  AddLog("b.log", Lines(100, "\n", "06/Mar/2000:10:00:00"));
+  const std::vector<LogPiece> plan = Plan(1000);
+  const size_t count = plan.size();
+  ASSERT_GT(count, 6U);
+  for (size_t i = 0; i < count; ++i) {
+    for (size_t j = 0; j < count; ++j) {
+      EXPECT_EQ(IsNextPiece(plan[i], plan[j]), j == i + 1) << i << " " << j;
+    }
+  }
+  const size_t behind = static_cast<size_t>(
+      std::find_if(plan.begin(), plan.end(), [](const LogPiece& piece) { return piece.to == kNoStop; }) -
+      plan.begin());
+  for (const size_t first : {size_t{0}, behind}) {  // within a log, and between two
+    const LogPiece& next = plan[first + 1];
+    for (const auto& change :
+         {+[](LogPiece& piece) { ++piece.plan; }, +[](LogPiece& piece) { ++piece.count; },
+          +[](LogPiece& piece) { ++piece.number; }, +[](LogPiece& piece) { ++piece.from; },
+          +[](LogPiece& piece) { piece.path.clear(); }}) {
+      LogPiece other = next;
+      change(other);
+      EXPECT_FALSE(IsNextPiece(plan[first], other));
+    }
+  }
+}
+
 // ---- Their counts ----
 
 class AddedLogPieces : public LogPieces {
@@ -548,7 +591,7 @@ TEST_F(AddedLogPieces, AreOfOnePlan) {
   AddLog("b.log", LinesOfMarch(21));
   const std::vector<LogPiece> other = Plan(1000);
   ASSERT_EQ(other.size(), plan_.size());
-  const std::string part = Count(other[1]);
+  const std::string part = Count({other[1]});
   BeginWithoutLogs();
   EXPECT_EQ(Add(parts_[0]).added, PiecesAdded::kAll);
   EXPECT_EQ(Add(part).added, PiecesAdded::kOtherPlan);
@@ -610,7 +653,7 @@ TEST_F(AddedLogPieces, MayBeMissing) {
   const uint64_t size = LinesOfMarch(60).size();
   for (size_t missing = 0; missing <= last; ++missing) {
     std::vector<std::string> parts = parts_;
-    parts[missing] = Miss(plan_[missing]);
+    parts[missing] = Miss({plan_[missing]});
     EXPECT_EQ(Merge(parts), parts.size());
     const LogPiece& piece = plan_[missing];
     const uint64_t bytes = std::min<uint64_t>(piece.to, piece.size) - static_cast<uint64_t>(piece.from);
@@ -626,11 +669,14 @@ TEST_F(AddedLogPieces, MayBeMissing) {
   }
   std::vector<std::string> none;
   for (const LogPiece& piece : plan_) {
-    none.push_back(Miss(piece));
+    none.push_back(Miss({piece}));
   }
-  EXPECT_EQ(Merge(none), none.size());
-  EXPECT_EQ(StateOf(a).missing_bytes, size);
-  EXPECT_EQ(StateOf(a).records.count, 0);
+  for (const std::vector<std::string>& all : {none, {Miss(plan_)}}) {
+    EXPECT_EQ(Merge(all), all.size());
+    EXPECT_EQ(StateOf(a).missing_bytes, size);
+    EXPECT_EQ(StateOf(a).records.count, 0);
+    EXPECT_EQ(StateOf(PathOf("b.log")).missing_bytes, Lines(20).size());
+  }
 }
 
 TEST_F(LogPieces, FollowMissingOnesWhateverTheseHold) {
@@ -639,10 +685,10 @@ TEST_F(LogPieces, FollowMissingOnesWhateverTheseHold) {
   std::vector<std::string> parts = CountAll(plan);
   const size_t apart = Merge(parts);
   ASSERT_LT(apart, plan.size());
-  parts[apart - 1] = Miss(plan[apart - 1]);
+  parts[apart - 1] = Miss({plan[apart - 1]});
   EXPECT_GT(Merge(parts), apart);
   parts = CountAll(plan);
-  parts[apart] = Miss(plan[apart]);
+  parts[apart] = Miss({plan[apart]});
   EXPECT_GT(Merge(parts), apart);
 }
 
@@ -652,11 +698,11 @@ TEST_F(LogPieces, ThatAreMissingNeedNoLog) {
   piece.count = 1;
   piece.size = 7;
   piece.from = 9;
-  EXPECT_EQ(Merge({Miss(piece)}), 1U);
+  EXPECT_EQ(Merge({Miss({piece})}), 1U);
   EXPECT_TRUE(StateOf(piece.path).missing);
   EXPECT_EQ(StateOf(piece.path).missing_bytes, 0U);
   piece.path = "";
-  EXPECT_EQ(Merge({Miss(piece)}), 1U);
+  EXPECT_EQ(Merge({Miss({piece})}), 1U);
   EXPECT_FALSE(SuperLog_LogFilesFound());
 }
 
@@ -690,6 +736,20 @@ TEST_F(PackedLogPieces, TellOfCopies) {
   EXPECT_EQ(plan[0].copies[1].path, PathOf("c.log.gz"));
   EXPECT_EQ(plan[0].copies[1].place, 2U);
   ASSERT_EQ(plan[1].copies.size(), 1U);
+  EXPECT_EQ(ExpectSame(1U << 20), 2U);
+}
+
+// Whoever has made the plan has looked for copies; or has put together what others have planned.
+TEST_F(PackedLogPieces, AreAllReadWhateverElseIsReadWithThem) {
+  AddLog("a.log", Lines(50));
+  AddLog("b.log.gz", Pack(PackFormat::kGzip, Lines(60)));
+  std::vector<LogPiece> plan = Plan(1U << 20);
+  ASSERT_EQ(plan.size(), 2U);
+  AddLog("b.log.gz", Pack(PackFormat::kGzip, Lines(50)));
+  for (const size_t at_once : {1U, 2U}) {
+    CountAll(plan, at_once);
+    EXPECT_EQ(records_, 100);
+  }
 }
 
 }  // namespace
