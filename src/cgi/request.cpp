@@ -121,7 +121,7 @@ bool ReadParameters(int argc, char* const* argv, std::FILE* stream, const Enviro
 }
 
 // Room for every name that there is.
-static constexpr size_t kNamesSize = 1024;
+static constexpr size_t kNamesSize = 1280;
 
 void LogIgnoredNames(const Environment& env, const Settings& settings) {
   if (settings.ignored.none()) {

@@ -38,12 +38,16 @@ ItemCursor OpenItems(List& list, const CutOff& cut_off, RankedBy by) {
   return {SortList(list, any ? shown : SIZE_MAX, by), shown, cut_off.greater, by_count};
 }
 
+static bool CountsTooFew(const ListItem* item, const ItemCursor& cursor) {
+  return item != nullptr && item->count < cursor.greater;
+}
+
 const ListItem* NextItem(ItemCursor& cursor) {
   const ListItem* item = cursor.next;
-  while (!cursor.by_count && item != nullptr && item->count < cursor.greater) {
+  while (!cursor.by_count && CountsTooFew(item, cursor)) {
     item = item->next;
   }
-  if (item == nullptr || cursor.left == 0 || item->count < cursor.greater) {
+  if (item == nullptr || cursor.left == 0 || CountsTooFew(item, cursor)) {
     cursor.left = 0;
     return nullptr;
   }

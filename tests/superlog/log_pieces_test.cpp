@@ -509,7 +509,7 @@ TEST_F(LogPieces, DoNotFollowAChangeThatComesLater) {
 // ---- Several at once ----
 
 TEST_F(LogPieces, ThatAreReadAtOnceNeedNoCutThatHolds) {
-  AddLog("a.log", Lines(1000) + "!!LOG_FORMAT DATE TIME HOSTNAME URL\n" + TabLines(2000));
+  AddLog("a.log", LinesOfMarch(1000) + "!!LOG_FORMAT DATE TIME HOSTNAME URL\n" + TabLines(2000));
   for (const bool whole : {false, true}) {
     settings_.rules.whole_logs = whole;
     const std::vector<LogPiece> plan = Plan(10000, Cuts::kUntried);
@@ -519,8 +519,8 @@ TEST_F(LogPieces, ThatAreReadAtOnceNeedNoCutThatHolds) {
 }
 
 TEST_F(LogPieces, ComeOneBehindTheOther) {
-  AddLog("a.log", Lines(100));
-  AddLog("b.log", Lines(100, "\n", "06/Mar/2000:10:00:00"));
+  AddLog("a.log", LinesOfMarch(100));
+  AddLog("b.log", LinesOfMarch(100, "\n", "06/Mar/2000:10:00:00"));
   const std::vector<LogPiece> plan = Plan(1000);
   const size_t count = plan.size();
   ASSERT_GT(count, 6U);
@@ -675,7 +675,7 @@ TEST_F(AddedLogPieces, MayBeMissing) {
     EXPECT_EQ(Merge(all), all.size());
     EXPECT_EQ(StateOf(a).missing_bytes, size);
     EXPECT_EQ(StateOf(a).records.count, 0);
-    EXPECT_EQ(StateOf(PathOf("b.log")).missing_bytes, Lines(20).size());
+    EXPECT_EQ(StateOf(PathOf("b.log")).missing_bytes, LinesOfMarch(20).size());
   }
 }
 
@@ -741,11 +741,11 @@ TEST_F(PackedLogPieces, TellOfCopies) {
 
 // Whoever has made the plan has looked for copies; or has put together what others have planned.
 TEST_F(PackedLogPieces, AreAllReadWhateverElseIsReadWithThem) {
-  AddLog("a.log", Lines(50));
-  AddLog("b.log.gz", Pack(PackFormat::kGzip, Lines(60)));
+  AddLog("a.log", LinesOfMarch(50));
+  AddLog("b.log.gz", Pack(PackFormat::kGzip, LinesOfMarch(60)));
   std::vector<LogPiece> plan = Plan(1U << 20);
   ASSERT_EQ(plan.size(), 2U);
-  AddLog("b.log.gz", Pack(PackFormat::kGzip, Lines(50)));
+  AddLog("b.log.gz", Pack(PackFormat::kGzip, LinesOfMarch(50)));
   for (const size_t at_once : {1U, 2U}) {
     CountAll(plan, at_once);
     EXPECT_EQ(records_, 100);
