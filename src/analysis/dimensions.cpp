@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "agents/agent.h"
 #include "analysis/rules.h"
 #include "analysis/smart_memory.h"
 #include "analysis/status_meanings.h"
@@ -85,6 +86,34 @@ static std::string_view FileTypeOf(std::string_view url, ItemRoom& room) {
   return plain ? Lowered(type, room) : "(none)";
 }
 
+static std::string_view BrowserOf(std::string_view agent, ItemRoom&) {
+  return TellAgent(agent).family;
+}
+
+static std::string_view SystemOf(std::string_view agent, ItemRoom&) {
+  return TellAgent(agent).system;
+}
+
+static std::string_view DeviceOf(std::string_view agent, ItemRoom&) {
+  const Agent told = TellAgent(agent);
+  return told.robot.empty() ? DeviceNames()[static_cast<size_t>(told.device)].title : std::string_view{};
+}
+
+static std::string_view RobotOf(std::string_view agent, ItemRoom&) {
+  return TellAgent(agent).robot;
+}
+
+// That of the first rule of the name; robots that are called by their own words are of no known purpose.
+static const char* PurposeOfRobot(std::string_view name) {
+  const AgentRules& rules = BuiltInRules();
+  const auto* const end = rules.rules.begin() + rules.count;
+  const auto* const rule = std::find_if(rules.rules.begin(), end, [name](const AgentRule& other) {
+    return other.kind == RuleKind::kRobot && (other.name.empty() ? other.word : other.name) == name;
+  });
+  const Purpose purpose = rule == end ? Purpose::kOther : rule->purpose;
+  return PurposeNames()[static_cast<size_t>(purpose)].title.data();
+}
+
 // ---- The table ------------------------------------------------------------------------
 
 constexpr Dimension kDimensions[] = {
@@ -134,6 +163,36 @@ constexpr Dimension kDimensions[] = {
      .columns = "rank,type,count,share",
      .from = SummedFrom::kUrls,
      .of_item = FileTypeOf},
+    {.parameter = "browserfamilies",
+     .behind = "browsers",
+     .words = {"Browser families", "Browser", "browsers", "browser", "request of a browser",
+               "requests of browsers", "What visitors look at the site with, without robots."},
+     .columns = "rank,browser,count,share",
+     .from = SummedFrom::kBrowsers,
+     .of_item = BrowserOf},
+    {.parameter = "systems",
+     .behind = "browserfamilies",
+     .words = {"Operating systems", "System", "systems", "system", "request of a browser",
+               "requests of browsers", "What visitors' browsers run on, where these tell it."},
+     .columns = "rank,system,count,share",
+     .from = SummedFrom::kBrowsers,
+     .of_item = SystemOf},
+    {.parameter = "devices",
+     .behind = "systems",
+     .words = {"Devices", "Device", "kinds", "kind", "request of a browser", "requests of browsers",
+               "What kinds of devices visitors hold in their hands."},
+     .columns = "rank,device,count,share",
+     .from = SummedFrom::kBrowsers,
+     .of_item = DeviceOf},
+    {.parameter = "robots",
+     .behind = "devices",
+     .words = {"Robots", "Robot", "robots", "robot", "request of a robot", "requests of robots",
+               "Programs that ask for pages by themselves, and what they are for. Each is called as it calls "
+               "itself."},
+     .columns = "rank,robot,count,share,purpose",
+     .from = SummedFrom::kBrowsers,
+     .of_item = RobotOf,
+     .name_of = PurposeOfRobot},
 };
 constexpr size_t kDimensionCount = std::size(kDimensions);
 static_assert(kDimensionCount <= kMostDimensions);
@@ -220,13 +279,15 @@ static void SumUpStatuses(CountedReport& report, const Analysis& analysis) {
 static void SumUpItems(const Dimension& dimension, const CountedReport& source, int64_t total,
                        CountedReport& report) {
   ItemRoom room;
+  report.total = total;
   for (const ListItem* item = source.list.first; item != nullptr; item = item->next) {
     const std::string_view of_item = dimension.of_item(item->key(), room);
-    if (!of_item.empty()) {
+    if (of_item.empty()) {
+      report.total -= item->count;
+    } else {
       Add(report, of_item, {item->count, AmountOf(*item)});
     }
   }
-  report.total = total;
   report.info->reclaimed += source.info->reclaimed;
 }
 

@@ -28,13 +28,25 @@ PATHS = ["/", "/index.html", "/docs/", "/docs/a.HTML", "/docs/deep/er/b.tar.gz",
 PAGES = ["-", "-", "http://www.other.example/a", "https://other.example:8443/b?c=d", "http://OTHER.example", "http://user@third.example/",
          "https://third.example#top", "android-app://com.example.app/", "ftp://files.example/x", "just words", "http:///none",
          "http://[2001:db8::7]:80/x", "http://www.example.com/own", "https://example.com/own"]
-AGENTS = ["Mozilla/5.0 (X11; Linux x86_64; rv:109.0) Gecko/20100101 Firefox/115.0", "curl/8.5.0", "-"]
+# What people see in them: browser, system, device; or robot.
+AGENTS = {
+    "Mozilla/5.0 (X11; Linux x86_64; rv:109.0) Gecko/20100101 Firefox/115.0": ("Firefox", "Linux", "Desktop", None),
+    "Mozilla/5.0 (Windows NT 10.0; Win64; x64) AppleWebKit/537.36 (KHTML, like Gecko) Chrome/120.0.0.0 Safari/537.36":
+        ("Chrome", "Windows", "Desktop", None),
+    "Mozilla/5.0 (Windows NT 10.0; Win64; x64) AppleWebKit/537.36 (KHTML, like Gecko) Chrome/120.0.0.0 Safari/537.36 Edg/120.0.0.0":
+        ("Edge", "Windows", "Desktop", None),
+    "Mozilla/5.0 (iPhone; CPU iPhone OS 17_1 like Mac OS X) AppleWebKit/605.1.15 (KHTML, like Gecko) Version/17.1 Mobile/15E148 Safari/604.1":
+        ("Safari", "iOS", "Phone", None),
+    "Mozilla/5.0 (compatible; Googlebot/2.1; +http://www.google.com/bot.html)": (None, None, None, "Googlebot"),
+    "curl/8.5.0": (None, None, None, "curl"),
+    "-": (None, None, None, None),
+}
 
 
 def made_up(chance):
     return Request(chance.choice(HOSTS), chance.choice(USERS), chance.choice(PATHS),
                    chance.choice([200, 200, 200, 206, 301, 304, 404, 404, 403, 500, 503, 599]), chance.randrange(100000),
-                   chance.choice(PAGES), chance.choice(AGENTS))
+                   chance.choice(PAGES), chance.choice(list(AGENTS)))
 
 
 def line_of(request, second):
@@ -85,6 +97,10 @@ COUNTED_HERE = {
     "referringsites": referring_site,
     "directories": directory,
     "filetypes": file_type,
+    "browserfamilies": lambda request: AGENTS[request.agent][0],
+    "systems": lambda request: AGENTS[request.agent][1],
+    "devices": lambda request: AGENTS[request.agent][2],
+    "robots": lambda request: AGENTS[request.agent][3],
 }
 
 
