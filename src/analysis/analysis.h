@@ -44,9 +44,9 @@ inline void CountItem(CountedReport& report, std::string_view key, bool ignore_c
   ++report.total;
 }
 
-// The same of a text that does not outlive its record.
-inline void CountCopy(CountedReport& report, std::string_view text) {
-  queue_copy(report.list, report.info, text, false);
+// The same of a text that does not outlive its record, with a part that does.
+inline void CountCopy(CountedReport& report, std::string_view text, std::string_view part = {}) {
+  queue_copy(report.list, report.info, text, part, false);
   ++report.total;
 }
 

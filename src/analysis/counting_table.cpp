@@ -611,14 +611,18 @@ void queue_item(List& list, ListInfo* info, std::string_view key, std::string_vi
   Wait(mSublist, info, subkey, ignore_case, true);
 }
 
-void queue_copy(List& list, ListInfo* info, std::string_view key, bool ignore_case) {
+void queue_copy(List& list, ListInfo* info, std::string_view key, std::string_view subkey, bool ignore_case) {
   key = key.substr(0, mCountingLimits.item);
   if (mCopied + key.size() > kCopiesSize) {
     count_queued();
   }
   char* const copy = mCopies + mCopied;
   mCopied += key.copy(copy, key.size());
-  queue_item(list, info, {copy, key.size()}, ignore_case);
+  queue_item(list, info, {copy, key.size()}, subkey, ignore_case);
+}
+
+void queue_copy(List& list, ListInfo* info, std::string_view key, bool ignore_case) {
+  queue_copy(list, info, key, {}, ignore_case);
 }
 
 void count_now(List& list, ListInfo* info, std::string_view key, bool ignore_case) {

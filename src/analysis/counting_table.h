@@ -173,8 +173,9 @@ void add_item(List& list, ListInfo* info, std::string_view key, std::string_view
 void queue_item(List& list, ListInfo* info, std::string_view key, bool ignore_case);
 void queue_item(List& list, ListInfo* info, std::string_view key, std::string_view subkey, bool ignore_case);
 
-// The same for a key whose buffer is needed for something else.
+// The same for a key whose buffer is needed for something else; a sub-key stays where it is.
 void queue_copy(List& list, ListInfo* info, std::string_view key, bool ignore_case);
+void queue_copy(List& list, ListInfo* info, std::string_view key, std::string_view subkey, bool ignore_case);
 
 // For watchers: counts the key before all that wait, and the one of which the watcher was told. It may be of
 // any length, and its buffer may end with it.

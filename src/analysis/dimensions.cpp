@@ -11,12 +11,12 @@
 
 // ---- Items ----------------------------------------------------------------------------
 
-static std::string_view HostOf(const SuperLogRecord& record) {
-  return record.host;
+static std::string_view HostOf(const Request& request, ItemRoom&) {
+  return request.record.host;
 }
 
-static std::string_view UserOf(const SuperLogRecord& record) {
-  return record.user;
+static std::string_view UserOf(const Request& request, ItemRoom&) {
+  return request.record.user;
 }
 
 static std::string_view ItselfOf(std::string_view item, ItemRoom&) {
@@ -28,6 +28,39 @@ static std::string_view Lowered(std::string_view text, ItemRoom& room) {
   const size_t length = text.copy(room, kLongestItem);
   std::transform(room, room + length, room, ToLowerAscii);
   return {room, length};
+}
+
+// Without its port and a trailing dot, as all of these are one site.
+static std::string_view VhostOf(const Request& request, ItemRoom& room) {
+  std::string_view site = request.record.site;
+  const size_t port = site.find_last_not_of("0123456789");
+  if (port != std::string_view::npos && port + 1 < site.size() && site[port] == ':' &&
+      (site.find(':') == port || site[port - 1] == ']')) {
+    site = site.substr(0, port);
+  }
+  site.remove_suffix(site.size() > 1 && site.back() == '.' ? 1 : 0);
+  return std::ranges::any_of(site, [](char c) { return c >= 'A' && c <= 'Z'; }) ? Lowered(site, room) : site;
+}
+
+static bool IsError(int64_t status) {
+  return status >= 400 && status < static_cast<int64_t>(kStatuses) && status != 404;
+}
+
+// "503 /path".
+static std::string_view ErrorOf(const Request& request, ItemRoom& room) {
+  if (!IsError(request.record.status)) {
+    return {};
+  }
+  const auto status = static_cast<int>(request.record.status);
+  room[0] = static_cast<char>('0' + status / 100);
+  room[1] = static_cast<char>('0' + status / 10 % 10);
+  room[2] = static_cast<char>('0' + status % 10);
+  room[3] = ' ';
+  return {room, 4 + request.url.copy(room + 4, kLongestItem - 4)};
+}
+
+static std::string_view ReferrerOf(const SuperLogRecord& record) {
+  return record.referrer;
 }
 
 // The host of an address, whatever its scheme; those with "www." and without are one site.
@@ -125,6 +158,18 @@ constexpr Dimension kDimensions[] = {
      .from = SummedFrom::kStatusCodes,
      .of_item = ItselfOf,
      .name_of = MeaningOfStatus},
+    {.parameter = "servererrors",
+     .behind = "badurls",
+     .words = {"Errors", "Status and URL", "errors", "error", "request that failed otherwise than by 404",
+               "requests that failed otherwise than by 404",
+               "URLs answered with a status from 400 on but 404, and the pages that link to them."},
+     .columns = "rank,error,count,share",
+     .from = SummedFrom::kRequests,
+     .of_request = ErrorOf,
+     .asks = {.referrer = true},
+     .led_by = ReferrerOf,
+     .led_by_table = "servererrors_referrers",
+     .led_by_columns = "rank,page,count,share,error"},
     {.parameter = "hosts",
      .behind = "browsers",
      .words = {"Visitors' addresses", "Address", "addresses", "address", "request that names a host",
@@ -141,6 +186,14 @@ constexpr Dimension kDimensions[] = {
      .from = SummedFrom::kRequests,
      .of_request = UserOf,
      .asks = {.user = true}},
+    {.parameter = "vhosts",
+     .behind = "requests",
+     .words = {"Virtual hosts", "Host", "hosts", "host", "request that names a virtual host",
+               "requests that name a virtual host", "Which of the server's sites visitors asked for."},
+     .columns = "rank,vhost,count,share",
+     .from = SummedFrom::kRequests,
+     .of_request = VhostOf,
+     .asks = {.site = true}},
     {.parameter = "referringsites",
      .behind = "badreferrers",
      .words = {"Referring sites", "Site", "sites", "site", "request that another site led to",
@@ -224,7 +277,8 @@ AskedTexts WithTextsOfDimensions(const Settings& settings, AskedTexts asked) {
                .referrer = asked.referrer || more.referrer,
                .agent = asked.agent || more.agent,
                .realm = asked.realm || more.realm,
-               .user = asked.user || more.user};
+               .user = asked.user || more.user,
+               .site = asked.site || more.site};
     }
   }
   return asked;
@@ -244,17 +298,23 @@ void CreateDimensions(const Settings& settings, Analysis& analysis) {
   for (size_t row = 0; row < kDimensionCount; ++row) {
     if (IsAsked(settings, row)) {
       CountedReport& report = analysis.dimensions[row];
-      init_list(report.list, report.info, kDimensions[row].words.title.text().data(), SubLists::kNone,
-                AmountsOf(settings));
+      const Dimension& dimension = kDimensions[row];
+      init_list(report.list, report.info, dimension.words.title.text().data(),
+                dimension.led_by != nullptr ? SubLists::kAny : SubLists::kNone, AmountsOf(settings));
     }
   }
 }
 
-void CountDimensions(uint32_t dimensions, const SuperLogRecord& record, Analysis& analysis) {
+void CountDimensions(uint32_t dimensions, const Request& request, Analysis& analysis) {
+  ItemRoom room;
   for (; dimensions != 0; dimensions &= dimensions - 1) {
     const auto row = static_cast<size_t>(std::countr_zero(dimensions));
-    const std::string_view item = kDimensions[row].of_request(record);
-    if (!item.empty()) {
+    const Dimension& dimension = kDimensions[row];
+    const std::string_view item = dimension.of_request(request, room);
+    if (item.data() == room) {
+      CountCopy(analysis.dimensions[row], item,
+                dimension.led_by != nullptr ? dimension.led_by(request.record) : std::string_view{});
+    } else if (!item.empty()) {
       CountItem(analysis.dimensions[row], item, false);
     }
   }

@@ -28,6 +28,12 @@ struct SectionWords {
 // table when all requests are counted, so that nothing is paid for a request.
 enum class SummedFrom : uint8_t { kRequests, kStatusCodes, kUrls, kReferrers, kBrowsers };
 
+// A request that is counted.
+struct Request {
+  const SuperLogRecord& record;
+  std::string_view url;  // of the record, as the requested URLs have it: without its query, or with it
+};
+
 using ItemRoom = char[kLongestItem + 1 + kScanOverread];
 
 struct Dimension {
@@ -36,9 +42,13 @@ struct Dimension {
   SectionWords words;
   Literal columns;  // of the section as a table of its own
   SummedFrom from;
-  // The item of a request, a text of the record; absent or empty: it has none.
-  std::string_view (*of_request)(const SuperLogRecord& record) = nullptr;
+  // The item of a request, a text of the record or made in the room; absent or empty: it has none.
+  std::string_view (*of_request)(const Request& request, ItemRoom& room) = nullptr;
   AskedTexts asks = {};  // what it needs of the record
+  // What led to the item of a request, a text of the record; null: nobody wants to know.
+  std::string_view (*led_by)(const SuperLogRecord& record) = nullptr;
+  const char* led_by_table = nullptr;  // name and columns of what led to items as a table of its own
+  Literal led_by_columns = "";
   // The item of another table's item: a view of that, or made in the room; empty: there is none.
   std::string_view (*of_item)(std::string_view item, ItemRoom& room) = nullptr;
   const char* (*name_of)(std::string_view item) = nullptr;  // what an item is called; null: nothing else
@@ -62,7 +72,7 @@ bool IsSummedFrom(const Settings& settings, SummedFrom from);
 void CreateDimensions(const Settings& settings, Analysis& analysis);
 
 // Counts a request in these dimensions.
-void CountDimensions(uint32_t dimensions, const SuperLogRecord& record, Analysis& analysis);
+void CountDimensions(uint32_t dimensions, const Request& request, Analysis& analysis);
 
 // When all requests are counted: counts the others, from what was counted. The memory budget takes nothing
 // meanwhile: no table has more items than the one it is made of.

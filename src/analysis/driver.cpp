@@ -372,8 +372,8 @@ static void CountUrl(const Rules& rules, std::string_view url, Analysis& analysi
 }
 
 // What the reports of counted records take, between the bad URLs and the referrers.
-static void CountVisit(const Rules& rules, const SuperLogRecord& record, Visitor& visitor,
-                       Analysis& analysis) {
+static void CountVisit(const Rules& rules, const SuperLogRecord& record, std::string_view url,
+                       Visitor& visitor, Analysis& analysis) {
   if (rules.browsers && !IsAbsent(record.agent)) {
     CountItem(analysis.browsers, record.agent, false);
   }
@@ -381,7 +381,7 @@ static void CountVisit(const Rules& rules, const SuperLogRecord& record, Visitor
     CountDomain(rules, visitor, analysis);
   }
   if (rules.dimensions != 0) {
-    CountDimensions(rules.dimensions, record, analysis);
+    CountDimensions(rules.dimensions, {record, url}, analysis);
   }
   CountTime(rules, record.local, analysis);
 }
@@ -415,7 +415,7 @@ static void CountRecord(const Rules& rules, const SuperLogRecord& record, Analys
     CountNotFound(rules, record, analysis);
   }
   if (counted) {
-    CountVisit(rules, record, visitor, analysis);
+    CountVisit(rules, record, url, visitor, analysis);
   }
   CountReferrer(rules, record.referrer, counted, analysis);
   if (counted) {

@@ -81,6 +81,6 @@ static constexpr Meaning kMeanings[] = {
 static_assert(std::ranges::is_sorted(kMeanings, {}, &Meaning::status));
 
 const char* MeaningOfStatus(std::string_view status) {
-  const auto* const found = std::ranges::lower_bound(kMeanings, status, {}, &Meaning::status);
+  const Meaning* const found = std::ranges::lower_bound(kMeanings, status, {}, &Meaning::status);
   return found != std::end(kMeanings) && found->status == status ? found->words : nullptr;
 }

@@ -134,18 +134,30 @@ static Table TableOf(const Section& section) {
           dimension.name_of != nullptr ? PutWithDetail : PutWithoutDetail};
 }
 
+static bool HasReferrers(const Section& section) {
+  return section.dimension->led_by != nullptr;
+}
+
+static Table ReferrersTableOf(const Section& section) {
+  return {section.dimension->led_by_table, section.id, true, section.dimension->led_by_columns,
+          PutWithDetail};
+}
+
 // All of them, one after the other, until one is wanted; true then.
 template <typename Wanted>
 static bool AnyTable(Wanted wanted) {
   if (std::any_of(std::begin(kTables), std::end(kTables), wanted)) {
     return true;
   }
-  return std::ranges::any_of(Sections().subspan(kNamedSections),
-                             [&](const Section& section) { return wanted(TableOf(section)); });
+  return std::ranges::any_of(Sections().subspan(kNamedSections), [&](const Section& section) {
+    return wanted(TableOf(section)) || (HasReferrers(section) && wanted(ReferrersTableOf(section)));
+  });
 }
 
 static bool IsInReport(const Table& table, const Settings& settings) {
-  return IsOn(SectionOf(table.section), settings) && (!table.referrers || settings.badurl_referrers != 0);
+  const bool shown =
+      !table.referrers || table.section != SectionId::kBadUrls || settings.badurl_referrers != 0;
+  return shown && IsOn(SectionOf(table.section), settings);
 }
 
 static std::optional<Table> FindTable(const Settings& settings) {

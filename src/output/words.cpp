@@ -2,11 +2,6 @@
 
 #include <iterator>
 
-struct NamedWords {
-  SectionId id;
-  SectionWords words;
-};
-
 static constexpr NamedWords kSectionWords[] = {
     {SectionId::kUrls,
      {"Requested URLs", "URL", "URLs", "URL", "request", "requests", "What visitors asked for most."}},

@@ -6,6 +6,12 @@
 #include "sections/notes.h"
 #include "sections/section_list.h"
 
+// Those of a section that is none of the table of dimensions.
+struct NamedWords {
+  SectionId id;
+  SectionWords words;
+};
+
 const SectionWords& WordsOf(const Section& section);
 
 struct NoteWords {

@@ -10,14 +10,14 @@
 // ---- Figures ----
 
 // Of a part: sums of thousands of parts do not pass 64 bits.
-static constexpr uint64_t kMost = uint64_t{1} << 48;
+static constexpr uint64_t kMostCounted = uint64_t{1} << 48;
 
 static void Put(PartWriter& part, int64_t figure) {
   PutFigure(part, static_cast<uint64_t>(figure));
 }
 
 static int64_t Take(PartReader& part) {
-  return static_cast<int64_t>(TakeFigureUpTo(part, kMost));
+  return static_cast<int64_t>(TakeFigureUpTo(part, kMostCounted));
 }
 
 static void Add(PartReader& part, int64_t& figure) {
@@ -135,7 +135,7 @@ static void AddTotals(PartReader& part, const Rules& rules, Analysis& analysis) 
   const Limits& limits = analysis.counting.limits;
   Add(part, analysis.hits);
   Add(part, analysis.without_url);
-  AddByStatus(part, kMost, analysis.statuses);
+  AddByStatus(part, kMostCounted, analysis.statuses);
   Append(limits, analysis.part_bytes, TakeSum(part));
   analysis.bytes = CounterOf(limits, analysis.part_bytes);
   const int64_t of_urls = analysis.urls.total;
@@ -317,7 +317,11 @@ static void AddKind(PartReader& part, unsigned kind, const Rules& rules, Analysi
 }
 
 static void PassKind(PartReader& part, unsigned kind, const Analysis& analysis) {
-  (kind < kNamedKinds ? kKindTable[kind].pass : PassReport)(part, analysis);
+  if (kind < kNamedKinds) {
+    kKindTable[kind].pass(part, analysis);
+  } else {
+    PassReport(part, analysis);
+  }
 }
 
 static bool Counts(const Rules& rules, unsigned kind) {

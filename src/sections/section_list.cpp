@@ -1,7 +1,6 @@
 #include "sections/section_list.h"
 
 #include <algorithm>
-#include <array>
 #include <iterator>
 
 static constexpr Brand kBrands[] = {
@@ -57,11 +56,14 @@ static constexpr Section kNamed[kNamedSections] = {
 static_assert(StandInPlace(kNamed));
 static_assert(std::size(kBrands) <= kMostBrands);
 
-using AllSections = std::array<Section, kNamedSections + kMostDimensions>;
+struct AllSections {
+  Section sections[kNamedSections + kMostDimensions];
+};
 
 static Section SectionOfDimension(size_t row) {
   const Dimension& dimension = kDimensions[row];
   RankedItems items;
+  items.with_referrers = dimension.led_by != nullptr;
   items.link = dimension.of_site ? ItemLink::kSite : ItemLink::kNone;
   Section section =
       Later(Ranked(static_cast<SectionId>(kNamedSections + row), dimension.parameter, nullptr, items));
@@ -70,17 +72,17 @@ static Section SectionOfDimension(size_t row) {
 }
 
 static AllSections MakeSections() {
-  AllSections sections{};
-  std::ranges::copy(kNamed, sections.begin());
+  AllSections all{};
+  std::ranges::copy(kNamed, all.sections);
   for (size_t row = 0; row < kDimensionCount; ++row) {
-    sections[kNamedSections + row] = SectionOfDimension(row);
+    all.sections[kNamedSections + row] = SectionOfDimension(row);
   }
-  return sections;
+  return all;
 }
 
 std::span<const Section> Sections() {
-  static const AllSections sections = MakeSections();
-  return {sections.data(), kNamedSections + kDimensionCount};
+  static const AllSections all = MakeSections();
+  return {all.sections, kNamedSections + kDimensionCount};
 }
 
 const Section& SectionOf(SectionId id) {
@@ -104,8 +106,10 @@ const RankedReport* ReportOf(const Section& section, const Settings& settings) {
 }
 
 CountedReport& CountedIn(const Section& section, Analysis& analysis) {
-  return section.dimension != nullptr ? analysis.dimensions[RowOf(*section.dimension)]
-                                      : analysis.*section.items.counted;
+  if (section.dimension != nullptr) {
+    return analysis.dimensions[RowOf(*section.dimension)];
+  }
+  return analysis.*section.items.counted;
 }
 
 const CountedReport& BaseOf(const Section& section, const Analysis& analysis) {

@@ -237,6 +237,17 @@ static void TakeAsked(const LineFields& fields, Field field, char letter, std::s
   }
 }
 
+// The virtual host is the realm, too.
+static void TakeSite(const LineFields& fields, SuperLogRecord& record) {
+  std::string_view site;
+  if (IsAsked('m') || IsAsked(kSiteLetter[0])) {
+    TakeText(fields, Field::kSite, site);
+    CutToItem(site);
+  }
+  record.realm = IsAsked('m') ? site : std::string_view{};
+  record.site = IsAsked(kSiteLetter[0]) ? site : std::string_view{};
+}
+
 // False when the fields make no request, for want of a time.
 static bool SettleRecord(const Layout& layout, const LineFields& fields, SuperLogRecord& record) {
   ClearRecord(record);
@@ -250,7 +261,7 @@ static bool SettleRecord(const Layout& layout, const LineFields& fields, SuperLo
   TakeAsked(fields, Field::kHost, 'h', record.host);
   TakeAsked(fields, Field::kReferrer, 'f', record.referrer);
   TakeAsked(fields, Field::kAgent, 'a', record.agent);
-  TakeAsked(fields, Field::kSite, 'm', record.realm);
+  TakeSite(fields, record);
   TakeAsked(fields, Field::kUser, 'w', record.user);
   SettleClient(layout, record);
   SettleAgent(layout, record.agent);

@@ -23,7 +23,7 @@ int mCurLogFormat = kFamilyNone;
 
 static char mSpecialLogFormatBuf[kTextSize];  // the user's layout
 static int mLogFormatSource = 0;              // 0 = there is none
-static char mUnaskedLetters[8];
+static char mUnaskedLetters[10];
 static char mWholeFormatBuf[kTextSize];  // the known format before letters were struck out
 
 // The name of a layout, or the words of a server.
@@ -159,6 +159,7 @@ void SuperLog_AskFor(const AskedTexts& asked) {
                {asked.referrer, "f"},
                {asked.agent, "a"},
                {asked.realm, "m"},
+               {asked.site, kSiteLetter},
                // Where users may hold spaces, the reader must know which field is theirs.
                {asked.user || mLogLimits.escapes, "w"}};
   char* end = mUnaskedLetters;

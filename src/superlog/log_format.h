@@ -43,6 +43,9 @@ extern int mCurLogFormat;  // a LogFamily
 // Whether somebody looks at the texts of that letter.
 bool IsAsked(char letter);
 
+// Stands for the virtual host, for which layouts of letters have none.
+inline constexpr char kSiteLetter[] = "V";
+
 // All that earlier lines of the file decide about the way in which the next one is read, as a number: the
 // same whatever is asked for. False when it is not known.
 bool StateOfLines(uint64_t& state);

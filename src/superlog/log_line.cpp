@@ -551,6 +551,7 @@ static void Decode(std::string_view& agent) {
 template <bool kEscapes>
 [[gnu::always_inline]] static inline bool ParseDataLine(SuperLogRecord& record) {
   const UsualLayout& usual = mKnownLayout.usual;
+  record.site = {};
   if (usual.usual && ReadUsualLine<kEscapes>(mpLine, mpLineEnd, mLineQuotes, usual, record)) {
     TrimFullRequest(record.url);
   } else if (!ReadFields<kEscapes>(record)) {

@@ -35,6 +35,7 @@ struct SuperLogRecord {
   std::string_view agent;
   std::string_view realm;
   std::string_view user;
+  std::string_view site;  // the virtual host, perhaps with its port; where the layout has one
 };
 
 // Orders of day, month and year in all-numeric dates.
@@ -112,6 +113,7 @@ struct AskedTexts {
   bool agent = false;
   bool realm = false;
   bool user = false;
+  bool site = false;
 };
 
 // From the next log file on the other texts of records are absent, and no line is read beyond what is

@@ -18,8 +18,9 @@ import tempfile
 PROGRAM = str(pathlib.Path(sys.argv[1]).resolve())
 PROJECT = pathlib.Path(sys.argv[2])
 ROUNDS = 12
-Request = collections.namedtuple("Request", "host user url status bytes referrer agent")
+Request = collections.namedtuple("Request", "site host user url status bytes referrer agent")
 
+SITES = ["www.example.com:443", "WWW.Example.com", "www.example.com.", "shop.example.com:80", "[2001:db8::9]:8080", "192.0.2.9"]
 HOSTS = ["192.0.2.1", "192.0.2.77", "2001:db8::1", "2001:db8:0:0:0:0:0:2", "crawl.example.com", "Shop.Example.ORG", "10.0.0.1"]
 USERS = ["-", "-", "ann", "Bob", "o'neill", "ann@example.org"]
 PATHS = ["/", "/index.html", "/docs/", "/docs/a.HTML", "/docs/deep/er/b.tar.gz", "/images/logo.png", "/images", "/a.b/c", "/.profile",
@@ -43,14 +44,15 @@ AGENTS = {
 }
 
 
-def made_up(chance):
-    return Request(chance.choice(HOSTS), chance.choice(USERS), chance.choice(PATHS),
+def made_up(chance, sites):
+    return Request(chance.choice(sites), chance.choice(HOSTS), chance.choice(USERS), chance.choice(PATHS),
                    chance.choice([200, 200, 200, 206, 301, 304, 404, 404, 403, 500, 503, 599]), chance.randrange(100000),
                    chance.choice(PAGES), chance.choice(list(AGENTS)))
 
 
 def line_of(request, second):
-    return (f'{request.host} - {request.user} [05/Mar/2001:10:{second // 60 % 60:02}:{second % 60:02} +0000] "GET {request.url} HTTP/1.1" '
+    site = f"{request.site} " if request.site else ""
+    return (f'{site}{request.host} - {request.user} [05/Mar/2001:10:{second // 60 % 60:02}:{second % 60:02} +0000] "GET {request.url} HTTP/1.1" '
             f'{request.status} {request.bytes} "{request.referrer}" "{request.agent}"\n')
 
 
@@ -80,6 +82,14 @@ def referring_site(request):
     return site or "(no address)"
 
 
+def vhost(request):
+    return re.sub(r":\d+$|\.$", "", request.site.lower())
+
+
+def error(request):
+    return f"{request.status} {path_of(request)}" if request.status >= 400 and request.status != 404 else None
+
+
 def normal_host(request):
     return {"2001:db8:0:0:0:0:0:2": "2001:db8::2"}.get(request.host, request.host)
 
@@ -92,8 +102,10 @@ NAMED = {
 COUNTED_HERE = {
     **NAMED,
     "statuses": lambda request: str(request.status),
+    "servererrors": error,
     "hosts": normal_host,
     "users": lambda request: None if request.user == "-" else request.user,
+    "vhosts": vhost,
     "referringsites": referring_site,
     "directories": directory,
     "filetypes": file_type,
@@ -139,12 +151,27 @@ def figures_of(text, by_bytes):
     return figures
 
 
+def pages_here(requests):
+    """Of each error, the pages that led there."""
+    pages = collections.defaultdict(collections.Counter)
+    for request in requests:
+        if error(request) and request.referrer != "-":
+            pages[error(request)][request.referrer] += 1
+    return pages
+
+
+def pages_of(text):
+    rows = json.loads(text)["sections"]["servererrors"]["rows"]
+    return {row["item"]: {page["item"]: page["count"] for page in row["referrers"]} for row in rows if row["referrers"]}
+
+
 def sections(names):
     return [f"{name}=1,0" for name in names]
 
 
 def check(folder, chance):
-    requests = [made_up(chance) for _ in range(chance.randrange(1, 400))]
+    sites = SITES if chance.random() < 0.5 else [""]
+    requests = [made_up(chance, sites) for _ in range(chance.randrange(1, 400))]
     lines = [line_of(request, number) for number, request in enumerate(requests)]
     chance.shuffle(lines)
     files = chance.randrange(1, 5)
@@ -166,6 +193,7 @@ def check(folder, chance):
         for name in ([way] if way in COUNTED_HERE else COUNTED_HERE):
             assert got[name] == want[name], f"{way}: {name}\n  counted here {want[name]}\n  reported     {got[name]}"
         assert way in COUNTED_HERE or text == ways["one process"], way
+    assert pages_of(ways["servererrors"]) == pages_here(requests)
 
 
 def main():
