@@ -46,11 +46,11 @@ or another failure.
 
 # Options of orvellis-report that a value follows.
 VALUED = frozenset(
-    "-o --output --index --from --to --path --match --exclude-hosts --exclude-types --top --min --reports"
+    "-o --output --index --from --to --path --match --exclude-hosts --exclude-types --top --min --order --reports"
     " --title --url --log-format --date-format --timezone --search-engines --memory".split()
 )
 OF_ONE_MACHINE = frozenset("--classic --cache --clear-cache --keep-config --init-site".split())
-STEPS = ("plan", "piece", "part", "merge", "bytes", "missing")  # parameters of the program
+STEPS = ("plan", "piece", "part", "merge", "stream", "missing")  # parameters of the program
 TEXTS = {"--scheduler": "scheduler", "--tls-ca": "tls_ca", "--tls-cert": "tls_cert", "--tls-key": "tls_key"}
 FLAGS = {"--allow-missing": "allow_missing", "--dry-run": "dry_run"}
 OWN_VALUED = (*TEXTS, "--on-workers", "--piece-size", "--workers")

@@ -868,6 +868,28 @@ test_no_script() {
   expect_not_in report.html '<script'
 }
 
+test_bytes_and_order() {
+  edition=
+  week >access.log
+  run --csv --bytes --reports requests access.log
+  expect_match report.csv '^section,rank,item,count,share,detail,bytes'
+  run --csv --order=bytes --reports requests access.log
+  expect_match report.csv '^section,rank,item,count,share,detail,bytes'
+  run --csv --order requests --reports requests access.log
+  expect_match report.csv '^section,rank,item,count,share,detail.?$'
+  run --order size access.log
+  expect_error 2 '--order is requests or bytes, not "size"'
+}
+
+test_sections_that_are_asked_for() {
+  edition=
+  week >access.log
+  run --csv --reports robots,statuses access.log
+  expect_match report.csv '^statuses,1,200,'
+  run --csv access.log
+  expect_not_in report.csv statuses,
+}
+
 test_theme_and_plain() {
   week >access.log
   run --classic --theme access.log
