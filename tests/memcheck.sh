@@ -40,7 +40,7 @@ objcopy --remove-section=.note.gnu.build-id --remove-section=.gnu_debuglink "$li
 cases() {
   cat >"$work/orvellis" <<EOF
 #!/bin/sh
-export LD_LIBRARY_PATH="$libraries"
+export LD_LIBRARY_PATH="\${LD_LIBRARY_PATH:+\$LD_LIBRARY_PATH:}$libraries"
 [ ! -L "\$0" ] || { ln -sf "$build/orvellis" "\$0" && exec $memcheck "\$0" "\$@"; }
 exec $memcheck "$build/orvellis" "\$@"
 EOF
