@@ -272,13 +272,7 @@ bool IsSummedFrom(const Settings& settings, SummedFrom from) {
 AskedTexts WithTextsOfDimensions(const Settings& settings, AskedTexts asked) {
   for (size_t row = 0; row < kDimensionCount; ++row) {
     if (IsAsked(settings, row)) {
-      const AskedTexts& more = kDimensions[row].asks;
-      asked = {.host = asked.host || more.host,
-               .referrer = asked.referrer || more.referrer,
-               .agent = asked.agent || more.agent,
-               .realm = asked.realm || more.realm,
-               .user = asked.user || more.user,
-               .site = asked.site || more.site};
+      asked = Both(asked, kDimensions[row].asks);
     }
   }
   return asked;

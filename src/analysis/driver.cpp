@@ -260,7 +260,8 @@ static bool Finds(const FindTest& find, std::string_view url) {
 static bool IsSelected(const Rules& rules, const SuperLogRecord& record, std::string_view url) {
   return (!rules.authenticated ||
           (Authenticated(rules.realm, record.realm) && Authenticated(rules.user, record.user))) &&
-         (!rules.filter_domains || rules.host_counts(rules.settings, record.host)) && Finds(rules.find, url);
+         (!rules.filter_domains || rules.host_counts(rules.settings, record.host)) &&
+         Finds(rules.find, url) && (rules.filters.count == 0 || PassesFilters(rules.filters, record));
 }
 
 // ---- Steps of one record --------------------------------------------------------
@@ -630,6 +631,7 @@ void EndAnalysis(Analysis& analysis) {
   ReleaseDays(analysis.dates);
   FreeDomainsNow();
   FreeFileTypesNow();
+  ForgetKnownAgents();
 }
 
 void ResetAnalysis() {

@@ -104,7 +104,7 @@ static AskedTexts ResolveTexts(const Settings& settings) {
       .realm = settings.authrealm[0] != '\0',
       .user = settings.authuser[0] != '\0',
   };
-  return WithTextsOfDimensions(settings, asked);
+  return WithTextsOfFilters(ActiveFiltersOf(settings), WithTextsOfDimensions(settings, asked));
 }
 
 // What stands behind the scheme of an address of the web and "www."; empty where there is none.
@@ -177,6 +177,7 @@ Rules ResolveRules(const Settings& settings, const Counting& counting) {
       .filter_domains = settings.filter_domains[0] != '\0',
       .host_counts = counting.limits.whole_addresses ? NotFilteredHost : NotFilteredDomain,
       .filter_types = settings.filter_filetypes[0] != '\0' && NeedsTypeFilter(settings),
+      .filters = ActiveFiltersOf(settings),
       .keep_query = settings.showquery != 0,
       .url_end_mark = counting.limits.escapes ? '?' : '"',
       .bytes = AmountsOf(settings) == Amounts::kSummed,

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "analysis/analysis.h"
+#include "analysis/record_filters.h"
 #include "cgi/settings.h"
 #include "superlog/super_long.h"
 #include "superlog/superlog.h"
@@ -59,6 +60,7 @@ struct Rules {
   bool filter_domains;
   bool (*host_counts)(const Settings& settings, std::string_view host);  // where hosts are filtered
   bool filter_types;
+  ActiveFilters filters;
   bool keep_query;
   char url_end_mark;  // besides "?", where the query is not kept: a quote, unless quotes are parts of fields
   bool bytes;         // of each item

@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <string>
 #include <string_view>
 
 #include "analysis/dimensions.h"
+#include "analysis/record_filters.h"
 #include "base/byte_size.h"
 #include "dates/years.h"
 #include "report/extra_texts.h"
@@ -105,12 +107,16 @@ static void Year(Settings& settings, const Param& param) {
   settings.*kField = StrToYear4(param.value, settings.*kField, settings.rules.last_year);
 }
 
-// Account lines always count; a request fills the field only while it is empty.
+// Account lines always count; a request fills the text only while it is empty.
+static void TakeUnlessFixed(char (&text)[kTextSize], const Param& param) {
+  if (param.source == ParamSource::kAccount || text[0] == '\0') {
+    CopyText(text, param.value);
+  }
+}
+
 template <auto kField>
 static void FixedByAccount(Settings& settings, const Param& param) {
-  if (param.source == ParamSource::kAccount || (settings.*kField)[0] == '\0') {
-    CopyText(settings.*kField, param.value);
-  }
+  TakeUnlessFixed(settings.*kField, param);
 }
 
 // Hands the value and its level to a setter that weighs levels itself.
@@ -288,6 +294,22 @@ static bool SetDimension(std::string_view name, const char* value, Settings& set
 // The run has looked for this one before it read any other.
 static void DecidedBefore(Settings&, const Param&) {}
 
+static bool SetFilter(std::string_view name, const Param& param, Settings& settings) {
+  for (size_t row = 0; settings.rules.later_names && row < kRecordFilterCount; ++row) {
+    FilterLists& lists = settings.filters[row];
+    const std::string filter = kRecordFilters[row].name;
+    if (EqualIgnoreCase(name, "only_" + filter)) {
+      TakeUnlessFixed(lists.only, param);
+      return true;
+    }
+    if (EqualIgnoreCase(name, "exclude_" + filter)) {
+      TakeUnlessFixed(lists.exclude, param);
+      return true;
+    }
+  }
+  return false;
+}
+
 // --- The keywords ---
 
 enum Accepted : unsigned {
@@ -460,7 +482,8 @@ bool CompareParam(const char* line, Settings& settings, ParamSource source, int 
       }
     }
   }
-  applied = applied || SetDimension(wanted, value, settings);
+  applied =
+      applied || SetDimension(wanted, value, settings) || SetFilter(wanted, {value, source, level}, settings);
   if (!applied && source == ParamSource::kStranger && value[0] != '\0') {
     NoteIgnored(wanted, settings);
   }

@@ -17,6 +17,7 @@ inline constexpr const char* kVersion = "1.5";
 inline constexpr const char* kPlatform = "UNIX";
 inline constexpr int kMostWorkers = 256;
 inline constexpr size_t kMostDimensions = 32;
+inline constexpr size_t kMostRecordFilters = 16;
 inline constexpr int64_t kUsualWorkerBytes = 4 << 20;
 inline constexpr int64_t kUsualPartCacheSize = int64_t{1} << 30;
 inline constexpr const char* kDefaultConfigFile = "orvellis.conf";  // in the working directory
@@ -100,6 +101,12 @@ struct RunRules {
   bool unpacks;            // compressed logs are read as what is in them; only where logs are read whole
 };
 
+// Lists that requests are held against, divided by commas; empty: none.
+struct FilterLists {
+  char only[kTextSize];
+  char exclude[kTextSize];
+};
+
 struct Settings {
   char config[kPathSize];
   int config_opened;
@@ -117,7 +124,8 @@ struct Settings {
   char url[kTextSize];
   char filter_domains[kTextSize];
   char filter_filetypes[kTextSize];
-  char start_date[20];  // MMDDYYYY
+  FilterLists filters[kMostRecordFilters];  // by row of their table (analysis/record_filters.h)
+  char start_date[20];                      // MMDDYYYY
   char end_date[20];
   char sm[3];
   char sd[3];

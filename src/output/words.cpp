@@ -54,6 +54,8 @@ static constexpr NoteWords kNoteWords[] = {
     {NoteCode::kUser, "only_user", "Only requests of the authenticated user ", " were counted."},
     {NoteCode::kHostsLeftOut, "hosts_left_out", "Requests from these hosts were left out: ", "."},
     {NoteCode::kTypesLeftOut, "types_left_out", "Requests for files of these types were left out: ", "."},
+    {NoteCode::kOnlyThese, "only_these", "Only these requests were counted, by ", "."},
+    {NoteCode::kTheseLeftOut, "these_left_out", "These requests were left out, by ", "."},
     {NoteCode::kLogsNotOpened, "logs_not_opened", "",
      " could not be opened, so that the records are missing: let the user that runs Orvellis read them."},
     {NoteCode::kLogsMissing, "logs_missing", "", "."},

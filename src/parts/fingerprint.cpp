@@ -126,6 +126,16 @@ static uint64_t ChecksumOfZone() {
   return checksum;
 }
 
+static uint64_t ChecksumOfFilters(const ActiveFilters& filters) {
+  uint64_t checksum = 0;
+  for (const ActiveFilter& active : filters.all()) {
+    checksum = AddToChecksum(checksum, active.filter->name);
+    checksum = AddToChecksum(checksum, active.list);
+    checksum = AddFigure(checksum, active.only ? 1 : 0);
+  }
+  return checksum;
+}
+
 // ---- The whole ----
 
 static void AddLogs(Fingerprint& fingerprint, time_t first, time_t last) {
@@ -148,6 +158,7 @@ static void AddRequests(Fingerprint& fingerprint, const Rules& rules) {
   AddText(fingerprint, "authuser", settings.authuser);
   AddText(fingerprint, "filter_domains", settings.filter_domains);
   AddText(fingerprint, "filter_filetypes", settings.filter_filetypes);
+  AddChecksum(fingerprint, "set of only_ and exclude_ filters", ChecksumOfFilters(rules.filters));
   AddSwitch(fingerprint, "use of filter_filetypes", rules.filter_types);
   AddSwitch(fingerprint, "filter_referrers", rules.filter_referrers);
   AddSwitch(fingerprint, "showquery", rules.keep_query);

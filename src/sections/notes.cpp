@@ -35,6 +35,7 @@ Notes OpenNotes(const Settings& settings, const Analysis& analysis) {
   WriteUnlessNone(notes.without_url, analysis.without_url);
   WriteUnlessNone(notes.own_referrers, analysis.own_referrers);
   WriteLookUps(notes);
+  notes.filters = ActiveFiltersOf(settings);
   return notes;
 }
 
@@ -102,10 +103,29 @@ static bool NextOfLogs(Notes& notes, NoteCode code, Note& note) {
   return false;
 }
 
+// Each filter that is given has a note of its own.
+static bool NextOfFilters(Notes& notes, NoteCode code, Note& note) {
+  const bool only = code == NoteCode::kOnlyThese;
+  if (!only && code != NoteCode::kTheseLeftOut) {
+    return false;
+  }
+  for (; notes.next_filter < notes.filters.count; ++notes.next_filter) {
+    const ActiveFilter& active = notes.filters.filters[notes.next_filter];
+    if (active.only == only) {
+      const bool all = active.list == "1";  // robots of any purpose
+      note = {code, active.filter->name, all ? "" : ": ", all ? "" : active.list.data()};
+      ++notes.next_filter;
+      return true;
+    }
+  }
+  notes.next_filter = 0;
+  return false;
+}
+
 bool NextNote(Notes& notes, Note& note) {
   for (; notes.next < static_cast<size_t>(NoteCode::kThinned); ++notes.next) {
     const auto code = static_cast<NoteCode>(notes.next);
-    if (NextOfLogs(notes, code, note)) {
+    if (NextOfLogs(notes, code, note) || NextOfFilters(notes, code, note)) {
       return true;
     }
     const char* const subject = SubjectOf(code, notes);

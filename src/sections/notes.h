@@ -5,6 +5,7 @@
 #include <cstddef>
 
 #include "analysis/analysis.h"
+#include "analysis/record_filters.h"
 #include "cgi/settings.h"
 #include "sections/log_notes.h"
 
@@ -15,6 +16,8 @@ enum class NoteCode {
   kUser,          // and of one user
   kHostsLeftOut,
   kTypesLeftOut,
+  kOnlyThese,          // requests that a filter lets through; the subject is its list,
+  kTheseLeftOut,       // or that it leaves out
   kLogsNotOpened,      // and so not read
   kLogsMissing,        // pieces of which nobody could read
   kNoLibrary,          // for a compressed log, which was not read
@@ -28,7 +31,7 @@ enum class NoteCode {
   kOwnReferrers,  // of the site itself, which are no rows; the subject is the number of requests
   kThinned,       // the memory budget took items from a table: counts below its first rows may be too low
 };
-inline constexpr size_t kNoteCodes = 18;
+inline constexpr size_t kNoteCodes = 20;
 
 struct Note {
   NoteCode code;
@@ -45,6 +48,8 @@ struct Notes {
   size_t next;            // of the codes
   const ListInfo* table;  // the next thinned one, once it is their turn
   LogNotes logs{};
+  ActiveFilters filters{};
+  size_t next_filter = 0;
   char without_url[24] = "";  // requests, in digits; empty: none
   char own_referrers[24] = "";
   char not_looked_up[48] = "";

@@ -116,6 +116,16 @@ struct AskedTexts {
   bool site = false;
 };
 
+// The texts of both.
+constexpr AskedTexts Both(const AskedTexts& one, const AskedTexts& other) {
+  return {.host = one.host || other.host,
+          .referrer = one.referrer || other.referrer,
+          .agent = one.agent || other.agent,
+          .realm = one.realm || other.realm,
+          .user = one.user || other.user,
+          .site = one.site || other.site};
+}
+
 // From the next log file on the other texts of records are absent, and no line is read beyond what is
 // asked for. All are until this is called, and after a reset; which lines are usable stays the same.
 void SuperLog_AskFor(const AskedTexts& asked);

@@ -207,4 +207,5 @@ def main():
     print(f"{ROUNDS} sites")
 
 
-main()
+if __name__ == "__main__":
+    main()

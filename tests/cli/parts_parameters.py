@@ -67,6 +67,9 @@ PARAMETERS = {
     **{name + "_top": (PRINTED, "1") for name in SECTIONS + DIMENSIONS},
     **{name + "_greater": (PRINTED, "3") for name in SECTIONS},
     **{name + "_greater": (PRINTED, "9") for name in DIMENSIONS},
+    **{kind + name: (REFUSED, value) for kind in ("only_", "exclude_") for name, value in
+       {"statuses": "404", "hosts": "10.0.0.1", "agents": "Mozilla", "robots": "1", "referrers": "*", "vhosts": "x", "users": "ann",
+        "hours": "0-12", "weekdays": "mon"}.items()},
     # Of which the logs have none.
     "vhosts": (REFUSED, "1"), "vhosts_top": (NOTHING, "1"), "vhosts_greater": (NOTHING, "1"),
     "search_casesensitive": (NOTHING, "1"),
@@ -162,6 +165,12 @@ def names_in(path, table, row):
     return set(names)
 
 
+def names_of_filters():
+    text = (PROJECT / "src/analysis/record_filters.cpp").read_text()
+    rows = re.search(r"kRecordFilters\[\] = \{\n(.*?)\n\};", text, re.S).group(1)
+    return {kind + name for name in re.findall(r'\{"([a-z]+)"', rows) for kind in ("only_", "exclude_")}
+
+
 def names_of_dimensions():
     text = (PROJECT / "src/analysis/dimensions.cpp").read_text()
     return {name + ending for name in re.findall(r'\.parameter = "([a-z]+)"', text) for ending in ("", "_top", "_greater")}
@@ -234,7 +243,7 @@ def end_of(folder, edition, name, row, key):
 def main():
     failures = 0
     tables = (
-        ("parameter", PARAMETERS, names_in("cgi/parameters.cpp", "kKeywords", r'^ *\{"([^"]+)",') | names_of_dimensions(), False),
+        ("parameter", PARAMETERS, names_in("cgi/parameters.cpp", "kKeywords", r'^ *\{"([^"]+)",') | names_of_dimensions() | names_of_filters(), False),
         ("key", KEYS, names_in("config/config_file.cpp", "kConfigKeys", r'^ *\{"([^"]+)",'), True),
     )
     for what, table, names, key in tables:

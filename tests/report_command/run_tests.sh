@@ -881,6 +881,21 @@ test_bytes_and_order() {
   expect_error 2 '--order is requests or bytes, not "size"'
 }
 
+test_only_and_exclude() {
+  edition=
+  week >access.log
+  line 7 | sed 's/" 200 /" 404 /' >>access.log
+  run --csv --only statuses=200,3xx --exclude 'agents=No*Such' --exclude=hours=99 --reports statuses access.log
+  expect_match report.csv '^statuses,1,200,3,'
+  expect_not_in report.csv statuses,2
+  run --csv --exclude statuses=2xx --reports statuses access.log
+  expect_match report.csv '^statuses,1,404,1,'
+  run --only colour=red access.log
+  expect_error 2 '--only takes a name and a list, such as statuses=404,5xx, not "colour=red"'
+  run --exclude 'agents=a b' access.log
+  expect_error 2 '--exclude takes lists without blanks and "=", not "agents=a b"'
+}
+
 test_sections_that_are_asked_for() {
   edition=
   week >access.log
