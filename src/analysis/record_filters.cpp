@@ -87,8 +87,8 @@ static bool ReadHour(std::string_view text, int& hour) {
 static bool ReadWeekday(std::string_view text, int& weekday) {
   static constexpr std::string_view kNames[] = {"sunday",   "monday", "tuesday", "wednesday",
                                                 "thursday", "friday", "saturday"};
-  const auto* const found = std::ranges::find_if(kNames, [text](std::string_view name) {
-    return text.size() >= 3 && text.size() <= name.size() && BeginsWithIgnoreCase(name, text);
+  const auto* const found = std::ranges::find_if(kNames, [text](std::string_view day) {
+    return text.size() >= 3 && text.size() <= day.size() && BeginsWithIgnoreCase(day, text);
   });
   weekday = static_cast<int>(found - kNames);
   return found != std::end(kNames);
