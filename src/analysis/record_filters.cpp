@@ -84,11 +84,11 @@ static bool ReadHour(std::string_view text, int& hour) {
 }
 
 // By the first three letters, as many as tell them apart.
-static bool ReadWeekday(std::string_view text, int& weekday) {
+static bool ReadWeekday(std::string_view word, int& weekday) {
   static constexpr std::string_view kNames[] = {"sunday",   "monday", "tuesday", "wednesday",
                                                 "thursday", "friday", "saturday"};
-  const auto* const found = std::ranges::find_if(kNames, [text](std::string_view day) {
-    return text.size() >= 3 && text.size() <= day.size() && BeginsWithIgnoreCase(day, text);
+  const auto* const found = std::ranges::find_if(kNames, [word](std::string_view day) {
+    return word.size() >= 3 && word.size() <= day.size() && BeginsWithIgnoreCase(day, word);
   });
   weekday = static_cast<int>(found - kNames);
   return found != std::end(kNames);
