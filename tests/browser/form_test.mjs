@@ -90,6 +90,8 @@ async function untilPosted(page) {
 const option = (page, name) => page.getByRole('radio', { name, exact: true });
 const everySection = { requests: '1', referrers: '1', search: '1', browsers: '1', badurls: '1', badreferrers: '1', badurl_referrers: '1',
   domains: '1', domaintypes: '1', dailytotals: '1', hitsperdayofweek: '1', hitsperhour: '1', hoursofweek: '1' };
+const furtherSections = ['statuses', 'servererrors', 'hosts', 'users', 'vhosts', 'referringsites', 'directories', 'filetypes',
+  'browserfamilies', 'systems', 'devices', 'robots'];
 const withoutEmpty = (fields) => Object.fromEntries(Object.entries(fields).filter(([, value]) => value !== ''));
 const linkOf = async (page) => new URL(await page.getByRole('link', { name: 'Link to this report' }).evaluate((link) => link.href));
 
@@ -120,7 +122,7 @@ const tests = {
       const ring = await page.evaluate(() => getComputedStyle(document.activeElement.nextElementSibling).outlineStyle);
       assert.equal(ring, 'solid');
       const seen = [];
-      for (let i = 0; i < 50; i += 1) {
+      for (let i = 0; i < 100; i += 1) {
         await page.keyboard.press('Tab');
         seen.push(await page.evaluate(() => document.activeElement.name || document.activeElement.id || document.activeElement.textContent));
       }
@@ -185,7 +187,10 @@ const tests = {
       await page.getByRole('button', { name: 'Choose none' }).click();
       assert.equal(await page.locator('table :checked').count(), 0);
       await page.getByRole('button', { name: 'Choose all' }).click();
-      assert.equal(await page.locator('table :checked').count(), Object.keys(everySection).length);
+      assert.equal(await page.locator('table :checked').count(), Object.keys(everySection).length + furtherSections.length);
+      for (const name of furtherSections) {
+        assert.ok(await page.locator(`input[name="${name}"]`).isChecked(), name);
+      }
     });
     await withPage(forms.site, { javaScriptEnabled: false }, async (page) => {
       for (const needsScript of ['Choose all', 'Choose none', 'Forget them']) {
