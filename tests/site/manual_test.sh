@@ -127,7 +127,7 @@ done
 
 # The request forms send nothing but what a form may set, and all of that: each edition has its own.
 offers() { # FORM, PARAMETERS, and those that it does without
-  fields=$(grep -oE ' name="[^"]*"' "$1" | cut -d'"' -f2 | grep -vxE 'viewport|referrer|robots|color-scheme' | sort -u)
+  fields=$(grep -v '<meta ' "$1" | grep -oE ' name="[^"]*"' | cut -d'"' -f2 | sort -u)
   [ "$(echo "$fields" | wc -l)" -ge 40 ] || fail "the fields of $1 were not found"
   for field in $fields; do
     echo "$2" | grep -qx "$field" || fail "$1 sends $field, which is not taken from it"
@@ -140,7 +140,13 @@ names_of() { grep -oE '^    \{"[A-Za-z_]+",' | tr -d ' {",' | sort -u; }
 taken=$(grep -E 'kTaken(, kGoOn)?(, kStop, kLater)?\},$' "$source_dir/src/cgi/parameters.cpp" | names_of)
 classic=$(grep -E 'kTaken(, kGoOn)?\},$' "$source_dir/src/cgi/parameters.cpp" | names_of)
 [ "$(echo "$classic" | wc -l)" -ge 40 ] || fail "the parameters that a form may set were not found"
-offers "$form" "$taken" 'date|s[mdy]|e[mdy]|search_casesensitive'
+sections=$(grep -oE '\.parameter = "[a-z]+"' "$source_dir/src/analysis/dimensions.cpp" | cut -d'"' -f2)
+[ "$(echo "$sections" | wc -l)" -ge 12 ] || fail "the table of dimensions was not found"
+for section in $sections; do
+  taken=$(printf '%s\n' "$taken" "$section" "${section}_top" "${section}_greater")
+done
+# Bytes beside requests are asked for by address, command or account.
+offers "$form" "$taken" 'date|s[mdy]|e[mdy]|search_casesensitive|bytes|order'
 offers "$source_dir/site/classic.html" "$classic" 'date|search_casesensitive'
 
 # The manual pages are well-formed, as far as the tool to tell is here.
