@@ -44,7 +44,9 @@ class Row:
         self.highest = max(self.highest, self.levels[node])
         self.put(node)
         enough = min(MOST_AT_ONCE, max(LEAST_AT_ONCE, left)) if left > 0 else 2
-        for level in range(self.levels[node], self.highest + 1):
+        # In the end a sum that waits for another one costs more time than adding a large part once more.
+        least_level = self.levels[node] if left > 0 or self.sums else self.highest
+        for level in range(least_level, self.highest + 1):
             found = self.neighbours(node, level)
             if len(found) >= enough:
                 return found[:MOST_AT_ONCE]
