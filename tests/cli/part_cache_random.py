@@ -570,6 +570,8 @@ def main():
         for _ in range(ROUNDS):
             time.sleep(SETTLED)
             list(pool.map(History.try_round, histories))
+            if any(history.failed for history in histories):
+                break
         for folder in folders:  # which may be nobody's to list
             subprocess.run(["chmod", "-R", "u+rwX", str(folder)], capture_output=True, check=False)
     ends = sum((history.ends for history in histories), collections.Counter())

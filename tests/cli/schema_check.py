@@ -71,10 +71,18 @@ def of_other_kinds(value):
     return [kind for kind in kinds if not isinstance(kind, same) or isinstance(kind, bool)]
 
 
-def spoilings(report):
+def around(report, path):
+    """As much of a report as has the place in it, for a validator walks through all: no section but its own."""
+    if "sections" not in report or path == ("sections",):
+        return report
+    own = path[1] if path[0] == "sections" else ""
+    return {**report, "sections": {name: section for name, section in report["sections"].items() if name == own}}
+
+
+def spoilings(whole):
     """Pairs: what was done, and the report with that done to it."""
-    for path in every_place(report):
-        value = at(report, path)
+    for path in every_place(whole):
+        report, value = around(whole, path), at(whole, path)
         if isinstance(path[-1], str) and path[-1] not in OPTIONAL and path[:-1] != ("sections",):
             yield f"without {path}", without(report, path)
         for other in of_other_kinds(value):
@@ -121,7 +129,7 @@ def main():
     report["notes"] = limited["notes"]
     cases = list(spoilings(report)) + list(spoilings(refusal))
     for path, values in VALUES:
-        cases += [(f"{path} as {value!r}", spoiled(report, path, value)) for value in values]
+        cases += [(f"{path} as {value!r}", spoiled(around(report, path), path, value)) for value in values]
     for name, length in LENGTHS.items():
         rows = report["sections"][name]["rows"]
         assert len(rows) == length
