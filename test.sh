@@ -10,7 +10,7 @@
 set -eu
 cd "$(dirname "$0")"
 . ./cmake/packages.sh
-jobs=$(($(nproc) + 1)) # one more than there are processors, for tests that wait
+jobs=$(($(nproc) + 2)) # more than there are processors, for tests that wait
 
 need_packages g++ cmake ninja-build python3 python3-jsonschema libgtest-dev libgmock-dev libcrypt-dev libseccomp-dev cmark-gfm
 # What unpacks compressed logs.
