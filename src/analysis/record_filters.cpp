@@ -192,25 +192,26 @@ static Purpose PurposeOf(std::string_view agent) {
   return known.purpose;
 }
 
-// "1" is any robot; otherwise those of a purpose, by its word.
+// "1" and "all" are any robot; otherwise those of a purpose, by its word.
 static bool IsRobot(const SuperLogRecord& record, std::string_view item) {
   const Purpose purpose = PurposeOf(record.agent);
   return purpose != Purpose::kNone &&
-         (item == "1" || EqualIgnoreCase(item, PurposeNames()[static_cast<size_t>(purpose)].word));
+         (item == "1" || EqualIgnoreCase(item, "all") ||
+          EqualIgnoreCase(item, PurposeNames()[static_cast<size_t>(purpose)].word));
 }
 
 // ---- The table ------------------------------------------------------------------------
 
 constexpr RecordFilter kRecordFilters[] = {
-    {"statuses", {}, IsStatus},
-    {"hosts", {.host = true}, IsHost},
-    {"agents", {.agent = true}, IsAgent},
-    {"robots", {.agent = true}, IsRobot},
-    {"referrers", {.referrer = true}, IsReferrer},
-    {"vhosts", {.site = true}, IsVhost},
-    {"users", {.user = true}, IsUser},
-    {"hours", {}, IsHour},
-    {"weekdays", {}, IsWeekday},
+    {"statuses", "Status", "404, 5xx", {}, IsStatus},
+    {"hosts", "Host", "example.com, 10.0.0.0/8, *.crawl.example", {.host = true}, IsHost},
+    {"agents", "Browser", "firefox, *bot*", {.agent = true}, IsAgent},
+    {"robots", "Robots", "all, or what they are for: search, monitoring", {.agent = true}, IsRobot},
+    {"referrers", "Referrer", "example.org, http*/forum/*", {.referrer = true}, IsReferrer},
+    {"vhosts", "Virtual host", "www.example.com", {.site = true}, IsVhost},
+    {"users", "User", "ann, guest*", {.user = true}, IsUser},
+    {"hours", "Hour", "8-17, 22-5", {}, IsHour},
+    {"weekdays", "Weekday", "mon-fri, sunday", {}, IsWeekday},
 };
 constexpr size_t kRecordFilterCount = std::size(kRecordFilters);
 static_assert(kRecordFilterCount <= kMostRecordFilters);

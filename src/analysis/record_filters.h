@@ -7,11 +7,14 @@
 #include <span>
 #include <string_view>
 
+#include "base/literal.h"
 #include "cgi/settings.h"
 #include "superlog/superlog.h"
 
 struct RecordFilter {
   const char* name;  // of what it looks at, as it stands behind "only_" and "exclude_"
+  Literal title;     // what a form calls it
+  Literal hint;      // some items that a list may have
   AskedTexts asks;   // what it needs of a record
   // Whether an item of the list is one of the record. An item that makes no sense is one of none.
   bool (*matches)(const SuperLogRecord& record, std::string_view item);

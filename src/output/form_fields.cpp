@@ -99,8 +99,9 @@ static constexpr FormField kPath[] = {
     Check<&Settings::showquery>("showquery", "Tell URLs apart by what follows the question mark"),
 };
 static constexpr FormField kLeftOut[] = {
-    Text<&Settings::filter_domains>("filter_domains", "Requests from hosts",
-                                    "Parts of names, addresses or networks, with commas: example.com, 10.0.0.0/8, 2001:db8::/32."),
+    Text<&Settings::filter_domains>(
+        "filter_domains", "Requests from hosts",
+        "Parts of names, addresses or networks, with commas: example.com, 10.0.0.0/8, 2001:db8::/32."),
     Check<&Settings::own_referrers>("own_referrers", "Keep pages of the site itself as referrers"),
     Check<&Settings::filter_referrers>("filter_referrers", "Leave these hosts out as referrers, too"),
     Text<&Settings::filter_filetypes>("filter_filetypes", "Requests for files of type",
@@ -111,6 +112,14 @@ static constexpr FormField kSignedOn[] = {
                                " maxlength=\"243\" autocomplete=\"off\""),
     Text<&Settings::authuser>("authuser", "User", "Only requests of this one.",
                               " maxlength=\"243\" autocomplete=\"off\" autocapitalize=\"none\""),
+};
+static constexpr FieldOption kOrders[] = {
+    {"", "Most requests first"},
+    {"bytes", "Most bytes first"},
+};
+static constexpr FormField kOrder[] = {
+    OneOf<&Settings::order>("order", "Order", kOrders),
+    Check<&Settings::with_bytes>("bytes", "Show bytes beside requests"),
 };
 static constexpr FormField kReport[] = {
     Text<&Settings::title>("title", "Title", "Stands above the report. Empty: that of the account."),
@@ -123,6 +132,7 @@ static constexpr FieldGroup kMore[] = {
     {"path", "Part of the site", kPath},
     {"left-out", "Leave out", kLeftOut},
     {"signed-on", "Visitors who signed on", kSignedOn},
+    {"order", "Order of the tables", kOrder},
     {"report", "The report", kReport},
 };
 constexpr std::span<const FieldGroup> kMoreGroups = kMore;

@@ -38,6 +38,8 @@ struct FieldGroup {
   std::span<const FormField> fields;
 };
 
+// A row of the table of filters (analysis/record_filters.h) has two fields more, only_NAME and exclude_NAME.
+
 extern const FieldGroup kAccountGroup;
 extern const FieldGroup kDaysGroup;
 extern const FieldGroup kOutputGroup;

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <string_view>
 
+#include "analysis/record_filters.h"
 #include "dates/years.h"
 #include "output/escape.h"
 #include "output/form_fields.h"
@@ -309,6 +310,43 @@ static void PutSectionTable(Sink& sink, const Settings& settings) {
   Put(sink, "</tbody></table>\n</fieldset>\n");
 }
 
+// ---- Filters -------------------------------------------------------------------------
+
+static void PutFilterList(Sink& sink, const RecordFilter& filter, const Literal& prefix, const Literal& what,
+                          const char* list) {
+  PutNamed(sink,
+           "<td><input type=\"text\" maxlength=\"243\" autocapitalize=\"none\" spellcheck=\"false\" name=\"",
+           prefix, "");
+  PutAttribute(sink, filter.name);
+  PutNamed(sink, "\" aria-label=\"", filter.title, "");
+  PutNamed(sink, ": ", what, "\" aria-describedby=\"filter-");
+  PutAttribute(sink, filter.name);
+  Put(sink, "-hint\"");
+  PutValue(sink, list);
+  Put(sink, "></td>");
+}
+
+static void PutFilterRow(Sink& sink, const RecordFilter& filter, const FilterLists& lists) {
+  PutNamed(sink, "<tr><th scope=\"row\">", filter.title, "<small id=\"filter-");
+  PutAttribute(sink, filter.name);
+  PutNamed(sink, "-hint\">", filter.hint, "</small></th>");
+  PutFilterList(sink, filter, "only_", "only", lists.only);
+  PutFilterList(sink, filter, "exclude_", "not", lists.exclude);
+  Put(sink, "</tr>\n");
+}
+
+static void PutFilterTable(Sink& sink, const Settings& settings) {
+  Put(sink,
+      "<fieldset id=\"filters-fields\">\n<legend>Requests that count</legend>\n"
+      "<small>Lists with commas. A request counts where all that is filled in says so.</small>\n"
+      "<table><thead><tr><th scope=\"col\">By</th><th scope=\"col\">Only</th>"
+      "<th scope=\"col\">Not</th></tr></thead>\n<tbody>\n");
+  for (size_t row = 0; row < kRecordFilterCount; ++row) {
+    PutFilterRow(sink, kRecordFilters[row], settings.filters[row]);
+  }
+  Put(sink, "</tbody></table>\n</fieldset>\n");
+}
+
 // ---- The rest of the form ------------------------------------------------------------
 
 static bool Differs(const FormField& field, const Settings& a, const Settings& b) {
@@ -319,15 +357,17 @@ static bool Differs(const FormField& field, const Settings& a, const Settings& b
 // What was asked for does not hide in a fold.
 static void PutMore(Sink& sink, const Settings& settings) {
   const Settings suggested = WithSuggestions({});
-  bool asked = false;
+  bool asked = ActiveFiltersOf(settings).count > 0;
   for (const FieldGroup& group : kMoreGroups) {
     for (const FormField& field : group.fields) {
       asked = asked || Differs(field, settings, suggested);
     }
   }
   Put(sink, asked ? Literal("<details open>") : Literal("<details>"));
-  Put(sink, "<summary>More: part of the site, what to leave out, title</summary>\n");
-  for (const FieldGroup& group : kMoreGroups) {
+  Put(sink, "<summary>More: part of the site, which requests, what to leave out, order, title</summary>\n");
+  PutGroup(sink, kMoreGroups.front(), settings);
+  PutFilterTable(sink, settings);
+  for (const FieldGroup& group : kMoreGroups.subspan(1)) {
     PutGroup(sink, group, settings);
   }
   Put(sink, "</details>\n");

@@ -112,7 +112,7 @@ static bool NextOfFilters(Notes& notes, NoteCode code, Note& note) {
   for (; notes.next_filter < notes.filters.count; ++notes.next_filter) {
     const ActiveFilter& active = notes.filters.filters[notes.next_filter];
     if (active.only == only) {
-      const bool all = active.list == "1";  // robots of any purpose
+      const bool all = active.list == "1" || EqualIgnoreCase(active.list, "all");  // robots of any purpose
       note = {code, active.filter->name, all ? "" : ": ", all ? "" : active.list.data()};
       ++notes.next_filter;
       return true;

@@ -127,7 +127,7 @@ const tests = {
         seen.push(await page.evaluate(() => document.activeElement.name || document.activeElement.id || document.activeElement.textContent));
       }
       const wanted = ['choose-all', 'choose-none', 'hoursofweek', 'requests', 'requests_top', 'requests_greater', 'output',
-        'More: part of the site, what to leave out, title', 'remember', 'Request report', 'bookmark'];
+        'More: part of the site, which requests, what to leave out, order, title', 'remember', 'Request report', 'bookmark'];
       assert.deepEqual(seen.filter((name) => wanted.includes(name)).slice(0, wanted.length), wanted);
       await page.getByLabel('Password').focus();
       await page.keyboard.press('Enter');

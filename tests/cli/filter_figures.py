@@ -63,7 +63,7 @@ LISTS = {
               ("*.EXAMPLE.*", lambda r: like("*.example.*", r.host))],
     "agents": [("firefox", lambda r: "firefox" in agent(r).lower()), ("curl/*", lambda r: like("curl/*", agent(r))),
                ("nothing like this", lambda r: False)],
-    "robots": [("1", lambda r: made.AGENTS[r.agent][3] is not None), ("search", lambda r: made.AGENTS[r.agent][3] == "Googlebot"),
+    "robots": [("All", lambda r: made.AGENTS[r.agent][3] is not None), ("search", lambda r: made.AGENTS[r.agent][3] == "Googlebot"),
                ("Tools,feeds", lambda r: made.AGENTS[r.agent][3] == "curl")],
     "referrers": [("other.example", lambda r: under("other.example", site_of(r))),
                   ("https://*", lambda r: like("https://*", r.referrer)), ("just words", lambda r: r.referrer == "just words")],

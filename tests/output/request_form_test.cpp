@@ -6,6 +6,7 @@
 #include <regex>
 #include <set>
 
+#include "analysis/record_filters.h"
 #include "cgi/parameters.h"
 #include "output/page_frame.h"
 #include "output/page_sections.h"
@@ -177,7 +178,12 @@ TEST_F(RequestForm, SendsWhatItWasFilledInWith) {
                                           "authuser=u",
                                           "title=<T>",
                                           "dnslookupenabled=1",
-                                          "no_script=1"};
+                                          "no_script=1",
+                                          "order=bytes",
+                                          "bytes=1",
+                                          "only_statuses=404,5xx",
+                                          "exclude_robots=search, \"ai\"",
+                                          "exclude_hosts=*.crawl.example"};
   Fields wanted;
   for (const std::string& line : asked) {
     wanted[line.substr(0, line.find('='))] = line.substr(line.find('=') + 1);
@@ -191,6 +197,16 @@ TEST_F(RequestForm, SendsWhatItWasFilledInWith) {
     Ask(name + "=" + value);
   }
   EXPECT_EQ(memcmp(&before, &settings_, sizeof before), 0);
+}
+
+TEST_F(RequestForm, HasAListOfEachFilterForEitherSide) {
+  const std::set<std::string> names = NamesIn(Asked({}));
+  for (size_t row = 0; row < kRecordFilterCount; ++row) {
+    EXPECT_TRUE(names.contains(std::string("only_") + kRecordFilters[row].name)) << kRecordFilters[row].name;
+    EXPECT_TRUE(names.contains(std::string("exclude_") + kRecordFilters[row].name));
+  }
+  EXPECT_THAT(Asked({}), HasSubstr("<details>"));
+  EXPECT_THAT(Asked({"exclude_users=ann"}), HasSubstr("<details open>"));
 }
 
 TEST_F(RequestForm, HasTheSectionsInTheOrderOfThePage) {

@@ -145,8 +145,12 @@ sections=$(grep -oE '\.parameter = "[a-z]+"' "$source_dir/src/analysis/dimension
 for section in $sections; do
   taken=$(printf '%s\n' "$taken" "$section" "${section}_top" "${section}_greater")
 done
-# Bytes beside requests are asked for by address, command or account.
-offers "$form" "$taken" 'date|s[mdy]|e[mdy]|search_casesensitive|bytes|order'
+filters=$(sed -n '/^constexpr RecordFilter kRecordFilters/,/^};/p' "$source_dir/src/analysis/record_filters.cpp" | grep -oE '^    \{"[a-z]+"' | cut -d'"' -f2)
+[ "$(echo "$filters" | wc -l)" -ge 9 ] || fail "the table of filters was not found"
+for filter in $filters; do
+  taken=$(printf '%s\n' "$taken" "only_$filter" "exclude_$filter")
+done
+offers "$form" "$taken" 'date|s[mdy]|e[mdy]|search_casesensitive'
 offers "$source_dir/site/classic.html" "$classic" 'date|search_casesensitive'
 
 # The manual pages are well-formed, as far as the tool to tell is here.
