@@ -7,9 +7,11 @@
 #include <string_view>
 
 #include "analysis/address_names.h"
+#include "analysis/comparison.h"
 #include "analysis/counting_table.h"
 #include "analysis/day_counts.h"
 #include "analysis/search_phrases.h"
+#include "analysis/status_meanings.h"
 #include "base/limits.h"
 #include "cgi/settings.h"
 #include "superlog/super_long.h"
@@ -57,7 +59,6 @@ struct TimeDistribution {
 };
 
 inline constexpr size_t kHoursInWeek = 7 * 24;
-inline constexpr size_t kStatuses = 600;  // those of HTTP are below
 
 // What reading the logs came to.
 struct LogFigures {
@@ -104,6 +105,7 @@ struct Analysis {
   SuperLong bytes;                  // served by them
   SuperLongSum part_bytes;          // the same, where the counts are added to those of other runs
   int64_t own_referrers;            // requests that pages of the site itself led to, where these are no rows
+  Comparison comparison;            // the days that these are compared with
   SearchCounts search;
   int64_t MsieCount;       // browser records of Internet Explorer
   int64_t NavCount;        // and of Netscape Navigator

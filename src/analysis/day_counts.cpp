@@ -109,6 +109,14 @@ bool AddSavedDays(PartReader& part, DayCounts& days) {
   return !part.damaged;
 }
 
+bool PassSavedDays(PartReader& part) {
+  for (uint64_t left = TakeFigure(part); left > 0 && !part.damaged; --left) {
+    TakeFigure(part);
+    TakeFigure(part);
+  }
+  return !part.damaged;
+}
+
 std::span<DayCount> OrderDays(DayCounts& days) {
   DayCount* const end = std::remove_if(days.slots, days.slots + days.capacity,
                                        [](const DayCount& slot) { return slot.count == 0; });

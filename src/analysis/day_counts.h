@@ -37,6 +37,9 @@ void SaveDays(PartWriter& part, const DayCounts& days);
 // Adds what was written down. No day may be in order yet. False when the part is damaged.
 bool AddSavedDays(PartReader& part, DayCounts& days);
 
+// Passes over it. False when the part ends before.
+bool PassSavedDays(PartReader& part);
+
 // Puts the days in ascending order. No day may be counted any more, and the counts
 // alone may be written to. Not to be called again.
 std::span<DayCount> OrderDays(DayCounts& days);

@@ -189,6 +189,12 @@ static void BeginRange(const Settings& settings, const Counting& counting, Analy
   analysis.ReportStartTime = CurrentTime();
   SetRange(settings, analysis);
   OpenRange(settings, analysis);
+  analysis.comparison = ComparisonOf(settings);
+}
+
+// What the logs are read for: the days that the others are compared with are earlier ones.
+static time_t FirstRead(const Analysis& analysis) {
+  return analysis.comparison.asked ? analysis.comparison.first : analysis.range_first;
 }
 
 static void PrepareCounting(const Settings& settings, const Counting& counting, Analysis& analysis) {
@@ -213,7 +219,7 @@ static LogEvents Listen(const AnalysisEvents& events) {
 bool BeginAnalysis(Settings& settings, const Counting& counting, Analysis& analysis,
                    const AnalysisEvents& events) {
   BeginRange(settings, counting, analysis);
-  SuperLog_Init(settings, counting.limits, analysis.range_first, analysis.range_last, Listen(events));
+  SuperLog_Init(settings, counting.limits, FirstRead(analysis), analysis.range_last, Listen(events));
   if (!SuperLog_LogFilesFound()) {
     return false;
   }
@@ -227,7 +233,7 @@ bool BeginAnalysis(Settings& settings, const Counting& counting, Analysis& analy
 void BeginAdding(const Settings& settings, const Counting& counting, Analysis& analysis,
                  const AnalysisEvents& events) {
   BeginRange(settings, counting, analysis);
-  SuperLog_InitWithoutLogs(settings, counting.limits, analysis.range_first, analysis.range_last,
+  SuperLog_InitWithoutLogs(settings, counting.limits, FirstRead(analysis), analysis.range_last,
                            Listen(events));
   PrepareCounting(settings, counting, analysis);
 }
@@ -387,21 +393,33 @@ static void CountVisit(const Rules& rules, const SuperLogRecord& record, std::st
   CountTime(rules, record.local, analysis);
 }
 
+// As the find test and the requests report take it; cutting it before or after
+// the find test's own cut is one.
+static std::string_view UrlOf(const Rules& rules, const SuperLogRecord& record) {
+  return rules.keep_query ? record.url : TruncateAt(record.url, rules.url_end_mark);
+}
+
+static bool IsOfCountedType(const Rules& rules, const SuperLogRecord& record) {
+  return !rules.filter_types || NotFilteredFileType(rules.settings, TruncateFileType(record.url));
+}
+
+// Whether the name of its address is that of a host that is left out.
+static bool IsLeftOutByName(const Rules& rules, Visitor& visitor, Analysis& analysis) {
+  return rules.dns == DnsMode::kAllHosts && ResolveHost(rules, visitor, analysis) &&
+         !rules.host_counts(rules.settings, KeptOfHost(rules, visitor.host));
+}
+
 // A record of a filtered file type is not counted, but may be a bad URL and may
 // hold a search phrase.
 static void CountRecord(const Rules& rules, const SuperLogRecord& record, Analysis& analysis) {
-  // As the find test and the requests report take it; cutting it before or after
-  // the find test's own cut is one.
-  const std::string_view url = rules.keep_query ? record.url : TruncateAt(record.url, rules.url_end_mark);
+  const std::string_view url = UrlOf(rules, record);
   if (!IsSelected(rules, record, url)) {
     return;
   }
-  const bool counted =
-      !rules.filter_types || NotFilteredFileType(rules.settings, TruncateFileType(record.url));
+  const bool counted = IsOfCountedType(rules, record);
   Visitor visitor(record);
   if (counted) {
-    if (rules.dns == DnsMode::kAllHosts && ResolveHost(rules, visitor, analysis) &&
-        !rules.host_counts(rules.settings, KeptOfHost(rules, visitor.host))) {
+    if (IsLeftOutByName(rules, visitor, analysis)) {
       return;
     }
     ++analysis.hits;
@@ -412,7 +430,7 @@ static void CountRecord(const Rules& rules, const SuperLogRecord& record, Analys
   if (rules.bytes) {
     TakeBytes(record, counted, analysis);
   }
-  if (record.status == 404) {
+  if (record.status == kNotFound) {
     CountNotFound(rules, record, analysis);
   }
   if (counted) {
@@ -424,12 +442,35 @@ static void CountRecord(const Rules& rules, const SuperLogRecord& record, Analys
   }
 }
 
+// Of an earlier day, what is told of those that the others are compared with. False where it is of none.
+[[gnu::noinline]] static bool CountEarlierRecord(const Rules& rules, const SuperLogRecord& record,
+                                                 Analysis& analysis) {
+  Comparison& comparison = analysis.comparison;
+  if (record.time < comparison.first || record.time > comparison.last) {
+    return false;
+  }
+  if (!IsSelected(rules, record, UrlOf(rules, record))) {
+    return true;
+  }
+  const bool counted = IsOfCountedType(rules, record);
+  Visitor visitor(record);
+  if (counted && IsLeftOutByName(rules, visitor, analysis)) {
+    return true;
+  }
+  comparison.not_found += record.status == kNotFound ? 1 : 0;
+  if (counted) {
+    CountCompared(record, comparison);
+  }
+  return true;
+}
+
 // ---- The loop over the records ---------------------------------------------------
 
 // Records may stand in any order, unless the rules take a file to be in order of time.
 static LogRecords CountLogFile(const Rules& rules, Analysis& analysis) {
   const time_t first = analysis.range_first;
   const time_t last = analysis.range_last;
+  const bool compares = analysis.comparison.asked;
   const LineListener line_read = mpLineRead;
   LogRecords records;
   SuperLogRecord record{};
@@ -444,6 +485,8 @@ static LogRecords CountLogFile(const Rules& rules, Analysis& analysis) {
     if (record.time >= first && record.time <= last) {
       ++records.in_range;
       CountRecord(rules, record, analysis);
+    } else if (compares && CountEarlierRecord(rules, record, analysis)) {
+      ++records.in_range;
     }
   }
   return records;
@@ -487,6 +530,7 @@ static void WrapFigures(Analysis& analysis) {
     day.count = Wrapped(limits, day.count);
   }
   analysis.dates.total = Wrapped(limits, analysis.dates.total);
+  OrderDays(analysis.comparison.dates);
   WrapFigures(limits, analysis.days);
   WrapFigures(limits, analysis.hours_of_week);
   WrapFigures(limits, analysis.weekdays);
@@ -565,6 +609,10 @@ void ForgetCounts(Analysis& analysis) {
   empty.ReportStartTime = analysis.ReportStartTime;
   empty.range_first = analysis.range_first;
   empty.range_last = analysis.range_last;
+  empty.comparison = {.asked = analysis.comparison.asked,
+                      .days = analysis.comparison.days,
+                      .first = analysis.comparison.first,
+                      .last = analysis.comparison.last};
   ForEachReport(analysis, EmptyReport);
   for (CountedReport Analysis::*const report : kReports) {
     empty.*report = analysis.*report;
@@ -573,6 +621,7 @@ void ForgetCounts(Analysis& analysis) {
   EmptySearch(analysis.search);
   empty.search = analysis.search;
   ReleaseDays(analysis.dates);
+  ReleaseDays(analysis.comparison.dates);
   analysis = empty;
   mPartBytes = {};
   ForgetAllocations();
@@ -629,6 +678,7 @@ void EndAnalysis(Analysis& analysis) {
   SuperLog_Uninit();
   ForEachReport(analysis, [](CountedReport& report) { destroy(report.list); });
   ReleaseDays(analysis.dates);
+  ReleaseDays(analysis.comparison.dates);
   FreeDomainsNow();
   FreeFileTypesNow();
   ForgetKnownAgents();

@@ -181,6 +181,7 @@ Rules ResolveRules(const Settings& settings, const Counting& counting) {
       .keep_query = settings.showquery != 0,
       .url_end_mark = counting.limits.escapes ? '?' : '"',
       .bytes = AmountsOf(settings) == Amounts::kSummed,
+      .compares = ComparisonOf(settings).asked,
       .urls = CountsUrls(settings),
       .urls_ignore_case = settings.find_casesensitive == 0 && !counting.urls_as_written,
       .url_total = CountsUrls(settings) || settings.badurls.on != 0,

@@ -64,6 +64,7 @@ struct Rules {
   bool keep_query;
   char url_end_mark;  // besides "?", where the query is not kept: a quote, unless quotes are parts of fields
   bool bytes;         // of each item
+  bool compares;      // days with earlier ones
   bool urls;
   bool urls_ignore_case;
   bool url_total;

@@ -417,6 +417,7 @@ static const Keyword kKeywords[] = {
     {"own_referrers", Number<&Settings::own_referrers>, kFromAny, kTaken, kStop, kLater},
     {"bytes", Number<&Settings::with_bytes>, kFromAny, kTaken, kStop, kLater},
     {"order", Copy<&Settings::order>, kFromAny, kTaken, kStop, kLater},
+    {"compare", Copy<&Settings::compare>, kFromAny, kTaken, kStop, kLater},
     {"subdirs", Number<&Settings::subdirs>, kFromAny, kTaken},
     {"dailytotals", Number<&Settings::dailytotals>, kFromAny, kTaken},
     {"hitsperdayofweek", Number<&Settings::hitsperdayofweek>, kFromAny, kTaken},

@@ -66,10 +66,26 @@ static void PutShape(Sink& sink, const Place& place, int64_t height) {
   Put(sink, "\"/>");
 }
 
+// A line across the place of the bar.
+static void PutBefore(Sink& sink, const Place& place, int64_t height) {
+  static constexpr int64_t kThickness = 30;
+  Put(sink, "<rect class=\"before\"");
+  PutAcross(sink, place.left, place.width);
+  Put(sink, " y=\"");
+  PutParts(sink, int64_t{10} * kBase - height - kThickness / 2, 1);
+  Put(sink, "\" height=\"");
+  PutParts(sink, kThickness, 1);
+  Put(sink, "\"/>");
+}
+
 static void PutFigure(Sink& sink, const BarChart& chart, const Bar& bar) {
   chart.put_name(sink, bar);
   Put(sink, ": ");
   PutRequests(sink, std::max<int64_t>(bar.count, 0));
+  if (bar.before >= 0) {
+    Put(sink, ", before ");
+    PutGrouped(sink, bar.before);
+  }
 }
 
 static void BeginMark(Sink& sink, const Bar& bar, bool focused) {
@@ -92,6 +108,9 @@ static void PutMark(Sink& sink, const BarChart& chart, size_t number, const Scal
   PutAcross(sink, place.left, place.width);
   Put(sink, "/>");
   PutShape(sink, place, HeightOf(bar.count, scale));
+  if (bar.before >= 0) {
+    PutBefore(sink, place, HeightOf(bar.before, scale));
+  }
   if (focused) {
     Put(sink, "<text class=\"tip\" x=\"100%\" y=\"14\">");
     PutFigure(sink, chart, bar);
@@ -174,6 +193,14 @@ static const Bar* LargestOf(std::span<const Bar> bars) {
   return largest == bars.end() ? nullptr : &*largest;
 }
 
+static int64_t HighestOf(std::span<const Bar> bars) {
+  int64_t highest = 0;
+  for (const Bar& bar : bars) {
+    highest = std::max({highest, bar.count, bar.before});
+  }
+  return highest;
+}
+
 static void PutSummary(Sink& sink, const BarChart& chart, const Bar* largest) {
   Put(sink, chart.subject);
   if (largest != nullptr && largest->count > 0) {
@@ -185,7 +212,7 @@ static void PutSummary(Sink& sink, const BarChart& chart, const Bar* largest) {
 
 void DrawBars(Sink& sink, const BarChart& chart) {
   const Bar* const largest = LargestOf(chart.bars);
-  const Scale scale = AxisScale(largest == nullptr ? 0 : largest->count, kMostLines);
+  const Scale scale = AxisScale(HighestOf(chart.bars), kMostLines);
   Put(sink, "<svg class=\"bars\" width=\"100%\" height=\"");
   PutNumber(sink, (chart.lower_labels ? kLowerLabels : kUpperLabels) + kBelowText);
   Put(sink, "\" role=\"");

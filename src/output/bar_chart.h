@@ -9,6 +9,7 @@
 
 struct Bar {
   int64_t count = 0;
+  int64_t before = -1;   // what it is compared with; below 0: nothing
   int64_t first = 0;     // its number, or its first day and
   int64_t last = 0;      // its last, since 1970-01-01
   bool weekend = false;  // drawn apart

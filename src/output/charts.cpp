@@ -20,7 +20,8 @@ static void EndChart(Sink& sink) {
 }
 
 // Says what is drawn, and goes on about it where there is something to say.
-static void DrawBarChart(Sink& sink, const BarChart& chart, const Literal& caption, const Literal& cut = "") {
+static void DrawBarChart(Sink& sink, const BarChart& chart, const Literal& caption, const Literal& cut = "",
+                         const Literal& compared = "") {
   BeginChart(sink);
   DrawBars(sink, chart);
   Put(sink, "<figcaption>");
@@ -28,6 +29,7 @@ static void DrawBarChart(Sink& sink, const BarChart& chart, const Literal& capti
   if (std::ranges::any_of(chart.bars, &Bar::part)) {
     Put(sink, cut);
   }
+  Put(sink, compared);
   if (std::ranges::any_of(chart.bars, [](const Bar& bar) { return bar.count <= 0; })) {
     Put(sink, " A mark below the line tells of no requests.");
   }
@@ -38,8 +40,10 @@ static void DrawBarChart(Sink& sink, const BarChart& chart, const Literal& capti
 
 void DrawDays(Sink& sink, const Analysis& analysis) {
   const DayBars days = CollectDays(analysis, kMostDayBars);
-  DrawBarChart(sink, {days.period->subject, days.All(), PutDays, PutDayAxis, true}, days.period->caption,
-               days.period->cut);
+  DrawBarChart(
+      sink, {days.period->subject, days.All(), PutDays, PutDayAxis, true}, days.period->caption,
+      days.period->cut,
+      analysis.comparison.asked ? Literal(" A line across a bar is what it is compared with.") : Literal(""));
 }
 
 // ---- Weekdays and hours ----------------------------------------------------------------

@@ -17,6 +17,7 @@
 //   .marks g                     a bar; .w of a week-end, .p of a period cut by the range;
 //                                its first <rect> is where it answers
 //   .none, .tip                  its mark without requests; its figure
+//   .before                      a line at the height of what it is compared with
 //   .cells path                  a cell; .c0 without requests, .c1 to .c6 the more the darker
 //   .legend                      of a heat map: <li> with <svg class="key"> and the bounds
 #pragma once

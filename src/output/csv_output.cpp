@@ -25,8 +25,9 @@ struct CsvRow {
   const char* item;
   int64_t count;
   double share;
-  const char* detail;  // engine, name, time zone or the item that was led to; empty: none
-  int64_t bytes = -1;  // below 0: none
+  const char* detail;   // engine, name, time zone or the item that was led to; empty: none
+  int64_t bytes = -1;   // below 0: none
+  int64_t before = -1;  // the count of the day that it is compared with; below 0: none
 };
 
 struct Cells {
@@ -82,7 +83,7 @@ template <typename PutRow>
 static void PutRows(SectionRows& rows, const char* detail_of_all, PutRow put) {
   int64_t rank = 0;
   for (SectionRow row; NextRow(rows, row);) {
-    put(CsvRow{++rank, row.item, row.count, row.share, DetailOf(row, detail_of_all), row.bytes});
+    put(CsvRow{++rank, row.item, row.count, row.share, DetailOf(row, detail_of_all), row.bytes, row.before});
   }
 }
 
@@ -183,46 +184,54 @@ static void PutTable(const Table& table, const Settings& settings, Analysis& ana
   }
 }
 
-// The last column, where rows have one.
-static void PutBytes(Cells& cells, const CsvRow& row) {
-  Put(cells.sink, ",");
-  if (row.bytes >= 0) {
-    PutNumber(cells.sink, row.bytes);
+// The last column, where there is one.
+struct LastColumn {
+  Literal title = "\r\n";
+  int64_t CsvRow::*figure = nullptr;
+};
+static constexpr LastColumn kBytes = {",bytes\r\n", &CsvRow::bytes};
+static constexpr LastColumn kBefore = {",before\r\n", &CsvRow::before};
+
+static void EndRow(Cells& cells, const CsvRow& row, const LastColumn& last) {
+  if (last.figure != nullptr) {
+    Put(cells.sink, ",");
+    if (row.*last.figure >= 0) {
+      PutNumber(cells.sink, row.*last.figure);
+    }
   }
+  Put(cells.sink, "\r\n");
 }
 
-static bool HasBytes(const Table& table, const Settings& settings) {
-  return SectionOf(table.section).rows == RowKind::kRanked && !table.referrers &&
-         AmountsOf(settings) == Amounts::kSummed;
+static LastColumn LastColumnOf(const Table& table, const Settings& settings, const Analysis& analysis) {
+  if (table.section == SectionId::kDays && analysis.comparison.asked) {
+    return kBefore;
+  }
+  const bool bytes = SectionOf(table.section).rows == RowKind::kRanked && !table.referrers &&
+                     AmountsOf(settings) == Amounts::kSummed;
+  return bytes ? kBytes : LastColumn{};
 }
 
 static void PutOne(Cells& cells, const Table& table, const Settings& settings, Analysis& analysis) {
-  const bool bytes = HasBytes(table, settings);
+  const LastColumn last = LastColumnOf(table, settings, analysis);
   Put(cells.sink, table.columns);
-  Put(cells.sink, bytes ? Literal(",bytes\r\n") : Literal("\r\n"));
+  Put(cells.sink, last.title);
   PutTable(table, settings, analysis, [&](const CsvRow& row) {
     table.put(cells, row);
-    if (bytes) {
-      PutBytes(cells, row);
-    }
-    Put(cells.sink, "\r\n");
+    EndRow(cells, row, last);
   });
 }
 
 static void PutAll(Cells& cells, const Settings& settings, Analysis& analysis) {
-  const bool bytes = AmountsOf(settings) == Amounts::kSummed;
+  const LastColumn last = AmountsOf(settings) == Amounts::kSummed ? kBytes : LastColumn{};
   Put(cells.sink, "section,rank,item,count,share,detail");
-  Put(cells.sink, bytes ? Literal(",bytes\r\n") : Literal("\r\n"));
+  Put(cells.sink, last.title);
   AnyTable([&](const Table& table) {
     if (IsInReport(table, settings)) {
       PutTable(table, settings, analysis, [&](const CsvRow& row) {
         PutCsv(cells.sink, table.name, cells.guarded);
         Put(cells.sink, ",");
         PutWithDetail(cells, row);
-        if (bytes) {
-          PutBytes(cells, row);
-        }
-        Put(cells.sink, "\r\n");
+        EndRow(cells, row, last);
       });
     }
     return false;

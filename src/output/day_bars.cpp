@@ -75,6 +75,9 @@ static void AddDay(DayBars& days, const TimeRow& row, int64_t day) {
   }
   Bar& bar = days.bars[days.length - 1];
   bar.count = SumOf(bar.count, std::max<int64_t>(row.count, 0));
+  if (row.before >= 0) {
+    bar.before = SumOf(std::max<int64_t>(bar.before, 0), row.before);
+  }
   bar.last = day;
   bar.weekend = days.period->days == 1 && (row.weekday == 0 || row.weekday == 6);
 }

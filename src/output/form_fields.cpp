@@ -117,6 +117,15 @@ static constexpr FieldOption kOrders[] = {
     {"", "Most requests first"},
     {"bytes", "Most bytes first"},
 };
+static constexpr FieldOption kCompared[] = {
+    {"", "Nothing"},
+    {"previous", "The days before"},
+    {"weekdays", "The same weekdays before"},
+    {"year", "A year before"},
+};
+static constexpr FormField kCompare[] = {
+    OneOf<&Settings::compare>("compare", "Compare with", kCompared),
+};
 static constexpr FormField kOrder[] = {
     OneOf<&Settings::order>("order", "Order", kOrders),
     Check<&Settings::with_bytes>("bytes", "Show bytes beside requests"),
@@ -132,6 +141,7 @@ static constexpr FieldGroup kMore[] = {
     {"path", "Part of the site", kPath},
     {"left-out", "Leave out", kLeftOut},
     {"signed-on", "Visitors who signed on", kSignedOn},
+    {"compare", "Compare with", kCompare},
     {"order", "Order of the tables", kOrder},
     {"report", "The report", kReport},
 };

@@ -58,6 +58,25 @@ static void PutTotals(Sink& sink, const Overview& overview) {
   Put(sink, "}");
 }
 
+static void PutCompared(Sink& sink, const Comparison& comparison) {
+  if (!comparison.asked) {
+    return;
+  }
+  Put(sink, ",\n  \"compared\": {\"from\": \"");
+  PutDay(sink, comparison.days.first);
+  Put(sink, "\", \"to\": \"");
+  PutDay(sink, comparison.days.last);
+  Put(sink, "\", \"requests\": ");
+  PutNumber(sink, comparison.requests);
+  Put(sink, ", \"bytes\": ");
+  PutNumber(sink, comparison.bytes);
+  Put(sink, ", \"with_status\": ");
+  PutNumber(sink, comparison.with_status);
+  Put(sink, ", \"errors\": ");
+  PutNumber(sink, comparison.errors);
+  Put(sink, "}");
+}
+
 static void PutHead(Sink& sink, const Settings& settings, const Analysis& analysis) {
   const Overview overview = OverviewOf(settings, analysis);
   const time_t made = MomentMade(overview.made);
@@ -77,6 +96,7 @@ static void PutHead(Sink& sink, const Settings& settings, const Analysis& analys
   PutDay(sink, DayOf(analysis.range_last));
   Put(sink, "\"}");
   PutTotals(sink, overview);
+  PutCompared(sink, analysis.comparison);
   Put(sink, ",\n  \"notes\": [");
   PutNotes(sink, settings, analysis);
   Put(sink, "]");
@@ -134,6 +154,10 @@ static void PutRow(Sink& sink, const Section& section, SectionRow& row) {
   if (row.bytes >= 0) {
     Put(sink, ", \"bytes\": ");
     PutNumber(sink, row.bytes);
+  }
+  if (row.before >= 0) {
+    Put(sink, ", \"before\": ");
+    PutNumber(sink, row.before);
   }
   if (row.name != nullptr) {
     Put(sink, ", \"name\": ");

@@ -104,6 +104,11 @@ void PutReportHead(Sink& sink, const Settings& settings, const Analysis& analysi
   PutItemText(sink, overview.title, nullptr);
   Put(sink, "</h1>\n<p class=\"days\">");
   PutDays(sink, RangeOf(analysis));
+  if (analysis.comparison.asked) {
+    Put(sink, " <span class=\"versus\">compared with ");
+    PutDays(sink, analysis.comparison.days);
+    Put(sink, "</span>");
+  }
   Put(sink, "</p>\n<dl class=\"facts\">\n");
   PutMade(sink, MomentMade(overview.made));
   PutLogs(sink, logs, overview.log_bytes_read);
@@ -138,9 +143,20 @@ static void EndTile(Sink& sink) {
   Put(sink, "</dd></div>\n");
 }
 
-static void PutRequestsTile(Sink& sink, int64_t requests, int64_t days) {
+// How a figure that is compared has changed, and whether it is to be told what it was.
+static bool BeginChange(Sink& sink, int64_t now, int64_t before) {
+  BeginDetail(sink);
+  const bool more = PutChange(sink, now, before);
+  Put(sink, more ? Literal(", before ") : Literal(""));
+  return more;
+}
+
+static void PutRequestsTile(Sink& sink, int64_t requests, int64_t days, const Comparison& comparison) {
   BeginTile(sink, "Requests");
   PutGrouped(sink, requests);
+  if (comparison.asked && BeginChange(sink, requests, comparison.requests)) {
+    PutGrouped(sink, comparison.requests);
+  }
   const double average = Share(requests, days);
   if (days > 1 && average >= 0.1) {
     BeginDetail(sink);
@@ -154,9 +170,12 @@ static void PutRequestsTile(Sink& sink, int64_t requests, int64_t days) {
   EndTile(sink);
 }
 
-static void PutBytesTile(Sink& sink, uint64_t bytes) {
+static void PutBytesTile(Sink& sink, uint64_t bytes, const Comparison& comparison) {
   BeginTile(sink, "Data served");
   PutByteSize(sink, bytes);
+  if (comparison.asked && BeginChange(sink, static_cast<int64_t>(bytes), comparison.bytes)) {
+    PutByteSize(sink, static_cast<uint64_t>(comparison.bytes));
+  }
   if (bytes >= 1000) {
     BeginDetail(sink);
     PutGroupedSize(sink, bytes);
@@ -198,9 +217,15 @@ static void PutDaysTile(Sink& sink, int64_t days, const CalendarDate& first, con
   EndTile(sink);
 }
 
-static void PutErrorsTile(Sink& sink, const Overview& overview) {
+static void PutErrorsTile(Sink& sink, const Overview& overview, const Comparison& comparison) {
   BeginTile(sink, "Errors");
   PutShare(sink, Share(overview.errors, overview.with_status));
+  if (comparison.asked && BeginChange(sink, overview.errors, comparison.errors)) {
+    PutGrouped(sink, comparison.errors);
+    Put(sink, " (");
+    PutShare(sink, Share(comparison.errors, comparison.with_status));
+    Put(sink, ")");
+  }
   BeginDetail(sink);
   PutCounted(sink, overview.errors, "answer", "answers");
   Put(sink, ", 4xx or 5xx");
@@ -209,8 +234,12 @@ static void PutErrorsTile(Sink& sink, const Overview& overview) {
 
 static void PutNotFoundTile(Sink& sink, Analysis& analysis) {
   const int64_t count = TotalList(analysis.badurls.list);
+  const int64_t before = analysis.comparison.not_found;
   BeginTile(sink, "Not found");
   PutGrouped(sink, count);
+  if (analysis.comparison.asked && BeginChange(sink, count, before)) {
+    PutGrouped(sink, before);
+  }
   BeginDetail(sink);
   PutCounted(sink, static_cast<int64_t>(list_length(analysis.badurls.list)), "URL", "URLs");
   if (analysis.hits > 0) {
@@ -225,11 +254,11 @@ static void PutTiles(Sink& sink, const Settings& settings, const Overview& overv
   SectionRows days;
   OpenSection(days, settings, SectionOf(SectionId::kDays), analysis);
   Put(sink, "<dl class=\"tiles\">\n");
-  PutRequestsTile(sink, overview.requests, days.distinct);
-  PutBytesTile(sink, overview.bytes_served);
+  PutRequestsTile(sink, overview.requests, days.distinct, analysis.comparison);
+  PutBytesTile(sink, overview.bytes_served, analysis.comparison);
   PutDaysTile(sink, days.distinct, RangeOf(analysis).first, BusiestDay(settings, analysis));
   if (overview.with_status > 0) {
-    PutErrorsTile(sink, overview);
+    PutErrorsTile(sink, overview, analysis.comparison);
   }
   if (IsOn(SectionOf(SectionId::kBadUrls), settings)) {
     PutNotFoundTile(sink, analysis);

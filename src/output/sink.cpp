@@ -68,6 +68,23 @@ void PutDecimal(Sink& sink, double number, int digits) {
   PutChecked(sink, {text, static_cast<size_t>(length)});
 }
 
+bool PutChange(Sink& sink, int64_t now, int64_t before) {
+  if (now == before || before == 0) {
+    PutChecked(sink, now == before ? "as before" : "none before");
+    return false;
+  }
+  const double times = static_cast<double>(now) / static_cast<double>(before);
+  if (times >= 10) {
+    PutDecimal(sink, times, 1);
+    PutChecked(sink, " times");
+  } else {
+    PutChecked(sink, now > before ? "+" : "-");
+    PutDecimal(sink, std::fabs(times - 1) * 100, 1);
+    PutChecked(sink, " %");
+  }
+  return true;
+}
+
 void PutPadded(Sink& sink, int number, int digits) {
   char text[kNumberSize];
   const std::string_view written = Digits(number, text);

@@ -29,6 +29,10 @@ void PutSize(Sink& sink, uint64_t number);
 void PutGrouped(Sink& sink, int64_t number);
 void PutDecimal(Sink& sink, double number, int digits);
 
+// How a figure has changed: "+12.3 %", "-4.0 %", "12.3 times" from ten times on; "as before", and "none
+// before". Neither is below 0. Whether what it was before is still to be told.
+bool PutChange(Sink& sink, int64_t now, int64_t before);
+
 // The nearest whole number of one from 0 to 2^62, halves upwards. The mathematical
 // library's own would have to be loaded at every start of the program.
 constexpr int64_t Rounded(double number) {

@@ -123,12 +123,20 @@ static void PutNote(Paper& paper, const Note& note) {
 
 // ---- The head -----------------------------------------------------------------------------
 
-static void PutTotal(Paper& paper, const Literal& name, int64_t figure) {
+// With what it is compared with, unless that is below 0.
+static void PutTotal(Paper& paper, const Literal& name, int64_t figure, int64_t before = -1) {
   static constexpr size_t kNameWidth = 21;
   static constexpr size_t kFigureWidth = 16;
   Put(paper.sink, name);
   PutBlanks(paper.sink, kNameWidth - name.text().size());
   PutToTheRight(paper.sink, figure, kFigureWidth);
+  if (before >= 0) {
+    Put(paper.sink, "  ");
+    if (PutChange(paper.sink, figure, before)) {
+      Put(paper.sink, ", before ");
+      PutGrouped(paper.sink, before);
+    }
+  }
   Put(paper.sink, "\n");
 }
 
@@ -136,6 +144,12 @@ static void PutDays(Paper& paper, const Analysis& analysis, time_t made) {
   PutDay(paper.sink, DayOf(analysis.range_first));
   Put(paper.sink, " to ");
   PutDay(paper.sink, DayOf(analysis.range_last));
+  if (analysis.comparison.asked) {
+    Put(paper.sink, ", compared with ");
+    PutDay(paper.sink, analysis.comparison.days.first);
+    Put(paper.sink, " to ");
+    PutDay(paper.sink, analysis.comparison.days.last);
+  }
   Put(paper.sink, " (");
   PutPlain(paper.sink, ZoneName(made), kLongestZoneName);
   Put(paper.sink, ")\nmade ");
@@ -168,9 +182,11 @@ static void PutHead(Paper& paper, const Settings& settings, const Analysis& anal
   }
   PutDays(paper, analysis, MomentMade(overview.made));
   Put(paper.sink, "\n");
-  PutTotal(paper, "Requests", overview.requests);
-  PutTotal(paper, "Errors", overview.errors);
-  PutTotal(paper, "Bytes served", static_cast<int64_t>(overview.bytes_served));
+  const Comparison& before = analysis.comparison;
+  PutTotal(paper, "Requests", overview.requests, before.asked ? before.requests : -1);
+  PutTotal(paper, "Errors", overview.errors, before.asked ? before.errors : -1);
+  PutTotal(paper, "Bytes served", static_cast<int64_t>(overview.bytes_served),
+           before.asked ? before.bytes : -1);
   PutTotal(paper, "Log bytes read", static_cast<int64_t>(overview.log_bytes_read));
   PutTotal(paper, "Lines not understood", overview.lines_not_understood);
   PutNotes(paper, settings, analysis);

@@ -71,6 +71,8 @@ static constexpr NoteWords kNoteWords[] = {
      " addresses could not be looked up: no name server gave an answer."},
     {NoteCode::kOwnReferrers, "own_referrers",
      "Requests that pages of the site itself led to, which are left out of the referrers: ", "."},
+    {NoteCode::kNotCompared, "not_compared",
+     "Days are not compared with others: which they are must be known before the logs are read.", ""},
     {NoteCode::kThinned, "thinned",
      "The memory budget did not suffice. Figures may be too low behind the first rows of the section ", "."},
 };

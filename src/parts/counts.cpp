@@ -252,11 +252,7 @@ static bool PassDayCounts(PartReader& part, const Analysis& analysis) {
   if (!ByDate(analysis)) {
     return PassAll<std::size(Analysis{}.days.counts)>(part);
   }
-  for (uint64_t left = TakeFigure(part); left > 0 && !part.damaged; --left) {
-    TakeFigure(part);
-    TakeFigure(part);
-  }
-  return !part.damaged;
+  return PassSavedDays(part);
 }
 
 static void SaveHours(PartWriter& part, const Analysis& analysis) {
@@ -269,6 +265,18 @@ static bool AddHours(PartReader& part, const Rules&, Analysis& analysis) {
 
 static bool PassHours(PartReader& part, const Analysis&) {
   return PassAll<kHoursInWeek>(part);
+}
+
+static void SaveCompared(PartWriter& part, const Analysis& analysis) {
+  SaveComparison(part, analysis.comparison);
+}
+
+static bool AddCompared(PartReader& part, const Rules&, Analysis& analysis) {
+  return AddSavedComparison(part, analysis.comparison);
+}
+
+static bool PassCompared(PartReader& part, const Analysis&) {
+  return PassSavedComparison(part);
 }
 
 template <CountedReport Analysis::*kReport>
@@ -291,6 +299,7 @@ static constexpr Kind kKindTable[] = {
     {"hitsperhour", &Rules::hours_of_week, SaveHours, AddHours, PassHours},
     RankedKind<&Analysis::addresses>("addresses", nullptr),
     {"bytes", &Rules::bytes, SaveStatusBytes, AddStatusBytes, PassStatusBytes},
+    {"compare", &Rules::compares, SaveCompared, AddCompared, PassCompared},
 };
 static_assert(std::size(kKindTable) == kNamedKinds);
 

@@ -20,8 +20,9 @@ enum class CountKind : unsigned {
   kHoursOfWeek,
   kAddresses,  // whose names the domains wait for
   kBytes,      // of the items of all lists, and of statuses
+  kCompared,   // days that those of the report are compared with
 };
-inline constexpr unsigned kNamedKinds = 13;
+inline constexpr unsigned kNamedKinds = 14;
 // Behind these, the dimensions (analysis/dimensions.h) whose items requests have, by their rows.
 inline constexpr unsigned kCountKinds = kNamedKinds + kMostDimensions;
 

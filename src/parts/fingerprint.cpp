@@ -164,6 +164,7 @@ static void AddRequests(Fingerprint& fingerprint, const Rules& rules) {
   AddSwitch(fingerprint, "showquery", rules.keep_query);
   AddText(fingerprint, "url", rules.own_host.name);
   AddSwitch(fingerprint, "dnslookupenabled", rules.dns != DnsMode::kOff);
+  AddText(fingerprint, "compare", rules.compares ? settings.compare : "");
 }
 
 static Fingerprint FingerprintOfRange(std::string_view edition, const Rules& rules, const Analysis& analysis,

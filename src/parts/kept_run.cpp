@@ -274,7 +274,7 @@ bool CountWithKept(const Settings& settings, Analysis& analysis, CountBefore* be
   }
   const Rules rules = ResolveRules(settings, analysis.counting);
   KeptRun run{settings, analysis, {"", rules, {}, {}}, {}, {}, {}};
-  if (!AreRecordsCountedAlone(rules) || !IsStoreOpen() ||
+  if (!AreRecordsCountedAlone(rules) || rules.compares || !IsStoreOpen() ||
       !OpenKeptCounts(settings.part_cache, rules, analysis, run.kept)) {
     return false;
   }

@@ -16,6 +16,7 @@ void PrintErrorPage(int number, const Environment& env, const Settings& settings
 
 // Appends "[%d/%b/%Y:%H:%M:%S] message" (local time) to the file ErrorLog. Does
 // nothing, and says nothing, when none is set or it cannot be opened. The file is
-// opened and closed for each message, so lines of concurrent runs stay whole. With settings.rules.own_links_only,
-// a link that somebody else may have put there, hard or symbolic, is no file to be written.
+// opened and closed for each message, so lines of concurrent runs stay whole. With
+// settings.rules.own_links_only, a link that somebody else may have put there, hard or symbolic, is no file
+// to be written.
 void LogError(const Settings& settings, const char* message);

@@ -1,8 +1,8 @@
 // What the layout is that the logs were said to have.
 #pragma once
 
-// Takes the last logformat= argument of a shell whole where it is longer than parameters are kept: words of a server
-// often are.
+// Takes the last logformat= argument of a shell whole where it is longer than parameters are kept: words of a
+// server often are.
 void TakeLongLayout(int argc, char* const* argv);
 
 // Makes sure that what the run was told of the layout of the logs is letters, the name of a known layout, or

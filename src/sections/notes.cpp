@@ -64,6 +64,8 @@ static const char* SubjectOf(NoteCode code, const Notes& notes) {
       return unless_empty(notes.no_name_server);
     case NoteCode::kOwnReferrers:
       return unless_empty(notes.own_referrers);
+    case NoteCode::kNotCompared:
+      return IsComparison(settings.compare) && !notes.analysis->comparison.asked ? "" : nullptr;
     default:
       return nullptr;
   }

@@ -3,8 +3,6 @@
 #include <iterator>
 #include <numeric>
 
-static constexpr size_t kFirstErrorStatus = 400;
-
 static int64_t CountFrom(const Analysis& analysis, size_t status) {
   return std::accumulate(analysis.statuses + status, std::end(analysis.statuses), int64_t{0});
 }

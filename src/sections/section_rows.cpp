@@ -93,6 +93,7 @@ static bool NextTimeRow(SectionRows& rows, SectionRow& row) {
   row.date = time.date;
   row.weekday = time.weekday;
   row.hour = time.hour;
+  row.before = time.before;
   return true;
 }
 

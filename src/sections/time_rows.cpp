@@ -4,6 +4,7 @@
 #include <ctime>
 #include <iterator>
 
+#include "dates/days.h"
 #include "dates/local_time.h"
 #include "sections/cut_off.h"
 
@@ -56,6 +57,14 @@ static TimeRows OpenDaysOfYear(const Analysis& analysis) {
   };
 }
 
+// That of the day which lies as far behind the first of those that are compared with.
+static int64_t CountBefore(const TimeRows& rows) {
+  const Comparison& comparison = rows.analysis->comparison;
+  const int64_t day = NumberOfDay(comparison.days.first) + rows.next;
+  const bool any = comparison.asked && day <= NumberOfDay(comparison.days.last);
+  return any ? CountOfDay(comparison.dates, day) : -1;
+}
+
 static void FillDate(const TimeRows& rows, TimeRow& row) {
   const int64_t number = rows.first_day + rows.next;
   const time_t midnight = number * kSecondsPerDay;
@@ -64,6 +73,7 @@ static void FillDate(const TimeRows& rows, TimeRow& row) {
   row.date = {day.tm_mon + 1, day.tm_mday, day.tm_year + 1900};
   row.weekday = day.tm_wday;
   row.count = CountOfDay(rows.analysis->dates, number);
+  row.before = CountBefore(rows);
 }
 
 // The day of a time, of those of the years 0 to 9999.

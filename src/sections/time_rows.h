@@ -12,8 +12,9 @@ struct TimeRow {
   int weekday = -1;     // of all but hour rows, 0 = Sunday; -1 in these
   int hour = -1;        // of hour rows and those of hours of the week, 0 to 23; -1 in others
   int64_t count = 0;
-  double share = 0.0;  // of the total, never below 0
-  double bar = 0.0;    // the count as a part of the largest one
+  int64_t before = -1;  // of days that are compared with earlier ones, where there is such a one: its count
+  double share = 0.0;   // of the total, never below 0
+  double bar = 0.0;     // the count as a part of the largest one
 };
 
 // The way through the rows, and what was known before the first.

@@ -19,8 +19,8 @@ struct ContentHash {
 inline constexpr size_t kContentBlock = 64 * 1024;
 
 // The hash of what came before and of one more block. Every block but the last must be of kContentBlock
-// bytes. Contents begin with the hash {}. Blocks may be hashed each by itself, and their hashes added in their
-// order.
+// bytes. Contents begin with the hash {}. Blocks may be hashed each by itself, and their hashes added in
+// their order.
 ContentHash HashOfBlock(const ContentKey& key, const char* block, size_t size);
 ContentHash AddHash(const ContentKey& key, const ContentHash& before, const ContentHash& block);
 ContentHash AddBlock(const ContentKey& key, const ContentHash& before, const char* block, size_t size);

@@ -24,8 +24,8 @@ struct FileReplacement {
 // and while another process writes it; nothing has changed then, unless memory or
 // descriptors ran out when the old one had been emptied already.
 //
-// A file for the user alone is never written in place: a link that stands there, hard or symbolic, may lead to
-// anything, and is left alone. Nobody else may read what is written.
+// A file for the user alone is never written in place: a link that stands there, hard or symbolic, may lead
+// to anything, and is left alone. Nobody else may read what is written.
 //
 // The content begins with head, which is written here. In place, unfinished stands
 // there until all the rest is written; it is as long as head.

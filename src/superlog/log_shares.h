@@ -28,8 +28,8 @@ struct LogShare {
 // Divides all that is to be read into at most so many shares of about equal work, each of which would take
 // reading so many bytes or more; into one where it cannot be divided. Behind SuperLog_Init, and before a log
 // is opened. A log is divided behind the end of a line, unless it is compressed, is known so well that little
-// of it need be read, may end the reading of itself, or is counted in blocks (LogEvents::block_counted), which
-// nobody knows of a part.
+// of it need be read, may end the reading of itself, or is counted in blocks (LogEvents::block_counted),
+// which nobody knows of a part.
 std::vector<LogShare> DivideLogs(size_t most, uint64_t least);
 
 // From here on there is nothing to be read but this share. before: the time of the last line of the log that

@@ -17,8 +17,8 @@ inline constexpr char kNotHttp[sizeof "(not HTTP)" + kScanOverread] = "(not HTTP
 // line on.
 std::string_view UrlOfOddRequest(std::string_view url, const char* line);
 
-// The same where a layout has the URL by itself: anything may be one but nothing, "-", and what Squid writes in its
-// place: "error:" and a reason.
+// The same where a layout has the URL by itself: anything may be one but nothing, "-", and what Squid writes
+// in its place: "error:" and a reason.
 std::string_view UrlOrNoRequest(std::string_view url);
 
 // Whether the view is what one of the two has put in place of a URL, perhaps cut.

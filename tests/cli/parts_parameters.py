@@ -75,7 +75,7 @@ PARAMETERS = {
     "search_casesensitive": (NOTHING, "1"),
     "badurl_referrers": (PRINTED, "0"),
     "own_referrers": (REFUSED, "1"),
-    "bytes": (REFUSED, "1"), "order": (REFUSED, "bytes"),
+    "bytes": (REFUSED, "1"), "order": (REFUSED, "bytes"), "compare": (REFUSED, "previous"),
     "dailytotals": (PRINTED, "0"),
     "hitsperdayofweek": (PRINTED, "0"),
     "hitsperhour": (PRINTED, "0"),

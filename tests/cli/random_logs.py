@@ -193,7 +193,7 @@ def later_sections(chance):
              for name in ("statuses", "hosts", "users", "referringsites", "directories", "filetypes",
                           "browserfamilies", "systems", "devices", "robots", "vhosts", "servererrors") if chance.random() < 0.4]
     filters = ["exclude_robots=1", "only_statuses=2xx,404", "exclude_hosts=192.0.2.0/24", "only_hours=6-20", "exclude_weekdays=sun"]
-    return words + [word for word in ("bytes=1", "order=bytes", *filters) if chance.random() < 0.1]
+    return words + [word for word in ("bytes=1", "order=bytes", *filters, "compare=previous", "compare=weekdays") if chance.random() < 0.1]
 
 
 def configuration(chance):

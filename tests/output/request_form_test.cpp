@@ -180,6 +180,7 @@ TEST_F(RequestForm, SendsWhatItWasFilledInWith) {
                                           "dnslookupenabled=1",
                                           "no_script=1",
                                           "order=bytes",
+                                          "compare=weekdays",
                                           "bytes=1",
                                           "only_statuses=404,5xx",
                                           "exclude_robots=search, \"ai\"",

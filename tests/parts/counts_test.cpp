@@ -29,6 +29,7 @@ class PartCounts : public AccountLogs {
     modern_ = modern;
     settings_.rules.whole_logs = modern;
     settings_.with_bytes = modern ? 1 : 0;
+    CopyText(settings_.compare, modern ? "year" : "");
     for (RankedReport& report : settings_.dimensions) {
       report.on = modern ? 1 : 0;
     }
@@ -53,6 +54,7 @@ class PartCounts : public AccountLogs {
            ToText({.url = "/a", .bytes = "999999800", .referrer = "http://site.example/" + name}) +
            ToText({.url = "/a", .referrer = "http://www.google.com/", .user = "ann"}) +
            ToText({.time = "05/Apr/2000:10:00:00"}) + "no request at all\n" +
+           ToText({.time = "06/Mar/1999:10:00:00", .status = "404"}) +
            "h.example.com - - [07/Mar/2000:10:00:00 +0000] \"-\" 408 0 \"-\" \"-\"\n";
   }
 
@@ -134,7 +136,7 @@ TEST_F(PartCounts, OfLogsAddUpToThoseOfOneRun) {
       const bool of_classic = name.starts_with("days");
       const bool of_modern = name.starts_with("dates") || name == "referrals" || name == "own referrers" ||
                              name == "without url" || name == "not understood" || name == "bytes by status" ||
-                             is_of_dimension(name);
+                             name.starts_with("compared ") || is_of_dimension(name);
       const bool never = name == "badurls total" || name == "badreferrers total" ||
                          name.starts_with("addresses") || name.starts_with("vhosts") || name == "looked up" ||
                          name == "left out" || name == "unanswered";
@@ -215,6 +217,8 @@ TEST_F(PartCounts, AreMissedWhereTheyAreAskedFor) {
   EXPECT_EQ(missed(), "domains");
   settings_.with_bytes = 0;
   EXPECT_EQ(missed(), "bytes");
+  settings_.compare[0] = '\0';
+  EXPECT_EQ(missed(), "compare");
   for (size_t row = 0; row < kDimensionCount; ++row) {
     if (settings_.dimensions[row].on != 0) {
       settings_.dimensions[row].on = 0;

@@ -881,6 +881,19 @@ test_bytes_and_order() {
   expect_error 2 '--order is requests or bytes, not "size"'
 }
 
+test_compare() {
+  edition=
+  week >access.log
+  run --json --from 2000-03-06 --to 2000-03-07 --compare previous access.log
+  expect_match out '"compared": {"from": "2000-03-04", "to": "2000-03-05", "requests": [0-9]+,'
+  run --json --from 2000-03-06 --compare=year --to 2000-03-06 access.log
+  expect_match out '"compared": {"from": "1999-03-06", "to": "1999-03-06", "requests": 0,'
+  run --compare previous access.log
+  expect_error 2 '--compare needs --from: which days are compared is known before the logs are read'
+  run --from 7d --compare yesterday access.log
+  expect_error 2 '--compare is previous, weekdays or year, not "yesterday"'
+}
+
 test_only_and_exclude() {
   edition=
   week >access.log

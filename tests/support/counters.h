@@ -11,7 +11,8 @@
 #include "support/counted.h"
 
 // A new counter makes this fail: it has to be saved, added, and listed in CountersOf.
-static_assert(sizeof(Analysis) == 14808 + kMostDimensions * sizeof(CountedReport));
+static_assert(sizeof(Comparison) == 136);
+static_assert(sizeof(Analysis) == 14808 + sizeof(Comparison) + kMostDimensions * sizeof(CountedReport));
 
 // All that an analysis counts, in words.
 inline std::map<std::string, std::string> CountersOf(Analysis& analysis) {
@@ -56,6 +57,14 @@ inline std::map<std::string, std::string> CountersOf(Analysis& analysis) {
   add_all("bytes by status", analysis.status_bytes);
   add("bytes", SuperLongToBytes(analysis.bytes));
   add("own referrers", analysis.own_referrers);
+  add("compared requests", analysis.comparison.requests);
+  add("compared with status", analysis.comparison.with_status);
+  add("compared errors", analysis.comparison.errors);
+  add("compared not found", analysis.comparison.not_found);
+  add("compared bytes", analysis.comparison.bytes);
+  for (const DayCount& day : DaysInOrder(analysis.comparison.dates)) {
+    counters["compared dates"] += std::to_string(day.day) + "=" + std::to_string(day.count) + " ";
+  }
   add("search hits", analysis.search.hits);
   for (SearchEngine* engine = analysis.search.engines; engine != nullptr; engine = engine->next) {
     counters["phrases"] += Counted(engine->phrases);

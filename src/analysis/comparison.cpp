@@ -1,0 +1,119 @@
+#include "analysis/comparison.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "analysis/status_meanings.h"
+#include "base/text.h"
+
+// ---- Days -----------------------------------------------------------------------------
+
+static DayRange Earlier(const DayRange& days, int64_t by) {
+  return {DayOfNumber(NumberOfDay(days.first) - by), DayOfNumber(NumberOfDay(days.last) - by)};
+}
+
+static DayRange RightBefore(const DayRange& days) {
+  return Earlier(days, CountDays(days));
+}
+
+static DayRange OfSameWeekdays(const DayRange& days) {
+  return Earlier(days, (CountDays(days) + 6) / 7 * 7);
+}
+
+static CalendarDate YearsBefore(CalendarDate day, int years) {
+  day.year -= years;
+  day.day -= IsDay(day) ? 0 : 1;
+  return day;
+}
+
+static DayRange OfEarlierYear(const DayRange& days) {
+  const CalendarDate& last = days.last;
+  int years = last.year - days.first.year;
+  years += years == 0 || CountDays({days.first, YearsBefore(last, years)}) > 0 ? 1 : 0;
+  return {YearsBefore(days.first, years), YearsBefore(last, years)};
+}
+
+static constexpr struct {
+  const char* name;
+  DayRange (*days)(const DayRange& days);
+} kComparisons[] = {
+    {"previous", RightBefore},
+    {"weekdays", OfSameWeekdays},
+    {"year", OfEarlierYear},
+};
+
+static const auto* FindComparison(const char* text) {
+  return std::ranges::find_if(
+      kComparisons, [text](const auto& comparison) { return EqualIgnoreCase(comparison.name, text); });
+}
+
+bool IsComparison(const char* text) {
+  return FindComparison(text) != std::end(kComparisons);
+}
+
+bool FindComparedDays(const char* text, const DayRange& days, DayRange& compared) {
+  const auto* const found = FindComparison(text);
+  if (found == std::end(kComparisons)) {
+    return false;
+  }
+  compared = found->days(days);
+  return true;
+}
+
+Comparison ComparisonOf(const Settings& settings) {
+  Comparison comparison;
+  DayRange days{};
+  ParseDate(days.first, days.last, settings);
+  const bool known = !settings.from_first && !settings.to_last && !settings.first_alone;
+  if (!known || !IsDay(days.first) || !IsDay(days.last) ||
+      !FindComparedDays(settings.compare, days, comparison.days) || !IsDay(comparison.days.first)) {
+    return comparison;
+  }
+  comparison.asked = true;
+  comparison.first = BeginOfDay(comparison.days.first);
+  comparison.last = BeginOfDay(DayOfNumber(NumberOfDay(comparison.days.last) + 1)) - 1;
+  return comparison;
+}
+
+// ---- Counting -------------------------------------------------------------------------
+
+static void AddTo(int64_t& sum, int64_t more) {
+  sum = more > INT64_MAX - sum ? INT64_MAX : sum + more;
+}
+
+void CountCompared(const SuperLogRecord& record, Comparison& comparison) {
+  constexpr auto kStatusEnd = static_cast<int64_t>(kStatuses);
+  const bool has_status = record.status > 0 && record.status < kStatusEnd;
+  ++comparison.requests;
+  comparison.with_status += has_status ? 1 : 0;
+  comparison.errors += has_status && record.status >= static_cast<int64_t>(kFirstErrorStatus) ? 1 : 0;
+  AddTo(comparison.bytes, std::max<int64_t>(record.bytes, 0));
+  CountDay(comparison.dates, record.local);
+}
+
+// ---- Parts ----------------------------------------------------------------------------
+
+static constexpr int64_t Comparison::*kFigures[] = {&Comparison::requests, &Comparison::with_status,
+                                                    &Comparison::errors, &Comparison::not_found,
+                                                    &Comparison::bytes};
+
+void SaveComparison(PartWriter& part, const Comparison& comparison) {
+  for (int64_t Comparison::*const figure : kFigures) {
+    PutFigure(part, static_cast<uint64_t>(comparison.*figure));
+  }
+  SaveDays(part, comparison.dates);
+}
+
+bool AddSavedComparison(PartReader& part, Comparison& comparison) {
+  for (int64_t Comparison::*const figure : kFigures) {
+    AddTo(comparison.*figure, static_cast<int64_t>(TakeFigureUpTo(part, INT64_MAX)));
+  }
+  return AddSavedDays(part, comparison.dates);
+}
+
+bool PassSavedComparison(PartReader& part) {
+  for (size_t i = 0; i < std::size(kFigures); ++i) {
+    TakeFigure(part);
+  }
+  return PassSavedDays(part);
+}
