@@ -384,6 +384,9 @@ static void CountVisit(const Rules& rules, const SuperLogRecord& record, std::st
   if (rules.dimensions != 0) {
     CountDimensions(rules.dimensions, {record, url}, analysis);
   }
+  if (rules.visits) {
+    CountVisitOf(*analysis.visits, record, url);
+  }
   CountTime(rules, record.local, analysis);
 }
 
@@ -534,6 +537,9 @@ void CollectLogFigures(const Settings& settings, Analysis& analysis) {
 
 void SettleCounts(Analysis& analysis) {
   SetTypeCounts(analysis);
+  if (analysis.visits != nullptr) {
+    FitVisits(*analysis.visits);
+  }
   mPartBytes.sum = analysis.bytes;
   analysis.part_bytes = mPartBytes;
 }
@@ -573,6 +579,10 @@ void ForgetCounts(Analysis& analysis) {
   EmptySearch(analysis.search);
   empty.search = analysis.search;
   ReleaseDays(analysis.dates);
+  empty.visits = analysis.visits;
+  if (empty.visits != nullptr) {
+    EmptyVisits(*empty.visits);
+  }
   analysis = empty;
   mPartBytes = {};
   ForgetAllocations();
@@ -629,6 +639,7 @@ void EndAnalysis(Analysis& analysis) {
   SuperLog_Uninit();
   ForEachReport(analysis, [](CountedReport& report) { destroy(report.list); });
   ReleaseDays(analysis.dates);
+  ReleaseVisits(std::exchange(analysis.visits, nullptr));
   FreeDomainsNow();
   FreeFileTypesNow();
   ForgetKnownAgents();

@@ -19,7 +19,7 @@ static constexpr int kMostReferrers = 50;
 // ---- Blocks --------------------------------------------------------------------------
 
 static int64_t OpenRows(const Table& table) {
-  if (table.lead != Lead::kRank) {
+  if (table.lead != Lead::kRank && !table.alone) {
     return 0;
   }
   return table.rows <= kFewRows ? table.rows : kOpenRows;
@@ -61,6 +61,10 @@ static void PutHeading(const Table& table) {
   Put(sink, table.columns.item);
   Put(sink, "</th><th scope=\"col\" class=\"c\">");
   Put(sink, table.columns.count);
+  if (!table.second.text().empty()) {
+    Put(sink, "</th><th scope=\"col\" class=\"c\">");
+    Put(sink, table.second);
+  }
   if (table.bytes) {
     Put(sink, "</th><th scope=\"col\" class=\"c\">Bytes");
   }
@@ -210,6 +214,10 @@ void PutTableRow(Table& table, SectionRow& row) {
   PutItem(sink, row, IsPlain(table));
   Put(sink, "</td><td class=\"c\">");
   PutGrouped(sink, row.count);
+  if (!table.second.text().empty()) {
+    Put(sink, "</td><td class=\"c\">");
+    PutGrouped(sink, row.second);
+  }
   if (table.bytes) {
     PutBytes(sink, row.bytes);
   }

@@ -71,6 +71,10 @@ static constexpr NoteWords kNoteWords[] = {
      " addresses could not be looked up: no name server gave an answer."},
     {NoteCode::kOwnReferrers, "own_referrers",
      "Requests that pages of the site itself led to, which are left out of the referrers: ", "."},
+    {NoteCode::kVisitorsSampled, "visitors_sampled",
+     "The memory budget did not suffice for all visitors. Figures of visits are estimated from one visitor "
+     "in ",
+     "."},
     {NoteCode::kThinned, "thinned",
      "The memory budget did not suffice. Figures may be too low behind the first rows of the section ", "."},
 };
