@@ -43,7 +43,7 @@ static void GrowSlots(UrlTable& urls) {
 
 static std::string_view Keep(UrlTable& urls, std::string_view text) {
   static constexpr size_t kRoom = 64 << 10;
-  if (text.size() > urls.room_left) {
+  if (urls.rooms.empty() || text.size() > urls.room_left) {
     urls.room_left = std::max(kRoom, text.size());
     urls.rooms.push_back(std::make_unique_for_overwrite<char[]>(urls.room_left));
   }

@@ -10,7 +10,6 @@
 static constexpr int64_t kLongestWritten = 86400;
 
 static constexpr int64_t kLatestTime = int64_t{1} << 40;  // seconds, far behind the last year of a date
-static constexpr uint64_t kMostPages = uint64_t{1} << 48;
 
 // ---- Writing ----
 
@@ -125,7 +124,8 @@ static Visit TakeVisit(VisitReader& reader, UrlTable& urls) {
   PartReader& part = reader.part;
   Visit visit{};
   visit.first = TakeTime(part);
-  visit.last = visit.first + static_cast<int64_t>(TakeFigureUpTo(part, kLongestWritten));
+  const int64_t longest = std::min(kLongestWritten, kLatestTime - visit.first);
+  visit.last = visit.first + static_cast<int64_t>(TakeFigureUpTo(part, static_cast<uint64_t>(longest)));
   visit.pages = TakeFigureUpTo(part, kMostPages);
   if (visit.pages > 0) {
     visit.entry_time = TakeTime(part);
@@ -161,7 +161,7 @@ static void TakeVisitor(VisitReader& reader, VisitCounts& visits) {
     if (reader.part.damaged || !IsKept(visits, hash)) {
       continue;
     }
-    KnownVisitor* const known = FindVisitor(visits, hash);
+    KnownVisitor* const known = VisitorOf(visits, hash);
     if (known == nullptr) {
       AddVisitor(visits, hash).times.latest = visit;
     } else if (!known->robot) {

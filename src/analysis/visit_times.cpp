@@ -29,7 +29,7 @@ static void Join(Visit& visit, const Visit& more, const UrlTable& urls) {
     visit.exit_time = more.exit_time;
     visit.exit = more.exit;
   }
-  visit.pages += more.pages;
+  visit.pages = std::min(visit.pages + more.pages, kMostPages);
 }
 
 int64_t JoinVisits(VisitTimes& times, const UrlTable& urls) {

@@ -13,6 +13,9 @@
 // Seconds without a request behind which the next one begins another visit.
 inline constexpr int64_t kVisitEnds = 1800;
 
+// Pages of a visit beyond that are not counted: no log holds so many, but a part may say so.
+inline constexpr uint64_t kMostPages = uint64_t{1} << 48;
+
 // A request, or several. Without pages, the last four mean nothing.
 struct Visit {
   int64_t first;  // seconds since 1970-01-01, of the first request and of the last one, whether these are

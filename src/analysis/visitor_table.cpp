@@ -37,7 +37,7 @@ static void GrowSlots(VisitCounts& visits) {
   }
 }
 
-KnownVisitor* FindVisitor(VisitCounts& visits, const WideSipHash& hash) {
+KnownVisitor* VisitorOf(VisitCounts& visits, const WideSipHash& hash) {
   if (visits.slots.empty()) {
     return nullptr;
   }

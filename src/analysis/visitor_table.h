@@ -26,7 +26,7 @@ struct VisitCounts {
 };
 
 // The visitor of that hash; null: there is none yet.
-KnownVisitor* FindVisitor(VisitCounts& visits, const WideSipHash& hash);
+KnownVisitor* VisitorOf(VisitCounts& visits, const WideSipHash& hash);
 
 // A new one, of that hash, whose visits are yet to be told.
 KnownVisitor& AddVisitor(VisitCounts& visits, const WideSipHash& hash);

@@ -61,7 +61,7 @@ void CountVisitOf(VisitCounts& visits, const SuperLogRecord& record, std::string
   if (record.host.empty() || !IsKept(visits, hash)) {
     return;
   }
-  KnownVisitor* visitor = FindVisitor(visits, hash);
+  KnownVisitor* visitor = VisitorOf(visits, hash);
   if (visitor == nullptr) {
     visitor = &AddVisitor(visits, hash);
     visitor->robot = IsRobot(record.agent);
@@ -85,13 +85,18 @@ struct FoundDay {
 using DayFinder = std::map<int64_t, FoundDay>;
 
 static int64_t DayAt(DayFinder& found, int64_t time) {
+  // Of all that a part may say, days that stand well within the calendar's.
+  static constexpr int64_t kFirst = -62'167'046'400;  // 0000-01-03
+  static constexpr int64_t kLast = 253'402'041'600;   // 9999-12-29
+  time = std::clamp(time, kFirst, kLast);
   const auto behind = found.upper_bound(time);
   if (behind != found.begin() && time < std::prev(behind)->second.end) {
     return std::prev(behind)->second.day;
   }
-  const CalendarDate date = DayOf(time);
-  const int64_t day = NumberOfDay(date);
-  found[BeginOfDay(date)] = {BeginOfDay(DayOfNumber(day + 1)), day};
+  int64_t day = NumberOfDay(DayOf(time));
+  // Where clocks go back to the day before, that is over nonetheless.
+  day += time >= BeginOfDay(DayOfNumber(day + 1)) ? 1 : 0;
+  found[BeginOfDay(DayOfNumber(day))] = {BeginOfDay(DayOfNumber(day + 1)), day};
   return day;
 }
 

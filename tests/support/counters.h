@@ -69,5 +69,10 @@ inline std::map<std::string, std::string> CountersOf(Analysis& analysis) {
   add("not understood", analysis.logs.lines_not_understood);
   add("records", analysis.logs.records);
   add("memory", analysis.memory.current);
+  const VisitFigures& visits = analysis.visit_figures;
+  for (const int64_t figure : {visits.visitors, visits.visits, visits.pages, visits.single_page,
+                               visits.seconds, visits.kept, visits.one_in}) {
+    counters["figures of visits"] += analysis.visits == nullptr ? "" : std::to_string(figure) + " ";
+  }
   return counters;
 }
