@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cinttypes>
-#include <cmath>
 #include <cstdio>
 
 #include "sections/cut_off.h"
@@ -26,7 +25,7 @@ std::array<KeyFigure, kKeyFigures> KeyFiguresOf(const Analysis& analysis) {
 }
 
 void WriteDuration(DurationText& text, double seconds) {
-  const int64_t whole = std::llround(std::clamp(seconds, 0.0, 1e15));
+  const auto whole = static_cast<int64_t>(std::clamp(seconds, 0.0, 1e15) + 0.5);
   const int64_t hours = whole / 3600;
   const auto minutes = static_cast<int>(whole / 60 % 60);
   const auto rest = static_cast<int>(whole % 60);
@@ -38,6 +37,9 @@ void WriteDuration(DurationText& text, double seconds) {
 }
 
 int64_t ErrorOfVisitors(const VisitFigures& figures) {
-  const double kept = static_cast<double>(std::max<int64_t>(figures.kept, 1));
-  return static_cast<int64_t>(std::ceil(100 / std::sqrt(kept)));
+  int64_t error = 100;
+  while (error > 1 && (error - 1) * (error - 1) * figures.kept >= 100 * 100) {
+    --error;
+  }
+  return error;
 }

@@ -150,6 +150,20 @@ TEST(VisitTimes, TellHowManyOthersThereAre) {
   EXPECT_EQ(others, static_cast<int64_t>(times.others.size()));
 }
 
+// So rarely that all of it takes the time of a few additions each.
+TEST(VisitTimes, AreLookedForOnesThatAreOneAfterTwiceAsManyCame) {
+  UrlTable urls;
+  VisitTimes times{.latest = AsVisit({0, "/"}, urls), .others = {}};
+  size_t joins = 0;
+  for (int i = 1; i < 100000; ++i) {
+    const size_t most = times.most_others;
+    AddVisit(times, AsVisit({i * -3600, "/"}, urls), urls);
+    joins += times.most_others != most ? 1 : 0;
+  }
+  EXPECT_EQ(times.others.size(), 99999u);
+  EXPECT_LE(joins, 14u);
+}
+
 // What is kept is never much more than the visits that there are.
 TEST(VisitTimes, TakeNoMoreRoomInAHostileOrder) {
   UrlTable urls;

@@ -239,7 +239,7 @@ def compare_text(report, out, bar):
 
 def compare_key_figures(lines, totals):
     visits = max(totals["visits"], 1)
-    length = round(totals["seconds"] / visits)
+    length = int(totals["seconds"] / visits + 0.5)
     minutes = f"{length // 60}:{length % 60:02}" if length < 3600 else f"{length // 3600}:{length // 60 % 60:02}:{length % 60:02}"
     for line, (title, figure) in zip(lines, (("Visitors", f"{totals['visitors']:,}"), ("Visits", f"{totals['visits']:,}"),
                                              ("Pages a visit", totals["pages"] / visits),

@@ -223,7 +223,7 @@ def check_how_many(words, rows, distinct, total, adds_up=True):
 
 def check_key_figures(whole, totals):
     visits = max(totals["visits"], 1)
-    length = round(totals["seconds"] / visits)
+    length = int(totals["seconds"] / visits + 0.5)
     figures = dict(zip(map(text_of, whole.iter("dt")), map(text_of, whole.iter("dd"))))
     assert number(figures.pop("Visitors")) == totals["visitors"] and number(figures.pop("Visits")) == totals["visits"]
     assert abs(float(figures.pop("Pages a visit")) - totals["pages"] / visits) < 0.0501
