@@ -15,6 +15,14 @@ static constexpr std::string_view kNoPages[] = {
 };
 static_assert(std::is_sorted(std::begin(kNoPages), std::end(kNoPages)));
 
+// What programs look for on every site.
+static constexpr std::string_view kOfPrograms[] = {"/robots.txt", "/ads.txt", "/app-ads.txt"};
+static constexpr std::string_view kFolderOfPrograms = "/.well-known/";
+
+static bool IsOfPrograms(std::string_view path) {
+  return path.starts_with(kFolderOfPrograms) || std::ranges::find(kOfPrograms, path) != std::end(kOfPrograms);
+}
+
 // A redirection leads to another request, which is the page.
 static bool IsPageAnswer(int64_t status) {
   constexpr int64_t kNoContent = 204;
@@ -23,7 +31,8 @@ static bool IsPageAnswer(int64_t status) {
 }
 
 bool IsPageRequest(std::string_view url, int64_t status) {
-  if (!IsPageAnswer(status) || !PathOf(url).starts_with('/')) {
+  const std::string_view path = PathOf(url);
+  if (!IsPageAnswer(status) || !path.starts_with('/') || IsOfPrograms(path)) {
     return false;
   }
   ItemRoom room;

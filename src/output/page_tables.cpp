@@ -50,7 +50,8 @@ static void PutHeading(const Table& table) {
   Sink& sink = table.sink;
   Put(sink, "<table aria-label=\"");
   PutAttribute(sink, table.name);
-  Put(sink, "\">\n<thead><tr>");
+  Put(sink,
+      table.second.text().empty() ? Literal("\">\n<thead><tr>") : Literal("\" class=\"pair\">\n<thead><tr>"));
   if (table.lead != Lead::kNone) {
     Put(sink, table.lead == Lead::kRank ? Literal("<th scope=\"col\" class=\"n\">")
                                         : Literal("<th scope=\"col\" class=\"d\">"));

@@ -4,12 +4,13 @@
 
 TEST(IsPageRequest, GoesByWhatThePathEndsLike) {
   for (const char* const url : {"/", "/docs/", "/a", "/a.html", "/a.php?b=c.png", "/a.css/b", "/guide.PDF",
-                                "/.png", "/a.", "http://www.example.com/", "/a.asp#b.js", "/robots.txt"}) {
+                                "/.png", "/a.", "http://www.example.com/", "/a.asp#b.js", "/a/robots.txt"}) {
     EXPECT_TRUE(IsPageRequest(url, 200)) << url;
   }
   for (const char* const url :
        {"/logo.png", "/LOGO.Png?x", "/a.css", "/b/c.js?v=1", "/f.woff2", "/d.json", "/x.xml", "/s.mp3",
-        "/m.webmanifest", "/a.aac", "http://www.example.com/a.gif"}) {
+        "/robots.txt", "/robots.txt?x", "/ads.txt", "/.well-known/change-password", "/m.webmanifest",
+        "/a.aac", "http://www.example.com/a.gif"}) {
     EXPECT_FALSE(IsPageRequest(url, 200)) << url;
   }
 }

@@ -35,7 +35,8 @@ AGENTS = {  # whether it is a robot
 URLS = {  # whether it is a page
     "/": True, "/index.html": True, "/docs/": True, "/docs/a.HTML": True, "/page.php?id=1": True, "/page.php?id=2": True,
     "/guide.pdf": True, "/none": True, "/a.css/b": True, "/caf%C3%A9": True, "/docs/a.html?x=1.png": True,
-    "/logo.PNG": False, "/style.css?v=3": False, "/app.js": False, "/font.woff2": False, "/data.json": False, "/feed.xml": False,
+    "/logo.PNG": False, "/style.css?v=3": False, "/app.js": False, "/font.woff2": False, "/data.json": False, "/feed.xml": False, "/robots.txt": False,
+    "/.well-known/x": False, "/docs/robots.txt": True,
 }
 IS_PAGE = {url.split("?")[0]: page for url, page in URLS.items()}
 STATUSES = {200: True, 304: True, 203: True, 204: False, 206: False, 301: False, 302: False, 403: False, 404: False, 500: False}
