@@ -81,7 +81,7 @@ static std::string_view SiteOf(std::string_view referrer, ItemRoom& room) {
 }
 
 std::string_view PathOf(std::string_view url) {
-  url = url.substr(0, url.find_first_of("?#"));
+  url = {url.begin(), std::ranges::find_if(url, [](char c) { return c == '?' || c == '#'; })};
   const size_t scheme = url.find("://");
   if (!url.starts_with('/') && scheme != std::string_view::npos) {
     const size_t path = url.find('/', scheme + 3);

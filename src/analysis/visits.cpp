@@ -5,8 +5,8 @@
 #include <map>
 #include <new>
 
-#include "agents/agent.h"
 #include "analysis/page_requests.h"
+#include "analysis/record_filters.h"
 #include "analysis/visitor_table.h"
 #include "base/memory_end.h"
 #include "dates/days.h"
@@ -52,10 +52,6 @@ static Visit VisitOf(VisitCounts& visits, const SuperLogRecord& record, std::str
           .exit = number};
 }
 
-static bool IsRobot(std::string_view agent) {
-  return !TellAgent(agent).robot.empty();
-}
-
 void CountVisitOf(VisitCounts& visits, const SuperLogRecord& record, std::string_view url) {
   const WideSipHash hash = HashOfVisitor(record);
   if (record.host.empty() || !IsKept(visits, hash)) {
@@ -64,7 +60,7 @@ void CountVisitOf(VisitCounts& visits, const SuperLogRecord& record, std::string
   KnownVisitor* visitor = VisitorOf(visits, hash);
   if (visitor == nullptr) {
     visitor = &AddVisitor(visits, hash);
-    visitor->robot = IsRobot(record.agent);
+    visitor->robot = PurposeOfAgent(record.agent) != Purpose::kNone;
     if (!visitor->robot) {
       visitor->times.latest = VisitOf(visits, record, url);
     }
