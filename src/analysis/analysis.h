@@ -12,6 +12,7 @@
 #include "analysis/day_counts.h"
 #include "analysis/search_phrases.h"
 #include "analysis/status_meanings.h"
+#include "analysis/visits.h"
 #include "base/limits.h"
 #include "cgi/settings.h"
 #include "superlog/super_long.h"
@@ -90,6 +91,8 @@ struct Analysis {
   CountedReport
       dimensions[kMostDimensions];  // by row of their table; those made of others when all are counted
   CountedReport addresses;          // that are to be looked up, until their names are known
+  VisitCounts* visits;              // null: nobody asks for them
+  VisitFigures visit_figures;       // once all are counted
   LookUpFigures look_ups;
   TimeDistribution<366> days;  // by day of the year, or
   DayCounts dates;             // by date, in order once all are counted

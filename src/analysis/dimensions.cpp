@@ -1,6 +1,7 @@
 #include "analysis/dimensions.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <iterator>
 
 #include "agents/agent.h"
@@ -8,6 +9,7 @@
 #include "analysis/smart_memory.h"
 #include "analysis/status_meanings.h"
 #include "base/text.h"
+#include "dates/days.h"
 
 // ---- Items ----------------------------------------------------------------------------
 
@@ -78,9 +80,8 @@ static std::string_view SiteOf(std::string_view referrer, ItemRoom& room) {
   return host.empty() ? "(no address)" : host;
 }
 
-// The path of an address, without what is asked of it; what a proxy is asked for has the site before it.
-static std::string_view PathOf(std::string_view url) {
-  url = url.substr(0, url.find_first_of("?#"));
+std::string_view PathOf(std::string_view url) {
+  url = {url.begin(), std::ranges::find_if(url, [](char c) { return c == '?' || c == '#'; })};
   const size_t scheme = url.find("://");
   if (!url.starts_with('/') && scheme != std::string_view::npos) {
     const size_t path = url.find('/', scheme + 3);
@@ -98,8 +99,7 @@ static std::string_view DirectoryOf(std::string_view url, ItemRoom&) {
   return path.substr(0, end == std::string_view::npos ? 1 : end + 1);
 }
 
-// Behind the last dot of the last name of a path: letters and digits, as few as types have.
-static std::string_view FileTypeOf(std::string_view url, ItemRoom& room) {
+std::string_view FileTypeOf(std::string_view url, ItemRoom& room) {
   static constexpr size_t kLongest = 12;
   const std::string_view path = PathOf(url);
   if (!path.starts_with('/')) {
@@ -145,6 +145,35 @@ static const char* PurposeOfRobot(std::string_view name) {
   });
   const Purpose purpose = rule == end ? Purpose::kOther : rule->purpose;
   return PurposeNames()[static_cast<size_t>(purpose)].title.data();
+}
+
+// "2001-03-05".
+static void AddVisitorsByDay(const VisitSums& sums, CountedReport& report) {
+  report.total = sums.figures.visitors;
+  for (const DayVisits& day : sums.days) {
+    const CalendarDate date = DayOfNumber(day.day);
+    char item[sizeof "9999-12-31" + 16];
+    snprintf(item, sizeof item, "%04d-%02d-%02d", date.year, date.month, date.day);
+    add_items(report.list, report.info, item, {day.visitors, day.visits});
+  }
+}
+
+static void AddEntryPages(const VisitSums& sums, CountedReport& report) {
+  report.total = sums.figures.visits;
+  for (const PageVisits& page : sums.pages) {
+    if (page.entries > 0) {
+      add_items(report.list, report.info, page.url, {page.entries, page.single_page});
+    }
+  }
+}
+
+static void AddExitPages(const VisitSums& sums, CountedReport& report) {
+  report.total = sums.figures.visits;
+  for (const PageVisits& page : sums.pages) {
+    if (page.exits > 0) {
+      add_items(report.list, report.info, page.url, {page.exits});
+    }
+  }
 }
 
 // ---- The table ------------------------------------------------------------------------
@@ -246,6 +275,42 @@ constexpr Dimension kDimensions[] = {
      .from = SummedFrom::kBrowsers,
      .of_item = RobotOf,
      .name_of = PurposeOfRobot},
+    {.parameter = "visitors",
+     .behind = "hoursofweek",
+     .words =
+         {"Visitors", "Day", "days", "day", "", "",
+          "Who came, how often and for how long. An address and a browser together are a visitor, and a "
+          "visit ends when half an hour passes without a request. Robots are left out, and so is who saw "
+          "no page."},
+     .columns = "day,count,share,visits",
+     .from = SummedFrom::kVisits,
+     .asks = {.host = true, .agent = true},
+     .of_visits = AddVisitorsByDay,
+     .counted = "Visitors",
+     .second = {"Visits", "visits", "visits"},
+     .of_days = true,
+     .with_figures = true},
+    {.parameter = "entrypages",
+     .behind = "requests",
+     .words = {"Entry pages", "URL", "URLs", "URL", "visit", "visits",
+               "Where visits begin. Those of robots do not count."},
+     .columns = "rank,url,count,share,single_page_visits",
+     .from = SummedFrom::kVisits,
+     .asks = {.host = true, .agent = true},
+     .of_site = true,
+     .of_visits = AddEntryPages,
+     .counted = "Visits",
+     .second = {"Single-page", "single_page_visits", "single-page visits"}},
+    {.parameter = "exitpages",
+     .behind = "entrypages",
+     .words = {"Exit pages", "URL", "URLs", "URL", "visit", "visits",
+               "Where visits end. Those of robots do not count."},
+     .columns = "rank,url,count,share",
+     .from = SummedFrom::kVisits,
+     .asks = {.host = true, .agent = true},
+     .of_site = true,
+     .of_visits = AddExitPages,
+     .counted = "Visits"},
 };
 constexpr size_t kDimensionCount = std::size(kDimensions);
 static_assert(kDimensionCount <= kMostDimensions);
@@ -288,15 +353,25 @@ uint32_t DimensionsOfRequests(const Settings& settings) {
 
 // ---- Counting -------------------------------------------------------------------------
 
+// A figure of visits needs the room of bytes, which they have none of.
+static Amounts AmountsOf(const Dimension& dimension, const Settings& settings) {
+  if (dimension.from != SummedFrom::kVisits) {
+    return AmountsOf(settings);
+  }
+  return dimension.second.title.text().empty() ? Amounts::kNone : Amounts::kSummed;
+}
+
 void CreateDimensions(const Settings& settings, Analysis& analysis) {
   for (size_t row = 0; row < kDimensionCount; ++row) {
     if (IsAsked(settings, row)) {
       CountedReport& report = analysis.dimensions[row];
       const Dimension& dimension = kDimensions[row];
       init_list(report.list, report.info, dimension.words.title.text().data(),
-                dimension.led_by != nullptr ? SubLists::kAny : SubLists::kNone, AmountsOf(settings));
+                dimension.led_by != nullptr ? SubLists::kAny : SubLists::kNone,
+                AmountsOf(dimension, settings));
     }
   }
+  analysis.visits = IsSummedFrom(settings, SummedFrom::kVisits) ? NewVisits() : nullptr;
 }
 
 void CountDimensions(uint32_t dimensions, const Request& request, Analysis& analysis) {
@@ -345,7 +420,8 @@ static void SumUpItems(const Dimension& dimension, const CountedReport& source, 
   report.info->reclaimed += source.info->reclaimed;
 }
 
-static void SumUp(const Dimension& dimension, CountedReport& report, const Analysis& analysis) {
+static void SumUp(const Dimension& dimension, CountedReport& report, const Analysis& analysis,
+                  const VisitSums& visits) {
   switch (dimension.from) {
     case SummedFrom::kRequests:
       return;
@@ -361,6 +437,9 @@ static void SumUp(const Dimension& dimension, CountedReport& report, const Analy
     case SummedFrom::kBrowsers:
       SumUpItems(dimension, analysis.browsers, analysis.browsers.total, report);
       return;
+    case SummedFrom::kVisits:
+      dimension.of_visits(visits, report);
+      return;
   }
 }
 
@@ -369,10 +448,12 @@ void SumUpDimensions(const Settings& settings, Analysis& analysis) {
     return;
   }
   count_queued();
+  const VisitSums visits = analysis.visits != nullptr ? SumUpVisits(*analysis.visits) : VisitSums{};
+  analysis.visit_figures = visits.figures;
   const bool reclaimed = SetReclaiming(false);
   for (size_t row = 0; row < kDimensionCount; ++row) {
     if (IsAsked(settings, row)) {
-      SumUp(kDimensions[row], analysis.dimensions[row], analysis);
+      SumUp(kDimensions[row], analysis.dimensions[row], analysis, visits);
     }
   }
   SetReclaiming(reclaimed);

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "analysis/analysis.h"
+#include "analysis/visits.h"
 #include "base/limits.h"
 #include "base/literal.h"
 #include "cgi/settings.h"
@@ -26,7 +27,7 @@ struct SectionWords {
 
 // Where the items of a dimension come from: each request has one, or they are made of the items of another
 // table when all requests are counted, so that nothing is paid for a request.
-enum class SummedFrom : uint8_t { kRequests, kStatusCodes, kUrls, kReferrers, kBrowsers };
+enum class SummedFrom : uint8_t { kRequests, kStatusCodes, kUrls, kReferrers, kBrowsers, kVisits };
 
 // A request that is counted.
 struct Request {
@@ -35,6 +36,13 @@ struct Request {
 };
 
 using ItemRoom = char[kLongestItem + 1 + kScanOverread];
+
+// A second figure that each item has.
+struct SecondFigure {
+  Literal title = "";  // heading of its column; empty: there is none
+  Literal name = "";   // for programs
+  Literal words = "";  // before the figure, within brackets
+};
 
 struct Dimension {
   const char* parameter;  // switches the section on
@@ -53,10 +61,23 @@ struct Dimension {
   std::string_view (*of_item)(std::string_view item, ItemRoom& room) = nullptr;
   const char* (*name_of)(std::string_view item) = nullptr;  // what an item is called; null: nothing else
   bool of_site = false;                                     // items are paths of the analysed site
+  // The items that visits have.
+  void (*of_visits)(const VisitSums& sums, CountedReport& report) = nullptr;
+  Literal counted = "Requests";  // heading of what is counted
+  SecondFigure second = {};
+  bool of_days = false;       // items are days, which stand in their own order
+  bool with_figures = false;  // of all visits, before the items
 };
 
 extern const Dimension kDimensions[];
 extern const size_t kDimensionCount;  // up to kMostDimensions of settings.h
+
+// The path of an address, without what is asked of it; what a proxy is asked for has the site before it.
+std::string_view PathOf(std::string_view url);
+
+// Behind the last dot of the last name of a path: letters and digits, as few as types have, in small letters;
+// or words in brackets.
+std::string_view FileTypeOf(std::string_view url, ItemRoom& room);
 
 // The texts of records that the dimensions need which the settings ask for, on top of those.
 AskedTexts WithTextsOfDimensions(const Settings& settings, AskedTexts asked);

@@ -390,6 +390,9 @@ static void CountVisit(const Rules& rules, const SuperLogRecord& record, std::st
   if (rules.dimensions != 0) {
     CountDimensions(rules.dimensions, {record, url}, analysis);
   }
+  if (rules.visits) {
+    CountVisitOf(*analysis.visits, record, url);
+  }
   CountTime(rules, record.local, analysis);
 }
 
@@ -578,6 +581,9 @@ void CollectLogFigures(const Settings& settings, Analysis& analysis) {
 
 void SettleCounts(Analysis& analysis) {
   SetTypeCounts(analysis);
+  if (analysis.visits != nullptr) {
+    FitVisits(*analysis.visits);
+  }
   mPartBytes.sum = analysis.bytes;
   analysis.part_bytes = mPartBytes;
 }
@@ -622,6 +628,10 @@ void ForgetCounts(Analysis& analysis) {
   empty.search = analysis.search;
   ReleaseDays(analysis.dates);
   ReleaseDays(analysis.comparison.dates);
+  empty.visits = analysis.visits;
+  if (empty.visits != nullptr) {
+    EmptyVisits(*empty.visits);
+  }
   analysis = empty;
   mPartBytes = {};
   ForgetAllocations();
@@ -679,6 +689,7 @@ void EndAnalysis(Analysis& analysis) {
   ForEachReport(analysis, [](CountedReport& report) { destroy(report.list); });
   ReleaseDays(analysis.dates);
   ReleaseDays(analysis.comparison.dates);
+  ReleaseVisits(std::exchange(analysis.visits, nullptr));
   FreeDomainsNow();
   FreeFileTypesNow();
   ForgetKnownAgents();

@@ -177,7 +177,7 @@ void ForgetKnownAgents() {
   mpKnownAgents = nullptr;
 }
 
-static Purpose PurposeOf(std::string_view agent) {
+Purpose PurposeOfAgent(std::string_view agent) {
   if (mpKnownAgents == nullptr) {
     mpKnownAgents = static_cast<KnownAgent*>(calloc(kKnownAgents, sizeof(KnownAgent)));
   }
@@ -194,7 +194,7 @@ static Purpose PurposeOf(std::string_view agent) {
 
 // "1" and "all" are any robot; otherwise those of a purpose, by its word.
 static bool IsRobot(const SuperLogRecord& record, std::string_view item) {
-  const Purpose purpose = PurposeOf(record.agent);
+  const Purpose purpose = PurposeOfAgent(record.agent);
   return purpose != Purpose::kNone &&
          (item == "1" || EqualIgnoreCase(item, "all") ||
           EqualIgnoreCase(item, PurposeNames()[static_cast<size_t>(purpose)].word));

@@ -197,6 +197,7 @@ Rules ResolveRules(const Settings& settings, const Counting& counting) {
       .domain_types = settings.domaintypes.on != 0 && type_of_domain == nullptr,
       .type_of_domain = type_of_domain,
       .dimensions = DimensionsOfRequests(settings),
+      .visits = IsSummedFrom(settings, SummedFrom::kVisits),
       .days = settings.dailytotals != 0 && counting.days == DayCounting::kByDayOfYear,
       .dates = settings.dailytotals != 0 && counting.days == DayCounting::kByDate,
       .hours_of_week = NeedsHoursOfWeek(settings),

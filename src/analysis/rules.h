@@ -80,6 +80,7 @@ struct Rules {
   bool domain_types;       // counted record by record, or
   KeyPart type_of_domain;  // with their domains; null: not so
   uint32_t dimensions;     // that each request counts in, by row
+  bool visits;
   bool days;
   bool dates;
   bool hours_of_week;

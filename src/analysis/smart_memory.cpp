@@ -318,10 +318,22 @@ void EndInsteadOfReclaims(void (*end)()) {
   mpEnd = end;
 }
 
-int64_t smart_free(const ListItem* spared) {
+int64_t MemoryBudget() {
+  return mSmartMemoryEnabled ? mMaxBytesToAllocate : 0;
+}
+
+void BeginToReclaim() {
   if (mpEnd != nullptr) {
     mpEnd();
   }
+}
+
+void NoteReclaimed(int64_t bytes) {
+  AddTo(gSM_TotalBytesFreed, bytes);
+}
+
+int64_t smart_free(const ListItem* spared) {
+  BeginToReclaim();
   ForgetForeseen();
   SettleAllParts();
   Reclaim reclaim = {spared, KilobytesToBytes(mReclaimSize), 0};
@@ -329,7 +341,7 @@ int64_t smart_free(const ListItem* spared) {
   do {
     victim = ChooseVictim(victim);
   } while (victim != nullptr && Unfinished(reclaim, *victim) && ThinTable(reclaim, *victim));
-  AddTo(gSM_TotalBytesFreed, reclaim.freed);
+  NoteReclaimed(reclaim.freed);
   return reclaim.freed;
 }
 

@@ -47,6 +47,13 @@ bool SetReclaiming(bool on);
 // what reclaims take. It does not return.
 void EndInsteadOfReclaims(void (*end)());
 
+// For what is kept beside the tables. The budget in bytes; 0: none.
+int64_t MemoryBudget();
+
+// To be called before anything of it is thrown away, which may not return, and what that has freed is noted.
+void BeginToReclaim();
+void NoteReclaimed(int64_t bytes);
+
 // A copy of the text, or null for null and when memory is refused even after
 // reclaims, before which queued keys are counted. Its buffer goes on for
 // kScanOverread bytes. Released with free(). Not counted in the statistics.

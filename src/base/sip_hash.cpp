@@ -1,6 +1,7 @@
 #include "base/sip_hash.h"
 
 #include <bit>
+#include <cstring>
 
 static std::uint64_t WordAt(const SipKey& key, std::size_t start) {
   std::uint64_t word = 0;
@@ -40,9 +41,44 @@ void AddByte(SipHash& hash, std::uint8_t byte) {
   }
 }
 
+static std::uint64_t Finish(SipHash& hash) {
+  Round(hash.v), Round(hash.v), Round(hash.v), Round(hash.v);
+  return hash.v[0] ^ hash.v[1] ^ hash.v[2] ^ hash.v[3];
+}
+
 std::uint64_t EndSipHash(SipHash hash) {
   TakeWord(hash, hash.word | hash.length << 56);
   hash.v[2] ^= 0xff;
-  Round(hash.v), Round(hash.v), Round(hash.v), Round(hash.v);
-  return hash.v[0] ^ hash.v[1] ^ hash.v[2] ^ hash.v[3];
+  return Finish(hash);
+}
+
+static std::uint64_t WordOf(const char* bytes) {
+  std::uint64_t word = 0;
+  std::memcpy(&word, bytes, sizeof word);
+  return std::endian::native == std::endian::little ? word : __builtin_bswap64(word);
+}
+
+void AddBytes(SipHash& hash, std::string_view text) {
+  std::size_t next = 0;
+  for (; hash.length % 8 == 0 && text.size() - next >= 8; next += 8) {
+    TakeWord(hash, WordOf(text.data() + next));
+    hash.length += 8;
+  }
+  for (; next < text.size(); ++next) {
+    AddByte(hash, static_cast<std::uint8_t>(text[next]));
+  }
+}
+
+SipHash BeginWideSipHash(const SipKey& key) {
+  SipHash hash = BeginSipHash(key);
+  hash.v[1] ^= 0xee;
+  return hash;
+}
+
+WideSipHash EndWideSipHash(SipHash hash) {
+  TakeWord(hash, hash.word | hash.length << 56);
+  hash.v[2] ^= 0xee;
+  const std::uint64_t first = Finish(hash);
+  hash.v[1] ^= 0xdd;
+  return {first, Finish(hash)};
 }

@@ -13,6 +13,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <string_view>
 
 using SipKey = std::array<std::uint8_t, 16>;
 
@@ -26,3 +27,12 @@ SipHash BeginSipHash(const SipKey& key);
 void AddByte(SipHash& hash, std::uint8_t byte);
 // What was added stays as it is, and more may be added afterwards.
 std::uint64_t EndSipHash(SipHash hash);
+
+// As if its bytes were added one by one; eight at once where eight times as many came before.
+void AddBytes(SipHash& hash, std::string_view text);
+
+// The same hash with twice as many bits, its first bytes the lowest of the first word: for what has to be
+// told apart by its hash alone.
+using WideSipHash = std::array<std::uint64_t, 2>;
+SipHash BeginWideSipHash(const SipKey& key);
+WideSipHash EndWideSipHash(SipHash hash);

@@ -14,6 +14,7 @@
 #include "report/answer_head.h"
 #include "sections/section_list.h"
 #include "sections/section_rows.h"
+#include "sections/visit_rows.h"
 
 static constexpr int kShareDigits = 6;
 
@@ -24,9 +25,10 @@ struct CsvRow {
   int64_t rank;
   const char* item;
   int64_t count;
-  double share;
-  const char* detail;   // engine, name, time zone or the item that was led to; empty: none
-  int64_t bytes = -1;   // below 0: none
+  double share;        // below 0: none
+  const char* detail;  // engine, name, time zone or the item that was led to; empty: none
+  int64_t bytes = -1;  // below 0: none
+  int64_t second = -1;
   int64_t before = -1;  // the count of the day that it is compared with; below 0: none
 };
 
@@ -42,7 +44,9 @@ static void PutText(Cells& cells, const char* text) {
 static void PutFigures(Cells& cells, const CsvRow& row) {
   PutNumber(cells.sink, row.count);
   Put(cells.sink, ",");
-  PutDecimal(cells.sink, row.share, kShareDigits);
+  if (row.share >= 0) {
+    PutDecimal(cells.sink, row.share, kShareDigits);
+  }
 }
 
 static void PutRankAndItem(Cells& cells, const CsvRow& row) {
@@ -61,6 +65,39 @@ static void PutWithDetail(Cells& cells, const CsvRow& row) {
   PutWithoutDetail(cells, row);
   Put(cells.sink, ",");
   PutText(cells, row.detail);
+}
+
+// The second figure in place of a detail.
+static void PutSecond(Cells& cells, const CsvRow& row) {
+  Put(cells.sink, ",");
+  PutNumber(cells.sink, row.second);
+}
+
+static void PutWithSecond(Cells& cells, const CsvRow& row) {
+  PutWithoutDetail(cells, row);
+  PutSecond(cells, row);
+}
+
+static void PutDay(Cells& cells, const CsvRow& row) {
+  PutText(cells, row.item);
+  Put(cells.sink, ",");
+  PutFigures(cells, row);
+  PutSecond(cells, row);
+}
+
+static void PutTotal(Cells& cells, const CsvRow& row) {
+  PutText(cells, row.item);
+  Put(cells.sink, ",");
+  PutNumber(cells.sink, row.count);
+}
+
+// Of any table.
+static void PutOfAny(Cells& cells, const CsvRow& row) {
+  if (row.second >= 0) {
+    PutWithSecond(cells, row);
+  } else {
+    PutWithDetail(cells, row);
+  }
 }
 
 // Rows that stand in an order of their own have no rank.
@@ -83,7 +120,8 @@ template <typename PutRow>
 static void PutRows(SectionRows& rows, const char* detail_of_all, PutRow put) {
   int64_t rank = 0;
   for (SectionRow row; NextRow(rows, row);) {
-    put(CsvRow{++rank, row.item, row.count, row.share, DetailOf(row, detail_of_all), row.bytes, row.before});
+    put(CsvRow{++rank, row.item, row.count, row.share, DetailOf(row, detail_of_all), row.bytes, row.second,
+               row.before});
   }
 }
 
@@ -129,10 +167,21 @@ static constexpr size_t TablesOfSections() {
 }
 static_assert(TablesOfSections() == kNamedSections);
 
+static auto WriterOf(const Dimension& dimension) {
+  if (!dimension.second.title.text().empty()) {
+    return dimension.of_days ? PutDay : PutWithSecond;
+  }
+  return dimension.name_of != nullptr ? PutWithDetail : PutWithoutDetail;
+}
+
 static Table TableOf(const Section& section) {
   const Dimension& dimension = *section.dimension;
-  return {dimension.parameter, section.id, false, dimension.columns,
-          dimension.name_of != nullptr ? PutWithDetail : PutWithoutDetail};
+  return {dimension.parameter, section.id, false, dimension.columns, WriterOf(dimension)};
+}
+
+// The figures of all visits.
+static Table TotalsTableOf(const Section& section) {
+  return {"visitors_totals", section.id, false, "figure,count", PutTotal};
 }
 
 static bool HasReferrers(const Section& section) {
@@ -151,7 +200,8 @@ static bool AnyTable(Wanted wanted) {
     return true;
   }
   return std::ranges::any_of(Sections().subspan(kNamedSections), [&](const Section& section) {
-    return wanted(TableOf(section)) || (HasReferrers(section) && wanted(ReferrersTableOf(section)));
+    return wanted(TableOf(section)) || (section.dimension->with_figures && wanted(TotalsTableOf(section))) ||
+           (HasReferrers(section) && wanted(ReferrersTableOf(section)));
   });
 }
 
@@ -173,7 +223,19 @@ static std::optional<Table> FindTable(const Settings& settings) {
 }
 
 template <typename PutRow>
+static void PutTotals(const Analysis& analysis, PutRow put) {
+  int64_t rank = 0;
+  for (const VisitTotal& total : VisitTotalsOf(analysis)) {
+    put(CsvRow{++rank, total.name.text().data(), total.figure, -1, ""});
+  }
+}
+
+template <typename PutRow>
 static void PutTable(const Table& table, const Settings& settings, Analysis& analysis, PutRow put) {
+  if (table.put == PutTotal) {
+    PutTotals(analysis, put);
+    return;
+  }
   SectionRows rows;
   OpenSection(rows, settings, SectionOf(table.section), analysis);
   if (table.referrers) {
@@ -206,7 +268,9 @@ static LastColumn LastColumnOf(const Table& table, const Settings& settings, con
   if (table.section == SectionId::kDays && analysis.comparison.asked) {
     return kBefore;
   }
-  const bool bytes = SectionOf(table.section).rows == RowKind::kRanked && !table.referrers &&
+  const Section& section = SectionOf(table.section);
+  const bool of_requests = section.dimension == nullptr || section.dimension->from != SummedFrom::kVisits;
+  const bool bytes = section.rows == RowKind::kRanked && of_requests && !table.referrers &&
                      AmountsOf(settings) == Amounts::kSummed;
   return bytes ? kBytes : LastColumn{};
 }
@@ -230,7 +294,7 @@ static void PutAll(Cells& cells, const Settings& settings, Analysis& analysis) {
       PutTable(table, settings, analysis, [&](const CsvRow& row) {
         PutCsv(cells.sink, table.name, cells.guarded);
         Put(cells.sink, ",");
-        PutWithDetail(cells, row);
+        PutOfAny(cells, row);
         EndRow(cells, row, last);
       });
     }

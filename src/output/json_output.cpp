@@ -17,6 +17,7 @@
 #include "sections/overview.h"
 #include "sections/section_list.h"
 #include "sections/section_rows.h"
+#include "sections/visit_rows.h"
 
 static constexpr int kShareDigits = 6;
 
@@ -151,6 +152,12 @@ static void PutRow(Sink& sink, const Section& section, SectionRow& row) {
     PutShown(sink, row.item);
   }
   PutCount(sink, row.count, row.share);
+  if (row.second >= 0) {
+    Put(sink, ", ");
+    PutJson(sink, section.dimension->second.name.text());
+    Put(sink, ": ");
+    PutNumber(sink, row.second);
+  }
   if (row.bytes >= 0) {
     Put(sink, ", \"bytes\": ");
     PutNumber(sink, row.bytes);
@@ -186,6 +193,21 @@ static void PutRows(Sink& sink, const Section& section, SectionRows& rows) {
   }
 }
 
+static void PutVisitTotals(Sink& sink, const Analysis& analysis) {
+  Put(sink, ", \"totals\": {");
+  bool first = true;
+  for (const VisitTotal& total : VisitTotalsOf(analysis)) {
+    if (!first) {
+      Put(sink, ", ");
+    }
+    first = false;
+    PutJson(sink, total.name.text());
+    Put(sink, ": ");
+    PutNumber(sink, total.figure);
+  }
+  Put(sink, "}");
+}
+
 static void PutSection(Sink& sink, const Settings& settings, const Section& section, Analysis& analysis) {
   SectionRows rows;
   OpenSection(rows, settings, section, analysis);
@@ -197,6 +219,9 @@ static void PutSection(Sink& sink, const Settings& settings, const Section& sect
   PutNumber(sink, rows.distinct);
   Put(sink, ", \"total\": ");
   PutNumber(sink, rows.total);
+  if (section.dimension != nullptr && section.dimension->with_figures) {
+    PutVisitTotals(sink, analysis);
+  }
   Put(sink, ", \"rows\": [");
   PutRows(sink, section, rows);
   Put(sink, "]}");

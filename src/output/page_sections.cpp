@@ -15,6 +15,7 @@
 #include "output/words.h"
 #include "sections/section_list.h"
 #include "sections/section_rows.h"
+#include "sections/visit_rows.h"
 
 // A page tells how many rows it shows before it shows them: sections are gone through
 // twice.
@@ -59,7 +60,7 @@ static void PutHowMany(Sink& sink, const SectionWords& words, const Shown& shown
     Put(sink, distinct == 1 ? Literal("Only ") : Literal("All "));
   }
   PutCounted(sink, distinct, words.item_of_many, words.items);
-  if (shown.rows > 0 && total > 0) {
+  if (shown.rows > 0 && total > 0 && !words.whole.text().empty()) {
     PutPart(sink, shown, total, words);
   }
   Put(sink, ".");
@@ -91,11 +92,46 @@ static Shown CountRows(const Settings& settings, const Section& section, Analysi
   return shown;
 }
 
+static void PutKeyFigure(Sink& sink, const KeyFigure& figure) {
+  Put(sink, "<div><dt>");
+  Put(sink, figure.title);
+  Put(sink, "</dt><dd class=\"figure\">");
+  DurationText duration;
+  switch (figure.kind) {
+    case FigureKind::kCount:
+      PutGrouped(sink, Rounded(figure.figure));
+      break;
+    case FigureKind::kDecimal:
+      PutDecimal(sink, figure.figure, 1);
+      break;
+    case FigureKind::kShare:
+      PutShare(sink, figure.figure);
+      break;
+    case FigureKind::kDuration:
+      WriteDuration(duration, figure.figure);
+      PutHtml(sink, duration);
+      break;
+  }
+  Put(sink, "</dd></div>\n");
+}
+
+static void PutKeyFigures(Sink& sink, const Analysis& analysis) {
+  Put(sink, "<dl class=\"tiles\">\n");
+  for (const KeyFigure& figure : KeyFiguresOf(analysis)) {
+    PutKeyFigure(sink, figure);
+  }
+  Put(sink, "</dl>\n");
+}
+
 static void PutRanked(Sink& sink, const Settings& settings, const Section& section, Analysis& analysis) {
   const Shown shown = CountRows(settings, section, analysis);
   const SectionWords& words = WordsOf(section);
   SectionRows rows;
   OpenSection(rows, settings, section, analysis);
+  const Dimension* const dimension = section.dimension;
+  if (dimension != nullptr && dimension->with_figures) {
+    PutKeyFigures(sink, analysis);
+  }
   Put(sink, "<p class=\"words\">");
   PutHowMany(sink, words, shown, rows.distinct, rows.total);
   PutPageLimit(sink, shown);
@@ -103,12 +139,16 @@ static void PutRanked(Sink& sink, const Settings& settings, const Section& secti
   if (shown.rows == 0) {
     return;
   }
+  const bool days = dimension != nullptr && dimension->of_days;
   Table table{.sink = sink,
-              .columns = {"#", words.item, "Requests"},
-              .lead = Lead::kRank,
+              .columns = {days ? Literal("Weekday") : Literal("#"), words.item,
+                          dimension != nullptr ? dimension->counted : Literal("Requests")},
+              .lead = days ? Lead::kWeekday : Lead::kRank,
               .shares = rows.total > 0,
               .bytes = rows.bytes,
-              .rows = shown.rows};
+              .second = dimension != nullptr ? dimension->second.title : Literal(""),
+              .rows = shown.rows,
+              .alone = days};
   BeginTable(table, words.title.text().data());
   SectionRow row;
   while (table.next < shown.rows && NextRow(rows, row)) {

@@ -19,7 +19,7 @@ static constexpr int kMostReferrers = 50;
 // ---- Blocks --------------------------------------------------------------------------
 
 static int64_t OpenRows(const Table& table) {
-  if (table.lead != Lead::kRank) {
+  if (table.lead != Lead::kRank && !table.alone) {
     return 0;
   }
   return table.rows <= kFewRows ? table.rows : kOpenRows;
@@ -50,7 +50,8 @@ static void PutHeading(const Table& table) {
   Sink& sink = table.sink;
   Put(sink, "<table aria-label=\"");
   PutAttribute(sink, table.name);
-  Put(sink, "\">\n<thead><tr>");
+  Put(sink,
+      table.second.text().empty() ? Literal("\">\n<thead><tr>") : Literal("\" class=\"pair\">\n<thead><tr>"));
   if (table.lead != Lead::kNone) {
     Put(sink, table.lead == Lead::kRank ? Literal("<th scope=\"col\" class=\"n\">")
                                         : Literal("<th scope=\"col\" class=\"d\">"));
@@ -61,6 +62,10 @@ static void PutHeading(const Table& table) {
   Put(sink, table.columns.item);
   Put(sink, "</th><th scope=\"col\" class=\"c\">");
   Put(sink, table.columns.count);
+  if (!table.second.text().empty()) {
+    Put(sink, "</th><th scope=\"col\" class=\"c\">");
+    Put(sink, table.second);
+  }
   if (table.bytes) {
     Put(sink, "</th><th scope=\"col\" class=\"c\">Bytes");
   }
@@ -210,6 +215,10 @@ void PutTableRow(Table& table, SectionRow& row) {
   PutItem(sink, row, IsPlain(table));
   Put(sink, "</td><td class=\"c\">");
   PutGrouped(sink, row.count);
+  if (!table.second.text().empty()) {
+    Put(sink, "</td><td class=\"c\">");
+    PutGrouped(sink, row.second);
+  }
   if (table.bytes) {
     PutBytes(sink, row.bytes);
   }

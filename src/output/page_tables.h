@@ -23,7 +23,9 @@ struct Table {
   Lead lead;
   bool shares;            // there is a total
   bool bytes = false;     // rows have bytes
+  Literal second = "";    // heading of the second figure that rows have; empty: they have none
   int64_t rows;           // that will come
+  bool alone = false;     // chronological, but beside no drawing: the first rows are open
   const char* name = "";  // a text of the program or of the configuration
   int64_t next = 0;       // number of the next row
   int64_t end = 0;        // of the block that is open

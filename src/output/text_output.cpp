@@ -17,6 +17,7 @@
 #include "sections/overview.h"
 #include "sections/section_list.h"
 #include "sections/section_rows.h"
+#include "sections/visit_rows.h"
 
 static constexpr size_t kAnyWidth = SIZE_MAX;
 
@@ -236,6 +237,19 @@ static void PutBar(Paper& paper, const SectionRow& row, size_t columns) {
   PutBlanks(paper.sink, columns - length);
 }
 
+// "2001-03-05 (visits: 57)"
+static void PutItemAndSecond(Sink& sink, const SectionRow& row, const SecondFigure& second, size_t width) {
+  const size_t behind = GroupedWidth(row.second) + second.words.text().size() + sizeof " (: )" - 2;
+  ReadableText room;
+  PutPlain(sink, row.site == nullptr ? row.item : Readable(row.item, room),
+           width - std::min(behind, width / 2));
+  Put(sink, " (");
+  Put(sink, second.words);
+  Put(sink, ": ");
+  PutGrouped(sink, row.second);
+  Put(sink, ")");
+}
+
 // The name takes what the item leaves, but for half of the width if it has to.
 static void PutItem(Sink& sink, const SectionRow& row, size_t width) {
   if (row.name == nullptr) {
@@ -276,7 +290,7 @@ static void PutReferrers(Paper& paper, SectionRow& row, const Columns& columns) 
   }
 }
 
-static void PutRow(Paper& paper, SectionRow& row, const Columns& columns) {
+static void PutRow(Paper& paper, SectionRow& row, const Columns& columns, const SecondFigure* second) {
   PutBlanks(paper.sink, kGap);
   PutToTheRight(paper.sink, row.count, columns.count);
   PutBlanks(paper.sink, kGap);
@@ -285,7 +299,11 @@ static void PutRow(Paper& paper, SectionRow& row, const Columns& columns) {
   PutBytes(paper.sink, row, columns);
   PutBar(paper, row, columns.bar);
   PutBlanks(paper.sink, kGap);
-  PutItem(paper.sink, row, columns.item);
+  if (row.second >= 0) {
+    PutItemAndSecond(paper.sink, row, *second, columns.item);
+  } else {
+    PutItem(paper.sink, row, columns.item);
+  }
   Put(paper.sink, "\n");
   PutReferrers(paper, row, columns);
 }
@@ -300,14 +318,47 @@ static void PutEngine(Paper& paper, const char* engine) {
 static int64_t PutRows(Paper& paper, SectionRows& rows, const Columns& columns) {
   int64_t shown = 0;
   const char* engine = nullptr;
+  const Dimension* const dimension = rows.section->dimension;
   for (SectionRow row; NextRow(rows, row); ++shown) {
     if (row.engine != engine) {
       engine = row.engine;
       PutEngine(paper, engine);
     }
-    PutRow(paper, row, columns);
+    PutRow(paper, row, columns, dimension != nullptr ? &dimension->second : nullptr);
   }
   return shown;
+}
+
+static void PutKeyFigure(Paper& paper, const KeyFigure& figure) {
+  static constexpr size_t kTitleWidth = 20;
+  DurationText duration;
+  PutBlanks(paper.sink, kGap);
+  Put(paper.sink, figure.title);
+  PutBlanks(paper.sink, kTitleWidth - figure.title.text().size());
+  switch (figure.kind) {
+    case FigureKind::kCount:
+      PutGrouped(paper.sink, Rounded(figure.figure));
+      break;
+    case FigureKind::kDecimal:
+      PutDecimal(paper.sink, figure.figure, 1);
+      break;
+    case FigureKind::kShare:
+      PutDecimal(paper.sink, figure.figure * 100, 1);
+      Put(paper.sink, " %");
+      break;
+    case FigureKind::kDuration:
+      WriteDuration(duration, figure.figure);
+      PutPlain(paper.sink, duration, sizeof duration);
+      break;
+  }
+  Put(paper.sink, "\n");
+}
+
+static void PutKeyFigures(Paper& paper, const Analysis& analysis) {
+  for (const KeyFigure& figure : KeyFiguresOf(analysis)) {
+    PutKeyFigure(paper, figure);
+  }
+  Put(paper.sink, "\n");
 }
 
 static void PutTitle(Paper& paper, const Literal& title) {
@@ -340,6 +391,9 @@ static void PutSection(Paper& paper, const Settings& settings, const Section& se
   SectionRows rows;
   OpenSection(rows, settings, section, analysis);
   PutTitle(paper, words.title);
+  if (section.dimension != nullptr && section.dimension->with_figures) {
+    PutKeyFigures(paper, analysis);
+  }
   const int64_t shown = PutRows(paper, rows, ColumnsFor(paper.terminal, rows));
   PutShown(paper.sink, words, shown, rows.distinct);
 }

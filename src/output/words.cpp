@@ -73,6 +73,10 @@ static constexpr NoteWords kNoteWords[] = {
      "Requests that pages of the site itself led to, which are left out of the referrers: ", "."},
     {NoteCode::kNotCompared, "not_compared",
      "Days are not compared with others: which they are must be known before the logs are read.", ""},
+    {NoteCode::kVisitorsSampled, "visitors_sampled",
+     "The memory budget did not suffice for all visitors. Figures of visits are estimated from one visitor "
+     "in ",
+     "."},
     {NoteCode::kThinned, "thinned",
      "The memory budget did not suffice. Figures may be too low behind the first rows of the section ", "."},
 };

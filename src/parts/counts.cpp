@@ -308,6 +308,10 @@ static size_t RowOf(unsigned kind) {
 }
 
 static void SaveKind(PartWriter& part, unsigned kind, const Analysis& analysis) {
+  if (kind == kVisitsKind) {
+    SaveVisits(part, *analysis.visits);
+    return;
+  }
   if (kind < kNamedKinds) {
     kKindTable[kind].save(part, analysis);
     return;
@@ -320,6 +324,8 @@ static void SaveKind(PartWriter& part, unsigned kind, const Analysis& analysis) 
 static void AddKind(PartReader& part, unsigned kind, const Rules& rules, Analysis& analysis) {
   if (kind < kNamedKinds) {
     kKindTable[kind].add(part, rules, analysis);
+  } else if (kind == kVisitsKind) {
+    AddSavedVisits(part, *analysis.visits);
   } else {
     AddToReport(part, analysis.dimensions[RowOf(kind)], false);
   }
@@ -328,12 +334,17 @@ static void AddKind(PartReader& part, unsigned kind, const Rules& rules, Analysi
 static void PassKind(PartReader& part, unsigned kind, const Analysis& analysis) {
   if (kind < kNamedKinds) {
     kKindTable[kind].pass(part, analysis);
+  } else if (kind == kVisitsKind) {
+    PassSavedVisits(part);
   } else {
     PassReport(part, analysis);
   }
 }
 
 static bool Counts(const Rules& rules, unsigned kind) {
+  if (kind == kVisitsKind) {
+    return rules.visits;
+  }
   if (kind >= kNamedKinds) {
     return (rules.dimensions >> RowOf(kind) & 1) != 0;
   }
@@ -361,6 +372,9 @@ uint64_t KindsOf(const Rules& rules) {
 
 const char* NameOf(CountKind kind) {
   const auto number = static_cast<unsigned>(kind);
+  if (number == kVisitsKind) {
+    return "visitors";
+  }
   return number < kNamedKinds ? kKindTable[number].name : kDimensions[RowOf(number)].parameter;
 }
 
@@ -391,9 +405,16 @@ void SaveCounts(PartWriter& part, const Rules& rules, const Analysis& analysis) 
   }
 }
 
+static constexpr uint64_t Below(size_t kind) {
+  return (uint64_t{1} << kind) - 1;
+}
+
 bool AddSavedCounts(PartReader& part, const Rules& rules, Analysis& analysis, unsigned& missing) {
   const uint64_t wanted = KindsOf(rules);
-  const uint64_t held = TakeFigureUpTo(part, (uint64_t{1} << (kNamedKinds + kDimensionCount)) - 1);
+  const uint64_t held = TakeFigure(part);
+  if ((held & ~(Below(kNamedKinds + kDimensionCount) | uint64_t{1} << kVisitsKind)) != 0) {
+    MarkDamaged(part);
+  }
   const uint64_t lacking = wanted & ~Usable(held, wanted);
   missing = part.damaged || lacking == 0 ? kCountKinds : static_cast<unsigned>(std::countr_zero(lacking));
   if (part.damaged || missing != kCountKinds) {

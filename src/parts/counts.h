@@ -24,7 +24,8 @@ enum class CountKind : unsigned {
 };
 inline constexpr unsigned kNamedKinds = 14;
 // Behind these, the dimensions (analysis/dimensions.h) whose items requests have, by their rows.
-inline constexpr unsigned kCountKinds = kNamedKinds + kMostDimensions;
+inline constexpr unsigned kVisitsKind = kNamedKinds + kMostDimensions;  // of which other dimensions are made
+inline constexpr unsigned kCountKinds = kVisitsKind + 1;
 
 // The bits of what a run counts by its rules.
 uint64_t KindsOf(const Rules& rules);

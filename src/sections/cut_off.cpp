@@ -38,8 +38,24 @@ ItemCursor OpenItems(List& list, const CutOff& cut_off, RankedBy by) {
   return {SortList(list, any ? shown : SIZE_MAX, by), shown, cut_off.greater, by_count};
 }
 
+ItemCursor OpenItemsByKey(List& list, const CutOff& cut_off) {
+  ItemCursor ranked = OpenItems(list, cut_off);
+  const bool all = ranked.left >= list_length(list);
+  const ListItem* lowest = nullptr;
+  for (size_t i = all ? ranked.left : 0; i < ranked.left; ++i) {
+    lowest = i == 0 ? ranked.next : lowest->next;
+  }
+  return {KeyOrder(list), ranked.left, cut_off.greater, false, lowest};
+}
+
+// Of equal counts the greater key comes first.
+static bool RanksBelow(const ListItem& item, const ListItem& other) {
+  return item.count != other.count ? item.count < other.count : item.key() < other.key();
+}
+
 static bool CountsTooFew(const ListItem* item, const ItemCursor& cursor) {
-  return item != nullptr && item->count < cursor.greater;
+  return item != nullptr &&
+         (item->count < cursor.greater || (cursor.lowest != nullptr && RanksBelow(*item, *cursor.lowest)));
 }
 
 const ListItem* NextItem(ItemCursor& cursor) {

@@ -38,12 +38,17 @@ struct ItemCursor {
   const ListItem* next;
   size_t left;
   int greater;
-  bool by_count;  // no item counts more than the one before it
+  bool by_count;                     // no item counts more than the one before it
+  const ListItem* lowest = nullptr;  // of the items that stand in order of their keys, the last by rank that
+                                     // is shown; null: all are, or they stand by rank
 };
 
 // Puts the list into display order, as far as it is shown. The list may not be
 // sorted or counted in before the last item was taken.
 ItemCursor OpenItems(List& list, const CutOff& cut_off, RankedBy by = RankedBy::kCount);
+
+// The same items in ascending order of their keys, whose case counts.
+ItemCursor OpenItemsByKey(List& list, const CutOff& cut_off);
 
 // The next item; null behind the last.
 const ListItem* NextItem(ItemCursor& cursor);

@@ -6,6 +6,7 @@
 
 #include "analysis/rules.h"
 #include "sections/overview.h"
+#include "sections/visit_rows.h"
 
 template <size_t N>
 static void WriteUnlessNone(char (&text)[N], int64_t figure) {
@@ -30,11 +31,21 @@ static void WriteLookUps(Notes& notes) {
            notes.settings->DNSLookupSeconds);
 }
 
+static void WriteSample(Notes& notes) {
+  const VisitFigures& figures = notes.analysis->visit_figures;
+  if (figures.one_in > 1) {
+    WriteUnlessNone(notes.one_visitor_in, figures.one_in);
+    snprintf(notes.visitors_error, sizeof notes.visitors_error, ", with an error of about %" PRId64 " %%",
+             ErrorOfVisitors(figures));
+  }
+}
+
 Notes OpenNotes(const Settings& settings, const Analysis& analysis) {
   Notes notes{&settings, &analysis, 0, FirstThinnedTable(settings, analysis)};
   WriteUnlessNone(notes.without_url, analysis.without_url);
   WriteUnlessNone(notes.own_referrers, analysis.own_referrers);
   WriteLookUps(notes);
+  WriteSample(notes);
   notes.filters = ActiveFiltersOf(settings);
   return notes;
 }
@@ -66,8 +77,22 @@ static const char* SubjectOf(NoteCode code, const Notes& notes) {
       return unless_empty(notes.own_referrers);
     case NoteCode::kNotCompared:
       return IsComparison(settings.compare) && !notes.analysis->comparison.asked ? "" : nullptr;
+    case NoteCode::kVisitorsSampled:
+      return unless_empty(notes.one_visitor_in);
     default:
       return nullptr;
+  }
+}
+
+// What stands behind the subject.
+static const char* DetailOf(NoteCode code, const Notes& notes) {
+  switch (code) {
+    case NoteCode::kNotLookedUp:
+      return notes.time_limit;
+    case NoteCode::kVisitorsSampled:
+      return notes.visitors_error;
+    default:
+      return "";
   }
 }
 
@@ -132,7 +157,7 @@ bool NextNote(Notes& notes, Note& note) {
     }
     const char* const subject = SubjectOf(code, notes);
     if (subject != nullptr) {
-      note = {code, subject, code == NoteCode::kNotLookedUp ? notes.time_limit : ""};
+      note = {code, subject, DetailOf(code, notes)};
       ++notes.next;
       return true;
     }

@@ -30,9 +30,10 @@ enum class NoteCode {
   kNoNameServer,  // and those for which no name server answered
   kOwnReferrers,  // of the site itself, which are no rows; the subject is the number of requests
   kNotCompared,   // though it is asked for: the logs decide which days are reported
-  kThinned,       // the memory budget took items from a table: counts below its first rows may be too low
+  kVisitorsSampled,  // and of visitors one in so many, the subject
+  kThinned,          // the memory budget took items from a table: counts below its first rows may be too low
 };
-inline constexpr size_t kNoteCodes = 21;
+inline constexpr size_t kNoteCodes = 22;
 
 struct Note {
   NoteCode code;
@@ -56,6 +57,8 @@ struct Notes {
   char not_looked_up[48] = "";
   char no_name_server[48] = "";
   char time_limit[80] = "";
+  char one_visitor_in[24] = "";
+  char visitors_error[64] = "";
 };
 
 // Both records must outlive the notes.

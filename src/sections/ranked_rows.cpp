@@ -6,11 +6,23 @@
 #include "analysis/resolve_item.h"
 #include "analysis/rules.h"
 
-// The first row has it, unless bytes rank them.
-static int64_t LargestCount(const List& list, RankedBy by) {
+static bool IsOfVisits(const Section& section) {
+  return section.dimension != nullptr && section.dimension->from == SummedFrom::kVisits;
+}
+
+static bool IsOfDays(const Section& section) {
+  return section.dimension != nullptr && section.dimension->of_days;
+}
+
+// Visits have no bytes.
+static RankedBy OrderOf(const Section& section, const Settings& settings) {
+  return IsOfVisits(section) ? RankedBy::kCount : OrderOf(settings);
+}
+
+// The first row has it, unless bytes rank them, or they are days.
+static int64_t LargestCount(const List& list, bool first_has_it) {
   int64_t largest = 0;
-  for (const ListItem* item = by == RankedBy::kCount ? nullptr : list.first; item != nullptr;
-       item = item->next) {
+  for (const ListItem* item = first_has_it ? nullptr : list.first; item != nullptr; item = item->next) {
     largest = std::max(largest, item->count);
   }
   return largest;
@@ -20,13 +32,14 @@ static ItemSummary Summarise(const Settings& settings, const Section& section, A
   const List& list = CountedIn(section, analysis).list;
   const auto distinct = static_cast<int64_t>(list_length(list));
   const CutOff cut_off = CutOffOf(*ReportOf(section, settings));
-  ItemSummary summary{.distinct = distinct,
-                      .total = BaseOf(section, analysis).total,
-                      .cut_off = cut_off,
-                      .all_shown = AllShown(cut_off, distinct),
-                      .bytes = AmountsOf(settings) == Amounts::kSummed,
-                      .largest = LargestCount(list, OrderOf(settings)),
-                      .brands = {}};
+  ItemSummary summary{
+      .distinct = distinct,
+      .total = BaseOf(section, analysis).total,
+      .cut_off = cut_off,
+      .all_shown = AllShown(cut_off, distinct),
+      .bytes = AmountsOf(settings) == Amounts::kSummed && !IsOfVisits(section),
+      .largest = LargestCount(list, OrderOf(section, settings) == RankedBy::kCount && !IsOfDays(section)),
+      .brands = {}};
   std::transform(section.items.brands.begin(), section.items.brands.end(), summary.brands.begin(),
                  [&analysis](const Brand& brand) {
                    const int64_t count = analysis.*brand.count;
@@ -42,7 +55,8 @@ RankedRows OpenRanked(const Settings& settings, const Section& section, Analysis
           &settings,
           &section.items,
           section.dimension,
-          OpenItems(list, summary.cut_off, OrderOf(settings)),
+          IsOfDays(section) ? OpenItemsByKey(list, summary.cut_off)
+                            : OpenItems(list, summary.cut_off, OrderOf(section, settings)),
           {}};
 }
 
@@ -91,7 +105,8 @@ bool NextRanked(RankedRows& rows, RankedRow& row) {
   }
   row = {item->name,
          item->count,
-         item->has_amount ? item->amount() : -1,
+         item->has_amount && rows.summary.bytes ? item->amount() : -1,
+         item->has_amount && !rows.summary.bytes ? item->amount() : -1,
          Share(item->count, rows.summary.total),
          SiteOf(rows, *item),
          Describe(rows, *item),

@@ -23,7 +23,7 @@ struct ItemSummary {
   CutOff cut_off;
   bool all_shown;   // AllShown
   bool bytes;       // of each item's requests are known
-  int64_t largest;  // count, where bytes rank the items; else 0
+  int64_t largest;  // count, where something else decides their order; else 0
   std::array<BrandShare, kMostBrands> brands;
 };
 
@@ -31,6 +31,7 @@ struct RankedRow {
   const char* item;
   int64_t count;
   int64_t bytes;            // of its requests; -1: nobody asks for them
+  int64_t second;           // the second figure of a dimension's items; -1: they have none
   double share;             // of the base's total, which the count of a bad section may exceed
   const char* site;         // stands before the item in its link, "" of an address; null: no link
   const char* description;  // good until the next row; null: none

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "dates/days.h"
+
 static constexpr const char* kWeekdays[] = {"Sunday",   "Monday", "Tuesday", "Wednesday",
                                             "Thursday", "Friday", "Saturday"};
 
@@ -32,13 +34,21 @@ static void OpenTimes(SectionRows& rows, const Settings&, const Analysis& analys
 // ---- Rows ----------------------------------------------------------------------------
 
 static SectionRow Row(const char* item, int64_t count, double share) {
-  return {item, count, -1, share, 0.0, nullptr, nullptr, nullptr, {}, {}, -1, -1, false};
+  return {item, count, -1, -1, share, 0.0, nullptr, nullptr, nullptr, {}, {}, -1, -1, false};
 }
 
 // The largest count comes first.
 static double BarOf(SectionRows& rows, int64_t count) {
   rows.largest = std::max(rows.largest, count);
   return std::clamp(Share(count, rows.largest), 0.0, 1.0);
+}
+
+// Of an item that is a day.
+static void TellDay(SectionRow& row) {
+  static constexpr int64_t kThursday = 4;  // the first day of all was one
+  if (sscanf(row.item, "%d-%d-%d", &row.date.year, &row.date.month, &row.date.day) == 3) {
+    row.weekday = static_cast<int>(((NumberOfDay(row.date) + kThursday) % 7 + 7) % 7);
+  }
 }
 
 static bool NextRankedRow(SectionRows& rows, SectionRow& row) {
@@ -49,10 +59,14 @@ static bool NextRankedRow(SectionRows& rows, SectionRow& row) {
   row = Row(ranked.item, ranked.count, ranked.share);
   row.bar = BarOf(rows, ranked.count);
   row.bytes = ranked.bytes;
+  row.second = ranked.second;
   row.site = ranked.site;
   row.name = ranked.description;
   row.explained = rows.section->dimension != nullptr;
   row.referrers = ranked.referrers;
+  if (rows.section->dimension != nullptr && rows.section->dimension->of_days) {
+    TellDay(row);
+  }
   return true;
 }
 

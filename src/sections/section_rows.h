@@ -16,6 +16,7 @@ struct SectionRow {
       item;  // a day as "2026-11-22", a weekday as "Sunday", an hour as "00", one of the week as "Sunday 00"
   int64_t count;
   int64_t bytes;         // of ranked rows, where they are asked for; else -1
+  int64_t second;        // the second figure of a dimension's rows; else -1
   double share;          // of the section's total
   double bar;            // the count as a part of the largest one, at most 1
   const char* site;      // of ranked rows, as there; null: no link

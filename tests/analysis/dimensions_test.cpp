@@ -53,7 +53,9 @@ TEST_F(DimensionsTest, TableHasOneRowOfEachNameWithOneSource) {
     EXPECT_TRUE(names.insert(dimension.parameter).second) << dimension.parameter;
     EXPECT_EQ(dimension.of_request != nullptr, dimension.from == SummedFrom::kRequests)
         << dimension.parameter;
-    EXPECT_EQ(dimension.of_item != nullptr, dimension.from != SummedFrom::kRequests) << dimension.parameter;
+    EXPECT_EQ(dimension.of_visits != nullptr, dimension.from == SummedFrom::kVisits) << dimension.parameter;
+    EXPECT_NE(dimension.of_item != nullptr, dimension.of_request != nullptr || dimension.of_visits != nullptr)
+        << dimension.parameter;
   }
 }
 

@@ -41,3 +41,26 @@ TEST(SipHash, DependsOnTheKey) {
   other[15] ^= 1;
   EXPECT_NE(EndSipHash(BeginSipHash(other)), HashOfBytes(0));
 }
+
+// At the beginning, and behind any number of bytes.
+TEST(SipHash, TakesManyBytesAsOneByOne) {
+  const std::string text = "0123456789abcdefghijklmnopqrstuvwxyz\xff";
+  for (size_t cut = 0; cut <= text.size(); ++cut) {
+    SipHash parts = BeginSipHash(CountingKey());
+    AddBytes(parts, text.substr(0, cut));
+    AddBytes(parts, text.substr(cut));
+    SipHash bytes = BeginSipHash(CountingKey());
+    for (const char byte : text) {
+      AddByte(bytes, static_cast<std::uint8_t>(byte));
+    }
+    EXPECT_EQ(EndSipHash(parts), EndSipHash(bytes)) << cut;
+  }
+}
+
+// The first values that its authors give of the hash of 128 bits.
+TEST(WideSipHash, IsWhatItsAuthorsSay) {
+  SipHash hash = BeginWideSipHash(CountingKey());
+  EXPECT_EQ(EndWideSipHash(hash), (WideSipHash{0xe6a825ba047f81a3, 0x930255c71472f66d}));
+  AddByte(hash, 0);
+  EXPECT_EQ(EndWideSipHash(hash), (WideSipHash{0x44af996bd8c187da, 0x45fc229b11597634}));
+}

@@ -1,5 +1,8 @@
 """Tables of as many items as there are records, with and without a budget for their memory."""
 
+import re
+import time
+
 from bounds import ACCOUNT, BoundsCase, MIB, PROGRAM_SIZE, log_line, main
 
 LOG = "logs/a.log"
@@ -115,6 +118,39 @@ class WithBudget(Counting):
         self.check_budget(15000, lambda count: (
             log_line(url=f"/{i}", agent=f"A{i}", referrer=f"http://{i}/") for i in range(count)),
             "requests=1,10", "browsers=1,10", "referrers=1,10")
+
+
+class Visits(Counting):
+    """Visitors, visits and the pages that they begin with, in the orders that cost most."""
+
+    SECTIONS = ("edition=modern", "days=all", "visitors=1,10", "entrypages=1,10", "exitpages=1,10")
+
+    @staticmethod
+    def line(moment, **fields):
+        stamp = time.strftime("%d/%b/%Y:%H:%M:%S", time.gmtime(moment))
+        return re.sub(r"\[[^ ]+", f"[{stamp}", log_line(agent="Lynx/2.8", **fields), count=1)
+
+    # Each hour of one visitor is a visit, and none stands where the next one is looked for.
+    def test_visits_of_one_visitor_backwards(self):
+        self.check(25000, lambda count: (self.line(3_000_000_000 - i * 3600) for i in range(count)), 150, *self.SECTIONS)
+
+    def test_visits_of_one_visitor_in_no_order(self):
+        self.check(25000, lambda count: (self.line(i * 0x9E3779B1 % (1 << 32) // 1800 * 1800) for i in range(count)), 150,
+                   *self.SECTIONS)
+
+    # Between each two visits one request comes last that makes them one.
+    def test_visits_that_are_joined(self):
+        self.check(25000, lambda count: (self.line(10**9 + (i * 2 if 2 * i < count else i * 2 - count | 1) * 1700)
+                                         for i in range(count)), 150, *self.SECTIONS)
+
+    def test_visitors_and_pages(self):
+        self.check(25000, lambda count: (log_line(host=f"h{i}", url=f"/{i}", agent="Lynx/2.8") for i in range(count)), 700, *self.SECTIONS)
+
+    def test_visitors_and_pages_with_a_budget(self):
+        self.write("orvellis.conf", "SmartMemoryMaxMemoryToAllocate=500\n", ACCOUNT)
+        run = self.check(15000, lambda count: (log_line(host=f"h{i}", url=f"/{i}", agent="Lynx/2.8") for i in range(count)), 0, *self.SECTIONS,
+                         memory=PROGRAM_SIZE + 2 * MIB)
+        self.assertIn(b"Figures of visits are estimated", run.page)
 
 
 class WithinAddressSpace(Counting):

@@ -35,6 +35,7 @@ GIVEN = ("base", "page", "args", "form", "run", "env", "setup")
 SCHEMA = json.loads((PROJECT / "docs/report.schema.json").read_text())
 VALIDATOR = jsonschema.Draft202012Validator(SCHEMA)
 MOMENT = 954547200
+SECOND = {"visits": "visits", "single_page_visits": "single-page visits"}  # figures beside the counts of rows
 
 
 # ---- Cases -----------------------------------------------------------------------------
@@ -164,18 +165,26 @@ def body_of(files, out):
     return out.split(b"\n\n", 1)[1] if "form" in files else out
 
 
+def second_of(row):
+    """The name and the value of the second figure of a row."""
+    return next((name, row[name]) for name in SECOND if name in row) if any(name in row for name in SECOND) else None
+
+
 def compare_csv(report, out, protect):
     want = [["section", "rank", "item", "count", "share", "detail"]]
     for name, section in report["sections"].items():
         of_all = report["timezone"] if name in (*TIMED, "hoursofweek") else ""
         for rank, row in enumerate(section["rows"], 1):
-            detail = row.get("engine", row.get("name", of_all))
+            second = second_of(row)
+            detail = str(second[1]) if second else row.get("engine", row.get("name", of_all))
             want.append([name, str(rank), protect(raw_item(row)), str(row["count"]),
                          f"{row['share']:.6f}", protect(detail.encode())])
         for row in section["rows"]:
             for rank, page in enumerate(row.get("referrers", []), 1):
                 want.append([name + "_referrers", str(rank), protect(raw_item(page)), str(page["count"]),
                              f"{page['count'] / row['count']:.6f}", protect(raw_item(row))])
+        for rank, (figure, count) in enumerate(section.get("totals", {}).items(), 1):
+            want.append([name + "_totals", str(rank), figure, str(count), "", ""])
     text = out.decode("utf-8")
     assert text.endswith("\r\n") and "\n" not in text.replace("\r\n", "")
     got = list(csv.reader(io.StringIO(text, newline=""), strict=True))
@@ -221,7 +230,24 @@ def compare_text(report, out, bar):
     sections = list(report["sections"].values())
     assert [part.split("\n")[0] for part in parts] == [section["title"] for section in sections]
     for part, section in zip(parts, sections):
-        compare_text_rows(part.rstrip("\n").split("\n")[2:], section, bar)
+        lines = part.rstrip("\n").split("\n")[2:]
+        if "totals" in section:
+            compare_key_figures(lines[:6], section["totals"])
+            lines = lines[6:]
+        compare_text_rows(lines, section, bar)
+
+
+def compare_key_figures(lines, totals):
+    visits = max(totals["visits"], 1)
+    length = int(totals["seconds"] / visits + 0.5)
+    minutes = f"{length // 60}:{length % 60:02}" if length < 3600 else f"{length // 3600}:{length // 60 % 60:02}:{length % 60:02}"
+    for line, (title, figure) in zip(lines, (("Visitors", f"{totals['visitors']:,}"), ("Visits", f"{totals['visits']:,}"),
+                                             ("Pages a visit", totals["pages"] / visits),
+                                             ("Single-page visits", 100 * totals["single_page_visits"] / visits),
+                                             ("Average length", minutes))):
+        got = re.fullmatch(rf"  {title} +(\S+)( %)?", line)[1]
+        assert got == figure if isinstance(figure, str) else abs(float(got) - figure) < 0.0501, line
+    assert lines[5] == ""
 
 
 def compare_text_rows(lines, section, width):
@@ -238,6 +264,9 @@ def compare_text_rows(lines, section, width):
         assert abs(float(share) - 100 * row["share"]) < 0.0501, (share, row)
         assert (row["count"] > 0) == bar.startswith("#")
         name = f" ({shown(row['name'].encode())})" if "name" in row else ""
+        if second_of(row):
+            figure, value = second_of(row)
+            name = f" ({SECOND[figure]}: {value:,})"
         assert shortened(shown(raw_item(row)) + name, item), (item, row)
         for page in row.get("referrers", []):
             count, item = PAGE[width].fullmatch(next(lines)).groups()

@@ -11,6 +11,8 @@ SHOWN_CHARACTERS = 90
 OPEN_ROWS, FEW_ROWS = 10, 14
 OPEN_REFERRERS, MOST_REFERRERS = 3, 50
 VOID = {"meta", "br", "hr", "img", "input", "link"}
+DAYS = ("dailytotals", "visitors")
+SECOND = ("visits", "single_page_visits")  # figures beside the counts of rows
 DRAWN = ("dailytotals", "hitsperdayofweek", "hitsperhour", "hoursofweek")
 WEEKDAYS = ["Sunday", "Monday", "Tuesday", "Wednesday", "Thursday", "Friday", "Saturday"]
 NUMBER = r"(-?\d{1,3}(?:,\d{3})*)"
@@ -152,7 +154,7 @@ def check_bar(cell, count, largest):
 
 
 def check_lead(cells, rank, row, name):
-    if name == "dailytotals":
+    if name in DAYS:
         year, month, day = map(int, row["item"].split("-"))
         weekday = WEEKDAYS[sakamoto(year, month, day)]
         assert text_of(only(cells["d"])) == weekday, row["item"]
@@ -182,7 +184,8 @@ def check_rows(table, name, section, rows, raw_item, shown):
             cells.setdefault(cell.get("class"), []).append(cell)
         check_lead(cells, rank, row, name)
         check_item(only(cells["i"]), row, raw_item, shown, name != "domaintypes")
-        assert number(text_of(only(cells["c"]))) == row["count"], row
+        figures = [number(text_of(cell)) for cell in cells["c"]]
+        assert figures[:2] == [row["count"], *(row[figure] for figure in SECOND if figure in row)], row
         part = only(cells["s"])
         assert check_bar(part, row["count"], largest) == (rank <= MOST_ROWS)
         share = text_of(part).strip()
@@ -199,7 +202,7 @@ HOW_MANY = re.compile(rf"(?:(None) was counted often enough to be shown, of |The
 LIMIT = " A page shows at most 1,000 rows of a section, unless more are asked for."
 
 
-def check_how_many(words, rows, distinct, total):
+def check_how_many(words, rows, distinct, total, adds_up=True):
     """Returns whether the page shows no more of the rows than it may unasked, and the words behind."""
     if distinct == 0:
         assert words.startswith("Nothing of this kind was counted."), words
@@ -212,15 +215,29 @@ def check_how_many(words, rows, distinct, total):
     assert bool(none) == (count == 0) and bool(first) == (0 < count < distinct), words
     assert not first or (number(first_rows) if first_rows else 1) == count, words
     assert bool(one) == (count == distinct == 1) and bool(every) == (count == distinct > 1), words
-    assert bool(part) == (count > 0 and total > 0), words
+    assert bool(part) == (count > 0 and total > 0 and adds_up), words
     if part:
         assert number(whole) == total and is_share(part, sum(row["count"] for row in rows[:count]) / total), words
     return limited, rest.removeprefix(LIMIT)
 
 
+def check_key_figures(whole, totals):
+    visits = max(totals["visits"], 1)
+    length = int(totals["seconds"] / visits + 0.5)
+    figures = dict(zip(map(text_of, whole.iter("dt")), map(text_of, whole.iter("dd"))))
+    assert number(figures.pop("Visitors")) == totals["visitors"] and number(figures.pop("Visits")) == totals["visits"]
+    assert abs(float(figures.pop("Pages a visit")) - totals["pages"] / visits) < 0.0501
+    assert is_share(figures.pop("Single-page visits").removesuffix(" %"), totals["single_page_visits"] / visits)
+    *hours, minutes, seconds = map(int, figures.pop("Average length").split(":"))
+    assert sum(hours) * 3600 + minutes * 60 + seconds == length
+    assert not figures
+
+
 def check_ranked(whole, name, section, raw_item, shown):
+    if "totals" in section:
+        check_key_figures(whole, section["totals"])
     words = text_of(only(of_class(whole, "p", "words")))
-    limited, rest = check_how_many(words, section["rows"], section["distinct"], section["total"])
+    limited, rest = check_how_many(words, section["rows"], section["distinct"], section["total"], name != "visitors")
     assert not rest, rest
     rows = section["rows"][:MOST_ROWS] if limited else section["rows"]
     lists = of_class(whole, "div", "list")
@@ -351,7 +368,7 @@ def check_head(tree, report, shown):
 
 def check_tiles(tree, report):
     tiles = {tile[0].text: [text_of(part) for part in tile[1:]]
-             for tile in only(of_class(tree, "dl", "tiles"))}
+             for tile in of_class(tree, "dl", "tiles")[0]}
     totals = report["totals"]
     assert number(tiles["Requests"][0]) == totals["requests"]
     if totals["bytes"] < 1000:

@@ -26,7 +26,7 @@ LOGS = "logs"        # it says which logs there are, or what the run does with t
 
 SECTIONS = ["badurls", "browsers", "requests", "search", "badreferrers", "domaintypes", "domains", "referrers"]
 DIMENSIONS = ["statuses", "hosts", "users", "referringsites", "directories", "filetypes", "browserfamilies", "systems",
-              "devices", "robots", "servererrors"]
+              "devices", "robots", "servererrors", "visitors", "entrypages", "exitpages"]
 DAYS = ["date=03052001,03072001"]
 OTHER_DAYS = ["sm=03", "sd=05", "sy=2001", "em=03", "ed=07", "ey=2001"]
 WORDS = ["from=2001-03-05", "to=2001-03-07"]
@@ -141,6 +141,8 @@ CLF = {
         '10.0.0.2 - bob [06/Mar/2001:12:00:00 +0000] "GET /docs HTTP/1.0" 200 5 "http://www.finder.example/?q=a" "A/1"',
         'h.example.org - - [07/Mar/2001:12:00:00 +0000] "GET /none HTTP/1.0" 404 1 "http://www.example.net/M" "A/1"',
         'h.example.fr - - [07/Mar/2001:13:00:00 +0000] "GET /b.gif HTTP/1.0" 403 1 "http://www.finder.example/?q=c" "Mozilla/5.0 (iPhone; CPU iPhone OS 17_1 like Mac OS X) AppleWebKit/605.1.15 (KHTML, like Gecko) Version/17.1 Mobile/15E148 Safari/604.1"',
+        '10.0.0.3 - - [06/Mar/2001:14:00:00 +0000] "GET /docs HTTP/1.0" 200 9 "-" "Mozilla/5.0 (X11; Linux x86_64; rv:115.0) Gecko/20100101 Firefox/115.0"',
+        '10.0.0.3 - - [07/Mar/2001:14:00:00 +0000] "GET /docs/b HTTP/1.0" 200 9 "-" "Mozilla/5.0 (X11; Linux x86_64; rv:115.0) Gecko/20100101 Firefox/115.0"',
         "not understood",
     ],
 }

@@ -12,7 +12,7 @@
 
 // A new counter makes this fail: it has to be saved, added, and listed in CountersOf.
 static_assert(sizeof(Comparison) == 136);
-static_assert(sizeof(Analysis) == 14808 + sizeof(Comparison) + kMostDimensions * sizeof(CountedReport));
+static_assert(sizeof(Analysis) == 14872 + sizeof(Comparison) + kMostDimensions * sizeof(CountedReport));
 
 // All that an analysis counts, in words.
 inline std::map<std::string, std::string> CountersOf(Analysis& analysis) {
@@ -78,5 +78,10 @@ inline std::map<std::string, std::string> CountersOf(Analysis& analysis) {
   add("not understood", analysis.logs.lines_not_understood);
   add("records", analysis.logs.records);
   add("memory", analysis.memory.current);
+  const VisitFigures& visits = analysis.visit_figures;
+  for (const int64_t figure : {visits.visitors, visits.visits, visits.pages, visits.single_page,
+                               visits.seconds, visits.kept, visits.one_in}) {
+    counters["figures of visits"] += analysis.visits == nullptr ? "" : std::to_string(figure) + " ";
+  }
   return counters;
 }

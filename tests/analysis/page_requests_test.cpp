@@ -1,0 +1,31 @@
+#include "analysis/page_requests.h"
+
+#include <gtest/gtest.h>
+
+TEST(IsPageRequest, GoesByWhatThePathEndsLike) {
+  for (const char* const url : {"/", "/docs/", "/a", "/a.html", "/a.php?b=c.png", "/a.css/b", "/guide.PDF",
+                                "/.png", "/a.", "http://www.example.com/", "/a.asp#b.js", "/a/robots.txt"}) {
+    EXPECT_TRUE(IsPageRequest(url, 200)) << url;
+  }
+  for (const char* const url :
+       {"/logo.png", "/LOGO.Png?x", "/a.css", "/b/c.js?v=1", "/f.woff2", "/d.json", "/x.xml", "/s.mp3",
+        "/robots.txt", "/robots.txt?x", "/ads.txt", "/.well-known/change-password", "/m.webmanifest",
+        "/a.aac", "http://www.example.com/a.gif"}) {
+    EXPECT_FALSE(IsPageRequest(url, 200)) << url;
+  }
+}
+
+TEST(IsPageRequest, WantsAPath) {
+  for (const char* const url : {"", "*", "-", "=1+1", "www.example.com:443"}) {
+    EXPECT_FALSE(IsPageRequest(url, 200)) << url;
+  }
+}
+
+TEST(IsPageRequest, WantsAnAnswerThatShowsThePage) {
+  for (const int64_t status : {200, 201, 203, 304, 0}) {
+    EXPECT_TRUE(IsPageRequest("/", status)) << status;
+  }
+  for (const int64_t status : {100, 101, 204, 206, 301, 302, 303, 307, 308, 400, 404, 500, 999, -200}) {
+    EXPECT_FALSE(IsPageRequest("/", status)) << status;
+  }
+}
