@@ -36,7 +36,7 @@ SENTENCES = "sentences"
 OF_ONE_MACHINE = ("workers=", "totals=", "partcache=", "title=")
 
 # What only the page needs, and what is true of this machine alone.
-OF_THE_PAGE = ("OrvellisPath=", "Networks=", "ExtraHeader=")
+OF_THE_PAGE = ("OrvellisPath=", "Networks=", "ExtraHeader=", "CountryDatabase=")
 
 
 class Interrupted(BaseException):

@@ -4,6 +4,8 @@
 #include <iterator>
 
 #include "agents/agent.h"
+#include "analysis/countries.h"
+#include "analysis/country_names.h"
 #include "analysis/rules.h"
 #include "analysis/smart_memory.h"
 #include "analysis/status_meanings.h"
@@ -136,6 +138,10 @@ static std::string_view RobotOf(std::string_view agent, ItemRoom&) {
   return TellAgent(agent).robot;
 }
 
+static std::string_view CountryOf(std::string_view host, ItemRoom&) {
+  return CountryOfHost(host);
+}
+
 // That of the first rule of the name; robots that are called by their own words are of no known purpose.
 static const char* PurposeOfRobot(std::string_view name) {
   const AgentRules& rules = BuiltInRules();
@@ -246,6 +252,16 @@ constexpr Dimension kDimensions[] = {
      .from = SummedFrom::kBrowsers,
      .of_item = RobotOf,
      .name_of = PurposeOfRobot},
+    {.parameter = "countries",
+     .behind = "hosts",
+     .words = {"Countries", "Country", "countries", "country", "request that names a host",
+               "requests that name a host", "Where visitors' addresses are, by the country database."},
+     .columns = "rank,country,count,share,name",
+     .from = SummedFrom::kHosts,
+     .asks = {.host = true},
+     .of_item = CountryOf,
+     .name_of = NameOfCountry,
+     .name_is_read = true},
 };
 constexpr size_t kDimensionCount = std::size(kDimensions);
 static_assert(kDimensionCount <= kMostDimensions);
@@ -254,6 +270,12 @@ static_assert(kDimensionCount <= kMostDimensions);
 
 static bool IsAsked(const Settings& settings, size_t row) {
   return settings.dimensions[row].on != 0;
+}
+
+// The hosts, too, are counted without being shown where others are made of them.
+static bool IsCounted(const Settings& settings, size_t row) {
+  return IsAsked(settings, row) ||
+         (kDimensions[row].of_request == HostOf && IsSummedFrom(settings, SummedFrom::kHosts));
 }
 
 bool AreDimensionsAsked(const Settings& settings) {
@@ -269,6 +291,14 @@ bool IsSummedFrom(const Settings& settings, SummedFrom from) {
   return false;
 }
 
+void LeaveOutSummedFrom(Settings& settings, SummedFrom from) {
+  for (size_t row = 0; row < kDimensionCount; ++row) {
+    if (kDimensions[row].from == from) {
+      settings.dimensions[row].on = 0;
+    }
+  }
+}
+
 AskedTexts WithTextsOfDimensions(const Settings& settings, AskedTexts asked) {
   for (size_t row = 0; row < kDimensionCount; ++row) {
     if (IsAsked(settings, row)) {
@@ -281,7 +311,7 @@ AskedTexts WithTextsOfDimensions(const Settings& settings, AskedTexts asked) {
 uint32_t DimensionsOfRequests(const Settings& settings) {
   uint32_t dimensions = 0;
   for (size_t row = 0; row < kDimensionCount; ++row) {
-    dimensions |= uint32_t{IsAsked(settings, row) && kDimensions[row].from == SummedFrom::kRequests} << row;
+    dimensions |= uint32_t{IsCounted(settings, row) && kDimensions[row].from == SummedFrom::kRequests} << row;
   }
   return dimensions;
 }
@@ -290,7 +320,7 @@ uint32_t DimensionsOfRequests(const Settings& settings) {
 
 void CreateDimensions(const Settings& settings, Analysis& analysis) {
   for (size_t row = 0; row < kDimensionCount; ++row) {
-    if (IsAsked(settings, row)) {
+    if (IsCounted(settings, row)) {
       CountedReport& report = analysis.dimensions[row];
       const Dimension& dimension = kDimensions[row];
       init_list(report.list, report.info, dimension.words.title.text().data(),
@@ -345,6 +375,12 @@ static void SumUpItems(const Dimension& dimension, const CountedReport& source, 
   report.info->reclaimed += source.info->reclaimed;
 }
 
+static const CountedReport& HostsOf(const Analysis& analysis) {
+  const auto* const hosts = std::ranges::find_if(
+      kDimensions, [](const Dimension& dimension) { return dimension.of_request == HostOf; });
+  return analysis.dimensions[hosts - kDimensions];
+}
+
 static void SumUp(const Dimension& dimension, CountedReport& report, const Analysis& analysis) {
   switch (dimension.from) {
     case SummedFrom::kRequests:
@@ -360,6 +396,9 @@ static void SumUp(const Dimension& dimension, CountedReport& report, const Analy
       return;
     case SummedFrom::kBrowsers:
       SumUpItems(dimension, analysis.browsers, analysis.browsers.total, report);
+      return;
+    case SummedFrom::kHosts:
+      SumUpItems(dimension, HostsOf(analysis), HostsOf(analysis).total, report);
       return;
   }
 }

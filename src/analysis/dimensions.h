@@ -26,7 +26,7 @@ struct SectionWords {
 
 // Where the items of a dimension come from: each request has one, or they are made of the items of another
 // table when all requests are counted, so that nothing is paid for a request.
-enum class SummedFrom : uint8_t { kRequests, kStatusCodes, kUrls, kReferrers, kBrowsers };
+enum class SummedFrom : uint8_t { kRequests, kStatusCodes, kUrls, kReferrers, kBrowsers, kHosts };
 
 // A request that is counted.
 struct Request {
@@ -52,6 +52,7 @@ struct Dimension {
   // The item of another table's item: a view of that, or made in the room; empty: there is none.
   std::string_view (*of_item)(std::string_view item, ItemRoom& room) = nullptr;
   const char* (*name_of)(std::string_view item) = nullptr;  // what an item is called; null: nothing else
+  bool name_is_read = false;                                // people know that, and the item is a code for it
   bool of_site = false;                                     // items are paths of the analysed site
 };
 
@@ -67,6 +68,9 @@ uint32_t DimensionsOfRequests(const Settings& settings);
 // Whether any is asked for, and whether one is made of that.
 bool AreDimensionsAsked(const Settings& settings);
 bool IsSummedFrom(const Settings& settings, SummedFrom from);
+
+// Asks for none that is made of that any more.
+void LeaveOutSummedFrom(Settings& settings, SummedFrom from);
 
 // Creates the tables of those that are asked for.
 void CreateDimensions(const Settings& settings, Analysis& analysis);

@@ -5,6 +5,8 @@
 #include <limits>
 #include <utility>
 
+#include "analysis/countries.h"
+#include "analysis/country_database.h"
 #include "analysis/dimensions.h"
 #include "analysis/dns_cache.h"
 #include "analysis/dns_cache_internal.h"
@@ -632,6 +634,7 @@ void EndAnalysis(Analysis& analysis) {
   FreeDomainsNow();
   FreeFileTypesNow();
   ForgetKnownAgents();
+  ForgetCountries();
 }
 
 void ResetAnalysis() {
@@ -644,6 +647,7 @@ void ResetAnalysis() {
   ForgetNames();
   DestroyDNSCache();
   ForgetAddresses();
+  CloseCountryDatabase();
   StopLookUps();
   mpResolver = gethostbyaddr;
   mpLineRead = nullptr;

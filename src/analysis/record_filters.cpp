@@ -6,6 +6,7 @@
 #include <iterator>
 
 #include "agents/agent.h"
+#include "analysis/countries.h"
 #include "base/network.h"
 #include "base/text.h"
 
@@ -124,6 +125,10 @@ static bool IsHost(const SuperLogRecord& record, std::string_view item) {
   return item.ends_with('.') ? record.host.starts_with(item) : IsText(record.host, item);
 }
 
+static bool IsCountry(const SuperLogRecord& record, std::string_view item) {
+  return EqualIgnoreCase(CountryOfVisitor(record), item);
+}
+
 static bool IsAgent(const SuperLogRecord& record, std::string_view item) {
   return IsWild(item) ? MatchesWild(item, record.agent) : HoldsIgnoreCase(record.agent, item);
 }
@@ -211,6 +216,7 @@ constexpr RecordFilter kRecordFilters[] = {
     {"users", {.user = true}, IsUser},
     {"hours", {}, IsHour},
     {"weekdays", {}, IsWeekday},
+    {"countries", {.host = true}, IsCountry},
 };
 constexpr size_t kRecordFilterCount = std::size(kRecordFilters);
 static_assert(kRecordFilterCount <= kMostRecordFilters);
@@ -228,6 +234,11 @@ ActiveFilters ActiveFiltersOf(const Settings& settings) {
     AddActive(filters, kRecordFilters[row], settings.filters[row].exclude, false);
   }
   return filters;
+}
+
+bool FilterByCountry(const ActiveFilters& filters) {
+  return std::ranges::any_of(filters.all(),
+                             [](const ActiveFilter& active) { return active.filter->matches == IsCountry; });
 }
 
 AskedTexts WithTextsOfFilters(const ActiveFilters& filters, AskedTexts asked) {

@@ -36,6 +36,9 @@ struct ActiveFilters {
 };
 ActiveFilters ActiveFiltersOf(const Settings& settings);
 
+// Whether one of them looks at countries.
+bool FilterByCountry(const ActiveFilters& filters);
+
 // The texts of records that they need, on top of those.
 AskedTexts WithTextsOfFilters(const ActiveFilters& filters, AskedTexts asked);
 

@@ -67,6 +67,19 @@ bool NeedsNames(const Settings& settings) {
          (settings.domains.on != 0 || settings.domaintypes.on != 0 || settings.filter_domains[0] != '\0');
 }
 
+// Whoever makes a part, and no page, counts hosts; a plan looks at no record.
+bool NeedsCountryDatabase(const Settings& settings) {
+  const bool shown = settings.part == nullptr && IsSummedFrom(settings, SummedFrom::kHosts);
+  return settings.plan == nullptr && (shown || FilterByCountry(ActiveFiltersOf(settings)));
+}
+
+void LeaveOutCountries(Settings& settings) {
+  if (settings.country_database[0] == '\0' && IsSummedFrom(settings, SummedFrom::kHosts)) {
+    LeaveOutSummedFrom(settings, SummedFrom::kHosts);
+    settings.countries_left_out = true;
+  }
+}
+
 DnsMode ResolveDnsMode(const Settings& settings, const Limits& limits) {
   if (settings.dnslookupenabled == 0) {
     return DnsMode::kOff;
@@ -178,6 +191,7 @@ Rules ResolveRules(const Settings& settings, const Counting& counting) {
       .host_counts = counting.limits.whole_addresses ? NotFilteredHost : NotFilteredDomain,
       .filter_types = settings.filter_filetypes[0] != '\0' && NeedsTypeFilter(settings),
       .filters = ActiveFiltersOf(settings),
+      .by_country = FilterByCountry(ActiveFiltersOf(settings)),
       .keep_query = settings.showquery != 0,
       .url_end_mark = counting.limits.escapes ? '?' : '"',
       .bytes = AmountsOf(settings) == Amounts::kSummed,

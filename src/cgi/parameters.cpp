@@ -216,6 +216,13 @@ void SetPartCacheSize(Settings& settings, const char* value, int level) {
   }
 }
 
+void SetCountryDatabase(Settings& settings, const char* value, int level) {
+  if (level >= settings.country_database_level) {
+    settings.country_database_level = level;
+    CopyText(settings.country_database, value);
+  }
+}
+
 // Whoever calls the program knows best.
 template <auto kSetter>
 static void BestByShell(Settings& settings, const Param& param) {
@@ -351,6 +358,7 @@ static const Keyword kKeywords[] = {
     {"workers", BestByShell<SetWorkers>, kNotFromForm, kIgnored},
     {"partcache", BestByShell<SetPartCache>, kNotFromForm, kIgnored},
     {"partcachesize", BestByShell<SetPartCacheSize>, kNotFromForm, kIgnored},
+    {"countrydatabase", BestByShell<SetCountryDatabase>, kNotFromForm, kIgnored, kStop, kLater},
     {"config", Copy<&Settings::config>, kFromRequest, kIgnored},
     {"password", Password<&Settings::password_account, &Settings::stored_password>, kFromAccount, kIgnored},
     {"signon", SignOn, kFromAccount, kIgnored, kStop, kLater},

@@ -188,6 +188,9 @@ struct Settings {
   char agent_log[50];
   char Networks[kPathSize];
   char agents_file[kPathSize];
+  char country_database[kPathSize];  // file that tells countries (analysis/country_database.h); empty: none
+  int country_database_level;
+  bool countries_left_out;  // countries were asked for, and there is no database
   char username[100];
   char password_form[100];
   char ErrorLog[kPathSize];

@@ -207,6 +207,7 @@ static const ConfigKey kConfigKeys[] = {
     {"Workers", SetByLevel<SetWorkers>},
     {"PartCache", SetByLevel<SetPartCache>},
     {"PartCacheSize", SetByLevel<SetPartCacheSize>},
+    {"CountryDatabase", SetByLevel<SetCountryDatabase>},
     {"SmartMemoryEnabled", ApplySmartMemory},
     {"SmartMemoryKeepEntries", StoreNumber<&Settings::SmartMemoryKeepEntries>},
     {"SmartMemoryReclaimSize", StoreNumber<&Settings::SmartMemoryReclaimSize>},

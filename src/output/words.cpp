@@ -71,6 +71,8 @@ static constexpr NoteWords kNoteWords[] = {
      " addresses could not be looked up: no name server gave an answer."},
     {NoteCode::kOwnReferrers, "own_referrers",
      "Requests that pages of the site itself led to, which are left out of the referrers: ", "."},
+    {NoteCode::kNoCountries, "no_countries",
+     "Countries are not told: the configuration names no country database.", ""},
     {NoteCode::kThinned, "thinned",
      "The memory budget did not suffice. Figures may be too low behind the first rows of the section ", "."},
 };

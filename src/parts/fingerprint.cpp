@@ -5,6 +5,7 @@
 #include <ctime>
 #include <limits>
 
+#include "analysis/country_database.h"
 #include "analysis/search_engines.h"
 #include "base/crc64.h"
 #include "dates/days.h"
@@ -159,6 +160,7 @@ static void AddRequests(Fingerprint& fingerprint, const Rules& rules) {
   AddText(fingerprint, "filter_domains", settings.filter_domains);
   AddText(fingerprint, "filter_filetypes", settings.filter_filetypes);
   AddChecksum(fingerprint, "set of only_ and exclude_ filters", ChecksumOfFilters(rules.filters));
+  AddText(fingerprint, "country database", rules.by_country ? CountryDatabaseName().text : "");
   AddSwitch(fingerprint, "use of filter_filetypes", rules.filter_types);
   AddSwitch(fingerprint, "filter_referrers", rules.filter_referrers);
   AddSwitch(fingerprint, "showquery", rules.keep_query);

@@ -170,6 +170,34 @@ static const RefusalTexts kRefusals[] = {
         .log = "no such layout of logs:",
         .value = [](const Settings&) { return SuperLog_UnknownLayout().text.data(); },
     },
+    {
+        .error = kErrorNoCountries,
+        .status = {500, "Internal Server Error"},
+        .heading = "No country database is named",
+        .sentence =
+            "Requests cannot be told by country: the configuration of Orvellis names no country database.",
+        .advice = "Ask for a report without countries, or tell whoever looks after Orvellis on this site.",
+        .log = "requests were asked for by country, and CountryDatabase names no database",
+    },
+    {
+        .error = kErrorCountryDatabase,
+        .status = {500, "Internal Server Error"},
+        .heading = "The country database cannot be read",
+        .sentence =
+            "Countries cannot be told: their database is missing, may not be read, is damaged or is none.",
+        .advice = "Ask for a report without countries, or tell whoever looks after Orvellis on this site.",
+        .log = "the country database is missing, may not be read, is damaged or is none:",
+        .value = [](const Settings& settings) { return +settings.country_database; },
+    },
+    {
+        .error = kErrorCountryLibrary,
+        .status = {500, "Internal Server Error"},
+        .heading = "The library that reads country databases is not installed",
+        .sentence =
+            "Countries cannot be told: libmaxminddb is not installed, or this build does not know it.",
+        .advice = "Ask for a report without countries, or tell whoever looks after Orvellis on this site.",
+        .log = "countries were asked for, and libmaxminddb is not installed, or this build does not know it",
+    },
 };
 
 // A number without texts is a fault of the program.

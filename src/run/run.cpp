@@ -3,6 +3,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "analysis/country_database.h"
+#include "analysis/rules.h"
 #include "cgi/check_params.h"
 #include "cgi/environment.h"
 #include "cgi/request.h"
@@ -114,6 +116,20 @@ static Error CheckRequest(Task& task) {
   return error == kNoError && task.page->check != nullptr ? task.page->check(task.settings) : error;
 }
 
+// What can be found out before anything is given up, and printed.
+static Error OpenCountries(const Settings& settings) {
+  if (!NeedsCountryDatabase(settings)) {
+    return kNoError;
+  }
+  if (settings.country_database[0] == '\0') {
+    return kErrorNoCountries;
+  }
+  const DatabaseFault fault = OpenCountryDatabase(settings.country_database);
+  return fault == DatabaseFault::kNone        ? kNoError
+         : fault == DatabaseFault::kNoLibrary ? kErrorCountryLibrary
+                                              : kErrorCountryDatabase;
+}
+
 static void ShutInIfAsked(Task& task) {
   if (task.edition->shuts_in && task.input.shut_in != nullptr) {
     task.input.shut_in(task.settings);
@@ -176,10 +192,15 @@ static Refusal Report(bool account_found, Task& task) {
   if (task.edition->counting.limits.layouts && !SettleLayout(task.env.command_line != 0)) {
     return {kErrorLayout};
   }
+  LeaveOutCountries(task.settings);
   const Error error = CheckRequest(task);
   if (error != kNoError) {
     const bool names_days = task.edition->rules.real_days && !IsPartRun(task.settings);
     return names_days && IsAboutDays(error) ? RefuseDays(error, task) : Refusal{error};
+  }
+  const Error countries = OpenCountries(task.settings);
+  if (countries != kNoError) {
+    return {countries};
   }
   MakeNice(task.settings);
   SettleWorkers(task.settings);

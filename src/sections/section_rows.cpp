@@ -51,7 +51,7 @@ static bool NextRankedRow(SectionRows& rows, SectionRow& row) {
   row.bytes = ranked.bytes;
   row.site = ranked.site;
   row.name = ranked.description;
-  row.explained = rows.section->dimension != nullptr;
+  row.explained = rows.section->dimension != nullptr && !rows.section->dimension->name_is_read;
   row.referrers = ranked.referrers;
   return true;
 }

@@ -905,6 +905,29 @@ test_sections_that_are_asked_for() {
   expect_not_in out statuses,
 }
 
+test_countries() {
+  edition=
+  week >access.log
+  cp "$project/tests/cli/bases/countries/countries.mmdb" 'their database'
+  printf '192.0.2.70 - - [05/Mar/2000:10:00:00 +0000] "GET / HTTP/1.0" 200 1\n' >>access.log
+  run --csv --reports countries --country-database 'their database' access.log
+  expect_match out '^countries,1,DE,3,0.750000,Germany'
+  run --csv --reports statuses --country-database='their database' --only countries=de access.log
+  expect_match out '^statuses,1,200,3,'
+  run --reports countries access.log
+  expect_error 2 'the section countries needs --country-database'
+  run --exclude countries=DE access.log
+  expect_error 2 '--only and --exclude take countries with --country-database'
+  run --reports countries --country-database none access.log
+  expect_error 2 'cannot read the country database'
+  run --reports countries --country-database access.log access.log
+  expect_error 2 'orvellis refused: The country database cannot be read'
+  run --classic --country-database 'their database' access.log
+  expect_error 2 '--classic tells no countries'
+  run countrydatabase=none access.log
+  expect_error 2 'the country database is told by --country-database'
+}
+
 test_theme_and_plain() {
   week >access.log
   run --classic --theme access.log
