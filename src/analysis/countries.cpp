@@ -48,6 +48,9 @@ void ForgetCountries() {
 }
 
 std::string_view CountryOfVisitor(const SuperLogRecord& record) {
+  if (record.country.data() != nullptr) {
+    return record.country;
+  }
   const std::string_view host = record.host;
   if (mpRemembered == nullptr) {
     mpRemembered = static_cast<RememberedHost*>(calloc(kRemembered, sizeof(RememberedHost)));

@@ -10,7 +10,8 @@
 // of anything else "(no address)". The text stays. Looks into the database each time.
 std::string_view CountryOfHost(std::string_view host);
 
-// The same of a record, remembering what was told of the last ones.
+// The same of a record, remembering what was told of the last ones; the country that the record has, where it
+// was told before.
 std::string_view CountryOfVisitor(const SuperLogRecord& record);
 
 // Forgets what is remembered.

@@ -138,6 +138,10 @@ static std::string_view RobotOf(std::string_view agent, ItemRoom&) {
   return TellAgent(agent).robot;
 }
 
+static std::string_view CountryOfRequest(const Request& request, ItemRoom& room) {
+  return {room, CountryOfVisitor(request.record).copy(room, kLongestItem)};
+}
+
 static std::string_view CountryOf(std::string_view host, ItemRoom&) {
   return CountryOfHost(host);
 }
@@ -258,6 +262,7 @@ constexpr Dimension kDimensions[] = {
                "requests that name a host", "Where visitors' addresses are, by the country database."},
      .columns = "rank,country,count,share,name",
      .from = SummedFrom::kHosts,
+     .of_request = CountryOfRequest,
      .asks = {.host = true},
      .of_item = CountryOf,
      .name_of = NameOfCountry,
@@ -282,21 +287,40 @@ bool AreDimensionsAsked(const Settings& settings) {
   return std::ranges::any_of(settings.dimensions, [](const RankedReport& report) { return report.on != 0; });
 }
 
+// What is made of hosts is counted for each request where hosts are cut.
+static SummedFrom SourceOf(const Settings& settings, size_t row) {
+  const SummedFrom from = kDimensions[row].from;
+  return settings.anonymise != 0 && from == SummedFrom::kHosts ? SummedFrom::kRequests : from;
+}
+
 bool IsSummedFrom(const Settings& settings, SummedFrom from) {
   for (size_t row = 0; row < kDimensionCount; ++row) {
-    if (IsAsked(settings, row) && kDimensions[row].from == from) {
+    if (IsAsked(settings, row) && SourceOf(settings, row) == from) {
       return true;
     }
   }
   return false;
 }
 
-void LeaveOutSummedFrom(Settings& settings, SummedFrom from) {
+bool AreCountriesAsked(const Settings& settings) {
   for (size_t row = 0; row < kDimensionCount; ++row) {
-    if (kDimensions[row].from == from) {
+    if (IsAsked(settings, row) && kDimensions[row].from == SummedFrom::kHosts) {
+      return true;
+    }
+  }
+  return false;
+}
+
+void LeaveOutCountries(Settings& settings) {
+  if (settings.country_database[0] != '\0' || !AreCountriesAsked(settings)) {
+    return;
+  }
+  for (size_t row = 0; row < kDimensionCount; ++row) {
+    if (kDimensions[row].from == SummedFrom::kHosts) {
       settings.dimensions[row].on = 0;
     }
   }
+  settings.countries_left_out = true;
 }
 
 AskedTexts WithTextsOfDimensions(const Settings& settings, AskedTexts asked) {
@@ -311,7 +335,8 @@ AskedTexts WithTextsOfDimensions(const Settings& settings, AskedTexts asked) {
 uint32_t DimensionsOfRequests(const Settings& settings) {
   uint32_t dimensions = 0;
   for (size_t row = 0; row < kDimensionCount; ++row) {
-    dimensions |= uint32_t{IsCounted(settings, row) && kDimensions[row].from == SummedFrom::kRequests} << row;
+    dimensions |= uint32_t{IsCounted(settings, row) && SourceOf(settings, row) == SummedFrom::kRequests}
+                  << row;
   }
   return dimensions;
 }
@@ -381,8 +406,9 @@ static const CountedReport& HostsOf(const Analysis& analysis) {
   return analysis.dimensions[hosts - kDimensions];
 }
 
-static void SumUp(const Dimension& dimension, CountedReport& report, const Analysis& analysis) {
-  switch (dimension.from) {
+static void SumUp(const Dimension& dimension, SummedFrom from, CountedReport& report,
+                  const Analysis& analysis) {
+  switch (from) {
     case SummedFrom::kRequests:
       return;
     case SummedFrom::kStatusCodes:
@@ -411,7 +437,7 @@ void SumUpDimensions(const Settings& settings, Analysis& analysis) {
   const bool reclaimed = SetReclaiming(false);
   for (size_t row = 0; row < kDimensionCount; ++row) {
     if (IsAsked(settings, row)) {
-      SumUp(kDimensions[row], analysis.dimensions[row], analysis);
+      SumUp(kDimensions[row], SourceOf(settings, row), analysis.dimensions[row], analysis);
     }
   }
   SetReclaiming(reclaimed);

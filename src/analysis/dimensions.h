@@ -42,7 +42,8 @@ struct Dimension {
   SectionWords words;
   Literal columns;  // of the section as a table of its own
   SummedFrom from;
-  // The item of a request, a text of the record or made in the room; absent or empty: it has none.
+  // The item of a request, a text of the record or made in the room; absent or empty: it has none. Where it
+  // is made of hosts, it is used where these are cut.
   std::string_view (*of_request)(const Request& request, ItemRoom& room) = nullptr;
   AskedTexts asks = {};  // what it needs of the record
   // What led to the item of a request, a text of the record; null: nobody wants to know.
@@ -69,8 +70,9 @@ uint32_t DimensionsOfRequests(const Settings& settings);
 bool AreDimensionsAsked(const Settings& settings);
 bool IsSummedFrom(const Settings& settings, SummedFrom from);
 
-// Asks for none that is made of that any more.
-void LeaveOutSummedFrom(Settings& settings, SummedFrom from);
+// Whether countries are to be shown; where no database is named, they are not, and the settings tell it.
+bool AreCountriesAsked(const Settings& settings);
+void LeaveOutCountries(Settings& settings);
 
 // Creates the tables of those that are asked for.
 void CreateDimensions(const Settings& settings, Analysis& analysis);

@@ -5,6 +5,7 @@
 #include <limits>
 #include <utility>
 
+#include "analysis/anonymity.h"
 #include "analysis/countries.h"
 #include "analysis/country_database.h"
 #include "analysis/dimensions.h"
@@ -445,6 +446,9 @@ static LogRecords CountLogFile(const Rules& rules, Analysis& analysis) {
     }
     if (record.time >= first && record.time <= last) {
       ++records.in_range;
+      if (rules.anonymise) [[unlikely]] {
+        TakePersonOut(record, rules.by_country);
+      }
       CountRecord(rules, record, analysis);
     }
   }

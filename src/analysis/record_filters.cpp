@@ -213,7 +213,7 @@ constexpr RecordFilter kRecordFilters[] = {
     {"robots", {.agent = true}, IsRobot},
     {"referrers", {.referrer = true}, IsReferrer},
     {"vhosts", {.site = true}, IsVhost},
-    {"users", {.user = true}, IsUser},
+    {"users", {.user = true}, IsUser, true},
     {"hours", {}, IsHour},
     {"weekdays", {}, IsWeekday},
     {"countries", {.host = true}, IsCountry},

@@ -15,6 +15,7 @@ struct RecordFilter {
   AskedTexts asks;   // what it needs of a record
   // Whether an item of the list is one of the record. An item that makes no sense is one of none.
   bool (*matches)(const SuperLogRecord& record, std::string_view item);
+  bool of_persons = false;  // what it looks at tells one from another
 };
 
 extern const RecordFilter kRecordFilters[];

@@ -67,17 +67,16 @@ bool NeedsNames(const Settings& settings) {
          (settings.domains.on != 0 || settings.domaintypes.on != 0 || settings.filter_domains[0] != '\0');
 }
 
-// Whoever makes a part, and no page, counts hosts; a plan looks at no record.
-bool NeedsCountryDatabase(const Settings& settings) {
-  const bool shown = settings.part == nullptr && IsSummedFrom(settings, SummedFrom::kHosts);
-  return settings.plan == nullptr && (shown || FilterByCountry(ActiveFiltersOf(settings)));
+// Where hosts are cut, their countries are counted before.
+static bool CountsByCountry(const Settings& settings) {
+  return FilterByCountry(ActiveFiltersOf(settings)) ||
+         (settings.anonymise != 0 && AreCountriesAsked(settings));
 }
 
-void LeaveOutCountries(Settings& settings) {
-  if (settings.country_database[0] == '\0' && IsSummedFrom(settings, SummedFrom::kHosts)) {
-    LeaveOutSummedFrom(settings, SummedFrom::kHosts);
-    settings.countries_left_out = true;
-  }
+// Whoever makes a part, and no page, counts hosts; a plan looks at no record.
+bool NeedsCountryDatabase(const Settings& settings) {
+  const bool shown = settings.part == nullptr && AreCountriesAsked(settings);
+  return settings.plan == nullptr && (shown || CountsByCountry(settings));
 }
 
 DnsMode ResolveDnsMode(const Settings& settings, const Limits& limits) {
@@ -191,7 +190,8 @@ Rules ResolveRules(const Settings& settings, const Counting& counting) {
       .host_counts = counting.limits.whole_addresses ? NotFilteredHost : NotFilteredDomain,
       .filter_types = settings.filter_filetypes[0] != '\0' && NeedsTypeFilter(settings),
       .filters = ActiveFiltersOf(settings),
-      .by_country = FilterByCountry(ActiveFiltersOf(settings)),
+      .anonymise = settings.anonymise != 0,
+      .by_country = CountsByCountry(settings),
       .keep_query = settings.showquery != 0,
       .url_end_mark = counting.limits.escapes ? '?' : '"',
       .bytes = AmountsOf(settings) == Amounts::kSummed,

@@ -61,6 +61,7 @@ struct Rules {
   bool (*host_counts)(const Settings& settings, std::string_view host);  // where hosts are filtered
   bool filter_types;
   ActiveFilters filters;
+  bool anonymise;
   bool by_country;  // countries decide what is counted
   bool keep_query;
   char url_end_mark;  // besides "?", where the query is not kept: a quote, unless quotes are parts of fields
@@ -103,9 +104,6 @@ bool NeedsNames(const Settings& settings);
 
 // Whether the run tells countries, and must have their database open: it shows them, or counts by them.
 bool NeedsCountryDatabase(const Settings& settings);
-
-// Where no database is named, countries are not shown; the settings tell it.
-void LeaveOutCountries(Settings& settings);
 
 // When they are looked up.
 DnsMode ResolveDnsMode(const Settings& settings, const Limits& limits);

@@ -216,6 +216,11 @@ void SetPartCacheSize(Settings& settings, const char* value, int level) {
   }
 }
 
+void SetAnonymise(Settings& settings, const char* value, int) {
+  settings.anonymise_asked = true;
+  settings.anonymise |= ToInt(value) != 0 ? 1 : 0;
+}
+
 void SetCountryDatabase(Settings& settings, const char* value, int level) {
   if (level >= settings.country_database_level) {
     settings.country_database_level = level;
@@ -358,6 +363,7 @@ static const Keyword kKeywords[] = {
     {"workers", BestByShell<SetWorkers>, kNotFromForm, kIgnored},
     {"partcache", BestByShell<SetPartCache>, kNotFromForm, kIgnored},
     {"partcachesize", BestByShell<SetPartCacheSize>, kNotFromForm, kIgnored},
+    {"anonymise", LevelledText<SetAnonymise>, kFromAny, kTaken, kStop, kLater},
     {"countrydatabase", BestByShell<SetCountryDatabase>, kNotFromForm, kIgnored, kStop, kLater},
     {"config", Copy<&Settings::config>, kFromRequest, kIgnored},
     {"password", Password<&Settings::password_account, &Settings::stored_password>, kFromAccount, kIgnored},

@@ -40,6 +40,9 @@ void SetPartCache(Settings& settings, const char* value, int level);
 // no size says nothing.
 void SetPartCacheSize(Settings& settings, const char* value, int level);
 
+// Anybody can have visitors anonymised, and nobody can take that back.
+void SetAnonymise(Settings& settings, const char* value, int level);
+
 // Sets the file of the country database. Taken as the zone is.
 void SetCountryDatabase(Settings& settings, const char* value, int level);
 

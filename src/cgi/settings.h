@@ -187,6 +187,8 @@ struct Settings {
   char referrer_log[50];
   char agent_log[50];
   char Networks[kPathSize];
+  int anonymise;         // nothing of single visitors is counted, kept or looked up (analysis/anonymity.h)
+  bool anonymise_asked;  // somebody has said whether, if only not
   char agents_file[kPathSize];
   char country_database[kPathSize];  // file that tells countries (analysis/country_database.h); empty: none
   int country_database_level;

@@ -99,8 +99,9 @@ static constexpr FormField kPath[] = {
     Check<&Settings::showquery>("showquery", "Tell URLs apart by what follows the question mark"),
 };
 static constexpr FormField kLeftOut[] = {
-    Text<&Settings::filter_domains>("filter_domains", "Requests from hosts",
-                                    "Parts of names, addresses or networks, with commas: example.com, 10.0.0.0/8, 2001:db8::/32."),
+    Text<&Settings::filter_domains>(
+        "filter_domains", "Requests from hosts",
+        "Parts of names, addresses or networks, with commas: example.com, 10.0.0.0/8, 2001:db8::/32."),
     Check<&Settings::own_referrers>("own_referrers", "Keep pages of the site itself as referrers"),
     Check<&Settings::filter_referrers>("filter_referrers", "Leave these hosts out as referrers, too"),
     Text<&Settings::filter_filetypes>("filter_filetypes", "Requests for files of type",
@@ -116,6 +117,8 @@ static constexpr FormField kReport[] = {
     Text<&Settings::title>("title", "Title", "Stands above the report. Empty: that of the account."),
     Check<&Settings::dnslookupenabled>("dnslookupenabled", "Look up the names of numeric addresses",
                                        "Takes some seconds when there are many."),
+    Check<&Settings::anonymise>("anonymise", "Tell nothing of single visitors",
+                                "Addresses are cut to networks, names to domains, and users left out."),
     Check<&Settings::no_script>("no_script", "A page without a script",
                                 "Its tables cannot be sorted and searched then."),
 };

@@ -71,6 +71,10 @@ static constexpr NoteWords kNoteWords[] = {
      " addresses could not be looked up: no name server gave an answer."},
     {NoteCode::kOwnReferrers, "own_referrers",
      "Requests that pages of the site itself led to, which are left out of the referrers: ", "."},
+    {NoteCode::kAnonymised, "anonymised",
+     "Visitors are anonymised: addresses are cut to networks, names of hosts to domains, and users are left "
+     "out.",
+     ""},
     {NoteCode::kNoCountries, "no_countries",
      "Countries are not told: the configuration names no country database.", ""},
     {NoteCode::kThinned, "thinned",

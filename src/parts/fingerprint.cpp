@@ -160,6 +160,7 @@ static void AddRequests(Fingerprint& fingerprint, const Rules& rules) {
   AddText(fingerprint, "filter_domains", settings.filter_domains);
   AddText(fingerprint, "filter_filetypes", settings.filter_filetypes);
   AddChecksum(fingerprint, "set of only_ and exclude_ filters", ChecksumOfFilters(rules.filters));
+  AddSwitch(fingerprint, "anonymise", rules.anonymise);
   AddText(fingerprint, "country database", rules.by_country ? CountryDatabaseName().text : "");
   AddSwitch(fingerprint, "use of filter_filetypes", rules.filter_types);
   AddSwitch(fingerprint, "filter_referrers", rules.filter_referrers);

@@ -32,6 +32,7 @@ enum Error : int {
   kErrorNoCountries = 21,      // no country database is named
   kErrorCountryDatabase = 22,  // and that which is cannot be read
   kErrorCountryLibrary = 23,   // nor any, without its library
+  kErrorAnonymise = 24,        // a filter asks for what is not told of visitors
 };
 
 // What the run is told, and the visitor with it.

@@ -190,6 +190,16 @@ static const RefusalTexts kRefusals[] = {
         .value = [](const Settings& settings) { return +settings.country_database; },
     },
     {
+        .error = kErrorAnonymise,
+        .status = {400, "Bad Request"},
+        .heading = "Visitors are anonymised",
+        .sentence =
+            "A report with anonymised visitors can leave out or keep neither users nor single addresses: "
+            "networks of IPv4 can have up to 24 bits, and of IPv6 up to 48.",
+        .advice = "Leave the users or addresses out, or name the networks that they are in.",
+        .log = "a filter asks for users or single addresses, and visitors are anonymised",
+    },
+    {
         .error = kErrorCountryLibrary,
         .status = {500, "Internal Server Error"},
         .heading = "The library that reads country databases is not installed",

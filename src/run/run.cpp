@@ -3,7 +3,9 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "analysis/anonymity.h"
 #include "analysis/country_database.h"
+#include "analysis/dimensions.h"
 #include "analysis/rules.h"
 #include "cgi/check_params.h"
 #include "cgi/environment.h"
@@ -197,6 +199,9 @@ static Refusal Report(bool account_found, Task& task) {
   if (error != kNoError) {
     const bool names_days = task.edition->rules.real_days && !IsPartRun(task.settings);
     return names_days && IsAboutDays(error) ? RefuseDays(error, task) : Refusal{error};
+  }
+  if (!SettleAnonymity(task.settings)) {
+    return {kErrorAnonymise};
   }
   const Error countries = OpenCountries(task.settings);
   if (countries != kNoError) {

@@ -29,10 +29,11 @@ enum class NoteCode {
   kNotLookedUp,   // addresses that have no name here, as the time was over; the subject is how many of which
   kNoNameServer,  // and those for which no name server answered
   kOwnReferrers,  // of the site itself, which are no rows; the subject is the number of requests
+  kAnonymised,    // visitors are
   kNoCountries,   // though they were asked for, as there is no database of them
   kThinned,       // the memory budget took items from a table: counts below its first rows may be too low
 };
-inline constexpr size_t kNoteCodes = 21;
+inline constexpr size_t kNoteCodes = 22;
 
 struct Note {
   NoteCode code;

@@ -53,8 +53,8 @@ TEST_F(DimensionsTest, TableHasOneRowOfEachNameWithOneSource) {
   for (size_t row = 0; row < kDimensionCount; ++row) {
     const Dimension& dimension = kDimensions[row];
     EXPECT_TRUE(names.insert(dimension.parameter).second) << dimension.parameter;
-    EXPECT_EQ(dimension.of_request != nullptr, dimension.from == SummedFrom::kRequests)
-        << dimension.parameter;
+    const bool of_requests = dimension.from == SummedFrom::kRequests || dimension.from == SummedFrom::kHosts;
+    EXPECT_EQ(dimension.of_request != nullptr, of_requests) << dimension.parameter;
     EXPECT_EQ(dimension.of_item != nullptr, dimension.from != SummedFrom::kRequests) << dimension.parameter;
   }
 }
@@ -141,6 +141,23 @@ TEST_F(DimensionsTest, CountriesNeedTheirDatabaseWhereTheyAreShownOrFilter) {
   EXPECT_TRUE(ResolveRules(settings_, kModernCounting).by_country);
   settings_.plan = "4K";
   EXPECT_FALSE(NeedsCountryDatabase(settings_));
+}
+
+TEST_F(DimensionsTest, CountriesAreCountedBeforeHostsAreCut) {
+  Ask("countries");
+  Ask("hosts");
+  settings_.anonymise = 1;
+  const Rules rules = ResolveRules(settings_, kModernCounting);
+  EXPECT_TRUE(rules.anonymise && rules.by_country);
+  EXPECT_EQ(rules.dimensions, 1U << RowOf("hosts") | 1U << RowOf("countries"));
+  settings_.part = "-";
+  EXPECT_TRUE(NeedsCountryDatabase(settings_));
+  settings_.part = nullptr;
+  ASSERT_EQ(OpenCountryDatabase(COUNTRY_DATABASE), DatabaseFault::kNone);
+  Run({{.host = "192.0.2.1"}, {.host = "192.0.2.70"}, {.host = "192.0.2.2"}, {.host = "a.b.example"}});
+  EXPECT_EQ(Counted(Of("hosts").list), "192.0.2.0=3 b.example=1 ");
+  EXPECT_EQ(Counted(Of("countries").list), "(no address)=1 DE=2 FR=1 ");
+  EXPECT_EQ(Of("countries").total, 4);
 }
 
 TEST_F(DimensionsTest, CountriesAreLeftOutWhereNoDatabaseIsNamed) {

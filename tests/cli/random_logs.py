@@ -192,7 +192,7 @@ def later_sections(chance):
     words = [f"{name}=1,{chance.choice(['0', '0', '5', '20%'])}"
              for name in ("statuses", "hosts", "users", "referringsites", "directories", "filetypes",
                           "browserfamilies", "systems", "devices", "robots", "vhosts", "servererrors", "countries") if chance.random() < 0.4]
-    filters = ["exclude_robots=1", "only_statuses=2xx,404", "exclude_hosts=192.0.2.0/24", "only_hours=6-20", "exclude_weekdays=sun"]
+    filters = ["exclude_robots=1", "only_statuses=2xx,404", "exclude_hosts=192.0.2.0/24", "only_hours=6-20", "exclude_weekdays=sun", "anonymise=1"]
     return words + [word for word in ("bytes=1", "order=bytes", *filters) if chance.random() < 0.1]
 
 

@@ -924,6 +924,10 @@ test_countries() {
   expect_error 2 'orvellis refused: The country database cannot be read'
   run --classic --country-database 'their database' access.log
   expect_error 2 '--classic tells no countries'
+  run --csv --reports hosts --anonymise access.log
+  expect_match out '^hosts,1,192.0.2.0,4,1.000000,'
+  run --classic --anonymise access.log
+  expect_error 2 '--classic cannot anonymise'
   run countrydatabase=none access.log
   expect_error 2 'the country database is told by --country-database'
 }
