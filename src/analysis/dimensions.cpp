@@ -148,7 +148,7 @@ static std::string_view CountryOf(std::string_view host, ItemRoom&) {
 
 // That of the first rule of the name; robots that are called by their own words are of no known purpose.
 static const char* PurposeOfRobot(std::string_view name) {
-  const AgentRules& rules = BuiltInRules();
+  const AgentRules& rules = RulesInUse();
   const auto* const end = rules.rules.begin() + rules.count;
   const auto* const rule = std::find_if(rules.rules.begin(), end, [name](const AgentRule& other) {
     return other.kind == RuleKind::kRobot && (other.name.empty() ? other.word : other.name) == name;

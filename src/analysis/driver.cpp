@@ -5,6 +5,7 @@
 #include <limits>
 #include <utility>
 
+#include "agents/rules_in_use.h"
 #include "analysis/anonymity.h"
 #include "analysis/countries.h"
 #include "analysis/country_database.h"
@@ -652,6 +653,7 @@ void ResetAnalysis() {
   DestroyDNSCache();
   ForgetAddresses();
   CloseCountryDatabase();
+  UseBuiltInRules();
   StopLookUps();
   mpResolver = gethostbyaddr;
   mpLineRead = nullptr;

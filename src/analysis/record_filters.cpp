@@ -236,9 +236,18 @@ ActiveFilters ActiveFiltersOf(const Settings& settings) {
   return filters;
 }
 
+static bool AnyMatchesBy(const ActiveFilters& filters,
+                         bool (*matches)(const SuperLogRecord&, std::string_view)) {
+  return std::ranges::any_of(
+      filters.all(), [matches](const ActiveFilter& active) { return active.filter->matches == matches; });
+}
+
 bool FilterByCountry(const ActiveFilters& filters) {
-  return std::ranges::any_of(filters.all(),
-                             [](const ActiveFilter& active) { return active.filter->matches == IsCountry; });
+  return AnyMatchesBy(filters, IsCountry);
+}
+
+bool FilterByRobot(const ActiveFilters& filters) {
+  return AnyMatchesBy(filters, IsRobot);
 }
 
 AskedTexts WithTextsOfFilters(const ActiveFilters& filters, AskedTexts asked) {

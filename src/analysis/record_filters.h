@@ -37,8 +37,9 @@ struct ActiveFilters {
 };
 ActiveFilters ActiveFiltersOf(const Settings& settings);
 
-// Whether one of them looks at countries.
+// Whether one of them looks at countries, or at robots.
 bool FilterByCountry(const ActiveFilters& filters);
+bool FilterByRobot(const ActiveFilters& filters);
 
 // The texts of records that they need, on top of those.
 AskedTexts WithTextsOfFilters(const ActiveFilters& filters, AskedTexts asked);

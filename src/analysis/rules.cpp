@@ -79,6 +79,11 @@ bool NeedsCountryDatabase(const Settings& settings) {
   return settings.plan == nullptr && (shown || CountsByCountry(settings));
 }
 
+bool NeedsAgentRules(const Settings& settings) {
+  const bool shown = settings.part == nullptr && IsSummedFrom(settings, SummedFrom::kBrowsers);
+  return settings.plan == nullptr && (shown || FilterByRobot(ActiveFiltersOf(settings)));
+}
+
 DnsMode ResolveDnsMode(const Settings& settings, const Limits& limits) {
   if (settings.dnslookupenabled == 0) {
     return DnsMode::kOff;
@@ -192,6 +197,7 @@ Rules ResolveRules(const Settings& settings, const Counting& counting) {
       .filters = ActiveFiltersOf(settings),
       .anonymise = settings.anonymise != 0,
       .by_country = CountsByCountry(settings),
+      .by_robot = FilterByRobot(ActiveFiltersOf(settings)),
       .keep_query = settings.showquery != 0,
       .url_end_mark = counting.limits.escapes ? '?' : '"',
       .bytes = AmountsOf(settings) == Amounts::kSummed,

@@ -213,6 +213,7 @@ static const ConfigKey kConfigKeys[] = {
     {"Workers", SetByLevel<SetWorkers>},
     {"PartCache", SetByLevel<SetPartCache>},
     {"PartCacheSize", SetByLevel<SetPartCacheSize>},
+    {"AgentRules", StoreText<&Settings::agent_rules>},
     {"Anonymise", SetAnonymity},
     {"CountryDatabase", SetByLevel<SetCountryDatabase>},
     {"SmartMemoryEnabled", ApplySmartMemory},

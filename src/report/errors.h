@@ -33,6 +33,7 @@ enum Error : int {
   kErrorCountryDatabase = 22,  // and that which is cannot be read
   kErrorCountryLibrary = 23,   // nor any, without its library
   kErrorAnonymise = 24,        // a filter asks for what is not told of visitors
+  kErrorAgentRules = 25,       // the file of rules for agents cannot be read, or holds what is none
 };
 
 // What the run is told, and the visitor with it.

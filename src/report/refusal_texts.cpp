@@ -1,5 +1,6 @@
 #include "report/refusal_texts.h"
 
+#include "agents/rules_in_use.h"
 #include "report/refusal_log.h"
 #include "superlog/superlog.h"
 
@@ -188,6 +189,15 @@ static const RefusalTexts kRefusals[] = {
         .advice = "Ask for a report without countries, or tell whoever looks after Orvellis on this site.",
         .log = "the country database is missing, may not be read, is damaged or is none:",
         .value = [](const Settings& settings) { return +settings.country_database; },
+    },
+    {
+        .error = kErrorAgentRules,
+        .status = {500, "Internal Server Error"},
+        .heading = "The rules for agents cannot be read",
+        .sentence = kNotSetUp,
+        .advice = kTellAdministrator,
+        .log = "the rules for agents (AgentRules) cannot be read:",
+        .value = [](const Settings&) { return FaultOfRules(); },
     },
     {
         .error = kErrorAnonymise,

@@ -1,8 +1,10 @@
 #include "run/run.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
+#include "agents/rules_in_use.h"
 #include "analysis/anonymity.h"
 #include "analysis/country_database.h"
 #include "analysis/dimensions.h"
@@ -132,6 +134,18 @@ static Error OpenCountries(const Settings& settings) {
                                               : kErrorCountryDatabase;
 }
 
+// A shell is told which line is wrong.
+static Error ReadRulesOfAgents(const Task& task) {
+  const Settings& settings = task.settings;
+  if (settings.agent_rules[0] == '\0' || !NeedsAgentRules(settings) || UseRulesOf(settings.agent_rules)) {
+    return kNoError;
+  }
+  if (task.env.command_line != 0) {
+    fprintf(stderr, "orvellis: %s\n", FaultOfRules());
+  }
+  return kErrorAgentRules;
+}
+
 static void ShutInIfAsked(Task& task) {
   if (task.edition->shuts_in && task.input.shut_in != nullptr) {
     task.input.shut_in(task.settings);
@@ -207,6 +221,10 @@ static Refusal Report(bool account_found, Task& task) {
   if (countries != kNoError) {
     return {countries};
   }
+  const Error agents = ReadRulesOfAgents(task);
+  if (agents != kNoError) {
+    return {agents};
+  }
   MakeNice(task.settings);
   SettleWorkers(task.settings);
   ShutInIfAsked(task);
@@ -245,9 +263,9 @@ static Refusal ConfigureAndPrint(Task& task) {
   return PrintPage(account_found, task);
 }
 
-// Whoever has typed a layout that there is none of was told so.
+// Whoever has typed a layout that there is none of, or has written rules that are none, was told so.
 static bool WasTold(const Refusal& refusal, const Task& task) {
-  return refusal.error == kErrorLayout && task.env.command_line != 0;
+  return (refusal.error == kErrorLayout || refusal.error == kErrorAgentRules) && task.env.command_line != 0;
 }
 
 static int Finish(Task& task, const Refusal& refusal) {

@@ -124,7 +124,7 @@ KEYS = {
     "DNSLookupSeconds": (NOTHING, "7"),
     "Workers": (NOTHING, "3,100"),
     "PartCache": (NOTHING, "counts"), "PartCacheSize": (NOTHING, "64K"),
-    "Anonymise": (REFUSED, "1"),
+    "AgentRules": (PRINTED, "agents"), "Anonymise": (REFUSED, "1"),
     "CountryDatabase": (PRINTED, "others.mmdb"),
     "SmartMemoryEnabled": (NOTHING, "0"),
     "SmartMemoryKeepEntries": (NOTHING, "7"),
@@ -190,6 +190,7 @@ class Account:
         for name, lines in logs.items():
             (self.folder / name).write_text("\n".join(lines) + "\n")
         (self.folder / "layout").write_text('%h %l %u %t "%r" %>s %b\n')
+        (self.folder / "agents").write_text("robot; Firefox; Fox; feeds\n")
         (self.folder / "names").write_text("ORG Another name\nFR Elsewhere\n")
         for database in ("cli/bases/countries/countries.mmdb", "cli/bases/countries/others.mmdb"):
             shutil.copy(PROJECT / "tests" / database, self.folder)

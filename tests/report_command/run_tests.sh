@@ -932,6 +932,21 @@ test_countries() {
   expect_error 2 'the country database is told by --country-database'
 }
 
+test_agent_rules() {
+  edition=
+  combined 5 http://a.example/ >access.log
+  printf 'builtin=0\nrobot; Lynx; A robot; feeds\n' >'our rules'
+  run --csv --reports robots --agent-rules 'our rules' access.log
+  expect_match out '^robots,1,A robot,1,1.000000,'
+  printf '# ours\nrobot\n' >'our rules'
+  run --reports robots --agent-rules='our rules' access.log
+  expect_error 2 'Line 2 of the file of agents'
+  run --reports robots --agent-rules absent access.log
+  expect_error 2 'cannot read the rules for agents in absent'
+  run --classic --agent-rules 'our rules' access.log
+  expect_error 2 '--classic tells no agents apart'
+}
+
 test_theme_and_plain() {
   week >access.log
   run --classic --theme access.log
