@@ -15,6 +15,8 @@ jobs=$(($(nproc) + 2)) # more than there are processors, for tests that wait
 need_packages g++ cmake ninja-build python3 python3-jsonschema libgtest-dev libgmock-dev libcrypt-dev libseccomp-dev cmark-gfm
 # What unpacks compressed logs.
 need_packages libisal-dev zlib1g-dev libzstd-dev liblzma-dev libbz2-dev
+# What tells countries, and what writes databases of them.
+need_packages libmaxminddb-dev libmaxmind-db-writer-perl
 # Tools and data that tests use where they are: a name server, time zones, a second shell, packers, patch, a tracer, a reader of pages.
 need_packages dnsmasq-base iproute2 tzdata busybox bzip2 xz-utils zstd patch strace python3-html5lib
 if [ "${ORVELLIS_SYSTEM_TESTS:-}" = 1 ]; then

@@ -15,6 +15,7 @@ set(pages
   "operation      docs/operation.html"
   "nightly-reports docs/nightly-reports.html"
   "security       docs/security.html"
+  "privacy        docs/privacy.html"
   "editions       docs/editions.html"
   "outputs        docs/outputs.html"
   "parts          docs/parts.html"

@@ -36,7 +36,7 @@ SENTENCES = "sentences"
 OF_ONE_MACHINE = ("workers=", "totals=", "partcache=", "title=")
 
 # What only the page needs, and what is true of this machine alone.
-OF_THE_PAGE = ("OrvellisPath=", "Networks=", "ExtraHeader=")
+OF_THE_PAGE = ("OrvellisPath=", "Networks=", "ExtraHeader=", "CountryDatabase=")
 
 
 class Interrupted(BaseException):
@@ -86,8 +86,9 @@ def make_job(arguments: list[str]) -> tasks.Job:
         line for line in read_text("orvellis.conf").splitlines(keepends=True) if not line.startswith(OF_THE_PAGE)
     ]
     files = {"orvellis.conf": "".join(configuration)}
-    if os.path.exists("layout"):
-        files["layout"] = read_text("layout")
+    for name in ("layout", "agents"):
+        if os.path.exists(name):
+            files[name] = read_text(name)
     return {
         "name": uuid.uuid4().hex,
         "arguments": [word for word in arguments if not word.startswith(OF_ONE_MACHINE)],

@@ -9,7 +9,7 @@
 
 #include <string_view>
 
-#include "agents/agent_rules.h"
+#include "agents/rules_in_use.h"
 
 // What is not told is an empty text. Texts are parts of the agent's text, or of the rules.
 struct Agent {
@@ -27,4 +27,4 @@ inline constexpr size_t kLongestAgent = 8192;
 
 // An empty text, and "-", tell nothing. Allocates nothing; takes time linear in the length of the text,
 // about a microsecond for that of a browser.
-Agent TellAgent(std::string_view text, const AgentRules& rules = BuiltInRules());
+Agent TellAgent(std::string_view text, const AgentRules& rules = RulesInUse());

@@ -5,6 +5,8 @@
 #include <iterator>
 
 #include "agents/agent.h"
+#include "analysis/countries.h"
+#include "analysis/country_names.h"
 #include "analysis/rules.h"
 #include "analysis/smart_memory.h"
 #include "analysis/status_meanings.h"
@@ -136,9 +138,17 @@ static std::string_view RobotOf(std::string_view agent, ItemRoom&) {
   return TellAgent(agent).robot;
 }
 
+static std::string_view CountryOfRequest(const Request& request, ItemRoom& room) {
+  return {room, CountryOfVisitor(request.record).copy(room, kLongestItem)};
+}
+
+static std::string_view CountryOf(std::string_view host, ItemRoom&) {
+  return CountryOfHost(host);
+}
+
 // That of the first rule of the name; robots that are called by their own words are of no known purpose.
 static const char* PurposeOfRobot(std::string_view name) {
-  const AgentRules& rules = BuiltInRules();
+  const AgentRules& rules = RulesInUse();
   const auto* const end = rules.rules.begin() + rules.count;
   const auto* const rule = std::find_if(rules.rules.begin(), end, [name](const AgentRule& other) {
     return other.kind == RuleKind::kRobot && (other.name.empty() ? other.word : other.name) == name;
@@ -311,6 +321,17 @@ constexpr Dimension kDimensions[] = {
      .of_site = true,
      .of_visits = AddExitPages,
      .counted = "Visits"},
+    {.parameter = "countries",
+     .behind = "hosts",
+     .words = {"Countries", "Country", "countries", "country", "request that names a host",
+               "requests that name a host", "Where visitors' addresses are, by the country database."},
+     .columns = "rank,country,count,share,name",
+     .from = SummedFrom::kHosts,
+     .of_request = CountryOfRequest,
+     .asks = {.host = true},
+     .of_item = CountryOf,
+     .name_of = NameOfCountry,
+     .name_is_read = true},
 };
 constexpr size_t kDimensionCount = std::size(kDimensions);
 static_assert(kDimensionCount <= kMostDimensions);
@@ -321,17 +342,50 @@ static bool IsAsked(const Settings& settings, size_t row) {
   return settings.dimensions[row].on != 0;
 }
 
+// The hosts, too, are counted without being shown where others are made of them.
+static bool IsCounted(const Settings& settings, size_t row) {
+  return IsAsked(settings, row) ||
+         (kDimensions[row].of_request == HostOf && IsSummedFrom(settings, SummedFrom::kHosts));
+}
+
 bool AreDimensionsAsked(const Settings& settings) {
   return std::ranges::any_of(settings.dimensions, [](const RankedReport& report) { return report.on != 0; });
 }
 
+// What is made of hosts is counted for each request where hosts are cut.
+static SummedFrom SourceOf(const Settings& settings, size_t row) {
+  const SummedFrom from = kDimensions[row].from;
+  return settings.anonymise != 0 && from == SummedFrom::kHosts ? SummedFrom::kRequests : from;
+}
+
 bool IsSummedFrom(const Settings& settings, SummedFrom from) {
   for (size_t row = 0; row < kDimensionCount; ++row) {
-    if (IsAsked(settings, row) && kDimensions[row].from == from) {
+    if (IsAsked(settings, row) && SourceOf(settings, row) == from) {
       return true;
     }
   }
   return false;
+}
+
+bool AreCountriesAsked(const Settings& settings) {
+  for (size_t row = 0; row < kDimensionCount; ++row) {
+    if (IsAsked(settings, row) && kDimensions[row].from == SummedFrom::kHosts) {
+      return true;
+    }
+  }
+  return false;
+}
+
+void LeaveOutCountries(Settings& settings) {
+  if (settings.country_database[0] != '\0' || !AreCountriesAsked(settings)) {
+    return;
+  }
+  for (size_t row = 0; row < kDimensionCount; ++row) {
+    if (kDimensions[row].from == SummedFrom::kHosts) {
+      settings.dimensions[row].on = 0;
+    }
+  }
+  settings.countries_left_out = true;
 }
 
 AskedTexts WithTextsOfDimensions(const Settings& settings, AskedTexts asked) {
@@ -346,7 +400,8 @@ AskedTexts WithTextsOfDimensions(const Settings& settings, AskedTexts asked) {
 uint32_t DimensionsOfRequests(const Settings& settings) {
   uint32_t dimensions = 0;
   for (size_t row = 0; row < kDimensionCount; ++row) {
-    dimensions |= uint32_t{IsAsked(settings, row) && kDimensions[row].from == SummedFrom::kRequests} << row;
+    dimensions |= uint32_t{IsCounted(settings, row) && SourceOf(settings, row) == SummedFrom::kRequests}
+                  << row;
   }
   return dimensions;
 }
@@ -363,7 +418,7 @@ static Amounts AmountsOf(const Dimension& dimension, const Settings& settings) {
 
 void CreateDimensions(const Settings& settings, Analysis& analysis) {
   for (size_t row = 0; row < kDimensionCount; ++row) {
-    if (IsAsked(settings, row)) {
+    if (IsCounted(settings, row)) {
       CountedReport& report = analysis.dimensions[row];
       const Dimension& dimension = kDimensions[row];
       init_list(report.list, report.info, dimension.words.title.text().data(),
@@ -420,9 +475,15 @@ static void SumUpItems(const Dimension& dimension, const CountedReport& source, 
   report.info->reclaimed += source.info->reclaimed;
 }
 
-static void SumUp(const Dimension& dimension, CountedReport& report, const Analysis& analysis,
-                  const VisitSums& visits) {
-  switch (dimension.from) {
+static const CountedReport& HostsOf(const Analysis& analysis) {
+  const auto* const hosts = std::ranges::find_if(
+      kDimensions, [](const Dimension& dimension) { return dimension.of_request == HostOf; });
+  return analysis.dimensions[hosts - kDimensions];
+}
+
+static void SumUp(const Dimension& dimension, SummedFrom from, CountedReport& report,
+                  const Analysis& analysis, const VisitSums& visits) {
+  switch (from) {
     case SummedFrom::kRequests:
       return;
     case SummedFrom::kStatusCodes:
@@ -440,6 +501,9 @@ static void SumUp(const Dimension& dimension, CountedReport& report, const Analy
     case SummedFrom::kVisits:
       dimension.of_visits(visits, report);
       return;
+    case SummedFrom::kHosts:
+      SumUpItems(dimension, HostsOf(analysis), HostsOf(analysis).total, report);
+      return;
   }
 }
 
@@ -453,7 +517,7 @@ void SumUpDimensions(const Settings& settings, Analysis& analysis) {
   const bool reclaimed = SetReclaiming(false);
   for (size_t row = 0; row < kDimensionCount; ++row) {
     if (IsAsked(settings, row)) {
-      SumUp(kDimensions[row], analysis.dimensions[row], analysis, visits);
+      SumUp(kDimensions[row], SourceOf(settings, row), analysis.dimensions[row], analysis, visits);
     }
   }
   SetReclaiming(reclaimed);

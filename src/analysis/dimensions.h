@@ -27,7 +27,7 @@ struct SectionWords {
 
 // Where the items of a dimension come from: each request has one, or they are made of the items of another
 // table when all requests are counted, so that nothing is paid for a request.
-enum class SummedFrom : uint8_t { kRequests, kStatusCodes, kUrls, kReferrers, kBrowsers, kVisits };
+enum class SummedFrom : uint8_t { kRequests, kStatusCodes, kUrls, kReferrers, kBrowsers, kHosts, kVisits };
 
 // A request that is counted.
 struct Request {
@@ -50,7 +50,8 @@ struct Dimension {
   SectionWords words;
   Literal columns;  // of the section as a table of its own
   SummedFrom from;
-  // The item of a request, a text of the record or made in the room; absent or empty: it has none.
+  // The item of a request, a text of the record or made in the room; absent or empty: it has none. Where it
+  // is made of hosts, it is used where these are cut.
   std::string_view (*of_request)(const Request& request, ItemRoom& room) = nullptr;
   AskedTexts asks = {};  // what it needs of the record
   // What led to the item of a request, a text of the record; null: nobody wants to know.
@@ -60,6 +61,7 @@ struct Dimension {
   // The item of another table's item: a view of that, or made in the room; empty: there is none.
   std::string_view (*of_item)(std::string_view item, ItemRoom& room) = nullptr;
   const char* (*name_of)(std::string_view item) = nullptr;  // what an item is called; null: nothing else
+  bool name_is_read = false;                                // people know that, and the item is a code for it
   bool of_site = false;                                     // items are paths of the analysed site
   // The items that visits have.
   void (*of_visits)(const VisitSums& sums, CountedReport& report) = nullptr;
@@ -88,6 +90,10 @@ uint32_t DimensionsOfRequests(const Settings& settings);
 // Whether any is asked for, and whether one is made of that.
 bool AreDimensionsAsked(const Settings& settings);
 bool IsSummedFrom(const Settings& settings, SummedFrom from);
+
+// Whether countries are to be shown; where no database is named, they are not, and the settings tell it.
+bool AreCountriesAsked(const Settings& settings);
+void LeaveOutCountries(Settings& settings);
 
 // Creates the tables of those that are asked for.
 void CreateDimensions(const Settings& settings, Analysis& analysis);

@@ -5,6 +5,10 @@
 #include <limits>
 #include <utility>
 
+#include "agents/rules_in_use.h"
+#include "analysis/anonymity.h"
+#include "analysis/countries.h"
+#include "analysis/country_database.h"
 #include "analysis/dimensions.h"
 #include "analysis/dns_cache.h"
 #include "analysis/dns_cache_internal.h"
@@ -487,6 +491,9 @@ static LogRecords CountLogFile(const Rules& rules, Analysis& analysis) {
     }
     if (record.time >= first && record.time <= last) {
       ++records.in_range;
+      if (rules.anonymise) [[unlikely]] {
+        TakePersonOut(record, rules.by_country);
+      }
       CountRecord(rules, record, analysis);
     } else if (compares && CountEarlierRecord(rules, record, analysis)) {
       ++records.in_range;
@@ -693,6 +700,7 @@ void EndAnalysis(Analysis& analysis) {
   FreeDomainsNow();
   FreeFileTypesNow();
   ForgetKnownAgents();
+  ForgetCountries();
 }
 
 void ResetAnalysis() {
@@ -705,6 +713,8 @@ void ResetAnalysis() {
   ForgetNames();
   DestroyDNSCache();
   ForgetAddresses();
+  CloseCountryDatabase();
+  UseBuiltInRules();
   StopLookUps();
   mpResolver = gethostbyaddr;
   mpLineRead = nullptr;

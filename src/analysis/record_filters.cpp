@@ -6,6 +6,7 @@
 #include <iterator>
 
 #include "agents/agent.h"
+#include "analysis/countries.h"
 #include "base/network.h"
 #include "base/text.h"
 
@@ -124,6 +125,10 @@ static bool IsHost(const SuperLogRecord& record, std::string_view item) {
   return item.ends_with('.') ? record.host.starts_with(item) : IsText(record.host, item);
 }
 
+static bool IsCountry(const SuperLogRecord& record, std::string_view item) {
+  return EqualIgnoreCase(CountryOfVisitor(record), item);
+}
+
 static bool IsAgent(const SuperLogRecord& record, std::string_view item) {
   return IsWild(item) ? MatchesWild(item, record.agent) : HoldsIgnoreCase(record.agent, item);
 }
@@ -209,9 +214,10 @@ constexpr RecordFilter kRecordFilters[] = {
     {"robots", "Robots", "all, or what they are for: search, monitoring", {.agent = true}, IsRobot},
     {"referrers", "Referrer", "example.org, http*/forum/*", {.referrer = true}, IsReferrer},
     {"vhosts", "Virtual host", "www.example.com", {.site = true}, IsVhost},
-    {"users", "User", "ann, guest*", {.user = true}, IsUser},
+    {"users", "User", "ann, guest*", {.user = true}, IsUser, true},
     {"hours", "Hour", "8-17, 22-5", {}, IsHour},
     {"weekdays", "Weekday", "mon-fri, sunday", {}, IsWeekday},
+    {"countries", "Country", "DE, FR", {.host = true}, IsCountry},
 };
 constexpr size_t kRecordFilterCount = std::size(kRecordFilters);
 static_assert(kRecordFilterCount <= kMostRecordFilters);
@@ -229,6 +235,20 @@ ActiveFilters ActiveFiltersOf(const Settings& settings) {
     AddActive(filters, kRecordFilters[row], settings.filters[row].exclude, false);
   }
   return filters;
+}
+
+static bool AnyMatchesBy(const ActiveFilters& filters,
+                         bool (*matches)(const SuperLogRecord&, std::string_view)) {
+  return std::ranges::any_of(
+      filters.all(), [matches](const ActiveFilter& active) { return active.filter->matches == matches; });
+}
+
+bool FilterByCountry(const ActiveFilters& filters) {
+  return AnyMatchesBy(filters, IsCountry);
+}
+
+bool FilterByRobot(const ActiveFilters& filters) {
+  return AnyMatchesBy(filters, IsRobot);
 }
 
 AskedTexts WithTextsOfFilters(const ActiveFilters& filters, AskedTexts asked) {

@@ -19,6 +19,7 @@ struct RecordFilter {
   AskedTexts asks;   // what it needs of a record
   // Whether an item of the list is one of the record. An item that makes no sense is one of none.
   bool (*matches)(const SuperLogRecord& record, std::string_view item);
+  bool of_persons = false;  // what it looks at tells one from another
 };
 
 extern const RecordFilter kRecordFilters[];
@@ -39,6 +40,10 @@ struct ActiveFilters {
   std::span<const ActiveFilter> all() const { return {filters.data(), count}; }
 };
 ActiveFilters ActiveFiltersOf(const Settings& settings);
+
+// Whether one of them looks at countries, or at robots.
+bool FilterByCountry(const ActiveFilters& filters);
+bool FilterByRobot(const ActiveFilters& filters);
 
 // The texts of records that they need, on top of those.
 AskedTexts WithTextsOfFilters(const ActiveFilters& filters, AskedTexts asked);

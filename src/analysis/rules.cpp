@@ -67,6 +67,23 @@ bool NeedsNames(const Settings& settings) {
          (settings.domains.on != 0 || settings.domaintypes.on != 0 || settings.filter_domains[0] != '\0');
 }
 
+// Where hosts are cut, their countries are counted before.
+static bool CountsByCountry(const Settings& settings) {
+  return FilterByCountry(ActiveFiltersOf(settings)) ||
+         (settings.anonymise != 0 && AreCountriesAsked(settings));
+}
+
+// Whoever makes a part, and no page, counts hosts; a plan looks at no record.
+bool NeedsCountryDatabase(const Settings& settings) {
+  const bool shown = settings.part == nullptr && AreCountriesAsked(settings);
+  return settings.plan == nullptr && (shown || CountsByCountry(settings));
+}
+
+bool NeedsAgentRules(const Settings& settings) {
+  const bool shown = settings.part == nullptr && IsSummedFrom(settings, SummedFrom::kBrowsers);
+  return settings.plan == nullptr && (shown || FilterByRobot(ActiveFiltersOf(settings)));
+}
+
 DnsMode ResolveDnsMode(const Settings& settings, const Limits& limits) {
   if (settings.dnslookupenabled == 0) {
     return DnsMode::kOff;
@@ -178,6 +195,9 @@ Rules ResolveRules(const Settings& settings, const Counting& counting) {
       .host_counts = counting.limits.whole_addresses ? NotFilteredHost : NotFilteredDomain,
       .filter_types = settings.filter_filetypes[0] != '\0' && NeedsTypeFilter(settings),
       .filters = ActiveFiltersOf(settings),
+      .anonymise = settings.anonymise != 0,
+      .by_country = CountsByCountry(settings),
+      .by_robot = FilterByRobot(ActiveFiltersOf(settings)),
       .keep_query = settings.showquery != 0,
       .url_end_mark = counting.limits.escapes ? '?' : '"',
       .bytes = AmountsOf(settings) == Amounts::kSummed,

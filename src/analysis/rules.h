@@ -61,6 +61,9 @@ struct Rules {
   bool (*host_counts)(const Settings& settings, std::string_view host);  // where hosts are filtered
   bool filter_types;
   ActiveFilters filters;
+  bool anonymise;
+  bool by_country;  // countries decide what is counted
+  bool by_robot;    // so do rules of agents
   bool keep_query;
   char url_end_mark;  // besides "?", where the query is not kept: a quote, unless quotes are parts of fields
   bool bytes;         // of each item
@@ -101,6 +104,12 @@ bool FindsAll(const Settings& settings);
 
 // Whether the names of addresses decide anything that the settings ask for.
 bool NeedsNames(const Settings& settings);
+
+// Whether the run tells countries, and must have their database open: it shows them, or counts by them.
+bool NeedsCountryDatabase(const Settings& settings);
+
+// The same of what agents are: their rules must be read.
+bool NeedsAgentRules(const Settings& settings);
 
 // When they are looked up.
 DnsMode ResolveDnsMode(const Settings& settings, const Limits& limits);

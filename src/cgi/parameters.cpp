@@ -216,6 +216,18 @@ void SetPartCacheSize(Settings& settings, const char* value, int level) {
   }
 }
 
+void SetAnonymise(Settings& settings, const char* value, int) {
+  settings.anonymise_asked = true;
+  settings.anonymise |= ToInt(value) != 0 ? 1 : 0;
+}
+
+void SetCountryDatabase(Settings& settings, const char* value, int level) {
+  if (level >= settings.country_database_level) {
+    settings.country_database_level = level;
+    CopyText(settings.country_database, value);
+  }
+}
+
 // Whoever calls the program knows best.
 template <auto kSetter>
 static void BestByShell(Settings& settings, const Param& param) {
@@ -351,6 +363,8 @@ static const Keyword kKeywords[] = {
     {"workers", BestByShell<SetWorkers>, kNotFromForm, kIgnored},
     {"partcache", BestByShell<SetPartCache>, kNotFromForm, kIgnored},
     {"partcachesize", BestByShell<SetPartCacheSize>, kNotFromForm, kIgnored},
+    {"anonymise", LevelledText<SetAnonymise>, kFromAny, kTaken, kStop, kLater},
+    {"countrydatabase", BestByShell<SetCountryDatabase>, kNotFromForm, kIgnored, kStop, kLater},
     {"config", Copy<&Settings::config>, kFromRequest, kIgnored},
     {"password", Password<&Settings::password_account, &Settings::stored_password>, kFromAccount, kIgnored},
     {"signon", SignOn, kFromAccount, kIgnored, kStop, kLater},

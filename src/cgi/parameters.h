@@ -40,6 +40,12 @@ void SetPartCache(Settings& settings, const char* value, int level);
 // no size says nothing.
 void SetPartCacheSize(Settings& settings, const char* value, int level);
 
+// Anybody can have visitors anonymised, and nobody can take that back.
+void SetAnonymise(Settings& settings, const char* value, int level);
+
+// Sets the file of the country database. Taken as the zone is.
+void SetCountryDatabase(Settings& settings, const char* value, int level);
+
 // Splits a line at its first "=" into two buffers of kTextSize, as above.
 void ParseFieldValue(const char* line, char (&name)[kTextSize], char (&value)[kTextSize], bool whole = false);
 

@@ -188,7 +188,13 @@ struct Settings {
   char referrer_log[50];
   char agent_log[50];
   char Networks[kPathSize];
+  int anonymise;         // nothing of single visitors is counted, kept or looked up (analysis/anonymity.h)
+  bool anonymise_asked;  // somebody has said whether, if only not
   char agents_file[kPathSize];
+  char agent_rules[kPathSize];       // file of rules for agents (agents/rules_file.h); empty: those built in
+  char country_database[kPathSize];  // file that tells countries (analysis/country_database.h); empty: none
+  int country_database_level;
+  bool countries_left_out;  // countries were asked for, and there is no database
   char username[100];
   char password_form[100];
   char ErrorLog[kPathSize];

@@ -93,6 +93,12 @@ static void TakeTimeZone(Reading& reading, char* value) {
   }
 }
 
+static void SetAnonymity(Reading& reading, char* value) {
+  if (reading.settings.rules.later_names) {
+    SetAnonymise(reading.settings, value, kLevelGlobalKey);
+  }
+}
+
 static bool CanBeAccount(std::string_view name) {
   return !name.empty() && std::none_of(name.begin(), name.end(), [](char c) {
     return c == '/' || c == '\x7F' || static_cast<unsigned char>(c) < ' ';
@@ -207,6 +213,9 @@ static const ConfigKey kConfigKeys[] = {
     {"Workers", SetByLevel<SetWorkers>},
     {"PartCache", SetByLevel<SetPartCache>},
     {"PartCacheSize", SetByLevel<SetPartCacheSize>},
+    {"AgentRules", StoreText<&Settings::agent_rules>},
+    {"Anonymise", SetAnonymity},
+    {"CountryDatabase", SetByLevel<SetCountryDatabase>},
     {"SmartMemoryEnabled", ApplySmartMemory},
     {"SmartMemoryKeepEntries", StoreNumber<&Settings::SmartMemoryKeepEntries>},
     {"SmartMemoryReclaimSize", StoreNumber<&Settings::SmartMemoryReclaimSize>},

@@ -134,6 +134,8 @@ static constexpr FormField kReport[] = {
     Text<&Settings::title>("title", "Title", "Stands above the report. Empty: that of the account."),
     Check<&Settings::dnslookupenabled>("dnslookupenabled", "Look up the names of numeric addresses",
                                        "Takes some seconds when there are many."),
+    Check<&Settings::anonymise>("anonymise", "Tell nothing of single visitors",
+                                "Addresses are cut to networks, names to domains, and users left out."),
     Check<&Settings::no_script>("no_script", "A page without a script",
                                 "Its tables cannot be sorted and searched then."),
 };

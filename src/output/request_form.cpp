@@ -62,6 +62,7 @@ static Settings WithSuggestions(Settings settings) {
   if (settings.output[0] == '\0') {
     CopyText(settings.output, "modern");
   }
+  settings.anonymise = settings.anonymise_asked ? settings.anonymise : 1;
   return settings;
 }
 

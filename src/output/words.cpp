@@ -77,6 +77,12 @@ static constexpr NoteWords kNoteWords[] = {
      "The memory budget did not suffice for all visitors. Figures of visits are estimated from one visitor "
      "in ",
      "."},
+    {NoteCode::kAnonymised, "anonymised",
+     "Visitors are anonymised: addresses are cut to networks, names of hosts to domains, and users are left "
+     "out.",
+     ""},
+    {NoteCode::kNoCountries, "no_countries",
+     "Countries are not told: the configuration names no country database.", ""},
     {NoteCode::kThinned, "thinned",
      "The memory budget did not suffice. Figures may be too low behind the first rows of the section ", "."},
 };

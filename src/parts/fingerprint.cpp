@@ -5,6 +5,8 @@
 #include <ctime>
 #include <limits>
 
+#include "agents/rules_in_use.h"
+#include "analysis/country_database.h"
 #include "analysis/search_engines.h"
 #include "base/crc64.h"
 #include "dates/days.h"
@@ -136,6 +138,22 @@ static uint64_t ChecksumOfFilters(const ActiveFilters& filters) {
   return checksum;
 }
 
+// Those that are built in are the program's.
+static uint64_t ChecksumOfAgentRules() {
+  const AgentRules& rules = RulesInUse();
+  uint64_t checksum = 0;
+  for (size_t i = 0; AreRulesOfUser() && i < rules.count; ++i) {
+    const AgentRule& rule = rules.rules[i];
+    checksum = AddFigure(checksum, static_cast<int64_t>(rule.kind));
+    checksum = AddToChecksum(checksum, rule.word);
+    checksum = AddToChecksum(checksum, rule.name);
+    checksum = AddFigure(checksum, static_cast<int64_t>(rule.purpose));
+    checksum = AddFigure(checksum, static_cast<int64_t>(rule.device));
+    checksum = AddFigure(checksum, (rule.begins_within ? 1 : 0) + (rule.goes_on ? 2 : 0));
+  }
+  return checksum;
+}
+
 // ---- The whole ----
 
 static void AddLogs(Fingerprint& fingerprint, time_t first, time_t last) {
@@ -159,6 +177,9 @@ static void AddRequests(Fingerprint& fingerprint, const Rules& rules) {
   AddText(fingerprint, "filter_domains", settings.filter_domains);
   AddText(fingerprint, "filter_filetypes", settings.filter_filetypes);
   AddChecksum(fingerprint, "set of only_ and exclude_ filters", ChecksumOfFilters(rules.filters));
+  AddChecksum(fingerprint, "set of agent rules", rules.by_robot ? ChecksumOfAgentRules() : 0);
+  AddSwitch(fingerprint, "anonymise", rules.anonymise);
+  AddText(fingerprint, "country database", rules.by_country ? CountryDatabaseName().text : "");
   AddSwitch(fingerprint, "use of filter_filetypes", rules.filter_types);
   AddSwitch(fingerprint, "filter_referrers", rules.filter_referrers);
   AddSwitch(fingerprint, "showquery", rules.keep_query);

@@ -26,9 +26,14 @@ enum Error : int {
   kErrorSection = 15,       // the report has no section of that name
   kErrorPasswordInQuery = 16,
   kErrorLongQuery = 17,
-  kErrorPasswordNeeded = 18,  // and an address can hold none
-  kErrorTimeZone = 19,        // there is no zone of that name
-  kErrorLayout = 20,          // there is no such layout of logs
+  kErrorPasswordNeeded = 18,   // and an address can hold none
+  kErrorTimeZone = 19,         // there is no zone of that name
+  kErrorLayout = 20,           // there is no such layout of logs
+  kErrorNoCountries = 21,      // no country database is named
+  kErrorCountryDatabase = 22,  // and that which is cannot be read
+  kErrorCountryLibrary = 23,   // nor any, without its library
+  kErrorAnonymise = 24,        // a filter asks for what is not told of visitors
+  kErrorAgentRules = 25,       // the file of rules for agents cannot be read, or holds what is none
 };
 
 // What the run is told, and the visitor with it.

@@ -1,5 +1,6 @@
 #include "report/refusal_texts.h"
 
+#include "agents/rules_in_use.h"
 #include "report/refusal_log.h"
 #include "superlog/superlog.h"
 
@@ -169,6 +170,53 @@ static const RefusalTexts kRefusals[] = {
         .advice = kTellAdministrator,
         .log = "no such layout of logs:",
         .value = [](const Settings&) { return SuperLog_UnknownLayout().text.data(); },
+    },
+    {
+        .error = kErrorNoCountries,
+        .status = {500, "Internal Server Error"},
+        .heading = "No country database is named",
+        .sentence =
+            "Requests cannot be told by country: the configuration of Orvellis names no country database.",
+        .advice = "Ask for a report without countries, or tell whoever looks after Orvellis on this site.",
+        .log = "requests were asked for by country, and CountryDatabase names no database",
+    },
+    {
+        .error = kErrorCountryDatabase,
+        .status = {500, "Internal Server Error"},
+        .heading = "The country database cannot be read",
+        .sentence =
+            "Countries cannot be told: their database is missing, may not be read, is damaged or is none.",
+        .advice = "Ask for a report without countries, or tell whoever looks after Orvellis on this site.",
+        .log = "the country database is missing, may not be read, is damaged or is none:",
+        .value = [](const Settings& settings) { return +settings.country_database; },
+    },
+    {
+        .error = kErrorAgentRules,
+        .status = {500, "Internal Server Error"},
+        .heading = "The rules for agents cannot be read",
+        .sentence = kNotSetUp,
+        .advice = kTellAdministrator,
+        .log = "the rules for agents (AgentRules) cannot be read:",
+        .value = [](const Settings&) { return FaultOfRules(); },
+    },
+    {
+        .error = kErrorAnonymise,
+        .status = {400, "Bad Request"},
+        .heading = "Visitors are anonymised",
+        .sentence =
+            "A report with anonymised visitors can leave out or keep neither users nor single addresses: "
+            "networks of IPv4 can have up to 24 bits, and of IPv6 up to 48.",
+        .advice = "Leave the users or addresses out, or name the networks that they are in.",
+        .log = "a filter asks for users or single addresses, and visitors are anonymised",
+    },
+    {
+        .error = kErrorCountryLibrary,
+        .status = {500, "Internal Server Error"},
+        .heading = "The library that reads country databases is not installed",
+        .sentence =
+            "Countries cannot be told: libmaxminddb is not installed, or this build does not know it.",
+        .advice = "Ask for a report without countries, or tell whoever looks after Orvellis on this site.",
+        .log = "countries were asked for, and libmaxminddb is not installed, or this build does not know it",
     },
 };
 

@@ -1,8 +1,14 @@
 #include "run/run.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
+#include "agents/rules_in_use.h"
+#include "analysis/anonymity.h"
+#include "analysis/country_database.h"
+#include "analysis/dimensions.h"
+#include "analysis/rules.h"
 #include "cgi/check_params.h"
 #include "cgi/environment.h"
 #include "cgi/request.h"
@@ -114,6 +120,32 @@ static Error CheckRequest(Task& task) {
   return error == kNoError && task.page->check != nullptr ? task.page->check(task.settings) : error;
 }
 
+// What can be found out before anything is given up, and printed.
+static Error OpenCountries(const Settings& settings) {
+  if (!NeedsCountryDatabase(settings)) {
+    return kNoError;
+  }
+  if (settings.country_database[0] == '\0') {
+    return kErrorNoCountries;
+  }
+  const DatabaseFault fault = OpenCountryDatabase(settings.country_database);
+  return fault == DatabaseFault::kNone        ? kNoError
+         : fault == DatabaseFault::kNoLibrary ? kErrorCountryLibrary
+                                              : kErrorCountryDatabase;
+}
+
+// A shell is told which line is wrong.
+static Error ReadRulesOfAgents(const Task& task) {
+  const Settings& settings = task.settings;
+  if (settings.agent_rules[0] == '\0' || !NeedsAgentRules(settings) || UseRulesOf(settings.agent_rules)) {
+    return kNoError;
+  }
+  if (task.env.command_line != 0) {
+    fprintf(stderr, "orvellis: %s\n", FaultOfRules());
+  }
+  return kErrorAgentRules;
+}
+
 static void ShutInIfAsked(Task& task) {
   if (task.edition->shuts_in && task.input.shut_in != nullptr) {
     task.input.shut_in(task.settings);
@@ -176,10 +208,22 @@ static Refusal Report(bool account_found, Task& task) {
   if (task.edition->counting.limits.layouts && !SettleLayout(task.env.command_line != 0)) {
     return {kErrorLayout};
   }
+  LeaveOutCountries(task.settings);
   const Error error = CheckRequest(task);
   if (error != kNoError) {
     const bool names_days = task.edition->rules.real_days && !IsPartRun(task.settings);
     return names_days && IsAboutDays(error) ? RefuseDays(error, task) : Refusal{error};
+  }
+  if (!SettleAnonymity(task.settings)) {
+    return {kErrorAnonymise};
+  }
+  const Error countries = OpenCountries(task.settings);
+  if (countries != kNoError) {
+    return {countries};
+  }
+  const Error agents = ReadRulesOfAgents(task);
+  if (agents != kNoError) {
+    return {agents};
   }
   MakeNice(task.settings);
   SettleWorkers(task.settings);
@@ -219,9 +263,9 @@ static Refusal ConfigureAndPrint(Task& task) {
   return PrintPage(account_found, task);
 }
 
-// Whoever has typed a layout that there is none of was told so.
+// Whoever has typed a layout that there is none of, or has written rules that are none, was told so.
 static bool WasTold(const Refusal& refusal, const Task& task) {
-  return refusal.error == kErrorLayout && task.env.command_line != 0;
+  return (refusal.error == kErrorLayout || refusal.error == kErrorAgentRules) && task.env.command_line != 0;
 }
 
 static int Finish(Task& task, const Refusal& refusal) {

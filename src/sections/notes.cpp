@@ -73,6 +73,10 @@ static const char* SubjectOf(NoteCode code, const Notes& notes) {
       return unless_empty(notes.not_looked_up);
     case NoteCode::kNoNameServer:
       return unless_empty(notes.no_name_server);
+    case NoteCode::kAnonymised:
+      return settings.anonymise != 0 ? "" : nullptr;
+    case NoteCode::kNoCountries:
+      return settings.countries_left_out ? "" : nullptr;
     case NoteCode::kOwnReferrers:
       return unless_empty(notes.own_referrers);
     case NoteCode::kNotCompared:

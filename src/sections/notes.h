@@ -31,9 +31,11 @@ enum class NoteCode {
   kOwnReferrers,  // of the site itself, which are no rows; the subject is the number of requests
   kNotCompared,   // though it is asked for: the logs decide which days are reported
   kVisitorsSampled,  // and of visitors one in so many, the subject
+  kAnonymised,       // visitors are
+  kNoCountries,      // though they were asked for, as there is no database of them
   kThinned,          // the memory budget took items from a table: counts below its first rows may be too low
 };
-inline constexpr size_t kNoteCodes = 22;
+inline constexpr size_t kNoteCodes = 24;
 
 struct Note {
   NoteCode code;

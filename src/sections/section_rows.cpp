@@ -62,7 +62,7 @@ static bool NextRankedRow(SectionRows& rows, SectionRow& row) {
   row.second = ranked.second;
   row.site = ranked.site;
   row.name = ranked.description;
-  row.explained = rows.section->dimension != nullptr;
+  row.explained = rows.section->dimension != nullptr && !rows.section->dimension->name_is_read;
   row.referrers = ranked.referrers;
   if (rows.section->dimension != nullptr && rows.section->dimension->of_days) {
     TellDay(row);

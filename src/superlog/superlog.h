@@ -35,7 +35,8 @@ struct SuperLogRecord {
   std::string_view agent;
   std::string_view realm;
   std::string_view user;
-  std::string_view site;  // the virtual host, perhaps with its port; where the layout has one
+  std::string_view site;          // the virtual host, perhaps with its port; where the layout has one
+  std::string_view country = {};  // of the host, where whoever counts has told it before the host was cut
 };
 
 // Orders of day, month and year in all-numeric dates.

@@ -1,12 +1,12 @@
 // What unpacks a format, as one loop sees it: a library, reached by a few functions of our own.
 //
-// The libraries are looked for when the first compressed log is met, never before, so that a program
-// that meets none starts and runs without them.
+// The libraries are looked for when the first compressed log is met (base/library.h).
 #pragma once
 
 #include <cstddef>
 #include <span>
 
+#include "base/library.h"
 #include "unpack/formats.h"
 
 // How the unpacking of a file ended.
@@ -58,12 +58,3 @@ extern const Codec kGzipByZlib;
 extern const Codec kZstd;
 extern const Codec kXz;
 extern const Codec kBzip2;
-
-// One of a library's functions, to be loaded: its name, and where its address goes.
-struct LibraryFunction {
-  const char* name;
-  void** address;
-};
-
-// Loads a library and all of the functions; false when one is missing.
-bool LoadLibrary(const char* library, std::span<const LibraryFunction> functions);

@@ -6,8 +6,10 @@
 #include <set>
 #include <string>
 
+#include "analysis/country_database.h"
 #include "analysis/driver.h"
 #include "analysis/rules.h"
+#include "cgi/parameters.h"
 #include "support/account_logs.h"
 #include "support/counted.h"
 
@@ -51,11 +53,11 @@ TEST_F(DimensionsTest, TableHasOneRowOfEachNameWithOneSource) {
   for (size_t row = 0; row < kDimensionCount; ++row) {
     const Dimension& dimension = kDimensions[row];
     EXPECT_TRUE(names.insert(dimension.parameter).second) << dimension.parameter;
-    EXPECT_EQ(dimension.of_request != nullptr, dimension.from == SummedFrom::kRequests)
-        << dimension.parameter;
+    const bool of_requests = dimension.from == SummedFrom::kRequests || dimension.from == SummedFrom::kHosts;
+    EXPECT_EQ(dimension.of_request != nullptr, of_requests) << dimension.parameter;
     EXPECT_EQ(dimension.of_visits != nullptr, dimension.from == SummedFrom::kVisits) << dimension.parameter;
-    EXPECT_NE(dimension.of_item != nullptr, dimension.of_request != nullptr || dimension.of_visits != nullptr)
-        << dimension.parameter;
+    const bool of_items = dimension.from != SummedFrom::kRequests && dimension.from != SummedFrom::kVisits;
+    EXPECT_EQ(dimension.of_item != nullptr, of_items) << dimension.parameter;
   }
 }
 
@@ -110,6 +112,66 @@ TEST_F(DimensionsTest, OwnSiteIsNoReferringSite) {
        {.referrer = "mailbox"}});
   EXPECT_EQ(Counted(Of("referringsites").list), "(no address)=1 other.example=2 ");
   EXPECT_EQ(Of("referringsites").total, 3);
+}
+
+TEST_F(DimensionsTest, CountriesAreThoseOfHostsThatNeedNotBeShown) {
+  Ask("countries");
+  const Rules rules = ResolveRules(settings_, kModernCounting);
+  EXPECT_EQ(rules.dimensions, 1U << RowOf("hosts"));
+  EXPECT_TRUE(rules.texts.host);
+  EXPECT_FALSE(rules.by_country);
+  ASSERT_EQ(OpenCountryDatabase(COUNTRY_DATABASE), DatabaseFault::kNone);
+  Run({{.host = "192.0.2.1"},
+       {.host = "192.0.2.2"},
+       {.host = "a.example"},
+       {.host = "9.9.9.9"},
+       {.host = "192.0.2.1"}});
+  EXPECT_EQ(Counted(Of("countries").list), "(no address)=1 (unknown)=1 DE=3 ");
+  EXPECT_EQ(Of("countries").total, 5);
+  EXPECT_EQ(Of("hosts").total, 5);
+}
+
+TEST_F(DimensionsTest, CountriesNeedTheirDatabaseWhereTheyAreShownOrFilter) {
+  EXPECT_FALSE(NeedsCountryDatabase(settings_));
+  Ask("countries");
+  EXPECT_TRUE(NeedsCountryDatabase(settings_));
+  settings_.part = "-";
+  EXPECT_FALSE(NeedsCountryDatabase(settings_)) << "who adds the part tells them";
+  settings_.rules.later_names = true;
+  ASSERT_TRUE(CompareParam("only_countries=DE", settings_, ParamSource::kForm, kLevelForm));
+  EXPECT_TRUE(NeedsCountryDatabase(settings_));
+  EXPECT_TRUE(ResolveRules(settings_, kModernCounting).by_country);
+  settings_.plan = "4K";
+  EXPECT_FALSE(NeedsCountryDatabase(settings_));
+}
+
+TEST_F(DimensionsTest, CountriesAreCountedBeforeHostsAreCut) {
+  Ask("countries");
+  Ask("hosts");
+  settings_.anonymise = 1;
+  const Rules rules = ResolveRules(settings_, kModernCounting);
+  EXPECT_TRUE(rules.anonymise && rules.by_country);
+  EXPECT_EQ(rules.dimensions, 1U << RowOf("hosts") | 1U << RowOf("countries"));
+  settings_.part = "-";
+  EXPECT_TRUE(NeedsCountryDatabase(settings_));
+  settings_.part = nullptr;
+  ASSERT_EQ(OpenCountryDatabase(COUNTRY_DATABASE), DatabaseFault::kNone);
+  Run({{.host = "192.0.2.1"}, {.host = "192.0.2.70"}, {.host = "192.0.2.2"}, {.host = "a.b.example"}});
+  EXPECT_EQ(Counted(Of("hosts").list), "192.0.2.0=3 b.example=1 ");
+  EXPECT_EQ(Counted(Of("countries").list), "(no address)=1 DE=2 FR=1 ");
+  EXPECT_EQ(Of("countries").total, 4);
+}
+
+TEST_F(DimensionsTest, CountriesAreLeftOutWhereNoDatabaseIsNamed) {
+  Ask("countries");
+  CopyText(settings_.country_database, "some.mmdb");
+  LeaveOutCountries(settings_);
+  EXPECT_FALSE(settings_.countries_left_out);
+  EXPECT_TRUE(AreDimensionsAsked(settings_));
+  settings_.country_database[0] = '\0';
+  LeaveOutCountries(settings_);
+  EXPECT_TRUE(settings_.countries_left_out);
+  EXPECT_FALSE(AreDimensionsAsked(settings_));
 }
 
 TEST_F(DimensionsTest, PathsHaveDirectoriesAndTypes) {

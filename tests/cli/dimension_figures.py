@@ -90,6 +90,16 @@ def error(request):
     return f"{request.status} {path_of(request)}" if request.status >= 400 and request.status != 404 else None
 
 
+# What tests/countries/networks says of the hosts above.
+COUNTRIES = {"192.0.2.1": "DE", "192.0.2.77": "FR", "2001:db8::1": "SE", "2001:db8:0:0:0:0:0:2": "SE", "10.0.0.1": "(private network)"}
+DATABASE = PROJECT / "tests" / "cli" / "bases" / "countries" / "countries.mmdb"
+CONFIGURATION = f"CountryDatabase={DATABASE.resolve()}\nuser=ann;logs=*.log;url=http://www.example.com;password=*\n"
+
+
+def country(request):
+    return COUNTRIES.get(request.host, "(no address)")
+
+
 def normal_host(request):
     return {"2001:db8:0:0:0:0:0:2": "2001:db8::2"}.get(request.host, request.host)
 
@@ -114,6 +124,7 @@ COUNTED_HERE = {
     "systems": lambda request: AGENTS[request.agent][1],
     "devices": lambda request: AGENTS[request.agent][2],
     "robots": lambda request: AGENTS[request.agent][3],
+    "countries": country,
 }
 
 
@@ -202,8 +213,7 @@ def main():
     assert set(re.findall(r'\.parameter = "([a-z]+)"', table)) == (set(COUNTED_HERE) | OF_VISITS) - set(NAMED)
     for number in range(ROUNDS):
         with tempfile.TemporaryDirectory() as folder:
-            pathlib.Path(folder, "orvellis.conf").write_text("user=ann;logs=*.log;url=http://www.example.com;password=*\n",
-                                                             encoding="ascii")
+            pathlib.Path(folder, "orvellis.conf").write_text(CONFIGURATION, encoding="ascii")
             check(folder, random.Random(number))
     print(f"{ROUNDS} sites")
 

@@ -74,6 +74,8 @@ LISTS = {
               ("24,-1,8-", lambda r: False)],
     "weekdays": [("mon-fri", lambda r: r.weekday < 5), ("Saturday", lambda r: r.weekday == 5),
                  ("sat-mon", lambda r: r.weekday in (5, 6, 0)), ("mo,xyz", lambda r: False)],
+    "countries": [("de", lambda r: made.country(r) == "DE"), ("SE,(private network)", lambda r: made.country(r) in ("SE", "(private network)")),
+                  ("D,Germany", lambda r: False)],
 }
 
 
@@ -110,8 +112,7 @@ def main():
         [[one for one in asked if (one[1], one[0]) == (name, kind)] for name in LISTS for kind in ("only", "exclude")], 2)]
     with tempfile.TemporaryDirectory() as folder:
         pathlib.Path(folder, "access.log").write_text("".join(request.line() for request in requests), encoding="latin-1")
-        pathlib.Path(folder, "orvellis.conf").write_text("user=ann;logs=*.log;url=http://www.example.com;password=*\n",
-                                                         encoding="ascii")
+        pathlib.Path(folder, "orvellis.conf").write_text(made.CONFIGURATION, encoding="ascii")
         for chosen in runs:
             words = [f"{kind}_{name}={items}" for kind, name, items, _ in chosen]
             report = json.loads(made.run(folder, "output=json", "from=2001-03-01", "to=2001-03-31", *words))

@@ -9,6 +9,7 @@ and a name that is not in the table fails: whoever makes a parameter has to say 
 """
 import pathlib
 import re
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -26,7 +27,7 @@ LOGS = "logs"        # it says which logs there are, or what the run does with t
 
 SECTIONS = ["badurls", "browsers", "requests", "search", "badreferrers", "domaintypes", "domains", "referrers"]
 DIMENSIONS = ["statuses", "hosts", "users", "referringsites", "directories", "filetypes", "browserfamilies", "systems",
-              "devices", "robots", "servererrors", "visitors", "entrypages", "exitpages"]
+              "devices", "robots", "servererrors", "visitors", "entrypages", "exitpages", "countries"]
 DAYS = ["date=03052001,03072001"]
 OTHER_DAYS = ["sm=03", "sd=05", "sy=2001", "em=03", "ed=07", "ey=2001"]
 WORDS = ["from=2001-03-05", "to=2001-03-07"]
@@ -39,6 +40,8 @@ PARAMETERS = {
     "summary": (NOTHING, "other.ORV"),
     "workers": (NOTHING, "3,100"),
     "partcache": (NOTHING, "counts"), "partcachesize": (NOTHING, "64K"),
+    "anonymise": (REFUSED, "1"),
+    "countrydatabase": (PRINTED, "others.mmdb"),
     "password": (NOTHING, "*"),
     "signon": (NOTHING, "ann"),
     "authrealm": (REFUSED, "members"),
@@ -69,7 +72,7 @@ PARAMETERS = {
     **{name + "_greater": (PRINTED, "9") for name in DIMENSIONS},
     **{kind + name: (REFUSED, value) for kind in ("only_", "exclude_") for name, value in
        {"statuses": "404", "hosts": "10.0.0.1", "agents": "Mozilla", "robots": "1", "referrers": "*", "vhosts": "x", "users": "ann",
-        "hours": "0-12", "weekdays": "mon"}.items()},
+        "hours": "0-12", "weekdays": "mon", "countries": "FR"}.items()},
     # Of which the logs have none.
     "vhosts": (REFUSED, "1"), "vhosts_top": (NOTHING, "1"), "vhosts_greater": (NOTHING, "1"),
     "search_casesensitive": (NOTHING, "1"),
@@ -121,6 +124,8 @@ KEYS = {
     "DNSLookupSeconds": (NOTHING, "7"),
     "Workers": (NOTHING, "3,100"),
     "PartCache": (NOTHING, "counts"), "PartCacheSize": (NOTHING, "64K"),
+    "AgentRules": (PRINTED, "agents"), "Anonymise": (REFUSED, "1"),
+    "CountryDatabase": (PRINTED, "others.mmdb"),
     "SmartMemoryEnabled": (NOTHING, "0"),
     "SmartMemoryKeepEntries": (NOTHING, "7"),
     "SmartMemoryReclaimSize": (NOTHING, "7"),
@@ -187,14 +192,17 @@ class Account:
         for name, lines in logs.items():
             (self.folder / name).write_text("\n".join(lines) + "\n")
         (self.folder / "layout").write_text('%h %l %u %t "%r" %>s %b\n')
+        (self.folder / "agents").write_text("robot; Firefox; Fox; feeds\n")
         (self.folder / "names").write_text("ORG Another name\nFR Elsewhere\n")
+        for database in ("cli/bases/countries/countries.mmdb", "cli/bases/countries/others.mmdb"):
+            shutil.copy(PROJECT / "tests" / database, self.folder)
         (self.folder / "logs/2.log").rename(self.folder / "second")
         (self.folder / "logs/2.log").symlink_to("../second")
 
     def run(self, words, logs="*", items="", keys=""):
         url = "" if "url=" in items else ";url=http://www.example.com"
         (self.folder / "orvellis.conf").write_text(
-            f"search=Finder;url=http://www.finder.example;domain=finder;vars=q;\n{keys}"
+            f"search=Finder;url=http://www.finder.example;domain=finder;vars=q;\nCountryDatabase=countries.mmdb\n{keys}"
             f"user=one;logs=logs/[{'12' if logs == '*' else logs}].log{url};password=*{items}\n")
         done = subprocess.run([PROGRAM, "username=one", *words], cwd=self.folder, env=ENVIRONMENT,
                               capture_output=True, timeout=60, check=False)

@@ -133,7 +133,7 @@ static const Fields kSuggested = {
     {"requests", "1"},    {"referrers", "1"},    {"search", "1"},           {"browsers", "1"},
     {"badurls", "1"},     {"badreferrers", "1"}, {"badurl_referrers", "1"}, {"domains", "1"},
     {"domaintypes", "1"}, {"dailytotals", "1"},  {"hitsperdayofweek", "1"}, {"hitsperhour", "1"},
-    {"hoursofweek", "1"},
+    {"hoursofweek", "1"}, {"anonymise", "1"},
 };
 
 TEST_F(RequestForm, SuggestsAWholeReportOfSevenDays) {
@@ -178,6 +178,7 @@ TEST_F(RequestForm, SendsWhatItWasFilledInWith) {
                                           "authuser=u",
                                           "title=<T>",
                                           "dnslookupenabled=1",
+                                          "anonymise=1",
                                           "no_script=1",
                                           "order=bytes",
                                           "compare=weekdays",
@@ -198,6 +199,12 @@ TEST_F(RequestForm, SendsWhatItWasFilledInWith) {
     Ask(name + "=" + value);
   }
   EXPECT_EQ(memcmp(&before, &settings_, sizeof before), 0);
+}
+
+TEST_F(RequestForm, SuggestsAnonymousVisitorsUnlessItWasAskedWithout) {
+  EXPECT_EQ(SentOf(Asked({"anonymise=0"})).count("anonymise"), 0U);
+  EXPECT_EQ(SentOf(Asked({"anonymise=1"})).count("anonymise"), 1U);
+  EXPECT_EQ(SentOf(Asked({"requests=1"})).count("anonymise"), 1U);
 }
 
 TEST_F(RequestForm, HasAListOfEachFilterForEitherSide) {
@@ -226,7 +233,8 @@ TEST_F(RequestForm, HasTheSectionsInTheOrderOfThePage) {
 TEST_F(RequestForm, KeepsASectionThatWasAskedForByItself) {
   Fields wanted = kSuggested;
   std::erase_if(wanted, [](const auto& field) {
-    return field.second == "1" && field.first != "subdirs" && field.first != "hitsperhour";
+    return field.second == "1" && field.first != "subdirs" && field.first != "hitsperhour" &&
+           field.first != "anonymise";
   });
   EXPECT_EQ(SentOf(Asked({"hitsperhour=1"})), wanted);
 }

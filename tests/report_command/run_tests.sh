@@ -918,6 +918,48 @@ test_sections_that_are_asked_for() {
   expect_not_in out statuses,
 }
 
+test_countries() {
+  edition=
+  week >access.log
+  cp "$project/tests/cli/bases/countries/countries.mmdb" 'their database'
+  printf '192.0.2.70 - - [05/Mar/2000:10:00:00 +0000] "GET / HTTP/1.0" 200 1\n' >>access.log
+  run --csv --reports countries --country-database 'their database' access.log
+  expect_match out '^countries,1,DE,3,0.750000,Germany'
+  run --csv --reports statuses --country-database='their database' --only countries=de access.log
+  expect_match out '^statuses,1,200,3,'
+  run --reports countries access.log
+  expect_error 2 'the section countries needs --country-database'
+  run --exclude countries=DE access.log
+  expect_error 2 '--only and --exclude take countries with --country-database'
+  run --reports countries --country-database none access.log
+  expect_error 2 'cannot read the country database'
+  run --reports countries --country-database access.log access.log
+  expect_error 2 'orvellis refused: The country database cannot be read'
+  run --classic --country-database 'their database' access.log
+  expect_error 2 '--classic tells no countries'
+  run --csv --reports hosts --anonymise access.log
+  expect_match out '^hosts,1,192.0.2.0,4,1.000000,'
+  run --classic --anonymise access.log
+  expect_error 2 '--classic cannot anonymise'
+  run countrydatabase=none access.log
+  expect_error 2 'the country database is told by --country-database'
+}
+
+test_agent_rules() {
+  edition=
+  combined 5 http://a.example/ >access.log
+  printf 'builtin=0\nrobot; Lynx; A robot; feeds\n' >'our rules'
+  run --csv --reports robots --agent-rules 'our rules' access.log
+  expect_match out '^robots,1,A robot,1,1.000000,'
+  printf '# ours\nrobot\n' >'our rules'
+  run --reports robots --agent-rules='our rules' access.log
+  expect_error 2 'Line 2 of the file of agents'
+  run --reports robots --agent-rules absent access.log
+  expect_error 2 'cannot read the rules for agents in absent'
+  run --classic --agent-rules 'our rules' access.log
+  expect_error 2 '--classic tells no agents apart'
+}
+
 test_theme_and_plain() {
   week >access.log
   run --classic --theme access.log

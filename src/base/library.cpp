@@ -1,8 +1,8 @@
+#include "base/library.h"
+
 #include <dlfcn.h>
 
 #include <algorithm>
-
-#include "unpack/codec.h"
 
 bool LoadLibrary(const char* library, std::span<const LibraryFunction> functions) {
   void* const handle = dlopen(library, RTLD_NOW);
