@@ -7,6 +7,7 @@
 #include "agents/agent.h"
 #include "analysis/countries.h"
 #include "analysis/country_names.h"
+#include "analysis/normalise.h"
 #include "analysis/rules.h"
 #include "analysis/smart_memory.h"
 #include "analysis/status_meanings.h"
@@ -36,12 +37,7 @@ static std::string_view Lowered(std::string_view text, ItemRoom& room) {
 
 // Without its port and a trailing dot, as all of these are one site.
 static std::string_view VhostOf(const Request& request, ItemRoom& room) {
-  std::string_view site = request.record.site;
-  const size_t port = site.find_last_not_of("0123456789");
-  if (port != std::string_view::npos && port + 1 < site.size() && site[port] == ':' &&
-      (site.find(':') == port || site[port - 1] == ']')) {
-    site = site.substr(0, port);
-  }
+  std::string_view site = WithoutPort(request.record.site);
   site.remove_suffix(site.size() > 1 && site.back() == '.' ? 1 : 0);
   return std::ranges::any_of(site, [](char c) { return c >= 'A' && c <= 'Z'; }) ? Lowered(site, room) : site;
 }

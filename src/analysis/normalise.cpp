@@ -50,6 +50,13 @@ std::string_view TruncateDomain(std::string_view host, int n) {
   return host;
 }
 
+std::string_view WithoutPort(std::string_view site) {
+  const size_t port = site.find_last_not_of("0123456789");
+  const bool is_port = port != std::string_view::npos && port + 1 < site.size() && site[port] == ':' &&
+                       (site.find(':') == port || site[port - 1] == ']');
+  return is_port ? site.substr(0, port) : site;
+}
+
 std::string_view TruncateLSD(std::string_view host) {
   const size_t first = host.find('.');
   if (first == std::string_view::npos || host.find('.', first + 1) == std::string_view::npos) {

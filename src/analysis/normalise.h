@@ -30,6 +30,10 @@ inline bool IPaddress(std::string_view host) {
 // 1. "(null)" becomes empty, whatever n is.
 std::string_view TruncateDomain(std::string_view host, int n);
 
+// Without the port of a virtual host: ":" and digits behind a name, an address of IPv4 or one of IPv6 in
+// brackets.
+std::string_view WithoutPort(std::string_view site);
+
 // Without its first label when the host has two dots or more, else the host.
 std::string_view TruncateLSD(std::string_view host);
 

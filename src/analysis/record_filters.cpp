@@ -7,6 +7,7 @@
 
 #include "agents/agent.h"
 #include "analysis/countries.h"
+#include "analysis/normalise.h"
 #include "base/network.h"
 #include "base/text.h"
 
@@ -144,12 +145,7 @@ static bool IsReferrer(const SuperLogRecord& record, std::string_view item) {
 }
 
 static bool IsVhost(const SuperLogRecord& record, std::string_view item) {
-  const std::string_view site = record.site;
-  const size_t port = site.rfind(':');
-  const bool has_port = port != std::string_view::npos &&
-                        site.find_first_not_of("0123456789", port + 1) == std::string_view::npos &&
-                        (site.find(':') == port || site[port - 1] == ']');
-  return !site.empty() && IsText(has_port ? site.substr(0, port) : site, item);
+  return !record.site.empty() && IsText(WithoutPort(record.site), item);
 }
 
 static bool IsUser(const SuperLogRecord& record, std::string_view item) {

@@ -40,6 +40,17 @@ std::string RandomText(std::mt19937& random, string_view alphabet, size_t longes
   return text;
 }
 
+TEST(WithoutPort, CutsPortsAlone) {
+  EXPECT_EQ(WithoutPort("www.example.com:8080"), "www.example.com");
+  EXPECT_EQ(WithoutPort("192.0.2.9:80"), "192.0.2.9");
+  EXPECT_EQ(WithoutPort("[2001:db8::9]:8080"), "[2001:db8::9]");
+  for (const char* site : {"", "80", ":", "www.example.com", "www.example.com:", "www:80x", "2001:db8::9",
+                           "[2001:db8::9]", "a:b:80"}) {
+    EXPECT_EQ(WithoutPort(site), site);
+  }
+  EXPECT_EQ(WithoutPort(":80"), "");
+}
+
 }  // namespace
 
 TEST(IsIpAddr, Rows) {

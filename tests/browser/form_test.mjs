@@ -105,7 +105,7 @@ const tests = {
           await page.getByLabel('Password').fill('Teapot');
           await send(page);
           assert.deepEqual(posted.map(withoutEmpty),
-            [{ username: 'shop', password: 'Teapot', days: '7d', find: '/', subdirs: '1', output: 'modern', ...everySection }]);
+            [{ username: 'shop', password: 'Teapot', days: '7d', find: '/', subdirs: '1', output: 'modern', anonymise: '1', ...everySection }]);
           assert.equal(page.url().replace(/\?$/, ''), program);
         });
       }
@@ -182,7 +182,7 @@ const tests = {
       await page.getByLabel('Browsers: at least').fill('2');
       await send(page);
       assert.deepEqual(withoutEmpty(posted[0]),
-        { username: 'shop', days: '7d', browsers: '1', browsers_top: '10%', browsers_greater: '2', find: '/', subdirs: '1', output: 'modern' });
+        { username: 'shop', days: '7d', browsers: '1', browsers_top: '10%', browsers_greater: '2', find: '/', subdirs: '1', output: 'modern', anonymise: '1' });
     });
     await withPage(forms.site, {}, async (page) => {
       await page.getByRole('button', { name: 'Choose none' }).click();
@@ -208,13 +208,13 @@ const tests = {
       let link = await linkOf(page);
       assert.equal(link.origin + link.pathname, program);
       assert.deepEqual(Object.fromEntries(link.searchParams),
-        { username: "O'Hara & sons", days: '7d', find: '/', subdirs: '1', output: 'modern', ...everySection });
+        { username: "O'Hara & sons", days: '7d', find: '/', subdirs: '1', output: 'modern', anonymise: '1', ...everySection });
       await option(page, 'Choose days').check({ force: true });
       await page.getByLabel('First day').fill('2000-03-05');
       await page.getByRole('button', { name: 'Choose none' }).click();
       link = await linkOf(page);
       assert.deepEqual(Object.fromEntries(link.searchParams),
-        { username: "O'Hara & sons", from: '2000-03-05', find: '/', subdirs: '1', output: 'modern' });
+        { username: "O'Hara & sons", from: '2000-03-05', find: '/', subdirs: '1', output: 'modern', anonymise: '1' });
       assert.doesNotMatch(link.href, /Teapot|password/i);
       // It leads back to the same.
       await page.goto(link.href);

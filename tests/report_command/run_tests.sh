@@ -947,7 +947,7 @@ test_countries() {
 
 test_agent_rules() {
   edition=
-  combined 5 http://a.example/ >access.log
+  combined 5 / - >access.log
   printf 'builtin=0\nrobot; Lynx; A robot; feeds\n' >'our rules'
   run --csv --reports robots --agent-rules 'our rules' access.log
   expect_match out '^robots,1,A robot,1,1.000000,'
