@@ -1,7 +1,9 @@
 // One process serves one request.
 #include <csignal>
 #include <cstdio>
+#include <new>
 
+#include "base/memory_end.h"
 #include "run/run.h"
 #include "run/shut_in.h"
 
@@ -13,5 +15,6 @@ int main(int argc, char** argv) {
   // A file that may not grow any more is a full disk, not a reason to die.
   signal(SIGXFSZ, SIG_IGN);
   setvbuf(stdout, mPageBuffer, _IOFBF, sizeof mPageBuffer);
+  std::set_new_handler(EndWithoutMemory);
   return Run({.argc = argc, .argv = argv, .form = stdin, .shut_in = kShutsIn ? ShutIn : nullptr});
 }

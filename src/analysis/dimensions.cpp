@@ -97,9 +97,8 @@ static std::string_view DirectoryOf(std::string_view url, ItemRoom&) {
   return path.substr(0, end == std::string_view::npos ? 1 : end + 1);
 }
 
-std::string_view FileTypeOf(std::string_view url, ItemRoom& room) {
+std::string_view TypeOfPath(std::string_view path, ItemRoom& room) {
   static constexpr size_t kLongest = 12;
-  const std::string_view path = PathOf(url);
   if (!path.starts_with('/')) {
     return path;
   }
@@ -115,6 +114,10 @@ std::string_view FileTypeOf(std::string_view url, ItemRoom& room) {
   const bool plain =
       std::ranges::all_of(type.substr(1), [](char c) { return IsLetterAscii(c) || (c >= '0' && c <= '9'); });
   return plain ? Lowered(type, room) : "(none)";
+}
+
+static std::string_view FileTypeOf(std::string_view url, ItemRoom& room) {
+  return TypeOfPath(PathOf(url), room);
 }
 
 static std::string_view BrowserOf(std::string_view agent, ItemRoom&) {

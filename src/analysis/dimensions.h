@@ -79,7 +79,7 @@ std::string_view PathOf(std::string_view url);
 
 // Behind the last dot of the last name of a path: letters and digits, as few as types have, in small letters;
 // or words in brackets.
-std::string_view FileTypeOf(std::string_view url, ItemRoom& room);
+std::string_view TypeOfPath(std::string_view path, ItemRoom& room);
 
 // The texts of records that the dimensions need which the settings ask for, on top of those.
 AskedTexts WithTextsOfDimensions(const Settings& settings, AskedTexts asked);

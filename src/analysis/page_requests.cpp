@@ -36,6 +36,6 @@ bool IsPageRequest(std::string_view url, int64_t status) {
     return false;
   }
   ItemRoom room;
-  const std::string_view type = FileTypeOf(url, room);
+  const std::string_view type = TypeOfPath(path, room);
   return !std::binary_search(std::begin(kNoPages), std::end(kNoPages), type);
 }

@@ -99,7 +99,6 @@ void JoinAllVisits(VisitCounts& visits) {
       visits.others += JoinVisits(visitor.times, visits.urls);
     }
   }
-  DropUnusedUrls(visits);
 }
 
 static void DropUpperHalf(VisitCounts& visits) {
@@ -126,6 +125,9 @@ void FitVisits(VisitCounts& visits) {
   JoinAllVisits(visits);
   // A quarter stays free, so that this does not happen again at once.
   const int64_t most = MostBytes() - MostBytes() / 4;
+  if (AreTooMany(visits, most)) {
+    DropUnusedUrls(visits);
+  }
   while (AreTooMany(visits, most) && visits.halvings < kMostHalvings) {
     const int64_t before = BytesOf(visits);
     BeginToReclaim();

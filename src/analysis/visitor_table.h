@@ -34,7 +34,7 @@ KnownVisitor& AddVisitor(VisitCounts& visits, const WideSipHash& hash);
 // Whether the hash is among those that are kept.
 bool IsKept(const VisitCounts& visits, const WideSipHash& hash);
 
-// Has all visits be whole, and no URL be kept that none begins or ends with.
+// Has all visits be whole.
 void JoinAllVisits(VisitCounts& visits);
 
 // FitVisits, but only when all that the budget lets them have is taken.

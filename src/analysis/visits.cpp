@@ -3,16 +3,13 @@
 #include <algorithm>
 #include <iterator>
 #include <map>
-#include <new>
 
 #include "analysis/page_requests.h"
 #include "analysis/record_filters.h"
 #include "analysis/visitor_table.h"
-#include "base/memory_end.h"
 #include "dates/days.h"
 
 VisitCounts* NewVisits() {
-  std::set_new_handler(EndWithoutMemory);
   return new VisitCounts{};
 }
 

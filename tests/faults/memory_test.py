@@ -161,6 +161,23 @@ class MemoryTest(faults.FaultTest):
                 self.expect_same(expected, result, n)
         self.assertGreater(refused, 20)
 
+    @faults.release_only
+    def test_each_request_of_visits(self):
+        self.write_small_logs(lines=60)
+        words = self.parameters("edition=modern", "output=csv", "visitors=1,0", "entrypages=1,0", "exitpages=1,0")
+        expected = self.run_once(words)
+        self.assertEqual(expected.status, 0)
+        self.assertIn(b"visitors_totals,1,visitors,", expected.page)
+        outcomes = []
+        for n in itertools.count(1):
+            result = self.run_once(words, environment={"LD_PRELOAD": faults.FAILING_MALLOC, "FAIL_FROM": str(n)})
+            self.assertIn(result.status, (0, 1), n)
+            self.assertEqual(result.page, b"" if result.status == 1 else expected.page, n)
+            outcomes.append(result.status)
+            if result.status == 0:
+                break
+        self.assertGreater(len(outcomes), 40)
+
     def post(self, form, environment):
         path = self.write("form", form)
         with open(path, "rb") as stream:

@@ -90,9 +90,11 @@ class Items : public testing::Test {
   }
 
   // The items up to a cut-off, "key=count " each.
-  std::string Upto(const CutOff& cut_off) {
+  std::string Upto(const CutOff& cut_off) { return Taken(OpenItems(list_, cut_off)); }
+  std::string UptoByKey(const CutOff& cut_off) { return Taken(OpenItemsByKey(list_, cut_off)); }
+
+  static std::string Taken(ItemCursor cursor) {
     std::string text;
-    ItemCursor cursor = OpenItems(list_, cut_off);
     while (const ListItem* item = NextItem(cursor)) {
       text.append(item->key()).append("=").append(std::to_string(item->count)).append(" ");
     }
@@ -123,6 +125,20 @@ TEST_F(Items, EitherNumberEndsThem) {
   EXPECT_EQ(Upto({1, false, 2}), "a=4 ");
   EXPECT_EQ(Upto({50, true, 0}), "a=4 b=3 ");
   EXPECT_EQ(Upto({-1, false, 0}), "");
+}
+
+TEST_F(Items, ByKeyAreThoseOfTheRanksThatAreShown) {
+  Count("d", 4);
+  Count("b", 3);
+  Count("c", 3);
+  Count("a", 1);
+  EXPECT_EQ(UptoByKey(kUncut), "a=1 b=3 c=3 d=4 ");
+  EXPECT_EQ(UptoByKey({2, false, 0}), "c=3 d=4 ") << "of equal counts the greater key ranks first";
+  EXPECT_EQ(UptoByKey({3, false, 0}), "b=3 c=3 d=4 ");
+  EXPECT_EQ(UptoByKey({50, true, 0}), "c=3 d=4 ");
+  EXPECT_EQ(UptoByKey({0, false, 3}), "b=3 c=3 d=4 ");
+  EXPECT_EQ(UptoByKey({2, false, 4}), "d=4 ");
+  EXPECT_EQ(UptoByKey({-1, false, 0}), "");
 }
 
 TEST_F(Items, CountsBeyondTheLimitOfTheSortAreNotReachedBehindASmallerOne) {
