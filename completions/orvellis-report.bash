@@ -10,7 +10,7 @@ _orvellis_report_values() { # OPTION
     --top) echo 0 10 30 100 10% ;;
     --memory) echo 16M 64M 256M 1G ;;
     --order) echo requests bytes ;;
-    --only | --exclude) echo statuses= hosts= agents= robots=1 referrers= vhosts= users= hours= weekdays= ;;
+    --only | --exclude) echo statuses= hosts= agents= robots=1 referrers= vhosts= users= hours= weekdays= methods= ;;
     --workers) echo 1 2 4 8 16 ;;
     --log-format) echo json ltsv squid haproxy vhost_combined Shmw1qrc Shmw1qrcfa 'S?hmw1qrcfa' ;;
     --server) echo apache nginx lighttpd ;;
@@ -22,7 +22,7 @@ _orvellis_report_values() { # OPTION
 # The last of a list divided by commas.
 _orvellis_report_sections() { # WORD
   local done='' sections='requests referrers search browsers badurls badreferrers domains domaintypes dailytotals
-    hitsperdayofweek hitsperhour hoursofweek statuses hosts users referringsites directories filetypes browserfamilies systems devices robots vhosts servererrors'
+    hitsperdayofweek hitsperhour hoursofweek statuses hosts users referringsites directories filetypes browserfamilies systems devices robots vhosts servererrors methods protocols tlsversions'
   case $1 in *,*) done=${1%,*}, ;; esac
   mapfile -t COMPREPLY < <(compgen -P "$done" -W "$sections" -- "${1##*,}")
   compopt -o nospace

@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "agents/agent.h"
+#include "analysis/protocols.h"
 #include "analysis/rules.h"
 #include "analysis/smart_memory.h"
 #include "analysis/status_meanings.h"
@@ -21,6 +22,23 @@ static std::string_view UserOf(const Request& request, ItemRoom&) {
 
 static std::string_view ItselfOf(std::string_view item, ItemRoom&) {
   return item;
+}
+
+// Of texts of the program nobody may read what is behind them, as those do who count a view.
+static std::string_view Copied(std::string_view text, ItemRoom& room) {
+  return {room, text.copy(room, kLongestItem)};
+}
+
+static std::string_view MethodItem(const Request& request, ItemRoom& room) {
+  return Copied(MethodOf(request.record), room);
+}
+
+static std::string_view ProtocolItem(const Request& request, ItemRoom& room) {
+  return Copied(ProtocolOf(request.record), room);
+}
+
+static std::string_view TlsVersionItem(const Request& request, ItemRoom& room) {
+  return Copied(TlsVersionOf(request.record), room);
 }
 
 // In small letters.
@@ -246,6 +264,30 @@ constexpr Dimension kDimensions[] = {
      .from = SummedFrom::kBrowsers,
      .of_item = RobotOf,
      .name_of = PurposeOfRobot},
+    {.parameter = "methods",
+     .behind = "statuses",
+     .words = {"Methods", "Method", "methods", "method", "request that names a method",
+               "requests that name a method", "What visitors asked the server to do."},
+     .columns = "rank,method,count,share",
+     .from = SummedFrom::kRequests,
+     .of_request = MethodItem,
+     .asks = {.method = true}},
+    {.parameter = "protocols",
+     .behind = "methods",
+     .words = {"Protocols", "Protocol", "protocols", "protocol", "request that names a protocol",
+               "requests that name a protocol", "Which HTTP visitors' programs spoke."},
+     .columns = "rank,protocol,count,share",
+     .from = SummedFrom::kRequests,
+     .of_request = ProtocolItem,
+     .asks = {.protocol = true}},
+    {.parameter = "tlsversions",
+     .behind = "protocols",
+     .words = {"TLS versions", "Version", "versions", "version", "request that came under TLS",
+               "requests that came under TLS", "How connections were encrypted, where the log tells it."},
+     .columns = "rank,version,count,share",
+     .from = SummedFrom::kRequests,
+     .of_request = TlsVersionItem,
+     .asks = {.tls = true}},
 };
 constexpr size_t kDimensionCount = std::size(kDimensions);
 static_assert(kDimensionCount <= kMostDimensions);
@@ -305,10 +347,13 @@ void CountDimensions(uint32_t dimensions, const Request& request, Analysis& anal
     const auto row = static_cast<size_t>(std::countr_zero(dimensions));
     const Dimension& dimension = kDimensions[row];
     const std::string_view item = dimension.of_request(request, room);
+    if (item.empty()) {
+      continue;
+    }
     if (item.data() == room) {
       CountCopy(analysis.dimensions[row], item,
                 dimension.led_by != nullptr ? dimension.led_by(request.record) : std::string_view{});
-    } else if (!item.empty()) {
+    } else {
       CountItem(analysis.dimensions[row], item, false);
     }
   }

@@ -6,6 +6,7 @@
 #include <iterator>
 
 #include "agents/agent.h"
+#include "analysis/protocols.h"
 #include "base/network.h"
 #include "base/text.h"
 
@@ -147,6 +148,11 @@ static bool IsVhost(const SuperLogRecord& record, std::string_view item) {
   return !site.empty() && IsText(has_port ? site.substr(0, port) : site, item);
 }
 
+// As they are counted; case counts, as it does in requests.
+static bool IsMethod(const SuperLogRecord& record, std::string_view item) {
+  return MethodOf(record) == item;
+}
+
 static bool IsUser(const SuperLogRecord& record, std::string_view item) {
   return !record.user.empty() && IsText(record.user, item);
 }
@@ -211,6 +217,7 @@ constexpr RecordFilter kRecordFilters[] = {
     {"users", {.user = true}, IsUser},
     {"hours", {}, IsHour},
     {"weekdays", {}, IsWeekday},
+    {"methods", {.method = true}, IsMethod},
 };
 constexpr size_t kRecordFilterCount = std::size(kRecordFilters);
 static_assert(kRecordFilterCount <= kMostRecordFilters);

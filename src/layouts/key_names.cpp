@@ -146,6 +146,31 @@ static constexpr KeyName kKeyNames[] = {
     {"csuseragent", Field::kAgent},
     {"agent", Field::kAgent},
     {"ua", Field::kAgent},
+
+    {"requestmethod", Field::kMethod},
+    {"clientrequestmethod", Field::kMethod},
+    {"httprequestmethod", Field::kMethod},
+    {"httpmethod", Field::kMethod},
+    {"csmethod", Field::kMethod},
+    {"reqmethod", Field::kMethod},
+    {"method", Field::kMethod},
+    {"verb", Field::kMethod},
+
+    {"serverprotocol", Field::kProtocol},
+    {"requestprotocol", Field::kProtocol},
+    {"clientrequestprotocol", Field::kProtocol},
+    {"httpprotocol", Field::kProtocol},
+    {"httpversion", Field::kProtocol},
+    {"csversion", Field::kProtocol},
+    {"protocol", Field::kProtocol},
+    {"proto", Field::kProtocol},
+
+    {"sslprotocol", Field::kTls},
+    {"clientsslprotocol", Field::kTls},
+    {"tlsversion", Field::kTls},
+    {"tlsprotocol", Field::kTls},
+    {"sslversion", Field::kTls},
+    {"securityprotocol", Field::kTls},
 };
 
 struct ObjectName {
@@ -159,6 +184,7 @@ static constexpr ObjectName kObjects[] = {
     {"response", Holds::kResponse}, {"headers", Holds::kHeaders},     {"requestheaders", Holds::kHeaders},
     {"body", Holds::kBody},         {"properties", Holds::kFields},   {"jsonpayload", Holds::kFields},
     {"http", Holds::kFields},       {"log", Holds::kFields},          {"access", Holds::kFields},
+    {"tls", Holds::kTls},
 };
 
 struct HeaderName {
@@ -203,6 +229,10 @@ static constexpr KeyName kColumns[] = {
     {"csreferrer", Field::kReferrer},
     {"csuseragent", Field::kAgent},
     {"cuseragent", Field::kAgent},
+    {"csmethod", Field::kMethod},
+    {"csversion", Field::kProtocol},
+    {"csprotocolversion", Field::kProtocol},
+    {"sslprotocol", Field::kTls},
 };
 
 // --- Looking names up -----------------------------------------------------------
@@ -275,6 +305,10 @@ KeyMeaning MeaningOfHeader(std::string_view name) {
     }
   }
   return {};
+}
+
+KeyMeaning MeaningInTls(std::string_view key) {
+  return IsName("version", key) ? KeyMeaning{Field::kTls, kSpeltHeader, Holds::kNothing} : KeyMeaning{};
 }
 
 // Traefik puts a word before a header, which begins with a capital letter, or with no letter, and goes on in

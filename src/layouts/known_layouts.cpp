@@ -36,21 +36,21 @@ static constexpr KnownLayout kKnownLayouts[] = {
      .words = "$remote_addr $x $remote_user [$time_local] \"$request\"" ORVELLIS_BEHIND_REQUEST},
     {.name = "proxy_manager",
      .title = "nginx proxy manager, proxied",
-     .words = "[$time_local] $x $x $status - $x $x $host \"$request_uri\" [Client $remote_addr] "
+     .words = "[$time_local] $x $x $status - $request_method $x $host \"$request_uri\" [Client $remote_addr] "
               "[Length $body_bytes_sent] [Gzip $x] [Sent-to $x] \"$http_user_agent\" \"$http_referer\""},
     {.name = "proxy_manager_own",
      .title = "nginx proxy manager, answered itself",
-     .words = "[$time_local] $status - $x $x $host \"$request_uri\" [Client $remote_addr] "
+     .words = "[$time_local] $status - $request_method $x $host \"$request_uri\" [Client $remote_addr] "
               "[Length $body_bytes_sent] [Gzip $x] \"$http_user_agent\" \"$http_referer\""},
     {.name = "alb",
      .title = "Amazon application load balancer",
      .words = "$x $time_iso8601 $x $remote_addr $x $x $x $x $status $x $x $body_bytes_sent \"$request\" "
-              "\"$http_user_agent\"",
+              "\"$http_user_agent\" $x $ssl_protocol",
      .writing = kAmazonBalancer},
     {.name = "elb",
      .title = "Amazon classic load balancer",
      .words = "$time_iso8601 $x $remote_addr $x $x $x $x $status $x $x $body_bytes_sent \"$request\" "
-              "\"$http_user_agent\"",
+              "\"$http_user_agent\" $x $ssl_protocol",
      .writing = kAmazonBalancer},
     {.name = "s3",
      .title = "Amazon S3",
@@ -59,18 +59,21 @@ static constexpr KnownLayout kKnownLayouts[] = {
               "$http_referer $http_user_agent"},
     {.name = "cloudfront",
      .title = "Amazon CloudFront without its head",
-     .words = "$date\t$time\t$x\t$bytes_sent\t$remote_addr\t$x\t$host\t$uri\t$status\t$http_referer\t"
-              "$http_user_agent\t$args",
+     .words =
+         "$date\t$time\t$x\t$bytes_sent\t$remote_addr\t$request_method\t$host\t$uri\t$status\t$http_referer\t"
+         "$http_user_agent\t$args\t$x\t$x\t$x\t$x\t$x\t$x\t$x\t$x\t$ssl_protocol\t$x\t$x\t$server_protocol",
      .writing = kCloudFront},
     {.name = "cloudfront_realtime",
      .title = "Amazon CloudFront in real time",
      .words =
-         "$msec\t$remote_addr\t$x\t$status\t$bytes_sent\t$x\t$x\t$host\t$uri\t$x\t$x\t$x\t$x\t$x\t$x\t$x\t"
-         "$http_user_agent\t$http_referer\t$x\t$args",
+         "$msec\t$remote_addr\t$x\t$status\t$bytes_sent\t$request_method\t$x\t$host\t$uri\t$x\t$x\t$x\t$x\t"
+         "$x\t$server_protocol\t$x\t"
+         "$http_user_agent\t$http_referer\t$x\t$args\t$x\t$x\t$ssl_protocol",
      .writing = kCloudFront},
     {.name = "gcs",
      .title = "Google Cloud Storage",
-     .words = "$msec,$remote_addr,$x,$x,$x,$request_uri,$status,$x,$bytes_sent,$x,$host,$http_referer,"
+     .words = "$msec,$remote_addr,$x,$x,$request_method,$request_uri,$status,$x,$bytes_sent,$x,$host,$http_"
+              "referer,"
               "$http_user_agent,$x",
      .head = "\"time_micros\","},
     {.name = "haproxy",
@@ -100,10 +103,11 @@ static constexpr KnownLayout kKnownLayouts[] = {
               "\"$http_user_agent\" \"$x\" \"$host\" \"$x\""},
     {.name = "squid",
      .title = "Squid",
-     .words = "$msec  $x $remote_addr $x/$status $bytes_sent $x $request_uri $remote_user $x/$x"},
+     .words =
+         "$msec  $x $remote_addr $x/$status $bytes_sent $request_method $request_uri $remote_user $x/$x"},
     {.name = "ssl_request",
      .title = "Apache, requests under TLS",
-     .words = "[$time_local] $remote_addr $x $x \"$request\" $body_bytes_sent"},
+     .words = "[$time_local] $remote_addr $ssl_protocol $x \"$request\" $body_bytes_sent"},
 };
 
 static_assert(std::size(kKnownLayouts) <= kMostKnownLayouts);

@@ -22,8 +22,11 @@ enum class Field : uint8_t {
   kBytes,  // sent to the client
   kReferrer,
   kAgent,
+  kMethod,
+  kProtocol,  // with its version, or that alone
+  kTls,       // the version of TLS
 };
-inline constexpr size_t kFieldCount = static_cast<size_t>(Field::kAgent) + 1;
+inline constexpr size_t kFieldCount = static_cast<size_t>(Field::kTls) + 1;
 
 // The texts of a line, by what they mean; absent (null) are those that the line lacks. They
 // lie in the line as they stand there.

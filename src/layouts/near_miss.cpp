@@ -25,6 +25,9 @@ static int WeightOf(Field field, std::string_view text) {
     case Field::kHost:
       return text.find_first_of(".:") == std::string_view::npos ? 0 : 2;
     case Field::kIgnored:
+    case Field::kMethod:
+    case Field::kProtocol:
+    case Field::kTls:
       return 0;
     default:
       return 1;

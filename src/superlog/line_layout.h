@@ -17,6 +17,8 @@ enum TextPlace : uint8_t {
   kRealmPlace,
   kUserPlace,
   kStemPlace,
+  kMethodPlace,
+  kProtocolPlace,
   kUrlPlace,
   kTextPlaces,
 };

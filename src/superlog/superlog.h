@@ -35,7 +35,10 @@ struct SuperLogRecord {
   std::string_view agent;
   std::string_view realm;
   std::string_view user;
-  std::string_view site;  // the virtual host, perhaps with its port; where the layout has one
+  std::string_view site;      // the virtual host, perhaps with its port; where the layout has one
+  std::string_view method;    // of the request, as it stands there, which may be anything
+  std::string_view protocol;  // the same, as the server or the visitor has spelt it
+  std::string_view tls;       // the version of TLS, likewise; where the layout has one
 };
 
 // Orders of day, month and year in all-numeric dates.
@@ -114,6 +117,9 @@ struct AskedTexts {
   bool realm = false;
   bool user = false;
   bool site = false;
+  bool method = false;
+  bool protocol = false;
+  bool tls = false;
 };
 
 // The texts of both.
@@ -123,7 +129,10 @@ constexpr AskedTexts Both(const AskedTexts& one, const AskedTexts& other) {
           .agent = one.agent || other.agent,
           .realm = one.realm || other.realm,
           .user = one.user || other.user,
-          .site = one.site || other.site};
+          .site = one.site || other.site,
+          .method = one.method || other.method,
+          .protocol = one.protocol || other.protocol,
+          .tls = one.tls || other.tls};
 }
 
 // From the next log file on the other texts of records are absent, and no line is read beyond what is

@@ -74,6 +74,8 @@ LISTS = {
               ("24,-1,8-", lambda r: False)],
     "weekdays": [("mon-fri", lambda r: r.weekday < 5), ("Saturday", lambda r: r.weekday == 5),
                  ("sat-mon", lambda r: r.weekday in (5, 6, 0)), ("mo,xyz", lambda r: False)],
+    "methods": [("GET", lambda r: r.method == "GET"), ("POST,head,M-SEARCH", lambda r: r.method in ("POST", "M-SEARCH")),
+                ("(other)", lambda r: made.METHODS[r.method] == "(other)")],
 }
 
 

@@ -11,9 +11,9 @@ class FindGivenKeysTest : public testing::Test {
  protected:
   // The keys of the words with what they mean, "none" where there are none.
   std::string Keys(std::string_view words) {
-    constexpr std::string_view kNames[kFieldCount] = {"nothing", "host",  "user",     "site", "moment",
-                                                      "date",    "time",  "request",  "url",  "query",
-                                                      "status",  "bytes", "referrer", "agent"};
+    constexpr std::string_view kNames[kFieldCount] = {
+        "nothing", "host",   "user",  "site",     "moment", "date",   "time",     "request", "url",
+        "query",   "status", "bytes", "referrer", "agent",  "method", "protocol", "tls"};
     EXPECT_TRUE(CompileWords(words, *pattern_)) << words;
     FindGivenKeys(*pattern_, *given_);
     std::string keys;
@@ -50,7 +50,7 @@ TEST_F(FindGivenKeysTest, TakesTheWordsOfEachServer) {
 }
 
 TEST_F(FindGivenKeysTest, TakesMethodPathAndQueryOfKeysOfTheirOwn) {
-  EXPECT_EQ(Keys(R"({"t":"%t","m":"%m","u":"%U","q":"%q"})"), "t=moment m=nothing u=url q=query");
+  EXPECT_EQ(Keys(R"({"t":"%t","m":"%m","u":"%U","q":"%q"})"), "t=moment m=method u=url q=query");
   EXPECT_EQ(Keys(R"({"t":"%t","u":"%U%q"})"), "t=moment u=url");
   EXPECT_EQ(Keys(R"({"t":"%t","r":"%m %U%q %H"})"), "t=moment r=request");
   EXPECT_EQ(Keys(R"({"t":"%t","r":"%m %U%q"})"), "none");

@@ -40,8 +40,8 @@ TEST(MeaningOfKey, TellsWhichObjectsBelongToTheRequest) {
 
 TEST(MeaningOfKey, KnowsTheKeysOfLogstash) {
   const std::pair<const char*, Field> keys[] = {
-      {"clientip", Field::kHost},   {"verb", Field::kIgnored},    {"request", Field::kRequest},
-      {"response", Field::kStatus}, {"bytes", Field::kBytes},     {"httpversion", Field::kIgnored},
+      {"clientip", Field::kHost},   {"verb", Field::kMethod},     {"request", Field::kRequest},
+      {"response", Field::kStatus}, {"bytes", Field::kBytes},     {"httpversion", Field::kProtocol},
       {"agent", Field::kAgent},     {"timestamp", Field::kMoment}};
   for (const auto& [key, field] : keys) {
     EXPECT_EQ(MeaningOfKey(key).field, field) << key;
@@ -83,6 +83,16 @@ TEST(MeaningOfHeader, CountsWhatOnlyAHeaderTells) {
                            "Ts", "User", "Query", "Request", "Headers", ""}) {
     EXPECT_EQ(MeaningOfHeader(name).field, Field::kIgnored) << name;
   }
+}
+
+TEST(MeaningInTls, TakesTheVersionAlone) {
+  EXPECT_EQ(MeaningInTls("version").field, Field::kTls);
+  EXPECT_GT(MeaningInTls("version").rank, MeaningOfKey("ssl_protocol").rank);
+  for (const char* key : {"server_name", "proto", "tls", "version_protocol", ""}) {
+    EXPECT_EQ(MeaningInTls(key).field, Field::kIgnored) << key;
+    EXPECT_EQ(MeaningInTls(key).holds, Holds::kNothing) << key;
+  }
+  EXPECT_EQ(MeaningOfKey("tls").holds, Holds::kTls);
 }
 
 TEST(MeaningOfLabel, TakesTheHostOfLtsvForTheClient) {
