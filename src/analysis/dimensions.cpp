@@ -8,6 +8,7 @@
 #include "analysis/rules.h"
 #include "analysis/smart_memory.h"
 #include "analysis/status_meanings.h"
+#include "analysis/url_times.h"
 #include "base/text.h"
 
 // ---- Items ----------------------------------------------------------------------------
@@ -58,6 +59,11 @@ static std::string_view VhostOf(const Request& request, ItemRoom& room) {
   }
   site.remove_suffix(site.size() > 1 && site.back() == '.' ? 1 : 0);
   return std::ranges::any_of(site, [](char c) { return c >= 'A' && c <= 'Z'; }) ? Lowered(site, room) : site;
+}
+
+// Of a request whose time is known.
+static std::string_view UrlOf(const Request& request, ItemRoom&) {
+  return request.record.taken < 0 ? std::string_view{} : request.url;
 }
 
 static bool IsError(int64_t status) {
@@ -288,6 +294,19 @@ constexpr Dimension kDimensions[] = {
      .from = SummedFrom::kRequests,
      .of_request = TlsVersionItem,
      .asks = {.tls = true}},
+    {.parameter = "slow",
+     .behind = "requests",
+     .words =
+         {"Slow URLs", "URL", "URLs", "URL", "the time that a request took", "the time that requests took",
+          "URLs by the time that all of their requests took. Half of a URL's requests took no longer than "
+          "its median, 95 and 99 of 100 no longer than what stands behind it; these figures are less than "
+          "1 % off, and sums are exact."},
+     .columns = "rank,url,count,share,median_us,p95_us,p99_us,sum_us",
+     .from = SummedFrom::kRequests,
+     .of_request = UrlOf,
+     .asks = {.taken = true},
+     .of_site = true,
+     .timed = true},
 };
 constexpr size_t kDimensionCount = std::size(kDimensions);
 static_assert(kDimensionCount <= kMostDimensions);
@@ -336,9 +355,18 @@ void CreateDimensions(const Settings& settings, Analysis& analysis) {
       CountedReport& report = analysis.dimensions[row];
       const Dimension& dimension = kDimensions[row];
       init_list(report.list, report.info, dimension.words.title.text().data(),
-                dimension.led_by != nullptr ? SubLists::kAny : SubLists::kNone, AmountsOf(settings));
+                dimension.led_by != nullptr || dimension.timed ? SubLists::kAny : SubLists::kNone,
+                dimension.timed ? Amounts::kSummed : AmountsOf(settings));
     }
   }
+}
+
+// Amounts of all other keys are the bytes of the request, where they have some.
+static void CountTaken(CountedReport& report, std::string_view item, const SuperLogRecord& record) {
+  count_amounts(record.taken);
+  queue_item(report.list, report.info, item, NameOfBucket(BucketOf(record.taken)), false);
+  count_amounts(std::max<int64_t>(record.bytes, 0));
+  report.total = record.taken > INT64_MAX - report.total ? INT64_MAX : report.total + record.taken;
 }
 
 void CountDimensions(uint32_t dimensions, const Request& request, Analysis& analysis) {
@@ -350,7 +378,9 @@ void CountDimensions(uint32_t dimensions, const Request& request, Analysis& anal
     if (item.empty()) {
       continue;
     }
-    if (item.data() == room) {
+    if (dimension.timed) {
+      CountTaken(analysis.dimensions[row], item, request.record);
+    } else if (item.data() == room) {
       CountCopy(analysis.dimensions[row], item,
                 dimension.led_by != nullptr ? dimension.led_by(request.record) : std::string_view{});
     } else {

@@ -53,6 +53,7 @@ struct Dimension {
   std::string_view (*of_item)(std::string_view item, ItemRoom& room) = nullptr;
   const char* (*name_of)(std::string_view item) = nullptr;  // what an item is called; null: nothing else
   bool of_site = false;                                     // items are paths of the analysed site
+  bool timed = false;  // times of requests are counted (url_times.h), and the total is their sum
 };
 
 extern const Dimension kDimensions[];

@@ -74,12 +74,6 @@ static bool TakeText(SampleReader& reader, std::string_view& text) {
   return true;
 }
 
-// What few reports look at is not worth a whole text where it cannot be told apart from what is around it.
-static bool IsMinor(Field field) {
-  return field == Field::kIgnored || field == Field::kMethod || field == Field::kProtocol ||
-         field == Field::kTls;
-}
-
 static size_t CountTold(std::span<const PatternElement> fields) {
   return static_cast<size_t>(std::count_if(
       fields.begin(), fields.end(), [](const PatternElement& element) { return !IsMinor(element.field); }));

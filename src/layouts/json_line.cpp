@@ -144,15 +144,26 @@ static void TakeNothing(JsonFields& taken, Field field, std::string_view value) 
   }
 }
 
+// Seconds since 1970 have nine digits and more before the point.
+static bool IsBrief(Field field, std::string_view value) {
+  const size_t digits = std::min(value.find_first_not_of("0123456789"), value.size());
+  const bool ends = digits == value.size() || value[digits] == '.';
+  return field == Field::kTakenByForm ? digits == value.size() : ends && digits < 9;
+}
+
+static Field FieldOf(const KeyMeaning& meaning, std::string_view value) {
+  return meaning.brief != Field::kIgnored && IsBrief(meaning.field, value) ? meaning.brief : meaning.field;
+}
+
 static void Take(JsonFields& taken, const KeyMeaning& meaning, std::string_view value, bool escaped) {
   if (value.empty() || value == "-") {
     TakeNothing(taken, meaning.field, value);
     return;
   }
-  const auto field = static_cast<size_t>(meaning.field);
-  value = Trimmed(meaning.field, value);
-  if (meaning.field == Field::kIgnored || meaning.rank >= taken.ranks[field] ||
-      !MayBe(meaning.field, value)) {
+  const Field meant = FieldOf(meaning, value);
+  const auto field = static_cast<size_t>(meant);
+  value = Trimmed(meant, value);
+  if (meant == Field::kIgnored || meaning.rank >= taken.ranks[field] || !MayBe(meant, value)) {
     return;
   }
   taken.ranks[field] = meaning.rank;

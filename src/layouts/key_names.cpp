@@ -171,6 +171,19 @@ static constexpr KeyName kKeyNames[] = {
     {"tlsprotocol", Field::kTls},
     {"sslversion", Field::kTls},
     {"securityprotocol", Field::kTls},
+
+    {"reqtime", Field::kTakenSeconds},
+    {"requesttimems", Field::kTakenMilliseconds},
+    {"requestdurationms", Field::kTakenMilliseconds},
+    {"durationms", Field::kTakenMilliseconds},
+    {"reqtimemicrosec", Field::kTakenMicroseconds},
+    {"taken", Field::kTakenMicroseconds},
+    {"durationus", Field::kTakenMicroseconds},
+    {"durationns", Field::kTakenNanoseconds},
+    {"eventduration", Field::kTakenNanoseconds},
+    {"timetaken", Field::kTakenByForm},
+    {"requestduration", Field::kTakenByForm},
+    {"duration", Field::kTakenByForm},
 };
 
 struct ObjectName {
@@ -203,8 +216,8 @@ static constexpr HeaderName kHeaders[] = {
 
 // Where LTSV and columns call things otherwise than JSON does.
 static constexpr KeyName kLabels[] = {
-    {"host", Field::kHost},  {"remoteaddr", Field::kHost}, {"time", Field::kMoment},
-    {"size", Field::kBytes}, {"reqtime", Field::kIgnored}, {"requesttime", Field::kIgnored},
+    {"host", Field::kHost},  {"remoteaddr", Field::kHost},          {"time", Field::kMoment},
+    {"size", Field::kBytes}, {"requesttime", Field::kTakenSeconds},
 };
 
 static constexpr KeyName kColumns[] = {
@@ -233,6 +246,7 @@ static constexpr KeyName kColumns[] = {
     {"csversion", Field::kProtocol},
     {"csprotocolversion", Field::kProtocol},
     {"sslprotocol", Field::kTls},
+    {"timetaken", Field::kTakenByForm},
 };
 
 // --- Looking names up -----------------------------------------------------------
@@ -331,6 +345,14 @@ static bool TakeKeptHeader(std::string_view key, KeyMeaning& meaning) {
   return IsHeaderBehind(kOfResponse, key);
 }
 
+// Some call the time that a request has taken as others call the time of it, and in Traefik's JSON alone the
+// name of a duration, of nanoseconds, begins with a capital letter.
+static Field BriefOf(std::string_view key, Field field) {
+  return field == Field::kMoment && IsName("requesttime", key)         ? Field::kTakenSeconds
+         : field == Field::kTakenByForm && key.starts_with("Duration") ? Field::kTakenNanoseconds
+                                                                       : Field::kIgnored;
+}
+
 KeyMeaning MeaningOfKey(std::string_view key) {
   KeyMeaning meaning;
   if (key.size() > kLongestKey || TakeKeptHeader(key, meaning)) {
@@ -341,6 +363,7 @@ KeyMeaning MeaningOfKey(std::string_view key) {
     const size_t row = kNameSlots[slot] - size_t{1};
     if (IsName(kKeyNames[row].name, key)) {
       meaning.field = kKeyNames[row].field;
+      meaning.brief = BriefOf(key, meaning.field);
       meaning.rank = static_cast<uint16_t>(kFirstRank + 2 * row + (key.starts_with('@') ? 1 : 0));
       break;
     }

@@ -26,6 +26,7 @@ struct KeyMeaning {
   Field field = Field::kIgnored;
   uint16_t rank = kNoRank;  // of several names of one field in a line the one of the lowest rank counts
   Holds holds = Holds::kNothing;
+  Field brief = Field::kIgnored;  // of a value that is too short for a time, or has no fraction
 };
 
 // What a key of a JSON line means that stands in no object of headers. Only letters and digits are

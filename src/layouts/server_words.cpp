@@ -43,13 +43,22 @@ static constexpr Word kNginxWords[] = {
     {"request_method", Field::kMethod},
     {"server_protocol", Field::kProtocol},
     {"ssl_protocol", Field::kTls},
+    {"request_time", Field::kTakenSeconds},
+    {"request_processing_time", Field::kTakenSeconds},
+    {"target_processing_time", Field::kTakenThen},
+    {"response_processing_time", Field::kTakenLast},
+    {"time_taken", Field::kTakenByForm},
+    {"taken_milliseconds", Field::kTakenMilliseconds},
+    {"taken_microseconds", Field::kTakenMicroseconds},
 };
 
 static constexpr Word kApacheWords[] = {
-    {"h", Field::kHost},   {"a", Field::kHost},     {"u", Field::kUser},  {"v", Field::kSite},
-    {"V", Field::kSite},   {"r", Field::kRequest},  {"U", Field::kUrl},   {"q", Field::kQuery},
-    {"s", Field::kStatus}, {"b", Field::kBytes},    {"B", Field::kBytes}, {"O", Field::kBytes},
-    {"m", Field::kMethod}, {"H", Field::kProtocol},
+    {"h", Field::kHost},         {"a", Field::kHost},     {"u", Field::kUser},
+    {"v", Field::kSite},         {"V", Field::kSite},     {"r", Field::kRequest},
+    {"U", Field::kUrl},          {"q", Field::kQuery},    {"s", Field::kStatus},
+    {"b", Field::kBytes},        {"B", Field::kBytes},    {"O", Field::kBytes},
+    {"m", Field::kMethod},       {"H", Field::kProtocol}, {"D", Field::kTakenMicroseconds},
+    {"T", Field::kTakenSeconds},
 };
 
 // Of %{name}i.
@@ -59,11 +68,26 @@ static constexpr Word kApacheHeaders[] = {
 };
 
 static constexpr Word kHaproxyWords[] = {
-    {"ci", Field::kHost},     {"tr", Field::kMoment}, {"trg", Field::kMoment}, {"trl", Field::kMoment},
-    {"t", Field::kMoment},    {"T", Field::kMoment},  {"Tl", Field::kMoment},  {"Ts", Field::kMoment},
-    {"ST", Field::kStatus},   {"B", Field::kBytes},   {"r", Field::kRequest},  {"HU", Field::kUrl},
-    {"HP", Field::kUrl},      {"HQ", Field::kQuery},  {"HPO", Field::kUrl},    {"HM", Field::kMethod},
-    {"HV", Field::kProtocol}, {"sslv", Field::kTls},
+    {"ci", Field::kHost},
+    {"tr", Field::kMoment},
+    {"trg", Field::kMoment},
+    {"trl", Field::kMoment},
+    {"t", Field::kMoment},
+    {"T", Field::kMoment},
+    {"Tl", Field::kMoment},
+    {"Ts", Field::kMoment},
+    {"ST", Field::kStatus},
+    {"B", Field::kBytes},
+    {"r", Field::kRequest},
+    {"HU", Field::kUrl},
+    {"HP", Field::kUrl},
+    {"HQ", Field::kQuery},
+    {"HPO", Field::kUrl},
+    {"HM", Field::kMethod},
+    {"HV", Field::kProtocol},
+    {"sslv", Field::kTls},
+    {"Ta", Field::kTakenMilliseconds},
+    {"Tt", Field::kTakenMilliseconds},
 };
 
 // Of %[...], and without an argument.
@@ -75,11 +99,25 @@ static constexpr Word kHaproxyFetches[] = {
 };
 
 static constexpr Word kSquidWords[] = {
-    {">a", Field::kHost},     {">A", Field::kHost},      {"un", Field::kUser},   {"ul", Field::kUser},
-    {"ts", Field::kMoment},   {"tl", Field::kMoment},    {"tg", Field::kMoment}, {"ru", Field::kUrl},
-    {">ru", Field::kUrl},     {"rp", Field::kUrl},       {">rp", Field::kUrl},   {"Hs", Field::kStatus},
-    {">Hs", Field::kStatus},  {"<st", Field::kBytes},    {"rm", Field::kMethod}, {">rm", Field::kMethod},
-    {"rv", Field::kProtocol}, {">rv", Field::kProtocol},
+    {">a", Field::kHost},
+    {">A", Field::kHost},
+    {"un", Field::kUser},
+    {"ul", Field::kUser},
+    {"ts", Field::kMoment},
+    {"tl", Field::kMoment},
+    {"tg", Field::kMoment},
+    {"ru", Field::kUrl},
+    {">ru", Field::kUrl},
+    {"rp", Field::kUrl},
+    {">rp", Field::kUrl},
+    {"Hs", Field::kStatus},
+    {">Hs", Field::kStatus},
+    {"<st", Field::kBytes},
+    {"rm", Field::kMethod},
+    {">rm", Field::kMethod},
+    {"rv", Field::kProtocol},
+    {">rv", Field::kProtocol},
+    {"tr", Field::kTakenMilliseconds},
 };
 
 static Field FieldOf(std::span<const Word> words, std::string_view name) {
@@ -280,6 +318,14 @@ static bool AddApacheTime(Pattern& pattern, std::string_view format) {
   return AddField(pattern, count ? Field::kMoment : FieldOfFormat(format));
 }
 
+// Of %{unit}T.
+static Field TakenField(std::string_view unit) {
+  return unit == "ms"   ? Field::kTakenMilliseconds
+         : unit == "us" ? Field::kTakenMicroseconds
+         : unit == "s"  ? Field::kTakenSeconds
+                        : Field::kIgnored;
+}
+
 static Field HeaderField(std::string_view name) {
   for (const Word& word : kApacheHeaders) {
     if (EqualIgnoreCase(word.name, name)) {
@@ -305,6 +351,9 @@ static bool AddApacheWord(Pattern& pattern, WordReader& reader) {
   }
   if (letter == "i") {
     return AddField(pattern, HeaderField(name));
+  }
+  if (named && letter == "T") {
+    return AddField(pattern, TakenField(name));
   }
   if (named && (letter == "x" || letter == "c") && name == "SSL_PROTOCOL") {
     return AddField(pattern, Field::kTls);

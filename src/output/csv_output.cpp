@@ -27,6 +27,7 @@ struct CsvRow {
   double share;
   const char* detail;  // engine, name, time zone or the item that was led to; empty: none
   int64_t bytes = -1;  // below 0: none
+  TimesTaken times = {};
 };
 
 struct Cells {
@@ -62,6 +63,28 @@ static void PutWithDetail(Cells& cells, const CsvRow& row) {
   PutText(cells, row.detail);
 }
 
+// Of times, these are what there is to say besides.
+static void PutWithTimes(Cells& cells, const CsvRow& row) {
+  PutWithoutDetail(cells, row);
+  for (const int64_t time : {row.times.median, row.times.of_95, row.times.of_99, row.times.sum}) {
+    Put(cells.sink, ",");
+    PutNumber(cells.sink, time);
+  }
+}
+
+// The same in the one column that there is among other sections.
+static void PutTimesAsDetail(Cells& cells, const CsvRow& row) {
+  PutWithoutDetail(cells, row);
+  Put(cells.sink, ",median_us ");
+  PutNumber(cells.sink, row.times.median);
+  Put(cells.sink, " p95_us ");
+  PutNumber(cells.sink, row.times.of_95);
+  Put(cells.sink, " p99_us ");
+  PutNumber(cells.sink, row.times.of_99);
+  Put(cells.sink, " sum_us ");
+  PutNumber(cells.sink, row.times.sum);
+}
+
 // Rows that stand in an order of their own have no rank.
 static void PutTime(Cells& cells, const CsvRow& row) {
   PutText(cells, row.item);
@@ -82,7 +105,7 @@ template <typename PutRow>
 static void PutRows(SectionRows& rows, const char* detail_of_all, PutRow put) {
   int64_t rank = 0;
   for (SectionRow row; NextRow(rows, row);) {
-    put(CsvRow{++rank, row.item, row.count, row.share, DetailOf(row, detail_of_all), row.bytes});
+    put(CsvRow{++rank, row.item, row.count, row.share, DetailOf(row, detail_of_all), row.bytes, row.times});
   }
 }
 
@@ -131,7 +154,9 @@ static_assert(TablesOfSections() == kNamedSections);
 static Table TableOf(const Section& section) {
   const Dimension& dimension = *section.dimension;
   return {dimension.parameter, section.id, false, dimension.columns,
-          dimension.name_of != nullptr ? PutWithDetail : PutWithoutDetail};
+          dimension.timed                ? PutWithTimes
+          : dimension.name_of != nullptr ? PutWithDetail
+                                         : PutWithoutDetail};
 }
 
 static bool HasReferrers(const Section& section) {
@@ -192,7 +217,7 @@ static void PutBytes(Cells& cells, const CsvRow& row) {
 }
 
 static bool HasBytes(const Table& table, const Settings& settings) {
-  return SectionOf(table.section).rows == RowKind::kRanked && !table.referrers &&
+  return SectionOf(table.section).rows == RowKind::kRanked && !table.referrers && table.put != PutWithTimes &&
          AmountsOf(settings) == Amounts::kSummed;
 }
 
@@ -218,7 +243,7 @@ static void PutAll(Cells& cells, const Settings& settings, Analysis& analysis) {
       PutTable(table, settings, analysis, [&](const CsvRow& row) {
         PutCsv(cells.sink, table.name, cells.guarded);
         Put(cells.sink, ",");
-        PutWithDetail(cells, row);
+        (row.times.sum >= 0 ? PutTimesAsDetail : PutWithDetail)(cells, row);
         if (bytes) {
           PutBytes(cells, row);
         }

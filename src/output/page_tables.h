@@ -23,6 +23,7 @@ struct Table {
   Lead lead;
   bool shares;            // there is a total
   bool bytes = false;     // rows have bytes
+  bool times = false;     // rows have times
   int64_t rows;           // that will come
   const char* name = "";  // a text of the program or of the configuration
   int64_t next = 0;       // number of the next row

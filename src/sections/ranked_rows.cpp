@@ -6,6 +6,15 @@
 #include "analysis/resolve_item.h"
 #include "analysis/rules.h"
 
+static bool IsTimed(const Section& section) {
+  return section.dimension != nullptr && section.dimension->timed;
+}
+
+// Rows with times stand by their sums.
+static RankedBy OrderIn(const Settings& settings, const Section& section) {
+  return IsTimed(section) ? RankedBy::kAmount : OrderOf(settings);
+}
+
 // The first row has it, unless bytes rank them.
 static int64_t LargestCount(const List& list, RankedBy by) {
   int64_t largest = 0;
@@ -24,8 +33,9 @@ static ItemSummary Summarise(const Settings& settings, const Section& section, A
                       .total = BaseOf(section, analysis).total,
                       .cut_off = cut_off,
                       .all_shown = AllShown(cut_off, distinct),
-                      .bytes = AmountsOf(settings) == Amounts::kSummed,
-                      .largest = LargestCount(list, OrderOf(settings)),
+                      .bytes = AmountsOf(settings) == Amounts::kSummed && !IsTimed(section),
+                      .times = IsTimed(section),
+                      .largest = LargestCount(list, IsTimed(section) ? RankedBy::kCount : OrderOf(settings)),
                       .brands = {}};
   std::transform(section.items.brands.begin(), section.items.brands.end(), summary.brands.begin(),
                  [&analysis](const Brand& brand) {
@@ -42,7 +52,7 @@ RankedRows OpenRanked(const Settings& settings, const Section& section, Analysis
           &settings,
           &section.items,
           section.dimension,
-          OpenItems(list, summary.cut_off, OrderOf(settings)),
+          OpenItems(list, summary.cut_off, OrderIn(settings, section)),
           {}};
 }
 
@@ -91,10 +101,11 @@ bool NextRanked(RankedRows& rows, RankedRow& row) {
   }
   row = {item->name,
          item->count,
-         item->has_amount ? item->amount() : -1,
-         Share(item->count, rows.summary.total),
+         rows.summary.bytes && item->has_amount ? item->amount() : -1,
+         Share(rows.summary.times ? AmountOf(*item) : item->count, rows.summary.total),
          SiteOf(rows, *item),
          Describe(rows, *item),
+         rows.summary.times ? TimesOf(*item) : TimesTaken{},
          ReferrersOf(rows, *item)};
   return true;
 }

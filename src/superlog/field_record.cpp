@@ -15,6 +15,7 @@
 #include "layouts/moment.h"
 #include "layouts/near_miss.h"
 #include "layouts/recognition.h"
+#include "layouts/taken.h"
 #include "superlog/byte_scan.h"
 #include "superlog/kept_texts.h"
 #include "superlog/line_reader.h"
@@ -268,6 +269,7 @@ static void TakeMoreTexts(const LineFields& fields, std::string_view request, Su
   TakeOrKeep(fields, Field::kMethod, kMethodLetter[0], record.method);
   TakeOrKeep(fields, Field::kProtocol, kProtocolLetter[0], record.protocol);
   TakeAsked(fields, Field::kTls, kTlsLetter[0], record.tls);
+  record.taken = IsAsked(kTakenLetter[0]) ? TakenIn(fields) : kNotTaken;
 }
 
 // False when the fields make no request, for want of a time.

@@ -19,6 +19,7 @@ enum TextPlace : uint8_t {
   kStemPlace,
   kMethodPlace,
   kProtocolPlace,
+  kTakenPlace,
   kUrlPlace,
   kTextPlaces,
 };

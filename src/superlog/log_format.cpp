@@ -43,7 +43,7 @@ static constexpr FieldName kW3cIisNames[] = {
     {"c-ip", 'h'},        {"c-username", 'w'},  {"cs-username", 'w'},    {"cs-uri-query", 'e'},
     {"cs-uri-stem", 'x'}, {"cs(Referer)", 'f'}, {"cs(User-Agent)", 'a'}, {"date", '3'},
     {"s-ip", 'm'},        {"sc-bytes", 'c'},    {"sc-status", 'r'},      {"time", '9'},
-    {"cs-method", 'M'},   {"cs-version", 'P'},
+    {"cs-method", 'M'},   {"cs-version", 'P'},  {"time-taken", 'D'},
 };
 
 // Matched ignoring case in W3C logs of WebSTAR 2.1, exactly in its own.
@@ -168,6 +168,7 @@ void SuperLog_AskFor(const AskedTexts& asked) {
                {asked.method, kMethodLetter},
                {asked.protocol, kProtocolLetter},
                {asked.tls, kTlsLetter},
+               {asked.taken, kTakenLetter},
                // Where users may hold spaces, the reader must know which field is theirs.
                {asked.user || mLogLimits.escapes, "w"}};
   char* end = mUnaskedLetters;
@@ -175,7 +176,7 @@ void SuperLog_AskFor(const AskedTexts& asked) {
     end += text.letters.copy(end, text.asked ? 0 : text.letters.size());
   }
   *end = '\0';
-  mMoreTexts = asked.site || asked.method || asked.protocol || asked.tls;
+  mMoreTexts = asked.site || asked.method || asked.protocol || asked.tls || asked.taken;
 }
 
 bool IsAsked(char letter) {

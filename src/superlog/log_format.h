@@ -30,7 +30,7 @@ enum LogFamily : int {
 inline constexpr const char* LOG_FORMAT_STR_CLF = "Shmw1qrc";
 inline constexpr const char* LOG_FORMAT_STR_ELF = "Shmw1qrcfa";
 inline constexpr const char* LOG_FORMAT_STR_WLF = "T4h?mw?uf?arc?";
-inline constexpr const char* LOG_FORMAT_STR_IIS = "Chw29v?m??cr?Mxefa";
+inline constexpr const char* LOG_FORMAT_STR_IIS = "Chw29v?mD?cr?Mxefa";
 inline constexpr const char* LOG_FORMAT_STR_MacHTTP = "T29khxc";
 
 // Layout of the current file, valid while mFormatKnown. The letters of texts that nobody asks for are "?"
@@ -44,11 +44,12 @@ extern int mCurLogFormat;  // a LogFamily
 bool IsAsked(char letter);
 
 // Stand for texts for which layouts that a user writes in letters have none: the virtual host, the method,
-// the protocol, the version of TLS.
+// the protocol, the version of TLS, the time taken.
 inline constexpr char kSiteLetter[] = "V";
 inline constexpr char kMethodLetter[] = "M";
 inline constexpr char kProtocolLetter[] = "P";
 inline constexpr char kTlsLetter[] = "L";
+inline constexpr char kTakenLetter[] = "D";
 
 // Whether somebody looks at one of these.
 extern bool mMoreTexts;

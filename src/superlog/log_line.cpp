@@ -12,6 +12,7 @@
 #include "dates/days.h"
 #include "dates/local_time.h"
 #include "layouts/known_layouts.h"
+#include "layouts/taken.h"
 #include "layouts/wrappers.h"
 #include "superlog/byte_scan.h"
 #include "superlog/digits.h"
@@ -377,6 +378,7 @@ static void TranslateMacPath(std::string_view url) {
 [[gnu::cold, gnu::noinline]] static void TakeTextsOfRequest(std::string_view request,
                                                             SuperLogRecord& record) {
   record.site = record.tls = {};
+  record.taken = kNotTaken;
   record.method = IsAsked(kMethodLetter[0]) ? MethodOfRequest(request) : std::string_view{};
   record.protocol = IsAsked(kProtocolLetter[0]) ? ProtocolOfRequest(request) : std::string_view{};
 }
@@ -389,6 +391,7 @@ static void TranslateMacPath(std::string_view url) {
   const std::string_view protocol = Something(mFields[plan.texts[kProtocolPlace]]);
   record.method = IsAbsent(method) ? record.method : method;
   record.protocol = IsAbsent(protocol) ? record.protocol : protocol;
+  record.taken = ReadTakenByForm(mFields[plan.texts[kTakenPlace]]);
 }
 
 static void SettleUrl(std::string_view& url, const FieldPlan& plan) {

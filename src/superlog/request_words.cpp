@@ -20,7 +20,9 @@ static bool IsProtocol(std::string_view word) {
          IsDigitAscii(version[0]) && version.find_first_not_of("0123456789.") == std::string_view::npos;
 }
 
+// The quote behind a request stays with it where a line ends too early.
 std::string_view ProtocolOfRequest(std::string_view request) {
+  request.remove_suffix(request.ends_with('"') ? 1 : 0);
   const size_t first = request.find(' ');
   const size_t last = request.rfind(' ');
   if (first == last) {

@@ -73,6 +73,7 @@ PARAMETERS = {
     # Of which the logs have none.
     "vhosts": (REFUSED, "1"), "vhosts_top": (NOTHING, "1"), "vhosts_greater": (NOTHING, "1"),
     "tlsversions": (REFUSED, "1"), "tlsversions_top": (NOTHING, "1"), "tlsversions_greater": (NOTHING, "1"),
+    "slow": (REFUSED, "1"), "slow_top": (NOTHING, "1"), "slow_greater": (NOTHING, "1"),
     "search_casesensitive": (NOTHING, "1"),
     "badurl_referrers": (PRINTED, "0"),
     "own_referrers": (REFUSED, "1"),

@@ -191,7 +191,7 @@ def later_sections(chance):
     """By another chance, so that one more of them changes nothing else."""
     words = [f"{name}=1,{chance.choice(['0', '0', '5', '20%'])}"
              for name in ("statuses", "hosts", "users", "referringsites", "directories", "filetypes",
-                          "browserfamilies", "systems", "devices", "robots", "vhosts", "servererrors", "methods", "protocols", "tlsversions") if chance.random() < 0.4]
+                          "browserfamilies", "systems", "devices", "robots", "vhosts", "servererrors", "methods", "protocols", "tlsversions", "slow") if chance.random() < 0.4]
     filters = ["exclude_robots=1", "only_statuses=2xx,404", "exclude_hosts=192.0.2.0/24", "only_hours=6-20", "exclude_weekdays=sun", "only_methods=GET"]
     return words + [word for word in ("bytes=1", "order=bytes", *filters) if chance.random() < 0.1]
 

@@ -99,7 +99,8 @@ TEST(MeaningOfLabel, TakesTheHostOfLtsvForTheClient) {
   EXPECT_EQ(MeaningOfLabel("host").field, Field::kHost);
   EXPECT_EQ(MeaningOfKey("host").field, Field::kSite);
   EXPECT_EQ(MeaningOfLabel("ua").field, Field::kAgent);
-  EXPECT_EQ(MeaningOfLabel("reqtime").field, Field::kIgnored);
+  EXPECT_EQ(MeaningOfLabel("reqtime").field, Field::kTakenSeconds);
+  EXPECT_EQ(MeaningOfLabel("request_time").field, Field::kTakenSeconds);
 }
 
 TEST(MeaningOfColumn, KnowsNamesInAnyCase) {
@@ -107,5 +108,6 @@ TEST(MeaningOfColumn, KnowsNamesInAnyCase) {
   EXPECT_EQ(MeaningOfColumn("CS(user-agent)"), Field::kAgent);
   EXPECT_EQ(MeaningOfColumn("c-ip"), Field::kHost);
   EXPECT_EQ(MeaningOfColumn("date"), Field::kDate);
-  EXPECT_EQ(MeaningOfColumn("time-taken"), Field::kIgnored);
+  EXPECT_EQ(MeaningOfColumn("time-taken"), Field::kTakenByForm);
+  EXPECT_EQ(MeaningOfColumn("cs-bytes"), Field::kIgnored);
 }

@@ -136,10 +136,10 @@ TEST_F(GrokLineFormatTest, CountsSeparators) {
     int family;
     const char* format;
   } const rows[] = {
-      {Repeat("a,", 15), kFamilyIis, "Chw29v?m??cr?Mxefa"},
+      {Repeat("a,", 15), kFamilyIis, "Chw29v?mD?cr?Mxefa"},
       {Repeat("a,", 14), kFamilyNone, ""},
-      {Repeat("a, ", 15), kFamilyIis, "Chw29v?m??cr?Mxefa"},
-      {Repeat("a,\t", 15), kFamilyIis, "Chw29v?m??cr?Mxefa"},
+      {Repeat("a, ", 15), kFamilyIis, "Chw29v?mD?cr?Mxefa"},
+      {Repeat("a,\t", 15), kFamilyIis, "Chw29v?mD?cr?Mxefa"},
       {Repeat("a, ", 14), kFamilyClf, "Shmw1qrcfa"},
       {Repeat("a\t", 12), kFamilyWebSite, "T4h?mw?uf?arc?"},
       {Repeat("a \t", 12), kFamilyWebSite, "T4h?mw?uf?arc?"},

@@ -1,4 +1,4 @@
-// Methods, protocols and versions of TLS of records, from every way in which lines are read.
+// Methods, protocols, versions of TLS and times taken of records, from every way in which lines are read.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -106,6 +106,36 @@ TEST_F(MoreTextsTest, AreAbsentWhereNobodyAsksForThem) {
   EXPECT_EQ(Read(log, {.protocol = true}), (Records{"~ HTTP/1.1 ~", "~ HTTP/1.1 ~", "~ ~ ~"}));
   EXPECT_EQ(Read(log, {.method = true}), (Records{"GET ~ ~", "GET ~ ~", "HEAD ~ ~"}));
   EXPECT_EQ(Read(log, {.tls = true}), (Records{"~ ~ ~", "~ ~ ~", "~ ~ TLSv1.2"}));
+}
+
+static std::vector<int64_t> Taken(const std::string& log, bool asked = true) {
+  SuperLog_AskFor({.taken = asked});
+  OpenLogText(log);
+  ResetFileFormat();
+  std::vector<int64_t> taken;
+  for (SuperLogRecord record{}; SuperLog_ParseNextLine(record);) {
+    taken.push_back(record.taken);
+  }
+  CloseLog();
+  return taken;
+}
+
+TEST_F(MoreTextsTest, TakenIsATimeWhereTheLayoutHasOne) {
+  const std::string squid = "1709622371.123   17 192.0.2.7 TCP/200 12 GET http://www.example.com/e - X/- -\n";
+  const std::string iis =
+      "#Software: Microsoft Internet Information Services 10.0\n#Fields: date time cs-uri-stem sc-status "
+      "time-taken\n"
+      "2024-03-05 07:06:11 /a 200 15\n2024-03-05 07:06:11 /a 200 -\n2024-03-05 07:06:11 /a 200\n";
+  const std::string native =
+      "192.0.2.7, -, 03/05/00, 07:06:11, W3SVC1, WEB4, 10.0.0.4, 120, 310, 3428, 200, 0, GET, /a, -, -, "
+      "Lynx,\n";
+  using Times = std::vector<int64_t>;
+  EXPECT_EQ(Taken(squid + Line("GET /a HTTP/1.1") + squid), (Times{17000, -1, 17000}));
+  EXPECT_EQ(Taken(iis), (Times{15000, -1, -1}));
+  EXPECT_EQ(Taken(native), (Times{120000}));
+  for (const std::string& log : {squid, native}) {
+    EXPECT_EQ(Taken(log, false), (Times{-1}));
+  }
 }
 
 TEST_F(MoreTextsTest, OfALineAreNotThoseOfTheOneBefore) {

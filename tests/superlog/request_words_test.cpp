@@ -20,6 +20,7 @@ TEST(ProtocolOfRequest, IsTheLastWordBehindTheUrl) {
   EXPECT_EQ(ProtocolOfRequest("GET /a HTTP/1.1"), "HTTP/1.1");
   EXPECT_EQ(ProtocolOfRequest("GET /a b HTTP/2"), "HTTP/2");
   EXPECT_EQ(ProtocolOfRequest("OPTIONS / RTSP/1.0"), "RTSP/1.0");
+  EXPECT_EQ(ProtocolOfRequest("GET /a HTTP/1.1\""), "HTTP/1.1");
 }
 
 TEST(ProtocolOfRequest, IsLettersASlashAndANumber) {
