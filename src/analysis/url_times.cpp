@@ -99,12 +99,16 @@ static size_t BucketAt(const Counts& counts, uint64_t rank) {
   return bucket;
 }
 
+// A single time is the sum, and none of several is above it.
 TimesTaken TimesOf(const ListItem& item) {
   Counts counts;
   const uint64_t all = TakeCounts(item, counts);
-  const auto time_at = [&counts](uint64_t rank) { return MiddleOf(BucketAt(counts, rank)); };
+  const int64_t sum = AmountOf(item);
+  const auto time_at = [&](uint64_t rank) {
+    return all == 1 ? sum : std::min(MiddleOf(BucketAt(counts, rank)), sum);
+  };
   return {.median = time_at(all - all / 2),
           .of_95 = time_at(all - all / 20),
           .of_99 = time_at(all - all / 100),
-          .sum = AmountOf(item)};
+          .sum = sum};
 }

@@ -21,8 +21,8 @@ std::string_view NameOfBucket(size_t bucket);
 // The time that stands for all of a bucket, in microseconds.
 int64_t MiddleOf(size_t bucket);
 
-// Microseconds: what no more than half, 5 and 1 of 100 requests took longer than, as the middle of a bucket;
-// and what all took together.
+// Microseconds: what no more than half, 5 and 1 of 100 requests took longer than, as the middle of a bucket,
+// or as it is of a single request; and what all took together.
 struct TimesTaken {
   int64_t median = 0;
   int64_t of_95 = 0;

@@ -112,8 +112,8 @@ TEST_F(DimensionsTest, TimesCountByUrlWithTheirSum) {
   for (const ListItem* item = slow.list.first; item != nullptr; item = item->next) {
     const TimesTaken times = TimesOf(*item);
     EXPECT_EQ(times.sum, item->key() == "/a" ? 36000 : 3000);
-    EXPECT_EQ(times.median, MiddleOf(BucketOf(item->key() == "/a" ? 17000 : 3000)));
-    EXPECT_EQ(times.of_95, MiddleOf(BucketOf(item->key() == "/a" ? 19000 : 3000)));
+    EXPECT_EQ(times.median, item->key() == "/a" ? MiddleOf(BucketOf(17000)) : 3000);
+    EXPECT_EQ(times.of_95, item->key() == "/a" ? MiddleOf(BucketOf(19000)) : 3000);
   }
   for (List* list : {&analysis_.urls.list, &Of("methods").list}) {
     int64_t bytes = 0;

@@ -76,6 +76,21 @@ TEST_F(TimesOfTest, OfOneTimeIsThatTime) {
   EXPECT_EQ(times.sum, 100);
 }
 
+TEST_F(TimesOfTest, OfASingleTimeIsExact) {
+  Count(1000001);
+  EXPECT_NE(MiddleOf(BucketOf(1000001)), 1000001);
+  EXPECT_EQ(TimesOf(*list_.first).median, 1000001);
+  EXPECT_EQ(TimesOf(*list_.first).of_99, 1000001);
+}
+
+TEST_F(TimesOfTest, IsNeverAboveTheSum) {
+  Count(0);
+  Count(1000000);
+  ASSERT_GT(MiddleOf(BucketOf(1000000)), 1000000);
+  EXPECT_EQ(TimesOf(*list_.first).median, 0);
+  EXPECT_EQ(TimesOf(*list_.first).of_95, 1000000);
+}
+
 // The times are 1 to n, so that the one at a rank is the rank.
 TEST_F(TimesOfTest, TakesTheFirstTimeThatEnoughAreNotAbove) {
   for (int64_t n = 1; n <= 120; ++n) {
@@ -93,6 +108,7 @@ TEST_F(TimesOfTest, PassesOverWhatIsNoBucket) {
     add_item(list_, info_, "/a", name, nullptr, false);
   }
   EXPECT_EQ(TimesOf(*list_.first).of_99, 0);
+  Count(77);
   Count(77);
   EXPECT_EQ(TimesOf(*list_.first).median, 77);
 }
