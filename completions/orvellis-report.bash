@@ -11,7 +11,7 @@ _orvellis_report_values() { # OPTION
     --memory) echo 16M 64M 256M 1G ;;
     --order) echo requests bytes ;;
     --compare) echo previous weekdays year ;;
-    --only | --exclude) echo statuses= hosts= agents= robots=1 referrers= vhosts= users= hours= weekdays= countries= ;;
+    --only | --exclude) echo statuses= hosts= agents= robots=1 referrers= vhosts= users= hours= weekdays= countries= methods= ;;
     --workers) echo 1 2 4 8 16 ;;
     --log-format) echo json ltsv squid haproxy vhost_combined Shmw1qrc Shmw1qrcfa 'S?hmw1qrcfa' ;;
     --server) echo apache nginx lighttpd ;;
@@ -23,7 +23,7 @@ _orvellis_report_values() { # OPTION
 # The last of a list divided by commas.
 _orvellis_report_sections() { # WORD
   local done='' sections='requests referrers search browsers badurls badreferrers domains domaintypes dailytotals
-    hitsperdayofweek hitsperhour hoursofweek statuses hosts users referringsites directories filetypes browserfamilies systems devices robots vhosts servererrors visitors entrypages exitpages countries'
+    hitsperdayofweek hitsperhour hoursofweek statuses hosts users referringsites directories filetypes browserfamilies systems devices robots vhosts servererrors visitors entrypages exitpages countries methods protocols tlsversions slow'
   case $1 in *,*) done=${1%,*}, ;; esac
   mapfile -t COMPREPLY < <(compgen -P "$done" -W "$sections" -- "${1##*,}")
   compopt -o nospace

@@ -21,7 +21,7 @@ static void CheckLayout() {
 static void CheckLetters() {
   const std::string_view layout = mKnownFormatBuf;
   if (mFormatKnown && mCurLogFormat != kFamilyUser && mCurLogFormat != kFamilyWebSite) {
-    REQUIRE(layout.find_first_not_of("STC123459acefhkmnpqruvwx?") == std::string_view::npos);
+    REQUIRE(layout.find_first_not_of("STC123459acefhkmnpqruvwxMPD?") == std::string_view::npos);
   }
   if (mFormatKnown && mCurLogFormat != kFamilyWebSite) {
     REQUIRE(layout.back() != '?' && layout.back() != ' ');

@@ -1,6 +1,7 @@
 // One line as JSON, as LTSV and as each envelope: what is handed out lies in the line or in the room, and
 // decoded texts are never longer than they were.
 #include "layouts/layout.h"
+#include "layouts/taken.h"
 #include "support.h"
 
 static void CheckWithin(std::string_view text, std::string_view whole) {
@@ -20,6 +21,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     for (size_t i = 0; i < kFieldCount; ++i) {
       CheckWithin(fields.texts[i], line);
       CheckWithin(labelled.texts[i], line);
+    }
+    for (const LineFields& taken : {fields, labelled}) {
+      REQUIRE(TakenIn(taken) >= kNotTaken && TakenIn(taken) <= kMostTaken);
     }
   }
   for (int wrapper = 0; wrapper < kWrapperCount; ++wrapper) {

@@ -8,9 +8,11 @@
 #include "analysis/countries.h"
 #include "analysis/country_names.h"
 #include "analysis/normalise.h"
+#include "analysis/protocols.h"
 #include "analysis/rules.h"
 #include "analysis/smart_memory.h"
 #include "analysis/status_meanings.h"
+#include "analysis/url_times.h"
 #include "base/text.h"
 #include "dates/days.h"
 
@@ -28,6 +30,23 @@ static std::string_view ItselfOf(std::string_view item, ItemRoom&) {
   return item;
 }
 
+// Of texts of the program nobody may read what is behind them, as those do who count a view.
+static std::string_view Copied(std::string_view text, ItemRoom& room) {
+  return {room, text.copy(room, kLongestItem)};
+}
+
+static std::string_view MethodItem(const Request& request, ItemRoom& room) {
+  return Copied(MethodOf(request.record), room);
+}
+
+static std::string_view ProtocolItem(const Request& request, ItemRoom& room) {
+  return Copied(ProtocolOf(request.record), room);
+}
+
+static std::string_view TlsVersionItem(const Request& request, ItemRoom& room) {
+  return Copied(TlsVersionOf(request.record), room);
+}
+
 // In small letters.
 static std::string_view Lowered(std::string_view text, ItemRoom& room) {
   const size_t length = text.copy(room, kLongestItem);
@@ -40,6 +59,11 @@ static std::string_view VhostOf(const Request& request, ItemRoom& room) {
   std::string_view site = WithoutPort(request.record.site);
   site.remove_suffix(site.size() > 1 && site.back() == '.' ? 1 : 0);
   return std::ranges::any_of(site, [](char c) { return c >= 'A' && c <= 'Z'; }) ? Lowered(site, room) : site;
+}
+
+// Of a request whose time is known.
+static std::string_view UrlOf(const Request& request, ItemRoom&) {
+  return request.record.taken < 0 ? std::string_view{} : request.url;
 }
 
 static bool IsError(int64_t status) {
@@ -331,6 +355,43 @@ constexpr Dimension kDimensions[] = {
      .of_item = CountryOf,
      .name_of = NameOfCountry,
      .name_is_read = true},
+    {.parameter = "methods",
+     .behind = "statuses",
+     .words = {"Methods", "Method", "methods", "method", "request that names a method",
+               "requests that name a method", "What visitors asked the server to do."},
+     .columns = "rank,method,count,share",
+     .from = SummedFrom::kRequests,
+     .of_request = MethodItem,
+     .asks = {.method = true}},
+    {.parameter = "protocols",
+     .behind = "methods",
+     .words = {"Protocols", "Protocol", "protocols", "protocol", "request that names a protocol",
+               "requests that name a protocol", "Which HTTP visitors' programs spoke."},
+     .columns = "rank,protocol,count,share",
+     .from = SummedFrom::kRequests,
+     .of_request = ProtocolItem,
+     .asks = {.protocol = true}},
+    {.parameter = "tlsversions",
+     .behind = "protocols",
+     .words = {"TLS versions", "Version", "versions", "version", "request that came under TLS",
+               "requests that came under TLS", "How connections were encrypted, where the log tells it."},
+     .columns = "rank,version,count,share",
+     .from = SummedFrom::kRequests,
+     .of_request = TlsVersionItem,
+     .asks = {.tls = true}},
+    {.parameter = "slow",
+     .behind = "requests",
+     .words =
+         {"Slow URLs", "URL", "URLs", "URL", "the time that a request took", "the time that requests took",
+          "URLs by the time that all of their requests took. Half of a URL's requests took no longer than "
+          "its median, 95 and 99 of 100 no longer than what stands behind it; these figures are less than "
+          "1 % off, and sums are exact."},
+     .columns = "rank,url,count,share,median_us,p95_us,p99_us,sum_us",
+     .from = SummedFrom::kRequests,
+     .of_request = UrlOf,
+     .asks = {.taken = true},
+     .of_site = true,
+     .timed = true},
 };
 constexpr size_t kDimensionCount = std::size(kDimensions);
 static_assert(kDimensionCount <= kMostDimensions);
@@ -409,6 +470,9 @@ uint32_t DimensionsOfRequests(const Settings& settings) {
 
 // A figure of visits needs the room of bytes, which they have none of.
 static Amounts AmountsOf(const Dimension& dimension, const Settings& settings) {
+  if (dimension.timed) {
+    return Amounts::kSummed;
+  }
   if (dimension.from != SummedFrom::kVisits) {
     return AmountsOf(settings);
   }
@@ -421,11 +485,19 @@ void CreateDimensions(const Settings& settings, Analysis& analysis) {
       CountedReport& report = analysis.dimensions[row];
       const Dimension& dimension = kDimensions[row];
       init_list(report.list, report.info, dimension.words.title.text().data(),
-                dimension.led_by != nullptr ? SubLists::kAny : SubLists::kNone,
+                dimension.led_by != nullptr || dimension.timed ? SubLists::kAny : SubLists::kNone,
                 AmountsOf(dimension, settings));
     }
   }
   analysis.visits = IsSummedFrom(settings, SummedFrom::kVisits) ? NewVisits() : nullptr;
+}
+
+// Amounts of all other keys are the bytes of the request, where they have some.
+static void CountTaken(CountedReport& report, std::string_view item, const SuperLogRecord& record) {
+  count_amounts(record.taken);
+  queue_item(report.list, report.info, item, NameOfBucket(BucketOf(record.taken)), false);
+  count_amounts(std::max<int64_t>(record.bytes, 0));
+  report.total = record.taken > INT64_MAX - report.total ? INT64_MAX : report.total + record.taken;
 }
 
 void CountDimensions(uint32_t dimensions, const Request& request, Analysis& analysis) {
@@ -434,10 +506,15 @@ void CountDimensions(uint32_t dimensions, const Request& request, Analysis& anal
     const auto row = static_cast<size_t>(std::countr_zero(dimensions));
     const Dimension& dimension = kDimensions[row];
     const std::string_view item = dimension.of_request(request, room);
-    if (item.data() == room) {
+    if (item.empty()) {
+      continue;
+    }
+    if (dimension.timed) {
+      CountTaken(analysis.dimensions[row], item, request.record);
+    } else if (item.data() == room) {
       CountCopy(analysis.dimensions[row], item,
                 dimension.led_by != nullptr ? dimension.led_by(request.record) : std::string_view{});
-    } else if (!item.empty()) {
+    } else {
       CountItem(analysis.dimensions[row], item, false);
     }
   }

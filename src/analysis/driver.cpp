@@ -450,11 +450,14 @@ static void CountRecord(const Rules& rules, const SuperLogRecord& record, Analys
 }
 
 // Of an earlier day, what is told of those that the others are compared with. False where it is of none.
-[[gnu::noinline]] static bool CountEarlierRecord(const Rules& rules, const SuperLogRecord& record,
+[[gnu::noinline]] static bool CountEarlierRecord(const Rules& rules, SuperLogRecord& record,
                                                  Analysis& analysis) {
   Comparison& comparison = analysis.comparison;
   if (record.time < comparison.first || record.time > comparison.last) {
     return false;
+  }
+  if (rules.anonymise) {
+    TakePersonOut(record, rules.by_country);
   }
   if (!IsSelected(rules, record, UrlOf(rules, record))) {
     return true;

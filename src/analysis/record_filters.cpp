@@ -8,6 +8,7 @@
 #include "agents/agent.h"
 #include "analysis/countries.h"
 #include "analysis/normalise.h"
+#include "analysis/protocols.h"
 #include "base/network.h"
 #include "base/text.h"
 
@@ -148,6 +149,11 @@ static bool IsVhost(const SuperLogRecord& record, std::string_view item) {
   return !record.site.empty() && IsText(WithoutPort(record.site), item);
 }
 
+// As they are counted; case counts, as it does in requests.
+static bool IsMethod(const SuperLogRecord& record, std::string_view item) {
+  return MethodOf(record) == item;
+}
+
 static bool IsUser(const SuperLogRecord& record, std::string_view item) {
   return !record.user.empty() && IsText(record.user, item);
 }
@@ -214,6 +220,7 @@ constexpr RecordFilter kRecordFilters[] = {
     {"hours", "Hour", "8-17, 22-5", {}, IsHour},
     {"weekdays", "Weekday", "mon-fri, sunday", {}, IsWeekday},
     {"countries", "Country", "DE, FR", {.host = true}, IsCountry},
+    {"methods", "Method", "GET, POST", {.method = true}, IsMethod},
 };
 constexpr size_t kRecordFilterCount = std::size(kRecordFilters);
 static_assert(kRecordFilterCount <= kMostRecordFilters);

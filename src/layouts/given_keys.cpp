@@ -75,9 +75,8 @@ static bool TakeText(SampleReader& reader, std::string_view& text) {
 }
 
 static size_t CountTold(std::span<const PatternElement> fields) {
-  return static_cast<size_t>(std::count_if(fields.begin(), fields.end(), [](const PatternElement& element) {
-    return element.field != Field::kIgnored;
-  }));
+  return static_cast<size_t>(std::count_if(
+      fields.begin(), fields.end(), [](const PatternElement& element) { return !IsMinor(element.field); }));
 }
 
 static std::string_view WithoutBrackets(std::string_view text) {
@@ -101,19 +100,18 @@ static std::optional<Field> TimeOf(std::string_view text, std::span<const Patter
 
 // What a text with these fields means; nothing where they cannot be told apart by looking at it.
 static std::optional<Field> MeaningOf(std::string_view text, std::span<const PatternElement> fields) {
+  if (text.size() == 1 && !fields.empty()) {
+    return fields[0].field;
+  }
   if (CountTold(fields) == 0) {
     return Field::kIgnored;
-  }
-  if (text.size() == 1) {
-    return fields[0].field;
   }
   const bool request = text == "\x02 \x02 \x02" && fields[1].field == Field::kUrl && CountTold(fields) == 1;
   return request ? Field::kRequest : TimeOf(WithoutBrackets(text), fields);
 }
 
 static bool IsNumber(Field field) {
-  return field == Field::kStatus || field == Field::kBytes || field == Field::kMoment ||
-         field == Field::kIgnored;
+  return field == Field::kStatus || field == Field::kBytes || field == Field::kMoment || IsMinor(field);
 }
 
 // An object or a list, behind its first bracket, with all that is in it.

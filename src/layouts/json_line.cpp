@@ -94,9 +94,17 @@ struct JsonFields {
   std::array<uint16_t, kFieldCount> ranks;
 };
 
-// Durations are called as times are: a time is as long as one, and begins with a digit.
+// Durations are called as times are: a time is as long as one, and begins with a digit. Schemes are called as
+// protocols are, which have a version.
 static bool MayBe(Field field, std::string_view value) {
-  return field != Field::kMoment || (value.size() >= 9 && IsDigitAscii(value[0]));
+  switch (field) {
+    case Field::kMoment:
+      return value.size() >= 9 && IsDigitAscii(value[0]);
+    case Field::kProtocol:
+      return value.find_first_of("0123456789") != std::string_view::npos;
+    default:
+      return true;
+  }
 }
 
 // What a request may have nothing of and be one all the same.
@@ -136,15 +144,26 @@ static void TakeNothing(JsonFields& taken, Field field, std::string_view value) 
   }
 }
 
+// Seconds since 1970 have nine digits and more before the point.
+static bool IsBrief(Field field, std::string_view value) {
+  const size_t digits = std::min(value.find_first_not_of("0123456789"), value.size());
+  const bool ends = digits == value.size() || value[digits] == '.';
+  return field == Field::kTakenByForm ? digits == value.size() : ends && digits < 9;
+}
+
+static Field FieldOf(const KeyMeaning& meaning, std::string_view value) {
+  return meaning.brief != Field::kIgnored && IsBrief(meaning.field, value) ? meaning.brief : meaning.field;
+}
+
 static void Take(JsonFields& taken, const KeyMeaning& meaning, std::string_view value, bool escaped) {
   if (value.empty() || value == "-") {
     TakeNothing(taken, meaning.field, value);
     return;
   }
-  const auto field = static_cast<size_t>(meaning.field);
-  value = Trimmed(meaning.field, value);
-  if (meaning.field == Field::kIgnored || meaning.rank >= taken.ranks[field] ||
-      !MayBe(meaning.field, value)) {
+  const Field meant = FieldOf(meaning, value);
+  const auto field = static_cast<size_t>(meant);
+  value = Trimmed(meant, value);
+  if (meant == Field::kIgnored || meaning.rank >= taken.ranks[field] || !MayBe(meant, value)) {
     return;
   }
   taken.ranks[field] = meaning.rank;
@@ -186,6 +205,7 @@ struct Nest {
   size_t request = 0;
   size_t response = 0;
   size_t headers = 0;
+  size_t tls = 0;
 };
 
 // The headers of a response, and what a visitor has sent, hold nothing.
@@ -206,20 +226,25 @@ static void Enter(Nest& nest, Holds holds) {
     BeginAt(nest.depth, nest.response);
   } else if (holds == Holds::kHeaders) {
     BeginAt(nest.depth, nest.headers);
+  } else if (holds == Holds::kTls) {
+    BeginAt(nest.depth, nest.tls);
   }
 }
 
 static void Leave(Nest& nest) {
-  for (size_t* const began : {&nest.request, &nest.response, &nest.headers}) {
+  for (size_t* const began : {&nest.request, &nest.response, &nest.headers, &nest.tls}) {
     *began = *began == nest.depth ? 0 : *began;
   }
   --nest.depth;
 }
 
-// Headers take no place: every visitor sends others.
+// Headers take no place: every visitor sends others. What tells of TLS stands in few lines' objects.
 [[gnu::always_inline]] static inline KeyMeaning MeaningIn(const Nest& nest, std::string_view key,
                                                           size_t& place, KeyMemory& memory) {
-  return nest.headers != 0 ? MeaningOfHeader(key) : RecallMeaning(key, place++, memory);
+  if (nest.headers != 0) {
+    return MeaningOfHeader(key);
+  }
+  return nest.tls != 0 ? MeaningInTls(key) : RecallMeaning(key, place++, memory);
 }
 
 // Reads keys and values, whatever objects they stand in, until the end of the line or of the

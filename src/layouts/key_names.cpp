@@ -146,6 +146,44 @@ static constexpr KeyName kKeyNames[] = {
     {"csuseragent", Field::kAgent},
     {"agent", Field::kAgent},
     {"ua", Field::kAgent},
+
+    {"requestmethod", Field::kMethod},
+    {"clientrequestmethod", Field::kMethod},
+    {"httprequestmethod", Field::kMethod},
+    {"httpmethod", Field::kMethod},
+    {"csmethod", Field::kMethod},
+    {"reqmethod", Field::kMethod},
+    {"method", Field::kMethod},
+    {"verb", Field::kMethod},
+
+    {"serverprotocol", Field::kProtocol},
+    {"requestprotocol", Field::kProtocol},
+    {"clientrequestprotocol", Field::kProtocol},
+    {"httpprotocol", Field::kProtocol},
+    {"httpversion", Field::kProtocol},
+    {"csversion", Field::kProtocol},
+    {"protocol", Field::kProtocol},
+    {"proto", Field::kProtocol},
+
+    {"sslprotocol", Field::kTls},
+    {"clientsslprotocol", Field::kTls},
+    {"tlsversion", Field::kTls},
+    {"tlsprotocol", Field::kTls},
+    {"sslversion", Field::kTls},
+    {"securityprotocol", Field::kTls},
+
+    {"reqtime", Field::kTakenSeconds},
+    {"requesttimems", Field::kTakenMilliseconds},
+    {"requestdurationms", Field::kTakenMilliseconds},
+    {"durationms", Field::kTakenMilliseconds},
+    {"reqtimemicrosec", Field::kTakenMicroseconds},
+    {"taken", Field::kTakenMicroseconds},
+    {"durationus", Field::kTakenMicroseconds},
+    {"durationns", Field::kTakenNanoseconds},
+    {"eventduration", Field::kTakenNanoseconds},
+    {"timetaken", Field::kTakenByForm},
+    {"requestduration", Field::kTakenByForm},
+    {"duration", Field::kTakenByForm},
 };
 
 struct ObjectName {
@@ -159,6 +197,7 @@ static constexpr ObjectName kObjects[] = {
     {"response", Holds::kResponse}, {"headers", Holds::kHeaders},     {"requestheaders", Holds::kHeaders},
     {"body", Holds::kBody},         {"properties", Holds::kFields},   {"jsonpayload", Holds::kFields},
     {"http", Holds::kFields},       {"log", Holds::kFields},          {"access", Holds::kFields},
+    {"tls", Holds::kTls},
 };
 
 struct HeaderName {
@@ -177,8 +216,8 @@ static constexpr HeaderName kHeaders[] = {
 
 // Where LTSV and columns call things otherwise than JSON does.
 static constexpr KeyName kLabels[] = {
-    {"host", Field::kHost},  {"remoteaddr", Field::kHost}, {"time", Field::kMoment},
-    {"size", Field::kBytes}, {"reqtime", Field::kIgnored}, {"requesttime", Field::kIgnored},
+    {"host", Field::kHost},  {"remoteaddr", Field::kHost},          {"time", Field::kMoment},
+    {"size", Field::kBytes}, {"requesttime", Field::kTakenSeconds},
 };
 
 static constexpr KeyName kColumns[] = {
@@ -203,6 +242,11 @@ static constexpr KeyName kColumns[] = {
     {"csreferrer", Field::kReferrer},
     {"csuseragent", Field::kAgent},
     {"cuseragent", Field::kAgent},
+    {"csmethod", Field::kMethod},
+    {"csversion", Field::kProtocol},
+    {"csprotocolversion", Field::kProtocol},
+    {"sslprotocol", Field::kTls},
+    {"timetaken", Field::kTakenByForm},
 };
 
 // --- Looking names up -----------------------------------------------------------
@@ -277,6 +321,10 @@ KeyMeaning MeaningOfHeader(std::string_view name) {
   return {};
 }
 
+KeyMeaning MeaningInTls(std::string_view key) {
+  return IsName("version", key) ? KeyMeaning{Field::kTls, kSpeltHeader, Holds::kNothing} : KeyMeaning{};
+}
+
 // Traefik puts a word before a header, which begins with a capital letter, or with no letter, and goes on in
 // small ones: others' keys of one piece do not.
 static bool IsHeaderBehind(std::string_view prefix, std::string_view key) {
@@ -297,6 +345,14 @@ static bool TakeKeptHeader(std::string_view key, KeyMeaning& meaning) {
   return IsHeaderBehind(kOfResponse, key);
 }
 
+// Some call the time that a request has taken as others call the time of it, and in Traefik's JSON alone the
+// name of a duration, of nanoseconds, begins with a capital letter.
+static Field BriefOf(std::string_view key, Field field) {
+  return field == Field::kMoment && IsName("requesttime", key)         ? Field::kTakenSeconds
+         : field == Field::kTakenByForm && key.starts_with("Duration") ? Field::kTakenNanoseconds
+                                                                       : Field::kIgnored;
+}
+
 KeyMeaning MeaningOfKey(std::string_view key) {
   KeyMeaning meaning;
   if (key.size() > kLongestKey || TakeKeptHeader(key, meaning)) {
@@ -307,6 +363,7 @@ KeyMeaning MeaningOfKey(std::string_view key) {
     const size_t row = kNameSlots[slot] - size_t{1};
     if (IsName(kKeyNames[row].name, key)) {
       meaning.field = kKeyNames[row].field;
+      meaning.brief = BriefOf(key, meaning.field);
       meaning.rank = static_cast<uint16_t>(kFirstRank + 2 * row + (key.starts_with('@') ? 1 : 0));
       break;
     }

@@ -13,6 +13,7 @@ static constexpr Writing kSiteFirst = {.site_first = true};
 static constexpr Writing kCloudFront = {.encoded_agents = true, .utc = true};
 
 #define ORVELLIS_BEHIND_REQUEST " $status $body_bytes_sent \"$http_referer\" \"$http_user_agent\""
+#define ORVELLIS_PROCESSING "$request_processing_time $target_processing_time $response_processing_time"
 
 static constexpr KnownLayout kKnownLayouts[] = {
     {.name = "json", .title = "JSON lines", .kind = LineKind::kJson},
@@ -36,74 +37,85 @@ static constexpr KnownLayout kKnownLayouts[] = {
      .words = "$remote_addr $x $remote_user [$time_local] \"$request\"" ORVELLIS_BEHIND_REQUEST},
     {.name = "proxy_manager",
      .title = "nginx proxy manager, proxied",
-     .words = "[$time_local] $x $x $status - $x $x $host \"$request_uri\" [Client $remote_addr] "
+     .words = "[$time_local] $x $x $status - $request_method $x $host \"$request_uri\" [Client $remote_addr] "
               "[Length $body_bytes_sent] [Gzip $x] [Sent-to $x] \"$http_user_agent\" \"$http_referer\""},
     {.name = "proxy_manager_own",
      .title = "nginx proxy manager, answered itself",
-     .words = "[$time_local] $status - $x $x $host \"$request_uri\" [Client $remote_addr] "
+     .words = "[$time_local] $status - $request_method $x $host \"$request_uri\" [Client $remote_addr] "
               "[Length $body_bytes_sent] [Gzip $x] \"$http_user_agent\" \"$http_referer\""},
     {.name = "alb",
      .title = "Amazon application load balancer",
-     .words = "$x $time_iso8601 $x $remote_addr $x $x $x $x $status $x $x $body_bytes_sent \"$request\" "
-              "\"$http_user_agent\"",
+     .words = "$x $time_iso8601 $x $remote_addr $x " ORVELLIS_PROCESSING
+              " $status $x $x $body_bytes_sent \"$request\" "
+              "\"$http_user_agent\" $x $ssl_protocol",
      .writing = kAmazonBalancer},
     {.name = "elb",
      .title = "Amazon classic load balancer",
-     .words = "$time_iso8601 $x $remote_addr $x $x $x $x $status $x $x $body_bytes_sent \"$request\" "
-              "\"$http_user_agent\"",
+     .words = "$time_iso8601 $x $remote_addr $x " ORVELLIS_PROCESSING
+              " $status $x $x $body_bytes_sent \"$request\" "
+              "\"$http_user_agent\" $x $ssl_protocol",
      .writing = kAmazonBalancer},
     {.name = "s3",
      .title = "Amazon S3",
      .words = "$x $x [$time_local] $remote_addr $remote_user $x $x $x $request $status $x $body_bytes_sent "
-              "$x $x $x "
+              "$x $taken_milliseconds $x "
               "$http_referer $http_user_agent"},
     {.name = "cloudfront",
      .title = "Amazon CloudFront without its head",
-     .words = "$date\t$time\t$x\t$bytes_sent\t$remote_addr\t$x\t$host\t$uri\t$status\t$http_referer\t"
-              "$http_user_agent\t$args",
+     .words =
+         "$date\t$time\t$x\t$bytes_sent\t$remote_addr\t$request_method\t$host\t$uri\t$status\t$http_referer\t"
+         "$http_user_agent\t$args\t$x\t$x\t$x\t$x\t$x\t$x\t$time_taken\t$x\t$ssl_protocol\t$x\t$x\t$server_"
+         "protocol",
      .writing = kCloudFront},
     {.name = "cloudfront_realtime",
      .title = "Amazon CloudFront in real time",
      .words =
-         "$msec\t$remote_addr\t$x\t$status\t$bytes_sent\t$x\t$x\t$host\t$uri\t$x\t$x\t$x\t$x\t$x\t$x\t$x\t"
-         "$http_user_agent\t$http_referer\t$x\t$args",
+         "$msec\t$remote_addr\t$x\t$status\t$bytes_sent\t$request_method\t$x\t$host\t$uri\t$x\t$x\t$x\t$x\t"
+         "$time_taken\t$server_protocol\t$x\t"
+         "$http_user_agent\t$http_referer\t$x\t$args\t$x\t$x\t$ssl_protocol",
      .writing = kCloudFront},
     {.name = "gcs",
      .title = "Google Cloud Storage",
-     .words = "$msec,$remote_addr,$x,$x,$x,$request_uri,$status,$x,$bytes_sent,$x,$host,$http_referer,"
+     .words = "$msec,$remote_addr,$x,$x,$request_method,$request_uri,$status,$x,$bytes_sent,$taken_"
+              "microseconds,$host,$http_"
+              "referer,"
               "$http_user_agent,$x",
      .head = "\"time_micros\","},
     {.name = "haproxy",
      .title = "HAProxy, HTTP",
-     .words = "$remote_addr [$time_local] $x $x/$x $x/$x/$x/$x/$x $status $bytes_sent $x $x $x "
-              "$x/$x/$x/$x/$x $x/$x "
-              "\"$request\"",
+     .words =
+         "$remote_addr [$time_local] $x $x/$x $x/$x/$x/$x/$taken_milliseconds $status $bytes_sent $x $x $x "
+         "$x/$x/$x/$x/$x $x/$x "
+         "\"$request\"",
      .writing = kClientPort},
     {.name = "haproxy_captures",
      .title = "HAProxy, HTTP, with captured headers",
-     .words = "$remote_addr [$time_local] $x $x/$x $x/$x/$x/$x/$x $status $bytes_sent $x $x $x "
-              "$x/$x/$x/$x/$x $x/$x "
-              "{$x} \"$request\"",
+     .words =
+         "$remote_addr [$time_local] $x $x/$x $x/$x/$x/$x/$taken_milliseconds $status $bytes_sent $x $x $x "
+         "$x/$x/$x/$x/$x $x/$x "
+         "{$x} \"$request\"",
      .writing = kClientPort},
     {.name = "istio",
      .title = "Istio",
-     .words = "[$time_iso8601] \"$request\" $status $x $x $x \"$x\" $x $bytes_sent $x $x "
+     .words = "[$time_iso8601] \"$request\" $status $x $x $x \"$x\" $x $bytes_sent $taken_milliseconds $x "
               "\"$http_x_forwarded_for\" "
               "\"$http_user_agent\" \"$x\" \"$host\" \"$x\""},
     {.name = "istio_older",
      .title = "Istio before 1.6",
-     .words = "[$time_iso8601] \"$request\" $status $x \"$x\" \"$x\" $x $bytes_sent $x $x "
+     .words = "[$time_iso8601] \"$request\" $status $x \"$x\" \"$x\" $x $bytes_sent $taken_milliseconds $x "
               "\"$http_x_forwarded_for\" \"$http_user_agent\" \"$x\" \"$host\" \"$x\""},
     {.name = "envoy",
      .title = "Envoy",
-     .words = "[$time_iso8601] \"$request\" $status $x $x $bytes_sent $x $x \"$http_x_forwarded_for\" "
+     .words = "[$time_iso8601] \"$request\" $status $x $x $bytes_sent $taken_milliseconds $x "
+              "\"$http_x_forwarded_for\" "
               "\"$http_user_agent\" \"$x\" \"$host\" \"$x\""},
     {.name = "squid",
      .title = "Squid",
-     .words = "$msec  $x $remote_addr $x/$status $bytes_sent $x $request_uri $remote_user $x/$x"},
+     .words = "$msec  $taken_milliseconds $remote_addr $x/$status $bytes_sent $request_method $request_uri "
+              "$remote_user $x/$x"},
     {.name = "ssl_request",
      .title = "Apache, requests under TLS",
-     .words = "[$time_local] $remote_addr $x $x \"$request\" $body_bytes_sent"},
+     .words = "[$time_local] $remote_addr $ssl_protocol $x \"$request\" $body_bytes_sent"},
 };
 
 static_assert(std::size(kKnownLayouts) <= kMostKnownLayouts);

@@ -22,8 +22,24 @@ enum class Field : uint8_t {
   kBytes,  // sent to the client
   kReferrer,
   kAgent,
+  kMethod,
+  kProtocol,  // with its version, or that alone
+  kTls,       // the version of TLS
+  // How long the request has taken, numbers with or without a fraction.
+  kTakenSeconds,
+  kTakenThen,  // more seconds, and
+  kTakenLast,  // still more, where a server divides them
+  kTakenMilliseconds,
+  kTakenMicroseconds,
+  kTakenNanoseconds,
+  kTakenByForm,  // seconds with a fraction, or whole milliseconds
 };
-inline constexpr size_t kFieldCount = static_cast<size_t>(Field::kAgent) + 1;
+inline constexpr size_t kFieldCount = static_cast<size_t>(Field::kTakenByForm) + 1;
+
+// Whether few reports look at it, and no layout is told by it.
+constexpr bool IsMinor(Field field) {
+  return field == Field::kIgnored || field >= Field::kMethod;
+}
 
 // The texts of a line, by what they mean; absent (null) are those that the line lacks. They
 // lie in the line as they stand there.

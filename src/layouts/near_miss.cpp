@@ -24,10 +24,8 @@ static int WeightOf(Field field, std::string_view text) {
       return 2;
     case Field::kHost:
       return text.find_first_of(".:") == std::string_view::npos ? 0 : 2;
-    case Field::kIgnored:
-      return 0;
     default:
-      return 1;
+      return IsMinor(field) ? 0 : 1;
   }
 }
 

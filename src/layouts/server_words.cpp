@@ -40,12 +40,25 @@ static constexpr Word kNginxWords[] = {
     {"bytes_sent", Field::kBytes},
     {"http_referer", Field::kReferrer},
     {"http_user_agent", Field::kAgent},
+    {"request_method", Field::kMethod},
+    {"server_protocol", Field::kProtocol},
+    {"ssl_protocol", Field::kTls},
+    {"request_time", Field::kTakenSeconds},
+    {"request_processing_time", Field::kTakenSeconds},
+    {"target_processing_time", Field::kTakenThen},
+    {"response_processing_time", Field::kTakenLast},
+    {"time_taken", Field::kTakenByForm},
+    {"taken_milliseconds", Field::kTakenMilliseconds},
+    {"taken_microseconds", Field::kTakenMicroseconds},
 };
 
 static constexpr Word kApacheWords[] = {
-    {"h", Field::kHost},   {"a", Field::kHost},    {"u", Field::kUser},  {"v", Field::kSite},
-    {"V", Field::kSite},   {"r", Field::kRequest}, {"U", Field::kUrl},   {"q", Field::kQuery},
-    {"s", Field::kStatus}, {"b", Field::kBytes},   {"B", Field::kBytes}, {"O", Field::kBytes},
+    {"h", Field::kHost},         {"a", Field::kHost},     {"u", Field::kUser},
+    {"v", Field::kSite},         {"V", Field::kSite},     {"r", Field::kRequest},
+    {"U", Field::kUrl},          {"q", Field::kQuery},    {"s", Field::kStatus},
+    {"b", Field::kBytes},        {"B", Field::kBytes},    {"O", Field::kBytes},
+    {"m", Field::kMethod},       {"H", Field::kProtocol}, {"D", Field::kTakenMicroseconds},
+    {"T", Field::kTakenSeconds},
 };
 
 // Of %{name}i.
@@ -55,17 +68,56 @@ static constexpr Word kApacheHeaders[] = {
 };
 
 static constexpr Word kHaproxyWords[] = {
-    {"ci", Field::kHost},   {"tr", Field::kMoment}, {"trg", Field::kMoment}, {"trl", Field::kMoment},
-    {"t", Field::kMoment},  {"T", Field::kMoment},  {"Tl", Field::kMoment},  {"Ts", Field::kMoment},
-    {"ST", Field::kStatus}, {"B", Field::kBytes},   {"r", Field::kRequest},  {"HU", Field::kUrl},
-    {"HP", Field::kUrl},    {"HQ", Field::kQuery},  {"HPO", Field::kUrl},
+    {"ci", Field::kHost},
+    {"tr", Field::kMoment},
+    {"trg", Field::kMoment},
+    {"trl", Field::kMoment},
+    {"t", Field::kMoment},
+    {"T", Field::kMoment},
+    {"Tl", Field::kMoment},
+    {"Ts", Field::kMoment},
+    {"ST", Field::kStatus},
+    {"B", Field::kBytes},
+    {"r", Field::kRequest},
+    {"HU", Field::kUrl},
+    {"HP", Field::kUrl},
+    {"HQ", Field::kQuery},
+    {"HPO", Field::kUrl},
+    {"HM", Field::kMethod},
+    {"HV", Field::kProtocol},
+    {"sslv", Field::kTls},
+    {"Ta", Field::kTakenMilliseconds},
+    {"Tt", Field::kTakenMilliseconds},
+};
+
+// Of %[...], and without an argument.
+static constexpr Word kHaproxyFetches[] = {
+    {"src", Field::kHost},
+    {"status", Field::kStatus},
+    {"method", Field::kMethod},
+    {"ssl_fc_protocol", Field::kTls},
 };
 
 static constexpr Word kSquidWords[] = {
-    {">a", Field::kHost},    {">A", Field::kHost},   {"un", Field::kUser},   {"ul", Field::kUser},
-    {"ts", Field::kMoment},  {"tl", Field::kMoment}, {"tg", Field::kMoment}, {"ru", Field::kUrl},
-    {">ru", Field::kUrl},    {"rp", Field::kUrl},    {">rp", Field::kUrl},   {"Hs", Field::kStatus},
-    {">Hs", Field::kStatus}, {"<st", Field::kBytes},
+    {">a", Field::kHost},
+    {">A", Field::kHost},
+    {"un", Field::kUser},
+    {"ul", Field::kUser},
+    {"ts", Field::kMoment},
+    {"tl", Field::kMoment},
+    {"tg", Field::kMoment},
+    {"ru", Field::kUrl},
+    {">ru", Field::kUrl},
+    {"rp", Field::kUrl},
+    {">rp", Field::kUrl},
+    {"Hs", Field::kStatus},
+    {">Hs", Field::kStatus},
+    {"<st", Field::kBytes},
+    {"rm", Field::kMethod},
+    {">rm", Field::kMethod},
+    {"rv", Field::kProtocol},
+    {">rv", Field::kProtocol},
+    {"tr", Field::kTakenMilliseconds},
 };
 
 static Field FieldOf(std::span<const Word> words, std::string_view name) {
@@ -266,6 +318,14 @@ static bool AddApacheTime(Pattern& pattern, std::string_view format) {
   return AddField(pattern, count ? Field::kMoment : FieldOfFormat(format));
 }
 
+// Of %{unit}T.
+static Field TakenField(std::string_view unit) {
+  return unit == "ms"   ? Field::kTakenMilliseconds
+         : unit == "us" ? Field::kTakenMicroseconds
+         : unit == "s"  ? Field::kTakenSeconds
+                        : Field::kIgnored;
+}
+
 static Field HeaderField(std::string_view name) {
   for (const Word& word : kApacheHeaders) {
     if (EqualIgnoreCase(word.name, name)) {
@@ -291,6 +351,12 @@ static bool AddApacheWord(Pattern& pattern, WordReader& reader) {
   }
   if (letter == "i") {
     return AddField(pattern, HeaderField(name));
+  }
+  if (named && letter == "T") {
+    return AddField(pattern, TakenField(name));
+  }
+  if (named && (letter == "x" || letter == "c") && name == "SSL_PROTOCOL") {
+    return AddField(pattern, Field::kTls);
   }
   const bool plain = !named || letter == "a";
   return AddWord(pattern, plain ? FieldOf(kApacheWords, letter) : Field::kIgnored, reader);
@@ -341,10 +407,7 @@ static bool AddHaproxyWord(Pattern& pattern, WordReader& reader) {
   if (name == "hr" || name == "hs" || name == "o") {
     return true;  // headers, where some are captured, go with what stands before them
   }
-  const Field field = expression && name != "src" && name != "status" ? Field::kIgnored
-                      : name == "src"                                 ? Field::kHost
-                      : name == "status"                              ? Field::kStatus
-                                                                      : FieldOf(kHaproxyWords, name);
+  const Field field = FieldOf(expression ? std::span<const Word>(kHaproxyFetches) : kHaproxyWords, name);
   const std::string_view quote = flags.find("+Q") != std::string_view::npos ? "\"" : "";
   return AddText(pattern, quote) && AddWord(pattern, field, reader) && AddText(pattern, quote);
 }

@@ -30,6 +30,7 @@ struct CsvRow {
   int64_t bytes = -1;  // below 0: none
   int64_t second = -1;
   int64_t before = -1;  // the count of the day that it is compared with; below 0: none
+  TimesTaken times = {};
 };
 
 struct Cells {
@@ -91,9 +92,33 @@ static void PutTotal(Cells& cells, const CsvRow& row) {
   PutNumber(cells.sink, row.count);
 }
 
+// Of times, these are what there is to say besides.
+static void PutWithTimes(Cells& cells, const CsvRow& row) {
+  PutWithoutDetail(cells, row);
+  for (const int64_t time : {row.times.median, row.times.of_95, row.times.of_99, row.times.sum}) {
+    Put(cells.sink, ",");
+    PutNumber(cells.sink, time);
+  }
+}
+
+// The same in the one column that there is among other sections.
+static void PutTimesAsDetail(Cells& cells, const CsvRow& row) {
+  PutWithoutDetail(cells, row);
+  Put(cells.sink, ",median_us ");
+  PutNumber(cells.sink, row.times.median);
+  Put(cells.sink, " p95_us ");
+  PutNumber(cells.sink, row.times.of_95);
+  Put(cells.sink, " p99_us ");
+  PutNumber(cells.sink, row.times.of_99);
+  Put(cells.sink, " sum_us ");
+  PutNumber(cells.sink, row.times.sum);
+}
+
 // Of any table.
 static void PutOfAny(Cells& cells, const CsvRow& row) {
-  if (row.second >= 0) {
+  if (row.times.sum >= 0) {
+    PutTimesAsDetail(cells, row);
+  } else if (row.second >= 0) {
     PutWithSecond(cells, row);
   } else {
     PutWithDetail(cells, row);
@@ -121,7 +146,7 @@ static void PutRows(SectionRows& rows, const char* detail_of_all, PutRow put) {
   int64_t rank = 0;
   for (SectionRow row; NextRow(rows, row);) {
     put(CsvRow{++rank, row.item, row.count, row.share, DetailOf(row, detail_of_all), row.bytes, row.second,
-               row.before});
+               row.before, row.times});
   }
 }
 
@@ -168,6 +193,9 @@ static constexpr size_t TablesOfSections() {
 static_assert(TablesOfSections() == kNamedSections);
 
 static auto WriterOf(const Dimension& dimension) {
+  if (dimension.timed) {
+    return PutWithTimes;
+  }
   if (!dimension.second.title.text().empty()) {
     return dimension.of_days ? PutDay : PutWithSecond;
   }
@@ -271,7 +299,7 @@ static LastColumn LastColumnOf(const Table& table, const Settings& settings, con
   const Section& section = SectionOf(table.section);
   const bool of_requests = section.dimension == nullptr || section.dimension->from != SummedFrom::kVisits;
   const bool bytes = section.rows == RowKind::kRanked && of_requests && !table.referrers &&
-                     AmountsOf(settings) == Amounts::kSummed;
+                     table.put != PutWithTimes && AmountsOf(settings) == Amounts::kSummed;
   return bytes ? kBytes : LastColumn{};
 }
 

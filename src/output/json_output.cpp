@@ -145,6 +145,18 @@ static void PutReferrers(Sink& sink, SectionRow& row) {
   Put(sink, "]");
 }
 
+// Microseconds.
+static void PutTimes(Sink& sink, const TimesTaken& times) {
+  Put(sink, ", \"median_us\": ");
+  PutNumber(sink, times.median);
+  Put(sink, ", \"p95_us\": ");
+  PutNumber(sink, times.of_95);
+  Put(sink, ", \"p99_us\": ");
+  PutNumber(sink, times.of_99);
+  Put(sink, ", \"sum_us\": ");
+  PutNumber(sink, times.sum);
+}
+
 static void PutRow(Sink& sink, const Section& section, SectionRow& row) {
   const bool is_address = row.site != nullptr;
   PutItem(sink, row.item);
@@ -165,6 +177,9 @@ static void PutRow(Sink& sink, const Section& section, SectionRow& row) {
   if (row.before >= 0) {
     Put(sink, ", \"before\": ");
     PutNumber(sink, row.before);
+  }
+  if (row.times.sum >= 0) {
+    PutTimes(sink, row.times);
   }
   if (row.name != nullptr) {
     Put(sink, ", \"name\": ");

@@ -8,6 +8,7 @@
 
 #include "dates/days.h"
 #include "output/charts.h"
+#include "output/durations.h"
 #include "output/escape.h"
 #include "output/page_cells.h"
 #include "output/page_tables.h"
@@ -21,7 +22,7 @@
 // twice.
 struct Shown {
   int64_t rows;
-  int64_t count;      // of all of them together
+  int64_t count;      // of all of them together, or of times their sum
   bool cut_by_page;   // there would be more
   int64_t left_out;   // before the first, of days
   bool counted_only;  // of days: those without requests are left out
@@ -34,16 +35,23 @@ static int64_t MostRows(const Section& section, const Settings& settings) {
 
 // ---- Words ---------------------------------------------------------------------------
 
-static void PutPart(Sink& sink, const Shown& shown, int64_t total, const SectionWords& words) {
+static void PutPart(Sink& sink, const Shown& shown, const SectionRows& rows, const SectionWords& words) {
   Put(sink, shown.rows == 1 ? Literal("; it makes up ") : Literal("; together they make up "));
-  PutShare(sink, Share(shown.count, total));
+  PutShare(sink, Share(shown.count, rows.total));
   Put(sink, " of ");
-  PutCounted(sink, total, words.whole_of_one, words.whole);
+  if (rows.timed) {
+    PutDuration(sink, rows.total);
+    Put(sink, ", ");
+    Put(sink, words.whole);
+  } else {
+    PutCounted(sink, rows.total, words.whole_of_one, words.whole);
+  }
 }
 
+// Without rows, as those of an engine are, nothing is said of their part of the whole.
 // "The first 10 of 1,234 URLs are shown; together they make up 45.3 % of 9,876 requests."
 static void PutHowMany(Sink& sink, const SectionWords& words, const Shown& shown, int64_t distinct,
-                       int64_t total) {
+                       const SectionRows* rows) {
   if (distinct == 0) {
     Put(sink, "Nothing of this kind was counted.");
     return;
@@ -60,8 +68,8 @@ static void PutHowMany(Sink& sink, const SectionWords& words, const Shown& shown
     Put(sink, distinct == 1 ? Literal("Only ") : Literal("All "));
   }
   PutCounted(sink, distinct, words.item_of_many, words.items);
-  if (shown.rows > 0 && total > 0 && !words.whole.text().empty()) {
-    PutPart(sink, shown, total, words);
+  if (shown.rows > 0 && rows != nullptr && rows->total > 0 && !words.whole.text().empty()) {
+    PutPart(sink, shown, *rows, words);
   }
   Put(sink, ".");
 }
@@ -87,7 +95,8 @@ static Shown CountRows(const Settings& settings, const Section& section, Analysi
       break;
     }
     ++shown.rows;
-    shown.count += row.count;
+    const int64_t more = rows.timed ? row.times.sum : row.count;
+    shown.count = more > INT64_MAX - shown.count ? INT64_MAX : shown.count + more;
   }
   return shown;
 }
@@ -133,7 +142,7 @@ static void PutRanked(Sink& sink, const Settings& settings, const Section& secti
     PutKeyFigures(sink, analysis);
   }
   Put(sink, "<p class=\"words\">");
-  PutHowMany(sink, words, shown, rows.distinct, rows.total);
+  PutHowMany(sink, words, shown, rows.distinct, &rows);
   PutPageLimit(sink, shown);
   Put(sink, "</p>\n");
   if (shown.rows == 0) {
@@ -147,6 +156,7 @@ static void PutRanked(Sink& sink, const Settings& settings, const Section& secti
               .shares = rows.total > 0,
               .bytes = rows.bytes,
               .second = dimension != nullptr ? dimension->second.title : Literal(""),
+              .times = rows.timed,
               .rows = shown.rows,
               .alone = days};
   BeginTable(table, words.title.text().data());
@@ -180,7 +190,7 @@ static void PutEngineHead(Sink& sink, const EngineRow& engine, const Shown& show
   Put(sink, ", ");
   PutShare(sink, engine.share);
   Put(sink, " of all from search engines. ");
-  PutHowMany(sink, words, shown, engine.distinct, 0);
+  PutHowMany(sink, words, shown, engine.distinct, nullptr);
   PutPageLimit(sink, shown);
   Put(sink, "</p>\n");
 }

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "output/charts.h"
+#include "output/durations.h"
 #include "output/escape.h"
 #include "output/moments.h"
 #include "output/page_cells.h"
@@ -46,6 +47,8 @@ static void PutSummary(const Table& table) {
   Put(sink, "</summary>\n");
 }
 
+static constexpr Literal kTimes[] = {"Median", "95 %", "99 %", "Sum"};
+
 static void PutHeading(const Table& table) {
   Sink& sink = table.sink;
   Put(sink, "<table aria-label=\"");
@@ -69,6 +72,12 @@ static void PutHeading(const Table& table) {
   if (table.bytes) {
     Put(sink, "</th><th scope=\"col\" class=\"c\">Bytes");
   }
+  if (table.times) {
+    for (const Literal& column : kTimes) {
+      Put(sink, "</th><th scope=\"col\" class=\"c\">");
+      Put(sink, column);
+    }
+  }
   Put(sink, "</th><th scope=\"col\" class=\"s\">Share</th></tr></thead>\n<tbody>\n");
 }
 
@@ -90,7 +99,8 @@ static void CloseBlock(const Table& table) {
 }
 
 void BeginTable(Table& table, const char* name) {
-  Put(table.sink, "<div class=\"list\" data-name=\"");
+  Put(table.sink, table.times ? Literal("<div class=\"list times\" data-name=\"")
+                              : Literal("<div class=\"list\" data-name=\""));
   PutAttribute(table.sink, name);
   Put(table.sink, "\">\n");
   table.name = name;
@@ -201,6 +211,16 @@ static void PutBytes(Sink& sink, int64_t bytes) {
   PutByteSize(sink, static_cast<uint64_t>(std::max<int64_t>(bytes, 0)));
 }
 
+// As people read times, and for the script in microseconds.
+static void PutTimes(Sink& sink, const TimesTaken& times) {
+  for (const int64_t time : {times.median, times.of_95, times.of_99, times.sum}) {
+    Put(sink, "</td><td class=\"c\" data-n=\"");
+    PutNumber(sink, time);
+    Put(sink, "\">");
+    PutDuration(sink, time);
+  }
+}
+
 void PutTableRow(Table& table, SectionRow& row) {
   Sink& sink = table.sink;
   if (table.next == table.end) {
@@ -221,6 +241,9 @@ void PutTableRow(Table& table, SectionRow& row) {
   }
   if (table.bytes) {
     PutBytes(sink, row.bytes);
+  }
+  if (table.times) {
+    PutTimes(sink, row.times);
   }
   Put(sink, "</td><td class=\"s\">");
   PutPart(table, row);

@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <string_view>
 
 #include "dates/clock.h"
 #include "dates/zone.h"
+#include "output/durations.h"
 #include "output/escape.h"
 #include "output/moments.h"
 #include "output/readable.h"
@@ -200,21 +202,29 @@ static void PutHead(Paper& paper, const Settings& settings, const Analysis& anal
 struct Columns {
   size_t count;
   size_t bytes;  // 0: there are none
-  size_t bar;
+  bool times;    // there are some
+  size_t bar;    // 0: there are none
   size_t item;
 };
 
 static constexpr size_t kGap = 2;
 static constexpr size_t kShareWidth = sizeof "100.0 %" - 1;
 static constexpr size_t kLeastItem = 16;
+static constexpr Literal kTimes[] = {"Median", "95 %", "99 %", "Sum"};
+static constexpr Literal kRequests = "Requests";
+static constexpr size_t kTimeWidth = sizeof "0.345 ms" - 1;
 static constexpr size_t kBytesWidth = sizeof "999,999,999,999" - 1;
 
 static Columns ColumnsFor(const Terminal& terminal, const SectionRows& rows) {
-  const size_t count = std::max<size_t>(GroupedWidth(rows.total), 5);
+  // Of times the total is one, and counts have the width of their heading at least.
+  const size_t count = rows.timed ? kRequests.text().size() : std::max<size_t>(GroupedWidth(rows.total), 5);
   const size_t bytes = rows.bytes ? kBytesWidth : 0;
-  const size_t bar = terminal.width >= 100 ? 20 : 10;
-  const size_t taken = 4 * kGap + count + kShareWidth + bar + (rows.bytes ? bytes + kGap : 0);
-  return {count, bytes, bar, terminal.width > taken + kLeastItem ? terminal.width - taken : kLeastItem};
+  const size_t bar = rows.timed ? 0 : terminal.width >= 100 ? 20 : 10;
+  const size_t taken = 3 * kGap + count + kShareWidth + (bar > 0 ? bar + kGap : 0) +
+                       (rows.bytes ? bytes + kGap : 0) +
+                       (rows.timed ? std::size(kTimes) * (kTimeWidth + kGap) : 0);
+  return {count, bytes, rows.timed, bar,
+          terminal.width > taken + kLeastItem ? terminal.width - taken : kLeastItem};
 }
 
 static void PutShare(Sink& sink, double share) {
@@ -227,6 +237,9 @@ static void PutShare(Sink& sink, double share) {
 }
 
 static void PutBar(Paper& paper, const SectionRow& row, size_t columns) {
+  if (columns == 0) {
+    return;
+  }
   const auto exact = static_cast<size_t>(Rounded(row.bar * static_cast<double>(columns)));
   const size_t length = row.count > 0 ? std::max<size_t>(exact, 1) : 0;
   PutColour(paper, kBlue);
@@ -234,7 +247,7 @@ static void PutBar(Paper& paper, const SectionRow& row, size_t columns) {
     Put(paper.sink, "#");
   }
   PutColour(paper, kNormal);
-  PutBlanks(paper.sink, columns - length);
+  PutBlanks(paper.sink, columns - length + kGap);
 }
 
 // "2001-03-05 (visits: 57)"
@@ -277,6 +290,37 @@ static size_t WidthOfBytes(const Columns& columns) {
   return columns.bytes > 0 ? columns.bytes + kGap : 0;
 }
 
+static void PutTimes(Sink& sink, const SectionRow& row, const Columns& columns) {
+  if (!columns.times) {
+    return;
+  }
+  for (const int64_t time : {row.times.median, row.times.of_95, row.times.of_99, row.times.sum}) {
+    const size_t needed = DurationWidth(time);
+    PutBlanks(sink, needed < kTimeWidth ? kTimeWidth - needed : 0);
+    PutDuration(sink, time);
+    PutBlanks(sink, kGap);
+  }
+}
+
+// Of many figures nobody could tell which is which.
+static void PutHeadings(Sink& sink, const Columns& columns, const SectionWords& words) {
+  if (!columns.times) {
+    return;
+  }
+  PutBlanks(sink, kGap);
+  Put(sink, kRequests);
+  PutBlanks(sink, kGap + kShareWidth - 5);
+  Put(sink, "Share");
+  PutBlanks(sink, kGap);
+  for (const Literal& time : kTimes) {
+    PutBlanks(sink, kTimeWidth - time.text().size());
+    Put(sink, time);
+    PutBlanks(sink, kGap);
+  }
+  Put(sink, words.item);
+  Put(sink, "\n");
+}
+
 static void PutReferrers(Paper& paper, SectionRow& row, const Columns& columns) {
   static constexpr Literal kFrom = "<- ";
   for (ReferrerRow page; NextReferrer(row, page);) {
@@ -297,8 +341,8 @@ static void PutRow(Paper& paper, SectionRow& row, const Columns& columns, const 
   PutShare(paper.sink, row.share);
   PutBlanks(paper.sink, kGap);
   PutBytes(paper.sink, row, columns);
+  PutTimes(paper.sink, row, columns);
   PutBar(paper, row, columns.bar);
-  PutBlanks(paper.sink, kGap);
   if (row.second >= 0) {
     PutItemAndSecond(paper.sink, row, *second, columns.item);
   } else {
@@ -394,7 +438,11 @@ static void PutSection(Paper& paper, const Settings& settings, const Section& se
   if (section.dimension != nullptr && section.dimension->with_figures) {
     PutKeyFigures(paper, analysis);
   }
-  const int64_t shown = PutRows(paper, rows, ColumnsFor(paper.terminal, rows));
+  const Columns columns = ColumnsFor(paper.terminal, rows);
+  if (rows.distinct > 0) {
+    PutHeadings(paper.sink, columns, words);
+  }
+  const int64_t shown = PutRows(paper, rows, columns);
   PutShown(paper.sink, words, shown, rows.distinct);
 }
 

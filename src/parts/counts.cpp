@@ -171,6 +171,16 @@ static bool AddToReport(PartReader& part, CountedReport& report, bool ignore_cas
   return AddSavedList(part, report.list, report.info, ignore_case);
 }
 
+// Of times the total is a sum of microseconds.
+static bool AddToDimension(PartReader& part, const Dimension& dimension, CountedReport& report) {
+  if (!dimension.timed) {
+    return AddToReport(part, report, false);
+  }
+  const auto more = static_cast<int64_t>(TakeFigureUpTo(part, INT64_MAX));
+  report.total = more > INT64_MAX - report.total ? INT64_MAX : report.total + more;
+  return AddSavedList(part, report.list, report.info, false);
+}
+
 template <CountedReport Analysis::*kReport>
 static bool AddReport(PartReader& part, const Rules&, Analysis& analysis) {
   return AddToReport(part, analysis.*kReport, false);
@@ -327,7 +337,7 @@ static void AddKind(PartReader& part, unsigned kind, const Rules& rules, Analysi
   } else if (kind == kVisitsKind) {
     AddSavedVisits(part, *analysis.visits);
   } else {
-    AddToReport(part, analysis.dimensions[RowOf(kind)], false);
+    AddToDimension(part, kDimensions[RowOf(kind)], analysis.dimensions[RowOf(kind)]);
   }
 }
 

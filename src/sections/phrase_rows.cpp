@@ -12,7 +12,7 @@ EngineRows OpenEngines(const Settings& settings, const Analysis& analysis) {
   const SearchCounts& search = analysis.search;
   const int64_t distinct = CountDistinct(search.engines);
   const CutOff cut_off = CutOffOf(settings.search);
-  return {{distinct, search.hits, cut_off, AllShown(cut_off, distinct), false, 0, {}},
+  return {{distinct, search.hits, cut_off, AllShown(cut_off, distinct), false, false, 0, {}},
           search.built_in,
           search.engines};
 }

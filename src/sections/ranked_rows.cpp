@@ -14,12 +14,19 @@ static bool IsOfDays(const Section& section) {
   return section.dimension != nullptr && section.dimension->of_days;
 }
 
-// Visits have no bytes.
+static bool IsTimed(const Section& section) {
+  return section.dimension != nullptr && section.dimension->timed;
+}
+
+// Visits have no bytes, and rows with times stand by their sums.
 static RankedBy OrderOf(const Section& section, const Settings& settings) {
+  if (IsTimed(section)) {
+    return RankedBy::kAmount;
+  }
   return IsOfVisits(section) ? RankedBy::kCount : OrderOf(settings);
 }
 
-// The first row has it, unless bytes rank them, or they are days.
+// The first row has it, unless amounts rank them, or they are days.
 static int64_t LargestCount(const List& list, bool first_has_it) {
   int64_t largest = 0;
   for (const ListItem* item = first_has_it ? nullptr : list.first; item != nullptr; item = item->next) {
@@ -37,8 +44,10 @@ static ItemSummary Summarise(const Settings& settings, const Section& section, A
       .total = BaseOf(section, analysis).total,
       .cut_off = cut_off,
       .all_shown = AllShown(cut_off, distinct),
-      .bytes = AmountsOf(settings) == Amounts::kSummed && !IsOfVisits(section),
-      .largest = LargestCount(list, OrderOf(section, settings) == RankedBy::kCount && !IsOfDays(section)),
+      .bytes = AmountsOf(settings) == Amounts::kSummed && !IsOfVisits(section) && !IsTimed(section),
+      .times = IsTimed(section),
+      .largest = LargestCount(
+          list, IsTimed(section) || (OrderOf(section, settings) == RankedBy::kCount && !IsOfDays(section))),
       .brands = {}};
   std::transform(section.items.brands.begin(), section.items.brands.end(), summary.brands.begin(),
                  [&analysis](const Brand& brand) {
@@ -106,10 +115,11 @@ bool NextRanked(RankedRows& rows, RankedRow& row) {
   row = {item->name,
          item->count,
          item->has_amount && rows.summary.bytes ? item->amount() : -1,
-         item->has_amount && !rows.summary.bytes ? item->amount() : -1,
-         Share(item->count, rows.summary.total),
+         item->has_amount && !rows.summary.bytes && !rows.summary.times ? item->amount() : -1,
+         Share(rows.summary.times ? AmountOf(*item) : item->count, rows.summary.total),
          SiteOf(rows, *item),
          Describe(rows, *item),
+         rows.summary.times ? TimesOf(*item) : TimesTaken{},
          ReferrersOf(rows, *item)};
   return true;
 }

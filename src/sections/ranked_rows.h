@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "analysis/analysis.h"
+#include "analysis/url_times.h"
 #include "base/limits.h"
 #include "cgi/settings.h"
 #include "sections/cut_off.h"
@@ -23,6 +24,7 @@ struct ItemSummary {
   CutOff cut_off;
   bool all_shown;   // AllShown
   bool bytes;       // of each item's requests are known
+  bool times;       // that each item's requests took are; the total is their sum in microseconds
   int64_t largest;  // count, where something else decides their order; else 0
   std::array<BrandShare, kMostBrands> brands;
 };
@@ -35,6 +37,7 @@ struct RankedRow {
   double share;             // of the base's total, which the count of a bad section may exceed
   const char* site;         // stands before the item in its link, "" of an address; null: no link
   const char* description;  // good until the next row; null: none
+  TimesTaken times;         // that its requests took, where they are known
   ItemCursor referrers;     // the pages that led to the item, by rank and never cut off
 };
 

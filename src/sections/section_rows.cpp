@@ -15,6 +15,7 @@ static void OpenRankedRows(SectionRows& rows, const Settings& settings, Analysis
   rows.distinct = rows.ranked.summary.distinct;
   rows.total = rows.ranked.summary.total;
   rows.bytes = rows.ranked.summary.bytes;
+  rows.timed = rows.ranked.summary.times;
   rows.largest = rows.ranked.summary.largest;
 }
 
@@ -34,7 +35,7 @@ static void OpenTimes(SectionRows& rows, const Settings&, const Analysis& analys
 // ---- Rows ----------------------------------------------------------------------------
 
 static SectionRow Row(const char* item, int64_t count, double share) {
-  return {item, count, -1, -1, share, 0.0, nullptr, nullptr, nullptr, {}, {}, -1, -1, false};
+  return {item, count, -1, -1, share, 0.0, nullptr, nullptr, nullptr, {}, {}, {}, -1, -1, false};
 }
 
 // The largest count comes first.
@@ -57,9 +58,10 @@ static bool NextRankedRow(SectionRows& rows, SectionRow& row) {
     return false;
   }
   row = Row(ranked.item, ranked.count, ranked.share);
-  row.bar = BarOf(rows, ranked.count);
+  row.bar = BarOf(rows, rows.timed ? ranked.times.sum : ranked.count);
   row.bytes = ranked.bytes;
   row.second = ranked.second;
+  row.times = ranked.times;
   row.site = ranked.site;
   row.name = ranked.description;
   row.explained = rows.section->dimension != nullptr && !rows.section->dimension->name_is_read;
@@ -130,7 +132,7 @@ static constexpr struct {
 void OpenSection(SectionRows& rows, const Settings& settings, const Section& section, Analysis& analysis) {
   rows.section = &section;
   rows.largest = 0;
-  rows.bytes = false;
+  rows.bytes = rows.timed = false;
   kRowKinds[static_cast<size_t>(section.rows)].open(rows, settings, analysis);
 }
 

@@ -18,11 +18,12 @@ struct SectionRow {
   int64_t bytes;         // of ranked rows, where they are asked for; else -1
   int64_t second;        // the second figure of a dimension's rows; else -1
   double share;          // of the section's total
-  double bar;            // the count as a part of the largest one, at most 1
+  double bar;            // the count, or the sum of the times, as a part of the largest one, at most 1
   const char* site;      // of ranked rows, as there; null: no link
   const char* name;      // what the item is called; null: it has no other name
   const char* engine;    // of phrases; else null
-  ItemCursor referrers;  // of ranked rows that have some
+  TimesTaken times;      // of ranked rows that have some
+  ItemCursor referrers;  // likewise
   CalendarDate date;     // of days
   int weekday;           // of days, weekdays and hours of the week, 0 = Sunday; else -1
   int hour;              // of hours and hours of the week; else -1
@@ -35,6 +36,7 @@ struct SectionRows {
   int64_t distinct;  // items, before any was cut off
   int64_t total;     // what the shares are of
   bool bytes;        // rows have bytes
+  bool timed;        // rows have times, and the total is of microseconds
   const Section* section;
   RankedRows ranked;
   EngineRows engines;

@@ -15,6 +15,7 @@
 #include "layouts/moment.h"
 #include "layouts/near_miss.h"
 #include "layouts/recognition.h"
+#include "layouts/taken.h"
 #include "superlog/byte_scan.h"
 #include "superlog/kept_texts.h"
 #include "superlog/line_reader.h"
@@ -24,6 +25,7 @@
 #include "superlog/log_limits.h"
 #include "superlog/log_line.h"
 #include "superlog/odd_request.h"
+#include "superlog/request_words.h"
 
 static constexpr size_t kMostLayouts = 6;  // of one file
 static_assert(kMostLayouts >= kWrapperCount);
@@ -150,15 +152,18 @@ static std::string_view UrlOfRequest(const Layout& layout, const LineFields& fie
   return layout.writing.whole_urls ? PathOf(url) : url;
 }
 
-static void SettleUrl(const Layout& layout, const LineFields& fields, std::string_view& url) {
+// Returns the whole request where the URL was taken from it, which is decoded then.
+static std::string_view SettleUrl(const Layout& layout, const LineFields& fields, std::string_view& url) {
   TakeText(fields, Field::kUrl, url);
   if (url.data() != nullptr) {
     url = UrlOrNoRequest(url);
     url = HasNoUrl(url) ? url : UrlOfField(layout, fields, url);
-    return;
+    return {};
   }
-  TakeText(fields, Field::kRequest, url);
-  url = url.data() == nullptr ? kNoRequest : UrlOfRequest(layout, fields, url);
+  std::string_view request;
+  TakeText(fields, Field::kRequest, request);
+  url = request.data() == nullptr ? kNoRequest : UrlOfRequest(layout, fields, request);
+  return request;
 }
 
 static int HexDigit(char c) {
@@ -248,6 +253,25 @@ static void TakeSite(const LineFields& fields, SuperLogRecord& record) {
   record.site = IsAsked(kSiteLetter[0]) ? site : std::string_view{};
 }
 
+static void TakeOrKeep(const LineFields& fields, Field field, char letter, std::string_view& text) {
+  const std::string_view before = text;
+  TakeAsked(fields, field, letter, text);
+  text = text.data() == nullptr ? before : text;
+}
+
+// Texts that few reports look at: fields of their own count before what the request says.
+static void TakeMoreTexts(const LineFields& fields, std::string_view request, SuperLogRecord& record) {
+  if (request.data() == nullptr) {
+    TakeText(fields, Field::kRequest, request);
+  }
+  record.method = IsAsked(kMethodLetter[0]) ? MethodOfRequest(request) : std::string_view{};
+  record.protocol = IsAsked(kProtocolLetter[0]) ? ProtocolOfRequest(request) : std::string_view{};
+  TakeOrKeep(fields, Field::kMethod, kMethodLetter[0], record.method);
+  TakeOrKeep(fields, Field::kProtocol, kProtocolLetter[0], record.protocol);
+  TakeAsked(fields, Field::kTls, kTlsLetter[0], record.tls);
+  record.taken = IsAsked(kTakenLetter[0]) ? TakenIn(fields) : kNotTaken;
+}
+
 // False when the fields make no request, for want of a time.
 static bool SettleRecord(const Layout& layout, const LineFields& fields, SuperLogRecord& record) {
   ClearRecord(record);
@@ -256,7 +280,10 @@ static bool SettleRecord(const Layout& layout, const LineFields& fields, SuperLo
   }
   record.status = NumberOf(fields[Field::kStatus]);
   record.bytes = NumberOf(fields[Field::kBytes]);
-  SettleUrl(layout, fields, record.url);
+  const std::string_view request = SettleUrl(layout, fields, record.url);
+  if (mMoreTexts) {
+    TakeMoreTexts(fields, request, record);
+  }
   CutToItem(record.url);
   TakeAsked(fields, Field::kHost, 'h', record.host);
   TakeAsked(fields, Field::kReferrer, 'f', record.referrer);

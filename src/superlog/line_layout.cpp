@@ -8,9 +8,9 @@
 static constexpr struct {
   char letter;
   TextPlace place;
-} kTexts[] = {{'a', kAgentPlace}, {'e', kQueryPlace}, {'f', kReferrerPlace},
-              {'h', kHostPlace},  {'m', kRealmPlace}, {'q', kUrlPlace},
-              {'u', kUrlPlace},   {'w', kUserPlace},  {'x', kStemPlace}};
+} kTexts[] = {{'a', kAgentPlace}, {'e', kQueryPlace},  {'f', kReferrerPlace}, {'h', kHostPlace},
+              {'m', kRealmPlace}, {'q', kUrlPlace},    {'u', kUrlPlace},      {'w', kUserPlace},
+              {'x', kStemPlace},  {'M', kMethodPlace}, {'P', kProtocolPlace}, {'D', kTakenPlace}};
 
 static constexpr std::string_view kStepLetters = "0123459cknprv";
 

@@ -17,6 +17,9 @@ enum TextPlace : uint8_t {
   kRealmPlace,
   kUserPlace,
   kStemPlace,
+  kMethodPlace,
+  kProtocolPlace,
+  kTakenPlace,
   kUrlPlace,
   kTextPlaces,
 };

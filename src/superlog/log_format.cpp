@@ -20,10 +20,11 @@ char mKnownFormatBuf[kTextSize];
 LineLayout mKnownLayout;
 bool mFormatKnown = false;
 int mCurLogFormat = kFamilyNone;
+bool mMoreTexts = false;
 
 static char mSpecialLogFormatBuf[kTextSize];  // the user's layout
 static int mLogFormatSource = 0;              // 0 = there is none
-static char mUnaskedLetters[10];
+static char mUnaskedLetters[16];
 static char mWholeFormatBuf[kTextSize];  // the known format before letters were struck out
 
 // The name of a layout, or the words of a server.
@@ -42,6 +43,7 @@ static constexpr FieldName kW3cIisNames[] = {
     {"c-ip", 'h'},        {"c-username", 'w'},  {"cs-username", 'w'},    {"cs-uri-query", 'e'},
     {"cs-uri-stem", 'x'}, {"cs(Referer)", 'f'}, {"cs(User-Agent)", 'a'}, {"date", '3'},
     {"s-ip", 'm'},        {"sc-bytes", 'c'},    {"sc-status", 'r'},      {"time", '9'},
+    {"cs-method", 'M'},   {"cs-version", 'P'},  {"time-taken", 'D'},
 };
 
 // Matched ignoring case in W3C logs of WebSTAR 2.1, exactly in its own.
@@ -74,6 +76,8 @@ static constexpr FieldName kNetscapeNames[] = {
     {"%Req->vars.pauth-user%", 'w'},
     {"%Req->reqpb.uri%", 'u'},
     {"%Req->reqpb.query%", 'e'},
+    {"%Req->reqpb.method%", 'M'},
+    {"%Req->reqpb.protocol%", 'P'},
 };
 
 static bool EqualExactly(std::string_view a, std::string_view b) {
@@ -149,6 +153,7 @@ void ResetLogFormat() {
   mLogFormatSource = 0;
   mLayoutSource = 0;
   mUnaskedLetters[0] = '\0';
+  mMoreTexts = true;
 }
 
 void SuperLog_AskFor(const AskedTexts& asked) {
@@ -160,6 +165,10 @@ void SuperLog_AskFor(const AskedTexts& asked) {
                {asked.agent, "a"},
                {asked.realm, "m"},
                {asked.site, kSiteLetter},
+               {asked.method, kMethodLetter},
+               {asked.protocol, kProtocolLetter},
+               {asked.tls, kTlsLetter},
+               {asked.taken, kTakenLetter},
                // Where users may hold spaces, the reader must know which field is theirs.
                {asked.user || mLogLimits.escapes, "w"}};
   char* end = mUnaskedLetters;
@@ -167,6 +176,7 @@ void SuperLog_AskFor(const AskedTexts& asked) {
     end += text.letters.copy(end, text.asked ? 0 : text.letters.size());
   }
   *end = '\0';
+  mMoreTexts = asked.site || asked.method || asked.protocol || asked.tls || asked.taken;
 }
 
 bool IsAsked(char letter) {

@@ -30,7 +30,7 @@ enum LogFamily : int {
 inline constexpr const char* LOG_FORMAT_STR_CLF = "Shmw1qrc";
 inline constexpr const char* LOG_FORMAT_STR_ELF = "Shmw1qrcfa";
 inline constexpr const char* LOG_FORMAT_STR_WLF = "T4h?mw?uf?arc?";
-inline constexpr const char* LOG_FORMAT_STR_IIS = "Chw29v?m??cr??xefa";
+inline constexpr const char* LOG_FORMAT_STR_IIS = "Chw29v?mD?cr?Mxefa";
 inline constexpr const char* LOG_FORMAT_STR_MacHTTP = "T29khxc";
 
 // Layout of the current file, valid while mFormatKnown. The letters of texts that nobody asks for are "?"
@@ -43,8 +43,16 @@ extern int mCurLogFormat;  // a LogFamily
 // Whether somebody looks at the texts of that letter.
 bool IsAsked(char letter);
 
-// Stands for the virtual host, for which layouts of letters have none.
+// Stand for texts for which layouts that a user writes in letters have none: the virtual host, the method,
+// the protocol, the version of TLS, the time taken.
 inline constexpr char kSiteLetter[] = "V";
+inline constexpr char kMethodLetter[] = "M";
+inline constexpr char kProtocolLetter[] = "P";
+inline constexpr char kTlsLetter[] = "L";
+inline constexpr char kTakenLetter[] = "D";
+
+// Whether somebody looks at one of these.
+extern bool mMoreTexts;
 
 // All that earlier lines of the file decide about the way in which the next one is read, as a number: the
 // same whatever is asked for. False when it is not known.

@@ -12,6 +12,7 @@
 #include "dates/days.h"
 #include "dates/local_time.h"
 #include "layouts/known_layouts.h"
+#include "layouts/taken.h"
 #include "layouts/wrappers.h"
 #include "superlog/byte_scan.h"
 #include "superlog/digits.h"
@@ -25,6 +26,7 @@
 #include "superlog/log_format.h"
 #include "superlog/log_limits.h"
 #include "superlog/odd_request.h"
+#include "superlog/request_words.h"
 #include "superlog/superlog.h"
 #include "superlog/usual_line.h"
 
@@ -238,11 +240,14 @@ static std::string_view CurrentLine() {
   return {mpLine, static_cast<size_t>(mpLineEnd - mpLine)};
 }
 
+static std::string_view mLongRequest;  // of the line at hand, as much of it as the limits say
+
 // A request is cut behind its method and at its URL's length, as the limits say.
 [[gnu::cold, gnu::noinline]] static std::string_view CutField(std::string_view value, char letter) {
   value = value.substr(0, letter == 'q' ? mLogLimits.request : mLogLimits.item);
   if (letter == 'q') {
     Ended(value);
+    mLongRequest = value;
     TrimFullRequest(value);
   }
   return value.substr(0, mLogLimits.item);
@@ -367,6 +372,26 @@ static void TranslateMacPath(std::string_view url) {
     char* const path = Writable(url);
     std::replace(path, FindByte(path, path + url.size(), '?'), ':', '/');
   }
+}
+
+// Texts that few reports look at.
+[[gnu::cold, gnu::noinline]] static void TakeTextsOfRequest(std::string_view request,
+                                                            SuperLogRecord& record) {
+  record.site = record.tls = {};
+  record.taken = kNotTaken;
+  record.method = IsAsked(kMethodLetter[0]) ? MethodOfRequest(request) : std::string_view{};
+  record.protocol = IsAsked(kProtocolLetter[0]) ? ProtocolOfRequest(request) : std::string_view{};
+}
+
+// The same of a line that was split: fields of their own count before what the request says.
+[[gnu::cold, gnu::noinline]] static void TakeMoreTexts(const FieldPlan& plan, SuperLogRecord& record) {
+  const std::string_view url = plan.is_request ? mFields[plan.texts[kUrlPlace]] : std::string_view{};
+  TakeTextsOfRequest(mLongRequest.empty() ? url : mLongRequest, record);
+  const std::string_view method = Something(mFields[plan.texts[kMethodPlace]]);
+  const std::string_view protocol = Something(mFields[plan.texts[kProtocolPlace]]);
+  record.method = IsAbsent(method) ? record.method : method;
+  record.protocol = IsAbsent(protocol) ? record.protocol : protocol;
+  record.taken = ReadTakenByForm(mFields[plan.texts[kTakenPlace]]);
 }
 
 static void SettleUrl(std::string_view& url, const FieldPlan& plan) {
@@ -519,6 +544,7 @@ static bool ReadFields(SuperLogRecord& record) {
     return false;
   }
   ClearFigures(record);
+  mLongRequest = {};
   const size_t plain = SplitPlainLine(mKnownLayout);
   const size_t fields = plain != 0 ? plain : SplitLine<kEscapes>(mKnownLayout);
   if (kEscapes && fields <= mKnownLayout.user && HasDoubts()) {
@@ -528,6 +554,9 @@ static bool ReadFields(SuperLogRecord& record) {
   const FieldPlan& plan = PlanFor(mKnownLayout, fields);
   if (!TakeSteps(record, parts, plan)) {
     return false;
+  }
+  if (mMoreTexts) [[unlikely]] {
+    TakeMoreTexts(plan, record);
   }
   TakeTexts(record, plan, parts);
   if (kEscapes && mCurLogFormat == kFamilyClf) {
@@ -551,8 +580,10 @@ static void Decode(std::string_view& agent) {
 template <bool kEscapes>
 [[gnu::always_inline]] static inline bool ParseDataLine(SuperLogRecord& record) {
   const UsualLayout& usual = mKnownLayout.usual;
-  record.site = {};
   if (usual.usual && ReadUsualLine<kEscapes>(mpLine, mpLineEnd, mLineQuotes, usual, record)) {
+    if (mMoreTexts) [[unlikely]] {
+      TakeTextsOfRequest(record.url, record);
+    }
     TrimFullRequest(record.url);
   } else if (!ReadFields<kEscapes>(record)) {
     return false;

@@ -37,6 +37,10 @@ struct SuperLogRecord {
   std::string_view user;
   std::string_view site;          // the virtual host, perhaps with its port; where the layout has one
   std::string_view country = {};  // of the host, where whoever counts has told it before the host was cut
+  std::string_view method;        // of the request, as it stands there, which may be anything
+  std::string_view protocol;      // the same, as the server or the visitor has spelt it
+  std::string_view tls;           // the version of TLS, likewise; where the layout has one
+  int64_t taken = -1;             // microseconds that the request took; -1: the line does not tell
 };
 
 // Orders of day, month and year in all-numeric dates.
@@ -107,7 +111,7 @@ struct LogPaths {
 // folder.
 void SuperLog_FindAhead(const Settings& settings, const LogPaths& paths);
 
-// Texts of a record that somebody looks at.
+// Texts of a record that somebody looks at, and the time that it took.
 struct AskedTexts {
   bool host = false;
   bool referrer = false;
@@ -115,6 +119,10 @@ struct AskedTexts {
   bool realm = false;
   bool user = false;
   bool site = false;
+  bool method = false;
+  bool protocol = false;
+  bool tls = false;
+  bool taken = false;
 };
 
 // The texts of both.
@@ -124,7 +132,11 @@ constexpr AskedTexts Both(const AskedTexts& one, const AskedTexts& other) {
           .agent = one.agent || other.agent,
           .realm = one.realm || other.realm,
           .user = one.user || other.user,
-          .site = one.site || other.site};
+          .site = one.site || other.site,
+          .method = one.method || other.method,
+          .protocol = one.protocol || other.protocol,
+          .tls = one.tls || other.tls,
+          .taken = one.taken || other.taken};
 }
 
 // From the next log file on the other texts of records are absent, and no line is read beyond what is

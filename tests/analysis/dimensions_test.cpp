@@ -9,6 +9,7 @@
 #include "analysis/country_database.h"
 #include "analysis/driver.h"
 #include "analysis/rules.h"
+#include "analysis/url_times.h"
 #include "cgi/parameters.h"
 #include "support/account_logs.h"
 #include "support/counted.h"
@@ -95,6 +96,36 @@ TEST_F(DimensionsTest, RequestsCountByHostAndUser) {
   EXPECT_EQ(Of("hosts").total, 3);
   EXPECT_EQ(Counted(Of("users").list), "Ann=1 ann=1 ");
   EXPECT_EQ(Of("users").total, 2);
+}
+
+// The amounts of other tables are bytes, whatever stands before and behind them.
+TEST_F(DimensionsTest, TimesCountByUrlWithTheirSum) {
+  Ask("slow");
+  Ask("methods");
+  settings_.requests.on = 1;
+  settings_.with_bytes = 1;
+  AddLog("a.log",
+         "952250400.123    17 192.0.2.7 TCP/200 12 GET /a - X/- -\n"
+         "952250401.123     3 192.0.2.7 TCP/200 13 GET /b?x - X/- -\n"
+         "952250402.123    -1 192.0.2.7 TCP/200 14 GET /a - X/- -\n"
+         "952250403.123    19 192.0.2.7 TCP/200 15 GET /a - X/- -\n");
+  Run();
+  CountedReport& slow = Of("slow");
+  EXPECT_EQ(Counted(slow.list), "/a=2:36000(0578=1 0586=1 ) /b=1:3000(0413=1 ) ");
+  EXPECT_EQ(slow.total, 39000);
+  for (const ListItem* item = slow.list.first; item != nullptr; item = item->next) {
+    const TimesTaken times = TimesOf(*item);
+    EXPECT_EQ(times.sum, item->key() == "/a" ? 36000 : 3000);
+    EXPECT_EQ(times.median, item->key() == "/a" ? MiddleOf(BucketOf(17000)) : 3000);
+    EXPECT_EQ(times.of_95, item->key() == "/a" ? MiddleOf(BucketOf(19000)) : 3000);
+  }
+  for (List* list : {&analysis_.urls.list, &Of("methods").list}) {
+    int64_t bytes = 0;
+    for (const ListItem* item = list->first; item != nullptr; item = item->next) {
+      bytes += AmountOf(*item);
+    }
+    EXPECT_EQ(bytes, 54);
+  }
 }
 
 TEST_F(DimensionsTest, StatusesCountWithoutThoseOfNoAnswer) {

@@ -173,6 +173,19 @@ TEST_F(RecordFiltersTest, ReferrersAndSites) {
   EXPECT_TRUE(Is("vhosts=[2001:db8::1]", record));
 }
 
+TEST_F(RecordFiltersTest, MethodsAsTheyAreCounted) {
+  SuperLogRecord record{};
+  EXPECT_FALSE(Is("methods=GET,(other)", record));
+  record.method = "GET";
+  EXPECT_TRUE(Is("methods=POST, GET", record));
+  for (const char* list : {"methods=get", "methods=G*", "methods=GE", "methods=(other)"}) {
+    EXPECT_FALSE(Is(list, record)) << list;
+  }
+  record.method = "SSH-2.0";
+  EXPECT_TRUE(Is("methods=(other)", record));
+  EXPECT_FALSE(Is("methods=SSH-2.0", record));
+}
+
 TEST_F(RecordFiltersTest, HoursAndWeekdays) {
   SuperLogRecord record{};
   record.local.tm_hour = 23;

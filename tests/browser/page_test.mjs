@@ -174,6 +174,32 @@ const tests = {
       }
     }
   },
+  async 'the many figures of slow URLs stand beside or below each other, as there is room'() {
+    // What the log has for bytes is taken for milliseconds.
+    const address = report('slow', [...ordinary, ...hostile], ['slow=1,0',
+      'logformat=$remote_addr - - [$time_local] "$request" $status $taken_milliseconds "$http_referer" "$http_user_agent"']);
+    for (const width of [1400, 1024, 860, 700, 390, 320]) {
+      await withPage(address, { viewport: { width, height: 900 }, bypassCSP: true }, async (page) => {
+        await page.evaluate(() => document.querySelectorAll('#slow details').forEach((details) => { details.open = true; }));
+        assert.ok(await page.evaluate(() => document.documentElement.scrollWidth <= document.documentElement.clientWidth), `${width}`);
+        const rows = await page.locator('#slow tbody tr').evaluateAll((list) => list.map((row) => ({
+          cells: row.cells.length, item: row.querySelector('.i').getBoundingClientRect().width,
+          cut: [...row.querySelectorAll('.c, .s')].filter((cell) => cell.scrollWidth > cell.clientWidth + 1).length,
+        })));
+        assert.ok(rows.length > 40);
+        assert.deepEqual(rows.filter((row) => row.cells !== 8 || row.item < 150 || row.cut > 0), [], `${width}`);
+        if (width === 1400 || width === 390) {
+          await page.evaluate(axe);
+          const { violations } = await page.evaluate(() => globalThis.axe.run('#slow'));
+          assert.deepEqual(violations.map((v) => [v.id, ...v.nodes.slice(0, 3).map((node) => node.html)]), [], `${width}`);
+        }
+      });
+    }
+    await withPage(address, {}, async (page) => {
+      await page.getByRole('button', { name: 'Sum' }).first().click();
+      assert.equal(await page.locator('#slow th.c').last().getAttribute('aria-sort'), 'descending');
+    });
+  },
   async 'the page is whole without a script'() {
     for (const [parameters, options] of [[[], { javaScriptEnabled: false }], [['no_script=1'], {}]]) {
       await withPage(report('ordinary', ordinary, parameters), options, async (page, seen) => {

@@ -4,7 +4,8 @@ one file or in several, in any order, read by one process or by three, or as par
 
     dimension_figures.py PROGRAM PROJECT
 
-Every row of the table of dimensions must have its way of counting below, or be one of visits.
+Every row of the table of dimensions must have its way of counting below, but for those of visits, and the times that
+requests took (slow_figures.py).
 """
 import collections
 import json
@@ -18,7 +19,7 @@ import tempfile
 PROGRAM = str(pathlib.Path(sys.argv[1]).resolve())
 PROJECT = pathlib.Path(sys.argv[2])
 ROUNDS = 12
-Request = collections.namedtuple("Request", "site host user url status bytes referrer agent")
+Request = collections.namedtuple("Request", "site host user url status bytes referrer agent method protocol tls")
 
 SITES = ["www.example.com:443", "WWW.Example.com", "www.example.com.", "shop.example.com:80", "[2001:db8::9]:8080", "192.0.2.9"]
 HOSTS = ["192.0.2.1", "192.0.2.77", "2001:db8::1", "2001:db8:0:0:0:0:0:2", "crawl.example.com", "Shop.Example.ORG", "10.0.0.1"]
@@ -29,6 +30,12 @@ PATHS = ["/", "/index.html", "/docs/", "/docs/a.HTML", "/docs/deep/er/b.tar.gz",
 PAGES = ["-", "-", "http://www.other.example/a", "https://other.example:8443/b?c=d", "http://OTHER.example", "http://user@third.example/",
          "https://third.example#top", "android-app://com.example.app/", "ftp://files.example/x", "just words", "http:///none",
          "http://[2001:db8::7]:80/x", "http://www.example.com/own", "https://example.com/own"]
+# What is written, and what is counted for it.
+METHODS = {"GET": "GET", "POST": "POST", "HEAD": "HEAD", "get": "get", "M-SEARCH": "M-SEARCH", "abcdefghijklmnopqrst": "abcdefghijklmnopqrst",
+           "abcdefghijklmnopqrstu": "(other)", "\\x16\\x03\\x01": "(other)", "G3T": "(other)"}
+PROTOCOLS = {"HTTP/1.0": "HTTP/1.0", "HTTP/1.1": "HTTP/1.1", "HTTP/2": "HTTP/2", "HTTP/2.0": "HTTP/2", "HTTP/3.0": "HTTP/3",
+             "RTSP/1.0": "(other)", "HTTP/7": "(other)", "": None}
+TLS_VERSIONS = {None: None, "TLSv1.3": "TLSv1.3", "TLSv1.2": "TLSv1.2", "TLSv1": "TLSv1", "-": None, "1.3": "TLSv1.3", "TLSv9": "(other)"}
 # What people see in them: browser, system, device; or robot.
 AGENTS = {
     "Mozilla/5.0 (X11; Linux x86_64; rv:109.0) Gecko/20100101 Firefox/115.0": ("Firefox", "Linux", "Desktop", None),
@@ -44,16 +51,25 @@ AGENTS = {
 }
 
 
-def made_up(chance, sites):
+def made_up(chance, sites, tls_versions=(None,)):
     return Request(chance.choice(sites), chance.choice(HOSTS), chance.choice(USERS), chance.choice(PATHS),
                    chance.choice([200, 200, 200, 206, 301, 304, 404, 404, 403, 500, 503, 599]), chance.randrange(100000),
-                   chance.choice(PAGES), chance.choice(list(AGENTS)))
+                   chance.choice(PAGES), chance.choice(list(AGENTS)), chance.choice(list(METHODS)), chance.choice(list(PROTOCOLS)),
+                   chance.choice(tls_versions))
 
 
 def line_of(request, second):
     site = f"{request.site} " if request.site else ""
-    return (f'{site}{request.host} - {request.user} [05/Mar/2001:10:{second // 60 % 60:02}:{second % 60:02} +0000] "GET {request.url} HTTP/1.1" '
-            f'{request.status} {request.bytes} "{request.referrer}" "{request.agent}"\n')
+    protocol = f" {request.protocol}" if request.protocol else ""
+    return (f'{site}{request.host} - {request.user} [05/Mar/2001:10:{second // 60 % 60:02}:{second % 60:02} +0000] '
+            f'"{request.method} {request.url}{protocol}" {request.status} {request.bytes} "{request.referrer}" "{request.agent}"\n')
+
+
+def json_line_of(request, second):
+    keys = {"time": f"2001-03-05T10:{second // 60 % 60:02}:{second % 60:02}Z", "client_ip": request.host, "user": request.user,
+            "vhost": request.site, "request": f"{request.method} {request.url} {request.protocol}".strip(), "status": request.status,
+            "bytes": request.bytes, "referer": request.referrer, "user_agent": request.agent, "ssl_protocol": request.tls}
+    return json.dumps({name: value for name, value in keys.items() if value}) + "\n"
 
 
 # ---- The other way of counting ------------------------------------------------------------------
@@ -125,6 +141,9 @@ COUNTED_HERE = {
     "devices": lambda request: AGENTS[request.agent][2],
     "robots": lambda request: AGENTS[request.agent][3],
     "countries": country,
+    "methods": lambda request: METHODS[request.method],
+    "protocols": lambda request: PROTOCOLS[request.protocol],
+    "tlsversions": lambda request: TLS_VERSIONS[request.tls],
 }
 
 
@@ -183,8 +202,10 @@ def sections(names):
 
 def check(folder, chance):
     sites = SITES if chance.random() < 0.5 else [""]
-    requests = [made_up(chance, sites) for _ in range(chance.randrange(1, 400))]
-    lines = [line_of(request, number) for number, request in enumerate(requests)]
+    in_json = chance.random() < 0.4
+    tls_versions = list(TLS_VERSIONS) if in_json else [None]
+    requests = [made_up(chance, sites, tls_versions) for _ in range(chance.randrange(1, 400))]
+    lines = [(json_line_of if in_json else line_of)(request, number) for number, request in enumerate(requests)]
     chance.shuffle(lines)
     files = chance.randrange(1, 5)
     for number in range(files):
@@ -210,7 +231,7 @@ def check(folder, chance):
 
 def main():
     table = (PROJECT / "src" / "analysis" / "dimensions.cpp").read_text(encoding="ascii")
-    assert set(re.findall(r'\.parameter = "([a-z]+)"', table)) == (set(COUNTED_HERE) | OF_VISITS) - set(NAMED)
+    assert set(re.findall(r'\.parameter = "([a-z]+)"', table)) == (set(COUNTED_HERE) | OF_VISITS | {"slow"}) - set(NAMED)
     for number in range(ROUNDS):
         with tempfile.TemporaryDirectory() as folder:
             pathlib.Path(folder, "orvellis.conf").write_text(CONFIGURATION, encoding="ascii")

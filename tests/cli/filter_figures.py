@@ -76,6 +76,8 @@ LISTS = {
                  ("sat-mon", lambda r: r.weekday in (5, 6, 0)), ("mo,xyz", lambda r: False)],
     "countries": [("de", lambda r: made.country(r) == "DE"), ("SE,(private network)", lambda r: made.country(r) in ("SE", "(private network)")),
                   ("D,Germany", lambda r: False)],
+    "methods": [("GET", lambda r: r.method == "GET"), ("POST,head,M-SEARCH", lambda r: r.method in ("POST", "M-SEARCH")),
+                ("(other)", lambda r: made.METHODS[r.method] == "(other)")],
 }
 
 

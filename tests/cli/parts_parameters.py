@@ -27,7 +27,7 @@ LOGS = "logs"        # it says which logs there are, or what the run does with t
 
 SECTIONS = ["badurls", "browsers", "requests", "search", "badreferrers", "domaintypes", "domains", "referrers"]
 DIMENSIONS = ["statuses", "hosts", "users", "referringsites", "directories", "filetypes", "browserfamilies", "systems",
-              "devices", "robots", "servererrors", "visitors", "entrypages", "exitpages", "countries"]
+              "devices", "robots", "servererrors", "visitors", "entrypages", "exitpages", "countries", "methods", "protocols"]
 DAYS = ["date=03052001,03072001"]
 OTHER_DAYS = ["sm=03", "sd=05", "sy=2001", "em=03", "ed=07", "ey=2001"]
 WORDS = ["from=2001-03-05", "to=2001-03-07"]
@@ -72,9 +72,11 @@ PARAMETERS = {
     **{name + "_greater": (PRINTED, "9") for name in DIMENSIONS},
     **{kind + name: (REFUSED, value) for kind in ("only_", "exclude_") for name, value in
        {"statuses": "404", "hosts": "10.0.0.1", "agents": "Mozilla", "robots": "1", "referrers": "*", "vhosts": "x", "users": "ann",
-        "hours": "0-12", "weekdays": "mon", "countries": "FR"}.items()},
+        "hours": "0-12", "weekdays": "mon", "countries": "FR", "methods": "GET"}.items()},
     # Of which the logs have none.
     "vhosts": (REFUSED, "1"), "vhosts_top": (NOTHING, "1"), "vhosts_greater": (NOTHING, "1"),
+    "tlsversions": (REFUSED, "1"), "tlsversions_top": (NOTHING, "1"), "tlsversions_greater": (NOTHING, "1"),
+    "slow": (REFUSED, "1"), "slow_top": (NOTHING, "1"), "slow_greater": (NOTHING, "1"),
     "search_casesensitive": (NOTHING, "1"),
     "badurl_referrers": (PRINTED, "0"),
     "own_referrers": (REFUSED, "1"),
@@ -138,7 +140,7 @@ KEYS = {
 CLF = {
     "logs/1.log": [
         '10.0.0.1 - ann [05/Mar/2001:09:00:00 +0000] "GET /Docs/a.html?x=1 HTTP/1.0" 200 100 "-" "=1+1"',
-        '10.0.0.2 - - [05/Mar/2001:23:30:00 +0000] "GET /docs HTTP/1.0" 500 9 "http://www.finder.example/?q=a" "Mozilla/5.0 (X11; Linux x86_64; rv:115.0) Gecko/20100101 Firefox/115.0"',
+        '10.0.0.2 - - [05/Mar/2001:23:30:00 +0000] "HEAD /docs HTTP/1.1" 500 9 "http://www.finder.example/?q=a" "Mozilla/5.0 (X11; Linux x86_64; rv:115.0) Gecko/20100101 Firefox/115.0"',
         'h.example.org - - [06/Mar/2001:11:00:00 +0000] "GET /none HTTP/1.0" 404 0 "http://www.example.net/L" "A/1"',
         'h.example.fr - - [06/Mar/2001:11:00:00 +0000] "GET /no HTTP/1.0" 404 0 "http://www.example.com/b" "B/1"',
     ],

@@ -11,9 +11,10 @@ class FindGivenKeysTest : public testing::Test {
  protected:
   // The keys of the words with what they mean, "none" where there are none.
   std::string Keys(std::string_view words) {
-    constexpr std::string_view kNames[kFieldCount] = {"nothing", "host",  "user",     "site", "moment",
-                                                      "date",    "time",  "request",  "url",  "query",
-                                                      "status",  "bytes", "referrer", "agent"};
+    constexpr std::string_view kNames[kFieldCount] = {
+        "nothing", "host",    "user",   "site",  "moment",       "date",         "time",        "request",
+        "url",     "query",   "status", "bytes", "referrer",     "agent",        "method",      "protocol",
+        "tls",     "seconds", "then",   "last",  "milliseconds", "microseconds", "nanoseconds", "by form"};
     EXPECT_TRUE(CompileWords(words, *pattern_)) << words;
     FindGivenKeys(*pattern_, *given_);
     std::string keys;
@@ -39,7 +40,7 @@ class FindGivenKeysTest : public testing::Test {
 
 TEST_F(FindGivenKeysTest, TakesTheWordsOfEachServer) {
   EXPECT_EQ(Keys(R"({"t": "%t", "h": "%h", "r": "%r", "s": %>s, "b" : %b , "ms":%D})"),
-            "t=moment h=host r=request s=status b=bytes ms=nothing");
+            "t=moment h=host r=request s=status b=bytes ms=microseconds");
   EXPECT_EQ(Keys(R"(LogFormat "{\"t\":\"%t\",\"r\":\"%r\",\"a\":\"%{User-Agent}i\"}" json)"),
             "t=moment r=request a=agent");
   EXPECT_EQ(Keys("log_format main escape=json '{'\n  '\"zeit\":\"$time_iso8601\",'\n  "
@@ -50,7 +51,7 @@ TEST_F(FindGivenKeysTest, TakesTheWordsOfEachServer) {
 }
 
 TEST_F(FindGivenKeysTest, TakesMethodPathAndQueryOfKeysOfTheirOwn) {
-  EXPECT_EQ(Keys(R"({"t":"%t","m":"%m","u":"%U","q":"%q"})"), "t=moment m=nothing u=url q=query");
+  EXPECT_EQ(Keys(R"({"t":"%t","m":"%m","u":"%U","q":"%q"})"), "t=moment m=method u=url q=query");
   EXPECT_EQ(Keys(R"({"t":"%t","u":"%U%q"})"), "t=moment u=url");
   EXPECT_EQ(Keys(R"({"t":"%t","r":"%m %U%q %H"})"), "t=moment r=request");
   EXPECT_EQ(Keys(R"({"t":"%t","r":"%m %U%q"})"), "none");

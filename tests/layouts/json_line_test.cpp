@@ -144,9 +144,39 @@ TEST_F(SplitJsonTest, TakesBracketsOffTimes) {
   EXPECT_EQ((*this)[Field::kMoment], "05/Mar/2024:07:06:11 +0000");
 }
 
+TEST_F(SplitJsonTest, TakesTheUnitOfADurationFromHowItIsWritten) {
+  Split(R"({"Duration":12345})");
+  EXPECT_EQ((*this)[Field::kTakenNanoseconds], "12345");
+  Split(R"({"duration":12345})");
+  EXPECT_EQ((*this)[Field::kTakenByForm], "12345");
+  Split(R"({"Duration":0.5})");
+  EXPECT_EQ((*this)[Field::kTakenByForm], "0.5");
+  Split(R"({"OriginDuration":5,"reqtime_microsec":"7"})");
+  EXPECT_EQ((*this)[Field::kTakenMicroseconds], "7");
+  EXPECT_EQ((*this)[Field::kTakenNanoseconds].data(), nullptr);
+}
+
+TEST_F(SplitJsonTest, TakesTheVersionOfTlsOfAnObjectOfThatName) {
+  Split(
+      R"({"version":"1","tls":{"proto":"h2","server_name":"no","version":772},"request":{"proto":"HTTP/2.0"}})");
+  EXPECT_EQ((*this)[Field::kTls], "772");
+  EXPECT_EQ((*this)[Field::kProtocol], "HTTP/2.0");
+  EXPECT_EQ((*this)[Field::kSite].data(), nullptr);
+  Split(R"({"protocol":"https"})");
+  EXPECT_EQ((*this)[Field::kProtocol].data(), nullptr);
+}
+
 TEST_F(SplitJsonTest, TakesNoDurationForATime) {
-  Split(R"({"request_time":"0.046","time":"2024-01-01T10:00:00Z"})");
-  EXPECT_EQ((*this)[Field::kMoment], "2024-01-01T10:00:00Z");
+  for (const char* duration : {"0.046", "100000.123", "17", "99999999"}) {
+    const std::string line =
+        std::string(R"({"request_time":")") + duration + R"(","time":"2024-01-01T10:00:00Z"})";
+    Split(line);
+    EXPECT_EQ((*this)[Field::kMoment], "2024-01-01T10:00:00Z") << duration;
+    EXPECT_EQ((*this)[Field::kTakenSeconds], duration);
+  }
+  Split(R"({"request_time":"1700000000.5"})");
+  EXPECT_EQ((*this)[Field::kMoment], "1700000000.5");
+  EXPECT_EQ((*this)[Field::kTakenSeconds].data(), nullptr);
 }
 
 TEST_F(SplitJsonTest, TakesAnyEscapeAndAnyByte) {

@@ -40,8 +40,8 @@ TEST(MeaningOfKey, TellsWhichObjectsBelongToTheRequest) {
 
 TEST(MeaningOfKey, KnowsTheKeysOfLogstash) {
   const std::pair<const char*, Field> keys[] = {
-      {"clientip", Field::kHost},   {"verb", Field::kIgnored},    {"request", Field::kRequest},
-      {"response", Field::kStatus}, {"bytes", Field::kBytes},     {"httpversion", Field::kIgnored},
+      {"clientip", Field::kHost},   {"verb", Field::kMethod},     {"request", Field::kRequest},
+      {"response", Field::kStatus}, {"bytes", Field::kBytes},     {"httpversion", Field::kProtocol},
       {"agent", Field::kAgent},     {"timestamp", Field::kMoment}};
   for (const auto& [key, field] : keys) {
     EXPECT_EQ(MeaningOfKey(key).field, field) << key;
@@ -85,11 +85,22 @@ TEST(MeaningOfHeader, CountsWhatOnlyAHeaderTells) {
   }
 }
 
+TEST(MeaningInTls, TakesTheVersionAlone) {
+  EXPECT_EQ(MeaningInTls("version").field, Field::kTls);
+  EXPECT_GT(MeaningInTls("version").rank, MeaningOfKey("ssl_protocol").rank);
+  for (const char* key : {"server_name", "proto", "tls", "version_protocol", ""}) {
+    EXPECT_EQ(MeaningInTls(key).field, Field::kIgnored) << key;
+    EXPECT_EQ(MeaningInTls(key).holds, Holds::kNothing) << key;
+  }
+  EXPECT_EQ(MeaningOfKey("tls").holds, Holds::kTls);
+}
+
 TEST(MeaningOfLabel, TakesTheHostOfLtsvForTheClient) {
   EXPECT_EQ(MeaningOfLabel("host").field, Field::kHost);
   EXPECT_EQ(MeaningOfKey("host").field, Field::kSite);
   EXPECT_EQ(MeaningOfLabel("ua").field, Field::kAgent);
-  EXPECT_EQ(MeaningOfLabel("reqtime").field, Field::kIgnored);
+  EXPECT_EQ(MeaningOfLabel("reqtime").field, Field::kTakenSeconds);
+  EXPECT_EQ(MeaningOfLabel("request_time").field, Field::kTakenSeconds);
 }
 
 TEST(MeaningOfColumn, KnowsNamesInAnyCase) {
@@ -97,5 +108,6 @@ TEST(MeaningOfColumn, KnowsNamesInAnyCase) {
   EXPECT_EQ(MeaningOfColumn("CS(user-agent)"), Field::kAgent);
   EXPECT_EQ(MeaningOfColumn("c-ip"), Field::kHost);
   EXPECT_EQ(MeaningOfColumn("date"), Field::kDate);
-  EXPECT_EQ(MeaningOfColumn("time-taken"), Field::kIgnored);
+  EXPECT_EQ(MeaningOfColumn("time-taken"), Field::kTakenByForm);
+  EXPECT_EQ(MeaningOfColumn("cs-bytes"), Field::kIgnored);
 }

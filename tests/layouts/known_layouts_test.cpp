@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <string>
 
 #include "layouts/recognition.h"
 
@@ -107,6 +108,47 @@ TEST_F(KnownLayoutsTest, EachExplainsItsSample) {
     LineFields fields = {};
     EXPECT_TRUE(SplitLine(*layout_, sample.line, *room_, fields)) << sample.name;
     EXPECT_EQ(Shown(fields), sample.fields) << sample.name;
+  }
+}
+
+TEST_F(KnownLayoutsTest, SomeTellMethodProtocolAndTls) {
+  static constexpr Sample kMore[] = {
+      {"proxy_manager_own",
+       R"([05/Mar/2024:07:06:11 +0000] 404 - GET https www.example.com "/a" [Client 192.0.2.7] [Length 12] [Gzip -] "Lynx" "-")",
+       "GET||"},
+      {"alb",
+       R"(h2 2024-03-05T07:06:11.123456Z app/lb/1 192.0.2.7:1 192.0.2.9:80 0.0 0.1 0.0 200 200 34 12 "GET https://www.example.com:443/a HTTP/2.0" "Lynx" ECDHE TLSv1.2 arn "Root=1" "-" "-" 0)",
+       "||TLSv1.2"},
+      {"elb",
+       R"(2024-03-05T07:06:11.123456Z lb 192.0.2.7:2817 192.0.2.9:80 0.0 0.1 0.0 200 200 0 12 "GET http://www.example.com:80/a HTTP/1.1" "Lynx" ECDHE TLSv1.3)",
+       "||TLSv1.3"},
+      {"cloudfront",
+       "2024-03-05\t07:06:11\tFRA2\t12\t192.0.2.7\tGET\td1.example.net\t/"
+       "a\t200\t-\tLynx%20x\tb=c\t-\tHit\tid\t"
+       "www.example.com\thttps\t34\t0.012\t-\tTLSv1.3\tAES\tHit\tHTTP/2.0\t-\t-",
+       "GET|HTTP/2.0|TLSv1.3"},
+      {"cloudfront_realtime",
+       "1709622371.123\t192.0.2.7\t0.0\t200\t12\tGET\thttps\twww.example.com\t/"
+       "a\t637\tFRA2\tid\td1.example.net\t0.1\tHTTP/2.0\tIPv4\tLynx%20x\t-\t-\tb=c\tHit\t-\tTLSv1.2\tAES",
+       "GET|HTTP/2.0|TLSv1.2"},
+      {"gcs",
+       R"("1709622371123456","192.0.2.7","1","","GET","/a?b","200","0","12","5","www.example.com","","Lynx","id","GET_Object","bucket","a")",
+       "GET||"},
+      {"squid",
+       "1709622371.123    344 192.0.2.7 TCP_MISS/200 12 GET http://www.example.com/a - HIER_DIRECT/192.0.2.9 "
+       "t",
+       "GET||"},
+      {"ssl_request",
+       R"([05/Mar/2024:07:06:11 +0000] 192.0.2.7 TLSv1.3 TLS_AES_256_GCM_SHA384 "GET /a HTTP/1.1" 12)",
+       "||TLSv1.3"},
+  };
+  for (const Sample& sample : kMore) {
+    MakeLayout(*FindLayout(sample.name), *layout_);
+    LineFields fields = {};
+    ASSERT_TRUE(SplitLine(*layout_, sample.line, *room_, fields)) << sample.name;
+    const std::string told = std::string(fields[Field::kMethod]) + "|" +
+                             std::string(fields[Field::kProtocol]) + "|" + std::string(fields[Field::kTls]);
+    EXPECT_EQ(told, sample.fields) << sample.name;
   }
 }
 

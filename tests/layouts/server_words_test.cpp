@@ -55,7 +55,7 @@ TEST_F(CompileWordsTest, ReadsLinesThatGoOnInTheNextOne) {
 
 TEST_F(CompileWordsTest, ReadsTimesThatApacheWritesOtherwise) {
   EXPECT_EQ(Read("%{%Y-%m-%d %H:%M:%S}t %a %m %U%q %s", "2024-03-05 07:06:11 192.0.2.7 GET /a?b 200"),
-            "192.0.2.7|2024-03-05|07:06:11|/a?b|200|");
+            "192.0.2.7|2024-03-05|07:06:11|/a?b|200|GET|");
   EXPECT_EQ(Read("%{msec}t %{c}a %U %!200,304s", "1700000000123 192.0.2.7 /a 404"),
             "192.0.2.7|1700000000123|/a|404|");
   EXPECT_EQ(Read("[%{%d/%b/%Y %T}t.%{msec_frac}t %{%z}t] %v:%p %U %s",
@@ -89,6 +89,36 @@ TEST_F(CompileWordsTest, ReadsNginxWords) {
             "2024-03-05T07:06:11Z|/a|200|");
 }
 
+TEST_F(CompileWordsTest, ReadsMethodProtocolAndTls) {
+  const char* const line = "2024-03-05T07:06:11+0000 /a GET HTTP/2.0 TLSv1.3 200";
+  const char* const read = "2024-03-05T07:06:11+0000|/a|200|GET|HTTP/2.0|TLSv1.3|";
+  EXPECT_EQ(Read("$time_iso8601 $uri $request_method $server_protocol $ssl_protocol $status", line), read);
+  EXPECT_EQ(Read("%{%FT%T%z}t %U %m %H %{SSL_PROTOCOL}x %>s", line), read);
+  EXPECT_EQ(Read("%tr %HU %HM %HV %sslv %ST", line), read);
+  EXPECT_EQ(Read("%tr %HU %[method] %HV %[ssl_fc_protocol] %[status]", line), read);
+}
+
+TEST_F(CompileWordsTest, ReadsTheTimeTaken) {
+  const auto taken = [this](const char* words) {
+    static auto pattern = std::make_unique<Pattern>();
+    EXPECT_TRUE(CompileWords(words, *pattern)) << words;
+    return pattern->count < 3 ? Field::kIgnored : pattern->elements[2].field;
+  };
+  EXPECT_EQ(taken("$time_iso8601 $uri $request_time"), Field::kTakenSeconds);
+  EXPECT_EQ(taken("$time_iso8601 $uri $upstream_response_time"), Field::kIgnored);
+  EXPECT_EQ(taken("%t %U %D"), Field::kTakenMicroseconds);
+  EXPECT_EQ(taken("%t %U %T"), Field::kTakenSeconds);
+  EXPECT_EQ(taken("%t %U %{s}T"), Field::kTakenSeconds);
+  EXPECT_EQ(taken("%t %U %{ms}T"), Field::kTakenMilliseconds);
+  EXPECT_EQ(taken("%t %U %{us}T"), Field::kTakenMicroseconds);
+  EXPECT_EQ(taken("%t %U %{min}T"), Field::kIgnored);
+  EXPECT_EQ(taken("%t %U %^FB"), Field::kIgnored);
+  EXPECT_EQ(taken("%tr %HU %Ta"), Field::kTakenMilliseconds);
+  EXPECT_EQ(taken("%tr %HU %Tt"), Field::kTakenMilliseconds);
+  EXPECT_EQ(taken("%tr %HU %TR"), Field::kIgnored);
+  EXPECT_EQ(taken("%ts %ru %tr"), Field::kTakenMilliseconds);
+}
+
 TEST_F(CompileWordsTest, ReadsHaproxyWords) {
   const char* const words =
       "log-format \"%ci:%cp [%tr] %ft %b/%s %TR/%Tw/%Tc/%Tr/%Ta %ST %B %CC %CS %tsc %ac/%fc/%bc/%sc/%rc "
@@ -97,12 +127,12 @@ TEST_F(CompileWordsTest, ReadsHaproxyWords) {
       Read(
           words,
           R"(192.0.2.7:33317 [06/Feb/2009:12:14:14.655] in be/s1 10/0/30/69/109 200 2750 - - ---- 1/1/1/1/0 0/0 "GET /a HTTP/1.1")"),
-      "192.0.2.7:33317|06/Feb/2009:12:14:14.655|GET /a HTTP/1.1|200|2750|");
+      "192.0.2.7:33317|06/Feb/2009:12:14:14.655|GET /a HTTP/1.1|200|2750|109|");
   EXPECT_EQ(
       Read(
           words,
           R"(192.0.2.7:33317 [06/Feb/2009:12:14:14.655] in be/s1 10/0/30/69/109 200 2750 - - ---- 1/1/1/1/0 0/0 {a|b c} {} "GET /a HTTP/1.1")"),
-      "192.0.2.7:33317|06/Feb/2009:12:14:14.655|GET /a HTTP/1.1|200|2750|");
+      "192.0.2.7:33317|06/Feb/2009:12:14:14.655|GET /a HTTP/1.1|200|2750|109|");
   EXPECT_EQ(Read("%Ts %[src] %HU %[status]", "1700000000 192.0.2.7 /a 200"), "192.0.2.7|1700000000|/a|200|");
 }
 
@@ -126,11 +156,11 @@ TEST_F(CompileWordsTest, ReadsSquidWords) {
   EXPECT_EQ(Read("%ts.%03tu %6tr %>a %Ss/%03>Hs %<st %rm %ru %[un %Sh/%<a %mt",
                  "1700000000.123     43 192.0.2.7 TCP_MISS/200 1518 GET http://a.example/b?c ann "
                  "HIER_DIRECT/192.0.2.9 text/html"),
-            "192.0.2.7|ann|1700000000|http://a.example/b?c|200|1518|");
+            "192.0.2.7|ann|1700000000|http://a.example/b?c|200|1518|GET|43|");
   EXPECT_EQ(Read("logformat combined %>a %[ui %[un [%tl] \"%rm %ru HTTP/%rv\" %>Hs %<st \"%{Referer}>h\" "
                  "\"%{User-Agent}>h\" %Ss:%Sh",
                  std::string(kLine) + " TCP_MISS:HIER_DIRECT"),
-            "192.0.2.7|ann|05/Mar/2024:07:06:11 +0000|/a|200|12|http://example.com/|Lynx|");
+            "192.0.2.7|ann|05/Mar/2024:07:06:11 +0000|/a|200|12|http://example.com/|Lynx|GET|1.1|");
   EXPECT_EQ(Read("{\"time\":\"%{%Y-%m-%dT%H:%M:%S%z}tl\",\"url\":\"%\"ru\",\"status\":%>Hs,\"agent\":\"%\"{"
                  "User-Agent}>h\"}",
                  R"({"time":"2024-03-05T07:06:11+0000","url":"/a","status":200,"agent":"Lynx \"x\""})"),

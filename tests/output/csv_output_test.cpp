@@ -37,7 +37,8 @@ TEST_F(CsvOutput, OneSectionHasItsOwnColumns) {
   CopyText(settings_.section, "REQUESTS");
   EXPECT_EQ(Written(kCsvOutput), "rank,url,count,share\r\n1,'=1+1,2,0.500000\r\n2,\"/a,b\",2,0.500000\r\n");
   CopyText(settings_.section, "hitsperdayofweek");
-  EXPECT_THAT(Written(kCsvOutput), StartsWith("weekday,count,share,timezone\r\nSunday,4,1.000000,UTC\r\nMonday,0,"));
+  EXPECT_THAT(Written(kCsvOutput),
+              StartsWith("weekday,count,share,timezone\r\nSunday,4,1.000000,UTC\r\nMonday,0,"));
   CopyText(settings_.section, "badurls_referrers");
   EXPECT_THAT(Written(kCsvOutput), StartsWith("rank,page,count,share,url\r\n1,http://two.example/,1,"));
 }

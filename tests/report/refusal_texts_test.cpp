@@ -13,10 +13,9 @@ static const RefusalTexts& TextsOf(Error error) {
 
 TEST(RefusalTexts, EachHasAStatusOfItsKind) {
   const std::pair<Error, int> kExpected[] = {
-      {kErrorNotPosted, 405},    {kErrorRejected, 403},       {kErrorNoLogs, 500},
-      {kErrorNoStartDate, 400},  {kErrorDateRange, 400},  {kErrorNoEndDate, 400}, {kErrorConfigFile, 500},
-      {kErrorPasswordFile, 500}, {kErrorNoLogFiles, 404}, {kErrorLimited, 429},   {kErrorOutput, 400},
-      {kErrorSection, 400}};
+      {kErrorNotPosted, 405},  {kErrorRejected, 403},  {kErrorNoLogs, 500},     {kErrorNoStartDate, 400},
+      {kErrorDateRange, 400},  {kErrorNoEndDate, 400}, {kErrorConfigFile, 500}, {kErrorPasswordFile, 500},
+      {kErrorNoLogFiles, 404}, {kErrorLimited, 429},   {kErrorOutput, 400},     {kErrorSection, 400}};
   for (const auto& [error, status] : kExpected) {
     EXPECT_EQ(TextsOf(error).error, error);
     EXPECT_EQ(TextsOf(error).status.number, status) << error;

@@ -903,6 +903,9 @@ test_only_and_exclude() {
   expect_not_in out statuses,2
   run --csv --exclude statuses=2xx --reports statuses access.log
   expect_match out '^statuses,1,404,1,'
+  run --csv --only methods=GET,HEAD --reports methods,slow access.log
+  expect_match out '^methods,1,GET,'
+  expect_not_in out methods,2
   run --only colour=red access.log
   expect_error 2 '--only takes a name and a list, such as statuses=404,5xx, not "colour=red"'
   run --exclude 'agents=a b' access.log

@@ -136,10 +136,10 @@ TEST_F(GrokLineFormatTest, CountsSeparators) {
     int family;
     const char* format;
   } const rows[] = {
-      {Repeat("a,", 15), kFamilyIis, "Chw29v?m??cr??xefa"},
+      {Repeat("a,", 15), kFamilyIis, "Chw29v?mD?cr?Mxefa"},
       {Repeat("a,", 14), kFamilyNone, ""},
-      {Repeat("a, ", 15), kFamilyIis, "Chw29v?m??cr??xefa"},
-      {Repeat("a,\t", 15), kFamilyIis, "Chw29v?m??cr??xefa"},
+      {Repeat("a, ", 15), kFamilyIis, "Chw29v?mD?cr?Mxefa"},
+      {Repeat("a,\t", 15), kFamilyIis, "Chw29v?mD?cr?Mxefa"},
       {Repeat("a, ", 14), kFamilyClf, "Shmw1qrcfa"},
       {Repeat("a\t", 12), kFamilyWebSite, "T4h?mw?uf?arc?"},
       {Repeat("a \t", 12), kFamilyWebSite, "T4h?mw?uf?arc?"},
@@ -201,7 +201,7 @@ TEST_F(GrokW3cLineTest, EveryIisName) {
 TEST_F(GrokW3cLineTest, IisNamesIgnoreCaseAndUnknownOnesAreSkipped) {
   GrokHeader("#Software: Dolphin Speedstar", GrokW3cLine);
   GrokHeader("#Fields: DATE Time s-sitename CS-URI-Stem cs-host cs-version", GrokW3cLine);
-  ExpectFormat(kFamilyW3cIis, "S39?x");
+  ExpectFormat(kFamilyW3cIis, "S39?x?P");
 }
 
 TEST_F(GrokW3cLineTest, EveryWebStarName) {
