@@ -215,7 +215,7 @@ constexpr RecordFilter kRecordFilters[] = {
     {"agents", "Browser", "firefox, *bot*", {.agent = true}, IsAgent},
     {"robots", "Robots", "all, or what they are for: search, monitoring", {.agent = true}, IsRobot},
     {"referrers", "Referrer", "example.org, http*/forum/*", {.referrer = true}, IsReferrer},
-    {"vhosts", "Virtual host", "www.example.com", {.site = true}, IsVhost},
+    {"vhosts", "Virtual host", "shop.example.org", {.site = true}, IsVhost},
     {"users", "User", "ann, guest*", {.user = true}, IsUser, true},
     {"hours", "Hour", "8-17, 22-5", {}, IsHour},
     {"weekdays", "Weekday", "mon-fri, sunday", {}, IsWeekday},

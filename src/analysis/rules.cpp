@@ -79,9 +79,14 @@ bool NeedsCountryDatabase(const Settings& settings) {
   return settings.plan == nullptr && (shown || CountsByCountry(settings));
 }
 
+// Robots are no visitors.
+static bool CountsByRobot(const Settings& settings) {
+  return FilterByRobot(ActiveFiltersOf(settings)) || IsSummedFrom(settings, SummedFrom::kVisits);
+}
+
 bool NeedsAgentRules(const Settings& settings) {
   const bool shown = settings.part == nullptr && IsSummedFrom(settings, SummedFrom::kBrowsers);
-  return settings.plan == nullptr && (shown || FilterByRobot(ActiveFiltersOf(settings)));
+  return settings.plan == nullptr && (shown || CountsByRobot(settings));
 }
 
 DnsMode ResolveDnsMode(const Settings& settings, const Limits& limits) {
@@ -197,7 +202,7 @@ Rules ResolveRules(const Settings& settings, const Counting& counting) {
       .filters = ActiveFiltersOf(settings),
       .anonymise = settings.anonymise != 0,
       .by_country = CountsByCountry(settings),
-      .by_robot = FilterByRobot(ActiveFiltersOf(settings)),
+      .by_robot = CountsByRobot(settings),
       .keep_query = settings.showquery != 0,
       .url_end_mark = counting.limits.escapes ? '?' : '"',
       .bytes = AmountsOf(settings) == Amounts::kSummed,

@@ -126,7 +126,7 @@ KEYS = {
     "DNSLookupSeconds": (NOTHING, "7"),
     "Workers": (NOTHING, "3,100"),
     "PartCache": (NOTHING, "counts"), "PartCacheSize": (NOTHING, "64K"),
-    "AgentRules": (PRINTED, "agents"), "Anonymise": (REFUSED, "1"),
+    "AgentRules": (REFUSED, "agents"), "Anonymise": (REFUSED, "1"),
     "CountryDatabase": (PRINTED, "others.mmdb"),
     "SmartMemoryEnabled": (NOTHING, "0"),
     "SmartMemoryKeepEntries": (NOTHING, "7"),
