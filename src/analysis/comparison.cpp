@@ -33,31 +33,36 @@ static DayRange OfEarlierYear(const DayRange& days) {
   return {YearsBefore(days.first, years), YearsBefore(last, years)};
 }
 
-static constexpr struct {
+struct ComparedDays {
   const char* name;
-  DayRange (*days)(const DayRange& days);
-} kComparisons[] = {
+  DayRange (*of)(const DayRange& days);
+};
+static constexpr ComparedDays kComparisons[] = {
     {"previous", RightBefore},
     {"weekdays", OfSameWeekdays},
     {"year", OfEarlierYear},
 };
 
-static const auto* FindComparison(const char* text) {
-  return std::ranges::find_if(
-      kComparisons, [text](const auto& comparison) { return EqualIgnoreCase(comparison.name, text); });
+// Null where there is none of the name.
+static const ComparedDays* FindComparison(const char* text) {
+  for (const ComparedDays& compared : kComparisons) {
+    if (EqualIgnoreCase(compared.name, text)) {
+      return &compared;
+    }
+  }
+  return nullptr;
 }
 
 bool IsComparison(const char* text) {
-  return FindComparison(text) != std::end(kComparisons);
+  return FindComparison(text) != nullptr;
 }
 
 bool FindComparedDays(const char* text, const DayRange& days, DayRange& compared) {
-  const auto* const found = FindComparison(text);
-  if (found == std::end(kComparisons)) {
-    return false;
+  const ComparedDays* const found = FindComparison(text);
+  if (found != nullptr) {
+    compared = found->of(days);
   }
-  compared = found->days(days);
-  return true;
+  return found != nullptr;
 }
 
 Comparison ComparisonOf(const Settings& settings) {

@@ -78,14 +78,16 @@ bool IsCountryDatabaseOpen() {
 
 // All codes there can be.
 static constexpr int kLetters = 26;
-static constexpr auto kCodes = [] {
-  std::array<char, size_t{2} * kLetters * kLetters> codes{};
+using Codes = std::array<char, size_t{2} * kLetters * kLetters>;
+static consteval Codes AllCodes() {
+  Codes codes{};
   for (size_t i = 0; i < codes.size() / 2; ++i) {
     codes[2 * i] = static_cast<char>('A' + i / kLetters);
     codes[2 * i + 1] = static_cast<char>('A' + i % kLetters);
   }
   return codes;
-}();
+}
+static constexpr Codes kCodes = AllCodes();
 
 // Empty for what is no code: the database may hold anything.
 static std::string_view CodeOf(std::string_view text) {

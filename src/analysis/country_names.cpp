@@ -265,6 +265,6 @@ static constexpr CountryName kNames[] = {
 static_assert(std::ranges::is_sorted(kNames, {}, &CountryName::code));
 
 const char* NameOfCountry(std::string_view code) {
-  const auto* const found = std::ranges::lower_bound(kNames, code, {}, &CountryName::code);
+  const CountryName* const found = std::ranges::lower_bound(kNames, code, {}, &CountryName::code);
   return found != std::end(kNames) && found->code == code ? found->name : nullptr;
 }

@@ -103,7 +103,8 @@ static std::string_view SiteOf(std::string_view referrer, ItemRoom& room) {
 }
 
 std::string_view PathOf(std::string_view url) {
-  url = {url.begin(), std::ranges::find_if(url, [](char c) { return c == '?' || c == '#'; })};
+  const auto* const end = std::ranges::find_if(url, [](char c) { return c == '?' || c == '#'; });
+  url = url.substr(0, static_cast<size_t>(end - url.begin()));
   const size_t scheme = url.find("://");
   if (!url.starts_with('/') && scheme != std::string_view::npos) {
     const size_t path = url.find('/', scheme + 3);

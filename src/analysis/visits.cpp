@@ -83,13 +83,16 @@ static int64_t DayAt(DayFinder& found, int64_t time) {
   static constexpr int64_t kLast = 253'402'041'600;   // 9999-12-29
   time = std::clamp(time, kFirst, kLast);
   const auto behind = found.upper_bound(time);
-  if (behind != found.begin() && time < std::prev(behind)->second.end) {
-    return std::prev(behind)->second.day;
+  if (behind != found.begin()) {
+    const FoundDay& before = std::prev(behind)->second;
+    if (time < before.end) {
+      return before.day;
+    }
   }
   int64_t day = NumberOfDay(DayOf(time));
   // Where clocks go back to the day before, that is over nonetheless.
   day += time >= BeginOfDay(DayOfNumber(day + 1)) ? 1 : 0;
-  found[BeginOfDay(DayOfNumber(day))] = {BeginOfDay(DayOfNumber(day + 1)), day};
+  found[BeginOfDay(DayOfNumber(day))] = FoundDay{.end = BeginOfDay(DayOfNumber(day + 1)), .day = day};
   return day;
 }
 

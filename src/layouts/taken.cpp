@@ -119,16 +119,18 @@ static int64_t SumOfParts(const LineFields& fields) {
   return sum <= kMostTaken ? sum : kNotTaken;
 }
 
+struct FieldOfUnit {
+  Field field;
+  int power;
+};
+static constexpr FieldOfUnit kFieldsOfUnits[] = {{Field::kTakenNanoseconds, kNanoseconds},
+                                                 {Field::kTakenMicroseconds, kMicroseconds},
+                                                 {Field::kTakenMilliseconds, kMilliseconds}};
+
 int64_t TakenIn(const LineFields& fields) {
-  static constexpr struct {
-    Field field;
-    int power;
-  } kFields[] = {{Field::kTakenNanoseconds, kNanoseconds},
-                 {Field::kTakenMicroseconds, kMicroseconds},
-                 {Field::kTakenMilliseconds, kMilliseconds}};
-  for (const auto& [field, power] : kFields) {
-    if (fields[field].data() != nullptr) {
-      return ReadTaken(fields[field], power);
+  for (const FieldOfUnit& known : kFieldsOfUnits) {
+    if (fields[known.field].data() != nullptr) {
+      return ReadTaken(fields[known.field], known.power);
     }
   }
   if (fields[Field::kTakenThen].data() != nullptr) {

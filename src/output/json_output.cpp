@@ -164,7 +164,7 @@ static void PutRow(Sink& sink, const Section& section, SectionRow& row) {
     PutShown(sink, row.item);
   }
   PutCount(sink, row.count, row.share);
-  if (row.second >= 0) {
+  if (section.dimension != nullptr && row.second >= 0) {
     Put(sink, ", ");
     PutJson(sink, section.dimension->second.name.text());
     Put(sink, ": ");

@@ -12,7 +12,7 @@ static constexpr char kHowToWriteDays[] =
     "A day is written as 2026-11-30, or as today, yesterday or 7d for the day six days ago; several days are"
     " this-month, last-month, this-year, 7d for the last seven, or all.";
 
-static const RefusalTexts kRefusals[] = {
+static constexpr RefusalTexts kRefusals[] = {
     {
         .error = kErrorNotPosted,
         .status = {405, "Method Not Allowed"},

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "base/text.h"
 #include "dates/days.h"
 
 static constexpr const char* kWeekdays[] = {"Sunday",   "Monday", "Tuesday", "Wednesday",
@@ -47,7 +48,10 @@ static double BarOf(SectionRows& rows, int64_t count) {
 // Of an item that is a day.
 static void TellDay(SectionRow& row) {
   static constexpr int64_t kThursday = 4;  // the first day of all was one
-  if (sscanf(row.item, "%d-%d-%d", &row.date.year, &row.date.month, &row.date.day) == 3) {
+  constexpr size_t kMonth = std::string_view("2026-").size();
+  constexpr size_t kDay = std::string_view("2026-11-").size();
+  if (std::string_view(row.item).size() > kDay) {
+    row.date = {ToInt(row.item + kMonth), ToInt(row.item + kDay), ToInt(row.item)};
     row.weekday = static_cast<int>(((NumberOfDay(row.date) + kThursday) % 7 + 7) % 7);
   }
 }

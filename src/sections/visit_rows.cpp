@@ -25,7 +25,9 @@ std::array<KeyFigure, kKeyFigures> KeyFiguresOf(const Analysis& analysis) {
 }
 
 void WriteDuration(DurationText& text, double seconds) {
-  const auto whole = static_cast<int64_t>(std::clamp(seconds, 0.0, 1e15) + 0.5);
+  const double shown = std::clamp(seconds, 0.0, 1e15);
+  const auto below = static_cast<int64_t>(shown);
+  const int64_t whole = shown - static_cast<double>(below) < 0.5 ? below : below + 1;
   const int64_t hours = whole / 3600;
   const auto minutes = static_cast<int>(whole / 60 % 60);
   const auto rest = static_cast<int>(whole % 60);
@@ -38,7 +40,7 @@ void WriteDuration(DurationText& text, double seconds) {
 
 int64_t ErrorOfVisitors(const VisitFigures& figures) {
   int64_t error = 100;
-  while (error > 1 && (error - 1) * (error - 1) * figures.kept >= 100 * 100) {
+  while (error > 1 && (error - 1) * (error - 1) * figures.kept >= int64_t{100} * 100) {
     --error;
   }
   return error;
