@@ -27,7 +27,9 @@ static Figures FiguresOf(VisitCounts& visits) {
   }
   for (const PageVisits& page : sums.pages) {
     REQUIRE(page.single_page <= page.entries && page.entries <= all.visits && page.exits <= all.visits);
-    std::get<1>(figures)[std::string(page.url)] = {page.entries, page.single_page, page.exits};
+    if (page.entries + page.exits > 0) {  // a damaged part may name URLs of visits that it does not tell
+      std::get<1>(figures)[std::string(page.url)] = {page.entries, page.single_page, page.exits};
+    }
   }
   return figures;
 }

@@ -71,16 +71,49 @@ static bool IsError(int64_t status) {
 }
 
 // "503 /path".
-static std::string_view ErrorOf(const Request& request, ItemRoom& room) {
-  if (!IsError(request.record.status)) {
-    return {};
-  }
+static std::string_view WithStatus(const Request& request, ItemRoom& room) {
   const auto status = static_cast<int>(request.record.status);
   room[0] = static_cast<char>('0' + status / 100);
   room[1] = static_cast<char>('0' + status / 10 % 10);
   room[2] = static_cast<char>('0' + status % 10);
   room[3] = ' ';
   return {room, 4 + request.url.copy(room + 4, kLongestItem - 4)};
+}
+
+static std::string_view ErrorOf(const Request& request, ItemRoom& room) {
+  return IsError(request.record.status) ? WithStatus(request, room) : std::string_view{};
+}
+
+// What was not changed is no other place.
+static std::string_view RedirectOf(const Request& request, ItemRoom& room) {
+  const int64_t status = request.record.status;
+  const bool leads_on = status >= 300 && status < 400 && status != 304;
+  return leads_on ? WithStatus(request, room) : std::string_view{};
+}
+
+struct SizeClass {
+  int64_t below;  // bytes
+  std::string_view name;
+};
+static constexpr SizeClass kSizes[] = {
+    {1, "nothing"},
+    {1000, "below 1 kB"},
+    {10'000, "1 kB to 10 kB"},
+    {100'000, "10 kB to 100 kB"},
+    {1'000'000, "100 kB to 1 MB"},
+    {10'000'000, "1 MB to 10 MB"},
+    {100'000'000, "10 MB to 100 MB"},
+    {1'000'000'000, "100 MB to 1 GB"},
+    {INT64_MAX, "1 GB and more"},
+};
+
+// In the room, as texts of the program are nobody's to wait for.
+static std::string_view SizeOf(const Request& request, ItemRoom& room) {
+  const SizeClass* size = kSizes;
+  while (request.record.bytes >= size->below && size->below < INT64_MAX) {
+    ++size;
+  }
+  return {room, size->name.copy(room, kLongestItem)};
 }
 
 static std::string_view ReferrerOf(const SuperLogRecord& record) {
@@ -393,6 +426,21 @@ constexpr Dimension kDimensions[] = {
      .asks = {.taken = true},
      .of_site = true,
      .timed = true},
+    {.parameter = "redirects",
+     .behind = "servererrors",
+     .words = {"Redirections", "Status and URL", "redirections", "redirection",
+               "request that was sent elsewhere", "requests that were sent elsewhere",
+               "URLs that lead to others, by status."},
+     .columns = "rank,redirection,count,share",
+     .from = SummedFrom::kRequests,
+     .of_request = RedirectOf},
+    {.parameter = "sizes",
+     .behind = "filetypes",
+     .words = {"Sizes of answers", "Size", "sizes", "size", "request", "requests",
+               "How much visitors were sent at a time."},
+     .columns = "rank,size,count,share",
+     .from = SummedFrom::kRequests,
+     .of_request = SizeOf},
 };
 constexpr size_t kDimensionCount = std::size(kDimensions);
 static_assert(kDimensionCount <= kMostDimensions);

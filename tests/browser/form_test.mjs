@@ -92,7 +92,8 @@ const everySection = { requests: '1', referrers: '1', search: '1', browsers: '1'
   domains: '1', domaintypes: '1', dailytotals: '1', hitsperdayofweek: '1', hitsperhour: '1', hoursofweek: '1' };
 const furtherSections = ['statuses', 'servererrors', 'hosts', 'users', 'vhosts', 'referringsites', 'directories', 'filetypes',
   'browserfamilies', 'systems', 'devices', 'robots',
-  'visitors', 'entrypages', 'exitpages', 'countries', 'methods', 'protocols', 'tlsversions', 'slow'];
+  'visitors', 'entrypages', 'exitpages', 'countries', 'methods', 'protocols', 'tlsversions', 'slow',
+  'redirects', 'sizes'];
 const withoutEmpty = (fields) => Object.fromEntries(Object.entries(fields).filter(([, value]) => value !== ''));
 const linkOf = async (page) => new URL(await page.getByRole('link', { name: 'Link to this report' }).evaluate((link) => link.href));
 

@@ -98,6 +98,11 @@ def referring_site(request):
     return site or "(no address)"
 
 
+def size_class(request):
+    names = ["nothing", "below 1 kB", "1 kB to 10 kB", "10 kB to 100 kB", "100 kB to 1 MB", "1 MB to 10 MB"]
+    return names[len(str(request.bytes)) - 2 if request.bytes >= 1000 else request.bytes > 0]
+
+
 def vhost(request):
     return re.sub(r":\d+$|\.$", "", request.site.lower())
 
@@ -144,6 +149,8 @@ COUNTED_HERE = {
     "methods": lambda request: METHODS[request.method],
     "protocols": lambda request: PROTOCOLS[request.protocol],
     "tlsversions": lambda request: TLS_VERSIONS[request.tls],
+    "redirects": lambda request: f"{request.status} {path_of(request)}" if 300 <= request.status < 400 and request.status != 304 else None,
+    "sizes": size_class,
 }
 
 

@@ -27,7 +27,7 @@ LOGS = "logs"        # it says which logs there are, or what the run does with t
 
 SECTIONS = ["badurls", "browsers", "requests", "search", "badreferrers", "domaintypes", "domains", "referrers"]
 DIMENSIONS = ["statuses", "hosts", "users", "referringsites", "directories", "filetypes", "browserfamilies", "systems",
-              "devices", "robots", "servererrors", "visitors", "entrypages", "exitpages", "countries", "methods", "protocols"]
+              "devices", "robots", "servererrors", "visitors", "entrypages", "exitpages", "countries", "methods", "protocols", "redirects", "sizes"]
 DAYS = ["date=03052001,03072001"]
 OTHER_DAYS = ["sm=03", "sd=05", "sy=2001", "em=03", "ed=07", "ey=2001"]
 WORDS = ["from=2001-03-05", "to=2001-03-07"]
@@ -76,6 +76,7 @@ PARAMETERS = {
     # Of which the logs have none.
     "vhosts": (REFUSED, "1"), "vhosts_top": (NOTHING, "1"), "vhosts_greater": (NOTHING, "1"),
     "tlsversions": (REFUSED, "1"), "tlsversions_top": (NOTHING, "1"), "tlsversions_greater": (NOTHING, "1"),
+    "redirects": (REFUSED, "1"), "redirects_top": (NOTHING, "1"), "redirects_greater": (NOTHING, "1"),
     "slow": (REFUSED, "1"), "slow_top": (NOTHING, "1"), "slow_greater": (NOTHING, "1"),
     "search_casesensitive": (NOTHING, "1"),
     "badurl_referrers": (PRINTED, "0"),

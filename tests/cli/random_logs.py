@@ -191,7 +191,7 @@ def later_sections(chance):
     """By another chance, so that one more of them changes nothing else."""
     words = [f"{name}=1,{chance.choice(['0', '0', '5', '20%'])}"
              for name in ("statuses", "hosts", "users", "referringsites", "directories", "filetypes",
-                          "browserfamilies", "systems", "devices", "robots", "vhosts", "servererrors", "countries", "methods", "protocols", "tlsversions", "slow") if chance.random() < 0.4]
+                          "browserfamilies", "systems", "devices", "robots", "vhosts", "servererrors", "countries", "methods", "protocols", "tlsversions", "slow", "redirects", "sizes") if chance.random() < 0.4]
     of_visits = random.Random(" ".join(words))
     words += [f"{name}=1,{of_visits.choice(['0', '5'])}" for name in ("visitors", "entrypages", "exitpages") if of_visits.random() < 0.3]
     filters = ["exclude_robots=1", "only_statuses=2xx,404", "exclude_hosts=192.0.2.0/24", "only_hours=6-20", "exclude_weekdays=sun", "anonymise=1", "only_methods=GET"]

@@ -52,7 +52,7 @@ class PartCounts : public AccountLogs {
                    .referrer = "http://other.example/" + name,
                    .agent = "curl/8.5"}) +
            ToText({.url = "/a", .bytes = "999999800", .referrer = "http://site.example/" + name}) +
-           ToText({.url = "/a", .referrer = "http://www.google.com/", .user = "ann"}) +
+           ToText({.url = "/a", .status = "301", .referrer = "http://www.google.com/", .user = "ann"}) +
            ToText({.time = "05/Apr/2000:10:00:00"}) + "no request at all\n" +
            ToText({.time = "06/Mar/1999:10:00:00", .status = "404"}) +
            "h.example.com - - [07/Mar/2000:10:00:00 +0000] \"-\" 408 0 \"-\" \"-\"\n";
