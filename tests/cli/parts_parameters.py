@@ -27,7 +27,7 @@ LOGS = "logs"        # it says which logs there are, or what the run does with t
 
 SECTIONS = ["badurls", "browsers", "requests", "search", "badreferrers", "domaintypes", "domains", "referrers"]
 DIMENSIONS = ["statuses", "hosts", "users", "referringsites", "directories", "filetypes", "browserfamilies", "systems",
-              "devices", "robots", "servererrors", "visitors", "entrypages", "exitpages", "countries", "methods", "protocols", "redirects", "sizes"]
+              "devices", "robots", "servererrors", "visitors", "entrypages", "exitpages", "countries", "methods", "protocols", "sizes"]
 DAYS = ["date=03052001,03072001"]
 OTHER_DAYS = ["sm=03", "sd=05", "sy=2001", "em=03", "ed=07", "ey=2001"]
 WORDS = ["from=2001-03-05", "to=2001-03-07"]
