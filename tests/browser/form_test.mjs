@@ -124,7 +124,7 @@ const tests = {
       const ring = await page.evaluate(() => getComputedStyle(document.activeElement.nextElementSibling).outlineStyle);
       assert.equal(ring, 'solid');
       const seen = [];
-      for (let i = 0; i < 100; i += 1) {
+      for (let i = 0; i < 150; i += 1) {
         await page.keyboard.press('Tab');
         seen.push(await page.evaluate(() => document.activeElement.name || document.activeElement.id || document.activeElement.textContent));
       }
