@@ -65,7 +65,7 @@ void AddBytes(SipHash& hash, std::string_view text) {
     TakeWord(hash, WordOf(text.data() + next));
     hash.length += 8;
   }
-  if (hash.length % 8 == 0) {
+  if (hash.length % 8 == 0 && next < text.size()) {
     hash.word = WordOf(text.data() + next, text.size() - next);
     hash.length += text.size() - next;
     return;
