@@ -13,6 +13,7 @@
 #include "analysis/dns_cache.h"
 #include "analysis/dns_cache_internal.h"
 #include "analysis/domain_counts.h"
+#include "analysis/known_agents.h"
 #include "analysis/look_ups.h"
 #include "analysis/normalise.h"
 #include "analysis/request_filters.h"

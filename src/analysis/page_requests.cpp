@@ -24,15 +24,15 @@ static bool IsOfPrograms(std::string_view path) {
 }
 
 // A redirection leads to another request, which is the page.
-static bool IsPageAnswer(int64_t status) {
+bool IsPageAnswer(int64_t status) {
   constexpr int64_t kNoContent = 204;
   constexpr int64_t kNotModified = 304;
   return status == 0 || (status >= 200 && status < kNoContent) || status == kNotModified;
 }
 
-bool IsPageRequest(std::string_view url, int64_t status) {
+bool IsPageUrl(std::string_view url) {
   const std::string_view path = PathOf(url);
-  if (!IsPageAnswer(status) || !path.starts_with('/') || IsOfPrograms(path)) {
+  if (!path.starts_with('/') || IsOfPrograms(path)) {
     return false;
   }
   ItemRoom room;

@@ -7,6 +7,7 @@
 
 #include "agents/agent.h"
 #include "analysis/countries.h"
+#include "analysis/known_agents.h"
 #include "analysis/normalise.h"
 #include "analysis/protocols.h"
 #include "base/network.h"
@@ -168,40 +169,9 @@ static bool IsWeekday(const SuperLogRecord& record, std::string_view item) {
 
 // ---- Robots ---------------------------------------------------------------------------
 
-// Telling agents apart takes longer than counting a request: what was told of the last ones is kept, each
-// where its hash says. A text that is longer is looked at each time.
-static constexpr size_t kKnownAgents = 4096;
-static constexpr size_t kLongestKnown = 500;
-struct KnownAgent {
-  uint16_t length;  // 0: none is known here
-  Purpose purpose;
-  char text[kLongestKnown];
-};
-static KnownAgent* mpKnownAgents = nullptr;
-
-void ForgetKnownAgents() {
-  free(mpKnownAgents);
-  mpKnownAgents = nullptr;
-}
-
-Purpose PurposeOfAgent(std::string_view agent) {
-  if (mpKnownAgents == nullptr) {
-    mpKnownAgents = static_cast<KnownAgent*>(calloc(kKnownAgents, sizeof(KnownAgent)));
-  }
-  if (mpKnownAgents == nullptr || agent.empty() || agent.size() > kLongestKnown) {
-    return TellAgent(agent).purpose;
-  }
-  KnownAgent& known = mpKnownAgents[std::hash<std::string_view>()(agent) % kKnownAgents];
-  if (std::string_view(known.text, known.length) != agent) {
-    known.purpose = TellAgent(agent).purpose;
-    known.length = static_cast<uint16_t>(agent.copy(known.text, kLongestKnown));
-  }
-  return known.purpose;
-}
-
 // "1" and "all" are any robot; otherwise those of a purpose, by its word.
 static bool IsRobot(const SuperLogRecord& record, std::string_view item) {
-  const Purpose purpose = PurposeOfAgent(record.agent);
+  const Purpose purpose = TellKnownAgent(record.agent).purpose;
   return purpose != Purpose::kNone &&
          (item == "1" || EqualIgnoreCase(item, "all") ||
           EqualIgnoreCase(item, PurposeNames()[static_cast<size_t>(purpose)].word));

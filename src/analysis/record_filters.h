@@ -7,7 +7,6 @@
 #include <span>
 #include <string_view>
 
-#include "agents/agent.h"
 #include "base/literal.h"
 #include "cgi/settings.h"
 #include "superlog/superlog.h"
@@ -50,8 +49,3 @@ AskedTexts WithTextsOfFilters(const ActiveFilters& filters, AskedTexts asked);
 
 // Whether a record counts for all of them.
 bool PassesFilters(const ActiveFilters& filters, const SuperLogRecord& record);
-
-// What the robot of an agent is for; kNone of what is none. What was told of the last agents is kept until it
-// is forgotten.
-Purpose PurposeOfAgent(std::string_view agent);
-void ForgetKnownAgents();

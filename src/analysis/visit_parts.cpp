@@ -78,14 +78,10 @@ static void PutVisitor(VisitWriter& writer, const KnownVisitor& visitor) {
 
 void SaveVisits(PartWriter& part, VisitCounts& visits) {
   JoinAllVisits(visits);
-  const auto is_robot = [](const KnownVisitor& visitor) { return visitor.robot; };
-  PutFigure(part,
-            visits.visitors.size() - static_cast<size_t>(std::ranges::count_if(visits.visitors, is_robot)));
+  PutFigure(part, visits.visitors.size());
   VisitWriter writer{part, visits.urls, std::vector<uint32_t>(visits.urls.texts.size())};
   for (const KnownVisitor& visitor : visits.visitors) {
-    if (!visitor.robot) {
-      PutVisitor(writer, visitor);
-    }
+    PutVisitor(writer, visitor);
   }
 }
 
@@ -164,7 +160,7 @@ static void TakeVisitor(VisitReader& reader, VisitCounts& visits) {
     KnownVisitor* const known = VisitorOf(visits, hash);
     if (known == nullptr) {
       AddVisitor(visits, hash).times.latest = visit;
-    } else if (!known->robot) {
+    } else {
       visits.others += AddVisit(known->times, visit, visits.urls);
     }
   }

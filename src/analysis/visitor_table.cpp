@@ -50,7 +50,7 @@ KnownVisitor& AddVisitor(VisitCounts& visits, const WideSipHash& hash) {
     GrowSlots(visits);
   }
   uint32_t& slot = visits.slots[SlotOf(visits, hash)];
-  visits.visitors.push_back({.hash = hash, .robot = false, .times = {}});
+  visits.visitors.push_back({.hash = hash, .times = {}});
   slot = static_cast<uint32_t>(visits.visitors.size());
   return visits.visitors.back();
 }
@@ -83,21 +83,18 @@ static void KeepUrlsOf(const UrlTable& from, UrlTable& urls, Visit& visit) {
 static void DropUnusedUrls(VisitCounts& visits) {
   UrlTable urls;
   for (KnownVisitor& visitor : visits.visitors) {
-    if (!visitor.robot) {
-      for (Visit& visit : visitor.times.others) {
-        KeepUrlsOf(visits.urls, urls, visit);
-      }
-      KeepUrlsOf(visits.urls, urls, visitor.times.latest);
+    for (Visit& visit : visitor.times.others) {
+      KeepUrlsOf(visits.urls, urls, visit);
     }
+    KeepUrlsOf(visits.urls, urls, visitor.times.latest);
   }
   visits.urls = std::move(urls);
+  visits.page_urls.clear();
 }
 
 void JoinAllVisits(VisitCounts& visits) {
   for (KnownVisitor& visitor : visits.visitors) {
-    if (!visitor.robot) {
-      visits.others += JoinVisits(visitor.times, visits.urls);
-    }
+    visits.others += JoinVisits(visitor.times, visits.urls);
   }
 }
 

@@ -13,7 +13,6 @@
 
 struct KnownVisitor {
   WideSipHash hash;
-  bool robot;  // of which nothing else is kept
   VisitTimes times;
 };
 
@@ -23,6 +22,7 @@ struct VisitCounts {
   int64_t others;                     // visits beyond the latest ones
   unsigned halvings;                  // so often the upper half of all hashes was dropped
   UrlTable urls;
+  std::vector<bool> page_urls;  // which of them are pages, as far as that was asked
 };
 
 // The visitor of that hash; null: there is none yet.

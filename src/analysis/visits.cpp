@@ -4,8 +4,8 @@
 #include <iterator>
 #include <map>
 
+#include "analysis/known_agents.h"
 #include "analysis/page_requests.h"
-#include "analysis/record_filters.h"
 #include "analysis/visitor_table.h"
 #include "dates/days.h"
 
@@ -23,46 +23,55 @@ void EmptyVisits(VisitCounts& visits) {
 
 // ---- Counting ----
 
-// The key is no secret: the same visitor is to have the same hash in each process and on each machine.
-static WideSipHash HashOfVisitor(const SuperLogRecord& record) {
-  static constexpr SipKey kKey = {'O', 'r', 'v', 'e', 'l', 'l', 'i', 's',
-                                  ' ', 'v', 'i', 's', 'i', 't', 'o', 'r'};
-  SipHash hash = BeginWideSipHash(kKey);
-  AddBytes(hash, record.agent);
-  AddByte(hash, '\0');
-  AddBytes(hash, record.host);
+static WideSipHash HashOfVisitor(const WideSipHash& agent, std::string_view host) {
+  SipHash hash = BeginWideSipHash(kVisitorKey);
+  AddWord(hash, agent[0]);
+  AddWord(hash, agent[1]);
+  AddBytes(hash, host);
   return EndWideSipHash(hash);
+}
+
+// Told once for each URL.
+static bool IsPage(VisitCounts& visits, uint32_t url) {
+  std::vector<bool>& pages = visits.page_urls;
+  while (pages.size() <= url) {
+    pages.push_back(IsPageUrl(UrlOf(visits.urls, static_cast<uint32_t>(pages.size()))));
+  }
+  return pages[url];
 }
 
 static Visit VisitOf(VisitCounts& visits, const SuperLogRecord& record, std::string_view url) {
   const int64_t time = record.time;
-  if (!IsPageRequest(url, record.status)) {
-    return {.first = time, .last = time, .pages = 0, .entry_time = 0, .exit_time = 0, .entry = 0, .exit = 0};
+  if (IsPageAnswer(record.status)) {
+    const uint32_t number = NumberOfUrl(visits.urls, url);
+    if (IsPage(visits, number)) {
+      return {.first = time,
+              .last = time,
+              .pages = 1,
+              .entry_time = time,
+              .exit_time = time,
+              .entry = number,
+              .exit = number};
+    }
   }
-  const uint32_t number = NumberOfUrl(visits.urls, url);
-  return {.first = time,
-          .last = time,
-          .pages = 1,
-          .entry_time = time,
-          .exit_time = time,
-          .entry = number,
-          .exit = number};
+  return {.first = time, .last = time, .pages = 0, .entry_time = 0, .exit_time = 0, .entry = 0, .exit = 0};
 }
 
 void CountVisitOf(VisitCounts& visits, const SuperLogRecord& record, std::string_view url) {
-  const WideSipHash hash = HashOfVisitor(record);
-  if (record.host.empty() || !IsKept(visits, hash)) {
+  const KnownAgent agent = TellKnownAgent(record.agent);
+  if (record.host.empty() || agent.purpose != Purpose::kNone) {
     return;
   }
-  KnownVisitor* visitor = VisitorOf(visits, hash);
+  const WideSipHash hash = HashOfVisitor(agent.hash, record.host);
+  if (!IsKept(visits, hash)) {
+    return;
+  }
+  KnownVisitor* const visitor = VisitorOf(visits, hash);
+  const Visit visit = VisitOf(visits, record, url);
   if (visitor == nullptr) {
-    visitor = &AddVisitor(visits, hash);
-    visitor->robot = PurposeOfAgent(record.agent) != Purpose::kNone;
-    if (!visitor->robot) {
-      visitor->times.latest = VisitOf(visits, record, url);
-    }
-  } else if (!visitor->robot) {
-    visits.others += AddVisit(visitor->times, VisitOf(visits, record, url), visits.urls);
+    AddVisitor(visits, hash).times.latest = visit;
+  } else {
+    visits.others += AddVisit(visitor->times, visit, visits.urls);
   }
   FitVisitsInTime(visits);
 }
@@ -188,10 +197,8 @@ VisitSums SumUpVisits(VisitCounts& visits) {
         AddFigures(sums.figures, visit);
       }
     };
-    if (!visitor.robot) {
-      std::ranges::for_each(visitor.times.others, add);
-      add(visitor.times.latest);
-    }
+    std::ranges::for_each(visitor.times.others, add);
+    add(visitor.times.latest);
     sums.figures.visitors += next_day == INT64_MIN ? 0 : 1;
   }
   sums.days = DaysOf(days);

@@ -52,9 +52,10 @@ std::uint64_t EndSipHash(SipHash hash) {
   return Finish(hash);
 }
 
-static std::uint64_t WordOf(const char* bytes) {
+// Of fewer bytes than a word has, the others are 0.
+static std::uint64_t WordOf(const char* bytes, std::size_t size = sizeof(std::uint64_t)) {
   std::uint64_t word = 0;
-  std::memcpy(&word, bytes, sizeof word);
+  std::memcpy(&word, bytes, size);
   return std::endian::native == std::endian::little ? word : __builtin_bswap64(word);
 }
 
@@ -64,9 +65,19 @@ void AddBytes(SipHash& hash, std::string_view text) {
     TakeWord(hash, WordOf(text.data() + next));
     hash.length += 8;
   }
+  if (hash.length % 8 == 0 && next < text.size()) {
+    hash.word = WordOf(text.data() + next, text.size() - next);
+    hash.length += text.size() - next;
+    return;
+  }
   for (; next < text.size(); ++next) {
     AddByte(hash, static_cast<std::uint8_t>(text[next]));
   }
+}
+
+void AddWord(SipHash& hash, std::uint64_t word) {
+  TakeWord(hash, word);
+  hash.length += 8;
 }
 
 SipHash BeginWideSipHash(const SipKey& key) {

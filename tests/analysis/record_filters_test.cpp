@@ -1,5 +1,7 @@
 #include "analysis/record_filters.h"
 
+#include "analysis/known_agents.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
