@@ -107,13 +107,12 @@ static constexpr SizeClass kSizes[] = {
     {INT64_MAX, "1 GB and more"},
 };
 
-// In the room, as texts of the program are nobody's to wait for.
 static std::string_view SizeOf(const Request& request, ItemRoom& room) {
   const SizeClass* size = kSizes;
   while (request.record.bytes >= size->below && size->below < INT64_MAX) {
     ++size;
   }
-  return {room, size->name.copy(room, kLongestItem)};
+  return Copied(size->name, room);
 }
 
 static std::string_view ReferrerOf(const SuperLogRecord& record) {
@@ -196,7 +195,7 @@ static std::string_view RobotOf(std::string_view agent, ItemRoom&) {
 }
 
 static std::string_view CountryOfRequest(const Request& request, ItemRoom& room) {
-  return {room, CountryOfVisitor(request.record).copy(room, kLongestItem)};
+  return Copied(CountryOfVisitor(request.record), room);
 }
 
 static std::string_view CountryOf(std::string_view host, ItemRoom&) {
