@@ -30,7 +30,9 @@ failed=0
 parts | TZ=UTC LC_ALL=C xargs -n 2 -P "$jobs" sh -c '"$@" >"$0.$$" 2>&1 || { cat "$0.$$"; exit 1; }' \
   "$PWD/$build/said" || failed=1
 rm -f "$build"/said.*
-ctest --preset coverage -j "$((jobs + 1))" -R '^(cli|dns|fuzz)\.' --quiet || failed=1
+# Those that count one thing again and again, over logs that chance wrote, reach no line that others do not.
+ctest --preset coverage -j "$((jobs + 1))" -R '^(cli|dns)\.' --quiet \
+  -E '^cli\.(agreement|same_figures|part_cache_used|parts_parameters|given_bytes|slow_figures)$' || failed=1
 
 # Branches to an exception, and those that the compiler can tell are never taken, are not the program's.
 gcovr --root . --filter src/ --exclude-throw-branches --exclude-unreachable-branches -j "$jobs" \
