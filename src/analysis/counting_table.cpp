@@ -9,6 +9,7 @@
 #include "analysis/smart_memory.h"
 #include "analysis/smart_memory_internal.h"
 #include "base/memory_end.h"
+#include "base/pages.h"
 #include "base/sip_hash.h"
 #include "base/text.h"
 #include "superlog/byte_scan.h"

@@ -142,6 +142,7 @@ static void SetBrandCounts(Analysis& analysis) {
 }
 
 static SearchCounts* mpSearch = nullptr;  // of this run
+static VisitCounts* mpVisits = nullptr;   // of this run
 
 static uint8_t ReferrerKind(std::string_view referrer) {
   return MayCountForEngine(referrer, *mpSearch) ? kWatchedKind : uint8_t{0};
@@ -212,12 +213,21 @@ static void PrepareCounting(const Settings& settings, const Counting& counting, 
   Search_Init(*counting.search);
   analysis.search = NewSearchCounts();
   CreateTables(settings, analysis);
+  mpVisits = analysis.visits;
+}
+
+// What texts are still needed for.
+static void CountWaiting() {
+  count_queued();
+  if (mpVisits != nullptr) {
+    CountWaitingVisits(*mpVisits);
+  }
 }
 
 static LogEvents Listen(const AnalysisEvents& events) {
   mpLineRead = events.line_read;
   LogEvents logs = events.logs;
-  logs.texts_go = count_queued;
+  logs.texts_go = CountWaiting;
   return logs;
 }
 
@@ -656,7 +666,7 @@ void CountRecords(const Settings& settings, Analysis& analysis) {
   WatchReferrers(rules, analysis);
   while (SuperLog_NextLogFile()) {
     const LogRecords records = CountLogFile(rules, analysis);
-    count_queued();
+    CountWaiting();
     SuperLog_LogRead(records);
   }
   SuperLog_NextLogFile_Done();
@@ -701,6 +711,7 @@ void EndAnalysis(Analysis& analysis) {
   ReleaseDays(analysis.dates);
   ReleaseDays(analysis.comparison.dates);
   ReleaseVisits(std::exchange(analysis.visits, nullptr));
+  mpVisits = nullptr;
   FreeDomainsNow();
   FreeFileTypesNow();
   ForgetKnownAgents();

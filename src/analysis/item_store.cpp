@@ -1,11 +1,10 @@
 #include "analysis/item_store.h"
 
-#include <sys/mman.h>
-
 #include <algorithm>
 #include <cstdlib>
 
 #include "analysis/smart_memory_internal.h"
+#include "base/pages.h"
 #include "superlog/byte_scan.h"
 
 // Kind of a block that holds no record.
@@ -147,29 +146,6 @@ static bool IsWorthJoining() {
 }
 
 // ---- Chunks ----
-
-// Pages of the system are at most so large, but for large ones.
-static constexpr size_t kSmallPages = 65536;
-
-static void MapAtOnce([[maybe_unused]] char* memory, [[maybe_unused]] size_t size) {
-#if defined(MADV_POPULATE_WRITE)
-  madvise(memory, size, MADV_POPULATE_WRITE);
-#endif
-}
-
-void AskForPages(void* memory, size_t size) {
-  constexpr size_t kLargePage = size_t{2} << 20;
-  const auto address = reinterpret_cast<uintptr_t>(memory);
-  const size_t before = -address % kLargePage;
-  const size_t before_small = -address % kSmallPages;
-  if (size >= before + kLargePage) {
-    const size_t whole = (size - before) / kLargePage * kLargePage;
-    madvise(static_cast<char*>(memory) + before, whole, MADV_HUGEPAGE);
-  } else if (size >= before_small + kSmallPages) {
-    const size_t whole = (size - before_small) / kSmallPages * kSmallPages;
-    MapAtOnce(static_cast<char*>(memory) + before_small, whole);
-  }
-}
 
 static bool MakeRoomForChunks(size_t more) {
   const size_t needed = mChunksHeld + more;

@@ -35,11 +35,6 @@ void LeaveRoom(ListItem* item);
 // released, and until then their room is not used.
 void LeaveRooms(size_t records);
 
-// Of fresh memory that will soon be used: has what is large made of large pages, where the system does that,
-// for of small ones one more would have to be looked up for nearly every record; and has small pages come all
-// at once, not each when it is first touched. Nothing else depends on it.
-void AskForPages(void* memory, size_t size);
-
 // What the chunks hold, for tests, in bytes: all of them, and what is free.
 struct StoreFigures {
   size_t chunks;

@@ -1,69 +1,90 @@
 #include "analysis/url_table.h"
 
 #include <algorithm>
-#include <cstring>
+#include <new>
 
-#include "base/hash_seed.h"
+#include "base/text_hash.h"
 
 // Visitors choose what they ask for.
-struct UrlSeed {
-  uint64_t start;
-  uint64_t factor;
-};
+static const TextSeed mUrlSeed =
+    RandomSeed(TextSeed{0xa4093822299f31d0, 0x082efa98ec4e6c89});  // digits of pi
 
-static const UrlSeed mUrlSeed = RandomSeed(UrlSeed{0xa4093822299f31d0, 0x082efa98ec4e6c89});  // digits of pi
-
-static uint64_t HashOfUrl(std::string_view text) {
-  uint64_t hash = MultiplyFold(text.size() ^ mUrlSeed.start, mUrlSeed.factor | 1);
-  for (; !text.empty(); text.remove_prefix(std::min(text.size(), sizeof(uint64_t)))) {
-    uint64_t word = 0;
-    memcpy(&word, text.data(), std::min(text.size(), sizeof word));
-    hash = MultiplyFold(hash ^ word, mUrlSeed.factor | 1);
-  }
-  return hash;
+uint64_t HashOfUrl(std::string_view text) {
+  return HashOfText(text, mUrlSeed);
 }
 
-static size_t SlotOf(const UrlTable& urls, std::string_view text) {
-  const size_t mask = urls.slots.size() - 1;
-  size_t slot = HashOfUrl(text) & mask;
-  while (urls.slots[slot] != 0 && urls.texts[urls.slots[slot] - 1] != text) {
-    slot = (slot + 1) & mask;
-  }
-  return slot;
+static size_t HomeOf(const UrlTable& urls, uint64_t hash) {
+  return static_cast<uint32_t>(hash) & (urls.slots.size() - 1);
 }
 
-// At most half of the slots are taken.
+static size_t SlotOf(const UrlTable& urls, std::string_view text, uint64_t hash) {
+  size_t place = HomeOf(urls, hash);
+  for (;; place = (place + 1) & (urls.slots.size() - 1)) {
+    const UrlSlot& slot = urls.slots[place];
+    if (slot.place == 0 ||
+        (slot.hash_end == static_cast<uint32_t>(hash) && TextOf(UrlAt(urls, slot.place - 1)) == text)) {
+      return place;
+    }
+  }
+}
+
+// At most half of the slots are taken, of 2^32 at most.
 static void GrowSlots(UrlTable& urls) {
   static constexpr size_t kFirst = 256;
-  urls.slots.assign(std::max(kFirst, 2 * urls.slots.size()), 0);
-  for (uint32_t number = 0; number < urls.texts.size(); ++number) {
-    urls.slots[SlotOf(urls, urls.texts[number])] = number + 1;
+  std::vector<UrlSlot> before(std::max(kFirst, 2 * urls.slots.size()));
+  before.swap(urls.slots);
+  for (const UrlSlot& slot : before) {
+    if (slot.place != 0) {
+      size_t place = HomeOf(urls, slot.hash_end);
+      while (urls.slots[place].place != 0) {
+        place = (place + 1) & (urls.slots.size() - 1);
+      }
+      urls.slots[place] = slot;
+    }
   }
 }
 
-static std::string_view Keep(UrlTable& urls, std::string_view text) {
-  static constexpr size_t kRoom = 64 << 10;
-  if (urls.rooms.empty() || text.size() > urls.room_left) {
-    urls.room_left = std::max(kRoom, text.size());
-    urls.rooms.push_back(std::make_unique_for_overwrite<char[]>(urls.room_left));
+// Tells where it stands.
+static uint32_t Keep(UrlTable& urls, std::string_view text) {
+  const size_t size = (sizeof(UrlHead) + text.size() + kUrlUnit - 1) / kUrlUnit * kUrlUnit;
+  if (urls.room_used + size > kUrlRoom) {
+    urls.rooms.push_back(std::make_unique_for_overwrite<char[]>(std::max(kUrlRoom, size)));
+    urls.room_used = 0;
   }
-  // Rooms are filled from their ends.
-  urls.room_left -= text.size();
-  char* const copy = urls.rooms.back().get() + urls.room_left;
-  text.copy(copy, text.size());
-  return {copy, text.size()};
+  char* const room = urls.rooms.back().get() + urls.room_used;
+  new (room) UrlHead{.number = static_cast<uint32_t>(urls.places.size()),
+                     .length = static_cast<uint32_t>(text.size())};
+  text.copy(room + sizeof(UrlHead), text.size());
+  const size_t place = (urls.rooms.size() - 1) * kUrlRoomUnits + urls.room_used / kUrlUnit;
+  urls.room_used += size;
+  urls.places.push_back(static_cast<uint32_t>(place));
+  return urls.places.back();
 }
 
-uint32_t NumberOfUrl(UrlTable& urls, std::string_view text) {
-  if (2 * urls.texts.size() >= urls.slots.size()) {
+uint32_t NumberOfUrl(UrlTable& urls, std::string_view text, uint64_t hash) {
+  if (2 * urls.places.size() >= urls.slots.size()) {
     GrowSlots(urls);
   }
-  uint32_t& slot = urls.slots[SlotOf(urls, text)];
-  if (slot == 0) {
-    static constexpr size_t kOfEach = sizeof(std::string_view) + 4 * sizeof(uint32_t);
-    urls.texts.push_back(Keep(urls, text));
+  UrlSlot& slot = urls.slots[SlotOf(urls, text, hash)];
+  if (slot.place == 0) {
+    static constexpr size_t kOfEach = 32;
+    slot = {.place = Keep(urls, text) + 1, .hash_end = static_cast<uint32_t>(hash)};
     urls.bytes += text.size() + kOfEach;
-    slot = static_cast<uint32_t>(urls.texts.size());
   }
-  return slot - 1;
+  return UrlAt(urls, slot.place - 1).number;
+}
+
+void FetchUrlSlot(const UrlTable& urls, uint64_t hash) {
+  if (!urls.slots.empty()) {
+    __builtin_prefetch(&urls.slots[HomeOf(urls, hash)]);
+  }
+}
+
+void FetchUrl(const UrlTable& urls, uint64_t hash) {
+  if (!urls.slots.empty()) {
+    const UrlSlot& slot = urls.slots[HomeOf(urls, hash)];
+    if (slot.place != 0) {
+      __builtin_prefetch(&UrlAt(urls, slot.place - 1));
+    }
+  }
 }

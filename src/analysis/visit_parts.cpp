@@ -21,10 +21,11 @@ struct VisitWriter {
 };
 
 static void PutUrl(VisitWriter& writer, uint32_t url) {
-  PutFigure(writer.part, writer.numbers[url]);
-  if (writer.numbers[url] == 0) {
+  uint32_t& number = writer.numbers[url];
+  PutFigure(writer.part, number);
+  if (number == 0) {
     PutText(writer.part, UrlOf(writer.urls, url));
-    writer.numbers[url] = ++writer.written;
+    number = ++writer.written;
   }
 }
 
@@ -63,26 +64,21 @@ static void PutHash(PartWriter& part, const WideSipHash& hash) {
   PutText(part, {bytes, sizeof bytes});
 }
 
-static void PutVisitor(VisitWriter& writer, const KnownVisitor& visitor) {
-  PutHash(writer.part, visitor.hash);
-  int64_t stretches = StretchesOf(visitor.times.latest);
-  for (const Visit& visit : visitor.times.others) {
-    stretches += StretchesOf(visit);
-  }
-  PutFigure(writer.part, static_cast<uint64_t>(stretches));
-  for (const Visit& visit : visitor.times.others) {
-    PutVisit(writer, visit);
-  }
-  PutVisit(writer, visitor.times.latest);
-}
-
 void SaveVisits(PartWriter& part, VisitCounts& visits) {
-  JoinAllVisits(visits);
-  PutFigure(part, visits.visitors.size());
-  VisitWriter writer{part, visits.urls, std::vector<uint32_t>(visits.urls.texts.size())};
-  for (const KnownVisitor& visitor : visits.visitors) {
-    PutVisitor(writer, visitor);
-  }
+  CountWaitingVisits(visits);
+  PutFigure(part, visits.visitors.length);
+  VisitWriter writer{part, visits.urls, std::vector<uint32_t>(visits.urls.places.size())};
+  ForEachVisitor(visits, [&](const WideSipHash& hash, const std::vector<Visit>& all) {
+    PutHash(part, hash);
+    int64_t stretches = 0;
+    for (const Visit& visit : all) {
+      stretches += StretchesOf(visit);
+    }
+    PutFigure(part, static_cast<uint64_t>(stretches));
+    for (const Visit& visit : all) {
+      PutVisit(writer, visit);
+    }
+  });
 }
 
 // ---- Reading ----
@@ -154,20 +150,15 @@ static void TakeVisitor(VisitReader& reader, VisitCounts& visits) {
   }
   for (; left > 0 && !reader.part.damaged; --left) {
     const Visit visit = TakeVisit(reader, visits.urls);
-    if (reader.part.damaged || !IsKept(visits, hash)) {
-      continue;
-    }
-    KnownVisitor* const known = VisitorOf(visits, hash);
-    if (known == nullptr) {
-      AddVisitor(visits, hash).times.latest = visit;
-    } else {
-      visits.others += AddVisit(known->times, visit, visits.urls);
+    if (!reader.part.damaged && IsKept(visits, hash)) {
+      AddVisitOf(visits, hash, visit);
     }
   }
 }
 
 // URLs keep their numbers while a part is read: what has to go for memory goes behind it.
 bool AddSavedVisits(PartReader& part, VisitCounts& visits) {
+  CountWaitingVisits(visits);
   VisitReader reader{part, {}};
   for (uint64_t left = TakeFigure(part); left > 0 && !part.damaged; --left) {
     TakeVisitor(reader, visits);

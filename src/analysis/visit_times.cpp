@@ -1,6 +1,7 @@
 #include "analysis/visit_times.h"
 
 #include <algorithm>
+#include <utility>
 
 static bool IsOneVisit(const Visit& a, const Visit& b) {
   return a.first - b.last < kVisitEnds && b.first - a.last < kVisitEnds;
@@ -32,35 +33,92 @@ static void Join(Visit& visit, const Visit& more, const UrlTable& urls) {
   visit.pages = std::min(visit.pages + more.pages, kMostPages);
 }
 
-int64_t JoinVisits(VisitTimes& times, const UrlTable& urls) {
-  std::vector<Visit>& all = times.others;
-  const auto before = static_cast<int64_t>(all.size());
-  all.push_back(times.latest);
-  const auto comes_before = [](const Visit& a, const Visit& b) { return a.first < b.first; };
-  if (!std::is_sorted(all.begin(), all.end(), comes_before)) {
-    std::sort(all.begin(), all.end(), comes_before);
-  }
-  size_t whole = 0;
-  for (size_t next = 1; next < all.size(); ++next) {
-    if (IsOneVisit(all[whole], all[next])) {
-      Join(all[whole], all[next], urls);
-    } else {
-      all[++whole] = all[next];
-    }
-  }
-  times.latest = all[whole];
-  all.resize(whole);
-  times.most_others = std::max(times.most_others, 2 * whole);
-  return static_cast<int64_t>(all.size()) - before;
+// ---- Those beyond the latest ----
+
+static constexpr uint32_t kFewOthers = 8;  // are not worth being joined
+
+VisitTimes FirstVisit(const Visit& visit) {
+  return {.latest = visit, .others = 0, .until_joined = 0};
 }
 
-int64_t AddVisit(VisitTimes& times, const Visit& more, const UrlTable& urls) {
+static void KeepOther(VisitTimes& times, OtherVisits& others, uint32_t visitor, const Visit& visit) {
+  const OtherVisit other = {.visit = visit, .next = times.others, .visitor = visitor};
+  if (others.free == 0) {
+    Append(others.visits, other);
+    times.others = static_cast<uint32_t>(others.visits.length);
+  } else {
+    times.others = others.free;
+    OtherVisit& room = others.visits[others.free - 1];
+    others.free = room.next;
+    room = other;
+  }
+  ++others.count;
+}
+
+static Visit TakeOther(VisitTimes& times, OtherVisits& others) {
+  OtherVisit& other = others.visits[times.others - 1];
+  const uint32_t next = std::exchange(other.next, others.free);
+  other.visitor = kNobody;
+  others.free = std::exchange(times.others, next);
+  --others.count;
+  return other.visit;
+}
+
+void DropOthers(VisitTimes& times, OtherVisits& others) {
+  while (times.others != 0) {
+    TakeOther(times, others);
+  }
+}
+
+void MakeWhole(std::vector<Visit>& visits, const UrlTable& urls) {
+  if (!std::ranges::is_sorted(visits, {}, &Visit::first)) {
+    std::ranges::sort(visits, {}, &Visit::first);
+  }
+  size_t whole = 0;
+  for (size_t next = 1; next < visits.size(); ++next) {
+    if (IsOneVisit(visits[whole], visits[next])) {
+      Join(visits[whole], visits[next], urls);
+    } else {
+      visits[++whole] = visits[next];
+    }
+  }
+  visits.resize(whole + 1);
+}
+
+static void JoinNow(VisitTimes& times, OtherVisits& others, uint32_t visitor, const UrlTable& urls) {
+  std::vector<Visit> all = {times.latest};
+  while (times.others != 0) {
+    all.push_back(TakeOther(times, others));
+  }
+  MakeWhole(all, urls);
+  times.latest = all.back();
+  all.pop_back();
+  for (const Visit& visit : all) {
+    KeepOther(times, others, visitor, visit);
+  }
+  // What joining costs is spread over as many additions as there are visits.
+  times.until_joined = std::max(kFewOthers, static_cast<uint32_t>(all.size()));
+}
+
+void JoinVisits(VisitTimes& times, OtherVisits& others, uint32_t visitor, const UrlTable& urls) {
+  if (times.until_joined != 0) {
+    JoinNow(times, others, visitor, urls);
+  }
+}
+
+void AddVisit(VisitTimes& times, OtherVisits& others, uint32_t visitor, const Visit& more,
+              const UrlTable& urls) {
+  const bool in_order = times.until_joined == 0 && more.first >= times.latest.first;
+  if (!in_order && times.until_joined == 0) {
+    times.until_joined = kFewOthers;
+  }
   if (IsOneVisit(times.latest, more)) {
     Join(times.latest, more, urls);
-    return 0;
+    return;
   }
-  times.others.push_back(times.latest);
+  KeepOther(times, others, visitor, times.latest);
   times.latest = more;
-  // What joining costs is spread over as many additions as there are visits.
-  return 1 + (times.others.size() < times.most_others ? 0 : JoinVisits(times, urls));
+  if (!in_order && --times.until_joined == 0) {
+    JoinNow(times, others, visitor, urls);
+  }
 }

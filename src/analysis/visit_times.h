@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "analysis/url_table.h"
+#include "base/growing.h"
 
 // Seconds without a request behind which the next one begins another visit.
 inline constexpr int64_t kVisitEnds = 1800;
@@ -27,17 +28,43 @@ struct Visit {
   uint32_t exit;
 };
 
-// Those of a visitor, of whom one request was at least.
-struct VisitTimes {
-  Visit latest;               // the one that something was added to
-  std::vector<Visit> others;  // in any order, and perhaps parts of one visit
-  size_t most_others = 8;     // before those that are one are joined
+struct OtherVisit {
+  Visit visit;
+  uint32_t next;     // of the same visitor: its number, 1 more; 0: this is the last
+  uint32_t visitor;  // whose it is; kNobody: it is free
 };
 
-// Adds a visit, or a request as one, in any order. Visits may be numbered by the same table alone. Tells how
-// many more others are kept than before. What adding one costs does not grow with how many there are, but by
-// the logarithm of that.
-int64_t AddVisit(VisitTimes& times, const Visit& more, const UrlTable& urls);
+inline constexpr uint32_t kNobody = UINT32_MAX;
 
-// Has the others be whole visits, in order of time, and the latest one the last of all. Tells the same.
-int64_t JoinVisits(VisitTimes& times, const UrlTable& urls);
+// Room for the visits of all visitors beyond the latest one of each, so that one more is seldom more memory.
+struct OtherVisits {
+  Growing<OtherVisit> visits;
+  uint32_t free = 0;  // the first that is nobody's, 1 more
+  int64_t count = 0;  // those that are somebody's
+};
+
+// Those of a visitor.
+struct VisitTimes {
+  Visit latest;           // the one that something was added to
+  uint32_t others;        // the first of them, 1 more, and perhaps parts of one visit; 0: there are none
+  uint32_t until_joined;  // so many more may come before those that are one are joined; 0: each came behind
+                          // those before, and no two are one
+};
+
+// Those of a visitor of whom one request, or one visit, is known.
+VisitTimes FirstVisit(const Visit& visit);
+
+// Adds a visit, or a request as one, in any order; the visitor is told by a number. Visits may be of the same
+// table of URLs alone. What adding one costs does not grow with how many there are, but by the logarithm of
+// that.
+void AddVisit(VisitTimes& times, OtherVisits& others, uint32_t visitor, const Visit& more,
+              const UrlTable& urls);
+
+// Of visits in any order, and parts of them, makes those that there are, in order of time.
+void MakeWhole(std::vector<Visit>& visits, const UrlTable& urls);
+
+// Has the visits be whole, and the latest one the last of all.
+void JoinVisits(VisitTimes& times, OtherVisits& others, uint32_t visitor, const UrlTable& urls);
+
+// Leaves the room of all but the latest.
+void DropOthers(VisitTimes& times, OtherVisits& others);

@@ -1,10 +1,12 @@
 #include "analysis/visitor_table.h"
 
 #include <algorithm>
+#include <numeric>
 #include <utility>
 
 #include "analysis/smart_memory.h"
 #include "base/hash_seed.h"
+#include "base/pages.h"
 
 // Hashes are known to everybody; where they lie is not.
 struct VisitorSeed {
@@ -15,48 +17,108 @@ struct VisitorSeed {
 static const VisitorSeed mVisitorSeed =
     RandomSeed(VisitorSeed{0x452821e638d01377, 0xbe5466cf34e90c6c});  // digits of pi
 
-static size_t SlotOf(const VisitCounts& visits, const WideSipHash& hash) {
-  const size_t mask = visits.slots.size() - 1;
-  size_t slot = MultiplyFold(hash[0] ^ mVisitorSeed.first, hash[1] ^ mVisitorSeed.second) & mask;
-  while (visits.slots[slot] != 0 && visits.visitors[visits.slots[slot] - 1].hash != hash) {
-    slot = (slot + 1) & mask;
-  }
-  return slot;
+static uint64_t PlaceOf(const WideSipHash& hash) {
+  return MultiplyFold(hash[0] ^ mVisitorSeed.first, hash[1] ^ mVisitorSeed.second);
 }
 
-// At most half of the slots are taken.
+static size_t HomeOf(const VisitCounts& visits, uint64_t place) {
+  return static_cast<uint32_t>(place) & (visits.slots.size() - 1);
+}
+
+static VisitorSlot& SlotOf(VisitCounts& visits, const WideSipHash& hash) {
+  const uint64_t place = PlaceOf(hash);
+  for (size_t i = HomeOf(visits, place);; i = (i + 1) & (visits.slots.size() - 1)) {
+    VisitorSlot& slot = visits.slots[i];
+    if (slot.visitor == 0 ||
+        (slot.hash_end == static_cast<uint32_t>(place) && visits.visitors[slot.visitor - 1].hash == hash)) {
+      return slot;
+    }
+  }
+}
+
+static void FillSlot(VisitCounts& visits, const VisitorSlot& filled) {
+  size_t i = HomeOf(visits, filled.hash_end);
+  while (visits.slots[i].visitor != 0) {
+    i = (i + 1) & (visits.slots.size() - 1);
+  }
+  visits.slots[i] = filled;
+}
+
+// At most half of the slots are taken, of 2^32 at most.
 static void GrowSlots(VisitCounts& visits) {
   static constexpr size_t kFirst = 256;
-  size_t size = std::max(kFirst, visits.slots.size());
-  while (size <= 2 * visits.visitors.size()) {
-    size *= 2;
-  }
-  visits.slots.assign(size, 0);
-  for (uint32_t number = 0; number < visits.visitors.size(); ++number) {
-    visits.slots[SlotOf(visits, visits.visitors[number].hash)] = number + 1;
+  const size_t size = std::max(kFirst, 2 * visits.slots.size());
+  std::vector<VisitorSlot> before;
+  before.swap(visits.slots);
+  visits.slots.reserve(size);
+  AskForPages(visits.slots.data(), size * sizeof(VisitorSlot));
+  visits.slots.resize(size);
+  for (const VisitorSlot& slot : before) {
+    if (slot.visitor != 0) {
+      FillSlot(visits, slot);
+    }
   }
 }
 
-KnownVisitor* VisitorOf(VisitCounts& visits, const WideSipHash& hash) {
-  if (visits.slots.empty()) {
-    return nullptr;
-  }
-  const uint32_t number = visits.slots[SlotOf(visits, hash)];
-  return number == 0 ? nullptr : &visits.visitors[number - 1];
+uint32_t VisitorOf(VisitCounts& visits, const WideSipHash& hash) {
+  return visits.slots.empty() ? kNoVisitor : SlotOf(visits, hash).visitor - 1;
 }
 
-KnownVisitor& AddVisitor(VisitCounts& visits, const WideSipHash& hash) {
-  if (2 * (visits.visitors.size() + 1) > visits.slots.size()) {
+static void AddVisitor(VisitCounts& visits, const WideSipHash& hash, const Visit& visit) {
+  Append(visits.visitors, {.hash = hash, .times = FirstVisit(visit)});
+  if (2 * visits.visitors.length > visits.slots.size()) {
     GrowSlots(visits);
   }
-  uint32_t& slot = visits.slots[SlotOf(visits, hash)];
-  visits.visitors.push_back({.hash = hash, .times = {}});
-  slot = static_cast<uint32_t>(visits.visitors.size());
-  return visits.visitors.back();
+  FillSlot(visits, {.visitor = static_cast<uint32_t>(visits.visitors.length),
+                    .hash_end = static_cast<uint32_t>(PlaceOf(hash))});
+}
+
+void AddVisitOf(VisitCounts& visits, const WideSipHash& hash, const Visit& visit) {
+  const uint32_t number = VisitorOf(visits, hash);
+  if (number == kNoVisitor) {
+    AddVisitor(visits, hash, visit);
+  } else {
+    AddVisit(visits.visitors[number].times, visits.others, number, visit, visits.urls);
+  }
+}
+
+void FetchVisitorSlot(const VisitCounts& visits, const WideSipHash& hash) {
+  if (!visits.slots.empty()) {
+    __builtin_prefetch(&visits.slots[HomeOf(visits, PlaceOf(hash))]);
+  }
+}
+
+void FetchVisitor(const VisitCounts& visits, const WideSipHash& hash) {
+  if (!visits.slots.empty()) {
+    const VisitorSlot& slot = visits.slots[HomeOf(visits, PlaceOf(hash))];
+    if (slot.visitor != 0) {
+      const KnownVisitor* const visitor = &visits.visitors[slot.visitor - 1];
+      __builtin_prefetch(visitor);
+      __builtin_prefetch(visitor + 1);  // its end lies on another line
+    }
+  }
 }
 
 bool IsKept(const VisitCounts& visits, const WideSipHash& hash) {
   return visits.halvings == 0 || hash[0] >> (64 - visits.halvings) == 0;
+}
+
+std::vector<uint32_t> OthersByVisitor(const VisitCounts& visits) {
+  const Growing<OtherVisit>& others = visits.others.visits;
+  std::vector<uint32_t> behind(visits.visitors.length + 1);
+  for (size_t number = 0; number < others.length; ++number) {
+    if (others[number].visitor != kNobody) {
+      ++behind[others[number].visitor];
+    }
+  }
+  std::inclusive_scan(behind.begin(), behind.end(), behind.begin());
+  std::vector<uint32_t> sorted(behind.back());
+  for (size_t number = others.length; number-- > 0;) {
+    if (others[number].visitor != kNobody) {
+      sorted[--behind[others[number].visitor]] = static_cast<uint32_t>(number);
+    }
+  }
+  return sorted;
 }
 
 // ---- Memory ----
@@ -65,48 +127,60 @@ bool IsKept(const VisitCounts& visits, const WideSipHash& hash) {
 static int64_t BytesOf(const VisitCounts& visits) {
   static constexpr int64_t kOfVisitor = 128;
   static constexpr int64_t kOfVisit = 64;
-  return static_cast<int64_t>(visits.visitors.size()) * kOfVisitor + visits.others * kOfVisit +
+  return static_cast<int64_t>(visits.visitors.length) * kOfVisitor + visits.others.count * kOfVisit +
          static_cast<int64_t>(visits.urls.bytes);
-}
-
-static void KeepUrl(const UrlTable& from, UrlTable& urls, uint32_t& number) {
-  number = NumberOfUrl(urls, UrlOf(from, number));
 }
 
 static void KeepUrlsOf(const UrlTable& from, UrlTable& urls, Visit& visit) {
   if (visit.pages > 0) {
-    KeepUrl(from, urls, visit.entry);
-    KeepUrl(from, urls, visit.exit);
+    visit.entry = NumberOfUrl(urls, UrlOf(from, visit.entry));
+    visit.exit = NumberOfUrl(urls, UrlOf(from, visit.exit));
   }
 }
 
 static void DropUnusedUrls(VisitCounts& visits) {
   UrlTable urls;
-  for (KnownVisitor& visitor : visits.visitors) {
-    for (Visit& visit : visitor.times.others) {
-      KeepUrlsOf(visits.urls, urls, visit);
+  for (size_t number = 0; number < visits.visitors.length; ++number) {
+    VisitTimes& times = visits.visitors[number].times;
+    for (uint32_t other = times.others; other != 0; other = visits.others.visits[other - 1].next) {
+      KeepUrlsOf(visits.urls, urls, visits.others.visits[other - 1].visit);
     }
-    KeepUrlsOf(visits.urls, urls, visitor.times.latest);
+    KeepUrlsOf(visits.urls, urls, times.latest);
   }
   visits.urls = std::move(urls);
   visits.page_urls.clear();
 }
 
-void JoinAllVisits(VisitCounts& visits) {
-  for (KnownVisitor& visitor : visits.visitors) {
-    visits.others += JoinVisits(visitor.times, visits.urls);
+static void SetVisitor(const VisitTimes& times, OtherVisits& others, uint32_t visitor) {
+  for (uint32_t other = times.others; other != 0; other = others.visits[other - 1].next) {
+    others.visits[other - 1].visitor = visitor;
   }
 }
 
 static void DropUpperHalf(VisitCounts& visits) {
   ++visits.halvings;
-  std::erase_if(visits.visitors, [&visits](const KnownVisitor& visitor) {
-    const bool dropped = !IsKept(visits, visitor.hash);
-    visits.others -= dropped ? static_cast<int64_t>(visitor.times.others.size()) : 0;
-    return dropped;
-  });
-  visits.slots.clear();
-  GrowSlots(visits);
+  uint32_t kept = 0;
+  for (size_t number = 0; number < visits.visitors.length; ++number) {
+    KnownVisitor& visitor = visits.visitors[number];
+    if (IsKept(visits, visitor.hash)) {
+      SetVisitor(visitor.times, visits.others, kept);
+      visits.visitors[kept++] = visitor;
+    } else {
+      DropOthers(visitor.times, visits.others);
+    }
+  }
+  CutTo(visits.visitors, kept);
+  visits.slots.assign(visits.slots.size(), {});
+  for (uint32_t number = 0; number < kept; ++number) {
+    FillSlot(visits, {.visitor = number + 1,
+                      .hash_end = static_cast<uint32_t>(PlaceOf(visits.visitors[number].hash))});
+  }
+}
+
+static void JoinAll(VisitCounts& visits) {
+  for (uint32_t number = 0; number < visits.visitors.length; ++number) {
+    JoinVisits(visits.visitors[number].times, visits.others, number, visits.urls);
+  }
 }
 
 static int64_t MostBytes() {
@@ -117,12 +191,12 @@ static bool AreTooMany(const VisitCounts& visits, int64_t most) {
   return most > 0 && BytesOf(visits) > most;
 }
 
-void FitVisits(VisitCounts& visits) {
+static void Fit(VisitCounts& visits) {
   static constexpr unsigned kMostHalvings = 40;
-  JoinAllVisits(visits);
   // A quarter stays free, so that this does not happen again at once.
   const int64_t most = MostBytes() - MostBytes() / 4;
   if (AreTooMany(visits, most)) {
+    JoinAll(visits);
     DropUnusedUrls(visits);
   }
   while (AreTooMany(visits, most) && visits.halvings < kMostHalvings) {
@@ -134,8 +208,15 @@ void FitVisits(VisitCounts& visits) {
   }
 }
 
+void FitVisits(VisitCounts& visits) {
+  CountWaitingVisits(visits);
+  if (MostBytes() > 0) {
+    Fit(visits);
+  }
+}
+
 void FitVisitsInTime(VisitCounts& visits) {
   if (AreTooMany(visits, MostBytes())) {
-    FitVisits(visits);
+    Fit(visits);
   }
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 #include <map>
+#include <span>
 
 #include "analysis/known_agents.h"
 #include "analysis/page_requests.h"
@@ -23,12 +24,23 @@ void EmptyVisits(VisitCounts& visits) {
 
 // ---- Counting ----
 
-static WideSipHash HashOfVisitor(const WideSipHash& agent, std::string_view host) {
-  SipHash hash = BeginWideSipHash(kVisitorKey);
-  AddWord(hash, agent[0]);
-  AddWord(hash, agent[1]);
-  AddBytes(hash, host);
-  return EndWideSipHash(hash);
+void CountVisitOf(VisitCounts& visits, const SuperLogRecord& record, std::string_view url) {
+  if (record.host.empty()) {
+    return;
+  }
+  WaitingVisit& waiting = visits.waiting[visits.waiting_count++];
+  waiting.agent = record.agent;
+  waiting.host = record.host;
+  waiting.time = record.time;
+  waiting.agent_hash = FetchKnownAgent(record.agent);
+  waiting.url = IsPageAnswer(record.status) ? url : std::string_view{};
+  if (!waiting.url.empty()) {
+    waiting.url_hash = HashOfUrl(waiting.url);
+    FetchUrlSlot(visits.urls, waiting.url_hash);
+  }
+  if (visits.waiting_count == visits.waiting.size()) {
+    CountWaitingVisits(visits);
+  }
 }
 
 // Told once for each URL.
@@ -40,95 +52,104 @@ static bool IsPage(VisitCounts& visits, uint32_t url) {
   return pages[url];
 }
 
-static Visit VisitOf(VisitCounts& visits, const SuperLogRecord& record, std::string_view url) {
-  const int64_t time = record.time;
-  if (IsPageAnswer(record.status)) {
-    const uint32_t number = NumberOfUrl(visits.urls, url);
-    if (IsPage(visits, number)) {
+static Visit VisitOf(VisitCounts& visits, const WaitingVisit& request) {
+  const int64_t time = request.time;
+  if (!request.url.empty()) {
+    const uint32_t url = NumberOfUrl(visits.urls, request.url, request.url_hash);
+    if (IsPage(visits, url)) {
       return {.first = time,
               .last = time,
               .pages = 1,
               .entry_time = time,
               .exit_time = time,
-              .entry = number,
-              .exit = number};
+              .entry = url,
+              .exit = url};
     }
   }
   return {.first = time, .last = time, .pages = 0, .entry_time = 0, .exit_time = 0, .entry = 0, .exit = 0};
 }
 
-void CountVisitOf(VisitCounts& visits, const SuperLogRecord& record, std::string_view url) {
-  const KnownAgent agent = TellKnownAgent(record.agent);
-  if (record.host.empty() || agent.purpose != Purpose::kNone) {
-    return;
+static void TellVisitor(WaitingVisit& request) {
+  const KnownAgent& agent = TellKnownAgent(request.agent, request.agent_hash);
+  request.of_robot = agent.purpose != Purpose::kNone;
+  SipHash visitor = agent.visitor;
+  AddBytes(visitor, request.host);
+  request.visitor = EndWideSipHash(visitor);
+}
+
+// In steps, between which what the next one looks at comes from memory.
+void CountWaitingVisits(VisitCounts& visits) {
+  const std::span<WaitingVisit> waiting(visits.waiting.data(), visits.waiting_count);
+  for (WaitingVisit& request : waiting) {
+    TellVisitor(request);
+    FetchVisitorSlot(visits, request.visitor);
+    if (!request.url.empty()) {
+      FetchUrl(visits.urls, request.url_hash);
+    }
   }
-  const WideSipHash hash = HashOfVisitor(agent.hash, record.host);
-  if (!IsKept(visits, hash)) {
-    return;
+  for (const WaitingVisit& request : waiting) {
+    FetchVisitor(visits, request.visitor);
   }
-  KnownVisitor* const visitor = VisitorOf(visits, hash);
-  const Visit visit = VisitOf(visits, record, url);
-  if (visitor == nullptr) {
-    AddVisitor(visits, hash).times.latest = visit;
-  } else {
-    visits.others += AddVisit(visitor->times, visit, visits.urls);
+  for (const WaitingVisit& request : waiting) {
+    if (!request.of_robot && IsKept(visits, request.visitor)) {
+      AddVisitOf(visits, request.visitor, VisitOf(visits, request));
+    }
   }
+  visits.waiting_count = 0;
   FitVisitsInTime(visits);
 }
 
 // ---- Sums ----
 
+// A day, and what changes with it.
 struct FoundDay {
   int64_t end;  // of its seconds
   int64_t day;
+  int64_t visits;   // that begin on it
+  int64_t comers;   // visitors who have requests on it, and had none on the day before
+  int64_t leavers;  // who have none on the next day
 };
 
-// The local days that were asked for, by their first seconds: there are many visits on each.
-using DayFinder = std::map<int64_t, FoundDay>;
+// The days that were asked for, by their first seconds: there are many visits on each.
+using FoundDays = std::map<int64_t, FoundDay>;
 
-static int64_t DayAt(DayFinder& found, int64_t time) {
+static FoundDay& DayOfNumber(FoundDays& days, int64_t number) {
+  const FoundDay day = {
+      .end = BeginOfDay(DayOfNumber(number + 1)), .day = number, .visits = 0, .comers = 0, .leavers = 0};
+  return days.try_emplace(BeginOfDay(DayOfNumber(number)), day).first->second;
+}
+
+static FoundDay& DayAt(FoundDays& days, int64_t time) {
   // Of all that a part may say, days that stand well within the calendar's.
   static constexpr int64_t kFirst = -62'167'046'400;  // 0000-01-03
   static constexpr int64_t kLast = 253'402'041'600;   // 9999-12-29
   time = std::clamp(time, kFirst, kLast);
-  const auto behind = found.upper_bound(time);
-  if (behind != found.begin()) {
-    const FoundDay& before = std::prev(behind)->second;
-    if (time < before.end) {
-      return before.day;
-    }
+  const auto behind = days.upper_bound(time);
+  if (behind != days.begin() && time < std::prev(behind)->second.end) {
+    return std::prev(behind)->second;
   }
-  int64_t day = NumberOfDay(DayOf(time));
+  const int64_t number = NumberOfDay(DayOf(time));
   // Where clocks go back to the day before, that is over nonetheless.
-  day += time >= BeginOfDay(DayOfNumber(day + 1)) ? 1 : 0;
-  found[BeginOfDay(DayOfNumber(day))] = FoundDay{.end = BeginOfDay(DayOfNumber(day + 1)), .day = day};
-  return day;
+  return DayOfNumber(days, number + (time >= BeginOfDay(DayOfNumber(number + 1)) ? 1 : 0));
 }
 
-// What changes with a day.
-struct DayChange {
-  int64_t visitors = 0;  // more than on the day before
-  int64_t visits = 0;
-};
-
-using DayChanges = std::map<int64_t, DayChange>;
-
 // Whoever has a request at least every half an hour has one on each day of a visit.
-static void AddDays(DayChanges& days, DayFinder& finder, const Visit& visit, int64_t& next_day) {
-  const int64_t first = DayAt(finder, visit.first);
-  const int64_t last = DayAt(finder, visit.last);
-  ++days[first].visits;
-  const int64_t from = std::max(first, next_day);
-  if (from <= last) {
-    ++days[from].visitors;
-    --days[last + 1].visitors;
-    next_day = last + 1;
+static void AddDays(FoundDays& days, const Visit& visit, int64_t& next_day) {
+  FoundDay& first = DayAt(days, visit.first);
+  FoundDay& last = visit.last < first.end ? first : DayAt(days, visit.last);
+  ++first.visits;
+  const int64_t from = std::max(first.day, next_day);
+  if (from <= last.day) {
+    ++(from == first.day ? first : DayOfNumber(days, from)).comers;
+    ++last.leavers;
+    next_day = last.day + 1;
   }
 }
 
 static void AddPages(std::vector<PageVisits>& pages, const Visit& visit) {
-  ++pages[visit.entry].entries;
-  pages[visit.entry].single_page += visit.pages == 1 ? 1 : 0;
+  PageVisits& entry = pages[visit.entry];
+  ++entry.entries;
+  entry.single_page += visit.pages == 1 ? 1 : 0;
   ++pages[visit.exit].exits;
 }
 
@@ -144,19 +165,20 @@ static void AddFigures(VisitFigures& figures, const Visit& visit) {
   figures.seconds += visit.last - visit.first;
 }
 
-static std::vector<DayVisits> DaysOf(const DayChanges& changes) {
+static std::vector<DayVisits> DaysOf(const FoundDays& found) {
   std::vector<DayVisits> days;
   int64_t visitors = 0;
   int64_t next = 0;
-  for (const auto& [day, change] : changes) {
-    for (; visitors > 0 && next < day; ++next) {
+  for (const auto& [begin, day] : found) {
+    for (; visitors > 0 && next < day.day; ++next) {
       days.push_back({next, visitors, 0});
     }
-    visitors += change.visitors;
-    next = day + 1;
+    visitors += day.comers;
+    next = day.day + 1;
     if (visitors > 0) {
-      days.push_back({day, visitors, change.visits});
+      days.push_back({day.day, visitors, day.visits});
     }
+    visitors -= day.leavers;
   }
   return days;
 }
@@ -182,25 +204,22 @@ static void ScaleUp(VisitSums& sums, int64_t factor) {
 VisitSums SumUpVisits(VisitCounts& visits) {
   FitVisits(visits);
   VisitSums sums{};
-  sums.pages.reserve(visits.urls.texts.size());
-  for (const std::string_view url : visits.urls.texts) {
-    sums.pages.push_back({url, 0, 0, 0});
+  sums.pages.reserve(visits.urls.places.size());
+  for (uint32_t url = 0; url < visits.urls.places.size(); ++url) {
+    sums.pages.push_back({UrlOf(visits.urls, url), 0, 0, 0});
   }
-  DayChanges days;
-  DayFinder finder;
-  for (const KnownVisitor& visitor : visits.visitors) {
+  FoundDays days;
+  ForEachVisitor(visits, [&](const WideSipHash&, const std::vector<Visit>& all) {
     int64_t next_day = INT64_MIN;
-    const auto add = [&](const Visit& visit) {
+    for (const Visit& visit : all) {
       if (visit.pages > 0) {
-        AddDays(days, finder, visit, next_day);
+        AddDays(days, visit, next_day);
         AddPages(sums.pages, visit);
         AddFigures(sums.figures, visit);
       }
-    };
-    std::ranges::for_each(visitor.times.others, add);
-    add(visitor.times.latest);
+    }
     sums.figures.visitors += next_day == INT64_MIN ? 0 : 1;
-  }
+  });
   sums.days = DaysOf(days);
   sums.figures.kept = sums.figures.visitors;
   sums.figures.one_in = int64_t{1} << visits.halvings;

@@ -22,9 +22,11 @@ VisitCounts* NewVisits();
 void ReleaseVisits(VisitCounts* visits);
 void EmptyVisits(VisitCounts& visits);
 
-// Counts a request whose record has host and agent; url is what the requested URLs have of it. Nothing but a
-// new visitor, visit or URL takes memory; without that, the process ends with status 1.
+// Counts a request whose record has host and agent; url is what the requested URLs have of it, and must stay
+// until CountWaitingVisits, for several are counted together. Nothing but a new visitor, visit or URL takes
+// memory; without that, the process ends with status 1.
 void CountVisitOf(VisitCounts& visits, const SuperLogRecord& record, std::string_view url);
+void CountWaitingVisits(VisitCounts& visits);
 
 // When all are counted: where they take more than three quarters of what the memory budget lets them have,
 // drops the upper half of the visitors, or more.

@@ -36,7 +36,7 @@ Counts NewCounts() {
   return Counts(NewVisits());
 }
 
-void CountIn(VisitCounts& visits, const RequestOf& request) {
+void HandIn(VisitCounts& visits, const RequestOf& request) {
   SuperLogRecord record{};
   record.host = request.host;
   record.agent = request.agent;
@@ -45,11 +45,17 @@ void CountIn(VisitCounts& visits, const RequestOf& request) {
   CountVisitOf(visits, record, request.url);
 }
 
+void CountIn(VisitCounts& visits, const RequestOf& request) {
+  HandIn(visits, request);
+  CountWaitingVisits(visits);
+}
+
 Counts CountsOf(const std::vector<RequestOf>& requests) {
   Counts visits = NewCounts();
   for (const RequestOf& request : requests) {
-    CountIn(*visits, request);
+    HandIn(*visits, request);
   }
+  CountWaitingVisits(*visits);
   return visits;
 }
 
@@ -250,6 +256,29 @@ TEST(Visits, OfASampleAreThoseOfTheSameVisitorsInAnyOrder) {
     CountIn(*backwards, OfVisitor(8999 - i));
   }
   EXPECT_EQ(FiguresOf(*forwards), FiguresOf(*backwards));
+}
+
+// Each comes again on the next day, and on the one after, to pages of his own.
+TEST(Visits, OfASampleStayTheirs) {
+  BeginWithBudget(500);
+  const Counts visits = NewCounts();
+  for (int day = 0; day < 3; ++day) {
+    for (int i = 0; i < 4000; ++i) {
+      RequestOf request = OfVisitor(i);
+      request.time += day * kDay;
+      request.url = "/" + std::to_string(i) + "/" + std::to_string(day);
+      CountIn(*visits, request);
+    }
+  }
+  const VisitSums sums = SumUpVisits(*visits);
+  EXPECT_GT(sums.figures.one_in, 1);
+  EXPECT_EQ(sums.figures.visits, 3 * sums.figures.visitors);
+  EXPECT_EQ(sums.figures.single_page, sums.figures.visits);
+  ASSERT_EQ(sums.days.size(), 3u);
+  for (const DayVisits& day : sums.days) {
+    EXPECT_EQ(day.visits, sums.figures.visitors);
+    EXPECT_EQ(day.visitors, sums.figures.visitors);
+  }
 }
 
 TEST(Visits, ThatWouldBeASampleEndARunThatMayNotHaveOne) {

@@ -1,0 +1,58 @@
+// A fast hash of texts for tables whose keys come from outside, seeded by RandomSeed: from run to run the
+// same text has another one. Two words at a time are folded into it by a multiplication, as wyhash does (Wang
+// Yi, "wyhash", 2019).
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+
+#include "base/hash_seed.h"
+
+struct TextSeed {
+  uint64_t start;
+  uint64_t mask;
+};
+
+// The bytes of a short text as two words; of a longer one, its first or last sixteen.
+struct TwoWords {
+  uint64_t first;
+  uint64_t last;
+};
+
+template <typename Word>
+inline uint64_t WordFrom(const char* bytes) {
+  Word word = 0;
+  memcpy(&word, bytes, sizeof word);
+  return word;
+}
+
+// Of at most 16 bytes. Together with its size, they are those of no other text.
+inline TwoWords WordsOfShort(std::string_view text) {
+  const char* const bytes = text.data();
+  const size_t size = text.size();
+  if (size >= sizeof(uint64_t)) {
+    return {WordFrom<uint64_t>(bytes), WordFrom<uint64_t>(bytes + size - sizeof(uint64_t))};
+  }
+  if (size >= sizeof(uint32_t)) {
+    return {WordFrom<uint32_t>(bytes), WordFrom<uint32_t>(bytes + size - sizeof(uint32_t))};
+  }
+  if (size > 0) {
+    return {WordFrom<uint8_t>(bytes),
+            WordFrom<uint8_t>(bytes + size / 2) << 8U | WordFrom<uint8_t>(bytes + size - 1)};
+  }
+  return {0, 0};
+}
+
+inline uint64_t HashOfText(std::string_view text, const TextSeed& seed) {
+  constexpr size_t kBoth = sizeof(TwoWords);
+  uint64_t hash = seed.start ^ text.size();
+  const char* bytes = text.data();
+  size_t left = text.size();
+  for (; left > kBoth; bytes += kBoth, left -= kBoth) {
+    hash = MultiplyFold(WordFrom<uint64_t>(bytes) ^ seed.mask,
+                        WordFrom<uint64_t>(bytes + sizeof(uint64_t)) ^ hash);
+  }
+  const TwoWords words = WordsOfShort({bytes, left});
+  return MultiplyFold(MultiplyFold(words.first ^ seed.mask, words.last ^ hash), seed.mask | 1);
+}
