@@ -140,7 +140,8 @@ static void AddDays(FoundDays& days, const Visit& visit, int64_t& next_day) {
   ++first.visits;
   const int64_t from = std::max(first.day, next_day);
   if (from <= last.day) {
-    ++(from == first.day ? first : DayOfNumber(days, from)).comers;
+    FoundDay& came = from == first.day ? first : DayOfNumber(days, from);
+    ++came.comers;
     ++last.leavers;
     next_day = last.day + 1;
   }
