@@ -45,7 +45,7 @@ _orvellis_report() {
     mapfile -t COMPREPLY < <(compgen -W '--server --account --logs --url --site --write --remove -h --help' -- "$word")
   elif [[ $word == -* ]]; then
     mapfile -t COMPREPLY < <(compgen -W '-o --output --index --json --csv --text --from --to --path --match --exclude-hosts --exclude-types --top
-      --min --only --exclude --bytes --order --compare --reports --title --url --log-format --date-format --timezone --gmt --dns --search-engines --agent-rules --anonymise --country-database --memory --workers --cache --clear-cache --classic --no-script --theme
+      --min --only --exclude --bytes --order --compare --reports --title --url --log-format --date-format --timezone --gmt --dns --search-engines --agent-rules --anonymise --country-database --memory --workers --cache --clear-cache --classic --all-files --no-script --theme
       --plain --open --quiet --keep-config --init-site -h --help --version' -- "$word")
   else
     compopt -o filenames

@@ -107,6 +107,7 @@ struct Analysis {
   int64_t status_bytes[kStatuses];  // where items have bytes
   SuperLong bytes;                  // served by them
   SuperLongSum part_bytes;          // the same, where the counts are added to those of other runs
+  int64_t parts_of_pages;           // requests for what belongs to pages, where its URLs are no rows
   int64_t own_referrers;            // requests that pages of the site itself led to, where these are no rows
   Comparison comparison;            // the days that these are compared with
   SearchCounts search;

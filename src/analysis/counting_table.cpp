@@ -1023,6 +1023,24 @@ bool take_first(List& list, ListInfo& info, char* key, size_t capacity, KeyCount
   return true;
 }
 
+KeyCount drop_items(List& list, ListInfo& info, bool (*goes)(std::string_view key)) {
+  count_queued();
+  KeyCount dropped{.count = 0};
+  list.pivots = 0;
+  for (ListItem** place = &list.first; *place != nullptr;) {
+    ListItem* const item = *place;
+    if (goes(item->key())) {
+      *place = item->next;
+      dropped.count += item->count;
+      dropped.amount += AmountOf(*item);
+      smart_release(info, item);
+    } else {
+      place = &item->next;
+    }
+  }
+  return dropped;
+}
+
 // Releases all of a list but its records, and returns how many these are, sub-lists included.
 static size_t ReleaseIndexes(const List& list) {
   size_t records = list.length;

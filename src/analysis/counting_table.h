@@ -194,6 +194,10 @@ void add_items(List& list, ListInfo* info, std::string_view key, const KeyCount&
 // was counted. False when there is none. The memory budget has its room back.
 bool take_first(List& list, ListInfo& info, char* key, size_t capacity, KeyCount& count);
 
+// Takes all records out of the list that are to go, and tells what these counted together. The memory budget
+// has their room back; as nothing tells any more which of the others would go first, it takes none of them.
+KeyCount drop_items(List& list, ListInfo& info, bool (*goes)(std::string_view key));
+
 // Counts all that wait.
 void count_queued();
 

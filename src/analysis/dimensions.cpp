@@ -342,7 +342,7 @@ constexpr Dimension kDimensions[] = {
      .of_item = RobotOf,
      .name_of = PurposeOfRobot},
     {.parameter = "visitors",
-     .behind = "hoursofweek",
+     .behind = "dailytotals",
      .words =
          {"Visitors", "Day", "days", "day", "", "",
           "Who came, how often and for how long. An address and a browser together are a visitor, and a "

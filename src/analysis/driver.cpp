@@ -16,6 +16,7 @@
 #include "analysis/known_agents.h"
 #include "analysis/look_ups.h"
 #include "analysis/normalise.h"
+#include "analysis/page_requests.h"
 #include "analysis/request_filters.h"
 #include "analysis/request_filters_internal.h"
 #include "analysis/resolve_item.h"
@@ -682,6 +683,7 @@ void CompleteCounts(const Settings& settings, Analysis& analysis) {
   }
   StopLookUps();
   SumUpDimensions(settings, analysis);
+  LeaveOutPartsOfPages(settings, analysis);
   SumUpHours(settings, analysis);
   WrapFigures(analysis);
 }

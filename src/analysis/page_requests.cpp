@@ -30,12 +30,19 @@ bool IsPageAnswer(int64_t status) {
   return status == 0 || (status >= 200 && status < kNoContent) || status == kNotModified;
 }
 
+bool IsPartOfPages(std::string_view url) {
+  ItemRoom room;
+  const std::string_view type = TypeOfPath(PathOf(url), room);
+  return std::binary_search(std::begin(kNoPages), std::end(kNoPages), type);
+}
+
 bool IsPageUrl(std::string_view url) {
   const std::string_view path = PathOf(url);
-  if (!path.starts_with('/') || IsOfPrograms(path)) {
-    return false;
+  return path.starts_with('/') && !IsOfPrograms(path) && !IsPartOfPages(path);
+}
+
+void LeaveOutPartsOfPages(const Settings& settings, Analysis& analysis) {
+  if (settings.pages_only != 0 && settings.requests.on != 0) {
+    analysis.parts_of_pages = drop_items(analysis.urls.list, *analysis.urls.info, IsPartOfPages).count;
   }
-  ItemRoom room;
-  const std::string_view type = TypeOfPath(path, room);
-  return !std::binary_search(std::begin(kNoPages), std::end(kNoPages), type);
 }

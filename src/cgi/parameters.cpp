@@ -148,6 +148,11 @@ static void Find(Settings& settings, const Param& param) {
   CopyText(param.source == ParamSource::kAccount ? settings.find_account : settings.find_form, param.value);
 }
 
+static void PagesOnly(Settings& settings, const Param& param) {
+  settings.pages_only_asked = true;
+  settings.pages_only = ToInt(param.value);
+}
+
 static void Url(Settings& settings, const Param& param) {
   std::string_view url = param.value;
   if (url.ends_with('/')) {
@@ -428,6 +433,7 @@ static const Keyword kKeywords[] = {
     {"search_casesensitive", Number<&Settings::search_casesensitive>, kFromAny, kTaken},
     {"badurl_referrers", Number<&Settings::badurl_referrers>, kFromAny, kTaken},
     {"filter_referrers", Number<&Settings::filter_referrers>, kFromAny, kTaken},
+    {"pages_only", PagesOnly, kFromAny, kTaken, kStop, kLater},
     {"own_referrers", Number<&Settings::own_referrers>, kFromAny, kTaken, kStop, kLater},
     {"bytes", Number<&Settings::with_bytes>, kFromAny, kTaken, kStop, kLater},
     {"order", Copy<&Settings::order>, kFromAny, kTaken, kStop, kLater},

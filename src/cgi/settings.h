@@ -188,8 +188,10 @@ struct Settings {
   char referrer_log[50];
   char agent_log[50];
   char Networks[kPathSize];
-  int anonymise;         // nothing of single visitors is counted, kept or looked up (analysis/anonymity.h)
-  bool anonymise_asked;  // somebody has said whether, if only not
+  int pages_only;         // what belongs to pages is no row of the requested URLs
+  bool pages_only_asked;  // somebody has said whether, if only not
+  int anonymise;          // nothing of single visitors is counted, kept or looked up (analysis/anonymity.h)
+  bool anonymise_asked;   // somebody has said whether, if only not
   char agents_file[kPathSize];
   char agent_rules[kPathSize];       // file of rules for agents (agents/rules_file.h); empty: those built in
   char country_database[kPathSize];  // file that tells countries (analysis/country_database.h); empty: none

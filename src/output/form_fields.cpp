@@ -104,6 +104,8 @@ static constexpr FormField kLeftOut[] = {
         "Parts of names, addresses or networks, with commas: example.com, 10.0.0.0/8, 2001:db8::/32."),
     Check<&Settings::own_referrers>("own_referrers", "Keep pages of the site itself as referrers"),
     Check<&Settings::filter_referrers>("filter_referrers", "Leave these hosts out as referrers, too"),
+    Check<&Settings::pages_only>("pages_only", "Images, styles and scripts among the requested URLs",
+                                 "They are counted all the same."),
     Text<&Settings::filter_filetypes>("filter_filetypes", "Requests for files of type",
                                       "With commas: gif,jpg,css."),
 };

@@ -54,7 +54,7 @@ static void SuggestDays(Settings& settings) {
 
 static Settings WithSuggestions(Settings settings) {
   SuggestDays(settings);
-  TakeAllSectionsForNone(settings);
+  TakeFirstSectionsForNone(settings);
   if (settings.find_form[0] == '\0') {
     CopyText(settings.find_form, "/");
     settings.subdirs = 1;
@@ -62,6 +62,7 @@ static Settings WithSuggestions(Settings settings) {
   if (settings.output[0] == '\0') {
     CopyText(settings.output, "modern");
   }
+  SuggestPagesOnly(settings);
   settings.anonymise = settings.anonymise_asked ? settings.anonymise : 1;
   return settings;
 }

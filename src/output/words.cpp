@@ -71,6 +71,11 @@ static constexpr NoteWords kNoteWords[] = {
      " addresses could not be looked up: no name server gave an answer."},
     {NoteCode::kOwnReferrers, "own_referrers",
      "Requests that pages of the site itself led to, which are left out of the referrers: ", "."},
+    {NoteCode::kPartsOfPages, "parts_of_pages",
+     "Requests for images, styles, scripts and other parts of pages, which are counted, but are no rows of "
+     "the "
+     "requested URLs: ",
+     "."},
     {NoteCode::kNotCompared, "not_compared",
      "Days are not compared with others: which they are must be known before the logs are read.", ""},
     {NoteCode::kVisitorsSampled, "visitors_sampled",

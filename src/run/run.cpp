@@ -203,7 +203,7 @@ static Refusal Report(bool account_found, Task& task) {
     return {kErrorTimeZone};
   }
   if (task.asked != nullptr) {
-    TakeAllSectionsForNone(task.settings);
+    TakeFirstSectionsForNone(task.settings);
   }
   if (task.edition->counting.limits.layouts && !SettleLayout(task.env.command_line != 0)) {
     return {kErrorLayout};

@@ -44,6 +44,7 @@ Notes OpenNotes(const Settings& settings, const Analysis& analysis) {
   Notes notes{&settings, &analysis, 0, FirstThinnedTable(settings, analysis)};
   WriteUnlessNone(notes.without_url, analysis.without_url);
   WriteUnlessNone(notes.own_referrers, analysis.own_referrers);
+  WriteUnlessNone(notes.parts_of_pages, analysis.parts_of_pages);
   WriteLookUps(notes);
   WriteSample(notes);
   notes.filters = ActiveFiltersOf(settings);
@@ -79,6 +80,8 @@ static const char* SubjectOf(NoteCode code, const Notes& notes) {
       return settings.countries_left_out ? "" : nullptr;
     case NoteCode::kOwnReferrers:
       return unless_empty(notes.own_referrers);
+    case NoteCode::kPartsOfPages:
+      return unless_empty(notes.parts_of_pages);
     case NoteCode::kNotCompared:
       return IsComparison(settings.compare) && !notes.analysis->comparison.asked ? "" : nullptr;
     case NoteCode::kVisitorsSampled:

@@ -29,13 +29,14 @@ enum class NoteCode {
   kNotLookedUp,   // addresses that have no name here, as the time was over; the subject is how many of which
   kNoNameServer,  // and those for which no name server answered
   kOwnReferrers,  // of the site itself, which are no rows; the subject is the number of requests
+  kPartsOfPages,  // which are no rows; the subject is the number of requests for them
   kNotCompared,   // though it is asked for: the logs decide which days are reported
   kVisitorsSampled,  // and of visitors one in so many, the subject
   kAnonymised,       // visitors are
   kNoCountries,      // though they were asked for, as there is no database of them
   kThinned,          // the memory budget took items from a table: counts below its first rows may be too low
 };
-inline constexpr size_t kNoteCodes = 24;
+inline constexpr size_t kNoteCodes = 25;
 
 struct Note {
   NoteCode code;
@@ -56,6 +57,7 @@ struct Notes {
   size_t next_filter = 0;
   char without_url[24] = "";  // requests, in digits; empty: none
   char own_referrers[24] = "";
+  char parts_of_pages[24] = "";
   char not_looked_up[48] = "";
   char no_name_server[48] = "";
   char time_limit[80] = "";

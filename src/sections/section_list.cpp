@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <string_view>
 
 static constexpr Brand kBrands[] = {
     {"Netscape Navigator-brand browsers", &Analysis::NavCount, &Analysis::gHits_Browsers},
@@ -127,13 +128,25 @@ bool IsOn(const Section& section, const Settings& settings) {
   return SwitchOf(section, settings) != 0;
 }
 
-void TakeAllSectionsForNone(Settings& settings) {
+static constexpr std::string_view kFirst[] = {
+    "dailytotals", "hoursofweek",  "visitors", "requests",        "entrypages", "referringsites",
+    "badurls",     "servererrors", "statuses", "browserfamilies", "systems",    "robots",
+};
+
+void SuggestPagesOnly(Settings& settings) {
+  settings.pages_only = settings.pages_only_asked ? settings.pages_only : 1;
+}
+
+void TakeFirstSectionsForNone(Settings& settings) {
   const auto is_on = [&settings](const Section& section) { return IsOn(section, settings); };
   if (std::ranges::any_of(Sections(), is_on)) {
     return;
   }
-  for (const Section& section : Sections().first(kNamedSections)) {
-    SwitchOf(section, settings) = 1;
+  for (const Section& section : Sections()) {
+    if (std::ranges::find(kFirst, section.parameter) != std::end(kFirst)) {
+      SwitchOf(section, settings) = 1;
+    }
   }
   settings.badurl_referrers = 1;
+  SuggestPagesOnly(settings);
 }

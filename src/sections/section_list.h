@@ -93,6 +93,9 @@ const RankedReport* ReportOf(const Section& section, const Settings& settings);
 CountedReport& CountedIn(const Section& section, Analysis& analysis);
 const CountedReport& BaseOf(const Section& section, const Analysis& analysis);
 
-// Who names no section at all wants every one of them but dimensions, and the pages that led to what was not
-// found.
-void TakeAllSectionsForNone(Settings& settings);
+// Pages alone among the requested URLs, unless somebody said otherwise.
+void SuggestPagesOnly(Settings& settings);
+
+// Who names no section at all wants those that a site's owner looks at first, pages alone,
+// and the pages that led to what was not found.
+void TakeFirstSectionsForNone(Settings& settings);

@@ -1212,3 +1212,24 @@ TEST_F(SavedListTest, CanBePassedOver) {
     }
   }
 }
+
+TEST_F(CountingTableTest, DropsRecordsThatAreToGo) {
+  std::map<std::string, int64_t> kept;
+  int64_t gone = 0;
+  for (int i = 0; i < 3000; ++i) {
+    const std::string key = std::to_string(i % 700) + (i % 3 == 0 ? ".png" : "");
+    Add(key);
+    (i % 3 == 0 ? gone : kept[key])++;
+  }
+  const auto goes = [](std::string_view key) { return key.ends_with(".png"); };
+  EXPECT_EQ(drop_items(list_, *info_, goes).count, gone);
+  EXPECT_EQ(list_length(list_), kept.size());
+  std::map<std::string, int64_t> left;
+  for (const ListItem* item = SortList(list_); item != nullptr; item = item->next) {
+    left[std::string(item->key())] = item->count;
+  }
+  EXPECT_EQ(left, kept);
+  EXPECT_EQ(drop_items(list_, *info_, goes).count, 0);
+  EXPECT_EQ(drop_items(list_, *info_, [](std::string_view) { return true; }).count, 3000 - gone);
+  EXPECT_EQ(list_length(list_), 0u);
+}

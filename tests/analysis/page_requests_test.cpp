@@ -21,6 +21,16 @@ TEST(IsPageUrl, WantsAPath) {
   }
 }
 
+TEST(IsPartOfPages, GoesByWhatThePathEndsLike) {
+  for (const char* const url :
+       {"/logo.png", "/LOGO.Png?x", "/c.js?v=1", "http://www.example.com/a.gif", "/x.xml"}) {
+    EXPECT_TRUE(IsPartOfPages(url)) << url;
+  }
+  for (const char* const url : {"/", "/robots.txt", "*", "", "-", "/a.html", "/guide.pdf", "/png"}) {
+    EXPECT_FALSE(IsPartOfPages(url)) << url;
+  }
+}
+
 TEST(IsPageAnswer, WantsAnAnswerThatShowsThePage) {
   for (const int64_t status : {200, 201, 203, 304, 0}) {
     EXPECT_TRUE(IsPageAnswer(status)) << status;

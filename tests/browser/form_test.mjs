@@ -88,8 +88,10 @@ async function untilPosted(page) {
 }
 
 const option = (page, name) => page.getByRole('radio', { name, exact: true });
-const everySection = { requests: '1', referrers: '1', search: '1', browsers: '1', badurls: '1', badreferrers: '1', badurl_referrers: '1',
-  domains: '1', domaintypes: '1', dailytotals: '1', hitsperdayofweek: '1', hitsperhour: '1', hoursofweek: '1' };
+const firstSections = { dailytotals: '1', hoursofweek: '1', visitors: '1', requests: '1', entrypages: '1', referringsites: '1', badurls: '1',
+  badurl_referrers: '1', servererrors: '1', statuses: '1', browserfamilies: '1', systems: '1', robots: '1' };
+const classicSections = ['requests', 'referrers', 'search', 'browsers', 'badurls', 'badreferrers', 'badurl_referrers', 'domains', 'domaintypes',
+  'dailytotals', 'hitsperdayofweek', 'hitsperhour', 'hoursofweek'];
 const furtherSections = ['statuses', 'servererrors', 'hosts', 'users', 'vhosts', 'referringsites', 'directories', 'filetypes',
   'browserfamilies', 'systems', 'devices', 'robots',
   'visitors', 'entrypages', 'exitpages', 'countries', 'methods', 'protocols', 'tlsversions', 'slow',
@@ -106,7 +108,7 @@ const tests = {
           await page.getByLabel('Password').fill('Teapot');
           await send(page);
           assert.deepEqual(posted.map(withoutEmpty),
-            [{ username: 'shop', password: 'Teapot', days: '7d', find: '/', subdirs: '1', output: 'modern', anonymise: '1', ...everySection }]);
+            [{ username: 'shop', password: 'Teapot', days: '7d', find: '/', subdirs: '1', output: 'modern', anonymise: '1', pages_only: '1', ...firstSections }]);
           assert.equal(page.url().replace(/\?$/, ''), program);
         });
       }
@@ -183,14 +185,14 @@ const tests = {
       await page.getByLabel('Browsers: at least').fill('2');
       await send(page);
       assert.deepEqual(withoutEmpty(posted[0]),
-        { username: 'shop', days: '7d', browsers: '1', browsers_top: '10%', browsers_greater: '2', find: '/', subdirs: '1', output: 'modern', anonymise: '1' });
+        { username: 'shop', days: '7d', browsers: '1', browsers_top: '10%', browsers_greater: '2', find: '/', subdirs: '1', output: 'modern', anonymise: '1', pages_only: '1' });
     });
     await withPage(forms.site, {}, async (page) => {
       await page.getByRole('button', { name: 'Choose none' }).click();
       assert.equal(await page.locator('table :checked').count(), 0);
       await page.getByRole('button', { name: 'Choose all' }).click();
-      assert.equal(await page.locator('table :checked').count(), Object.keys(everySection).length + furtherSections.length);
-      for (const name of furtherSections) {
+      assert.equal(await page.locator('table :checked').count(), classicSections.length + furtherSections.length);
+      for (const name of [...classicSections, ...furtherSections]) {
         assert.ok(await page.locator(`input[name="${name}"]`).isChecked(), name);
       }
     });
@@ -209,13 +211,13 @@ const tests = {
       let link = await linkOf(page);
       assert.equal(link.origin + link.pathname, program);
       assert.deepEqual(Object.fromEntries(link.searchParams),
-        { username: "O'Hara & sons", days: '7d', find: '/', subdirs: '1', output: 'modern', anonymise: '1', ...everySection });
+        { username: "O'Hara & sons", days: '7d', find: '/', subdirs: '1', output: 'modern', anonymise: '1', pages_only: '1', ...firstSections });
       await option(page, 'Choose days').check({ force: true });
       await page.getByLabel('First day').fill('2000-03-05');
       await page.getByRole('button', { name: 'Choose none' }).click();
       link = await linkOf(page);
       assert.deepEqual(Object.fromEntries(link.searchParams),
-        { username: "O'Hara & sons", from: '2000-03-05', find: '/', subdirs: '1', output: 'modern', anonymise: '1' });
+        { username: "O'Hara & sons", from: '2000-03-05', find: '/', subdirs: '1', output: 'modern', anonymise: '1', pages_only: '1' });
       assert.doesNotMatch(link.href, /Teapot|password/i);
       // It leads back to the same.
       await page.goto(link.href);

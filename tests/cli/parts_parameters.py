@@ -86,7 +86,7 @@ PARAMETERS = {
     "hitsperdayofweek": (PRINTED, "0"),
     "hitsperhour": (PRINTED, "0"),
     "hoursofweek": (PRINTED, "0"),
-    "no_script": (PRINTED, "1"),
+    "no_script": (PRINTED, "1"), "pages_only": (PRINTED, "1"),
     "linked_names": (PRINTED, "1"),
     "base": (NOTHING, "http://www.example.com/"),
     "timezone": (REFUSED, "UTC"),

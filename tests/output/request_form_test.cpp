@@ -129,11 +129,11 @@ static std::set<std::string> NamesIn(const std::string& page) {
 // ---- What it is filled in with ----
 
 static const Fields kSuggested = {
-    {"days", "7d"},       {"find", "/"},         {"subdirs", "1"},          {"output", "modern"},
-    {"requests", "1"},    {"referrers", "1"},    {"search", "1"},           {"browsers", "1"},
-    {"badurls", "1"},     {"badreferrers", "1"}, {"badurl_referrers", "1"}, {"domains", "1"},
-    {"domaintypes", "1"}, {"dailytotals", "1"},  {"hitsperdayofweek", "1"}, {"hitsperhour", "1"},
-    {"hoursofweek", "1"}, {"anonymise", "1"},
+    {"days", "7d"},        {"find", "/"},           {"subdirs", "1"},         {"output", "modern"},
+    {"dailytotals", "1"},  {"hoursofweek", "1"},    {"visitors", "1"},        {"requests", "1"},
+    {"entrypages", "1"},   {"referringsites", "1"}, {"badurls", "1"},         {"badurl_referrers", "1"},
+    {"servererrors", "1"}, {"statuses", "1"},       {"browserfamilies", "1"}, {"systems", "1"},
+    {"robots", "1"},       {"pages_only", "1"},     {"anonymise", "1"},
 };
 
 TEST_F(RequestForm, SuggestsAWholeReportOfSevenDays) {
@@ -178,6 +178,7 @@ TEST_F(RequestForm, SendsWhatItWasFilledInWith) {
                                           "authuser=u",
                                           "title=<T>",
                                           "dnslookupenabled=1",
+                                          "pages_only=1",
                                           "anonymise=1",
                                           "no_script=1",
                                           "order=bytes",
@@ -202,6 +203,8 @@ TEST_F(RequestForm, SendsWhatItWasFilledInWith) {
 }
 
 TEST_F(RequestForm, SuggestsAnonymousVisitorsUnlessItWasAskedWithout) {
+  EXPECT_EQ(SentOf(Asked({"pages_only=0"})).count("pages_only"), 0U);
+  EXPECT_EQ(SentOf(Asked({"pages_only=1"})).count("pages_only"), 1U);
   EXPECT_EQ(SentOf(Asked({"anonymise=0"})).count("anonymise"), 0U);
   EXPECT_EQ(SentOf(Asked({"anonymise=1"})).count("anonymise"), 1U);
   EXPECT_EQ(SentOf(Asked({"requests=1"})).count("anonymise"), 1U);
@@ -219,9 +222,10 @@ TEST_F(RequestForm, HasAListOfEachFilterForEitherSide) {
 
 TEST_F(RequestForm, HasTheSectionsInTheOrderOfThePage) {
   const std::string page = Asked({});
-  TakeAllSectionsForNone(settings_);
-  for (RankedReport& report : settings_.dimensions) {
-    report.on = 1;
+  settings_.rules.later_names = true;
+  for (const Section& section : Sections()) {
+    ASSERT_TRUE(
+        CompareParam((std::string(section.parameter) + "=1").c_str(), settings_, ParamSource::kShell, 0));
   }
   const std::vector<std::string> wanted =
       All(Written([this](Sink& sink) { PutSectionLinks(sink, settings_); }), "href=\"#([a-z]+)\"");
@@ -234,8 +238,9 @@ TEST_F(RequestForm, KeepsASectionThatWasAskedForByItself) {
   Fields wanted = kSuggested;
   std::erase_if(wanted, [](const auto& field) {
     return field.second == "1" && field.first != "subdirs" && field.first != "hitsperhour" &&
-           field.first != "anonymise";
+           field.first != "anonymise" && field.first != "pages_only";
   });
+  wanted["hitsperhour"] = "1";
   EXPECT_EQ(SentOf(Asked({"hitsperhour=1"})), wanted);
 }
 

@@ -918,7 +918,40 @@ test_sections_that_are_asked_for() {
   run --csv --reports robots,statuses access.log
   expect_match out '^statuses,1,200,'
   run --csv access.log
-  expect_not_in out statuses,
+  expect_match out '^statuses,1,200,'
+  expect_not_in out referrers,
+  run --csv --reports all access.log
+  expect_match out '^sizes,1,'
+  expect_not_in out countries,
+  run --csv --reports all,statuses access.log
+  expect_status 2
+}
+
+# What an owner looks at first; a file that tells countries, or search engines, asks for these, too.
+test_sections_that_nobody_asked_for() {
+  edition=
+  week >access.log
+  cp "$project/tests/cli/bases/countries/countries.mmdb" database
+  printf 'Google|.google.|q=\n' >engines
+  run --keep-config --text access.log
+  expect_in out 'Visitors'
+  expect_not_in out 'Countries'
+  run --json --country-database database --search-engines engines access.log
+  expect_in out '"countries": {'
+  expect_in out '"search": {'
+  expect_in out '"robots": {'
+}
+
+test_parts_of_pages_are_listed_where_they_are_asked_for() {
+  edition=
+  printf '192.0.2.70 - - [05/Mar/2000:10:00:00 +0000] "GET /%s HTTP/1.0" 200 1\n' '' a.css b.js c.html >access.log
+  run --csv --reports requests,filetypes access.log
+  expect_not_in out a.css
+  expect_match out '^filetypes,[0-9],.css,1,0.25'
+  run --csv --reports requests --all-files access.log
+  expect_match out '^requests,[0-9],/a.css,1,0.25'
+  run --classic --all-files access.log
+  expect_status 2
 }
 
 test_countries() {
