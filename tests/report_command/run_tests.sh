@@ -933,7 +933,7 @@ test_sections_that_nobody_asked_for() {
   week >access.log
   cp "$project/tests/cli/bases/countries/countries.mmdb" database
   printf 'Google|.google.|q=\n' >engines
-  run --keep-config --text access.log
+  run --text access.log
   expect_in out 'Visitors'
   expect_not_in out 'Countries'
   run --json --country-database database --search-engines engines access.log
