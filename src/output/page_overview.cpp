@@ -170,6 +170,14 @@ static void PutRequestsTile(Sink& sink, int64_t requests, int64_t days, const Co
   EndTile(sink);
 }
 
+static void PutVisitorsTile(Sink& sink, const VisitFigures& figures) {
+  BeginTile(sink, "Visitors");
+  PutGrouped(sink, figures.visitors);
+  BeginDetail(sink);
+  PutCounted(sink, figures.visits, "visit", "visits");
+  EndTile(sink);
+}
+
 static void PutBytesTile(Sink& sink, uint64_t bytes, const Comparison& comparison) {
   BeginTile(sink, "Data served");
   PutByteSize(sink, bytes);
@@ -255,6 +263,9 @@ static void PutTiles(Sink& sink, const Settings& settings, const Overview& overv
   OpenSection(days, settings, SectionOf(SectionId::kDays), analysis);
   Put(sink, "<dl class=\"tiles\">\n");
   PutRequestsTile(sink, overview.requests, days.distinct, analysis.comparison);
+  if (IsSummedFrom(settings, SummedFrom::kVisits)) {
+    PutVisitorsTile(sink, analysis.visit_figures);
+  }
   PutBytesTile(sink, overview.bytes_served, analysis.comparison);
   PutDaysTile(sink, days.distinct, RangeOf(analysis).first, BusiestDay(settings, analysis));
   if (overview.with_status > 0) {
