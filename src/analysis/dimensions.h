@@ -69,6 +69,7 @@ struct Dimension {
   SecondFigure second = {};
   bool of_days = false;       // items are days, which stand in their own order
   bool with_figures = false;  // of all visits, before the items
+  bool in_classes = false;    // status codes, whose sums by class stand before them
   bool timed = false;         // times of requests are counted (url_times.h), and the total is their sum
 };
 

@@ -203,6 +203,24 @@ def pages_of(text):
     return {row["item"]: {page["item"]: page["count"] for page in row["referrers"]} for row in rows if row["referrers"]}
 
 
+CLASSES = {"1xx": "Information", "2xx": "Success", "3xx": "Redirection", "4xx": "Client error", "5xx": "Server error"}
+
+
+def classes_here(requests):
+    """Of each class of statuses that has requests: what it means, requests and bytes."""
+    classes = []
+    for name, meaning in CLASSES.items():
+        some = [request for request in requests if str(request.status)[0] == name[0]]
+        if some:
+            classes.append((name, meaning, len(some), sum(request.bytes for request in some), round(len(some) / len(requests), 6)))
+    return classes
+
+
+def classes_of(text):
+    rows = json.loads(text)["sections"]["statuses"]["classes"]
+    return [(row["item"], row["name"], row["count"], row["bytes"], row["share"]) for row in rows]
+
+
 def sections(names):
     return [f"{name}=1,0" for name in names]
 
@@ -233,6 +251,8 @@ def check(folder, chance):
         for name in ([way] if way in COUNTED_HERE else COUNTED_HERE):
             assert got[name] == want[name], f"{way}: {name}\n  counted here {want[name]}\n  reported     {got[name]}"
         assert way in COUNTED_HERE or text == ways["one process"], way
+    for way in ("one process", "three", "parts", "statuses"):
+        assert classes_of(ways[way]) == classes_here(requests), (way, classes_of(ways[way]))
     assert pages_of(ways["servererrors"]) == pages_here(requests)
 
 

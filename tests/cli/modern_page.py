@@ -233,9 +233,18 @@ def check_key_figures(whole, totals):
     assert not figures
 
 
+def check_classes(whole, classes):
+    for tile, row in zip(only(of_class(whole, "dl", "tiles")), classes, strict=True):
+        name, share, count = map(text_of, tile)
+        assert name == f"{row['item']} {row['name']}" and is_share(share.removesuffix(" %"), row["share"]), (name, share)
+        assert number(re.fullmatch(rf"{NUMBER} requests?(?:, .+)?", count)[1]) == row["count"], (count, row)
+
+
 def check_ranked(whole, name, section, raw_item, shown):
     if "totals" in section:
         check_key_figures(whole, section["totals"])
+    if section.get("classes"):
+        check_classes(whole, section["classes"])
     words = text_of(only(of_class(whole, "p", "words")))
     limited, rest = check_how_many(words, section["rows"], section["distinct"], section["total"], name != "visitors")
     assert not rest, rest
