@@ -60,6 +60,8 @@ struct Dimension {
   Literal led_by_columns = "";
   // The item of another table's item: a view of that, or made in the room; empty: there is none.
   std::string_view (*of_item)(std::string_view item, ItemRoom& room) = nullptr;
+  // The same of an item with levels, of which so many count: a view of it.
+  std::string_view (*of_levels)(std::string_view item, int levels) = nullptr;
   const char* (*name_of)(std::string_view item) = nullptr;  // what an item is called; null: nothing else
   bool name_is_read = false;                                // people know that, and the item is a code for it
   bool of_site = false;                                     // items are paths of the analysed site
@@ -75,6 +77,11 @@ struct Dimension {
 
 extern const Dimension kDimensions[];
 extern const size_t kDimensionCount;  // up to kMostDimensions of settings.h
+
+// How many levels of directories the settings tell apart: 1 where they name no number from 1 on, and no more
+// than there may be.
+inline constexpr long kMostDirectoryDepth = 20;
+int DirectoryDepthOf(const Settings& settings);
 
 // The path of an address, without what is asked of it; what a proxy is asked for has the site before it.
 std::string_view PathOf(std::string_view url);

@@ -344,7 +344,7 @@ static void PutRow(Paper& paper, SectionRow& row, const Columns& columns, const 
   PutBytes(paper.sink, row, columns);
   PutTimes(paper.sink, row, columns);
   PutBar(paper, row, columns.bar);
-  if (row.second >= 0) {
+  if (second != nullptr && row.second >= 0) {
     PutItemAndSecond(paper.sink, row, *second, columns.item);
   } else {
     PutItem(paper.sink, row, columns.item);

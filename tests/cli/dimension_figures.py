@@ -78,8 +78,12 @@ def path_of(request):
     return re.split(r"[?#]", request.url)[0]
 
 
-def directory(request):
-    return re.match(r"/(?:[^/]*/)?", path_of(request))[0]
+def directory(request, depth=1):
+    *names, _ = path_of(request).split("/")
+    return "/".join(names[:depth + 1]) + "/"
+
+
+DEPTHS = {"2": 2, "3": 3, "20": 20, "0": 1, "-1": 1, "99999999999999999999": 20, "4294967297": 20, "x": 1, "": 1}
 
 
 def file_type(request):
@@ -251,6 +255,12 @@ def check(folder, chance):
         for name in ([way] if way in COUNTED_HERE else COUNTED_HERE):
             assert got[name] == want[name], f"{way}: {name}\n  counted here {want[name]}\n  reported     {got[name]}"
         assert way in COUNTED_HERE or text == ways["one process"], way
+    depth = chance.choice(list(DEPTHS))
+    deep = collections.Counter(directory(request, DEPTHS[depth]) for request in requests)
+    asked_deep = ["output=json", f"directory_depth={depth}", *sections(["directories"])]
+    # Parts were counted without a word of it.
+    for text in (run(folder, *asked_deep), run(folder, *asked_deep[1:], "bytes=1", "output=json", "merge=-", given=parts)):
+        assert {row["item"]: row["count"] for row in json.loads(text)["sections"]["directories"]["rows"]} == deep, (depth, text)
     for way in ("one process", "three", "parts", "statuses"):
         assert classes_of(ways[way]) == classes_here(requests), (way, classes_of(ways[way]))
     assert pages_of(ways["servererrors"]) == pages_here(requests)

@@ -81,6 +81,7 @@ PARAMETERS = {
     "search_casesensitive": (NOTHING, "1"),
     "badurl_referrers": (PRINTED, "0"),
     "own_referrers": (REFUSED, "1"),
+    "directory_depth": (PRINTED, "2"),
     "bytes": (REFUSED, "1"), "order": (REFUSED, "bytes"), "compare": (REFUSED, "previous"),
     "dailytotals": (PRINTED, "0"),
     "hitsperdayofweek": (PRINTED, "0"),
@@ -150,7 +151,7 @@ CLF = {
         'h.example.org - - [07/Mar/2001:12:00:00 +0000] "GET /none HTTP/1.0" 404 1 "http://www.example.net/M" "A/1"',
         'h.example.fr - - [07/Mar/2001:13:00:00 +0000] "GET /b.gif HTTP/1.0" 403 1 "http://www.finder.example/?q=c" "Mozilla/5.0 (iPhone; CPU iPhone OS 17_1 like Mac OS X) AppleWebKit/605.1.15 (KHTML, like Gecko) Version/17.1 Mobile/15E148 Safari/604.1"',
         '10.0.0.3 - - [06/Mar/2001:14:00:00 +0000] "GET /docs HTTP/1.0" 200 9 "-" "Mozilla/5.0 (X11; Linux x86_64; rv:115.0) Gecko/20100101 Firefox/115.0"',
-        '10.0.0.3 - - [07/Mar/2001:14:00:00 +0000] "GET /docs/b HTTP/1.0" 200 9 "-" "Mozilla/5.0 (X11; Linux x86_64; rv:115.0) Gecko/20100101 Firefox/115.0"',
+        '10.0.0.3 - - [07/Mar/2001:14:00:00 +0000] "GET /docs/d/b HTTP/1.0" 200 9 "-" "Mozilla/5.0 (X11; Linux x86_64; rv:115.0) Gecko/20100101 Firefox/115.0"',
         "not understood",
     ],
 }
