@@ -24,7 +24,7 @@ _orvellis_report_values() { # OPTION
 # The last of a list divided by commas.
 _orvellis_report_sections() { # WORD
   local done='' sections='requests referrers search browsers badurls badreferrers domains domaintypes dailytotals
-    hitsperdayofweek hitsperhour hoursofweek statuses hosts users referringsites directories filetypes browserfamilies systems devices robots vhosts servererrors visitors entrypages exitpages countries methods protocols tlsversions slow redirects sizes'
+    hitsperdayofweek hitsperhour hoursofweek statuses hosts users referringsites directories filetypes browserfamilies systems devices robots vhosts servererrors visitors entrypages exitpages countries methods protocols tlsversions slow redirects sizes unknown'
   case $1 in *,*) done=${1%,*}, ;; esac
   mapfile -t COMPREPLY < <(compgen -P "$done" -W "$sections" -- "${1##*,}")
   compopt -o nospace

@@ -13,6 +13,7 @@
 #include "analysis/rules.h"
 #include "analysis/smart_memory.h"
 #include "analysis/status_meanings.h"
+#include "analysis/unknown_lines.h"
 #include "analysis/url_times.h"
 #include "base/text.h"
 #include "dates/days.h"
@@ -450,6 +451,16 @@ constexpr Dimension kDimensions[] = {
      .columns = "rank,size,count,share",
      .from = SummedFrom::kRequests,
      .of_request = SizeOf},
+    {.parameter = "unknown",
+     .behind = "domaintypes",
+     .words = {"Lines not understood", "Log and reason", "reasons", "reason", "line that was not understood",
+               "lines that were not understood",
+               "Lines of logs that hold no request. Why is told of the first such line of each log."},
+     .columns = "rank,log,count,share,first_line",
+     .from = SummedFrom::kLogs,
+     .of_logs = AddUnknownLines,
+     .counted = "Lines",
+     .second = {"First line", "first_line", "first line"}},
 };
 constexpr size_t kDimensionCount = std::size(kDimensions);
 static_assert(kDimensionCount <= kMostDimensions);
@@ -526,12 +537,12 @@ uint32_t DimensionsOfRequests(const Settings& settings) {
 
 // ---- Counting -------------------------------------------------------------------------
 
-// A figure of visits needs the room of bytes, which they have none of.
+// A second figure needs the room of bytes, which what is no request has none of.
 static Amounts AmountsOf(const Dimension& dimension, const Settings& settings) {
   if (dimension.timed) {
     return Amounts::kSummed;
   }
-  if (dimension.from != SummedFrom::kVisits) {
+  if (IsOfRequests(dimension)) {
     return AmountsOf(settings);
   }
   return dimension.second.title.text().empty() ? Amounts::kNone : Amounts::kSummed;
@@ -637,6 +648,9 @@ static void SumUp(const Dimension& dimension, const Settings& settings, SummedFr
       return;
     case SummedFrom::kVisits:
       dimension.of_visits(visits, report);
+      return;
+    case SummedFrom::kLogs:
+      dimension.of_logs(settings, report);
       return;
     case SummedFrom::kHosts:
       SumUpItems(dimension, settings, HostsOf(analysis), HostsOf(analysis).total, report);

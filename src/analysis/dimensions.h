@@ -27,7 +27,16 @@ struct SectionWords {
 
 // Where the items of a dimension come from: each request has one, or they are made of the items of another
 // table when all requests are counted, so that nothing is paid for a request.
-enum class SummedFrom : uint8_t { kRequests, kStatusCodes, kUrls, kReferrers, kBrowsers, kHosts, kVisits };
+enum class SummedFrom : uint8_t {
+  kRequests,
+  kStatusCodes,
+  kUrls,
+  kReferrers,
+  kBrowsers,
+  kHosts,
+  kVisits,
+  kLogs
+};
 
 // A request that is counted.
 struct Request {
@@ -67,6 +76,8 @@ struct Dimension {
   bool of_site = false;                                     // items are paths of the analysed site
   // The items that visits have.
   void (*of_visits)(const VisitSums& sums, CountedReport& report) = nullptr;
+  // The items that logs have.
+  void (*of_logs)(const Settings& settings, CountedReport& report) = nullptr;
   Literal counted = "Requests";  // heading of what is counted
   SecondFigure second = {};
   bool of_days = false;       // items are days, which stand in their own order
@@ -74,6 +85,11 @@ struct Dimension {
   bool in_classes = false;    // status codes, whose sums by class stand before them
   bool timed = false;         // times of requests are counted (url_times.h), and the total is their sum
 };
+
+// Whether requests are counted, so that items can have their bytes.
+constexpr bool IsOfRequests(const Dimension& dimension) {
+  return dimension.from != SummedFrom::kVisits && dimension.from != SummedFrom::kLogs;
+}
 
 extern const Dimension kDimensions[];
 extern const size_t kDimensionCount;  // up to kMostDimensions of settings.h

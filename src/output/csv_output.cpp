@@ -319,7 +319,7 @@ static LastColumn LastColumnOf(const Table& table, const Settings& settings, con
     return kBefore;
   }
   const Section& section = SectionOf(table.section);
-  const bool of_requests = section.dimension == nullptr || section.dimension->from != SummedFrom::kVisits;
+  const bool of_requests = section.dimension == nullptr || IsOfRequests(*section.dimension);
   const bool bytes = section.rows == RowKind::kRanked && of_requests && !table.referrers &&
                      table.put != PutWithTimes && AmountsOf(settings) == Amounts::kSummed;
   return bytes ? kBytes : LastColumn{};

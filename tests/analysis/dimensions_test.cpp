@@ -56,8 +56,9 @@ TEST_F(DimensionsTest, TableHasOneRowOfEachNameWithOneSource) {
     EXPECT_TRUE(names.insert(dimension.parameter).second) << dimension.parameter;
     const bool of_requests = dimension.from == SummedFrom::kRequests || dimension.from == SummedFrom::kHosts;
     EXPECT_EQ(dimension.of_request != nullptr, of_requests) << dimension.parameter;
+    EXPECT_EQ(dimension.of_logs != nullptr, dimension.from == SummedFrom::kLogs) << dimension.parameter;
     EXPECT_EQ(dimension.of_visits != nullptr, dimension.from == SummedFrom::kVisits) << dimension.parameter;
-    const bool of_items = dimension.from != SummedFrom::kRequests && dimension.from != SummedFrom::kVisits;
+    const bool of_items = dimension.from != SummedFrom::kRequests && IsOfRequests(dimension);
     EXPECT_EQ((dimension.of_item != nullptr) != (dimension.of_levels != nullptr), of_items)
         << dimension.parameter;
   }

@@ -93,7 +93,7 @@ const everySection = { requests: '1', referrers: '1', search: '1', browsers: '1'
 const furtherSections = ['statuses', 'servererrors', 'hosts', 'users', 'vhosts', 'referringsites', 'directories', 'filetypes',
   'browserfamilies', 'systems', 'devices', 'robots',
   'visitors', 'entrypages', 'exitpages', 'countries', 'methods', 'protocols', 'tlsversions', 'slow',
-  'redirects', 'sizes'];
+  'redirects', 'sizes', 'unknown'];
 const withoutEmpty = (fields) => Object.fromEntries(Object.entries(fields).filter(([, value]) => value !== ''));
 const linkOf = async (page) => new URL(await page.getByRole('link', { name: 'Link to this report' }).evaluate((link) => link.href));
 

@@ -35,7 +35,7 @@ GIVEN = ("base", "page", "args", "form", "run", "env", "setup")
 SCHEMA = json.loads((PROJECT / "docs/report.schema.json").read_text())
 VALIDATOR = jsonschema.Draft202012Validator(SCHEMA)
 MOMENT = 954547200
-SECOND = {"visits": "visits", "single_page_visits": "single-page visits"}  # figures beside the counts of rows
+SECOND = {"visits": "visits", "single_page_visits": "single-page visits", "first_line": "first line"}  # figures beside the counts of rows
 
 
 # ---- Cases -----------------------------------------------------------------------------

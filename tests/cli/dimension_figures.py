@@ -5,7 +5,7 @@ one file or in several, in any order, read by one process or by three, or as par
     dimension_figures.py PROGRAM PROJECT
 
 Every row of the table of dimensions must have its way of counting below, but for those of visits, and the times that
-requests took (slow_figures.py).
+requests took (slow_figures.py), and those of lines that are none (unknown_figures.py).
 """
 import collections
 import json
@@ -268,7 +268,7 @@ def check(folder, chance):
 
 def main():
     table = (PROJECT / "src" / "analysis" / "dimensions.cpp").read_text(encoding="ascii")
-    assert set(re.findall(r'\.parameter = "([a-z]+)"', table)) == (set(COUNTED_HERE) | OF_VISITS | {"slow"}) - set(NAMED)
+    assert set(re.findall(r'\.parameter = "([a-z]+)"', table)) == (set(COUNTED_HERE) | OF_VISITS | {"slow", "unknown"}) - set(NAMED)
     for number in range(ROUNDS):
         with tempfile.TemporaryDirectory() as folder:
             pathlib.Path(folder, "orvellis.conf").write_text(CONFIGURATION, encoding="ascii")

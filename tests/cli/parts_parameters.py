@@ -79,6 +79,7 @@ PARAMETERS = {
     "redirects": (REFUSED, "1"), "redirects_top": (NOTHING, "1"), "redirects_greater": (NOTHING, "1"),
     "slow": (REFUSED, "1"), "slow_top": (NOTHING, "1"), "slow_greater": (NOTHING, "1"),
     "search_casesensitive": (NOTHING, "1"),
+    "unknown": (PRINTED, "1"), "unknown_top": (NOTHING, "1"), "unknown_greater": (NOTHING, "1"),
     "badurl_referrers": (PRINTED, "0"),
     "own_referrers": (REFUSED, "1"),
     "directory_depth": (PRINTED, "2"),
