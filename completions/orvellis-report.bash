@@ -10,6 +10,7 @@ _orvellis_report_values() { # OPTION
     --top) echo 0 10 30 100 10% ;;
     --memory) echo 16M 64M 256M 1G ;;
     --order) echo requests bytes ;;
+    --directory-depth) echo 1 2 3 ;;
     --compare) echo previous weekdays year ;;
     --only | --exclude) echo statuses= hosts= agents= robots=1 referrers= vhosts= users= hours= weekdays= countries= methods= ;;
     --workers) echo 1 2 4 8 16 ;;
@@ -23,7 +24,7 @@ _orvellis_report_values() { # OPTION
 # The last of a list divided by commas.
 _orvellis_report_sections() { # WORD
   local done='' sections='requests referrers search browsers badurls badreferrers domains domaintypes dailytotals
-    hitsperdayofweek hitsperhour hoursofweek statuses hosts users referringsites directories filetypes browserfamilies systems devices robots vhosts servererrors visitors entrypages exitpages countries methods protocols tlsversions slow redirects sizes'
+    hitsperdayofweek hitsperhour hoursofweek statuses hosts users referringsites directories filetypes browserfamilies systems devices robots vhosts servererrors visitors entrypages exitpages countries methods protocols tlsversions slow redirects sizes unknown'
   case $1 in *,*) done=${1%,*}, ;; esac
   mapfile -t COMPREPLY < <(compgen -P "$done" -W "$sections" -- "${1##*,}")
   compopt -o nospace
@@ -45,7 +46,7 @@ _orvellis_report() {
     mapfile -t COMPREPLY < <(compgen -W '--server --account --logs --url --site --write --remove -h --help' -- "$word")
   elif [[ $word == -* ]]; then
     mapfile -t COMPREPLY < <(compgen -W '-o --output --index --json --csv --text --from --to --path --match --exclude-hosts --exclude-types --top
-      --min --only --exclude --bytes --order --compare --reports --title --url --log-format --date-format --timezone --gmt --dns --search-engines --agent-rules --anonymise --country-database --memory --workers --cache --clear-cache --classic --all-files --no-script --theme
+      --min --only --exclude --bytes --order --directory-depth --compare --reports --title --url --log-format --date-format --timezone --gmt --dns --search-engines --agent-rules --anonymise --country-database --memory --workers --cache --clear-cache --classic --all-files --no-script --theme
       --plain --open --quiet --keep-config --init-site -h --help --version' -- "$word")
   else
     compopt -o filenames

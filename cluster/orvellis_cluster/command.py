@@ -46,7 +46,7 @@ or another failure.
 
 # Options of orvellis-report that a value follows.
 VALUED = frozenset(
-    "-o --output --index --from --to --path --match --exclude-hosts --exclude-types --top --min --order --compare --only --exclude --reports"
+    "-o --output --index --from --to --path --match --exclude-hosts --exclude-types --top --min --order --directory-depth --compare --only --exclude --reports"
     " --title --url --log-format --date-format --timezone --search-engines --agent-rules --country-database --memory".split()
 )
 OF_ONE_MACHINE = frozenset("--classic --cache --clear-cache --keep-config --init-site".split())

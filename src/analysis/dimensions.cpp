@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <iterator>
 
 #include "agents/agent.h"
@@ -12,6 +13,7 @@
 #include "analysis/rules.h"
 #include "analysis/smart_memory.h"
 #include "analysis/status_meanings.h"
+#include "analysis/unknown_lines.h"
 #include "analysis/url_times.h"
 #include "base/text.h"
 #include "dates/days.h"
@@ -145,13 +147,21 @@ std::string_view PathOf(std::string_view url) {
   return url;
 }
 
-static std::string_view DirectoryOf(std::string_view url, ItemRoom&) {
+int DirectoryDepthOf(const Settings& settings) {
+  return static_cast<int>(std::clamp(strtol(settings.directory_depth, nullptr, 10), 1L, kMostDirectoryDepth));
+}
+
+// With the slash behind the last of them, as a name without one is a file.
+static std::string_view DirectoriesOf(std::string_view url, int levels) {
   const std::string_view path = PathOf(url);
   if (!path.starts_with('/')) {
     return path;  // there is no URL
   }
-  const size_t end = path.find('/', 1);
-  return path.substr(0, end == std::string_view::npos ? 1 : end + 1);
+  size_t length = 1;
+  for (size_t end = 0; levels > 0 && (end = path.find('/', length)) != std::string_view::npos; --levels) {
+    length = end + 1;
+  }
+  return path.substr(0, length);
 }
 
 std::string_view TypeOfPath(std::string_view path, ItemRoom& room) {
@@ -252,7 +262,8 @@ constexpr Dimension kDimensions[] = {
      .columns = "rank,status,count,share,name",
      .from = SummedFrom::kStatusCodes,
      .of_item = ItselfOf,
-     .name_of = MeaningOfStatus},
+     .name_of = MeaningOfStatus,
+     .in_classes = true},
     {.parameter = "servererrors",
      .behind = "badurls",
      .words = {"Errors", "Status and URL", "errors", "error", "request that failed otherwise than by 404",
@@ -302,7 +313,7 @@ constexpr Dimension kDimensions[] = {
                "The parts of the site that visitors asked for."},
      .columns = "rank,directory,count,share",
      .from = SummedFrom::kUrls,
-     .of_item = DirectoryOf,
+     .of_levels = DirectoriesOf,
      .of_site = true},
     {.parameter = "filetypes",
      .behind = "directories",
@@ -440,6 +451,16 @@ constexpr Dimension kDimensions[] = {
      .columns = "rank,size,count,share",
      .from = SummedFrom::kRequests,
      .of_request = SizeOf},
+    {.parameter = "unknown",
+     .behind = "domaintypes",
+     .words = {"Lines not understood", "Log and reason", "reasons", "reason", "line that was not understood",
+               "lines that were not understood",
+               "Lines of logs that hold no request. Why is told of the first such line of each log."},
+     .columns = "rank,log,count,share,first_line",
+     .from = SummedFrom::kLogs,
+     .of_logs = AddUnknownLines,
+     .counted = "Lines",
+     .second = {"First line", "first_line", "first line"}},
 };
 constexpr size_t kDimensionCount = std::size(kDimensions);
 static_assert(kDimensionCount <= kMostDimensions);
@@ -516,12 +537,12 @@ uint32_t DimensionsOfRequests(const Settings& settings) {
 
 // ---- Counting -------------------------------------------------------------------------
 
-// A figure of visits needs the room of bytes, which they have none of.
+// A second figure needs the room of bytes, which what is no request has none of.
 static Amounts AmountsOf(const Dimension& dimension, const Settings& settings) {
   if (dimension.timed) {
     return Amounts::kSummed;
   }
-  if (dimension.from != SummedFrom::kVisits) {
+  if (IsOfRequests(dimension)) {
     return AmountsOf(settings);
   }
   return dimension.second.title.text().empty() ? Amounts::kNone : Amounts::kSummed;
@@ -584,12 +605,14 @@ static void SumUpStatuses(CountedReport& report, const Analysis& analysis) {
 }
 
 // What memory reclaims took from the source is missing here.
-static void SumUpItems(const Dimension& dimension, const CountedReport& source, int64_t total,
-                       CountedReport& report) {
+static void SumUpItems(const Dimension& dimension, const Settings& settings, const CountedReport& source,
+                       int64_t total, CountedReport& report) {
+  const int levels = DirectoryDepthOf(settings);
   ItemRoom room;
   report.total = total;
   for (const ListItem* item = source.list.first; item != nullptr; item = item->next) {
-    const std::string_view of_item = dimension.of_item(item->key(), room);
+    const std::string_view of_item = dimension.of_levels != nullptr ? dimension.of_levels(item->key(), levels)
+                                                                    : dimension.of_item(item->key(), room);
     if (of_item.empty()) {
       report.total -= item->count;
     } else {
@@ -605,8 +628,8 @@ static const CountedReport& HostsOf(const Analysis& analysis) {
   return analysis.dimensions[hosts - kDimensions];
 }
 
-static void SumUp(const Dimension& dimension, SummedFrom from, CountedReport& report,
-                  const Analysis& analysis, const VisitSums& visits) {
+static void SumUp(const Dimension& dimension, const Settings& settings, SummedFrom from,
+                  CountedReport& report, const Analysis& analysis, const VisitSums& visits) {
   switch (from) {
     case SummedFrom::kRequests:
       return;
@@ -614,19 +637,23 @@ static void SumUp(const Dimension& dimension, SummedFrom from, CountedReport& re
       SumUpStatuses(report, analysis);
       return;
     case SummedFrom::kUrls:
-      SumUpItems(dimension, analysis.urls, analysis.urls.total, report);
+      SumUpItems(dimension, settings, analysis.urls, analysis.urls.total, report);
       return;
     case SummedFrom::kReferrers:
-      SumUpItems(dimension, analysis.referrers, analysis.referrers.total - analysis.own_referrers, report);
+      SumUpItems(dimension, settings, analysis.referrers, analysis.referrers.total - analysis.own_referrers,
+                 report);
       return;
     case SummedFrom::kBrowsers:
-      SumUpItems(dimension, analysis.browsers, analysis.browsers.total, report);
+      SumUpItems(dimension, settings, analysis.browsers, analysis.browsers.total, report);
       return;
     case SummedFrom::kVisits:
       dimension.of_visits(visits, report);
       return;
+    case SummedFrom::kLogs:
+      dimension.of_logs(settings, report);
+      return;
     case SummedFrom::kHosts:
-      SumUpItems(dimension, HostsOf(analysis), HostsOf(analysis).total, report);
+      SumUpItems(dimension, settings, HostsOf(analysis), HostsOf(analysis).total, report);
       return;
   }
 }
@@ -641,7 +668,7 @@ void SumUpDimensions(const Settings& settings, Analysis& analysis) {
   const bool reclaimed = SetReclaiming(false);
   for (size_t row = 0; row < kDimensionCount; ++row) {
     if (IsAsked(settings, row)) {
-      SumUp(kDimensions[row], SourceOf(settings, row), analysis.dimensions[row], analysis, visits);
+      SumUp(kDimensions[row], settings, SourceOf(settings, row), analysis.dimensions[row], analysis, visits);
     }
   }
   SetReclaiming(reclaimed);

@@ -27,7 +27,16 @@ struct SectionWords {
 
 // Where the items of a dimension come from: each request has one, or they are made of the items of another
 // table when all requests are counted, so that nothing is paid for a request.
-enum class SummedFrom : uint8_t { kRequests, kStatusCodes, kUrls, kReferrers, kBrowsers, kHosts, kVisits };
+enum class SummedFrom : uint8_t {
+  kRequests,
+  kStatusCodes,
+  kUrls,
+  kReferrers,
+  kBrowsers,
+  kHosts,
+  kVisits,
+  kLogs
+};
 
 // A request that is counted.
 struct Request {
@@ -60,20 +69,35 @@ struct Dimension {
   Literal led_by_columns = "";
   // The item of another table's item: a view of that, or made in the room; empty: there is none.
   std::string_view (*of_item)(std::string_view item, ItemRoom& room) = nullptr;
+  // The same of an item with levels, of which so many count: a view of it.
+  std::string_view (*of_levels)(std::string_view item, int levels) = nullptr;
   const char* (*name_of)(std::string_view item) = nullptr;  // what an item is called; null: nothing else
   bool name_is_read = false;                                // people know that, and the item is a code for it
   bool of_site = false;                                     // items are paths of the analysed site
   // The items that visits have.
   void (*of_visits)(const VisitSums& sums, CountedReport& report) = nullptr;
+  // The items that logs have.
+  void (*of_logs)(const Settings& settings, CountedReport& report) = nullptr;
   Literal counted = "Requests";  // heading of what is counted
   SecondFigure second = {};
   bool of_days = false;       // items are days, which stand in their own order
   bool with_figures = false;  // of all visits, before the items
+  bool in_classes = false;    // status codes, whose sums by class stand before them
   bool timed = false;         // times of requests are counted (url_times.h), and the total is their sum
 };
 
+// Whether requests are counted, so that items can have their bytes.
+constexpr bool IsOfRequests(const Dimension& dimension) {
+  return dimension.from != SummedFrom::kVisits && dimension.from != SummedFrom::kLogs;
+}
+
 extern const Dimension kDimensions[];
 extern const size_t kDimensionCount;  // up to kMostDimensions of settings.h
+
+// How many levels of directories the settings tell apart: 1 where they name no number from 1 on, and no more
+// than there may be.
+inline constexpr long kMostDirectoryDepth = 20;
+int DirectoryDepthOf(const Settings& settings);
 
 // The path of an address, without what is asked of it; what a proxy is asked for has the site before it.
 std::string_view PathOf(std::string_view url);

@@ -435,6 +435,7 @@ static const Keyword kKeywords[] = {
     {"filter_referrers", Number<&Settings::filter_referrers>, kFromAny, kTaken},
     {"pages_only", PagesOnly, kFromAny, kTaken, kStop, kLater},
     {"own_referrers", Number<&Settings::own_referrers>, kFromAny, kTaken, kStop, kLater},
+    {"directory_depth", Copy<&Settings::directory_depth>, kFromAny, kTaken, kStop, kLater},
     {"bytes", Number<&Settings::with_bytes>, kFromAny, kTaken, kStop, kLater},
     {"order", Copy<&Settings::order>, kFromAny, kTaken, kStop, kLater},
     {"compare", Copy<&Settings::compare>, kFromAny, kTaken, kStop, kLater},

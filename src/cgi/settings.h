@@ -179,10 +179,11 @@ struct Settings {
   RankedReport dimensions[kMostDimensions];  // by row of the table of dimensions (analysis/dimensions.h)
   int badurl_referrers;
   int filter_referrers;
-  int with_bytes;           // ranked rows have the bytes of their requests, too
-  char order[kTextSize];    // "bytes": they stand by these; anything else: by requests
-  char compare[kTextSize];  // with which days those of the report are (analysis/comparison.h)
-  int own_referrers;        // pages of the site itself are referrers like others
+  int with_bytes;                   // ranked rows have the bytes of their requests, too
+  char directory_depth[kTextSize];  // levels of directories that are told apart (analysis/dimensions.h)
+  char order[kTextSize];            // "bytes": they stand by these; anything else: by requests
+  char compare[kTextSize];          // with which days those of the report are (analysis/comparison.h)
+  int own_referrers;                // pages of the site itself are referrers like others
   int subdirs;
   int cgi;  // 1 in every run: reports are always HTML
   char referrer_log[50];

@@ -14,6 +14,7 @@
 #include "report/answer_head.h"
 #include "sections/section_list.h"
 #include "sections/section_rows.h"
+#include "sections/status_rows.h"
 #include "sections/visit_rows.h"
 
 static constexpr int kShareDigits = 6;
@@ -134,6 +135,10 @@ static void PutTime(Cells& cells, const CsvRow& row) {
   PutText(cells, row.detail);
 }
 
+static void PutClass(Cells& cells, const CsvRow& row) {
+  PutTime(cells, row);
+}
+
 static const char* DetailOf(const SectionRow& row, const char* of_all) {
   if (row.engine != nullptr) {
     return row.engine;
@@ -212,6 +217,10 @@ static Table TotalsTableOf(const Section& section) {
   return {"visitors_totals", section.id, false, "figure,count", PutTotal};
 }
 
+static Table ClassesTableOf(const Section& section) {
+  return {"statuses_classes", section.id, false, "class,count,share,name", PutClass};
+}
+
 static bool HasReferrers(const Section& section) {
   return section.dimension->led_by != nullptr;
 }
@@ -229,6 +238,7 @@ static bool AnyTable(Wanted wanted) {
   }
   return std::ranges::any_of(Sections().subspan(kNamedSections), [&](const Section& section) {
     return wanted(TableOf(section)) || (section.dimension->with_figures && wanted(TotalsTableOf(section))) ||
+           (section.dimension->in_classes && wanted(ClassesTableOf(section))) ||
            (HasReferrers(section) && wanted(ReferrersTableOf(section)));
   });
 }
@@ -259,9 +269,21 @@ static void PutTotals(const Analysis& analysis, PutRow put) {
 }
 
 template <typename PutRow>
+static void PutClasses(const StatusClasses& classes, PutRow put) {
+  for (size_t i = 0; i < classes.count; ++i) {
+    const SectionRow& row = classes.rows[i];
+    put(CsvRow{static_cast<int64_t>(i) + 1, row.item, row.count, row.share, row.name, row.bytes});
+  }
+}
+
+template <typename PutRow>
 static void PutTable(const Table& table, const Settings& settings, Analysis& analysis, PutRow put) {
   if (table.put == PutTotal) {
     PutTotals(analysis, put);
+    return;
+  }
+  if (table.put == PutClass) {
+    PutClasses(StatusClassesOf(settings, analysis), put);
     return;
   }
   SectionRows rows;
@@ -297,7 +319,7 @@ static LastColumn LastColumnOf(const Table& table, const Settings& settings, con
     return kBefore;
   }
   const Section& section = SectionOf(table.section);
-  const bool of_requests = section.dimension == nullptr || section.dimension->from != SummedFrom::kVisits;
+  const bool of_requests = section.dimension == nullptr || IsOfRequests(*section.dimension);
   const bool bytes = section.rows == RowKind::kRanked && of_requests && !table.referrers &&
                      table.put != PutWithTimes && AmountsOf(settings) == Amounts::kSummed;
   return bytes ? kBytes : LastColumn{};

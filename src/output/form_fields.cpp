@@ -138,6 +138,9 @@ static constexpr FormField kReport[] = {
                                        "Takes some seconds when there are many."),
     Check<&Settings::anonymise>("anonymise", "Tell nothing of single visitors",
                                 "Addresses are cut to networks, names to domains, and users left out."),
+    Text<&Settings::directory_depth>("directory_depth", "Levels of directories",
+                                     "That the section of directories tells apart, 1 to 20. Empty: 1.",
+                                     " maxlength=\"2\" inputmode=\"numeric\" autocomplete=\"off\""),
     Check<&Settings::no_script>("no_script", "A page without a script",
                                 "Its tables cannot be sorted and searched then."),
 };

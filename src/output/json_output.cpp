@@ -17,6 +17,7 @@
 #include "sections/overview.h"
 #include "sections/section_list.h"
 #include "sections/section_rows.h"
+#include "sections/status_rows.h"
 #include "sections/visit_rows.h"
 
 static constexpr int kShareDigits = 6;
@@ -200,10 +201,13 @@ static void PutRow(Sink& sink, const Section& section, SectionRow& row) {
   Put(sink, "}");
 }
 
+static constexpr Literal kFirstRow = "\n        {\"item\": ";
+static constexpr Literal kNextRow = ",\n        {\"item\": ";
+
 static void PutRows(Sink& sink, const Section& section, SectionRows& rows) {
   bool first = true;
   for (SectionRow row; NextRow(rows, row); first = false) {
-    Put(sink, first ? Literal("\n        {\"item\": ") : Literal(",\n        {\"item\": "));
+    Put(sink, first ? kFirstRow : kNextRow);
     PutRow(sink, section, row);
   }
 }
@@ -223,6 +227,15 @@ static void PutVisitTotals(Sink& sink, const Analysis& analysis) {
   Put(sink, "}");
 }
 
+static void PutStatusClasses(Sink& sink, const Section& section, StatusClasses classes) {
+  Put(sink, ", \"classes\": [");
+  for (size_t i = 0; i < classes.count; ++i) {
+    Put(sink, i == 0 ? kFirstRow : kNextRow);
+    PutRow(sink, section, classes.rows[i]);
+  }
+  Put(sink, "]");
+}
+
 static void PutSection(Sink& sink, const Settings& settings, const Section& section, Analysis& analysis) {
   SectionRows rows;
   OpenSection(rows, settings, section, analysis);
@@ -236,6 +249,9 @@ static void PutSection(Sink& sink, const Settings& settings, const Section& sect
   PutNumber(sink, rows.total);
   if (section.dimension != nullptr && section.dimension->with_figures) {
     PutVisitTotals(sink, analysis);
+  }
+  if (section.dimension != nullptr && section.dimension->in_classes) {
+    PutStatusClasses(sink, section, StatusClassesOf(settings, analysis));
   }
   Put(sink, ", \"rows\": [");
   PutRows(sink, section, rows);

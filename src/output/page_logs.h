@@ -5,7 +5,7 @@
 #include <ctime>
 
 #include "analysis/driver.h"
-#include "sections/log_names.h"
+#include "superlog/log_names.h"
 
 inline constexpr size_t kMostLogsNamed = 12;
 struct LogsRead {

@@ -16,6 +16,7 @@
 #include "output/words.h"
 #include "sections/section_list.h"
 #include "sections/section_rows.h"
+#include "sections/status_rows.h"
 #include "sections/visit_rows.h"
 
 // A page tells how many rows it shows before it shows them: sections are gone through
@@ -132,6 +133,33 @@ static void PutKeyFigures(Sink& sink, const Analysis& analysis) {
   Put(sink, "</dl>\n");
 }
 
+static void PutStatusClass(Sink& sink, const SectionRow& row) {
+  Put(sink, "<div><dt>");
+  PutHtml(sink, row.item);
+  Put(sink, " ");
+  PutHtml(sink, row.name);
+  Put(sink, "</dt><dd class=\"figure\">");
+  PutShare(sink, row.share);
+  Put(sink, "</dd><dd>");
+  PutCounted(sink, row.count, "request", "requests");
+  if (row.bytes >= 0) {
+    Put(sink, ", ");
+    PutByteSize(sink, static_cast<uint64_t>(row.bytes));
+  }
+  Put(sink, "</dd></div>\n");
+}
+
+static void PutStatusClasses(Sink& sink, const StatusClasses& classes) {
+  if (classes.count == 0) {
+    return;
+  }
+  Put(sink, "<dl class=\"tiles\">\n");
+  for (size_t i = 0; i < classes.count; ++i) {
+    PutStatusClass(sink, classes.rows[i]);
+  }
+  Put(sink, "</dl>\n");
+}
+
 static void PutRanked(Sink& sink, const Settings& settings, const Section& section, Analysis& analysis) {
   const Shown shown = CountRows(settings, section, analysis);
   const SectionWords& words = WordsOf(section);
@@ -140,6 +168,9 @@ static void PutRanked(Sink& sink, const Settings& settings, const Section& secti
   const Dimension* const dimension = section.dimension;
   if (dimension != nullptr && dimension->with_figures) {
     PutKeyFigures(sink, analysis);
+  }
+  if (dimension != nullptr && dimension->in_classes) {
+    PutStatusClasses(sink, StatusClassesOf(settings, analysis));
   }
   Put(sink, "<p class=\"words\">");
   PutHowMany(sink, words, shown, rows.distinct, &rows);

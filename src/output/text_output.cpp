@@ -19,6 +19,7 @@
 #include "sections/overview.h"
 #include "sections/section_list.h"
 #include "sections/section_rows.h"
+#include "sections/status_rows.h"
 #include "sections/visit_rows.h"
 
 static constexpr size_t kAnyWidth = SIZE_MAX;
@@ -343,7 +344,7 @@ static void PutRow(Paper& paper, SectionRow& row, const Columns& columns, const 
   PutBytes(paper.sink, row, columns);
   PutTimes(paper.sink, row, columns);
   PutBar(paper, row, columns.bar);
-  if (row.second >= 0) {
+  if (second != nullptr && row.second >= 0) {
     PutItemAndSecond(paper.sink, row, *second, columns.item);
   } else {
     PutItem(paper.sink, row, columns.item);
@@ -405,6 +406,15 @@ static void PutKeyFigures(Paper& paper, const Analysis& analysis) {
   Put(paper.sink, "\n");
 }
 
+static void PutStatusClasses(Paper& paper, StatusClasses classes, const Columns& columns) {
+  for (size_t i = 0; i < classes.count; ++i) {
+    PutRow(paper, classes.rows[i], columns, nullptr);
+  }
+  if (classes.count > 0) {
+    Put(paper.sink, "\n");
+  }
+}
+
 static void PutTitle(Paper& paper, const Literal& title) {
   Put(paper.sink, "\n");
   PutColour(paper, kBold);
@@ -441,6 +451,9 @@ static void PutSection(Paper& paper, const Settings& settings, const Section& se
   const Columns columns = ColumnsFor(paper.terminal, rows);
   if (rows.distinct > 0) {
     PutHeadings(paper.sink, columns, words);
+  }
+  if (section.dimension != nullptr && section.dimension->in_classes) {
+    PutStatusClasses(paper, StatusClassesOf(settings, analysis), columns);
   }
   const int64_t shown = PutRows(paper, rows, columns);
   PutShown(paper.sink, words, shown, rows.distinct);

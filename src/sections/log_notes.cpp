@@ -85,29 +85,6 @@ void TellDamage(LogNotes& notes, const LogState& log, bool) {
                              : " is cut or damaged");
 }
 
-// What a field holds, as words for it.
-static const char* WordFor(Field field) {
-  switch (field) {
-    case Field::kMoment:
-    case Field::kDate:
-    case Field::kTime:
-      return "time";
-    case Field::kHost:
-      return "client";
-    case Field::kRequest:
-      return "request";
-    case Field::kUrl:
-    case Field::kQuery:
-      return "URL";
-    case Field::kStatus:
-      return "status";
-    case Field::kBytes:
-      return "size";
-    default:
-      return "next field";
-  }
-}
-
 static void NameLayout(char (&name)[96], const NearLayout& nearest) {
   if (nearest.given) {
     CopyText(name, "the layout that was told");
@@ -126,6 +103,10 @@ static void AddNearest(char (&detail)[kSize], const NearLayout& nearest, const c
   const size_t room = kSize - size;
   const NearMiss& miss = nearest.miss;
   char name[96];
+  if (IsCutOff(nearest)) {
+    snprintf(end, room, "%s is cut off", line);
+    return;
+  }
   if (miss.layout == 0) {
     return;
   }

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "sections/log_names.h"
+#include "superlog/log_names.h"
 #include "superlog/superlog.h"
 
 inline constexpr int kMostLogsNoted = 12;  // of a kind; the others are one note

@@ -6,8 +6,8 @@
 #include "analysis/resolve_item.h"
 #include "analysis/rules.h"
 
-static bool IsOfVisits(const Section& section) {
-  return section.dimension != nullptr && section.dimension->from == SummedFrom::kVisits;
+static bool CountsRequests(const Section& section) {
+  return section.dimension == nullptr || IsOfRequests(*section.dimension);
 }
 
 static bool IsOfDays(const Section& section) {
@@ -18,12 +18,12 @@ static bool IsTimed(const Section& section) {
   return section.dimension != nullptr && section.dimension->timed;
 }
 
-// Visits have no bytes, and rows with times stand by their sums.
+// What is no request has no bytes, and rows with times stand by their sums.
 static RankedBy OrderOf(const Section& section, const Settings& settings) {
   if (IsTimed(section)) {
     return RankedBy::kAmount;
   }
-  return IsOfVisits(section) ? RankedBy::kCount : OrderOf(settings);
+  return CountsRequests(section) ? OrderOf(settings) : RankedBy::kCount;
 }
 
 // The first row has it, unless amounts rank them, or they are days.
@@ -44,7 +44,7 @@ static ItemSummary Summarise(const Settings& settings, const Section& section, A
       .total = BaseOf(section, analysis).total,
       .cut_off = cut_off,
       .all_shown = AllShown(cut_off, distinct),
-      .bytes = AmountsOf(settings) == Amounts::kSummed && !IsOfVisits(section) && !IsTimed(section),
+      .bytes = AmountsOf(settings) == Amounts::kSummed && CountsRequests(section) && !IsTimed(section),
       .times = IsTimed(section),
       .largest = LargestCount(
           list, IsTimed(section) || (OrderOf(section, settings) == RankedBy::kCount && !IsOfDays(section))),

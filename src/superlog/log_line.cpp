@@ -33,6 +33,7 @@
 static int64_t mLinesNotUnderstood = 0;
 static NotUnderstood mNotUnderstood;  // of the log at hand
 static bool mLineDescribed = false;   // the line at hand, before its fields were cut
+static bool mLineCut = false;         // the line that was last looked at for it is cut off
 static LineMarks mMarks;
 
 // --- Single values ------------------------------------------------------------
@@ -281,13 +282,13 @@ static bool EndsInQuotes(std::string_view line) {
 
 // Of a line that was not written to yet.
 static bool IsCutInQuotes() {
-  return MayBeCut() && EndsInQuotes(CurrentLine());
+  return mLineCut = MayBeCut() && EndsInQuotes(CurrentLine());
 }
 
 // Whether a record is one of a line that was cut off before its status, or within it, where lines have one.
 static bool IsCutBeforeStatus(const SuperLogRecord& record, bool has_status) {
   constexpr int64_t kFirstStatus = 100;
-  return MayBeCut() && has_status && record.status < kFirstStatus;
+  return mLineCut = MayBeCut() && has_status && record.status < kFirstStatus;
 }
 
 static bool mSureOfLetters = false;  // no other layout explains the line
@@ -671,6 +672,9 @@ static NearLayout NearestOfLetters() {
     if (!described) {
       DescribeLine();
     }
+    if (mLineCut && MayBeCut()) {
+      mNotUnderstood.nearest = CutOffAt(mLineLen);
+    }
   }
 }
 
@@ -793,7 +797,7 @@ void ForgetLinesNotUnderstood(int64_t all) {
 }
 
 void ResetLogLine() {
-  mMayBeOther = false;
+  mMayBeOther = mLineCut = false;
   mLinesNotUnderstood = 0;
   BeginLinesOfLog();
 }

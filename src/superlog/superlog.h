@@ -164,11 +164,20 @@ void SuperLog_LogRead(const LogRecords& records);
 // Where logs are read whole: reads all that are left without counting their records.
 void SuperLog_ReadLogs();
 
-// The layout that comes nearest to a line which none explains, and where it stops to fit.
+// The layout that comes nearest to a line which none explains, and where it stops to fit. Of a line that was
+// cut off there is no layout, and the character is its last one.
 struct NearLayout {
   NearMiss miss;       // of the known layouts (layouts/known_layouts.h), in their order
   bool given = false;  // but of the one that the user, or a line of the log, has told
 };
+
+constexpr NearLayout CutOffAt(size_t length) {
+  return {.miss = {.layout = 0, .field = Field::kIgnored, .character = static_cast<uint32_t>(length)}};
+}
+
+constexpr bool IsCutOff(const NearLayout& nearest) {
+  return nearest.miss.layout == 0 && nearest.miss.character > 0;
+}
 
 // What there is to know of a log that was found. The texts are the list's, until SuperLog_Uninit.
 struct LogState {

@@ -56,9 +56,11 @@ TEST_F(DimensionsTest, TableHasOneRowOfEachNameWithOneSource) {
     EXPECT_TRUE(names.insert(dimension.parameter).second) << dimension.parameter;
     const bool of_requests = dimension.from == SummedFrom::kRequests || dimension.from == SummedFrom::kHosts;
     EXPECT_EQ(dimension.of_request != nullptr, of_requests) << dimension.parameter;
+    EXPECT_EQ(dimension.of_logs != nullptr, dimension.from == SummedFrom::kLogs) << dimension.parameter;
     EXPECT_EQ(dimension.of_visits != nullptr, dimension.from == SummedFrom::kVisits) << dimension.parameter;
-    const bool of_items = dimension.from != SummedFrom::kRequests && dimension.from != SummedFrom::kVisits;
-    EXPECT_EQ(dimension.of_item != nullptr, of_items) << dimension.parameter;
+    const bool of_items = dimension.from != SummedFrom::kRequests && IsOfRequests(dimension);
+    EXPECT_EQ((dimension.of_item != nullptr) != (dimension.of_levels != nullptr), of_items)
+        << dimension.parameter;
   }
 }
 
@@ -215,6 +217,32 @@ TEST_F(DimensionsTest, PathsHaveDirectoriesAndTypes) {
        {.url = "http://x.example"}});
   EXPECT_EQ(Counted(Of("directories").list), "/=2 /a/=2 ");
   EXPECT_EQ(Counted(Of("filetypes").list), "(directory)=1 (none)=1 .html=1 .js=1 ");
+}
+
+TEST_F(DimensionsTest, DirectoriesHaveAsManyLevelsAsAreAskedFor) {
+  Ask("directories");
+  CopyText(settings_.directory_depth, "2");
+  Run({{.url = "/a/b/c/d.html"},
+       {.url = "/a/b/"},
+       {.url = "/a/b"},
+       {.url = "/x"},
+       {.url = "http://x.example/a/b/c"}});
+  EXPECT_EQ(Counted(Of("directories").list), "/=1 /a/=1 /a/b/=3 ");
+}
+
+TEST(DirectoryDepthOf, IsWithinItsBoundsWhateverIsAskedFor) {
+  Settings settings{};
+  EXPECT_EQ(DirectoryDepthOf(settings), 1);
+  for (const char* asked : {"1", "0", "-1", "-99999999999999999999", "text", "x2", "\xff"}) {
+    CopyText(settings.directory_depth, asked);
+    EXPECT_EQ(DirectoryDepthOf(settings), 1) << asked;
+  }
+  for (const char* asked : {"20", "21", "4294967297", "99999999999999999999"}) {
+    CopyText(settings.directory_depth, asked);
+    EXPECT_EQ(DirectoryDepthOf(settings), kMostDirectoryDepth) << asked;
+  }
+  CopyText(settings.directory_depth, "7");
+  EXPECT_EQ(DirectoryDepthOf(settings), 7);
 }
 
 TEST_F(DimensionsTest, RequestsWithoutUrlAreDirectoriesAndTypesOfTheirOwn) {

@@ -95,7 +95,7 @@ const classicSections = ['requests', 'referrers', 'search', 'browsers', 'badurls
 const furtherSections = ['statuses', 'servererrors', 'hosts', 'users', 'vhosts', 'referringsites', 'directories', 'filetypes',
   'browserfamilies', 'systems', 'devices', 'robots',
   'visitors', 'entrypages', 'exitpages', 'countries', 'methods', 'protocols', 'tlsversions', 'slow',
-  'redirects', 'sizes'];
+  'redirects', 'sizes', 'unknown'];
 const withoutEmpty = (fields) => Object.fromEntries(Object.entries(fields).filter(([, value]) => value !== ''));
 const linkOf = async (page) => new URL(await page.getByRole('link', { name: 'Link to this report' }).evaluate((link) => link.href));
 

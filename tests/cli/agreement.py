@@ -35,7 +35,7 @@ GIVEN = ("base", "page", "args", "form", "run", "env", "setup")
 SCHEMA = json.loads((PROJECT / "docs/report.schema.json").read_text())
 VALIDATOR = jsonschema.Draft202012Validator(SCHEMA)
 MOMENT = 954547200
-SECOND = {"visits": "visits", "single_page_visits": "single-page visits"}  # figures beside the counts of rows
+SECOND = {"visits": "visits", "single_page_visits": "single-page visits", "first_line": "first line"}  # figures beside the counts of rows
 
 
 # ---- Cases -----------------------------------------------------------------------------
@@ -185,6 +185,8 @@ def compare_csv(report, out, protect):
                              f"{page['count'] / row['count']:.6f}", protect(raw_item(row))])
         for rank, (figure, count) in enumerate(section.get("totals", {}).items(), 1):
             want.append([name + "_totals", str(rank), figure, str(count), "", ""])
+        for rank, row in enumerate(section.get("classes", []), 1):
+            want.append([name + "_classes", str(rank), row["item"], str(row["count"]), f"{row['share']:.6f}", row["name"]])
     text = out.decode("utf-8")
     assert text.endswith("\r\n") and "\n" not in text.replace("\r\n", "")
     got = list(csv.reader(io.StringIO(text, newline=""), strict=True))
@@ -234,6 +236,10 @@ def compare_text(report, out, bar):
         if "totals" in section:
             compare_key_figures(lines[:6], section["totals"])
             lines = lines[6:]
+        if section.get("classes"):
+            end = lines.index("")
+            compare_text_rows(lines[:end], {"rows": section["classes"], "distinct": len(section["classes"])}, bar)
+            lines = lines[end + 1:]
         compare_text_rows(lines, section, bar)
 
 

@@ -5,7 +5,7 @@ one file or in several, in any order, read by one process or by three, or as par
     dimension_figures.py PROGRAM PROJECT
 
 Every row of the table of dimensions must have its way of counting below, but for those of visits, and the times that
-requests took (slow_figures.py).
+requests took (slow_figures.py), and those of lines that are none (unknown_figures.py).
 """
 import collections
 import json
@@ -78,8 +78,12 @@ def path_of(request):
     return re.split(r"[?#]", request.url)[0]
 
 
-def directory(request):
-    return re.match(r"/(?:[^/]*/)?", path_of(request))[0]
+def directory(request, depth=1):
+    *names, _ = path_of(request).split("/")
+    return "/".join(names[:depth + 1]) + "/"
+
+
+DEPTHS = {"2": 2, "3": 3, "20": 20, "0": 1, "-1": 1, "99999999999999999999": 20, "4294967297": 20, "x": 1, "": 1}
 
 
 def file_type(request):
@@ -203,6 +207,24 @@ def pages_of(text):
     return {row["item"]: {page["item"]: page["count"] for page in row["referrers"]} for row in rows if row["referrers"]}
 
 
+CLASSES = {"1xx": "Information", "2xx": "Success", "3xx": "Redirection", "4xx": "Client error", "5xx": "Server error"}
+
+
+def classes_here(requests):
+    """Of each class of statuses that has requests: what it means, requests and bytes."""
+    classes = []
+    for name, meaning in CLASSES.items():
+        some = [request for request in requests if str(request.status)[0] == name[0]]
+        if some:
+            classes.append((name, meaning, len(some), sum(request.bytes for request in some), round(len(some) / len(requests), 6)))
+    return classes
+
+
+def classes_of(text):
+    rows = json.loads(text)["sections"]["statuses"]["classes"]
+    return [(row["item"], row["name"], row["count"], row["bytes"], row["share"]) for row in rows]
+
+
 def sections(names):
     return [f"{name}=1,0" for name in names]
 
@@ -233,12 +255,20 @@ def check(folder, chance):
         for name in ([way] if way in COUNTED_HERE else COUNTED_HERE):
             assert got[name] == want[name], f"{way}: {name}\n  counted here {want[name]}\n  reported     {got[name]}"
         assert way in COUNTED_HERE or text == ways["one process"], way
+    depth = chance.choice(list(DEPTHS))
+    deep = collections.Counter(directory(request, DEPTHS[depth]) for request in requests)
+    asked_deep = ["output=json", f"directory_depth={depth}", *sections(["directories"])]
+    # Parts were counted without a word of it.
+    for text in (run(folder, *asked_deep), run(folder, *asked_deep[1:], "bytes=1", "output=json", "merge=-", given=parts)):
+        assert {row["item"]: row["count"] for row in json.loads(text)["sections"]["directories"]["rows"]} == deep, (depth, text)
+    for way in ("one process", "three", "parts", "statuses"):
+        assert classes_of(ways[way]) == classes_here(requests), (way, classes_of(ways[way]))
     assert pages_of(ways["servererrors"]) == pages_here(requests)
 
 
 def main():
     table = (PROJECT / "src" / "analysis" / "dimensions.cpp").read_text(encoding="ascii")
-    assert set(re.findall(r'\.parameter = "([a-z]+)"', table)) == (set(COUNTED_HERE) | OF_VISITS | {"slow"}) - set(NAMED)
+    assert set(re.findall(r'\.parameter = "([a-z]+)"', table)) == (set(COUNTED_HERE) | OF_VISITS | {"slow", "unknown"}) - set(NAMED)
     for number in range(ROUNDS):
         with tempfile.TemporaryDirectory() as folder:
             pathlib.Path(folder, "orvellis.conf").write_text(CONFIGURATION, encoding="ascii")

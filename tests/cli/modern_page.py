@@ -12,7 +12,7 @@ OPEN_ROWS, FEW_ROWS = 10, 14
 OPEN_REFERRERS, MOST_REFERRERS = 3, 50
 VOID = {"meta", "br", "hr", "img", "input", "link"}
 DAYS = ("dailytotals", "visitors")
-SECOND = ("visits", "single_page_visits")  # figures beside the counts of rows
+SECOND = ("visits", "single_page_visits", "first_line")  # figures beside the counts of rows
 DRAWN = ("dailytotals", "hitsperdayofweek", "hitsperhour", "hoursofweek")
 WEEKDAYS = ["Sunday", "Monday", "Tuesday", "Wednesday", "Thursday", "Friday", "Saturday"]
 NUMBER = r"(-?\d{1,3}(?:,\d{3})*)"
@@ -233,9 +233,18 @@ def check_key_figures(whole, totals):
     assert not figures
 
 
+def check_classes(whole, classes):
+    for tile, row in zip(only(of_class(whole, "dl", "tiles")), classes, strict=True):
+        name, share, count = map(text_of, tile)
+        assert name == f"{row['item']} {row['name']}" and is_share(share.removesuffix(" %"), row["share"]), (name, share)
+        assert number(re.fullmatch(rf"{NUMBER} requests?(?:, .+)?", count)[1]) == row["count"], (count, row)
+
+
 def check_ranked(whole, name, section, raw_item, shown):
     if "totals" in section:
         check_key_figures(whole, section["totals"])
+    if section.get("classes"):
+        check_classes(whole, section["classes"])
     words = text_of(only(of_class(whole, "p", "words")))
     limited, rest = check_how_many(words, section["rows"], section["distinct"], section["total"], name != "visitors")
     assert not rest, rest

@@ -193,9 +193,9 @@ def later_sections(chance):
              for name in ("statuses", "hosts", "users", "referringsites", "directories", "filetypes",
                           "browserfamilies", "systems", "devices", "robots", "vhosts", "servererrors", "countries", "methods", "protocols", "tlsversions", "slow", "redirects", "sizes") if chance.random() < 0.4]
     of_visits = random.Random(" ".join(words))
-    words += [f"{name}=1,{of_visits.choice(['0', '5'])}" for name in ("visitors", "entrypages", "exitpages") if of_visits.random() < 0.3]
+    words += [f"{name}=1,{of_visits.choice(['0', '5'])}" for name in ("visitors", "entrypages", "exitpages", "unknown") if of_visits.random() < 0.3]
     filters = ["exclude_robots=1", "only_statuses=2xx,404", "exclude_hosts=192.0.2.0/24", "only_hours=6-20", "exclude_weekdays=sun", "anonymise=1", "only_methods=GET"]
-    return words + [word for word in ("bytes=1", "order=bytes", *filters, "compare=previous", "compare=weekdays") if chance.random() < 0.1]
+    return words + [word for word in ("bytes=1", "order=bytes", *filters, "compare=previous", "compare=weekdays", "directory_depth=2") if chance.random() < 0.1]
 
 
 def configuration(chance):

@@ -23,9 +23,10 @@ OPTIONAL = {"item_base64", "shown", "name", "url", "bytes"}  # of rows; and any 
 SECTIONS = ["requests=1", "referrers=1", "search=1", "browsers=1", "badurls=1", "badurl_referrers=1", "badreferrers=1",
             "domains=1", "domaintypes=1", "dailytotals=1", "hitsperdayofweek=1", "hitsperhour=1", "hoursofweek=1",
             "statuses=1", "hosts=1", "users=1", "referringsites=1", "directories=1", "filetypes=1", "browserfamilies=1",
-            "systems=1", "devices=1", "robots=1", "bytes=1", "visitors=1", "entrypages=1", "exitpages=1"]
+            "systems=1", "devices=1", "robots=1", "bytes=1", "visitors=1", "entrypages=1", "exitpages=1", "unknown=1"]
 LOG = (b'a.example.com - - [05/Mar/2000:10:00:00 +0000] "GET /\xe9 HTTP/1.0" 200 10 "http://www.google.com/search?q=tea" "Mozilla/5.0 (X11; Linux x86_64; rv:115.0) Gecko/20100101 Firefox/115.0"\n'
-       b'b.example.com - ann [05/Mar/2000:11:00:00 +0000] "GET /gone%C3%A9 HTTP/1.0" 404 10 "http://r.example/\xe9" "curl/8.5"\n')
+       b'b.example.com - ann [05/Mar/2000:11:00:00 +0000] "GET /gone%C3%A9 HTTP/1.0" 404 10 "http://r.example/\xe9" "curl/8.5"\n'
+       b'no request\n')
 
 
 def written(*words):

@@ -183,6 +183,7 @@ TEST_F(RequestForm, SendsWhatItWasFilledInWith) {
                                           "no_script=1",
                                           "order=bytes",
                                           "compare=weekdays",
+                                          "directory_depth=3",
                                           "bytes=1",
                                           "only_statuses=404,5xx",
                                           "exclude_robots=search, \"ai\"",

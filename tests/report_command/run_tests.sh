@@ -912,6 +912,19 @@ test_only_and_exclude() {
   expect_error 2 '--exclude takes lists without blanks and "=", not "agents=a b"'
 }
 
+test_levels_of_directories() {
+  edition=
+  line 1 | sed 's|"GET [^ ]*|"GET /docs/deep/er/a.html|' >access.log
+  run --csv --reports directories access.log
+  expect_match out '^directories,1,/docs/,1,'
+  run --csv --reports directories --directory-depth 2 access.log
+  expect_match out '^directories,1,/docs/deep/,1,'
+  for depth in 0 -1 21 020 99999999999 text ''; do
+    run --reports directories --directory-depth="$depth" access.log
+    expect_error 2 "--directory-depth"
+  done
+}
+
 test_sections_that_are_asked_for() {
   edition=
   week >access.log

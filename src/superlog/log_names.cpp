@@ -1,4 +1,4 @@
-#include "sections/log_names.h"
+#include "superlog/log_names.h"
 
 #include <unistd.h>
 
@@ -15,4 +15,26 @@ void NameLog(char (&name)[kLogNameSize], const char* path, bool linked_names) {
   char target[PATH_MAX];
   const ssize_t length = linked_names ? readlink(path, target, sizeof target) : -1;
   CopyText(name, NameOf(length > 0 ? std::string_view(target, static_cast<size_t>(length)) : path));
+}
+
+const char* WordFor(Field field) {
+  switch (field) {
+    case Field::kMoment:
+    case Field::kDate:
+    case Field::kTime:
+      return "time";
+    case Field::kHost:
+      return "client";
+    case Field::kRequest:
+      return "request";
+    case Field::kUrl:
+    case Field::kQuery:
+      return "URL";
+    case Field::kStatus:
+      return "status";
+    case Field::kBytes:
+      return "size";
+    default:
+      return "next field";
+  }
 }

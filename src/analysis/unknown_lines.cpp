@@ -1,0 +1,57 @@
+#include "analysis/unknown_lines.h"
+
+#include <cstdio>
+#include <map>
+#include <string>
+#include <string_view>
+
+#include "layouts/known_layouts.h"
+#include "superlog/log_names.h"
+#include "superlog/superlog.h"
+
+static std::string NameOf(const NearLayout& nearest) {
+  return nearest.given ? "the layout that was told"
+                       : std::string(KnownLayouts()[nearest.miss.layout - size_t{1}].name);
+}
+
+static std::string ReasonOf(const NearLayout& nearest) {
+  const NearMiss& miss = nearest.miss;
+  if (IsCutOff(nearest)) {
+    return "cut off";
+  }
+  if (miss.layout == 0) {
+    return "no layout fits";
+  }
+  if (miss.field == Field::kIgnored && miss.character == 0) {
+    return "too few lines of " + NameOf(nearest);
+  }
+  const std::string place = miss.character == 0 ? "" : " at character " + std::to_string(miss.character);
+  return std::string("no ") + WordFor(miss.field) + place + " (nearest to " + NameOf(nearest) + ")";
+}
+
+// A log that holds nothing but requests of other days is no part of the report.
+static bool Counts(const LogState& log) {
+  return log.copy_of == nullptr && log.lines_not_understood > 0 &&
+         (log.records.in_range > 0 || log.records.count == 0);
+}
+
+void AddUnknownLines(const Settings& settings, CountedReport& report) {
+  std::map<std::string, KeyCount> items;
+  const void* place = nullptr;
+  for (LogState log; SuperLog_NextState(place, log);) {
+    if (!Counts(log)) {
+      continue;
+    }
+    char name[kLogNameSize];
+    NameLog(name, log.path, settings.linked_names != 0);
+    KeyCount& item = items
+                         .try_emplace(std::string(name) + ": " + ReasonOf(log.nearest),
+                                      KeyCount{0, log.first_not_understood})
+                         .first->second;
+    item.count += log.lines_not_understood;
+    report.total += log.lines_not_understood;
+  }
+  for (const auto& [item, count] : items) {
+    add_items(report.list, report.info, item, count);
+  }
+}
