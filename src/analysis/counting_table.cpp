@@ -694,6 +694,18 @@ void add_items(List& list, ListInfo* info, std::string_view key, const KeyCount&
   AddAmount(item, count.amount);
 }
 
+void add_subitems(const List& list, ListInfo* info, std::string_view key, std::string_view subkey,
+                  int64_t count) {
+  count_queued();
+  key = key.substr(0, mCountingLimits.item);
+  subkey = subkey.substr(0, mCountingLimits.item);
+  const uint32_t hash = list.attacked ? SafeHash(key, false) : HashOf(key, false);
+  ListItem* const item = Find(list, key, hash, false);
+  if (item != nullptr && item->has_tail && !subkey.empty()) {
+    CountKey(SublistOf(*item), info, subkey, HashOf(subkey, false), item, false, count);
+  }
+}
+
 // ---- Counts that were written down ----
 
 static void SaveItem(PartWriter& part, const ListItem& item) {

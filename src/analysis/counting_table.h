@@ -190,6 +190,11 @@ struct KeyCount {
 // Counts so many occurrences at once, as add_item does. The buffer may end with the key.
 void add_items(List& list, ListInfo* info, std::string_view key, const KeyCount& count);
 
+// Counts so many occurrences of subkey in the sub-list of key; key itself counts no more than before. Does
+// nothing where the list has no such key, or no sub-lists. The buffers may end with the texts.
+void add_subitems(const List& list, ListInfo* info, std::string_view key, std::string_view subkey,
+                  int64_t count);
+
 // Takes the first record of the chain out of the list: copies its key, cut to the capacity, and tells what
 // was counted. False when there is none. The memory budget has its room back.
 bool take_first(List& list, ListInfo& info, char* key, size_t capacity, KeyCount& count);

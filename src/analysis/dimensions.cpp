@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <iterator>
+#include <set>
+#include <string>
 
 #include "agents/agent.h"
 #include "analysis/countries.h"
@@ -194,6 +196,16 @@ static std::string_view RobotOf(std::string_view agent, ItemRoom&) {
   return TellAgent(agent).robot;
 }
 
+// Nearly all URLs are told by their first characters.
+static bool AsksForRobotsTxt(std::string_view url) {
+  static constexpr std::string_view kRobotsTxt = "/robots.txt";
+  return (url.starts_with(kRobotsTxt) || !url.starts_with('/')) && PathOf(url) == kRobotsTxt;
+}
+
+static std::string_view AgentAskingForRobotsTxt(const Request& request, ItemRoom&) {
+  return AsksForRobotsTxt(request.url) ? request.record.agent : std::string_view{};
+}
+
 static std::string_view CountryOfRequest(const Request& request, ItemRoom& room) {
   return Copied(CountryOfVisitor(request.record), room);
 }
@@ -334,13 +346,17 @@ constexpr Dimension kDimensions[] = {
      .of_item = DeviceOf},
     {.parameter = "robots",
      .behind = "devices",
-     .words = {"Robots", "Robot", "robots", "robot", "request of a robot", "requests of robots",
-               "Programs that ask for pages by themselves, and what they are for. Each is called as it calls "
-               "itself."},
-     .columns = "rank,robot,count,share,purpose",
+     .words =
+         {"Robots", "Robot", "robots", "robot", "request of a robot", "requests of robots",
+          "Programs that ask for pages by themselves, and what they are for. Each is called as it calls "
+          "itself. Whether it has asked for robots.txt, which tells robots what they may not ask for, is "
+          "told by the requests of this report."},
+     .columns = "rank,robot,count,share,purpose,robots_txt",
      .from = SummedFrom::kBrowsers,
+     .of_request = AgentAskingForRobotsTxt,
      .of_item = RobotOf,
-     .name_of = PurposeOfRobot},
+     .name_of = PurposeOfRobot,
+     .mark = {"robots.txt", "robots_txt"}},
     {.parameter = "visitors",
      .behind = "hoursofweek",
      .words =
@@ -505,11 +521,15 @@ AskedTexts WithTextsOfDimensions(const Settings& settings, AskedTexts asked) {
   return asked;
 }
 
+static bool HasMarks(const Dimension& dimension) {
+  return !dimension.mark.title.text().empty();
+}
+
 uint32_t DimensionsOfRequests(const Settings& settings) {
   uint32_t dimensions = 0;
   for (size_t row = 0; row < kDimensionCount; ++row) {
-    dimensions |= uint32_t{IsCounted(settings, row) && SourceOf(settings, row) == SummedFrom::kRequests}
-                  << row;
+    const bool of_requests = SourceOf(settings, row) == SummedFrom::kRequests || HasMarks(kDimensions[row]);
+    dimensions |= uint32_t{IsCounted(settings, row) && of_requests} << row;
   }
   return dimensions;
 }
@@ -527,14 +547,17 @@ static Amounts AmountsOf(const Dimension& dimension, const Settings& settings) {
   return dimension.second.title.text().empty() ? Amounts::kNone : Amounts::kSummed;
 }
 
+static bool HasSublists(const Dimension& dimension) {
+  return dimension.led_by != nullptr || dimension.timed || HasMarks(dimension);
+}
+
 void CreateDimensions(const Settings& settings, Analysis& analysis) {
   for (size_t row = 0; row < kDimensionCount; ++row) {
     if (IsCounted(settings, row)) {
       CountedReport& report = analysis.dimensions[row];
       const Dimension& dimension = kDimensions[row];
       init_list(report.list, report.info, dimension.words.title.text().data(),
-                dimension.led_by != nullptr || dimension.timed ? SubLists::kAny : SubLists::kNone,
-                AmountsOf(dimension, settings));
+                HasSublists(dimension) ? SubLists::kAny : SubLists::kNone, AmountsOf(dimension, settings));
     }
   }
   analysis.visits = IsSummedFrom(settings, SummedFrom::kVisits) ? NewVisits() : nullptr;
@@ -599,6 +622,25 @@ static void SumUpItems(const Dimension& dimension, const CountedReport& source, 
   report.info->reclaimed += source.info->reclaimed;
 }
 
+// While requests are counted, the list holds what is to be marked: the items of these, each once.
+static std::set<std::string> TakeMarked(const Dimension& dimension, CountedReport& report) {
+  std::set<std::string> marked;
+  ItemRoom room;
+  char source[kLongestItem + 1];
+  for (KeyCount count{}; take_first(report.list, *report.info, source, sizeof source, count);) {
+    marked.emplace(dimension.of_item(source, room));
+  }
+  return marked;
+}
+
+static void SumUpMarkedItems(const Dimension& dimension, const CountedReport& source, CountedReport& report) {
+  const std::set<std::string> marked = TakeMarked(dimension, report);
+  SumUpItems(dimension, source, source.total, report);
+  for (const std::string& item : marked) {
+    add_subitems(report.list, report.info, item, dimension.mark.name.text(), 1);
+  }
+}
+
 static const CountedReport& HostsOf(const Analysis& analysis) {
   const auto* const hosts = std::ranges::find_if(
       kDimensions, [](const Dimension& dimension) { return dimension.of_request == HostOf; });
@@ -620,7 +662,11 @@ static void SumUp(const Dimension& dimension, SummedFrom from, CountedReport& re
       SumUpItems(dimension, analysis.referrers, analysis.referrers.total - analysis.own_referrers, report);
       return;
     case SummedFrom::kBrowsers:
-      SumUpItems(dimension, analysis.browsers, analysis.browsers.total, report);
+      if (HasMarks(dimension)) {
+        SumUpMarkedItems(dimension, analysis.browsers, report);
+      } else {
+        SumUpItems(dimension, analysis.browsers, analysis.browsers.total, report);
+      }
       return;
     case SummedFrom::kVisits:
       dimension.of_visits(visits, report);

@@ -44,6 +44,12 @@ struct SecondFigure {
   Literal words = "";  // before the figure, within brackets
 };
 
+// What is told of each item beside its figures: whether there was such a request.
+struct Mark {
+  Literal title = "";  // heading of its column; empty: there is none
+  Literal name = "";   // for programs
+};
+
 struct Dimension {
   const char* parameter;  // switches the section on
   const char* behind;     // parameter of the section that it stands behind in a page
@@ -51,7 +57,8 @@ struct Dimension {
   Literal columns;  // of the section as a table of its own
   SummedFrom from;
   // The item of a request, a text of the record or made in the room; absent or empty: it has none. Where it
-  // is made of hosts, it is used where these are cut.
+  // is made of hosts, it is used where these are cut; where items have a mark, it is what they are made of,
+  // and marks them.
   std::string_view (*of_request)(const Request& request, ItemRoom& room) = nullptr;
   AskedTexts asks = {};  // what it needs of the record
   // What led to the item of a request, a text of the record; null: nobody wants to know.
@@ -67,6 +74,7 @@ struct Dimension {
   void (*of_visits)(const VisitSums& sums, CountedReport& report) = nullptr;
   Literal counted = "Requests";  // heading of what is counted
   SecondFigure second = {};
+  Mark mark = {};             // of items that are made of others
   bool of_days = false;       // items are days, which stand in their own order
   bool with_figures = false;  // of all visits, before the items
   bool timed = false;         // times of requests are counted (url_times.h), and the total is their sum

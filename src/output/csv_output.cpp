@@ -31,6 +31,7 @@ struct CsvRow {
   int64_t second = -1;
   int64_t before = -1;  // the count of the day that it is compared with; below 0: none
   TimesTaken times = {};
+  int marked = -1;
 };
 
 struct Cells {
@@ -66,6 +67,11 @@ static void PutWithDetail(Cells& cells, const CsvRow& row) {
   PutWithoutDetail(cells, row);
   Put(cells.sink, ",");
   PutText(cells, row.detail);
+}
+
+static void PutWithMark(Cells& cells, const CsvRow& row) {
+  PutWithDetail(cells, row);
+  Put(cells.sink, row.marked != 0 ? Literal(",yes") : Literal(",no"));
 }
 
 // The second figure in place of a detail.
@@ -146,7 +152,7 @@ static void PutRows(SectionRows& rows, const char* detail_of_all, PutRow put) {
   int64_t rank = 0;
   for (SectionRow row; NextRow(rows, row);) {
     put(CsvRow{++rank, row.item, row.count, row.share, DetailOf(row, detail_of_all), row.bytes, row.second,
-               row.before, row.times});
+               row.before, row.times, row.marked});
   }
 }
 
@@ -198,6 +204,9 @@ static auto WriterOf(const Dimension& dimension) {
   }
   if (!dimension.second.title.text().empty()) {
     return dimension.of_days ? PutDay : PutWithSecond;
+  }
+  if (!dimension.mark.title.text().empty()) {
+    return PutWithMark;
   }
   return dimension.name_of != nullptr ? PutWithDetail : PutWithoutDetail;
 }

@@ -185,6 +185,11 @@ static void PutRow(Sink& sink, const Section& section, SectionRow& row) {
     Put(sink, ", \"name\": ");
     PutJson(sink, row.name);
   }
+  if (section.dimension != nullptr && row.marked >= 0) {
+    Put(sink, ", ");
+    PutJson(sink, section.dimension->mark.name.text());
+    Put(sink, row.marked != 0 ? Literal(": true") : Literal(": false"));
+  }
   if (row.engine != nullptr) {
     Put(sink, ", \"engine\": ");
     PutJson(sink, row.engine);

@@ -156,6 +156,7 @@ static void PutRanked(Sink& sink, const Settings& settings, const Section& secti
               .shares = rows.total > 0,
               .bytes = rows.bytes,
               .second = dimension != nullptr ? dimension->second.title : Literal(""),
+              .mark = dimension != nullptr ? dimension->mark.title : Literal(""),
               .times = rows.timed,
               .rows = shown.rows,
               .alone = days};

@@ -63,6 +63,10 @@ static void PutHeading(const Table& table) {
   }
   Put(sink, "<th scope=\"col\" class=\"i\">");
   Put(sink, table.columns.item);
+  if (!table.mark.text().empty()) {
+    Put(sink, "</th><th scope=\"col\" class=\"d\">");
+    Put(sink, table.mark);
+  }
   Put(sink, "</th><th scope=\"col\" class=\"c\">");
   Put(sink, table.columns.count);
   if (!table.second.text().empty()) {
@@ -233,6 +237,10 @@ void PutTableRow(Table& table, SectionRow& row) {
   PutLead(table, row);
   Put(sink, "<td class=\"i\">");
   PutItem(sink, row, IsPlain(table));
+  if (row.marked >= 0) {
+    Put(sink, "</td><td class=\"d\">");
+    Put(sink, row.marked != 0 ? Literal("yes") : Literal("no"));
+  }
   Put(sink, "</td><td class=\"c\">");
   PutGrouped(sink, row.count);
   if (!table.second.text().empty()) {

@@ -24,6 +24,7 @@ struct Table {
   bool shares;            // there is a total
   bool bytes = false;     // rows have bytes
   Literal second = "";    // heading of the second figure that rows have; empty: they have none
+  Literal mark = "";      // heading of the mark that rows have or not; empty: they have none
   bool times = false;     // rows have times
   int64_t rows;           // that will come
   bool alone = false;     // chronological, but beside no drawing: the first rows are open

@@ -201,11 +201,17 @@ static void PutHead(Paper& paper, const Settings& settings, const Analysis& anal
 // what is left for the item.
 struct Columns {
   size_t count;
-  size_t bytes;  // 0: there are none
-  bool times;    // there are some
-  size_t bar;    // 0: there are none
+  size_t bytes;       // 0: there are none
+  bool times;         // there are some
+  Literal mark = "";  // heading of marks; empty: there are none
+  size_t bar;         // 0: there are none
   size_t item;
 };
+
+// Of so many figures nobody could tell which is which, and there is no room for bars.
+static bool HaveHeadings(const Columns& columns) {
+  return columns.times || !columns.mark.text().empty();
+}
 
 static constexpr size_t kGap = 2;
 static constexpr size_t kShareWidth = sizeof "100.0 %" - 1;
@@ -215,16 +221,27 @@ static constexpr Literal kRequests = "Requests";
 static constexpr size_t kTimeWidth = sizeof "0.345 ms" - 1;
 static constexpr size_t kBytesWidth = sizeof "999,999,999,999" - 1;
 
+// With the gap behind it.
+static size_t WidthOf(size_t column) {
+  return column > 0 ? column + kGap : 0;
+}
+
 static Columns ColumnsFor(const Terminal& terminal, const SectionRows& rows) {
+  const Dimension* const dimension = rows.section->dimension;
+  Columns columns{};
+  columns.bytes = rows.bytes ? kBytesWidth : 0;
+  columns.times = rows.timed;
+  columns.mark = dimension != nullptr ? dimension->mark.title : Literal("");
+  const bool headings = HaveHeadings(columns);
   // Of times the total is one, and counts have the width of their heading at least.
-  const size_t count = rows.timed ? kRequests.text().size() : std::max<size_t>(GroupedWidth(rows.total), 5);
-  const size_t bytes = rows.bytes ? kBytesWidth : 0;
-  const size_t bar = rows.timed ? 0 : terminal.width >= 100 ? 20 : 10;
-  const size_t taken = 3 * kGap + count + kShareWidth + (bar > 0 ? bar + kGap : 0) +
-                       (rows.bytes ? bytes + kGap : 0) +
-                       (rows.timed ? std::size(kTimes) * (kTimeWidth + kGap) : 0);
-  return {count, bytes, rows.timed, bar,
-          terminal.width > taken + kLeastItem ? terminal.width - taken : kLeastItem};
+  const size_t least = headings ? kRequests.text().size() : 5;
+  columns.count = rows.timed ? least : std::max(GroupedWidth(rows.total), least);
+  columns.bar = headings ? 0 : terminal.width >= 100 ? 20 : 10;
+  const size_t taken =
+      3 * kGap + columns.count + kShareWidth + WidthOf(columns.bar) + WidthOf(columns.bytes) +
+      (columns.times ? std::size(kTimes) * (kTimeWidth + kGap) : 0) + WidthOf(columns.mark.text().size());
+  columns.item = terminal.width > taken + kLeastItem ? terminal.width - taken : kLeastItem;
+  return columns;
 }
 
 static void PutShare(Sink& sink, double share) {
@@ -286,10 +303,6 @@ static void PutBytes(Sink& sink, const SectionRow& row, const Columns& columns) 
   }
 }
 
-static size_t WidthOfBytes(const Columns& columns) {
-  return columns.bytes > 0 ? columns.bytes + kGap : 0;
-}
-
 static void PutTimes(Sink& sink, const SectionRow& row, const Columns& columns) {
   if (!columns.times) {
     return;
@@ -302,20 +315,38 @@ static void PutTimes(Sink& sink, const SectionRow& row, const Columns& columns) 
   }
 }
 
-// Of many figures nobody could tell which is which.
+static void PutMark(Sink& sink, const SectionRow& row, const Columns& columns) {
+  const size_t width = columns.mark.text().size();
+  if (width > 0) {
+    const Literal told = row.marked > 0 ? Literal("yes") : Literal("no");
+    Put(sink, told);
+    PutBlanks(sink, width - told.text().size() + kGap);
+  }
+}
+
+static void PutHeading(Sink& sink, const Literal& heading, size_t width) {
+  PutBlanks(sink, width - heading.text().size());
+  Put(sink, heading);
+  PutBlanks(sink, kGap);
+}
+
 static void PutHeadings(Sink& sink, const Columns& columns, const SectionWords& words) {
-  if (!columns.times) {
+  if (!HaveHeadings(columns)) {
     return;
   }
   PutBlanks(sink, kGap);
-  Put(sink, kRequests);
-  PutBlanks(sink, kGap + kShareWidth - 5);
-  Put(sink, "Share");
-  PutBlanks(sink, kGap);
-  for (const Literal& time : kTimes) {
-    PutBlanks(sink, kTimeWidth - time.text().size());
-    Put(sink, time);
-    PutBlanks(sink, kGap);
+  PutHeading(sink, kRequests, columns.count);
+  PutHeading(sink, "Share", kShareWidth);
+  if (columns.bytes > 0) {
+    PutHeading(sink, "Bytes", columns.bytes);
+  }
+  if (columns.times) {
+    for (const Literal& time : kTimes) {
+      PutHeading(sink, time, kTimeWidth);
+    }
+  }
+  if (!columns.mark.text().empty()) {
+    PutHeading(sink, columns.mark, columns.mark.text().size());
   }
   Put(sink, words.item);
   Put(sink, "\n");
@@ -326,7 +357,7 @@ static void PutReferrers(Paper& paper, SectionRow& row, const Columns& columns) 
   for (ReferrerRow page; NextReferrer(row, page);) {
     PutBlanks(paper.sink, kGap);
     PutToTheRight(paper.sink, page.count, columns.count);
-    PutBlanks(paper.sink, kGap + kShareWidth + kGap + WidthOfBytes(columns) + columns.bar + kGap);
+    PutBlanks(paper.sink, kGap + kShareWidth + kGap + WidthOf(columns.bytes) + WidthOf(columns.bar));
     Put(paper.sink, kFrom);
     ReadableText room;
     PutPlain(paper.sink, Readable(page.address, room), columns.item - kFrom.text().size());
@@ -342,6 +373,7 @@ static void PutRow(Paper& paper, SectionRow& row, const Columns& columns, const 
   PutBlanks(paper.sink, kGap);
   PutBytes(paper.sink, row, columns);
   PutTimes(paper.sink, row, columns);
+  PutMark(paper.sink, row, columns);
   PutBar(paper, row, columns.bar);
   if (row.second >= 0) {
     PutItemAndSecond(paper.sink, row, *second, columns.item);

@@ -39,6 +39,7 @@ struct RankedRow {
   const char* description;  // good until the next row; null: none
   TimesTaken times;         // that its requests took, where they are known
   ItemCursor referrers;     // the pages that led to the item, by rank and never cut off
+  int marked;               // whether the item has the dimension's mark, 1 or 0; -1: it has none
 };
 
 struct ReferrerRow {

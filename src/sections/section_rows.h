@@ -28,6 +28,7 @@ struct SectionRow {
   int weekday;           // of days, weekdays and hours of the week, 0 = Sunday; else -1
   int hour;              // of hours and hours of the week; else -1
   bool explained;        // the item is what people know, and the name tells what it means
+  int marked = -1;       // of ranked rows, as there
   int64_t before = -1;   // of days that are compared with earlier ones: the count of such a one
 };
 

@@ -904,6 +904,24 @@ TEST_F(CountingTableTest, AddItemsCountsManyAtOnce) {
   EXPECT_EQ(info_->kinds[0], 10);
 }
 
+TEST_F(CountingTableTest, AddSubitemsLeavesTheKeysCount) {
+  List with;
+  ListInfo* with_info = nullptr;
+  init_list(with, with_info, "With", SubLists::kAny);
+  add_items(with, with_info, "b", {5});
+  add_subitems(with, with_info, "b", "x", 3);
+  add_subitems(with, with_info, "b", "x", 1);
+  add_subitems(with, with_info, "b", "", 1);
+  add_subitems(with, with_info, "none", "x", 1);
+  ASSERT_NE(with.first->sublist(), nullptr);
+  EXPECT_EQ(with.first->count, 5);
+  EXPECT_EQ(Text(SortList(*with.first->sublist())), "x(4) ");
+  Add("b", 2);
+  add_subitems(list_, info_, "b", "x", 3);
+  EXPECT_EQ(Text(SortList(list_)), "b(2) ");
+  destroy(with);
+}
+
 TEST_F(CountingTableTest, TakeFirstEmptiesTheListInItsOrder) {
   Add("a", 1);
   Add("b", 3);

@@ -26,7 +26,7 @@ HOSTS = ["192.0.2.1", "192.0.2.77", "2001:db8::1", "2001:db8:0:0:0:0:0:2", "craw
 USERS = ["-", "-", "ann", "Bob", "o'neill", "ann@example.org"]
 PATHS = ["/", "/index.html", "/docs/", "/docs/a.HTML", "/docs/deep/er/b.tar.gz", "/images/logo.png", "/images", "/a.b/c", "/.profile",
          "/x.", "/download.a-b", "/toolongtype.abcdefghijklm", "/docs/a.html?x=1/2.gif", "/caf%C3%A9/men%C3%BC.pdf", "//double.js",
-         "/page.php/extra"]
+         "/page.php/extra", "/robots.txt", "/robots.txt?now", "/robots.txt.old", "/docs/robots.txt"]
 PAGES = ["-", "-", "http://www.other.example/a", "https://other.example:8443/b?c=d", "http://OTHER.example", "http://user@third.example/",
          "https://third.example#top", "android-app://com.example.app/", "ftp://files.example/x", "just words", "http:///none",
          "http://[2001:db8::7]:80/x", "http://www.example.com/own", "https://example.com/own"]
@@ -203,6 +203,16 @@ def pages_of(text):
     return {row["item"]: {page["item"]: page["count"] for page in row["referrers"]} for row in rows if row["referrers"]}
 
 
+def asking_here(requests):
+    """Of each robot, whether it asked for robots.txt."""
+    asking = {COUNTED_HERE["robots"](request) for request in requests if path_of(request) == "/robots.txt"}
+    return {robot: robot in asking for robot in figures_here(requests)["robots"]}
+
+
+def asking(text):
+    return {row["item"]: row["robots_txt"] for row in json.loads(text)["sections"]["robots"]["rows"]}
+
+
 def sections(names):
     return [f"{name}=1,0" for name in names]
 
@@ -234,6 +244,7 @@ def check(folder, chance):
             assert got[name] == want[name], f"{way}: {name}\n  counted here {want[name]}\n  reported     {got[name]}"
         assert way in COUNTED_HERE or text == ways["one process"], way
     assert pages_of(ways["servererrors"]) == pages_here(requests)
+    assert asking(ways["robots"]) == asking_here(requests)
 
 
 def main():
