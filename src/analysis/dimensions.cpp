@@ -183,6 +183,17 @@ static std::string_view BrowserOf(std::string_view agent, ItemRoom&) {
   return TellAgent(agent).family;
 }
 
+// "Firefox 115"; empty where no version is told.
+static std::string_view BrowserVersionOf(std::string_view agent, ItemRoom& room) {
+  const Agent told = TellAgent(agent);
+  if (told.family.empty() || told.version.empty()) {
+    return {};
+  }
+  size_t length = told.family.copy(room, kLongestItem - 1);
+  room[length++] = ' ';
+  return {room, length + told.version.copy(room + length, kLongestItem - length)};
+}
+
 static std::string_view SystemOf(std::string_view agent, ItemRoom&) {
   return TellAgent(agent).system;
 }
@@ -275,8 +286,8 @@ constexpr Dimension kDimensions[] = {
      .of_request = ErrorOf,
      .asks = {.referrer = true},
      .led_by = ReferrerOf,
-     .led_by_table = "servererrors_referrers",
-     .led_by_columns = "rank,page,count,share,error"},
+     .below_table = "servererrors_referrers",
+     .below_columns = "rank,page,count,share,error"},
     {.parameter = "hosts",
      .behind = "browsers",
      .words = {"Visitors' addresses", "Address", "addresses", "address", "request that names a host",
@@ -326,10 +337,15 @@ constexpr Dimension kDimensions[] = {
     {.parameter = "browserfamilies",
      .behind = "browsers",
      .words = {"Browser families", "Browser", "browsers", "browser", "request of a browser",
-               "requests of browsers", "What visitors look at the site with, without robots."},
+               "requests of browsers",
+               "What visitors look at the site with, without robots, and in which versions."},
      .columns = "rank,browser,count,share",
      .from = SummedFrom::kBrowsers,
-     .of_item = BrowserOf},
+     .of_item = BrowserOf,
+     .divided_by = BrowserVersionOf,
+     .below = {"versions", " versions", " ", "- ", false},
+     .below_table = "browserfamilies_versions",
+     .below_columns = "rank,version,count,share,browser"},
     {.parameter = "systems",
      .behind = "browserfamilies",
      .words = {"Operating systems", "System", "systems", "system", "request of a browser",
@@ -548,7 +564,7 @@ static Amounts AmountsOf(const Dimension& dimension, const Settings& settings) {
 }
 
 static bool HasSublists(const Dimension& dimension) {
-  return dimension.led_by != nullptr || dimension.timed || HasMarks(dimension);
+  return HasSubItems(dimension) || dimension.timed || HasMarks(dimension);
 }
 
 void CreateDimensions(const Settings& settings, Analysis& analysis) {
@@ -606,6 +622,14 @@ static void SumUpStatuses(CountedReport& report, const Analysis& analysis) {
   }
 }
 
+static void AddBelow(const Dimension& dimension, std::string_view of_item, const ListItem& item,
+                     CountedReport& report) {
+  if (dimension.divided_by != nullptr) {
+    ItemRoom room;
+    add_subitems(report.list, report.info, of_item, dimension.divided_by(item.key(), room), item.count);
+  }
+}
+
 // What memory reclaims took from the source is missing here.
 static void SumUpItems(const Dimension& dimension, const CountedReport& source, int64_t total,
                        CountedReport& report) {
@@ -617,6 +641,7 @@ static void SumUpItems(const Dimension& dimension, const CountedReport& source, 
       report.total -= item->count;
     } else {
       Add(report, of_item, {item->count, AmountOf(*item)});
+      AddBelow(dimension, of_item, *item, report);
     }
   }
   report.info->reclaimed += source.info->reclaimed;

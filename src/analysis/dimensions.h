@@ -44,6 +44,16 @@ struct SecondFigure {
   Literal words = "";  // before the figure, within brackets
 };
 
+// What outputs call what stands below an item, which is as often shown as there is some.
+struct SubItemWords {
+  Literal name;     // for programs
+  Literal several;  // behind their number
+  Literal between;  // between the count and one of them
+  Literal arrow;    // before one of them, in texts
+  bool are_pages;   // which may be links
+};
+inline constexpr SubItemWords kLeadingPages = {"referrers", " pages link here", " from ", "<- ", true};
+
 // What is told of each item beside its figures: whether there was such a request.
 struct Mark {
   Literal title = "";  // heading of its column; empty: there is none
@@ -63,10 +73,13 @@ struct Dimension {
   AskedTexts asks = {};  // what it needs of the record
   // What led to the item of a request, a text of the record; null: nobody wants to know.
   std::string_view (*led_by)(const SuperLogRecord& record) = nullptr;
-  const char* led_by_table = nullptr;  // name and columns of what led to items as a table of its own
-  Literal led_by_columns = "";
   // The item of another table's item: a view of that, or made in the room; empty: there is none.
   std::string_view (*of_item)(std::string_view item, ItemRoom& room) = nullptr;
+  // What is told of that other item below this one, likewise; null: nothing is.
+  std::string_view (*divided_by)(std::string_view item, ItemRoom& room) = nullptr;
+  SubItemWords below = kLeadingPages;  // what led to items, or divides them, and
+  const char* below_table = nullptr;   // its name and columns as a table of its own
+  Literal below_columns = "";
   const char* (*name_of)(std::string_view item) = nullptr;  // what an item is called; null: nothing else
   bool name_is_read = false;                                // people know that, and the item is a code for it
   bool of_site = false;                                     // items are paths of the analysed site
@@ -79,6 +92,11 @@ struct Dimension {
   bool with_figures = false;  // of all visits, before the items
   bool timed = false;         // times of requests are counted (url_times.h), and the total is their sum
 };
+
+// Whether something stands below its items.
+inline bool HasSubItems(const Dimension& dimension) {
+  return dimension.led_by != nullptr || dimension.divided_by != nullptr;
+}
 
 extern const Dimension kDimensions[];
 extern const size_t kDimensionCount;  // up to kMostDimensions of settings.h

@@ -20,7 +20,7 @@ static constexpr int kShareDigits = 6;
 
 // ---- Tables ----------------------------------------------------------------------------
 
-// A row of a table: that of a section, or of the pages that led to an item.
+// A row of a table: that of a section, or of the pages that led to an item, or others below it.
 struct CsvRow {
   int64_t rank;
   const char* item;
@@ -222,12 +222,11 @@ static Table TotalsTableOf(const Section& section) {
 }
 
 static bool HasReferrers(const Section& section) {
-  return section.dimension->led_by != nullptr;
+  return HasSubItems(*section.dimension);
 }
 
 static Table ReferrersTableOf(const Section& section) {
-  return {section.dimension->led_by_table, section.id, true, section.dimension->led_by_columns,
-          PutWithDetail};
+  return {section.dimension->below_table, section.id, true, section.dimension->below_columns, PutWithDetail};
 }
 
 // All of them, one after the other, until one is wanted; true then.

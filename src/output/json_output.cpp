@@ -131,13 +131,17 @@ static void PutCount(Sink& sink, int64_t count, double share) {
   PutDecimal(sink, share, kShareDigits);
 }
 
-static void PutReferrers(Sink& sink, SectionRow& row) {
-  Put(sink, ", \"referrers\": [");
+static void PutReferrers(Sink& sink, SectionRow& row, const SubItemWords& words) {
+  Put(sink, ", ");
+  PutJson(sink, words.name.text());
+  Put(sink, ": [");
   bool first = true;
   for (ReferrerRow referrer; NextReferrer(row, referrer); first = false) {
     Put(sink, first ? Literal("{\"item\": ") : Literal(", {\"item\": "));
     PutItem(sink, referrer.address);
-    PutShown(sink, referrer.address);
+    if (words.are_pages) {
+      PutShown(sink, referrer.address);
+    }
     Put(sink, ", \"count\": ");
     PutNumber(sink, referrer.count);
     Put(sink, "}");
@@ -200,7 +204,7 @@ static void PutRow(Sink& sink, const Section& section, SectionRow& row) {
     Put(sink, "\"");
   }
   if (section.items.with_referrers) {
-    PutReferrers(sink, row);
+    PutReferrers(sink, row, SubItemWordsOf(section));
   }
   Put(sink, "}");
 }

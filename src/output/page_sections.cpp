@@ -159,7 +159,8 @@ static void PutRanked(Sink& sink, const Settings& settings, const Section& secti
               .mark = dimension != nullptr ? dimension->mark.title : Literal(""),
               .times = rows.timed,
               .rows = shown.rows,
-              .alone = days};
+              .alone = days,
+              .below = &SubItemWordsOf(section)};
   BeginTable(table, words.title.text().data());
   SectionRow row;
   while (table.next < shown.rows && NextRow(rows, row)) {

@@ -138,22 +138,23 @@ static void PutLead(const Table& table, const SectionRow& row) {
   }
 }
 
-// The pages that led to the item; the first few open, the others folded.
-static void PutReferrers(Sink& sink, SectionRow& row) {
+// The pages that led to the item, or others below it: the first few open, the others folded.
+static void PutReferrers(Sink& sink, SectionRow& row, const SubItemWords& words) {
   const auto all = static_cast<int64_t>(row.referrers.left);
   const bool folded = all > kOpenReferrers;
   if (folded) {
     Put(sink, "<details class=\"in\"><summary>");
     PutGrouped(sink, all);
-    Put(sink, " pages link here</summary>");
+    Put(sink, words.several);
+    Put(sink, "</summary>");
   }
   Put(sink, "<ul class=\"from\">");
   int left = kMostReferrers;
   for (ReferrerRow referrer; left > 0 && NextReferrer(row, referrer); --left) {
     Put(sink, "<li>");
     PutGrouped(sink, referrer.count);
-    Put(sink, " from ");
-    PutItemText(sink, referrer.address, "");
+    Put(sink, words.between);
+    PutItemText(sink, referrer.address, words.are_pages ? "" : nullptr);
     Put(sink, "</li>");
   }
   if (all > kMostReferrers) {
@@ -183,16 +184,17 @@ static bool IsPlain(const Table& table) {
   return table.next >= kBlockRows;
 }
 
-static void PutItem(Sink& sink, SectionRow& row, bool plain) {
+static void PutItem(const Table& table, SectionRow& row) {
+  Sink& sink = table.sink;
   if (row.name != nullptr) {
     PutName(sink, row);
-  } else if (plain) {
+  } else if (IsPlain(table)) {
     PutPlainItem(sink, row.item, row.site);
   } else {
     PutItemText(sink, row.item, row.site);
   }
   if (row.referrers.next != nullptr) {
-    PutReferrers(sink, row);
+    PutReferrers(sink, row, *table.below);
   }
 }
 
@@ -236,7 +238,7 @@ void PutTableRow(Table& table, SectionRow& row) {
   Put(sink, IsWeekend(row) ? Literal("<tr class=\"e\">") : Literal("<tr>"));
   PutLead(table, row);
   Put(sink, "<td class=\"i\">");
-  PutItem(sink, row, IsPlain(table));
+  PutItem(table, row);
   if (row.marked >= 0) {
     Put(sink, "</td><td class=\"d\">");
     Put(sink, row.marked != 0 ? Literal("yes") : Literal("no"));

@@ -352,20 +352,20 @@ static void PutHeadings(Sink& sink, const Columns& columns, const SectionWords& 
   Put(sink, "\n");
 }
 
-static void PutReferrers(Paper& paper, SectionRow& row, const Columns& columns) {
-  static constexpr Literal kFrom = "<- ";
+static void PutReferrers(Paper& paper, SectionRow& row, const Columns& columns, const SubItemWords& words) {
   for (ReferrerRow page; NextReferrer(row, page);) {
     PutBlanks(paper.sink, kGap);
     PutToTheRight(paper.sink, page.count, columns.count);
     PutBlanks(paper.sink, kGap + kShareWidth + kGap + WidthOf(columns.bytes) + WidthOf(columns.bar));
-    Put(paper.sink, kFrom);
+    Put(paper.sink, words.arrow);
     ReadableText room;
-    PutPlain(paper.sink, Readable(page.address, room), columns.item - kFrom.text().size());
+    PutPlain(paper.sink, words.are_pages ? Readable(page.address, room) : page.address,
+             columns.item - words.arrow.text().size());
     Put(paper.sink, "\n");
   }
 }
 
-static void PutRow(Paper& paper, SectionRow& row, const Columns& columns, const SecondFigure* second) {
+static void PutRow(Paper& paper, SectionRow& row, const Columns& columns, const Section& section) {
   PutBlanks(paper.sink, kGap);
   PutToTheRight(paper.sink, row.count, columns.count);
   PutBlanks(paper.sink, kGap);
@@ -376,12 +376,12 @@ static void PutRow(Paper& paper, SectionRow& row, const Columns& columns, const 
   PutMark(paper.sink, row, columns);
   PutBar(paper, row, columns.bar);
   if (row.second >= 0) {
-    PutItemAndSecond(paper.sink, row, *second, columns.item);
+    PutItemAndSecond(paper.sink, row, section.dimension->second, columns.item);
   } else {
     PutItem(paper.sink, row, columns.item);
   }
   Put(paper.sink, "\n");
-  PutReferrers(paper, row, columns);
+  PutReferrers(paper, row, columns, SubItemWordsOf(section));
 }
 
 static void PutEngine(Paper& paper, const char* engine) {
@@ -394,13 +394,12 @@ static void PutEngine(Paper& paper, const char* engine) {
 static int64_t PutRows(Paper& paper, SectionRows& rows, const Columns& columns) {
   int64_t shown = 0;
   const char* engine = nullptr;
-  const Dimension* const dimension = rows.section->dimension;
   for (SectionRow row; NextRow(rows, row); ++shown) {
     if (row.engine != engine) {
       engine = row.engine;
       PutEngine(paper, engine);
     }
-    PutRow(paper, row, columns, dimension != nullptr ? &dimension->second : nullptr);
+    PutRow(paper, row, columns, *rows.section);
   }
   return shown;
 }

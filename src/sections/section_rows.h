@@ -54,5 +54,5 @@ void OpenSection(SectionRows& rows, const Settings& settings, const Section& sec
 // False behind the last row, which is then unchanged. A row is good until the next one.
 bool NextRow(SectionRows& rows, SectionRow& row);
 
-// The pages that led to the item, by rank; false behind the last.
+// The pages that led to the item, or others below it, by rank; false behind the last.
 bool NextReferrer(SectionRow& row, ReferrerRow& referrer);

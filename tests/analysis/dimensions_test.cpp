@@ -114,6 +114,18 @@ TEST_F(DimensionsTest, RobotsAreMarkedThatAskForRobotsTxt) {
   EXPECT_EQ(Of("robots").total, 4);
 }
 
+TEST_F(DimensionsTest, BrowsersAreDividedByVersion) {
+  Ask("browserfamilies");
+  settings_.with_bytes = 1;
+  Run({{.agent = "Mozilla/5.0 (X11; Linux) Gecko/20100101 Firefox/115.0"},
+       {.agent = "Mozilla/5.0 (X11; Linux) Gecko/20100101 Firefox/115.9"},
+       {.agent = "Mozilla/5.0 (X11; Linux) Gecko/20100101 Firefox/128.0"},
+       {.agent = "Mozilla/5.0 (X11; Linux) Gecko/20100101 Firefox"},
+       {.agent = "curl/8.5.0"}});
+  EXPECT_EQ(Counted(Of("browserfamilies").list), "Firefox=4:400(Firefox 115=2 Firefox 128=1 ) ");
+  EXPECT_EQ(Of("browserfamilies").total, 4);
+}
+
 // The amounts of other tables are bytes, whatever stands before and behind them.
 TEST_F(DimensionsTest, TimesCountByUrlWithTheirSum) {
   Ask("slow");

@@ -45,6 +45,8 @@ AGENTS = {
         ("Edge", "Windows", "Desktop", None),
     "Mozilla/5.0 (iPhone; CPU iPhone OS 17_1 like Mac OS X) AppleWebKit/605.1.15 (KHTML, like Gecko) Version/17.1 Mobile/15E148 Safari/604.1":
         ("Safari", "iOS", "Phone", None),
+    "Mozilla/5.0 (X11; Linux x86_64; rv:128.0) Gecko/20100101 Firefox/128.0": ("Firefox", "Linux", "Desktop", None),
+    "Mozilla/5.0 (Windows NT 10.0; rv:128.0) Gecko/20100101 Firefox/128.5": ("Firefox", "Windows", "Desktop", None),
     "Mozilla/5.0 (compatible; Googlebot/2.1; +http://www.google.com/bot.html)": (None, None, None, "Googlebot"),
     "curl/8.5.0": (None, None, None, "curl"),
     "-": (None, None, None, None),
@@ -213,6 +215,24 @@ def asking(text):
     return {row["item"]: row["robots_txt"] for row in json.loads(text)["sections"]["robots"]["rows"]}
 
 
+# The word that an agent has before its version.
+VERSION_WORDS = {"Firefox": "Firefox", "Chrome": "Chrome", "Edge": "Edg", "Safari": "Version"}
+
+
+def versions_here(requests):
+    versions = collections.defaultdict(collections.Counter)
+    for request in requests:
+        family = AGENTS[request.agent][0]
+        if family:
+            versions[family][f"{family} " + re.search(rf"\b{VERSION_WORDS[family]}/(\d+)", request.agent)[1]] += 1
+    return versions
+
+
+def versions_of(text):
+    rows = json.loads(text)["sections"]["browserfamilies"]["rows"]
+    return {row["item"]: {version["item"]: version["count"] for version in row["versions"]} for row in rows}
+
+
 def sections(names):
     return [f"{name}=1,0" for name in names]
 
@@ -244,6 +264,7 @@ def check(folder, chance):
             assert got[name] == want[name], f"{way}: {name}\n  counted here {want[name]}\n  reported     {got[name]}"
         assert way in COUNTED_HERE or text == ways["one process"], way
     assert pages_of(ways["servererrors"]) == pages_here(requests)
+    assert versions_of(ways["browserfamilies"]) == versions_here(requests)
     assert asking(ways["robots"]) == asking_here(requests)
 
 
