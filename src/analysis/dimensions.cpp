@@ -291,11 +291,13 @@ constexpr Dimension kDimensions[] = {
     {.parameter = "hosts",
      .behind = "browsers",
      .words = {"Visitors' addresses", "Address", "addresses", "address", "request that names a host",
-               "requests that name a host", "Who asked most, by whole address or name."},
-     .columns = "rank,host,count,share",
+               "requests that name a host",
+               "Who asked most, by whole address or name, and when first and last in this report."},
+     .columns = "rank,host,count,share,first_seen,last_seen",
      .from = SummedFrom::kRequests,
      .of_request = HostOf,
-     .asks = {.host = true}},
+     .asks = {.host = true},
+     .seen = true},
     {.parameter = "users",
      .behind = "domaintypes",
      .words = {"Users who signed on", "User", "users", "user", "request of a user", "requests of users",
@@ -573,7 +575,8 @@ void CreateDimensions(const Settings& settings, Analysis& analysis) {
       CountedReport& report = analysis.dimensions[row];
       const Dimension& dimension = kDimensions[row];
       init_list(report.list, report.info, dimension.words.title.text().data(),
-                HasSublists(dimension) ? SubLists::kAny : SubLists::kNone, AmountsOf(dimension, settings));
+                HasSublists(dimension) ? SubLists::kAny : SubLists::kNone, AmountsOf(dimension, settings),
+                dimension.seen ? Spans::kKept : Spans::kNone);
     }
   }
   analysis.visits = IsSummedFrom(settings, SummedFrom::kVisits) ? NewVisits() : nullptr;
@@ -585,6 +588,11 @@ static void CountTaken(CountedReport& report, std::string_view item, const Super
   queue_item(report.list, report.info, item, NameOfBucket(BucketOf(record.taken)), false);
   count_amounts(std::max<int64_t>(record.bytes, 0));
   report.total = record.taken > INT64_MAX - report.total ? INT64_MAX : report.total + record.taken;
+}
+
+static void CountSeen(CountedReport& report, std::string_view item, const SuperLogRecord& record) {
+  queue_item_at(report.list, report.info, item, record.time, false);
+  ++report.total;
 }
 
 void CountDimensions(uint32_t dimensions, const Request& request, Analysis& analysis) {
@@ -601,6 +609,8 @@ void CountDimensions(uint32_t dimensions, const Request& request, Analysis& anal
     } else if (item.data() == room) {
       CountCopy(analysis.dimensions[row], item,
                 dimension.led_by != nullptr ? dimension.led_by(request.record) : std::string_view{});
+    } else if (dimension.seen) {
+      CountSeen(analysis.dimensions[row], item, request.record);
     } else {
       CountItem(analysis.dimensions[row], item, false);
     }

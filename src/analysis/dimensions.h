@@ -88,6 +88,7 @@ struct Dimension {
   Literal counted = "Requests";  // heading of what is counted
   SecondFigure second = {};
   Mark mark = {};             // of items that are made of others
+  bool seen = false;          // when each item was seen first and last is told
   bool of_days = false;       // items are days, which stand in their own order
   bool with_figures = false;  // of all visits, before the items
   bool timed = false;         // times of requests are counted (url_times.h), and the total is their sum

@@ -9,6 +9,7 @@
 #include "dates/clock.h"
 #include "dates/zone.h"
 #include "output/escape.h"
+#include "output/moments.h"
 #include "output/refusal_line.h"
 #include "output/sink.h"
 #include "report/answer_head.h"
@@ -32,6 +33,7 @@ struct CsvRow {
   int64_t before = -1;  // the count of the day that it is compared with; below 0: none
   TimesTaken times = {};
   int marked = -1;
+  TimeSpan seen = kNoTimes;
 };
 
 struct Cells {
@@ -74,6 +76,16 @@ static void PutWithMark(Cells& cells, const CsvRow& row) {
   Put(cells.sink, row.marked != 0 ? Literal(",yes") : Literal(",no"));
 }
 
+static void PutWithSeen(Cells& cells, const CsvRow& row) {
+  PutWithoutDetail(cells, row);
+  for (const int64_t time : {row.seen.first, row.seen.last}) {
+    Put(cells.sink, ",");
+    if (row.seen.first <= row.seen.last) {
+      PutMoment(cells.sink, time);
+    }
+  }
+}
+
 // The second figure in place of a detail.
 static void PutSecond(Cells& cells, const CsvRow& row) {
   Put(cells.sink, ",");
@@ -85,7 +97,7 @@ static void PutWithSecond(Cells& cells, const CsvRow& row) {
   PutSecond(cells, row);
 }
 
-static void PutDay(Cells& cells, const CsvRow& row) {
+static void PutDayRow(Cells& cells, const CsvRow& row) {
   PutText(cells, row.item);
   Put(cells.sink, ",");
   PutFigures(cells, row);
@@ -152,7 +164,7 @@ static void PutRows(SectionRows& rows, const char* detail_of_all, PutRow put) {
   int64_t rank = 0;
   for (SectionRow row; NextRow(rows, row);) {
     put(CsvRow{++rank, row.item, row.count, row.share, DetailOf(row, detail_of_all), row.bytes, row.second,
-               row.before, row.times, row.marked});
+               row.before, row.times, row.marked, row.seen});
   }
 }
 
@@ -203,10 +215,13 @@ static auto WriterOf(const Dimension& dimension) {
     return PutWithTimes;
   }
   if (!dimension.second.title.text().empty()) {
-    return dimension.of_days ? PutDay : PutWithSecond;
+    return dimension.of_days ? PutDayRow : PutWithSecond;
   }
   if (!dimension.mark.title.text().empty()) {
     return PutWithMark;
+  }
+  if (dimension.seen) {
+    return PutWithSeen;
   }
   return dimension.name_of != nullptr ? PutWithDetail : PutWithoutDetail;
 }

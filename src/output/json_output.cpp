@@ -185,6 +185,13 @@ static void PutRow(Sink& sink, const Section& section, SectionRow& row) {
   if (row.times.sum >= 0) {
     PutTimes(sink, row.times);
   }
+  if (row.seen.first <= row.seen.last) {
+    Put(sink, ", \"first_seen\": \"");
+    PutMoment(sink, row.seen.first);
+    Put(sink, "\", \"last_seen\": \"");
+    PutMoment(sink, row.seen.last);
+    Put(sink, "\"");
+  }
   if (row.name != nullptr) {
     Put(sink, ", \"name\": ");
     PutJson(sink, row.name);

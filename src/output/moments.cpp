@@ -42,6 +42,12 @@ void PutMoment(Sink& sink, time_t when) {
   PutOffset(sink, local.tm_gmtoff);
 }
 
+void PutDayAndClock(Sink& sink, time_t when) {
+  PutDay(sink, DayOf(when));
+  Put(sink, " ");
+  PutClock(sink, when);
+}
+
 void PutClock(Sink& sink, time_t when) {
   const tm local = LocalParts(when);
   PutPadded(sink, local.tm_hour, 2);

@@ -157,6 +157,7 @@ static void PutRanked(Sink& sink, const Settings& settings, const Section& secti
               .bytes = rows.bytes,
               .second = dimension != nullptr ? dimension->second.title : Literal(""),
               .mark = dimension != nullptr ? dimension->mark.title : Literal(""),
+              .seen = rows.seen,
               .times = rows.timed,
               .rows = shown.rows,
               .alone = days,

@@ -67,6 +67,9 @@ static void PutHeading(const Table& table) {
     Put(sink, "</th><th scope=\"col\" class=\"d\">");
     Put(sink, table.mark);
   }
+  if (table.seen) {
+    Put(sink, "</th><th scope=\"col\" class=\"d\">First seen</th><th scope=\"col\" class=\"d\">Last seen");
+  }
   Put(sink, "</th><th scope=\"col\" class=\"c\">");
   Put(sink, table.columns.count);
   if (!table.second.text().empty()) {
@@ -103,8 +106,9 @@ static void CloseBlock(const Table& table) {
 }
 
 void BeginTable(Table& table, const char* name) {
-  Put(table.sink, table.times ? Literal("<div class=\"list times\" data-name=\"")
-                              : Literal("<div class=\"list\" data-name=\""));
+  Put(table.sink, table.times  ? Literal("<div class=\"list times\" data-name=\"")
+                  : table.seen ? Literal("<div class=\"list seen\" data-name=\"")
+                               : Literal("<div class=\"list\" data-name=\""));
   PutAttribute(table.sink, name);
   Put(table.sink, "\">\n");
   table.name = name;
@@ -227,6 +231,15 @@ static void PutTimes(Sink& sink, const TimesTaken& times) {
   }
 }
 
+static void PutSeen(Sink& sink, const TimeSpan& seen) {
+  for (const int64_t time : {seen.first, seen.last}) {
+    Put(sink, "</td><td class=\"d\">");
+    if (seen.first <= seen.last) {
+      PutDayAndClock(sink, time);
+    }
+  }
+}
+
 void PutTableRow(Table& table, SectionRow& row) {
   Sink& sink = table.sink;
   if (table.next == table.end) {
@@ -242,6 +255,9 @@ void PutTableRow(Table& table, SectionRow& row) {
   if (row.marked >= 0) {
     Put(sink, "</td><td class=\"d\">");
     Put(sink, row.marked != 0 ? Literal("yes") : Literal("no"));
+  }
+  if (table.seen) {
+    PutSeen(sink, row.seen);
   }
   Put(sink, "</td><td class=\"c\">");
   PutGrouped(sink, row.count);

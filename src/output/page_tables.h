@@ -25,6 +25,7 @@ struct Table {
   bool bytes = false;   // rows have bytes
   Literal second = "";  // heading of the second figure that rows have; empty: they have none
   Literal mark = "";    // heading of the mark that rows have or not; empty: they have none
+  bool seen = false;    // rows tell when they were seen first and last
   bool times = false;   // rows have times
   int64_t rows;         // that will come
   bool alone = false;   // chronological, but beside no drawing: the first rows are open

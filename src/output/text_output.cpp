@@ -203,6 +203,7 @@ struct Columns {
   size_t count;
   size_t bytes;       // 0: there are none
   bool times;         // there are some
+  bool seen;          // first and last seen are told
   Literal mark = "";  // heading of marks; empty: there are none
   size_t bar;         // 0: there are none
   size_t item;
@@ -210,7 +211,7 @@ struct Columns {
 
 // Of so many figures nobody could tell which is which, and there is no room for bars.
 static bool HaveHeadings(const Columns& columns) {
-  return columns.times || !columns.mark.text().empty();
+  return columns.times || columns.seen || !columns.mark.text().empty();
 }
 
 static constexpr size_t kGap = 2;
@@ -219,6 +220,7 @@ static constexpr size_t kLeastItem = 16;
 static constexpr Literal kTimes[] = {"Median", "95 %", "99 %", "Sum"};
 static constexpr Literal kRequests = "Requests";
 static constexpr size_t kTimeWidth = sizeof "0.345 ms" - 1;
+static constexpr size_t kSeenWidth = sizeof "2026-11-22 18:04" - 1;
 static constexpr size_t kBytesWidth = sizeof "999,999,999,999" - 1;
 
 // With the gap behind it.
@@ -231,15 +233,17 @@ static Columns ColumnsFor(const Terminal& terminal, const SectionRows& rows) {
   Columns columns{};
   columns.bytes = rows.bytes ? kBytesWidth : 0;
   columns.times = rows.timed;
+  columns.seen = rows.seen;
   columns.mark = dimension != nullptr ? dimension->mark.title : Literal("");
   const bool headings = HaveHeadings(columns);
   // Of times the total is one, and counts have the width of their heading at least.
   const size_t least = headings ? kRequests.text().size() : 5;
   columns.count = rows.timed ? least : std::max(GroupedWidth(rows.total), least);
   columns.bar = headings ? 0 : terminal.width >= 100 ? 20 : 10;
-  const size_t taken =
-      3 * kGap + columns.count + kShareWidth + WidthOf(columns.bar) + WidthOf(columns.bytes) +
-      (columns.times ? std::size(kTimes) * (kTimeWidth + kGap) : 0) + WidthOf(columns.mark.text().size());
+  const size_t taken = 3 * kGap + columns.count + kShareWidth + WidthOf(columns.bar) +
+                       WidthOf(columns.bytes) +
+                       (columns.times ? std::size(kTimes) * (kTimeWidth + kGap) : 0) +
+                       (columns.seen ? 2 * (kSeenWidth + kGap) : 0) + WidthOf(columns.mark.text().size());
   columns.item = terminal.width > taken + kLeastItem ? terminal.width - taken : kLeastItem;
   return columns;
 }
@@ -324,6 +328,20 @@ static void PutMark(Sink& sink, const SectionRow& row, const Columns& columns) {
   }
 }
 
+static void PutSeen(Sink& sink, const SectionRow& row, const Columns& columns) {
+  if (!columns.seen) {
+    return;
+  }
+  for (const int64_t time : {row.seen.first, row.seen.last}) {
+    if (row.seen.first <= row.seen.last) {
+      PutDayAndClock(sink, time);
+    } else {
+      PutBlanks(sink, kSeenWidth);
+    }
+    PutBlanks(sink, kGap);
+  }
+}
+
 static void PutHeading(Sink& sink, const Literal& heading, size_t width) {
   PutBlanks(sink, width - heading.text().size());
   Put(sink, heading);
@@ -343,6 +361,12 @@ static void PutHeadings(Sink& sink, const Columns& columns, const SectionWords& 
   if (columns.times) {
     for (const Literal& time : kTimes) {
       PutHeading(sink, time, kTimeWidth);
+    }
+  }
+  if (columns.seen) {
+    for (const Literal& time : {Literal("First seen"), Literal("Last seen")}) {
+      Put(sink, time);
+      PutBlanks(sink, kSeenWidth - time.text().size() + kGap);
     }
   }
   if (!columns.mark.text().empty()) {
@@ -373,6 +397,7 @@ static void PutRow(Paper& paper, SectionRow& row, const Columns& columns, const 
   PutBlanks(paper.sink, kGap);
   PutBytes(paper.sink, row, columns);
   PutTimes(paper.sink, row, columns);
+  PutSeen(paper.sink, row, columns);
   PutMark(paper.sink, row, columns);
   PutBar(paper, row, columns.bar);
   if (row.second >= 0) {

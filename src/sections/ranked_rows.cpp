@@ -126,6 +126,7 @@ bool NextRanked(RankedRows& rows, RankedRow& row) {
          Describe(rows, *item),
          rows.summary.times ? TimesOf(*item) : TimesTaken{},
          ReferrersOf(rows, *item),
+         SpanOf(*item),
          MarkOf(rows, *item)};
   return true;
 }

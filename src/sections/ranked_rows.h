@@ -39,6 +39,7 @@ struct RankedRow {
   const char* description;  // good until the next row; null: none
   TimesTaken times;         // that its requests took, where they are known
   ItemCursor referrers;     // the pages that led to the item, or others below it, by rank and never cut off
+  TimeSpan seen;            // when requests had the item, where that is known
   int marked;               // whether the item has the dimension's mark, 1 or 0; -1: it has none
 };
 

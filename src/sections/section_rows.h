@@ -29,7 +29,8 @@ struct SectionRow {
   int hour;              // of hours and hours of the week; else -1
   bool explained;        // the item is what people know, and the name tells what it means
   int marked = -1;       // of ranked rows, as there
-  int64_t before = -1;   // of days that are compared with earlier ones: the count of such a one
+  TimeSpan seen = kNoTimes;
+  int64_t before = -1;  // of days that are compared with earlier ones: the count of such a one
 };
 
 // The way through the rows, and what was known before the first.
@@ -37,6 +38,7 @@ struct SectionRows {
   int64_t distinct;  // items, before any was cut off
   int64_t total;     // what the shares are of
   bool bytes;        // rows have bytes
+  bool seen;         // rows tell when they were seen first and last
   bool timed;        // rows have times, and the total is of microseconds
   const Section* section;
   RankedRows ranked;

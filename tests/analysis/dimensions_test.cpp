@@ -126,6 +126,20 @@ TEST_F(DimensionsTest, BrowsersAreDividedByVersion) {
   EXPECT_EQ(Of("browserfamilies").total, 4);
 }
 
+TEST_F(DimensionsTest, HostsTellWhenTheyWereSeen) {
+  Ask("hosts");
+  Run({{.host = "192.0.2.1", .time = "05/Mar/2000:10:00:09"},
+       {.host = "192.0.2.1", .time = "05/Mar/2000:10:00:05"},
+       {.host = "a.example", .time = "06/Mar/2000:10:00:00"},
+       {.host = "192.0.2.1", .time = "05/Mar/2000:10:00:07"}});
+  EXPECT_EQ(Of("hosts").total, 4);
+  const ListItem* const first = KeyOrder(Of("hosts").list);
+  EXPECT_EQ(SpanOf(*first).first, 952250405);
+  EXPECT_EQ(SpanOf(*first).last, 952250409);
+  EXPECT_EQ(SpanOf(*first->next).first, 952336800);
+  EXPECT_EQ(SpanOf(*first->next).last, 952336800);
+}
+
 // The amounts of other tables are bytes, whatever stands before and behind them.
 TEST_F(DimensionsTest, TimesCountByUrlWithTheirSum) {
   Ask("slow");

@@ -233,6 +233,20 @@ def versions_of(text):
     return {row["item"]: {version["item"]: version["count"] for version in row["versions"]} for row in rows}
 
 
+def seen_here(numbered):
+    """Of each host, the seconds of its first and last request: what both kinds of lines are dated by."""
+    seen = {}
+    for second, request in numbered:
+        time = f"2001-03-05T10:{second // 60 % 60:02}:{second % 60:02}+00:00"
+        first, last = seen.get(normal_host(request), (time, time))
+        seen[normal_host(request)] = min(first, time), max(last, time)
+    return seen
+
+
+def seen(text):
+    return {row["item"]: (row["first_seen"], row["last_seen"]) for row in json.loads(text)["sections"]["hosts"]["rows"]}
+
+
 def sections(names):
     return [f"{name}=1,0" for name in names]
 
@@ -265,6 +279,7 @@ def check(folder, chance):
         assert way in COUNTED_HERE or text == ways["one process"], way
     assert pages_of(ways["servererrors"]) == pages_here(requests)
     assert versions_of(ways["browserfamilies"]) == versions_here(requests)
+    assert seen(ways["hosts"]) == seen_here(enumerate(requests))
     assert asking(ways["robots"]) == asking_here(requests)
 
 
