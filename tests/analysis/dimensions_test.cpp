@@ -118,12 +118,13 @@ TEST_F(DimensionsTest, BrowsersAreDividedByVersion) {
   Ask("browserfamilies");
   settings_.with_bytes = 1;
   Run({{.agent = "Mozilla/5.0 (X11; Linux) Gecko/20100101 Firefox/115.0"},
+       {.agent = "Mozilla/5.0 (X11; Linux) Gecko/20100101 Firefox/115.0"},
        {.agent = "Mozilla/5.0 (X11; Linux) Gecko/20100101 Firefox/115.9"},
        {.agent = "Mozilla/5.0 (X11; Linux) Gecko/20100101 Firefox/128.0"},
        {.agent = "Mozilla/5.0 (X11; Linux) Gecko/20100101 Firefox"},
        {.agent = "curl/8.5.0"}});
-  EXPECT_EQ(Counted(Of("browserfamilies").list), "Firefox=4:400(Firefox 115=2 Firefox 128=1 ) ");
-  EXPECT_EQ(Of("browserfamilies").total, 4);
+  EXPECT_EQ(Counted(Of("browserfamilies").list), "Firefox=5:500(Firefox 115=3 Firefox 128=1 ) ");
+  EXPECT_EQ(Of("browserfamilies").total, 5);
 }
 
 TEST_F(DimensionsTest, HostsTellWhenTheyWereSeen) {
