@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <span>
+#include <utility>
 
 #include "analysis/item_key.h"
 #include "analysis/item_store.h"
@@ -310,7 +311,8 @@ static bool mAnyAmounts = false;  // some list adds them up
 static int64_t mAmount = 0;       // of the keys that are queued now
 static int64_t mAmountNow = 0;    // of the key that is being counted
 
-void init_list(List& list, ListInfo*& info, const char* name, SubLists sublists, Amounts amounts) {
+void init_list(List& list, ListInfo*& info, const char* name, SubLists sublists, Amounts amounts,
+               Spans spans) {
   list = {};
   info = static_cast<ListInfo*>(mpAllocateZeroed(1, sizeof(ListInfo)));
   if (info == nullptr) {
@@ -320,6 +322,7 @@ void init_list(List& list, ListInfo*& info, const char* name, SubLists sublists,
   info->name = name;
   info->sublists = sublists == SubLists::kAny;
   info->amounts = amounts == Amounts::kSummed;
+  info->spans = spans == Spans::kKept;
   mAnyAmounts |= info->amounts;
   Append(gListInfo, {info, info});
 }
@@ -335,7 +338,9 @@ void init_list(List& list, ListInfo*& info, const char* name, SubLists sublists,
   const size_t padded = PaddedKeySize(key.size());
   const bool has_tail = info.sublists && parent == nullptr;
   const bool has_amount = info.amounts && parent == nullptr;
-  const size_t size = sizeof(ListItem) + padded + (has_tail ? kTailSize : 0) + (has_amount ? kAmountSize : 0);
+  const bool has_span = info.spans && parent == nullptr;
+  const size_t size = sizeof(ListItem) + padded + (has_tail ? kTailSize : 0) +
+                      (has_amount ? kAmountSize : 0) + (has_span ? kSpanSize : 0);
   ListItem* item = static_cast<ListItem*>(smart_alloc(size, info, parent));
   if (item == nullptr) {
     EndWithoutMemory();
@@ -357,6 +362,10 @@ void init_list(List& list, ListInfo*& info, const char* name, SubLists sublists,
   item->has_amount = has_amount;
   if (has_amount) {
     item->amount() = 0;
+  }
+  item->has_span = has_span;
+  if (has_span) {
+    item->span() = kNoTimes;
   }
   list.first = item;
   ++list.length;
@@ -407,6 +416,14 @@ static List& SublistOf(ListItem& item) {
 static void AddAmount(const ListItem& item, int64_t amount) {
   if (item.has_amount && __builtin_add_overflow(item.amount(), amount, &item.amount())) {
     item.amount() = INT64_MAX;
+  }
+}
+
+static void AddSpan(const ListItem& item, const TimeSpan& more) {
+  if (item.has_span) {
+    TimeSpan& span = item.span();
+    span.first = std::min(span.first, more.first);
+    span.last = std::max(span.last, more.last);
   }
 }
 
@@ -517,11 +534,20 @@ static void FetchItems(WaitingKey* keys, size_t count) {
   }
 }
 
-// A key whose record is not the one that was foreseen or is watched, or that is a sub-key of the record
-// before.
+// What belongs to the record before: a sub-key, or without one a time, in the place of an amount.
+static void CountBehind(const WaitingKey& key) {
+  ListItem& item = *(&key)[-1].item;
+  if (key.length == 0) {
+    AddSpan(item, {key.amount, key.amount});
+  } else {
+    CountSubkey(item, key.info, key.key(), key.hash, key.ignore_case);
+  }
+}
+
+// A key whose record is not the one that was foreseen or is watched, or that belongs to the record before.
 [[gnu::noinline]] static void CountOther(WaitingKey& key) {
   if (key.is_subkey) {
-    CountSubkey(*(&key)[-1].item, key.info, key.key(), key.hash, key.ignore_case);
+    CountBehind(key);
     return;
   }
   mAmountNow = key.amount;
@@ -577,7 +603,8 @@ void ForgetForeseen() {
   }
 }
 
-static List mSublist = {};  // stands for any sub-list, of which nothing is known before its key is counted
+// Stands for any sub-list, of which nothing is known before its key is counted, and for the times of records.
+static List mSublist = {};
 
 static void Wait(List& list, ListInfo* info, std::string_view key, bool ignore_case, bool is_subkey) {
   const size_t length = std::min(key.size(), mCountingLimits.item);
@@ -594,6 +621,13 @@ static void Wait(List& list, ListInfo* info, std::string_view key, bool ignore_c
   }
 }
 
+// A key and what belongs to it wait in one group.
+static void BeginPair() {
+  if (mpNext + 1 == mpEnd) {
+    TurnOver();
+  }
+}
+
 void queue_item(List& list, ListInfo* info, std::string_view key, bool ignore_case) {
   if (!key.empty()) {
     Wait(list, info, key, ignore_case, false);
@@ -605,11 +639,20 @@ void queue_item(List& list, ListInfo* info, std::string_view key, std::string_vi
     queue_item(list, info, key, ignore_case);
     return;
   }
-  if (mpNext + 1 == mpEnd) {
-    TurnOver();  // both wait in one group
-  }
+  BeginPair();
   Wait(list, info, key, ignore_case, false);
   Wait(mSublist, info, subkey, ignore_case, true);
+}
+
+void queue_item_at(List& list, ListInfo* info, std::string_view key, int64_t time, bool ignore_case) {
+  if (key.empty()) {
+    return;
+  }
+  BeginPair();
+  Wait(list, info, key, ignore_case, false);
+  const int64_t amount = std::exchange(mAmount, time);
+  Wait(mSublist, info, key.substr(0, 0), ignore_case, true);
+  mAmount = amount;
 }
 
 void queue_copy(List& list, ListInfo* info, std::string_view key, std::string_view subkey, bool ignore_case) {
@@ -694,6 +737,18 @@ void add_items(List& list, ListInfo* info, std::string_view key, const KeyCount&
   AddAmount(item, count.amount);
 }
 
+void add_subitems(const List& list, ListInfo* info, std::string_view key, std::string_view subkey,
+                  int64_t count) {
+  count_queued();
+  key = key.substr(0, mCountingLimits.item);
+  subkey = subkey.substr(0, mCountingLimits.item);
+  const uint32_t hash = list.attacked ? SafeHash(key, false) : HashOf(key, false);
+  ListItem* const item = Find(list, key, hash, false);
+  if (item != nullptr && item->has_tail && !subkey.empty()) {
+    CountKey(SublistOf(*item), info, subkey, HashOf(subkey, false), item, false, count);
+  }
+}
+
 // ---- Counts that were written down ----
 
 static void SaveItem(PartWriter& part, const ListItem& item) {
@@ -718,16 +773,39 @@ static void FetchBefore(const ListItem& item) {
 // What follows each key of a list that was written down, behind its count.
 static constexpr uint64_t kWithSublists = 1;
 static constexpr uint64_t kWithAmounts = 2;
+static constexpr uint64_t kWithSpans = 4;
+static constexpr uint64_t kWithAll = kWithSublists | kWithAmounts | kWithSpans;
+static constexpr int64_t kLatestTime = int64_t{1} << 40;  // seconds, far behind the last year of a date
+
+static void SaveSpan(PartWriter& part, const TimeSpan& span) {
+  PutSigned(part, span.first);
+  PutFigure(part, static_cast<uint64_t>(span.last - span.first));
+}
+
+static TimeSpan TakeSpan(PartReader& part) {
+  const int64_t first = TakeSigned(part);
+  if (first < -kLatestTime || first > kLatestTime) {
+    MarkDamaged(part);
+    return kNoTimes;
+  }
+  return {first,
+          first + static_cast<int64_t>(TakeFigureUpTo(part, static_cast<uint64_t>(kLatestTime - first)))};
+}
 
 void SaveList(PartWriter& part, const List& list) {
   const bool amounts = list.first != nullptr && list.first->has_amount;
+  const bool spans = list.first != nullptr && list.first->has_span;
   PutFigure(part, list.length);
-  PutFigure(part, (list.has_sublists ? kWithSublists : 0) | (amounts ? kWithAmounts : 0));
+  PutFigure(part, (list.has_sublists ? kWithSublists : 0) | (amounts ? kWithAmounts : 0) |
+                      (spans ? kWithSpans : 0));
   for (const ListItem* item = list.first; item != nullptr; item = item->next) {
     FetchBefore(*item);
     SaveItem(part, *item);
     if (amounts) {
       PutFigure(part, static_cast<uint64_t>(item->amount()));
+    }
+    if (spans) {
+      SaveSpan(part, item->span());
     }
     if (list.has_sublists) {
       const List& sublist = SublistIn(*item);
@@ -743,17 +821,19 @@ struct SavedKey {
   std::string_view key;
   int64_t count;
   int64_t amount;
+  TimeSpan span;
   uint32_t hash;
 };
 
 static size_t LongestSavedKey() {
-  return mCountingLimits.item + 3 * kLongestFigure;
+  return mCountingLimits.item + 5 * kLongestFigure;
 }
 
 // How the keys of a list that is being added are read.
 struct SavedForm {
   bool ignore_case;
   bool amounts;
+  bool spans;
 };
 
 // False when there is none that could have been saved.
@@ -766,6 +846,7 @@ static bool TakeKey(PartReader& part, const SavedForm& form, SavedKey& saved) {
     return false;
   }
   saved.amount = form.amounts ? static_cast<int64_t>(TakeFigureUpTo(part, INT64_MAX)) : 0;
+  saved.span = form.spans ? TakeSpan(part) : kNoTimes;
   saved.hash = mpKeyForm->hash(saved.key, form.ignore_case, mSeed);
   return true;
 }
@@ -774,13 +855,14 @@ static ListItem& CountSaved(List& list, ListInfo* info, const SavedKey& saved, c
                             bool ignore_case) {
   ListItem& item = CountKey(list, info, saved.key, saved.hash, parent, ignore_case, saved.count);
   AddAmount(item, saved.amount);
+  AddSpan(item, saved.span);
   return item;
 }
 
 static bool AddSavedSublist(PartReader& part, ListItem& item, ListInfo* info, bool ignore_case) {
   for (uint64_t left = TakeFigure(part); left > 0; --left) {
     SavedKey saved;
-    if (!TakeKey(part, {ignore_case, false}, saved)) {
+    if (!TakeKey(part, {ignore_case, false, false}, saved)) {
       return false;
     }
     if (item.has_tail) {
@@ -836,8 +918,11 @@ static void AddGroup(List& list, ListInfo* info, std::span<const SavedKey> group
 bool AddSavedList(PartReader& part, List& list, ListInfo* info, bool ignore_case) {
   count_queued();
   const uint64_t length = TakeFigure(part);
-  const uint64_t with = TakeFigureUpTo(part, kWithSublists | kWithAmounts);
-  const SavedForm form{ignore_case, (with & kWithAmounts) != 0};
+  const uint64_t with = TakeFigureUpTo(part, kWithAll);
+  const SavedForm form{ignore_case, (with & kWithAmounts) != 0, (with & kWithSpans) != 0};
+  if (info->spans && !form.spans && length > 0) {
+    MarkDamaged(part);
+  }
   if ((with & kWithSublists) != 0) {
     return AddWithSublists(part, list, info, length, form);
   }
@@ -858,11 +943,14 @@ static void PassItem(PartReader& part) {
 
 bool PassSavedList(PartReader& part) {
   const uint64_t length = TakeFigure(part);
-  const uint64_t with = TakeFigureUpTo(part, kWithSublists | kWithAmounts);
+  const uint64_t with = TakeFigureUpTo(part, kWithAll);
   for (uint64_t left = length; left > 0 && !part.damaged; --left) {
     PassItem(part);
     if ((with & kWithAmounts) != 0) {
       TakeFigure(part);
+    }
+    if ((with & kWithSpans) != 0) {
+      TakeSpan(part);
     }
     for (uint64_t subs = (with & kWithSublists) != 0 ? TakeFigure(part) : 0; subs > 0 && !part.damaged;
          --subs) {

@@ -22,13 +22,22 @@ using ItemRef = uint32_t;
 // What one record counts as in the memory statistics, whatever it really takes.
 inline constexpr size_t kListItemSize = 256;
 
+// Seconds since 1970-01-01 of the first and of the last of some moments, in whatever order they come. Without
+// any, first is behind last.
+struct TimeSpan {
+  int64_t first;
+  int64_t last;
+};
+inline constexpr TimeSpan kNoTimes = {INT64_MAX, INT64_MIN};
+
 // A record. A few words and the key, close together: see item_store.h.
 struct ListItem {
   uint32_t hash;        // of the key; differs from run to run
   uint16_t length;      // at most kLongestItem
   uint8_t kind;         // what the list's classifier made of the key
   bool has_tail : 1;    // a pointer to a sub-list follows the padded name,
-  bool has_amount : 1;  // and a sum of amounts whatever stands there
+  bool has_amount : 1;  // a sum of amounts whatever stands there,
+  bool has_span : 1;    // and the span of its times whatever stands there
   ListItem* next;
   int64_t rank;   // lower bound of count under which a reclaim has filed the record
   int64_t count;  // where figures are narrow, 32 bits of it count
@@ -38,6 +47,7 @@ struct ListItem {
   List* sublist() const { return has_tail ? *tail() : nullptr; }  // null when empty
   List** tail() const;
   int64_t& amount() const;  // where there is one
+  TimeSpan& span() const;   // likewise
 };
 static_assert(sizeof(ListItem) == 32 && offsetof(ListItem, name) == 32);
 static_assert(kLongestItem <= UINT16_MAX);
@@ -50,6 +60,7 @@ inline size_t PaddedKeySize(size_t length) {
 
 inline constexpr size_t kTailSize = sizeof(void*);
 inline constexpr size_t kAmountSize = sizeof(int64_t);
+inline constexpr size_t kSpanSize = sizeof(TimeSpan);
 
 inline List** ListItem::tail() const {
   return reinterpret_cast<List**>(const_cast<char*>(name) + PaddedKeySize(length));
@@ -58,6 +69,16 @@ inline List** ListItem::tail() const {
 inline int64_t& ListItem::amount() const {
   return *reinterpret_cast<int64_t*>(const_cast<char*>(name) + PaddedKeySize(length) +
                                      (has_tail ? kTailSize : 0));
+}
+
+inline TimeSpan& ListItem::span() const {
+  return *reinterpret_cast<TimeSpan*>(const_cast<char*>(name) + PaddedKeySize(length) +
+                                      (has_tail ? kTailSize : 0) + (has_amount ? kAmountSize : 0));
+}
+
+// The times of a record; none where none are kept.
+inline TimeSpan SpanOf(const ListItem& item) {
+  return item.has_span ? item.span() : kNoTimes;
 }
 
 // The sum of amounts of a record; 0 where none are added up.
@@ -112,7 +133,8 @@ struct ListInfo {
   int32_t reclaimed;  // top-level records that memory reclaims removed
   ListInfo* next;
   bool sublists;           // top-level records may have sub-lists
-  bool amounts;            // and have sums of amounts
+  bool amounts;            // have sums of amounts
+  bool spans;              // and the first and the last time of their occurrences
   KeyClassifier classify;  // null: all keys are of kind 0
   int64_t kinds[kKinds];   // occurrences of keys of each kind; as wide as a record's count
   KeyWatcher watcher;      // null: nobody is told of keys
@@ -133,11 +155,12 @@ void SetCountingLimits(const Limits& limits);
 
 // Empties the list and appends a descriptor for it to gListInfo. list and name
 // must outlive the run's reclaims. Room for a sub-list, and for a sum of amounts, costs each record eight
-// bytes. When memory runs out, the process exits with status 1.
+// bytes, and that for times sixteen. When memory runs out, the process exits with status 1.
 enum class SubLists { kNone, kAny };
 enum class Amounts { kNone, kSummed };
+enum class Spans { kNone, kKept };
 void init_list(List& list, ListInfo*& info, const char* name, SubLists sublists = SubLists::kNone,
-               Amounts amounts = Amounts::kNone);
+               Amounts amounts = Amounts::kNone, Spans spans = Spans::kNone);
 
 // What each key that is queued from now on adds to the sum of its record, in lists that add amounts up, where
 // it stays below 2^63. Not below 0, and 0 until this is called.
@@ -173,6 +196,9 @@ void add_item(List& list, ListInfo* info, std::string_view key, std::string_view
 void queue_item(List& list, ListInfo* info, std::string_view key, bool ignore_case);
 void queue_item(List& list, ListInfo* info, std::string_view key, std::string_view subkey, bool ignore_case);
 
+// The same with the time of the occurrence, in a list that keeps times.
+void queue_item_at(List& list, ListInfo* info, std::string_view key, int64_t time, bool ignore_case);
+
 // The same for a key whose buffer is needed for something else; a sub-key stays where it is.
 void queue_copy(List& list, ListInfo* info, std::string_view key, bool ignore_case);
 void queue_copy(List& list, ListInfo* info, std::string_view key, std::string_view subkey, bool ignore_case);
@@ -189,6 +215,11 @@ struct KeyCount {
 
 // Counts so many occurrences at once, as add_item does. The buffer may end with the key.
 void add_items(List& list, ListInfo* info, std::string_view key, const KeyCount& count);
+
+// Counts so many occurrences of subkey in the sub-list of key; key itself counts no more than before. Does
+// nothing where the list has no such key, or no sub-lists. The buffers may end with the texts.
+void add_subitems(const List& list, ListInfo* info, std::string_view key, std::string_view subkey,
+                  int64_t count);
 
 // Takes the first record of the chain out of the list: copies its key, cut to the capacity, and tells what
 // was counted. False when there is none. The memory budget has its room back.
@@ -230,12 +261,13 @@ void destroy(List& list);
 // The same of a list and of what its descriptor has counted, which stays for the keys that are counted next.
 void empty_list(List& list, ListInfo& info);
 
-// Writes down what a list has counted: keys, counts, sums of amounts, sub-lists. list_length of it comes
-// first.
+// Writes down what a list has counted: keys, counts, sums of amounts, times, sub-lists. list_length of it
+// comes first. Where times are kept, each of its keys has come with one.
 void SaveList(PartWriter& part, const List& list);
 
 // Adds what was written down, as if its keys had been counted as often behind all that were counted before;
-// sub-lists and sums only where the list may have some. The reader's bytes go on for kScanOverread bytes.
+// sub-lists, sums and times only where the list may have some. A list that keeps times takes none
+// without them. The reader's bytes go on for kScanOverread bytes.
 // False when the part is damaged, which may have added some of it.
 bool AddSavedList(PartReader& part, List& list, ListInfo* info, bool ignore_case);
 

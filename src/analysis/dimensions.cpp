@@ -4,6 +4,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <iterator>
+#include <set>
+#include <string>
 
 #include "agents/agent.h"
 #include "analysis/countries.h"
@@ -191,6 +193,17 @@ static std::string_view BrowserOf(std::string_view agent, ItemRoom&) {
   return TellAgent(agent).family;
 }
 
+// "Firefox 115"; empty where no version is told.
+static std::string_view BrowserVersionOf(std::string_view agent, ItemRoom& room) {
+  const Agent told = TellAgent(agent);
+  if (told.family.empty() || told.version.empty()) {
+    return {};
+  }
+  size_t length = told.family.copy(room, kLongestItem - 1);
+  room[length++] = ' ';
+  return {room, length + told.version.copy(room + length, kLongestItem - length)};
+}
+
 static std::string_view SystemOf(std::string_view agent, ItemRoom&) {
   return TellAgent(agent).system;
 }
@@ -202,6 +215,16 @@ static std::string_view DeviceOf(std::string_view agent, ItemRoom&) {
 
 static std::string_view RobotOf(std::string_view agent, ItemRoom&) {
   return TellAgent(agent).robot;
+}
+
+// Nearly all URLs are told by their first characters.
+static bool AsksForRobotsTxt(std::string_view url) {
+  static constexpr std::string_view kRobotsTxt = "/robots.txt";
+  return (url.starts_with(kRobotsTxt) || !url.starts_with('/')) && PathOf(url) == kRobotsTxt;
+}
+
+static std::string_view AgentAskingForRobotsTxt(const Request& request, ItemRoom&) {
+  return AsksForRobotsTxt(request.url) ? request.record.agent : std::string_view{};
 }
 
 static std::string_view CountryOfRequest(const Request& request, ItemRoom& room) {
@@ -274,16 +297,18 @@ constexpr Dimension kDimensions[] = {
      .of_request = ErrorOf,
      .asks = {.referrer = true},
      .led_by = ReferrerOf,
-     .led_by_table = "servererrors_referrers",
-     .led_by_columns = "rank,page,count,share,error"},
+     .below_table = "servererrors_referrers",
+     .below_columns = "rank,page,count,share,error"},
     {.parameter = "hosts",
      .behind = "browsers",
      .words = {"Visitors' addresses", "Address", "addresses", "address", "request that names a host",
-               "requests that name a host", "Who asked most, by whole address or name."},
-     .columns = "rank,host,count,share",
+               "requests that name a host",
+               "Who asked most, by whole address or name, and when first and last in this report."},
+     .columns = "rank,host,count,share,first_seen,last_seen",
      .from = SummedFrom::kRequests,
      .of_request = HostOf,
-     .asks = {.host = true}},
+     .asks = {.host = true},
+     .seen = true},
     {.parameter = "users",
      .behind = "domaintypes",
      .words = {"Users who signed on", "User", "users", "user", "request of a user", "requests of users",
@@ -325,10 +350,15 @@ constexpr Dimension kDimensions[] = {
     {.parameter = "browserfamilies",
      .behind = "browsers",
      .words = {"Browser families", "Browser", "browsers", "browser", "request of a browser",
-               "requests of browsers", "What visitors look at the site with, without robots."},
+               "requests of browsers",
+               "What visitors look at the site with, without robots, and in which versions."},
      .columns = "rank,browser,count,share",
      .from = SummedFrom::kBrowsers,
-     .of_item = BrowserOf},
+     .of_item = BrowserOf,
+     .divided_by = BrowserVersionOf,
+     .below = {"versions", " versions", " ", "- ", false},
+     .below_table = "browserfamilies_versions",
+     .below_columns = "rank,version,count,share,browser"},
     {.parameter = "systems",
      .behind = "browserfamilies",
      .words = {"Operating systems", "System", "systems", "system", "request of a browser",
@@ -345,13 +375,17 @@ constexpr Dimension kDimensions[] = {
      .of_item = DeviceOf},
     {.parameter = "robots",
      .behind = "devices",
-     .words = {"Robots", "Robot", "robots", "robot", "request of a robot", "requests of robots",
-               "Programs that ask for pages by themselves, and what they are for. Each is called as it calls "
-               "itself."},
-     .columns = "rank,robot,count,share,purpose",
+     .words =
+         {"Robots", "Robot", "robots", "robot", "request of a robot", "requests of robots",
+          "Programs that ask for pages by themselves, and what they are for. Each is called as it calls "
+          "itself. Whether it has asked for robots.txt, which tells robots what they may not ask for, is "
+          "told by the requests of this report."},
+     .columns = "rank,robot,count,share,purpose,robots_txt",
      .from = SummedFrom::kBrowsers,
+     .of_request = AgentAskingForRobotsTxt,
      .of_item = RobotOf,
-     .name_of = PurposeOfRobot},
+     .name_of = PurposeOfRobot,
+     .mark = {"robots.txt", "robots_txt"}},
     {.parameter = "visitors",
      .behind = "dailytotals",
      .words =
@@ -526,11 +560,15 @@ AskedTexts WithTextsOfDimensions(const Settings& settings, AskedTexts asked) {
   return asked;
 }
 
+static bool HasMarks(const Dimension& dimension) {
+  return !dimension.mark.title.text().empty();
+}
+
 uint32_t DimensionsOfRequests(const Settings& settings) {
   uint32_t dimensions = 0;
   for (size_t row = 0; row < kDimensionCount; ++row) {
-    dimensions |= uint32_t{IsCounted(settings, row) && SourceOf(settings, row) == SummedFrom::kRequests}
-                  << row;
+    const bool of_requests = SourceOf(settings, row) == SummedFrom::kRequests || HasMarks(kDimensions[row]);
+    dimensions |= uint32_t{IsCounted(settings, row) && of_requests} << row;
   }
   return dimensions;
 }
@@ -548,14 +586,18 @@ static Amounts AmountsOf(const Dimension& dimension, const Settings& settings) {
   return dimension.second.title.text().empty() ? Amounts::kNone : Amounts::kSummed;
 }
 
+static bool HasSublists(const Dimension& dimension) {
+  return HasSubItems(dimension) || dimension.timed || HasMarks(dimension);
+}
+
 void CreateDimensions(const Settings& settings, Analysis& analysis) {
   for (size_t row = 0; row < kDimensionCount; ++row) {
     if (IsCounted(settings, row)) {
       CountedReport& report = analysis.dimensions[row];
       const Dimension& dimension = kDimensions[row];
       init_list(report.list, report.info, dimension.words.title.text().data(),
-                dimension.led_by != nullptr || dimension.timed ? SubLists::kAny : SubLists::kNone,
-                AmountsOf(dimension, settings));
+                HasSublists(dimension) ? SubLists::kAny : SubLists::kNone, AmountsOf(dimension, settings),
+                dimension.seen ? Spans::kKept : Spans::kNone);
     }
   }
   analysis.visits = IsSummedFrom(settings, SummedFrom::kVisits) ? NewVisits() : nullptr;
@@ -567,6 +609,11 @@ static void CountTaken(CountedReport& report, std::string_view item, const Super
   queue_item(report.list, report.info, item, NameOfBucket(BucketOf(record.taken)), false);
   count_amounts(std::max<int64_t>(record.bytes, 0));
   report.total = record.taken > INT64_MAX - report.total ? INT64_MAX : report.total + record.taken;
+}
+
+static void CountSeen(CountedReport& report, std::string_view item, const SuperLogRecord& record) {
+  queue_item_at(report.list, report.info, item, record.time, false);
+  ++report.total;
 }
 
 void CountDimensions(uint32_t dimensions, const Request& request, Analysis& analysis) {
@@ -583,6 +630,8 @@ void CountDimensions(uint32_t dimensions, const Request& request, Analysis& anal
     } else if (item.data() == room) {
       CountCopy(analysis.dimensions[row], item,
                 dimension.led_by != nullptr ? dimension.led_by(request.record) : std::string_view{});
+    } else if (dimension.seen) {
+      CountSeen(analysis.dimensions[row], item, request.record);
     } else {
       CountItem(analysis.dimensions[row], item, false);
     }
@@ -604,6 +653,14 @@ static void SumUpStatuses(CountedReport& report, const Analysis& analysis) {
   }
 }
 
+static void AddBelow(const Dimension& dimension, std::string_view of_item, const ListItem& item,
+                     CountedReport& report) {
+  if (dimension.divided_by != nullptr) {
+    ItemRoom room;
+    add_subitems(report.list, report.info, of_item, dimension.divided_by(item.key(), room), item.count);
+  }
+}
+
 // What memory reclaims took from the source is missing here.
 static void SumUpItems(const Dimension& dimension, const Settings& settings, const CountedReport& source,
                        int64_t total, CountedReport& report) {
@@ -617,9 +674,30 @@ static void SumUpItems(const Dimension& dimension, const Settings& settings, con
       report.total -= item->count;
     } else {
       Add(report, of_item, {item->count, AmountOf(*item)});
+      AddBelow(dimension, of_item, *item, report);
     }
   }
   report.info->reclaimed += source.info->reclaimed;
+}
+
+// While requests are counted, the list holds what is to be marked: the items of these, each once.
+static std::set<std::string> TakeMarked(const Dimension& dimension, CountedReport& report) {
+  std::set<std::string> marked;
+  ItemRoom room;
+  char source[kLongestItem + 1];
+  for (KeyCount count{}; take_first(report.list, *report.info, source, sizeof source, count);) {
+    marked.emplace(dimension.of_item(source, room));
+  }
+  return marked;
+}
+
+static void SumUpMarkedItems(const Dimension& dimension, const Settings& settings,
+                             const CountedReport& source, CountedReport& report) {
+  const std::set<std::string> marked = TakeMarked(dimension, report);
+  SumUpItems(dimension, settings, source, source.total, report);
+  for (const std::string& item : marked) {
+    add_subitems(report.list, report.info, item, dimension.mark.name.text(), 1);
+  }
 }
 
 static const CountedReport& HostsOf(const Analysis& analysis) {
@@ -644,7 +722,11 @@ static void SumUp(const Dimension& dimension, const Settings& settings, SummedFr
                  report);
       return;
     case SummedFrom::kBrowsers:
-      SumUpItems(dimension, settings, analysis.browsers, analysis.browsers.total, report);
+      if (HasMarks(dimension)) {
+        SumUpMarkedItems(dimension, settings, analysis.browsers, report);
+      } else {
+        SumUpItems(dimension, settings, analysis.browsers, analysis.browsers.total, report);
+      }
       return;
     case SummedFrom::kVisits:
       dimension.of_visits(visits, report);

@@ -53,6 +53,22 @@ struct SecondFigure {
   Literal words = "";  // before the figure, within brackets
 };
 
+// What outputs call what stands below an item, which is as often shown as there is some.
+struct SubItemWords {
+  Literal name;     // for programs
+  Literal several;  // behind their number
+  Literal between;  // between the count and one of them
+  Literal arrow;    // before one of them, in texts
+  bool are_pages;   // which may be links
+};
+inline constexpr SubItemWords kLeadingPages = {"referrers", " pages link here", " from ", "<- ", true};
+
+// What is told of each item beside its figures: whether there was such a request.
+struct Mark {
+  Literal title = "";  // heading of its column; empty: there is none
+  Literal name = "";   // for programs
+};
+
 struct Dimension {
   const char* parameter;  // switches the section on
   const char* behind;     // parameter of the section that it stands behind in a page
@@ -60,17 +76,21 @@ struct Dimension {
   Literal columns;  // of the section as a table of its own
   SummedFrom from;
   // The item of a request, a text of the record or made in the room; absent or empty: it has none. Where it
-  // is made of hosts, it is used where these are cut.
+  // is made of hosts, it is used where these are cut; where items have a mark, it is what they are made of,
+  // and marks them.
   std::string_view (*of_request)(const Request& request, ItemRoom& room) = nullptr;
   AskedTexts asks = {};  // what it needs of the record
   // What led to the item of a request, a text of the record; null: nobody wants to know.
   std::string_view (*led_by)(const SuperLogRecord& record) = nullptr;
-  const char* led_by_table = nullptr;  // name and columns of what led to items as a table of its own
-  Literal led_by_columns = "";
   // The item of another table's item: a view of that, or made in the room; empty: there is none.
   std::string_view (*of_item)(std::string_view item, ItemRoom& room) = nullptr;
   // The same of an item with levels, of which so many count: a view of it.
   std::string_view (*of_levels)(std::string_view item, int levels) = nullptr;
+  // What is told of that other item below this one, likewise; null: nothing is.
+  std::string_view (*divided_by)(std::string_view item, ItemRoom& room) = nullptr;
+  SubItemWords below = kLeadingPages;  // what led to items, or divides them, and
+  const char* below_table = nullptr;   // its name and columns as a table of its own
+  Literal below_columns = "";
   const char* (*name_of)(std::string_view item) = nullptr;  // what an item is called; null: nothing else
   bool name_is_read = false;                                // people know that, and the item is a code for it
   bool of_site = false;                                     // items are paths of the analysed site
@@ -80,6 +100,8 @@ struct Dimension {
   void (*of_logs)(const Settings& settings, CountedReport& report) = nullptr;
   Literal counted = "Requests";  // heading of what is counted
   SecondFigure second = {};
+  Mark mark = {};             // of items that are made of others
+  bool seen = false;          // when each item was seen first and last is told
   bool of_days = false;       // items are days, which stand in their own order
   bool with_figures = false;  // of all visits, before the items
   bool in_classes = false;    // status codes, whose sums by class stand before them
@@ -89,6 +111,11 @@ struct Dimension {
 // Whether requests are counted, so that items can have their bytes.
 constexpr bool IsOfRequests(const Dimension& dimension) {
   return dimension.from != SummedFrom::kVisits && dimension.from != SummedFrom::kLogs;
+}
+
+// Whether something stands below its items.
+inline bool HasSubItems(const Dimension& dimension) {
+  return dimension.led_by != nullptr || dimension.divided_by != nullptr;
 }
 
 extern const Dimension kDimensions[];

@@ -26,7 +26,8 @@ static constexpr size_t kSlabPart = 4;
 static constexpr size_t kChunksMax = size_t{1} << 19;  // so that 32 bits name each unit
 
 // Free blocks by units; what is longer than any record is in the last list.
-static constexpr size_t kLongestRecord = sizeof(ListItem) + kLongestItem + kKeyWord + kTailSize + kAmountSize;
+static constexpr size_t kLongestRecord =
+    sizeof(ListItem) + kLongestItem + kKeyWord + kTailSize + kAmountSize + kSpanSize;
 static constexpr size_t kLists = kLongestRecord / kStoreUnit + 2;
 
 char** mpChunks = nullptr;
@@ -45,7 +46,7 @@ static size_t mTakenUnits = 0;  // since free blocks were joined
 
 static size_t UnitsOf(const ListItem& item) {
   return (sizeof(ListItem) + PaddedKeySize(item.length) + (item.has_tail ? kTailSize : 0) +
-          (item.has_amount ? kAmountSize : 0)) /
+          (item.has_amount ? kAmountSize : 0) + (item.has_span ? kSpanSize : 0)) /
          kStoreUnit;
 }
 

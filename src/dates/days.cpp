@@ -59,10 +59,14 @@ DayRange YearOf(const CalendarDate& day) {
   return {{1, 1, day.year}, {12, 31, day.year}};
 }
 
+CalendarDate DayOf(const tm& local) {
+  return {local.tm_mon + 1, local.tm_mday, std::clamp(local.tm_year + 1900, 0, 9999)};
+}
+
 CalendarDate DayOf(time_t when) {
   tm local{};
   TimeToLocal(when, local);
-  return {local.tm_mon + 1, local.tm_mday, std::clamp(local.tm_year + 1900, 0, 9999)};
+  return DayOf(local);
 }
 
 static bool HasBegun(const CalendarDate& day, time_t when) {

@@ -33,6 +33,7 @@ DayRange YearOf(const CalendarDate& day);
 
 // The local day of a time; years beyond 0 to 9999 are cut to them.
 CalendarDate DayOf(time_t when);
+CalendarDate DayOf(const tm& local);
 
 // The first second that the local clock shows on a day, which may be repeated, or on a later one when the
 // clock leaves that day out. A day of the calendar, or the one behind its last.

@@ -9,6 +9,7 @@
 #include "dates/clock.h"
 #include "dates/zone.h"
 #include "output/escape.h"
+#include "output/moments.h"
 #include "output/refusal_line.h"
 #include "output/sink.h"
 #include "report/answer_head.h"
@@ -21,7 +22,7 @@ static constexpr int kShareDigits = 6;
 
 // ---- Tables ----------------------------------------------------------------------------
 
-// A row of a table: that of a section, or of the pages that led to an item.
+// A row of a table: that of a section, or of the pages that led to an item, or others below it.
 struct CsvRow {
   int64_t rank;
   const char* item;
@@ -32,6 +33,8 @@ struct CsvRow {
   int64_t second = -1;
   int64_t before = -1;  // the count of the day that it is compared with; below 0: none
   TimesTaken times = {};
+  int marked = -1;
+  TimeSpan seen = kNoTimes;
 };
 
 struct Cells {
@@ -69,6 +72,21 @@ static void PutWithDetail(Cells& cells, const CsvRow& row) {
   PutText(cells, row.detail);
 }
 
+static void PutWithMark(Cells& cells, const CsvRow& row) {
+  PutWithDetail(cells, row);
+  Put(cells.sink, row.marked != 0 ? Literal(",yes") : Literal(",no"));
+}
+
+static void PutWithSeen(Cells& cells, const CsvRow& row) {
+  PutWithoutDetail(cells, row);
+  for (const int64_t time : {row.seen.first, row.seen.last}) {
+    Put(cells.sink, ",");
+    if (row.seen.first <= row.seen.last) {
+      PutMoment(cells.sink, time);
+    }
+  }
+}
+
 // The second figure in place of a detail.
 static void PutSecond(Cells& cells, const CsvRow& row) {
   Put(cells.sink, ",");
@@ -80,7 +98,7 @@ static void PutWithSecond(Cells& cells, const CsvRow& row) {
   PutSecond(cells, row);
 }
 
-static void PutDay(Cells& cells, const CsvRow& row) {
+static void PutDayRow(Cells& cells, const CsvRow& row) {
   PutText(cells, row.item);
   Put(cells.sink, ",");
   PutFigures(cells, row);
@@ -151,7 +169,7 @@ static void PutRows(SectionRows& rows, const char* detail_of_all, PutRow put) {
   int64_t rank = 0;
   for (SectionRow row; NextRow(rows, row);) {
     put(CsvRow{++rank, row.item, row.count, row.share, DetailOf(row, detail_of_all), row.bytes, row.second,
-               row.before, row.times});
+               row.before, row.times, row.marked, row.seen});
   }
 }
 
@@ -202,7 +220,13 @@ static auto WriterOf(const Dimension& dimension) {
     return PutWithTimes;
   }
   if (!dimension.second.title.text().empty()) {
-    return dimension.of_days ? PutDay : PutWithSecond;
+    return dimension.of_days ? PutDayRow : PutWithSecond;
+  }
+  if (!dimension.mark.title.text().empty()) {
+    return PutWithMark;
+  }
+  if (dimension.seen) {
+    return PutWithSeen;
   }
   return dimension.name_of != nullptr ? PutWithDetail : PutWithoutDetail;
 }
@@ -222,12 +246,11 @@ static Table ClassesTableOf(const Section& section) {
 }
 
 static bool HasReferrers(const Section& section) {
-  return section.dimension->led_by != nullptr;
+  return HasSubItems(*section.dimension);
 }
 
 static Table ReferrersTableOf(const Section& section) {
-  return {section.dimension->led_by_table, section.id, true, section.dimension->led_by_columns,
-          PutWithDetail};
+  return {section.dimension->below_table, section.id, true, section.dimension->below_columns, PutWithDetail};
 }
 
 // All of them, one after the other, until one is wanted; true then.

@@ -132,13 +132,17 @@ static void PutCount(Sink& sink, int64_t count, double share) {
   PutDecimal(sink, share, kShareDigits);
 }
 
-static void PutReferrers(Sink& sink, SectionRow& row) {
-  Put(sink, ", \"referrers\": [");
+static void PutReferrers(Sink& sink, SectionRow& row, const SubItemWords& words) {
+  Put(sink, ", ");
+  PutJson(sink, words.name.text());
+  Put(sink, ": [");
   bool first = true;
   for (ReferrerRow referrer; NextReferrer(row, referrer); first = false) {
     Put(sink, first ? Literal("{\"item\": ") : Literal(", {\"item\": "));
     PutItem(sink, referrer.address);
-    PutShown(sink, referrer.address);
+    if (words.are_pages) {
+      PutShown(sink, referrer.address);
+    }
     Put(sink, ", \"count\": ");
     PutNumber(sink, referrer.count);
     Put(sink, "}");
@@ -182,9 +186,21 @@ static void PutRow(Sink& sink, const Section& section, SectionRow& row) {
   if (row.times.sum >= 0) {
     PutTimes(sink, row.times);
   }
+  if (row.seen.first <= row.seen.last) {
+    Put(sink, ", \"first_seen\": \"");
+    PutMoment(sink, row.seen.first);
+    Put(sink, "\", \"last_seen\": \"");
+    PutMoment(sink, row.seen.last);
+    Put(sink, "\"");
+  }
   if (row.name != nullptr) {
     Put(sink, ", \"name\": ");
     PutJson(sink, row.name);
+  }
+  if (section.dimension != nullptr && row.marked >= 0) {
+    Put(sink, ", ");
+    PutJson(sink, section.dimension->mark.name.text());
+    Put(sink, row.marked != 0 ? Literal(": true") : Literal(": false"));
   }
   if (row.engine != nullptr) {
     Put(sink, ", \"engine\": ");
@@ -196,7 +212,7 @@ static void PutRow(Sink& sink, const Section& section, SectionRow& row) {
     Put(sink, "\"");
   }
   if (section.items.with_referrers) {
-    PutReferrers(sink, row);
+    PutReferrers(sink, row, SubItemWordsOf(section));
   }
   Put(sink, "}");
 }

@@ -32,7 +32,7 @@ static void PutOffset(Sink& sink, long seconds) {
 
 void PutMoment(Sink& sink, time_t when) {
   const tm local = LocalParts(when);
-  PutDay(sink, DayOf(when));
+  PutDay(sink, DayOf(local));
   Put(sink, "T");
   PutPadded(sink, local.tm_hour, 2);
   Put(sink, ":");
@@ -42,9 +42,19 @@ void PutMoment(Sink& sink, time_t when) {
   PutOffset(sink, local.tm_gmtoff);
 }
 
-void PutClock(Sink& sink, time_t when) {
-  const tm local = LocalParts(when);
+static void PutClock(Sink& sink, const tm& local) {
   PutPadded(sink, local.tm_hour, 2);
   Put(sink, ":");
   PutPadded(sink, local.tm_min, 2);
+}
+
+void PutDayAndClock(Sink& sink, time_t when) {
+  const tm local = LocalParts(when);
+  PutDay(sink, DayOf(local));
+  Put(sink, " ");
+  PutClock(sink, local);
+}
+
+void PutClock(Sink& sink, time_t when) {
+  PutClock(sink, LocalParts(when));
 }

@@ -12,5 +12,8 @@ void PutDay(Sink& sink, const CalendarDate& day);
 // "2026-11-22T18:04:05+01:00"
 void PutMoment(Sink& sink, time_t when);
 
+// "2026-11-22 18:04", of times in these years.
+void PutDayAndClock(Sink& sink, time_t when);
+
 // "18:04"
 void PutClock(Sink& sink, time_t when);

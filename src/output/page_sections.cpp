@@ -187,9 +187,12 @@ static void PutRanked(Sink& sink, const Settings& settings, const Section& secti
               .shares = rows.total > 0,
               .bytes = rows.bytes,
               .second = dimension != nullptr ? dimension->second.title : Literal(""),
+              .mark = dimension != nullptr ? dimension->mark.title : Literal(""),
+              .seen = rows.seen,
               .times = rows.timed,
               .rows = shown.rows,
-              .alone = days};
+              .alone = days,
+              .below = &SubItemWordsOf(section)};
   BeginTable(table, words.title.text().data());
   SectionRow row;
   while (table.next < shown.rows && NextRow(rows, row)) {

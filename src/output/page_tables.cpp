@@ -63,6 +63,13 @@ static void PutHeading(const Table& table) {
   }
   Put(sink, "<th scope=\"col\" class=\"i\">");
   Put(sink, table.columns.item);
+  if (!table.mark.text().empty()) {
+    Put(sink, "</th><th scope=\"col\" class=\"d\">");
+    Put(sink, table.mark);
+  }
+  if (table.seen) {
+    Put(sink, "</th><th scope=\"col\" class=\"d\">First seen</th><th scope=\"col\" class=\"d\">Last seen");
+  }
   Put(sink, "</th><th scope=\"col\" class=\"c\">");
   Put(sink, table.columns.count);
   if (!table.second.text().empty()) {
@@ -99,8 +106,9 @@ static void CloseBlock(const Table& table) {
 }
 
 void BeginTable(Table& table, const char* name) {
-  Put(table.sink, table.times ? Literal("<div class=\"list times\" data-name=\"")
-                              : Literal("<div class=\"list\" data-name=\""));
+  Put(table.sink, table.times  ? Literal("<div class=\"list times\" data-name=\"")
+                  : table.seen ? Literal("<div class=\"list seen\" data-name=\"")
+                               : Literal("<div class=\"list\" data-name=\""));
   PutAttribute(table.sink, name);
   Put(table.sink, "\">\n");
   table.name = name;
@@ -134,22 +142,23 @@ static void PutLead(const Table& table, const SectionRow& row) {
   }
 }
 
-// The pages that led to the item; the first few open, the others folded.
-static void PutReferrers(Sink& sink, SectionRow& row) {
+// The pages that led to the item, or others below it: the first few open, the others folded.
+static void PutReferrers(Sink& sink, SectionRow& row, const SubItemWords& words) {
   const auto all = static_cast<int64_t>(row.referrers.left);
   const bool folded = all > kOpenReferrers;
   if (folded) {
     Put(sink, "<details class=\"in\"><summary>");
     PutGrouped(sink, all);
-    Put(sink, " pages link here</summary>");
+    Put(sink, words.several);
+    Put(sink, "</summary>");
   }
   Put(sink, "<ul class=\"from\">");
   int left = kMostReferrers;
   for (ReferrerRow referrer; left > 0 && NextReferrer(row, referrer); --left) {
     Put(sink, "<li>");
     PutGrouped(sink, referrer.count);
-    Put(sink, " from ");
-    PutItemText(sink, referrer.address, "");
+    Put(sink, words.between);
+    PutItemText(sink, referrer.address, words.are_pages ? "" : nullptr);
     Put(sink, "</li>");
   }
   if (all > kMostReferrers) {
@@ -179,16 +188,17 @@ static bool IsPlain(const Table& table) {
   return table.next >= kBlockRows;
 }
 
-static void PutItem(Sink& sink, SectionRow& row, bool plain) {
+static void PutItem(const Table& table, SectionRow& row) {
+  Sink& sink = table.sink;
   if (row.name != nullptr) {
     PutName(sink, row);
-  } else if (plain) {
+  } else if (IsPlain(table)) {
     PutPlainItem(sink, row.item, row.site);
   } else {
     PutItemText(sink, row.item, row.site);
   }
   if (row.referrers.next != nullptr) {
-    PutReferrers(sink, row);
+    PutReferrers(sink, row, *table.below);
   }
 }
 
@@ -221,6 +231,15 @@ static void PutTimes(Sink& sink, const TimesTaken& times) {
   }
 }
 
+static void PutSeen(Sink& sink, const TimeSpan& seen) {
+  for (const int64_t time : {seen.first, seen.last}) {
+    Put(sink, "</td><td class=\"d\">");
+    if (seen.first <= seen.last) {
+      PutDayAndClock(sink, time);
+    }
+  }
+}
+
 void PutTableRow(Table& table, SectionRow& row) {
   Sink& sink = table.sink;
   if (table.next == table.end) {
@@ -232,7 +251,14 @@ void PutTableRow(Table& table, SectionRow& row) {
   Put(sink, IsWeekend(row) ? Literal("<tr class=\"e\">") : Literal("<tr>"));
   PutLead(table, row);
   Put(sink, "<td class=\"i\">");
-  PutItem(sink, row, IsPlain(table));
+  PutItem(table, row);
+  if (row.marked >= 0) {
+    Put(sink, "</td><td class=\"d\">");
+    Put(sink, row.marked != 0 ? Literal("yes") : Literal("no"));
+  }
+  if (table.seen) {
+    PutSeen(sink, row.seen);
+  }
   Put(sink, "</td><td class=\"c\">");
   PutGrouped(sink, row.count);
   if (!table.second.text().empty()) {

@@ -202,11 +202,18 @@ static void PutHead(Paper& paper, const Settings& settings, const Analysis& anal
 // what is left for the item.
 struct Columns {
   size_t count;
-  size_t bytes;  // 0: there are none
-  bool times;    // there are some
-  size_t bar;    // 0: there are none
+  size_t bytes;       // 0: there are none
+  bool times;         // there are some
+  bool seen;          // first and last seen are told
+  Literal mark = "";  // heading of marks; empty: there are none
+  size_t bar;         // 0: there are none
   size_t item;
 };
+
+// Of so many figures nobody could tell which is which, and there is no room for bars.
+static bool HaveHeadings(const Columns& columns) {
+  return columns.times || columns.seen || !columns.mark.text().empty();
+}
 
 static constexpr size_t kGap = 2;
 static constexpr size_t kShareWidth = sizeof "100.0 %" - 1;
@@ -214,18 +221,32 @@ static constexpr size_t kLeastItem = 16;
 static constexpr Literal kTimes[] = {"Median", "95 %", "99 %", "Sum"};
 static constexpr Literal kRequests = "Requests";
 static constexpr size_t kTimeWidth = sizeof "0.345 ms" - 1;
+static constexpr size_t kSeenWidth = sizeof "2026-11-22 18:04" - 1;
 static constexpr size_t kBytesWidth = sizeof "999,999,999,999" - 1;
 
+// With the gap behind it.
+static size_t WidthOf(size_t column) {
+  return column > 0 ? column + kGap : 0;
+}
+
 static Columns ColumnsFor(const Terminal& terminal, const SectionRows& rows) {
+  const Dimension* const dimension = rows.section->dimension;
+  Columns columns{};
+  columns.bytes = rows.bytes ? kBytesWidth : 0;
+  columns.times = rows.timed;
+  columns.seen = rows.seen;
+  columns.mark = dimension != nullptr ? dimension->mark.title : Literal("");
+  const bool headings = HaveHeadings(columns);
   // Of times the total is one, and counts have the width of their heading at least.
-  const size_t count = rows.timed ? kRequests.text().size() : std::max<size_t>(GroupedWidth(rows.total), 5);
-  const size_t bytes = rows.bytes ? kBytesWidth : 0;
-  const size_t bar = rows.timed ? 0 : terminal.width >= 100 ? 20 : 10;
-  const size_t taken = 3 * kGap + count + kShareWidth + (bar > 0 ? bar + kGap : 0) +
-                       (rows.bytes ? bytes + kGap : 0) +
-                       (rows.timed ? std::size(kTimes) * (kTimeWidth + kGap) : 0);
-  return {count, bytes, rows.timed, bar,
-          terminal.width > taken + kLeastItem ? terminal.width - taken : kLeastItem};
+  const size_t least = headings ? kRequests.text().size() : 5;
+  columns.count = rows.timed ? least : std::max(GroupedWidth(rows.total), least);
+  columns.bar = headings ? 0 : terminal.width >= 100 ? 20 : 10;
+  const size_t taken = 3 * kGap + columns.count + kShareWidth + WidthOf(columns.bar) +
+                       WidthOf(columns.bytes) +
+                       (columns.times ? std::size(kTimes) * (kTimeWidth + kGap) : 0) +
+                       (columns.seen ? 2 * (kSeenWidth + kGap) : 0) + WidthOf(columns.mark.text().size());
+  columns.item = terminal.width > taken + kLeastItem ? terminal.width - taken : kLeastItem;
+  return columns;
 }
 
 static void PutShare(Sink& sink, double share) {
@@ -287,10 +308,6 @@ static void PutBytes(Sink& sink, const SectionRow& row, const Columns& columns) 
   }
 }
 
-static size_t WidthOfBytes(const Columns& columns) {
-  return columns.bytes > 0 ? columns.bytes + kGap : 0;
-}
-
 static void PutTimes(Sink& sink, const SectionRow& row, const Columns& columns) {
   if (!columns.times) {
     return;
@@ -303,39 +320,77 @@ static void PutTimes(Sink& sink, const SectionRow& row, const Columns& columns) 
   }
 }
 
-// Of many figures nobody could tell which is which.
+static void PutMark(Sink& sink, const SectionRow& row, const Columns& columns) {
+  const size_t width = columns.mark.text().size();
+  if (width > 0) {
+    const Literal told = row.marked > 0 ? Literal("yes") : Literal("no");
+    Put(sink, told);
+    PutBlanks(sink, width - told.text().size() + kGap);
+  }
+}
+
+static void PutSeen(Sink& sink, const SectionRow& row, const Columns& columns) {
+  if (!columns.seen) {
+    return;
+  }
+  for (const int64_t time : {row.seen.first, row.seen.last}) {
+    if (row.seen.first <= row.seen.last) {
+      PutDayAndClock(sink, time);
+    } else {
+      PutBlanks(sink, kSeenWidth);
+    }
+    PutBlanks(sink, kGap);
+  }
+}
+
+static void PutHeading(Sink& sink, const Literal& heading, size_t width) {
+  PutBlanks(sink, width - heading.text().size());
+  Put(sink, heading);
+  PutBlanks(sink, kGap);
+}
+
 static void PutHeadings(Sink& sink, const Columns& columns, const SectionWords& words) {
-  if (!columns.times) {
+  if (!HaveHeadings(columns)) {
     return;
   }
   PutBlanks(sink, kGap);
-  Put(sink, kRequests);
-  PutBlanks(sink, kGap + kShareWidth - 5);
-  Put(sink, "Share");
-  PutBlanks(sink, kGap);
-  for (const Literal& time : kTimes) {
-    PutBlanks(sink, kTimeWidth - time.text().size());
-    Put(sink, time);
-    PutBlanks(sink, kGap);
+  PutHeading(sink, kRequests, columns.count);
+  PutHeading(sink, "Share", kShareWidth);
+  if (columns.bytes > 0) {
+    PutHeading(sink, "Bytes", columns.bytes);
+  }
+  if (columns.times) {
+    for (const Literal& time : kTimes) {
+      PutHeading(sink, time, kTimeWidth);
+    }
+  }
+  if (columns.seen) {
+    for (const Literal& time : {Literal("First seen"), Literal("Last seen")}) {
+      Put(sink, time);
+      PutBlanks(sink, kSeenWidth - time.text().size() + kGap);
+    }
+  }
+  if (!columns.mark.text().empty()) {
+    PutHeading(sink, columns.mark, columns.mark.text().size());
   }
   Put(sink, words.item);
   Put(sink, "\n");
 }
 
-static void PutReferrers(Paper& paper, SectionRow& row, const Columns& columns) {
-  static constexpr Literal kFrom = "<- ";
+static void PutReferrers(Paper& paper, SectionRow& row, const Columns& columns, const SubItemWords& words) {
   for (ReferrerRow page; NextReferrer(row, page);) {
     PutBlanks(paper.sink, kGap);
     PutToTheRight(paper.sink, page.count, columns.count);
-    PutBlanks(paper.sink, kGap + kShareWidth + kGap + WidthOfBytes(columns) + columns.bar + kGap);
-    Put(paper.sink, kFrom);
+    PutBlanks(paper.sink, kGap + kShareWidth + kGap + WidthOf(columns.bytes) + WidthOf(columns.bar));
+    Put(paper.sink, words.arrow);
     ReadableText room;
-    PutPlain(paper.sink, Readable(page.address, room), columns.item - kFrom.text().size());
+    PutPlain(paper.sink, words.are_pages ? Readable(page.address, room) : page.address,
+             columns.item - words.arrow.text().size());
     Put(paper.sink, "\n");
   }
 }
 
-static void PutRow(Paper& paper, SectionRow& row, const Columns& columns, const SecondFigure* second) {
+static void PutRow(Paper& paper, SectionRow& row, const Columns& columns, const Section& section) {
   PutBlanks(paper.sink, kGap);
   PutToTheRight(paper.sink, row.count, columns.count);
   PutBlanks(paper.sink, kGap);
@@ -343,14 +398,16 @@ static void PutRow(Paper& paper, SectionRow& row, const Columns& columns, const 
   PutBlanks(paper.sink, kGap);
   PutBytes(paper.sink, row, columns);
   PutTimes(paper.sink, row, columns);
+  PutSeen(paper.sink, row, columns);
+  PutMark(paper.sink, row, columns);
   PutBar(paper, row, columns.bar);
-  if (second != nullptr && row.second >= 0) {
-    PutItemAndSecond(paper.sink, row, *second, columns.item);
+  if (row.second >= 0) {
+    PutItemAndSecond(paper.sink, row, section.dimension->second, columns.item);
   } else {
     PutItem(paper.sink, row, columns.item);
   }
   Put(paper.sink, "\n");
-  PutReferrers(paper, row, columns);
+  PutReferrers(paper, row, columns, SubItemWordsOf(section));
 }
 
 static void PutEngine(Paper& paper, const char* engine) {
@@ -363,13 +420,12 @@ static void PutEngine(Paper& paper, const char* engine) {
 static int64_t PutRows(Paper& paper, SectionRows& rows, const Columns& columns) {
   int64_t shown = 0;
   const char* engine = nullptr;
-  const Dimension* const dimension = rows.section->dimension;
   for (SectionRow row; NextRow(rows, row); ++shown) {
     if (row.engine != engine) {
       engine = row.engine;
       PutEngine(paper, engine);
     }
-    PutRow(paper, row, columns, dimension != nullptr ? &dimension->second : nullptr);
+    PutRow(paper, row, columns, *rows.section);
   }
   return shown;
 }
@@ -406,9 +462,10 @@ static void PutKeyFigures(Paper& paper, const Analysis& analysis) {
   Put(paper.sink, "\n");
 }
 
-static void PutStatusClasses(Paper& paper, StatusClasses classes, const Columns& columns) {
+static void PutStatusClasses(Paper& paper, StatusClasses classes, const Columns& columns,
+                             const Section& section) {
   for (size_t i = 0; i < classes.count; ++i) {
-    PutRow(paper, classes.rows[i], columns, nullptr);
+    PutRow(paper, classes.rows[i], columns, section);
   }
   if (classes.count > 0) {
     Put(paper.sink, "\n");
@@ -453,7 +510,7 @@ static void PutSection(Paper& paper, const Settings& settings, const Section& se
     PutHeadings(paper.sink, columns, words);
   }
   if (section.dimension != nullptr && section.dimension->in_classes) {
-    PutStatusClasses(paper, StatusClassesOf(settings, analysis), columns);
+    PutStatusClasses(paper, StatusClassesOf(settings, analysis), columns, section);
   }
   const int64_t shown = PutRows(paper, rows, columns);
   PutShown(paper.sink, words, shown, rows.distinct);

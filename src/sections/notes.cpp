@@ -107,7 +107,8 @@ static bool NextThinned(Notes& notes, Note& note) {
   if (notes.table == nullptr) {
     return false;
   }
-  note = {NoteCode::kThinned, notes.table->name};
+  note = {NoteCode::kThinned, notes.table->name,
+          notes.table->spans ? ", and there the times at which items were first seen too late" : ""};
   notes.table = NextThinnedTable(*notes.table);
   return true;
 }

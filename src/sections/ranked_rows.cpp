@@ -107,6 +107,11 @@ static ItemCursor ReferrersOf(const RankedRows& rows, const ListItem& item) {
   return known ? OpenItems(*item.sublist(), kUncut) : ItemCursor{};
 }
 
+static int MarkOf(const RankedRows& rows, const ListItem& item) {
+  const bool marks = rows.dimension != nullptr && !rows.dimension->mark.title.text().empty();
+  return marks ? static_cast<int>(item.sublist() != nullptr) : -1;
+}
+
 bool NextRanked(RankedRows& rows, RankedRow& row) {
   const ListItem* const item = NextItem(rows.items);
   if (item == nullptr) {
@@ -120,7 +125,9 @@ bool NextRanked(RankedRows& rows, RankedRow& row) {
          SiteOf(rows, *item),
          Describe(rows, *item),
          rows.summary.times ? TimesOf(*item) : TimesTaken{},
-         ReferrersOf(rows, *item)};
+         ReferrersOf(rows, *item),
+         SpanOf(*item),
+         MarkOf(rows, *item)};
   return true;
 }
 

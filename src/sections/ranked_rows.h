@@ -38,11 +38,13 @@ struct RankedRow {
   const char* site;         // stands before the item in its link, "" of an address; null: no link
   const char* description;  // good until the next row; null: none
   TimesTaken times;         // that its requests took, where they are known
-  ItemCursor referrers;     // the pages that led to the item, by rank and never cut off
+  ItemCursor referrers;     // the pages that led to the item, or others below it, by rank and never cut off
+  TimeSpan seen;            // when requests had the item, where that is known
+  int marked;               // whether the item has the dimension's mark, 1 or 0; -1: it has none
 };
 
 struct ReferrerRow {
-  const char* address;
+  const char* address;  // or another text
   int64_t count;
 };
 

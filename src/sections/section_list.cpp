@@ -64,7 +64,7 @@ struct AllSections {
 static Section SectionOfDimension(size_t row) {
   const Dimension& dimension = kDimensions[row];
   RankedItems items;
-  items.with_referrers = dimension.led_by != nullptr;
+  items.with_referrers = HasSubItems(dimension);
   items.link = dimension.of_site ? ItemLink::kSite : ItemLink::kNone;
   Section section =
       Later(Ranked(static_cast<SectionId>(kNamedSections + row), dimension.parameter, nullptr, items));
@@ -84,6 +84,10 @@ static AllSections MakeSections() {
 std::span<const Section> Sections() {
   static const AllSections all = MakeSections();
   return {all.sections, kNamedSections + kDimensionCount};
+}
+
+const SubItemWords& SubItemWordsOf(const Section& section) {
+  return section.dimension != nullptr ? section.dimension->below : kLeadingPages;
 }
 
 const Section& SectionOf(SectionId id) {

@@ -53,7 +53,7 @@ struct RankedItems {
   CountedReport Analysis::*base = nullptr;  // its total is the base of the shares
   ItemLink link = ItemLink::kNone;
   bool described = false;              // by the names file
-  bool with_referrers = false;         // each item has a list of the pages that led to it
+  bool with_referrers = false;         // each item has a list of the pages that led to it, or others below it
   std::span<const Brand> brands = {};  // whose shares the section tells, too
 };
 
@@ -68,6 +68,9 @@ struct Section {
   bool classic = true;                   // whether the classic page has it
   const Dimension* dimension = nullptr;  // of those whose switch, items and words stand in that table
 };
+
+// What outputs call what stands below the items of a section that has some.
+const SubItemWords& SubItemWordsOf(const Section& section);
 
 // In the order of their ids.
 std::span<const Section> Sections();

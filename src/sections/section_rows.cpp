@@ -36,7 +36,8 @@ static void OpenTimes(SectionRows& rows, const Settings&, const Analysis& analys
 // ---- Rows ----------------------------------------------------------------------------
 
 static SectionRow Row(const char* item, int64_t count, double share) {
-  return {item, count, -1, -1, share, 0.0, nullptr, nullptr, nullptr, {}, {}, {}, -1, -1, false};
+  return {item, count, -1, -1, share, 0.0,   nullptr, nullptr, nullptr,
+          {},   {},    {}, -1, -1,    false, -1,      kNoTimes};
 }
 
 // The largest count comes first.
@@ -66,6 +67,8 @@ static bool NextRankedRow(SectionRows& rows, SectionRow& row) {
   row.bytes = ranked.bytes;
   row.second = ranked.second;
   row.times = ranked.times;
+  row.marked = ranked.marked;
+  row.seen = ranked.seen;
   row.site = ranked.site;
   row.name = ranked.description;
   row.explained = rows.section->dimension != nullptr && !rows.section->dimension->name_is_read;
@@ -137,6 +140,7 @@ void OpenSection(SectionRows& rows, const Settings& settings, const Section& sec
   rows.section = &section;
   rows.largest = 0;
   rows.bytes = rows.timed = false;
+  rows.seen = section.dimension != nullptr && section.dimension->seen;
   kRowKinds[static_cast<size_t>(section.rows)].open(rows, settings, analysis);
 }
 

@@ -28,7 +28,9 @@ struct SectionRow {
   int weekday;           // of days, weekdays and hours of the week, 0 = Sunday; else -1
   int hour;              // of hours and hours of the week; else -1
   bool explained;        // the item is what people know, and the name tells what it means
-  int64_t before = -1;   // of days that are compared with earlier ones: the count of such a one
+  int marked = -1;       // of ranked rows, as there
+  TimeSpan seen = kNoTimes;
+  int64_t before = -1;  // of days that are compared with earlier ones: the count of such a one
 };
 
 // The way through the rows, and what was known before the first.
@@ -36,6 +38,7 @@ struct SectionRows {
   int64_t distinct;  // items, before any was cut off
   int64_t total;     // what the shares are of
   bool bytes;        // rows have bytes
+  bool seen;         // rows tell when they were seen first and last
   bool timed;        // rows have times, and the total is of microseconds
   const Section* section;
   RankedRows ranked;
@@ -53,5 +56,5 @@ void OpenSection(SectionRows& rows, const Settings& settings, const Section& sec
 // False behind the last row, which is then unchanged. A row is good until the next one.
 bool NextRow(SectionRows& rows, SectionRow& row);
 
-// The pages that led to the item, by rank; false behind the last.
+// The pages that led to the item, or others below it, by rank; false behind the last.
 bool NextReferrer(SectionRow& row, ReferrerRow& referrer);

@@ -904,6 +904,122 @@ TEST_F(CountingTableTest, AddItemsCountsManyAtOnce) {
   EXPECT_EQ(info_->kinds[0], 10);
 }
 
+TEST_F(CountingTableTest, AddSubitemsLeavesTheKeysCount) {
+  List with;
+  ListInfo* with_info = nullptr;
+  init_list(with, with_info, "With", SubLists::kAny);
+  add_items(with, with_info, "b", {5});
+  add_subitems(with, with_info, "b", "x", 3);
+  add_subitems(with, with_info, "b", "x", 1);
+  add_subitems(with, with_info, "b", "", 1);
+  add_subitems(with, with_info, "none", "x", 1);
+  ASSERT_NE(with.first->sublist(), nullptr);
+  EXPECT_EQ(with.first->count, 5);
+  EXPECT_EQ(Text(SortList(*with.first->sublist())), "x(4) ");
+  Add("b", 2);
+  add_subitems(list_, info_, "b", "x", 3);
+  EXPECT_EQ(Text(SortList(list_)), "b(2) ");
+  destroy(with);
+}
+
+// ---- Times ----
+
+static std::string SpansIn(List& list) {
+  std::string text;
+  for (const ListItem* item = KeyOrder(list); item != nullptr; item = item->next) {
+    const TimeSpan span = SpanOf(*item);
+    text += std::string(item->key()) + "=" + std::to_string(item->count) + ":" +
+            std::to_string(AmountOf(*item)) + "@" + std::to_string(span.first) + "," +
+            std::to_string(span.last) + " ";
+  }
+  return text;
+}
+
+class SpansTest : public CountingTableTest {
+ protected:
+  SpansTest() { init_list(spans_, spans_info_, "Spans", SubLists::kNone, Amounts::kSummed, Spans::kKept); }
+  ~SpansTest() override { destroy(spans_); }
+
+  void AddAt(const char* key, int64_t time, int64_t amount) {
+    count_amounts(amount);
+    queue_item_at(spans_, spans_info_, key, time, false);
+    count_amounts(0);
+  }
+  bool AddPart(const std::string& bytes, List& list, ListInfo* info) {
+    const PartText text(bytes);
+    PartReader part = text.reader();
+    return AddSavedList(part, list, info, false);
+  }
+
+  List spans_;
+  ListInfo* spans_info_ = nullptr;
+};
+
+// Whatever the order, with amounts, and however the keys' groups are filled.
+TEST_F(SpansTest, TimesAreTheLeastAndTheGreatest) {
+  static char keys[200][4];
+  for (int i = 0; i < 200; ++i) {
+    snprintf(keys[i], sizeof keys[i], "%d", i % 7);
+    AddAt(keys[i], (i * 37) % 200 - 100, 2);
+    queue_item(list_, info_, keys[i], false);
+  }
+  AddAt("", 5, 1);
+  count_queued();
+  std::string want;
+  for (int key = 0; key < 7; ++key) {
+    int64_t first = INT64_MAX;
+    int64_t last = INT64_MIN;
+    int64_t count = 0;
+    for (int i = key; i < 200; i += 7, ++count) {
+      first = std::min<int64_t>(first, (i * 37) % 200 - 100);
+      last = std::max<int64_t>(last, (i * 37) % 200 - 100);
+    }
+    want += std::to_string(key) + "=" + std::to_string(count) + ":" + std::to_string(2 * count) + "@" +
+            std::to_string(first) + "," + std::to_string(last) + " ";
+  }
+  EXPECT_EQ(SpansIn(spans_), want);
+  EXPECT_EQ(TotalList(list_), 200);
+}
+
+TEST_F(SpansTest, TimesAreWrittenDownAndAdded) {
+  AddAt("a", 100, 1);
+  AddAt("a", -7, 2);
+  AddAt("b", 5, 3);
+  count_queued();
+  const std::string bytes = WrittenPart([this](PartWriter& part) { SaveList(part, spans_); });
+  AddAt("a", 2000, 4);
+  EXPECT_TRUE(AddPart(bytes, spans_, spans_info_));
+  EXPECT_EQ(SpansIn(spans_), "a=5:10@-7,2000 b=2:6@5,5 ");
+  EXPECT_TRUE(AddPart(bytes, list_, info_)) << "times that nobody keeps";
+  EXPECT_EQ(Text(SortList(list_)), "a(2) b(1) ");
+  const PartText text(bytes);
+  PartReader part = text.reader();
+  EXPECT_TRUE(PassSavedList(part));
+  EXPECT_EQ(part.next, part.end);
+}
+
+TEST_F(SpansTest, ListsWithoutTimesOrWithSuchAsNoLogHasAreDamaged) {
+  using namespace std::string_literals;
+  EXPECT_FALSE(AddPart("\1\0\1a\1"s, spans_, spans_info_));
+  EXPECT_TRUE(AddPart("\1\4\1b\1\2\3"s, spans_, spans_info_));
+  EXPECT_FALSE(AddPart("\1\4\1b\1\xff\xff\xff\xff\xff\xff\xff\1\3"s, spans_, spans_info_));
+  EXPECT_FALSE(AddPart("\1\4\1b\1\2\xff\xff\xff\xff\xff\xff\xff\1"s, spans_, spans_info_));
+  EXPECT_EQ(SpanOf(*spans_.first).first, 1);
+  EXPECT_EQ(SpanOf(*spans_.first).last, 4);
+}
+
+// What goes and comes again begins anew.
+TEST_F(SpansTest, ReclaimedKeysBeginAnew) {
+  AddAt("a", 100, 1);
+  count_queued();
+  char key[4];
+  KeyCount found{};
+  EXPECT_TRUE(take_first(spans_, *spans_info_, key, sizeof key, found));
+  AddAt("a", 200, 1);
+  count_queued();
+  EXPECT_EQ(SpansIn(spans_), "a=1:1@200,200 ");
+}
+
 TEST_F(CountingTableTest, TakeFirstEmptiesTheListInItsOrder) {
   Add("a", 1);
   Add("b", 3);

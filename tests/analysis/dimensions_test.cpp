@@ -54,7 +54,8 @@ TEST_F(DimensionsTest, TableHasOneRowOfEachNameWithOneSource) {
   for (size_t row = 0; row < kDimensionCount; ++row) {
     const Dimension& dimension = kDimensions[row];
     EXPECT_TRUE(names.insert(dimension.parameter).second) << dimension.parameter;
-    const bool of_requests = dimension.from == SummedFrom::kRequests || dimension.from == SummedFrom::kHosts;
+    const bool of_requests = dimension.from == SummedFrom::kRequests ||
+                             dimension.from == SummedFrom::kHosts || !dimension.mark.title.text().empty();
     EXPECT_EQ(dimension.of_request != nullptr, of_requests) << dimension.parameter;
     EXPECT_EQ(dimension.of_logs != nullptr, dimension.from == SummedFrom::kLogs) << dimension.parameter;
     EXPECT_EQ(dimension.of_visits != nullptr, dimension.from == SummedFrom::kVisits) << dimension.parameter;
@@ -98,6 +99,48 @@ TEST_F(DimensionsTest, RequestsCountByHostAndUser) {
   EXPECT_EQ(Of("hosts").total, 3);
   EXPECT_EQ(Counted(Of("users").list), "Ann=1 ann=1 ");
   EXPECT_EQ(Of("users").total, 2);
+}
+
+// Agents that are one robot are marked together, and nobody who is none.
+TEST_F(DimensionsTest, RobotsAreMarkedThatAskForRobotsTxt) {
+  Ask("robots");
+  settings_.with_bytes = 1;
+  Run({{.url = "/", .agent = "Wget/1.20"},
+       {.url = "/robots.txt?x", .agent = "Wget/1.21"},
+       {.url = "/robots.txt.old", .agent = "curl/8.5.0"},
+       {.url = "http://www.example.com/robots.txt", .agent = "Googlebot/2.1"},
+       {.url = "/robots.txt", .agent = "Mozilla/5.0 (X11; Linux) Firefox/115.0"},
+       {.url = "/robots.txt"}});
+  EXPECT_EQ(Counted(Of("robots").list),
+            "Googlebot=1:100(robots_txt=1 ) Wget=2:200(robots_txt=1 ) curl=1:100 ");
+  EXPECT_EQ(Of("robots").total, 4);
+}
+
+TEST_F(DimensionsTest, BrowsersAreDividedByVersion) {
+  Ask("browserfamilies");
+  settings_.with_bytes = 1;
+  Run({{.agent = "Mozilla/5.0 (X11; Linux) Gecko/20100101 Firefox/115.0"},
+       {.agent = "Mozilla/5.0 (X11; Linux) Gecko/20100101 Firefox/115.0"},
+       {.agent = "Mozilla/5.0 (X11; Linux) Gecko/20100101 Firefox/115.9"},
+       {.agent = "Mozilla/5.0 (X11; Linux) Gecko/20100101 Firefox/128.0"},
+       {.agent = "Mozilla/5.0 (X11; Linux) Gecko/20100101 Firefox"},
+       {.agent = "curl/8.5.0"}});
+  EXPECT_EQ(Counted(Of("browserfamilies").list), "Firefox=5:500(Firefox 115=3 Firefox 128=1 ) ");
+  EXPECT_EQ(Of("browserfamilies").total, 5);
+}
+
+TEST_F(DimensionsTest, HostsTellWhenTheyWereSeen) {
+  Ask("hosts");
+  Run({{.host = "192.0.2.1", .time = "05/Mar/2000:10:00:09"},
+       {.host = "192.0.2.1", .time = "05/Mar/2000:10:00:05"},
+       {.host = "a.example", .time = "06/Mar/2000:10:00:00"},
+       {.host = "192.0.2.1", .time = "05/Mar/2000:10:00:07"}});
+  EXPECT_EQ(Of("hosts").total, 4);
+  const ListItem* const first = KeyOrder(Of("hosts").list);
+  EXPECT_EQ(SpanOf(*first).first, 952250405);
+  EXPECT_EQ(SpanOf(*first).last, 952250409);
+  EXPECT_EQ(SpanOf(*first->next).first, 952336800);
+  EXPECT_EQ(SpanOf(*first->next).last, 952336800);
 }
 
 // The amounts of other tables are bytes, whatever stands before and behind them.

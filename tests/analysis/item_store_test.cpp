@@ -15,8 +15,9 @@
 
 static constexpr size_t kHeader = offsetof(ListItem, name);
 
-static size_t SizeOf(size_t length, bool has_tail, bool has_amount) {
-  return kHeader + PaddedKeySize(length) + (has_tail ? kTailSize : 0) + (has_amount ? kAmountSize : 0);
+static size_t SizeOf(size_t length, bool has_tail, bool has_amount, bool has_span) {
+  return kHeader + PaddedKeySize(length) + (has_tail ? kTailSize : 0) + (has_amount ? kAmountSize : 0) +
+         (has_span ? kSpanSize : 0);
 }
 
 class ItemStoreTest : public testing::Test {
@@ -34,15 +35,16 @@ class ItemStoreTest : public testing::Test {
   }
 
   // A record full of one letter; null where memory is refused.
-  ListItem* Make(size_t length, bool has_tail = false, bool has_amount = false) {
-    auto* const item = static_cast<ListItem*>(TakeRoom(SizeOf(length, has_tail, has_amount)));
+  ListItem* Make(size_t length, bool has_tail = false, bool has_amount = false, bool has_span = false) {
+    auto* const item = static_cast<ListItem*>(TakeRoom(SizeOf(length, has_tail, has_amount, has_span)));
     if (item != nullptr) {
       item->length = static_cast<uint16_t>(length);
       item->kind = 0;
       item->has_tail = has_tail;
       item->has_amount = has_amount;
+      item->has_span = has_span;
       memset(item->name, static_cast<char>('a' + items_.size() % 26),
-             SizeOf(length, has_tail, has_amount) - kHeader);
+             SizeOf(length, has_tail, has_amount, has_span) - kHeader);
       items_.push_back(item);
     }
     return item;
@@ -85,7 +87,7 @@ TEST_F(ItemStoreTest, RecordsNeverOverlap) {
     if (items_.empty() || random.Below(10) < (growing ? 7U : 3U)) {
       const size_t length = random.Below(random.Below(50) == 0 ? kLongestItem + 1 : 120);
       ListItem* const item = Make(length, random.Below(3) == 0);
-      const std::string name(SizeOf(length, item->has_tail, item->has_amount) - kHeader,
+      const std::string name(SizeOf(length, item->has_tail, item->has_amount, item->has_span) - kHeader,
                              static_cast<char>('a' + random.Below(26)));
       name.copy(item->name, name.size());
       names.push_back(name);
@@ -102,7 +104,7 @@ TEST_F(ItemStoreTest, RecordsNeverOverlap) {
   const StoreFigures figures = FiguresOfStore();
   size_t held = 0;
   for (const ListItem* item : items_) {
-    held += SizeOf(item->length, item->has_tail, item->has_amount);
+    held += SizeOf(item->length, item->has_tail, item->has_amount, item->has_span);
   }
   const size_t chunk_ends = figures.chunks / kChunkSize * (kStoreUnit + kScanOverread);
   EXPECT_EQ(held + figures.free + chunk_ends, figures.chunks) << "every byte is held or free";

@@ -165,6 +165,10 @@ def body_of(files, out):
     return out.split(b"\n\n", 1)[1] if "form" in files else out
 
 
+def below(row):
+    return row.get("referrers", row.get("versions", []))
+
+
 def second_of(row):
     """The name and the value of the second figure of a row."""
     return next((name, row[name]) for name in SECOND if name in row) if any(name in row for name in SECOND) else None
@@ -180,8 +184,8 @@ def compare_csv(report, out, protect):
             want.append([name, str(rank), protect(raw_item(row)), str(row["count"]),
                          f"{row['share']:.6f}", protect(detail.encode())])
         for row in section["rows"]:
-            for rank, page in enumerate(row.get("referrers", []), 1):
-                want.append([name + "_referrers", str(rank), protect(raw_item(page)), str(page["count"]),
+            for rank, page in enumerate(below(row), 1):
+                want.append([name + ("_versions" if "versions" in row else "_referrers"), str(rank), protect(raw_item(page)), str(page["count"]),
                              f"{page['count'] / row['count']:.6f}", protect(raw_item(row))])
         for rank, (figure, count) in enumerate(section.get("totals", {}).items(), 1):
             want.append([name + "_totals", str(rank), figure, str(count), "", ""])
@@ -208,7 +212,7 @@ def shortened(long, short):
 
 
 ROW = {bar: re.compile(rf"  +([\d,]+)  +([\d.]+) %  ([# ]{{{bar}}})  (.*)") for bar in (10, 20)}
-PAGE = {bar: re.compile(rf"  +([\d,]+) {{{bar + 13}}}<- (.*)") for bar in (10, 20)}
+PAGE = {bar: re.compile(rf"  +([\d,]+) {{{bar + 13}}}(?:<-|-) (.*)") for bar in (10, 20)}
 SHOWN = re.compile(r"  ([\d,]+) of ([\d,]+) [A-Za-z]+")
 
 
@@ -256,11 +260,22 @@ def compare_key_figures(lines, totals):
     assert lines[5] == ""
 
 
+def told_of(row):
+    """The columns that some rows have in place of a bar, under headings."""
+    if "first_seen" in row:
+        return f"{row['first_seen'][:16]}  {row['last_seen'][:16]}  ".replace("T", " ")
+    return f"{'yes' if row['robots_txt'] else 'no':<10}  " if "robots_txt" in row else None
+
+
 def compare_text_rows(lines, section, width):
     engine = None
     lines = iter(lines)
+    if section["rows"] and told_of(section["rows"][0]):
+        assert re.match(r" +Requests +Share  (First seen +Last seen +|robots.txt  )[A-Z][a-z]+$", next(lines))
     for row in section["rows"]:
         line = next(lines)
+        if told_of(row):
+            line = line.replace(f" %  {told_of(row)}", f" %  {'#' * width}  ")
         if row.get("engine") != engine:
             engine = row["engine"]
             assert shortened("  " + shown(engine.encode()), line), line
@@ -274,7 +289,7 @@ def compare_text_rows(lines, section, width):
             figure, value = second_of(row)
             name = f" ({SECOND[figure]}: {value:,})"
         assert shortened(shown(raw_item(row)) + name, item), (item, row)
-        for page in row.get("referrers", []):
+        for page in below(row):
             count, item = PAGE[width].fullmatch(next(lines)).groups()
             assert number(count) == page["count"]
             assert shortened(shown(raw_item(page)), item), (item, page)

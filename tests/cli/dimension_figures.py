@@ -26,7 +26,7 @@ HOSTS = ["192.0.2.1", "192.0.2.77", "2001:db8::1", "2001:db8:0:0:0:0:0:2", "craw
 USERS = ["-", "-", "ann", "Bob", "o'neill", "ann@example.org"]
 PATHS = ["/", "/index.html", "/docs/", "/docs/a.HTML", "/docs/deep/er/b.tar.gz", "/images/logo.png", "/images", "/a.b/c", "/.profile",
          "/x.", "/download.a-b", "/toolongtype.abcdefghijklm", "/docs/a.html?x=1/2.gif", "/caf%C3%A9/men%C3%BC.pdf", "//double.js",
-         "/page.php/extra"]
+         "/page.php/extra", "/robots.txt", "/robots.txt?now", "/robots.txt.old", "/docs/robots.txt"]
 PAGES = ["-", "-", "http://www.other.example/a", "https://other.example:8443/b?c=d", "http://OTHER.example", "http://user@third.example/",
          "https://third.example#top", "android-app://com.example.app/", "ftp://files.example/x", "just words", "http:///none",
          "http://[2001:db8::7]:80/x", "http://www.example.com/own", "https://example.com/own"]
@@ -45,6 +45,8 @@ AGENTS = {
         ("Edge", "Windows", "Desktop", None),
     "Mozilla/5.0 (iPhone; CPU iPhone OS 17_1 like Mac OS X) AppleWebKit/605.1.15 (KHTML, like Gecko) Version/17.1 Mobile/15E148 Safari/604.1":
         ("Safari", "iOS", "Phone", None),
+    "Mozilla/5.0 (X11; Linux x86_64; rv:128.0) Gecko/20100101 Firefox/128.0": ("Firefox", "Linux", "Desktop", None),
+    "Mozilla/5.0 (Windows NT 10.0; rv:128.0) Gecko/20100101 Firefox/128.5": ("Firefox", "Windows", "Desktop", None),
     "Mozilla/5.0 (compatible; Googlebot/2.1; +http://www.google.com/bot.html)": (None, None, None, "Googlebot"),
     "curl/8.5.0": (None, None, None, "curl"),
     "-": (None, None, None, None),
@@ -225,6 +227,48 @@ def classes_of(text):
     return [(row["item"], row["name"], row["count"], row["bytes"], row["share"]) for row in rows]
 
 
+def asking_here(requests):
+    """Of each robot, whether it asked for robots.txt."""
+    asking = {COUNTED_HERE["robots"](request) for request in requests if path_of(request) == "/robots.txt"}
+    return {robot: robot in asking for robot in figures_here(requests)["robots"]}
+
+
+def asking(text):
+    return {row["item"]: row["robots_txt"] for row in json.loads(text)["sections"]["robots"]["rows"]}
+
+
+# The word that an agent has before its version.
+VERSION_WORDS = {"Firefox": "Firefox", "Chrome": "Chrome", "Edge": "Edg", "Safari": "Version"}
+
+
+def versions_here(requests):
+    versions = collections.defaultdict(collections.Counter)
+    for request in requests:
+        family = AGENTS[request.agent][0]
+        if family:
+            versions[family][f"{family} " + re.search(rf"\b{VERSION_WORDS[family]}/(\d+)", request.agent)[1]] += 1
+    return versions
+
+
+def versions_of(text):
+    rows = json.loads(text)["sections"]["browserfamilies"]["rows"]
+    return {row["item"]: {version["item"]: version["count"] for version in row["versions"]} for row in rows}
+
+
+def seen_here(numbered):
+    """Of each host, the seconds of its first and last request: what both kinds of lines are dated by."""
+    seen = {}
+    for second, request in numbered:
+        time = f"2001-03-05T10:{second // 60 % 60:02}:{second % 60:02}+00:00"
+        first, last = seen.get(normal_host(request), (time, time))
+        seen[normal_host(request)] = min(first, time), max(last, time)
+    return seen
+
+
+def seen(text):
+    return {row["item"]: (row["first_seen"], row["last_seen"]) for row in json.loads(text)["sections"]["hosts"]["rows"]}
+
+
 def sections(names):
     return [f"{name}=1,0" for name in names]
 
@@ -264,6 +308,9 @@ def check(folder, chance):
     for way in ("one process", "three", "parts", "statuses"):
         assert classes_of(ways[way]) == classes_here(requests), (way, classes_of(ways[way]))
     assert pages_of(ways["servererrors"]) == pages_here(requests)
+    assert versions_of(ways["browserfamilies"]) == versions_here(requests)
+    assert seen(ways["hosts"]) == seen_here(enumerate(requests))
+    assert asking(ways["robots"]) == asking_here(requests)
 
 
 def main():

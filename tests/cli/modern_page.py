@@ -120,10 +120,13 @@ def check_item(cell, row, raw_item, shown, explained):
         assert row["name"].encode() == raw or text_of(only(cell.findall("small"))) == shown(raw)
     else:
         check_text(cell, raw, shown, row.get("url"))
-    check_referrers(cell, row.get("referrers", []), raw_item, shown)
+    if "versions" in row:
+        check_below(cell, row["versions"], raw_item, shown, "versions", " ")
+    else:
+        check_below(cell, row.get("referrers", []), raw_item, shown, "pages link here", " from ")
 
 
-def check_referrers(cell, pages, raw_item, shown):
+def check_below(cell, pages, raw_item, shown, several, between):
     lists = of_class(cell, "ul", "from")
     if not pages:
         assert not lists
@@ -131,15 +134,15 @@ def check_referrers(cell, pages, raw_item, shown):
     lines = list(only(lists))
     if len(pages) > OPEN_REFERRERS:
         fold = only([fold for fold in cell.findall("details") if fold.find("ul") is not None])
-        assert text_of(fold[0]) == f"{len(pages):,} pages link here"
+        assert text_of(fold[0]) == f"{len(pages):,} {several}"
     if len(pages) > MOST_REFERRERS:
         assert text_of(lines.pop()) == f"and {len(pages) - MOST_REFERRERS:,} more"
     assert len(lines) == min(len(pages), MOST_REFERRERS)
     for line, page in zip(lines, pages):
-        assert line.text == f"{page['count']:,} from ", line.text
+        assert line.text == f"{page['count']:,}{between}", line.text
         raw = raw_item(page)
         check_text(line, raw, shown, line[0].get("href"))
-        assert (line[0].tag == "a") == bool(re.match(rb"https?://[^/?#]", raw, re.I)), raw
+        assert (line[0].tag == "a") == bool(re.match(rb"https?://[^/?#]", raw, re.I) and between == " from "), raw
 
 
 # ---- Rows ----------------------------------------------------------------------------------
@@ -162,6 +165,9 @@ def check_lead(cells, rank, row, name):
         assert "n" not in cells and "d" not in cells
     else:
         assert text_of(only(cells["n"])) == f"{rank:,}"
+        told = [row[time][:16].replace("T", " ") for time in ("first_seen", "last_seen") if time in row]
+        told += ["yes" if row["robots_txt"] else "no"] if "robots_txt" in row else []
+        assert [text_of(cell) for cell in cells.get("d", [])] == told, row
 
 
 def sakamoto(year, month, day):
@@ -249,7 +255,7 @@ def check_ranked(whole, name, section, raw_item, shown):
     limited, rest = check_how_many(words, section["rows"], section["distinct"], section["total"], name != "visitors")
     assert not rest, rest
     rows = section["rows"][:MOST_ROWS] if limited else section["rows"]
-    lists = of_class(whole, "div", "list")
+    lists = of_class(whole, "div", "list seen" if name == "hosts" else "list")
     assert len(lists) == (1 if rows else 0)
     if rows:
         check_rows(lists[0], name, section, rows, raw_item, shown)

@@ -68,6 +68,8 @@ def without(value, path):
 def of_other_kinds(value):
     """Values of every kind but its own."""
     kinds = [None, True, "x", 7, 0.5, [], {}]
+    if isinstance(value, bool):
+        return [kind for kind in kinds if not isinstance(kind, bool)]
     same = (int,) if isinstance(value, int) else (int, float) if isinstance(value, float) else (type(value),)
     return [kind for kind in kinds if not isinstance(kind, same) or isinstance(kind, bool)]
 
