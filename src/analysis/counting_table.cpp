@@ -396,6 +396,13 @@ static List& SublistOf(ListItem& item) {
   count = static_cast<int64_t>(static_cast<uint64_t>(count) + static_cast<uint64_t>(times));
 }
 
+// A record whose key is another spelling of this one has the lesser of the two, in whatever order they come.
+static void TakeLeastSpelling(ListItem& item, std::string_view key) {
+  if (key < item.key()) {
+    key.copy(item.name, key.size());
+  }
+}
+
 [[gnu::always_inline]] inline static ListItem& CountKey(List& list, ListInfo* info, std::string_view key,
                                                         uint32_t hash, const ListItem* parent,
                                                         bool ignore_case, int64_t times = 1) {
@@ -406,6 +413,8 @@ static List& SublistOf(ListItem& item) {
   if (item == nullptr) {
     list.ignore_case = ignore_case;
     item = &NewItem(list, *info, key, hash, parent);
+  } else if (ignore_case && mCountingLimits.least_spelling) {
+    TakeLeastSpelling(*item, key);
   }
   Raise(item->count, times);
   Raise(info->kinds[item->kind], times);

@@ -177,7 +177,8 @@ void count_parts(ListInfo& info);
 // when subkey is present, one of subkey in that record's sub-list. An absent or empty
 // key does nothing; an empty subkey counts as absent, as any does in a list without
 // sub-lists. parent is null for a top-level list. A list is always given the same
-// ignore_case; in one that ignores case the first spelling seen stays. When memory is
+// ignore_case; in one that ignores case the first spelling seen stays, or the least of all where the limits
+// say so. When memory is
 // refused even after reclaims, the process exits at once with status 1. Counts wrap at
 // 32 bits where figures are narrow, which shows after the next KeyOrder, SortList or
 // reclaim; TotalList takes them as wrapped.

@@ -24,12 +24,13 @@ struct Limits {
   bool passes_mark;      // a byte-order mark at the beginning of a log is no part of its first line
   bool whole_lines;      // NULs before a line are passed over, and what a NUL or the end of the file cuts off
                          // in its midst is no record
+  bool least_spelling;   // of keys that differ in case alone, the least is shown; else the first one
 };
 
 inline constexpr Limits kClassicLimits{kLineMax, kTextMax, kTextMax, false, 999999, true, false,
-                                       false,    false,    false,    false, false,  false};
+                                       false,    false,    false,    false, false,  false, false};
 inline constexpr Limits kModernLimits{64 * 1024, 2048, 64 * 1024, true, INT64_MAX, false, true,
-                                      true,      true, true,      true, true,      true};
+                                      true,      true, true,      true, true,      true, true};
 
 inline constexpr size_t kLongestLine = kModernLimits.line;
 inline constexpr size_t kLongestItem = kModernLimits.item;

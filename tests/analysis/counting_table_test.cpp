@@ -1349,3 +1349,27 @@ TEST_F(CountingTableTest, DropsRecordsThatAreToGo) {
   EXPECT_EQ(drop_items(list_, *info_, [](std::string_view) { return true; }).count, 3000 - gone);
   EXPECT_EQ(list_length(list_), 0u);
 }
+
+// Of two, one of which stands below a letter that both have in common, and of which one ends in another case.
+TEST_F(CountingTableTest, ShowsTheLeastOfSpellingsInAnyOrder) {
+  SetCountingLimits(kModernLimits);
+  std::vector<std::string> spellings = {"http://Other.example/A", "http://other.example/a",
+                                        "HTTP://other.example/A", "http://other.example/A",
+                                        "http://other.EXAMPLE/a", "http://another.example/"};
+  std::ranges::sort(spellings);
+  do {
+    destroy(list_);
+    for (const std::string& spelling : spellings) {
+      Add(spelling, 1, true);
+    }
+    ASSERT_EQ(Text(KeyOrder(list_)), "http://another.example/(1) HTTP://other.example/A(5) ");
+  } while (std::ranges::next_permutation(spellings).found);
+  SetCountingLimits(kClassicLimits);
+}
+
+TEST_F(CountingTableTest, ShowsTheFirstOfSpellingsInTheClassicEdition) {
+  SetCountingLimits(kClassicLimits);
+  Add("b", 1, true);
+  Add("B", 2, true);
+  EXPECT_EQ(Text(KeyOrder(list_)), "b(3) ");
+}
