@@ -746,6 +746,9 @@ void SumUpDimensions(const Settings& settings, Analysis& analysis) {
   }
   count_queued();
   const VisitSums visits = analysis.visits != nullptr ? SumUpVisits(*analysis.visits) : VisitSums{};
+  if (analysis.visits != nullptr) {
+    ForgetVisitors(*analysis.visits);  // what is made of them needs room, too
+  }
   analysis.visit_figures = visits.figures;
   const bool reclaimed = SetReclaiming(false);
   for (size_t row = 0; row < kDimensionCount; ++row) {

@@ -68,16 +68,12 @@ void SaveVisits(PartWriter& part, VisitCounts& visits) {
   CountWaitingVisits(visits);
   PutFigure(part, visits.visitors.length);
   VisitWriter writer{part, visits.urls, std::vector<uint32_t>(visits.urls.places.size())};
-  ForEachVisitor(visits, [&](const WideSipHash& hash, const std::vector<Visit>& all) {
-    PutHash(part, hash);
+  ForEachVisitor(visits, [&](const VisitsOfOne& of_one) {
+    PutHash(part, of_one.hash);
     int64_t stretches = 0;
-    for (const Visit& visit : all) {
-      stretches += StretchesOf(visit);
-    }
+    ForEachVisit(visits, of_one, [&](const Visit& visit) { stretches += StretchesOf(visit); });
     PutFigure(part, static_cast<uint64_t>(stretches));
-    for (const Visit& visit : all) {
-      PutVisit(writer, visit);
-    }
+    ForEachVisit(visits, of_one, [&](const Visit& visit) { PutVisit(writer, visit); });
   });
 }
 

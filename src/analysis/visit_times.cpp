@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-static bool IsOneVisit(const Visit& a, const Visit& b) {
+bool AreOneVisit(const Visit& a, const Visit& b) {
   return a.first - b.last < kVisitEnds && b.first - a.last < kVisitEnds;
 }
 
@@ -16,7 +16,7 @@ static bool IsLater(const Visit& a, const Visit& b, const UrlTable& urls) {
   return a.exit_time != b.exit_time ? a.exit_time > b.exit_time : UrlOf(urls, a.exit) > UrlOf(urls, b.exit);
 }
 
-static void Join(Visit& visit, const Visit& more, const UrlTable& urls) {
+void JoinTo(Visit& visit, const Visit& more, const UrlTable& urls) {
   visit.first = std::min(visit.first, more.first);
   visit.last = std::max(visit.last, more.last);
   if (more.pages == 0) {
@@ -76,8 +76,8 @@ void MakeWhole(std::vector<Visit>& visits, const UrlTable& urls) {
   }
   size_t whole = 0;
   for (size_t next = 1; next < visits.size(); ++next) {
-    if (IsOneVisit(visits[whole], visits[next])) {
-      Join(visits[whole], visits[next], urls);
+    if (AreOneVisit(visits[whole], visits[next])) {
+      JoinTo(visits[whole], visits[next], urls);
     } else {
       visits[++whole] = visits[next];
     }
@@ -85,8 +85,18 @@ void MakeWhole(std::vector<Visit>& visits, const UrlTable& urls) {
   visits.resize(whole + 1);
 }
 
+static size_t CountOthers(const VisitTimes& times, const OtherVisits& others) {
+  size_t count = 0;
+  for (uint32_t other = times.others; other != 0; other = others.visits[other - 1].next) {
+    ++count;
+  }
+  return count;
+}
+
 static void JoinNow(VisitTimes& times, OtherVisits& others, uint32_t visitor, const UrlTable& urls) {
-  std::vector<Visit> all = {times.latest};
+  std::vector<Visit> all;
+  all.reserve(1 + CountOthers(times, others));  // there may be very many
+  all.push_back(times.latest);
   while (times.others != 0) {
     all.push_back(TakeOther(times, others));
   }
@@ -112,8 +122,8 @@ void AddVisit(VisitTimes& times, OtherVisits& others, uint32_t visitor, const Vi
   if (!in_order && times.until_joined == 0) {
     times.until_joined = kFewOthers;
   }
-  if (IsOneVisit(times.latest, more)) {
-    Join(times.latest, more, urls);
+  if (AreOneVisit(times.latest, more)) {
+    JoinTo(times.latest, more, urls);
     return;
   }
   KeepOther(times, others, visitor, times.latest);

@@ -60,6 +60,10 @@ VisitTimes FirstVisit(const Visit& visit);
 void AddVisit(VisitTimes& times, OtherVisits& others, uint32_t visitor, const Visit& more,
               const UrlTable& urls);
 
+// Whether they come so close to each other that they are one, and what they are then.
+bool AreOneVisit(const Visit& a, const Visit& b);
+void JoinTo(Visit& visit, const Visit& more, const UrlTable& urls);
+
 // Of visits in any order, and parts of them, makes those that there are, in order of time.
 void MakeWhole(std::vector<Visit>& visits, const UrlTable& urls);
 

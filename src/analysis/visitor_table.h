@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -67,23 +68,63 @@ bool IsKept(const VisitCounts& visits, const WideSipHash& hash);
 // stand in memory: from one to the next by their numbers would be one wait for each.
 std::vector<uint32_t> OthersByVisitor(const VisitCounts& visits);
 
-// Calls use(hash, visits) for all visitors: the visits are whole, and in order of time.
+// Those of a visitor, perhaps in parts.
+struct VisitsOfOne {
+  const WideSipHash& hash;
+  const Visit& latest;
+  std::span<const uint32_t> others;  // numbers, in order of time
+};
+
+// Calls use(visit) for all of them, whole and in order of time.
+template <typename Use>
+void ForEachVisit(const VisitCounts& visits, const VisitsOfOne& of_one, Use use) {
+  Visit whole = of_one.latest;
+  bool begun = false;
+  bool latest_left = true;
+  const auto take = [&](const Visit& visit) {
+    if (begun && AreOneVisit(whole, visit)) {
+      JoinTo(whole, visit, visits.urls);
+      return;
+    }
+    if (begun) {
+      use(whole);
+    }
+    whole = visit;
+    begun = true;
+  };
+  for (const uint32_t number : of_one.others) {
+    const Visit& other = visits.others.visits[number].visit;
+    if (latest_left && of_one.latest.first < other.first) {
+      take(of_one.latest);
+      latest_left = false;
+    }
+    take(other);
+  }
+  if (latest_left) {
+    take(of_one.latest);
+  }
+  use(whole);
+}
+
+// Calls use(visits of one) for all visitors.
 template <typename Use>
 void ForEachVisitor(const VisitCounts& visits, Use use) {
   static constexpr size_t kAhead = 16;  // visits that come from memory meanwhile
-  const std::vector<uint32_t> others = OthersByVisitor(visits);
-  std::vector<Visit> all;
+  std::vector<uint32_t> others = OthersByVisitor(visits);
+  const auto first_of = [&visits](uint32_t other) { return visits.others.visits[other].visit.first; };
   size_t next = 0;
   for (uint32_t number = 0; number < visits.visitors.length; ++number) {
-    const KnownVisitor& visitor = visits.visitors[number];
-    all.clear();
-    for (; next < others.size() && visits.others.visits[others[next]].visitor == number; ++next) {
+    const size_t first = next;
+    while (next < others.size() && visits.others.visits[others[next]].visitor == number) {
       __builtin_prefetch(&visits.others.visits[others[std::min(next + kAhead, others.size() - 1)]]);
-      all.push_back(visits.others.visits[others[next]].visit);
+      ++next;
     }
-    all.push_back(visitor.times.latest);
-    MakeWhole(all, visits.urls);
-    use(visitor.hash, all);
+    const std::span<uint32_t> of_one(others.data() + first, next - first);
+    if (!std::ranges::is_sorted(of_one, {}, first_of)) {
+      std::ranges::sort(of_one, {}, first_of);
+    }
+    const KnownVisitor& visitor = visits.visitors[number];
+    use(VisitsOfOne{visitor.hash, visitor.times.latest, of_one});
   }
 }
 

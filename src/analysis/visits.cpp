@@ -103,19 +103,22 @@ void CountWaitingVisits(VisitCounts& visits) {
 
 // A day, and what changes with it.
 struct FoundDay {
-  int64_t end;  // of its seconds
-  int64_t day;
-  int64_t visits;   // that begin on it
-  int64_t comers;   // visitors who have requests on it, and had none on the day before
-  int64_t leavers;  // who have none on the next day
+  int64_t end;     // of its seconds
+  int64_t visits;  // that begin on it
+  int32_t day;
+  uint32_t comers;   // visitors who have requests on it, and had none on the day before
+  uint32_t leavers;  // who have none on the next day
 };
 
 // The days that were asked for, by their first seconds: there are many visits on each.
 using FoundDays = std::map<int64_t, FoundDay>;
 
 static FoundDay& DayOfNumber(FoundDays& days, int64_t number) {
-  const FoundDay day = {
-      .end = BeginOfDay(DayOfNumber(number + 1)), .day = number, .visits = 0, .comers = 0, .leavers = 0};
+  const FoundDay day = {.end = BeginOfDay(DayOfNumber(number + 1)),
+                        .visits = 0,
+                        .day = static_cast<int32_t>(number),
+                        .comers = 0,
+                        .leavers = 0};
   return days.try_emplace(BeginOfDay(DayOfNumber(number)), day).first->second;
 }
 
@@ -138,7 +141,7 @@ static void AddDays(FoundDays& days, const Visit& visit, int64_t& next_day) {
   FoundDay& first = DayAt(days, visit.first);
   FoundDay& last = visit.last < first.end ? first : DayAt(days, visit.last);
   ++first.visits;
-  const int64_t from = std::max(first.day, next_day);
+  const int64_t from = std::max<int64_t>(first.day, next_day);
   if (from <= last.day) {
     FoundDay& came = from == first.day ? first : DayOfNumber(days, from);
     ++came.comers;
@@ -210,15 +213,15 @@ VisitSums SumUpVisits(VisitCounts& visits) {
     sums.pages.push_back({UrlOf(visits.urls, url), 0, 0, 0});
   }
   FoundDays days;
-  ForEachVisitor(visits, [&](const WideSipHash&, const std::vector<Visit>& all) {
+  ForEachVisitor(visits, [&](const VisitsOfOne& of_one) {
     int64_t next_day = INT64_MIN;
-    for (const Visit& visit : all) {
+    ForEachVisit(visits, of_one, [&](const Visit& visit) {
       if (visit.pages > 0) {
         AddDays(days, visit, next_day);
         AddPages(sums.pages, visit);
         AddFigures(sums.figures, visit);
       }
-    }
+    });
     sums.figures.visitors += next_day == INT64_MIN ? 0 : 1;
   });
   sums.days = DaysOf(days);
@@ -226,4 +229,10 @@ VisitSums SumUpVisits(VisitCounts& visits) {
   sums.figures.one_in = int64_t{1} << visits.halvings;
   ScaleUp(sums, sums.figures.one_in);
   return sums;
+}
+
+void ForgetVisitors(VisitCounts& visits) {
+  visits.visitors = {};
+  visits.slots = {};
+  visits.others = {};
 }

@@ -70,3 +70,6 @@ struct VisitSums {
 };
 
 VisitSums SumUpVisits(VisitCounts& visits);
+
+// Drops all that was counted but the texts of sums.
+void ForgetVisitors(VisitCounts& visits);

@@ -228,6 +228,15 @@ TEST(Visits, AreForgotten) {
   EXPECT_EQ(FiguresOf(*visits), (AllFigures{{0, 0, 0, 0, 0, 1, 0}, {}, {}}));
 }
 
+TEST(Visits, LeaveTheTextsOfTheirSums) {
+  const Counts visits = CountsOf({{.url = "/entry"}});
+  const VisitSums sums = SumUpVisits(*visits);
+  ForgetVisitors(*visits);
+  ASSERT_EQ(sums.pages.size(), 1u);
+  EXPECT_EQ(sums.pages[0].url, "/entry");
+  EXPECT_EQ(SumUpVisits(*visits).figures.visitors, 0);
+}
+
 // ---- Within a memory budget ----
 
 TEST(Visits, OfASampleAreScaledUp) {

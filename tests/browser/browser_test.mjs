@@ -101,10 +101,10 @@ const tests = {
       }
       // Its own style and script run under the policy that the server sends.
       assert.ok(await page.locator('#requests .tools').isVisible());
-      await page.locator('nav a[href="#hitsperhour"]').click();
-      assert.ok(page.url().endsWith('/orvellis-cgi/orvellis#hitsperhour'));
+      await page.locator('nav a[href="#hoursofweek"]').click();
+      assert.ok(page.url().endsWith('/orvellis-cgi/orvellis#hoursofweek'));
       await page.waitForTimeout(600);
-      const { top } = await page.locator('#hitsperhour').evaluate((section) => ({ top: section.getBoundingClientRect().top }));
+      const { top } = await page.locator('#hoursofweek').evaluate((section) => ({ top: section.getBoundingClientRect().top }));
       assert.ok(top < 800, 'the link within the page does not lead to its section');
     });
   },

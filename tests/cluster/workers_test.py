@@ -42,13 +42,13 @@ class Working(Shared):
         ]
         log.write_text("".join(lines))
         engines = self.folder / "engines"
-        engines.write_text("search=Finder,find.example,words\n")
+        engines.write_text("search=Finder;domain=find.example;vars=words\n")
         options = (
             "--log-format", "$remote_addr [$time_local] $uri $status $bytes_sent $http_referer", "--timezone", "Asia/Tokyo",
             "--search-engines", str(engines), "--from", "2026-03-02", "--to", "2026-03-08", "--title", "a <b>", "--exclude-hosts", "10.0.0.3",
         )  # fmt: skip
         wanted = self.plain(log, options=options)
-        self.assertIn("tea", wanted)
+        self.assertIn("tea 4", wanted)
         cluster = self.cluster()
         cluster.add("one")
         cluster.ready("one")

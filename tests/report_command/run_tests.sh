@@ -945,7 +945,7 @@ test_sections_that_nobody_asked_for() {
   edition=
   week >access.log
   cp "$project/tests/cli/bases/countries/countries.mmdb" database
-  printf 'Google|.google.|q=\n' >engines
+  echo 'search=Finder;domain=finder.example;vars=q' >engines
   run --text access.log
   expect_in out 'Visitors'
   expect_not_in out 'Countries'
