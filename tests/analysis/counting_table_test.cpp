@@ -178,14 +178,14 @@ TEST_F(CountingTableTest, ModernLongSubkeyOfAShortKeyIsWhole) {
   EXPECT_EQ(Record("/gone")->sublist()->first->key(), from);
 }
 
-TEST_F(CountingTableTest, ModernLongKeysKeepTheOrderOfTheCalls) {
+TEST_F(CountingTableTest, ModernLongKeysOfEitherCaseAreOne) {
   SetCountingLimits(kModernLimits);
   const std::string tail(1000, 'x');
   queue_item(list_, info_, Kept("a" + tail), {}, true);
   queue_item(list_, info_, Kept("Index.html"), {}, true);
   queue_item(list_, info_, Kept("A" + tail), {}, true);
   queue_item(list_, info_, Kept("INDEX.HTML"), {}, true);
-  EXPECT_EQ(Text(KeyOrder(list_)), "a" + tail + "(2) Index.html(2) ");
+  EXPECT_EQ(Text(KeyOrder(list_)), "A" + tail + "(2) INDEX.HTML(2) ");
 }
 
 TEST_F(CountingTableTest, WithoutSubListsSubkeysAreNotCounted) {
@@ -942,7 +942,7 @@ class SpansTest : public CountingTableTest {
 
   void AddAt(const char* key, int64_t time, int64_t amount) {
     count_amounts(amount);
-    queue_item_at(spans_, spans_info_, key, time, false);
+    queue_item_at(spans_, spans_info_, Kept(key), time, false);
     count_amounts(0);
   }
   bool AddPart(const std::string& bytes, List& list, ListInfo* info) {

@@ -166,6 +166,9 @@ inline void add_item(Item*& list, Info& info, const std::string& key, const std:
   Item* item = *PlaceOf(list, kept.c_str(), compare);
   if (item != nullptr && compare(item->name, kept.c_str()) == 0) {
     item->count = Wrapped(memory.limits, item->count + 1);
+    if (memory.limits.least_spelling && strcmp(kept.c_str(), item->name) < 0) {
+      CopyText(item->name, kept);
+    }
   } else {
     item = smart_alloc(info, parent);
     if (item == nullptr) {
