@@ -937,8 +937,14 @@ static std::string SpansIn(List& list) {
 
 class SpansTest : public CountingTableTest {
  protected:
-  SpansTest() { init_list(spans_, spans_info_, "Spans", SubLists::kNone, Amounts::kSummed, Spans::kKept); }
-  ~SpansTest() override { destroy(spans_); }
+  void SetUp() override {
+    CountingTableTest::SetUp();
+    init_list(spans_, spans_info_, "Spans", SubLists::kNone, Amounts::kSummed, Spans::kKept);
+  }
+  void TearDown() override {
+    destroy(spans_);
+    CountingTableTest::TearDown();
+  }
 
   void AddAt(const char* key, int64_t time, int64_t amount) {
     count_amounts(amount);
@@ -961,7 +967,7 @@ TEST_F(SpansTest, TimesAreTheLeastAndTheGreatest) {
   for (int i = 0; i < 200; ++i) {
     snprintf(keys[i], sizeof keys[i], "%d", i % 7);
     AddAt(keys[i], (i * 37) % 200 - 100, 2);
-    queue_item(list_, info_, keys[i], false);
+    queue_item(list_, info_, Kept(keys[i]), false);
   }
   AddAt("", 5, 1);
   count_queued();
