@@ -60,7 +60,10 @@ static void GrowSlots(VisitCounts& visits) {
   }
 }
 
-uint32_t VisitorOf(VisitCounts& visits, const WideSipHash& hash) {
+static constexpr uint32_t kNoVisitor = UINT32_MAX;
+
+// By number; kNoVisitor: there is none yet.
+static uint32_t VisitorOf(VisitCounts& visits, const WideSipHash& hash) {
   return visits.slots.empty() ? kNoVisitor : SlotOf(visits, hash).visitor - 1;
 }
 

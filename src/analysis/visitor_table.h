@@ -48,11 +48,6 @@ struct VisitCounts {
   size_t waiting_count = 0;
 };
 
-inline constexpr uint32_t kNoVisitor = UINT32_MAX;
-
-// The number of the visitor of that hash; kNoVisitor: there is none yet.
-uint32_t VisitorOf(VisitCounts& visits, const WideSipHash& hash);
-
 // Adds a visit to those of the visitor of that hash, who may be a new one.
 void AddVisitOf(VisitCounts& visits, const WideSipHash& hash, const Visit& visit);
 
