@@ -42,7 +42,7 @@ if [ "${ORVELLIS_DEEP_TESTS:-}" = 1 ]; then
   tests/static_analysis.sh
   JOBS=$((2 * $(nproc))) fuzz/run.sh 20
   tests/coverage.sh
-  tests/memcheck.sh build/memcheck cases
+  tests/memcheck.sh cases
 fi
 for preset in release asan; do
   cmake --preset "$preset" >/dev/null

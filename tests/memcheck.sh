@@ -2,30 +2,38 @@
 # Runs the tests of a build under valgrind's memcheck: reads of bytes that were never written fail here, which
 # no other check finds.
 #
-#   tests/memcheck.sh [BUILD_FOLDER [cases|units|all]]
+#   tests/memcheck.sh cases           the end-to-end cases, with the program of the release build
+#   tests/memcheck.sh [BUILD_FOLDER]  and the unit tests
 #
-# BUILD_FOLDER is build/memcheck when not given, of which is built first what runs; one of debug with ORVELLIS_SANDBOX=OFF tells
-# line numbers. A build that gives up system calls gives up valgrind's, too. "cases" are the end-to-end cases,
-# "units" the unit tests.
+# BUILD_FOLDER is build/memcheck when not given, which is built first; one of debug with ORVELLIS_SANDBOX=OFF tells
+# line numbers. A program that gives up system calls gives up valgrind's, too.
 set -eu
 here=$(cd "$(dirname "$0")/.." && pwd)
 . "$here/cmake/packages.sh"
 need_packages valgrind patch
 
-folder=${1:-build/memcheck}
-what=${2:-all}
-target=all
-[ "$what" != cases ] || target=orvellis
-if [ "$folder" = build/memcheck ]; then
-  (cd "$here" && cmake --preset memcheck >/dev/null && cmake --build --preset memcheck --target "$target")
-fi
+build() { # PRESET TARGET
+  (cd "$here" && cmake --preset "$1" >/dev/null && cmake --build --preset "$1" --target "$2")
+}
+case ${1:-build/memcheck} in
+  cases)
+    build release orvellis_watched
+    folder=build/release/watched
+    ;;
+  build/memcheck)
+    build memcheck all
+    folder=build/memcheck
+    ;;
+  *) folder=$1 ;;
+esac
 build=$(cd "$here" && cd "$folder" && pwd)
 # One more than there are processors, for those that wait.
 jobs=$(($(getconf _NPROCESSORS_ONLN) + 1))
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 export TZ=UTC LC_ALL=C
-memcheck="valgrind --quiet --error-exitcode=99 --leak-check=no"
+# Shorter runs of instructions at once: most of what a case takes is translating code that runs once.
+memcheck="valgrind --quiet --error-exitcode=99 --leak-check=no --vex-guest-chase=no"
 failed=0
 
 # Half of the time that a start takes, memcheck reads debugging data of the C library. Of a copy that does not say
@@ -64,6 +72,6 @@ units() {
   done | xargs -n 2 -P "$jobs" sh -c "cd $work && $memcheck \"\$0\" --each-apart=\"\$1\""
 }
 
-[ "$what" = units ] || cases || failed=1
-[ "$what" = cases ] || units || failed=1
+cases || failed=1
+[ "${1:-}" = cases ] || units || failed=1
 exit $failed

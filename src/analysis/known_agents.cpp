@@ -1,86 +1,66 @@
 #include "analysis/known_agents.h"
 
-#include <cstdint>
-#include <cstdlib>
+#include <algorithm>
+#include <array>
 
+#include "base/sip_hash.h"
 #include "base/text_hash.h"
 
 // No secret: the same visitor is to have the same hash everywhere.
 static constexpr SipKey kVisitorKey = {'O', 'r', 'v', 'e', 'l', 'l', 'i', 's',
                                        ' ', 'v', 'i', 's', 'i', 't', 'o', 'r'};
 
-// Each stands on one of the two places that its hash says. A text that is longer is looked at each time.
-static constexpr size_t kKnownAgents = 4096;
-static constexpr size_t kLongestKnown = 500;
-static constexpr size_t kCacheLine = 64;
-struct alignas(kCacheLine) RememberedAgent {
-  uint16_t length;  // 0: none is known here
+static constexpr uint64_t kHostMask = 0xa4093822299f31d0;  // digits of pi
+
+// Each stands on one of the two places that its hash says.
+static constexpr size_t kKnownAgents = 16384;
+struct RememberedAgent {
+  uint64_t hash;  // 0: none is known here
   KnownAgent told;
-  char text[kLongestKnown];
 };
-static RememberedAgent* mpRemembered = nullptr;
+static std::array<RememberedAgent, kKnownAgents> mRemembered;
+static bool mAnyRemembered = false;
 static const TextSeed mSeed = RandomSeed(TextSeed{0x9216d5d98979fb1b, 0xd1310ba698dfb5ac});  // digits of pi
 
 void ForgetKnownAgents() {
-  free(mpRemembered);
-  mpRemembered = nullptr;
-}
-
-// Of agent and host: the agent's hash of both words, so that where it ends is no matter, and the host.
-static KnownAgent Tell(std::string_view agent) {
-  SipHash of_agent = BeginWideSipHash(kVisitorKey);
-  AddBytes(of_agent, agent);
-  SipHash visitor = BeginWideSipHash(kVisitorKey);
-  for (const uint64_t word : EndWideSipHash(of_agent)) {
-    AddWord(visitor, word);
+  if (mAnyRemembered) {
+    mRemembered.fill({});
+    mAnyRemembered = false;
   }
-  return {TellAgent(agent).purpose, visitor};
 }
 
-static bool IsOf(const RememberedAgent& known, std::string_view agent) {
-  return std::string_view(known.text, known.length) == agent;
+static KnownAgent Tell(std::string_view agent) {
+  SipHash hash = BeginSipHash(kVisitorKey);
+  AddBytes(hash, agent);
+  return {.hash = EndSipHash(hash), .purpose = TellAgent(agent).purpose};
+}
+
+// That others can choose hosts and agents with the same hash is no matter: they could as well choose the
+// same.
+uint64_t HashOfVisitor(const KnownAgent& agent, std::string_view host) {
+  return HashOfText(host, {.start = agent.hash, .mask = kHostMask});
 }
 
 static RememberedAgent& PlaceOf(uint64_t hash) {
-  return mpRemembered[hash % kKnownAgents / 2 * 2];
+  return mRemembered[hash % kKnownAgents / 2 * 2];
 }
 
 uint64_t FetchKnownAgent(std::string_view agent) {
-  const uint64_t hash = HashOfText(agent, mSeed);
-  if (mpRemembered != nullptr) {
-    const char* const place = reinterpret_cast<const char*>(&PlaceOf(hash));
-    __builtin_prefetch(place);
-    __builtin_prefetch(place + kCacheLine);
-    __builtin_prefetch(place + 2 * kCacheLine);
-  }
+  const uint64_t hash = std::max<uint64_t>(HashOfText(agent, mSeed), 1);
+  __builtin_prefetch(&PlaceOf(hash));
   return hash;
 }
 
-static void Remember() {
-  mpRemembered = static_cast<RememberedAgent*>(
-      aligned_alloc(alignof(RememberedAgent), kKnownAgents * sizeof(RememberedAgent)));
-  for (size_t i = 0; mpRemembered != nullptr && i < kKnownAgents; ++i) {
-    mpRemembered[i].length = 0;
-  }
-}
-
-const KnownAgent& TellKnownAgent(std::string_view agent, uint64_t hash) {
-  if (mpRemembered == nullptr) {
-    Remember();
-  }
-  if (mpRemembered == nullptr || agent.empty() || agent.size() > kLongestKnown) {
-    static KnownAgent forgotten;
-    return forgotten = Tell(agent);
-  }
+KnownAgent TellKnownAgent(std::string_view agent, uint64_t hash) {
   RememberedAgent& known = PlaceOf(hash);
   RememberedAgent& other = *(&known + 1);
-  if (IsOf(known, agent)) {
+  if (known.hash == hash) {
     return known.told;
   }
-  if (!IsOf(other, agent)) {
+  if (other.hash != hash) {
+    mAnyRemembered = true;
     other = known;
-    known.told = Tell(agent);
-    known.length = static_cast<uint16_t>(agent.copy(known.text, kLongestKnown));
+    known = {.hash = hash, .told = Tell(agent)};
     return known.told;
   }
   return other.told;

@@ -1,134 +1,103 @@
 #include "analysis/visit_times.h"
 
 #include <algorithm>
-#include <utility>
+#include <vector>
 
-bool AreOneVisit(const Visit& a, const Visit& b) {
-  return a.first - b.last < kVisitEnds && b.first - a.last < kVisitEnds;
+static constexpr uint32_t kFewVisits = 8;  // are not worth being joined
+static constexpr size_t kMostUntilJoined = kUnknownEnd;
+
+static uint32_t StepsUpTo(int64_t time) {
+  const int64_t steps = (time + kEndStep - 1) / kEndStep;
+  return time < 0 || steps > kUnknownEnd ? kUnknownEnd : static_cast<uint32_t>(steps);
 }
 
-static bool IsEarlier(const Visit& a, const Visit& b, const UrlTable& urls) {
-  return a.entry_time != b.entry_time ? a.entry_time < b.entry_time
-                                      : UrlOf(urls, a.entry) < UrlOf(urls, b.entry);
+static VisitTimes InOrder(uint32_t place, const Visit& latest) {
+  return {
+      .latest = place, .in_order = 1, .has_pages = latest.pages > 0 ? 1U : 0U, .end = StepsUpTo(latest.last) & kUnknownEnd};
 }
 
-static bool IsLater(const Visit& a, const Visit& b, const UrlTable& urls) {
-  return a.exit_time != b.exit_time ? a.exit_time > b.exit_time : UrlOf(urls, a.exit) > UrlOf(urls, b.exit);
+VisitTimes FirstVisit(VisitRoom& room, const Visit& visit) {
+  return InOrder(KeepVisit(room, visit), visit);
 }
 
-void JoinTo(Visit& visit, const Visit& more, const UrlTable& urls) {
-  visit.first = std::min(visit.first, more.first);
-  visit.last = std::max(visit.last, more.last);
-  if (more.pages == 0) {
-    return;
-  }
-  if (visit.pages == 0 || IsEarlier(more, visit, urls)) {
-    visit.entry_time = more.entry_time;
-    visit.entry = more.entry;
-  }
-  if (visit.pages == 0 || IsLater(more, visit, urls)) {
-    visit.exit_time = more.exit_time;
-    visit.exit = more.exit;
-  }
-  visit.pages = std::min(visit.pages + more.pages, kMostPages);
-}
-
-// ---- Those beyond the latest ----
-
-static constexpr uint32_t kFewOthers = 8;  // are not worth being joined
-
-VisitTimes FirstVisit(const Visit& visit) {
-  return {.latest = visit, .others = 0, .until_joined = 0};
-}
-
-static void KeepOther(VisitTimes& times, OtherVisits& others, uint32_t visitor, const Visit& visit) {
-  const OtherVisit other = {.visit = visit, .next = times.others, .visitor = visitor};
-  if (others.free == 0) {
-    Append(others.visits, other);
-    times.others = static_cast<uint32_t>(others.visits.length);
-  } else {
-    times.others = others.free;
-    OtherVisit& room = others.visits[others.free - 1];
-    others.free = room.next;
-    room = other;
-  }
-  ++others.count;
-}
-
-static Visit TakeOther(VisitTimes& times, OtherVisits& others) {
-  OtherVisit& other = others.visits[times.others - 1];
-  const uint32_t next = std::exchange(other.next, others.free);
-  other.visitor = kNobody;
-  others.free = std::exchange(times.others, next);
-  --others.count;
-  return other.visit;
-}
-
-void DropOthers(VisitTimes& times, OtherVisits& others) {
-  while (times.others != 0) {
-    TakeOther(times, others);
-  }
-}
-
-void MakeWhole(std::vector<Visit>& visits, const UrlTable& urls) {
-  if (!std::ranges::is_sorted(visits, {}, &Visit::first)) {
-    std::ranges::sort(visits, {}, &Visit::first);
-  }
-  size_t whole = 0;
-  for (size_t next = 1; next < visits.size(); ++next) {
-    if (AreOneVisit(visits[whole], visits[next])) {
-      JoinTo(visits[whole], visits[next], urls);
-    } else {
-      visits[++whole] = visits[next];
-    }
-  }
-  visits.resize(whole + 1);
-}
-
-static size_t CountOthers(const VisitTimes& times, const OtherVisits& others) {
+static size_t CountVisits(const VisitTimes& times, const VisitRoom& room) {
   size_t count = 0;
-  for (uint32_t other = times.others; other != 0; other = others.visits[other - 1].next) {
+  for (uint32_t place = times.latest; place != 0; place = KeptAt(room, place).before) {
     ++count;
   }
   return count;
 }
 
-static void JoinNow(VisitTimes& times, OtherVisits& others, uint32_t visitor, const UrlTable& urls) {
+void DropVisits(VisitTimes& times, VisitRoom& room) {
+  while (times.latest != 0) {
+    times.latest = DropVisit(room, times.latest);
+  }
+}
+
+static void JoinNow(VisitTimes& times, VisitRoom& room, const UrlTable& urls) {
   std::vector<Visit> all;
-  all.reserve(1 + CountOthers(times, others));  // there may be very many
-  all.push_back(times.latest);
-  while (times.others != 0) {
-    all.push_back(TakeOther(times, others));
+  all.reserve(CountVisits(times, room));  // there may be very many
+  for (uint32_t place = times.latest; place != 0; place = KeptAt(room, place).before) {
+    all.push_back(VisitAt(room, place));
   }
+  DropVisits(times, room);
   MakeWhole(all, urls);
-  times.latest = all.back();
-  all.pop_back();
-  for (const Visit& visit : all) {
-    KeepOther(times, others, visitor, visit);
-  }
-  // What joining costs is spread over as many additions as there are visits.
-  times.until_joined = std::max(kFewOthers, static_cast<uint32_t>(all.size()));
-}
-
-void JoinVisits(VisitTimes& times, OtherVisits& others, uint32_t visitor, const UrlTable& urls) {
-  if (times.until_joined != 0) {
-    JoinNow(times, others, visitor, urls);
+  times = FirstVisit(room, all.front());
+  for (size_t i = 1; i < all.size(); ++i) {
+    AddVisit(times, room, all[i], urls);
   }
 }
 
-void AddVisit(VisitTimes& times, OtherVisits& others, uint32_t visitor, const Visit& more,
-              const UrlTable& urls) {
-  const bool in_order = times.until_joined == 0 && more.first >= times.latest.first;
-  if (!in_order && times.until_joined == 0) {
-    times.until_joined = kFewOthers;
+void JoinVisits(VisitTimes& times, VisitRoom& room, const UrlTable& urls) {
+  if (times.in_order == 0) {
+    JoinNow(times, room, urls);
   }
-  if (AreOneVisit(times.latest, more)) {
-    JoinTo(times.latest, more, urls);
+}
+
+static void AddInOrder(VisitTimes& times, VisitRoom& room, const Visit& latest, const Visit& more,
+                       const UrlTable& urls) {
+  if (AreOneVisit(latest, more)) {
+    Visit whole = latest;
+    JoinTo(whole, more, urls);
+    SetVisit(room, times.latest, whole);
+    times = InOrder(times.latest, whole);
+  } else {
+    times = InOrder(KeepVisitBehind(room, more, times.latest, AreDaysBetween(latest, more)), more);
+  }
+}
+
+static void AddInAnyOrder(VisitTimes& times, VisitRoom& room, const Visit& latest, const Visit& more,
+                          const UrlTable& urls) {
+  if (AreOneVisit(latest, more)) {
+    Visit whole = latest;
+    JoinTo(whole, more, urls);
+    SetVisit(room, times.latest, whole);
     return;
   }
-  KeepOther(times, others, visitor, times.latest);
-  times.latest = more;
-  if (!in_order && --times.until_joined == 0) {
-    JoinNow(times, others, visitor, urls);
+  times.latest = KeepVisitBehind(room, more, times.latest, false);
+  if (--times.end == 0) {
+    JoinNow(times, room, urls);
+    // What joining costs is spread over as many additions as there are visits.
+    const size_t visits = CountVisits(times, room);
+    times.in_order = 0;
+    times.end = static_cast<uint32_t>(std::clamp<size_t>(visits, kFewVisits, kMostUntilJoined)) & kUnknownEnd;
   }
+}
+
+void AddVisit(VisitTimes& times, VisitRoom& room, const Visit& more, const UrlTable& urls) {
+  if (IsFarBehind(times, more.first)) {
+    const bool days_behind = times.has_pages != 0 && more.first - times.end * kEndStep >= kLongestDay;
+    times = InOrder(KeepVisitBehind(room, more, times.latest, days_behind), more);
+    return;
+  }
+  const Visit latest = VisitAt(room, times.latest);
+  if (times.in_order != 0 && more.first >= latest.first) {
+    AddInOrder(times, room, latest, more, urls);
+    return;
+  }
+  if (times.in_order != 0) {
+    times.in_order = 0;
+    times.end = kFewVisits;
+  }
+  AddInAnyOrder(times, room, latest, more, urls);
 }

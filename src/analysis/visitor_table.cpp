@@ -1,12 +1,10 @@
 #include "analysis/visitor_table.h"
 
 #include <algorithm>
-#include <numeric>
 #include <utility>
 
 #include "analysis/smart_memory.h"
 #include "base/hash_seed.h"
-#include "base/pages.h"
 
 // Hashes are known to everybody; where they lie is not.
 struct VisitorSeed {
@@ -17,173 +15,101 @@ struct VisitorSeed {
 static const VisitorSeed mVisitorSeed =
     RandomSeed(VisitorSeed{0x452821e638d01377, 0xbe5466cf34e90c6c});  // digits of pi
 
-static uint64_t PlaceOf(const WideSipHash& hash) {
-  return MultiplyFold(hash[0] ^ mVisitorSeed.first, hash[1] ^ mVisitorSeed.second);
+static size_t HomeOf(const VisitorTable& table, uint64_t hash) {
+  return MultiplyFold(hash ^ mVisitorSeed.first, mVisitorSeed.second | 1) & (table.size - 1);
 }
 
-static size_t HomeOf(const VisitCounts& visits, uint64_t place) {
-  return static_cast<uint32_t>(place) & (visits.slots.size() - 1);
+// Where the visitor stands, or may stand.
+static KnownVisitor& PlaceOf(const VisitorTable& table, uint64_t hash) {
+  size_t i = HomeOf(table, hash);
+  while (table.places[i].times.latest != 0 && table.places[i].hash != hash) {
+    i = (i + 1) & (table.size - 1);
+  }
+  return table.places[i];
 }
 
-static VisitorSlot& SlotOf(VisitCounts& visits, const WideSipHash& hash) {
-  const uint64_t place = PlaceOf(hash);
-  for (size_t i = HomeOf(visits, place);; i = (i + 1) & (visits.slots.size() - 1)) {
-    VisitorSlot& slot = visits.slots[i];
-    if (slot.visitor == 0 ||
-        (slot.hash_end == static_cast<uint32_t>(place) && visits.visitors[slot.visitor - 1].hash == hash)) {
-      return slot;
+// Has a quarter of the places be taken, or more than an eighth.
+static void Resize(VisitorTable& table) {
+  static constexpr size_t kFewest = 256;
+  VisitorTable resized;
+  resized.size = kFewest;
+  while (resized.size < 4 * table.length) {
+    resized.size *= 2;
+  }
+  resized.places = NewZeroed<KnownVisitor>(resized.size);
+  resized.length = table.length;
+  for (size_t i = 0; i < table.size; ++i) {
+    if (table.places[i].times.latest != 0) {
+      PlaceOf(resized, table.places[i].hash) = table.places[i];
     }
   }
+  table = std::move(resized);
 }
 
-static void FillSlot(VisitCounts& visits, const VisitorSlot& filled) {
-  size_t i = HomeOf(visits, filled.hash_end);
-  while (visits.slots[i].visitor != 0) {
-    i = (i + 1) & (visits.slots.size() - 1);
+void AddVisitOf(VisitCounts& visits, uint64_t hash, const Visit& visit) {
+  VisitorTable& table = visits.visitors;
+  if (2 * table.length >= table.size) {
+    Resize(table);
   }
-  visits.slots[i] = filled;
-}
-
-// At most half of the slots are taken, of 2^32 at most.
-static void GrowSlots(VisitCounts& visits) {
-  static constexpr size_t kFirst = 256;
-  const size_t size = std::max(kFirst, 2 * visits.slots.size());
-  std::vector<VisitorSlot> before;
-  before.swap(visits.slots);
-  visits.slots.reserve(size);
-  AskForPages(visits.slots.data(), size * sizeof(VisitorSlot));
-  visits.slots.resize(size);
-  for (const VisitorSlot& slot : before) {
-    if (slot.visitor != 0) {
-      FillSlot(visits, slot);
-    }
-  }
-}
-
-static constexpr uint32_t kNoVisitor = UINT32_MAX;
-
-// By number; kNoVisitor: there is none yet.
-static uint32_t VisitorOf(VisitCounts& visits, const WideSipHash& hash) {
-  return visits.slots.empty() ? kNoVisitor : SlotOf(visits, hash).visitor - 1;
-}
-
-static void AddVisitor(VisitCounts& visits, const WideSipHash& hash, const Visit& visit) {
-  Append(visits.visitors, {.hash = hash, .times = FirstVisit(visit)});
-  if (2 * visits.visitors.length > visits.slots.size()) {
-    GrowSlots(visits);
-  }
-  FillSlot(visits, {.visitor = static_cast<uint32_t>(visits.visitors.length),
-                    .hash_end = static_cast<uint32_t>(PlaceOf(hash))});
-}
-
-void AddVisitOf(VisitCounts& visits, const WideSipHash& hash, const Visit& visit) {
-  const uint32_t number = VisitorOf(visits, hash);
-  if (number == kNoVisitor) {
-    AddVisitor(visits, hash, visit);
+  KnownVisitor& visitor = PlaceOf(table, hash);
+  if (visitor.times.latest != 0) {
+    AddVisit(visitor.times, visits.room, visit, visits.urls);
   } else {
-    AddVisit(visits.visitors[number].times, visits.others, number, visit, visits.urls);
+    visitor = {.hash = hash, .times = FirstVisit(visits.room, visit)};
+    ++table.length;
   }
 }
 
-void FetchVisitorSlot(const VisitCounts& visits, const WideSipHash& hash) {
-  if (!visits.slots.empty()) {
-    __builtin_prefetch(&visits.slots[HomeOf(visits, PlaceOf(hash))]);
+void FetchVisitor(const VisitCounts& visits, uint64_t hash) {
+  if (visits.visitors.size > 0) {
+    __builtin_prefetch(&visits.visitors.places[HomeOf(visits.visitors, hash)]);
   }
 }
 
-void FetchVisitor(const VisitCounts& visits, const WideSipHash& hash) {
-  if (!visits.slots.empty()) {
-    const VisitorSlot& slot = visits.slots[HomeOf(visits, PlaceOf(hash))];
-    if (slot.visitor != 0) {
-      const KnownVisitor* const visitor = &visits.visitors[slot.visitor - 1];
-      __builtin_prefetch(visitor);
-      __builtin_prefetch(visitor + 1);  // its end lies on another line
+void FetchLatestVisit(const VisitCounts& visits, uint64_t hash, int64_t time) {
+  if (visits.visitors.size > 0) {
+    const KnownVisitor& visitor = visits.visitors.places[HomeOf(visits.visitors, hash)];
+    if (visitor.times.latest != 0 && !IsFarBehind(visitor.times, time)) {
+      FetchVisit(visits.room, visitor.times.latest);
     }
   }
 }
 
-bool IsKept(const VisitCounts& visits, const WideSipHash& hash) {
-  return visits.halvings == 0 || hash[0] >> (64 - visits.halvings) == 0;
+bool IsKept(const VisitCounts& visits, uint64_t hash) {
+  return visits.halvings == 0 || hash >> (64 - visits.halvings) == 0;
 }
 
-std::vector<uint32_t> OthersByVisitor(const VisitCounts& visits) {
-  const Growing<OtherVisit>& others = visits.others.visits;
-  std::vector<uint32_t> behind(visits.visitors.length + 1);
-  for (size_t number = 0; number < others.length; ++number) {
-    if (others[number].visitor != kNobody) {
-      ++behind[others[number].visitor];
-    }
-  }
-  std::inclusive_scan(behind.begin(), behind.end(), behind.begin());
-  std::vector<uint32_t> sorted(behind.back());
-  for (size_t number = others.length; number-- > 0;) {
-    if (others[number].visitor != kNobody) {
-      sorted[--behind[others[number].visitor]] = static_cast<uint32_t>(number);
-    }
-  }
-  return sorted;
+void JoinAllVisits(VisitCounts& visits) {
+  ForEachVisitor(visits, [&](KnownVisitor& visitor) { JoinVisits(visitor.times, visits.room, visits.urls); });
 }
 
 // ---- Memory ----
 
 // What they take, about, so that it is the same everywhere.
 static int64_t BytesOf(const VisitCounts& visits) {
-  static constexpr int64_t kOfVisitor = 128;
-  static constexpr int64_t kOfVisit = 64;
-  return static_cast<int64_t>(visits.visitors.length) * kOfVisitor + visits.others.count * kOfVisit +
+  static constexpr int64_t kOfVisitor = 3 * sizeof(KnownVisitor);
+  return static_cast<int64_t>(visits.visitors.length) * kOfVisitor +
+         visits.room.count * static_cast<int64_t>(sizeof(KeptVisit)) +
+         visits.room.longer_count * static_cast<int64_t>(sizeof(Visit)) +
          static_cast<int64_t>(visits.urls.bytes);
-}
-
-static void KeepUrlsOf(const UrlTable& from, UrlTable& urls, Visit& visit) {
-  if (visit.pages > 0) {
-    visit.entry = NumberOfUrl(urls, UrlOf(from, visit.entry));
-    visit.exit = NumberOfUrl(urls, UrlOf(from, visit.exit));
-  }
 }
 
 static void DropUnusedUrls(VisitCounts& visits) {
   UrlTable urls;
-  for (size_t number = 0; number < visits.visitors.length; ++number) {
-    VisitTimes& times = visits.visitors[number].times;
-    for (uint32_t other = times.others; other != 0; other = visits.others.visits[other - 1].next) {
-      KeepUrlsOf(visits.urls, urls, visits.others.visits[other - 1].visit);
-    }
-    KeepUrlsOf(visits.urls, urls, times.latest);
-  }
+  ForEachUrl(visits.room, [&](uint32_t& url) { url = NumberOfUrl(urls, UrlOf(visits.urls, url)); });
   visits.urls = std::move(urls);
   visits.page_urls.clear();
 }
 
-static void SetVisitor(const VisitTimes& times, OtherVisits& others, uint32_t visitor) {
-  for (uint32_t other = times.others; other != 0; other = others.visits[other - 1].next) {
-    others.visits[other - 1].visitor = visitor;
-  }
-}
-
 static void DropUpperHalf(VisitCounts& visits) {
   ++visits.halvings;
-  uint32_t kept = 0;
-  for (size_t number = 0; number < visits.visitors.length; ++number) {
-    KnownVisitor& visitor = visits.visitors[number];
-    if (IsKept(visits, visitor.hash)) {
-      SetVisitor(visitor.times, visits.others, kept);
-      visits.visitors[kept++] = visitor;
-    } else {
-      DropOthers(visitor.times, visits.others);
+  ForEachVisitor(visits, [&](KnownVisitor& visitor) {
+    if (!IsKept(visits, visitor.hash)) {
+      DropVisits(visitor.times, visits.room);
+      --visits.visitors.length;
     }
-  }
-  CutTo(visits.visitors, kept);
-  visits.slots.assign(visits.slots.size(), {});
-  for (uint32_t number = 0; number < kept; ++number) {
-    FillSlot(visits, {.visitor = number + 1,
-                      .hash_end = static_cast<uint32_t>(PlaceOf(visits.visitors[number].hash))});
-  }
-}
-
-static void JoinAll(VisitCounts& visits) {
-  for (uint32_t number = 0; number < visits.visitors.length; ++number) {
-    JoinVisits(visits.visitors[number].times, visits.others, number, visits.urls);
-  }
+  });
+  Resize(visits.visitors);
 }
 
 static int64_t MostBytes() {
@@ -199,7 +125,7 @@ static void Fit(VisitCounts& visits) {
   // A quarter stays free, so that this does not happen again at once.
   const int64_t most = MostBytes() - MostBytes() / 4;
   if (AreTooMany(visits, most)) {
-    JoinAll(visits);
+    JoinAllVisits(visits);
     DropUnusedUrls(visits);
   }
   while (AreTooMany(visits, most) && visits.halvings < kMostHalvings) {

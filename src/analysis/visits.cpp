@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 #include <map>
+#include <optional>
 #include <span>
 
 #include "analysis/known_agents.h"
@@ -36,7 +37,7 @@ void CountVisitOf(VisitCounts& visits, const SuperLogRecord& record, std::string
   waiting.url = IsPageAnswer(record.status) ? url : std::string_view{};
   if (!waiting.url.empty()) {
     waiting.url_hash = HashOfUrl(waiting.url);
-    FetchUrlSlot(visits.urls, waiting.url_hash);
+    FetchUrl(visits.urls, waiting.url_hash);
   }
   if (visits.waiting_count == visits.waiting.size()) {
     CountWaitingVisits(visits);
@@ -53,28 +54,19 @@ static bool IsPage(VisitCounts& visits, uint32_t url) {
 }
 
 static Visit VisitOf(VisitCounts& visits, const WaitingVisit& request) {
-  const int64_t time = request.time;
   if (!request.url.empty()) {
     const uint32_t url = NumberOfUrl(visits.urls, request.url, request.url_hash);
     if (IsPage(visits, url)) {
-      return {.first = time,
-              .last = time,
-              .pages = 1,
-              .entry_time = time,
-              .exit_time = time,
-              .entry = url,
-              .exit = url};
+      return VisitOfPage(request.time, url);
     }
   }
-  return {.first = time, .last = time, .pages = 0, .entry_time = 0, .exit_time = 0, .entry = 0, .exit = 0};
+  return VisitOfNoPage(request.time);
 }
 
 static void TellVisitor(WaitingVisit& request) {
-  const KnownAgent& agent = TellKnownAgent(request.agent, request.agent_hash);
+  const KnownAgent agent = TellKnownAgent(request.agent, request.agent_hash);
   request.of_robot = agent.purpose != Purpose::kNone;
-  SipHash visitor = agent.visitor;
-  AddBytes(visitor, request.host);
-  request.visitor = EndWideSipHash(visitor);
+  request.visitor = HashOfVisitor(agent, request.host);
 }
 
 // In steps, between which what the next one looks at comes from memory.
@@ -82,13 +74,10 @@ void CountWaitingVisits(VisitCounts& visits) {
   const std::span<WaitingVisit> waiting(visits.waiting.data(), visits.waiting_count);
   for (WaitingVisit& request : waiting) {
     TellVisitor(request);
-    FetchVisitorSlot(visits, request.visitor);
-    if (!request.url.empty()) {
-      FetchUrl(visits.urls, request.url_hash);
-    }
+    FetchVisitor(visits, request.visitor);
   }
   for (const WaitingVisit& request : waiting) {
-    FetchVisitor(visits, request.visitor);
+    FetchLatestVisit(visits, request.visitor, request.time);
   }
   for (const WaitingVisit& request : waiting) {
     if (!request.of_robot && IsKept(visits, request.visitor)) {
@@ -103,50 +92,70 @@ void CountWaitingVisits(VisitCounts& visits) {
 
 // A day, and what changes with it.
 struct FoundDay {
-  int64_t end;     // of its seconds
+  int64_t begin;  // of its seconds
+  int64_t end;
   int64_t visits;  // that begin on it
   int32_t day;
   uint32_t comers;   // visitors who have requests on it, and had none on the day before
   uint32_t leavers;  // who have none on the next day
 };
 
-// The days that were asked for, by their first seconds: there are many visits on each.
-using FoundDays = std::map<int64_t, FoundDay>;
+// The days that were asked for, by their first seconds, and the last one that was: visits come about in
+// order.
+struct FoundDays {
+  std::map<int64_t, FoundDay> days;
+  std::map<int64_t, FoundDay>::iterator last = days.end();
+};
 
-static FoundDay& DayOfNumber(FoundDays& days, int64_t number) {
-  const FoundDay day = {.end = BeginOfDay(DayOfNumber(number + 1)),
+static FoundDay& DayOfNumber(FoundDays& found, int64_t number) {
+  const FoundDay day = {.begin = BeginOfDay(DayOfNumber(number)),
+                        .end = BeginOfDay(DayOfNumber(number + 1)),
                         .visits = 0,
                         .day = static_cast<int32_t>(number),
                         .comers = 0,
                         .leavers = 0};
-  return days.try_emplace(BeginOfDay(DayOfNumber(number)), day).first->second;
+  found.last = found.days.try_emplace(day.begin, day).first;
+  return found.last->second;
 }
 
-static FoundDay& DayAt(FoundDays& days, int64_t time) {
-  // Of all that a part may say, days that stand well within the calendar's.
+static bool IsOn(const FoundDay& day, int64_t time) {
+  return day.begin <= time && time < day.end;
+}
+
+// Of all times that a part may say, those of days that stand well within the calendar's.
+static int64_t InCalendar(int64_t time) {
   static constexpr int64_t kFirst = -62'167'046'400;  // 0000-01-03
   static constexpr int64_t kLast = 253'402'041'600;   // 9999-12-29
-  time = std::clamp(time, kFirst, kLast);
-  const auto behind = days.upper_bound(time);
-  if (behind != days.begin() && time < std::prev(behind)->second.end) {
-    return std::prev(behind)->second;
+  return std::clamp(time, kFirst, kLast);
+}
+
+static FoundDay& DayAt(FoundDays& found, int64_t time) {
+  if (found.last != found.days.end() && IsOn(found.last->second, time)) {
+    return found.last->second;
+  }
+  const auto behind = found.days.upper_bound(time);
+  if (behind != found.days.begin() && IsOn(std::prev(behind)->second, time)) {
+    found.last = std::prev(behind);
+    return found.last->second;
   }
   const int64_t number = NumberOfDay(DayOf(time));
   // Where clocks go back to the day before, that is over nonetheless.
-  return DayOfNumber(days, number + (time >= BeginOfDay(DayOfNumber(number + 1)) ? 1 : 0));
+  return DayOfNumber(found, number + (time >= BeginOfDay(DayOfNumber(number + 1)) ? 1 : 0));
 }
 
-// Whoever has a request at least every half an hour has one on each day of a visit.
-static void AddDays(FoundDays& days, const Visit& visit, int64_t& next_day) {
-  FoundDay& first = DayAt(days, visit.first);
-  FoundDay& last = visit.last < first.end ? first : DayAt(days, visit.last);
+// Whoever has a request at least every half an hour has one on each day of a visit. The visit before, if
+// there is one, ended at that time.
+static void AddDays(FoundDays& days, const Visit& visit, std::optional<int64_t> before) {
+  FoundDay& first = DayAt(days, InCalendar(visit.first));
+  FoundDay& last = visit.last < first.end ? first : DayAt(days, InCalendar(visit.last));
   ++first.visits;
-  const int64_t from = std::max<int64_t>(first.day, next_day);
-  if (from <= last.day) {
-    FoundDay& came = from == first.day ? first : DayOfNumber(days, from);
-    ++came.comers;
+  const bool was_there = before.has_value() && InCalendar(*before) >= first.begin;
+  if (!was_there) {
+    ++first.comers;
     ++last.leavers;
-    next_day = last.day + 1;
+  } else if (first.day < last.day) {
+    ++DayOfNumber(days, first.day + 1).comers;
+    ++last.leavers;
   }
 }
 
@@ -169,7 +178,7 @@ static void AddFigures(VisitFigures& figures, const Visit& visit) {
   figures.seconds += visit.last - visit.first;
 }
 
-static std::vector<DayVisits> DaysOf(const FoundDays& found) {
+static std::vector<DayVisits> DaysOf(const std::map<int64_t, FoundDay>& found) {
   std::vector<DayVisits> days;
   int64_t visitors = 0;
   int64_t next = 0;
@@ -205,26 +214,59 @@ static void ScaleUp(VisitSums& sums, int64_t factor) {
   }
 }
 
+// When the visit of the same visitor before that has pages ended, if there is one; or the least time, when
+// that was on an earlier day.
+static std::optional<int64_t> EndOfBefore(const VisitRoom& room, const KeptVisit& kept) {
+  if (kept.days_behind != 0) {
+    return INT64_MIN;
+  }
+  for (uint32_t place = kept.before; place != 0; place = KeptAt(room, place).before) {
+    const Visit before = VisitAt(room, place);
+    if (before.pages > 0) {
+      return before.last;
+    }
+  }
+  return std::nullopt;
+}
+
+static void AddWithPages(VisitSums& sums, FoundDays& days, const Visit& visit,
+                         std::optional<int64_t> before) {
+  AddDays(days, visit, before);
+  AddPages(sums.pages, visit);
+  AddFigures(sums.figures, visit);
+  sums.figures.visitors += before.has_value() ? 0 : 1;
+}
+
+// In the order in which they stand in memory, whose they may be.
+static void AddAll(VisitSums& sums, FoundDays& days, const VisitRoom& room) {
+  static constexpr size_t kAhead = 16;  // visits that come from memory meanwhile
+  for (size_t i = 0; i < room.kept.length; ++i) {
+    const KeptVisit& kept = room.kept[i];
+    const KeptVisit& later = room.kept[std::min(i + kAhead, room.kept.length - 1)];
+    if (later.before != 0 && later.days_behind == 0) {
+      FetchVisit(room, later.before);
+    }
+    if (kept.length == kOfNobody) {
+      continue;
+    }
+    const Visit visit = VisitOf(room, kept);
+    if (visit.pages > 0) {
+      AddWithPages(sums, days, visit, EndOfBefore(room, kept));
+    }
+  }
+}
+
 VisitSums SumUpVisits(VisitCounts& visits) {
   FitVisits(visits);
+  JoinAllVisits(visits);
   VisitSums sums{};
-  sums.pages.reserve(visits.urls.places.size());
-  for (uint32_t url = 0; url < visits.urls.places.size(); ++url) {
-    sums.pages.push_back({UrlOf(visits.urls, url), 0, 0, 0});
+  sums.pages.reserve(visits.urls.texts.size());
+  for (const std::string_view url : visits.urls.texts) {
+    sums.pages.push_back({url, 0, 0, 0});
   }
   FoundDays days;
-  ForEachVisitor(visits, [&](const VisitsOfOne& of_one) {
-    int64_t next_day = INT64_MIN;
-    ForEachVisit(visits, of_one, [&](const Visit& visit) {
-      if (visit.pages > 0) {
-        AddDays(days, visit, next_day);
-        AddPages(sums.pages, visit);
-        AddFigures(sums.figures, visit);
-      }
-    });
-    sums.figures.visitors += next_day == INT64_MIN ? 0 : 1;
-  });
-  sums.days = DaysOf(days);
+  AddAll(sums, days, visits.room);
+  sums.days = DaysOf(days.days);
   sums.figures.kept = sums.figures.visitors;
   sums.figures.one_in = int64_t{1} << visits.halvings;
   ScaleUp(sums, sums.figures.one_in);
@@ -233,6 +275,5 @@ VisitSums SumUpVisits(VisitCounts& visits) {
 
 void ForgetVisitors(VisitCounts& visits) {
   visits.visitors = {};
-  visits.slots = {};
-  visits.others = {};
+  visits.room = {};
 }

@@ -41,15 +41,11 @@ void AddByte(SipHash& hash, std::uint8_t byte) {
   }
 }
 
-static std::uint64_t Finish(SipHash& hash) {
-  Round(hash.v), Round(hash.v), Round(hash.v), Round(hash.v);
-  return hash.v[0] ^ hash.v[1] ^ hash.v[2] ^ hash.v[3];
-}
-
 std::uint64_t EndSipHash(SipHash hash) {
   TakeWord(hash, hash.word | hash.length << 56);
   hash.v[2] ^= 0xff;
-  return Finish(hash);
+  Round(hash.v), Round(hash.v), Round(hash.v), Round(hash.v);
+  return hash.v[0] ^ hash.v[1] ^ hash.v[2] ^ hash.v[3];
 }
 
 // Of fewer bytes than a word has, the others are 0.
@@ -73,23 +69,4 @@ void AddBytes(SipHash& hash, std::string_view text) {
   for (; next < text.size(); ++next) {
     AddByte(hash, static_cast<std::uint8_t>(text[next]));
   }
-}
-
-void AddWord(SipHash& hash, std::uint64_t word) {
-  TakeWord(hash, word);
-  hash.length += 8;
-}
-
-SipHash BeginWideSipHash(const SipKey& key) {
-  SipHash hash = BeginSipHash(key);
-  hash.v[1] ^= 0xee;
-  return hash;
-}
-
-WideSipHash EndWideSipHash(SipHash hash) {
-  TakeWord(hash, hash.word | hash.length << 56);
-  hash.v[2] ^= 0xee;
-  const std::uint64_t first = Finish(hash);
-  hash.v[1] ^= 0xdd;
-  return {first, Finish(hash)};
 }

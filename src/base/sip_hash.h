@@ -30,11 +30,3 @@ std::uint64_t EndSipHash(SipHash hash);
 
 // As if its bytes were added one by one; eight at once where eight times as many came before.
 void AddBytes(SipHash& hash, std::string_view text);
-// Likewise of the eight bytes of a word, the lowest first. A multiple of eight came before.
-void AddWord(SipHash& hash, std::uint64_t word);
-
-// The same hash with twice as many bits, its first bytes the lowest of the first word: for what has to be
-// told apart by its hash alone.
-using WideSipHash = std::array<std::uint64_t, 2>;
-SipHash BeginWideSipHash(const SipKey& key);
-WideSipHash EndWideSipHash(SipHash hash);

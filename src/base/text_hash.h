@@ -1,8 +1,9 @@
-// A fast hash of texts for tables whose keys come from outside, seeded by RandomSeed: from run to run the
-// same text has another one. Two words at a time are folded into it by a multiplication, as wyhash does (Wang
-// Yi, "wyhash", 2019).
+// A fast hash of texts. For tables whose keys come from outside it is seeded by RandomSeed, so that from run
+// to run the same text has another one; with a seed of one's own it is the same on all machines. Two words at
+// a time are folded into it by a multiplication, as wyhash does (Wang Yi, "wyhash", 2019).
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <string_view>
@@ -20,10 +21,14 @@ struct TwoWords {
   uint64_t last;
 };
 
+// The first byte is the lowest.
 template <typename Word>
 inline uint64_t WordFrom(const char* bytes) {
   Word word = 0;
   memcpy(&word, bytes, sizeof word);
+  if constexpr (std::endian::native == std::endian::big) {
+    return __builtin_bswap64(word) >> (64 - 8 * sizeof word);
+  }
   return word;
 }
 

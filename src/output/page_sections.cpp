@@ -186,6 +186,7 @@ static void PutRanked(Sink& sink, const Settings& settings, const Section& secti
               .lead = days ? Lead::kWeekday : Lead::kRank,
               .shares = rows.total > 0,
               .bytes = rows.bytes,
+              .by_bytes = rows.by_bytes,
               .second = dimension != nullptr ? dimension->second.title : Literal(""),
               .mark = dimension != nullptr ? dimension->mark.title : Literal(""),
               .seen = rows.seen,

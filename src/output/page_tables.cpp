@@ -85,7 +85,9 @@ static void PutHeading(const Table& table) {
       Put(sink, column);
     }
   }
-  Put(sink, "</th><th scope=\"col\" class=\"s\">Share</th></tr></thead>\n<tbody>\n");
+  Put(sink, "</th><th scope=\"col\" class=\"s\">");
+  Put(sink, table.by_bytes ? Literal("Share of bytes") : Literal("Share"));
+  Put(sink, "</th></tr></thead>\n<tbody>\n");
 }
 
 static void OpenBlock(Table& table) {

@@ -21,14 +21,15 @@ struct Table {
   Sink& sink;
   Columns columns;
   Lead lead;
-  bool shares;          // there is a total
-  bool bytes = false;   // rows have bytes
-  Literal second = "";  // heading of the second figure that rows have; empty: they have none
-  Literal mark = "";    // heading of the mark that rows have or not; empty: they have none
-  bool seen = false;    // rows tell when they were seen first and last
-  bool times = false;   // rows have times
-  int64_t rows;         // that will come
-  bool alone = false;   // chronological, but beside no drawing: the first rows are open
+  bool shares;            // there is a total
+  bool bytes = false;     // rows have bytes
+  bool by_bytes = false;  // and shares are of these
+  Literal second = "";    // heading of the second figure that rows have; empty: they have none
+  Literal mark = "";      // heading of the mark that rows have or not; empty: they have none
+  bool seen = false;      // rows tell when they were seen first and last
+  bool times = false;     // rows have times
+  int64_t rows;           // that will come
+  bool alone = false;     // chronological, but beside no drawing: the first rows are open
   const SubItemWords* below = &kLeadingPages;  // what stands below rows
   const char* name = "";                       // a text of the program or of the configuration
   int64_t next = 0;                            // number of the next row

@@ -12,9 +12,12 @@ EngineRows OpenEngines(const Settings& settings, const Analysis& analysis) {
   const SearchCounts& search = analysis.search;
   const int64_t distinct = CountDistinct(search.engines);
   const CutOff cut_off = CutOffOf(settings.search);
-  return {{distinct, search.hits, cut_off, AllShown(cut_off, distinct), false, false, 0, {}},
-          search.built_in,
-          search.engines};
+  ItemSummary summary{};
+  summary.distinct = distinct;
+  summary.total = search.hits;
+  summary.cut_off = cut_off;
+  summary.all_shown = AllShown(cut_off, distinct);
+  return {summary, search.built_in, search.engines};
 }
 
 bool NextEngine(EngineRows& rows, EngineRow& row) {

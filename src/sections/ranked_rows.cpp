@@ -5,6 +5,7 @@
 
 #include "analysis/resolve_item.h"
 #include "analysis/rules.h"
+#include "superlog/super_long.h"
 
 static bool CountsRequests(const Section& section) {
   return section.dimension == nullptr || IsOfRequests(*section.dimension);
@@ -26,10 +27,9 @@ static RankedBy OrderOf(const Section& section, const Settings& settings) {
   return CountsRequests(section) ? OrderOf(settings) : RankedBy::kCount;
 }
 
-// The first row has it, unless amounts rank them, or they are days.
-static int64_t LargestCount(const List& list, bool first_has_it) {
+static int64_t LargestCount(const List& list) {
   int64_t largest = 0;
-  for (const ListItem* item = first_has_it ? nullptr : list.first; item != nullptr; item = item->next) {
+  for (const ListItem* item = list.first; item != nullptr; item = item->next) {
     largest = std::max(largest, item->count);
   }
   return largest;
@@ -46,9 +46,10 @@ static ItemSummary Summarise(const Settings& settings, const Section& section, A
       .all_shown = AllShown(cut_off, distinct),
       .bytes = AmountsOf(settings) == Amounts::kSummed && CountsRequests(section) && !IsTimed(section),
       .times = IsTimed(section),
-      .largest = LargestCount(
-          list, IsTimed(section) || (OrderOf(section, settings) == RankedBy::kCount && !IsOfDays(section))),
-      .brands = {}};
+      .largest = IsOfDays(section) ? LargestCount(list) : 0,  // of others, the first row has it
+      .brands = {},
+      .by_bytes = !IsTimed(section) && OrderOf(section, settings) == RankedBy::kAmount,
+      .served = static_cast<int64_t>(std::min<uint64_t>(SuperLongToBytes(analysis.bytes), INT64_MAX))};
   std::transform(section.items.brands.begin(), section.items.brands.end(), summary.brands.begin(),
                  [&analysis](const Brand& brand) {
                    const int64_t count = analysis.*brand.count;
@@ -112,6 +113,13 @@ static int MarkOf(const RankedRows& rows, const ListItem& item) {
   return marks ? static_cast<int>(item.sublist() != nullptr) : -1;
 }
 
+static double ShareOf(const ItemSummary& summary, const ListItem& item) {
+  if (summary.by_bytes) {
+    return Share(AmountOf(item), summary.served);
+  }
+  return Share(summary.times ? AmountOf(item) : item.count, summary.total);
+}
+
 bool NextRanked(RankedRows& rows, RankedRow& row) {
   const ListItem* const item = NextItem(rows.items);
   if (item == nullptr) {
@@ -121,7 +129,7 @@ bool NextRanked(RankedRows& rows, RankedRow& row) {
          item->count,
          item->has_amount && rows.summary.bytes ? item->amount() : -1,
          item->has_amount && !rows.summary.bytes && !rows.summary.times ? item->amount() : -1,
-         Share(rows.summary.times ? AmountOf(*item) : item->count, rows.summary.total),
+         ShareOf(rows.summary, *item),
          SiteOf(rows, *item),
          Describe(rows, *item),
          rows.summary.times ? TimesOf(*item) : TimesTaken{},

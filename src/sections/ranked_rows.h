@@ -20,22 +20,24 @@ struct BrandShare {
 // What there is to say of a section's items before any is shown.
 struct ItemSummary {
   int64_t distinct;  // items, before any was cut off
-  int64_t total;     // what the shares are of
+  int64_t total;     // what the shares are of, but for those of bytes
   CutOff cut_off;
   bool all_shown;   // AllShown
   bool bytes;       // of each item's requests are known
   bool times;       // that each item's requests took are; the total is their sum in microseconds
-  int64_t largest;  // count, where something else decides their order; else 0
+  int64_t largest;  // count of items that do not stand by rank; else 0
   std::array<BrandShare, kMostBrands> brands;
+  bool by_bytes;   // the order of the items is that of their bytes, and so are shares
+  int64_t served;  // bytes in all
 };
 
 struct RankedRow {
   const char* item;
   int64_t count;
-  int64_t bytes;            // of its requests; -1: nobody asks for them
-  int64_t second;           // the second figure of a dimension's items; -1: they have none
-  double share;             // of the base's total, which the count of a bad section may exceed
-  const char* site;         // stands before the item in its link, "" of an address; null: no link
+  int64_t bytes;     // of its requests; -1: nobody asks for them
+  int64_t second;    // the second figure of a dimension's items; -1: they have none
+  double share;      // of the base's total, which the count of a bad section may exceed; or of all bytes
+  const char* site;  // stands before the item in its link, "" of an address; null: no link
   const char* description;  // good until the next row; null: none
   TimesTaken times;         // that its requests took, where they are known
   ItemCursor referrers;     // the pages that led to the item, or others below it, by rank and never cut off

@@ -16,6 +16,7 @@ static void OpenRankedRows(SectionRows& rows, const Settings& settings, Analysis
   rows.distinct = rows.ranked.summary.distinct;
   rows.total = rows.ranked.summary.total;
   rows.bytes = rows.ranked.summary.bytes;
+  rows.by_bytes = rows.ranked.summary.by_bytes;
   rows.timed = rows.ranked.summary.times;
   rows.largest = rows.ranked.summary.largest;
 }
@@ -63,7 +64,7 @@ static bool NextRankedRow(SectionRows& rows, SectionRow& row) {
     return false;
   }
   row = Row(ranked.item, ranked.count, ranked.share);
-  row.bar = BarOf(rows, rows.timed ? ranked.times.sum : ranked.count);
+  row.bar = BarOf(rows, rows.timed ? ranked.times.sum : rows.by_bytes ? ranked.bytes : ranked.count);
   row.bytes = ranked.bytes;
   row.second = ranked.second;
   row.times = ranked.times;

@@ -17,8 +17,8 @@ struct SectionRow {
   int64_t count;
   int64_t bytes;         // of ranked rows, where they are asked for; else -1
   int64_t second;        // the second figure of a dimension's rows; else -1
-  double share;          // of the section's total
-  double bar;            // the count, or the sum of the times, as a part of the largest one, at most 1
+  double share;          // of the section's total, or of all bytes
+  double bar;            // the count, or whatever rows stand by, as a part of the largest one, at most 1
   const char* site;      // of ranked rows, as there; null: no link
   const char* name;      // what the item is called; null: it has no other name
   const char* engine;    // of phrases; else null
@@ -38,6 +38,7 @@ struct SectionRows {
   int64_t distinct;  // items, before any was cut off
   int64_t total;     // what the shares are of
   bool bytes;        // rows have bytes
+  bool by_bytes;     // and stand by them; shares are of all bytes served
   bool seen;         // rows tell when they were seen first and last
   bool timed;        // rows have times, and the total is of microseconds
   const Section* section;

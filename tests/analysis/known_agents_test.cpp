@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
 #include <string>
 #include <vector>
+
+#include "base/sip_hash.h"
 
 class KnownAgents : public testing::Test {
  protected:
@@ -23,14 +26,36 @@ TEST_F(KnownAgents, AreToldAsAgentsAreWhateverCameBefore) {
       const KnownAgent& known = TellKnownAgent(agent);
       ASSERT_EQ(known.purpose, TellAgent(agent).purpose) << agent;
       SipHash hash =
-          BeginWideSipHash({'O', 'r', 'v', 'e', 'l', 'l', 'i', 's', ' ', 'v', 'i', 's', 'i', 't', 'o', 'r'});
-      const SipHash begun = hash;
+          BeginSipHash({'O', 'r', 'v', 'e', 'l', 'l', 'i', 's', ' ', 'v', 'i', 's', 'i', 't', 'o', 'r'});
       AddBytes(hash, agent);
-      const WideSipHash of_agent = EndWideSipHash(hash);
-      SipHash visitor = begun;
-      AddWord(visitor, of_agent[0]);
-      AddWord(visitor, of_agent[1]);
-      ASSERT_EQ(EndWideSipHash(known.visitor), EndWideSipHash(visitor)) << agent;
+      ASSERT_EQ(known.hash, EndSipHash(hash)) << agent;
     }
   }
+}
+
+// The values are those of another program, by the description of the counts that are kept of visits.
+TEST_F(KnownAgents, HaveTheSameVisitorsOnAllMachines) {
+  const auto hash_of = [](const char* agent, const char* host) {
+    return HashOfVisitor(TellKnownAgent(agent), host);
+  };
+  EXPECT_EQ(hash_of("Lynx/2.8", "192.0.2.1"), 0x5f54cd724036ca8bu);
+  EXPECT_EQ(hash_of("", "a"), 0x299f8ad61513b4e0u);
+  EXPECT_EQ(hash_of("w3m/0.5", "2001:db8:1:2:3:4:5:6"), 0x95f68506016d7510u);
+  EXPECT_EQ(hash_of("w3m/0.5", "visitor.of.a.long.name.example.net"), 0xb6677b4754a48e9cu);
+  EXPECT_EQ(hash_of("w3m/0.5", "1.2.3.4"), 0x4813cc5e1240a7b9u);
+  EXPECT_EQ(hash_of("w3m/0.5", "host"), 0xa11fb0746319f644u);
+  EXPECT_EQ(hash_of("w3m/0.5", "0123456789abcdef"), 0x0b58f5dd554d9ef6u);
+  EXPECT_EQ(hash_of("w3m/0.5", "0123456789abcdefg"), 0x71a0670269ffa3bcu);
+}
+
+TEST_F(KnownAgents, HaveVisitorsOfTheirOwn) {
+  std::set<uint64_t> hashes;
+  for (int agent = 0; agent < 100; ++agent) {
+    const KnownAgent known = TellKnownAgent("Agent " + std::to_string(agent));
+    for (int host = 0; host < 1000; ++host) {
+      hashes.insert(
+          HashOfVisitor(known, "10.0." + std::to_string(host / 256) + "." + std::to_string(host % 256)));
+    }
+  }
+  EXPECT_EQ(hashes.size(), 100'000u);
 }

@@ -7,7 +7,6 @@
 namespace {
 
 uint32_t NumberOf(UrlTable& urls, std::string_view text) {
-  FetchUrlSlot(urls, HashOfUrl(text));
   FetchUrl(urls, HashOfUrl(text));
   return NumberOfUrl(urls, text);
 }

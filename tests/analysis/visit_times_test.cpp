@@ -16,29 +16,14 @@ struct Asking {
 };
 
 Visit AsVisit(const Asking& asking, UrlTable& urls) {
-  if (asking.page.empty()) {
-    return {.first = asking.time,
-            .last = asking.time,
-            .pages = 0,
-            .entry_time = 0,
-            .exit_time = 0,
-            .entry = 0,
-            .exit = 0};
-  }
-  const uint32_t url = NumberOfUrl(urls, asking.page);
-  return {.first = asking.time,
-          .last = asking.time,
-          .pages = 1,
-          .entry_time = asking.time,
-          .exit_time = asking.time,
-          .entry = url,
-          .exit = url};
+  return asking.page.empty() ? VisitOfNoPage(asking.time)
+                             : VisitOfPage(asking.time, NumberOfUrl(urls, asking.page));
 }
 
-VisitTimes TimesOf(const std::vector<Asking>& askings, OtherVisits& others, UrlTable& urls) {
-  VisitTimes times = FirstVisit(AsVisit(askings.front(), urls));
+VisitTimes TimesOf(const std::vector<Asking>& askings, VisitRoom& room, UrlTable& urls) {
+  VisitTimes times = FirstVisit(room, AsVisit(askings.front(), urls));
   for (size_t i = 1; i < askings.size(); ++i) {
-    AddVisit(times, others, 0, AsVisit(askings[i], urls), urls);
+    AddVisit(times, room, AsVisit(askings[i], urls), urls);
   }
   return times;
 }
@@ -46,16 +31,16 @@ VisitTimes TimesOf(const std::vector<Asking>& askings, OtherVisits& others, UrlT
 // First, last, pages, entry and exit.
 using Told = std::tuple<int64_t, int64_t, uint64_t, std::string, std::string>;
 
-std::vector<Visit> AllOf(const VisitTimes& times, const OtherVisits& others) {
-  std::vector<Visit> all = {times.latest};
-  for (uint32_t other = times.others; other != 0; other = others.visits[other - 1].next) {
-    all.push_back(others.visits[other - 1].visit);
+std::vector<Visit> AllOf(const VisitTimes& times, const VisitRoom& room) {
+  std::vector<Visit> all;
+  for (uint32_t place = times.latest; place != 0; place = KeptAt(room, place).before) {
+    all.push_back(VisitAt(room, place));
   }
   return all;
 }
 
-std::vector<Told> VisitsToldBy(const VisitTimes& times, const OtherVisits& others, const UrlTable& urls) {
-  std::vector<Visit> all = AllOf(times, others);
+std::vector<Told> VisitsToldBy(const VisitTimes& times, const VisitRoom& room, const UrlTable& urls) {
+  std::vector<Visit> all = AllOf(times, room);
   MakeWhole(all, urls);
   std::vector<Told> told;
   for (const Visit& visit : all) {
@@ -68,9 +53,9 @@ std::vector<Told> VisitsToldBy(const VisitTimes& times, const OtherVisits& other
 
 std::vector<Told> VisitsOf(const std::vector<Asking>& askings) {
   UrlTable urls;
-  OtherVisits others;
-  VisitTimes times = TimesOf(askings, others, urls);
-  return VisitsToldBy(times, others, urls);
+  VisitRoom room;
+  VisitTimes times = TimesOf(askings, room, urls);
+  return VisitsToldBy(times, room, urls);
 }
 
 // The plain way: all of them in order, divided where half an hour passes.
@@ -131,84 +116,118 @@ TEST(VisitTimes, AreTheSameInAnyOrderAndInAnyParts) {
     ASSERT_EQ(VisitsOf(askings), plain);
     // Two parts, of which one is added to the other, whole or not.
     UrlTable urls;
-    OtherVisits others;
+    VisitRoom room;
     const size_t half = 1 + random() % askings.size();
-    VisitTimes sum = TimesOf({askings.begin(), askings.begin() + static_cast<ptrdiff_t>(half)}, others, urls);
+    VisitTimes sum = TimesOf({askings.begin(), askings.begin() + static_cast<ptrdiff_t>(half)}, room, urls);
     if (half < askings.size()) {
-      VisitTimes more =
-          TimesOf({askings.begin() + static_cast<ptrdiff_t>(half), askings.end()}, others, urls);
+      VisitTimes more = TimesOf({askings.begin() + static_cast<ptrdiff_t>(half), askings.end()}, room, urls);
       if (round % 2 == 0) {
-        JoinVisits(more, others, 1, urls);
+        JoinVisits(more, room, urls);
       }
-      const std::vector<Visit> added = AllOf(more, others);
-      DropOthers(more, others);
+      const std::vector<Visit> added = AllOf(more, room);
+      DropVisits(more, room);
       for (const Visit& visit : added) {
-        AddVisit(sum, others, 0, visit, urls);
+        AddVisit(sum, room, visit, urls);
       }
     }
-    ASSERT_EQ(VisitsToldBy(sum, others, urls), plain);
+    ASSERT_EQ(VisitsToldBy(sum, room, urls), plain);
+    JoinVisits(sum, room, urls);
+    ASSERT_TRUE(std::ranges::is_sorted(AllOf(sum, room), std::ranges::greater{}, &Visit::first));
   }
+}
+
+// Whatever is said of the latest visit in place of a look at it, and whenever it was.
+TEST(VisitTimes, AreTheSameFarFromToday) {
+  for (const int64_t begin : {int64_t{0}, int64_t{-3600}, int64_t{1} << 32, (int64_t{1} << 32) - 3600,
+                              -(int64_t{1} << 40), (int64_t{1} << 40) - 90000}) {
+    const std::vector<Asking> askings = {{begin, "/a"},         {begin + 1, ""},      {begin + 1800, "/b"},
+                                         {begin + 3601, "/c"},  {begin + 5401, "/d"}, {begin + 7200, "/e"},
+                                         {begin + 80000, "/f"}, {begin + 81799, "/g"}};
+    EXPECT_EQ(VisitsOf(askings), PlainVisits(askings)) << begin;
+  }
+}
+
+// The days of a visit are looked at where it may begin on a day of the one before.
+TEST(VisitTimes, KnowWhichOfThemBeginOnALaterDay) {
+  constexpr int64_t kDay = 86400;
+  const auto are_days_behind = [](const std::vector<Asking>& askings) {
+    UrlTable urls;
+    VisitRoom room;
+    const VisitTimes times = TimesOf(askings, room, urls);
+    std::vector<unsigned> found;
+    for (uint32_t place = times.latest; place != 0; place = KeptAt(room, place).before) {
+      found.insert(found.begin(), KeptAt(room, place).days_behind);
+    }
+    return found;
+  };
+  using Found = std::vector<unsigned>;
+  EXPECT_EQ(are_days_behind({{0, "/"}, {2 * kDay, ""}, {4 * kDay, "/"}}), (Found{0, 1, 0}));
+  EXPECT_EQ(are_days_behind({{0, "/"}, {kDay, "/"}, {kDay + 26 * 3600, "/"}, {2 * kDay + 26 * 3600, "/"}}),
+            (Found{0, 0, 1, 0}));
+  EXPECT_EQ(are_days_behind({{0, "/"}, {1799, "/"}, {3598, "/"}, {kDay + 8000, "/"}}), (Found{0, 0}));
 }
 
 // Of many visitors who share one room.
 TEST(VisitTimes, LeaveRoomToOthers) {
   std::mt19937 random(2);
   UrlTable urls;
-  OtherVisits others;
+  VisitRoom room;
   std::vector<std::vector<Asking>> askings(20);
   std::vector<VisitTimes> times;
   for (std::vector<Asking>& asked : askings) {
     asked.push_back({static_cast<int64_t>(random() % 200000), "/"});
-    times.push_back(FirstVisit(AsVisit(asked.front(), urls)));
+    times.push_back(FirstVisit(room, AsVisit(asked.front(), urls)));
   }
   for (int i = 0; i < 5000; ++i) {
     const size_t who = random() % askings.size();
     askings[who].push_back({static_cast<int64_t>(random() % 200000), "/"});
-    AddVisit(times[who], others, static_cast<uint32_t>(who), AsVisit(askings[who].back(), urls), urls);
+    AddVisit(times[who], room, AsVisit(askings[who].back(), urls), urls);
   }
   size_t visits = 0;
   for (size_t who = 0; who < askings.size(); ++who) {
     const std::vector<Told> plain = PlainVisits(askings[who]);
-    JoinVisits(times[who], others, static_cast<uint32_t>(who), urls);
-    ASSERT_EQ(VisitsToldBy(times[who], others, urls), plain);
-    visits += plain.size() - 1;
+    JoinVisits(times[who], room, urls);
+    ASSERT_EQ(VisitsToldBy(times[who], room, urls), plain);
+    visits += plain.size();
   }
-  EXPECT_EQ(others.count, static_cast<int64_t>(visits));
-  const size_t room = others.visits.length;
+  EXPECT_EQ(room.count, static_cast<int64_t>(visits));
+  const size_t length = room.kept.length;
   for (VisitTimes& of_one : times) {
-    DropOthers(of_one, others);
+    DropVisits(of_one, room);
+    EXPECT_EQ(of_one.latest, 0u);
   }
-  EXPECT_EQ(others.count, 0);
-  for (size_t i = 0; i <= room; ++i) {
-    AddVisit(times[0], others, 0, AsVisit({static_cast<int64_t>(i) * 3600, "/"}, urls), urls);
+  EXPECT_EQ(room.count, 0);
+  VisitTimes again = FirstVisit(room, AsVisit({0, "/"}, urls));
+  for (size_t i = 1; i < length; ++i) {
+    AddVisit(again, room, AsVisit({static_cast<int64_t>(i) * 3600, "/"}, urls), urls);
   }
-  EXPECT_LE(others.visits.length, room + 1);
+  EXPECT_EQ(room.kept.length, length);
 }
 
 // So rarely that all of it takes the time of a few additions each.
 TEST(VisitTimes, AreLookedForOnesThatAreOneAfterTwiceAsManyCame) {
   UrlTable urls;
-  OtherVisits others;
-  VisitTimes times = FirstVisit(AsVisit({0, "/"}, urls));
+  VisitRoom room;
+  VisitTimes times = FirstVisit(room, AsVisit({0, "/"}, urls));
   size_t joins = 0;
   for (int i = 1; i < 100000; ++i) {
-    const uint32_t left = times.until_joined;
-    AddVisit(times, others, 0, AsVisit({i * -3600, "/"}, urls), urls);
-    joins += left != 0 && times.until_joined > left ? 1 : 0;
+    const uint32_t left = times.in_order != 0 ? 0 : times.end;
+    AddVisit(times, room, AsVisit({i * -3600, "/"}, urls), urls);
+    joins += left != 0 && times.end > left ? 1 : 0;
   }
-  EXPECT_EQ(others.count, 99999);
+  EXPECT_EQ(room.count, 100000);
   EXPECT_LE(joins, 14u);
 }
 
 // What is kept is never much more than the visits that there are.
 TEST(VisitTimes, TakeNoMoreRoomInAHostileOrder) {
   UrlTable urls;
-  OtherVisits others;
-  VisitTimes times = FirstVisit(AsVisit({0, "/"}, urls));
+  VisitRoom room;
+  VisitTimes times = FirstVisit(room, AsVisit({0, "/"}, urls));
   for (int i = 0; i < 100000; ++i) {
-    AddVisit(times, others, 0, AsVisit({i % 2 == 0 ? 0 : 10000, "/"}, urls), urls);
-    ASSERT_LE(others.count, 9);
-    ASSERT_LE(others.visits.length, 10u);
+    AddVisit(times, room, AsVisit({i % 2 == 0 ? 0 : 10000, "/"}, urls), urls);
+    ASSERT_LE(room.count, 10);
+    ASSERT_LE(room.kept.length, 11u);
   }
-  EXPECT_EQ(VisitsToldBy(times, others, urls).size(), 2u);
+  EXPECT_EQ(VisitsToldBy(times, room, urls).size(), 2u);
 }

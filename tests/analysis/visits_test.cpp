@@ -217,9 +217,9 @@ TEST(Visits, OfDamagedPartsAreNotTaken) {
   // Nothing but what was read takes memory, whatever is said of what follows.
   const Counts sum = NewCounts();
   EXPECT_FALSE(AddPart("\xff\xff\xff\xff\xff\xff\xff\xff\x01", *sum));
-  EXPECT_FALSE(AddPart("\x01\x10" + std::string(16, 'h') + "\xff\xff\xff\xff\x0f", *sum));
-  EXPECT_FALSE(AddPart("\x01\x0f" + std::string(15, 'h') + std::string(4, '\1'), *sum)) << "a hash too short";
-  EXPECT_FALSE(AddPart("\x01\x10" + std::string(16, 'h') + std::string(1, '\0'), *sum)) << "no visits";
+  EXPECT_FALSE(AddPart("\x01\x08" + std::string(8, 'h') + "\xff\xff\xff\xff\x0f", *sum));
+  EXPECT_FALSE(AddPart("\x01\x07" + std::string(7, 'h') + std::string(4, '\1'), *sum)) << "a hash too short";
+  EXPECT_FALSE(AddPart("\x01\x08" + std::string(8, 'h') + std::string(1, '\0'), *sum)) << "no visits";
 }
 
 TEST(Visits, AreForgotten) {
@@ -247,9 +247,9 @@ TEST(Visits, OfASampleAreScaledUp) {
     CountIn(*visits, OfVisitor(i));
   }
   const VisitFigures figures = SumUpVisits(*visits).figures;
-  // A visitor takes 128 bytes, and all may take half of the budget, of which a quarter stays free.
-  EXPECT_EQ(figures.one_in, 16);
-  EXPECT_LE(figures.kept, 500 * 1000 / 2 / 128);
+  // A visitor takes 48 bytes, and a visit 16, and all may take half of the budget, of which a quarter stays free.
+  EXPECT_EQ(figures.one_in, 8);
+  EXPECT_LE(figures.kept, 500 * 1000 / 2 / (48 + 16));
   EXPECT_EQ(figures.visitors, figures.kept * figures.one_in);
   EXPECT_EQ(figures.visits, figures.visitors);
   EXPECT_NEAR(static_cast<double>(figures.visitors), kVisitors, kVisitors * 0.1);
@@ -295,7 +295,7 @@ TEST(Visits, ThatWouldBeASampleEndARunThatMayNotHaveOne) {
   EndInsteadOfReclaims(EndWith3);
   const Counts visits = NewCounts();
   const auto count = [&] {
-    for (int i = 0; i < 3000; ++i) {
+    for (int i = 0; i < 6000; ++i) {
       CountIn(*visits, OfVisitor(i));
     }
   };

@@ -191,7 +191,8 @@ def figures_of(text, by_bytes):
         ranks = [(row["bytes"], row["count"]) if by_bytes else row["count"] for row in section["rows"]]
         assert ranks == sorted(ranks, reverse=True), (name, section)
         for row in section["rows"]:
-            assert abs(row["share"] - row["count"] / section["total"]) < 1e-6, row
+            part, whole = (row["bytes"], report["totals"]["bytes"]) if by_bytes else (row["count"], section["total"])
+            assert abs(row["share"] - part / whole) < 1e-6, row
     return figures
 
 

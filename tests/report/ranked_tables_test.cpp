@@ -32,7 +32,8 @@ class ReportSummaryTest : public testing::Test {
     look.colour = "#FFDD00";
     look.noun = noun;
     return Output([&] {
-      ReportSummary(look, {distinct, 0, cut_off, AllShown(cut_off, distinct), false, false, 0, brands},
+      ReportSummary(look,
+                    {distinct, 0, cut_off, AllShown(cut_off, distinct), false, false, 0, brands, false, 0},
                     columns);
     });
   }
