@@ -46,7 +46,7 @@ static RememberedAgent& PlaceOf(uint64_t hash) {
 }
 
 uint64_t FetchKnownAgent(std::string_view agent) {
-  const uint64_t hash = std::max<uint64_t>(HashOfText(agent, mSeed), 1);
+  const uint64_t hash = std::max<uint64_t>(HashOfLongText(agent, mSeed), 1);
   __builtin_prefetch(&PlaceOf(hash));
   return hash;
 }

@@ -9,7 +9,7 @@ static const TextSeed mUrlSeed =
     RandomSeed(TextSeed{0xa4093822299f31d0, 0x082efa98ec4e6c89});  // digits of pi
 
 uint64_t HashOfUrl(std::string_view text) {
-  return HashOfText(text, mUrlSeed);
+  return HashOfLongText(text, mUrlSeed);
 }
 
 static size_t HomeOf(const UrlTable& urls, uint64_t hash) {

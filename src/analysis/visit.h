@@ -49,11 +49,6 @@ inline bool AreOneVisit(const Visit& a, const Visit& b) {
 // Seconds behind which it is another day, whatever clocks are changed.
 inline constexpr int64_t kLongestDay = 26 * 3600;
 
-// Whether a visit has pages, and ended on another day than the one behind it begins on.
-inline bool AreDaysBetween(const Visit& before, const Visit& behind) {
-  return before.pages > 0 && behind.first - before.last >= kLongestDay;
-}
-
 // Makes them one. Both are of the same table of URLs.
 void JoinTo(Visit& visit, const Visit& more, const UrlTable& urls);
 

@@ -34,7 +34,7 @@ static KeptVisit KeptOf(VisitRoom& room, const Visit& visit) {
   if (!IsShort(visit)) {
     return {.first = 0,
             .length = kOfLonger,
-            .days_behind = 0,
+            .pages_before = static_cast<uint32_t>(PagesBefore::kNone) & 3U,
             .page_at = kNoPage,
             .url = PlaceOfLonger(room, visit),
             .before = 0};
@@ -42,7 +42,7 @@ static KeptVisit KeptOf(VisitRoom& room, const Visit& visit) {
   const bool page = visit.pages == 1;
   return {.first = static_cast<uint32_t>(visit.first),
           .length = static_cast<uint32_t>(visit.last - visit.first) & kOfLonger,
-          .days_behind = 0,
+          .pages_before = static_cast<uint32_t>(PagesBefore::kNone) & 3U,
           .page_at = page ? static_cast<uint32_t>(visit.entry_time - visit.first) & kNoPage : kNoPage,
           .url = page ? visit.entry : 0,
           .before = 0};
@@ -64,10 +64,10 @@ uint32_t KeepVisit(VisitRoom& room, const Visit& visit) {
   return Keep(room, KeptOf(room, visit));
 }
 
-uint32_t KeepVisitBehind(VisitRoom& room, const Visit& visit, uint32_t before, bool days_behind) {
+uint32_t KeepVisitBehind(VisitRoom& room, const Visit& visit, uint32_t before, PagesBefore pages_before) {
   KeptVisit kept = KeptOf(room, visit);
   kept.before = before;
-  kept.days_behind = days_behind ? 1U : 0U;
+  kept.pages_before = static_cast<uint32_t>(pages_before) & 3U;
   return Keep(room, kept);
 }
 
@@ -78,7 +78,7 @@ void SetVisit(VisitRoom& room, uint32_t place, const Visit& visit) {
   }
   KeptVisit become = KeptOf(room, visit);
   become.before = kept.before;
-  become.days_behind = kept.days_behind;
+  become.pages_before = kept.pages_before;
   kept = become;
 }
 

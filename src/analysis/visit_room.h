@@ -9,19 +9,30 @@
 #include "analysis/visit.h"
 #include "base/growing.h"
 
-struct KeptVisit {
-  uint32_t first;            // seconds since 1970-01-01
-  uint32_t length : 15;      // seconds until its last request; or one of those below
-  uint32_t days_behind : 1;  // the one before has pages, and ended on an earlier day
-  uint32_t page_at : 16;     // seconds until its page; kNoPage: it has none
-  uint32_t url;              // of the page; kOfLonger: where all of it stands among the longer ones, 1 more
-  uint32_t before;           // the place of the one before; 0: none. kOfNobody: the next such place
+// What is known of the visits before without a look at them, which is a wait for memory.
+enum class PagesBefore : uint32_t {
+  kUnknown,
+  kNone,        // no visit before has pages
+  kDaysBefore,  // one has, and all ended on earlier days
 };
 
-inline constexpr uint32_t kOfLonger = 0x7fff;  // all of it stands elsewhere
-inline constexpr uint32_t kOfNobody = 0x7ffe;  // the place is free
-inline constexpr uint32_t kLongestShort = 0x7ffd;
+struct KeptVisit {
+  uint32_t first;        // seconds since 1970-01-01
+  uint32_t length : 14;  // seconds until its last request; or one of those below
+  uint32_t pages_before : 2;
+  uint32_t page_at : 16;  // seconds until its page; kNoPage: it has none
+  uint32_t url;           // of the page; kOfLonger: where all of it stands among the longer ones, 1 more
+  uint32_t before;        // the place of the one before; 0: none. kOfNobody: the next such place
+};
+
+inline constexpr uint32_t kOfLonger = 0x3fff;  // all of it stands elsewhere
+inline constexpr uint32_t kOfNobody = 0x3ffe;  // the place is free
+inline constexpr uint32_t kLongestShort = 0x3ffd;
 inline constexpr uint32_t kNoPage = UINT16_MAX;
+
+inline PagesBefore PagesBeforeOf(const KeptVisit& kept) {
+  return static_cast<PagesBefore>(kept.pages_before);
+}
 
 // A place is the number of a visit, and 1 more, so that 0 is none.
 struct VisitRoom {
@@ -31,6 +42,7 @@ struct VisitRoom {
   uint32_t free_longer = 0;  // likewise; the next one is where the entry's URL was
   int64_t count = 0;         // visits that are somebody's
   int64_t longer_count = 0;
+  bool all_in_order = true;  // those of each visitor
 };
 
 inline const KeptVisit& KeptAt(const VisitRoom& room, uint32_t place) {
@@ -54,7 +66,7 @@ inline Visit VisitAt(const VisitRoom& room, uint32_t place) {
 
 // Keeps the first visit of a visitor; or one behind that on the place before. Tells its place.
 uint32_t KeepVisit(VisitRoom& room, const Visit& visit);
-uint32_t KeepVisitBehind(VisitRoom& room, const Visit& visit, uint32_t before, bool days_behind);
+uint32_t KeepVisitBehind(VisitRoom& room, const Visit& visit, uint32_t before, PagesBefore pages_before);
 
 // Replaces the visit of a place by what it has become, without coming closer to the one before.
 void SetVisit(VisitRoom& room, uint32_t place, const Visit& visit);

@@ -11,13 +11,23 @@ static uint32_t StepsUpTo(int64_t time) {
   return time < 0 || steps > kUnknownEnd ? kUnknownEnd : static_cast<uint32_t>(steps);
 }
 
-static VisitTimes InOrder(uint32_t place, const Visit& latest) {
-  return {
-      .latest = place, .in_order = 1, .has_pages = latest.pages > 0 ? 1U : 0U, .end = StepsUpTo(latest.last) & kUnknownEnd};
+static VisitTimes InOrder(uint32_t place, const Visit& latest, bool has_pages) {
+  return {.latest = place,
+          .in_order = 1,
+          .has_pages = has_pages || latest.pages > 0 ? 1U : 0U,
+          .end = StepsUpTo(latest.last) & kUnknownEnd};
 }
 
 VisitTimes FirstVisit(VisitRoom& room, const Visit& visit) {
-  return InOrder(KeepVisit(room, visit), visit);
+  return InOrder(KeepVisit(room, visit), visit, false);
+}
+
+// The latest visit ended at that time, at the latest.
+static void AddBehind(VisitTimes& times, VisitRoom& room, int64_t end, const Visit& more) {
+  const PagesBefore pages_before = times.has_pages == 0              ? PagesBefore::kNone
+                                   : more.first - end >= kLongestDay ? PagesBefore::kDaysBefore
+                                                                     : PagesBefore::kUnknown;
+  times = InOrder(KeepVisitBehind(room, more, times.latest, pages_before), more, times.has_pages != 0);
 }
 
 static size_t CountVisits(const VisitTimes& times, const VisitRoom& room) {
@@ -60,9 +70,9 @@ static void AddInOrder(VisitTimes& times, VisitRoom& room, const Visit& latest, 
     Visit whole = latest;
     JoinTo(whole, more, urls);
     SetVisit(room, times.latest, whole);
-    times = InOrder(times.latest, whole);
+    times = InOrder(times.latest, whole, times.has_pages != 0);
   } else {
-    times = InOrder(KeepVisitBehind(room, more, times.latest, AreDaysBetween(latest, more)), more);
+    AddBehind(times, room, latest.last, more);
   }
 }
 
@@ -74,7 +84,7 @@ static void AddInAnyOrder(VisitTimes& times, VisitRoom& room, const Visit& lates
     SetVisit(room, times.latest, whole);
     return;
   }
-  times.latest = KeepVisitBehind(room, more, times.latest, false);
+  times.latest = KeepVisitBehind(room, more, times.latest, PagesBefore::kUnknown);
   if (--times.end == 0) {
     JoinNow(times, room, urls);
     // What joining costs is spread over as many additions as there are visits.
@@ -86,8 +96,7 @@ static void AddInAnyOrder(VisitTimes& times, VisitRoom& room, const Visit& lates
 
 void AddVisit(VisitTimes& times, VisitRoom& room, const Visit& more, const UrlTable& urls) {
   if (IsFarBehind(times, more.first)) {
-    const bool days_behind = times.has_pages != 0 && more.first - times.end * kEndStep >= kLongestDay;
-    times = InOrder(KeepVisitBehind(room, more, times.latest, days_behind), more);
+    AddBehind(times, room, times.end * kEndStep, more);
     return;
   }
   const Visit latest = VisitAt(room, times.latest);
@@ -96,6 +105,7 @@ void AddVisit(VisitTimes& times, VisitRoom& room, const Visit& more, const UrlTa
     return;
   }
   if (times.in_order != 0) {
+    room.all_in_order = false;
     times.in_order = 0;
     times.end = kFewVisits;
   }

@@ -10,7 +10,7 @@
 struct VisitTimes {
   uint32_t latest;         // the place of the one that something was added to; the others are before it
   uint32_t in_order : 1;   // each came behind those before, and no two are one
-  uint32_t has_pages : 1;  // in order: the latest visit has
+  uint32_t has_pages : 1;  // in order: one of the visits has
   uint32_t end : 30;  // in order: when the latest visit ended, at the latest, as below; else so many more
                       // may come before those that are one are joined
 };

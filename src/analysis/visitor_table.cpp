@@ -28,12 +28,14 @@ static KnownVisitor& PlaceOf(const VisitorTable& table, uint64_t hash) {
   return table.places[i];
 }
 
-// Has a quarter of the places be taken, or more than an eighth.
+// Has a quarter of the places be taken, or more than an eighth; half of that where there are few, who may
+// soon be many.
 static void Resize(VisitorTable& table) {
   static constexpr size_t kFewest = 256;
+  static constexpr size_t kMany = size_t{1} << 18;
   VisitorTable resized;
   resized.size = kFewest;
-  while (resized.size < 4 * table.length) {
+  while (resized.size < (table.length < kMany ? 8 : 4) * table.length) {
     resized.size *= 2;
   }
   resized.places = NewZeroed<KnownVisitor>(resized.size);
@@ -80,6 +82,9 @@ bool IsKept(const VisitCounts& visits, uint64_t hash) {
 }
 
 void JoinAllVisits(VisitCounts& visits) {
+  if (visits.room.all_in_order) {
+    return;
+  }
   ForEachVisitor(visits, [&](KnownVisitor& visitor) { JoinVisits(visitor.times, visits.room, visits.urls); });
 }
 

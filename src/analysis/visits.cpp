@@ -159,8 +159,15 @@ static void AddDays(FoundDays& days, const Visit& visit, std::optional<int64_t> 
   }
 }
 
-static void AddPages(std::vector<PageVisits>& pages, const Visit& visit) {
-  PageVisits& entry = pages[visit.entry];
+// Visits of a page.
+struct PageCounts {
+  int64_t entries;
+  int64_t single_page;
+  int64_t exits;
+};
+
+static void AddPages(std::vector<PageCounts>& pages, const Visit& visit) {
+  PageCounts& entry = pages[visit.entry];
   ++entry.entries;
   entry.single_page += visit.pages == 1 ? 1 : 0;
   ++pages[visit.exit].exits;
@@ -217,8 +224,11 @@ static void ScaleUp(VisitSums& sums, int64_t factor) {
 // When the visit of the same visitor before that has pages ended, if there is one; or the least time, when
 // that was on an earlier day.
 static std::optional<int64_t> EndOfBefore(const VisitRoom& room, const KeptVisit& kept) {
-  if (kept.days_behind != 0) {
+  if (PagesBeforeOf(kept) == PagesBefore::kDaysBefore) {
     return INT64_MIN;
+  }
+  if (PagesBeforeOf(kept) == PagesBefore::kNone) {
+    return std::nullopt;
   }
   for (uint32_t place = kept.before; place != 0; place = KeptAt(room, place).before) {
     const Visit before = VisitAt(room, place);
@@ -229,48 +239,68 @@ static std::optional<int64_t> EndOfBefore(const VisitRoom& room, const KeptVisit
   return std::nullopt;
 }
 
-static void AddWithPages(VisitSums& sums, FoundDays& days, const Visit& visit,
-                         std::optional<int64_t> before) {
-  AddDays(days, visit, before);
+// What is summed up, and what is looked at meanwhile.
+struct Summing {
+  const VisitRoom& room;
+  FoundDays days;
+  std::vector<PageCounts> pages;  // by number
+  VisitFigures figures;
+};
+
+static void AddWithPages(Summing& sums, const Visit& visit, std::optional<int64_t> before) {
+  AddDays(sums.days, visit, before);
   AddPages(sums.pages, visit);
   AddFigures(sums.figures, visit);
   sums.figures.visitors += before.has_value() ? 0 : 1;
 }
 
+// Has what a visit will be added to be brought to the processor, and the visit before it.
+static void FetchSumsOf(const Summing& sums, const KeptVisit& kept) {
+  if (PagesBeforeOf(kept) == PagesBefore::kUnknown && kept.before != 0) {
+    FetchVisit(sums.room, kept.before);
+  }
+  if (kept.length != kOfLonger && kept.page_at != kNoPage) {
+    __builtin_prefetch(&sums.pages[kept.url]);
+  }
+}
+
 // In the order in which they stand in memory, whose they may be.
-static void AddAll(VisitSums& sums, FoundDays& days, const VisitRoom& room) {
+static void AddAll(Summing& sums) {
   static constexpr size_t kAhead = 16;  // visits that come from memory meanwhile
-  for (size_t i = 0; i < room.kept.length; ++i) {
-    const KeptVisit& kept = room.kept[i];
-    const KeptVisit& later = room.kept[std::min(i + kAhead, room.kept.length - 1)];
-    if (later.before != 0 && later.days_behind == 0) {
-      FetchVisit(room, later.before);
-    }
+  const Growing<KeptVisit>& all = sums.room.kept;
+  for (size_t i = 0; i < all.length; ++i) {
+    FetchSumsOf(sums, all[std::min(i + kAhead, all.length - 1)]);
+    const KeptVisit& kept = all[i];
     if (kept.length == kOfNobody) {
       continue;
     }
-    const Visit visit = VisitOf(room, kept);
+    const Visit visit = VisitOf(sums.room, kept);
     if (visit.pages > 0) {
-      AddWithPages(sums, days, visit, EndOfBefore(room, kept));
+      AddWithPages(sums, visit, EndOfBefore(sums.room, kept));
     }
   }
+}
+
+static std::vector<PageVisits> PagesOf(const std::vector<PageCounts>& counts, const UrlTable& urls) {
+  std::vector<PageVisits> pages;
+  pages.reserve(counts.size());
+  for (size_t url = 0; url < counts.size(); ++url) {
+    const auto& [entries, single_page, exits] = counts[url];
+    pages.push_back({urls.texts[url], entries, single_page, exits});
+  }
+  return pages;
 }
 
 VisitSums SumUpVisits(VisitCounts& visits) {
   FitVisits(visits);
   JoinAllVisits(visits);
-  VisitSums sums{};
-  sums.pages.reserve(visits.urls.texts.size());
-  for (const std::string_view url : visits.urls.texts) {
-    sums.pages.push_back({url, 0, 0, 0});
-  }
-  FoundDays days;
-  AddAll(sums, days, visits.room);
-  sums.days = DaysOf(days.days);
+  Summing sums{visits.room, {}, std::vector<PageCounts>(visits.urls.texts.size()), {}};
+  AddAll(sums);
   sums.figures.kept = sums.figures.visitors;
   sums.figures.one_in = int64_t{1} << visits.halvings;
-  ScaleUp(sums, sums.figures.one_in);
-  return sums;
+  VisitSums all{sums.figures, DaysOf(sums.days.days), PagesOf(sums.pages, visits.urls)};
+  ScaleUp(all, sums.figures.one_in);
+  return all;
 }
 
 void ForgetVisitors(VisitCounts& visits) {

@@ -61,3 +61,19 @@ inline uint64_t HashOfText(std::string_view text, const TextSeed& seed) {
   const TwoWords words = WordsOfShort({bytes, left});
   return MultiplyFold(MultiplyFold(words.first ^ seed.mask, words.last ^ hash), seed.mask | 1);
 }
+
+// Another one, which is faster where texts are long: two hashes, each of every other sixteen bytes.
+inline uint64_t HashOfLongText(std::string_view text, const TextSeed& seed) {
+  constexpr size_t kBoth = sizeof(TwoWords);
+  uint64_t other = ~seed.start;
+  uint64_t hash = seed.start ^ uint64_t{text.size()} << 32;  // that of what is left at the end follows
+  while (text.size() > 2 * kBoth) {
+    const char* const bytes = text.data();
+    hash = MultiplyFold(WordFrom<uint64_t>(bytes) ^ seed.mask,
+                        WordFrom<uint64_t>(bytes + sizeof(uint64_t)) ^ hash);
+    other = MultiplyFold(WordFrom<uint64_t>(bytes + kBoth) ^ seed.mask,
+                         WordFrom<uint64_t>(bytes + kBoth + sizeof(uint64_t)) ^ other);
+    text.remove_prefix(2 * kBoth);
+  }
+  return HashOfText(text, {.start = hash ^ std::rotl(other, 32), .mask = seed.mask});
+}

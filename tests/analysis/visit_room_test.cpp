@@ -53,10 +53,10 @@ std::vector<Visit> OddVisits() {
       ExitingAt(VisitOfPage(kSomeDay, 1), kSomeDay, 2),
       ExitingAt(Lasting(VisitOfPage(kSomeDay, 1), 10), kSomeDay + 10, 1),
   };
-  for (const int64_t length : {65533, 65534, 65535, 65536}) {
+  for (const int64_t length : {16384 * 2, 65533, 65534, 65535, 65536}) {
     visits.push_back(Lasting(VisitOfPage(kSomeDay, 1), length));
   }
-  for (int64_t length = 32760; length < 32770; ++length) {
+  for (int64_t length = 16376; length < 16386; ++length) {
     visits.push_back(Lasting(VisitOfPage(kSomeDay, 1), length));
     visits.push_back(Lasting(VisitOfNoPage(kSomeDay), length));
     Visit late = VisitOfPage(kSomeDay + length, 1);
@@ -77,9 +77,9 @@ TEST(VisitRoom, KeepsAllOfAVisit) {
   VisitRoom room;
   uint32_t before = 0;
   for (const Visit& visit : OddVisits()) {
-    const uint32_t place = before == 0 ? KeepVisit(room, visit) : KeepVisitBehind(room, visit, before, false);
+    const uint32_t place =
+        before == 0 ? KeepVisit(room, visit) : KeepVisitBehind(room, visit, before, PagesBefore::kUnknown);
     EXPECT_EQ(KeptAt(room, place).before, before);
-    EXPECT_EQ(KeptAt(room, place).days_behind, 0u);
     EXPECT_EQ(FieldsOfVisit(VisitAt(room, place)), FieldsOfVisit(visit));
     before = place;
   }
@@ -88,7 +88,7 @@ TEST(VisitRoom, KeepsAllOfAVisit) {
 TEST(VisitRoom, TakesSixteenBytesForOneOfOnePage) {
   VisitRoom room;
   for (const Visit& visit : {VisitOfPage(kSomeDay, 1), VisitOfNoPage(kSomeDay),
-                             Lasting(VisitOfPage(kSomeDay, 1), 3600), Lasting(VisitOfPage(0, 1), 32765)}) {
+                             Lasting(VisitOfPage(kSomeDay, 1), 3600), Lasting(VisitOfPage(0, 1), 16381)}) {
     KeepVisit(room, visit);
     EXPECT_EQ(room.longer_count, 0);
   }
@@ -105,7 +105,7 @@ TEST(VisitRoom, ReplacesAnyVisitByAnyOther) {
   std::vector<Visit> kept(20);
   for (Visit& visit : kept) {
     visit = visits[random() % visits.size()];
-    KeepVisitBehind(room, visit, 7, true);
+    KeepVisitBehind(room, visit, 7, PagesBefore::kDaysBefore);
   }
   for (int i = 0; i < 2000; ++i) {
     const size_t number = random() % kept.size();
@@ -115,7 +115,7 @@ TEST(VisitRoom, ReplacesAnyVisitByAnyOther) {
   for (uint32_t place = 1; place <= kept.size(); ++place) {
     EXPECT_EQ(FieldsOfVisit(VisitAt(room, place)), FieldsOfVisit(kept[place - 1]));
     EXPECT_EQ(KeptAt(room, place).before, 7u);
-    EXPECT_EQ(KeptAt(room, place).days_behind, 1u);
+    EXPECT_EQ(PagesBeforeOf(KeptAt(room, place)), PagesBefore::kDaysBefore);
   }
   EXPECT_LE(room.longer.length, kept.size());
 }
@@ -126,7 +126,7 @@ TEST(VisitRoom, IsUsedAgain) {
   std::vector<uint32_t> places;
   for (int round = 0; round < 3; ++round) {
     for (const Visit& visit : visits) {
-      places.push_back(KeepVisitBehind(room, visit, 9, true));
+      places.push_back(KeepVisitBehind(room, visit, 9, PagesBefore::kDaysBefore));
     }
     EXPECT_EQ(room.count, static_cast<int64_t>(visits.size()));
     for (const uint32_t place : places) {

@@ -147,24 +147,30 @@ TEST(VisitTimes, AreTheSameFarFromToday) {
   }
 }
 
-// The days of a visit are looked at where it may begin on a day of the one before.
-TEST(VisitTimes, KnowWhichOfThemBeginOnALaterDay) {
+// Of visits in order; of others nothing is known until they are joined.
+TEST(VisitTimes, KnowWhetherPagesWereSeenBefore) {
   constexpr int64_t kDay = 86400;
-  const auto are_days_behind = [](const std::vector<Asking>& askings) {
+  using Known = std::vector<PagesBefore>;
+  const auto known_of = [](const std::vector<Asking>& askings) {
     UrlTable urls;
     VisitRoom room;
-    const VisitTimes times = TimesOf(askings, room, urls);
-    std::vector<unsigned> found;
+    VisitTimes times = TimesOf(askings, room, urls);
+    JoinVisits(times, room, urls);
+    Known known;
     for (uint32_t place = times.latest; place != 0; place = KeptAt(room, place).before) {
-      found.insert(found.begin(), KeptAt(room, place).days_behind);
+      known.insert(known.begin(), PagesBeforeOf(KeptAt(room, place)));
     }
-    return found;
+    return known;
   };
-  using Found = std::vector<unsigned>;
-  EXPECT_EQ(are_days_behind({{0, "/"}, {2 * kDay, ""}, {4 * kDay, "/"}}), (Found{0, 1, 0}));
-  EXPECT_EQ(are_days_behind({{0, "/"}, {kDay, "/"}, {kDay + 26 * 3600, "/"}, {2 * kDay + 26 * 3600, "/"}}),
-            (Found{0, 0, 1, 0}));
-  EXPECT_EQ(are_days_behind({{0, "/"}, {1799, "/"}, {3598, "/"}, {kDay + 8000, "/"}}), (Found{0, 0}));
+  constexpr auto kNone = PagesBefore::kNone, kDays = PagesBefore::kDaysBefore,
+                 kUnknown = PagesBefore::kUnknown;
+  EXPECT_EQ(known_of({{0, "/"}, {2 * kDay, ""}, {4 * kDay, "/"}}), (Known{kNone, kDays, kDays}));
+  EXPECT_EQ(known_of({{4 * kDay, "/"}, {2 * kDay, ""}, {0, "/"}}), (Known{kNone, kDays, kDays}));
+  EXPECT_EQ(known_of({{0, ""}, {1799, "/"}, {kDay, "/"}, {3 * kDay, "/"}}), (Known{kNone, kUnknown, kDays}));
+  EXPECT_EQ(known_of({{0, ""}, {2 * kDay, ""}, {2 * kDay + 1800, "/"}, {2 * kDay + 3600, "/"}}),
+            (Known{kNone, kNone, kNone, kUnknown}));
+  // A day may have 25 hours, and ends are known to four seconds.
+  EXPECT_EQ(known_of({{1, "/"}, {25 * 3600, "/"}, {51 * 3600 + 4, "/"}}), (Known{kNone, kUnknown, kDays}));
 }
 
 // Of many visitors who share one room.

@@ -247,7 +247,8 @@ TEST(Visits, OfASampleAreScaledUp) {
     CountIn(*visits, OfVisitor(i));
   }
   const VisitFigures figures = SumUpVisits(*visits).figures;
-  // A visitor takes 48 bytes, and a visit 16, and all may take half of the budget, of which a quarter stays free.
+  // A visitor takes 48 bytes, and a visit 16, and all may take half of the budget, of which a quarter stays
+  // free.
   EXPECT_EQ(figures.one_in, 8);
   EXPECT_LE(figures.kept, 500 * 1000 / 2 / (48 + 16));
   EXPECT_EQ(figures.visitors, figures.kept * figures.one_in);
