@@ -40,7 +40,7 @@ static void GrowSlots(UrlTable& urls) {
 }
 
 static void Keep(UrlTable& urls, std::string_view text) {
-  if (urls.room_used + text.size() > kUrlRoom) {
+  if (urls.rooms.empty() || urls.room_used + text.size() > kUrlRoom) {
     urls.rooms.push_back(std::make_unique_for_overwrite<char[]>(std::max(kUrlRoom, text.size())));
     urls.room_used = 0;
   }

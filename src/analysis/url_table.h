@@ -23,8 +23,8 @@ struct UrlTable {
   std::vector<UrlSlot> slots;
   std::vector<std::string_view> texts;  // by number
   std::vector<std::unique_ptr<char[]>> rooms;
-  size_t room_used = kUrlRoom;  // of the last one
-  size_t bytes = 0;             // that all of it takes, about
+  size_t room_used = 0;  // of the last one
+  size_t bytes = 0;      // that all of it takes, about
 };
 
 uint64_t HashOfUrl(std::string_view text);

@@ -85,7 +85,8 @@ static void AddInAnyOrder(VisitTimes& times, VisitRoom& room, const Visit& lates
     return;
   }
   times.latest = KeepVisitBehind(room, more, times.latest, PagesBefore::kUnknown);
-  if (--times.end == 0) {
+  times.end = (times.end - 1U) & kUnknownEnd;
+  if (times.end == 0) {
     JoinNow(times, room, urls);
     // What joining costs is spread over as many additions as there are visits.
     const size_t visits = CountVisits(times, room);
