@@ -49,6 +49,7 @@ MADE: list[tuple[int, Requests]] = [
     (3, {"url": "/old.html", "status": 301}),
     (8, {"host": "192.0.2.55", "url": "/visited.html", "minutes": 200}),
 ]
+NO_REQUESTS = ["this is no request\n"] * 3
 BEGIN = datetime.datetime(2024, 3, 4, 8)  # a Monday
 
 
@@ -60,6 +61,7 @@ def lines() -> Iterator[str]:
             yield (f'{made["host"]} - {made["user"]} [{moment:%d/%b/%Y:%H:%M:%S} +0000] "{made["method"]} {made["url"]} {made["protocol"]}" '
                    f'{made["status"]} {made["size"]} "{made["referrer"]}" "{made["agent"]}"\n')
             moment += datetime.timedelta(minutes=int(made["minutes"]))
+    yield from NO_REQUESTS
 
 
 # ---- The analysers -------------------------------------------------------------------------------
@@ -102,18 +104,18 @@ OF_AWSTATS = ("alldomains allhosts allrobots urldetail urlentry urlexit browserd
 def awstats(folder: pathlib.Path) -> None:
     (folder / "awstats.made.conf").write_text(AWSTATS.format(folder=folder), encoding="ascii")
     command = ["awstats.pl", "-config=made", f"-configdir={folder}"]
-    run(folder, *command, "-update")
+    run(folder, *command, "-update", out="out.txt")
     for output in ["", *OF_AWSTATS]:
         run(folder, *command, f"-output={output}" if output else "-output", "-month=03", "-year=2024", "-staticlinks", out=f"out{output}.html")
 
 
 def webalizer(folder: pathlib.Path) -> None:
-    run(folder, "webalizer", "-N", "0", "-n", "example.com", "-o", ".", "../access.log")
+    run(folder, "webalizer", "-N", "0", "-n", "example.com", "-o", ".", "../access.log", out="out.txt")
 
 
 def awffull(folder: pathlib.Path) -> None:
     (folder / "awffull.conf").write_text("Top404Errors 10\nAll404Errors yes\n", encoding="ascii")
-    run(folder, "awffull", "-c", "awffull.conf", "-n", "example.com", "-o", ".", "../access.log")
+    run(folder, "awffull", "-c", "awffull.conf", "-n", "example.com", "-o", ".", "../access.log", out="out.txt")
 
 
 # Rows however few, and files that are no pages.
@@ -212,6 +214,10 @@ QUESTIONS: list[tuple[str, str, dict[str, str]]] = [
     ("Which directories?", r"directories rows item /docs/ count 17", {"analog": r": +/docs/$"}),
     ("Which kinds of files?", r"filetypes rows item \.pdf count 4", {"awstats": r"^pdf .*\b4\b", "analog": r"\b4: .*\.pdf\b"}),
     ("How large were the answers?", r"sizes rows item 10 kB to 100 kB count 5", {"analog": r"10kB-100kB: +5:"}),
+    ("How many lines are no requests?", r"lines_not_understood 3", {
+        "goaccess": r"failed_requests 3", "awstats": r"3 corrupted records", "webalizer": r"3 bad", "awffull": r"3 bad",
+        "analog": r"(?i)corrupt logfile lines: 3"}),
+    ("… of which log, and why?", r"unknown rows item access\.log: .* count 3", {}),
     ("Which methods?", r"\bPOST\b.*\b7\b", {}),
     ("Which protocols?", r"\bHTTP/2\b.*\b7\b", {}),
 ]

@@ -837,6 +837,15 @@ test_search_engines() {
   expect_in report.html 'blue ink'
   run --search-engines absent access.log
   expect_error 2 'cannot read the search engine definitions in absent'
+  printf '# ours\n\nFinder;domain=finder.example;vars=q\ntea\n' >wrong
+  run --search-engines wrong access.log
+  expect_error 2 'line 4 of wrong is no search engine definition, such as Finder;domain=finder.example;vars=q'
+  printf 'Finder;domain=finder.example\n' >wrong
+  run --search-engines wrong access.log
+  expect_error 2 'line 1 of wrong is no search engine definition'
+  printf '# none\n' >wrong
+  run --search-engines wrong access.log
+  expect_error 2 'there are no search engine definitions in wrong'
 }
 
 test_own_parameters_are_refused() {
