@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/memory_end.h"
 #include "base/text_hash.h"
 
 // Visitors choose what they ask for.
@@ -40,6 +41,9 @@ static void GrowSlots(UrlTable& urls) {
 }
 
 static void Keep(UrlTable& urls, std::string_view text) {
+  if (urls.texts.size() == UINT32_MAX) {
+    EndWithoutMemory();  // of several hundred GB
+  }
   if (urls.rooms.empty() || urls.room_used + text.size() > kUrlRoom) {
     urls.rooms.push_back(std::make_unique_for_overwrite<char[]>(std::max(kUrlRoom, text.size())));
     urls.room_used = 0;

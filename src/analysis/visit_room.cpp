@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "base/memory_end.h"
+
 // Of one page at the time of a request of the visit: a part may say anything.
 static bool IsOfOnePage(const Visit& visit) {
   return visit.pages == 1 && visit.entry == visit.exit && visit.entry_time == visit.exit_time &&
@@ -51,6 +53,9 @@ static KeptVisit KeptOf(VisitRoom& room, const Visit& visit) {
 static uint32_t Keep(VisitRoom& room, const KeptVisit& kept) {
   ++room.count;
   if (room.free == 0) {
+    if (room.kept.length == UINT32_MAX) {
+      EndWithoutMemory();  // of 64 GB
+    }
     Append(room.kept, kept);
     return static_cast<uint32_t>(room.kept.length);
   }
