@@ -1,7 +1,7 @@
 #include "analysis/known_agents.h"
 
 #include <algorithm>
-#include <array>
+#include <cstdlib>
 
 #include "base/sip_hash.h"
 #include "base/text_hash.h"
@@ -18,15 +18,12 @@ struct RememberedAgent {
   uint64_t hash;  // 0: none is known here
   KnownAgent told;
 };
-static std::array<RememberedAgent, kKnownAgents> mRemembered;
-static bool mAnyRemembered = false;
+static RememberedAgent* mpRemembered = nullptr;  // kKnownAgents places
 static const TextSeed mSeed = RandomSeed(TextSeed{0x9216d5d98979fb1b, 0xd1310ba698dfb5ac});  // digits of pi
 
 void ForgetKnownAgents() {
-  if (mAnyRemembered) {
-    mRemembered.fill({});
-    mAnyRemembered = false;
-  }
+  free(mpRemembered);
+  mpRemembered = nullptr;
 }
 
 static KnownAgent Tell(std::string_view agent) {
@@ -42,23 +39,30 @@ uint64_t HashOfVisitor(const KnownAgent& agent, std::string_view host) {
 }
 
 static RememberedAgent& PlaceOf(uint64_t hash) {
-  return mRemembered[hash % kKnownAgents / 2 * 2];
+  return mpRemembered[hash % kKnownAgents / 2 * 2];
 }
 
 uint64_t FetchKnownAgent(std::string_view agent) {
   const uint64_t hash = std::max<uint64_t>(HashOfLongText(agent, mSeed), 1);
-  __builtin_prefetch(&PlaceOf(hash));
+  if (mpRemembered != nullptr) {
+    __builtin_prefetch(&PlaceOf(hash));
+  }
   return hash;
 }
 
 KnownAgent TellKnownAgent(std::string_view agent, uint64_t hash) {
+  if (mpRemembered == nullptr) {
+    mpRemembered = static_cast<RememberedAgent*>(calloc(kKnownAgents, sizeof(RememberedAgent)));
+    if (mpRemembered == nullptr) {
+      return Tell(agent);
+    }
+  }
   RememberedAgent& known = PlaceOf(hash);
   RememberedAgent& other = *(&known + 1);
   if (known.hash == hash) {
     return known.told;
   }
   if (other.hash != hash) {
-    mAnyRemembered = true;
     other = known;
     known = {.hash = hash, .told = Tell(agent)};
     return known.told;

@@ -15,7 +15,8 @@ struct KnownAgent {
 // The hash by which an agent is remembered. Has what is known of it be brought to the processor.
 uint64_t FetchKnownAgent(std::string_view agent);
 
-// What is known of an agent, by that hash: nobody can foretell it, and two of a million agents have the same
+// What is known of an agent, by that hash. Never fails: where there is no memory for it, nothing is
+// remembered. Of the hash: nobody can foretell it, and two of a million agents have the same
 // one less than once in ten million runs.
 KnownAgent TellKnownAgent(std::string_view agent, uint64_t hash);
 inline KnownAgent TellKnownAgent(std::string_view agent) {

@@ -46,8 +46,9 @@ inline bool AreOneVisit(const Visit& a, const Visit& b) {
   return a.first - b.last < kVisitEnds && b.first - a.last < kVisitEnds;
 }
 
-// Seconds behind which it is another day, whatever clocks are changed.
-inline constexpr int64_t kLongestDay = 26 * 3600;
+// Seconds behind which it is another day, whatever clocks are changed: a zone that moves to the other side of
+// the date line has a day twice.
+inline constexpr int64_t kLongestDay = 50 * 3600;
 
 // Makes them one. Both are of the same table of URLs.
 void JoinTo(Visit& visit, const Visit& more, const UrlTable& urls);

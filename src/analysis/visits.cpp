@@ -185,13 +185,20 @@ static void AddFigures(VisitFigures& figures, const Visit& visit) {
   figures.seconds += visit.last - visit.first;
 }
 
+// A zone that moves to the other side of the date line skips a day.
+static bool IsInZone(int64_t number) {
+  return BeginOfDay(DayOfNumber(number)) < BeginOfDay(DayOfNumber(number + 1));
+}
+
 static std::vector<DayVisits> DaysOf(const std::map<int64_t, FoundDay>& found) {
   std::vector<DayVisits> days;
   int64_t visitors = 0;
   int64_t next = 0;
   for (const auto& [begin, day] : found) {
     for (; visitors > 0 && next < day.day; ++next) {
-      days.push_back({next, visitors, 0});
+      if (IsInZone(next)) {
+        days.push_back({next, visitors, 0});
+      }
     }
     visitors += day.comers;
     next = day.day + 1;

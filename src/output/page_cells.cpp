@@ -84,7 +84,7 @@ void PutByteSize(Sink& sink, uint64_t bytes) {
   static constexpr Literal kUnits[] = {" kB", " MB", " GB", " TB", " PB", " EB"};
   if (bytes < 1000) {
     PutGroupedSize(sink, bytes);
-    Put(sink, " bytes");
+    Put(sink, bytes == 1 ? Literal(" byte") : Literal(" bytes"));
     return;
   }
   size_t unit = 0;

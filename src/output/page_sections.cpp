@@ -23,7 +23,7 @@
 // twice.
 struct Shown {
   int64_t rows;
-  int64_t count;      // of all of them together, or of times their sum
+  int64_t count;      // of all of them together, or of what they stand by its sum
   bool cut_by_page;   // there would be more
   int64_t left_out;   // before the first, of days
   bool counted_only;  // of days: those without requests are left out
@@ -38,15 +38,22 @@ static int64_t MostRows(const Section& section, const Settings& settings) {
 
 static void PutPart(Sink& sink, const Shown& shown, const SectionRows& rows, const SectionWords& words) {
   Put(sink, shown.rows == 1 ? Literal("; it makes up ") : Literal("; together they make up "));
-  PutShare(sink, Share(shown.count, rows.total));
+  PutShare(sink, Share(shown.count, rows.by_bytes ? rows.served : rows.total));
   Put(sink, " of ");
-  if (rows.timed) {
+  if (rows.by_bytes) {
+    PutByteSize(sink, static_cast<uint64_t>(rows.served));
+    Put(sink, " that were served");
+  } else if (rows.timed) {
     PutDuration(sink, rows.total);
     Put(sink, ", ");
     Put(sink, words.whole);
   } else {
     PutCounted(sink, rows.total, words.whole_of_one, words.whole);
   }
+}
+
+static bool AreDays(const SectionRows* rows) {
+  return rows != nullptr && rows->section->dimension != nullptr && rows->section->dimension->of_days;
 }
 
 // Without rows, as those of an engine are, nothing is said of their part of the whole.
@@ -62,9 +69,9 @@ static void PutHowMany(Sink& sink, const SectionWords& words, const Shown& shown
   } else if (shown.rows == 1 && distinct > 1) {
     Put(sink, "The first of ");
   } else if (shown.rows < distinct) {
-    Put(sink, "The first ");
+    Put(sink, AreDays(rows) ? Literal("The ") : Literal("The first "));
     PutGrouped(sink, shown.rows);
-    Put(sink, " of ");
+    Put(sink, AreDays(rows) ? Literal(" with most visitors of ") : Literal(" of "));
   } else {
     Put(sink, distinct == 1 ? Literal("Only ") : Literal("All "));
   }
@@ -96,7 +103,7 @@ static Shown CountRows(const Settings& settings, const Section& section, Analysi
       break;
     }
     ++shown.rows;
-    const int64_t more = rows.timed ? row.times.sum : row.count;
+    const int64_t more = rows.timed ? row.times.sum : rows.by_bytes ? row.bytes : row.count;
     shown.count = more > INT64_MAX - shown.count ? INT64_MAX : shown.count + more;
   }
   return shown;

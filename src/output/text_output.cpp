@@ -203,6 +203,7 @@ static void PutHead(Paper& paper, const Settings& settings, const Analysis& anal
 struct Columns {
   size_t count;
   size_t bytes;       // 0: there are none
+  bool by_bytes;      // shares are of these
   bool times;         // there are some
   bool seen;          // first and last seen are told
   Literal mark = "";  // heading of marks; empty: there are none
@@ -233,6 +234,7 @@ static Columns ColumnsFor(const Terminal& terminal, const SectionRows& rows) {
   const Dimension* const dimension = rows.section->dimension;
   Columns columns{};
   columns.bytes = rows.bytes ? kBytesWidth : 0;
+  columns.by_bytes = rows.by_bytes;
   columns.times = rows.timed;
   columns.seen = rows.seen;
   columns.mark = dimension != nullptr ? dimension->mark.title : Literal("");
@@ -355,7 +357,7 @@ static void PutHeadings(Sink& sink, const Columns& columns, const SectionWords& 
   }
   PutBlanks(sink, kGap);
   PutHeading(sink, kRequests, columns.count);
-  PutHeading(sink, "Share", kShareWidth);
+  PutHeading(sink, columns.by_bytes ? Literal("% bytes") : Literal("Share"), kShareWidth);
   if (columns.bytes > 0) {
     PutHeading(sink, "Bytes", columns.bytes);
   }

@@ -35,6 +35,10 @@ static int64_t LargestCount(const List& list) {
   return largest;
 }
 
+int64_t BytesServed(const Analysis& analysis) {
+  return static_cast<int64_t>(std::min<uint64_t>(SuperLongToBytes(analysis.bytes), INT64_MAX));
+}
+
 static ItemSummary Summarise(const Settings& settings, const Section& section, Analysis& analysis) {
   const List& list = CountedIn(section, analysis).list;
   const auto distinct = static_cast<int64_t>(list_length(list));
@@ -49,7 +53,7 @@ static ItemSummary Summarise(const Settings& settings, const Section& section, A
       .largest = IsOfDays(section) ? LargestCount(list) : 0,  // of others, the first row has it
       .brands = {},
       .by_bytes = !IsTimed(section) && OrderOf(section, settings) == RankedBy::kAmount,
-      .served = static_cast<int64_t>(std::min<uint64_t>(SuperLongToBytes(analysis.bytes), INT64_MAX))};
+      .served = BytesServed(analysis)};
   std::transform(section.items.brands.begin(), section.items.brands.end(), summary.brands.begin(),
                  [&analysis](const Brand& brand) {
                    const int64_t count = analysis.*brand.count;

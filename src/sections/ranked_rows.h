@@ -60,6 +60,9 @@ struct RankedRows {
   char description[kLongestItem + 1];
 };
 
+// Bytes served by all requests, or the most that a figure can be.
+int64_t BytesServed(const Analysis& analysis);
+
 // Opens the rows of a ranked section. Both records must outlive the rows, and
 // the table may not be counted in until they were read.
 RankedRows OpenRanked(const Settings& settings, const Section& section, Analysis& analysis);

@@ -4,6 +4,8 @@
 #include <iterator>
 #include <string_view>
 
+#include "analysis/rules.h"
+
 static constexpr Brand kBrands[] = {
     {"Netscape Navigator-brand browsers", &Analysis::NavCount, &Analysis::gHits_Browsers},
     {"Microsoft Internet Explorer", &Analysis::MsieCount, &Analysis::gHits_Browsers},
@@ -138,7 +140,9 @@ static constexpr std::string_view kFirst[] = {
 };
 
 void SuggestPagesOnly(Settings& settings) {
-  settings.pages_only = settings.pages_only_asked ? settings.pages_only : 1;
+  if (!settings.pages_only_asked) {
+    settings.pages_only = OrderOf(settings) == RankedBy::kAmount ? 0 : 1;
+  }
 }
 
 void TakeFirstSectionsForNone(Settings& settings) {

@@ -96,7 +96,8 @@ const RankedReport* ReportOf(const Section& section, const Settings& settings);
 CountedReport& CountedIn(const Section& section, Analysis& analysis);
 const CountedReport& BaseOf(const Section& section, const Analysis& analysis);
 
-// Pages alone among the requested URLs, unless somebody said otherwise.
+// Pages alone among the requested URLs, unless somebody said otherwise, or has them stand by bytes: most of
+// these are not those of pages.
 void SuggestPagesOnly(Settings& settings);
 
 // Who names no section at all wants those that a site's owner looks at first, pages alone,

@@ -17,6 +17,7 @@ static void OpenRankedRows(SectionRows& rows, const Settings& settings, Analysis
   rows.total = rows.ranked.summary.total;
   rows.bytes = rows.ranked.summary.bytes;
   rows.by_bytes = rows.ranked.summary.by_bytes;
+  rows.served = rows.ranked.summary.served;
   rows.timed = rows.ranked.summary.times;
   rows.largest = rows.ranked.summary.largest;
 }
@@ -140,7 +141,8 @@ static constexpr struct {
 void OpenSection(SectionRows& rows, const Settings& settings, const Section& section, Analysis& analysis) {
   rows.section = &section;
   rows.largest = 0;
-  rows.bytes = rows.timed = false;
+  rows.bytes = rows.by_bytes = rows.timed = false;
+  rows.served = 0;
   rows.seen = section.dimension != nullptr && section.dimension->seen;
   kRowKinds[static_cast<size_t>(section.rows)].open(rows, settings, analysis);
 }

@@ -38,7 +38,8 @@ struct SectionRows {
   int64_t distinct;  // items, before any was cut off
   int64_t total;     // what the shares are of
   bool bytes;        // rows have bytes
-  bool by_bytes;     // and stand by them; shares are of all bytes served
+  bool by_bytes;     // and stand by them; shares are of all bytes served,
+  int64_t served;    // which are so many
   bool seen;         // rows tell when they were seen first and last
   bool timed;        // rows have times, and the total is of microseconds
   const Section* section;

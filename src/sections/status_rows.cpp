@@ -31,6 +31,8 @@ static int64_t SumOf(const int64_t (&figures)[kStatuses], size_t first, size_t e
 StatusClasses StatusClassesOf(const Settings& settings, const Analysis& analysis) {
   const int64_t all = SumOf(analysis.statuses, 1, kStatuses);
   const bool bytes = AmountsOf(settings) == Amounts::kSummed;
+  const bool by_bytes = OrderOf(settings) == RankedBy::kAmount;
+  const auto weight_of = [by_bytes](const SectionRow& row) { return by_bytes ? row.bytes : row.count; };
   int64_t largest = 0;
   StatusClasses classes{};
   for (size_t i = 0; i < kStatusClasses; ++i) {
@@ -44,13 +46,13 @@ StatusClasses StatusClassesOf(const Settings& settings, const Analysis& analysis
     row.name = kClasses[i].meaning;
     row.explained = true;
     row.count = count;
-    row.share = Share(count, all);
     row.bytes = bytes ? SumOf(analysis.status_bytes, first, first + kCodes) : -1;
+    row.share = by_bytes ? Share(row.bytes, BytesServed(analysis)) : Share(count, all);
     row.second = row.weekday = row.hour = -1;
-    largest = std::max(largest, count);
+    largest = std::max(largest, weight_of(row));
   }
   for (size_t i = 0; i < classes.count; ++i) {
-    classes.rows[i].bar = Share(classes.rows[i].count, largest);
+    classes.rows[i].bar = Share(weight_of(classes.rows[i]), largest);
   }
   return classes;
 }

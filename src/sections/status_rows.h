@@ -8,7 +8,7 @@
 #include "sections/section_rows.h"
 
 // "1xx" to "5xx" with what they mean, as rows: those that have requests, in this order. Shares are of all
-// requests with a status. Codes below 100 are in no class.
+// requests with a status; where rows stand by bytes, of all bytes. Codes below 100 are in no class.
 inline constexpr size_t kStatusClasses = 5;
 struct StatusClasses {
   SectionRow rows[kStatusClasses];

@@ -213,13 +213,16 @@ def pages_of(text):
 CLASSES = {"1xx": "Information", "2xx": "Success", "3xx": "Redirection", "4xx": "Client error", "5xx": "Server error"}
 
 
-def classes_here(requests):
-    """Of each class of statuses that has requests: what it means, requests and bytes."""
+def classes_here(requests, by_bytes):
+    """Of each class of statuses that has requests: what it means, requests and bytes, and its share."""
     classes = []
+    served = sum(request.bytes for request in requests)
     for name, meaning in CLASSES.items():
         some = [request for request in requests if str(request.status)[0] == name[0]]
         if some:
-            classes.append((name, meaning, len(some), sum(request.bytes for request in some), round(len(some) / len(requests), 6)))
+            bytes_of_some = sum(request.bytes for request in some)
+            share = bytes_of_some / served if by_bytes else len(some) / len(requests)
+            classes.append((name, meaning, len(some), bytes_of_some, round(share, 6)))
     return classes
 
 
@@ -307,7 +310,7 @@ def check(folder, chance):
     for text in (run(folder, *asked_deep), run(folder, *asked_deep[1:], "bytes=1", "output=json", "merge=-", given=parts)):
         assert {row["item"]: row["count"] for row in json.loads(text)["sections"]["directories"]["rows"]} == deep, (depth, text)
     for way in ("one process", "three", "parts", "statuses"):
-        assert classes_of(ways[way]) == classes_here(requests), (way, classes_of(ways[way]))
+        assert classes_of(ways[way]) == classes_here(requests, by_bytes), (way, classes_of(ways[way]))
     assert pages_of(ways["servererrors"]) == pages_here(requests)
     assert versions_of(ways["browserfamilies"]) == versions_here(requests)
     assert seen(ways["hosts"]) == seen_here(enumerate(requests))

@@ -387,7 +387,7 @@ def check_tiles(tree, report):
     totals = report["totals"]
     assert number(tiles["Requests"][0]) == totals["requests"]
     if totals["bytes"] < 1000:
-        assert tiles["Data served"] == [f"{totals['bytes']} bytes"]
+        assert tiles["Data served"] == [f"{totals['bytes']} byte{'' if totals['bytes'] == 1 else 's'}"]
     elif totals["bytes"] < 2 ** 63:
         assert tiles["Data served"][1] == f"{totals['bytes']:,} bytes"
         rounded, unit = tiles["Data served"][0].split(" ")

@@ -840,10 +840,13 @@ test_search_engines() {
   printf '# ours\n\nFinder;domain=finder.example;vars=q\ntea\n' >wrong
   run --search-engines wrong access.log
   expect_error 2 'line 4 of wrong is no search engine definition, such as Finder;domain=finder.example;vars=q'
+  printf 'Example;domain=search.example;vars=query' >unfinished
+  run --search-engines unfinished access.log
+  expect_in report.html 'blue ink'
   printf 'Finder;domain=finder.example\n' >wrong
   run --search-engines wrong access.log
   expect_error 2 'line 1 of wrong is no search engine definition'
-  printf '# none\n' >wrong
+  printf '# none\n#Finder;domain=finder.example;vars=q\n' >wrong
   run --search-engines wrong access.log
   expect_error 2 'there are no search engine definitions in wrong'
 }
