@@ -67,7 +67,7 @@ static void PutHowMany(Sink& sink, const SectionWords& words, const Shown& shown
   if (shown.rows == 0) {
     Put(sink, "None was counted often enough to be shown, of ");
   } else if (shown.rows == 1 && distinct > 1) {
-    Put(sink, "The first of ");
+    Put(sink, AreDays(rows) ? Literal("The one with most visitors of ") : Literal("The first of "));
   } else if (shown.rows < distinct) {
     Put(sink, AreDays(rows) ? Literal("The ") : Literal("The first "));
     PutGrouped(sink, shown.rows);
