@@ -64,24 +64,29 @@ void JoinVisits(VisitTimes& times, VisitRoom& room, const UrlTable& urls) {
   }
 }
 
-static void AddInOrder(VisitTimes& times, VisitRoom& room, const Visit& latest, const Visit& more,
+// Whether both are one, which the latest visit is then.
+static bool JoinToLatest(const VisitTimes& times, VisitRoom& room, Visit& latest, const Visit& more,
+                         const UrlTable& urls) {
+  if (!AreOneVisit(latest, more)) {
+    return false;
+  }
+  JoinTo(latest, more, urls);
+  SetVisit(room, times.latest, latest);
+  return true;
+}
+
+static void AddInOrder(VisitTimes& times, VisitRoom& room, Visit& latest, const Visit& more,
                        const UrlTable& urls) {
-  if (AreOneVisit(latest, more)) {
-    Visit whole = latest;
-    JoinTo(whole, more, urls);
-    SetVisit(room, times.latest, whole);
-    times = InOrder(times.latest, whole, times.has_pages != 0);
+  if (JoinToLatest(times, room, latest, more, urls)) {
+    times = InOrder(times.latest, latest, times.has_pages != 0);
   } else {
     AddBehind(times, room, latest.last, more);
   }
 }
 
-static void AddInAnyOrder(VisitTimes& times, VisitRoom& room, const Visit& latest, const Visit& more,
+static void AddInAnyOrder(VisitTimes& times, VisitRoom& room, Visit& latest, const Visit& more,
                           const UrlTable& urls) {
-  if (AreOneVisit(latest, more)) {
-    Visit whole = latest;
-    JoinTo(whole, more, urls);
-    SetVisit(room, times.latest, whole);
+  if (JoinToLatest(times, room, latest, more, urls)) {
     return;
   }
   times.latest = KeepVisitBehind(room, more, times.latest, PagesBefore::kUnknown);
@@ -100,7 +105,7 @@ void AddVisit(VisitTimes& times, VisitRoom& room, const Visit& more, const UrlTa
     AddBehind(times, room, times.end * kEndStep, more);
     return;
   }
-  const Visit latest = VisitAt(room, times.latest);
+  Visit latest = VisitAt(room, times.latest);
   if (times.in_order != 0 && more.first >= latest.first) {
     AddInOrder(times, room, latest, more, urls);
     return;
