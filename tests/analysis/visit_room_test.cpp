@@ -80,6 +80,7 @@ TEST(VisitRoom, KeepsAllOfAVisit) {
     const uint32_t place =
         before == 0 ? KeepVisit(room, visit) : KeepVisitBehind(room, visit, before, PagesBefore::kUnknown);
     EXPECT_EQ(KeptAt(room, place).before, before);
+    EXPECT_NE(KeptAt(room, place).length, kOfNobody);
     EXPECT_EQ(FieldsOfVisit(VisitAt(room, place)), FieldsOfVisit(visit));
     before = place;
   }
