@@ -15,16 +15,25 @@ static bool IsShort(const Visit& visit) {
          (visit.pages == 0 || IsOfOnePage(visit));
 }
 
+// On a place that is nobody's, of which next_of tells the next one, or behind all others.
+template <typename T, typename NextOf>
+static uint32_t KeepOn(Growing<T>& items, uint32_t& free, const T& item, NextOf next_of) {
+  if (free == 0) {
+    if (items.length == UINT32_MAX) {
+      EndWithoutMemory();  // of 64 GB or more
+    }
+    Append(items, item);
+    return static_cast<uint32_t>(items.length);
+  }
+  T& taken = items[free - 1];
+  const uint32_t place = std::exchange(free, next_of(taken));
+  taken = item;
+  return place;
+}
+
 static uint32_t PlaceOfLonger(VisitRoom& room, const Visit& visit) {
   ++room.longer_count;
-  if (room.free_longer == 0) {
-    Append(room.longer, visit);
-    return static_cast<uint32_t>(room.longer.length);
-  }
-  Visit& free = room.longer[room.free_longer - 1];
-  const uint32_t place = std::exchange(room.free_longer, free.entry);
-  free = visit;
-  return place;
+  return KeepOn(room.longer, room.free_longer, visit, [](const Visit& free) { return free.entry; });
 }
 
 static void DropLonger(VisitRoom& room, uint32_t place) {
@@ -52,17 +61,7 @@ static KeptVisit KeptOf(VisitRoom& room, const Visit& visit) {
 
 static uint32_t Keep(VisitRoom& room, const KeptVisit& kept) {
   ++room.count;
-  if (room.free == 0) {
-    if (room.kept.length == UINT32_MAX) {
-      EndWithoutMemory();  // of 64 GB
-    }
-    Append(room.kept, kept);
-    return static_cast<uint32_t>(room.kept.length);
-  }
-  KeptVisit& free = room.kept[room.free - 1];
-  const uint32_t place = std::exchange(room.free, free.before);
-  free = kept;
-  return place;
+  return KeepOn(room.kept, room.free, kept, [](const KeptVisit& free) { return free.before; });
 }
 
 uint32_t KeepVisit(VisitRoom& room, const Visit& visit) {

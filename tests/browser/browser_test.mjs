@@ -339,10 +339,4 @@ if (SCREENSHOTS) {
   };
 }
 
-// What the browser makes of the same bytes is no other behind another server.
-if (SERVER !== 'apache') {
-  delete tests['form and documentation are accessible'];
-  delete tests['nothing is wider than a phone'];
-  delete tests['shortcuts and calendars of the classic form fill in the days'];
-}
 await runAll(tests, () => browser.close());

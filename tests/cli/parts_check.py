@@ -32,7 +32,7 @@ PROGRAM = str(pathlib.Path(sys.argv[1]).resolve())
 NO_PART = 4
 LEAST_SAME = 1000  # pages that were made of several parts
 PIECES = 3
-SIZE_OF_PIECES = {"plan": b"80", "steps": b"160"}
+SIZE_OF_PIECES = b"80"
 SIZE_OF_LOGS = b"1G"
 APART = rb"orvellis: .* does not go on as the piece before it has ended: .*\n"
 REASONS = {
@@ -159,13 +159,13 @@ def count_parts(case, logs):
 
 
 def plan_at_once(case):
-    return case.run(case.make("planning"), [b"plan=" + SIZE_OF_PIECES["plan"]])
+    return case.run(case.make("planning"), [b"plan=" + SIZE_OF_PIECES])
 
 
 def plan_in_steps(case):
     """A plan of whole logs, each of which is cut, without a look at its lines."""
     folder = case.make("planning")
-    quick = b"plan=" + SIZE_OF_PIECES["steps"] + b",quick"
+    quick = b"plan=" + SIZE_OF_PIECES + b",quick"
     if case.edition == b"classic":
         done = case.run(folder, [quick])
         lines = done[1]
