@@ -1,7 +1,8 @@
 #!/bin/sh
 # Fuzzes each target for so many seconds, as many at a time as there are
 # processors (or JOBS), and prints what it did. Exit status 1 when an input breaks one:
-# such inputs are then in build/fuzz/artifacts.
+# such inputs are then in build/fuzz/artifacts. SEED, a number, says where the fuzzers begin, so that a
+# run can be repeated; without it each run begins elsewhere.
 #
 #   fuzz/run.sh SECONDS [TARGET...]
 set -eu
@@ -57,14 +58,17 @@ fuzz_one() { # SECONDS TARGET
   [ -s "$dictionary" ] || dictionary=
   status=0
   TZ=UTC LC_ALL=C "$build/fuzz/fuzz_$target" -max_total_time="$1" -max_len="$(longest_of "$target")" \
-    -timeout=10 -rss_limit_mb=1024 -print_final_stats=1 ${dictionary:+"-dict=$dictionary"} \
+    -seed="${SEED:-0}" -reload=0 -timeout=10 -rss_limit_mb=1024 -print_final_stats=1 ${dictionary:+"-dict=$dictionary"} \
     -artifact_prefix="$build/artifacts/$target-" "$build/corpus/$target" "fuzz/corpus/$target" "$build/fuzz/learnt/$target" \
     ${found:+"$found"} >"$log" 2>&1 || status=1
   edges=$(sed -n 's/.* cov: \([0-9]*\) .*/\1/p' "$log" | tail -n 1)
   printf '%-16s %12s executions %8s/s %6s edges%s\n' "$target" "$(figure "$log" number_of_executed_units)" \
     "$(figure "$log" average_exec_per_sec)" "$edges" "$([ $status = 0 ] || echo "  BROKEN, see $log")"
-  # What broke it, and the input itself, in case the log is out of reach.
-  [ $status = 0 ] || grep -a -E 'does not hold|: Failure|ERROR: |runtime error|Test unit written|^Base64' "$log"
+  if [ $status != 0 ]; then
+    # What broke it, and the input itself, in case the log is out of reach.
+    grep -a -E 'does not hold|: Failure|ERROR: |runtime error|Test unit written' "$log"
+    sed -n 's/.*Test unit written to //p' "$log" | xargs -r base64
+  fi
   return $status
 }
 

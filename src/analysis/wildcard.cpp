@@ -21,11 +21,11 @@ struct Matcher {
   bool ignore_case;
 };
 
-// A try that failed, and by how much it left lbrace raised.
+// A star or group that failed at a place of the text, and by how much it left lbrace raised.
 struct Failure {
   uint64_t call;  // the call that it belongs to
   int result;
-  int64_t raised;
+  int64_t raised;  // while it is tried: what lbrace was before
 };
 
 struct AlternativeEnd {
@@ -37,9 +37,10 @@ struct AlternativeEnd {
 
 // Groups turn aborts into plain failures, so nested ones among stars come back to
 // the same places exponentially often. A call that makes more than kFreeTries
-// tries therefore remembers the failed ones. What a try does depends on its place
-// and on whether a group is open, but places tried while none is open are not
-// tried again: only stars lead there, and a star that fails aborts.
+// tries therefore remembers which stars and groups failed at which places: from then
+// on, each star and each alternative is tried once at a place of the text. What a try
+// does depends on its place and on whether a group is open, but places tried while none
+// is open are not tried again: only stars lead there, and a star that fails aborts.
 static constexpr unsigned kFreeTries = 500;
 static constexpr int64_t kMostOpen = int64_t{1} << 60;  // where counting open groups stops, short of overflow
 static Failure* mFailures = nullptr;  // a row for each place of the pattern, with all places of the text
@@ -179,34 +180,43 @@ static size_t NextPlace(const Matcher& m, size_t t, size_t p) {
   return t;
 }
 
-// Matches from behind a "*".
+static void Remember(size_t t, size_t p, int result, int64_t before) {
+  FailureAt(t, p) = {mCall, result, lbrace - before};
+}
+
+// Matches from behind a "*". What it does from a place is what it does at that place and, if that fails, from
+// the next.
 static int MatchStar(const Matcher& m, size_t t, size_t p) {
   p = m.pattern.find_first_not_of('*', p);
   if (p == std::string_view::npos) {
     return kMatch;
   }
   const size_t star = p - 1;
-  const size_t first = t;
-  const int64_t before = lbrace;
+  size_t first = m.text.size() + 1;  // of the places that are to be remembered
   int result = kNoMatch;
   while (result == kNoMatch && t <= m.text.size()) {
     t = NextPlace(m, t, p);
-    result = IsRemembered(t, star) ? Recall(FailureAt(t, star)) : Try(m, t, p);
-    ++t;
+    if (IsRemembered(t, star)) {
+      result = Recall(FailureAt(t, star));
+      break;
+    }
+    if (Remembering()) {
+      first = std::min(first, t);
+      FailureAt(t, star).raised = lbrace;
+    }
+    result = Try(m, t++, p);
   }
   if (result == kMatch) {
     return kMatch;
   }
-  if (Remembering() && lbrace == before) {
-    while (t-- > first) {
-      FailureAt(t, star) = {mCall, kAbort, 0};  // it failed from every place that it was moved over
-    }
+  for (size_t place = first; place < t; place = NextPlace(m, place + 1, p)) {
+    Remember(place, star, kAbort, FailureAt(place, star).raised);
   }
   return kAbort;
 }
 
-// Matches from behind a "(".
-static int MatchGroup(const Matcher& m, size_t t, size_t p) {
+// Tries the alternatives from p on.
+static int MatchAlternatives(const Matcher& m, size_t t, size_t p) {
   ++lbrace;
   while (Try(m, t, p) != kMatch) {  // deliberate: a match leaves lbrace raised
     p = EndOfAlternative(m.pattern, p);
@@ -220,6 +230,20 @@ static int MatchGroup(const Matcher& m, size_t t, size_t p) {
     ++p;
   }
   return kMatch;
+}
+
+// Matches from behind a "(".
+static int MatchGroup(const Matcher& m, size_t t, size_t p) {
+  const size_t group = p - 1;
+  if (IsRemembered(t, group)) {
+    return Recall(FailureAt(t, group));
+  }
+  const int64_t before = lbrace;
+  const int result = MatchAlternatives(m, t, p);
+  if (result != kMatch && Remembering()) {
+    Remember(t, group, result, before);
+  }
+  return result;
 }
 
 static int Walk(const Matcher& m, size_t t, size_t p) {
@@ -250,21 +274,10 @@ static int Walk(const Matcher& m, size_t t, size_t p) {
 
 static int Try(const Matcher& m, size_t t, size_t p) {
   ++mTries;
-  if (!Remembering()) {
-    return Walk(m, t, p);
-  }
   if (mTries == kFreeTries + 1) {
     BeginToRemember(m);
   }
-  if (IsRemembered(t, p)) {
-    return Recall(FailureAt(t, p));
-  }
-  const int64_t before = lbrace;
-  const int result = Walk(m, t, p);
-  if (result != kMatch) {
-    FailureAt(t, p) = {mCall, result, lbrace - before};
-  }
-  return result;
+  return Walk(m, t, p);
 }
 
 static int Match(std::string_view text, std::string_view pattern, bool ignore_case) {

@@ -11,6 +11,6 @@ void ResetWildcards();
 // earlier calls. Shared by all calls of the run.
 extern int64_t lbrace;
 
-// Places (pattern position, text position) that the last call tried to match
-// from, those answered from memory included: the measure of its work.
+// Places (pattern position, text position) that the last call tried to match from: the measure of its work. At most
+// 501, and then one for each star and each alternative of the pattern with each place of the text.
 extern unsigned mTries;
