@@ -26,6 +26,7 @@ import tempfile
 
 sys.dont_write_bytecode = True
 import agreement  # pylint: disable=wrong-import-position
+import moments  # pylint: disable=wrong-import-position
 import piece_bytes  # pylint: disable=wrong-import-position
 
 PROGRAM = str(pathlib.Path(sys.argv[1]).resolve())
@@ -45,10 +46,6 @@ REASONS = {
     "repeated hour": rb"orvellis: the first log begins within an hour that a clock change repeats.*\n",
     "copy": rb"orvellis: .* covers the log .*, which seems to be a copy of one in a part before it\n",
 }
-MOMENTS = [
-    (re.compile(rb'(<b>Date of Report:</b></td><td width="50%">)[^<]*'), rb"\1NOW"),
-    (re.compile(rb"(Time required to generate report = )[0-9:]*"), rb"\1MM:SS"),
-]
 
 
 class Case:
@@ -87,16 +84,13 @@ class Case:
         for piece in range(PIECES):
             some = lines[len(lines) * piece // PIECES:len(lines) * (piece + 1) // PIECES]
             (folder / "cut" / f"{piece}.log").write_bytes(b"".join(some))
-        text = re.sub(rb"(?im)^(user=.*?;[ ]*logs=)[^;\r\n]*", rb"\1cut/*.log", text)
-        config.write_bytes(re.sub(rb"(?im)^(user=.*?);[ ]*accesslog=[^;\r\n]*", rb"\1", text))
+        config.write_bytes(b"\n".join(cut_account(line) if line.lower().startswith(b"user=") else line
+                                      for line in text.split(b"\n")))
 
     def run(self, folder, words=(), given=b""):
         done = subprocess.run([PROGRAM.encode()] + self.arguments + list(words), cwd=folder, env=self.env,
                               input=given, capture_output=True, timeout=120)
-        out = done.stdout
-        for pattern, word in MOMENTS:
-            out = pattern.sub(word, out)
-        return done.returncode, out, done.stderr
+        return done.returncode, moments.blank(done.stdout, moments.OF_PAGES), done.stderr
 
     def last(self, name, default):
         found = [a.split(b"=", 1)[1] for a in self.arguments if a.lower().startswith(name + b"=")]
@@ -111,7 +105,7 @@ class Case:
         user = self.last(b"username", b"")
         text = config.read_bytes() if config.is_file() else b""
         patterns = []
-        for line in re.split(rb"[\r\n]+", text):
+        for line in text.replace(b"\r", b"\n").split(b"\n"):
             if line.lower().startswith(b"user=" + user.lower()):
                 items = dict(item.split(b"=", 1) for item in line.split(b";") if b"=" in item)
                 items = {name.strip().lower(): value for name, value in items.items()}
@@ -125,6 +119,12 @@ class Case:
             logs += [path for path in sorted(glob.glob(str(folder / pattern)))
                      if fnmatch.fnmatchcase(os.path.basename(path), os.path.basename(pattern))]
         return [os.path.relpath(path, folder) for path in dict.fromkeys(logs)]
+
+
+def cut_account(line):
+    """The line of an account, whose only log became several."""
+    line = re.sub(rb"(?i)^(user=.*?;[ ]*logs=)[^;\r\n]*", rb"\1cut/*.log", line)
+    return re.sub(rb"(?i)^(user=.*?);[ ]*accesslog=[^;\r\n]*", rb"\1", line)
 
 
 def remove(path):

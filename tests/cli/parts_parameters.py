@@ -14,6 +14,9 @@ import subprocess
 import sys
 import tempfile
 
+sys.dont_write_bytecode = True
+import moments  # pylint: disable=wrong-import-position
+
 PROGRAM = str(pathlib.Path(sys.argv[1]).resolve())
 PROJECT = pathlib.Path(sys.argv[2])
 NO_PART = 4
@@ -162,11 +165,6 @@ NUMBERS = {
 }
 OF_NUMBERS = {"fixgmt", "dateformat", "logformat", "logformatfile"}
 
-MOMENTS = [
-    (re.compile(rb'(<b>Date of Report:</b></td><td width="50%">)[^<]*'), rb"\1NOW"),
-    (re.compile(rb"(Time required to generate report = )[0-9:]*"), rb"\1MM:SS"),
-]
-
 
 def names_in(path, table, row):
     text = (PROJECT / "src" / path).read_text()
@@ -211,10 +209,7 @@ class Account:
             f"user=one;logs=logs/[{'12' if logs == '*' else logs}].log{url};password=*{items}\n")
         done = subprocess.run([PROGRAM, "username=one", *words], cwd=self.folder, env=ENVIRONMENT,
                               capture_output=True, timeout=60, check=False)
-        out = done.stdout
-        for pattern, word in MOMENTS:
-            out = pattern.sub(word, out)
-        return done.returncode, out, done.stderr
+        return done.returncode, moments.blank(done.stdout, moments.OF_PAGES), done.stderr
 
 
 def words_of(edition, instead):

@@ -11,28 +11,22 @@ installed, enough of the runs must really have been divided, and not have given 
 import concurrent.futures
 import os
 import pathlib
-import re
 import sys
 import tempfile
 
 sys.dont_write_bytecode = True
 import agreement  # pylint: disable=wrong-import-position
 import divided_runs  # pylint: disable=wrong-import-position
+import moments  # pylint: disable=wrong-import-position
 import parts_check  # pylint: disable=wrong-import-position
 
 WORKERS = (b"2,300", b"6,64")
 OUTPUTS = (b"json", b"csv", b"text", b"modern", None)
 LEAST_DIVIDED = 400
-MOMENTS = parts_check.MOMENTS + [
-    (re.compile(rb"(?m)^(# Last updated on ).*"), rb"\1NOW"),
-    (re.compile(rb"(?m)^\[[0-9][0-9]/[A-Z][a-z][a-z]/[0-9:]*\] "), b"[NOW] "),
-]
 
 
 def without_moments(content):
-    for pattern, word in MOMENTS:
-        content = pattern.sub(word, content)
-    return content
+    return moments.blank(content, moments.OF_FILES)
 
 
 class Case(parts_check.Case):
