@@ -222,7 +222,8 @@ static bool SettleMoment(const Layout& layout, const LineFields& fields, SuperLo
     return SettleTime(record);
   }
   record.time = moment.instant;
-  const bool told = moment.form != MomentForm::kEpoch || moment.instant > 0;  // nothing but zeros tells no time
+  const bool told =
+      moment.form != MomentForm::kEpoch || moment.instant > 0;  // nothing but zeros tells no time
   return told && TimeToLocal(moment.instant, record.local);
 }
 

@@ -1037,7 +1037,8 @@ TEST_F(ZonesOfLinesTest, OddTimesAreNoneAsWithoutAZone) {
 }
 
 TEST_F(ZonesOfLinesTest, TheFirstSecondOf1970IsATimeAsTheOthers) {
-  for (const char* time : {"01/Jan/1970:00:00:00 +0000", "01/Jan/1970:02:00:00 +0200", "31/Dec/1969:19:00:00"}) {
+  for (const char* time :
+       {"01/Jan/1970:00:00:00 +0000", "01/Jan/1970:02:00:00 +0200", "31/Dec/1969:19:00:00"}) {
     EXPECT_EQ(Times(Line(time) + Line(time)), (Instants{0, 0})) << time;
   }
   EXPECT_EQ(Times(Line("31/Dec/1969:23:59:58 +0000") + Line("31/Dec/1969:23:59:59 +0000") +
