@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "analysis/status_meanings.h"
+#include "base/capped_sum.h"
 #include "base/text.h"
 
 // ---- Days -----------------------------------------------------------------------------
@@ -82,17 +83,13 @@ Comparison ComparisonOf(const Settings& settings) {
 
 // ---- Counting -------------------------------------------------------------------------
 
-static void AddTo(int64_t& sum, int64_t more) {
-  sum = more > INT64_MAX - sum ? INT64_MAX : sum + more;
-}
-
 void CountCompared(const SuperLogRecord& record, Comparison& comparison) {
   constexpr auto kStatusEnd = static_cast<int64_t>(kStatuses);
   const bool has_status = record.status > 0 && record.status < kStatusEnd;
   ++comparison.requests;
   comparison.with_status += has_status ? 1 : 0;
   comparison.errors += has_status && record.status >= static_cast<int64_t>(kFirstErrorStatus) ? 1 : 0;
-  AddTo(comparison.bytes, std::max<int64_t>(record.bytes, 0));
+  AddCapped(comparison.bytes, std::max<int64_t>(record.bytes, 0));
   CountDay(comparison.dates, record.local);
 }
 
@@ -111,7 +108,7 @@ void SaveComparison(PartWriter& part, const Comparison& comparison) {
 
 bool AddSavedComparison(PartReader& part, Comparison& comparison) {
   for (int64_t Comparison::*const figure : kFigures) {
-    AddTo(comparison.*figure, static_cast<int64_t>(TakeFigureUpTo(part, INT64_MAX)));
+    AddCapped(comparison.*figure, static_cast<int64_t>(TakeFigureUpTo(part, INT64_MAX)));
   }
   return AddSavedDays(part, comparison.dates);
 }

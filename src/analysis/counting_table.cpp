@@ -9,6 +9,7 @@
 #include "analysis/item_store.h"
 #include "analysis/smart_memory.h"
 #include "analysis/smart_memory_internal.h"
+#include "base/capped_sum.h"
 #include "base/memory_end.h"
 #include "base/pages.h"
 #include "base/sip_hash.h"
@@ -421,10 +422,10 @@ static void TakeLeastSpelling(ListItem& item, std::string_view key) {
   return *item;
 }
 
-// Amounts are not below 0. A sum beyond 64 bits stays at the greatest figure.
+// Amounts are not below 0.
 static void AddAmount(const ListItem& item, int64_t amount) {
-  if (item.has_amount && __builtin_add_overflow(item.amount(), amount, &item.amount())) {
-    item.amount() = INT64_MAX;
+  if (item.has_amount) {
+    AddCapped(item.amount(), amount);
   }
 }
 
@@ -1129,7 +1130,7 @@ KeyCount drop_items(List& list, ListInfo& info, bool (*goes)(std::string_view ke
     if (goes(item->key())) {
       *place = item->next;
       dropped.count += item->count;
-      dropped.amount += AmountOf(*item);
+      AddCapped(dropped.amount, AmountOf(*item));
       smart_release(info, item);
     } else {
       place = &item->next;

@@ -17,6 +17,7 @@
 #include "analysis/status_meanings.h"
 #include "analysis/unknown_lines.h"
 #include "analysis/url_times.h"
+#include "base/capped_sum.h"
 #include "base/text.h"
 #include "dates/days.h"
 
@@ -608,7 +609,7 @@ static void CountTaken(CountedReport& report, std::string_view item, const Super
   count_amounts(record.taken);
   queue_item(report.list, report.info, item, NameOfBucket(BucketOf(record.taken)), false);
   count_amounts(std::max<int64_t>(record.bytes, 0));
-  report.total = record.taken > INT64_MAX - report.total ? INT64_MAX : report.total + record.taken;
+  AddCapped(report.total, record.taken);
 }
 
 static void CountSeen(CountedReport& report, std::string_view item, const SuperLogRecord& record) {

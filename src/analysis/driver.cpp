@@ -26,6 +26,7 @@
 #include "analysis/smart_memory_internal.h"
 #include "analysis/wildcard.h"
 #include "analysis/wildcard_internal.h"
+#include "base/capped_sum.h"
 #include "dates/clock.h"
 #include "dates/days.h"
 #include "dates/local_time.h"
@@ -328,7 +329,7 @@ static void CountStatus(int64_t status, Analysis& analysis) {
 [[gnu::noinline]] static void TakeBytes(const SuperLogRecord& record, bool counted, Analysis& analysis) {
   const int64_t bytes = std::max<int64_t>(record.bytes, 0);
   count_amounts(bytes);
-  analysis.status_bytes[PlaceOfStatus(record.status)] += counted ? bytes : 0;
+  AddCapped(analysis.status_bytes[PlaceOfStatus(record.status)], counted ? bytes : 0);
 }
 
 static bool HoldsQuery(std::string_view referrer) {

@@ -60,7 +60,11 @@ DayRange YearOf(const CalendarDate& day) {
 }
 
 CalendarDate DayOf(const tm& local) {
-  return {local.tm_mon + 1, local.tm_mday, std::clamp(local.tm_year + 1900, 0, 9999)};
+  const int year = local.tm_year + 1900;
+  if (year < 0) {
+    return {1, 1, 0};
+  }
+  return year > 9999 ? CalendarDate{12, 31, 9999} : CalendarDate{local.tm_mon + 1, local.tm_mday, year};
 }
 
 CalendarDate DayOf(time_t when) {

@@ -31,7 +31,7 @@ DayRange MonthOf(const CalendarDate& day);
 DayRange WeekOf(const CalendarDate& day);
 DayRange YearOf(const CalendarDate& day);
 
-// The local day of a time; years beyond 0 to 9999 are cut to them.
+// The local day of a time; of times beyond the years 0 to 9999, the first or the last of these.
 CalendarDate DayOf(time_t when);
 CalendarDate DayOf(const tm& local);
 

@@ -6,6 +6,7 @@
 #include <limits>
 #include <string_view>
 
+#include "base/capped_sum.h"
 #include "dates/days.h"
 #include "output/charts.h"
 #include "output/durations.h"
@@ -103,8 +104,7 @@ static Shown CountRows(const Settings& settings, const Section& section, Analysi
       break;
     }
     ++shown.rows;
-    const int64_t more = rows.timed ? row.times.sum : rows.by_bytes ? row.bytes : row.count;
-    shown.count = more > INT64_MAX - shown.count ? INT64_MAX : shown.count + more;
+    AddCapped(shown.count, rows.timed ? row.times.sum : rows.by_bytes ? row.bytes : row.count);
   }
   return shown;
 }

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <charconv>
 #include <chrono>
-#include <limits>
 
 #include "output/characters.h"
 #include "output/day_bars.h"
@@ -56,13 +55,12 @@ static void TakeSpark(const Analysis& analysis, ReportSummary& summary) {
 }
 
 ReportSummary SummaryOf(const Settings& settings, const Analysis& analysis) {
-  constexpr auto kMost = static_cast<uint64_t>(std::numeric_limits<int64_t>::max());
   const Overview overview = OverviewOf(settings, analysis);
   ReportSummary summary{
       .first_day = NumberOf(DayOf(analysis.range_first)),
       .last_day = NumberOf(DayOf(analysis.range_last)),
       .requests = std::max<int64_t>(overview.requests, 0),
-      .bytes = static_cast<int64_t>(std::min(overview.bytes_served, kMost)),
+      .bytes = static_cast<int64_t>(overview.bytes_served),
       .spark = {},
       .title = overview.title,
       .site = overview.url,

@@ -10,6 +10,7 @@
 #include "output/durations.h"
 #include "output/escape.h"
 #include "output/moments.h"
+#include "output/page_sections.h"
 #include "output/readable.h"
 #include "output/refusal_line.h"
 #include "output/sink.h"
@@ -432,6 +433,32 @@ static int64_t PutRows(Paper& paper, SectionRows& rows, const Columns& columns) 
   return shown;
 }
 
+// A line for each hour, and a column for each day of weeks that begin with Monday.
+static void PutWeek(Paper& paper, SectionRows& rows) {
+  static constexpr Literal kDays[] = {"Mon", "Tue", "Wed", "Thu", "Fri", "Sat", "Sun"};
+  static constexpr size_t kHourWidth = 4;
+  int64_t counts[24][std::size(kDays)] = {};
+  size_t width = kDays[0].text().size();
+  for (SectionRow row; NextRow(rows, row);) {
+    counts[row.hour][(row.weekday + 6) % 7] = row.count;
+    width = std::max(width, GroupedWidth(row.count));
+  }
+  PutBlanks(paper.sink, kHourWidth);
+  for (const Literal& day : kDays) {
+    PutBlanks(paper.sink, kGap + width - day.text().size());
+    Put(paper.sink, day);
+  }
+  Put(paper.sink, "\n");
+  for (int hour = 0; hour < 24; ++hour) {
+    PutBlanks(paper.sink, kGap);
+    PutPadded(paper.sink, hour, 2);
+    for (const int64_t count : counts[hour]) {
+      PutToTheRight(paper.sink, count, kGap + width);
+    }
+    Put(paper.sink, "\n");
+  }
+}
+
 static void PutKeyFigure(Paper& paper, const KeyFigure& figure) {
   static constexpr size_t kTitleWidth = 20;
   DurationText duration;
@@ -504,6 +531,10 @@ static void PutSection(Paper& paper, const Settings& settings, const Section& se
   SectionRows rows;
   OpenSection(rows, settings, section, analysis);
   PutTitle(paper, words.title);
+  if (section.rows == RowKind::kHoursOfWeek) {
+    PutWeek(paper, rows);
+    return;
+  }
   if (section.dimension != nullptr && section.dimension->with_figures) {
     PutKeyFigures(paper, analysis);
   }
@@ -521,9 +552,9 @@ static void PutSection(Paper& paper, const Settings& settings, const Section& se
 void WriteText(const Settings& settings, Analysis& analysis, const Terminal& terminal) {
   Paper paper{{}, terminal};
   PutHead(paper, settings, analysis);
-  for (const Section& section : Sections()) {
-    if (IsOn(section, settings)) {
-      PutSection(paper, settings, section, analysis);
+  for (const SectionId id : PageOrder()) {
+    if (IsOn(SectionOf(id), settings)) {
+      PutSection(paper, settings, SectionOf(id), analysis);
     }
   }
   FlushSink(paper.sink);

@@ -81,7 +81,7 @@ static constexpr NoteWords kNoteWords[] = {
     {NoteCode::kVisitorsSampled, "visitors_sampled",
      "The memory budget did not suffice for all visitors. Figures of visits are estimated from one visitor "
      "in ",
-     "."},
+     "; visits, pages, averages and lengths, and figures of single days and URLs may be further off."},
     {NoteCode::kAnonymised, "anonymised",
      "Visitors are anonymised: addresses are cut to networks, names of hosts to domains, and users are left "
      "out.",

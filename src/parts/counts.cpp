@@ -6,6 +6,7 @@
 
 #include "analysis/dimensions.h"
 #include "analysis/search_phrases.h"
+#include "base/capped_sum.h"
 
 // ---- Figures ----
 
@@ -64,8 +65,7 @@ static void SaveByStatus(PartWriter& part, const int64_t (&figures)[kStatuses]) 
 static void AddByStatus(PartReader& part, uint64_t most, int64_t (&figures)[kStatuses]) {
   for (uint64_t left = TakeFigureUpTo(part, kStatuses); left > 0; --left) {
     int64_t& figure = figures[TakeFigureUpTo(part, kStatuses - 1)];
-    const auto more = static_cast<int64_t>(TakeFigureUpTo(part, most));
-    figure = more > INT64_MAX - figure ? INT64_MAX : figure + more;
+    AddCapped(figure, static_cast<int64_t>(TakeFigureUpTo(part, most)));
   }
 }
 
@@ -92,10 +92,10 @@ static void SaveSum(PartWriter& part, const SuperLongSum& sum) {
   PutFigure(part, (sum.ends_full[0] ? 1U : 0U) | (sum.ends_full[1] ? 2U : 0U));
 }
 
-static SuperLongSum TakeSum(PartReader& part) {
+static SuperLongSum TakeSum(PartReader& part, const Limits& limits) {
   static constexpr uint64_t kMostUnits = 1000000000;
   SuperLongSum sum;
-  sum.sum.billions = static_cast<uint32_t>(TakeFigureUpTo(part, UINT32_MAX));
+  sum.sum.billions = TakeFigureUpTo(part, limits.wide_figures ? INT64_MAX / kBillion : UINT32_MAX);
   sum.sum.units = static_cast<uint32_t>(TakeFigureUpTo(part, kMostUnits));
   const uint64_t full = TakeFigureUpTo(part, 3);
   sum.ends_full[0] = (full & 1U) != 0;
@@ -136,13 +136,13 @@ static void AddTotals(PartReader& part, const Rules& rules, Analysis& analysis) 
   Add(part, analysis.hits);
   Add(part, analysis.without_url);
   AddByStatus(part, kMostCounted, analysis.statuses);
-  Append(limits, analysis.part_bytes, TakeSum(part));
+  Append(limits, analysis.part_bytes, TakeSum(part, limits));
   analysis.bytes = CounterOf(limits, analysis.part_bytes);
   const int64_t of_urls = analysis.urls.total;
   Add(part, analysis.urls.total);
   analysis.urls.total = rules.url_total ? analysis.urls.total : of_urls;
   SuperLongSum read = SumOfSmall(analysis.logs.bytes_read);
-  Append(limits, read, TakeSum(part));
+  Append(limits, read, TakeSum(part, limits));
   analysis.logs.bytes_read = CounterOf(limits, read);
   analysis.logs.in_range |= TakeFigureUpTo(part, 1) != 0;
   Add(part, analysis.logs.lines_not_understood);
@@ -176,8 +176,7 @@ static bool AddToDimension(PartReader& part, const Dimension& dimension, Counted
   if (!dimension.timed) {
     return AddToReport(part, report, false);
   }
-  const auto more = static_cast<int64_t>(TakeFigureUpTo(part, INT64_MAX));
-  report.total = more > INT64_MAX - report.total ? INT64_MAX : report.total + more;
+  AddCapped(report.total, static_cast<int64_t>(TakeFigureUpTo(part, INT64_MAX)));
   return AddSavedList(part, report.list, report.info, false);
 }
 

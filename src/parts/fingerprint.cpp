@@ -217,12 +217,12 @@ void SaveFingerprint(PartWriter& part, const Fingerprint& fingerprint) {
   }
 }
 
-static bool Differs(PartReader& part, const FingerprintField& field, char (&found)[kTextSize]) {
-  const std::string_view name = TakeText(part, kTextMax);
+static bool Differs(PartReader& part, const FingerprintField& field, FingerprintCheck& check) {
+  check.other_name = TakeText(part, kTextMax) != field.name;
   const std::string_view value = TakeText(part, kTextMax);
-  CopyText(found, value);
-  MakePrintable(found);
-  return !part.damaged && (name != field.name || value != field.value);
+  CopyText(check.found, value);
+  MakePrintable(check.found);
+  return !part.damaged && (check.other_name || value != field.value);
 }
 
 FingerprintCheck CompareFingerprint(PartReader& part, const Fingerprint& fingerprint) {
@@ -231,7 +231,7 @@ FingerprintCheck CompareFingerprint(PartReader& part, const Fingerprint& fingerp
     MarkDamaged(part);
   }
   for (size_t i = 0; i < fingerprint.count; ++i) {
-    if (Differs(part, fingerprint.fields[i], check.found)) {
+    if (Differs(part, fingerprint.fields[i], check)) {
       check.other = &fingerprint.fields[i];
       return check;
     }

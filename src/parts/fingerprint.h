@@ -30,7 +30,8 @@ void SaveFingerprint(PartWriter& part, const Fingerprint& fingerprint);
 // What differs first between a fingerprint and one that was written down.
 struct FingerprintCheck {
   const FingerprintField* other;  // null: nothing
-  char found[kTextSize];          // the value that was written down, printable
+  bool other_name;        // the one that was written down is called otherwise: it is of another program
+  char found[kTextSize];  // the value that was written down, printable
 };
 
 // Takes a fingerprint that was written down and compares it. A damaged part has no difference, and is

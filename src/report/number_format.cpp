@@ -9,18 +9,18 @@ static constexpr uint32_t kHalfMegabyte = 524288;
 static constexpr uint32_t kGigabyteBeyondBillion = 73741824;  // 2^30 - 10^9
 
 // Writes the digits without commas and returns how many they are.
-static size_t FormatDigits(char (&digits)[kFigureSize], uint64_t value, uint32_t billions, uint32_t units) {
+static size_t FormatDigits(char (&digits)[kFigureSize], uint64_t value, uint64_t billions, uint32_t units) {
   if (value != 0) {
     return static_cast<size_t>(snprintf(digits, sizeof digits, "%" PRIu64, value));
   }
   if (billions != 0) {
     // deliberate: units are not padded to nine digits, so 1 billion and 5 reads 15
-    return static_cast<size_t>(snprintf(digits, sizeof digits, "%" PRIu32 "%" PRIu32, billions, units));
+    return static_cast<size_t>(snprintf(digits, sizeof digits, "%" PRIu64 "%" PRIu32, billions, units));
   }
   return static_cast<size_t>(snprintf(digits, sizeof digits, "%" PRIu32, units));
 }
 
-void FormatWithCommas(char* out, size_t capacity, uint64_t value, uint32_t billions, uint32_t units) {
+void FormatWithCommas(char* out, size_t capacity, uint64_t value, uint64_t billions, uint32_t units) {
   char digits[kFigureSize];
   const size_t length = FormatDigits(digits, value, billions, units);
   char grouped[kFigureSize];
@@ -34,7 +34,7 @@ void FormatWithCommas(char* out, size_t capacity, uint64_t value, uint32_t billi
   CopyText(out, capacity, {grouped, used});
 }
 
-void PrintMbGbSuffix(uint32_t billions, uint32_t units) {
+void PrintMbGbSuffix(uint64_t billions, uint32_t units) {
   if (billions == 0 && units < kHalfMegabyte) {
     return;
   }

@@ -185,10 +185,19 @@ struct Sum {
   int64_t parts = 0;
 };
 
+// Values that can be told apart are told: what is not printable may be all that differs.
 static bool RefuseFingerprint(const PartName& name, const FingerprintCheck& check) {
+  if (check.other_name) {
+    return RefusePart(name, "was counted by another version of the program");
+  }
   char wanted[kTextSize];
   CopyText(wanted, check.other->value);
   MakePrintable(wanted);
+  if (strcmp(wanted, check.found) == 0) {
+    fprintf(stderr, "orvellis: %s was counted with another %s, of characters that are not shown\n", name.text,
+            check.other->name);
+    return false;
+  }
   fprintf(stderr, "orvellis: %s was counted with another %s: \"%s\", and not \"%s\"\n", name.text,
           check.other->name, check.found, wanted);
   return false;

@@ -35,8 +35,8 @@ static void WriteSample(Notes& notes) {
   const VisitFigures& figures = notes.analysis->visit_figures;
   if (figures.one_in > 1) {
     WriteUnlessNone(notes.one_visitor_in, figures.one_in);
-    snprintf(notes.visitors_error, sizeof notes.visitors_error, ", with an error of about %" PRId64 " %%",
-             ErrorOfVisitors(figures));
+    snprintf(notes.visitors_error, sizeof notes.visitors_error,
+             ": the number of visitors with an error of about %" PRId64 " %%", ErrorOfVisitors(figures));
   }
 }
 

@@ -36,7 +36,7 @@ static int64_t LargestCount(const List& list) {
 }
 
 int64_t BytesServed(const Analysis& analysis) {
-  return static_cast<int64_t>(std::min<uint64_t>(SuperLongToBytes(analysis.bytes), INT64_MAX));
+  return static_cast<int64_t>(SuperLongToBytes(analysis.bytes));
 }
 
 static ItemSummary Summarise(const Settings& settings, const Section& section, Analysis& analysis) {

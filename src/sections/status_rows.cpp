@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <cstdint>
 #include <iterator>
-#include <numeric>
 
 #include "analysis/rules.h"
 #include "analysis/status_meanings.h"
+#include "base/capped_sum.h"
 #include "sections/cut_off.h"
 
 struct StatusClass {
@@ -23,9 +23,9 @@ static constexpr size_t kCodes = 100;  // of a class
 static_assert((kStatusClasses + 1) * kCodes == kStatuses);
 
 static int64_t SumOf(const int64_t (&figures)[kStatuses], size_t first, size_t end) {
-  return std::accumulate(figures + first, figures + end, int64_t{0}, [](int64_t sum, int64_t more) {
-    return more > INT64_MAX - sum ? INT64_MAX : sum + more;
-  });
+  int64_t sum = 0;
+  std::for_each(figures + first, figures + end, [&sum](int64_t figure) { AddCapped(sum, figure); });
+  return sum;
 }
 
 StatusClasses StatusClassesOf(const Settings& settings, const Analysis& analysis) {

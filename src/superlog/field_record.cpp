@@ -222,7 +222,9 @@ static bool SettleMoment(const Layout& layout, const LineFields& fields, SuperLo
     return SettleTime(record);
   }
   record.time = moment.instant;
-  return moment.instant > 0 && TimeToLocal(moment.instant, record.local);
+  const bool told =
+      moment.form != MomentForm::kEpoch || moment.instant > 0;  // nothing but zeros tells no time
+  return told && TimeToLocal(moment.instant, record.local);
 }
 
 // --- Records ------------------------------------------------------------------------

@@ -472,14 +472,13 @@ static bool IsReal(const tm& written) {
 
 // Whether both times have a record's width, and come from a date: where figures are
 // narrow, what is none of it does not fit.
+// deliberate: there, the first second of 1970 and the one before are no times
 static bool FitsRecord(const tm& local, time_t written, time_t time) {
-  if (time == 0 || time == -1) {
-    return false;
-  }
   if (mLogLimits.wide_figures) {
     return !HoldsNoDate(local);
   }
-  return written == static_cast<int32_t>(written) && time == static_cast<int32_t>(time);
+  return time != 0 && time != -1 && written == static_cast<int32_t>(written) &&
+         time == static_cast<int32_t>(time);
 }
 
 // Whether a written time is an instant: with a zone, and where all times are GMT, as W3C has them.
@@ -488,8 +487,7 @@ static bool IsInstant(const tm& written) {
 }
 
 static bool TakeInstant(SuperLogRecord& record) {
-  return IsReal(record.local) && CompleteInstant(record.local, record.time) && record.time != 0 &&
-         record.time != -1;
+  return IsReal(record.local) && CompleteInstant(record.local, record.time);
 }
 
 [[gnu::always_inline]] static inline bool TakeTime(SuperLogRecord& record) {

@@ -20,9 +20,10 @@ void SuperLongAdd(SuperLong& counter, uint32_t amount) {
 }
 
 static void SetWide(SuperLong& counter, uint64_t billions) {
-  counter.billions = static_cast<uint32_t>(billions);
-  if (billions > UINT32_MAX || (billions == UINT32_MAX && counter.units == kBillion)) {
-    counter = {UINT32_MAX, kBillion - 1};
+  constexpr SuperLong kMost{INT64_MAX / kBillion, INT64_MAX % kBillion};
+  counter.billions = billions;
+  if (billions >= kMost.billions && (billions > kMost.billions || counter.units > kMost.units)) {
+    counter = kMost;
   }
 }
 
@@ -52,7 +53,7 @@ void NoteLargeAmount(SuperLongSum& sum, int64_t amount) {
 static uint64_t AddSum(SuperLong& counter, const SuperLongSum& sum) {
   const bool full = counter.units == kBillion;
   const uint64_t units = uint64_t{counter.units} + sum.sum.units;
-  uint64_t billions = uint64_t{counter.billions} + sum.sum.billions + units / kBillion;
+  uint64_t billions = counter.billions + sum.sum.billions + units / kBillion;
   counter.units = static_cast<uint32_t>(units % kBillion);
   if (counter.units == 0 && sum.ends_full[full]) {
     counter.units = kBillion;
@@ -93,9 +94,9 @@ void AppendWide(SuperLongSum& sum, const SuperLongSum& more) {
 }
 
 double SuperLongToDouble(SuperLong value) {
-  return value.billions * 1e9 + value.units;
+  return static_cast<double>(value.billions) * 1e9 + value.units;
 }
 
 uint64_t SuperLongToBytes(SuperLong value) {
-  return uint64_t{value.billions} * kBillion + value.units;
+  return value.billions * kBillion + value.units;
 }

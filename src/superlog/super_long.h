@@ -7,15 +7,15 @@ inline constexpr uint32_t kBillion = 1000000000;
 
 // Value: billions * 1,000,000,000 + units.
 struct SuperLong {
-  uint32_t billions;
+  uint64_t billions;
   uint32_t units;  // normally below 10^9; exactly 10^9 stays until the next addition (deliberate)
 };
 
 // Adds amount in place. The billions wrap at 32 bits.
 void SuperLongAdd(SuperLong& counter, uint32_t amount);
 
-// The same of any amount, for wide figures: one below 0 adds nothing, and from
-// 2^32 billions on the counter stays at its greatest value, one less.
+// The same of any amount, for wide figures: one below 0 adds nothing, and the counter stays at the largest
+// number of 64 bits with a sign.
 void SuperLongAddWide(SuperLong& counter, int64_t amount);
 
 // A counter that amounts were added to from 0 on, and what they would have left in another one: exactly 10^9

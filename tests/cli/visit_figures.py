@@ -220,7 +220,8 @@ def check_sample(folder):
     estimate = report["sections"]["visitors"]["totals"]["visitors"]
     assert estimate % one_in == 0
     error = 1 / math.sqrt(estimate / one_in)
-    assert f"about {math.ceil(100 * error)} %" in notes["visitors_sampled"]["text"], notes
+    assert f"number of visitors with an error of about {math.ceil(100 * error)} %; visits" in notes["visitors_sampled"]["text"], notes
+    assert "averages and lengths, and figures of single days and URLs may be further off." in notes["visitors_sampled"]["text"], notes
     assert abs(estimate - visitors) < 3 * error * visitors, estimate
     assert report["sections"]["entrypages"]["rows"][0]["count"] == estimate
     assert run(folder, "output=json", *SECTIONS, "workers=3,100") == text

@@ -84,6 +84,17 @@ TEST(DayOf, IsLocal) {
   EXPECT_EQ(Written(DayOf(6 * 3600)), "1970-01-01");
 }
 
+TEST(DayOf, BeyondFourDigitsIsTheFirstOrTheLastOne) {
+  setenv("TZ", "UTC0", 1);
+  tzset();
+  ResetLocalTime();
+  EXPECT_EQ(Written(DayOf(253402300799)), "9999-12-31");
+  EXPECT_EQ(Written(DayOf(253402300800)), "9999-12-31");
+  EXPECT_EQ(Written(DayOf(253402300800 + 40 * 86400)), "9999-12-31");
+  EXPECT_EQ(Written(DayOf(-62167219200)), "0000-01-01");
+  EXPECT_EQ(Written(DayOf(-62167219201)), "0000-01-01");
+}
+
 TEST(SetDays, AreReadAgain) {
   Settings settings{};
   const DayRange days{{2, 9, 2000}, {12, 31, 9999}};

@@ -71,6 +71,21 @@ TEST_F(PartFingerprint, NamesWhatDiffersFirst) {
   EXPECT_EQ(with([](Settings& s) { CopyText(s.title, "Another"); }), "");
 }
 
+TEST_F(PartFingerprint, TellsWhetherItIsOfAnotherProgram) {
+  const auto check = [](const Fingerprint& written, const Fingerprint& fingerprint) {
+    const std::string bytes = Written(written);
+    const PartText text(bytes);
+    PartReader part = text.reader();
+    return CompareFingerprint(part, fingerprint);
+  };
+  Fingerprint other = Of();
+  EXPECT_EQ(check(other, Of()).other, nullptr);
+  CopyText(other.fields[5].value, "x");
+  EXPECT_FALSE(check(other, Of()).other_name);
+  other.fields[5].name = "another";
+  EXPECT_TRUE(check(other, Of()).other_name);
+}
+
 TEST_F(PartFingerprint, HoldsTheWholeZone) {
   std::set<std::string> values;
   for (const char* const zone : {"UTC", "CET-1CEST,M3.5.0,M10.5.0/3", "CET-1CEST,M3.5.0,M10.5.0/4",

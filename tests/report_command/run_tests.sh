@@ -835,6 +835,15 @@ test_search_engines() {
   sed 's/^Example/search=Example/' engines >keyed
   run --search-engines keyed access.log
   expect_in report.html 'blue ink'
+  sed 's/$/ \t\r/; 1s/^/\xef\xbb\xbf/' engines >edited
+  rm report.html
+  run --search-engines edited access.log
+  expect_in report.html 'blue ink'
+  sed 1,2d engines | sed 's/^/\xef\xbb\xbf/; s/$/\r/' >edited
+  rm report.html
+  run --search-engines edited access.log
+  expect_in report.html 'blue ink'
+  expect_in report.html 'Example Search'
   run --search-engines absent access.log
   expect_error 2 'cannot read the search engine definitions in absent'
   printf '# ours\n\nFinder;domain=finder.example;vars=q\ntea\n' >wrong

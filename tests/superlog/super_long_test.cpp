@@ -5,7 +5,7 @@
 #include <random>
 #include <vector>
 
-static void ExpectSuperLong(SuperLong value, uint32_t billions, uint32_t units) {
+static void ExpectSuperLong(SuperLong value, uint64_t billions, uint32_t units) {
   EXPECT_EQ(value.billions, billions);
   EXPECT_EQ(value.units, units);
 }
@@ -79,16 +79,17 @@ TEST(SuperLongAddWide, NegativeAmountsAddNothing) {
 TEST(SuperLongAddWide, StaysAtItsGreatestValue) {
   SuperLong counter = {};
   SuperLongAddWide(counter, INT64_MAX);  // 9.2e18
-  ExpectSuperLong(counter, UINT32_MAX, 999999999);
+  ExpectSuperLong(counter, 9223372036, 854775807);
   SuperLongAddWide(counter, 1);
   SuperLongAddWide(counter, INT64_MAX);
-  ExpectSuperLong(counter, UINT32_MAX, 999999999);
-  counter = {};
-  SuperLongAddWide(counter, 4294967295999999999);
-  ExpectSuperLong(counter, UINT32_MAX, 999999999);
-  counter = {UINT32_MAX - 1, 999999999};
+  ExpectSuperLong(counter, 9223372036, 854775807);
+  EXPECT_EQ(SuperLongToBytes(counter), uint64_t{INT64_MAX});
+  counter = {9223372036, 854775806};
+  SuperLongAddWide(counter, 1);
+  ExpectSuperLong(counter, 9223372036, 854775807);
+  counter = {9223372035, 999999999};
   SuperLongAddWide(counter, 2);
-  ExpectSuperLong(counter, UINT32_MAX, 1);
+  ExpectSuperLong(counter, 9223372036, 1);
 }
 
 TEST(SuperLongToDouble, WeighsBothWords) {
@@ -99,14 +100,14 @@ TEST(SuperLongToDouble, WeighsBothWords) {
 }
 
 TEST(SuperLongAddWide, StaysThereWhateverIsAdded) {
-  SuperLong counter = {UINT32_MAX, 999999999};
+  SuperLong counter = {9223372036, 854775807};
   for (const int64_t amount : {int64_t{1}, int64_t{1}, INT64_MAX, int64_t{1000000000}}) {
     SuperLongAddWide(counter, amount);
-    ExpectSuperLong(counter, UINT32_MAX, 999999999);
+    ExpectSuperLong(counter, 9223372036, 854775807);
   }
-  counter = {UINT32_MAX, 0};
+  counter = {9223372036, 0};
   SuperLongAddWide(counter, 1000000000);
-  ExpectSuperLong(counter, UINT32_MAX, 999999999);
+  ExpectSuperLong(counter, 9223372036, 854775807);
 }
 
 // Amounts that end at whole billions far more often than those of logs.
@@ -126,7 +127,7 @@ TEST(SuperLongSum, AddsAsItsAmountsInTheirOrder) {
   int full = 0;
   for (int i = 0; i < 200000; ++i) {
     SuperLong narrow = {UINT32_MAX - static_cast<uint32_t>(random() % 3), 0};
-    SuperLong wide = random() % 2 == 0 ? SuperLong{} : narrow;
+    SuperLong wide = random() % 2 == 0 ? SuperLong{} : SuperLong{9223372036 - random() % 3, 0};
     SuperLong narrow_of_sums = narrow;
     SuperLong wide_of_sums = wide;
     for (int part = 0; part < 3; ++part) {
