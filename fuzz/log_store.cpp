@@ -23,10 +23,10 @@ static KnownLog Known() {
                .key = {{1, 2, 3, 4}},
                .hash = {5, 6},
                .bytes = 300,
-               .first = {.lines = 0, .first = 3, .line = "no request", .nearest = {}},
+               .first = {.lines = 0, .first = 3, .line = "no request", .nearest = {}, .reasons = {}},
                .blocks = {}};
-  log.blocks.push_back({{7, 8}, 0, 1, 1, 10, 952000000, 952100000, 1});
-  log.blocks.push_back({{7, 9}, 200, 2, 1, 0, INT64_MAX, INT64_MIN, 0});
+  log.blocks.push_back({{7, 8}, 0, 1, 1, 10, 952000000, 952100000, {1}});
+  log.blocks.push_back({{7, 9}, 200, 2, 1, 0, INT64_MAX, INT64_MIN, {}});
   return log;
 }
 
@@ -57,7 +57,7 @@ static void Fill(std::string_view content) {
 static std::string SoundEntry() {
   unlink(EntryPath().c_str());
   Keep(Known());
-  std::string content(1000, '\0');
+  std::string content(4000, '\0');
   const int file = open(EntryPath().c_str(), O_RDONLY);
   const ssize_t size = read(file, content.data(), content.size());
   close(file);

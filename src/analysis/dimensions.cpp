@@ -490,7 +490,8 @@ constexpr Dimension kDimensions[] = {
      .behind = "domaintypes",
      .words = {"Lines not understood", "Log and reason", "reasons", "reason", "line that was not understood",
                "lines that were not understood",
-               "Lines of logs that hold no request. Why is told of the first such line of each log."},
+               "Lines of logs that hold no request, and why: where something is missing is told of the first "
+               "such line."},
      .columns = "rank,log,count,share,first_line",
      .from = SummedFrom::kLogs,
      .of_logs = AddUnknownLines,

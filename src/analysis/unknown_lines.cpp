@@ -14,19 +14,19 @@ static std::string NameOf(const NearLayout& nearest) {
                        : std::string(KnownLayouts()[nearest.miss.layout - size_t{1}].name);
 }
 
-static std::string ReasonOf(const NearLayout& nearest) {
+static std::string WordsFor(const NearLayout& nearest) {
   const NearMiss& miss = nearest.miss;
-  if (IsCutOff(nearest)) {
-    return "cut off";
+  switch (ReasonOf(nearest)) {
+    case LineReason::kCutOff:
+      return "cut off";
+    case LineReason::kNoLayoutFits:
+      return "no layout fits";
+    case LineReason::kTooFewLines:
+      return "too few lines of " + NameOf(nearest);
+    default:
+      const std::string place = miss.character == 0 ? "" : " at character " + std::to_string(miss.character);
+      return std::string("no ") + WordFor(miss.field) + place + " (nearest to " + NameOf(nearest) + ")";
   }
-  if (miss.layout == 0) {
-    return "no layout fits";
-  }
-  if (miss.field == Field::kIgnored && miss.character == 0) {
-    return "too few lines of " + NameOf(nearest);
-  }
-  const std::string place = miss.character == 0 ? "" : " at character " + std::to_string(miss.character);
-  return std::string("no ") + WordFor(miss.field) + place + " (nearest to " + NameOf(nearest) + ")";
 }
 
 // A log that holds nothing but requests of other days is no part of the report.
@@ -35,8 +35,17 @@ static bool Counts(const LogState& log) {
          (log.records.in_range > 0 || log.records.count == 0);
 }
 
+using Items = std::map<std::string, KeyCount>;
+
+static void AddLines(const std::string& log, const ReasonLines& reason, Items& items) {
+  if (reason.lines > 0) {
+    const auto first = KeyCount{0, reason.first};
+    items.try_emplace(log + ": " + WordsFor(reason.nearest), first).first->second.count += reason.lines;
+  }
+}
+
 void AddUnknownLines(const Settings& settings, CountedReport& report) {
-  std::map<std::string, KeyCount> items;
+  Items items;
   const void* place = nullptr;
   for (LogState log; SuperLog_NextState(place, log);) {
     if (!Counts(log)) {
@@ -44,11 +53,9 @@ void AddUnknownLines(const Settings& settings, CountedReport& report) {
     }
     char name[kLogNameSize];
     NameLog(name, log.path, settings.linked_names != 0);
-    KeyCount& item = items
-                         .try_emplace(std::string(name) + ": " + ReasonOf(log.nearest),
-                                      KeyCount{0, log.first_not_understood})
-                         .first->second;
-    item.count += log.lines_not_understood;
+    for (const ReasonLines& reason : log.reasons->reasons) {
+      AddLines(name, reason, items);
+    }
     report.total += log.lines_not_understood;
   }
   for (const auto& [item, count] : items) {

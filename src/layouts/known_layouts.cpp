@@ -133,6 +133,10 @@ const KnownLayout* FindLayout(std::string_view name) {
   return nullptr;
 }
 
+uint8_t NumberOf(const KnownLayout& known) {
+  return static_cast<uint8_t>(&known - kKnownLayouts + 1);
+}
+
 bool NamesFields(std::string_view line) {
   return std::any_of(std::begin(kKnownLayouts), std::end(kKnownLayouts), [line](const KnownLayout& known) {
     return !known.head.empty() && line.starts_with(known.head);
@@ -141,6 +145,7 @@ bool NamesFields(std::string_view line) {
 
 void MakeLayout(const KnownLayout& known, Layout& layout) {
   layout.name = known.name;
+  layout.number = NumberOf(known);
   layout.kind = known.kind;
   layout.wrapper = Wrapper::kNone;
   layout.writing = known.writing;
@@ -154,6 +159,7 @@ void MakeLayout(const KnownLayout& known, Layout& layout) {
 
 bool MakeLayoutOfWords(std::string_view words, Layout& layout) {
   layout.name = "words of a server";
+  layout.number = 0;
   layout.kind = LineKind::kPattern;
   layout.wrapper = Wrapper::kNone;
   layout.writing = {};
@@ -170,6 +176,7 @@ bool MakeLayoutOfWords(std::string_view words, Layout& layout) {
 
 bool MakeLayoutOfNames(std::string_view names, bool tabs, Layout& layout) {
   layout.name = "w3c";
+  layout.number = 0;
   layout.kind = LineKind::kPattern;
   layout.wrapper = Wrapper::kNone;
   layout.writing = {.site_in_urls = true, .encoded_agents = true, .utc = true};

@@ -23,10 +23,13 @@ std::span<const KnownLayout> KnownLayouts();
 // The layout of that name, ignoring case; null when there is none.
 const KnownLayout* FindLayout(std::string_view name);
 
+// Its place among them, from 1.
+uint8_t NumberOf(const KnownLayout& known);
+
 // Whether the line names the fields of such a layout, and so is none of its data.
 bool NamesFields(std::string_view line);
 
-// Makes it ready to split lines with.
+// Makes it, one of the table, ready to split lines with.
 void MakeLayout(const KnownLayout& known, Layout& layout);
 
 // Makes a layout of the words of a server; false when they are none.

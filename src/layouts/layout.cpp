@@ -59,7 +59,7 @@ static bool BeginsWithSite(const Layout& layout, const LineFields& fields) {
          (!IsDash(fields[Field::kHost]) && IsWord(fields[Field::kHost]) && IsWord(fields[Field::kSite]));
 }
 
-static bool HoldsRequest(const LineFields& fields) {
+bool HoldsRequest(const LineFields& fields) {
   const bool dated = fields[Field::kMoment].data() != nullptr ||
                      (fields[Field::kDate].data() != nullptr && fields[Field::kTime].data() != nullptr);
   const bool asked = fields[Field::kRequest].data() != nullptr || fields[Field::kUrl].data() != nullptr;

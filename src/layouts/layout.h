@@ -25,6 +25,7 @@ struct Writing {
 
 struct Layout {
   std::string_view name;
+  uint8_t number = 0;  // among the known ones, from 1; 0: it is none of them
   LineKind kind = LineKind::kPattern;
   Wrapper wrapper = Wrapper::kNone;
   Writing writing;
@@ -46,6 +47,9 @@ bool SplitLine(const Layout& layout, std::string_view line, SplitRoom& room, Lin
 
 // The same of a line that nothing is around any more.
 bool SplitBareLine(const Layout& layout, std::string_view line, SplitRoom& room, LineFields& fields);
+
+// Whether the fields are those of a request: time, URL, and what may be status and size.
+bool HoldsRequest(const LineFields& fields);
 
 // Whether the fields hold a time that there is.
 bool HoldsTime(const LineFields& fields);

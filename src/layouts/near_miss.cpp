@@ -12,6 +12,9 @@ struct Miss {
   int weight = 0;
 };
 
+// A line that fits by itself was one of too few.
+static constexpr Miss kFits = {Field::kIgnored, nullptr, 1000};
+
 // Nearly any text may be a client or a URL: what has a form of its own speaks for a layout.
 static int WeightOf(Field field, std::string_view text) {
   switch (field) {
@@ -60,32 +63,33 @@ static bool EndsTooEarly(std::string_view line, const char* at) {
   return !rest.empty() && rest.find_first_of(" \t\"") == std::string_view::npos;
 }
 
-// A field may have been found, and be none.
-static Miss MissOfPattern(const Pattern& pattern, std::string_view line) {
-  LineFields fields = {};
-  SplitStop stop;
-  SplitByPattern(pattern, line, fields, stop);
-  Miss miss;
-  for (size_t i = 0; i < stop.fits; ++i) {
+// Weighs the fields that were found. True where one of them is none: that is the miss.
+static bool FindWrong(const Pattern& pattern, const LineFields& fields, size_t found, Miss& miss) {
+  for (size_t i = 0; i < found; ++i) {
     const Field field = pattern.elements[i].field;
     const std::string_view text = fields[field];
     miss.weight += HoldsMoreThanBlanks(LiteralBefore(pattern, i)) ? 1 : 0;
     if (!IsRight(field, text)) {
       miss.field = field;
       miss.at = text.data();
-      return miss;
+      return true;
     }
     miss.weight += WeightOf(field, text);
   }
+  return false;
+}
+
+// The field behind those that were found.
+static void FindMissing(const Pattern& pattern, std::string_view line, const LineFields& fields,
+                        const SplitStop& stop, Miss& miss) {
   if (stop.fits + 1 < pattern.count && EndsTooEarly(line, stop.at)) {
     miss.field = pattern.elements[stop.fits + 1].field;
     miss.at = line.data() + line.size();
-    return miss;
+    return;
   }
   const bool all = stop.fits == pattern.count;  // so that the client is one, as a site may be
   miss.field = all ? Field::kHost : pattern.elements[stop.fits].field;
   miss.at = all ? fields[Field::kHost].data() : stop.at;
-  return miss;
 }
 
 // ---- Layouts of names ----
@@ -104,12 +108,20 @@ static bool SplitByNames(const Layout& layout, std::string_view line, SplitRoom&
                                           : SplitJsonByKeys(line, layout.keys, room.keys, fields, whole);
 }
 
+// Lines of other kinds that servers write with names have no status.
+static bool IsRequestByNames(const LineFields& fields) {
+  return HoldsRequest(fields) && fields[Field::kStatus].data() != nullptr && HoldsTime(fields);
+}
+
 static Miss MissOfNames(const Layout& layout, std::string_view line, SplitRoom& room) {
   LineFields fields = {};
   Miss miss;
   if (!SplitByNames(layout, line, room, fields)) {
     miss.field = Field::kMoment;
     return miss;
+  }
+  if (layout.kind != LineKind::kPattern && IsRequestByNames(fields)) {
+    return kFits;
   }
   miss.weight = layout.kind == LineKind::kLtsv ? 0 : 3;
   for (const Field field : kNeeded) {
@@ -121,15 +133,32 @@ static Miss MissOfNames(const Layout& layout, std::string_view line, SplitRoom& 
   return miss;
 }
 
-// A line that fits by itself was one of too few.
-static Miss MissIn(const Layout& layout, std::string_view bare, SplitRoom& room) {
-  constexpr int kFits = 1000;
+static bool Fits(const Layout& layout, std::string_view bare, SplitRoom& room) {
   LineFields fields = {};
-  if (SplitBareLine(layout, bare, room, fields) && HoldsTime(fields)) {
-    return {Field::kIgnored, nullptr, kFits};
+  return SplitBareLine(layout, bare, room, fields) && HoldsTime(fields);
+}
+
+static Miss MissOfPlaces(const Layout& layout, std::string_view bare, SplitRoom& room) {
+  LineFields fields = {};
+  SplitStop stop;
+  Miss miss;
+  const bool whole = SplitByPattern(layout.pattern, bare, fields, stop);
+  if (FindWrong(layout.pattern, fields, stop.fits, miss)) {
+    return miss;
   }
-  const bool by_places = layout.kind == LineKind::kPattern && layout.keys.count == 0;
-  return by_places ? MissOfPattern(layout.pattern, bare) : MissOfNames(layout, bare, room);
+  if (whole && Fits(layout, bare, room)) {
+    return kFits;
+  }
+  FindMissing(layout.pattern, bare, fields, stop, miss);
+  return miss;
+}
+
+static Miss MissIn(const Layout& layout, std::string_view bare, SplitRoom& room) {
+  if (layout.kind == LineKind::kPattern && layout.keys.count == 0) {
+    return MissOfPlaces(layout, bare, room);
+  }
+  const bool by_words = layout.kind == LineKind::kPattern;
+  return by_words && Fits(layout, bare, room) ? kFits : MissOfNames(layout, bare, room);
 }
 
 // ---- Lines ----
@@ -146,8 +175,10 @@ static int NearnessOf(const Miss& miss, Wrapper wrapper) {
   return miss.weight + (miss.weight == 0 || wrapper == Wrapper::kNone ? 0 : kWrapped);
 }
 
-NearMiss FindNearMiss(std::span<const Layout> layouts, std::string_view line, SplitRoom& room) {
-  constexpr int kLeast = 3;  // a client alone, or a time alone, may stand in any text
+static constexpr int kLeast = 3;  // a client alone, or a time alone, may stand in any text
+
+NearMiss FindNearMiss(std::span<const Layout> layouts, std::string_view line, SplitRoom& room,
+                      Wrapper& around) {
   NearMiss nearest;
   int most = layouts.size() > 1 ? kLeast - 1 : -1;
   for (int i = 0; i < kWrapperCount; ++i) {
@@ -158,8 +189,30 @@ NearMiss FindNearMiss(std::span<const Layout> layouts, std::string_view line, Sp
       if (const int nearness = NearnessOf(miss, wrapper); nearness > most) {
         most = nearness;
         nearest = {static_cast<uint8_t>(place + 1), miss.field, CharacterAt(line, miss.at)};
+        around = wrapper;
       }
     }
   }
   return nearest;
+}
+
+NearMiss FindNearMiss(std::span<const Layout> layouts, std::string_view line, SplitRoom& room) {
+  Wrapper around;
+  return FindNearMiss(layouts, line, room, around);
+}
+
+NearMiss FindMissOfTold(const Layout& told, std::string_view line, SplitRoom& room) {
+  const std::string_view unwrapped = Unwrap(told.wrapper, line, room.unwrapped);
+  const Miss miss = MissIn(told, unwrapped.data() == nullptr ? line : unwrapped, room);
+  return {1, miss.field, CharacterAt(line, miss.at)};
+}
+
+NearMiss FindMissOf(const Layout& known, Wrapper wrapper, std::string_view line, SplitRoom& room) {
+  const std::string_view bare = Unwrap(wrapper, line, room.unwrapped);
+  if (bare.data() == nullptr) {
+    return {};
+  }
+  const Miss miss = MissIn(known, bare, room);
+  return NearnessOf(miss, wrapper) >= kLeast ? NearMiss{known.number, miss.field, CharacterAt(line, miss.at)}
+                                             : NearMiss{};
 }

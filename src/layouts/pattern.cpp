@@ -181,9 +181,14 @@ static size_t FindEnd(Field field, std::string_view text, const Stop& stop) {
   if (stop.literal.starts_with('"')) {
     return FindQuote(text, stop, 0);
   }
-  const size_t bracketed = field == Field::kUser && stop.literal.ends_with('[') ? FindAfterUser(text, stop)
-                                                                                : std::string_view::npos;
-  return bracketed != std::string_view::npos ? bracketed : FindPlain(field, text, stop);
+  if (field == Field::kUser && stop.literal.ends_with('[')) {
+    const size_t bracketed = FindAfterUser(text, stop);
+    // Lines of no such layout hold many blanks, and often no bracket.
+    if (bracketed != std::string_view::npos || text.find('[') == std::string_view::npos) {
+      return bracketed;
+    }
+  }
+  return FindPlain(field, text, stop);
 }
 
 // Takes one field off the front of the line.

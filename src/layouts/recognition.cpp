@@ -141,13 +141,14 @@ static const Layout* FindBest(Wrapper wrapper, std::string_view line, Sample& sa
   int64_t* const refused_to = so_far.refused_to.data() + static_cast<size_t>(wrapper) * kMostKnownLayouts;
   const Layout* best = nullptr;
   size_t most = 0;
+  std::string_view bare = Unwrap(wrapper, line, room.unwrapped);
   for (size_t i = 0; i < layouts.size(); ++i) {
-    const std::string_view bare = Unwrap(wrapper, line, room.unwrapped);
     if (sample.ahead.offset < refused_to[i] || !Explains(layouts[i], bare, room)) {
       continue;
     }
     const std::string_view text = TextOf(sample);
     const Evidence evidence = Weigh({layouts[i], wrapper}, so_far.held, text, room);
+    bare = Unwrap(wrapper, line, room.unwrapped);  // again, as other lines were
     if (!IsEnough(evidence)) {
       refused_to[i] = sample.ahead.offset + (evidence.first_against - text.data()) + 1;
     } else if (evidence.sound > most) {

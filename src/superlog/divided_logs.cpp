@@ -75,9 +75,7 @@ static bool Append(KnownLog& log, uint64_t& windows, const ReadStretch& stretch)
   }
   log.settled = log.settled && known.settled;
   log.size = log.bytes = known.size;
-  if (log.first.first == 0) {
-    log.first = known.first;
-  }
+  AppendLines(log.first, known.first);
   log.blocks.insert(log.blocks.end(), known.blocks.begin(), known.blocks.end());
   for (const ContentHash& window : stretch.windows) {
     log.hash = AddHash(log.key, log.hash, window);

@@ -41,6 +41,7 @@ static char mNames[kLongestLine + 1];
 static bool mNamesTold = false;  // by such a line
 static SplitRoom mRoom;
 static LogSoFar mLogSoFar;
+FirstLooks mFirstLooks;
 
 // --- Texts of a record ------------------------------------------------------------
 
@@ -305,6 +306,7 @@ void ForgetFileLayouts() {
   mLastLayout = 0;
   mNamesPending = mNamesTold = false;
   mLogSoFar = {};
+  mFirstLooks = {};
 }
 
 void ResetLayouts() {
@@ -356,7 +358,9 @@ uint64_t StateOfLayouts() {
   for (const int64_t refused_to : mLogSoFar.refused_to) {
     state = Mix(state, static_cast<uint64_t>(refused_to > NextLineOffset() ? refused_to : 0));
   }
-  return state;
+  // Nobody asks again what came near to the first lines where a layout is known.
+  const FirstLooks looks = mFormatKnown || mLayoutsHold ? FirstLooks{} : mFirstLooks;
+  return Mix(state, looks.taken | uint64_t{looks.nearest} << 8 | static_cast<uint64_t>(looks.wrapper) << 16);
 }
 
 static void TellLayout(const Layout& layout) {
@@ -463,6 +467,42 @@ NearLayout NearestLayout(std::string_view line) {
   const bool given = mUserLayout || (mNamesTold && mLayoutCount <= 1);
   const std::span<const Layout> one = {mLayouts.data(), 1};
   return {FindNearMiss(given ? one : ReadyLayouts(), line, mRoom), given};
+}
+
+NearMiss MissOf(uint8_t known, std::string_view line) {
+  return FindMissOf(ReadyLayouts()[known - size_t{1}], Wrapper::kNone, line, mRoom);
+}
+
+// What fits, and was not read, tells no time that there is.
+static NearLayout MissOfHeld(const Layout& layout, std::string_view line) {
+  if (mUserLayout || layout.number == 0) {
+    return {FindMissOfTold(layout, line, mRoom), true};
+  }
+  NearMiss miss = FindMissOf(layout, layout.wrapper, line, mRoom);
+  const NearLayout held = {miss};
+  miss.field = ReasonOf(held) == LineReason::kTooFewLines ? Field::kMoment : miss.field;
+  return {miss};
+}
+
+// Nobody knows a layout: to try all of them with each line would take long.
+static NearLayout MissOfFirstLooks(std::string_view line) {
+  constexpr uint8_t kMostLooks = 4;
+  if (mFirstLooks.nearest == 0 && mFirstLooks.taken < kMostLooks) {
+    const NearMiss nearest = FindNearMiss(ReadyLayouts(), line, mRoom, mFirstLooks.wrapper);
+    ++mFirstLooks.taken;
+    mFirstLooks.nearest = nearest.layout;
+    return {nearest};
+  }
+  const uint8_t known = mFirstLooks.nearest;
+  return {known == 0 ? NearMiss{}
+                     : FindMissOf(ReadyLayouts()[known - size_t{1}], mFirstLooks.wrapper, line, mRoom)};
+}
+
+NearLayout MissOfOwn(std::string_view line) {
+  if (!mLayoutsHold) {
+    return MissOfFirstLooks(line);
+  }
+  return mLayoutCount == 0 ? NearLayout{} : MissOfHeld(mLayouts[mLastLayout], line);
 }
 
 static bool ParseLine(std::string_view line, const LinesAhead& ahead, SuperLogRecord& record) {

@@ -27,6 +27,21 @@ bool LayoutTellsStatus();
 // Of a line that none of the layouts explains: which one comes nearest.
 NearLayout NearestLayout(std::string_view line);
 
+// The same of one layout alone: what the line lacks by that known one, from 1, which nothing is around; and
+// by the one that explained a line last or, while none holds, by the known one that came nearest to one of
+// the first lines. Of all lines of the file, also those of a layout that does not hold, in the order of
+// reading.
+NearMiss MissOf(uint8_t known, std::string_view line);
+NearLayout MissOfOwn(std::string_view line);
+
+// What the second one has found in the first lines of a file.
+struct FirstLooks {
+  uint8_t taken = 0;    // lines, until one came near
+  uint8_t nearest = 0;  // a known layout, from 1
+  Wrapper wrapper = Wrapper::kNone;
+};
+extern FirstLooks mFirstLooks;  // forgotten with the layouts of the file
+
 // The time of such a line without any GMT shift; 0 when none explains it.
 time_t TimeByLayouts(std::string_view line);
 

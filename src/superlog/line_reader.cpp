@@ -64,6 +64,11 @@ static Reading mReading;
 static std::vector<ContentHash> mWindowHashes;
 static const ContentKey* mpWindowKey = nullptr;
 
+// Ends of lines that were counted by reading the file again, up to that place.
+static struct {
+  int64_t to;
+  LineEnds ends;
+} mRecounted;
 static LineEnds mUnpackedEnds;  // up to the end of the window: what is unpacked cannot be read again
 
 // Marks of what was unread when the window was read, and the first of them that the reading may not have
@@ -133,6 +138,7 @@ UnpackEnd CloseLog() {
   const UnpackEnd end = CloseFile();
   mhFile = -1;
   mIsRegularFile = mIsStreamed = false;
+  mRecounted = {};
   mPackFormat = PackFormat::kNone;
   mUnpackedToEnd = false;
   mpBigBufCurPos = mpBigBufLastPos = mpCountedTo = mpWindow;
@@ -502,11 +508,14 @@ void GoToLine(int64_t offset) {
   mpCountedTo = mpWindow + std::min<ptrdiff_t>(begun, mpBigBufLastPos - mpWindow);
 }
 
-// Those before a position of the file, by reading it again.
+// Those before a position of the file, by reading it again, from where that has come before.
 static LineEnds CountLineEndsBefore(int64_t position) {
-  LineEnds ends{};
+  if (position < mRecounted.to) {
+    mRecounted = {};
+  }
+  auto& [at, ends] = mRecounted;
   char piece[kBlockSize];
-  for (int64_t at = 0; at < position;) {
+  while (at < position) {
     const size_t size = ReadAt(piece, std::min<size_t>(sizeof piece, static_cast<size_t>(position - at)), at);
     if (size == 0) {
       break;
@@ -514,7 +523,7 @@ static LineEnds CountLineEndsBefore(int64_t position) {
     const LineEnds more = CountLineEnds(piece, piece + size);
     ends = {ends.lfs + more.lfs, ends.crs + more.crs};
     at += static_cast<int64_t>(size);
-    at = piece[0] == '\0' ? DataFrom(at) : at;
+    at = piece[0] == '\0' ? std::min(position, DataFrom(at)) : at;
   }
   return ends;
 }

@@ -21,12 +21,12 @@ static constexpr ContentKey kOtherwise = {
 struct BlockReading {
   time_t range_first;
   time_t range_last;
-  size_t usable;          // of the known blocks; those that are used come first
-  size_t next;            // the number of the block that comes next
-  uint64_t bytes_before;  // of all logs, when this one was opened
-  int64_t lines_before;   // not understood, when the block began
-  int64_t in_range;       // records
-  LogStamp stamp;         // of the log before it was opened
+  size_t usable;                // of the known blocks; those that are used come first
+  size_t next;                  // the number of the block that comes next
+  uint64_t bytes_before;        // of all logs, when this one was opened
+  LinesOfReasons lines_before;  // not understood, when the block began
+  int64_t in_range;             // records
+  LogStamp stamp;               // of the log before it was opened
   KnownLog known;
   KnownLog made;  // what this reading tells
   bool stamped;
@@ -311,7 +311,7 @@ static void BeginBlock(int64_t offset) {
   block.begins = static_cast<uint64_t>(offset);
   block.state_known = StateOfLines(block.state) ? 1 : 0;
   mBlocks.made.blocks.push_back(block);
-  mBlocks.lines_before = LinesNotUnderstoodOfLog().lines;
+  mBlocks.lines_before = LinesOfEach(LinesNotUnderstoodOfLog().reasons);
   StopLinesAt(mBlocks.made.packed ? kNoStop : std::min({NextStop(offset), NextKnown(), mBlocks.stretch.to}));
 }
 
@@ -372,7 +372,7 @@ bool BlockRead(const LogRecords& records) {
   block.records = records.count;
   block.first = records.first;
   block.last = records.last;
-  block.not_understood = LinesNotUnderstoodOfLog().lines - mBlocks.lines_before;
+  block.not_understood = Less(LinesOfEach(LinesNotUnderstoodOfLog().reasons), mBlocks.lines_before);
   mBlocks.in_range += records.in_range;
   CheckName(block, mBlocks.made.blocks.size());
   Add(block);
@@ -404,12 +404,15 @@ LogReading ReadingOfBlocks() {
   const KnownLog& log = mBlocks.made;
   LogReading reading{.bytes = log.bytes, .records = {}, .not_understood = log.first};
   LogRecords& records = reading.records;
-  reading.not_understood.lines = 0;
+  NotUnderstood& lines = reading.not_understood;
+  lines.lines = 0;
+  lines.reasons = {};
   for (const LogBlock& block : log.blocks) {
     records.count += block.records;
     records.first = std::min<time_t>(records.first, block.first);
     records.last = std::max<time_t>(records.last, block.last);
-    reading.not_understood.lines += block.not_understood;
+    lines.lines += SumOf(block.not_understood);
+    AppendKnownLines(lines.reasons, block.not_understood, log.first.reasons);
   }
   records.in_range = mBlocks.in_range;
   return reading;

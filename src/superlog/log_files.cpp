@@ -572,7 +572,8 @@ bool SuperLog_NextState(const void*& place, LogState& state) {
            .lines_not_understood = lines.lines,
            .first_not_understood = lines.first,
            .line = lines.line,
-           .nearest = lines.nearest};
+           .nearest = lines.nearest,
+           .reasons = &lines.reasons};
   return true;
 }
 

@@ -34,6 +34,8 @@ static int64_t mLinesNotUnderstood = 0;
 static NotUnderstood mNotUnderstood;  // of the log at hand
 static bool mLineDescribed = false;   // the line at hand, before its fields were cut
 static bool mLineCut = false;         // the line that was last looked at for it is cut off
+static bool mLacksRequest = false;    // the line at hand, by letters that tell its time
+static bool mDoubted = false;  // the line at hand was held against other layouts than the log's letters
 static LineMarks mMarks;
 
 // --- Single values ------------------------------------------------------------
@@ -591,6 +593,7 @@ template <bool kEscapes>
   // before that decides, usable or not.
   const bool timed = record.time != 0 ? TimeToLocal(record.time, record.local) : TakeTime(record);
   if (!timed || IsAbsent(record.url)) {
+    mLacksRequest = timed;
     return false;
   }
   if (!record.url.starts_with('/') && !SettleOddUrl(record.url)) {
@@ -650,6 +653,11 @@ static NearLayout NearestOfLetters() {
   return dated && asked ? NearLayout{} : NearLayout{{1, dated ? Field::kRequest : Field::kMoment, 0}, true};
 }
 
+// Of the line that was looked at for it last.
+static bool IsLineCutOff() {
+  return mLineCut && MayBeCut();
+}
+
 // What is to be told of the first line that is not understood.
 [[gnu::cold, gnu::noinline]] static void DescribeLine() {
   const bool letters = mFormatKnown && mCurLogFormat != kFamilyClf;
@@ -659,21 +667,71 @@ static NearLayout NearestOfLetters() {
                                                : NearestLayout(CurrentLine());
 }
 
+// The layout of which the letters of the common log format are.
+static uint8_t CommonLayout() {
+  static const uint8_t number = NumberOf(*FindLayout("combined"));
+  return number;
+}
+
+// What a line lacks that was held against these letters alone: they have told. Where that should stand is
+// looked for where somebody will be told.
+static NearLayout LackOfLetters(bool timed) {
+  NearLayout lack = {.miss = {.layout = CommonLayout(), .field = timed ? Field::kRequest : Field::kMoment}};
+  if (mNotUnderstood.reasons[ReasonOf(lack)].lines == 0) {
+    const NearMiss miss = MissOf(CommonLayout(), CurrentLine());
+    lack.miss.character = miss.field == lack.miss.field ? miss.character : 0;
+  }
+  return lack;
+}
+
+// What a line lacks by the layout of its log, and by no other, as there may be many such lines.
+static NearLayout LackOfLine(bool doubted, bool timed) {
+  if (!mLogLimits.layouts) {
+    return {};
+  }
+  if (IsLineCutOff()) {
+    return CutOffAt(mLineLen);
+  }
+  if (!mFormatKnown) {
+    return MissOfOwn(CurrentLine());
+  }
+  if (mCurLogFormat != kFamilyClf) {
+    return NearestOfLetters();
+  }
+  return doubted ? NearLayout{.miss = MissOf(CommonLayout(), CurrentLine())} : LackOfLetters(timed);
+}
+
+static void TakeFirstLine(bool described) {
+  mNotUnderstood.first = LineNumber();
+  if (!described) {
+    DescribeLine();
+  }
+  if (IsLineCutOff()) {
+    mNotUnderstood.nearest = CutOffAt(mLineLen);
+  }
+}
+
+static void TakeReason(bool doubted, bool timed) {
+  const NearLayout lack = LackOfLine(doubted, timed);
+  ReasonLines& reason = mNotUnderstood.reasons[ReasonOf(lack)];
+  if (reason.lines++ == 0) {
+    reason.first = LineNumber();
+    reason.nearest = lack;
+  }
+}
+
 [[gnu::cold, gnu::noinline]] static void TakeLineNotUnderstood() {
   const bool described = std::exchange(mLineDescribed, false);
+  const bool doubted = std::exchange(mDoubted, false);
+  const bool timed = std::exchange(mLacksRequest, false);
   if (mLogLimits.layouts && NamesFields(CurrentLine())) {
     return;
   }
   ++mLinesNotUnderstood;
   if (mNotUnderstood.lines++ == 0) {
-    mNotUnderstood.first = LineNumber();
-    if (!described) {
-      DescribeLine();
-    }
-    if (mLineCut && MayBeCut()) {
-      mNotUnderstood.nearest = CutOffAt(mLineLen);
-    }
+    TakeFirstLine(described);
   }
+  TakeReason(doubted, timed);
 }
 
 // --- Lines of other layouts -----------------------------------------------------
@@ -691,7 +749,12 @@ static NearLayout NearestOfLetters() {
   if (mNotUnderstood.lines == 0) {
     DescribeLine();
   }
+  static char before[kLongestLine];
+  const size_t size = CurrentLine().copy(before, sizeof before);
   const bool parsed = ParseSurely(record);
+  if (!parsed) {
+    memcpy(mpLine, before, size);
+  }
   mLineDescribed = mNotUnderstood.lines == 0 && !parsed;
   return parsed;
 }
@@ -708,7 +771,8 @@ static bool ParseByLayout(SuperLogRecord& record) {
     return false;
   }
   mMayBeOther = false;
-  return ParseByLayout(record) || (!MisleadsLetters() && TryLetters(record));
+  mDoubted = !ParseByLayout(record) && (MisleadsLetters() || !TryLetters(record));
+  return !mDoubted;
 }
 
 // A line of a file whose letters are not known. A guess that does not explain its own line is forgotten.
@@ -727,7 +791,9 @@ static bool ParseByLayout(SuperLogRecord& record) {
   }
   const bool parsed = for_letters ? ParseSurely(record) : TryLetters(record);
   if (!parsed && !for_letters) {
+    const FirstLooks looks = mFirstLooks;
     ResetFileFormat();
+    mFirstLooks = looks;
   }
   return parsed;
 }
@@ -768,6 +834,30 @@ bool SuperLog_ParseNextLine(SuperLogRecord& record) {
   return mLogLimits.escapes ? ParseNextLine<true>(record) : ParseNextLine<false>(record);
 }
 
+void AppendLines(NotUnderstood& lines, const NotUnderstood& more) {
+  const int64_t before = lines.lines;
+  LinesByReason reasons = lines.reasons;
+  AppendLines(reasons, more.reasons);
+  lines = before == 0 ? more : lines;
+  lines.lines = before + more.lines;
+  lines.reasons = reasons;
+}
+
+void NumberBehind(NotUnderstood& lines, int64_t before) {
+  const auto move = [before](int64_t& number) { number += number > 0 ? before : 0; };
+  move(lines.first);
+  for (ReasonLines& reason : lines.reasons.reasons) {
+    move(reason.first);
+  }
+}
+
+void ForgetNumbers(NotUnderstood& lines) {
+  lines.first = 0;
+  for (ReasonLines& reason : lines.reasons.reasons) {
+    reason.first = 0;
+  }
+}
+
 int64_t LinesNotUnderstood() {
   return mLinesNotUnderstood;
 }
@@ -780,13 +870,16 @@ void BeginLinesOfLog() {
   mNotUnderstood = {};
 }
 
-void PassLinesNotUnderstood(int64_t lines, const NotUnderstood& known) {
+void PassLinesNotUnderstood(const LinesOfReasons& lines, const NotUnderstood& known) {
   const int64_t before = mNotUnderstood.lines;
-  if (before == 0 && lines > 0) {
+  const int64_t passed = SumOf(lines);
+  if (before == 0 && passed > 0) {
     mNotUnderstood = known;
+    mNotUnderstood.reasons = {};
   }
-  mNotUnderstood.lines = before + lines;
-  mLinesNotUnderstood += lines;
+  AppendKnownLines(mNotUnderstood.reasons, lines, known.reasons);
+  mNotUnderstood.lines = before + passed;
+  mLinesNotUnderstood += passed;
 }
 
 void ForgetLinesNotUnderstood(int64_t all) {
@@ -795,7 +888,7 @@ void ForgetLinesNotUnderstood(int64_t all) {
 }
 
 void ResetLogLine() {
-  mMayBeOther = mLineCut = false;
+  mMayBeOther = mLineCut = mDoubted = mLacksRequest = false;
   mLinesNotUnderstood = 0;
   BeginLinesOfLog();
 }

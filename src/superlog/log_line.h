@@ -56,7 +56,15 @@ struct NotUnderstood {
   int64_t first = 0;              // the number of the first of them, from 1
   char line[kShownOfLine + 1]{};  // its beginning, printable ASCII
   NearLayout nearest;             // to it
+  LinesByReason reasons;          // of all of them
 };
+
+// Adds lines that stand behind the others of their log.
+void AppendLines(NotUnderstood& lines, const NotUnderstood& more);
+
+// So many more lines stand before the one from which on these are numbered; and nobody knows how many.
+void NumberBehind(NotUnderstood& lines, int64_t before);
+void ForgetNumbers(NotUnderstood& lines);
 
 // Of the log at hand; good until the next one is begun.
 const NotUnderstood& LinesNotUnderstoodOfLog();
@@ -67,9 +75,9 @@ int64_t LinesNotUnderstood();
 // Begins to count the lines of another log.
 void BeginLinesOfLog();
 
-// Counts so many lines of that log, which was read before, without reading them; first and text are of the
-// first one.
-void PassLinesNotUnderstood(int64_t lines, const NotUnderstood& known);
+// Counts so many lines of that log, which was read before, without reading them; known is of all of its
+// lines, and tells the first ones.
+void PassLinesNotUnderstood(const LinesOfReasons& lines, const NotUnderstood& known);
 
 // Makes it so many of all logs, and none of that one.
 void ForgetLinesNotUnderstood(int64_t all);

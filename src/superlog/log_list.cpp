@@ -187,11 +187,7 @@ void AppendReading(LogReading& reading, const LogReading& more) {
   reading.records.in_range += more.records.in_range;
   reading.records.first = std::min(reading.records.first, more.records.first);
   reading.records.last = std::max(reading.records.last, more.records.last);
-  const int64_t lines = reading.not_understood.lines;
-  if (lines == 0) {
-    reading.not_understood = more.not_understood;
-  }
-  reading.not_understood.lines = lines + more.not_understood.lines;
+  AppendLines(reading.not_understood, more.not_understood);
 }
 
 void ForgetReadings() {

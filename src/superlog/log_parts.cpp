@@ -181,7 +181,8 @@ static constexpr uint64_t kRead = 4;
 static constexpr uint64_t kLike = 8;
 static constexpr uint64_t kMissing = 16;
 static constexpr uint64_t kLinesCounted = 32;
-static constexpr uint64_t kAllFlags = 63;
+static constexpr uint64_t kReasons = 64;
+static constexpr uint64_t kAllFlags = 127;
 
 // By name: which layouts are known may change.
 static void SaveNearest(PartWriter& part, const NearLayout& nearest) {
@@ -205,10 +206,32 @@ static void SaveReading(PartWriter& part, const LogReading& reading) {
   SaveNearest(part, reading.not_understood.nearest);
 }
 
+// Nearly all logs that have such lines have those of one reason, which the first one tells.
+static LinesByReason ReasonsOfFirst(const NotUnderstood& lines) {
+  return LinesOfOneReason({lines.lines, lines.first, lines.nearest});
+}
+
+static bool HasMoreReasons(const LogFile& log) {
+  return log.reading != nullptr &&
+         log.reading->not_understood.reasons != ReasonsOfFirst(log.reading->not_understood);
+}
+
+static void SaveReasons(PartWriter& part, const LinesByReason& lines) {
+  const LinesOfReasons counts = LinesOfEach(lines);
+  PutFigure(part, kLineReasons - static_cast<size_t>(std::count(counts.begin(), counts.end(), 0)));
+  for (const ReasonLines& reason : lines.reasons) {
+    if (reason.lines > 0) {
+      PutFigure(part, static_cast<uint64_t>(reason.lines));
+      PutFigure(part, static_cast<uint64_t>(reason.first));
+      SaveNearest(part, reason.nearest);
+    }
+  }
+}
+
 static uint64_t FlagsOf(const LogFile& log) {
   return (log.plain ? kPlain : 0) | (log.unopened ? kUnopened : 0) | (log.reading != nullptr ? kRead : 0) |
          (WouldShowTwice(log) ? kLike : 0) | (log.missing ? kMissing : 0) |
-         (log.lines_counted ? kLinesCounted : 0);
+         (log.lines_counted ? kLinesCounted : 0) | (HasMoreReasons(log) ? kReasons : 0);
 }
 
 // Which one it is shows where nobody could unpack the log; of one that need not be read it is not always
@@ -230,6 +253,9 @@ static void SaveLog(PartWriter& part, const LogFile& log) {
   PutFigure(part, log.original == nullptr ? 0 : log.original->place + 1);
   if ((flags & kRead) != 0) {
     SaveReading(part, *log.reading);
+  }
+  if ((flags & kReasons) != 0) {
+    SaveReasons(part, log.reading->not_understood.reasons);
   }
   if ((flags & kLike) != 0) {
     PutFigure(part, log.likeness.low);
@@ -310,6 +336,26 @@ static void TakeReading(PartReader& part, LogReading& reading) {
   TakeName(part, reading.not_understood.line);
   MakePrintable(reading.not_understood.line);
   TakeNearest(part, reading.not_understood.nearest);
+  reading.not_understood.reasons = ReasonsOfFirst(reading.not_understood);
+}
+
+// Each of them once, and all lines together.
+static void TakeReasons(PartReader& part, NotUnderstood& lines) {
+  lines.reasons = {};
+  for (uint64_t left = TakeFigureUpTo(part, kLineReasons); left > 0 && !part.damaged; --left) {
+    ReasonLines taken;
+    taken.lines = static_cast<int64_t>(TakeFigureUpTo(part, kMostOfLog));
+    taken.first = static_cast<int64_t>(TakeFigureUpTo(part, kMostOfLog));
+    TakeNearest(part, taken.nearest);
+    ReasonLines& reason = lines.reasons[ReasonOf(taken.nearest)];
+    if (reason.lines > 0 || taken.lines == 0) {
+      MarkDamaged(part);
+    }
+    reason = taken;
+  }
+  if (SumOf(LinesOfEach(lines.reasons)) != lines.lines) {
+    MarkDamaged(part);
+  }
 }
 
 struct SavedLog {
@@ -335,6 +381,9 @@ static void TakeLog(PartReader& part, SavedLog& saved) {
   if ((flags & kRead) != 0) {
     TakeReading(part, saved.reading);
     log.reading = &saved.reading;
+  }
+  if ((flags & kReasons) != 0) {
+    TakeReasons(part, saved.reading.not_understood);
   }
   if ((flags & kLike) != 0) {
     log.likeness.low = TakeFigure(part);
@@ -378,9 +427,13 @@ static Likeness LikenessOf(const LogFile& log) {
 
 // A line's number within its piece becomes the one within all pieces up to there; 0 where that is not known.
 static void NumberLines(const LogFile& before, const LogFile& next, LogReading& reading) {
-  int64_t& first = reading.not_understood.first;
-  if (next.lines_counted && first > 0) {
-    first = before.lines_counted ? first + static_cast<int64_t>(before.lines) : 0;
+  if (!next.lines_counted) {
+    return;
+  }
+  if (before.lines_counted) {
+    NumberBehind(reading.not_understood, static_cast<int64_t>(before.lines));
+  } else {
+    ForgetNumbers(reading.not_understood);
   }
 }
 

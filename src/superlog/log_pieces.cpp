@@ -213,8 +213,8 @@ void CountGivenLines() {
   }
   mpLogsRoot->lines_counted = true;
   mpLogsRoot->lines = static_cast<uint64_t>(lines->within);
-  if (mpLogsRoot->reading != nullptr && mpLogsRoot->reading->not_understood.lines > 0) {
-    mpLogsRoot->reading->not_understood.first -= lines->before;
+  if (mpLogsRoot->reading != nullptr) {
+    NumberBehind(mpLogsRoot->reading->not_understood, -lines->before);
   }
 }
 

@@ -3,6 +3,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
@@ -86,6 +88,14 @@ static void NameEntry(char (&path)[kPathSize + 40], const LogStamp& stamp) {
 // ---- One entry ----
 
 // Written as it stands in memory: a store is of one machine.
+struct FirstLine {
+  int64_t number;
+  uint64_t nearest_given;
+  uint64_t nearest_layout;
+  uint64_t nearest_field;
+  uint64_t nearest_character;
+};
+
 struct Head {
   char mark[16];
   uint64_t rules;
@@ -96,18 +106,16 @@ struct Head {
   ContentKey key;
   ContentHash hash;
   uint64_t bytes;
-  int64_t first;
+  FirstLine first;
+  std::array<FirstLine, kLineReasons> first_of_reasons;
   char line[kShownOfLine + 8];
-  uint64_t nearest_given;
-  uint64_t nearest_layout;
-  uint64_t nearest_field;
-  uint64_t nearest_character;
   uint64_t blocks;
 };
 static_assert(sizeof(Head) == 16 + sizeof(LogStamp) + sizeof(ContentKey) + sizeof(ContentHash) +
-                                  kShownOfLine + 8 + 11 * sizeof(uint64_t));
+                                  (1 + kLineReasons) * sizeof(FirstLine) + kShownOfLine + 8 +
+                                  6 * sizeof(uint64_t));
 
-static constexpr char kMark[sizeof Head::mark] = "Orvellis log 4\n";
+static constexpr char kMark[sizeof Head::mark] = "Orvellis log 5\n";
 
 static size_t SizeOfEntry(uint64_t blocks) {
   return sizeof(Head) + blocks * sizeof(LogBlock) + sizeof(ContentHash);
@@ -116,6 +124,14 @@ static size_t SizeOfEntry(uint64_t blocks) {
 // Behind all else: proves that it is as it was written.
 static ContentHash SumOf(const char* entry, size_t size) {
   return AddBlock(kSumKey, {}, entry, size - sizeof(ContentHash));
+}
+
+static FirstLine FirstOf(int64_t number, const NearLayout& nearest) {
+  return {.number = number,
+          .nearest_given = nearest.given,
+          .nearest_layout = nearest.miss.layout,
+          .nearest_field = static_cast<uint64_t>(nearest.miss.field),
+          .nearest_character = nearest.miss.character};
 }
 
 static std::vector<char> Write(const KnownLog& log) {
@@ -128,15 +144,15 @@ static std::vector<char> Write(const KnownLog& log) {
             .key = log.key,
             .hash = log.hash,
             .bytes = log.bytes,
-            .first = log.first.first,
+            .first = FirstOf(log.first.first, log.first.nearest),
+            .first_of_reasons = {},
             .line = {},
-            .nearest_given = log.first.nearest.given,
-            .nearest_layout = log.first.nearest.miss.layout,
-            .nearest_field = static_cast<uint64_t>(log.first.nearest.miss.field),
-            .nearest_character = log.first.nearest.miss.character,
             .blocks = log.blocks.size()};
   CopyText(head.mark, kMark);
   CopyText(head.line, log.first.line);
+  std::transform(log.first.reasons.reasons.begin(), log.first.reasons.reasons.end(),
+                 head.first_of_reasons.begin(),
+                 [](const ReasonLines& reason) { return FirstOf(reason.first, reason.nearest); });
   std::vector<char> entry(SizeOfEntry(head.blocks));
   memcpy(entry.data(), &head, sizeof head);
   memcpy(entry.data() + sizeof head, log.blocks.data(), head.blocks * sizeof(LogBlock));
@@ -158,14 +174,14 @@ static bool IsSound(const std::vector<char>& entry, Head& head) {
 }
 
 // None, when there is no such layout or field.
-static NearLayout NearestOf(const Head& head) {
-  if (head.nearest_layout > KnownLayouts().size() || head.nearest_field >= kFieldCount) {
+static NearLayout NearestOf(const FirstLine& first) {
+  if (first.nearest_layout > KnownLayouts().size() || first.nearest_field >= kFieldCount) {
     return {};
   }
-  return {.miss = {.layout = static_cast<uint8_t>(head.nearest_layout),
-                   .field = static_cast<Field>(head.nearest_field),
-                   .character = static_cast<uint32_t>(head.nearest_character)},
-          .given = head.nearest_given != 0};
+  return {.miss = {.layout = static_cast<uint8_t>(first.nearest_layout),
+                   .field = static_cast<Field>(first.nearest_field),
+                   .character = static_cast<uint32_t>(first.nearest_character)},
+          .given = first.nearest_given != 0};
 }
 
 static void Read(const std::vector<char>& entry, Head& head, KnownLog& log) {
@@ -177,7 +193,12 @@ static void Read(const std::vector<char>& entry, Head& head, KnownLog& log) {
   log.key = head.key;
   log.hash = head.hash;
   log.bytes = head.bytes;
-  log.first = {.lines = 0, .first = head.first, .line = {}, .nearest = NearestOf(head)};
+  log.first = {
+      .lines = 0, .first = head.first.number, .line = {}, .nearest = NearestOf(head.first), .reasons = {}};
+  std::transform(head.first_of_reasons.begin(), head.first_of_reasons.end(),
+                 log.first.reasons.reasons.begin(), [](const FirstLine& first) {
+                   return ReasonLines{.lines = 0, .first = first.number, .nearest = NearestOf(first)};
+                 });
   CopyText(log.first.line, CutText(head.line, kShownOfLine));
   MakePrintable(log.first.line);
   log.blocks.resize(head.blocks);

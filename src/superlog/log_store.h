@@ -54,7 +54,7 @@ struct LogBlock {
   int64_t records;
   int64_t first;  // the least time of these, wherever it stands
   int64_t last;   // and the greatest
-  int64_t not_understood;
+  LinesOfReasons not_understood;
 
   bool operator==(const LogBlock&) const = default;
 };
@@ -69,9 +69,8 @@ struct KnownLog {
   uint64_t size;  // bytes of the file that were read, of which the hash is
   ContentKey key;
   ContentHash hash;
-  uint64_t bytes;  // of its lines: of a compressed file more
-  NotUnderstood
-      first;  // the first line of all blocks that was not understood; its count stays with the blocks
+  uint64_t bytes;       // of its lines: of a compressed file more
+  NotUnderstood first;  // the first lines of all blocks that were not understood; counts are the blocks'
   std::vector<LogBlock> blocks;
 };
 

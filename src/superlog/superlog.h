@@ -15,7 +15,7 @@
 #include "base/limits.h"
 #include "base/network.h"
 #include "cgi/settings.h"
-#include "layouts/near_miss.h"
+#include "superlog/line_reasons.h"
 #include "superlog/log_events.h"
 #include "superlog/super_long.h"
 #include "unpack/codec.h"
@@ -164,21 +164,6 @@ void SuperLog_LogRead(const LogRecords& records);
 // Where logs are read whole: reads all that are left without counting their records.
 void SuperLog_ReadLogs();
 
-// The layout that comes nearest to a line which none explains, and where it stops to fit. Of a line that was
-// cut off there is no layout, and the character is its last one.
-struct NearLayout {
-  NearMiss miss;       // of the known layouts (layouts/known_layouts.h), in their order
-  bool given = false;  // but of the one that the user, or a line of the log, has told
-};
-
-constexpr NearLayout CutOffAt(size_t length) {
-  return {.miss = {.layout = 0, .field = Field::kIgnored, .character = static_cast<uint32_t>(length)}};
-}
-
-constexpr bool IsCutOff(const NearLayout& nearest) {
-  return nearest.miss.layout == 0 && nearest.miss.character > 0;
-}
-
 // What there is to know of a log that was found. The texts are the list's, until SuperLog_Uninit.
 struct LogState {
   const char* path;
@@ -194,6 +179,7 @@ struct LogState {
   int64_t first_not_understood;  // the number of the first of these lines, from 1; 0 without any
   const char* line;              // its beginning, printable ASCII
   NearLayout nearest;            // of that line; none of a log that letters tell
+  const LinesByReason* reasons;  // of all these lines, each by the log's own layout
 };
 
 // The way through all logs that were found. place is null before the first one. False behind the last.

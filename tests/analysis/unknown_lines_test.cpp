@@ -37,12 +37,28 @@ class UnknownLinesTest : public AccountLogs {
   int64_t total_ = 0;
 };
 
-TEST_F(UnknownLinesTest, AreToldByLogAndReasonOfTheFirst) {
+TEST_F(UnknownLinesTest, AreToldByLogAndReason) {
   AddLog("a.log", std::string(kUnderstood) + "one\n" + kUnderstood + "two\n");
   AddLog("b.log", std::string("word\n"));
   AddLog("c.log", std::string(kUnderstood));
   EXPECT_EQ(Told(), "a.log: no layout fits=2:2 b.log: no layout fits=1:1 ");
   EXPECT_EQ(total_, 3);
+}
+
+TEST_F(UnknownLinesTest, AreToldByEachReason) {
+  const std::string timeless = "h.example - - [05/Foo/2000:10:00:00 +0000] \"GET /a HTTP/1.0\" 200 1\n";
+  AddLog("a.log", kUnderstood + timeless + "one\n" + timeless + kUnderstood + "two\n" + timeless +
+                      "h.example - - [05/Mar/2000:10:00:00 +0000] \"GET /a");
+  EXPECT_EQ(Told(),
+            "a.log: cut off=1:8 a.log: no layout fits=2:3 a.log: no time at character 16 (nearest to "
+            "combined)=3:2 ");
+  EXPECT_EQ(total_, 6);
+}
+
+// Letters cut a line where they take its fields to end.
+TEST_F(UnknownLinesTest, AreHeldAgainstALayoutAsTheyStand) {
+  AddLog("a.log", std::string(kUnderstood) + "h.example - - [05/Mar/2000:10 a b c d\n");
+  EXPECT_EQ(Told(), "a.log: no time at character 16 (nearest to combined)=1:2 ");
 }
 
 TEST_F(UnknownLinesTest, OfLogsOfOtherDaysAreNone) {

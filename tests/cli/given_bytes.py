@@ -113,6 +113,17 @@ class GivenBytes(unittest.TestCase):
             self.expect_same("700K")
             self.assertRegex(self.run_in(".", "output=text")[1], rb"the first in\s+line (40,001|80,001)")
 
+    def test_number_the_first_line_of_each_reason(self) -> None:
+        lines = [line(i) for i in range(60000)]
+        for i in (20000, 40000, 45000):
+            lines[i] = b"not understood\n"
+        for i in (30000, 50001):
+            lines[i] = lines[i].replace(b"/Mar/", b"/Foo/")
+        self.write("a.log", b"".join(lines))
+        self.expect_same("700K", "unknown=1,0", "output=csv", "section=unknown")
+        rows = self.run_in(".", "unknown=1,0", "output=csv", "section=unknown")[1].decode().splitlines()[1:]
+        self.assertEqual([(row.split(",")[2], row.split(",")[-1]) for row in rows], [("3", "20001"), ("2", "30001")])
+
     def test_leave_out_a_number_that_nobody_knows(self) -> None:
         lines = [line(i) for i in range(60000)]
         lines[40000] = b"not understood\n"

@@ -98,3 +98,17 @@ TEST_F(FindNearMissTest, NamesWhatTheKeysOfWordsLack) {
   EXPECT_EQ(missing(R"({"r":"/a","t":"2024-03-05T07:06:11Z"})"), Field::kStatus);
   EXPECT_EQ(missing("hello"), Field::kMoment);
 }
+
+TEST_F(FindNearMissTest, HoldsALineAgainstOneLayoutAlone) {
+  const auto combined = ReadyLayouts()[FindLayout("combined") - KnownLayouts().data()];
+  const auto miss = [&](Wrapper wrapper, std::string_view line) {
+    return FindMissOf(combined, wrapper, line, *room_);
+  };
+  const std::string_view timeless = "192.0.2.7 - - [99/Foo/2024] \"GET / HTTP/1.1\" 200 1";
+  EXPECT_EQ(miss(Wrapper::kNone, timeless), (NearMiss{combined.number, Field::kMoment, 16}));
+  EXPECT_EQ(miss(Wrapper::kSyslog, timeless), NearMiss{});
+  EXPECT_EQ(miss(Wrapper::kSyslog, "Mar  5 07:06:11 host httpd: " + std::string(timeless)),
+            (NearMiss{combined.number, Field::kMoment, 44}));
+  EXPECT_EQ(miss(Wrapper::kNone, R"({"time":"2024-03-05T07:06:11Z"})"), NearMiss{});
+  EXPECT_EQ(FindMissOfTold(combined, "x", *room_), (NearMiss{1, Field::kIgnored, 2}));
+}

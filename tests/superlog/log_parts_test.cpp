@@ -105,6 +105,34 @@ TEST_F(LogParts, AreWhatTheRunKnew) {
   EXPECT_EQ(last, 954928800);
 }
 
+// The reasons of lines follow on the logs, as what the page shows of them.
+TEST_F(LogParts, TellReasonsOfLines) {
+  settings_.rules.whole_logs = true;
+  const std::string timeless = ToText({.time = "99/Foo/2000:10:00:00"});
+  AddLog("a.log", kApples + "not understood\n" + timeless + "words\n" + kOranges);
+  const std::string bytes = Read("*.log");
+  BeginAdding();
+  ASSERT_EQ(Add(bytes).added, LogsAdded::kAll);
+  EXPECT_EQ(WrittenPart([](PartWriter& part) { SaveLogs(part); }), bytes);
+  const void* place = nullptr;
+  LogState log;
+  ASSERT_TRUE(SuperLog_NextState(place, log));
+  LinesByReason reasons = *log.reasons;
+  EXPECT_EQ(reasons[LineReason::kNoLayoutFits].lines, 2);
+  EXPECT_EQ(reasons[LineReason::kNoTime].lines, 1);
+  EXPECT_EQ(reasons[LineReason::kNoTime].first, 3);
+  // The last nine bytes are: one line, the third one, of the layout, with its name of eight letters ...
+  std::string damaged = bytes;
+  const size_t lines = bytes.rfind("combined") - 4;
+  ASSERT_EQ(bytes.substr(lines, 4), std::string("\1\3\0\10", 4));
+  damaged[lines] = 2;
+  BeginAdding();
+  EXPECT_EQ(Add(damaged).added, LogsAdded::kDamaged);
+  damaged[lines] = 0;
+  BeginAdding();
+  EXPECT_EQ(Add(damaged).added, LogsAdded::kDamaged);
+}
+
 TEST_F(LogParts, TellAgainWhatWasTold) {
   for (const bool whole : {false, true}) {
     settings_.rules.whole_logs = whole;

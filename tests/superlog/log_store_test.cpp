@@ -35,10 +35,13 @@ KnownLog Known(int64_t records = 12) {
       .first = {.lines = 0,
                 .first = 7,
                 .line = "GET / \"?",
-                .nearest = {.miss = {.layout = 2, .field = Field::kStatus, .character = 17}, .given = true}},
+                .nearest = {.miss = {.layout = 2, .field = Field::kStatus, .character = 17}, .given = true},
+                .reasons = {}},
       .blocks = {}};
+  log.first.reasons[LineReason::kNoTime] = {
+      .lines = 0, .first = 8, .nearest = {.miss = {.layout = 3, .field = Field::kDate, .character = 5}}};
   for (uint64_t i = 0; i < 3; ++i) {
-    log.blocks.push_back({{i, i + 1}, i * 300, i, i % 2, records, -5, 1000000000000, 2});
+    log.blocks.push_back({{i, i + 1}, i * 300, i, i % 2, records, -5, 1000000000000, {2, 0, 1}});
   }
   return log;
 }
@@ -71,6 +74,7 @@ class LogStore : public testing::Test {
     EXPECT_EQ(log.first.nearest.miss.layout, known.first.nearest.miss.layout);
     EXPECT_EQ(log.first.nearest.miss.field, known.first.nearest.miss.field);
     EXPECT_EQ(log.first.nearest.miss.character, known.first.nearest.miss.character);
+    EXPECT_EQ(log.first.reasons, known.first.reasons);
     EXPECT_EQ(log.blocks, known.blocks);
     return std::to_string(log.blocks[0].records) + " records";
   }
