@@ -21,7 +21,7 @@ NearMiss FindNearMiss(std::span<const Layout> layouts, std::string_view line, Sp
 
 // The same, which tells what is around the line, too.
 NearMiss FindNearMiss(std::span<const Layout> layouts, std::string_view line, SplitRoom& room,
-                      Wrapper& wrapper);
+                      Wrapper& around);
 
 // The same of one known layout alone, and of what is around lines: tells the layout's number, or 0 where it
 // is not near.

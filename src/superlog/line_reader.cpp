@@ -65,10 +65,8 @@ static std::vector<ContentHash> mWindowHashes;
 static const ContentKey* mpWindowKey = nullptr;
 
 // Ends of lines that were counted by reading the file again, up to that place.
-static struct {
-  int64_t to;
-  LineEnds ends;
-} mRecounted;
+static int64_t mRecountedTo;
+static LineEnds mRecounted;
 static LineEnds mUnpackedEnds;  // up to the end of the window: what is unpacked cannot be read again
 
 // Marks of what was unread when the window was read, and the first of them that the reading may not have
@@ -138,6 +136,7 @@ UnpackEnd CloseLog() {
   const UnpackEnd end = CloseFile();
   mhFile = -1;
   mIsRegularFile = mIsStreamed = false;
+  mRecountedTo = 0;
   mRecounted = {};
   mPackFormat = PackFormat::kNone;
   mUnpackedToEnd = false;
@@ -510,22 +509,23 @@ void GoToLine(int64_t offset) {
 
 // Those before a position of the file, by reading it again, from where that has come before.
 static LineEnds CountLineEndsBefore(int64_t position) {
-  if (position < mRecounted.to) {
+  if (position < mRecountedTo) {
+    mRecountedTo = 0;
     mRecounted = {};
   }
-  auto& [at, ends] = mRecounted;
   char piece[kBlockSize];
-  while (at < position) {
-    const size_t size = ReadAt(piece, std::min<size_t>(sizeof piece, static_cast<size_t>(position - at)), at);
+  while (mRecountedTo < position) {
+    const auto wanted = std::min<size_t>(sizeof piece, static_cast<size_t>(position - mRecountedTo));
+    const size_t size = ReadAt(piece, wanted, mRecountedTo);
     if (size == 0) {
       break;
     }
     const LineEnds more = CountLineEnds(piece, piece + size);
-    ends = {ends.lfs + more.lfs, ends.crs + more.crs};
-    at += static_cast<int64_t>(size);
-    at = piece[0] == '\0' ? std::min(position, DataFrom(at)) : at;
+    mRecounted = {mRecounted.lfs + more.lfs, mRecounted.crs + more.crs};
+    mRecountedTo += static_cast<int64_t>(size);
+    mRecountedTo = piece[0] == '\0' ? std::min(position, DataFrom(mRecountedTo)) : mRecountedTo;
   }
-  return ends;
+  return mRecounted;
 }
 
 // Those that the reading has passed.

@@ -2,10 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <string>
 
 #include "agents/agent.h"
+#include "support/text_file.h"
 
 namespace {
 
@@ -13,11 +13,7 @@ class RulesInUseTest : public testing::Test {
  protected:
   ~RulesInUseTest() override { UseBuiltInRules(); }
 
-  bool Use(const std::string& text) {
-    const std::string path = testing::TempDir() + "rules_in_use";
-    std::ofstream(path) << text;
-    return UseRulesOf(path.c_str());
-  }
+  bool Use(const std::string& text) { return UseRulesOf(WriteFile("rules", text).c_str()); }
 };
 
 TEST_F(RulesInUseTest, AreThoseBuiltInUntilOthersAreTaken) {
@@ -37,7 +33,7 @@ TEST_F(RulesInUseTest, AreThoseBuiltInUntilOthersAreTaken) {
 
 TEST_F(RulesInUseTest, BadFileSaysWhyAndChangesNothing) {
   EXPECT_FALSE(UseRulesOf(testing::TempDir().c_str()));
-  EXPECT_FALSE(UseRulesOf((testing::TempDir() + "absent").c_str()));
+  EXPECT_FALSE(UseRulesOf(NewPath("absent").c_str()));
   EXPECT_STREQ(FaultOfRules(), "The file of agents cannot be opened.");
   ASSERT_TRUE(Use("robot; curl; Theirs; feeds\n"));
   EXPECT_FALSE(Use("\nrobot; wget; ; nonsense\n"));

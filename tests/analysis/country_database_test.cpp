@@ -3,8 +3,9 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <fstream>
 #include <string>
+
+#include "support/text_file.h"
 
 namespace {
 
@@ -17,12 +18,6 @@ class CountryDatabaseTest : public testing::Test {
     EXPECT_TRUE(ParseAddress(text, address)) << text;
     return CountryIn(address);
   }
-
-  static void Write(const std::string& path, const std::string& bytes) {
-    std::ofstream(path, std::ios::binary) << bytes;
-  }
-
-  std::string folder_ = testing::TempDir();
 };
 
 TEST_F(CountryDatabaseTest, TellsCountriesOfBothKindsOfAddresses) {
@@ -62,14 +57,13 @@ TEST_F(CountryDatabaseTest, ClosedTellsNothing) {
 }
 
 TEST_F(CountryDatabaseTest, SaysWhatIsNone) {
-  EXPECT_EQ(OpenCountryDatabase((folder_ + "none").c_str()), DatabaseFault::kNotOpened);
-  EXPECT_EQ(OpenCountryDatabase(folder_.c_str()), DatabaseFault::kNotOpened);
-  const std::string pipe = folder_ + "pipe";
+  EXPECT_EQ(OpenCountryDatabase(NewPath("none").c_str()), DatabaseFault::kNotOpened);
+  EXPECT_EQ(OpenCountryDatabase(testing::TempDir().c_str()), DatabaseFault::kNotOpened);
+  const std::string pipe = NewPath("pipe");
   mkfifo(pipe.c_str(), 0600);
   EXPECT_EQ(OpenCountryDatabase(pipe.c_str()), DatabaseFault::kNotOpened);
-  const std::string file = folder_ + "file";
   for (const char* bytes : {"", "text", "\xAB\xCD\xEFMaxMind.com", "\xAB\xCD\xEFMaxMind.com\xE0"}) {
-    Write(file, bytes);
+    const std::string file = WriteFile("file", bytes);
     EXPECT_EQ(OpenCountryDatabase(file.c_str()), DatabaseFault::kNoDatabase) << bytes;
     EXPECT_FALSE(IsCountryDatabaseOpen());
   }

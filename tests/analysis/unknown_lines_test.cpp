@@ -57,8 +57,8 @@ TEST_F(UnknownLinesTest, AreToldByEachReason) {
 
 // Letters cut a line where they take its fields to end.
 TEST_F(UnknownLinesTest, AreHeldAgainstALayoutAsTheyStand) {
-  AddLog("a.log", std::string(kUnderstood) + "h.example - - [05/Mar/2000:10 a b c d\n");
-  EXPECT_EQ(Told(), "a.log: no time at character 16 (nearest to combined)=1:2 ");
+  AddLog("a.log", std::string(kUnderstood) + "h.example - - [05/Mar/2000:10 a b c d\nh.example -  b [\n");
+  EXPECT_EQ(Told(), "a.log: no time at character 16 (nearest to combined)=2:2 ");
 }
 
 TEST_F(UnknownLinesTest, OfLogsOfOtherDaysAreNone) {
