@@ -5,6 +5,7 @@
 
 #include "base/hash_seed.h"
 #include "base/text.h"
+#include "superlog/log_list.h"
 #include "superlog/own_bytes.h"
 
 static constexpr ContentKey kOtherwise = {
@@ -33,7 +34,7 @@ static void SaveStretch(PartWriter& part, const ReadStretch& stretch) {
   PutBytes(part, stretch.known.stamp);
   PutFigure(part, stretch.known.settled ? 1 : 0);
   PutFigure(part, stretch.known.size);
-  PutBytes(part, stretch.known.first);
+  PutLines(part, stretch.known.first);
   PutAll(part, stretch.known.blocks);
   PutAll(part, stretch.windows);
 }
@@ -44,7 +45,7 @@ static ReadStretch TakeStretch(PartReader& part) {
   TakeBytes(part, stretch.known.stamp);
   stretch.known.settled = TakeFigureUpTo(part, 1) != 0;
   stretch.known.size = TakeFigure(part);
-  TakeBytes(part, stretch.known.first);
+  TakeLines(part, stretch.known.first);
   TakeAll(part, stretch.known.blocks);
   TakeAll(part, stretch.windows);
   return stretch;

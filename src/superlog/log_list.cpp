@@ -6,6 +6,7 @@
 
 #include "base/hash_seed.h"
 #include "base/memory_end.h"
+#include "superlog/own_bytes.h"
 
 LogFile* mpLogsRoot = nullptr;
 
@@ -188,6 +189,44 @@ void AppendReading(LogReading& reading, const LogReading& more) {
   reading.records.first = std::min(reading.records.first, more.records.first);
   reading.records.last = std::max(reading.records.last, more.records.last);
   AppendLines(reading.not_understood, more.not_understood);
+}
+
+static void PutNearest(PartWriter& part, const NearLayout& nearest) {
+  PutBytes(part, nearest.miss.layout);
+  PutBytes(part, nearest.miss.field);
+  PutBytes(part, nearest.miss.character);
+  PutBytes(part, nearest.given);
+}
+
+static void TakeNearest(PartReader& part, NearLayout& nearest) {
+  TakeBytes(part, nearest.miss.layout);
+  TakeBytes(part, nearest.miss.field);
+  TakeBytes(part, nearest.miss.character);
+  TakeBytes(part, nearest.given);
+}
+
+void PutLines(PartWriter& part, const NotUnderstood& lines) {
+  PutBytes(part, lines.lines);
+  PutBytes(part, lines.first);
+  PutBytes(part, lines.line);
+  PutNearest(part, lines.nearest);
+  for (const ReasonLines& reason : lines.reasons.reasons) {
+    PutBytes(part, reason.lines);
+    PutBytes(part, reason.first);
+    PutNearest(part, reason.nearest);
+  }
+}
+
+void TakeLines(PartReader& part, NotUnderstood& lines) {
+  TakeBytes(part, lines.lines);
+  TakeBytes(part, lines.first);
+  TakeBytes(part, lines.line);
+  TakeNearest(part, lines.nearest);
+  for (ReasonLines& reason : lines.reasons.reasons) {
+    TakeBytes(part, reason.lines);
+    TakeBytes(part, reason.first);
+    TakeNearest(part, reason.nearest);
+  }
 }
 
 void ForgetReadings() {

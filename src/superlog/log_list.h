@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <ctime>
 
+#include "base/part_bytes.h"
 #include "base/text.h"
 #include "superlog/content_hash.h"
 #include "superlog/log_line.h"
@@ -82,6 +83,10 @@ LogReading& ReadingOf(LogFile& log);
 
 // Adds what reading the next stretch of the log has told.
 void AppendReading(LogReading& reading, const LogReading& more);
+
+// For another process of the same program. What is damaged stays as it is.
+void PutLines(PartWriter& part, const NotUnderstood& lines);
+void TakeLines(PartReader& part, NotUnderstood& lines);
 
 // The entry of a path, compared exactly; null when there is none. It may be
 // changed in its state.

@@ -15,6 +15,7 @@
 #include "superlog/log_files.h"
 #include "superlog/log_format.h"
 #include "superlog/log_line.h"
+#include "superlog/log_list.h"
 #include "superlog/own_bytes.h"
 #include "superlog/superlog.h"
 
@@ -280,6 +281,28 @@ static constexpr uint64_t kUnopened = 1;
 static constexpr uint64_t kRead = 2;
 static constexpr uint64_t kHasBeginning = 4;
 
+static void PutStates(PartWriter& part, const ShareStates& states) {
+  for (const ReadState* const state : {&states.before, &states.after}) {
+    PutBytes(part, state->lines);
+    PutBytes(part, state->known);
+  }
+  PutBytes(part, states.alone);
+  PutBytes(part, states.within);
+  PutBytes(part, states.ended);
+  PutBytes(part, states.lost);
+}
+
+static void TakeStates(PartReader& part, ShareStates& states) {
+  for (ReadState* const state : {&states.before, &states.after}) {
+    TakeBytes(part, state->lines);
+    TakeBytes(part, state->known);
+  }
+  TakeBytes(part, states.alone);
+  TakeBytes(part, states.within);
+  TakeBytes(part, states.ended);
+  TakeBytes(part, states.lost);
+}
+
 static void SaveLog(PartWriter& part, const LogFile& log) {
   PutFigure(part, (log.unopened ? kUnopened : 0) | (log.reading != nullptr ? kRead : 0) |
                       (log.has_beginning ? kHasBeginning : 0));
@@ -288,13 +311,15 @@ static void SaveLog(PartWriter& part, const LogFile& log) {
   PutFigure(part, log.original == nullptr ? 0 : log.original->place + 1);
   PutBytes(part, log.beginning);
   if (log.reading != nullptr) {
-    PutBytes(part, *log.reading);
+    PutFigure(part, log.reading->bytes);
+    PutBytes(part, log.reading->records);
+    PutLines(part, log.reading->not_understood);
   }
 }
 
 void SaveShare(PartWriter& part) {
   PutBytes(part, mRead.share);
-  PutBytes(part, mRead.states);
+  PutStates(part, mRead.states);
   PutBytes(part, mRead.first);
   PutBytes(part, mRead.last);
   for (const LogFile* log = FirstLogOfShare(); log != nullptr && IsInShare(*log); log = log->next) {
@@ -338,7 +363,9 @@ static void AddLog(PartReader& part, LogFile& log) {
   TakeBytes(part, log.beginning);
   if ((flags & kRead) != 0) {
     LogReading reading;
-    TakeBytes(part, reading);
+    reading.bytes = TakeFigure(part);
+    TakeBytes(part, reading.records);
+    TakeLines(part, reading.not_understood);
     if (!part.damaged) {
       AddReading(log, reading);
     }
@@ -375,7 +402,7 @@ static ReadShare Joined(const ReadShare& last, ReadShare next) {
 bool AddShare(PartReader& part) {
   const ReadShare last = mRead;
   TakeBytes(part, mRead.share);
-  TakeBytes(part, mRead.states);
+  TakeStates(part, mRead.states);
   TakeBytes(part, mRead.first);
   TakeBytes(part, mRead.last);
   if (part.damaged || !Follows(last.states, mRead.states) || last.last != mRead.first) {

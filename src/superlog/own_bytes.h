@@ -1,4 +1,5 @@
-// Values as they lie in memory, for another process of the same program. Inner header of this folder.
+// Values as they lie in memory, for another process of the same program; such that have nothing between their
+// members. Inner header of this folder.
 #pragma once
 
 #include <algorithm>
@@ -12,7 +13,7 @@
 
 template <class T>
 void PutBytes(PartWriter& part, const T& value) {
-  static_assert(std::is_trivially_copyable_v<T>);
+  static_assert(std::has_unique_object_representations_v<T>);
   PutText(part, {reinterpret_cast<const char*>(&value), sizeof value});
 }
 
@@ -30,7 +31,7 @@ void TakeBytes(PartReader& part, T& value) {
 
 template <class T>
 void PutAll(PartWriter& part, const std::vector<T>& values) {
-  static_assert(std::is_trivially_copyable_v<T>);
+  static_assert(std::has_unique_object_representations_v<T>);
   PutText(part, {reinterpret_cast<const char*>(values.data()), values.size() * sizeof(T)});
 }
 
